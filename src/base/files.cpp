@@ -1,0 +1,199 @@
+#include "base/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "base/text.h"
+
+namespace tarnvisor {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+size_t afterLastSeparator(std::string_view path) {
+  const size_t at = path.find_last_of("/\\");
+  return at == std::string_view::npos ? 0 : at + 1;
+}
+
+size_t extensionDot(std::string_view path) {
+  const size_t dot = path.rfind('.');
+  return dot == std::string_view::npos || dot < afterLastSeparator(path) ? std::string_view::npos : dot;
+}
+
+// Where a path leads when it is a symbolic link, so that replacing a file keeps the link.
+std::string linkTarget(const std::string& path) {
+  std::error_code error;
+  if (!fs::is_symlink(path, error)) return path;
+  const fs::path resolved = fs::weakly_canonical(path, error);
+  return error ? path : resolved.string();
+}
+
+void syncFolder(const std::string& path) {
+  const std::string folder = folderOf(path);
+  const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (handle < 0) return;
+  ::fsync(handle);
+  ::close(handle);
+}
+
+template <class Container>
+std::optional<Container> readWhole(const std::string& path, uint64_t maxBytes) {
+  if (!fileExists(path)) return std::nullopt;
+  std::FILE* file = std::fopen(path.c_str(), "rbe");
+  if (!file) return std::nullopt;
+  std::optional<Container> bytes;
+  struct stat facts {};
+  if (::fstat(fileno(file), &facts) == 0 && static_cast<uint64_t>(facts.st_size) <= maxBytes) {
+    bytes.emplace(static_cast<size_t>(facts.st_size), typename Container::value_type{});
+    if (std::fread(bytes->data(), 1, bytes->size(), file) != bytes->size()) bytes.reset();
+  }
+  std::fclose(file);
+  return bytes;
+}
+
+}  // namespace
+
+std::string fileNameOf(std::string_view path) { return std::string(path.substr(afterLastSeparator(path))); }
+std::string folderOf(std::string_view path) { return std::string(path.substr(0, afterLastSeparator(path))); }
+
+std::string extensionOf(std::string_view path) {
+  const size_t dot = extensionDot(path);
+  return dot == std::string_view::npos ? std::string() : std::string(path.substr(dot + 1));
+}
+
+std::string withoutExtension(std::string_view path) {
+  return std::string(path.substr(0, extensionDot(path)));
+}
+
+std::string withSeparator(std::string folder) {
+  if (!folder.empty() && folder.back() != kSeparator) folder += kSeparator;
+  return folder;
+}
+
+bool isAbsolutePath(std::string_view path) {
+  if (path.empty()) return false;
+  return path.front() == '/' || path.front() == '\\' || (path.size() > 1 && path[1] == ':');
+}
+
+bool sameFolder(std::string_view a, std::string_view b) {
+  const auto resolve = [](std::string_view folder) {
+    std::error_code error;
+    const fs::path path = folder.empty() ? fs::path(".") : fs::path(std::string(folder));
+    const fs::path resolved = fs::weakly_canonical(path, error);
+    return withSeparator(error ? path.string() : resolved.string());
+  };
+  return resolve(a) == resolve(b);
+}
+
+bool fileExists(const std::string& path) {
+  std::error_code error;
+  return !path.empty() && fs::is_regular_file(path, error);
+}
+
+bool folderExists(const std::string& path) {
+  std::error_code error;
+  return fs::is_directory(path, error);
+}
+
+std::string workingFolder() {
+  std::error_code error;
+  return withSeparator(fs::current_path(error).string());
+}
+
+std::optional<std::vector<uint8_t>> readWholeFile(const std::string& path, uint64_t maxBytes) {
+  return readWhole<std::vector<uint8_t>>(path, maxBytes);
+}
+
+std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBytes) {
+  return readWhole<std::string>(path, maxBytes);
+}
+
+AtomicFile::AtomicFile(std::string path) : target(linkTarget(path)) {
+  std::string pattern = target + ".XXXXXX";
+  const int handle = ::mkostemp(pattern.data(), O_CLOEXEC);
+  if (handle < 0) {
+    openError = errno;
+    return;
+  }
+  temporary = pattern;
+  struct stat facts {};
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  const mode_t mode = ::stat(target.c_str(), &facts) == 0 ? facts.st_mode & 07777 : 0666 & ~mask;
+  if (::fchmod(handle, mode) != 0)
+    openError = errno;  // a foreign file system may refuse; the content still counts
+  stream = ::fdopen(handle, "wb");
+  if (!stream) {
+    openError = errno;
+    ::close(handle);
+  }
+}
+
+AtomicFile::~AtomicFile() {
+  if (stream) std::fclose(stream);
+  if (!temporary.empty()) ::unlink(temporary.c_str());
+}
+
+void AtomicFile::releaseToWriterByName() {
+  if (stream) std::fclose(stream);
+  stream = nullptr;
+  byName = true;
+}
+
+bool AtomicFile::write(const void* bytes, size_t count) {
+  if (!stream) return false;
+  if (count == 0 || std::fwrite(bytes, 1, count, stream) == count) return true;
+  if (!writeError) writeError = errno;
+  return false;
+}
+
+Outcome AtomicFile::failed(const char* what) {
+  const int error = openError ? openError : writeError ? writeError : errno;
+  return Outcome::failure(format("%s: %s: %s", target.c_str(), what, std::strerror(error)));
+}
+
+Outcome AtomicFile::commit() {
+  if (temporary.empty()) return failed("can't be written");
+  if (byName) {
+    stream = std::fopen(temporary.c_str(), "abe");
+    byName = false;
+  }
+  if (!stream) return failed("can't be written");
+  openError = 0;
+  if (writeError || std::fflush(stream) != 0 || std::ferror(stream) || ::fsync(fileno(stream)) != 0)
+    return failed("writing failed");
+  std::FILE* closing = stream;
+  stream = nullptr;
+  if (std::fclose(closing) != 0) return failed("writing failed");
+  if (::rename(temporary.c_str(), target.c_str()) != 0) return failed("can't be replaced");
+  temporary.clear();
+  syncFolder(target);
+  return Outcome::success();
+}
+
+Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes) {
+  AtomicFile file(path);
+  file.write(bytes.data(), bytes.size());
+  return file.commit();
+}
+
+Outcome replaceFile(const std::string& path, std::string_view text) {
+  return replaceFile(path, std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
+}
+
+bool makeFolderPath(const std::string& path) {
+  if (path.empty()) return false;
+  for (size_t at = path.find_first_of("/\\", 1);; at = path.find_first_of("/\\", at + 1)) {
+    const std::string prefix = path.substr(0, at);
+    if (!folderExists(prefix) && ::mkdir(prefix.c_str(), 0777) != 0 && !folderExists(prefix)) return false;
+    if (at == std::string::npos || at + 1 == path.size()) return true;
+  }
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,75 @@
+// Paths as text, whole files, and the one way a file is replaced: written beside, flushed to disc, renamed.
+// Paths from stored documents may carry either separator, so both are understood when a path is taken apart;
+// paths that are made use kSeparator.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/outcome.h"
+
+namespace tarnvisor {
+
+inline constexpr char kSeparator = '/';
+// The longest path that buffers shared with other programs hold, its end included.
+inline constexpr size_t kMaxPath = 260;
+
+std::string fileNameOf(std::string_view path);   // after the last separator
+std::string folderOf(std::string_view path);     // up to and including the last separator, or empty
+std::string extensionOf(std::string_view path);  // after the last "." of the file name, or empty
+std::string withoutExtension(
+    std::string_view path);                     // without the last "." of the file name and what follows
+std::string withSeparator(std::string folder);  // with a separator at its end, unless empty
+bool isAbsolutePath(std::string_view path);
+bool sameFolder(std::string_view a, std::string_view b);  // after resolving; missing folders compare as text
+
+bool fileExists(const std::string& path);  // a regular file (or device) that can be examined
+bool folderExists(const std::string& path);
+std::string workingFolder();  // with a separator at its end
+
+// The bytes of a file; nothing when it can't be opened or read, or is longer than maxBytes.
+std::optional<std::vector<uint8_t>> readWholeFile(const std::string& path, uint64_t maxBytes = UINT64_MAX);
+std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBytes = UINT64_MAX);
+
+// Writes to a new file beside the wanted one. Until commit() succeeds the old file stays as it was; without
+// commit() the new one is removed. The mode of a file that is replaced is kept. A symbolic link is followed.
+class AtomicFile {
+ public:
+  explicit AtomicFile(std::string path);
+  ~AtomicFile();
+  AtomicFile(const AtomicFile&) = delete;
+  AtomicFile& operator=(const AtomicFile&) = delete;
+
+  bool isOpen() const { return stream != nullptr; }
+  std::FILE* file() { return stream; }  // owned by this object
+  // The name of the file being written, for a library that opens files by name; see releaseToWriterByName.
+  const std::string& temporaryPath() const { return temporary; }
+  // Closes the stream so that a library may write the temporary file by name; commit() still syncs and
+  // renames.
+  void releaseToWriterByName();
+  bool write(const void* bytes, size_t count);
+  // Flushes to disc and renames. On failure the old file is untouched and the words say what failed.
+  Outcome commit();
+
+ private:
+  Outcome failed(const char* what);
+  std::string target;
+  std::string temporary;
+  std::FILE* stream = nullptr;
+  bool byName = false;
+  int openError = 0;
+  int writeError = 0;
+};
+
+Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes);
+Outcome replaceFile(const std::string& path, std::string_view text);
+
+// Makes all missing folders of a path, from the first. False when one can't be made.
+bool makeFolderPath(const std::string& path);
+
+}  // namespace tarnvisor

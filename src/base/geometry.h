@@ -1,0 +1,60 @@
+// Integer geometry in image pixels: x grows to the right, y downward. A rectangle is half-open: left and top
+// belong to it, right and bottom do not.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+namespace tarnvisor {
+
+struct Point {
+  int32_t x = 0;
+  int32_t y = 0;
+  friend bool operator==(const Point&, const Point&) = default;
+};
+
+inline Point operator+(Point a, Point b) { return {a.x + b.x, a.y + b.y}; }
+inline Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y}; }
+
+struct Size {
+  int32_t width = 0;
+  int32_t height = 0;
+  friend bool operator==(const Size&, const Size&) = default;
+};
+
+struct Rect {
+  int32_t left = 0;
+  int32_t top = 0;
+  int32_t right = 0;
+  int32_t bottom = 0;
+  friend bool operator==(const Rect&, const Rect&) = default;
+
+  // Sides wrap instead of overflowing, so that a damaged file's rectangle can be asked for its size.
+  int32_t width() const {
+    return static_cast<int32_t>(static_cast<uint32_t>(right) - static_cast<uint32_t>(left));
+  }
+  int32_t height() const {
+    return static_cast<int32_t>(static_cast<uint32_t>(bottom) - static_cast<uint32_t>(top));
+  }
+  bool isEmpty() const { return right <= left || bottom <= top; }
+  bool isZero() const { return left == 0 && top == 0 && right == 0 && bottom == 0; }
+  bool contains(Point p) const { return p.x >= left && p.x < right && p.y >= top && p.y < bottom; }
+
+  Rect normalised() const {
+    return {std::min(left, right), std::min(top, bottom), std::max(left, right), std::max(top, bottom)};
+  }
+  // The common part; (0, 0, 0, 0) when there is none.
+  Rect intersected(const Rect& o) const {
+    const Rect r{std::max(left, o.left), std::max(top, o.top), std::min(right, o.right),
+                 std::min(bottom, o.bottom)};
+    return r.isEmpty() ? Rect{} : r;
+  }
+  Rect offsetBy(int32_t dx, int32_t dy) const { return {left + dx, top + dy, right + dx, bottom + dy}; }
+  Rect inflatedBy(int32_t n) const { return {left - n, top - n, right + n, bottom + n}; }
+  Point topLeft() const { return {left, top}; }
+};
+
+// A colour as stored in files: 0x00bbggrr.
+using Colour = uint32_t;
+
+}  // namespace tarnvisor

@@ -1,0 +1,35 @@
+// Text helpers. Strings are 8-bit text in the system's code page; nothing here knows of characters wider than
+// a byte, and nothing depends on the locale.
+#pragma once
+
+#include <cstdarg>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnvisor {
+
+#if defined(__GNUC__)
+#define TARNVISOR_PRINTF(formatIndex, firstArgument) \
+  __attribute__((format(printf, formatIndex, firstArgument)))
+#else
+#define TARNVISOR_PRINTF(formatIndex, firstArgument)
+#endif
+
+// printf into a string of any length.
+std::string format(const char* pattern, ...) TARNVISOR_PRINTF(1, 2);
+std::string formatList(const char* pattern, va_list arguments);
+
+// Equality and folding for the ASCII letters only.
+bool equalIgnoringCase(std::string_view a, std::string_view b);
+std::string lowerCase(std::string_view text);
+
+std::string_view trimmed(std::string_view text);
+std::string replaced(std::string text, char from, char to);
+// Replaces every "%1" in a message by the text.
+std::string filledIn(std::string message, std::string_view text);
+// Parts between separators; an empty text has one empty part.
+std::vector<std::string> split(std::string_view text, char separator);
+bool endsWithIgnoringCase(std::string_view text, std::string_view ending);
+
+}  // namespace tarnvisor

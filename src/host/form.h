@@ -1,0 +1,69 @@
+// A dialog as data: a title and labelled fields bound to variables, each with its limits and the words for a
+// wrong value. The desktop draws any form, a script fills it by label, a test answers it by label.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tarnvisor {
+
+struct Limits {
+  double low = -std::numeric_limits<double>::infinity();
+  double high = std::numeric_limits<double>::infinity();
+  std::string wrong = {};  // shown for a value outside; empty for words made from the limits
+};
+
+struct FormField {
+  enum class Kind { Whole, Number, Text, Check, Choice, LongText, Note };
+  Kind kind = Kind::Note;
+  std::string label;
+  // What an accepted form is stored to; a Note has none.
+  std::variant<std::monostate, int32_t*, double*, std::string*> target;
+  Limits limits;
+  std::vector<std::string> choices;  // of a Choice, whose target is the chosen index
+  bool readOnly = false;
+
+  // The bound value as text: "1" or "0" for a check, the choice's words for a choice.
+  std::string value() const;
+  // Takes a text into the bound variable. Empty on success, otherwise the words to show; the variable is then
+  // unchanged.
+  std::string take(const std::string& text) const;
+};
+
+class Form {
+ public:
+  explicit Form(std::string title) : heading(std::move(title)) {}
+
+  Form& add(std::string label, int32_t& value, Limits limits = {});
+  Form& add(std::string label, double& value, Limits limits = {});
+  Form& add(std::string label, std::string& value);
+  Form& addLongText(std::string label, std::string& value, bool readOnly = false);
+  Form& addCheck(std::string label, int32_t& value);
+  Form& addChoice(std::string label, int32_t& index, std::vector<std::string> choices);
+  Form& addNote(std::string words);
+  Form& setOkLabel(std::string words);
+
+  const std::string& title() const { return heading; }
+  const std::string& okLabel() const { return okWords; }
+  const std::vector<FormField>& fields() const { return rows; }
+  // The field whose label matches without regard to case, "&" and a trailing ":"; null when there is none.
+  const FormField* find(const std::string& label) const;
+
+ private:
+  Form& addField(FormField field);
+  std::string heading;
+  std::string okWords = "OK";
+  std::vector<FormField> rows;
+};
+
+class Forms {
+ public:
+  virtual ~Forms() = default;
+  // True when the user accepted: all fields are then stored in their variables. On Cancel none is.
+  virtual bool run(Form& form) = 0;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,45 @@
+#include "host/host.h"
+
+#include <cstdio>
+
+namespace tarnvisor {
+
+namespace {
+
+struct NobodyThere final : Messages, Choosers, Forms, Clipboard, Windows, WaitCursor {
+  Answer show(const std::string& text, Buttons buttons, Icon) override {
+    std::fprintf(stderr, "%s\n", text.c_str());
+    return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
+  }
+  std::optional<std::string> openFile(const FileRequest&) override { return std::nullopt; }
+  std::optional<std::string> saveFile(const FileRequest&) override { return std::nullopt; }
+  std::vector<std::string> openFiles(const FileRequest&) override { return {}; }
+  std::optional<std::string> chooseFolder(const std::string&, const std::string&) override {
+    return std::nullopt;
+  }
+  bool run(Form&) override { return false; }
+  void setText(const std::string&) override {}
+  std::optional<std::string> text() override { return std::nullopt; }
+  std::optional<std::vector<uint8_t>> bitmap() override { return std::nullopt; }
+  bool createMainFrame(const std::string&) override { return true; }
+  void showMainFrame() override {}
+  void closeMainFrame() override {}
+  void tile() override {}
+  void refreshBars() override {}
+  bool openWithDesktop(const std::string&) override { return false; }
+  void begin() override {}
+  void end() override {}
+};
+
+NobodyThere nobody;
+Host emptyHost{nobody, nobody, nobody, nobody, nobody, nobody};
+Host* installedHost = &emptyHost;
+
+}  // namespace
+
+Host& host() { return *installedHost; }
+
+HostScope::HostScope(Host& installed) : previous(installedHost) { installedHost = &installed; }
+HostScope::~HostScope() { installedHost = previous; }
+
+}  // namespace tarnvisor

@@ -1,0 +1,23 @@
+// The port for the main frame and the windows of documents.
+#pragma once
+
+#include <string>
+
+namespace tarnvisor {
+
+class Windows {
+ public:
+  virtual ~Windows() = default;
+  // Makes the main frame; false when it can't be made.
+  virtual bool createMainFrame(const std::string& title) = 0;
+  virtual void showMainFrame() = 0;
+  // Asks the main frame to close, after the command now running.
+  virtual void closeMainFrame() = 0;
+  virtual void tile() = 0;
+  // Shows which tool bars suit the present selection and mode.
+  virtual void refreshBars() = 0;
+  // Opens a document or page with the desktop's own program for it.
+  virtual bool openWithDesktop(const std::string& path) = 0;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,156 @@
+#include "settings/settings.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "base/files.h"
+#include "base/text.h"
+
+namespace tarnvisor {
+
+CSettingsFile settings;
+CSettingsFile hwSettings;
+
+namespace {
+
+// A profile is small; a file beyond this is no profile and reads as if it were missing.
+constexpr uint64_t kLongestProfile = 16u << 20;
+
+// The name between the brackets of a section's line.
+std::optional<std::string_view> sectionName(std::string_view line) {
+  line = trimmed(line);
+  if (line.empty() || line.front() != '[') return std::nullopt;
+  const size_t end = line.find(']');
+  return trimmed(line.substr(1, end == std::string_view::npos ? end : end - 1));
+}
+
+struct KeyLine {
+  std::string_view key;
+  std::string_view value;
+};
+std::optional<KeyLine> keyOf(std::string_view line) {
+  const std::string_view body = trimmed(line);
+  const size_t equals = line.find('=');
+  if (body.empty() || body.front() == ';' || equals == std::string_view::npos) return std::nullopt;
+  return KeyLine{trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))};
+}
+
+// Calls visit(line, start, end) for each line of the text; end is past the line's end mark. Stops on true.
+template <class Visit>
+void eachLine(std::string_view text, Visit visit) {
+  for (size_t start = 0; start < text.size();) {
+    const size_t mark = text.find('\n', start);
+    const size_t end = mark == std::string_view::npos ? text.size() : mark + 1;
+    if (visit(text.substr(start, end - start), start, end)) return;
+    start = end;
+  }
+}
+
+// Where a key's line lies in the text, or where it would be put: behind the last line of its section that
+// isn't blank, or at the end.
+struct Place {
+  bool sectionFound = false;
+  bool keyFound = false;
+  size_t start = 0;
+  size_t end = 0;
+  std::string_view value;
+};
+Place findKey(std::string_view text, const std::string& section, const std::string& key) {
+  Place place;
+  place.start = place.end = text.size();
+  bool inside = false;
+  eachLine(text, [&](std::string_view line, size_t start, size_t end) {
+    if (const auto name = sectionName(line)) {
+      if (place.sectionFound) return true;
+      inside = place.sectionFound = equalIgnoringCase(*name, section);
+      if (inside) place.start = place.end = end;
+    } else if (inside) {
+      if (const auto entry = keyOf(line); entry && equalIgnoringCase(entry->key, key)) {
+        place = {true, true, start, end, entry->value};
+        return true;
+      }
+      if (!trimmed(line).empty()) place.start = place.end = end;
+    }
+    return false;
+  });
+  return place;
+}
+
+std::string_view withoutQuotes(std::string_view value) {
+  const bool quoted =
+      value.size() > 1 && value.front() == value.back() && (value.front() == '"' || value.front() == '\'');
+  return quoted ? value.substr(1, value.size() - 2) : value;
+}
+
+std::optional<std::string> readValue(const std::string& file, const std::string& section,
+                                     const std::string& key) {
+  const auto text = readWholeText(file, kLongestProfile);
+  if (!text) return std::nullopt;
+  const Place place = findKey(*text, section, key);
+  if (!place.keyFound) return std::nullopt;
+  return std::string(withoutQuotes(place.value).substr(0, CSettingsFile::kLongestValue));
+}
+
+// Blanks at the ends of a value, and quotes around it, survive only inside quotes of their own.
+std::string quotedWhereNeeded(const std::string& value) {
+  return withoutQuotes(trimmed(value)) == value ? value : '"' + value + '"';
+}
+
+// A line's text can't hold a line end; such a value would become lines of its own.
+std::string onOneLine(std::string value) {
+  return replaced(replaced(std::move(value), '\n', ' '), '\r', ' ');
+}
+
+void writeValue(const std::string& file, const std::string& section, const std::string& key,
+                const std::string& value) {
+  if (file.empty()) return;
+  std::string text;
+  if (fileExists(file)) {
+    auto present = readWholeText(file, kLongestProfile);
+    if (!present) return;  // unreadable: better a lost write than a lost profile
+    text = std::move(*present);
+  }
+  const std::string end = text.find("\r\n") != std::string::npos ? "\r\n" : "\n";
+  const Place place = findKey(text, section, key);
+  std::string insertion = key + "=" + quotedWhereNeeded(onOneLine(value)) + end;
+  if (!place.sectionFound) insertion = "[" + section + "]" + end + insertion;
+  if (place.start > 0 && text[place.start - 1] != '\n') insertion = end + insertion;
+  text.replace(place.start, place.end - place.start, insertion);
+  if (!replaceFile(file, std::string_view(text))) return;
+}
+
+}  // namespace
+
+int32_t CSettingsFile::getInt(const std::string& section, const std::string& key, int32_t missing) const {
+  const auto value = readValue(file, section, key);
+  // Numbers beyond 32 bits wrap, as an unsigned value that was stored comes back with its bits.
+  return value ? static_cast<int32_t>(std::strtoll(value->c_str(), nullptr, 10)) : missing;
+}
+
+double CSettingsFile::getDouble(const std::string& section, const std::string& key, double missing) const {
+  const double value = std::strtod(getString(section, key, format("%f", missing)).c_str(), nullptr);
+  return std::isfinite(value) ? value : missing;
+}
+
+std::string CSettingsFile::getString(const std::string& section, const std::string& key,
+                                     const std::string& missing) const {
+  return readValue(file, section, key).value_or(missing.substr(0, kLongestValue));
+}
+
+void CSettingsFile::setInt(const std::string& section, const std::string& key, int32_t value) {
+  writeValue(file, section, key, format("%i", value));
+}
+void CSettingsFile::setUnsigned(const std::string& section, const std::string& key, uint32_t value) {
+  writeValue(file, section, key, format("%u", value));
+}
+void CSettingsFile::setDouble(const std::string& section, const std::string& key, double value) {
+  writeValue(file, section, key, format("%f", value));
+}
+void CSettingsFile::setString(const std::string& section, const std::string& key, const std::string& value) {
+  writeValue(file, section, key, value);
+}
+
+}  // namespace tarnvisor
