@@ -106,6 +106,12 @@ std::string workingFolder() {
   return withSeparator(fs::current_path(error).string());
 }
 
+uint64_t freeDiscBytes(const std::string& folder) {
+  std::error_code error;
+  const fs::space_info space = fs::space(folder, error);
+  return error ? 0 : space.available;
+}
+
 std::optional<std::vector<uint8_t>> readWholeFile(const std::string& path, uint64_t maxBytes) {
   return readWhole<std::vector<uint8_t>>(path, maxBytes);
 }

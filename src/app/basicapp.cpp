@@ -1,0 +1,242 @@
+#include "app/basicapp.h"
+
+#include <unistd.h>
+
+#include "base/clock.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "framework/commandids.h"
+#include "host/host.h"
+#include "settings/log.h"
+#include "settings/profile.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+CBasicApp* runningApp = nullptr;
+
+// "/a FILE": one letter and a blank. Absolute paths begin with the same character.
+bool isSwitchLine(const std::string& line) {
+  return line.size() >= 2 && line[0] == '/' && (line.size() == 2 || line[2] == ' ');
+}
+
+void logVersion() {
+  logPrintf("%i-%i-%i-%i build:%s\n", kVersion[0], kVersion[1], kVersion[2], kVersion[3], kBuildStamp);
+}
+}  // namespace
+
+CBasicApp& theApp() { return *runningApp; }
+
+CBasicApp::CBasicApp() {
+  runningApp = this;
+  loop.onCommand = [this](int32_t id) { (void)runCommand(id); };
+  loop.onIdle = [this](int32_t count) { return onIdle(count); };
+}
+
+CBasicApp::~CBasicApp() {
+  logPrintf("end:%s", ascTime(currentTime()).c_str());
+  unregistered.clear();
+  process = {};
+  runningApp = nullptr;
+}
+
+bool gateOpen(DocumentRow::Gate gate) {
+  const bool image = process.tarnvisorEnabled;
+  switch (gate) {
+    case DocumentRow::Gate::Image: return image;
+    case DocumentRow::Gate::Live: return image && process.fgAvailable;
+    case DocumentRow::Gate::ImageOrVelocity: return image || process.floEnabled;
+    case DocumentRow::Gate::Velocity: return process.floEnabled && process.flo1Available;
+    case DocumentRow::Gate::Dynamic: return image && process.dynamicChannel();
+  }
+  return false;
+}
+
+const CommandTableBase* CBasicApp::commands() const {
+  static const CommandTable<CBasicApp> table{
+      {cmd::FileOpen, "&Open...", &CBasicApp::onFileOpen},
+      {cmd::WindowTile, "&Tile", &CBasicApp::tileWindows},
+      {cmd::HelpContents, "&Contents", &CBasicApp::helpContents},
+      {cmd::AppAbout, "&About Tarnvisor...", &CBasicApp::about},
+      {cmd::FileClose, "E&xit", &CBasicApp::closeProgram},
+  };
+  return &table;
+}
+
+void CBasicApp::readSettings() { readApplicationSettings(expertMode, showDb, fgMode); }
+void CBasicApp::saveSettings() { saveApplicationSettings(expertMode, fgMode); }
+
+void CBasicApp::logBanner() {
+  logPrintf("\n\n\n****  start:%s", ascTime(currentTime()).c_str());
+  logVersion();
+  logPrintf("%s\n", commandLine.c_str());
+}
+
+// The order of these steps is known to whoever reads the log, and posted commands rely on it.
+bool CBasicApp::initInstance(const StartOptions& options) {
+  commandLine = options.commandLine;
+  const bool profileFound = options.profilePath.empty() ? selectProfile(options.programPath, false)
+                                                        : selectProfileFile(options.programPath, options.profilePath);
+  if (!profileFound) return false;
+  readSettings();
+  const std::string folder = settings.getString("settings", "directory", "./");
+  if (::chdir(folder.c_str()) != 0) logPrintf("folder %s can't be entered\n", folder.c_str());
+  logBanner();
+  writeMemoryReport();
+  process.cytoMode = 0;
+  if (process.tarnvisorEnabled) {
+    process.dustMaskEnabled = settings.getInt("settings", "dustmask", process.dustMaskEnabled);
+    process.fgAvailable = fgMode != 0;
+  }
+  if (process.floEnabled) startVelocityInput();
+  if (!options.dataFolder.empty()) openDatabaseIn(options.dataFolder);
+  else if (options.askForDataFolder || fileExists(settings.getString("Settings", "database", ""))) openDatabase();
+  registerDocumentTypes(options);
+  if (!host().windows.createMainFrame(kProgramTitle)) return false;
+  process.wmFreezeSave = static_cast<uint32_t>(InstanceMessage::FreezeSave);
+  process.wmAutoLoad = static_cast<uint32_t>(InstanceMessage::AutoLoad);
+  if (options.listenForOthers) link = InstanceLink::listen(kInstanceClass);
+
+  const bool isSwitch = isSwitchLine(commandLine);
+  if (!commandLine.empty()) {
+    const std::string file = isSwitch ? commandLine.substr(std::min<size_t>(3, commandLine.size())) : commandLine;
+    (void)openDocumentFile(file);
+  }
+  host().windows.showMainFrame();
+  logPrintf("%s\n", commandLine.c_str());
+  if (commandLine.empty() && db && showDb) postMainCommand(cmd::SelectSubject);
+  if (isSwitch) runStartSwitch(commandLine[1]);
+  logPrintf("initinst ok\n");
+  return true;
+}
+
+void CBasicApp::startVelocityInput() {
+  process.flo1Available = 0;
+  const int32_t address = hwSettings.getInt("flo1", "address", 768);
+  if (!velocityInput) return;
+  velocityInput->setAddress(address);
+  velocityInput->initialise(settings.getInt("FLOcalcs", "numberofchannels", 1));
+  if (!velocityInput->isReady()) return;
+  process.flo1Available = 1;
+  sampleBuffer.resize(512);
+}
+
+void CBasicApp::registerDocumentTypes(const StartOptions& options) {
+  if (process.tarnvisorEnabled && options.bindCameraControllers) options.bindCameraControllers();
+  for (const DocumentRow& row : options.documentTable) {
+    if (!gateOpen(row.gate)) continue;
+    auto type = std::make_unique<DocumentType>(row.classes);
+    DocumentType* kept = type.get();
+    if (row.registered) documents.registerType(std::move(type));
+    else {
+      documents.attach(*kept);
+      unregistered.push_back(std::move(type));
+    }
+    if (row.keptAs) process.*row.keptAs = kept;
+  }
+}
+
+// A switch works only by posted commands, so that the opened document is in front when they come.
+void CBasicApp::runStartSwitch(char letter) {
+  process.batchMode = process.quietMode = 1;
+  if (letter == 'a') {
+    postMainCommand(cmd::ExportUncompressedAvi);
+    postMainCommand(cmd::FileClose);
+  }
+  if (letter == 'm') postMainCommand(cmd::MovementCorrectionWithoutDisplay);
+  if (letter == 'P') postMainCommand(cmd::NailfoldPanorama);
+}
+
+int32_t CBasicApp::exitInstance() {
+  saveSettings();
+  process.linescanTemplate = nullptr;
+  unregistered.clear();
+  if (process.floEnabled && velocityInput) velocityInput->stop();
+  closeDatabase();
+  link.reset();
+  return 0;
+}
+
+CDocument* CBasicApp::openDocumentFile(const std::string& path) {
+  DocumentType* type = documents.typeFor(path);
+  if (!type) {
+    host().messages.show(format("%s can't be opened: no kind of document has this ending.", path.c_str()), Buttons::Ok,
+                         Icon::Error);
+    return nullptr;
+  }
+  CDocument* document = type->openDocument(path);
+  if (document) rememberFolder(document->pathName());
+  return document;
+}
+
+void CBasicApp::onFileOpen() {
+  if (documents.types().empty()) return;
+  FileRequest request;
+  request.title = "Open";
+  request.filter = kOpenFilter;
+  int opened = 0;
+  for (const std::string& path : host().choosers.openFiles(request))
+    if (openDocumentFile(path)) ++opened;
+  if (opened > 1) tileWindows();
+}
+
+std::vector<CommandTarget*> CBasicApp::commandChain() {
+  std::vector<CommandTarget*> chain;
+  if (CDocument* front = documents.active()) {
+    if (!front->views().empty()) chain.push_back(front->views().front().get());
+    chain.push_back(front);
+  }
+  chain.push_back(mainFrame);
+  chain.push_back(this);
+  return chain;
+}
+
+CommandResult CBasicApp::runCommand(int32_t id) { return routeCommand(commandChain(), id); }
+
+void CBasicApp::tileWindows() { host().windows.tile(); }
+void CBasicApp::closeProgram() { host().windows.closeMainFrame(); }
+
+void CBasicApp::helpContents() {
+  const std::string page = installedFolder() + "help" + kSeparator + "index.html";
+  if (!host().windows.openWithDesktop(page))
+    host().messages.show("The help can't be opened: " + page, Buttons::Ok, Icon::Warning);
+}
+
+void CBasicApp::about() {
+  const char* title = process.floEnabled && !process.tarnvisorEnabled   ? "FLO1"
+                      : process.tarnvisorEnabled && !process.floEnabled ? "Tarnvisor"
+                                                                        : kProgramTitle;
+  const MemoryStatus memory = memoryStatus();
+  host().messages.show(format("%s\n\nphysical memory %lluKB\nfree physical memory %lluKB\nmemory load %u %%\n"
+                              "used virtual memory %lluKB\nfree disc space %lluKB",
+                              title, static_cast<unsigned long long>(memory.totalPhysical >> 10),
+                              static_cast<unsigned long long>(memory.availablePhysical >> 10), memory.loadPercent,
+                              static_cast<unsigned long long>((memory.totalVirtual - memory.availableVirtual) >> 10),
+                              static_cast<unsigned long long>(freeDiscBytes(workingFolder()) >> 10)));
+}
+
+bool CBasicApp::isOpenView(const CView* view) const {
+  for (const CDocument* document : documents.documents())
+    for (const auto& open : document->views())
+      if (open.get() == view) return true;
+  return false;
+}
+
+void CBasicApp::receiveAutoLoad(const std::string& path) {
+  if (!process.imageTemplate) return;
+  if (!isOpenView(process.autoLoadView)) {
+    process.autoLoadView = nullptr;
+    CDocument* document = process.imageTemplate->newDocument();
+    if (!document || document->views().empty()) return;
+    process.autoLoadView = document->views().front().get();
+  }
+  documents.activate(process.autoLoadView->document());
+  if (auto* sink = dynamic_cast<AutoLoadSink*>(process.autoLoadView)) sink->loadImageFile(path);
+}
+
+void CBasicApp::receiveFreezeSave(const std::string& path) {
+  if (liveView) liveView->freezeAndSave(path);
+}
+
+}  // namespace tarnvisor

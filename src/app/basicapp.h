@@ -1,0 +1,139 @@
+// CBasicApp: the one application object, from the first instruction of the process to its end: the start sequence, the
+// document table behind the channel gates, the idle pass, messages between processes, and the shutdown.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "app/inputs.h"
+#include "app/instancelink.h"
+#include "app/processstate.h"
+#include "db/subjectdatabase.h"
+#include "framework/command.h"
+#include "framework/documenttype.h"
+#include "framework/messageloop.h"
+
+namespace tarnvisor {
+
+inline constexpr const char* kProgramTitle = "Tarnvisor 4.60.0.0";
+inline constexpr int32_t kVersion[4] = {4, 60, 0, 0};
+inline constexpr const char* kBuildStamp = "Sep  2 2025 14:40:32";
+inline constexpr const char* kOpenFilter =
+    "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi|Images (*.tv1)|*.tv1|Videos (*.dtv)|*.dtv|AVI Videos "
+    "(*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF (*.zzfcf)|*.zzfcf|XY charts "
+    "(*.zzxy)|*.zzxy|All files (*.*)|*.*||";
+
+// One row of the document table, filled in by assembly/.
+struct DocumentRow {
+  enum class Gate { Image, Live, ImageOrVelocity, Velocity, Dynamic };
+  Gate gate;
+  DocumentClass classes;
+  DocumentType* ProcessState::*keptAs = nullptr;  // null when no reference is kept
+  bool registered = true;                         // takes part in matching files
+};
+// Whether a row's channels are on.
+bool gateOpen(DocumentRow::Gate gate);
+
+struct StartOptions {
+  std::string programPath;
+  std::string profilePath;  // a profile to use in place of the program's own; empty for that
+  std::string commandLine;  // as given: a file, or "/x " and a file
+  std::span<const DocumentRow> documentTable;
+  std::function<void()> bindCameraControllers;  // before the first row, with the image channel on
+  bool listenForOthers = true;                  // take messages from other processes
+  std::string dataFolder;                       // a data folder in place of the profile's; empty for that
+  bool askForDataFolder = true;                 // when the profile names none that can be examined
+};
+
+class CBasicApp : public CommandTarget {
+ public:
+  CBasicApp();
+  ~CBasicApp() override;  // logs the end
+
+  // False ends the process before the message loop.
+  bool initInstance(const StartOptions& options);
+  int32_t exitInstance();
+  // True to be called again at once.
+  bool onIdle(int32_t count);
+
+  // The document of a file, opened or activated; null when no type claims the file or the document refused, after
+  // the user was told.
+  CDocument* openDocumentFile(const std::string& path);
+  void onFileOpen();
+  void postMainCommand(int32_t id) { loop.post(id); }
+  // The active view, its document, the frame, the application, in the order in which commands reach them.
+  std::vector<CommandTarget*> commandChain();
+  CommandResult runCommand(int32_t id);
+
+  void readSettings();
+  void saveSettings();
+  // Opens or creates the database that the profile names, asking for a folder when it names none. False when it can't be
+  // opened; the user has then been told and db is null.
+  bool openDatabase();
+  // The same for a data folder that is named here and not in the profile; it is made when missing.
+  bool openDatabaseIn(const std::string& folder);
+  void closeDatabase() { db.reset(); }
+
+  // Messages between processes.
+  void receiveAutoLoad(const std::string& path);
+  void receiveFreezeSave(const std::string& path);
+
+  void helpContents();
+  void about();
+  void tileWindows();
+  void closeProgram();
+  const CommandTableBase* commands() const override;
+
+  std::string dbPath;
+  std::string subjectId;
+  std::string subjectName;  // name, a blank, surname
+  int32_t examId = -1;
+  std::string dataFolder;  // with its trailing separator
+  std::string examFolder;
+  std::unique_ptr<SubjectDatabase> db;
+  int32_t expertMode = 1;
+  int32_t showDb = 1;
+  int32_t fgMode = 1;
+
+  DocumentManager documents;
+  MessageLoop loop;
+
+  // Borrowed; null when there is none.
+  VelocityInput* velocityInput = nullptr;
+  CameraPoll* camera = nullptr;
+  LiveSink* liveView = nullptr;
+  VelocitySink* flo1View = nullptr;
+  CommandTarget* mainFrame = nullptr;
+  int64_t samplesRead = 0;
+
+  // Told when the subject, the exam or its results changed (the exam list).
+  std::function<void()> onSelectionChanged;
+
+ private:
+  void startVelocityInput();
+  void registerDocumentTypes(const StartOptions& options);
+  void runStartSwitch(char letter);
+  void logBanner();
+  bool isOpenView(const CView* view) const;
+  bool openDatabaseFile();
+  bool idleVelocityInput();
+  bool idleCamera();
+  void idleFrameCounter();
+  void idleCameraStop();
+
+  std::vector<std::unique_ptr<DocumentType>> unregistered;  // types that match no file
+  std::vector<int16_t> sampleBuffer;
+  std::optional<InstanceLink> link;
+  bool wasRecording = false;
+  int32_t lastFrameCounter = 0;
+  std::string commandLine;
+};
+
+// The application object; made by the program, one at a time.
+CBasicApp& theApp();
+
+}  // namespace tarnvisor

@@ -1,0 +1,64 @@
+// The idle pass: the poll that drives the display of a running camera and the reading of the velocity input.
+#include <algorithm>
+
+#include "app/basicapp.h"
+#include "framework/commandids.h"
+
+namespace tarnvisor {
+
+bool CBasicApp::onIdle(int32_t) {
+  if (link)
+    link->poll([this](InstanceMessage message, const std::string& path) {
+      if (message == InstanceMessage::AutoLoad) receiveAutoLoad(path);
+      if (message == InstanceMessage::FreezeSave) receiveFreezeSave(path);
+    });
+  bool again = idleVelocityInput();
+  again = idleCamera() || again;
+  idleFrameCounter();
+  idleCameraStop();
+  return again;
+}
+
+bool CBasicApp::idleVelocityInput() {
+  const bool recording = process.floEnabled && velocityInput && flo1View && flo1View->isRecording();
+  const bool first = recording && !wasRecording;
+  wasRecording = recording;
+  if (!recording || sampleBuffer.empty()) return recording;
+  // What the device gathered before the recording began does not belong to it.
+  if (first) velocityInput->read(sampleBuffer);
+  const int32_t available = velocityInput->availableSamples();
+  if (available > 0) {
+    if (static_cast<size_t>(available) > sampleBuffer.size()) sampleBuffer.resize(static_cast<size_t>(available));
+    const int32_t got = std::max(0, velocityInput->read(std::span(sampleBuffer).first(static_cast<size_t>(available))));
+    flo1View->takeSamples(std::span<const int16_t>(sampleBuffer).first(static_cast<size_t>(got)));
+    samplesRead += got;
+  }
+  return true;
+}
+
+bool CBasicApp::idleCamera() {
+  if (!process.tarnvisorEnabled || !liveView || !camera) return false;
+  if (camera->status() & CameraPoll::kNewPicture) liveView->redrawNow();
+  if (camera->isTriggered()) postMainCommand(cmd::Trigger);
+  return camera->isRunning();
+}
+
+void CBasicApp::idleFrameCounter() {
+  if (!process.dynamicChannel() || !camera) return;
+  const int32_t counter = camera->frameCounter();
+  if (counter == lastFrameCounter) return;
+  const int64_t passed = static_cast<int64_t>(counter) - lastFrameCounter;
+  lastFrameCounter = counter;
+  if (liveView) liveView->framesPassed(passed < 0 ? 1 : static_cast<int32_t>(std::min<int64_t>(passed, INT32_MAX)), counter);
+}
+
+void CBasicApp::idleCameraStop() {
+  if (!process.tarnvisorEnabled || !camera || !camera->hasStoppedByItself()) return;
+  for (CDocument* document : documents.documents())
+    for (const auto& view : document->views()) {
+      CommandTarget* const target = view.get();
+      (void)routeCommand(std::span(&target, 1), cmd::Stop);
+    }
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,61 @@
+// What the idle pass needs of the camera, the velocity input and their open views. The rooms that have them implement
+// these; tests script them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace tarnvisor {
+
+// The velocity input's device. Samples are 16-bit and mono.
+class VelocityInput {
+ public:
+  virtual ~VelocityInput() = default;
+  virtual void setAddress(int32_t address) = 0;
+  virtual void initialise(int32_t channels) = 0;
+  virtual bool isReady() const = 0;
+  virtual int32_t availableSamples() = 0;
+  // Reads up to the buffer's length; returns how many there were.
+  virtual int32_t read(std::span<int16_t> buffer) = 0;
+  virtual void stop() = 0;
+};
+
+// The open velocity view, as far as the idle pass sees it.
+class VelocitySink {
+ public:
+  virtual ~VelocitySink() = default;
+  virtual bool isRecording() const = 0;
+  virtual void takeSamples(std::span<const int16_t> samples) = 0;
+};
+
+class CameraPoll {
+ public:
+  static constexpr uint32_t kNewPicture = 1u << 1;
+  virtual ~CameraPoll() = default;
+  virtual uint32_t status() = 0;
+  virtual bool isTriggered() = 0;
+  virtual bool isRunning() = 0;
+  virtual bool hasStoppedByItself() = 0;
+  virtual int32_t frameCounter() = 0;
+};
+
+// The open live view, as far as the application sees it.
+class LiveSink {
+ public:
+  virtual ~LiveSink() = default;
+  virtual void redrawNow() = 0;
+  // frames: how many since the last pass, at least 1.
+  virtual void framesPassed(int32_t frames, int32_t counter) = 0;
+  // Freezes and saves the present frame, under the automatic name when the path is empty.
+  virtual void freezeAndSave(const std::string& path) = 0;
+};
+
+// The view of an image document, as far as loading on another program's request needs it.
+class AutoLoadSink {
+ public:
+  virtual ~AutoLoadSink() = default;
+  virtual void loadImageFile(const std::string& path) = 0;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,45 @@
+// CdbDocument: the base of all documents that belong to an exam. A document is bound at its first save to the exam that
+// is selected then, and stays bound to it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "framework/document.h"
+
+namespace tarnvisor {
+
+class CdbDocument : public CDocument {
+ public:
+  bool onNewDocument() override;
+  // Binds, writes or updates the row of the results table, then saves.
+  bool onSaveDocument(const std::string& path) override;
+  std::string defaultPathName() const override;
+  void serialize(Archive& archive) override;
+
+  // Binds the document if it isn't, and brings its row in the results table up to date.
+  void storeResult(const std::string& path);
+  // Writes resultText to the row, unless it is empty. Also for a result that changes without a save.
+  void updateResult(const std::string& path);
+  // The document's path without its extension, the suffix added, with blanks made "-".
+  std::string setBaseFileName(const std::string& suffix) const;
+
+  int32_t saveCount = 0;        // rises with each store
+  std::string patientId;        // subject at binding
+  int32_t examIdOfDoc = -1;     // exam at binding; -1 when unbound
+  std::string userLabel;        // the user's name, refreshed at each save
+  std::string resultText;
+  int32_t isBound = 0;          // also 1 after loading
+  std::string stationId;        // the workstation, set at binding
+  std::string stationIdFirst;   // the workstation of the first save
+
+ private:
+  void bindToSelection();
+};
+
+// What identifies the person and the machine: key `user` and key `station` of section `Settings` where a laboratory sets
+// them, otherwise the login's and the computer's name.
+std::string currentUserLabel();
+std::string currentStationId();
+
+}  // namespace tarnvisor

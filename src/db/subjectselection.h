@@ -1,0 +1,91 @@
+// The windows of the subject database, without their faces: choosing a subject, starting an examination, the list of
+// exams with their results, and the automatic analysis of an exam's images.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "db/subjectdatabase.h"
+
+namespace tarnvisor {
+
+// The dialog "Select Subject".
+class SubjectDialog {
+ public:
+  enum class Result { StartNewExamination, ViewExaminations, Cancel };
+  static constexpr size_t kLongestId = 65535;
+
+  // Opens on the present selection.
+  SubjectDialog();
+
+  // What the id box offers: the last used subjects, or those whose id begins with what is typed; at most 30. With
+  // exactly one match it is selected and its details are read.
+  void typeId(const std::string& text);
+  void chooseId(const std::string& text);  // an entry of the list
+  void addAsNewId();                       // blanks become "_"
+  void saveDetails();
+  // Ends the dialog; leaving it for an examination marks the subject as used just now. Cancel clears the selection.
+  void finish(Result result);
+
+  const std::vector<std::string>& offered() const { return ids; }
+  const std::string& description() const { return dbDescription; }  // lines about the database
+
+  std::string id;
+  std::string name;
+  std::string surname;
+  std::string comment;
+
+ private:
+  void fillList();
+  void readDetails();
+  std::vector<std::string> ids;
+  std::string dbDescription;
+};
+
+// Makes the exam's folder and row for the selected subject, selects it and closes all documents. False without a
+// database or subject, or when the user keeps a document open.
+bool startNewExamination(const std::string& site, const std::string& comment);
+
+// The whole of the command, with a face to run the dialog; startAcquisition is posted at its end.
+class SubjectDialogFace {
+ public:
+  virtual ~SubjectDialogFace() = default;
+  virtual SubjectDialog::Result run(SubjectDialog& dialog) = 0;
+};
+void runSelectSubject(SubjectDialogFace& face);
+
+// The window "Select Exam".
+class ExamList {
+ public:
+  static const std::vector<std::string>& examColumns();    // "examid", "Site", "Date", "comments", "folder"
+  static const std::vector<std::string>& resultColumns();  // "id", "date", "filename", "result"
+
+  void refresh();
+  void refreshResults();
+  // Selects the exam of a row of exams() for what is recorded and bound from now on.
+  void select(size_t row);
+  // The path of a row of results(). Opening it is the application's: openResult also tiles the windows.
+  std::string pathOfResult(size_t row) const;
+  void openResult(size_t row) const;
+
+  std::string heading() const;  // "Subject ", the id, ": ", the name
+  const std::vector<ExamRow>& exams() const { return examRows; }
+  const std::vector<ResultRow>& results() const { return resultRows; }
+  int selectedRow() const;  // -1 when no row is the selected exam
+
+ private:
+  std::vector<ExamRow> examRows;
+  std::vector<ResultRow> resultRows;
+};
+
+// Opens every result of the selected exam through the image type and, with key `postprocess` of section `settings` set,
+// runs the automatic analysis of each.
+class AutomaticAnalysis {
+ public:
+  virtual ~AutomaticAnalysis() = default;
+  virtual void analyseAutomatically() = 0;
+};
+void runProcessResults();
+
+}  // namespace tarnvisor

@@ -1,0 +1,52 @@
+#include "framework/command.h"
+
+#include "base/text.h"
+
+namespace tarnvisor {
+
+std::string plainCommandText(std::string_view menuText) {
+  std::string plain;
+  for (const char c : menuText.substr(0, menuText.find('\t')))
+    if (c != '&') plain += c;
+  while (!plain.empty() && (plain.back() == '.' || plain.back() == ' ')) plain.pop_back();
+  return plain;
+}
+
+bool sameCommandText(std::string_view a, std::string_view b) {
+  return equalIgnoringCase(plainCommandText(a), plainCommandText(b));
+}
+
+const CommandRow* CommandTableBase::find(int32_t id) const {
+  for (const CommandTableBase* table = this; table; table = table->base)
+    for (const CommandRow& row : table->all)
+      if (row.id == id) return &row;
+  return nullptr;
+}
+
+const CommandRow* CommandTableBase::find(std::string_view text) const {
+  if (plainCommandText(text).empty()) return nullptr;
+  for (const CommandTableBase* table = this; table; table = table->base)
+    for (const CommandRow& row : table->all)
+      if (sameCommandText(row.text, text)) return &row;
+  return nullptr;
+}
+
+namespace {
+template <class Key>
+CommandResult route(std::span<CommandTarget* const> chain, const Key& key) {
+  for (CommandTarget* target : chain) {
+    const CommandTableBase* table = target ? target->commands() : nullptr;
+    const CommandRow* row = table ? table->find(key) : nullptr;
+    if (!row) continue;
+    if (!row->enabled(*target)) return CommandResult::Disabled;
+    row->execute(*target);
+    return CommandResult::Done;
+  }
+  return CommandResult::Unknown;
+}
+}  // namespace
+
+CommandResult routeCommand(std::span<CommandTarget* const> chain, int32_t id) { return route(chain, id); }
+CommandResult routeCommand(std::span<CommandTarget* const> chain, std::string_view text) { return route(chain, text); }
+
+}  // namespace tarnvisor

@@ -1,0 +1,137 @@
+#include "framework/document.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "archive/archive.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "framework/commandids.h"
+#include "framework/documenttype.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+CDocument::CDocument() = default;
+CDocument::~CDocument() = default;
+
+const CommandTableBase* CDocument::commands() const {
+  static const CommandTable<CDocument> table{
+      {cmd::FileSave, "&Save", &CDocument::saveCommand},
+      {cmd::FileSaveAs, "Save &As...", &CDocument::saveAsCommand},
+  };
+  return &table;
+}
+
+void CDocument::setPathName(const std::string& path) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(path, error);
+  filePath = error ? path : absolute.lexically_normal().string();
+  windowTitle = fileNameOf(filePath);
+}
+
+bool CDocument::onNewDocument() {
+  deleteContents();
+  setModified(false);
+  filePath.clear();
+  return true;
+}
+
+void CDocument::report(const std::string& words) { host().messages.show(words, Buttons::Ok, Icon::Error); }
+
+bool CDocument::loadFrom(const std::string& path) {
+  std::FILE* file = fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr;
+  if (!file) {
+    report(format("%s can't be opened: %s", path.c_str(), std::strerror(fileExists(path) ? errno : ENOENT)));
+    return false;
+  }
+  deleteContents();
+  bool loaded = false;
+  try {
+    FileStream stream(file);
+    Archive archive(stream, Archive::Direction::Loading);
+    serialize(archive);
+    loaded = true;
+  } catch (const ArchiveException& problem) {
+    deleteContents();
+    report(format("%s can't be opened: %s.", path.c_str(), problem.what()));
+  } catch (const std::bad_alloc&) {
+    deleteContents();
+    report(format("%s can't be opened: there is not enough memory.", path.c_str()));
+  }
+  std::fclose(file);
+  setModified(false);
+  return loaded;
+}
+
+bool CDocument::onOpenDocument(const std::string& path) { return loadFrom(path); }
+
+bool CDocument::storeTo(const std::string& path) {
+  AtomicFile file(path);
+  Outcome done = Outcome::success();
+  try {
+    if (file.isOpen()) {
+      FileStream stream(file.file());
+      Archive archive(stream, Archive::Direction::Storing);
+      serialize(archive);
+      archive.close();
+    }
+    done = file.commit();
+  } catch (const ArchiveException& problem) {
+    done = Outcome::failure(problem.what());
+  }
+  if (!done) {
+    report(format("%s could not be saved: %s", path.c_str(), done.why().c_str()));
+    return false;
+  }
+  setModified(false);
+  return true;
+}
+
+bool CDocument::onSaveDocument(const std::string& path) { return storeTo(path); }
+
+bool CDocument::save() {
+  if (filePath.empty()) return saveAs();
+  return onSaveDocument(filePath);
+}
+
+std::string CDocument::defaultPathName() const {
+  return windowTitle + (documentType ? documentType->filterExtension() : std::string());
+}
+
+bool CDocument::saveAs() {
+  FileRequest request;
+  request.title = "Save As";
+  if (documentType) {
+    request.defaultExtension = documentType->filterExtension();
+    request.filter = documentType->filterName() + "|*" + request.defaultExtension + "||";
+  }
+  request.initialPath = filePath.empty() ? defaultPathName() : filePath;
+  const auto path = host().choosers.saveFile(request);
+  if (!path || path->empty() || !onSaveDocument(*path)) return false;
+  setPathName(*path);
+  updateAllViews();
+  return true;
+}
+
+bool CDocument::saveModified() {
+  if (!modified) return true;
+  const std::string name = filePath.empty() ? windowTitle : filePath;
+  switch (host().messages.show("Save changes to " + name + "?", Buttons::YesNoCancel, Icon::Question)) {
+    case Answer::Yes:
+      return save();
+    case Answer::No:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void CDocument::addView(std::unique_ptr<CView> view) { viewList.push_back(std::move(view)); }
+
+void CDocument::updateAllViews() {
+  for (const auto& view : viewList) view->onUpdate();
+}
+
+}  // namespace tarnvisor

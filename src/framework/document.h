@@ -1,0 +1,88 @@
+// A document: what a file holds, with its views. Headless; a window shows a view of it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "framework/command.h"
+
+namespace tarnvisor {
+
+class Archive;
+class CDocument;
+class DocumentType;
+
+// A view shows one document; it is told of each change. It belongs to the document, which deletes it on closing.
+class CView : public CommandTarget {
+ public:
+  explicit CView(CDocument& shown) : shownDocument(shown) {}
+  CDocument& document() const { return shownDocument; }
+  virtual void onUpdate() {}
+
+ private:
+  CDocument& shownDocument;
+};
+
+class CDocument : public CommandTarget {
+ public:
+  CDocument();
+  ~CDocument() override;
+  CDocument(const CDocument&) = delete;
+  CDocument& operator=(const CDocument&) = delete;
+
+  // The name in the window's title: the file's name once there is a file.
+  const std::string& title() const { return windowTitle; }
+  void setTitle(std::string text) { windowTitle = std::move(text); }
+  const std::string& pathName() const { return filePath; }  // absolute; empty before the first save
+  void setPathName(const std::string& path);                // also takes the title from it
+  bool isModified() const { return modified; }
+  void setModified(bool on = true) { modified = on; }
+
+  // The type that made the document; null for one made without (a temporary).
+  DocumentType* type() const { return documentType; }
+
+  // Each returns false after telling the user why, and then leaves no half-made file.
+  virtual bool onNewDocument();
+  virtual bool onOpenDocument(const std::string& path);
+  virtual bool onSaveDocument(const std::string& path);
+  // Empties the document, also before a load.
+  virtual void deleteContents() {}
+  virtual void serialize(Archive& archive) = 0;
+  // What the document answers to beside the file kinds its type opens: text to show when something failed.
+  virtual void report(const std::string& words);
+
+  // Saves under the present path, or asks for one. False when the user cancels or the save fails.
+  virtual bool save();
+  bool saveAs();
+  // The path that Save As offers.
+  virtual std::string defaultPathName() const;
+  // Asks whether to save a changed document. False when the user cancels, or a wanted save fails.
+  virtual bool saveModified();
+  // Called once, before the document is destroyed.
+  virtual void onCloseDocument() {}
+
+  void addView(std::unique_ptr<CView> view);
+  const std::vector<std::unique_ptr<CView>>& views() const { return viewList; }
+  void updateAllViews();
+
+  const CommandTableBase* commands() const override;
+  void saveCommand() { (void)save(); }
+  void saveAsCommand() { (void)saveAs(); }
+
+ protected:
+  // The two halves of opening and saving that a document with more than one file puts its own work around.
+  bool loadFrom(const std::string& path);
+  bool storeTo(const std::string& path);
+
+ private:
+  friend class DocumentType;
+  std::string windowTitle;
+  std::string filePath;
+  bool modified = false;
+  DocumentType* documentType = nullptr;
+  std::vector<std::unique_ptr<CView>> viewList;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,124 @@
+#include "framework/documenttype.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "base/files.h"
+#include "base/text.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+DocumentType::DocumentType(const DocumentClass& classFacts) : facts(classFacts) {
+  const std::vector<std::string> parts = split(facts.resource, '\n');
+  for (size_t i = 0; i < fields.size() && i < parts.size(); ++i) fields[i] = parts[i];
+}
+
+DocumentType::~DocumentType() {
+  while (!open.empty()) discard(*open.back());
+  if (manager) manager->detach(*this);
+}
+
+bool DocumentType::matches(const std::string& path) const {
+  return !filterExtension().empty() && equalIgnoringCase("." + extensionOf(path), filterExtension());
+}
+
+std::unique_ptr<CDocument> DocumentType::make() {
+  if (!canOpen()) {
+    host().messages.show(format("%s documents can't be opened in this version.", documentName().c_str()), Buttons::Ok,
+                         Icon::Warning);
+    return nullptr;
+  }
+  auto document = facts.makeDocument();
+  if (!document) return nullptr;
+  document->documentType = this;
+  return document;
+}
+
+CDocument* DocumentType::keep(std::unique_ptr<CDocument> document) {
+  CDocument& kept = *open.emplace_back(std::move(document));
+  if (facts.makeView) kept.addView(facts.makeView(kept));
+  if (manager) manager->opened(kept);
+  return &kept;
+}
+
+CDocument* DocumentType::newDocument() {
+  auto document = make();
+  if (!document) return nullptr;
+  document->setTitle(format("%s%i", documentName().c_str(), ++made));
+  return document->onNewDocument() ? keep(std::move(document)) : nullptr;
+}
+
+CDocument* DocumentType::findOpen(const std::string& path) const {
+  std::error_code error;
+  for (const auto& document : open)
+    if (!document->pathName().empty() && std::filesystem::equivalent(document->pathName(), path, error))
+      return document.get();
+  return nullptr;
+}
+
+CDocument* DocumentType::openDocument(const std::string& path) {
+  if (CDocument* present = findOpen(path)) {
+    if (manager) manager->activate(*present);
+    return present;
+  }
+  auto document = make();
+  if (!document) return nullptr;
+  // Known before the load, since a document finds its other files beside its own.
+  document->setPathName(path);
+  return document->onOpenDocument(path) ? keep(std::move(document)) : nullptr;
+}
+
+void DocumentType::discard(CDocument& document) {
+  const auto at = std::find_if(open.begin(), open.end(), [&](const auto& d) { return d.get() == &document; });
+  if (at == open.end()) return;
+  document.onCloseDocument();
+  if (manager) manager->closing(document);
+  open.erase(at);
+  if (manager && manager->onChange) manager->onChange();
+}
+
+DocumentType* DocumentManager::registerType(std::unique_ptr<DocumentType> type) {
+  type->manager = this;
+  return registered.emplace_back(std::move(type)).get();
+}
+
+void DocumentManager::attach(DocumentType& type) { type.manager = this; }
+void DocumentManager::detach(DocumentType& type) { type.manager = nullptr; }
+
+DocumentType* DocumentManager::typeFor(const std::string& path) const {
+  for (const auto& type : registered)
+    if (type->matches(path)) return type.get();
+  return nullptr;
+}
+
+void DocumentManager::activate(CDocument& document) {
+  closing(document);
+  opened(document);
+}
+
+void DocumentManager::opened(CDocument& document) {
+  order.push_back(&document);
+  if (onChange) onChange();
+}
+
+void DocumentManager::closing(CDocument& document) { std::erase(order, &document); }
+
+bool DocumentManager::close(CDocument& document) {
+  if (!document.saveModified()) return false;
+  document.type()->discard(document);
+  return true;
+}
+
+bool DocumentManager::closeAll() {
+  while (CDocument* front = active())
+    if (!close(*front)) return false;
+  return true;
+}
+
+void DocumentManager::closeAllOf(DocumentType& type) {
+  while (!type.documents().empty())
+    if (!close(*type.documents().back())) return;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,96 @@
+// A document type binds a resource string to the classes of its document and view, and owns its open documents. The
+// manager holds the registered types in the order in which a file's extension is matched.
+#pragma once
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "framework/document.h"
+
+namespace tarnvisor {
+
+struct DocumentClass {
+  int32_t id = 0;
+  // Seven fields separated by line feeds: window title, document name, name for File New, filter name, filter
+  // extension, and the type's identifier and name in the desktop's registry of file types.
+  const char* resource = "";
+  const char* documentName = "";
+  const char* viewName = "";
+  const char* frameName = "";
+  // Both may be null: such a type stands in the table and opens nothing.
+  std::unique_ptr<CDocument> (*makeDocument)() = nullptr;
+  std::unique_ptr<CView> (*makeView)(CDocument&) = nullptr;
+};
+
+class DocumentType {
+ public:
+  explicit DocumentType(const DocumentClass& facts);
+  ~DocumentType();
+
+  int32_t id() const { return facts.id; }
+  const DocumentClass& classes() const { return facts; }
+  const std::string& field(size_t index) const { return fields[index]; }
+  const std::string& documentName() const { return fields[1]; }
+  const std::string& filterName() const { return fields[3]; }
+  const std::string& filterExtension() const { return fields[4]; }  // with its dot; empty: matches no file
+  bool canOpen() const { return facts.makeDocument != nullptr; }
+  bool matches(const std::string& path) const;
+
+  // A new empty document with a view, titled by its kind and a number. Null when it can't be made.
+  CDocument* newDocument();
+  // The document of a file: the open one, activated, or a new one. Null after the document told the user why.
+  CDocument* openDocument(const std::string& path);
+  const std::vector<std::unique_ptr<CDocument>>& documents() const { return open; }
+  CDocument* findOpen(const std::string& path) const;
+  // Destroys a document without asking.
+  void discard(CDocument& document);
+
+ private:
+  friend class DocumentManager;
+  std::unique_ptr<CDocument> make();
+  CDocument* keep(std::unique_ptr<CDocument> document);
+
+  DocumentClass facts;
+  std::array<std::string, 7> fields;
+  std::vector<std::unique_ptr<CDocument>> open;
+  int made = 0;
+  class DocumentManager* manager = nullptr;
+};
+
+class DocumentManager {
+ public:
+  // Takes over the type; it takes part in matching files from now on.
+  DocumentType* registerType(std::unique_ptr<DocumentType> type);
+  // A type that others own and that matches no file, but whose documents count among the open ones.
+  void attach(DocumentType& type);
+  void detach(DocumentType& type);
+  const std::vector<std::unique_ptr<DocumentType>>& types() const { return registered; }
+  DocumentType* typeFor(const std::string& path) const;  // the first registered that matches
+
+  // The document in front: the one opened or activated last.
+  CDocument* active() const { return order.empty() ? nullptr : order.back(); }
+  void activate(CDocument& document);
+  // All open documents, the one in front last.
+  const std::vector<CDocument*>& documents() const { return order; }
+
+  // Closes after asking about changes; false when the user keeps it open.
+  bool close(CDocument& document);
+  // Closes from the front until none is left or one stays open.
+  bool closeAll();
+  void closeAllOf(DocumentType& type);
+
+  // Told of each document opened, activated or closed (windows).
+  std::function<void()> onChange;
+
+ private:
+  friend class DocumentType;
+  void opened(CDocument& document);
+  void closing(CDocument& document);
+  std::vector<std::unique_ptr<DocumentType>> registered;
+  std::vector<CDocument*> order;
+};
+
+}  // namespace tarnvisor
