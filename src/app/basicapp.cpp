@@ -81,7 +81,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   if (!profileFound) return false;
   readSettings();
   const std::string folder = settings.getString("settings", "directory", "./");
-  if (::chdir(folder.c_str()) != 0) logPrintf("folder %s can't be entered\n", folder.c_str());
+  if (!options.keepWorkingFolder && ::chdir(folder.c_str()) != 0) logPrintf("folder %s can't be entered\n", folder.c_str());
   logBanner();
   writeMemoryReport();
   process.cytoMode = 0;

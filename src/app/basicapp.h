@@ -46,6 +46,7 @@ struct StartOptions {
   std::function<void()> bindCameraControllers;  // before the first row, with the image channel on
   bool listenForOthers = true;                  // take messages from other processes
   std::string dataFolder;                       // a data folder in place of the profile's; empty for that
+  bool keepWorkingFolder = false;               // stay in the folder the program was started in
   bool askForDataFolder = true;                 // when the profile names none that can be examined
 };
 

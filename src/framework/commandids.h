@@ -86,6 +86,7 @@ enum : int32_t {
   Bin,
   Threshold,
   FindCapillaries,
+  CalculateAverage,
   ThresholdCapillaries,
   ThresholdPreprocessCheck,
   Processing,

@@ -114,6 +114,11 @@ Form& Form::setOkLabel(std::string words) {
   return *this;
 }
 
+Form& Form::setOnChange(std::function<void()> handler) {
+  onChange = std::move(handler);
+  return *this;
+}
+
 const FormField* Form::find(const std::string& label) const {
   for (const FormField& field : rows)
     if (field.kind != FormField::Kind::Note && plainLabel(field.label) == plainLabel(label)) return &field;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <string>
 #include <variant>
@@ -45,10 +46,17 @@ class Form {
   Form& addChoice(std::string label, int32_t& index, std::vector<std::string> choices);
   Form& addNote(std::string words);
   Form& setOkLabel(std::string words);
+  // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves undoing to
+  // whoever runs the form.
+  Form& setOnChange(std::function<void()> handler);
 
   const std::string& title() const { return heading; }
   const std::string& okLabel() const { return okWords; }
   const std::vector<FormField>& fields() const { return rows; }
+  bool isLive() const { return onChange != nullptr; }
+  void changed() const {
+    if (onChange) onChange();
+  }
   // The field whose label matches without regard to case, "&" and a trailing ":"; null when there is none.
   const FormField* find(const std::string& label) const;
 
@@ -57,12 +65,14 @@ class Form {
   std::string heading;
   std::string okWords = "OK";
   std::vector<FormField> rows;
+  std::function<void()> onChange;
 };
 
 class Forms {
  public:
   virtual ~Forms() = default;
-  // True when the user accepted: all fields are then stored in their variables. On Cancel none is.
+  // True when the user accepted: all fields are then stored in their variables. On Cancel none is, unless the form is
+  // live.
   virtual bool run(Form& form) = 0;
 };
 

@@ -1,0 +1,14 @@
+// The one place that names every document class: the document table in the order in which files are matched, and the
+// classes that are stored by reference.
+#pragma once
+
+#include <span>
+
+#include "app/basicapp.h"
+
+namespace tarnvisor {
+
+std::span<const DocumentRow> documentTable();
+void registerStoredClasses();
+
+}  // namespace tarnvisor

@@ -1,0 +1,59 @@
+// tarnvisor-batch: the system without windows, driven by a script.
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "app/mainframe.h"
+#include "assembly/assembly.h"
+#include "batch/demonstration.h"
+#include "batch/runner.h"
+#include "batch/script.h"
+#include "batch/scripthost.h"
+
+namespace {
+
+// The workstation's program file, whose profile a script uses: it stands beside this one.
+std::string workstationPath() {
+  std::error_code error;
+  const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+  return ((error ? std::filesystem::path("./") : self.parent_path()) / "tarnvisor").string();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace tarnvisor;
+  const BatchOptions options = parseBatchOptions({argv + 1, argv + argc});
+  if (!options.message.empty()) std::fputs(options.message.c_str(), options.exitCode == 0 ? stdout : stderr);
+  if (options.exitCode >= 0) return options.exitCode;
+
+  registerStoredClasses();
+  ScriptHost script;
+  const HostScope scope(script.ports);
+  CBasicApp app;
+  const CBasicMainFrame frame(app);
+  StartOptions start;
+  start.programPath = workstationPath();
+  start.profilePath = options.profile;
+  start.documentTable = documentTable();
+  start.listenForOthers = false;
+  start.askForDataFolder = false;
+  start.keepWorkingFolder = true;
+  start.dataFolder = options.dataFolder;
+  if (!app.initInstance(start)) {
+    std::fprintf(stderr, "tarnvisor-batch can't start: %s\n", script.shown().c_str());
+    return 1;
+  }
+  int code = 0;
+  if (script.hadError()) {
+    std::fprintf(stderr, "%s\n", script.shown().c_str());
+    code = 1;
+  }
+  while (app.loop.hasPosted()) (void)app.loop.turn();
+  if (code == 0 && options.demonstration) code = runDemonstration(app, script);
+  if (code == 0) code = ScriptRunner(app, script, options.json).run(options.steps, options.keepGoing);
+  app.exitInstance();
+  return code;
+}

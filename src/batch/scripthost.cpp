@@ -1,0 +1,110 @@
+#include "batch/scripthost.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+
+namespace tarnvisor {
+
+void ScriptHost::begin(std::vector<std::string> stepAnswers) {
+  answers = std::move(stepAnswers);
+  messages.clear();
+  wrong.clear();
+  sawError = false;
+}
+
+std::string ScriptHost::shown() const {
+  std::string all;
+  for (const std::string& message : messages) all += (all.empty() ? "" : "\n") + message;
+  return all;
+}
+
+// Takes the next answer if it is one of the words.
+bool ScriptHost::takeWord(std::initializer_list<const char*> words, std::string& taken) {
+  if (answers.empty()) return false;
+  for (const char* word : words)
+    if (equalIgnoringCase(answers.front(), word)) {
+      taken = word;
+      answers.erase(answers.begin());
+      return true;
+    }
+  return false;
+}
+
+Answer ScriptHost::show(const std::string& text, Buttons buttons, Icon icon) {
+  messages.push_back(text);
+  sawError = sawError || icon == Icon::Error || icon == Icon::Warning;
+  if (buttons == Buttons::Ok) return Answer::Ok;
+  std::string word;
+  if (takeWord({"yes", "no", "ok", "cancel"}, word))
+    return word == "yes" ? Answer::Yes : word == "no" ? Answer::No : word == "ok" ? Answer::Ok : Answer::Cancel;
+  // Nobody said yes, so nothing is lost by it.
+  return buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
+}
+
+std::optional<std::string> ScriptHost::takePath() {
+  std::string word;
+  if (takeWord({"cancel"}, word) || answers.empty()) return std::nullopt;
+  const std::string path = answers.front();
+  answers.erase(answers.begin());
+  return path;
+}
+
+std::optional<std::string> ScriptHost::openFile(const FileRequest& request) {
+  auto path = takePath();
+  if (!path && wrong.empty()) wrong = format("\"%s\" asks for a file, and the step names none", request.title.c_str());
+  return path;
+}
+
+std::optional<std::string> ScriptHost::saveFile(const FileRequest& request) {
+  auto path = takePath();
+  if (path && !path->empty() && path->find('.', path->find_last_of('/') + 1) == std::string::npos)
+    *path += request.defaultExtension;
+  return path ? path : std::optional<std::string>(request.initialPath);
+}
+
+std::vector<std::string> ScriptHost::openFiles(const FileRequest&) {
+  std::vector<std::string> paths;
+  while (auto path = takePath()) paths.push_back(*path);
+  return paths;
+}
+
+std::optional<std::string> ScriptHost::chooseFolder(const std::string&, const std::string&) { return takePath(); }
+
+// Answers of the form label=value whose label the form has.
+bool ScriptHost::applyLabelled(const Form& form) {
+  for (auto at = answers.begin(); at != answers.end();) {
+    const size_t equals = at->find('=');
+    const FormField* field = equals == std::string::npos ? nullptr : form.find(at->substr(0, equals));
+    if (!field) {
+      ++at;
+      continue;
+    }
+    wrong = field->take(at->substr(equals + 1));
+    if (!wrong.empty()) return false;
+    at = answers.erase(at);
+  }
+  return true;
+}
+
+bool ScriptHost::run(Form& form) {
+  std::string word;
+  if (takeWord({"cancel"}, word)) return false;
+  if (!applyLabelled(form)) return false;
+  // What is left without a label fills the fields in order; words for later questions stay.
+  for (const FormField& field : form.fields()) {
+    if (field.kind == FormField::Kind::Note || field.readOnly || answers.empty()) continue;
+    const std::string& next = answers.front();
+    const bool isWord = equalIgnoringCase(next, "yes") || equalIgnoringCase(next, "no") || equalIgnoringCase(next, "ok");
+    if (next.find('=') != std::string::npos || (isWord && field.kind != FormField::Kind::Check)) break;
+    wrong = field.take(next);
+    if (!wrong.empty()) return false;
+    answers.erase(answers.begin());
+    if (field.kind != FormField::Kind::Check || form.fields().size() > 1) break;  // one plain answer a question
+  }
+  takeWord({"ok", "yes"}, word);
+  form.changed();
+  return true;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,57 @@
+// The host of a script: questions are answered from the step's list of answers, in the order asked; what is not answered
+// takes its stored or default value. Messages are gathered for the step's report.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/host.h"
+
+namespace tarnvisor {
+
+class ScriptHost final : public Messages, public Choosers, public Forms, public Clipboard, public Windows, public WaitCursor {
+ public:
+  // What a step has for its questions: yes, no, ok, cancel, a value, a path, or label=value.
+  void begin(std::vector<std::string> stepAnswers);
+  // Empty when the step went well so far; otherwise what was wrong with its answers.
+  const std::string& problem() const { return wrong; }
+  // Answers that no question asked for.
+  std::vector<std::string> unused() const { return {answers.begin(), answers.end()}; }
+  // Messages shown since begin(); errors are those with a warning or error icon.
+  std::string shown() const;
+  bool hadError() const { return sawError; }
+  bool closeWanted() const { return closing; }
+
+  Answer show(const std::string& text, Buttons buttons, Icon icon) override;
+  std::optional<std::string> openFile(const FileRequest& request) override;
+  std::optional<std::string> saveFile(const FileRequest& request) override;
+  std::vector<std::string> openFiles(const FileRequest& request) override;
+  std::optional<std::string> chooseFolder(const std::string& title, const std::string& current) override;
+  bool run(Form& form) override;
+  void setText(const std::string& words) override { clipboardText = words; }
+  std::optional<std::string> text() override { return clipboardText; }
+  std::optional<std::vector<uint8_t>> bitmap() override { return std::nullopt; }
+  bool createMainFrame(const std::string&) override { return true; }
+  void showMainFrame() override {}
+  void closeMainFrame() override { closing = true; }
+  void tile() override {}
+  void refreshBars() override {}
+  bool openWithDesktop(const std::string&) override { return false; }
+  void begin() override {}
+  void end() override {}
+
+  Host ports{*this, *this, *this, *this, *this, *this};
+
+ private:
+  bool takeWord(std::initializer_list<const char*> words, std::string& taken);
+  std::optional<std::string> takePath();
+  bool applyLabelled(const Form& form);
+  std::vector<std::string> answers;
+  std::vector<std::string> messages;
+  std::optional<std::string> clipboardText;
+  std::string wrong;
+  bool sawError = false;
+  bool closing = false;
+};
+
+}  // namespace tarnvisor

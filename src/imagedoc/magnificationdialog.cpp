@@ -1,0 +1,67 @@
+#include "imagedoc/magnificationdialog.h"
+
+#include "base/clock.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "imagedoc/zbasicdoc.h"
+
+namespace tarnvisor {
+
+MagnificationFace* MagnificationDialog::face = nullptr;
+
+MagnificationDialog::MagnificationDialog(const ZBasicDoc& document)
+    : entry{document.magx, document.magy, document.magname, document.magindex},
+      unit(document.unitName() + text::kPerPixel) {
+  refresh();
+}
+
+void MagnificationDialog::refresh() {
+  lines.clear();
+  MagnificationEntry row;
+  for (int32_t i = 0; i < magnificationCount() && readMagnification(i, row); ++i) lines.push_back(magnificationLine(row));
+}
+
+std::string MagnificationDialog::defaultLine() const {
+  MagnificationEntry standard;
+  readDefaultMagnification(standard);
+  return magnificationLine(standard);
+}
+
+void MagnificationDialog::addToList() {
+  entry.magdate = currentTime();
+  addMagnification(entry);
+  refresh();
+}
+
+void MagnificationDialog::select(int32_t row) { (void)readMagnification(row, entry); }
+
+void MagnificationDialog::remove(int32_t row) {
+  (void)removeMagnification(row);
+  refresh();
+}
+
+void MagnificationDialog::setAsDefault(int32_t row) {
+  MagnificationEntry chosen;
+  if (readMagnification(row, chosen)) writeDefaultMagnification(chosen);
+}
+
+bool MagnificationDialog::run() { return face ? face->run(*this) : runForm(); }
+
+bool MagnificationDialog::runForm() {
+  int32_t action = 0;
+  int32_t row = 0;
+  Form form("Magnification");
+  form.add("x scale", entry.magx, {1e-9, 1e9, "A scale must be above 0."});
+  form.add("y scale", entry.magy, {1e-9, 1e9, "A scale must be above 0."});
+  form.add("name", entry.magname);
+  form.addChoice("action", action, {"none", "Add to list", "Select", "Remove", "Set as default"});
+  form.add("row", row, {0, MAXMAGS, {}});
+  if (!host().forms.run(form)) return false;
+  if (action == 1) addToList();
+  if (action == 2) select(row);
+  if (action == 3) remove(row);
+  if (action == 4) setAsDefault(row);
+  return true;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,26 @@
+// The words of the image document that stand in several places, with the numbers under which they are known.
+#pragma once
+
+namespace tarnvisor::text {
+
+inline constexpr const char* kCouldNotLoadImage = "Could not load image";  // 11005
+inline constexpr const char* kErrorSavingImage = "Error saving image.";    // 11006
+inline constexpr const char* kGainAndOffset = "(x%5.2f + %5.1f)";          // 11010
+inline constexpr const char* kCannotFindImage =
+    "Cannot find image file %1.\nPlease specify new location.";  // 11014
+inline constexpr const char* kCopyOf = " Copy of %s ";           // 11025
+inline constexpr const char* kEqualise = "Equalise";             // 11026
+inline constexpr const char* kHighPass = "High pass (%ix%i)";    // 11034, of the low pass too
+inline constexpr const char* kImageFilter =
+    "Images (*.zzg;*.bmp;*.tif)|*.zzg;*.bmp;*.tif|Zzg images (*.zzg)|*.zzg|Bitmaps (*.bmp)|*.bmp|TIFF images (*.tif)|"
+    "*.tif|All files (*.*)|*.*||";                                     // 11037
+inline constexpr const char* kInvert = "Invert";                       // 11045
+inline constexpr const char* kPerPixel = "/pixel";                     // 11078
+inline constexpr const char* kRemoveDust = "Remove Dust";              // 11100
+inline constexpr const char* kRoi = " ROI (%i,%i)-(%i,%i).";           // 11102
+inline constexpr const char* kSimpleThreshold = "simple threshold";    // 11106
+inline constexpr const char* kLineEnd = "\r\n";
+inline constexpr const char* kDustFilter = "Dustmask (*.dm)|*.dm||";
+inline constexpr const char* kMetafileFilter = "Windows Meta files (*.wmf)|*.wmf||";
+
+}  // namespace tarnvisor::text

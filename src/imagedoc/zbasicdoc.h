@@ -1,0 +1,270 @@
+// ZBasicDoc: the still-image document. One image, one level of undo, the magnification it was taken at, a region of
+// interest, a target mark, a grid, notes and nine dimension lists. Its own file (.tv1) holds all of this but the
+// pixels, which stay in an image file named inside it. docs/formats/tv1.md tells the stored form.
+//
+// Coordinates are pixels of the image. A rectangle is half-open; an empty ROI means the whole image.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/geometry.h"
+#include "db/dbdocument.h"
+#include "db/subjectselection.h"
+#include "image/zzimage.h"
+#include "measure/dimlist.h"
+
+namespace tarnvisor {
+
+struct Scale {
+  double x = 1.0;
+  double y = 1.0;
+};
+
+enum DimensionList : int32_t {
+  kPlainList,
+  kAmberList,
+  kFcdList,
+  kNailfoldList,
+  kNearestList,
+  kVoronoiList,
+  kKroghList,
+  kAmcList,
+  kDustList,
+  kListCount
+};
+
+class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
+ public:
+  ZBasicDoc();
+  ~ZBasicDoc() override;
+
+  // --- the document's life (zbasicdoc_open.cpp, zbasicdoc_save.cpp, zbasicdoc_archive.cpp)
+  bool onNewDocument() override;
+  bool onOpenDocument(const std::string& path) override;
+  bool onSaveDocument(const std::string& path) override;
+  bool save() override;
+  void deleteContents() override;
+  void serialize(Archive& archive) override;
+  void report(const std::string& words) override;
+  // Reads every key of the document's settings, with the present values as defaults.
+  void loadSettings();
+
+  // An empty rectangle loads the whole file; otherwise the rectangle of the file is read into the present image. On
+  // failure the image stays and the user is told, unless silent.
+  bool loadImage(const std::string& path, const Rect& rect = {});
+  bool saveImage(const std::string& path, const Rect& rect = {});
+  // Makes a file of pixels this document's image without taking the file over: it is referred to, and a later save never
+  // writes over it.
+  bool adoptImageFile(const std::string& path);
+  // Where imagefile lies: a bare name lies in the document's folder.
+  std::string imagePath() const;
+
+  // --- dimensions
+  CDimList& currentDims() { return dimlists[static_cast<size_t>(currentlist)]; }
+  const CDimList& currentDims() const { return dimlists[static_cast<size_t>(currentlist)]; }
+  int32_t addDimension(Point point, int32_t type);  // the new index
+  int32_t insertDimension(const CDim& dimension);
+  // -1 when there is no such dimension. In list 7 a second point is pushed to at least 64 pixels from the first.
+  virtual int32_t addPointToDimension(int32_t index, Point point);
+  bool deleteDimension(int32_t index);
+  int32_t nextDimensionIndex(int32_t i) const;
+  void setCurrentList(int32_t index);
+  // Shifts all lists, ROI, target and imageoffset.
+  void move(int32_t dx, int32_t dy);
+  bool importDimensions(const std::string& path);
+
+  virtual CZZimage* theImage() { return image.get(); }
+  const CZZimage* theImage() const { return const_cast<ZBasicDoc*>(this)->theImage(); }
+  bool hasImage() const { return theImage() && !theImage()->empty(); }
+  // Takes over everything, through the stored form, and a copy of the image.
+  virtual bool copyFrom(ZBasicDoc& other);
+  virtual void setColourset(int32_t value);
+  virtual void removeDust();
+  // A new document of the image type with a copy of this one; null (and the user told) when there can't be one.
+  ZBasicDoc* duplicate(const std::string& titleSuffix);
+
+  // --- scale
+  Scale scale() const { return calibrated ? Scale{magx, magy} : Scale{}; }
+  std::string unitName() const { return calibrated ? userunits : "pixel"; }
+  void setScale(double x, double y, const std::string& name, int64_t date, bool asDefault, bool addToTable);
+
+  // --- region of interest
+  Rect roiOrWhole() const;
+  bool hasCircularRoi() const { return !roicircle.isZero(); }
+  void makeRoiCircular();  // toggles
+  double roiArea() const;  // scaled width times scaled height, less the corners of a circle
+  std::string roiText() const;
+
+  // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
+  void saveUndoCopy();
+  std::unique_ptr<CZZchildimage> roiChild();
+  void finishStep(const std::string& text);  // adds the ROI text, marks all as changed, refreshes
+  void appendNotes(const std::string& text) { notes += text; }
+  // Finds or recounts without asking or telling; the result text is the document's.
+  bool countCapillaries();
+  void analyseAutomatically() override { (void)countCapillaries(); }
+
+  const CommandTableBase* commands() const override;
+
+  Point target;
+  int32_t showtarget = 1;
+  double magx = 1.0;  // user units per pixel
+  double magy = 1.0;
+  std::string magname = "default";
+  int32_t magindex = 0;
+  int32_t calibrated = 0;  // 0: measures are in pixels
+  std::string userunits = "um";
+  Point imageoffset;  // sum of all moves
+  Rect roi;
+  Rect roicircle;  // not all zero: the ROI is a circle
+  int32_t capturetime = 0;  // seconds since 1970; 0 unknown
+  std::string notes;
+  std::array<CDimList, kListCount> dimlists;
+  int32_t currentlist = 0;
+  std::unique_ptr<CZZimage> image;
+  std::string imagefile;  // a bare name lies in the document's folder; empty until saved
+  int32_t imagedirty = 0;  // the pixels differ from imagefile
+  int32_t gridstyle = 0;  // 0 lines, 1 points, 2 Chalkley, 3 user
+  int32_t gridunits = 0;  // 0 pixels, 1 user units
+  int32_t gridshow = 0;
+  double gridspacing = 100.0;
+  Colour gridcolour = 0x808080;
+  std::vector<uint8_t> gridmetafile;  // the drawing's bytes; empty for none
+  std::string userfilename;
+  int32_t silent = 0;     // no message boxes
+  int32_t keepwhole = 0;  // a save keeps the whole image without asking about the ROI
+  int32_t savedroi = 0;   // the last save trimmed the image
+  int32_t colourset = 0;  // the display palette, 0 to 9
+  uint8_t zeroasblack = 1;
+  std::unique_ptr<CZZimage> undoimage;
+  int32_t originx = 0;  // of the image in the full sensor frame
+  int32_t originy = 0;
+
+ private:
+  // zbasicdoc_archive.cpp
+  void storeFields(Archive& archive);
+  void loadFields(Archive& archive);
+  void loadLists(Archive& archive, int32_t version, int32_t count);
+  void hideLists();
+  // zbasicdoc_open.cpp
+  bool resolveImageFile(const std::string& documentPath);
+  void afterImageLoaded();
+  void loadListSettings();
+  // zbasicdoc_save.cpp
+  struct PixelSave;
+  bool savePixels(const std::string& documentPath, PixelSave& saved);
+  bool askTrim(bool& trim, bool& cancelled);
+  std::string pixelFileFor(const std::string& documentPath, const std::string& wanted) const;
+  bool copyAdoptedFile(const std::string& from, const std::string& documentPath, PixelSave& saved);
+  void rememberImageFile(const std::string& full, const std::string& documentPath);
+  void shiftForTrim(const Point& corner, PixelSave& saved);
+
+  // --- commands (zbasicdoc_commands.cpp)
+  void clearAllDimensions();
+  bool hasDimensions() const { return !currentDims().items.empty(); }
+  void notesCommand();
+  void showCrosshair();
+  bool showsTarget() const { return showtarget != 0; }
+  void hideShowDimensions();
+  bool hidesDimensions() const { return currentDims().hidden != 0; }
+  void switchList();
+  void trimToRoi();
+  bool canTrim() const { return !roi.isEmpty() && hasDimensions(); }
+  void importDimensionsCommand();
+  void undo();
+  bool canUndo() const { return hasImage() && undoimage && !undoimage->empty(); }
+  void duplicateCommand();
+  void convertToGrey();
+  bool isColoured() const { return hasImage() && theImage()->colourset != kGrey; }
+  void zeroAsBlack();
+  bool isZeroBlack() const { return zeroasblack != 0; }
+  void autoAdjustDisplay();
+  bool isAutoAdjusted() const;
+  void displayBrightnessUp();
+  void displayBrightnessDown();
+  void displayDarknessUp();
+  void displayDarknessDown();
+  void moveDisplayLimits(int32_t white, int32_t black);
+  void exportCommand();
+  void importCommand();
+  void toggleCircularRoi();
+  bool hasRoi() const { return !roi.isEmpty(); }
+  template <int32_t N>
+  void paletteCommand() {
+    setColourset(N);
+  }
+  template <int32_t N>
+  bool hasPalette() const {
+    return colourset == N;
+  }
+
+  // --- dust (zbasicdoc_dust.cpp)
+  void useDustMask();
+  bool usesDustMask() const;
+  void saveDustMask();
+  void loadDustMaskCommand();
+  bool loadDustMask(const std::string& path);
+  void editDustMask();
+  bool editsDustMask() const { return currentlist == kDustList; }
+  void removeSingleDustMark();
+
+  // --- scale and grid (zbasicdoc_scale.cpp)
+  void magnificationCommand();
+  void calibrateCommand();
+  void unitsCommand();
+  void gridCommand();
+  bool showsGrid() const { return gridshow != 0; }
+  void gridSettingsCommand();
+  void storeGrid();
+  void loadGridMetafile();
+
+  // --- filters (zbasicdoc_filters.cpp)
+  template <class Filter>
+  void processRoi(const std::string& text, Filter filter);
+  bool askWindow(const char* title, const char* key, int32_t standard, int32_t smallest, int32_t& window);
+  void equalise();
+  void negative();
+  void highPass();
+  void lowPass();
+  void blur();
+  void laplacian();
+  void customFilter();
+  void modifiedLaplacian();
+  void sumModifiedLaplacian();
+  void luluLower();
+  void luluUpper();
+  void mlulu();
+  void min3x3();
+  void adjust();
+  void subtractImage();
+  void bin();
+  bool canBin() const { return hasImage() && undoimage; }
+  void threshold();
+
+  // --- capillaries (zbasicdoc_capillaries.cpp)
+  void findCapillaries();
+  void calculateAverage();
+  void thresholdCapillaries();
+  void thresholdPreprocessCheck();
+  void processing();
+  void apexFilterCommand();
+  void find8Regions();
+  void minimaWithinWindow();
+  void minimaWithinTolerance();
+  void walkToMinima();
+  void reportDensity(int64_t count, int32_t width, int32_t height);
+  void runFinder(CZZimage& working, const Rect& rect);
+  template <class Points>
+  void addMinima(const Points& points, bool labelled);
+  bool isGreyImage() const { return hasImage() && theImage()->colourset == kGrey; }
+  // The filters work on one byte a pixel.
+  bool canFilter() const { return hasImage() && theImage()->colourset != kColour; }
+
+  bool ownsImageFile = false;  // the image file was written by, or named in, this document's own file
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,206 @@
+// Finding and counting capillaries, and the smaller finders beside it.
+#include <cstdlib>
+#include <span>
+
+#include "analysis/finder.h"
+#include "analysis/minima.h"
+#include "app/processstate.h"
+#include "base/text.h"
+#include "host/host.h"
+#include "imagedoc/processing.h"
+#include "imagedoc/texts.h"
+#include "imagedoc/zbasicdoc.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr int32_t kPointType = 0;
+constexpr int32_t kCircleType = 4;
+
+// The finder works on grey; a colour or mosaic picture is made grey on the copy that it works on.
+bool makeGrey(CZZimage& working) { return working.colourset == kGrey || working.convertToGrey(); }
+
+// A number kept as text under section "minima".
+int32_t storedNumber(const char* key, const char* standard) {
+  return static_cast<int32_t>(std::strtol(settings.getString("minima", key, standard).c_str(), nullptr, 10));
+}
+
+struct AskedNumber {
+  const char* label;
+  const char* key;
+  const char* standard;
+  double low;
+  int32_t value = 0;
+};
+
+// Asks for the numbers one after the other and stores what is shown at the end. Cancel isn't told from OK: the shown
+// value counts.
+void askNumbers(const char* title, std::span<AskedNumber> numbers) {
+  for (AskedNumber& n : numbers) {
+    n.value = storedNumber(n.key, n.standard);
+    Form form(title);
+    form.add(n.label, n.value, {n.low, 1e9, {}});
+    if (!process.quietMode) (void)host().forms.run(form);
+    settings.setString("minima", n.key, format("%i", n.value));
+  }
+}
+
+}  // namespace
+
+void ZBasicDoc::reportDensity(int64_t count, int32_t width, int32_t height) {
+  if (count <= 0) return;
+  const Scale s = scale();
+  resultText = densityText(count, width, height, s.x, s.y);
+  appendNotes(resultText + roiText());
+}
+
+void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
+  const Rect local = working.clipToImage(rect);
+  const std::vector<CapillaryRegion> regions = findcaps(working, rect, finderParameters, readApexSettings());
+  for (const CapillaryRegion& region : regions) {
+    const CapillaryCircle circle = capillaryCircle(region);
+    addPointToDimension(addDimension(circle.first, kCircleType), circle.second);
+  }
+  reportDensity(static_cast<int64_t>(regions.size()), local.width(), local.height());
+}
+
+bool ZBasicDoc::countCapillaries() {
+  if (!hasImage()) return false;
+  const WaitScope wait;
+  const Rect whole{0, 0, theImage()->width, theImage()->height};
+  const Rect area = roi.isEmpty() ? whole : roi;
+  const int32_t marked = currentDims().countIn(area, hasCircularRoi());
+  if (marked > 0) {
+    reportDensity(marked, area.width(), area.height());
+  } else {
+    CZZimage working;
+    if (!working.copyImage(*theImage()) || !makeGrey(working)) {
+      report("There is not enough memory.");
+      return false;
+    }
+    runFinder(working, roi);
+  }
+  setModified();
+  updateAllViews();
+  return true;
+}
+
+void ZBasicDoc::findCapillaries() {
+  if (countCapillaries()) host().messages.show(resultText);
+}
+
+void ZBasicDoc::thresholdCapillaries() {
+  ZBasicDoc* copy = duplicate("-threshold");
+  if (!copy || !makeGrey(*copy->theImage())) return;
+  const WaitScope wait;
+  copy->runFinder(*copy->theImage(), roi);
+  copy->imagedirty = 1;
+  copy->setModified();
+  copy->updateAllViews();
+}
+
+void ZBasicDoc::thresholdPreprocessCheck() {
+  ZBasicDoc* copy = duplicate("-preprocess");
+  if (!copy || !makeGrey(*copy->theImage())) return;
+  const WaitScope wait;
+  copy->roi = roi;
+  copy->roicircle = roicircle;
+  const auto child = copy->roiChild();
+  child->stretch({});
+  windowChain(*child, finderParameters);
+  child->stretch({});
+  copy->apexFilterCommand();
+  copy->roiChild()->stretch({});
+  copy->setModified();
+  copy->updateAllViews();
+}
+
+void ZBasicDoc::processing() {
+  FinderParameters edited = finderParameters;
+  Form form("Processing");
+  form.addNote("enter negative window size for lowpass (smoothing), and positive window size for highpasss (sharpen) or  "
+               "zero for no filter.");
+  form.add("window 1", edited.uw1).add("window 2", edited.uw2).add("window 3", edited.w3).add("window 4", edited.w4);
+  form.add("maximum capillary area (pixels)", edited.umax, {0, 1e9, {}});
+  form.add("minimum capillary area (pixels)", edited.umin, {0, 1e9, {}});
+  if (!host().forms.run(form)) return;
+  finderParameters = edited;
+  writeProcessingSettings();
+}
+
+void ZBasicDoc::apexFilterCommand() {
+  const WaitScope wait;
+  saveUndoCopy();
+  apexFilter(*roiChild(), readApexSettings());
+  finishStep("filter apex ");
+}
+
+void ZBasicDoc::find8Regions() {
+  ZBasicDoc* copy = duplicate("-8region");
+  if (!copy) return;
+  const WaitScope wait;
+  regionsByLevel(*theImage(), *copy->theImage());
+  copy->appendNotes("find 8 regions\r\n");
+  copy->setModified();
+  copy->updateAllViews();
+}
+
+template <class Points>
+void ZBasicDoc::addMinima(const Points& points, bool labelled) {
+  for (const MinimumPoint& point : points) {
+    const int32_t index = addDimension({point.x, point.y}, kPointType);
+    if (labelled) currentDims().items[static_cast<size_t>(index)]->label = format("%i", point.value);
+  }
+  if (!roi.isEmpty()) currentDims().offset(roi.left, roi.top);
+}
+
+void ZBasicDoc::minimaWithinWindow() {
+  AskedNumber asked[] = {{"threshold", "threshold", "128", 0},
+                         {"window width", "width", "50", 0},
+                         {"window height", "height", "50", 0}};
+  askNumbers("find minima within window", asked);
+  const WaitScope wait;
+  currentDims().removeAll();
+  const auto points = minimaInWindow(*roiChild(), asked[0].value, asked[1].value, asked[2].value);
+  addMinima(points, false);
+  setModified();
+  if (!points.empty())
+    appendNotes(format(" found %li minima. w=%i h=%i, t=%i", static_cast<long>(points.size()), asked[1].value,
+                       asked[2].value, asked[0].value) +
+                roiText());
+  updateAllViews();
+}
+
+void ZBasicDoc::minimaWithinTolerance() {
+  AskedNumber asked[] = {{"threshold", "threshold", "128", 0}, {"tolerance", "tolerance", "50", 0}};
+  askNumbers("find minima within tolerance", asked);
+  const WaitScope wait;
+  currentDims().removeAll();
+  const auto points = minimaInTolerance(*roiChild(), asked[0].value, asked[1].value);
+  addMinima(points, true);
+  setModified();
+  appendNotes(format(" found %li minima. t=%i, tol=%i", static_cast<long>(points.size()), asked[0].value,
+                     asked[1].value) +
+              roiText());
+  updateAllViews();
+}
+
+void ZBasicDoc::walkToMinima() {
+  Point start;
+  Form form("Walk to minima");
+  form.add("start at x=", start.x, {0, theImage()->width - 1.0, {}});
+  form.add("start at y=", start.y, {0, theImage()->height - 1.0, {}});
+  if (!process.quietMode && !host().forms.run(form)) return;
+  ZBasicDoc* copy = duplicate("-walk2min");
+  if (!copy) return;
+  const WaitScope wait;
+  copy->theImage()->xOrigin = copy->theImage()->yOrigin = 0;
+  const Walk walk = walkToMinimum(*copy->theImage(), start);
+  copy->appendNotes(format("walk2minima8 from (%i,%i) took %i steps\r\n", start.x, start.y, walk.steps));
+  copy->setModified();
+  copy->updateAllViews();
+}
+
+}  // namespace tarnvisor

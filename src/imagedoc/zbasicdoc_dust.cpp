@@ -1,0 +1,99 @@
+// Dust on the sensor: list 8 holds its rectangles, a file of their own (.dm) keeps them between documents.
+#include "app/processstate.h"
+#include "base/files.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "imagedoc/zbasicdoc.h"
+#include "measure/dimrect.h"
+#include "settings/profile.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+std::string dustMaskPath() {
+  const std::string name = settings.getString("dustmask", "filename", "dustmask.dm");
+  return isAbsolutePath(name) ? name : programFolder() + name;
+}
+
+// A file beside the profile is kept by name only, so that both can move together.
+void rememberDustMask(const std::string& path) {
+  const bool beside = sameFolder(folderOf(path), programFolder());
+  settings.setString("dustmask", "filename", beside ? fileNameOf(path) : path);
+}
+
+Rect boundsOf(const CDim& mark) {
+  if (mark.points.empty()) return {};
+  const Point a = mark.points.front();
+  const Point b = mark.points.back();
+  return Rect{a.x, a.y, b.x, b.y}.normalised();
+}
+
+}  // namespace
+
+bool ZBasicDoc::usesDustMask() const { return process.dustMaskEnabled != 0; }
+
+bool ZBasicDoc::loadDustMask(const std::string& path) {
+  const Outcome loaded = loadDimList(path, dimlists[kDustList]);
+  if (!loaded) report(loaded.why());
+  hideLists();
+  return static_cast<bool>(loaded);
+}
+
+// Repairs every mark in the image.
+void ZBasicDoc::removeDust() {
+  if (!isGreyImage() || !fileExists(dustMaskPath()) || !loadDustMask(dustMaskPath())) return;
+  bool any = false;
+  for (const auto& mark : dimlists[kDustList].items) {
+    const Rect bounds = boundsOf(*mark);
+    if (bounds.isEmpty()) continue;  // an empty rectangle would mean the whole image
+    theImage()->flattenFromEdges(bounds);
+    any = true;
+  }
+  if (!any) return;
+  appendNotes(text::kRemoveDust + roiText());
+  setModified();
+  updateAllViews();
+}
+
+void ZBasicDoc::useDustMask() {
+  process.dustMaskEnabled = !process.dustMaskEnabled;
+  settings.setInt("settings", "dustmask", process.dustMaskEnabled);
+  if (process.dustMaskEnabled) {
+    if (hasImage() && fileExists(dustMaskPath())) removeDust();
+    else if (hasImage()) report("There is no dust mask: " + dustMaskPath());
+    return;
+  }
+  if (imagefile.empty()) return;
+  (void)loadImage(imagePath());
+}
+
+void ZBasicDoc::saveDustMask() {
+  const auto path = host().choosers.saveFile({"Save Dust Mask", text::kDustFilter, ".dm", dustMaskPath()});
+  if (!path || path->empty()) return;
+  const Outcome saved = saveDimList(*path, dimlists[kDustList]);
+  if (saved) rememberDustMask(*path);
+  else report(saved.why());
+}
+
+void ZBasicDoc::loadDustMaskCommand() {
+  const auto path = host().choosers.openFile({"Load dust mask", text::kDustFilter, ".dm", dustMaskPath()});
+  if (!path || path->empty() || !loadDustMask(*path)) return;
+  rememberDustMask(*path);
+  updateAllViews();
+}
+
+void ZBasicDoc::editDustMask() {
+  currentlist = kDustList;
+  dimlists[kDustList].hidden = 0;
+  updateAllViews();
+}
+
+void ZBasicDoc::removeSingleDustMark() {
+  saveUndoCopy();
+  theImage()->flattenFromEdges(roi);
+  finishStep(text::kRemoveDust);
+}
+
+}  // namespace tarnvisor

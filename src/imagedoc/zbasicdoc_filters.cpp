@@ -1,0 +1,223 @@
+// The processing commands: each asks for its parameters where there is somebody to ask, copies the image to the undo
+// copy, filters the ROI, and adds its words to the notes.
+#include <array>
+#include <cmath>
+#include <cstdlib>
+
+#include "analysis/blur.h"
+#include "analysis/kernelfilter.h"
+#include "analysis/laplacian.h"
+#include "analysis/lulu.h"
+#include "analysis/windowfilter.h"
+#include "app/processstate.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "imagedoc/zbasicdoc.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+template <class Filter>
+void ZBasicDoc::processRoi(const std::string& stepText, Filter filter) {
+  const WaitScope wait;
+  saveUndoCopy();
+  const auto child = roiChild();
+  filter(*child);
+  finishStep(stepText);
+}
+
+// The stored window, or the user's, which is then stored.
+bool ZBasicDoc::askWindow(const char* title, const char* key, int32_t standard, int32_t smallest, int32_t& window) {
+  window = settings.getInt("WINDOWSZ", key, standard);
+  if (process.quietMode) return true;
+  Form form(title);
+  form.add("window", window, {static_cast<double>(smallest), 1e9, {}});
+  if (!host().forms.run(form)) return false;
+  settings.setInt("WINDOWSZ", key, window);
+  return true;
+}
+
+void ZBasicDoc::equalise() {
+  processRoi(text::kEqualise, [](CZZimage& child) { child.stretch({}); });
+}
+
+void ZBasicDoc::negative() {
+  processRoi(text::kInvert, [](CZZimage& child) { child.invert({}); });
+}
+
+void ZBasicDoc::highPass() {
+  int32_t window = 0;
+  // With a window of 1 a pixel has no others to be compared with.
+  if (!askWindow("High pass filter", "whpf", 51, 2, window)) return;
+  processRoi(format(text::kHighPass, window, window),
+             [&](CZZimage& child) { windowFilter(child, WindowMode::HighPass, window); });
+}
+
+// The low pass writes the high pass's words: notes have always read so.
+void ZBasicDoc::lowPass() {
+  int32_t window = 0;
+  if (!askWindow("Low pass filter", "wlpf", 5, 1, window)) return;
+  processRoi(format(text::kHighPass, window, window),
+             [&](CZZimage& child) { windowFilter(child, WindowMode::LowPass, window); });
+}
+
+void ZBasicDoc::blur() {
+  std::string sigma = settings.getString("blur", "sigma", "1.0");
+  if (!process.quietMode) {
+    double value = std::strtod(sigma.c_str(), nullptr);
+    Form form("Blur");
+    form.add("sigma", value, {0.01, 1000, {}});
+    if (!host().forms.run(form)) return;
+    // The number as people write it, with at least one decimal.
+    sigma = format("%.6g", value);
+    if (sigma.find_first_of(".e") == std::string::npos) sigma += ".0";
+    settings.setString("blur", "sigma", sigma);
+  }
+  const float radius = std::strtof(sigma.c_str(), nullptr);
+  processRoi("blur sigma " + sigma, [&](CZZimage& child) { gaussianBlur(child, radius); });
+}
+
+void ZBasicDoc::laplacian() {
+  constexpr std::array<int32_t, 9> kernel{-1, -1, -1, -1, 4, -1, -1, -1, -1};
+  processRoi("Laplacian", [&](CZZimage& child) { filter3x3(child, kernel, 1.0, 0); });
+}
+
+void ZBasicDoc::customFilter() {
+  constexpr const char* kSection = "ProcessingArgs";
+  std::array<int32_t, 9> kernel{};
+  for (size_t i = 0; i < kernel.size(); ++i)
+    kernel[i] = settings.getInt(kSection, format("custom%zu", i), 0);
+  double factor = settings.getDouble(kSection, "customfactor", 1.0);
+  int32_t offset = settings.getInt(kSection, "customoffset", 0);
+  if (!process.quietMode) {
+    Form form("Custom filter");
+    for (size_t i = 0; i < kernel.size(); ++i) form.add(format("custom%zu", i), kernel[i], {-1e6, 1e6, {}});
+    form.add("factor", factor).add("offset", offset);
+    if (!host().forms.run(form)) return;
+    for (size_t i = 0; i < kernel.size(); ++i) settings.setInt(kSection, format("custom%zu", i), kernel[i]);
+    settings.setDouble(kSection, "customfactor", factor);
+    settings.setInt(kSection, "customoffset", offset);
+  }
+  processRoi("custom filter", [&](CZZimage& child) { filter3x3(child, kernel, factor, offset); });
+}
+
+void ZBasicDoc::modifiedLaplacian() {
+  processRoi("ML", [](CZZimage& child) { tarnvisor::modifiedLaplacian(child); });
+}
+
+void ZBasicDoc::sumModifiedLaplacian() {
+  int32_t window = 0;
+  if (!askWindow("Sum Modified Lapalacian", "wsml", 5, 1, window)) return;
+  processRoi(format("SML w=%i\r\n", window),
+             [&](CZZimage& child) { tarnvisor::sumModifiedLaplacian(child, window); });
+}
+
+void ZBasicDoc::luluLower() {
+  processRoi("L3", [](CZZimage& child) { tarnvisor::luluLower(child); });
+}
+void ZBasicDoc::luluUpper() {
+  processRoi("U3", [](CZZimage& child) { tarnvisor::luluUpper(child); });
+}
+// Changes no pixel; only the words are added.
+void ZBasicDoc::mlulu() {
+  processRoi("MLULU", [](CZZimage&) {});
+}
+void ZBasicDoc::min3x3() {
+  processRoi("min3x3", [](CZZimage& child) { minimum3x3(child); });
+}
+
+void ZBasicDoc::adjust() {
+  saveUndoCopy();
+  const auto child = roiChild();
+  CZZimage before;
+  if (child->empty() || !before.copyImage(*child)) return;
+  const double mean = child->meanLevel({});
+  const auto start = static_cast<int32_t>(256 - mean);
+  int32_t gainPosition = 20;
+  int32_t brightnessPosition = start;
+  double gain = 1.0;
+  double offset = 0.0;
+  // The mean of the area stays near its old level as the gain changes.
+  const auto apply = [&] {
+    gain = 0.1 * std::pow(10.0, (40 - gainPosition) * 0.05);
+    offset = (1 - gain) * mean + (start - brightnessPosition);
+    (void)child->copyPixels(before);
+    child->linear({}, gain, offset);
+    updateAllViews();
+  };
+  Form form("Adjust brightness/contrast");
+  form.add("gain", gainPosition, {0, 40, {}}).add("brightness", brightnessPosition, {0, 256, {}}).setOnChange(apply);
+  if (!process.quietMode && !host().forms.run(form)) {
+    (void)child->copyPixels(before);
+    updateAllViews();
+    return;
+  }
+  apply();
+  finishStep(format(text::kGainAndOffset, gain, offset));
+}
+
+// The whole image, whatever the ROI.
+void ZBasicDoc::subtractImage() {
+  const auto path = host().choosers.openFile({"Subtract image", text::kImageFilter, "", ""});
+  if (!path || path->empty()) return;
+  CZZimage other;
+  if (!other.load(*path)) {
+    report(format("%s\n%s", text::kCouldNotLoadImage, path->c_str()));
+    return;
+  }
+  CZZimage& mine = *theImage();
+  if (other.width != mine.width || other.height != mine.height || other.colourset != mine.colourset) {
+    report("The images differ in size or kind.");
+    return;
+  }
+  const WaitScope wait;
+  saveUndoCopy();
+  mine.subtract(other, 0);
+  appendNotes(" subracted " + fileNameOf(*path) + text::kLineEnd);
+  imagedirty = 1;
+  setModified();
+  updateAllViews();
+}
+
+void ZBasicDoc::bin() {
+  const WaitScope wait;
+  saveUndoCopy();
+  if (!image->halve(*undoimage)) {
+    report("The image can't be made smaller.");
+    return;
+  }
+  magx *= 2;
+  magy *= 2;
+  for (CDimList& list : dimlists) list.scale(1, 2);
+  finishStep("binned\r\n");
+}
+
+void ZBasicDoc::threshold() {
+  int32_t level = settings.getInt("settings", "simpleimagethreshold", 128);
+  saveUndoCopy();
+  const auto child = roiChild();
+  CZZimage before;
+  if (child->empty() || !before.copyImage(*child)) return;
+  const auto apply = [&] {
+    (void)child->copyPixels(before);
+    child->threshold({}, level);
+    updateAllViews();
+  };
+  Form form("Threshold");
+  form.add("threshold", level, {0, 255, {}}).setOnChange(apply);
+  if (!process.quietMode) {
+    if (!host().forms.run(form)) {
+      (void)child->copyPixels(before);
+      updateAllViews();
+      return;
+    }
+    settings.setInt("settings", "simpleimagethreshold", level);
+  }
+  apply();
+  finishStep(text::kSimpleThreshold);
+  setColourset(colourset);
+}
+
+}  // namespace tarnvisor

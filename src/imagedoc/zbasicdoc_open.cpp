@@ -1,0 +1,171 @@
+// New and opened documents: settings, and the search for the pixel file.
+#include <filesystem>
+
+#include "app/basicapp.h"
+#include "base/bytes.h"
+#include "base/files.h"
+#include "base/numbers.h"
+#include "base/text.h"
+#include "host/host.h"
+#include "imagedoc/magnification.h"
+#include "imagedoc/processing.h"
+#include "imagedoc/texts.h"
+#include "imagedoc/zbasicdoc.h"
+#include "settings/profile.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+struct ListKeys {
+  const char* letter;  // of the section "dimlist_"; null for none
+  Colour colour;
+};
+// The areas for movement correction take their colour from the dust marks' section.
+constexpr ListKeys kListKeys[kListCount] = {{"0", 255},      {"1", 0x80ff},   {"2", 0xff00},
+                                            {"3", 0xff6464}, {"N", 0xa0a0},   {"V", 0xff0000},
+                                            {"K", 0xa07878}, {nullptr, 0x8000}, {"D", 0xff00ff}};
+}  // namespace
+
+void ZBasicDoc::loadListSettings() {
+  for (size_t i = 0; i < kListCount; ++i) {
+    CDimList& list = dimlists[i];
+    const std::string section = std::string("dimlist_") + (kListKeys[i].letter ? kListKeys[i].letter : "D");
+    if (kListKeys[i].letter) list.width = settings.getInt(section, "width", list.width);
+    list.colour = static_cast<Colour>(settings.getInt(section, "colour", static_cast<int32_t>(kListKeys[i].colour)));
+  }
+}
+
+void ZBasicDoc::loadSettings() {
+  imageoffset = {};
+  roi = roicircle = {};
+  setCurrentList(kPlainList);
+  target.x = settings.getInt("settings", "targetx", target.x);
+  target.y = settings.getInt("settings", "targety", target.y);
+  showtarget = settings.getInt("settings", "showtarget", showtarget);
+  calibrated = settings.getInt("settings", "calibrated", calibrated);
+  userunits = settings.getString("settings", "userunits", userunits);
+  gridstyle = settings.getInt("grid", "gridstyle", gridstyle);
+  gridunits = settings.getInt("grid", "gridunits", gridunits);
+  gridshow = settings.getInt("grid", "gridshow", gridshow);
+  gridspacing = settings.getDouble("grid", "grid spacing", gridspacing);
+  gridcolour = static_cast<Colour>(settings.getInt("grid", "grid colour", static_cast<int32_t>(gridcolour)));
+  userfilename = settings.getString("grid", "userfielname", userfilename);
+  loadListSettings();
+  readProcessingSettings();
+  MagnificationEntry standard{magx, magy, magname, 0};
+  readDefaultMagnification(standard);
+  magx = standard.magx;
+  magy = standard.magy;
+  magname = standard.magname;
+  magindex = static_cast<int32_t>(standard.magdate);
+  loadGridMetafile();
+}
+
+void ZBasicDoc::deleteContents() {
+  for (CDimList& list : dimlists) list.removeAll();
+  currentlist = kPlainList;
+  image.reset();
+  imagefile.clear();
+  ownsImageFile = false;
+  imagedirty = 0;
+  capturetime = 0;
+  notes.clear();
+  gridmetafile.clear();
+}
+
+bool ZBasicDoc::onNewDocument() {
+  if (!CdbDocument::onNewDocument()) return false;
+  loadSettings();
+  return true;
+}
+
+bool ZBasicDoc::onOpenDocument(const std::string& path) {
+  loadSettings();
+  if (!loadFrom(path)) return false;
+  isBound = 1;
+  if (!imagefile.empty() && !resolveImageFile(path)) return false;
+  return true;
+}
+
+std::string ZBasicDoc::imagePath() const {
+  if (imagefile.empty() || !folderOf(imagefile).empty()) return imagefile;
+  return folderOf(pathName()) + imagefile;
+}
+
+// The file where the document names it, then beside the document (both may have moved together), then where the user
+// says.
+bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
+  std::string path = imagefile;
+  const std::string beside = folderOf(documentPath) + fileNameOf(imagefile);
+  if (folderOf(path).empty() || !fileExists(path)) path = beside;
+  if (!fileExists(path)) {
+    if (silent) return false;
+    host().messages.show(filledIn(text::kCannotFindImage, imagefile), Buttons::Ok, Icon::Warning);
+    const auto chosen = host().choosers.openFile({"Open image", text::kImageFilter, "", folderOf(documentPath)});
+    if (!chosen) return false;
+    path = *chosen;
+    setModified();
+  }
+  const bool changed = isModified();
+  if (!loadImage(path)) return false;
+  rememberImageFile(path, documentPath);
+  ownsImageFile = true;
+  imagedirty = 0;
+  setModified(changed);
+  return true;
+}
+
+void ZBasicDoc::afterImageLoaded() {
+  setColourset(colourset);
+  theImage()->blackZero = zeroasblack;
+  if (process.dustMaskEnabled) removeDust();
+}
+
+bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
+  const bool part = !rect.isEmpty();
+  auto fresh = part ? nullptr : std::make_unique<CZZimage>();
+  CZZimage* into = part ? theImage() : fresh.get();
+  if (!into || !into->load(path, rect)) {
+    report(format("%s\n%s", text::kCouldNotLoadImage, path.c_str()));
+    return false;
+  }
+  if (fresh) {
+    image = std::move(fresh);
+    image->xOrigin = originx;
+    image->yOrigin = originy;
+  }
+  afterImageLoaded();
+  updateAllViews();
+  return true;
+}
+
+bool ZBasicDoc::adoptImageFile(const std::string& path) {
+  originx = originy = 0;
+  if (!loadImage(path)) return false;
+  std::error_code error;
+  imagefile = std::filesystem::absolute(path, error).string();
+  if (error) imagefile = path;
+  ownsImageFile = false;
+  imagedirty = 0;
+  setTitle(fileNameOf(path));
+  setModified();
+  return true;
+}
+
+void ZBasicDoc::loadGridMetafile() {
+  constexpr size_t kHeader = 18;
+  constexpr uint64_t kLongestDrawing = 64u << 20;
+  gridmetafile.clear();
+  if (gridstyle != 2 && gridstyle != 3) return;
+  const std::string path = gridstyle == 2 ? installedFolder() + "chalkley.wmf" : userfilename;
+  auto bytes = readWholeFile(path, kLongestDrawing);
+  if (!bytes || bytes->size() < kHeader) return;
+  // The header counts 16-bit words.
+  const uint64_t size = uint64_t{getLittle<uint32_t>(bytes->data() + 6)} * 2;
+  if (size < kHeader || size > bytes->size()) return;
+  bytes->resize(size);
+  gridmetafile = std::move(*bytes);
+}
+
+}  // namespace tarnvisor
