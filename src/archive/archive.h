@@ -30,8 +30,12 @@ class Archive {
  public:
   enum class Direction { Storing, Loading };
   static constexpr size_t kBufferSize = 4096;
+  static constexpr size_t kStepBackLimit = 8;
+  // Objects within objects within objects: more are refused, so that a damaged file can't exhaust the stack.
+  static constexpr int kDeepest = 64;
 
   Archive(ByteStream& stream, Direction direction);
+  ~Archive();
   Archive(const Archive&) = delete;
   Archive& operator=(const Archive&) = delete;
 
@@ -87,11 +91,13 @@ class Archive {
     readExactly(values.data(), values.size() * sizeof(T));
   }
 
-  // An object by reference; null is allowed. An object written twice is stored once.
+  // An object by reference; null is allowed. An object written twice is stored once. Objects are told apart
+  // by their address, so each must live until the store is complete.
   void writeObject(ArchiveObject* object);
   // The object at this place, null for a null reference. The archive owns every object until it is taken: the
   // first call that meets a new object hands it over in Fresh, a shared reference comes back as a plain
-  // pointer.
+  // pointer. A reference to an object that its owner has freed meanwhile is an exception. When an exception
+  // leaves, the object under construction is freed with all that it had taken.
   struct Loaded {
     ArchiveObject* object = nullptr;       // valid as long as its owner keeps it
     std::unique_ptr<ArchiveObject> fresh;  // set when this reference brought the object
@@ -111,26 +117,39 @@ class Archive {
   void close() { flush(); }
   // Bytes not yet read.
   uint64_t remaining() const;
-  // Gives back bytes read from this archive just now (at most those since the last 4,096), and forgets
-  // nothing else.
+  // Gives back the last bytes read as numbers, at most kStepBackLimit; not across a raw block or string.
   void stepBack(size_t count);
 
  private:
+  friend class ArchiveObject;
   [[noreturn]] static void endOfStream();
-  void requireDirection(Direction wanted) const;
-  const ArchiveClass* readClassRecord();
+  template <class T>
+  void putNumber(T value);
+  template <class T>
+  T getNumber();
+  void refill();
+  uint64_t readLength(bool& wide);
+
   uint32_t nextNumber();
+  void writeClass(const ArchiveClass& isClass);
+  const ArchiveClass& readClassRecord();
+  const ArchiveClass& knownClass(uint32_t number) const;
+  ArchiveObject* knownObject(uint32_t number, const ArchiveClass* expected) const;
+  Loaded readNewObject(const ArchiveClass& isClass, const ArchiveClass* expected);
+  void forget(uint32_t number) { loadedEntries[number].object = nullptr; }
 
   ByteStream& stream;
   const Direction direction;
-  std::array<uint8_t, kBufferSize> buffer{};
-  size_t bufferAt = 0;   // next byte to read, or bytes waiting to be written
-  size_t bufferEnd = 0;  // loading: bytes in the buffer
+  // Loading: the last few bytes already given out stay in front of what is fetched next.
+  std::array<uint8_t, kStepBackLimit + kBufferSize> buffer;
+  size_t bufferBegin = 0;  // loading: the first byte that can be given back
+  size_t bufferAt = 0;     // next byte to read, or bytes waiting to be written
+  size_t bufferEnd = 0;    // loading: end of the bytes in the buffer
   // Numbers of classes and objects in the order first met; number 0 is null.
   std::unordered_map<const void*, uint32_t> storedNumbers;
   struct Entry {
     const ArchiveClass* isClass = nullptr;
-    ArchiveObject* object = nullptr;
+    ArchiveObject* object = nullptr;  // null for a class, and for an object that is gone
   };
   std::vector<Entry> loadedEntries;
   uint32_t numbersUsed = 0;

@@ -27,13 +27,26 @@ struct ArchiveClass {
 
 class ArchiveObject {
  public:
+  ArchiveObject() = default;
+  // A copy is an object of its own: no archive knows it.
+  ArchiveObject(const ArchiveObject&) {}
+  ArchiveObject& operator=(const ArchiveObject&) { return *this; }
+
   virtual const ArchiveClass& classRecord() const = 0;
-  virtual ~ArchiveObject() = default;
+  virtual ~ArchiveObject();
   // Stores or loads all fields in one order; tests the direction itself.
   virtual void serialize(Archive& archive) = 0;
+
+ private:
+  friend class Archive;
+  // While the archive that brought the object lives: an object that goes before it is struck from its table,
+  // so that a later reference to it is refused instead of dangling.
+  Archive* loader = nullptr;
+  uint32_t loadNumber = 0;
 };
 
-// Filled at start-up. Registering a name twice with the same record is harmless.
+// Filled at start-up; the record must outlive the registry. Registering a name twice with the same record is
+// harmless, with another one a std::logic_error.
 void registerArchiveClass(const ArchiveClass& record);
 // Null when no such class is registered.
 const ArchiveClass* findArchiveClass(std::string_view name);

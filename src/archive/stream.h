@@ -12,7 +12,7 @@ namespace tarnvisor {
 class ByteStream {
  public:
   virtual ~ByteStream() = default;
-  // Bytes read, fewer than asked only at the end.
+  // Bytes read, fewer than asked only at the end. Throws ArchiveException when the medium fails.
   virtual size_t read(void* bytes, size_t count) = 0;
   // Throws ArchiveException when not everything could be written.
   virtual void write(const void* bytes, size_t count) = 0;
@@ -36,8 +36,8 @@ class MemoryStream final : public ByteStream {
   size_t at = 0;
 };
 
-// An open C stream, borrowed. Unbuffered by itself: the archive has the buffer, and large blocks go straight
-// through.
+// An open C stream, borrowed, read or written from where it stands. Unbuffered by itself: the archive has the
+// buffer, and large blocks go straight through. A stream whose size can't be told counts as empty.
 class FileStream final : public ByteStream {
  public:
   explicit FileStream(std::FILE* openFile);
