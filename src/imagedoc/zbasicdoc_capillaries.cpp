@@ -57,13 +57,12 @@ void ZBasicDoc::reportDensity(int64_t count, int32_t width, int32_t height) {
 }
 
 void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
-  const Rect local = working.clipToImage(rect);
-  const std::vector<CapillaryRegion> regions = findcaps(working, rect, finderParameters, readApexSettings());
-  for (const CapillaryRegion& region : regions) {
-    const CapillaryCircle circle = capillaryCircle(region);
-    addPointToDimension(addDimension(circle.first, kCircleType), circle.second);
+  const FoundCapillaries found = findcaps(working, rect, finderParameters, readApexSettings());
+  for (const CapillaryRegion& region : found.regions) {
+    const auto [first, second] = capillaryCircle(static_cast<double>(region.area), region.cx, region.cy);
+    addPointToDimension(addDimension(first, kCircleType), second);
   }
-  reportDensity(static_cast<int64_t>(regions.size()), local.width(), local.height());
+  reportDensity(static_cast<int64_t>(found.regions.size()), found.width, found.height);
 }
 
 bool ZBasicDoc::countCapillaries() {
@@ -107,10 +106,10 @@ void ZBasicDoc::thresholdPreprocessCheck() {
   const WaitScope wait;
   copy->roi = roi;
   copy->roicircle = roicircle;
-  const auto child = copy->roiChild();
-  child->stretch({});
-  windowChain(*child, finderParameters);
-  child->stretch({});
+  // The apex filter of this road is the command's: it leaves an undo copy and its words.
+  copy->roiChild()->stretch({});
+  windowChain(*copy->roiChild(), finderParameters);
+  copy->roiChild()->stretch({});
   copy->apexFilterCommand();
   copy->roiChild()->stretch({});
   copy->setModified();
@@ -133,7 +132,7 @@ void ZBasicDoc::processing() {
 void ZBasicDoc::apexFilterCommand() {
   const WaitScope wait;
   saveUndoCopy();
-  apexFilter(*roiChild(), readApexSettings());
+  (void)apexFilter(*roiChild(), readApexSettings());
   finishStep("filter apex ");
 }
 
@@ -141,7 +140,7 @@ void ZBasicDoc::find8Regions() {
   ZBasicDoc* copy = duplicate("-8region");
   if (!copy) return;
   const WaitScope wait;
-  regionsByLevel(*theImage(), *copy->theImage());
+  if (!regionsByLevel(*theImage(), *copy->theImage())) report("There is not enough memory.");
   copy->appendNotes("find 8 regions\r\n");
   copy->setModified();
   copy->updateAllViews();
@@ -197,7 +196,7 @@ void ZBasicDoc::walkToMinima() {
   if (!copy) return;
   const WaitScope wait;
   copy->theImage()->xOrigin = copy->theImage()->yOrigin = 0;
-  const Walk walk = walkToMinimum(*copy->theImage(), start);
+  const DownhillWalk walk = tarnvisor::walkToMinima(*theImage(), *copy->theImage(), start);
   copy->appendNotes(format("walk2minima8 from (%i,%i) took %i steps\r\n", start.x, start.y, walk.steps));
   copy->setModified();
   copy->updateAllViews();

@@ -52,7 +52,7 @@ void ZBasicDoc::highPass() {
   // With a window of 1 a pixel has no others to be compared with.
   if (!askWindow("High pass filter", "whpf", 51, 2, window)) return;
   processRoi(format(text::kHighPass, window, window),
-             [&](CZZimage& child) { windowFilter(child, WindowMode::HighPass, window); });
+             [&](CZZimage& child) { (void)windowFilter(child, WindowMode::HighPass, child, {}, window); });
 }
 
 // The low pass writes the high pass's words: notes have always read so.
@@ -60,7 +60,7 @@ void ZBasicDoc::lowPass() {
   int32_t window = 0;
   if (!askWindow("Low pass filter", "wlpf", 5, 1, window)) return;
   processRoi(format(text::kHighPass, window, window),
-             [&](CZZimage& child) { windowFilter(child, WindowMode::LowPass, window); });
+             [&](CZZimage& child) { (void)windowFilter(child, WindowMode::LowPass, child, {}, window); });
 }
 
 void ZBasicDoc::blur() {
@@ -76,12 +76,11 @@ void ZBasicDoc::blur() {
     settings.setString("blur", "sigma", sigma);
   }
   const float radius = std::strtof(sigma.c_str(), nullptr);
-  processRoi("blur sigma " + sigma, [&](CZZimage& child) { gaussianBlur(child, radius); });
+  processRoi("blur sigma " + sigma, [&](CZZimage& child) { (void)gaussianBlur(child, radius); });
 }
 
 void ZBasicDoc::laplacian() {
-  constexpr std::array<int32_t, 9> kernel{-1, -1, -1, -1, 4, -1, -1, -1, -1};
-  processRoi("Laplacian", [&](CZZimage& child) { filter3x3(child, kernel, 1.0, 0); });
+  processRoi("Laplacian", [](CZZimage& child) { (void)filter3x3(child, kLaplacianKernel, 1.0, 0); });
 }
 
 void ZBasicDoc::customFilter() {
@@ -100,32 +99,32 @@ void ZBasicDoc::customFilter() {
     settings.setDouble(kSection, "customfactor", factor);
     settings.setInt(kSection, "customoffset", offset);
   }
-  processRoi("custom filter", [&](CZZimage& child) { filter3x3(child, kernel, factor, offset); });
+  processRoi("custom filter", [&](CZZimage& child) { (void)filter3x3(child, kernel, factor, offset); });
 }
 
 void ZBasicDoc::modifiedLaplacian() {
-  processRoi("ML", [](CZZimage& child) { tarnvisor::modifiedLaplacian(child); });
+  processRoi("ML", [](CZZimage& child) { (void)tarnvisor::modifiedLaplacian(child); });
 }
 
 void ZBasicDoc::sumModifiedLaplacian() {
   int32_t window = 0;
   if (!askWindow("Sum Modified Lapalacian", "wsml", 5, 1, window)) return;
   processRoi(format("SML w=%i\r\n", window),
-             [&](CZZimage& child) { tarnvisor::sumModifiedLaplacian(child, window); });
+             [&](CZZimage& child) { (void)tarnvisor::sumModifiedLaplacian(child, window); });
 }
 
 void ZBasicDoc::luluLower() {
-  processRoi("L3", [](CZZimage& child) { tarnvisor::luluLower(child); });
+  processRoi("L3", [](CZZimage& child) { (void)lowerLulu(child); });
 }
 void ZBasicDoc::luluUpper() {
-  processRoi("U3", [](CZZimage& child) { tarnvisor::luluUpper(child); });
+  processRoi("U3", [](CZZimage& child) { (void)upperLulu(child); });
 }
 // Changes no pixel; only the words are added.
 void ZBasicDoc::mlulu() {
   processRoi("MLULU", [](CZZimage&) {});
 }
 void ZBasicDoc::min3x3() {
-  processRoi("min3x3", [](CZZimage& child) { minimum3x3(child); });
+  processRoi("min3x3", [](CZZimage& child) { (void)tarnvisor::min3x3(child); });
 }
 
 void ZBasicDoc::adjust() {

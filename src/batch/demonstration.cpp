@@ -1,0 +1,138 @@
+#include "batch/demonstration.h"
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+#include "app/basicapp.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "batch/runner.h"
+#include "batch/script.h"
+#include "db/subjectselection.h"
+#include "imagedoc/zbasicdoc.h"
+#include "synth/nailfold.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kSubject = "DEMO-1";
+constexpr const char* kSite = "left ring finger";
+constexpr const char* kTruthFile = "truth.csv";
+
+struct DemonstrationStill {
+  const char* file;
+  const char* about;
+  NailfoldStill (*make)(uint64_t seed);
+};
+constexpr DemonstrationStill kStills[] = {
+    {"good.bmp", "in focus, evenly lit", goodNailfold},     {"dense.bmp", "many capillaries", denseNailfold},
+    {"sparse.bmp", "few capillaries", sparseNailfold},      {"colour.bmp", "in colour", colourNailfold},
+    {"field.zzg", "one field of a frame", fieldNailfold},   {"dim.tif", "little light, much noise", dimNailfold},
+    {"dusty.bmp", "poor focus, dust", dustyNailfold},
+};
+
+struct KnownStill {
+  std::string file;
+  std::string about;
+  int truth = 0;
+};
+
+// The lines of the truth file: file, number of capillaries, words.
+std::vector<KnownStill> readTruth(const std::string& path) {
+  std::vector<KnownStill> stills;
+  std::ifstream lines(path);
+  std::string line;
+  for (std::getline(lines, line); std::getline(lines, line);) {
+    const std::vector<std::string> parts = split(line, ',');
+    if (parts.size() >= 3) stills.push_back({parts[0], parts[2], std::atoi(parts[1].c_str())});
+  }
+  return stills;
+}
+
+// The folder of the demonstration's exam; empty while there is none.
+std::string selectDemonstration(CBasicApp& app) {
+  SubjectDialog dialog;
+  dialog.chooseId(kSubject);
+  if (app.subjectId != kSubject) return {};
+  ExamList exams;
+  exams.refresh();
+  for (size_t i = 0; i < exams.exams().size(); ++i)
+    if (fileExists(app.dataFolder + exams.exams()[i].folder + kSeparator + kTruthFile)) {
+      exams.select(i);
+      return app.dataFolder + app.examFolder + kSeparator;
+    }
+  return {};
+}
+
+std::string drawStills(const std::string& folder) {
+  std::string truthLines = "file,capillaries,about\n";
+  for (const DemonstrationStill& still : kStills) {
+    NailfoldTruth truth;
+    const auto image = renderNailfold(still.make(1), truth);
+    if (!image || !image->save(folder + still.file)) return folder + still.file + " can't be written";
+    truthLines += format("%s,%zu,%s\n", still.file, truth.capillaries.size(), still.about);
+  }
+  const Outcome done = replaceFile(folder + kTruthFile, std::string_view(truthLines));
+  return done ? std::string() : done.why();
+}
+
+std::string stillLine(const KnownStill& still, const ZBasicDoc& document) {
+  return format("%-12s %5i %6zu  %-52s %s\n", still.file.c_str(), still.truth,
+                document.currentDims().items.size(), document.resultText.c_str(), still.about.c_str());
+}
+
+}  // namespace
+
+std::string makeDemonstration(CBasicApp& app) {
+  if (!app.db) return "There is no subject database.";
+  if (!selectDemonstration(app).empty()) return {};
+  SubjectDialog dialog;
+  dialog.id = kSubject;
+  if (!app.db->readSubject(kSubject)) dialog.addAsNewId();
+  dialog.name = "Simulated";
+  dialog.surname = "Finger";
+  dialog.comment = "Drawn by the program; the number of capillaries is known.";
+  dialog.saveDetails();
+  dialog.finish(SubjectDialog::Result::StartNewExamination);
+  if (!startNewExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
+  return drawStills(app.dataFolder + app.examFolder + kSeparator);
+}
+
+int runDemonstration(CBasicApp& app, ScriptHost& script) {
+  if (const std::string problem = makeDemonstration(app); !problem.empty()) {
+    std::fprintf(stderr, "%s\n", problem.c_str());
+    return 1;
+  }
+  const std::string folder = selectDemonstration(app);
+  std::printf("Demonstration in %s\n\n%-12s %5s %6s  %-52s %s\n", folder.c_str(), "still", "true", "found", "density", "");
+  ScriptRunner runner(app, script, false);
+  const auto must = [&](const std::string& word, std::vector<std::string> arguments) {
+    const StepResult result = runner.runStep({word, std::move(arguments), "demonstration", 0});
+    if (!result.ok) std::fprintf(stderr, "%s: %s\n", word.c_str(), result.why.c_str());
+    return result.ok;
+  };
+  for (const KnownStill& still : readTruth(folder + kTruthFile)) {
+    if (!must("open", {folder + still.file})) return 1;
+    auto* document = dynamic_cast<ZBasicDoc*>(app.documents.active());
+    document->magx = document->magy = 1.0;  // the simulated finger is drawn at one micrometre a pixel
+    document->calibrated = 1;
+    document->userunits = "um";
+    if (!must("command", {"Find Capillaries"}) || !must("command", {"Calculate average of selection"})) return 1;
+    app.documents.activate(*document);
+    std::fputs(stillLine(still, *document).c_str(), stdout);
+    if (!must("save", {folder + withoutExtension(still.file) + ".tv1"}) || !must("close", {})) return 1;
+  }
+  std::printf("\nImage Results\n");
+  const StepResult table = runner.runStep({"results", {"Image Results"}, "demonstration", 0});
+  std::fputs(table.text.c_str(), stdout);
+  if (!must("export", {folder + "image-results.csv"})) return 1;
+  std::printf("\nRows of the database\n");
+  for (const ResultRow& row : app.db->resultsOf(app.examId))
+    std::printf("%4i  %s  %-12s %s\n", row.id, row.created.c_str(), row.filename.c_str(), row.result.c_str());
+  return 0;
+}
+
+}  // namespace tarnvisor

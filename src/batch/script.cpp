@@ -1,0 +1,270 @@
+#include "batch/script.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+#include "base/files.h"
+#include "base/text.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr uint64_t kLongestScript = 16u << 20;
+
+constexpr const char* kUsage =
+    "usage: tarnvisor-batch [options] [script...]\n"
+    "Runs the steps of the scripts, or of standard input for \"-\".\n"
+    "  -e STEP          a step; may be given many times, in order with the scripts\n"
+    "  --data FOLDER    the data folder with tarn.db; made when missing\n"
+    "  --profile FILE   the profile, in place of the workstation's own\n"
+    "  --json           print one JSON object a step\n"
+    "  --keep-going     go on after a step that failed; the exit code is then 1\n"
+    "  --demonstration  make and run the demonstration in the data folder\n"
+    "  --version, --help\n"
+    "Exit codes: 0 done, 1 a step failed, 2 a malformed step or option (nothing was run).\n";
+
+bool parseNumbers(std::string_view text, std::vector<int32_t>& numbers) {
+  numbers.clear();
+  for (const std::string& part : split(text, ',')) {
+    int32_t value = 0;
+    const char* end = part.data() + part.size();
+    const auto [stop, error] = std::from_chars(part.data(), end, value);
+    if (error != std::errc() || stop != end) return false;
+    numbers.push_back(value);
+  }
+  return true;
+}
+
+bool hasNumbers(const std::string& text, size_t count) {
+  std::vector<int32_t> numbers;
+  return parseNumbers(text, numbers) && numbers.size() == count;
+}
+
+bool isOneOf(const std::string& text, std::initializer_list<const char*> words) {
+  return std::any_of(words.begin(), words.end(), [&](const char* word) { return text == word; });
+}
+
+using Arguments = const std::vector<std::string>&;
+
+std::string checkRoi(Arguments a) {
+  if (isOneOf(a[0], {"none", "circle"}) || hasNumbers(a[0], 4)) return {};
+  return "a ROI is left,top,right,bottom or none or circle";
+}
+
+std::string checkList(Arguments a) {
+  std::vector<int32_t> n;
+  return parseNumbers(a[0], n) && n.size() == 1 && n[0] >= 0 && n[0] <= 8 ? "" : "a list is a number from 0 to 8";
+}
+
+std::string checkDim(Arguments a) {
+  if (!isOneOf(a[0], {"point", "line", "polyline", "freehand", "circle", "polygon", "rect"}))
+    return "unknown kind of dimension \"" + a[0] + "\"";
+  for (size_t i = 1; i < a.size(); ++i)
+    if (!hasNumbers(a[i], 2)) return "\"" + a[i] + "\" is not a point x,y";
+  const size_t points = a.size() - 1;
+  const bool two = isOneOf(a[0], {"line", "circle", "rect"});
+  if (a[0] == "point" && points != 1) return "a point has one point";
+  if (two && points != 2) return "a " + a[0] + " has two points";
+  if (a[0] != "point" && points < 2) return "a " + a[0] + " has two points or more";
+  return {};
+}
+
+std::string checkNumber(Arguments a) { return hasNumbers(a[0], 1) ? "" : "\"" + a[0] + "\" is not a number"; }
+
+std::string checkSelect(Arguments a) {
+  for (const std::string& text : a) {
+    double value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || stop != text.data() + text.size()) return "\"" + text + "\" is not a number";
+  }
+  return {};
+}
+
+std::string checkPrint(Arguments a) {
+  return isOneOf(a[0], {"notes", "result", "dims", "traces", "offsets", "fps", "status"})
+             ? ""
+             : "print what: notes, result, dims, traces, offsets, fps or status";
+}
+
+struct StepRule {
+  const char* word;
+  size_t fewest;
+  size_t most;
+  std::string (*check)(Arguments) = nullptr;
+};
+constexpr size_t kAny = 1u << 20;
+constexpr StepRule kRules[] = {
+    {"subject", 1, 1},        {"exam", 1, 2},           {"open", 1, 1},
+    {"set", 3, 3},            {"roi", 1, 1, checkRoi},  {"list", 1, 1, checkList},
+    {"dim", 2, kAny, checkDim}, {"command", 1, kAny},   {"import", 1, 1},
+    {"select", 2, 2, checkSelect}, {"frame", 1, 1, checkNumber}, {"trace", 1, 1},
+    {"save", 0, 1},           {"export", 1, 1},         {"results", 1, 1},
+    {"print", 1, 1, checkPrint}, {"snapshot", 1, 1},    {"close", 0, 0}};
+
+std::string checkStep(const Step& step) {
+  const auto rule = std::find_if(std::begin(kRules), std::end(kRules), [&](const StepRule& r) { return step.word == r.word; });
+  if (rule == std::end(kRules)) return "unknown step \"" + step.word + "\"";
+  if (step.args.size() < rule->fewest) return "\"" + step.word + "\" needs more arguments";
+  if (step.args.size() > rule->most) return "\"" + step.word + "\" has too many arguments";
+  return rule->check ? rule->check(step.args) : std::string();
+}
+
+}  // namespace
+
+std::string Step::where() const { return format("%s:%i", source.c_str(), lineNumber); }
+
+std::string Step::line() const {
+  std::string text = word;
+  for (const std::string& argument : args) {
+    const bool plain = !argument.empty() && argument.find_first_of(" \t\"#\\") == std::string::npos;
+    text += ' ';
+    if (plain) {
+      text += argument;
+      continue;
+    }
+    text += '"';
+    for (const char c : argument) {
+      if (c == '"' || c == '\\') text += '\\';
+      text += c;
+    }
+    text += '"';
+  }
+  return text;
+}
+
+std::vector<int32_t> Step::numbers(size_t argument) const {
+  std::vector<int32_t> values;
+  (void)parseNumbers(args[argument], values);
+  return values;
+}
+
+bool splitStep(std::string_view line, std::vector<std::string>& words) {
+  std::string word;
+  bool inWord = false;
+  bool quoted = false;
+  for (size_t i = 0; i < line.size(); ++i) {
+    const char c = line[i];
+    if (quoted && c == '\\' && i + 1 < line.size() && (line[i + 1] == '"' || line[i + 1] == '\\')) {
+      word += line[++i];
+    } else if (c == '"') {
+      quoted = !quoted;
+      inWord = true;
+    } else if (!quoted && c == '#' && !inWord) {
+      break;
+    } else if (!quoted && (c == ' ' || c == '\t' || c == '\r')) {
+      if (inWord) words.push_back(word);
+      word.clear();
+      inWord = false;
+    } else {
+      word += c;
+      inWord = true;
+    }
+  }
+  if (inWord) words.push_back(word);
+  return !quoted;
+}
+
+std::string parseStep(std::string_view line, const std::string& source, int lineNumber, std::vector<Step>& steps) {
+  std::vector<std::string> words;
+  if (!splitStep(line, words)) return "a quote is not closed";
+  if (words.empty()) return {};
+  Step step{words.front(), {words.begin() + 1, words.end()}, source, lineNumber};
+  const std::string problem = checkStep(step);
+  if (problem.empty()) steps.push_back(std::move(step));
+  return problem;
+}
+
+std::string parseScript(std::string_view text, const std::string& source, std::vector<Step>& steps) {
+  std::string problems;
+  int number = 0;
+  for (const std::string& line : split(text, '\n')) {
+    const std::string problem = parseStep(line, source, ++number, steps);
+    if (!problem.empty()) problems += format("%s:%i: %s\n", source.c_str(), number, problem.c_str());
+  }
+  return problems;
+}
+
+namespace {
+
+std::string readStandardInput() {
+  std::string text;
+  char block[4096];
+  for (size_t got = 0; (got = std::fread(block, 1, sizeof block, stdin)) > 0 && text.size() < kLongestScript;)
+    text.append(block, got);
+  return text;
+}
+
+std::string addScript(const std::string& path, std::vector<Step>& steps) {
+  if (path == "-") return parseScript(readStandardInput(), "standard input", steps);
+  const auto text = readWholeText(path, kLongestScript);
+  return text ? parseScript(*text, path, steps) : path + ": can't be read\n";
+}
+
+}  // namespace
+
+BatchOptions parseBatchOptions(const std::vector<std::string>& arguments) {
+  BatchOptions options;
+  std::string problems;
+  int stepNumber = 0;
+  const auto end = [&](int code, const std::string& message) {
+    options.exitCode = code;
+    options.message = message;
+    return options;
+  };
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (argument == "--help") return end(0, kUsage);
+    if (argument == "--version") return end(0, "tarnvisor-batch 4.60.0.0\n");
+    if (argument == "--json") options.json = true;
+    else if (argument == "--keep-going") options.keepGoing = true;
+    else if (argument == "--demonstration") options.demonstration = true;
+    else if (argument == "-e" || argument == "--profile" || argument == "--data") {
+      if (++i == arguments.size()) return end(2, argument + " needs a value\n");
+      if (argument == "--profile") options.profile = arguments[i];
+      else if (argument == "--data") options.dataFolder = arguments[i];
+      else if (const auto wrong = parseStep(arguments[i], "-e", ++stepNumber, options.steps); !wrong.empty())
+        problems += format("-e:%i: %s\n", stepNumber, wrong.c_str());
+    } else if (argument.size() > 1 && argument[0] == '-') {
+      return end(2, "unknown option " + argument + "\n" + kUsage);
+    } else {
+      problems += addScript(argument, options.steps);
+    }
+  }
+  if (!problems.empty()) return end(2, problems);
+  if (options.steps.empty() && !options.demonstration) return end(2, kUsage);
+  return options;
+}
+
+std::string jsonQuoted(std::string_view text) {
+  std::string quoted = "\"";
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c == '"' || c == '\\') {
+      quoted += '\\';
+      quoted += text[i];
+    } else if (c == '\n') {
+      quoted += "\\n";
+    } else if (c < 0x20 || c == 0x7f) {
+      quoted += format("\\u%04x", c);
+    } else if (c < 0x80) {
+      quoted += text[i];
+    } else {
+      // A well-formed UTF-8 character passes; any other byte is taken as Latin-1.
+      const size_t length = c >= 0xf0 && c < 0xf5 ? 4 : c >= 0xe0 ? 3 : c >= 0xc2 ? 2 : 0;
+      size_t good = 1;
+      while (good < length && i + good < text.size() && (static_cast<unsigned char>(text[i + good]) & 0xc0) == 0x80) ++good;
+      if (length > 0 && c < 0xf5 && good == length) {
+        quoted += text.substr(i, length);
+        i += length - 1;
+      } else {
+        quoted += static_cast<char>(0xc0 | (c >> 6));
+        quoted += static_cast<char>(0x80 | (c & 0x3f));
+      }
+    }
+  }
+  return quoted + '"';
+}
+
+}  // namespace tarnvisor

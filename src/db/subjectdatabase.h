@@ -1,0 +1,71 @@
+// The subject database tarn.db of a data folder: subjects, their exams and the result of each saved document. It holds
+// names and text only; removing it loses the index, not the documents. docs/formats/database.md tells the schema.
+//
+// Statements stand alone; one that fails is no data, and a write that fails is logged.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "db/sqlite.h"
+
+namespace tarnvisor {
+
+struct SubjectRow {
+  std::string id, name, surname, comments;
+};
+struct ExamRow {
+  int32_t id = -1;
+  std::string patient, created, site, comment, folder;  // folder: a name below the data folder
+};
+struct ResultRow {
+  int32_t id = -1;
+  int32_t exam = -1;
+  std::string created, filename, result;
+};
+
+class SubjectDatabase {
+ public:
+  static constexpr int32_t kSchemaVersion = 2;
+
+  // Opens, creates the tables where there are none, or brings an older schema up to date; all of it logged. Null when it
+  // can't be opened, with the words to show in problem.
+  static std::unique_ptr<SubjectDatabase> open(const std::string& path, const std::string& dataFolder,
+                                               const int32_t (&programVersion)[4], std::string& problem);
+
+  // Four lines about the database, each begun by "\r\n".
+  std::string description() const;
+
+  std::optional<SubjectRow> readSubject(const std::string& id) const;
+  bool newSubject(const std::string& id);  // the details come by updateSubject
+  bool updateSubject(const std::string& id, const std::string& name, const std::string& surname,
+                     const std::string& comments);
+  bool touchSubject(const std::string& id);
+  std::vector<std::string> recentSubjects() const;                           // the last used first, at most 30
+  std::vector<std::string> searchSubjects(const std::string& prefix) const;  // likewise
+
+  // The new exam's id; -1 when it could not be written.
+  int32_t newExam(const std::string& subject, const std::string& site, const std::string& comment,
+                  const std::string& folder);
+  std::vector<ExamRow> examsOf(const std::string& subject) const;
+  std::optional<ExamRow> exam(const std::string& subject, int32_t id) const;
+  std::optional<ExamRow> exam(int32_t id) const;
+
+  std::vector<ResultRow> resultsOf(int32_t exam) const;
+  std::optional<ResultRow> resultOf(int32_t exam, const std::string& filename) const;
+  bool insertResult(int32_t exam, const std::string& filename, const std::string& result);
+  bool updateResult(int32_t exam, const std::string& filename, const std::string& result);
+
+ private:
+  explicit SubjectDatabase(const std::string& path) : database(path) {}
+  bool prepareSchema(const std::string& dataFolder, const int32_t (&programVersion)[4]);
+  void createTables(const std::string& dataFolder, const int32_t (&programVersion)[4]);
+  void upgrade();
+  bool write(SqliteStatement& statement, const char* what);
+  SqliteDatabase database;
+};
+
+}  // namespace tarnvisor
