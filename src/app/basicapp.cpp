@@ -96,7 +96,8 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   if (!host().windows.createMainFrame(kProgramTitle)) return false;
   process.wmFreezeSave = static_cast<uint32_t>(InstanceMessage::FreezeSave);
   process.wmAutoLoad = static_cast<uint32_t>(InstanceMessage::AutoLoad);
-  if (options.listenForOthers) link = InstanceLink::listen(kInstanceClass);
+  if (options.listenForOthers)
+    if (auto listening = InstanceLink::listen(kInstanceClass)) link.emplace(std::move(*listening));
 
   const bool isSwitch = isSwitchLine(commandLine);
   if (!commandLine.empty()) {

@@ -1,0 +1,103 @@
+// A host for tests: answers are queued beforehand, and a question that nobody expected fails the test. Messages that
+// only tell something are gathered.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/host.h"
+
+namespace tarnvisor {
+
+class TestHost final : public Messages, public Choosers, public Forms, public Clipboard, public Windows, public WaitCursor {
+ public:
+  TestHost() : scope(ports) {}
+  ~TestHost() override {
+    EXPECT_TRUE(answers.empty()) << "a question that was answered beforehand was never asked";
+    EXPECT_TRUE(paths.empty()) << "a path was never asked for";
+    EXPECT_TRUE(fills.empty()) << "a form was never shown";
+  }
+
+  std::deque<Answer> answers;                     // for questions with more than one button
+  std::deque<std::optional<std::string>> paths;   // for choosers; nothing is Cancel
+  std::deque<std::function<bool(Form&)>> fills;   // for forms; false is Cancel
+  std::vector<std::string> messages;
+  std::vector<std::string> calls;                 // of windows
+  std::optional<std::string> clipboardText;
+  bool frameCanBeMade = true;
+
+  // A form answered by label.
+  void fill(std::vector<std::pair<std::string, std::string>> values) {
+    fills.push_back([values = std::move(values)](Form& form) {
+      for (const auto& [label, value] : values) {
+        const FormField* field = form.find(label);
+        EXPECT_NE(field, nullptr) << form.title() << " has no field " << label;
+        if (field) {
+          EXPECT_EQ(field->take(value), "");
+        }
+      }
+      form.changed();
+      return true;
+    });
+  }
+
+  Answer show(const std::string& text, Buttons buttons, Icon) override {
+    messages.push_back(text);
+    if (buttons == Buttons::Ok) return Answer::Ok;
+    return take(answers, Answer::Cancel, text);
+  }
+  std::optional<std::string> openFile(const FileRequest& r) override { return take(paths, {}, r.title); }
+  std::optional<std::string> saveFile(const FileRequest& r) override { return take(paths, {}, r.title); }
+  std::vector<std::string> openFiles(const FileRequest&) override {
+    std::vector<std::string> all;
+    for (const auto& path : paths) all.push_back(path.value_or(""));
+    paths.clear();
+    return all;
+  }
+  std::optional<std::string> chooseFolder(const std::string& title, const std::string&) override {
+    messages.push_back(title);
+    return take(paths, {}, title);
+  }
+  bool run(Form& form) override {
+    const auto answer = take(fills, {}, form.title());
+    return answer && answer(form);
+  }
+  void setText(const std::string& words) override { clipboardText = words; }
+  std::optional<std::string> text() override { return clipboardText; }
+  std::optional<std::vector<uint8_t>> bitmap() override { return std::nullopt; }
+  bool createMainFrame(const std::string& title) override {
+    calls.push_back("create " + title);
+    return frameCanBeMade;
+  }
+  void showMainFrame() override { calls.emplace_back("show"); }
+  void closeMainFrame() override { calls.emplace_back("close"); }
+  void tile() override { calls.emplace_back("tile"); }
+  void refreshBars() override {}
+  bool openWithDesktop(const std::string& path) override {
+    calls.push_back("desktop " + path);
+    return true;
+  }
+  void begin() override {}
+  void end() override {}
+
+ private:
+  template <class T>
+  static T take(std::deque<T>& queue, T otherwise, const std::string& question) {
+    if (queue.empty()) {
+      ADD_FAILURE() << "unexpected question: " << question;
+      return otherwise;
+    }
+    T value = std::move(queue.front());
+    queue.pop_front();
+    return value;
+  }
+  Host ports{*this, *this, *this, *this, *this, *this};
+  HostScope scope;
+};
+
+}  // namespace tarnvisor
