@@ -1,9 +1,16 @@
 #include "settings/settings.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "base/files.h"
@@ -104,9 +111,34 @@ std::string onOneLine(std::string value) {
   return replaced(replaced(std::move(value), '\n', ' '), '\r', ' ');
 }
 
+// Holds other programs' writes to files of the same folder off while a profile is read, changed and replaced,
+// so that two writers keep each other's keys. The folder is locked, as the file itself is replaced. Where it
+// can't be locked, or a stuck program keeps it, the write goes on without.
+class FolderLock {
+ public:
+  explicit FolderLock(const std::string& file) {
+    const std::string folder = folderOf(file);
+    handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (handle < 0) return;
+    for (int tries = 0; tries < 200 && ::flock(handle, LOCK_EX | LOCK_NB) != 0; ++tries) {
+      if (errno != EWOULDBLOCK && errno != EINTR) return;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  }
+  ~FolderLock() {
+    if (handle >= 0) ::close(handle);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+ private:
+  int handle = -1;
+};
+
 void writeValue(const std::string& file, const std::string& section, const std::string& key,
                 const std::string& value) {
   if (file.empty()) return;
+  const FolderLock lock(file);
   std::string text;
   if (fileExists(file)) {
     auto present = readWholeText(file, kLongestProfile);
