@@ -44,11 +44,16 @@ CBasicApp::~CBasicApp() {
 bool gateOpen(DocumentRow::Gate gate) {
   const bool image = process.tarnvisorEnabled;
   switch (gate) {
-    case DocumentRow::Gate::Image: return image;
-    case DocumentRow::Gate::Live: return image && process.fgAvailable;
-    case DocumentRow::Gate::ImageOrVelocity: return image || process.floEnabled;
-    case DocumentRow::Gate::Velocity: return process.floEnabled && process.flo1Available;
-    case DocumentRow::Gate::Dynamic: return image && process.dynamicChannel();
+    case DocumentRow::Gate::Image:
+      return image;
+    case DocumentRow::Gate::Live:
+      return image && process.fgAvailable;
+    case DocumentRow::Gate::ImageOrVelocity:
+      return image || process.floEnabled;
+    case DocumentRow::Gate::Velocity:
+      return process.floEnabled && process.flo1Available;
+    case DocumentRow::Gate::Dynamic:
+      return image && process.dynamicChannel();
   }
   return false;
 }
@@ -76,12 +81,14 @@ void CBasicApp::logBanner() {
 // The order of these steps is known to whoever reads the log, and posted commands rely on it.
 bool CBasicApp::initInstance(const StartOptions& options) {
   commandLine = options.commandLine;
-  const bool profileFound = options.profilePath.empty() ? selectProfile(options.programPath, false)
-                                                        : selectProfileFile(options.programPath, options.profilePath);
+  const bool profileFound = options.profilePath.empty()
+                                ? selectProfile(options.programPath, false)
+                                : selectProfileFile(options.programPath, options.profilePath);
   if (!profileFound) return false;
   readSettings();
   const std::string folder = settings.getString("settings", "directory", "./");
-  if (!options.keepWorkingFolder && ::chdir(folder.c_str()) != 0) logPrintf("folder %s can't be entered\n", folder.c_str());
+  if (!options.keepWorkingFolder && ::chdir(folder.c_str()) != 0)
+    logPrintf("folder %s can't be entered\n", folder.c_str());
   logBanner();
   writeMemoryReport();
   process.cytoMode = 0;
@@ -90,8 +97,10 @@ bool CBasicApp::initInstance(const StartOptions& options) {
     process.fgAvailable = fgMode != 0;
   }
   if (process.floEnabled) startVelocityInput();
-  if (!options.dataFolder.empty()) openDatabaseIn(options.dataFolder);
-  else if (options.askForDataFolder || fileExists(settings.getString("Settings", "database", ""))) openDatabase();
+  if (!options.dataFolder.empty())
+    openDatabaseIn(options.dataFolder);
+  else if (options.askForDataFolder || fileExists(settings.getString("Settings", "database", "")))
+    openDatabase();
   registerDocumentTypes(options);
   if (!host().windows.createMainFrame(kProgramTitle)) return false;
   process.wmFreezeSave = static_cast<uint32_t>(InstanceMessage::FreezeSave);
@@ -101,7 +110,8 @@ bool CBasicApp::initInstance(const StartOptions& options) {
 
   const bool isSwitch = isSwitchLine(commandLine);
   if (!commandLine.empty()) {
-    const std::string file = isSwitch ? commandLine.substr(std::min<size_t>(3, commandLine.size())) : commandLine;
+    const std::string file =
+        isSwitch ? commandLine.substr(std::min<size_t>(3, commandLine.size())) : commandLine;
     (void)openDocumentFile(file);
   }
   host().windows.showMainFrame();
@@ -129,7 +139,8 @@ void CBasicApp::registerDocumentTypes(const StartOptions& options) {
     if (!gateOpen(row.gate)) continue;
     auto type = std::make_unique<DocumentType>(row.classes);
     DocumentType* kept = type.get();
-    if (row.registered) documents.registerType(std::move(type));
+    if (row.registered)
+      documents.registerType(std::move(type));
     else {
       documents.attach(*kept);
       unregistered.push_back(std::move(type));
@@ -162,8 +173,8 @@ int32_t CBasicApp::exitInstance() {
 CDocument* CBasicApp::openDocumentFile(const std::string& path) {
   DocumentType* type = documents.typeFor(path);
   if (!type) {
-    host().messages.show(format("%s can't be opened: no kind of document has this ending.", path.c_str()), Buttons::Ok,
-                         Icon::Error);
+    host().messages.show(format("%s can't be opened: no kind of document has this ending.", path.c_str()),
+                         Buttons::Ok, Icon::Error);
     return nullptr;
   }
   CDocument* document = type->openDocument(path);
@@ -209,12 +220,13 @@ void CBasicApp::about() {
                       : process.tarnvisorEnabled && !process.floEnabled ? "Tarnvisor"
                                                                         : kProgramTitle;
   const MemoryStatus memory = memoryStatus();
-  host().messages.show(format("%s\n\nphysical memory %lluKB\nfree physical memory %lluKB\nmemory load %u %%\n"
-                              "used virtual memory %lluKB\nfree disc space %lluKB",
-                              title, static_cast<unsigned long long>(memory.totalPhysical >> 10),
-                              static_cast<unsigned long long>(memory.availablePhysical >> 10), memory.loadPercent,
-                              static_cast<unsigned long long>((memory.totalVirtual - memory.availableVirtual) >> 10),
-                              static_cast<unsigned long long>(freeDiscBytes(workingFolder()) >> 10)));
+  host().messages.show(
+      format("%s\n\nphysical memory %lluKB\nfree physical memory %lluKB\nmemory load %u %%\n"
+             "used virtual memory %lluKB\nfree disc space %lluKB",
+             title, static_cast<unsigned long long>(memory.totalPhysical >> 10),
+             static_cast<unsigned long long>(memory.availablePhysical >> 10), memory.loadPercent,
+             static_cast<unsigned long long>((memory.totalVirtual - memory.availableVirtual) >> 10),
+             static_cast<unsigned long long>(freeDiscBytes(workingFolder()) >> 10)));
 }
 
 bool CBasicApp::isOpenView(const CView* view) const {

@@ -1,5 +1,6 @@
-// CBasicApp: the one application object, from the first instruction of the process to its end: the start sequence, the
-// document table behind the channel gates, the idle pass, messages between processes, and the shutdown.
+// CBasicApp: the one application object, from the first instruction of the process to its end: the start
+// sequence, the document table behind the channel gates, the idle pass, messages between processes, and the
+// shutdown.
 #pragma once
 
 #include <functional>
@@ -23,8 +24,10 @@ inline constexpr const char* kProgramTitle = "Tarnvisor 4.60.0.0";
 inline constexpr int32_t kVersion[4] = {4, 60, 0, 0};
 inline constexpr const char* kBuildStamp = "Sep  2 2025 14:40:32";
 inline constexpr const char* kOpenFilter =
-    "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi|Images (*.tv1)|*.tv1|Videos (*.dtv)|*.dtv|AVI Videos "
-    "(*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF (*.zzfcf)|*.zzfcf|XY charts "
+    "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi|Images (*.tv1)|*.tv1|Videos "
+    "(*.dtv)|*.dtv|AVI Videos "
+    "(*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF "
+    "(*.zzfcf)|*.zzfcf|XY charts "
     "(*.zzxy)|*.zzxy|All files (*.*)|*.*||";
 
 // One row of the document table, filled in by assembly/.
@@ -61,8 +64,8 @@ class CBasicApp : public CommandTarget {
   // True to be called again at once.
   bool onIdle(int32_t count);
 
-  // The document of a file, opened or activated; null when no type claims the file or the document refused, after
-  // the user was told.
+  // The document of a file, opened or activated; null when no type claims the file or the document refused,
+  // after the user was told.
   CDocument* openDocumentFile(const std::string& path);
   void onFileOpen();
   void postMainCommand(int32_t id) { loop.post(id); }
@@ -72,8 +75,8 @@ class CBasicApp : public CommandTarget {
 
   void readSettings();
   void saveSettings();
-  // Opens or creates the database that the profile names, asking for a folder when it names none. False when it can't be
-  // opened; the user has then been told and db is null.
+  // Opens or creates the database that the profile names, asking for a folder when it names none. False when
+  // it can't be opened; the user has then been told and db is null.
   bool openDatabase();
   // The same for a data folder that is named here and not in the profile; it is made when missing.
   bool openDatabaseIn(const std::string& folder);

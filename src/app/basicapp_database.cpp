@@ -10,7 +10,8 @@ namespace tarnvisor {
 bool CBasicApp::openDatabase() {
   dbPath = settings.getString("Settings", "database", "");
   if (!fileExists(dbPath)) {
-    const auto folder = host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dbPath);
+    const auto folder =
+        host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dbPath);
     dbPath = folder ? withSeparator(*folder) + "tarn.db" : std::string();
     settings.setString("Settings", "database", dbPath);
     logPrintf("choose db=%s\n", dbPath.c_str());

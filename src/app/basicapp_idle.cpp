@@ -28,8 +28,10 @@ bool CBasicApp::idleVelocityInput() {
   if (first) velocityInput->read(sampleBuffer);
   const int32_t available = velocityInput->availableSamples();
   if (available > 0) {
-    if (static_cast<size_t>(available) > sampleBuffer.size()) sampleBuffer.resize(static_cast<size_t>(available));
-    const int32_t got = std::max(0, velocityInput->read(std::span(sampleBuffer).first(static_cast<size_t>(available))));
+    if (static_cast<size_t>(available) > sampleBuffer.size())
+      sampleBuffer.resize(static_cast<size_t>(available));
+    const int32_t got =
+        std::max(0, velocityInput->read(std::span(sampleBuffer).first(static_cast<size_t>(available))));
     flo1View->takeSamples(std::span<const int16_t>(sampleBuffer).first(static_cast<size_t>(got)));
     samplesRead += got;
   }
@@ -49,7 +51,9 @@ void CBasicApp::idleFrameCounter() {
   if (counter == lastFrameCounter) return;
   const int64_t passed = static_cast<int64_t>(counter) - lastFrameCounter;
   lastFrameCounter = counter;
-  if (liveView) liveView->framesPassed(passed < 0 ? 1 : static_cast<int32_t>(std::min<int64_t>(passed, INT32_MAX)), counter);
+  if (liveView)
+    liveView->framesPassed(passed < 0 ? 1 : static_cast<int32_t>(std::min<int64_t>(passed, INT32_MAX)),
+                           counter);
 }
 
 void CBasicApp::idleCameraStop() {

@@ -1,5 +1,5 @@
-// What the idle pass needs of the camera, the velocity input and their open views. The rooms that have them implement
-// these; tests script them.
+// What the idle pass needs of the camera, the velocity input and their open views. The rooms that have them
+// implement these; tests script them.
 #pragma once
 
 #include <cstdint>

@@ -19,16 +19,17 @@ namespace tarnvisor {
 
 namespace {
 
-// A folder that only this user can enter: the run-time folder of the login, or one made for the purpose. Empty when
-// there is none to be trusted.
+// A folder that only this user can enter: the run-time folder of the login, or one made for the purpose.
+// Empty when there is none to be trusted.
 std::string privateFolder() {
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-  const std::string folder =
-      runtime && *runtime ? withSeparator(runtime) : format("/tmp/tarnvisor-%u/", static_cast<unsigned>(::geteuid()));
+  const std::string folder = runtime && *runtime
+                                 ? withSeparator(runtime)
+                                 : format("/tmp/tarnvisor-%u/", static_cast<unsigned>(::geteuid()));
   ::mkdir(folder.c_str(), 0700);
-  struct stat facts{};
-  const bool ours = ::lstat(folder.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) && facts.st_uid == ::geteuid() &&
-                    (facts.st_mode & 077) == 0;
+  struct stat facts {};
+  const bool ours = ::lstat(folder.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) &&
+                    facts.st_uid == ::geteuid() && (facts.st_mode & 077) == 0;
   return ours ? folder : std::string();
 }
 
@@ -114,8 +115,8 @@ bool sendToInstance(const std::string& className, InstanceMessage message, const
   const int handle = connectTo(address);
   if (handle < 0) return false;
   const std::string packet = static_cast<char>(message) + path;
-  const bool sent = isSameUser(handle) &&
-                    ::send(handle, packet.data(), packet.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(packet.size());
+  const bool sent = isSameUser(handle) && ::send(handle, packet.data(), packet.size(), MSG_NOSIGNAL) ==
+                                              static_cast<ssize_t>(packet.size());
   ::close(handle);
   return sent;
 }

@@ -1,5 +1,5 @@
-// Messages between programs of one user: a file's path sent to the running instance, over a local socket that no other
-// user can reach. Every program listens under a class name ("TARNVISOR" for this one).
+// Messages between programs of one user: a file's path sent to the running instance, over a local socket that
+// no other user can reach. Every program listens under a class name ("TARNVISOR" for this one).
 #pragma once
 
 #include <cstdint>
@@ -30,7 +30,8 @@ class InstanceLink {
   InstanceLink& operator=(InstanceLink&&) = delete;
   ~InstanceLink();
 
-  // Takes what has come, without waiting. Messages of other users or with paths of 260 characters and more are dropped.
+  // Takes what has come, without waiting. Messages of other users or with paths of 260 characters and more
+  // are dropped.
   void poll(const Handler& handler);
 
  private:

@@ -1,5 +1,5 @@
-// CBasicMainFrame: the commands that belong to no document. A window system gives it the faces of the subject dialog and
-// the exam list; without them their commands are off.
+// CBasicMainFrame: the commands that belong to no document. A window system gives it the faces of the subject
+// dialog and the exam list; without them their commands are off.
 #pragma once
 
 #include "app/basicapp.h"

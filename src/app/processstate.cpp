@@ -69,8 +69,10 @@ std::vector<Key> keysAfterLogging(int32_t& expertMode, int32_t& showDb, int32_t&
 
 void read(const std::vector<Key>& keys) {
   for (const Key& k : keys) {
-    if (const auto* text = std::get_if<std::string*>(&k.bound)) **text = settings.getString(k.section, k.key, **text);
-    if (const auto* number = std::get_if<double*>(&k.bound)) **number = settings.getDouble(k.section, k.key, **number);
+    if (const auto* text = std::get_if<std::string*>(&k.bound))
+      **text = settings.getString(k.section, k.key, **text);
+    if (const auto* number = std::get_if<double*>(&k.bound))
+      **number = settings.getDouble(k.section, k.key, **number);
     if (const auto* whole = std::get_if<int32_t*>(&k.bound)) {
       **whole = k.as == As::TruncatedNumber ? truncated(settings.getDouble(k.section, k.key, **whole))
                                             : settings.getInt(k.section, k.key, **whole);

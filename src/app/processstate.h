@@ -1,5 +1,5 @@
-// What exists once in the process: the channels, modes and settings that all rooms read, set at start-up and fixed for
-// the life of the process unless said otherwise.
+// What exists once in the process: the channels, modes and settings that all rooms read, set at start-up and
+// fixed for the life of the process unless said otherwise.
 #pragma once
 
 #include <cstdint>

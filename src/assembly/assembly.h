@@ -1,5 +1,5 @@
-// The one place that names every document class: the document table in the order in which files are matched, and the
-// classes that are stored by reference.
+// The one place that names every document class: the document table in the order in which files are matched,
+// and the classes that are stored by reference.
 #pragma once
 
 #include <span>

@@ -30,8 +30,8 @@ bool sameFolder(std::string_view a, std::string_view b);  // after resolving; mi
 
 bool fileExists(const std::string& path);  // a regular file (or device) that can be examined
 bool folderExists(const std::string& path);
-std::string workingFolder();  // with a separator at its end
-uint64_t freeDiscBytes(const std::string& folder);  // what this user may still write there; 0 when unknown
+std::string workingFolder();                        // with a separator at its end
+uint64_t freeDiscBytes(const std::string& folder);  // what may still be written there; 0 when unknown
 
 // The bytes of a file; nothing when it can't be opened or read, or is longer than maxBytes.
 std::optional<std::vector<uint8_t>> readWholeFile(const std::string& path, uint64_t maxBytes = UINT64_MAX);

@@ -28,9 +28,12 @@ struct DemonstrationStill {
   NailfoldStill (*make)(uint64_t seed);
 };
 constexpr DemonstrationStill kStills[] = {
-    {"good.bmp", "in focus, evenly lit", goodNailfold},     {"dense.bmp", "many capillaries", denseNailfold},
-    {"sparse.bmp", "few capillaries", sparseNailfold},      {"colour.bmp", "in colour", colourNailfold},
-    {"field.zzg", "one field of a frame", fieldNailfold},   {"dim.tif", "little light, much noise", dimNailfold},
+    {"good.bmp", "in focus, evenly lit", goodNailfold},
+    {"dense.bmp", "many capillaries", denseNailfold},
+    {"sparse.bmp", "few capillaries", sparseNailfold},
+    {"colour.bmp", "in colour", colourNailfold},
+    {"field.zzg", "one field of a frame", fieldNailfold},
+    {"dim.tif", "little light, much noise", dimNailfold},
     {"dusty.bmp", "poor focus, dust", dustyNailfold},
 };
 
@@ -107,7 +110,8 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
     return 1;
   }
   const std::string folder = selectDemonstration(app);
-  std::printf("Demonstration in %s\n\n%-12s %5s %6s  %-52s %s\n", folder.c_str(), "still", "true", "found", "density", "");
+  std::printf("Demonstration in %s\n\n%-12s %5s %6s  %-52s %s\n", folder.c_str(), "still", "true", "found",
+              "density", "");
   ScriptRunner runner(app, script, false);
   const auto must = [&](const std::string& word, std::vector<std::string> arguments) {
     const StepResult result = runner.runStep({word, std::move(arguments), "demonstration", 0});
@@ -120,7 +124,8 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
     document->magx = document->magy = 1.0;  // the simulated finger is drawn at one micrometre a pixel
     document->calibrated = 1;
     document->userunits = "um";
-    if (!must("command", {"Find Capillaries"}) || !must("command", {"Calculate average of selection"})) return 1;
+    if (!must("command", {"Find Capillaries"}) || !must("command", {"Calculate average of selection"}))
+      return 1;
     app.documents.activate(*document);
     std::fputs(stillLine(still, *document).c_str(), stdout);
     if (!must("save", {folder + withoutExtension(still.file) + ".tv1"}) || !must("close", {})) return 1;

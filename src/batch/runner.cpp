@@ -49,7 +49,8 @@ std::string dimensionLines(const ZBasicDoc& document) {
   for (size_t i = 0; i < items.size(); ++i) {
     const CDim& d = *items[i];
     text += format("%zu,%s,%.3f,%.3f,", i + 1, kindOf(d), d.Length(s.x, s.y), d.Area(s.x, s.y));
-    for (size_t p = 0; p < d.points.size(); ++p) text += format(p ? " %i %i" : "%i %i", d.points[p].x, d.points[p].y);
+    for (size_t p = 0; p < d.points.size(); ++p)
+      text += format(p ? " %i %i" : "%i %i", d.points[p].x, d.points[p].y);
     text += '\n';
   }
   return text;
@@ -81,7 +82,8 @@ void ScriptRunner::report(const Step& step, const StepResult& result) const {
     if (result.text.back() != '\n') std::fputc('\n', stdout);
   }
   std::fflush(stdout);
-  if (!result.ok) std::fprintf(stderr, "%s: %s: %s\n", step.where().c_str(), step.line().c_str(), result.why.c_str());
+  if (!result.ok)
+    std::fprintf(stderr, "%s: %s: %s\n", step.where().c_str(), step.line().c_str(), result.why.c_str());
 }
 
 StepResult ScriptRunner::runStep(const Step& step) {
@@ -91,12 +93,13 @@ StepResult ScriptRunner::runStep(const Step& step) {
   };
   using R = ScriptRunner;
   static constexpr Row rows[] = {
-      {"subject", &R::subject}, {"exam", &R::exam},         {"open", &R::open},     {"set", &R::set},
-      {"roi", &R::roi},         {"list", &R::list},         {"dim", &R::dim},       {"command", &R::command},
-      {"import", &R::import},   {"save", &R::save},         {"export", &R::exportStep}, {"results", &R::results},
+      {"subject", &R::subject}, {"exam", &R::exam},  {"open", &R::open},         {"set", &R::set},
+      {"roi", &R::roi},         {"list", &R::list},  {"dim", &R::dim},           {"command", &R::command},
+      {"import", &R::import},   {"save", &R::save},  {"export", &R::exportStep}, {"results", &R::results},
       {"print", &R::print},     {"close", &R::close}};
   script.begin({});
-  const auto row = std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return step.word == r.word; });
+  const auto row =
+      std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return step.word == r.word; });
   StepResult result = row == std::end(rows) ? unavailable(step) : (this->*row->does)(step);
   // Commands that a command posted belong to its step.
   while (app.loop.hasPosted()) (void)app.loop.turn();
@@ -108,8 +111,9 @@ StepResult ScriptRunner::runStep(const Step& step) {
 ZBasicDoc* ScriptRunner::frontImage() const { return dynamic_cast<ZBasicDoc*>(app.documents.active()); }
 
 StepResult ScriptRunner::unavailable(const Step& step) {
-  return StepResult::failure(app.documents.active() ? "the document in front has nothing for \"" + step.word + "\""
-                                                    : "no document is open");
+  return StepResult::failure(app.documents.active()
+                                 ? "the document in front has nothing for \"" + step.word + "\""
+                                 : "no document is open");
 }
 
 StepResult ScriptRunner::subject(const Step& step) {
@@ -139,8 +143,10 @@ StepResult ScriptRunner::open(const Step& step) {
   CDocument* document = nullptr;
   if (isPixelFile(path) && process.imageTemplate) {
     auto* image = dynamic_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
-    if (image && image->adoptImageFile(path)) document = image;
-    else if (image) process.imageTemplate->discard(*image);
+    if (image && image->adoptImageFile(path))
+      document = image;
+    else if (image)
+      process.imageTemplate->discard(*image);
   } else {
     document = app.openDocumentFile(path);
   }
@@ -155,7 +161,8 @@ StepResult ScriptRunner::open(const Step& step) {
 
 StepResult ScriptRunner::set(const Step& step) {
   settings.setString(step.args[0], step.args[1], step.args[2]);
-  if (settings.getString(step.args[0], step.args[1], "") != step.args[2].substr(0, CSettingsFile::kLongestValue))
+  if (settings.getString(step.args[0], step.args[1], "") !=
+      step.args[2].substr(0, CSettingsFile::kLongestValue))
     return StepResult::failure("the profile can't be written: " + settings.path());
   readProcessingSettings();
   return {};
@@ -189,15 +196,19 @@ StepResult ScriptRunner::list(const Step& step) {
 StepResult ScriptRunner::dim(const Step& step) {
   ZBasicDoc* document = frontImage();
   if (!document) return unavailable(step);
-  static constexpr std::pair<const char*, int32_t> kTypes[] = {{"point", 0},  {"line", 1},    {"polyline", 2}, {"freehand", 3},
-                                                               {"circle", 4}, {"polygon", 5}, {"rect", 6}};
-  const auto* type = std::find_if(std::begin(kTypes), std::end(kTypes), [&](const auto& t) { return step.args[0] == t.first; });
+  static constexpr std::pair<const char*, int32_t> kTypes[] = {
+      {"point", 0},  {"line", 1},    {"polyline", 2}, {"freehand", 3},
+      {"circle", 4}, {"polygon", 5}, {"rect", 6}};
+  const auto* type = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                  [&](const auto& t) { return step.args[0] == t.first; });
   int32_t index = -1;
   for (size_t i = 1; i < step.args.size(); ++i) {
     const std::vector<int32_t> n = step.numbers(i);
     const Point point{n[0], n[1]};
-    if (index < 0) index = document->addDimension(point, type->second);
-    else if (document->addPointToDimension(index, point) < 0) return StepResult::failure("the point can't be added");
+    if (index < 0)
+      index = document->addDimension(point, type->second);
+    else if (document->addPointToDimension(index, point) < 0)
+      return StepResult::failure("the point can't be added");
   }
   if (type->second == 5) document->currentDims().items[static_cast<size_t>(index)]->Close();
   document->updateAllViews();
@@ -210,9 +221,11 @@ StepResult ScriptRunner::runCommandText(const std::string& text, std::vector<std
   char* end = nullptr;
   const long id = std::strtol(text.c_str(), &end, 10);
   const bool byId = !text.empty() && *end == '\0';
-  const CommandResult done = byId ? routeCommand(chain, static_cast<int32_t>(id)) : routeCommand(chain, std::string_view(text));
+  const CommandResult done =
+      byId ? routeCommand(chain, static_cast<int32_t>(id)) : routeCommand(chain, std::string_view(text));
   if (done == CommandResult::Unknown)
-    return StepResult::failure(app.documents.active() ? "there is no such command here" : "there is no such command; no document is open");
+    return StepResult::failure(app.documents.active() ? "there is no such command here"
+                                                      : "there is no such command; no document is open");
   if (done == CommandResult::Disabled) return StepResult::failure("the command is not enabled now");
   if (const auto unused = script.unused(); script.problem().empty() && !unused.empty())
     return StepResult::failure("nothing asked for the answer \"" + unused.front() + "\"");
@@ -261,7 +274,8 @@ StepResult ScriptRunner::exportStep(const Step& step) {
   if (rows) {
     if (!table) return StepResult::failure("a table is exported as .csv");
     const Outcome done = rows->exportCsv(path);
-    return done ? StepResult{true, {}, {{"path", path}}, "exported " + path} : StepResult::failure(done.why());
+    return done ? StepResult{true, {}, {{"path", path}}, "exported " + path}
+                : StepResult::failure(done.why());
   }
   ZBasicDoc* image = frontImage();
   if (!image || !image->hasImage()) return unavailable(step);
@@ -280,7 +294,8 @@ StepResult ScriptRunner::print(const Step& step) {
   if (!document) return unavailable(step);
   const std::string& what = step.args[0];
   if (const auto* bound = dynamic_cast<CdbDocument*>(document); bound && what == "result")
-    return {true, {}, {{"result", bound->resultText}}, bound->resultText.empty() ? "" : bound->resultText + "\n"};
+    return {
+        true, {}, {{"result", bound->resultText}}, bound->resultText.empty() ? "" : bound->resultText + "\n"};
   ZBasicDoc* image = frontImage();
   if (!image) return unavailable(step);
   if (what == "notes") return {true, {}, {}, printable(image->notes)};
@@ -291,11 +306,13 @@ StepResult ScriptRunner::print(const Step& step) {
   return {true,
           {},
           {},
-          format("title %s\nsize %i x %i\nroi %i,%i,%i,%i%s\nlist %i: %zu dimensions\nscale %g x %g %s/pixel\nchanged %s\n",
+          format("title %s\nsize %i x %i\nroi %i,%i,%i,%i%s\nlist %i: %zu dimensions\nscale %g x %g "
+                 "%s/pixel\nchanged %s\n",
                  image->title().c_str(), image->theImage() ? image->theImage()->width : 0,
-                 image->theImage() ? image->theImage()->frameHeight() : 0, area.left, area.top, area.right, area.bottom,
-                 image->hasCircularRoi() ? " circle" : "", image->currentlist, image->currentDims().items.size(), s.x, s.y,
-                 image->unitName().c_str(), image->isModified() ? "yes" : "no")};
+                 image->theImage() ? image->theImage()->frameHeight() : 0, area.left, area.top, area.right,
+                 area.bottom, image->hasCircularRoi() ? " circle" : "", image->currentlist,
+                 image->currentDims().items.size(), s.x, s.y, image->unitName().c_str(),
+                 image->isModified() ? "yes" : "no")};
 }
 
 // A script that closes without saving means it.

@@ -1,5 +1,5 @@
-// Runs the steps of a script on the application, one after the other, and prints what each yields: plain text, or one
-// JSON object a step.
+// Runs the steps of a script on the application, one after the other, and prints what each yields: plain
+// text, or one JSON object a step.
 #pragma once
 
 #include <cstdio>
@@ -28,7 +28,8 @@ struct StepResult {
 
 class ScriptRunner {
  public:
-  ScriptRunner(CBasicApp& application, ScriptHost& host, bool json) : app(application), script(host), asJson(json) {}
+  ScriptRunner(CBasicApp& application, ScriptHost& host, bool json)
+      : app(application), script(host), asJson(json) {}
 
   // Exit code: 0, or 1 when a step failed. Without keepGoing the first failure ends the run.
   int run(const std::vector<Step>& steps, bool keepGoing);

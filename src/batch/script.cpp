@@ -55,7 +55,8 @@ std::string checkRoi(Arguments a) {
 
 std::string checkList(Arguments a) {
   std::vector<int32_t> n;
-  return parseNumbers(a[0], n) && n.size() == 1 && n[0] >= 0 && n[0] <= 8 ? "" : "a list is a number from 0 to 8";
+  return parseNumbers(a[0], n) && n.size() == 1 && n[0] >= 0 && n[0] <= 8 ? ""
+                                                                          : "a list is a number from 0 to 8";
 }
 
 std::string checkDim(Arguments a) {
@@ -95,16 +96,28 @@ struct StepRule {
   std::string (*check)(Arguments) = nullptr;
 };
 constexpr size_t kAny = 1u << 20;
-constexpr StepRule kRules[] = {
-    {"subject", 1, 1},        {"exam", 1, 2},           {"open", 1, 1},
-    {"set", 3, 3},            {"roi", 1, 1, checkRoi},  {"list", 1, 1, checkList},
-    {"dim", 2, kAny, checkDim}, {"command", 1, kAny},   {"import", 1, 1},
-    {"select", 2, 2, checkSelect}, {"frame", 1, 1, checkNumber}, {"trace", 1, 1},
-    {"save", 0, 1},           {"export", 1, 1},         {"results", 1, 1},
-    {"print", 1, 1, checkPrint}, {"snapshot", 1, 1},    {"close", 0, 0}};
+constexpr StepRule kRules[] = {{"subject", 1, 1},
+                               {"exam", 1, 2},
+                               {"open", 1, 1},
+                               {"set", 3, 3},
+                               {"roi", 1, 1, checkRoi},
+                               {"list", 1, 1, checkList},
+                               {"dim", 2, kAny, checkDim},
+                               {"command", 1, kAny},
+                               {"import", 1, 1},
+                               {"select", 2, 2, checkSelect},
+                               {"frame", 1, 1, checkNumber},
+                               {"trace", 1, 1},
+                               {"save", 0, 1},
+                               {"export", 1, 1},
+                               {"results", 1, 1},
+                               {"print", 1, 1, checkPrint},
+                               {"snapshot", 1, 1},
+                               {"close", 0, 0}};
 
 std::string checkStep(const Step& step) {
-  const auto rule = std::find_if(std::begin(kRules), std::end(kRules), [&](const StepRule& r) { return step.word == r.word; });
+  const auto rule = std::find_if(std::begin(kRules), std::end(kRules),
+                                 [&](const StepRule& r) { return step.word == r.word; });
   if (rule == std::end(kRules)) return "unknown step \"" + step.word + "\"";
   if (step.args.size() < rule->fewest) return "\"" + step.word + "\" needs more arguments";
   if (step.args.size() > rule->most) return "\"" + step.word + "\" has too many arguments";
@@ -166,7 +179,8 @@ bool splitStep(std::string_view line, std::vector<std::string>& words) {
   return !quoted;
 }
 
-std::string parseStep(std::string_view line, const std::string& source, int lineNumber, std::vector<Step>& steps) {
+std::string parseStep(std::string_view line, const std::string& source, int lineNumber,
+                      std::vector<Step>& steps) {
   std::vector<std::string> words;
   if (!splitStep(line, words)) return "a quote is not closed";
   if (words.empty()) return {};
@@ -217,13 +231,18 @@ BatchOptions parseBatchOptions(const std::vector<std::string>& arguments) {
     const std::string& argument = arguments[i];
     if (argument == "--help") return end(0, kUsage);
     if (argument == "--version") return end(0, "tarnvisor-batch 4.60.0.0\n");
-    if (argument == "--json") options.json = true;
-    else if (argument == "--keep-going") options.keepGoing = true;
-    else if (argument == "--demonstration") options.demonstration = true;
+    if (argument == "--json")
+      options.json = true;
+    else if (argument == "--keep-going")
+      options.keepGoing = true;
+    else if (argument == "--demonstration")
+      options.demonstration = true;
     else if (argument == "-e" || argument == "--profile" || argument == "--data") {
       if (++i == arguments.size()) return end(2, argument + " needs a value\n");
-      if (argument == "--profile") options.profile = arguments[i];
-      else if (argument == "--data") options.dataFolder = arguments[i];
+      if (argument == "--profile")
+        options.profile = arguments[i];
+      else if (argument == "--data")
+        options.dataFolder = arguments[i];
       else if (const auto wrong = parseStep(arguments[i], "-e", ++stepNumber, options.steps); !wrong.empty())
         problems += format("-e:%i: %s\n", stepNumber, wrong.c_str());
     } else if (argument.size() > 1 && argument[0] == '-') {
@@ -254,7 +273,9 @@ std::string jsonQuoted(std::string_view text) {
       // A well-formed UTF-8 character passes; any other byte is taken as Latin-1.
       const size_t length = c >= 0xf0 && c < 0xf5 ? 4 : c >= 0xe0 ? 3 : c >= 0xc2 ? 2 : 0;
       size_t good = 1;
-      while (good < length && i + good < text.size() && (static_cast<unsigned char>(text[i + good]) & 0xc0) == 0x80) ++good;
+      while (good < length && i + good < text.size() &&
+             (static_cast<unsigned char>(text[i + good]) & 0xc0) == 0x80)
+        ++good;
       if (length > 0 && c < 0xf5 && good == length) {
         quoted += text.substr(i, length);
         i += length - 1;

@@ -1,7 +1,8 @@
-// The script language of tarnvisor-batch and its command line: read and checked as a whole before anything runs.
+// The script language of tarnvisor-batch and its command line: read and checked as a whole before anything
+// runs.
 //
-// One step a line: a word and its arguments, separated by blanks. "#" begins a comment, double quotes group, and inside
-// quotes \" and \\ stand for themselves.
+// One step a line: a word and its arguments, separated by blanks. "#" begins a comment, double quotes group,
+// and inside quotes \" and \\ stand for themselves.
 #pragma once
 
 #include <cstdint>
@@ -30,14 +31,15 @@ struct BatchOptions {
   bool json = false;
   bool keepGoing = false;
   bool demonstration = false;
-  int exitCode = -1;    // 0 or above: end at once with it, after printing the message
+  int exitCode = -1;  // 0 or above: end at once with it, after printing the message
   std::string message;
 };
 
 // The words of one line; false when a quote is left open.
 bool splitStep(std::string_view line, std::vector<std::string>& words);
 // Adds the step of a line, if it has one. Empty on success, otherwise what is wrong with it.
-std::string parseStep(std::string_view line, const std::string& source, int lineNumber, std::vector<Step>& steps);
+std::string parseStep(std::string_view line, const std::string& source, int lineNumber,
+                      std::vector<Step>& steps);
 // All steps of a text. Empty on success, otherwise one line for each wrong step.
 std::string parseScript(std::string_view text, const std::string& source, std::vector<Step>& steps);
 BatchOptions parseBatchOptions(const std::vector<std::string>& arguments);

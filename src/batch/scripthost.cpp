@@ -37,7 +37,10 @@ Answer ScriptHost::show(const std::string& text, Buttons buttons, Icon icon) {
   if (buttons == Buttons::Ok) return Answer::Ok;
   std::string word;
   if (takeWord({"yes", "no", "ok", "cancel"}, word))
-    return word == "yes" ? Answer::Yes : word == "no" ? Answer::No : word == "ok" ? Answer::Ok : Answer::Cancel;
+    return word == "yes"  ? Answer::Yes
+           : word == "no" ? Answer::No
+           : word == "ok" ? Answer::Ok
+                          : Answer::Cancel;
   // Nobody said yes, so nothing is lost by it.
   return buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
 }
@@ -52,7 +55,8 @@ std::optional<std::string> ScriptHost::takePath() {
 
 std::optional<std::string> ScriptHost::openFile(const FileRequest& request) {
   auto path = takePath();
-  if (!path && wrong.empty()) wrong = format("\"%s\" asks for a file, and the step names none", request.title.c_str());
+  if (!path && wrong.empty())
+    wrong = format("\"%s\" asks for a file, and the step names none", request.title.c_str());
   return path;
 }
 
@@ -69,7 +73,9 @@ std::vector<std::string> ScriptHost::openFiles(const FileRequest&) {
   return paths;
 }
 
-std::optional<std::string> ScriptHost::chooseFolder(const std::string&, const std::string&) { return takePath(); }
+std::optional<std::string> ScriptHost::chooseFolder(const std::string&, const std::string&) {
+  return takePath();
+}
 
 // Answers of the form label=value whose label the form has.
 bool ScriptHost::applyLabelled(const Form& form) {
@@ -95,12 +101,14 @@ bool ScriptHost::run(Form& form) {
   for (const FormField& field : form.fields()) {
     if (field.kind == FormField::Kind::Note || field.readOnly || answers.empty()) continue;
     const std::string& next = answers.front();
-    const bool isWord = equalIgnoringCase(next, "yes") || equalIgnoringCase(next, "no") || equalIgnoringCase(next, "ok");
+    const bool isWord =
+        equalIgnoringCase(next, "yes") || equalIgnoringCase(next, "no") || equalIgnoringCase(next, "ok");
     if (next.find('=') != std::string::npos || (isWord && field.kind != FormField::Kind::Check)) break;
     wrong = field.take(next);
     if (!wrong.empty()) return false;
     answers.erase(answers.begin());
-    if (field.kind != FormField::Kind::Check || form.fields().size() > 1) break;  // one plain answer a question
+    if (field.kind != FormField::Kind::Check || form.fields().size() > 1)
+      break;  // one plain answer a question
   }
   takeWord({"ok", "yes"}, word);
   form.changed();

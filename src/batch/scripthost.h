@@ -1,5 +1,5 @@
-// The host of a script: questions are answered from the step's list of answers, in the order asked; what is not answered
-// takes its stored or default value. Messages are gathered for the step's report.
+// The host of a script: questions are answered from the step's list of answers, in the order asked; what is
+// not answered takes its stored or default value. Messages are gathered for the step's report.
 #pragma once
 
 #include <string>
@@ -9,7 +9,12 @@
 
 namespace tarnvisor {
 
-class ScriptHost final : public Messages, public Choosers, public Forms, public Clipboard, public Windows, public WaitCursor {
+class ScriptHost final : public Messages,
+                         public Choosers,
+                         public Forms,
+                         public Clipboard,
+                         public Windows,
+                         public WaitCursor {
  public:
   // What a step has for its questions: yes, no, ok, cancel, a value, a path, or label=value.
   void begin(std::vector<std::string> stepAnswers);

@@ -83,8 +83,10 @@ void CdbDocument::storeResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
   if (!db || patientId.empty() || examIdOfDoc < 0) return;
   const std::string name = fileNameOf(path);
-  if (db->resultOf(examIdOfDoc, name)) updateResult(path);
-  else db->insertResult(examIdOfDoc, name, resultText);
+  if (db->resultOf(examIdOfDoc, name))
+    updateResult(path);
+  else
+    db->insertResult(examIdOfDoc, name, resultText);
 }
 
 void CdbDocument::updateResult(const std::string& path) {

@@ -1,5 +1,5 @@
-// CdbDocument: the base of all documents that belong to an exam. A document is bound at its first save to the exam that
-// is selected then, and stays bound to it.
+// CdbDocument: the base of all documents that belong to an exam. A document is bound at its first save to the
+// exam that is selected then, and stays bound to it.
 #pragma once
 
 #include <cstdint>
@@ -24,21 +24,21 @@ class CdbDocument : public CDocument {
   // The document's path without its extension, the suffix added, with blanks made "-".
   std::string setBaseFileName(const std::string& suffix) const;
 
-  int32_t saveCount = 0;        // rises with each store
-  std::string patientId;        // subject at binding
-  int32_t examIdOfDoc = -1;     // exam at binding; -1 when unbound
-  std::string userLabel;        // the user's name, refreshed at each save
+  int32_t saveCount = 0;     // rises with each store
+  std::string patientId;     // subject at binding
+  int32_t examIdOfDoc = -1;  // exam at binding; -1 when unbound
+  std::string userLabel;     // the user's name, refreshed at each save
   std::string resultText;
-  int32_t isBound = 0;          // also 1 after loading
-  std::string stationId;        // the workstation, set at binding
-  std::string stationIdFirst;   // the workstation of the first save
+  int32_t isBound = 0;         // also 1 after loading
+  std::string stationId;       // the workstation, set at binding
+  std::string stationIdFirst;  // the workstation of the first save
 
  private:
   void bindToSelection();
 };
 
-// What identifies the person and the machine: key `user` and key `station` of section `Settings` where a laboratory sets
-// them, otherwise the login's and the computer's name.
+// What identifies the person and the machine: key `user` and key `station` of section `Settings` where a
+// laboratory sets them, otherwise the login's and the computer's name.
 std::string currentUserLabel();
 std::string currentStationId();
 

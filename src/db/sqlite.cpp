@@ -19,7 +19,9 @@ SqliteDatabase::SqliteDatabase(const std::string& path) {
   connection.reset();
 }
 
-std::string SqliteDatabase::error() const { return connection ? sqlite3_errmsg(connection.get()) : openError; }
+std::string SqliteDatabase::error() const {
+  return connection ? sqlite3_errmsg(connection.get()) : openError;
+}
 
 std::string SqliteDatabase::execute(const std::string& statement) {
   char* words = nullptr;
@@ -36,7 +38,8 @@ SqliteStatement::SqliteStatement(const SqliteDatabase& database, const char* tex
 }
 
 SqliteStatement& SqliteStatement::bind(int number, const std::string& text) {
-  if (statement) sqlite3_bind_text(statement.get(), number, text.c_str(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+  if (statement)
+    sqlite3_bind_text(statement.get(), number, text.c_str(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
   return *this;
 }
 
@@ -62,7 +65,8 @@ int32_t SqliteStatement::integer(int column) const { return sqlite3_column_int(s
 
 std::string SqliteStatement::text(int column) const {
   const auto* words = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), column));
-  return words ? std::string(words, static_cast<size_t>(sqlite3_column_bytes(statement.get(), column))) : std::string();
+  return words ? std::string(words, static_cast<size_t>(sqlite3_column_bytes(statement.get(), column)))
+               : std::string();
 }
 
 }  // namespace tarnvisor

@@ -1,5 +1,5 @@
-// A thin owner of an SQLite connection and of its statements. Each statement is prepared, stepped and finalized where it
-// is used.
+// A thin owner of an SQLite connection and of its statements. Each statement is prepared, stepped and
+// finalized where it is used.
 #pragma once
 
 #include <cstdint>

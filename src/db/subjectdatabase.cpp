@@ -17,9 +17,11 @@ constexpr const char* kUpdateSubject =
     "UPDATE patients SET name=?111, surname=?222, comments=?333, lastused=datetime('now') WHERE id=?444;";
 constexpr const char* kTouchSubject = "UPDATE patients SET lastused=datetime('now') WHERE id=?111;";
 constexpr const char* kRecentSubjects = "SELECT id FROM patients ORDER BY lastused DESC limit 30;";
-constexpr const char* kSearchSubjects = "SELECT id FROM patients WHERE id LIKE ? ORDER BY lastused DESC limit 30;";
+constexpr const char* kSearchSubjects =
+    "SELECT id FROM patients WHERE id LIKE ? ORDER BY lastused DESC limit 30;";
 constexpr const char* kNewExam =
-    "INSERT INTO exams ( patientid, created, site, comment, folder )VALUES ( ?222, datetime('now'), ?444, ?555, ?666 );";
+    "INSERT INTO exams ( patientid, created, site, comment, folder )VALUES ( ?222, datetime('now'), ?444, "
+    "?555, ?666 );";
 constexpr const char* kItsId = "SELECT last_insert_rowid();";
 constexpr const char* kExamsOfSubject = "SELECT * FROM exams WHERE patientid=?111;";
 constexpr const char* kExamOfSubject = "SELECT * FROM exams WHERE patientid=?111 AND id=?222;";
@@ -33,8 +35,10 @@ constexpr const char* kUpdatedResult =
 constexpr const char* kTables[] = {
     "create table info ( dbversion INTEGER, tarnversion TEXT, created TEXT, folder TEXT );",
     "create table patients ( id TEXT PRIMARY KEY, name TEXT, surname TEXT, comments TEXT, lastused TEXT );",
-    "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, folder TEXT );",
-    "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT );"};
+    "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, "
+    "folder TEXT );",
+    "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT "
+    ");"};
 }  // namespace sql
 
 namespace {
@@ -55,7 +59,8 @@ std::vector<std::string> firstColumns(SqliteStatement& statement) {
 }  // namespace
 
 std::unique_ptr<SubjectDatabase> SubjectDatabase::open(const std::string& path, const std::string& dataFolder,
-                                                       const int32_t (&programVersion)[4], std::string& problem) {
+                                                       const int32_t (&programVersion)[4],
+                                                       std::string& problem) {
   logPrintf("opening db=%s folder=%s\n", path.c_str(), dataFolder.c_str());
   std::unique_ptr<SubjectDatabase> opened(new SubjectDatabase(path));
   if (!opened->database.isOpen()) logPrintf("opendb failed\n");
@@ -69,8 +74,10 @@ bool SubjectDatabase::prepareSchema(const std::string& dataFolder, const int32_t
   if (!isOurs.isValid()) return false;
   const bool ours = isOurs.step();
   if (isOurs.failed()) return false;
-  if (ours) upgrade();
-  else createTables(dataFolder, programVersion);
+  if (ours)
+    upgrade();
+  else
+    createTables(dataFolder, programVersion);
   return true;
 }
 
@@ -131,8 +138,8 @@ bool SubjectDatabase::newSubject(const std::string& id) {
   return write(s.bind(444, id), "the subject");
 }
 
-bool SubjectDatabase::updateSubject(const std::string& id, const std::string& name, const std::string& surname,
-                                    const std::string& comments) {
+bool SubjectDatabase::updateSubject(const std::string& id, const std::string& name,
+                                    const std::string& surname, const std::string& comments) {
   SqliteStatement s(database, sql::kUpdateSubject);
   return write(s.bind(111, name).bind(222, surname).bind(333, comments).bind(444, id), "the subject");
 }
@@ -152,10 +159,11 @@ std::vector<std::string> SubjectDatabase::searchSubjects(const std::string& pref
   return firstColumns(s.bindFirst(prefix + "%"));
 }
 
-int32_t SubjectDatabase::newExam(const std::string& subject, const std::string& site, const std::string& comment,
-                                 const std::string& folder) {
+int32_t SubjectDatabase::newExam(const std::string& subject, const std::string& site,
+                                 const std::string& comment, const std::string& folder) {
   SqliteStatement s(database, sql::kNewExam);
-  if (!write(s.bind(222, subject).bind(444, site).bind(555, comment).bind(666, folder), "the exam")) return -1;
+  if (!write(s.bind(222, subject).bind(444, site).bind(555, comment).bind(666, folder), "the exam"))
+    return -1;
   SqliteStatement id(database, sql::kItsId);
   return id.step() ? id.integer(0) : -1;
 }

@@ -1,5 +1,6 @@
-// The subject database tarn.db of a data folder: subjects, their exams and the result of each saved document. It holds
-// names and text only; removing it loses the index, not the documents. docs/formats/database.md tells the schema.
+// The subject database tarn.db of a data folder: subjects, their exams and the result of each saved document.
+// It holds names and text only; removing it loses the index, not the documents. docs/formats/database.md
+// tells the schema.
 //
 // Statements stand alone; one that fails is no data, and a write that fails is logged.
 #pragma once
@@ -31,8 +32,8 @@ class SubjectDatabase {
  public:
   static constexpr int32_t kSchemaVersion = 2;
 
-  // Opens, creates the tables where there are none, or brings an older schema up to date; all of it logged. Null when it
-  // can't be opened, with the words to show in problem.
+  // Opens, creates the tables where there are none, or brings an older schema up to date; all of it logged.
+  // Null when it can't be opened, with the words to show in problem.
   static std::unique_ptr<SubjectDatabase> open(const std::string& path, const std::string& dataFolder,
                                                const int32_t (&programVersion)[4], std::string& problem);
 
@@ -44,7 +45,7 @@ class SubjectDatabase {
   bool updateSubject(const std::string& id, const std::string& name, const std::string& surname,
                      const std::string& comments);
   bool touchSubject(const std::string& id);
-  std::vector<std::string> recentSubjects() const;                           // the last used first, at most 30
+  std::vector<std::string> recentSubjects() const;  // the last used first, at most 30
   std::vector<std::string> searchSubjects(const std::string& prefix) const;  // likewise
 
   // The new exam's id; -1 when it could not be written.

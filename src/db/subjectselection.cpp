@@ -104,7 +104,8 @@ bool startNewExamination(const std::string& site, const std::string& comment) {
   settings.setString("settings", "directory", withSeparator(full));
   const int32_t id = app.db->newExam(app.subjectId, site, comment, folder);
   if (id < 0) {
-    host().messages.show("The new examination could not be written to the database.", Buttons::Ok, Icon::Error);
+    host().messages.show("The new examination could not be written to the database.", Buttons::Ok,
+                         Icon::Error);
     return false;
   }
   app.examId = id;
@@ -146,7 +147,9 @@ const std::vector<std::string>& ExamList::resultColumns() {
   return names;
 }
 
-std::string ExamList::heading() const { return "Subject " + theApp().subjectId + ": " + theApp().subjectName; }
+std::string ExamList::heading() const {
+  return "Subject " + theApp().subjectId + ": " + theApp().subjectName;
+}
 
 void ExamList::refresh() {
   const CBasicApp& app = theApp();

@@ -1,5 +1,5 @@
-// The windows of the subject database, without their faces: choosing a subject, starting an examination, the list of
-// exams with their results, and the automatic analysis of an exam's images.
+// The windows of the subject database, without their faces: choosing a subject, starting an examination, the
+// list of exams with their results, and the automatic analysis of an exam's images.
 #pragma once
 
 #include <cstdint>
@@ -19,13 +19,14 @@ class SubjectDialog {
   // Opens on the present selection.
   SubjectDialog();
 
-  // What the id box offers: the last used subjects, or those whose id begins with what is typed; at most 30. With
-  // exactly one match it is selected and its details are read.
+  // What the id box offers: the last used subjects, or those whose id begins with what is typed; at most 30.
+  // With exactly one match it is selected and its details are read.
   void typeId(const std::string& text);
   void chooseId(const std::string& text);  // an entry of the list
   void addAsNewId();                       // blanks become "_"
   void saveDetails();
-  // Ends the dialog; leaving it for an examination marks the subject as used just now. Cancel clears the selection.
+  // Ends the dialog; leaving it for an examination marks the subject as used just now. Cancel clears the
+  // selection.
   void finish(Result result);
 
   const std::vector<std::string>& offered() const { return ids; }
@@ -43,8 +44,8 @@ class SubjectDialog {
   std::string dbDescription;
 };
 
-// Makes the exam's folder and row for the selected subject, selects it and closes all documents. False without a
-// database or subject, or when the user keeps a document open.
+// Makes the exam's folder and row for the selected subject, selects it and closes all documents. False
+// without a database or subject, or when the user keeps a document open.
 bool startNewExamination(const std::string& site, const std::string& comment);
 
 // The whole of the command, with a face to run the dialog; startAcquisition is posted at its end.
@@ -79,8 +80,8 @@ class ExamList {
   std::vector<ResultRow> resultRows;
 };
 
-// Opens every result of the selected exam through the image type and, with key `postprocess` of section `settings` set,
-// runs the automatic analysis of each.
+// Opens every result of the selected exam through the image type and, with key `postprocess` of section
+// `settings` set, runs the automatic analysis of each.
 class AutomaticAnalysis {
  public:
   virtual ~AutomaticAnalysis() = default;

@@ -47,6 +47,8 @@ CommandResult route(std::span<CommandTarget* const> chain, const Key& key) {
 }  // namespace
 
 CommandResult routeCommand(std::span<CommandTarget* const> chain, int32_t id) { return route(chain, id); }
-CommandResult routeCommand(std::span<CommandTarget* const> chain, std::string_view text) { return route(chain, text); }
+CommandResult routeCommand(std::span<CommandTarget* const> chain, std::string_view text) {
+  return route(chain, text);
+}
 
 }  // namespace tarnvisor

@@ -1,6 +1,6 @@
-// Commands are data: one table per class, a row per command. A command is found by its id or by its menu text, and
-// goes to the first of a chain of targets whose tables know it: the active view, its document, the frame, the
-// application.
+// Commands are data: one table per class, a row per command. A command is found by its id or by its menu
+// text, and goes to the first of a chain of targets whose tables know it: the active view, its document, the
+// frame, the application.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +30,7 @@ struct CommandRow {
 class CommandTableBase {
  public:
   explicit CommandTableBase(const CommandTableBase* baseTable) : base(baseTable) {}
-  const CommandRow* find(int32_t id) const;           // null when neither this table nor its base knows it
+  const CommandRow* find(int32_t id) const;             // null when neither this table nor its base knows it
   const CommandRow* find(std::string_view text) const;  // by sameCommandText
   std::span<const CommandRow> rows() const { return all; }
   const CommandTableBase* baseTable() const { return base; }
@@ -49,7 +49,8 @@ class CommandTarget {
   virtual const CommandTableBase* commands() const { return nullptr; }
 };
 
-// The rows of class T: what a command does, and the tests that enable and tick it (enabled where there is none).
+// The rows of class T: what a command does, and the tests that enable and tick it (enabled where there is
+// none).
 template <class T>
 class CommandTable : public CommandTableBase {
  public:

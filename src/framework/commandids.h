@@ -1,5 +1,5 @@
-// The ids of all commands, each once. Those under 34000 are known to users' scripts and to other programs and never
-// change; new ones continue the list at its end.
+// The ids of all commands, each once. Those under 34000 are known to users' scripts and to other programs and
+// never change; new ones continue the list at its end.
 #pragma once
 
 #include <cstdint>

@@ -14,7 +14,8 @@ class Archive;
 class CDocument;
 class DocumentType;
 
-// A view shows one document; it is told of each change. It belongs to the document, which deletes it on closing.
+// A view shows one document; it is told of each change. It belongs to the document, which deletes it on
+// closing.
 class CView : public CommandTarget {
  public:
   explicit CView(CDocument& shown) : shownDocument(shown) {}

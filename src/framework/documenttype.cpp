@@ -25,8 +25,8 @@ bool DocumentType::matches(const std::string& path) const {
 
 std::unique_ptr<CDocument> DocumentType::make() {
   if (!canOpen()) {
-    host().messages.show(format("%s documents can't be opened in this version.", documentName().c_str()), Buttons::Ok,
-                         Icon::Warning);
+    host().messages.show(format("%s documents can't be opened in this version.", documentName().c_str()),
+                         Buttons::Ok, Icon::Warning);
     return nullptr;
   }
   auto document = facts.makeDocument();

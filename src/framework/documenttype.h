@@ -1,5 +1,5 @@
-// A document type binds a resource string to the classes of its document and view, and owns its open documents. The
-// manager holds the registered types in the order in which a file's extension is matched.
+// A document type binds a resource string to the classes of its document and view, and owns its open
+// documents. The manager holds the registered types in the order in which a file's extension is matched.
 #pragma once
 
 #include <array>

@@ -21,8 +21,10 @@ bool MessageLoop::runPosted() {
     const Posted next = queue.front();
     queue.pop_front();
     any = true;
-    if (next.quit) quitting = true;
-    else if (onCommand) onCommand(next.command);
+    if (next.quit)
+      quitting = true;
+    else if (onCommand)
+      onCommand(next.command);
   }
   return any;
 }

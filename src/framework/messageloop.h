@@ -1,5 +1,5 @@
-// The message loop: posted commands, timers and the idle pass, all on one thread. A window system drives it with
-// turn(); without one, run() does.
+// The message loop: posted commands, timers and the idle pass, all on one thread. A window system drives it
+// with turn(); without one, run() does.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@ namespace tarnvisor {
 
 class MessageLoop {
  public:
-  // What a posted command is given to, and what runs when the queue is empty: it gets the number of the pass since
-  // the last command and returns true to be called again at once.
+  // What a posted command is given to, and what runs when the queue is empty: it gets the number of the pass
+  // since the last command and returns true to be called again at once.
   std::function<void(int32_t)> onCommand;
   std::function<bool(int32_t)> onIdle;
 
@@ -27,8 +27,8 @@ class MessageLoop {
   void killTimer(int32_t id) { timers.erase(id); }
   bool hasTimer(int32_t id) const { return timers.contains(id); }
 
-  // All posted commands, those posted meanwhile included, and due timers; with nothing posted, one idle pass. True when
-  // it wants to be called again at once.
+  // All posted commands, those posted meanwhile included, and due timers; with nothing posted, one idle pass.
+  // True when it wants to be called again at once.
   bool turn();
   // Turns until postQuit; sleeps while there is nothing to do, a few milliseconds at a time.
   void run();

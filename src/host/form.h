@@ -46,8 +46,8 @@ class Form {
   Form& addChoice(std::string label, int32_t& index, std::vector<std::string> choices);
   Form& addNote(std::string words);
   Form& setOkLabel(std::string words);
-  // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves undoing to
-  // whoever runs the form.
+  // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves
+  // undoing to whoever runs the form.
   Form& setOnChange(std::function<void()> handler);
 
   const std::string& title() const { return heading; }
@@ -71,8 +71,8 @@ class Form {
 class Forms {
  public:
   virtual ~Forms() = default;
-  // True when the user accepted: all fields are then stored in their variables. On Cancel none is, unless the form is
-  // live.
+  // True when the user accepted: all fields are then stored in their variables. On Cancel none is, unless the
+  // form is live.
   virtual bool run(Form& form) = 0;
 };
 

@@ -1,5 +1,5 @@
-// The table of known scales, one entry for each objective or camera set-up, kept in the settings: section "mag%1i" by
-// section number for each entry, and the entry for new images in section "settings".
+// The table of known scales, one entry for each objective or camera set-up, kept in the settings: section
+// "mag%1i" by section number for each entry, and the entry for new images in section "settings".
 #pragma once
 
 #include <cstdint>

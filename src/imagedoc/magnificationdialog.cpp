@@ -18,7 +18,8 @@ MagnificationDialog::MagnificationDialog(const ZBasicDoc& document)
 void MagnificationDialog::refresh() {
   lines.clear();
   MagnificationEntry row;
-  for (int32_t i = 0; i < magnificationCount() && readMagnification(i, row); ++i) lines.push_back(magnificationLine(row));
+  for (int32_t i = 0; i < magnificationCount() && readMagnification(i, row); ++i)
+    lines.push_back(magnificationLine(row));
 }
 
 std::string MagnificationDialog::defaultLine() const {

@@ -1,4 +1,5 @@
-// The dialog "Magnification", without its face: the document's scale, and the table it can be taken from and added to.
+// The dialog "Magnification", without its face: the document's scale, and the table it can be taken from and
+// added to.
 #pragma once
 
 #include <string>
@@ -25,12 +26,13 @@ class MagnificationDialog {
   std::string unitText() const { return unit; }                   // beside both scales
   std::string defaultLine() const;                                // below "Current default settings:"
 
-  void addToList();              // the fields' values, dated now
-  void select(int32_t row);      // into the fields
+  void addToList();          // the fields' values, dated now
+  void select(int32_t row);  // into the fields
   void remove(int32_t row);
   void setAsDefault(int32_t row);
 
-  // With the face if there is one, otherwise as a form whose "action" and "row" do what the buttons do. True for OK.
+  // With the face if there is one, otherwise as a form whose "action" and "row" do what the buttons do. True
+  // for OK.
   bool run();
 
   MagnificationEntry entry;  // what the fields hold

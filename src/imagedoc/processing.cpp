@@ -14,18 +14,20 @@ struct FinderKey {
   const char* key;
   int32_t FinderParameters::*value;
 };
-constexpr FinderKey kFinderKeys[] = {
-    {"uw1", &FinderParameters::uw1}, {"uw2", &FinderParameters::uw2},   {"w3", &FinderParameters::w3},
-    {"w4", &FinderParameters::w4},   {"umax", &FinderParameters::umax}, {"umin", &FinderParameters::umin}};
+constexpr FinderKey kFinderKeys[] = {{"uw1", &FinderParameters::uw1},   {"uw2", &FinderParameters::uw2},
+                                     {"w3", &FinderParameters::w3},     {"w4", &FinderParameters::w4},
+                                     {"umax", &FinderParameters::umax}, {"umin", &FinderParameters::umin}};
 
 }  // namespace
 
 void readProcessingSettings() {
   const FinderParameters standard;
-  for (const FinderKey& k : kFinderKeys) finderParameters.*k.value = settings.getInt(kSection, k.key, standard.*k.value);
+  for (const FinderKey& k : kFinderKeys)
+    finderParameters.*k.value = settings.getInt(kSection, k.key, standard.*k.value);
   const TortuositySettings usual;
   tortuositySettings.minlength = settings.getDouble("tortuosity", "minlength", usual.minlength);
-  tortuositySettings.mincurvelength = settings.getDouble("tortuosity", "mincurvelength", usual.mincurvelength);
+  tortuositySettings.mincurvelength =
+      settings.getDouble("tortuosity", "mincurvelength", usual.mincurvelength);
   tortuositySettings.minangle = settings.getDouble("tortuosity", "minangle", usual.minangle);
 }
 

@@ -1,5 +1,5 @@
-// The parameters of capillary finding as the settings hold them: read at each load of a document into process-wide
-// values, rewritten by the command that edits them.
+// The parameters of capillary finding as the settings hold them: read at each load of a document into
+// process-wide values, rewritten by the command that edits them.
 #pragma once
 
 #include "analysis/finder.h"
@@ -8,7 +8,7 @@ namespace tarnvisor {
 
 extern FinderParameters finderParameters;
 
-void readProcessingSettings();   // also those of tortuosity
+void readProcessingSettings();  // also those of tortuosity
 void writeProcessingSettings();
 // Read each time the filter runs.
 ApexParameters readApexSettings();

@@ -157,7 +157,8 @@ void ZBasicDoc::setColourset(int32_t value) {
 
 // --- scale and region
 
-void ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t date, bool asDefault, bool addToTable) {
+void ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
+                         bool addToTable) {
   const MagnificationEntry entry{x, y, name, date};
   if (asDefault) writeDefaultMagnification(entry);
   magx = x;
@@ -197,7 +198,8 @@ double ZBasicDoc::roiArea() const {
 }
 
 std::string ZBasicDoc::roiText() const {
-  const std::string region = roi.isEmpty() ? "" : format(text::kRoi, roi.left, roi.top, roi.right, roi.bottom);
+  const std::string region =
+      roi.isEmpty() ? "" : format(text::kRoi, roi.left, roi.top, roi.right, roi.bottom);
   return region + text::kLineEnd;
 }
 

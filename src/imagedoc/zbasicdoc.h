@@ -1,6 +1,7 @@
-// ZBasicDoc: the still-image document. One image, one level of undo, the magnification it was taken at, a region of
-// interest, a target mark, a grid, notes and nine dimension lists. Its own file (.tv1) holds all of this but the
-// pixels, which stay in an image file named inside it. docs/formats/tv1.md tells the stored form.
+// ZBasicDoc: the still-image document. One image, one level of undo, the magnification it was taken at, a
+// region of interest, a target mark, a grid, notes and nine dimension lists. Its own file (.tv1) holds all of
+// this but the pixels, which stay in an image file named inside it. docs/formats/tv1.md tells the stored
+// form.
 //
 // Coordinates are pixels of the image. A rectangle is half-open; an empty ROI means the whole image.
 #pragma once
@@ -53,12 +54,12 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   // Reads every key of the document's settings, with the present values as defaults.
   void loadSettings();
 
-  // An empty rectangle loads the whole file; otherwise the rectangle of the file is read into the present image. On
-  // failure the image stays and the user is told, unless silent.
+  // An empty rectangle loads the whole file; otherwise the rectangle of the file is read into the present
+  // image. On failure the image stays and the user is told, unless silent.
   bool loadImage(const std::string& path, const Rect& rect = {});
   bool saveImage(const std::string& path, const Rect& rect = {});
-  // Makes a file of pixels this document's image without taking the file over: it is referred to, and a later save never
-  // writes over it.
+  // Makes a file of pixels this document's image without taking the file over: it is referred to, and a later
+  // save never writes over it.
   bool adoptImageFile(const std::string& path);
   // Where imagefile lies: a bare name lies in the document's folder.
   std::string imagePath() const;
@@ -68,7 +69,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   const CDimList& currentDims() const { return dimlists[static_cast<size_t>(currentlist)]; }
   int32_t addDimension(Point point, int32_t type);  // the new index
   int32_t insertDimension(const CDim& dimension);
-  // -1 when there is no such dimension. In list 7 a second point is pushed to at least 64 pixels from the first.
+  // -1 when there is no such dimension. In list 7 a second point is pushed to at least 64 pixels from the
+  // first.
   virtual int32_t addPointToDimension(int32_t index, Point point);
   bool deleteDimension(int32_t index);
   int32_t nextDimensionIndex(int32_t i) const;
@@ -84,7 +86,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   virtual bool copyFrom(ZBasicDoc& other);
   virtual void setColourset(int32_t value);
   virtual void removeDust();
-  // A new document of the image type with a copy of this one; null (and the user told) when there can't be one.
+  // A new document of the image type with a copy of this one; null (and the user told) when there can't be
+  // one.
   ZBasicDoc* duplicate(const std::string& titleSuffix);
 
   // --- scale
@@ -120,16 +123,16 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   std::string userunits = "um";
   Point imageoffset;  // sum of all moves
   Rect roi;
-  Rect roicircle;  // not all zero: the ROI is a circle
+  Rect roicircle;           // not all zero: the ROI is a circle
   int32_t capturetime = 0;  // seconds since 1970; 0 unknown
   std::string notes;
   std::array<CDimList, kListCount> dimlists;
   int32_t currentlist = 0;
   std::unique_ptr<CZZimage> image;
-  std::string imagefile;  // a bare name lies in the document's folder; empty until saved
+  std::string imagefile;   // a bare name lies in the document's folder; empty until saved
   int32_t imagedirty = 0;  // the pixels differ from imagefile
-  int32_t gridstyle = 0;  // 0 lines, 1 points, 2 Chalkley, 3 user
-  int32_t gridunits = 0;  // 0 pixels, 1 user units
+  int32_t gridstyle = 0;   // 0 lines, 1 points, 2 Chalkley, 3 user
+  int32_t gridunits = 0;   // 0 pixels, 1 user units
   int32_t gridshow = 0;
   double gridspacing = 100.0;
   Colour gridcolour = 0x808080;

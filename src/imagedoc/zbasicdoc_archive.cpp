@@ -9,8 +9,10 @@ constexpr int32_t kStoredVersion = 11;
 }  // namespace
 
 void ZBasicDoc::serialize(Archive& archive) {
-  if (archive.isStoring()) storeFields(archive);
-  else loadFields(archive);
+  if (archive.isStoring())
+    storeFields(archive);
+  else
+    loadFields(archive);
   hideLists();
 }
 
@@ -38,7 +40,8 @@ void ZBasicDoc::storeFields(Archive& archive) {
   archive.writeString(userfilename);
   archive.putInt(kListCount);
   archive.putInt(colourset);
-  // Written as -1 when set and read as set when 0: each save and load turns the flag over. Files depend on it.
+  // Written as -1 when set and read as set when 0: each save and load turns the flag over. Files depend on
+  // it.
   archive.putInt(zeroasblack ? -1 : 0);
   archive.writeString(magname);
   archive.putInt(magindex);
@@ -97,7 +100,8 @@ void ZBasicDoc::loadFields(Archive& archive) {
 
 void ZBasicDoc::loadLists(Archive& archive, int32_t version, int32_t count) {
   if (version >= 6) {
-    for (int32_t i = 0; i < std::min<int32_t>(count, kListCount); ++i) dimlists[static_cast<size_t>(i)].serialize(archive);
+    for (int32_t i = 0; i < std::min<int32_t>(count, kListCount); ++i)
+      dimlists[static_cast<size_t>(i)].serialize(archive);
     return;
   }
   dimlists[kPlainList].serialize(archive);

@@ -35,8 +35,8 @@ struct AskedNumber {
   int32_t value = 0;
 };
 
-// Asks for the numbers one after the other and stores what is shown at the end. Cancel isn't told from OK: the shown
-// value counts.
+// Asks for the numbers one after the other and stores what is shown at the end. Cancel isn't told from OK:
+// the shown value counts.
 void askNumbers(const char* title, std::span<AskedNumber> numbers) {
   for (AskedNumber& n : numbers) {
     n.value = storedNumber(n.key, n.standard);
@@ -119,9 +119,14 @@ void ZBasicDoc::thresholdPreprocessCheck() {
 void ZBasicDoc::processing() {
   FinderParameters edited = finderParameters;
   Form form("Processing");
-  form.addNote("enter negative window size for lowpass (smoothing), and positive window size for highpasss (sharpen) or  "
-               "zero for no filter.");
-  form.add("window 1", edited.uw1).add("window 2", edited.uw2).add("window 3", edited.w3).add("window 4", edited.w4);
+  form.addNote(
+      "enter negative window size for lowpass (smoothing), and positive window size for highpasss (sharpen) "
+      "or  "
+      "zero for no filter.");
+  form.add("window 1", edited.uw1)
+      .add("window 2", edited.uw2)
+      .add("window 3", edited.w3)
+      .add("window 4", edited.w4);
   form.add("maximum capillary area (pixels)", edited.umax, {0, 1e9, {}});
   form.add("minimum capillary area (pixels)", edited.umin, {0, 1e9, {}});
   if (!host().forms.run(form)) return;

@@ -22,7 +22,8 @@ const CommandTableBase* ZBasicDoc::commands() const {
           {cmd::Notes, "&Notes...", &D::notesCommand},
           {cmd::ClearAllDimensions, "&Clear all dimensions", &D::clearAllDimensions, &D::hasDimensions},
           {cmd::ShowCrosshair, "&Show Crosshair", &D::showCrosshair, nullptr, &D::showsTarget},
-          {cmd::HideShowDimensions, "&Hide/Show Dimensions", &D::hideShowDimensions, nullptr, &D::hidesDimensions},
+          {cmd::HideShowDimensions, "&Hide/Show Dimensions", &D::hideShowDimensions, nullptr,
+           &D::hidesDimensions},
           {cmd::SwitchList, "S&witch List", &D::switchList},
           {cmd::TrimToRoi, "&Trim to ROI", &D::trimToRoi, &D::canTrim},
           {cmd::ImportDimensions, "&Import Dimensions...", &D::importDimensionsCommand},
@@ -31,7 +32,8 @@ const CommandTableBase* ZBasicDoc::commands() const {
           {cmd::DuplicateImage, "&Duplicate image in new window", &D::duplicateCommand, &D::hasImage},
           {cmd::ConvertToGrey, "Convert to &grey", &D::convertToGrey, &D::isColoured},
           {cmd::ZeroAsBlack, "&zero as black", &D::zeroAsBlack, &D::hasImage, &D::isZeroBlack},
-          {cmd::AutoAdjustDisplay, "Auto adjust display &A", &D::autoAdjustDisplay, &D::hasImage, &D::isAutoAdjusted},
+          {cmd::AutoAdjustDisplay, "Auto adjust display &A", &D::autoAdjustDisplay, &D::hasImage,
+           &D::isAutoAdjusted},
           {cmd::DisplayBrightnessUp, "display brightness up", &D::displayBrightnessUp, &D::hasImage},
           {cmd::DisplayBrightnessDown, "display brightness down", &D::displayBrightnessDown, &D::hasImage},
           {cmd::DisplayDarknessUp, "display darkeness up", &D::displayDarknessUp, &D::hasImage},
@@ -79,12 +81,14 @@ const CommandTableBase* ZBasicDoc::commands() const {
           {cmd::FindCapillaries, "&Find Capillaries", &D::findCapillaries, &D::hasImage},
           {cmd::CalculateAverage, "Calculate &average of selection", &D::calculateAverage},
           {cmd::ThresholdCapillaries, "&Threshold Capillaries", &D::thresholdCapillaries, &D::hasImage},
-          {cmd::ThresholdPreprocessCheck, "Threshold &preprocess check", &D::thresholdPreprocessCheck, &D::hasImage},
+          {cmd::ThresholdPreprocessCheck, "Threshold &preprocess check", &D::thresholdPreprocessCheck,
+           &D::hasImage},
           {cmd::Processing, "P&rocessing...", &D::processing},
           {cmd::ApexFilter, "&apex filter", &D::apexFilterCommand, &D::canFilter},
           {cmd::Find8Regions, "find &8 regions", &D::find8Regions, &D::canFilter},
           {cmd::MinimaWithinWindow, "find minima within &window", &D::minimaWithinWindow, &D::canFilter},
-          {cmd::MinimaWithinTolerance, "find minima within t&olerance", &D::minimaWithinTolerance, &D::canFilter},
+          {cmd::MinimaWithinTolerance, "find minima within t&olerance", &D::minimaWithinTolerance,
+           &D::canFilter},
           {cmd::WalkToMinima, "&Walk to minima", &D::walkToMinima, &D::canFilter},
       },
       CdbDocument::commands());
@@ -141,7 +145,8 @@ void ZBasicDoc::trimToRoi() {
 }
 
 void ZBasicDoc::importDimensionsCommand() {
-  const auto path = host().choosers.openFile({"Import Dimensions", "Text files (*.txt)|*.txt|All files (*.*)|*.*||", "", ""});
+  const auto path = host().choosers.openFile(
+      {"Import Dimensions", "Text files (*.txt)|*.txt|All files (*.*)|*.*||", "", ""});
   if (path) (void)importDimensions(*path);
 }
 
@@ -182,10 +187,12 @@ void ZBasicDoc::autoAdjustDisplay() {
   updateAllViews();
 }
 
-// The two levels over which the adjusted palette spreads the picture stay within 1 to 255 and at least 10 apart.
+// The two levels over which the adjusted palette spreads the picture stay within 1 to 255 and at least 10
+// apart.
 void ZBasicDoc::moveDisplayLimits(int32_t white, int32_t black) {
   constexpr int32_t kApart = 10;
-  adjustpallight = std::clamp(adjustpallight + white, adjustpaldark + kApart, std::max(255, adjustpaldark + kApart));
+  adjustpallight =
+      std::clamp(adjustpallight + white, adjustpaldark + kApart, std::max(255, adjustpaldark + kApart));
   adjustpaldark = std::clamp(adjustpaldark + black, 1, std::max(1, adjustpallight - kApart));
   theImage()->setPalette(-1);
   updateAllViews();

@@ -61,8 +61,10 @@ void ZBasicDoc::useDustMask() {
   process.dustMaskEnabled = !process.dustMaskEnabled;
   settings.setInt("settings", "dustmask", process.dustMaskEnabled);
   if (process.dustMaskEnabled) {
-    if (hasImage() && fileExists(dustMaskPath())) removeDust();
-    else if (hasImage()) report("There is no dust mask: " + dustMaskPath());
+    if (hasImage() && fileExists(dustMaskPath()))
+      removeDust();
+    else if (hasImage())
+      report("There is no dust mask: " + dustMaskPath());
     return;
   }
   if (imagefile.empty()) return;
@@ -73,8 +75,10 @@ void ZBasicDoc::saveDustMask() {
   const auto path = host().choosers.saveFile({"Save Dust Mask", text::kDustFilter, ".dm", dustMaskPath()});
   if (!path || path->empty()) return;
   const Outcome saved = saveDimList(*path, dimlists[kDustList]);
-  if (saved) rememberDustMask(*path);
-  else report(saved.why());
+  if (saved)
+    rememberDustMask(*path);
+  else
+    report(saved.why());
 }
 
 void ZBasicDoc::loadDustMaskCommand() {

@@ -1,5 +1,5 @@
-// The processing commands: each asks for its parameters where there is somebody to ask, copies the image to the undo
-// copy, filters the ROI, and adds its words to the notes.
+// The processing commands: each asks for its parameters where there is somebody to ask, copies the image to
+// the undo copy, filters the ROI, and adds its words to the notes.
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -29,7 +29,8 @@ void ZBasicDoc::processRoi(const std::string& stepText, Filter filter) {
 }
 
 // The stored window, or the user's, which is then stored.
-bool ZBasicDoc::askWindow(const char* title, const char* key, int32_t standard, int32_t smallest, int32_t& window) {
+bool ZBasicDoc::askWindow(const char* title, const char* key, int32_t standard, int32_t smallest,
+                          int32_t& window) {
   window = settings.getInt("WINDOWSZ", key, standard);
   if (process.quietMode) return true;
   Form form(title);
@@ -86,8 +87,7 @@ void ZBasicDoc::laplacian() {
 void ZBasicDoc::customFilter() {
   constexpr const char* kSection = "ProcessingArgs";
   std::array<int32_t, 9> kernel{};
-  for (size_t i = 0; i < kernel.size(); ++i)
-    kernel[i] = settings.getInt(kSection, format("custom%zu", i), 0);
+  for (size_t i = 0; i < kernel.size(); ++i) kernel[i] = settings.getInt(kSection, format("custom%zu", i), 0);
   double factor = settings.getDouble(kSection, "customfactor", 1.0);
   int32_t offset = settings.getInt(kSection, "customoffset", 0);
   if (!process.quietMode) {
@@ -147,7 +147,9 @@ void ZBasicDoc::adjust() {
     updateAllViews();
   };
   Form form("Adjust brightness/contrast");
-  form.add("gain", gainPosition, {0, 40, {}}).add("brightness", brightnessPosition, {0, 256, {}}).setOnChange(apply);
+  form.add("gain", gainPosition, {0, 40, {}})
+      .add("brightness", brightnessPosition, {0, 256, {}})
+      .setOnChange(apply);
   if (!process.quietMode && !host().forms.run(form)) {
     (void)child->copyPixels(before);
     updateAllViews();

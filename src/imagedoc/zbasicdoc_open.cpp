@@ -22,8 +22,8 @@ struct ListKeys {
   Colour colour;
 };
 // The areas for movement correction take their colour from the dust marks' section.
-constexpr ListKeys kListKeys[kListCount] = {{"0", 255},      {"1", 0x80ff},   {"2", 0xff00},
-                                            {"3", 0xff6464}, {"N", 0xa0a0},   {"V", 0xff0000},
+constexpr ListKeys kListKeys[kListCount] = {{"0", 255},      {"1", 0x80ff},     {"2", 0xff00},
+                                            {"3", 0xff6464}, {"N", 0xa0a0},     {"V", 0xff0000},
                                             {"K", 0xa07878}, {nullptr, 0x8000}, {"D", 0xff00ff}};
 }  // namespace
 
@@ -32,7 +32,8 @@ void ZBasicDoc::loadListSettings() {
     CDimList& list = dimlists[i];
     const std::string section = std::string("dimlist_") + (kListKeys[i].letter ? kListKeys[i].letter : "D");
     if (kListKeys[i].letter) list.width = settings.getInt(section, "width", list.width);
-    list.colour = static_cast<Colour>(settings.getInt(section, "colour", static_cast<int32_t>(kListKeys[i].colour)));
+    list.colour =
+        static_cast<Colour>(settings.getInt(section, "colour", static_cast<int32_t>(kListKeys[i].colour)));
   }
 }
 
@@ -93,8 +94,8 @@ std::string ZBasicDoc::imagePath() const {
   return folderOf(pathName()) + imagefile;
 }
 
-// The file where the document names it, then beside the document (both may have moved together), then where the user
-// says.
+// The file where the document names it, then beside the document (both may have moved together), then where
+// the user says.
 bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
   std::string path = imagefile;
   const std::string beside = folderOf(documentPath) + fileNameOf(imagefile);
@@ -102,7 +103,8 @@ bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
   if (!fileExists(path)) {
     if (silent) return false;
     host().messages.show(filledIn(text::kCannotFindImage, imagefile), Buttons::Ok, Icon::Warning);
-    const auto chosen = host().choosers.openFile({"Open image", text::kImageFilter, "", folderOf(documentPath)});
+    const auto chosen =
+        host().choosers.openFile({"Open image", text::kImageFilter, "", folderOf(documentPath)});
     if (!chosen) return false;
     path = *chosen;
     setModified();

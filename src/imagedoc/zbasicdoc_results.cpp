@@ -1,4 +1,5 @@
-// The row of the table "Image Results": grey levels of the ROI, and sums and densities of the current list inside it.
+// The row of the table "Image Results": grey levels of the ROI, and sums and densities of the current list
+// inside it.
 #include <array>
 
 #include "imagedoc/zbasicdoc.h"

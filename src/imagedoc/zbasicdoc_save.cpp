@@ -1,5 +1,6 @@
-// Saving: the pixels first, where they changed or are trimmed to the ROI, then the document. When the document can't be
-// written, an image file that was replaced comes back and the document in memory is as it was.
+// Saving: the pixels first, where they changed or are trimmed to the ROI, then the document. When the
+// document can't be written, an image file that was replaced comes back and the document in memory is as it
+// was.
 #include <unistd.h>
 
 #include <cstdio>
@@ -15,13 +16,13 @@ namespace tarnvisor {
 
 // What a save did to the pixels' side, to be undone when the document's own file can't be written.
 struct ZBasicDoc::PixelSave {
-  std::string file;         // the image file written; empty for none
-  std::string kept;         // where the one it replaced is kept meanwhile; empty for none
+  std::string file;  // the image file written; empty for none
+  std::string kept;  // where the one it replaced is kept meanwhile; empty for none
   std::string oldImagefile;
   int32_t oldDirty = 0;
   bool oldOwns = false;
   bool trimmed = false;
-  Point corner;             // of the trimmed ROI
+  Point corner;  // of the trimmed ROI
   Point oldOrigin;
 
   void keepPresent() {
@@ -38,8 +39,10 @@ struct ZBasicDoc::PixelSave {
     kept.clear();
   }
   void restore() {
-    if (!kept.empty()) std::rename(kept.c_str(), file.c_str());
-    else if (!file.empty()) ::unlink(file.c_str());
+    if (!kept.empty())
+      std::rename(kept.c_str(), file.c_str());
+    else if (!file.empty())
+      ::unlink(file.c_str());
     kept.clear();
   }
 };
@@ -59,20 +62,22 @@ bool ZBasicDoc::askTrim(bool& trim, bool& cancelled) {
   if (silent) return true;
   int32_t choice = 0;
   Form form("ROI or whole image");
-  form.addNote("A region of interest is set. What is to be saved?").addChoice("Save", choice, {"Whole image", "ROI"});
+  form.addNote("A region of interest is set. What is to be saved?")
+      .addChoice("Save", choice, {"Whole image", "ROI"});
   cancelled = !host().forms.run(form);
   trim = choice == 1;
   return !cancelled;
 }
 
-// The pixel file of a document: its own name with the ending of the setting. Only .zzg keeps a mosaic. A file that some
-// other program or person put there is never written over.
+// The pixel file of a document: its own name with the ending of the setting. Only .zzg keeps a mosaic. A file
+// that some other program or person put there is never written over.
 std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::string& wanted) const {
   const std::string extension = theImage()->colourset == kBayer ? ".zzg" : wanted;
   const std::string stem = withoutExtension(documentPath);
   std::string path = stem + extension;
   if (ownsImageFile) return path;
-  for (int number = 1; fileExists(path); ++number) path = format("%s-%i%s", stem.c_str(), number, extension.c_str());
+  for (int number = 1; fileExists(path); ++number)
+    path = format("%s-%i%s", stem.c_str(), number, extension.c_str());
   return path;
 }
 
@@ -85,8 +90,8 @@ void ZBasicDoc::rememberImageFile(const std::string& full, const std::string& do
 bool ZBasicDoc::copyAdoptedFile(const std::string& from, const std::string& documentPath, PixelSave& saved) {
   saved.file = pixelFileFor(documentPath, "." + extensionOf(from));
   const auto bytes = readWholeFile(from);
-  const Outcome copied =
-      bytes ? replaceFile(saved.file, std::span<const uint8_t>(*bytes)) : Outcome::failure(from + " can't be read");
+  const Outcome copied = bytes ? replaceFile(saved.file, std::span<const uint8_t>(*bytes))
+                               : Outcome::failure(from + " can't be read");
   if (!copied) {
     report(format("%s\n%s", text::kErrorSavingImage, copied.why().c_str()));
     saved.file.clear();

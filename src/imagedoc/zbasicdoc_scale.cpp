@@ -14,7 +14,8 @@ namespace tarnvisor {
 
 void ZBasicDoc::magnificationCommand() {
   MagnificationDialog dialog(*this);
-  if (dialog.run()) setScale(dialog.entry.magx, dialog.entry.magy, dialog.entry.magname, dialog.entry.magdate, false, false);
+  if (dialog.run())
+    setScale(dialog.entry.magx, dialog.entry.magy, dialog.entry.magname, dialog.entry.magdate, false, false);
 }
 
 void ZBasicDoc::calibrateCommand() {
@@ -36,8 +37,9 @@ void ZBasicDoc::calibrateCommand() {
   std::string name = magname;
   int32_t asDefault = 0;
   Form form("Calibrate");
-  form.addNote("Create two dimension lines of known true length onto image.  Magnification will be calibrated "
-               "automatically.");
+  form.addNote(
+      "Create two dimension lines of known true length onto image.  Magnification will be calibrated "
+      "automatically.");
   form.add("X line", lineX).add("X true length", trueX).add("Y line", lineY).add("Y true length", trueY);
   form.add("Name", name).addCheck("Set as default maginification for new images.", asDefault);
   if (!host().forms.run(form)) return;

@@ -1,5 +1,5 @@
-// ZBasicView: the view of a still image, as far as it lives without a window: it takes image files that another program
-// asks to show.
+// ZBasicView: the view of a still image, as far as it lives without a window: it takes image files that
+// another program asks to show.
 #pragma once
 
 #include "app/inputs.h"

@@ -43,7 +43,9 @@ std::string userConfigurationFolder() {
   return home && *home ? withSeparator(home) + ".config/tarnvisor/" : std::string();
 }
 
-bool isWritable(const std::string& folder) { return ::access(folder.empty() ? "." : folder.c_str(), W_OK) == 0; }
+bool isWritable(const std::string& folder) {
+  return ::access(folder.empty() ? "." : folder.c_str(), W_OK) == 0;
+}
 
 // The stores and the log of one base path, without extension.
 void useBase(const std::string& base, const std::string& profile) {
@@ -93,7 +95,8 @@ void rememberFolder(const std::string& path) {
 
 ProfileDialog::ProfileDialog(std::string profileFolderPath, std::string name, std::string def)
     : folder(std::move(profileFolderPath)), ownName(std::move(name)), defPath(std::move(def)) {
-  for (const std::string& profile : profilesIn(folder)) list.push_back(profile == ownName ? kNormal : profile);
+  for (const std::string& profile : profilesIn(folder))
+    list.push_back(profile == ownName ? kNormal : profile);
 }
 
 std::string ProfileDialog::pathOf(const std::string& profile) const {
@@ -105,7 +108,8 @@ void ProfileDialog::select(const std::string& profile) {
 }
 
 bool ProfileDialog::addCopy(const std::string& newName) {
-  const bool bad = newName.empty() || newName.find('/') != std::string::npos || newName.find('\0') != std::string::npos;
+  const bool bad =
+      newName.empty() || newName.find('/') != std::string::npos || newName.find('\0') != std::string::npos;
   if (bad || newName == kNormal || fileExists(pathOf(newName))) return false;
   if (!copyFile(pathOf(choice), pathOf(newName))) return false;
   list.push_back(newName);

@@ -1,6 +1,6 @@
-// Which files the settings are in, and the dialog that chooses between profiles. The profile, its log and the machine's
-// store stand beside the program file; where that folder can't be written, in the user's configuration folder, filled
-// from the installed factory profile (.def).
+// Which files the settings are in, and the dialog that chooses between profiles. The profile, its log and the
+// machine's store stand beside the program file; where that folder can't be written, in the user's
+// configuration folder, filled from the installed factory profile (.def).
 #pragma once
 
 #include <string>
@@ -13,7 +13,8 @@ class ProfileDialog {
  public:
   static constexpr const char* kTitle = "Tarnvisor Select Profile";
   static constexpr const char* kWhat =
-      "You can initialise Tarnvisor with one of the profiles below.  Any changes to calibration constants, calculation "
+      "You can initialise Tarnvisor with one of the profiles below.  Any changes to calibration constants, "
+      "calculation "
       "parameters, user settings, or window placement will only effect the selected profile.";
   static constexpr const char* kNames =
       "You can use descriptive sentences for your profiles using any characters legal for long filenames.";
@@ -26,7 +27,8 @@ class ProfileDialog {
   const std::vector<std::string>& names() const { return list; }
   const std::string& selected() const { return choice; }
   void select(const std::string& profile);
-  // Copies the selected profile to a new name and selects it. False for a name that no file can have, or one taken.
+  // Copies the selected profile to a new name and selects it. False for a name that no file can have, or one
+  // taken.
   bool addCopy(const std::string& newName);
   // Moves the selected profile to its .bak; "normal" stays.
   bool remove();
@@ -50,9 +52,9 @@ class ProfileFace {
   virtual bool run(ProfileDialog& dialog) = 0;  // false for Cancel
 };
 
-// Points settings, hwSettings and the log at their files, and makes the profile from the factory one where there is none.
-// programPath: the program's file, without which the settings stay unset. False when the user cancels the dialog, which
-// is shown only with a face and when there are profiles.
+// Points settings, hwSettings and the log at their files, and makes the profile from the factory one where
+// there is none. programPath: the program's file, without which the settings stay unset. False when the user
+// cancels the dialog, which is shown only with a face and when there are profiles.
 bool selectProfile(const std::string& programPath, bool askForDialog, ProfileFace* face = nullptr);
 // The same with a profile that is named: log and machine's store stand beside it.
 bool selectProfileFile(const std::string& programPath, const std::string& profilePath);

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,8 +19,10 @@ using ::testing::StartsWith;
 
 struct PlainDocument : CDocument {
   void serialize(Archive& archive) override {
-    if (archive.isStoring()) archive.writeString(words);
-    else words = archive.readString();
+    if (archive.isStoring())
+      archive.writeString(words);
+    else
+      words = archive.readString();
   }
   std::string words;
 };
@@ -43,12 +44,13 @@ DocumentClass classOf(int32_t id, const char* resource, bool opens = true) {
 std::vector<DocumentRow> smallTable() {
   using G = DocumentRow::Gate;
   using P = ProcessState;
-  return {{G::Image, classOf(1, "\nImage\nImage\nImages (*.tv1)\n.tv1\nA\nB"), &P::imageTemplate},
-          {G::Live, classOf(2, "\nVideo\n\nFrozen Video (*.tv1)\n.tv1\n\n"), &P::liveTemplate},
-          {G::ImageOrVelocity, classOf(3, "\nChart\nChart\nChart files (*.zz1)\n.zz1\nA\nB"), &P::reviewTemplate},
-          {G::Velocity, classOf(4, "\nFLO Input\n\nCharts (*.zz1)\n.zz1\n\n\n"), &P::flo1Template},
-          {G::Dynamic, classOf(5, "\nLinescan\nL\nLinescans (*.zzl)\n.zzl\nA\nB"), &P::linescanTemplate, false},
-          {G::Dynamic, classOf(6, "\nAVI Video\n\nAVI videos (*.avi)\n.avi\n\n\n", false)}};
+  return {
+      {G::Image, classOf(1, "\nImage\nImage\nImages (*.tv1)\n.tv1\nA\nB"), &P::imageTemplate},
+      {G::Live, classOf(2, "\nVideo\n\nFrozen Video (*.tv1)\n.tv1\n\n"), &P::liveTemplate},
+      {G::ImageOrVelocity, classOf(3, "\nChart\nChart\nChart files (*.zz1)\n.zz1\nA\nB"), &P::reviewTemplate},
+      {G::Velocity, classOf(4, "\nFLO Input\n\nCharts (*.zz1)\n.zz1\n\n\n"), &P::flo1Template},
+      {G::Dynamic, classOf(5, "\nLinescan\nL\nLinescans (*.zzl)\n.zzl\nA\nB"), &P::linescanTemplate, false},
+      {G::Dynamic, classOf(6, "\nAVI Video\n\nAVI videos (*.avi)\n.avi\n\n\n", false)}};
 }
 
 class BasicApp : public AppTest {
@@ -64,11 +66,14 @@ TEST_F(BasicApp, WritesTheLogOfAStartAndEndInTheKnownOrder) {
   app->exitInstance();
   app.reset();
   const std::string text = log();
-  EXPECT_THAT(text, StartsWith("\n\n\n****  start:Tue Mar 14 12:41:29 1995\n4-60-0-0 build:Sep  2 2025 14:40:32\n\nphysical "));
+  EXPECT_THAT(
+      text,
+      StartsWith(
+          "\n\n\n****  start:Tue Mar 14 12:41:29 1995\n4-60-0-0 build:Sep  2 2025 14:40:32\n\nphysical "));
   size_t at = 0;
-  for (const char* next : {"physical ", "KB\navailable ", "KB\nload ", " %\nvirtual ", "KB %\nused virtual ", "KB %\n",
-                           "opening db=", "create table info", "create table results", "insert into info", "\ninitinst ok\n",
-                           "end:Tue Mar 14 12:41:29 1995\n"}) {
+  for (const char* next : {"physical ", "KB\navailable ", "KB\nload ", " %\nvirtual ", "KB %\nused virtual ",
+                           "KB %\n", "opening db=", "create table info", "create table results",
+                           "insert into info", "\ninitinst ok\n", "end:Tue Mar 14 12:41:29 1995\n"}) {
     const size_t found = text.find(next, at);
     ASSERT_NE(found, std::string::npos) << next << " in\n" << text;
     at = found;
@@ -132,7 +137,8 @@ TEST_F(BasicApp, OpensAFileWithTheFirstRowThatMatches) {
   EXPECT_EQ(settings.getString("settings", "directory", ""), folder.path());
   EXPECT_EQ(app->openDocumentFile(folder.file("x.xyz")), nullptr);
   EXPECT_EQ(app->openDocumentFile(folder.file("missing.tv1")), nullptr);
-  ASSERT_TRUE(replaceFile(folder.file("cut.tv1"), std::string_view("\x09" "abc")));
+  ASSERT_TRUE(replaceFile(folder.file("cut.tv1"), std::string_view("\x09"
+                                                                   "abc")));
   EXPECT_EQ(app->openDocumentFile(folder.file("cut.tv1")), nullptr);
   EXPECT_THAT(host.messages.back(), HasSubstr("the file ends too early"));
   ASSERT_TRUE(replaceFile(folder.file("v.avi"), std::string_view("RIFF")));
@@ -182,10 +188,29 @@ TEST_F(BasicApp, WritesBackAllKeysButTheChannels) {
   process.recordDir = "/some where/";
   app->exitInstance();
   const std::string text = profile();
-  for (const char* key : {"cbvMethod=0", "minThreshold=50", "threshOfAv2=30", "nOverThresh=4", "LoCutOff=10", "noisefloorRC=1",
-                          "autonoise=0", "ped1=10", "ped2=60", "ped3=90", "keepDop=1", "cutDopTop=0", "FFTwindow=0",
-                          "FSlinkthreshold=1", "FSthreshold=0.500000", "direct2disc=1", "recorddir=/some where/", "basename=",
-                          "triggermovie=0", "expertmode=0", "fgmode=1", "adjustpaldark=70", "adjustpallight=230"})
+  for (const char* key : {"cbvMethod=0",
+                          "minThreshold=50",
+                          "threshOfAv2=30",
+                          "nOverThresh=4",
+                          "LoCutOff=10",
+                          "noisefloorRC=1",
+                          "autonoise=0",
+                          "ped1=10",
+                          "ped2=60",
+                          "ped3=90",
+                          "keepDop=1",
+                          "cutDopTop=0",
+                          "FFTwindow=0",
+                          "FSlinkthreshold=1",
+                          "FSthreshold=0.500000",
+                          "direct2disc=1",
+                          "recorddir=/some where/",
+                          "basename=",
+                          "triggermovie=0",
+                          "expertmode=0",
+                          "fgmode=1",
+                          "adjustpaldark=70",
+                          "adjustpallight=230"})
     EXPECT_THAT(text, HasSubstr(std::string(key) + "\n"));
   for (const char* key : {"floEN", "tarnvisorEN", "vivocapEN", "showdb", "red", "green", "blue"})
     EXPECT_EQ(text.find(std::string("\n") + key + "="), std::string::npos) << key;
@@ -209,7 +234,8 @@ TEST_F(BasicApp, AsksForADataFolderWhenTheProfileNamesNone) {
 
 TEST_F(BasicApp, GoesOnWithoutADatabaseThatCannotBeOpened) {
   ASSERT_TRUE(makeFolderPath(folder.file("data")));
-  ASSERT_TRUE(replaceFile(folder.file("data/tarn.db"), std::string_view("This is no database, but long enough to look like one.")));
+  ASSERT_TRUE(replaceFile(folder.file("data/tarn.db"),
+                          std::string_view("This is no database, but long enough to look like one.")));
   EXPECT_TRUE(startWithData());
   EXPECT_EQ(app->db, nullptr);
   ASSERT_EQ(host.messages.size(), 1u);
@@ -228,7 +254,9 @@ struct ScriptedCamera : CameraPoll, LiveSink {
   bool hasStoppedByItself() override { return stopped; }
   int32_t frameCounter() override { return counter; }
   void redrawNow() override { events.emplace_back("redraw"); }
-  void framesPassed(int32_t frames, int32_t now) override { events.push_back("frames " + std::to_string(frames) + " at " + std::to_string(now)); }
+  void framesPassed(int32_t frames, int32_t now) override {
+    events.push_back("frames " + std::to_string(frames) + " at " + std::to_string(now));
+  }
   void freezeAndSave(const std::string& path) override { events.push_back("freeze " + path); }
   uint32_t statusBits = 0;
   bool triggered = false, running = false, stopped = false;
@@ -271,7 +299,9 @@ TEST_F(BasicApp, TheIdlePassReadsTheVelocityInput) {
     }
     void stop() override {}
     bool isRecording() const override { return recording; }
-    void takeSamples(std::span<const int16_t> samples) override { taken += static_cast<int32_t>(samples.size()); }
+    void takeSamples(std::span<const int16_t> samples) override {
+      taken += static_cast<int32_t>(samples.size());
+    }
     int32_t channels = 0, waiting = 0, taken = 0;
     bool recording = false;
     std::vector<int32_t> reads;
@@ -309,8 +339,11 @@ TEST(InstanceLinkTest, CarriesPathsOfUpTo259CharactersToThisUserOnly) {
   ASSERT_EQ(::chmod(run.path().c_str(), 0700), 0);
   ::setenv("XDG_RUNTIME_DIR", run.path().c_str(), 1);
   std::vector<std::string> got;
-  const auto note = [&](InstanceMessage m, const std::string& path) { got.push_back(std::to_string(static_cast<int>(m)) + path); };
-  EXPECT_FALSE(sendToInstance("TARNVISOR", InstanceMessage::AutoLoad, "nobody.bmp")) << "no instance is no error";
+  const auto note = [&](InstanceMessage m, const std::string& path) {
+    got.push_back(std::to_string(static_cast<int>(m)) + path);
+  };
+  EXPECT_FALSE(sendToInstance("TARNVISOR", InstanceMessage::AutoLoad, "nobody.bmp"))
+      << "no instance is no error";
   {
     auto link = InstanceLink::listen("TARNVISOR");
     ASSERT_TRUE(link);

@@ -35,7 +35,9 @@ class AppTest : public ::testing::Test {
     return start();
   }
   // The profile's text before the start.
-  void writeProfile(const std::string& text) { ASSERT_TRUE(replaceFile(folder.file("tarnvisor.ini"), std::string_view(text))); }
+  void writeProfile(const std::string& text) {
+    ASSERT_TRUE(replaceFile(folder.file("tarnvisor.ini"), std::string_view(text)));
+  }
   std::string log() const { return readWholeText(folder.file("tarnvisor.log")).value_or(""); }
   std::string profile() const { return readWholeText(folder.file("tarnvisor.ini")).value_or(""); }
 

@@ -1,5 +1,5 @@
-// A host for tests: answers are queued beforehand, and a question that nobody expected fails the test. Messages that
-// only tell something are gathered.
+// A host for tests: answers are queued beforehand, and a question that nobody expected fails the test.
+// Messages that only tell something are gathered.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,7 +14,12 @@
 
 namespace tarnvisor {
 
-class TestHost final : public Messages, public Choosers, public Forms, public Clipboard, public Windows, public WaitCursor {
+class TestHost final : public Messages,
+                       public Choosers,
+                       public Forms,
+                       public Clipboard,
+                       public Windows,
+                       public WaitCursor {
  public:
   TestHost() : scope(ports) {}
   ~TestHost() override {
@@ -23,11 +28,11 @@ class TestHost final : public Messages, public Choosers, public Forms, public Cl
     EXPECT_TRUE(fills.empty()) << "a form was never shown";
   }
 
-  std::deque<Answer> answers;                     // for questions with more than one button
-  std::deque<std::optional<std::string>> paths;   // for choosers; nothing is Cancel
-  std::deque<std::function<bool(Form&)>> fills;   // for forms; false is Cancel
+  std::deque<Answer> answers;                    // for questions with more than one button
+  std::deque<std::optional<std::string>> paths;  // for choosers; nothing is Cancel
+  std::deque<std::function<bool(Form&)>> fills;  // for forms; false is Cancel
   std::vector<std::string> messages;
-  std::vector<std::string> calls;                 // of windows
+  std::vector<std::string> calls;  // of windows
   std::optional<std::string> clipboardText;
   bool frameCanBeMade = true;
 
