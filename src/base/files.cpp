@@ -164,7 +164,7 @@ Outcome AtomicFile::failed(const char* what) {
   return Outcome::failure(format("%s: %s: %s", target.c_str(), what, std::strerror(error)));
 }
 
-Outcome AtomicFile::commit() {
+Outcome AtomicFile::commit(Flush flush) {
   if (temporary.empty()) return failed("can't be written");
   if (byName) {
     stream = std::fopen(temporary.c_str(), "abe");
@@ -172,14 +172,15 @@ Outcome AtomicFile::commit() {
   }
   if (!stream) return failed("can't be written");
   openError = 0;
-  if (writeError || std::fflush(stream) != 0 || std::ferror(stream) || ::fsync(fileno(stream)) != 0)
+  const bool toDisc = flush == Flush::ToDisc;
+  if (writeError || std::fflush(stream) != 0 || std::ferror(stream) || (toDisc && ::fsync(fileno(stream)) != 0))
     return failed("writing failed");
   std::FILE* closing = stream;
   stream = nullptr;
   if (std::fclose(closing) != 0) return failed("writing failed");
   if (::rename(temporary.c_str(), target.c_str()) != 0) return failed("can't be replaced");
   temporary.clear();
-  syncFolder(target);
+  if (toDisc) syncFolder(target);
   return Outcome::success();
 }
 
@@ -189,8 +190,10 @@ Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes) {
   return file.commit();
 }
 
-Outcome replaceFile(const std::string& path, std::string_view text) {
-  return replaceFile(path, std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
+Outcome replaceFile(const std::string& path, std::string_view text, AtomicFile::Flush flush) {
+  AtomicFile file(path);
+  file.write(text.data(), text.size());
+  return file.commit(flush);
 }
 
 bool makeFolderPath(const std::string& path) {

@@ -41,6 +41,10 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
 // commit() the new one is removed. The mode of a file that is replaced is kept. A symbolic link is followed.
 class AtomicFile {
  public:
+  // A file that many small writes replace may leave the moment it reaches the disc to the system: after a power cut it
+  // is then the old one or the new one.
+  enum class Flush { ToDisc, Later };
+
   explicit AtomicFile(std::string path);
   ~AtomicFile();
   AtomicFile(const AtomicFile&) = delete;
@@ -55,7 +59,7 @@ class AtomicFile {
   void releaseToWriterByName();
   bool write(const void* bytes, size_t count);
   // Flushes to disc and renames. On failure the old file is untouched and the words say what failed.
-  Outcome commit();
+  Outcome commit(Flush flush = Flush::ToDisc);
 
  private:
   Outcome failed(const char* what);
@@ -68,7 +72,8 @@ class AtomicFile {
 };
 
 Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes);
-Outcome replaceFile(const std::string& path, std::string_view text);
+Outcome replaceFile(const std::string& path, std::string_view text,
+                    AtomicFile::Flush flush = AtomicFile::Flush::ToDisc);
 
 // Makes all missing folders of a path, from the first. False when one can't be made.
 bool makeFolderPath(const std::string& path);

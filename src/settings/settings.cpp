@@ -145,13 +145,14 @@ void writeValue(const std::string& file, const std::string& section, const std::
     if (!present) return;  // unreadable: better a lost write than a lost profile
     text = std::move(*present);
   }
+  const std::string before = text;
   const std::string end = text.find("\r\n") != std::string::npos ? "\r\n" : "\n";
   const Place place = findKey(text, section, key);
   std::string insertion = key + "=" + quotedWhereNeeded(onOneLine(value)) + end;
   if (!place.sectionFound) insertion = "[" + section + "]" + end + insertion;
   if (place.start > 0 && text[place.start - 1] != '\n') insertion = end + insertion;
   text.replace(place.start, place.end - place.start, insertion);
-  if (!replaceFile(file, std::string_view(text))) return;
+  if (text != before) (void)replaceFile(file, std::string_view(text), AtomicFile::Flush::Later);
 }
 
 }  // namespace
