@@ -13,22 +13,24 @@ constexpr int tries = 12;
 
 struct Rows {
   int32_t count = 0;
-  int32_t perRow = 0;
+  int32_t total = 0;
   double distalY = 0;  // apex line of the distal row, in the middle of the frame
   double secondY = 0;
   double pitch = 0;
   double bow = 0;  // the finger is round: how much lower a row lies at the left and right border
 
+  // Capillaries of one row; the rows differ by one at most.
+  int32_t in(int32_t row) const { return total * (row + 1) / count - total * row / count; }
   double y(int32_t row) const { return row == 0 ? distalY : secondY + (row - 1) * pitch; }
 };
 
 Rows rowsOf(const NailfoldStill& still) {
   Rows rows;
   rows.count = std::clamp(still.rows, 0, mostRows);
-  double perRow = still.capillariesPerRow;
-  if (still.densityPerMm2 > 0.0 && rows.count > 0)
-    perRow = still.densityPerMm2 * 1e-6 * still.width * still.height / rows.count + 0.5;
-  rows.perRow = static_cast<int32_t>(std::clamp(perRow, 0.0, static_cast<double>(mostPerRow)));
+  const double total = still.densityPerMm2 > 0.0
+                           ? still.densityPerMm2 * 1e-6 * still.width * still.height + 0.5
+                           : static_cast<double>(still.capillariesPerRow) * rows.count;
+  rows.total = static_cast<int32_t>(std::clamp(total, 0.0, static_cast<double>(mostPerRow) * rows.count));
   rows.bow = 0.03 * still.width;
   const double margin = clearanceOf(still) + still.vesselWidth;
   rows.distalY = std::max(margin, (rows.count > 1 ? 0.12 : 0.3) * still.height);
@@ -74,10 +76,10 @@ std::vector<PlacedCapillary> layOutCapillaries(const NailfoldStill& still) {
   const Rows rows = rowsOf(still);
   std::vector<PlacedCapillary> placed;
   std::vector<VesselBox> taken;
-  const double slot = (still.width - 2.0 * clearanceOf(still)) / std::max(1, rows.perRow);
   for (int32_t row = 0; row < rows.count; ++row) {
     const double freedomY = row == 0 ? 0.15 * still.loopLength : std::max(0.0, 0.3 * rows.pitch);
-    for (int32_t i = 0; i < rows.perRow; ++i) {
+    const double slot = (still.width - 2.0 * clearanceOf(still)) / std::max(1, rows.in(row));
+    for (int32_t i = 0; i < rows.in(row); ++i) {
       Random random(still.seed, static_cast<uint64_t>(row) * mostPerRow + static_cast<uint64_t>(i));
       const double middle = clearanceOf(still) + (i + 0.5) * slot;
       const bool hairpin = row == 0 || random.unit() < 0.4 / (row * row);

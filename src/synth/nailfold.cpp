@@ -13,7 +13,7 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr int32_t longestSide = 16384;
+constexpr int32_t longestSide = 4096;
 constexpr uint64_t noiseStream = 1u << 24;
 
 // What one colour of light meets: how brightly skin throws it back, and how much of it blood takes, both as
@@ -25,6 +25,25 @@ struct Channel {
 constexpr std::array<Channel, 1> greyChannels{{{1.0, 1.0}}};
 constexpr std::array<Channel, 3> colourChannels{
     {{0.88, 0.8}, {0.98, 1.0}, {1.22, 0.36}}};  // blue, green, red
+
+double within(double value, double low, double high) {
+  return value >= low ? std::min(value, high) : low;  // NaN becomes low
+}
+
+NailfoldStill inRange(NailfoldStill still) {
+  still.vesselWidth = within(still.vesselWidth, 1.0, 200.0);
+  still.loopWidth = within(still.loopWidth, 1.0, 1000.0);
+  still.loopLength = within(still.loopLength, 1.0, 4000.0);
+  still.contrast = within(still.contrast, 0.0, 1.0);
+  still.texture = within(still.texture, 0.0, 5.0);
+  still.plexus = within(still.plexus, 0.0, 0.3);
+  still.brightness = within(still.brightness, 0.0, 255.0);
+  still.illuminationGradient = within(still.illuminationGradient, 0.0, 2.0);
+  still.vignette = within(still.vignette, 0.0, 1.0);
+  still.blurRadius = within(still.blurRadius, 0.0, 64.0);
+  still.noiseSigma = within(still.noiseSigma, 0.0, 255.0);
+  return still;
+}
 
 struct Scene {
   Plane absorption;
@@ -75,7 +94,8 @@ NailfoldTruth truthOf(const NailfoldStill& still, const std::vector<PlacedCapill
 
 }  // namespace
 
-std::unique_ptr<CZZimage> renderNailfold(const NailfoldStill& still, NailfoldTruth& truth) {
+std::unique_ptr<CZZimage> renderNailfold(const NailfoldStill& wanted, NailfoldTruth& truth) {
+  const NailfoldStill still = inRange(wanted);
   truth = {};
   const auto allowed = [](int32_t side) { return side >= 1 && side <= longestSide; };
   if (!allowed(still.width) || !allowed(still.height) || still.interlace < 0 || still.interlace > 2)

@@ -1,7 +1,7 @@
 // A simulated nailfold: a still image of the skin fold at the base of a finger's nail, as a microscope of
 // about one micrometre a pixel sees it, together with the truth of what was drawn. Pale skin, unevenly lit;
 // in the distal (upper) row capillaries lie flat and show as dark hairpins, apex upwards, whose two limbs
-// sink into the tissue; in the rows below they stand on end and show as short commas. Capillaries keep apart
+// sink into the tissue; in the rows below most stand on end and show as short commas. Capillaries keep apart
 // and away from the border, so that each is one dark region for whoever counts them.
 //
 // Coordinates: pixel centres at whole numbers, x to the right, y downward. Lengths in the parameters are
@@ -16,32 +16,32 @@
 
 namespace tarnvisor {
 
+// A number outside its range counts as the nearest bound.
 struct NailfoldStill {
-  // Frame. 1 x 1 to 16384 x 16384; a field holds half the height.
+  // Frame. Sides of 1 to 4096; a field holds half the height.
   int32_t width = 1280;
   int32_t height = 1024;
   int32_t interlace = 0;  // 0 a frame; 1 or 2 that field of the same frame
   bool colour = false;    // blue, green, red bytes instead of grey
 
   // The finger. Where it gets too narrow for them, capillaries are left out rather than drawn too close.
-  int32_t rows = 5;               // the distal row included
-  int32_t capillariesPerRow = 9;  // used when densityPerMm2 is 0
+  int32_t rows = 5;               // 0..64, the distal row included
+  int32_t capillariesPerRow = 9;  // 0..256; used when densityPerMm2 is 0
   double densityPerMm2 = 0.0;     // capillaries aimed at, one pixel being one micrometre
-  double loopWidth = 40.0;        // a hairpin's limbs, outer edge to outer edge
-  double loopLength = 120.0;      // of the longest hairpins, as far as they can be seen
-  double vesselWidth = 13.0;      // mean of the arterial limb and the wider venous one
-  double contrast = 0.42;         // share of the light that a capillary takes away at its darkest, 0..1
-  double texture = 1.0;           // how marked mottling, creases and grain of the skin are; 0 for none
-  double plexus = 0.06;           // the same for the broad veins that shimmer through from below
+  double loopWidth = 40.0;        // 1..1000: a hairpin's limbs, outer edge to outer edge
+  double loopLength = 120.0;      // 1..4000: of the longest hairpins, as far as they can be seen
+  double vesselWidth = 13.0;      // 1..200: mean of the arterial limb and the wider venous one
+  double contrast = 0.42;         // 0..1: share of the light that a capillary takes away at its darkest
+  double texture = 1.0;           // 0..5: how marked mottling, creases and grain of the skin are
+  double plexus = 0.06;           // 0..0.3: contrast of the broad veins that shimmer through from below
 
   // Microscope and camera.
-  double brightness = 172.0;  // grey level of the skin
-  double illuminationGradient =
-      0.18;                 // light at the brightest border less the darkest, as a share of the mean
-  double vignette = 0.10;   // share of the light lost in the corners
-  double blurRadius = 1.4;  // Gaussian sigma of the optics
-  double noiseSigma = 3.0;  // grey levels
-  int32_t dustSpecks = 0;   // on the camera's window: in focus whatever the finger is
+  double brightness = 172.0;           // 0..255: grey level of the skin
+  double illuminationGradient = 0.18;  // 0..2: light in the brightest corner less the darkest, of the mean
+  double vignette = 0.10;              // 0..1: share of the light lost in the corners
+  double blurRadius = 1.4;             // 0..64: Gaussian sigma of the optics; under 0.3 there is no blur
+  double noiseSigma = 3.0;             // 0..255: grey levels
+  int32_t dustSpecks = 0;              // 0..4096; on the camera's window: sharp whatever the focus
 
   uint64_t seed = 1;
 };

@@ -44,9 +44,9 @@ inline double smoothStep(double t) { return t * t * (3.0 - 2.0 * t); }
 
 // exp(-x) for x of 0 and more, to about 1e-4 of itself up to 20; the same bits everywhere.
 inline double expMinus(double x) {
-  const double t = x / 64.0;
+  const double t = x / 256.0;
   double y = 1.0 / (1.0 + t * (1.0 + t * (0.5 + t * (1.0 / 6.0 + t / 24.0))));
-  for (int i = 0; i < 6; ++i) y *= y;
+  for (int i = 0; i < 8; ++i) y *= y;
   return y;
 }
 

@@ -56,7 +56,7 @@ class Plexus {
 };
 
 std::vector<float> gaussianHalf(double sigma) {
-  const int n = std::min(512, static_cast<int>(std::ceil(3.5 * sigma)));
+  const int n = static_cast<int>(std::ceil(3.5 * sigma));
   std::vector<double> half(static_cast<size_t>(n) + 1);
   double sum = 0;
   for (int i = 0; i <= n; ++i) {
