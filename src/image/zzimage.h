@@ -78,7 +78,7 @@ class CZZimage {
   // width * height * 3 bytes that the caller owns when target is null.
   std::unique_ptr<uint8_t[]> demosaic(uint8_t* target, int32_t targetStride) const;
   void bayerToGrey();
-  // source: width * frame rows of 32-bit pixels, low byte blue.
+  // source: width * height 32-bit pixels, low byte blue. False, and logged, on a Bayer image.
   bool copyrgb32(const uint32_t* source);
   void copyWords(const uint16_t* source, int32_t sourceStride, double gain);  // stride in elements
   void copyDoubles(const double* source, int32_t sourceStride, double gain);
@@ -104,12 +104,16 @@ class CZZimage {
     double sum = 0;
     int64_t pixels = 0;
   };
+  // Of this(x, y) and other(x - dx, y - dy) over a rectangle in this image's own pixels; nothing when the
+  // moved rectangle leaves the other image. Grey.
   SquaredSum sumSquaredDifference(const CZZimage& other, const Rect& rect, int32_t dx, int32_t dy) const;
+  // Root of the squared difference, pixel by pixel over the overlap that the origins tell; this image becomes
+  // the overlap.
   void rmsDifference(const CZZimage& a, const CZZimage& b);
 
   // --- measures (zzimage_measure.cpp)
   void histogram(const Rect& rect, IndexedStore& target) const;
-  // 256 counts of a rectangle in this image's own pixels (already clipped).
+  // Counts of a rectangle in this image's own pixels (already clipped).
   void countLevels(const Rect& local, std::span<uint32_t, 256> counts) const;
   int32_t peakbrightness(int32_t step) const;
   int32_t modeLevel(const Rect& rect) const;
@@ -129,6 +133,7 @@ class CZZimage {
   // --- accumulating over frames (zzimage_accumulate.cpp); sum and count planes are canvases whose rows are
   // stride elements apart.
   void accumulate(int32_t* sum, int32_t* count, int32_t canvasStride) const;
+  // The canvas from its first element on, whatever this image's origin.
   void writeAverage(const int32_t* sum, const int32_t* count, int32_t canvasStride);
   void startStats(PixelStatistics* statistics) const;
   void addStats(PixelStatistics* statistics) const;
@@ -150,8 +155,14 @@ class CZZimage {
   bool centroid(uint8_t v, double& x, double& y) const;  // own pixels; false when v is absent
 
   // --- scale and match (zzimage_match.cpp)
+  // Of each two rows the even columns' mean; odd columns are dropped, which matching is tuned to. Origins and
+  // numbers stay this image's own. False for colour, and in place for a child.
   bool halve(const CZZimage& src);
   bool halveInPlace();
+  // Sets the origins to the reference's less the shift (dx, dy) at which a centred window matches best: the
+  // first of equals in row order from minus to plus the search fraction, by `step`. sampleStep 1 compares
+  // every pixel; mode 0 a random table of points (samplePattern), 1 every sampleStep-th pixel of every
+  // sampleStep-th row, 2 whole rows and whole columns. Sums wrap at 32 bits.
   void findOffset(const CZZimage& reference, double templateFraction, double searchFraction, int32_t step,
                   int32_t sampleStep, int32_t mode);
 

@@ -1,0 +1,57 @@
+// Still-image files: the formats by extension, and the entry points that work on open files and on memory.
+// docs/formats tells the bytes. Loads believe nothing: sizes are held against the bytes that are there before
+// memory is taken, and a refused file leaves the image as it was. Saves replace a file in one step.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <span>
+#include <string>
+
+#include "base/geometry.h"
+#include "image/zzimage.h"
+
+namespace tarnvisor {
+
+// What a format does; null where it doesn't.
+struct ImageFormat {
+  const char* extension;
+  bool (*load)(CZZimage& image, const std::string& path);
+  bool (*loadRegion)(CZZimage& image, const std::string& path, const Rect& rect);
+  bool (*save)(CZZimage& image, const std::string& path, const Rect& rect);
+};
+// By the text after the last ".", compared exactly; null when it names no format.
+const ImageFormat* imageFormatOf(const std::string& path);
+
+// The numbers at the start of a .zzg file, in any of its three forms.
+struct ZzgHeader {
+  static constexpr int32_t kBytes = 36;  // of the form that is written
+
+  int32_t fileBytes = 0;  // of the header in its form: 16, 32 or 36
+  int32_t frameNumber = -1, interlace = 0, width = 0, height = 0, xOrigin = 0, yOrigin = 0, colourset = 0;
+
+  int32_t bytesPerPixel() const { return colourset == kColour ? 3 : 1; }
+};
+// Reads from the file's position. The bytes that the whole file should have, or 0 when this is no header.
+int64_t readHeader(std::FILE* file, ZzgHeader& header);
+bool isImageFile(std::FILE* file);
+// A .zzg of one field of a frame (field 1 or 2); a field image, or field 0, is written with all its rows.
+bool writeField(std::FILE* file, const CZZimage& image, int32_t field);
+
+bool loadZzg(CZZimage& image, const std::string& path);
+bool loadZzgRegion(CZZimage& image, const std::string& path, const Rect& rect);
+bool saveZzg(CZZimage& image, const std::string& path, const Rect& rect);
+
+// The bytes of a bitmap file from its information header on, as a clipboard gives them. asGrey makes colours
+// grey with weights that don't fall on the bytes that their names suggest: it has always been so.
+bool loadBitmapBytes(CZZimage& image, std::span<const uint8_t> bytes, bool asGrey);
+bool loadBmp(CZZimage& image, const std::string& path);
+bool saveBmp(CZZimage& image, const std::string& path, const Rect& rect);
+
+bool loadTiff(CZZimage& image, const std::string& path);
+bool saveTiff(CZZimage& image, const std::string& path, const Rect& rect);  // the rectangle is ignored
+
+// Memory that a load may take beyond the size of its file.
+inline constexpr int64_t kLoadAllowance = int64_t{64} << 20;
+
+}  // namespace tarnvisor

@@ -1,0 +1,194 @@
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "kernels.cpp"
+#include <hwy/foreach_target.h>
+// The header above includes this file once for each target.
+#include <hwy/highway.h>
+
+#include <algorithm>
+
+#include "image/kernels.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace tarnvisor::kernels::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+using Bytes = hn::ScalableTag<uint8_t>;
+using Shorts = hn::ScalableTag<int16_t>;
+using Ints = hn::ScalableTag<int32_t>;
+
+template <bool kWithSum>
+void addRangeOf(const uint8_t* bytes, size_t count, ByteRange& range) {
+  const Bytes d;
+  const hn::Repartition<uint64_t, Bytes> d64;
+  const size_t lanes = hn::Lanes(d);
+  size_t i = 0;
+  if (count >= 2 * lanes) {
+    auto low0 = hn::Set(d, range.low), low1 = low0;
+    auto high0 = hn::Set(d, range.high), high1 = high0;
+    auto sum0 = hn::Zero(d64), sum1 = sum0;
+    for (; i + 2 * lanes <= count; i += 2 * lanes) {
+      const auto v0 = hn::LoadU(d, bytes + i);
+      const auto v1 = hn::LoadU(d, bytes + i + lanes);
+      low0 = hn::Min(low0, v0);
+      low1 = hn::Min(low1, v1);
+      high0 = hn::Max(high0, v0);
+      high1 = hn::Max(high1, v1);
+      if (kWithSum) {
+        sum0 = hn::Add(sum0, hn::SumsOf8(v0));
+        sum1 = hn::Add(sum1, hn::SumsOf8(v1));
+      }
+    }
+    HWY_ALIGN uint8_t spill[HWY_MAX_BYTES];
+    hn::Store(hn::Min(low0, low1), d, spill);
+    range.low = *std::min_element(spill, spill + lanes);
+    hn::Store(hn::Max(high0, high1), d, spill);
+    range.high = *std::max_element(spill, spill + lanes);
+    if (kWithSum) range.sum += hn::GetLane(hn::SumOfLanes(d64, hn::Add(sum0, sum1)));
+  }
+  for (; i < count; ++i) {
+    range.low = std::min(range.low, bytes[i]);
+    range.high = std::max(range.high, bytes[i]);
+    if (kWithSum) range.sum += bytes[i];
+  }
+}
+
+void addRangeWide(const uint8_t* bytes, size_t count, ByteRange& range) {
+  addRangeOf<true>(bytes, count, range);
+}
+void addExtremesWide(const uint8_t* bytes, size_t count, ByteRange& range) {
+  addRangeOf<false>(bytes, count, range);
+}
+
+void thresholdRowWide(uint8_t* bytes, size_t count, uint8_t t) {
+  const Bytes d;
+  const size_t lanes = hn::Lanes(d);
+  const auto limit = hn::Set(d, t);
+  size_t i = 0;
+  for (; i + lanes <= count; i += lanes) {
+    // Over the limit means that the smaller of the two is not the pixel's own value.
+    const auto v = hn::LoadU(d, bytes + i);
+    hn::StoreU(hn::VecFromMask(d, hn::Ne(hn::Min(v, limit), v)), d, bytes + i);
+  }
+  for (; i < count; ++i) bytes[i] = bytes[i] > t ? 255 : 0;
+}
+
+uint64_t squaredDifferenceSumWide(const uint8_t* a, const uint8_t* b, size_t count) {
+  const Shorts d16;
+  const Ints d32;
+  const hn::Rebind<uint8_t, Shorts> d8;
+  const size_t lanes = hn::Lanes(d16);
+  // A lane of 32 bits takes two squares a round: 8,000 rounds stay far below its limit.
+  const size_t longestRun = 8000 * lanes;
+  uint64_t total = 0;
+  size_t i = 0;
+  while (i + lanes <= count) {
+    const size_t end = std::min(count, i + longestRun);
+    auto sum0 = hn::Zero(d32), sum1 = sum0;
+    for (; i + lanes <= end; i += lanes) {
+      const auto difference =
+          hn::Sub(hn::PromoteTo(d16, hn::LoadU(d8, a + i)), hn::PromoteTo(d16, hn::LoadU(d8, b + i)));
+      sum0 = hn::ReorderWidenMulAccumulate(d32, difference, difference, sum0, sum1);
+    }
+    HWY_ALIGN int32_t spill[HWY_MAX_BYTES / sizeof(int32_t)];
+    hn::Store(sum0, d32, spill);
+    for (size_t lane = 0; lane < hn::Lanes(d32); ++lane) total += static_cast<uint32_t>(spill[lane]);
+    hn::Store(sum1, d32, spill);
+    for (size_t lane = 0; lane < hn::Lanes(d32); ++lane) total += static_cast<uint32_t>(spill[lane]);
+  }
+  for (; i < count; ++i) {
+    const int32_t difference = a[i] - b[i];
+    total += static_cast<uint32_t>(difference * difference);
+  }
+  return total;
+}
+
+void mapRowWide(uint8_t* bytes, size_t count, const uint8_t* table) {
+  size_t i = 0;
+#if HWY_TARGET <= HWY_AVX2
+  // Sixteen tables of sixteen: the low half of a byte looks into each, the high half tells which counts.
+  const Bytes d;
+  const size_t lanes = hn::Lanes(d);
+  if (count >= 4 * lanes) {
+    HWY_ALIGN uint8_t repeated[16][HWY_MAX_BYTES];
+    for (size_t part = 0; part < 16; ++part)
+      for (size_t lane = 0; lane < lanes; ++lane) repeated[part][lane] = table[part * 16 + lane % 16];
+    const auto step = hn::Set(d, 16);
+    const auto inReach = hn::Set(d, 112);
+    for (; i + lanes <= count; i += lanes) {
+      auto index = hn::LoadU(d, bytes + i);
+      auto result = hn::Zero(d);
+      for (size_t part = 0; part < 16; ++part, index = hn::Sub(index, step)) {
+        // Saturation lifts the top bit of every index of 16 and more, which looks up 0.
+        const auto lookup = hn::SaturatedAdd(index, inReach);
+        result = hn::Or(result, hn::TableLookupBytesOr0(hn::Load(d, repeated[part]), lookup));
+      }
+      hn::StoreU(result, d, bytes + i);
+    }
+  }
+#endif
+  for (; i + 4 <= count; i += 4) {
+    const uint8_t v0 = table[bytes[i]], v1 = table[bytes[i + 1]];
+    const uint8_t v2 = table[bytes[i + 2]], v3 = table[bytes[i + 3]];
+    bytes[i] = v0;
+    bytes[i + 1] = v1;
+    bytes[i + 2] = v2;
+    bytes[i + 3] = v3;
+  }
+  for (; i < count; ++i) bytes[i] = table[bytes[i]];
+}
+
+}  // namespace tarnvisor::kernels::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace tarnvisor::kernels {
+
+HWY_EXPORT(addRangeWide);
+HWY_EXPORT(addExtremesWide);
+HWY_EXPORT(thresholdRowWide);
+HWY_EXPORT(squaredDifferenceSumWide);
+HWY_EXPORT(mapRowWide);
+
+void addRange(const uint8_t* bytes, size_t count, ByteRange& range) {
+  HWY_DYNAMIC_DISPATCH(addRangeWide)(bytes, count, range);
+}
+void addExtremes(const uint8_t* bytes, size_t count, ByteRange& range) {
+  HWY_DYNAMIC_DISPATCH(addExtremesWide)(bytes, count, range);
+}
+void thresholdRow(uint8_t* bytes, size_t count, uint8_t t) {
+  HWY_DYNAMIC_DISPATCH(thresholdRowWide)(bytes, count, t);
+}
+uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count) {
+  return HWY_DYNAMIC_DISPATCH(squaredDifferenceSumWide)(a, b, count);
+}
+void mapRow(uint8_t* bytes, size_t count, const uint8_t* table) {
+  HWY_DYNAMIC_DISPATCH(mapRowWide)(bytes, count, table);
+}
+
+namespace plain {
+
+void addRange(const uint8_t* bytes, size_t count, ByteRange& range) {
+  for (size_t i = 0; i < count; ++i) {
+    range.low = std::min(range.low, bytes[i]);
+    range.high = std::max(range.high, bytes[i]);
+    range.sum += bytes[i];
+  }
+}
+void thresholdRow(uint8_t* bytes, size_t count, uint8_t t) {
+  for (size_t i = 0; i < count; ++i) bytes[i] = bytes[i] > t ? 255 : 0;
+}
+uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count) {
+  uint64_t sum = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const int32_t difference = a[i] - b[i];
+    sum += static_cast<uint32_t>(difference * difference);
+  }
+  return sum;
+}
+void mapRow(uint8_t* bytes, size_t count, const uint8_t* table) {
+  for (size_t i = 0; i < count; ++i) bytes[i] = table[bytes[i]];
+}
+
+}  // namespace plain
+}  // namespace tarnvisor::kernels
+#endif

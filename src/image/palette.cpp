@@ -1,0 +1,137 @@
+#include "image/palette.h"
+
+#include "base/numbers.h"
+#include "image/zzimage.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+bool adjustPaletteOn = false;
+int32_t adjustpaldark = 70;
+int32_t adjustpallight = 230;
+GreyWeights greyWeights;
+
+void readGreyWeights() {
+  greyWeights.red = settings.getDouble("Settings", "red", greyWeights.red);
+  greyWeights.green = settings.getDouble("Settings", "green", greyWeights.green);
+  greyWeights.blue = settings.getDouble("Settings", "blue", greyWeights.blue);
+}
+
+void saveGreyWeights() {
+  settings.setDouble("Settings", "red", greyWeights.red);
+  settings.setDouble("Settings", "green", greyWeights.green);
+  settings.setDouble("Settings", "blue", greyWeights.blue);
+}
+
+void resetPaletteSettings() {
+  adjustPaletteOn = false;
+  adjustpaldark = 70;
+  adjustpallight = 230;
+  greyWeights = {};
+}
+
+namespace {
+
+PaletteEntry entry(int32_t blue, int32_t green, int32_t red) {
+  return {static_cast<uint8_t>(blue), static_cast<uint8_t>(green), static_cast<uint8_t>(red), 0};
+}
+
+// Ramps of 16 steps, four to a repeat.
+PaletteEntry bandedEntry(int32_t level) {
+  const int32_t rising = level % 16 * 16, falling = 255 - rising;
+  switch (level / 16 % 4) {
+    case 0:
+      return entry(falling, rising, 0);
+    case 1:
+      return entry(0, falling, rising);
+    case 2:
+      return entry(0, rising, falling);
+    default:
+      return entry(rising, falling, 0);
+  }
+}
+
+PaletteEntry entryOf(int32_t index, int32_t level) {
+  switch (index) {
+    case 1:
+      return level < 128 ? entry(255 - 2 * level, 2 * level, 0)
+                         : entry(0, 255 - 2 * (level - 128), 2 * (level - 128));
+    case 2:
+      return entry(0, 0, level);
+    case 3:
+      return entry(0, level, 0);
+    case 4:
+      return entry(level, 0, 0);
+    case 5:
+      return bandedEntry(level);
+    case 6:
+    case 7:
+    case 8:
+    case 9: {
+      const bool banded = (level & (1 << (index - 5))) != 0;
+      const int32_t rest = banded ? level * 3 / 4 : level;
+      return entry(rest, rest, level);
+    }
+    default:
+      return entry(level, level, level);
+  }
+}
+
+}  // namespace
+
+Palette paletteOf(int32_t index) {
+  Palette palette;
+  for (int32_t level = 0; level < 256; ++level) palette[static_cast<size_t>(level)] = entryOf(index, level);
+  return palette;
+}
+
+Palette adjustedGrey(int32_t low, int32_t high, int32_t dark, int32_t light) {
+  Palette palette;
+  double level = 0;
+  for (int32_t i = 0; i < 256; ++i) {
+    const uint8_t grey = truncatedToByte(level);
+    palette[static_cast<size_t>(i)] = entry(grey, grey, grey);
+    if (i < low)
+      level += static_cast<double>(dark) / low;
+    else if (i < high)
+      level += static_cast<double>(light - dark) / (high - low);
+    else if (high < 255)
+      level += static_cast<double>(255 - light) / (255 - high);
+  }
+  return palette;
+}
+
+const DisplayHeader& CZZimage::header() {
+  if (!displayHeader) displayHeader = std::make_unique<DisplayHeader>();
+  DisplayHeader& h = *displayHeader;
+  h.width = width;
+  h.height = -height;
+  h.bitCount = colourset == kGrey ? 8 : 24;
+  h.sizeImage = static_cast<uint32_t>(rowBytes) * static_cast<uint32_t>(height);
+  h.coloursUsed = colourset == kGrey ? 256 : 0;
+  if (colourset != kGrey) return h;
+  paletteAdjusted = adjustPaletteOn && paletteIndex == 0 ? 1 : 0;
+  if (paletteAdjusted) {
+    const Levels levels = findLevels(32, 10);
+    h.palette = adjustedGrey(levels.low, levels.high, adjustpaldark, adjustpallight);
+  } else {
+    h.palette = paletteOf(paletteIndex);
+  }
+  if (blackZero) h.palette[0] = {};
+  return h;
+}
+
+void CZZimage::setPalette(int32_t index) {
+  if (index < -1)
+    paletteIndex = kLastPalette;
+  else if (index > kLastPalette)
+    paletteIndex = 0;
+  else if (index >= 0)
+    paletteIndex = index;
+  dropHeader();
+  header();
+}
+
+void CZZimage::dropHeader() { displayHeader.reset(); }
+
+}  // namespace tarnvisor

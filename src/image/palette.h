@@ -1,0 +1,61 @@
+// How an image is shown: the bitmap header with its palette, the process-wide adjusted grey, and the weights
+// that make grey of colour.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace tarnvisor {
+
+struct PaletteEntry {
+  uint8_t blue = 0, green = 0, red = 0, reserved = 0;
+  friend bool operator==(const PaletteEntry&, const PaletteEntry&) = default;
+};
+using Palette = std::array<PaletteEntry, 256>;
+
+// A device-independent bitmap's information header, fields in stored order.
+struct DisplayHeader {
+  static constexpr uint32_t kHeaderBytes = 40;
+
+  uint32_t size = kHeaderBytes;
+  int32_t width = 0;
+  int32_t height = 0;  // minus the image's: rows lie top-down
+  uint16_t planes = 1;
+  uint16_t bitCount = 8;  // 24 for colour, and for Bayer, which is shown through demosaic
+  uint32_t compression = 0;
+  uint32_t sizeImage = 0;
+  int32_t xPixelsPerMetre = 0;
+  int32_t yPixelsPerMetre = 0;
+  uint32_t coloursUsed = 0;  // 256 for grey
+  uint32_t coloursImportant = 0;
+  Palette palette{};  // grey only
+
+  // 40, or 1,064 with a palette.
+  uint32_t totalBytes() const { return kHeaderBytes + coloursUsed * 4; }
+};
+
+inline constexpr int32_t kLastPalette = 9;
+
+// Palettes 0 (plain grey) to 9.
+Palette paletteOf(int32_t index);
+// Grey that spreads the levels between low and high over dark to light.
+Palette adjustedGrey(int32_t low, int32_t high, int32_t dark, int32_t light);
+
+// The adjusted grey palette is wanted for grey images shown with palette 0.
+extern bool adjustPaletteOn;
+extern int32_t adjustpaldark;
+extern int32_t adjustpallight;
+
+struct GreyWeights {
+  double red = 0.299;
+  double green = 0.587;
+  double blue = 0.114;
+};
+extern GreyWeights greyWeights;
+// From and to the profile, section Settings. A missing key keeps the present weight.
+void readGreyWeights();
+void saveGreyWeights();
+// All of the above back to how a process starts.
+void resetPaletteSettings();
+
+}  // namespace tarnvisor

@@ -1,0 +1,212 @@
+#include <sys/stat.h>
+#include <tiffio.h>
+
+#include <memory>
+#include <vector>
+
+#include "base/clock.h"
+#include "base/files.h"
+#include "base/numbers.h"
+#include "base/text.h"
+#include "host/host.h"
+#include "image/imagefile.h"
+#include "image/palette.h"
+#include "image/texts.h"
+#include "settings/log.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kMake = "ZZ Instruments";
+constexpr const char* kSoftware = "Tarnvisor";
+constexpr const char* kBuildDate = __DATE__;
+
+struct CloseTiff {
+  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+};
+using OpenTiff = std::unique_ptr<TIFF, CloseTiff>;
+
+void logError(const char* module, const char* pattern, va_list arguments) {
+  logPrintf("tiff %s: %s\n", module ? module : "", formatList(pattern, arguments).c_str());
+}
+
+OpenTiff openTiff(const std::string& path, const char* mode) {
+  // The library would print on standard error.
+  static const bool quiet = [] {
+    TIFFSetErrorHandler(logError);
+    TIFFSetWarningHandler(nullptr);
+    return true;
+  }();
+  static_cast<void>(quiet);
+  return OpenTiff(TIFFOpen(path.c_str(), mode));
+}
+
+struct TiffFacts {
+  uint16_t samples = 1, bits = 1, planar = PLANARCONFIG_CONTIG;
+  uint32_t width = 0, height = 0;
+};
+
+TiffFacts factsOf(TIFF* tiff) {
+  TiffFacts facts;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &facts.samples);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &facts.bits);
+  TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &facts.height);
+  TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &facts.width);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &facts.planar);
+  return facts;
+}
+
+int64_t fileSize(const std::string& path) {
+  struct stat facts {};
+  return ::stat(path.c_str(), &facts) == 0 ? static_cast<int64_t>(facts.st_size) : 0;
+}
+
+// A compressed picture may be far larger than its file, but not without bound.
+bool isPlausible(const TiffFacts& facts, int64_t bytesInFile) {
+  constexpr int64_t largestRatio = 1024;
+  const int64_t pixels = static_cast<int64_t>(facts.width) * facts.height;
+  return facts.width > 0 && facts.height > 0 && facts.width <= INT32_MAX / 8 && facts.height <= INT32_MAX &&
+         pixels <= kLoadAllowance + bytesInFile * largestRatio;
+}
+
+uint8_t lowByte(double v) { return static_cast<uint8_t>(truncated(v)); }
+
+// Rows as they are read, before the image is touched; its memory is only taken row by row as rows arrive.
+struct TiffRows {
+  std::vector<uint8_t> bytes;
+  bool adds = false;  // to the pixels that are there, instead of replacing them
+};
+
+bool readGreyRows(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
+  std::vector<uint8_t> line(facts.width);
+  for (uint32_t y = 0; y < facts.height; ++y) {
+    if (TIFFReadScanline(tiff, line.data(), y, 0) < 0) return false;
+    rows.bytes.insert(rows.bytes.end(), line.begin(), line.end());
+  }
+  return true;
+}
+
+bool readColourRows(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
+  const GreyWeights weights = greyWeights;
+  std::vector<uint8_t> line(size_t{facts.width} * 3);
+  for (uint32_t y = 0; y < facts.height; ++y) {
+    if (TIFFReadScanline(tiff, line.data(), y, 0) < 0) return false;
+    const uint8_t* p = line.data();
+    for (uint32_t x = 0; x < facts.width; ++x, p += 3) {
+      uint8_t t = lowByte(p[0] * weights.red);
+      t = lowByte(t + p[1] * weights.green);
+      rows.bytes.push_back(lowByte(t + p[2] * weights.blue));
+    }
+  }
+  return true;
+}
+
+// Planes apart: signed samples times whole weights, so that with weights under 1 nothing changes.
+bool readPlanes(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
+  const int32_t weights[] = {truncated(greyWeights.red), truncated(greyWeights.green),
+                             truncated(greyWeights.blue)};
+  std::vector<uint8_t> line(facts.width);
+  rows.adds = true;
+  for (uint16_t plane = 0; plane < 3; ++plane) {
+    size_t at = 0;
+    for (uint32_t y = 0; y < facts.height; ++y) {
+      if (TIFFReadScanline(tiff, line.data(), y, plane) < 0) return false;
+      if (plane == 0) rows.bytes.resize(rows.bytes.size() + facts.width, 0);
+      const auto weight = static_cast<uint32_t>(weights[plane]);
+      for (const uint8_t sample : line) {
+        const auto value = static_cast<uint32_t>(static_cast<int8_t>(sample));
+        rows.bytes[at] = static_cast<uint8_t>(rows.bytes[at] + value * weight);
+        ++at;
+      }
+    }
+  }
+  return true;
+}
+
+// True also for what isn't read: other sample counts and scan lines longer than a row.
+bool readRows(TIFF* tiff, const TiffFacts& facts, int32_t stride, TiffRows& rows) {
+  const auto line = static_cast<uint64_t>(TIFFScanlineSize64(tiff));
+  if (facts.samples == 1) {
+    if (line > static_cast<uint64_t>(stride)) return true;
+    return line == facts.width && readGreyRows(tiff, facts, rows);
+  }
+  if (facts.samples != 3) return true;
+  if (facts.planar == PLANARCONFIG_CONTIG)
+    return line == uint64_t{facts.width} * 3 && readColourRows(tiff, facts, rows);
+  return line == facts.width && readPlanes(tiff, facts, rows);
+}
+
+void placeRows(CZZimage& image, const TiffRows& rows) {
+  if (rows.bytes.empty()) return;
+  const uint8_t* from = rows.bytes.data();
+  for (int32_t y = 0; y < image.height; ++y, from += image.width) {
+    uint8_t* to = image.row(y);
+    for (int32_t x = 0; x < image.width; ++x)
+      to[x] = rows.adds ? static_cast<uint8_t>(to[x] + from[x]) : from[x];
+  }
+}
+
+void setFields(TIFF* tiff, const CZZimage& image) {
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+  TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(image.width));
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(image.height));
+  TIFFSetField(tiff, TIFFTAG_MAKE, kMake);
+  TIFFSetField(tiff, TIFFTAG_SOFTWARE, kSoftware);
+  TIFFSetField(tiff, TIFFTAG_MODEL, kBuildDate);
+  // Months count from 0 here: files exist so, and nobody reads the date back.
+  const LocalTime t = localTime(currentTime());
+  TIFFSetField(
+      tiff, TIFFTAG_DATETIME,
+      format("%04i:%02i:%02i %02i:%02i:%02i", t.year, t.month, t.day, t.hour, t.minute, t.second).c_str());
+}
+
+// The library's close has no result; whether what it wrote is whole is asked before, by flushing.
+bool writeTiff(const std::string& path, const CZZimage& image) {
+  const OpenTiff tiff = openTiff(path, "w");
+  if (!tiff) return false;
+  setFields(tiff.get(), image);
+  for (int32_t y = 0; y < image.height; ++y) {
+    // The library may change the bytes that it is given on some machines, but not 8-bit ones.
+    if (TIFFWriteScanline(tiff.get(), const_cast<uint8_t*>(image.row(y)), static_cast<uint32_t>(y), 0) < 0)
+      return false;
+  }
+  return TIFFFlush(tiff.get()) == 1;
+}
+
+}  // namespace
+
+bool loadTiff(CZZimage& image, const std::string& path) {
+  if (!fileExists(path)) return false;
+  const OpenTiff tiff = openTiff(path, "rm");
+  if (!tiff) return false;
+  const TiffFacts facts = factsOf(tiff.get());
+  if (facts.bits != 8) {
+    host().messages.show(texts::kNotGreylevel);
+    return false;
+  }
+  if (!isPlausible(facts, fileSize(path))) return false;
+  const auto width = static_cast<int32_t>(facts.width), height = static_cast<int32_t>(facts.height);
+  TiffRows rows;
+  if (!readRows(tiff.get(), facts, CZZimage::strideFor(width, image.bytesPerPixel), rows)) return false;
+  if (!image.resizedata(width, height, image.bytesPerPixel)) return false;
+  placeRows(image, rows);
+  image.frameNumber = 0;
+  image.interlace = 0;
+  return true;
+}
+
+bool saveTiff(CZZimage& image, const std::string& path, const Rect&) {
+  AtomicFile file(path);
+  if (!file.isOpen()) return false;
+  file.releaseToWriterByName();
+  if (!writeTiff(file.temporaryPath(), image)) return false;
+  const Outcome outcome = file.commit();
+  if (!outcome) logPrintf("%s\n", outcome.why().c_str());
+  return static_cast<bool>(outcome);
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,44 @@
+// Building and reading small images in tests.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "image/zzimage.h"
+
+namespace tarnvisor {
+
+// Every byte of a row from its byte column and row.
+template <class Rule>
+void fillWith(CZZimage& image, Rule rule) {
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.rowBytes; ++x) image.row(y)[x] = static_cast<uint8_t>(rule(x, y));
+}
+
+inline void fillRandom(CZZimage& image, uint32_t seed, int low = 0, int high = 255) {
+  std::mt19937 generator(seed);
+  std::uniform_int_distribution<int> level(low, high);
+  fillWith(image, [&](int, int) { return level(generator); });
+}
+
+inline std::vector<int> pixelsOf(const CZZimage& image) {
+  std::vector<int> all;
+  for (int y = 0; y < image.height; ++y) all.insert(all.end(), image.row(y), image.row(y) + image.rowBytes);
+  return all;
+}
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "imageXXXXXX").string();
+    folder = ::mkdtemp(pattern.data());
+  }
+  ~TemporaryFolder() { std::filesystem::remove_all(folder); }
+  std::string file(const std::string& name) const { return folder + "/" + name; }
+  std::string folder;
+};
+
+}  // namespace tarnvisor
