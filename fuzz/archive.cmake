@@ -1,0 +1,2 @@
+fuzz_target(archiveobjects DEPENDS measure)
+fuzz_target(dustmask DEPENDS measure)

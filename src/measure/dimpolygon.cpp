@@ -1,0 +1,57 @@
+#include "measure/dimpolygon.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/numbers.h"
+
+namespace tarnvisor {
+
+const ArchiveClass& CDimPolygon::archiveClass() {
+  static const ArchiveClass record{"CDimPolygon", 1, &CDim::archiveClass(), [] {
+                                     return std::unique_ptr<ArchiveObject>(std::make_unique<CDimPolygon>());
+                                   }};
+  return record;
+}
+
+std::unique_ptr<CDim> CDimPolygon::Clone() const {
+  auto copy = std::make_unique<CDimPolygon>();
+  copyTo(*copy);
+  return copy;
+}
+
+void CDimPolygon::Close() {
+  if (points.size() > 2 && points.back() != points.front()) AddPoint(Point(points.front()));
+}
+
+double CDimPolygon::Area(double sx, double sy) const {
+  const size_t corners = points.empty() ? 0 : points.size() - 1;
+  double sum = 0.0;
+  for (size_t i = 0; i < corners; ++i) {
+    const Point a = points[i], b = points[(i + 1) % corners];
+    sum += (double(a.y) + b.y) * (double(a.x) - b.x);
+  }
+  return std::abs(sum) * sx * sy * 0.5;
+}
+
+double CDimPolygon::AreaIn(const Rect& rect, bool circle, double sx, double sy) const {
+  return Overlaps(rect, circle) ? Area(sx, sy) : 0.0;
+}
+
+void CDimPolygon::Anchor(Point& out) const {
+  if (points.empty()) return;
+  const size_t corners = std::max<size_t>(points.size() - 1, 1);
+  double x = 0.0, y = 0.0;
+  for (size_t i = 0; i < corners; ++i) {
+    x += points[i].x;
+    y += points[i].y;
+  }
+  out = {truncated(x / static_cast<double>(corners)), truncated(y / static_cast<double>(corners))};
+}
+
+void CDimPolygon::Paint(Canvas& canvas, bool isSelected) const {
+  CDim::Paint(canvas, isSelected);
+  if (points.size() > 1) canvas.polyline(std::vector<Point>{points.back(), points.front()});
+}
+
+}  // namespace tarnvisor

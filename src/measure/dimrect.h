@@ -1,0 +1,23 @@
+// A rectangle, told by two opposite corners. With one point, or more than two, it has no bounds and no area.
+#pragma once
+
+#include "measure/dim.h"
+
+namespace tarnvisor {
+
+class CDimRect : public CDim {
+ public:
+  static const ArchiveClass& archiveClass();
+  const ArchiveClass& classRecord() const override { return archiveClass(); }
+
+  void Update() override;
+  std::unique_ptr<CDim> Clone() const override;
+  double Area(double sx, double sy) const override;
+  // The overlap with the rectangle; circle makes no difference.
+  double AreaIn(const Rect& rect, bool circle, double sx, double sy) const override;
+  void Paint(Canvas& canvas, bool isSelected) const override;
+
+  Rect bounds;  // normalised
+};
+
+}  // namespace tarnvisor

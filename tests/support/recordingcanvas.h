@@ -1,0 +1,39 @@
+// A canvas that writes down each call as one line of text.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "host/canvas.h"
+
+namespace tarnvisor {
+
+class RecordingCanvas final : public Canvas {
+ public:
+  std::vector<std::string> calls;
+
+  void setPen(const Pen& pen) override {
+    calls.push_back(format("pen %x width %i%s", pen.colour, pen.width, pen.dashed ? " dashed" : ""));
+  }
+  void polyline(std::span<const Point> points) override { record("polyline", points); }
+  void polygon(std::span<const Point> points) override { record("polygon", points); }
+  void rectangle(const Rect& r) override { record("rectangle", r); }
+  void ellipse(const Rect& r) override { record("ellipse", r); }
+  void point(Point at) override { record("point", std::span(&at, 1)); }
+  void text(Point at, const std::string& words, Colour colour) override {
+    calls.push_back(format("text %i,%i %x \"%s\"", at.x, at.y, colour, words.c_str()));
+  }
+
+ private:
+  void record(const char* what, std::span<const Point> points) {
+    std::string line = what;
+    for (const Point& p : points) line += format(" %i,%i", p.x, p.y);
+    calls.push_back(line);
+  }
+  void record(const char* what, const Rect& r) {
+    calls.push_back(format("%s %i,%i-%i,%i", what, r.left, r.top, r.right, r.bottom));
+  }
+};
+
+}  // namespace tarnvisor
