@@ -28,13 +28,13 @@ struct DemonstrationStill {
   NailfoldStill (*make)(uint64_t seed);
 };
 constexpr DemonstrationStill kStills[] = {
-    {"good.bmp", "in focus, evenly lit", goodNailfold},
+    {"good.bmp", "in focus and evenly lit", goodNailfold},
     {"dense.bmp", "many capillaries", denseNailfold},
     {"sparse.bmp", "few capillaries", sparseNailfold},
     {"colour.bmp", "in colour", colourNailfold},
     {"field.zzg", "one field of a frame", fieldNailfold},
-    {"dim.tif", "little light, much noise", dimNailfold},
-    {"dusty.bmp", "poor focus, dust", dustyNailfold},
+    {"dim.tif", "little light and much noise", dimNailfold},
+    {"dusty.bmp", "poor focus and dust", dustyNailfold},
 };
 
 struct KnownStill {

@@ -4,10 +4,12 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "app/processstate.h"
 #include "archive/archive.h"
 #include "base/files.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "framework/documenttype.h"
 #include "host/host.h"
 #include "imagedoc/magnification.h"
 #include "imagedoc/texts.h"

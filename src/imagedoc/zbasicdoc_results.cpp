@@ -25,7 +25,7 @@ void ZBasicDoc::calculateAverage() {
     v[5] = maximum;
   }
   if (size > 0) {
-    const CDimList& dims = currentDims();
+    CDimList& dims = currentDims();
     const double count = dims.countIn(area, circle);
     const double length = dims.totalLengthIn(area, circle, s.x, s.y);
     const double covered = dims.totalAreaIn(area, circle, s.x, s.y);

@@ -1,0 +1,158 @@
+// Finding capillaries as a user does, on the simulated finger, whose number of capillaries is known.
+#include <gmock/gmock.h>
+
+#include "imagedoc/processing.h"
+#include "support/imagedoctest.h"
+#include "synth/nailfold.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+
+class Capillaries : public ImageDocTest {
+ protected:
+  ZBasicDoc& makeFinger(const NailfoldStill& still) {
+    auto* d = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
+    d->image = renderNailfold(still, truth);
+    d->imagedirty = 1;
+    return *d;
+  }
+  NailfoldTruth truth;
+};
+
+TEST_F(Capillaries, AreFoundCountedAndRecountedByASecondPress) {
+  ZBasicDoc& d = makeFinger(sparseNailfold());
+  const auto before = pixelsOf(*d.theImage());
+  const auto count = static_cast<int32_t>(truth.capillaries.size());
+  run("Find Capillaries");
+  EXPECT_EQ(d.currentDims().size(), count);
+  EXPECT_EQ(pixelsOf(*d.theImage()), before) << "the document's pixels stay";
+  const double area = 1280.0 * 1024 * 1e-6;
+  const std::string text = format("%7.3f, capillary density, %7.3f, area", count / area, area);
+  EXPECT_EQ(d.resultText, text);
+  EXPECT_EQ(host.messages.back(), text);
+  EXPECT_EQ(d.notes, text + "\r\n");
+  EXPECT_STREQ(d.currentDims().at(0).classRecord().name, "CDimCircle");
+
+  d.deleteDimension(0);
+  d.addDimension({5, 5}, 0);
+  d.addDimension({6, 6}, 0);
+  d.calibrated = 1;
+  d.magx = d.magy = 2.0;
+  run("Find Capillaries");
+  EXPECT_EQ(d.currentDims().size(), count + 1) << "no mark changes";
+  EXPECT_EQ(d.resultText, format("%7.3f, capillary density, %7.3f, area", (count + 1) / (4 * area), 4 * area));
+}
+
+TEST_F(Capillaries, AreSoughtInTheRoiOnly) {
+  ZBasicDoc& d = makeFinger(goodNailfold());
+  d.roi = {200, 100, 900, 800};
+  run("Find Capillaries");
+  ASSERT_GT(d.currentDims().size(), 5);
+  for (const auto& mark : d.currentDims().items) EXPECT_TRUE(mark->Overlaps(d.roi, false));
+  EXPECT_THAT(d.resultText, EndsWith(format("%7.3f, area", 700 * 700 * 1e-6)));
+}
+
+TEST_F(Capillaries, AColourStillIsMadeGreyOnTheCopy) {
+  ZBasicDoc& d = makeFinger(colourNailfold());
+  run("Find Capillaries");
+  EXPECT_EQ(d.currentDims().size(), static_cast<int32_t>(truth.capillaries.size()));
+  EXPECT_EQ(d.theImage()->colourset, kColour);
+}
+
+TEST_F(Capillaries, NothingFoundLeavesThePreviousText) {
+  ZBasicDoc& d = makeImage(300, 300);
+  d.theImage()->fill(90);
+  d.resultText = "before";
+  run("Find Capillaries");
+  EXPECT_EQ(d.currentDims().size(), 0);
+  EXPECT_EQ(host.messages.back(), "before");
+  EXPECT_EQ(d.notes, "");
+}
+
+TEST_F(Capillaries, TheResultReachesTheDatabase) {
+  const int32_t subject = app->db->newSubject("A-1");
+  ASSERT_TRUE(subject);
+  app->subjectId = "A-1";
+  ASSERT_TRUE(startNewExamination("finger", ""));
+  ZBasicDoc& d = makeFinger(sparseNailfold());
+  run("Find Capillaries");
+  ASSERT_TRUE(d.onSaveDocument(app->dataFolder + app->examFolder + "/shot.tv1"));
+  const auto rows = app->db->resultsOf(app->examId);
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].filename, "shot.tv1");
+  EXPECT_EQ(rows[0].result, d.resultText);
+
+  process.imageTemplate->discard(d);
+  settings.setInt("settings", "postprocess", 1);
+  runProcessResults();
+  ASSERT_NE(image(), nullptr);
+  EXPECT_EQ(image()->dimlists[kPlainList].size(), static_cast<int32_t>(truth.capillaries.size()));
+}
+
+TEST_F(Capillaries, ThresholdAndPreprocessWindowsKeepTheOriginal) {
+  ZBasicDoc& d = makeFinger(sparseNailfold());
+  const auto before = pixelsOf(*d.theImage());
+  d.roi = {100, 100, 1000, 900};
+  run("Threshold Capillaries");
+  ZBasicDoc& binary = *image();
+  ASSERT_NE(&binary, &d);
+  EXPECT_EQ(binary.theImage()->countValue(0) + binary.theImage()->countValue(255) > 900 * 800 * 9 / 10, true);
+  EXPECT_THAT(binary.resultText, HasSubstr("capillary density"));
+  EXPECT_EQ(d.resultText, "");
+  app->documents.activate(d);
+  run("Threshold preprocess check");
+  ZBasicDoc& prepared = *image();
+  EXPECT_EQ(prepared.currentDims().size(), 0);
+  EXPECT_THAT(prepared.notes, HasSubstr("filter apex  ROI (100,100)-(1000,900).\r\n"));
+  EXPECT_EQ(pixelsOf(*d.theImage()), before);
+}
+
+TEST_F(ImageDocTest, MinimaLandAtFullImagePositions) {
+  ZBasicDoc& d = makeImage(60, 50);
+  d.theImage()->fill(200);
+  for (const Point p : {Point{20, 20}, Point{40, 30}}) d.theImage()->setPixel(p.x, p.y, 50);
+  d.theImage()->setPixel(5, 5, 10);  // outside the ROI
+  d.roi = {10, 10, 55, 45};
+  d.addDimension({1, 1}, 0);  // cleared first
+  host.fill({{"threshold", "100"}});
+  host.fill({{"window width", "9"}});
+  host.fill({{"window height", "9"}});
+  run("find minima within window");
+  ASSERT_EQ(d.currentDims().size(), 2);
+  EXPECT_EQ(d.currentDims().at(0).points[0], (Point{20, 20}));
+  EXPECT_EQ(d.currentDims().at(1).points[0], (Point{40, 30}));
+  EXPECT_EQ(d.notes, " found 2 minima. w=9 h=9, t=100 ROI (10,10)-(55,45).\r\n");
+  EXPECT_EQ(settings.getString("minima", "width", ""), "9");
+
+  d.notes.clear();
+  host.fill({{"threshold", "100"}});
+  host.fills.push_back([](Form&) { return false; });  // Cancel: the shown value counts
+  run("find minima within tolerance");
+  ASSERT_EQ(d.currentDims().size(), 2);
+  EXPECT_EQ(d.currentDims().at(0).label, "50");
+  EXPECT_EQ(d.notes, " found 2 minima. t=100, tol=50 ROI (10,10)-(55,45).\r\n");
+}
+
+TEST_F(ImageDocTest, RegionsAndWalksOpenWindowsOfTheirOwn) {
+  ZBasicDoc& d = makeImage(12, 10);
+  d.theImage()->fill(50);
+  d.theImage()->setPixel(5, 5, 9);
+  d.setTitle("f");
+  run("find 8 regions");
+  EXPECT_EQ(image()->title(), "f-8region");
+  EXPECT_EQ(image()->theImage()->pixelAt(5, 5), 255);
+  EXPECT_EQ(image()->theImage()->pixelAt(3, 3), 128);
+  EXPECT_THAT(image()->notes, EndsWith("find 8 regions\r\n"));
+  app->documents.activate(d);
+  d.theImage()->fill(50);
+  host.fill({{"start at x=", "4"}, {"start at y=", "4"}});
+  run("Walk to minima");
+  EXPECT_EQ(image()->title(), "f-walk2min");
+  EXPECT_THAT(image()->notes, ::testing::ContainsRegex("walk2minima8 from \\(4,4\\) took [0-9]+ steps\r\n$"));
+}
+
+}  // namespace
+}  // namespace tarnvisor

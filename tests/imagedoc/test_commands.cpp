@@ -1,0 +1,353 @@
+// The commands of the image document: what they change, and the words they leave in the notes.
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "base/clock.h"
+#include "image/palette.h"
+#include "imagedoc/magnification.h"
+#include "imagedoc/processing.h"
+#include "measure/dimlist.h"
+#include "support/imagedoctest.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+
+TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocument) {
+  struct Case {
+    const char* command;
+    std::vector<std::pair<std::string, std::string>> answers;
+    const char* words;
+  };
+  const Case cases[] = {{"Equalise", {}, "Equalise"},
+                        {"Negative", {}, "Invert"},
+                        {"High pass filter", {{"window", "9"}}, "High pass (9x9)"},
+                        {"Low pass filter", {{"window", "5"}}, "High pass (5x5)"},  // the high pass's words
+                        {"Blur", {{"sigma", "1.5"}}, "blur sigma 1.5"},
+                        {"Laplacian filter", {}, "Laplacian"},
+                        {"Custom Filter", {{"custom4", "2"}, {"factor", "0.5"}}, "custom filter"},
+                        {"Modified Laplacian", {}, "ML"},
+                        {"Sum Modified Lapalacian", {{"window", "3"}}, "SML w=3\r\n"},
+                        {"L3", {}, "L3"},
+                        {"U3", {}, "U3"},
+                        {"MLULU", {}, "MLULU"},
+                        {"Min3x3", {}, "min3x3"},
+                        {"Adjust brightness/contrast", {{"gain", "20"}}, "(x 1.00 +   0.0)"},
+                        {"Threshold", {{"threshold", "100"}}, "simple threshold"},
+                        {"apex filter", {}, "filter apex "}};
+  for (const Case& c : cases) {
+    for (const bool region : {false, true}) {
+      ZBasicDoc& d = makeImage(40, 32);
+      if (region) d.roi = {8, 8, 32, 30};
+      d.imagedirty = 0;
+      d.setModified(false);
+      d.notes = "+";
+      const std::vector<uint8_t> before = pixelsOf(*d.theImage());
+      if (!c.answers.empty()) host.fill(c.answers);
+      run(c.command);
+      EXPECT_EQ(d.notes, std::string("+") + c.words + (region ? " ROI (8,8)-(32,30).\r\n" : "\r\n")) << c.command;
+      EXPECT_EQ(d.imagedirty, 1) << c.command;
+      EXPECT_TRUE(d.isModified()) << c.command;
+      EXPECT_EQ(pixelsOf(*d.undoimage), before) << c.command;
+      const bool changes = std::string(c.command) != "MLULU" && std::string(c.words).rfind("(x", 0) != 0;
+      EXPECT_EQ(pixelsOf(*d.theImage()) != before, changes) << c.command;
+      EXPECT_EQ(d.theImage()->pixelAt(2, 2), region ? before[2 * 40 + 2] : d.theImage()->pixelAt(2, 2))
+          << c.command << " works outside the ROI";
+      run("Undo");
+      EXPECT_EQ(pixelsOf(*d.theImage()), before) << c.command;
+      process.imageTemplate->discard(d);
+    }
+  }
+  EXPECT_EQ(settings.getInt("WINDOWSZ", "whpf", 0), 9);
+  EXPECT_EQ(settings.getInt("WINDOWSZ", "wlpf", 0), 5);
+  EXPECT_EQ(settings.getInt("WINDOWSZ", "wsml", 0), 3);
+  EXPECT_EQ(settings.getString("blur", "sigma", ""), "1.5");
+  EXPECT_EQ(settings.getInt("ProcessingArgs", "custom4", 0), 2);
+  EXPECT_EQ(settings.getDouble("ProcessingArgs", "customfactor", 0), 0.5);
+  EXPECT_EQ(settings.getInt("settings", "simpleimagethreshold", 0), 100);
+}
+
+TEST_F(ImageDocTest, CancelAbandonsAFilterAndQuietModeAsksNothing) {
+  ZBasicDoc& d = makeImage(40, 32);
+  const auto before = pixelsOf(*d.theImage());
+  const auto cancel = [](Form&) { return false; };
+  for (const char* command : {"High pass filter", "Low pass filter", "Blur", "Custom Filter", "Adjust brightness/contrast", "Threshold"}) {
+    host.fills.push_back(cancel);
+    run(command);
+    EXPECT_EQ(pixelsOf(*d.theImage()), before) << command;
+    EXPECT_EQ(d.notes, "") << command;
+  }
+  // A live form that is cancelled puts the old picture back.
+  host.fills.push_back([&](Form& form) {
+    EXPECT_EQ(form.find("gain")->take("0"), "");
+    form.changed();
+    EXPECT_NE(pixelsOf(*d.theImage()), before);
+    return false;
+  });
+  run("Adjust brightness/contrast");
+  EXPECT_EQ(pixelsOf(*d.theImage()), before);
+  process.quietMode = 1;
+  run("High pass filter");
+  EXPECT_EQ(d.notes, "High pass (51x51)\r\n");
+}
+
+TEST_F(ImageDocTest, AdjustKeepsTheMeanAsTheGainChanges) {
+  ZBasicDoc& d = makeImage(50, 50);
+  const double mean = d.theImage()->meanLevel({});
+  const int32_t before = d.theImage()->pixelAt(10, 10);
+  host.fill({{"gain", "26"}});  // 0.1 * 10 ^ 0.7 = 0.501
+  run("Adjust brightness/contrast");
+  const double gain = 0.1 * std::pow(10.0, 14 * 0.05);
+  EXPECT_EQ(d.theImage()->pixelAt(10, 10), static_cast<int>(before * gain + (1 - gain) * mean));
+  EXPECT_NEAR(d.theImage()->meanLevel({}), mean, 1.0);
+}
+
+TEST_F(ImageDocTest, BinHalvesThePictureTheScaleAndTheLists) {
+  ZBasicDoc& d = makeImage(10, 8);
+  d.magx = 1.5;
+  d.addDimension({5, 7}, 0);
+  const int expected = (d.theImage()->pixelAt(4, 2) + d.theImage()->pixelAt(4, 3)) >> 1;
+  run("Bin");
+  EXPECT_EQ(d.theImage()->width, 5);
+  EXPECT_EQ(d.theImage()->height, 4);
+  EXPECT_EQ(d.theImage()->pixelAt(2, 1), expected) << "only even columns count";
+  EXPECT_EQ(d.magx, 3.0);
+  EXPECT_EQ(d.currentDims().at(0).points[0], (Point{2, 3}));
+  EXPECT_EQ(d.undoimage->width, 10);
+}
+
+TEST_F(ImageDocTest, SubtractsOnlyAnImageOfEqualSize) {
+  ZBasicDoc& d = makeImage(10, 8);
+  CZZimage small(9, 8);
+  CZZimage same(10, 8);
+  same.fill(100);
+  ASSERT_TRUE(small.save(folder.file("small.zzg")) && same.save(folder.file("same.zzg")));
+  const auto before = pixelsOf(*d.theImage());
+  host.paths = {folder.file("small.zzg")};
+  run("Subtract image");
+  EXPECT_EQ(pixelsOf(*d.theImage()), before);
+  d.roi = {0, 0, 2, 2};
+  host.paths = {folder.file("same.zzg")};
+  run("Subtract image");
+  for (size_t i = 0; i < before.size(); ++i) ASSERT_EQ(pixelsOf(*d.theImage())[i], std::max(0, before[i] - 100));
+  EXPECT_EQ(d.notes, " subracted same.zzg\r\n") << "without the ROI's text";
+}
+
+TEST_F(ImageDocTest, ConvertToGreyIsForColouredImages) {
+  ZBasicDoc& d = makeImage(4, 4);
+  EXPECT_FALSE(isEnabled("Convert to grey"));
+  ASSERT_TRUE(d.theImage()->setColourset(kColour));
+  EXPECT_TRUE(isEnabled("Convert to grey"));
+  EXPECT_FALSE(isEnabled("Blur"));
+  for (int32_t x = 0; x < 3; ++x) d.theImage()->row(0)[x] = static_cast<uint8_t>(50 * (x + 1));
+  run("Convert to grey");
+  EXPECT_EQ(d.theImage()->colourset, kGrey);
+  EXPECT_NEAR(d.theImage()->pixelAt(0, 0), 50 * 0.114 + 100 * 0.587 + 150 * 0.299, 2);
+  EXPECT_THAT(d.notes, HasSubstr("convert to grey\r\n"));
+}
+
+TEST_F(ImageDocTest, SwitchListGoesRoundWithoutTheDustMarks) {
+  ZBasicDoc& d = makeImage(4, 4);
+  for (const int expected : {1, 2, 3, 4, 5, 6, 7, 0}) {
+    run("Switch List");
+    EXPECT_EQ(d.currentlist, expected);
+  }
+  run("Edit dust mask");
+  EXPECT_EQ(d.currentlist, 8);
+  EXPECT_FALSE(d.dimlists[kDustList].hidden);
+  run("Switch List");
+  EXPECT_EQ(d.currentlist, 0);
+  EXPECT_TRUE(d.dimlists[kDustList].hidden && d.dimlists[kAmcList].hidden);
+}
+
+TEST_F(ImageDocTest, AnAreaForMovementCorrectionIsAtLeast64PixelsWide) {
+  ZBasicDoc& d = makeImage(4, 4);
+  d.setCurrentList(kAmcList);
+  const std::pair<Point, Point> cases[] = {{{110, 90}, {164, 36}}, {{100, 100}, {164, 164}}, {{300, 20}, {300, 20}}};
+  for (const auto& [given, pushed] : cases) {
+    const int32_t index = d.addDimension({100, 100}, 6);
+    EXPECT_EQ(d.addPointToDimension(index, given), 1);
+    EXPECT_EQ(d.currentDims().at(index).points[1], pushed);
+  }
+  EXPECT_EQ(d.addPointToDimension(9, {0, 0}), -1);
+  EXPECT_EQ(d.addPointToDimension(-1, {0, 0}), -1);
+}
+
+TEST_F(ImageDocTest, DimensionCommands) {
+  ZBasicDoc& d = makeImage(100, 100);
+  EXPECT_EQ(d.nextDimensionIndex(3), -1);
+  EXPECT_FALSE(isEnabled("Clear all dimensions"));
+  ASSERT_TRUE(replaceFile(folder.file("points.txt"), std::string_view("2\n1.9 2.9\n-3.5 40\n")));
+  host.paths = {folder.file("points.txt")};
+  run("Import Dimensions");
+  ASSERT_EQ(d.currentDims().size(), 2);
+  EXPECT_EQ(d.currentDims().at(1).points[0], (Point{-3, 40}));
+  EXPECT_EQ(d.currentDims().at(1).label, "2");
+  EXPECT_EQ(d.nextDimensionIndex(-1), 1);
+  EXPECT_EQ(d.nextDimensionIndex(2), 0);
+  ASSERT_TRUE(replaceFile(folder.file("points.txt"), std::string_view("3\n1 2\n")));
+  host.paths = {folder.file("points.txt")};
+  run("Import Dimensions");
+  EXPECT_THAT(host.messages.back(), HasSubstr("ends after 1 of 3 points"));
+  EXPECT_FALSE(isEnabled("Trim to ROI"));
+  d.roi = {0, 0, 10, 10};
+  run("Trim to ROI");
+  EXPECT_EQ(d.currentDims().size(), 2);
+  EXPECT_TRUE(d.deleteDimension(0));
+  EXPECT_FALSE(d.deleteDimension(5));
+  run("Clear all dimensions");
+  EXPECT_EQ(d.currentDims().size(), 0);
+}
+
+TEST_F(ImageDocTest, ACircularRoiIsASquareWithCutCorners) {
+  ZBasicDoc& d = makeImage(100, 100);
+  d.roi = {10, 20, 51, 40};
+  EXPECT_EQ(d.roiArea(), 41.0 * 20);
+  run("Make ROI circular");
+  EXPECT_EQ(d.roicircle, (Rect{0, 0, 1, 1}));
+  EXPECT_EQ(d.roi, (Rect{20, 20, 40, 40}));
+  EXPECT_DOUBLE_EQ(d.roiArea(), 400 * 0.7853981633974483);
+  run("Make ROI circular");
+  EXPECT_FALSE(d.hasCircularRoi());
+}
+
+TEST_F(ImageDocTest, DisplayLimitsStayApartAndInRange) {
+  makeImage(8, 8);
+  for (int i = 0; i < 60; ++i) run("display brightness up");
+  EXPECT_EQ(adjustpallight, 255);
+  for (int i = 0; i < 60; ++i) run("display darkness down");
+  EXPECT_EQ(adjustpaldark, 245);
+  for (int i = 0; i < 60; ++i) run("display darkeness up");
+  EXPECT_EQ(adjustpaldark, 1);
+  for (int i = 0; i < 60; ++i) run("display brightness down");
+  EXPECT_EQ(adjustpallight, 11);
+  run("Contour8");
+  EXPECT_EQ(image()->colourset, 8);
+  EXPECT_EQ(image()->theImage()->paletteIndex, 8);
+  resetPaletteSettings();
+}
+
+TEST_F(ImageDocTest, NotesCanBeEditedAndRenameThePixelFile) {
+  ZBasicDoc& d = makeImage(8, 8);
+  d.imagedirty = 0;
+  host.fill({{"Notes", "new words"}});
+  run("Notes");
+  EXPECT_EQ(d.notes, "new words");
+  EXPECT_EQ(d.imagedirty, 0);
+  host.fill({{"Image file", "other.bmp"}});
+  run("Notes");
+  EXPECT_EQ(d.imagefile, "other.bmp");
+  EXPECT_EQ(d.imagedirty, 1);
+}
+
+TEST_F(ImageDocTest, DustMarksAreKeptBesideTheProfileAndRepaired) {
+  ZBasicDoc& d = makeImage(40, 40);
+  d.theImage()->fill(100);
+  d.theImage()->setPixel(20, 20, 0);
+  run("Edit dust mask");
+  d.addPointToDimension(d.addDimension({18, 18}, 6), {23, 23});
+  host.paths = {folder.file("mine.dm")};
+  run("Save Dust Mask");
+  EXPECT_EQ(settings.getString("dustmask", "filename", ""), "mine.dm") << "by name only beside the profile";
+  d.dimlists[kDustList].removeAll();
+  run("Use Dust Mask filter");
+  EXPECT_EQ(d.theImage()->pixelAt(20, 20), 100);
+  EXPECT_THAT(d.notes, HasSubstr("Remove Dust\r\n"));
+  EXPECT_EQ(settings.getInt("settings", "dustmask", 0), 1);
+  d.imagedirty = 0;
+  reopen("dusty.tv1");
+  EXPECT_EQ(process.dustMaskEnabled, 1);
+  run("Use Dust Mask filter");
+  EXPECT_EQ(process.dustMaskEnabled, 0);
+  image()->theImage()->setPixel(30, 30, 7);
+  image()->roi = {28, 28, 33, 33};
+  run("Remove single dust mark");
+  EXPECT_EQ(image()->theImage()->pixelAt(30, 30), 100);
+}
+
+TEST_F(ImageDocTest, MagnificationTableCountsLiveEntriesOnly) {
+  for (const char* name : {"a", "b", "c"}) addMagnification({1.0, 2.0, name, 10});
+  EXPECT_TRUE(removeMagnification(1));
+  EXPECT_EQ(magnificationCount(), 2);
+  EXPECT_EQ(settings.getInt("settings", "nextmag", 0), 3);
+  MagnificationEntry entry;
+  ASSERT_TRUE(readMagnification(1, entry));
+  EXPECT_EQ(entry.magname, "c");
+  EXPECT_FALSE(readMagnification(2, entry));
+  EXPECT_THAT(log(), HasSubstr("not found:bad index >= nmags"));
+  EXPECT_FALSE(readMagnification(500, entry));
+  EXPECT_THAT(log(), EndsWith("not found:bad index >= MAXMAGS\n"));
+  EXPECT_EQ(entry.magname, "c");
+  addMagnification({3.25, 4.5, "d", 795184889});
+  EXPECT_NE(profile().find("[mag3]"), std::string::npos);
+  ASSERT_TRUE(readMagnification(2, entry));
+  EXPECT_EQ(magnificationLine(entry), "   3.250    4.500 d                         Tuesday, March 14, 1995, 12:41:29");
+}
+
+TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
+  const FixedClock clock(1000);
+  struct Case {
+    std::vector<std::pair<Point, Point>> lines;
+    std::vector<std::pair<std::string, std::string>> answers;
+    double x, y;
+  };
+  const Case cases[] = {
+      {{{{0, 0}, {30, 40}}}, {{"X true length", "60"}, {"Y true length", "20"}}, 2.0, 0.5},
+      {{{{0, 0}, {10, 0}}}, {{"X true length", "5"}}, 0.5, 0.5},  // no height: square pixels
+      {{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}}, {{"X true length", "100"}, {"Y true length", "10"}}, 2.0, 0.5},
+      {{{{0, 0}, {30, 40}}}, {{"X line", "7"}, {"Y line", "7"}}, 1.5, 2.5},  // nothing measured: as it was
+  };
+  for (const Case& c : cases) {
+    ZBasicDoc& d = makeImage(8, 8);
+    d.magx = 1.5;
+    d.magy = 2.5;
+    d.calibrated = 0;
+    for (const auto& [from, to] : c.lines) d.addPointToDimension(d.addDimension(from, 1), to);
+    const int32_t before = magnificationCount();
+    host.fill(c.answers);
+    run("Calibrate magnification");
+    EXPECT_DOUBLE_EQ(d.magx, c.x);
+    EXPECT_DOUBLE_EQ(d.magy, c.y);
+    EXPECT_EQ(d.calibrated, 1);
+    EXPECT_EQ(d.magindex, 1000);
+    EXPECT_EQ(magnificationCount(), before + 1);
+  }
+}
+
+TEST_F(ImageDocTest, UnitsAndGridAreKeptInTheSettings) {
+  ZBasicDoc& d = makeImage(8, 8);
+  d.magx = 2.0;
+  EXPECT_EQ(d.scale().x, 1.0);
+  host.fill({{"Units", "user units"}, {"Name", "mm"}});
+  run("Units");
+  EXPECT_EQ(d.scale().x, 2.0);
+  EXPECT_EQ(settings.getString("settings", "userunits", ""), "mm");
+  std::string drawing(20, '\0');
+  drawing[6] = 10;  // the header counts 16-bit words
+  ASSERT_TRUE(replaceFile(folder.file("u.wmf"), std::string_view(drawing + "behind")));
+  host.fill({{"Style", "User"}, {"Spacing", "33.5"}, {"Metafile", folder.file("u.wmf")}});
+  run("Grid Settings");
+  EXPECT_EQ(d.gridshow, 1);
+  EXPECT_EQ(d.gridmetafile.size(), 20u);
+  EXPECT_EQ(settings.getDouble("grid", "grid spacing", 0), 33.5);
+  drawing[6] = 100;  // more than there is
+  ASSERT_TRUE(replaceFile(folder.file("u.wmf"), std::string_view(drawing)));
+  EXPECT_TRUE(makeImage(8, 8).gridmetafile.empty());
+}
+
+TEST_F(ImageDocTest, OnlyProcessingWritesTheFinderKeys) {
+  makeImage(8, 8);
+  host.fill({{"window 1", "-9"}, {"minimum capillary area (pixels)", "150"}});
+  run("Processing");
+  EXPECT_EQ(settings.getInt("ProcessingArgs", "uw1", 0), -9);
+  EXPECT_EQ(settings.getInt("ProcessingArgs", "umin", 0), 150);
+  EXPECT_EQ(settings.getInt("ProcessingArgs", "umax", 0), 5000);
+  EXPECT_EQ(finderParameters.uw1, -9);
+}
+
+}  // namespace
+}  // namespace tarnvisor

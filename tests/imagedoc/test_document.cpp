@@ -1,0 +1,300 @@
+// The document's life: stored versions, opening, saving, copies.
+#include <gmock/gmock.h>
+
+#include <sys/mount.h>
+
+#include "assembly/assembly.h"
+#include "base/files.h"
+#include "image/palette.h"
+#include "imagedoc/zbasicdoc.h"
+#include "support/apptest.h"
+#include "support/imagedoctest.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+
+// Bytes put together by hand, as a file of an old version holds them.
+struct Bytes {
+  std::string text;
+  Bytes& i32(int32_t v) {
+    for (int i = 0; i < 4; ++i) text += static_cast<char>(static_cast<uint32_t>(v) >> (8 * i));
+    return *this;
+  }
+  Bytes& f64(double v) {
+    text.append(reinterpret_cast<const char*>(&v), 8);
+    return *this;
+  }
+  Bytes& str(const std::string& s) {
+    text += static_cast<char>(s.size());
+    text += s;
+    return *this;
+  }
+  Bytes& emptyLists(int n) {
+    for (int i = 0; i < n; ++i) text += std::string(2, '\0');
+    return *this;
+  }
+};
+
+// The fields that every version has.
+Bytes firstFields(int32_t version) {
+  Bytes b;
+  b.i32(version).i32(11).i32(12).i32(0).f64(1.5).f64(2.5).i32(1).str("mm");
+  return b.i32(3).i32(4).i32(0).i32(0).i32(0).i32(0).i32(0).i32(0).i32(1).i32(1).str("");
+}
+
+class StoredImage : public ImageDocTest {
+ protected:
+  ZBasicDoc* openBytes(const Bytes& b) {
+    EXPECT_TRUE(replaceFile(folder.file("old.tv1"), std::string_view(b.text)));
+    process.imageTemplate->discard(*image());
+    return dynamic_cast<ZBasicDoc*>(app->openDocumentFile(folder.file("old.tv1")));
+  }
+};
+
+TEST_F(StoredImage, ReadsEachOldVersion) {
+  for (int32_t version = 1; version <= 11; ++version) {
+    Bytes b = firstFields(version);
+    if (version > 1) b.i32(777).str("old notes");
+    if (version > 2) b.i32(1).i32(1).i32(1).f64(42.5).i32(0x123456);
+    if (version > 3) b.str("mine.wmf");
+    if (version > 5) b.i32(9);
+    if (version > 6) b.i32(3).i32(0);
+    if (version > 7) b.str("x10").i32(5);
+    if (version > 9) b.str("first station");
+    if (version > 10) b.i32(100).i32(200);
+    b.emptyLists(version >= 6 ? 9 : version == 5 ? 2 : 1);
+    if (version > 8)
+      b.i32(2).i32(8).str("S-1").i32(4).str("user").str("density").str("station").str("first station");
+    makeImage(4, 4);
+    ZBasicDoc* d = openBytes(b);
+    ASSERT_NE(d, nullptr) << version << (host.messages.empty() ? "" : host.messages.back());
+    EXPECT_EQ(d->target, (Point{11, 12}));
+    EXPECT_EQ(d->showtarget, 0);
+    EXPECT_EQ(d->magx, 1.5);
+    EXPECT_EQ(d->magy, 2.5);
+    EXPECT_EQ(d->unitName(), "mm");
+    EXPECT_EQ(d->imageoffset, (Point{3, 4}));
+    EXPECT_TRUE(d->hasCircularRoi());
+    EXPECT_EQ(d->notes, version > 1 ? "old notes" : "");
+    EXPECT_EQ(d->capturetime, version > 1 ? 777 : 0);
+    EXPECT_EQ(d->gridspacing, version > 2 ? 42.5 : 100.0);
+    EXPECT_EQ(d->gridcolour, version > 2 ? 0x123456u : 0x808080u);
+    EXPECT_EQ(d->userfilename, version > 3 ? "mine.wmf" : "");
+    EXPECT_EQ(d->colourset, version > 6 ? 3 : 0);
+    EXPECT_EQ(d->zeroasblack, 1);
+    EXPECT_EQ(d->magname, version > 7 ? "x10" : "default");
+    EXPECT_EQ(d->stationIdFirst, version > 9 ? "first station" : "version <=9") << version;
+    EXPECT_EQ(d->originx, version > 10 ? 100 : 0);
+    EXPECT_EQ(d->patientId, version > 8 ? "S-1" : "");
+    EXPECT_EQ(d->resultText, version > 8 ? "density" : "");
+    EXPECT_TRUE(d->dimlists[kAmcList].hidden && d->dimlists[kDustList].hidden);
+    EXPECT_EQ(d->isBound, 1);
+  }
+}
+
+TEST_F(StoredImage, TakesNineListsOfAFileThatSaysMore) {
+  Bytes b = firstFields(6);
+  b.i32(0).str("").i32(0).i32(0).i32(0).f64(1).i32(0).str("").i32(10).emptyLists(10);
+  makeImage(4, 4);
+  EXPECT_NE(openBytes(b), nullptr);
+}
+
+TEST_F(StoredImage, RefusesACutFile) {
+  const Bytes whole = firstFields(1).emptyLists(1);
+  for (size_t length = 0; length < whole.text.size(); length += 7) {
+    makeImage(4, 4);
+    EXPECT_EQ(openBytes({whole.text.substr(0, length)}), nullptr) << length;
+    EXPECT_THAT(host.messages.back(), HasSubstr("the file ends too early"));
+  }
+}
+
+TEST_F(ImageDocTest, SavingOnceTurnsZeroAsBlackOverAndTwiceRestoresIt) {
+  makeImage(8, 8);
+  ASSERT_EQ(image()->zeroasblack, 1);
+  for (const int expected : {0, 1}) {
+    reopen("z.tv1");
+    EXPECT_EQ(image()->zeroasblack, expected);
+    EXPECT_EQ(image()->theImage()->blackZero, expected);
+  }
+}
+
+TEST_F(ImageDocTest, KeepsEverythingThroughASave) {
+  ZBasicDoc& d = makeImage(33, 20);
+  d.theImage()->xOrigin = 7;
+  d.notes = std::string(300, 'n');
+  d.setCurrentList(kFcdList);
+  d.addPointToDimension(d.addDimension({1, 2}, 4), {9, 2});
+  d.resultText = "a result";
+  const std::vector<uint8_t> before = pixelsOf(*d.theImage());
+  reopen("shot.tv1");
+  ZBasicDoc& r = *image();
+  EXPECT_EQ(pixelsOf(*r.theImage()), before);
+  EXPECT_EQ(r.imagePath(), folder.file("shot.bmp"));
+  EXPECT_EQ(r.imagefile, "shot.bmp") << "a bare name, so that both can move together";
+  EXPECT_EQ(r.theImage()->xOrigin, 7);
+  EXPECT_EQ(r.notes, std::string(300, 'n'));
+  EXPECT_EQ(r.resultText, "a result");
+  ASSERT_EQ(r.dimlists[kFcdList].size(), 1);
+  EXPECT_STREQ(r.dimlists[kFcdList].at(0).classRecord().name, "CDimCircle");
+  EXPECT_EQ(r.imagedirty, 0);
+  EXPECT_FALSE(r.isModified());
+}
+
+TEST_F(ImageDocTest, ChoosesThePixelFormat) {
+  ZBasicDoc& d = makeImage(8, 8);
+  settings.setString("settings", "imagetype", ".tif");
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  EXPECT_TRUE(fileExists(folder.file("a.tif")));
+  ASSERT_TRUE(d.theImage()->setColourset(kBayer));
+  d.imagedirty = 1;
+  ASSERT_TRUE(d.onSaveDocument(folder.file("b.tv1")));
+  EXPECT_TRUE(fileExists(folder.file("b.zzg"))) << "only this form keeps the mosaic";
+}
+
+TEST_F(ImageDocTest, FindsAMovedPixelFileBesideTheDocumentOrAsks) {
+  makeImage(8, 8);
+  ASSERT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
+  const auto moveTo = [&](const std::string& from, const std::string& to) { std::filesystem::rename(folder.file(from), folder.file(to)); };
+  ASSERT_TRUE(makeFolderPath(folder.file("new")));
+  image()->imagefile = "C:\\study\\a.bmp";  // as another machine stored it
+  image()->imagedirty = 0;
+  ASSERT_TRUE(replaceFile(folder.file("probe"), std::string_view("")));
+  moveTo("a.bmp", "new/a.bmp");
+  moveTo("a.tv1", "new/a.tv1");
+  process.imageTemplate->discard(*image());
+  ASSERT_NE(app->openDocumentFile(folder.file("new/a.tv1")), nullptr);
+  process.imageTemplate->discard(*image());
+
+  moveTo("new/a.bmp", "elsewhere.bmp");
+  host.paths.push_back(std::nullopt);
+  EXPECT_EQ(app->openDocumentFile(folder.file("new/a.tv1")), nullptr);
+  EXPECT_EQ(host.messages.back(), "Cannot find image file a.bmp.\nPlease specify new location.");
+  host.paths.push_back(folder.file("elsewhere.bmp"));
+  ASSERT_NE(app->openDocumentFile(folder.file("new/a.tv1")), nullptr);
+  EXPECT_EQ(image()->imagefile, folder.file("elsewhere.bmp"));
+}
+
+TEST_F(ImageDocTest, ATrimmedSaveShiftsTheDocumentAndReopensIt) {
+  ZBasicDoc& d = makeImage(40, 30);
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  d.setPathName(folder.file("a.tv1"));
+  d.addPointToDimension(d.addDimension({12, 13}, 1), {20, 21});
+  d.target = {15, 16};
+  d.theImage()->xOrigin = 3;
+  d.roi = {10, 10, 30, 25};
+  const std::vector<uint8_t> inside = pixelsOf(*d.theImage()->makeChild({13, 10, 33, 25}));
+  host.fill({{"Save", "ROI"}});
+  ASSERT_TRUE(d.save());
+  EXPECT_EQ(d.theImage()->width, 20);
+  EXPECT_EQ(d.theImage()->height, 15);
+  EXPECT_EQ(d.theImage()->xOrigin, 0);
+  EXPECT_EQ(d.dimlists[kPlainList].at(0).points, (std::vector<Point>{{2, 3}, {10, 11}}));
+  EXPECT_EQ(d.target, (Point{5, 6}));
+  EXPECT_EQ(d.imageoffset, (Point{-10, -10}));
+  EXPECT_EQ(d.roi, (Rect{0, 0, 20, 15}));
+  EXPECT_EQ(pixelsOf(*d.theImage()), inside);
+}
+
+TEST_F(ImageDocTest, AsksAboutTheRoiUnlessToldBefore) {
+  ZBasicDoc& d = makeImage(40, 30);
+  d.roi = {10, 10, 30, 25};
+  host.fills.push_back([](Form& form) {
+    EXPECT_EQ(form.title(), "ROI or whole image");
+    return false;
+  });
+  EXPECT_FALSE(d.onSaveDocument(folder.file("a.tv1"))) << "Cancel abandons the save";
+  EXPECT_FALSE(fileExists(folder.file("a.tv1")));
+  d.keepwhole = 1;
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  EXPECT_EQ(d.savedroi, 0);
+  d.keepwhole = 0;
+  d.silent = 1;
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  EXPECT_EQ(d.savedroi, 1);
+}
+
+TEST_F(ImageDocTest, APictureFromElsewhereIsNeverWrittenOver) {
+  CZZimage shot(10, 6, -1, 0, kColour);
+  ASSERT_TRUE(shot.save(folder.file("shot.bmp")));
+  const auto original = readWholeFile(folder.file("shot.bmp"));
+  auto* d = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
+  ASSERT_TRUE(d->adoptImageFile(folder.file("shot.bmp")));
+  ASSERT_TRUE(d->onSaveDocument(folder.file("shot.tv1")));
+  EXPECT_EQ(d->imagefile, "shot.bmp") << "unchanged pixels are referred to";
+  d->imagedirty = 1;
+  d->imagefile = folder.file("shot.bmp");
+  auto* other = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
+  ASSERT_TRUE(other->adoptImageFile(folder.file("shot.bmp")));
+  other->imagedirty = 1;
+  ASSERT_TRUE(other->onSaveDocument(folder.file("shot.tv1")));
+  EXPECT_EQ(other->imagefile, "shot-1.bmp");
+  EXPECT_EQ(readWholeFile(folder.file("shot.bmp")), original);
+
+  ASSERT_TRUE(makeFolderPath(folder.file("exam")));
+  auto* third = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
+  ASSERT_TRUE(third->adoptImageFile(folder.file("shot.bmp")));
+  ASSERT_TRUE(third->onSaveDocument(folder.file("exam/x.tv1")));
+  EXPECT_EQ(third->imagefile, "x.bmp");
+  EXPECT_EQ(readWholeFile(folder.file("exam/x.bmp")), original) << "it comes along byte for byte";
+}
+
+TEST_F(ImageDocTest, AFullDiscLosesNothing) {
+  ASSERT_TRUE(makeFolderPath(folder.file("disc")));
+  if (::mount("tmpfs", folder.file("disc").c_str(), "tmpfs", 0, "size=96k") != 0) GTEST_SKIP() << "no right to mount a small disc";
+  ZBasicDoc& d = makeImage(160, 100);
+  ASSERT_TRUE(d.onSaveDocument(folder.file("disc/a.tv1")));
+  const auto picture = readWholeFile(folder.file("disc/a.bmp"));
+  const auto document = readWholeFile(folder.file("disc/a.tv1"));
+  d.theImage()->fill(9);
+  d.imagedirty = 1;
+  d.notes = std::string(200000, 'x');  // the pixels still fit, the document doesn't
+  d.roi = {10, 10, 20, 20};
+  d.silent = 1;
+  EXPECT_FALSE(d.onSaveDocument(folder.file("disc/a.tv1")));
+  EXPECT_EQ(readWholeFile(folder.file("disc/a.bmp")), picture);
+  EXPECT_EQ(readWholeFile(folder.file("disc/a.tv1")), document);
+  EXPECT_EQ(d.roi, (Rect{10, 10, 20, 20})) << "the shift of the trim is taken back";
+  EXPECT_EQ(d.imagedirty, 1);
+  ::umount(folder.file("disc").c_str());
+}
+
+TEST_F(ImageDocTest, ACopyTakesAllButTheFile) {
+  ZBasicDoc& d = makeImage(16, 12);
+  d.addDimension({3, 4}, 0);
+  d.notes = "was";
+  d.setTitle("finger");
+  run("Duplicate image in new window");
+  ZBasicDoc& copy = *image();
+  ASSERT_NE(&copy, &d);
+  EXPECT_EQ(copy.title(), "finger-copy");
+  EXPECT_EQ(copy.notes, "was Copy of finger ");
+  EXPECT_EQ(copy.imagefile, "");
+  EXPECT_EQ(copy.imagedirty, 1);
+  EXPECT_EQ(copy.dimlists[kPlainList].size(), 1);
+  EXPECT_EQ(pixelsOf(*copy.theImage()), pixelsOf(*d.theImage()));
+}
+
+TEST_F(ImageDocTest, SettingsGiveNewDocumentsTheirValues) {
+  writeSettings("[Settings]\ntargetx=5\nshowtarget=0\ncalibrated=1\nuserunits=nm\nmagx=2.5\nmagy=3.5\nmagname=x20\n"
+                "[grid]\ngridstyle=1\ngrid spacing=12.5\ngrid colour=255\nuserfielname=u.wmf\n"
+                "[dimlist_N]\nwidth=3\ncolour=77\n[dimlist_D]\ncolour=99\n");
+  ZBasicDoc& d = makeImage(4, 4);
+  EXPECT_EQ(d.target.x, 5);
+  EXPECT_EQ(d.showtarget, 0);
+  EXPECT_EQ(d.unitName(), "nm");
+  EXPECT_EQ(d.scale().x, 2.5);
+  EXPECT_EQ(d.magname, "x20");
+  EXPECT_EQ(d.gridspacing, 12.5);
+  EXPECT_EQ(d.userfilename, "u.wmf");
+  EXPECT_EQ(d.dimlists[kNearestList].width, 3);
+  EXPECT_EQ(d.dimlists[kNearestList].colour, 77u);
+  EXPECT_EQ(d.dimlists[kAmcList].colour, 99u) << "its colour stands in the dust marks' section";
+  const Colour standard[] = {255, 0x80ff, 0xff00, 0xff6464, 77, 0xff0000, 0xa07878, 99, 99};
+  for (size_t i = 0; i < kListCount; ++i) EXPECT_EQ(d.dimlists[i].colour, standard[i]) << i;
+}
+
+}  // namespace
+}  // namespace tarnvisor
