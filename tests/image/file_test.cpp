@@ -346,6 +346,7 @@ TEST_F(ImageFiles, filesThatLieAreRefusedAndChangeNothing) {
       {"short.bmp", asFile(Bytes(39))},
       {"huge.bmp", asFile(big)},
       {"unread.bmp", asFile(bitmap(60000, 60000, 4, 0, Bytes(64)))},
+      {"overflow.bmp", asFile(bitmap(INT32_MAX, INT32_MAX, 32, 0, Bytes(64)))},
       {"lowest.bmp", asFile(bitmap(4, INT32_MIN, 8, 0, Bytes(2000)))},
       {"cut.bmp", asFile(bitmap(4, 4, 24, 0, Bytes(47)))},
       {"text.tif", {'h', 'e', 'l', 'l', 'o'}},
