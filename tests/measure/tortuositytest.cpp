@@ -56,15 +56,6 @@ TEST_F(Tortuosity, CountsCurvesAndTheirExcess) {
   }
 }
 
-TEST_F(Tortuosity, WalksInScaledUnits) {
-  CDimLine line;
-  line.points = stairs;
-  int32_t curves = 0;
-  EXPECT_DOUBLE_EQ(line.Tortuosity1(2.0, 2.0, curves), (std::sqrt(2.0) - 1) / 200);
-  EXPECT_EQ(line.Tortuosity1(0.4, 0.4, curves), 0.0);  // the curves are 16 and 12 units long
-  EXPECT_EQ(curves, 0);
-}
-
 TEST_F(Tortuosity, OfTheFirstKindIsLengthOverChordInPixels) {
   CDimLine line;
   line.points = {{0, 0}, {10, 0}};
@@ -81,14 +72,14 @@ TEST_F(Tortuosity, OfTheFirstKindIsLengthOverChordInPixels) {
   EXPECT_EQ(curves, 0);
 }
 
-TEST_F(Tortuosity, SumsOverAList) {
+TEST_F(Tortuosity, SumsOverAListInScaledUnits) {
   CDimList list;
   for (int i = 0; i < 2; ++i) {
     const int32_t index = list.add(stairs[0], CDimList::kPolyline);
     for (size_t k = 1; k < stairs.size(); ++k) list.addPointTo(index, stairs[k]);
   }
   int32_t curves = 0;
-  EXPECT_DOUBLE_EQ(list.totalTortuosity1(1, 1, curves), (std::sqrt(2.0) - 1) / 50);
+  EXPECT_DOUBLE_EQ(list.totalTortuosity1(2, 2, curves), (std::sqrt(2.0) - 1) / 100);
   EXPECT_EQ(curves, 4);
 }
 
