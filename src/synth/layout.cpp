@@ -89,9 +89,10 @@ std::vector<PlacedCapillary> layOutCapillaries(const NailfoldStill& still) {
         const double freedom = 1.0 - static_cast<double>(attempt) / tries;
         Vessel vessel = shapeOf(still, row, hairpin, centred, random);
         const VesselBox own = vessel.box();
-        vessel.moveBy(
-            middle - 0.5 * (own.left + own.right) + freedom * random.between(-0.3, 0.3) * slot,
-            rows.y(row) + rows.bow * centred * centred + freedom * random.between(-1.0, 1.0) * freedomY);
+        const double besideX = freedom * random.between(-0.3, 0.3) * slot;
+        const double besideY = freedom * random.between(-1.0, 1.0) * freedomY;
+        vessel.moveBy(middle - 0.5 * (own.left + own.right) + besideX,
+                      rows.y(row) + rows.bow * centred * centred + besideY);
         const VesselBox box = vessel.box();
         if (!fits(box, still, taken)) continue;
         taken.push_back(box);

@@ -16,7 +16,8 @@ inline uint64_t scattered(uint64_t x) {
 }
 
 // A sequence of its own for each pair of seed and stream, so that asking for more of one thing (noise, dust)
-// does not change another (where the capillaries lie).
+// does not change another (where the capillaries lie). Draw one number a full expression: compilers differ in
+// the order in which they evaluate arguments and operands.
 class Random {
  public:
   Random(uint64_t seed, uint64_t stream) : state(scattered(seed) ^ scattered(~stream)) {}

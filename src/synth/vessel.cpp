@@ -100,7 +100,8 @@ Vessel Vessel::hairpin(const Shape& shape, Random& random) {
 }
 
 Vessel Vessel::onEnd(const Shape& shape, Random& random) {
-  const double bend = random.sign() * random.between(0.2, 0.8);
+  const double side = random.sign();
+  const double bend = side * random.between(0.2, 0.8);
   const double headRadius = shape.width * random.between(0.65, 0.85);
   Vessel vessel;
   constexpr int count = 7;
