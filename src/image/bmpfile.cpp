@@ -114,9 +114,9 @@ void readColourRow(const BitmapView& view, int32_t y, uint8_t* to) {
 void readPixels(CZZimage& image, const BitmapView& view, bool grey) {
   if (image.empty()) return;
   if (view.bits == 8) {
-    // One block, whatever either side's row padding: a width that is no multiple of four comes out short.
-    const auto bytes = static_cast<size_t>(std::min(image.rowBytes, image.stride));
-    std::memcpy(image.pixels, view.pixels, bytes * static_cast<size_t>(image.height));
+    // As it stands, the palette notwithstanding: a level is its index.
+    for (int32_t y = 0; y < image.height; ++y)
+      std::memcpy(image.row(y), view.row(y), static_cast<size_t>(std::min(image.rowBytes, image.stride)));
   } else if (view.bits == 16 || view.bits == 24 || view.bits == 32) {
     for (int32_t y = 0; y < image.height; ++y)
       grey ? readGreyRow(view, y, image.row(y)) : readColourRow(view, y, image.row(y));

@@ -29,7 +29,7 @@ TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocume
                         {"Low pass filter", {{"window", "5"}}, "High pass (5x5)"},  // the high pass's words
                         {"Blur", {{"sigma", "1.5"}}, "blur sigma 1.5"},
                         {"Laplacian filter", {}, "Laplacian"},
-                        {"Custom Filter", {{"custom4", "2"}, {"factor", "0.5"}}, "custom filter"},
+                        {"Custom Filter", {{"custom4", "3"}, {"factor", "0.5"}}, "custom filter"},
                         {"Modified Laplacian", {}, "ML"},
                         {"Sum Modified Lapalacian", {{"window", "3"}}, "SML w=3\r\n"},
                         {"L3", {}, "L3"},
@@ -66,7 +66,7 @@ TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocume
   EXPECT_EQ(settings.getInt("WINDOWSZ", "wlpf", 0), 5);
   EXPECT_EQ(settings.getInt("WINDOWSZ", "wsml", 0), 3);
   EXPECT_EQ(settings.getString("blur", "sigma", ""), "1.5");
-  EXPECT_EQ(settings.getInt("ProcessingArgs", "custom4", 0), 2);
+  EXPECT_EQ(settings.getInt("ProcessingArgs", "custom4", 0), 3);
   EXPECT_EQ(settings.getDouble("ProcessingArgs", "customfactor", 0), 0.5);
   EXPECT_EQ(settings.getInt("settings", "simpleimagethreshold", 0), 100);
 }
