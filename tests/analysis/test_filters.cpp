@@ -185,7 +185,7 @@ TEST_F(Filters, kernelNxNEqualsItsPlainTwinInAllNineZones) {
         for (const double f : {0.5, -3.25})
           expect(
               p, plain::kernelNxN(p, k, n, f, 128), [&](CZZimage& i) { filterNxN(i, k, n, f, 128); },
-              "kernel of " + std::to_string(n));
+              "kernel of " + std::to_string(n) + " " + std::to_string(k[0]) + " factor " + std::to_string(f));
       }
   });
 }
