@@ -37,13 +37,13 @@ uint32_t paletteEntries(uint16_t bits, uint32_t coloursUsed) {
   return bits == 1 || bits == 4 || bits == 8 ? 1u << bits : 0;
 }
 
-// Bytes of pixels that reading takes.
-int64_t pixelBytes(const BitmapView& b) {
-  if (b.width == 0 || b.height == 0) return 0;
-  if (b.bits == 8) return static_cast<int64_t>(b.width) * b.height;
-  if (b.bits == 16 || b.bits == 24 || b.bits == 32)
-    return pitchOf(b.bits, b.width) * (b.height - 1) + static_cast<int64_t>(b.width) * b.bits / 8;
-  return 0;
+// Whether the bytes are there that reading the pixels takes. Other depths than these four take none.
+bool holdsPixels(const BitmapView& b, int64_t available) {
+  if (b.width == 0 || b.height == 0) return true;
+  if (b.bits == 8) return static_cast<int64_t>(b.width) * b.height <= available;
+  if (b.bits != 16 && b.bits != 24 && b.bits != 32) return true;
+  const int64_t lastRow = static_cast<int64_t>(b.width) * b.bits / 8;
+  return lastRow <= available && b.height - 1 <= (available - lastRow) / pitchOf(b.bits, b.width);
 }
 
 bool parse(std::span<const uint8_t> bytes, BitmapView& view) {
@@ -65,9 +65,7 @@ bool parse(std::span<const uint8_t> bytes, BitmapView& view) {
       headerBytes + uint64_t{4} * paletteEntries(view.bits, getLittle<uint32_t>(bytes.data() + 32));
   if (offset > bytes.size()) return false;
   view.pixels = bytes.data() + offset;
-  // Width and height are below 2^31 and a pixel has at most 32 bits, so none of this overflows.
-  const auto available = static_cast<int64_t>(bytes.size() - offset);
-  if (pixelBytes(view) > available) return false;
+  if (!holdsPixels(view, static_cast<int64_t>(bytes.size() - offset))) return false;
   // Depths that aren't read take no pixels from the file, so the picture's own size is what is held back.
   return static_cast<int64_t>(view.width) * view.height / 2 <=
          static_cast<int64_t>(bytes.size()) + kLoadAllowance / 6;

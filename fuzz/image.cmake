@@ -1,0 +1,3 @@
+fuzz_target(zzg DEPENDS image)
+fuzz_target(bmp DEPENDS image)
+fuzz_target(tiff DEPENDS image)
