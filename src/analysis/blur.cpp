@@ -196,7 +196,9 @@ bool gaussianBlur(CZZimage& image, float sigma) {
   const bool across = n > 0 && n < image.height / 2;
   if (!along && !across) return true;
   const BlurKernel kernel = blurKernel(sigma);
-  PaddedPlane middle(image, 0, across ? static_cast<int32_t>(n) : 0);
+  const int32_t marginRows = across ? static_cast<int32_t>(n) : 0;
+  PaddedPlane middle =
+      along ? PaddedPlane(image.width, image.height, 0, marginRows) : PaddedPlane(image, 0, marginRows);
   if (!middle.valid()) return false;
   if (along)
     parallelFor(image.height, 64, [&](int64_t begin, int64_t end) {
