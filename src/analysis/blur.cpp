@@ -23,23 +23,46 @@ namespace tarnvisor {
 namespace HWY_NAMESPACE {
 namespace {
 
-// Lines along a row. line and edge are readable a whole vector past width; line also has weights.size() zeros
-// on both sides. edge holds what the end samples add.
-void blurAlong(const float* HWY_RESTRICT line, const float* HWY_RESTRICT edge, const BlurKernel& kernel,
-               uint8_t* out, int32_t width) {
+// samples[x] = row[x], up to a whole vector past width.
+void toFloats(const uint8_t* HWY_RESTRICT row, float* HWY_RESTRICT samples, int32_t width) {
   const hn::ScalableTag<float> d;
   const hn::Rebind<int32_t, decltype(d)> d32;
   const hn::Rebind<uint8_t, decltype(d)> d8;
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+  int32_t x = 0;
+  for (; x + lanes <= width; x += lanes)
+    hn::StoreU(hn::ConvertTo(d, hn::PromoteTo(d32, hn::LoadU(d8, row + x))), d, samples + x);
+  for (; x < width; ++x) samples[x] = row[x];
+}
+
+template <class D, class V>
+HWY_INLINE void storeTruncated(D, V sum, uint8_t* out, int32_t x, int32_t width) {
+  const hn::Rebind<int32_t, D> d32;
+  const hn::Rebind<uint8_t, D> d8;
+  if (x < width) storeUpTo(hn::DemoteTo(d8, hn::ConvertTo(d32, sum)), d8, out, x, width);
+}
+
+// Lines along a row, two vectors at a time. line and edge are readable two whole vectors past width; line
+// also has weights.size() zeros on both sides. edge holds what the end samples add.
+void blurAlong(const float* HWY_RESTRICT line, const float* HWY_RESTRICT edge, const BlurKernel& kernel,
+               uint8_t* out, int32_t width) {
+  const hn::ScalableTag<float> d;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
   const int32_t n = static_cast<int32_t>(kernel.weights.size());
   const float* HWY_RESTRICT k = kernel.weights.data();
-  for (int32_t x = 0; x < width; x += lanes) {
-    auto sum = hn::Add(hn::Mul(hn::Set(d, k[0]), hn::LoadU(d, line + x)), hn::LoadU(d, edge + x));
+  const auto first = hn::Set(d, k[0]);
+  for (int32_t x = 0; x < width; x += 2 * lanes) {
+    const float* HWY_RESTRICT p = line + x;
+    auto sum = hn::Add(hn::Mul(first, hn::LoadU(d, p)), hn::LoadU(d, edge + x));
+    auto next = hn::Add(hn::Mul(first, hn::LoadU(d, p + lanes)), hn::LoadU(d, edge + x + lanes));
     for (int32_t j = 1; j < n; ++j) {
-      const auto both = hn::Add(hn::LoadU(d, line + x + j), hn::LoadU(d, line + x - j));
-      sum = hn::Add(sum, hn::Mul(hn::Set(d, k[j]), both));
+      const auto weight = hn::Set(d, k[j]);
+      sum = hn::Add(sum, hn::Mul(weight, hn::Add(hn::LoadU(d, p + j), hn::LoadU(d, p - j))));
+      next =
+          hn::Add(next, hn::Mul(weight, hn::Add(hn::LoadU(d, p + lanes + j), hn::LoadU(d, p + lanes - j))));
     }
-    storeUpTo(hn::DemoteTo(d8, hn::ConvertTo(d32, sum)), d8, out, x, width);
+    storeTruncated(d, sum, out, x, width);
+    storeTruncated(d, next, out, x + lanes, width);
   }
 }
 
@@ -53,20 +76,32 @@ void blurAcross(const PaddedPlane& plane, int32_t y, const uint8_t* endRow, floa
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
   const int32_t n = static_cast<int32_t>(kernel.weights.size());
   const float* HWY_RESTRICT k = kernel.weights.data();
-  const auto bytes = [&](const uint8_t* row, int32_t x) {
-    return hn::PromoteTo(d32, hn::LoadU(d8, row + x));
-  };
+  const auto bytes = [&](const uint8_t* p) { return hn::PromoteTo(d32, hn::LoadU(d8, p)); };
+  const auto floats = [&](const uint8_t* p) { return hn::ConvertTo(d, bytes(p)); };
   const uint8_t* HWY_RESTRICT middle = plane.row(y);
   const ptrdiff_t step = plane.row(1) - plane.row(0);
-  for (int32_t x = 0; x < width; x += lanes) {
-    auto sum = hn::Mul(hn::Set(d, k[0]), hn::ConvertTo(d, bytes(middle, x)));
-    if (endRow) sum = hn::Add(sum, hn::Mul(hn::ConvertTo(d, bytes(endRow, x)), hn::Set(d, edgeWeight)));
-    for (int32_t j = 1; j < n; ++j) {
-      // Whole numbers this small add up exactly, so the sum may be taken before the conversion.
-      const auto both = hn::Add(bytes(middle + j * step, x), bytes(middle - j * step, x));
-      sum = hn::Add(sum, hn::Mul(hn::Set(d, k[j]), hn::ConvertTo(d, both)));
+  const auto first = hn::Set(d, k[0]);
+  for (int32_t x = 0; x < width; x += 2 * lanes) {
+    const uint8_t* up = middle + x;
+    const uint8_t* down = up;
+    auto sum = hn::Mul(first, floats(up));
+    auto next = hn::Mul(first, floats(up + lanes));
+    if (endRow) {
+      sum = hn::Add(sum, hn::Mul(floats(endRow + x), hn::Set(d, edgeWeight)));
+      next = hn::Add(next, hn::Mul(floats(endRow + x + lanes), hn::Set(d, edgeWeight)));
     }
-    storeUpTo(hn::DemoteTo(d8, hn::ConvertTo(d32, sum)), d8, out, x, width);
+    for (int32_t j = 1; j < n; ++j) {
+      up -= step;
+      down += step;
+      const auto weight = hn::Set(d, k[j]);
+      // Whole numbers this small add up exactly, so the sum may be taken before the conversion.
+      const auto both = hn::Add(bytes(down), bytes(up));
+      const auto bothNext = hn::Add(bytes(down + lanes), bytes(up + lanes));
+      sum = hn::Add(sum, hn::Mul(weight, hn::ConvertTo(d, both)));
+      next = hn::Add(next, hn::Mul(weight, hn::ConvertTo(d, bothNext)));
+    }
+    storeTruncated(d, sum, out, x, width);
+    storeTruncated(d, next, out, x + lanes, width);
   }
 }
 
@@ -78,6 +113,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace tarnvisor {
 namespace {
+HWY_EXPORT(toFloats);
 HWY_EXPORT(blurAlong);
 HWY_EXPORT(blurAcross);
 
@@ -89,7 +125,7 @@ void blurRows(const CZZimage& image, PaddedPlane& to, const BlurKernel& kernel, 
   float* samples = line.data() + n;
   for (int32_t y = begin; y < end; ++y) {
     const uint8_t* row = image.row(y);
-    for (size_t x = 0; x < width; ++x) samples[x] = row[x];
+    HWY_DYNAMIC_DISPATCH(toFloats)(row, samples, image.width);
     for (size_t i = 0; i < n; ++i) {
       edge[i] = samples[0] * kernel.edgeWeights[i];
       edge[width - 1 - i] = samples[width - 1] * kernel.edgeWeights[i];
@@ -160,7 +196,9 @@ bool gaussianBlur(CZZimage& image, float sigma) {
   const bool across = n > 0 && n < image.height / 2;
   if (!along && !across) return true;
   const BlurKernel kernel = blurKernel(sigma);
-  PaddedPlane middle(image, 0, across ? static_cast<int32_t>(n) : 0);
+  const int32_t marginRows = across ? static_cast<int32_t>(n) : 0;
+  PaddedPlane middle =
+      along ? PaddedPlane(image.width, image.height, 0, marginRows) : PaddedPlane(image, 0, marginRows);
   if (!middle.valid()) return false;
   if (along)
     parallelFor(image.height, 64, [&](int64_t begin, int64_t end) {

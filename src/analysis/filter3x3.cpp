@@ -21,6 +21,7 @@
 #define TARNVISOR_FILTER3X3_JOB
 namespace tarnvisor {
 namespace {
+constexpr int64_t kSmallReach = 16000;  // sums of 16 bits, with room for an offset that saturates
 struct Kernel3x3 {
   std::array<int32_t, 9> weights;
   double factor;
@@ -75,8 +76,19 @@ void kernelRow(const Kernel3x3& kernel, RowBuffers& buffers, const uint8_t* abov
                const uint8_t* below, uint8_t* out, int32_t width) {
   const hn::ScalableTag<int32_t> d;
   int32_t* HWY_RESTRICT sums = buffers.sums.data();
-  sumRow<int32_t>(kernel, above, here, below, width,
-                  [&](int32_t x, auto sum) { hn::StoreU(sum, d, sums + x); });
+#if HWY_TARGET != HWY_SCALAR
+  if (kernel.reach <= kSmallReach) {
+    const hn::ScalableTag<int16_t> d16;
+    const hn::Half<decltype(d16)> half;
+    const size_t lanes = hn::Lanes(d);
+    sumRow<int16_t>(kernel, above, here, below, width, [&](int32_t x, auto sum) {
+      hn::StoreU(hn::PromoteTo(d, hn::LowerHalf(half, sum)), d, sums + x);
+      hn::StoreU(hn::PromoteTo(d, hn::UpperHalf(half, sum)), d, sums + x + lanes);
+    });
+  } else
+#endif
+    sumRow<int32_t>(kernel, above, here, below, width,
+                    [&](int32_t x, auto sum) { hn::StoreU(sum, d, sums + x); });
   scaledRow(sums, buffers.factors.data(), kernel.offset, width);
   clippedRow(sums, out, width);
 }
@@ -110,7 +122,7 @@ RowFilter makeRowFilter(const Kernel3x3& kernel, int32_t width) {
       wideKernelRow(kernel, above, here, below, out, count);
     };
   // With an offset that saturates the addition the result is still on its own side of 0..255.
-  if (kernel.reach <= 16000 && kernel.factor == 1.0)
+  if (kernel.reach <= kSmallReach && kernel.factor == 1.0)
     return [&kernel](Row above, Row here, Row below, uint8_t* out, int32_t count) {
       HWY_DYNAMIC_DISPATCH(smallKernelRow)(kernel, above, here, below, out, count);
     };

@@ -93,7 +93,9 @@ class MirroredStrip {
  public:
   explicit MirroredStrip(const NxNJob& filterJob)
       : job(filterJob), pairs((job.half + 2) / 2), rowLength(static_cast<size_t>(pairs) * kStrip) {
-    folded = hwy::AllocateAligned<int32_t>(rowLength * static_cast<size_t>(job.size));
+    const size_t rows = static_cast<size_t>(job.size);
+    folded = hwy::AllocateAligned<int32_t>(rowLength * (rows + 1));
+    std::fill_n(folded.get() + rowLength * rows, rowLength, 0);
   }
 
   void run(int32_t x0) {
@@ -145,14 +147,20 @@ class MirroredStrip {
     hn::Vec<D> spare[kVectors];
     for (size_t v = 0; v < kVectors; ++v) total[v] = spare[v] = hn::Zero(d);
     const int32_t* weight = job.quarter.data();
+    const size_t slots = static_cast<size_t>(job.size);
+    size_t upSlot = static_cast<size_t>((y + job.half) % job.size);
+    size_t downSlot = upSlot;
     for (int32_t i = 0; i <= job.half; ++i) {
-      const int32_t* HWY_RESTRICT up = rowAt(y - i);
-      const int32_t* HWY_RESTRICT down = rowAt(y + i);
+      const int32_t* HWY_RESTRICT up = folded.get() + rowLength * upSlot;
+      // The middle row has no partner.
+      const int32_t* HWY_RESTRICT down = folded.get() + rowLength * (i == 0 ? slots : downSlot);
+      upSlot = upSlot == 0 ? slots - 1 : upSlot - 1;
+      downSlot = downSlot + 1 == slots ? 0 : downSlot + 1;
+#pragma GCC unroll 4
       for (int32_t pair = 0; pair < pairs; ++pair, up += kStrip, down += kStrip) {
         const int32_t k = *weight++;
         for (size_t v = 0; v < kVectors; ++v) {
-          auto pixels = hn::Load(d, up + v * lanes);
-          if (i > 0) pixels = hn::Add(pixels, hn::Load(d, down + v * lanes));
+          const auto pixels = hn::Add(hn::Load(d, up + v * lanes), hn::Load(d, down + v * lanes));
           total[v] = addProducts(d, pixels, k, total[v], spare[v]);
         }
       }
@@ -163,7 +171,7 @@ class MirroredStrip {
   const NxNJob& job;
   int32_t pairs;
   size_t rowLength;
-  hwy::AlignedFreeUniquePtr<int32_t[]> folded;  // of the last size rows
+  hwy::AlignedFreeUniquePtr<int32_t[]> folded;  // of the last size rows, and a row of zeros
   int32_t sums[kStrip + 16] = {};
   double factors[kStrip + 16] = {};
 };

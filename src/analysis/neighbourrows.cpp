@@ -1,7 +1,6 @@
 #include "neighbourrows.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <vector>
 
@@ -15,21 +14,19 @@ namespace {
 // The last three rows read, each with its end pixels repeated on both sides.
 class RowRing {
  public:
-  explicit RowRing(int32_t rowWidth) : width(rowWidth) {
-    for (auto& row : rows) row.assign(static_cast<size_t>(width) + 2 * kMargin, 0);
-  }
+  explicit RowRing(int32_t rowWidth) : width(rowWidth), rows(width, 3, 1, 0) {}
+  bool valid() const { return rows.valid(); }
   void load(int32_t y, const uint8_t* from) {
     uint8_t* to = at(y);
     std::memcpy(to, from, static_cast<size_t>(width));
     to[-1] = to[0];
     to[width] = to[width - 1];
   }
-  uint8_t* at(int32_t y) { return rows[static_cast<size_t>((y + 3) % 3)].data() + kMargin; }
+  uint8_t* at(int32_t y) { return rows.row((y + 3) % 3); }
 
  private:
-  static constexpr size_t kMargin = 128;
   int32_t width;
-  std::array<std::vector<uint8_t>, 3> rows;
+  PaddedPlane rows;
 };
 
 struct Seam {  // the two rows at a cut between pieces, as they were

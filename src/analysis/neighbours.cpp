@@ -1,6 +1,8 @@
 // The filters whose result depends on the eight neighbours only: order filters and the modified Laplacian.
 // With edge pixels repeated outside the image they need no case for the edges: a repeated pixel is already in
 // the clipped square or window, and a difference to it is 0 or one-sided.
+#include <memory>
+
 #include "analysis/laplacian.h"
 #include "analysis/lulu.h"
 #include "analysis/windowfilter.h"
@@ -31,18 +33,21 @@ HWY_INLINE Column columnAt(const uint8_t* above, const uint8_t* here, const uint
   return {hn::LoadU(d, above + x), hn::LoadU(d, here + x), hn::LoadU(d, below + x)};
 }
 
-void minimumRow(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
+// First down, into a row of its own, then across that. between has room for a vector on both sides.
+void minimumRow(const uint8_t* HWY_RESTRICT above, const uint8_t* HWY_RESTRICT here,
+                const uint8_t* HWY_RESTRICT below, uint8_t* HWY_RESTRICT between, uint8_t* HWY_RESTRICT out,
                 int32_t width) {
   const Bytes d;
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
   for (int32_t x = 0; x < width; x += lanes) {
-    const Column l = columnAt(above, here, below, x - 1);
     const Column m = columnAt(above, here, below, x);
-    const Column r = columnAt(above, here, below, x + 1);
-    const auto left = hn::Min(hn::Min(l.above, l.here), l.below);
-    const auto middle = hn::Min(hn::Min(m.above, m.here), m.below);
-    const auto right = hn::Min(hn::Min(r.above, r.here), r.below);
-    storeUpTo(hn::Min(hn::Min(left, middle), right), d, out, x, width);
+    hn::StoreU(hn::Min(hn::Min(m.above, m.here), m.below), d, between + x);
+  }
+  between[-1] = between[0];
+  between[width] = between[width - 1];
+  for (int32_t x = 0; x < width; x += lanes) {
+    const auto sides = hn::Min(hn::LoadU(d, between + x - 1), hn::LoadU(d, between + x + 1));
+    storeUpTo(hn::Min(hn::LoadU(d, between + x), sides), d, out, x, width);
   }
 }
 
@@ -123,7 +128,13 @@ HWY_EXPORT(laplacianRow);
 }  // namespace
 
 bool min3x3(CZZimage& image) {
-  return filterByNeighbours(image, [] { return HWY_DYNAMIC_DISPATCH(minimumRow); });
+  return filterByNeighbours(image, [&] {
+    const auto between = std::make_shared<PaddedPlane>(image.width, 1, 1, 0);
+    return [between](const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
+                     int32_t width) {
+      HWY_DYNAMIC_DISPATCH(minimumRow)(above, here, below, between->row(0), out, width);
+    };
+  });
 }
 bool lowerLulu(CZZimage& image) {
   return filterByNeighbours(image, [] { return HWY_DYNAMIC_DISPATCH(lowerRow); });

@@ -1,7 +1,6 @@
 #include "paddedplane.h"
 
 #include <cstring>
-#include <new>
 
 #include "base/parallel.h"
 
@@ -13,7 +12,7 @@ PaddedPlane::PaddedPlane(int32_t planeWidth, int32_t planeHeight, int32_t margin
   stride = (left + width + marginX + kSlack + 63) / 64 * 64;
   // Rows a power of two apart fall into the same few sets of the cache.
   if (stride % 512 == 0) stride += 64;
-  block.reset(new (std::nothrow) uint8_t[static_cast<size_t>(stride * (height + 2 * int64_t{marginY}))]);
+  block = hwy::AllocateAligned<uint8_t>(static_cast<size_t>(stride * (height + 2 * int64_t{marginY})));
   if (!block) return;
   uint8_t* end = block.get() + stride * (height + 2 * int64_t{marginY});
   std::memset(block.get(), 0, static_cast<size_t>(stride * marginY));

@@ -2,8 +2,9 @@
 // test for the edges and may run past a row's end.
 #pragma once
 
+#include <hwy/aligned_allocator.h>
+
 #include <cstdint>
-#include <memory>
 
 #include "image/zzimage.h"
 
@@ -28,7 +29,7 @@ class PaddedPlane {
   int32_t width, height, marginY;
   int64_t left;    // of the first pixel in its row
   int64_t stride;  // a multiple of the vector size, off powers of two
-  std::unique_ptr<uint8_t[]> block;
+  hwy::AlignedFreeUniquePtr<uint8_t[]> block;
 };
 
 // What the filters of this room can work on.

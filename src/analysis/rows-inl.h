@@ -34,23 +34,23 @@ HWY_INLINE void clippedRow(const int32_t* HWY_RESTRICT values, uint8_t* HWY_REST
   const hn::ScalableTag<int32_t> d;
   const hn::Rebind<uint8_t, decltype(d)> d8;
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+  // Values from 32768 up come out wrong from the 256- and 512-bit DemoteTo of Highway 1.0.3.
+  const auto top = hn::Set(d, 255);
   for (int32_t x = 0; x < count; x += lanes)
-    storeUpTo(hn::DemoteTo(d8, hn::LoadU(d, values + x)), d8, out, x, count);
+    storeUpTo(hn::DemoteTo(d8, hn::Min(hn::LoadU(d, values + x), top)), d8, out, x, count);
 }
 
-// trunc(sums[x] * factors[x] + offset) clipped to 0..255, left in sums. Clipping before the cut gives the
-// same bytes as after it. Both arrays must be readable up to a whole vector past count.
+// trunc(sums[x] * factors[x] + offset), left in sums; what leaves 32 bits becomes their bound. Both arrays
+// must be readable up to a whole vector past count.
 HWY_INLINE void scaledRow(int32_t* HWY_RESTRICT sums, const double* HWY_RESTRICT factors, double offset,
                           int32_t count) {
   const hn::ScalableTag<double> d;
   const hn::Rebind<int32_t, decltype(d)> d32;
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
   const auto add = hn::Set(d, offset);
-  const auto top = hn::Set(d, 255.0);
   for (int32_t x = 0; x < count; x += lanes) {
     const auto product = hn::Mul(hn::PromoteTo(d, hn::LoadU(d32, sums + x)), hn::LoadU(d, factors + x));
-    const auto clipped = hn::Min(hn::Max(hn::Add(product, add), hn::Zero(d)), top);
-    hn::StoreU(hn::DemoteTo(d32, clipped), d32, sums + x);
+    hn::StoreU(hn::DemoteTo(d32, hn::Add(product, add)), d32, sums + x);
   }
 }
 

@@ -46,7 +46,6 @@ class WindowRows {
   explicit WindowRows(const WindowJob& windowJob) : job(windowJob) {
     const size_t padded = static_cast<size_t>(job.width) + 64;
     columns.assign(padded + 2 * static_cast<size_t>(job.half) + 1, 0);
-    sums.assign(padded, 0);
     widths.assign(padded, 1);
     divisors.assign(padded, 1);
     reciprocals.assign(padded, 0.0f);
@@ -62,8 +61,10 @@ class WindowRows {
       moveColumns(entering < job.height ? entering : -1, y > begin ? y - job.half - 1 : -1);
       const int32_t rows = std::min(entering, job.height - 1) - std::max(y - job.half, 0) + 1;
       if (rows != divisorRows) fillDivisors(rows);
-      sumAlongRow();
-      finishRow(y);
+      if (job.highPass)
+        finishRow<true>(y);
+      else
+        finishRow<false>(y);
     }
   }
 
@@ -77,11 +78,20 @@ class WindowRows {
     const uint8_t* HWY_RESTRICT in = entering >= 0 ? job.source.row(entering) : nullptr;
     const uint8_t* HWY_RESTRICT out = leaving >= 0 ? job.source.row(leaving) : nullptr;
     // Past the last column the plane holds zeros, so whole vectors leave the margin's sums at 0.
-    for (int32_t x = 0; x < job.width; x += lanes) {
-      auto sum = hn::LoadU(d, column + x);
-      if (in) sum = hn::Add(sum, hn::PromoteTo(d, hn::LoadU(d8, in + x)));
-      if (out) sum = hn::Sub(sum, hn::PromoteTo(d, hn::LoadU(d8, out + x)));
-      hn::StoreU(sum, d, column + x);
+    const auto widened = [&](const uint8_t* row, int32_t x) {
+      return hn::PromoteTo(d, hn::LoadU(d8, row + x));
+    };
+    if (in && out) {
+      for (int32_t x = 0; x < job.width; x += lanes) {
+        const auto change = hn::Sub(widened(in, x), widened(out, x));
+        hn::StoreU(hn::Add(hn::LoadU(d, column + x), change), d, column + x);
+      }
+    } else if (in) {
+      for (int32_t x = 0; x < job.width; x += lanes)
+        hn::StoreU(hn::Add(hn::LoadU(d, column + x), widened(in, x)), d, column + x);
+    } else if (out) {
+      for (int32_t x = 0; x < job.width; x += lanes)
+        hn::StoreU(hn::Sub(hn::LoadU(d, column + x), widened(out, x)), d, column + x);
     }
   }
 
@@ -101,52 +111,71 @@ class WindowRows {
     }
   }
 
-  // Running sums of (column that enters - column that leaves), four lanes at a time.
-  void sumAlongRow() {
-    const int32_t* HWY_RESTRICT leaving = columns.data();
-    const int32_t* HWY_RESTRICT entering = columns.data() + 2 * job.half + 1;
-    int32_t start = 0;
-    for (int32_t x = 0; x < job.half; ++x) start += columns[static_cast<size_t>(job.half + 1 + x)];
+  using D = hn::CappedTag<int32_t, 16>;
+
+  // sums[i] = start + changes[0] + .. + changes[i]; start becomes the last of them. The scan goes within
+  // blocks of four lanes, then from block to block, so that only one addition waits for the vector before.
+  static HWY_INLINE hn::Vec<D> runningSum(hn::Vec<D> changes, hn::Vec<D>& start) {
 #if HWY_TARGET == HWY_SCALAR
-    for (int32_t x = 0; x < job.width; ++x) sums[static_cast<size_t>(x)] = start += entering[x] - leaving[x];
+    return start = hn::Add(start, changes);
 #else
-    const hn::FixedTag<int32_t, 4> d;
-    auto carry = hn::Set(d, start);
-    for (int32_t x = 0; x < job.width; x += 4) {
-      auto change = hn::Sub(hn::LoadU(d, entering + x), hn::LoadU(d, leaving + x));
-      change = hn::Add(change, hn::ShiftLeftLanes<1>(d, change));
-      change = hn::Add(change, hn::ShiftLeftLanes<2>(d, change));
-      const auto sum = hn::Add(change, carry);
-      hn::StoreU(sum, d, sums.data() + x);
-      carry = hn::Broadcast<3>(sum);
-    }
+    const D d;
+    changes = hn::Add(changes, hn::ShiftLeftLanes<1>(d, changes));
+    changes = hn::Add(changes, hn::ShiftLeftLanes<2>(d, changes));
+    if constexpr (hn::MaxLanes(D()) >= 8) changes = hn::Add(changes, lastOfEarlierBlock(changes, 4));
+    if constexpr (hn::MaxLanes(D()) >= 16) changes = hn::Add(changes, lastOfEarlierBlock(changes, 8));
+    const auto sums = hn::Add(changes, start);
+    HWY_ALIGN static constexpr int32_t last[16] = {kLast, kLast, kLast, kLast, kLast, kLast, kLast, kLast,
+                                                   kLast, kLast, kLast, kLast, kLast, kLast, kLast, kLast};
+    start = hn::Add(start, hn::TableLookupLanes(changes, hn::SetTableIndices(d, last)));
+    return sums;
 #endif
   }
+
+#if HWY_TARGET != HWY_SCALAR
+  static constexpr int32_t kLast = static_cast<int32_t>(hn::MaxLanes(D())) - 1;
+
+  // In each lane the last lane of the block that many lanes before, 0 where there is none.
+  static HWY_INLINE hn::Vec<D> lastOfEarlierBlock(hn::Vec<D> v, int32_t distance) {
+    const D d;
+    HWY_ALIGN static constexpr int32_t by4[16] = {0, 0, 0, 0, 3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11};
+    HWY_ALIGN static constexpr int32_t by8[16] = {0, 0, 0, 0, 0, 0, 0, 0, 3, 3, 3, 3, 7, 7, 7, 7};
+    const auto moved = hn::TableLookupLanes(v, hn::SetTableIndices(d, distance == 4 ? by4 : by8));
+    return hn::IfThenElseZero(hn::Gt(hn::Iota(d, 0), hn::Set(d, distance - 1)), moved);
+  }
+#endif
 
   // Exact quotients. With S <= 255 * divisor < 2^31 and divisor < 2^24, float(S) * reciprocal is off by less
   // than 3 * 2^-24 of itself beside the 2^-20 that the reciprocal is made too small by: never above S /
   // divisor and less than 0.001 under it. So its integer part is the quotient or one less, and the remainder
   // tells.
+  template <bool kHighPass>
   void finishRow(int32_t y) {
-    const hn::ScalableTag<int32_t> d;
-    const hn::Rebind<float, decltype(d)> df;
-    const hn::Rebind<uint8_t, decltype(d)> d8;
+    const D d;
+    const hn::Rebind<float, D> df;
+    const hn::Rebind<uint8_t, D> d8;
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
     const auto one = hn::Set(d, 1);
+    const int32_t* HWY_RESTRICT leaving = columns.data();
+    const int32_t* HWY_RESTRICT entering = columns.data() + 2 * job.half + 1;
+    const int32_t* HWY_RESTRICT divisorAt = divisors.data();
+    const float* HWY_RESTRICT reciprocalAt = reciprocals.data();
     const uint8_t* HWY_RESTRICT in = job.source.row(y);
     uint8_t* HWY_RESTRICT out = job.destination.row(job.corner.y + y) + job.corner.x;
+    int32_t beforeFirst = 0;
+    for (int32_t x = 0; x < job.half; ++x) beforeFirst += leaving[job.half + 1 + x];
+    auto start = hn::Set(d, beforeFirst);
     for (int32_t x = 0; x < job.width; x += lanes) {
+      auto sum = runningSum(hn::Sub(hn::LoadU(d, entering + x), hn::LoadU(d, leaving + x)), start);
       const auto pixel = hn::PromoteTo(d, hn::LoadU(d8, in + x));
-      auto sum = hn::LoadU(d, sums.data() + x);
-      if (job.highPass) sum = hn::Sub(sum, pixel);
-      const auto divisor = hn::LoadU(d, divisors.data() + x);
-      const auto low =
-          hn::ConvertTo(d, hn::Mul(hn::ConvertTo(df, sum), hn::LoadU(df, reciprocals.data() + x)));
+      if (kHighPass) sum = hn::Sub(sum, pixel);
+      const auto divisor = hn::LoadU(d, divisorAt + x);
+      const auto low = hn::ConvertTo(d, hn::Mul(hn::ConvertTo(df, sum), hn::LoadU(df, reciprocalAt + x)));
       const auto remainder = hn::Sub(sum, hn::Mul(low, divisor));
       const auto oneMore =
           hn::VecFromMask(d, hn::Gt(hn::Add(remainder, one), divisor));  // -1 where one is missing
       auto value = hn::Sub(low, oneMore);
-      if (job.highPass) value = hn::Add(hn::Sub(pixel, value), hn::Set(d, 128));
+      if (kHighPass) value = hn::Add(hn::Sub(pixel, value), hn::Set(d, 128));
       storeUpTo(hn::DemoteTo(d8, value), d8, out, x, job.width);
     }
   }
@@ -154,8 +183,7 @@ class WindowRows {
   const WindowJob& job;
   int32_t divisorRows = 0;
   std::vector<int32_t> columns;  // half + 1 zeros, the column sums, zeros
-  std::vector<int32_t> sums;
-  std::vector<int32_t> widths;  // of the window in x
+  std::vector<int32_t> widths;   // of the window in x
   std::vector<int32_t> divisors;
   std::vector<float> reciprocals;
 };

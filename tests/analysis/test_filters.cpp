@@ -18,14 +18,25 @@ using plain::Picture;
 
 class Filters : public testing::Test {
  protected:
-  ~Filters() override {
+  // Holds the filter to the wanted result with each kind of vectors, with three threads for the plainest.
+  static void expect(const Picture& from, const Picture& wanted, const std::function<void(CZZimage&)>& filter,
+                     const std::string& what) {
+    static const int64_t targets = hwy::SupportedTargets();
+    for (int64_t left = targets; left != 0; left &= left - 1) {
+      hwy::SetSupportedTargetsForTest(left & -left);
+      hwy::GetChosenTarget().Update(left & -left);
+      setParallelThreads((left & (left - 1)) ? 1 : 3);
+      expectHere(from, wanted, filter, what);
+    }
     hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(targets);
     setParallelThreads(0);
   }
 
-  // Runs the filter on the picture as a whole image and as a view in a larger one, whose rest must stay.
-  static void expect(const Picture& from, const Picture& wanted, const std::function<void(CZZimage&)>& filter,
-                     const std::string& what) {
+ private:
+  // As a whole image and as a view in a larger one, whose rest must stay.
+  static void expectHere(const Picture& from, const Picture& wanted,
+                         const std::function<void(CZZimage&)>& filter, const std::string& what) {
     CZZimage whole;
     plain::load(whole, from);
     filter(whole);
@@ -43,42 +54,27 @@ class Filters : public testing::Test {
     ASSERT_TRUE(plain::unload(parent) == around)
         << what << " on a view of " << from.width << " x " << from.height;
   }
-
-  // Calls the check for each kind of vectors, with two threads for the last.
-  static void onAllProcessors(const std::function<void()>& check) {
-    const int64_t targets = hwy::SupportedTargets();
-    for (int64_t left = targets; left != 0; left &= left - 1) {
-      hwy::SetSupportedTargetsForTest(left & -left);
-      hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-      setParallelThreads((left & (left - 1)) ? 1 : 3);
-      check();
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-  }
 };
 
 constexpr Size kSizes[] = {{1, 1},  {2, 1},   {1, 2},   {2, 2},    {3, 3},   {7, 5},
                            {16, 9}, {31, 64}, {67, 33}, {130, 41}, {65, 390}};
 
 TEST_F(Filters, windowFilterEqualsItsPlainTwin) {
-  onAllProcessors([] {
-    for (const Size size : kSizes) {
-      const int32_t smaller = std::min(size.width, size.height);
-      for (int32_t w = -smaller - 1; w <= smaller + 1; w += 1 + smaller / 8) {
-        for (const bool high : {false, true}) {
-          const Picture p =
-              plain::noise(size.width, size.height, static_cast<uint32_t>(w + 999), high && w % 2);
-          expect(
-              p, plain::window(p, high, w),
-              [&](CZZimage& i) {
-                windowFilter(i, high ? WindowMode::HighPass : WindowMode::LowPass, i, Rect{}, w);
-              },
-              "window " + std::to_string(w));
-        }
+  for (const Size size : kSizes) {
+    const int32_t smaller = std::min(size.width, size.height);
+    for (int32_t w = -smaller - 1; w <= smaller + 1; w += 1 + smaller / 8) {
+      for (const bool high : {false, true}) {
+        const Picture p =
+            plain::noise(size.width, size.height, static_cast<uint32_t>(w + 999), high && w % 2);
+        expect(
+            p, plain::window(p, high, w),
+            [&](CZZimage& i) {
+              windowFilter(i, high ? WindowMode::HighPass : WindowMode::LowPass, i, Rect{}, w);
+            },
+            "window " + std::to_string(w));
       }
     }
-  });
+  }
 }
 
 TEST_F(Filters, quotientsOfLargeWindowsAreExactWhereRoundingIsClosest) {
@@ -151,15 +147,13 @@ TEST_F(Filters, kernel3x3EqualsItsPlainTwin) {
                {{INT32_MAX, 0, 0, 0, INT32_MIN, 0, 0, 0, 5}, 1e-9, 100},
                {{1, 0, 0, 0, -1, 0, 0, 0, 0}, 1e300, 0},
                {{1, 0, 0, 0, -1, 0, 0, 0, 0}, HUGE_VAL, 7}};
-  onAllProcessors([&] {
-    for (const Size size : kSizes)
-      for (const auto& c : cases) {
-        const Picture p = plain::noise(size.width, size.height, 3);
-        expect(
-            p, plain::kernel3x3(p, c.k, c.f, c.o),
-            [&](CZZimage& i) { filter3x3(i, std::span<const int32_t, 9>(c.k.data(), 9), c.f, c.o); }, "3x3");
-      }
-  });
+  for (const Size size : kSizes)
+    for (const auto& c : cases) {
+      const Picture p = plain::noise(size.width, size.height, 3);
+      expect(
+          p, plain::kernel3x3(p, c.k, c.f, c.o),
+          [&](CZZimage& i) { filter3x3(i, std::span<const int32_t, 9>(c.k.data(), 9), c.f, c.o); }, "3x3");
+    }
 }
 
 TEST_F(Filters, aFlatImageThroughTheLaplacianIsBlack) {
@@ -177,17 +171,15 @@ TEST_F(Filters, kernelNxNEqualsItsPlainTwinInAllNineZones) {
   kernels.push_back({5, 6, 7, 8});                                 // even size
   kernels.push_back({40000, 1, 40000, 2, 3, 2, 40000, 1, 40000});  // past 16 bits
   kernels.push_back({-32768, 32767, -32768, 32767, -32768, 32767, -32768, 32767, -32768});
-  onAllProcessors([&] {
-    for (const Size size : kSizes)
-      for (const auto& k : kernels) {
-        const int32_t n = static_cast<int32_t>(std::lround(std::sqrt(k.size())));
-        const Picture p = plain::noise(size.width, size.height, 8);
-        for (const double f : {0.5, -3.25})
-          expect(
-              p, plain::kernelNxN(p, k, n, f, 128), [&](CZZimage& i) { filterNxN(i, k, n, f, 128); },
-              "kernel of " + std::to_string(n));
-      }
-  });
+  for (const Size size : kSizes)
+    for (const auto& k : kernels) {
+      const int32_t n = static_cast<int32_t>(std::lround(std::sqrt(k.size())));
+      const Picture p = plain::noise(size.width, size.height, 8);
+      for (const double f : {0.5, -3.25})
+        expect(
+            p, plain::kernelNxN(p, k, n, f, 128), [&](CZZimage& i) { filterNxN(i, k, n, f, 128); },
+            "kernel of " + std::to_string(n) + " " + std::to_string(k[0]) + " factor " + std::to_string(f));
+    }
 }
 
 TEST_F(Filters, aFlatAreaKeepsItsLevelUpToTheBorderOfAnNxNFilter) {
@@ -200,16 +192,14 @@ TEST_F(Filters, aFlatAreaKeepsItsLevelUpToTheBorderOfAnNxNFilter) {
 }
 
 TEST_F(Filters, blurEqualsItsPlainTwin) {
-  onAllProcessors([] {
-    for (const Size size : kSizes)
-      for (const float sigma : {1e-20f, 0.3f, 1.0f, 2.4f, 5.0f, 12.0f}) {
-        const Picture p = plain::noise(size.width, size.height, 4, size.width % 2);
-        const BlurKernel k = blurKernel(sigma);
-        expect(
-            p, plain::blurred(p, k.weights, k.edgeWeights), [&](CZZimage& i) { gaussianBlur(i, sigma); },
-            "sigma " + std::to_string(sigma));
-      }
-  });
+  for (const Size size : kSizes)
+    for (const float sigma : {1e-20f, 0.3f, 1.0f, 2.4f, 5.0f, 12.0f}) {
+      const Picture p = plain::noise(size.width, size.height, 4, size.width % 2);
+      const BlurKernel k = blurKernel(sigma);
+      expect(
+          p, plain::blurred(p, k.weights, k.edgeWeights), [&](CZZimage& i) { gaussianBlur(i, sigma); },
+          "sigma " + std::to_string(sigma));
+    }
 }
 
 TEST_F(Filters, blurKernelHasItsShape) {
@@ -247,23 +237,21 @@ TEST_F(Filters, aLargeSigmaBlursTheLongAxisOnlyOrNone) {
 }
 
 TEST_F(Filters, neighbourFiltersEqualTheirPlainTwins) {
-  onAllProcessors([] {
-    for (const Size size : kSizes)
-      for (const int32_t kind : {0, 1}) {
-        const Picture p = plain::noise(size.width, size.height, 6, kind);
-        expect(
-            p, plain::modifiedLaplacian(p), [](CZZimage& i) { modifiedLaplacian(i); }, "modified Laplacian");
-        expect(
-            p, plain::lulu(p, true), [](CZZimage& i) { lowerLulu(i); }, "L3");
-        expect(
-            p, plain::lulu(p, false), [](CZZimage& i) { upperLulu(i); }, "U3");
-        expect(
-            p, plain::minimum(p), [](CZZimage& i) { min3x3(i); }, "minimum");
-        expect(
-            p, plain::window(plain::modifiedLaplacian(p), false, 5),
-            [](CZZimage& i) { sumModifiedLaplacian(i, 5); }, "sum");
-      }
-  });
+  for (const Size size : kSizes)
+    for (const int32_t kind : {0, 1}) {
+      const Picture p = plain::noise(size.width, size.height, 6, kind);
+      expect(
+          p, plain::modifiedLaplacian(p), [](CZZimage& i) { modifiedLaplacian(i); }, "modified Laplacian");
+      expect(
+          p, plain::lulu(p, true), [](CZZimage& i) { lowerLulu(i); }, "L3");
+      expect(
+          p, plain::lulu(p, false), [](CZZimage& i) { upperLulu(i); }, "U3");
+      expect(
+          p, plain::minimum(p), [](CZZimage& i) { min3x3(i); }, "minimum");
+      expect(
+          p, plain::window(plain::modifiedLaplacian(p), false, 5),
+          [](CZZimage& i) { sumModifiedLaplacian(i, 5); }, "sum");
+    }
 }
 
 TEST_F(Filters, luluRemovesASinglePeakAndKeepsACorner) {

@@ -148,12 +148,13 @@ TEST(WalkToMinima, goesDownAndStopsAtTheBottomOrTheEdge) {
   EXPECT_EQ(out.steps, 1);
   EXPECT_EQ(path.row(3)[3], 1);
   EXPECT_EQ(path.row(4)[4], 60);
-  // Round a plateau for ever, but for the limit of width * height steps.
+  // A ring: a turn by d - 2 is not among those looked at, by d + 2 the walk goes round until its limit.
   Picture ring = plain::flat(9, 9, 99);
   for (int32_t i = 2; i <= 6; ++i) ring.at(i, 2) = ring.at(i, 6) = ring.at(2, i) = ring.at(6, i) = 10;
   plain::load(source, ring);
   plain::load(path, ring);
-  EXPECT_EQ(walkToMinima(source, path, {2, 2}).steps, 81);
+  EXPECT_EQ(walkToMinima(source, path, {2, 2}).end, (Point{6, 2}));
+  EXPECT_EQ(walkToMinima(source, path, {2, 6}).steps, 81);
   // A flat image is walked straight on, first down to the right.
   plain::load(source, plain::flat(6, 6, 50));
   plain::load(path, plain::flat(6, 6, 50));
