@@ -1,0 +1,1 @@
+fuzz_target(tv1 DEPENDS imagedoc)
