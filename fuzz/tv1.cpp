@@ -1,11 +1,11 @@
 // Bytes as an image document, opened as a user would, without its pixel file.
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "app/basicapp.h"
 #include "host/host.h"

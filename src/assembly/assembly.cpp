@@ -3,7 +3,7 @@
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
 #include "measure/dimlist.h"
-#include "results/resultdoc.h"
+#include "results/resultview.h"
 
 namespace tarnvisor {
 

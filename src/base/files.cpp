@@ -173,7 +173,8 @@ Outcome AtomicFile::commit(Flush flush) {
   if (!stream) return failed("can't be written");
   openError = 0;
   const bool toDisc = flush == Flush::ToDisc;
-  if (writeError || std::fflush(stream) != 0 || std::ferror(stream) || (toDisc && ::fsync(fileno(stream)) != 0))
+  if (writeError || std::fflush(stream) != 0 || std::ferror(stream) ||
+      (toDisc && ::fsync(fileno(stream)) != 0))
     return failed("writing failed");
   std::FILE* closing = stream;
   stream = nullptr;

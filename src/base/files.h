@@ -41,8 +41,8 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
 // commit() the new one is removed. The mode of a file that is replaced is kept. A symbolic link is followed.
 class AtomicFile {
  public:
-  // A file that many small writes replace may leave the moment it reaches the disc to the system: after a power cut it
-  // is then the old one or the new one.
+  // A file that many small writes replace may leave the moment it reaches the disc to the system: after a
+  // power cut it is then the old one or the new one.
   enum class Flush { ToDisc, Later };
 
   explicit AtomicFile(std::string path);

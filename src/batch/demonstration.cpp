@@ -126,7 +126,6 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
     document->userunits = "um";
     if (!must("command", {"Find Capillaries"}) || !must("command", {"Calculate average of selection"}))
       return 1;
-    app.documents.activate(*document);
     std::fputs(stillLine(still, *document).c_str(), stdout);
     if (!must("save", {folder + withoutExtension(still.file) + ".tv1"}) || !must("close", {})) return 1;
   }

@@ -43,7 +43,8 @@ TEST_F(Capillaries, AreFoundCountedAndRecountedByASecondPress) {
   d.magx = d.magy = 2.0;
   run("Find Capillaries");
   EXPECT_EQ(d.currentDims().size(), count + 1) << "no mark changes";
-  EXPECT_EQ(d.resultText, format("%7.3f, capillary density, %7.3f, area", (count + 1) / (4 * area), 4 * area));
+  EXPECT_EQ(d.resultText,
+            format("%7.3f, capillary density, %7.3f, area", (count + 1) / (4 * area), 4 * area));
 }
 
 TEST_F(Capillaries, AreSoughtInTheRoiOnly) {

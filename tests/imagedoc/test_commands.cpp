@@ -49,7 +49,8 @@ TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocume
       const std::vector<uint8_t> before = pixelsOf(*d.theImage());
       if (!c.answers.empty()) host.fill(c.answers);
       run(c.command);
-      EXPECT_EQ(d.notes, std::string("+") + c.words + (region ? " ROI (8,8)-(32,30).\r\n" : "\r\n")) << c.command;
+      EXPECT_EQ(d.notes, std::string("+") + c.words + (region ? " ROI (8,8)-(32,30).\r\n" : "\r\n"))
+          << c.command;
       EXPECT_EQ(d.imagedirty, 1) << c.command;
       EXPECT_TRUE(d.isModified()) << c.command;
       EXPECT_EQ(pixelsOf(*d.undoimage), before) << c.command;
@@ -75,7 +76,8 @@ TEST_F(ImageDocTest, CancelAbandonsAFilterAndQuietModeAsksNothing) {
   ZBasicDoc& d = makeImage(40, 32);
   const auto before = pixelsOf(*d.theImage());
   const auto cancel = [](Form&) { return false; };
-  for (const char* command : {"High pass filter", "Low pass filter", "Blur", "Custom Filter", "Adjust brightness/contrast", "Threshold"}) {
+  for (const char* command : {"High pass filter", "Low pass filter", "Blur", "Custom Filter",
+                              "Adjust brightness/contrast", "Threshold"}) {
     host.fills.push_back(cancel);
     run(command);
     EXPECT_EQ(pixelsOf(*d.theImage()), before) << command;
@@ -133,7 +135,8 @@ TEST_F(ImageDocTest, SubtractsOnlyAnImageOfEqualSize) {
   d.roi = {0, 0, 2, 2};
   host.paths = {folder.file("same.zzg")};
   run("Subtract image");
-  for (size_t i = 0; i < before.size(); ++i) ASSERT_EQ(pixelsOf(*d.theImage())[i], std::max(0, before[i] - 100));
+  for (size_t i = 0; i < before.size(); ++i)
+    ASSERT_EQ(pixelsOf(*d.theImage())[i], std::max(0, before[i] - 100));
   EXPECT_EQ(d.notes, " subracted same.zzg\r\n") << "without the ROI's text";
 }
 
@@ -167,7 +170,8 @@ TEST_F(ImageDocTest, SwitchListGoesRoundWithoutTheDustMarks) {
 TEST_F(ImageDocTest, AnAreaForMovementCorrectionIsAtLeast64PixelsWide) {
   ZBasicDoc& d = makeImage(4, 4);
   d.setCurrentList(kAmcList);
-  const std::pair<Point, Point> cases[] = {{{110, 90}, {164, 36}}, {{100, 100}, {164, 164}}, {{300, 20}, {300, 20}}};
+  const std::pair<Point, Point> cases[] = {
+      {{110, 90}, {164, 36}}, {{100, 100}, {164, 164}}, {{300, 20}, {300, 20}}};
   for (const auto& [given, pushed] : cases) {
     const int32_t index = d.addDimension({100, 100}, 6);
     EXPECT_EQ(d.addPointToDimension(index, given), 1);
@@ -285,7 +289,8 @@ TEST_F(ImageDocTest, MagnificationTableCountsLiveEntriesOnly) {
   addMagnification({3.25, 4.5, "d", 795184889});
   EXPECT_NE(profile().find("[mag3]"), std::string::npos);
   ASSERT_TRUE(readMagnification(2, entry));
-  EXPECT_EQ(magnificationLine(entry), "   3.250    4.500 d                         Tuesday, March 14, 1995, 12:41:29");
+  EXPECT_EQ(magnificationLine(entry),
+            "   3.250    4.500 d                         Tuesday, March 14, 1995, 12:41:29");
 }
 
 TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
@@ -298,7 +303,10 @@ TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
   const Case cases[] = {
       {{{{0, 0}, {30, 40}}}, {{"X true length", "60"}, {"Y true length", "20"}}, 2.0, 0.5},
       {{{{0, 0}, {10, 0}}}, {{"X true length", "5"}}, 0.5, 0.5},  // no height: square pixels
-      {{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}}, {{"X true length", "100"}, {"Y true length", "10"}}, 2.0, 0.5},
+      {{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}},
+       {{"X true length", "100"}, {"Y true length", "10"}},
+       2.0,
+       0.5},
       {{{{0, 0}, {30, 40}}}, {{"X line", "7"}, {"Y line", "7"}}, 1.5, 2.5},  // nothing measured: as it was
   };
   for (const Case& c : cases) {

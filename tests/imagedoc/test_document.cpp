@@ -1,6 +1,5 @@
 // The document's life: stored versions, opening, saving, copies.
 #include <gmock/gmock.h>
-
 #include <sys/mount.h>
 
 #include "assembly/assembly.h"
@@ -157,7 +156,9 @@ TEST_F(ImageDocTest, ChoosesThePixelFormat) {
 TEST_F(ImageDocTest, FindsAMovedPixelFileBesideTheDocumentOrAsks) {
   makeImage(8, 8);
   ASSERT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
-  const auto moveTo = [&](const std::string& from, const std::string& to) { std::filesystem::rename(folder.file(from), folder.file(to)); };
+  const auto moveTo = [&](const std::string& from, const std::string& to) {
+    std::filesystem::rename(folder.file(from), folder.file(to));
+  };
   ASSERT_TRUE(makeFolderPath(folder.file("new")));
   image()->imagefile = "C:\\study\\a.bmp";  // as another machine stored it
   image()->imagedirty = 0;
@@ -244,7 +245,8 @@ TEST_F(ImageDocTest, APictureFromElsewhereIsNeverWrittenOver) {
 
 TEST_F(ImageDocTest, AFullDiscLosesNothing) {
   ASSERT_TRUE(makeFolderPath(folder.file("disc")));
-  if (::mount("tmpfs", folder.file("disc").c_str(), "tmpfs", 0, "size=96k") != 0) GTEST_SKIP() << "no right to mount a small disc";
+  if (::mount("tmpfs", folder.file("disc").c_str(), "tmpfs", 0, "size=96k") != 0)
+    GTEST_SKIP() << "no right to mount a small disc";
   ZBasicDoc& d = makeImage(160, 100);
   ASSERT_TRUE(d.onSaveDocument(folder.file("disc/a.tv1")));
   const auto picture = readWholeFile(folder.file("disc/a.bmp"));
@@ -279,9 +281,10 @@ TEST_F(ImageDocTest, ACopyTakesAllButTheFile) {
 }
 
 TEST_F(ImageDocTest, SettingsGiveNewDocumentsTheirValues) {
-  writeSettings("[Settings]\ntargetx=5\nshowtarget=0\ncalibrated=1\nuserunits=nm\nmagx=2.5\nmagy=3.5\nmagname=x20\n"
-                "[grid]\ngridstyle=1\ngrid spacing=12.5\ngrid colour=255\nuserfielname=u.wmf\n"
-                "[dimlist_N]\nwidth=3\ncolour=77\n[dimlist_D]\ncolour=99\n");
+  writeSettings(
+      "[Settings]\ntargetx=5\nshowtarget=0\ncalibrated=1\nuserunits=nm\nmagx=2.5\nmagy=3.5\nmagname=x20\n"
+      "[grid]\ngridstyle=1\ngrid spacing=12.5\ngrid colour=255\nuserfielname=u.wmf\n"
+      "[dimlist_N]\nwidth=3\ncolour=77\n[dimlist_D]\ncolour=99\n");
   ZBasicDoc& d = makeImage(4, 4);
   EXPECT_EQ(d.target.x, 5);
   EXPECT_EQ(d.showtarget, 0);

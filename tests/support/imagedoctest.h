@@ -25,7 +25,8 @@ class ImageDocTest : public AppTest {
     auto* d = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
     d->image = std::make_unique<CZZimage>(width, height);
     for (int32_t y = 0; y < height; ++y)
-      for (int32_t x = 0; x < width; ++x) d->image->setPixel(x, y, static_cast<uint8_t>((x * 7 + y * 13) % 251));
+      for (int32_t x = 0; x < width; ++x)
+        d->image->setPixel(x, y, static_cast<uint8_t>((x * 7 + y * 13) % 251));
     d->imagedirty = 1;
     return *d;
   }
@@ -45,11 +46,14 @@ class ImageDocTest : public AppTest {
     ASSERT_NE(app->openDocumentFile(folder.file(name)), nullptr);
   }
 
-  void writeSettings(const std::string& text) { ASSERT_TRUE(replaceFile(settings.path(), std::string_view(text))); }
+  void writeSettings(const std::string& text) {
+    ASSERT_TRUE(replaceFile(settings.path(), std::string_view(text)));
+  }
 
   static std::vector<uint8_t> pixelsOf(const CZZimage& picture) {
     std::vector<uint8_t> all;
-    for (int32_t y = 0; y < picture.height; ++y) all.insert(all.end(), picture.row(y), picture.row(y) + picture.rowBytes);
+    for (int32_t y = 0; y < picture.height; ++y)
+      all.insert(all.end(), picture.row(y), picture.row(y) + picture.rowBytes);
     return all;
   }
 };

@@ -1,0 +1,286 @@
+#include "results/resultdoc.h"
+
+#include <algorithm>
+#include <array>
+
+#include "app/basicapp.h"
+#include "archive/archive.h"
+#include "base/clock.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "framework/commandids.h"
+#include "host/host.h"
+#include "settings/log.h"
+
+namespace tarnvisor {
+
+ResultPrinter* resultPrinter = nullptr;
+
+namespace {
+
+constexpr int32_t kWithSubject = -1;
+
+struct KindDocument {
+  CResultDoc* document = nullptr;
+  std::unique_ptr<CResultDoc> own;  // while there is no type that could give it a window
+};
+std::array<KindDocument, kResultKinds> kindDocuments;
+CResultDoc* lastAddedTo = nullptr;
+
+CResultDoc* makeKindDocument(ResultKind kind) {
+  KindDocument& slot = kindDocuments[static_cast<size_t>(kind)];
+  if (process.resultTemplate) {
+    // The document that was measured stays in front.
+    CDocument* const front = theApp().documents.active();
+    slot.document = dynamic_cast<CResultDoc*>(process.resultTemplate->newDocument());
+    if (front) theApp().documents.activate(*front);
+  } else {
+    slot.own = std::make_unique<CResultDoc>();
+    slot.document = slot.own.get();
+  }
+  if (!slot.document) return nullptr;
+  slot.document->setTitle(resultTable(kind).title);
+  slot.document->addcolumns(resultTable(kind).columns);
+  return slot.document;
+}
+
+}  // namespace
+
+const ArchiveClass& CResultDoc::archiveClass() {
+  // Stands in the registry of names, but only as the top of a file: none is ever stored by reference.
+  static const ArchiveClass record{"CResultDoc", 0, nullptr, nullptr};
+  return record;
+}
+
+void registerResultClasses() {
+  registerArchiveClass(Ccolformat::archiveClass());
+  registerArchiveClass(CResultDoc::archiveClass());
+}
+
+CResultDoc::~CResultDoc() {
+  for (KindDocument& slot : kindDocuments)
+    if (slot.document == this) slot.document = nullptr;
+  if (lastAddedTo == this) lastAddedTo = nullptr;
+}
+
+CResultDoc* addResultRow(ResultKind kind, const ResultRecord& record) {
+  CResultDoc* document = kindDocuments[static_cast<size_t>(kind)].document;
+  if (!document) document = makeKindDocument(kind);
+  if (!document || !document->addrow(record)) {
+    logPrintf("no row could be added to %s\n", resultTable(kind).title);
+    return nullptr;
+  }
+  lastAddedTo = document;
+  return document;
+}
+
+CResultDoc* findResultDocument(const std::string& title) {
+  for (const KindDocument& slot : kindDocuments)
+    if (slot.document && equalIgnoringCase(slot.document->title(), title)) return slot.document;
+  for (CDocument* document : theApp().documents.documents())
+    if (auto* table = dynamic_cast<CResultDoc*>(document); table && equalIgnoringCase(table->title(), title))
+      return table;
+  return nullptr;
+}
+
+CResultDoc* lastResultDocument() { return lastAddedTo; }
+
+const CommandTableBase* CResultDoc::commands() const {
+  using D = CResultDoc;
+  static const CommandTable<D> table({{cmd::ExportResults, "&Export...", &D::exportCommand},
+                                      {cmd::CopyResults, "&Copy", &D::copy, &D::hasRows},
+                                      {cmd::PrintResults, "&Print...", &D::printCommand, &D::canPrint}},
+                                     CdbDocument::commands());
+  return &table;
+}
+
+void CResultDoc::deleteContents() {
+  columns.clear();
+  rows.clear();
+  ncolumns = marker = 0;
+  selected = {};
+}
+
+void CResultDoc::addcolumns(std::span<const ColumnRecord> table) {
+  for (const ColumnRecord& record : table) columns.push_back(std::make_unique<Ccolformat>(record));
+  ncolumns = static_cast<uint16_t>(table.size());
+}
+
+bool CResultDoc::addrow(const ResultRecord& record) {
+  try {
+    std::vector<std::string> cells(columns.size());
+    for (size_t i = 0; i < columns.size(); ++i) {
+      const Ccolformat& format = *columns[i];
+      if (format.column >= cells.size()) cells.resize(format.column + size_t{1});
+      const double value = i >= 2 && i - 2 < record.values.size() ? record.values[i - 2] : 0.0;
+      cells[format.column] = i == 0   ? record.filename
+                             : i == 1 ? record.units
+                                      : resultNumber(value, format.fieldwidth, format.decimals);
+    }
+    rows.push_back(std::move(cells));
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  setModified();
+  updateAllViews();
+  return true;
+}
+
+const std::string& CResultDoc::cell(size_t row, size_t place) const {
+  static const std::string none;
+  return row < rows.size() && place < rows[row].size() ? rows[row][place] : none;
+}
+
+const Ccolformat& CResultDoc::columnAt(size_t place) const {
+  static const Ccolformat none;
+  for (const auto& column : columns)
+    if (column->column == place) return *column;
+  return columns.empty() ? none : *columns.back();
+}
+
+void CResultDoc::setselection(int32_t c1, int32_t r1, int32_t c2, int32_t r2) {
+  selected = {std::min(c1, c2), std::min(r1, r2), std::max(c1, c2), std::max(r1, r2)};
+  updateAllViews();
+}
+
+std::vector<size_t> CResultDoc::visiblePlaces() const {
+  std::vector<size_t> places;
+  for (size_t place = 0; place < columns.size(); ++place)
+    if (columnAt(place).visible) places.push_back(place);
+  return places;
+}
+
+std::string CResultDoc::selectionText() const {
+  const bool all = selected.lastColumn < 0;
+  std::string text;
+  for (size_t row = 0; row < rows.size(); ++row) {
+    const auto at = static_cast<int64_t>(row);
+    if (!all && (at < selected.firstRow || at > selected.lastRow)) continue;
+    const char* separator = "";
+    for (const size_t place : visiblePlaces()) {
+      const auto column = static_cast<int64_t>(place);
+      if (!all && (column < selected.firstColumn || column > selected.lastColumn)) continue;
+      text += separator + cell(row, place);
+      separator = "\t";
+    }
+    text += "\r\n";
+  }
+  return text;
+}
+
+void CResultDoc::copy() { host().clipboard.setText(selectionText()); }
+
+Outcome CResultDoc::exportCsv(const std::string& path) const {
+  const CBasicApp& app = theApp();
+  std::string text;
+  for (size_t place = 0; place < columns.size(); ++place) text += columnAt(place).title + ",";
+  text += "\n";
+  for (size_t row = 0; row < rows.size(); ++row) {
+    for (size_t place = 0; place < columns.size(); ++place) text += cell(row, place) + ",";
+    text += "\n";
+  }
+  const std::string& subject = patientId.empty() ? app.subjectId : patientId;
+  const int32_t exam = examIdOfDoc >= 0 ? examIdOfDoc : app.examId;
+  const auto examRow = app.db && exam >= 0 ? app.db->exam(exam) : std::nullopt;
+  text += "Subject ID," + subject + "\n";
+  text += format("Exam ID,%i\n", exam);
+  text += (examRow ? examRow->folder : app.examFolder) + "\n";
+  return replaceFile(path, std::string_view(text));
+}
+
+void CResultDoc::exportCommand() {
+  const auto path =
+      host().choosers.saveFile({"Export", "csv files (*.csv)|*.csv||", ".csv", title() + ".csv"});
+  if (!path || path->empty()) return;
+  // The user chose the place, so a failure is not kept from them.
+  if (const Outcome done = exportCsv(*path); !done) report(done.why());
+}
+
+std::string CResultDoc::asText() const {
+  const std::vector<size_t> places = visiblePlaces();
+  std::vector<size_t> widths;
+  for (const size_t place : places) {
+    size_t width = columnAt(place).title.size();
+    for (size_t row = 0; row < rows.size(); ++row) width = std::max(width, cell(row, place).size());
+    widths.push_back(width);
+  }
+  std::string text;
+  const auto addLine = [&](auto cellOf) {
+    std::string line;
+    for (size_t i = 0; i < places.size(); ++i) {
+      const std::string words = cellOf(places[i]);
+      // Numbers stand to the right, texts to the left.
+      const std::string gap(widths[i] - words.size(), ' ');
+      line += (i ? "  " : "") + (columnAt(places[i]).fieldwidth ? gap + words : words + gap);
+    }
+    text += std::string(line.substr(0, line.find_last_not_of(' ') + 1)) + "\n";
+  };
+  addLine([&](size_t place) { return columnAt(place).title; });
+  for (size_t row = 0; row < rows.size(); ++row) addLine([&](size_t place) { return cell(row, place); });
+  return text;
+}
+
+bool CResultDoc::canPrint() const { return resultPrinter != nullptr; }
+void CResultDoc::printCommand() { resultPrinter->print(*this); }
+
+void CResultDoc::print(PrintContext& context) const {
+  const std::vector<size_t> places = visiblePlaces();
+  const int perPage = std::max(1, context.linesPerPage() - 3);
+  size_t row = 0;
+  do {
+    context.beginPage();
+    context.text(0, 0, title());
+    context.text(1, 0, longDateTime(currentTime()));
+    int column = 0;
+    for (const size_t place : places) {
+      context.text(2, column, columnAt(place).title);
+      for (int i = 0; i < perPage && row + static_cast<size_t>(i) < rows.size(); ++i)
+        context.text(3 + i, column, cell(row + static_cast<size_t>(i), place));
+      column += columnAt(place).width;
+    }
+    context.endPage();
+    row += static_cast<size_t>(perPage);
+  } while (row < rows.size());
+}
+
+void CResultDoc::serialize(Archive& archive) {
+  if (archive.isStoring()) {
+    archive.writeCount(columns.size());
+    for (const auto& column : columns) archive.writeObject(column.get());
+    archive.putInt(kWithSubject);
+    CdbDocument::serialize(archive);
+    archive.putWord(ncolumns);
+    archive.putWord(marker);
+    archive.writeCount(rows.size());
+    for (const auto& row : rows) {
+      archive.writeCount(row.size());
+      for (const std::string& text : row) archive.writeString(text);
+    }
+    return;
+  }
+  for (size_t count = archive.readCountOf(2); count > 0; --count) {
+    auto column = archive.readOwned<Ccolformat>();
+    if (!column) throw ArchiveException("a column is missing");
+    columns.push_back(std::move(column));
+  }
+  const int32_t first = archive.getInt();
+  if (first < 0) {
+    CdbDocument::serialize(archive);
+    ncolumns = archive.getWord();
+  } else {
+    // A file of before results belonged to an exam: there is no such block, and the number is already the
+    // next field.
+    ncolumns = static_cast<uint16_t>(first);
+  }
+  marker = archive.getWord();
+  loadRows(archive);
+}
+
+void CResultDoc::loadRows(Archive& archive) {
+  for (size_t count = archive.readCountOf(2); count > 0; --count) {
+    std::vector<std::string>& row = rows.emplace_back();
+    for (size_t cells = archive.readCountOf(1); cells > 0; --cells) row.push_back(archive.readString());
+  }
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,95 @@
+// CResultDoc: the appendable table of results, one for each kind of result, filled row by row as the user
+// works, saved as .rst, copied as tab-separated text and exported as comma-separated text.
+// docs/formats/rst.md tells the stored form.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/outcome.h"
+#include "db/dbdocument.h"
+#include "host/printer.h"
+#include "results/resultformat.h"
+
+namespace tarnvisor {
+
+// What a caller fills for each new row: the first two columns of the list take the texts, column k from 2 on
+// takes value k - 2.
+struct ResultRecord {
+  std::string filename;
+  std::string units;
+  std::vector<double> values;
+};
+
+class CResultDoc : public CdbDocument {
+ public:
+  static const ArchiveClass& archiveClass();
+  ~CResultDoc() override;
+
+  void addcolumns(std::span<const ColumnRecord> table);
+  // False without memory: the document is then as it was. A value that the record lacks counts as 0.
+  bool addrow(const ResultRecord& record);
+
+  // A cell by the place at which it is shown; empty where a damaged file has none.
+  const std::string& cell(size_t row, size_t place) const;
+  // The column shown at a place: the first in the list whose `column` equals it, or the last if none does.
+  const Ccolformat& columnAt(size_t place) const;
+  size_t rowCount() const { return rows.size(); }
+
+  // Both ends included, put in order.
+  void setselection(int32_t c1, int32_t r1, int32_t c2, int32_t r2);
+  struct Selection {
+    int32_t firstColumn = 0, firstRow = 0, lastColumn = -1, lastRow = -1;
+  };
+  const Selection& selection() const { return selected; }
+  // The selection's visible columns, tab-separated, rows ending in CR LF; the whole table with nothing
+  // selected.
+  std::string selectionText() const;
+  void copy();
+
+  // Titles, rows, subject, exam. A file that can't be written is left as it was.
+  Outcome exportCsv(const std::string& path) const;
+  // The visible columns, aligned, for reading.
+  std::string asText() const;
+  void print(PrintContext& context) const;
+
+  void serialize(Archive& archive) override;
+  void deleteContents() override;
+  const CommandTableBase* commands() const override;
+
+  uint16_t ncolumns = 0;
+  uint16_t marker = 0;
+  std::vector<std::unique_ptr<Ccolformat>> columns;
+  std::vector<std::vector<std::string>> rows;  // cells by the place at which they are shown
+
+ private:
+  void exportCommand();
+  bool hasRows() const { return !rows.empty(); }
+  void printCommand();
+  bool canPrint() const;
+  void loadRows(Archive& archive);
+  std::vector<size_t> visiblePlaces() const;
+  Selection selected;
+};
+
+// Adds a row to the one table of a kind, which its first row makes and closing it ends. Null (and logged)
+// without memory.
+CResultDoc* addResultRow(ResultKind kind, const ResultRecord& record);
+// The open table with that title, from any kind or file; null when there is none.
+CResultDoc* findResultDocument(const std::string& title);
+// The table that got the last row; null when it is closed.
+CResultDoc* lastResultDocument();
+
+// The printer of result tables; null for none. It makes the context, prints through it and ends the job.
+class ResultPrinter {
+ public:
+  virtual ~ResultPrinter() = default;
+  virtual void print(const CResultDoc& document) = 0;
+};
+extern ResultPrinter* resultPrinter;
+
+void registerResultClasses();
+
+}  // namespace tarnvisor

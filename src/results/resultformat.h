@@ -1,0 +1,63 @@
+// How result tables look: one column's format, the tables of all kinds of results, and the text of a number.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "archive/object.h"
+
+namespace tarnvisor {
+
+// A column of a static table.
+struct ColumnRecord {
+  uint16_t column;   // the place at which it is shown and at which its cell lies in a row
+  uint16_t visible;  // 1 shown
+  const char* title;
+  uint16_t width;       // in average character widths
+  uint16_t fieldwidth;  // of the number; 0 for a text
+  uint16_t decimals;
+};
+
+// A column of a document. Its place in the document's list, not `column`, says which part of a record it
+// shows.
+class Ccolformat : public ArchiveObject {
+ public:
+  Ccolformat() = default;
+  explicit Ccolformat(const ColumnRecord& record);
+  static const ArchiveClass& archiveClass();
+  const ArchiveClass& classRecord() const override { return archiveClass(); }
+  void serialize(Archive& archive) override;
+
+  uint16_t column = 0;
+  uint16_t visible = 1;
+  std::string title;
+  uint16_t width = 0;
+  uint16_t fieldwidth = 0;
+  uint16_t decimals = 0;
+};
+
+enum class ResultKind {
+  Image,
+  Voronoi,
+  Diameter,
+  NailfoldLoop,
+  FunctionalFlow,
+  CapillaryMeasurement,
+  Chart,
+  Linescan
+};
+inline constexpr int kResultKinds = 8;
+
+struct ResultTable {
+  int32_t id;  // of the window title among the system's texts; 0 where it has none
+  const char* title;
+  std::span<const ColumnRecord> columns;
+};
+const ResultTable& resultTable(ResultKind kind);
+
+// "%*.*f", with exact ties rounded away from zero, as users of these tables have always seen them: 37.25 in a
+// field of 5 with one decimal is " 37.3".
+std::string resultNumber(double value, int width, int decimals);
+
+}  // namespace tarnvisor

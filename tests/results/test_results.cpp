@@ -1,0 +1,234 @@
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "archive/archive.h"
+#include "assembly/assembly.h"
+#include "base/clock.h"
+#include "results/resultview.h"
+#include "support/apptest.h"
+#include "support/recordingcanvas.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class Results : public AppTest {
+ protected:
+  void SetUp() override {
+    registerStoredClasses();
+    options.documentTable = documentTable();
+    ASSERT_TRUE(startWithData());
+  }
+};
+
+TEST(ResultNumbers, RoundExactTiesAwayFromZero) {
+  struct Case {
+    double value;
+    int width, decimals;
+    const char* text;
+  };
+  const Case cases[] = {{37.25, 5, 1, " 37.3"},
+                        {-37.25, 5, 1, "-37.3"},
+                        {0.5, 4, 0, "   1"},
+                        {2.5, 4, 0, "   3"},
+                        {9.5, 1, 0, "10"},
+                        {-0.5, 3, 0, " -1"},
+                        {37.35, 5, 1, " 37.4"},
+                        {1.005, 7, 2, "   1.00"},
+                        {99.9, 3, 0, "100"},
+                        {0.125, 6, 2, "  0.13"},
+                        {1e15, 3, 1, "1000000000000000.0"},
+                        {-0.0, 4, 1, "-0.0"},
+                        {NAN, 5, 1, "  nan"},
+                        {INFINITY, 4, 1, " inf"}};
+  for (const Case& c : cases) EXPECT_EQ(resultNumber(c.value, c.width, c.decimals), c.text) << c.value;
+  EXPECT_EQ(resultNumber(1.0, 65535, 65535).size(), 64u) << "a damaged column's field";
+}
+
+TEST(ResultTables, HaveTheirColumns) {
+  struct Case {
+    ResultKind kind;
+    const char* title;
+    size_t columns;
+    const char* last;
+  };
+  const Case cases[] = {
+      {ResultKind::Image, "Image Results", 21, "Tort1 curves"},
+      {ResultKind::Voronoi, "Voronoi-Results", 12, "Av Krogh"},
+      {ResultKind::Diameter, "Diameter Calculation Results", 4, "width"},
+      {ResultKind::NailfoldLoop, "Nailfold Capillary loop measurements", 12, "cord"},
+      {ResultKind::FunctionalFlow, "Functional Capillary Flow and Density Results", 12, "rms area"},
+      {ResultKind::CapillaryMeasurement, "Capillary Measurement Results", 11, "%good"},
+      {ResultKind::Chart, "Chart Results", 9, "Sum"},
+      {ResultKind::Linescan, "Linescan slope velocities", 8, "average"}};
+  for (const Case& c : cases) {
+    const ResultTable& table = resultTable(c.kind);
+    EXPECT_STREQ(table.title, c.title);
+    EXPECT_EQ(table.columns.size(), c.columns) << c.title;
+    EXPECT_STREQ(table.columns.back().title, c.last);
+    std::vector<bool> places(c.columns);
+    for (const ColumnRecord& column : table.columns) places.at(column.column) = true;
+    EXPECT_EQ(std::count(places.begin(), places.end(), true), static_cast<int>(c.columns))
+        << "a place twice in " << c.title;
+  }
+}
+
+const ResultRecord kCapillary{"a.dtv", "um", {3, 12.5, 9.25, 120.6, 7.4, 1, 2, 0.75, 37.25}};
+
+TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {
+  app->subjectId = "S-1";
+  CResultDoc* table = addResultRow(ResultKind::CapillaryMeasurement, kCapillary);
+  ASSERT_NE(table, nullptr);
+  EXPECT_EQ(table->title(), "Capillary Measurement Results");
+  std::vector<std::string> titles;
+  for (size_t place = 0; place < 11; ++place) titles.push_back(table->columnAt(place).title);
+  EXPECT_THAT(titles, ElementsAre("line", "diameter", "velocity", "flow", "x", "y", "length", "av r", "%good",
+                                  "filename", "units"));
+  EXPECT_EQ(table->cell(0, 2), "    121") << "velocity shows no decimals";
+  EXPECT_EQ(table->cell(0, 8), " 37.3");
+  ASSERT_TRUE(table->exportCsv(folder.file("t.csv")));
+  EXPECT_EQ(readWholeText(folder.file("t.csv")),
+            "line,diameter,velocity,flow,x,y,length,av r,%good,filename,units,\n"
+            "  3,   9.25,    121,      7,  1.0,  2.0,  12.50, 0.75, 37.3,a.dtv,um,\n"
+            "Subject ID,S-1\nExam ID,-1\n\n");
+  table->setselection(9, 0, 2, 0);
+  table->columns[0]->visible = 0;  // filename, at the ninth place
+  table->copy();
+  EXPECT_EQ(host.clipboardText, "    121\t      7\t  1.0\t  2.0\t  12.50\t 0.75\t 37.3\r\n");
+}
+
+TEST_F(Results, EachKindHasOneTableUntilItIsClosed) {
+  CResultDoc* first = addResultRow(ResultKind::Diameter, {"a", "um", {1, 2}});
+  EXPECT_EQ(addResultRow(ResultKind::Diameter, {"b", "um", {2, 3}}), first);
+  EXPECT_EQ(first->rowCount(), 2u);
+  EXPECT_EQ(findResultDocument("diameter calculation results"), first);
+  EXPECT_EQ(lastResultDocument(), first);
+  host.answers.push_back(Answer::Cancel);
+  EXPECT_FALSE(app->documents.close(*first));
+  host.answers.push_back(Answer::No);
+  EXPECT_TRUE(app->documents.close(*first));
+  EXPECT_EQ(lastResultDocument(), nullptr);
+  CResultDoc* next = addResultRow(ResultKind::Diameter, {"c", "um", {}});
+  EXPECT_EQ(next->rowCount(), 1u);
+  EXPECT_EQ(next->cell(0, 3), "    0.0") << "what the record lacks counts as 0";
+}
+
+TEST_F(Results, ATableIsSavedAndOpenedAsItWas) {
+  app->subjectId = "S-1";
+  CResultDoc* table = addResultRow(ResultKind::CapillaryMeasurement, kCapillary);
+  table->marker = 7;
+  ASSERT_TRUE(table->onSaveDocument(folder.file("t.rst")));
+  const std::string text = readWholeText(folder.file("t.rst")).value_or("");
+  // 11 columns, the first of a class met for the first time: schema 0 and a name of 10 letters.
+  EXPECT_EQ(text.substr(0, 20), std::string("\x0b\0\xff\xff\0\0\x0a\0"
+                                            "Ccolformat"
+                                            "\x09\0",
+                                            20));
+  auto* opened = dynamic_cast<CResultDoc*>(app->openDocumentFile(folder.file("t.rst")));
+  ASSERT_NE(opened, nullptr);
+  EXPECT_EQ(opened->rows, table->rows);
+  EXPECT_EQ(opened->ncolumns, 11);
+  EXPECT_EQ(opened->marker, 7);
+  EXPECT_EQ(opened->patientId, "S-1");
+  EXPECT_EQ(opened->columnAt(0).title, "line");
+  EXPECT_NE(addResultRow(ResultKind::CapillaryMeasurement, kCapillary), opened) << "a file takes no new rows";
+}
+
+TEST_F(Results, AnOldFileHasNoSubjectAndADamagedOneIsRefused) {
+  const std::string old(
+      "\0\0"
+      "\x02\0\0\0"
+      "\x05\0"
+      "\x01\0"
+      "\x02\0"
+      "\x01"
+      "a"
+      "\x01"
+      "b",
+      16);
+  ASSERT_TRUE(replaceFile(folder.file("old.rst"), std::string_view(old)));
+  auto* opened = dynamic_cast<CResultDoc*>(app->openDocumentFile(folder.file("old.rst")));
+  ASSERT_NE(opened, nullptr);
+  EXPECT_EQ(opened->ncolumns, 2);
+  EXPECT_EQ(opened->marker, 5);
+  EXPECT_EQ(opened->patientId, "");
+  EXPECT_THAT(opened->rows, ElementsAre(ElementsAre("a", "b")));
+  EXPECT_EQ(opened->cell(0, 7), "");
+  for (size_t length = 0; length < old.size(); ++length) {
+    ASSERT_TRUE(replaceFile(folder.file("cut.rst"), std::string_view(old).substr(0, length)));
+    EXPECT_EQ(app->openDocumentFile(folder.file("cut.rst")), nullptr) << length;
+  }
+  const std::string absurd(
+      "\0\0"
+      "\x02\0\0\0"
+      "\x05\0"
+      "\xff\xff\xff\xff\xff\xff",
+      14);  // four thousand million rows
+  ASSERT_TRUE(replaceFile(folder.file("absurd.rst"), std::string_view(absurd)));
+  EXPECT_EQ(app->openDocumentFile(folder.file("absurd.rst")), nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("the file ends too early"));
+}
+
+TEST_F(Results, AnExportThatFailsSaysSoAndLeavesNothing) {
+  CResultDoc* table = addResultRow(ResultKind::Diameter, {"a", "um", {1, 2}});
+  app->documents.activate(*table);
+  host.paths.push_back(folder.file("missing/t.csv"));
+  EXPECT_EQ(routeCommand(app->commandChain(), std::string_view("Export...")), CommandResult::Done);
+  EXPECT_THAT(host.messages.back(), HasSubstr("missing/t.csv"));
+}
+
+TEST_F(Results, PrintsPageByPage) {
+  struct Pages : PrintContext {
+    int linesPerPage() const override { return 5; }
+    int columnsPerLine() const override { return 80; }
+    void beginPage() override { printed += "<"; }
+    void text(int line, int column, const std::string& words) override {
+      printed += std::to_string(line) + "," + std::to_string(column) + " " + words + ";";
+    }
+    void endPage() override { printed += ">"; }
+    std::string printed;
+  } pages;
+  const FixedClock clock(795184889);
+  CResultDoc table;
+  table.setTitle("T");
+  table.addcolumns(std::span(resultTable(ResultKind::Diameter).columns).first(2));
+  for (const char* name : {"a", "b", "c"}) table.addrow({name, "um", {}});
+  table.print(pages);
+  const std::string head = "<0,0 T;1,0 Tuesday, March 14, 1995, 12:41:29;2,0 filename;";
+  EXPECT_EQ(pages.printed,
+            head + "3,0 a;4,0 b;2,20 units;3,20 um;4,20 um;>" + head + "3,0 c;2,20 units;3,20 um;>");
+}
+
+TEST_F(Results, TheViewScrollsToNewRowsUnderAHeadThatStays) {
+  CResultDoc table;
+  table.addcolumns(resultTable(ResultKind::Diameter).columns);
+  auto owned = std::make_unique<CResultView>(table);
+  CResultView& view = *owned;
+  table.addView(std::move(owned));
+  view.setMetrics(10, 20);
+  view.setSize({200, 100});
+  for (int i = 0; i < 10; ++i) table.addrow({"f" + std::to_string(i), "um", {1.0 * i, 2}});
+  EXPECT_EQ(view.contentSize(), (Size{(20 + 6 + 5 + 8) * 10, 11 * 20}));
+  EXPECT_EQ(view.scrollPosition(), (Point{0, 120}));
+  EXPECT_EQ(view.headRect(1), (Rect{200, 0, 260, 20}));
+  EXPECT_EQ(view.cellRect(9, 0), (Rect{0, 80, 200, 100}));
+  const auto hit = view.cellAt({10, 85});
+  ASSERT_TRUE(hit);
+  EXPECT_EQ(hit->row, 9u);
+  EXPECT_FALSE(view.cellAt({10, 5})) << "the head";
+  RecordingCanvas canvas;
+  view.draw(canvas);
+  std::string drawn;
+  for (const std::string& call : canvas.calls) drawn += call;
+  EXPECT_EQ(drawn.find("f5"), std::string::npos) << "it lies under the head";
+  EXPECT_NE(drawn.find("f9"), std::string::npos);
+  EXPECT_NE(drawn.find("filename"), std::string::npos);
+  view.scrollTo({9999, -5});
+  EXPECT_EQ(view.scrollPosition(), (Point{390 - 200, 0}));
+}
+
+}  // namespace
+}  // namespace tarnvisor
