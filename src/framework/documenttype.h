@@ -89,8 +89,8 @@ class DocumentManager {
   friend class DocumentType;
   void opened(CDocument& document);
   void closing(CDocument& document);
+  std::vector<CDocument*> order;  // before the types, whose documents leave it as they go
   std::vector<std::unique_ptr<DocumentType>> registered;
-  std::vector<CDocument*> order;
 };
 
 }  // namespace tarnvisor
