@@ -111,7 +111,8 @@ class HoleFinder {
     for (const uint32_t gap : open) join(parent, 0, gap);
     const std::span<const PixelRun> all(gaps);
     for (size_t i = 0; i < touching.size(); ++i) {
-      const auto [above, here] = touching[i];
+      const size_t above = touching[i].above;
+      const size_t here = touching[i].here;
       const size_t end = i + 1 < touching.size() ? touching[i + 1].here : gaps.size();
       forTouching(all.subspan(above, here - above), all.subspan(here, end - here), [&](size_t a, size_t b) {
         join(parent, static_cast<uint32_t>(above + a), static_cast<uint32_t>(here + b));

@@ -74,7 +74,7 @@ void windowChain(CZZimage& image, const FinderParameters& parameters) {
 }
 
 std::vector<int32_t> apexKernel(const ApexParameters& parameters) {
-  if (parameters.apexw < 0 || parameters.apexw > 2047) return {};
+  if (parameters.apexw < 0 || parameters.apexw > 1023) return {};
   const int32_t h = parameters.apexw / 2;
   const double d = -2.0 * parameters.stddev * parameters.stddev * h * h;
   std::vector<int32_t> kernel;

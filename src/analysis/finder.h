@@ -36,7 +36,7 @@ struct ApexParameters {
 void windowChain(CZZimage& image, const FinderParameters& parameters);
 
 // Kernel cells row by row, (2 * (apexw / 2) + 1) squared: trunc(gpeak - ggain * exp(-distance^2 / ..)). Empty
-// for an apexw below 0 or above 2047.
+// for an apexw below 0 or above 1023.
 std::vector<int32_t> apexKernel(const ApexParameters& parameters);
 // False, with nothing changed, without a kernel or on an image that can't be filtered.
 bool apexFilter(CZZimage& image, const ApexParameters& parameters);

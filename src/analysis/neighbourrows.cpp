@@ -39,8 +39,14 @@ bool filterByNeighbours(CZZimage& image, const std::function<RowFilter()>& makeF
   if (!isFilterable(image)) return false;
   const int32_t width = image.width;
   const int32_t height = image.height;
-  const int32_t pieces = std::clamp(height / 128, 1, parallelThreads());
+  // A smaller piece is done before a second thread has started.
+  constexpr int64_t kPiecePixels = 2'000'000;
+  const int64_t worthwhile = std::min<int64_t>(int64_t{width} * height / kPiecePixels, height / 8);
+  const int32_t pieces = static_cast<int32_t>(std::clamp<int64_t>(worthwhile, 1, parallelThreads()));
   const auto edge = [&](int32_t piece) { return static_cast<int32_t>(int64_t{height} * piece / pieces); };
+  std::vector<RowRing> rings;
+  for (int32_t piece = 0; piece < pieces; ++piece)
+    if (!rings.emplace_back(width).valid()) return false;
   std::vector<Seam> seams(static_cast<size_t>(pieces));
   for (int32_t piece = 1; piece < pieces; ++piece) {
     const uint8_t* below = image.row(edge(piece));
@@ -51,7 +57,7 @@ bool filterByNeighbours(CZZimage& image, const std::function<RowFilter()>& makeF
     const int32_t begin = edge(piece);
     const int32_t end = edge(piece + 1);
     const RowFilter filter = makeFilter();
-    RowRing ring(width);
+    RowRing& ring = rings[static_cast<size_t>(piece)];
     ring.load(begin - 1, piece > 0 ? seams[static_cast<size_t>(piece)].above.data() : image.row(begin));
     ring.load(begin, image.row(begin));
     for (int32_t y = begin; y < end; ++y) {

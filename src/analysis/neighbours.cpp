@@ -2,12 +2,12 @@
 // With edge pixels repeated outside the image they need no case for the edges: a repeated pixel is already in
 // the clipped square or window, and a difference to it is 0 or one-sided.
 #include <memory>
+#include <vector>
 
 #include "analysis/laplacian.h"
 #include "analysis/lulu.h"
 #include "analysis/windowfilter.h"
 #include "neighbourrows.h"
-#include "paddedplane.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "neighbours.cpp"
@@ -128,11 +128,13 @@ HWY_EXPORT(laplacianRow);
 }  // namespace
 
 bool min3x3(CZZimage& image) {
+  static constexpr size_t kMargin = 64;  // a vector
   return filterByNeighbours(image, [&] {
-    const auto between = std::make_shared<PaddedPlane>(image.width, 1, 1, 0);
+    const auto between =
+        std::make_shared<std::vector<uint8_t>>(static_cast<size_t>(image.width) + 2 * kMargin);
     return [between](const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
                      int32_t width) {
-      HWY_DYNAMIC_DISPATCH(minimumRow)(above, here, below, between->row(0), out, width);
+      HWY_DYNAMIC_DISPATCH(minimumRow)(above, here, below, between->data() + kMargin, out, width);
     };
   });
 }

@@ -254,6 +254,20 @@ TEST_F(Filters, neighbourFiltersEqualTheirPlainTwins) {
     }
 }
 
+TEST_F(Filters, piecesOfALargeImageJoinWithoutSeams) {
+  const Picture p = plain::noise(701, 9000, 12);
+  CZZimage one, three;
+  plain::load(one, p);
+  plain::load(three, p);
+  for (CZZimage* i : {&one, &three}) {
+    setParallelThreads(i == &one ? 1 : 3);
+    ASSERT_TRUE(lowerLulu(*i) && filter3x3(*i, kLaplacianKernel, -0.5, 90) && modifiedLaplacian(*i) &&
+                min3x3(*i));
+  }
+  setParallelThreads(0);
+  EXPECT_TRUE(plain::unload(one) == plain::unload(three));
+}
+
 TEST_F(Filters, luluRemovesASinglePeakAndKeepsACorner) {
   Picture p = plain::flat(5, 5, 10);
   p.at(2, 2) = p.at(0, 0) = 90;

@@ -1,10 +1,15 @@
 // The capillary finder: regions against a segmentation by single flood fills, thresholds and circles by hand,
 // and the whole road on a picture with known capillaries.
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "analysis/darkregions.h"
 #include "analysis/finder.h"
 #include "plain.h"
+#include "settings/log.h"
 
 namespace tarnvisor {
 namespace {
@@ -181,7 +186,6 @@ TEST(Findcaps, findsTheSpotsOfAnUnevenlyLitImageAtFullImagePositions) {
   CZZimage image;
   plain::load(image, spots(centres, 430, 310, 11));
   image.xOrigin = 1000;
-  const CZZimage empty;
   FoundCapillaries found = findcaps(image, Rect{1020, 10, 1420, 300}, {}, {});
   EXPECT_EQ(found.width, 400);
   EXPECT_EQ(found.height, 290);
@@ -211,6 +215,24 @@ TEST(Findcaps, runsTheChainTwiceAndStretchesBetween) {
   steps.binarise(isodata(steps).threshold, 0, 255);
   plain::segmentBinary(steps, 100, 5000, 1000);
   EXPECT_EQ(plain::unload(whole), plain::unload(steps));
+}
+
+TEST(Findcaps, logsItsTime) {
+  const auto path = std::filesystem::temp_directory_path() / ("findcaps" + std::to_string(getpid()) + ".log");
+  setLogFile(path.string());
+  setLogging(true);
+  CZZimage image;
+  plain::load(image, plain::flat(20, 20, 90));
+  findcaps(image, Rect{}, {}, {});
+  setLogging(false);
+  setLogFile("zz.log");
+  std::ifstream file(path);
+  std::string line;
+  while (std::getline(file, line) && line.rfind("findcaps=", 0) != 0) {
+  }
+  EXPECT_EQ(line.substr(0, 11), "findcaps=0.");
+  EXPECT_EQ(line.substr(line.size() - 4), "secs");
+  std::filesystem::remove(path);
 }
 
 TEST(Findcaps, doesNothingOnAnEmptyArea) {
