@@ -13,8 +13,15 @@ struct Point {
   friend bool operator==(const Point&, const Point&) = default;
 };
 
-inline Point operator+(Point a, Point b) { return {a.x + b.x, a.y + b.y}; }
-inline Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y}; }
+// Coordinates of a damaged file may be anything: sums wrap instead of overflowing.
+inline int32_t wrapAdd(int32_t a, int32_t b) {
+  return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+inline int32_t wrapSub(int32_t a, int32_t b) {
+  return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+}
+inline Point operator+(Point a, Point b) { return {wrapAdd(a.x, b.x), wrapAdd(a.y, b.y)}; }
+inline Point operator-(Point a, Point b) { return {wrapSub(a.x, b.x), wrapSub(a.y, b.y)}; }
 
 struct Size {
   int32_t width = 0;
@@ -29,13 +36,8 @@ struct Rect {
   int32_t bottom = 0;
   friend bool operator==(const Rect&, const Rect&) = default;
 
-  // Sides wrap instead of overflowing, so that a damaged file's rectangle can be asked for its size.
-  int32_t width() const {
-    return static_cast<int32_t>(static_cast<uint32_t>(right) - static_cast<uint32_t>(left));
-  }
-  int32_t height() const {
-    return static_cast<int32_t>(static_cast<uint32_t>(bottom) - static_cast<uint32_t>(top));
-  }
+  int32_t width() const { return wrapSub(right, left); }
+  int32_t height() const { return wrapSub(bottom, top); }
   bool isEmpty() const { return right <= left || bottom <= top; }
   bool isZero() const { return left == 0 && top == 0 && right == 0 && bottom == 0; }
   bool contains(Point p) const { return p.x >= left && p.x < right && p.y >= top && p.y < bottom; }
@@ -49,8 +51,12 @@ struct Rect {
                  std::min(bottom, o.bottom)};
     return r.isEmpty() ? Rect{} : r;
   }
-  Rect offsetBy(int32_t dx, int32_t dy) const { return {left + dx, top + dy, right + dx, bottom + dy}; }
-  Rect inflatedBy(int32_t n) const { return {left - n, top - n, right + n, bottom + n}; }
+  Rect offsetBy(int32_t dx, int32_t dy) const {
+    return {wrapAdd(left, dx), wrapAdd(top, dy), wrapAdd(right, dx), wrapAdd(bottom, dy)};
+  }
+  Rect inflatedBy(int32_t n) const {
+    return {wrapSub(left, n), wrapSub(top, n), wrapAdd(right, n), wrapAdd(bottom, n)};
+  }
   Point topLeft() const { return {left, top}; }
 };
 

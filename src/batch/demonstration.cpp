@@ -21,6 +21,7 @@ namespace {
 constexpr const char* kSubject = "DEMO-1";
 constexpr const char* kSite = "left ring finger";
 constexpr const char* kTruthFile = "truth.csv";
+constexpr const char* kRawFolder = "stills/";  // below the exam's folder; documents get copies beside them
 
 struct DemonstrationStill {
   const char* file;
@@ -75,7 +76,8 @@ std::string drawStills(const std::string& folder) {
   for (const DemonstrationStill& still : kStills) {
     NailfoldTruth truth;
     const auto image = renderNailfold(still.make(1), truth);
-    if (!image || !image->save(folder + still.file)) return folder + still.file + " can't be written";
+    const std::string path = folder + kRawFolder + still.file;
+    if (!image || !makeFolderPath(folderOf(path)) || !image->save(path)) return path + " can't be written";
     truthLines += format("%s,%zu,%s\n", still.file, truth.capillaries.size(), still.about);
   }
   const Outcome done = replaceFile(folder + kTruthFile, std::string_view(truthLines));
@@ -119,7 +121,7 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
     return result.ok;
   };
   for (const KnownStill& still : readTruth(folder + kTruthFile)) {
-    if (!must("open", {folder + still.file})) return 1;
+    if (!must("open", {folder + kRawFolder + still.file})) return 1;
     auto* document = dynamic_cast<ZBasicDoc*>(app.documents.active());
     document->magx = document->magy = 1.0;  // the simulated finger is drawn at one micrometre a pixel
     document->calibrated = 1;

@@ -4,10 +4,17 @@
 
 namespace tarnvisor {
 
-std::string plainCommandText(std::string_view menuText) {
+namespace {
+std::string withoutUnderline(std::string_view menuText) {
   std::string plain;
   for (const char c : menuText.substr(0, menuText.find('\t')))
     if (c != '&') plain += c;
+  return plain;
+}
+}  // namespace
+
+std::string plainCommandText(std::string_view menuText) {
+  std::string plain = withoutUnderline(menuText);
   while (!plain.empty() && (plain.back() == '.' || plain.back() == ' ')) plain.pop_back();
   return plain;
 }
@@ -25,6 +32,10 @@ const CommandRow* CommandTableBase::find(int32_t id) const {
 
 const CommandRow* CommandTableBase::find(std::string_view text) const {
   if (plainCommandText(text).empty()) return nullptr;
+  // Trailing dots tell "Grid..." from "Grid"; without such a pair they don't matter.
+  for (const CommandTableBase* table = this; table; table = table->base)
+    for (const CommandRow& row : table->all)
+      if (equalIgnoringCase(withoutUnderline(row.text), text)) return &row;
   for (const CommandTableBase* table = this; table; table = table->base)
     for (const CommandRow& row : table->all)
       if (sameCommandText(row.text, text)) return &row;

@@ -80,6 +80,8 @@ bool CDocument::storeTo(const std::string& path) {
     done = file.commit();
   } catch (const ArchiveException& problem) {
     done = Outcome::failure(problem.what());
+  } catch (const std::bad_alloc&) {
+    done = Outcome::failure("there is not enough memory");
   }
   if (!done) {
     report(format("%s could not be saved: %s", path.c_str(), done.why().c_str()));

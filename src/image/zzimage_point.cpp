@@ -106,7 +106,8 @@ void CZZimage::threshold(const Rect& rect, int32_t t) {
 void CZZimage::stretch(const Rect& rect) {
   int32_t low = 0, high = 0;
   statistics(rect, nullptr, &low, &high);
-  if ((low == 0 && high == 255) || high == 0) return;
+  // A flat area has nothing to stretch.
+  if ((low == 0 && high == 255) || high <= low) return;
   const double a = 255.0 / (high - low);
   linear(rect, a, -low * a);
 }

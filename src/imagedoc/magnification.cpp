@@ -1,6 +1,5 @@
 #include "imagedoc/magnification.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 #include "base/clock.h"
@@ -40,9 +39,7 @@ int32_t findSection(int32_t index) {
   if (index < 0 || index >= magnificationCount()) problem = "bad index >= nmags";
   if (index >= MAXMAGS) problem = "bad index >= MAXMAGS";
   int32_t live = 0;
-  // Numbers from nextmag on were never given out; there is no use in looking further.
-  const int32_t end = std::min(settings.getInt("settings", "nextmag", 0), MAXMAGS);
-  for (int32_t number = 0; !problem && number < end; ++number)
+  for (int32_t number = 0; !problem && number < MAXMAGS; ++number)
     if (settings.getInt(sectionOf(number), "valid", 0) != 0 && live++ == index) return number;
   logPrintf("not found:%s\n", problem ? problem : "");
   return -1;

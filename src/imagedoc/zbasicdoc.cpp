@@ -46,7 +46,7 @@ int32_t ZBasicDoc::addPointToDimension(int32_t index, Point point) {
     const Point first = dimension.points.front();
     const auto push = [](int32_t from, int32_t to) {
       if (std::abs(static_cast<int64_t>(to) - from) >= kSmallest) return to;
-      return to < from ? from - kSmallest : from + kSmallest;
+      return to < from ? wrapSub(from, kSmallest) : wrapAdd(from, kSmallest);
     };
     point = {push(first.x, point.x), push(first.y, point.y)};
   }
@@ -93,6 +93,7 @@ bool ZBasicDoc::importDimensions(const std::string& path) {
     if (!(file >> x >> y)) {
       report(format("%s ends after %lld of %lld points.", path.c_str(), static_cast<long long>(i - 1),
                     static_cast<long long>(count)));
+      updateAllViews();
       return false;
     }
     const int32_t index = addDimension({truncated(x), truncated(y)}, 0);
@@ -114,7 +115,8 @@ bool ZBasicDoc::copyFrom(ZBasicDoc& other) {
     deleteContents();
     Archive load(memory, Archive::Direction::Loading);
     serialize(load);
-  } catch (const ArchiveException& problem) {
+  } catch (const std::exception& problem) {  // damaged or without memory: nothing half copied stays
+    deleteContents();
     report(format("%s can't be copied: %s.", other.title().c_str(), problem.what()));
     return false;
   }
@@ -125,6 +127,7 @@ bool ZBasicDoc::copyFrom(ZBasicDoc& other) {
       report(other.title() + " can't be copied: there is not enough memory.");
       return false;
     }
+    image->blackZero = zeroasblack;
   }
   imagedirty = 1;
   imagefile.clear();
@@ -175,9 +178,9 @@ void ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t da
 }
 
 Rect ZBasicDoc::roiOrWhole() const {
-  if (!roi.isEmpty()) return roi;
   const CZZimage* shown = theImage();
-  return shown ? Rect{0, 0, shown->width, shown->frameHeight()} : Rect{};
+  if (!shown || (!roi.isEmpty() && !shown->isField())) return roi;
+  return shown->clipToImage(roi).offsetBy(shown->xOrigin, shown->yOrigin);
 }
 
 void ZBasicDoc::makeRoiCircular() {
@@ -187,9 +190,9 @@ void ZBasicDoc::makeRoiCircular() {
     return;
   }
   roicircle = {0, 0, 1, 1};
-  const Point centre{roi.left + roi.width() / 2, roi.top + roi.height() / 2};
+  const Point centre = roi.topLeft() + Point{roi.width() / 2, roi.height() / 2};
   const int32_t half = std::min(roi.width(), roi.height()) / 2;
-  roi = {centre.x - half, centre.y - half, centre.x + half, centre.y + half};
+  roi = Rect{centre.x, centre.y, centre.x, centre.y}.inflatedBy(half);
 }
 
 double ZBasicDoc::roiArea() const {
@@ -207,8 +210,10 @@ std::string ZBasicDoc::roiText() const {
 
 // --- processing steps
 
-void ZBasicDoc::saveUndoCopy() {
-  if (theImage() && undoimage) (void)undoimage->copyImage(*theImage());
+bool ZBasicDoc::saveUndoCopy() {
+  if (!theImage() || !undoimage || undoimage->copyImage(*theImage())) return true;
+  report("There is not enough memory.");
+  return false;
 }
 
 std::unique_ptr<CZZchildimage> ZBasicDoc::roiChild() { return theImage()->makeChild(roi); }

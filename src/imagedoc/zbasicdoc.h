@@ -58,8 +58,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   // image. On failure the image stays and the user is told, unless silent.
   bool loadImage(const std::string& path, const Rect& rect = {});
   bool saveImage(const std::string& path, const Rect& rect = {});
-  // Makes a file of pixels this document's image without taking the file over: it is referred to, and a later
-  // save never writes over it.
+  // Makes a file of pixels this document's image without taking the file over: the first save copies it, and
+  // none writes over it.
   bool adoptImageFile(const std::string& path);
   // Where imagefile lies: a bare name lies in the document's folder.
   std::string imagePath() const;
@@ -96,6 +96,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   void setScale(double x, double y, const std::string& name, int64_t date, bool asDefault, bool addToTable);
 
   // --- region of interest
+  // What measures count in: the ROI, or the whole image. In rows of this image, where marks lie, so that a
+  // field's ROI counts half its frame rows.
   Rect roiOrWhole() const;
   bool hasCircularRoi() const { return !roicircle.isZero(); }
   void makeRoiCircular();  // toggles
@@ -103,7 +105,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   std::string roiText() const;
 
   // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
-  void saveUndoCopy();
+  bool saveUndoCopy();  // false, and the user told, without memory
   std::unique_ptr<CZZchildimage> roiChild();
   void finishStep(const std::string& text);  // adds the ROI text, marks all as changed, refreshes
   void appendNotes(const std::string& text) { notes += text; }
@@ -164,7 +166,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   std::string pixelFileFor(const std::string& documentPath, const std::string& wanted) const;
   bool copyAdoptedFile(const std::string& from, const std::string& documentPath, PixelSave& saved);
   void rememberImageFile(const std::string& full, const std::string& documentPath);
-  void shiftForTrim(const Point& corner, PixelSave& saved);
+  void cutToTrim(const PixelSave& saved);
 
   // --- commands (zbasicdoc_commands.cpp)
   void clearAllDimensions();
@@ -214,6 +216,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   void editDustMask();
   bool editsDustMask() const { return currentlist == kDustList; }
   void removeSingleDustMark();
+  bool canRemoveDustMark() const { return isGreyImage() && hasRoi(); }
 
   // --- scale and grid (zbasicdoc_scale.cpp)
   void magnificationCommand();
@@ -263,6 +266,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   void runFinder(CZZimage& working, const Rect& rect);
   template <class Points>
   void addMinima(const Points& points, bool labelled);
+  void discard();
   bool isGreyImage() const { return hasImage() && theImage()->colourset == kGrey; }
   // The filters work on one byte a pixel.
   bool canFilter() const { return hasImage() && theImage()->colourset != kColour; }

@@ -6,6 +6,7 @@
 #include "analysis/minima.h"
 #include "app/processstate.h"
 #include "base/text.h"
+#include "framework/documenttype.h"
 #include "host/host.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/texts.h"
@@ -68,8 +69,7 @@ void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
 bool ZBasicDoc::countCapillaries() {
   if (!hasImage()) return false;
   const WaitScope wait;
-  const Rect whole{0, 0, theImage()->width, theImage()->height};
-  const Rect area = roi.isEmpty() ? whole : roi;
+  const Rect area = roiOrWhole();
   const int32_t marked = currentDims().countIn(area, hasCircularRoi());
   if (marked > 0) {
     reportDensity(marked, area.width(), area.height());
@@ -90,9 +90,16 @@ void ZBasicDoc::findCapillaries() {
   if (countCapillaries()) host().messages.show(resultText);
 }
 
+// Closes a window of a command that could not be carried out.
+void ZBasicDoc::discard() {
+  report("There is not enough memory.");
+  type()->discard(*this);
+}
+
 void ZBasicDoc::thresholdCapillaries() {
   ZBasicDoc* copy = duplicate("-threshold");
-  if (!copy || !makeGrey(*copy->theImage())) return;
+  if (!copy) return;
+  if (!makeGrey(*copy->theImage())) return copy->discard();
   const WaitScope wait;
   copy->runFinder(*copy->theImage(), roi);
   copy->imagedirty = 1;
@@ -102,7 +109,8 @@ void ZBasicDoc::thresholdCapillaries() {
 
 void ZBasicDoc::thresholdPreprocessCheck() {
   ZBasicDoc* copy = duplicate("-preprocess");
-  if (!copy || !makeGrey(*copy->theImage())) return;
+  if (!copy) return;
+  if (!makeGrey(*copy->theImage())) return copy->discard();
   const WaitScope wait;
   copy->roi = roi;
   copy->roicircle = roicircle;
@@ -136,7 +144,7 @@ void ZBasicDoc::processing() {
 
 void ZBasicDoc::apexFilterCommand() {
   const WaitScope wait;
-  saveUndoCopy();
+  if (!saveUndoCopy()) return;
   (void)apexFilter(*roiChild(), readApexSettings());
   finishStep("filter apex ");
 }
@@ -145,7 +153,7 @@ void ZBasicDoc::find8Regions() {
   ZBasicDoc* copy = duplicate("-8region");
   if (!copy) return;
   const WaitScope wait;
-  if (!regionsByLevel(*theImage(), *copy->theImage())) report("There is not enough memory.");
+  if (!regionsByLevel(*theImage(), *copy->theImage())) return copy->discard();
   copy->appendNotes("find 8 regions\r\n");
   copy->setModified();
   copy->updateAllViews();
@@ -193,10 +201,13 @@ void ZBasicDoc::minimaWithinTolerance() {
 
 void ZBasicDoc::walkToMinima() {
   Point start;
-  Form form("Walk to minima");
-  form.add("start at x=", start.x, {0, theImage()->width - 1.0, {}});
-  form.add("start at y=", start.y, {0, theImage()->height - 1.0, {}});
-  if (!process.quietMode && !host().forms.run(form)) return;
+  const auto ask = [](const char* label, int32_t& value, int32_t end) {
+    Form form("Walk to minima");
+    form.add(label, value, {0, end - 1.0, {}});
+    if (!process.quietMode) (void)host().forms.run(form);
+  };
+  ask("start at x=", start.x, theImage()->width);
+  ask("start at y=", start.y, theImage()->height);
   ZBasicDoc* copy = duplicate("-walk2min");
   if (!copy) return;
   const WaitScope wait;

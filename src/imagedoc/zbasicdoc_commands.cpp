@@ -44,7 +44,8 @@ const CommandTableBase* ZBasicDoc::commands() const {
           {cmd::SaveDustMask, "&Save Dust Mask", &D::saveDustMask},
           {cmd::LoadDustMask, "&Load dust mask", &D::loadDustMaskCommand},
           {cmd::EditDustMask, "&Edit dust mask", &D::editDustMask, nullptr, &D::editsDustMask},
-          {cmd::RemoveSingleDustMark, "&Remove single dust mark", &D::removeSingleDustMark, &D::isGreyImage},
+          {cmd::RemoveSingleDustMark, "&Remove single dust mark", &D::removeSingleDustMark,
+           &D::canRemoveDustMark},
           {cmd::MakeRoiCircular, "&Make ROI circular", &D::toggleCircularRoi, &D::hasRoi, &D::hasCircularRoi},
           {cmd::PaletteGreylevel, "&Greylevel", &D::paletteCommand<0>, &D::hasImage, &D::hasPalette<0>},
           {cmd::PaletteColour, "&Colour", &D::paletteCommand<1>, &D::hasImage, &D::hasPalette<1>},
@@ -60,7 +61,7 @@ const CommandTableBase* ZBasicDoc::commands() const {
           {cmd::CalibrateMagnification, "&Calibrate magnification...", &D::calibrateCommand},
           {cmd::Units, "&Units...", &D::unitsCommand},
           {cmd::Grid, "&Grid", &D::gridCommand, nullptr, &D::showsGrid},
-          {cmd::GridSettings, "G&rid Settings...", &D::gridSettingsCommand},
+          {cmd::GridSettings, "G&rid...", &D::gridSettingsCommand},
           {cmd::Equalise, "&Equalise", &D::equalise, &D::canFilter},
           {cmd::Negative, "&Negative", &D::negative, &D::canFilter},
           {cmd::HighPassFilter, "&High pass filter", &D::highPass, &D::canFilter},
@@ -152,6 +153,7 @@ void ZBasicDoc::importDimensionsCommand() {
 
 void ZBasicDoc::undo() {
   std::swap(image, undoimage);
+  image->blackZero = zeroasblack;
   setColourset(colourset);
   appendNotes("undo\r\n");
   imagedirty = 1;
@@ -163,7 +165,7 @@ void ZBasicDoc::duplicateCommand() { (void)duplicate("-copy"); }
 
 void ZBasicDoc::convertToGrey() {
   const WaitScope wait;
-  saveUndoCopy();
+  if (!saveUndoCopy()) return;
   if (!theImage()->convertToGrey()) {
     report("There is not enough memory.");
     return;
@@ -191,9 +193,10 @@ void ZBasicDoc::autoAdjustDisplay() {
 // apart.
 void ZBasicDoc::moveDisplayLimits(int32_t white, int32_t black) {
   constexpr int32_t kApart = 10;
-  adjustpallight =
-      std::clamp(adjustpallight + white, adjustpaldark + kApart, std::max(255, adjustpaldark + kApart));
-  adjustpaldark = std::clamp(adjustpaldark + black, 1, std::max(1, adjustpallight - kApart));
+  adjustpaldark = std::clamp(adjustpaldark, 1, 255 - kApart);
+  adjustpallight = std::clamp(adjustpallight, adjustpaldark + kApart, 255);
+  adjustpallight = std::clamp(adjustpallight + white, adjustpaldark + kApart, 255);
+  adjustpaldark = std::clamp(adjustpaldark + black, 1, adjustpallight - kApart);
   theImage()->setPalette(-1);
   updateAllViews();
 }
@@ -216,8 +219,10 @@ void ZBasicDoc::importCommand() {
     (void)adoptImageFile(*path);
     return;
   }
-  saveUndoCopy();
+  CZZimage before;
+  if (hasImage() && !before.copyImage(*theImage())) return report("There is not enough memory.");
   if (!loadImage(*path)) return;
+  (void)undoimage->copyImage(before);
   imagedirty = 1;
   setModified();
 }

@@ -44,20 +44,18 @@ bool ZBasicDoc::loadDustMask(const std::string& path) {
 // Repairs every mark in the image.
 void ZBasicDoc::removeDust() {
   if (!isGreyImage() || !fileExists(dustMaskPath()) || !loadDustMask(dustMaskPath())) return;
-  bool any = false;
   for (const auto& mark : dimlists[kDustList].items) {
     const Rect bounds = boundsOf(*mark);
     if (bounds.isEmpty()) continue;  // an empty rectangle would mean the whole image
     theImage()->flattenFromEdges(bounds);
-    any = true;
   }
-  if (!any) return;
   appendNotes(text::kRemoveDust + roiText());
   setModified();
   updateAllViews();
 }
 
 void ZBasicDoc::useDustMask() {
+  if (!saveUndoCopy()) return;
   process.dustMaskEnabled = !process.dustMaskEnabled;
   settings.setInt("settings", "dustmask", process.dustMaskEnabled);
   if (process.dustMaskEnabled) {
@@ -95,7 +93,7 @@ void ZBasicDoc::editDustMask() {
 }
 
 void ZBasicDoc::removeSingleDustMark() {
-  saveUndoCopy();
+  if (!saveUndoCopy()) return;
   theImage()->flattenFromEdges(roi);
   finishStep(text::kRemoveDust);
 }

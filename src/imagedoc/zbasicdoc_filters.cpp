@@ -22,7 +22,7 @@ namespace tarnvisor {
 template <class Filter>
 void ZBasicDoc::processRoi(const std::string& stepText, Filter filter) {
   const WaitScope wait;
-  saveUndoCopy();
+  if (!saveUndoCopy()) return;
   const auto child = roiChild();
   filter(*child);
   finishStep(stepText);
@@ -128,10 +128,11 @@ void ZBasicDoc::min3x3() {
 }
 
 void ZBasicDoc::adjust() {
-  saveUndoCopy();
   const auto child = roiChild();
-  CZZimage before;
-  if (child->empty() || !before.copyImage(*child)) return;
+  auto original = std::make_unique<CZZimage>();
+  if (child->empty()) return;
+  if (!original->copyImage(*theImage())) return report("There is not enough memory.");
+  const auto before = original->makeChild(roi);
   const double mean = child->meanLevel({});
   const auto start = static_cast<int32_t>(256 - mean);
   int32_t gainPosition = 20;
@@ -142,7 +143,7 @@ void ZBasicDoc::adjust() {
   const auto apply = [&] {
     gain = 0.1 * std::pow(10.0, (40 - gainPosition) * 0.05);
     offset = (1 - gain) * mean + (start - brightnessPosition);
-    (void)child->copyPixels(before);
+    (void)child->copyPixels(*before);
     child->linear({}, gain, offset);
     updateAllViews();
   };
@@ -151,11 +152,12 @@ void ZBasicDoc::adjust() {
       .add("brightness", brightnessPosition, {0, 256, {}})
       .setOnChange(apply);
   if (!process.quietMode && !host().forms.run(form)) {
-    (void)child->copyPixels(before);
+    (void)child->copyPixels(*before);
     updateAllViews();
     return;
   }
   apply();
+  undoimage = std::move(original);
   finishStep(format(text::kGainAndOffset, gain, offset));
 }
 
@@ -169,12 +171,12 @@ void ZBasicDoc::subtractImage() {
     return;
   }
   CZZimage& mine = *theImage();
-  if (other.width != mine.width || other.height != mine.height || other.colourset != mine.colourset) {
+  if (other.width != mine.width || other.height != mine.height || other.bytesPerPixel != mine.bytesPerPixel) {
     report("The images differ in size or kind.");
     return;
   }
   const WaitScope wait;
-  saveUndoCopy();
+  if (!saveUndoCopy()) return;
   mine.subtract(other, 0);
   appendNotes(" subracted " + fileNameOf(*path) + text::kLineEnd);
   imagedirty = 1;
@@ -184,7 +186,7 @@ void ZBasicDoc::subtractImage() {
 
 void ZBasicDoc::bin() {
   const WaitScope wait;
-  saveUndoCopy();
+  if (!saveUndoCopy()) return;
   if (!image->halve(*undoimage)) {
     report("The image can't be made smaller.");
     return;
@@ -197,12 +199,13 @@ void ZBasicDoc::bin() {
 
 void ZBasicDoc::threshold() {
   int32_t level = settings.getInt("settings", "simpleimagethreshold", 128);
-  saveUndoCopy();
   const auto child = roiChild();
-  CZZimage before;
-  if (child->empty() || !before.copyImage(*child)) return;
+  auto original = std::make_unique<CZZimage>();
+  if (child->empty()) return;
+  if (!original->copyImage(*theImage())) return report("There is not enough memory.");
+  const auto before = original->makeChild(roi);
   const auto apply = [&] {
-    (void)child->copyPixels(before);
+    (void)child->copyPixels(*before);
     child->threshold({}, level);
     updateAllViews();
   };
@@ -210,13 +213,14 @@ void ZBasicDoc::threshold() {
   form.add("threshold", level, {0, 255, {}}).setOnChange(apply);
   if (!process.quietMode) {
     if (!host().forms.run(form)) {
-      (void)child->copyPixels(before);
+      (void)child->copyPixels(*before);
       updateAllViews();
       return;
     }
     settings.setInt("settings", "simpleimagethreshold", level);
   }
   apply();
+  undoimage = std::move(original);
   finishStep(text::kSimpleThreshold);
   setColourset(colourset);
 }

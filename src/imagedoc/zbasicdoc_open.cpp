@@ -109,10 +109,10 @@ bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
     path = *chosen;
     setModified();
   }
-  const bool changed = isModified();
+  const bool changed = isModified();  // the user chose the file, which may then be anybody's
   if (!loadImage(path)) return false;
   rememberImageFile(path, documentPath);
-  ownsImageFile = true;
+  ownsImageFile = !changed;
   imagedirty = 0;
   setModified(changed);
   return true;

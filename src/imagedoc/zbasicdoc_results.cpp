@@ -3,11 +3,14 @@
 #include <array>
 
 #include "imagedoc/zbasicdoc.h"
+#include "measure/tortuosity.h"
 #include "results/resultdoc.h"
+#include "settings/settings.h"
 
 namespace tarnvisor {
 
 void ZBasicDoc::calculateAverage() {
+  tortuositySettings.log = settings.getInt("tortuosity", "log", 0) != 0;
   const Rect area = roiOrWhole();
   const bool circle = hasCircularRoi();
   const Scale s = scale();
@@ -20,7 +23,7 @@ void ZBasicDoc::calculateAverage() {
   if (hasImage()) {
     int32_t minimum = 0;
     int32_t maximum = 0;
-    theImage()->statistics(area, &v[3], &minimum, &maximum);
+    theImage()->statistics(roi, &v[3], &minimum, &maximum);
     v[4] = minimum;
     v[5] = maximum;
   }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -16,34 +17,27 @@ namespace tarnvisor {
 
 // What a save did to the pixels' side, to be undone when the document's own file can't be written.
 struct ZBasicDoc::PixelSave {
-  std::string file;  // the image file written; empty for none
-  std::string kept;  // where the one it replaced is kept meanwhile; empty for none
+  std::string file;     // the image file that the document will name; empty when nothing was written
+  std::string written;  // where its new content waits until the document is written
   std::string oldImagefile;
   int32_t oldDirty = 0;
   bool oldOwns = false;
   bool trimmed = false;
-  Point corner;  // of the trimmed ROI
-  Point oldOrigin;
+  Rect cut;         // the trimmed ROI, in the coordinates of before
+  Point oldOrigin;  // of the image
 
-  void keepPresent() {
-    if (!fileExists(file)) return;
-    kept = file + ".kept";
-    ::unlink(kept.c_str());
-    // A second name for the old bytes: the new file replaces only the first.
-    if (::link(file.c_str(), kept.c_str()) == 0) return;
-    const auto bytes = readWholeFile(file);
-    if (!bytes || !replaceFile(kept, std::span<const uint8_t>(*bytes))) kept.clear();
+  explicit PixelSave(const ZBasicDoc& d)
+      : oldImagefile(d.imagefile), oldDirty(d.imagedirty), oldOwns(d.ownsImageFile) {}
+  void aimAt(const std::string& path) {
+    file = path;
+    const std::string stem = withoutExtension(path);
+    written = stem + "~new." + extensionOf(path);
+    for (int number = 1; fileExists(written); ++number)
+      written = format("%s~new%i.%s", stem.c_str(), number, extensionOf(path).c_str());
   }
-  void forget() {
-    if (!kept.empty()) ::unlink(kept.c_str());
-    kept.clear();
-  }
-  void restore() {
-    if (!kept.empty())
-      std::rename(kept.c_str(), file.c_str());
-    else if (!file.empty())
-      ::unlink(file.c_str());
-    kept.clear();
+  bool finish() const { return file.empty() || std::rename(written.c_str(), file.c_str()) == 0; }
+  void abandon() const {
+    if (!written.empty()) ::unlink(written.c_str());
   }
 };
 
@@ -69,15 +63,17 @@ bool ZBasicDoc::askTrim(bool& trim, bool& cancelled) {
   return !cancelled;
 }
 
-// The pixel file of a document: its own name with the ending of the setting. Only .zzg keeps a mosaic. A file
-// that some other program or person put there is never written over.
+// The pixel file of a document: its own name with the ending of the setting. Only .zzg keeps a mosaic. Only
+// the file that this document wrote before is written over; any other that is there is somebody else's.
 std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::string& wanted) const {
   const std::string extension = theImage()->colourset == kBayer ? ".zzg" : wanted;
   const std::string stem = withoutExtension(documentPath);
   std::string path = stem + extension;
-  if (ownsImageFile) return path;
-  for (int number = 1; fileExists(path); ++number)
+  std::error_code error;
+  for (int number = 1; fileExists(path); ++number) {
+    if (ownsImageFile && std::filesystem::equivalent(path, imagePath(), error)) break;
     path = format("%s-%i%s", stem.c_str(), number, extension.c_str());
+  }
   return path;
 }
 
@@ -86,20 +82,15 @@ void ZBasicDoc::rememberImageFile(const std::string& full, const std::string& do
   imagefile = sameFolder(folderOf(full), folderOf(documentPath)) ? fileNameOf(full) : full;
 }
 
-// A picture from elsewhere comes to lie beside the document that is made around it, byte for byte.
+// A picture that the document was made around comes to lie beside it, byte for byte: from now on the document
+// has a file of its own to write over.
 bool ZBasicDoc::copyAdoptedFile(const std::string& from, const std::string& documentPath, PixelSave& saved) {
-  saved.file = pixelFileFor(documentPath, "." + extensionOf(from));
+  saved.aimAt(pixelFileFor(documentPath, "." + extensionOf(from)));
   const auto bytes = readWholeFile(from);
-  const Outcome copied = bytes ? replaceFile(saved.file, std::span<const uint8_t>(*bytes))
+  const Outcome copied = bytes ? replaceFile(saved.written, std::span<const uint8_t>(*bytes))
                                : Outcome::failure(from + " can't be read");
-  if (!copied) {
-    report(format("%s\n%s", text::kErrorSavingImage, copied.why().c_str()));
-    saved.file.clear();
-    return false;
-  }
-  ownsImageFile = true;
-  rememberImageFile(saved.file, documentPath);
-  return true;
+  if (!copied) report(format("%s\n%s", text::kErrorSavingImage, copied.why().c_str()));
+  return static_cast<bool>(copied);
 }
 
 bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
@@ -107,48 +98,54 @@ bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   if (!askTrim(saved.trimmed, cancelled)) return false;
   const std::string present = imagePath();
   if (!saved.trimmed && !imagedirty && fileExists(present)) {
-    if (!ownsImageFile && !sameFolder(folderOf(present), folderOf(documentPath)))
-      return copyAdoptedFile(present, documentPath, saved);
-    rememberImageFile(present, documentPath);
-    return true;
-  }
-  saved.file = pixelFileFor(documentPath, settings.getString("settings", "imagetype", ".bmp"));
-  saved.keepPresent();
-  if (!saveImage(saved.file, saved.trimmed ? roi : Rect{})) {
-    saved.forget();
-    saved.file.clear();
-    return false;
+    if (ownsImageFile) {
+      rememberImageFile(present, documentPath);
+      return true;
+    }
+    if (!copyAdoptedFile(present, documentPath, saved)) return false;
+  } else {
+    saved.aimAt(pixelFileFor(documentPath, settings.getString("settings", "imagetype", ".bmp")));
+    if (!saveImage(saved.written, saved.trimmed ? roi : Rect{})) return false;
   }
   imagedirty = 0;
   ownsImageFile = true;
   rememberImageFile(saved.file, documentPath);
-  if (saved.trimmed) shiftForTrim(roi.topLeft(), saved);
+  if (!saved.trimmed) return true;
+  saved.cut = roi;
+  saved.oldOrigin = {theImage()->xOrigin, theImage()->yOrigin};
+  move(wrapSub(0, roi.left), wrapSub(0, roi.top));
+  theImage()->xOrigin = theImage()->yOrigin = 0;
   return true;
 }
 
-void ZBasicDoc::shiftForTrim(const Point& corner, PixelSave& saved) {
-  saved.corner = corner;
-  saved.oldOrigin = {theImage()->xOrigin, theImage()->yOrigin};
-  move(-corner.x, -corner.y);
-  theImage()->xOrigin = theImage()->yOrigin = 0;
+// What is in memory becomes what was stored: the part alone.
+void ZBasicDoc::cutToTrim(const PixelSave& saved) {
+  image->xOrigin = saved.oldOrigin.x;
+  image->yOrigin = saved.oldOrigin.y;
+  auto part = std::make_unique<CZZimage>();
+  if (!part->copyFromRect(*image, saved.cut)) return;
+  part->blackZero = image->blackZero;
+  image = std::move(part);
+  undoimage->reset();
+  updateAllViews();
 }
 
 bool ZBasicDoc::onSaveDocument(const std::string& path) {
-  PixelSave saved;
-  saved.oldImagefile = imagefile;
-  saved.oldDirty = imagedirty;
-  saved.oldOwns = ownsImageFile;
-  bool done = true;
-  if (hasImage()) done = savePixels(path, saved);
+  PixelSave saved(*this);
+  bool done = !hasImage() || savePixels(path, saved);
   done = done && CdbDocument::onSaveDocument(path);
+  if (done && !saved.finish()) {
+    report(format("%s\n%s", text::kErrorSavingImage, saved.file.c_str()));
+    done = false;
+  }
   if (done) {
-    saved.forget();
     savedroi = saved.trimmed;
+    if (saved.trimmed) cutToTrim(saved);
     return true;
   }
-  saved.restore();
-  if (saved.trimmed && !saved.file.empty()) {
-    move(saved.corner.x, saved.corner.y);
+  saved.abandon();
+  if (!saved.cut.isEmpty()) {
+    move(saved.cut.left, saved.cut.top);
     theImage()->xOrigin = saved.oldOrigin.x;
     theImage()->yOrigin = saved.oldOrigin.y;
   }

@@ -14,8 +14,9 @@ namespace tarnvisor {
 
 void ZBasicDoc::magnificationCommand() {
   MagnificationDialog dialog(*this);
-  if (dialog.run())
-    setScale(dialog.entry.magx, dialog.entry.magy, dialog.entry.magname, dialog.entry.magdate, false, false);
+  if (!dialog.run()) return;
+  setScale(dialog.entry.magx, dialog.entry.magy, dialog.entry.magname, dialog.entry.magdate, false, false);
+  updateAllViews();
 }
 
 void ZBasicDoc::calibrateCommand() {

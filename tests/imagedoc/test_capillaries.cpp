@@ -63,6 +63,23 @@ TEST_F(Capillaries, AColourStillIsMadeGreyOnTheCopy) {
   EXPECT_EQ(d.theImage()->colourset, kColour);
 }
 
+TEST_F(Capillaries, OfAFieldOrAShiftedImageAreRecountedAsTheyWereFound) {
+  for (const bool field : {true, false}) {
+    ZBasicDoc& d = makeFinger(field ? fieldNailfold() : sparseNailfold());
+    d.theImage()->xOrigin = field ? 0 : 700;
+    for (const bool region : {false, true}) {
+      d.currentDims().removeAll();
+      d.roi = region ? Rect{800, 300, 1200, 800} : Rect{};
+      run("Find Capillaries");
+      const std::string found = d.resultText;
+      const int32_t marks = d.currentDims().size();
+      run("Find Capillaries");
+      EXPECT_EQ(d.currentDims().size(), marks);
+      EXPECT_EQ(d.resultText, found) << field << region;
+    }
+  }
+}
+
 TEST_F(Capillaries, NothingFoundLeavesThePreviousText) {
   ZBasicDoc& d = makeImage(300, 300);
   d.theImage()->fill(90);
@@ -149,7 +166,8 @@ TEST_F(ImageDocTest, RegionsAndWalksOpenWindowsOfTheirOwn) {
   EXPECT_THAT(image()->notes, EndsWith("find 8 regions\r\n"));
   app->documents.activate(d);
   d.theImage()->fill(50);
-  host.fill({{"start at x=", "4"}, {"start at y=", "4"}});
+  host.fill({{"start at x=", "4"}});
+  host.fill({{"start at y=", "4"}});
   run("Walk to minima");
   EXPECT_EQ(image()->title(), "f-walk2min");
   EXPECT_THAT(image()->notes, ::testing::ContainsRegex("walk2minima8 from \\(4,4\\) took [0-9]+ steps\r\n$"));

@@ -97,6 +97,13 @@ TEST_F(ImageDocTest, CancelAbandonsAFilterAndQuietModeAsksNothing) {
   EXPECT_EQ(d.notes, "High pass (51x51)\r\n");
 }
 
+TEST_F(ImageDocTest, EqualiseOfAFlatAreaChangesNoPixel) {
+  ZBasicDoc& d = makeImage(20, 20);
+  d.theImage()->fill(100);
+  run("Equalise");
+  EXPECT_EQ(d.theImage()->countValue(100), 400);
+}
+
 TEST_F(ImageDocTest, AdjustKeepsTheMeanAsTheGainChanges) {
   ZBasicDoc& d = makeImage(50, 50);
   const double mean = d.theImage()->meanLevel({});
@@ -143,6 +150,7 @@ TEST_F(ImageDocTest, SubtractsOnlyAnImageOfEqualSize) {
 TEST_F(ImageDocTest, ConvertToGreyIsForColouredImages) {
   ZBasicDoc& d = makeImage(4, 4);
   EXPECT_FALSE(isEnabled("Convert to grey"));
+  EXPECT_FALSE(isEnabled("Remove single dust mark")) << "without a ROI it would rebuild the whole picture";
   ASSERT_TRUE(d.theImage()->setColourset(kColour));
   EXPECT_TRUE(isEnabled("Convert to grey"));
   EXPECT_FALSE(isEnabled("Blur"));
@@ -338,7 +346,7 @@ TEST_F(ImageDocTest, UnitsAndGridAreKeptInTheSettings) {
   drawing[6] = 10;  // the header counts 16-bit words
   ASSERT_TRUE(replaceFile(folder.file("u.wmf"), std::string_view(drawing + "behind")));
   host.fill({{"Style", "User"}, {"Spacing", "33.5"}, {"Metafile", folder.file("u.wmf")}});
-  run("Grid Settings");
+  run("Grid...");
   EXPECT_EQ(d.gridshow, 1);
   EXPECT_EQ(d.gridmetafile.size(), 20u);
   EXPECT_EQ(settings.getDouble("grid", "grid spacing", 0), 33.5);

@@ -222,25 +222,48 @@ TEST_F(ImageDocTest, APictureFromElsewhereIsNeverWrittenOver) {
   CZZimage shot(10, 6, -1, 0, kColour);
   ASSERT_TRUE(shot.save(folder.file("shot.bmp")));
   const auto original = readWholeFile(folder.file("shot.bmp"));
-  auto* d = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
-  ASSERT_TRUE(d->adoptImageFile(folder.file("shot.bmp")));
-  ASSERT_TRUE(d->onSaveDocument(folder.file("shot.tv1")));
-  EXPECT_EQ(d->imagefile, "shot.bmp") << "unchanged pixels are referred to";
-  d->imagedirty = 1;
-  d->imagefile = folder.file("shot.bmp");
-  auto* other = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
-  ASSERT_TRUE(other->adoptImageFile(folder.file("shot.bmp")));
-  other->imagedirty = 1;
-  ASSERT_TRUE(other->onSaveDocument(folder.file("shot.tv1")));
-  EXPECT_EQ(other->imagefile, "shot-1.bmp");
-  EXPECT_EQ(readWholeFile(folder.file("shot.bmp")), original);
+  const auto adopt = [&] {
+    auto* d = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
+    EXPECT_TRUE(d->adoptImageFile(folder.file("shot.bmp")));
+    return d;
+  };
+  ZBasicDoc* d = adopt();
+  for (int save = 0; save < 3; ++save) {
+    d->imagedirty = save > 0;
+    ASSERT_TRUE(d->onSaveDocument(folder.file("shot.tv1")));
+    d->setPathName(folder.file("shot.tv1"));
+    EXPECT_EQ(d->imagefile, "shot-1.bmp") << save;
+    EXPECT_EQ(readWholeFile(folder.file("shot.bmp")), original) << save;
+  }
+  process.imageTemplate->discard(*d);
+  auto* again = static_cast<ZBasicDoc*>(app->openDocumentFile(folder.file("shot.tv1")));
+  again->imagedirty = 1;
+  ASSERT_TRUE(again->onSaveDocument(folder.file("shot.tv1")));
+  EXPECT_EQ(again->imagefile, "shot-1.bmp") << "its own file is written over";
+  again->imagedirty = 1;
+  ASSERT_TRUE(replaceFile(folder.file("b.bmp"), std::string_view("somebody's")));
+  ASSERT_TRUE(again->onSaveDocument(folder.file("b.tv1")));
+  EXPECT_EQ(readWholeText(folder.file("b.bmp")), "somebody's");
 
   ASSERT_TRUE(makeFolderPath(folder.file("exam")));
-  auto* third = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
-  ASSERT_TRUE(third->adoptImageFile(folder.file("shot.bmp")));
+  ZBasicDoc* third = adopt();
   ASSERT_TRUE(third->onSaveDocument(folder.file("exam/x.tv1")));
   EXPECT_EQ(third->imagefile, "x.bmp");
   EXPECT_EQ(readWholeFile(folder.file("exam/x.bmp")), original) << "it comes along byte for byte";
+}
+
+TEST_F(ImageDocTest, ATrimmedFirstSaveCutsTheImageInMemoryToo) {
+  ZBasicDoc& d = makeImage(40, 30);
+  d.roi = {10, 10, 30, 25};
+  d.silent = 1;
+  for (int save = 0; save < 2; ++save) {
+    ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+    d.setPathName(folder.file("a.tv1"));
+    EXPECT_EQ(d.theImage()->width, 20);
+    EXPECT_EQ(d.roi, (Rect{0, 0, 20, 15}));
+    EXPECT_EQ(d.theImage()->pixelAt(0, 0), (10 * 7 + 10 * 13) % 251);
+  }
+  EXPECT_TRUE(d.undoimage->empty()) << "the whole image would lie wrong under the shifted marks";
 }
 
 TEST_F(ImageDocTest, AFullDiscLosesNothing) {
