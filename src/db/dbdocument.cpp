@@ -6,6 +6,7 @@
 #include "app/basicapp.h"
 #include "archive/archive.h"
 #include "base/files.h"
+#include "base/geometry.h"
 #include "base/text.h"
 #include "settings/log.h"
 #include "settings/settings.h"
@@ -47,7 +48,8 @@ bool CdbDocument::onSaveDocument(const std::string& path) {
 void CdbDocument::serialize(Archive& archive) {
   if (archive.isStoring()) {
     archive.putInt(kStoredVersion);
-    archive.putInt(++saveCount);
+    saveCount = wrapAdd(saveCount, 1);
+    archive.putInt(saveCount);
     archive.writeString(patientId);
     archive.putInt(examIdOfDoc);
     archive.writeString(userLabel);
