@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 
 #include "base/files.h"
@@ -78,7 +79,8 @@ std::string checkSelect(Arguments a) {
   for (const std::string& text : a) {
     double value = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || stop != text.data() + text.size()) return "\"" + text + "\" is not a number";
+    if (error != std::errc() || stop != text.data() + text.size() || !std::isfinite(value))
+      return "\"" + text + "\" is not a number";
   }
   return {};
 }
@@ -131,7 +133,7 @@ std::string Step::where() const { return format("%s:%i", source.c_str(), lineNum
 std::string Step::line() const {
   std::string text = word;
   for (const std::string& argument : args) {
-    const bool plain = !argument.empty() && argument.find_first_of(" \t\"#\\") == std::string::npos;
+    const bool plain = !argument.empty() && argument.find_first_of(" \t\r\"#\\") == std::string::npos;
     text += ' ';
     if (plain) {
       text += argument;
@@ -256,6 +258,22 @@ BatchOptions parseBatchOptions(const std::vector<std::string>& arguments) {
   return options;
 }
 
+namespace {
+
+// The length of the well-formed UTF-8 character that the text begins with; 0 when it begins with none.
+size_t utf8Length(std::string_view text) {
+  const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0; };
+  const int first = byte(0);
+  const size_t length = first < 0xc2 ? 0 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : first < 0xf5 ? 4 : 0;
+  for (size_t i = 1; i < length; ++i)
+    if ((byte(i) & 0xc0) != 0x80) return 0;
+  const bool tooLong = (first == 0xe0 && byte(1) < 0xa0) || (first == 0xf0 && byte(1) < 0x90);
+  const bool noCharacter = (first == 0xed && byte(1) >= 0xa0) || (first == 0xf4 && byte(1) >= 0x90);
+  return tooLong || noCharacter ? 0 : length;
+}
+
+}  // namespace
+
 std::string jsonQuoted(std::string_view text) {
   std::string quoted = "\"";
   for (size_t i = 0; i < text.size(); ++i) {
@@ -269,20 +287,12 @@ std::string jsonQuoted(std::string_view text) {
       quoted += format("\\u%04x", c);
     } else if (c < 0x80) {
       quoted += text[i];
+    } else if (const size_t length = utf8Length(text.substr(i)); length > 0) {
+      quoted += text.substr(i, length);
+      i += length - 1;
     } else {
-      // A well-formed UTF-8 character passes; any other byte is taken as Latin-1.
-      const size_t length = c >= 0xf0 && c < 0xf5 ? 4 : c >= 0xe0 ? 3 : c >= 0xc2 ? 2 : 0;
-      size_t good = 1;
-      while (good < length && i + good < text.size() &&
-             (static_cast<unsigned char>(text[i + good]) & 0xc0) == 0x80)
-        ++good;
-      if (length > 0 && c < 0xf5 && good == length) {
-        quoted += text.substr(i, length);
-        i += length - 1;
-      } else {
-        quoted += static_cast<char>(0xc0 | (c >> 6));
-        quoted += static_cast<char>(0x80 | (c & 0x3f));
-      }
+      quoted += static_cast<char>(0xc0 | (c >> 6));
+      quoted += static_cast<char>(0x80 | (c & 0x3f));
     }
   }
   return quoted + '"';

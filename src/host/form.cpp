@@ -28,12 +28,12 @@ bool parseNumber(const std::string& text, double& value) {
   return *end == '\0' && std::isfinite(value);
 }
 
-std::string outsideWords(const FormField& field) {
-  const Limits& l = field.limits;
-  if (!l.wrong.empty()) return l.wrong;
-  if (std::isinf(l.high)) return format("%s must be at least %g.", field.label.c_str(), l.low);
-  if (std::isinf(l.low)) return format("%s must be at most %g.", field.label.c_str(), l.high);
-  return format("%s must be from %g to %g.", field.label.c_str(), l.low, l.high);
+std::string outsideWords(const FormField& field, double low, double high) {
+  if (!field.limits.wrong.empty()) return field.limits.wrong;
+  const char* label = field.label.c_str();
+  if (std::isinf(high)) return format("%s must be at least %.10g.", label, low);
+  if (std::isinf(low)) return format("%s must be at most %.10g.", label, high);
+  return format("%s must be from %.10g to %.10g.", label, low, high);
 }
 
 }  // namespace
@@ -69,7 +69,7 @@ std::string FormField::take(const std::string& text) const {
   double number = 0;
   if (!parseNumber(text, number)) return format("%s: \"%s\" is not a number.", label.c_str(), text.c_str());
   if (const auto* bound = std::get_if<double*>(&target)) {
-    if (number < limits.low || number > limits.high) return outsideWords(*this);
+    if (number < limits.low || number > limits.high) return outsideWords(*this, limits.low, limits.high);
     **bound = number;
     return {};
   }
@@ -78,7 +78,7 @@ std::string FormField::take(const std::string& text) const {
                       : kind == Kind::Check ? 1
                                             : static_cast<double>(choices.size()) - 1;
   if (number != std::floor(number)) return format("%s must be a whole number.", label.c_str());
-  if (number < low || number > high) return outsideWords(*this);
+  if (number < low || number > high) return outsideWords(*this, low, high);
   *std::get<int32_t*>(target) = static_cast<int32_t>(number);
   return {};
 }

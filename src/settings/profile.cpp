@@ -60,7 +60,7 @@ const std::string& programFolder() { return profileFolder; }
 const std::string& installedFolder() { return programFileFolder; }
 
 bool selectProfile(const std::string& programPath, bool askForDialog, ProfileFace* face) {
-  if (programPath.empty() || programPath.size() >= kMaxPath) return true;  // keys give their defaults
+  if (programPath.empty() || programPath.size() > kMaxPath) return true;  // keys give their defaults
   programFileFolder = folderOf(programPath);
   const std::string name = withoutExtension(fileNameOf(programPath));
   profileFolder = programFileFolder;
@@ -132,7 +132,8 @@ bool ProfileDialog::remove() {
 
 bool ProfileDialog::resetToDefault() {
   if (!fileExists(defPath)) return false;  // there would be nothing to put in its place
-  return moveToBackup(choice) && copyFile(defPath, pathOf(choice));
+  if (fileExists(pathOf(choice)) && !moveToBackup(choice)) return false;
+  return copyFile(defPath, pathOf(choice));
 }
 
 }  // namespace tarnvisor
