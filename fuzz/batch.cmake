@@ -1,0 +1,1 @@
+fuzz_target(script DEPENDS batch_script)
