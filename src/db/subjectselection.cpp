@@ -61,6 +61,11 @@ void SubjectDialog::readDetails() {
   name = row->name;
   surname = row->surname;
   comment = row->comments;
+  if (app.subjectId != id) {
+    // Another subject's exam must not take this one's documents.
+    app.examId = -1;
+    app.examFolder.clear();
+  }
   app.subjectId = id;
   app.subjectName = name + " " + surname;
   refreshExamWindow();

@@ -40,8 +40,7 @@ uint32_t paletteEntries(uint16_t bits, uint32_t coloursUsed) {
 // Whether the bytes are there that reading the pixels takes. Other depths than these four take none.
 bool holdsPixels(const BitmapView& b, int64_t available) {
   if (b.width == 0 || b.height == 0) return true;
-  if (b.bits == 8) return static_cast<int64_t>(b.width) * b.height <= available;
-  if (b.bits != 16 && b.bits != 24 && b.bits != 32) return true;
+  if (b.bits != 8 && b.bits != 16 && b.bits != 24 && b.bits != 32) return true;
   const int64_t lastRow = static_cast<int64_t>(b.width) * b.bits / 8;
   return lastRow <= available && b.height - 1 <= (available - lastRow) / pitchOf(b.bits, b.width);
 }

@@ -62,12 +62,11 @@ int64_t fileSize(const std::string& path) {
   return ::stat(path.c_str(), &facts) == 0 ? static_cast<int64_t>(facts.st_size) : 0;
 }
 
-// A compressed picture may be far larger than its file, but not without bound.
+// A compressed picture may be larger than its file, but not without bound.
 bool isPlausible(const TiffFacts& facts, int64_t bytesInFile) {
-  constexpr int64_t largestRatio = 1024;
   const int64_t pixels = static_cast<int64_t>(facts.width) * facts.height;
   return facts.width > 0 && facts.height > 0 && facts.width <= INT32_MAX / 8 && facts.height <= INT32_MAX &&
-         pixels <= kLoadAllowance + bytesInFile * largestRatio;
+         pixels <= kLoadAllowance + bytesInFile;
 }
 
 uint8_t lowByte(double v) { return static_cast<uint8_t>(truncated(v)); }

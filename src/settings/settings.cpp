@@ -69,7 +69,9 @@ Place findKey(std::string_view text, const std::string& section, const std::stri
   Place place;
   place.start = place.end = text.size();
   bool inside = false;
+  const std::string_view mark = "\xef\xbb\xbf";  // some editors begin a text with it
   eachLine(text, [&](std::string_view line, size_t start, size_t end) {
+    if (start == 0 && line.starts_with(mark)) line.remove_prefix(mark.size());
     if (const auto name = sectionName(line)) {
       if (place.sectionFound) return true;
       inside = place.sectionFound = equalIgnoringCase(*name, section);

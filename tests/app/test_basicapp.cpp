@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -240,6 +241,23 @@ TEST_F(BasicApp, GoesOnWithoutADatabaseThatCannotBeOpened) {
   EXPECT_EQ(app->db, nullptr);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_THAT(host.messages[0], HasSubstr("not a database"));
+}
+
+TEST_F(BasicApp, AReadOnlyDataFolderIsToldAndLosesNothing) {
+  const std::string data = folder.file("data");
+  ASSERT_TRUE(makeFolderPath(data));
+  if (::mount("tmpfs", data.c_str(), "tmpfs", MS_RDONLY, "size=64k") != 0)
+    GTEST_SKIP() << "no right to mount a disc";
+  EXPECT_TRUE(startWithData());
+  EXPECT_EQ(app->db, nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("unable to open database file"));
+  CDocument* document = process.imageTemplate->newDocument();
+  document->setModified();
+  EXPECT_FALSE(document->onSaveDocument(data + "/a.tv1"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("Read-only file system"));
+  EXPECT_TRUE(document->isModified());
+  app.reset();
+  ::umount(data.c_str());
 }
 
 TEST_F(BasicApp, EndsWhenTheFrameCannotBeMade) {

@@ -349,6 +349,7 @@ TEST_F(ImageFiles, filesThatLieAreRefusedAndChangeNothing) {
       {"overflow.bmp", asFile(bitmap(INT32_MAX, INT32_MAX, 32, 0, Bytes(64)))},
       {"lowest.bmp", asFile(bitmap(4, INT32_MIN, 8, 0, Bytes(2000)))},
       {"cut.bmp", asFile(bitmap(4, 4, 24, 0, Bytes(47)))},
+      {"cut8.bmp", asFile(bitmap(3, 2, 8, 0, Bytes(1024 + 6)))},
       {"text.tif", {'h', 'e', 'l', 'l', 'o'}},
   };
   CZZimage image(4, 4, 77);

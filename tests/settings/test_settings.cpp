@@ -78,6 +78,15 @@ TEST(Settings, WritesKeepOtherLinesAndTheirOrder) {
   EXPECT_EQ(readWholeText(store.path()), "; mine\n[b]\nX=-7\nz=new\n\n[A]\ny=2\njunk\n");
 }
 
+TEST(Settings, AByteOrderMarkHidesNoSection) {
+  TempFolder folder;
+  CSettingsFile store(folder.file("a.ini"));
+  ASSERT_TRUE(replaceFile(store.path(), "\xef\xbb\xbf[a]\nx=1\n"));
+  EXPECT_EQ(store.getInt("a", "x", 0), 1);
+  store.setInt("a", "x", 2);
+  EXPECT_EQ(readWholeText(store.path()), "\xef\xbb\xbf[a]\nx=2\n");
+}
+
 TEST(Settings, AWriteIntoAMissingFolderIsLostSilently) {
   TempFolder folder;
   CSettingsFile store(folder.file("none/a.ini"));
