@@ -28,6 +28,7 @@ class Selection : public AppTest {
     refreshes = 0;
     app->onSelectionChanged = [this] { ++refreshes; };
   }
+  void TearDown() override { app->documents.closeAll(); }  // as the main frame does at the end
   // What was posted since the last call.
   std::vector<int32_t> posted() {
     std::vector<int32_t> ids;
