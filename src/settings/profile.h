@@ -53,8 +53,8 @@ class ProfileFace {
 };
 
 // Points settings, hwSettings and the log at their files, and makes the profile from the factory one where
-// there is none. programPath: the program's file; empty or longer than kMaxPath, the settings stay unset. False when the user
-// cancels the dialog, which is shown only with a face and when there are profiles.
+// there is none. programPath: the program's file; empty or longer than kMaxPath, the settings stay unset.
+// False when the user cancels the dialog, which is shown only with a face and when there are profiles.
 bool selectProfile(const std::string& programPath, bool askForDialog, ProfileFace* face = nullptr);
 // The same with a profile that is named: log and machine's store stand beside it.
 bool selectProfileFile(const std::string& programPath, const std::string& profilePath);

@@ -202,6 +202,9 @@ TEST_F(Selection, DialogFillsInTheDetailsOfTheOnlyMatch) {
   EXPECT_EQ(refreshes, 1);
   dialog.chooseId("berta");
   EXPECT_EQ(app->subjectName, "N-berta S");
+  app->db->newSubject("bert");
+  dialog.typeId("bert");
+  EXPECT_EQ(app->subjectId, "berta") << "of two matches none is selected, not even the whole id";
   EXPECT_EQ(SubjectDialog().id, "berta") << "opens on the present selection";
   dialog.typeId(std::string(70000, 'x'));
   EXPECT_EQ(dialog.id.size(), 65535u);
