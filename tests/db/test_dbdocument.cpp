@@ -28,6 +28,7 @@ class Selection : public AppTest {
     refreshes = 0;
     app->onSelectionChanged = [this] { ++refreshes; };
   }
+  void TearDown() override { app->documents.closeAll(); }  // as the main frame does at the end
   // What was posted since the last call.
   std::vector<int32_t> posted() {
     std::vector<int32_t> ids;
@@ -201,6 +202,9 @@ TEST_F(Selection, DialogFillsInTheDetailsOfTheOnlyMatch) {
   EXPECT_EQ(refreshes, 1);
   dialog.chooseId("berta");
   EXPECT_EQ(app->subjectName, "N-berta S");
+  app->db->newSubject("bert");
+  dialog.typeId("bert");
+  EXPECT_EQ(app->subjectId, "berta") << "of two matches none is selected, not even the whole id";
   EXPECT_EQ(SubjectDialog().id, "berta") << "opens on the present selection";
   dialog.typeId(std::string(70000, 'x'));
   EXPECT_EQ(dialog.id.size(), 65535u);
