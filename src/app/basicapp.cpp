@@ -64,7 +64,7 @@ const CommandTableBase* CBasicApp::commands() const {
       {cmd::WindowTile, "&Tile", &CBasicApp::tileWindows},
       {cmd::HelpContents, "&Contents", &CBasicApp::helpContents},
       {cmd::AppAbout, "&About Tarnvisor...", &CBasicApp::about},
-      {cmd::FileClose, "E&xit", &CBasicApp::closeProgram},
+      {cmd::AppExit, "E&xit", &CBasicApp::closeProgram},
   };
   return &table;
 }
@@ -154,7 +154,7 @@ void CBasicApp::runStartSwitch(char letter) {
   process.batchMode = process.quietMode = 1;
   if (letter == 'a') {
     postMainCommand(cmd::ExportUncompressedAvi);
-    postMainCommand(cmd::FileClose);
+    postMainCommand(cmd::AppExit);
   }
   if (letter == 'm') postMainCommand(cmd::MovementCorrectionWithoutDisplay);
   if (letter == 'P') postMainCommand(cmd::NailfoldPanorama);

@@ -102,7 +102,7 @@ std::string makeDemonstration(CBasicApp& app) {
   dialog.comment = "Drawn by the program; the number of capillaries is known.";
   dialog.saveDetails();
   dialog.finish(SubjectDialog::Result::StartNewExamination);
-  if (!startNewExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
+  if (!makeExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
   return drawStills(app.dataFolder + app.examFolder + kSeparator);
 }
 

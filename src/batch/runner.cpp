@@ -132,7 +132,14 @@ StepResult ScriptRunner::subject(const Step& step) {
 StepResult ScriptRunner::exam(const Step& step) {
   if (!app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
   if (app.subjectId.empty()) return StepResult::failure("no subject is selected");
-  if (!startNewExamination(step.args[0], step.args.size() > 1 ? step.args[1] : ""))
+  // The result tables go on collecting over the exams of a study; everything else closes.
+  const std::vector<CDocument*> open = app.documents.documents();
+  for (const CDocument* document : open)
+    if (document->isModified() && !dynamic_cast<const CResultDoc*>(document))
+      return StepResult::failure(document->title() + " has changes; save or close it first");
+  for (CDocument* document : open)
+    if (!dynamic_cast<CResultDoc*>(document)) document->type()->discard(*document);
+  if (!makeExamination(step.args[0], step.args.size() > 1 ? step.args[1] : ""))
     return StepResult::failure(script.shown().empty() ? "the examination can't be started" : script.shown());
   return {true, {}, {{"exam", format("%i", app.examId)}, {"folder", app.dataFolder + app.examFolder}}, {}};
 }

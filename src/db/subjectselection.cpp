@@ -95,7 +95,7 @@ void SubjectDialog::finish(Result result) {
   refreshExamWindow();
 }
 
-bool startNewExamination(const std::string& site, const std::string& comment) {
+bool makeExamination(const std::string& site, const std::string& comment) {
   CBasicApp& app = theApp();
   if (!app.db || app.subjectId.empty()) return false;
   // The folder's name is a name, never a way out of the data folder.
@@ -117,7 +117,11 @@ bool startNewExamination(const std::string& site, const std::string& comment) {
   app.examFolder = folder;
   logPrintf("examid=%i", app.examId);
   refreshExamWindow();
-  return app.documents.closeAll();
+  return true;
+}
+
+bool startNewExamination(const std::string& site, const std::string& comment) {
+  return makeExamination(site, comment) && theApp().documents.closeAll();
 }
 
 void runSelectSubject(SubjectDialogFace& face) {

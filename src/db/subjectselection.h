@@ -44,8 +44,10 @@ class SubjectDialog {
   std::string dbDescription;
 };
 
-// Makes the exam's folder and row for the selected subject, selects it and closes all documents. False
-// without a database or subject, or when the user keeps a document open.
+// Makes the exam's folder and row for the selected subject and selects it. False without a database or
+// subject, or when the row can't be written (the user is told).
+bool makeExamination(const std::string& site, const std::string& comment);
+// The same, and then closes all documents; false also when the user keeps one open.
 bool startNewExamination(const std::string& site, const std::string& comment);
 
 // The whole of the command, with a face to run the dialog; startAcquisition is posted at its end.

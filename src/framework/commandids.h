@@ -20,12 +20,12 @@ enum : int32_t {
   MovementCorrectionWithoutDisplay = 33110,
   FileNew = 57600,
   FileOpen = 57601,
-  FileClose = 57602,
   FileSave = 57603,
   FileSaveAs = 57604,
   WindowTile = 57652,
   HelpContents = 57667,
   AppAbout = 57664,
+  AppExit = 57665,
 
   // Still images.
   Notes = 34000,

@@ -157,7 +157,7 @@ TEST_F(BasicApp, PostsWhatTheCommandLineAsksFor) {
   };
   const Case cases[] = {{"", {cmd::SelectSubject}, 0, false},
                         {folder.file("x.tv1"), {}, 0, true},
-                        {"/a " + folder.file("x.tv1"), {33064, cmd::FileClose}, 1, true},
+                        {"/a " + folder.file("x.tv1"), {33064, cmd::AppExit}, 1, true},
                         {"/m " + folder.file("x.tv1"), {33110}, 1, true},
                         {"/P " + folder.file("x.tv1"), {33076}, 1, true},
                         {"/x " + folder.file("x.tv1"), {}, 1, true}};

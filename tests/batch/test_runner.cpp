@@ -1,0 +1,128 @@
+// Whole scripts, as a user writes them.
+#include <gmock/gmock.h>
+
+#include "assembly/assembly.h"
+#include "base/text.h"
+#include "batch/demonstration.h"
+#include "batch/runner.h"
+#include "imagedoc/zbasicdoc.h"
+#include "support/tempfolder.h"
+#include "synth/nailfold.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::HasSubstr;
+
+class Runner : public ::testing::Test {
+ protected:
+  Runner() : scope(script.ports) {
+    registerStoredClasses();
+    StartOptions start;
+    start.programPath = folder.file("tarnvisor");
+    start.documentTable = documentTable();
+    start.listenForOthers = false;
+    start.keepWorkingFolder = true;
+    start.dataFolder = folder.file("data");
+    EXPECT_TRUE(app.initInstance(start));
+    while (app.loop.hasPosted()) (void)app.loop.turn();
+    const auto still = renderNailfold(sparseNailfold(), truth);
+    EXPECT_TRUE(still->save(folder.file("shot.bmp")));
+  }
+
+  // The result of the last step; the ones before must be well.
+  StepResult run(const std::string& lines) {
+    std::vector<Step> steps;
+    EXPECT_EQ(parseScript(replacedAll(lines), "test", steps), "");
+    StepResult result;
+    for (size_t i = 0; i < steps.size(); ++i) {
+      result = runner.runStep(steps[i]);
+      EXPECT_TRUE(result.ok || i + 1 == steps.size()) << steps[i].line() << ": " << result.why;
+    }
+    return result;
+  }
+  std::string replacedAll(std::string text) {
+    for (size_t at = text.find("$"); at != std::string::npos; at = text.find("$"))
+      text.replace(at, 1, folder.path());
+    return text;
+  }
+
+  TempFolder folder;
+  ScriptHost script;
+  HostScope scope;
+  CBasicApp app;
+  ScriptRunner runner{app, script, false};
+  NailfoldTruth truth;
+};
+
+TEST_F(Runner, AStillBecomesARowAndATable) {
+  EXPECT_TRUE(run("subject A-1\nexam \"left finger\" first\nopen $shot.bmp\ncommand \"Find "
+                  "Capillaries\"\nsave shot.tv1\n"
+                  "command \"Calculate average of selection\"\nexport $r.csv\n")
+                  .ok);
+  const auto rows = app.db->resultsOf(app.examId);
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].filename, "shot.tv1");
+  EXPECT_THAT(rows[0].result, HasSubstr("capillary density"));
+  EXPECT_TRUE(fileExists(folder.file("data/A-1-left_finger/shot.tv1")));
+  EXPECT_TRUE(fileExists(folder.file("data/A-1-left_finger/shot.bmp"))) << "the picture comes along";
+  const double density = static_cast<double>(truth.capillaries.size()) * 1e6 / (1280 * 1024);
+  EXPECT_THAT(readWholeText(folder.file("r.csv")).value_or(""), HasSubstr(format(",%8.3f,", density)));
+  EXPECT_THAT(run("print dims").text, HasSubstr("1,circle,"));
+  EXPECT_THAT(run("results \"image results\"").text, HasSubstr("shot.tv1"));
+  // A second exam closes the still and keeps the table.
+  EXPECT_TRUE(run("exam right").ok);
+  EXPECT_EQ(app.documents.documents().size(), 1u);
+}
+
+TEST_F(Runner, StepsThatFailSayWhy) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"save", "no document is open"},
+      {"open $none.bmp", "does not exist"},
+      {"exam x", "no subject is selected"},
+      {"command nonsense", "no such command"},
+      {"results x", "no result table"},
+      {"open $shot.bmp\ncommand \"Convert to grey\"", "not enabled"},
+      {"open $shot.bmp\ncommand \"High pass filter\" window=abc", "is not a number"},
+      {"open $shot.bmp\ncommand Negative yes", "nothing asked for the answer"},
+      {"open $shot.bmp\ncommand \"Subtract image\"", "asks for a file"},
+      {"open $shot.bmp\nprint traces", "has no traces"},
+      {"open $shot.bmp\nframe 3", "has nothing for"},
+      {"open $shot.bmp\nexport $x.xyz", "Error saving image."},
+      {"subject A\nopen $shot.bmp\ncommand Negative\nexam b", "has changes"}};
+  for (const auto& [lines, words] : cases) {
+    const StepResult result = run(lines);
+    EXPECT_FALSE(result.ok) << lines;
+    EXPECT_THAT(result.why, HasSubstr(words)) << lines;
+    while (CDocument* front = app.documents.active()) front->type()->discard(*front);
+  }
+}
+
+TEST_F(Runner, DrawsMeasuresAndAnswersByLabel) {
+  run("open $shot.bmp\nlist 2\ndim line 10,10 13,14\ndim polygon 0,0 10,0 10,10\ndim rect 1,1 5,9\nroi "
+      "0,0,100,50\n"
+      "command \"Low pass filter\" window=9");
+  auto* d = dynamic_cast<ZBasicDoc*>(app.documents.active());
+  ASSERT_NE(d, nullptr);
+  EXPECT_EQ(d->dimlists[kFcdList].size(), 3);
+  EXPECT_EQ(d->dimlists[kFcdList].at(0).Length(1, 1), 5.0);
+  EXPECT_EQ(d->dimlists[kFcdList].at(1).Area(1, 1), 50.0);
+  EXPECT_EQ(d->notes, "High pass (9x9) ROI (0,0)-(100,50).\r\n");
+  EXPECT_EQ(run("set ProcessingArgs umin 150").ok, true);
+  EXPECT_TRUE(run("command Undo\nsave $a.tv1\nclose").ok);
+  EXPECT_TRUE(run("open $a.tv1\nroi circle\nprint status").ok);
+}
+
+TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(runDemonstration(app, script), 0);
+  const std::string first = ::testing::internal::GetCapturedStdout();
+  for (const char* good :
+       {"good.bmp        45     45", "dense.bmp       91     91", "sparse.bmp      24     24",
+        "colour.bmp      45     45", "field.zzg       45     45"})
+    EXPECT_THAT(first, HasSubstr(good));
+  EXPECT_EQ(app.db->resultsOf(app.examId).size(), 7u);
+}
+
+}  // namespace
+}  // namespace tarnvisor
