@@ -216,7 +216,7 @@ void wideWindowRows(const WindowJob& job) {
     for (int32_t x = 0; x < std::min(job.half, job.width); ++x) sum += columns[static_cast<size_t>(x)];
     uint8_t* out = job.destination.row(job.corner.y + y) + job.corner.x;
     for (int32_t x = 0; x < job.width; ++x) {
-      if (x + job.half < job.width) sum += columns[static_cast<size_t>(x + job.half)];
+      if (x + job.half < job.width) sum += columns[static_cast<size_t>(x) + static_cast<size_t>(job.half)];
       if (x > job.half) sum -= columns[static_cast<size_t>(x - job.half - 1)];
       const int64_t count = rows * (std::min(x + job.half, job.width - 1) - std::max(x - job.half, 0) + 1);
       const int32_t p = job.source.row(y)[x];

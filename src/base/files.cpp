@@ -120,7 +120,7 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
   return readWhole<std::string>(path, maxBytes);
 }
 
-AtomicFile::AtomicFile(std::string path) : target(linkTarget(path)) {
+AtomicFile::AtomicFile(const std::string& path) : target(linkTarget(path)) {
   std::string pattern = target + ".XXXXXX";
   const int handle = ::mkostemp(pattern.data(), O_CLOEXEC);
   if (handle < 0) {

@@ -45,7 +45,7 @@ class AtomicFile {
   // power cut it is then the old one or the new one.
   enum class Flush { ToDisc, Later };
 
-  explicit AtomicFile(std::string path);
+  explicit AtomicFile(const std::string& path);
   ~AtomicFile();
   AtomicFile(const AtomicFile&) = delete;
   AtomicFile& operator=(const AtomicFile&) = delete;

@@ -187,7 +187,7 @@ std::string parseStep(std::string_view line, const std::string& source, int line
   if (!splitStep(line, words)) return "a quote is not closed";
   if (words.empty()) return {};
   Step step{words.front(), {words.begin() + 1, words.end()}, source, lineNumber};
-  const std::string problem = checkStep(step);
+  std::string problem = checkStep(step);
   if (problem.empty()) steps.push_back(std::move(step));
   return problem;
 }

@@ -114,7 +114,7 @@ bool readPlanes(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
       if (plane == 0) rows.bytes.resize(rows.bytes.size() + facts.width, 0);
       const auto weight = static_cast<uint32_t>(weights[plane]);
       for (const uint8_t sample : line) {
-        const auto value = static_cast<uint32_t>(static_cast<int8_t>(sample));
+        const auto value = static_cast<uint32_t>(sample < 128 ? sample : sample - 256);
         rows.bytes[at] = static_cast<uint8_t>(rows.bytes[at] + value * weight);
         ++at;
       }

@@ -135,7 +135,8 @@ double CZZimage::meanBrightness(int32_t step) const {
     sum += rowSum;
   }
   // The divisor stays with the rows asked for, even where one more than these was summed.
-  return static_cast<double>(sum / (static_cast<int64_t>(width) * lines));
+  const auto whole = sum / (static_cast<int64_t>(width) * lines);
+  return static_cast<double>(whole);
 }
 
 double CZZimage::meanLevel(const Rect& rect) const {

@@ -64,6 +64,7 @@ std::vector<float> gaussianHalf(double sigma) {
     sum += half[static_cast<size_t>(i)] * (i ? 2.0 : 1.0);
   }
   std::vector<float> kernel;
+  kernel.reserve(half.size());
   for (const double k : half) kernel.push_back(static_cast<float>(k / sum));
   return kernel;
 }
