@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cctype>
+
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -18,7 +20,8 @@ CBasicApp* runningApp = nullptr;
 
 // "/a FILE": one letter and a blank. Absolute paths begin with the same character.
 bool isSwitchLine(const std::string& line) {
-  return line.size() >= 2 && line[0] == '/' && (line.size() == 2 || line[2] == ' ');
+  const auto letter = static_cast<unsigned char>(line.size() > 1 ? line[1] : ' ');
+  return line.size() >= 2 && line[0] == '/' && std::isalpha(letter) && (line.size() == 2 || line[2] == ' ');
 }
 
 void logVersion() {
@@ -70,6 +73,10 @@ const CommandTableBase* CBasicApp::commands() const {
 }
 
 void CBasicApp::readSettings() { readApplicationSettings(expertMode, showDb, fgMode); }
+void CBasicApp::rereadSettings() {
+  rereadApplicationSettings(expertMode, fgMode);
+  process.dustMaskEnabled = settings.getInt("settings", "dustmask", process.dustMaskEnabled);
+}
 void CBasicApp::saveSettings() { saveApplicationSettings(expertMode, fgMode); }
 
 void CBasicApp::logBanner() {
@@ -87,10 +94,10 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   if (!profileFound) return false;
   readSettings();
   const std::string folder = settings.getString("settings", "directory", "./");
-  if (!options.keepWorkingFolder && ::chdir(folder.c_str()) != 0)
-    logPrintf("folder %s can't be entered\n", folder.c_str());
+  const bool entered = options.keepWorkingFolder || ::chdir(folder.c_str()) == 0;
   logBanner();
   writeMemoryReport();
+  if (!entered) logPrintf("folder %s can't be entered\n", folder.c_str());
   process.cytoMode = 0;
   if (process.tarnvisorEnabled) {
     process.dustMaskEnabled = settings.getInt("settings", "dustmask", process.dustMaskEnabled);
@@ -112,7 +119,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   if (!commandLine.empty()) {
     const std::string file =
         isSwitch ? commandLine.substr(std::min<size_t>(3, commandLine.size())) : commandLine;
-    (void)openDocumentFile(file);
+    if (!file.empty()) (void)openDocumentFile(file);
   }
   host().windows.showMainFrame();
   logPrintf("%s\n", commandLine.c_str());

@@ -58,11 +58,15 @@ void CBasicApp::idleFrameCounter() {
 
 void CBasicApp::idleCameraStop() {
   if (!process.tarnvisorEnabled || !camera || !camera->hasStoppedByItself()) return;
-  for (CDocument* document : documents.documents())
-    for (const auto& view : document->views()) {
-      CommandTarget* const target = view.get();
-      (void)routeCommand(std::span(&target, 1), cmd::Stop);
-    }
+  // Stopping may open or close documents.
+  const std::vector<CDocument*> present = documents.documents();
+  for (CDocument* document : present) {
+    if (std::ranges::find(documents.documents(), document) == documents.documents().end()) continue;
+    std::vector<CommandTarget*> targets;
+    for (const auto& view : document->views()) targets.push_back(view.get());
+    targets.push_back(document);
+    (void)routeCommand(targets, cmd::Stop);
+  }
 }
 
 }  // namespace tarnvisor

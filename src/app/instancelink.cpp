@@ -28,8 +28,9 @@ std::string privateFolder() {
                                  : format("/tmp/tarnvisor-%u/", static_cast<unsigned>(::geteuid()));
   ::mkdir(folder.c_str(), 0700);
   struct stat facts {};
-  const bool ours = ::lstat(folder.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) &&
-                    facts.st_uid == ::geteuid() && (facts.st_mode & 077) == 0;
+  // Without the separator: behind it a link would be followed.
+  const bool ours = ::lstat(folder.substr(0, folder.size() - 1).c_str(), &facts) == 0 &&
+                    S_ISDIR(facts.st_mode) && facts.st_uid == ::geteuid() && (facts.st_mode & 077) == 0;
   return ours ? folder : std::string();
 }
 
@@ -71,6 +72,7 @@ std::optional<InstanceLink> InstanceLink::listen(const std::string& className) {
     ::close(other);
     return std::nullopt;
   }
+  if (errno != ECONNREFUSED && errno != ENOENT) return std::nullopt;  // somebody is there, and busy
   ::unlink(address.sun_path);  // what a program that was killed left behind
   const int handle = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (handle < 0) return std::nullopt;

@@ -67,8 +67,9 @@ std::vector<Key> keysAfterLogging(int32_t& expertMode, int32_t& showDb, int32_t&
   };
 }
 
-void read(const std::vector<Key>& keys) {
+void read(const std::vector<Key>& keys, bool changeableOnly = false) {
   for (const Key& k : keys) {
+    if (changeableOnly && k.written == Keep::No) continue;
     if (const auto* text = std::get_if<std::string*>(&k.bound))
       **text = settings.getString(k.section, k.key, **text);
     if (const auto* number = std::get_if<double*>(&k.bound))
@@ -96,6 +97,12 @@ void readApplicationSettings(int32_t& expertMode, int32_t& showDb, int32_t& fgMo
   read(keysBeforeLogging());
   setLogging(true);
   read(keysAfterLogging(expertMode, showDb, fgMode));
+}
+
+void rereadApplicationSettings(int32_t& expertMode, int32_t& fgMode) {
+  int32_t showDb = 0;
+  read(keysBeforeLogging(), true);
+  read(keysAfterLogging(expertMode, showDb, fgMode), true);
 }
 
 void saveApplicationSettings(int32_t expertMode, int32_t fgMode) {

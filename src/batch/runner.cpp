@@ -63,6 +63,7 @@ int ScriptRunner::run(const std::vector<Step>& steps, bool keepGoing) {
   for (const Step& step : steps) {
     const StepResult result = runStep(step);
     report(step, result);
+    if (script.closeWanted()) return result.ok ? code : 1;
     if (result.ok) continue;
     code = 1;
     if (!keepGoing) break;
@@ -102,9 +103,11 @@ StepResult ScriptRunner::runStep(const Step& step) {
       std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return step.word == r.word; });
   StepResult result = row == std::end(rows) ? unavailable(step) : (this->*row->does)(step);
   // Commands that a command posted belong to its step.
-  while (app.loop.hasPosted()) (void)app.loop.turn();
+  while (app.loop.hasPosted() && !app.loop.hasQuit()) (void)app.loop.turn();
   if (result.ok && !script.problem().empty()) result = StepResult::failure(script.problem());
   if (result.ok && script.hadError()) result = StepResult::failure(script.shown());
+  if (const auto unused = script.unused(); result.ok && !unused.empty())
+    result = StepResult::failure("nothing asked for the answer \"" + unused.front() + "\"");
   return result;
 }
 
@@ -125,6 +128,7 @@ StepResult ScriptRunner::subject(const Step& step) {
   if (app.subjectId != dialog.id) return StepResult::failure("the subject can't be written to the database");
   app.examId = -1;
   app.examFolder.clear();
+  if (app.onSelectionChanged) app.onSelectionChanged();
   dialog.finish(SubjectDialog::Result::ViewExaminations);
   return {true, {}, {{"subject", app.subjectId}}, {}};
 }
@@ -157,7 +161,8 @@ StepResult ScriptRunner::open(const Step& step) {
   } else {
     document = app.openDocumentFile(path);
   }
-  if (!document) return StepResult::failure(script.shown());
+  if (!document)
+    return StepResult::failure(script.shown().empty() ? path + " can't be opened" : script.shown());
   StepResult result{true, {}, {{"title", document->title()}}, {}};
   if (const ZBasicDoc* image = dynamic_cast<ZBasicDoc*>(document); image && image->hasImage()) {
     result.values.emplace_back("width", format("%i", image->theImage()->width));
@@ -172,6 +177,7 @@ StepResult ScriptRunner::set(const Step& step) {
       step.args[2].substr(0, CSettingsFile::kLongestValue))
     return StepResult::failure("the profile can't be written: " + settings.path());
   readProcessingSettings();
+  app.rereadSettings();
   return {};
 }
 
@@ -185,7 +191,13 @@ StepResult ScriptRunner::roi(const Step& step) {
     if (!document->hasCircularRoi()) document->makeRoiCircular();
   } else {
     const std::vector<int32_t> n = step.numbers(0);
-    document->roi = Rect{n[0], n[1], n[2], n[3]}.normalised();
+    Rect wanted = Rect{n[0], n[1], n[2], n[3]}.normalised();
+    if (const CZZimage* image = document->theImage())
+      wanted = wanted.intersected({image->xOrigin, image->yOrigin * (image->isField() ? 2 : 1),
+                                   image->xOrigin + image->width,
+                                   image->yOrigin * (image->isField() ? 2 : 1) + image->frameHeight()});
+    if (wanted.isEmpty()) return StepResult::failure("the ROI is empty or lies outside the image");
+    document->roi = wanted;
     document->roicircle = {};
   }
   document->setModified();
@@ -212,10 +224,12 @@ StepResult ScriptRunner::dim(const Step& step) {
   for (size_t i = 1; i < step.args.size(); ++i) {
     const std::vector<int32_t> n = step.numbers(i);
     const Point point{n[0], n[1]};
-    if (index < 0)
+    if (index < 0) {
       index = document->addDimension(point, type->second);
-    else if (document->addPointToDimension(index, point) < 0)
+    } else if (document->addPointToDimension(index, point) < 0) {
+      document->deleteDimension(index);
       return StepResult::failure("the point can't be added");
+    }
   }
   if (type->second == 5) document->currentDims().items[static_cast<size_t>(index)]->Close();
   document->updateAllViews();
@@ -234,8 +248,6 @@ StepResult ScriptRunner::runCommandText(const std::string& text, std::vector<std
     return StepResult::failure(app.documents.active() ? "there is no such command here"
                                                       : "there is no such command; no document is open");
   if (done == CommandResult::Disabled) return StepResult::failure("the command is not enabled now");
-  if (const auto unused = script.unused(); script.problem().empty() && !unused.empty())
-    return StepResult::failure("nothing asked for the answer \"" + unused.front() + "\"");
   StepResult result;
   if (!script.shown().empty()) {
     result.values.emplace_back("message", script.shown());
@@ -261,7 +273,7 @@ StepResult ScriptRunner::save(const Step& step) {
   if (path.empty()) path = document->defaultPathName();
   if (!step.args.empty() && folderOf(path).empty() && app.examId >= 0)
     path = app.dataFolder + app.examFolder + kSeparator + path;
-  path = absolutePath(path);
+  path = absolutePath(document->withOwnEnding(path));
   const bool same = path == document->pathName();
   if (!(same ? document->save() : document->onSaveDocument(path)))
     return StepResult::failure(script.shown().empty() ? path + " was not saved" : script.shown());

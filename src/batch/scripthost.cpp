@@ -34,9 +34,14 @@ bool ScriptHost::takeWord(std::initializer_list<const char*> words, std::string&
 Answer ScriptHost::show(const std::string& text, Buttons buttons, Icon icon) {
   messages.push_back(text);
   sawError = sawError || icon == Icon::Error || icon == Icon::Warning;
-  if (buttons == Buttons::Ok) return Answer::Ok;
   std::string word;
-  if (takeWord({"yes", "no", "ok", "cancel"}, word))
+  if (buttons == Buttons::Ok) {
+    takeWord({"ok"}, word);
+    return Answer::Ok;
+  }
+  if (takeWord({"yes", "no", "ok", "cancel"}, word) && (word == "yes" || word == "ok"))
+    return buttons == Buttons::OkCancel ? Answer::Ok : Answer::Yes;
+  if (!word.empty())
     return word == "yes"  ? Answer::Yes
            : word == "no" ? Answer::No
            : word == "ok" ? Answer::Ok
@@ -96,22 +101,34 @@ bool ScriptHost::applyLabelled(const Form& form) {
 bool ScriptHost::run(Form& form) {
   std::string word;
   if (takeWord({"cancel"}, word)) return false;
-  if (!applyLabelled(form)) return false;
-  // What is left without a label fills the fields in order; words for later questions stay.
-  for (const FormField& field : form.fields()) {
-    if (field.kind == FormField::Kind::Note || field.readOnly || answers.empty()) continue;
-    const std::string& next = answers.front();
-    const bool isWord =
-        equalIgnoringCase(next, "yes") || equalIgnoringCase(next, "no") || equalIgnoringCase(next, "ok");
-    if (next.find('=') != std::string::npos || (isWord && field.kind != FormField::Kind::Check)) break;
-    wrong = field.take(next);
-    if (!wrong.empty()) return false;
-    answers.erase(answers.begin());
-    if (field.kind != FormField::Kind::Check || form.fields().size() > 1)
-      break;  // one plain answer a question
+  std::vector<std::string> before;
+  for (const FormField& field : form.fields()) before.push_back(field.value());
+  if (!applyLabelled(form) || !applyPlain(form)) {
+    // A refused form stores nothing.
+    for (size_t i = 0; i < before.size(); ++i)
+      if (form.fields()[i].kind != FormField::Kind::Note && !form.fields()[i].readOnly)
+        (void)form.fields()[i].take(before[i]);
+    return false;
   }
   takeWord({"ok", "yes"}, word);
   form.changed();
+  return true;
+}
+
+// One answer without a label goes to the first field; words for later questions stay.
+bool ScriptHost::applyPlain(const Form& form) {
+  for (const FormField& field : form.fields()) {
+    if (field.kind == FormField::Kind::Note || field.readOnly) continue;
+    if (answers.empty() || answers.front().find('=') != std::string::npos) return true;
+    const std::string next = answers.front();
+    const bool isWord =
+        equalIgnoringCase(next, "yes") || equalIgnoringCase(next, "no") || equalIgnoringCase(next, "ok");
+    if (isWord && field.kind != FormField::Kind::Check) return true;
+    wrong = field.take(next);
+    if (!wrong.empty()) return false;
+    answers.erase(answers.begin());
+    return true;
+  }
   return true;
 }
 

@@ -51,6 +51,7 @@ class ScriptHost final : public Messages,
   bool takeWord(std::initializer_list<const char*> words, std::string& taken);
   std::optional<std::string> takePath();
   bool applyLabelled(const Form& form);
+  bool applyPlain(const Form& form);
   std::vector<std::string> answers;
   std::vector<std::string> messages;
   std::optional<std::string> clipboardText;

@@ -85,8 +85,11 @@ void CdbDocument::storeResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
   if (!db || patientId.empty() || examIdOfDoc < 0) return;
   const std::string name = fileNameOf(path);
-  if (db->resultOf(examIdOfDoc, name))
+  bool failed = false;
+  if (db->resultOf(examIdOfDoc, name, &failed))
     updateResult(path);
+  else if (failed)
+    logPrintf("the result of %s could not be written to the database\n", name.c_str());
   else
     db->insertResult(examIdOfDoc, name, resultText);
 }

@@ -196,9 +196,12 @@ std::vector<ResultRow> SubjectDatabase::resultsOf(int32_t exam) const {
   return rows;
 }
 
-std::optional<ResultRow> SubjectDatabase::resultOf(int32_t exam, const std::string& filename) const {
+std::optional<ResultRow> SubjectDatabase::resultOf(int32_t exam, const std::string& filename,
+                                                   bool* failed) const {
   SqliteStatement s(database, sql::kResultOfDocument);
-  if (!s.bind(111, exam).bind(222, filename).step()) return std::nullopt;
+  const bool found = s.bind(111, exam).bind(222, filename).step();
+  if (failed) *failed = s.failed();
+  if (!found) return std::nullopt;
   return resultRow(s);
 }
 

@@ -56,7 +56,8 @@ class SubjectDatabase {
   std::optional<ExamRow> exam(int32_t id) const;
 
   std::vector<ResultRow> resultsOf(int32_t exam) const;
-  std::optional<ResultRow> resultOf(int32_t exam, const std::string& filename) const;
+  // failed tells a database that could not be asked from one that has no such row.
+  std::optional<ResultRow> resultOf(int32_t exam, const std::string& filename, bool* failed = nullptr) const;
   bool insertResult(int32_t exam, const std::string& filename, const std::string& result);
   bool updateResult(int32_t exam, const std::string& filename, const std::string& result);
 

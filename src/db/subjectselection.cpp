@@ -65,6 +65,7 @@ void SubjectDialog::readDetails() {
     // Another subject's exam must not take this one's documents.
     app.examId = -1;
     app.examFolder.clear();
+    setRecordFolder(app.dataFolder);
   }
   app.subjectId = id;
   app.subjectName = name + " " + surname;
@@ -92,6 +93,7 @@ void SubjectDialog::finish(Result result) {
   app.subjectName.clear();
   app.examFolder.clear();
   app.examId = -1;
+  setRecordFolder(app.dataFolder);
   refreshExamWindow();
 }
 

@@ -102,6 +102,11 @@ std::string CDocument::defaultPathName() const {
   return windowTitle + (documentType ? documentType->filterExtension() : std::string());
 }
 
+std::string CDocument::withOwnEnding(const std::string& path) const {
+  const std::string ending = documentType ? documentType->filterExtension() : std::string();
+  return ending.empty() || endsWithIgnoringCase(path, ending) ? path : path + ending;
+}
+
 bool CDocument::saveAs() {
   FileRequest request;
   request.title = "Save As";
@@ -110,9 +115,11 @@ bool CDocument::saveAs() {
     request.filter = documentType->filterName() + "|*" + request.defaultExtension + "||";
   }
   request.initialPath = filePath.empty() ? defaultPathName() : filePath;
-  const auto path = host().choosers.saveFile(request);
-  if (!path || path->empty() || !onSaveDocument(*path)) return false;
-  setPathName(*path);
+  const auto chosen = host().choosers.saveFile(request);
+  if (!chosen || chosen->empty()) return false;
+  const std::string path = withOwnEnding(*chosen);
+  if (!onSaveDocument(path)) return false;
+  setPathName(path);
   updateAllViews();
   return true;
 }

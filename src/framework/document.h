@@ -57,6 +57,9 @@ class CDocument : public CommandTarget {
   // Saves under the present path, or asks for one. False when the user cancels or the save fails.
   virtual bool save();
   bool saveAs();
+  // A path with the ending of the document's kind: one that has another would be taken for another kind of
+  // file, or written over one.
+  std::string withOwnEnding(const std::string& path) const;
   // The path that Save As offers.
   virtual std::string defaultPathName() const;
   // Asks whether to save a changed document. False when the user cancels, or a wanted save fails.

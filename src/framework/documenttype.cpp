@@ -74,7 +74,7 @@ void DocumentType::discard(CDocument& document) {
   if (at == open.end()) return;
   document.onCloseDocument();
   if (manager) manager->closing(document);
-  open.erase(at);
+  std::erase_if(open, [&](const auto& d) { return d.get() == &document; });
   if (manager && manager->onChange) manager->onChange();
 }
 

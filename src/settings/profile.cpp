@@ -30,8 +30,9 @@ bool copyFile(const std::string& from, const std::string& to) {
 std::vector<std::string> profilesIn(const std::string& folder) {
   std::vector<std::string> names;
   std::error_code error;
-  for (const auto& entry : fs::directory_iterator(folder.empty() ? "." : folder, error))
-    if (entry.path().extension() == ".ini") names.push_back(entry.path().stem().string());
+  fs::directory_iterator entry(folder.empty() ? "." : folder, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+    if (entry->path().extension() == ".ini") names.push_back(entry->path().stem().string());
   std::sort(names.begin(), names.end());
   return names;
 }

@@ -6,6 +6,7 @@
 #include "batch/demonstration.h"
 #include "batch/runner.h"
 #include "imagedoc/zbasicdoc.h"
+#include "settings/settings.h"
 #include "support/tempfolder.h"
 #include "synth/nailfold.h"
 
@@ -86,6 +87,9 @@ TEST_F(Runner, StepsThatFailSayWhy) {
       {"open $shot.bmp\ncommand \"High pass filter\" window=abc", "is not a number"},
       {"open $shot.bmp\ncommand Negative yes", "nothing asked for the answer"},
       {"open $shot.bmp\ncommand \"Subtract image\"", "asks for a file"},
+      {"open $shot.bmp\nroi 5,5,5,90", "empty or lies outside"},
+      {"open $shot.bmp\nroi 2000,5,2100,90", "empty or lies outside"},
+      {"open $shot.bmp\ncommand \"Custom Filter\" custom0=3 factor=x", "is not a number"},
       {"open $shot.bmp\nprint traces", "has no traces"},
       {"open $shot.bmp\nframe 3", "has nothing for"},
       {"open $shot.bmp\nexport $x.xyz", "Error saving image."},
@@ -111,6 +115,21 @@ TEST_F(Runner, DrawsMeasuresAndAnswersByLabel) {
   EXPECT_EQ(run("set ProcessingArgs umin 150").ok, true);
   EXPECT_TRUE(run("command Undo\nsave $a.tv1\nclose").ok);
   EXPECT_TRUE(run("open $a.tv1\nroi circle\nprint status").ok);
+}
+
+TEST_F(Runner, NeverSavesADocumentOverAPicture) {
+  const auto picture = readWholeFile(folder.file("shot.bmp"));
+  EXPECT_TRUE(run("open $shot.bmp\nsave $shot.bmp").ok);
+  EXPECT_EQ(readWholeFile(folder.file("shot.bmp")), picture);
+  EXPECT_TRUE(fileExists(folder.file("shot.bmp.tv1")));
+}
+
+TEST_F(Runner, ASettingTakesEffectAndStays) {
+  EXPECT_TRUE(run("set Settings adjustpaldark 55\nset FLOcalcs ped1 12").ok);
+  EXPECT_EQ(process.velocity.ped1, 12);
+  app.exitInstance();
+  EXPECT_EQ(settings.getInt("FLOcalcs", "ped1", 0), 12);
+  EXPECT_EQ(settings.getInt("Settings", "adjustpaldark", 0), 55);
 }
 
 TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
