@@ -18,6 +18,7 @@ constexpr uint16_t kLongest = 0xFFFF;
 // The buffer starts out unset on purpose: nothing is read from it before it was written.
 Archive::Archive(ByteStream& byteStream, Direction way) : stream(byteStream), direction(way) {
   loadedEntries.emplace_back();  // number 0
+  if (isLoading()) memoryLimit = stream.remaining() + kMemoryAllowance;
 }
 
 Archive::~Archive() {
@@ -211,6 +212,11 @@ size_t Archive::readCountOf(size_t elementBytes) {
 
 uint64_t Archive::remaining() const {
   return isLoading() ? bufferEnd - bufferAt + stream.remaining() : stream.remaining();
+}
+
+void Archive::charge(uint64_t bytes) {
+  memoryCharged += bytes;
+  if (memoryCharged > memoryLimit) throw ArchiveException("the file asks for more memory than it can need");
 }
 
 void Archive::stepBack(size_t count) {

@@ -33,6 +33,7 @@ class Archive {
   static constexpr size_t kStepBackLimit = 8;
   // Objects within objects within objects: more are refused, so that a damaged file can't exhaust the stack.
   static constexpr int kDeepest = 64;
+  static constexpr uint64_t kMemoryAllowance = uint64_t{48} << 20;
 
   Archive(ByteStream& stream, Direction direction);
   ~Archive();
@@ -90,6 +91,11 @@ class Archive {
     values.resize(readCountOf(sizeof(T)));
     readExactly(values.data(), values.size() * sizeof(T));
   }
+
+  // Counts memory that is taken beyond the bytes read for it, such as an object's own size. More than the
+  // stream's size and kMemoryAllowance together is an exception: small entries of a damaged file must not
+  // become gigabytes.
+  void charge(uint64_t bytes);
 
   // An object by reference; null is allowed. An object written twice is stored once. Objects are told apart
   // by their address, so each must live until the store is complete.
@@ -153,6 +159,8 @@ class Archive {
   };
   std::vector<Entry> loadedEntries;
   uint32_t numbersUsed = 0;
+  uint64_t memoryLimit = 0;
+  uint64_t memoryCharged = 0;
   int depth = 0;  // of objects within objects
 };
 

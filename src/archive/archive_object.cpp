@@ -107,6 +107,8 @@ ArchiveObject* Archive::knownObject(uint32_t number, const ArchiveClass* expecte
 
 Archive::Loaded Archive::readNewObject(const ArchiveClass& isClass, const ArchiveClass* expected) {
   requireKind(isClass, expected);
+  constexpr uint64_t kObjectMemory = 256;  // an object of the usual kinds, with its places in list and table
+  charge(kObjectMemory);
   const Nesting nesting(depth);
   Loaded loaded;
   if (isClass.create) loaded.fresh = isClass.create();

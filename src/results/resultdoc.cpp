@@ -278,8 +278,12 @@ void CResultDoc::serialize(Archive& archive) {
 
 void CResultDoc::loadRows(Archive& archive) {
   for (size_t count = archive.readCountOf(2); count > 0; --count) {
+    archive.charge(2 * sizeof(std::vector<std::string>));  // twice, as lists grow by doubling
     std::vector<std::string>& row = rows.emplace_back();
-    for (size_t cells = archive.readCountOf(1); cells > 0; --cells) row.push_back(archive.readString());
+    for (size_t cells = archive.readCountOf(1); cells > 0; --cells) {
+      archive.charge(2 * sizeof(std::string));
+      row.push_back(archive.readString());
+    }
   }
 }
 
