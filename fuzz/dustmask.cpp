@@ -16,6 +16,12 @@ class NoCanvas final : public Canvas {
   void ellipse(const Rect&) override {}
   void point(Point) override {}
   void text(Point, const std::string&, Colour) override {}
+  void fill(const Rect&, Colour) override {}
+  void fillPolygon(std::span<const Point>, Colour) override {}
+  void pixels(const PixelBlock&, const Rect&) override {}
+  void setFont(const std::string&, int32_t) override {}
+  Size textSize(const std::string&) const override { return {}; }
+  void setClip(const Rect&) override {}
 };
 
 void useAll(CDimList& list) {

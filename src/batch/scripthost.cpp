@@ -82,6 +82,11 @@ std::optional<std::string> ScriptHost::chooseFolder(const std::string&, const st
   return takePath();
 }
 
+bool ScriptHost::print(const std::string& title, const Draw&) {
+  wrong = "there is no printer for \"" + title + "\"";
+  return false;
+}
+
 // Answers of the form label=value whose label the form has.
 bool ScriptHost::applyLabelled(const Form& form) {
   for (auto at = answers.begin(); at != answers.end();) {

@@ -2,6 +2,7 @@
 // not answered takes its stored or default value. Messages are gathered for the step's report.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,8 @@ class ScriptHost final : public Messages,
                          public Forms,
                          public Clipboard,
                          public Windows,
-                         public WaitCursor {
+                         public WaitCursor,
+                         public Printer {
  public:
   // What a step has for its questions: yes, no, ok, cancel, a value, a path, or label=value.
   void begin(std::vector<std::string> stepAnswers);
@@ -35,17 +37,29 @@ class ScriptHost final : public Messages,
   bool run(Form& form) override;
   void setText(const std::string& words) override { clipboardText = words; }
   std::optional<std::string> text() override { return clipboardText; }
+  ClipboardResult setData(const std::string& format, const std::vector<uint8_t>& bytes) override {
+    clipboardData[format] = bytes;
+    return ClipboardResult::Done;
+  }
+  std::optional<std::vector<uint8_t>> data(const std::string& format) override {
+    const auto found = clipboardData.find(format);
+    return found == clipboardData.end() ? std::nullopt : std::optional(found->second);
+  }
   std::optional<std::vector<uint8_t>> bitmap() override { return std::nullopt; }
   bool createMainFrame(const std::string&) override { return true; }
   void showMainFrame() override {}
   void closeMainFrame() override { closing = true; }
   void tile() override {}
+  void cascade() override {}
+  void popupMenu(int32_t, Point) override {}
   void refreshBars() override {}
   bool openWithDesktop(const std::string&) override { return false; }
   void begin() override {}
   void end() override {}
+  bool print(const std::string& title, const Draw& draw) override;
+  bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }
 
-  Host ports{*this, *this, *this, *this, *this, *this};
+  Host ports{*this, *this, *this, *this, *this, *this, *this, programs};
 
  private:
   bool takeWord(std::initializer_list<const char*> words, std::string& taken);
@@ -55,6 +69,8 @@ class ScriptHost final : public Messages,
   std::vector<std::string> answers;
   std::vector<std::string> messages;
   std::optional<std::string> clipboardText;
+  std::map<std::string, std::vector<uint8_t>> clipboardData;
+  SystemProcesses programs;
   std::string wrong;
   bool sawError = false;
   bool closing = false;

@@ -7,24 +7,12 @@
 #include <vector>
 
 #include "framework/command.h"
+#include "framework/view.h"
 
 namespace tarnvisor {
 
 class Archive;
-class CDocument;
 class DocumentType;
-
-// A view shows one document; it is told of each change. It belongs to the document, which deletes it on
-// closing.
-class CView : public CommandTarget {
- public:
-  explicit CView(CDocument& shown) : shownDocument(shown) {}
-  CDocument& document() const { return shownDocument; }
-  virtual void onUpdate() {}
-
- private:
-  CDocument& shownDocument;
-};
 
 class CDocument : public CommandTarget {
  public:
@@ -67,6 +55,7 @@ class CDocument : public CommandTarget {
   // Called once, before the document is destroyed.
   virtual void onCloseDocument() {}
 
+  // Views belong to the document, which deletes them on closing.
   void addView(std::unique_ptr<CView> view);
   const std::vector<std::unique_ptr<CView>>& views() const { return viewList; }
   void updateAllViews();

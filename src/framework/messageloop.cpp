@@ -13,6 +13,7 @@ namespace tarnvisor {
 void MessageLoop::setTimer(int32_t id, int32_t periodMs, std::function<void()> handler) {
   const double period = std::max(periodMs, 1) / 1000.0;
   timers[id] = {period, steadySeconds() + period, std::move(handler)};
+  wake();
 }
 
 bool MessageLoop::runPosted() {

@@ -15,11 +15,13 @@ class MessageLoop {
   // since the last command and returns true to be called again at once.
   std::function<void(int32_t)> onCommand;
   std::function<bool(int32_t)> onIdle;
+  // Told when something was posted or a timer set: a window system that waits must call turn() soon.
+  std::function<void()> onWake;
 
   // Handled after the command now running, in the order of posting.
-  void post(int32_t command) { queue.push_back({command, false}); }
+  void post(int32_t command) { enqueue({command, false}); }
   // Ends run() when its turn comes in the queue.
-  void postQuit() { queue.push_back({0, true}); }
+  void postQuit() { enqueue({0, true}); }
   bool hasPosted() const { return !queue.empty(); }
 
   // A timer with a known id is replaced. The handler may kill its own timer.
@@ -46,6 +48,13 @@ class MessageLoop {
     double due;
     std::function<void()> handler;
   };
+  void enqueue(Posted posted) {
+    queue.push_back(posted);
+    wake();
+  }
+  void wake() const {
+    if (onWake) onWake();
+  }
   bool runPosted();
   void runTimers();
   std::deque<Posted> queue;

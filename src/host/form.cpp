@@ -73,8 +73,9 @@ std::string FormField::take(const std::string& text) const {
     **bound = number;
     return {};
   }
-  const double low = kind == Kind::Whole ? std::max(limits.low, -2147483648.0) : 0;
-  const double high = kind == Kind::Whole   ? std::min(limits.high, 2147483647.0)
+  const bool wide = kind == Kind::Whole || kind == Kind::ColourValue;
+  const double low = wide ? std::max(limits.low, -2147483648.0) : 0;
+  const double high = wide                  ? std::min(limits.high, 2147483647.0)
                       : kind == Kind::Check ? 1
                                             : static_cast<double>(choices.size()) - 1;
   if (number != std::floor(number)) return format("%s must be a whole number.", label.c_str());
@@ -105,6 +106,12 @@ Form& Form::addCheck(std::string label, int32_t& value) {
 }
 Form& Form::addChoice(std::string label, int32_t& index, std::vector<std::string> choices) {
   return addField({FormField::Kind::Choice, std::move(label), &index, {}, std::move(choices), false});
+}
+Form& Form::addColour(std::string label, int32_t& colour) {
+  return addField({FormField::Kind::ColourValue, std::move(label), &colour, {0, 0xffffff, {}}, {}, false});
+}
+Form& Form::addFile(std::string label, std::string& path, std::string filter) {
+  return addField({FormField::Kind::File, std::move(label), &path, {}, {}, false, std::move(filter)});
 }
 Form& Form::addNote(std::string words) {
   return addField({FormField::Kind::Note, std::move(words), std::monostate{}, {}, {}, true});

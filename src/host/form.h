@@ -18,7 +18,7 @@ struct Limits {
 };
 
 struct FormField {
-  enum class Kind { Whole, Number, Text, Check, Choice, LongText, Note };
+  enum class Kind { Whole, Number, Text, Check, Choice, LongText, Note, ColourValue, File };
   Kind kind = Kind::Note;
   std::string label;
   // What an accepted form is stored to; a Note has none.
@@ -26,6 +26,7 @@ struct FormField {
   Limits limits;
   std::vector<std::string> choices;  // of a Choice, whose target is the chosen index
   bool readOnly = false;
+  std::string filter;  // of a File: what its chooser shows (host/choosers.h)
 
   // The bound value as text: "1" or "0" for a check, the choice's words for a choice.
   std::string value() const;
@@ -44,6 +45,8 @@ class Form {
   Form& addLongText(std::string label, std::string& value, bool readOnly = false);
   Form& addCheck(std::string label, int32_t& value);
   Form& addChoice(std::string label, int32_t& index, std::vector<std::string> choices);
+  Form& addColour(std::string label, int32_t& colour);  // 0x00bbggrr
+  Form& addFile(std::string label, std::string& path, std::string filter);
   Form& addNote(std::string words);
   Form& setOkLabel(std::string words);
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves

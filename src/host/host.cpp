@@ -6,7 +6,7 @@ namespace tarnvisor {
 
 namespace {
 
-struct NobodyThere final : Messages, Choosers, Forms, Clipboard, Windows, WaitCursor {
+struct NobodyThere final : Messages, Choosers, Forms, Clipboard, Windows, WaitCursor, Printer {
   Answer show(const std::string& text, Buttons buttons, Icon) override {
     std::fprintf(stderr, "%s\n", text.c_str());
     return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
@@ -19,20 +19,29 @@ struct NobodyThere final : Messages, Choosers, Forms, Clipboard, Windows, WaitCu
   }
   bool run(Form&) override { return false; }
   void setText(const std::string&) override {}
+  ClipboardResult setData(const std::string&, const std::vector<uint8_t>&) override {
+    return ClipboardResult::CannotOpen;
+  }
+  std::optional<std::vector<uint8_t>> data(const std::string&) override { return std::nullopt; }
   std::optional<std::string> text() override { return std::nullopt; }
   std::optional<std::vector<uint8_t>> bitmap() override { return std::nullopt; }
   bool createMainFrame(const std::string&) override { return true; }
   void showMainFrame() override {}
   void closeMainFrame() override {}
   void tile() override {}
+  void cascade() override {}
+  void popupMenu(int32_t, Point) override {}
   void refreshBars() override {}
   bool openWithDesktop(const std::string&) override { return false; }
   void begin() override {}
   void end() override {}
+  bool print(const std::string&, const Draw&) override { return false; }
+  bool preview(const std::string&, const Draw&) override { return false; }
 };
 
 NobodyThere nobody;
-Host emptyHost{nobody, nobody, nobody, nobody, nobody, nobody};
+SystemProcesses realPrograms;
+Host emptyHost{nobody, nobody, nobody, nobody, nobody, nobody, nobody, realPrograms};
 Host* installedHost = &emptyHost;
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include "host/clipboard.h"
 #include "host/form.h"
 #include "host/messages.h"
+#include "host/printer.h"
+#include "host/processes.h"
 #include "host/waitcursor.h"
 #include "host/windows.h"
 
@@ -18,6 +20,8 @@ struct Host {
   Clipboard& clipboard;
   Windows& windows;
   WaitCursor& waitCursor;
+  Printer& printer;
+  Processes& processes;
 };
 
 Host& host();

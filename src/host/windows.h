@@ -1,7 +1,10 @@
 // The port for the main frame and the windows of documents.
 #pragma once
 
+#include <cstdint>
 #include <string>
+
+#include "base/geometry.h"
 
 namespace tarnvisor {
 
@@ -14,8 +17,11 @@ class Windows {
   // Asks the main frame to close, after the command now running.
   virtual void closeMainFrame() = 0;
   virtual void tile() = 0;
-  // Shows which tool bars suit the present selection and mode.
+  virtual void cascade() = 0;
+  // Shows the bars, menus and windows beside the documents as the main frame says that they are.
   virtual void refreshBars() = 0;
+  // Opens a menu of the menu table at a place in the main frame; the chosen command is posted.
+  virtual void popupMenu(int32_t menuId, Point at) = 0;
   // Opens a document or page with the desktop's own program for it.
   virtual bool openWithDesktop(const std::string& path) = 0;
 };

@@ -97,8 +97,8 @@ void ZBasicDoc::gridSettingsCommand() {
   form.addChoice("Style", gridstyle, {"lines", "points", "Chalkley Grid", "User"});
   form.addChoice("Units", gridunits, {"pixels", "user units"});
   form.add("Spacing", gridspacing, {0.001, 1e9, "The spacing must be above 0."});
-  form.add("Colour", colour, {0, 0xffffff, {}});
-  form.add("Metafile", userfilename);
+  form.addColour("Colour", colour);
+  form.addFile("Metafile", userfilename, text::kMetafileFilter);
   if (!host().forms.run(form)) return;
   gridcolour = static_cast<Colour>(colour);
   gridshow = 1;

@@ -14,8 +14,6 @@
 
 namespace tarnvisor {
 
-ResultPrinter* resultPrinter = nullptr;
-
 namespace {
 
 constexpr int32_t kWithSubject = -1;
@@ -87,10 +85,12 @@ CResultDoc* lastResultDocument() { return lastAddedTo; }
 
 const CommandTableBase* CResultDoc::commands() const {
   using D = CResultDoc;
-  static const CommandTable<D> table({{cmd::ExportResults, "&Export...", &D::exportCommand},
-                                      {cmd::CopyResults, "&Copy", &D::copy, &D::hasRows},
-                                      {cmd::PrintResults, "&Print...", &D::printCommand, &D::canPrint}},
-                                     CdbDocument::commands());
+  static const CommandTable<D> table(
+      {{cmd::ExportResults, "&Export...", &D::exportCommand},
+       {cmd::CopyResults, "&Copy", &D::copy, &D::hasRows},
+       {cmd::FilePrint, "&Print...", &D::printCommand, &D::hasRows},
+       {cmd::FilePrintPreview, "Print Pre&view", &D::previewCommand, &D::hasRows}},
+      CdbDocument::commands());
   return &table;
 }
 
@@ -220,8 +220,18 @@ std::string CResultDoc::asText() const {
   return text;
 }
 
-bool CResultDoc::canPrint() const { return resultPrinter != nullptr; }
-void CResultDoc::printCommand() { resultPrinter->print(*this); }
+void CResultDoc::printOn(PrintJob& job) const {
+  JobLines lines(job);
+  print(lines);
+}
+
+void CResultDoc::printCommand() {
+  (void)host().printer.print(title(), [this](PrintJob& job) { printOn(job); });
+}
+
+void CResultDoc::previewCommand() {
+  (void)host().printer.preview(title(), [this](PrintJob& job) { printOn(job); });
+}
 
 void CResultDoc::print(PrintContext& context) const {
   const std::vector<size_t> places = visiblePlaces();

@@ -67,8 +67,9 @@ class CResultDoc : public CdbDocument {
  private:
   void exportCommand();
   bool hasRows() const { return !rows.empty(); }
+  void printOn(PrintJob& job) const;
   void printCommand();
-  bool canPrint() const;
+  void previewCommand();
   void loadRows(Archive& archive);
   std::vector<size_t> visiblePlaces() const;
   Selection selected;
@@ -81,14 +82,6 @@ CResultDoc* addResultRow(ResultKind kind, const ResultRecord& record);
 CResultDoc* findResultDocument(const std::string& title);
 // The table that got the last row; null when it is closed.
 CResultDoc* lastResultDocument();
-
-// The printer of result tables; null for none. It makes the context, prints through it and ends the job.
-class ResultPrinter {
- public:
-  virtual ~ResultPrinter() = default;
-  virtual void print(const CResultDoc& document) = 0;
-};
-extern ResultPrinter* resultPrinter;
 
 void registerResultClasses();
 

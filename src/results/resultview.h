@@ -14,18 +14,15 @@ class CResultView : public CView {
   explicit CResultView(CResultDoc& shown) : CView(shown), table(shown) {}
   // The average character's width and a line's height; both at least 1.
   void setMetrics(int32_t characterWidth, int32_t height);
-  void setSize(Size window);
   Rect cellRect(size_t row, size_t place) const;  // scrolled; the head has headRect
   Rect headRect(size_t place) const;
-  Size contentSize() const;
+  Size contentSize() const override;
   struct CellAddress {
     size_t row, place;
   };
   std::optional<CellAddress> cellAt(Point at) const;  // nothing over the head and outside the table
-  // In pixels from the table's top left; kept within what there is to scroll.
-  void scrollTo(Point wanted);
-  Point scrollPosition() const { return scroll; }
-  void draw(Canvas& canvas) const;
+  int32_t lineStep() const override { return lineheight; }
+  void draw(Canvas& canvas) override;
   void onUpdate() override;  // scrolls to a new row
 
  private:
@@ -33,8 +30,6 @@ class CResultView : public CView {
   CResultDoc& table;
   int32_t charwidth = 7;
   int32_t lineheight = 16;
-  Size size{640, 400};
-  Point scroll;
   size_t rowsSeen = 0;
 };
 

@@ -221,7 +221,7 @@ TEST_F(Results, TheViewScrollsToNewRowsUnderAHeadThatStays) {
   CResultView& view = *owned;
   table.addView(std::move(owned));
   view.setMetrics(10, 20);
-  view.setSize({200, 100});
+  view.setWindowSize({200, 100});
   for (int i = 0; i < 10; ++i) table.addrow({"f" + std::to_string(i), "um", {1.0 * i, 2}});
   EXPECT_EQ(view.contentSize(), (Size{(20 + 6 + 5 + 8) * 10, 11 * 20}));
   EXPECT_EQ(view.scrollPosition(), (Point{0, 120}));

@@ -24,6 +24,21 @@ class RecordingCanvas final : public Canvas {
   void text(Point at, const std::string& words, Colour colour) override {
     calls.push_back(format("text %i,%i %x \"%s\"", at.x, at.y, colour, words.c_str()));
   }
+  void fill(const Rect& r, Colour colour) override {
+    calls.push_back(format("fill %i,%i-%i,%i %x", r.left, r.top, r.right, r.bottom, colour));
+  }
+  void fillPolygon(std::span<const Point> points, Colour) override { record("fillpolygon", points); }
+  void pixels(const PixelBlock& block, const Rect& r) override {
+    calls.push_back(
+        format("pixels %ix%i %i,%i-%i,%i", block.width, block.height, r.left, r.top, r.right, r.bottom));
+  }
+  void setFont(const std::string& family, int32_t tenthsOfPoint) override {
+    calls.push_back(format("font \"%s\" %i", family.c_str(), tenthsOfPoint));
+  }
+  Size textSize(const std::string& words) const override {
+    return {7 * static_cast<int32_t>(words.size()), 16};
+  }
+  void setClip(const Rect& r) override { record("clip", r); }
 
  private:
   void record(const char* what, std::span<const Point> points) {

@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,7 +20,9 @@ class TestHost final : public Messages,
                        public Forms,
                        public Clipboard,
                        public Windows,
-                       public WaitCursor {
+                       public WaitCursor,
+                       public Printer,
+                       public Processes {
  public:
   TestHost() : scope(ports) {}
   ~TestHost() override {
@@ -34,6 +37,12 @@ class TestHost final : public Messages,
   std::vector<std::string> messages;
   std::vector<std::string> calls;  // of windows
   std::optional<std::string> clipboardText;
+  std::map<std::string, std::vector<uint8_t>> clipboardData;
+  ClipboardResult clipboardResult = ClipboardResult::Done;
+  // What a started program does; none can be started without.
+  std::function<int32_t(const std::vector<std::string>&)> program;
+  // The page that is printed on; printing is an unexpected question without.
+  PrintJob* printJob = nullptr;
   bool frameCanBeMade = true;
 
   // A form answered by label.
@@ -74,6 +83,14 @@ class TestHost final : public Messages,
   }
   void setText(const std::string& words) override { clipboardText = words; }
   std::optional<std::string> text() override { return clipboardText; }
+  ClipboardResult setData(const std::string& format, const std::vector<uint8_t>& bytes) override {
+    clipboardData[format] = bytes;
+    return clipboardResult;
+  }
+  std::optional<std::vector<uint8_t>> data(const std::string& format) override {
+    const auto found = clipboardData.find(format);
+    return found == clipboardData.end() ? std::nullopt : std::optional(found->second);
+  }
   std::optional<std::vector<uint8_t>> bitmap() override { return std::nullopt; }
   bool createMainFrame(const std::string& title) override {
     calls.push_back("create " + title);
@@ -81,6 +98,10 @@ class TestHost final : public Messages,
   }
   void showMainFrame() override { calls.emplace_back("show"); }
   void closeMainFrame() override { calls.emplace_back("close"); }
+  void cascade() override { calls.emplace_back("cascade"); }
+  void popupMenu(int32_t id, Point at) override {
+    calls.push_back("popup " + std::to_string(id) + " " + std::to_string(at.x) + "," + std::to_string(at.y));
+  }
   void tile() override { calls.emplace_back("tile"); }
   void refreshBars() override {}
   bool openWithDesktop(const std::string& path) override {
@@ -89,6 +110,14 @@ class TestHost final : public Messages,
   }
   void begin() override {}
   void end() override {}
+  bool print(const std::string& title, const Draw& draw) override {
+    EXPECT_NE(printJob, nullptr) << "unexpected printing of " << title;
+    calls.push_back("print " + title);
+    if (printJob) draw(*printJob);
+    return printJob != nullptr;
+  }
+  bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }
+  int32_t run(const std::vector<std::string>& words) override { return program ? program(words) : -1; }
 
  private:
   template <class T>
@@ -101,7 +130,7 @@ class TestHost final : public Messages,
     queue.pop_front();
     return value;
   }
-  Host ports{*this, *this, *this, *this, *this, *this};
+  Host ports{*this, *this, *this, *this, *this, *this, *this, *this};
   HostScope scope;
 };
 

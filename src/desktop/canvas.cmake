@@ -1,0 +1,1 @@
+# Drawing with Qt; the script runner uses it too.

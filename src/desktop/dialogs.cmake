@@ -1,0 +1,1 @@
+# The faces of what is more than fields.

@@ -1,0 +1,66 @@
+#include "framework/view.h"
+
+namespace tarnvisor {
+
+namespace {
+constexpr int32_t kWheelLines = 3;
+}
+
+ViewSite& CView::site() const {
+  static ViewSite nowhere;
+  return windowSite ? *windowSite : nowhere;
+}
+
+void CView::attach(ViewSite* newSite) { windowSite = newSite; }
+
+void CView::setWindowSize(Size size) {
+  window = size;
+  onSize();
+  contentChanged();
+}
+
+void CView::scrollTo(Point wanted) {
+  const Size content = contentSize();
+  scroll = {std::clamp(wanted.x, 0, std::max(0, content.width - window.width)),
+            std::clamp(wanted.y, 0, std::max(0, content.height - window.height))};
+  site().scrollChanged();
+  redraw();
+}
+
+void CView::wheel(const WheelEvent& event) {
+  const int32_t distance = -event.steps * kWheelLines * lineStep();
+  scrollTo(event.shift ? Point{scroll.x + distance, scroll.y} : Point{scroll.x, scroll.y + distance});
+}
+
+bool CView::keyDown(const KeyEvent& event) {
+  switch (event.key) {
+    case Key::Left:
+      scrollTo({scroll.x - lineStep(), scroll.y});
+      return true;
+    case Key::Right:
+      scrollTo({scroll.x + lineStep(), scroll.y});
+      return true;
+    case Key::Up:
+      scrollTo({scroll.x, scroll.y - lineStep()});
+      return true;
+    case Key::Down:
+      scrollTo({scroll.x, scroll.y + lineStep()});
+      return true;
+    case Key::PageUp:
+      scrollTo({scroll.x, scroll.y - window.height});
+      return true;
+    case Key::PageDown:
+      scrollTo({scroll.x, scroll.y + window.height});
+      return true;
+    case Key::Home:
+      scrollTo({0, 0});
+      return true;
+    case Key::End:
+      scrollTo({scroll.x, contentSize().height});
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace tarnvisor

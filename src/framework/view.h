@@ -1,0 +1,127 @@
+// A view: how a document is shown, headless. A window draws it through draw() and feeds it mouse and keys as
+// plain records; it holds everything that a view knows, its scroll position included. A test hosts the same
+// view.
+//
+// Window coordinates: pixels of the area that the view draws in, its top left being (0, 0).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/geometry.h"
+#include "framework/command.h"
+#include "host/canvas.h"
+
+namespace tarnvisor {
+
+class CDocument;
+
+enum class MouseButton { None, Left, Middle, Right };
+
+struct MouseEvent {
+  Point at;                                // window coordinates; may lie outside while the mouse is captured
+  MouseButton button = MouseButton::Left;  // the one that changed; of a move the one held down, or None
+  bool shift = false;
+  bool control = false;
+};
+
+struct WheelEvent {
+  Point at;
+  int32_t steps = 0;  // positive away from the user
+  bool shift = false;
+  bool control = false;
+};
+
+enum class Key {
+  Other,
+  Escape,
+  Enter,
+  Delete,
+  Left,
+  Right,
+  Up,
+  Down,
+  PageUp,
+  PageDown,
+  Home,
+  End,
+  Plus,
+  Minus,
+  Space
+};
+
+struct KeyEvent {
+  Key key = Key::Other;
+  bool shift = false;
+  bool control = false;
+};
+
+enum class Cursor { Arrow, Cross, OpenHand, ClosedHand, Move, Wait };
+
+// What a view asks of its window. A view without a window has one that does nothing.
+class ViewSite {
+ public:
+  virtual ~ViewSite() = default;
+  virtual void redraw() {}         // soon; many calls make one drawing
+  virtual void redrawNow() {}      // before it returns
+  virtual void scrollChanged() {}  // the position, the content's size or what is shown of it
+  virtual void panesChanged() {}   // the status texts
+  virtual void setCursor(Cursor) {}
+  virtual void captureMouse(bool) {}  // moves and the release come in even from outside
+  virtual void setFocus() {}
+  // Makes the frame as large as this content needs, as far as the main window has room.
+  virtual void resizeFrame(Size) {}
+};
+
+struct StatusPane {
+  std::string name;  // "position", "zoom"...: the same pane keeps its name
+  std::string text;
+};
+
+class CView : public CommandTarget {
+ public:
+  explicit CView(CDocument& shown) : shownDocument(shown) {}
+  CDocument& document() const { return shownDocument; }
+
+  // --- told by the document and the window
+  virtual void onUpdate() { redraw(); }  // the document changed
+  virtual void onActivate() {}           // its window came to the front
+  void attach(ViewSite* window);         // null when the window goes
+  void setWindowSize(Size size);
+  Size windowSize() const { return window; }
+  // Draws what the window shows.
+  virtual void draw(Canvas&) {}
+  virtual void mouseDown(const MouseEvent&) {}
+  virtual void mouseMove(const MouseEvent&) {}
+  virtual void mouseUp(const MouseEvent&) {}
+  virtual void mouseDouble(const MouseEvent&) {}
+  // Scrolls, unless a view has its own use for the wheel.
+  virtual void wheel(const WheelEvent& event);
+  // False when the view has no use for the key; the arrow and page keys scroll.
+  virtual bool keyDown(const KeyEvent& event);
+
+  // --- what the window shows beside the drawing
+  virtual std::vector<StatusPane> panes() const { return {}; }
+
+  // --- scrolling: the content's pixel that lies at the window's top left
+  virtual Size contentSize() const { return {}; }  // nothing to scroll over with (0, 0)
+  Point scrollPosition() const { return scroll; }
+  void scrollTo(Point wanted);  // kept within the content
+  virtual int32_t lineStep() const { return 16; }
+
+ protected:
+  ViewSite& site() const;
+  void redraw() { site().redraw(); }
+  virtual void onSize() {}
+  // To be called when contentSize() changed.
+  void contentChanged() { scrollTo(scroll); }
+
+ private:
+  CDocument& shownDocument;
+  ViewSite* windowSite = nullptr;
+  Size window{640, 400};
+  Point scroll;
+};
+
+}  // namespace tarnvisor

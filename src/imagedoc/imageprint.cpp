@@ -1,0 +1,7 @@
+#include "imagedoc/imageprint.h"
+
+namespace tarnvisor {
+
+void printImage(PrintJob&, ZBasicDoc&) {}
+
+}  // namespace tarnvisor
