@@ -64,6 +64,7 @@ bool gateOpen(DocumentRow::Gate gate) {
 const CommandTableBase* CBasicApp::commands() const {
   static const CommandTable<CBasicApp> table{
       {cmd::FileOpen, "&Open...", &CBasicApp::onFileOpen},
+      {cmd::Import, "&Import...", &CBasicApp::onFileImport, &CBasicApp::canImport},
       {cmd::WindowTile, "&Tile", &CBasicApp::tileWindows},
       {cmd::HelpContents, "&Contents", &CBasicApp::helpContents},
       {cmd::AppAbout, "&About Tarnvisor...", &CBasicApp::about},
@@ -82,12 +83,13 @@ void CBasicApp::saveSettings() { saveApplicationSettings(expertMode, fgMode); }
 void CBasicApp::logBanner() {
   logPrintf("\n\n\n****  start:%s", ascTime(currentTime()).c_str());
   logVersion();
-  logPrintf("%s\n", commandLine.c_str());
+  logPrintf("%s\n", logLine.c_str());
 }
 
 // The order of these steps is known to whoever reads the log, and posted commands rely on it.
 bool CBasicApp::initInstance(const StartOptions& options) {
   commandLine = options.commandLine;
+  logLine = commandLine.empty() ? options.logLine : commandLine;
   const bool profileFound = options.profilePath.empty()
                                 ? selectProfile(options.programPath, false)
                                 : selectProfileFile(options.programPath, options.profilePath);
@@ -122,7 +124,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
     if (!file.empty()) (void)openDocumentFile(file);
   }
   host().windows.showMainFrame();
-  logPrintf("%s\n", commandLine.c_str());
+  logPrintf("%s\n", logLine.c_str());
   if (commandLine.empty() && db && showDb) postMainCommand(cmd::SelectSubject);
   if (isSwitch) runStartSwitch(commandLine[1]);
   logPrintf("initinst ok\n");
@@ -179,13 +181,14 @@ int32_t CBasicApp::exitInstance() {
 
 CDocument* CBasicApp::openDocumentFile(const std::string& path) {
   DocumentType* type = documents.typeFor(path);
-  if (!type) {
+  DocumentType* importer = type ? nullptr : documents.importerFor(path);
+  if (!type && !importer) {
     host().messages.show(format("%s can't be opened: no kind of document has this ending.", path.c_str()),
                          Buttons::Ok, Icon::Error);
     return nullptr;
   }
-  CDocument* document = type->openDocument(path);
-  if (document) rememberFolder(document->pathName());
+  CDocument* document = type ? type->openDocument(path) : importer->importDocument(path);
+  if (document) rememberFolder(path);
   return document;
 }
 
@@ -197,6 +200,20 @@ void CBasicApp::onFileOpen() {
   int opened = 0;
   for (const std::string& path : host().choosers.openFiles(request))
     if (openDocumentFile(path)) ++opened;
+  if (opened > 1) tileWindows();
+}
+
+DocumentType* CBasicApp::importType() const {
+  for (const auto& type : documents.types())
+    if (type->classes().imports) return type.get();
+  return nullptr;
+}
+
+void CBasicApp::onFileImport() {
+  const FileRequest request{"Import", importType()->classes().importFilter, "", ""};
+  int opened = 0;
+  for (const std::string& path : host().choosers.openFiles(request))
+    if (importType()->importDocument(path)) ++opened;
   if (opened > 1) tileWindows();
 }
 

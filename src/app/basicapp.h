@@ -45,6 +45,7 @@ struct StartOptions {
   std::string programPath;
   std::string profilePath;  // a profile to use in place of the program's own; empty for that
   std::string commandLine;  // as given: a file, or "/x " and a file
+  std::string logLine;      // what the log tells of the start in place of an empty command line
   std::span<const DocumentRow> documentTable;
   std::function<void()> bindCameraControllers;  // before the first row, with the image channel on
   bool listenForOthers = true;                  // take messages from other processes
@@ -64,10 +65,12 @@ class CBasicApp : public CommandTarget {
   // True to be called again at once.
   bool onIdle(int32_t count);
 
-  // The document of a file, opened or activated; null when no type claims the file or the document refused,
-  // after the user was told.
+  // The document of a file, opened or activated, or a new one around a file that a type imports; null when no
+  // type claims the file or the document refused, after the user was told.
   CDocument* openDocumentFile(const std::string& path);
   void onFileOpen();
+  // Brings files of other kinds into new documents.
+  void onFileImport();
   void postMainCommand(int32_t id) { loop.post(id); }
   // The active view, its document, the frame, the application, in the order in which commands reach them.
   std::vector<CommandTarget*> commandChain();
@@ -120,6 +123,8 @@ class CBasicApp : public CommandTarget {
   std::function<void()> onSelectionChanged;
 
  private:
+  DocumentType* importType() const;
+  bool canImport() const { return importType() != nullptr; }
   void startVelocityInput();
   void registerDocumentTypes(const StartOptions& options);
   void runStartSwitch(char letter);
@@ -137,6 +142,7 @@ class CBasicApp : public CommandTarget {
   bool wasRecording = false;
   int32_t lastFrameCounter = 0;
   std::string commandLine;
+  std::string logLine;
 };
 
 // The application object; made by the program, one at a time.

@@ -1,5 +1,6 @@
 #include "assembly/assembly.h"
 
+#include "image/stillimport.h"
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
 #include "measure/dimlist.h"
@@ -30,7 +31,8 @@ std::span<const DocumentRow> documentTable() {
   static const DocumentRow rows[] = {
       {G::Image,
        {10002, "\nImage\nImage\nImages (*.tv1)\n.tv1\nTarnvisor.Image\nTarnvisor Document", "ZBasicDoc",
-        "ZBasicView", kChildFrame, &makeDocument<ZBasicDoc>, &makeView<ZBasicDoc, ZBasicView>},
+        "ZBasicView", kChildFrame, &makeDocument<ZBasicDoc>, &makeView<ZBasicDoc, ZBasicView>, &isStillFile,
+        kStillFilter},
        &P::imageTemplate},
       {G::Live,
        {10005, "\nVideo\n\nFrozen Video (*.tv1)\n.tv1\n\n", "ZBasicfgDoc", "ZBasicfgView", kChildFrame},

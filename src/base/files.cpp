@@ -122,7 +122,11 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
 
 AtomicFile::AtomicFile(const std::string& path) : target(linkTarget(path)) {
   std::string pattern = target + ".XXXXXX";
-  const int handle = ::mkostemp(pattern.data(), O_CLOEXEC);
+  int handle = ::mkostemp(pattern.data(), O_CLOEXEC);
+  if (handle < 0 && errno == ENAMETOOLONG) {  // a name of the greatest length has no room for an ending
+    pattern = folderOf(target) + ".tarnvisor-XXXXXX";
+    handle = ::mkostemp(pattern.data(), O_CLOEXEC);
+  }
   if (handle < 0) {
     openError = errno;
     return;
@@ -199,7 +203,7 @@ Outcome replaceFile(const std::string& path, std::string_view text, AtomicFile::
 
 bool makeFolderPath(const std::string& path) {
   if (path.empty()) return false;
-  for (size_t at = path.find_first_of("/\\", 1);; at = path.find_first_of("/\\", at + 1)) {
+  for (size_t at = path.find(kSeparator, 1);; at = path.find(kSeparator, at + 1)) {
     const std::string prefix = path.substr(0, at);
     if (!folderExists(prefix) && ::mkdir(prefix.c_str(), 0777) != 0 && !folderExists(prefix)) return false;
     if (at == std::string::npos || at + 1 == path.size()) return true;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -25,8 +26,14 @@ void parallelFor(int64_t count, int64_t grain, const std::function<void(int64_t,
   const auto edge = [&](int64_t piece) { return count * piece / pieces; };
   std::vector<std::jthread> helpers;
   helpers.reserve(static_cast<size_t>(pieces - 1));
-  for (int64_t piece = 1; piece < pieces; ++piece)
-    helpers.emplace_back([&work, from = edge(piece), to = edge(piece + 1)] { work(from, to); });
+  int64_t started = 1;
+  try {
+    for (; started < pieces; ++started)
+      helpers.emplace_back([&work, from = edge(started), to = edge(started + 1)] { work(from, to); });
+  } catch (const std::system_error&) {
+    // A machine without threads to spare: what none took is done here.
+    work(edge(started), count);
+  }
   work(0, edge(1));
 }
 

@@ -42,6 +42,7 @@ int main(int argc, char** argv) {
   start.askForDataFolder = false;
   start.keepWorkingFolder = true;
   start.dataFolder = options.dataFolder;
+  for (int i = 0; i < argc; ++i) start.logLine += std::string(i ? " " : "") + argv[i];
   if (!app.initInstance(start)) {
     std::fprintf(stderr, "tarnvisor-batch can't start: %s\n", script.shown().c_str());
     return 1;

@@ -21,11 +21,6 @@ std::string absolutePath(const std::string& path) {
   return std::filesystem::absolute(path).lexically_normal().string();
 }
 
-bool isPixelFile(const std::string& path) {
-  const std::string ending = lowerCase(extensionOf(path));
-  return ending == "zzg" || ending == "bmp" || ending == "tif" || ending == "tiff";
-}
-
 std::string printable(const std::string& notes) {
   std::string text;
   for (const char c : notes)
@@ -151,16 +146,7 @@ StepResult ScriptRunner::exam(const Step& step) {
 StepResult ScriptRunner::open(const Step& step) {
   const std::string& path = step.args[0];
   if (!fileExists(path)) return StepResult::failure(path + " does not exist");
-  CDocument* document = nullptr;
-  if (isPixelFile(path) && process.imageTemplate) {
-    auto* image = dynamic_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
-    if (image && image->adoptImageFile(path))
-      document = image;
-    else if (image)
-      process.imageTemplate->discard(*image);
-  } else {
-    document = app.openDocumentFile(path);
-  }
+  CDocument* document = app.openDocumentFile(path);
   if (!document)
     return StepResult::failure(script.shown().empty() ? path + " can't be opened" : script.shown());
   StepResult result{true, {}, {{"title", document->title()}}, {}};
@@ -260,10 +246,7 @@ StepResult ScriptRunner::command(const Step& step) {
   return runCommandText(step.args[0], {step.args.begin() + 1, step.args.end()});
 }
 
-StepResult ScriptRunner::import(const Step& step) {
-  if (!app.documents.active()) return unavailable(step);
-  return runCommandText("Import", {step.args[0]});
-}
+StepResult ScriptRunner::import(const Step& step) { return runCommandText("Import", {step.args[0]}); }
 
 // A bare name goes to the folder of the selected exam, where the database looks for it; a path is a path.
 StepResult ScriptRunner::save(const Step& step) {

@@ -65,6 +65,11 @@ bool CDocument::loadFrom(const std::string& path) {
   return loaded;
 }
 
+bool CDocument::onImportFile(const std::string& path) {
+  report(path + " can't be brought into a document of this kind.");
+  return false;
+}
+
 bool CDocument::onOpenDocument(const std::string& path) { return loadFrom(path); }
 
 bool CDocument::storeTo(const std::string& path) {

@@ -36,6 +36,8 @@ class CDocument : public CommandTarget {
   virtual bool onNewDocument();
   virtual bool onOpenDocument(const std::string& path);
   virtual bool onSaveDocument(const std::string& path);
+  // Fills a new document from a file of another kind, which stays as it is and is never written over.
+  virtual bool onImportFile(const std::string& path);
   // Empties the document, also before a load.
   virtual void deleteContents() {}
   virtual void serialize(Archive& archive) = 0;

@@ -69,6 +69,13 @@ CDocument* DocumentType::openDocument(const std::string& path) {
   return document->onOpenDocument(path) ? keep(std::move(document)) : nullptr;
 }
 
+CDocument* DocumentType::importDocument(const std::string& path) {
+  auto document = make();
+  if (!document) return nullptr;
+  document->setTitle(format("%s%i", documentName().c_str(), ++made));
+  return document->onNewDocument() && document->onImportFile(path) ? keep(std::move(document)) : nullptr;
+}
+
 void DocumentType::discard(CDocument& document) {
   const auto at = std::find_if(open.begin(), open.end(), [&](const auto& d) { return d.get() == &document; });
   if (at == open.end()) return;
@@ -89,6 +96,12 @@ void DocumentManager::detach(DocumentType& type) { type.manager = nullptr; }
 DocumentType* DocumentManager::typeFor(const std::string& path) const {
   for (const auto& type : registered)
     if (type->matches(path)) return type.get();
+  return nullptr;
+}
+
+DocumentType* DocumentManager::importerFor(const std::string& path) const {
+  for (const auto& type : registered)
+    if (type->classes().imports && type->classes().imports(path)) return type.get();
   return nullptr;
 }
 

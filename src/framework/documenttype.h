@@ -23,6 +23,9 @@ struct DocumentClass {
   // Both may be null: such a type stands in the table and opens nothing.
   std::unique_ptr<CDocument> (*makeDocument)() = nullptr;
   std::unique_ptr<CView> (*makeView)(CDocument&) = nullptr;
+  // Whether a file that no type claims can be brought into a new document of this one; null for none.
+  bool (*imports)(const std::string& path) = nullptr;
+  const char* importFilter = "";  // of those files, for a chooser
 };
 
 class DocumentType {
@@ -43,6 +46,8 @@ class DocumentType {
   CDocument* newDocument();
   // The document of a file: the open one, activated, or a new one. Null after the document told the user why.
   CDocument* openDocument(const std::string& path);
+  // A new document filled from a file of another kind. Null after the document told the user why.
+  CDocument* importDocument(const std::string& path);
   const std::vector<std::unique_ptr<CDocument>>& documents() const { return open; }
   CDocument* findOpen(const std::string& path) const;
   // Destroys a document without asking.
@@ -68,7 +73,8 @@ class DocumentManager {
   void attach(DocumentType& type);
   void detach(DocumentType& type);
   const std::vector<std::unique_ptr<DocumentType>>& types() const { return registered; }
-  DocumentType* typeFor(const std::string& path) const;  // the first registered that matches
+  DocumentType* typeFor(const std::string& path) const;      // the first registered that matches
+  DocumentType* importerFor(const std::string& path) const;  // the first that imports it
 
   // The document in front: the one opened or activated last.
   CDocument* active() const { return order.empty() ? nullptr : order.back(); }

@@ -61,6 +61,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   // Makes a file of pixels this document's image without taking the file over: the first save copies it, and
   // none writes over it.
   bool adoptImageFile(const std::string& path);
+  // Any still: one that the image buffer loads as it stands is adopted, another is decoded (asking for the
+  // page of one that has several) and waits for its first save to get a pixel file.
+  bool onImportFile(const std::string& path) override;
   // Where imagefile lies: a bare name lies in the document's folder.
   std::string imagePath() const;
 

@@ -9,6 +9,7 @@
 #include "framework/commandids.h"
 #include "host/host.h"
 #include "image/palette.h"
+#include "image/stillimport.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
@@ -216,7 +217,12 @@ void ZBasicDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kImageFilter, "", ""});
   if (!path || path->empty()) return;
   if (!hasImage() && imagefile.empty()) {
-    (void)adoptImageFile(*path);
+    if (onImportFile(*path)) updateAllViews();
+    return;
+  }
+  // What the image buffer doesn't load becomes a document of its own.
+  if (!loadsAsItStands(*path) && isStillFile(*path)) {
+    (void)theApp().openDocumentFile(*path);
     return;
   }
   CZZimage before;

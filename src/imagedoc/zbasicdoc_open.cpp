@@ -7,6 +7,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "host/host.h"
+#include "image/stillimport.h"
 #include "imagedoc/magnification.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/texts.h"
@@ -150,8 +151,39 @@ bool ZBasicDoc::adoptImageFile(const std::string& path) {
   if (error) imagefile = path;
   ownsImageFile = false;
   imagedirty = 0;
-  setTitle(fileNameOf(path));
+  setTitle(withoutExtension(fileNameOf(path)));
   setModified();
+  return true;
+}
+
+bool ZBasicDoc::onImportFile(const std::string& path) {
+  if (loadsAsItStands(path)) return adoptImageFile(path);
+  const WaitScope wait;
+  int32_t page = 1;
+  const int32_t pages = stillPages(path);
+  if (pages > 1 && !process.quietMode) {
+    Form form("Import");
+    form.addNote(format("%s has %i pages.", fileNameOf(path).c_str(), pages))
+        .add("Page", page, {1.0, static_cast<double>(pages), {}});
+    if (!host().forms.run(form)) return false;
+  }
+  auto decoded = std::make_unique<CZZimage>();
+  if (const Outcome done = importStill(path, page - 1, *decoded); !done) {
+    report(done.why());
+    return false;
+  }
+  image = std::move(decoded);
+  originx = originy = 0;
+  imagefile.clear();
+  ownsImageFile = false;
+  imagedirty = 1;
+  const std::string name =
+      withoutExtension(fileNameOf(path)) + (pages > 1 ? format(" page %i", page) : std::string());
+  setTitle(name);
+  appendNotes("Import " + fileNameOf(path) + (pages > 1 ? format(" page %i", page) : "") + text::kLineEnd);
+  afterImageLoaded();
+  setModified();
+  updateAllViews();
   return true;
 }
 

@@ -112,6 +112,13 @@ TEST_F(Files, MayBeWrittenByName) {
   EXPECT_EQ(readWholeText(path), "by name");
 }
 
+TEST_F(Files, OfTheGreatestNameCanBeReplaced) {
+  const std::string path = put(std::string(255, 'n'), "old");
+  EXPECT_TRUE(replaceFile(path, std::string_view("new")));
+  EXPECT_EQ(readWholeText(path), "new");
+  EXPECT_FALSE(replaceFile(path + "n", std::string_view("too long")));
+}
+
 TEST_F(Files, AreReadWholeUpToALimit) {
   const std::string path = put("a", "12345");
   EXPECT_EQ(readWholeText(path, 5), "12345");
@@ -126,6 +133,8 @@ TEST_F(Files, FoldersAreMadeFromTheFirstMissing) {
     EXPECT_TRUE(makeFolderPath(folder.file(path))) << path;
     EXPECT_TRUE(folderExists(folder.file(path))) << path;
   }
+  EXPECT_TRUE(makeFolderPath(folder.file("left\\right")));
+  EXPECT_FALSE(folderExists(folder.file("left")));
   put("file", "");
   const std::string before = workingFolder();
   for (const std::string& path : {std::string(), folder.file("file/x"), folder.file("file")})

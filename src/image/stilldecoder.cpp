@@ -1,0 +1,182 @@
+// Stills through FFmpeg. The file is read here and handed over as bytes, so that a name can never be taken
+// for an address or a pattern, and only demuxers of single pictures may look at it.
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+#include <cstring>
+#include <memory>
+
+#include "base/files.h"
+#include "decodedstill.h"
+#include "image/stillimport.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr uint64_t kLargestFile = uint64_t{1} << 30;
+constexpr int kReadBlock = 1 << 16;
+constexpr const char* kSinglePictures =
+    "png_pipe,jpeg_pipe,bmp_pipe,webp_pipe,gif,gif_pipe,pgm_pipe,ppm_pipe,pam_pipe,pbm_pipe,j2k_pipe";
+
+template <auto Free>
+struct Freed {
+  template <class T>
+  void operator()(T* p) const {
+    Free(&p);
+  }
+};
+using Format = std::unique_ptr<AVFormatContext, Freed<avformat_close_input>>;
+using Codec = std::unique_ptr<AVCodecContext, Freed<avcodec_free_context>>;
+using Packet = std::unique_ptr<AVPacket, Freed<av_packet_free>>;
+using Frame = std::unique_ptr<AVFrame, Freed<av_frame_free>>;
+struct FreeScaler {
+  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+};
+struct FreeBytesContext {
+  void operator()(AVIOContext* context) const {
+    av_freep(&context->buffer);
+    avio_context_free(&context);
+  }
+};
+
+struct Bytes {
+  std::vector<uint8_t> all;
+  size_t at = 0;
+
+  static int read(void* self, uint8_t* target, int wanted) {
+    auto& bytes = *static_cast<Bytes*>(self);
+    const size_t left = bytes.all.size() - bytes.at;
+    if (left == 0) return AVERROR_EOF;
+    const size_t count = std::min(left, static_cast<size_t>(wanted));
+    std::memcpy(target, bytes.all.data() + bytes.at, count);
+    bytes.at += count;
+    return static_cast<int>(count);
+  }
+  static int64_t seek(void* self, int64_t offset, int whence) {
+    auto& bytes = *static_cast<Bytes*>(self);
+    const auto size = static_cast<int64_t>(bytes.all.size());
+    if (whence & AVSEEK_SIZE) return size;
+    const int64_t wanted = whence == SEEK_SET   ? offset
+                           : whence == SEEK_CUR ? static_cast<int64_t>(bytes.at) + offset
+                                                : size + offset;
+    if (wanted < 0 || wanted > size) return -1;
+    bytes.at = static_cast<size_t>(wanted);
+    return wanted;
+  }
+};
+
+// The first picture of the best video stream; null when there is none.
+Frame firstFrame(AVFormatContext& format) {
+  const AVCodec* decoder = nullptr;
+  const int stream = av_find_best_stream(&format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
+  if (stream < 0 || !decoder) return nullptr;
+  const Codec codec(avcodec_alloc_context3(decoder));
+  const AVCodecParameters& told = *format.streams[stream]->codecpar;
+  if (!codec || avcodec_parameters_to_context(codec.get(), &told) < 0) return nullptr;
+  codec->max_pixels = kMostImportedPixels;
+  codec->thread_count = 1;
+  if (avcodec_open2(codec.get(), decoder, nullptr) < 0) return nullptr;
+  const Packet packet(av_packet_alloc());
+  Frame frame(av_frame_alloc());
+  bool draining = false;
+  while (packet && frame) {
+    if (!draining && av_read_frame(&format, packet.get()) < 0) draining = true;
+    if (draining)
+      (void)avcodec_send_packet(codec.get(), nullptr);
+    else if (packet->stream_index == stream)
+      (void)avcodec_send_packet(codec.get(), packet.get());
+    if (!draining) av_packet_unref(packet.get());
+    const int got = avcodec_receive_frame(codec.get(), frame.get());
+    if (got == 0) return frame;
+    if (got != AVERROR(EAGAIN) || draining) return nullptr;
+  }
+  return nullptr;
+}
+
+bool isGrey(const AVPixFmtDescriptor& d) {
+  return d.nb_components <= 2 &&
+         !(d.flags & (AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_RGB));
+}
+
+// A palette whose entries in use are all grey is a grey picture.
+void dropColourOfGrey(DecodedStill& still) {
+  for (size_t i = 0; i < still.samples.size(); i += 3)
+    if (still.samples[i] != still.samples[i + 1] || still.samples[i] != still.samples[i + 2]) return;
+  for (size_t i = 0; i < still.samples.size() / 3; ++i) still.samples[i] = still.samples[i * 3];
+  still.samples.resize(still.samples.size() / 3);
+  still.channels = 1;
+}
+
+bool convert(const AVFrame& frame, DecodedStill& still) {
+  const auto source = static_cast<AVPixelFormat>(frame.format);
+  const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(source);
+  if (!d || !isPossibleStill(frame.width, frame.height)) return false;
+  const bool grey = isGrey(*d), wide = d->comp[0].depth > 8;
+  const AVPixelFormat target =
+      grey ? (wide ? AV_PIX_FMT_GRAY16 : AV_PIX_FMT_GRAY8) : (wide ? AV_PIX_FMT_BGR48 : AV_PIX_FMT_BGR24);
+  still.width = frame.width;
+  still.height = frame.height;
+  still.channels = grey ? 1 : 3;
+  const size_t rowSamples = static_cast<size_t>(frame.width) * static_cast<size_t>(still.channels);
+  const size_t count = rowSamples * static_cast<size_t>(frame.height);
+  uint8_t* first = nullptr;
+  if (wide) {
+    still.wide.resize(count);
+    first = reinterpret_cast<uint8_t*>(still.wide.data());
+  } else {
+    still.samples.resize(count);
+    first = still.samples.data();
+  }
+  uint8_t* const planes[] = {first, nullptr, nullptr, nullptr};
+  const int strides[] = {static_cast<int>(rowSamples * (wide ? 2 : 1)), 0, 0, 0};
+  if (source == target) {
+    av_image_copy(const_cast<uint8_t**>(planes), const_cast<int*>(strides),
+                  const_cast<const uint8_t**>(frame.data), frame.linesize, source, frame.width, frame.height);
+    return true;
+  }
+  const std::unique_ptr<SwsContext, FreeScaler> scaler(
+      sws_getContext(frame.width, frame.height, source, frame.width, frame.height, target,
+                     SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+  if (!scaler ||
+      sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) != frame.height)
+    return false;
+  if (d->flags & AV_PIX_FMT_FLAG_PAL) dropColourOfGrey(still);
+  return true;
+}
+
+}  // namespace
+
+bool isPossibleStill(int64_t width, int64_t height) {
+  return width > 0 && height > 0 && width <= kMostImportedPixels / height;
+}
+
+std::string decodeStill(const std::string& path, DecodedStill& still) {
+  av_log_set_level(AV_LOG_QUIET);
+  auto whole = readWholeFile(path, kLargestFile);
+  if (!whole) return "it can't be opened.";
+  Bytes bytes{std::move(*whole)};
+  const std::unique_ptr<AVIOContext, FreeBytesContext> context(
+      avio_alloc_context(static_cast<unsigned char*>(av_malloc(kReadBlock)), kReadBlock, 0, &bytes,
+                         &Bytes::read, nullptr, &Bytes::seek));
+  AVFormatContext* raw = avformat_alloc_context();
+  if (!context || !raw) return "there is not enough memory.";
+  raw->pb = context.get();
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "format_whitelist", kSinglePictures, 0);
+  const int opened = avformat_open_input(&raw, nullptr, nullptr, &options);
+  av_dict_free(&options);
+  if (opened < 0) return "it is no picture of a known kind.";
+  const Format format(raw);
+  if (avformat_find_stream_info(format.get(), nullptr) < 0) return "it is no picture of a known kind.";
+  const Frame frame = firstFrame(*format);
+  if (!frame) return "it is damaged or too large.";
+  return convert(*frame, still) ? "" : "its kind of pixels is not known.";
+}
+
+}  // namespace tarnvisor

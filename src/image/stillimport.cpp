@@ -1,0 +1,93 @@
+#include "image/stillimport.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "base/bytes.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "decodedstill.h"
+#include "image/imagefile.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kEndings[] = {"zzg", "bmp",  "tif", "tiff", "png", "jpg", "jpeg",
+                                    "gif", "webp", "pgm", "ppm",  "pnm", "jp2"};
+
+// The first bytes of a file; what it lacks is 0.
+template <size_t N>
+std::array<uint8_t, N> headOf(const std::string& path) {
+  std::array<uint8_t, N> head{};
+  if (std::FILE* file = std::fopen(path.c_str(), "rbe")) {
+    if (std::fread(head.data(), 1, N, file) < N) head = {};
+    std::fclose(file);
+  }
+  return head;
+}
+
+// By its first bytes, whatever it is called: the plain and the big kind, in either order of bytes.
+bool isTiff(const std::string& path) {
+  const auto head = headOf<4>(path);
+  const bool little = head[0] == 'I' && head[1] == 'I' && (head[2] == 42 || head[2] == 43) && head[3] == 0;
+  return little || (head[0] == 'M' && head[1] == 'M' && head[2] == 0 && (head[3] == 42 || head[3] == 43));
+}
+
+// Whole pixels without compression, which is what the image buffer reads.
+bool isPlainBitmap(const std::string& path) {
+  const auto head = headOf<34>(path);
+  return getLittle<uint16_t>(head.data() + 28) >= 8 && getLittle<uint32_t>(head.data() + 30) == 0;
+}
+
+// The smallest sample becomes 0, the largest 255; a flat picture keeps its high bytes.
+void stretchTo8(DecodedStill& still) {
+  const auto [low, high] = std::minmax_element(still.wide.begin(), still.wide.end());
+  const uint32_t base = *low, range = static_cast<uint32_t>(*high) - base;
+  still.samples.resize(still.wide.size());
+  std::transform(still.wide.begin(), still.wide.end(), still.samples.begin(), [&](uint16_t v) {
+    return static_cast<uint8_t>(range ? ((v - base) * 255u + range / 2) / range : v >> 8);
+  });
+  still.wide.clear();
+}
+
+}  // namespace
+
+bool isStillFile(const std::string& path) {
+  const std::string ending = extensionOf(path);
+  return std::any_of(std::begin(kEndings), std::end(kEndings),
+                     [&](const char* known) { return equalIgnoringCase(ending, known); });
+}
+
+bool loadsAsItStands(const std::string& path) {
+  const ImageFormat* format = imageFormatOf(path);
+  if (!format || !format->load) return false;
+  if (format->load == loadTiff) return isPlainGreyTiff(path);
+  return endsWithIgnoringCase(path, ".bmp") ? isPlainBitmap(path) : true;
+}
+
+int32_t stillPages(const std::string& path) { return isTiff(path) ? tiffPages(path) : 1; }
+
+Outcome importStill(const std::string& path, int32_t page, CZZimage& image) {
+  if (!fileExists(path)) return Outcome::failure(path + " does not exist.");
+  DecodedStill still;
+  try {
+    const std::string problem = isTiff(path) ? decodeTiff(path, page, still) : decodeStill(path, still);
+    if (!problem.empty()) return Outcome::failure(path + " can't be read: " + problem);
+    if (!still.wide.empty()) stretchTo8(still);
+  } catch (const std::bad_alloc&) {
+    return Outcome::failure(path + " can't be read: there is not enough memory.");
+  }
+  CZZimage decoded(0, 0, -1, 0, still.channels == 3 ? kColour : kGrey);
+  if (!decoded.setColourset(still.channels == 3 ? kColour : kGrey) ||
+      !decoded.resizedata(still.width, still.height, still.channels))
+    return Outcome::failure(path + " can't be read: there is not enough memory.");
+  const size_t bytes = static_cast<size_t>(still.width) * static_cast<size_t>(still.channels);
+  for (int32_t y = 0; y < still.height; ++y)
+    std::copy_n(still.samples.data() + static_cast<size_t>(y) * bytes, bytes, decoded.row(y));
+  return image.copyImage(decoded) ? Outcome::success()
+                                  : Outcome::failure(path + " can't be read: there is not enough memory.");
+}
+
+}  // namespace tarnvisor

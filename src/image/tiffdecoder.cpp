@@ -1,0 +1,162 @@
+// TIFF pictures of any kind that the library knows: pages, 16 bits, colour, palettes, tiles.
+#include <tiffio.h>
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "decodedstill.h"
+
+namespace tarnvisor {
+
+namespace {
+
+struct CloseTiff {
+  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+};
+using OpenTiff = std::unique_ptr<TIFF, CloseTiff>;
+
+OpenTiff openTiff(const std::string& path) {
+  TIFFSetErrorHandler(nullptr);
+  TIFFSetWarningHandler(nullptr);
+  return OpenTiff(TIFFOpen(path.c_str(), "r"));
+}
+
+struct Facts {
+  uint32_t width = 0, height = 0;
+  uint16_t bits = 1, samples = 1, photometric = PHOTOMETRIC_MINISBLACK, format = SAMPLEFORMAT_UINT,
+           planar = PLANARCONFIG_CONTIG;
+};
+
+Facts factsOf(TIFF* tiff) {
+  Facts f;
+  TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &f.width);
+  TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &f.height);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &f.bits);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &f.samples);
+  TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &f.photometric);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLEFORMAT, &f.format);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &f.planar);
+  return f;
+}
+
+// Samples of 16 bits are read here, since the library's own picture has 8.
+bool isWide(const Facts& f) {
+  const bool grey =
+      f.samples == 1 && (f.photometric == PHOTOMETRIC_MINISBLACK || f.photometric == PHOTOMETRIC_MINISWHITE);
+  const bool colour = f.samples >= 3 && f.photometric == PHOTOMETRIC_RGB && f.planar == PLANARCONFIG_CONTIG;
+  return f.bits == 16 && f.format == SAMPLEFORMAT_UINT && (grey || colour);
+}
+
+// One sample of the file into its place: of colours the order turns to blue, green, red, and what comes after
+// them (opacity) is dropped; white-is-zero is turned round.
+void takeWidePixels(const Facts& f, const uint16_t* from, uint32_t pixels, uint16_t* to) {
+  for (uint32_t x = 0; x < pixels; ++x, from += f.samples) {
+    if (f.samples == 1) {
+      *to++ = f.photometric == PHOTOMETRIC_MINISWHITE ? static_cast<uint16_t>(~from[0]) : from[0];
+      continue;
+    }
+    *to++ = from[2];
+    *to++ = from[1];
+    *to++ = from[0];
+  }
+}
+
+bool readWideTiles(TIFF* tiff, const Facts& f, DecodedStill& still) {
+  uint32_t tileWidth = 0, tileHeight = 0;
+  TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &tileWidth);
+  TIFFGetField(tiff, TIFFTAG_TILELENGTH, &tileHeight);
+  const tmsize_t size = TIFFTileSize(tiff);
+  const uint64_t wanted = uint64_t{tileWidth} * tileHeight * f.samples * 2;
+  if (tileWidth == 0 || tileHeight == 0 || size <= 0 || static_cast<uint64_t>(size) != wanted ||
+      !isPossibleStill(tileWidth, tileHeight))
+    return false;
+  std::vector<uint16_t> tile(static_cast<size_t>(size) / 2);
+  const auto channels = static_cast<uint32_t>(still.channels);
+  for (uint32_t top = 0; top < f.height; top += tileHeight)
+    for (uint32_t left = 0; left < f.width; left += tileWidth) {
+      if (TIFFReadTile(tiff, tile.data(), left, top, 0, 0) < 0) return false;
+      for (uint32_t y = top; y < std::min(f.height, top + tileHeight); ++y)
+        takeWidePixels(f, tile.data() + size_t{y - top} * tileWidth * f.samples,
+                       std::min(tileWidth, f.width - left),
+                       still.wide.data() + (size_t{y} * f.width + left) * channels);
+    }
+  return true;
+}
+
+bool readWideRows(TIFF* tiff, const Facts& f, DecodedStill& still) {
+  const tmsize_t size = TIFFScanlineSize(tiff);
+  if (size < 0 || static_cast<uint64_t>(size) != uint64_t{f.width} * f.samples * 2) return false;
+  std::vector<uint16_t> line(static_cast<size_t>(size) / 2);
+  for (uint32_t y = 0; y < f.height; ++y) {
+    if (TIFFReadScanline(tiff, line.data(), y, 0) < 0) return false;
+    takeWidePixels(f, line.data(), f.width,
+                   still.wide.data() + size_t{y} * f.width * static_cast<uint32_t>(still.channels));
+  }
+  return true;
+}
+
+bool isGreyKind(const Facts& f) {
+  return f.photometric == PHOTOMETRIC_MINISBLACK || f.photometric == PHOTOMETRIC_MINISWHITE;
+}
+
+// Anything of up to 8 bits through the library's own picture of red, green, blue and opacity.
+bool readPicture(TIFF* tiff, const Facts& f, DecodedStill& still) {
+  const size_t pixels = size_t{f.width} * f.height;
+  std::vector<uint32_t> picture(pixels);
+  if (!TIFFReadRGBAImageOriented(tiff, f.width, f.height, picture.data(), ORIENTATION_TOPLEFT, 1))
+    return false;
+  still.samples.resize(pixels * static_cast<size_t>(still.channels));
+  uint8_t* to = still.samples.data();
+  for (const uint32_t p : picture) {
+    if (still.channels == 3) {
+      *to++ = static_cast<uint8_t>(TIFFGetB(p));
+      *to++ = static_cast<uint8_t>(TIFFGetG(p));
+    }
+    *to++ = static_cast<uint8_t>(TIFFGetR(p));
+  }
+  return true;
+}
+
+}  // namespace
+
+int32_t tiffPages(const std::string& path) {
+  constexpr int32_t kMost = 65535;
+  const OpenTiff tiff = openTiff(path);
+  if (!tiff) return 0;
+  int32_t pages = 1;
+  while (pages < kMost && TIFFReadDirectory(tiff.get())) ++pages;
+  return pages;
+}
+
+bool isPlainGreyTiff(const std::string& path) {
+  const OpenTiff tiff = openTiff(path);
+  if (!tiff) return false;
+  const Facts f = factsOf(tiff.get());
+  return f.bits == 8 && f.samples == 1 && f.photometric == PHOTOMETRIC_MINISBLACK &&
+         !TIFFIsTiled(tiff.get()) && !TIFFReadDirectory(tiff.get());
+}
+
+std::string decodeTiff(const std::string& path, int32_t page, DecodedStill& still) {
+  const OpenTiff tiff = openTiff(path);
+  if (!tiff) return "it is no TIFF file.";
+  if (page < 0 || page > 65535 || !TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page)))
+    return "it has no page of that number.";
+  const Facts f = factsOf(tiff.get());
+  if (!isPossibleStill(f.width, f.height)) return "it is damaged or too large.";
+  still.width = static_cast<int32_t>(f.width);
+  still.height = static_cast<int32_t>(f.height);
+  still.channels = isGreyKind(f) ? 1 : 3;
+  bool done = false;
+  if (isWide(f)) {
+    still.wide.resize(size_t{f.width} * f.height * static_cast<size_t>(still.channels));
+    done = TIFFIsTiled(tiff.get()) ? readWideTiles(tiff.get(), f, still) : readWideRows(tiff.get(), f, still);
+  } else {
+    char why[1024] = "";
+    if (!TIFFRGBAImageOK(tiff.get(), why)) return "its kind of pixels is not known.";
+    done = readPicture(tiff.get(), f, still);
+  }
+  return done ? "" : "it is damaged.";
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,149 @@
+#include "image/stillimport.h"
+
+#include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <filesystem>
+
+#include "base/files.h"
+#include "support/tempfolder.h"
+
+namespace tarnvisor {
+namespace {
+
+using Values = std::vector<int>;
+
+class StillImport : public ::testing::Test {
+ protected:
+  static std::string still(const std::string& name) { return std::string(STILLS_FOLDER) + name; }
+
+  // All samples of a page; the words of a refusal in place of them.
+  Values import(const std::string& path, int32_t page = 0) {
+    const Outcome done = importStill(path, page, image);
+    EXPECT_TRUE(done) << done.why();
+    Values all;
+    for (int32_t y = 0; y < image.height; ++y)
+      all.insert(all.end(), image.row(y), image.row(y) + image.rowBytes);
+    return all;
+  }
+  std::string refusal(const std::string& path, int32_t page = 0) {
+    image.reset();
+    const Outcome done = importStill(path, page, image);
+    EXPECT_FALSE(done) << path;
+    EXPECT_TRUE(image.empty());
+    return done.why();
+  }
+
+  struct Page {
+    uint16_t bits, samples, photometric;
+    std::vector<uint16_t> values;  // of two rows
+    bool tiled = false;
+  };
+  std::string writeTiff(const std::vector<Page>& pages) {
+    std::string path = folder.file("a.tif");
+    TIFF* tiff = TIFFOpen(path.c_str(), "w");
+    for (const Page& page : pages) {
+      const size_t line = page.values.size() / 2;
+      TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(line / page.samples));
+      TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 2);
+      TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, page.bits);
+      TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, page.samples);
+      TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+      TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, page.photometric);
+      if (page.tiled) {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, 16);
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, 16);
+        std::vector<uint16_t> tile(256, 9999);  // what lies beyond the picture must not count
+        for (size_t i = 0; i < page.values.size(); ++i) tile[i / line * 16 + i % line] = page.values[i];
+        TIFFWriteTile(tiff, tile.data(), 0, 0, 0, 0);
+      }
+      for (uint32_t y = 0; y < 2 && !page.tiled; ++y) {
+        std::vector<uint16_t> wide(page.values.begin() + y * line, page.values.begin() + (y + 1) * line);
+        std::vector<uint8_t> narrow(wide.begin(), wide.end());
+        TIFFWriteScanline(tiff, page.bits == 16 ? static_cast<void*>(wide.data()) : narrow.data(), y, 0);
+      }
+      TIFFWriteDirectory(tiff);
+    }
+    TIFFClose(tiff);
+    return path;
+  }
+
+  TempFolder folder;
+  CZZimage image;
+};
+
+TEST_F(StillImport, KeepsColourAndStretchesWideSamples) {
+  EXPECT_EQ(import(still("colour.png")),
+            (Values{10, 100, 200, 1, 2, 3, 255, 0, 0, 0, 255, 0, 0, 0, 255, 7, 8, 9}));
+  EXPECT_EQ(image.colourset, kColour);
+  // From 65 to 3000: (v - 65) * 255 / 2935, rounded.
+  EXPECT_EQ(import(still("grey16.png")), (Values{81, 168, 255, 125, 81, 0}));
+  EXPECT_EQ(image.colourset, kGrey);
+  EXPECT_EQ(import(still("greypalette.png")), (Values{200, 5, 90}));
+  EXPECT_EQ(image.colourset, kGrey);
+  for (const int v : import(still("grey.jpg"))) ASSERT_EQ(v, 77);
+  const Values jpeg = import(still("colour.jpg"));
+  ASSERT_EQ(jpeg.size(), 16u * 16 * 3);
+  for (size_t i = 0; i < jpeg.size(); ++i) ASSERT_NEAR(jpeg[i], (Values{10, 100, 200})[i % 3], 3);
+}
+
+TEST_F(StillImport, ReadsThePagesOfATiff) {
+  const std::string path = writeTiff({{16, 1, PHOTOMETRIC_MINISBLACK, {100, 200, 300, 610}},
+                                      {8, 3, PHOTOMETRIC_RGB, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
+                                      {16, 3, PHOTOMETRIC_RGB, {0, 510, 255, 2, 4, 6}},
+                                      {8, 1, PHOTOMETRIC_MINISWHITE, {255, 0, 1, 250}},
+                                      {16, 1, PHOTOMETRIC_MINISWHITE, {65535, 65025, 65280, 65535}},
+                                      {16, 1, PHOTOMETRIC_MINISBLACK, {0, 52, 102, 510}, true}});
+  EXPECT_EQ(stillPages(path), 6);
+  EXPECT_EQ(import(path, 0), (Values{0, 50, 100, 255}));
+  EXPECT_EQ(import(path, 1), (Values{3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10}));
+  EXPECT_EQ(import(path, 2), (Values{128, 255, 0, 3, 2, 1}));
+  EXPECT_EQ(import(path, 3), (Values{0, 255, 254, 5}));
+  EXPECT_EQ(import(path, 4), (Values{0, 255, 128, 0}));
+  EXPECT_EQ(import(path, 5), (Values{0, 26, 51, 255}));
+  EXPECT_NE(refusal(path, 6).find("no page"), std::string::npos);
+  EXPECT_NE(refusal(path, -1).find("no page"), std::string::npos);
+}
+
+TEST_F(StillImport, KnowsWhatTheImageBufferLoadsAsItStands) {
+  EXPECT_TRUE(loadsAsItStands(writeTiff({{8, 1, PHOTOMETRIC_MINISBLACK, {1, 2, 3, 4}}})));
+  for (const Page& page :
+       {Page{8, 1, PHOTOMETRIC_MINISWHITE, {1, 2, 3, 4}}, Page{16, 1, PHOTOMETRIC_MINISBLACK, {1, 2, 3, 4}},
+        Page{8, 3, PHOTOMETRIC_RGB, {1, 2, 3, 4, 5, 6}}})
+    EXPECT_FALSE(loadsAsItStands(writeTiff({page})));
+  const Page grey{8, 1, PHOTOMETRIC_MINISBLACK, {1, 2, 3, 4}};
+  EXPECT_FALSE(loadsAsItStands(writeTiff({grey, grey})));
+  std::string bitmap(54, '\0');
+  for (const int bits : {1, 4, 8, 24, 32}) {
+    bitmap[28] = static_cast<char>(bits);
+    ASSERT_TRUE(replaceFile(folder.file("a.bmp"), std::string_view(bitmap)));
+    EXPECT_EQ(loadsAsItStands(folder.file("a.bmp")), bits >= 8) << bits;
+  }
+  bitmap[30] = 1;  // compressed
+  ASSERT_TRUE(replaceFile(folder.file("a.bmp"), std::string_view(bitmap)));
+  EXPECT_FALSE(loadsAsItStands(folder.file("a.bmp")));
+  EXPECT_TRUE(isStillFile("x/Y.JPEG"));
+  EXPECT_FALSE(isStillFile("x.jpeg/y.tv1"));
+}
+
+TEST_F(StillImport, RefusesWhatIsNoPictureInWords) {
+  EXPECT_NE(refusal(folder.file("none.png")).find("does not exist"), std::string::npos);
+  for (const char* name : {"a.png", "a.tif", "a.jpg"}) {
+    ASSERT_TRUE(replaceFile(folder.file(name), std::string_view("no picture at all")));
+    EXPECT_NE(refusal(folder.file(name)).find(name), std::string::npos);
+  }
+  EXPECT_NE(refusal(still("huge.png")).find("too large"), std::string::npos);
+  // A list of other files is no picture, whatever it is called.
+  ASSERT_TRUE(
+      replaceFile(folder.file("b.png"), "ffconcat version 1.0\nfile '" + still("colour.png") + "'\n"));
+  EXPECT_NE(refusal(folder.file("b.png")).find("no picture"), std::string::npos);
+  const auto whole = readWholeFile(still("colour.jpg"));
+  ASSERT_TRUE(whole);
+  for (const size_t cut : {size_t{3}, size_t{100}, whole->size() / 2}) {
+    ASSERT_TRUE(replaceFile(folder.file("cut.jpg"), std::span(*whole).first(cut)));
+    (void)importStill(folder.file("cut.jpg"), 0, image);
+  }
+}
+
+}  // namespace
+}  // namespace tarnvisor
