@@ -1,0 +1,36 @@
+# What is installed, and the Debian package (cpack). The programs lie in a folder of their own with what belongs beside
+# them; links stand where commands are looked for.
+set(TARNVISOR_HOME lib/tarnvisor)
+install(TARGETS tarnvisor tarnvisor-batch RUNTIME DESTINATION ${TARNVISOR_HOME})
+install(FILES profile/tarnvisor.def profile/chalkley.wmf DESTINATION ${TARNVISOR_HOME})
+install(DIRECTORY help DESTINATION ${TARNVISOR_HOME})
+install(FILES README.md LICENSE DESTINATION share/doc/tarnvisor)
+install(FILES LICENSE DESTINATION share/doc/tarnvisor RENAME copyright)
+install(DIRECTORY docs/formats DESTINATION share/doc/tarnvisor)
+install(FILES packaging/tarnvisor.desktop DESTINATION share/applications)
+install(FILES packaging/tarnvisor.xml DESTINATION share/mime/packages)
+install(FILES src/desktop/icons/tarnvisor.svg DESTINATION share/icons/hicolor/scalable/apps)
+install(FILES src/desktop/icons/document.svg DESTINATION share/icons/hicolor/scalable/mimetypes
+        RENAME tarnvisor-document.svg)
+foreach(program IN ITEMS tarnvisor tarnvisor-batch)
+  install(CODE "
+    file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")
+    file(CREATE_LINK ../${TARNVISOR_HOME}/${program} \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin/${program}\" SYMBOLIC)")
+endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME tarnvisor)
+set(CPACK_PACKAGE_VENDOR "Tarnvisor")
+set(CPACK_PACKAGE_CONTACT "The Tarnvisor developers <tarnvisor@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "workstation for nailfold and dynamic capillaroscopy")
+set(CPACK_PACKAGE_DESCRIPTION
+    "Looks at, keeps and measures pictures of the capillaries in the skin of a finger:
+ density, spacing, tortuosity and size, with a database of subjects and exams.
+ The program tarnvisor-batch repeats an analysis over a whole study.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qhull-bin, fonts-dejavu-core")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+include(CPack)
