@@ -176,8 +176,7 @@ bool loadBmp(CZZimage& image, const std::string& path) {
 
 bool saveBmp(CZZimage& image, const std::string& path, const Rect& rect) {
   if (!rect.isZero() || dynamic_cast<CZZchildimage*>(&image)) {
-    CZZimage part;
-    part.blackZero = image.blackZero;
+    CZZimage part;  // of a rectangle, with the black entry 0 that every new image has
     return (rect.isZero() ? part.copyImage(image) : part.copyFromRect(image, rect)) &&
            saveBmp(part, path, {});
   }

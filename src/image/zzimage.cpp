@@ -63,8 +63,9 @@ int32_t CZZimage::strideFor(int32_t width, int32_t bytesPerPixel) {
 
 bool CZZimage::resizedata(int32_t newWidth, int32_t newHeight, int32_t newBytesPerPixel) {
   const int64_t newStride = wideStride(newWidth, newBytesPerPixel);
-  if (newWidth < 0 || newHeight < 0 || newBytesPerPixel < 1 || newStride > kLargestBuffer ||
-      newStride * newHeight > kLargestBuffer) {
+  // Rows of no width take no memory, but twice their number must still be an int32 for a field.
+  if (newWidth < 0 || newHeight < 0 || newHeight > kLargestBuffer / 2 || newBytesPerPixel < 1 ||
+      newStride > kLargestBuffer || newStride * newHeight > kLargestBuffer) {
     logPrintf("image::resize failed!\n");
     return false;
   }
@@ -142,6 +143,8 @@ int32_t CZZimage::checkedPixelAt(int32_t x, int32_t y) const {
   if (!pixels || column < 0 || column >= width || y < rows * yOrigin ||
       y >= rows * (static_cast<int64_t>(height) + yOrigin))
     return -1;
+  // Above the frame a field's y is halved towards zero, which may lead past the last row.
+  if (y / rows - yOrigin >= height) return -1;
   return pixelAtWithOrigin(x, y);
 }
 

@@ -104,7 +104,7 @@ class CZZimage {
     double sum = 0;
     int64_t pixels = 0;
   };
-  // Of this(x, y) and other(x - dx, y - dy) over a rectangle in this image's own pixels; nothing when the
+  // Of this(x, y) and other(x - dx, y - dy) over a rectangle as clipLocal takes it; nothing when the
   // moved rectangle leaves the other image. Grey.
   SquaredSum sumSquaredDifference(const CZZimage& other, const Rect& rect, int32_t dx, int32_t dy) const;
   // Root of the squared difference, pixel by pixel over the overlap that the origins tell; this image becomes

@@ -156,7 +156,7 @@ bool CZZimage::split(CZZimage& first, CZZimage& second) const {
   const int32_t frame = frameNumber / 2 * 2;
   CZZimage* const fields[] = {&first, &second};
   for (int32_t f = 0; f < 2; ++f) {
-    fields[f]->frameNumber = frame + 1 + f;
+    fields[f]->frameNumber = wrapAdd(frame, 1 + f);
     fields[f]->interlace = f + 1;
     fields[f]->xOrigin = xOrigin;
     fields[f]->yOrigin = yOrigin / 2;

@@ -138,8 +138,8 @@ void CZZimage::findOffset(const CZZimage& reference, double templateFraction, do
         sum = sumOfPoints(windows, *samplePattern);
       if (static_cast<int32_t>(sum) >= bestSum) continue;
       bestSum = static_cast<int32_t>(sum);
-      xOrigin = baseX - static_cast<int32_t>(dx);
-      yOrigin = baseY - static_cast<int32_t>(dy);
+      xOrigin = wrapSub(baseX, static_cast<int32_t>(dx));
+      yOrigin = wrapSub(baseY, static_cast<int32_t>(dy));
     }
   }
 }

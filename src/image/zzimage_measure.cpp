@@ -1,6 +1,7 @@
 #include <array>
 #include <cstring>
 
+#include "image/kernels.h"
 #include "image/zzimage.h"
 #include "settings/log.h"
 
@@ -47,6 +48,24 @@ struct RowSteps {
 RowSteps rowsOf(const CZZimage& image, const Rect& r, int32_t field) {
   if (image.isField() || (field != 1 && field != 2)) return {r.top, 1};
   return {(r.top & 1) == field - 1 ? r.top : r.top + 1, 2};
+}
+
+// Over a rectangle in the image's own pixels; 0 where a neighbour would lie beyond an edge.
+double laplacianMean(const CZZimage& image, const Rect& r, int32_t border, int32_t t) {
+  if (image.empty() || r.isEmpty() || border < 1 || r.left < border || r.top < border ||
+      r.right > image.width - border || r.bottom > image.height - border)
+    return 0;
+  const ptrdiff_t rowStep = static_cast<ptrdiff_t>(border) * image.stride;
+  const int32_t least = std::max(t, 0);
+  int64_t sum = 0;
+  for (int32_t y = r.top; y < r.bottom; ++y) {
+    const uint8_t* p = image.row(y) + r.left;
+    for (int32_t x = 0; x < r.width(); ++x, ++p) {
+      const int32_t v = p[-border] + p[border] + p[-rowStep] + p[rowStep] - 4 * *p;
+      if (v > least) sum += v;
+    }
+  }
+  return static_cast<double>(sum) / (static_cast<double>(r.width()) * r.height());
 }
 
 }  // namespace
@@ -129,10 +148,9 @@ double CZZimage::meanBrightness(int32_t step) const {
   const int32_t every = sampledStep(height, lines);
   int64_t sum = 0;
   for (int64_t y = every; y < height; y += every) {
-    const uint8_t* p = row(static_cast<int32_t>(y));
-    int32_t rowSum = 0;
-    for (int32_t x = 0; x < width; ++x) rowSum += p[x];
-    sum += rowSum;
+    kernels::ByteRange range;
+    kernels::addRange(row(static_cast<int32_t>(y)), static_cast<size_t>(width), range);
+    sum += static_cast<int64_t>(range.sum);
   }
   // The divisor stays with the rows asked for, even where one more than these was summed.
   const auto whole = sum / (static_cast<int64_t>(width) * lines);
@@ -147,29 +165,11 @@ double CZZimage::meanLevel(const Rect& rect) const {
 
 double CZZimage::laplacianFocus(int32_t border, int32_t t) const {
   if (border < 1 || 2 * static_cast<int64_t>(border) >= std::min(width, height)) return 0;
-  const int32_t rows = isField() ? 2 : 1;
-  const Rect inner{border + xOrigin, (border + yOrigin) * rows, width - border + xOrigin,
-                   (height - border + yOrigin) * rows};
-  return laplacianFocus(inner, border, t);
+  return laplacianMean(*this, {border, border, width - border, height - border}, border, t);
 }
 
 double CZZimage::laplacianFocus(const Rect& rect, int32_t border, int32_t t) const {
-  if (empty()) return 0;
-  const Rect r = clipToImage(rect);
-  if (r.isEmpty() || border < 1 || r.left < border || r.top < border || r.right > width - border ||
-      r.bottom > height - border)
-    return 0;
-  const ptrdiff_t rowStep = static_cast<ptrdiff_t>(border) * stride;
-  const int32_t least = std::max(t, 0);
-  int64_t sum = 0;
-  for (int32_t y = r.top; y < r.bottom; ++y) {
-    const uint8_t* p = row(y) + r.left;
-    for (int32_t x = 0; x < r.width(); ++x, ++p) {
-      const int32_t v = p[-border] + p[border] + p[-rowStep] + p[rowStep] - 4 * *p;
-      if (v > least) sum += v;
-    }
-  }
-  return static_cast<double>(sum) / (static_cast<double>(r.width()) * r.height());
+  return laplacianMean(*this, clipToImage(rect), border, t);
 }
 
 double CZZimage::gradientEnergy(const Rect& rect) const {

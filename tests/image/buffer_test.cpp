@@ -3,11 +3,13 @@
 
 #include <numeric>
 
+#include "base/files.h"
 #include "image/kernels.h"
 #include "image/palette.h"
 #include "image/samplepattern.h"
 #include "image/testimages.h"
 #include "image/zzimage.h"
+#include "settings/log.h"
 
 namespace tarnvisor {
 namespace {
@@ -31,10 +33,28 @@ TEST(Shape, anEqualProductOfRowsAndStrideKeepsTheBuffer) {
 
 TEST(Shape, absurdSizesAreRefusedAndChangeNothing) {
   CZZimage image(8, 4);
-  for (const auto& [w, h, bytes] : {std::tuple{-1, 4, 1}, {8, -4, 1}, {INT32_MAX, INT32_MAX, 3}, {8, 4, 0}})
+  for (const auto& [w, h, bytes] :
+       {std::tuple{-1, 4, 1}, {8, -4, 1}, {INT32_MAX, INT32_MAX, 3}, {8, 4, 0}, {0, INT32_MAX, 1}})
     EXPECT_FALSE(image.resizedata(w, h, bytes));
   EXPECT_EQ(image.width, 8);
   EXPECT_EQ(image.stride, 8);
+}
+
+TEST(Shape, resetKeepsOfThePointTableOnlyThatThereIsOne) {
+  CZZimage image(8, 4, 5, 1, kColour), fresh;
+  image.tag = "L0";
+  image.xOrigin = image.paletteIndex = 3;
+  image.blackZero = 0;
+  image.samplePattern = std::make_unique<SamplePattern>();
+  image.samplePattern->prepare(2, 4, 4, 8);
+  image.reset();
+  const auto numbers = [](const CZZimage& i) {
+    return std::tuple(i.tag, i.frameNumber, i.interlace, i.width, i.height, i.xOrigin, i.stride, i.rowBytes,
+                      i.paletteIndex, i.blackZero, i.colourset, i.bytesPerPixel, i.pixels);
+  };
+  EXPECT_EQ(numbers(image), numbers(fresh));
+  ASSERT_TRUE(image.samplePattern);
+  EXPECT_TRUE(image.samplePattern->offsets.empty());
 }
 
 TEST(Shape, fieldsHoldHalfTheRows) {
@@ -61,6 +81,9 @@ TEST(Shape, checkedPixelsTestTwiceTheOriginOnAField) {
   EXPECT_EQ(field.checkedPixelAt(13, 14), -1);
   EXPECT_EQ(field.checkedPixelAt(9, 9), -1);
   EXPECT_EQ(CZZimage().checkedPixelAt(0, 0), -1);
+  field.yOrigin = -5;  // wholly above the frame, where halving -3 gives -1, the row after the last
+  EXPECT_EQ(field.checkedPixelAt(10, -4), 30);
+  EXPECT_EQ(field.checkedPixelAt(10, -3), -1);
 }
 
 TEST(Clipping, followsTheFiveSteps) {
@@ -138,6 +161,49 @@ TEST(Copies, copyPixelsFollowsTheColours) {
   EXPECT_EQ(colour.row(0)[0], 6);
 }
 
+TEST(Copies, aMosaicIntoColourLeavesTheTargetsBorder) {
+  CZZimage bayer(4, 4, -1, 0, kBayer), colour(4, 4, -1, 0, kColour);
+  bayer.fill(7);
+  colour.fill(99);
+  ASSERT_TRUE(colour.copyPixels(bayer));
+  EXPECT_EQ(std::tuple(colour.row(0)[3], colour.row(1)[2], colour.row(1)[3], colour.row(2)[9]),
+            std::tuple(99, 99, 7, 99));
+}
+
+TEST(Copies, failuresAndChangesOfColourAreLoggedInTheirWords) {
+  const TemporaryFolder folder;
+  setLogFile(folder.file("zz.log"));
+  setLogging(true);
+  CZZimage grey(4, 4), colour(4, 4, -1, 0, kColour), bayer(4, 4, -1, 0, kBayer);
+  const uint32_t pixels[16] = {};
+  const auto child = grey.makeChild({});
+  grey.resizedata(-1, 4, 1);
+  child->resizedata(5, 4, 1);
+  child->usedataof(nullptr);
+  grey.copyROI(colour, {0, 0, 2, 2});
+  grey.copyfromToROI(colour, {});
+  grey.extractfrom(colour, 0);
+  colour.split(grey, grey);
+  grey.merge(colour, colour);
+  bayer.copyrgb32(pixels);
+  grey.setColourset(kGrey);
+  grey.setColourset(kColour);
+  setLogging(false);
+  setLogFile("zz.log");
+  EXPECT_EQ(readWholeText(folder.file("zz.log")),
+            "image::resize failed!\n"
+            "fail CZZchildimage::resizedata! from 4,4,1 to 5,4,1\n"
+            "usedataof(NULL)!\n"
+            "copyROI failed. different interlace or colour!\n"
+            "copyfromToROI failed. different interlace or colour!\n"
+            "CZZimage::extractfrom() colour missmatch! 0<-1\n"
+            "split:colour missmatch!!\n"
+            "merge:colour missmatch!!\n"
+            "copyrgb32 00=bayer not supported!\n"
+            "00 colourset 0->1\n");
+  EXPECT_EQ(std::tuple(grey.bytesPerPixel, grey.rowBytes), std::tuple(3, 12));
+}
+
 TEST(Copies, regionsMeetAtTheirFramePosition) {
   CZZimage a(4, 4), b(4, 4);
   b.xOrigin = b.yOrigin = 2;
@@ -180,6 +246,9 @@ TEST(Fields, splitAndMergeAreInverse) {
   CZZimage colour(3, 4, 0, 0, kColour);
   EXPECT_FALSE(again.merge(first, colour));
   EXPECT_FALSE(frame.split(first, colour));
+  frame.frameNumber = INT32_MAX;  // as a damaged file may say
+  ASSERT_TRUE(frame.split(first, second));
+  EXPECT_EQ(second.frameNumber, INT32_MIN);
 }
 
 TEST(Fields, extractTakesEverySecondRowOfAFrameOnly) {
@@ -310,6 +379,21 @@ TEST(Match, findOffsetFindsAKnownShiftInEveryMode) {
   EXPECT_EQ(moved.yOrigin, 8);
   moved.findOffset(base, 9.0, 9.0, 1, 1, 0);  // a window beyond the image
   EXPECT_EQ(moved.xOrigin, 100);
+  base.xOrigin = INT32_MAX;  // as a damaged file may say
+  moved.findOffset(base, 0.5, 0.2, 2, 1, 0);
+  EXPECT_EQ(moved.xOrigin, INT32_MIN + 8);
+}
+
+TEST(Match, sumsFromTheStartingLimitOnLeaveTheReferencesOrigin) {
+  CZZimage black(256, 128), white(256, 128);  // 64 * 64 squares stay below 0xFFFFFFF, 128 * 64 don't
+  white.fill(255);
+  white.findOffset(black, 0.5, 0.1, 1, 1, 0);
+  EXPECT_EQ(std::tuple(white.xOrigin, white.yOrigin), std::tuple(0, 0));
+  black.resizedata(128, 128, 1);
+  white.resizedata(128, 128, 1);
+  white.fill(255);
+  white.findOffset(black, 0.5, 0.1, 1, 1, 0);
+  EXPECT_EQ(std::tuple(white.xOrigin, white.yOrigin), std::tuple(12, 12));
 }
 
 TEST(Match, thePointTableIsDrawnFromTheStandardGenerator) {

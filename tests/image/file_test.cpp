@@ -102,6 +102,10 @@ TEST_F(ImageFiles, zzgReadsItsThreeForms) {
                          image.yOrigin, image.colourset, image.row(0)[0]),
               std::tuple(c.width, c.height, c.frame, c.interlace, c.x, c.y, c.colourset, c.first));
     EXPECT_EQ(image.row(1)[0], image.rowBytes + 1);
+    ZzgHeader header;
+    std::FILE* file = std::fopen(folder.file("a.zzg").c_str(), "rb");
+    EXPECT_EQ(readHeader(file, header), static_cast<int64_t>(c.bytes.size()));
+    std::fclose(file);
   }
 }
 
@@ -207,6 +211,18 @@ TEST_F(ImageFiles, bmpRectanglesAndChildrenAreCutOut) {
     ASSERT_TRUE(back.load(folder.file(name)));
     EXPECT_EQ(pixelsOf(back), pixelsOf(*child)) << name;
   }
+}
+
+TEST_F(ImageFiles, aBmpOfARectangleHasTheBlackZeroOfANewImage) {
+  CZZimage image(8, 4);
+  image.blackZero = 0;
+  image.setPalette(1);
+  const auto firstBlue = [&](const Rect& rect) {
+    EXPECT_TRUE(image.save(folder.file("a.bmp"), rect));
+    return readWholeFile(folder.file("a.bmp"))->at(54);
+  };
+  EXPECT_EQ(firstBlue({}), 255);
+  EXPECT_EQ(firstBlue({0, 0, 4, 4}), 0);
 }
 
 TEST_F(ImageFiles, bmpDepthsAreReadByTheirRules) {
@@ -315,6 +331,14 @@ TEST_F(ImageFiles, tiffOfOtherKindsReadsNothing) {
   writeForeign(path, 16, 1, PLANARCONFIG_CONTIG, {{1, 2, 3, 4}, {5, 6, 7, 8}});
   EXPECT_FALSE(image.load(path));
   EXPECT_EQ(messages.shown, std::vector<std::string>{texts::kNotGreylevel});
+}
+
+TEST_F(ImageFiles, aColourTiffIsTheFirstThirdOfEachRowAsGrey) {
+  CZZimage colour(4, 2, 0, 0, kColour), back;
+  fillWith(colour, [](int x, int y) { return 100 * y + x; });
+  ASSERT_TRUE(colour.save(folder.file("a.tif")));
+  ASSERT_TRUE(back.load(folder.file("a.tif")));
+  EXPECT_EQ(pixelsOf(back), (std::vector<int>{0, 1, 2, 3, 100, 101, 102, 103}));
 }
 
 TEST_F(ImageFiles, tiffTellsItsMakerAndCountsMonthsFromZero) {

@@ -187,6 +187,9 @@ TEST(Measures, countLevelsAndTheirPeak) {
   EXPECT_EQ(rows.meanBrightness(2), 45);  //
   EXPECT_EQ(rows.meanBrightness(3), 66);  // rows 2, 4, 6 and 8, divided by three rows
   EXPECT_EQ(rows.meanLevel({0, 1, 4, 3}), 15);
+  CZZimage wide(9'000'000, 2);  // a row's sum passes 2^31
+  wide.fill(255);
+  EXPECT_EQ(wide.meanBrightness(1), 255);
 }
 
 TEST(Measures, levelsAreSmoothedBeforeTheyAreSought) {
@@ -209,6 +212,8 @@ TEST(Measures, focusAndGradient) {
   EXPECT_DOUBLE_EQ(image.laplacianFocus({1, 1, 2, 3}, 1, 0), 5);
   EXPECT_DOUBLE_EQ(image.laplacianFocus({0, 1, 4, 4}, 1, 0), 0);
   EXPECT_DOUBLE_EQ(image.laplacianFocus(3, 0), 0);
+  image.xOrigin = image.yOrigin = INT32_MAX;  // as a damaged file may say
+  EXPECT_DOUBLE_EQ(image.laplacianFocus(1, 5), 40.0 / 9);
   EXPECT_DOUBLE_EQ(image.gradientEnergy({}), 200.0 / 25);
 }
 
