@@ -1,0 +1,191 @@
+// The commands of the image view beside its tools.
+#include <gmock/gmock.h>
+
+#include "archive/archive.h"
+#include "imagedoc/viewtest.h"
+#include "results/resultdoc.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+TEST_F(ViewTest, DeleteTakesTheSelectedDimensionAndNoOther) {
+  ZBasicDoc& d = show();
+  for (const Point p : {Point{10, 10}, {50, 50}, {90, 90}}) d.addDimension(p, 0);
+  EXPECT_FALSE(isViewCommandEnabled("Delete"));
+  EXPECT_FALSE(key(Key::Delete));
+  click({50, 50});
+  run("Delete");
+  ASSERT_EQ(d.currentDims().size(), 2);
+  EXPECT_EQ(d.currentDims().at(1).points[0], (Point{90, 90}));
+  EXPECT_FALSE(isViewCommandEnabled("Delete"));
+}
+
+TEST_F(ViewTest, SelectionsOutOfRangeAreClearedOnAnUpdateAndByAnotherList) {
+  ZBasicDoc& d = show();
+  for (const Point p : {Point{10, 10}, {50, 50}}) d.addDimension(p, 0);
+  view->selected = 0;
+  view->secondselected = 1;
+  d.deleteDimension(1);
+  EXPECT_EQ(view->selected, 0);
+  EXPECT_EQ(view->secondselected, -1);
+  run("Switch List");
+  EXPECT_EQ(d.currentlist, 1);
+  EXPECT_EQ(view->selected, -1);
+}
+
+TEST_F(ViewTest, ALineWidthGoesToTheDimensionItsListAndTheSectionWithTheListsNumber) {
+  struct Case {
+    int32_t list;
+    const char* section;
+  };
+  for (const Case c : {Case{0, "dimlist_0"}, {kNearestList, "dimlist_4"}, {kDustList, "dimlist_8"}}) {
+    ZBasicDoc& d = show();
+    d.currentlist = c.list;
+    d.addPointToDimension(d.addDimension({10, 10}, 1), {60, 10});
+    d.updateAllViews();
+    EXPECT_FALSE(isViewCommandEnabled("Set line width"));
+    click({10, 10});
+    host.fills.push_back([](Form& form) {
+      const FormField* field = form.find("New line width");
+      EXPECT_NE(field->take("0"), "");
+      EXPECT_NE(field->take("400"), "");
+      EXPECT_EQ(field->take("399"), "");
+      return field->take("7").empty();
+    });
+    run("Set line width");
+    EXPECT_EQ(d.currentDims().at(0).width, 7);
+    EXPECT_EQ(d.currentDims().width, 7);
+    EXPECT_EQ(settings.getInt(c.section, "width", 0), 7) << c.section;
+    EXPECT_TRUE(d.isModified());
+    host.fills.push_back([](Form&) { return false; });
+    d.setModified(false);
+    run("Set line width");
+    EXPECT_FALSE(d.isModified()) << "cancelled";
+  }
+}
+
+TEST_F(ViewTest, RotationTurnsEachSelectedDimensionClockwiseAboutItsOwnCentre) {
+  ZBasicDoc& d = show();
+  for (const int32_t x : {20, 80, 140}) d.addPointToDimension(d.addDimension({x, 50}, 1), {x + 20, 50});
+  EXPECT_FALSE(isViewCommandEnabled("Rotate selected dimensions"));
+  click({20, 50});
+  click({140, 50}, true);
+  settings.setDouble("settings", "angle", 12.5);
+  host.fills.push_back([](Form& form) {
+    const FormField* field = form.find("Clockwise rotation (degrees)");
+    EXPECT_EQ(field->value(), "12.50");
+    return field->take("90").empty();
+  });
+  run("Rotate selected dimensions");
+  EXPECT_EQ(settings.getDouble("settings", "angle", 0), 90);
+  // Clockwise on the screen: the left end goes up.
+  const auto end = [&](int32_t i, size_t p) { return d.currentDims().at(i).points[p]; };
+  for (const int32_t i : {0, 2}) {
+    EXPECT_NEAR(end(i, 0).x, i == 0 ? 30 : 150, 1);
+    EXPECT_NEAR(end(i, 0).y, 40, 1);
+    EXPECT_NEAR(end(i, 1).y, 60, 1);
+  }
+  EXPECT_EQ(end(1, 0), (Point{80, 50}));
+}
+
+TEST_F(ViewTest, ADimensionIsCopiedAndPastedAsItsKind) {
+  ZBasicDoc& from = show();
+  EXPECT_FALSE(isViewCommandEnabled("Copy"));
+  from.addPointToDimension(from.addDimension({10, 10}, 4), {30, 30});
+  from.currentDims().at(0).label = "loop";
+  click({10, 10});
+  run("Copy");
+  host.clipboardData["CDim"].resize(4096);  // blocks grow in steps
+  ZBasicDoc& to = show();
+  run("Paste");
+  ASSERT_EQ(to.currentDims().size(), 1);
+  const CDim& pasted = to.currentDims().at(0);
+  EXPECT_STREQ(pasted.classRecord().name, "CDimCircle");
+  EXPECT_EQ(pasted.points, (std::vector<Point>{{10, 10}, {30, 30}}));
+  EXPECT_EQ(pasted.label, "loop");
+  EXPECT_EQ(view->selected, 0);
+  EXPECT_TRUE(to.isModified());
+  EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(ViewTest, AClipboardThatRefusesIsReported) {
+  ZBasicDoc& d = show();
+  d.addDimension({10, 10}, 0);
+  click({10, 10});
+  host.clipboardResult = ClipboardResult::CannotOpen;
+  run("Copy");
+  host.clipboardResult = ClipboardResult::CannotRegister;
+  run("Copy");
+  EXPECT_THAT(host.messages, ElementsAre("Cannot Open Clipboard", "Cannot Register Clipboard"));
+}
+
+TEST_F(ViewTest, ForeignOrDamagedDataIsNotPasted) {
+  ZBasicDoc& d = show();
+  d.addDimension({10, 10}, 1);
+  click({10, 10});
+  run("Copy");
+  const std::vector<uint8_t> good = host.clipboardData["CDim"];
+  std::vector<std::vector<uint8_t>> bad{{}, {0, 0}, {'n', 'o', 't', ' ', 'a', ' ', 'd', 'i', 'm'}};
+  for (size_t length = 1; length < good.size(); length += 3)
+    bad.emplace_back(good.begin(), good.begin() + static_cast<ptrdiff_t>(length));
+  MemoryStream memory;
+  Archive archive(memory, Archive::Direction::Storing);
+  CDimList list;  // stored whole, it is an object of another class
+  archive.writeObject(&list);
+  archive.close();
+  bad.push_back(memory.bytes());
+  d.setModified(false);
+  for (const auto& bytes : bad) {
+    host.clipboardData["CDim"] = bytes;
+    host.messages.clear();
+    run("Paste");
+    EXPECT_EQ(host.messages.size(), 1u) << bytes.size();
+    EXPECT_EQ(d.currentDims().size(), 1) << bytes.size();
+  }
+  EXPECT_FALSE(d.isModified());
+  host.clipboardData.clear();
+  host.messages.clear();
+  run("Paste");
+  EXPECT_THAT(host.messages, ElementsAre(HasSubstr("nothing that can be pasted")));
+}
+
+TEST_F(ViewTest, ImageResultsComeForwardOnceThereAreAny) {
+  show();
+  EXPECT_FALSE(isViewCommandEnabled("Image Results"));
+  run("Calculate average of selection");
+  run("Image Results");
+  EXPECT_EQ(app->documents.active(), findResultDocument("Image Results"));
+}
+
+TEST_F(ViewTest, EachCommandHasATextOfItsOwnAndWhatComesLaterIsMissing) {
+  show();
+  std::map<std::string, int32_t> seen;
+  for (const CommandRow& row : view->commands()->rows()) {
+    const std::string plain = lowerCase(plainCommandText(row.text));
+    EXPECT_TRUE(seen.emplace(plain, row.id).second) << plain;
+  }
+  for (const char* later : {"Measuring line", "Temporal 2nd Measuring line", "Linescan"})
+    EXPECT_EQ(view->commands()->find(std::string_view(later)), nullptr);
+  run("Show scale bar");
+  EXPECT_TRUE(view->showsScaleBar && isTicked("Show scale bar"));
+  for (const char* command : {"Grey level"}) EXPECT_FALSE(isViewCommandEnabled(command));
+  for (const char* command : {"Histogram", "Vignette test", "Autocal test", "Print...", "Print Preview"})
+    EXPECT_TRUE(isViewCommandEnabled(command)) << command;
+}
+
+TEST_F(ViewTest, AClosedDocumentLeavesNoInternalToolBehind) {
+  ZBasicDoc& d = show();
+  d.addDimension({10, 10}, 0);
+  down({10, 10});
+  EXPECT_EQ(tool, kToolDrag);
+  view->attach(nullptr);
+  view = nullptr;
+  process.imageTemplate->discard(d);
+  EXPECT_EQ(tool, kToolNone);
+}
+
+}  // namespace
+}  // namespace tarnvisor
