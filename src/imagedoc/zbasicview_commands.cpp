@@ -149,6 +149,7 @@ bool ZBasicView::canRotate() const {
 
 void ZBasicView::rotateSelected() {
   double degrees = settings.getDouble("settings", "angle", 0.0);
+  if (!std::isfinite(degrees)) degrees = 0.0;
   Form form("Rotate selected dimensions");
   form.add(text::kClockwiseRotation, degrees).withDecimals(2);
   if (!host().forms.run(form)) return;

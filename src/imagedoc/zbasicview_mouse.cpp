@@ -89,6 +89,7 @@ void ZBasicView::mouseDown(const MouseEvent& event) {
   if (event.button == MouseButton::Middle) return beginScroll(event);
   if (event.button != MouseButton::Left) return;
   cancelGrip();
+  checkSelections();  // a list made current without telling the views
   if (tool == kToolDrag || tool == kToolMoveRoi) tool = kToolNone;
   takePosition(event.at);
   pressedAt = event.at;

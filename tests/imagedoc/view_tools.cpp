@@ -1,325 +1,233 @@
 // What each tool makes of the mouse.
-#include <gmock/gmock.h>
-
-#include <functional>
-
 #include "imagedoc/viewtest.h"
 
 namespace tarnvisor {
 namespace {
 
-using ::testing::ElementsAre;
-
 TEST_F(ViewTest, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);
-  const std::pair<const char*, int32_t> tools[] = {{"Pan image", 4},
-                                                   {"ROI", 5},
-                                                   {"Origin", 7},
-                                                   {"Counting", 8},
-                                                   {"Dimension Lines", 9},
-                                                   {"Dimension polyline", 10},
-                                                   {"Freehand dimension lines", 11},
-                                                   {"Crosshair", 12},
-                                                   {"Circle", 13},
-                                                   {"Irregular polygon", 14},
-                                                   {"Freehand area", 15},
-                                                   {"trace capillaries", 16}};
-  for (const auto& [command, number] : tools) {
+  const char* tools[] = {"",
+                         "",
+                         "",
+                         "",
+                         "Pan image",
+                         "ROI",
+                         "",
+                         "Origin",
+                         "Counting",
+                         "Dimension Lines",
+                         "Dimension polyline",
+                         "Freehand dimension lines",
+                         "Crosshair",
+                         "Circle",
+                         "Irregular polygon",
+                         "Freehand area",
+                         "trace capillaries",
+                         "",
+                         "Edit dust mask"};
+  for (int32_t number = 0; number <= kToolDust; ++number) {
+    const char* name = tools[number];
+    if (!*name) continue;
+    run(name);
+    EXPECT_EQ(tool, number) << name;
+    EXPECT_TRUE(isTicked(name)) << name;
     view->selected = view->secondselected = 0;
-    run(command);
-    EXPECT_EQ(tool, number) << command;
-    EXPECT_TRUE(isTicked(command)) << command;
-    EXPECT_EQ(view->selected, 0) << command;
-    run(command);
-    EXPECT_EQ(tool, kToolNone) << command;
-    EXPECT_FALSE(isTicked(command)) << command;
-    EXPECT_EQ(view->selected, -1) << command;
-    EXPECT_EQ(view->secondselected, -1) << command;
+    run(name);
+    EXPECT_EQ(tool, kToolNone) << name;
+    EXPECT_FALSE(isTicked(name)) << name;
+    EXPECT_TRUE(view->selected == -1 && view->secondselected == -1) << name;
   }
   d.image.reset();
-  EXPECT_FALSE(isViewCommandEnabled("ROI"));
+  EXPECT_FALSE(canRun("ROI"));
 }
 
 TEST_F(ViewTest, EachDrawingToolAddsItsKindOfDimension) {
   struct Case {
-    const char* command;
-    std::function<void()> gesture;
-    const char* kind;
-    std::vector<Point> points;
-    int32_t dragModeBefore;  // after the first press
+    const char *command, *script, *state;
   };
-  const Point a{20, 30}, b{60, 35}, c{50, 90};
-  const auto clicks = [this](std::vector<Point> points) {
-    return [this, points] {
-      for (const Point& p : points) click(p);
-    };
-  };
-  const auto clicksAndDouble = [this, a, b, c] {
-    click(a);
-    click(b);
-    doubleClick(c);
-  };
-  const Case cases[] = {{"Counting", clicks({a}), "CDimLine", {a}, 0},
-                        {"Dimension Lines", clicks({a, b}), "CDimLine", {a, b}, 1},
-                        {"Dimension Lines",
-                         [&] {
-                           pull({a, b});
-                         },
-                         "CDimLine",
-                         {a, b},
-                         1},
-                        {"Circle", clicks({a, b}), "CDimCircle", {a, b}, 1},
-                        {"Dimension polyline", clicksAndDouble, "CDimLine", {a, b, c}, 9},
-                        {"Irregular polygon", clicksAndDouble, "CDimPolygon", {a, b, c, a}, 9},
-                        {"Freehand dimension lines",
-                         [&] {
-                           pull({a, b, c});
-                         },
-                         "CDimLine",
-                         {a, b, c},
-                         0},
-                        {"Freehand area",
-                         [&] {
-                           pull({a, b, c});
-                         },
-                         "CDimPolygon",
-                         {a, b, c, a},
-                         0}};
-  for (const Case& c1 : cases) {
+  const Case cases[] = {
+      {"Counting", "click 20,30 60,35", "tool8 L20,30 *L60,35"},
+      {"Dimension Lines", "click 20,30 move 50,50", "tool9 drag1 *L20,30"},
+      {"Dimension Lines", "click 20,30 60,35", "tool9 *L20,30 60,35"},
+      {"Dimension Lines", "down 20,30 move 40,40 up 60,35", "tool9 *L20,30 60,35"},
+      {"Dimension Lines", "click 20,30 60,35 70,70", "tool9 drag1 L20,30 60,35 *L70,70"},
+      {"Dimension Lines", "click 20,30 Escape", "tool9"},
+      {"Circle", "click 20,30 60,35", "tool13 *C20,30 60,35"},
+      {"Dimension polyline", "click 20,30 60,35", "tool10 drag9 *L20,30 60,35"},
+      {"Dimension polyline", "click 20,30 60,35 50,90 double 50,90", "tool10 *L20,30 60,35 50,90"},
+      {"Dimension polyline", "click 20,30 60,35 Enter click 7,7", "tool10 drag9 L20,30 60,35 *L7,7"},
+      {"Dimension polyline", "click 20,30 Escape", "tool10"},
+      {"Dimension polyline", "click 20,30 60,35 Escape", "tool10 *L20,30 60,35"},
+      {"Dimension polyline", "click 20,30 60,35 Escape Escape", "tool10 L20,30 60,35"},
+      {"Irregular polygon", "click 2,3 60,35 5,9 double 5,9", "tool14 *P2,3 60,35 5,9 2,3"},
+      {"Irregular polygon", "click 2,3 60,35 5,9 Escape", "tool14 *P2,3 60,35 5,9 2,3"},
+      {"Freehand dimension lines", "down 2,3 move 4,5 6,7 up 6,7 move 9,9", "tool11 *L2,3 4,5 6,7"},
+      {"Freehand area", "down 2,3 move 4,5 6,7 up 6,9", "tool15 *P2,3 4,5 6,7 6,9 2,3"}};
+  for (const Case& c : cases) {
     ZBasicDoc& d = show();
-    run(c1.command);
-    c1.gesture();
-    ASSERT_EQ(d.currentDims().size(), 1) << c1.command;
-    EXPECT_STREQ(d.currentDims().at(0).classRecord().name, c1.kind) << c1.command;
-    EXPECT_EQ(d.currentDims().at(0).points, c1.points) << c1.command;
-    EXPECT_EQ(view->selected, 0) << c1.command;
-    EXPECT_EQ(view->dragmode, 0) << c1.command;
-    EXPECT_TRUE(d.isModified()) << c1.command;
-    EXPECT_FALSE(site.captured) << c1.command;
-    // The tool stays: the next press begins another.
-    down({100, 100});
-    EXPECT_EQ(view->dragmode, c1.dragModeBefore) << c1.command;
-    EXPECT_EQ(d.currentDims().size(), 2) << c1.command;
-    up({100, 100});
-    run(c1.command);
+    run(c.command);
+    (void)play(c.script);
+    EXPECT_EQ(state(), c.state) << c.command << ": " << c.script;
+    EXPECT_TRUE(d.isModified() && !site.captured) << c.command;
+    run(c.command);
   }
 }
 
 TEST_F(ViewTest, ARubberBandFollowsTheMouseBetweenTheClicks) {
   show();
   run("Dimension polyline");
-  click({10, 10});
-  move({30, 10});
-  EXPECT_EQ(view->rubber.from, (Point{10, 10}));
-  EXPECT_EQ(view->rubber.to, (Point{30, 10}));
-  click({30, 10});
-  move({30, 50});
+  play("click 10,10 30,10 move 30,50");
   EXPECT_EQ(view->rubber.from, (Point{30, 10}));
   EXPECT_EQ(view->rubber.to, (Point{30, 50}));
   EXPECT_EQ(site.cursor, Cursor::Cross);
-}
-
-TEST_F(ViewTest, EscapeTakesBackWhatWasOnlyBegunAndKeepsTheRest) {
-  ZBasicDoc& d = show();
-  run("Dimension Lines");
-  click({10, 10});
-  EXPECT_TRUE(key(Key::Escape));
-  EXPECT_EQ(d.currentDims().size(), 0);
-  EXPECT_EQ(view->dragmode, 0);
-  run("Irregular polygon");
-  for (const Point p : {Point{10, 10}, {40, 10}, {40, 40}}) click(p);
-  EXPECT_FALSE(key(Key::Space));
-  EXPECT_TRUE(key(Key::Escape));
-  EXPECT_EQ(d.currentDims().at(0).points.size(), 4u) << "closed";
-  EXPECT_EQ(view->selected, 0);
-  EXPECT_TRUE(key(Key::Escape)) << "a second one clears the selection";
-  EXPECT_EQ(view->selected, -1);
-  EXPECT_FALSE(key(Key::Escape));
-  run("Dimension polyline");
-  click({10, 10});
-  click({40, 10});
-  EXPECT_TRUE(key(Key::Enter));
-  EXPECT_FALSE(key(Key::Enter));
-  click({70, 70});
-  EXPECT_EQ(d.currentDims().size(), 3) << "Enter ended the polyline before";
+  EXPECT_TRUE(play("Enter"));
+  EXPECT_FALSE(play("Enter"));
 }
 
 TEST_F(ViewTest, AShapeThatIsDeletedOrLeftWhileItGrowsIsLetGo) {
   ZBasicDoc& d = show();
   run("Dimension polyline");
-  click({10, 10});
-  click({20, 10});
+  play("click 10,10 20,10");
   d.deleteDimension(0);
-  EXPECT_EQ(view->dragmode, 0);
-  click({50, 50});
-  EXPECT_EQ(d.currentDims().at(0).points, (std::vector<Point>{{50, 50}}));
-  run("Switch List");
-  click({60, 60});
-  EXPECT_EQ(d.dimlists[0].at(0).points.size(), 1u);
-  EXPECT_EQ(d.dimlists[1].size(), 1);
-  run("Circle");  // leaves the polyline as it is
-  click({70, 70});
-  EXPECT_EQ(d.dimlists[1].size(), 2);
+  play("click 50,50");
+  EXPECT_EQ(state(), "tool10 drag9 *L50,50");
+  d.setCurrentList(kAmberList);
+  play("click 60,60");
+  EXPECT_EQ(state(), "tool10 drag9 *L60,60");
+  run("Circle");
+  play("click 70,70");
+  EXPECT_EQ(state(), "tool13 drag1 L60,60 *C70,70");
   d.image.reset();
   d.updateAllViews();
-  move({80, 80});
-  click({80, 80});
-  EXPECT_EQ(d.dimlists[1].size(), 2) << "without an image there is nothing to draw on";
+  play("move 80,80 click 80,80");
+  EXPECT_EQ(d.currentDims().size(), 2) << "without an image there is nothing to draw on";
 }
 
-TEST_F(ViewTest, AClickSelectsAndTheNextWalksOnToWhatLiesUnderIt) {
-  ZBasicDoc& d = show();
-  for (const Point p : {Point{50, 50}, {51, 51}, {100, 100}}) d.addDimension(p, 0);
-  d.setModified(false);
-  for (const int32_t expected : {0, 1, 0}) {
-    click({50, 50});
-    EXPECT_EQ(view->selected, expected);
+TEST_F(ViewTest, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
+  struct Case {
+    const char *script, *state;
+    bool changes;
+  };
+  // Two points that a click can't tell apart, and one alone.
+  const std::string roi = "roi120,20,180,80 ";
+  const Case cases[] = {
+      {"click 50,50", "*L50,50 L51,51 L90,90", false},
+      {"click 50,50 50,50", "L50,50 *L51,51 L90,90", false},
+      {"click 50,50 50,50 50,50", "*L50,50 L51,51 L90,90", false},
+      {"click 90,90 10,10", "L50,50 L51,51 L90,90", false},
+      {"shift 90,90 50,50 90,90", "+L50,50 L51,51 L90,90", false},
+      {"down 91,92 move 70,70", "tool1 drag1 L50,50 L51,51 *L90,90", false},
+      {"down 91,92 move 70,70 Escape up 9,9", "L50,50 L51,51 *L90,90", false},
+      {"shift 50,50 down 91,92 move 5,5 up 101,112", "+L60,70 L51,51 *L100,110", true},
+      {"down 130,30 move 140,40", "tool6 drag2 L50,50 L51,51 L90,90", false},
+      {"down 130,30 move 9,9 up 140,25", "roi130,15,190,75 L50,50 L51,51 L90,90", true},
+      {"down 130,30 up 9,9", "roi0,0,60,60 L50,50 L51,51 L90,90", true},     // no farther than the image goes
+      {"down 10,100 move 12,102 up 12,102", "L50,50 L51,51 L90,90", false},  // a click is not a drag
+      {"down 10,100 move 30,140", "tool5 drag2 L50,50 L51,51 L90,90", false},
+      {"down 10,100 up 30,100", "L50,50 L51,51 L90,90", false},
+      {"down 30,150 up 10,900", "roi10,150,30,160 L50,50 L51,51 L90,90", true}};
+  for (const Case& c : cases) {
+    ZBasicDoc& d = show();
+    for (const Point p : {Point{50, 50}, {51, 51}, {90, 90}}) d.addDimension(p, 0);
+    d.roi = {120, 20, 180, 80};
+    d.setModified(false);
+    (void)play(c.script);
+    std::string expected = c.state;
+    if (expected.find("roi") == std::string::npos) expected.insert(expected.find_first_of("*+L"), roi);
+    EXPECT_EQ(state(), expected) << c.script;
+    EXPECT_EQ(d.isModified(), c.changes) << c.script;
+    play("Escape");
     EXPECT_EQ(tool, kToolNone);
   }
-  click({150, 20});
-  EXPECT_EQ(view->selected, -1);
-  click({100, 100}, true);
-  EXPECT_TRUE(d.currentDims().at(2).selected);
-  click({100, 100}, true);
-  EXPECT_FALSE(d.currentDims().at(2).selected);
-  EXPECT_FALSE(d.isModified());
 }
 
-TEST_F(ViewTest, DraggingADimensionTakesTheSelectedOnesAlong) {
-  ZBasicDoc& d = show();
-  for (const Point p : {Point{50, 50}, {80, 80}, {100, 100}}) d.addDimension(p, 0);
-  click({80, 80}, true);
-  down({51, 52});
-  EXPECT_EQ(tool, kToolDrag);
-  EXPECT_EQ(view->dragmode, 1);
-  EXPECT_TRUE(site.captured);
-  move({61, 72});
-  EXPECT_EQ(d.currentDims().at(0).points[0], (Point{50, 50})) << "only the rubber band moves";
-  EXPECT_EQ(site.cursor, Cursor::Move);
-  up({61, 72});
-  EXPECT_EQ(d.currentDims().at(0).points[0], (Point{60, 70}));
-  EXPECT_EQ(d.currentDims().at(1).points[0], (Point{90, 100}));
-  EXPECT_EQ(d.currentDims().at(2).points[0], (Point{100, 100}));
-  EXPECT_EQ(view->selected, 0);
-  EXPECT_EQ(tool, kToolNone);
-  down({60, 70});
-  move({10, 10});
-  EXPECT_TRUE(key(Key::Escape));
-  up({10, 10});
-  EXPECT_EQ(d.currentDims().at(0).points[0], (Point{60, 70}));
-  EXPECT_EQ(tool, kToolNone);
-}
-
-TEST_F(ViewTest, TheRoiIsDrawnMovedAndCleared) {
+TEST_F(ViewTest, TheRoiToolDrawsWithinTheImageAndAClickClears) {
   ZBasicDoc& d = show();
   run("ROI");
-  pull({{90, 80}, {50, 100}, {40, 30}});
-  EXPECT_EQ(d.roi, (Rect{40, 30, 90, 80}));
-  EXPECT_EQ(tool, kToolNone);
+  play("down 90,80 move 50,100");
+  EXPECT_EQ(pane("roi"), "size= 40.0x 20.0");
+  play("up -40,30");
+  EXPECT_EQ(state(), "roi0,30,90,80");
   EXPECT_TRUE(d.isModified());
-  pull({{60, 50}, {70, 45}});
-  EXPECT_EQ(d.roi, (Rect{50, 25, 100, 75})) << "inside it is moved";
-  pull({{60, 50}, {0, 0}});
-  EXPECT_EQ(d.roi, (Rect{0, 0, 50, 50})) << "no farther than the image goes";
-  d.setModified(false);
-  click({20, 20});
-  click({150, 150});
-  pull({{150, 150}, {153, 152}});
-  EXPECT_EQ(d.roi, (Rect{0, 0, 50, 50})) << "a click is not a drag";
-  EXPECT_FALSE(d.isModified());
-  down({100, 100});
-  EXPECT_EQ(tool, kToolNone);
-  move({130, 140});
-  EXPECT_EQ(tool, kToolRoi);
-  EXPECT_EQ(view->dragmode, 2);
-  EXPECT_EQ(pane("roi"), "size= 30.0x 40.0");
-  up({900, 900});
-  EXPECT_EQ(d.roi, (Rect{100, 100, 200, 160})) << "as far as the image";
   d.roicircle = {0, 0, 1, 1};
   d.roi = {20, 20, 80, 80};
-  pull({{21, 21}, {31, 31}});
-  EXPECT_EQ(d.roi, (Rect{21, 21, 31, 31})) << "a corner of the square lies outside the circle";
+  play("down 21,21 up 31,31");
+  EXPECT_EQ(state(), "roi21,21,31,31") << "a corner of the square lies outside the circle";
   run("ROI");
-  click({5, 5});
-  EXPECT_TRUE(d.roi.isEmpty());
+  play("click 5,5");
+  EXPECT_EQ(state(), "");
 }
 
 TEST_F(ViewTest, PositionsInTheListForMovementCorrectionSnapToBlocksOf8) {
   ZBasicDoc& d = show();
   d.setCurrentList(kAmcList);
-  d.updateAllViews();
   run("Dimension Lines");
-  click({23, 39});
-  EXPECT_EQ(view->position, (Point{16, 32}));
-  click({30, 150});
-  EXPECT_EQ(d.currentDims().at(0).points, (std::vector<Point>{{16, 32}, {80, 144}})) << "pushed to 64 in x";
+  play("click 23,39 30,150");
+  EXPECT_EQ(state(), "tool9 *L16,32 80,144") << "and the second point is pushed to 64 in x";
   run("Dimension Lines");
-  pull({{16, 32}, {33, 33}});
-  EXPECT_EQ(d.currentDims().at(0).points[0], (Point{32, 32}));
+  play("down 16,32 up 33,33");
+  EXPECT_EQ(state(), "*L32,32 96,144");
 }
 
 TEST_F(ViewTest, OneClickSetsOriginOrTarget) {
   ZBasicDoc& d = show();
   d.showtarget = 0;
   run("Origin");
-  click({30, 40});
+  play("click 30,40");
   EXPECT_EQ(d.imageoffset, (Point{30, 40}));
   EXPECT_TRUE(d.isModified());
   run("Crosshair");
-  click({70, 20});
+  play("click 70,20");
   EXPECT_EQ(d.target, (Point{70, 20}));
   EXPECT_EQ(d.showtarget, 1);
   EXPECT_EQ(settings.getInt("settings", "targetx", -1), 70);
-  EXPECT_EQ(settings.getInt("settings", "showtarget", -1), 1);
 }
 
 TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
   ZBasicDoc& d = show();
   run("Edit dust mask");
-  EXPECT_EQ(tool, 18);
-  EXPECT_EQ(d.currentlist, kDustList);
-  EXPECT_FALSE(d.dimlists[kDustList].hidden);
-  click({10, 10});
-  EXPECT_EQ(view->dragmode, 2);
-  click({20, 30});
+  EXPECT_TRUE(d.currentlist == kDustList && !d.dimlists[kDustList].hidden);
+  play("click 10,10");
+  EXPECT_EQ(state(), "tool18 drag2 *R10,10");
+  play("click 20,30");
   d.setCurrentList(kPlainList);
-  d.updateAllViews();
-  click({50, 50});
-  click({60, 60});
-  EXPECT_EQ(d.dimlists[kPlainList].size(), 0);
-  ASSERT_EQ(d.dimlists[kDustList].size(), 2);
-  EXPECT_STREQ(d.dimlists[kDustList].at(1).classRecord().name, "CDimRect");
-  EXPECT_TRUE(isTicked("Edit dust mask"));
+  play("click 50,50 60,60");
+  EXPECT_EQ(state(), "tool18 R10,10 20,30 *R50,50 60,60");
   run("Edit dust mask");
-  EXPECT_EQ(tool, kToolNone);
-  click({10, 10});
-  EXPECT_TRUE(key(Key::Delete)) << "a mark can be chosen and deleted once the tool is left";
-  EXPECT_EQ(d.dimlists[kDustList].size(), 1);
+  EXPECT_TRUE(play("click 10,10 Delete")) << "a mark can be deleted once the tool is left";
+  EXPECT_EQ(state(), "R50,50 60,60");
   run("Edit dust mask");
   run("Switch List");
-  EXPECT_EQ(tool, kToolNone);
-  EXPECT_EQ(d.currentlist, kPlainList);
-  EXPECT_TRUE(d.dimlists[kDustList].hidden);
+  EXPECT_EQ(state(), "");
+  EXPECT_TRUE(d.currentlist == kPlainList && d.dimlists[kDustList].hidden);
 }
 
 TEST_F(ViewTest, TheImagePansWithItsToolAndWithTheMiddleButton) {
-  show(400, 300);
-  view->setWindowSize({100, 100});
-  view->zoomnum = view->zoomden = 1;
+  show({400, 300}, {100, 100});
+  run("Actual size");
   view->scrollTo({50, 60});
-  const auto pan = [&](MouseButton button) {
+  for (const MouseButton button : {MouseButton::Middle, MouseButton::Left}) {
+    const Point before = view->scrollPosition();
     view->mouseDown({{40, 40}, button, false, false});
     view->mouseMove({{30, 45}, button, false, false});
     EXPECT_EQ(site.cursor, Cursor::ClosedHand);
     view->mouseUp({{30, 45}, button, false, false});
-    return view->scrollPosition();
-  };
-  EXPECT_EQ(pan(MouseButton::Middle), (Point{60, 55}));
-  EXPECT_EQ(site.cursor, Cursor::Arrow);
-  run("Pan image");
-  EXPECT_EQ(pan(MouseButton::Left), (Point{70, 50}));
+    EXPECT_EQ(view->scrollPosition(), (before + Point{10, -5}));
+    if (tool == kToolNone) run("Pan image");
+  }
   EXPECT_EQ(tool, kToolPan);
+}
+
+TEST_F(ViewTest, AClosedDocumentLeavesNoInternalToolBehind) {
+  ZBasicDoc& d = show();
+  d.addDimension({10, 10}, 0);
+  play("down 10,10");
+  EXPECT_EQ(tool, kToolDrag);
+  view->attach(nullptr);
+  view = nullptr;
+  process.imageTemplate->discard(d);
+  EXPECT_EQ(tool, kToolNone);
 }
 
 }  // namespace
