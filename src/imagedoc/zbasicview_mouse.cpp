@@ -258,7 +258,7 @@ void ZBasicView::endDragDimension() {
   changed();
 }
 
-// Windows sends it in place of a second press.
+// Comes in place of the second press.
 void ZBasicView::mouseDouble(const MouseEvent& event) {
   if (event.button != MouseButton::Left || !isShapeAlive() || !growsByClicks() || drawnWith != tool)
     return mouseDown(event);

@@ -78,10 +78,11 @@ class ViewTest : public ImageDocTest {
     }
     return std::string(trimmed(text));
   }
-  std::string pane(const std::string& name) const {
-    for (const StatusPane& p : view->panes())
-      if (p.name == name) return p.text;
-    return "no such pane";
+  // All texts, "|" between.
+  std::string panes() const {
+    std::string all;
+    for (const StatusPane& p : view->panes()) all += (p.name == "position" ? "" : "|") + p.text;
+    return all;
   }
   const CommandRow& command(const std::string& text) const { return *view->commands()->find(text); }
   bool canRun(const std::string& text) const { return command(text).enabled(*view); }
