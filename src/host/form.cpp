@@ -40,7 +40,8 @@ std::string outsideWords(const FormField& field, double low, double high) {
 
 std::string FormField::value() const {
   if (const auto* text = std::get_if<std::string*>(&target)) return **text;
-  if (const auto* number = std::get_if<double*>(&target)) return format("%.10g", **number);
+  if (const auto* number = std::get_if<double*>(&target))
+    return decimals < 0 ? format("%.10g", **number) : format("%.*f", decimals, **number);
   if (const auto* whole = std::get_if<int32_t*>(&target)) {
     if (kind == Kind::Choice && **whole >= 0 && static_cast<size_t>(**whole) < choices.size())
       return choices[static_cast<size_t>(**whole)];
@@ -115,6 +116,10 @@ Form& Form::addFile(std::string label, std::string& path, std::string filter) {
 }
 Form& Form::addNote(std::string words) {
   return addField({FormField::Kind::Note, std::move(words), std::monostate{}, {}, {}, true});
+}
+Form& Form::withDecimals(int32_t count) {
+  rows.back().decimals = count;
+  return *this;
 }
 Form& Form::setOkLabel(std::string words) {
   okWords = std::move(words);

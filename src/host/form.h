@@ -26,7 +26,8 @@ struct FormField {
   Limits limits;
   std::vector<std::string> choices;  // of a Choice, whose target is the chosen index
   bool readOnly = false;
-  std::string filter;  // of a File: what its chooser shows (host/choosers.h)
+  std::string filter;     // of a File: what its chooser shows (host/choosers.h)
+  int32_t decimals = -1;  // of a Number: how many it shows; -1 for as many as it has
 
   // The bound value as text: "1" or "0" for a check, the choice's words for a choice.
   std::string value() const;
@@ -48,6 +49,7 @@ class Form {
   Form& addColour(std::string label, int32_t& colour);  // 0x00bbggrr
   Form& addFile(std::string label, std::string& path, std::string filter);
   Form& addNote(std::string words);
+  Form& withDecimals(int32_t count);  // of the Number just added
   Form& setOkLabel(std::string words);
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves
   // undoing to whoever runs the form.

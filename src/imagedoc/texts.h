@@ -3,9 +3,12 @@
 
 namespace tarnvisor::text {
 
-inline constexpr const char* kCouldNotLoadImage = "Could not load image";  // 11005
-inline constexpr const char* kErrorSavingImage = "Error saving image.";    // 11006
-inline constexpr const char* kGainAndOffset = "(x%5.2f + %5.1f)";          // 11010
+inline constexpr const char* kClockwiseRotation = "Clockwise rotation (degrees)";     // 11001
+inline constexpr const char* kCouldNotLoadImage = "Could not load image";             // 11005
+inline constexpr const char* kErrorSavingImage = "Error saving image.";               // 11006
+inline constexpr const char* kGainAndOffset = "(x%5.2f + %5.1f)";                     // 11010
+inline constexpr const char* kCannotRegisterClipboard = "Cannot Register Clipboard";  // 11012
+inline constexpr const char* kCannotOpenClipboard = "Cannot Open Clipboard";          // 11013
 inline constexpr const char* kCannotFindImage =
     "Cannot find image file %1.\nPlease specify new location.";  // 11014
 inline constexpr const char* kCopyOf = " Copy of %s ";           // 11025
@@ -16,6 +19,7 @@ inline constexpr const char* kImageFilter =
     "(*.tif)|"
     "*.tif|All files (*.*)|*.*||";                                   // 11037
 inline constexpr const char* kInvert = "Invert";                     // 11045
+inline constexpr const char* kNewLineWidth = "New line width";       // 11049
 inline constexpr const char* kPerPixel = "/pixel";                   // 11078
 inline constexpr const char* kRemoveDust = "Remove Dust";            // 11100
 inline constexpr const char* kRoi = " ROI (%i,%i)-(%i,%i).";         // 11102

@@ -112,6 +112,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   std::unique_ptr<CZZchildimage> roiChild();
   void finishStep(const std::string& text);  // adds the ROI text, marks all as changed, refreshes
   void appendNotes(const std::string& text) { notes += text; }
+  // Traces the capillary that holds a seed, in pixels of the ROI's child view. False when nothing was done.
+  bool trace(Point seed);
   // Finds or recounts without asking or telling; the result text is the document's.
   bool countCapillaries();
   void analyseAutomatically() override { (void)countCapillaries(); }

@@ -1,5 +1,11 @@
 #include "imagedoc/zbasicview.h"
 
+#include <cmath>
+#include <limits>
+
+#include "base/numbers.h"
+#include "imagedoc/dimdoc.h"
+#include "imagedoc/levelchart.h"
 #include "imagedoc/picturepainter.h"
 #include "settings/log.h"
 
@@ -7,57 +13,149 @@ namespace tarnvisor {
 
 int32_t tool = kToolNone;
 
+namespace {
+
+constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
+
+int32_t scaled(int64_t value, int32_t numerator, int32_t denominator) {
+  return static_cast<int32_t>(std::clamp(value * numerator / denominator, -kLargest, kLargest));
+}
+
+// Whether the ratio can take factors of this size and still be held.
+bool canGrow(int32_t num, int32_t den, int64_t numFactor, int64_t denFactor) {
+  return num * numFactor <= kLargest && den * denFactor <= kLargest;
+}
+
+}  // namespace
+
 ZBasicView::ZBasicView(ZBasicDoc& document)
     : CView(document), doc(document), painter(std::make_unique<PicturePainter>()) {}
-ZBasicView::~ZBasicView() = default;
+
+ZBasicView::~ZBasicView() {
+  // A tool that only a held button brought must not outlive the button.
+  if (grip != Grip::None && (tool == kToolDrag || tool == kToolMoveRoi)) tool = kToolNone;
+}
+
+// --- the view's life
 
 void ZBasicView::onUpdate() {
   painter->invalidate();
+  checkSelections();
+  showFirst();
   contentChanged();
+  selectionChanged();
 }
 
-void ZBasicView::onActivate() { site().panesChanged(); }
+void ZBasicView::onActivate() {
+  site().panesChanged();
+  refreshLevelCharts(doc, selected);
+}
+
+void ZBasicView::onSize() {
+  hasFrame = true;
+  showFirst();
+}
+
+void ZBasicView::showFirst() {
+  if (wasShown || !hasFrame || !hasImage()) return;
+  wasShown = true;
+  const Size content = contentSize();
+  if (content.width <= windowSize().width && content.height <= windowSize().height) return;
+  fitTo(windowSize());
+  const Size fitted = contentSize();
+  site().resizeFrame({fitted.width + 2, fitted.height + 2});
+}
+
+// --- selection
+
+void ZBasicView::checkSelections() {
+  if (shownList != doc.currentlist) clearSelections();
+  shownList = doc.currentlist;
+  if (!doc.currentDims().isValid(selected)) selected = -1;
+  if (!doc.currentDims().isValid(secondselected)) secondselected = -1;
+  if (drawn && !isShapeAlive()) finishShape();
+  if (grip == Grip::Dimension && selected < 0) cancelGrip();
+}
+
+void ZBasicView::selectionChanged() {
+  redraw();
+  site().panesChanged();
+  refreshDimensionList(doc);
+  refreshLevelCharts(doc, selected);
+}
+
+// --- coordinates and zoom
 
 Size ZBasicView::contentSize() const {
   const CZZimage* image = doc.theImage();
   if (!image) return {};
-  return {image->width * zoomnum / zoomden, image->height * zoomnum / zoomden};
+  return {scaled(image->width, zoomnum, zoomden), scaled(image->height, zoomnum, zoomden)};
 }
 
-std::vector<StatusPane> ZBasicView::panes() const { return {}; }
-
-Point ZBasicView::toImage(Point window) const {
-  const Point at = window + scrollPosition();
-  return {at.x * zoomden / zoomnum, at.y * zoomden / zoomnum};
+Point ZBasicView::toImage(Point windowPoint) const {
+  const Point at = windowPoint + scrollPosition();
+  return {scaled(at.x, zoomden, zoomnum), scaled(at.y, zoomden, zoomnum)};
 }
 
 Point ZBasicView::toWindow(Point imagePoint) const {
-  return Point{imagePoint.x * zoomnum / zoomden, imagePoint.y * zoomnum / zoomden} - scrollPosition();
+  return Point{scaled(imagePoint.x, zoomnum, zoomden), scaled(imagePoint.y, zoomnum, zoomden)} -
+         scrollPosition();
 }
 
 void ZBasicView::zoomIn() {
   if (zoomnum < zoomden) {
     zoomnum /= 3;
     zoomden /= 4;
-  } else {
+  } else if (canGrow(zoomnum, zoomden, 5, 4)) {
     zoomnum *= 5;
     zoomden *= 4;
   }
   contentChanged();
+  site().panesChanged();
 }
 
 void ZBasicView::zoomOut() {
-  if (zoomnum <= zoomden) {
-    zoomnum *= 3;
-    zoomden *= 4;
-  } else {
+  if (zoomnum > zoomden) {
     zoomnum /= 5;
     zoomden /= 4;
+  } else if (canGrow(zoomnum, zoomden, 3, 4)) {
+    zoomnum *= 3;
+    zoomden *= 4;
   }
   contentChanged();
+  site().panesChanged();
 }
 
-void ZBasicView::fitTo(Size) {}
-void ZBasicView::zoomAbout(Point, bool in) { in ? zoomIn() : zoomOut(); }
+void ZBasicView::fitTo(Size area) {
+  constexpr double kSmallest = 1.0 / 13, kLargestFit = 13;
+  if (!hasImage() || area.width <= 0 || area.height <= 0) return;
+  const CZZimage& image = *doc.theImage();
+  const double ai = static_cast<double>(image.width) / image.height;
+  const double aw = static_cast<double>(area.width) / area.height;
+  const double wanted = ai >= aw ? static_cast<double>(area.width) / image.width
+                                 : static_cast<double>(area.height) / image.height;
+  const double z = std::clamp(wanted, kSmallest, kLargestFit);
+  logPrintf("zoomfit %i,%i\n", area.width, area.height);
+  logPrintf("ai %f aw %f z %f\n", ai, aw, z);
+  const auto ratio = [this] { return static_cast<double>(zoomnum) / zoomden; };
+  zoomnum = zoomden = 1;
+  if (z < 1) {
+    while (ratio() > z) zoomOut();
+  } else {
+    while (ratio() <= z) zoomIn();
+    zoomOut();
+  }
+  scrollTo({0, 0});
+}
+
+void ZBasicView::zoomAbout(Point windowPoint, bool in) {
+  const double before = static_cast<double>(zoomnum) / zoomden;
+  const Point content = windowPoint + scrollPosition();
+  in ? zoomIn() : zoomOut();
+  const double factor = static_cast<double>(zoomnum) / zoomden / before;
+  // The middle of the pixel under the mouse is what stays.
+  const auto moved = [&](int32_t c) { return truncated(std::floor((c + 0.5) * factor)); };
+  scrollTo(Point{moved(content.x), moved(content.y)} - windowPoint);
+}
 
 }  // namespace tarnvisor

@@ -1,14 +1,14 @@
 // ZBasicView: shows a ZBasicDoc's image with its overlays and turns the mouse into document operations.
 //
 // Screen position = image position * zoomnum / zoomden, in integers, less the scroll position. All positions
-// of the mouse go to image pixels first.
+// of the mouse go to image pixels first, and while list 7 is current down to multiples of 8.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "app/inputs.h"
-#include "host/printer.h"
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zoomcanvas.h"
 
@@ -35,6 +35,7 @@ enum Tool : int32_t {
   kToolTrace = 16,  // click traces capillaries
   kToolDust = 18,   // two corners of a rectangle in list 8
 };
+// One for the process. The internal values 1 and 6 stand only while a button is held.
 extern int32_t tool;
 
 class ZBasicView : public CView, public AutoLoadSink {
@@ -44,20 +45,27 @@ class ZBasicView : public CView, public AutoLoadSink {
   ZBasicDoc& imageDocument() const { return doc; }
   void loadImageFile(const std::string& path) override { (void)doc.adoptImageFile(path); }
 
-  // --- zbasicview.cpp: the view's life, zoom, status texts
+  // --- zbasicview.cpp: the view's life, selection, zoom
   void onUpdate() override;
   void onActivate() override;
   Size contentSize() const override;
-  std::vector<StatusPane> panes() const override;
-  Point toImage(Point window) const;
+  // Coordinates saturate; neither needs an image.
+  Point toImage(Point windowPoint) const;
   Point toWindow(Point imagePoint) const;
-  // The ratio steps; each comes back exactly.
+  // The ratio steps; each comes back exactly. A step that 32 bits can't hold is not taken: in beyond some 18,
+  // out beyond some 1/75.
   void zoomIn();
   void zoomOut();
-  // The whole image in a window of that size, within 1/13 and 13.
+  // The whole image in a window of that size, within 1/13 and 13. Nothing without an image or area.
   void fitTo(Size area);
-  // A step of the zoom that keeps the image point under a window point where it is.
-  void zoomAbout(Point window, bool in);
+  // A step of the zoom that keeps the image point under a window point where it is, as far as it can be
+  // scrolled there.
+  void zoomAbout(Point windowPoint, bool in);
+
+  // --- zbasicview_panes.cpp
+  // "position", "pixel", "dimension", "list", "roi", "magnification", "zoom", in that order; one that has
+  // nothing to say is empty.
+  std::vector<StatusPane> panes() const override;
 
   // --- zbasicview_mouse.cpp
   void mouseDown(const MouseEvent& event) override;
@@ -85,9 +93,105 @@ class ZBasicView : public CView, public AutoLoadSink {
   int32_t dragmode = kNoDrag;
   bool showsScaleBar = false;
 
+ protected:
+  void onSize() override;
+
  private:
+  // What a held button does.
+  enum class Grip { None, Scroll, Dimension, MoveRoi, MayDrawRoi, DrawRoi, FirstCorner, Freehand };
+
+  // zbasicview.cpp
+  bool hasImage() const { return doc.hasImage(); }
+  bool hasSelection() const { return doc.currentDims().isValid(selected); }
+  void clearSelections() { selected = secondselected = -1; }
+  void selectionChanged();
+  void checkSelections();
+  void showFirst();
+  Point windowCentre() const { return {windowSize().width / 2, windowSize().height / 2}; }
+  Rect roiBeingDrawn() const {
+    return Rect{rubber.from.x, rubber.from.y, rubber.to.x, rubber.to.y}.normalised();
+  }
+
+  // zbasicview_mouse.cpp
+  void takePosition(Point windowPoint);
+  Point withinImage(Point imagePoint) const;
+  void hold(Grip wanted);
+  void releaseGrip();
+  void cancelGrip();
+  void beginScroll(const MouseEvent& event);
+  void press(const MouseEvent& event);
+  void pressWithoutTool(const MouseEvent& event);
+  void beginRoi(Point from, bool chosen);
+  void endRoi();
+  void endMoveRoi();
+  void endDragDimension();
+  void changed();
+  void updateCursor();
+  bool escape();
+
+  // zbasicview_shapes.cpp: dimensions that grow click by click
+  static int32_t shapeType();
+  bool growsByClicks() const { return drawnWith == kToolPolyline || drawnWith == kToolPolygon; }
+  bool isShapeAlive() const;
+  void clickShape();
+  void beginShape();
+  void addShapePoint();
+  void addFreehandPoint();
+  void finishShape();
+  void abandonShape();
+  void traceCapillaries();
+
+  // zbasicview_commands.cpp
+  template <int32_t T>
+  void choose() {
+    chooseTool(T);
+  }
+  template <int32_t T>
+  bool isChosen() const {
+    return tool == T;
+  }
+  void chooseTool(int32_t wanted);
+  void chooseDustTool();
+  void runOnDocument(int32_t command);
+  void zoomInCommand() { zoomAbout(windowCentre(), true); }
+  void zoomOutCommand() { zoomAbout(windowCentre(), false); }
+  void fitCommand() { fitTo(windowSize()); }
+  void actualSize();
+  void toggleScaleBar();
+  bool hasScaleBar() const { return showsScaleBar; }
+  void deleteSelected();
+  void switchList();
+  void setLineWidth();
+  void rotateSelected();
+  bool canRotate() const;
+  void copy();
+  void paste();
+  void imageResults();
+  bool hasImageResults() const;
+  void dimensionList();
+  void histogram();
+  void greyLevel();
+  bool canShowGreyLevel() const { return hasImage() && hasSelection(); }
+  void vignetteCommand();
+  void autocalCommand();
+  void printCommand();
+  void previewCommand();
+
   ZBasicDoc& doc;
   std::unique_ptr<PicturePainter> painter;
+  bool hasFrame = false;  // a window told its size
+  bool wasShown = false;  // the first image has met its frame
+  int32_t shownList = 0;  // the selections' list
+
+  Grip grip = Grip::None;
+  MouseButton gripButton = MouseButton::None;
+  Point pressedAt;         // window coordinates
+  Point pressedScroll;     // the scroll position then
+  bool roiChosen = false;  // the ROI is drawn by its tool, so that an empty one is meant
+  Cursor cursor = Cursor::Arrow;
+
+  const CDim* drawn = nullptr;  // the shape that grows, at `selected`; only compared
+  int32_t drawnWith = kToolNone;
 };
 
 }  // namespace tarnvisor

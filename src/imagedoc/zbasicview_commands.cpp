@@ -1,8 +1,242 @@
 // The commands of the image view.
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <numbers>
+
+#include "app/basicapp.h"
+#include "archive/archive.h"
+#include "base/text.h"
+#include "framework/commandids.h"
+#include "host/host.h"
+#include "imagedoc/dimdoc.h"
+#include "imagedoc/imageprint.h"
+#include "imagedoc/imagetests.h"
+#include "imagedoc/levelchart.h"
+#include "imagedoc/texts.h"
 #include "imagedoc/zbasicview.h"
+#include "results/resultdoc.h"
+#include "settings/settings.h"
 
 namespace tarnvisor {
 
-const CommandTableBase* ZBasicView::commands() const { return nullptr; }
+namespace {
+constexpr const char* kDimensionFormat = "CDim";  // of the clipboard
+}
+
+const CommandTableBase* ZBasicView::commands() const {
+  using V = ZBasicView;
+  static const CommandTable<V> table{
+      {cmd::ToolPan, "&Pan image", &V::choose<kToolPan>, &V::hasImage, &V::isChosen<kToolPan>},
+      {cmd::ToolRoi, "&ROI", &V::choose<kToolRoi>, &V::hasImage, &V::isChosen<kToolRoi>},
+      {cmd::ToolOrigin, "&Origin", &V::choose<kToolOrigin>, &V::hasImage, &V::isChosen<kToolOrigin>},
+      {cmd::ToolCounting, "Cou&nting", &V::choose<kToolCounting>, &V::hasImage, &V::isChosen<kToolCounting>},
+      {cmd::ToolLines, "Dimension &Lines", &V::choose<kToolLines>, &V::hasImage, &V::isChosen<kToolLines>},
+      {cmd::ToolPolyline, "Dimension pol&yline", &V::choose<kToolPolyline>, &V::hasImage,
+       &V::isChosen<kToolPolyline>},
+      {cmd::ToolFreehandLines, "&Freehand dimension lines", &V::choose<kToolFreehand>, &V::hasImage,
+       &V::isChosen<kToolFreehand>},
+      {cmd::ToolCrosshair, "Cross&hair", &V::choose<kToolCrosshair>, &V::hasImage,
+       &V::isChosen<kToolCrosshair>},
+      {cmd::ToolCircle, "&Circle", &V::choose<kToolCircle>, &V::hasImage, &V::isChosen<kToolCircle>},
+      {cmd::ToolPolygon, "&Irregular polygon", &V::choose<kToolPolygon>, &V::hasImage,
+       &V::isChosen<kToolPolygon>},
+      {cmd::ToolFreehandArea, "Freehand &area", &V::choose<kToolFreehandArea>, &V::hasImage,
+       &V::isChosen<kToolFreehandArea>},
+      {cmd::ToolTrace, "&trace capillaries", &V::choose<kToolTrace>, &V::hasImage, &V::isChosen<kToolTrace>},
+      {cmd::EditDustMask, "&Edit dust mask", &V::chooseDustTool, nullptr, &V::isChosen<kToolDust>},
+      {cmd::ZoomIn, "Zoom &In", &V::zoomInCommand, &V::hasImage},
+      {cmd::ZoomOut, "Zoom &out", &V::zoomOutCommand, &V::hasImage},
+      {cmd::ZoomFit, "set re&gion", &V::fitCommand, &V::hasImage},
+      {cmd::ZoomActualSize, "&Actual size", &V::actualSize, &V::hasImage},
+      {cmd::ScaleBar, "Show scale &bar", &V::toggleScaleBar, &V::hasImage, &V::hasScaleBar},
+      {cmd::DeleteDimension, "&Delete", &V::deleteSelected, &V::hasSelection},
+      {cmd::SwitchList, "S&witch List", &V::switchList},
+      {cmd::SetLineWidth, "Set &line width", &V::setLineWidth, &V::hasSelection},
+      {cmd::RotateSelected, "&Rotate selected dimensions", &V::rotateSelected, &V::canRotate},
+      {cmd::Copy, "&Copy", &V::copy, &V::hasSelection},
+      {cmd::Paste, "&Paste", &V::paste},
+      {cmd::ImageResults, "I&mage Results", &V::imageResults, &V::hasImageResults},
+      {cmd::DimensionListWindow, "Dime&nsion list", &V::dimensionList},
+      {cmd::Histogram, "Histo&gram", &V::histogram, &V::hasImage},
+      {cmd::GreyLevel, "Gre&y level", &V::greyLevel, &V::canShowGreyLevel},
+      {cmd::VignetteTest, "Vignette test", &V::vignetteCommand, &V::hasImage},
+      {cmd::AutocalTest, "Autocal test", &V::autocalCommand, &V::hasImage},
+      {cmd::FilePrint, "&Print...", &V::printCommand, &V::hasImage},
+      {cmd::FilePrintPreview, "Print Pre&view", &V::previewCommand, &V::hasImage},
+  };
+  return &table;
+}
+
+// --- tools
+
+void ZBasicView::chooseTool(int32_t wanted) {
+  cancelGrip();
+  finishShape();
+  if (tool == wanted) {
+    tool = kToolNone;
+    clearSelections();
+  } else {
+    tool = wanted;
+  }
+  selectionChanged();
+  updateCursor();
+}
+
+// Left by choosing it again, with the marks still current so that one can be selected and deleted; the next
+// list comes with Switch List.
+void ZBasicView::chooseDustTool() {
+  const bool editsHere = doc.currentlist == kDustList;
+  if (tool != kToolDust || editsHere) chooseTool(kToolDust);
+  if (tool == kToolDust && !editsHere) runOnDocument(cmd::EditDustMask);
+}
+
+void ZBasicView::runOnDocument(int32_t command) {
+  CommandTarget* const chain[] = {&doc};
+  (void)routeCommand(chain, command);
+}
+
+// --- zoom
+
+void ZBasicView::actualSize() {
+  const Point centre = toImage(windowCentre());
+  zoomnum = zoomden = 1;
+  scrollTo(centre - windowCentre());
+  site().panesChanged();
+}
+
+void ZBasicView::toggleScaleBar() {
+  showsScaleBar = !showsScaleBar;
+  redraw();
+}
+
+// --- dimensions
+
+void ZBasicView::deleteSelected() {
+  finishShape();
+  cancelGrip();
+  const int32_t index = selected;
+  clearSelections();
+  (void)doc.deleteDimension(index);
+}
+
+void ZBasicView::switchList() {
+  cancelGrip();
+  finishShape();
+  if (tool == kToolDust) tool = kToolNone;  // it belongs to the list that is left
+  clearSelections();
+  runOnDocument(cmd::SwitchList);
+}
+
+void ZBasicView::setLineWidth() {
+  CDimList& dims = doc.currentDims();
+  int32_t width = std::clamp(dims.at(selected).width, 1, 399);
+  Form form("Set line width");
+  form.add(text::kNewLineWidth, width, {1, 399});
+  if (!host().forms.run(form) || !hasSelection()) return;
+  dims.at(selected).width = width;
+  dims.at(selected).Update();
+  dims.width = width;
+  // The section has always had the list's number here, though lists 4 to 8 read one that has a letter.
+  settings.setInt(format("dimlist_%i", doc.currentlist), "width", width);
+  changed();
+}
+
+bool ZBasicView::canRotate() const {
+  const auto& items = doc.currentDims().items;
+  return hasSelection() || std::any_of(items.begin(), items.end(), [](const auto& d) { return d->selected; });
+}
+
+void ZBasicView::rotateSelected() {
+  double degrees = settings.getDouble("settings", "angle", 0.0);
+  if (!std::isfinite(degrees)) degrees = 0.0;
+  Form form("Rotate selected dimensions");
+  form.add(text::kClockwiseRotation, degrees).withDecimals(2);
+  if (!host().forms.run(form)) return;
+  settings.setDouble("settings", "angle", degrees);
+  finishShape();
+  // Dimensions turn the other way.
+  doc.currentDims().rotate(selected, -degrees * std::numbers::pi / 180);
+  changed();
+}
+
+// --- clipboard
+
+void ZBasicView::copy() {
+  MemoryStream memory;
+  Archive archive(memory, Archive::Direction::Storing);
+  archive.writeObject(&doc.currentDims().at(selected));
+  archive.close();
+  switch (host().clipboard.setData(kDimensionFormat, memory.bytes())) {
+    case ClipboardResult::CannotOpen:
+      return doc.report(text::kCannotOpenClipboard);
+    case ClipboardResult::CannotRegister:
+      return doc.report(text::kCannotRegisterClipboard);
+    case ClipboardResult::Done:
+      return;
+  }
+}
+
+void ZBasicView::paste() {
+  auto bytes = host().clipboard.data(kDimensionFormat);
+  if (!bytes) {
+    const CommandRow* row = doc.commands()->find(cmd::Paste);
+    if (row && row->enabled(doc)) return row->execute(doc);
+    return doc.report("The clipboard holds nothing that can be pasted here.");
+  }
+  std::unique_ptr<CDim> dimension;
+  std::string why = "it is empty";
+  try {
+    MemoryStream memory(std::move(*bytes));
+    Archive archive(memory, Archive::Direction::Loading);
+    dimension = archive.readOwned<CDim>();
+  } catch (const ArchiveException& problem) {
+    why = problem.what();
+  } catch (const std::bad_alloc&) {
+    why = "there is not enough memory";
+  }
+  if (!dimension || dimension->points.empty())
+    return doc.report("The dimension on the clipboard can't be pasted: " + why + ".");
+  finishShape();
+  selected = doc.insertDimension(*dimension);
+  doc.updateAllViews();
+}
+
+// --- other windows
+
+void ZBasicView::imageResults() {
+  if (CResultDoc* table = findResultDocument(resultTable(ResultKind::Image).title))
+    theApp().documents.activate(*table);
+}
+
+bool ZBasicView::hasImageResults() const {
+  const CResultDoc* table = findResultDocument(resultTable(ResultKind::Image).title);
+  return table && table->type();  // one without a window can't come forward
+}
+
+void ZBasicView::dimensionList() { showDimensionList(doc); }
+void ZBasicView::histogram() { showHistogram(doc); }
+void ZBasicView::greyLevel() { showGreyLevelProfile(doc, selected); }
+
+void ZBasicView::vignetteCommand() {
+  finishShape();
+  if (vignetteTest(doc)) doc.updateAllViews();
+}
+
+void ZBasicView::autocalCommand() {
+  finishShape();
+  const int32_t lastRow = doc.theImage()->frameHeight() - 1;
+  if (!autocalTest(doc, std::clamp(position.y, 0, lastRow))) return;
+  doc.updateAllViews();
+  runOnDocument(cmd::Notes);
+}
+
+void ZBasicView::printCommand() {
+  (void)host().printer.print(doc.title(), [this](PrintJob& job) { printImage(job, doc); });
+}
+
+void ZBasicView::previewCommand() {
+  (void)host().printer.preview(doc.title(), [this](PrintJob& job) { printImage(job, doc); });
+}
 
 }  // namespace tarnvisor

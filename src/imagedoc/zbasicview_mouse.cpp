@@ -1,13 +1,319 @@
 // The mouse and keys in the image view.
+#include <cstdlib>
+
 #include "imagedoc/zbasicview.h"
+#include "measure/dimline.h"
+#include "settings/settings.h"
 
 namespace tarnvisor {
 
-void ZBasicView::mouseDown(const MouseEvent&) {}
-void ZBasicView::mouseMove(const MouseEvent&) {}
-void ZBasicView::mouseUp(const MouseEvent&) {}
-void ZBasicView::mouseDouble(const MouseEvent&) {}
-void ZBasicView::wheel(const WheelEvent& event) { CView::wheel(event); }
-bool ZBasicView::keyDown(const KeyEvent& event) { return CView::keyDown(event); }
+namespace {
+
+// How far the mouse moves before a press counts as a drag where a click means something else, window pixels.
+constexpr int32_t kDragStart = 5;
+constexpr int32_t kMostWheelSteps = 32;
+
+bool isFar(Point a, Point b) {
+  return std::abs(int64_t{a.x} - b.x) >= kDragStart || std::abs(int64_t{a.y} - b.y) >= kDragStart;
+}
+
+bool isInRoi(const ZBasicDoc& doc, Point at) {
+  if (doc.roi.isEmpty()) return false;
+  CDimLine point;
+  point.points = {at};
+  return point.PointIn(0, doc.roi, doc.hasCircularRoi());
+}
+
+}  // namespace
+
+// --- what all tools share
+
+void ZBasicView::takePosition(Point windowPoint) {
+  constexpr int32_t kBelowBlock = ~7;
+  position = toImage(windowPoint);
+  if (doc.currentlist == kAmcList) position = {position.x & kBelowBlock, position.y & kBelowBlock};
+}
+
+Point ZBasicView::withinImage(Point p) const {
+  const CZZimage& image = *doc.theImage();
+  return {std::clamp(p.x, 0, image.width), std::clamp(p.y, 0, image.frameHeight())};
+}
+
+void ZBasicView::hold(Grip wanted) {
+  grip = wanted;
+  gripButton = MouseButton::Left;
+  site().captureMouse(true);
+}
+
+void ZBasicView::releaseGrip() {
+  if (grip == Grip::None) return;
+  grip = Grip::None;
+  site().captureMouse(false);
+}
+
+// Ends what a held button does, with nothing done. What was drawn by hand so far stays.
+void ZBasicView::cancelGrip() {
+  if (grip == Grip::Freehand) finishShape();
+  if (grip == Grip::Dimension || grip == Grip::MoveRoi || grip == Grip::DrawRoi) {
+    tool = kToolNone;
+    dragmode = kNoDrag;
+    redraw();
+  }
+  releaseGrip();
+}
+
+void ZBasicView::changed() {
+  doc.setModified();
+  doc.updateAllViews();
+}
+
+void ZBasicView::updateCursor() {
+  Cursor wanted = Cursor::Cross;
+  if (grip == Grip::Scroll)
+    wanted = Cursor::ClosedHand;
+  else if (tool == kToolPan)
+    wanted = Cursor::OpenHand;
+  else if (tool == kToolDrag || tool == kToolMoveRoi)
+    wanted = Cursor::Move;
+  else if (tool == kToolNone)
+    wanted = Cursor::Arrow;
+  if (wanted != cursor) site().setCursor(wanted);
+  cursor = wanted;
+}
+
+// --- a button goes down
+
+void ZBasicView::mouseDown(const MouseEvent& event) {
+  site().setFocus();
+  if (!hasImage()) return;
+  if (event.button == MouseButton::Middle) return beginScroll(event);
+  if (event.button != MouseButton::Left) return;
+  cancelGrip();
+  checkSelections();  // a list made current without telling the views
+  if (tool == kToolDrag || tool == kToolMoveRoi) tool = kToolNone;
+  takePosition(event.at);
+  pressedAt = event.at;
+  if (drawn && (drawnWith != tool || !isShapeAlive())) finishShape();
+  press(event);
+  site().panesChanged();
+  updateCursor();
+}
+
+void ZBasicView::press(const MouseEvent& event) {
+  switch (tool) {
+    case kToolNone:
+      return pressWithoutTool(event);
+    case kToolPan:
+      return beginScroll(event);
+    case kToolRoi:
+      return beginRoi(position, true);
+    case kToolOrigin:
+      doc.imageoffset = position;
+      return changed();
+    case kToolCrosshair:
+      doc.target = position;
+      doc.showtarget = 1;
+      settings.setInt("settings", "targetx", position.x);
+      settings.setInt("settings", "targety", position.y);
+      settings.setInt("settings", "showtarget", 1);
+      return changed();
+    case kToolTrace:
+      return traceCapillaries();
+    default:
+      return clickShape();
+  }
+}
+
+void ZBasicView::pressWithoutTool(const MouseEvent& event) {
+  CDimList& dims = doc.currentDims();
+  if (event.shift) {
+    (void)dims.toggleSelect(position);
+    return selectionChanged();
+  }
+  selected = dims.hit(position, selected);
+  rubber = {position, position};
+  if (selected >= 0) {
+    dragmode = kLineRubber;
+    tool = kToolDrag;
+    hold(Grip::Dimension);
+  } else if (isInRoi(doc, position)) {
+    dragmode = kRectRubber;
+    tool = kToolMoveRoi;
+    hold(Grip::MoveRoi);
+  } else {
+    hold(Grip::MayDrawRoi);
+  }
+  selectionChanged();
+}
+
+void ZBasicView::beginScroll(const MouseEvent& event) {
+  cancelGrip();
+  hold(Grip::Scroll);
+  gripButton = event.button;
+  pressedAt = event.at;
+  pressedScroll = scrollPosition();
+  updateCursor();
+}
+
+void ZBasicView::beginRoi(Point from, bool chosen) {
+  tool = kToolRoi;
+  roiChosen = chosen;
+  rubber.from = rubber.to = withinImage(from);
+  dragmode = kRectRubber;
+  hold(Grip::DrawRoi);
+  redraw();
+}
+
+// --- the mouse moves
+
+void ZBasicView::mouseMove(const MouseEvent& event) {
+  if (!hasImage()) return cancelGrip();
+  takePosition(event.at);
+  switch (grip) {
+    case Grip::Scroll:
+      scrollTo(pressedScroll - (event.at - pressedAt));
+      break;
+    case Grip::MayDrawRoi:
+      if (isFar(event.at, pressedAt)) beginRoi(rubber.from, false);
+      break;
+    case Grip::Freehand:
+      addFreehandPoint();
+      break;
+    default:
+      break;
+  }
+  if (dragmode != kNoDrag) {
+    rubber.to = grip == Grip::DrawRoi ? withinImage(position) : position;
+    redraw();
+  }
+  site().panesChanged();
+  updateCursor();
+}
+
+// --- a button goes up
+
+void ZBasicView::mouseUp(const MouseEvent& event) {
+  if (grip == Grip::None || event.button != gripButton) return;
+  if (!hasImage()) return cancelGrip();
+  mouseMove(event);  // the last point may have come with the release alone
+  const Grip ended = grip;
+  releaseGrip();
+  switch (ended) {
+    case Grip::Dimension:
+      endDragDimension();
+      break;
+    case Grip::MoveRoi:
+      endMoveRoi();
+      break;
+    case Grip::DrawRoi:
+      endRoi();
+      break;
+    case Grip::FirstCorner:
+      // Drawn in one pull rather than by two clicks.
+      if (drawn && isFar(event.at, pressedAt)) clickShape();
+      break;
+    case Grip::Freehand:
+      finishShape();
+      doc.updateAllViews();
+      break;
+    default:
+      break;
+  }
+  site().panesChanged();
+  updateCursor();
+}
+
+void ZBasicView::endRoi() {
+  const Rect area = roiBeingDrawn();
+  tool = kToolNone;
+  dragmode = kNoDrag;
+  if (area.isEmpty() && !roiChosen) return redraw();
+  doc.roi = area.isEmpty() ? Rect{} : area;
+  changed();
+}
+
+void ZBasicView::endMoveRoi() {
+  tool = kToolNone;
+  dragmode = kNoDrag;
+  // A ROI that lay in the image stays in it: what is measured per area counts all of the ROI.
+  const CZZimage& image = *doc.theImage();
+  const auto kept = [](int32_t by, int32_t first, int32_t last, int32_t size) {
+    return first < 0 || last > size ? by : std::clamp(by, -first, size - last);
+  };
+  const Point by = position - rubber.from;
+  const int32_t dx = kept(by.x, doc.roi.left, doc.roi.right, image.width);
+  const int32_t dy = kept(by.y, doc.roi.top, doc.roi.bottom, image.frameHeight());
+  if (dx == 0 && dy == 0) return redraw();
+  doc.roi = doc.roi.offsetBy(dx, dy);
+  changed();
+}
+
+void ZBasicView::endDragDimension() {
+  tool = kToolNone;
+  dragmode = kNoDrag;
+  const Point by = position - rubber.from;
+  Point first;
+  if (by == Point{} || !hasSelection() || !doc.currentDims().at(selected).GetPoint(0, first)) return redraw();
+  doc.currentDims().drag(selected, first + by);
+  changed();
+}
+
+// Comes in place of the second press.
+void ZBasicView::mouseDouble(const MouseEvent& event) {
+  if (event.button != MouseButton::Left || !isShapeAlive() || !growsByClicks() || drawnWith != tool)
+    return mouseDown(event);
+  finishShape();
+  doc.updateAllViews();
+}
+
+// --- wheel and keys
+
+void ZBasicView::wheel(const WheelEvent& event) {
+  if (!event.control) return CView::wheel(event);
+  for (int32_t i = std::min(std::abs(std::max(event.steps, -kMostWheelSteps)), kMostWheelSteps); i > 0; --i)
+    zoomAbout(event.at, event.steps > 0);
+}
+
+bool ZBasicView::escape() {
+  if (drawn) {
+    abandonShape();
+    return true;
+  }
+  if (grip != Grip::None) {
+    cancelGrip();
+    return true;
+  }
+  bool hadSelection = selected >= 0 || secondselected >= 0;
+  for (const auto& item : doc.currentDims().items) hadSelection = hadSelection || item->selected;
+  if (!hadSelection) return false;
+  clearSelections();
+  doc.currentDims().clearSelection();
+  selectionChanged();
+  return true;
+}
+
+bool ZBasicView::keyDown(const KeyEvent& event) {
+  switch (event.key) {
+    case Key::Escape:
+      return escape();
+    case Key::Enter:
+      if (!drawn || !growsByClicks()) return false;
+      finishShape();
+      doc.updateAllViews();
+      return true;
+    case Key::Delete:
+      if (!hasSelection()) return false;
+      deleteSelected();
+      return true;
+    case Key::Plus:
+      zoomInCommand();
+      return true;
+    case Key::Minus:
+      zoomOutCommand();
+      return true;
+    default:
+      return CView::keyDown(event);
+  }
+}
 
 }  // namespace tarnvisor

@@ -1,0 +1,8 @@
+#include "imagedoc/dimdoc.h"
+
+namespace tarnvisor {
+
+void showDimensionList(ZBasicDoc&) {}
+void refreshDimensionList(ZBasicDoc&) {}
+
+}  // namespace tarnvisor

@@ -1,0 +1,7 @@
+#include "imagedoc/zbasicdoc.h"
+
+namespace tarnvisor {
+
+bool ZBasicDoc::trace(Point) { return hasImage(); }
+
+}  // namespace tarnvisor

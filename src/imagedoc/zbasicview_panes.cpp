@@ -1,0 +1,53 @@
+// The status texts of the image view.
+#include "base/text.h"
+#include "imagedoc/zbasicview.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kListNames[kListCount] = {"",        "amber", "fcd", "Nailfold", "NN",
+                                                "Voronoi", "Krogh", "amc", "Dustmask"};
+
+std::string positionText(const ZBasicDoc& doc, Point at) {
+  if (!doc.calibrated) return format("pos=%5i,%5i", at.x, at.y);
+  const Scale s = doc.scale();
+  return format("pos=%5.1f,%5.1f", (static_cast<double>(at.x) - doc.imageoffset.x) * s.x,
+                (static_cast<double>(at.y) - doc.imageoffset.y) * s.y);
+}
+
+std::string pixelText(const ZBasicDoc& doc, Point at) {
+  const CZZimage* image = doc.theImage();
+  if (!doc.hasImage() || !Rect{0, 0, image->width, image->frameHeight()}.contains(at)) return {};
+  return format("pixel=%3li", static_cast<long>(image->pixelAt(at.x, at.y)));
+}
+
+std::string dimensionText(const ZBasicDoc& doc, int32_t index) {
+  if (!doc.currentDims().isValid(index)) return {};
+  const Scale s = doc.scale();
+  const CDim& dimension = doc.currentDims().at(index);
+  const double area = dimension.Area(s.x, s.y);
+  const double value = area != 0.0 ? area : dimension.Length(s.x, s.y);
+  const char* name = kListNames[doc.currentlist];
+  return (*name ? std::string(name) + " " : std::string()) + format("line%i=%5.1f", index + 1, value);
+}
+
+}  // namespace
+
+std::vector<StatusPane> ZBasicView::panes() const {
+  const Scale s = doc.scale();
+  std::string roi;
+  if (tool == kToolRoi) {
+    const Rect area = grip == Grip::DrawRoi ? roiBeingDrawn() : doc.roi;
+    roi = format("size=%5.1fx%5.1f", area.width() * s.x, area.height() * s.y);
+  }
+  return {{"position", positionText(doc, position)},
+          {"pixel", pixelText(doc, position)},
+          {"dimension", dimensionText(doc, selected)},
+          {"list", format("dimlist%i %s", doc.currentlist, kListNames[doc.currentlist])},
+          {"roi", roi},
+          {"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)},
+          {"zoom", format("zoom=%4.0f%%", 100.0 * zoomnum / zoomden)}};
+}
+
+}  // namespace tarnvisor
