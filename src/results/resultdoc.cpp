@@ -19,6 +19,8 @@ ResultPrinter* resultPrinter = nullptr;
 namespace {
 
 constexpr int32_t kWithSubject = -1;
+// Of a file: the widest table has 21, and drawing looks for each column among all.
+constexpr size_t kMostColumns = 256;
 
 struct KindDocument {
   CResultDoc* document = nullptr;
@@ -258,7 +260,9 @@ void CResultDoc::serialize(Archive& archive) {
     }
     return;
   }
-  for (size_t count = archive.readCountOf(2); count > 0; --count) {
+  size_t count = archive.readCountOf(2);
+  if (count > kMostColumns) throw ArchiveException("it has more columns than any table");
+  for (; count > 0; --count) {
     auto column = archive.readOwned<Ccolformat>();
     if (!column) throw ArchiveException("a column is missing");
     columns.push_back(std::move(column));

@@ -184,6 +184,26 @@ TEST_F(Results, AnOldFileHasNoSubjectAndADamagedOneIsRefused) {
   EXPECT_THAT(host.messages.back(), HasSubstr("more memory than it can need"));
 }
 
+TEST_F(Results, AColumnOfAnyNumberIsWrittenAndAPlaceWithoutOneShowsTheLast) {
+  const ColumnRecord columns[] = {{0, 1, "a", 9, 0, 0}, {0xffff, 1, "b", 9, 0, 0}};
+  CResultDoc table;
+  table.addcolumns(columns);
+  ASSERT_TRUE(table.addrow({"x", "y", {}}));
+  EXPECT_EQ(table.cell(0, 0xffff), "y");
+  EXPECT_EQ(table.columnAt(1).title, "b");
+}
+
+TEST_F(Results, AFileWithAbsurdlyManyColumnsIsRefused) {
+  CResultDoc table;
+  const ColumnRecord wide{0, 1, "a", 0xffff, 0, 0};
+  for (const bool refused : {false, true}) {
+    while (table.columns.size() < (refused ? 257u : 256u)) table.addcolumns({&wide, 1});
+    ASSERT_TRUE(table.onSaveDocument(folder.file("wide.rst")));
+    CResultDoc opened;
+    EXPECT_EQ(opened.onOpenDocument(folder.file("wide.rst")), !refused);
+  }
+}
+
 TEST_F(Results, AnExportThatFailsSaysSoAndLeavesNothing) {
   CResultDoc* table = addResultRow(ResultKind::Diameter, {"a", "um", {1, 2}});
   app->documents.activate(*table);
