@@ -186,7 +186,8 @@ Outcome CResultDoc::exportCsv(const std::string& path) const {
   const auto examRow = app.db && exam >= 0 ? app.db->exam(exam) : std::nullopt;
   text += "Subject ID," + subject + "\n";
   text += format("Exam ID,%i\n", exam);
-  text += (examRow ? examRow->folder : app.examFolder) + "\n";
+  // An exam that this database doesn't know must not go under the name of the selected one.
+  text += (examRow ? examRow->folder : exam == app.examId ? app.examFolder : std::string()) + "\n";
   return replaceFile(path, std::string_view(text));
 }
 

@@ -392,6 +392,17 @@ TEST_F(ImageDocTest, UnitsAndGridAreKeptInTheSettings) {
   EXPECT_TRUE(makeImage(8, 8).gridmetafile.empty());
 }
 
+TEST_F(ImageDocTest, TheApexKeysAreReadEachTimeTheFilterRuns) {
+  ZBasicDoc& d = makeImage(8, 8);
+  d.theImage()->fill(100);
+  settings.setInt("ProcessingArgs", "apexw", 1);  // half of each pixel, and the offset
+  run("apex filter");
+  EXPECT_EQ(d.theImage()->pixelAt(4, 4), 178);
+  settings.setInt("ProcessingArgs", "apexoffset", 10);
+  run("apex filter");
+  EXPECT_EQ(d.theImage()->pixelAt(4, 4), 99);
+}
+
 TEST_F(ImageDocTest, OnlyProcessingWritesTheFinderKeys) {
   makeImage(8, 8);
   host.fill({{"window 1", "-9"}, {"minimum capillary area (pixels)", "150"}});

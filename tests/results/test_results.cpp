@@ -13,6 +13,7 @@ namespace tarnvisor {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 class Results : public AppTest {
@@ -94,6 +95,10 @@ TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {
             "line,diameter,velocity,flow,x,y,length,av r,%good,filename,units,\n"
             "  3,   9.25,    121,      7,  1.0,  2.0,  12.50, 0.75, 37.3,a.dtv,um,\n"
             "Subject ID,S-1\nExam ID,-1\n\n");
+  table->examIdOfDoc = 77;
+  app->examFolder = "another";
+  ASSERT_TRUE(table->exportCsv(folder.file("t.csv")));
+  EXPECT_THAT(readWholeText(folder.file("t.csv")).value_or(""), EndsWith("Exam ID,77\n\n"));
   table->setselection(9, 0, 2, 0);
   table->columns[0]->visible = 0;  // filename, at the ninth place
   table->copy();
