@@ -143,6 +143,7 @@ void ZBasicDoc::processing() {
 }
 
 void ZBasicDoc::apexFilterCommand() {
+  if (roiChild()->empty()) return;
   const WaitScope wait;
   if (!saveUndoCopy()) return;
   (void)apexFilter(*roiChild(), readApexSettings());
@@ -169,6 +170,7 @@ void ZBasicDoc::addMinima(const Points& points, bool labelled) {
 }
 
 void ZBasicDoc::minimaWithinWindow() {
+  if (roiChild()->empty()) return;
   AskedNumber asked[] = {{"threshold", "threshold", "128", 0},
                          {"window width", "width", "50", 0},
                          {"window height", "height", "50", 0}};
@@ -186,6 +188,7 @@ void ZBasicDoc::minimaWithinWindow() {
 }
 
 void ZBasicDoc::minimaWithinTolerance() {
+  if (roiChild()->empty()) return;
   AskedNumber asked[] = {{"threshold", "threshold", "128", 0}, {"tolerance", "tolerance", "50", 0}};
   askNumbers("find minima within tolerance", asked);
   const WaitScope wait;

@@ -98,7 +98,12 @@ bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   if (!askTrim(saved.trimmed, cancelled)) return false;
   const std::string present = imagePath();
   if (!saved.trimmed && !imagedirty && fileExists(present)) {
-    if (ownsImageFile) {
+    // With a ROI the whole image is written too; what its own file holds need not be written over.
+    std::error_code error;
+    const bool stays =
+        roi.isEmpty() ||
+        std::filesystem::equivalent(pixelFileFor(documentPath, "." + extensionOf(present)), present, error);
+    if (ownsImageFile && stays) {
       rememberImageFile(present, documentPath);
       return true;
     }

@@ -17,6 +17,8 @@ namespace tarnvisor {
 namespace {
 
 constexpr int32_t kWithSubject = -1;
+// Of a file: the widest table has 21, and drawing looks for each column among all.
+constexpr size_t kMostColumns = 256;
 
 struct KindDocument {
   CResultDoc* document = nullptr;
@@ -184,7 +186,8 @@ Outcome CResultDoc::exportCsv(const std::string& path) const {
   const auto examRow = app.db && exam >= 0 ? app.db->exam(exam) : std::nullopt;
   text += "Subject ID," + subject + "\n";
   text += format("Exam ID,%i\n", exam);
-  text += (examRow ? examRow->folder : app.examFolder) + "\n";
+  // An exam that this database doesn't know must not go under the name of the selected one.
+  text += (examRow ? examRow->folder : exam == app.examId ? app.examFolder : std::string()) + "\n";
   return replaceFile(path, std::string_view(text));
 }
 
@@ -268,7 +271,9 @@ void CResultDoc::serialize(Archive& archive) {
     }
     return;
   }
-  for (size_t count = archive.readCountOf(2); count > 0; --count) {
+  size_t count = archive.readCountOf(2);
+  if (count > kMostColumns) throw ArchiveException("it has more columns than any table");
+  for (; count > 0; --count) {
     auto column = archive.readOwned<Ccolformat>();
     if (!column) throw ArchiveException("a column is missing");
     columns.push_back(std::move(column));

@@ -135,6 +135,22 @@ TEST(Isodata, stopsOnItsFixedPoint) {
   EXPECT_EQ(isodata(image).threshold, 130);
 }
 
+TEST(Isodata, withoutAFixedPointIn40RoundsIsThePlainMean) {
+  // Counts that fall with the square of the level: 49 small steps up from the mean, 11.
+  Picture p = plain::flat(486, 89, 255);
+  size_t at = 0;
+  const auto add = [&](int level, size_t count) {
+    for (; count > 0; --count) p.bytes.at(at++) = static_cast<uint8_t>(level);
+  };
+  add(1, 29300);
+  for (int level = 10; level < 128; ++level) add(level, static_cast<size_t>(140000 / (level * level)));
+  ASSERT_EQ(p.bytes.size() - at, 380u);
+  CZZimage image;
+  plain::load(image, p);
+  EXPECT_EQ(isodata(image).threshold, 11);
+  EXPECT_FALSE(isodata(image).converged);
+}
+
 TEST(Isodata, anEmptyClassKeepsThePresentValue) {
   CZZimage image;
   for (const uint8_t level : {0, 77, 255}) {

@@ -154,6 +154,25 @@ TEST_F(ImageDocTest, MinimaLandAtFullImagePositions) {
   EXPECT_EQ(d.notes, " found 2 minima. t=100, tol=50 ROI (10,10)-(55,45).\r\n");
 }
 
+TEST_F(ImageDocTest, MinimaThatAreNotThereAreToldByTheToleranceOnly) {
+  ZBasicDoc& d = makeImage(20, 20);
+  d.theImage()->fill(200);
+  process.quietMode = 1;
+  for (const bool outside : {false, true}) {
+    d.roi = outside ? Rect{50, 50, 60, 60} : Rect{};
+    d.notes.clear();
+    d.addDimension({1, 1}, 0);
+    d.setModified(false);
+    run("find minima within window");
+    EXPECT_EQ(d.notes, "");
+    EXPECT_EQ(d.currentDims().size(), outside ? 1 : 0) << "outside the image nothing happens at all";
+    run("find minima within tolerance");
+    EXPECT_EQ(d.notes, outside ? "" : " found 0 minima. t=128, tol=50\r\n");
+    run("apex filter");
+    EXPECT_EQ(d.isModified(), !outside);
+  }
+}
+
 TEST_F(ImageDocTest, RegionsAndWalksOpenWindowsOfTheirOwn) {
   ZBasicDoc& d = makeImage(12, 10);
   d.theImage()->fill(50);

@@ -6,6 +6,7 @@
 #include "base/clock.h"
 #include "image/palette.h"
 #include "imagedoc/magnification.h"
+#include "imagedoc/magnificationdialog.h"
 #include "imagedoc/processing.h"
 #include "measure/dimlist.h"
 #include "support/imagedoctest.h"
@@ -58,8 +59,12 @@ TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocume
       EXPECT_EQ(pixelsOf(*d.theImage()) != before, changes) << c.command;
       EXPECT_EQ(d.theImage()->pixelAt(2, 2), region ? before[2 * 40 + 2] : d.theImage()->pixelAt(2, 2))
           << c.command << " works outside the ROI";
+      const std::vector<uint8_t> after = pixelsOf(*d.theImage());
       run("Undo");
       EXPECT_EQ(pixelsOf(*d.theImage()), before) << c.command;
+      run("Redo");
+      EXPECT_EQ(pixelsOf(*d.theImage()), after) << c.command;
+      EXPECT_THAT(d.notes, EndsWith("undo\r\nundo\r\n"));
       process.imageTemplate->discard(d);
     }
   }
@@ -273,8 +278,10 @@ TEST_F(ImageDocTest, DustMarksAreKeptBesideTheProfileAndRepaired) {
   d.imagedirty = 0;
   reopen("dusty.tv1");
   EXPECT_EQ(process.dustMaskEnabled, 1);
+  image()->theImage()->setPixel(3, 3, 7);
   run("Use Dust Mask filter");
   EXPECT_EQ(process.dustMaskEnabled, 0);
+  EXPECT_EQ(image()->theImage()->pixelAt(3, 3), 100) << "the image comes from its file again";
   image()->theImage()->setPixel(30, 30, 7);
   image()->roi = {28, 28, 33, 33};
   run("Remove single dust mark");
@@ -301,6 +308,31 @@ TEST_F(ImageDocTest, MagnificationTableCountsLiveEntriesOnly) {
             "   3.250    4.500 d                         Tuesday, March 14, 1995, 12:41:29");
 }
 
+TEST_F(ImageDocTest, TheMagnificationDialogServesDocumentTableAndDefault) {
+  const FixedClock clock(1000);
+  ZBasicDoc& d = makeImage(8, 8);
+  host.fill({{"x scale", "2"}, {"y scale", "3"}, {"name", "x20"}, {"action", "Add to list"}});
+  run("Magnification");
+  EXPECT_EQ(d.scale().y, 3.0) << "OK calibrates";
+  EXPECT_EQ(d.magname, "x20");
+  EXPECT_EQ(magnificationCount(), 1) << "added by its button, not by OK";
+  EXPECT_EQ(makeImage(8, 8).magname, "default") << "nor does OK change the default";
+  MagnificationDialog dialog(d);
+  EXPECT_EQ(dialog.unitText(), "um/pixel");
+  EXPECT_THAT(
+      dialog.rows(),
+      ElementsAre("   2.000    3.000 x20                       Thursday, January 01, 1970, 00:16:40"));
+  dialog.setAsDefault(0);
+  EXPECT_EQ(dialog.defaultLine(), dialog.rows()[0]);
+  EXPECT_EQ(makeImage(8, 8).magname, "x20");
+  dialog.entry = {};
+  dialog.select(0);
+  EXPECT_EQ(dialog.entry.magx, 2.0);
+  dialog.remove(0);
+  EXPECT_TRUE(dialog.rows().empty());
+  EXPECT_EQ(magnificationCount(), 0);
+}
+
 TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
   const FixedClock clock(1000);
   struct Case {
@@ -315,6 +347,8 @@ TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
        {{"X true length", "100"}, {"Y true length", "10"}},
        2.0,
        0.5},
+      {{{{0, 0}, {30, 40}}}, {}, 1.0, 1.0},  // the lengths offered are those in the present scale
+      {{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}}, {}, 1.0, 1.0},
       {{{{0, 0}, {30, 40}}}, {{"X line", "7"}, {"Y line", "7"}}, 1.5, 2.5},  // nothing measured: as it was
   };
   for (const Case& c : cases) {
@@ -350,9 +384,23 @@ TEST_F(ImageDocTest, UnitsAndGridAreKeptInTheSettings) {
   EXPECT_EQ(d.gridshow, 1);
   EXPECT_EQ(d.gridmetafile.size(), 20u);
   EXPECT_EQ(settings.getDouble("grid", "grid spacing", 0), 33.5);
+  run("Grid");
+  EXPECT_EQ(d.gridshow, 0);
+  EXPECT_EQ(settings.getInt("grid", "gridshow", 1), 0);
   drawing[6] = 100;  // more than there is
   ASSERT_TRUE(replaceFile(folder.file("u.wmf"), std::string_view(drawing)));
   EXPECT_TRUE(makeImage(8, 8).gridmetafile.empty());
+}
+
+TEST_F(ImageDocTest, TheApexKeysAreReadEachTimeTheFilterRuns) {
+  ZBasicDoc& d = makeImage(8, 8);
+  d.theImage()->fill(100);
+  settings.setInt("ProcessingArgs", "apexw", 1);  // half of each pixel, and the offset
+  run("apex filter");
+  EXPECT_EQ(d.theImage()->pixelAt(4, 4), 178);
+  settings.setInt("ProcessingArgs", "apexoffset", 10);
+  run("apex filter");
+  EXPECT_EQ(d.theImage()->pixelAt(4, 4), 99);
 }
 
 TEST_F(ImageDocTest, OnlyProcessingWritesTheFinderKeys) {

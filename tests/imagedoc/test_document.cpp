@@ -54,7 +54,7 @@ class StoredImage : public ImageDocTest {
 };
 
 TEST_F(StoredImage, ReadsEachOldVersion) {
-  for (int32_t version = 1; version <= 11; ++version) {
+  for (int32_t version = 1; version <= 12; ++version) {  // one to come is read as the last
     Bytes b = firstFields(version);
     if (version > 1) b.i32(777).str("old notes");
     if (version > 2) b.i32(1).i32(1).i32(1).f64(42.5).i32(0x123456);
@@ -170,6 +170,10 @@ TEST_F(ImageDocTest, FindsAMovedPixelFileBesideTheDocumentOrAsks) {
   process.imageTemplate->discard(*image());
 
   moveTo("new/a.bmp", "elsewhere.bmp");
+  ZBasicDoc quiet;
+  quiet.silent = 1;
+  EXPECT_FALSE(quiet.onOpenDocument(folder.file("new/a.tv1"))) << "and asks nobody";
+  EXPECT_TRUE(host.messages.empty());
   host.paths.push_back(std::nullopt);
   EXPECT_EQ(app->openDocumentFile(folder.file("new/a.tv1")), nullptr);
   EXPECT_EQ(host.messages.back(), "Cannot find image file a.bmp.\nPlease specify new location.");
@@ -216,6 +220,29 @@ TEST_F(ImageDocTest, AsksAboutTheRoiUnlessToldBefore) {
   d.silent = 1;
   ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
   EXPECT_EQ(d.savedroi, 1);
+}
+
+TEST_F(ImageDocTest, AWholeImageWithARoiIsWrittenForEachDocument) {
+  ZBasicDoc& d = makeImage(40, 30);
+  d.keepwhole = 1;
+  for (const char* name : {"a", "b", "b"}) {
+    ASSERT_TRUE(d.onSaveDocument(folder.file(name + std::string(".tv1"))));
+    d.setPathName(folder.file(name + std::string(".tv1")));
+    d.roi = {10, 10, 30, 25};
+    EXPECT_EQ(d.imagefile, name + std::string(".bmp"));
+  }
+  EXPECT_EQ(readWholeFile(folder.file("b.bmp")), readWholeFile(folder.file("a.bmp")));
+}
+
+TEST_F(ImageDocTest, PixelsThatCantBeWrittenStayChanged) {
+  ZBasicDoc& d = makeImage(8, 8);
+  for (const int silent : {1, 0}) {
+    d.silent = silent;
+    EXPECT_FALSE(d.onSaveDocument(folder.file("missing/a.tv1")));
+    EXPECT_EQ(d.imagedirty, 1);
+    EXPECT_EQ(host.messages.size(), silent ? 0u : 1u);
+  }
+  EXPECT_THAT(host.messages.back(), HasSubstr("Error saving image."));
 }
 
 TEST_F(ImageDocTest, APictureFromElsewhereIsNeverWrittenOver) {
@@ -297,6 +324,7 @@ TEST_F(ImageDocTest, ACopyTakesAllButTheFile) {
   ASSERT_NE(&copy, &d);
   EXPECT_EQ(copy.title(), "finger-copy");
   EXPECT_EQ(copy.notes, "was Copy of finger ");
+  EXPECT_EQ(copy.zeroasblack, 0) << "the stored form turns it over";
   EXPECT_EQ(copy.imagefile, "");
   EXPECT_EQ(copy.imagedirty, 1);
   EXPECT_EQ(copy.dimlists[kPlainList].size(), 1);

@@ -13,6 +13,7 @@ namespace tarnvisor {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 class Results : public AppTest {
@@ -94,6 +95,10 @@ TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {
             "line,diameter,velocity,flow,x,y,length,av r,%good,filename,units,\n"
             "  3,   9.25,    121,      7,  1.0,  2.0,  12.50, 0.75, 37.3,a.dtv,um,\n"
             "Subject ID,S-1\nExam ID,-1\n\n");
+  table->examIdOfDoc = 77;
+  app->examFolder = "another";
+  ASSERT_TRUE(table->exportCsv(folder.file("t.csv")));
+  EXPECT_THAT(readWholeText(folder.file("t.csv")).value_or(""), EndsWith("Exam ID,77\n\n"));
   table->setselection(9, 0, 2, 0);
   table->columns[0]->visible = 0;  // filename, at the ninth place
   table->copy();
@@ -182,6 +187,26 @@ TEST_F(Results, AnOldFileHasNoSubjectAndADamagedOneIsRefused) {
   ASSERT_TRUE(replaceFile(folder.file("many.rst"), std::string_view(many)));
   EXPECT_EQ(app->openDocumentFile(folder.file("many.rst")), nullptr);
   EXPECT_THAT(host.messages.back(), HasSubstr("more memory than it can need"));
+}
+
+TEST_F(Results, AColumnOfAnyNumberIsWrittenAndAPlaceWithoutOneShowsTheLast) {
+  const ColumnRecord columns[] = {{0, 1, "a", 9, 0, 0}, {0xffff, 1, "b", 9, 0, 0}};
+  CResultDoc table;
+  table.addcolumns(columns);
+  ASSERT_TRUE(table.addrow({"x", "y", {}}));
+  EXPECT_EQ(table.cell(0, 0xffff), "y");
+  EXPECT_EQ(table.columnAt(1).title, "b");
+}
+
+TEST_F(Results, AFileWithAbsurdlyManyColumnsIsRefused) {
+  CResultDoc table;
+  const ColumnRecord wide{0, 1, "a", 0xffff, 0, 0};
+  for (const bool refused : {false, true}) {
+    while (table.columns.size() < (refused ? 257u : 256u)) table.addcolumns({&wide, 1});
+    ASSERT_TRUE(table.onSaveDocument(folder.file("wide.rst")));
+    CResultDoc opened;
+    EXPECT_EQ(opened.onOpenDocument(folder.file("wide.rst")), !refused);
+  }
 }
 
 TEST_F(Results, AnExportThatFailsSaysSoAndLeavesNothing) {
