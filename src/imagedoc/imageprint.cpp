@@ -38,17 +38,29 @@ class PageWriter {
     job.canvas().setFont("", kTenthsOfPoint);
     lineHeight = std::max(1, job.canvas().textSize("Ag").height);
   }
-  // Broken at blanks where it is wider than the page.
-  void write(const std::string& line) {
+  // The line, broken at blanks where it is wider than the page.
+  std::vector<std::string> wrapped(const std::string& line) const {
+    std::vector<std::string> pieces;
     std::string rest = line;
     do {
       const size_t fits = fitting(rest);
-      if (y + lineHeight > page.height && y > 0 && !turn()) return;
-      job.canvas().text({0, y}, rest.substr(0, fits), 0);
-      y += lineHeight;
+      pieces.push_back(rest.substr(0, fits));
       rest.erase(0, fits);
       rest.erase(0, rest.find_first_not_of(' '));
     } while (!rest.empty());
+    return pieces;
+  }
+  void write(const std::string& line) {
+    for (const std::string& piece : wrapped(line)) {
+      if (y + lineHeight > page.height && y > 0 && !turn()) return;
+      job.canvas().text({0, y}, piece, 0);
+      y += lineHeight;
+    }
+  }
+  int32_t heightOf(const std::vector<std::string>& lines) const {
+    size_t count = 0;
+    for (const std::string& line : lines) count += wrapped(line).size();
+    return static_cast<int32_t>(std::min<size_t>(count, 1 << 16)) * lineHeight;
   }
   void skipLine() { y += lineHeight; }
   // False when the printer gave up: nothing more is drawn.
@@ -62,6 +74,7 @@ class PageWriter {
   bool hasGivenUp() const { return gaveUp; }
 
   int32_t y = 0;
+  int32_t lineHeight = 1;
 
  private:
   // How many characters of a line fit the page's width, at least 1 of a line that has some; up to a blank
@@ -82,7 +95,6 @@ class PageWriter {
 
   PrintJob& job;
   Size page;
-  int32_t lineHeight = 1;
   bool gaveUp = false;
 };
 
@@ -162,9 +174,8 @@ void printImage(PrintJob& job, ZBasicDoc& document) {
   const CZZimage* image = document.hasImage() ? document.theImage() : nullptr;
   const Size size = image ? Size{image->width, image->frameHeight()} : Size{};
   // The scale stands in the header, whose height tells what remains for the image.
-  const int32_t lines = static_cast<int32_t>(printheader(document, 1, job.pixelsPerInch()).size());
-  const int32_t lineHeight = std::max(1, job.canvas().textSize("Ag").height);
-  const int32_t scale = printScale(size, {page.width, std::max(0, page.height - (lines + 1) * lineHeight)});
+  const int32_t above = writer.heightOf(printheader(document, 1, job.pixelsPerInch())) + writer.lineHeight;
+  const int32_t scale = printScale(size, {page.width, std::max(0, page.height - above)});
   for (const std::string& line : printheader(document, scale, job.pixelsPerInch())) writer.write(line);
   writer.skipLine();
   if (image) {

@@ -101,12 +101,12 @@ TEST_F(PrintedPage, ImageHasTheLargestWholeScaleThatFitsAndIsCentred) {
   EXPECT_EQ(printScale({100, 80}, {900, 250}), 3);
   EXPECT_EQ(printScale({100, 80}, {90, 20}), 1);
   EXPECT_EQ(printScale({0, 0}, {90, 20}), 1);
-  RecordingJob job({730, 600});
+  RecordingJob job({730, 620});
   doc->gridshow = 0;
   doc->notes = "seen";
   printImage(job, *doc);
   ASSERT_EQ(job.pages.size(), 1u);
-  // 9 lines of 16 and an empty one leave 440: 5 times the size.
+  // 9 lines of 16 and an empty one leave 460: 5 times the size.
   EXPECT_THAT(job.pages[0].calls, Contains("pixels 100x80 115,160-615,560"));
   EXPECT_THAT(job.pages[0].calls, Contains("polyline 90,160 110,160"));  // the origin's left arm, 5 times
   EXPECT_THAT(job.texts(0), Contains("Print scale : x,   20.00  y,   20.00 pixel / cm"));
@@ -140,10 +140,23 @@ TEST_F(PrintedPage, NotesAreWrappedAndGoOnOverFurtherPages) {
 
 TEST_F(PrintedPage, LongHeaderSendsTheImageToTheNextPage) {
   for (int i = 0; i < 30; ++i) doc->resultText += "line\n";
-  RecordingJob job({300, 640});
+  RecordingJob job({700, 640});
   printImage(job, *doc);
   ASSERT_EQ(job.pages.size(), 2u);
-  EXPECT_THAT(job.pages[1].calls, Contains("pixels 100x80 100,32-200,112"));
+  EXPECT_THAT(job.pages[1].calls, Contains("pixels 100x80 300,0-400,80"));
+}
+
+TEST_F(PrintedPage, WrappedHeaderLinesLeaveTheImageLess) {
+  // Narrow paper breaks three of the 9 lines in two.
+  RecordingJob job({210, 420});
+  printImage(job, *doc);
+  ASSERT_EQ(job.pages.size(), 1u);
+  const size_t lines = job.texts(0).size();
+  EXPECT_EQ(lines, 12u);
+  const auto top = static_cast<int32_t>(lines + 1) * 16;
+  const int32_t times = std::min(210 / 100, (420 - top) / 80);
+  EXPECT_THAT(job.pages[0].calls, Contains(format("pixels 100x80 %i,%i-%i,%i", 105 - 50 * times, top,
+                                                  105 + 50 * times, top + 80 * times)));
 }
 
 TEST_F(PrintedPage, OfADeviceWithoutAPageIsRefusedInWords) {
