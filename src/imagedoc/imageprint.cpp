@@ -1,7 +1,195 @@
 #include "imagedoc/imageprint.h"
 
+#include <algorithm>
+
+#include "app/basicapp.h"
+#include "base/clock.h"
+#include "base/text.h"
+#include "host/host.h"
+#include "imagedoc/overlay.h"
+#include "imagedoc/picturepainter.h"
+#include "imagedoc/texts.h"
+#include "imagedoc/zbasicdoc.h"
+
 namespace tarnvisor {
 
-void printImage(PrintJob&, ZBasicDoc&) {}
+namespace {
+
+constexpr int32_t kTenthsOfPoint = 100;
+
+// The lines of a text with any kind of line end, without an empty one at its end.
+std::vector<std::string> linesOf(const std::string& words) {
+  std::vector<std::string> lines = split(words, '\n');
+  for (std::string& line : lines)
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+  while (!lines.empty() && lines.back().empty()) lines.pop_back();
+  return lines;
+}
+
+void append(std::vector<std::string>& to, const std::vector<std::string>& lines) {
+  to.insert(to.end(), lines.begin(), lines.end());
+}
+
+// Down a page and on over the next ones.
+class PageWriter {
+ public:
+  explicit PageWriter(PrintJob& target) : job(target), page(target.pageSize()) { useFont(); }
+  void useFont() {
+    job.canvas().setFont("", kTenthsOfPoint);
+    lineHeight = std::max(1, job.canvas().textSize("Ag").height);
+  }
+  // The line, broken at blanks where it is wider than the page.
+  std::vector<std::string> wrapped(const std::string& line) const {
+    std::vector<std::string> pieces;
+    std::string rest = line;
+    do {
+      const size_t fits = fitting(rest);
+      pieces.push_back(rest.substr(0, fits));
+      rest.erase(0, fits);
+      rest.erase(0, rest.find_first_not_of(' '));
+    } while (!rest.empty());
+    return pieces;
+  }
+  void write(const std::string& line) {
+    for (const std::string& piece : wrapped(line)) {
+      if (y + lineHeight > page.height && y > 0 && !turn()) return;
+      job.canvas().text({0, y}, piece, 0);
+      y += lineHeight;
+    }
+  }
+  int32_t heightOf(const std::vector<std::string>& lines) const {
+    size_t count = 0;
+    for (const std::string& line : lines) count += wrapped(line).size();
+    return static_cast<int32_t>(std::min<size_t>(count, 1 << 16)) * lineHeight;
+  }
+  void skipLine() { y += lineHeight; }
+  // False when the printer gave up: nothing more is drawn.
+  bool turn() {
+    if (gaveUp || !job.nextPage()) gaveUp = true;
+    y = 0;
+    if (!gaveUp) useFont();
+    return !gaveUp;
+  }
+  int32_t room() const { return std::max(0, page.height - y); }
+  bool hasGivenUp() const { return gaveUp; }
+
+  int32_t y = 0;
+  int32_t lineHeight = 1;
+
+ private:
+  // How many characters of a line fit the page's width, at least 1 of a line that has some; up to a blank
+  // where there is one.
+  size_t fitting(const std::string& line) const {
+    const auto wide = [&](size_t count) {
+      return job.canvas().textSize(line.substr(0, count)).width > page.width;
+    };
+    if (line.empty() || !wide(line.size())) return line.size();
+    size_t low = 1, high = line.size();
+    while (high - low > 1) {
+      const size_t middle = (low + high) / 2;
+      (wide(middle) ? high : low) = middle;
+    }
+    const size_t blank = line.rfind(' ', low);
+    return blank == std::string::npos || blank == 0 ? low : blank;
+  }
+
+  PrintJob& job;
+  Size page;
+  bool gaveUp = false;
+};
+
+struct SubjectWords {
+  std::vector<std::string> lines;
+  std::string comments;
+};
+
+SubjectWords subjectWords(const ZBasicDoc& document) {
+  const SubjectDatabase* db = theApp().db.get();
+  if (!db) return {{"NO DATABASE"}, {}};
+  if (document.patientId.empty()) return {{"NO SUBJECT"}, {}};
+  SubjectWords words;
+  const auto subject = db->readSubject(document.patientId);
+  std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string();
+  if (name.empty()) name = document.patientId;
+  words.lines.push_back("Subject: " + name);
+  const auto exam = db->exam(document.examIdOfDoc);
+  words.lines.push_back(format("exam: %li  Site: %s Copy: %i", static_cast<long>(document.examIdOfDoc),
+                               exam ? exam->site.c_str() : "", document.saveCount));
+  if (subject) words.comments = subject->comments;
+  if (exam && !exam->comment.empty()) words.comments += (words.comments.empty() ? "" : "\n") + exam->comment;
+  return words;
+}
+
+void drawPicture(PrintJob& job, ZBasicDoc& document, int32_t scale, Point corner) {
+  CZZimage& image = *document.theImage();
+  const Size size{image.width, image.frameHeight()};
+  const Rect area{corner.x, corner.y, corner.x + size.width * scale, corner.y + size.height * scale};
+  Canvas& canvas = job.canvas();
+  canvas.setClip(area);
+  PicturePainter painter;
+  canvas.pixels(painter.render(image, 1, 1, {}, size), area);
+  ZoomCanvas zoomed(canvas, scale, 1, Point{} - corner, area);
+  drawOverlays(zoomed, document, -1, {0, 0, size.width, size.height});
+  canvas.setClip({});
+}
+
+}  // namespace
+
+std::vector<std::string> printheader(const ZBasicDoc& document, int32_t scale, double pixelsPerInch) {
+  constexpr double kCmPerInch = 2.54;
+  const SubjectWords subject = subjectWords(document);
+  const Scale units = document.scale();
+  const std::string unit = document.unitName();
+  const double imagePixelsPerCm = pixelsPerInch / kCmPerInch / scale;
+  std::vector<std::string> lines{text::kBanner};
+  append(lines, subject.lines);
+  lines.push_back(text::kFilename + document.title());
+  lines.push_back(text::kImageName + document.imagefile);
+  if (document.capturetime)
+    lines.push_back(format(text::kCaptured, longDateTime(document.capturetime).c_str()));
+  if (!document.stationIdFirst.empty()) lines.push_back("Captured by " + document.stationIdFirst);
+  lines.push_back(format(text::kPrintMagnification, units.x, units.y, unit.c_str()));
+  lines.push_back(
+      format(text::kPrintScale, units.x * imagePixelsPerCm, units.y * imagePixelsPerCm, unit.c_str()));
+  lines.push_back(format(text::kPrinted, longDateTime(currentTime()).c_str()));
+  lines.push_back("Result:");
+  append(lines, linesOf(document.resultText));
+  lines.push_back("comments");
+  append(lines, linesOf(subject.comments));
+  return lines;
+}
+
+int32_t printScale(Size image, Size room) {
+  if (image.width < 1 || image.height < 1) return 1;
+  return std::max(1, std::min(room.width / image.width, room.height / image.height));
+}
+
+void printImage(PrintJob& job, ZBasicDoc& document) {
+  const Size page = job.pageSize();
+  if (page.width < 1 || page.height < 1 || !(job.pixelsPerInch() > 0)) {
+    host().messages.show(text::kNoPrinterSupport);
+    return;
+  }
+  PageWriter writer(job);
+  const CZZimage* image = document.hasImage() ? document.theImage() : nullptr;
+  const Size size = image ? Size{image->width, image->frameHeight()} : Size{};
+  // The scale stands in the header, whose height tells what remains for the image.
+  const int32_t above = writer.heightOf(printheader(document, 1, job.pixelsPerInch())) + writer.lineHeight;
+  const int32_t scale = printScale(size, {page.width, std::max(0, page.height - above)});
+  for (const std::string& line : printheader(document, scale, job.pixelsPerInch())) writer.write(line);
+  writer.skipLine();
+  if (image) {
+    // A header that leaves little is not to cost half of the picture.
+    if (size.height * scale > writer.room() && writer.room() < page.height / 2 && !writer.turn()) return;
+    if (writer.hasGivenUp()) return;
+    drawPicture(job, document, scale, {std::max(0, (page.width - size.width * scale) / 2), writer.y});
+    writer.y += size.height * scale;
+    writer.useFont();
+    writer.skipLine();
+  }
+  if (document.notes.empty() || writer.hasGivenUp()) return;
+  writer.write(text::kNotes);
+  for (const std::string& line : linesOf(document.notes)) writer.write(line);
+}
 
 }  // namespace tarnvisor

@@ -28,4 +28,20 @@ inline constexpr const char* kLineEnd = "\r\n";
 inline constexpr const char* kDustFilter = "Dustmask (*.dm)|*.dm||";
 inline constexpr const char* kMetafileFilter = "Windows Meta files (*.wmf)|*.wmf||";
 
+// The charts of grey levels.
+inline constexpr const char* kGreyLevelProfile = "Grey level profile";  // 11032
+inline constexpr const char* kHistogramTitle = "Histogram";             // 11035
+
+// The printed page.
+inline constexpr const char* kCaptured = "Captured : %s";                                            // 11080
+inline constexpr const char* kFilename = "Filename : ";                                              // 11081
+inline constexpr const char* kImageName = "Image : ";                                                // 11082
+inline constexpr const char* kPrintScale = "Print scale : x, %7.2f  y, %7.2f %s / cm";               // 11083
+inline constexpr const char* kPrintMagnification = "magnification : x, %7.2f  y, %7.2f %s / pixel";  // 11084
+inline constexpr const char* kNotes = "Notes";                                                       // 11085
+inline constexpr const char* kPrinted = "Printed : %s";                                              // 11086
+inline constexpr const char* kBanner = "T a r n v i s o r";                                          // 11088
+inline constexpr const char* kNoPrinterSupport =
+    "Current printer driver does not provide necessary support.";  // 11089
+
 }  // namespace tarnvisor::text

@@ -2,13 +2,13 @@
 #include <filesystem>
 
 #include "app/basicapp.h"
-#include "base/bytes.h"
 #include "base/files.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "host/host.h"
 #include "image/stillimport.h"
 #include "imagedoc/magnification.h"
+#include "imagedoc/metafile.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
@@ -188,18 +188,14 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
 }
 
 void ZBasicDoc::loadGridMetafile() {
-  constexpr size_t kHeader = 18;
   constexpr uint64_t kLongestDrawing = 64u << 20;
   gridmetafile.clear();
   if (gridstyle != 2 && gridstyle != 3) return;
   const std::string path = gridstyle == 2 ? installedFolder() + "chalkley.wmf" : userfilename;
-  auto bytes = readWholeFile(path, kLongestDrawing);
-  if (!bytes || bytes->size() < kHeader) return;
-  // The header counts 16-bit words.
-  const uint64_t size = uint64_t{getLittle<uint32_t>(bytes->data() + 6)} * 2;
-  if (size < kHeader || size > bytes->size()) return;
-  bytes->resize(size);
-  gridmetafile = std::move(*bytes);
+  const auto bytes = readWholeFile(path, kLongestDrawing);
+  if (!bytes) return;
+  const auto drawing = metafileOf(*bytes);
+  gridmetafile.assign(drawing.begin(), drawing.end());
 }
 
 }  // namespace tarnvisor

@@ -1,14 +1,40 @@
-// What the image view draws: the picture, then its overlays.
+// What the image view draws: the picture, its overlays, and on top what only the window shows.
+#include <array>
+
+#include "imagedoc/overlay.h"
 #include "imagedoc/picturepainter.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {
 
+namespace {
+
+// Dark below light, so that it is seen on any picture.
+void drawRubber(Canvas& canvas, const ZBasicView::Rubber& rubber, int32_t dragmode) {
+  constexpr Colour kBelow = 0, kAbove = 0xffffff;
+  for (const Pen& pen : {Pen{kBelow, 1, false}, Pen{kAbove, 1, true}}) {
+    canvas.setPen(pen);
+    if (dragmode == ZBasicView::kRectRubber)
+      canvas.rectangle(Rect{rubber.from.x, rubber.from.y, rubber.to.x, rubber.to.y}.normalised());
+    else
+      canvas.polyline(std::array<Point, 2>{rubber.from, rubber.to});
+  }
+}
+
+}  // namespace
+
 void ZBasicView::draw(Canvas& canvas) {
-  if (!doc.hasImage()) return;
-  painter->paint(canvas, *doc.theImage(), zoomnum, zoomden, scrollPosition(), windowSize());
-  ZoomCanvas zoomed(canvas, zoomnum, zoomden, scrollPosition());
-  doc.currentDims().draw(zoomed, selected);
+  const Size area = windowSize();
+  if (!doc.hasImage()) {
+    canvas.fill({0, 0, area.width, area.height}, PicturePainter::kSurround & 0xffffff);
+    return;
+  }
+  painter->paint(canvas, *doc.theImage(), zoomnum, zoomden, scrollPosition(), area);
+  ZoomCanvas zoomed(canvas, zoomnum, zoomden, scrollPosition(), {0, 0, area.width, area.height});
+  const Point first = toImage({0, 0}), last = toImage({area.width, area.height});
+  drawOverlays(zoomed, doc, selected, {first.x, first.y, last.x + 1, last.y + 1});
+  if (dragmode != kNoDrag) drawRubber(zoomed, rubber, dragmode);
+  if (showsScaleBar) drawScaleBar(canvas, scaleBarFor(doc, zoomnum, zoomden, area.width), area);
 }
 
 }  // namespace tarnvisor

@@ -1,7 +1,12 @@
 // A canvas in image pixels on top of one in window pixels: each point goes to point * zoomnum / zoomden -
 // scroll in integers. Pens, texts and fonts keep their size.
+//
+// Given the part of the target that is seen, it passes on nothing that lies outside, and cuts lines that run
+// far beyond it: a dimension of a damaged file may lie anywhere, and dashes are not to be counted out over
+// millions of pixels.
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "host/canvas.h"
@@ -10,8 +15,9 @@ namespace tarnvisor {
 
 class ZoomCanvas final : public Canvas {
  public:
-  ZoomCanvas(Canvas& target, int32_t zoomnum, int32_t zoomden, Point scroll)
-      : under(target), num(zoomnum), den(zoomden), offset(scroll) {}
+  // seen: in the target's pixels; empty for no limit.
+  ZoomCanvas(Canvas& target, int32_t zoomnum, int32_t zoomden, Point scroll, const Rect& seenPart = {})
+      : under(target), num(zoomnum), den(zoomden), offset(scroll), seen(seenPart) {}
 
   Point toTarget(Point imagePoint) const {
     return {scaled(imagePoint.x) - offset.x, scaled(imagePoint.y) - offset.y};
@@ -21,15 +27,13 @@ class ZoomCanvas final : public Canvas {
     return {a.x, a.y, b.x, b.y};
   }
 
-  void setPen(const Pen& pen) override { under.setPen(pen); }
-  void polyline(std::span<const Point> points) override { under.polyline(mapped(points)); }
-  void polygon(std::span<const Point> points) override { under.polygon(mapped(points)); }
-  void rectangle(const Rect& bounds) override { under.rectangle(toTarget(bounds)); }
-  void ellipse(const Rect& bounds) override { under.ellipse(toTarget(bounds)); }
-  void point(Point at) override { under.point(toTarget(at)); }
-  void text(Point at, const std::string& words, Colour colour) override {
-    under.text(toTarget(at), words, colour);
-  }
+  void setPen(const Pen& pen) override;  // reaches the target with the first thing drawn
+  void polyline(std::span<const Point> points) override;
+  void polygon(std::span<const Point> points) override;
+  void rectangle(const Rect& bounds) override;
+  void ellipse(const Rect& bounds) override;
+  void point(Point at) override;
+  void text(Point at, const std::string& words, Colour colour) override;
   void fill(const Rect& bounds, Colour colour) override { under.fill(toTarget(bounds), colour); }
   void fillPolygon(std::span<const Point> points, Colour colour) override {
     under.fillPolygon(mapped(points), colour);
@@ -44,19 +48,22 @@ class ZoomCanvas final : public Canvas {
   bool isPrinter() const override { return under.isPrinter(); }
 
  private:
-  // Kept far within 32 bits: a dimension of a damaged file may lie anywhere.
+  enum class Place { Outside, Near, Far };  // Far: some of it is seen, and some lies a long way off
+  Place placeOf(const Rect& bounds) const;
+  void penDown();
+  void cutLine(std::span<const Point> points);
+  // Kept far within 32 bits.
   int32_t scaled(int32_t v) const {
     constexpr int64_t kFar = 1 << 29;
     return static_cast<int32_t>(std::clamp(static_cast<int64_t>(v) * num / den, -kFar, kFar));
   }
-  std::span<const Point> mapped(std::span<const Point> points) {
-    moved.clear();
-    for (const Point& p : points) moved.push_back(toTarget(p));
-    return moved;
-  }
+  std::span<const Point> mapped(std::span<const Point> points);
   Canvas& under;
   int32_t num, den;
   Point offset;
+  Rect seen;
+  Pen pen;
+  bool penWaits = false;
   std::vector<Point> moved;
 };
 

@@ -1,0 +1,1 @@
+bench_program(bench_imageview SOURCES imageview.cpp DEPENDS imagedoc)

@@ -1,0 +1,263 @@
+// What lies over the picture: order, pens, crosses, grid, rubber band, scale bar.
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "imagedoc/grid.h"
+#include "imagedoc/overlay.h"
+#include "imagedoc/zbasicview.h"
+#include "settings/profile.h"
+#include "support/imagedoctest.h"
+#include "support/recordingcanvas.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+
+using Calls = std::vector<std::string>;
+
+// The four arms about a place, in the order in which they are drawn.
+Calls cross(const char* pen, int32_t x, int32_t y, int32_t half) {
+  return {format("pen %s width 1", pen), format("polyline %i,%i %i,%i", x - half, y, x - 1, y),
+          format("polyline %i,%i %i,%i", x + half, y, x + 1, y),
+          format("polyline %i,%i %i,%i", x, y - half, x, y - 1),
+          format("polyline %i,%i %i,%i", x, y + half, x, y + 1)};
+}
+
+Calls together(std::initializer_list<Calls> parts) {
+  Calls all;
+  for (const Calls& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+class PrinterCanvas final : public Canvas {
+ public:
+  Calls fonts;
+  void setFont(const std::string& family, int32_t tenths) override {
+    fonts.push_back(family + format(" %i", tenths));
+  }
+  void setPen(const Pen&) override {}
+  void polyline(std::span<const Point>) override {}
+  void polygon(std::span<const Point>) override {}
+  void rectangle(const Rect&) override {}
+  void ellipse(const Rect&) override {}
+  void point(Point) override {}
+  void text(Point, const std::string&, Colour) override {}
+  void fill(const Rect&, Colour) override {}
+  void fillPolygon(std::span<const Point>, Colour) override {}
+  void pixels(const PixelBlock&, const Rect&) override {}
+  Size textSize(const std::string&) const override { return {}; }
+  void setClip(const Rect&) override {}
+  bool isPrinter() const override { return true; }
+};
+
+class Overlays : public ImageDocTest {
+ protected:
+  void SetUp() override {
+    ImageDocTest::SetUp();
+    doc = &makeImage(100, 80);
+    doc->showtarget = 0;
+    view = std::make_unique<ZBasicView>(*doc);
+    view->setWindowSize({100, 80});
+  }
+  // Without the picture, which comes first.
+  Calls drawn() {
+    RecordingCanvas canvas;
+    view->draw(canvas);
+    EXPECT_FALSE(canvas.calls.empty());
+    EXPECT_EQ(canvas.calls.front(), "pixels 100x80 0,0-100,80");
+    canvas.calls.erase(canvas.calls.begin());
+    return canvas.calls;
+  }
+  ZBasicDoc* doc = nullptr;
+  std::unique_ptr<ZBasicView> view;
+};
+
+TEST_F(Overlays, ComeInTheirOrderWithTheirPens) {
+  doc->gridshow = 1;
+  doc->gridspacing = 60;
+  doc->gridcolour = 0x123456;
+  doc->roi = {10, 12, 60, 50};
+  doc->showtarget = 1;
+  doc->target = {40, 30};
+  doc->imageoffset = {5, 6};
+  doc->currentlist = kAmberList;
+  for (const int32_t list : {kAmberList, kPlainList, kKroghList}) {
+    CDimList& dims = doc->dimlists[static_cast<size_t>(list)];
+    dims.hidden = false;
+    dims.colour = 0x10u + static_cast<Colour>(list);
+    (void)dims.add({list, list}, 1);
+    (void)dims.addPointTo(0, {list + 20, list});
+  }
+  view->selected = 0;
+  const Calls selected = {"pen 11 width 1 dashed", "text 5,1 11 \"1\"", "polyline 1,1 21,1",
+                          "polyline -2,1 4,1",     "polyline 1,-2 1,4", "polyline 18,1 24,1",
+                          "polyline 21,-2 21,4"};
+  const Calls expected = together({{"pen 123456 width 1", "polyline 5,0 5,81", "polyline 65,0 65,81",
+                                    "polyline 0,6 101,6", "polyline 0,66 101,66"},
+                                   {"pen ffff width 1", "rectangle 10,12-60,50"},
+                                   cross("ff", 40, 30, 20),
+                                   cross("ff00", 5, 6, 5),
+                                   {"text 4,0 10 \"1\"", "pen 10 width 1", "polyline 0,0 20,0"},
+                                   {"text 10,6 16 \"1\"", "pen 16 width 1", "polyline 6,6 26,6"}});
+  Calls all = drawn();
+  ASSERT_GE(all.size(), selected.size());
+  const auto split = all.end() - static_cast<ptrdiff_t>(selected.size());
+  EXPECT_THAT(Calls(all.begin(), split), ElementsAreArray(expected));
+  // A text waits for no pen.
+  const Calls last(split, all.end());
+  EXPECT_THAT(last, ::testing::UnorderedElementsAreArray(selected));
+}
+
+TEST_F(Overlays, OfAnEmptyDocumentAreTheOriginAlone) { EXPECT_EQ(drawn(), cross("ff00", 0, 0, 5)); }
+
+TEST_F(Overlays, ShowACircularRegionAsAnEllipse) {
+  doc->roi = {10, 10, 50, 50};
+  doc->makeRoiCircular();
+  EXPECT_THAT(drawn(), Contains("ellipse 10,10-50,50"));
+}
+
+TEST_F(Overlays, LieWhereTheZoomPutsThem) {
+  doc->imageoffset = {50, 40};
+  view->zoomnum = 25;
+  view->zoomden = 16;
+  view->scrollTo({20, 10});
+  EXPECT_THAT(drawn(), ElementsAre("pen ff00 width 1", "polyline 50,52 56,52", "polyline 65,52 59,52",
+                                   "polyline 58,44 58,50", "polyline 58,60 58,54"));
+}
+
+TEST_F(Overlays, OnAPrinterHaveLabelsInTheFontOfTheSettings) {
+  PrinterCanvas paper;
+  ZoomCanvas canvas(paper, 1, 1, {});
+  drawOverlays(canvas, *doc, -1, {0, 0, 100, 80});
+  settings.setString("settings", "overlayfont", "Times");
+  settings.setInt("settings", "overlayptsz", 140);
+  drawOverlays(canvas, *doc, -1, {0, 0, 100, 80});
+  EXPECT_THAT(paper.fonts, ElementsAre("Arial 100", "Times 140"));
+}
+
+TEST_F(Overlays, EndInTheRubberBandWhileOneIsDrawn) {
+  view->rubber = {{30, 40}, {10, 60}};
+  const auto band = [&](int32_t mode) {
+    view->dragmode = mode;
+    const Calls all = drawn();
+    return Calls(all.begin() + 5, all.end());
+  };
+  EXPECT_THAT(band(ZBasicView::kNoDrag), IsEmpty());
+  const Calls line = {"pen 0 width 1", "polyline 30,40 10,60", "pen ffffff width 1 dashed",
+                      "polyline 30,40 10,60"};
+  EXPECT_EQ(band(ZBasicView::kLineRubber), line);
+  EXPECT_EQ(band(ZBasicView::kPolylineRubber), line);
+  EXPECT_THAT(band(ZBasicView::kRectRubber),
+              ElementsAre("pen 0 width 1", "rectangle 10,40-30,60", "pen ffffff width 1 dashed",
+                          "rectangle 10,40-30,60"));
+}
+
+TEST_F(Overlays, OfADocumentWithoutAnImageAreNone) {
+  doc->image = std::make_unique<CZZimage>();
+  RecordingCanvas canvas;
+  view->draw(canvas);
+  EXPECT_THAT(canvas.calls, ElementsAre("fill 0,0-100,80 383838"));
+}
+
+// --- the grid
+
+TEST_F(Overlays, GridSpacingTakesTheRawMagnificationWhateverIsCalibrated) {
+  doc->gridspacing = 30;
+  doc->magx = 1.5;
+  doc->magy = 2;
+  doc->calibrated = 0;
+  EXPECT_EQ(gridSpacing(*doc).x, 30);
+  doc->gridunits = 1;
+  EXPECT_EQ(gridSpacing(*doc).x, 20);
+  EXPECT_EQ(gridSpacing(*doc).y, 15);
+}
+
+Calls gridCalls(const ZBasicDoc& document, const Rect& visible, int32_t num = 1, int32_t den = 1) {
+  RecordingCanvas canvas;
+  ZoomCanvas zoomed(canvas, num, den, {});
+  drawGrid(zoomed, document, visible);
+  return canvas.calls;
+}
+
+TEST_F(Overlays, GridPointsLieAtTheCrossingsWithinTheImage) {
+  doc->gridstyle = 1;
+  doc->gridcolour = 0x77;
+  doc->gridspacing = 40.5;
+  doc->imageoffset = {-1, 79};
+  EXPECT_THAT(gridCalls(*doc, {-50, -50, 500, 500}),
+              ElementsAre("pen 77 width 1", "point 39,38", "point 80,38", "point 39,79", "point 80,79"));
+}
+
+TEST_F(Overlays, GridLinesCloserThanAPixelOfTheWindowAreDrawnOnce) {
+  for (const double spacing : {1.0, 0.25, 1e-300, -2.0}) {
+    doc->gridspacing = spacing;
+    // A quarter of the size: 100 columns and 80 rows fall on 25 and 20. The pen comes first.
+    EXPECT_EQ(gridCalls(*doc, {0, 0, 100, 80}, 1, 4).size(), 46u) << spacing;
+  }
+  for (const double none : {0.0, std::nan(""), HUGE_VAL}) {
+    doc->gridspacing = none;
+    EXPECT_THAT(gridCalls(*doc, {0, 0, 100, 80}), IsEmpty()) << none;
+  }
+}
+
+TEST_F(Overlays, GridDrawingCoversTheCentralSquareAndIsNothingWithoutItsFile) {
+  EXPECT_EQ(centralSquare({100, 80}), (Rect{10, 0, 90, 80}));
+  EXPECT_EQ(centralSquare({51, 80}), (Rect{0, 14, 51, 65}));
+  doc->gridstyle = 3;
+  EXPECT_THAT(gridCalls(*doc, {0, 0, 100, 80}), IsEmpty());
+  std::filesystem::copy_file(std::string(TARNVISOR_PROFILE) + "/chalkley.wmf",
+                             installedFolder() + "chalkley.wmf");
+  host.fill({{"Style", "Chalkley Grid"}, {"Colour", "255"}});
+  run("Grid...");
+  ASSERT_EQ(doc->gridstyle, 2);
+  const Calls calls = gridCalls(*doc, {0, 0, 100, 80});
+  ASSERT_GT(calls.size(), 2u);
+  EXPECT_EQ(calls[0], "pen ff width 1");
+  EXPECT_EQ(calls[1], "ellipse 11,1-89,79");  // 980 of 1000 about the middle
+}
+
+// --- the scale bar
+
+TEST_F(Overlays, ScaleBarIsTheLongestRoundLengthWithinAQuarterOfTheWindow) {
+  doc->calibrated = 1;
+  doc->userunits = "um";
+  const struct {
+    double magx;
+    int32_t num, den, window;
+    double units;
+    int32_t pixels;
+    const char* label;
+  } cases[] = {{1.68, 1, 1, 800, 200, 119, "200 um"},    {1.0, 1, 1, 800, 200, 200, "200 um"},
+               {1.0, 5, 4, 800, 100, 125, "100 um"},     {0.004, 1, 1, 1000, 1, 250, "1 um"},
+               {0.0039, 1, 1, 1000, 0.5, 128, "0.5 um"}, {1e6, 1, 13, 400, 1e9, 77, "1e+09 um"}};
+  for (const auto& c : cases) {
+    doc->magx = c.magx;
+    const ScaleBar bar = scaleBarFor(*doc, c.num, c.den, c.window);
+    EXPECT_EQ(bar.units, c.units) << c.label;
+    EXPECT_EQ(bar.pixels, c.pixels) << c.label;
+    EXPECT_EQ(bar.label, c.label);
+  }
+  doc->calibrated = 0;
+  EXPECT_EQ(scaleBarFor(*doc, 1, 1, 800).label, "200 pixel");
+  doc->calibrated = 1;
+  for (const double none : {0.0, -1.0, std::nan(""), HUGE_VAL}) {
+    doc->magx = none;
+    EXPECT_EQ(scaleBarFor(*doc, 1, 1, 800).units, 0) << none;
+  }
+}
+
+TEST_F(Overlays, ScaleBarStandsAtTheBottomRight) {
+  view->showsScaleBar = true;
+  const Calls all = drawn();
+  EXPECT_THAT(Calls(all.end() - 4, all.end()),
+              ElementsAre("font \"\" 90", "fill 20,30-88,68 202020", "text 26,36 ffffff \"20 pixel\"",
+                          "fill 44,58-64,62 ffffff"));
+}
+
+}  // namespace
+}  // namespace tarnvisor

@@ -1,0 +1,246 @@
+// The tests of the optics, and the live charts of grey levels.
+#include <gmock/gmock.h>
+
+#include "base/clock.h"
+#include "imagedoc/imagetests.h"
+#include "imagedoc/levelchart.h"
+#include "imagedoc/texts.h"
+#include "support/imagedoctest.h"
+#include "support/recordingcanvas.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+
+std::vector<uint8_t> levelsOf(std::initializer_list<int> values) { return {values.begin(), values.end()}; }
+
+TEST(RuledRow, FindsTheLeftEdgesAndTheContrastOfARuledTarget) {
+  // Mean 100: high runs 180 and 200, low ones down to 18 and 60; the row ends high.
+  const RuledRow row = measureRuledRow(levelsOf({180, 170, 20, 18, 30, 200, 190, 60, 90, 60, 150, 32}));
+  EXPECT_DOUBLE_EQ(row.mean, 100.0);
+  EXPECT_EQ(row.threshold, 100);
+  EXPECT_EQ(row.minimum, 18);
+  EXPECT_THAT(row.leftEdges, ElementsAre(2, 7, 11));
+  EXPECT_DOUBLE_EQ(row.smallestRatio, 10.0);
+  EXPECT_DOUBLE_EQ(row.largestRatio, 30.0);
+}
+
+TEST(RuledRow, APixelAtTheThresholdBeginsALowRunAndEndsOne) {
+  // Mean 50: the 50 in the low run is an edge of its own, without a high run and so without a ratio.
+  const RuledRow row = measureRuledRow(levelsOf({100, 20, 50, 30, 50, 50}));
+  EXPECT_EQ(row.threshold, 50);
+  EXPECT_THAT(row.leftEdges, ElementsAre(1, 2, 4, 5));
+  EXPECT_DOUBLE_EQ(row.smallestRatio, 20.0);
+  EXPECT_DOUBLE_EQ(row.largestRatio, 20.0);
+}
+
+TEST(RuledRow, KeepsAtMost256EdgesAndTakesAFlatRow) {
+  EXPECT_THAT(measureRuledRow(std::vector<uint8_t>(1000, 7)).leftEdges, SizeIs(256));
+  const RuledRow none = measureRuledRow({});
+  EXPECT_TRUE(none.leftEdges.empty());
+  EXPECT_EQ(none.smallestRatio, 100.0);
+  EXPECT_EQ(none.largestRatio, 0.0);
+}
+
+class OpticsTest : public ImageDocTest {
+ protected:
+  std::string table(const char* name) { return readWholeText(folder.file("data/") + name).value_or("none"); }
+  FixedClock clock{1'700'000'000};  // 2023-11-14 22:13:20
+};
+
+TEST_F(OpticsTest, AutocalOnARuledImageWritesItsRecordALineAndTheNotes) {
+  ZBasicDoc& d = makeImage(64, 20);
+  for (int32_t x = 0; x < 64; ++x) d.image->setPixel(x, 9, x % 8 < 4 ? 200 : 50);
+  d.imagefile = "ruler, new.bmp";
+  d.stationIdFirst = "lab";
+  d.capturetime = 1'600'000'000;  // 2020-09-13 12:26:40
+  const std::string record =
+      "\"ruler, new.bmp\",lab,9,125.00,50,125,56,8,4,60,25.0,25.0,2020-09-13 12:26:40,2023-11-14 22:13:20";
+  for (const int times : {1, 2}) {
+    host.fill({});
+    EXPECT_TRUE(autocalTest(d, 9));
+    EXPECT_EQ(d.currentDims().size(), times);
+  }
+  EXPECT_EQ(
+      table("autocal.csv"),
+      "file,device,y,av,min,threshold,length,nlefts,left,right,maxcontrast%,mincontrast%,captured,now\n" +
+          record + "\n" + record + "\n");
+  EXPECT_THAT(d.notes, HasSubstr(record + "\r\n" + record + "\r\n"));
+  EXPECT_EQ(d.currentDims().at(0).points, (std::vector<Point>{{4, 9}, {60, 9}}));
+  EXPECT_TRUE(d.isModified());
+  EXPECT_FALSE(autocalTest(d, 20));
+  EXPECT_FALSE(autocalTest(d, -1));
+}
+
+TEST_F(OpticsTest, VignetteMeasuresBothDiagonals) {
+  ZBasicDoc& d = makeImage(100, 100);
+  d.image->fill(200);
+  // The first diagonal, from the lower left up, passes through here.
+  d.image->setPixel(80, 20, 100);
+  d.imagefile = "flat.bmp";
+  EXPECT_TRUE(vignetteTest(d));
+  EXPECT_EQ(app->documents.active(), &d);
+  ASSERT_EQ(d.currentDims().size(), 2);
+  EXPECT_EQ(d.currentDims().at(0).points, (std::vector<Point>{{5, 95}, {95, 5}}));
+  EXPECT_EQ(d.currentDims().at(1).points, (std::vector<Point>{{5, 5}, {95, 95}}));
+  const auto lines = split(table("vignette.csv"), '\n');
+  ASSERT_THAT(lines, SizeIs(3));
+  EXPECT_EQ(lines[0], "file,device,av1,min1,max1,%,av2,min2,max2,%,captured,now");
+  EXPECT_THAT(lines[1], HasSubstr("flat.bmp,,199."));
+  EXPECT_THAT(lines[1], EndsWith(",100,200,50.0,200.0,200,200,100.0,,2023-11-14 22:13:20"));
+  EXPECT_THAT(d.notes, EndsWith(lines[1] + "\r\n"));
+}
+
+TEST_F(OpticsTest, AFailedWriteIsToldAndTheRecordStaysInTheNotes) {
+  ZBasicDoc& d = makeImage(40, 40);
+  std::filesystem::create_directory(folder.file("data/vignette.csv"));
+  EXPECT_FALSE(vignetteTest(d));
+  ASSERT_FALSE(host.messages.empty());
+  EXPECT_THAT(host.messages.back(), HasSubstr("vignette.csv"));
+  EXPECT_EQ(d.currentDims().size(), 2);
+  EXPECT_THAT(d.notes, EndsWith("2023-11-14 22:13:20\r\n"));
+  // A disc that is full.
+  EXPECT_FALSE(appendRecord("/dev/full", "head", "record"));
+}
+
+// --- the charts
+
+class Charts : public ImageDocTest {
+ protected:
+  LevelChartDoc* chart(LevelChart kind) {
+    for (CDocument* d : app->documents.documents())
+      if (auto* c = dynamic_cast<LevelChartDoc*>(d); c && c->kind == kind) return c;
+    return nullptr;
+  }
+  static std::vector<std::string> paneTexts(const CDocument& d) {
+    std::vector<std::string> all;
+    for (const StatusPane& pane : d.views().front()->panes()) all.push_back(pane.text);
+    return all;
+  }
+};
+
+TEST(LevelsAlong, TakeOneSampleAPixelOfThePathAndNoneOutside) {
+  CZZimage image(20, 10);
+  for (int32_t y = 0; y < 10; ++y)
+    for (int32_t x = 0; x < 20; ++x) image.setPixel(x, y, static_cast<uint8_t>(10 * y + x));
+  const auto along = [&](std::vector<Point> path) { return levelsAlong(image, path); };
+  EXPECT_THAT(along({{2, 1}, {5, 1}, {5, 3}}), ElementsAre(12, 13, 14, 15, 25, 35));
+  EXPECT_THAT(along({{3, 0}, {0, 0}}), ElementsAre(3, 2, 1, 0));
+  EXPECT_THAT(along({{7, 4}}), ElementsAre(47));
+  EXPECT_THAT(along({{-2'000'000'000, 2}, {2'000'000'000, 2}}), SizeIs(20));
+  EXPECT_THAT(along({{30, 2}, {40, 9}}), SizeIs(0));
+  EXPECT_THAT(along({}), SizeIs(0));
+  CZZimage field(4, 8, -1, 1), colour(1, 1, -1, 0, kColour);
+  field.setPixel(2, 6, 99);
+  EXPECT_EQ(greyLevelAt(field, {2, 7}), 99);
+  const uint8_t blueGreenRed[] = {100, 50, 200};
+  std::copy_n(blueGreenRed, 3, colour.row(0));
+  EXPECT_DOUBLE_EQ(greyLevelAt(colour, {0, 0}), 100 * 0.114 + 50 * 0.587 + 200 * 0.299);
+}
+
+TEST_F(Charts, ProfileFollowsTheLineThatIsSelected) {
+  ZBasicDoc& d = makeImage(50, 40);
+  d.image->fill(30);
+  d.image->setPixel(12, 20, 90);
+  d.calibrated = 1;
+  d.magx = d.magy = 2;
+  for (const int32_t y : {20, 21}) {
+    (void)d.addDimension({10, y}, 1);
+    (void)d.addPointToDimension(d.currentDims().size() - 1, {14, y});
+  }
+  showGreyLevelProfile(d, 0);
+  LevelChartDoc* c = chart(LevelChart::Profile);
+  ASSERT_NE(c, nullptr);
+  EXPECT_EQ(app->documents.active(), c);
+  EXPECT_EQ(c->title(), "Grey level profile");
+  EXPECT_THAT(c->values, ElementsAre(30, 30, 90, 30, 30));
+  EXPECT_EQ(c->perValue, 2.0);
+  EXPECT_THAT(paneTexts(*c), ElementsAre("mean= 42.0", "min= 30.0", "max= 90.0"));
+  refreshLevelCharts(d, 1);
+  EXPECT_THAT(c->values, Each(30));
+  refreshLevelCharts(d, -1);  // the line that was shown stays
+  EXPECT_EQ(c->dimension, 1);
+}
+
+TEST_F(Charts, HistogramCountsTheRegionOfInterest) {
+  ZBasicDoc& d = makeImage(50, 40);
+  d.image->fill(30);
+  d.image->setPixel(12, 20, 90);
+  d.roi = {10, 10, 20, 30};
+  showHistogram(d);
+  LevelChartDoc* c = chart(LevelChart::Histogram);
+  ASSERT_NE(c, nullptr);
+  EXPECT_EQ(c->title(), "Histogram");
+  ASSERT_THAT(c->values, SizeIs(256));
+  EXPECT_EQ(c->values[30], 199);
+  EXPECT_EQ(c->values[90], 1);
+  EXPECT_THAT(paneTexts(*c), ElementsAre("mean= 30.3", "mode= 30", "pixels=200"));
+  ASSERT_TRUE(d.image->setColourset(kColour));
+  d.image->fill(64);
+  refreshLevelCharts(d, -1);
+  EXPECT_EQ(c->values[63] + c->values[64], 200);
+}
+
+TEST_F(Charts, ThereIsOneOfAKindThatOutlivesItsDocumentAndNeverAsksToBeSaved) {
+  ZBasicDoc& first = makeImage(30, 30);
+  showHistogram(first);
+  LevelChartDoc* c = chart(LevelChart::Histogram);
+  ZBasicDoc& second = makeImage(40, 30);
+  showHistogram(second);
+  EXPECT_EQ(chart(LevelChart::Histogram), c);
+  EXPECT_EQ(app->documents.active(), c);
+  EXPECT_EQ(c->followed(), &second);
+  c->setModified();
+  process.imageTemplate->discard(second);
+  EXPECT_EQ(c->followed(), nullptr);
+  refreshLevelCharts(first, -1);
+  EXPECT_THAT(c->values, SizeIs(256));
+  EXPECT_FALSE(c->onSaveDocument(folder.file("x.zz1")));
+  EXPECT_FALSE(fileExists(folder.file("x.zz1")));
+  const size_t toldSoFar = host.messages.size();
+  EXPECT_TRUE(app->documents.close(*c));
+  EXPECT_EQ(host.messages.size(), toldSoFar);
+  EXPECT_EQ(chart(LevelChart::Histogram), nullptr);
+  refreshLevelCharts(first, -1);
+  showHistogram(first);
+  EXPECT_EQ(chart(LevelChart::Histogram)->followed(), &first);
+}
+
+TEST_F(Charts, DrawAxesWithNumbersAndTheCurve) {
+  ZBasicDoc& d = makeImage(50, 40);
+  d.image->fill(255);
+  (void)d.addDimension({10, 20}, 1);
+  (void)d.addPointToDimension(0, {30, 20});
+  showGreyLevelProfile(d, 0);
+  CView& view = *chart(LevelChart::Profile)->views().front();
+  for (const Size size : {Size{376, 253}, Size{20, 10}, Size{0, 0}}) {
+    view.setWindowSize(size);
+    RecordingCanvas canvas;
+    view.draw(canvas);
+    if (size.width < 100) continue;
+    // 20 steps of a pixel over 304 pixels, level 255 at the top.
+    EXPECT_THAT(canvas.calls, Contains("rectangle 56,24-360,211"));
+    EXPECT_THAT(canvas.calls.back(), HasSubstr("polyline 56,24 71,24 86,24 "));
+    EXPECT_THAT(canvas.calls.back(), EndsWith(" 360,24"));
+    for (const char* number : {"\"0\"", "\"100\"", "\"200\"", "\"5\"", "\"20\""})
+      EXPECT_THAT(canvas.calls, Contains(HasSubstr(number)));
+  }
+}
+
+TEST(AxisStep, IsTheSmallestRoundStepThatDoesNotCrowd) {
+  EXPECT_EQ(axisStep(255, 5), 100);
+  EXPECT_EQ(axisStep(255, 6), 50);
+  EXPECT_EQ(axisStep(20, 4), 5);
+  EXPECT_EQ(axisStep(0.9, 9), 0.1);
+  EXPECT_EQ(axisStep(99, 9), 20);
+  EXPECT_EQ(axisStep(0, 9), 1);
+}
+
+}  // namespace
+}  // namespace tarnvisor
