@@ -83,6 +83,9 @@ class CBasicApp : public CommandTarget {
   // The same for a data folder that is named here and not in the profile; it is made when missing.
   bool openDatabaseIn(const std::string& folder);
   void closeDatabase() { db.reset(); }
+  // Asks for another data folder, closes all documents and goes on there, with no subject selected; the
+  // profile keeps the choice. With a folder that can't be used the present one stays.
+  void chooseDataFolder();
 
   // Messages between processes.
   void receiveAutoLoad(const std::string& path);
@@ -91,9 +94,14 @@ class CBasicApp : public CommandTarget {
   void helpContents();
   void about();
   void tileWindows();
+  void cascadeWindows();
+  void closeDocument();  // the one in front, after asking about changes
+  // The recent file at an index (app/recentfiles.h); one that can't be opened leaves the list.
+  void openRecentFile(size_t index);
   void closeProgram();
   const CommandTableBase* commands() const override;
 
+  std::string programPath;
   std::string dbPath;
   std::string subjectId;
   std::string subjectName;  // name, a blank, surname
@@ -114,12 +122,18 @@ class CBasicApp : public CommandTarget {
   LiveSink* liveView = nullptr;
   VelocitySink* flo1View = nullptr;
   CommandTarget* mainFrame = nullptr;
+  RecorderSink* recorder = nullptr;  // the open recorder document
   int64_t samplesRead = 0;
 
   // Told when the subject, the exam or its results changed (the exam list).
   std::function<void()> onSelectionChanged;
 
  private:
+  template <size_t N>
+  void openRecent() {
+    openRecentFile(N);
+  }
+  bool hasDocument() const { return documents.active() != nullptr; }
   void startVelocityInput();
   void registerDocumentTypes(const StartOptions& options);
   void runStartSwitch(char letter);
