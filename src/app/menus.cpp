@@ -22,7 +22,7 @@ Entries operator+(Entries first, const Entries& second) {
 
 // What a kind of document adds stands between opening and what concerns the whole program.
 Menu fileMenu(const Entries& ofDocument) {
-  return {"&File", Entries{cmd::FileOpen} + ofDocument +
+  return {"&File", Entries{cmd::FileOpen, cmd::FileClose} + ofDocument +
                        Entries{K::Separator, cmd::DataFolder, cmd::SelectProfile, K::Separator,
                                K::RecentFiles, K::Separator, cmd::AppExit}};
 }
@@ -90,9 +90,9 @@ MenuEntry dustMenu() {
 }
 
 std::vector<Menu> imageMenus() {
-  const Entries ofFile{cmd::FileClose, cmd::FileSave,  cmd::FileSaveAs,      cmd::DuplicateImage,
-                       K::Separator,   cmd::Import,    cmd::Export,          cmd::ImportDimensions,
-                       K::Separator,   cmd::FilePrint, cmd::FilePrintPreview};
+  const Entries ofFile{cmd::FileSave,  cmd::FileSaveAs,      cmd::DuplicateImage,   K::Separator,
+                       cmd::Import,    cmd::Export,          cmd::ImportDimensions, K::Separator,
+                       cmd::FilePrint, cmd::FilePrintPreview};
   return {fileMenu(ofFile),
           {"&Edit",
            {cmd::Undo, cmd::Redo, K::Separator, cmd::Copy, cmd::Paste, cmd::DeleteDimension, K::Separator,
@@ -171,10 +171,9 @@ const std::vector<Menu>& menusOf(MenuSet set) {
   static const std::vector<Menu> none{
       fileMenu({}), {"&View", barEntries()}, subjectMenu(), acquisitionMenu(), windowMenu(), helpMenu()};
   static const std::vector<Menu> image = imageMenus();
-  static const std::vector<Menu> results =
-      tableMenus({cmd::FileClose, cmd::FileSave, cmd::FileSaveAs, cmd::ExportResults, K::Separator,
-                  cmd::FilePrint, cmd::FilePrintPreview});
-  static const std::vector<Menu> dimensions = tableMenus({cmd::FileClose, cmd::FileSave, cmd::FileSaveAs});
+  static const std::vector<Menu> results = tableMenus({cmd::FileSave, cmd::FileSaveAs, cmd::ExportResults,
+                                                       K::Separator, cmd::FilePrint, cmd::FilePrintPreview});
+  static const std::vector<Menu> dimensions = tableMenus({cmd::FileSave, cmd::FileSaveAs});
   switch (set) {
     case MenuSet::Image:
       return image;
@@ -198,6 +197,13 @@ const std::vector<MenuEntry>& popupMenuOf(int32_t menuId) {
                               paletteMenu(),      brightnessMenu()};
   static const Entries nothing;
   return menuId == kToolsPopup ? tools : menuId == kDisplayPopup ? display : nothing;
+}
+
+const std::vector<int32_t>& commandsWithKeysOnly() {
+  static const std::vector<int32_t> ids{cmd::RunStop,        cmd::Stop,         cmd::MainPopup,
+                                        cmd::SecondPopup,    cmd::VignetteTest, cmd::AutocalTest,
+                                        cmd::RestoreMainMenu};
+  return ids;
 }
 
 CommandState commandState(std::span<CommandTarget* const> chain, int32_t id) {

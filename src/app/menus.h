@@ -40,6 +40,10 @@ inline constexpr int32_t kToolsPopup = 10017;
 inline constexpr int32_t kDisplayPopup = 10026;
 const std::vector<MenuEntry>& popupMenuOf(int32_t menuId);  // empty for an unknown one
 
+// Commands that answer to their shortcut though no menu holds them. Every other shortcut belongs to the menu
+// entry: of two commands with the same keys, the one in the present menus has them.
+const std::vector<int32_t>& commandsWithKeysOnly();
+
 // How a menu shows a command to the targets it would go to. An entry that none of them knows is left out of
 // menus and stands grey in tool bars.
 struct CommandState {

@@ -19,8 +19,8 @@ Outcome addProfileCopy(ProfileDialog& dialog, const std::string& newName);
 Outcome removeProfile(ProfileDialog& dialog);
 Outcome resetProfile(ProfileDialog& dialog);
 
-// Keeps the application-wide values in the profile left, unless it is gone or was reset meanwhile (it is then
-// the same file that is gone on with), and reads those of the other.
+// Goes on with a profile: the one left gets the application-wide values, and those of the other are read. The
+// profile in use is read again, since it may have been reset; one that was removed gets nothing.
 void applyProfile(CBasicApp& app, const std::string& profilePath);
 
 }  // namespace tarnvisor
