@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <filesystem>
 
+#include "app/recentfiles.h"
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -65,7 +67,14 @@ const CommandTableBase* CBasicApp::commands() const {
   static const CommandTable<CBasicApp> table{
       {cmd::FileOpen, "&Open...", &CBasicApp::onFileOpen},
       {cmd::Import, "&Import...", &CBasicApp::onFileImport, &CBasicApp::canImport},
+      {cmd::FileClose, "&Close", &CBasicApp::closeDocument, &CBasicApp::hasDocument},
+      {cmd::DataFolder, "Data &folder...", &CBasicApp::chooseDataFolder},
+      {cmd::RecentFile1, "", &CBasicApp::openRecent<0>},
+      {cmd::RecentFile2, "", &CBasicApp::openRecent<1>},
+      {cmd::RecentFile3, "", &CBasicApp::openRecent<2>},
+      {cmd::RecentFile4, "", &CBasicApp::openRecent<3>},
       {cmd::WindowTile, "&Tile", &CBasicApp::tileWindows},
+      {cmd::WindowCascade, "C&ascade", &CBasicApp::cascadeWindows},
       {cmd::HelpContents, "&Contents", &CBasicApp::helpContents},
       {cmd::AppAbout, "&About Tarnvisor...", &CBasicApp::about},
       {cmd::AppExit, "E&xit", &CBasicApp::closeProgram},
@@ -90,6 +99,8 @@ void CBasicApp::logBanner() {
 bool CBasicApp::initInstance(const StartOptions& options) {
   commandLine = options.commandLine;
   logLine = commandLine.empty() ? options.logLine : commandLine;
+  programPath = options.programPath;
+  remembersFiles = options.remembersFiles;
   const bool profileFound = options.profilePath.empty()
                                 ? selectProfile(options.programPath, false)
                                 : selectProfileFile(options.programPath, options.profilePath);
@@ -188,8 +199,24 @@ CDocument* CBasicApp::openDocumentFile(const std::string& path) {
     return nullptr;
   }
   CDocument* document = type ? type->openDocument(path) : importer->importDocument(path);
-  if (document) rememberFolder(path);
+  if (!document) return nullptr;
+  rememberFolder(path);
+  // A run over a study is no history of what somebody looked at.
+  std::error_code error;
+  if (remembersFiles && !process.quietMode) addRecentFile(std::filesystem::absolute(path, error).string());
   return document;
+}
+
+void CBasicApp::openRecentFile(size_t index) {
+  const std::vector<std::string> files = recentFiles();
+  if (index >= files.size()) return;
+  const std::string& path = files[index];
+  const bool there = fileExists(path);
+  if (there && openDocumentFile(path)) return;
+  removeRecentFile(path);
+  host().messages.show(path + (there ? " could not be opened" : " is no longer there") +
+                           " and has been taken off the list of recent files.",
+                       Buttons::Ok, Icon::Warning);
 }
 
 void CBasicApp::onFileOpen() {
@@ -231,6 +258,10 @@ std::vector<CommandTarget*> CBasicApp::commandChain() {
 CommandResult CBasicApp::runCommand(int32_t id) { return routeCommand(commandChain(), id); }
 
 void CBasicApp::tileWindows() { host().windows.tile(); }
+void CBasicApp::cascadeWindows() { host().windows.cascade(); }
+void CBasicApp::closeDocument() {
+  if (CDocument* front = documents.active()) (void)documents.close(*front);
+}
 void CBasicApp::closeProgram() { host().windows.closeMainFrame(); }
 
 void CBasicApp::helpContents() {

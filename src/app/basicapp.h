@@ -50,6 +50,7 @@ struct StartOptions {
   std::function<void()> bindCameraControllers;  // before the first row, with the image channel on
   bool listenForOthers = true;                  // take messages from other processes
   std::string dataFolder;                       // a data folder in place of the profile's; empty for that
+  bool remembersFiles = true;                   // opened files go into the list of recent ones
   bool keepWorkingFolder = false;               // stay in the folder the program was started in
   bool askForDataFolder = true;                 // when the profile names none that can be examined
 };
@@ -86,6 +87,9 @@ class CBasicApp : public CommandTarget {
   // The same for a data folder that is named here and not in the profile; it is made when missing.
   bool openDatabaseIn(const std::string& folder);
   void closeDatabase() { db.reset(); }
+  // Asks for another data folder, closes all documents and goes on there, with no subject selected; the
+  // profile keeps the choice. With a folder that can't be used the present one stays.
+  void chooseDataFolder();
 
   // Messages between processes.
   void receiveAutoLoad(const std::string& path);
@@ -94,9 +98,14 @@ class CBasicApp : public CommandTarget {
   void helpContents();
   void about();
   void tileWindows();
+  void cascadeWindows();
+  void closeDocument();  // the one in front, after asking about changes
+  // The recent file at an index (app/recentfiles.h); one that can't be opened leaves the list.
+  void openRecentFile(size_t index);
   void closeProgram();
   const CommandTableBase* commands() const override;
 
+  std::string programPath;
   std::string dbPath;
   std::string subjectId;
   std::string subjectName;  // name, a blank, surname
@@ -117,6 +126,7 @@ class CBasicApp : public CommandTarget {
   LiveSink* liveView = nullptr;
   VelocitySink* flo1View = nullptr;
   CommandTarget* mainFrame = nullptr;
+  RecorderSink* recorder = nullptr;  // the open recorder document
   int64_t samplesRead = 0;
 
   // Told when the subject, the exam or its results changed (the exam list).
@@ -125,6 +135,11 @@ class CBasicApp : public CommandTarget {
  private:
   DocumentType* importType() const;
   bool canImport() const { return importType() != nullptr; }
+  template <size_t N>
+  void openRecent() {
+    openRecentFile(N);
+  }
+  bool hasDocument() const { return documents.active() != nullptr; }
   void startVelocityInput();
   void registerDocumentTypes(const StartOptions& options);
   void runStartSwitch(char letter);
@@ -139,6 +154,7 @@ class CBasicApp : public CommandTarget {
   std::vector<std::unique_ptr<DocumentType>> unregistered;  // types that match no file
   std::vector<int16_t> sampleBuffer;
   std::optional<InstanceLink> link;
+  bool remembersFiles = true;
   bool wasRecording = false;
   int32_t lastFrameCounter = 0;
   std::string commandLine;

@@ -31,6 +31,31 @@ bool CBasicApp::openDatabaseIn(const std::string& folder) {
   return openDatabaseFile();
 }
 
+void CBasicApp::chooseDataFolder() {
+  const auto folder =
+      host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dataFolder);
+  if (!folder || folder->empty() || (db && sameFolder(*folder, dataFolder))) return;
+  if (!documents.closeAll()) return;
+  const std::string before = dataFolder;
+  closeDatabase();
+  if (!openDatabaseIn(*folder)) {
+    dbPath.clear();
+    dataFolder.clear();
+    if (!before.empty()) (void)openDatabaseIn(before);
+    return;
+  }
+  settings.setString("Settings", "database", dbPath);
+  logPrintf("choose db=%s\n", dbPath.c_str());
+  subjectId.clear();
+  subjectName.clear();
+  examFolder.clear();
+  examId = -1;
+  process.recordDir = dataFolder;
+  settings.setString("directories", "recorddir", dataFolder);
+  if (onSelectionChanged) onSelectionChanged();
+  host().windows.refreshBars();
+}
+
 bool CBasicApp::openDatabaseFile() {
   dataFolder = folderOf(dbPath);
   db.reset();

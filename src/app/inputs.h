@@ -1,5 +1,5 @@
-// What the idle pass needs of the camera, the velocity input and their open views. The rooms that have them
-// implement these; tests script them.
+// What the idle pass and the frame's commands need of the camera, the velocity input and their open views.
+// The rooms that have them implement these; tests script them.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +27,8 @@ class VelocitySink {
   virtual ~VelocitySink() = default;
   virtual bool isRecording() const = 0;
   virtual void takeSamples(std::span<const int16_t> samples) = 0;
+  virtual void start() {}
+  virtual void stop() {}
 };
 
 class CameraPoll {
@@ -49,6 +51,17 @@ class LiveSink {
   virtual void framesPassed(int32_t frames, int32_t counter) = 0;
   // Freezes and saves the present frame, under the automatic name when the path is empty.
   virtual void freezeAndSave(const std::string& path) = 0;
+  virtual void startCamera() {}
+  virtual void stopCamera() {}
+};
+
+// The open recorder, as far as the frame's commands see it.
+class RecorderSink {
+ public:
+  virtual ~RecorderSink() = default;
+  virtual bool isRecording() const = 0;
+  virtual void startRecording() = 0;
+  virtual void stopRecording() = 0;
 };
 
 // The view of an image document, as far as loading on another program's request needs it.

@@ -1,6 +1,7 @@
 #include "assembly/assembly.h"
 
 #include "image/stillimport.h"
+#include "imagedoc/dimdoc.h"
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
 #include "measure/dimlist.h"
@@ -62,7 +63,8 @@ std::span<const DocumentRow> documentTable() {
         "xychartvw", kChildFrame},
        &P::xyChartTemplate},
       {G::Image,
-       {10009, "\nDimension List\n\ncsv files (*.csv)\n.csv\n", "ZDimDoc", "ZDimView", kChildFrame},
+       {10009, "\nDimension List\n\ncsv files (*.csv)\n.csv\n", "ZDimDoc", "ZDimView", kChildFrame,
+        &makeDocument<ZDimDoc>, &makeView<ZDimDoc, ZDimView>},
        &P::dimTemplate},
       {G::Velocity,
        {10003, "\nFLO Input\n\nCharts (*.zz1)\n.zz1\n\n\n", "Cflo1Doc", "Cflo1View", kChildFrame},

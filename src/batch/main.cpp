@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
   start.listenForOthers = false;
   start.askForDataFolder = false;
   start.keepWorkingFolder = true;
+  start.remembersFiles = false;
   start.dataFolder = options.dataFolder;
   for (int i = 0; i < argc; ++i) start.logLine += std::string(i ? " " : "") + argv[i];
   if (!app.initInstance(start)) {

@@ -172,6 +172,8 @@ enum : int32_t {
   DataFolder,
   ShortcutList,
   SelectProfile,
+  SelectAll,
+  StatusBar,
 };
 
 }  // namespace tarnvisor::cmd

@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
+#include "imagedoc/dimdoc.h"
 #include "imagedoc/magnification.h"
 #include "imagedoc/texts.h"
 #include "settings/settings.h"
@@ -18,7 +19,7 @@
 namespace tarnvisor {
 
 ZBasicDoc::ZBasicDoc() : undoimage(std::make_unique<CZZimage>()) {}
-ZBasicDoc::~ZBasicDoc() = default;
+ZBasicDoc::~ZBasicDoc() { forgetDimensionsOf(*this); }
 
 void ZBasicDoc::report(const std::string& words) {
   if (!silent) CDocument::report(words);

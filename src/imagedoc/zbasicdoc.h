@@ -64,6 +64,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   // Any still: one that the image buffer loads as it stands is adopted, another is decoded (asking for the
   // page of one that has several) and waits for its first save to get a pixel file.
   bool onImportFile(const std::string& path) override;
+  // Makes these pixels, which no file holds yet, the document's.
+  void takeImage(std::unique_ptr<CZZimage> pixels);
   // Where imagefile lies: a bare name lies in the document's folder.
   std::string imagePath() const;
 

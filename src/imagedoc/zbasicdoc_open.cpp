@@ -172,19 +172,22 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
     report(done.why());
     return false;
   }
-  image = std::move(decoded);
+  const std::string ofPages = pages > 1 ? format(" page %i", page) : std::string();
+  setTitle(withoutExtension(fileNameOf(path)) + ofPages);
+  appendNotes("Import " + fileNameOf(path) + ofPages + text::kLineEnd);
+  takeImage(std::move(decoded));
+  return true;
+}
+
+void ZBasicDoc::takeImage(std::unique_ptr<CZZimage> pixels) {
+  image = std::move(pixels);
   originx = originy = 0;
   imagefile.clear();
   ownsImageFile = false;
   imagedirty = 1;
-  const std::string name =
-      withoutExtension(fileNameOf(path)) + (pages > 1 ? format(" page %i", page) : std::string());
-  setTitle(name);
-  appendNotes("Import " + fileNameOf(path) + (pages > 1 ? format(" page %i", page) : "") + text::kLineEnd);
   afterImageLoaded();
   setModified();
   updateAllViews();
-  return true;
 }
 
 void ZBasicDoc::loadGridMetafile() {

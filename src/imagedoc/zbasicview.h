@@ -166,6 +166,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   bool canRotate() const;
   void copy();
   void paste();
+  void pastePicture(std::span<const uint8_t> bitmap);
   void imageResults();
   bool hasImageResults() const;
   void dimensionList();

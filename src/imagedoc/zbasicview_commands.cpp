@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "framework/commandids.h"
 #include "host/host.h"
+#include "image/imagefile.h"
 #include "imagedoc/dimdoc.h"
 #include "imagedoc/imageprint.h"
 #include "imagedoc/imagetests.h"
@@ -180,8 +181,7 @@ void ZBasicView::copy() {
 void ZBasicView::paste() {
   auto bytes = host().clipboard.data(kDimensionFormat);
   if (!bytes) {
-    const CommandRow* row = doc.commands()->find(cmd::Paste);
-    if (row && row->enabled(doc)) return row->execute(doc);
+    if (const auto picture = host().clipboard.bitmap()) return pastePicture(*picture);
     return doc.report("The clipboard holds nothing that can be pasted here.");
   }
   std::unique_ptr<CDim> dimension;
@@ -200,6 +200,15 @@ void ZBasicView::paste() {
   finishShape();
   selected = doc.insertDimension(*dimension);
   doc.updateAllViews();
+}
+
+// A picture from another program gets a window of its own.
+void ZBasicView::pastePicture(std::span<const uint8_t> bitmap) {
+  auto image = std::make_unique<CZZimage>();
+  if (!loadBitmapBytes(*image, bitmap, false) || image->empty())
+    return doc.report("The picture on the clipboard can't be read.");
+  auto* fresh = process.imageTemplate ? process.imageTemplate->newDocument() : nullptr;
+  if (auto* taker = dynamic_cast<ZBasicDoc*>(fresh)) taker->takeImage(std::move(image));
 }
 
 // --- other windows

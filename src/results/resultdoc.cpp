@@ -89,6 +89,7 @@ const CommandTableBase* CResultDoc::commands() const {
   using D = CResultDoc;
   static const CommandTable<D> table(
       {{cmd::ExportResults, "&Export...", &D::exportCommand},
+       {cmd::Export, "", &D::exportCommand},  // the tool bar's button, which all documents share
        {cmd::CopyResults, "&Copy", &D::copy, &D::hasRows},
        {cmd::FilePrint, "&Print...", &D::printCommand, &D::hasRows},
        {cmd::FilePrintPreview, "Print Pre&view", &D::previewCommand, &D::hasRows}},

@@ -1,35 +1,29 @@
-// The scrolling view of a result table, without its window: where cells lie, and what is drawn. The head row
-// stays at the top while rows scroll. Device pixels.
+// The view of a result table: its columns are so many average characters wide, and a new row is scrolled to.
 #pragma once
 
-#include <optional>
-
-#include "host/canvas.h"
+#include "framework/tableview.h"
 #include "results/resultdoc.h"
 
 namespace tarnvisor {
 
-class CResultView : public CView {
+class CResultView : public TableView {
  public:
-  explicit CResultView(CResultDoc& shown) : CView(shown), table(shown) {}
-  // The average character's width and a line's height; both at least 1.
-  void setMetrics(int32_t characterWidth, int32_t height);
-  Rect cellRect(size_t row, size_t place) const;  // scrolled; the head has headRect
-  Rect headRect(size_t place) const;
-  Size contentSize() const override;
-  struct CellAddress {
-    size_t row, place;
-  };
-  std::optional<CellAddress> cellAt(Point at) const;  // nothing over the head and outside the table
-  int32_t lineStep() const override { return lineheight; }
-  void draw(Canvas& canvas) override;
-  void onUpdate() override;  // scrolls to a new row
+  explicit CResultView(CResultDoc& shown) : TableView(shown), table(shown) {}
+  size_t rowCount() const override { return table.rowCount(); }
+  std::string heading(size_t place) const override { return table.columnAt(place).title; }
+  std::string cellText(size_t row, size_t place) const override { return table.cell(row, place); }
+  bool isNumber(size_t place) const override { return table.columnAt(place).fieldwidth != 0; }
+  // The selection is the document's.
+  Cells selectedCells() const override;
+  void selectCells(int32_t column1, int32_t row1, int32_t column2, int32_t row2) override {
+    table.setselection(column1, row1, column2, row2);
+  }
+  std::string selectionText() const override { return table.selectionText(); }
+  void onUpdate() override;
 
  private:
-  int32_t left(size_t place) const;
+  std::vector<int32_t> columnWidths() const override;
   CResultDoc& table;
-  int32_t charwidth = 7;
-  int32_t lineheight = 16;
   size_t rowsSeen = 0;
 };
 

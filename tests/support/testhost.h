@@ -38,6 +38,7 @@ class TestHost final : public Messages,
   std::vector<std::string> calls;  // of windows
   std::optional<std::string> clipboardText;
   std::map<std::string, std::vector<uint8_t>> clipboardData;
+  std::optional<std::vector<uint8_t>> clipboardBitmap;
   ClipboardResult clipboardResult = ClipboardResult::Done;
   // What a started program does; none can be started without.
   std::function<int32_t(const std::vector<std::string>&)> program;
@@ -91,7 +92,7 @@ class TestHost final : public Messages,
     const auto found = clipboardData.find(format);
     return found == clipboardData.end() ? std::nullopt : std::optional(found->second);
   }
-  std::optional<std::vector<uint8_t>> bitmap() override { return std::nullopt; }
+  std::optional<std::vector<uint8_t>> bitmap() override { return clipboardBitmap; }
   bool createMainFrame(const std::string& title) override {
     calls.push_back("create " + title);
     return frameCanBeMade;
