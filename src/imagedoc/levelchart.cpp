@@ -146,6 +146,11 @@ ZBasicDoc* LevelChartDoc::followed() const {
 }
 
 void LevelChartDoc::follow(ZBasicDoc& document, int32_t dimensionIndex) {
+  // Another document's line of the same number is another line.
+  if (watched != &document) {
+    dimension = -1;
+    values.clear();
+  }
   watched = &document;
   refresh(document, dimensionIndex);
 }

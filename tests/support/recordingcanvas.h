@@ -12,6 +12,7 @@ namespace tarnvisor {
 class RecordingCanvas final : public Canvas {
  public:
   std::vector<std::string> calls;
+  bool printer = false;
 
   void setPen(const Pen& pen) override {
     calls.push_back(format("pen %x width %i%s", pen.colour, pen.width, pen.dashed ? " dashed" : ""));
@@ -38,6 +39,7 @@ class RecordingCanvas final : public Canvas {
   Size textSize(const std::string& words) const override {
     return {7 * static_cast<int32_t>(words.size()), 16};
   }
+  bool isPrinter() const override { return printer; }
   void setClip(const Rect& r) override { record("clip", r); }
 
  private:
