@@ -180,8 +180,13 @@ void ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t da
 
 Rect ZBasicDoc::roiOrWhole() const {
   const CZZimage* shown = theImage();
-  if (!shown || (!roi.isEmpty() && !shown->isField())) return roi;
-  return shown->clipToImage(roi).offsetBy(shown->xOrigin, shown->yOrigin);
+  if (!shown || !roi.isEmpty()) return roi;
+  const int32_t top = frameRow(shown->yOrigin);
+  return {shown->xOrigin, top, wrapAdd(shown->xOrigin, shown->width), wrapAdd(top, shown->frameHeight())};
+}
+
+int32_t ZBasicDoc::frameRow(int32_t row) const {
+  return theImage() && theImage()->isField() ? wrapAdd(row, row) : row;
 }
 
 void ZBasicDoc::makeRoiCircular() {

@@ -101,9 +101,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   void setScale(double x, double y, const std::string& name, int64_t date, bool asDefault, bool addToTable);
 
   // --- region of interest
-  // What measures count in: the ROI, or the whole image. In rows of this image, where marks lie, so that a
-  // field's ROI counts half its frame rows.
+  // What measures count in: the ROI, or the whole image. In frame rows, as the ROI and all marks are.
   Rect roiOrWhole() const;
+  // The frame's row that a row held by the image lies at: twice its number in a field.
+  int32_t frameRow(int32_t row) const;
   bool hasCircularRoi() const { return !roicircle.isZero(); }
   void makeRoiCircular();  // toggles
   double roiArea() const;  // scaled width times scaled height, less the corners of a circle

@@ -60,10 +60,12 @@ void ZBasicDoc::reportDensity(int64_t count, int32_t width, int32_t height) {
 void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
   const FoundCapillaries found = findcaps(working, rect, finderParameters, readApexSettings());
   for (const CapillaryRegion& region : found.regions) {
-    const auto [first, second] = capillaryCircle(static_cast<double>(region.area), region.cx, region.cy);
+    // A field's pixels count twice, so that area and circle are the frame's.
+    const double cy = region.cy * frameRow(1);
+    const auto [first, second] = capillaryCircle(static_cast<double>(region.area), region.cx, cy);
     addPointToDimension(addDimension(first, kCircleType), second);
   }
-  reportDensity(static_cast<int64_t>(found.regions.size()), found.width, found.height);
+  reportDensity(static_cast<int64_t>(found.regions.size()), found.width, frameRow(found.height));
 }
 
 bool ZBasicDoc::countCapillaries() {
@@ -163,7 +165,7 @@ void ZBasicDoc::find8Regions() {
 template <class Points>
 void ZBasicDoc::addMinima(const Points& points, bool labelled) {
   for (const MinimumPoint& point : points) {
-    const int32_t index = addDimension({point.x, point.y}, kPointType);
+    const int32_t index = addDimension({point.x, frameRow(point.y)}, kPointType);
     if (labelled) currentDims().items[static_cast<size_t>(index)]->label = format("%i", point.value);
   }
   if (!roi.isEmpty()) currentDims().offset(roi.left, roi.top);

@@ -89,7 +89,7 @@ void ZBasicView::selectionChanged() {
 Size ZBasicView::contentSize() const {
   const CZZimage* image = doc.theImage();
   if (!image) return {};
-  return {scaled(image->width, zoomnum, zoomden), scaled(image->height, zoomnum, zoomden)};
+  return {scaled(image->width, zoomnum, zoomden), scaled(image->frameHeight(), zoomnum, zoomden)};
 }
 
 Point ZBasicView::toImage(Point windowPoint) const {
@@ -130,10 +130,10 @@ void ZBasicView::fitTo(Size area) {
   constexpr double kSmallest = 1.0 / 13, kLargestFit = 13;
   if (!hasImage() || area.width <= 0 || area.height <= 0) return;
   const CZZimage& image = *doc.theImage();
-  const double ai = static_cast<double>(image.width) / image.height;
+  const double ai = static_cast<double>(image.width) / image.frameHeight();
   const double aw = static_cast<double>(area.width) / area.height;
   const double wanted = ai >= aw ? static_cast<double>(area.width) / image.width
-                                 : static_cast<double>(area.height) / image.height;
+                                 : static_cast<double>(area.height) / image.frameHeight();
   const double z = std::clamp(wanted, kSmallest, kLargestFit);
   logPrintf("zoomfit %i,%i\n", area.width, area.height);
   logPrintf("ai %f aw %f z %f\n", ai, aw, z);

@@ -74,10 +74,28 @@ TEST_F(Capillaries, OfAFieldOrAShiftedImageAreRecountedAsTheyWereFound) {
       const std::string found = d.resultText;
       const int32_t marks = d.currentDims().size();
       run("Find Capillaries");
+      EXPECT_GT(marks, 0);
       EXPECT_EQ(d.currentDims().size(), marks);
       EXPECT_EQ(d.resultText, found) << field << region;
     }
   }
+}
+
+TEST_F(Capillaries, OfAFieldAreMarkedInFrameRows) {
+  ZBasicDoc& d = makeFinger(fieldNailfold());
+  run("Find Capillaries");
+  ASSERT_EQ(d.currentDims().size(), static_cast<int32_t>(truth.capillaries.size()));
+  for (const auto& mark : d.currentDims().items) {
+    Point at;
+    mark->Anchor(at);
+    const auto holds = [&](const TrueCapillary& c) {
+      return at.x >= c.left && at.x <= c.right && at.y >= 2 * c.top && at.y <= 2 * c.bottom;
+    };
+    EXPECT_TRUE(std::any_of(truth.capillaries.begin(), truth.capillaries.end(), holds))
+        << at.x << "," << at.y;
+  }
+  const double area = d.theImage()->width * d.theImage()->frameHeight() * 1e-6;
+  EXPECT_THAT(d.resultText, EndsWith(format("%7.3f, area", area)));
 }
 
 TEST_F(Capillaries, NothingFoundLeavesThePreviousText) {
