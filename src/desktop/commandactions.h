@@ -1,0 +1,45 @@
+// Commands as Qt's actions: each id has one, which its menu entries, button and shortcut share. Whether it is
+// on and ticked, and its words, come from the row of the first target of the application's chain that knows
+// it; with none it is off.
+#pragma once
+
+#include <QMenu>
+#include <functional>
+#include <map>
+#include <vector>
+
+#include "desktop/frametables.h"
+
+class QToolBar;
+
+namespace tarnvisor {
+
+class CommandActions {
+ public:
+  // Borrows all three; the window owns the actions.
+  CommandActions(QWidget& ownerWindow, CBasicApp& application, const FrameTables& frameTables);
+
+  QAction* action(int32_t id);
+  // Puts entries into an empty menu; those of a submenu that lists files or windows are made when it opens.
+  void fill(QMenu& menu, const std::vector<MenuItem>& items);
+  // Asks the commands for their state anew.
+  void refresh();
+  void refreshIcons();
+
+  std::function<void(int32_t)> onTriggered;
+  std::function<void(CDocument*)> onWindowChosen;
+
+ private:
+  void setWords(QAction& action, int32_t id) const;
+  void addRecentFiles(QMenu& menu);
+  void addWindows(QMenu& menu);
+  QWidget& window;
+  CBasicApp& app;
+  const FrameTables& tables;
+  std::map<int32_t, QAction*> actions;
+};
+
+// Empties a menu together with its submenus.
+void emptyMenu(QMenu& menu);
+
+}  // namespace tarnvisor

@@ -1,0 +1,90 @@
+// tarnvisor: the workstation.
+
+#include <QApplication>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "app/mainframe.h"
+#include "assembly/assembly.h"
+#include "desktop/opening.h"
+#include "desktop/qthost.h"
+
+namespace {
+
+using namespace tarnvisor;
+
+[[noreturn]] void endWithoutDisplay(const char* why) {
+  std::fprintf(
+      stderr,
+      "no display: %s\n"
+      "tarnvisor shows windows. Where there are none, use tarnvisor-batch, which does the same from a "
+      "script.\n",
+      why);
+  std::_Exit(1);
+}
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value && *value;
+}
+
+// Qt gives up with an abort where its display can't be reached.
+void sayWhyInWords(QtMsgType type, const QMessageLogContext&, const QString& words) {
+  if (type == QtFatalMsg) endWithoutDisplay("the one that is named can't be reached.");
+  if (type != QtCriticalMsg) return;
+  std::fprintf(stderr, "%s\n", qPrintable(words));
+}
+
+std::string ownPath() {
+  std::error_code error;
+  const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? "./tarnvisor" : self.string();
+}
+
+int runWorkstation(const CommandLine& line) {
+  registerStoredClasses();
+  QtHost windows;
+  const HostScope scope(windows.ports);
+  CBasicApp app;
+  CBasicMainFrame frame(app);
+  windows.connect(app, provisionalTables(app));
+  const QtLoop loop(app.loop, [&] {
+    if (windows.mainWindow()) windows.mainWindow()->updateSoon();
+  });
+  StartOptions start;
+  start.programPath = ownPath();
+  start.profilePath = line.profile;
+  start.commandLine = line.forApplication;
+  start.documentTable = documentTable();
+  start.dataFolder = line.dataFolder;
+  if (!app.initInstance(start)) return 1;
+  windows.mainWindow()->openFiles(line.otherFiles);
+  QApplication::exec();
+  windows.closeWindows();
+  return app.exitInstance();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const CommandLine line = parseCommandLine({argv + 1, argv + argc});
+  if (line.exitCode >= 0) {
+    std::fputs(line.message.c_str(), line.exitCode == 0 ? stdout : stderr);
+    return line.exitCode;
+  }
+  if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM"))
+    endWithoutDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set.");
+  QtMessageHandler usual = qInstallMessageHandler(sayWhyInWords);
+  int noArguments = 1;
+  QApplication qt(noArguments, argv);
+  qInstallMessageHandler(usual);
+  // Numbers in files and forms have a point in every language.
+  std::setlocale(LC_NUMERIC, "C");
+  QApplication::setApplicationName("tarnvisor");
+  QApplication::setApplicationDisplayName("Tarnvisor");
+  QApplication::setDesktopFileName("tarnvisor");
+  QApplication::setQuitOnLastWindowClosed(false);
+  return runWorkstation(line);
+}

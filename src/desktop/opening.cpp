@@ -1,0 +1,114 @@
+#include "desktop/opening.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "app/inputs.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "host/host.h"
+#include "settings/profile.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: tarnvisor [options] [file...]\n"
+    "       tarnvisor [options] /a FILE | /m FILE | /P FILE\n"
+    "  /a FILE         export a video as uncompressed AVI, then close\n"
+    "  /m FILE         correct the movement of a video, save it, then close\n"
+    "  /P FILE         build the nailfold panorama of a video\n"
+    "  --data FOLDER   a data folder in place of the profile's\n"
+    "  --profile FILE  a profile in place of the program's own\n"
+    "  --help, --version\n"
+    "Without windows, tarnvisor-batch does the same from a script.\n";
+
+std::string absolutePath(const std::string& path) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.lexically_normal().string();
+}
+
+bool isSwitch(const std::string& argument) {
+  return argument.size() == 2 && argument[0] == '/' && std::isalpha(static_cast<unsigned char>(argument[1]));
+}
+
+}  // namespace
+
+bool isStill(const std::string& path) {
+  static constexpr std::array kinds{"bmp", "zzg",  "tif", "tiff", "png", "jpg", "jpeg",
+                                    "jp2", "webp", "pgm", "ppm",  "pnm", "gif"};
+  const std::string ending = lowerCase(extensionOf(path));
+  return std::ranges::any_of(kinds, [&](const char* kind) { return ending == kind; });
+}
+
+CDocument* openFileOrStill(CBasicApp& app, const std::string& path) {
+  if (!isStill(path) || app.documents.typeFor(path) || !process.imageTemplate)
+    return app.openDocumentFile(path);
+  CDocument* document = process.imageTemplate->newDocument();
+  auto* sink = document ? dynamic_cast<AutoLoadSink*>(document->views().front().get()) : nullptr;
+  if (!sink) return document;
+  sink->loadImageFile(path);
+  // A document that took nothing in has no content to scroll over.
+  if (!document->isModified() && document->views().front()->contentSize() == Size{}) {
+    process.imageTemplate->discard(*document);
+    return nullptr;
+  }
+  return document;
+}
+
+std::string helpPage(const CDocument* front) {
+  const std::string kind = front && front->type() ? front->type()->documentName() : "index";
+  const std::string page = replaced(lowerCase(kind), ' ', '-') + ".html";
+  const std::string beside = installedFolder();
+  for (const std::string& folder :
+       {beside + "help/", beside + "../share/tarnvisor/help/", beside + "../../help/"})
+    for (const std::string& name : {page, std::string("index.html")})
+      if (fileExists(folder + name)) return absolutePath(folder + name);
+  return {};
+}
+
+CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
+  CommandLine line;
+  const auto end = [&](int code, const std::string& message) {
+    line.exitCode = code;
+    line.message = message;
+    return line;
+  };
+  std::vector<std::string> files;
+  std::string letter;
+  bool onlyFiles = false;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (!onlyFiles && argument == "--help") return end(0, kUsage);
+    if (!onlyFiles && argument == "--version") return end(0, "tarnvisor 4.60.0.0\n");
+    if (!onlyFiles && argument == "--") {
+      onlyFiles = true;
+    } else if (!onlyFiles && (argument == "--data" || argument == "--profile")) {
+      if (++i == arguments.size()) return end(2, argument + " needs a value\n");
+      (argument == "--data" ? line.dataFolder : line.profile) = absolutePath(arguments[i]);
+    } else if (!onlyFiles && argument.size() > 1 && argument[0] == '-') {
+      return end(2, "unknown option " + argument + "\n" + kUsage);
+    } else if (!onlyFiles && files.empty() && isSwitch(argument)) {
+      letter = argument;
+    } else if (!argument.empty()) {
+      files.push_back(absolutePath(argument));
+    }
+  }
+  if (!letter.empty()) {
+    if (files.size() > 1) return end(2, letter + " takes one file\n" + std::string(kUsage));
+    line.forApplication = letter + " " + (files.empty() ? "" : files[0]);
+    return line;
+  }
+  // A still is no document of its own: it opens once the application stands.
+  if (!files.empty() && !isStill(files[0])) {
+    line.forApplication = files[0];
+    files.erase(files.begin());
+  }
+  line.otherFiles = std::move(files);
+  return line;
+}
+
+}  // namespace tarnvisor

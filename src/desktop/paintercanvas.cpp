@@ -1,0 +1,159 @@
+#include "desktop/paintercanvas.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "desktop/qttext.h"
+
+namespace tarnvisor {
+
+namespace {
+
+// Marks of a damaged document may lie anywhere. A dashed line to there would be cut into dashes without end.
+constexpr int32_t kFarthest = 1 << 20;
+double bounded(int32_t v) { return std::clamp(v, -kFarthest, kFarthest); }
+
+QRect asQt(const Rect& r) { return {r.left, r.top, r.width(), r.height()}; }
+
+bool isLight(Colour c) { return 3 * (c & 0xff) + 6 * (c >> 8 & 0xff) + (c >> 16 & 0xff) > 1275; }
+
+constexpr int kShadowAlpha = 110;
+
+}  // namespace
+
+PainterCanvas::PainterCanvas(QPainter& borrowed, bool forPrinter)
+    : painter(borrowed),
+      ratio(forPrinter ? 1.0 : borrowed.device()->devicePixelRatioF()),
+      printer(forPrinter),
+      shift(ratio > 1.0 ? 0.5 : 0.0),
+      metrics(borrowed.font(), borrowed.device()) {
+  painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform, false);
+  painter.setRenderHint(QPainter::TextAntialiasing, true);
+  painter.setBrush(Qt::NoBrush);
+  setPen({});
+}
+
+void PainterCanvas::setPen(const Pen& pen) {
+  const int32_t width = std::max(1, pen.width);
+  QPen own(toQt(pen.colour));
+  own.setWidth(width);
+  own.setCosmetic(ratio == 1.0 && width == 1);
+  own.setCapStyle(width > 1 ? Qt::RoundCap : Qt::SquareCap);
+  own.setJoinStyle(width > 1 ? Qt::RoundJoin : Qt::MiterJoin);
+  if (pen.dashed) {
+    own.setDashPattern({4, 4});
+    own.setCapStyle(Qt::FlatCap);
+  }
+  painter.setPen(own);
+}
+
+QPointF PainterCanvas::middleOf(Point at) const { return {bounded(at.x) + shift, bounded(at.y) + shift}; }
+
+const QPolygonF& PainterCanvas::outlineOf(std::span<const Point> points) {
+  outline.clear();
+  for (const Point& p : points) outline.append(middleOf(p));
+  return outline;
+}
+
+// The right and bottom edges belong to the neighbours.
+QRectF PainterCanvas::outlineOf(const Rect& bounds) const {
+  return {middleOf({bounds.left, bounds.top}),
+          middleOf({wrapSub(bounds.right, 1), wrapSub(bounds.bottom, 1)})};
+}
+
+void PainterCanvas::polyline(std::span<const Point> points) {
+  if (points.size() == 1) return point(points[0]);
+  if (!points.empty()) painter.drawPolyline(outlineOf(points));
+}
+
+void PainterCanvas::polygon(std::span<const Point> points) {
+  if (points.size() < 3) return polyline(points);
+  painter.drawPolygon(outlineOf(points));
+}
+
+void PainterCanvas::rectangle(const Rect& bounds) {
+  if (!bounds.isEmpty()) painter.drawRect(outlineOf(bounds));
+}
+
+void PainterCanvas::ellipse(const Rect& bounds) {
+  if (!bounds.isEmpty()) painter.drawEllipse(outlineOf(bounds));
+}
+
+void PainterCanvas::point(Point at) {
+  const int width = std::max(1, painter.pen().width());
+  painter.fillRect(QRectF(bounded(at.x) - width / 2, bounded(at.y) - width / 2, width, width),
+                   painter.pen().color());
+}
+
+// A faint shadow keeps labels readable on light and dark pixels; on paper of the ink's opposite it vanishes.
+void PainterCanvas::text(Point at, const std::string& words, Colour colour) {
+  const QString line = toQt(words);
+  const QPointF base(bounded(at.x), bounded(at.y) + metrics.ascent());
+  const QPen kept = painter.pen();
+  if (!printer) {
+    QColor shadow(isLight(colour) ? Qt::black : Qt::white);
+    shadow.setAlpha(kShadowAlpha);
+    painter.setPen(shadow);
+    painter.drawText(base + QPointF(1, 1), line);
+  }
+  painter.setPen(toQt(colour));
+  painter.drawText(base, line);
+  painter.setPen(kept);
+}
+
+void PainterCanvas::fill(const Rect& bounds, Colour colour) {
+  if (!bounds.isEmpty()) painter.fillRect(asQt(bounds), toQt(colour));
+}
+
+void PainterCanvas::fillPolygon(std::span<const Point> points, Colour colour) {
+  if (points.size() < 3) return;
+  const QPen kept = painter.pen();
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(toQt(colour));
+  painter.drawPolygon(outlineOf(points));
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(kept);
+}
+
+void PainterCanvas::pixels(const PixelBlock& block, const Rect& target) {
+  if (!block.first || block.width <= 0 || block.height <= 0 || target.isEmpty()) return;
+  const QImage borrowed(reinterpret_cast<const uchar*>(block.first), block.width, block.height,
+                        static_cast<qsizetype>(block.stride) * 4, QImage::Format_RGB32);
+  // A printer's pages are drawn again after the block has gone.
+  painter.drawImage(asQt(target), printer ? borrowed.copy() : borrowed);
+}
+
+void PainterCanvas::setFont(const std::string& family, int32_t tenthsOfPoint) {
+  QFont font = painter.font();
+  if (!family.empty()) font.setFamily(toQt(family));
+  if (tenthsOfPoint > 0) font.setPointSizeF(tenthsOfPoint / 10.0);
+  painter.setFont(font);
+  metrics = QFontMetrics(font, painter.device());
+}
+
+Size PainterCanvas::textSize(const std::string& words) const {
+  return {metrics.horizontalAdvance(toQt(words)), metrics.height()};
+}
+
+void PainterCanvas::setClip(const Rect& bounds) {
+  if (bounds.isEmpty())
+    painter.setClipping(false);
+  else
+    painter.setClipRect(asQt(bounds));
+}
+
+QImage renderView(CView& view, Size size, double ratio) {
+  const Size window{std::max(1, size.width), std::max(1, size.height)};
+  QImage picture(static_cast<int>(std::lround(window.width * ratio)),
+                 static_cast<int>(std::lround(window.height * ratio)), QImage::Format_RGB32);
+  if (picture.isNull()) return picture;
+  picture.setDevicePixelRatio(ratio);
+  picture.fill(Qt::white);
+  view.setWindowSize(window);
+  QPainter painter(&picture);
+  PainterCanvas canvas(painter);
+  view.draw(canvas);
+  return picture;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,77 @@
+#include "desktop/qthost.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QUrl>
+
+#include "base/files.h"
+#include "desktop/qttext.h"
+
+namespace tarnvisor {
+
+void QtHost::connect(CBasicApp& application, FrameTables frameTables) {
+  app = &application;
+  tables = std::move(frameTables);
+}
+
+bool QtHost::createMainFrame(const std::string& title) {
+  if (!app) return false;
+  window = std::make_unique<MainWindow>(*app, tables, toQt(title));
+  window->onClosed = [] { QCoreApplication::quit(); };
+  return true;
+}
+
+void QtHost::showMainFrame() {
+  if (window) window->showPlaced();
+}
+
+void QtHost::closeMainFrame() {
+  if (window) QTimer::singleShot(0, window.get(), [this] { window->close(); });
+}
+
+void QtHost::tile() {
+  if (window) window->tile();
+}
+
+void QtHost::cascade() {
+  if (window) window->cascade();
+}
+
+void QtHost::refreshBars() {
+  if (window) window->refreshBars();
+}
+
+void QtHost::popupMenu(int32_t menuId, Point at) {
+  if (window) window->popupMenu(menuId, at);
+}
+
+bool QtHost::openWithDesktop(const std::string& path) {
+  return (fileExists(path) || folderExists(path)) &&
+         QDesktopServices::openUrl(QUrl::fromLocalFile(toQt(path)));
+}
+
+QtLoop::QtLoop(MessageLoop& driven, std::function<void()> onTurn) : loop(driven), told(std::move(onTurn)) {
+  next.setSingleShot(true);
+  next.setTimerType(Qt::PreciseTimer);
+  QObject::connect(&next, &QTimer::timeout, &next, [this] { turn(); });
+  loop.onWake = [this] {
+    if (!inTurn) next.start(0);
+  };
+  next.start(0);
+}
+
+QtLoop::~QtLoop() { loop.onWake = nullptr; }
+
+void QtLoop::turn() {
+  if (inTurn) return;
+  if (QApplication::activeModalWidget()) return next.start(kBehindDialogMs);
+  inTurn = true;
+  const bool works = loop.hasPosted() || loop.untilNextTimerMs(1) == 0;
+  const bool again = loop.turn();
+  inTurn = false;
+  if (works && told) told();
+  if (loop.hasQuit()) return QCoreApplication::quit();
+  next.start(again || loop.hasPosted() ? 0 : loop.untilNextTimerMs(kIdleMs));
+}
+
+}  // namespace tarnvisor

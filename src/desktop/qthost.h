@@ -1,0 +1,73 @@
+// The host with windows: all ports, by Qt, and the message loop among Qt's events. Needs a QApplication.
+#pragma once
+
+#include <QTimer>
+#include <memory>
+
+#include "app/basicapp.h"
+#include "desktop/frametables.h"
+#include "desktop/mainwindow.h"
+#include "desktop/qtports.h"
+#include "desktop/qtprinter.h"
+
+namespace tarnvisor {
+
+class QtHost final : public Windows {
+ public:
+  QtHost() = default;
+  ~QtHost() override = default;
+  // Before the application's initInstance, which makes the main window. Borrowed until closeWindows().
+  void connect(CBasicApp& application, FrameTables frameTables);
+  // Takes the main window away; the application may go then.
+  void closeWindows() { window.reset(); }
+  MainWindow* mainWindow() const { return window.get(); }  // null until it is made
+
+  bool createMainFrame(const std::string& title) override;
+  void showMainFrame() override;
+  void closeMainFrame() override;
+  void tile() override;
+  void cascade() override;
+  void refreshBars() override;
+  void popupMenu(int32_t menuId, Point at) override;
+  bool openWithDesktop(const std::string& path) override;
+
+ private:
+  QtMessages messages;
+  QtChoosers choosers;
+  QtForms forms;
+  QtClipboard clipboard;
+  QtWaitCursor waitCursor;
+  QtPrinter printer;
+  SystemProcesses processes;
+
+ public:
+  Host ports{messages, choosers, forms, clipboard, *this, waitCursor, printer, processes};
+
+ private:
+  CBasicApp* app = nullptr;
+  FrameTables tables;
+  std::unique_ptr<MainWindow> window;
+};
+
+// Drives the application's message loop: commands and timers when they are due, idle passes as long as they
+// want to be repeated, Qt's events in between. While a modal dialog is open nothing is driven.
+class QtLoop {
+ public:
+  // onTurn is told of each turn that may have changed something.
+  QtLoop(MessageLoop& driven, std::function<void()> onTurn);
+  ~QtLoop();
+  QtLoop(const QtLoop&) = delete;
+  QtLoop& operator=(const QtLoop&) = delete;
+
+ private:
+  // Messages of other programs are looked for this often.
+  static constexpr int kIdleMs = 100;
+  static constexpr int kBehindDialogMs = 20;
+  void turn();
+  MessageLoop& loop;
+  std::function<void()> told;
+  QTimer next;
+  bool inTurn = false;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,219 @@
+#include "desktop/qtports.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QClipboard>
+#include <QFileDialog>
+#include <QImage>
+#include <QMessageBox>
+#include <QMimeData>
+
+#include "app/basicapp.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "desktop/formdialog.h"
+#include "desktop/qttext.h"
+
+namespace tarnvisor {
+
+QWidget* dialogParent() {
+  if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+  if (QWidget* active = QApplication::activeWindow()) return active;
+  for (QWidget* window : QApplication::topLevelWidgets())
+    if (window->isVisible() && window->inherits("QMainWindow")) return window;
+  return nullptr;
+}
+
+// --- wait cursor
+
+int QtWaitCursor::depth = 0;
+
+void QtWaitCursor::begin() {
+  if (depth++ == 0) QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+}
+
+void QtWaitCursor::end() {
+  if (depth > 0 && --depth == 0) QGuiApplication::restoreOverrideCursor();
+}
+
+QtWaitCursor::Pause::Pause() {
+  if (depth > 0) QGuiApplication::setOverrideCursor(Qt::ArrowCursor);
+}
+
+QtWaitCursor::Pause::~Pause() {
+  if (depth > 0) QGuiApplication::restoreOverrideCursor();
+}
+
+// --- messages
+
+namespace {
+
+QMessageBox::Icon iconOf(Icon icon) {
+  switch (icon) {
+    case Icon::Question:
+      return QMessageBox::Question;
+    case Icon::Warning:
+      return QMessageBox::Warning;
+    case Icon::Error:
+      return QMessageBox::Critical;
+    default:
+      return QMessageBox::Information;
+  }
+}
+
+QMessageBox::StandardButtons buttonsOf(Buttons buttons) {
+  switch (buttons) {
+    case Buttons::OkCancel:
+      return QMessageBox::Ok | QMessageBox::Cancel;
+    case Buttons::YesNo:
+      return QMessageBox::Yes | QMessageBox::No;
+    case Buttons::YesNoCancel:
+      return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+    default:
+      return QMessageBox::Ok;
+  }
+}
+
+}  // namespace
+
+Answer QtMessages::show(const std::string& text, Buttons buttons, Icon icon) {
+  const QtWaitCursor::Pause pause;
+  QMessageBox box(iconOf(icon), kProgramTitle, toQt(text), buttonsOf(buttons), dialogParent());
+  box.setTextFormat(Qt::PlainText);
+  box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+  if (buttons == Buttons::YesNo) box.setEscapeButton(QMessageBox::No);
+  switch (box.exec()) {
+    case QMessageBox::Ok:
+      return Answer::Ok;
+    case QMessageBox::Yes:
+      return Answer::Yes;
+    case QMessageBox::No:
+      return Answer::No;
+    default:
+      return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
+  }
+}
+
+// --- choosers
+
+QStringList qtFilters(const std::string& filter) {
+  const std::vector<std::string> parts = split(filter, '|');
+  QStringList filters;
+  for (size_t i = 0; i + 1 < parts.size() && !parts[i].empty(); i += 2) {
+    // What stands in brackets in the words are the patterns again.
+    const std::string words(trimmed(parts[i].substr(0, parts[i].find('('))));
+    std::string patterns = parts[i + 1] == "*.*" ? "*" : replaced(parts[i + 1], ';', ' ');
+    filters << toQt(words + " (" + patterns + ")");
+  }
+  return filters;
+}
+
+namespace {
+
+void prepare(QFileDialog& dialog, const FileRequest& request) {
+  dialog.setWindowTitle(toQt(request.title));
+  const QStringList filters = qtFilters(request.filter);
+  if (!filters.isEmpty()) dialog.setNameFilters(filters);
+  if (request.defaultExtension.size() > 1) dialog.setDefaultSuffix(toQt(request.defaultExtension.substr(1)));
+  const std::string folder =
+      folderExists(request.initialPath) ? request.initialPath : folderOf(request.initialPath);
+  dialog.setDirectory(toQt(folder.empty() ? workingFolder() : folder));
+  if (!folderExists(request.initialPath)) dialog.selectFile(toQt(fileNameOf(request.initialPath)));
+}
+
+std::vector<std::string> chosen(QFileDialog& dialog) {
+  const QtWaitCursor::Pause pause;
+  std::vector<std::string> paths;
+  if (dialog.exec() == QDialog::Accepted)
+    for (const QString& path : dialog.selectedFiles()) paths.push_back(fromQt(path));
+  return paths;
+}
+
+std::optional<std::string> firstOf(const std::vector<std::string>& paths) {
+  return paths.empty() ? std::nullopt : std::optional(paths.front());
+}
+
+}  // namespace
+
+std::optional<std::string> QtChoosers::openFile(const FileRequest& request) {
+  QFileDialog dialog(dialogParent());
+  dialog.setFileMode(QFileDialog::ExistingFile);
+  prepare(dialog, request);
+  return firstOf(chosen(dialog));
+}
+
+std::optional<std::string> QtChoosers::saveFile(const FileRequest& request) {
+  QFileDialog dialog(dialogParent());
+  dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setFileMode(QFileDialog::AnyFile);
+  prepare(dialog, request);
+  return firstOf(chosen(dialog));
+}
+
+std::vector<std::string> QtChoosers::openFiles(const FileRequest& request) {
+  QFileDialog dialog(dialogParent());
+  dialog.setFileMode(QFileDialog::ExistingFiles);
+  prepare(dialog, request);
+  return chosen(dialog);
+}
+
+std::optional<std::string> QtChoosers::chooseFolder(const std::string& title, const std::string& current) {
+  QFileDialog dialog(dialogParent(), toQt(title), toQt(current.empty() ? workingFolder() : current));
+  dialog.setFileMode(QFileDialog::Directory);
+  dialog.setOption(QFileDialog::ShowDirsOnly);
+  return firstOf(chosen(dialog));
+}
+
+// --- forms
+
+bool QtForms::run(Form& form) {
+  const QtWaitCursor::Pause pause;
+  FormDialog dialog(form, dialogParent());
+  return dialog.exec() == QDialog::Accepted;
+}
+
+// --- clipboard
+
+namespace {
+
+QString mimeOf(const std::string& format) { return toQt("application/x-tarnvisor-" + lowerCase(format)); }
+
+std::vector<uint8_t> bytesOf(const QByteArray& from) { return {from.begin(), from.end()}; }
+
+}  // namespace
+
+void QtClipboard::setText(const std::string& text) { QGuiApplication::clipboard()->setText(toQt(text)); }
+
+std::optional<std::string> QtClipboard::text() {
+  const QMimeData* held = QGuiApplication::clipboard()->mimeData();
+  if (!held || !held->hasText()) return std::nullopt;
+  return fromQt(held->text());
+}
+
+ClipboardResult QtClipboard::setData(const std::string& format, const std::vector<uint8_t>& bytes) {
+  auto* held = new QMimeData;  // the clipboard takes it over
+  held->setData(mimeOf(format), QByteArray(reinterpret_cast<const char*>(bytes.data()),
+                                           static_cast<qsizetype>(bytes.size())));
+  QGuiApplication::clipboard()->setMimeData(held);
+  return ClipboardResult::Done;
+}
+
+std::optional<std::vector<uint8_t>> QtClipboard::data(const std::string& format) {
+  const QMimeData* held = QGuiApplication::clipboard()->mimeData();
+  if (!held || !held->hasFormat(mimeOf(format))) return std::nullopt;
+  return bytesOf(held->data(mimeOf(format)));
+}
+
+std::optional<std::vector<uint8_t>> QtClipboard::bitmap() {
+  constexpr int kFileHeaderBytes = 14;
+  const QImage picture = QGuiApplication::clipboard()->image();
+  if (picture.isNull()) return std::nullopt;
+  QByteArray file;
+  QBuffer buffer(&file);
+  const bool grey = picture.isGrayscale();
+  const QImage plain = picture.convertToFormat(grey ? QImage::Format_Grayscale8 : QImage::Format_RGB32);
+  if (!buffer.open(QIODevice::WriteOnly) || !plain.save(&buffer, "BMP")) return std::nullopt;
+  return bytesOf(file.mid(kFileHeaderBytes));
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,64 @@
+// The ports to a desktop, by Qt: messages, choosers, forms, clipboard and the wait cursor.
+#pragma once
+
+#include <QString>
+
+#include "host/host.h"
+
+class QWidget;
+
+namespace tarnvisor {
+
+// The window that a dialog belongs to; null without one.
+QWidget* dialogParent();
+
+// "Words|*.a;*.b|All|*.*||" as Qt writes it: "Words (*.a *.b)", "All (*)".
+QStringList qtFilters(const std::string& filter);
+
+// The cursor is shown from the first begin() to the last end(), but not while a dialog asks for something.
+class QtWaitCursor final : public WaitCursor {
+ public:
+  void begin() override;
+  void end() override;
+
+  class Pause {
+   public:
+    Pause();
+    ~Pause();
+    Pause(const Pause&) = delete;
+    Pause& operator=(const Pause&) = delete;
+  };
+
+ private:
+  static int depth;
+};
+
+class QtMessages final : public Messages {
+ public:
+  Answer show(const std::string& text, Buttons buttons, Icon icon) override;
+};
+
+class QtChoosers final : public Choosers {
+ public:
+  std::optional<std::string> openFile(const FileRequest& request) override;
+  std::optional<std::string> saveFile(const FileRequest& request) override;
+  std::vector<std::string> openFiles(const FileRequest& request) override;
+  std::optional<std::string> chooseFolder(const std::string& title, const std::string& current) override;
+};
+
+class QtForms final : public Forms {
+ public:
+  bool run(Form& form) override;
+};
+
+// A format of the program's own travels as "application/x-tarnvisor-" and its name in small letters.
+class QtClipboard final : public Clipboard {
+ public:
+  void setText(const std::string& text) override;
+  std::optional<std::string> text() override;
+  ClipboardResult setData(const std::string& format, const std::vector<uint8_t>& bytes) override;
+  std::optional<std::vector<uint8_t>> data(const std::string& format) override;
+  std::optional<std::vector<uint8_t>> bitmap() override;
+};
+
+}  // namespace tarnvisor
