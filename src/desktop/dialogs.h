@@ -1,0 +1,42 @@
+// All faces of the dialogs that are more than fields. It owns them, and takes them away again when it goes;
+// the main frame and the parent window must outlive it.
+#pragma once
+
+#include <QPointer>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/mainframe.h"
+#include "desktop/examlistwindow.h"
+#include "desktop/magnificationwindow.h"
+#include "desktop/profiledialog.h"
+#include "desktop/subjectdialog.h"
+
+namespace tarnvisor {
+
+class ShortcutList;
+
+class DesktopDialogs {
+ public:
+  // Gives the frame its faces, and the magnification dialog its own.
+  DesktopDialogs(CBasicMainFrame& frame, QWidget* parent);
+  ~DesktopDialogs();
+  DesktopDialogs(const DesktopDialogs&) = delete;
+  DesktopDialogs& operator=(const DesktopDialogs&) = delete;
+
+  // False for Cancel.
+  bool runProfiles(ProfileModel& profiles);
+  // Opens the window, or brings it to the front. Pairs of a command's words and its keys.
+  void showShortcuts(const std::vector<std::pair<std::string, std::string>>& commands);
+
+ private:
+  CBasicMainFrame& mainFrame;
+  QWidget* parentWindow;  // borrowed
+  SubjectFace subject;
+  ExamFace exams;
+  MagnificationTableFace magnification;
+  QPointer<ShortcutList> shortcuts;  // goes with its parent, or with this
+};
+
+}  // namespace tarnvisor

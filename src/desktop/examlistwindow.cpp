@@ -1,0 +1,150 @@
+#include "desktop/examlistwindow.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QShortcut>
+#include <QSplitter>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include "app/basicapp.h"
+#include "framework/commandids.h"
+
+namespace tarnvisor {
+
+namespace {
+
+QTreeWidget* makeList(const std::vector<std::string>& columns, const char* name) {
+  auto* list = new QTreeWidget;
+  QStringList titles;
+  for (const std::string& column : columns) titles << QString::fromStdString(column);
+  list->setHeaderLabels(titles);
+  list->setObjectName(name);
+  list->setRootIsDecorated(false);
+  list->setUniformRowHeights(true);
+  list->setAlternatingRowColors(true);
+  list->setAllColumnsShowFocus(true);
+  list->setSortingEnabled(false);
+  list->setSelectionMode(QAbstractItemView::SingleSelection);
+  return list;
+}
+
+// A row stays one line high; the whole text is in the tool tip.
+void addRow(QTreeWidget* list, const std::vector<std::string>& texts) {
+  auto* item = new QTreeWidgetItem(list);
+  for (int i = 0; i < static_cast<int>(texts.size()); ++i) {
+    const QString text = QString::fromStdString(texts[i]).remove('\r').trimmed();
+    item->setText(i, QString(text).replace('\n', ' '));
+    if (text.contains('\n')) item->setToolTip(i, text);
+  }
+}
+
+// As wide as the header or the widest text.
+void fitColumns(QTreeWidget* list) {
+  for (int i = 0; i < list->columnCount(); ++i) list->resizeColumnToContents(i);
+}
+
+QPushButton* commandButton(const char* words, int32_t command) {
+  auto* button = new QPushButton(words);
+  QObject::connect(button, &QPushButton::clicked, [command] { theApp().postMainCommand(command); });
+  return button;
+}
+
+}  // namespace
+
+ExamListWindow::ExamListWindow(ExamList& list, QWidget* parent)
+    : QWidget(parent, Qt::Tool),
+      model(list),
+      heading(new QLabel),
+      exams(makeList(ExamList::examColumns(), "exams")),
+      results(makeList(ExamList::resultColumns(), "results")) {
+  setWindowTitle("Select Exam");
+  QFont bold = heading->font();
+  bold.setBold(true);
+  heading->setFont(bold);
+  heading->setTextFormat(Qt::PlainText);
+  heading->setWordWrap(true);
+  auto* lists = new QSplitter(Qt::Vertical);
+  lists->setChildrenCollapsible(false);
+  lists->addWidget(exams);
+  lists->addWidget(results);
+  auto* buttons = new QHBoxLayout;
+  buttons->addWidget(commandButton("Select Subject", cmd::SelectSubject));
+  buttons->addWidget(commandButton("Close All", cmd::CloseAll));
+  buttons->addStretch();
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(heading);
+  layout->addWidget(lists, 1);
+  layout->addLayout(buttons);
+  resize(620, 460);
+  connect(exams, &QTreeWidget::itemSelectionChanged, this, [this] { examSelected(); });
+  connect(results, &QTreeWidget::itemDoubleClicked, this, [this] { openResult(); });
+  for (const int key : {Qt::Key_Return, Qt::Key_Enter})
+    connect(new QShortcut(QKeySequence(key), results, nullptr, nullptr, Qt::WidgetShortcut),
+            &QShortcut::activated, this, [this] { openResult(); });
+}
+
+void ExamListWindow::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape)
+    close();
+  else
+    QWidget::keyPressEvent(event);
+}
+
+void ExamListWindow::refresh() {
+  heading->setText(QString::fromStdString(model.heading()));
+  fillExams();
+  fillResults();
+}
+
+void ExamListWindow::fillExams() {
+  const QSignalBlocker quiet(exams);
+  exams->clear();
+  for (const ExamRow& row : model.exams())
+    addRow(exams, {std::to_string(row.id), row.site, row.created, row.comment, row.folder});
+  fitColumns(exams);
+  if (QTreeWidgetItem* item = exams->topLevelItem(model.selectedRow())) {
+    exams->setCurrentItem(item);
+    exams->scrollToItem(item);
+  }
+}
+
+void ExamListWindow::fillResults() {
+  const QString chosen = results->currentItem() ? results->currentItem()->text(0) : QString();
+  results->clear();
+  for (const ResultRow& row : model.results())
+    addRow(results, {std::to_string(row.id), row.created, row.filename, row.result});
+  fitColumns(results);
+  const QList<QTreeWidgetItem*> again = results->findItems(chosen, Qt::MatchExactly, 0);
+  if (!chosen.isEmpty() && !again.isEmpty()) results->setCurrentItem(again.front());
+}
+
+void ExamListWindow::examSelected() {
+  const QList<QTreeWidgetItem*> chosen = exams->selectedItems();
+  const int row = chosen.isEmpty() ? -1 : exams->indexOfTopLevelItem(chosen.front());
+  if (row < 0 || row == model.selectedRow()) return;
+  model.select(static_cast<size_t>(row));
+  fillResults();
+}
+
+void ExamListWindow::openResult() {
+  const int row = results->indexOfTopLevelItem(results->currentItem());
+  if (row >= 0) model.openResult(static_cast<size_t>(row));
+}
+
+void ExamFace::openOrRefresh(ExamList& list) {
+  if (!window) window = new ExamListWindow(list, parent);
+  window->refresh();
+  window->show();
+  window->raise();
+  window->activateWindow();
+}
+
+void ExamFace::refreshIfOpen(ExamList&) {
+  if (isOpen()) window->refresh();
+}
+
+}  // namespace tarnvisor

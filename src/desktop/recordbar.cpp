@@ -1,0 +1,95 @@
+#include "desktop/recordbar.h"
+
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QRadioButton>
+#include <QToolButton>
+
+#include "app/basicapp.h"
+#include "desktop/icons.h"
+#include "framework/commandids.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+// A label that stands close to its control, for the bar's wide spacing is between groups.
+QWidget* labelled(const char* words, std::initializer_list<QWidget*> controls) {
+  auto* group = new QWidget;
+  auto* layout = new QHBoxLayout(group);
+  layout->setContentsMargins(6, 0, 6, 0);
+  auto* label = new QLabel(words);
+  label->setBuddy(*controls.begin());
+  layout->addWidget(label);
+  for (QWidget* control : controls) layout->addWidget(control);
+  return group;
+}
+
+}  // namespace
+
+RecordBar::RecordBar(QWidget* parent)
+    : QToolBar("Record bar", parent),
+      recordDir(new QLineEdit),
+      baseName(new QLineEdit),
+      directToDisc(new QCheckBox("Direct to disc")),
+      triggerMovie(new QRadioButton("Sequence")),
+      triggerImage(new QRadioButton("Image")) {
+  setObjectName("recordBar");
+  recordDir->setObjectName("recorddir");
+  recordDir->setMinimumWidth(fontMetrics().averageCharWidth() * 32);
+  recordDir->setToolTip("Folder that recordings are saved in");
+  baseName->setObjectName("basename");
+  baseName->setFixedWidth(fontMetrics().averageCharWidth() * 18);
+  baseName->setToolTip("What the names of recordings begin with");
+  directToDisc->setToolTip("Write a sequence to disc while it is recorded");
+  triggerMovie->setToolTip("A trigger records a sequence");
+  triggerImage->setToolTip("A trigger saves an image");
+  auto* choose = new QToolButton;
+  choose->setIcon(commandIcon("open", palette()));
+  choose->setText("...");
+  choose->setAutoRaise(true);
+  choose->setObjectName("choose");
+  choose->setToolTip("Select Recording folder");
+  connect(choose, &QToolButton::clicked, this, [] { theApp().postMainCommand(cmd::RecordFolder); });
+  addWidget(labelled("Recording folder", {recordDir, choose}));
+  addWidget(labelled("Base name", {baseName}));
+  addSeparator();
+  addWidget(directToDisc);
+  addSeparator();
+  addWidget(labelled("Trigger", {triggerMovie, triggerImage}));
+  connectAll();
+  showState();
+}
+
+void RecordBar::connectAll() {
+  for (QLineEdit* edit : {recordDir, baseName})
+    connect(edit, &QLineEdit::editingFinished, this, [this] { storeState(); });
+  connect(directToDisc, &QCheckBox::clicked, this, [this] { storeState(); });
+  connect(triggerMovie, &QRadioButton::clicked, this, [this] { storeState(); });
+  connect(triggerImage, &QRadioButton::clicked, this, [this] { storeState(); });
+}
+
+void RecordBar::showState() {
+  recordDir->setText(QString::fromStdString(process.recordDir));
+  recordDir->setCursorPosition(0);
+  baseName->setText(QString::fromStdString(process.baseName));
+  directToDisc->setChecked(process.direct2disc != 0);
+  triggerMovie->setChecked(process.triggermovie != 0);
+  triggerImage->setChecked(process.triggermovie == 0);
+}
+
+void RecordBar::storeState() {
+  process.recordDir = recordDir->text().toStdString();
+  process.baseName = baseName->text().toStdString();
+  process.direct2disc = directToDisc->isChecked();
+  process.triggermovie = triggerMovie->isChecked();
+  settings.setString("directories", "recorddir", process.recordDir);
+  settings.setString("directories", "basename", process.baseName);
+  settings.setInt("Dynamic settings", "direct2disc", process.direct2disc);
+  settings.setInt("Dynamic settings", "triggermovie", process.triggermovie);
+}
+
+}  // namespace tarnvisor

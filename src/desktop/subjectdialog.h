@@ -1,0 +1,87 @@
+// The face of the dialog "Select Subject": the id is searched for as it is typed, and details that were
+// changed are never left without a question.
+#pragma once
+
+#include <QDialog>
+#include <array>
+
+#include "db/subjectselection.h"
+
+class QComboBox;
+class QCompleter;
+class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+class QStringListModel;
+
+namespace tarnvisor {
+
+class SubjectWindow final : public QDialog {
+ public:
+  SubjectWindow(SubjectDialog& dialog, QWidget* parent);
+
+  // How the dialog was left; Cancel until a button says otherwise.
+  SubjectDialog::Result result() const { return outcome; }
+  void reject() override;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void build();
+  void connectAll();
+  QWidget* buildId();
+  QWidget* buildDetails();
+  QWidget* buildButtons();
+
+  void idEdited(const QString& text);
+  void chooseId(const QString& text);
+  bool chooseTyped();  // the subject that the typed id names; false when it names none
+  void addAsNewId();
+  bool saveDetails();  // false when they could not be written
+  void leave(SubjectDialog::Result how);
+  // Asks about details that are not saved yet. False when the user wants to go on with them.
+  bool settleDetails();
+
+  // The model's subject into the fields; without one they are empty.
+  void showDetails();
+  void noteDetails();
+  void showOffered();
+  void setIdText(const QString& text);
+  void updateButtons();
+  QString idText() const;
+  bool detailsChanged() const;
+  bool isOffered(const QString& text) const;
+  bool namesSubject() const;
+
+  SubjectDialog& model;
+  SubjectDialog::Result outcome = SubjectDialog::Result::Cancel;
+  std::string shownId;           // whose details the fields hold; empty for nobody's
+  std::array<QString, 3> saved;  // the fields as the database has them
+  QString idBeforeEdit;
+  QString typedBefore;  // the same without what was completed
+
+  QComboBox* idBox;
+  QStringListModel* offered;
+  QCompleter* completer;
+  QLineEdit* nameEdit;
+  QLineEdit* surnameEdit;
+  QPlainTextEdit* commentEdit;
+  QPlainTextEdit* descriptionBox;
+  QPushButton* addButton;
+  QPushButton* saveButton;
+  QPushButton* startButton;
+  QPushButton* viewButton;
+  QPushButton* cancelButton;
+};
+
+class SubjectFace final : public SubjectDialogFace {
+ public:
+  explicit SubjectFace(QWidget* parentWindow) : parent(parentWindow) {}
+  SubjectDialog::Result run(SubjectDialog& dialog) override;
+
+ private:
+  QWidget* parent;  // borrowed
+};
+
+}  // namespace tarnvisor
