@@ -6,6 +6,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "batch/pictures.h"
 #include "db/subjectselection.h"
 #include "framework/commandids.h"
 #include "imagedoc/processing.h"
@@ -89,10 +90,11 @@ StepResult ScriptRunner::runStep(const Step& step) {
   };
   using R = ScriptRunner;
   static constexpr Row rows[] = {
-      {"subject", &R::subject}, {"exam", &R::exam},  {"open", &R::open},         {"set", &R::set},
-      {"roi", &R::roi},         {"list", &R::list},  {"dim", &R::dim},           {"command", &R::command},
-      {"import", &R::import},   {"save", &R::save},  {"export", &R::exportStep}, {"results", &R::results},
-      {"print", &R::print},     {"close", &R::close}};
+      {"subject", &R::subject}, {"exam", &R::exam},         {"open", &R::open},
+      {"set", &R::set},         {"roi", &R::roi},           {"list", &R::list},
+      {"dim", &R::dim},         {"command", &R::command},   {"import", &R::import},
+      {"save", &R::save},       {"export", &R::exportStep}, {"results", &R::results},
+      {"print", &R::print},     {"snapshot", &R::snapshot}, {"close", &R::close}};
   script.begin({});
   const auto row =
       std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return step.word == r.word; });
@@ -315,6 +317,14 @@ StepResult ScriptRunner::print(const Step& step) {
                  area.bottom, image->hasCircularRoi() ? " circle" : "", image->currentlist,
                  image->currentDims().items.size(), s.x, s.y, image->unitName().c_str(),
                  image->isModified() ? "yes" : "no")};
+}
+
+StepResult ScriptRunner::snapshot(const Step& step) {
+  CDocument* document = app.documents.active();
+  if (!document || document->views().empty()) return unavailable(step);
+  const std::string path = absolutePath(step.args[0]);
+  const Outcome done = saveSnapshot(*document->views().front(), path);
+  return done ? StepResult{true, {}, {{"path", path}}, "wrote " + path} : StepResult::failure(done.why());
 }
 
 // A script that closes without saving means it.

@@ -49,6 +49,7 @@ class ScriptRunner {
   StepResult exportStep(const Step& step);
   StepResult results(const Step& step);
   StepResult print(const Step& step);
+  StepResult snapshot(const Step& step);
   StepResult close(const Step& step);
   StepResult unavailable(const Step& step);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "batch/pictures.h"
 
 namespace tarnvisor {
 
@@ -82,9 +83,14 @@ std::optional<std::string> ScriptHost::chooseFolder(const std::string&, const st
   return takePath();
 }
 
-bool ScriptHost::print(const std::string& title, const Draw&) {
-  wrong = "there is no printer for \"" + title + "\"";
-  return false;
+// Paper is a PDF file that the step names.
+bool ScriptHost::print(const std::string& title, const Draw& draw) {
+  const auto path = takePath();
+  const Outcome done =
+      path ? printToPdf(title, draw, *path)
+           : Outcome::failure("\"" + title + "\" is printed to a PDF file, and the step names none");
+  if (!done) wrong = done.why();
+  return static_cast<bool>(done);
 }
 
 // Answers of the form label=value whose label the form has.

@@ -2,9 +2,11 @@
 #include <gmock/gmock.h>
 
 #include "assembly/assembly.h"
+#include "base/files.h"
 #include "base/text.h"
 #include "batch/demonstration.h"
 #include "batch/runner.h"
+#include "image/stillimport.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
@@ -122,6 +124,23 @@ TEST_F(Runner, NeverSavesADocumentOverAPicture) {
   EXPECT_TRUE(run("open $shot.bmp\nsave $shot.bmp").ok);
   EXPECT_EQ(readWholeFile(folder.file("shot.bmp")), picture);
   EXPECT_TRUE(fileExists(folder.file("shot.bmp.tv1")));
+}
+
+TEST_F(Runner, DrawsTheWindowAndThePage) {
+  run("open $shot.bmp\nroi 100,80,540,400");
+  EXPECT_TRUE(run("snapshot $a.png").ok);
+  CZZimage picture;
+  ASSERT_TRUE(importStill(folder.file("a.png"), 0, picture));
+  EXPECT_EQ(picture.width, 1280);
+  EXPECT_EQ(picture.height, 1024);
+  const uint8_t* corner = picture.row(80) + 3 * 100;
+  EXPECT_TRUE(corner[0] == 0 && corner[1] == 255 && corner[2] == 255) << "the region's yellow outline";
+  EXPECT_TRUE(run("command \"Print...\" $a.pdf").ok);
+  EXPECT_EQ(readWholeText(folder.file("a.pdf")).value_or("").substr(0, 4), "%PDF");
+  EXPECT_TRUE(run("command \"Calculate average of selection\"\ncommand Histogram\nsnapshot $b.png").ok);
+  for (const char* wrong : {"snapshot $a.doc", "snapshot $none/a.png", "command \"Print...\""})
+    EXPECT_FALSE(run(wrong).ok) << wrong;
+  EXPECT_FALSE(fileExists(folder.file("a.doc")));
 }
 
 TEST_F(Runner, ASettingTakesEffectAndStays) {
