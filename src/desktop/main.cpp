@@ -61,6 +61,7 @@ int runWorkstation(const CommandLine& line) {
   start.dataFolder = line.dataFolder;
   if (!app.initInstance(start)) return 1;
   windows.mainWindow()->openFiles(line.otherFiles);
+  if (app.documents.documents().size() > 1) windows.tile();
   QApplication::exec();
   windows.closeWindows();
   return app.exitInstance();

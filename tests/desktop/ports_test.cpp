@@ -1,0 +1,211 @@
+// The ports to the desktop, the message loop among Qt's events, the command line.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDialog>
+#include <QImage>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <cstring>
+
+#include "desktop/opening.h"
+#include "desktop/qthost.h"
+#include "support/tempfolder.h"
+#include "support/testhost.h"
+
+namespace tarnvisor {
+namespace {
+
+TEST(QtFilters, PairsOfWordsAndPatternsBecomeQtsFilters) {
+  EXPECT_EQ(qtFilters("ZZ files|*.tv1;*.dtv|Images (*.tv1)|*.tv1|All files (*.*)|*.*||"),
+            (QStringList{"ZZ files (*.tv1 *.dtv)", "Images (*.tv1)", "All files (*)"}));
+  EXPECT_TRUE(qtFilters("").isEmpty());
+}
+
+// What the message box of a question says, answered by a button or closed.
+Answer answered(Buttons buttons, QMessageBox::StandardButton button, QString* title = nullptr) {
+  QTimer::singleShot(0, [&] {
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    ASSERT_NE(box, nullptr);
+    if (title) *title = box->windowTitle() + "|" + box->text();
+    if (button == QMessageBox::NoButton)
+      box->close();
+    else
+      box->button(button)->click();
+  });
+  return QtMessages().show("a <b>text</b>", buttons, Icon::Question);
+}
+
+TEST(QtMessages, EachButtonIsItsAnswerAndClosingLosesNothing) {
+  QString title;
+  EXPECT_EQ(answered(Buttons::Ok, QMessageBox::Ok, &title), Answer::Ok);
+  EXPECT_EQ(title, "Tarnvisor 4.60.0.0|a <b>text</b>");
+  EXPECT_EQ(answered(Buttons::YesNoCancel, QMessageBox::Yes), Answer::Yes);
+  EXPECT_EQ(answered(Buttons::YesNoCancel, QMessageBox::No), Answer::No);
+  EXPECT_EQ(answered(Buttons::YesNoCancel, QMessageBox::NoButton), Answer::Cancel);
+  EXPECT_EQ(answered(Buttons::YesNo, QMessageBox::NoButton), Answer::No);
+  EXPECT_EQ(answered(Buttons::OkCancel, QMessageBox::NoButton), Answer::Cancel);
+  EXPECT_EQ(answered(Buttons::Ok, QMessageBox::NoButton), Answer::Ok);
+}
+
+TEST(QtWaitCursor, NestsAndMakesRoomForADialog) {
+  QtWaitCursor wait;
+  wait.begin();
+  wait.begin();
+  {
+    const QtWaitCursor::Pause pause;
+    EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::ArrowCursor);
+  }
+  wait.end();
+  EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
+  wait.end();
+  wait.end();
+  EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST(QtClipboard, TextAndOwnFormatsComeBackAndForeignDataDoesNot) {
+  QtClipboard clipboard;
+  clipboard.setText("a\tb\r\n");
+  EXPECT_EQ(clipboard.text(), "a\tb\r\n");
+  EXPECT_FALSE(clipboard.data("CDim"));
+  EXPECT_FALSE(clipboard.bitmap());
+  const std::vector<uint8_t> bytes{0, 1, 0xff, 0};
+  EXPECT_EQ(clipboard.setData("CDim", bytes), ClipboardResult::Done);
+  EXPECT_EQ(clipboard.data("CDim"), bytes);
+  EXPECT_FALSE(clipboard.text());
+  EXPECT_TRUE(QGuiApplication::clipboard()->mimeData()->hasFormat("application/x-tarnvisor-cdim"));
+}
+
+TEST(QtClipboard, APictureIsABitmapWithoutItsFileHeader) {
+  struct Case {
+    QImage::Format format;
+    uint16_t bits;
+    uint32_t colours;
+  };
+  for (const Case& c : {Case{QImage::Format_RGB32, 24, 0}, Case{QImage::Format_Grayscale8, 8, 256}}) {
+    QImage picture(3, 2, c.format);
+    picture.fill(c.bits == 24 ? Qt::red : Qt::gray);
+    QGuiApplication::clipboard()->setImage(picture);
+    const auto bytes = QtClipboard().bitmap();
+    ASSERT_TRUE(bytes);
+    ASSERT_EQ(bytes->size(), 40 + c.colours * 4 + (c.bits == 24 ? 12u : 4u) * 2);
+    int32_t width = 0;
+    uint16_t bits = 0;
+    std::memcpy(&width, bytes->data() + 4, 4);
+    std::memcpy(&bits, bytes->data() + 14, 2);
+    EXPECT_EQ((*bytes)[0], 40);
+    EXPECT_EQ(width, 3);
+    EXPECT_EQ(bits, c.bits);
+  }
+}
+
+TEST(QtPrinter, PagesGoToAFileAndAFileThatCantBeMadeIsSaid) {
+  TestHost host;
+  const TempFolder folder;
+  const auto draw = [](PrintJob& job) {
+    EXPECT_TRUE(job.canvas().isPrinter());
+    EXPECT_EQ(job.pixelsPerInch(), 600);
+    EXPECT_GT(job.pageSize().height, 5000);
+    JobLines lines(job);
+    EXPECT_GT(lines.linesPerPage(), 40);
+    for (int page = 0; page < 3; ++page) {
+      lines.beginPage();
+      lines.text(1, 2, "words");
+    }
+    const uint32_t block = 0xff112233;
+    job.canvas().pixels({&block, 1, 1, 1}, {100, 100, 900, 900});
+  };
+  const auto printTo = [&](const std::string& path) {
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setResolution(600);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromStdString(path));
+    return QtPrinter::drawOn(printer, draw);
+  };
+  EXPECT_TRUE(printTo(folder.file("pages.pdf")));
+  const std::string pdf = readWholeText(folder.file("pages.pdf")).value_or("");
+  EXPECT_EQ(pdf.substr(0, 5), "%PDF-");
+  EXPECT_NE(pdf.find("/Count 3"), std::string::npos);
+  EXPECT_FALSE(printTo(folder.file("missing/pages.pdf")));
+  EXPECT_EQ(host.messages, std::vector<std::string>{QtPrinter::kNoSupport});
+}
+
+TEST(QtLoop, CommandsTimersAndIdlePassesRunAmongQtsEvents) {
+  MessageLoop loop;
+  std::vector<int32_t> commands;
+  int passes = 0, ticks = 0, events = 0, told = 0;
+  loop.onCommand = [&](int32_t id) {
+    commands.push_back(id);
+    if (id == 1) loop.post(2);
+  };
+  loop.onIdle = [&](int32_t) { return ++passes < 200; };
+  const QtLoop driven(loop, [&] { ++told; });
+  loop.post(1);
+  loop.setTimer(7, 1, [&] { ++ticks; });
+  QTimer other;
+  QObject::connect(&other, &QTimer::timeout, [&] { ++events; });
+  other.start(1);
+  EXPECT_TRUE(commands.empty()) << "a posted command waits for its turn";
+  QTest::qWait(100);
+  EXPECT_EQ(commands, (std::vector<int32_t>{1, 2}));
+  EXPECT_GE(passes, 200) << "repeated at once while they ask for it";
+  EXPECT_GT(ticks, 5);
+  EXPECT_GT(events, 5) << "Qt's own events have their share";
+  EXPECT_GT(told, 5);
+}
+
+TEST(QtLoop, AModalDialogStopsItUntilItCloses) {
+  MessageLoop loop;
+  int ran = 0, inside = -1;
+  loop.onCommand = [&](int32_t) { ++ran; };
+  const QtLoop driven(loop, {});
+  QDialog dialog;
+  QTimer::singleShot(0, [&] { loop.post(1); });
+  QTimer::singleShot(60, [&] {
+    inside = ran;
+    dialog.reject();
+  });
+  dialog.exec();
+  EXPECT_EQ(inside, 0);
+  QTest::qWait(60);
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(CommandLine, FilesSwitchesAndOptionsAreToldApart) {
+  const std::string here = workingFolder();
+  struct Case {
+    std::vector<std::string> arguments;
+    std::string forApplication;
+    std::vector<std::string> others;
+    int exitCode;
+  };
+  const Case cases[] = {
+      {{}, "", {}, -1},
+      {{"/d/a.tv1"}, "/d/a.tv1", {}, -1},
+      {{"a.tv1", "b.rst"}, here + "a.tv1", {here + "b.rst"}, -1},
+      {{"a.png", "b.tv1"}, "", {here + "a.png", here + "b.tv1"}, -1},
+      {{"/a", "v.dtv"}, "/a " + here + "v.dtv", {}, -1},
+      {{"--data", "demo", "/m", "/v.dtv"}, "/m /v.dtv", {}, -1},
+      {{"--", "-x.tv1"}, here + "-x.tv1", {}, -1},
+      {{"/a", "v.dtv", "w.dtv"}, "", {}, 2},
+      {{"--help"}, "", {}, 0},
+      {{"--version"}, "", {}, 0},
+      {{"--data"}, "", {}, 2},
+      {{"--nonsense"}, "", {}, 2},
+  };
+  for (const Case& c : cases) {
+    const CommandLine line = parseCommandLine(c.arguments);
+    EXPECT_EQ(line.forApplication, c.forApplication);
+    EXPECT_EQ(line.exitCode, c.exitCode);
+    EXPECT_EQ(line.otherFiles, c.others);
+    EXPECT_EQ(line.message.empty(), c.exitCode < 0);
+  }
+  EXPECT_EQ(parseCommandLine({"--data", "demo"}).dataFolder, here + "demo");
+}
+
+}  // namespace
+}  // namespace tarnvisor

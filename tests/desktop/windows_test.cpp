@@ -1,0 +1,386 @@
+// The main window, driven by mouse, keys and menus.
+#include <QDropEvent>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QScrollBar>
+#include <QStatusBar>
+#include <QTest>
+#include <QToolBar>
+#include <QUrl>
+#include <QWheelEvent>
+
+#include "app/mainframe.h"
+#include "base/text.h"
+#include "desktop/opening.h"
+#include "desktop/qthost.h"
+#include "framework/commandids.h"
+#include "settings/profile.h"
+#include "support/imagedoctest.h"
+
+namespace tarnvisor {
+namespace {
+
+// A view that writes down what comes in.
+struct ProbeView final : CView {
+  using CView::CView;
+  std::vector<std::string> seen;
+  Size content{1000, 300};
+  void note(const char* what, const MouseEvent& e) {
+    seen.push_back(format("%s %i,%i b%i%s%s", what, e.at.x, e.at.y, static_cast<int>(e.button),
+                          e.shift ? " shift" : "", e.control ? " control" : ""));
+  }
+  void mouseDown(const MouseEvent& e) override { note("down", e); }
+  void mouseUp(const MouseEvent& e) override { note("up", e); }
+  void mouseMove(const MouseEvent& e) override { note("move", e); }
+  void mouseDouble(const MouseEvent& e) override { note("double", e); }
+  void wheel(const WheelEvent& e) override {
+    seen.push_back(format("wheel %i%s%s", e.steps, e.shift ? " shift" : "", e.control ? " control" : ""));
+  }
+  bool keyDown(const KeyEvent& e) override {
+    seen.push_back(format("key %i%s", static_cast<int>(e.key), e.shift ? " shift" : ""));
+    return true;
+  }
+  void onActivate() override { seen.emplace_back("activate"); }
+  Size contentSize() const override { return content; }
+  std::vector<StatusPane> panes() const override {
+    return {{"position", format("pos=%5i", scrollPosition().x)}, {"zoom", "zoom= 100%"}};
+  }
+  ViewSite& window() const { return site(); }
+  void resized(Size now) {
+    content = now;
+    contentChanged();
+  }
+};
+
+struct ProbeDocument final : CDocument {
+  void serialize(Archive&) override {}
+};
+
+class WindowTest : public ImageDocTest {
+ protected:
+  void SetUp() override {
+    registerStoredClasses();
+    options.documentTable = documentTable();
+    options.dataFolder = folder.file("data");
+    begin();
+  }
+  void TearDown() override { end(); }
+
+  void begin() {
+    app = std::make_unique<CBasicApp>();
+    frame = std::make_unique<CBasicMainFrame>(*app);
+    windows.connect(*app, provisionalTables(*app));
+    loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
+    ASSERT_TRUE(app->initInstance(options));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
+  }
+  void end() {
+    windows.closeWindows();
+    loop.reset();
+    frame.reset();
+    app.reset();
+  }
+
+  MainWindow& window() { return *windows.mainWindow(); }
+  QMdiSubWindow& windowOf(const CDocument& document) {
+    return *window().documentWindows().windowOf(document);
+  }
+  ViewWidget& widgetOf(const CDocument& document) { return *window().documentWindows().widgetOf(document); }
+  // Long enough for posted commands and gathered updates.
+  static void settle() { QTest::qWait(60); }
+
+  // The menu that is shown under a title, and its entries' texts, "-" for separators.
+  QMenu* menu(const QString& title) {
+    for (QMenu* each : window().menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly))
+      if (each->title() == title) return each;
+    return nullptr;
+  }
+  QStringList entries(const QString& title) {
+    QStringList texts;
+    emit menu(title)->aboutToShow();
+    for (const QAction* action : menu(title)->actions())
+      texts << (action->isSeparator() ? "-" : action->text());
+    return texts;
+  }
+  QAction* action(int32_t id) { return window().commandActions().action(id); }
+
+  // A document of a kind of its own whose view is a probe.
+  ProbeView& probe() {
+    auto type = std::make_unique<DocumentType>(DocumentClass{
+        1, "\nProbe\n\n\n\n\n", "", "", "", [] { return std::unique_ptr<CDocument>(new ProbeDocument); },
+        [](CDocument& d) { return std::unique_ptr<CView>(new ProbeView(d)); }});
+    CDocument* document = app->documents.registerType(std::move(type))->newDocument();
+    settle();
+    return static_cast<ProbeView&>(*document->views().front());
+  }
+
+  void drop(const std::vector<std::string>& paths) {
+    QMimeData data;
+    QList<QUrl> urls;
+    for (const std::string& path : paths) urls << QUrl::fromLocalFile(QString::fromStdString(path));
+    data.setUrls(urls);
+    QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent event({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window(), &event);
+    EXPECT_TRUE(app->documents.documents().empty()) << "the giver of the files does not wait";
+    settle();
+  }
+  std::string savedImage(const std::string& name) {
+    ZBasicDoc& d = makeImage(40, 30);
+    EXPECT_TRUE(d.onSaveDocument(folder.file(name)));
+    process.imageTemplate->discard(d);
+    return folder.file(name);
+  }
+
+  QtHost windows;
+  // Questions go to the test, windows are real.
+  Host ports{host, host, host, host, windows, host, host, host};
+  HostScope scope{ports};
+  std::unique_ptr<CBasicMainFrame> frame;
+  std::unique_ptr<QtLoop> loop;
+};
+
+TEST_F(WindowTest, EachDocumentHasAWindowThatFollowsIt) {
+  ZBasicDoc& first = makeImage(40, 30);
+  ZBasicDoc& second = makeImage(40, 30);
+  EXPECT_EQ(windowOf(first).windowTitle(), "Image1[*]");
+  EXPECT_EQ(windowOf(second).mdiArea()->activeSubWindow(), &windowOf(second));
+  EXPECT_EQ(entries("&Window").mid(4), (QStringList{"&1 Image1", "&2 Image2"}));
+  // To the front by mouse, by menu, by the program.
+  windowOf(first).mdiArea()->setActiveSubWindow(&windowOf(first));
+  EXPECT_EQ(app->documents.active(), &first);
+  (void)entries("&Window");
+  EXPECT_TRUE(menu("&Window")->actions().at(4)->isChecked());
+  menu("&Window")->actions().at(5)->trigger();
+  EXPECT_EQ(app->documents.active(), &second);
+  app->documents.activate(first);
+  EXPECT_EQ(windowOf(first).mdiArea()->activeSubWindow(), &windowOf(first));
+
+  first.setModified();
+  window().updateSoon();
+  settle();
+  EXPECT_TRUE(windowOf(first).isWindowModified());
+  EXPECT_FALSE(windowOf(second).isWindowModified());
+  const QPointer<QMdiSubWindow> gone = &windowOf(second);
+  process.imageTemplate->discard(second);
+  settle();
+  EXPECT_EQ(gone, nullptr);
+}
+
+TEST_F(WindowTest, MouseAndKeysReachTheViewAsRecords) {
+  ProbeView& view = probe();
+  QWidget* area = widgetOf(view.document()).viewport();
+  view.seen.clear();
+  QTest::mousePress(area, Qt::LeftButton, Qt::ShiftModifier, {10, 20});
+  QTest::mouseMove(area, {30, 25});
+  QTest::mouseRelease(area, Qt::LeftButton, Qt::ControlModifier, {-5, 25});
+  QTest::mouseDClick(area, Qt::RightButton, {}, {3, 4});
+  QTest::mousePress(area, Qt::MiddleButton, {}, {1, 2});
+  std::erase_if(view.seen, [](const std::string& s) { return s.starts_with("move"); });
+  EXPECT_EQ(view.seen, (std::vector<std::string>{"down 10,20 b1 shift", "up -5,25 b1 control",
+                                                 "double 3,4 b3", "down 1,2 b2"}));
+  view.seen.clear();
+  const auto turn = [&](QPoint angle, Qt::KeyboardModifiers keys) {
+    QWheelEvent event({5, 5}, {5, 5}, {}, angle, Qt::NoButton, keys, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(area, &event);
+  };
+  turn({0, 240}, Qt::ControlModifier);
+  turn({0, -80}, {});
+  turn({0, -80}, {});
+  turn({120, 0}, {});
+  QTest::keyClick(&widgetOf(view.document()), Qt::Key_Delete);
+  QTest::keyClick(&widgetOf(view.document()), Qt::Key_PageDown);
+  EXPECT_EQ(view.seen, (std::vector<std::string>{"wheel 2 control", "wheel -1", "wheel 1 shift",
+                                                 format("key %i", static_cast<int>(Key::Delete)),
+                                                 format("key %i", static_cast<int>(Key::PageDown))}));
+}
+
+TEST_F(WindowTest, ScrollBarsAndTheViewsPositionAreOne) {
+  ProbeView& view = probe();
+  ViewWidget& widget = widgetOf(view.document());
+  windowOf(view.document()).resize(420, 260);
+  EXPECT_EQ(view.windowSize(), (Size{widget.viewport()->width(), widget.viewport()->height()}));
+  EXPECT_EQ(widget.horizontalScrollBar()->maximum(), 1000 - view.windowSize().width);
+  widget.horizontalScrollBar()->setValue(123);
+  EXPECT_EQ(view.scrollPosition().x, 123);
+  view.scrollTo({77, 9});
+  EXPECT_EQ(widget.horizontalScrollBar()->value(), 77);
+  EXPECT_EQ(widget.verticalScrollBar()->value(), 9);
+  view.resized({50, 50});
+  QApplication::processEvents();
+  EXPECT_FALSE(widget.horizontalScrollBar()->isVisible());
+  EXPECT_EQ(view.windowSize().width, widget.largestViewport().width());
+  // A frame as large as the content, within the main window.
+  view.window().resizeFrame({300, 200});
+  EXPECT_EQ(view.windowSize(), (Size{300, 200}));
+  view.window().resizeFrame({30000, 200});
+  EXPECT_EQ(windowOf(view.document()).width(), windowOf(view.document()).mdiArea()->viewport()->width());
+}
+
+TEST_F(WindowTest, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
+  ProbeView& view = probe();
+  const auto pane = [&](const char* name) { return window().statusBar()->findChild<QLabel*>(name); };
+  settle();
+  ASSERT_NE(pane("zoom"), nullptr);
+  EXPECT_EQ(pane("zoom")->text(), "zoom= 100%");
+  EXPECT_EQ(view.seen.front(), "activate");
+  const int width = pane("position")->width();
+  windowOf(view.document()).resize(420, 260);
+  view.scrollTo({400, 0});
+  view.window().panesChanged();
+  settle();
+  EXPECT_EQ(pane("position")->text(), "pos=  400");
+  EXPECT_GE(pane("position")->width(), width);
+  app->documents.closeAll();
+  settle();
+  EXPECT_FALSE(pane("zoom")->isVisible());
+}
+
+TEST_F(WindowTest, CommandsAreOnWhenSomebodyTakesThem) {
+  settle();
+  EXPECT_FALSE(action(cmd::FileSave)->isEnabled());
+  EXPECT_FALSE(action(cmd::ZoomFit)->isEnabled());
+  EXPECT_TRUE(action(cmd::FileOpen)->isEnabled());
+  ZBasicDoc& image = makeImage(40, 30);
+  settle();
+  EXPECT_TRUE(action(cmd::FileSave)->isEnabled());
+  EXPECT_FALSE(action(cmd::Undo)->isEnabled());
+  const bool ticked = action(cmd::ShowCrosshair)->isChecked();
+  EXPECT_EQ(ticked, image.showtarget != 0);
+  action(cmd::ShowCrosshair)->trigger();
+  settle();
+  EXPECT_EQ(action(cmd::ShowCrosshair)->isChecked(), !ticked);
+  EXPECT_NE(image.showtarget != 0, ticked);
+  action(cmd::Negative)->trigger();
+  settle();
+  EXPECT_TRUE(action(cmd::Undo)->isEnabled());
+  EXPECT_TRUE(windowOf(image).isWindowModified());
+}
+
+TEST_F(WindowTest, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
+  EXPECT_TRUE(entries("&File").contains("&Open..."));
+  EXPECT_TRUE(entries("&File").contains("No recent files"));
+  settings.setString("Recent File List", "File1", "/data/a.tv1");
+  settings.setString("Recent File List", "File2", "/data/b.tv1");
+  const QStringList file = entries("&File");
+  EXPECT_EQ(file.filter("/data/").size(), 2);
+  EXPECT_FALSE(file.contains("No recent files"));
+  std::map<QString, QString> taken;
+  for (const QAction* each : window().findChildren<QAction*>())
+    if (!each->shortcut().isEmpty()) {
+      EXPECT_EQ(taken[each->shortcut().toString()], "") << each->text().toStdString();
+      taken[each->shortcut().toString()] = each->text();
+    }
+  EXPECT_EQ(action(cmd::FileSave)->toolTip(), "Save (Ctrl+S)");
+  EXPECT_EQ(action(cmd::FileSave)->statusTip(), "Saves the document in front.");
+}
+
+TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
+  auto* bar = window().findChild<QToolBar*>("Main");
+  ASSERT_NE(bar, nullptr);
+  const bool before = app->expertMode != 0;
+  EXPECT_EQ(bar->isVisible(), before);
+  action(cmd::ExpertMode)->trigger();
+  settle();
+  EXPECT_EQ(bar->isVisible(), !before);
+}
+
+TEST_F(WindowTest, ControlSSaves) {
+  ASSERT_NE(app->openDocumentFile(savedImage("kept.tv1")), nullptr);
+  image()->appendNotes("more");
+  image()->setModified();
+  settle();
+  QTest::keyClick(&window(), Qt::Key_S, Qt::ControlModifier);
+  settle();
+  EXPECT_FALSE(image()->isModified());
+  EXPECT_FALSE(windowOf(*image()).isWindowModified());
+}
+
+TEST_F(WindowTest, ClosingADocumentsWindowAsksWhenItHasChanged) {
+  ZBasicDoc& d = makeImage(40, 30);
+  d.setModified();
+  host.answers = {Answer::Cancel, Answer::No};
+  windowOf(d).close();
+  settle();
+  EXPECT_EQ(image(), &d);
+  EXPECT_TRUE(windowOf(d).isVisible());
+  windowOf(d).close();
+  settle();
+  EXPECT_EQ(image(), nullptr);
+}
+
+TEST_F(WindowTest, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
+  makeImage(40, 30).setModified();
+  makeImage(40, 30).setModified();
+  (void)makeImage(40, 30);
+  host.answers = {Answer::No, Answer::Cancel};
+  EXPECT_FALSE(window().close());
+  EXPECT_EQ(app->documents.documents().size(), 3u);
+  EXPECT_EQ(settings.getInt("MainWindow", "w", -1), -1);
+  window().showNormal();
+  window().setGeometry(50, 60, 900, 700);
+  host.answers = {Answer::No, Answer::No};
+  EXPECT_TRUE(window().close());
+  EXPECT_TRUE(app->documents.documents().empty());
+  const std::pair<const char*, int> kept[] = {{"left", 50}, {"top", 60}, {"w", 900}, {"h", 700}};
+  for (const auto& [key, value] : kept) EXPECT_EQ(settings.getInt("MainWindow", key, -1), value) << key;
+}
+
+TEST_F(WindowTest, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
+  EXPECT_TRUE(window().isMaximized()) << "the whole screen at first";
+  window().showNormal();
+  window().setGeometry(40, 30, 1000, 800);
+  window().close();
+  end();
+  begin();
+  EXPECT_EQ(window().geometry(), QRect(40, 30, 1000, 800));
+  window().setGeometry(90, 90, 500, 400);
+  window().showMinimized();
+  window().close();
+  EXPECT_EQ(settings.getInt("MainWindow", "left", -1), 40);
+}
+
+TEST_F(WindowTest, DroppedFilesOpenAndSeveralAreTiled) {
+  const std::string first = savedImage("one.tv1");
+  const std::string second = savedImage("two.tv1");
+  drop({first, second});
+  ASSERT_EQ(app->documents.documents().size(), 2u);
+  const QRect a = windowOf(*app->documents.documents()[0]).geometry();
+  const QRect b = windowOf(*app->documents.documents()[1]).geometry();
+  EXPECT_FALSE(a.intersects(b));
+  EXPECT_EQ(a.width() + b.width(), windowOf(*image()).mdiArea()->viewport()->width());
+}
+
+TEST_F(WindowTest, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
+  ZBasicDoc& d = makeImage(40, 30);
+  const std::string still = folder.file("still.bmp");
+  ASSERT_TRUE(d.saveImage(still));
+  d.setModified(false);
+  process.imageTemplate->discard(d);
+  drop({still});
+  ASSERT_NE(image(), nullptr);
+  EXPECT_EQ(image()->theImage()->width, 40);
+  ASSERT_TRUE(replaceFile(folder.file("broken.bmp"), std::string_view("BM?")));
+  ASSERT_TRUE(replaceFile(folder.file("words.txt"), std::string_view("?")));
+  const size_t told = host.messages.size();
+  window().openFiles({folder.file("broken.bmp"), folder.file("words.txt")});
+  EXPECT_EQ(app->documents.documents().size(), 1u);
+  EXPECT_EQ(host.messages.size(), told + 2);
+}
+
+TEST_F(WindowTest, TheManualOpensAtThePageOfTheWindowInFront) {
+  EXPECT_EQ(helpPage(nullptr), "");
+  ASSERT_TRUE(makeFolderPath(folder.file("help")));
+  for (const char* page : {"index.html", "image.html"})
+    ASSERT_TRUE(replaceFile(folder.file("help/") + page, std::string_view("<html>")));
+  EXPECT_EQ(helpPage(nullptr), folder.file("help/index.html"));
+  EXPECT_EQ(helpPage(&makeImage(4, 4)), folder.file("help/image.html"));
+  EXPECT_EQ(helpPage(process.resultTemplate->newDocument()), folder.file("help/index.html"));
+}
+
+}  // namespace
+}  // namespace tarnvisor
