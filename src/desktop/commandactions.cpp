@@ -1,9 +1,11 @@
 #include "desktop/commandactions.h"
 
 #include <QAction>
-#include <QActionGroup>
+#include <algorithm>
 
-#include "app/basicapp.h"
+#include "app/commandtexts.h"
+#include "app/recentfiles.h"
+#include "desktop/icons.h"
 #include "desktop/qttext.h"
 #include "framework/commandids.h"
 
@@ -15,24 +17,10 @@ constexpr size_t kWindowsListed = 9;
 
 QString escaped(QString words) { return words.replace('&', "&&"); }
 
-struct Found {
-  const CommandRow* row = nullptr;
-  const CommandTarget* target = nullptr;
-};
-
-Found find(const std::vector<CommandTarget*>& chain, int32_t id) {
-  for (const CommandTarget* target : chain)
-    if (const CommandTableBase* table = target ? target->commands() : nullptr)
-      if (const CommandRow* row = table->find(id)) return {row, target};
-  return {};
-}
-
 }  // namespace
 
-CommandActions::CommandActions(QWidget& ownerWindow, CBasicApp& application, const FrameTables& frameTables)
-    : window(ownerWindow), app(application), tables(frameTables) {
-  for (const int32_t id : tables.commands) (void)action(id);
-}
+CommandActions::CommandActions(QWidget& ownerWindow, CBasicApp& application)
+    : window(ownerWindow), app(application) {}
 
 QAction* CommandActions::action(int32_t id) {
   QAction*& kept = actions[id];
@@ -51,51 +39,59 @@ QAction* CommandActions::action(int32_t id) {
 }
 
 void CommandActions::setWords(QAction& action, int32_t id) const {
-  const CommandWords words = tables.words ? tables.words(id) : CommandWords{};
+  const CommandText& words = commandText(id);
   const QString tip = toQt(words.tip);
   const QKeySequence keys(toQt(words.shortcut), QKeySequence::PortableText);
   action.setText(escaped(tip));
   action.setStatusTip(toQt(words.status));
-  action.setShortcut(keys);
   action.setToolTip(keys.isEmpty() ? tip : tip + " (" + keys.toString(QKeySequence::NativeText) + ")");
-  if (tables.icon && !words.icon.empty()) action.setIcon(tables.icon(words.icon, window.palette()));
+  if (*words.icon) action.setIcon(commandIcon(words.icon, window.palette()));
   action.setIconVisibleInMenu(false);
 }
 
-void CommandActions::fill(QMenu& menu, const std::vector<MenuItem>& items) {
-  for (const MenuItem& item : items) {
-    switch (item.kind) {
-      case MenuItem::Kind::Command:
-        menu.addAction(action(item.id));
+void CommandActions::fill(QMenu& menu, const std::vector<MenuEntry>& entries) {
+  const std::vector<CommandTarget*> chain = app.commandChain();
+  for (const MenuEntry& entry : entries) {
+    switch (entry.kind) {
+      case MenuEntry::Kind::Command:
+        if (commandState(chain, entry.id).known) menu.addAction(action(entry.id));
         break;
-      case MenuItem::Kind::Separator:
+      case MenuEntry::Kind::Separator:
         menu.addSeparator();
         break;
-      case MenuItem::Kind::Submenu:
-        fill(*menu.addMenu(toQt(item.title)), item.items);
+      case MenuEntry::Kind::Submenu:
+        fill(*menu.addMenu(toQt(entry.title)), entry.entries);
         break;
-      case MenuItem::Kind::RecentFiles:
+      case MenuEntry::Kind::RecentFiles:
         addRecentFiles(menu);
         break;
-      case MenuItem::Kind::Windows:
+      case MenuEntry::Kind::Windows:
         addWindows(menu);
         break;
     }
   }
 }
 
+void CommandActions::giveKeysTo(const std::vector<int32_t>& ids) {
+  for (const int32_t id : ids) (void)action(id);
+  for (const auto& [id, shown] : actions) {
+    const bool wanted = std::ranges::find(ids, id) != ids.end();
+    shown->setShortcut(wanted ? QKeySequence(toQt(commandText(id).shortcut), QKeySequence::PortableText)
+                              : QKeySequence());
+  }
+}
+
 void CommandActions::addRecentFiles(QMenu& menu) {
-  int32_t id = cmd::RecentFile1;
-  for (const std::string& label : tables.recentFiles ? tables.recentFiles() : std::vector<std::string>{}) {
-    QAction* entry = menu.addAction(toQt(label));
-    const CommandWords words = tables.words ? tables.words(id) : CommandWords{};
-    entry->setStatusTip(toQt(words.status));
+  const std::vector<std::string> files = recentFiles();
+  for (size_t i = 0; i < files.size(); ++i) {
+    const int32_t id = cmd::RecentFile1 + static_cast<int32_t>(i);
+    QAction* entry = menu.addAction(toQt(recentFileLabel(files, i)));
+    entry->setStatusTip(toQt(files[i]));
     QObject::connect(entry, &QAction::triggered, &window, [this, id] {
       if (onTriggered) onTriggered(id);
     });
-    ++id;
   }
-  if (id == cmd::RecentFile1) menu.addAction("No recent files")->setEnabled(false);
+  if (files.empty()) menu.addAction("No recent files")->setEnabled(false);
 }
 
 // The document in front is ticked.
@@ -116,12 +112,11 @@ void CommandActions::addWindows(QMenu& menu) {
 void CommandActions::refresh() {
   const std::vector<CommandTarget*> chain = app.commandChain();
   for (const auto& [id, shown] : actions) {
-    const auto [row, target] = find(chain, id);
-    const bool ticked = row && row->ticked(*target);
-    shown->setEnabled(row && row->enabled(*target));
-    shown->setCheckable(ticked);
-    shown->setChecked(ticked);
-    if (row && *row->text) shown->setText(toQt(row->text));
+    const CommandState state = commandState(chain, id);
+    shown->setEnabled(state.enabled);
+    shown->setCheckable(state.ticked);
+    shown->setChecked(state.ticked);
+    if (!state.text.empty()) shown->setText(toQt(state.text));
   }
 }
 

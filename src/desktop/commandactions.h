@@ -8,20 +8,22 @@
 #include <map>
 #include <vector>
 
-#include "desktop/frametables.h"
-
-class QToolBar;
+#include "app/basicapp.h"
+#include "app/menus.h"
 
 namespace tarnvisor {
 
 class CommandActions {
  public:
-  // Borrows all three; the window owns the actions.
-  CommandActions(QWidget& ownerWindow, CBasicApp& application, const FrameTables& frameTables);
+  // Borrows both; the window owns the actions.
+  CommandActions(QWidget& ownerWindow, CBasicApp& application);
 
   QAction* action(int32_t id);
   // Puts entries into an empty menu; those of a submenu that lists files or windows are made when it opens.
-  void fill(QMenu& menu, const std::vector<MenuItem>& items);
+  // A command that nobody in the chain knows is left out.
+  void fill(QMenu& menu, const std::vector<MenuEntry>& entries);
+  // Lets these commands answer to their shortcuts, and no others.
+  void giveKeysTo(const std::vector<int32_t>& ids);
   // Asks the commands for their state anew.
   void refresh();
   void refreshIcons();
@@ -35,7 +37,6 @@ class CommandActions {
   void addWindows(QMenu& menu);
   QWidget& window;
   CBasicApp& app;
-  const FrameTables& tables;
   std::map<int32_t, QAction*> actions;
 };
 

@@ -5,19 +5,22 @@
 namespace tarnvisor {
 
 DesktopDialogs::DesktopDialogs(CBasicMainFrame& frame, QWidget* parent)
-    : mainFrame(frame), parentWindow(parent), subject(parent), exams(parent), magnification(parent) {
+    : mainFrame(frame),
+      parentWindow(parent),
+      subject(parent),
+      exams(parent),
+      magnification(parent),
+      profiles(parent) {
   frame.subjectFace = &subject;
   frame.examFace = &exams;
+  frame.profileFace = &profiles;
 }
 
 DesktopDialogs::~DesktopDialogs() {
   mainFrame.subjectFace = nullptr;
   mainFrame.examFace = nullptr;
+  mainFrame.profileFace = nullptr;
   delete shortcuts;
-}
-
-bool DesktopDialogs::runProfiles(ProfileModel& profiles) {
-  return ProfileWindow(profiles, parentWindow).exec() == QDialog::Accepted;
 }
 
 void DesktopDialogs::showShortcuts(const std::vector<std::pair<std::string, std::string>>& commands) {

@@ -25,8 +25,6 @@ class DesktopDialogs {
   DesktopDialogs(const DesktopDialogs&) = delete;
   DesktopDialogs& operator=(const DesktopDialogs&) = delete;
 
-  // False for Cancel.
-  bool runProfiles(ProfileModel& profiles);
   // Opens the window, or brings it to the front. Pairs of a command's words and its keys.
   void showShortcuts(const std::vector<std::pair<std::string, std::string>>& commands);
 
@@ -36,6 +34,7 @@ class DesktopDialogs {
   SubjectFace subject;
   ExamFace exams;
   MagnificationTableFace magnification;
+  ProfileTableFace profiles;
   QPointer<ShortcutList> shortcuts;  // goes with its parent, or with this
 };
 

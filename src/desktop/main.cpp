@@ -49,7 +49,7 @@ int runWorkstation(const CommandLine& line) {
   const HostScope scope(windows.ports);
   CBasicApp app;
   CBasicMainFrame frame(app);
-  windows.connect(app, provisionalTables(app));
+  windows.connect(app, frame);
   const QtLoop loop(app.loop, [&] {
     if (windows.mainWindow()) windows.mainWindow()->updateSoon();
   });

@@ -12,6 +12,9 @@
 #include <QToolBar>
 #include <QUrl>
 
+#include "app/commandtexts.h"
+#include "base/text.h"
+#include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qttext.h"
 #include "framework/commandids.h"
@@ -21,20 +24,20 @@ namespace tarnvisor {
 namespace {
 
 constexpr int kUpdateMs = 20;
-constexpr int32_t kDocumentPopup = 10017;
-
-Rect asRect(const QRect& r) { return {r.x(), r.y(), r.x() + r.width(), r.y() + r.height()}; }
-
 }  // namespace
 
-MainWindow::MainWindow(CBasicApp& application, FrameTables frameTables, const QString& title)
+MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const QString& title)
     : app(application),
-      tables(std::move(frameTables)),
+      frame(mainFrame),
       area(new QMdiArea(this)),
-      actions(*this, application, tables),
+      actions(*this, application),
       documents(application, *area),
-      panes(*statusBar()) {
+      panes(*statusBar()),
+      dialogs(mainFrame, this),
+      mainBar(makeBar("Main", Qt::TopToolBarArea)),
+      opsBar(makeBar("Operations", Qt::LeftToolBarArea)) {
   setWindowTitle(title);
+  setWindowIcon(programIcon());
   setAcceptDrops(true);
   setCentralWidget(area);
   area->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -48,7 +51,8 @@ MainWindow::MainWindow(CBasicApp& application, FrameTables frameTables, const QS
   documents.onTouched = [this] { updateSoon(); };
   documents.onPanesChanged = [this] { updateSoon(); };
   documents.onFrontChanged = [this] { updateNow(); };
-  documents.onContextMenu = [this](QPoint at) { openPopup(kDocumentPopup, at); };
+  documents.onContextMenu = [this](QPoint at) { openPopup(kToolsPopup, at); };
+  if (frame.hasRecordBar()) addToolBar(Qt::BottomToolBarArea, recordBar = new RecordBar(this));
   refreshBars();
   documents.follow();
 }
@@ -59,13 +63,14 @@ MainWindow::~MainWindow() = default;
 
 void MainWindow::showPlaced() {
   const QRect room = screen()->availableGeometry();
-  const Rect wanted = tables.readPlacement(Size{room.width(), room.height()});
-  setGeometry(wanted.left, wanted.top, wanted.width(), wanted.height());
-  if (wanted.width() >= room.width() && wanted.height() >= room.height())
+  const Placement wanted = readPlacement({room.width(), room.height()});
+  setGeometry(wanted.left, wanted.top, wanted.width, wanted.height);
+  statusPlace = wanted.status;
+  if (wanted.width >= room.width() && wanted.height >= room.height())
     showMaximized();
   else
     show();
-  if (tables.onShown) tables.onShown();
+  frame.windowShown();
 }
 
 // All questions come before the first document goes, so that Cancel keeps everything.
@@ -84,7 +89,8 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   event->accept();
   if (closed) return;
   closed = true;
-  if (tables.storePlacement) tables.storePlacement(asRect(geometry()), isMinimized());
+  if (statusWindow) statusPlace = {statusWindow->x(), statusWindow->y()};
+  frame.storePlacement({x(), y(), width(), height(), statusPlace}, isMinimized());
   while (CDocument* front = app.documents.active()) front->type()->discard(*front);
   if (onClosed) onClosed();
 }
@@ -95,8 +101,21 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 void MainWindow::trigger(int32_t id) {
   if (id == cmd::HelpContents)
     openHelp();
+  else if (id == cmd::ShortcutList)
+    showShortcuts();
   else
     app.postMainCommand(id);
+}
+
+// Those of the present menus.
+void MainWindow::showShortcuts() {
+  std::vector<std::pair<std::string, std::string>> keys;
+  for (const CommandText& text : commandTexts()) {
+    const QAction* shown = actions.action(text.id);
+    if (!shown->shortcut().isEmpty())
+      keys.emplace_back(text.tip, fromQt(shown->shortcut().toString(QKeySequence::NativeText)));
+  }
+  dialogs.showShortcuts(keys);
 }
 
 void MainWindow::openHelp() {
@@ -124,74 +143,98 @@ void MainWindow::showPanes() {
 
 // --- menus and bars
 
-void MainWindow::rebuildMenus() {
-  if (QApplication::activePopupWidget()) return updateSoon();  // not under the user's hand
-  std::vector<MenuModel> wanted = tables.menus(app.documents.active());
-  if (wanted == shownMenus) return;
-  shownMenus = std::move(wanted);
-  const auto old = menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly);
-  menuBar()->clear();
-  qDeleteAll(old);
-  for (const MenuModel& model : shownMenus) {
-    QMenu* menu = menuBar()->addMenu(toQt(model.title));
-    menu->setToolTipsVisible(false);
-    actions.fill(*menu, model.items);
-    // Files and windows come and go; what is on is asked for when somebody looks.
-    connect(menu, &QMenu::aboutToShow, this, [this, menu, items = model.items] {
-      emptyMenu(*menu);
-      actions.fill(*menu, items);
-      actions.refresh();
-    });
+namespace {
+
+void gatherIds(const std::vector<MenuEntry>& entries, std::vector<int32_t>& ids) {
+  for (const MenuEntry& entry : entries) {
+    if (entry.kind == MenuEntry::Kind::Command) ids.push_back(entry.id);
+    gatherIds(entry.entries, ids);
   }
 }
 
-void MainWindow::rebuildBars(const std::vector<BarModel>& wanted) {
-  for (QToolBar* bar : bars) {
-    removeToolBar(bar);
-    delete bar;
+}  // namespace
+
+void MainWindow::rebuildMenus() {
+  if (QApplication::activePopupWidget()) return updateSoon();  // not under the user's hand
+  const MenuSet wanted = menuSetFor(app.documents.active());
+  if (wanted == shownMenus) return;
+  shownMenus = wanted;
+  const auto old = menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly);
+  menuBar()->clear();
+  qDeleteAll(old);
+  std::vector<int32_t> ids = commandsWithKeysOnly();
+  for (const Menu& model : menusOf(wanted)) {
+    QMenu* menu = menuBar()->addMenu(toQt(model.title));
+    actions.fill(*menu, model.entries);
+    gatherIds(model.entries, ids);
+    // Files and windows come and go; what is on is asked for when somebody looks.
+    connect(menu, &QMenu::aboutToShow, this, [this, menu, &entries = model.entries] {
+      emptyMenu(*menu);
+      actions.fill(*menu, entries);
+      actions.refresh();
+    });
   }
-  bars.clear();
-  for (const BarModel& model : wanted) {
-    auto* bar = new QToolBar(toQt(model.name), this);
-    bar->setObjectName(toQt(model.name));
-    bar->setIconSize({20, 20});
-    for (size_t i = 0; i < model.groups.size(); ++i) {
-      if (i > 0) bar->addSeparator();
-      for (const int32_t id : model.groups[i]) bar->addAction(actions.action(id));
-    }
-    addToolBar(model.atLeft ? Qt::LeftToolBarArea : Qt::TopToolBarArea, bar);
-    bars.push_back(bar);
+  actions.giveKeysTo(ids);
+}
+
+QToolBar* MainWindow::makeBar(const char* name, Qt::ToolBarArea where) {
+  auto* bar = new QToolBar(name, this);
+  bar->setObjectName(name);
+  bar->setIconSize({20, 20});
+  addToolBar(where, bar);
+  return bar;
+}
+
+void MainWindow::fillBar(QToolBar& bar, ToolBarGroup::Bar place, const Bars& shown) {
+  bar.clear();
+  for (const ToolBarGroup& group : toolBarGroups()) {
+    const bool wanted = group.opsGroup < 0 || shown.opsGroups[static_cast<size_t>(group.opsGroup)];
+    if (group.bar != place || !wanted || !gateOpen(group, app.fgMode)) continue;
+    if (!bar.actions().isEmpty()) bar.addSeparator();
+    for (const int32_t id : group.buttons) bar.addAction(actions.action(id));
   }
 }
 
 void MainWindow::refreshBars() {
-  const FrameState state = tables.state();
-  auto sameButtons = [](const BarModel& a, const BarModel& b) {
-    return a.name == b.name && a.atLeft == b.atLeft && a.groups == b.groups;
-  };
-  if (!std::ranges::equal(state.bars, shownBars, sameButtons)) rebuildBars(state.bars);
-  shownBars = state.bars;
-  for (size_t i = 0; i < bars.size(); ++i) bars[i]->setVisible(shownBars[i].shown);
-  menuBar()->setVisible(state.menuBar);
-  statusBar()->setVisible(state.statusBar);
-  if (windowFlags().testFlag(Qt::WindowStaysOnTopHint) != state.alwaysOnTop) {
+  const Bars shown = frame.bars();
+  if (mainBar->actions().isEmpty()) fillBar(*mainBar, ToolBarGroup::Bar::Main, shown);
+  if (opsBar->actions().isEmpty() || shown.opsGroups != shownGroups)
+    fillBar(*opsBar, ToolBarGroup::Bar::Ops, shown);
+  shownGroups = shown.opsGroups;
+  mainBar->setVisible(shown.main);
+  opsBar->setVisible(shown.ops);
+  if (recordBar) {
+    recordBar->showState();
+    recordBar->setVisible(shown.record);
+  }
+  menuBar()->setVisible(shown.mainMenu);
+  statusBar()->setVisible(shown.statusBar);
+  showStatusWindow(shown.statusWindow);
+  if (windowFlags().testFlag(Qt::WindowStaysOnTopHint) != shown.alwaysOnTop) {
     const bool wasShown = isVisible();
-    setWindowFlag(Qt::WindowStaysOnTopHint, state.alwaysOnTop);  // hides the window
+    setWindowFlag(Qt::WindowStaysOnTopHint, shown.alwaysOnTop);  // hides the window
     if (wasShown) show();
   }
   updateNow();
-  if (tables.onRefreshed) tables.onRefreshed();
+}
+
+void MainWindow::showStatusWindow(bool shown) {
+  if (!statusWindow && shown) {
+    statusWindow = new StatusWindow([this] { return split(frame.statusText(), '\n'); }, this);
+    statusWindow->move(statusPlace.x, statusPlace.y);
+  }
+  if (statusWindow) statusWindow->setVisible(shown);
 }
 
 void MainWindow::popupMenu(int32_t menuId, Point at) { openPopup(menuId, mapToGlobal(QPoint(at.x, at.y))); }
 
 void MainWindow::openPopup(int32_t menuId, QPoint screenPoint) {
-  const std::vector<MenuItem> items = tables.popupMenu ? tables.popupMenu(menuId) : std::vector<MenuItem>{};
-  if (items.empty()) return;
+  const std::vector<MenuEntry>& entries = popupMenuOf(menuId);
+  if (entries.empty()) return;
   delete popup;
   popup = new QMenu(this);
   popup->setAttribute(Qt::WA_DeleteOnClose);
-  actions.fill(*popup, items);
+  actions.fill(*popup, entries);
   actions.refresh();
   popup->popup(screenPoint);
 }
@@ -206,7 +249,7 @@ void MainWindow::changeEvent(QEvent* event) {
 void MainWindow::openFiles(const std::vector<std::string>& paths) {
   int opened = 0;
   for (const std::string& path : paths)
-    if (openFileOrStill(app, path)) ++opened;
+    if (app.openDocumentFile(path)) ++opened;
   if (opened > 1) tile();
   updateSoon();
 }

@@ -1,28 +1,32 @@
-// The main window: menus, tool bars, status bar and the windows of documents, as the tables say.
+// The main window: menus, tool bars, status bar and the windows of documents, as the main frame and the
+// tables of menus say.
 #pragma once
 
 #include <QMainWindow>
 #include <QPointer>
 #include <QTimer>
+#include <optional>
 
 #include "desktop/commandactions.h"
+#include "desktop/dialogs.h"
 #include "desktop/documentwindows.h"
-#include "desktop/frametables.h"
+#include "desktop/recordbar.h"
 #include "desktop/statuspanes.h"
+#include "desktop/statuswindow.h"
 
 namespace tarnvisor {
 
 class MainWindow final : public QMainWindow {
  public:
-  // Borrows the application.
-  MainWindow(CBasicApp& application, FrameTables frameTables, const QString& title);
+  // Borrows both.
+  MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const QString& title);
   ~MainWindow() override;
 
   // At the place that the profile keeps.
   void showPlaced();
   void tile() { area->tileSubWindows(); }
   void cascade() { area->cascadeSubWindows(); }
-  // Shows menus and bars as the tables now say.
+  // Shows menus, bars and the status window as the main frame says that they are.
   void refreshBars();
   void popupMenu(int32_t menuId, Point at);
   // Commands, titles and status texts, soon; many calls make one.
@@ -47,18 +51,27 @@ class MainWindow final : public QMainWindow {
   void updateNow();
   void showPanes();
   void rebuildMenus();
-  void rebuildBars(const std::vector<BarModel>& bars);
+  QToolBar* makeBar(const char* name, Qt::ToolBarArea where);
+  void fillBar(QToolBar& bar, ToolBarGroup::Bar place, const Bars& shown);
+  void showStatusWindow(bool shown);
+  void showShortcuts();
   void openPopup(int32_t menuId, QPoint screenPoint);
   bool saveAllModified();
+
   CBasicApp& app;
-  FrameTables tables;
+  CBasicMainFrame& frame;
   QMdiArea* area;
   CommandActions actions;
   DocumentWindows documents;
   StatusPanes panes;
-  std::vector<MenuModel> shownMenus;
-  std::vector<BarModel> shownBars;
-  std::vector<QToolBar*> bars;
+  DesktopDialogs dialogs;
+  std::optional<MenuSet> shownMenus;
+  QToolBar* mainBar;
+  QToolBar* opsBar;
+  RecordBar* recordBar = nullptr;        // null without a camera
+  StatusWindow* statusWindow = nullptr;  // made when first shown
+  Point statusPlace;
+  std::array<bool, 3> shownGroups{};
   QPointer<QMenu> popup;
   QTimer update;
   bool closed = false;

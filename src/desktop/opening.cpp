@@ -37,28 +37,6 @@ bool isSwitch(const std::string& argument) {
 
 }  // namespace
 
-bool isStill(const std::string& path) {
-  static constexpr std::array kinds{"bmp", "zzg",  "tif", "tiff", "png", "jpg", "jpeg",
-                                    "jp2", "webp", "pgm", "ppm",  "pnm", "gif"};
-  const std::string ending = lowerCase(extensionOf(path));
-  return std::ranges::any_of(kinds, [&](const char* kind) { return ending == kind; });
-}
-
-CDocument* openFileOrStill(CBasicApp& app, const std::string& path) {
-  if (!isStill(path) || app.documents.typeFor(path) || !process.imageTemplate)
-    return app.openDocumentFile(path);
-  CDocument* document = process.imageTemplate->newDocument();
-  auto* sink = document ? dynamic_cast<AutoLoadSink*>(document->views().front().get()) : nullptr;
-  if (!sink) return document;
-  sink->loadImageFile(path);
-  // A document that took nothing in has no content to scroll over.
-  if (!document->isModified() && document->views().front()->contentSize() == Size{}) {
-    process.imageTemplate->discard(*document);
-    return nullptr;
-  }
-  return document;
-}
-
 std::string helpPage(const CDocument* front) {
   const std::string kind = front && front->type() ? front->type()->documentName() : "index";
   const std::string page = replaced(lowerCase(kind), ' ', '-') + ".html";
@@ -102,8 +80,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     line.forApplication = letter + " " + (files.empty() ? "" : files[0]);
     return line;
   }
-  // A still is no document of its own: it opens once the application stands.
-  if (!files.empty() && !isStill(files[0])) {
+  if (!files.empty()) {
     line.forApplication = files[0];
     files.erase(files.begin());
   }

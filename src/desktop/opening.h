@@ -1,5 +1,4 @@
-// Files that come in from outside: dropped on the window or named on the command line; and the manual's
-// pages.
+// The command line, and the manual's pages.
 #pragma once
 
 #include <string>
@@ -8,11 +7,6 @@
 #include "app/basicapp.h"
 
 namespace tarnvisor {
-
-// Whether a file holds a still that opens as a new image document, by its ending.
-bool isStill(const std::string& path);
-// The document of a file, or a new image document of a still. Null after the user was told why not.
-CDocument* openFileOrStill(CBasicApp& app, const std::string& path);
 
 // The manual's page for the document in front (null for none), "results.html" for a result table; its first
 // page where there is no such page. Empty where no manual lies beside the program or in its share folder.

@@ -7,8 +7,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/profileselection.h"
 #include "host/host.h"
-#include "settings/profile.h"
 
 namespace tarnvisor {
 
@@ -21,7 +21,26 @@ QLabel* paragraph(const char* words) {
   return label;
 }
 
+class FolderProfiles final : public ProfileModel {
+ public:
+  explicit FolderProfiles(ProfileDialog& borrowed) : dialog(borrowed) {}
+  std::vector<std::string> names() const override { return dialog.names(); }
+  std::string selected() const override { return dialog.selected(); }
+  void select(const std::string& profile) override { dialog.select(profile); }
+  Outcome addCopy(const std::string& newName) override { return addProfileCopy(dialog, newName); }
+  Outcome remove() override { return removeProfile(dialog); }
+  Outcome resetToDefault() override { return resetProfile(dialog); }
+
+ private:
+  ProfileDialog& dialog;
+};
+
 }  // namespace
+
+bool ProfileTableFace::run(ProfileDialog& dialog) {
+  FolderProfiles profiles(dialog);
+  return ProfileWindow(profiles, parent).exec() == QDialog::Accepted;
+}
 
 ProfileWindow::ProfileWindow(ProfileModel& profiles, QWidget* parent) : QDialog(parent), model(profiles) {
   setWindowTitle(ProfileDialog::kTitle);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/outcome.h"
+#include "settings/profile.h"
 
 class QListWidget;
 class QPushButton;
@@ -22,6 +23,16 @@ class ProfileModel {
   virtual Outcome addCopy(const std::string& newName) = 0;
   virtual Outcome remove() = 0;
   virtual Outcome resetToDefault() = 0;
+};
+
+// Shows the window on the profiles of a folder.
+class ProfileTableFace final : public ProfileFace {
+ public:
+  explicit ProfileTableFace(QWidget* parentWindow) : parent(parentWindow) {}
+  bool run(ProfileDialog& dialog) override;
+
+ private:
+  QWidget* parent;  // borrowed
 };
 
 class ProfileWindow final : public QDialog {

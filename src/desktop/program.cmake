@@ -1,10 +1,10 @@
 # The main window and the program.
 core_library(desktop_windows desktop
-  HEADERS commandactions.h documentwindows.h formdialog.h frametables.h mainwindow.h opening.h qthost.h qtports.h
+  HEADERS commandactions.h documentwindows.h formdialog.h mainwindow.h opening.h qthost.h qtports.h
           qtprinter.h statuspanes.h viewwidget.h
-  SOURCES commandactions.cpp documentwindows.cpp formdialog.cpp mainwindow.cpp opening.cpp provisionalmenus.cpp
+  SOURCES commandactions.cpp documentwindows.cpp formdialog.cpp mainwindow.cpp opening.cpp
           qthost.cpp qtports.cpp qtprinter.cpp statuspanes.cpp viewwidget.cpp
-  DEPENDS base host settings framework app frame desktop_canvas Qt6::Widgets Qt6::PrintSupport)
+  DEPENDS base host settings framework app frame desktop_canvas desktop_dialogs Qt6::Widgets Qt6::PrintSupport)
 
 add_executable(tarnvisor main.cpp)
 target_link_libraries(tarnvisor PRIVATE desktop_windows assembly)

@@ -9,14 +9,14 @@
 
 namespace tarnvisor {
 
-void QtHost::connect(CBasicApp& application, FrameTables frameTables) {
+void QtHost::connect(CBasicApp& application, CBasicMainFrame& mainFrame) {
   app = &application;
-  tables = std::move(frameTables);
+  frame = &mainFrame;
 }
 
 bool QtHost::createMainFrame(const std::string& title) {
   if (!app) return false;
-  window = std::make_unique<MainWindow>(*app, tables, toQt(title));
+  window = std::make_unique<MainWindow>(*app, *frame, toQt(title));
   window->onClosed = [] { QCoreApplication::quit(); };
   return true;
 }

@@ -4,8 +4,7 @@
 #include <QTimer>
 #include <memory>
 
-#include "app/basicapp.h"
-#include "desktop/frametables.h"
+#include "app/mainframe.h"
 #include "desktop/mainwindow.h"
 #include "desktop/qtports.h"
 #include "desktop/qtprinter.h"
@@ -17,7 +16,7 @@ class QtHost final : public Windows {
   QtHost() = default;
   ~QtHost() override = default;
   // Before the application's initInstance, which makes the main window. Borrowed until closeWindows().
-  void connect(CBasicApp& application, FrameTables frameTables);
+  void connect(CBasicApp& application, CBasicMainFrame& mainFrame);
   // Takes the main window away; the application may go then.
   void closeWindows() { window.reset(); }
   MainWindow* mainWindow() const { return window.get(); }  // null until it is made
@@ -45,7 +44,7 @@ class QtHost final : public Windows {
 
  private:
   CBasicApp* app = nullptr;
-  FrameTables tables;
+  CBasicMainFrame* frame = nullptr;
   std::unique_ptr<MainWindow> window;
 };
 

@@ -71,7 +71,7 @@ class WindowTest : public ImageDocTest {
   void begin() {
     app = std::make_unique<CBasicApp>();
     frame = std::make_unique<CBasicMainFrame>(*app);
-    windows.connect(*app, provisionalTables(*app));
+    windows.connect(*app, *frame);
     loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
     ASSERT_TRUE(app->initInstance(options));
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
