@@ -26,7 +26,7 @@ constexpr const char* kOutput =
 class VoronoiRegions : public ImageDocTest {
  protected:
   ZBasicDoc& makeMarked() {
-    ZBasicDoc& d = makeImage(200, 200);
+    ZBasicDoc& d = makeImage(201, 200);
     for (const Point mark : {Point{50, 50}, {150, 50}, {50, 150}, {150, 150}}) d.addDimension(mark, 0);
     return d;
   }
@@ -64,6 +64,7 @@ TEST_F(VoronoiRegions, FillTheListsAndARow) {
   d.magy = 3;
   for (auto& list : d.dimlists) list.hidden = true;
   d.setModified(false);
+  d.roi = {0, 0, 200, 200};
   answerWith(kOutput);
   run(kCommand);
 
