@@ -105,6 +105,10 @@ IsodataThreshold isodata(const CZZimage& image) {
   if (image.empty()) return {};
   std::array<uint32_t, 256> counts{};
   image.countLevels({0, 0, image.width, image.height}, counts);
+  return isodata(counts);
+}
+
+IsodataThreshold isodata(std::span<const uint32_t, 256> counts) {
   // Counts and weighted counts of all levels up to each one.
   std::array<int64_t, 256> count{}, sum{};
   int64_t n = 0;
@@ -113,6 +117,7 @@ IsodataThreshold isodata(const CZZimage& image) {
     count[level] = n += counts[level];
     sum[level] = s += static_cast<int64_t>(level) * counts[level];
   }
+  if (n == 0) return {};
   const int32_t mean = static_cast<int32_t>(s / n);
   int32_t t = mean;
   for (int32_t round = 0; round < 40; ++round) {

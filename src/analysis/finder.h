@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,8 @@ struct IsodataThreshold {
 // most; without a fixed point it answers that first mean. A class without pixels keeps the present value,
 // which is a fixed point. 0 and not converged for an empty image.
 IsodataThreshold isodata(const CZZimage& image);
+// The same from how often each level occurs.
+IsodataThreshold isodata(std::span<const uint32_t, 256> counts);
 
 struct CapillaryRegion {
   int64_t area = 0;  // pixels, holes included; a field's pixels count twice

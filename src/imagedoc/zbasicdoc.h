@@ -111,7 +111,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   std::string roiText() const;
 
   // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
-  bool saveUndoCopy();  // false, and the user told, without memory
+  bool saveUndoCopy();     // false, and the user told, without memory
+  bool trace(Point seed);  // seed in ROI coordinates; false when nothing was traced
   std::unique_ptr<CZZchildimage> roiChild();
   void finishStep(const std::string& text);  // adds the ROI text, marks all as changed, refreshes
   void appendNotes(const std::string& text) { notes += text; }
@@ -275,6 +276,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   template <class Points>
   void addMinima(const Points& points, bool labelled);
   void discard();
+  // zbasicdoc_voronoi.cpp
+  void calculateVoronoiRegions();
+  bool canCalculateVoronoi() const { return hasImage() && currentDims().size() >= 4; }
   bool isGreyImage() const { return hasImage() && theImage()->colourset == kGrey; }
   // The filters work on one byte a pixel.
   bool canFilter() const { return hasImage() && theImage()->colourset != kColour; }

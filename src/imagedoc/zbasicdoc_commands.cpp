@@ -82,6 +82,8 @@ const CommandTableBase* ZBasicDoc::commands() const {
           {cmd::Threshold, "&Threshold", &D::threshold, &D::canFilter},
           {cmd::FindCapillaries, "&Find Capillaries", &D::findCapillaries, &D::hasImage},
           {cmd::CalculateAverage, "Calculate &average of selection", &D::calculateAverage},
+          {cmd::VoronoiRegions, "Calculate &Voronoi regions", &D::calculateVoronoiRegions,
+           &D::canCalculateVoronoi},
           {cmd::ThresholdCapillaries, "&Threshold Capillaries", &D::thresholdCapillaries, &D::hasImage},
           {cmd::ThresholdPreprocessCheck, "Threshold &preprocess check", &D::thresholdPreprocessCheck,
            &D::hasImage},
