@@ -5,7 +5,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QSplitter>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -82,9 +81,15 @@ ExamListWindow::ExamListWindow(ExamList& list, QWidget* parent)
   resize(620, 460);
   connect(exams, &QTreeWidget::itemSelectionChanged, this, [this] { examSelected(); });
   connect(results, &QTreeWidget::itemDoubleClicked, this, [this] { openResult(); });
-  for (const int key : {Qt::Key_Return, Qt::Key_Enter})
-    connect(new QShortcut(QKeySequence(key), results, nullptr, nullptr, Qt::WidgetShortcut),
-            &QShortcut::activated, this, [this] { openResult(); });
+  results->installEventFilter(this);
+}
+
+bool ExamListWindow::eventFilter(QObject* watched, QEvent* event) {
+  const bool pressed = watched == results && event->type() == QEvent::KeyPress;
+  const int key = pressed ? static_cast<QKeyEvent*>(event)->key() : 0;
+  if (key != Qt::Key_Return && key != Qt::Key_Enter) return QWidget::eventFilter(watched, event);
+  openResult();
+  return true;
 }
 
 void ExamListWindow::keyPressEvent(QKeyEvent* event) {

@@ -20,6 +20,7 @@ class ExamListWindow final : public QWidget {
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;  // Enter in the results
 
  private:
   void fillExams();
