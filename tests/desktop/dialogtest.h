@@ -18,7 +18,9 @@ inline void startQt() {
   static int count = 1;
   static char name[] = "test";
   static char* words[] = {name, nullptr};
-  static QApplication application(count, words);
+  // Never destroyed: other statics may go before it.
+  static auto* application = new QApplication(count, words);
+  (void)application;
 }
 
 class DialogTest : public ImageDocTest {
