@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "app/basicapp.h"
+#include "desktop/silence.h"
 #include "framework/commandids.h"
 
 namespace tarnvisor {
@@ -43,7 +44,10 @@ void addRow(QTreeWidget* list, const std::vector<std::string>& texts) {
 
 // As wide as the header or the widest text.
 void fitColumns(QTreeWidget* list) {
-  for (int i = 0; i < list->columnCount(); ++i) list->resizeColumnToContents(i);
+  for (int i = 0; i < list->columnCount(); ++i) {
+    list->resizeColumnToContents(i);
+    list->setColumnWidth(i, list->columnWidth(i) + list->fontMetrics().averageCharWidth());
+  }
 }
 
 QPushButton* commandButton(const char* words, int32_t command) {
@@ -83,6 +87,8 @@ ExamListWindow::ExamListWindow(ExamList& list, QWidget* parent)
   connect(results, &QTreeWidget::itemDoubleClicked, this, [this] { openResult(); });
   results->installEventFilter(this);
 }
+
+ExamListWindow::~ExamListWindow() { silenceChildren(*this); }
 
 bool ExamListWindow::eventFilter(QObject* watched, QEvent* event) {
   const bool pressed = watched == results && event->type() == QEvent::KeyPress;

@@ -15,6 +15,7 @@ namespace tarnvisor {
 class ExamListWindow final : public QWidget {
  public:
   ExamListWindow(ExamList& list, QWidget* parent);
+  ~ExamListWindow() override;
   // Shows what the list holds now.
   void refresh();
 

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "desktop/silence.h"
 #include "host/host.h"
 #include "settings/profile.h"
 
@@ -37,6 +38,8 @@ ProfileWindow::ProfileWindow(ProfileModel& profiles, QWidget* parent) : QDialog(
   connect(resetButton, &QPushButton::clicked, this, [this] { reset(); });
   list->setFocus();
 }
+
+ProfileWindow::~ProfileWindow() { silenceChildren(*this); }
 
 void ProfileWindow::build() {
   list = new QListWidget;

@@ -27,6 +27,7 @@ class ProfileModel {
 class ProfileWindow final : public QDialog {
  public:
   ProfileWindow(ProfileModel& profiles, QWidget* parent);
+  ~ProfileWindow() override;
 
  private:
   void build();
