@@ -46,6 +46,7 @@ void addRow(QTreeWidget* list, const std::vector<std::string>& texts) {
 void fitColumns(QTreeWidget* list) {
   for (int i = 0; i < list->columnCount(); ++i) {
     list->resizeColumnToContents(i);
+    if (i + 1 == list->columnCount()) continue;  // takes what is left
     list->setColumnWidth(i, list->columnWidth(i) + list->fontMetrics().averageCharWidth());
   }
 }
@@ -82,7 +83,7 @@ ExamListWindow::ExamListWindow(ExamList& list, QWidget* parent)
   layout->addWidget(heading);
   layout->addWidget(lists, 1);
   layout->addLayout(buttons);
-  resize(620, 460);
+  resize(700, 460);
   connect(exams, &QTreeWidget::itemSelectionChanged, this, [this] { examSelected(); });
   connect(results, &QTreeWidget::itemDoubleClicked, this, [this] { openResult(); });
   results->installEventFilter(this);
