@@ -1,7 +1,7 @@
 # The faces of what is more than fields, and the icons.
 core_library(desktop_dialogs desktop
   HEADERS dialogs.h examlistwindow.h icons.h magnificationwindow.h profiledialog.h recordbar.h shortcutlist.h
-          statuswindow.h subjectdialog.h
+          silence.h statuswindow.h subjectdialog.h
   SOURCES dialogs.cpp examlistwindow.cpp icons.cpp magnificationwindow.cpp profiledialog.cpp recordbar.cpp
           shortcutlist.cpp statuswindow.cpp subjectdialog.cpp icons/icons.qrc
   DEPENDS base host settings framework app frame dbdocument imagedoc Qt6::Widgets

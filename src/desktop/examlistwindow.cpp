@@ -5,12 +5,12 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QSplitter>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
 #include "app/basicapp.h"
+#include "desktop/silence.h"
 #include "framework/commandids.h"
 
 namespace tarnvisor {
@@ -44,7 +44,11 @@ void addRow(QTreeWidget* list, const std::vector<std::string>& texts) {
 
 // As wide as the header or the widest text.
 void fitColumns(QTreeWidget* list) {
-  for (int i = 0; i < list->columnCount(); ++i) list->resizeColumnToContents(i);
+  for (int i = 0; i < list->columnCount(); ++i) {
+    list->resizeColumnToContents(i);
+    if (i + 1 == list->columnCount()) continue;  // takes what is left
+    list->setColumnWidth(i, list->columnWidth(i) + list->fontMetrics().averageCharWidth());
+  }
 }
 
 QPushButton* commandButton(const char* words, int32_t command) {
@@ -79,12 +83,20 @@ ExamListWindow::ExamListWindow(ExamList& list, QWidget* parent)
   layout->addWidget(heading);
   layout->addWidget(lists, 1);
   layout->addLayout(buttons);
-  resize(620, 460);
+  resize(700, 460);
   connect(exams, &QTreeWidget::itemSelectionChanged, this, [this] { examSelected(); });
   connect(results, &QTreeWidget::itemDoubleClicked, this, [this] { openResult(); });
-  for (const int key : {Qt::Key_Return, Qt::Key_Enter})
-    connect(new QShortcut(QKeySequence(key), results, nullptr, nullptr, Qt::WidgetShortcut),
-            &QShortcut::activated, this, [this] { openResult(); });
+  results->installEventFilter(this);
+}
+
+ExamListWindow::~ExamListWindow() { silenceChildren(*this); }
+
+bool ExamListWindow::eventFilter(QObject* watched, QEvent* event) {
+  const bool pressed = watched == results && event->type() == QEvent::KeyPress;
+  const int key = pressed ? static_cast<QKeyEvent*>(event)->key() : 0;
+  if (key != Qt::Key_Return && key != Qt::Key_Enter) return QWidget::eventFilter(watched, event);
+  openResult();
+  return true;
 }
 
 void ExamListWindow::keyPressEvent(QKeyEvent* event) {

@@ -15,11 +15,13 @@ namespace tarnvisor {
 class ExamListWindow final : public QWidget {
  public:
   ExamListWindow(ExamList& list, QWidget* parent);
+  ~ExamListWindow() override;
   // Shows what the list holds now.
   void refresh();
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;  // Enter in the results
 
  private:
   void fillExams();

@@ -30,12 +30,10 @@ class DrawingEngine final : public QIconEngine {
  public:
   explicit DrawingEngine(QByteArray svgText) : svg(std::move(svgText)) {}
 
-  void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override {
-    QSvgRenderer renderer(svg);
-    renderer.setAspectRatioMode(Qt::KeepAspectRatio);
-    if (mode == QIcon::Disabled) painter->setOpacity(painter->opacity() * kDisabledOpacity);
-    painter->setRenderHint(QPainter::Antialiasing);
-    renderer.render(painter, rect);
+  void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+    if (mode != QIcon::Disabled) return draw(*painter, rect);
+    const qreal scale = painter->device()->devicePixelRatioF();
+    painter->drawPixmap(rect, scaledPixmap(rect.size() * scale, mode, state, scale));
   }
 
   QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
@@ -43,7 +41,7 @@ class DrawingEngine final : public QIconEngine {
   }
 
   // size is in device pixels already.
-  QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State state, qreal) override {
+  QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State, qreal) override {
     const QString key = QString("tarnvisor-icon-%1-%2-%3-%4-%5")
                             .arg(qHash(svg), 0, 16)
                             .arg(svg.size())
@@ -56,7 +54,11 @@ class DrawingEngine final : public QIconEngine {
     result.fill(Qt::transparent);
     if (!result.isNull()) {
       QPainter painter(&result);
-      paint(&painter, QRect(QPoint(), size), mode, state);
+      draw(painter, QRect(QPoint(), size));
+      // Dimmed as a whole: where lines cross they are no darker.
+      painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+      if (mode == QIcon::Disabled)
+        painter.fillRect(result.rect(), QColor::fromRgbF(0, 0, 0, kDisabledOpacity));
     }
     QPixmapCache::insert(key, result);
     return result;
@@ -66,6 +68,13 @@ class DrawingEngine final : public QIconEngine {
   QString key() const override { return "tarnvisor"; }
 
  private:
+  void draw(QPainter& painter, const QRect& rect) const {
+    QSvgRenderer renderer(svg);
+    renderer.setAspectRatioMode(Qt::KeepAspectRatio);
+    painter.setRenderHint(QPainter::Antialiasing);
+    renderer.render(&painter, rect);
+  }
+
   QByteArray svg;
 };
 

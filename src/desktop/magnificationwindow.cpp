@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "desktop/silence.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -66,6 +67,8 @@ MagnificationWindow::MagnificationWindow(MagnificationDialog& dialog, QWidget* p
   x.edit->selectAll();
 }
 
+MagnificationWindow::~MagnificationWindow() { silenceChildren(*this); }
+
 MagnificationWindow::Scale MagnificationWindow::makeScale(const char* objectName) {
   Scale scale{new QLineEdit, new QLabel};
   scale.edit->setObjectName(objectName);
@@ -117,7 +120,7 @@ QWidget* MagnificationWindow::buildTable() {
   rows->setUniformItemSizes(true);
   rows->setAlternatingRowColors(true);
   const QFontMetrics fixed(rows->font());
-  rows->setMinimumSize(fixed.horizontalAdvance('0') * 76, fixed.lineSpacing() * 8);
+  rows->setMinimumSize(fixed.horizontalAdvance('0') * 86, fixed.lineSpacing() * 8);
   addButton = new QPushButton("&Add to list");
   selectButton = new QPushButton("&Select");
   removeButton = new QPushButton("&Remove");

@@ -15,6 +15,7 @@ namespace tarnvisor {
 class MagnificationWindow final : public QDialog {
  public:
   MagnificationWindow(MagnificationDialog& dialog, QWidget* parent);
+  ~MagnificationWindow() override;
   void accept() override;
 
  private:

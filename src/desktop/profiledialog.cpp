@@ -8,6 +8,7 @@
 #include <QVBoxLayout>
 
 #include "app/profileselection.h"
+#include "desktop/silence.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -56,6 +57,8 @@ ProfileWindow::ProfileWindow(ProfileModel& profiles, QWidget* parent) : QDialog(
   connect(resetButton, &QPushButton::clicked, this, [this] { reset(); });
   list->setFocus();
 }
+
+ProfileWindow::~ProfileWindow() { silenceChildren(*this); }
 
 void ProfileWindow::build() {
   list = new QListWidget;

@@ -38,6 +38,7 @@ class ProfileTableFace final : public ProfileFace {
 class ProfileWindow final : public QDialog {
  public:
   ProfileWindow(ProfileModel& profiles, QWidget* parent);
+  ~ProfileWindow() override;
 
  private:
   void build();

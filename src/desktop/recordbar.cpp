@@ -9,6 +9,7 @@
 
 #include "app/basicapp.h"
 #include "desktop/icons.h"
+#include "desktop/silence.h"
 #include "framework/commandids.h"
 #include "settings/settings.h"
 
@@ -25,6 +26,7 @@ QWidget* labelled(const char* words, std::initializer_list<QWidget*> controls) {
   label->setBuddy(*controls.begin());
   layout->addWidget(label);
   for (QWidget* control : controls) layout->addWidget(control);
+  group->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
   return group;
 }
 
@@ -39,10 +41,10 @@ RecordBar::RecordBar(QWidget* parent)
       triggerImage(new QRadioButton("Image")) {
   setObjectName("recordBar");
   recordDir->setObjectName("recorddir");
-  recordDir->setMinimumWidth(fontMetrics().averageCharWidth() * 32);
+  recordDir->setFixedWidth(fontMetrics().averageCharWidth() * 40);
   recordDir->setToolTip("Folder that recordings are saved in");
   baseName->setObjectName("basename");
-  baseName->setFixedWidth(fontMetrics().averageCharWidth() * 18);
+  baseName->setFixedWidth(fontMetrics().averageCharWidth() * 16);
   baseName->setToolTip("What the names of recordings begin with");
   directToDisc->setToolTip("Write a sequence to disc while it is recorded");
   triggerMovie->setToolTip("A trigger records a sequence");
@@ -63,6 +65,8 @@ RecordBar::RecordBar(QWidget* parent)
   connectAll();
   showState();
 }
+
+RecordBar::~RecordBar() { silenceChildren(*this); }
 
 void RecordBar::connectAll() {
   for (QLineEdit* edit : {recordDir, baseName})

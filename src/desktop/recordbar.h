@@ -13,6 +13,7 @@ namespace tarnvisor {
 class RecordBar final : public QToolBar {
  public:
   explicit RecordBar(QWidget* parent = nullptr);
+  ~RecordBar() override;
 
   // The controls from the process state; to be called whenever that changed (a folder chosen, another exam).
   void showState();

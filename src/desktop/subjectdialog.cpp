@@ -18,6 +18,7 @@
 #include <array>
 
 #include "app/basicapp.h"
+#include "desktop/silence.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -43,6 +44,8 @@ SubjectWindow::SubjectWindow(SubjectDialog& dialog, QWidget* parent) : QDialog(p
   idBox->lineEdit()->selectAll();
 }
 
+SubjectWindow::~SubjectWindow() { silenceChildren(*this); }
+
 void SubjectWindow::build() {
   auto* layout = new QVBoxLayout(this);
   layout->setSpacing(12);
@@ -57,14 +60,17 @@ void SubjectWindow::build() {
   descriptionBox->setPlaceholderText("No database is open.");
   auto* descriptionLabel = new QLabel("&Database");
   descriptionLabel->setBuddy(descriptionBox);
-  layout->addWidget(descriptionLabel);
-  layout->addWidget(descriptionBox);
+  auto* database = new QVBoxLayout;
+  database->setSpacing(4);
+  database->addWidget(descriptionLabel);
+  database->addWidget(descriptionBox);
+  layout->addLayout(database);
   layout->addWidget(buildButtons());
   // From the id on downwards; the box to read comes last.
   QWidget* const order[] = {idBox,      addButton,   nameEdit,   surnameEdit,  commentEdit,
                             saveButton, startButton, viewButton, cancelButton, descriptionBox};
   for (size_t i = 1; i < std::size(order); ++i) setTabOrder(order[i - 1], order[i]);
-  resize(std::max(sizeHint().width(), 520), sizeHint().height());
+  resize(std::max(sizeHint().width(), 520), sizeHint().height() - commentEdit->sizeHint().height() / 2);
 }
 
 QWidget* SubjectWindow::buildId() {

@@ -19,6 +19,7 @@ namespace tarnvisor {
 class SubjectWindow final : public QDialog {
  public:
   SubjectWindow(SubjectDialog& dialog, QWidget* parent);
+  ~SubjectWindow() override;
 
   // How the dialog was left; Cancel until a button says otherwise.
   SubjectDialog::Result result() const { return outcome; }

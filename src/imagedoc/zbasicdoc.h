@@ -112,7 +112,6 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
 
   // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
   bool saveUndoCopy();     // false, and the user told, without memory
-  bool trace(Point seed);  // seed in ROI coordinates; false when nothing was traced
   std::unique_ptr<CZZchildimage> roiChild();
   void finishStep(const std::string& text);  // adds the ROI text, marks all as changed, refreshes
   void appendNotes(const std::string& text) { notes += text; }

@@ -1,0 +1,281 @@
+#include <QComboBox>
+#include <QCompleter>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include "desktop/dialogs.h"
+#include "desktop/dialogtest.h"
+#include "framework/commandids.h"
+
+namespace tarnvisor {
+namespace {
+
+class SubjectWindowTest : public DialogTest {
+ protected:
+  void SetUp() override {
+    DialogTest::SetUp();
+    for (const char* subject : {"S-1", "S-17", "T-2"}) {
+      app->db->newSubject(subject);
+      app->db->updateSubject(subject, std::string("name of ") + subject, "surname", "first\r\nsecond");
+    }
+  }
+  void open() {
+    window = std::make_unique<SubjectWindow>(dialog.emplace(), nullptr);
+    window->show();
+    id = find<QComboBox>(*window)->lineEdit();
+    for (QLineEdit* edit : window->findChildren<QLineEdit*>())
+      if (edit != id) (name ? surname : name) = edit;
+  }
+  void type(const char* text) { QTest::keyClicks(id, text); }
+  void key(Qt::Key k) { QTest::keyClick(id, k); }
+  void typeWhole(const char* text) {
+    id->selectAll();
+    type(text);
+  }
+  std::string nameOf(const char* subject) { return app->db->readSubject(subject)->name; }
+
+  std::optional<SubjectDialog> dialog;
+  std::unique_ptr<SubjectWindow> window;
+  QLineEdit* id = nullptr;
+  QLineEdit* name = nullptr;
+  QLineEdit* surname = nullptr;
+};
+
+TEST_F(SubjectWindowTest, OffersTheMatchesWhileTheTextStaysAsTyped) {
+  open();
+  auto* box = find<QComboBox>(*window);
+  EXPECT_EQ(box->count(), 3);
+  EXPECT_EQ(id->maxLength(), 65535);
+  type("S");
+  EXPECT_EQ(box->count(), 2);
+  EXPECT_EQ(id->text(), "S");
+  EXPECT_EQ(name->text(), "");
+  EXPECT_FALSE(isEnabled(*window, "Start New Examination"));
+  EXPECT_TRUE(isEnabled(*window, "Add as new ID"));
+  type("-1");  // a subject, and the beginning of another
+  EXPECT_EQ(id->text(), "S-1");
+  EXPECT_EQ(name->text(), "");
+  EXPECT_TRUE(isEnabled(*window, "View Examinations"));
+  EXPECT_FALSE(isEnabled(*window, "Add as new ID"));
+  type("7");
+  EXPECT_EQ(name->text(), "name of S-17");
+  EXPECT_EQ(app->subjectId, "S-17");
+}
+
+TEST_F(SubjectWindowTest, CompletesTheOnlyMatchSoThatTypingOnReplacesIt) {
+  open();
+  type("T");
+  EXPECT_EQ(id->text(), "T-2");
+  EXPECT_EQ(id->selectedText(), "-2");
+  EXPECT_EQ(name->text(), "name of T-2");
+  type("x");
+  EXPECT_EQ(id->text(), "Tx");
+  EXPECT_EQ(name->text(), "");
+  EXPECT_FALSE(isEnabled(*window, "Start New Examination"));
+  key(Qt::Key_Backspace);
+  EXPECT_EQ(id->text(), "T");  // what was deleted does not come back
+}
+
+TEST_F(SubjectWindowTest, AddsAnIdAndKeepsWhatWasTypedBefore) {
+  open();
+  type("New One");
+  name->setFocus();
+  QTest::keyClicks(name, "Ada");
+  EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
+  click(*window, "Add as new ID");
+  EXPECT_EQ(id->text(), "New_One");
+  ASSERT_TRUE(app->db->readSubject("New_One"));
+  EXPECT_EQ(name->text(), "Ada");
+  EXPECT_EQ(nameOf("New_One"), "");
+  click(*window, "Save / Update Details");
+  EXPECT_EQ(nameOf("New_One"), "Ada");
+  EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
+  EXPECT_TRUE(isEnabled(*window, "Start New Examination"));
+}
+
+TEST_F(SubjectWindowTest, AsksBeforeChangedDetailsAreLeft) {
+  struct Case {
+    Answer answer;
+    bool stays;
+    const char* kept;
+  };
+  for (const Case& c : {Case{Answer::Cancel, true, "name of S-17"}, Case{Answer::No, false, "name of S-17"},
+                        Case{Answer::Yes, false, "name of S-17 changed"}}) {
+    for (const bool byButton : {true, false}) {
+      app->db->updateSubject("S-17", "name of S-17", "surname", "");
+      app->subjectId = "S-17";
+      open();
+      QTest::keyClicks(name, " changed");
+      host.answers.push_back(c.answer);
+      if (byButton)
+        click(*window, "View Examinations");
+      else
+        QTest::keyClick(window.get(), Qt::Key_Escape);
+      EXPECT_EQ(host.messages.back(), "Save changes to the details?");
+      EXPECT_EQ(window->isVisible(), c.stays);
+      EXPECT_EQ(nameOf("S-17"), c.kept);
+      if (c.stays) {
+        EXPECT_EQ(name->text(), "name of S-17 changed");
+      }
+      name = surname = nullptr;
+    }
+  }
+}
+
+TEST_F(SubjectWindowTest, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
+  app->subjectId = "S-17";
+  open();
+  QTest::keyClicks(surname, "!");
+  host.answers.push_back(Answer::Cancel);
+  typeWhole("T");
+  EXPECT_EQ(id->text(), "S-17");
+  EXPECT_EQ(surname->text(), "surname!");
+  host.answers.push_back(Answer::Yes);
+  typeWhole("T");
+  EXPECT_EQ(id->text(), "T-2");
+  EXPECT_EQ(app->db->readSubject("S-17")->surname, "surname!");
+  EXPECT_EQ(app->db->readSubject("T-2")->surname, "surname");
+}
+
+TEST_F(SubjectWindowTest, DetailsWithoutAnIdAreNotDroppedSilently) {
+  open();
+  QTest::keyClicks(name, "Ada");
+  host.answers.push_back(Answer::Yes);
+  QTest::keyClick(window.get(), Qt::Key_Escape);
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(name->text(), "Ada");
+}
+
+TEST_F(SubjectWindowTest, EnterChoosesTheSubjectAndThenStarts) {
+  open();
+  type("S-1");
+  key(Qt::Key_Return);
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(name->text(), "name of S-1");
+  key(Qt::Key_Return);
+  EXPECT_FALSE(window->isVisible());
+  EXPECT_EQ(window->result(), SubjectDialog::Result::StartNewExamination);
+}
+
+TEST_F(SubjectWindowTest, LineEndsOfOtherSystemsAreNoChange) {
+  app->subjectId = "T-2";
+  open();
+  EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
+  QTest::keyClick(window.get(), Qt::Key_Escape);
+  EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(SubjectWindowTest, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
+  app->subjectId = "T-2";
+  open();
+  QStringList order;
+  QWidget* at = id;
+  QTest::keyClick(at, Qt::Key_Tab);
+  for (int i = 0; i < 5 && window->focusWidget(); ++i) {
+    auto* b = qobject_cast<QPushButton*>(window->focusWidget());
+    order << (b ? b->text().remove('&') : QString(window->focusWidget()->metaObject()->className()));
+    QTest::keyClick(window->focusWidget(), Qt::Key_Tab);
+  }
+  EXPECT_EQ(order.join(','), "QLineEdit,QLineEdit,QPlainTextEdit,Start New Examination,View Examinations");
+}
+
+TEST_F(SubjectWindowTest, WithoutADatabaseThereIsNothingToTypeInto) {
+  app->closeDatabase();
+  open();
+  EXPECT_EQ(find<QComboBox>(*window)->count(), 0);
+  EXPECT_FALSE(name->isEnabled());
+  type("S-1");
+  for (const char* words :
+       {"Add as new ID", "Save / Update Details", "Start New Examination", "View Examinations"})
+    EXPECT_FALSE(isEnabled(*window, words)) << words;
+  EXPECT_EQ(find<QPlainTextEdit>(*window, "description")->toPlainText(), "");
+}
+
+TEST_F(SubjectWindowTest, RunsAsTheFaceOfTheCommand) {
+  CBasicMainFrame frame(*app);
+  QWidget main;
+  DesktopDialogs dialogs(frame, &main);
+  app->subjectId = "T-2";
+  QTimer::singleShot(0, [] {
+    QWidget* top = QApplication::activeModalWidget();
+    ASSERT_NE(top, nullptr);
+    EXPECT_EQ(top->windowTitle(), "Select Subject");
+    EXPECT_TRUE(find<QPlainTextEdit>(*top, "description")->toPlainText().startsWith("Ver:2\nTarn:"));
+    click(*top, "Cancel");
+  });
+  (void)app->runCommand(cmd::SelectSubject);
+  EXPECT_EQ(app->subjectId, "");
+}
+
+class ExamWindowTest : public DialogTest {
+ protected:
+  void SetUp() override {
+    DialogTest::SetUp();
+    app->db->newSubject("S-1");
+    app->subjectId = "S-1";
+    ASSERT_TRUE(makeExamination("left", "the first"));
+    ASSERT_TRUE(makeExamination("right", "two\nlines"));
+    makeImage(20, 10);
+    ASSERT_TRUE(image()->onSaveDocument(app->dataFolder + app->examFolder + "/shot.tv1"));
+    process.imageTemplate->discard(*image());
+  }
+};
+
+TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
+  CBasicMainFrame frame(*app);
+  QWidget main;
+  DesktopDialogs dialogs(frame, &main);
+  EXPECT_FALSE(frame.examFace->isOpen());
+  (void)app->runCommand(cmd::ViewExams);
+  ASSERT_TRUE(frame.examFace->isOpen());
+  auto* window = main.findChild<ExamListWindow*>();
+  auto* exams = find<QTreeWidget>(*window, "exams");
+  auto* results = find<QTreeWidget>(*window, "results");
+  EXPECT_EQ(find<QLabel>(*window)->text(), "Subject S-1: " + QString::fromStdString(app->subjectName));
+  ASSERT_EQ(exams->topLevelItemCount(), 2);
+  EXPECT_EQ(exams->currentItem()->text(1), "right");
+  EXPECT_EQ(exams->currentItem()->text(3), "two lines");
+  EXPECT_EQ(exams->currentItem()->toolTip(3), "two\nlines");
+  EXPECT_GE(exams->columnWidth(4), exams->fontMetrics().horizontalAdvance("S-1-right"));
+  ASSERT_EQ(results->topLevelItemCount(), 1);
+  EXPECT_EQ(results->topLevelItem(0)->text(2), "shot.tv1");
+
+  const auto clickRow = [](QTreeWidget* list, int row) {
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      list->visualItemRect(list->topLevelItem(row)).center());
+  };
+  clickRow(exams, 0);
+  EXPECT_EQ(app->examFolder, "S-1-left");
+  EXPECT_EQ(process.recordDir, app->dataFolder + "S-1-left");
+  EXPECT_EQ(results->topLevelItemCount(), 0);
+  clickRow(exams, 1);
+  ASSERT_EQ(results->topLevelItemCount(), 1);
+
+  const QPoint at = results->visualItemRect(results->topLevelItem(0)).center();
+  clickRow(results, 0);
+  EXPECT_EQ(image(), nullptr);
+  QTest::mouseDClick(results->viewport(), Qt::LeftButton, {}, at);
+  ASSERT_NE(image(), nullptr);
+  EXPECT_EQ(image()->image->width, 20);
+  EXPECT_EQ(host.calls.back(), "tile");
+  process.imageTemplate->discard(*image());
+  QTest::keyClick(results, Qt::Key_Return);
+  EXPECT_NE(image(), nullptr);
+
+  std::vector<int32_t> posted;
+  app->loop.onCommand = [&](int32_t command) { posted.push_back(command); };
+  app->loop.turn();  // what the start posted
+  posted.clear();
+  click(*window, "Select Subject");
+  click(*window, "Close All");
+  app->loop.turn();
+  EXPECT_EQ(posted, (std::vector<int32_t>{32982, 32802}));
+  QTest::keyClick(window, Qt::Key_Escape);
+  EXPECT_FALSE(frame.examFace->isOpen());
+}
+
+}  // namespace
+}  // namespace tarnvisor
