@@ -5,6 +5,7 @@
 #include <QDesktopServices>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QLayout>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QScreen>
@@ -49,6 +50,7 @@ MainWindow::MainWindow(CBasicApp& application, FrameTables frameTables, const QS
   documents.onPanesChanged = [this] { updateSoon(); };
   documents.onFrontChanged = [this] { updateNow(); };
   documents.onContextMenu = [this](QPoint at) { openPopup(kDocumentPopup, at); };
+  place();
   refreshBars();
   documents.follow();
 }
@@ -57,11 +59,17 @@ MainWindow::~MainWindow() = default;
 
 // --- place and end
 
-void MainWindow::showPlaced() {
+// Before the first document opens: its view fits itself to the window that it gets.
+void MainWindow::place() {
   const QRect room = screen()->availableGeometry();
   const Rect wanted = tables.readPlacement(Size{room.width(), room.height()});
   setGeometry(wanted.left, wanted.top, wanted.width(), wanted.height());
-  if (wanted.width() >= room.width() && wanted.height() >= room.height())
+  fillsScreen = wanted.width() >= room.width() && wanted.height() >= room.height();
+  layout()->activate();
+}
+
+void MainWindow::showPlaced() {
+  if (fillsScreen)
     showMaximized();
   else
     show();

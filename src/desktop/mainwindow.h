@@ -44,6 +44,7 @@ class MainWindow final : public QMainWindow {
  private:
   void trigger(int32_t id);
   void openHelp();
+  void place();
   void updateNow();
   void showPanes();
   void rebuildMenus();
@@ -61,6 +62,7 @@ class MainWindow final : public QMainWindow {
   std::vector<QToolBar*> bars;
   QPointer<QMenu> popup;
   QTimer update;
+  bool fillsScreen = false;
   bool closed = false;
 };
 
