@@ -108,6 +108,7 @@ void DocumentWindows::add(CDocument& document) {
   widget->onResizeFrame = [this, window](Size content) { resizeFrame(*window, content); };
   const bool maximised = area.activeSubWindow() && area.activeSubWindow()->isMaximized();
   area.addSubWindow(window);
+  window->resize(window->sizeHint().boundedTo(area.viewport()->size()));
   if (maximised)
     window->showMaximized();
   else

@@ -13,6 +13,7 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QSlider>
+#include <algorithm>
 #include <cmath>
 
 #include "base/text.h"
@@ -58,10 +59,12 @@ FormDialog::FormDialog(Form& shown, QWidget* parent) : QDialog(parent), form(sho
     scrolled->setWidgetResizable(true);
     scrolled->setFrameShape(QFrame::NoFrame);
     outer->addWidget(scrolled);
-    resize(content->sizeHint().width() + 48, most);
+    resize(content->sizeHint().width() + kWrongWidth + 48, most);
   } else {
     outer->addWidget(content);
   }
+  const bool tall = std::ranges::any_of(
+      form.fields(), [](const FormField& f) { return f.kind == FormField::Kind::LongText; });
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
   ok = buttons->button(QDialogButtonBox::Ok);
   ok->setText(toQt(form.okLabel()));
@@ -71,6 +74,7 @@ FormDialog::FormDialog(Form& shown, QWidget* parent) : QDialog(parent), form(sho
   changes.setSingleShot(true);
   changes.setInterval(kTellWithinMs);
   connect(&changes, &QTimer::timeout, this, &FormDialog::tell);
+  if (tall) resize(QSize(640, 420).expandedTo(sizeHint()));
   // What the profile holds may be outside the limits too.
   for (size_t i = 0; i < rows.size(); ++i)
     if (rows[i].control) (void)check(i);
@@ -198,7 +202,7 @@ QWidget* FormDialog::makeLongText(Row& row, size_t index) {
   auto* box = new QPlainTextEdit(toQt(words));
   box->setReadOnly(row.field->readOnly);
   box->setTabChangesFocus(true);
-  box->setMinimumSize(420, 200);
+  box->setMinimumSize(260, 160);
   row.control = box;
   // Untouched, the text keeps the line ends that it came with.
   row.text = [box, before = row.field->value()] {

@@ -84,7 +84,6 @@ int main(int argc, char** argv) {
   // Numbers in files and forms have a point in every language.
   std::setlocale(LC_NUMERIC, "C");
   QApplication::setApplicationName("tarnvisor");
-  QApplication::setApplicationDisplayName("Tarnvisor");
   QApplication::setDesktopFileName("tarnvisor");
   QApplication::setQuitOnLastWindowClosed(false);
   return runWorkstation(line);

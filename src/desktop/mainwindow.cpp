@@ -5,6 +5,7 @@
 #include <QDesktopServices>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QLayout>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QScreen>
@@ -53,6 +54,7 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
   documents.onFrontChanged = [this] { updateNow(); };
   documents.onContextMenu = [this](QPoint at) { openPopup(kToolsPopup, at); };
   if (frame.hasRecordBar()) addToolBar(Qt::BottomToolBarArea, recordBar = new RecordBar(this));
+  place();
   refreshBars();
   documents.follow();
 }
@@ -61,12 +63,18 @@ MainWindow::~MainWindow() = default;
 
 // --- place and end
 
-void MainWindow::showPlaced() {
+// Before the first document opens: its view fits itself to the window that it gets.
+void MainWindow::place() {
   const QRect room = screen()->availableGeometry();
   const Placement wanted = readPlacement({room.width(), room.height()});
   setGeometry(wanted.left, wanted.top, wanted.width, wanted.height);
   statusPlace = wanted.status;
-  if (wanted.width >= room.width() && wanted.height >= room.height())
+  fillsScreen = wanted.width >= room.width() && wanted.height >= room.height();
+  layout()->activate();
+}
+
+void MainWindow::showPlaced() {
+  if (fillsScreen)
     showMaximized();
   else
     show();

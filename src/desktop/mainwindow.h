@@ -48,6 +48,7 @@ class MainWindow final : public QMainWindow {
  private:
   void trigger(int32_t id);
   void openHelp();
+  void place();
   void updateNow();
   void showPanes();
   void rebuildMenus();
@@ -74,6 +75,7 @@ class MainWindow final : public QMainWindow {
   std::array<bool, 3> shownGroups{};
   QPointer<QMenu> popup;
   QTimer update;
+  bool fillsScreen = false;
   bool closed = false;
 };
 

@@ -64,6 +64,7 @@ class WindowTest : public ImageDocTest {
     registerStoredClasses();
     options.documentTable = documentTable();
     options.dataFolder = folder.file("data");
+    writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n");
     begin();
   }
   void TearDown() override { end(); }
