@@ -98,7 +98,8 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   if (closed) return;
   closed = true;
   if (statusWindow) statusPlace = {statusWindow->x(), statusWindow->y()};
-  frame.storePlacement({x(), y(), width(), height(), statusPlace}, isMinimized());
+  const QRect g = geometry();
+  frame.storePlacement({g.x(), g.y(), g.width(), g.height(), statusPlace}, isMinimized());
   while (CDocument* front = app.documents.active()) front->type()->discard(*front);
   if (onClosed) onClosed();
 }

@@ -187,7 +187,6 @@ TEST(CommandLine, FilesSwitchesAndOptionsAreToldApart) {
       {{}, "", {}, -1},
       {{"/d/a.tv1"}, "/d/a.tv1", {}, -1},
       {{"a.tv1", "b.rst"}, here + "a.tv1", {here + "b.rst"}, -1},
-      {{"a.png", "b.tv1"}, "", {here + "a.png", here + "b.tv1"}, -1},
       {{"/a", "v.dtv"}, "/a " + here + "v.dtv", {}, -1},
       {{"--data", "demo", "/m", "/v.dtv"}, "/m /v.dtv", {}, -1},
       {{"--", "-x.tv1"}, here + "-x.tv1", {}, -1},

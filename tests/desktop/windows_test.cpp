@@ -268,7 +268,7 @@ TEST_F(WindowTest, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
   settings.setString("Recent File List", "File1", "/data/a.tv1");
   settings.setString("Recent File List", "File2", "/data/b.tv1");
   const QStringList file = entries("&File");
-  EXPECT_EQ(file.filter("/data/").size(), 2);
+  EXPECT_TRUE(file.contains("&1 a.tv1") && file.contains("&2 b.tv1"));
   EXPECT_FALSE(file.contains("No recent files"));
   std::map<QString, QString> taken;
   for (const QAction* each : window().findChildren<QAction*>())
