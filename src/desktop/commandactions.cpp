@@ -46,7 +46,6 @@ void CommandActions::setWords(QAction& action, int32_t id) const {
   action.setStatusTip(toQt(words.status));
   action.setToolTip(keys.isEmpty() ? tip : tip + " (" + keys.toString(QKeySequence::NativeText) + ")");
   if (*words.icon) action.setIcon(commandIcon(words.icon, window.palette()));
-  action.setIconVisibleInMenu(false);
 }
 
 void CommandActions::fill(QMenu& menu, const std::vector<MenuEntry>& entries) {

@@ -4,6 +4,7 @@
 #include <QTimer>
 #include <algorithm>
 
+#include "desktop/icons.h"
 #include "desktop/qttext.h"
 
 namespace tarnvisor {
@@ -15,6 +16,7 @@ class DocumentWindows::Window final : public QMdiSubWindow {
       : document(&shown), widget(content), app(application) {
     setWidget(content);
     setAttribute(Qt::WA_DeleteOnClose, false);
+    setWindowIcon(documentIcon());
   }
 
   CDocument* document;  // null once it has closed

@@ -9,3 +9,7 @@ core_library(desktop_windows desktop
 add_executable(tarnvisor main.cpp)
 target_link_libraries(tarnvisor PRIVATE desktop_windows assembly)
 set_target_properties(desktop_windows tarnvisor PROPERTIES AUTOMOC OFF AUTORCC OFF)
+
+add_executable(tarnvisor-pictures EXCLUDE_FROM_ALL pictures.cpp)
+target_link_libraries(tarnvisor-pictures PRIVATE desktop_windows assembly Qt6::Test)
+set_target_properties(tarnvisor-pictures PROPERTIES AUTOMOC OFF AUTORCC OFF)

@@ -11,8 +11,10 @@
 #include <QUrl>
 #include <QWheelEvent>
 
+#include "app/commandtexts.h"
 #include "app/mainframe.h"
 #include "base/text.h"
+#include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
 #include "framework/commandids.h"
@@ -278,6 +280,13 @@ TEST_F(WindowTest, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
     }
   EXPECT_EQ(action(cmd::FileSave)->toolTip(), "Save (Ctrl+S)");
   EXPECT_EQ(action(cmd::FileSave)->statusTip(), "Saves the document in front.");
+}
+
+TEST_F(WindowTest, EachNamedIconIsDrawn) {
+  for (const CommandText& text : commandTexts())
+    if (*text.icon) {
+      EXPECT_TRUE(hasIcon(text.icon)) << text.icon;
+    }
 }
 
 TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
