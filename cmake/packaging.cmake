@@ -25,8 +25,8 @@ set(CPACK_PACKAGE_CONTACT "The Tarnvisor developers <tarnvisor@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "workstation for nailfold and dynamic capillaroscopy")
 set(CPACK_PACKAGE_DESCRIPTION
     "Looks at, keeps and measures pictures of the capillaries in the skin of a finger:
- density, spacing, tortuosity and size, with a database of subjects and exams.
- The program tarnvisor-batch repeats an analysis over a whole study.")
+density, spacing, tortuosity and size, with a database of subjects and exams.
+The program tarnvisor-batch repeats an analysis over a whole study.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)

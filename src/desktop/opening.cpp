@@ -38,8 +38,13 @@ bool isSwitch(const std::string& argument) {
 }  // namespace
 
 std::string helpPage(const CDocument* front) {
+  // Kinds that are told on another one's page.
+  static constexpr std::pair<const char*, const char*> kShared[] = {
+      {"Dimension List", "results"}, {"Profile", "image"}, {"Histogram", "image"}};
   const std::string kind = front && front->type() ? front->type()->documentName() : "index";
-  const std::string page = replaced(lowerCase(kind), ' ', '-') + ".html";
+  std::string page = replaced(lowerCase(kind), ' ', '-') + ".html";
+  for (const auto& [name, on] : kShared)
+    if (kind == name) page = std::string(on) + ".html";
   const std::string beside = installedFolder();
   for (const std::string& folder :
        {beside + "help/", beside + "../share/tarnvisor/help/", beside + "../../help/"})
