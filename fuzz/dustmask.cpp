@@ -1,28 +1,13 @@
 // A dust mask's bytes, then every measure and change of the list that they make.
 #include <cstddef>
 
+#include "countingcanvas.h"
 #include "measure/dimline.h"
 #include "measure/dimlist.h"
 
 using namespace tarnvisor;
 
 namespace {
-
-class NoCanvas final : public Canvas {
-  void setPen(const Pen&) override {}
-  void polyline(std::span<const Point>) override {}
-  void polygon(std::span<const Point>) override {}
-  void rectangle(const Rect&) override {}
-  void ellipse(const Rect&) override {}
-  void point(Point) override {}
-  void text(Point, const std::string&, Colour) override {}
-  void fill(const Rect&, Colour) override {}
-  void fillPolygon(std::span<const Point>, Colour) override {}
-  void pixels(const PixelBlock&, const Rect&) override {}
-  void setFont(const std::string&, int32_t) override {}
-  Size textSize(const std::string&) const override { return {}; }
-  void setClip(const Rect&) override {}
-};
 
 void useAll(CDimList& list) {
   const Rect rect{-3, 2, 90, 70};
@@ -37,7 +22,7 @@ void useAll(CDimList& list) {
   list.totalArea(1, 1);
   list.totalTortuosity0();
   list.totalTortuosity1(1, 1, curves);
-  NoCanvas canvas;
+  CountingCanvas canvas;
   list.draw(canvas, 0);
   for (int32_t i = 0; i < list.size(); ++i) {
     Point p;
