@@ -11,22 +11,8 @@
 
 namespace tarnvisor {
 
-// The one QApplication, made when the first test runs.
-inline void startQt() {
-  if (qApp) return;
-  qputenv("QT_QPA_PLATFORM", "offscreen");
-  static int count = 1;
-  static char name[] = "test";
-  static char* words[] = {name, nullptr};
-  // Never destroyed: other statics may go before it.
-  static auto* application = new QApplication(count, words);
-  (void)application;
-}
-
 class DialogTest : public ImageDocTest {
  protected:
-  DialogTest() { startQt(); }
-
   // The only widget of a kind, or the one of that name.
   template <class W>
   static W* find(QWidget& window, const char* name = nullptr) {

@@ -217,7 +217,6 @@ std::pair<int, int> strongest(const QIcon& icon, QIcon::Mode mode) {
 }
 
 TEST(Icons, TakeTheTextColourAndDimWhenDisabled) {
-  startQt();
   for (const int shade : {20, 235}) {
     QPalette palette;
     palette.setColor(QPalette::WindowText, QColor(shade, shade, shade));
@@ -229,7 +228,6 @@ TEST(Icons, TakeTheTextColourAndDimWhenDisabled) {
 }
 
 TEST(Icons, AreDrawnAnewForTheScaleOfTheScreen) {
-  startQt();
   const QPixmap twice = commandIcon("grid", QPalette()).pixmap(QSize(24, 24), 2.0);
   EXPECT_EQ(twice.size(), QSize(48, 48));
   EXPECT_EQ(twice.devicePixelRatio(), 2.0);
@@ -238,7 +236,6 @@ TEST(Icons, AreDrawnAnewForTheScaleOfTheScreen) {
 }
 
 TEST(Icons, AllDrawingsAreValidAndLieWithinTheirSquare) {
-  startQt();
   EXPECT_FALSE(hasIcon("no such icon"));
   EXPECT_FALSE(hasIcon(""));
   EXPECT_TRUE(commandIcon("no such icon", QPalette()).isNull());
