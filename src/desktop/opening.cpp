@@ -45,7 +45,7 @@ std::string helpPage(const CDocument* front) {
   std::string page = replaced(lowerCase(kind), ' ', '-') + ".html";
   for (const auto& [name, on] : kShared)
     if (kind == name) page = std::string(on) + ".html";
-  const std::string beside = installedFolder();
+  const std::string& beside = installedFolder();
   for (const std::string& folder :
        {beside + "help/", beside + "../share/tarnvisor/help/", beside + "../../help/"})
     for (const std::string& name : {page, std::string("index.html")})

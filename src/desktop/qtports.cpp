@@ -102,8 +102,8 @@ QStringList qtFilters(const std::string& filter) {
   for (size_t i = 0; i + 1 < parts.size() && !parts[i].empty(); i += 2) {
     // What stands in brackets in the words are the patterns again.
     const std::string words(trimmed(parts[i].substr(0, parts[i].find('('))));
-    std::string patterns = parts[i + 1] == "*.*" ? "*" : replaced(parts[i + 1], ';', ' ');
-    filters << toQt(words + " (" + patterns + ")");
+    const std::string patterns = parts[i + 1] == "*.*" ? "*" : replaced(parts[i + 1], ';', ' ');
+    filters << toQt(format("%s (%s)", words.c_str(), patterns.c_str()));
   }
   return filters;
 }

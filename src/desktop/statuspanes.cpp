@@ -8,10 +8,8 @@ namespace tarnvisor {
 
 void StatusPanes::show(const std::vector<StatusPane>& panes) {
   constexpr int kMargin = 12;
-  for (const auto& [name, label] : labels) {
-    const bool wanted = std::ranges::any_of(panes, [&](const StatusPane& p) { return p.name == name; });
-    if (!wanted) label->hide();
-  }
+  for (const auto& [name, label] : labels)
+    if (std::ranges::find(panes, name, &StatusPane::name) == panes.end()) label->hide();
   for (const StatusPane& pane : panes) {
     auto found = std::ranges::find(labels, pane.name, &std::pair<std::string, QLabel*>::first);
     if (found == labels.end()) {
