@@ -136,7 +136,9 @@ TEST_F(ViewTest, TheAutocalTestTakesTheRowUnderTheMouseAndOpensTheNotesOnce) {
 TEST_F(ViewTest, ImageResultsComeForwardOnceThereAreAny) {
   show();
   EXPECT_FALSE(canRun("Image Results"));
+  const int32_t before = site.drawings;
   run("Calculate average of selection");
+  EXPECT_GT(site.drawings, before) << "the breaks of the curves are shown at once";
   run("Image Results");
   EXPECT_EQ(app->documents.active(), findResultDocument("Image Results"));
 }
