@@ -48,6 +48,9 @@ class CZZimage {
   Rect clipToImage(const Rect& rect) const;  // result in this image's own pixels
   Rect clipLocal(const Rect& rect) const;    // the same without the origin
   int32_t frameHeight() const { return interlace ? height * 2 : height; }
+  // Where this image lies in its parent frame, in frame rows: a field's count double.
+  Point frameOrigin() const { return {xOrigin, interlace ? wrapAdd(yOrigin, yOrigin) : yOrigin}; }
+  Rect frameRect() const { return Rect{0, 0, width, frameHeight()}.offsetBy(xOrigin, frameOrigin().y); }
   bool isField() const { return interlace != 0; }
   bool empty() const { return !pixels || width <= 0 || height <= 0; }
   static int32_t strideFor(int32_t width, int32_t bytesPerPixel);

@@ -67,7 +67,7 @@ Rect centralSquare(Size image) {
 void drawGrid(ZoomCanvas& canvas, const ZBasicDoc& document, const Rect& visible) {
   const CZZimage* image = document.theImage();
   if (!image) return;
-  const Rect whole{0, 0, image->width, image->frameHeight()};
+  const Rect whole = image->frameRect();
   switch (document.gridstyle) {
     case kLines:
       return drawSpacing(canvas, document, visible);
@@ -75,7 +75,8 @@ void drawGrid(ZoomCanvas& canvas, const ZBasicDoc& document, const Rect& visible
       return drawSpacing(canvas, document, visible.intersected(whole));
     case kChalkley:
     case kUser:
-      return playMetafile(document.gridmetafile, canvas, centralSquare({whole.right, whole.bottom}),
+      return playMetafile(document.gridmetafile, canvas,
+                          centralSquare({image->width, image->frameHeight()}).offsetBy(whole.left, whole.top),
                           document.gridcolour);
     default:
       return;

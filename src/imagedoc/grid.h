@@ -18,8 +18,8 @@ GridSpacing gridSpacing(const ZBasicDoc& document);
 // As large as the image's shorter side, centred on the longer one.
 Rect centralSquare(Size image);
 
-// canvas takes image pixels; visible is the part of the image's plane that is seen. A spacing that is no
-// length, and a drawing that couldn't be loaded, draw nothing.
+// canvas takes pixels of the image's parent frame; visible is the part of that plane that is seen. A spacing
+// that is no length, and a drawing that couldn't be loaded, draw nothing.
 void drawGrid(ZoomCanvas& canvas, const ZBasicDoc& document, const Rect& visible);
 
 }  // namespace tarnvisor

@@ -128,8 +128,8 @@ void drawPicture(PrintJob& job, ZBasicDoc& document, int32_t scale, Point corner
   canvas.setClip(area);
   PicturePainter painter;
   canvas.pixels(painter.render(image, 1, 1, {}, size), area);
-  ZoomCanvas zoomed(canvas, scale, 1, Point{} - corner, area);
-  drawOverlays(zoomed, document, -1, {0, 0, size.width, size.height});
+  ZoomCanvas zoomed(canvas, scale, 1, Point{} - corner, area, image.frameOrigin());
+  drawOverlays(zoomed, document, -1, image.frameRect());
   canvas.setClip({});
 }
 

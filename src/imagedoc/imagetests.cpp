@@ -40,9 +40,11 @@ std::string cellOf(const std::string& words) {
   return quoted + "\"";
 }
 
+// The points are the image's own.
 int32_t addLine(ZBasicDoc& document, Point from, Point to) {
-  const int32_t index = document.addDimension(from, kLineType);
-  (void)document.addPointToDimension(index, to);
+  const Point origin = document.imageOrigin();
+  const int32_t index = document.addDimension(from + origin, kLineType);
+  (void)document.addPointToDimension(index, to + origin);
   return index;
 }
 

@@ -15,8 +15,8 @@ class ZBasicDoc;
 // Adds the two diagonals to the current list and shows the grey levels along them. False without an image or
 // when the table couldn't be written.
 bool vignetteTest(ZBasicDoc& document);
-// y: the row that is looked at, in frame rows. Adds the line from the first to the last edge and opens the
-// notes. False likewise, or when the row lies outside.
+// y: the row that is looked at, a frame row of the image itself. Adds the line from the first to the last
+// edge and opens the notes. False likewise, or when the row lies outside.
 bool autocalTest(ZBasicDoc& document, int32_t y);
 
 // What autocalTest finds in a row of levels. The row is walked in runs above and below its mean; a pixel that

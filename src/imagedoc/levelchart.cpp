@@ -109,10 +109,11 @@ std::vector<double> levelsAlong(const CZZimage& image, std::span<const Point> pa
   const auto take = [&](Point p) {
     if (whole.contains(p)) levels.push_back(greyLevelAt(image, p));
   };
-  if (path.size() == 1) take(path.front());
+  const Point origin = image.frameOrigin();
+  if (path.size() == 1) take(path.front() - origin);
   for (size_t i = 1; i < path.size(); ++i) {
     // What lies outside is cut off first: a damaged file's line may be of any length.
-    Point a = path[i - 1], b = path[i];
+    Point a = path[i - 1] - origin, b = path[i] - origin;
     if (!clipSegment(a, b, whole, false)) continue;
     const double dx = b.x - a.x, dy = b.y - a.y;
     const int32_t steps = truncated(std::hypot(dx, dy));

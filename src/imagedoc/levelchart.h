@@ -22,9 +22,10 @@ void showHistogram(ZBasicDoc& document);
 void refreshLevelCharts(ZBasicDoc& document, int32_t selectedDimension);
 
 // The grey levels along a path through the points, from the first to the last, one for each pixel of its
-// length; of colour the weighted grey. y counts frame rows. What lies outside the image is left out.
+// length; of colour the weighted grey. The points are the parent frame's, as marks are. What lies outside the
+// image is left out.
 std::vector<double> levelsAlong(const CZZimage& image, std::span<const Point> path);
-// A pixel's level, weighted where it has colours. No bounds are checked.
+// A pixel's level, weighted where it has colours, at a frame row of the image itself. No bounds are checked.
 double greyLevelAt(const CZZimage& image, Point at);
 
 struct LevelSummary {

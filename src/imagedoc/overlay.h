@@ -14,8 +14,8 @@ class ZBasicDoc;
 void drawGappedCross(Canvas& canvas, Point at, int32_t halfSize, Colour colour);
 
 // In this order: the grid, the region of interest, the target, the origin, the lists that are not current,
-// the current list with the selected dimension. canvas takes image pixels; visible is the part of the image's
-// plane that is seen, and may reach beyond the image.
+// the current list with the selected dimension. canvas takes pixels of the image's parent frame; visible is
+// the part of that plane that is seen, and may reach beyond the image.
 void drawOverlays(ZoomCanvas& canvas, const ZBasicDoc& document, int32_t selected, const Rect& visible);
 
 // A bar of a round length: 1, 2 or 5 times a power of ten of the document's units, and the longest of those

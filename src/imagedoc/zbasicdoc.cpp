@@ -180,9 +180,7 @@ void ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t da
 
 Rect ZBasicDoc::roiOrWhole() const {
   const CZZimage* shown = theImage();
-  if (!shown || !roi.isEmpty()) return roi;
-  const int32_t top = frameRow(shown->yOrigin);
-  return {shown->xOrigin, top, wrapAdd(shown->xOrigin, shown->width), wrapAdd(top, shown->frameHeight())};
+  return shown && roi.isEmpty() ? shown->frameRect() : roi;
 }
 
 int32_t ZBasicDoc::frameRow(int32_t row) const {

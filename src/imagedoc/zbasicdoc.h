@@ -3,7 +3,8 @@
 // this but the pixels, which stay in an image file named inside it. docs/formats/tv1.md tells the stored
 // form.
 //
-// Coordinates are pixels of the image. A rectangle is half-open; an empty ROI means the whole image.
+// Coordinates are frame rows and columns of the parent frame, in which the image's first pixel lies at
+// imageOrigin(). A rectangle is half-open; an empty ROI means the whole image.
 #pragma once
 
 #include <array>
@@ -101,6 +102,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   void setScale(double x, double y, const std::string& name, int64_t date, bool asDefault, bool addToTable);
 
   // --- region of interest
+  // Where the image's first pixel lies among the marks; (0, 0) without an image.
+  Point imageOrigin() const { return theImage() ? theImage()->frameOrigin() : Point{}; }
   // What measures count in: the ROI, or the whole image. In frame rows, as the ROI and all marks are.
   Rect roiOrWhole() const;
   // The frame's row that a row held by the image lies at: twice its number in a field.
@@ -111,7 +114,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   std::string roiText() const;
 
   // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
-  bool saveUndoCopy();     // false, and the user told, without memory
+  bool saveUndoCopy();  // false, and the user told, without memory
   std::unique_ptr<CZZchildimage> roiChild();
   void finishStep(const std::string& text);  // adds the ROI text, marks all as changed, refreshes
   void appendNotes(const std::string& text) { notes += text; }

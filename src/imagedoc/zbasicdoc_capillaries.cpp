@@ -168,7 +168,8 @@ void ZBasicDoc::addMinima(const Points& points, bool labelled) {
     const int32_t index = addDimension({point.x, frameRow(point.y)}, kPointType);
     if (labelled) currentDims().items[static_cast<size_t>(index)]->label = format("%i", point.value);
   }
-  if (!roi.isEmpty()) currentDims().offset(roi.left, roi.top);
+  const Point corner = roi.isEmpty() ? imageOrigin() : roi.topLeft();
+  currentDims().offset(corner.x, corner.y);
 }
 
 void ZBasicDoc::minimaWithinWindow() {

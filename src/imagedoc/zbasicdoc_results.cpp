@@ -49,6 +49,7 @@ void ZBasicDoc::calculateAverage() {
     v[18] = curves;
   }
   addResultRow(ResultKind::Image, {title(), unitName(), {v.begin(), v.end()}});
+  updateAllViews();  // the lines have new breaks
 }
 
 }  // namespace tarnvisor

@@ -106,9 +106,7 @@ void addRow(ZBasicDoc& doc, const Area& area) {
 
 void ZBasicDoc::calculateVoronoiRegions() {
   const WaitScope wait;
-  const CZZimage& picture = *theImage();
-  const Area area{picture.clipToImage({}).offsetBy(picture.xOrigin, picture.yOrigin), roiOrWhole(),
-                  hasCircularRoi()};
+  const Area area{theImage()->frameRect(), roiOrWhole(), hasCircularRoi()};
   if (currentlist >= kNearestList && currentlist <= kKroghList) setCurrentList(kPlainList);
   for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})
     dimlists[static_cast<size_t>(list)].removeAll();

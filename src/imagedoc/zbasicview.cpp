@@ -17,8 +17,10 @@ namespace {
 
 constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
 
+int32_t saturated(int64_t value) { return static_cast<int32_t>(std::clamp(value, -kLargest, kLargest)); }
+
 int32_t scaled(int64_t value, int32_t numerator, int32_t denominator) {
-  return static_cast<int32_t>(std::clamp(value * numerator / denominator, -kLargest, kLargest));
+  return saturated(value * numerator / denominator);
 }
 
 // Whether the ratio can take factors of this size and still be held.
@@ -94,11 +96,15 @@ Size ZBasicView::contentSize() const {
 
 Point ZBasicView::toImage(Point windowPoint) const {
   const Point at = windowPoint + scrollPosition();
-  return {scaled(at.x, zoomden, zoomnum), scaled(at.y, zoomden, zoomnum)};
+  const Point origin = doc.imageOrigin();
+  return {saturated(int64_t{scaled(at.x, zoomden, zoomnum)} + origin.x),
+          saturated(int64_t{scaled(at.y, zoomden, zoomnum)} + origin.y)};
 }
 
 Point ZBasicView::toWindow(Point imagePoint) const {
-  return Point{scaled(imagePoint.x, zoomnum, zoomden), scaled(imagePoint.y, zoomnum, zoomden)} -
+  const Point origin = doc.imageOrigin();
+  return Point{scaled(saturated(int64_t{imagePoint.x} - origin.x), zoomnum, zoomden),
+               scaled(saturated(int64_t{imagePoint.y} - origin.y), zoomnum, zoomden)} -
          scrollPosition();
 }
 

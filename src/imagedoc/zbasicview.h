@@ -1,7 +1,8 @@
 // ZBasicView: shows a ZBasicDoc's image with its overlays and turns the mouse into document operations.
 //
-// Screen position = image position * zoomnum / zoomden, in integers, less the scroll position. All positions
-// of the mouse go to image pixels first, and while list 7 is current down to multiples of 8.
+// Screen position = image position * zoomnum / zoomden, in integers, less the scroll position, counted from
+// the image's first pixel. All positions of the mouse go to the parent frame's pixels first, in which ROI and
+// marks are, and while list 7 is current down to multiples of 8.
 #pragma once
 
 #include <memory>
@@ -49,7 +50,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   void onUpdate() override;
   void onActivate() override;
   Size contentSize() const override;
-  // Coordinates saturate; neither needs an image.
+  // Between the window and the parent frame. Coordinates saturate; neither needs an image.
   Point toImage(Point windowPoint) const;
   Point toWindow(Point imagePoint) const;
   // The ratio steps; each comes back exactly. A step that 32 bits can't hold is not taken: in beyond some 18,
@@ -85,9 +86,9 @@ class ZBasicView : public CView, public AutoLoadSink {
   int32_t zoomden = 1;
   int32_t selected = -1;        // in the current list; -1 for none
   int32_t secondselected = -1;  // likewise
-  Point position;               // last mouse position in image pixels
+  Point position;               // last mouse position in the parent frame
   struct Rubber {
-    Point from, to;  // image pixels
+    Point from, to;  // in the parent frame
   } rubber;
   enum DragMode : int32_t { kNoDrag = 0, kLineRubber = 1, kRectRubber = 2, kPolylineRubber = 9 };
   int32_t dragmode = kNoDrag;

@@ -100,7 +100,7 @@ void ZBasicView::runOnDocument(int32_t command) {
 // --- zoom
 
 void ZBasicView::actualSize() {
-  const Point centre = toImage(windowCentre());
+  const Point centre = toImage(windowCentre()) - doc.imageOrigin();
   zoomnum = zoomden = 1;
   scrollTo(centre - windowCentre());
   site().panesChanged();
@@ -235,9 +235,8 @@ void ZBasicView::vignetteCommand() {
 void ZBasicView::autocalCommand() {
   finishShape();
   const int32_t lastRow = doc.theImage()->frameHeight() - 1;
-  if (!autocalTest(doc, std::clamp(position.y, 0, lastRow))) return;
-  doc.updateAllViews();
-  runOnDocument(cmd::Notes);
+  const int32_t row = (position - doc.imageOrigin()).y;
+  if (autocalTest(doc, std::clamp(row, 0, lastRow))) doc.updateAllViews();
 }
 
 void ZBasicView::printCommand() {

@@ -30,9 +30,10 @@ void ZBasicView::draw(Canvas& canvas) {
     return;
   }
   painter->paint(canvas, *doc.theImage(), zoomnum, zoomden, scrollPosition(), area);
-  ZoomCanvas zoomed(canvas, zoomnum, zoomden, scrollPosition(), {0, 0, area.width, area.height});
+  ZoomCanvas zoomed(canvas, zoomnum, zoomden, scrollPosition(), {0, 0, area.width, area.height},
+                    doc.imageOrigin());
   const Point first = toImage({0, 0}), last = toImage({area.width, area.height});
-  drawOverlays(zoomed, doc, selected, {first.x, first.y, last.x + 1, last.y + 1});
+  drawOverlays(zoomed, doc, selected, {first.x, first.y, wrapAdd(last.x, 1), wrapAdd(last.y, 1)});
   if (dragmode != kNoDrag) drawRubber(zoomed, rubber, dragmode);
   if (showsScaleBar) drawScaleBar(canvas, scaleBarFor(doc, zoomnum, zoomden, area.width), area);
 }

@@ -36,7 +36,8 @@ void ZBasicView::takePosition(Point windowPoint) {
 
 Point ZBasicView::withinImage(Point p) const {
   const CZZimage& image = *doc.theImage();
-  return {std::clamp(p.x, 0, image.width), std::clamp(p.y, 0, image.frameHeight())};
+  const Point origin = image.frameOrigin(), own = p - origin;
+  return Point{std::clamp(own.x, 0, image.width), std::clamp(own.y, 0, image.frameHeight())} + origin;
 }
 
 void ZBasicView::hold(Grip wanted) {
@@ -241,8 +242,10 @@ void ZBasicView::endMoveRoi() {
     return first < 0 || last > size ? by : std::clamp(by, -first, size - last);
   };
   const Point by = position - rubber.from;
-  const int32_t dx = kept(by.x, doc.roi.left, doc.roi.right, image.width);
-  const int32_t dy = kept(by.y, doc.roi.top, doc.roi.bottom, image.frameHeight());
+  const Point origin = image.frameOrigin();
+  const Rect own = doc.roi.offsetBy(wrapSub(0, origin.x), wrapSub(0, origin.y));
+  const int32_t dx = kept(by.x, own.left, own.right, image.width);
+  const int32_t dy = kept(by.y, own.top, own.bottom, image.frameHeight());
   if (dx == 0 && dy == 0) return redraw();
   doc.roi = doc.roi.offsetBy(dx, dy);
   changed();

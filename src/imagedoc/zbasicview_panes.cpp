@@ -18,8 +18,9 @@ std::string positionText(const ZBasicDoc& doc, Point at) {
 
 std::string pixelText(const ZBasicDoc& doc, Point at) {
   const CZZimage* image = doc.theImage();
-  if (!doc.hasImage() || !Rect{0, 0, image->width, image->frameHeight()}.contains(at)) return {};
-  return format("pixel=%3li", static_cast<long>(image->pixelAt(at.x, at.y)));
+  if (!doc.hasImage() || !image->frameRect().contains(at)) return {};
+  const Point own = at - image->frameOrigin();
+  return format("pixel=%3li", static_cast<long>(image->pixelAt(own.x, own.y)));
 }
 
 std::string dimensionText(const ZBasicDoc& doc, int32_t index) {

@@ -104,10 +104,14 @@ void ZBasicView::abandonShape() {
 }
 
 void ZBasicView::traceCapillaries() {
-  const Rect area = doc.theImage()->clipToImage(doc.roi);
-  if (!area.contains(position)) return;
+  const CZZimage& image = *doc.theImage();
+  const Rect area = image.clipToImage(doc.roi);
+  Point own = position - image.frameOrigin();
+  if (own.y < 0) return;
+  if (image.isField()) own.y /= 2;
+  if (!area.contains(own)) return;
   const WaitScope wait;
-  if (doc.trace(position - area.topLeft())) doc.updateAllViews();
+  if (doc.trace(own - area.topLeft())) doc.updateAllViews();
 }
 
 }  // namespace tarnvisor

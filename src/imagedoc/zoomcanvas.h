@@ -1,5 +1,6 @@
-// A canvas in image pixels on top of one in window pixels: each point goes to point * zoomnum / zoomden -
-// scroll in integers. Pens, texts and fonts keep their size.
+// A canvas in image pixels on top of one in window pixels: each point goes to (point - origin) * zoomnum /
+// zoomden - scroll in integers, where the origin is the place of the image's first pixel in its parent frame.
+// Pens, texts and fonts keep their size.
 //
 // Given the part of the target that is seen, it passes on nothing that lies outside, and cuts lines that run
 // far beyond it: a dimension of a damaged file may lie anywhere, and dashes are not to be counted out over
@@ -7,6 +8,7 @@
 #pragma once
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 #include "host/canvas.h"
@@ -16,11 +18,12 @@ namespace tarnvisor {
 class ZoomCanvas final : public Canvas {
  public:
   // seen: in the target's pixels; empty for no limit.
-  ZoomCanvas(Canvas& target, int32_t zoomnum, int32_t zoomden, Point scroll, const Rect& seenPart = {})
-      : under(target), num(zoomnum), den(zoomden), offset(scroll), seen(seenPart) {}
+  ZoomCanvas(Canvas& target, int32_t zoomnum, int32_t zoomden, Point scroll, const Rect& seenPart = {},
+             Point imageOrigin = {})
+      : under(target), num(zoomnum), den(zoomden), offset(scroll), seen(seenPart), origin(imageOrigin) {}
 
   Point toTarget(Point imagePoint) const {
-    return {scaled(imagePoint.x) - offset.x, scaled(imagePoint.y) - offset.y};
+    return {scaled(imagePoint.x, origin.x) - offset.x, scaled(imagePoint.y, origin.y) - offset.y};
   }
   Rect toTarget(const Rect& r) const {
     const Point a = toTarget(Point{r.left, r.top}), b = toTarget(Point{r.right, r.bottom});
@@ -53,15 +56,17 @@ class ZoomCanvas final : public Canvas {
   void penDown();
   void cutLine(std::span<const Point> points);
   // Kept far within 32 bits.
-  int32_t scaled(int32_t v) const {
-    constexpr int64_t kFar = 1 << 29;
-    return static_cast<int32_t>(std::clamp(static_cast<int64_t>(v) * num / den, -kFar, kFar));
+  int32_t scaled(int32_t v, int32_t first) const {
+    constexpr int64_t kFar = 1 << 29, kLargest = std::numeric_limits<int32_t>::max();
+    const int64_t own = std::clamp(int64_t{v} - first, -kLargest, kLargest);
+    return static_cast<int32_t>(std::clamp(own * num / den, -kFar, kFar));
   }
   std::span<const Point> mapped(std::span<const Point> points);
   Canvas& under;
   int32_t num, den;
   Point offset;
   Rect seen;
+  Point origin;
   Pen pen;
   bool penWaits = false;
   std::vector<Point> moved;

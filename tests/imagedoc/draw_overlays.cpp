@@ -109,6 +109,34 @@ TEST_F(Overlays, LieWhereTheZoomPutsThem) {
                                    "polyline 58,44 58,50", "polyline 58,60 58,54"));
 }
 
+TEST_F(Overlays, OfAPartOfALargerFrameLieOverTheSamePixels) {
+  std::filesystem::copy_file(std::string(TARNVISOR_PROFILE) + "/chalkley.wmf",
+                             installedFolder() + "chalkley.wmf");
+  doc->gridshow = doc->showtarget = 1;
+  doc->gridspacing = 7.5;
+  doc->target = {30, 20};
+  doc->roi = {10, 10, 50, 40};
+  (void)doc->addPointToDimension(doc->addDimension({15, 25}, 1), {60, 31});
+  view->rubber = {{30, 40}, {10, 60}};
+  view->dragmode = ZBasicView::kLineRubber;
+  view->zoomnum = 25;
+  view->zoomden = 16;
+  view->scrollTo({20, 10});
+  std::vector<Calls> shown;
+  for (const Point origin : {Point{}, Point{1003, 501}}) {
+    doc->image->xOrigin = origin.x;
+    doc->image->yOrigin = origin.y;
+    doc->move(origin.x, origin.y);
+    view->rubber = {view->rubber.from + origin, view->rubber.to + origin};
+    for (doc->gridstyle = 0; doc->gridstyle < 3; ++doc->gridstyle) {
+      host.fill({});
+      run("Grid...");
+      shown.push_back(drawn());
+    }
+  }
+  for (size_t style = 0; style < 3; ++style) EXPECT_EQ(shown[style], shown[style + 3]) << style;
+}
+
 TEST_F(Overlays, OnAPrinterHaveLabelsInTheFontOfTheSettings) {
   RecordingCanvas paper;
   paper.printer = true;

@@ -112,6 +112,19 @@ TEST_F(PrintedPage, ImageHasTheLargestWholeScaleThatFitsAndIsCentred) {
   EXPECT_THAT(job.texts(0), Contains("Print scale : x,   20.00  y,   20.00 pixel / cm"));
 }
 
+TEST_F(PrintedPage, OverlaysOfAPartOfALargerFrameStayOnTheirPixels) {
+  doc->gridshow = 1;
+  doc->roi = {10, 12, 60, 50};
+  RecordingJob whole({730, 620}), part({730, 620});
+  printImage(whole, *doc);
+  doc->image->xOrigin = 1000;
+  doc->image->yOrigin = 500;
+  doc->move(1000, 500);
+  printImage(part, *doc);
+  EXPECT_THAT(whole.pages[0].calls, Contains("rectangle 165,220-415,410"));
+  EXPECT_EQ(part.pages[0].calls, whole.pages[0].calls);
+}
+
 TEST_F(PrintedPage, NotesAreWrappedAndGoOnOverFurtherPages) {
   RecordingJob job({300, 400});
   std::string expected;

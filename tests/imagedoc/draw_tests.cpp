@@ -187,6 +187,41 @@ TEST_F(Charts, HistogramCountsTheRegionOfInterest) {
   EXPECT_EQ(c->values[63] + c->values[64], 200);
 }
 
+TEST_F(Charts, FollowEachMoveOfALiveSliderAndItsCancelling) {
+  ZBasicDoc& d = makeImage(50, 40);
+  showHistogram(d);
+  app->documents.activate(d);
+  const LevelChartDoc* c = chart(LevelChart::Histogram);
+  const auto before = c->values;
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"Adjust brightness/contrast", "brightness", "0"}, {"Threshold", "threshold", "40"}};
+  for (const auto& [command, slider, place] : cases) {
+    host.fills.push_back([&, slider = slider, place = place](Form& form) {
+      EXPECT_EQ(form.find(slider)->take(place), "");
+      form.changed();
+      EXPECT_NE(c->values, before) << slider;
+      return false;
+    });
+    run(command);
+    EXPECT_EQ(c->values, before) << command;
+  }
+}
+
+TEST_F(Charts, TakeALineOfTheParentFrame) {
+  ZBasicDoc& d = makeImage(50, 40);
+  d.image->fill(30);
+  d.image->setPixel(12, 20, 90);
+  d.image->xOrigin = 100;
+  d.image->yOrigin = 200;
+  (void)d.addDimension({110, 220}, 1);
+  (void)d.addPointToDimension(0, {114, 220});
+  showGreyLevelProfile(d, 0);
+  EXPECT_THAT(chart(LevelChart::Profile)->values, ElementsAre(30, 30, 90, 30, 30));
+  d.setModified(false);
+  EXPECT_TRUE(vignetteTest(d));
+  EXPECT_EQ(d.currentDims().at(2).points, (std::vector<Point>{{105, 205}, {145, 235}}));
+}
+
 TEST_F(Charts, ThereIsOneOfAKindThatOutlivesItsDocumentAndNeverAsksToBeSaved) {
   ZBasicDoc& first = makeImage(30, 30);
   showHistogram(first);

@@ -2,12 +2,15 @@
 #include <gmock/gmock.h>
 
 #include "imagedoc/processing.h"
+#include "measure/tortuosity.h"
+#include "results/resultdoc.h"
 #include "support/imagedoctest.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
@@ -208,6 +211,73 @@ TEST_F(ImageDocTest, RegionsAndWalksOpenWindowsOfTheirOwn) {
   run("Walk to minima");
   EXPECT_EQ(image()->title(), "f-walk2min");
   EXPECT_THAT(image()->notes, ::testing::ContainsRegex("walk2minima8 from \\(4,4\\) took [0-9]+ steps\r\n$"));
+}
+
+// The cells of a row of the table "Image Results".
+std::vector<std::string> resultCells(size_t row) {
+  const CResultDoc* table = findResultDocument("Image Results");
+  std::vector<std::string> cells;
+  for (size_t place = 0; table && place < 21; ++place) cells.emplace_back(trimmed(table->cell(row, place)));
+  return cells;
+}
+
+TEST_F(ImageDocTest, ImageResultsCountTheRoiButTheTortuosityOfAllTheList) {
+  ZBasicDoc& d = makeImage(100, 80);
+  d.setTitle("hand");
+  d.image->fill(30);
+  d.image->setPixel(5, 5, 90);
+  d.image->setPixel(70, 70, 200);
+  d.roi = {0, 0, 50, 40};
+  d.setScale(2, 1, "x", 0, false, false);
+  d.setCurrentList(kAmberList);
+  const std::pair<int32_t, std::vector<Point>> shapes[] = {
+      {0, {{10, 10}}},
+      {1, {{20, 20}, {30, 20}}},
+      {6, {{0, 0}, {10, 10}}},
+      {1, {{60, 60}, {63, 64}, {66, 60}}},
+      {1, {{60, 20}, {80, 20}, {80, 40}, {110, 40}, {110, 70}}}};
+  for (const auto& [type, points] : shapes) {
+    const int32_t index = d.addDimension(points.front(), type);
+    for (size_t i = 1; i < points.size(); ++i) d.addPointToDimension(index, points[i]);
+  }
+  run("Calculate average of selection");
+  EXPECT_THAT(resultCells(0), ElementsAre("hand", "um", "100.0", "40.0", "4000", "30.03", "30", "90", "1",
+                                          "3", "42.4", "14.1", "200", "66.7", "5.00", "250.000", "750.000",
+                                          "10.590", "5.081", "0.0023", "2.000"));
+  d.image.reset();
+  run("Calculate average of selection");
+  const auto cells = resultCells(1);
+  EXPECT_EQ(cells[5] + " " + cells[6] + " " + cells[7] + " " + cells[9], "0.00 0 0 3") << "no levels";
+  d.roi = {};
+  run("Calculate average of selection");
+  EXPECT_EQ(resultCells(2)[4] + resultCells(2)[8] + resultCells(2)[9], "000") << "no area, no measures";
+}
+
+TEST_F(ImageDocTest, TheLimitsOfTortuosityAreReadWithTheNextDocument) {
+  makeImage(8, 8);
+  writeSettings("[tortuosity]\nminlength=33\nmincurvelength=44\nminangle=5.5\n");
+  run("Calculate average of selection");
+  EXPECT_EQ(tortuositySettings.minlength, 10.0);
+  makeImage(8, 8);
+  EXPECT_EQ(tortuositySettings.minlength, 33.0);
+  EXPECT_EQ(tortuositySettings.mincurvelength, 44.0);
+  EXPECT_EQ(tortuositySettings.minangle, 5.5);
+  tortuositySettings = {};
+}
+
+TEST_F(ImageDocTest, MinimaOfAPartOfALargerFrameLieInIt) {
+  for (const Rect& roi : {Rect{}, Rect{105, 205, 135, 235}}) {
+    ZBasicDoc& d = makeImage(40, 40);
+    d.image->fill(200);
+    d.image->setPixel(20, 12, 10);
+    d.image->xOrigin = 100;
+    d.image->yOrigin = 200;
+    d.roi = roi;
+    process.quietMode = 1;
+    run("find minima within tolerance");
+    ASSERT_EQ(d.currentDims().size(), 1);
+    EXPECT_EQ(d.currentDims().at(0).points.front(), (Point{120, 212}));
+  }
 }
 
 }  // namespace

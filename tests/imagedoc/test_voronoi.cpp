@@ -135,6 +135,17 @@ TEST_F(VoronoiRegions, ThatLeaveTheRoiAreDroppedAndTheirNeighboursStayLinked) {
   for (const size_t mean : {8u, 10u, 11u}) EXPECT_THAT(cells[mean], HasSubstr("nan"));
 }
 
+TEST_F(VoronoiRegions, OfAFieldCountFrameRows) {
+  ZBasicDoc& d = makeMarked();
+  d.image = std::make_unique<CZZimage>(201, 200, -1, 2);
+  d.image->xOrigin = 1;
+  answerWith(kOutput);
+  run(kCommand);
+  EXPECT_THAT(labels(d.dimlists[kVoronoiList]), ElementsAre("1", "2"));
+  EXPECT_THAT(readWholeText(folder.file("cappts.txt")).value_or(""),
+              HasSubstr("\n-99 -100\n302 -100\n302 300\n"));
+}
+
 TEST_F(VoronoiRegions, TakeThePlainListInsteadOfTheListsTheyFill) {
   ZBasicDoc& d = makeMarked();
   answerWith(kOutput);

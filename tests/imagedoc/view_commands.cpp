@@ -122,10 +122,23 @@ TEST_F(ViewTest, ForeignOrDamagedDataIsNotPasted) {
   EXPECT_THAT(host.messages, ElementsAre(HasSubstr("nothing that can be pasted")));
 }
 
+TEST_F(ViewTest, TheAutocalTestTakesTheRowUnderTheMouseAndOpensTheNotesOnce) {
+  ZBasicDoc& d = show({64, 20});
+  for (int32_t x = 0; x < 64; ++x) d.image->setPixel(x, 9, x % 8 < 4 ? 200 : 50);
+  d.image->xOrigin = 300;
+  d.image->yOrigin = 400;
+  play("move 310,409");
+  host.fill({});
+  run("Autocal test");
+  EXPECT_EQ(state(), "L304,409 360,409");
+}
+
 TEST_F(ViewTest, ImageResultsComeForwardOnceThereAreAny) {
   show();
   EXPECT_FALSE(canRun("Image Results"));
+  const int32_t before = site.drawings;
   run("Calculate average of selection");
+  EXPECT_GT(site.drawings, before) << "the breaks of the curves are shown at once";
   run("Image Results");
   EXPECT_EQ(app->documents.active(), findResultDocument("Image Results"));
 }

@@ -76,6 +76,15 @@ TEST_F(ViewTest, EachDrawingToolAddsItsKindOfDimension) {
   }
 }
 
+TEST_F(ViewTest, TheSecondClickClearsTheSecondSelection) {
+  show();
+  run("Circle");
+  play("click 10,10");
+  view->secondselected = 0;
+  play("click 30,10");
+  EXPECT_EQ(view->secondselected, -1);
+}
+
 TEST_F(ViewTest, ARubberBandFollowsTheMouseBetweenTheClicks) {
   show();
   run("Dimension polyline");
@@ -184,6 +193,57 @@ TEST_F(ViewTest, OneClickSetsOriginOrTarget) {
   EXPECT_EQ(d.target, (Point{70, 20}));
   EXPECT_EQ(d.showtarget, 1);
   EXPECT_EQ(settings.getInt("settings", "targetx", -1), 70);
+}
+
+// A frame, and a field whose origin counts half as many rows.
+TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
+  for (const int32_t interlace : {0, 1}) {
+    ZBasicDoc& d = show();
+    d.image = std::make_unique<CZZimage>(200, 160, -1, interlace);
+    d.image->fill(70);
+    for (int32_t x = 0; x < 200; ++x) d.image->setPixel(x, 90, 20);
+    d.image->xOrigin = 1000;
+    d.image->yOrigin = interlace ? 250 : 500;
+    d.updateAllViews();
+    EXPECT_EQ(view->toImage({20, 30}), (Point{1020, 530}));
+    EXPECT_EQ(view->toWindow({1020, 530}), (Point{20, 30}));
+    play("move 1020,530");
+    EXPECT_EQ(panes(), "pos= 1020,  530|pixel= 70||dimlist0 ||mag=1.000, 1.000|zoom= 100%");
+
+    play("down 1020,530 up 1060,570");
+    EXPECT_EQ(state(), "roi1020,530,1060,570");
+    run("Negative");
+    for (int32_t y = 0; y < 160; y += 2)
+      for (int32_t x = 0; x < 200; ++x)
+        ASSERT_EQ(d.image->pixelAt(x, y), x >= 20 && x < 60 && y >= 30 && y < 70 ? 185
+                                          : y == 90                              ? 20
+                                                                                 : 70)
+            << x << "," << y;
+
+    play("down 1030,540 up 9,1000");
+    EXPECT_EQ(state(), "roi1000,620,1040,660") << "no farther than the image goes";
+    play("down 1010,630 up 9,9");
+    EXPECT_EQ(state(), "roi1000,500,1040,540");
+    play("down 1150,600 up 1900,610");
+    EXPECT_EQ(d.roi, (Rect{1150, 600, 1200, 610}));
+    d.roi = {1070, 560, 1120, 620};
+    run("trace capillaries");
+    play("click 1080,590");
+    EXPECT_EQ(d.image->countValue(0), 50);
+    EXPECT_EQ(d.image->pixelAt(70, 90) + d.image->pixelAt(119, 90), 0);
+    run("Counting");
+    play("click 1010,510");
+    run("Counting");
+    play("click 1011,512");
+    EXPECT_EQ(view->selected, 0);
+    for (const char* zoom : {"Zoom In", "Actual size"}) run(zoom);
+    EXPECT_EQ(view->scrollPosition(), Point{});
+    d.image->xOrigin = 2147483000;
+    d.image->yOrigin = -2000000000;
+    d.updateAllViews();
+    act("down", {{150, 3}, MouseButton::Left, false, false});
+    act("up", {{-2000000000, 2000000000}, MouseButton::Left, false, false});
+  }
 }
 
 TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {

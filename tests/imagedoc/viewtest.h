@@ -11,6 +11,8 @@ namespace tarnvisor {
 struct NotingSite final : ViewSite {
   Size frame;
   bool captured = false;
+  int32_t drawings = 0;
+  void redraw() override { ++drawings; }
   Cursor cursor = Cursor::Arrow;
   void captureMouse(bool on) override { captured = on; }
   void setCursor(Cursor wanted) override { cursor = wanted; }

@@ -40,6 +40,13 @@ TEST_F(Tortuosity, CountsCurvesAndTheirExcess) {
       {"two curves", stairs, {}, excess / 100, 2, {{0, 0}, {20, 20}, {50, 20}}},
       {"second curve too short", stairs, {.mincurvelength = 30.0}, 0.0, 1, {{0, 0}, {20, 20}, {50, 20}}},
       {"turns too small", stairs, {.minangle = 91.0}, 0.0, 0, {{0, 0}}},
+      // Back and forth: pi is a turn the one way, -pi one the other.
+      {"reversals",
+       {{0, 0}, {20, 0}, {-10, 0}, {40, 0}, {60, 0}},
+       {},
+       4.0 / 120,
+       2,
+       {{0, 0}, {-10, 0}, {40, 0}}},
       // Steps of 5 are merged until the chord is over 10: 12 along the axis, so nothing turns.
       {"zigzag", {{0, 0}, {4, 3}, {8, 0}, {12, 0}, {24, 0}}, {.minangle = 40}, 0.0, 0, {{0, 0}}},
   };
