@@ -82,7 +82,8 @@ void PainterCanvas::ellipse(const Rect& bounds) {
 void PainterCanvas::point(Point at) {
   const int width = std::max(1, painter.pen().width());
   const int before = width / 2;
-  painter.fillRect(QRectF(bounded(at.x) - before, bounded(at.y) - before, width, width), painter.pen().color());
+  painter.fillRect(QRectF(bounded(at.x) - before, bounded(at.y) - before, width, width),
+                   painter.pen().color());
 }
 
 // A faint shadow keeps labels readable on light and dark pixels; on paper of the ink's opposite it vanishes.

@@ -135,6 +135,7 @@ bool autocalTest(ZBasicDoc& document, int32_t y) {
   const CZZimage& image = *document.theImage();
   if (y < 0 || y >= image.frameHeight()) return false;
   std::vector<uint8_t> levels;
+  levels.reserve(static_cast<size_t>(image.width));
   for (int32_t x = 0; x < image.width; ++x) levels.push_back(truncatedToByte(greyLevelAt(image, {x, y})));
   const RuledRow row = measureRuledRow(levels);
   const int32_t first = row.leftEdges.empty() ? 0 : row.leftEdges.front();
