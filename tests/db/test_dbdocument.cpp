@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 #include "archive/archive.h"
 #include "db/dbdocument.h"
 #include "db/subjectselection.h"
@@ -190,6 +192,31 @@ TEST_F(Selection, AsksBeforeTheEndingItAddsMakesItTheNameOfAnotherFile) {
   }
   host.paths.push_back(other);  // the chooser asked
   EXPECT_TRUE(d->saveAs());
+}
+
+TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
+  selectNewExam("anna", "e1");
+  CDocument* d = process.imageTemplate->newDocument();
+  d->setModified();
+  host.paths.push_back(d->defaultPathName());
+  std::filesystem::remove_all(app->dataFolder);
+  auto told = [&, before = host.messages.size()]() mutable {
+    const bool more = host.messages.size() > before;
+    before = host.messages.size();
+    return more;
+  };
+  EXPECT_FALSE(d->save());
+  EXPECT_TRUE(told() && d->isModified());
+  EXPECT_FALSE(startNewExamination("left", ""));
+  EXPECT_TRUE(told());
+  EXPECT_EQ(app->documents.active(), d) << "nothing closes for an exam that can't be made";
+  EXPECT_EQ(app->openDocumentFile(app->dataFolder + "e1/x.tv1"), nullptr);
+  EXPECT_TRUE(told());
+  SubjectDialog dialog;
+  dialog.typeId("ben");
+  dialog.addAsNewId();
+  EXPECT_EQ(app->subjectId, "anna");
+  d->setModified(false);
 }
 
 TEST_F(Selection, MakesNamesFromADocumentsOwn) {
