@@ -203,7 +203,8 @@ CDocument* CBasicApp::openDocumentFile(const std::string& path) {
   rememberFolder(path);
   // A run over a study is no history of what somebody looked at.
   std::error_code error;
-  if (remembersFiles && !process.quietMode) addRecentFile(std::filesystem::absolute(path, error).string());
+  if (remembersFiles && !process.quietMode)
+    addRecentFile(std::filesystem::absolute(path, error).lexically_normal().string());
   return document;
 }
 

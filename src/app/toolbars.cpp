@@ -58,7 +58,7 @@ bool gateOpen(const ToolBarGroup& group, int32_t fgMode) {
     case ToolBarGroup::Gate::Camera:
       return process.tarnvisorEnabled && fgMode;
     case ToolBarGroup::Gate::Dynamic:
-      return process.vivocapEnabled != 0;
+      return process.dynamicChannel();
   }
   return false;
 }

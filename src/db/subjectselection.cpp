@@ -186,6 +186,7 @@ void ExamList::select(size_t row) {
   app.examFolder = examRows[row].folder;
   setRecordFolder(app.dataFolder + app.examFolder);
   refreshResults();
+  host().windows.refreshBars();  // one shows the recording folder
 }
 
 std::string ExamList::pathOfResult(size_t row) const {

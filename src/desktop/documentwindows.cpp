@@ -1,9 +1,9 @@
 #include "desktop/documentwindows.h"
 
 #include <QCloseEvent>
-#include <QTimer>
 #include <algorithm>
 
+#include "desktop/afterdialogs.h"
 #include "desktop/icons.h"
 #include "desktop/qttext.h"
 
@@ -17,6 +17,8 @@ class DocumentWindows::Window final : public QMdiSubWindow {
     setWidget(content);
     setAttribute(Qt::WA_DeleteOnClose, false);
     setWindowIcon(documentIcon());
+    // Its own menu's keys would contend with the program's, and then neither has them.
+    for (QAction* entry : actions()) entry->setShortcut({});
   }
 
   CDocument* document;  // null once it has closed
@@ -26,7 +28,7 @@ class DocumentWindows::Window final : public QMdiSubWindow {
   void closeEvent(QCloseEvent* event) override {
     event->ignore();
     // Not from within the event, which goes on after the window has gone.
-    QTimer::singleShot(0, this, [this] {
+    afterDialogs(this, [this] {
       if (document) (void)app.documents.close(*document);
     });
   }

@@ -15,6 +15,7 @@
 
 #include "app/commandtexts.h"
 #include "base/text.h"
+#include "desktop/afterdialogs.h"
 #include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qttext.h"
@@ -274,7 +275,7 @@ void MainWindow::dropEvent(QDropEvent* event) {
     if (url.isLocalFile()) paths.push_back(fromQt(url.toLocalFile()));
   event->setDropAction(Qt::CopyAction);
   event->accept();
-  QTimer::singleShot(0, this, [this, paths] { openFiles(paths); });
+  afterDialogs(this, [this, paths] { openFiles(paths); });
 }
 
 }  // namespace tarnvisor

@@ -1,6 +1,6 @@
 # The main window and the program.
 core_library(desktop_windows desktop
-  HEADERS commandactions.h documentwindows.h formdialog.h mainwindow.h opening.h qthost.h qtports.h
+  HEADERS afterdialogs.h commandactions.h documentwindows.h formdialog.h mainwindow.h opening.h qthost.h qtports.h
           qtprinter.h statuspanes.h viewwidget.h
   SOURCES commandactions.cpp documentwindows.cpp formdialog.cpp mainwindow.cpp opening.cpp
           qthost.cpp qtports.cpp qtprinter.cpp statuspanes.cpp viewwidget.cpp

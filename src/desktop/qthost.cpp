@@ -5,6 +5,7 @@
 #include <QUrl>
 
 #include "base/files.h"
+#include "desktop/afterdialogs.h"
 #include "desktop/qttext.h"
 
 namespace tarnvisor {
@@ -26,7 +27,7 @@ void QtHost::showMainFrame() {
 }
 
 void QtHost::closeMainFrame() {
-  if (window) QTimer::singleShot(0, window.get(), [this] { window->close(); });
+  if (window) afterDialogs(window.get(), [this] { window->close(); });
 }
 
 void QtHost::tile() {

@@ -110,14 +110,21 @@ QStringList qtFilters(const std::string& filter) {
 
 namespace {
 
+// The folder itself, or what of its path still exists.
+QString nearestFolder(std::string path) {
+  while (!path.empty() && !folderExists(path)) {
+    while (path.size() > 1 && path.back() == kSeparator) path.pop_back();
+    path = path.size() > 1 ? folderOf(path) : std::string();
+  }
+  return toQt(path.empty() ? workingFolder() : path);
+}
+
 void prepare(QFileDialog& dialog, const FileRequest& request) {
   dialog.setWindowTitle(toQt(request.title));
   const QStringList filters = qtFilters(request.filter);
   if (!filters.isEmpty()) dialog.setNameFilters(filters);
   if (request.defaultExtension.size() > 1) dialog.setDefaultSuffix(toQt(request.defaultExtension.substr(1)));
-  const std::string folder =
-      folderExists(request.initialPath) ? request.initialPath : folderOf(request.initialPath);
-  dialog.setDirectory(toQt(folder.empty() ? workingFolder() : folder));
+  dialog.setDirectory(nearestFolder(request.initialPath));
   if (!folderExists(request.initialPath)) dialog.selectFile(toQt(fileNameOf(request.initialPath)));
 }
 
@@ -158,7 +165,7 @@ std::vector<std::string> QtChoosers::openFiles(const FileRequest& request) {
 }
 
 std::optional<std::string> QtChoosers::chooseFolder(const std::string& title, const std::string& current) {
-  QFileDialog dialog(dialogParent(), toQt(title), toQt(current.empty() ? workingFolder() : current));
+  QFileDialog dialog(dialogParent(), toQt(title), nearestFolder(current));
   dialog.setFileMode(QFileDialog::Directory);
   dialog.setOption(QFileDialog::ShowDirsOnly);
   return firstOf(chosen(dialog));

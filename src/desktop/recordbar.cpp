@@ -69,17 +69,22 @@ RecordBar::RecordBar(QWidget* parent)
 RecordBar::~RecordBar() { silenceChildren(*this); }
 
 void RecordBar::connectAll() {
+  // With each key: a recording may begin by its shortcut while the text is still being edited.
   for (QLineEdit* edit : {recordDir, baseName})
-    connect(edit, &QLineEdit::editingFinished, this, [this] { storeState(); });
+    connect(edit, &QLineEdit::textEdited, this, [this] { storeState(); });
   connect(directToDisc, &QCheckBox::clicked, this, [this] { storeState(); });
   connect(triggerMovie, &QRadioButton::clicked, this, [this] { storeState(); });
   connect(triggerImage, &QRadioButton::clicked, this, [this] { storeState(); });
 }
 
 void RecordBar::showState() {
-  recordDir->setText(QString::fromStdString(process.recordDir));
-  recordDir->setCursorPosition(0);
-  baseName->setText(QString::fromStdString(process.baseName));
+  const auto show = [](QLineEdit* edit, const std::string& text) {
+    if (edit->text().toStdString() == text) return;  // the cursor stays
+    edit->setText(QString::fromStdString(text));
+    edit->setCursorPosition(0);
+  };
+  show(recordDir, process.recordDir);
+  show(baseName, process.baseName);
   directToDisc->setChecked(process.direct2disc != 0);
   triggerMovie->setChecked(process.triggermovie != 0);
   triggerImage->setChecked(process.triggermovie == 0);

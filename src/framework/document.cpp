@@ -123,6 +123,11 @@ bool CDocument::saveAs() {
   const auto chosen = host().choosers.saveFile(request);
   if (!chosen || chosen->empty()) return false;
   const std::string path = withOwnEnding(*chosen);
+  // The chooser asked about the name that was typed, not about this one.
+  if (path != *chosen && fileExists(path) &&
+      host().messages.show(path + " already exists. Replace it?", Buttons::YesNo, Icon::Warning) !=
+          Answer::Yes)
+    return false;
   if (!onSaveDocument(path)) return false;
   setPathName(path);
   updateAllViews();

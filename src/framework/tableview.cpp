@@ -163,6 +163,7 @@ void TableView::selectTo(CellAddress to) {
 
 // Dragging past an edge brings what lies there into the window, a row or so at a time.
 void TableView::mouseMove(const MouseEvent& event) {
+  if (event.button != MouseButton::Left) drag = Drag::No;  // a dialog took the release
   if (drag == Drag::No || !hasRows() || columnCount() == 0 || lefts().back() == 0) return;
   const Size size = windowSize();
   Point to = scrollPosition();

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "app/processstate.h"
 #include "base/numbers.h"
 #include "imagedoc/dimdoc.h"
 #include "imagedoc/levelchart.h"
@@ -34,6 +35,8 @@ ZBasicView::ZBasicView(ZBasicDoc& document)
     : CView(document), doc(document), painter(std::make_unique<PicturePainter>()) {}
 
 ZBasicView::~ZBasicView() {
+  // Another view may come to lie at this address.
+  if (process.autoLoadView == this) process.autoLoadView = nullptr;
   // A tool that only a held button brought must not outlive the button.
   if (grip != Grip::None && (tool == kToolDrag || tool == kToolMoveRoi)) tool = kToolNone;
 }

@@ -299,6 +299,8 @@ TEST_F(Frame, FourFilesAreKeptAsRecent) {
   }
   EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[2], paths[1]));
   EXPECT_EQ(settings.getString("Recent File List", "File4", ""), paths[1]);
+  ASSERT_NE(app->openDocumentFile(folder.file("./f4.csv")), nullptr) << "one file in other words";
+  EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[2], paths[1]));
   EXPECT_EQ(recentFileLabel(recentFiles(), 1), "&2 f3.csv");
   EXPECT_EQ(recentFileLabel({"/a/x&y", "/b/x&y"}, 0), "&1 /a/x&&y") << "two of one name";
   run(cmd::RecentFile3);

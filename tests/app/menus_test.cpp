@@ -156,6 +156,9 @@ TEST_F(Menus, ToolBarGroupsHaveTheirCountsGatesAndIcons) {
     EXPECT_EQ(gateOpen(group, 0), c.withoutCamera) << c.id;
     process.vivocapEnabled = 0;
     EXPECT_EQ(gateOpen(group, 1), c.withoutDynamic) << c.id;
+    process.cytoMode = 1;
+    EXPECT_TRUE(gateOpen(group, 1) == c.atFull) << c.id << ": the other word that opens the dynamic channel";
+    process.cytoMode = 0;
     process.vivocapEnabled = 1;
     for (const int32_t id : group.buttons) EXPECT_STRNE(commandText(id).icon, "") << id;
   }

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 #include "archive/archive.h"
 #include "db/dbdocument.h"
 #include "db/subjectselection.h"
@@ -176,6 +178,45 @@ TEST_F(Selection, OffersAPathInTheExamsFolderFromTheTitle) {
   EXPECT_EQ(document.defaultPathName(), app->dataFolder + "e1/a_b.tv1") << "its own exam";
   document.patientId = "berta";
   EXPECT_EQ(document.defaultPathName(), "a_b.tv1") << "the exam is of another subject";
+}
+
+TEST_F(Selection, AsksBeforeTheEndingItAddsMakesItTheNameOfAnotherFile) {
+  const std::string other = folder.file("a.txt.tv1");
+  ASSERT_TRUE(replaceFile(other, std::string_view("other")));
+  CDocument* d = process.imageTemplate->newDocument();
+  for (const Answer answer : {Answer::No, Answer::Yes}) {
+    host.paths.push_back(folder.file("a.txt"));
+    host.answers.push_back(answer);
+    EXPECT_EQ(d->saveAs(), answer == Answer::Yes);
+    EXPECT_EQ(readWholeText(other) == "other", answer == Answer::No);
+  }
+  host.paths.push_back(other);  // the chooser asked
+  EXPECT_TRUE(d->saveAs());
+}
+
+TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
+  selectNewExam("anna", "e1");
+  CDocument* d = process.imageTemplate->newDocument();
+  d->setModified();
+  host.paths.push_back(d->defaultPathName());
+  std::filesystem::remove_all(app->dataFolder);
+  auto told = [&, before = host.messages.size()]() mutable {
+    const bool more = host.messages.size() > before;
+    before = host.messages.size();
+    return more;
+  };
+  EXPECT_FALSE(d->save());
+  EXPECT_TRUE(told() && d->isModified());
+  EXPECT_FALSE(startNewExamination("left", ""));
+  EXPECT_TRUE(told());
+  EXPECT_EQ(app->documents.active(), d) << "nothing closes for an exam that can't be made";
+  EXPECT_EQ(app->openDocumentFile(app->dataFolder + "e1/x.tv1"), nullptr);
+  EXPECT_TRUE(told());
+  SubjectDialog dialog;
+  dialog.typeId("ben");
+  dialog.addAsNewId();
+  EXPECT_EQ(app->subjectId, "anna");
+  d->setModified(false);
 }
 
 TEST_F(Selection, MakesNamesFromADocumentsOwn) {

@@ -4,7 +4,9 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDialog>
+#include <QFileDialog>
 #include <QImage>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -12,6 +14,7 @@
 #include <QTimer>
 #include <cstring>
 
+#include "base/files.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
 #include "support/tempfolder.h"
@@ -50,6 +53,19 @@ TEST(QtMessages, EachButtonIsItsAnswerAndClosingLosesNothing) {
   EXPECT_EQ(answered(Buttons::YesNo, QMessageBox::NoButton), Answer::No);
   EXPECT_EQ(answered(Buttons::OkCancel, QMessageBox::NoButton), Answer::Cancel);
   EXPECT_EQ(answered(Buttons::Ok, QMessageBox::NoButton), Answer::Ok);
+}
+
+TEST(QtChoosers, BeginWhereSomethingIsLeftOfAFolderThatIsGone) {
+  TestHost host;
+  const TempFolder folder;
+  QTimer::singleShot(50, qApp, [&] {
+    auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->directory().absolutePath().toStdString() + "/", withSeparator(folder.path()));
+    EXPECT_EQ(dialog->findChild<QLineEdit*>()->text(), "") << "no name that can't be chosen";
+    dialog->reject();
+  });
+  EXPECT_FALSE(QtChoosers().chooseFolder("Data", folder.file("gone/tarn.db")));
 }
 
 TEST(QtWaitCursor, NestsAndMakesRoomForADialog) {

@@ -158,9 +158,12 @@ TEST_F(Faces, TheRecordBarShowsAndStoresTheProcessState) {
   EXPECT_TRUE(radios[0]->isChecked());
   radios[1]->click();
   find<QCheckBox>(bar)->click();
-  find<QLineEdit>(bar, "basename")->setText("toe");
-  dir->setText("/data/other");
-  QTest::keyClick(dir, Qt::Key_Return);
+  const auto type = [](QLineEdit* edit, const char* words) {
+    edit->selectAll();
+    QTest::keyClicks(edit, words);
+  };
+  type(find<QLineEdit>(bar, "basename"), "toe");
+  type(dir, "/data/other");
   EXPECT_EQ(process.triggermovie, 0);
   EXPECT_EQ(settings.getString("directories", "recorddir", ""), "/data/other");
   EXPECT_EQ(settings.getString("directories", "basename", ""), "toe");

@@ -231,7 +231,7 @@ TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
   EXPECT_FALSE(frame.examFace->isOpen());
   (void)app->runCommand(cmd::ViewExams);
   ASSERT_TRUE(frame.examFace->isOpen());
-  auto* window = main.findChild<ExamListWindow*>();
+  QWidget* window = find<QTreeWidget>(main, "exams")->window();
   auto* exams = find<QTreeWidget>(*window, "exams");
   auto* results = find<QTreeWidget>(*window, "results");
   EXPECT_EQ(find<QLabel>(*window)->text(), "Subject S-1: " + QString::fromStdString(app->subjectName));

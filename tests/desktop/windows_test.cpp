@@ -1,5 +1,7 @@
 // The main window, driven by mouse, keys and menus.
+#include <QDialog>
 #include <QDropEvent>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -8,6 +10,7 @@
 #include <QStatusBar>
 #include <QTest>
 #include <QToolBar>
+#include <QTreeWidget>
 #include <QUrl>
 #include <QWheelEvent>
 
@@ -299,6 +302,29 @@ TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
   EXPECT_EQ(bar->isVisible(), !before);
 }
 
+TEST_F(WindowTest, EachShortcutWorksWhereverTheKeyboardIs) {
+  ZBasicDoc& image = makeImage(40, 30);
+  settle();
+  (void)app->runCommand(cmd::ViewExams);
+  auto* list = window().findChild<QTreeWidget*>("exams");
+  ASSERT_NE(list, nullptr);
+  std::vector<int32_t> triggered;
+  window().commandActions().onTriggered = [&](int32_t id) { triggered.push_back(id); };
+  for (QWidget* focus : {static_cast<QWidget*>(&widgetOf(image)), static_cast<QWidget*>(list)}) {
+    focus->activateWindow();
+    focus->setFocus();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(focus));
+    for (const CommandText& text : commandTexts()) {
+      QAction* shown = action(text.id);
+      if (shown->shortcut().isEmpty() || !shown->isEnabled()) continue;
+      triggered.clear();
+      QTest::keySequence(focus, shown->shortcut());
+      EXPECT_EQ(triggered, std::vector<int32_t>{text.id})
+          << text.shortcut << " in " << focus->objectName().toStdString();
+    }
+  }
+}
+
 TEST_F(WindowTest, ControlSSaves) {
   ASSERT_NE(app->openDocumentFile(savedImage("kept.tv1")), nullptr);
   image()->appendNotes("more");
@@ -321,6 +347,63 @@ TEST_F(WindowTest, ClosingADocumentsWindowAsksWhenItHasChanged) {
   windowOf(d).close();
   settle();
   EXPECT_EQ(image(), nullptr);
+}
+
+TEST_F(WindowTest, DocumentsThatFollowOthersCloseInAnyOrder) {
+  std::vector<int> order{0, 1, 2, 3, 4};
+  for (int turn = 0; turn < 10; ++turn) {
+    std::rotate(order.begin(), order.begin() + 1, order.end());
+    if (turn == 5) std::reverse(order.begin(), order.end());
+    makeImage(40, 30).addDimension({3, 4}, 0);
+    const ZBasicDoc* first = image();
+    for (const int32_t id : {cmd::Histogram, cmd::DimensionListWindow, cmd::CalculateAverage}) {
+      app->documents.activate(const_cast<ZBasicDoc&>(*first));
+      (void)app->runCommand(id);
+    }
+    makeImage(20, 30);
+    const std::vector<CDocument*> open = app->documents.documents();
+    ASSERT_EQ(open.size(), order.size()) << "two images, histogram, dimension list, result table";
+    for (const int i : order) {
+      open[static_cast<size_t>(i)]->type()->discard(*open[static_cast<size_t>(i)]);
+      QApplication::processEvents();
+    }
+  }
+}
+
+TEST_F(WindowTest, NothingClosesUnderADialog) {
+  ZBasicDoc& d = makeImage(40, 30);
+  windowOf(d).close();
+  windows.closeMainFrame();
+  QDialog dialog;
+  QTimer::singleShot(80, &dialog, [&] {
+    EXPECT_EQ(image(), &d);
+    EXPECT_TRUE(window().isVisible());
+    dialog.reject();
+  });
+  dialog.exec();
+  settle();
+  EXPECT_EQ(image(), nullptr);
+  EXPECT_FALSE(window().isVisible());
+}
+
+TEST_F(WindowTest, TheRecordBarFollowsTheExamThatIsSelected) {
+  app->db->newSubject("S-1");
+  app->subjectId = "S-1";
+  ASSERT_TRUE(makeExamination("left", "") && makeExamination("right", ""));
+  (void)app->runCommand(cmd::ViewExams);
+  frame->examList().select(0);
+  auto* name = window().findChild<QLineEdit*>("basename");
+  EXPECT_EQ(window().findChild<QLineEdit*>("recorddir")->text().toStdString(), process.recordDir);
+  QTest::keyClicks(name, "x");
+  EXPECT_EQ(process.recordDir, app->dataFolder + "S-1-left");
+}
+
+TEST_F(WindowTest, AViewThatIsGoneTakesNoFilesOfOthers) {
+  const std::string path = savedImage("other.tv1");
+  app->receiveAutoLoad(path);
+  ASSERT_NE(process.autoLoadView, nullptr);
+  process.imageTemplate->discard(static_cast<ZBasicDoc&>(process.autoLoadView->document()));
+  EXPECT_EQ(process.autoLoadView, nullptr) << "the next view may have its address";
 }
 
 TEST_F(WindowTest, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {

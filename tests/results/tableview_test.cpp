@@ -71,6 +71,9 @@ TEST_F(Table, DraggingPastAnEdgeScrolls) {
   for (int i = 0; i < 10; ++i) view().mouseMove({{-500, -5000}});
   EXPECT_EQ(view().scrollPosition(), (Point{0, 0}));
   EXPECT_EQ(view().selectedCells().firstColumn, 0);
+  view().mouseMove({{120, 25}, MouseButton::None});
+  view().mouseMove({{500, 5000}});
+  EXPECT_EQ(view().selectedCells().lastRow, 0) << "released where the table couldn't see it";
 }
 
 TEST_F(Table, AnEmptyTableTakesTheMouseAndCopiesNothing) {
