@@ -1,6 +1,7 @@
 #include "desktop/documentwindows.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <algorithm>
 
 #include "desktop/afterdialogs.h"
@@ -48,6 +49,8 @@ DocumentWindows::~DocumentWindows() {
   app.documents.onChange = nullptr;
   QObject::disconnect(&area, nullptr, &area, nullptr);
   for (Window* window : windows) delete window;
+  // Windows of documents that closed last wait for an event loop that may not come again.
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 QMdiSubWindow* DocumentWindows::windowOf(const CDocument& document) const {
