@@ -99,7 +99,8 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   if (closed) return;
   closed = true;
   if (statusWindow) statusPlace = {statusWindow->x(), statusWindow->y()};
-  const QRect g = geometry();
+  // One that fills the screen is to fill it again, though its frame takes a part of the height.
+  const QRect g = isMaximized() ? screen()->availableGeometry() : geometry();
   frame.storePlacement({g.x(), g.y(), g.width(), g.height(), statusPlace}, isMinimized());
   while (CDocument* front = app.documents.active()) front->type()->discard(*front);
   if (onClosed) onClosed();
