@@ -1,6 +1,7 @@
 #include "desktop/documentwindows.h"
 
 #include <QCloseEvent>
+#include <QMenu>
 #include <QTimer>
 #include <algorithm>
 
@@ -17,6 +18,8 @@ class DocumentWindows::Window final : public QMdiSubWindow {
     setWidget(content);
     setAttribute(Qt::WA_DeleteOnClose, false);
     setWindowIcon(documentIcon());
+    // The window's own menu would share its key for closing with the File menu, and then neither works.
+    for (QAction* each : systemMenu()->actions()) each->setShortcuts(QList<QKeySequence>{});
   }
 
   CDocument* document;  // null once it has closed
