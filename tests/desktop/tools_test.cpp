@@ -1,0 +1,180 @@
+// The tools of the image window, by mouse: each shape drawn, picked, dragged and deleted, and a whole session
+// that is saved and comes back.
+#include <QMdiSubWindow>
+
+#include "desktop/walktest.h"
+#include "synth/nailfold.h"
+
+namespace tarnvisor {
+namespace {
+
+class ToolsTest : public WalkTest {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(WalkTest::SetUp());
+    NailfoldStill still = goodNailfold();
+    still.width = 800;
+    still.height = 640;
+    still.rows = 3;
+    still.capillariesPerRow = 6;
+    NailfoldTruth truth;
+    const auto picture = renderNailfold(still, truth);
+    ASSERT_TRUE(picture && picture->save(folder.file("still.bmp")));
+    window().openFiles({folder.file("still.bmp")});
+    settle();
+    ASSERT_NE(image(), nullptr);
+    showWhole();
+  }
+  // Each pixel of the image is one of the window.
+  void showWhole() {
+    window().documentWindows().windowOf(*image())->showMaximized();
+    press(Qt::Key_1, Qt::ControlModifier);
+    ASSERT_GE(view().windowSize().height, 640);
+  }
+  void chooseTool(const QString& words) { choose({"Measure", "Tools", words}); }
+
+  struct Shape {
+    const char* tool;
+    const char* kind;
+    std::vector<Point> points;
+    void (ToolsTest::*draw)(const std::vector<Point>&);
+  };
+  void clicks(const std::vector<Point>& points) {
+    for (const Point& p : points) click(p);
+  }
+  void clicksAndDouble(const std::vector<Point>& points) {
+    clicks({points.begin(), points.end() - 1});
+    doubleClick(points.back());
+  }
+  static std::vector<Shape> shapes() {
+    using T = ToolsTest;
+    return {{"Counting", "CDimLine", {{40, 50}}, &T::clicks},
+            {"Lines", "CDimLine", {{30, 600}, {130, 600}}, &T::clicks},
+            {"Polyline", "CDimLine", {{200, 560}, {240, 590}, {280, 560}, {300, 600}}, &T::clicksAndDouble},
+            {"Freehand line", "CDimLine", {{330, 560}, {335, 570}, {345, 572}, {360, 560}}, &T::drag},
+            {"Circle", "CDimCircle", {{400, 600}, {440, 600}}, &T::clicks},
+            {"Polygon", "CDimPolygon", {{470, 560}, {520, 565}, {500, 610}}, &T::clicksAndDouble},
+            {"Freehand area", "CDimPolygon", {{560, 560}, {600, 570}, {610, 600}, {570, 605}}, &T::drag}};
+  }
+  void draw(const Shape& shape) {
+    chooseTool(shape.tool);
+    (this->*shape.draw)(shape.points);
+    chooseTool(shape.tool);
+  }
+  int32_t count() { return image()->currentDims().size(); }
+  // The first number of a count's text.
+  static double density(const std::string& words) { return std::strtod(words.c_str(), nullptr); }
+};
+
+TEST_F(ToolsTest, EachToolDrawsItsShapeWhereTheMouseWas) {
+  for (const Shape& shape : shapes()) {
+    SCOPED_TRACE(shape.tool);
+    const int32_t before = count();
+    draw(shape);
+    ASSERT_EQ(count(), before + 1);
+    const CDim& drawn = *image()->currentDims().items.back();
+    EXPECT_STREQ(drawn.classRecord().name, shape.kind);
+    // An area ends where it began.
+    std::vector<Point> expected = shape.points;
+    if (std::string_view(shape.kind) == "CDimPolygon") expected.push_back(expected.front());
+    EXPECT_EQ(drawn.points, expected);
+    EXPECT_EQ(tool, kToolNone) << "the tool was chosen again";
+  }
+  choose({"Image", "Dust", "Edit dust mask"});
+  drag({{700, 20}, {710, 25}, {730, 45}});
+  ASSERT_EQ(image()->dimlists[kDustList].size(), 1);
+  EXPECT_TRUE(std::ranges::equal(image()->dimlists[kDustList].at(0).points,
+                                 std::array<Point, 2>{{{700, 20}, {730, 45}}}));
+}
+
+TEST_F(ToolsTest, AShapeIsPickedDraggedAndDeleted) {
+  for (const Shape& shape : shapes()) draw(shape);
+  const int32_t before = count();
+  click({200, 560});
+  ASSERT_EQ(view().selected, 2);
+  drag({{200, 560}, {220, 540}, {210, 530}});
+  EXPECT_EQ(image()->currentDims().at(2).points.front(), (Point{210, 530}));
+  EXPECT_EQ(image()->currentDims().at(2).points.back(), (Point{310, 570}));
+  EXPECT_EQ(view().selected, 2) << "still picked after the drag";
+  press(Qt::Key_Delete);
+  EXPECT_EQ(count(), before - 1);
+  EXPECT_EQ(image()->currentDims().at(2).points.size(), 4u) << "the freehand line has come up";
+  press(Qt::Key_Delete);
+  EXPECT_EQ(count(), before - 1) << "nothing is picked any more";
+  // Those that Shift picks go together.
+  click({30, 600}, Qt::ShiftModifier);
+  click({40, 50}, Qt::ShiftModifier);
+  drag({{40, 50}, {45, 45}, {60, 60}});
+  EXPECT_EQ(image()->currentDims().at(1).points.front(), (Point{50, 610}));
+}
+
+TEST_F(ToolsTest, ASessionByMouseComesBackWhole) {
+  for (const Shape& shape : shapes()) draw(shape);
+  choose({"Image", "Dust", "Edit dust mask"});
+  drag({{700, 20}, {730, 45}});
+  choose({"Image", "Dust", "Edit dust mask"});
+  choose({"Measure", "Switch list"});
+  ASSERT_EQ(image()->currentlist, kPlainList);
+
+  // The second shape is a level line of 100 pixels.
+  expectForm("Calibrate", {{"X line", "2"}, {"X true length", "150"}, {"Y line", "2"}, {"Name", "by line"}});
+  choose({"Measure", "Calibrate"});
+  EXPECT_DOUBLE_EQ(image()->scale().x, 1.5);
+  EXPECT_DOUBLE_EQ(image()->scale().y, 1.5);
+
+  press(Qt::Key_F3);
+  drag({{100, 60}, {300, 200}, {740, 540}});
+  EXPECT_EQ(image()->roi, (Rect{100, 60, 740, 540}));
+  choose({"Image", "Circular region"});
+  EXPECT_TRUE(image()->hasCircularRoi());
+  EXPECT_EQ(image()->roi, (Rect{180, 60, 660, 540})) << "the square in the middle";
+  choose({"Image", "Circular region"});
+  EXPECT_FALSE(image()->hasCircularRoi());
+
+  choose({"Measure", "Switch list"});
+  expectMessage();
+  choose({"Analysis", "Find capillaries"});
+  const int32_t found = count();
+  ASSERT_GE(found, 6);
+  click(image()->currentDims().at(1).points.front());
+  ASSERT_EQ(view().selected, 1);
+  press(Qt::Key_Delete);
+  ASSERT_EQ(count(), found - 1);
+  expectMessage();
+  choose({"Analysis", "Find capillaries"});
+  ASSERT_EQ(messages.size(), 2u);
+  const double area = 480 * 480 * 1.5 * 1.5 * 1e-6;
+  EXPECT_NEAR(density(messages[0]), found / area, 0.001);
+  EXPECT_NEAR(density(messages[1]), (found - 1) / area, 0.001);
+
+  if (hasQvoronoi()) {
+    choose({"Analysis", "Voronoi regions"});
+    EXPECT_GT(image()->dimlists[kVoronoiList].size(), 0);
+    EXPECT_EQ(image()->dimlists[kVoronoiList].size(), image()->dimlists[kKroghList].size());
+    app->documents.activate(*process.imageTemplate->documents().front());
+    settle();
+  }
+  expectPrint(folder.file("page.pdf"));
+  choose({"File", "Print"});
+  EXPECT_TRUE(isPdf(folder.file("page.pdf")));
+
+  choose({"Image", "Circular region"});
+  expectFile("Save As", folder.file("session.tv1"), "Save");
+  expectOk("ROI or whole image");
+  press(Qt::Key_S, Qt::ControlModifier);
+  EXPECT_FALSE(image()->isModified());
+  const std::vector<std::string> before = contentOf(*image());
+  const std::vector<uint8_t> pixels = pixelsOf(*image()->theImage());
+  press(Qt::Key_W, Qt::ControlModifier);
+  ASSERT_TRUE(process.imageTemplate->documents().empty());
+
+  expectFile("Open", folder.file("session.tv1"), "Open");
+  press(Qt::Key_O, Qt::ControlModifier);
+  ASSERT_NE(image(), nullptr);
+  EXPECT_EQ(contentOf(*image()), before);
+  EXPECT_EQ(pixelsOf(*image()->theImage()), pixels);
+  EXPECT_FALSE(image()->isModified());
+}
+
+}  // namespace
+}  // namespace tarnvisor

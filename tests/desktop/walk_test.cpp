@@ -1,0 +1,148 @@
+// A clinician's whole road through the program, with nothing but mouse and keys: a new subject, an
+// examination, a still, its capillaries found and corrected, results, paper, files, and all of it again from
+// the list of exams.
+#include <QTreeWidget>
+#include <cstdlib>
+
+#include "desktop/walktest.h"
+#include "results/resultdoc.h"
+
+namespace tarnvisor {
+namespace {
+
+// A recorded nailfold of 1000 x 750 pixels, 1.68 um each; it does not come with the sources.
+std::string nailfoldStill() {
+  const char* named = std::getenv("TARNVISOR_TEST_DATA");
+  return withSeparator(named ? named : TEST_DATA_FOLDER) + "nailfold-still/nailfold-1000x750-grey.bmp";
+}
+
+class RoadTest : public WalkTest {
+ protected:
+  void beginExamination() {
+    answers.expect("Select Subject", [this](QWidget& dialog) {
+      QTest::keyClicks(QApplication::focusWidget(), "WALK 7");
+      click(dialog, "Add as new ID");
+      type(dialog, "Name", "Ada");
+      type(dialog, "Surname", "Walker");
+      type(dialog, "Comment", "right handed");
+      click(dialog, "Save / Update Details");
+      click(dialog, "Start New Examination");
+    });
+    expectForm("New Examination", {{"Site", "left ring"}, {"Comment", "at rest"}}, "Start");
+    choose({"Subject", "Select subject"});
+  }
+  // The file's name in the exam's list of results is double-clicked.
+  void openFromExams(const QString& name) {
+    choose({"Subject", "View exams"});
+    QTreeWidget* results = nullptr;
+    for (QWidget* each : QApplication::topLevelWidgets())
+      if (each->isVisible() && each->windowTitle() == "Select Exam")
+        results = each->findChild<QTreeWidget*>("results");
+    ASSERT_NE(results, nullptr);
+    const auto items = results->findItems(name, Qt::MatchExactly, 2);
+    ASSERT_EQ(items.size(), 1);
+    const QPoint at = results->visualItemRect(items.front()).center();
+    QTest::mouseClick(results->viewport(), Qt::LeftButton, {}, at);
+    QTest::mouseDClick(results->viewport(), Qt::LeftButton, {}, at);
+    settle();
+  }
+  CResultDoc* table(ResultKind kind) { return findResultDocument(resultTable(kind).title); }
+};
+
+TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
+  if (!fileExists(nailfoldStill())) GTEST_SKIP() << nailfoldStill() << " is not here";
+  beginExamination();
+  const auto subject = app->db->readSubject("WALK_7");
+  ASSERT_TRUE(subject);
+  EXPECT_EQ(subject->name + subject->surname + subject->comments, "AdaWalkerright handed");
+  const auto exam = app->db->exam("WALK_7", app->examId);
+  ASSERT_TRUE(exam);
+  EXPECT_EQ(exam->site + exam->comment, "left ringat rest");
+  const std::string examFolder = app->dataFolder + exam->folder;
+  ASSERT_TRUE(folderExists(examFolder));
+
+  expectFile("Import", nailfoldStill(), "Open");
+  choose({"File", "Import"});
+  ASSERT_NE(image(), nullptr);
+  ASSERT_EQ(image()->theImage()->width, 1000);
+  press(Qt::Key_F3);
+  drag({{60, 80}, {400, 200}, {960, 340}});
+  const Rect roi = image()->roi;
+  EXPECT_NEAR(roi.width(), 900, 4);
+  EXPECT_NEAR(roi.height(), 260, 4);
+  expectForm("Magnification", {{"x scale", "1.68"}, {"y scale", "1.68"}, {"name", "x100"}});
+  press(Qt::Key_M, Qt::ControlModifier);
+  EXPECT_DOUBLE_EQ(image()->scale().x, 1.68);
+
+  expectMessage();
+  press(Qt::Key_F, Qt::ControlModifier);
+  const int32_t found = image()->currentDims().size();
+  ASSERT_GE(found, 6) << "of some 15 loops";
+  click(image()->currentDims().at(0).points.front());
+  press(Qt::Key_Delete);
+  press(Qt::Key_F6);
+  click({500, 330});
+  click({640, 330});
+  press(Qt::Key_F6);
+  expectMessage();
+  press(Qt::Key_F, Qt::ControlModifier);
+  ASSERT_EQ(messages.size(), 2u);
+  const double area = roi.width() * roi.height() * 1.68 * 1.68 * 1e-6;
+  EXPECT_NEAR(std::strtod(messages[1].c_str(), nullptr), (found + 1) / area, 0.001);
+
+  ZBasicDoc& still = *image();
+  if (hasQvoronoi()) {
+    choose({"Analysis", "Voronoi regions"});
+    ASSERT_NE(table(ResultKind::Voronoi), nullptr);
+    EXPECT_EQ(std::atoi(table(ResultKind::Voronoi)->cell(0, 5).c_str()), found + 1);
+    app->documents.activate(still);
+    settle();
+  }
+  choose({"Analysis", "Average of selection"});
+  app->documents.activate(still);
+  settle();
+  choose({"Analysis", "Image results"});
+  ASSERT_EQ(app->documents.active(), table(ResultKind::Image));
+  expectFile("Export", examFolder + "/results.csv", "Save");
+  press(Qt::Key_E, Qt::ControlModifier);
+  const std::string csv = readWholeText(examFolder + "/results.csv").value_or("");
+  const std::vector<std::string> lines = split(csv, '\n');
+  ASSERT_GE(lines.size(), 5u);
+  EXPECT_TRUE(lines[0].starts_with("filename,units,ROI w,ROI h,"));
+  const std::vector<std::string> row = split(lines[1], ',');
+  ASSERT_GE(row.size(), 10u);
+  EXPECT_EQ(row[1], "um");
+  EXPECT_NEAR(std::strtod(row[2].c_str(), nullptr), roi.width() * 1.68, 0.1);
+  EXPECT_EQ(std::atoi(row[9].c_str()), found + 1);
+  EXPECT_EQ(lines[2], "Subject ID,WALK_7");
+  EXPECT_EQ(lines[3], format("Exam ID,%i", app->examId));
+  EXPECT_EQ(lines[4], exam->folder);
+
+  app->documents.activate(still);
+  settle();
+  expectPrint(examFolder + "/page.pdf");
+  press(Qt::Key_P, Qt::ControlModifier);
+  EXPECT_TRUE(isPdf(examFolder + "/page.pdf"));
+  expectFile("Save As", "ring.tv1", "Save", examFolder);
+  expectOk("ROI or whole image");
+  press(Qt::Key_S, Qt::ControlModifier);
+  EXPECT_FALSE(still.isModified());
+  const auto stored = app->db->resultsOf(app->examId);
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(stored[0].filename, "ring.tv1");
+  EXPECT_EQ(stored[0].result, messages[1]);
+  const std::vector<std::string> before = contentOf(still);
+
+  // The tables have changed and ask, one after the other.
+  for (size_t i = 1; i < app->documents.documents().size(); ++i)
+    answers.expect(kProgramTitle, [](QWidget& dialog) { click(dialog, "No"); });
+  choose({"Window", "Close all"});
+  ASSERT_TRUE(app->documents.documents().empty());
+  openFromExams("ring.tv1");
+  ASSERT_NE(image(), nullptr);
+  EXPECT_EQ(contentOf(*image()), before);
+  EXPECT_EQ(image()->pathName(), examFolder + "/ring.tv1");
+}
+
+}  // namespace
+}  // namespace tarnvisor
