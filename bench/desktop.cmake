@@ -1,0 +1,5 @@
+# The windows, on a display that exists only in memory.
+find_package(Qt6 REQUIRED COMPONENTS Widgets)
+bench_program(bench_windows SOURCES windows.cpp startup.cpp DEPENDS desktop_windows assembly)
+target_compile_definitions(bench_windows PRIVATE PROGRAM="$<TARGET_FILE:tarnvisor>")
+add_dependencies(bench_windows tarnvisor)
