@@ -138,7 +138,6 @@ void openAStill(benchmark::State& state) {
 }
 BENCHMARK(openAStill)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-// Arguments: zoomnum, zoomden, dimensions, pixels a point.
 void clickTheTarget(benchmark::State& state) {
   ZBasicDoc& document = *desk->openLarge(state.range(0));
   tool = kToolCrosshair;
@@ -163,6 +162,7 @@ void setZoom(ZBasicView& view, const benchmark::State& state) {
   QApplication::processEvents();
 }
 
+// Arguments: zoomnum, zoomden, dimensions, pixels a point.
 void panStep(benchmark::State& state) {
   ZBasicDoc& document = *desk->openLarge(state.range(3));
   addLabelled(document, state.range(2));

@@ -21,10 +21,21 @@ constexpr int kShadowAlpha = 110;
 
 }  // namespace
 
-PainterCanvas::PainterCanvas(QPainter& borrowed, bool forPrinter)
+const QStaticText* LaidOutTexts::find(const std::string& words) {
+  if (const auto known = texts.find(words); known != texts.end()) return &known->second;
+  if (std::ranges::any_of(words, [](char c) { return c < ' ' || c > '~'; })) return nullptr;
+  if (texts.size() >= kMost) texts.clear();
+  QStaticText laidOut(toQt(words));
+  laidOut.setTextFormat(Qt::PlainText);
+  laidOut.setPerformanceHint(QStaticText::AggressiveCaching);
+  return &(texts[words] = laidOut);
+}
+
+PainterCanvas::PainterCanvas(QPainter& borrowed, bool forPrinter, LaidOutTexts* laidOut)
     : painter(borrowed),
       ratio(forPrinter ? 1.0 : borrowed.device()->devicePixelRatioF()),
       printer(forPrinter),
+      texts(laidOut),
       shift(ratio > 1.0 ? 0.5 : 0.0),
       metrics(borrowed.font(), borrowed.device()) {
   painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform, false);
@@ -88,17 +99,23 @@ void PainterCanvas::point(Point at) {
 
 // A faint shadow keeps labels readable on light and dark pixels; on paper of the ink's opposite it vanishes.
 void PainterCanvas::text(Point at, const std::string& words, Colour colour) {
-  const QString line = toQt(words);
-  const QPointF base(bounded(at.x), bounded(at.y) + metrics.ascent());
+  const QPointF corner(bounded(at.x), bounded(at.y));
+  const QStaticText* known = texts ? texts->find(words) : nullptr;
+  const QString line = known ? QString() : toQt(words);
+  const auto draw = [&](const QColor& ink, QPointF by) {
+    painter.setPen(ink);
+    if (known)
+      painter.drawStaticText(corner + by, *known);
+    else
+      painter.drawText(corner + by + QPointF(0, metrics.ascent()), line);
+  };
   const QPen kept = painter.pen();
   if (!printer) {
     QColor shadow(isLight(colour) ? Qt::black : Qt::white);
     shadow.setAlpha(kShadowAlpha);
-    painter.setPen(shadow);
-    painter.drawText(base + QPointF(1, 1), line);
+    draw(shadow, {1, 1});
   }
-  painter.setPen(toQt(colour));
-  painter.drawText(base, line);
+  draw(toQt(colour), {0, 0});
   painter.setPen(kept);
 }
 

@@ -4,17 +4,32 @@
 #include <QFontMetrics>
 #include <QImage>
 #include <QPainter>
+#include <QStaticText>
+#include <unordered_map>
 
 #include "framework/view.h"
 #include "host/canvas.h"
 
 namespace tarnvisor {
 
+// Texts laid out before, for canvases that follow each other on the same window: laying out takes longer than
+// drawing, and a view's labels hardly change.
+class LaidOutTexts {
+ public:
+  // Null for one that must be laid out where it is drawn: tabs, and letters that another font may have to
+  // lend.
+  const QStaticText* find(const std::string& words);
+
+ private:
+  static constexpr size_t kMost = 4096;
+  std::unordered_map<std::string, QStaticText> texts;
+};
+
 class PainterCanvas final : public Canvas {
  public:
   // Borrows a painter that has begun; its coordinates are the canvas's. For a printer, pictures are kept with
-  // the page and text has no shadow.
-  explicit PainterCanvas(QPainter& borrowed, bool forPrinter = false);
+  // the page and text has no shadow. Borrows the texts too.
+  explicit PainterCanvas(QPainter& borrowed, bool forPrinter = false, LaidOutTexts* laidOut = nullptr);
 
   void setPen(const Pen& pen) override;
   void polyline(std::span<const Point> points) override;
@@ -39,6 +54,7 @@ class PainterCanvas final : public Canvas {
   QPainter& painter;
   double ratio;
   bool printer;
+  LaidOutTexts* texts;
   // What moves a line of an odd number of the screen's own pixels onto the pixels that it names.
   double shift = 0;
   QFontMetrics metrics;

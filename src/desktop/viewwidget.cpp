@@ -108,7 +108,7 @@ void ViewWidget::paintEvent(QPaintEvent*) {
   QPainter painter(viewport());
   painter.fillRect(viewport()->rect(), palette().color(QPalette::Mid));
   if (!viewShown) return;
-  PainterCanvas canvas(painter);
+  PainterCanvas canvas(painter, false, &texts);
   viewShown->draw(canvas);
 }
 

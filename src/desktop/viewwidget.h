@@ -5,6 +5,7 @@
 #include <QAbstractScrollArea>
 #include <functional>
 
+#include "desktop/paintercanvas.h"
 #include "framework/view.h"
 
 namespace tarnvisor {
@@ -61,6 +62,7 @@ class ViewWidget final : public QAbstractScrollArea {
   void showScroll();
   CView* viewShown;
   Site site;
+  LaidOutTexts texts;
   bool showingScroll = false;
   QPoint wheelRest;  // eighths of a degree that make no whole step yet
 };

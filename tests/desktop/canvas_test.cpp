@@ -50,6 +50,29 @@ TEST(PainterCanvas, LinesCoverBothTheirEndsAndNothingElse) {
   EXPECT_EQ(drawn({2, 2}, 2, dot), (Rows{"....", "....", "..##", "..##"}));
 }
 
+TEST(PainterCanvas, TextsThatAreKeptLaidOutLookLikeFreshOnes) {
+  LaidOutTexts kept;
+  const auto picture = [](double ratio, int32_t size, LaidOutTexts* texts) {
+    QImage image(static_cast<int>(160 * ratio), static_cast<int>(80 * ratio), QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    image.fill(Qt::gray);
+    QPainter painter(&image);
+    PainterCanvas canvas(painter, false, texts);
+    if (size > 0) canvas.setFont("", size);
+    canvas.text({3, 2}, "12 AVo fi", kRed);
+    canvas.text({3, 22}, "\xc2\xb5m \xe4\xb8\xad", 0xffffff);
+    canvas.text({3, 42}, "a\tb", kRed);
+    canvas.text({3, 62}, "", kRed);
+    return image;
+  };
+  // One after the other with the same texts: a window may move to another screen, a label change its font.
+  for (const double ratio : {1.0, 2.0, 1.0})
+    for (const int32_t size : {0, 90, 90, 0})
+      EXPECT_EQ(picture(ratio, size, &kept), picture(ratio, size, nullptr)) << ratio << " " << size;
+  EXPECT_EQ(kept.find("12 AVo fi"), kept.find("12 AVo fi"));
+  EXPECT_EQ(kept.find("a\tb"), nullptr);
+}
+
 TEST(PainterCanvas, RectanglesAreHalfOpenAndEmptyOnesAreNotDrawn) {
   EXPECT_EQ(drawn({5, 4}, 1,
                   [](Canvas& c) {
