@@ -115,6 +115,7 @@ CdataVect::Own ZZTrace::takeRange(const ZZTrace& other, const CdataVect& source,
   from = std::min(from, other.size());
   to = std::min(to, other.size());
   other.orderrange(from, to);
+  if (from == other.size()) from = 0;
   CdataVect::Own taken = extract(source, from, to);
   // The copy's origin is 0, so a whole ring has to begin with its oldest sample.
   if (taken && from == to) taken->rotate(other.origin);

@@ -179,6 +179,7 @@ class C2DTrace : public ZZTrace {
   void fft(uint32_t from, uint32_t to, ZZTrace& target, const ZZTrace* imaginary) override;
   void centroid(uint32_t from, uint32_t to, ZZTrace& result, bool isSigned) override;
 
+  void setdisplay(double scale, double step, double least, double greatest);  // full scale and its limits
   // The extent of a row; 0 beyond the rows. Rows of which it is 0 are passed over by everything below.
   double extent(uint32_t row) const;
   void setextent(uint32_t row, double value);  // nothing beyond the rows
@@ -206,7 +207,6 @@ class C2DTrace : public ZZTrace {
   Own makeLike() const override;
   void dataChanged() override;
   void setdisplaydefaults();
-  void setdisplay(double scale, double step, double least, double greatest);
   void fillextents(double value);
   void readRowvalues(Archive& archive);
   void settle();

@@ -146,6 +146,7 @@ void C2DTrace::correlogram(uint32_t from, uint32_t to, ZZTrace& target, uint32_t
   if (!rows || rows == this || !data || !rows->data || lag == 0) return;
   if (from >= size() || to > size() || rows->width() < width() / 2 || rows->width() == 0) return;
   orderrange(from, to);
+  if (from == size()) from = 0;
   if (rows->size() < rangecount(from, to)) return;
   data->correlatewindow(*rows->data, from, to, lag);
   if (rowvalues) rows->rowvalues = extract(*rowvalues, from, to);
