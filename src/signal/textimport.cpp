@@ -278,7 +278,8 @@ Imported importText(std::string_view text, const std::string& name, const CTextS
   for (size_t i = time.present ? 1 : 0; i < table.columns.size(); ++i) {
     Column& own = table.columns[i];
     if (own.count == 0) continue;
-    if (own.name.empty()) own.name = last == 1 ? name : format("%s %zu", name.c_str(), i + (time.present ? 0 : 1));
+    if (own.name.empty())
+      own.name = last == 1 ? name : format("%s %zu", name.c_str(), i + (time.present ? 0 : 1));
     ZZTrace::Own trace = traceOf(own, time);
     if (!trace) return {{}, kLowMemory};
     targets[i] = static_cast<double*>(trace->data->dataat(0));

@@ -34,7 +34,9 @@ std::vector<std::string> plain(std::initializer_list<const char*> labels) {
 
 void CTextSettings::read(const std::string& section) {
   const CTextSettings standard;
-  const auto number = [&](const char* key, int32_t otherwise) { return settings.getInt(section, key, otherwise); };
+  const auto number = [&](const char* key, int32_t otherwise) {
+    return settings.getInt(section, key, otherwise);
+  };
   yscaled = number("y_scaled", standard.yscaled);
   xscaled = std::clamp(number("x_scaled", standard.xscaled), 0, 2);
   zscaled = number("z_scaled", standard.zscaled);
@@ -78,8 +80,8 @@ std::string CTextSettings::numberFormat() const {
 }
 
 void CTextSettings::appendNumber(std::string& text, double value) const {
-  constexpr std::array<std::chars_format, 3> styles = {std::chars_format::scientific, std::chars_format::fixed,
-                                                       std::chars_format::general};
+  constexpr std::array<std::chars_format, 3> styles = {std::chars_format::scientific,
+                                                       std::chars_format::fixed, std::chars_format::general};
   const auto style = static_cast<size_t>(known(format, kShortestStyle));
   const int32_t digits = std::clamp(precision, 0, kMostDigits) + (style == kShortestStyle ? 1 : 0);
   std::array<char, 400> place;  // the longest is 309 digits, a point and 30 more

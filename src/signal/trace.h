@@ -19,6 +19,7 @@
 namespace tarnvisor {
 
 inline constexpr const char* kLowMemory = "Low memory.  Save all data & exit.";
+void showLowMemory();
 
 // The role of a trace, `tracetype`; other traces have 0.
 enum TraceType : int32_t {
@@ -50,6 +51,11 @@ enum TypeCode : int32_t {
   kDoubleRowsCode = 16
 };
 
+// A zeroed vector of a code's class; null for an unknown code and when there is no memory. Width counts only
+// with the codes of rows.
+CdataVect::Own newVector(int32_t typecode, uint32_t size, uint16_t width = 1);
+bool hasRows(const CdataVect& vector);  // of one of the two-dimensional classes
+
 class ZZTrace : public ArchiveObject {
  public:
   using Own = std::unique_ptr<ZZTrace>;
@@ -62,19 +68,21 @@ class ZZTrace : public ArchiveObject {
   const ArchiveClass& classRecord() const override { return archiveClass(); }
   void serialize(Archive& archive) override;
 
-  // --- a copy of this class: of all, or of the range as copyfrom takes it. Data is null after a failure.
+  // --- a copy of this class: of all with every property, or of the range as copyfrom takes it. Data is null
+  // after a failure.
   virtual Own clone() const;
   Own clone(uint32_t from, uint32_t to) const;
   virtual bool resizedata(uint32_t count);
   virtual void copyprops(const ZZTrace& other);
-  // Takes properties and the range [from, to) after orderrange; origin and starttime become 0.
+  // Takes properties and the range [from, to) after orderrange; origin and starttime become 0, so the whole
+  // ring (from == to) comes in time order.
   virtual void copyfrom(const ZZTrace& other, uint32_t from, uint32_t to);
   virtual void zeroat(uint32_t index);
-  void assigndata(const ZZTrace& other);
-  void setrowwidth(uint16_t width);  // rows resampled; a failure leaves the old vector
+  void assigndata(const ZZTrace& other);  // and its circular and origin
+  void setrowwidth(uint16_t width);       // rows resampled; a failure leaves the old vector
   // All of the source for from == to; from > to crosses the end. Null after a failure.
   static CdataVect::Own extract(const CdataVect& source, uint32_t from, uint32_t to);
-  virtual void setdefaults();
+  virtual void setdefaults();  // every field, so data goes
 
   // --- nothing but in C2DTrace
   virtual void correlogram(uint32_t from, uint32_t to, ZZTrace& target, uint32_t lag);
@@ -86,13 +94,17 @@ class ZZTrace : public ArchiveObject {
   double displayed(double raw) const { return raw * ygain + yoffset; }
 
   // --- the ring
-  uint32_t ringadd(uint32_t index, int64_t steps) const;
+  uint32_t ringadd(uint32_t index, int64_t steps) const;  // circular wraps, otherwise it stops at the ends
+  uint32_t rangecount(uint32_t from,
+                      uint32_t to) const;  // items of [from, to) round the end; all for from == to
   void advance(int64_t steps) { origin = ringadd(origin, steps); }
   void setorigin(uint32_t index) { origin = ringadd(index, 0); }
   double timeof(uint32_t index) const;             // seconds
   bool indexof(double time, uint32_t& out) const;  // false, and out untouched, outside; not wrapped
   void setstarttime(double seconds);
-  // Makes a range unambiguous; see the source.
+  // Puts the ends of a range so that the walk from `from` round to `to` runs forward in time: they are
+  // swapped if the origin lies within an ascending range or doesn't within a descending one. False where it
+  // does.
   bool orderrange(uint32_t& from, uint32_t& to) const;
 
   // The raw items in time order, after a header of 128 bytes where asked for. from == to writes nothing, a
@@ -124,8 +136,16 @@ class ZZTrace : public ArchiveObject {
   std::string xunits;
   int32_t tracetype = kPlainTrace;
 
+ protected:
+  void storeFields(Archive& archive) const;
+  void readFields(
+      Archive& archive);  // what a damaged file says otherwise is made finite; origin as it stands
+  // The range of copyfrom out of a vector with as many rows as the other's data.
+  static CdataVect::Own takeRange(const ZZTrace& other, const CdataVect& source, uint32_t from, uint32_t to);
+
  private:
   virtual Own makeLike() const;  // an empty one of this class
+  virtual void dataChanged() {}  // the vector is another one, or of another size
 };
 
 class CTrace : public ZZTrace {
@@ -142,8 +162,8 @@ class C2DTrace : public ZZTrace {
  public:
   C2DTrace();
   C2DTrace(int32_t typecode, uint32_t size, uint16_t width);
-  // A copy of the vector, every row as long as its width.
-  explicit C2DTrace(const CdataVect& rows);
+  // A copy of the vector, every row's extent its width.
+  explicit C2DTrace(const CdataVect& rows);  // one-dimensional: rows of one item
   ~C2DTrace() override;
   static const ArchiveClass& archiveClass();
   const ArchiveClass& classRecord() const override { return archiveClass(); }
@@ -159,6 +179,10 @@ class C2DTrace : public ZZTrace {
   void fft(uint32_t from, uint32_t to, ZZTrace& target, const ZZTrace* imaginary) override;
   void centroid(uint32_t from, uint32_t to, ZZTrace& result, bool isSigned) override;
 
+  void setdisplay(double scale, double step, double least, double greatest);  // full scale and its limits
+  // The extent of a row; 0 beyond the rows. Rows of which it is 0 are passed over by everything below.
+  double extent(uint32_t row) const;
+  void setextent(uint32_t row, double value);  // nothing beyond the rows
   void correlate(uint32_t row, uint32_t lag, ZZTrace& target, uint32_t targetrow) const;
   void correlatestep(uint32_t row, uint32_t lag, ZZTrace& target, uint32_t targetrow, uint32_t step) const;
   // Either output may be null.
@@ -181,6 +205,11 @@ class C2DTrace : public ZZTrace {
 
  private:
   Own makeLike() const override;
+  void dataChanged() override;
+  void setdisplaydefaults();
+  void fillextents(double value);
+  void readRowvalues(Archive& archive);
+  void settle();
 };
 
 class CDopTrace : public C2DTrace {

@@ -31,14 +31,10 @@ struct Header {
 Header headerOf(std::span<const uint8_t> bytes) {
   const uint8_t* at = bytes.data();
   const auto* name = reinterpret_cast<const char*>(at + kNameAt);
-  return {getLittle<uint32_t>(at),
-          getLittle<uint32_t>(at + 4),
-          getLittle<uint16_t>(at + 8),
-          getLittleDouble(at + 12),
-          getLittleDouble(at + 20),
-          getLittleDouble(at + 28),
-          getLittleDouble(at + 36),
-          std::string(name, ::strnlen(name, ZZTrace::kBinaryHeader - kNameAt))};
+  return {getLittle<uint32_t>(at),     getLittle<uint32_t>(at + 4),
+          getLittle<uint16_t>(at + 8), getLittleDouble(at + 12),
+          getLittleDouble(at + 20),    getLittleDouble(at + 28),
+          getLittleDouble(at + 36),    std::string(name, ::strnlen(name, ZZTrace::kBinaryHeader - kNameAt))};
 }
 
 // Words about what is wrong with a header; empty for nothing. left: bytes behind it.
@@ -47,7 +43,8 @@ std::string wrongIn(const Header& header, uint16_t mark, uint64_t left) {
   const uint16_t bytes = header.elementsize;
   if (bytes != 1 && bytes != 2 && bytes != 4 && bytes != 8)
     return format("Its items can't be of %u bytes.", bytes);
-  if (header.width < 1 || header.width > UINT16_MAX) return format("Its rows can't have %u items.", header.width);
+  if (header.width < 1 || header.width > UINT16_MAX)
+    return format("Its rows can't have %u items.", header.width);
   if (header.count < 1) return "It holds no samples.";
   const uint64_t row = uint64_t{header.width} * bytes;  // below 2^19
   if (header.count > left / row)

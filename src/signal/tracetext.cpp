@@ -116,8 +116,8 @@ Outcome exportText(std::ostream& file, std::span<const ZZTrace* const> traces, c
   return Outcome::success();
 }
 
-Outcome exportBinary(std::ostream& file, std::span<const ZZTrace* const> traces, const CTextSettings& settings,
-                     const ExportRange& range) {
+Outcome exportBinary(std::ostream& file, std::span<const ZZTrace* const> traces,
+                     const CTextSettings& settings, const ExportRange& range) {
   const ZZTrace::BinarySettings binary{settings.headers != 0, settings.swapbytes != 0};
   bool any = false;
   for (const ZZTrace* trace : traces) {

@@ -23,7 +23,7 @@ struct CTextSettings {
 
   std::string columnDelimiter() const;
   std::string rowDelimiter() const;
-  std::string numberFormat() const;            // "%.3f"
+  std::string numberFormat() const;                          // "%.3f"
   void appendNumber(std::string& text, double value) const;  // what printf makes of it with that format
 
   int32_t yscaled = 1;   // values through ygain and yoffset
@@ -40,8 +40,8 @@ struct CTextSettings {
 
 // What of a chart goes out.
 struct ExportChoice {
-  int32_t allTraces = 0;     // those that are not hidden, instead of the active one
-  int32_t selection = 0;     // instead of the whole
+  int32_t allTraces = 0;  // those that are not hidden, instead of the active one
+  int32_t selection = 0;  // instead of the whole
 };
 // The dialog "Export"; the selection is offered only where there is one. False on Cancel, with nothing
 // changed.
@@ -55,12 +55,12 @@ struct ExportRange {
   double secondsPerColumn = 1.0;
 };
 
-// Text: a line for each column of the view; for the whole, a column of the trace with the shortest period, from
-// the earliest start to the latest end. A trace's value in it is the sample at index * seconds per column, so
-// that traces of different periods stand side by side; outside its samples the cell is empty. Binary: each
-// trace's samples of that time after another.
-// A delimiter or line end within a name becomes "_". Hidden traces are left out, unless it is the only one. A
-// failure when there is nothing to write or too much; what the stream could not take it tells itself.
+// Text: a line for each column of the view; for the whole, a column of the trace with the shortest period,
+// from the earliest start to the latest end. A trace's value in it is the sample at index * seconds per
+// column, so that traces of different periods stand side by side; outside its samples the cell is empty.
+// Binary: each trace's samples of that time after another. A delimiter or line end within a name becomes "_".
+// Hidden traces are left out, unless it is the only one. A failure when there is nothing to write or too
+// much; what the stream could not take it tells itself.
 Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
                      const CTextSettings& settings, const ExportRange& range);
 // Replaces the file in one step; on failure the old one stays.

@@ -111,7 +111,8 @@ bool append(Channels& channels, const AVFrame& frame) {
     channels.wholes.resize(static_cast<size_t>(count));
     channels.parts.resize(static_cast<size_t>(count));
   }
-  if (count != channels.count || count == 0 || !isKnown(kind) || channels.whole != (kind == AV_SAMPLE_FMT_S16))
+  if (count != channels.count || count == 0 || !isKnown(kind) ||
+      channels.whole != (kind == AV_SAMPLE_FMT_S16))
     return false;
   const auto bytes = static_cast<size_t>(av_get_bytes_per_sample(given));
   const size_t step = planar ? bytes : bytes * static_cast<size_t>(count);
@@ -187,7 +188,8 @@ Format openSound(AVIOContext& context) {
 Imported importWav(const std::string& path, const std::string& name) {
   av_log_set_level(AV_LOG_QUIET);
   const auto failed = [](const char* why) { return Imported{{}, why}; };
-  const std::unique_ptr<std::FILE, CloseFile> file(fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr);
+  const std::unique_ptr<std::FILE, CloseFile> file(fileExists(path) ? std::fopen(path.c_str(), "rbe")
+                                                                    : nullptr);
   if (!file) return failed("It can't be opened.");
   const std::unique_ptr<AVIOContext, FreeBytesContext> context(
       avio_alloc_context(static_cast<unsigned char*>(av_malloc(kReadBlock)), kReadBlock, 0, file.get(),
