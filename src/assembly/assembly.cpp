@@ -5,6 +5,7 @@
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
 #include "measure/dimlist.h"
+#include "measure/marker.h"
 #include "results/resultview.h"
 
 namespace tarnvisor {
@@ -92,6 +93,7 @@ std::span<const DocumentRow> documentTable() {
 
 void registerStoredClasses() {
   registerDimensionClasses();
+  registerMarkers();
   registerResultClasses();
 }
 

@@ -372,6 +372,11 @@ TEST(InstanceLinkTest, CarriesPathsOfUpTo259CharactersToThisUserOnly) {
     EXPECT_FALSE(sendToInstance("TARNVISOR", InstanceMessage::Saving, longest + "p"));
     link->poll(note);
     EXPECT_THAT(got, ElementsAre("1" + longest, "2"));
+    got.clear();
+    const InstanceMarkerLink markerLink;
+    CImageMarker("shot.bmp").Open();
+    link->poll(note);
+    EXPECT_THAT(got, ElementsAre("2shot.bmp", "1shot.bmp")) << "what a chart's markers ask";
     struct stat facts {};
     ASSERT_EQ(::stat(run.file("tarnvisor.socket").c_str(), &facts), 0);
     EXPECT_EQ(facts.st_mode & 077, 0u);

@@ -1,0 +1,1 @@
+fuzz_target(markers DEPENDS measure)
