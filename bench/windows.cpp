@@ -100,7 +100,7 @@ class Desk {
   DrivenForms forms;
   Host ports{windows.ports.messages,  windows.ports.choosers, forms,
              windows.ports.clipboard, windows.ports.windows,  windows.ports.waitCursor,
-             windows.ports.printer,   windows.ports.processes};
+             windows.ports.printer,   windows.ports.processes, windows.ports.pictures};
   HostScope scope{ports};
   CBasicApp app;
   CBasicMainFrame frame{app};

@@ -238,10 +238,14 @@ DocumentType* CBasicApp::importType() const {
 }
 
 void CBasicApp::onFileImport() {
-  const FileRequest request{"Import", importType()->classes().importFilter, "", ""};
+  std::string filter = "All files (*.*)|*.*||";
+  for (auto type = documents.types().rbegin(); type != documents.types().rend(); ++type)
+    if ((*type)->classes().imports) filter = (*type)->classes().importFilter + ("|" + filter);
   int opened = 0;
-  for (const std::string& path : host().choosers.openFiles(request))
-    if (importType()->importDocument(path)) ++opened;
+  for (const std::string& path : host().choosers.openFiles({"Import", filter, "", ""})) {
+    DocumentType* claims = documents.importerFor(path);
+    if ((claims ? claims : importType())->importDocument(path)) ++opened;
+  }
   if (opened > 1) tileWindows();
 }
 

@@ -14,6 +14,9 @@ using Entries = std::vector<MenuEntry>;
 constexpr int32_t kImageType = 10002;
 constexpr int32_t kResultType = 10023;
 constexpr int32_t kDimensionListType = 10009;
+constexpr int32_t kChartType = 10024;
+constexpr int32_t kLiveChartType = 10015;
+constexpr int32_t kXyChartType = 10020;
 
 Entries operator+(Entries first, const Entries& second) {
   first.insert(first.end(), second.begin(), second.end());
@@ -21,8 +24,9 @@ Entries operator+(Entries first, const Entries& second) {
 }
 
 // What a kind of document adds stands between opening and what concerns the whole program.
-Menu fileMenu(const Entries& ofDocument) {
-  return {"&File", Entries{cmd::FileOpen, cmd::Import, cmd::FileClose} + ofDocument +
+// A document that imports into itself has its own Import....
+Menu fileMenu(const Entries& ofDocument, int32_t import = cmd::Import) {
+  return {"&File", Entries{cmd::FileOpen, import, cmd::FileClose} + ofDocument +
                        Entries{K::Separator, cmd::DataFolder, cmd::SelectProfile, K::Separator,
                                K::RecentFiles, K::Separator, cmd::AppExit}};
 }
@@ -137,6 +141,55 @@ std::vector<Menu> imageMenus() {
           helpMenu()};
 }
 
+std::vector<Menu> chartMenus() {
+  const Entries ofFile{cmd::FileSave,      cmd::FileSaveAs, K::Separator,   cmd::ExportTrace,
+                       cmd::ExportPicture, K::Separator,    cmd::FilePrint, cmd::FilePrintPreview};
+  return {fileMenu(ofFile, cmd::ImportTrace),
+          {"&Edit",
+           {cmd::Undo, cmd::Redo, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste, cmd::DeleteFromTrace,
+            K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks, K::Separator, cmd::ClearTraces}},
+          {"&View",
+           zoomEntries() +
+               Entries{cmd::ZoomValueIn,
+                       cmd::ZoomValueOut,
+                       cmd::SameScale,
+                       K::Separator,
+                       cmd::ReduceFullScale,
+                       cmd::IncreaseFullScale,
+                       cmd::RaiseOffset,
+                       cmd::LowerOffset,
+                       cmd::LinearIntensity,
+                       K::Separator,
+                       cmd::ChartColour,
+                       cmd::InverseColours,
+                       cmd::MinimumToBackground,
+                       K::Separator} +
+               barEntries()},
+          {"&Trace",
+           {cmd::TraceProperties, cmd::HideTrace, cmd::ShowHiddenTraces, K::Separator, cmd::RunChart, cmd::StopChart,
+            K::Separator, cmd::ChartResults, cmd::PsdProfile, cmd::XyChart, cmd::ImageFromTrace}},
+          {"&Analysis",
+           {cmd::SimpleSmoothing,
+            cmd::FirFilter,
+            cmd::ArtifactFilter,
+            cmd::RemovePulse,
+            K::Separator,
+            cmd::Differentiate,
+            cmd::PulsatilityIndex,
+            cmd::ResistanceIndex,
+            cmd::GoldenMaxima,
+            cmd::PowerSpectrum,
+            K::Separator,
+            {"&Rows of a spectrum",
+             {cmd::SignalStrength, cmd::PowerContour, cmd::LevelContour, K::Separator, cmd::NormaliseToSelection,
+              cmd::HalvePoints, cmd::CutPedestal, cmd::CutPsdArtifacts, cmd::DpsHistogram}},
+            cmd::CutToAverage}},
+          subjectMenu(),
+          acquisitionMenu(),
+          windowMenu(),
+          helpMenu()};
+}
+
 // Tables are edited by nobody: what remains is copying.
 std::vector<Menu> tableMenus(const Entries& ofFile) {
   return {fileMenu(ofFile),
@@ -158,6 +211,11 @@ MenuSet menuSetFor(const CDocument* front) {
       return MenuSet::ResultTable;
     case kDimensionListType:
       return MenuSet::DimensionList;
+    case kChartType:
+    case kLiveChartType:
+      return MenuSet::Chart;
+    case kXyChartType:
+      return MenuSet::XyChart;
     default:
       return MenuSet::None;
   }
@@ -170,6 +228,15 @@ const std::vector<Menu>& menusOf(MenuSet set) {
   static const std::vector<Menu> results = tableMenus({cmd::FileSave, cmd::FileSaveAs, cmd::ExportResults,
                                                        K::Separator, cmd::FilePrint, cmd::FilePrintPreview});
   static const std::vector<Menu> dimensions = tableMenus({cmd::FileSave, cmd::FileSaveAs});
+  static const std::vector<Menu> chart = chartMenus();
+  static const std::vector<Menu> xyChart{
+      fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::ExportPicture, K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
+      {"&Edit", {cmd::Undo, cmd::Redo}},
+      {"&View", barEntries()},
+      subjectMenu(),
+      acquisitionMenu(),
+      windowMenu(),
+      helpMenu()};
   switch (set) {
     case MenuSet::Image:
       return image;
@@ -177,6 +244,10 @@ const std::vector<Menu>& menusOf(MenuSet set) {
       return results;
     case MenuSet::DimensionList:
       return dimensions;
+    case MenuSet::Chart:
+      return chart;
+    case MenuSet::XyChart:
+      return xyChart;
     default:
       return none;
   }

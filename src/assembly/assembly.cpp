@@ -7,6 +7,10 @@
 #include "measure/dimlist.h"
 #include "measure/marker.h"
 #include "results/resultview.h"
+#include "signal/commonflodoc.h"
+#include "signal/livechartdoc.h"
+#include "signal/traceimport.h"
+#include "signal/xychart.h"
 
 namespace tarnvisor {
 
@@ -49,11 +53,11 @@ std::span<const DocumentRow> documentTable() {
        &P::cytoTemplate},
       {G::ImageOrVelocity,
        {10024, "\nChart\nChart\nChart files (*.zz1)\n.zz1\nZZ.chart\nZZ chart\n", "CReviewDoc", "CReView",
-        kChildFrame},
+        kChildFrame, &makeDocument<CReviewDoc>, &makeView<CReviewDoc, CReView>, &isTraceFile, kTraceFilter},
        &P::reviewTemplate},
       {G::ImageOrVelocity,
        {10015, "\nProfile\n\nGrey Level Profiles (*.zz1)\n.zz1\n", "ZliveChartDoc", "ZliveChartView",
-        kChildFrame},
+        kChildFrame, &makeDocument<ZliveChartDoc>, &makeView<ZliveChartDoc, ZliveChartView>},
        &P::profileTemplate},
       {G::ImageOrVelocity,
        {10023, "\nResults\n\nResults (*.rst)\n.rst\nZZ.results\nZZ Results\n", "CResultDoc", "CResultView",
@@ -61,7 +65,7 @@ std::span<const DocumentRow> documentTable() {
        &P::resultTemplate},
       {G::ImageOrVelocity,
        {10020, "\nXY Chart\nXYChart\nXY Chart files (*.zzxy)\n.zzxy\nZZ.chart\nZZ XY chart\n", "xychartdoc",
-        "xychartvw", kChildFrame},
+        "xychartvw", kChildFrame, &makeDocument<xychartdoc>, &makeView<xychartdoc, xychartvw>},
        &P::xyChartTemplate},
       {G::Image,
        {10009, "\nDimension List\n\ncsv files (*.csv)\n.csv\n", "ZDimDoc", "ZDimView", kChildFrame,
@@ -95,6 +99,9 @@ void registerStoredClasses() {
   registerDimensionClasses();
   registerMarkers();
   registerResultClasses();
+  registerDataVectors();
+  registerTraces();
+  registerMarkers();
 }
 
 }  // namespace tarnvisor

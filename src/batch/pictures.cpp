@@ -1,13 +1,12 @@
 #include "batch/pictures.h"
 
 #include <QGuiApplication>
-#include <QImageWriter>
 #include <QPdfWriter>
 #include <clocale>
 
 #include "base/files.h"
-#include "base/text.h"
 #include "desktop/paintercanvas.h"
+#include "desktop/picturefile.h"
 #include "desktop/qttext.h"
 
 namespace tarnvisor {
@@ -16,7 +15,6 @@ namespace {
 
 // Of a view that fills whatever window it gets.
 constexpr Size kPlainWindow{960, 600};
-constexpr int32_t kLargestSide = 16384;
 constexpr int kPixelsPerInch = 300;
 
 // Fonts need one; it is made for the first picture and wants no display.
@@ -47,27 +45,19 @@ class PdfJob final : public PrintJob {
 
 }  // namespace
 
+Outcome savePicture(const std::string& path, Size size, const std::function<void(Canvas&)>& draw) {
+  needFonts();
+  return QtPictureWriter().write(path, size, draw);
+}
+
 Outcome saveSnapshot(CView& view, const std::string& path) {
   needFonts();
-  const std::string kind = lowerCase(extensionOf(path));
-  if (kind.empty() || !QImageWriter::supportedImageFormats().contains(kind.c_str()))
-    return Outcome::failure(path + ": pictures are written as png, jpg or bmp");
   // A table knows its size once it has measured its words.
   if (view.contentSize() == Size{}) (void)renderView(view, kPlainWindow);
   Size size = view.contentSize();
   if (size == Size{}) size = kPlainWindow;
-  if (size.width > kLargestSide || size.height > kLargestSide)
-    return Outcome::failure(path + ": the view is too large for a picture");
-  const QImage picture = renderView(view, size);
-  if (picture.isNull()) return Outcome::failure(path + ": there is not enough memory");
-  AtomicFile file(path);
-  if (file.isOpen()) {
-    file.releaseToWriterByName();
-    QImageWriter writer(toQt(file.temporaryPath()), kind.c_str());
-    if (!writer.write(picture))
-      return Outcome::failure(path + " could not be written: " + fromQt(writer.errorString()));
-  }
-  return file.commit();
+  view.setWindowSize(size);
+  return savePicture(path, size, [&view](Canvas& canvas) { view.draw(canvas); });
 }
 
 Outcome printToPdf(const std::string& title, const Printer::Draw& draw, const std::string& path) {

@@ -2,6 +2,7 @@
 // file.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "base/outcome.h"
@@ -10,6 +11,9 @@
 
 namespace tarnvisor {
 
+// What is drawn, in the format that the path's ending names (png, jpg, bmp, svg, pdf). On failure an old file of
+// that name stays as it was.
+Outcome savePicture(const std::string& path, Size size, const std::function<void(Canvas&)>& draw);
 // The whole content of a view at its zoom, overlays included; in the format that the path's ending names
 // (png, jpg, bmp). On failure an old file of that name stays as it was.
 Outcome saveSnapshot(CView& view, const std::string& path);

@@ -94,7 +94,8 @@ StepResult ScriptRunner::runStep(const Step& step) {
       {"set", &R::set},         {"roi", &R::roi},           {"list", &R::list},
       {"dim", &R::dim},         {"command", &R::command},   {"import", &R::import},
       {"save", &R::save},       {"export", &R::exportStep}, {"results", &R::results},
-      {"print", &R::print},     {"snapshot", &R::snapshot}, {"close", &R::close}};
+      {"print", &R::print},     {"snapshot", &R::snapshot}, {"close", &R::close},
+      {"select", &R::select},   {"trace", &R::trace}};
   script.begin({});
   const auto row =
       std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return step.word == r.word; });
@@ -281,6 +282,7 @@ StepResult ScriptRunner::exportStep(const Step& step) {
     return done ? StepResult{true, {}, {{"path", path}}, "exported " + path}
                 : StepResult::failure(done.why());
   }
+  if (ZchartView* chart = frontChart()) return exportChart(*chart, path);
   ZBasicDoc* image = frontImage();
   if (!image || !image->hasImage()) return unavailable(step);
   if (!image->saveImage(path)) return StepResult::failure(script.shown());
@@ -300,6 +302,7 @@ StepResult ScriptRunner::print(const Step& step) {
   if (const auto* bound = dynamic_cast<CdbDocument*>(document); bound && what == "result")
     return {
         true, {}, {{"result", bound->resultText}}, bound->resultText.empty() ? "" : bound->resultText + "\n"};
+  if (ZchartView* chart = frontChart()) return printChart(*chart, what);
   ZBasicDoc* image = frontImage();
   if (!image) return unavailable(step);
   if (what == "notes") return {true, {}, {}, printable(image->notes)};

@@ -15,6 +15,7 @@ namespace tarnvisor {
 
 class ZBasicDoc;
 class CResultDoc;
+class ZchartView;
 
 // What a step yields: named texts in order, and lines for people.
 struct StepResult {
@@ -52,6 +53,13 @@ class ScriptRunner {
   StepResult snapshot(const Step& step);
   StepResult close(const Step& step);
   StepResult unavailable(const Step& step);
+
+  // runner_charts.cpp
+  StepResult select(const Step& step);
+  StepResult trace(const Step& step);
+  StepResult exportChart(ZchartView& chart, const std::string& path);
+  StepResult printChart(ZchartView& chart, const std::string& what) const;
+  ZchartView* frontChart() const;  // null when no chart is in front
 
   StepResult runCommandText(const std::string& text, std::vector<std::string> answers);
   ZBasicDoc* frontImage() const;

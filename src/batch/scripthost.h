@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "batch/pictures.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -16,7 +17,8 @@ class ScriptHost final : public Messages,
                          public Clipboard,
                          public Windows,
                          public WaitCursor,
-                         public Printer {
+                         public Printer,
+                         public PictureWriter {
  public:
   // What a step has for its questions: yes, no, ok, cancel, a value, a path, or label=value.
   void begin(std::vector<std::string> stepAnswers);
@@ -59,7 +61,11 @@ class ScriptHost final : public Messages,
   bool print(const std::string& title, const Draw& draw) override;
   bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }
 
-  Host ports{*this, *this, *this, *this, *this, *this, *this, programs};
+  Outcome write(const std::string& path, Size size, const std::function<void(Canvas&)>& draw) override {
+    return savePicture(path, size, draw);
+  }
+
+  Host ports{*this, *this, *this, *this, *this, *this, *this, programs, *this};
 
  private:
   bool takeWord(std::initializer_list<const char*> words, std::string& taken);

@@ -6,6 +6,7 @@
 
 #include "app/mainframe.h"
 #include "desktop/mainwindow.h"
+#include "desktop/picturefile.h"
 #include "desktop/qtports.h"
 #include "desktop/qtprinter.h"
 
@@ -38,9 +39,10 @@ class QtHost final : public Windows {
   QtWaitCursor waitCursor;
   QtPrinter printer;
   SystemProcesses processes;
+  QtPictureWriter pictures;
 
  public:
-  Host ports{messages, choosers, forms, clipboard, *this, waitCursor, printer, processes};
+  Host ports{messages, choosers, forms, clipboard, *this, waitCursor, printer, processes, pictures};
 
  private:
   CBasicApp* app = nullptr;

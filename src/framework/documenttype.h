@@ -25,7 +25,7 @@ struct DocumentClass {
   std::unique_ptr<CView> (*makeView)(CDocument&) = nullptr;
   // Whether a file that no type claims can be brought into a new document of this one; null for none.
   bool (*imports)(const std::string& path) = nullptr;
-  const char* importFilter = "";  // of those files, for a chooser
+  const char* importFilter = "";  // of those files, for a chooser: words and patterns, without the end
 };
 
 class DocumentType {

@@ -6,7 +6,7 @@ namespace tarnvisor {
 
 namespace {
 
-struct NobodyThere final : Messages, Choosers, Forms, Clipboard, Windows, WaitCursor, Printer {
+struct NobodyThere final : Messages, Choosers, Forms, Clipboard, Windows, WaitCursor, Printer, PictureWriter {
   Answer show(const std::string& text, Buttons buttons, Icon) override {
     std::fprintf(stderr, "%s\n", text.c_str());
     return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
@@ -37,11 +37,14 @@ struct NobodyThere final : Messages, Choosers, Forms, Clipboard, Windows, WaitCu
   void end() override {}
   bool print(const std::string&, const Draw&) override { return false; }
   bool preview(const std::string&, const Draw&) override { return false; }
+  Outcome write(const std::string& path, Size, const std::function<void(Canvas&)>&) override {
+    return Outcome::failure(path + ": there is nothing to draw with");
+  }
 };
 
 NobodyThere nobody;
 SystemProcesses realPrograms;
-Host emptyHost{nobody, nobody, nobody, nobody, nobody, nobody, nobody, realPrograms};
+Host emptyHost{nobody, nobody, nobody, nobody, nobody, nobody, nobody, realPrograms, nobody};
 Host* installedHost = &emptyHost;
 
 }  // namespace

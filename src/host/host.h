@@ -6,6 +6,7 @@
 #include "host/clipboard.h"
 #include "host/form.h"
 #include "host/messages.h"
+#include "host/pictures.h"
 #include "host/printer.h"
 #include "host/processes.h"
 #include "host/waitcursor.h"
@@ -22,6 +23,7 @@ struct Host {
   WaitCursor& waitCursor;
   Printer& printer;
   Processes& processes;
+  PictureWriter& pictures;
 };
 
 Host& host();

@@ -15,8 +15,7 @@ namespace tarnvisor {
 bool isStillFile(const std::string& path);
 // The endings of those files as a chooser's filter, all in one row.
 inline constexpr const char* kStillFilter =
-    "Pictures|*.zzg;*.bmp;*.tif;*.tiff;*.png;*.jpg;*.jpeg;*.gif;*.webp;*.pgm;*.ppm;*.pnm;*.jp2|All files "
-    "(*.*)|*.*||";
+    "Pictures|*.zzg;*.bmp;*.tif;*.tiff;*.png;*.jpg;*.jpeg;*.gif;*.webp;*.pgm;*.ppm;*.pnm;*.jp2";
 
 // Whether the image buffer's own load shows this file as it is meant: `.zzg`, plain bitmaps, and TIFF files
 // of one page with 8 bits of grey.

@@ -1,6 +1,6 @@
-// The windows "Grey level profile" of a line and "Histogram" of the region of interest: live charts that
-// follow the image view in front. They have no file. There is one window of each kind, which follows the
-// document that it was asked for last; after that document has gone it keeps what it showed.
+// The windows "Grey level profile" of a line and "Histogram" of the region of interest: live charts that follow the
+// image view in front. There is one window of each kind, which follows the document that it was asked for last;
+// after that document has gone it keeps what it showed.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "framework/document.h"
 #include "image/zzimage.h"
 
 namespace tarnvisor {
@@ -34,45 +33,7 @@ struct LevelSummary {
 LevelSummary summaryOf(std::span<const double> levels);  // zeros for none
 
 enum class LevelChart { Profile, Histogram };
-
-class LevelChartDoc final : public CDocument {
- public:
-  explicit LevelChartDoc(LevelChart shownKind);
-  // The document is looked up among the open ones each time: it may have been closed.
-  ZBasicDoc* followed() const;
-  void follow(ZBasicDoc& document, int32_t dimensionIndex);
-  void refresh(ZBasicDoc& document, int32_t dimensionIndex);
-
-  // It has no file and nothing to save.
-  bool saveModified() override { return true; }
-  bool onSaveDocument(const std::string& path) override;
-  void serialize(Archive&) override {}
-  const CommandTableBase* commands() const override { return nullptr; }
-
-  const LevelChart kind;
-  std::vector<double> values;
-  double perValue = 1.0;  // x units from one value to the next
-  std::string unit;
-  std::string subject;  // of what
-  int32_t dimension = -1;
-
- private:
-  const CDocument* watched = nullptr;
-};
-
-class LevelChartView final : public CView {
- public:
-  explicit LevelChartView(LevelChartDoc& shown) : CView(shown), chart(shown) {}
-  void onUpdate() override;
-  void draw(Canvas& canvas) override;
-  std::vector<StatusPane> panes() const override;
-
- private:
-  void drawAxes(Canvas& canvas, const Rect& plot, double highest) const;
-  LevelChartDoc& chart;
-};
-
-// The distance of axis marks: 1, 2 or 5 times a power of ten, so that at most `most` of them fit the range.
-double axisStep(double range, int32_t most);
+// The document that the chart of a kind follows; null for none, or one that has gone.
+ZBasicDoc* followedBy(LevelChart kind);
 
 }  // namespace tarnvisor

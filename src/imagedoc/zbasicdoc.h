@@ -16,6 +16,7 @@
 #include "base/geometry.h"
 #include "db/dbdocument.h"
 #include "db/subjectselection.h"
+#include "image/imagetaker.h"
 #include "image/zzimage.h"
 #include "measure/dimlist.h"
 
@@ -39,7 +40,7 @@ enum DimensionList : int32_t {
   kListCount
 };
 
-class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
+class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTaker {
  public:
   ZBasicDoc();
   ~ZBasicDoc() override;
@@ -66,7 +67,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis {
   // page of one that has several) and waits for its first save to get a pixel file.
   bool onImportFile(const std::string& path) override;
   // Makes these pixels, which no file holds yet, the document's.
-  void takeImage(std::unique_ptr<CZZimage> pixels);
+  void takeImage(std::unique_ptr<CZZimage> pixels) override;
   // Where imagefile lies: a bare name lies in the document's folder.
   std::string imagePath() const;
 

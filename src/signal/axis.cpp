@@ -49,6 +49,14 @@ void CValueAxis::measure(const Canvas& canvas) {
   maxpx = 18 * u;
 }
 
+// A number of several digits is wider than a line is high.
+void CValueAxis::measureAlong(const Canvas& canvas) {
+  CAxis::measure(canvas);
+  minpx = 7.0 * charw;
+  maxpx = 18.0 * charw;
+  u = charw;
+}
+
 void CTimeAxis::measure(const Canvas& canvas) {
   CAxis::measure(canvas);
   minpx = 2.1 * charw;
@@ -142,19 +150,25 @@ void CAxis::eachTick(const Paint& paint) const {
   Ticks range;
   if (!ticks(range)) return;
   const double step = unitsPerPixel();
-  const int32_t after = digits(major);
+  const auto placeOf = [&](double value) { return value / step - pos; };
+  const auto isOn = [&](double at) { return at >= -0.5 && at < size + 0.5; };
+  int64_t labelled = 0;
+  for (int64_t i = range.first; i <= range.last; ++i) labelled += isOn(placeOf(static_cast<double>(i) * major));
+  // One label doesn't tell a scale: on a short axis the ticks between have theirs too.
+  const bool labelsAll = labelled < 2;
+  const int32_t after = digits(labelsAll ? major / minor : major);
   for (int64_t i = range.first; i <= range.last; ++i) {
-    const double value = static_cast<double>(i) * major;
     for (int32_t part = 0; part < (i == range.last ? 1 : minor); ++part) {
-      const double at = (value + major * part / minor) / step - pos;
-      if (!(at >= -0.5 && at < size + 0.5)) continue;
-      paint(static_cast<int32_t>(std::lround(at)),
-            part == 0 ? format("%-6.*f", after, value) : std::string());
+      const double value = static_cast<double>(i) * major + major * part / minor;
+      const double at = placeOf(value);
+      if (!isOn(at)) continue;
+      const bool hasLabel = part == 0 || labelsAll;
+      paint(static_cast<int32_t>(std::lround(at)), hasLabel ? format("%-6.*f", after, value) : std::string());
     }
   }
 }
 
-void CValueAxis::paint(Canvas& canvas, const Rect& plot, Colour ink) const {
+void CAxis::paintLeft(Canvas& canvas, const Rect& plot, Colour ink) const {
   canvas.setPen({ink, 1, false});
   const Point ends[] = {{plot.left, plot.bottom}, {plot.left, wrapSub(plot.bottom, size)}};
   canvas.polyline(ends);
@@ -175,7 +189,7 @@ void CValueAxis::paint(Canvas& canvas, const Rect& plot, Colour ink) const {
   });
 }
 
-void CTimeAxis::paint(Canvas& canvas, const Rect& plot, bool below, Colour ink) const {
+void CAxis::paintAlong(Canvas& canvas, const Rect& plot, bool below, Colour ink) const {
   canvas.setPen({ink, 1, false});
   const int32_t base = below ? plot.bottom : plot.top, away = below ? 1 : -1;
   const int32_t right = wrapAdd(plot.left, size);

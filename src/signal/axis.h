@@ -1,6 +1,6 @@
-// CAxis: the axis of a chart, which finds from the scale how far apart its labelled ticks stand. CValueAxis
-// stands left of a plot and counts upward; CTimeAxis lies below or above one, counts to the right and chooses
-// between seconds, minutes and hours.
+// CAxis: the axis of a chart, which finds from the scale how far apart its labelled ticks stand. It stands left of
+// a plot and counts upward, or lies below or above one and counts to the right. CTimeAxis chooses between seconds,
+// minutes and hours.
 //
 // A scale is units a pixel; positions along the axis are in pixels from the value 0. A scale that is not a
 // positive number fits nothing.
@@ -27,8 +27,11 @@ class CAxis {
 
   virtual ~CAxis() = default;
   virtual bool isTime() const = 0;
-  // Works out the sizes below from the canvas's present font.
+  // Works out the sizes below from the canvas's present font: for an axis of values that stands, for one of time
+  // that lies.
   virtual void measure(const Canvas& canvas);
+  // The same for any axis that lies.
+  virtual void measureAlong(const Canvas& canvas) { measure(canvas); }
 
   // Takes the first base that lies strictly between minpx and maxpx: its index in the table. -1 with major
   // and minor 1 when none fits; -1 and a log line, with nothing changed, for s == 0.
@@ -48,6 +51,11 @@ class CAxis {
   };
   bool ticks(Ticks& out) const;
   double unitsPerPixel() const { return s * factor; }
+  // The plot's bottom is the axis's start.
+  void paintLeft(Canvas& canvas, const Rect& plot, Colour ink) const;
+  // The plot's left is the axis's start.
+  void paintBelow(Canvas& canvas, const Rect& plot, Colour ink) const { paintAlong(canvas, plot, true, ink); }
+  void paintAbove(Canvas& canvas, const Rect& plot, Colour ink) const { paintAlong(canvas, plot, false, ink); }
 
   double s = 0.0;       // the scale set last, 0 before
   double factor = 1.0;  // from the scale's units to those of the labels: 1/60 for minutes
@@ -65,9 +73,10 @@ class CAxis {
   double minpx = 0.0;      // allowed distance of labels, pixels, both exclusive
   double maxpx = 0.0;
 
- protected:
+ private:
+  void paintAlong(Canvas& canvas, const Rect& plot, bool below, Colour ink) const;
   // Calls back for each tick on the axis: its distance from the axis's start in pixels, and the label of a
-  // major one.
+  // labelled one.
   template <class Paint>
   void eachTick(const Paint& paint) const;
 };
@@ -76,16 +85,13 @@ class CValueAxis final : public CAxis {
  public:
   bool isTime() const override { return false; }
   void measure(const Canvas& canvas) override;
-  // Left of the plot, whose bottom is the axis's start.
-  void paint(Canvas& canvas, const Rect& plot, Colour ink) const;
+  void measureAlong(const Canvas& canvas) override;
 };
 
 class CTimeAxis final : public CAxis {
  public:
   bool isTime() const override { return true; }
   void measure(const Canvas& canvas) override;
-  // Below the plot or above it; the plot's left is the axis's start.
-  void paint(Canvas& canvas, const Rect& plot, bool below, Colour ink) const;
 };
 
 }  // namespace tarnvisor

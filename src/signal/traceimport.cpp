@@ -145,6 +145,11 @@ bool isBinary(std::span<const uint8_t> bytes) {
 
 }  // namespace
 
+bool isTraceFile(const std::string& path) {
+  return endsWithIgnoringCase(path, ".wav") || endsWithIgnoringCase(path, ".txt") ||
+         endsWithIgnoringCase(path, ".bin");
+}
+
 Imported importBinary(std::span<const uint8_t> bytes, const CTextSettings& settings) {
   Imported result;
   const auto refuse = [](std::string why) { return Imported{{}, std::move(why)}; };

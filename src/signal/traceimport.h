@@ -31,6 +31,10 @@
 
 namespace tarnvisor {
 
+// Whether a file's ending is one that is imported; the filter of those for a chooser, without its end.
+bool isTraceFile(const std::string& path);
+inline constexpr const char* kTraceFilter = "Signals (*.wav;*.txt;*.bin)|*.wav;*.txt;*.bin";
+
 struct Imported {
   std::vector<ZZTrace::Own> traces;
   std::string failure;  // empty on success

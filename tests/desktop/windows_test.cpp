@@ -144,7 +144,7 @@ class WindowTest : public ImageDocTest {
 
   QtHost windows;
   // Questions go to the test, windows are real.
-  Host ports{host, host, host, host, windows, host, host, host};
+  Host ports{host, host, host, host, windows, host, host, host, host};
   HostScope scope{ports};
   std::unique_ptr<CBasicMainFrame> frame;
   std::unique_ptr<QtLoop> loop;

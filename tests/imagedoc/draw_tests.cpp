@@ -4,6 +4,7 @@
 #include "base/clock.h"
 #include "imagedoc/imagetests.h"
 #include "imagedoc/levelchart.h"
+#include "signal/livechartdoc.h"
 #include "imagedoc/texts.h"
 #include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"
@@ -113,10 +114,13 @@ TEST_F(OpticsTest, AFailedWriteIsToldAndTheRecordStaysInTheNotes) {
 
 class Charts : public ImageDocTest {
  protected:
-  LevelChartDoc* chart(LevelChart kind) {
-    for (CDocument* d : app->documents.documents())
-      if (auto* c = dynamic_cast<LevelChartDoc*>(d); c && c->kind == kind) return c;
-    return nullptr;
+  static ZliveChartDoc* chart(LevelChart kind) {
+    return findLiveChart(kind == LevelChart::Profile ? "Grey level profile" : "Histogram");
+  }
+  static std::vector<double> valuesOf(const ZliveChartDoc& chart) {
+    std::vector<double> values(chart.firsttrace()->size());
+    (void)chart.firsttrace()->data->getcopy(values.data(), 0, chart.firsttrace()->size());
+    return values;
   }
   static std::vector<std::string> paneTexts(const CDocument& d) {
     std::vector<std::string> all;
@@ -155,17 +159,17 @@ TEST_F(Charts, ProfileFollowsTheLineThatIsSelected) {
     (void)d.addPointToDimension(d.currentDims().size() - 1, {14, y});
   }
   showGreyLevelProfile(d, 0);
-  LevelChartDoc* c = chart(LevelChart::Profile);
+  ZliveChartDoc* c = chart(LevelChart::Profile);
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(app->documents.active(), c);
   EXPECT_EQ(c->title(), "Grey level profile");
-  EXPECT_THAT(c->values, ElementsAre(30, 30, 90, 30, 30));
-  EXPECT_EQ(c->perValue, 2.0);
-  EXPECT_THAT(paneTexts(*c), ElementsAre("mean= 42.0", "min= 30.0", "max= 90.0"));
+  EXPECT_THAT(valuesOf(*c), ElementsAre(30, 30, 90, 30, 30));
+  EXPECT_EQ(c->firsttrace()->period, 2.0);
+  EXPECT_THAT(paneTexts(*c), ::testing::IsSupersetOf({"mean= 42.0", "min= 30.0", "max= 90.0"}));
   refreshLevelCharts(d, 1);
-  EXPECT_THAT(c->values, Each(30));
+  EXPECT_THAT(valuesOf(*c), Each(30));
   refreshLevelCharts(d, -1);  // the line that was shown stays
-  EXPECT_EQ(c->dimension, 1);
+  EXPECT_THAT(valuesOf(*c), Each(30));
 }
 
 TEST_F(Charts, HistogramCountsTheRegionOfInterest) {
@@ -174,36 +178,36 @@ TEST_F(Charts, HistogramCountsTheRegionOfInterest) {
   d.image->setPixel(12, 20, 90);
   d.roi = {10, 10, 20, 30};
   showHistogram(d);
-  LevelChartDoc* c = chart(LevelChart::Histogram);
+  ZliveChartDoc* c = chart(LevelChart::Histogram);
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(c->title(), "Histogram");
-  ASSERT_THAT(c->values, SizeIs(256));
-  EXPECT_EQ(c->values[30], 199);
-  EXPECT_EQ(c->values[90], 1);
-  EXPECT_THAT(paneTexts(*c), ElementsAre("mean= 30.3", "mode= 30", "pixels=200"));
+  ASSERT_THAT(valuesOf(*c), SizeIs(256));
+  EXPECT_EQ(valuesOf(*c)[30], 199);
+  EXPECT_EQ(valuesOf(*c)[90], 1);
+  EXPECT_THAT(c->firsttrace()->name, EndsWith("mean= 30.3 mode= 30 pixels=200"));
   ASSERT_TRUE(d.image->setColourset(kColour));
   d.image->fill(64);
   refreshLevelCharts(d, -1);
-  EXPECT_EQ(c->values[63] + c->values[64], 200);
+  EXPECT_EQ(valuesOf(*c)[63] + valuesOf(*c)[64], 200);
 }
 
 TEST_F(Charts, FollowEachMoveOfALiveSliderAndItsCancelling) {
   ZBasicDoc& d = makeImage(50, 40);
   showHistogram(d);
   app->documents.activate(d);
-  const LevelChartDoc* c = chart(LevelChart::Histogram);
-  const auto before = c->values;
+  const ZliveChartDoc* c = chart(LevelChart::Histogram);
+  const auto before = valuesOf(*c);
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"Adjust brightness/contrast", "brightness", "0"}, {"Threshold", "threshold", "40"}};
   for (const auto& [command, slider, place] : cases) {
     host.fills.push_back([&, slider = slider, place = place](Form& form) {
       EXPECT_EQ(form.find(slider)->take(place), "");
       form.changed();
-      EXPECT_NE(c->values, before) << slider;
+      EXPECT_NE(valuesOf(*c), before) << slider;
       return false;
     });
     run(command);
-    EXPECT_EQ(c->values, before) << command;
+    EXPECT_EQ(valuesOf(*c), before) << command;
   }
 }
 
@@ -216,7 +220,7 @@ TEST_F(Charts, TakeALineOfTheParentFrame) {
   (void)d.addDimension({110, 220}, 1);
   (void)d.addPointToDimension(0, {114, 220});
   showGreyLevelProfile(d, 0);
-  EXPECT_THAT(chart(LevelChart::Profile)->values, ElementsAre(30, 30, 90, 30, 30));
+  EXPECT_THAT(valuesOf(*chart(LevelChart::Profile)), ElementsAre(30, 30, 90, 30, 30));
   d.setModified(false);
   EXPECT_TRUE(vignetteTest(d));
   EXPECT_EQ(d.currentDims().at(2).points, (std::vector<Point>{{105, 205}, {145, 235}}));
@@ -225,56 +229,24 @@ TEST_F(Charts, TakeALineOfTheParentFrame) {
 TEST_F(Charts, ThereIsOneOfAKindThatOutlivesItsDocumentAndNeverAsksToBeSaved) {
   ZBasicDoc& first = makeImage(30, 30);
   showHistogram(first);
-  LevelChartDoc* c = chart(LevelChart::Histogram);
+  ZliveChartDoc* c = chart(LevelChart::Histogram);
   ZBasicDoc& second = makeImage(40, 30);
   showHistogram(second);
   EXPECT_EQ(chart(LevelChart::Histogram), c);
   EXPECT_EQ(app->documents.active(), c);
-  EXPECT_EQ(c->followed(), &second);
-  c->setModified();
+  EXPECT_EQ(followedBy(LevelChart::Histogram), &second);
+  EXPECT_FALSE(c->isModified());
   process.imageTemplate->discard(second);
-  EXPECT_EQ(c->followed(), nullptr);
+  EXPECT_EQ(followedBy(LevelChart::Histogram), nullptr);
   refreshLevelCharts(first, -1);
-  EXPECT_THAT(c->values, SizeIs(256));
-  EXPECT_FALSE(c->onSaveDocument(folder.file("x.zz1")));
-  EXPECT_FALSE(fileExists(folder.file("x.zz1")));
+  EXPECT_THAT(valuesOf(*c), SizeIs(256));
   const size_t toldSoFar = host.messages.size();
   EXPECT_TRUE(app->documents.close(*c));
   EXPECT_EQ(host.messages.size(), toldSoFar);
   EXPECT_EQ(chart(LevelChart::Histogram), nullptr);
   refreshLevelCharts(first, -1);
   showHistogram(first);
-  EXPECT_EQ(chart(LevelChart::Histogram)->followed(), &first);
-}
-
-TEST_F(Charts, DrawAxesWithNumbersAndTheCurve) {
-  ZBasicDoc& d = makeImage(50, 40);
-  d.image->fill(255);
-  (void)d.addDimension({10, 20}, 1);
-  (void)d.addPointToDimension(0, {30, 20});
-  showGreyLevelProfile(d, 0);
-  CView& view = *chart(LevelChart::Profile)->views().front();
-  for (const Size size : {Size{376, 253}, Size{20, 10}, Size{0, 0}}) {
-    view.setWindowSize(size);
-    RecordingCanvas canvas;
-    view.draw(canvas);
-    if (size.width < 100) continue;
-    // 20 steps of a pixel over 304 pixels, level 255 at the top.
-    EXPECT_THAT(canvas.calls, Contains("rectangle 56,24-360,211"));
-    EXPECT_THAT(canvas.calls.back(), HasSubstr("polyline 56,24 71,24 86,24 "));
-    EXPECT_THAT(canvas.calls.back(), EndsWith(" 360,24"));
-    for (const char* number : {"\"0\"", "\"100\"", "\"200\"", "\"5\"", "\"20\""})
-      EXPECT_THAT(canvas.calls, Contains(HasSubstr(number)));
-  }
-}
-
-TEST(AxisStep, IsTheSmallestRoundStepThatDoesNotCrowd) {
-  EXPECT_EQ(axisStep(255, 5), 100);
-  EXPECT_EQ(axisStep(255, 6), 50);
-  EXPECT_EQ(axisStep(20, 4), 5);
-  EXPECT_EQ(axisStep(0.9, 9), 0.1);
-  EXPECT_EQ(axisStep(99, 9), 20);
-  EXPECT_EQ(axisStep(0, 9), 1);
+  EXPECT_EQ(followedBy(LevelChart::Histogram), &first);
 }
 
 }  // namespace

@@ -105,8 +105,8 @@ TEST(Scales, BeyondAllReasonEndAndPaintWithinTheAxis) {
         axis->size = 300;
         axis->setScale(s);
       }
-      values.paint(canvas, {60, 0, 400, 300}, 0);
-      times.paint(canvas, {60, 0, 400, 300}, true, 0);
+      values.paintLeft(canvas, {60, 0, 400, 300}, 0);
+      times.paintBelow(canvas, {60, 0, 400, 300}, 0);
       EXPECT_LT(canvas.calls.size(), 1000u) << s;
     }
 }
@@ -177,14 +177,14 @@ TEST(Axes, OfTimePaintBelowAndAboveAndKeepTheUnitFree) {
   axis.measure(below);
   axis.size = 100;
   axis.setScale(0.05);
-  axis.paint(below, {10, 20, 110, 50}, true, 0);
+  axis.paintBelow(below, {10, 20, 110, 50}, 0);
   EXPECT_THAT(below.calls, testing::ElementsAre(
                                "pen 0 width 1", "polyline 10,50 110,50", "text 61,72 0 \"seconds\"",
                                "polyline 10,50 10,70", "text 7,72 0 \"0     \"", "polyline 30,50 30,70",
                                "text 27,72 0 \"1     \"", "polyline 50,50 50,70", "text 47,72 0 \"2     \"",
                                "polyline 70,50 70,70", "polyline 90,50 90,70", "polyline 110,50 110,70"));
   axis.pos = 10;
-  axis.paint(above, {10, 20, 110, 50}, false, 0);
+  axis.paintAbove(above, {10, 20, 110, 50}, 0);
   EXPECT_THAT(above.calls, testing::IsSupersetOf({"polyline 10,20 110,20", "polyline 20,20 20,0",
                                                   "text 17,-18 0 \"1     \"", "text 61,-18 0 \"seconds\""}));
 }
@@ -196,7 +196,7 @@ TEST(Axes, OfValuesPaintUpwardLeftOfThePlot) {
   axis.size = 300;
   axis.units = "mm/s";
   axis.setScale(0.01);
-  axis.paint(canvas, {60, 0, 400, 300}, 0);
+  axis.paintLeft(canvas, {60, 0, 400, 300}, 0);
   EXPECT_THAT(canvas.calls, testing::IsSupersetOf({"polyline 60,300 60,0", "text 10,-8 0 \"mm/s\"",
                                                    "polyline 40,300 60,300", "text 31,292 0 \"0     \"",
                                                    "polyline 50,280 60,280", "polyline 40,100 60,100",
@@ -204,7 +204,7 @@ TEST(Axes, OfValuesPaintUpwardLeftOfThePlot) {
   EXPECT_EQ(canvas.calls.size(), 3u + 16u + 2u) << "sixteen ticks, two of them with a label";
   axis.size = 210;  // the label at 2 would touch the unit
   RecordingCanvas shorter;
-  axis.paint(shorter, {60, 0, 400, 300}, 0);
+  axis.paintLeft(shorter, {60, 0, 400, 300}, 0);
   EXPECT_THAT(shorter.calls, Not(Contains(StartsWith("text 31,92"))));
   EXPECT_THAT(shorter.calls, Contains("polyline 40,100 60,100"));
 }

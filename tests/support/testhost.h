@@ -22,7 +22,8 @@ class TestHost final : public Messages,
                        public Windows,
                        public WaitCursor,
                        public Printer,
-                       public Processes {
+                       public Processes,
+                       public PictureWriter {
  public:
   TestHost() : scope(ports) {}
   ~TestHost() override {
@@ -45,6 +46,8 @@ class TestHost final : public Messages,
   // The page that is printed on; printing is an unexpected question without.
   PrintJob* printJob = nullptr;
   bool frameCanBeMade = true;
+  // What a picture that is written is drawn on; writing is an unexpected question without.
+  Canvas* pictureCanvas = nullptr;
 
   // A form answered by label.
   void fill(std::vector<std::pair<std::string, std::string>> values) {
@@ -117,6 +120,12 @@ class TestHost final : public Messages,
     if (printJob) draw(*printJob);
     return printJob != nullptr;
   }
+  Outcome write(const std::string& path, Size, const std::function<void(Canvas&)>& draw) override {
+    EXPECT_TRUE(pictureCanvas) << "an unexpected picture: " << path;
+    if (!pictureCanvas) return Outcome::failure(path);
+    draw(*pictureCanvas);
+    return Outcome::success();
+  }
   bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }
   int32_t run(const std::vector<std::string>& words) override { return program ? program(words) : -1; }
 
@@ -131,7 +140,7 @@ class TestHost final : public Messages,
     queue.pop_front();
     return value;
   }
-  Host ports{*this, *this, *this, *this, *this, *this, *this, *this};
+  Host ports{*this, *this, *this, *this, *this, *this, *this, *this, *this};
   HostScope scope;
 };
 

@@ -1,0 +1,84 @@
+#include "desktop/picturefile.h"
+
+#include <QImageWriter>
+#include <QPdfWriter>
+#include <QSvgGenerator>
+
+#include "base/files.h"
+#include "base/text.h"
+#include "desktop/paintercanvas.h"
+#include "desktop/qttext.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr int32_t kLargestSide = 16384;
+constexpr int kScreenPixelsPerInch = 96;
+
+// What a drawing on a device left behind: empty when all is well.
+using Draw = std::function<void(Canvas&)>;
+
+QString writePixels(const QString& path, const std::string& kind, Size size, const Draw& draw) {
+  QImage picture(size.width, size.height, QImage::Format_RGB32);
+  if (picture.isNull()) return "there is not enough memory";
+  picture.fill(Qt::white);
+  {
+    QPainter painter(&picture);
+    PainterCanvas canvas(painter);
+    draw(canvas);
+  }
+  QImageWriter writer(path, kind.c_str());
+  return writer.write(picture) ? QString() : writer.errorString();
+}
+
+QString drawOn(QPaintDevice& device, const Draw& draw) {
+  QPainter painter;
+  if (!painter.begin(&device)) return "it can't be drawn";
+  {
+    PainterCanvas canvas(painter);
+    draw(canvas);
+  }
+  return painter.end() ? QString() : QString("it can't be drawn");
+}
+
+QString writeSvg(const QString& path, Size size, const Draw& draw) {
+  QSvgGenerator generator;
+  generator.setFileName(path);
+  generator.setResolution(kScreenPixelsPerInch);
+  generator.setSize(QSize(size.width, size.height));
+  generator.setViewBox(QRect(0, 0, size.width, size.height));
+  return drawOn(generator, draw);
+}
+
+QString writePdf(const QString& path, Size size, const Draw& draw) {
+  QPdfWriter writer(path);
+  writer.setResolution(kScreenPixelsPerInch);
+  const QSizeF inches(double(size.width) / kScreenPixelsPerInch, double(size.height) / kScreenPixelsPerInch);
+  writer.setPageSize(QPageSize(inches, QPageSize::Inch, QString(), QPageSize::ExactMatch));
+  writer.setPageMargins({});
+  return drawOn(writer, draw);
+}
+
+}  // namespace
+
+Outcome QtPictureWriter::write(const std::string& path, Size size, const Draw& draw) {
+  const std::string kind = lowerCase(extensionOf(path));
+  const bool strokes = kind == "svg" || kind == "pdf";
+  if (!strokes && (kind.empty() || !QImageWriter::supportedImageFormats().contains(kind.c_str())))
+    return Outcome::failure(path + ": pictures are written as png, jpg, bmp, svg or pdf");
+  if (size.width < 1 || size.height < 1 || size.width > kLargestSide || size.height > kLargestSide)
+    return Outcome::failure(path + ": the view is too large for a picture");
+  AtomicFile file(path);
+  if (file.isOpen()) {
+    file.releaseToWriterByName();
+    const QString temporary = toQt(file.temporaryPath());
+    const QString problem = kind == "svg"   ? writeSvg(temporary, size, draw)
+                            : kind == "pdf" ? writePdf(temporary, size, draw)
+                                            : writePixels(temporary, kind, size, draw);
+    if (!problem.isEmpty()) return Outcome::failure(path + " could not be written: " + fromQt(problem));
+  }
+  return file.commit();
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,20 @@
+// The port for pictures as files.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "base/outcome.h"
+#include "host/canvas.h"
+
+namespace tarnvisor {
+
+class PictureWriter {
+ public:
+  virtual ~PictureWriter() = default;
+  // Draws a picture of that size in the format that the path's ending names: png, jpg, bmp, svg or pdf. On
+  // failure an old file of that name stays as it was.
+  virtual Outcome write(const std::string& path, Size size, const std::function<void(Canvas&)>& draw) = 0;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,67 @@
+// What a chart prepares of a trace so that a column that stands for thousands of samples is found without walking
+// them. Built when first asked for; whoever changes samples calls clear().
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <vector>
+
+#include "signal/datavect.h"
+
+namespace tarnvisor {
+
+// The smallest and the greatest of some values; NaNs are passed over.
+struct Extent {
+  double low = std::numeric_limits<double>::infinity();
+  double high = -std::numeric_limits<double>::infinity();
+  bool isEmpty() const { return !(low <= high); }
+  void take(double value) {
+    low = value < low ? value : low;
+    high = value > high ? value : high;
+  }
+  void take(const Extent& other) {
+    take(other.low);
+    take(other.high);
+  }
+  friend bool operator==(const Extent&, const Extent&) = default;
+};
+
+// Of a one-dimensional vector: extents of blocks, of blocks of blocks, and so on. Takes 16 bytes for 256 samples.
+class SampleExtents {
+ public:
+  void clear() { levels.clear(); }
+  // Of the samples [from, to), an end beyond the vector being its end.
+  Extent of(const CdataVect& data, uint32_t from, uint32_t to);
+
+ private:
+  static constexpr uint32_t kBlock = 256;
+  static constexpr uint32_t kFactor = 8;
+  void build(const CdataVect& data);
+  std::vector<std::vector<Extent>> levels;
+};
+
+// Of a vector of rows: for each column the greatest item of groups of rows. Rows whose entry in rowvalues is 0
+// hold nothing and do not count.
+class RowMaxima {
+ public:
+  void clear() { groups.clear(); }
+  // The greatest items of the rows [from, to) into `out` of the vector's width; returns the greatest row value
+  // among them, 0.0 where all rows are empty, and then leaves `out` alone. An end beyond the vector is its end.
+  double of(const CdataVect& data, const CdataVect& rowvalues, uint32_t from, uint32_t to,
+            std::span<double> out);
+
+ private:
+  static constexpr uint32_t kGroup = 32;
+  struct Group {
+    double rowvalue = 0;
+    std::vector<float> maxima;
+  };
+  double walk(const CdataVect& data, const CdataVect& rowvalues, uint32_t from, uint32_t to,
+              std::span<double> out, bool hasSome);
+  void build(const CdataVect& data, const CdataVect& rowvalues);
+  std::vector<Group> groups;
+  std::vector<double> row;
+};
+
+}  // namespace tarnvisor
