@@ -45,7 +45,7 @@ struct ExportChoice {
 };
 // The dialog "Export"; the selection is offered only where there is one. False on Cancel, with nothing
 // changed.
-bool askExport(CTextSettings& settings, ExportChoice& choice, bool hasSelection);
+bool askExport(CTextSettings& text, ExportChoice& choice, bool hasSelection);
 
 // Columns [from, to) of the chart's view, the selection; or the whole.
 struct ExportRange {
