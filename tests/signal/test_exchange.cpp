@@ -97,10 +97,9 @@ TEST(TextSettings, AreStoredInTheirSectionAndPutRightWhenRead) {
   stored.precision = 11;
   stored.swapbytes = 1;
   stored.store();
-  EXPECT_EQ(
-      readWholeText(settings.path()),
-      "[Export]\r\ny_scaled=0\r\nx_scaled=2\r\nz_scaled=0\r\nbinary=1\r\nheaders=0\r\ncol delimiters=0\r\n"
-      "row delimiters=2\r\nformat=0\r\nprecision=11\r\nswapbytes=1\r\n");
+  EXPECT_EQ(readWholeText(settings.path()),
+            "[Export]\ny_scaled=0\nx_scaled=2\nz_scaled=0\nbinary=1\nheaders=0\ncol delimiters=0\n"
+            "row delimiters=2\nformat=0\nprecision=11\nswapbytes=1\n");
   read.read();
   EXPECT_EQ(read.binary * 100 + read.precision * 10 + read.rowdelim, 212);
   for (const char* key : {"col delimiters", "row delimiters", "format", "precision", "x_scaled"})
@@ -344,9 +343,9 @@ TEST(TextImport, FindsDelimitersNamesAndTime) {
        {{"a", 0.5, 500, {1, 3, 5}}, {"b", 0.5, 500, {2, 4, 6}}}},
       {"Time (ms);x\n0;1,5\n20;2,5", 0, {{"x", 0.02, 0, {1.5, 2.5}}}},
       {"minutes\tx\n1\t7\n2\t8\n", 0, {{"x", 60, 60000, {7, 8}}}},
-      {"0.033 1\n0.067 2\n0.100 3", 1, {{"file 1", 0.0335, 33, {1, 2, 3}}}},
+      {"0.033 1\n0.067 2\n0.100 3", 1, {{"file", 0.0335, 33, {1, 2, 3}}}},
       {"0 1\n1 2", 0, {{"file 1", 1, 0, {0, 1}}, {"file 2", 1, 0, {1, 2}}}},
-      {"0 5\n1 2", 1, {{"file 1", 1, 0, {5, 2}}}},
+      {"0 5\n1 2", 1, {{"file", 1, 0, {5, 2}}}},
       {"n,x\n7,5\n8,2", 2, {{"x", 1, 0, {5, 2}}}},
       {"time,x\n0,1\n1,2\n9,3", 1, {{"time", 1, 0, {0, 1, 9}}, {"x", 1, 0, {1, 2, 3}}}},  // no constant step
       {"t\n0\n1\n2", 1, {{"t", 1, 0, {0, 1, 2}}}},  // alone it is no time
@@ -426,7 +425,7 @@ Bytes wav(uint16_t kind, uint16_t channels, uint16_t bits, const Bytes& samples,
   putLittle(&bytes[34], bits);
   words(36, "data");
   putLittle(&bytes[40], static_cast<uint32_t>(samples.size()));
-  bytes.insert(bytes.end(), samples.begin(), samples.end());
+  for (const uint8_t sample : samples) bytes.push_back(sample);
   return bytes;
 }
 
