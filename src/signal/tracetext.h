@@ -15,12 +15,15 @@ namespace tarnvisor {
 
 struct CTextSettings {
   static constexpr const char* kSection = "Export";
+  static constexpr const char* kFileFilter =
+      "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
 
   // What is stored out of range is put right: any other delimiter is none, another style is "g", precision is
   // clipped to 0..30.
   void read(const std::string& section = kSection);
   void store(const std::string& section = kSection) const;
 
+  std::string fileExtension() const { return binary ? ".bin" : ".txt"; }
   std::string columnDelimiter() const;
   std::string rowDelimiter() const;
   std::string numberFormat() const;                          // "%.3f"

@@ -159,8 +159,9 @@ TEST(TextExport, PutsTracesOfDifferentPeriodsSideBySide) {
   how.xscaled = 2;
   EXPECT_EQ(exported({slow.get(), fast.get()}, how, {false, 2, 4, 0.25}),
             "s,slow,fast_1\n2.0,10.0,2.0\n3.0,10.0,2.0\n");
-  how.xscaled = 0;
-  how.headers = 0;
+  how.headers = how.xscaled = 0;
+  slow->starttime = 300;  // between two lines
+  EXPECT_EQ(exported({slow.get()}, how), "10.0\n20.0\n");
   EXPECT_EQ(exported({hidden.get()}, how), "7.0\n") << "the active trace, though it be hidden";
 }
 
