@@ -67,7 +67,7 @@ class CAxis {
   std::string name;
 
   double u = 1.0;          // line height, times 1.5 with a proportional font
-  int32_t charw = 1;       // average width of a character
+  int32_t charw = 1;       // average width of a character; canvases have no overhang
   int32_t line = 1;        // line height
   int32_t tickLength = 0;  // of a minor tick; a major one is twice as long
   double minpx = 0.0;      // allowed distance of labels, pixels, both exclusive

@@ -92,28 +92,28 @@ void CTextSettings::appendNumber(std::string& text, double value) const {
   text.append(place.data(), end);
 }
 
-bool askExport(CTextSettings& settings, ExportChoice& choice, bool hasSelection) {
-  int32_t binary = settings.binary, headers = settings.headers;
+bool askExport(CTextSettings& text, ExportChoice& choice, bool hasSelection) {
+  int32_t binary = text.binary, headers = text.headers;
   int32_t part = hasSelection ? choice.selection : 0;
   Form form("Export");
   form.addChoice("Traces", choice.allTraces, {"Active trace", "All traces"});
   if (hasSelection) form.addChoice("Range", part, {"Whole", "Selection"});
   form.addCheck("&Binary", binary)
       .addCheck("&Headers", headers)
-      .addChoice("&X values", settings.xscaled, {"none", "scaled time", "sample index"})
-      .addCheck("&Y values scaled", settings.yscaled)
-      .addCheck("&Z values scaled", settings.zscaled)
+      .addChoice("&X values", text.xscaled, {"none", "scaled time", "sample index"})
+      .addCheck("&Y values scaled", text.yscaled)
+      .addCheck("&Z values scaled", text.zscaled)
       .addNote("Text delimiters")
-      .addChoice("Column delimiter", settings.coldelim,
+      .addChoice("Column delimiter", text.coldelim,
                  plain({"&tab", "&comma", "&semicolon", "sp&ace", "&none"}))
-      .addChoice("Row delimiter", settings.rowdelim,
+      .addChoice("Row delimiter", text.rowdelim,
                  plain({"cr/lf &pair", "c&r only", "&lf only", "c&olumn delimiter", "&none"}))
-      .addChoice("&Format", settings.format, {"E", "f", "g"})
-      .add("&Precision", settings.precision, {0, kMostDigits})
-      .addCheck("S&wap bytes", settings.swapbytes);
+      .addChoice("&Format", text.format, {"E", "f", "g"})
+      .add("&Precision", text.precision, {0, kMostDigits})
+      .addCheck("S&wap bytes", text.swapbytes);
   if (!host().forms.run(form)) return false;
-  settings.binary = binary != 0;
-  settings.headers = headers != 0;
+  text.binary = binary != 0;
+  text.headers = headers != 0;
   choice.selection = part;
   return true;
 }

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "base/bytes.h"
 #include "base/files.h"
@@ -170,27 +172,34 @@ Imported importBinary(std::span<const uint8_t> bytes, const CTextSettings& setti
   return result;
 }
 
-Imported importTraces(const std::string& path, const CTextSettings& settings) {
-  const auto failed = [&](const std::string& why) { return Imported{{}, path + ": " + why}; };
+namespace {
+
+Imported importOfKind(const std::string& path, const CTextSettings& settings) {
   constexpr size_t kKindBytes = 12;
   std::vector<uint8_t> start(kKindBytes);
   std::FILE* file = fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr;
-  if (!file) return failed("It can't be opened.");
+  if (!file) return {{}, "It can't be opened."};
   start.resize(std::fread(start.data(), 1, start.size(), file));
   std::fclose(file);
   const std::string name = withoutExtension(fileNameOf(path));
+  if (isSound(start)) return importWav(path, name);
+  const auto bytes = readWholeFile(path, kLargestFile);
+  if (!bytes) return {{}, "It can't be read, or is too large."};
+  if (equalIgnoringCase(extensionOf(path), "bin") || isBinary(*bytes)) return importBinary(*bytes, settings);
+  return importText({reinterpret_cast<const char*>(bytes->data()), bytes->size()}, name, settings);
+}
+
+}  // namespace
+
+Imported importTraces(const std::string& path, const CTextSettings& settings) {
   Imported result;
-  if (isSound(start)) {
-    result = importWav(path, name);
-  } else {
-    const auto bytes = readWholeFile(path, kLargestFile);
-    if (!bytes) return failed("It can't be read, or is too large.");
-    if (equalIgnoringCase(extensionOf(path), "bin") || isBinary(*bytes))
-      result = importBinary(*bytes, settings);
-    else
-      result = importText({reinterpret_cast<const char*>(bytes->data()), bytes->size()}, name, settings);
+  try {
+    result = importOfKind(path, settings);
+  } catch (const std::bad_alloc&) {
+    result = {{}, kLowMemory};
   }
-  return result.failure.empty() ? std::move(result) : failed(result.failure);
+  if (!result.failure.empty()) result.failure = path + ": " + result.failure;
+  return result;
 }
 
 }  // namespace tarnvisor

@@ -35,7 +35,7 @@ Outcome settleRange(std::span<const ZZTrace* const> traces, ExportRange& range) 
       step = step == 0 ? trace->period : std::min(step, trace->period);
     }
     if (step == 0) return Outcome::failure("There are no samples to export.");
-    const double first = std::floor(start / step + kNudge), last = std::ceil(end / step - kNudge);
+    const double first = std::ceil(start / step - kNudge), last = std::ceil(end / step - kNudge);
     if (!(last - first <= kMostRows && std::abs(first) < 1e15))
       return Outcome::failure("The traces' periods differ too much for one table.");
     range = {false, static_cast<int64_t>(first), static_cast<int64_t>(last), step};

@@ -15,12 +15,15 @@ namespace tarnvisor {
 
 struct CTextSettings {
   static constexpr const char* kSection = "Export";
+  static constexpr const char* kFileFilter =
+      "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
 
   // What is stored out of range is put right: any other delimiter is none, another style is "g", precision is
   // clipped to 0..30.
   void read(const std::string& section = kSection);
   void store(const std::string& section = kSection) const;
 
+  std::string fileExtension() const { return binary ? ".bin" : ".txt"; }
   std::string columnDelimiter() const;
   std::string rowDelimiter() const;
   std::string numberFormat() const;                          // "%.3f"
@@ -45,7 +48,7 @@ struct ExportChoice {
 };
 // The dialog "Export"; the selection is offered only where there is one. False on Cancel, with nothing
 // changed.
-bool askExport(CTextSettings& settings, ExportChoice& choice, bool hasSelection);
+bool askExport(CTextSettings& text, ExportChoice& choice, bool hasSelection);
 
 // Columns [from, to) of the chart's view, the selection; or the whole.
 struct ExportRange {
