@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "itemcast.h"
+#include "signal/itemcast.h"
 #include "signal/typedvect.h"
 #include "vectloops.h"
 

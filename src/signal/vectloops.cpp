@@ -5,7 +5,7 @@
 #include <limits>
 #include <type_traits>
 
-#include "itemcast.h"
+#include "signal/itemcast.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vectloops.cpp"
