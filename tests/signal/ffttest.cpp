@@ -77,6 +77,45 @@ TEST(Fft, EqualsTheDefinition) {
   }
 }
 
+// The radix-4 passes, number by number.
+void plainPasses(const CFFT& fft, Values& re, Values& im) {
+  const size_t n = re.size(), quarter = n / 4;
+  using Number = std::complex<double>;
+  for (size_t stride = 1; stride < n; stride *= 4) {
+    const Values xr = re, xi = im;
+    for (size_t i = 0; i < quarter; ++i) {
+      const size_t t = i - i % stride;
+      const auto x = [&](size_t j) { return Number(xr[i + j * quarter], xi[i + j * quarter]); };
+      const Number even = x(0) + x(2), less = x(0) - x(2), odd = x(1) + x(3), oddLess = x(1) - x(3);
+      const Number rotated(oddLess.imag(), -oddLess.real());
+      const Number sums[] = {even + odd, less + rotated, even - odd, less - rotated};
+      for (size_t j = 0; j < 4; ++j) {
+        const double c = fft.cosines[j * t], s = fft.sines[j * t];
+        re[i % stride + 4 * t + j * stride] = sums[j].real() * c - sums[j].imag() * s;
+        im[i % stride + 4 * t + j * stride] = sums[j].real() * s + sums[j].imag() * c;
+      }
+    }
+  }
+}
+
+TEST(Fft, EqualsItsPlainTwinBitForBit) {
+  for (const int32_t n : {16, 64, 1024}) {
+    const auto count = static_cast<size_t>(n);
+    Values re = noise(count, 1000), im = noise(count, 1000, 7), power(count), pairs;
+    for (size_t i = 0; i < count; ++i) pairs.insert(pairs.end(), {re[i], im[i]});
+    CFFT fft;
+    fft.setup(n);
+    Values plainRe = re, plainIm = im;
+    plainPasses(fft, plainRe, plainIm);
+    fft.complexpower(re.data(), im.data(), power.data());
+    EXPECT_EQ(re, plainRe);
+    EXPECT_EQ(im, plainIm);
+    const double first = (plainRe[0] + plainIm[0]) * 0.7071067623730956;
+    fft.realpower(pairs.data(), power.data());
+    EXPECT_EQ(power[0], first * first);
+  }
+}
+
 TEST(Fft, RealPowerIsHalfTheSquaredSpectrumOfTwiceTheSamples) {
   for (const int32_t n : {4, 16, 64, 256, 1024}) {
     const Values in = noise(2 * static_cast<size_t>(n), 1000);
