@@ -7,6 +7,8 @@
 
 #include "signal/itemcast.h"
 
+// The target whose byte tables `linear` uses is compiled only where asked for.
+#define HWY_WANT_AVX3_DL 1
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vectloops.cpp"
 #include <hwy/foreach_target.h>
@@ -183,7 +185,14 @@ void linear(Item* items, uint64_t count, double a, double b) {
     // Where 32 bits hold every result, the conversion that all processors have will do.
     constexpr double kFarthest = 1.0 + std::max(static_cast<double>(std::numeric_limits<Item>::max()),
                                                 -static_cast<double>(std::numeric_limits<Item>::min()));
-    if (std::abs(a) * kFarthest + std::abs(b) < 2147483647.0) {
+    double farthest = kFarthest;
+    if (std::abs(a) * farthest + std::abs(b) >= 2147483647.0) {
+      Item least = 0;
+      Item greatest = 0;
+      extremes(items, count, least, greatest);
+      farthest = std::max(static_cast<double>(greatest), -static_cast<double>(least));
+    }
+    if (std::abs(a) * farthest + std::abs(b) < 2147483647.0) {
       for (uint64_t i = 0; i < count; ++i)
         items[i] = static_cast<Item>(static_cast<int32_t>(a * static_cast<double>(items[i]) + b));
     } else {
