@@ -6,8 +6,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "itemcast.h"
 #include "signal/fft.h"
+#include "signal/itemcast.h"
 #include "typedvect-access.h"
 #include "typedvect-arithmetic.h"
 
