@@ -1,0 +1,176 @@
+#include "vectloops.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "itemcast.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vectloops.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace tarnvisor {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+constexpr uint64_t kPartialSums = 16;
+
+inline double addedInHalves(double* sums) {
+  for (uint64_t half = kPartialSums / 2; half > 0; half /= 2)
+    for (uint64_t i = 0; i < half; ++i) sums[i] += sums[i + half];
+  return sums[0];
+}
+
+template <class Item>
+double floatingSum(const Item* items, uint64_t count) {
+  double sums[kPartialSums] = {};
+  const uint64_t whole = count - count % kPartialSums;
+  for (uint64_t i = 0; i < whole; i += kPartialSums)
+    for (uint64_t j = 0; j < kPartialSums; ++j) sums[j] += static_cast<double>(items[i + j]);
+  double total = addedInHalves(sums);
+  for (uint64_t i = whole; i < count; ++i) total += static_cast<double>(items[i]);
+  return total;
+}
+
+// Blocks so short that 32 bits hold their sum.
+template <class Item>
+double integerSum(const Item* items, uint64_t count) {
+  using Wide = std::conditional_t<std::is_signed_v<Item>, int64_t, uint64_t>;
+  using Narrow = std::conditional_t<std::is_signed_v<Item>, int32_t, uint32_t>;
+  constexpr uint64_t kBlock = sizeof(Item) < 4 ? 32768 : 1;
+  Wide total = 0;
+  if constexpr (kBlock > 1) {
+    for (uint64_t at = 0; at < count; at += kBlock) {
+      const uint64_t end = std::min(count, at + kBlock);
+      Narrow sum = 0;
+      for (uint64_t i = at; i < end; ++i) sum += items[i];
+      total += sum;
+    }
+  } else {
+    for (uint64_t i = 0; i < count; ++i) total += items[i];
+  }
+  return static_cast<double>(total);
+}
+
+template <class Item>
+double sum(const Item* items, uint64_t count) {
+  if constexpr (std::is_integral_v<Item>)
+    return integerSum(items, count);
+  else
+    return floatingSum(items, count);
+}
+
+template <class Item>
+double squaresAbout(const Item* items, uint64_t count, double centre) {
+  double sums[kPartialSums] = {};
+  const uint64_t whole = count - count % kPartialSums;
+  for (uint64_t i = 0; i < whole; i += kPartialSums) {
+    for (uint64_t j = 0; j < kPartialSums; ++j) {
+      const double apart = static_cast<double>(items[i + j]) - centre;
+      sums[j] += apart * apart;
+    }
+  }
+  double total = addedInHalves(sums);
+  for (uint64_t i = whole; i < count; ++i) {
+    const double apart = static_cast<double>(items[i]) - centre;
+    total += apart * apart;
+  }
+  return total;
+}
+
+template <class Item>
+void extremes(const Item* items, uint64_t count, Item& least, Item& greatest) {
+  Item low = least;
+  Item high = greatest;
+  uint64_t i = 0;
+  if constexpr (std::is_floating_point_v<Item>) {
+    const hn::ScalableTag<Item> d;
+    const uint64_t lanes = hn::Lanes(d);
+    auto lows = hn::Set(d, low);
+    auto highs = hn::Set(d, high);
+    auto lows2 = lows;
+    auto highs2 = highs;
+    for (; i + 2 * lanes <= count; i += 2 * lanes) {
+      const auto x = hn::LoadU(d, items + i);
+      const auto y = hn::LoadU(d, items + i + lanes);
+      lows = hn::IfThenElse(hn::Lt(x, lows), x, lows);
+      highs = hn::IfThenElse(hn::Gt(x, highs), x, highs);
+      lows2 = hn::IfThenElse(hn::Lt(y, lows2), y, lows2);
+      highs2 = hn::IfThenElse(hn::Gt(y, highs2), y, highs2);
+    }
+    low = hn::GetLane(hn::MinOfLanes(d, hn::Min(lows, lows2)));
+    high = hn::GetLane(hn::MaxOfLanes(d, hn::Max(highs, highs2)));
+  }
+  for (; i < count; ++i) {
+    const Item x = items[i];
+    low = x < low ? x : low;
+    high = x > high ? x : high;
+  }
+  least = low;
+  greatest = high;
+}
+
+template <class Item>
+void linear(Item* items, uint64_t count, double a, double b) {
+  if constexpr (std::is_floating_point_v<Item>) {
+    for (uint64_t i = 0; i < count; ++i) items[i] = static_cast<Item>(a * static_cast<double>(items[i]) + b);
+  } else {
+    // Where 32 bits hold every result, the conversion that all processors have will do.
+    constexpr double kFarthest = 1.0 + std::max(static_cast<double>(std::numeric_limits<Item>::max()),
+                                                -static_cast<double>(std::numeric_limits<Item>::min()));
+    if (std::abs(a) * kFarthest + std::abs(b) < 2147483647.0) {
+      for (uint64_t i = 0; i < count; ++i)
+        items[i] = static_cast<Item>(static_cast<int32_t>(a * static_cast<double>(items[i]) + b));
+    } else {
+      for (uint64_t i = 0; i < count; ++i) items[i] = itemCast<Item>(a * static_cast<double>(items[i]) + b);
+    }
+  }
+}
+
+void lagDots(const double* x, const double* y, uint32_t n, uint32_t lags, uint32_t step, double* dots) {
+  const uint32_t whole = n - n % static_cast<uint32_t>(kPartialSums);
+  for (uint32_t lag = 0; lag < lags; ++lag, y += step) {
+    double sums[kPartialSums] = {};
+    for (uint32_t i = 0; i < whole; i += kPartialSums)
+      for (uint32_t j = 0; j < kPartialSums; ++j) sums[j] += x[i + j] * y[i + j];
+    double total = addedInHalves(sums);
+    for (uint32_t i = whole; i < n; ++i) total += x[i] * y[i];
+    dots[lag] = total;
+  }
+}
+
+void lagDots16(const int16_t* x, const int16_t* y, uint32_t n, uint32_t lags, uint32_t step, double* dots) {
+  for (uint32_t lag = 0; lag < lags; ++lag, y += step) {
+    int64_t total = 0;
+    for (uint32_t i = 0; i < n; ++i) total += int32_t{x[i]} * y[i];
+    dots[lag] = static_cast<double>(total);
+  }
+}
+
+template <class Item>
+constexpr ItemLoops<Item> kLoopsOf = {sum<Item>, squaresAbout<Item>, extremes<Item>, linear<Item>};
+
+const VectLoops* loopTable() {
+  static const VectLoops table = {
+      kLoopsOf<uint8_t>, kLoopsOf<int8_t>, kLoopsOf<uint16_t>, kLoopsOf<int16_t>, kLoopsOf<uint32_t>,
+      kLoopsOf<int32_t>, kLoopsOf<float>,  kLoopsOf<double>,   lagDots16,         lagDots};
+  return &table;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace tarnvisor
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace tarnvisor {
+HWY_EXPORT(loopTable);
+const VectLoops& vectLoops() {
+  static const VectLoops* table = HWY_DYNAMIC_DISPATCH(loopTable)();
+  return *table;
+}
+}  // namespace tarnvisor
+#endif
