@@ -165,7 +165,9 @@ TEST(StoredRowTraces, ReadEveryOlderVersion) {
   }
 }
 
-FileBytes withRows(FileBytes file) { return file.dword(4).word(0).word(220).word(1).real(1).real(1).real(1).real(1); }
+FileBytes withRows(FileBytes file) {
+  return file.dword(4).word(0).word(220).word(1).real(1).real(1).real(1).real(1);
+}
 
 TEST(StoredRowTraces, GetOneExtentARowWhateverTheFileSays) {
   const struct {
@@ -244,7 +246,17 @@ TEST(TraceLists, StoreTheirTracesByReference) {
   const FileBytes body = presentTrace();
   file.bytes.insert(file.bytes.end(), body.bytes.begin(), body.bytes.end());
   file.word(0x8001).dword(0x5A000008).dword(1).dword(0).real(1).real(1).word(4);  // the first one's vector
-  file.real(1).real(1).dword(0).dword(0).hex("01 7A 00 00").dword(0).real(0).dword(0).dword(0).dword(0).dword(5);
+  file.real(1)
+      .real(1)
+      .dword(0)
+      .dword(0)
+      .hex("01 7A 00 00")
+      .dword(0)
+      .real(0)
+      .dword(0)
+      .dword(0)
+      .dword(0)
+      .dword(5);
   CTraceArray list;
   loadFrom(list, file);
   ASSERT_EQ(list.size(), 2u);
@@ -269,7 +281,8 @@ TEST(TraceLists, RefuseADamagedFileAndKeepWhatCameBefore) {
   file.word(2).newClass("CTrace");
   const FileBytes body = presentTrace();
   file.bytes.insert(file.bytes.end(), body.bytes.begin(), body.bytes.end());
-  for (const int second : {2, 5, 0x8003}) {  // an object owned twice, one that isn't there, a class of vectors
+  for (const int second :
+       {2, 5, 0x8003}) {  // an object owned twice, one that isn't there, a class of vectors
     FileBytes damaged = file;
     damaged.word(second).dword(0);
     list.items.clear();

@@ -15,9 +15,10 @@ TEST(Traces, StepRoundTheRingOrStopAtItsEnds) {
     uint32_t index;
     int64_t steps;
     uint32_t expected;
-  } cases[] = {{0, 3, -5, 0},        {1, 3, -5, 8},        {0, 8, 5, 9}, {1, 8, 5, 3}, {1, 8, 2, 0},
-               {0, 8, 2, 9},         {1, 25, 0, 5},        {0, 25, 0, 9}, {1, 3, -23, 0}, {0, 3, INT64_MAX, 9},
-               {0, 3, INT64_MIN, 0}, {1, 7, INT64_MAX, 4}, {1, 7, INT64_MIN, 9}};
+  } cases[] = {{0, 3, -5, 0},       {1, 3, -5, 8},        {0, 8, 5, 9},         {1, 8, 5, 3},
+               {1, 8, 2, 0},        {0, 8, 2, 9},         {1, 25, 0, 5},        {0, 25, 0, 9},
+               {1, 3, -23, 0},      {0, 3, INT64_MAX, 9}, {0, 3, INT64_MIN, 0}, {1, 7, INT64_MAX, 4},
+               {1, 7, INT64_MIN, 9}};
   CTrace trace(kUint8Code, 10);
   for (const auto& c : cases) {
     trace.circular = c.circular;

@@ -24,7 +24,8 @@ inline std::unique_ptr<CTrace> traceOf(const Doubles& samples, int32_t typecode 
 }
 
 // Every row's extent is its width.
-inline std::unique_ptr<C2DTrace> rowsOf(const std::vector<Doubles>& rows, int32_t typecode = kDoubleRowsCode) {
+inline std::unique_ptr<C2DTrace> rowsOf(const std::vector<Doubles>& rows,
+                                        int32_t typecode = kDoubleRowsCode) {
   const auto width = static_cast<uint16_t>(rows[0].size());
   auto trace = std::make_unique<C2DTrace>(typecode, static_cast<uint32_t>(rows.size()), width);
   for (uint32_t row = 0; row < rows.size(); ++row)
