@@ -65,7 +65,7 @@ ZZTrace::Own derivativeTrace(const ZZTrace& trace) {
 std::unique_ptr<C2DTrace> calculatedPsd(const ZZTrace& source, const PsdView& view) {
   if (!hasSamples(source)) return nullptr;
   CFFT fft;
-  const bool ready = fft.setup(kPsdBins) > 0;
+  const bool ready = fft.setup(kPsdBins);
   const uint32_t rows = ready ? source.size() / kPsdSamples : 0;
   auto psd = std::make_unique<C2DTrace>(kWordRowsCode, rows, kPsdBins);
   if (!psd->data) return nullptr;

@@ -16,10 +16,11 @@ constexpr int kLongestWord = 64;
 constexpr int kPulseSteps = 3;
 
 bool parseNumber(const std::string& word, double& value) {
-  const char* begin = word.data() + (word.starts_with('+') ? 1 : 0);
+  if (word.starts_with("+-")) return false;
+  const int plus = word.starts_with('+') ? 1 : 0;
   const char* end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(begin, end, value);
-  return error == std::errc() && stop == end && std::isfinite(value) && *begin != '+';
+  const auto [stop, error] = std::from_chars(word.data() + plus, end, value);
+  return error == std::errc() && stop == end && std::isfinite(value);
 }
 
 std::string printable(std::string word) {

@@ -1,0 +1,2 @@
+# Vectors, traces and charts.
+fuzz_target(trace DEPENDS tracefilters)
