@@ -47,7 +47,7 @@ bool CFFT::setup(int32_t n) {
   if (exponent < 0) return false;
   const auto points = static_cast<size_t>(n);
   try {
-    rotations(kSinglePi / (n / 2), points, cosines, sines);
+    rotations(kSinglePi / (0.5 * n), points, cosines, sines);
     rotations(kSinglePi / n, points / 2 + 1, halfcosines, halfsines);
     for (const auto* table : {&cosines, &sines})
       for (size_t times = 1; times <= 3; ++times)

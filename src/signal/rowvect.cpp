@@ -46,7 +46,7 @@ const ArchiveClass& RowVect<Item>::archiveClass() {
 
 template <class Item>
 RowVect<Item>& RowVect<Item>::operator=(const RowVect& other) {
-  this->assign(other);
+  if (this != &other) this->assign(other);
   return *this;
 }
 

@@ -38,7 +38,7 @@ TypedVect<Item>::TypedVect(const CdataVect& source, uint32_t start, uint32_t cou
 
 template <class Item>
 TypedVect<Item>& TypedVect<Item>::operator=(const TypedVect& other) {
-  assign(other);
+  if (this != &other) assign(other);
   return *this;
 }
 
