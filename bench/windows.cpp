@@ -98,8 +98,8 @@ class Desk {
 
   QtHost windows;
   DrivenForms forms;
-  Host ports{windows.ports.messages,  windows.ports.choosers, forms,
-             windows.ports.clipboard, windows.ports.windows,  windows.ports.waitCursor,
+  Host ports{windows.ports.messages,  windows.ports.choosers,  forms,
+             windows.ports.clipboard, windows.ports.windows,   windows.ports.waitCursor,
              windows.ports.printer,   windows.ports.processes, windows.ports.pictures};
   HostScope scope{ports};
   CBasicApp app;

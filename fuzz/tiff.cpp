@@ -13,9 +13,8 @@ struct Silence final : Messages {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static Silence silence;
   static const Host nobody = host();
-  static Host quiet{silence,        nobody.choosers,   nobody.forms,   nobody.clipboard,
-                    nobody.windows, nobody.waitCursor, nobody.printer, nobody.processes,
-                    nobody.pictures};
+  static Host quiet{silence,           nobody.choosers, nobody.forms,     nobody.clipboard, nobody.windows,
+                    nobody.waitCursor, nobody.printer,  nobody.processes, nobody.pictures};
   static const HostScope scope(quiet);
   const BytesAsFile file(data, size);
   CZZimage image;

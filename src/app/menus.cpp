@@ -144,50 +144,40 @@ std::vector<Menu> imageMenus() {
 std::vector<Menu> chartMenus() {
   const Entries ofFile{cmd::FileSave,      cmd::FileSaveAs, K::Separator,   cmd::ExportTrace,
                        cmd::ExportPicture, K::Separator,    cmd::FilePrint, cmd::FilePrintPreview};
-  return {fileMenu(ofFile, cmd::ImportTrace),
-          {"&Edit",
-           {cmd::Undo, cmd::Redo, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste, cmd::DeleteFromTrace,
-            K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks, K::Separator, cmd::ClearTraces}},
-          {"&View",
-           zoomEntries() +
-               Entries{cmd::ZoomValueIn,
-                       cmd::ZoomValueOut,
-                       cmd::SameScale,
-                       K::Separator,
-                       cmd::ReduceFullScale,
-                       cmd::IncreaseFullScale,
-                       cmd::RaiseOffset,
-                       cmd::LowerOffset,
-                       cmd::LinearIntensity,
-                       K::Separator,
-                       cmd::ChartColour,
-                       cmd::InverseColours,
-                       cmd::MinimumToBackground,
-                       K::Separator} +
-               barEntries()},
-          {"&Trace",
-           {cmd::TraceProperties, cmd::HideTrace, cmd::ShowHiddenTraces, K::Separator, cmd::RunChart, cmd::StopChart,
-            K::Separator, cmd::ChartResults, cmd::PsdProfile, cmd::XyChart, cmd::ImageFromTrace}},
-          {"&Analysis",
-           {cmd::SimpleSmoothing,
-            cmd::FirFilter,
-            cmd::ArtifactFilter,
-            cmd::RemovePulse,
-            K::Separator,
-            cmd::Differentiate,
-            cmd::PulsatilityIndex,
-            cmd::ResistanceIndex,
-            cmd::GoldenMaxima,
-            cmd::PowerSpectrum,
-            K::Separator,
-            {"&Rows of a spectrum",
-             {cmd::SignalStrength, cmd::PowerContour, cmd::LevelContour, K::Separator, cmd::NormaliseToSelection,
-              cmd::HalvePoints, cmd::CutPedestal, cmd::CutPsdArtifacts, cmd::DpsHistogram}},
-            cmd::CutToAverage}},
-          subjectMenu(),
-          acquisitionMenu(),
-          windowMenu(),
-          helpMenu()};
+  return {
+      fileMenu(ofFile, cmd::ImportTrace),
+      {"&Edit",
+       {cmd::Undo, cmd::Redo, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste, cmd::DeleteFromTrace,
+        K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks, K::Separator, cmd::ClearTraces}},
+      {"&View", zoomEntries() +
+                    Entries{cmd::ZoomValueIn, cmd::ZoomValueOut, cmd::SameScale, K::Separator,
+                            cmd::ReduceFullScale, cmd::IncreaseFullScale, cmd::RaiseOffset, cmd::LowerOffset,
+                            cmd::LinearIntensity, K::Separator, cmd::ChartColour, cmd::InverseColours,
+                            cmd::MinimumToBackground, K::Separator} +
+                    barEntries()},
+      {"&Trace",
+       {cmd::TraceProperties, cmd::HideTrace, cmd::ShowHiddenTraces, K::Separator, cmd::RunChart,
+        cmd::StopChart, K::Separator, cmd::ChartResults, cmd::PsdProfile, cmd::XyChart, cmd::ImageFromTrace}},
+      {"&Analysis",
+       {cmd::SimpleSmoothing,
+        cmd::FirFilter,
+        cmd::ArtifactFilter,
+        cmd::RemovePulse,
+        K::Separator,
+        cmd::Differentiate,
+        cmd::PulsatilityIndex,
+        cmd::ResistanceIndex,
+        cmd::GoldenMaxima,
+        cmd::PowerSpectrum,
+        K::Separator,
+        {"&Rows of a spectrum",
+         {cmd::SignalStrength, cmd::PowerContour, cmd::LevelContour, K::Separator, cmd::NormaliseToSelection,
+          cmd::HalvePoints, cmd::CutPedestal, cmd::CutPsdArtifacts, cmd::DpsHistogram}},
+        cmd::CutToAverage}},
+      subjectMenu(),
+      acquisitionMenu(),
+      windowMenu(),
+      helpMenu()};
 }
 
 // Tables are edited by nobody: what remains is copying.
@@ -229,14 +219,14 @@ const std::vector<Menu>& menusOf(MenuSet set) {
                                                        K::Separator, cmd::FilePrint, cmd::FilePrintPreview});
   static const std::vector<Menu> dimensions = tableMenus({cmd::FileSave, cmd::FileSaveAs});
   static const std::vector<Menu> chart = chartMenus();
-  static const std::vector<Menu> xyChart{
-      fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::ExportPicture, K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
-      {"&Edit", {cmd::Undo, cmd::Redo}},
-      {"&View", barEntries()},
-      subjectMenu(),
-      acquisitionMenu(),
-      windowMenu(),
-      helpMenu()};
+  static const std::vector<Menu> xyChart{fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::ExportPicture,
+                                                   K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
+                                         {"&Edit", {cmd::Undo, cmd::Redo}},
+                                         {"&View", barEntries()},
+                                         subjectMenu(),
+                                         acquisitionMenu(),
+                                         windowMenu(),
+                                         helpMenu()};
   switch (set) {
     case MenuSet::Image:
       return image;

@@ -55,7 +55,8 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
   // A table knows its size once it has measured its words.
   if (view.contentSize() == Size{}) (void)renderView(view, kPlainWindow);
   Size size = view.contentSize();
-  if (size == Size{}) size = kPlainWindow;
+  // A chart fills whatever window it gets.
+  if (size == Size{} || size == view.windowSize()) size = kPlainWindow;
   view.setWindowSize(size);
   return savePicture(path, size, [&view](Canvas& canvas) { view.draw(canvas); });
 }

@@ -1,8 +1,8 @@
 // The steps of a script on charts.
-#include "batch/pictures.h"
-#include "batch/runner.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "batch/pictures.h"
+#include "batch/runner.h"
 #include "signal/chartview.h"
 
 namespace tarnvisor {
@@ -17,7 +17,8 @@ ZchartView* ScriptRunner::frontChart() const {
 StepResult ScriptRunner::select(const Step& step) {
   ZchartView* chart = frontChart();
   if (!chart) return unavailable(step);
-  const double from = std::strtod(step.args[0].c_str(), nullptr), to = std::strtod(step.args[1].c_str(), nullptr);
+  const double from = std::strtod(step.args[0].c_str(), nullptr),
+               to = std::strtod(step.args[1].c_str(), nullptr);
   chart->select(from, to);
   return {true, {}, {{"from", format("%g", chart->selfrom)}, {"to", format("%g", chart->selto)}}, {}};
 }

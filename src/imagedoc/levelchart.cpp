@@ -65,8 +65,8 @@ std::string summaryOfCounts(std::span<const double> counts) {
     sum += counts[level] * static_cast<double>(level);
   }
   const auto mode = std::max_element(counts.begin(), counts.end()) - counts.begin();
-  return format("  mean=%5.1f mode=%3i pixels=%.0f", pixels > 0 ? sum / pixels : 0.0, static_cast<int32_t>(mode),
-                pixels);
+  return format("  mean=%5.1f mode=%3i pixels=%.0f", pixels > 0 ? sum / pixels : 0.0,
+                static_cast<int32_t>(mode), pixels);
 }
 
 void refresh(LevelChart kind, ZliveChartDoc& chart, ZBasicDoc& document, int32_t selected) {
@@ -115,7 +115,8 @@ void showHistogram(ZBasicDoc& document) { show(LevelChart::Histogram, document, 
 void refreshLevelCharts(ZBasicDoc& document, int32_t selectedDimension) {
   for (const LevelChart kind : {LevelChart::Profile, LevelChart::Histogram})
     if (followedBy(kind) == &document)
-      if (ZliveChartDoc* chart = findLiveChart(titleOf(kind))) refresh(kind, *chart, document, selectedDimension);
+      if (ZliveChartDoc* chart = findLiveChart(titleOf(kind)))
+        refresh(kind, *chart, document, selectedDimension);
 }
 
 double greyLevelAt(const CZZimage& image, Point at) {

@@ -1,6 +1,6 @@
-// The windows "Grey level profile" of a line and "Histogram" of the region of interest: live charts that follow the
-// image view in front. There is one window of each kind, which follows the document that it was asked for last;
-// after that document has gone it keeps what it showed.
+// The windows "Grey level profile" of a line and "Histogram" of the region of interest: live charts that
+// follow the image view in front. There is one window of each kind, which follows the document that it was
+// asked for last; after that document has gone it keeps what it showed.
 #pragma once
 
 #include <cstdint>

@@ -153,7 +153,8 @@ void CAxis::eachTick(const Paint& paint) const {
   const auto placeOf = [&](double value) { return value / step - pos; };
   const auto isOn = [&](double at) { return at >= -0.5 && at < size + 0.5; };
   int64_t labelled = 0;
-  for (int64_t i = range.first; i <= range.last; ++i) labelled += isOn(placeOf(static_cast<double>(i) * major));
+  for (int64_t i = range.first; i <= range.last; ++i)
+    labelled += isOn(placeOf(static_cast<double>(i) * major));
   // One label doesn't tell a scale: on a short axis the ticks between have theirs too.
   const bool labelsAll = labelled < 2;
   const int32_t after = digits(labelsAll ? major / minor : major);

@@ -1,6 +1,6 @@
-// CAxis: the axis of a chart, which finds from the scale how far apart its labelled ticks stand. It stands left of
-// a plot and counts upward, or lies below or above one and counts to the right. CTimeAxis chooses between seconds,
-// minutes and hours.
+// CAxis: the axis of a chart, which finds from the scale how far apart its labelled ticks stand. It stands
+// left of a plot and counts upward, or lies below or above one and counts to the right. CTimeAxis chooses
+// between seconds, minutes and hours.
 //
 // A scale is units a pixel; positions along the axis are in pixels from the value 0. A scale that is not a
 // positive number fits nothing.
@@ -27,8 +27,8 @@ class CAxis {
 
   virtual ~CAxis() = default;
   virtual bool isTime() const = 0;
-  // Works out the sizes below from the canvas's present font: for an axis of values that stands, for one of time
-  // that lies.
+  // Works out the sizes below from the canvas's present font: for an axis of values that stands, for one of
+  // time that lies.
   virtual void measure(const Canvas& canvas);
   // The same for any axis that lies.
   virtual void measureAlong(const Canvas& canvas) { measure(canvas); }
@@ -55,7 +55,9 @@ class CAxis {
   void paintLeft(Canvas& canvas, const Rect& plot, Colour ink) const;
   // The plot's left is the axis's start.
   void paintBelow(Canvas& canvas, const Rect& plot, Colour ink) const { paintAlong(canvas, plot, true, ink); }
-  void paintAbove(Canvas& canvas, const Rect& plot, Colour ink) const { paintAlong(canvas, plot, false, ink); }
+  void paintAbove(Canvas& canvas, const Rect& plot, Colour ink) const {
+    paintAlong(canvas, plot, false, ink);
+  }
 
   double s = 0.0;       // the scale set last, 0 before
   double factor = 1.0;  // from the scale's units to those of the labels: 1/60 for minutes

@@ -33,9 +33,9 @@ ZchartDoc::~ZchartDoc() = default;
 
 const CommandTableBase* ZchartDoc::commands() const {
   using D = ZchartDoc;
-  static const CommandTable<D> table{{{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
-                                      {cmd::Redo, "&Redo", &D::redo, &D::canRedo}},
-                                     CdbDocument::commands()};
+  static const CommandTable<D> table{
+      {{cmd::Undo, "&Undo", &D::undo, &D::canUndo}, {cmd::Redo, "&Redo", &D::redo, &D::canRedo}},
+      CdbDocument::commands()};
   return &table;
 }
 
@@ -59,6 +59,12 @@ ZZTrace* ZchartDoc::addtrace(ZZTrace::Own trace) {
   setModified();
   tracesChanged();
   return traces.items.back().get();
+}
+
+void ZchartDoc::giveColours(std::vector<ZZTrace::Own>& imported, size_t before) {
+  static constexpr uint32_t kColours[] = {0xa05000, 0x3030c0, 0x307000, 0x900090, 0x0070c0, 0x808000};
+  for (ZZTrace::Own& trace : imported)
+    if (trace->colour == 0) trace->colour = kColours[before++ % std::size(kColours)];
 }
 
 int32_t ZchartDoc::indexOfTrace(const ZZTrace* trace) const {
@@ -216,8 +222,7 @@ bool ZchartDoc::onNewDocument() {
 }
 
 void ZchartDoc::deleteContents() {
-  for (const auto& trace : traces.items)
-    tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(*trace); });
+  for (const auto& trace : traces.items) tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(*trace); });
   undoable.clear();
   redoable.clear();
   traces.items.clear();

@@ -22,11 +22,13 @@ class ZchartDoc : public CdbDocument {
   virtual void stopSource() {}
 
   // --- traces. A pointer to a trace is good until the trace is deleted; views drop theirs when told.
-  // By a code of a one-dimensional vector (TypeCode), with `size` samples. Null without memory, after the user
-  // was told, or for another code.
+  // By a code of a one-dimensional vector (TypeCode), with `size` samples. Null without memory, after the
+  // user was told, or for another code.
   ZZTrace* addtrace(int32_t typecode, uint32_t size);
   C2DTrace* addtrace(int32_t typecode, uint32_t size, uint16_t width);
   ZZTrace* addtrace(ZZTrace::Own trace);  // null for one without data
+  // The traces of another program's file, which tells no colours, told apart by theirs.
+  static void giveColours(std::vector<ZZTrace::Own>& imported, size_t before);
   // Views let go of it first. With notify they are told afterwards.
   void deletetrace(ZZTrace& trace, bool notify = true);
   // Puts another in the place of one, views and all.
@@ -34,7 +36,7 @@ class ZchartDoc : public CdbDocument {
   ZZTrace* firsttrace() const { return traces.items.empty() ? nullptr : traces.items.front().get(); }
   ZZTrace* findtrace(const std::string& name) const { return traces.find(name); }
   int32_t indexOfTrace(const ZZTrace* trace) const;  // -1 for none of this document's
-  void ringadvance(int64_t steps = 1);               // the origin of all traces, and the clock by their period
+  void ringadvance(int64_t steps = 1);  // the origin of all traces, and the clock by their period
   void setNoPtsToSample(int32_t points);
   void tracesChanged();  // tells the views unless updatecount is 0
 
@@ -74,8 +76,8 @@ class ZchartDoc : public CdbDocument {
   virtual void serializeOwn(Archive&) {}
 
  private:
-  // One change of the list, or what takes it back: a trace in place of the one at the index, one put in there, or
-  // the one there taken out.
+  // One change of the list, or what takes it back: a trace in place of the one at the index, one put in
+  // there, or the one there taken out.
   struct Step {
     enum class Kind { Replace, Insert, Remove } kind;
     size_t index;
@@ -112,8 +114,8 @@ class ZchartDoc::Change {
  public:
   explicit Change(ZchartDoc& document) : doc(document), batch(document) {}
   ~Change();
-  // A copy of a trace whose samples or properties are about to change. False without memory: the user has been
-  // told, and the change should not be made.
+  // A copy of a trace whose samples or properties are about to change. False without memory: the user has
+  // been told, and the change should not be made.
   bool altering(ZZTrace& trace);
   void added(const ZZTrace& trace);
   // Takes the trace out of the document.

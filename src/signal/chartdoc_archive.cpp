@@ -102,6 +102,7 @@ bool ZchartDoc::onImportFile(const std::string& path) {
   if (!onNewDocument()) return false;
   {
     const TraceBatch batch(*this);
+    giveColours(imported.traces, 0);
     for (ZZTrace::Own& trace : imported.traces) (void)addtrace(std::move(trace));
   }
   setTitle(withoutExtension(fileNameOf(path)));

@@ -17,8 +17,8 @@ struct TraceSummary {
 };
 TraceSummary summaryOf(const ZZTrace& trace, uint32_t from, uint32_t count);
 
-// A grey image with a row for each row of the trace, oldest first, in the levels that the chart would show. Null,
-// after the user was told, without memory; null without rows.
+// A grey image with a row for each row of the trace, oldest first, in the levels that the chart would show.
+// Null, after the user was told, without memory; null without rows.
 std::unique_ptr<CZZimage> imageFromTrace(const C2DTrace& trace);
 
 }  // namespace tarnvisor

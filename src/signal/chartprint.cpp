@@ -28,11 +28,13 @@ void exportChartPicture(ZchartDoc& document, Size size, const DrawChart& draw) {
   request.title = "Export picture";
   request.filter = kPictureFilter;
   request.defaultExtension = ".png";
-  request.initialPath = withoutExtension(document.pathName().empty() ? document.title() : document.pathName()) + ".png";
+  request.initialPath =
+      withoutExtension(document.pathName().empty() ? document.title() : document.pathName()) + ".png";
   const auto path = host().choosers.saveFile(request);
   if (!path) return;
-  const Outcome done =
-      host().pictures.write(*path, size, [&](Canvas& canvas) { draw(canvas, {0, 0, size.width, size.height}); });
+  const Outcome done = host().pictures.write(*path, size, [&](Canvas& canvas) {
+    draw(canvas, {0, 0, size.width, size.height});
+  });
   if (!done) document.report(done.why());
 }
 

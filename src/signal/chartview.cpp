@@ -221,7 +221,8 @@ std::vector<ZchartView::Strip> ZchartView::strips(const Rect& area) const {
   for (ZZTrace* trace : shown) {
     int32_t height = text.line;
     if (isDrawn(trace)) {
-      height = static_cast<int32_t>(int64_t{room} * (nth + 1) / drawnCount - int64_t{room} * nth / drawnCount);
+      height =
+          static_cast<int32_t>(int64_t{room} * (nth + 1) / drawnCount - int64_t{room} * nth / drawnCount);
       ++nth;
     }
     all.push_back({trace, {area.left, y, area.right, y + height}});

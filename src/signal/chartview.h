@@ -1,5 +1,5 @@
-// ZchartView: the strip chart of a document's traces, one strip below the other over a common axis along x. One
-// trace is active, a selection is a range in time, and the axes find their own scale.
+// ZchartView: the strip chart of a document's traces, one strip below the other over a common axis along x.
+// One trace is active, a selection is a range in time, and the axes find their own scale.
 //
 // Along x a view index counts screen columns from time 0: time = view index * secondsPerColumn. Content
 // coordinates are window coordinates before scrolling.
@@ -42,17 +42,17 @@ class ZchartView : public CView, public ChartWatcher {
   // Seconds, or units of x, in any order; equal ends select nothing.
   void select(double from, double to);
   bool hasSelection() const { return selfrom != selto; }
-  // The selection in a trace's indices, `to` exclusive in ring order: from == to is the whole trace. Nothing when
-  // there is a selection and the trace has no sample in it, or no samples at all.
+  // The selection in a trace's indices, `to` exclusive in ring order: from == to is the whole trace. Nothing
+  // when there is a selection and the trace has no sample in it, or no samples at all.
   struct Range {
     uint32_t from = 0, to = 0;
     uint32_t count = 0;
   };
   std::optional<Range> rangeIn(const ZZTrace& trace) const;
-  void fit();                                 // all of the time, and each trace its own full scale
+  void fit();                                  // all of the time, and each trace its own full scale
   void zoomTime(double factor, double about);  // seconds a column times the factor, a moment where it is
-  bool showsAll() const { return fitted; }    // nobody zoomed
-  virtual bool isTimeAxis() const;            // else values of the traces' xunits
+  bool showsAll() const { return fitted; }     // nobody zoomed
+  virtual bool isTimeAxis() const;             // else values of the traces' xunits
 
   // "trace", "x", "y", "dx", "scale"; one that has nothing to say is empty.
   std::vector<StatusPane> panes() const override;
@@ -72,7 +72,8 @@ class ZchartView : public CView, public ChartWatcher {
 
   // --- chartview_exchange.cpp
   // The active trace, or all that are shown, of the selection or the whole, into a file.
-  Outcome exportTo(const std::string& path, const CTextSettings& settings, bool allTraces, bool ofSelection) const;
+  Outcome exportTo(const std::string& path, const CTextSettings& settings, bool allTraces,
+                   bool ofSelection) const;
 
   // --- chartview_commands.cpp
   const CommandTableBase* commands() const override;
@@ -88,8 +89,8 @@ class ZchartView : public CView, public ChartWatcher {
   struct Span {
     double first = 0.0, last = 0.0;  // seconds
   };
-  Span span() const;         // of all shown traces
-  Rect plotArea() const;     // of the window, all strips
+  Span span() const;      // of all shown traces
+  Rect plotArea() const;  // of the window, all strips
   // The strips of an area, in content order; a trace that isn't drawn keeps a line for its name.
   struct Strip {
     ZZTrace* trace;

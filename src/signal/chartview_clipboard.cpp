@@ -15,7 +15,8 @@ namespace {
 constexpr const char* kTraceFormat = "ZZTrace";  // of the clipboard
 constexpr const char* kDeleteSelected = "Do you really want to delete selected data in %1 trace?";
 constexpr const char* kDeleteWhole = "Do you really want to delete %1 trace?";
-constexpr const char* kCutSelected = "Do you really want to cut selected data from %1 trace to the clipboard?";
+constexpr const char* kCutSelected =
+    "Do you really want to cut selected data from %1 trace to the clipboard?";
 constexpr const char* kCutWhole = "Do you really want to cut %1 trace to the clipboard?";
 constexpr const char* kClear = "Do you really want to clear all traces to zero?";
 constexpr const char* kNothingInCommon = "No common selection between Source and Destination traces ";
@@ -140,7 +141,8 @@ void ZchartView::paste() {
     const uint32_t to = (range->from + k) % trace->size();
     const uint32_t source = (pasted->origin + k) % pasted->size();
     trace->data->copyfrom(to, *pasted->data, 1, source);
-    if (into && from && into->rowvalues && from->rowvalues) into->rowvalues->putval(to, from->rowvalues->at(source));
+    if (into && from && into->rowvalues && from->rowvalues)
+      into->rowvalues->putval(to, from->rowvalues->at(source));
   }
 }
 

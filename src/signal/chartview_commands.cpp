@@ -83,7 +83,8 @@ const CommandTableBase* ZchartView::commands() const {
       {cmd::PsdProfile, "&PSD profile", &V::psdProfile, &V::hasRows},
       {cmd::GoldenMaxima, "Golden search maxima", &V::goldenMaxima, &V::hasSamples},
       {cmd::HalvePoints, "halve no. of pts", &V::halvePoints, &V::hasRows},
-      {cmd::NormaliseToSelection, "&Normalise whole trace to selection", &V::normaliseToSelection, &V::hasRows},
+      {cmd::NormaliseToSelection, "&Normalise whole trace to selection", &V::normaliseToSelection,
+       &V::hasRows},
       {cmd::CutToAverage, "cut to average", &V::cutToAverage, &V::hasData},
       {cmd::CutPedestal, "cut pedestal", &V::cutPedestal, &V::hasRows},
       {cmd::CutPsdArtifacts, "cut PSD artifacts", &V::cutPsdArtifacts, &V::hasRows},
@@ -123,7 +124,8 @@ void ZchartView::sameScale() {
   if (!trace || !(trace->xscale > 0)) return;
   const double ratio = screenTrace(*trace).FS / trace->xscale;
   for (ZZTrace* other : shownTraces())
-    if (const double full = other->xscale * ratio; full > 0 && std::isfinite(full)) screenTrace(*other).FS = full;
+    if (const double full = other->xscale * ratio; full > 0 && std::isfinite(full))
+      screenTrace(*other).FS = full;
   redraw();
 }
 
@@ -295,7 +297,8 @@ void ZchartView::chartResults() {
   ResultRecord record;
   record.filename = doc.title();
   record.units = trace->name;
-  record.values = {start, end, summary.mean, summary.maximum, summary.minimum, summary.percentUsed, summary.sum};
+  record.values = {start,      end, summary.mean, summary.maximum, summary.minimum, summary.percentUsed,
+                   summary.sum};
   if (!addResultRow(ResultKind::Chart, record)) doc.report(kLowMemory);
 }
 

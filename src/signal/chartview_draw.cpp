@@ -89,24 +89,29 @@ void ZchartView::drawSelection(Canvas& canvas, const Rect& plot, const TimeColum
                                bool overColours) const {
   if (!hasSelection()) return;
   const auto columnAt = [&](double time) {
-    return plot.left + static_cast<int32_t>(std::lround(std::clamp(columns.columnOf(time), -1.0, plot.width() + 1.0)));
+    return plot.left +
+           static_cast<int32_t>(std::lround(std::clamp(columns.columnOf(time), -1.0, plot.width() + 1.0)));
   };
   const int32_t from = columnAt(selfrom), to = columnAt(selto);
   if (to < plot.left || from > plot.right) return;
-  if (!overColours) canvas.fill({std::max(from, plot.left), plot.top, std::min(to + 1, plot.right), plot.bottom}, kSelected);
+  if (!overColours)
+    canvas.fill({std::max(from, plot.left), plot.top, std::min(to + 1, plot.right), plot.bottom}, kSelected);
   canvas.setPen({kSelectedEdge, 1, overColours});
   for (const int32_t x : {from, to})
     if (x >= plot.left && x < plot.right) line(canvas, {x, plot.top}, {x, plot.bottom - 1});
 }
 
-void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns& columns, const Rect& visible) {
+void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns& columns,
+                           const Rect& visible) {
   canvas.setClip(visible);
   ZZTrace& trace = *strip.trace;
   CScreenTrace& screen = screenTrace(trace);
   const bool isActive = &trace == active();
-  const std::string label = trace.name.empty() ? format("trace %i", doc.indexOfTrace(&trace) + 1) : trace.name;
+  const std::string label =
+      trace.name.empty() ? format("trace %i", doc.indexOfTrace(&trace) + 1) : trace.name;
   const Rect& plot = strip.plot;
-  if (isActive) canvas.fill({plot.left - axisWidth + 1, plot.top, plot.left - axisWidth + 4, plot.bottom}, kActive);
+  if (isActive)
+    canvas.fill({plot.left - axisWidth + 1, plot.top, plot.left - axisWidth + 4, plot.bottom}, kActive);
   if (!screen.drawn) {
     canvas.text({plot.left + 4, plot.top}, label + " (not drawn)", kFaint);
     return;
@@ -126,7 +131,10 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   const double scale = screen.FS / std::max(1, plot.height());
   axis.setScale(scale);
   axis.pos = static_cast<int32_t>(std::clamp(std::floor(screen.OS / scale), -2e9, 2e9));
+  // A label stands on both sides of its tick.
+  canvas.setClip({visible.left, visible.top - text.line / 2, visible.right, visible.bottom + text.line / 2});
   axis.paintLeft(canvas, plot, kInk);
+  canvas.setClip(visible);
   const Size size = canvas.textSize(label);
   canvas.fill({plot.left + 3, plot.top + 2, plot.left + 9 + size.width, plot.top + 4 + size.height}, kPaper);
   canvas.text({plot.left + 6, plot.top + 3}, label, trace.colour & 0xffffff);

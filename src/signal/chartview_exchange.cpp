@@ -11,7 +11,8 @@
 namespace tarnvisor {
 
 namespace {
-constexpr const char* kExportFilter = "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
+constexpr const char* kExportFilter =
+    "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
 }
 
 ExportRange ZchartView::exportRange(bool ofSelection) const {
@@ -42,7 +43,8 @@ void ZchartView::exportTraces() {
   request.title = "Export";
   request.filter = kExportFilter;
   request.defaultExtension = settings.binary ? ".bin" : ".txt";
-  request.initialPath = withoutExtension(doc.pathName().empty() ? doc.title() : doc.pathName()) + request.defaultExtension;
+  request.initialPath =
+      withoutExtension(doc.pathName().empty() ? doc.title() : doc.pathName()) + request.defaultExtension;
   const auto path = host().choosers.saveFile(request);
   if (!path) return;
   if (const Outcome done = exportTo(*path, settings, choice.allTraces != 0, choice.selection != 0); !done)
@@ -65,6 +67,7 @@ void ZchartView::importTracesCommand() {
     imported = importTraces(*path, settings);
   }
   if (!imported.failure.empty()) return doc.report(imported.failure);
+  ZchartDoc::giveColours(imported.traces, doc.traces.size());
   ZchartDoc::Change change(doc);
   for (ZZTrace::Own& trace : imported.traces)
     if (ZZTrace* added = change.add(std::move(trace))) activeTrace = added;

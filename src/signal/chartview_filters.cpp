@@ -84,7 +84,8 @@ void ZchartView::simpleSmoothing() {
 void ZchartView::artifactFilter() {
   ArtifactSettings fresh = artifactSettings;
   double low = static_cast<double>(fresh.lowlimit), high = static_cast<double>(fresh.highlimit);
-  const std::vector<std::string> actions{"replace by the fixed value", "replace by the previous sample", "off"};
+  const std::vector<std::string> actions{"replace by the fixed value", "replace by the previous sample",
+                                         "off"};
   const std::vector<std::string> modes{"absolute", "percent of the previous sample"};
   Form form("Artifact Filter");
   form.addChoice("samples below the lower limit", fresh.lowaction, actions);
@@ -105,7 +106,8 @@ void ZchartView::artifactFilter() {
 void ZchartView::firFilter() {
   std::string path = settings.getString(kFirSection, "filename", "fir.txt");
   if (!process.quietMode) {
-    const auto chosen = host().choosers.openFile({"FIR filter", "Text Files (*.txt)|*.txt|All Files (*.*)|*.*||", ".txt", path});
+    const auto chosen = host().choosers.openFile(
+        {"FIR filter", "Text Files (*.txt)|*.txt|All Files (*.*)|*.*||", ".txt", path});
     if (!chosen) return;
     path = *chosen;
   }
@@ -126,7 +128,8 @@ void ZchartView::velocityIndex(PulseIndex kind) {
   if (!process.quietMode && !host().forms.run(form)) return;
   derive([&](ZZTrace& trace, Selection selection) {
     PulseTraces made = pulseIndex(trace, selection, kind, halfWindow);
-    return listOf(std::move(made.systolic), std::move(made.diastolic), std::move(made.mean), std::move(made.index));
+    return listOf(std::move(made.systolic), std::move(made.diastolic), std::move(made.mean),
+                  std::move(made.index));
   });
 }
 
@@ -179,9 +182,8 @@ void ZchartView::cutToAverage() {
 }
 
 void ZchartView::cutPedestal() {
-  alter([](ZZTrace& trace, Selection selection) {
-    tarnvisor::cutPedestal(trace, selection, cbvParameters());
-  });
+  alter(
+      [](ZZTrace& trace, Selection selection) { tarnvisor::cutPedestal(trace, selection, cbvParameters()); });
 }
 
 void ZchartView::cutPsdArtifacts() {

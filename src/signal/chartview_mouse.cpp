@@ -101,7 +101,8 @@ void ZchartView::wheel(const WheelEvent& event) {
     return;
   }
   // Strips that don't fit are scrolled through first; time otherwise.
-  const bool upright = contentSize().height > windowSize().height && contentSize().width <= windowSize().width;
+  const bool upright =
+      contentSize().height > windowSize().height && contentSize().width <= windowSize().width;
   CView::wheel({event.at, event.steps, !upright, false});
 }
 

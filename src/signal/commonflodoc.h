@@ -1,5 +1,5 @@
-// ZcommonFLODoc: what charts of Doppler spectra have in common, the Fourier transform and the analysis that turns
-// a spectrum into a velocity. CReviewDoc is the chart that stored signals open in.
+// ZcommonFLODoc: what charts of Doppler spectra have in common, the Fourier transform and the analysis that
+// turns a spectrum into a velocity. CReviewDoc is the chart that stored signals open in.
 #pragma once
 
 #include <memory>
@@ -24,7 +24,7 @@ class ZcommonFLODoc : public ZchartDoc {
   // Of the process's window kind and twice fftpoints.
   CFFTWindow& window();
 
-  CbvAnalysis analysis;      // its threshold is the document's
+  CbvAnalysis analysis;  // its threshold is the document's
   uint16_t fftpoints = 256;
   double dopplerscale = kDefaultDopplerScale;  // the ygain of velocity traces
 

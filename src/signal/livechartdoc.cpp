@@ -7,8 +7,9 @@
 
 namespace tarnvisor {
 
-CdataVect* ZliveChartDoc::setseries(ZchartView* view, uint32_t& size, double period, const std::string& xunits,
-                                    const std::string& name, int32_t typecode, const std::string& yunits) {
+CdataVect* ZliveChartDoc::setseries(ZchartView* view, uint32_t& size, double period,
+                                    const std::string& xunits, const std::string& name, int32_t typecode,
+                                    const std::string& yunits) {
   ZZTrace* trace = firsttrace();
   if (trace && trace->typecode() != typecode) {
     deletetrace(*trace, false);
@@ -97,7 +98,8 @@ void showRowProfile(ZchartView& view, C2DTrace& rows) {
 }
 
 void refreshRowProfile(ZchartView& view, C2DTrace& rows) {
-  if (ZliveChartDoc* chart = findLiveChart(kRowProfile); chart && viewOf(*chart) != &view) fill(*chart, view, rows);
+  if (ZliveChartDoc* chart = findLiveChart(kRowProfile); chart && viewOf(*chart) != &view)
+    fill(*chart, view, rows);
 }
 
 }  // namespace tarnvisor

@@ -39,7 +39,8 @@ Extent CScreenTrace::extentOfAges(uint32_t from, uint32_t to) {
   if (from >= to) return {};
   const uint32_t oldest = data.size - shownTrace->origin % data.size;  // ages before the end of the ring
   Extent extent;
-  if (from < oldest) extent = extents.of(data, indexOfAge(from), indexOfAge(from) + (std::min(to, oldest) - from));
+  if (from < oldest)
+    extent = extents.of(data, indexOfAge(from), indexOfAge(from) + (std::min(to, oldest) - from));
   if (to > oldest) extent.take(extents.of(data, std::max(from, oldest) - oldest, to - oldest));
   return extent;
 }
@@ -70,7 +71,8 @@ void CScreenTrace::selfScale() {
   shown.take(shownTrace->displayed(raw.low));
   shown.take(shownTrace->displayed(raw.high));
   if (shown.isEmpty() || !isUsable(shown.low) || !isUsable(shown.high)) return;
-  const bool fits = isUsable(FS) && FS > 0 && shown.low >= 0 && shown.high <= FS && shown.high >= FS * kLeastFill;
+  const bool fits =
+      isUsable(FS) && FS > 0 && shown.low >= 0 && shown.high <= FS && shown.high >= FS * kLeastFill;
   if (fits) return;
   const double range = shown.high - shown.low;
   FS = range > 0 ? range * (1 + 2 * kMargin) : std::max(1.0, std::abs(shown.high));
@@ -107,7 +109,8 @@ void CScreenTrace::draw(Canvas& canvas, const Rect& plot, const TimeColumns& col
     drawCurve(canvas, plot, columns, samplesPerColumn);
 }
 
-// More samples than columns: a stroke in each column from its least to its greatest value, joined to the next.
+// More samples than columns: a stroke in each column from its least to its greatest value, joined to the
+// next.
 void CScreenTrace::drawColumns(Canvas& canvas, const Rect& plot, const TimeColumns& columns) {
   std::vector<Point> strokes;
   strokes.reserve(2 * static_cast<size_t>(std::max(0, columns.count)));
@@ -119,13 +122,14 @@ void CScreenTrace::drawColumns(Canvas& canvas, const Rect& plot, const TimeColum
   for (int32_t c = 0; c < columns.count; ++c) {
     const double from = std::floor(ageAt(columns.timeAt(c))), to = std::floor(ageAt(columns.timeAt(c + 1)));
     if (!(to > 0) || !(from < size)) continue;
-    const Extent extent = extentOfAges(static_cast<uint32_t>(std::max(0.0, from)),
-                                       static_cast<uint32_t>(std::min(size, to)));
+    const Extent extent =
+        extentOfAges(static_cast<uint32_t>(std::max(0.0, from)), static_cast<uint32_t>(std::min(size, to)));
     if (extent.isEmpty()) {
       flush();
       continue;
     }
-    int32_t low = yOf(shownTrace->displayed(extent.low), plot), high = yOf(shownTrace->displayed(extent.high), plot);
+    int32_t low = yOf(shownTrace->displayed(extent.low), plot),
+            high = yOf(shownTrace->displayed(extent.high), plot);
     // The nearer end first, so that the line between columns crosses nothing.
     if (!strokes.empty() && std::abs(strokes.back().y - high) < std::abs(strokes.back().y - low))
       std::swap(low, high);
@@ -200,8 +204,8 @@ int32_t C2DScreenTrace::paletteIndex(double value, double fullscale, double fsof
   return index > 0 ? static_cast<int32_t>(std::min(index, DisplayPalette::kEntries - 1.0)) : 0;
 }
 
-// Items of `row`, which ends at the displayed value `extent`, upward from the bottom; the greatest where several
-// items fall on a pixel.
+// Items of `row`, which ends at the displayed value `extent`, upward from the bottom; the greatest where
+// several items fall on a pixel.
 void C2DScreenTrace::drawColumn(int32_t x, int32_t height, double extent, uint32_t* pixels, int32_t stride) {
   const auto items = static_cast<double>(row.size());
   const double itemsPerPixel = FS / height / extent * items;
@@ -245,7 +249,8 @@ void C2DScreenTrace::draw(Canvas& canvas, const Rect& plot, const TimeColumns& c
         std::vector<double> rest(row.size());
         const double more = maxima.of(*trace.data, *trace.rowvalues, 0, end - first - beforeEnd, rest);
         if (more != 0.0)
-          for (size_t i = 0; i < row.size(); ++i) row[i] = extent == 0.0 || rest[i] > row[i] ? rest[i] : row[i];
+          for (size_t i = 0; i < row.size(); ++i)
+            row[i] = extent == 0.0 || rest[i] > row[i] ? rest[i] : row[i];
         extent = std::max(extent, more);
       }
       extent *= std::abs(trace.ygain);

@@ -1,5 +1,5 @@
-// How one trace is drawn in one chart view: its full scale and offset there, its place, and what was prepared of
-// its samples. CScreenTrace draws a curve or dots, C2DScreenTrace rows of colours.
+// How one trace is drawn in one chart view: its full scale and offset there, its place, and what was prepared
+// of its samples. CScreenTrace draws a curve or dots, C2DScreenTrace rows of colours.
 #pragma once
 
 #include <memory>

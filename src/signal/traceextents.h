@@ -1,5 +1,5 @@
-// What a chart prepares of a trace so that a column that stands for thousands of samples is found without walking
-// them. Built when first asked for; whoever changes samples calls clear().
+// What a chart prepares of a trace so that a column that stands for thousands of samples is found without
+// walking them. Built when first asked for; whoever changes samples calls clear().
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,8 @@ struct Extent {
   friend bool operator==(const Extent&, const Extent&) = default;
 };
 
-// Of a one-dimensional vector: extents of blocks, of blocks of blocks, and so on. Takes 16 bytes for 256 samples.
+// Of a one-dimensional vector: extents of blocks, of blocks of blocks, and so on. Takes 16 bytes for 256
+// samples.
 class SampleExtents {
  public:
   void clear() { levels.clear(); }
@@ -41,13 +42,14 @@ class SampleExtents {
   std::vector<std::vector<Extent>> levels;
 };
 
-// Of a vector of rows: for each column the greatest item of groups of rows. Rows whose entry in rowvalues is 0
-// hold nothing and do not count.
+// Of a vector of rows: for each column the greatest item of groups of rows. Rows whose entry in rowvalues is
+// 0 hold nothing and do not count.
 class RowMaxima {
  public:
   void clear() { groups.clear(); }
-  // The greatest items of the rows [from, to) into `out` of the vector's width; returns the greatest row value
-  // among them, 0.0 where all rows are empty, and then leaves `out` alone. An end beyond the vector is its end.
+  // The greatest items of the rows [from, to) into `out` of the vector's width; returns the greatest row
+  // value among them, 0.0 where all rows are empty, and then leaves `out` alone. An end beyond the vector is
+  // its end.
   double of(const CdataVect& data, const CdataVect& rowvalues, uint32_t from, uint32_t to,
             std::span<double> out);
 

@@ -75,7 +75,8 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   acrossAxis.measureAlong(canvas);
   upwardAxis.measure(canvas);
   const int32_t line = upwardAxis.line;
-  const Rect inner{area.left + 12 * upwardAxis.charw, area.top + line, area.right - line, area.bottom - 3 * line};
+  const Rect inner{area.left + 12 * upwardAxis.charw, area.top + line, area.right - line,
+                   area.bottom - 3 * line};
   Extent x, y;
   for (const xychartdoc::Pair& p : points()) {
     x.take(p.x);
@@ -86,8 +87,10 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   upward = widened(y);
   plot = inner;
   const auto place = [&](const xychartdoc::Pair& p) {
-    return Point{inner.left + static_cast<int32_t>(std::lround((p.x - across.low) / (across.high - across.low) * inner.width())),
-                 inner.bottom - static_cast<int32_t>(std::lround((p.y - upward.low) / (upward.high - upward.low) * inner.height()))};
+    return Point{inner.left + static_cast<int32_t>(std::lround((p.x - across.low) /
+                                                               (across.high - across.low) * inner.width())),
+                 inner.bottom - static_cast<int32_t>(std::lround(
+                                    (p.y - upward.low) / (upward.high - upward.low) * inner.height()))};
   };
   canvas.setClip(inner);
   const ZZTrace& trace = *doc.yTrace();
@@ -126,8 +129,10 @@ std::vector<StatusPane> xychartvw::panes() const {
   std::vector<StatusPane> texts{{"x", ""}, {"y", ""}, {"points", ""}};
   if (points().empty()) return texts;
   if (plot.contains(mouse)) {
-    texts[0].text = format("x = %.3f ", across.low + (across.high - across.low) * (mouse.x - plot.left) / plot.width());
-    texts[1].text = format("y = %.3f ", upward.low + (upward.high - upward.low) * (plot.bottom - mouse.y) / plot.height());
+    texts[0].text =
+        format("x = %.3f ", across.low + (across.high - across.low) * (mouse.x - plot.left) / plot.width());
+    texts[1].text = format("y = %.3f ",
+                           upward.low + (upward.high - upward.low) * (plot.bottom - mouse.y) / plot.height());
   }
   texts[2].text = format("%i points", static_cast<int>(points().size()));
   return texts;

@@ -1,4 +1,5 @@
-// xychartdoc: a chart of y against x, its second trace against its first; saved as .zzxy in the form of a chart.
+// xychartdoc: a chart of y against x, its second trace against its first; saved as .zzxy in the form of a
+// chart.
 #pragma once
 
 #include <vector>

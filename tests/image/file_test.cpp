@@ -325,8 +325,8 @@ TEST_F(ImageFiles, tiffOfOtherKindsReadsNothing) {
   EXPECT_EQ(image.countValue(5), 4);
   TestHost messages;
   Host old = host();
-  Host scripted{messages,    old.choosers,   old.forms,   old.clipboard,
-                old.windows, old.waitCursor, old.printer, old.processes, old.pictures};
+  Host scripted{messages,       old.choosers, old.forms,     old.clipboard, old.windows,
+                old.waitCursor, old.printer,  old.processes, old.pictures};
   const HostScope scope(scripted);
   writeForeign(path, 16, 1, PLANARCONFIG_CONTIG, {{1, 2, 3, 4}, {5, 6, 7, 8}});
   EXPECT_FALSE(image.load(path));

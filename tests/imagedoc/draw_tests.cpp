@@ -4,8 +4,8 @@
 #include "base/clock.h"
 #include "imagedoc/imagetests.h"
 #include "imagedoc/levelchart.h"
-#include "signal/livechartdoc.h"
 #include "imagedoc/texts.h"
+#include "signal/livechartdoc.h"
 #include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"
 
