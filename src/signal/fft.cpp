@@ -1,8 +1,11 @@
 #include "signal/fft.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <new>
+
+#include "fftpasses.h"
 
 namespace tarnvisor {
 
@@ -44,8 +47,11 @@ bool CFFT::setup(int32_t n) {
   if (exponent < 0) return false;
   const auto points = static_cast<size_t>(n);
   try {
-    rotations(kSinglePi / (n / 2), points, cosines, sines);
+    rotations(kSinglePi / (0.5 * n), points, cosines, sines);
     rotations(kSinglePi / n, points / 2 + 1, halfcosines, halfsines);
+    for (const auto* table : {&cosines, &sines})
+      for (size_t times = 1; times <= 3; ++times)
+        for (size_t p = 0; p < points / 4; ++p) firstTurns.push_back((*table)[times * p]);
     for (auto* pair : {workre, workim})
       for (int i = 0; i < 2; ++i) pair[i].assign(2 * points, 0.0);
   } catch (const std::bad_alloc&) {
@@ -56,55 +62,50 @@ bool CFFT::setup(int32_t n) {
   return true;
 }
 
-CFFT::Split CFFT::transform() {
-  int from = 0;
-  const auto n = static_cast<size_t>(size);
-  for (size_t stride = 1; stride < n; stride *= 4, from = 1 - from) {
-    const double* xr = workre[from].data();
-    const double* xi = workim[from].data();
-    double* yr = workre[1 - from].data();
-    double* yi = workim[1 - from].data();
-    const size_t quarter = n / 4;
-    for (size_t p = 0; p < quarter / stride; ++p) {
-      const size_t t = p * stride;
-      for (size_t q = 0; q < stride; ++q) {
-        const size_t i = q + t;
-        const double apr = xr[i] + xr[i + 2 * quarter], api = xi[i] + xi[i + 2 * quarter];
-        const double amr = xr[i] - xr[i + 2 * quarter], ami = xi[i] - xi[i + 2 * quarter];
-        const double bpr = xr[i + quarter] + xr[i + 3 * quarter], bpi = xi[i + quarter] + xi[i + 3 * quarter];
-        const double bmr = xr[i + quarter] - xr[i + 3 * quarter], bmi = xi[i + quarter] - xi[i + 3 * quarter];
-        const size_t o = q + 4 * t;
-        yr[o] = apr + bpr;
-        yi[o] = api + bpi;
-        const auto put = [&](size_t at, double re, double im, size_t turn) {
-          yr[at] = re * cosines[turn] - im * sines[turn];
-          yi[at] = re * sines[turn] + im * cosines[turn];
-        };
-        put(o + stride, amr + bmi, ami - bmr, t);
-        put(o + 2 * stride, apr - bpr, api - bpi, 2 * t);
-        put(o + 3 * stride, amr - bmi, ami + bmr, 3 * t);
-      }
+// Four points are too few for the vectors: by the definition.
+SplitArrays CFFT::transformFour(const double* pairs) {
+  if (pairs) {
+    for (size_t i = 0; i < 4; ++i) {
+      workre[0][i] = pairs[2 * i];
+      workim[0][i] = pairs[2 * i + 1];
     }
   }
-  return {workre[from].data(), workim[from].data()};
+  for (size_t k = 0; k < 4; ++k) {
+    double re = 0;
+    double im = 0;
+    for (size_t i = 0; i < 4; ++i) {
+      const size_t turn = i * k % 4;
+      re += workre[0][i] * cosines[turn] - workim[0][i] * sines[turn];
+      im += workre[0][i] * sines[turn] + workim[0][i] * cosines[turn];
+    }
+    workre[1][k] = re;
+    workim[1][k] = im;
+  }
+  return {workre[1].data(), workim[1].data()};
+}
+
+SplitArrays CFFT::transform(const double* pairs) {
+  if (size == 4) return transformFour(pairs);
+  return fftLoops().transform(pairs, {workre[0].data(), workim[0].data()},
+                              {workre[1].data(), workim[1].data()}, static_cast<size_t>(size), tables());
+}
+
+FftTables CFFT::tables() const {
+  return {cosines.data(), sines.data(), firstTurns.data(), halfcosines.data(), halfsines.data()};
 }
 
 void CFFT::realpower(const double* in, double* out) {
   const auto n = static_cast<size_t>(size);
-  for (size_t i = 0; i < n; ++i) {
-    workre[0][i] = in[2 * i];
-    workim[0][i] = in[2 * i + 1];
-  }
-  const Split z = transform();
-  for (size_t k = 1; k < n / 2; ++k) {
-    const size_t m = n - k;
-    // The spectra of the even and of the odd samples, the latter turned.
-    const double er = (z.re[k] + z.re[m]) * kUnpack, ei = (z.im[k] - z.im[m]) * kUnpack;
-    const double dr = (z.im[k] + z.im[m]) * kUnpack, di = (z.re[m] - z.re[k]) * kUnpack;
-    const double tr = dr * halfcosines[k] - di * halfsines[k];
-    const double ti = dr * halfsines[k] + di * halfcosines[k];
-    out[k] = (er + tr) * (er + tr) + (ei + ti) * (ei + ti);
-    out[m] = (er - tr) * (er - tr) + (ei - ti) * (ei - ti);
+  const SplitArrays z = transform(in);
+  if (n > 4) {
+    fftLoops().unpackPower(z, n, tables(), kUnpack, out);
+  } else if (n == 4) {
+    const double evenRe = (z.re[1] + z.re[3]) * kUnpack, evenIm = (z.im[1] - z.im[3]) * kUnpack;
+    const double oddRe = (z.im[1] + z.im[3]) * kUnpack, oddIm = (z.re[3] - z.re[1]) * kUnpack;
+    const double re = oddRe * halfcosines[1] - oddIm * halfsines[1];
+    const double im = oddRe * halfsines[1] + oddIm * halfcosines[1];
+    out[1] = (evenRe + re) * (evenRe + re) + (evenIm + im) * (evenIm + im);
+    out[3] = (evenRe - re) * (evenRe - re) + (evenIm - im) * (evenIm - im);
   }
   const double first = (z.re[0] + z.im[0]) * kUnpackEnds;
   const double re = z.re[n / 2] * kUnpackEnds;
@@ -115,11 +116,9 @@ void CFFT::realpower(const double* in, double* out) {
 
 void CFFT::complexpower(double* re, double* im, double* out) {
   const auto n = static_cast<size_t>(size);
-  for (size_t i = 0; i < n; ++i) {
-    workre[0][i] = re[i];
-    workim[0][i] = im[i];
-  }
-  const Split z = transform();
+  std::copy_n(re, n, workre[0].begin());
+  std::copy_n(im, n, workim[0].begin());
+  const SplitArrays z = transform(nullptr);
   for (size_t i = 0; i < n; ++i) {
     re[i] = z.re[i];
     im[i] = z.im[i];

@@ -9,6 +9,9 @@
 
 namespace tarnvisor {
 
+struct SplitArrays;
+struct FftTables;
+
 class CFFT {
  public:
   int32_t size = 0;                    // complex points; 0: not set up
@@ -30,15 +33,13 @@ class CFFT {
   void complexpower(double* re, double* im, double* out);
 
  private:
-  // From the first work pair; returns where the result lies.
-  struct Split {
-    double* re;
-    double* im;
-  };
-  Split transform();
+  SplitArrays transform(const double* pairs);  // of the first work pair where pairs is null
+  SplitArrays transformFour(const double* pairs);
+  FftTables tables() const;
 
   std::vector<double> workre[2], workim[2];    // 2 * size each: in and out of a pass
   std::vector<double> halfcosines, halfsines;  // of minus pi i / size, to unpack a real spectrum
+  std::vector<double> firstTurns;
 };
 
 }  // namespace tarnvisor

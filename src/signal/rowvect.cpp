@@ -6,8 +6,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "itemcast.h"
 #include "signal/fft.h"
+#include "signal/itemcast.h"
 #include "typedvect-access.h"
 #include "typedvect-arithmetic.h"
 
@@ -46,7 +46,7 @@ const ArchiveClass& RowVect<Item>::archiveClass() {
 
 template <class Item>
 RowVect<Item>& RowVect<Item>::operator=(const RowVect& other) {
-  this->assign(other);
+  if (this != &other) this->assign(other);
   return *this;
 }
 

@@ -26,7 +26,7 @@ class RowVect final : public TypedVect<Item> {
   Own getArray(uint32_t index) const override;
   double at(uint32_t row, uint32_t column) const override;
   double at(uint32_t row) const override { return Parent::at(row); }
-  void copyfrom(uint32_t index, const CdataVect& source, uint32_t count, uint32_t sourcestart) override;
+  void copyfrom(uint32_t index, const CdataVect& source, uint32_t count, uint32_t sourcestart = 0) override;
   void sampleavg(const uint8_t* pixels, const PointIndices& points) override;
   void sample(const uint8_t* pixels, const PointIndices& points) override;
   void stretch(const CdataVect& source) override;

@@ -7,7 +7,7 @@
 #include <new>
 
 #include "archive/archive.h"
-#include "itemcast.h"
+#include "signal/itemcast.h"
 #include "signal/typedvect.h"
 
 namespace tarnvisor {
@@ -38,7 +38,7 @@ TypedVect<Item>::TypedVect(const CdataVect& source, uint32_t start, uint32_t cou
 
 template <class Item>
 TypedVect<Item>& TypedVect<Item>::operator=(const TypedVect& other) {
-  assign(other);
+  if (this != &other) assign(other);
   return *this;
 }
 
@@ -168,19 +168,6 @@ void TypedVect<Item>::transfer(Archive& archive, bool withWidth, const char* fai
 }
 
 template <class Item>
-template <class To>
-void TypedVect<Item>::read(uint32_t item, To& out) const {
-  out = itemCast<To>(data[item]);
-}
-
-template <class Item>
-template <class To>
-void TypedVect<Item>::readNext(To& out) {
-  out = itemCast<To>(data[cursor]);
-  cursor += stride;
-}
-
-template <class Item>
 double TypedVect<Item>::at(uint32_t row, uint32_t column) const {
   return static_cast<double>(data[uint64_t{row} + column]);
 }
@@ -243,25 +230,6 @@ uint32_t TypedVect<Item>::getcopy(uint8_t* out, uint32_t start, uint32_t count, 
 template <class Item>
 uint32_t TypedVect<Item>::getcopy(int8_t* out, uint32_t start, uint32_t count, uint32_t step) const {
   return copyOut(out, start, count, step);
-}
-
-template <class Item>
-template <class From>
-void TypedVect<Item>::putRow(uint32_t row, From value) {
-  std::fill_n(rowItems(row), width, itemCast<Item>(value));
-}
-
-template <class Item>
-template <class From>
-void TypedVect<Item>::putItem(uint32_t row, uint32_t column, From value) {
-  rowItems(row)[column] = itemCast<Item>(value);
-}
-
-template <class Item>
-template <class From>
-void TypedVect<Item>::pushItem(From value) {
-  data[cursor] = itemCast<Item>(value);
-  cursor += stride;
 }
 
 template <class Item>

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "itemcast.h"
+#include "signal/itemcast.h"
 #include "signal/typedvect.h"
 #include "vectloops.h"
 

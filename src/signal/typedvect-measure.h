@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "itemcast.h"
+#include "signal/itemcast.h"
 #include "signal/typedvect.h"
 #include "vectloops.h"
 
@@ -17,15 +17,14 @@ uint32_t TypedVect<Item>::meanminmax(double& mean, double& min, double& max, uin
   const Runs runs = rangeOf(from, to);
   if (runs.count() == 0) return 0;
   const ItemLoops<Item>& loops = itemLoops<Item>();
-  const double total = loops.sum(runs.first, runs.firstCount) + loops.sum(runs.second, runs.secondCount);
-  mean = total / static_cast<double>(runs.count());
   // The smallest value of a floating type is its smallest positive one.
   constexpr Item kGreatest = std::numeric_limits<Item>::max();
   constexpr Item kSmallest = std::numeric_limits<Item>::min();
   Item least = kGreatest;
   Item greatest = kSmallest;
-  loops.extremes(runs.first, runs.firstCount, least, greatest);
-  loops.extremes(runs.second, runs.secondCount, least, greatest);
+  const double total = loops.sumAndExtremes(runs.first, runs.firstCount, least, greatest) +
+                       loops.sumAndExtremes(runs.second, runs.secondCount, least, greatest);
+  mean = total / static_cast<double>(runs.count());
   if (least != kGreatest) min = static_cast<double>(least);
   if (greatest != kSmallest) max = static_cast<double>(greatest);
   return static_cast<uint32_t>(std::min<uint64_t>(runs.count(), UINT32_MAX));

@@ -2,7 +2,10 @@
 // through `data`.
 #pragma once
 
+#include <algorithm>
+
 #include "signal/datavect.h"
+#include "signal/itemcast.h"
 
 namespace tarnvisor {
 
@@ -28,7 +31,7 @@ class TypedVect : public CdataVect {
 
   bool resize(uint32_t count) override;
   bool setwidth(uint32_t n) override { return resize(n); }
-  Own clone(uint32_t start, uint32_t count, uint32_t step) const override;
+  Own clone(uint32_t start, uint32_t count, uint32_t step = 1) const override;
   Own clone() const override;
   Own flatclone() const override;
   Own emptyclone() const override;
@@ -54,14 +57,14 @@ class TypedVect : public CdataVect {
   void nextval(int32_t& out) override { readNext(out); }
   void nextval(uint16_t& out) override { readNext(out); }
   void nextval(int16_t& out) override { readNext(out); }
-  uint32_t getcopy(double* out, uint32_t start, uint32_t count, uint32_t step) const override;
-  uint32_t getcopy(float* out, uint32_t start, uint32_t count, uint32_t step) const override;
-  uint32_t getcopy(uint32_t* out, uint32_t start, uint32_t count, uint32_t step) const override;
-  uint32_t getcopy(int32_t* out, uint32_t start, uint32_t count, uint32_t step) const override;
-  uint32_t getcopy(uint16_t* out, uint32_t start, uint32_t count, uint32_t step) const override;
-  uint32_t getcopy(int16_t* out, uint32_t start, uint32_t count, uint32_t step) const override;
-  uint32_t getcopy(uint8_t* out, uint32_t start, uint32_t count, uint32_t step) const override;
-  uint32_t getcopy(int8_t* out, uint32_t start, uint32_t count, uint32_t step) const override;
+  uint32_t getcopy(double* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
+  uint32_t getcopy(float* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
+  uint32_t getcopy(uint32_t* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
+  uint32_t getcopy(int32_t* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
+  uint32_t getcopy(uint16_t* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
+  uint32_t getcopy(int16_t* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
+  uint32_t getcopy(uint8_t* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
+  uint32_t getcopy(int8_t* out, uint32_t start, uint32_t count, uint32_t step = 1) const override;
   void putval(uint32_t row, double value) override { putRow(row, value); }
   void putval(uint32_t row, float value) override { putRow(row, value); }
   void putval(uint32_t row, uint32_t value) override { putRow(row, value); }
@@ -88,7 +91,7 @@ class TypedVect : public CdataVect {
 
   void fill(double value) override;
   void fillrange(int64_t from, int64_t to, double value) override;
-  void copyfrom(uint32_t index, const CdataVect& source, uint32_t count, uint32_t sourcestart) override;
+  void copyfrom(uint32_t index, const CdataVect& source, uint32_t count, uint32_t sourcestart = 0) override;
   void sampleavg(const uint8_t* pixels, const PointIndices& points) override;
   void sample(const uint8_t* pixels, const PointIndices& points) override;
   void decimate(uint32_t step, CdataVect& dest) const override;
@@ -169,17 +172,29 @@ class TypedVect : public CdataVect {
 
  private:
   template <class To>
-  void read(uint32_t item, To& out) const;
+  void read(uint32_t item, To& out) const {
+    out = itemCast<To>(data[item]);
+  }
   template <class To>
-  void readNext(To& out);
+  void readNext(To& out) {
+    out = itemCast<To>(data[cursor]);
+    cursor += stride;
+  }
   template <class To>
   uint32_t copyOut(To* out, uint32_t start, uint32_t count, uint32_t step) const;
   template <class From>
-  void putRow(uint32_t row, From value);
+  void putRow(uint32_t row, From value) {
+    std::fill_n(rowItems(row), width, itemCast<Item>(value));
+  }
   template <class From>
-  void putItem(uint32_t row, uint32_t column, From value);
+  void putItem(uint32_t row, uint32_t column, From value) {
+    rowItems(row)[column] = itemCast<Item>(value);
+  }
   template <class From>
-  void pushItem(From value);
+  void pushItem(From value) {
+    data[cursor] = itemCast<Item>(value);
+    cursor += stride;
+  }
 
   bool copyAll(const CdataVect& other);
   bool copySome(const CdataVect& source, uint32_t start, uint32_t count, uint32_t step);

@@ -5,8 +5,10 @@
 #include <limits>
 #include <type_traits>
 
-#include "itemcast.h"
+#include "signal/itemcast.h"
 
+// The target whose byte tables `linear` uses is compiled only where asked for.
+#define HWY_WANT_AVX3_DL 1
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vectloops.cpp"
 #include <hwy/foreach_target.h>
@@ -25,12 +27,21 @@ inline double addedInHalves(double* sums) {
   return sums[0];
 }
 
+// Of whole sixteens.
+template <class Item>
+void addPartialSums(const Item* items, uint64_t count, double* sums) {
+  double own[kPartialSums];
+  for (uint64_t j = 0; j < kPartialSums; ++j) own[j] = sums[j];
+  for (uint64_t i = 0; i < count; i += kPartialSums)
+    for (uint64_t j = 0; j < kPartialSums; ++j) own[j] += static_cast<double>(items[i + j]);
+  for (uint64_t j = 0; j < kPartialSums; ++j) sums[j] = own[j];
+}
+
 template <class Item>
 double floatingSum(const Item* items, uint64_t count) {
   double sums[kPartialSums] = {};
   const uint64_t whole = count - count % kPartialSums;
-  for (uint64_t i = 0; i < whole; i += kPartialSums)
-    for (uint64_t j = 0; j < kPartialSums; ++j) sums[j] += static_cast<double>(items[i + j]);
+  addPartialSums(items, whole, sums);
   double total = addedInHalves(sums);
   for (uint64_t i = whole; i < count; ++i) total += static_cast<double>(items[i]);
   return total;
@@ -114,15 +125,74 @@ void extremes(const Item* items, uint64_t count, Item& least, Item& greatest) {
   greatest = high;
 }
 
+// Blocks stay in the nearest cache between the two loops.
+template <class Item>
+double sumAndExtremes(const Item* items, uint64_t count, Item& least, Item& greatest) {
+  constexpr uint64_t kBlock = 16384 / sizeof(Item);
+  double sums[kPartialSums] = {};
+  double total = 0;  // of integers: exact up to 2^53
+  const uint64_t whole = std::is_integral_v<Item> ? count : count - count % kPartialSums;
+  for (uint64_t at = 0; at < whole; at += kBlock) {
+    const uint64_t length = std::min(kBlock, whole - at);
+    if constexpr (std::is_integral_v<Item>)
+      total += integerSum(items + at, length);
+    else
+      addPartialSums(items + at, length, sums);
+    extremes(items + at, length, least, greatest);
+  }
+  if constexpr (std::is_integral_v<Item>) return total;
+  extremes(items + whole, count - whole, least, greatest);
+  total = addedInHalves(sums);
+  for (uint64_t i = whole; i < count; ++i) total += static_cast<double>(items[i]);
+  return total;
+}
+
+#if HWY_TARGET == HWY_AVX3_DL
+// Bytes through a table of all their results; returns how many are done.
+inline uint64_t linearByTable(uint8_t* bytes, uint64_t count, const uint8_t* results) {
+  const __m512i table0 = _mm512_loadu_si512(results);
+  const __m512i table1 = _mm512_loadu_si512(results + 64);
+  const __m512i table2 = _mm512_loadu_si512(results + 128);
+  const __m512i table3 = _mm512_loadu_si512(results + 192);
+  uint64_t i = 0;
+  for (; i + 64 <= count; i += 64) {
+    const __m512i x = _mm512_loadu_si512(bytes + i);
+    const __m512i low = _mm512_permutex2var_epi8(table0, x, table1);
+    const __m512i high = _mm512_permutex2var_epi8(table2, x, table3);
+    _mm512_storeu_si512(bytes + i, _mm512_mask_blend_epi8(_mm512_movepi8_mask(x), low, high));
+  }
+  return i;
+}
+#endif
+
 template <class Item>
 void linear(Item* items, uint64_t count, double a, double b) {
   if constexpr (std::is_floating_point_v<Item>) {
     for (uint64_t i = 0; i < count; ++i) items[i] = static_cast<Item>(a * static_cast<double>(items[i]) + b);
   } else {
+#if HWY_TARGET == HWY_AVX3_DL
+    if constexpr (sizeof(Item) == 1) {
+      if (count >= 1024) {
+        uint8_t results[256];
+        for (int i = 0; i < 256; ++i)
+          results[i] = itemCast<uint8_t>(a * static_cast<double>(static_cast<Item>(i)) + b);
+        const uint64_t done = linearByTable(reinterpret_cast<uint8_t*>(items), count, results);
+        items += done;
+        count -= done;
+      }
+    }
+#endif
     // Where 32 bits hold every result, the conversion that all processors have will do.
     constexpr double kFarthest = 1.0 + std::max(static_cast<double>(std::numeric_limits<Item>::max()),
                                                 -static_cast<double>(std::numeric_limits<Item>::min()));
-    if (std::abs(a) * kFarthest + std::abs(b) < 2147483647.0) {
+    double farthest = kFarthest;
+    if (std::abs(a) * farthest + std::abs(b) >= 2147483647.0) {
+      Item least = 0;
+      Item greatest = 0;
+      extremes(items, count, least, greatest);
+      farthest = std::max(static_cast<double>(greatest), -static_cast<double>(least));
+    }
+    if (std::abs(a) * farthest + std::abs(b) < 2147483647.0) {
       for (uint64_t i = 0; i < count; ++i)
         items[i] = static_cast<Item>(static_cast<int32_t>(a * static_cast<double>(items[i]) + b));
     } else {
@@ -152,7 +222,8 @@ void lagDots16(const int16_t* x, const int16_t* y, uint32_t n, uint32_t lags, ui
 }
 
 template <class Item>
-constexpr ItemLoops<Item> kLoopsOf = {sum<Item>, squaresAbout<Item>, extremes<Item>, linear<Item>};
+constexpr ItemLoops<Item> kLoopsOf = {sum<Item>, squaresAbout<Item>, extremes<Item>, sumAndExtremes<Item>,
+                                      linear<Item>};
 
 const VectLoops* loopTable() {
   static const VectLoops table = {

@@ -14,6 +14,8 @@ struct ItemLoops {
   double (*squaresAbout)(const Item* items, uint64_t count, double centre);
   // Moves the limits that an item passes; NaN passes none.
   void (*extremes)(const Item* items, uint64_t count, Item& least, Item& greatest);
+  // Both in one walk through memory.
+  double (*sumAndExtremes)(const Item* items, uint64_t count, Item& least, Item& greatest);
   // x = a * x + b, as itemCast does it.
   void (*linear)(Item* items, uint64_t count, double a, double b);
 };
