@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <random>
 
+#include "archive/archive.h"
 #include "assembly/assembly.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -111,7 +112,12 @@ std::string largeChart() {
       trace->name = format("trace %i", t);
       trace->data->fill(t);
     }
-    if (!chart.onSaveDocument(file)) std::fprintf(stderr, "%s was not written\n", file.c_str());
+    std::FILE* target = std::fopen(file.c_str(), "wbe");
+    FileStream stream(target);
+    Archive archive(stream, Archive::Direction::Storing);
+    chart.serialize(archive);
+    archive.close();
+    if (std::fclose(target) != 0) std::fprintf(stderr, "%s was not written\n", file.c_str());
     return file;
   }();
   return path;
