@@ -31,7 +31,7 @@ TEST(RowFilters, CutToTheAverageOfRowOrBlock) {
 TEST(RowFilters, CutPedestalAndSpikesRowByRow) {
   const Doubles row{100, 100, 100, 100, 100, 100, 100, 100, 100, 3, 7};
   auto rows = rowsOf({row, row}, kWordRowsCode);
-  CbvParameters parameters;
+  VelocitySettings parameters;
   cutPedestal(*rows, {1, 0}, parameters);
   EXPECT_EQ(rowOf(*rows, 0), row);
   // 2 * 60 * 0.04 / 8 - 0.5 is a little less than a tenth, and items are cut.
