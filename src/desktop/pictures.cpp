@@ -81,12 +81,12 @@ class Photographer {
     for (QWidget* each : QApplication::topLevelWidgets())
       if (each->isVisible() && each->windowTitle().startsWith(title)) keep(*each, name);
   }
-  void keepMenus() {
+  void keepMenus(const std::string& prefix) {
     settle();
     QMenuBar* bar = window().menuBar();
     for (QMenu* menu : bar->findChildren<QMenu*>(Qt::FindDirectChildrenOnly)) {
       menu->popup(window().mapToGlobal(QPoint(40, 40)));
-      const std::string name = "menu" + fromQt(menu->title().toLower().replace('&', '-'));
+      const std::string name = prefix + fromQt(menu->title().toLower().remove('&'));
       keep(*menu, name.c_str());
       menu->close();
     }
@@ -144,7 +144,7 @@ bool Photographer::select() {
 
 bool Photographer::all() {
   if (!select()) return false;
-  keepMenus();
+  keepMenus("menu-");
   documents();
   return true;
 }
@@ -156,7 +156,7 @@ void Photographer::documents() {
   window().tile();
   app.documents.activate(*good);
   keep(window(), "main-window");
-  keepMenus();
+  keepMenus("menu-");
 
   app.documents.closeAll();
   ZBasicDoc& image = *open(examPath(app, "good.tv1"));
@@ -257,10 +257,10 @@ void Photographer::charts() {
   settle();
   view.setActive(chart->findtrace("flow"));
   keep(frameOf(*chart), "chart");
-  keepMenus();
+  keepMenus("chart-menu-");
   view.zoomTime(0.2, 0.0);
   view.select(1.5, 4.5);
-  view.redraw();
+  chart->updateAllViews();
   keep(frameOf(*chart), "chart-selection");
   chartDialogs(*chart, view);
   toolBox(*chart, view);
