@@ -10,7 +10,8 @@ DesktopDialogs::DesktopDialogs(CBasicMainFrame& frame, QWidget* parent)
       subject(parent),
       exams(parent),
       magnification(parent),
-      profiles(parent) {
+      profiles(parent),
+      markers(parent) {
   frame.subjectFace = &subject;
   frame.examFace = &exams;
   frame.profileFace = &profiles;

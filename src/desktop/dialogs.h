@@ -10,6 +10,7 @@
 #include "app/mainframe.h"
 #include "desktop/examlistwindow.h"
 #include "desktop/magnificationwindow.h"
+#include "desktop/markerwindow.h"
 #include "desktop/profiledialog.h"
 #include "desktop/subjectdialog.h"
 
@@ -35,6 +36,7 @@ class DesktopDialogs {
   ExamFace exams;
   MagnificationTableFace magnification;
   ProfileTableFace profiles;
+  MarkerFace markers;
   QPointer<ShortcutList> shortcuts;  // goes with its parent, or with this
 };
 

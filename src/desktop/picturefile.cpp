@@ -36,7 +36,8 @@ QString drawOn(QPaintDevice& device, const Draw& draw) {
   QPainter painter;
   if (!painter.begin(&device)) return "it can't be drawn";
   {
-    PainterCanvas canvas(painter);
+    // Strokes stay strokes, and text needs no shadow.
+    PainterCanvas canvas(painter, true);
     draw(canvas);
   }
   return painter.end() ? QString() : QString("it can't be drawn");

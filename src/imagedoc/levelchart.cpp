@@ -69,6 +69,20 @@ std::string summaryOfCounts(std::span<const double> counts) {
                 static_cast<int32_t>(mode), pixels);
 }
 
+void showPath(ZliveChartDoc& chart, ZBasicDoc& document, std::span<const Point> path) {
+  const Scale scale = document.scale();
+  double pixels = 0, length = 0;
+  for (size_t i = 1; i < path.size(); ++i) {
+    const double dx = static_cast<double>(path[i].x) - path[i - 1].x;
+    const double dy = static_cast<double>(path[i].y) - path[i - 1].y;
+    pixels += std::hypot(dx, dy);
+    length += std::hypot(dx * scale.x, dy * scale.y);
+  }
+  const double perValue = pixels > 0 && length > 0 ? length / pixels : 1.0;
+  fill(chart, levelsAlong(*document.theImage(), path), perValue, document.unitName(), document.title(),
+       "level");
+}
+
 void refresh(LevelChart kind, ZliveChartDoc& chart, ZBasicDoc& document, int32_t selected) {
   const CZZimage* image = document.theImage();
   if (!image || image->empty()) return;
@@ -81,12 +95,7 @@ void refresh(LevelChart kind, ZliveChartDoc& chart, ZBasicDoc& document, int32_t
   const CDimList& list = document.currentDims();
   if (list.isValid(selected)) dimension = selected;
   if (!list.isValid(dimension)) return;
-  const CDim& dim = list.at(dimension);
-  const Scale scale = document.scale();
-  const std::vector<double> levels = levelsAlong(*image, dim.points);
-  const double pixels = dim.Length(1.0, 1.0);
-  const double perValue = pixels > 0 ? dim.Length(scale.x, scale.y) / pixels : 1.0;
-  fill(chart, levels, perValue > 0 ? perValue : 1.0, document.unitName(), document.title(), "level");
+  showPath(chart, document, list.at(dimension).points);
 }
 
 void show(LevelChart kind, ZBasicDoc& document, int32_t dimension) {
@@ -117,6 +126,12 @@ void refreshLevelCharts(ZBasicDoc& document, int32_t selectedDimension) {
     if (followedBy(kind) == &document)
       if (ZliveChartDoc* chart = findLiveChart(titleOf(kind)))
         refresh(kind, *chart, document, selectedDimension);
+}
+
+void previewLevelProfile(ZBasicDoc& document, std::span<const Point> path) {
+  const CZZimage* image = document.theImage();
+  if (!image || image->empty() || followedBy(LevelChart::Profile) != &document) return;
+  if (ZliveChartDoc* chart = findLiveChart(titleOf(LevelChart::Profile))) showPath(*chart, document, path);
 }
 
 double greyLevelAt(const CZZimage& image, Point at) {

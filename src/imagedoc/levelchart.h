@@ -20,6 +20,10 @@ void showHistogram(ZBasicDoc& document);
 // Brings open charts of this document up to date. Cheap when there are none.
 void refreshLevelCharts(ZBasicDoc& document, int32_t selectedDimension);
 
+// While a line is drawn or dragged: an open profile of this document shows the path through these points,
+// which no dimension has yet.
+void previewLevelProfile(ZBasicDoc& document, std::span<const Point> path);
+
 // The grey levels along a path through the points, from the first to the last, one for each pixel of its
 // length; of colour the weighted grey. The points are the parent frame's, as marks are. What lies outside the
 // image is left out.

@@ -123,6 +123,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   void press(const MouseEvent& event);
   void pressWithoutTool(const MouseEvent& event);
   void beginRoi(Point from, bool chosen);
+  void previewProfile();
   void endRoi();
   void endMoveRoi();
   void endDragDimension();

@@ -1,6 +1,7 @@
 // The mouse and keys in the image view.
 #include <cstdlib>
 
+#include "imagedoc/levelchart.h"
 #include "imagedoc/zbasicview.h"
 #include "measure/dimline.h"
 #include "settings/settings.h"
@@ -185,10 +186,22 @@ void ZBasicView::mouseMove(const MouseEvent& event) {
   }
   if (dragmode != kNoDrag) {
     rubber.to = grip == Grip::DrawRoi ? withinImage(position) : position;
+    previewProfile();
     redraw();
   }
   site().panesChanged();
   updateCursor();
+}
+
+// The profile of the line as it would be if the button went up here.
+void ZBasicView::previewProfile() {
+  if (!hasSelection() || !(grip == Grip::Dimension || drawn)) return;
+  std::vector<Point> path = doc.currentDims().at(selected).points;
+  if (grip == Grip::Dimension)
+    for (Point& point : path) point = point + (position - rubber.from);
+  else
+    path.push_back(position);
+  previewLevelProfile(doc, path);
 }
 
 // --- a button goes up

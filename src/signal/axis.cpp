@@ -155,8 +155,8 @@ void CAxis::eachTick(const Paint& paint) const {
   int64_t labelled = 0;
   for (int64_t i = range.first; i <= range.last; ++i)
     labelled += isOn(placeOf(static_cast<double>(i) * major));
-  // One label doesn't tell a scale: on a short axis the ticks between have theirs too.
-  const bool labelsAll = labelled < 2;
+  // Two labels hardly tell a scale: on a short axis the ticks between have theirs too.
+  const bool labelsAll = labelled < 3;
   const int32_t after = digits(labelsAll ? major / minor : major);
   for (int64_t i = range.first; i <= range.last; ++i) {
     for (int32_t part = 0; part < (i == range.last ? 1 : minor); ++part) {
@@ -175,18 +175,18 @@ void CAxis::paintLeft(Canvas& canvas, const Rect& plot, Colour ink) const {
   canvas.polyline(ends);
   const int32_t top = ends[1].y;
   const int32_t labelRight = plot.left - 2 * tickLength - kLabelGap;
-  const Rect unitText{labelRight - canvas.textSize(units).width, top - line / 2, labelRight,
-                      top + line - line / 2};
+  // All texts lie beside the axis, not beyond its ends: another axis may begin there.
+  const auto beside = [&](int32_t y) { return std::max(top, std::min(y - line / 2, plot.bottom - line)); };
+  const Rect unitText{labelRight - canvas.textSize(units).width, top, labelRight, top + line};
   if (!units.empty()) canvas.text(unitText.topLeft(), units, ink);
   if (!name.empty()) canvas.text({labelRight - canvas.textSize(name).width, unitText.top - line}, name, ink);
   eachTick([&](int32_t at, const std::string& label) {
     const int32_t y = plot.bottom - at;
     const Point tick[] = {{plot.left - (label.empty() ? 1 : 2) * tickLength, y}, {plot.left, y}};
     canvas.polyline(tick);
-    const bool free = units.empty() || y - line / 2 >= unitText.bottom;
+    const bool free = units.empty() || beside(y) >= unitText.bottom;
     if (!label.empty() && free)
-      canvas.text({labelRight - canvas.textSize(std::string(trimmed(label))).width, y - line / 2}, label,
-                  ink);
+      canvas.text({labelRight - canvas.textSize(std::string(trimmed(label))).width, beside(y)}, label, ink);
   });
 }
 

@@ -131,10 +131,7 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   const double scale = screen.FS / std::max(1, plot.height());
   axis.setScale(scale);
   axis.pos = static_cast<int32_t>(std::clamp(std::floor(screen.OS / scale), -2e9, 2e9));
-  // A label stands on both sides of its tick.
-  canvas.setClip({visible.left, visible.top - text.line / 2, visible.right, visible.bottom + text.line / 2});
   axis.paintLeft(canvas, plot, kInk);
-  canvas.setClip(visible);
   const Size size = canvas.textSize(label);
   canvas.fill({plot.left + 3, plot.top + 2, plot.left + 9 + size.width, plot.top + 4 + size.height}, kPaper);
   canvas.text({plot.left + 6, plot.top + 3}, label, trace.colour & 0xffffff);

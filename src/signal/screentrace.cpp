@@ -21,6 +21,48 @@ bool isUsable(double value) { return std::isfinite(value) && std::abs(value) < 1
 // Dots and hand-made marks are as wide as the trace says, within what can be seen.
 constexpr int32_t kWidestMark = 64;
 
+// What a curve that runs to the right covers of each column. A screen fills a few thousand rectangles much
+// faster than it strokes as many short lines; on paper the lines stay lines.
+void strokeCurve(Canvas& canvas, std::span<const Point> line, const Rect& plot, Colour colour) {
+  if (line.empty()) return;
+  if (canvas.isPrinter()) return canvas.polyline(line);
+  const int32_t first = std::max(plot.left, line.front().x), last = std::min(plot.right - 1, line.back().x);
+  if (first > last) return;
+  struct Cover {
+    int32_t top = INT32_MAX, bottom = INT32_MIN;
+    bool operator==(const Cover&) const = default;
+  };
+  std::vector<Cover> covers(static_cast<size_t>(last - first) + 1);
+  const auto cover = [&](int32_t x, double y1, double y2) {
+    if (x < first || x > last) return;
+    Cover& c = covers[static_cast<size_t>(x - first)];
+    c.top = std::min(c.top, static_cast<int32_t>(std::lround(std::min(y1, y2))));
+    c.bottom = std::max(c.bottom, static_cast<int32_t>(std::lround(std::max(y1, y2))));
+  };
+  cover(line.front().x, line.front().y, line.front().y);
+  for (size_t i = 1; i < line.size(); ++i) {
+    const Point a = line[i - 1], b = line[i];
+    if (a.x >= b.x) {
+      cover(b.x, a.y, b.y);
+      continue;
+    }
+    const double length = static_cast<double>(b.x) - a.x, slope = (static_cast<double>(b.y) - a.y) / length;
+    for (int32_t x = std::max(a.x, first); x <= std::min(b.x, last); ++x) {
+      const double along = static_cast<double>(x) - a.x;
+      cover(x, a.y + slope * std::max(0.0, along - 0.5), a.y + slope * std::min(length, along + 0.5));
+    }
+  }
+  for (size_t i = 0; i < covers.size();) {
+    size_t end = i + 1;
+    while (end < covers.size() && covers[end] == covers[i]) ++end;
+    const int32_t top = std::max(covers[i].top, plot.top),
+                  bottom = std::min(covers[i].bottom + 1, plot.bottom);
+    if (covers[i].top <= covers[i].bottom && top < bottom)
+      canvas.fill({first + static_cast<int32_t>(i), top, first + static_cast<int32_t>(end), bottom}, colour);
+    i = end;
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<CScreenTrace> CScreenTrace::make(ZZTrace& trace) {
@@ -116,7 +158,7 @@ void CScreenTrace::drawColumns(Canvas& canvas, const Rect& plot, const TimeColum
   strokes.reserve(2 * static_cast<size_t>(std::max(0, columns.count)));
   const double size = shownTrace->size();
   const auto flush = [&] {
-    if (!strokes.empty()) canvas.polyline(strokes);
+    strokeCurve(canvas, strokes, plot, shownTrace->colour & 0xffffff);
     strokes.clear();
   };
   for (int32_t c = 0; c < columns.count; ++c) {
@@ -146,7 +188,7 @@ void CScreenTrace::drawCurve(Canvas& canvas, const Rect& plot, const TimeColumns
   const double to = std::min(size, std::ceil(ageAt(columns.timeAt(columns.count))) + 2);
   std::vector<Point> line;
   const auto flush = [&] {
-    if (!line.empty()) canvas.polyline(line);
+    strokeCurve(canvas, line, plot, shownTrace->colour & 0xffffff);
     line.clear();
   };
   const double columnOfFirst = columns.columnOf(shownTrace->starttime * 0.001);
@@ -204,72 +246,114 @@ int32_t C2DScreenTrace::paletteIndex(double value, double fullscale, double fsof
   return index > 0 ? static_cast<int32_t>(std::min(index, DisplayPalette::kEntries - 1.0)) : 0;
 }
 
-// Items of `row`, which ends at the displayed value `extent`, upward from the bottom; the greatest where
-// several items fall on a pixel.
-void C2DScreenTrace::drawColumn(int32_t x, int32_t height, double extent, uint32_t* pixels, int32_t stride) {
+// For each pixel of a column, from its top, the items of a row that fall on it, when the row ends at the
+// displayed value `extent`. Where it has none both are 0.
+void C2DScreenTrace::mapItems(int32_t height, double extent) {
   const auto items = static_cast<double>(row.size());
   const double itemsPerPixel = FS / height / extent * items;
+  spans.assign(static_cast<size_t>(height), {0, 0});
   for (int32_t y = 0; y < height; ++y) {
     const double from = OS / extent * items + y * itemsPerPixel;
-    if (!(from > -itemsPerPixel)) continue;
-    if (from >= items) break;
-    const auto first = static_cast<size_t>(std::max(0.0, from));
-    const auto end = static_cast<size_t>(std::min(items, std::max(from + itemsPerPixel, 0.0)));
-    uint32_t index = colours[first];
-    for (size_t i = first + 1; i < end; ++i) index = std::max(index, colours[i]);
-    pixels[static_cast<ptrdiff_t>(height - 1 - y) * stride + x] = index;
+    if (!(from > -itemsPerPixel) || from >= items) continue;
+    const auto first = static_cast<uint32_t>(std::max(0.0, from));
+    const auto end = static_cast<uint32_t>(std::min(items, std::max(from + itemsPerPixel, 0.0)));
+    spans[static_cast<size_t>(height - 1 - y)] = {first, std::max(end, first + 1)};
+  }
+  spansExtent = extent;
+}
+
+// The greatest items of rows by age [from, to) into `row`, as entries of the palette into `levels`; their
+// extent as displayed, 0 where all are empty.
+double C2DScreenTrace::readRows(uint32_t from, uint32_t to) {
+  C2DTrace& trace = rows();
+  const uint32_t index = indexOfAge(from);
+  const uint32_t beforeEnd = std::min(to - from, trace.size() - index);
+  double extent = maxima.of(*trace.data, *trace.rowvalues, index, index + beforeEnd, row);
+  if (to - from > beforeEnd) {  // the group crosses the end of the ring
+    std::vector<double> rest(row.size());
+    const double more = maxima.of(*trace.data, *trace.rowvalues, 0, to - from - beforeEnd, rest);
+    if (more != 0.0)
+      for (size_t i = 0; i < row.size(); ++i) row[i] = extent == 0.0 || rest[i] > row[i] ? rest[i] : row[i];
+    extent = std::max(extent, more);
+  }
+  if (extent > 0)
+    for (size_t i = 0; i < row.size(); ++i)
+      levels[i] = static_cast<uint8_t>(paletteIndex(row[i], trace.fullscale, trace.fsoffset));
+  return extent * std::abs(trace.ygain);
+}
+
+void C2DScreenTrace::drawColumn(std::span<uint32_t> pixels, double extent, const Colours& colours) {
+  if (!(extent > 0)) {
+    std::ranges::fill(pixels, colours.paper);
+    return;
+  }
+  if (extent != spansExtent || spans.size() != pixels.size())
+    mapItems(static_cast<int32_t>(pixels.size()), extent);
+  for (size_t y = 0; y < pixels.size(); ++y) {
+    const auto [first, end] = spans[y];
+    if (first == end) {
+      pixels[y] = colours.paper;
+      continue;
+    }
+    uint8_t level = levels[first];
+    for (uint32_t i = first + 1; i < end; ++i) level = std::max(level, levels[i]);
+    pixels[y] = colours.entries[level];
   }
 }
 
+C2DScreenTrace::Colours C2DScreenTrace::coloursOf(const DisplayPalette& palette) {
+  const auto packed = [](const PaletteEntry& e) {
+    return 0xff000000U | static_cast<uint32_t>(e.red << 16 | e.green << 8 | e.blue);
+  };
+  Colours colours;
+  for (size_t i = 0; i < colours.entries.size(); ++i) colours.entries[i] = packed(palette.entries()[i]);
+  colours.paper = packed(DisplayPalette::kWindowColour);
+  return colours;
+}
+
 void C2DScreenTrace::draw(Canvas& canvas, const Rect& plot, const TimeColumns& columns) {
+  // So many columns are drawn upright before they are laid beside each other.
+  constexpr int32_t kBeside = 16;
   C2DTrace& trace = rows();
-  if (!trace.size() || !trace.rowvalues || plot.isEmpty() || !(trace.period > 0)) return;
+  if (!trace.size() || !trace.rowvalues || plot.isEmpty() || !(trace.period > 0) || !(FS > 0)) return;
   const double ratio = canvas.isPrinter() ? 1.0 : canvas.pixelRatio();
   const auto width = static_cast<int32_t>(columns.count * ratio);
   const auto height = static_cast<int32_t>(plot.height() * ratio);
   if (width < 1 || height < 1) return;
-  constexpr uint32_t kNothing = UINT32_MAX;
-  block.assign(static_cast<size_t>(width) * static_cast<size_t>(height), kNothing);
+  const auto tall = static_cast<size_t>(height), wide = static_cast<size_t>(width);
+  block.resize(wide * tall);
   row.resize(trace.data->width);
-  colours.resize(row.size());
+  levels.resize(row.size());
+  spans.clear();
+  std::vector<uint32_t> upright(kBeside * tall);
+  const Colours colours = coloursOf(trace.palette);
   const double size = trace.size();
-  uint32_t shown = kNothing;  // the row that `colours` holds, where it is a single one
-  double extent = 0;
+  double from = std::floor(ageAt(columns.timeAt(0)));
+  double shownFrom = -1, shownTo = -1;  // the rows of the column before
   for (int32_t x = 0; x < width; ++x) {
-    const double from = std::floor(ageAt(columns.timeAt(x / ratio)));
-    const double to = std::max(from + 1, std::floor(ageAt(columns.timeAt((x + 1) / ratio))));
-    if (!(to > 0) || !(from < size)) continue;
-    const auto first = static_cast<uint32_t>(std::max(0.0, from));
-    const auto end = static_cast<uint32_t>(std::min(size, to));
-    if (first != shown || end - first != 1) {
-      const uint32_t index = indexOfAge(first);
-      const uint32_t beforeEnd = std::min(end - first, trace.size() - index);
-      extent = maxima.of(*trace.data, *trace.rowvalues, index, index + beforeEnd, row);
-      if (end - first > beforeEnd) {  // the group crosses the end of the ring
-        std::vector<double> rest(row.size());
-        const double more = maxima.of(*trace.data, *trace.rowvalues, 0, end - first - beforeEnd, rest);
-        if (more != 0.0)
-          for (size_t i = 0; i < row.size(); ++i)
-            row[i] = extent == 0.0 || rest[i] > row[i] ? rest[i] : row[i];
-        extent = std::max(extent, more);
-      }
-      extent *= std::abs(trace.ygain);
-      for (size_t i = 0; i < row.size(); ++i)
-        colours[i] = static_cast<uint32_t>(paletteIndex(row[i], trace.fullscale, trace.fsoffset));
-      shown = end - first == 1 ? first : kNothing;
+    const auto nth = static_cast<size_t>(x % kBeside);
+    const std::span column(upright.data() + nth * tall, tall);
+    const double next = std::floor(ageAt(columns.timeAt((x + 1) / ratio)));
+    const double to = std::max(from + 1, next);
+    if (from == shownFrom && to == shownTo) {
+      const std::span before(upright.data() + (nth + kBeside - 1) % kBeside * tall, tall);
+      std::ranges::copy(before, column.begin());
+    } else {
+      const bool some = to > 0 && from < size;
+      const double extent = some ? readRows(static_cast<uint32_t>(std::max(0.0, from)),
+                                            static_cast<uint32_t>(std::min(size, to)))
+                                 : 0.0;
+      drawColumn(column, extent, colours);
+      shownFrom = from;
+      shownTo = to;
     }
-    if (extent > 0) drawColumn(x, height, extent, block.data(), width);
+    from = next;
+    if (nth + 1 < kBeside && x + 1 < width) continue;
+    for (size_t y = 0; y < tall; ++y) {
+      uint32_t* out = block.data() + y * wide + static_cast<size_t>(x) - nth;
+      for (size_t k = 0; k <= nth; ++k) out[k] = upright[k * tall + y];
+    }
   }
-  std::array<uint32_t, DisplayPalette::kEntries> palette;
-  for (size_t i = 0; i < palette.size(); ++i) {
-    const PaletteEntry& e = trace.palette.entries()[i];
-    palette[i] = 0xff000000U | static_cast<uint32_t>(e.red << 16 | e.green << 8 | e.blue);
-  }
-  // Where there is no row the paper shows.
-  const PaletteEntry& paper = DisplayPalette::kWindowColour;
-  const uint32_t background =
-      0xff000000U | static_cast<uint32_t>(paper.red << 16 | paper.green << 8 | paper.blue);
-  for (uint32_t& pixel : block) pixel = pixel == kNothing ? background : palette[pixel];
   canvas.pixels({block.data(), width, height, width},
                 {plot.left, plot.top, plot.left + columns.count, plot.bottom});
 }

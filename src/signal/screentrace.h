@@ -2,7 +2,9 @@
 // of its samples. CScreenTrace draws a curve or dots, C2DScreenTrace rows of colours.
 #pragma once
 
+#include <array>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "host/canvas.h"
@@ -71,10 +73,24 @@ class C2DScreenTrace final : public CScreenTrace {
   static int32_t paletteIndex(double value, double fullscale, double fsoffset);
 
  private:
-  void drawColumn(int32_t x, int32_t height, double extent, uint32_t* pixels, int32_t stride);
+  struct Colours {
+    std::array<uint32_t, DisplayPalette::kEntries> entries;
+    uint32_t paper;
+  };
+  static Colours coloursOf(const DisplayPalette& palette);
+  void mapItems(int32_t height, double extent);
+  double readRows(uint32_t from, uint32_t to);
+  void drawColumn(std::span<uint32_t> pixels, double extent, const Colours& colours);
+
   RowMaxima maxima;
+  // Of one drawing, kept for their room.
   std::vector<double> row;
-  std::vector<uint32_t> colours;
+  std::vector<uint8_t> levels;
+  struct Items {
+    uint32_t first, end;
+  };
+  std::vector<Items> spans;
+  double spansExtent = 0;
   std::vector<uint32_t> block;
 };
 

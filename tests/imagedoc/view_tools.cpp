@@ -1,7 +1,9 @@
 // What each tool makes of the mouse.
 #include <gmock/gmock.h>
 
+#include "imagedoc/levelchart.h"
 #include "imagedoc/viewtest.h"
+#include "signal/livechartdoc.h"
 
 namespace tarnvisor {
 namespace {
@@ -290,6 +292,35 @@ TEST_F(ViewTest, AClosedDocumentLeavesNoInternalToolBehind) {
   view = nullptr;
   process.imageTemplate->discard(d);
   EXPECT_EQ(tool, kToolNone);
+}
+
+TEST_F(ViewTest, TheGreyLevelProfileFollowsALineWhileItIsDrawnOrDragged) {
+  ZBasicDoc& d = show();
+  d.image->fill(30);
+  d.image->setPixel(12, 50, 90);
+  d.image->setPixel(14, 60, 70);
+  (void)d.addDimension({10, 50}, 1);
+  (void)d.addPointToDimension(0, {13, 50});
+  showGreyLevelProfile(d, 0);
+  app->documents.activate(d);
+  const auto shown = [] {
+    const ZZTrace* trace = findLiveChart("Grey level profile")->firsttrace();
+    std::vector<double> values(trace->size());
+    (void)trace->data->getcopy(values.data(), 0, trace->size());
+    return values;
+  };
+  EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 90, 30));
+  play("down 11,50 move 11,60");  // the button is still held
+  EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 30, 30));
+  play("move 12,60");
+  EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 30, 70));
+  play("move 11,50 up 11,50");
+  EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 90, 30));
+  tool = kToolLines;
+  play("down 12,60 move 15,60");
+  EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 70, 30));
+  play("up 15,60");
+  EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 70, 30));
 }
 
 }  // namespace

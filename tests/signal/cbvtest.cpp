@@ -19,9 +19,7 @@ TEST(CbvParameterStore, KeepsEveryKey) {
   CbvParameters read;
   read.cbvMethod = 9;
   read.readSettings();
-  EXPECT_EQ(read.cbvMethod, 0);
-  EXPECT_EQ(read.ped2, 60);
-  EXPECT_EQ(read.FSthreshold, 0.5);
+  EXPECT_EQ(std::make_tuple(read.cbvMethod, read.ped2, read.FSthreshold), std::make_tuple(0, 60, 0.5));
   CbvParameters changed;
   changed.nOverThresh = 7;
   changed.noisefloorRC = 2.5;
@@ -32,9 +30,7 @@ TEST(CbvParameterStore, KeepsEveryKey) {
   EXPECT_EQ(settings.getInt("FLOcalcs", "LoCutOff", 0), 10);
   read.readSettings();
   settings.setPath(before);
-  EXPECT_EQ(read.nOverThresh, 7);
-  EXPECT_EQ(read.noisefloorRC, 2.5);
-  EXPECT_EQ(read.cutDopTop, 1);
+  EXPECT_EQ(std::make_tuple(read.nOverThresh, read.noisefloorRC, read.cutDopTop), std::make_tuple(7, 2.5, 1));
 }
 
 TEST(NoiseFloor, FollowsTheTopSixteenBins) {

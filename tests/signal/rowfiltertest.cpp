@@ -107,10 +107,8 @@ TEST(Review, CalculatesVelocityOverTheSelection) {
   EXPECT_THAT(samplesOf(*cbv), ElementsAre(18, 8, 20, 12));
   EXPECT_EQ(cbv->typecode(), kUint16Code);
   EXPECT_EQ(cbv->name + cbv->yunits + cbv->xunits, "CBVmm/ss");
-  EXPECT_EQ(cbv->period, 0.5);
-  EXPECT_EQ(cbv->ygain, 0.25);
-  EXPECT_EQ(cbv->xscale, 1.0);
-  EXPECT_EQ(cbv->timeof(0), 1.5);
+  EXPECT_EQ(std::make_tuple(cbv->period, cbv->ygain, cbv->xscale, cbv->timeof(0)),
+            std::make_tuple(0.5, 0.25, 1.0, 1.5));
   EXPECT_EQ(samplesOf(*spectrum), before);
   EXPECT_EQ(calculateCbv(C2DTrace(), {}, {&analysis, nullptr}), nullptr);
 }
@@ -181,9 +179,8 @@ TEST(SignalStrength, SumsRowsFromBinOneInTheLooksOfTheProfile) {
   EXPECT_THAT(samplesOf(*power), ElementsAre(3, 7));
   EXPECT_EQ(power->typecode(), kFloatCode);
   EXPECT_EQ(power->name + power->yunits, "PV");
-  EXPECT_EQ(power->colour, 0xFF0201u);
-  EXPECT_EQ(power->ygain, 0.001);
-  EXPECT_EQ(power->tracetype, 3);
+  EXPECT_EQ(std::make_tuple(power->colour, power->ygain, power->tracetype),
+            std::make_tuple(0xFF0201u, 0.001, 3));
   EXPECT_EQ(signalStrength(C2DTrace()), nullptr);
 }
 
@@ -217,9 +214,8 @@ TEST(PowerSpectrum, ScalesPowersToTheirItems) {
     EXPECT_EQ(psd->width(), 256);
     EXPECT_EQ(psd->typecode(), kUint16Code);
     EXPECT_THAT(samplesOf(*psd->rowvalues), Each(2.0));
-    EXPECT_EQ(psd->period, 128);
-    EXPECT_EQ(psd->pixelperiod, 2.0);
-    EXPECT_EQ(psd->xscale, 10 * 2 * 0.00390625);
+    EXPECT_EQ(std::make_tuple(psd->period, psd->pixelperiod, psd->xscale),
+              std::make_tuple(128, 2.0, 10 * 2 * 0.00390625));
     EXPECT_EQ(psd->name + psd->yunits, "Calculated PSDkHz");
     EXPECT_EQ(psd->starttime, 5);
     EXPECT_EQ(psd->slot, 3);
@@ -248,9 +244,8 @@ TEST(ComplexSpectra, LeadFromAScanToVelocity) {
   const ComplexSpectrum made = complexSpectrum(scan, {});
   ASSERT_EQ(made.cbv->size(), 200u);
   EXPECT_EQ(made.real->name, "real");
-  EXPECT_EQ(made.real->colour, 255u);
-  EXPECT_EQ(made.cbv->colour, 0xFF00u);
-  EXPECT_EQ(made.spectrum->width(), 64);
+  EXPECT_EQ(std::make_tuple(made.real->colour, made.cbv->colour, made.spectrum->width()),
+            std::make_tuple(255u, 0xFF00u, 64));
   // The row's pattern turns once in eight rows: 128 samples hold 16 turns.
   EXPECT_NEAR(made.real->data->at(0), 2000, 5);
   EXPECT_NEAR(made.real->data->at(4), -2000, 5);

@@ -231,16 +231,12 @@ TEST(PulseIndices, HoldPeaksForwardAndTroughsBackward) {
   EXPECT_EQ(made.mean, nullptr);
   EXPECT_THAT(samplesOf(*made.index), ElementsAre(0, 750, 750, 750, 625, 666, 666, 666, 1000));
   EXPECT_EQ(made.systolic->name + made.diastolic->name, "systolic peakdiastolic min");
-  EXPECT_EQ(made.systolic->colour, 0xFF00FFu);
-  EXPECT_EQ(made.diastolic->colour, 0xFF0000u);
-  EXPECT_EQ(made.systolic->typecode(), kUint16Code);
+  EXPECT_EQ(std::make_tuple(made.systolic->colour, made.diastolic->colour, made.systolic->typecode()),
+            std::make_tuple(0xFF00FFu, 0xFF0000u, kUint16Code));
   EXPECT_EQ(made.index->name, "Resistance Index");
-  EXPECT_EQ(made.index->colour, 255u);
-  EXPECT_EQ(made.index->ygain, 0.001);
-  EXPECT_EQ(made.index->xscale, 0.0078125);
-  EXPECT_EQ(made.index->tracetype, 2);
-  EXPECT_EQ(made.index->period, 0.04);
-  EXPECT_EQ(made.index->starttime, 9);
+  EXPECT_EQ(std::make_tuple(made.index->colour, made.index->ygain, made.index->xscale, made.index->tracetype,
+                            made.index->period, made.index->starttime),
+            std::make_tuple(255u, 0.001, 0.0078125, 2, 0.04, 9));
 }
 
 TEST(PulseIndices, TakeAPlateauForBothAndKeepToTheSelection) {
@@ -310,9 +306,7 @@ TEST(Maxima, StandBetweenMinimaAndInTheLog) {
   setLogging(false);
   setLogFile(before);
   ASSERT_EQ(maxima.size(), 2u);  // neither end is one
-  EXPECT_EQ(maxima[0].index, 3u);
-  EXPECT_EQ(maxima[0].value, 4.5);
-  EXPECT_EQ(maxima[1].index, 7u);
+  EXPECT_EQ(std::make_tuple(maxima[0].index, maxima[0].value, maxima[1].index), std::make_tuple(3u, 4.5, 7u));
   std::ifstream log(folder.file("log"));
   std::string line;
   std::getline(log, line);
@@ -330,9 +324,8 @@ TEST(Maxima, AreFoundByFewLooksAndOnStairsToo) {
   }
   const auto smoothOnes = goldenSearchMaxima(*traceOf(slow), {});
   ASSERT_EQ(smoothOnes.size(), 3u);  // at pi / 2 and every 2 pi after it
-  EXPECT_EQ(smoothOnes[0].index, 79u);
-  EXPECT_EQ(smoothOnes[1].index, 393u);
-  EXPECT_EQ(smoothOnes[2].index, 707u);
+  EXPECT_EQ(std::make_tuple(smoothOnes[0].index, smoothOnes[1].index, smoothOnes[2].index),
+            std::make_tuple(79u, 393u, 707u));
   for (const Maximum& found : smoothOnes) EXPECT_LT(found.evaluations, 40u);
   for (const Maximum& found : goldenSearchMaxima(*traceOf(stairs), {})) EXPECT_EQ(found.value, 3.0);
   EXPECT_EQ(goldenSearchMaxima(*traceOf(stairs), {}).size(), 3u);

@@ -193,20 +193,26 @@ TEST(Axes, OfValuesPaintUpwardLeftOfThePlot) {
   CValueAxis axis;
   RecordingCanvas canvas;
   axis.measure(canvas);
-  axis.size = 300;
+  axis.size = 600;
   axis.units = "mm/s";
   axis.setScale(0.01);
-  axis.paintLeft(canvas, {60, 0, 400, 300}, 0);
-  EXPECT_THAT(canvas.calls, testing::IsSupersetOf({"polyline 60,300 60,0", "text 10,-8 0 \"mm/s\"",
-                                                   "polyline 40,300 60,300", "text 31,292 0 \"0     \"",
-                                                   "polyline 50,280 60,280", "polyline 40,100 60,100",
-                                                   "text 31,92 0 \"2     \"", "polyline 50,0 60,0"}));
-  EXPECT_EQ(canvas.calls.size(), 3u + 16u + 2u) << "sixteen ticks, two of them with a label";
-  axis.size = 210;  // the label at 2 would touch the unit
+  const Rect plot{60, 0, 400, 600};
+  axis.paintLeft(canvas, plot, 0);
+  // Texts stay beside the axis at its ends, and the unit has the place of the topmost label.
+  EXPECT_THAT(canvas.calls, testing::IsSupersetOf({"polyline 60,600 60,0", "text 10,0 0 \"mm/s\"",
+                                                   "polyline 40,600 60,600", "text 31,584 0 \"0     \"",
+                                                   "polyline 50,580 60,580", "polyline 40,400 60,400",
+                                                   "text 31,392 0 \"2     \"", "polyline 40,0 60,0"}));
+  EXPECT_EQ(canvas.calls.size(), 3u + 31u + 3u) << "thirty-one ticks, three of them with a label";
+  axis.size = 410;  // the label at 4 would touch the unit
   RecordingCanvas shorter;
-  axis.paintLeft(shorter, {60, 0, 400, 300}, 0);
-  EXPECT_THAT(shorter.calls, Not(Contains(StartsWith("text 31,92"))));
-  EXPECT_THAT(shorter.calls, Contains("polyline 40,100 60,100"));
+  axis.paintLeft(shorter, plot, 0);
+  EXPECT_THAT(shorter.calls, Not(Contains(StartsWith("text 31,192"))));
+  EXPECT_THAT(shorter.calls, Contains("polyline 40,200 60,200"));
+  axis.size = 100;  // too short for three labels: the ticks between have theirs
+  RecordingCanvas shortest;
+  axis.paintLeft(shortest, plot, 0);
+  EXPECT_THAT(shortest.calls, Contains("text 17,552 0 \"0.4   \""));
 }
 
 }  // namespace

@@ -24,22 +24,15 @@ FileBytes presentTrace() {
 TEST(StoredTraces, ReadAndWriteThePresentForm) {
   CTrace trace;
   loadFrom(trace, presentTrace());
-  EXPECT_EQ(trace.colour, 0x112233u);
-  EXPECT_EQ(trace.origin, 1u);
-  EXPECT_EQ(trace.ygain, 0.5);
-  EXPECT_EQ(trace.period, 2.0);
+  EXPECT_EQ(std::make_tuple(trace.colour, trace.origin, trace.ygain, trace.period),
+            std::make_tuple(0x112233u, 1u, 0.5, 2.0));
   EXPECT_THAT(samplesOf(trace), ElementsAre(10, 20, 1000));
-  EXPECT_EQ(trace.typecode(), kUint16Code);
-  EXPECT_EQ(trace.xscale, 3.0);
-  EXPECT_EQ(trace.pixelperiod, 4.0);
-  EXPECT_EQ(trace.starttime, -1);
-  EXPECT_EQ(trace.slot, 2);
+  EXPECT_EQ(std::make_tuple(trace.typecode(), trace.xscale, trace.pixelperiod, trace.starttime, trace.slot),
+            std::make_tuple(kUint16Code, 3.0, 4.0, -1, 2));
   EXPECT_EQ(trace.name, "abc");
   EXPECT_EQ(trace.xunits, "s");
   EXPECT_EQ(trace.yunits, "");
-  EXPECT_EQ(trace.circular, 1);
-  EXPECT_EQ(trace.yoffset, -1.0);
-  EXPECT_EQ(trace.tracetype, 123);
+  EXPECT_EQ(std::make_tuple(trace.circular, trace.yoffset, trace.tracetype), std::make_tuple(1, -1.0, 123));
   EXPECT_TRUE(trace.hidden);
   EXPECT_TRUE(trace.marked);
   EXPECT_EQ(trace.linewidth, 0);  // as stored, not the default
@@ -80,12 +73,10 @@ TEST(StoredTraces, ReadEveryOlderVersion) {
     EXPECT_EQ(trace.starttime, version < 2 ? 2469 : 777);  // 1.2349 * 1000 / 0.5, cut
     EXPECT_EQ(trace.slot, 4);
     EXPECT_EQ(trace.name + trace.xunits + trace.yunits, "nxy");
-    EXPECT_EQ(trace.circular, version < 4 ? 1 : 0);
-    EXPECT_EQ(trace.yoffset, version < 5 ? 0 : 8);
-    EXPECT_EQ(trace.tracetype, version < 6 ? 0 : 111);
-    EXPECT_EQ(trace.hidden, version >= 7);
-    EXPECT_EQ(trace.marked, version >= 8);
-    EXPECT_EQ(trace.linewidth, version < 8 ? 5 : 3);
+    EXPECT_EQ(std::make_tuple(trace.circular, trace.yoffset, trace.tracetype, trace.hidden, trace.marked,
+                              trace.linewidth),
+              std::make_tuple(version < 4 ? 1 : 0, version < 5 ? 0 : 8, version < 6 ? 0 : 111, version >= 7,
+                              version >= 8, version < 8 ? 5 : 3));
   }
 }
 

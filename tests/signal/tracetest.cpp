@@ -35,9 +35,8 @@ TEST(Traces, TellTheTimeOfAnIndexAndBack) {
   trace.period = 0.5;
   trace.starttime = 2000;
   trace.origin = 4;
-  EXPECT_EQ(trace.timeof(4), 2.0);
-  EXPECT_EQ(trace.timeof(9), 4.5);
-  EXPECT_EQ(trace.timeof(3), 6.5);
+  EXPECT_EQ(std::make_tuple(trace.timeof(4), trace.timeof(9), trace.timeof(3)),
+            std::make_tuple(2.0, 4.5, 6.5));
   uint32_t index = 77;
   EXPECT_TRUE(trace.indexof(2.9, index));
   EXPECT_EQ(index, 5u);
@@ -102,9 +101,7 @@ TEST(Traces, TakeRangesInTimeOrder) {
     EXPECT_STREQ(copy->classRecord().name, "CTrace");
     EXPECT_EQ(copy->typecode(), kInt16Code);
     EXPECT_EQ(copy->name, "x");
-    EXPECT_EQ(copy->ygain, 0.25);
-    EXPECT_EQ(copy->origin, 0u);
-    EXPECT_EQ(copy->starttime, 0);
+    EXPECT_EQ(std::make_tuple(copy->ygain, copy->origin, copy->starttime), std::make_tuple(0.25, 0u, 0));
     return samplesOf(*copy);
   };
   EXPECT_THAT(taken(1, 3), ElementsAre(1, 2));
@@ -154,10 +151,8 @@ TEST(Traces, AssignDataAloneWithTheirRing) {
   from->period = 9;
   auto to = traceOf({7});
   to->assigndata(*from);
-  EXPECT_EQ(to->typecode(), kInt8Code);
-  EXPECT_EQ(to->circular, 1);
-  EXPECT_EQ(to->origin, 2u);
-  EXPECT_EQ(to->period, 1.0);
+  EXPECT_EQ(std::make_tuple(to->typecode(), to->circular, to->origin, to->period),
+            std::make_tuple(kInt8Code, 1, 2u, 1.0));
   to->zeroat(1);
   to->zeroat(3);
   EXPECT_THAT(samplesOf(*to), ElementsAre(1, 0, 3));
