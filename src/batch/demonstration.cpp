@@ -8,10 +8,12 @@
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "batch/demonstrationchart.h"
 #include "batch/runner.h"
 #include "batch/script.h"
 #include "db/subjectselection.h"
 #include "imagedoc/zbasicdoc.h"
+#include "signal/chartdoc.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {
@@ -21,6 +23,8 @@ namespace {
 constexpr const char* kSubject = "DEMO-1";
 constexpr const char* kSite = "left ring finger";
 constexpr const char* kTruthFile = "truth.csv";
+constexpr const char* kChart = "pulse.zz1";
+constexpr const char* kChartTruthFile = "pulse-truth.csv";
 constexpr const char* kRawFolder = "stills/";  // below the exam's folder; documents get copies beside them
 
 struct DemonstrationStill {
@@ -84,6 +88,28 @@ std::string drawStills(const std::string& folder) {
   return done ? std::string() : done.why();
 }
 
+std::string drawPulse(const std::string& folder) {
+  DopplerTruth truth;
+  if (const Outcome saved = saveDemonstrationChart(folder + kChart, truth); !saved) return saved.why();
+  std::string truthLines = "systole,seconds\n";
+  for (size_t i = 0; i < truth.systoles.size(); ++i)
+    truthLines += format("%zu,%.4f\n", i + 1, truth.systoles[i]);
+  const Outcome done = replaceFile(folder + kChartTruthFile, std::string_view(truthLines));
+  return done ? std::string() : done.why();
+}
+
+// Beats a minute between the first and the last systole of the truth file; 0 without.
+double truePulse(const std::string& folder) {
+  std::vector<double> systoles;
+  std::ifstream lines(folder + kChartTruthFile);
+  std::string line;
+  for (std::getline(lines, line); std::getline(lines, line);)
+    if (const std::vector<std::string> parts = split(line, ','); parts.size() == 2)
+      systoles.push_back(std::strtod(parts[1].c_str(), nullptr));
+  if (systoles.size() < 2) return 0;
+  return 60.0 * static_cast<double>(systoles.size() - 1) / (systoles.back() - systoles.front());
+}
+
 std::string stillLine(const KnownStill& still, const ZBasicDoc& document) {
   return format("%-12s %5i %6zu  %-52s %s\n", still.file.c_str(), still.truth,
                 document.currentDims().items.size(), document.resultText.c_str(), still.about.c_str());
@@ -103,7 +129,9 @@ std::string makeDemonstration(CBasicApp& app) {
   dialog.saveDetails();
   dialog.finish(SubjectDialog::Result::StartNewExamination);
   if (!makeExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
-  return drawStills(app.dataFolder + app.examFolder + kSeparator);
+  const std::string folder = app.dataFolder + app.examFolder + kSeparator;
+  const std::string problem = drawStills(folder);
+  return problem.empty() ? drawPulse(folder) : problem;
 }
 
 int runDemonstration(CBasicApp& app, ScriptHost& script) {
@@ -132,6 +160,17 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
       return 1;
     std::fputs(stillLine(still, *document).c_str(), stdout);
     if (!must("save", {saved}) || !must("close", {})) return 1;
+  }
+  // A folder may stem from before there was a chart.
+  if (fileExists(folder + kChart)) {
+    if (!must("open", {folder + kChart})) return 1;
+    auto* chart = dynamic_cast<ZchartDoc*>(app.documents.active());
+    if (!chart) return 1;
+    const PulseRates found = findPulse(*chart);
+    std::printf("\n%-12s %9s %12s %12s  beats a minute\n%-12s %9.2f %12.2f %12.2f\n", "chart", "true pulse",
+                "of maxima", "of spectra", kChart, truePulse(folder), found.ofMaxima, found.ofSpectra);
+    chart->resultText = format("Pulse %.1f a minute", found.ofMaxima);
+    if (!must("save", {}) || !must("close", {})) return 1;
   }
   std::printf("\nImage Results\n");
   const StepResult table = runner.runStep({"results", {"Image Results"}, "demonstration", 0});

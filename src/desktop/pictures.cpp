@@ -12,6 +12,7 @@
 #include <cstdio>
 
 #include "app/mainframe.h"
+#include "app/processstate.h"
 #include "assembly/assembly.h"
 #include "base/files.h"
 #include "desktop/paintercanvas.h"
@@ -20,6 +21,8 @@
 #include "framework/commandids.h"
 #include "imagedoc/zbasicview.h"
 #include "results/resultdoc.h"
+#include "signal/commonflodoc.h"
+#include "signal/xychart.h"
 
 namespace {
 
@@ -78,12 +81,12 @@ class Photographer {
     for (QWidget* each : QApplication::topLevelWidgets())
       if (each->isVisible() && each->windowTitle().startsWith(title)) keep(*each, name);
   }
-  void keepMenus() {
+  void keepMenus(const std::string& prefix) {
     settle();
     QMenuBar* bar = window().menuBar();
     for (QMenu* menu : bar->findChildren<QMenu*>(Qt::FindDirectChildrenOnly)) {
       menu->popup(window().mapToGlobal(QPoint(40, 40)));
-      const std::string name = "menu" + fromQt(menu->title().toLower().replace('&', '-'));
+      const std::string name = prefix + fromQt(menu->title().toLower().remove('&'));
       keep(*menu, name.c_str());
       menu->close();
     }
@@ -102,6 +105,21 @@ class Photographer {
   void documents();
   void dialogs(ZBasicDoc& image);
   void tables(ZBasicDoc& image);
+  // Of a line on the image, and of its region.
+  void levelCharts(ZBasicDoc& image);
+  void charts();
+  void chartDialogs(ZchartDoc& chart, ZchartView& view);
+  void toolBox(ZchartDoc& chart, ZchartView& view);
+  // With the values that a form begins with.
+  void runWithoutAsking(int32_t command) {
+    process.quietMode = true;
+    (void)app.runCommand(command);
+    process.quietMode = false;
+  }
+  void discardAll() {
+    for (CDocument* document : std::vector<CDocument*>(app.documents.documents()))
+      document->type()->discard(*document);
+  }
 
   CBasicApp& app;
   QtHost& host;
@@ -126,7 +144,7 @@ bool Photographer::select() {
 
 bool Photographer::all() {
   if (!select()) return false;
-  keepMenus();
+  keepMenus("menu-");
   documents();
   return true;
 }
@@ -138,7 +156,7 @@ void Photographer::documents() {
   window().tile();
   app.documents.activate(*good);
   keep(window(), "main-window");
-  keepMenus();
+  keepMenus("menu-");
 
   app.documents.closeAll();
   ZBasicDoc& image = *open(examPath(app, "good.tv1"));
@@ -166,8 +184,9 @@ void Photographer::documents() {
   app.documents.activate(image);
   keep(frameOf(image), "voronoi");
   tables(image);
-  for (CDocument* document : std::vector<CDocument*>(app.documents.documents()))
-    document->type()->discard(*document);
+  levelCharts(image);
+  discardAll();
+  charts();
 }
 
 void Photographer::dialogs(ZBasicDoc& image) {
@@ -211,10 +230,99 @@ void Photographer::tables(ZBasicDoc& image) {
   (void)app.runCommand(cmd::DimensionListWindow);
   frameOf(*app.documents.active()).resize(760, 380);
   keep(frameOf(*app.documents.active()), "dimension-list");
-  app.documents.activate(image);
-  (void)app.runCommand(cmd::Histogram);
-  frameOf(*app.documents.active()).resize(760, 480);
-  keep(frameOf(*app.documents.active()), "histogram");
+}
+
+void Photographer::levelCharts(ZBasicDoc& image) {
+  image.currentDims().removeAll();
+  const int32_t line = image.addDimension({330, 300}, CDimList::kPolyline);
+  image.addPointToDimension(line, {760, 470});
+  viewOf(image).selected = line;
+  image.updateAllViews();
+  for (const auto& [command, name] :
+       {std::pair{cmd::GreyLevel, "level-profile"}, std::pair{cmd::Histogram, "histogram"}}) {
+    app.documents.activate(image);
+    (void)app.runCommand(command);
+    frameOf(*app.documents.active()).resize(760, 420);
+    keep(frameOf(*app.documents.active()), name);
+  }
+  window().tile();
+  keep(window(), "level-charts");
+}
+
+void Photographer::charts() {
+  auto* chart = dynamic_cast<ZchartDoc*>(app.openDocumentFile(examPath(app, "pulse.zz1")));
+  if (!chart) return;
+  auto& view = static_cast<ZchartView&>(*chart->views().front());
+  frameOf(*chart).resize(1000, 620);
+  settle();
+  view.setActive(chart->findtrace("flow"));
+  keep(frameOf(*chart), "chart");
+  keepMenus("chart-menu-");
+  view.zoomTime(0.2, 0.0);
+  view.select(1.5, 4.5);
+  chart->updateAllViews();
+  keep(frameOf(*chart), "chart-selection");
+  chartDialogs(*chart, view);
+  toolBox(*chart, view);
+  discardAll();
+}
+
+void Photographer::chartDialogs(ZchartDoc& chart, ZchartView& view) {
+  const std::pair<int32_t, const char*> ofSamples[] = {{cmd::SimpleSmoothing, "simple-smoothing"},
+                                                       {cmd::ArtifactFilter, "artifact-filter"},
+                                                       {cmd::FirFilter, "fir-filter"},
+                                                       {cmd::PulsatilityIndex, "pulsatility-settings"},
+                                                       {cmd::TraceProperties, "trace-properties"},
+                                                       {cmd::XyChart, "xy-settings"},
+                                                       {cmd::ExportTrace, "trace-export"},
+                                                       {cmd::ImportTrace, "trace-import"},
+                                                       {cmd::FilePrintPreview, "chart-preview"}};
+  for (const auto& [command, name] : ofSamples) keepDialog(command, name);
+  view.setActive(chart.findtrace("Doppler spectrum"));
+  keepDialog(cmd::LevelContour, "level-contours");
+}
+
+void Photographer::toolBox(ZchartDoc& chart, ZchartView& view) {
+  const auto fresh = [&](const char* trace, double from, double to) {
+    while (chart.canUndo()) chart.undo();
+    view.setActive(chart.findtrace(trace));
+    view.select(from, to);
+  };
+  fresh("flow", 2, 38);
+  runWithoutAsking(cmd::PulsatilityIndex);
+  view.fit();
+  frameOf(chart).resize(1000, 760);
+  keep(frameOf(chart), "pulsatility");
+  fresh("Doppler", 0, 0);
+  runWithoutAsking(cmd::PowerSpectrum);
+  keep(frameOf(chart), "power-spectrum");
+  fresh("Doppler spectrum", 0, 0);
+  runWithoutAsking(cmd::SignalStrength);
+  view.setActive(chart.findtrace("Doppler spectrum"));
+  runWithoutAsking(cmd::LevelContour);
+  keep(frameOf(chart), "contours");
+  fresh("Doppler spectrum", 0, 0);
+  view.cursor = 3.0;
+  runWithoutAsking(cmd::PsdProfile);
+  frameOf(*app.documents.active()).resize(760, 420);
+  keep(frameOf(*app.documents.active()), "psd-profile");
+  app.documents.activate(chart);
+  fresh("flow", 0, 0);
+  runWithoutAsking(cmd::ChartResults);
+  if (CResultDoc* table = findResultDocument("Chart Results")) {
+    app.documents.activate(*table);
+    frameOf(*table).resize(900, 220);
+    keep(frameOf(*table), "chart-results");
+  }
+  app.documents.activate(chart);
+  runWithoutAsking(cmd::Differentiate);
+  const ZZTrace* flow = chart.findtrace("flow");
+  const ZZTrace* slope = chart.findtrace("dy/dx of flow");
+  if (!flow || !slope) return;
+  if (xychartdoc* against = makeXyChart(*flow, *slope, "slope against flow")) {
+    frameOf(*against).resize(640, 520);
+    keep(frameOf(*against), "xy-chart");
+  }
 }
 
 }  // namespace

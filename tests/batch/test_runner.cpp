@@ -1,6 +1,9 @@
 // Whole scripts, as a user writes them.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <filesystem>
+
 #include "assembly/assembly.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -159,7 +162,23 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
        {"good.bmp        45     45", "dense.bmp       91     91", "sparse.bmp      24     24",
         "colour.bmp      45     45", "field.zzg       45     45"})
     EXPECT_THAT(first, HasSubstr(good));
-  EXPECT_EQ(app.db->resultsOf(app.examId).size(), 7u);
+  const auto rows = app.db->resultsOf(app.examId);
+  EXPECT_EQ(rows.size(), 8u);
+  // The chart: bound to the exam, its rate found both ways, and not made again.
+  EXPECT_EQ(1, std::count_if(rows.begin(), rows.end(), [](const ResultRow& row) {
+              return row.filename == "pulse.zz1" && row.result == "Pulse 72.0 a minute";
+            }));
+  double drawn = 0, maxima = 0, spectra = 0;
+  const size_t line = first.find("\npulse.zz1 ");
+  ASSERT_NE(line, std::string::npos);
+  ASSERT_EQ(std::sscanf(first.c_str() + line, " pulse.zz1 %lf %lf %lf", &drawn, &maxima, &spectra), 3);
+  EXPECT_NEAR(drawn, 72.0, 0.3);
+  EXPECT_NEAR(maxima, drawn, 0.1);
+  EXPECT_NEAR(spectra, drawn, 0.5);
+  const std::string chart = app.dataFolder + app.examFolder + kSeparator + "pulse.zz1";
+  ASSERT_TRUE(std::filesystem::remove(chart));
+  EXPECT_EQ(makeDemonstration(app), "");
+  EXPECT_FALSE(fileExists(chart));
 }
 
 }  // namespace
