@@ -75,8 +75,8 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   acrossAxis.measureAlong(canvas);
   upwardAxis.measure(canvas);
   const int32_t line = upwardAxis.line;
-  const Rect inner{area.left + 12 * upwardAxis.charw, area.top + line, area.right - line,
-                   area.bottom - 3 * line};
+  const Rect inner{area.left + 12 * upwardAxis.charw, area.top + line + line / 2, area.right - line,
+                   area.bottom - 4 * line};
   Extent x, y;
   for (const xychartdoc::Pair& p : points()) {
     x.take(p.x);
@@ -109,7 +109,6 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   const auto prepare = [](CAxis& axis, const Extent& extent, int32_t length, const ZZTrace& of) {
     axis.size = length;
     axis.units = of.yunits;
-    axis.name = of.name;
     const double scale = (extent.high - extent.low) / std::max(1, length);
     axis.setScale(scale);
     axis.pos = static_cast<int32_t>(std::clamp(std::floor(extent.low / scale), -2e9, 2e9));
@@ -118,6 +117,9 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   prepare(upwardAxis, upward, inner.height(), trace);
   acrossAxis.paintBelow(canvas, inner, kInk);
   upwardAxis.paintLeft(canvas, inner, kInk);
+  canvas.text({inner.left, area.top + line / 4}, trace.name, trace.colour & 0xffffff);
+  const std::string& along = doc.xTrace()->name;
+  canvas.text({inner.right - canvas.textSize(along).width, area.bottom - line - line / 2}, along, kInk);
 }
 
 void xychartvw::mouseMove(const MouseEvent& event) {
