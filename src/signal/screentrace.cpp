@@ -248,9 +248,10 @@ void C2DScreenTrace::draw(Canvas& canvas, const Rect& plot, const TimeColumns& c
       if (end - first > beforeEnd) {  // the group crosses the end of the ring
         std::vector<double> rest(row.size());
         const double more = maxima.of(*trace.data, *trace.rowvalues, 0, end - first - beforeEnd, rest);
-        if (more != 0.0)
-          for (size_t i = 0; i < row.size(); ++i)
-            row[i] = extent == 0.0 || rest[i] > row[i] ? rest[i] : row[i];
+        if (extent == 0.0)
+          row.swap(rest);
+        else if (more != 0.0)
+          takeMaxima(row, rest);
         extent = std::max(extent, more);
       }
       extent *= std::abs(trace.ygain);
