@@ -243,6 +243,10 @@ const std::vector<Menu>& menusOf(MenuSet set) {
   }
 }
 
+int32_t popupMenuFor(const CDocument* front) {
+  return menuSetFor(front) == MenuSet::Chart ? kChartPopup : kToolsPopup;
+}
+
 const std::vector<MenuEntry>& popupMenuOf(int32_t menuId) {
   static const Entries tools =
       toolEntries() + Entries{K::Separator,         cmd::Copy,         cmd::Paste,
@@ -252,8 +256,21 @@ const std::vector<MenuEntry>& popupMenuOf(int32_t menuId) {
       zoomEntries() + Entries{K::Separator,       cmd::ScaleBar,           cmd::Grid,
                               cmd::ShowCrosshair, cmd::HideShowDimensions, K::Separator,
                               paletteMenu(),      brightnessMenu()};
+  static const Entries chart{cmd::EditCopy,     cmd::EditCut,         cmd::EditPaste,  cmd::DeleteFromTrace,
+                             K::Separator,      cmd::InsertMarker,    cmd::EditMarker, K::Separator,
+                             cmd::ZoomFit,      cmd::ZoomIn,          cmd::ZoomOut,    K::Separator,
+                             cmd::ChartResults, cmd::TraceProperties, cmd::HideTrace};
   static const Entries nothing;
-  return menuId == kToolsPopup ? tools : menuId == kDisplayPopup ? display : nothing;
+  switch (menuId) {
+    case kToolsPopup:
+      return tools;
+    case kDisplayPopup:
+      return display;
+    case kChartPopup:
+      return chart;
+    default:
+      return nothing;
+  }
 }
 
 const std::vector<int32_t>& commandsWithKeysOnly() {

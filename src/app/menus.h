@@ -38,6 +38,8 @@ const std::vector<Menu>& menusOf(MenuSet set);
 // Menus that open at the mouse, or by their commands at a fixed place.
 inline constexpr int32_t kToolsPopup = 10017;
 inline constexpr int32_t kDisplayPopup = 10026;
+inline constexpr int32_t kChartPopup = 10024;
+int32_t popupMenuFor(const CDocument* front);               // at the mouse, over a document of this kind
 const std::vector<MenuEntry>& popupMenuOf(int32_t menuId);  // empty for an unknown one
 
 // Commands that answer to their shortcut though no menu holds them. Every other shortcut belongs to the menu

@@ -53,7 +53,7 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
   documents.onTouched = [this] { updateSoon(); };
   documents.onPanesChanged = [this] { updateSoon(); };
   documents.onFrontChanged = [this] { updateNow(); };
-  documents.onContextMenu = [this](QPoint at) { openPopup(kToolsPopup, at); };
+  documents.onContextMenu = [this](QPoint at) { openPopup(popupMenuFor(app.documents.active()), at); };
   if (frame.hasRecordBar()) addToolBar(Qt::BottomToolBarArea, recordBar = new RecordBar(this));
   place();
   refreshBars();

@@ -78,6 +78,9 @@ void ZchartDoc::deletetrace(ZZTrace& trace, bool notify) {
   if (index < 0) return;
   tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(trace); });
   traces.items.erase(traces.items.begin() + index);
+  // Their steps count places in a list that is now another one.
+  undoable.clear();
+  redoable.clear();
   setModified();
   if (notify) tracesChanged();
 }
@@ -93,6 +96,7 @@ void ZchartDoc::replacetrace(ZZTrace& trace, ZZTrace::Own by) {
 
 void ZchartDoc::ringadvance(int64_t steps) {
   for (const auto& trace : traces.items) trace->advance(steps);
+  if (const ZZTrace* first = firsttrace()) clock += static_cast<double>(steps) * first->period;
 }
 
 void ZchartDoc::setNoPtsToSample(int32_t points) { NoPtsToSample = std::max(0, points); }

@@ -29,14 +29,16 @@ class ZchartDoc : public CdbDocument {
   ZZTrace* addtrace(ZZTrace::Own trace);  // null for one without data
   // The traces of another program's file, which tells no colours, told apart by theirs.
   static void giveColours(std::vector<ZZTrace::Own>& imported, size_t before);
-  // Views let go of it first. With notify they are told afterwards.
+  // Views let go of it first. With notify they are told afterwards. Nothing before can be undone any more: a
+  // command deletes by a Change.
   void deletetrace(ZZTrace& trace, bool notify = true);
   // Puts another in the place of one, views and all.
   void replacetrace(ZZTrace& trace, ZZTrace::Own by);
   ZZTrace* firsttrace() const { return traces.items.empty() ? nullptr : traces.items.front().get(); }
   ZZTrace* findtrace(const std::string& name) const { return traces.find(name); }
   int32_t indexOfTrace(const ZZTrace* trace) const;  // -1 for none of this document's
-  void ringadvance(int64_t steps = 1);  // the origin of all traces, and the clock by their period
+  // The origin of all traces, and the clock by the first one's period.
+  void ringadvance(int64_t steps = 1);
   void setNoPtsToSample(int32_t points);
   void tracesChanged();  // tells the views unless updatecount is 0
 
@@ -50,6 +52,7 @@ class ZchartDoc : public CdbDocument {
   bool onNewDocument() override;
   bool onOpenDocument(const std::string& path) override;
   bool onImportFile(const std::string& path) override;
+  bool onSaveDocument(const std::string& path) override;
   bool save() override;
   void deleteContents() override;
   void serialize(Archive& archive) override;
@@ -84,7 +87,7 @@ class ZchartDoc : public CdbDocument {
     ZZTrace::Own trace;  // null for Remove
   };
   using Steps = std::vector<Step>;
-  void loadTraces(Archive& archive);
+  void serializeRest(Archive& archive);  // what follows the list
   Steps perform(Steps steps);
   std::vector<Steps> undoable, redoable;
   std::string damage;  // why only part of the file could be read; empty for all of it

@@ -1,5 +1,6 @@
 // The stored form of a chart. docs/formats/zz1.md tells it.
 #include <array>
+#include <filesystem>
 
 #include "archive/archive.h"
 #include "base/files.h"
@@ -26,17 +27,28 @@ void ZchartDoc::serialize(Archive& archive) {
     archive.putDword(kMagic);
     archive.putWord(kVersion);
     traces.serialize(archive);
-    archive.putDouble(clock);
-  } else {
-    // A chart from before the version was stored begins with its list.
-    if (archive.getDword() == kMagic)
-      (void)archive.getWord();
-    else
-      archive.stepBack(sizeof kMagic);
-    loadTraces(archive);
-    if (!damage.empty()) return;
-    clock = archive.getDouble();
+    return serializeRest(archive);
   }
+  // A chart from before the version was stored begins with its list.
+  if (archive.getDword() == kMagic)
+    (void)archive.getWord();
+  else
+    archive.stepBack(sizeof kMagic);
+  // What was read of a damaged file is worth having; with no trace read it is no chart.
+  try {
+    traces.serialize(archive);
+    serializeRest(archive);
+  } catch (const ArchiveException& problem) {
+    if (traces.items.empty()) throw;
+    damage = problem.what();
+  }
+}
+
+void ZchartDoc::serializeRest(Archive& archive) {
+  if (archive.isStoring())
+    archive.putDouble(clock);
+  else
+    clock = archive.getDouble();
   serializeSettings(archive);
   serializeOwn(archive);
   if (archive.isStoring())
@@ -46,17 +58,6 @@ void ZchartDoc::serialize(Archive& archive) {
   else
     (void)archive.getWord();
   markers.serialize(archive);
-}
-
-// What was read of a damaged list is worth having; with nothing read it is no chart.
-void ZchartDoc::loadTraces(Archive& archive) {
-  try {
-    traces.serialize(archive);
-  } catch (const ArchiveException& problem) {
-    if (traces.items.empty()) throw;
-    damage = problem.what();
-  }
-  std::erase(traces.items, nullptr);
 }
 
 void ZchartDoc::serializeSettings(Archive& archive) {
@@ -86,8 +87,8 @@ bool ZchartDoc::onOpenDocument(const std::string& path) {
   const TraceBatch batch(*this);
   if (!CdbDocument::onOpenDocument(path)) return false;
   if (!damage.empty())
-    report(format("Only %i traces of %s could be read: %s. It will not be written over.",
-                  static_cast<int>(traces.items.size()), path.c_str(), damage.c_str()));
+    report(format("Only a part of %s could be read, %i traces: %s. It will not be written over.",
+                  path.c_str(), static_cast<int>(traces.items.size()), damage.c_str()));
   return true;
 }
 
@@ -111,11 +112,17 @@ bool ZchartDoc::onImportFile(const std::string& path) {
 }
 
 // A file of which only a part could be read keeps what could not.
-bool ZchartDoc::save() {
-  if (damage.empty()) return CdbDocument::save();
-  if (!saveAs()) return false;
+bool ZchartDoc::onSaveDocument(const std::string& path) {
+  std::error_code error;
+  if (!damage.empty() && std::filesystem::equivalent(path, pathName(), error)) {
+    report(path + " holds more than could be read of it. Choose another name.");
+    return false;
+  }
+  if (!CdbDocument::onSaveDocument(path)) return false;
   damage.clear();
   return true;
 }
+
+bool ZchartDoc::save() { return damage.empty() ? CdbDocument::save() : saveAs(); }
 
 }  // namespace tarnvisor

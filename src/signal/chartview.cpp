@@ -11,6 +11,7 @@ namespace {
 
 constexpr int32_t kMostColumns = 1 << 28;
 constexpr double kColumnsPerSample = 64;  // the nearest zoom
+constexpr double kLeastSecondsPerColumn = 1e-300;
 
 }  // namespace
 
@@ -115,14 +116,15 @@ void ZchartView::setSecondsPerColumn(double wanted) {
   double shortest = duration;
   for (const ZZTrace* trace : shownTraces())
     if (trace->size() && trace->period > 0) shortest = std::min(shortest, trace->period);
-  const double low = std::max(shortest / kColumnsPerSample, furthest / kMostColumns);
+  const double low =
+      std::max({shortest / kColumnsPerSample, furthest / kMostColumns, kLeastSecondsPerColumn});
   const double high = std::max(low, duration / 8);
-  if (!(high > 0) || !std::isfinite(high)) return;
+  if (!(furthest > 0) || !std::isfinite(high)) return;
   secondsPerColumn = std::clamp(std::isfinite(wanted) ? wanted : high, low, high);
 }
 
 int32_t ZchartView::firstColumn() const {
-  return static_cast<int32_t>(std::clamp(std::floor(span().first / secondsPerColumn), -2e9, 2e9));
+  return static_cast<int32_t>(std::fmin(std::fmax(std::floor(span().first / secondsPerColumn), -2e9), 2e9));
 }
 
 TimeColumns ZchartView::columnsIn(const Rect& plot, const Rect& shownIn) const {

@@ -103,7 +103,7 @@ class ZchartView : public CView, public ChartWatcher {
   double timeAtWindow(int32_t x) const;
   Strip* stripAt(Point at, std::vector<Strip>& all) const;
   void measure(const Canvas& canvas);
-  void cursorMoved();  // another moment was pointed at by a press: refreshes the profile of rows
+  void cursorMoved();  // another moment or trace was pointed at: refreshes the profile of rows
 
   ZchartDoc& doc;
 

@@ -40,6 +40,17 @@ ZZTrace::Own traceFrom(std::vector<uint8_t> bytes, std::string& why) {
   return nullptr;
 }
 
+// `count` samples from an index on, in order of time.
+ZZTrace::Own partOf(const ZZTrace& trace, uint32_t from, uint32_t count) {
+  const uint32_t size = trace.size();
+  const auto age = static_cast<uint32_t>((uint64_t{from} + size - trace.origin % size) % size);
+  if (age + count < size) return trace.clone(from, (from + count) % size);
+  // A range that ends at the origin is told from the rest of the ring only where the origin is 0.
+  if (trace.origin % size == 0) return trace.clone(from, size);
+  const ZZTrace::Own inOrder = trace.clone(0, 0);
+  return inOrder->data ? inOrder->clone(age, size) : nullptr;
+}
+
 }  // namespace
 
 // The active trace's selection, or all of it.
@@ -49,7 +60,7 @@ bool ZchartView::toClipboard() {
   if (!range) return false;
   ZZTrace::Own part;
   if (hasSelection()) {
-    part = trace->clone(range->from, range->to);
+    part = partOf(*trace, range->from, range->count);
     if (!part || !part->data) return false;
     part->setstarttime(trace->timeof(range->from));
   }
@@ -82,6 +93,7 @@ void ZchartView::copy() {
 void ZchartView::cut() {
   ZZTrace* trace = active();
   if (!trace) return;
+  if (trace->size() && !rangeIn(*trace)) return doc.report(kNothingInCommon);
   if (!agrees(filledIn(hasSelection() ? kCutSelected : kCutWhole, trace->name))) return;
   if (toClipboard()) removeSelected();
 }

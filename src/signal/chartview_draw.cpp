@@ -69,10 +69,13 @@ void ZchartView::drawChart(Canvas& canvas, const Rect& area, int32_t scrolled, c
     drawStrip(canvas, strip, columns, visible);
     bottom = std::min(plot.bottom, strip.plot.bottom);
   }
-  const auto left = static_cast<int32_t>(std::clamp(columns.first, -2e9, 2e9 - columns.count));
+  const auto left = static_cast<int32_t>(std::fmin(std::fmax(columns.first, -2e9), 2e9 - columns.count));
   canvas.setClip({plot.left, area.top, plot.right, plot.bottom});
-  placements.place(doc.markers, {left, 0, left + columns.count, bottom - plot.top}, columns.perColumn, text);
-  placements.draw(canvas, {plot.left, bottom});
+  // The mouse goes by the window's placements.
+  MarkerPlacements elsewhere;
+  MarkerPlacements& placed = shownIn ? elsewhere : placements;
+  placed.place(doc.markers, {left, 0, left + columns.count, bottom - plot.top}, columns.perColumn, text);
+  placed.draw(canvas, {plot.left, bottom});
   canvas.setClip({});
   CTimeAxis time;
   CValueAxis values;
@@ -130,7 +133,7 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   axis.units = trace.yunits;
   const double scale = screen.FS / std::max(1, plot.height());
   axis.setScale(scale);
-  axis.pos = static_cast<int32_t>(std::clamp(std::floor(screen.OS / scale), -2e9, 2e9));
+  axis.pos = static_cast<int32_t>(std::fmin(std::fmax(std::floor(screen.OS / scale), -2e9), 2e9));
   axis.paintLeft(canvas, plot, kInk);
   const Size size = canvas.textSize(label);
   canvas.fill({plot.left + 3, plot.top + 2, plot.left + 9 + size.width, plot.top + 4 + size.height}, kPaper);

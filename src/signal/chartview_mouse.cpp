@@ -28,6 +28,7 @@ MarkerPlacement* ZchartView::markerAt(Point at) {
 void ZchartView::point(Point at) {
   mouse = at;
   if (plotArea().contains(at)) cursor = timeAtWindow(at.x);
+  cursorMoved();
   site().panesChanged();
 }
 
@@ -52,7 +53,7 @@ void ZchartView::mouseDown(const MouseEvent& event) {
     if (grip == Grip::Select && !event.shift) select(cursor, cursor);
   }
   if (grip != Grip::None) site().captureMouse(true);
-  cursorMoved();
+  cursorMoved();  // the active trace may be another one
   redraw();
 }
 

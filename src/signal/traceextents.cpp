@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+#include "signal/traceselection.h"
+
 namespace tarnvisor {
 
 namespace {
@@ -56,30 +58,38 @@ Extent SampleExtents::of(const CdataVect& data, uint32_t from, uint32_t to) {
   return extent;
 }
 
-// Adds rows to what `out` already holds where hasSome is set.
+void takeMaxima(std::span<double> out, std::span<const double> more) {
+  for (size_t i = 0; i < out.size(); ++i) out[i] = more[i] > out[i] || std::isnan(out[i]) ? more[i] : out[i];
+}
+
 double RowMaxima::walk(const CdataVect& data, const CdataVect& rowvalues, uint32_t from, uint32_t to,
                        std::span<double> out, bool hasSome) {
   row.resize(out.size());
   double greatest = 0;
   for (uint32_t r = from; r < to; ++r) {
     const double value = rowvalues.at(r);
-    if (value == 0.0 || std::isnan(value)) continue;
+    if (!(value > 0)) continue;
     greatest = std::max(greatest, value);
     if (data.getcopy(hasSome ? row.data() : out.data(), r, 1) < 1) continue;
-    if (hasSome)
-      for (size_t i = 0; i < out.size(); ++i) out[i] = row[i] > out[i] ? row[i] : out[i];
+    if (hasSome) takeMaxima(out, row);
     hasSome = true;
   }
   return greatest;
 }
 
-void RowMaxima::build(const CdataVect& data, const CdataVect& rowvalues) {
-  std::vector<double> maxima(data.width);
-  groups.resize(data.size / kGroup);
-  for (uint32_t g = 0; g < groups.size(); ++g) {
-    groups[g].rowvalue = walk(data, rowvalues, g * kGroup, (g + 1) * kGroup, maxima, false);
-    if (groups[g].rowvalue != 0.0) groups[g].maxima.assign(maxima.begin(), maxima.end());
+bool RowMaxima::build(const CdataVect& data, const CdataVect& rowvalues) {
+  const RowBuffer buffer(data.width);
+  maxima = data.emptyclone();
+  if (!buffer.isReady() || !maxima || !maxima->resize(data.size / kGroup)) {
+    maxima.reset();
+    return false;
   }
+  greatestValues.resize(data.size / kGroup);
+  for (uint32_t g = 0; g < greatestValues.size(); ++g) {
+    greatestValues[g] = walk(data, rowvalues, g * kGroup, (g + 1) * kGroup, buffer.items(), false);
+    if (greatestValues[g] > 0) buffer.write(*maxima, g);
+  }
+  return true;
 }
 
 double RowMaxima::of(const CdataVect& data, const CdataVect& rowvalues, uint32_t from, uint32_t to,
@@ -87,18 +97,16 @@ double RowMaxima::of(const CdataVect& data, const CdataVect& rowvalues, uint32_t
   to = std::min({to, data.size, rowvalues.size});
   if (from >= to || out.size() < data.width) return 0.0;
   out = out.first(data.width);
-  if (to - from < 2 * kGroup) return walk(data, rowvalues, from, to, out, false);
-  if (groups.empty()) build(data, rowvalues);
+  const bool useGroups = to - from >= 2 * kGroup && (maxima || build(data, rowvalues));
+  if (!useGroups) return walk(data, rowvalues, from, to, out, false);
   const uint32_t first = (from + kGroup - 1) / kGroup, end = to / kGroup;
   double greatest = walk(data, rowvalues, from, first * kGroup, out, false);
-  const double after = walk(data, rowvalues, end * kGroup, to, out, greatest != 0.0);
-  greatest = std::max(greatest, after);
+  greatest = std::max(greatest, walk(data, rowvalues, end * kGroup, to, out, greatest > 0));
   for (uint32_t g = first; g < end; ++g) {
-    const Group& group = groups[g];
-    if (group.rowvalue == 0.0) continue;
-    for (size_t i = 0; i < out.size(); ++i)
-      out[i] = greatest == 0.0 || group.maxima[i] > out[i] ? static_cast<double>(group.maxima[i]) : out[i];
-    greatest = std::max(greatest, group.rowvalue);
+    if (!(greatestValues[g] > 0)) continue;
+    maxima->getcopy(greatest > 0 ? row.data() : out.data(), g, 1);
+    if (greatest > 0) takeMaxima(out, row);
+    greatest = std::max(greatest, greatestValues[g]);
   }
   return greatest;
 }

@@ -20,9 +20,9 @@ struct Extent {
     low = value < low ? value : low;
     high = value > high ? value : high;
   }
-  void take(const Extent& other) {
-    take(other.low);
-    take(other.high);
+  void take(const Extent& other) {  // which may be empty
+    low = other.low < low ? other.low : low;
+    high = other.high > high ? other.high : high;
   }
   friend bool operator==(const Extent&, const Extent&) = default;
 };
@@ -42,11 +42,14 @@ class SampleExtents {
   std::vector<std::vector<Extent>> levels;
 };
 
+// The greater of each pair into `out`; where one is NaN, the other.
+void takeMaxima(std::span<double> out, std::span<const double> more);
+
 // Of a vector of rows: for each column the greatest item of groups of rows. Rows whose entry in rowvalues is
-// 0 hold nothing and do not count.
+// not above 0 hold nothing and do not count. Takes a thirty-second of the rows' memory.
 class RowMaxima {
  public:
-  void clear() { groups.clear(); }
+  void clear() { maxima.reset(); }
   // The greatest items of the rows [from, to) into `out` of the vector's width; returns the greatest row
   // value among them, 0.0 where all rows are empty, and then leaves `out` alone. An end beyond the vector is
   // its end.
@@ -55,14 +58,12 @@ class RowMaxima {
 
  private:
   static constexpr uint32_t kGroup = 32;
-  struct Group {
-    double rowvalue = 0;
-    std::vector<float> maxima;
-  };
+  // Rows join what `out` holds already where hasSome is set.
   double walk(const CdataVect& data, const CdataVect& rowvalues, uint32_t from, uint32_t to,
               std::span<double> out, bool hasSome);
-  void build(const CdataVect& data, const CdataVect& rowvalues);
-  std::vector<Group> groups;
+  bool build(const CdataVect& data, const CdataVect& rowvalues);  // false without memory
+  CdataVect::Own maxima;                                          // a row a group, of the data's own kind
+  std::vector<double> greatestValues;                             // of the groups
   std::vector<double> row;
 };
 

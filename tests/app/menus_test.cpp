@@ -80,6 +80,9 @@ TEST_F(Menus, EachEntryHasAHandlerAndStandsOnce) {
     EXPECT_EQ(Ids(ids.begin(), ids.end()).size(), ids.size()) << static_cast<int>(set);
   }
   std::vector<int32_t> others;
+  std::vector<int32_t> overCharts;
+  gather(popupMenuOf(kChartPopup), overCharts);
+  for (const int32_t id : overCharts) EXPECT_TRUE(known[MenuSet::Chart].contains(id)) << id;
   for (const int32_t popup : {kToolsPopup, kDisplayPopup}) gather(popupMenuOf(popup), others);
   for (const ToolBarGroup& group : toolBarGroups())
     others.insert(others.end(), group.buttons.begin(), group.buttons.end());

@@ -12,6 +12,7 @@ namespace tarnvisor {
 class RecordingCanvas final : public Canvas {
  public:
   std::vector<std::string> calls;
+  std::vector<uint32_t> lastPixels;  // of the block drawn last
   bool printer = false;
 
   void setPen(const Pen& pen) override {
@@ -30,6 +31,10 @@ class RecordingCanvas final : public Canvas {
   }
   void fillPolygon(std::span<const Point> points, Colour) override { record("fillpolygon", points); }
   void pixels(const PixelBlock& block, const Rect& r) override {
+    lastPixels.clear();
+    for (int32_t y = 0; y < block.height; ++y)
+      lastPixels.insert(lastPixels.end(), block.first + y * block.stride,
+                        block.first + y * block.stride + block.width);
     calls.push_back(
         format("pixels %ix%i %i,%i-%i,%i", block.width, block.height, r.left, r.top, r.right, r.bottom));
   }
