@@ -21,8 +21,9 @@ struct Extent {
     high = value > high ? value : high;
   }
   void take(const Extent& other) {
-    take(other.low);
-    take(other.high);
+    // Not by its ends as values: those of an empty one are infinite.
+    low = other.low < low ? other.low : low;
+    high = other.high > high ? other.high : high;
   }
   friend bool operator==(const Extent&, const Extent&) = default;
 };

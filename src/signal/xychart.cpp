@@ -10,6 +10,7 @@
 #include "host/host.h"
 #include "signal/axis.h"
 #include "signal/chartprint.h"
+#include "signal/screentrace.h"
 
 namespace tarnvisor {
 
@@ -75,8 +76,11 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   acrossAxis.measureAlong(canvas);
   upwardAxis.measure(canvas);
   const int32_t line = upwardAxis.line;
-  const Rect inner{area.left + 12 * upwardAxis.charw, area.top + line, area.right - line,
-                   area.bottom - 3 * line};
+  // Names stand above and below their axes.
+  const ZZTrace* upwards = doc.yTrace();
+  const int32_t nameWidth = upwards ? canvas.textSize(upwards->name).width + 2 * line : 0;
+  const int32_t left = std::min(std::max(12 * upwardAxis.charw, nameWidth), area.width() / 3);
+  const Rect inner{area.left + left, area.top + line + line / 2, area.right - line, area.bottom - 4 * line};
   Extent x, y;
   for (const xychartdoc::Pair& p : points()) {
     x.take(p.x);
@@ -94,7 +98,7 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   };
   canvas.setClip(inner);
   const ZZTrace& trace = *doc.yTrace();
-  canvas.setPen({trace.colour & 0xffffff, trace.marked ? std::clamp(trace.linewidth, 1, 64) : 1, false});
+  canvas.setPen({drawnColour(trace), trace.marked ? std::clamp(trace.linewidth, 1, 64) : 1, false});
   std::vector<Point> curve;
   for (const xychartdoc::Pair& p : points()) {
     const Point at = place(p);
