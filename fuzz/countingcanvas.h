@@ -20,9 +20,16 @@ class CountingCanvas final : public Canvas {
   void text(Point, const std::string& words, Colour) override { drawn += 1 + words.size() / 70000; }
   void fill(const Rect&, Colour) override {}
   void fillPolygon(std::span<const Point>, Colour) override {}
-  void pixels(const PixelBlock&, const Rect&) override {}
+  void pixels(const PixelBlock& block, const Rect&) override {
+    for (int32_t y = 0; y < block.height; ++y) {
+      const uint32_t* row = block.first + static_cast<ptrdiff_t>(y) * block.stride;
+      drawn += (row[0] >> 24) + (row[block.width - 1] >> 24);
+    }
+  }
   void setFont(const std::string&, int32_t) override {}
-  Size textSize(const std::string&) const override { return {}; }
+  Size textSize(const std::string& words) const override {
+    return {7 * static_cast<int32_t>(words.size()), 16};
+  }
   void setClip(const Rect&) override {}
 };
 

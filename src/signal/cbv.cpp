@@ -5,38 +5,10 @@
 #include <numeric>
 
 #include "base/numbers.h"
-#include "settings/settings.h"
 
 namespace tarnvisor {
 
 namespace {
-
-constexpr const char* kSection = "FLOcalcs";
-
-struct WholeKey {
-  const char* name;
-  int32_t CbvParameters::*field;
-};
-struct RealKey {
-  const char* name;
-  double CbvParameters::*field;
-};
-
-constexpr WholeKey kWholeKeys[] = {{"cbvMethod", &CbvParameters::cbvMethod},
-                                   {"minThreshold", &CbvParameters::minThreshold},
-                                   {"threshOfAv2", &CbvParameters::threshOfAv2},
-                                   {"nOverThresh", &CbvParameters::nOverThresh},
-                                   {"LoCutOff", &CbvParameters::LoCutOff},
-                                   {"autonoise", &CbvParameters::autonoise},
-                                   {"ped1", &CbvParameters::ped1},
-                                   {"ped2", &CbvParameters::ped2},
-                                   {"ped3", &CbvParameters::ped3},
-                                   {"keepDop", &CbvParameters::keepDop},
-                                   {"cutDopTop", &CbvParameters::cutDopTop},
-                                   {"FFTwindow", &CbvParameters::FFTwindow},
-                                   {"FSlinkthreshold", &CbvParameters::FSlinkthreshold}};
-constexpr RealKey kRealKeys[] = {{"noisefloorRC", &CbvParameters::noisefloorRC},
-                                 {"FSthreshold", &CbvParameters::FSthreshold}};
 
 constexpr size_t kNoiseBins = 16;
 double noiseFloor = 0;
@@ -65,21 +37,8 @@ void zero(std::span<double> spectrum, int32_t from, size_t to) {
 
 }  // namespace
 
-void CbvParameters::readSettings() {
-  const CbvParameters defaults;
-  for (const WholeKey& key : kWholeKeys)
-    this->*key.field = settings.getInt(kSection, key.name, defaults.*key.field);
-  for (const RealKey& key : kRealKeys)
-    this->*key.field = settings.getDouble(kSection, key.name, defaults.*key.field);
-}
-
-void CbvParameters::saveSettings() const {
-  for (const WholeKey& key : kWholeKeys) settings.setInt(kSection, key.name, this->*key.field);
-  for (const RealKey& key : kRealKeys) settings.setDouble(kSection, key.name, this->*key.field);
-}
-
 double cbvfind(CbvAnalysis& analysis, std::span<double> spectrum) {
-  const CbvParameters& parameters = analysis.parameters;
+  const VelocitySettings& parameters = analysis.parameters;
   if (parameters.autonoise) analysis.threshold = truncated(autothreshold(parameters, spectrum));
   switch (parameters.cbvMethod) {
     case kMaxFrequency:
@@ -97,7 +56,7 @@ double cbvfind(CbvAnalysis& analysis, std::span<double> spectrum) {
   }
 }
 
-double autothreshold(const CbvParameters& parameters, std::span<const double> spectrum) {
+double autothreshold(const VelocitySettings& parameters, std::span<const double> spectrum) {
   const auto top = spectrum.last(std::min(kNoiseBins, spectrum.size()));
   const double mean = std::accumulate(top.begin(), top.end(), 0.0) * 0.0625;
   double squares = 0;
@@ -111,7 +70,7 @@ double autothreshold(const CbvParameters& parameters, std::span<const double> sp
 
 void resetNoiseFloor() { noiseFloor = 0; }
 
-int32_t maxfrequency(const CbvParameters& parameters, std::span<double> spectrum, double threshold,
+int32_t maxfrequency(const VelocitySettings& parameters, std::span<double> spectrum, double threshold,
                      bool peak) {
   int32_t top = topOfRun(spectrum, threshold, parameters.nOverThresh);
   if (peak) {
@@ -129,7 +88,7 @@ int32_t maxfrequency(const CbvParameters& parameters, std::span<double> spectrum
   return top;
 }
 
-double percentpower(const CbvParameters& parameters, std::span<const double> spectrum, double percent) {
+double percentpower(const VelocitySettings& parameters, std::span<const double> spectrum, double percent) {
   if (spectrum.size() < 2) return 0;
   const auto bins = spectrum.subspan(1);
   const double total = std::accumulate(bins.begin(), bins.end(), 0.0);
@@ -155,7 +114,7 @@ double averagespeed(std::span<const double> spectrum, double threshold) {
 }
 
 int32_t automatic(CbvAnalysis& analysis, std::span<double> spectrum) {
-  const CbvParameters& parameters = analysis.parameters;
+  const VelocitySettings& parameters = analysis.parameters;
   std::span<double> work = spectrum;
   if (parameters.keepDop) {
     analysis.copy.assign(spectrum.begin(), spectrum.end());
@@ -178,7 +137,7 @@ int32_t automatic(CbvAnalysis& analysis, std::span<double> spectrum) {
 }
 
 // The quarters are not whole bins: 4 * i is compared.
-int32_t pedestalcut(const CbvParameters& parameters, std::span<double> spectrum, double level) {
+int32_t pedestalcut(const VelocitySettings& parameters, std::span<double> spectrum, double level) {
   const int32_t top = topOfRun(spectrum, level, parameters.nOverThresh);
   if (top == 0) {
     zero(spectrum, 0, spectrum.size());

@@ -182,8 +182,9 @@ void ZchartView::cutToAverage() {
 }
 
 void ZchartView::cutPedestal() {
-  alter(
-      [](ZZTrace& trace, Selection selection) { tarnvisor::cutPedestal(trace, selection, cbvParameters()); });
+  alter([](ZZTrace& trace, Selection selection) {
+    tarnvisor::cutPedestal(trace, selection, process.velocity);
+  });
 }
 
 void ZchartView::cutPsdArtifacts() {
@@ -211,7 +212,7 @@ std::vector<ZZTrace::Own> contoursOf(ZchartDoc& doc, ZZTrace& trace, Contours co
   CbvAnalysis lent;
   auto* common = dynamic_cast<ZcommonFLODoc*>(&doc);
   CbvAnalysis& analysis = common ? common->analysis : lent;
-  analysis.parameters = cbvParameters();
+  analysis.parameters = process.velocity;
   ReviewSettings review;
   review.analysis = &analysis;
   review.artifacts = &artifactSettings;

@@ -38,25 +38,4 @@ CFFTWindow& ZcommonFLODoc::window() {
   return weights;
 }
 
-CbvParameters cbvParameters() {
-  const VelocitySettings& v = process.velocity;
-  CbvParameters p;
-  p.cbvMethod = v.cbvMethod;
-  p.minThreshold = v.minThreshold;
-  p.threshOfAv2 = v.threshOfAv2;
-  p.nOverThresh = v.nOverThresh;
-  p.LoCutOff = v.loCutOff;
-  p.noisefloorRC = v.noisefloorRC;
-  p.autonoise = v.autonoise;
-  p.ped1 = v.ped1;
-  p.ped2 = v.ped2;
-  p.ped3 = v.ped3;
-  p.keepDop = v.keepDop;
-  p.cutDopTop = v.cutDopTop;
-  p.FFTwindow = v.fftWindow;
-  p.FSlinkthreshold = v.fsLinkThreshold;
-  p.FSthreshold = v.fsThreshold;
-  return p;
-}
-
 }  // namespace tarnvisor

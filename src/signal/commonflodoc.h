@@ -12,9 +12,6 @@
 
 namespace tarnvisor {
 
-// The parameters of the velocity analysis as the process has them.
-CbvParameters cbvParameters();
-
 class ZcommonFLODoc : public ZchartDoc {
  public:
   void readSettings() override;

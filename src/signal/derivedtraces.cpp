@@ -1,6 +1,7 @@
 #include "signal/derivedtraces.h"
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "signal/fft.h"
@@ -13,7 +14,8 @@ constexpr uint16_t kPsdBins = 256;
 constexpr uint32_t kPsdSamples = 512;
 constexpr double kHighestItem = 65535;
 
-// Spectra of all blocks: stored times `scale`, or, without a target, only looked at. The greatest power.
+// Spectra of all blocks: stored times `scale`, or, without a target, only looked at. The greatest power that
+// is a number: samples near the end of the doubles have none.
 double walkSpectra(const ZZTrace& source, C2DTrace* target, uint32_t rows, double scale, CFFT& fft) {
   std::vector<double> samples(kPsdSamples);
   RowBuffer power(kPsdBins);
@@ -26,7 +28,8 @@ double walkSpectra(const ZZTrace& source, C2DTrace* target, uint32_t rows, doubl
     source.data->getcopy(samples.data(), start, part);
     if (part < kPsdSamples) source.data->getcopy(samples.data() + part, 0, kPsdSamples - part);
     fft.realpower(samples.data(), power.items().data());
-    greatest = std::max(greatest, *std::max_element(power.items().begin(), power.items().end()));
+    for (const double item : power.items())
+      if (std::isfinite(item)) greatest = std::max(greatest, item);
     if (!target) continue;
     for (double& item : power.items()) item *= scale;
     power.write(*target->data, row);

@@ -53,7 +53,7 @@ void cutToAverage(ZZTrace& trace, Selection selection) {
   writeSamples(trace, span, *samples);
 }
 
-void cutPedestal(ZZTrace& trace, Selection selection, const CbvParameters& parameters) {
+void cutPedestal(ZZTrace& trace, Selection selection, const VelocitySettings& parameters) {
   editRows(trace, selection,
            [&](std::span<double> row) { pedestalcut(parameters, row, parameters.minThreshold); });
 }

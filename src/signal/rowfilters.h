@@ -11,7 +11,7 @@ namespace tarnvisor {
 // Items at or below the mean of their row become 0; a plain trace is one block of the selection's length.
 void cutToAverage(ZZTrace& trace, Selection selection);
 // pedestalcut at minThreshold, row by row.
-void cutPedestal(ZZTrace& trace, Selection selection, const CbvParameters& parameters);
+void cutPedestal(ZZTrace& trace, Selection selection, const VelocitySettings& parameters);
 // spikecut at 3, row by row.
 void cutPsdArtifacts(ZZTrace& trace, Selection selection);
 // Each row becomes its table of half waves: the highest value of each run at or above zero is added, the

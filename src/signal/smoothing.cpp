@@ -15,7 +15,8 @@ void smoothSamples(std::span<double> samples, double alpha, const ArtifactSettin
   double previous = samples[0];
   for (double& sample : samples.subspan(1)) {
     if (!artifactcheck(artifacts, previous, sample)) continue;
-    out = (sample - out) * alpha + out;
+    // The formula would round what is to stay as it is.
+    out = alpha == 1.0 ? sample : (sample - out) * alpha + out;
     sample = out;
   }
 }
@@ -23,7 +24,7 @@ void smoothSamples(std::span<double> samples, double alpha, const ArtifactSettin
 }  // namespace
 
 double smoothingAlpha(double period, double seconds) {
-  return seconds <= 0 ? 1.0 : 1 - std::exp(-period / seconds);
+  return seconds > 0 ? 1 - std::exp(-period / seconds) : 1.0;
 }
 
 void smooth(ZZTrace& trace, Selection selection, double alpha, const ArtifactSettings* artifacts) {

@@ -6,7 +6,7 @@
 
 namespace tarnvisor {
 
-// 1 - exp(-period / seconds); 1, which changes nothing, for a time constant of 0 or below.
+// 1 - exp(-period / seconds); 1, which changes nothing, for a time constant of 0 or below, and for no number.
 double smoothingAlpha(double period, double seconds);
 
 // Rows: each item against that of the row before, from the first selected row on, which takes the row before

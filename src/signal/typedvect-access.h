@@ -180,8 +180,8 @@ double TypedVect<Item>::at(uint32_t row) const {
 template <class Item>
 template <class To>
 uint32_t TypedVect<Item>::copyOut(To* out, uint32_t start, uint32_t count, uint32_t step) const {
-  if (!data || !out) return 0;
   const uint32_t rows = clipcount(start, count, step);
+  if (!data || !out) return 0;
   const auto cast = [](Item x) { return itemCast<To>(x); };
   if (step == 1) {
     // A block copy where the types are the same.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/parallel.h"
 #include "signal/itemcast.h"
 #include "signal/typedvect.h"
 #include "vectloops.h"
@@ -149,7 +150,11 @@ void TypedVect<Item>::offset(double c) {
 
 template <class Item>
 void TypedVect<Item>::linear(double a, double b) {
-  itemLoops<Item>().linear(data, itemCount(), a, b);
+  // Items stand alone, and one core can't fill the way to memory.
+  constexpr int64_t kGrain = 1 << 20;
+  parallelFor(static_cast<int64_t>(itemCount()), kGrain, [&](int64_t begin, int64_t end) {
+    itemLoops<Item>().linear(data + begin, static_cast<uint64_t>(end - begin), a, b);
+  });
 }
 
 template <class Item>

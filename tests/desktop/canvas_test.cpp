@@ -1,12 +1,15 @@
 // The canvas, held to single pixels.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <functional>
 
 #include "desktop/paintercanvas.h"
+#include "desktop/picturefile.h"
 #include "desktop/qttext.h"
 #include "framework/document.h"
+#include "support/tempfolder.h"
 
 namespace tarnvisor {
 namespace {
@@ -184,6 +187,35 @@ TEST(RenderView, GivesTheViewAWindowOfThatSizeAndDrawsAtTheScreensDensity) {
   EXPECT_EQ(picture.pixel(9, 11), kRedPixel);
   EXPECT_EQ(picture.pixel(10, 11), 0xffffffff);
   EXPECT_EQ(renderView(view, {0, -3}).size(), QSize(1, 1));
+}
+
+TEST(PictureFile, IsWrittenInTheFormatOfItsEndingOrNotAtAll) {
+  const TempFolder folder;
+  QtPictureWriter writer;
+  const auto draw = [](Canvas& canvas) {
+    canvas.fill({0, 0, 40, 30}, 0xffffff);
+    canvas.setPen({kRed, 1, false});
+    canvas.polyline(std::array<Point, 2>{Point{2, 3}, Point{30, 3}});
+    canvas.text({5, 10}, "mm/s", 0);
+  };
+  const auto bytesOf = [&](const char* name) { return readWholeText(folder.file(name)).value_or(""); };
+  for (const auto& [name, start] : {std::pair{"a.png", "\x89PNG"}, {"a.svg", "<?xml"}, {"a.pdf", "%PDF"}}) {
+    ASSERT_TRUE(writer.write(folder.file(name), {40, 30}, draw)) << name;
+    EXPECT_THAT(bytesOf(name), testing::StartsWith(start));
+  }
+  const QImage read(toQt(folder.file("a.png")));
+  EXPECT_EQ(read.size(), QSize(40, 30));
+  EXPECT_EQ(read.pixel(10, 3), kRedPixel);
+  EXPECT_THAT(bytesOf("a.svg"),
+              testing::AllOf(testing::HasSubstr("viewBox=\"0 0 40 30\""), testing::HasSubstr("mm/s")));
+  // Nothing that was there is lost.
+  const std::string before = bytesOf("a.png");
+  EXPECT_FALSE(writer.write(folder.file("a.png"), {0, 30}, draw));
+  EXPECT_FALSE(writer.write(folder.file("a.png"), {40, 1 << 20}, draw));
+  EXPECT_EQ(bytesOf("a.png"), before);
+  EXPECT_THAT(writer.write(folder.file("a.xyz"), {40, 30}, draw).why(),
+              testing::HasSubstr("png, jpg, bmp, svg or pdf"));
+  EXPECT_FALSE(writer.write(folder.file("none/a.svg"), {40, 30}, draw));
 }
 
 TEST(QtText, ColoursAndBytesGoBothWays) {

@@ -13,6 +13,7 @@
 #include "desktop/dialogs.h"
 #include "desktop/dialogtest.h"
 #include "desktop/icons.h"
+#include "desktop/markerwindow.h"
 #include "desktop/recordbar.h"
 #include "desktop/shortcutlist.h"
 #include "desktop/statuswindow.h"
@@ -262,6 +263,42 @@ TEST(Icons, AllDrawingsAreValidAndLieWithinTheirSquare) {
     EXPECT_GT(ink, 200) << file.toStdString();
     EXPECT_EQ(border, 0) << file.toStdString();
   }
+}
+
+TEST_F(Faces, TheMarkerWindowStaysThroughUpdatesAndGoesWithItsMarker) {
+  QWidget parent;
+  MarkerFace face(&parent);
+  auto first = std::make_unique<CMarker>();
+  first->SetLabel("one");
+  CMarker second;
+  MarkerEditor::shared().open(*first);
+  ASSERT_NE(face.window(), nullptr);
+  EXPECT_EQ(face.window()->windowTitle(), "Edit Marker");
+  EXPECT_TRUE(face.window()->isVisible());
+  EXPECT_FALSE(face.window()->isModal());
+  auto* label = qobject_cast<QLineEdit*>(face.window()->editor(1));
+  ASSERT_NE(label, nullptr);
+  EXPECT_EQ(label->text(), "one");
+  label->setText("systole");
+  click(*face.window(), "Update");
+  EXPECT_EQ(first->label, "systole");
+  EXPECT_EQ(first->boxwidth, 7);
+  ASSERT_NE(face.window(), nullptr);
+  EXPECT_TRUE(face.window()->isVisible());
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_EQ(parent.findChildren<FormDialog*>().size(), 1);
+
+  MarkerEditor::shared().open(second);
+  EXPECT_EQ(MarkerEditor::shared().marker(), &second);
+  first.reset();
+  ASSERT_NE(face.window(), nullptr) << "another marker went";
+  click(*face.window(), "Cancel");
+  EXPECT_FALSE(MarkerEditor::shared().isOpen());
+  {
+    CMarker third;
+    MarkerEditor::shared().open(third);
+  }
+  EXPECT_EQ(face.window(), nullptr);
 }
 
 }  // namespace

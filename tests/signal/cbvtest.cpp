@@ -1,9 +1,7 @@
 #include <cmath>
 
-#include "settings/settings.h"
 #include "signal/cbv.h"
 #include "signal/tracetests.h"
-#include "support/tempfolder.h"
 
 namespace tarnvisor {
 
@@ -12,32 +10,11 @@ namespace {
 using testing::Each;
 using testing::ElementsAre;
 
-TEST(CbvParameterStore, KeepsEveryKey) {
-  const TempFolder folder;
-  const std::string before = settings.path();
-  settings.setPath(folder.file("a.ini"));
-  CbvParameters read;
-  read.cbvMethod = 9;
-  read.readSettings();
-  EXPECT_EQ(std::make_tuple(read.cbvMethod, read.ped2, read.FSthreshold), std::make_tuple(0, 60, 0.5));
-  CbvParameters changed;
-  changed.nOverThresh = 7;
-  changed.noisefloorRC = 2.5;
-  changed.cutDopTop = 1;
-  changed.saveSettings();
-  EXPECT_EQ(settings.getInt("FLOcalcs", "nOverThresh", 0), 7);
-  EXPECT_EQ(settings.getInt("FLOcalcs", "minThreshold", 0), 50);
-  EXPECT_EQ(settings.getInt("FLOcalcs", "LoCutOff", 0), 10);
-  read.readSettings();
-  settings.setPath(before);
-  EXPECT_EQ(std::make_tuple(read.nOverThresh, read.noisefloorRC, read.cutDopTop), std::make_tuple(7, 2.5, 1));
-}
-
 TEST(NoiseFloor, FollowsTheTopSixteenBins) {
   // Eight bins of 10 and eight of 14: mean 12, squares 16 * 4, deviation sqrt(64 / 15).
   Doubles spectrum(20, 1e6);
   for (size_t i = 4; i < 20; ++i) spectrum[i] = i % 2 ? 10 : 14;
-  CbvParameters parameters;
+  VelocitySettings parameters;
   parameters.noisefloorRC = 2;
   const double target = 12 + 0.3 * std::sqrt(64.0 / 15);
   resetNoiseFloor();
@@ -60,7 +37,7 @@ struct Found {
   Doubles left;
 };
 
-Found find(int32_t method, Doubles spectrum, int32_t threshold, CbvParameters parameters = {}) {
+Found find(int32_t method, Doubles spectrum, int32_t threshold, VelocitySettings parameters = {}) {
   CbvAnalysis analysis{parameters, threshold, {}};
   analysis.parameters.cbvMethod = method;
   const double result = cbvfind(analysis, spectrum);
@@ -76,14 +53,14 @@ TEST(CbvMethods, FindTheTopOfTheFirstRunFromAbove) {
   } cases[] = {{4, 5, 5, 4}, {3, 5, 9, 9},  {1, 5, 11, 11}, {0, 5, 11, 11},  {4, 4, 11, 11},
                {6, 5, 0, 0}, {4, 99, 0, 0}, {5, 5, 5, 4},   {12, 1, 12, 11}, {13, 1, 0, 0}};
   for (const auto& c : cases) {
-    CbvParameters parameters;
+    VelocitySettings parameters;
     parameters.nOverThresh = c.length;
     EXPECT_EQ(find(0, spectrum, c.threshold, parameters).result, c.maximum) << c.length << " " << c.threshold;
     // Only bins above half the top compete; of equal ones the higher frequency stays.
     EXPECT_EQ(find(1, spectrum, c.threshold, parameters).result, c.peak) << c.length << " " << c.threshold;
     EXPECT_EQ(find(1, spectrum, c.threshold, parameters).left, spectrum);
   }
-  CbvParameters cutting;
+  VelocitySettings cutting;
   cutting.cutDopTop = 1;
   EXPECT_THAT(find(1, spectrum, 5, cutting).left, ElementsAre(99, 9, 8, 7, 9, 0, 0, 0, 0, 0, 0, 0, 0));
   for (const int32_t method : {0, 1, 2, 3, 4}) {
@@ -99,7 +76,7 @@ TEST(CbvMethods, FindTheShareOfThePower) {
   EXPECT_EQ(find(2, spectrum, 49).result, 2.5);
   EXPECT_EQ(find(2, spectrum, 0).result, 1.5);
   EXPECT_EQ(find(2, spectrum, 100).result, 0);
-  CbvParameters parameters;
+  VelocitySettings parameters;
   parameters.minThreshold = 100;
   EXPECT_EQ(find(2, spectrum, 50, parameters).result, 0);
 }
@@ -113,7 +90,7 @@ TEST(CbvMethods, WeighTheFrequenciesByPower) {
 
 // Top 8: quarters at 2, 4 and 6.
 TEST(PedestalCut, WeighsThreeSlopes) {
-  CbvParameters parameters;
+  VelocitySettings parameters;
   Doubles row{100, 100, 100, 100, 100, 100, 100, 100, 100, 3, 7};
   EXPECT_EQ(pedestalcut(parameters, row, 50), 9);
   const Doubles expected{0, 5, 10, 40, 150, 195, 100, 100, 100, 0, 0};
@@ -134,7 +111,7 @@ TEST(CbvMethods, TakeTheStrongestBinWithoutThePedestal) {
   const Found kept = find(4, spectrum, 50);
   EXPECT_EQ(kept.result, 5);  // 195 by the slope of 1.95
   EXPECT_EQ(kept.left, spectrum);
-  CbvParameters parameters;
+  VelocitySettings parameters;
   parameters.cutDopTop = 1;
   EXPECT_THAT(find(4, spectrum, 50, parameters).left,
               ElementsAre(900, 900, 900, 100, 100, 100, 0, 0, 0, 0, 0));

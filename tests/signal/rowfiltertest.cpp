@@ -31,7 +31,7 @@ TEST(RowFilters, CutToTheAverageOfRowOrBlock) {
 TEST(RowFilters, CutPedestalAndSpikesRowByRow) {
   const Doubles row{100, 100, 100, 100, 100, 100, 100, 100, 100, 3, 7};
   auto rows = rowsOf({row, row}, kWordRowsCode);
-  CbvParameters parameters;
+  VelocitySettings parameters;
   cutPedestal(*rows, {1, 0}, parameters);
   EXPECT_EQ(rowOf(*rows, 0), row);
   // 2 * 60 * 0.04 / 8 - 0.5 is a little less than a tenth, and items are cut.
@@ -229,6 +229,14 @@ TEST(PowerSpectrum, ScalesPowersToTheirItems) {
       EXPECT_GE(psd->data->maxvalue(), 65534);
     }
   }
+  // Powers beyond the doubles give no scale: their items are 0, those of the other block stand.
+  CTrace beyond(kDoubleCode, 1024);
+  beyond.data->putval(5, 1e200);
+  beyond.data->putval(600, 9.0);
+  const auto psd = calculatedPsd(beyond, {});
+  EXPECT_EQ(psd->ygain, 0.001);
+  EXPECT_THAT(rowOf(*psd, 0), Each(0));
+  EXPECT_EQ(psd->data->at(1, 7), 40);  // an impulse of 9: half of 9 * 9 in each bin
   EXPECT_EQ(calculatedPsd(CTrace(kInt16Code, 511), {})->size(), 0u);
   EXPECT_EQ(calculatedPsd(CTrace(), {}), nullptr);
 }

@@ -73,12 +73,17 @@ TEST(ArtifactCheck, CountsForTheWholeProcessUntilALimitTurnsAbsolute) {
 TEST(Smoothing, FollowsTheTimeConstant) {
   EXPECT_EQ(smoothingAlpha(0.1, 0), 1.0);
   EXPECT_EQ(smoothingAlpha(0.1, -3), 1.0);
+  EXPECT_EQ(smoothingAlpha(0.1, NAN), 1.0);
   EXPECT_DOUBLE_EQ(smoothingAlpha(0.1, 0.5), 0.18126924692201818);
   for (const int32_t code : {kInt16Code, kDoubleCode}) {
     auto trace = traceOf({3, -9, 27, 1}, code);
     smooth(*trace, {}, 1.0);
     EXPECT_THAT(samplesOf(*trace), ElementsAre(3, -9, 27, 1));
   }
+  const Doubles farApart{1e16, 0.1, -1e300, 3.5};
+  auto trace = traceOf(farApart);
+  smooth(*trace, {}, 1.0);
+  EXPECT_EQ(samplesOf(*trace), farApart);
   CTrace empty;
   smooth(empty, {}, 0.5);
 }

@@ -192,6 +192,8 @@ TEST(Reading, CopiesStopAtTheEnd) {
   auto vect = of<Cubyte1Vect>({1, 2, 3, 4, 5, 6, 7});
   double out[8] = {};
   EXPECT_EQ(errors([&] { EXPECT_EQ(vect.getcopy(out, 7, 1, 1), 0u); }), "tried to start getcopy past end\n");
+  const Cubyte1Vect empty;
+  EXPECT_EQ(errors([&] { EXPECT_EQ(empty.getcopy(out, 0, 1, 1), 0u); }), "tried to start getcopy past end\n");
   EXPECT_EQ(vect.getcopy(out, 2, 9, 2), 2u);  // (7 - 2) / 2, though three would fit
   EXPECT_EQ(vect.getcopy(out, 2, 3, 2), 3u);
   EXPECT_EQ(vect.getcopy(out, 2, 0, 1), 0u);
