@@ -135,8 +135,12 @@ Outcome saveDemonstrationChart(const std::string& path, DopplerTruth& truth) {
   if (std::find(traces.begin(), traces.end(), nullptr) != traces.end()) return Outcome::failure(kLowMemory);
   ZchartDoc::giveColours(traces, 0);
   for (ZZTrace::Own& trace : traces) (void)chart.addtrace(std::move(trace));
-  mark(chart, truth.systoles.front(), "first", "First systole drawn");
-  mark(chart, truth.systoles.back(), "last", "Last systole drawn");
+  // Where the whole of their boxes can be seen.
+  constexpr size_t kFromEnd = 3;
+  if (const size_t beats = truth.systoles.size(); beats > 2 * kFromEnd) {
+    mark(chart, truth.systoles[kFromEnd], "begin", "A systole near the beginning");
+    mark(chart, truth.systoles[beats - 1 - kFromEnd], "end", "A systole near the end");
+  }
   if (!chart.onSaveDocument(path)) return Outcome::failure(path + " can't be written");
   return Outcome::success();
 }

@@ -234,8 +234,9 @@ void Photographer::tables(ZBasicDoc& image) {
 
 void Photographer::levelCharts(ZBasicDoc& image) {
   image.currentDims().removeAll();
-  const int32_t line = image.addDimension({330, 300}, CDimList::kPolyline);
-  image.addPointToDimension(line, {760, 470});
+  // Across the limbs of four loops.
+  const int32_t line = image.addDimension({200, 180}, CDimList::kPolyline);
+  image.addPointToDimension(line, {720, 180});
   viewOf(image).selected = line;
   image.updateAllViews();
   for (const auto& [command, name] :

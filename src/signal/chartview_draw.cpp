@@ -137,7 +137,7 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   axis.paintLeft(canvas, plot, kInk);
   const Size size = canvas.textSize(label);
   canvas.fill({plot.left + 3, plot.top + 2, plot.left + 9 + size.width, plot.top + 4 + size.height}, kPaper);
-  canvas.text({plot.left + 6, plot.top + 3}, label, trace.colour & 0xffffff);
+  canvas.text({plot.left + 6, plot.top + 3}, label, drawnColour(trace));
 }
 
 }  // namespace tarnvisor

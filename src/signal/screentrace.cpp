@@ -65,6 +65,14 @@ void strokeCurve(Canvas& canvas, std::span<const Point> line, const Rect& plot, 
 
 }  // namespace
 
+Colour drawnColour(const ZZTrace& trace) {
+  constexpr uint32_t kNumbered = 0x1000000;
+  static constexpr std::array<Colour, 10> kRow = {0xa05000, 0x3030c0, 0x307000, 0x900090, 0x0070c0,
+                                                  0x808000, 0x606060, 0x7020d0, 0x006060, 0xc08020};
+  const uint32_t own = trace.colour & 0xffffff;
+  return trace.colour & kNumbered ? kRow[own % kRow.size()] : own;
+}
+
 std::unique_ptr<CScreenTrace> CScreenTrace::make(ZZTrace& trace) {
   if (auto* rows = dynamic_cast<C2DTrace*>(&trace)) return std::make_unique<C2DScreenTrace>(*rows);
   return std::make_unique<CScreenTrace>(trace);
@@ -142,7 +150,7 @@ int32_t CScreenTrace::yOf(double value, const Rect& plot) const {
 void CScreenTrace::draw(Canvas& canvas, const Rect& plot, const TimeColumns& columns) {
   if (!shownTrace->size() || plot.isEmpty() || !(shownTrace->period > 0)) return;
   const double samplesPerColumn = columns.perColumn / shownTrace->period;
-  canvas.setPen({shownTrace->colour & 0xffffff, 1, false});
+  canvas.setPen({drawnColour(*shownTrace), 1, false});
   if (shownTrace->marked)
     drawDots(canvas, plot, columns);
   else if (samplesPerColumn > 2)
@@ -158,7 +166,7 @@ void CScreenTrace::drawColumns(Canvas& canvas, const Rect& plot, const TimeColum
   strokes.reserve(2 * static_cast<size_t>(std::max(0, columns.count)));
   const double size = shownTrace->size();
   const auto flush = [&] {
-    strokeCurve(canvas, strokes, plot, shownTrace->colour & 0xffffff);
+    strokeCurve(canvas, strokes, plot, drawnColour(*shownTrace));
     strokes.clear();
   };
   for (int32_t c = 0; c < columns.count; ++c) {
@@ -188,7 +196,7 @@ void CScreenTrace::drawCurve(Canvas& canvas, const Rect& plot, const TimeColumns
   const double to = std::min(size, std::ceil(ageAt(columns.timeAt(columns.count))) + 2);
   std::vector<Point> line;
   const auto flush = [&] {
-    strokeCurve(canvas, line, plot, shownTrace->colour & 0xffffff);
+    strokeCurve(canvas, line, plot, drawnColour(*shownTrace));
     line.clear();
   };
   const double columnOfFirst = columns.columnOf(shownTrace->starttime * 0.001);
@@ -205,7 +213,7 @@ void CScreenTrace::drawCurve(Canvas& canvas, const Rect& plot, const TimeColumns
 }
 
 void CScreenTrace::drawDots(Canvas& canvas, const Rect& plot, const TimeColumns& columns) {
-  canvas.setPen({shownTrace->colour & 0xffffff, std::clamp(shownTrace->linewidth, 1, kWidestMark), false});
+  canvas.setPen({drawnColour(*shownTrace), std::clamp(shownTrace->linewidth, 1, kWidestMark), false});
   const double size = shownTrace->size();
   const double from = std::max(0.0, std::floor(ageAt(columns.timeAt(0))));
   const double to = std::min(size, std::ceil(ageAt(columns.timeAt(columns.count))) + 1);

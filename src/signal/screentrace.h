@@ -22,6 +22,10 @@ struct TimeColumns {
   double columnOf(double time) const { return time / perColumn - first; }
 };
 
+// What a trace is drawn in. Contours tell no colours but numbers, which follow one another through a row of
+// them.
+Colour drawnColour(const ZZTrace& trace);
+
 class CScreenTrace {
  public:
   explicit CScreenTrace(ZZTrace& shown) : shownTrace(&shown) {}

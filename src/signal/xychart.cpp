@@ -10,6 +10,7 @@
 #include "host/host.h"
 #include "signal/axis.h"
 #include "signal/chartprint.h"
+#include "signal/screentrace.h"
 
 namespace tarnvisor {
 
@@ -94,7 +95,7 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
   };
   canvas.setClip(inner);
   const ZZTrace& trace = *doc.yTrace();
-  canvas.setPen({trace.colour & 0xffffff, trace.marked ? std::clamp(trace.linewidth, 1, 64) : 1, false});
+  canvas.setPen({drawnColour(trace), trace.marked ? std::clamp(trace.linewidth, 1, 64) : 1, false});
   std::vector<Point> curve;
   for (const xychartdoc::Pair& p : points()) {
     const Point at = place(p);

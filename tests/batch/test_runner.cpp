@@ -12,6 +12,7 @@
 #include "image/stillimport.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
+#include "signal/chartview.h"
 #include "support/tempfolder.h"
 #include "synth/nailfold.h"
 
@@ -176,6 +177,14 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
   EXPECT_NEAR(maxima, drawn, 0.1);
   EXPECT_NEAR(spectra, drawn, 0.5);
   const std::string chart = app.dataFolder + app.examFolder + kSeparator + "pulse.zz1";
+  const auto* shown = dynamic_cast<ZchartDoc*>(app.openDocumentFile(chart));
+  ASSERT_NE(shown, nullptr);
+  EXPECT_EQ(shown->examIdOfDoc, app.examId);
+  EXPECT_EQ(shown->markers.size(), 2u);
+  // Its strips fit what they show, also where whole blocks of samples fill a trace.
+  auto& view = static_cast<ZchartView&>(*shown->views().front());
+  EXPECT_NEAR(view.screenTrace(*shown->findtrace("Doppler")).FS, 4.5, 1.0);
+  EXPECT_EQ(view.screenTrace(*shown->findtrace("flow")).FS, 1.0);
   ASSERT_TRUE(std::filesystem::remove(chart));
   EXPECT_EQ(makeDemonstration(app), "");
   EXPECT_FALSE(fileExists(chart));

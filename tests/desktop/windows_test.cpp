@@ -468,11 +468,15 @@ TEST_F(WindowTest, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
 TEST_F(WindowTest, TheManualOpensAtThePageOfTheWindowInFront) {
   EXPECT_EQ(helpPage(nullptr), "");
   ASSERT_TRUE(makeFolderPath(folder.file("help")));
-  for (const char* page : {"index.html", "image.html"})
+  for (const char* page : {"index.html", "image.html", "chart.html", "xy-chart.html"})
     ASSERT_TRUE(replaceFile(folder.file("help/") + page, std::string_view("<html>")));
   EXPECT_EQ(helpPage(nullptr), folder.file("help/index.html"));
   EXPECT_EQ(helpPage(&makeImage(4, 4)), folder.file("help/image.html"));
   EXPECT_EQ(helpPage(process.resultTemplate->newDocument()), folder.file("help/index.html"));
+  for (const auto& [kind, page] : {std::pair{process.reviewTemplate, "help/chart.html"},
+                                   {process.profileTemplate, "help/chart.html"},
+                                   {process.xyChartTemplate, "help/xy-chart.html"}})
+    EXPECT_EQ(helpPage(kind->newDocument()), folder.file(page));
 }
 
 }  // namespace
