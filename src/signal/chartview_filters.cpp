@@ -140,7 +140,11 @@ void ZchartView::differentiate() {
   derive([](ZZTrace& trace, Selection) { return listOf(derivativeTrace(trace)); });
 }
 
+// A trace without rows would be lost when the chart is stored and read.
 void ZchartView::powerSpectrum() {
+  if (const ZZTrace* trace = active(); trace && trace->size() < kPsdSamples)
+    return doc.report(
+        format("A power spectrum takes %u samples; the trace has %u.", kPsdSamples, trace->size()));
   derive([](ZZTrace& trace, Selection) {
     return listOf(ZZTrace::Own(calculatedPsd(trace, {trace.pixelperiod})));
   });

@@ -11,7 +11,6 @@ namespace tarnvisor {
 namespace {
 
 constexpr uint16_t kPsdBins = 256;
-constexpr uint32_t kPsdSamples = 512;
 constexpr double kHighestItem = 65535;
 
 // Spectra of all blocks: stored times `scale`, or, without a target, only looked at. The greatest power that

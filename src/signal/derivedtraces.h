@@ -15,6 +15,7 @@ ZZTrace::Own derivativeTrace(const ZZTrace& trace);
 // rectangular window. item * ygain is a thousandth of CFFT::realpower; where a power doesn't fit its 16 bits
 // all are scaled to fit, and ygain takes the scale. Null without plain samples or memory; no rows for a trace
 // of fewer than 512 samples.
+inline constexpr uint32_t kPsdSamples = 512;
 struct PsdView {  // of the window that shows the source
   double pixelperiod = 1.0;
   double displaymax = 1.0;

@@ -161,6 +161,12 @@ TEST(Contours, PutMethodAndThresholdBack) {
   EXPECT_EQ(levelContours(*spectrum, {}, {&analysis, nullptr}, {.min = 7, .tracenumber = 1})[0]->name,
             "  7 contour");
   EXPECT_TRUE(powerContours(C2DTrace(), {}, {&analysis, nullptr}).empty());
+  // The threshold that follows the noise stands in for every level.
+  analysis.parameters.autonoise = 1;
+  analysis.parameters.noisefloorRC = 1;
+  const auto following = levelContours(*spectrum, {}, {&analysis, nullptr}, {.min = 250, .tracenumber = 3});
+  resetNoiseFloor();
+  EXPECT_THAT(samplesOf(*following[2]), ElementsAre(8, 10, 12, 14));
   EXPECT_EQ(analysis.parameters.cbvMethod, kAverageSpeed);
   EXPECT_EQ(analysis.threshold, 77);
 }
