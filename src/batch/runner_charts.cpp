@@ -41,7 +41,12 @@ StepResult ScriptRunner::exportChart(ZchartView& chart, const std::string& path)
     CTextSettings exchange;
     exchange.read();
     exchange.binary = kind == "bin";
+    // No window tells how long a line stands for: a line a sample.
+    const ZZTrace* trace = chart.active();
+    const double perColumn = chart.secondsPerColumn;
+    if (trace && trace->period > 0) chart.secondsPerColumn = trace->period;
     done = chart.exportTo(path, exchange, false, true);
+    chart.secondsPerColumn = perColumn;
   } else {
     done = saveSnapshot(chart, path);
   }

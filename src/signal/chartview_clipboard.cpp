@@ -44,7 +44,8 @@ ZZTrace::Own traceFrom(std::vector<uint8_t> bytes, std::string& why) {
 ZZTrace::Own partOf(const ZZTrace& trace, uint32_t from, uint32_t count) {
   const uint32_t size = trace.size();
   const auto age = static_cast<uint32_t>((uint64_t{from} + size - trace.origin % size) % size);
-  if (age + count < size) return trace.clone(from, (from + count) % size);
+  if (uint64_t{age} + count < size)
+    return trace.clone(from, static_cast<uint32_t>((uint64_t{from} + count) % size));
   // A range that ends at the origin is told from the rest of the ring only where the origin is 0.
   if (trace.origin % size == 0) return trace.clone(from, size);
   const ZZTrace::Own inOrder = trace.clone(0, 0);

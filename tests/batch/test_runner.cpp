@@ -147,6 +147,42 @@ TEST_F(Runner, DrawsTheWindowAndThePage) {
   EXPECT_FALSE(fileExists(folder.file("a.doc")));
 }
 
+TEST_F(Runner, SelectsPrintsAndExportsTracesOfAChart) {
+  auto* chart = static_cast<ZchartDoc*>(process.reviewTemplate->newDocument());
+  for (const char* name : {"pulse", "aux"}) {
+    ZZTrace& trace = *chart->addtrace(kUint8Code, 8);
+    trace.name = name;
+    trace.hidden = trace.name == "aux";
+    trace.period = 0.5;
+    trace.yunits = "mV";
+    for (uint32_t i = 0; i < 8; ++i) trace.data->putval(i, 10.0 * i);
+  }
+  ASSERT_TRUE(chart->onSaveDocument(folder.file("c.zz1")));
+  chart->type()->discard(*chart);
+  run("set Export headers 0\nopen $c.zz1");
+  EXPECT_EQ(run("select 2.5 1").values, (decltype(StepResult::values){{"from", "1"}, {"to", "2.5"}}));
+  EXPECT_EQ(run("print traces").text,
+            "pulse\t8\t0.5 s\tfrom 0 s\tmV\tactive\naux\t8\t0.5 s\tfrom 0 s\tmV\thidden\n");
+  EXPECT_THAT(run("print status").text, HasSubstr("title c.zz1\ntrace 0:pulse\n"));
+  EXPECT_THAT(run("print status").text, HasSubstr("dx dx = 1.500 \n"));
+  EXPECT_TRUE(run("export $c.bin").ok);
+  EXPECT_EQ(readWholeFile(folder.file("c.bin")), (std::vector<uint8_t>{20, 30, 40}));
+  EXPECT_TRUE(run("export $c.txt\nexport $c.png").ok);
+  EXPECT_EQ(readWholeText(folder.file("c.txt")).value_or(""), "1\t20\r\n1.5\t30\r\n2\t40\r\n");
+  EXPECT_EQ(readWholeText(folder.file("c.png")).value_or("").substr(1, 3), "PNG");
+  EXPECT_TRUE(run("trace aux\ncommand \"Chart Results\"").ok);
+  EXPECT_THAT(run("results \"Chart Results\"").text, HasSubstr("aux"));
+  const std::pair<const char*, const char*> wrong[] = {{"trace none", "no trace \"none\""},
+                                                       {"print dims", "a chart has no dims"},
+                                                       {"export $none/c.txt", "none/c.txt"}};
+  for (const auto& [step, why] : wrong) {
+    run("close\nopen $c.zz1");
+    EXPECT_THAT(run(step).why, HasSubstr(why)) << step;
+  }
+  for (const char* step : {"select 0 1", "trace pulse"})
+    EXPECT_FALSE(run("open $shot.bmp\n" + std::string(step)).ok) << step;
+}
+
 TEST_F(Runner, ASettingTakesEffectAndStays) {
   EXPECT_TRUE(run("set Settings adjustpaldark 55\nset FLOcalcs ped1 12").ok);
   EXPECT_EQ(process.velocity.ped1, 12);

@@ -417,30 +417,15 @@ TEST_F(ChartCommands, DrawContoursAndPutMethodAndThresholdBack) {
   EXPECT_EQ(doc->traces.size(), 11u) << "the contours of one command go together";
 }
 
-TEST_F(ChartCommands, MakeTracesBesideTheActiveOne) {
-  const std::tuple<const char*, bool, std::vector<std::string>> cases[] = {
-      {"&Differentiate trace", false, {"dy/dx of source"}},
-      {"&Calculate Power Spectrum...", false, {"Calculated PSD"}},
-      {"&Pulsatility Index", true, {"systolic peak", "diastolic min", "mean", "Pulsatility Index"}},
-      {"&Resistance Index", true, {"systolic peak", "diastolic min", "Resistance Index"}}};
-  for (const auto& [command, asks, names] : cases) {
-    addRamp("source");
-    if (asks) host.fill({{"half window (samples)", "5"}});
-    run(command);
-    std::vector<std::string> made;
-    for (size_t i = 1; i < doc->traces.size(); ++i) made.push_back(doc->traces.items[i]->name);
-    EXPECT_EQ(made, names);
-    EXPECT_EQ(view().active(), doc->traces.items.back().get());
-    EXPECT_EQ(samplesOf(*doc->firsttrace())[639], 639);
-    run("Undo");
-    EXPECT_EQ(doc->traces.size(), 1u);
-    doc->deletetrace(*doc->firsttrace());
-  }
+TEST_F(ChartCommands, TellWhenTheSelectionHoldsNoSamples) {
   addRamp();
   view().select(50, 60);
-  run("&Remove Pulse");
-  EXPECT_THAT(lastMessage(), HasSubstr("no samples"));
-  EXPECT_FALSE(doc->canUndo());
+  for (const char* command : {"&Remove Pulse", "&Differentiate trace", "Golden search maxima"}) {
+    host.messages.clear();
+    run(command);
+    EXPECT_THAT(lastMessage(), HasSubstr("no samples"));
+    EXPECT_FALSE(doc->canUndo());
+  }
 }
 
 // --- files of other programs
