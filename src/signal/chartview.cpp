@@ -172,9 +172,13 @@ std::optional<ZchartView::Range> ZchartView::rangeIn(const ZZTrace& trace) const
   const uint32_t size = trace.size();
   if (!size) return std::nullopt;
   if (!hasSelection()) return Range{trace.origin % size, trace.origin % size, size};
-  const double start = trace.starttime * 0.001;
-  const double from = std::clamp(std::ceil((selfrom - start) / trace.period), 0.0, static_cast<double>(size));
-  const double to = std::clamp(std::ceil((selto - start) / trace.period), 0.0, static_cast<double>(size));
+  // Ends that are meant to be a sample's own time are that, though 1.1 / 0.1 is a little over 11.
+  const auto ageOf = [&](double time) {
+    constexpr double kNudge = 1e-9;
+    const double age = std::ceil((time - trace.starttime * 0.001) / trace.period - kNudge);
+    return std::clamp(age, 0.0, static_cast<double>(size));
+  };
+  const double from = ageOf(selfrom), to = ageOf(selto);
   if (!(to > from)) return std::nullopt;
   const auto count = static_cast<uint32_t>(to - from);
   const auto index = [&](double age) {

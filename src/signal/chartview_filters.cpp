@@ -238,8 +238,8 @@ void ZchartView::levelContour() {
   levels.readSettings();
   Form form("Doppler Contours");
   form.add("No of traces", levels.tracenumber, {1, LevelContours::kMostTraces});
-  form.add("Minimum", levels.min);
-  form.add("Interval", levels.interval);
+  form.add("Minimum", levels.min, {0, 1e6});
+  form.add("Interval", levels.interval, {0, 1e6});
   form.addNote(format("Maximum: %i", levels.max()));
   if (!process.quietMode && !host().forms.run(form)) return;
   levels.saveSettings();

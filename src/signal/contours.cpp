@@ -60,10 +60,13 @@ void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSetti
   const uint16_t width = spectrum.width();
   RowBuffer buffer(width);
   if (!buffer.isReady()) return showLowMemory();
+  // Spectra that were scaled to fit their items carry the scale in ygain, and their extent is as much less.
+  const double scale = spectrum.yunits == "kHz" && spectrum.ygain > 0 ? spectrum.ygain / 0.001 : 1.0;
   double accepted = 0;
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);
-    double value = cbvfind(*review.analysis, buffer.read(*spectrum.data, row)) * spectrum.extent(row) / width;
+    double value =
+        cbvfind(*review.analysis, buffer.read(*spectrum.data, row)) * (spectrum.extent(row) * scale) / width;
     if (k == 0)
       accepted = value;
     else

@@ -85,7 +85,8 @@ std::unique_ptr<C2DTrace> calculatedPsd(const ZZTrace& source, const PsdView& vi
   const double scale = greatest > kHighestItem ? kHighestItem / greatest : 1.0;
   psd->ygain /= scale;
   walkSpectra(source, psd.get(), rows, scale, fft);
-  psd->rowvalues->fill(1 / (2 * source.period));
+  // Frequencies are shown through ygain too: what it gained by the scale the extent gives up.
+  psd->rowvalues->fill(1 / (2 * source.period) * scale);
   return psd;
 }
 
