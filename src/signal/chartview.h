@@ -186,7 +186,8 @@ class ZchartView : public CView, public ChartWatcher {
   void chartResults();
   void imageFromTrace();
   void xyChart();
-  bool hasTwoTraces() const { return shownTraces().size() > 1; }
+  std::vector<ZZTrace*> plainTraces() const;
+  bool hasTwoTraces() const { return plainTraces().size() > 1; }
   bool hasSamples() const { return hasData() && !hasRows(); }
   void openEditor(CMarker& marker);
 

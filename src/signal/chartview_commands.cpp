@@ -269,19 +269,25 @@ void ZchartView::exportPicture() {
   exportChartPicture(doc, windowSize(), [this](Canvas& canvas, const Rect& area) { drawIn(canvas, area); });
 }
 
+// Rows can't be drawn against anything.
+std::vector<ZZTrace*> ZchartView::plainTraces() const {
+  std::vector<ZZTrace*> plain = shownTraces();
+  std::erase_if(plain, [](ZZTrace* trace) { return rowsOf(trace) != nullptr; });
+  return plain;
+}
+
 void ZchartView::xyChart() {
-  const std::vector<ZZTrace*> shown = shownTraces();
+  const std::vector<ZZTrace*> shown = plainTraces();
+  if (shown.size() < 2) return;
   std::vector<std::string> names;
   for (const ZZTrace* trace : shown) names.push_back(trace->name);
   int32_t x = 0, y = 1;
   Form form("X-Y chart");
   form.addChoice("along x", x, names);
   form.addChoice("along y", y, names);
-  if (!host().forms.run(form) || shownTraces() != shown) return;
+  if (!host().forms.run(form) || plainTraces() != shown) return;
   const ZZTrace& across = *shown[static_cast<size_t>(x)];
   const ZZTrace& upward = *shown[static_cast<size_t>(y)];
-  if (across.data->width > 1 || upward.data->width > 1)
-    return doc.report("Traces of rows can't be drawn against each other.");
   if (!makeXyChart(across, upward, upward.name + " against " + across.name)) doc.report(kLowMemory);
 }
 

@@ -318,6 +318,7 @@ TEST(ScreenTraces, DrawInAColumnItsExtentAndNoMore) {
   screen.selfScale();
   const Rect plot{10, 20, 110, 220};
   RecordingCanvas canvas;
+  canvas.printer = true;
   screen.draw(canvas, plot, {-0.5, 1.0, 100});
   std::vector<std::vector<int32_t>> drawn(100);
   for (const Point& p : pointsOf(canvas)) {
@@ -334,11 +335,37 @@ TEST(ScreenTraces, DrawInAColumnItsExtentAndNoMore) {
     EXPECT_EQ(*std::max_element(ys.begin(), ys.end()), screen.yOf(extent.low, plot)) << column;
     EXPECT_EQ(*std::min_element(ys.begin(), ys.end()), screen.yOf(extent.high, plot)) << column;
   }
+  // A screen fills what these lines cover: each column's own extent, and what joins it to its neighbours'.
+  RecordingCanvas screenCanvas;
+  screen.draw(screenCanvas, plot, {-0.5, 1.0, 100});
+  std::vector<Rect> fills(100);
+  for (const std::string& call : screenCanvas.calls) {
+    Rect r;
+    if (std::sscanf(call.c_str(), "fill %d,%d-%d,%d", &r.left, &r.top, &r.right, &r.bottom) != 4) continue;
+    for (int32_t x = r.left; x < r.right; ++x) fills[static_cast<size_t>(x - plot.left)] = r;
+  }
+  for (size_t column = 0; column < 100; ++column) {
+    if (drawn[column].empty()) continue;
+    const auto [top, bottom] = std::minmax_element(drawn[column].begin(), drawn[column].end());
+    EXPECT_LE(fills[column].top, *top) << column;
+    EXPECT_GT(fills[column].bottom, *bottom) << column;
+    int32_t least = *top, greatest = *bottom;
+    for (const size_t other : {column - 1, column + 1}) {
+      if (other >= 100) continue;
+      for (const int32_t y : drawn[other]) {
+        least = std::min(least, y);
+        greatest = std::max(greatest, y);
+      }
+    }
+    EXPECT_GE(fills[column].top, least) << column;
+    EXPECT_LE(fills[column].bottom, greatest + 1) << column;
+  }
 }
 
 TEST(ScreenTraces, JoinFewSamplesByLinesWithGapsWhereThereIsNone) {
   auto trace = traceOf({0, 1, kNaN, 2, 4});
   RecordingCanvas canvas;
+  canvas.printer = true;
   CScreenTrace screen(*trace);
   screen.FS = 10;
   screen.draw(canvas, {0, 0, 100, 101}, {0.0, 0.125, 100});
