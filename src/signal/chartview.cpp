@@ -117,7 +117,7 @@ void ZchartView::setSecondsPerColumn(double wanted) {
     if (trace->size() && trace->period > 0) shortest = std::min(shortest, trace->period);
   const double low = std::max(shortest / kColumnsPerSample, furthest / kMostColumns);
   const double high = std::max(low, duration / 8);
-  if (!(high > 0) || !std::isfinite(high)) return;
+  if (!std::isnormal(low) || !std::isfinite(high)) return;
   secondsPerColumn = std::clamp(std::isfinite(wanted) ? wanted : high, low, high);
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 
+#include "base/numbers.h"
 #include "base/text.h"
 #include "signal/chartview.h"
 
@@ -130,7 +131,7 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   axis.units = trace.yunits;
   const double scale = screen.FS / std::max(1, plot.height());
   axis.setScale(scale);
-  axis.pos = static_cast<int32_t>(std::clamp(std::floor(screen.OS / scale), -2e9, 2e9));
+  axis.pos = truncated(std::clamp(std::floor(screen.OS / scale), -2e9, 2e9));
   // A label stands on both sides of its tick.
   canvas.setClip({visible.left, visible.top - text.line / 2, visible.right, visible.bottom + text.line / 2});
   axis.paintLeft(canvas, plot, kInk);
