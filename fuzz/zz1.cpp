@@ -2,16 +2,22 @@
 // choose the kind, the selection and the commands: a chart's reader doesn't look at what follows its markers.
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <ostream>
+#include <streambuf>
 
 #include "app/basicapp.h"
+#include "app/processstate.h"
 #include "archive/archive.h"
+#include "framework/documenttype.h"
 #include "imagebytes.h"
 #include "quiethost.h"
 #include "signal/chartmeasures.h"
 #include "signal/commonflodoc.h"
 #include "signal/livechartdoc.h"
+#include "signal/tracetext.h"
 #include "signal/xychart.h"
 
 using namespace tarnvisor;
@@ -43,6 +49,61 @@ std::unique_ptr<ZchartDoc> documentOf(uint8_t kind) {
   return std::make_unique<ZchartDoc>();
 }
 
+template <class Document, class View>
+DocumentType& typeOf(const char* resource) {
+  DocumentClass facts;
+  facts.resource = resource;
+  facts.makeDocument = []() -> std::unique_ptr<CDocument> { return std::make_unique<Document>(); };
+  facts.makeView = [](CDocument& document) -> std::unique_ptr<CView> {
+    return std::make_unique<View>(static_cast<Document&>(document));
+  };
+  return *theApp().documents.registerType(std::make_unique<DocumentType>(facts));
+}
+
+// Drawn and closed: what commands opened beside the chart.
+void closeOthers() {
+  for (DocumentType* type : {process.profileTemplate, process.xyChartTemplate}) {
+    while (!type->documents().empty()) {
+      CDocument& document = *type->documents().back();
+      CountingCanvas canvas;
+      document.views().front()->draw(canvas);
+      (void)document.views().front()->panes();
+      type->discard(document);
+    }
+  }
+}
+
+// Takes so much, then the disc is full.
+class SmallDisc final : public std::streambuf {
+ public:
+  explicit SmallDisc(std::streamsize bytes) : left(bytes) {}
+
+ protected:
+  std::streamsize xsputn(const char*, std::streamsize count) override {
+    const std::streamsize taken = std::min(count, left);
+    left -= taken;
+    return taken;
+  }
+  int_type overflow(int_type c) override { return left-- > 0 ? traits_type::not_eof(c) : traits_type::eof(); }
+
+ private:
+  std::streamsize left;
+};
+
+void exportAll(const ZchartDoc& document) {
+  std::vector<const ZZTrace*> traces;
+  for (const auto& trace : document.traces.items) traces.push_back(trace.get());
+  for (const uint8_t binary : {0, 1})
+    for (const bool whole : {false, true}) {
+      SmallDisc disc(100000);
+      std::ostream stream(&disc);
+      CTextSettings settings;
+      settings.binary = binary;
+      settings.swapbytes = whole;
+      (void)exportTraces(stream, traces, settings, {whole, -3, 40, 0.25});
+    }
+}
+
 size_t itemsOf(const ZchartDoc& document) {
   size_t items = 0;
   for (const auto& trace : document.traces.items)
@@ -63,6 +124,9 @@ void pointAround(CView& view) {
   view.mouseMove({{300, 250}});
   view.mouseUp({{300, 250}});
   view.mouseDouble({{150, 150}});
+  view.mouseDown({{115, 245}});  // a marker, where there is one at the chart's start
+  view.mouseMove({{200, 245}});
+  view.mouseUp({{200, 245}});
   view.mouseMove({{-70000, 70000}});
   for (const auto& [shift, control] : {std::pair(false, false), {true, false}, {false, true}})
     for (const int32_t steps : {3, -1}) view.wheel({{200, 100}, steps, shift, control});
@@ -70,12 +134,16 @@ void pointAround(CView& view) {
     for (const bool control : {false, true}) (void)view.keyDown({key, false, control});
 }
 
+bool isScale(double value) { return value > 0 && std::isfinite(value); }
+
 void useTraces(ZchartView& view) {
+  if (!isScale(view.secondsPerColumn)) std::abort();
   for (ZZTrace* trace : view.shownTraces()) {
     const auto range = view.rangeIn(*trace);
     if (range && (range->from >= trace->size() || range->to >= trace->size() || range->count > trace->size()))
       std::abort();
     if (range) (void)summaryOf(*trace, range->from, range->count);
+    if (!isScale(view.screenTrace(*trace).FS)) std::abort();
     uint32_t index = 0;
     if (view.screenTrace(*trace).indexAt(view.cursor, index) && index >= trace->size()) std::abort();
   }
@@ -139,6 +207,10 @@ void saveAndReload(ZchartDoc& document) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static CBasicApp app;
   static QuietHost quiet;
+  if (!process.profileTemplate) {
+    process.profileTemplate = &typeOf<ZliveChartDoc, ZliveChartView>("\nProfile\n\n\n.zz1\n\n");
+    process.xyChartTemplate = &typeOf<xychartdoc, xychartvw>("\nXY\n\n\n.zzxy\n\n");
+  }
   registerTraces();
   registerMarkers();
   const BytesAsFile file(data, size);
@@ -151,7 +223,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   else
     document->addView(std::make_unique<ZchartView>(*document));
   if (!document->onOpenDocument(file.path())) return 0;
-  if (itemsOf(*document) <= 16 * kMostSamples) use(*document, *document->views().front(), choices);
+  if (itemsOf(*document) <= 16 * kMostSamples) {
+    exportAll(*document);
+    use(*document, *document->views().front(), choices);
+    closeOthers();
+  }
   saveAndReload(*document);
   return 0;
 }

@@ -152,8 +152,9 @@ void ZchartView::actualSize() {
   if (!trace) return;
   const double middle = timeAtWindow((plotArea().left + plotArea().right) / 2);
   zoomTime(trace->pixelperiod / secondsPerColumn, middle);
-  if (rowsOf(trace) || !(trace->xscale > 0)) return;
-  screenTrace(*trace).FS = 256 * trace->xscale;
+  const double full = 256 * trace->xscale;
+  if (rowsOf(trace) || !(full > 0) || !std::isfinite(full)) return;
+  screenTrace(*trace).FS = full;
   screenTrace(*trace).OS = 0.0;
   redraw();
 }

@@ -17,6 +17,13 @@ constexpr double kMargin = 0.05;
 constexpr double kFarAway = 4.0;  // heights beyond the plot at which lines are cut
 
 bool isUsable(double value) { return std::isfinite(value) && std::abs(value) < 1e300; }
+// A full scale must leave something when a plot's height divides it.
+constexpr double kLeastScale = 1e-300;
+bool isFullScale(double value) { return isUsable(value) && value >= kLeastScale; }
+double fullScaleOf(const ZZTrace& trace) {
+  const double full = kScreenUnits * trace.xscale;
+  return isFullScale(full) ? full : kScreenUnits;
+}
 
 // Dots and hand-made marks are as wide as the trace says, within what can be seen.
 constexpr int32_t kWidestMark = 64;
@@ -113,7 +120,7 @@ bool CScreenTrace::indexAt(double time, uint32_t& index) const {
 }
 
 void CScreenTrace::selfScale() {
-  FS = kScreenUnits * shownTrace->xscale;
+  FS = fullScaleOf(*shownTrace);
   OS = 0.0;
   if (!shownTrace->size()) return;
   const Extent raw = extentOfAges(0, shownTrace->size());
@@ -121,17 +128,18 @@ void CScreenTrace::selfScale() {
   shown.take(shownTrace->displayed(raw.low));
   shown.take(shownTrace->displayed(raw.high));
   if (shown.isEmpty() || !isUsable(shown.low) || !isUsable(shown.high)) return;
-  const bool fits =
-      isUsable(FS) && FS > 0 && shown.low >= 0 && shown.high <= FS && shown.high >= FS * kLeastFill;
+  const bool own = FS == kScreenUnits * shownTrace->xscale;
+  const bool fits = own && shown.low >= 0 && shown.high <= FS && shown.high >= FS * kLeastFill;
   if (fits) return;
   const double range = shown.high - shown.low;
-  FS = range > 0 ? range * (1 + 2 * kMargin) : std::max(1.0, std::abs(shown.high));
-  OS = range > 0 ? shown.low - range * kMargin : shown.low - FS / 2;
+  const bool varies = range >= kLeastScale;
+  FS = varies ? range * (1 + 2 * kMargin) : std::max(1.0, std::abs(shown.high));
+  OS = varies ? shown.low - range * kMargin : shown.low - FS / 2;
 }
 
 void CScreenTrace::scaleAbout(double value, double factor) {
   const double full = FS * factor;
-  if (!isUsable(full) || full < 1e-300) return;
+  if (!isFullScale(full)) return;
   OS = value - (value - OS) * factor;
   FS = full;
 }
@@ -239,14 +247,14 @@ void C2DScreenTrace::dataChanged() {
 // The whole extent of the rows.
 void C2DScreenTrace::selfScale() {
   OS = 0.0;
-  FS = kScreenUnits * shownTrace->xscale;
+  FS = fullScaleOf(*shownTrace);
   const C2DTrace& trace = rows();
   if (!trace.data || !trace.rowvalues) return;
   double greatest = 0;
   for (uint32_t r = 0; r < std::min(trace.size(), trace.rowvalues->size); ++r)
     greatest = std::max(greatest, trace.rowvalues->at(r));
   const double full = greatest * std::abs(trace.ygain);
-  if (isUsable(full) && full > 0) FS = full;
+  if (isFullScale(full)) FS = full;
 }
 
 int32_t C2DScreenTrace::paletteIndex(double value, double fullscale, double fsoffset) {

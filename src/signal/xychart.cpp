@@ -20,6 +20,7 @@ constexpr Colour kPaper = 0xffffff;
 constexpr Colour kInk = 0x303030;
 constexpr int32_t kTenthsOfPoint = 90;
 constexpr double kMargin = 0.05;
+constexpr double kFarthest = 1e300;  // the distance between two values must be a number too
 
 // A range to show, a little wider than what it has to hold.
 Extent widened(Extent extent) {
@@ -47,7 +48,7 @@ std::vector<xychartdoc::Pair> xychartdoc::pairs() const {
     if (!(xAge >= 0 && xAge < x->size())) continue;
     const auto at = static_cast<uint32_t>((uint64_t{x->origin} + static_cast<uint64_t>(xAge)) % x->size());
     const Pair pair{x->displayed(x->data->at(at)), y->displayed(y->data->at(index))};
-    if (std::isfinite(pair.x) && std::isfinite(pair.y)) found.push_back(pair);
+    if (std::abs(pair.x) < kFarthest && std::abs(pair.y) < kFarthest) found.push_back(pair);
   }
   return found;
 }
