@@ -147,8 +147,9 @@ std::vector<Menu> chartMenus() {
   return {
       fileMenu(ofFile, cmd::ImportTrace),
       {"&Edit",
-       {cmd::Undo, cmd::Redo, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste, cmd::DeleteFromTrace,
-        K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks, K::Separator, cmd::ClearTraces}},
+       {cmd::Undo, cmd::RedoTrace, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste,
+        cmd::DeleteFromTrace, K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks,
+        K::Separator, cmd::ClearTraces}},
       {"&View", zoomEntries() +
                     Entries{cmd::ZoomValueIn, cmd::ZoomValueOut, cmd::SameScale, K::Separator,
                             cmd::ReduceFullScale, cmd::IncreaseFullScale, cmd::RaiseOffset, cmd::LowerOffset,
@@ -221,7 +222,7 @@ const std::vector<Menu>& menusOf(MenuSet set) {
   static const std::vector<Menu> chart = chartMenus();
   static const std::vector<Menu> xyChart{fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::ExportPicture,
                                                    K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
-                                         {"&Edit", {cmd::Undo, cmd::Redo}},
+                                         {"&Edit", {cmd::Undo, cmd::RedoTrace}},
                                          {"&View", barEntries()},
                                          subjectMenu(),
                                          acquisitionMenu(),

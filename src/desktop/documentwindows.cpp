@@ -7,6 +7,8 @@
 #include "desktop/afterdialogs.h"
 #include "desktop/icons.h"
 #include "desktop/qttext.h"
+#include "framework/documenttype.h"
+#include "settings/settings.h"
 
 namespace tarnvisor {
 
@@ -24,6 +26,7 @@ class DocumentWindows::Window final : public QMdiSubWindow {
 
   CDocument* document;  // null once it has closed
   ViewWidget* widget;
+  std::string section;  // of the profile that keeps its place; empty for none
 
  protected:
   void closeEvent(QCloseEvent* event) override {
@@ -90,6 +93,7 @@ void DocumentWindows::removeClosed() {
   const auto& open = app.documents.documents();
   std::erase_if(windows, [&](Window* window) {
     if (std::ranges::find(open, window->document) != open.end()) return false;
+    storePlace(*window);
     window->document = nullptr;
     window->widget->forget();
     area.removeSubWindow(window);
@@ -97,6 +101,49 @@ void DocumentWindows::removeClosed() {
     window->deleteLater();
     return true;
   });
+}
+
+// By the class of the view.
+std::string DocumentWindows::placeSection(const CDocument& document) {
+  const CView& view = *document.views().front();
+  return view.keepsPlace() && document.type() ? document.type()->classes().viewName : "";
+}
+
+void DocumentWindows::storePlace(const Window& window) const {
+  enum : int32_t { kNormal = 1, kMinimised = 2, kMaximised = 3 };
+  if (window.section.empty()) return;
+  const bool plain = !window.isMaximized() && !window.isMinimized();
+  const QRect place = plain ? window.geometry() : window.normalGeometry();
+  const QPoint small = window.isMinimized() ? window.pos() : QPoint(-1, -1);
+  const std::pair<const char*, int32_t> keys[] = {{"showcmd", window.isMaximized()   ? kMaximised
+                                                              : window.isMinimized() ? kMinimised
+                                                                                     : kNormal},
+                                                  {"left", place.left()},
+                                                  {"top", place.top()},
+                                                  {"right", place.left() + place.width()},
+                                                  {"bottom", place.top() + place.height()},
+                                                  {"minx", small.x()},
+                                                  {"miny", small.y()},
+                                                  {"maxx", -1},
+                                                  {"maxy", -1}};
+  for (const auto& [key, value] : keys) settings.setInt(window.section, key, value);
+}
+
+// The first of its class gets the place; others lie as windows do.
+bool DocumentWindows::restorePlace(Window& window) {
+  if (window.section.empty()) return false;
+  for (const Window* other : windows)
+    if (other != &window && other->section == window.section) return false;
+  const auto at = [&](const char* key) { return settings.getInt(window.section, key, 0); };
+  const int64_t width = int64_t{at("right")} - at("left"), height = int64_t{at("bottom")} - at("top");
+  const QSize room = area.viewport()->size();
+  if (width < 64 || height < 64) return false;
+  const QSize size(static_cast<int>(std::min<int64_t>(width, room.width())),
+                   static_cast<int>(std::min<int64_t>(height, room.height())));
+  window.setGeometry(QRect(QPoint(std::clamp(at("left"), 0, std::max(0, room.width() - size.width())),
+                                  std::clamp(at("top"), 0, std::max(0, room.height() - size.height()))),
+                           size));
+  return true;
 }
 
 void DocumentWindows::add(CDocument& document) {
@@ -115,7 +162,8 @@ void DocumentWindows::add(CDocument& document) {
   widget->onResizeFrame = [this, window](Size content) { resizeFrame(*window, content); };
   const bool maximised = area.activeSubWindow() && area.activeSubWindow()->isMaximized();
   area.addSubWindow(window);
-  window->resize(window->sizeHint().boundedTo(area.viewport()->size()));
+  window->section = placeSection(document);
+  if (!restorePlace(*window)) window->resize(window->sizeHint().boundedTo(area.viewport()->size()));
   if (maximised)
     window->showMaximized();
   else

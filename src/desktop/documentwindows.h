@@ -37,6 +37,9 @@ class DocumentWindows {
   class Window;
   void add(CDocument& document);
   void removeClosed();
+  static std::string placeSection(const CDocument& document);
+  void storePlace(const Window& window) const;
+  bool restorePlace(Window& window);
   void raiseFront();
   void resizeFrame(Window& window, Size content);
   void activated(QMdiSubWindow* subWindow);

@@ -227,6 +227,7 @@ enum : int32_t {
   ZoomValueIn,
   ZoomValueOut,
   ShowHiddenTraces,
+  RedoTrace,
 };
 
 }  // namespace tarnvisor::cmd

@@ -110,6 +110,9 @@ class CView : public CommandTarget {
   void scrollTo(Point wanted);  // kept within the content
   virtual int32_t lineStep() const { return 16; }
 
+  // Whether the place of its window is kept in the profile, for the next one of its class.
+  virtual bool keepsPlace() const { return false; }
+
  protected:
   ViewSite& site() const;
   void redraw() { site().redraw(); }

@@ -33,9 +33,10 @@ ZchartDoc::~ZchartDoc() = default;
 
 const CommandTableBase* ZchartDoc::commands() const {
   using D = ZchartDoc;
-  static const CommandTable<D> table{
-      {{cmd::Undo, "&Undo", &D::undo, &D::canUndo}, {cmd::Redo, "&Redo", &D::redo, &D::canRedo}},
-      CdbDocument::commands()};
+  static const CommandTable<D> table{{{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
+                                      {cmd::RedoTrace, "&Redo", &D::redo, &D::canRedo},
+                                      {cmd::Redo, "", &D::redo, &D::canRedo}},
+                                     CdbDocument::commands()};
   return &table;
 }
 

@@ -32,6 +32,7 @@ class ZchartView : public CView, public ChartWatcher {
   void onUpdate() override;
   Size contentSize() const override;
   int32_t lineStep() const override { return 32; }
+  bool keepsPlace() const override { return true; }
   void traceGone(const ZZTrace& trace) override;
   void traceReplaced(const ZZTrace& old, ZZTrace& by) override;
   // The traces of the strips, in the document's order: all but hidden ones, and those too on request.

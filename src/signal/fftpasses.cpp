@@ -131,7 +131,7 @@ void unpackPower(SplitArrays bins, size_t n, const FftTables& tables, double fac
   const Tag d;
   const size_t lanes = hn::Lanes(d);
   const auto scale = hn::Set(d, factor);
-  const auto power = [d](Complex x) HWY_ATTR { return hn::Add(hn::Mul(x.re, x.re), hn::Mul(x.im, x.im)); };
+  const auto power = [](Complex x) HWY_ATTR { return hn::Add(hn::Mul(x.re, x.re), hn::Mul(x.im, x.im)); };
   // The last vector may reach past n / 2 into bins that it then gives the same value as from the other side.
   for (size_t k = 1; k < n / 2; k += lanes) {
     const size_t mirror = n - k - lanes + 1;

@@ -479,5 +479,33 @@ TEST_F(WindowTest, TheManualOpensAtThePageOfTheWindowInFront) {
     EXPECT_EQ(helpPage(kind->newDocument()), folder.file(page));
 }
 
+TEST_F(WindowTest, AChartOpensWhereTheLastOneOfItsClassClosed) {
+  const auto open = [] { return process.reviewTemplate->newDocument(); };
+  CDocument* chart = open();
+  ASSERT_NE(chart, nullptr);
+  const QRect place(40, 30, 420, 310);
+  windowOf(*chart).showNormal();
+  windowOf(*chart).setGeometry(place);
+  chart->setModified(false);
+  ASSERT_TRUE(app->documents.close(*chart));
+  EXPECT_EQ(settings.getInt("CReView", "left", 0), 40);
+  EXPECT_EQ(settings.getInt("CReView", "bottom", 0), 340);
+  EXPECT_EQ(settings.getInt("CReView", "showcmd", 0), 1);
+  chart = open();
+  CDocument* second = open();
+  EXPECT_EQ(windowOf(*chart).geometry(), place);
+  EXPECT_NE(windowOf(*second).geometry(), place) << "one would hide the other";
+  // A place that no screen has is brought back.
+  second->setModified(false);
+  chart->setModified(false);
+  ASSERT_TRUE(app->documents.close(*second));
+  ASSERT_TRUE(app->documents.close(*chart));
+  for (const auto& [key, value] :
+       {std::pair{"left", 2'000'000'000}, {"right", 2'000'000'900}, {"top", -90'000}, {"bottom", -80'000}})
+    settings.setInt("CReView", key, value);
+  chart = open();
+  EXPECT_TRUE(windowOf(*chart).parentWidget()->rect().contains(windowOf(*chart).geometry()));
+}
+
 }  // namespace
 }  // namespace tarnvisor
