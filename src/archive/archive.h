@@ -119,6 +119,20 @@ class Archive {
     return std::unique_ptr<T>(static_cast<T*>(loaded.fresh.release()));
   }
 
+  // The collection of objects in either direction: a count, then a reference each. Loading appends, what was
+  // read before an exception stays, and null references are passed over.
+  template <class T>
+  void serializeOwned(std::vector<std::unique_ptr<T>>& items) {
+    constexpr size_t kShortestReference = 2;
+    if (isStoring()) {
+      writeCount(items.size());
+      for (const auto& item : items) writeObject(item.get());
+      return;
+    }
+    for (size_t left = readCountOf(kShortestReference); left > 0; --left)
+      if (auto item = readOwned<T>()) items.push_back(std::move(item));
+  }
+
   void flush();
   void close() { flush(); }
   // Bytes not yet read.

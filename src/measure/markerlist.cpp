@@ -11,16 +11,7 @@ const ArchiveClass& CMarkerList::archiveClass() {
   return record;
 }
 
-void CMarkerList::serialize(Archive& archive) {
-  if (archive.isStoring()) {
-    archive.writeCount(items.size());
-    for (const auto& item : items) archive.writeObject(item.get());
-    return;
-  }
-  constexpr size_t shortestReference = 2;
-  for (size_t left = archive.readCountOf(shortestReference); left > 0; --left)
-    if (auto item = archive.readOwned<CMarker>()) items.push_back(std::move(item));
-}
+void CMarkerList::serialize(Archive& archive) { archive.serializeOwned(items); }
 
 CMarker& CMarkerList::add(std::unique_ptr<CMarker> marker) {
   items.push_back(std::move(marker));

@@ -221,6 +221,7 @@ class ZchartView : public CView, public ChartWatcher {
   void signalStrength();
   void powerContour();
   void levelContour();
+  std::optional<Selection> selectionToWorkOn() const;
   template <class Act>
   void alter(Act act);
   template <class Make>

@@ -29,28 +29,36 @@ ArtifactSettings artifactSettings;  // of all charts, for the life of the proces
 
 }  // namespace
 
+// What is selected of the active trace. A trace with no data ends a command with no message.
+std::optional<Selection> ZchartView::selectionToWorkOn() const {
+  const ZZTrace* trace = active();
+  if (!trace || !trace->size()) return std::nullopt;
+  const auto range = rangeIn(*trace);
+  if (!range) {
+    doc.report(kNoSamples);
+    return std::nullopt;
+  }
+  return Selection{range->from, range->to};
+}
+
 // Runs a change of the active trace over the selection, with a copy of the trace kept for Undo.
 template <class Act>
 void ZchartView::alter(Act act) {
-  ZZTrace* trace = active();
-  if (!trace || !trace->size()) return;
-  const auto range = rangeIn(*trace);
-  if (!range) return doc.report(kNoSamples);
+  const auto selection = selectionToWorkOn();
+  if (!selection) return;
   const WaitScope wait;
   ZchartDoc::Change change(doc);
-  if (change.altering(*trace)) act(*trace, Selection{range->from, range->to});
+  if (ZZTrace& trace = *active(); change.altering(trace)) act(trace, *selection);
 }
 
 // Runs what makes new traces of the active one over the selection; the last of them becomes the active one.
 template <class Make>
 void ZchartView::derive(Make make) {
-  ZZTrace* trace = active();
-  if (!trace || !trace->size()) return;
-  const auto range = rangeIn(*trace);
-  if (!range) return doc.report(kNoSamples);
+  const auto selection = selectionToWorkOn();
+  if (!selection) return;
   const WaitScope wait;
   ZchartDoc::Change change(doc);
-  for (ZZTrace::Own& made : make(*trace, Selection{range->from, range->to}))
+  for (ZZTrace::Own& made : make(*active(), *selection))
     if (ZZTrace* added = change.add(std::move(made))) activeTrace = added;
 }
 
@@ -155,12 +163,10 @@ void ZchartView::psdProfile() {
 }
 
 void ZchartView::goldenMaxima() {
-  ZZTrace* trace = active();
-  if (!trace || !trace->size()) return;
-  const auto range = rangeIn(*trace);
-  if (!range) return doc.report(kNoSamples);
+  const auto selection = selectionToWorkOn();
+  if (!selection) return;
   const WaitScope wait;
-  const auto found = goldenSearchMaxima(*trace, {range->from, range->to});
+  const auto found = goldenSearchMaxima(*active(), *selection);
   if (!process.quietMode)
     host().messages.show(format("%i maxima found; the log lists them.", static_cast<int>(found.size())));
 }

@@ -10,16 +10,7 @@ const ArchiveClass& CTraceArray::archiveClass() {
   return record;
 }
 
-void CTraceArray::serialize(Archive& archive) {
-  if (archive.isStoring()) {
-    archive.writeCount(items.size());
-    for (const auto& item : items) archive.writeObject(item.get());
-    return;
-  }
-  constexpr size_t shortestReference = 2;
-  for (size_t left = archive.readCountOf(shortestReference); left > 0; --left)
-    if (auto item = archive.readOwned<ZZTrace>()) items.push_back(std::move(item));
-}
+void CTraceArray::serialize(Archive& archive) { archive.serializeOwned(items); }
 
 ZZTrace* CTraceArray::find(const std::string& name) const {
   for (const auto& item : items)

@@ -101,20 +101,24 @@ void extremes(const Item* items, uint64_t count, Item& least, Item& greatest) {
   if constexpr (std::is_floating_point_v<Item>) {
     const hn::ScalableTag<Item> d;
     const uint64_t lanes = hn::Lanes(d);
+    // Four chains, since each step waits for the one before it.
     auto lows = hn::Set(d, low);
     auto highs = hn::Set(d, high);
-    auto lows2 = lows;
-    auto highs2 = highs;
-    for (; i + 2 * lanes <= count; i += 2 * lanes) {
-      const auto x = hn::LoadU(d, items + i);
-      const auto y = hn::LoadU(d, items + i + lanes);
-      lows = hn::IfThenElse(hn::Lt(x, lows), x, lows);
-      highs = hn::IfThenElse(hn::Gt(x, highs), x, highs);
-      lows2 = hn::IfThenElse(hn::Lt(y, lows2), y, lows2);
-      highs2 = hn::IfThenElse(hn::Gt(y, highs2), y, highs2);
+    auto lows2 = lows, lows3 = lows, lows4 = lows;
+    auto highs2 = highs, highs3 = highs, highs4 = highs;
+    const auto take = [&](const Item* from, auto& below, auto& above) HWY_ATTR {
+      const auto x = hn::LoadU(d, from);
+      below = hn::IfThenElse(hn::Lt(x, below), x, below);
+      above = hn::IfThenElse(hn::Gt(x, above), x, above);
+    };
+    for (; i + 4 * lanes <= count; i += 4 * lanes) {
+      take(items + i, lows, highs);
+      take(items + i + lanes, lows2, highs2);
+      take(items + i + 2 * lanes, lows3, highs3);
+      take(items + i + 3 * lanes, lows4, highs4);
     }
-    low = hn::GetLane(hn::MinOfLanes(d, hn::Min(lows, lows2)));
-    high = hn::GetLane(hn::MaxOfLanes(d, hn::Max(highs, highs2)));
+    low = hn::GetLane(hn::MinOfLanes(d, hn::Min(hn::Min(lows, lows2), hn::Min(lows3, lows4))));
+    high = hn::GetLane(hn::MaxOfLanes(d, hn::Max(hn::Max(highs, highs2), hn::Max(highs3, highs4))));
   }
   for (; i < count; ++i) {
     const Item x = items[i];
@@ -165,6 +169,26 @@ inline uint64_t linearByTable(uint8_t* bytes, uint64_t count, const uint8_t* res
 }
 #endif
 
+// Where 32 bits hold every result, the conversion that all processors have will do.
+template <class Item>
+void linearBlock(Item* items, uint64_t count, double a, double b) {
+  constexpr double kFarthest = 1.0 + std::max(static_cast<double>(std::numeric_limits<Item>::max()),
+                                              -static_cast<double>(std::numeric_limits<Item>::min()));
+  double farthest = kFarthest;
+  if (std::abs(a) * farthest + std::abs(b) >= 2147483647.0) {
+    Item least = 0;
+    Item greatest = 0;
+    extremes(items, count, least, greatest);
+    farthest = std::max(static_cast<double>(greatest), -static_cast<double>(least));
+  }
+  if (std::abs(a) * farthest + std::abs(b) < 2147483647.0) {
+    for (uint64_t i = 0; i < count; ++i)
+      items[i] = static_cast<Item>(static_cast<int32_t>(a * static_cast<double>(items[i]) + b));
+  } else {
+    for (uint64_t i = 0; i < count; ++i) items[i] = itemCast<Item>(a * static_cast<double>(items[i]) + b);
+  }
+}
+
 template <class Item>
 void linear(Item* items, uint64_t count, double a, double b) {
   if constexpr (std::is_floating_point_v<Item>) {
@@ -182,22 +206,10 @@ void linear(Item* items, uint64_t count, double a, double b) {
       }
     }
 #endif
-    // Where 32 bits hold every result, the conversion that all processors have will do.
-    constexpr double kFarthest = 1.0 + std::max(static_cast<double>(std::numeric_limits<Item>::max()),
-                                                -static_cast<double>(std::numeric_limits<Item>::min()));
-    double farthest = kFarthest;
-    if (std::abs(a) * farthest + std::abs(b) >= 2147483647.0) {
-      Item least = 0;
-      Item greatest = 0;
-      extremes(items, count, least, greatest);
-      farthest = std::max(static_cast<double>(greatest), -static_cast<double>(least));
-    }
-    if (std::abs(a) * farthest + std::abs(b) < 2147483647.0) {
-      for (uint64_t i = 0; i < count; ++i)
-        items[i] = static_cast<Item>(static_cast<int32_t>(a * static_cast<double>(items[i]) + b));
-    } else {
-      for (uint64_t i = 0; i < count; ++i) items[i] = itemCast<Item>(a * static_cast<double>(items[i]) + b);
-    }
+    // Blocks stay in the nearest cache between the look at their range and the change.
+    constexpr uint64_t kBlock = 16384 / sizeof(Item);
+    for (uint64_t at = 0; at < count; at += kBlock)
+      linearBlock(items + at, std::min(kBlock, count - at), a, b);
   }
 }
 
