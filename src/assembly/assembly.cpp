@@ -101,7 +101,6 @@ void registerStoredClasses() {
   registerResultClasses();
   registerDataVectors();
   registerTraces();
-  registerMarkers();
 }
 
 }  // namespace tarnvisor

@@ -138,7 +138,7 @@ bool CAxis::ticks(Ticks& out) const {
   const double step = unitsPerPixel();
   if (!usable(step) || !usable(major) || size <= 0 || minor < 1) return false;
   const double first = std::floor(pos * step / major);
-  const double last = std::ceil((double(pos) + size) * step / major);
+  const double last = std::ceil((pos + size) * step / major);
   if (!(std::abs(first) < kExactWhole && std::abs(last) < kExactWhole)) return false;
   if ((last - first) * minor > size) return false;
   out = {static_cast<int64_t>(first), static_cast<int64_t>(last)};

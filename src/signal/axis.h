@@ -63,7 +63,7 @@ class CAxis {
   double factor = 1.0;  // from the scale's units to those of the labels: 1/60 for minutes
   double major = 1.0;   // units of the labels from one labelled tick to the next
   int32_t minor = 1;    // ticks in a step of major
-  int32_t pos = 0;      // where the axis begins
+  double pos = 0;       // a whole number; where the axis begins
   int32_t size = 0;     // its length, pixels
   std::string units;
   std::string name;

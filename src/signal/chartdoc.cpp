@@ -97,7 +97,6 @@ void ZchartDoc::replacetrace(ZZTrace& trace, ZZTrace::Own by) {
 
 void ZchartDoc::ringadvance(int64_t steps) {
   for (const auto& trace : traces.items) trace->advance(steps);
-  if (const ZZTrace* first = firsttrace()) clock += static_cast<double>(steps) * first->period;
 }
 
 void ZchartDoc::setNoPtsToSample(int32_t points) { NoPtsToSample = std::max(0, points); }

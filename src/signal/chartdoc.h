@@ -37,7 +37,7 @@ class ZchartDoc : public CdbDocument {
   ZZTrace* firsttrace() const { return traces.items.empty() ? nullptr : traces.items.front().get(); }
   ZZTrace* findtrace(const std::string& name) const { return traces.find(name); }
   int32_t indexOfTrace(const ZZTrace* trace) const;  // -1 for none of this document's
-  // The origin of all traces, and the clock by the first one's period.
+  // The origin of all traces; who writes the samples keeps the clock.
   void ringadvance(int64_t steps = 1);
   void setNoPtsToSample(int32_t points);
   void tracesChanged();  // tells the views unless updatecount is 0

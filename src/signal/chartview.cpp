@@ -267,12 +267,12 @@ std::vector<StatusPane> ZchartView::panes() const {
   const C2DTrace* rows = rowsOf(trace);
   const auto screen = screenTraces.find(trace);
   uint32_t index = 0;
-  const bool onTrace = screen != screenTraces.end() && screen->second->indexAt(cursor, index);
+  const bool onTrace = !doc.running && screen != screenTraces.end() && screen->second->indexAt(cursor, index);
   if (onTrace) {
     texts[1].text = format("x = %.3f ", cursor);
     texts[2].text = rows ? "" : format("y = %.3f ", trace->displayed(trace->data->at(index)));
   }
-  if (hasSelection()) texts[3].text = format("dx = %.3f ", selto - selfrom);
+  if (hasSelection() && !doc.running) texts[3].text = format("dx = %.3f ", selto - selfrom);
   if (!rows) return texts;
   double height = 0;
   std::vector<Strip> all = strips(plotArea());

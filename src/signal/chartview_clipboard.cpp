@@ -117,7 +117,7 @@ void ZchartView::removeSelected() {
   ZchartDoc::Change change(doc);
   if (!hasSelection()) return change.remove(*trace);
   const auto range = rangeIn(*trace);
-  if (!range || !change.altering(*trace)) return;
+  if (!selectionToWorkOn() || !range || !change.altering(*trace)) return;
   for (uint32_t k = 0; k < range->count; ++k) trace->data->putval((range->from + k) % trace->size(), 0.0);
 }
 

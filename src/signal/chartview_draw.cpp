@@ -133,7 +133,7 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   axis.units = trace.yunits;
   const double scale = screen.FS / std::max(1, plot.height());
   axis.setScale(scale);
-  axis.pos = static_cast<int32_t>(std::fmin(std::fmax(std::floor(screen.OS / scale), -2e9), 2e9));
+  axis.pos = std::floor(screen.OS / scale);
   axis.paintLeft(canvas, plot, kInk);
   const Size size = canvas.textSize(label);
   canvas.fill({plot.left + 3, plot.top + 2, plot.left + 9 + size.width, plot.top + 4 + size.height}, kPaper);

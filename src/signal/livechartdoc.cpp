@@ -15,9 +15,10 @@ CdataVect* ZliveChartDoc::setseries(ZchartView* view, uint32_t& size, double per
     deletetrace(*trace, false);
     trace = nullptr;
   }
-  if (!trace) trace = addtrace(typecode, size);
+  const bool fresh = !trace;
+  if (fresh) trace = addtrace(typecode, size);
   if (!trace || (trace->size() != size && !trace->resizedata(size))) return nullptr;
-  if (trace->xunits != xunits || trace->pixelperiod == 1.0) {
+  if (trace->xunits != xunits || fresh) {
     trace->xunits = xunits;
     trace->pixelperiod = 1 / period;
   }

@@ -129,7 +129,8 @@ void CScreenTrace::selfScale() {
   shown.take(shownTrace->displayed(raw.high));
   if (shown.isEmpty() || !isUsable(shown.low) || !isUsable(shown.high)) return;
   const bool own = FS == kScreenUnits * shownTrace->xscale;
-  const bool fits = own && shown.low >= 0 && shown.high <= FS && shown.high >= FS * kLeastFill;
+  const bool fits =
+      own && shown.low >= 0 && shown.high <= FS && (shown.high >= FS * kLeastFill || shown.high == 0);
   if (fits) return;
   const double range = shown.high - shown.low;
   const bool varies = range >= kLeastScale;

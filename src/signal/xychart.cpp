@@ -113,7 +113,7 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
     axis.units = of.yunits;
     const double scale = (extent.high - extent.low) / std::max(1, length);
     axis.setScale(scale);
-    axis.pos = static_cast<int32_t>(std::fmin(std::fmax(std::floor(extent.low / scale), -2e9), 2e9));
+    axis.pos = std::floor(extent.low / scale);
   };
   prepare(acrossAxis, across, inner.width(), *doc.xTrace());
   prepare(upwardAxis, upward, inner.height(), trace);

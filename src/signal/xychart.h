@@ -33,6 +33,7 @@ class xychartvw : public CView {
   void drawIn(Canvas& canvas, const Rect& area);
   void mouseMove(const MouseEvent& event) override;
   std::vector<StatusPane> panes() const override;  // "x", "y", "points"
+  bool keepsPlace() const override { return true; }
   const CommandTableBase* commands() const override;
 
  private:

@@ -241,11 +241,9 @@ TEST_F(ChartCommands, FillALiveChartsOneTraceAgainAndAgain) {
     const char* xunits;
     int32_t code;
     double pixelperiod;
-  } const cases[] = {{100, 0.5, "mm", kUint8Code, 2},
-                     {40, 0.25, "mm", kUint8Code, 2},
-                     {40, 0.25, "um", kUint8Code, 4},
-                     {300, 0.25, "um", kDoubleCode, 4},
-                     {7, 0.125, "um", kDoubleCode, 4}};
+  } const cases[] = {{100, 0.5, "mm", kUint8Code, 2},   {40, 1.0, "mm", kUint8Code, 2},
+                     {40, 0.25, "mm", kUint8Code, 2},   {40, 0.25, "um", kUint8Code, 4},
+                     {300, 0.25, "um", kDoubleCode, 4}, {7, 0.125, "um", kDoubleCode, 4}};
   for (const Case& c : cases) {
     uint32_t size = c.size;
     CdataVect* vector =

@@ -92,6 +92,9 @@ TEST_F(ChartWindow, TellsOfATraceWhatTheCursorPointsAt) {
   EXPECT_EQ(pane("scale"), "");
   view().select(1, 3.5);
   EXPECT_EQ(pane("dx"), "dx = 2.500 ");
+  doc->running = 1;
+  EXPECT_EQ(pane("x") + pane("y") + pane("dx"), "") << "samples move under the cursor";
+  doc->running = 0;
   view().setActive(doc->firsttrace());
   view().cursor = 5;
   EXPECT_EQ(pane("trace"), "0:short");
@@ -230,6 +233,21 @@ TEST_F(ChartWindow, ZoomsTimeAboutAMomentThatStaysWhereItIs) {
     doc->deletetrace(*doc->firsttrace());
     view().fit();
   }
+}
+
+TEST_F(ChartWindow, TellsLargeValuesThatDifferLittleAndKeepsTheScaleOfATraceNotYetFilled) {
+  ZZTrace& seconds = add(traceOf({1700000000, 1700000004, 1700000010}), "seconds");
+  auto zeros = traceOf(Doubles(8));
+  zeros->xscale = 2;
+  ZZTrace& waiting = add(std::move(zeros), "waiting");
+  draw();
+  const auto hasLabel = [&](const char* words) {
+    return std::any_of(canvas.calls.begin(), canvas.calls.end(),
+                       [&](const std::string& call) { return call.find(words) != std::string::npos; });
+  };
+  EXPECT_TRUE(hasLabel("\"1700000005\"") || hasLabel("\"1700000004\"")) << seconds.name;
+  EXPECT_EQ(view().screenTrace(waiting).FS, 512);
+  EXPECT_EQ(view().screenTrace(waiting).OS, 0);
 }
 
 TEST_F(ChartWindow, SurvivesAbsurdPeriodsAndStartTimes) {
