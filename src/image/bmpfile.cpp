@@ -72,22 +72,11 @@ bool parse(std::span<const uint8_t> bytes, BitmapView& view) {
 
 uint8_t lowByte(double v) { return static_cast<uint8_t>(truncated(v)); }
 
-// The first byte gets the weight of red and the second that of blue: the bytes are blue, green, red.
-uint8_t greyOfBytes(const uint8_t* p, const GreyWeights& weights) {
-  uint8_t t = lowByte(p[0] * weights.red);
-  t = lowByte(t + p[1] * weights.blue);
-  return lowByte(t + p[2] * weights.green);
-}
-
 void readGreyRow(const BitmapView& view, int32_t y, uint8_t* to) {
   const uint8_t* from = view.row(y);
+  if (view.bits > 16) return greyRow(from, view.bits / 8, static_cast<size_t>(view.width), to);
   const GreyWeights weights = greyWeights;
-  const int32_t bytes = view.bits / 8;
-  for (int32_t x = 0; x < view.width; ++x, from += bytes) {
-    if (bytes > 2) {
-      to[x] = greyOfBytes(from, weights);
-      continue;
-    }
+  for (int32_t x = 0; x < view.width; ++x, from += 2) {
     const auto pixel = getLittle<uint16_t>(from);
     to[x] = lowByte((pixel & view.blueMask) * weights.blue + (pixel & view.greenMask) * weights.green +
                     (pixel & view.redMask) * weights.red);

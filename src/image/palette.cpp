@@ -1,5 +1,7 @@
 #include "image/palette.h"
 
+#include <cmath>
+
 #include "base/numbers.h"
 #include "image/zzimage.h"
 #include "settings/settings.h"
@@ -10,6 +12,25 @@ bool adjustPaletteOn = false;
 int32_t adjustpaldark = 70;
 int32_t adjustpallight = 230;
 GreyWeights greyWeights;
+
+namespace {
+
+// Sums that stay small need no care for what no int32 can hold.
+bool isSmall(double weight) { return std::abs(weight) < 1e6; }
+
+}  // namespace
+
+void greyRow(const uint8_t* from, int32_t bytesPerPixel, size_t pixels, uint8_t* to) {
+  const GreyWeights w = greyWeights;
+  const auto row = [&](const auto lowByte) {
+    for (size_t x = 0; x < pixels; ++x, from += bytesPerPixel)
+      to[x] = lowByte(lowByte(lowByte(from[0] * w.red) + from[1] * w.blue) + from[2] * w.green);
+  };
+  if (isSmall(w.red) && isSmall(w.green) && isSmall(w.blue))
+    row([](double v) { return static_cast<uint8_t>(static_cast<int32_t>(v)); });
+  else
+    row([](double v) { return static_cast<uint8_t>(truncated(v)); });
+}
 
 void readGreyWeights() {
   greyWeights.red = settings.getDouble("Settings", "red", greyWeights.red);

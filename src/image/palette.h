@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace tarnvisor {
@@ -52,6 +53,10 @@ struct GreyWeights {
   double blue = 0.114;
 };
 extern GreyWeights greyWeights;
+// Pixels of blue, green and red bytes, each bytesPerPixel (3 or 4) after the one before, to grey. The first
+// byte gets the weight of red and the second that of blue, and each part is cut before it is added, so that
+// white becomes 254: it has always been so.
+void greyRow(const uint8_t* from, int32_t bytesPerPixel, size_t pixels, uint8_t* to);
 // From and to the profile, section Settings. A missing key keeps the present weight.
 void readGreyWeights();
 void saveGreyWeights();

@@ -1,49 +1,26 @@
 // Stills through FFmpeg. The file is read here and handed over as bytes, so that a name can never be taken
 // for an address or a pattern, and only demuxers of single pictures may look at it.
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
-#include <libswscale/swscale.h>
 }
 
 #include <cstring>
-#include <memory>
 
 #include "base/files.h"
 #include "decodedstill.h"
+#include "image/ffmpeghandles.h"
 #include "image/stillimport.h"
 
 namespace tarnvisor {
 
+using namespace ffmpeg;
+
 namespace {
 
 constexpr uint64_t kLargestFile = uint64_t{1} << 30;
-constexpr int kReadBlock = 1 << 16;
 constexpr const char* kSinglePictures =
     "png_pipe,jpeg_pipe,bmp_pipe,webp_pipe,gif,gif_pipe,pgm_pipe,ppm_pipe,pam_pipe,pbm_pipe,j2k_pipe";
-
-template <auto Free>
-struct Freed {
-  template <class T>
-  void operator()(T* p) const {
-    Free(&p);
-  }
-};
-using Format = std::unique_ptr<AVFormatContext, Freed<avformat_close_input>>;
-using Codec = std::unique_ptr<AVCodecContext, Freed<avcodec_free_context>>;
-using Packet = std::unique_ptr<AVPacket, Freed<av_packet_free>>;
-using Frame = std::unique_ptr<AVFrame, Freed<av_frame_free>>;
-struct FreeScaler {
-  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-struct FreeBytesContext {
-  void operator()(AVIOContext* context) const {
-    av_freep(&context->buffer);
-    avio_context_free(&context);
-  }
-};
 
 struct Bytes {
   std::vector<uint8_t> all;
@@ -140,9 +117,9 @@ bool convert(const AVFrame& frame, DecodedStill& still) {
                   const_cast<const uint8_t**>(frame.data), frame.linesize, source, frame.width, frame.height);
     return true;
   }
-  const std::unique_ptr<SwsContext, FreeScaler> scaler(
-      sws_getContext(frame.width, frame.height, source, frame.width, frame.height, target,
-                     SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+  const Scaler scaler(sws_getContext(frame.width, frame.height, source, frame.width, frame.height, target,
+                                     SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND, nullptr, nullptr,
+                                     nullptr));
   if (!scaler ||
       sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) != frame.height)
     return false;
@@ -161,18 +138,10 @@ std::string decodeStill(const std::string& path, DecodedStill& still) {
   auto whole = readWholeFile(path, kLargestFile);
   if (!whole) return "it can't be opened.";
   Bytes bytes{std::move(*whole)};
-  const std::unique_ptr<AVIOContext, FreeBytesContext> context(
-      avio_alloc_context(static_cast<unsigned char*>(av_malloc(kReadBlock)), kReadBlock, 0, &bytes,
-                         &Bytes::read, nullptr, &Bytes::seek));
-  AVFormatContext* raw = avformat_alloc_context();
-  if (!context || !raw) return "there is not enough memory.";
-  raw->pb = context.get();
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "format_whitelist", kSinglePictures, 0);
-  const int opened = avformat_open_input(&raw, nullptr, nullptr, &options);
-  av_dict_free(&options);
-  if (opened < 0) return "it is no picture of a known kind.";
-  const Format format(raw);
+  const BytesContext context = bytesContext(&bytes, &Bytes::read, &Bytes::seek);
+  if (!context) return "there is not enough memory.";
+  const Format format = openFormat(*context, kSinglePictures);
+  if (!format) return "it is no picture of a known kind.";
   if (avformat_find_stream_info(format.get(), nullptr) < 0) return "it is no picture of a known kind.";
   const Frame frame = firstFrame(*format);
   if (!frame) return "it is damaged or too large.";

@@ -1,68 +1,26 @@
 // WAV through FFmpeg. The bytes are handed over here, so that a name can never be taken for an address or a
 // pattern; only the demuxer of WAV and decoders of plain samples may look at them.
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/samplefmt.h>
 }
 
-#include <sys/types.h>
-
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 
-#include "base/files.h"
+#include "image/ffmpeghandles.h"
 #include "signal/traceimport.h"
 
 namespace tarnvisor {
 
+using namespace ffmpeg;
+
 namespace {
 
-constexpr int kReadBlock = 1 << 16;
 constexpr int kMostChannels = 64;
 constexpr const char* kPlainSamples =
     "pcm_u8,pcm_s16le,pcm_s16be,pcm_s24le,pcm_s24be,pcm_s32le,pcm_s32be,pcm_f32le,pcm_f32be,pcm_f64le,"
     "pcm_f64be,pcm_alaw,pcm_mulaw";
-
-template <auto Free>
-struct Freed {
-  template <class T>
-  void operator()(T* p) const {
-    Free(&p);
-  }
-};
-using Format = std::unique_ptr<AVFormatContext, Freed<avformat_close_input>>;
-using Codec = std::unique_ptr<AVCodecContext, Freed<avcodec_free_context>>;
-using Packet = std::unique_ptr<AVPacket, Freed<av_packet_free>>;
-using Frame = std::unique_ptr<AVFrame, Freed<av_frame_free>>;
-struct FreeBytesContext {
-  void operator()(AVIOContext* context) const {
-    av_freep(&context->buffer);
-    avio_context_free(&context);
-  }
-};
-struct CloseFile {
-  void operator()(std::FILE* open) const { std::fclose(open); }
-};
-
-int readBytes(void* file, uint8_t* target, int wanted) {
-  const size_t got = std::fread(target, 1, static_cast<size_t>(wanted), static_cast<std::FILE*>(file));
-  return got == 0 ? AVERROR_EOF : static_cast<int>(got);
-}
-
-int64_t seekBytes(void* opaque, int64_t offset, int whence) {
-  auto* file = static_cast<std::FILE*>(opaque);
-  if (whence & AVSEEK_SIZE) {
-    const off_t at = ::ftello(file);
-    if (::fseeko(file, 0, SEEK_END) != 0) return -1;
-    const off_t size = ::ftello(file);
-    (void)::fseeko(file, at, SEEK_SET);
-    return size;
-  }
-  return ::fseeko(file, offset, whence & ~AVSEEK_FORCE) == 0 ? ::ftello(file) : -1;
-}
 
 // The samples of each channel as they come: 16-bit ones as they are, all others as parts of full scale.
 struct Channels {
@@ -172,30 +130,16 @@ ZZTrace::Own traceOf(Channels& channels, size_t channel, int rate, const std::st
   return trace;
 }
 
-Format openSound(AVIOContext& context) {
-  AVFormatContext* raw = avformat_alloc_context();
-  if (!raw) return nullptr;
-  raw->pb = &context;
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "format_whitelist", "wav", 0);
-  const int opened = avformat_open_input(&raw, nullptr, nullptr, &options);
-  av_dict_free(&options);
-  return Format(opened < 0 ? nullptr : raw);
-}
-
 }  // namespace
 
 Imported importWav(const std::string& path, const std::string& name) {
   av_log_set_level(AV_LOG_QUIET);
   const auto failed = [](const char* why) { return Imported{{}, why}; };
-  const std::unique_ptr<std::FILE, CloseFile> file(fileExists(path) ? std::fopen(path.c_str(), "rbe")
-                                                                    : nullptr);
-  if (!file) return failed("It can't be opened.");
-  const std::unique_ptr<AVIOContext, FreeBytesContext> context(
-      avio_alloc_context(static_cast<unsigned char*>(av_malloc(kReadBlock)), kReadBlock, 0, file.get(),
-                         &readBytes, nullptr, &seekBytes));
+  FileBytes file(path);
+  if (!file.isOpen()) return failed("It can't be opened.");
+  const BytesContext context = bytesContext(&file, &FileBytes::read, &FileBytes::seek);
   if (!context) return failed(kLowMemory);
-  const Format format = openSound(*context);
+  const Format format = openFormat(*context, "wav");
   if (!format) return failed("It is no WAV file that can be read.");
   const AVCodec* decoder = nullptr;
   const int stream = av_find_best_stream(format.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);

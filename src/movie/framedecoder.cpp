@@ -1,0 +1,133 @@
+#include "framedecoder.h"
+
+extern "C" {
+#include <libavutil/imgutils.h>
+}
+
+#include <algorithm>
+#include <thread>
+
+#include "pictureparser.h"
+
+namespace tarnvisor {
+
+using namespace ffmpeg;
+
+namespace {
+
+constexpr int64_t kMostKeptBytes = int64_t{256} << 20;
+constexpr unsigned kMostThreads = 8;
+constexpr int32_t kMostReordered = 17;  // pictures that a decoder may hold back, its threads' apart
+constexpr int kEarlierStarts = 3;       // groups to go back when a picture needs more than its own
+
+int64_t bytesOf(const AVFrame& frame) {
+  const int bytes =
+      av_image_get_buffer_size(static_cast<AVPixelFormat>(frame.format), frame.width, frame.height, 16);
+  return std::max(bytes, 1);
+}
+
+}  // namespace
+
+bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t height) {
+  const AVCodec* decoder = avcodec_find_decoder(told.codec_id);
+  if (!decoder || !packet || !received) return false;
+  codec.reset(avcodec_alloc_context3(decoder));
+  if (!codec || avcodec_parameters_to_context(codec.get(), &told) < 0) return false;
+  // Frames of another size are refused, so that there is no need for memory for larger ones; some room for
+  // whole blocks.
+  codec->max_pixels = (int64_t{width} + 128) * (int64_t{height} + 128);
+  codec->thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostThreads));
+  codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+  if (avcodec_open2(codec.get(), decoder, nullptr) < 0) return false;
+  frameWidth = width;
+  frameHeight = height;
+  filter = unpackingFilter(told);
+  keeps = told.codec_id != AV_CODEC_ID_RAWVIDEO;  // reading those again is as quick
+  undecodable.assign(index.packets.size(), false);
+  return true;
+}
+
+const AVFrame* FrameDecoder::frameOf(int32_t wanted) {
+  if (const auto found = kept.find(wanted); found != kept.end()) return found->second.get();
+  if (undecodable[static_cast<size_t>(wanted)]) return nullptr;
+  wantedFrame.reset();
+  int32_t key = index.keyFor(wanted);
+  for (int tries = 0; tries <= kEarlierStarts && key >= 0; ++tries, key = index.keyBefore(key))
+    if (search(wanted, key)) return wantedFrame.get();
+  undecodable[static_cast<size_t>(wanted)] = true;
+  return nullptr;
+}
+
+// Whether feeding on gives the picture with no more work than starting at its key.
+bool FrameDecoder::leadsTo(int32_t wanted, int32_t key) const {
+  if (ended || startedAt < 0 || startedAt > key) return false;
+  const int32_t slack = keeps ? codec->thread_count : 0;
+  return wanted < next ? inside.count(wanted) > 0 : key <= next + slack;
+}
+
+void FrameDecoder::restart(int32_t key) {
+  avcodec_flush_buffers(codec.get());
+  if (filter) av_bsf_flush(filter.get());
+  inside.clear();
+  startedAt = next = key;
+  ended = false;
+}
+
+void FrameDecoder::feedNext() {
+  if (next >= static_cast<int32_t>(index.packets.size())) {
+    (void)avcodec_send_packet(codec.get(), nullptr);
+    ended = true;
+    return;
+  }
+  const int32_t number = next++;
+  if (!source.read(number, *packet) || !unpack(filter.get(), *packet)) return;
+  packet->pts = packet->dts = number;
+  packet->duration = 0;
+  if (packet->size > 0 && avcodec_send_packet(codec.get(), packet.get()) >= 0) inside.insert(number);
+  av_packet_unref(packet.get());
+}
+
+void FrameDecoder::keep(int32_t number, Frame picture) {
+  keptBytes += bytesOf(*picture);
+  kept[number] = std::move(picture);
+  keptOrder.push_back(number);
+  while (keptBytes > kMostKeptBytes && keptOrder.size() > 1) {
+    const auto oldest = kept.find(keptOrder.front());
+    keptBytes -= bytesOf(*oldest->second);
+    kept.erase(oldest);
+    keptOrder.pop_front();
+  }
+}
+
+// Takes what has come out. True when the wanted picture is among it.
+bool FrameDecoder::receive(int32_t wanted) {
+  while (avcodec_receive_frame(codec.get(), received.get()) >= 0) {
+    const int64_t number = received->pts;
+    const bool fits = received->width == frameWidth && received->height == frameHeight;
+    if (number < startedAt || number >= next || !fits) {
+      av_frame_unref(received.get());
+      continue;
+    }
+    const auto own = static_cast<int32_t>(number);
+    inside.erase(own);
+    Frame picture(av_frame_alloc());
+    if (!picture) return false;
+    av_frame_move_ref(picture.get(), received.get());
+    if (own == wanted) wantedFrame.reset(av_frame_clone(picture.get()));
+    if (keeps && kept.count(own) == 0) keep(own, std::move(picture));
+    if (own == wanted && wantedFrame) return true;
+  }
+  return false;
+}
+
+bool FrameDecoder::search(int32_t wanted, int32_t key) {
+  if (!leadsTo(wanted, key)) restart(key);
+  const int64_t last = int64_t{wanted} + kMostReordered + codec->thread_count;
+  for (;;) {
+    if (receive(wanted)) return true;
+    if (ended || next > last) return false;
+    feedNext();
+  }
+}
+
+}  // namespace tarnvisor

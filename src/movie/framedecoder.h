@@ -1,0 +1,55 @@
+// Decodes the picture of any packet: on from where it stands when that leads there, otherwise from the key
+// packet that governs it. Pictures are told apart by the number of their packet, which the decoder hands
+// through, so that no count of what comes out is relied on. Those that come out are kept for a while.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+#include "packetsource.h"
+
+namespace tarnvisor {
+
+class FrameDecoder {
+ public:
+  // Source and index are borrowed.
+  FrameDecoder(PacketSource& packets, const VideoIndex& of) : source(packets), index(of) {}
+
+  // False when there is no decoder for it.
+  bool open(const AVCodecParameters& codec, int32_t width, int32_t height);
+  AVPixelFormat form() const { return codec->pix_fmt; }
+
+  // The picture of a packet, valid until the next call; null when it can't be decoded or is of another size.
+  const AVFrame* frameOf(int32_t packet);
+
+ private:
+  bool search(int32_t packet, int32_t key);
+  bool leadsTo(int32_t packet, int32_t key) const;
+  void restart(int32_t key);
+  bool receive(int32_t wanted);
+  void keep(int32_t packet, ffmpeg::Frame picture);
+  void feedNext();
+
+  PacketSource& source;
+  const VideoIndex& index;
+  int32_t frameWidth = 0, frameHeight = 0;
+  ffmpeg::Codec codec;
+  ffmpeg::Filter filter;
+  ffmpeg::Packet packet{av_packet_alloc()};
+  ffmpeg::Frame received{av_frame_alloc()};
+  ffmpeg::Frame wantedFrame;
+  std::unordered_map<int32_t, ffmpeg::Frame> kept;
+  std::deque<int32_t> keptOrder;  // the oldest first
+  int64_t keptBytes = 0;
+  bool keeps = true;
+  std::set<int32_t> inside;       // fed since the last start, not yet out
+  std::vector<bool> undecodable;  // by packet
+  int32_t startedAt = -1;         // the key fed first, -1 before any
+  int32_t next = 0;               // the packet to feed next
+  bool ended = false;             // the decoder was told that no more comes
+};
+
+}  // namespace tarnvisor
