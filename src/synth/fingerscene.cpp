@@ -126,7 +126,7 @@ FingerScene::FingerScene(const FingerVideoSettings& settings, const FingerCourse
     skin.push_back(sharp);
     blur(skin.back(), sigma);
   }
-  listBlood(stages.back());
+  findBlood();
   lightWindow(settings.still);
   Random random(settings.still.seed, noiseStream);
   noise.resize(noiseLength + static_cast<size_t>(settings.still.width) * (settings.still.colour ? 3 : 1));
@@ -142,23 +142,35 @@ void FingerScene::lightWindow(const NailfoldStill& still) {
   });
 }
 
-void FingerScene::listBlood(double farthestBlur) {
+void FingerScene::findBlood() {
   Claims claims(canvas.width, canvas.height);
   for (size_t i = 0; i < capillaries.size(); ++i)
-    claims.add(capillaries[i].vessel.course(), static_cast<int16_t>(i), 3.5 * farthestBlur + 1.0);
-
+    claims.add(capillaries[i].vessel.course(), static_cast<int16_t>(i), 3.5 * stages.back() + 1.0);
   Plane sharp(canvas.width, canvas.height, 0.0f);
   for (const PlacedCapillary& capillary : capillaries) capillary.vessel.draw(sharp);
-  Plane widest = sharp;
-  blur(widest, stages.back());
-  const auto size = static_cast<size_t>(canvas.width);
+  std::vector<Plane> seen;
+  for (const double sigma : stages) {
+    seen.push_back(sharp);
+    blur(seen.back(), sigma);
+  }
+  const std::vector<size_t> places = listRuns(claims.owner, seen.front(), seen.back());
+  for (const Plane& plane : seen) {
+    std::vector<float>& stage = absorption.emplace_back();
+    for (const size_t place : places) stage.push_back(plane.values[place]);
+  }
+  for (const size_t place : places) arc.push_back(claims.arc.values[place]);
+  measurePatterns();
+}
+
+std::vector<size_t> FingerScene::listRuns(std::span<const int16_t> owners, const Plane& sharpest,
+                                          const Plane& widest) {
   std::vector<size_t> places;
+  size_t place = 0;
   for (int32_t y = 0; y < canvas.height; ++y) {
     firstRun.push_back(runs.size());
-    for (int32_t x = 0; x < canvas.width; ++x) {
-      const size_t place = static_cast<size_t>(y) * size + static_cast<size_t>(x);
-      const int32_t owner = claims.owner[place];
-      if (owner < 0 || std::max(widest.values[place], sharp.values[place]) < leastAbsorption) continue;
+    for (int32_t x = 0; x < canvas.width; ++x, ++place) {
+      const int32_t owner = owners[place];
+      if (owner < 0 || std::max(widest.values[place], sharpest.values[place]) < leastAbsorption) continue;
       const bool goesOn = runs.size() > firstRun.back() && runs.back().capillary == owner &&
                           runs.back().x + runs.back().count == x;
       if (!goesOn) runs.push_back({x, 0, owner, places.size()});
@@ -167,34 +179,37 @@ void FingerScene::listBlood(double farthestBlur) {
     }
   }
   firstRun.push_back(runs.size());
+  return places;
+}
 
-  for (const double sigma : stages) {
-    Plane seen = sharp;
-    blur(seen, sigma);
-    std::vector<float>& stage = absorption.emplace_back();
-    for (const size_t place : places) stage.push_back(seen.values[place]);
-  }
-
+// From pixels along each line to samples of its capillary's pattern.
+void FingerScene::measurePatterns() {
   struct Range {
     float low = std::numeric_limits<float>::max(), high = 0;
   };
   std::vector<Range> ranges(capillaries.size());
-  for (const size_t place : places) {
-    Range& range = ranges[static_cast<size_t>(claims.owner[place])];
-    range.low = std::min(range.low, claims.arc.values[place]);
-    range.high = std::max(range.high, claims.arc.values[place]);
-  }
+  const auto arcsOf = [&](const BloodRun& run) {
+    return std::span(arc).subspan(run.first, static_cast<size_t>(run.count));
+  };
+  for (const BloodRun& run : runs)
+    for (const float along : arcsOf(run)) {
+      Range& range = ranges[static_cast<size_t>(run.capillary)];
+      range.low = std::min(range.low, along);
+      range.high = std::max(range.high, along);
+    }
   for (const Range& range : ranges) {
-    PatternSpan span{std::floor(range.low), patternSamples, 0};
-    if (range.low <= range.high)  // a vessel may lie wholly off the canvas' pixels
+    PatternSpan span{0, patternSamples, 0};
+    if (range.low <= range.high) {  // a vessel may be too faint to be seen at all
+      span.firstArc = std::floor(range.low);
       span.count = static_cast<size_t>(std::ceil((range.high - span.firstArc) * samplesPerPixel)) + 2;
+    }
     patternSamples += span.count;
     patterns.push_back(span);
   }
-  for (const size_t place : places) {
-    const PatternSpan& span = patterns[static_cast<size_t>(claims.owner[place])];
-    arc.push_back(static_cast<float>((claims.arc.values[place] - span.firstArc) * samplesPerPixel));
-  }
+  for (const BloodRun& run : runs)
+    for (float& along : arcsOf(run))
+      along = static_cast<float>((along - patterns[static_cast<size_t>(run.capillary)].firstArc) *
+                                 samplesPerPixel);
 }
 
 FingerScene::Focus FingerScene::focusOf(double sigma) const {

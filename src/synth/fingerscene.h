@@ -62,7 +62,9 @@ class FingerScene {
   std::vector<float> noise;  // grey levels, 0.5 for rounding included: noiseLength and a row more
 
  private:
-  void listBlood(double farthestBlur);
+  void findBlood();
+  std::vector<size_t> listRuns(std::span<const int16_t> owners, const Plane& sharpest, const Plane& widest);
+  void measurePatterns();
   void lightWindow(const NailfoldStill& still);
 
   std::vector<BloodRun> runs;

@@ -65,6 +65,7 @@ FingerVideo::FingerVideo(const Settings& settings)
     makeTruth();
   } catch (const std::bad_alloc&) {
     scene.reset();
+    cells.clear();
     factors.clear();
     course.clear();
     still = {};
@@ -161,9 +162,9 @@ bool FingerVideo::render(int32_t frame, CZZimage& target) const {
   }
 }
 
-std::string FingerVideo::truthTable() const {
+std::string FingerVideo::truthTable(int32_t first, int32_t end) const {
   std::string table = "frame,time (s),dx (pixels),dy (pixels),light,blur (pixels),velocity (um/s)\n";
-  for (int32_t frame = 0; frame < set.frames; ++frame) {
+  for (int32_t frame = std::max(first, 0); frame < std::min(end, set.frames); ++frame) {
     const FrameTruth t = time->at(frame);
     table += format("%d,%.6f,%.3f,%.3f,%.5f,%.3f,%.3f\n", frame, t.timeSeconds, t.dx, t.dy, t.light, t.blur,
                     t.velocity);

@@ -10,6 +10,7 @@
 // made. One pixel is one micrometre.
 #pragma once
 
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -59,7 +60,8 @@ class FingerVideo {
   FrameTruth truthOf(int32_t frame) const;
 
   // Comma-separated, a header row first, lines end in "\n".
-  std::string truthTable() const;      // a row a frame
+  // A row for each frame of first up to, but without, end, as far as there are such frames.
+  std::string truthTable(int32_t first = 0, int32_t end = std::numeric_limits<int32_t>::max()) const;
   std::string capillaryTable() const;  // a row for each point of each capillary's middle line
 
  private:

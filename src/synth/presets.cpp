@@ -57,7 +57,7 @@ FingerVideo::Settings pulsingFinger(uint64_t seed) {
 
 FingerVideo::Settings shakingFinger(uint64_t seed) {
   FingerVideo::Settings video = pulsingFinger(seed);
-  video.still.dustSpecks = 14;
+  video.still.dustSpecks = 9;
   video.movement.tremor = 0.7;
   video.movement.pulse = 1.6;
   video.movement.driftX = 3.0;
