@@ -10,7 +10,6 @@
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "base/text.h"
-#include "synth/heartbeat.h"
 
 namespace tarnvisor {
 namespace {
@@ -169,13 +168,6 @@ TEST(FingerVideo, HasAMeanVelocityAndAPulsatilityAsAskedFor) {
   }
   EXPECT_NEAR(sum, 400, 0.1);
   EXPECT_NEAR((most - least) / 400, 1.5, 0.001);
-  // The area under a beat is the sum of its heights.
-  double area = 0;
-  for (int i = 0; i < 10000; ++i) {
-    EXPECT_NEAR(beatArea(i / 10000.0), area, 1e-4);
-    area += beatShape((i + 0.5) / 10000) / 10000;
-  }
-  EXPECT_NEAR(area, kMeanOfBeat, 1e-6);
 }
 
 TEST(FingerVideo, ShowsTheShareOfGapsAskedFor) {
@@ -370,13 +362,11 @@ TEST(FingerVideo, WritesItsTruthDown) {
   size_t count = 0;
   for (const FingerCapillary& c : video.capillaries()) count += c.line.size();
   ASSERT_EQ(points.size(), count + 2);
-  const auto last = split(points[count], ',');
   const FingerCapillary& c = video.capillaries().back();
-  EXPECT_EQ(std::stoul(last[0]) + 1, video.capillaries().size());
-  EXPECT_EQ(last[1], c.hairpin ? "hairpin" : "on end");
-  EXPECT_NEAR(std::stod(last[2]), c.velocity, 0.001);
-  EXPECT_NEAR(std::stod(last[4]), c.line.back().x, 0.01);
-  EXPECT_NEAR(std::stod(last[6]), c.arc.back(), 0.01);
+  EXPECT_EQ(points[count],
+            format("%d,%s,%.3f,%d,%.2f,%.2f,%.2f,%.2f", static_cast<int>(video.capillaries().size()) - 1,
+                   c.hairpin ? "hairpin" : "on end", c.velocity, static_cast<int>(c.line.size()) - 1,
+                   c.line.back().x, c.line.back().y, c.arc.back(), 2 * c.line.back().radius));
 }
 
 TEST(FingerVideo, TakesAnyParametersAndDrawsOnlyWhatFits) {
@@ -408,7 +398,7 @@ TEST(FingerVideo, TakesAnyParametersAndDrawsOnlyWhatFits) {
       for (const int32_t k : {0, 1, video.frames() - 1})
         EXPECT_EQ(shown(video, k < video.frames() ? k : 0)->width, 70);
       for (const double v : {video.truthOf(1).dx, video.truthOf(1).dy, video.truthOf(1).velocity})
-        EXPECT_TRUE(std::isfinite(v) && std::abs(v) < 1e5);
+        EXPECT_LT(std::abs(v), 1e5);
     }
 }
 
