@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "synth/heartbeat.h"
 #include "synth/random.h"
 
 namespace tarnvisor {
@@ -13,10 +14,6 @@ namespace {
 constexpr uint64_t kBeats = 1;
 constexpr uint64_t kCells = 2;
 constexpr uint64_t kNoise = 3;
-
-constexpr double kSystole = 0.18;   // of a beat, when the velocity is greatest
-constexpr double kQuickEnd = 0.55;  // of a beat, when the quick part of the fall is over
-constexpr double kQuickShare = 0.6;
 
 DopplerPulse bounded(DopplerPulse p) {
   // A number that is none counts as the lower bound.
@@ -34,16 +31,6 @@ DopplerPulse bounded(DopplerPulse p) {
   return p;
 }
 
-// sin(2 pi turns) to 4e-6, the same bits everywhere: the series of the sine, within a quarter turn of zero.
-double sineOf(double turns) {
-  double x = turns - std::floor(turns + 0.5);
-  if (x > 0.25) x = 0.5 - x;
-  if (x < -0.25) x = -0.5 - x;
-  x *= 6.283185307179586;
-  const double s = x * x;
-  return x * (1 - s / 6 * (1 - s / 20 * (1 - s / 42 * (1 - s / 72))));
-}
-
 // The velocity at moments that are asked for in ascending order.
 class Pulse {
  public:
@@ -58,18 +45,11 @@ class Pulse {
   size_t beats() const { return starts.size() - 1; }
   double at(double time) {
     while (starts[current + 1] <= time) ++current;
-    return rest + rise * shape((time - starts[current]) / (starts[current + 1] - starts[current]));
+    return rest + rise * beatShape((time - starts[current]) / (starts[current + 1] - starts[current]));
   }
   void rewind() { current = 0; }
 
  private:
-  // 0 at both ends of a beat, 1 at systole.
-  static double shape(double phase) {
-    if (phase < kSystole) return smoothStep(phase / kSystole);
-    const double quick = smoothStep(std::min(1.0, (phase - kSystole) / (kQuickEnd - kSystole)));
-    return 1 - kQuickShare * quick - (1 - kQuickShare) * smoothStep((phase - kSystole) / (1 - kSystole));
-  }
-
   double rise;
   double rest;
   std::vector<double> starts;  // seconds
@@ -90,7 +70,7 @@ class CellStream {
     turns -= std::floor(turns);
     seen += 1 / rate;
     if (seen >= stay) next();
-    return smoothStep(1 - std::abs(2 * seen / stay - 1)) * sineOf(turns);
+    return smoothStep(1 - std::abs(2 * seen / stay - 1)) * sineOfTurns(turns);
   }
 
  private:

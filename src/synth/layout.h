@@ -18,4 +18,8 @@ struct PlacedCapillary {
 double clearanceOf(const NailfoldStill& still);
 std::vector<PlacedCapillary> layOutCapillaries(const NailfoldStill& still);
 
+// In pixels of the still's image.
+NailfoldTruth truthOf(const NailfoldStill& still, const std::vector<PlacedCapillary>& capillaries,
+                      const std::vector<DustSpeck>& dust);
+
 }  // namespace tarnvisor

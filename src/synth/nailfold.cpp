@@ -1,7 +1,6 @@
 #include "synth/nailfold.h"
 
 #include <algorithm>
-#include <array>
 #include <new>
 
 #include "base/numbers.h"
@@ -13,36 +12,10 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr int32_t longestSide = 4096;
 constexpr uint64_t noiseStream = 1u << 24;
-
-// What one colour of light meets: how brightly skin throws it back, and how much of it blood takes, both as
-// shares of what the grey camera with its green light sees.
-struct Channel {
-  double skin;
-  double blood;
-};
-constexpr std::array<Channel, 1> greyChannels{{{1.0, 1.0}}};
-constexpr std::array<Channel, 3> colourChannels{
-    {{0.88, 0.8}, {0.98, 1.0}, {1.22, 0.36}}};  // blue, green, red
 
 double within(double value, double low, double high) {
   return value >= low ? std::min(value, high) : low;  // NaN becomes low
-}
-
-NailfoldStill inRange(NailfoldStill still) {
-  still.vesselWidth = within(still.vesselWidth, 1.0, 200.0);
-  still.loopWidth = within(still.loopWidth, 1.0, 1000.0);
-  still.loopLength = within(still.loopLength, 1.0, 4000.0);
-  still.contrast = within(still.contrast, 0.0, 1.0);
-  still.texture = within(still.texture, 0.0, 5.0);
-  still.plexus = within(still.plexus, 0.0, 0.3);
-  still.brightness = within(still.brightness, 0.0, 255.0);
-  still.illuminationGradient = within(still.illuminationGradient, 0.0, 2.0);
-  still.vignette = within(still.vignette, 0.0, 1.0);
-  still.blurRadius = within(still.blurRadius, 0.0, 64.0);
-  still.noiseSigma = within(still.noiseSigma, 0.0, 255.0);
-  return still;
 }
 
 struct Scene {
@@ -77,6 +50,29 @@ void exposeRow(const NailfoldStill& still, const Scene& scene, int32_t frameY,
   }
 }
 
+}  // namespace
+
+NailfoldStill withinRange(NailfoldStill still) {
+  still.vesselWidth = within(still.vesselWidth, 1.0, 200.0);
+  still.loopWidth = within(still.loopWidth, 1.0, 1000.0);
+  still.loopLength = within(still.loopLength, 1.0, 4000.0);
+  still.contrast = within(still.contrast, 0.0, 1.0);
+  still.texture = within(still.texture, 0.0, 5.0);
+  still.plexus = within(still.plexus, 0.0, 0.3);
+  still.brightness = within(still.brightness, 0.0, 255.0);
+  still.illuminationGradient = within(still.illuminationGradient, 0.0, 2.0);
+  still.vignette = within(still.vignette, 0.0, 1.0);
+  still.blurRadius = within(still.blurRadius, 0.0, 64.0);
+  still.noiseSigma = within(still.noiseSigma, 0.0, 255.0);
+  return still;
+}
+
+bool canBeShown(const NailfoldStill& still) {
+  constexpr int32_t longestSide = 4096;
+  const auto allowed = [](int32_t side) { return side >= 1 && side <= longestSide; };
+  return allowed(still.width) && allowed(still.height) && still.interlace >= 0 && still.interlace <= 2;
+}
+
 NailfoldTruth truthOf(const NailfoldStill& still, const std::vector<PlacedCapillary>& capillaries,
                       const std::vector<DustSpeck>& dust) {
   const bool field = still.interlace != 0;
@@ -92,14 +88,10 @@ NailfoldTruth truthOf(const NailfoldStill& still, const std::vector<PlacedCapill
   return truth;
 }
 
-}  // namespace
-
 std::unique_ptr<CZZimage> renderNailfold(const NailfoldStill& wanted, NailfoldTruth& truth) {
-  const NailfoldStill still = inRange(wanted);
+  const NailfoldStill still = withinRange(wanted);
   truth = {};
-  const auto allowed = [](int32_t side) { return side >= 1 && side <= longestSide; };
-  if (!allowed(still.width) || !allowed(still.height) || still.interlace < 0 || still.interlace > 2)
-    return nullptr;
+  if (!canBeShown(still)) return nullptr;
   try {
     auto image = std::make_unique<CZZimage>(still.width, still.height, -1, still.interlace,
                                             still.colour ? kColour : kGrey);
@@ -107,8 +99,7 @@ std::unique_ptr<CZZimage> renderNailfold(const NailfoldStill& wanted, NailfoldTr
     const std::vector<PlacedCapillary> capillaries = layOutCapillaries(still);
     const std::vector<DustSpeck> dust = scatterDust(still);
     const Scene scene = sceneOf(still, capillaries, dust);
-    const std::span<const Channel> channels =
-        still.colour ? std::span<const Channel>(colourChannels) : std::span<const Channel>(greyChannels);
+    const std::span<const Channel> channels = channelsOf(still);
     parallelFor(image->height, 32, [&](int64_t begin, int64_t end) {
       for (auto y = static_cast<int32_t>(begin); y < end; ++y)
         exposeRow(still, scene, still.interlace ? 2 * y + still.interlace - 1 : y, channels, image->row(y));

@@ -71,6 +71,11 @@ struct NailfoldTruth {
   double areaPixels = 0;  // of the image: width times the rows held
 };
 
+// Every number at the nearest bound of its range, but for the frame's size and the field.
+NailfoldStill withinRange(NailfoldStill still);
+// Whether size and field are within range.
+bool canBeShown(const NailfoldStill& still);
+
 // The same parameters give the same pixels on every machine and with any number of threads. The capillaries
 // depend on the frame's size, the finger's parameters and the seed alone: another light, focus, noise, colour
 // or field shows the same finger. Null (truth empty) when the size is out of range or memory is short.

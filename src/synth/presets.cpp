@@ -1,3 +1,4 @@
+#include "synth/fingervideo.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {
@@ -31,5 +32,40 @@ NailfoldStill dimNailfold(uint64_t seed) {
 }
 
 NailfoldStill dustyNailfold(uint64_t seed) { return {.blurRadius = 7.0, .dustSpecks = 45, .seed = seed}; }
+
+FingerVideo::Settings flowingFinger(uint64_t seed) {
+  FingerVideo::Settings video;
+  video.still = {.width = 640,
+                 .height = 480,
+                 .rows = 3,
+                 .capillariesPerRow = 5,
+                 .loopWidth = 46.0,
+                 .loopLength = 190.0,
+                 .vesselWidth = 14.0,
+                 .texture = 1.3,
+                 .noiseSigma = 2.0,
+                 .seed = seed};
+  video.flow.spread = 0.25;
+  return video;
+}
+
+FingerVideo::Settings pulsingFinger(uint64_t seed) {
+  FingerVideo::Settings video = flowingFinger(seed);
+  video.flow.pulsatility = 1.2;
+  return video;
+}
+
+FingerVideo::Settings shakingFinger(uint64_t seed) {
+  FingerVideo::Settings video = pulsingFinger(seed);
+  video.still.dustSpecks = 9;
+  video.movement.tremor = 0.7;
+  video.movement.pulse = 1.6;
+  video.movement.driftX = 3.0;
+  video.movement.driftY = -1.4;
+  video.movement.jumps = {{95, 11.0, -7.0}, {210, -18.5, 3.5}};
+  video.focusDrift = 1.8;
+  video.flicker = 0.05;
+  return video;
+}
 
 }  // namespace tarnvisor

@@ -1,7 +1,9 @@
 // Chance for the simulated finger. A seed gives the same numbers on every machine: integers are hashed, and
-// floating point uses only operations that every machine rounds alike (no library function but sqrt).
+// floating point uses only operations that every machine rounds alike (no library function but sqrt and
+// floor).
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
 namespace tarnvisor {
@@ -42,6 +44,16 @@ class Random {
 };
 
 inline double smoothStep(double t) { return t * t * (3.0 - 2.0 * t); }
+
+// sin(2 pi turns) to 4e-6, the same bits everywhere: the series of the sine, within a quarter turn of zero.
+inline double sineOfTurns(double turns) {
+  double x = turns - std::floor(turns + 0.5);
+  if (x > 0.25) x = 0.5 - x;
+  if (x < -0.25) x = -0.5 - x;
+  x *= 6.283185307179586;
+  const double s = x * x;
+  return x * (1 - s / 6 * (1 - s / 20 * (1 - s / 42 * (1 - s / 72))));
+}
 
 // exp(-x) for x of 0 and more, to about 1e-4 of itself up to 20; the same bits everywhere.
 inline double expMinus(double x) {

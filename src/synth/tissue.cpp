@@ -179,6 +179,13 @@ double lightAt(const NailfoldStill& still, double x, double y) {
   return (1.0 + slope) * (1.0 - still.vignette * corner * corner);
 }
 
+std::span<const Channel> channelsOf(const NailfoldStill& still) {
+  static constexpr std::array<Channel, 1> grey{{{1.0, 1.0}}};
+  static constexpr std::array<Channel, 3> colour{{{0.88, 0.8}, {0.98, 1.0}, {1.22, 0.36}}};
+  if (still.colour) return colour;
+  return grey;
+}
+
 void blur(Plane& plane, double sigma) {
   if (!(sigma >= 0.3)) return;
   const std::vector<float> kernel = gaussianHalf(sigma);

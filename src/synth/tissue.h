@@ -31,6 +31,14 @@ Plane skinOf(const NailfoldStill& still);
 // The light's share at a place of the frame: 1 on average without vignette.
 double lightAt(const NailfoldStill& still, double x, double y);
 
+// What one colour of light meets: how brightly skin throws it back, and how much of it blood takes, both as
+// shares of what the grey camera with its green light sees.
+struct Channel {
+  double skin;
+  double blood;
+};
+std::span<const Channel> channelsOf(const NailfoldStill& still);  // one; or blue, green and red
+
 // Gaussian blur in place; the border pixel stands for all beyond it. A sigma under 0.3 does nothing.
 void blur(Plane& plane, double sigma);
 

@@ -96,6 +96,7 @@ Vessel Vessel::hairpin(const Shape& shape, Random& random) {
   }
   const std::vector<VesselPoint> right = limb(1.0);
   vessel.points.insert(vessel.points.end(), right.begin(), right.end());
+  vessel.againstCourse = arterialSide > 0;
   return vessel;
 }
 
@@ -104,6 +105,7 @@ Vessel Vessel::onEnd(const Shape& shape, Random& random) {
   const double bend = side * random.between(0.2, 0.8);
   const double headRadius = shape.width * random.between(0.65, 0.85);
   Vessel vessel;
+  vessel.againstCourse = true;
   constexpr int count = 7;
   for (int i = 0; i < count; ++i) {
     const double t = static_cast<double>(i) / (count - 1);
@@ -119,6 +121,12 @@ void Vessel::moveBy(double dx, double dy) {
     p.x += dx;
     p.y += dy;
   }
+}
+
+std::vector<VesselPoint> Vessel::course() const {
+  std::vector<VesselPoint> line = points;
+  if (againstCourse) std::reverse(line.begin(), line.end());
+  return line;
 }
 
 VesselBox Vessel::box() const {

@@ -61,6 +61,10 @@ class Vessel {
   // outside the plane are left out.
   void draw(Plane& absorption) const;
 
+  // The middle line in the order in which the blood goes: from the arterial limb to the venous one, or up
+  // into the head.
+  std::vector<VesselPoint> course() const;
+
   double apexRadius() const { return points[apex].radius; }
   double apexX() const { return points[apex].x; }
   double apexY() const { return points[apex].y; }
@@ -70,6 +74,7 @@ class Vessel {
 
   std::vector<VesselPoint> points;  // two at least
   size_t apex = 0;
+  bool againstCourse = false;  // the points lie from the venous limb to the arterial one
 };
 
 }  // namespace tarnvisor

@@ -1,0 +1,1 @@
+bench_program(bench_synth SOURCES fingervideo.cpp DEPENDS synth)
