@@ -33,9 +33,9 @@ bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t he
   if (!decoder || !packet || !received) return false;
   codec.reset(avcodec_alloc_context3(decoder));
   if (!codec || avcodec_parameters_to_context(codec.get(), &told) < 0) return false;
-  // Frames of another size are refused, so that there is no need for memory for larger ones; some room for
-  // whole blocks.
-  codec->max_pixels = (int64_t{width} + 128) * (int64_t{height} + 128);
+  // Frames of another size are refused, so that there is no need for memory for larger ones; there is room
+  // for whole blocks.
+  codec->max_pixels = (int64_t{width} + 512) * (int64_t{height} + 512);
   codec->thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostThreads));
   codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
   if (avcodec_open2(codec.get(), decoder, nullptr) < 0) return false;

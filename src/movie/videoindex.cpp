@@ -138,14 +138,24 @@ std::vector<int32_t> VideoIndex::shownOrder(bool mayReorder) const {
   return order;
 }
 
+// The frame that the picture at place j of the order of showing begins at, where chunks are counted: pictures
+// lie that many chunks before their turn as the deepest reordering takes, and so do the gaps between them.
+int64_t VideoIndex::frameByChunk(size_t j, size_t delay) const {
+  const size_t last = packets.size() - 1, at = std::min(j + delay, last);
+  return packets[at].decodeTime + static_cast<int64_t>(j + delay - at) - static_cast<int64_t>(delay);
+}
+
 void VideoIndex::arrange(bool mayReorder, bool framesByChunk) {
   const std::vector<int32_t> order = shownOrder(mayReorder);
   positionOf.resize(packets.size());
+  size_t delay = 0;
+  for (size_t j = 0; j < order.size(); ++j)
+    delay = std::max(delay, std::max(static_cast<size_t>(order[j]), j) - j);
   int64_t frame = 0;
   for (size_t j = 0; j < order.size(); ++j) {
     const PacketRecord& shown = packets[static_cast<size_t>(order[j])];
     positionOf[static_cast<size_t>(order[j])] = static_cast<int32_t>(j);
-    if (framesByChunk) frame = packets[j].decodeTime;
+    if (framesByChunk) frame = frameByChunk(j, delay);
     if (shown.role == PacketRole::Hidden || frame < 0 || frame >= INT32_MAX) continue;
     if (shown.role == PacketRole::Picture) {
       packetAt.push_back(order[j]);

@@ -46,6 +46,7 @@ class VideoIndex {
 
  private:
   std::vector<int32_t> shownOrder(bool mayReorder) const;
+  int64_t frameByChunk(size_t j, size_t delay) const;
 
   std::vector<int32_t> packetAt;    // by place in the order of showing, without those that show nothing
   std::vector<int32_t> frameAt;     // the frame that each begins at
