@@ -240,7 +240,7 @@ DocumentType* CBasicApp::importType() const {
 void CBasicApp::onFileImport() {
   std::string filter = "All files (*.*)|*.*||";
   for (auto type = documents.types().rbegin(); type != documents.types().rend(); ++type)
-    if ((*type)->classes().imports) filter = (*type)->classes().importFilter + ("|" + filter);
+    if ((*type)->classes().imports) filter.insert(0, std::string((*type)->classes().importFilter) + "|");
   int opened = 0;
   for (const std::string& path : host().choosers.openFiles({"Import", filter, "", ""})) {
     DocumentType* claims = documents.importerFor(path);

@@ -263,7 +263,7 @@ constexpr CommandText kTexts[] = {
     {cmd::RunChart, "Run", "Starts the source of this chart, or stops it.", "F10", ""},
     {cmd::StopChart, "Stop", "Stops the source of this chart.", "", ""},
     {cmd::ExportTrace, "Export", "Writes traces as text or binary for other programs.", "Ctrl+E", "export"},
-    {cmd::ImportTrace, "Import", "Adds traces from text, binary or sound files to this chart.", "Ctrl+I",
+    {cmd::ImportInto, "Import", "Adds traces from text, binary or sound files to this chart.", "Ctrl+I",
      "import"},
     {cmd::ExportPicture, "Export picture", "Writes the chart as a picture: png, svg or pdf.", "Ctrl+Shift+X",
      ""},

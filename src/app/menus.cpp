@@ -145,7 +145,7 @@ std::vector<Menu> chartMenus() {
   const Entries ofFile{cmd::FileSave,      cmd::FileSaveAs, K::Separator,   cmd::ExportTrace,
                        cmd::ExportPicture, K::Separator,    cmd::FilePrint, cmd::FilePrintPreview};
   return {
-      fileMenu(ofFile, cmd::ImportTrace),
+      fileMenu(ofFile, cmd::ImportInto),
       {"&Edit",
        {cmd::Undo, cmd::RedoTrace, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste,
         cmd::DeleteFromTrace, K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks,

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 
 #include "base/text.h"
 
@@ -187,6 +188,22 @@ Outcome AtomicFile::commit(Flush flush) {
   temporary.clear();
   if (toDisc) syncFolder(target);
   return Outcome::success();
+}
+
+Outcome copyFile(const std::string& from, const std::string& to) {
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  const std::unique_ptr<std::FILE, CloseFile> source(fileExists(from) ? std::fopen(from.c_str(), "rbe")
+                                                                      : nullptr);
+  if (!source) return Outcome::failure("Cannot open " + from + ".");
+  AtomicFile copy(to);
+  std::vector<uint8_t> block(size_t{1} << 20);
+  size_t got = 0;
+  while ((got = std::fread(block.data(), 1, block.size(), source.get())) > 0)
+    if (!copy.write(block.data(), got)) break;
+  if (std::ferror(source.get())) return Outcome::failure("Cannot read " + from + ".");
+  return copy.commit();
 }
 
 Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes) {

@@ -71,6 +71,8 @@ class AtomicFile {
   int writeError = 0;
 };
 
+// Byte by byte; a file of the new name is replaced in one step.
+Outcome copyFile(const std::string& from, const std::string& to);
 Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes);
 Outcome replaceFile(const std::string& path, std::string_view text,
                     AtomicFile::Flush flush = AtomicFile::Flush::ToDisc);

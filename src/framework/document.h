@@ -26,6 +26,7 @@ class CDocument : public CommandTarget {
   void setTitle(std::string text) { windowTitle = std::move(text); }
   const std::string& pathName() const { return filePath; }  // absolute; empty before the first save
   void setPathName(const std::string& path);                // also takes the title from it
+  void forgetPathName() { filePath.clear(); }               // so that the next save asks for one
   bool isModified() const { return modified; }
   void setModified(bool on = true) { modified = on; }
 

@@ -90,6 +90,7 @@ class CView : public CommandTarget {
   void attach(ViewSite* window);         // null when the window goes
   void setWindowSize(Size size);
   Size windowSize() const { return window; }
+  void redrawNow() { site().redrawNow(); }  // before it returns
   // Draws what the window shows.
   virtual void draw(Canvas&) {}
   virtual void mouseDown(const MouseEvent&) {}
@@ -109,6 +110,21 @@ class CView : public CommandTarget {
   Point scrollPosition() const { return scroll; }
   void scrollTo(Point wanted);  // kept within the content
   virtual int32_t lineStep() const { return 16; }
+
+  // --- a sequence that the window shows a bar for
+  struct Timeline {
+    int32_t count = 0;  // images; 0 for no sequence
+    int32_t current = 0;
+    int32_t first = 0, last = 0;  // the selection, half-open
+    double imagesPerSecond = 0;
+  };
+  virtual Timeline timeline() const { return {}; }
+  virtual void goTo(int32_t) {}
+  // A small picture of an image of the sequence, as wide as told, 32-bit rows without gaps; false for none.
+  virtual bool thumbnail(int32_t /*index*/, int32_t /*width*/, Size& /*size*/,
+                         std::vector<uint32_t>& /*pixels*/) {
+    return false;
+  }
 
   // Whether the place of its window is kept in the profile, for the next one of its class.
   virtual bool keepsPlace() const { return false; }

@@ -32,6 +32,11 @@ struct ZzgHeader {
 
   int32_t bytesPerPixel() const { return colourset == kColour ? 3 : 1; }
 };
+// Of the bytes of a header in any form; those of the whole .zzg that it tells of, or 0 when this is no
+// header.
+int64_t parseHeader(std::span<const uint8_t> bytes, ZzgHeader& header);
+ZzgHeader headerOf(const CZZimage& image);
+void putHeader(uint8_t* to, const ZzgHeader& header);  // kBytes of them
 // Reads from the file's position. The bytes that the whole file should have, or 0 when this is no header.
 int64_t readHeader(std::FILE* file, ZzgHeader& header);
 bool isImageFile(std::FILE* file);

@@ -14,6 +14,7 @@ namespace {
 
 constexpr int32_t kVersion2 = -1;
 constexpr int32_t kCurrent = -2;
+constexpr int32_t kOldestBytes = 16;
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -30,11 +31,8 @@ int64_t sizeOf(std::FILE* file) {
 }
 
 bool writeHeader(std::FILE* file, const ZzgHeader& header) {
-  const int32_t words[] = {kCurrent,         ZzgHeader::kBytes, header.frameNumber,
-                           header.interlace, header.width,      header.height,
-                           header.xOrigin,   header.yOrigin,    header.colourset};
   std::array<uint8_t, ZzgHeader::kBytes> bytes;
-  for (size_t i = 0; i < std::size(words); ++i) putLittle(bytes.data() + 4 * i, words[i]);
+  putHeader(bytes.data(), header);
   return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
 }
 
@@ -45,18 +43,6 @@ bool writeRows(std::FILE* file, const uint8_t* first, ptrdiff_t step, const ZzgH
   return true;
 }
 
-ZzgHeader headerOf(const CZZimage& image) {
-  ZzgHeader header;
-  header.frameNumber = image.frameNumber;
-  header.interlace = image.interlace;
-  header.width = image.width;
-  header.height = image.height;
-  header.xOrigin = image.xOrigin;
-  header.yOrigin = image.yOrigin;
-  header.colourset = image.colourset;
-  return header;
-}
-
 bool isPlausible(const ZzgHeader& header) {
   return header.width >= 0 && header.height >= 0 && header.interlace >= 0 && header.interlace <= 2 &&
          header.colourset >= kGrey && header.colourset <= kBayer;
@@ -64,22 +50,19 @@ bool isPlausible(const ZzgHeader& header) {
 
 }  // namespace
 
-int64_t readHeader(std::FILE* file, ZzgHeader& header) {
-  std::array<uint8_t, ZzgHeader::kBytes> bytes;
+int64_t parseHeader(std::span<const uint8_t> bytes, ZzgHeader& header) {
   const auto word = [&](size_t i) { return getLittle<int32_t>(bytes.data() + 4 * i); };
-  constexpr size_t oldest = 16;
-  if (std::fread(bytes.data(), 1, oldest, file) != oldest) return 0;
+  if (bytes.size() < kOldestBytes) return 0;
   ZzgHeader found;
   if (word(0) >= 0) {
-    found.fileBytes = oldest;
+    found.fileBytes = kOldestBytes;
     found.width = word(0);
     found.height = word(1);
     found.frameNumber = word(2);
     found.interlace = word(3);
   } else {
     found.fileBytes = word(0) == kVersion2 ? 32 : ZzgHeader::kBytes;
-    const size_t rest = static_cast<size_t>(found.fileBytes) - oldest;
-    if (std::fread(bytes.data() + oldest, 1, rest, file) != rest) return 0;
+    if (bytes.size() < static_cast<size_t>(found.fileBytes)) return 0;
     found.frameNumber = word(2);
     found.interlace = word(3);
     found.width = word(4);
@@ -94,6 +77,36 @@ int64_t readHeader(std::FILE* file, ZzgHeader& header) {
                              &expected) ||
       __builtin_add_overflow(expected, int64_t{found.fileBytes}, &expected))
     return 0;
+  header = found;
+  return expected;
+}
+
+ZzgHeader headerOf(const CZZimage& image) {
+  ZzgHeader header;
+  header.frameNumber = image.frameNumber;
+  header.interlace = image.interlace;
+  header.width = image.width;
+  header.height = image.height;
+  header.xOrigin = image.xOrigin;
+  header.yOrigin = image.yOrigin;
+  header.colourset = image.colourset;
+  return header;
+}
+
+void putHeader(uint8_t* to, const ZzgHeader& header) {
+  const int32_t words[] = {kCurrent,         ZzgHeader::kBytes, header.frameNumber,
+                           header.interlace, header.width,      header.height,
+                           header.xOrigin,   header.yOrigin,    header.colourset};
+  for (size_t i = 0; i < std::size(words); ++i) putLittle(to + 4 * i, words[i]);
+}
+
+int64_t readHeader(std::FILE* file, ZzgHeader& header) {
+  const off_t start = ::ftello(file);
+  std::array<uint8_t, ZzgHeader::kBytes> bytes;
+  const size_t got = std::fread(bytes.data(), 1, bytes.size(), file);
+  ZzgHeader found;
+  const int64_t expected = parseHeader({bytes.data(), got}, found);
+  if (expected <= 0 || ::fseeko(file, start + found.fileBytes, SEEK_SET) != 0) return 0;
   header = found;
   return expected;
 }

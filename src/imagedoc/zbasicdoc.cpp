@@ -222,8 +222,8 @@ bool ZBasicDoc::saveUndoCopy() {
 
 std::unique_ptr<CZZchildimage> ZBasicDoc::roiChild() { return theImage()->makeChild(roi); }
 
-void ZBasicDoc::finishStep(const std::string& stepText) {
-  appendNotes(stepText + roiText());
+void ZBasicDoc::finishStep(const std::string& stepText, StepArea area) {
+  appendNotes(stepText + (area == StepArea::Roi ? roiText() : std::string(text::kLineEnd)));
   imagedirty = 1;
   setModified();
   updateAllViews();

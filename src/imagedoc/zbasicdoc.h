@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -115,9 +116,14 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   std::string roiText() const;
 
   // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
-  bool saveUndoCopy();  // false, and the user told, without memory
+  virtual bool saveUndoCopy();  // false, and the user told, without memory
   std::unique_ptr<CZZchildimage> roiChild();
-  void finishStep(const std::string& text);  // adds the ROI text, marks all as changed, refreshes
+  enum class StepArea { Roi, Whole };
+  // Adds the words, and the ROI where it counts, to the notes; marks all as changed, refreshes.
+  void finishStep(const std::string& text, StepArea area = StepArea::Roi);
+  // Runs a step on the image, or its ROI's child view, with a copy for Undo, and adds its words to the notes.
+  // A document of many images runs it on each.
+  virtual void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step);
   void appendNotes(const std::string& text) { notes += text; }
   // Traces the capillary that holds a seed, in pixels of the ROI's child view. False when nothing was done.
   bool trace(Point seed);
@@ -241,8 +247,6 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void loadGridMetafile();
 
   // --- filters (zbasicdoc_filters.cpp)
-  template <class Filter>
-  void processRoi(const std::string& text, Filter filter);
   bool askWindow(const char* title, const char* key, int32_t standard, int32_t smallest, int32_t& window);
   void equalise();
   void negative();

@@ -146,10 +146,8 @@ void ZBasicDoc::processing() {
 
 void ZBasicDoc::apexFilterCommand() {
   if (roiChild()->empty()) return;
-  const WaitScope wait;
-  if (!saveUndoCopy()) return;
-  (void)apexFilter(*roiChild(), readApexSettings());
-  finishStep("filter apex ");
+  const ApexParameters parameters = readApexSettings();
+  runStep("filter apex ", StepArea::Roi, [&](CZZimage& area) { (void)apexFilter(area, parameters); });
 }
 
 void ZBasicDoc::find8Regions() {

@@ -93,9 +93,7 @@ void ZBasicDoc::editDustMask() {
 }
 
 void ZBasicDoc::removeSingleDustMark() {
-  if (!saveUndoCopy()) return;
-  theImage()->flattenFromEdges(roi);
-  finishStep(text::kRemoveDust);
+  runStep(text::kRemoveDust, StepArea::Roi, [](CZZimage& mark) { mark.flattenFromEdges({}); });
 }
 
 }  // namespace tarnvisor

@@ -19,13 +19,15 @@
 
 namespace tarnvisor {
 
-template <class Filter>
-void ZBasicDoc::processRoi(const std::string& stepText, Filter filter) {
+void ZBasicDoc::runStep(const std::string& stepText, StepArea area,
+                        const std::function<void(CZZimage&)>& step) {
   const WaitScope wait;
   if (!saveUndoCopy()) return;
-  const auto child = roiChild();
-  filter(*child);
-  finishStep(stepText);
+  if (area == StepArea::Roi)
+    step(*roiChild());
+  else
+    step(*theImage());
+  finishStep(stepText, area);
 }
 
 // The stored window, or the user's, which is then stored.
@@ -41,27 +43,27 @@ bool ZBasicDoc::askWindow(const char* title, const char* key, int32_t standard, 
 }
 
 void ZBasicDoc::equalise() {
-  processRoi(text::kEqualise, [](CZZimage& child) { child.stretch({}); });
+  runStep(text::kEqualise, StepArea::Roi, [](CZZimage& child) { child.stretch({}); });
 }
 
 void ZBasicDoc::negative() {
-  processRoi(text::kInvert, [](CZZimage& child) { child.invert({}); });
+  runStep(text::kInvert, StepArea::Roi, [](CZZimage& child) { child.invert({}); });
 }
 
 void ZBasicDoc::highPass() {
   int32_t window = 0;
   // With a window of 1 a pixel has no others to be compared with.
   if (!askWindow("High pass filter", "whpf", 51, 2, window)) return;
-  processRoi(format(text::kHighPass, window, window),
-             [&](CZZimage& child) { (void)windowFilter(child, WindowMode::HighPass, child, {}, window); });
+  runStep(format(text::kHighPass, window, window), StepArea::Roi,
+          [&](CZZimage& child) { (void)windowFilter(child, WindowMode::HighPass, child, {}, window); });
 }
 
 // The low pass writes the high pass's words: notes have always read so.
 void ZBasicDoc::lowPass() {
   int32_t window = 0;
   if (!askWindow("Low pass filter", "wlpf", 5, 1, window)) return;
-  processRoi(format(text::kHighPass, window, window),
-             [&](CZZimage& child) { (void)windowFilter(child, WindowMode::LowPass, child, {}, window); });
+  runStep(format(text::kHighPass, window, window), StepArea::Roi,
+          [&](CZZimage& child) { (void)windowFilter(child, WindowMode::LowPass, child, {}, window); });
 }
 
 void ZBasicDoc::blur() {
@@ -77,11 +79,12 @@ void ZBasicDoc::blur() {
     settings.setString("blur", "sigma", sigma);
   }
   const float radius = std::strtof(sigma.c_str(), nullptr);
-  processRoi("blur sigma " + sigma, [&](CZZimage& child) { (void)gaussianBlur(child, radius); });
+  runStep("blur sigma " + sigma, StepArea::Roi, [&](CZZimage& child) { (void)gaussianBlur(child, radius); });
 }
 
 void ZBasicDoc::laplacian() {
-  processRoi("Laplacian", [](CZZimage& child) { (void)filter3x3(child, kLaplacianKernel, 1.0, 0); });
+  runStep("Laplacian", StepArea::Roi,
+          [](CZZimage& child) { (void)filter3x3(child, kLaplacianKernel, 1.0, 0); });
 }
 
 void ZBasicDoc::customFilter() {
@@ -99,32 +102,33 @@ void ZBasicDoc::customFilter() {
     settings.setDouble(kSection, "customfactor", factor);
     settings.setInt(kSection, "customoffset", offset);
   }
-  processRoi("custom filter", [&](CZZimage& child) { (void)filter3x3(child, kernel, factor, offset); });
+  runStep("custom filter", StepArea::Roi,
+          [&](CZZimage& child) { (void)filter3x3(child, kernel, factor, offset); });
 }
 
 void ZBasicDoc::modifiedLaplacian() {
-  processRoi("ML", [](CZZimage& child) { (void)tarnvisor::modifiedLaplacian(child); });
+  runStep("ML", StepArea::Roi, [](CZZimage& child) { (void)tarnvisor::modifiedLaplacian(child); });
 }
 
 void ZBasicDoc::sumModifiedLaplacian() {
   int32_t window = 0;
   if (!askWindow("Sum Modified Lapalacian", "wsml", 5, 1, window)) return;
-  processRoi(format("SML w=%i\r\n", window),
-             [&](CZZimage& child) { (void)tarnvisor::sumModifiedLaplacian(child, window); });
+  runStep(format("SML w=%i\r\n", window), StepArea::Roi,
+          [&](CZZimage& child) { (void)tarnvisor::sumModifiedLaplacian(child, window); });
 }
 
 void ZBasicDoc::luluLower() {
-  processRoi("L3", [](CZZimage& child) { (void)lowerLulu(child); });
+  runStep("L3", StepArea::Roi, [](CZZimage& child) { (void)lowerLulu(child); });
 }
 void ZBasicDoc::luluUpper() {
-  processRoi("U3", [](CZZimage& child) { (void)upperLulu(child); });
+  runStep("U3", StepArea::Roi, [](CZZimage& child) { (void)upperLulu(child); });
 }
 // Changes no pixel; only the words are added.
 void ZBasicDoc::mlulu() {
-  processRoi("MLULU", [](CZZimage&) {});
+  runStep("MLULU", StepArea::Roi, [](CZZimage&) {});
 }
 void ZBasicDoc::min3x3() {
-  processRoi("min3x3", [](CZZimage& child) { (void)tarnvisor::min3x3(child); });
+  runStep("min3x3", StepArea::Roi, [](CZZimage& child) { (void)tarnvisor::min3x3(child); });
 }
 
 void ZBasicDoc::adjust() {
@@ -140,9 +144,12 @@ void ZBasicDoc::adjust() {
   double gain = 1.0;
   double offset = 0.0;
   // The mean of the area stays near its old level as the gain changes.
-  const auto apply = [&] {
+  const auto takePositions = [&] {
     gain = 0.1 * std::pow(10.0, (40 - gainPosition) * 0.05);
     offset = (1 - gain) * mean + (start - brightnessPosition);
+  };
+  const auto apply = [&] {
+    takePositions();
     (void)child->copyPixels(*before);
     child->linear({}, gain, offset);
     updateAllViews();
@@ -156,9 +163,10 @@ void ZBasicDoc::adjust() {
     updateAllViews();
     return;
   }
-  apply();
-  undoimage = std::move(original);
-  finishStep(format(text::kGainAndOffset, gain, offset));
+  (void)child->copyPixels(*before);
+  takePositions();
+  runStep(format(text::kGainAndOffset, gain, offset), StepArea::Roi,
+          [&](CZZimage& area) { area.linear({}, gain, offset); });
 }
 
 // The whole image, whatever the ROI.
@@ -175,13 +183,8 @@ void ZBasicDoc::subtractImage() {
     report("The images differ in size or kind.");
     return;
   }
-  const WaitScope wait;
-  if (!saveUndoCopy()) return;
-  mine.subtract(other, 0);
-  appendNotes(" subracted " + fileNameOf(*path) + text::kLineEnd);
-  imagedirty = 1;
-  setModified();
-  updateAllViews();
+  runStep(" subracted " + fileNameOf(*path), StepArea::Whole,
+          [&](CZZimage& whole) { whole.subtract(other, 0); });
 }
 
 void ZBasicDoc::bin() {
@@ -219,9 +222,8 @@ void ZBasicDoc::threshold() {
     }
     settings.setInt("settings", "simpleimagethreshold", level);
   }
-  apply();
-  undoimage = std::move(original);
-  finishStep(text::kSimpleThreshold);
+  (void)child->copyPixels(*before);
+  runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
   setColourset(colourset);
 }
 

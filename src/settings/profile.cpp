@@ -21,12 +21,6 @@ namespace {
 std::string profileFolder;
 std::string programFileFolder;
 
-// Byte by byte, in silence.
-bool copyFile(const std::string& from, const std::string& to) {
-  const auto bytes = readWholeFile(from);
-  return bytes && replaceFile(to, std::span<const uint8_t>(*bytes));
-}
-
 std::vector<std::string> profilesIn(const std::string& folder) {
   std::vector<std::string> names;
   std::error_code error;
@@ -134,7 +128,7 @@ bool ProfileDialog::remove() {
 bool ProfileDialog::resetToDefault() {
   if (!fileExists(defPath)) return false;  // there would be nothing to put in its place
   if (fileExists(pathOf(choice)) && !moveToBackup(choice)) return false;
-  return copyFile(defPath, pathOf(choice));
+  return static_cast<bool>(copyFile(defPath, pathOf(choice)));
 }
 
 }  // namespace tarnvisor

@@ -66,7 +66,7 @@ const CommandTableBase* ZchartView::commands() const {
       {cmd::FilePrintPreview, "Print Pre&view", &V::previewCommand, &V::hasTraces},
       {cmd::ExportTrace, "&Export...", &V::exportTraces, &V::hasData},
       {cmd::Export, "", &V::exportTraces, &V::hasData},
-      {cmd::ImportTrace, "&Import...", &V::importTracesCommand},
+      {cmd::ImportInto, "&Import...", &V::importTracesCommand},
       {cmd::Import, "", &V::importTracesCommand},
       {cmd::ExportPicture, "Export &picture...", &V::exportPicture, &V::hasTraces},
       {cmd::ChartResults, "Chart &Results", &V::chartResults, &V::hasData},
@@ -281,6 +281,7 @@ void ZchartView::xyChart() {
   const std::vector<ZZTrace*> shown = plainTraces();
   if (shown.size() < 2) return;
   std::vector<std::string> names;
+  names.reserve(shown.size());
   for (const ZZTrace* trace : shown) names.push_back(trace->name);
   int32_t x = 0, y = 1;
   Form form("X-Y chart");

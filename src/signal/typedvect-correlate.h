@@ -66,10 +66,10 @@ void pushLags(const std::vector<Value>& x, const std::vector<Value>& y, uint32_t
   };
   const ItemLoops<Value>& sums = loops;
   double xx = 0;
-  double Sy = sums.sum(y.data(), n);
-  double Syy = 0;
+  double sum = sums.sum(y.data(), n);
+  double sumOfSquares = 0;
   dots(x.data(), x.data(), n, 1, 1, &xx);
-  dots(y.data(), y.data(), n, 1, 1, &Syy);
+  dots(y.data(), y.data(), n, 1, 1, &sumOfSquares);
   const LagSums lag{static_cast<double>(n), sums.sum(x.data(), n), xx};
   constexpr uint32_t kBlock = 256;
   double products[kBlock];
@@ -80,15 +80,15 @@ void pushLags(const std::vector<Value>& x, const std::vector<Value>& y, uint32_t
     for (uint32_t l = 0; l < count; ++l, window += step) {
       const bool moved = first + l > 0;
       if (moved && windowSums == WindowSums::Recomputed) {
-        Sy = sums.sum(window, n);
-        dots(window, window, n, 1, 1, &Syy);
+        sum = sums.sum(window, n);
+        dots(window, window, n, 1, 1, &sumOfSquares);
       } else if (moved && windowSums == WindowSums::Running) {
         const auto entering = static_cast<double>(window[n - 1]);
         const auto leaving = static_cast<double>(window[-1]);
-        Sy += entering - leaving;
-        Syy += entering * entering - leaving * leaving;
+        sum += entering - leaving;
+        sumOfSquares += entering * entering - leaving * leaving;
       }
-      result.push(lag.value(Sy, Syy, products[l]));
+      result.push(lag.value(sum, sumOfSquares, products[l]));
     }
   }
 }

@@ -109,6 +109,7 @@ DopplerSignals renderDoppler(const DopplerPulse& asked, DopplerTruth& truth) {
     made.velocity[i] = pulse.at(static_cast<double>(i) / drawn.velocityRate);
 
   std::vector<CellStream> cells;
+  cells.reserve(static_cast<size_t>(drawn.cells));
   for (int32_t i = 0; i < drawn.cells; ++i) cells.emplace_back(drawn, static_cast<uint64_t>(i));
   const double amplitude = 1 / std::sqrt(static_cast<double>(drawn.cells));
   const double highest = 0.5 * drawn.signalRate;

@@ -1,0 +1,17 @@
+// What the video document says.
+#pragma once
+
+namespace tarnvisor::text {
+
+inline constexpr const char* kCannotFindMovie = "Cannot find image file %1.\nPlease specify new location.";
+inline constexpr const char* kKeepLink =
+    " yes = keep link to this movie file, no = make a copy with new name.";
+inline constexpr const char* kVideoFilter = "ZZ videos (*.mve)|*.mve|All files|*.*||";
+inline constexpr const char* kMoviesFilter = "Movies (*.mve)|*.mve|All files (*.*)|*.*||";
+inline constexpr const char* kAviFilter = "Movies (*.avi)|*.avi|All files (*.*)|*.*||";
+inline constexpr const char* kDeleteSelected = "delete all images from image %i upto image %i?";
+inline constexpr const char* kDeleteOthers = "delete all images except image %i upto image %i?";
+inline constexpr const char* kSelectWorkFolder = "Select Temporary work folder";
+inline constexpr const char* kNoMemory = "There is not enough memory.";
+
+}  // namespace tarnvisor::text

@@ -1,0 +1,74 @@
+#include "dynamic/vivocapdoc.h"
+
+#include <algorithm>
+
+#include "base/files.h"
+#include "base/text.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+CVivoCapDoc::CVivoCapDoc() {
+  compressoutput = settings.getInt("Dynamic settings", "compressoutput", compressoutput);
+}
+CVivoCapDoc::~CVivoCapDoc() = default;
+
+bool isMovieFile(const std::string& path) {
+  const std::string kind = lowerCase(extensionOf(path));
+  for (const std::string& pattern : split(std::string(kMovieFilter).substr(7), ';'))
+    if (pattern == "*." + kind) return true;
+  return false;
+}
+
+CZZimage* CVivoCapDoc::theImage() { return hasMovie() ? &movie->image() : nullptr; }
+
+CZZMovie& CVivoCapDoc::freshMovie() {
+  if (!movie) movie = std::make_unique<CZZMovie>();
+  return *movie;
+}
+
+// What the view chose for the image, on the one that is now current.
+void CVivoCapDoc::refreshImage() {
+  CZZimage* shown = theImage();
+  if (!shown) return;
+  if (shown->blackZero != zeroasblack) {
+    shown->blackZero = zeroasblack;
+    shown->dropHeader();
+  }
+  if (shown->paletteIndex != colourset) shown->setPalette(colourset);
+}
+
+void CVivoCapDoc::showImage(int32_t index) {
+  if (!hasMovie()) return;
+  movie->frameAt(index);
+  refreshImage();
+  updateAllViews();
+}
+
+CZZMovie::Range CVivoCapDoc::selection() const {
+  return hasMovie() ? movie->clamped(selectionFirst, selectionLast) : CZZMovie::Range{0, 0};
+}
+
+void CVivoCapDoc::select(int32_t first, int32_t last) {
+  const int32_t count = imageCount();
+  selectionFirst = first < 0 || first >= count ? -1 : first;
+  selectionLast = last < 0 || last >= count || last <= first ? -1 : last;
+  updateAllViews();
+}
+
+double CVivoCapDoc::imagesPerSecond() const { return isFieldMovie() ? fps * 2 : fps; }
+
+void CVivoCapDoc::updatePlayPeriod() {
+  playPeriod = fps > 0 ? std::max(1, static_cast<int32_t>(std::min(1000 / fps, 1e6))) : 20;
+}
+
+// Another movie has taken the place of the one before.
+void CVivoCapDoc::movieChanged() {
+  if (!hasMovie()) return;
+  moviePath = movie->fileName;
+  frameCount = movie->isFieldMovie() ? movie->count / 2 : movie->count;
+  if (selectionFirst >= movie->count || selectionLast > movie->count) selectionFirst = selectionLast = -1;
+  refreshImage();
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,156 @@
+// CVivoCapDoc: a sequence of images as one document. What the image document does to its one image happens
+// here to the current image of a movie, and the steps of processing to each image of the selection. Its own
+// file
+// (.dtv) holds the link to the movie file, the movie's table with each image's origin, and the document's own
+// data; the pixels stay in the movie. docs/formats/dtv.md tells the stored form.
+//
+// Images are counted from 0. The selection is half-open: selectionLast is the first image after it; -1 stands
+// for the start and for the end of the movie.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "imagedoc/zbasicdoc.h"
+#include "movie/zzmovie.h"
+#include "signal/trace.h"
+
+namespace tarnvisor {
+
+class CVivoCapDoc : public ZBasicDoc {
+ public:
+  CVivoCapDoc();
+  ~CVivoCapDoc() override;
+
+  // --- the document's life (vivocapdoc_open.cpp, vivocapdoc_archive.cpp)
+  // A name ending in "avi" is imported: the document takes the same name with .dtv, unless there is such a
+  // file.
+  bool onOpenDocument(const std::string& path) override;
+  // Any movie file, in a new document around it.
+  bool onImportFile(const std::string& path) override;
+  bool onSaveDocument(const std::string& path) override;
+  void deleteContents() override;
+  void serialize(Archive& archive) override;
+  // The raw frames beside a header file of tagged text.
+  bool openRawFrames(const std::string& headerPath);
+
+  // --- images (vivocapdoc.cpp)
+  CZZimage* theImage() override;
+  bool hasMovie() const { return movie && movie->isOpen(); }
+  int32_t imageCount() const { return hasMovie() ? movie->count : 0; }
+  int32_t currentIndex() const { return hasMovie() ? movie->current : 0; }
+  // Out of range shows image 0.
+  void showImage(int32_t index);
+  CZZMovie::Range selection() const;
+  double imagesPerSecond() const;  // of a movie of fields twice the frames'
+  double timeOf(int32_t index) const { return index / imagesPerSecond(); }
+  // Puts the selection, both ends -1 for the whole; values outside become the movie's ends.
+  void select(int32_t first, int32_t last);
+
+  // --- processing (vivocapdoc_process.cpp)
+  void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step) override;
+  // An image of a movie is brought back by reading it again.
+  bool saveUndoCopy() override { return true; }
+  // Runs an operation on each image of the selection, and adds the words to the notes.
+  void processImages(const std::string& text, const std::function<void(CZZimage&)>& operation);
+  // Gives the work to the movie, which makes a new movie file of the name it is given, in the work folder;
+  // the notes get the words when that is done. False when it wasn't.
+  bool makeMovie(const std::string& text, const std::function<bool(CZZMovie&, const std::string&)>& work);
+  // A new image document with the mean of the selection; null when there can't be one.
+  ZBasicDoc* averageSelection();
+
+  // --- exchange (vivocapdoc_exchange.cpp)
+  // Written beside the document; empty when it was not.
+  std::string exportUncompressed();
+  bool importMovie(const std::string& path);
+  // The work folder, asked for when there is none; empty when the user gives none.
+  std::string workFolder();
+
+  const CommandTableBase* commands() const override;
+
+  int32_t frameCount = 1800;
+  int32_t skipFrames = 0;
+  CTraceArray overlayTraces;
+  int32_t interlaced = 0;
+  std::string moviePath;
+  std::unique_ptr<CZZMovie> movie;
+  double fps = 30.0;
+  std::string resultsPath;
+  int32_t selectionFirst = -1;
+  int32_t selectionLast = -1;
+  int32_t selectionStep = 1;
+  std::vector<double> spotVelocities;
+  uint8_t panoramicPending = 0;
+  int32_t playPeriod = 20;  // milliseconds
+
+ private:
+  // vivocapdoc.cpp
+  void refreshImage();
+  void movieChanged();
+  void updatePlayPeriod();
+  CZZMovie& freshMovie();
+
+  // vivocapdoc_open.cpp
+  bool linkMovie(const std::string& documentPath);
+  bool openMovie(const std::string& path);
+  bool takeVideo(const std::string& path);
+  void tellRecovered();
+  bool saveMovie(const std::string& documentPath);
+  bool saveResults(const std::string& stem);
+  // vivocapdoc_process.cpp
+  void tellFailedPass(const std::string& moviePathBefore);
+
+  // vivocapdoc_archive.cpp
+  void storeVideo(Archive& archive);
+  void loadVideo(Archive& archive);
+
+  // --- commands (vivocapdoc_commands.cpp)
+  bool canFilterMovie() const { return hasMovie() && movie->image().colourset != kColour; }
+  bool isColourMovie() const { return hasMovie() && movie->image().colourset != kGrey; }
+  bool isFieldMovie() const { return hasMovie() && movie->isFieldMovie(); }
+  bool isFrameMovie() const { return hasMovie() && !movie->isFieldMovie(); }
+  bool canMakePlanes() const { return canFilterMovie(); }
+  bool hasPart() const { return hasMovie() && selection().size() < imageCount(); }
+  bool never() const { return false; }
+  bool compresses() const { return compressoutput != 0; }
+  bool hasTraces() const;
+  void saveVideoAs();
+  void simpleThreshold();
+  void mergeFields();
+  void splitFields();
+  void switchFieldOrder();
+  void switchLines();
+  void subtractTrace();
+  void squareOfDifferences();
+  void squareOfDifferencesToCurrent();
+  void deleteSelected();
+  void deleteOthers();
+  void deleteImages(const char* question, bool selected);
+  void duplicateImage();
+  void averageCommand();
+  void colourPlanes();
+  void toGrey();
+  void noCommand() {}
+  void exportUncompressedCommand();
+  void exportCompressedCommand();
+  void importCommand();
+  void importAviCommand();
+  void toggleCompression();
+  void directories();
+  void selectImages();
+  void properties();
+  void modifiedLaplacian();
+  void luluLower();
+  void luluUpper();
+  void mlulu();
+  void min3x3();
+};
+
+// By its ending: a movie file that a video document can be made around.
+bool isMovieFile(const std::string& path);
+inline constexpr const char* kMovieFilter = "Videos|*.mve;*.avi;*.mp4;*.mov;*.mkv;*.wmv;*.mpg;*.mpeg;*.webm";
+
+}  // namespace tarnvisor

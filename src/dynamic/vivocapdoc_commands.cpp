@@ -1,0 +1,298 @@
+// The command table, and the commands that ask before they act.
+#include <algorithm>
+#include <cmath>
+
+#include "analysis/laplacian.h"
+#include "analysis/lulu.h"
+#include "app/basicapp.h"
+#include "app/processstate.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "dynamic/texts.h"
+#include "dynamic/vivocapdoc.h"
+#include "framework/commandids.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "settings/settings.h"
+#include "signal/chartdoc.h"
+
+namespace tarnvisor {
+
+const CommandTableBase* CVivoCapDoc::commands() const {
+  using D = CVivoCapDoc;
+  static const CommandTable<D> table(
+      {
+          {cmd::FileSaveAs, "Save &As...", &D::saveVideoAs},
+          {cmd::Threshold, "&Simple threshold", &D::simpleThreshold, &D::canFilterMovie},
+          {cmd::MergeFields, "&Merge into frames", &D::mergeFields, &D::isFieldMovie},
+          {cmd::SplitFields, "&Split images into fields", &D::splitFields, &D::isFrameMovie},
+          {cmd::SwitchFieldOrder, "S&witch field order", &D::switchFieldOrder, &D::hasMovie},
+          {cmd::SwitchLines, "Sw&itch lines", &D::switchLines, &D::hasMovie},
+          {cmd::SubtractTrace, "&Subtract trace", &D::subtractTrace, &D::canFilterMovie},
+          {cmd::SquareOfDifferences, "S&quare of differences", &D::squareOfDifferences, &D::canFilterMovie},
+          {cmd::SquareOfDifferencesToCurrent, "Square of &differences to current image",
+           &D::squareOfDifferencesToCurrent, &D::canFilterMovie},
+          {cmd::DeleteSelectedImages, "&Delete selected images", &D::deleteSelected, &D::hasPart},
+          {cmd::DeleteOtherImages, "&Delete nonselected images", &D::deleteOthers, &D::hasPart},
+          {cmd::DuplicateImage, "Duplicate image in new window", &D::duplicateImage, &D::hasMovie},
+          {cmd::AverageSequence, "Average &whole sequence", &D::averageCommand, &D::hasMovie},
+          {cmd::ColourPlanes, "&Colour &Planes to RGB", &D::colourPlanes, &D::canFilterMovie},
+          {cmd::ConvertToGrey, "Convert to &grey", &D::toGrey, &D::isColourMovie},
+          {cmd::Bin, "&Bin", &D::noCommand, &D::never},
+          {cmd::Undo, "&Undo", &D::noCommand, &D::never},
+          {cmd::Redo, "&Redo", &D::noCommand, &D::never},
+          {cmd::ExportUncompressedAvi, "Export uncompressed avi", &D::exportUncompressedCommand,
+           &D::hasMovie},
+          {cmd::ExportCompressedAvi, "Export compressed avi...", &D::exportCompressedCommand, &D::hasMovie},
+          {cmd::ImportInto, "&Import...", &D::importCommand},
+          {cmd::ImportAvi, "Import AVI...", &D::importAviCommand},
+          {cmd::CompressVideoOutput, "compress video &output", &D::toggleCompression, nullptr,
+           &D::compresses},
+          {cmd::Directories, "&Directories...", &D::directories},
+          {cmd::SelectImages, "Select i&mages...", &D::selectImages, &D::hasMovie},
+          {cmd::VideoProperties, "&Properties...", &D::properties},
+          {cmd::ModifiedLaplacian, "Modified Laplacian", &D::modifiedLaplacian, &D::canFilterMovie},
+          {cmd::LuluLower, "L3", &D::luluLower, &D::canFilterMovie},
+          {cmd::LuluUpper, "U3", &D::luluUpper, &D::canFilterMovie},
+          {cmd::Mlulu, "MLULU", &D::mlulu, &D::canFilterMovie},
+          {cmd::Min3x3, "Min3x3", &D::min3x3, &D::canFilterMovie},
+      },
+      ZBasicDoc::commands());
+  return &table;
+}
+
+// With a selection only that part goes to a file of its own, so there is nothing to ask.
+void CVivoCapDoc::saveVideoAs() {
+  const std::string linked = moviePath;
+  const bool whole = selectionFirst < 0 && selectionLast < 0;
+  if (!moviePath.empty() && whole) {
+    if (host().messages.show(moviePath + text::kKeepLink, Buttons::YesNo, Icon::Question) == Answer::No)
+      moviePath.clear();
+  } else if (!whole) {
+    moviePath.clear();
+  }
+  if (!saveAs() && moviePath.empty()) moviePath = linked;
+}
+
+void CVivoCapDoc::simpleThreshold() {
+  int32_t level = settings.getInt("movie", "simpleimagethreshold", 128);
+  if (!process.quietMode) {
+    Form form("Simple threshold");
+    form.add("threshold", level, {0, 255, {}});
+    if (!host().forms.run(form)) return;
+    settings.setInt("movie", "simpleimagethreshold", level);
+  }
+  runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
+}
+
+void CVivoCapDoc::modifiedLaplacian() {
+  runStep("", StepArea::Roi, [](CZZimage& area) { (void)tarnvisor::modifiedLaplacian(area); });
+}
+void CVivoCapDoc::luluLower() {
+  runStep("L3", StepArea::Roi, [](CZZimage& area) { (void)lowerLulu(area); });
+}
+void CVivoCapDoc::luluUpper() {
+  runStep("U3", StepArea::Roi, [](CZZimage& area) { (void)upperLulu(area); });
+}
+// Changes no pixel; only the words are added.
+void CVivoCapDoc::mlulu() {
+  runStep("MLULU", StepArea::Roi, [](CZZimage&) {});
+}
+void CVivoCapDoc::min3x3() {
+  runStep("MIN3x3", StepArea::Roi, [](CZZimage& area) { (void)tarnvisor::min3x3(area); });
+}
+
+void CVivoCapDoc::mergeFields() {
+  (void)makeMovie("merged into frames",
+                  [](CZZMovie& mine, const std::string& name) { return mine.mergeFields(name); });
+}
+
+void CVivoCapDoc::splitFields() {
+  (void)makeMovie("split into fields",
+                  [](CZZMovie& mine, const std::string& name) { return mine.splitFrames(name); });
+}
+
+// Of a movie of frames the two fields of each change places; of a movie of fields the two images of each
+// frame.
+void CVivoCapDoc::switchFieldOrder() {
+  if (!isFieldMovie())
+    return processImages("switched field order\r\n", [](CZZimage& each) { each.swapFields(); });
+  (void)makeMovie("switched field order", [](CZZMovie& mine, const std::string& name) {
+    return mine.rewrite(name, mine.image(), mine.count / 2 * 2, [&](int32_t k, CZZimage& made) {
+      mine.getImage(k ^ 1, made);
+      return true;
+    });
+  });
+}
+
+void CVivoCapDoc::switchLines() {
+  processImages("switched lines\r\n", [](CZZimage& each) { each.swapFields(); });
+}
+
+// Each against the one before it: one image less than the selection has.
+void CVivoCapDoc::squareOfDifferences() {
+  const CZZMovie::Range range = selection();
+  if (range.size() < 2) return report("Two images at least must be selected.");
+  CZZimage before;
+  (void)makeMovie("square of differences", [&](CZZMovie& mine, const std::string& name) {
+    return mine.rewrite(name, mine.image(), range.size() - 1, [&](int32_t k, CZZimage& made) {
+      mine.getImage(range.first + k, before);
+      mine.getImage(range.first + k + 1, made);
+      made.squaredDifference(before);
+      return true;
+    });
+  });
+}
+
+void CVivoCapDoc::squareOfDifferencesToCurrent() {
+  const CZZMovie::Range range = selection();
+  CZZimage current;
+  if (!current.copyImage(*theImage())) return report(text::kNoMemory);
+  (void)makeMovie(format("square of differences to image %i", currentIndex()),
+                  [&](CZZMovie& mine, const std::string& name) {
+                    return mine.rewrite(name, mine.image(), range.size(), [&](int32_t k, CZZimage& made) {
+                      mine.getImage(range.first + k, made);
+                      made.squaredDifference(current);
+                      return true;
+                    });
+                  });
+}
+
+void CVivoCapDoc::deleteImages(const char* question, bool selected) {
+  const CZZMovie::Range range = selection();
+  const std::string words = format(question, range.first, range.last);
+  if (!process.quietMode && host().messages.show(words, Buttons::YesNo, Icon::Question) != Answer::Yes)
+    return;
+  const bool made = makeMovie(format(selected ? "deleted images %i to %i" : "deleted all images but %i to %i",
+                                     range.first, range.last),
+                              [&](CZZMovie& mine, const std::string& name) {
+                                return selected ? mine.deleteFrames(name, range.first, range.last)
+                                                : mine.keepFrames(name, range.first, range.last);
+                              });
+  if (made) select(-1, -1);
+}
+
+void CVivoCapDoc::deleteSelected() { deleteImages(text::kDeleteSelected, true); }
+void CVivoCapDoc::deleteOthers() { deleteImages(text::kDeleteOthers, false); }
+
+void CVivoCapDoc::duplicateImage() {
+  if (ZBasicDoc* copy = duplicate(""))
+    copy->setTitle(withoutExtension(title()) + format("-%04i", currentIndex()));
+}
+
+void CVivoCapDoc::averageCommand() { (void)averageSelection(); }
+
+void CVivoCapDoc::colourPlanes() {
+  const CZZMovie::Range range = selection();
+  (void)makeMovie("colour planes to RGB", [&](CZZMovie& mine, const std::string& name) {
+    return mine.planesToColour(name, range.first, range.last);
+  });
+}
+
+void CVivoCapDoc::toGrey() {
+  (void)makeMovie("convert to grey",
+                  [](CZZMovie& mine, const std::string& name) { return mine.convertToGrey(name); });
+}
+
+// --- subtract trace
+
+namespace {
+
+struct OfferedTrace {
+  std::string label;
+  const ZZTrace* trace;
+};
+
+std::vector<OfferedTrace> offeredTraces(const CTraceArray& own) {
+  std::vector<OfferedTrace> offered;
+  const auto offer = [&](const std::string& of, const CTraceArray& traces) {
+    for (const auto& trace : traces.items)
+      if (trace->size() > 0 && trace->data && !hasRows(*trace->data))
+        offered.push_back({of + ": " + trace->name, trace.get()});
+  };
+  offer("this video", own);
+  for (CDocument* document : theApp().documents.documents())
+    if (const auto* chart = dynamic_cast<ZchartDoc*>(document)) offer(chart->title(), chart->traces);
+  return offered;
+}
+
+// The sample at a time; the ends stand for all beyond them.
+double sampleAt(const ZZTrace& trace, double seconds) {
+  const double age = trace.period > 0 ? (seconds - trace.starttime * 0.001) / trace.period : 0;
+  const double last = trace.size() - 1.0;
+  const auto at = static_cast<uint64_t>(std::isnan(age) ? 0 : std::clamp(std::floor(age + 1e-6), 0.0, last));
+  const auto index = static_cast<uint32_t>((trace.origin + at) % trace.size());
+  return trace.displayed(trace.data->at(index));
+}
+
+}  // namespace
+
+// What a trace does beside its mean is taken off the brightness, so that a flicker goes and the level stays.
+void CVivoCapDoc::subtractTrace() {
+  const std::vector<OfferedTrace> offered = offeredTraces(overlayTraces);
+  if (offered.empty()) return report("No chart with a trace is open.");
+  std::vector<std::string> labels;
+  labels.reserve(offered.size());
+  for (const OfferedTrace& each : offered) labels.push_back(each.label);
+  int32_t chosen = 0;
+  Form form("Subtract trace");
+  form.addChoice("Trace", chosen, labels);
+  if (!process.quietMode && !host().forms.run(form)) return;
+  const ZZTrace& trace =
+      *offered[static_cast<size_t>(std::clamp<int32_t>(chosen, 0, static_cast<int32_t>(offered.size()) - 1))]
+           .trace;
+  const CZZMovie::Range range = selection();
+  double mean = 0;
+  for (int32_t i = range.first; i < range.last; ++i)
+    mean += (sampleAt(trace, timeOf(i)) - mean) / (i - range.first + 1);
+  processImages("subtracted trace " + trace.name + text::kLineEnd, [&](CZZimage& each) {
+    const double apart = sampleAt(trace, timeOf(movie->current)) - mean;
+    if (std::isfinite(apart))
+      each.addConstant({}, static_cast<int32_t>(-std::lround(std::clamp(apart, -255.0, 255.0))));
+  });
+}
+
+// --- forms
+
+void CVivoCapDoc::selectImages() {
+  int32_t first = selectionFirst, last = selectionLast, step = selectionStep;
+  const auto count = static_cast<double>(imageCount());
+  Form form("Select images");
+  form.add("first", first, {-1, count - 1, {}})
+      .add("last", last, {-1, count, {}})
+      .add("step", step, {1, count, {}})
+      .addNote(
+          "Images are counted from 0. The last one is the first that is left out; -1 stands for the start "
+          "and "
+          "the end.");
+  if (!host().forms.run(form)) return;
+  selectionStep = step;
+  select(first, last);
+}
+
+void CVivoCapDoc::properties() {
+  std::string file = moviePath;
+  double framesPerSecond = fps;
+  int32_t rate = movie ? movie->rate : 1, scale = movie ? movie->scale : 1;
+  Form form("Video Sequence Properties");
+  form.addFile("Video data filename", file, text::kVideoFilter)
+      .add("Frames per second", framesPerSecond, {0.001, 100000, {}})
+      .add("avi rate", rate, {1, 2147483647, {}})
+      .add("avi scale", scale, {1, 2147483647, {}});
+  if (!host().forms.run(form)) return;
+  fps = framesPerSecond;
+  updatePlayPeriod();
+  if (file != moviePath && !file.empty() && !openMovie(file)) {
+    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, file.c_str(), movie->failure().c_str()));
+    if (!moviePath.empty()) (void)openMovie(moviePath);
+  }
+  movieChanged();
+  if (movie) {
+    movie->rate = rate;
+    movie->scale = scale;
+  }
+  setModified();
+  updateAllViews();
+}
+
+}  // namespace tarnvisor

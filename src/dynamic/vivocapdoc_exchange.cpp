@@ -1,0 +1,110 @@
+// Movies that come in and go out, and the work folder.
+#include <cmath>
+
+#include "app/processstate.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "dynamic/texts.h"
+#include "dynamic/vivocapdoc.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "movie/movieoutput.h"
+#include "settings/log.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+std::string CVivoCapDoc::workFolder() {
+  std::string folder = settings.getString("directories", "tempdir", "");
+  if (folder.empty() || !folderExists(folder)) {
+    // Where nobody answers, new movies lie beside the one they are made of.
+    const auto chosen = process.quietMode
+                            ? std::optional<std::string>()
+                            : host().choosers.chooseFolder(text::kSelectWorkFolder, folderOf(moviePath));
+    if (!chosen || chosen->empty()) return process.quietMode ? folderOf(moviePath) : "";
+    folder = *chosen;
+    settings.setString("directories", "tempdir", folder);
+  }
+  return withSeparator(folder);
+}
+
+std::string CVivoCapDoc::exportUncompressed() {
+  if (!hasMovie()) return "";
+  const std::string stem = withoutExtension(!pathName().empty()  ? pathName()
+                                            : !moviePath.empty() ? moviePath
+                                                                 : title());
+  const std::string name = stem + "-export.avi";
+  logPrintf("converting %s\n", name.c_str());
+  const WaitScope wait;
+  std::string told;
+  const bool done = movie->saveAVI(name, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
+                                   selectionLast, 1, false, told);
+  refreshImage();
+  updateAllViews();
+  if (done) return name;
+  report(format("%s could not be exported.\n%s", name.c_str(), told.c_str()));
+  return "";
+}
+
+void CVivoCapDoc::exportUncompressedCommand() {
+  const std::string name = exportUncompressed();
+  if (!name.empty() && !process.quietMode) host().messages.show("Exported as " + name + ".");
+}
+
+void CVivoCapDoc::exportCompressedCommand() {
+  const std::string stem = withoutExtension(pathName().empty() ? moviePath : pathName());
+  const auto path =
+      host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi",
+                                stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
+  if (!path || path->empty()) return;
+  if (*path == moviePath) return report("A movie can't be exported over itself.");
+  std::string told;
+  const WaitScope wait;
+  if (!movie->saveAVI(*path, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
+                      selectionLast, std::max(1, selectionStep), true, told))
+    report(format("%s could not be exported.\n%s", path->c_str(), told.c_str()));
+  refreshImage();
+  updateAllViews();
+}
+
+// The frames of another movie after this one's; the first movie of an empty document is linked as it is.
+bool CVivoCapDoc::importMovie(const std::string& path) {
+  if (!hasMovie()) {
+    if (!takeVideo(path)) return false;
+    updateAllViews();
+    return true;
+  }
+  CZZMovie other;
+  if (!other.open(path)) {
+    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), other.failure().c_str()));
+    return false;
+  }
+  const std::string words =
+      isAviName(path) ? "imported avi" + fileNameOf(path) + " imported" : "imported " + fileNameOf(path);
+  return makeMovie(words, [&](CZZMovie& mine, const std::string& name) { return mine.append(other, name); });
+}
+
+void CVivoCapDoc::importCommand() {
+  const auto path = host().choosers.openFile({"Import", text::kMoviesFilter, "", ""});
+  if (path && !path->empty()) (void)importMovie(*path);
+}
+
+void CVivoCapDoc::importAviCommand() {
+  const auto path = host().choosers.openFile({"Import AVI", text::kAviFilter, "", ""});
+  if (!path || path->empty()) return;
+  logPrintf("importing avi file=%s\n", path->c_str());
+  (void)importMovie(*path);
+}
+
+void CVivoCapDoc::toggleCompression() {
+  compressoutput = !compressoutput;
+  settings.setInt("Dynamic settings", "compressoutput", compressoutput);
+}
+
+void CVivoCapDoc::directories() {
+  const auto chosen =
+      host().choosers.chooseFolder(text::kSelectWorkFolder, settings.getString("directories", "tempdir", ""));
+  if (chosen && !chosen->empty()) settings.setString("directories", "tempdir", *chosen);
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,115 @@
+// Operations over the selection, and what makes a new movie or a new image of it.
+#include <algorithm>
+
+#include "app/processstate.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "dynamic/texts.h"
+#include "dynamic/vivocapdoc.h"
+#include "framework/documenttype.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+
+namespace tarnvisor {
+
+void CVivoCapDoc::runStep(const std::string& stepText, StepArea area,
+                          const std::function<void(CZZimage&)>& step) {
+  processImages(stepText + (area == StepArea::Roi ? roiText() : std::string(text::kLineEnd)),
+                [&](CZZimage& each) {
+                  if (area == StepArea::Roi)
+                    step(*each.makeChild(roi));
+                  else
+                    step(each);
+                });
+}
+
+void CVivoCapDoc::processImages(const std::string& words, const std::function<void(CZZimage&)>& operation) {
+  const WaitScope wait;
+  if (hasMovie()) {
+    CView* view = views().empty() ? nullptr : views().front().get();
+    const std::string before = movie->fileName;
+    const CZZMovie::Range range = selection();
+    movie->frameAt(range.first);
+    if (movie->openProcessing(true)) {
+      do {
+        refreshImage();
+        operation(*theImage());
+        if (view) view->redrawNow();
+      } while (movie->nextFrame(range.last) != 0 && !movie->processingFailed());
+      const bool kept = movie->closeProcessing();
+      movieChanged();
+      if (!kept) tellFailedPass(before);
+    } else {
+      report(movie->failure());
+    }
+  }
+  appendNotes(words);
+  setModified();
+  updateAllViews();
+}
+
+// The movie is the one before; the images that were written lie beside.
+void CVivoCapDoc::tellFailedPass(const std::string& before) {
+  const std::string left = movie->leftOver();
+  report(format("%s could not be processed: %s.\nIt is as it was.%s", fileNameOf(before).c_str(),
+                movie->failure().c_str(),
+                left.empty() ? ""
+                             : format(" %i images were processed before and saved as %s.",
+                                      movie->processedCount, left.c_str())
+                                   .c_str()));
+}
+
+bool CVivoCapDoc::makeMovie(const std::string& words,
+                            const std::function<bool(CZZMovie&, const std::string&)>& work) {
+  if (!hasMovie()) return false;
+  const std::string folder = workFolder();
+  if (folder.empty()) return false;
+  const WaitScope wait;
+  const std::string before = movie->fileName;
+  const std::string stem = before.empty() ? withoutExtension(title()) : withoutExtension(fileNameOf(before));
+  const char* ending = compressoutput ? ".avi" : ".mve";
+  std::string name;
+  for (char letter = 'A'; letter <= 'z' && name.empty(); letter = letter == 'Z' ? 'a' : letter + 1)
+    if (const std::string free = folder + stem + letter + ending; !fileExists(free)) name = free;
+  if (name.empty()) {
+    report(format("All names from %sA%s to %sz%s in the work folder are taken.", stem.c_str(), ending,
+                  stem.c_str(), ending));
+    return false;
+  }
+  if (!work(*movie, name)) {
+    if (movie->failure().empty())
+      report("That would leave no images.");
+    else
+      tellFailedPass(before.empty() ? title() : before);
+    updateAllViews();
+    return false;
+  }
+  movieChanged();
+  appendNotes(words + text::kLineEnd);
+  setModified();
+  updateAllViews();
+  return true;
+}
+
+ZBasicDoc* CVivoCapDoc::averageSelection() {
+  if (!hasMovie()) return nullptr;
+  const WaitScope wait;
+  auto mean = std::make_unique<CZZimage>();
+  if (!movie->averageInto(*mean, selectionFirst, selectionLast)) {
+    report(movie->failure().empty() ? text::kNoMemory : movie->failure());
+    return nullptr;
+  }
+  const CZZMovie::Range range = selection();
+  ZBasicDoc* made = duplicate("");
+  if (!made) return nullptr;
+  made->takeImage(std::move(mean));
+  made->setTitle(withoutExtension(title()) + format("Av%1i-%1i", range.first, range.last));
+  if (process.batchMode) {
+    const std::string path = folderOf(pathName()) + made->title() + ".tv1";
+    if (made->onSaveDocument(path)) made->setPathName(path);
+  }
+  made->updateAllViews();
+  return made;
+}
+
+}  // namespace tarnvisor

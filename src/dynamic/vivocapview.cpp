@@ -1,0 +1,197 @@
+#include "dynamic/vivocapview.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/basicapp.h"
+#include "base/clock.h"
+#include "base/text.h"
+#include "framework/commandids.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr int32_t kPlaybackTimer = 1234;
+constexpr int32_t kTimersApart = 100000;  // between the timers of two views
+
+int32_t nextTimer() {
+  static int32_t views = 0;
+  return kPlaybackTimer + kTimersApart * (views++ % 20000);
+}
+
+}  // namespace
+
+CVivoCapView::CVivoCapView(CVivoCapDoc& document) : ZBasicView(document), doc(document), timer(nextTimer()) {}
+
+CVivoCapView::~CVivoCapView() {
+  if (playing) theApp().loop.killTimer(timer);
+}
+
+const CommandTableBase* CVivoCapView::commands() const {
+  using V = CVivoCapView;
+  static const CommandTable<V> table(
+      {
+          {cmd::PlaySequence, "&play image sequence", &V::play, &V::hasMovie, &V::playsOnce},
+          {cmd::LoopSequence, "&Loop", &V::loop, &V::hasMovie, &V::isLooping},
+          {cmd::PlaybackSkip, "&Playback frame skip...", &V::playbackSkip, &V::hasMovie},
+          {cmd::PlayFaster, "play &faster", &V::faster, &V::isPlaying},
+          {cmd::PlaySlower, "play &slower", &V::slower, &V::isPlaying},
+          {cmd::StepForward, "step one frame/field forwards", &V::stepForward, &V::hasMovie},
+          {cmd::StepBack, "step one frame/field back", &V::stepBack, &V::hasMovie},
+      },
+      ZBasicView::commands());
+  return &table;
+}
+
+std::vector<StatusPane> CVivoCapView::panes() const {
+  std::vector<StatusPane> all = ZBasicView::panes();
+  if (!hasMovie()) {
+    for (const char* name : {"image", "field", "time"}) all.push_back({name, ""});
+    return all;
+  }
+  const double seconds = doc.timeOf(doc.currentIndex());
+  const int32_t minutes = static_cast<int32_t>(std::min(seconds / 60, 1e6));
+  all.push_back({"image", format("Image# %03i/%03i", doc.currentIndex(), doc.imageCount())});
+  all.push_back({"field", format("Field# %3li", static_cast<long>(doc.theImage()->frameNumber))});
+  all.push_back({"time", format("%02i:%05.2f", minutes, seconds - 60.0 * minutes)});
+  return all;
+}
+
+void CVivoCapView::draw(Canvas& canvas) {
+  ZBasicView::draw(canvas);
+  if (playStep <= 1) return;
+  canvas.setFont("Arial", 120);
+  const std::string words = format(">>x%1i", playStep);
+  canvas.text({6, 6}, words, 0x000000);
+  canvas.text({5, 5}, words, 0xffffff);
+}
+
+void CVivoCapView::wheel(const WheelEvent& event) {
+  if (!event.shift || !hasMovie()) return ZBasicView::wheel(event);
+  goTo(std::clamp(doc.currentIndex() - event.steps, 0, doc.imageCount() - 1));
+}
+
+bool CVivoCapView::keyDown(const KeyEvent& event) {
+  if (event.key == Key::Escape && playing) {
+    stopPlayback();
+    return true;
+  }
+  if (hasMovie() && event.control && (event.key == Key::Home || event.key == Key::End)) {
+    goTo(event.key == Key::Home ? 0 : doc.imageCount() - 1);
+    return true;
+  }
+  return ZBasicView::keyDown(event);
+}
+
+// --- the sequence
+
+CView::Timeline CVivoCapView::timeline() const {
+  const CZZMovie::Range range = doc.selection();
+  return {doc.imageCount(), doc.currentIndex(), range.first, range.last, doc.imagesPerSecond()};
+}
+
+void CVivoCapView::goTo(int32_t index) {
+  if (!hasMovie()) return;
+  doc.showImage(index);
+  redrawNow();
+}
+
+bool CVivoCapView::thumbnail(int32_t index, int32_t width, Size& size, std::vector<uint32_t>& pixels) {
+  if (!hasMovie() || index < 0 || index >= doc.imageCount() || width < 1) return false;
+  CZZimage each;
+  doc.movie->getImage(index, each);
+  if (each.empty()) return false;
+  const int64_t rows = int64_t{each.frameHeight()} * width / each.width;
+  size = {width, static_cast<int32_t>(std::clamp<int64_t>(rows, 1, 4 * int64_t{width}))};
+  pixels.resize(static_cast<size_t>(size.width) * static_cast<size_t>(size.height));
+  const bool colour = each.colourset == kColour;
+  uint32_t* to = pixels.data();
+  for (int32_t y = 0; y < size.height; ++y) {
+    const uint8_t* row = each.row(static_cast<int32_t>(int64_t{y} * each.height / size.height));
+    for (int32_t x = 0; x < size.width; ++x) {
+      const uint8_t* p = row + int64_t{x} * each.width / size.width * each.bytesPerPixel;
+      *to++ = colour ? 0xff000000u | uint32_t{p[2]} << 16 | uint32_t{p[1]} << 8 | p[0]
+                     : 0xff000000u | uint32_t{p[0]} * 0x010101u;
+    }
+  }
+  return true;
+}
+
+// --- playback
+
+// The document's period is cut to milliseconds; unless the user chose another, the rate itself counts.
+double CVivoCapView::tickSeconds() const {
+  const double exact = 1 / doc.imagesPerSecond();
+  const bool automatic = doc.playPeriod == std::max(1, static_cast<int32_t>(std::min(1000 / doc.fps, 1e6)));
+  return automatic && exact > 0 ? exact : std::max(1, doc.playPeriod) * 0.001;
+}
+
+void CVivoCapView::restartClock(double nowSeconds) {
+  startedAt = nowSeconds;
+  ticksDone = 0;
+}
+
+void CVivoCapView::startPlayback(bool loops) {
+  if (!hasMovie()) return;
+  playing = true;
+  looping = loops;
+  playStep = 1;
+  if (!loops && doc.currentIndex() >= doc.imageCount() - 1) goTo(0);
+  restartClock(steadySeconds());
+  // More often than images are due, so that each is shown when it is.
+  const int32_t period = std::clamp(static_cast<int32_t>(tickSeconds() * 250), 1, 20);
+  theApp().loop.setTimer(timer, period, [this] { tick(steadySeconds()); });
+}
+
+void CVivoCapView::stopPlayback() {
+  theApp().loop.killTimer(timer);
+  playing = looping = false;
+  playStep = 1;
+  redraw();
+}
+
+void CVivoCapView::tick(double nowSeconds) {
+  if (!playing || !hasMovie()) return stopPlayback();
+  const auto due = static_cast<int64_t>((nowSeconds - startedAt) / tickSeconds() + 1e-9);
+  if (due <= ticksDone) return;
+  const int64_t late = due - ticksDone;
+  ticksDone = due;
+  const int32_t last = doc.imageCount() - 1;
+  if (!looping && doc.currentIndex() >= last) return stopPlayback();
+  const int64_t step = doc.currentIndex() + int64_t{playStep};
+  const int64_t wanted = doc.currentIndex() + late * playStep;
+  if (step > last || (looping && wanted > last)) {  // past the end is the start
+    goTo(0);
+    if (!looping) return stopPlayback();
+    return restartClock(nowSeconds);
+  }
+  goTo(static_cast<int32_t>(std::min<int64_t>(wanted, last)));
+}
+
+void CVivoCapView::play() { playing ? stopPlayback() : startPlayback(false); }
+void CVivoCapView::loop() { playing ? stopPlayback() : startPlayback(true); }
+
+void CVivoCapView::faster() {
+  playStep = std::min(playStep * 2, 1 << 20);
+  restartClock(steadySeconds());
+  redraw();
+}
+
+void CVivoCapView::slower() {
+  playStep = std::max(1, playStep / 2);
+  restartClock(steadySeconds());
+  redraw();
+}
+
+void CVivoCapView::playbackSkip() {
+  int32_t period = doc.playPeriod;
+  Form form("Playback");
+  form.add("milliseconds from image to image", period, {1, 60000, {}});
+  if (!host().forms.run(form)) return;
+  doc.playPeriod = period;
+  restartClock(steadySeconds());
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,58 @@
+// CVivoCapView: shows the current image of a video as the image view does, moves along the sequence and plays
+// it. Playback keeps the true rate: a tick that comes late moves on by as many images as are due.
+#pragma once
+
+#include <vector>
+
+#include "dynamic/vivocapdoc.h"
+#include "imagedoc/zbasicview.h"
+
+namespace tarnvisor {
+
+class CVivoCapView : public ZBasicView {
+ public:
+  explicit CVivoCapView(CVivoCapDoc& document);
+  ~CVivoCapView() override;
+  CVivoCapDoc& video() const { return doc; }
+
+  // Beside those of an image: "image", "field", "time".
+  std::vector<StatusPane> panes() const override;
+  void draw(Canvas& canvas) override;
+  void wheel(const WheelEvent& event) override;  // with Shift along the sequence
+  bool keyDown(const KeyEvent& event) override;
+  const CommandTableBase* commands() const override;
+
+  Timeline timeline() const override;
+  void goTo(int32_t index) override;
+  bool thumbnail(int32_t index, int32_t width, Size& size, std::vector<uint32_t>& pixels) override;
+
+  bool isPlaying() const { return playing; }
+  bool isLooping() const { return looping; }
+  void startPlayback(bool loop);
+  void stopPlayback();
+  // One tick of the playback timer, at a time of the steady clock.
+  void tick(double nowSeconds);
+
+  int32_t playStep = 1;
+
+ private:
+  bool hasMovie() const { return doc.hasMovie(); }
+  bool playsOnce() const { return playing && !looping; }
+  double tickSeconds() const;
+  void restartClock(double nowSeconds);
+  void play();
+  void loop();
+  void playbackSkip();
+  void faster();
+  void slower();
+  void stepForward() { goTo(doc.currentIndex() + 1); }
+  void stepBack() { goTo(doc.currentIndex() - 1); }
+
+  CVivoCapDoc& doc;
+  int32_t timer;  // of this view alone
+  bool playing = false, looping = false;
+  double startedAt = 0;
+  int64_t ticksDone = 0;
+};
+
+}  // namespace tarnvisor

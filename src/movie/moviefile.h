@@ -1,0 +1,65 @@
+// The file of a movie, ending .mve: a signature, the form of a frame, the frames, and in the last eight bytes
+// how many there are and which is the oldest. docs/formats/mve.md tells the bytes. Positions are 64-bit.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "image/imagefile.h"
+
+namespace tarnvisor {
+
+class MovieFile {
+ public:
+  // Update: an existing file, to be read only where it may not be written. Create: an empty one.
+  enum class Access { Update, Create };
+  // Null when it can't be opened; errno tells why.
+  static std::unique_ptr<MovieFile> open(const std::string& path, Access access);
+  ~MovieFile();
+  MovieFile(const MovieFile&) = delete;
+  MovieFile& operator=(const MovieFile&) = delete;
+
+  int64_t size() const;
+  // Bytes read: fewer than asked at the end, or where the medium fails.
+  size_t read(void* to, size_t bytes, int64_t at) const;
+  // Throws ArchiveException when not everything could be written.
+  void write(const void* from, size_t bytes, int64_t at);
+  bool cutTo(int64_t bytes);  // false when it can't be cut
+  bool flushToDisc();
+  bool canWrite() const { return writable; }
+
+ private:
+  MovieFile(int openFile, bool mayWrite) : descriptor(openFile), writable(mayWrite) {}
+  int descriptor;
+  bool writable;
+};
+
+// How the frames lie in a file of any form.
+struct MovieLayout {
+  static constexpr int32_t kSignature = -23;     // of the form that is written
+  static constexpr int32_t kPerFrameForm = -22;  // from here to -1 each frame has a header of its own
+  static constexpr int64_t kDataOffset = 4 + ZzgHeader::kBytes;
+  static constexpr int64_t kTrailerBytes = 8;
+
+  ZzgHeader form;  // of the first frame
+  int32_t count = 0;
+  int32_t oldest = 0;
+  int64_t frameBytes = 0;  // of one frame on disc, its own header included where it has one
+  int64_t dataOffset = 0;
+  bool perFrameHeaders = false;
+  bool cutOff = false;  // no trailer that fits: count and order were rebuilt from the length
+
+  int64_t placeOf(int32_t slot) const { return dataOffset + frameBytes * slot; }
+};
+
+// False when the file holds no frame that could be read.
+bool readLayout(const MovieFile& file, MovieLayout& layout);
+// Signature and form at the start of a new file; throws ArchiveException.
+void writeMovieStart(MovieFile& file, const CZZimage& form);
+// The trailer after `count` frames, where the file then ends; throws ArchiveException.
+void writeTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest);
+// The header of a frame that carries its own; false when there is none.
+bool readFrameHeader(const MovieFile& file, int64_t at, ZzgHeader& header);
+
+}  // namespace tarnvisor

@@ -1,0 +1,209 @@
+// CZZMovie: a sequence of frames of one size, in memory, in a .mve file that it reads and writes frame by
+// frame, or in an AVI. It records into a ring of slots, so that a long recording keeps the last frames.
+//
+// Frames are addressed by a logical index from 0, the oldest; an index outside means frame 0. A range is
+// first to last, last being exclusive; a negative first means 0, a negative last or one above the count the
+// count. Only one frame of a file is in memory: the one that frameAt() gives, valid until the next call.
+// Origins are where a frame lies in the subject, in frame rows.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "image/zzimage.h"
+#include "movie/framerecord.h"
+#include "movie/framesource.h"
+
+namespace tarnvisor {
+
+class MovieFile;
+class MovieOutput;
+class VideoReader;
+
+// Shared by all movies: recordings and passes go to AVI rather than to .mve.
+extern int32_t compressoutput;
+
+class CZZMovie {
+ public:
+  enum Mode : int32_t {
+    kClosed = 0,
+    kMemory = 1,
+    kFile = 2,
+    kAvi = 3,
+    kRecordingFile = 5,
+    kRecordingAvi = 6
+  };
+
+  CZZMovie();
+  ~CZZMovie();
+  CZZMovie(const CZZMovie&) = delete;
+  CZZMovie& operator=(const CZZMovie&) = delete;
+
+  // --- zzmovie.cpp: the store
+  // Frames added. Without memory for them nothing is added.
+  int32_t createImages(int32_t n, int32_t width, int32_t height, int32_t colourset);
+  bool createHeaders(int32_t n);
+  int32_t slotOf(int32_t index) const;
+  // Makes a frame the current one; in a pass the frame before it is written first. The image is empty when
+  // there are no frames.
+  CZZimage& frameAt(int32_t index);
+  int32_t nextFrame(int32_t limit = -1);  // the index that is now current
+  // Copies a frame into target, resizing it, and leaves the current one. The index used.
+  int32_t getImage(int32_t index, CZZimage& target);
+  void frameInfo(int32_t slot, CZZimage& image) const;
+  // What is known of a frame; one without a record is read first.
+  const FrameRecord& recordOf(int32_t index);
+  // Takes a table that somebody kept, as far as there are slots.
+  void adoptTable(FrameTable table);
+  // Puts a frame's origin into its record, and into the image shown when it is that.
+  void setOrigin(int32_t index, Point frameOrigin);
+  CZZimage& image() { return frame; }
+  bool isOpen() const { return mode != kClosed && count > 0; }
+  bool isRecording() const { return recording; }
+  bool isFieldMovie() const { return frame.isField(); }
+  void close();
+
+  // --- zzmovie_open.cpp
+  // Any container of a known kind is read; one whose name ends in .avi, or that is no .mve, as video. The
+  // words for the user when there are no frames are in failure().
+  bool open(const std::string& name);
+  // Raw pixels without a header, rows without gaps.
+  bool openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames);
+  // How many frames a recording that was cut off left; 0 for a file that was closed.
+  int32_t recoveredFrames() const { return recovered; }
+  const std::string& failure() const { return trouble; }
+
+  // --- zzmovie_record.cpp. Writes throw ArchiveException: the frames so far stay, and stopRecording keeps
+  // them.
+  bool record(int32_t frames, const std::string& name, int32_t x, int32_t y, int32_t width, int32_t height,
+              bool fromCamera);
+  int32_t addFrame(const CZZimage& image, int32_t field, bool advance = true);  // count, or -1 when full
+  int32_t nextSlot();                                                           // the same
+  void stopRecording();
+
+  // --- zzmovie_process.cpp: passes that rewrite frames while callers walk them with frameAt
+  bool openProcessing(bool inPlace, const std::string& name = "");
+  // False when the pass failed on its way: the movie is the one before, failure() tells, and leftOver() is
+  // the file with the frames that were written.
+  bool closeProcessing();
+  // Ends a pass without its result.
+  void abandonProcessing();
+  bool processingFailed() const;
+  const std::string& leftOver() const { return leftOverFile; }
+  // A new movie of what `make` puts into its image for k = 0 to n-1; false from it ends the pass. form: the
+  // size and kind of the frames. The movie becomes the new one.
+  using MakeFrame = std::function<bool(int32_t k, CZZimage& made)>;
+  bool rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make);
+  bool save(const std::string& name, int32_t first = -1, int32_t last = -1);
+  bool saveFrames(const std::string& name, int32_t first, int32_t last);
+
+  // --- zzmovie_edit.cpp: each makes a new movie file of that name, and leaves the old one
+  bool mergeFields(const std::string& name);
+  bool splitFrames(const std::string& name);
+  bool keepFrames(const std::string& name, int32_t first, int32_t last);    // the others are left out
+  bool deleteFrames(const std::string& name, int32_t first, int32_t last);  // false when none would be left
+  bool convertToGrey(const std::string& name);
+  bool planesToColour(const std::string& name, int32_t first, int32_t last);
+  // The frames of another movie after this one's, cut or filled up to its size.
+  bool append(CZZMovie& other, const std::string& name);
+
+  // --- zzmovie_statistics.cpp
+  // The smallest canvas that holds the frames: its size and where it begins, in frame rows.
+  struct Extents {
+    int64_t width = 0, height = 0;
+    int64_t x = 0, y = 0;
+  };
+  Extents frameExtents(int32_t first, int32_t last);
+  // The image becomes the canvas, with its origin. False without frames or memory.
+  bool averageInto(CZZimage& image, int32_t first, int32_t last);
+  bool deviationInto(CZZimage& image, int32_t first, int32_t last);
+  using FocusMeasure = std::function<double(const CZZimage&)>;
+  // The mean of the sharpest frames: for each cell of half a frame's width and height, the one of the
+  // greatest measure above 0 whose origin lies strictly inside. step: of the prompt that asks for it; the
+  // size of a cell is fixed all the same.
+  bool bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t step, int32_t first, int32_t last);
+
+  // --- zzmovie_avi.cpp
+  // Writes the range, every step-th frame, as it lies on one canvas. compress: the user is asked for a codec.
+  // The words of what happened come after `report`.
+  bool saveAVI(const std::string& name, int32_t rate, int32_t first, int32_t last, int32_t step,
+               bool compress, std::string& report);
+
+  struct Range {
+    int32_t first, last;
+    int32_t size() const { return last - first; }
+  };
+  Range clamped(int32_t first, int32_t last) const;
+
+  int32_t ringMode = 0;  // not 0: a full recording goes on over the oldest frames
+  int32_t rate = 1, scale = 1;
+  int32_t slots = 0;
+  int32_t count = 0;
+  int32_t mode = kClosed;
+  std::string fileName;
+  std::unique_ptr<MovieFile> file;
+  MovieFile* processingFile = nullptr;  // `file` itself while frames are changed in place
+  int32_t oldest = 0;
+  int64_t frameBytes = 0;
+  int64_t dataOffset = 0;
+  int32_t perFrameHeaders = 0;
+  FrameTable frameTable;
+  int64_t memorySize = 0;
+  int32_t current = 0;
+  uint8_t wrapped = 0;
+  uint8_t shared = 1;
+  int32_t processedCount = 0;
+  FrameTable processedTable;
+  int32_t modified = 0;
+  FrameSource* source = nullptr;  // borrowed
+
+ private:
+  struct FreeBlock {
+    void operator()(uint8_t* block) const;
+  };
+
+  bool isInside(int32_t index) const { return index >= 0 && index < count; }
+  // Whether rows of a frame can be read from the file as they stand.
+  bool readsRows() const { return !memory && file && !perFrameHeaders && frameBytes == slotBytes(); }
+  int64_t slotBytes() const { return int64_t{holder.stride} * holder.height; }
+  void showSlot(int32_t slot);
+  void showHolder();
+  bool reserveMemory(int32_t n);
+  bool readSlot(int32_t index, CZZimage& target);
+  bool readFromFile(int32_t slot, CZZimage& target);
+  void keepRecord(int32_t slot, const CZZimage& image);
+  bool openFile(const std::string& name);
+  bool openVideo(const std::string& name);
+  bool reopen(const std::string& name);
+  void takeRateOfSource();
+  void writeRecorded();
+  void finishRecordedFile();
+  std::string freeName() const;
+  void writeProcessed();
+  bool beginOutput(const std::string& name, const CZZimage& form);
+  bool takeOutput();
+  bool copyOrRename(const std::string& name);
+  bool writeMissingTrailer();
+  struct Placement;
+  std::vector<Placement> placements(const Range& range, const Extents& extents);
+  bool prepareCanvas(CZZimage& image, const Extents& extents);
+  void sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to);
+  void averageOf(CZZimage& image, const std::vector<Placement>& placed);
+
+  CZZimage holder;      // one frame's buffer, or only its form while frames are in memory
+  CZZchildimage frame;  // what callers see: a view onto holder or memory
+  std::unique_ptr<uint8_t, FreeBlock> memory;  // slot k at k times the bytes of a slot
+  std::unique_ptr<VideoReader> video;
+  std::unique_ptr<MovieOutput> output;  // of a pass, or of a recording to AVI
+  bool recording = false;
+  bool full = false;     // a recording without ring has filled its slots
+  bool isShown = false;  // `current` has been loaded
+  int32_t recovered = 0;
+  std::string trouble;
+  std::string leftOverFile;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,122 @@
+// Video files: opening one as a movie, and the export.
+#include <algorithm>
+
+#include "base/files.h"
+#include "base/numbers.h"
+#include "host/form.h"
+#include "host/host.h"
+#include "movie/moviefile.h"
+#include "movie/movieoutput.h"
+#include "movie/videoreader.h"
+#include "movie/videowriter.h"
+#include "movie/zzmovie.h"
+#include "settings/log.h"
+
+namespace tarnvisor {
+
+bool CZZMovie::openVideo(const std::string& name) {
+  ringMode = 0;
+  video = VideoReader::open(name, trouble);
+  if (!video) return false;
+  mode = kAvi;
+  holder.interlace = 0;
+  createImages(video->frames(), video->width(), video->height(), kGrey);
+  rate = video->rate();
+  scale = video->scale();
+  count = video->frames() == slots && holder.width == video->width() ? slots : 0;
+  if (count < 1 && trouble.empty()) trouble = "It holds no frames.";
+  return count > 0;
+}
+
+namespace {
+
+// Asks for codec and quality; false for no compression.
+bool chooseCompressor(VideoFormat& format) {
+  const std::vector<VideoCodec> codecs = videoCodecs();
+  std::vector<std::string> labels;
+  int32_t chosen = 0;
+  for (const VideoCodec& codec : codecs) {
+    if (codec.code == kRecordingCodec) chosen = static_cast<int32_t>(labels.size());
+    labels.push_back(codec.label);
+  }
+  int32_t quality = 100;
+  Form form("Video Compression");
+  form.addChoice("Compressor", chosen, labels);
+  form.add("Quality (100: nothing is lost)", quality, {.low = 0, .high = 100});
+  form.add("Key frame every", format.keyEvery, {.low = 1, .high = 1000});
+  const bool agreed = host().forms.run(form);
+  logPrintf("fcctype=%lu.fcchandler=%lu.Iq=%li.Ikey=%li,Idatarate=%li\n", 0x63646976UL,
+            static_cast<unsigned long>(chosen), long{quality}, long{format.keyEvery}, 0L);
+  if (!agreed || chosen < 0 || chosen >= static_cast<int32_t>(codecs.size())) return false;
+  format.codec = codecs[static_cast<size_t>(chosen)].code;
+  format.quality = quality;
+  return format.codec != "DIB ";
+}
+
+// Into the canvas at a place, as far as they meet; the rest of the canvas keeps what earlier frames left.
+void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
+  const int64_t columns = std::min<int64_t>(image.width, canvas.width - x);
+  for (int32_t row = 0; row < image.height && y + row < canvas.height; ++row)
+    std::copy_n(image.row(row), columns * image.bytesPerPixel,
+                canvas.row(static_cast<int32_t>(y + row)) + x * image.bytesPerPixel);
+}
+
+}  // namespace
+
+bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t first, int32_t last,
+                       int32_t step, bool compress, std::string& report) {
+  report += "saveAVI::";
+  const int32_t from = isInside(first) ? first : 0;
+  const int32_t to = last > 0 && last <= count ? last : count;
+  const int32_t n = step > 0 && to > from ? (to - from) / step : 0;
+  if (n < 1) {
+    report += "failed:n<1";
+    return false;
+  }
+  VideoFormat format;
+  const bool compressing = compress && chooseCompressor(format);
+  if (compress && !compressing) report += "not compressing.";
+  if (!compressing) format.codec = "DIB ";
+  const Extents extents = frameExtents(from, to);
+  const int32_t rowsPerRow = holder.isField() ? 2 : 1;
+  CZZimage canvas, colour;
+  canvas.colourset = holder.colourset;
+  colour.colourset = kColour;
+  const auto upTo = [](int64_t v, int64_t unit) { return (v + unit - 1) / unit * unit; };
+  const int64_t width = upTo(extents.width, 8), height = upTo(extents.height / rowsPerRow, 2);
+  const bool inColour = holder.colourset != kGrey;
+  if (width > INT32_MAX || height > INT32_MAX ||
+      !canvas.resizedata(static_cast<int32_t>(width), static_cast<int32_t>(height), holder.bytesPerPixel) ||
+      (holder.colourset == kBayer && !colour.resizedata(canvas.width, canvas.height, 3))) {
+    report += "not enough memory.";
+    return false;
+  }
+  format.width = canvas.width;
+  format.height = canvas.height;
+  format.rate = std::max(1, framesPerSecond);
+  format.scale = 1;
+  format.colour = inColour;
+  std::string why;
+  const auto writer = VideoWriter::create(name, format, why);
+  if (!writer) {
+    report += (compressing ? "compress start failed. " : "failed AVI file open. ") + why;
+    return false;
+  }
+  CZZimage& shown = holder.colourset == kBayer ? colour : canvas;
+  CZZimage each;
+  for (int32_t i = from, k = 0; k < n && !writer->failed(); i += step, ++k) {
+    getImage(i, each);
+    const FrameRecord& record = recordOf(i);
+    placeInto(canvas, each, record.xOrigin - extents.x, (record.yOrigin - extents.y) / rowsPerRow);
+    if (&shown == &colour) colour.copyPixels(canvas);
+    if (!writer->write(shown.pixels, shown.stride)) report += "bad frame";
+  }
+  if (!writer->close()) {
+    report += writer->why();
+    return false;
+  }
+  report += "ok";
+  return true;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,95 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/files.h"
+#include "movie/moviefile.h"
+#include "movie/movieoutput.h"
+#include "movie/videoreader.h"
+#include "movie/zzmovie.h"
+#include "settings/log.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kNotAMovie = "It is no movie, or holds no frames.";
+
+// Names that other programs give to videos of other kinds.
+bool isMovieName(const std::string& name) { return equalIgnoringCase(extensionOf(name), "mve"); }
+
+}  // namespace
+
+bool CZZMovie::open(const std::string& name) {
+  logPrintf("movie::doOpen:%s\n", name.c_str());
+  close();
+  trouble.clear();
+  rate = scale = 1;
+  shared = 1;
+  const bool opened = isAviName(name)     ? openVideo(name)
+                      : isMovieName(name) ? openFile(name)
+                                          : openFile(name) || openVideo(name);
+  if (!opened) {
+    file.reset();
+    mode = kClosed;
+    count = 0;
+    return false;
+  }
+  fileName = name;
+  frameAt(0);
+  return true;
+}
+
+bool CZZMovie::openFile(const std::string& name) {
+  file = MovieFile::open(name, MovieFile::Access::Update);
+  if (!file) {
+    trouble = std::strerror(errno);
+    return false;
+  }
+  MovieLayout layout;
+  mode = kFile;
+  trouble = kNotAMovie;
+  if (!readLayout(*file, layout)) return false;
+  holder.interlace = layout.form.interlace;
+  const int32_t frameRows = layout.form.height * (layout.form.interlace ? 2 : 1);
+  (void)createImages(layout.count, layout.form.width, frameRows, layout.form.colourset);
+  if (slots != layout.count || holder.width != layout.form.width || holder.height != layout.form.height) {
+    trouble = "There is not enough memory for a frame.";
+    return false;
+  }
+  trouble.clear();
+  count = layout.count;
+  oldest = layout.oldest;
+  wrapped = count != oldest;
+  frameBytes = layout.frameBytes;
+  dataOffset = layout.dataOffset;
+  perFrameHeaders = layout.perFrameHeaders;
+  recovered = layout.cutOff ? count : 0;
+  return true;
+}
+
+bool CZZMovie::openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames) {
+  close();
+  rate = scale = 1;
+  shared = 1;
+  file = MovieFile::open(name, MovieFile::Access::Update);
+  const int64_t bytes = int64_t{width} * height;
+  const bool possible = file && width > 0 && height > 0 && bytes <= file->size();
+  const int64_t held = possible ? std::min<int64_t>(file->size() / bytes, std::max(0, frames)) : 0;
+  if (held < 1) {
+    trouble = file ? "It holds no image of that size." : std::strerror(errno);
+    file.reset();
+    return false;
+  }
+  mode = kFile;
+  holder.interlace = 0;
+  createImages(static_cast<int32_t>(held), width, height, kGrey);
+  count = oldest = static_cast<int32_t>(held);
+  frameBytes = bytes;
+  dataOffset = 0;
+  fileName = name;
+  frameAt(0);
+  return true;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,209 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "archive/archive.h"
+#include "base/files.h"
+#include "movie/moviefile.h"
+#include "movie/movieoutput.h"
+#include "movie/videoreader.h"
+#include "movie/zzmovie.h"
+#include "settings/log.h"
+
+namespace tarnvisor {
+
+// A letter after the name, A to Z, then a to z: the first that no file has. Empty when all are taken.
+std::string CZZMovie::freeName() const {
+  const std::string base = withoutExtension(fileName);
+  const char* ending = compressoutput ? ".avi" : ".mve";
+  for (const char from : {'A', 'a'})
+    for (int letter = 0; letter < 26; ++letter) {
+      const std::string name = base + static_cast<char>(from + letter) + ending;
+      if (!fileExists(name)) return name;
+    }
+  return "";
+}
+
+bool CZZMovie::openProcessing(bool inPlace, const std::string& name) {
+  processedCount = 0;
+  processedTable.clear();
+  trouble.clear();
+  leftOverFile.clear();
+  if (count < 1 || recording) return false;
+  if (inPlace && mode == kMemory) return true;
+  if (inPlace && mode == kFile && !shared && !perFrameHeaders && file->canWrite()) {
+    processingFile = file.get();
+    return true;
+  }
+  return beginOutput(name, frame);
+}
+
+bool CZZMovie::beginOutput(const std::string& name, const CZZimage& form) {
+  const std::string wanted = name.empty() || name == fileName ? freeName() : name;
+  if (wanted.empty())
+    trouble = "all names from A to z are taken";
+  else
+    output = MovieOutput::create(wanted, form, rate, scale, trouble);
+  if (!output) {
+    logPrintf("movie::openprocessing failed\n");
+    trouble = "Cannot create movie file " + (wanted.empty() ? fileName : wanted) + ": " + trouble + ".";
+    return false;
+  }
+  logPrintf("movie::openprocessing %s\n", wanted.c_str());
+  return true;
+}
+
+bool CZZMovie::processingFailed() const { return !trouble.empty() || (output && output->failed()); }
+
+// The frame shown goes to the pass's output.
+void CZZMovie::writeProcessed() {
+  if (!isShown || processingFailed()) return;
+  if (processingFile) {
+    try {
+      processingFile->write(frame.pixels, static_cast<size_t>(frameBytes),
+                            dataOffset + frameBytes * slotOf(current));
+    } catch (const ArchiveException& e) {
+      trouble = e.what();
+      return;
+    }
+    keepRecord(slotOf(current), frame);
+  } else if (!output->append(frame)) {
+    return;
+  }
+  processedTable.push_back(FrameRecord::of(frame));
+  ++processedCount;
+}
+
+bool CZZMovie::closeProcessing() {
+  const bool passing = processingFile || output;
+  // A pass over one image never left it.
+  if (passing && processedCount == 0) writeProcessed();
+  if (mode == kMemory && !passing) modified = 1;
+  processingFile = nullptr;
+  if (output) return takeOutput();
+  return trouble.empty();
+}
+
+// The output becomes the movie, with its rate; after a failure it stays beside.
+bool CZZMovie::takeOutput() {
+  const std::unique_ptr<MovieOutput> done = std::move(output);
+  const std::string made = done->close();
+  if (trouble.empty()) trouble = done->why();
+  if (made.empty() || !trouble.empty()) {
+    leftOverFile = made;
+    if (trouble.empty()) trouble = "no frame was written";
+    return false;
+  }
+  const int32_t oldRate = rate, oldScale = scale;
+  FrameTable table = std::move(processedTable);
+  const bool toAvi = isAviName(made);
+  if (!open(made)) return false;
+  if (!toAvi) {
+    rate = oldRate;
+    scale = oldScale;
+  }
+  adoptTable(std::move(table));
+  shared = 0;
+  frameAt(0);
+  return true;
+}
+
+void CZZMovie::abandonProcessing() {
+  processingFile = nullptr;
+  if (!output || recording) return;
+  const std::string made = output->close();
+  output.reset();
+  if (!made.empty()) std::remove(made.c_str());
+}
+
+bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make) {
+  processedCount = 0;
+  processedTable.clear();
+  trouble.clear();
+  leftOverFile.clear();
+  if (n < 1 || count < 1 || recording || !beginOutput(name, form)) return false;
+  CZZimage made;
+  for (int32_t k = 0; k < n && !processingFailed(); ++k) {
+    if (!make(k, made)) {
+      abandonProcessing();
+      return false;
+    }
+    if (!output->append(made)) break;
+    processedTable.push_back(FrameRecord::of(made));
+    ++processedCount;
+  }
+  return takeOutput();
+}
+
+bool CZZMovie::saveFrames(const std::string& name, int32_t first, int32_t last) {
+  logPrintf("movie::dosave:%s\n", name.c_str());
+  const Range range = clamped(first, last);
+  if (range.size() < 1) return false;
+  frameAt(range.first);
+  if (!openProcessing(false, name)) return false;
+  for (int32_t i = range.first + 1; i < range.last && !processingFailed(); ++i) frameAt(i);
+  writeProcessed();
+  return takeOutput();
+}
+
+bool CZZMovie::save(const std::string& name, int32_t first, int32_t last) {
+  const int32_t remembered = current;
+  const Range range = clamped(first, last);
+  trouble.clear();
+  bool saved = false;
+  if (mode == kMemory || range.size() != count)
+    saved = saveFrames(name, range.first, range.last);
+  else if (name == fileName)
+    return recovered ? writeMissingTrailer() : false;
+  else if (!equalIgnoringCase(extensionOf(name), extensionOf(fileName)))
+    saved = saveFrames(name, range.first, range.last);
+  else
+    saved = copyOrRename(name);
+  frameAt(remembered);
+  return saved;
+}
+
+// What the recording had no time for.
+bool CZZMovie::writeMissingTrailer() {
+  try {
+    const int64_t end = dataOffset + frameBytes * count;
+    if (!file->cutTo(end)) return false;
+    writeTrailer(*file, end, count, oldest);
+    recovered = 0;
+    return true;
+  } catch (const ArchiveException& e) {
+    trouble = e.what();
+    return false;
+  }
+}
+
+bool CZZMovie::copyOrRename(const std::string& name) {
+  const std::string from = fileName;
+  if (mode != kFile && mode != kAvi) {
+    logPrintf("czzmovie didn't save %s to %s\n", from.c_str(), name.c_str());
+    return false;
+  }
+  const bool copying = shared != 0;
+  const int32_t oldRate = rate, oldScale = scale;
+  FrameTable table = std::move(frameTable);
+  close();
+  logPrintf(copying ? "czzmovie::save copy %s to %s\n" : "czzmovie::save rename %s to %s\n", from.c_str(),
+            name.c_str());
+  Outcome done = Outcome::success();
+  // Another disc can't take a file by its name alone.
+  if (copying || std::rename(from.c_str(), name.c_str()) != 0) {
+    done = copyFile(from, name);
+    if (done && !copying) std::remove(from.c_str());
+  }
+  if (!done) logPrintf("czzmovie save %s to %s exception.\n", from.c_str(), name.c_str());
+  const bool opened = open(done ? name : from);
+  if (opened) {
+    rate = oldRate;
+    scale = oldScale;
+    adoptTable(std::move(table));
+    if (!done && !copying) shared = 0;
+  }
+  if (!done) trouble = done.why();
+  return done && opened;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,143 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "archive/archive.h"
+#include "base/files.h"
+#include "base/numbers.h"
+#include "movie/moviefile.h"
+#include "movie/movieoutput.h"
+#include "movie/videoreader.h"
+#include "movie/zzmovie.h"
+#include "settings/log.h"
+
+namespace tarnvisor {
+
+void CZZMovie::takeRateOfSource() {
+  if (!source) return;
+  rate = std::max(1, truncated(source->rate() * 1000));
+  scale = 1000;
+}
+
+bool CZZMovie::record(int32_t frames, const std::string& name, int32_t x, int32_t y, int32_t width,
+                      int32_t height, bool fromCamera) {
+  logPrintf("CZZMovie::Record.......\n");
+  if (width < 1 || height < 1) {
+    logPrintf("negative size!w=%i,h=%i\n", width, height);
+    return false;
+  }
+  const int32_t columns = width / 4 * 4;
+  int32_t wanted = kMemory;
+  if (!name.empty()) wanted = compressoutput ? kRecordingAvi : kRecordingFile;
+  if (wanted != mode || recording) close();
+  mode = wanted;
+  wrapped = 0;
+  perFrameHeaders = count = current = oldest = modified = 0;
+  recording = full = isShown = false;
+  fileName = name;
+  holder.interlace = fromCamera && source && !source->isProgressive() ? 1 : 0;
+  const int32_t slotsWanted = holder.interlace && frames <= INT32_MAX / 2 ? frames * 2 : frames;
+  frameTable.clear();
+  createImages(slotsWanted, columns, height, source ? source->colourset() : int32_t{kGrey});
+  takeRateOfSource();
+  if (slots < 1 || slots != slotsWanted || holder.width != columns) {
+    trouble = "There is not enough memory to record.";
+    mode = kClosed;
+    return false;
+  }
+  if (mode == kRecordingAvi) {
+    output = MovieOutput::create(name, holder, rate, scale, trouble);
+    if (!output) {
+      logPrintf("record aviwriteopen %s failed\n", name.c_str());
+      mode = kClosed;
+      return false;
+    }
+  } else if (mode == kRecordingFile) {
+    file = MovieFile::open(name, MovieFile::Access::Create);
+    try {
+      if (!file) throw ArchiveException(std::strerror(errno));
+      writeMovieStart(*file, holder);
+    } catch (const ArchiveException& e) {
+      logPrintf("record file open %s failed\n", name.c_str());
+      trouble = e.what();
+      file.reset();
+      mode = kClosed;
+      return false;
+    }
+    dataOffset = MovieLayout::kDataOffset;
+    frameBytes = slotBytes();
+  }
+  recording = true;
+  if (fromCamera && source) source->setTarget(this, {x, y, x + columns, y + height});
+  logPrintf("CZZMovie::Record: noimages=%i\n", slots);
+  return true;
+}
+
+// One copy and one write; nothing is allocated.
+int32_t CZZMovie::addFrame(const CZZimage& image, int32_t field, bool advance) {
+  if (!recording || full) return -1;
+  frame.extractfrom(image, field);
+  frame.xOrigin = image.xOrigin;
+  frame.setYOrigin(image.frameOrigin().y);
+  writeRecorded();
+  keepRecord(current, frame);
+  return advance ? nextSlot() : count;
+}
+
+void CZZMovie::writeRecorded() {
+  if (mode == kRecordingFile) {
+    try {
+      file->write(frame.pixels, static_cast<size_t>(frameBytes), dataOffset + frameBytes * current);
+    } catch (const ArchiveException&) {
+      // Without the part of a frame, so that the disc has room for the end.
+      if (!wrapped) (void)file->cutTo(dataOffset + frameBytes * current);
+      throw;
+    }
+  } else if (mode == kRecordingAvi && !output->append(frame) && output->failed()) {
+    throw ArchiveException(output->why());
+  }
+}
+
+int32_t CZZMovie::nextSlot() {
+  if (!recording || full) return -1;
+  if (++current >= slots) {
+    current = 0;
+    wrapped = 1;
+    full = !ringMode || mode == kRecordingAvi;
+  }
+  count = std::min(count + 1, slots);
+  showSlot(current);
+  oldest = current;
+  // The file has its full length from here on, so that its end can tell the order even if the recording is
+  // cut off.
+  if (wrapped && !full && mode == kRecordingFile)
+    writeTrailer(*file, dataOffset + frameBytes * slots, count, oldest);
+  return full ? -1 : count;
+}
+
+void CZZMovie::finishRecordedFile() {
+  logPrintf("count=%i,oldest=%i\n", count, oldest);
+  const int64_t end = dataOffset + frameBytes * count;
+  writeTrailer(*file, end, count, oldest);
+  (void)file->cutTo(end + MovieLayout::kTrailerBytes);
+}
+
+void CZZMovie::stopRecording() {
+  logPrintf("CZZMovie::stopRecording...");
+  if (recording && source) source->setTarget(nullptr, {});
+  recording = false;
+  const bool was = wrapped != 0;
+  if (mode == kRecordingFile || mode == kRecordingAvi) {
+    FrameTable table = std::move(frameTable);
+    const std::string name = fileName;
+    close();
+    if (open(name)) adoptTable(std::move(table));
+  } else if (mode == kMemory) {
+    modified = 1;
+  }
+  takeRateOfSource();
+  frameAt(0);
+  logPrintf("....CZZMovie::stopRecording: %s filled imagecount=%i\n", was ? "was" : "not", count);
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,230 @@
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <numeric>
+
+#include "base/numbers.h"
+#include "base/parallel.h"
+#include "image/accumulate.h"
+#include "movie/moviefile.h"
+#include "movie/videoreader.h"
+#include "movie/zzmovie.h"
+#include "settings/log.h"
+
+namespace tarnvisor {
+
+constexpr int64_t kMostCanvas = int64_t{1} << 28;  // pixels
+constexpr int64_t kLeastRows = 16;                 // for a thread
+
+// A frame on a canvas: where its first pixel lies, in the canvas's own pixels and rows.
+struct CZZMovie::Placement {
+  int32_t index;
+  int32_t x, y;
+};
+
+CZZMovie::Extents CZZMovie::frameExtents(int32_t first, int32_t last) {
+  const Range range = clamped(first, last);
+  if (range.size() < 1) return {};
+  int64_t left = INT64_MAX, top = INT64_MAX, right = INT64_MIN, bottom = INT64_MIN;
+  for (int32_t i = range.first; i < range.last; ++i) {
+    const FrameRecord& record = recordOf(i);
+    left = std::min<int64_t>(left, record.xOrigin);
+    top = std::min<int64_t>(top, record.yOrigin);
+    right = std::max<int64_t>(right, record.xOrigin);
+    bottom = std::max<int64_t>(bottom, record.yOrigin);
+  }
+  return {right - left + holder.width, bottom - top + holder.frameHeight(), left, top};
+}
+
+bool CZZMovie::prepareCanvas(CZZimage& image, const Extents& extents) {
+  if (extents.width < 1 || extents.width > kMostCanvas / extents.height) {
+    trouble = extents.width < 1 ? "There are no frames." : "The frames lie too far apart for one image.";
+    return false;
+  }
+  image.interlace = holder.interlace;
+  if (!image.setColourset(holder.colourset) ||
+      !image.setSize(static_cast<int32_t>(extents.width), static_cast<int32_t>(extents.height)))
+    return false;
+  image.xOrigin = static_cast<int32_t>(extents.x);
+  image.setYOrigin(static_cast<int32_t>(extents.y));
+  image.frameNumber = frame.frameNumber;
+  return true;
+}
+
+std::vector<CZZMovie::Placement> CZZMovie::placements(const Range& range, const Extents& extents) {
+  std::vector<Placement> placed;
+  const int32_t rowsPerRow = holder.isField() ? 2 : 1;
+  for (int32_t i = range.first; i < range.last; ++i) {
+    const FrameRecord& record = recordOf(i);
+    placed.push_back({i, static_cast<int32_t>(record.xOrigin - extents.x),
+                      static_cast<int32_t>((record.yOrigin - extents.y) / rowsPerRow)});
+  }
+  return placed;
+}
+
+namespace {
+
+// Sums of bytes: 16 bits hold 256 of them, so that most of the adding is done in little memory.
+class ByteSums {
+ public:
+  explicit ByteSums(size_t places) : few(places), all(places) {}
+
+  void add(const uint8_t* bytes, size_t count, size_t at) {
+    uint16_t* to = few.data() + at;
+    for (size_t i = 0; i < count; ++i) to[i] = static_cast<uint16_t>(to[i] + bytes[i]);
+  }
+  void endOfFrame() {
+    if (++frames % 256 == 0) collect();
+  }
+  const std::vector<uint32_t>& sums() {
+    collect();
+    return all;
+  }
+
+ private:
+  void collect() {
+    for (size_t i = 0; i < all.size(); ++i) all[i] += few[i];
+    std::fill(few.begin(), few.end(), uint16_t{0});
+  }
+  std::vector<uint16_t> few;
+  std::vector<uint32_t> all;
+  int64_t frames = 0;
+};
+
+// How many rectangles cover each place, from their corners alone.
+class Coverage {
+ public:
+  Coverage(int32_t columns, int32_t rows)
+      : width(static_cast<size_t>(columns) + 1), steps(width * (static_cast<size_t>(rows) + 1)) {}
+  void add(int32_t x, int32_t columns, int32_t top, int32_t bottom) {
+    at(x, top) += 1;
+    at(x + columns, top) -= 1;
+    at(x, bottom) -= 1;
+    at(x + columns, bottom) += 1;
+  }
+  // Row after row from the first.
+  const int32_t* nextRow() {
+    int32_t* line = steps.data() + width * static_cast<size_t>(row);
+    const int32_t* above = row > 0 ? line - width : nullptr;
+    std::partial_sum(line, line + width, line);
+    for (size_t x = 0; above && x < width; ++x) line[x] += above[x];
+    ++row;
+    return line;
+  }
+
+ private:
+  int32_t& at(int32_t x, int32_t y) { return steps[width * static_cast<size_t>(y) + static_cast<size_t>(x)]; }
+  size_t width;
+  std::vector<int32_t> steps;
+  int32_t row = 0;
+};
+
+}  // namespace
+
+// The mean in the canvas's rows from `from` to `to`.
+void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to) {
+  const auto canvasBytes = static_cast<size_t>(image.rowBytes);
+  ByteSums sums(canvasBytes * static_cast<size_t>(to - from));
+  Coverage coverage(image.width, to - from);
+  const bool plainFile = readsRows();
+  std::vector<uint8_t> block;
+  CZZimage whole;
+  for (const Placement& p : placed) {
+    const int32_t top = std::max(from, p.y), bottom = std::min(to, p.y + holder.height);
+    if (top >= bottom) continue;
+    const int64_t skipped = int64_t{top - p.y} * holder.stride;
+    const uint8_t* rows = nullptr;
+    if (memory) {
+      rows = memory.get() + slotBytes() * slotOf(p.index) + skipped;
+    } else if (plainFile) {
+      block.resize(static_cast<size_t>(int64_t{bottom - top} * holder.stride));
+      const int64_t at = dataOffset + frameBytes * slotOf(p.index) + skipped;
+      if (file->read(block.data(), block.size(), at) != block.size()) continue;
+      rows = block.data();
+    } else {
+      getImage(p.index, whole);
+      rows = whole.row(top - p.y);
+    }
+    for (int32_t y = top; y < bottom; ++y)
+      sums.add(rows + int64_t{y - top} * holder.stride, static_cast<size_t>(holder.rowBytes),
+               canvasBytes * static_cast<size_t>(y - from) +
+                   static_cast<size_t>(p.x) * static_cast<size_t>(image.bytesPerPixel));
+    coverage.add(p.x, holder.width, top - from, bottom - from);
+    sums.endOfFrame();
+  }
+  const uint32_t* sum = sums.sums().data();
+  for (int32_t y = from; y < to; ++y) {
+    const int32_t* frames = coverage.nextRow();
+    uint8_t* out = image.row(y);
+    for (int32_t x = 0; x < image.width; ++x)
+      for (int32_t channel = 0; channel < image.bytesPerPixel; ++channel, ++sum)
+        *out++ = frames[x] ? static_cast<uint8_t>(*sum / static_cast<uint32_t>(frames[x])) : uint8_t{0};
+  }
+}
+
+void CZZMovie::averageOf(CZZimage& image, const std::vector<Placement>& placed) {
+  const bool inPieces = memory || readsRows();
+  if (!inPieces) return sumRows(image, placed, 0, image.height);
+  // Each thread walks all frames for its own rows, so that the file is read in its order.
+  parallelFor(image.height, kLeastRows, [&](int64_t begin, int64_t end) {
+    sumRows(image, placed, static_cast<int32_t>(begin), static_cast<int32_t>(end));
+  });
+}
+
+bool CZZMovie::averageInto(CZZimage& image, int32_t first, int32_t last) {
+  const Extents extents = frameExtents(first, last);
+  if (!prepareCanvas(image, extents)) return false;
+  averageOf(image, placements(clamped(first, last), extents));
+  return true;
+}
+
+bool CZZMovie::deviationInto(CZZimage& image, int32_t first, int32_t last) {
+  const Range range = clamped(first, last);
+  if (range.size() < 1 || holder.bytesPerPixel != 1) return false;
+  PixelStatistics statistics;
+  CZZimage each;
+  getImage(range.first, each);
+  if (!image.copyImage(each)) return false;
+  image.startStats(&statistics);
+  for (int32_t i = range.first; i < range.last; ++i) {
+    getImage(i, each);
+    each.addStats(&statistics);
+  }
+  image.finishStats(&statistics);
+  return true;
+}
+
+bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t /*step*/, int32_t first,
+                             int32_t last) {
+  const Range range = clamped(first, last);
+  const Extents extents = frameExtents(first, last);
+  if (!prepareCanvas(image, extents)) return false;
+  const std::vector<Placement> all = placements(range, extents);
+  std::vector<double> focus;
+  CZZimage each;
+  for (const Placement& p : all) {
+    getImage(p.index, each);
+    focus.push_back(measure(each));
+  }
+  const int32_t height = holder.frameHeight();
+  const int64_t stepX = std::max(1, holder.width / 2), stepY = std::max(1, height / 2);
+  std::vector<Placement> sharpest;
+  for (int64_t y = extents.y; y < extents.height - height; y += stepY)
+    for (int64_t x = extents.x; x < extents.width - holder.width; x += stepX) {
+      double best = 0.0;
+      const Placement* chosen = nullptr;
+      for (size_t i = 0; i < all.size(); ++i) {
+        const FrameRecord& record = recordOf(all[i].index);
+        const bool inside = record.xOrigin > x && record.xOrigin < x + stepX && record.yOrigin > y &&
+                            record.yOrigin < y + stepY;
+        if (!inside || !(focus[i] > best)) continue;
+        best = focus[i];
+        chosen = &all[i];
+      }
+      if (chosen) sharpest.push_back(*chosen);
+    }
+  averageOf(image, sharpest);
+  return true;
+}
+
+}  // namespace tarnvisor
