@@ -17,6 +17,8 @@ constexpr int32_t kDimensionListType = 10009;
 constexpr int32_t kChartType = 10024;
 constexpr int32_t kLiveChartType = 10015;
 constexpr int32_t kXyChartType = 10020;
+constexpr int32_t kVideoType = 10021;
+constexpr int32_t kAviType = 10001;
 
 Entries operator+(Entries first, const Entries& second) {
   first.insert(first.end(), second.begin(), second.end());
@@ -93,48 +95,116 @@ MenuEntry dustMenu() {
            cmd::RemoveSingleDustMark}};
 }
 
+Menu imageEditMenu(const Entries& undo) {
+  return {"&Edit",
+          undo + Entries{cmd::Copy, cmd::Paste, cmd::DeleteDimension, K::Separator, cmd::RotateSelected,
+                         cmd::SetLineWidth, cmd::ClearAllDimensions, K::Separator, cmd::Notes}};
+}
+
+Menu imageViewMenu() {
+  return {"&View",
+          zoomEntries() +
+              Entries{K::Separator, cmd::ScaleBar, cmd::Grid, cmd::GridSettings, cmd::ShowCrosshair,
+                      cmd::HideShowDimensions, K::Separator, paletteMenu(), brightnessMenu(), K::Separator} +
+              barEntries()};
+}
+
+// What a kind of image adds stands before the filters.
+Menu processingMenu(const Entries& ofKind) {
+  return {"&Image", Entries{cmd::AdjustBrightnessContrast, cmd::Threshold, cmd::Equalise, cmd::Negative,
+                            cmd::ConvertToGrey, cmd::Bin, cmd::SubtractImage} +
+                        ofKind +
+                        Entries{K::Separator, filterMenu(), dustMenu(), K::Separator, cmd::MakeRoiCircular}};
+}
+
+Menu measureMenu() {
+  return {"&Measure",
+          {{"&Tools", toolEntries()},
+           K::Separator,
+           cmd::SwitchList,
+           cmd::TrimToRoi,
+           K::Separator,
+           cmd::Magnification,
+           cmd::CalibrateMagnification,
+           cmd::Units,
+           K::Separator,
+           cmd::GreyLevel,
+           cmd::Histogram,
+           cmd::DimensionListWindow}};
+}
+
+Menu analysisMenu() {
+  return {"&Analysis",
+          {cmd::FindCapillaries,
+           cmd::ThresholdCapillaries,
+           cmd::ThresholdPreprocessCheck,
+           cmd::Processing,
+           K::Separator,
+           cmd::VoronoiRegions,
+           cmd::CalculateAverage,
+           cmd::ImageResults,
+           K::Separator,
+           {"&Minima and regions",
+            {cmd::Find8Regions, cmd::MinimaWithinWindow, cmd::MinimaWithinTolerance, cmd::WalkToMinima}}}};
+}
+
 std::vector<Menu> imageMenus() {
   const Entries ofFile{cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage,
                        K::Separator,  cmd::Export,     cmd::ImportDimensions,
                        K::Separator,  cmd::FilePrint,  cmd::FilePrintPreview};
-  return {fileMenu(ofFile),
-          {"&Edit",
-           {cmd::Undo, cmd::Redo, K::Separator, cmd::Copy, cmd::Paste, cmd::DeleteDimension, K::Separator,
-            cmd::RotateSelected, cmd::SetLineWidth, cmd::ClearAllDimensions, K::Separator, cmd::Notes}},
-          {"&View",
-           zoomEntries() +
-               Entries{K::Separator, cmd::ScaleBar, cmd::Grid, cmd::GridSettings, cmd::ShowCrosshair,
-                       cmd::HideShowDimensions, K::Separator, paletteMenu(), brightnessMenu(), K::Separator} +
-               barEntries()},
-          {"&Image",
-           {cmd::AdjustBrightnessContrast, cmd::Threshold, cmd::Equalise, cmd::Negative, cmd::ConvertToGrey,
-            cmd::Bin, cmd::SubtractImage, K::Separator, filterMenu(), dustMenu(), K::Separator,
-            cmd::MakeRoiCircular}},
-          {"&Measure",
-           {{"&Tools", toolEntries()},
-            K::Separator,
-            cmd::SwitchList,
-            cmd::TrimToRoi,
-            K::Separator,
-            cmd::Magnification,
-            cmd::CalibrateMagnification,
-            cmd::Units,
-            K::Separator,
-            cmd::GreyLevel,
-            cmd::Histogram,
-            cmd::DimensionListWindow}},
-          {"&Analysis",
-           {cmd::FindCapillaries,
-            cmd::ThresholdCapillaries,
-            cmd::ThresholdPreprocessCheck,
-            cmd::Processing,
-            K::Separator,
-            cmd::VoronoiRegions,
-            cmd::CalculateAverage,
-            cmd::ImageResults,
-            K::Separator,
-            {"&Minima and regions",
-             {cmd::Find8Regions, cmd::MinimaWithinWindow, cmd::MinimaWithinTolerance, cmd::WalkToMinima}}}},
+  return {fileMenu(ofFile), imageEditMenu({cmd::Undo, cmd::Redo, K::Separator}),
+          imageViewMenu(),  processingMenu({}),
+          measureMenu(),    analysisMenu(),
+          subjectMenu(),    acquisitionMenu(),
+          windowMenu(),     helpMenu()};
+}
+
+Menu sequenceMenu() {
+  return {"Se&quence",
+          {cmd::PlaySequence,
+           cmd::LoopSequence,
+           cmd::PlayFaster,
+           cmd::PlaySlower,
+           cmd::PlaybackSkip,
+           K::Separator,
+           cmd::StepForward,
+           cmd::StepBack,
+           K::Separator,
+           cmd::SelectImages,
+           cmd::DeleteSelectedImages,
+           cmd::DeleteOtherImages,
+           K::Separator,
+           cmd::AverageSequence,
+           K::Separator,
+           {"&Fields",
+            {cmd::MergeFields, cmd::SplitFields, K::Separator, cmd::SwitchFieldOrder, cmd::SwitchLines}}}};
+}
+
+std::vector<Menu> videoMenus() {
+  const Entries ofFile{cmd::FileSave,
+                       cmd::FileSaveAs,
+                       cmd::DuplicateImage,
+                       K::Separator,
+                       cmd::ImportAvi,
+                       cmd::ExportUncompressedAvi,
+                       cmd::ExportCompressedAvi,
+                       cmd::CompressVideoOutput,
+                       cmd::Export,
+                       cmd::ImportDimensions,
+                       K::Separator,
+                       cmd::VideoProperties,
+                       cmd::Directories,
+                       K::Separator,
+                       cmd::FilePrint,
+                       cmd::FilePrintPreview};
+  return {fileMenu(ofFile, cmd::ImportInto),
+          imageEditMenu({}),
+          imageViewMenu(),
+          sequenceMenu(),
+          processingMenu({cmd::SubtractTrace, cmd::SquareOfDifferences, cmd::SquareOfDifferencesToCurrent,
+                          cmd::ColourPlanes}),
+          measureMenu(),
+          analysisMenu(),
           subjectMenu(),
           acquisitionMenu(),
           windowMenu(),
@@ -207,6 +277,9 @@ MenuSet menuSetFor(const CDocument* front) {
       return MenuSet::Chart;
     case kXyChartType:
       return MenuSet::XyChart;
+    case kVideoType:
+    case kAviType:
+      return MenuSet::Video;
     default:
       return MenuSet::None;
   }
@@ -220,6 +293,7 @@ const std::vector<Menu>& menusOf(MenuSet set) {
                                                        K::Separator, cmd::FilePrint, cmd::FilePrintPreview});
   static const std::vector<Menu> dimensions = tableMenus({cmd::FileSave, cmd::FileSaveAs});
   static const std::vector<Menu> chart = chartMenus();
+  static const std::vector<Menu> video = videoMenus();
   static const std::vector<Menu> xyChart{fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::ExportPicture,
                                                    K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
                                          {"&Edit", {cmd::Undo, cmd::RedoTrace}},
@@ -239,6 +313,8 @@ const std::vector<Menu>& menusOf(MenuSet set) {
       return chart;
     case MenuSet::XyChart:
       return xyChart;
+    case MenuSet::Video:
+      return video;
     default:
       return none;
   }

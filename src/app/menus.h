@@ -31,7 +31,7 @@ struct Menu {
 };
 
 // The menus change with the kind of document in front.
-enum class MenuSet { None, Image, ResultTable, DimensionList, Chart, XyChart };
+enum class MenuSet { None, Image, ResultTable, DimensionList, Chart, XyChart, Video };
 MenuSet menuSetFor(const CDocument* front);  // null for no document; None for a kind without menus of its own
 const std::vector<Menu>& menusOf(MenuSet set);
 

@@ -40,8 +40,11 @@ const std::vector<ToolBarGroup>& toolBarGroups() {
        G::Image,
        {cmd::AutoAdjustDisplay, cmd::DisplayBrightnessUp, cmd::DisplayBrightnessDown,
         cmd::AdjustBrightnessContrast}},
-      // Its other three belong to videos.
-      {10012, B::Main, G::Dynamic, {cmd::SaveImage, cmd::RecordSequence, cmd::TriggerButton}},
+      {10012,
+       B::Main,
+       G::Dynamic,
+       {cmd::SaveImage, cmd::RecordSequence, cmd::TriggerButton, cmd::StepBack, cmd::PlaySequence,
+        cmd::StepForward}},
   };
   return groups;
 }

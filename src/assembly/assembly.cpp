@@ -1,5 +1,6 @@
 #include "assembly/assembly.h"
 
+#include "dynamic/vivocapview.h"
 #include "image/stillimport.h"
 #include "imagedoc/dimdoc.h"
 #include "imagedoc/zbasicdoc.h"
@@ -45,7 +46,8 @@ std::span<const DocumentRow> documentTable() {
        &P::liveTemplate},
       {G::Image,
        {10021, "\nVideo\nVideo\nVideos (*.dtv)\n.dtv\nTarnvisor.Video\nTarnvisor Video Document",
-        "CVivoCapDoc", "CVivoCapView", kChildFrame},
+        "CVivoCapDoc", "CVivoCapView", kChildFrame, &makeDocument<CVivoCapDoc>,
+        &makeView<CVivoCapDoc, CVivoCapView>, &isMovieFile, kMovieFilter},
        &P::videoTemplate},
       {G::Image,
        {10021, "\nVideo\nVideo\nVideos (*.dtv)\n.dtv\nTarnvisor.Video\nTarnvisor Video Document", "ZZcytoDoc",
@@ -90,7 +92,8 @@ std::span<const DocumentRow> documentTable() {
         "fcfview", kChildFrame},
        &P::fcfTemplate},
       {G::Dynamic,
-       {10001, "\nAVI Video\n\nAVI videos (*.avi)\n.avi\n\n\n", "CVivoCapDoc", "CVivoCapView", kChildFrame}},
+       {10001, "\nAVI Video\n\nAVI videos (*.avi)\n.avi\n\n\n", "CVivoCapDoc", "CVivoCapView", kChildFrame,
+        &makeDocument<CVivoCapDoc>, &makeView<CVivoCapDoc, CVivoCapView>}},
   };
   return rows;
 }

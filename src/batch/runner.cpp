@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "batch/pictures.h"
 #include "db/subjectselection.h"
+#include "dynamic/vivocapdoc.h"
 #include "framework/commandids.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/zbasicdoc.h"
@@ -52,7 +53,25 @@ std::string dimensionLines(const ZBasicDoc& document) {
   return text;
 }
 
+// The movie kinds that a video is exported as.
+bool isVideoName(const std::string& path) {
+  const std::string kind = lowerCase(extensionOf(path));
+  return kind == "avi" || kind == "mve";
+}
+
 }  // namespace
+
+std::string imageStatus(const ZBasicDoc& image) {
+  const Rect area = image.roiOrWhole();
+  const Scale s = image.scale();
+  return format(
+      "title %s\nsize %i x %i\nroi %i,%i,%i,%i%s\nlist %i: %zu dimensions\nscale %g x %g %s/pixel\n"
+      "changed %s\n",
+      image.title().c_str(), image.theImage() ? image.theImage()->width : 0,
+      image.theImage() ? image.theImage()->frameHeight() : 0, area.left, area.top, area.right, area.bottom,
+      image.hasCircularRoi() ? " circle" : "", image.currentlist, image.currentDims().items.size(), s.x, s.y,
+      image.unitName().c_str(), image.isModified() ? "yes" : "no");
+}
 
 int ScriptRunner::run(const std::vector<Step>& steps, bool keepGoing) {
   int code = 0;
@@ -95,7 +114,7 @@ StepResult ScriptRunner::runStep(const Step& step) {
       {"dim", &R::dim},         {"command", &R::command},   {"import", &R::import},
       {"save", &R::save},       {"export", &R::exportStep}, {"results", &R::results},
       {"print", &R::print},     {"snapshot", &R::snapshot}, {"close", &R::close},
-      {"select", &R::select},   {"trace", &R::trace}};
+      {"select", &R::select},   {"frame", &R::frame},       {"trace", &R::trace}};
   script.begin({});
   const auto row =
       std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return step.word == r.word; });
@@ -245,6 +264,12 @@ StepResult ScriptRunner::runCommandText(const std::string& text, std::vector<std
   return result;
 }
 
+StepResult ScriptRunner::select(const Step& step) {
+  if (CVivoCapDoc* video = frontVideo()) return selectImages(*video, step);
+  if (ZchartView* chart = frontChart()) return selectInChart(*chart, step);
+  return unavailable(step);
+}
+
 StepResult ScriptRunner::command(const Step& step) {
   return runCommandText(step.args[0], {step.args.begin() + 1, step.args.end()});
 }
@@ -283,6 +308,7 @@ StepResult ScriptRunner::exportStep(const Step& step) {
                 : StepResult::failure(done.why());
   }
   if (ZchartView* chart = frontChart()) return exportChart(*chart, path);
+  if (CVivoCapDoc* video = frontVideo(); video && isVideoName(path)) return exportVideo(*video, path);
   ZBasicDoc* image = frontImage();
   if (!image || !image->hasImage()) return unavailable(step);
   if (!image->saveImage(path)) return StepResult::failure(script.shown());
@@ -307,21 +333,11 @@ StepResult ScriptRunner::print(const Step& step) {
   if (!image) return unavailable(step);
   if (what == "notes") return {true, {}, {}, printable(image->notes)};
   if (what == "dims") return {true, {}, {}, dimensionLines(*image)};
+  if (CVivoCapDoc* video = frontVideo(); video && (what == "offsets" || what == "fps" || what == "status"))
+    return printVideo(*video, what);
   if (what != "status") return StepResult::failure("an image has no " + what);
-  const Rect area = image->roiOrWhole();
-  const Scale s = image->scale();
-  return {true,
-          {},
-          {},
-          format("title %s\nsize %i x %i\nroi %i,%i,%i,%i%s\nlist %i: %zu dimensions\nscale %g x %g "
-                 "%s/pixel\nchanged %s\n",
-                 image->title().c_str(), image->theImage() ? image->theImage()->width : 0,
-                 image->theImage() ? image->theImage()->frameHeight() : 0, area.left, area.top, area.right,
-                 area.bottom, image->hasCircularRoi() ? " circle" : "", image->currentlist,
-                 image->currentDims().items.size(), s.x, s.y, image->unitName().c_str(),
-                 image->isModified() ? "yes" : "no")};
+  return {true, {}, {}, imageStatus(*image)};
 }
-
 StepResult ScriptRunner::snapshot(const Step& step) {
   CDocument* document = app.documents.active();
   if (!document || document->views().empty()) return unavailable(step);

@@ -13,6 +13,7 @@
 
 namespace tarnvisor {
 
+class CVivoCapDoc;
 class ZBasicDoc;
 class CResultDoc;
 class ZchartView;
@@ -26,6 +27,9 @@ struct StepResult {
 
   static StepResult failure(std::string words) { return {false, std::move(words), {}, {}}; }
 };
+
+// Size, region, list and scale of an image, a line each.
+std::string imageStatus(const ZBasicDoc& image);
 
 class ScriptRunner {
  public:
@@ -54,8 +58,16 @@ class ScriptRunner {
   StepResult close(const Step& step);
   StepResult unavailable(const Step& step);
 
-  // runner_charts.cpp
   StepResult select(const Step& step);
+  // runner_videos.cpp
+  StepResult frame(const Step& step);
+  StepResult selectImages(CVivoCapDoc& video, const Step& step);
+  StepResult exportVideo(CVivoCapDoc& video, const std::string& path);
+  StepResult printVideo(CVivoCapDoc& video, const std::string& what) const;
+  CVivoCapDoc* frontVideo() const;  // null when no video is in front
+
+  // runner_charts.cpp
+  StepResult selectInChart(ZchartView& chart, const Step& step);
   StepResult trace(const Step& step);
   StepResult exportChart(ZchartView& chart, const std::string& path);
   StepResult printChart(ZchartView& chart, const std::string& what) const;

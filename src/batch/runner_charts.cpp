@@ -14,13 +14,11 @@ ZchartView* ScriptRunner::frontChart() const {
 }
 
 // Seconds; units of x where x is no time. The same twice selects nothing.
-StepResult ScriptRunner::select(const Step& step) {
-  ZchartView* chart = frontChart();
-  if (!chart) return unavailable(step);
+StepResult ScriptRunner::selectInChart(ZchartView& chart, const Step& step) {
   const double from = std::strtod(step.args[0].c_str(), nullptr),
                to = std::strtod(step.args[1].c_str(), nullptr);
-  chart->select(from, to);
-  return {true, {}, {{"from", format("%g", chart->selfrom)}, {"to", format("%g", chart->selto)}}, {}};
+  chart.select(from, to);
+  return {true, {}, {{"from", format("%g", chart.selfrom)}, {"to", format("%g", chart.selto)}}, {}};
 }
 
 StepResult ScriptRunner::trace(const Step& step) {

@@ -37,6 +37,7 @@ class ScriptHost final : public Messages,
   std::vector<std::string> openFiles(const FileRequest& request) override;
   std::optional<std::string> chooseFolder(const std::string& title, const std::string& current) override;
   bool run(Form& form) override;
+  bool asksSomebody() const override { return false; }
   void setText(const std::string& words) override { clipboardText = words; }
   std::optional<std::string> text() override { return clipboardText; }
   ClipboardResult setData(const std::string& format, const std::vector<uint8_t>& bytes) override {

@@ -1,9 +1,9 @@
 # The main window and the program.
 core_library(desktop_windows desktop
   HEADERS afterdialogs.h commandactions.h documentwindows.h mainwindow.h opening.h qthost.h qtports.h
-          qtprinter.h statuspanes.h viewwidget.h
+          qtprinter.h statuspanes.h timelinebar.h viewwidget.h
   SOURCES commandactions.cpp documentwindows.cpp mainwindow.cpp opening.cpp
-          qthost.cpp qtports.cpp qtprinter.cpp statuspanes.cpp viewwidget.cpp
+          qthost.cpp qtports.cpp qtprinter.cpp statuspanes.cpp timelinebar.cpp viewwidget.cpp
   DEPENDS base host settings framework app frame desktop_canvas desktop_dialogs Qt6::Widgets Qt6::PrintSupport)
 
 add_executable(tarnvisor main.cpp)

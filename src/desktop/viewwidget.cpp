@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "desktop/paintercanvas.h"
+#include "desktop/timelinebar.h"
 
 namespace tarnvisor {
 
@@ -94,6 +95,8 @@ ViewWidget::~ViewWidget() {
 }
 
 void ViewWidget::forget() {
+  delete timeline;
+  timeline = nullptr;
   viewShown = nullptr;
   viewport()->update();
 }
@@ -115,7 +118,23 @@ void ViewWidget::paintEvent(QPaintEvent*) {
 // --- scrolling
 
 void ViewWidget::resizeEvent(QResizeEvent*) {
+  if (timeline)
+    timeline->setGeometry(viewport()->x(), viewport()->geometry().bottom() + 1, viewport()->width(),
+                          TimelineBar::kHeight);
   if (viewShown) viewShown->setWindowSize({viewport()->width(), viewport()->height()});
+}
+
+// The bar comes with the first image of a sequence.
+void ViewWidget::showTimeline() {
+  if (!viewShown) return;
+  if (!timeline && viewShown->timeline().count > 0) {
+    timeline = new TimelineBar(*viewShown, this);
+    setViewportMargins(0, 0, 0, TimelineBar::kHeight);
+    timeline->setGeometry(viewport()->x(), viewport()->geometry().bottom() + 1, viewport()->width(),
+                          TimelineBar::kHeight);
+    timeline->show();
+  }
+  if (timeline) timeline->update();
 }
 
 void ViewWidget::showScroll() {
@@ -192,8 +211,14 @@ void ViewWidget::contextMenuEvent(QContextMenuEvent* event) {
 
 // --- what the view asks for
 
-void ViewWidget::Site::redraw() { widget.viewport()->update(); }
-void ViewWidget::Site::redrawNow() { widget.viewport()->repaint(); }
+void ViewWidget::Site::redraw() {
+  widget.viewport()->update();
+  widget.showTimeline();
+}
+void ViewWidget::Site::redrawNow() {
+  widget.viewport()->repaint();
+  widget.showTimeline();
+}
 void ViewWidget::Site::scrollChanged() { widget.showScroll(); }
 void ViewWidget::Site::panesChanged() {
   if (widget.onPanesChanged) widget.onPanesChanged();

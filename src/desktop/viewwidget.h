@@ -10,6 +10,8 @@
 
 namespace tarnvisor {
 
+class TimelineBar;
+
 class ViewWidget final : public QAbstractScrollArea {
  public:
   // Borrows the view, whose site it is until it goes or the view does.
@@ -60,7 +62,9 @@ class ViewWidget final : public QAbstractScrollArea {
 
   void touched() const;
   void showScroll();
+  void showTimeline();
   CView* viewShown;
+  TimelineBar* timeline = nullptr;  // under the view of a sequence; null for other views
   Site site;
   LaidOutTexts texts;
   bool showingScroll = false;

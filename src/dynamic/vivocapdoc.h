@@ -32,6 +32,7 @@ class CVivoCapDoc : public ZBasicDoc {
   // Any movie file, in a new document around it.
   bool onImportFile(const std::string& path) override;
   bool onSaveDocument(const std::string& path) override;
+  DocumentType* storedType() const override;  // never that of the video file it came from
   void deleteContents() override;
   void serialize(Archive& archive) override;
   // The raw frames beside a header file of tagged text.
@@ -149,8 +150,8 @@ class CVivoCapDoc : public ZBasicDoc {
   void min3x3();
 };
 
-// By its ending: a movie file that a video document can be made around.
+// By its ending: a movie file that a video document can be made around. AVI files have a type of their own.
 bool isMovieFile(const std::string& path);
-inline constexpr const char* kMovieFilter = "Videos|*.mve;*.avi;*.mp4;*.mov;*.mkv;*.wmv;*.mpg;*.mpeg;*.webm";
+inline constexpr const char* kMovieFilter = "Videos|*.mve;*.mp4;*.mov;*.mkv;*.wmv;*.mpg;*.mpeg;*.webm";
 
 }  // namespace tarnvisor

@@ -45,6 +45,7 @@ const CommandTableBase* CVivoCapDoc::commands() const {
            &D::hasMovie},
           {cmd::ExportCompressedAvi, "Export compressed avi...", &D::exportCompressedCommand, &D::hasMovie},
           {cmd::ImportInto, "&Import...", &D::importCommand},
+          {cmd::Import, "&Import...", &D::importCommand},
           {cmd::ImportAvi, "Import AVI...", &D::importAviCommand},
           {cmd::CompressVideoOutput, "compress video &output", &D::toggleCompression, nullptr,
            &D::compresses},

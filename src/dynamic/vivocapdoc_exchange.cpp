@@ -21,7 +21,8 @@ std::string CVivoCapDoc::workFolder() {
     const auto chosen = process.quietMode
                             ? std::optional<std::string>()
                             : host().choosers.chooseFolder(text::kSelectWorkFolder, folderOf(moviePath));
-    if (!chosen || chosen->empty()) return process.quietMode ? folderOf(moviePath) : "";
+    const bool unattended = process.quietMode || !host().choosers.asksSomebody();
+    if (!chosen || chosen->empty()) return unattended ? withSeparator(folderOf(moviePath)) : "";
     folder = *chosen;
     settings.setString("directories", "tempdir", folder);
   }

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "app/basicapp.h"
+#include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "dynamic/texts.h"
@@ -15,6 +16,10 @@
 #include "settings/settings.h"
 
 namespace tarnvisor {
+
+DocumentType* CVivoCapDoc::storedType() const {
+  return process.videoTemplate ? process.videoTemplate : type();
+}
 
 void CVivoCapDoc::deleteContents() {
   ZBasicDoc::deleteContents();

@@ -104,20 +104,20 @@ bool CDocument::save() {
 }
 
 std::string CDocument::defaultPathName() const {
-  return windowTitle + (documentType ? documentType->filterExtension() : std::string());
+  return windowTitle + (storedType() ? storedType()->filterExtension() : std::string());
 }
 
 std::string CDocument::withOwnEnding(const std::string& path) const {
-  const std::string ending = documentType ? documentType->filterExtension() : std::string();
+  const std::string ending = storedType() ? storedType()->filterExtension() : std::string();
   return ending.empty() || endsWithIgnoringCase(path, ending) ? path : path + ending;
 }
 
 bool CDocument::saveAs() {
   FileRequest request;
   request.title = "Save As";
-  if (documentType) {
-    request.defaultExtension = documentType->filterExtension();
-    request.filter = documentType->filterName() + "|*" + request.defaultExtension + "||";
+  if (const DocumentType* stored = storedType()) {
+    request.defaultExtension = stored->filterExtension();
+    request.filter = stored->filterName() + "|*" + request.defaultExtension + "||";
   }
   request.initialPath = filePath.empty() ? defaultPathName() : filePath;
   const auto chosen = host().choosers.saveFile(request);

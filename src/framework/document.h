@@ -32,6 +32,8 @@ class CDocument : public CommandTarget {
 
   // The type that made the document; null for one made without (a temporary).
   DocumentType* type() const { return documentType; }
+  // The type whose ending the document's files have.
+  virtual DocumentType* storedType() const { return documentType; }
 
   // Each returns false after telling the user why, and then leaves no half-made file.
   virtual bool onNewDocument();

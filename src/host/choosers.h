@@ -17,6 +17,8 @@ struct FileRequest {
 class Choosers {
  public:
   virtual ~Choosers() = default;
+  // False where what nobody answers takes its default.
+  virtual bool asksSomebody() const { return true; }
   // Nothing when the user cancels.
   virtual std::optional<std::string> openFile(const FileRequest& request) = 0;
   virtual std::optional<std::string> saveFile(const FileRequest& request) = 0;

@@ -1,0 +1,135 @@
+// The video view: moving along the sequence, status texts, and playback by a clock that the test holds.
+#include <gmock/gmock.h>
+
+#include "base/clock.h"
+#include "support/recordingcanvas.h"
+#include "support/videotest.h"
+
+namespace tarnvisor {
+namespace {
+
+class Playback : public VideoTest {
+ protected:
+  void open(int32_t count, double fps) {
+    openMovie("a.mve", count);
+    video().fps = fps;
+    video().playPeriod = static_cast<int32_t>(1000 / fps);
+  }
+  void play(bool loop) {
+    view().startPlayback(loop);
+    start = steadySeconds();
+  }
+  // The image shown after a tick at a time since the start.
+  int32_t at(double seconds) {
+    view().tick(start + seconds);
+    return video().currentIndex();
+  }
+  std::string pane(const std::string& name) {
+    for (const StatusPane& each : view().panes())
+      if (each.name == name) return each.text;
+    return "none";
+  }
+  double start = 0;
+};
+
+TEST_F(Playback, TellsImageFieldAndTime) {
+  open(200, 0.5);
+  view().goTo(100);
+  EXPECT_EQ(pane("image"), "Image# 100/200");
+  EXPECT_EQ(pane("field"), "Field# 200");
+  EXPECT_EQ(pane("time"), "03:20.00");
+  run("step one frame/field forwards");
+  EXPECT_EQ(pane("time"), "03:22.00");
+  run("step one frame/field back");
+  EXPECT_EQ(video().currentIndex(), 100);
+  const CView::Timeline line = view().timeline();
+  EXPECT_EQ(line.count, 200);
+  EXPECT_EQ(line.current, 100);
+  Size size;
+  std::vector<uint32_t> pixels;
+  ASSERT_TRUE(view().thumbnail(3, 8, size, pixels));
+  EXPECT_EQ(size.height, 4);
+  EXPECT_EQ(pixels[1], 0xff0d0d0du);
+  EXPECT_FALSE(view().thumbnail(200, 8, size, pixels));
+}
+
+TEST_F(Playback, KeepsTheTrueRateAndDropsImagesWhenLate) {
+  open(100, 60);
+  play(false);
+  EXPECT_TRUE(view().isPlaying());
+  EXPECT_EQ(at(0.010), 0) << "not yet due";
+  EXPECT_EQ(at(0.018), 1);
+  EXPECT_EQ(at(0.020), 1);
+  EXPECT_EQ(at(0.505), 30) << "late: the position is right";
+  EXPECT_EQ(at(1.001), 60) << "60 a second, not 1000 / 16";
+  EXPECT_EQ(at(9), 99) << "not past the last";
+  EXPECT_TRUE(view().isPlaying());
+  EXPECT_EQ(at(9.1), 99);
+  EXPECT_FALSE(view().isPlaying());
+  run("play image sequence");
+  EXPECT_EQ(video().currentIndex(), 0) << "from the start again";
+  run("play image sequence");
+  EXPECT_FALSE(view().isPlaying());
+}
+
+TEST_F(Playback, LoopsWithFasterSteps) {
+  open(10, 10);
+  play(true);
+  EXPECT_TRUE(view().isLooping());
+  EXPECT_EQ(at(0.95), 9);
+  EXPECT_EQ(at(1.05), 0) << "past the end is the start";
+  run("play faster");
+  run("play faster");
+  EXPECT_EQ(view().playStep, 4);
+  start = steadySeconds();
+  EXPECT_EQ(at(0.101), 4);
+  EXPECT_EQ(at(0.201), 8);
+  RecordingCanvas canvas;
+  view().draw(canvas);
+  EXPECT_THAT(canvas.calls, ::testing::Contains("text 5,5 ffffff \">>x4\""));
+  EXPECT_EQ(at(0.301), 0) << "12 is outside";
+  run("play slower");
+  EXPECT_EQ(view().playStep, 2);
+  run("Loop");
+  EXPECT_FALSE(view().isPlaying());
+  EXPECT_EQ(view().playStep, 1);
+}
+
+TEST_F(Playback, EndsAtImageZeroWhenAStepJumpsPastTheEnd) {
+  open(10, 10);
+  play(false);
+  run("play faster");
+  run("play faster");
+  start = steadySeconds();
+  EXPECT_EQ(at(0.201), 8);
+  EXPECT_EQ(at(0.301), 0);
+  EXPECT_FALSE(view().isPlaying());
+}
+
+TEST_F(Playback, TakesAPeriodOfTheUser) {
+  open(10, 10);
+  host.fill({{"milliseconds from image to image", "500"}});
+  run("Playback frame skip");
+  play(false);
+  EXPECT_EQ(at(0.4), 0);
+  EXPECT_EQ(at(0.6), 1);
+  EXPECT_TRUE(view().keyDown({Key::Escape}));
+  EXPECT_FALSE(view().isPlaying());
+}
+
+TEST_F(Playback, RunsByTheTimerOfTheLoop) {
+  open(6, 100);
+  run("Loop");
+  const double begin = steadySeconds();
+  int32_t seen = 0;
+  while (steadySeconds() - begin < 0.5 && seen < 2) {
+    (void)app->loop.turn();
+    seen = std::max(seen, video().currentIndex());
+  }
+  EXPECT_GE(seen, 2);
+  process.videoTemplate->discard(video());
+  (void)app->loop.turn();  // its timer went with the view
+}
+
+}  // namespace
+}  // namespace tarnvisor

@@ -1,0 +1,234 @@
+// The video document's files: .dtv of all versions, its movie, exchange with AVI, raw frames.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "archive/archive.h"
+#include "support/videotest.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class VideoFiles : public VideoTest {
+ protected:
+  // A .dtv as a version wrote it.
+  std::string writeOld(int32_t version, const std::string& movie, int32_t fields, int32_t tableBytes = 48) {
+    const std::string path = folder.file("old.dtv");
+    MemoryStream memory;
+    Archive archive(memory, Archive::Direction::Storing);
+    ZBasicDoc still;
+    still.loadSettings();
+    still.serialize(archive);
+    for (const int32_t v : {version, 77, 3, 1}) archive.putInt(v);
+    archive.writeString(movie);
+    archive.putInt(0);
+    archive.writeString("/somewhere");
+    if (version >= 2) archive.putInt(fields);
+    if (version >= 3) archive.writeString("");
+    if (version >= 4) {
+      archive.putInt(3);
+      archive.putInt(tableBytes);
+      for (int32_t k = 0; k < 3; ++k)
+        for (const int32_t word : {2 * k, 0, 5 * k, -k}) archive.putInt(word);
+    }
+    if (version >= 5) {
+      archive.putInt(2);
+      archive.putDouble(0.25);
+      archive.putDouble(0.5);
+    }
+    if (version >= 6) archive.putDouble(12.5);
+    archive.close();
+    EXPECT_TRUE(replaceFile(path, std::span<const uint8_t>(memory.bytes())));
+    return path;
+  }
+};
+
+TEST_F(VideoFiles, ReadsAllVersions) {
+  const std::string movie = writeMovie("m.mve", 3);
+  struct Case {
+    int32_t version, fields;
+    double fps;
+    int32_t xOfLast;
+    size_t velocities;
+  } const cases[] = {{1, 0, 25, 0, 0}, {2, 60, 30, 0, 0},  {3, 59, 29.97002997002997, 0, 0},
+                     {4, 2, 1, 10, 0}, {5, 50, 25, 10, 2}, {6, 59, 12.5, 10, 2}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.version);
+    ASSERT_NE(app->openDocumentFile(writeOld(c.version, movie, c.fields)), nullptr);
+    EXPECT_EQ(video().fps, c.fps);
+    EXPECT_EQ(video().playPeriod, static_cast<int32_t>(1000 / c.fps));
+    EXPECT_EQ(video().frameCount, 77);
+    EXPECT_EQ(video().skipFrames, 3);
+    EXPECT_EQ(video().interlaced, 1);
+    EXPECT_EQ(video().imageCount(), 3);
+    EXPECT_EQ(video().movie->recordOf(2).xOrigin, c.xOfLast);
+    EXPECT_EQ(video().spotVelocities.size(), c.velocities);
+    process.videoTemplate->discard(video());
+  }
+  EXPECT_EQ(app->openDocumentFile(writeOld(4, movie, 2, 32)), nullptr) << "bytes that are not 16 a frame";
+  EXPECT_THAT(host.messages.back(), HasSubstr("damaged"));
+}
+
+TEST_F(VideoFiles, KeepsEverythingFromSaveToOpen) {
+  CVivoCapDoc& doc = openMovie("m.mve", 4);
+  doc.fps = 59.94;
+  doc.movie->setOrigin(2, {7, -3});
+  doc.spotVelocities = {1.5, 2.5};
+  auto trace = std::make_unique<CTrace>(kDoubleCode, 2);
+  trace->name = "focus";
+  doc.overlayTraces.items.push_back(std::move(trace));
+  doc.roi = {1, 2, 3, 4};
+  const std::string path = folder.file("v.dtv");
+  ASSERT_TRUE(doc.onSaveDocument(path));
+  process.videoTemplate->discard(doc);
+  ASSERT_NE(app->openDocumentFile(path), nullptr);
+  EXPECT_EQ(video().fps, 59.94);
+  EXPECT_EQ(video().movie->recordOf(2).yOrigin, -3);
+  EXPECT_EQ(video().movie->recordOf(1).number, 2u);
+  EXPECT_EQ(video().spotVelocities.back(), 2.5);
+  ASSERT_NE(video().overlayTraces.find("focus"), nullptr);
+  EXPECT_EQ(video().roi, (Rect{1, 2, 3, 4}));
+  EXPECT_EQ(video().moviePath, folder.file("m.mve")) << "a linked movie stays where it is";
+  EXPECT_FALSE(video().isModified());
+}
+
+TEST_F(VideoFiles, FindsAMovieThatMoved) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  doc.movie->setOrigin(1, {4, 4});
+  ASSERT_TRUE(doc.onSaveDocument(folder.file("v.dtv")));
+  process.videoTemplate->discard(doc);
+  std::filesystem::create_directory(folder.file("there"));
+  for (const char* name : {"m.mve", "v.dtv"})
+    std::filesystem::rename(folder.file(name), folder.file(std::string("there/") + name));
+  ASSERT_NE(app->openDocumentFile(folder.file("there/v.dtv")), nullptr);
+  EXPECT_EQ(video().moviePath, folder.file("there/m.mve")) << "beside the document";
+  process.videoTemplate->discard(video());
+
+  std::filesystem::rename(folder.file("there/m.mve"), folder.file("elsewhere.mve"));
+  host.paths = {std::nullopt, folder.file("elsewhere.mve")};
+  ASSERT_NE(app->openDocumentFile(folder.file("there/v.dtv")), nullptr) << "it stays open with no images";
+  EXPECT_THAT(host.messages.back(), HasSubstr(".\nPlease specify new location."));
+  EXPECT_EQ(video().imageCount(), 0);
+  ASSERT_TRUE(video().onSaveDocument(folder.file("there/w.dtv")));
+  process.videoTemplate->discard(video());
+  ASSERT_NE(app->openDocumentFile(folder.file("there/w.dtv")), nullptr);
+  EXPECT_EQ(video().imageCount(), 3);
+  EXPECT_EQ(video().movie->recordOf(1).xOrigin, 4) << "the table outlasts a movie that was away";
+  EXPECT_TRUE(video().isModified());
+}
+
+TEST_F(VideoFiles, SavesAsWithTheLinkOrWithACopyOfTheSelection) {
+  CVivoCapDoc& doc = openMovie("m.mve", 5);
+  host.answers = {Answer::Yes, Answer::No};
+  host.paths = {folder.file("link.dtv"), folder.file("copy.dtv"), folder.file("part.dtv"), std::nullopt};
+  run("Save As");
+  EXPECT_EQ(host.messages.back(),
+            folder.file("m.mve") + " yes = keep link to this movie file, no = make a copy with new name.");
+  EXPECT_EQ(doc.moviePath, folder.file("m.mve"));
+  run("Save As");
+  EXPECT_EQ(doc.moviePath, folder.file("copy.mve"));
+  EXPECT_THAT(doc.notes, HasSubstr("images 0 to 5 saved as " + folder.file("copy.mve")));
+  doc.select(1, 3);
+  run("Save As");
+  EXPECT_EQ(doc.moviePath, folder.file("part.mve")) << "a selection is saved without a question";
+  EXPECT_THAT(levels(), ElementsAre(11, 12));
+  EXPECT_EQ(doc.selection().size(), 2);
+  doc.select(0, 1);
+  run("Save As");
+  EXPECT_EQ(doc.moviePath, folder.file("part.mve")) << "cancelled: nothing changed";
+  EXPECT_TRUE(fileExists(folder.file("m.mve")));
+}
+
+TEST_F(VideoFiles, KeepsARecordingInMemoryInAFileOfItsOwn) {
+  auto* doc = static_cast<CVivoCapDoc*>(process.videoTemplate->newDocument());
+  doc->movie = std::make_unique<CZZMovie>();
+  ASSERT_TRUE(doc->movie->record(3, "", 0, 0, 16, 8, false));
+  CZZimage each(16, 8);
+  for (int k = 0; k < 3; ++k) {
+    each.fill(static_cast<uint8_t>(k));
+    (void)doc->movie->addFrame(each, 0);
+  }
+  doc->movie->stopRecording();
+  ASSERT_TRUE(replaceFile(folder.file("r.mve"), std::string_view("somebody's")));
+  ASSERT_TRUE(doc->onSaveDocument(folder.file("r.dtv")));
+  EXPECT_EQ(doc->moviePath, folder.file("r-1.mve")) << "a file that is there is somebody's";
+  EXPECT_THAT(levels(), ElementsAre(0, 1, 2));
+}
+
+TEST_F(VideoFiles, ExportsAndImportsAvi) {
+  CVivoCapDoc& doc = openMovie("hand.mve", 4);
+  ASSERT_TRUE(doc.onSaveDocument(folder.file("hand.dtv")));
+  doc.setPathName(folder.file("hand.dtv"));
+  doc.fps = 29.97;
+  doc.select(1, 4);
+  run("Export uncompressed avi");
+  const std::string avi = folder.file("hand-export.avi");
+  ASSERT_TRUE(fileExists(avi));
+  process.videoTemplate->discard(doc);
+  ASSERT_NE(app->openDocumentFile(avi), nullptr);
+  EXPECT_EQ(video().pathName(), folder.file("hand-export.dtv"));
+  EXPECT_EQ(video().fps, 30);
+  EXPECT_THAT(levels(), ElementsAre(11, 12, 13));
+  EXPECT_EQ(video().movie->recordOf(2).number, 4u);
+  ASSERT_TRUE(video().save()) << "under its own kind's ending, beside the AVI";
+  EXPECT_TRUE(fileExists(folder.file("hand-export.dtv")));
+  ASSERT_TRUE(app->documents.closeAll());
+  ASSERT_NE(app->openDocumentFile(avi), nullptr);
+  EXPECT_EQ(video().pathName(), "") << "the document that is there is not written over";
+  host.paths = {folder.file("other")};
+  host.answers = {Answer::Yes};
+  run("Save As");
+  EXPECT_TRUE(fileExists(folder.file("other.dtv"))) << "never as an AVI";
+}
+
+TEST_F(VideoFiles, OpensRecordingsThatWereCutOffAndSaysSo) {
+  const std::string path = writeMovie("cut.mve", 5);
+  ASSERT_EQ(::truncate(path.c_str(), 40 + 16 * 8 * 3 + 50), 0);
+  const auto before = readWholeFile(path);
+  ASSERT_NE(app->openDocumentFile(path), nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("3 images of it were saved"));
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 12));
+  EXPECT_EQ(readWholeFile(path), before) << "it stays as it is";
+  ASSERT_TRUE(video().onSaveDocument(folder.file("cut.dtv")));
+  EXPECT_EQ(std::filesystem::file_size(path), 40u + 16 * 8 * 3 + 8) << "until the user saves";
+}
+
+TEST_F(VideoFiles, TellsOfAPassThatCouldNotBeWritten) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  const auto before = readWholeFile(folder.file("m.mve"));
+  for (int letter = 'A'; letter <= 'z'; letter = letter == 'Z' ? 'a' : letter + 1)
+    ASSERT_TRUE(replaceFile(folder.file(std::string("m") + static_cast<char>(letter) + ".mve"),
+                            std::string_view("x")));
+  run("Negative");
+  EXPECT_THAT(host.messages.back(), HasSubstr("Cannot create movie file"));
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 12));
+  EXPECT_THAT(doc.notes, HasSubstr("Invert")) << "history is kept all the same";
+  EXPECT_EQ(readWholeFile(folder.file("m.mve")), before);
+}
+
+TEST_F(VideoFiles, ReadsRawFramesByTheirHeader) {
+  const std::string header = folder.file("scan.hdr");
+  ASSERT_TRUE(replaceFile(
+      header,
+      std::string_view("<?xml version=\"1\"?>\n<H><WIDTH>6</WIDTH>\r\n<HEIGHT>2</HEIGHT>"
+                       "<NUMBER_OF_FRAMES>9</NUMBER_OF_FRAMES><MAGNIFICATION>0.5</MAGNIFICATION></H>")));
+  std::vector<uint8_t> raw(6 * 2 * 3);
+  for (size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<uint8_t>(i);
+  ASSERT_TRUE(replaceFile(folder.file("scan.raw"), std::span<const uint8_t>(raw)));
+  auto* doc = static_cast<CVivoCapDoc*>(process.videoTemplate->newDocument());
+  ASSERT_TRUE(doc->openRawFrames(header));
+  EXPECT_EQ(doc->imageCount(), 3) << "as many as there are";
+  doc->showImage(2);
+  EXPECT_EQ(doc->theImage()->row(1)[5], 35);
+  EXPECT_EQ(doc->magx, 0.5);
+  EXPECT_EQ(doc->fps, 30);
+  EXPECT_THAT(doc->notes, HasSubstr("raw ops"));
+  EXPECT_FALSE(doc->openRawFrames(folder.file("none.hdr")));
+}
+
+}  // namespace
+}  // namespace tarnvisor
