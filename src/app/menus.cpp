@@ -26,9 +26,8 @@ Entries operator+(Entries first, const Entries& second) {
 }
 
 // What a kind of document adds stands between opening and what concerns the whole program.
-// A document that imports into itself has its own Import....
-Menu fileMenu(const Entries& ofDocument, int32_t import = cmd::Import) {
-  return {"&File", Entries{cmd::FileOpen, import, cmd::FileClose} + ofDocument +
+Menu fileMenu(const Entries& ofDocument) {
+  return {"&File", Entries{cmd::FileOpen, cmd::Import, cmd::FileClose} + ofDocument +
                        Entries{K::Separator, cmd::DataFolder, cmd::SelectProfile, K::Separator,
                                K::RecentFiles, K::Separator, cmd::AppExit}};
 }
@@ -95,10 +94,10 @@ MenuEntry dustMenu() {
            cmd::RemoveSingleDustMark}};
 }
 
-Menu imageEditMenu(const Entries& undo) {
+Menu imageEditMenu() {
   return {"&Edit",
-          undo + Entries{cmd::Copy, cmd::Paste, cmd::DeleteDimension, K::Separator, cmd::RotateSelected,
-                         cmd::SetLineWidth, cmd::ClearAllDimensions, K::Separator, cmd::Notes}};
+          {cmd::Undo, cmd::Redo, K::Separator, cmd::Copy, cmd::Paste, cmd::DeleteDimension, K::Separator,
+           cmd::RotateSelected, cmd::SetLineWidth, cmd::ClearAllDimensions, K::Separator, cmd::Notes}};
 }
 
 Menu imageViewMenu() {
@@ -152,11 +151,8 @@ std::vector<Menu> imageMenus() {
   const Entries ofFile{cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage,
                        K::Separator,  cmd::Export,     cmd::ImportDimensions,
                        K::Separator,  cmd::FilePrint,  cmd::FilePrintPreview};
-  return {fileMenu(ofFile), imageEditMenu({cmd::Undo, cmd::Redo, K::Separator}),
-          imageViewMenu(),  processingMenu({}),
-          measureMenu(),    analysisMenu(),
-          subjectMenu(),    acquisitionMenu(),
-          windowMenu(),     helpMenu()};
+  return {fileMenu(ofFile), imageEditMenu(), imageViewMenu(),   processingMenu({}), measureMenu(),
+          analysisMenu(),   subjectMenu(),   acquisitionMenu(), windowMenu(),       helpMenu()};
 }
 
 Menu sequenceMenu() {
@@ -197,8 +193,8 @@ std::vector<Menu> videoMenus() {
                        K::Separator,
                        cmd::FilePrint,
                        cmd::FilePrintPreview};
-  return {fileMenu(ofFile, cmd::ImportInto),
-          imageEditMenu({}),
+  return {fileMenu(ofFile),
+          imageEditMenu(),
           imageViewMenu(),
           sequenceMenu(),
           processingMenu({cmd::SubtractTrace, cmd::SquareOfDifferences, cmd::SquareOfDifferencesToCurrent,
@@ -215,7 +211,7 @@ std::vector<Menu> chartMenus() {
   const Entries ofFile{cmd::FileSave,      cmd::FileSaveAs, K::Separator,   cmd::ExportTrace,
                        cmd::ExportPicture, K::Separator,    cmd::FilePrint, cmd::FilePrintPreview};
   return {
-      fileMenu(ofFile, cmd::ImportInto),
+      fileMenu(ofFile),
       {"&Edit",
        {cmd::Undo, cmd::RedoTrace, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste,
         cmd::DeleteFromTrace, K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks,

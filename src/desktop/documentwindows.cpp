@@ -136,7 +136,7 @@ bool DocumentWindows::restorePlace(Window& window) {
     if (other != &window && other->section == window.section) return false;
   const auto at = [&](const char* key) { return settings.getInt(window.section, key, 0); };
   const int64_t width = int64_t{at("right")} - at("left"), height = int64_t{at("bottom")} - at("top");
-  const QSize room = area.viewport()->size();
+  const QSize room = area.isVisible() ? area.viewport()->size() : QSize(4096, 4096);
   if (width < 64 || height < 64) return false;
   const QSize size(static_cast<int>(std::min<int64_t>(width, room.width())),
                    static_cast<int>(std::min<int64_t>(height, room.height())));
@@ -163,7 +163,10 @@ void DocumentWindows::add(CDocument& document) {
   const bool maximised = area.activeSubWindow() && area.activeSubWindow()->isMaximized();
   area.addSubWindow(window);
   window->section = placeSection(document);
-  if (!restorePlace(*window)) window->resize(window->sizeHint().boundedTo(area.viewport()->size()));
+  // Before the main window is shown nothing tells how much room there will be.
+  const QSize wanted = window->sizeHint();
+  if (!restorePlace(*window))
+    window->resize(area.isVisible() ? wanted.boundedTo(area.viewport()->size()) : wanted);
   if (maximised)
     window->showMaximized();
   else

@@ -276,7 +276,7 @@ void Photographer::chartDialogs(ZchartDoc& chart, ZchartView& view) {
                                                        {cmd::TraceProperties, "trace-properties"},
                                                        {cmd::XyChart, "xy-settings"},
                                                        {cmd::ExportTrace, "trace-export"},
-                                                       {cmd::ImportInto, "trace-import"},
+                                                       {cmd::Import, "trace-import"},
                                                        {cmd::FilePrintPreview, "chart-preview"}};
   for (const auto& [command, name] : ofSamples) keepDialog(command, name);
   view.setActive(chart.findtrace("Doppler spectrum"));

@@ -6,6 +6,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QTimer>
 #include <QWheelEvent>
 #include <algorithm>
 
@@ -88,6 +89,7 @@ ViewWidget::ViewWidget(CView& shown, QWidget* parent)
   viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
   setMinimumSize(64, 48);
   shown.attach(&site);
+  if (shown.timeline().count > 0) addTimeline();
 }
 
 ViewWidget::~ViewWidget() {
@@ -118,23 +120,42 @@ void ViewWidget::paintEvent(QPaintEvent*) {
 // --- scrolling
 
 void ViewWidget::resizeEvent(QResizeEvent*) {
-  if (timeline)
-    timeline->setGeometry(viewport()->x(), viewport()->geometry().bottom() + 1, viewport()->width(),
-                          TimelineBar::kHeight);
+  placeTimeline();
+  if (isVisible()) tellSize();
+}
+
+// Sizes before the window is shown are of no frame yet.
+void ViewWidget::showEvent(QShowEvent* event) {
+  QAbstractScrollArea::showEvent(event);
+  placeTimeline();
+  tellSize();
+}
+
+void ViewWidget::tellSize() {
   if (viewShown) viewShown->setWindowSize({viewport()->width(), viewport()->height()});
 }
 
-// The bar comes with the first image of a sequence.
-void ViewWidget::showTimeline() {
-  if (!viewShown) return;
-  if (!timeline && viewShown->timeline().count > 0) {
-    timeline = new TimelineBar(*viewShown, this);
-    setViewportMargins(0, 0, 0, TimelineBar::kHeight);
+void ViewWidget::placeTimeline() {
+  if (timeline)
     timeline->setGeometry(viewport()->x(), viewport()->geometry().bottom() + 1, viewport()->width(),
                           TimelineBar::kHeight);
-    timeline->show();
-  }
-  if (timeline) timeline->update();
+}
+
+// The bar comes with the first image of a sequence; not while the viewport is being resized, which it would
+// do again.
+void ViewWidget::showTimeline() {
+  if (timeline) return timeline->update();
+  if (!viewShown || timelineComes || viewShown->timeline().count < 1) return;
+  timelineComes = true;
+  QTimer::singleShot(0, this, [this] { addTimeline(); });
+}
+
+void ViewWidget::addTimeline() {
+  if (timeline || !viewShown) return;
+  timeline = new TimelineBar(*viewShown, this);
+  setViewportMargins(0, 0, 0, TimelineBar::kHeight);
+  placeTimeline();
+  timeline->show();
 }
 
 void ViewWidget::showScroll() {

@@ -34,6 +34,7 @@ class ViewWidget final : public QAbstractScrollArea {
  protected:
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  void showEvent(QShowEvent* event) override;
   void scrollContentsBy(int dx, int dy) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
@@ -63,8 +64,12 @@ class ViewWidget final : public QAbstractScrollArea {
   void touched() const;
   void showScroll();
   void showTimeline();
+  void addTimeline();
+  void placeTimeline();
+  void tellSize();
   CView* viewShown;
   TimelineBar* timeline = nullptr;  // under the view of a sequence; null for other views
+  bool timelineComes = false;
   Site site;
   LaidOutTexts texts;
   bool showingScroll = false;

@@ -44,7 +44,6 @@ const CommandTableBase* CVivoCapDoc::commands() const {
           {cmd::ExportUncompressedAvi, "Export uncompressed avi", &D::exportUncompressedCommand,
            &D::hasMovie},
           {cmd::ExportCompressedAvi, "Export compressed avi...", &D::exportCompressedCommand, &D::hasMovie},
-          {cmd::ImportInto, "&Import...", &D::importCommand},
           {cmd::Import, "&Import...", &D::importCommand},
           {cmd::ImportAvi, "Import AVI...", &D::importAviCommand},
           {cmd::CompressVideoOutput, "compress video &output", &D::toggleCompression, nullptr,

@@ -73,7 +73,6 @@ enum : int32_t {
   EditNewMarks = 32852,
   SameScale = 32854,
   ExportTrace = 32856,
-  ImportInto = 32895,
   InverseColours = 32905,
   InsertMarker = 32920,
   MinimumToBackground = 32924,
@@ -92,12 +91,13 @@ enum : int32_t {
   EditCut = 57635,
   EditPaste = 57637,
 
-  // Stills and videos.
+  // Stills and videos; Import of charts too.
   AdjustBrightnessContrast = 32788,
   ConvertToGrey = 32809,
   DuplicateImage = 32841,
   Equalise = 32853,
   HighPassFilter = 32894,
+  Import = 32895,
   Negative = 32906,
   LowPassFilter = 32916,
   RemoveSingleDustMark = 32966,
@@ -150,7 +150,6 @@ enum : int32_t {
   DisplayDarknessUp,
   DisplayDarknessDown,
   Export,
-  Import,
   UseDustMask,
   SaveDustMask,
   LoadDustMask,
