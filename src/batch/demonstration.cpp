@@ -9,6 +9,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "batch/demonstrationchart.h"
+#include "batch/demonstrationvideo.h"
 #include "batch/runner.h"
 #include "batch/script.h"
 #include "db/subjectselection.h"
@@ -98,6 +99,12 @@ std::string drawPulse(const std::string& folder) {
   return done ? std::string() : done.why();
 }
 
+std::string makeVideos(const std::string& folder) {
+  for (const DemonstrationVideo& video : kDemonstrationVideos)
+    if (const Outcome saved = saveDemonstrationVideo(video, folder); !saved) return saved.why();
+  return {};
+}
+
 // Beats a minute between the first and the last systole of the truth file; 0 without.
 double truePulse(const std::string& folder) {
   std::vector<double> systoles;
@@ -130,8 +137,9 @@ std::string makeDemonstration(CBasicApp& app) {
   dialog.finish(SubjectDialog::Result::StartNewExamination);
   if (!makeExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
   const std::string folder = app.dataFolder + app.examFolder + kSeparator;
-  const std::string problem = drawStills(folder);
-  return problem.empty() ? drawPulse(folder) : problem;
+  for (const auto make : {drawStills, drawPulse, makeVideos})
+    if (const std::string problem = make(folder); !problem.empty()) return problem;
+  return {};
 }
 
 int runDemonstration(CBasicApp& app, ScriptHost& script) {
@@ -171,6 +179,15 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
                 "of maxima", "of spectra", kChart, truePulse(folder), found.ofMaxima, found.ofSpectra);
     chart->resultText = format("Pulse %.1f a minute", found.ofMaxima);
     if (!must("save", {}) || !must("close", {})) return 1;
+  }
+  std::printf("\n");
+  for (const DemonstrationVideo& video : kDemonstrationVideos) {
+    const std::string path = folder + video.name + ".dtv";
+    if (!fileExists(path)) continue;  // a folder may stem from before there were videos
+    if (!must("open", {path})) return 1;
+    std::printf("%-12s %s (%s)\n", (std::string(video.name) + ".dtv").c_str(), knownOf(folder, video).c_str(),
+                video.about);
+    if (!must("close", {})) return 1;
   }
   std::printf("\nImage Results\n");
   const StepResult table = runner.runStep({"results", {"Image Results"}, "demonstration", 0});

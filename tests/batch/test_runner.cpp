@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "batch/demonstration.h"
 #include "batch/runner.h"
+#include "dynamic/vivocapdoc.h"
 #include "image/stillimport.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
@@ -191,6 +192,37 @@ TEST_F(Runner, ASettingTakesEffectAndStays) {
   EXPECT_EQ(settings.getInt("Settings", "adjustpaldark", 0), 55);
 }
 
+TEST_F(Runner, VideosAreSelectedProcessedAndExported) {
+  const std::string movie = folder.file("a.mve");
+  {
+    CZZMovie made;
+    ASSERT_TRUE(made.record(5, movie, 0, 0, 16, 8, false));
+    CZZimage image(16, 8);
+    for (int k = 0; k < 5; ++k) {
+      image.fill(static_cast<uint8_t>(10 * k));
+      image.frameNumber = 2 * k;
+      (void)made.addFrame(image, 0);
+    }
+    made.stopRecording();
+  }
+  ASSERT_TRUE(run("open " + movie + "\nselect 1 4\ncommand Negative").ok);
+  EXPECT_TRUE(fileExists(folder.file("aA.mve")));
+  EXPECT_EQ(run("print offsets").text, "image,number,x,y\n0,2,0,0\n1,4,0,0\n2,6,0,0\n");
+  EXPECT_EQ(run("print fps").text, "30\n");
+  ASSERT_TRUE(run("frame 2\nselect 0 2\ncommand \"Delete selected images\" yes").ok)
+      << "without a work folder new movies lie beside";
+  EXPECT_THAT(run("print status").text, HasSubstr("images 1\n"));
+  ASSERT_TRUE(run("export " + folder.file("b.avi") + "\nexport " + folder.file("b.mve") + "\nexport " +
+                  folder.file("b.bmp") + "\nimport " + movie)
+                  .ok);
+  EXPECT_THAT(run("print status").text, HasSubstr("images 6\n"));
+  ASSERT_TRUE(run("save " + folder.file("a.dtv") + "\nclose\nopen " + folder.file("b.avi")).ok);
+  EXPECT_THAT(run("print status").text, HasSubstr("images 1\n"));
+  for (const char* bad : {"frame 1", "frame -1", "select 0 2", "select 1 0", "select 0.5 1", "export x.csv",
+                          "print traces", "trace x"})
+    EXPECT_FALSE(run(bad).ok) << bad;
+}
+
 TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(runDemonstration(app, script), 0);
@@ -200,7 +232,7 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
         "colour.bmp      45     45", "field.zzg       45     45"})
     EXPECT_THAT(first, HasSubstr(good));
   const auto rows = app.db->resultsOf(app.examId);
-  EXPECT_EQ(rows.size(), 8u);
+  EXPECT_EQ(rows.size(), 10u);
   // The chart: bound to the exam, its rate found both ways, and not made again.
   EXPECT_EQ(1, std::count_if(rows.begin(), rows.end(), [](const ResultRow& row) {
               return row.filename == "pulse.zz1" && row.result == "Pulse 72.0 a minute";
@@ -212,6 +244,9 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
   EXPECT_NEAR(drawn, 72.0, 0.3);
   EXPECT_NEAR(maxima, drawn, 0.1);
   EXPECT_NEAR(spectra, drawn, 0.5);
+  EXPECT_THAT(first, HasSubstr("flow.dtv     120 images, mean velocity 400 um/s, skin moves up to 0.0 um"));
+  ASSERT_TRUE(run("open " + app.dataFolder + app.examFolder + "/shake.dtv\nframe 100").ok);
+  EXPECT_THAT(run("print status").text, HasSubstr("images 120\nimage 100\nselection 0 to 120\nfps 60\n"));
   const std::string chart = app.dataFolder + app.examFolder + kSeparator + "pulse.zz1";
   const auto* shown = dynamic_cast<ZchartDoc*>(app.openDocumentFile(chart));
   ASSERT_NE(shown, nullptr);
