@@ -43,9 +43,15 @@ std::string ownPath() {
   return error ? "./tarnvisor" : self.string();
 }
 
-int runWorkstation(const CommandLine& line) {
+// Such a run shows nothing that anybody would have to see.
+bool endsByItself(const CommandLine& line) {
+  return line.forApplication.starts_with("/a ") || line.forApplication.starts_with("/m ");
+}
+
+int runWorkstation(const CommandLine& line, bool hasDisplay) {
   registerStoredClasses();
   QtHost windows;
+  if (!hasDisplay) windows.tellOnStandardError();
   const HostScope scope(windows.ports);
   CBasicApp app;
   CBasicMainFrame frame(app);
@@ -75,16 +81,17 @@ int main(int argc, char** argv) {
     std::fputs(line.message.c_str(), line.exitCode == 0 ? stdout : stderr);
     return line.exitCode;
   }
-  if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM"))
-    endWithoutDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set.");
+  const bool hasDisplay = isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+  if (!hasDisplay && !endsByItself(line)) endWithoutDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set.");
+  if (!hasDisplay) setenv("QT_QPA_PLATFORM", "offscreen", 1);
   QtMessageHandler usual = qInstallMessageHandler(sayWhyInWords);
   int noArguments = 1;
   QApplication qt(noArguments, argv);
-  qInstallMessageHandler(usual);
+  if (hasDisplay) qInstallMessageHandler(usual);  // else it would complain of what it can't show
   // Numbers in files and forms have a point in every language.
   std::setlocale(LC_NUMERIC, "C");
   QApplication::setApplicationName("tarnvisor");
   QApplication::setDesktopFileName("tarnvisor");
   QApplication::setQuitOnLastWindowClosed(false);
-  return runWorkstation(line);
+  return runWorkstation(line, hasDisplay);
 }

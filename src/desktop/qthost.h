@@ -21,6 +21,9 @@ class QtHost final : public Windows {
   // Takes the main window away; the application may go then.
   void closeWindows() { window.reset(); }
   MainWindow* mainWindow() const { return window.get(); }  // null until it is made
+  // For runs that nobody watches: what would be told or asked in a box is printed, and questions are
+  // declined.
+  void tellOnStandardError() { messages.onStandardError = true; }
 
   bool createMainFrame(const std::string& title) override;
   void showMainFrame() override;

@@ -77,6 +77,11 @@ QMessageBox::StandardButtons buttonsOf(Buttons buttons) {
 }  // namespace
 
 Answer QtMessages::show(const std::string& text, Buttons buttons, Icon icon) {
+  if (onStandardError || process.quietMode) {
+    std::fprintf(stderr, "%s\n", text.c_str());
+    // Nothing is saved, and the run comes to its end.
+    return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::OkCancel ? Answer::Cancel : Answer::No;
+  }
   const QtWaitCursor::Pause pause;
   QMessageBox box(iconOf(icon), kProgramTitle, toQt(text), buttonsOf(buttons), dialogParent());
   box.setTextFormat(Qt::PlainText);

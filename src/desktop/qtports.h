@@ -36,6 +36,7 @@ class QtWaitCursor final : public WaitCursor {
 class QtMessages final : public Messages {
  public:
   Answer show(const std::string& text, Buttons buttons, Icon icon) override;
+  bool onStandardError = false;  // as in quiet mode
 };
 
 class QtChoosers final : public Choosers {
