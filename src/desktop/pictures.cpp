@@ -18,6 +18,7 @@
 #include "desktop/paintercanvas.h"
 #include "desktop/qthost.h"
 #include "desktop/qttext.h"
+#include "dynamic/vivocapview.h"
 #include "framework/commandids.h"
 #include "imagedoc/zbasicview.h"
 #include "results/resultdoc.h"
@@ -107,6 +108,7 @@ class Photographer {
   void tables(ZBasicDoc& image);
   // Of a line on the image, and of its region.
   void levelCharts(ZBasicDoc& image);
+  void videos();
   void charts();
   void chartDialogs(ZchartDoc& chart, ZchartView& view);
   void toolBox(ZchartDoc& chart, ZchartView& view);
@@ -186,6 +188,7 @@ void Photographer::documents() {
   tables(image);
   levelCharts(image);
   discardAll();
+  videos();
   charts();
 }
 
@@ -248,6 +251,26 @@ void Photographer::levelCharts(ZBasicDoc& image) {
   }
   window().tile();
   keep(window(), "level-charts");
+}
+
+void Photographer::videos() {
+  auto* video = dynamic_cast<CVivoCapDoc*>(app.openDocumentFile(examPath(app, "flow.dtv")));
+  if (!video) return;
+  auto& view = static_cast<CVivoCapView&>(*video->views().front());
+  settle();
+  view.goTo(47);
+  video->select(20, 100);
+  keep(frameOf(*video), "video");
+  keep(window(), "video-window");
+  keepMenus("video-menu-");
+  for (const auto& [command, name] :
+       {std::pair{cmd::SelectImages, "select-images"}, std::pair{cmd::VideoProperties, "video-properties"},
+        std::pair{cmd::PlaybackSkip, "playback"}})
+    keepDialog(command, name);
+  runWithoutAsking(cmd::AverageSequence);
+  window().tile();
+  keep(window(), "video-average");
+  discardAll();
 }
 
 void Photographer::charts() {
