@@ -15,6 +15,8 @@ using namespace ffmpeg;
 
 namespace {
 
+// Kept pictures are memory that the decoder can't use again, so more than the least is taken for long groups only.
+constexpr int64_t kLeastKeptBytes = int64_t{64} << 20;
 constexpr int64_t kMostKeptBytes = int64_t{256} << 20;
 constexpr unsigned kMostThreads = 8;
 constexpr int32_t kMostReordered = 17;  // pictures that a decoder may hold back, its threads' apart
@@ -88,10 +90,12 @@ void FrameDecoder::feedNext() {
 }
 
 void FrameDecoder::keep(int32_t number, Frame picture) {
+  const int64_t most =
+      std::clamp(bytesOf(*picture) * index.longestGroup(), kLeastKeptBytes, kMostKeptBytes);
   keptBytes += bytesOf(*picture);
   kept[number] = std::move(picture);
   keptOrder.push_back(number);
-  while (keptBytes > kMostKeptBytes && keptOrder.size() > 1) {
+  while (keptBytes > most && keptOrder.size() > 1) {
     const auto oldest = kept.find(keptOrder.front());
     keptBytes -= bytesOf(*oldest->second);
     kept.erase(oldest);

@@ -164,8 +164,10 @@ void VideoIndex::arrange(bool mayReorder, bool framesByChunk) {
     ++frame;
     frameCount = std::max(frameCount, static_cast<int32_t>(frame));
   }
-  for (size_t i = 0; i < packets.size(); ++i)
-    if (packets[i].key) keys.push_back(static_cast<int32_t>(i));
+  for (int32_t i = 0; i < static_cast<int32_t>(packets.size()); ++i) {
+    if (packets[static_cast<size_t>(i)].key) keys.push_back(i);
+    longest = std::max(longest, i - (keys.empty() ? 0 : keys.back()) + 1);
+  }
 }
 
 int32_t VideoIndex::packetOfFrame(int32_t frame) const {

@@ -104,12 +104,13 @@ bool VideoReader::Parts::openFile(const std::string& path, std::string& why) {
     logPrintf("failed AVI file open.");
     return false;
   }
-  if (avformat_find_stream_info(format.get(), nullptr) < 0) {
+  isAvi = std::strcmp(format->iformat->name, "avi") == 0 && readAviHeader(file, header);
+  // An AVI's headers and chunks tell enough; others need a look into their frames.
+  if (!isAvi && avformat_find_stream_info(format.get(), nullptr) < 0) {
     logPrintf("bad avi info.");
     logPrintf("get stream failed.\n");
     return false;
   }
-  isAvi = std::strcmp(format->iformat->name, "avi") == 0 && readAviHeader(file, header);
   facts = header.streams;
   if (!isAvi)
     for (unsigned i = 0; i < format->nb_streams; ++i) facts.push_back(factsOf(*format, *format->streams[i]));
