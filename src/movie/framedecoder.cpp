@@ -49,6 +49,12 @@ bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t he
   return true;
 }
 
+void FrameDecoder::takeSizeOf(int32_t number) {
+  takesSize = true;
+  (void)frameOf(number);
+  takesSize = false;
+}
+
 const AVFrame* FrameDecoder::frameOf(int32_t wanted) {
   if (const auto found = kept.find(wanted); found != kept.end()) return found->second.get();
   if (undecodable[static_cast<size_t>(wanted)]) return nullptr;
@@ -107,6 +113,10 @@ void FrameDecoder::keep(int32_t number, Frame picture) {
 bool FrameDecoder::receive(int32_t wanted) {
   while (avcodec_receive_frame(codec.get(), received.get()) >= 0) {
     const int64_t number = received->pts;
+    if (std::exchange(takesSize, false)) {
+      frameWidth = received->width;
+      frameHeight = received->height;
+    }
     const bool fits = received->width == frameWidth && received->height == frameHeight;
     if (number < startedAt || number >= next || !fits) {
       av_frame_unref(received.get());
