@@ -109,8 +109,7 @@ void outOfOrder(const char* name, const std::string& path) {
   std::vector<double> singles, groups, back, across;
   for (int run = 0; run < 40; ++run) {
     auto fresh = VideoReader::open(path, why);
-    const auto frame =
-        kKeyEvery + static_cast<int32_t>(random() % (kFrames - 2 * kKeyEvery));
+    const auto frame = kKeyEvery + static_cast<int32_t>(random() % (kFrames - 2 * kKeyEvery));
     singles.push_back(read(*fresh, frame));
     for (int32_t i = frame; i > frame - frame % kKeyEvery; --i) back.push_back(read(*fresh, i - 1));
     across.push_back(read(*fresh, frame - frame % kKeyEvery - 1));

@@ -15,7 +15,8 @@ using namespace ffmpeg;
 
 namespace {
 
-// Kept pictures are memory that the decoder can't use again, so more than the least is taken for long groups only.
+// Kept pictures are memory that the decoder can't use again, so more than the least is taken for long groups
+// only.
 constexpr int64_t kLeastKeptBytes = int64_t{64} << 20;
 constexpr int64_t kMostKeptBytes = int64_t{256} << 20;
 constexpr unsigned kMostThreads = 8;
@@ -96,8 +97,7 @@ void FrameDecoder::feedNext() {
 }
 
 void FrameDecoder::keep(int32_t number, Frame picture) {
-  const int64_t most =
-      std::clamp(bytesOf(*picture) * index.longestGroup(), kLeastKeptBytes, kMostKeptBytes);
+  const int64_t most = std::clamp(bytesOf(*picture) * index.longestGroup(), kLeastKeptBytes, kMostKeptBytes);
   keptBytes += bytesOf(*picture);
   kept[number] = std::move(picture);
   keptOrder.push_back(number);
