@@ -69,15 +69,17 @@ const AVFrame* FrameDecoder::frameOf(int32_t wanted) {
 
 // Whether feeding on gives the picture with no more work than starting at its key.
 bool FrameDecoder::leadsTo(int32_t wanted, int32_t key) const {
-  if (ended || startedAt < 0 || startedAt > key) return false;
+  if (startedAt < 0 || startedAt > key) return false;
+  if (wanted < next) return inside.count(wanted) > 0;
   const int32_t slack = keeps ? codec->thread_count : 0;
-  return wanted < next ? inside.count(wanted) > 0 : key <= next + slack;
+  return !ended && key <= next + slack;
 }
 
 void FrameDecoder::restart(int32_t key) {
   avcodec_flush_buffers(codec.get());
   if (filter) av_bsf_flush(filter.get());
   inside.clear();
+  wentBack = wentBack || key < next;
   startedAt = next = key;
   ended = false;
 }

@@ -51,6 +51,7 @@ class FrameDecoder {
   std::deque<int32_t> keptOrder;  // the oldest first
   int64_t keptBytes = 0;
   bool keeps = true;
+  bool wentBack = false;          // to a packet before one that was fed already
   bool takesSize = false;         // of the next picture that comes out
   std::set<int32_t> inside;       // fed since the last start, not yet out
   std::vector<bool> undecodable;  // by packet
