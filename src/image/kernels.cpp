@@ -137,6 +137,30 @@ void mapRowWide(uint8_t* bytes, size_t count, const uint8_t* table) {
   for (; i < count; ++i) bytes[i] = table[bytes[i]];
 }
 
+void weighTriplesWide(const uint8_t* triples, size_t count, const uint16_t* weights, uint8_t* to) {
+  size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Bytes d;
+  const hn::Repartition<uint16_t, Bytes> d16;
+  const size_t lanes = hn::Lanes(d);
+  const auto lowBytes = hn::Set(d16, 255);
+  const auto w0 = hn::Set(d16, weights[0]), w1 = hn::Set(d16, weights[1]), w2 = hn::Set(d16, weights[2]);
+  const auto sum = [&](auto a, auto b, auto c) {
+    return hn::Add(hn::Add(hn::MulHigh(a, w0), hn::MulHigh(b, w1)), hn::MulHigh(c, w2));
+  };
+  for (; i + lanes <= count; i += lanes) {
+    auto v0 = hn::Zero(d), v1 = v0, v2 = v0;
+    hn::LoadInterleaved3(d, triples + 3 * i, v0, v1, v2);
+    const auto a = hn::BitCast(d16, v0), b = hn::BitCast(d16, v1), c = hn::BitCast(d16, v2);
+    // The bytes at even places and those at odd ones.
+    const auto even = sum(hn::And(a, lowBytes), hn::And(b, lowBytes), hn::And(c, lowBytes));
+    const auto odd = sum(hn::ShiftRight<8>(a), hn::ShiftRight<8>(b), hn::ShiftRight<8>(c));
+    hn::StoreU(hn::BitCast(d, hn::Or(hn::And(even, lowBytes), hn::ShiftLeft<8>(odd))), d, to + i);
+  }
+#endif
+  plain::weighTriples(triples + 3 * i, count - i, weights, to + i);
+}
+
 }  // namespace tarnvisor::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -148,6 +172,7 @@ HWY_EXPORT(addExtremesWide);
 HWY_EXPORT(thresholdRowWide);
 HWY_EXPORT(squaredDifferenceSumWide);
 HWY_EXPORT(mapRowWide);
+HWY_EXPORT(weighTriplesWide);
 
 void addRange(const uint8_t* bytes, size_t count, ByteRange& range) {
   HWY_DYNAMIC_DISPATCH(addRangeWide)(bytes, count, range);
@@ -163,6 +188,10 @@ uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count) 
 }
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table) {
   HWY_DYNAMIC_DISPATCH(mapRowWide)(bytes, count, table);
+}
+
+void weighTriples(const uint8_t* triples, size_t count, const uint16_t* weights, uint8_t* to) {
+  HWY_DYNAMIC_DISPATCH(weighTriplesWide)(triples, count, weights, to);
 }
 
 namespace plain {
@@ -187,6 +216,13 @@ uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count) 
 }
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table) {
   for (size_t i = 0; i < count; ++i) bytes[i] = table[bytes[i]];
+}
+
+void weighTriples(const uint8_t* triples, size_t count, const uint16_t* weights, uint8_t* to) {
+  for (size_t i = 0; i < count; ++i, triples += 3)
+    to[i] = static_cast<uint8_t>((triples[0] * uint32_t{weights[0]} >> 16) +
+                                 (triples[1] * uint32_t{weights[1]} >> 16) +
+                                 (triples[2] * uint32_t{weights[2]} >> 16));
 }
 
 }  // namespace plain

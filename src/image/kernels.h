@@ -26,11 +26,15 @@ uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count);
 // bytes[i] = table[bytes[i]].
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table);
 
+// to[i] = the low byte of the sum of the i-th three bytes, each times its weight in 65,536ths and cut.
+void weighTriples(const uint8_t* triples, size_t count, const uint16_t* weights, uint8_t* to);
+
 namespace plain {
 void addRange(const uint8_t* bytes, size_t count, ByteRange& range);
 void thresholdRow(uint8_t* bytes, size_t count, uint8_t t);
 uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count);
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table);
+void weighTriples(const uint8_t* triples, size_t count, const uint16_t* weights, uint8_t* to);
 }  // namespace plain
 
 }  // namespace tarnvisor::kernels

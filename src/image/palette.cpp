@@ -1,8 +1,9 @@
 #include "image/palette.h"
 
-#include <cmath>
+#include <mutex>
 
 #include "base/numbers.h"
+#include "image/kernels.h"
 #include "image/zzimage.h"
 #include "settings/settings.h"
 
@@ -15,21 +16,51 @@ GreyWeights greyWeights;
 
 namespace {
 
-// Sums that stay small need no care for what no int32 can hold.
-bool isSmall(double weight) { return std::abs(weight) < 1e6; }
+using Multipliers = std::array<uint16_t, 3>;
+
+uint8_t lowByte(double v) { return static_cast<uint8_t>(truncated(v)); }
+
+// The weight in 65,536ths that gives the same part of every level, if there is one; 0 when there isn't.
+uint16_t multiplierOf(double weight) {
+  if (!(weight > 0 && weight < 0.999)) return 0;
+  const auto isSame = [weight](uint32_t multiplier) {
+    for (uint32_t level = 0; level < 256; ++level)
+      if (level * multiplier >> 16 != static_cast<uint32_t>(level * weight)) return false;
+    return true;
+  };
+  // Adding to a sum so far must not carry a part over to the next whole number.
+  for (int sum = 0; sum < 256; ++sum)
+    for (int level = 0; level < 256; ++level)
+      if (static_cast<int>(sum + level * weight) != sum + static_cast<int>(level * weight)) return 0;
+  const auto nearest = static_cast<uint32_t>(weight * 65536);
+  for (const uint32_t multiplier : {nearest, nearest + 1})
+    if (isSame(multiplier)) return static_cast<uint16_t>(multiplier);
+  return 0;
+}
+
+// Those of the weights in force, for the bytes in their order.
+Multipliers multipliers(const GreyWeights& weights) {
+  static std::mutex guard;
+  static GreyWeights known{0, 0, 0};
+  static Multipliers found{};
+  const std::lock_guard lock(guard);
+  if (weights.red != known.red || weights.green != known.green || weights.blue != known.blue) {
+    known = weights;
+    found = {multiplierOf(weights.red), multiplierOf(weights.blue), multiplierOf(weights.green)};
+  }
+  return found;
+}
 
 }  // namespace
 
 void greyRow(const uint8_t* from, int32_t bytesPerPixel, size_t pixels, uint8_t* to) {
   const GreyWeights w = greyWeights;
-  const auto row = [&](const auto lowByte) {
-    for (size_t x = 0; x < pixels; ++x, from += bytesPerPixel)
-      to[x] = lowByte(lowByte(lowByte(from[0] * w.red) + from[1] * w.blue) + from[2] * w.green);
-  };
-  if (isSmall(w.red) && isSmall(w.green) && isSmall(w.blue))
-    row([](double v) { return static_cast<uint8_t>(static_cast<int32_t>(v)); });
-  else
-    row([](double v) { return static_cast<uint8_t>(truncated(v)); });
+  if (bytesPerPixel == 3) {
+    const Multipliers m = multipliers(w);
+    if (m[0] && m[1] && m[2]) return kernels::weighTriples(from, pixels, m.data(), to);
+  }
+  for (size_t x = 0; x < pixels; ++x, from += bytesPerPixel)
+    to[x] = lowByte(lowByte(lowByte(from[0] * w.red) + from[1] * w.blue) + from[2] * w.green);
 }
 
 void readGreyWeights() {

@@ -52,6 +52,7 @@ void takeStreamHeader(const std::vector<uint8_t>& b, StreamFacts& stream) {
   stream.handler = getLittle<uint32_t>(&b[4]);
   stream.scale = getLittle<uint32_t>(&b[20]);
   stream.rate = getLittle<uint32_t>(&b[24]);
+  stream.start = getLittle<uint32_t>(&b[28]);
   stream.length = getLittle<uint32_t>(&b[32]);
 }
 

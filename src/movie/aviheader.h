@@ -18,7 +18,7 @@ inline constexpr uint32_t fourCharacters(const char (&text)[5]) {
 
 struct StreamFacts {
   uint32_t type = 0, handler = 0;  // four-character codes, the first in the lowest byte
-  uint32_t rate = 0, scale = 0, length = 0;
+  uint32_t rate = 0, scale = 0, start = 0, length = 0;
   std::string name;
   int32_t formatBytes = 0;
   uint32_t planes = 0, bits = 0, compression = 0;

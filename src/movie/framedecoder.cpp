@@ -15,6 +15,9 @@ using namespace ffmpeg;
 
 namespace {
 
+// Kept pictures are memory that the decoder can't use again, so more than the least is taken for long groups
+// only.
+constexpr int64_t kLeastKeptBytes = int64_t{64} << 20;
 constexpr int64_t kMostKeptBytes = int64_t{256} << 20;
 constexpr unsigned kMostThreads = 8;
 constexpr int32_t kMostReordered = 17;  // pictures that a decoder may hold back, its threads' apart
@@ -47,6 +50,12 @@ bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t he
   return true;
 }
 
+void FrameDecoder::takeSizeOf(int32_t number) {
+  takesSize = true;
+  (void)frameOf(number);
+  takesSize = false;
+}
+
 const AVFrame* FrameDecoder::frameOf(int32_t wanted) {
   if (const auto found = kept.find(wanted); found != kept.end()) return found->second.get();
   if (undecodable[static_cast<size_t>(wanted)]) return nullptr;
@@ -60,15 +69,17 @@ const AVFrame* FrameDecoder::frameOf(int32_t wanted) {
 
 // Whether feeding on gives the picture with no more work than starting at its key.
 bool FrameDecoder::leadsTo(int32_t wanted, int32_t key) const {
-  if (ended || startedAt < 0 || startedAt > key) return false;
+  if (startedAt < 0 || startedAt > key) return false;
+  if (wanted < next) return inside.count(wanted) > 0;
   const int32_t slack = keeps ? codec->thread_count : 0;
-  return wanted < next ? inside.count(wanted) > 0 : key <= next + slack;
+  return !ended && key <= next + slack;
 }
 
 void FrameDecoder::restart(int32_t key) {
   avcodec_flush_buffers(codec.get());
   if (filter) av_bsf_flush(filter.get());
   inside.clear();
+  wentBack = wentBack || key < next;
   startedAt = next = key;
   ended = false;
 }
@@ -88,10 +99,11 @@ void FrameDecoder::feedNext() {
 }
 
 void FrameDecoder::keep(int32_t number, Frame picture) {
+  const int64_t most = std::clamp(bytesOf(*picture) * index.longestGroup(), kLeastKeptBytes, kMostKeptBytes);
   keptBytes += bytesOf(*picture);
   kept[number] = std::move(picture);
   keptOrder.push_back(number);
-  while (keptBytes > kMostKeptBytes && keptOrder.size() > 1) {
+  while (keptBytes > most && keptOrder.size() > 1) {
     const auto oldest = kept.find(keptOrder.front());
     keptBytes -= bytesOf(*oldest->second);
     kept.erase(oldest);
@@ -103,6 +115,10 @@ void FrameDecoder::keep(int32_t number, Frame picture) {
 bool FrameDecoder::receive(int32_t wanted) {
   while (avcodec_receive_frame(codec.get(), received.get()) >= 0) {
     const int64_t number = received->pts;
+    if (std::exchange(takesSize, false)) {
+      frameWidth = received->width;
+      frameHeight = received->height;
+    }
     const bool fits = received->width == frameWidth && received->height == frameHeight;
     if (number < startedAt || number >= next || !fits) {
       av_frame_unref(received.get());

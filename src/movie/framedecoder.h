@@ -22,6 +22,12 @@ class FrameDecoder {
   bool open(const AVCodecParameters& codec, int32_t width, int32_t height);
   AVPixelFormat form() const { return codec->pix_fmt; }
 
+  // Takes the size that the picture of a packet really has for that of the movie: containers tell it rounded
+  // up, or wrong. Unchanged when it can't be decoded or is larger than about what was told.
+  void takeSizeOf(int32_t packet);
+  int32_t width() const { return frameWidth; }
+  int32_t height() const { return frameHeight; }
+
   // The picture of a packet, valid until the next call; null when it can't be decoded or is of another size.
   const AVFrame* frameOf(int32_t packet);
 
@@ -45,6 +51,8 @@ class FrameDecoder {
   std::deque<int32_t> keptOrder;  // the oldest first
   int64_t keptBytes = 0;
   bool keeps = true;
+  bool wentBack = false;          // to a packet before one that was fed already
+  bool takesSize = false;         // of the next picture that comes out
   std::set<int32_t> inside;       // fed since the last start, not yet out
   std::vector<bool> undecodable;  // by packet
   int32_t startedAt = -1;         // the key fed first, -1 before any

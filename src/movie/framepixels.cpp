@@ -151,16 +151,19 @@ bool FramePixels::takes(AVPixelFormat form) {
 bool FramePixels::scale(const AVFrame& frame, uint8_t* target, int32_t stride) {
   const AVPixelFormat form = formOf(frame);
   if (!sws_isSupportedInput(form)) return false;
-  if (form != scalerForm) {
+  const bool full = isFullRange(frame);
+  if (!scaler || form != scalerForm || full != scalerFull || frame.colorspace != scalerSpace) {
     scaler.reset(sws_getContext(frame.width, frame.height, form, frame.width, frame.height, AV_PIX_FMT_BGR24,
                                 SWS_BICUBIC, nullptr, nullptr, nullptr));
-    scalerForm = scaler ? form : AV_PIX_FMT_NONE;
+    if (!scaler) return false;
+    scalerForm = form;
+    scalerFull = full;
+    scalerSpace = frame.colorspace;
+    // 601 where the file is silent.
+    const int* weights =
+        sws_getCoefficients(scalerSpace == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : scalerSpace);
+    (void)sws_setColorspaceDetails(scaler.get(), weights, full, weights, 1, 0, 1 << 16, 1 << 16);
   }
-  if (!scaler) return false;
-  // 601 where the file is silent.
-  const int* weights =
-      sws_getCoefficients(frame.colorspace == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : frame.colorspace);
-  (void)sws_setColorspaceDetails(scaler.get(), weights, isFullRange(frame), weights, 1, 0, 1 << 16, 1 << 16);
   uint8_t* const planes[] = {target, nullptr, nullptr, nullptr};
   const int strides[] = {stride, 0, 0, 0};
   return sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) ==

@@ -22,7 +22,9 @@ class FramePixels {
   bool scale(const AVFrame& frame, uint8_t* target, int32_t stride);
 
   ffmpeg::Scaler scaler;
-  AVPixelFormat scalerForm = AV_PIX_FMT_NONE;
+  AVPixelFormat scalerForm = AV_PIX_FMT_NONE;  // what it was made for
+  AVColorSpace scalerSpace = AVCOL_SPC_UNSPECIFIED;
+  bool scalerFull = false;
   std::vector<uint8_t> colours;
 };
 

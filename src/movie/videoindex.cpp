@@ -164,8 +164,10 @@ void VideoIndex::arrange(bool mayReorder, bool framesByChunk) {
     ++frame;
     frameCount = std::max(frameCount, static_cast<int32_t>(frame));
   }
-  for (size_t i = 0; i < packets.size(); ++i)
-    if (packets[i].key) keys.push_back(static_cast<int32_t>(i));
+  for (int32_t i = 0; i < static_cast<int32_t>(packets.size()); ++i) {
+    if (packets[static_cast<size_t>(i)].key) keys.push_back(i);
+    longest = std::max(longest, i - (keys.empty() ? 0 : keys.back()) + 1);
+  }
 }
 
 int32_t VideoIndex::packetOfFrame(int32_t frame) const {
@@ -195,7 +197,10 @@ bool indexAvi(const FileBytes& file, const AviHeader& header, int32_t stream, co
   const size_t indexed = packets.size();
   takeChunks(file, header, stream, packets);
   if (packets.empty()) return false;
-  const int64_t base = std::min(packets.front().decodeTime, std::max<int64_t>(described.start_time, 0));
+  // The first chunk may stand for a later time; it is frame 0 all the same.
+  const size_t number = static_cast<size_t>(stream);
+  const int64_t start = indexed > 0 && number < header.streams.size() ? header.streams[number].start : 0;
+  const int64_t base = std::min(packets.front().decodeTime, start);
   for (PacketRecord& packet : packets) packet.decodeTime -= base;
   const AVCodecID codec = described.codecpar->codec_id;
   if (reorders(codec)) lookAtPictures(file, *described.codecpar, indexed, packets);

@@ -41,6 +41,7 @@ class VideoIndex {
   // The key packet from which decoding gives this packet's picture: a picture shown before the key picture
   // that it is stored after needs the group before.
   int32_t keyFor(int32_t packet) const;
+  int32_t longestGroup() const { return longest; }  // packets from key packet to key packet
   // The key packet before a key packet; -1 when there is none.
   int32_t keyBefore(int32_t key) const;
 
@@ -53,6 +54,7 @@ class VideoIndex {
   std::vector<int32_t> positionOf;  // of a packet in the order of showing
   std::vector<int32_t> keys;
   int32_t frameCount = 0;
+  int32_t longest = 0;
 };
 
 // From an AVI's index and, from where that ends, its chunks. False when the file holds no frames' chunks that

@@ -74,6 +74,7 @@ struct VideoReader::Parts {
   size_t streamCount() const { return std::clamp<size_t>(header.streamCount, facts.size(), 100); }
   void buildIndex();
   void openDecoder();
+  void logDecoder() const;
   bool read(int32_t index, uint8_t* target, int32_t stride, bool colour);
   bool readRaw(int32_t packet, uint8_t* target, int32_t stride);
 
@@ -104,12 +105,13 @@ bool VideoReader::Parts::openFile(const std::string& path, std::string& why) {
     logPrintf("failed AVI file open.");
     return false;
   }
-  if (avformat_find_stream_info(format.get(), nullptr) < 0) {
+  isAvi = std::strcmp(format->iformat->name, "avi") == 0 && readAviHeader(file, header);
+  // An AVI's headers and chunks tell enough; others need a look into their frames.
+  if (!isAvi && avformat_find_stream_info(format.get(), nullptr) < 0) {
     logPrintf("bad avi info.");
     logPrintf("get stream failed.\n");
     return false;
   }
-  isAvi = std::strcmp(format->iformat->name, "avi") == 0 && readAviHeader(file, header);
   facts = header.streams;
   if (!isAvi)
     for (unsigned i = 0; i < format->nb_streams; ++i) facts.push_back(factsOf(*format, *format->streams[i]));
@@ -182,16 +184,20 @@ void VideoReader::Parts::buildIndex() {
 }
 
 void VideoReader::Parts::openDecoder() {
+  if (!packets) return;
+  decoder = std::make_unique<FrameDecoder>(*packets, index);
+  if (!decoder->open(*stream->codecpar, width, height)) return decoder.reset();
+  const int32_t first = index.packetOfFrame(0);
+  if (isAvi && first >= 0) decoder->takeSizeOf(first);
+  width = decoder->width();
+  height = decoder->height();
+}
+
+void VideoReader::Parts::logDecoder() const {
   logPrintf("Try AVI to 24 bit.\n");
-  if (packets) decoder = std::make_unique<FrameDecoder>(*packets, index);
-  const bool opened = decoder && decoder->open(*stream->codecpar, width, height);
-  const bool knownForm =
-      opened && (decoder->form() == AV_PIX_FMT_NONE || FramePixels::takes(decoder->form()));
-  if (!knownForm) logPrintf("Not available!  Try default format\n");
-  if (!opened) {
-    logPrintf("Not available!\n");
-    decoder.reset();
-  }
+  if (decoder && (decoder->form() == AV_PIX_FMT_NONE || FramePixels::takes(decoder->form()))) return;
+  logPrintf("Not available!  Try default format\n");
+  if (!decoder) logPrintf("Not available!\n");
 }
 
 void VideoReader::Parts::logFile() const {
@@ -258,8 +264,9 @@ std::unique_ptr<VideoReader> VideoReader::open(const std::string& path, std::str
     return nullptr;
   }
   parts->buildIndex();
-  logPrintf("openavi %i images, w=%i, h=%i\n", parts->index.frames(), parts->width, parts->height);
   parts->openDecoder();
+  logPrintf("openavi %i images, w=%i, h=%i\n", parts->index.frames(), parts->width, parts->height);
+  parts->logDecoder();
   logPrintf("openAVI done\n");
   why.clear();
   return std::unique_ptr<VideoReader>(new VideoReader(std::move(parts)));

@@ -18,6 +18,7 @@ using namespace ffmpeg;
 namespace {
 
 constexpr int kMostSide = 16384;
+constexpr const char* kNoMemory = "There is not enough memory.";
 constexpr int kPoorestH264 = 51, kPoorestJpeg = 31;
 
 enum class Kind { Raw, H264, Lossless, Jpeg };
@@ -123,6 +124,7 @@ struct VideoWriter::Parts {
   bool choose();
   bool openCodec();
   void setQuality();
+  bool describeStream();
   bool openFile(const std::string& path);
   bool writeRaw(const uint8_t* rows, int32_t stride);
   bool writePacket();
@@ -169,7 +171,7 @@ bool VideoWriter::Parts::openCodec() {
   if (row->kind == Kind::Raw) return true;
   const AVCodec* encoder = avcodec_find_encoder_by_name(row->encoder);
   codec.reset(avcodec_alloc_context3(encoder));
-  if (!codec || !frame) return fail("There is not enough memory.");
+  if (!codec || !frame) return fail(kNoMemory);
   codec->width = wanted.width;
   codec->height = wanted.height;
   codec->pix_fmt = form;
@@ -187,7 +189,27 @@ bool VideoWriter::Parts::openCodec() {
   setQuality();
   if (avcodec_open2(codec.get(), encoder, nullptr) < 0)
     return fail(tarnvisor::format("The codec %s can't compress frames of this form.", row->label));
-  return av_frame_get_buffer(frame.get(), 0) >= 0 || fail("There is not enough memory.");
+  return av_frame_get_buffer(frame.get(), 0) >= 0 || fail(kNoMemory);
+}
+
+bool VideoWriter::Parts::describeStream() {
+  AVStream* stream = avformat_new_stream(muxer.get(), nullptr);
+  if (!stream) return fail(kNoMemory);
+  stream->time_base = {wanted.scale, wanted.rate};
+  stream->avg_frame_rate = {wanted.rate, wanted.scale};
+  AVCodecParameters& told = *stream->codecpar;
+  if (codec) {
+    if (avcodec_parameters_from_context(&told, codec.get()) < 0) return fail(kNoMemory);
+    if (row->kind == Kind::H264) told.codec_tag = MKTAG('H', '2', '6', '4');
+    return true;
+  }
+  told.codec_type = AVMEDIA_TYPE_VIDEO;
+  told.codec_id = AV_CODEC_ID_RAWVIDEO;
+  told.width = wanted.width;
+  told.height = wanted.height;
+  told.format = form;
+  told.bits_per_coded_sample = wanted.colour ? 24 : 8;
+  return true;
 }
 
 bool VideoWriter::Parts::openFile(const std::string& path) {
@@ -197,28 +219,13 @@ bool VideoWriter::Parts::openFile(const std::string& path) {
                                    nullptr, &OutputFile::write, &OutputFile::seek));
   AVFormatContext* raw = nullptr;
   if (!context || !packet || avformat_alloc_output_context2(&raw, nullptr, "avi", nullptr) < 0)
-    return fail("There is not enough memory.");
+    return fail(kNoMemory);
   muxer.reset(raw);
   context->direct = 1;
   muxer->pb = context.get();
   muxer->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT;
   muxer->flush_packets = 1;
-  AVStream* stream = avformat_new_stream(muxer.get(), nullptr);
-  if (!stream) return fail("There is not enough memory.");
-  stream->time_base = {wanted.scale, wanted.rate};
-  stream->avg_frame_rate = {wanted.rate, wanted.scale};
-  AVCodecParameters& told = *stream->codecpar;
-  if (codec) {
-    if (avcodec_parameters_from_context(&told, codec.get()) < 0) return fail("There is not enough memory.");
-    if (row->kind == Kind::H264) told.codec_tag = MKTAG('H', '2', '6', '4');
-  } else {
-    told.codec_type = AVMEDIA_TYPE_VIDEO;
-    told.codec_id = AV_CODEC_ID_RAWVIDEO;
-    told.width = wanted.width;
-    told.height = wanted.height;
-    told.format = form;
-    told.bits_per_coded_sample = wanted.colour ? 24 : 8;
-  }
+  if (!describeStream()) return false;
   AVDictionary* options = nullptr;
   if (!codec) av_dict_set(&options, "flipped_raw_rgb", "1", 0);  // the classic form, the lowest row first
   const int begun = avformat_write_header(muxer.get(), &options);
@@ -244,7 +251,7 @@ bool VideoWriter::Parts::writePacket() {
 bool VideoWriter::Parts::writeRaw(const uint8_t* rows, int32_t stride) {
   const int32_t rowBytes = wanted.width * (wanted.colour ? 3 : 1);
   const int32_t pitch = (rowBytes + 3) / 4 * 4;
-  if (av_new_packet(packet.get(), pitch * wanted.height) < 0) return fail("There is not enough memory.");
+  if (av_new_packet(packet.get(), pitch * wanted.height) < 0) return fail(kNoMemory);
   for (int32_t y = 0; y < wanted.height; ++y) {
     uint8_t* to = packet->data + ptrdiff_t{pitch} * (wanted.height - 1 - y);
     std::memcpy(to, rows + ptrdiff_t{stride} * y, static_cast<size_t>(rowBytes));
@@ -252,7 +259,7 @@ bool VideoWriter::Parts::writeRaw(const uint8_t* rows, int32_t stride) {
   }
   if (!wanted.colour && taken == 0) {
     uint8_t* palette = av_packet_new_side_data(packet.get(), AV_PKT_DATA_PALETTE, AVPALETTE_SIZE);
-    if (!palette) return fail("There is not enough memory.");
+    if (!palette) return fail(kNoMemory);
     for (uint32_t level = 0; level < AVPALETTE_COUNT; ++level) {
       const uint32_t entry = 0xFF000000u | level * 0x010101u;
       std::memcpy(palette + 4 * level, &entry, sizeof entry);

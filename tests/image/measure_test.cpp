@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "base/numbers.h"
 #include "image/accumulate.h"
 #include "image/kernels.h"
 #include "image/palette.h"
@@ -48,10 +49,36 @@ TEST(FastLoops, giveTheBitsOfPlainOnes) {
     kernels::mapRow(mapped.row(0) + 1, length, table.row(0));
     kernels::plain::mapRow(a.row(0) + 1, length, table.row(0));
     EXPECT_EQ(pixelsOf(mapped), pixelsOf(a)) << length;
+    const uint16_t weights[] = {60000, 19595, 40000};  // their sum runs over a byte
+    CZZimage quick(static_cast<int32_t>(length / 3) + 1, 1), slow;
+    slow.copyImage(quick);
+    kernels::weighTriples(a.row(0) + 1, length / 3, weights, quick.row(0));
+    kernels::plain::weighTriples(a.row(0) + 1, length / 3, weights, slow.row(0));
+    EXPECT_EQ(pixelsOf(quick), pixelsOf(slow)) << length;
   }
   // The sum's lanes are emptied before they can run over.
   const std::vector<uint8_t> white(2'000'000, 255), black(white.size(), 0);
   EXPECT_EQ(kernels::squaredDifferenceSum(white.data(), black.data(), white.size()), 65025ull * white.size());
+}
+
+TEST(GreyOfColours, isTheSameWithAndWithoutTheFastLoop) {
+  CZZimage colours(3 * 5000, 1);
+  fillRandom(colours, 3);
+  for (const GreyWeights& weights :
+       {GreyWeights{}, GreyWeights{0.29, 0.57, 0.14}, GreyWeights{0.25, 0.5, 0.25},
+        GreyWeights{1.0, -0.5, 0.1}, GreyWeights{3.7, 1e300, 0.001}}) {
+    greyWeights = weights;
+    std::vector<uint8_t> grey(5000);
+    greyRow(colours.row(0), 3, grey.size(), grey.data());
+    for (size_t x = 0; x < grey.size(); ++x) {
+      const uint8_t* p = colours.row(0) + 3 * x;
+      auto level = static_cast<uint8_t>(truncated(p[0] * weights.red));
+      level = static_cast<uint8_t>(truncated(level + p[1] * weights.blue));
+      level = static_cast<uint8_t>(truncated(level + p[2] * weights.green));
+      ASSERT_EQ(grey[x], level) << weights.red << " pixel " << x;
+    }
+  }
+  resetPaletteSettings();
 }
 
 TEST(Statistics, aNewMinimumIsNotLookedAtForTheMaximum) {

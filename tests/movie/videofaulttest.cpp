@@ -359,6 +359,26 @@ TEST_F(VideoFaults, AChoiceThatCannotBeWrittenSaysWhy) {
   EXPECT_TRUE(report.ends_with("trying ICLocate:failed\n"));
 }
 
+TEST_F(VideoFaults, AFileClosedAtOnceIsAMovieWithoutFrames) {
+  for (const char* codec : {"DIB ", "FFV1"}) {
+    const auto reader = openVideo(numbered("none.avi", 0, codec));
+    ASSERT_TRUE(reader);
+    EXPECT_EQ(reader->frames(), 0);
+    EXPECT_TRUE(greyOf(*reader, 0).empty());
+  }
+}
+
+TEST_F(VideoFaults, GreyTriplesInAColourFileComeBackAsTheirLevels) {
+  Bytes triples, levels = barred(0x5A5A, kWidth, kHeight);
+  for (const uint8_t level : levels) triples.insert(triples.end(), 3, level);
+  std::string why;
+  auto writer = VideoWriter::create(
+      folder.file("t.avi"), {.width = kWidth, .height = kHeight, .colour = true, .codec = "x264"}, why);
+  if (!writer) GTEST_SKIP() << why;
+  ASSERT_TRUE(writer->write(triples.data(), kWidth * 3) && writer->close());
+  EXPECT_EQ(greyOf(*openVideo(folder.file("t.avi")), 0), levels);
+}
+
 TEST_F(VideoFaults, LowerQualityMakesSmallerFilesAndTheBestLosesNoLevel) {
   uintmax_t before = UINTMAX_MAX;
   for (const int32_t quality : {100, 60, 20}) {
