@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <new>
 #include <numeric>
 
@@ -15,6 +16,7 @@ namespace tarnvisor {
 
 constexpr int64_t kMostCanvas = int64_t{1} << 28;  // pixels
 constexpr int64_t kLeastRows = 16;                 // for a thread
+constexpr int64_t kMostSums = int64_t{1} << 24;    // that a thread keeps
 
 // A frame on a canvas: where its first pixel lies, in the canvas's own pixels and rows.
 struct CZZMovie::Placement {
@@ -163,11 +165,13 @@ void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, in
 }
 
 void CZZMovie::averageOf(CZZimage& image, const std::vector<Placement>& placed) {
-  const bool inPieces = memory || readsRows();
-  if (!inPieces) return sumRows(image, placed, 0, image.height);
-  // Each thread walks all frames for its own rows, so that the file is read in its order.
+  if (!memory && !readsRows()) return sumRows(image, placed, 0, image.height);
+  // Each thread walks all frames for its own rows, so that the file is read in its order. Only a canvas far
+  // larger than a frame is walked in bands, for the memory of the sums.
+  const int64_t band = std::max<int64_t>(kLeastRows, kMostSums / image.rowBytes);
   parallelFor(image.height, kLeastRows, [&](int64_t begin, int64_t end) {
-    sumRows(image, placed, static_cast<int32_t>(begin), static_cast<int32_t>(end));
+    for (int64_t from = begin; from < end; from += band)
+      sumRows(image, placed, static_cast<int32_t>(from), static_cast<int32_t>(std::min(end, from + band)));
   });
 }
 
@@ -208,21 +212,21 @@ bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32
   }
   const int32_t height = holder.frameHeight();
   const int64_t stepX = std::max(1, holder.width / 2), stepY = std::max(1, height / 2);
+  // From the canvas's corner on, but only while it is below the room for movement as such: it has always been
+  // so. An origin on an edge lies in no cell.
+  std::map<std::pair<int64_t, int64_t>, size_t> best;
+  for (size_t i = 0; i < all.size(); ++i) {
+    const FrameRecord& record = recordOf(all[i].index);
+    const int64_t right = record.xOrigin - extents.x, down = record.yOrigin - extents.y;
+    const bool onEdge = right % stepX == 0 || down % stepY == 0;
+    const bool walked = record.xOrigin - right % stepX < extents.width - holder.width &&
+                        record.yOrigin - down % stepY < extents.height - height;
+    if (onEdge || !walked || !(focus[i] > 0.0)) continue;
+    const auto [cell, isFirst] = best.try_emplace({down / stepY, right / stepX}, i);
+    if (!isFirst && focus[i] > focus[cell->second]) cell->second = i;
+  }
   std::vector<Placement> sharpest;
-  for (int64_t y = extents.y; y < extents.height - height; y += stepY)
-    for (int64_t x = extents.x; x < extents.width - holder.width; x += stepX) {
-      double best = 0.0;
-      const Placement* chosen = nullptr;
-      for (size_t i = 0; i < all.size(); ++i) {
-        const FrameRecord& record = recordOf(all[i].index);
-        const bool inside = record.xOrigin > x && record.xOrigin < x + stepX && record.yOrigin > y &&
-                            record.yOrigin < y + stepY;
-        if (!inside || !(focus[i] > best)) continue;
-        best = focus[i];
-        chosen = &all[i];
-      }
-      if (chosen) sharpest.push_back(*chosen);
-    }
+  for (const auto& [cell, i] : best) sharpest.push_back(all[i]);
   averageOf(image, sharpest);
   return true;
 }
