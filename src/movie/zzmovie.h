@@ -177,16 +177,17 @@ class CZZMovie {
   void keepRecord(int32_t slot, const CZZimage& image);
   bool openFile(const std::string& name);
   bool openVideo(const std::string& name);
-  bool reopen(const std::string& name);
   void takeRateOfSource();
   void writeRecorded();
   void finishRecordedFile();
   std::string freeName() const;
   void writeProcessed();
   bool beginOutput(const std::string& name, const CZZimage& form);
+  bool fillOutput(int32_t n, const MakeFrame& make);
   bool takeOutput();
   bool copyOrRename(const std::string& name);
   bool writeMissingTrailer();
+  bool rewriteInOrder();
   struct Placement;
   std::vector<Placement> placements(const Range& range, const Extents& extents);
   bool prepareCanvas(CZZimage& image, const Extents& extents);

@@ -87,6 +87,8 @@ int32_t CZZMovie::addFrame(const CZZimage& image, int32_t field, bool advance) {
 void CZZMovie::writeRecorded() {
   if (mode == kRecordingFile) {
     try {
+      // What was in the slot is lost from here on, and what comes isn't there before it is whole.
+      if (wrapped) writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, true);
       file->write(frame.pixels, static_cast<size_t>(frameBytes), dataOffset + frameBytes * current);
     } catch (const ArchiveException&) {
       // Without the part of a frame, so that the disc has room for the end.
@@ -111,7 +113,7 @@ int32_t CZZMovie::nextSlot() {
   // The file has its full length from here on, so that its end can tell the order even if the recording is
   // cut off.
   if (wrapped && !full && mode == kRecordingFile)
-    writeTrailer(*file, dataOffset + frameBytes * slots, count, oldest);
+    writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, false);
   return full ? -1 : count;
 }
 
@@ -129,9 +131,14 @@ void CZZMovie::stopRecording() {
   const bool was = wrapped != 0;
   if (mode == kRecordingFile || mode == kRecordingAvi) {
     FrameTable table = std::move(frameTable);
-    const std::string name = fileName;
+    std::string name = fileName;
+    if (output) {
+      name = output->close();  // beside the wanted one after a failure, none without frames
+      if (output->failed()) logPrintf("closing %s: %s\n", fileName.c_str(), output->why().c_str());
+      output.reset();
+    }
     close();
-    if (open(name)) adoptTable(std::move(table));
+    if (!name.empty() && open(name)) adoptTable(std::move(table));
   } else if (mode == kMemory) {
     modified = 1;
   }
