@@ -123,6 +123,7 @@ void CZZMovie::abandonProcessing() {
   if (!output || recording) return;
   output->discard();
   output.reset();
+  isShown = false;  // what is in the image is the pass's
 }
 
 bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make) {

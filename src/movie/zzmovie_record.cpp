@@ -22,11 +22,11 @@ void CZZMovie::takeRateOfSource() {
 bool CZZMovie::record(int32_t frames, const std::string& name, int32_t x, int32_t y, int32_t width,
                       int32_t height, bool fromCamera) {
   logPrintf("CZZMovie::Record.......\n");
-  if (width < 1 || height < 1) {
+  const int32_t columns = width / 4 * 4;
+  if (columns < 1 || height < 1) {
     logPrintf("negative size!w=%i,h=%i\n", width, height);
     return false;
   }
-  const int32_t columns = width / 4 * 4;
   int32_t wanted = kMemory;
   if (!name.empty()) wanted = compressoutput ? kRecordingAvi : kRecordingFile;
   if (wanted != mode || recording) close();
