@@ -73,23 +73,44 @@ bool CZZMovie::record(int32_t frames, const std::string& name, int32_t x, int32_
   return true;
 }
 
-// One copy and one write; nothing is allocated.
-int32_t CZZMovie::addFrame(const CZZimage& image, int32_t field, bool advance) {
-  if (!recording || full) return -1;
-  frame.extractfrom(image, field);
+// Whole rows of the file's own width go there as they are, without a copy in between.
+void CZZMovie::takeFrame(const CZZimage& image, int32_t field) {
+  const bool skipsRows = !image.isField() && (field == 1 || field == 2);
+  pixelsInFile = mode == kRecordingFile && !skipsRows && image.colourset == frame.colourset &&
+                 image.width == frame.width && image.height == frame.height && image.stride == frame.stride &&
+                 image.pixels;
+  if (pixelsInFile) {
+    frame.frameNumber = image.frameNumber;
+    frame.interlace = field;
+    frame.tag[1] = image.tag[0];
+  } else {
+    frame.extractfrom(image, field);
+  }
   frame.xOrigin = image.xOrigin;
   frame.setYOrigin(image.frameOrigin().y);
-  writeRecorded();
+}
+
+void CZZMovie::readBack() {
+  pixelsInFile = false;
+  if (file) (void)file->read(holder.pixels, static_cast<size_t>(frameBytes), lastWritten);
+}
+
+// At most one copy, and one write; nothing is allocated.
+int32_t CZZMovie::addFrame(const CZZimage& image, int32_t field, bool advance) {
+  if (!recording || full) return -1;
+  takeFrame(image, field);
+  writeRecorded(pixelsInFile ? image : frame);
   keepRecord(current, frame);
   return advance ? nextSlot() : count;
 }
 
-void CZZMovie::writeRecorded() {
+void CZZMovie::writeRecorded(const CZZimage& image) {
   if (mode == kRecordingFile) {
     try {
       // What was in the slot is lost from here on, and what comes isn't there before it is whole.
       if (wrapped) writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, true);
-      file->write(frame.pixels, static_cast<size_t>(frameBytes), dataOffset + frameBytes * current);
+      lastWritten = dataOffset + frameBytes * current;
+      file->write(image.pixels, static_cast<size_t>(frameBytes), lastWritten);
     } catch (const ArchiveException&) {
       // Without the part of a frame, so that the disc has room for the end.
       if (!wrapped) (void)file->cutTo(dataOffset + frameBytes * current);

@@ -66,6 +66,7 @@ TEST_F(MovieTest, AFrameStaysInItsSlotUntilToldToAdvance) {
   for (int32_t number = 0; number < 4; ++number) {
     paint(image, number);
     EXPECT_EQ(movie.addFrame(image, 0, false), 0);
+    EXPECT_EQ(exactNumber(movie.image()), number);
   }
   EXPECT_EQ(movie.nextSlot(), 1);
   EXPECT_FALSE(movie.save(folder.file("b.avi")));  // not while it goes on
