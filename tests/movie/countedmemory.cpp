@@ -22,5 +22,6 @@ void* operator new(size_t bytes) {
   if (void* block = std::malloc(bytes ? bytes : 1)) return block;
   throw std::bad_alloc();
 }
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept { return std::malloc(bytes ? bytes : 1); }
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, size_t) noexcept { std::free(block); }
