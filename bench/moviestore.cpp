@@ -1,5 +1,5 @@
 // The movie store beside the plain calls that it can't do without: each benchmark does both in turn, in the
-// same run, and prints the ratio of their medians.
+// same run, and prints the ratio of their quickest.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -36,11 +36,9 @@ class Folder {
   std::string path;
 };
 
-double medianMs(std::vector<double>& seconds) {
-  if (seconds.empty()) return 0;
-  std::nth_element(seconds.begin(), seconds.begin() + static_cast<ptrdiff_t>(seconds.size() / 2),
-                   seconds.end());
-  return 1000 * seconds[seconds.size() / 2];
+// The quickest: other programs only ever add to it.
+double bestMs(const std::vector<double>& seconds) {
+  return seconds.empty() ? 0 : 1000 * *std::min_element(seconds.begin(), seconds.end());
 }
 
 void race(benchmark::State& state, const std::function<void()>& store, const std::function<void()>& plain) {
@@ -57,7 +55,7 @@ void race(benchmark::State& state, const std::function<void()>& store, const std
     theirs.push_back(timed(plain));
     if (!first) ours.push_back(timed(store));
   }
-  const double store_ms = medianMs(ours), plain_ms = medianMs(theirs);
+  const double store_ms = bestMs(ours), plain_ms = bestMs(theirs);
   state.counters["store_ms"] = store_ms;
   state.counters["plain_ms"] = plain_ms;
   state.counters["ratio"] = plain_ms > 0 ? store_ms / plain_ms : 0;
@@ -174,7 +172,7 @@ BENCHMARK(averageOfAThousand)
     ->Arg(1)
     ->Arg(0)
     ->ArgName("threads")
-    ->Iterations(5)
+    ->Iterations(15)
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace

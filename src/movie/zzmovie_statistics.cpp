@@ -7,6 +7,7 @@
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "image/accumulate.h"
+#include "movie/bytesums.h"
 #include "movie/moviefile.h"
 #include "movie/videoreader.h"
 #include "movie/zzmovie.h"
@@ -72,8 +73,7 @@ class ByteSums {
   explicit ByteSums(size_t places) : few(places), all(places) {}
 
   void add(const uint8_t* bytes, size_t count, size_t at) {
-    uint16_t* to = few.data() + at;
-    for (size_t i = 0; i < count; ++i) to[i] = static_cast<uint16_t>(to[i] + bytes[i]);
+    kernels::addBytes(bytes, count, few.data() + at);
   }
   void endOfFrame() {
     if (++frames % 256 == 0) collect();
@@ -121,6 +121,17 @@ class Coverage {
   int32_t row = 0;
 };
 
+void writeMeans(CZZimage& image, int32_t from, int32_t to, ByteSums& sums, Coverage& coverage) {
+  const uint32_t* sum = sums.sums().data();
+  for (int32_t y = from; y < to; ++y) {
+    const int32_t* frames = coverage.nextRow();
+    uint8_t* out = image.row(y);
+    for (int32_t x = 0; x < image.width; ++x)
+      for (int32_t channel = 0; channel < image.bytesPerPixel; ++channel, ++sum)
+        *out++ = frames[x] ? static_cast<uint8_t>(*sum / static_cast<uint32_t>(frames[x])) : uint8_t{0};
+  }
+}
+
 }  // namespace
 
 // The mean in the canvas's rows from `from` to `to`.
@@ -129,6 +140,8 @@ void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, in
   ByteSums sums(canvasBytes * static_cast<size_t>(to - from));
   Coverage coverage(image.width, to - from);
   const bool plainFile = readsRows();
+  // Rows that follow each other in the frame as on the canvas.
+  const bool asWhole = image.rowBytes == holder.rowBytes && holder.stride == holder.rowBytes;
   std::vector<uint8_t> block;
   CZZimage whole;
   for (const Placement& p : placed) {
@@ -147,21 +160,18 @@ void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, in
       getImage(p.index, whole);
       rows = whole.row(top - p.y);
     }
-    for (int32_t y = top; y < bottom; ++y)
-      sums.add(rows + int64_t{y - top} * holder.stride, static_cast<size_t>(holder.rowBytes),
-               canvasBytes * static_cast<size_t>(y - from) +
-                   static_cast<size_t>(p.x) * static_cast<size_t>(image.bytesPerPixel));
+    if (asWhole)
+      sums.add(rows, canvasBytes * static_cast<size_t>(bottom - top),
+               canvasBytes * static_cast<size_t>(top - from));
+    else
+      for (int32_t y = top; y < bottom; ++y)
+        sums.add(rows + int64_t{y - top} * holder.stride, static_cast<size_t>(holder.rowBytes),
+                 canvasBytes * static_cast<size_t>(y - from) +
+                     static_cast<size_t>(p.x) * static_cast<size_t>(image.bytesPerPixel));
     coverage.add(p.x, holder.width, top - from, bottom - from);
     sums.endOfFrame();
   }
-  const uint32_t* sum = sums.sums().data();
-  for (int32_t y = from; y < to; ++y) {
-    const int32_t* frames = coverage.nextRow();
-    uint8_t* out = image.row(y);
-    for (int32_t x = 0; x < image.width; ++x)
-      for (int32_t channel = 0; channel < image.bytesPerPixel; ++channel, ++sum)
-        *out++ = frames[x] ? static_cast<uint8_t>(*sum / static_cast<uint32_t>(frames[x])) : uint8_t{0};
-  }
+  writeMeans(image, from, to, sums, coverage);
 }
 
 void CZZMovie::averageOf(CZZimage& image, const std::vector<Placement>& placed) {

@@ -1,6 +1,7 @@
 // Means, deviations and the sharpest of a movie's frames, held to plain loops.
 #include "base/parallel.h"
 #include "image/accumulate.h"
+#include "movie/bytesums.h"
 #include "movietests.h"
 
 namespace tarnvisor {
@@ -113,6 +114,20 @@ TEST_F(MovieStatistics, TheMeanOfOtherFilesIsTheSame) {
   ASSERT_TRUE(movie.open(folder.file("a.avi")));
   for (int32_t i = 0; i < 6; ++i) movie.setOrigin(i, kMoved[static_cast<size_t>(i)]);
   expectMeans(movie);
+}
+
+TEST(ByteSums, WideVectorsAddAsThePlainLoopDoes) {
+  std::mt19937 random(5);
+  for (size_t count = 0; count < 140; ++count) {
+    Bytes bytes(count + 1);
+    std::vector<uint16_t> wide(count + 2, 65000), plain = wide;
+    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+    for (int times = 0; times < 3; ++times) {
+      kernels::addBytes(bytes.data() + 1, count, wide.data() + 1);
+      kernels::plain::addBytes(bytes.data() + 1, count, plain.data() + 1);
+    }
+    ASSERT_EQ(wide, plain) << count;
+  }
 }
 
 TEST_F(MovieStatistics, ManyBrightFramesDontOverflow) {
