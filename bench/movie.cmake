@@ -7,3 +7,5 @@ if(OpenCV_FOUND)
   target_link_libraries(bench_videofile PRIVATE ${OpenCV_LIBS})
   target_compile_definitions(bench_videofile PRIVATE HAS_OPENCV)
 endif()
+# The movie store beside plain reads, writes and copies.
+bench_program(bench_moviestore SOURCES moviestore.cpp DEPENDS movie)

@@ -1,1 +1,2 @@
 fuzz_target(videofile DEPENDS videofile)
+fuzz_target(mve DEPENDS movie)

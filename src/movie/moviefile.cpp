@@ -26,8 +26,9 @@ std::unique_ptr<MovieFile> MovieFile::open(const std::string& path, Access acces
   if (descriptor < 0) return nullptr;
   std::unique_ptr<MovieFile> file(new MovieFile(descriptor, writable));
   struct stat facts {};
-  if (::fstat(descriptor, &facts) != 0 || !S_ISREG(facts.st_mode)) return nullptr;
-  return file;
+  if (::fstat(descriptor, &facts) == 0 && S_ISREG(facts.st_mode)) return file;
+  errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
+  return nullptr;
 }
 
 MovieFile::~MovieFile() { ::close(descriptor); }
@@ -65,8 +66,23 @@ bool MovieFile::flushToDisc() { return ::fdatasync(descriptor) == 0; }
 
 namespace {
 
-// Trailing bytes that tell of no more than the file holds. A file whose writer was cut off ends in pixels,
-// and then its length is no whole number of frames and a trailer.
+// A movie of more frames is none: its table alone would take gigabytes.
+constexpr int64_t kMostFrames = int64_t{1} << 24;
+
+// Of a ring whose recording was cut off.
+bool takeOpenTrailer(int32_t count, int32_t oldest, int64_t held, MovieLayout& layout) {
+  const bool overwriting = count < 0;
+  if (overwriting) count = ~count;
+  oldest = ~oldest;
+  if (count != held || oldest >= count) return false;
+  layout.cutOff = layout.wrapped = true;
+  layout.count = overwriting ? count - 1 : count;
+  layout.oldest = overwriting ? (oldest + 1) % count : oldest;
+  return true;
+}
+
+// Trailing bytes that tell of no more than the file holds, but of something. A file whose writer was cut off
+// ends in pixels, and then its length is no whole number of frames and a trailer.
 bool readTrailer(const MovieFile& file, int64_t size, MovieLayout& layout) {
   std::array<uint8_t, MovieLayout::kTrailerBytes> bytes;
   const int64_t frames = size - layout.dataOffset - MovieLayout::kTrailerBytes;
@@ -74,9 +90,12 @@ bool readTrailer(const MovieFile& file, int64_t size, MovieLayout& layout) {
   if (file.read(bytes.data(), bytes.size(), size - MovieLayout::kTrailerBytes) != bytes.size()) return false;
   const auto count = getLittle<int32_t>(bytes.data());
   const auto oldest = getLittle<int32_t>(bytes.data() + 4);
-  if (count < 0 || count > frames / layout.frameBytes || oldest < 0 || oldest > count) return false;
-  layout.count = count;
+  const int64_t held = frames / layout.frameBytes;
+  if (oldest < 0) return takeOpenTrailer(count, oldest, held, layout);
+  if (count < 1 || count > held || oldest > count) return false;
+  layout.slots = layout.count = count;
   layout.oldest = oldest;
+  layout.wrapped = count != oldest;
   return true;
 }
 
@@ -94,7 +113,7 @@ bool readLayout(const MovieFile& file, MovieLayout& layout) {
   std::array<uint8_t, 4> word;
   if (file.read(word.data(), word.size(), 0) != word.size()) return false;
   const auto signature = getLittle<int32_t>(word.data());
-  if (signature < MovieLayout::kSignature || !readFrameHeader(file, 4, layout.form)) return false;
+  if (!readFrameHeader(file, 4, layout.form)) return false;
   const ZzgHeader& form = layout.form;
   const int64_t stride = CZZimage::strideFor(form.width, form.bytesPerPixel());
   layout.perFrameHeaders = signature >= MovieLayout::kPerFrameForm;
@@ -103,18 +122,17 @@ bool readLayout(const MovieFile& file, MovieLayout& layout) {
   layout.frameBytes = layout.perFrameHeaders
                           ? form.fileBytes + int64_t{form.width} * form.bytesPerPixel() * form.height
                           : stride * form.height;
-  if (form.width < 1 || form.height < 1 || layout.frameBytes > size - layout.dataOffset) return false;
-  const auto held =
-      static_cast<int32_t>(std::min<int64_t>((size - layout.dataOffset) / layout.frameBytes, INT32_MAX));
-  if (signature >= 0) {
-    layout.count = layout.oldest = std::min(signature, held);
-    return layout.count > 0;
-  }
-  if (readTrailer(file, size, layout)) return layout.count > 0;
-  layout.cutOff = true;
-  layout.count = held;
-  layout.oldest = held;
-  return true;
+  if (form.width < 1 || form.height < 1 || form.height > INT32_MAX / 2 ||
+      layout.frameBytes > size - layout.dataOffset)
+    return false;
+  const int64_t places = (size - layout.dataOffset) / layout.frameBytes;
+  if (places > kMostFrames) return false;
+  const auto held = static_cast<int32_t>(places);
+  layout.slots = held;
+  if (signature < 0 && readTrailer(file, size, layout)) return layout.count > 0;
+  layout.cutOff = signature < 0;
+  layout.slots = layout.count = layout.oldest = signature < 0 ? held : std::min(signature, held);
+  return layout.count > 0;
 }
 
 void writeMovieStart(MovieFile& file, const CZZimage& form) {
@@ -129,6 +147,10 @@ void writeTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest) {
   putLittle(bytes.data(), count);
   putLittle(bytes.data() + 4, oldest);
   file.write(bytes.data(), bytes.size(), end);
+}
+
+void writeOpenTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest, bool overwriting) {
+  writeTrailer(file, end, overwriting ? ~count : count, ~oldest);
 }
 
 }  // namespace tarnvisor

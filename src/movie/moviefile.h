@@ -43,8 +43,10 @@ struct MovieLayout {
   static constexpr int64_t kTrailerBytes = 8;
 
   ZzgHeader form;  // of the first frame
-  int32_t count = 0;
-  int32_t oldest = 0;
+  int32_t slots = 0;
+  int32_t count = 0;   // one less than the slots where one was cut off while it was overwritten
+  int32_t oldest = 0;  // slot of the first frame of a ring; the count otherwise
+  bool wrapped = false;
   int64_t frameBytes = 0;  // of one frame on disc, its own header included where it has one
   int64_t dataOffset = 0;
   bool perFrameHeaders = false;
@@ -59,6 +61,10 @@ bool readLayout(const MovieFile& file, MovieLayout& layout);
 void writeMovieStart(MovieFile& file, const CZZimage& form);
 // The trailer after `count` frames, where the file then ends; throws ArchiveException.
 void writeTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest);
+// The trailer of a ring whose recording goes on: `oldest` is the next slot to be overwritten, or is just
+// being overwritten. Both words of a closed movie are positive, so a reader knows a ring that was cut off
+// from it.
+void writeOpenTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest, bool overwriting);
 // The header of a frame that carries its own; false when there is none.
 bool readFrameHeader(const MovieFile& file, int64_t at, ZzgHeader& header);
 

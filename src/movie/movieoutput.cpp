@@ -114,6 +114,13 @@ bool MovieOutput::appendCompressed(CZZimage& image) {
   return false;
 }
 
+void MovieOutput::discard() {
+  if (video) (void)video->close();
+  video.reset();
+  file.reset();
+  std::remove(path.c_str());
+}
+
 std::string MovieOutput::close() {
   if (video) {
     if (!video->close() && trouble.empty()) trouble = video->why();

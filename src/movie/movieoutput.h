@@ -25,6 +25,8 @@ class MovieOutput {
   // Trailer or index. The name of the file that now holds the frames, or empty when there are none: after a
   // failure the one written beside, if the wanted name was taken.
   std::string close();
+  // Ends it without its file; one that had the wanted name stays.
+  void discard();
   int32_t written() const { return count; }
   bool failed() const { return !trouble.empty(); }
   const std::string& why() const { return trouble; }

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <string_view>
 
 namespace tarnvisor {
 
@@ -10,21 +11,43 @@ namespace {
 // Tags within tags within tags: deeper ones stay text.
 constexpr int32_t kDeepest = 32;
 
-bool linesOf(std::string text, std::string& output, int32_t depth) {
-  std::string value;
+bool drop(std::string_view& text, std::string_view& value, std::string_view why) {
+  text = {};
+  value = why;
+  return false;
+}
+
+bool nextTag(std::string_view& text, std::string& output, int32_t depth, std::string_view& value) {
+  const size_t open = text.find('<');
+  const size_t close = text.find('>', open);
+  if (open == text.npos || close == text.npos) return drop(text, value, "bad xml tag (missing >)");
+  const std::string_view tag = text.substr(open + 1, close - open - 1);
+  if (tag.ends_with('/')) {
+    text.remove_prefix(close + 1);
+    value = {};
+    return true;
+  }
+  const size_t blank = tag.find(' ');
+  const std::string_view name = tag.substr(0, blank);
+  output.append("\n").append(2 * static_cast<size_t>(depth), ' ').append(name);
+  output += blank == tag.npos ? "=" : tag.substr(blank);
+  const std::string ending = "</" + std::string(name) + ">";
+  const size_t end = text.find(ending, close + 1);
+  if (end == text.npos) return drop(text, value, "missing end tag");
+  value = text.substr(close + 1, end - close - 1);
+  text.remove_prefix(end + ending.size());
+  return true;
+}
+
+bool linesOf(std::string_view text, std::string& output, int32_t depth) {
+  std::string_view value;
   bool any = false;
   if (depth > kDeepest) return false;
-  while (xmlNext(text, output, depth, value)) {
+  while (nextTag(text, output, depth, value)) {
     any = true;
     if (!linesOf(value, output, depth + 1)) output += value;
   }
   return any;
-}
-
-bool drop(std::string& text, std::string& value, const char* why) {
-  text.clear();
-  value = why;
-  return false;
 }
 
 // Where the number after a key begins; null without the key.
@@ -39,30 +62,15 @@ const char* after(const std::string& text, const std::string& key) {
 
 bool xmlToText(const std::string& input, std::string& output) {
   const size_t mark = input.find("?>");
-  return linesOf(mark == std::string::npos ? input : input.substr(mark + 2), output, 0);
+  return linesOf(std::string_view(input).substr(mark == std::string::npos ? 0 : mark + 2), output, 0);
 }
 
 bool xmlNext(std::string& text, std::string& output, int32_t depth, std::string& value) {
-  const size_t open = text.find('<');
-  if (open == std::string::npos) return drop(text, value, "");
-  const size_t close = text.find('>', open);
-  if (close == std::string::npos) return drop(text, value, "bad xml tag (missing >)");
-  const std::string tag = text.substr(open + 1, close - open - 1);
-  if (!tag.empty() && tag.back() == '/') {
-    text.erase(0, close + 1);
-    value.clear();
-    return true;
-  }
-  const size_t blank = tag.find(' ');
-  const std::string name = tag.substr(0, blank);
-  output += "\n" + std::string(2 * static_cast<size_t>(depth), ' ') + name;
-  output += blank == std::string::npos ? "=" : tag.substr(blank);
-  const std::string ending = "</" + name + ">";
-  const size_t end = text.find(ending, close + 1);
-  if (end == std::string::npos) return drop(text, value, "missing end tag");
-  value = text.substr(close + 1, end - close - 1);
-  text.erase(0, end + ending.size());
-  return true;
+  std::string_view rest = text, found;
+  const bool any = nextTag(rest, output, depth, found);
+  value = found;
+  text.erase(0, text.size() - rest.size());
+  return any;
 }
 
 bool xmlInt(const std::string& text, const std::string& key, int32_t& value) {

@@ -111,6 +111,7 @@ CZZimage& CZZMovie::frameAt(int32_t wanted) {
   if (passing && index == current && isShown) return frame;
   if (passing) writeProcessed();
   current = index;
+  pixelsInFile = false;
   isShown = count > 0;
   if (!isShown) return frame;
   if (memory)
@@ -240,7 +241,7 @@ void CZZMovie::close() {
   mode = kClosed;
   count = current = oldest = perFrameHeaders = modified = recovered = 0;
   wrapped = 0;
-  recording = full = isShown = false;
+  recording = full = isShown = pixelsInFile = false;
 }
 
 }  // namespace tarnvisor

@@ -60,7 +60,10 @@ class CZZMovie {
   void adoptTable(FrameTable table);
   // Puts a frame's origin into its record, and into the image shown when it is that.
   void setOrigin(int32_t index, Point frameOrigin);
-  CZZimage& image() { return frame; }
+  CZZimage& image() {
+    if (pixelsInFile) readBack();
+    return frame;
+  }
   bool isOpen() const { return mode != kClosed && count > 0; }
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
@@ -177,16 +180,19 @@ class CZZMovie {
   void keepRecord(int32_t slot, const CZZimage& image);
   bool openFile(const std::string& name);
   bool openVideo(const std::string& name);
-  bool reopen(const std::string& name);
   void takeRateOfSource();
-  void writeRecorded();
+  void takeFrame(const CZZimage& image, int32_t field);
+  void writeRecorded(const CZZimage& image);
+  void readBack();
   void finishRecordedFile();
   std::string freeName() const;
   void writeProcessed();
   bool beginOutput(const std::string& name, const CZZimage& form);
+  bool fillOutput(int32_t n, const MakeFrame& make);
   bool takeOutput();
   bool copyOrRename(const std::string& name);
   bool writeMissingTrailer();
+  bool rewriteInOrder();
   struct Placement;
   std::vector<Placement> placements(const Range& range, const Extents& extents);
   bool prepareCanvas(CZZimage& image, const Extents& extents);
@@ -199,8 +205,10 @@ class CZZMovie {
   std::unique_ptr<VideoReader> video;
   std::unique_ptr<MovieOutput> output;  // of a pass, or of a recording to AVI
   bool recording = false;
-  bool full = false;     // a recording without ring has filled its slots
-  bool isShown = false;  // `current` has been loaded
+  bool full = false;          // a recording without ring has filled its slots
+  bool isShown = false;       // `current` has been loaded
+  int64_t lastWritten = 0;    // where, in a file
+  bool pixelsInFile = false;  // those of the frame just recorded went there only
   int32_t recovered = 0;
   std::string trouble;
   std::string leftOverFile;

@@ -52,15 +52,15 @@ bool CZZMovie::openFile(const std::string& name) {
   if (!readLayout(*file, layout)) return false;
   holder.interlace = layout.form.interlace;
   const int32_t frameRows = layout.form.height * (layout.form.interlace ? 2 : 1);
-  (void)createImages(layout.count, layout.form.width, frameRows, layout.form.colourset);
-  if (slots != layout.count || holder.width != layout.form.width || holder.height != layout.form.height) {
+  (void)createImages(layout.slots, layout.form.width, frameRows, layout.form.colourset);
+  if (slots != layout.slots || holder.width != layout.form.width || holder.height != layout.form.height) {
     trouble = "There is not enough memory for a frame.";
     return false;
   }
   trouble.clear();
   count = layout.count;
   oldest = layout.oldest;
-  wrapped = count != oldest;
+  wrapped = layout.wrapped;
   frameBytes = layout.frameBytes;
   dataOffset = layout.dataOffset;
   perFrameHeaders = layout.perFrameHeaders;

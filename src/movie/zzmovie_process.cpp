@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "archive/archive.h"
 #include "base/files.h"
@@ -57,6 +59,7 @@ bool CZZMovie::processingFailed() const { return !trouble.empty() || (output && 
 // The frame shown goes to the pass's output.
 void CZZMovie::writeProcessed() {
   if (!isShown || processingFailed()) return;
+  const int32_t before = output ? output->written() : -1;
   if (processingFile) {
     try {
       processingFile->write(frame.pixels, static_cast<size_t>(frameBytes),
@@ -66,8 +69,8 @@ void CZZMovie::writeProcessed() {
       return;
     }
     keepRecord(slotOf(current), frame);
-  } else if (!output->append(frame)) {
-    return;
+  } else if (!output->append(frame) || output->written() == before) {
+    return;  // one that didn't compress has no record either
   }
   processedTable.push_back(FrameRecord::of(frame));
   ++processedCount;
@@ -91,12 +94,20 @@ bool CZZMovie::takeOutput() {
   if (made.empty() || !trouble.empty()) {
     leftOverFile = made;
     if (trouble.empty()) trouble = "no frame was written";
+    frameAt(current);  // as it is in the movie, not as the pass made it
     return false;
   }
   const int32_t oldRate = rate, oldScale = scale;
   FrameTable table = std::move(processedTable);
   const bool toAvi = isAviName(made);
-  if (!open(made)) return false;
+  const std::string before = fileName;
+  if (!open(made)) {
+    const std::string why = trouble;
+    leftOverFile = made;
+    if (!before.empty()) (void)open(before);
+    trouble = why;
+    return false;
+  }
   if (!toAvi) {
     rate = oldRate;
     scale = oldScale;
@@ -110,9 +121,9 @@ bool CZZMovie::takeOutput() {
 void CZZMovie::abandonProcessing() {
   processingFile = nullptr;
   if (!output || recording) return;
-  const std::string made = output->close();
+  output->discard();
   output.reset();
-  if (!made.empty()) std::remove(made.c_str());
+  isShown = false;  // what is in the image is the pass's
 }
 
 bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make) {
@@ -120,7 +131,10 @@ bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n,
   processedTable.clear();
   trouble.clear();
   leftOverFile.clear();
-  if (n < 1 || count < 1 || recording || !beginOutput(name, form)) return false;
+  return n > 0 && count > 0 && !recording && beginOutput(name, form) && fillOutput(n, make);
+}
+
+bool CZZMovie::fillOutput(int32_t n, const MakeFrame& make) {
   CZZimage made;
   for (int32_t k = 0; k < n && !processingFailed(); ++k) {
     if (!make(k, made)) {
@@ -128,6 +142,7 @@ bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n,
       return false;
     }
     if (!output->append(made)) break;
+    if (output->written() == processedCount) continue;
     processedTable.push_back(FrameRecord::of(made));
     ++processedCount;
   }
@@ -150,6 +165,10 @@ bool CZZMovie::save(const std::string& name, int32_t first, int32_t last) {
   const Range range = clamped(first, last);
   trouble.clear();
   bool saved = false;
+  if (recording) {  // `current` is where the next frame goes
+    logPrintf("czzmovie didn't save %s to %s\n", fileName.c_str(), name.c_str());
+    return false;
+  }
   if (mode == kMemory || range.size() != count)
     saved = saveFrames(name, range.first, range.last);
   else if (name == fileName)
@@ -164,9 +183,11 @@ bool CZZMovie::save(const std::string& name, int32_t first, int32_t last) {
 
 // What the recording had no time for.
 bool CZZMovie::writeMissingTrailer() {
+  if (count < slots) return rewriteInOrder();
   try {
     const int64_t end = dataOffset + frameBytes * count;
-    if (!file->cutTo(end)) return false;
+    if (!file->canWrite()) throw ArchiveException("the file may not be written");
+    if (!file->cutTo(end)) throw ArchiveException(std::strerror(errno));
     writeTrailer(*file, end, count, oldest);
     recovered = 0;
     return true;
@@ -174,6 +195,20 @@ bool CZZMovie::writeMissingTrailer() {
     trouble = e.what();
     return false;
   }
+}
+
+// No trailer tells of a ring that lacks the frame of a slot, so the file is made anew without that slot.
+bool CZZMovie::rewriteInOrder() {
+  processedCount = 0;
+  processedTable.clear();
+  leftOverFile.clear();
+  output = MovieOutput::create(fileName, holder, rate, scale, trouble);
+  const bool made = output && fillOutput(count, [this](int32_t k, CZZimage& image) {
+                      getImage(k, image);
+                      return true;
+                    });
+  shared = 1;
+  return made;
 }
 
 bool CZZMovie::copyOrRename(const std::string& name) {
@@ -184,6 +219,7 @@ bool CZZMovie::copyOrRename(const std::string& name) {
   }
   const bool copying = shared != 0;
   const int32_t oldRate = rate, oldScale = scale;
+  const bool cutOff = recovered != 0;
   FrameTable table = std::move(frameTable);
   close();
   logPrintf(copying ? "czzmovie::save copy %s to %s\n" : "czzmovie::save rename %s to %s\n", from.c_str(),
@@ -201,6 +237,7 @@ bool CZZMovie::copyOrRename(const std::string& name) {
     scale = oldScale;
     adoptTable(std::move(table));
     if (!done && !copying) shared = 0;
+    if (done && cutOff && !writeMissingTrailer()) return false;
   }
   if (!done) trouble = done.why();
   return done && opened;

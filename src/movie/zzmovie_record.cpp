@@ -22,11 +22,11 @@ void CZZMovie::takeRateOfSource() {
 bool CZZMovie::record(int32_t frames, const std::string& name, int32_t x, int32_t y, int32_t width,
                       int32_t height, bool fromCamera) {
   logPrintf("CZZMovie::Record.......\n");
-  if (width < 1 || height < 1) {
+  const int32_t columns = width / 4 * 4;
+  if (columns < 1 || height < 1) {
     logPrintf("negative size!w=%i,h=%i\n", width, height);
     return false;
   }
-  const int32_t columns = width / 4 * 4;
   int32_t wanted = kMemory;
   if (!name.empty()) wanted = compressoutput ? kRecordingAvi : kRecordingFile;
   if (wanted != mode || recording) close();
@@ -73,21 +73,44 @@ bool CZZMovie::record(int32_t frames, const std::string& name, int32_t x, int32_
   return true;
 }
 
-// One copy and one write; nothing is allocated.
-int32_t CZZMovie::addFrame(const CZZimage& image, int32_t field, bool advance) {
-  if (!recording || full) return -1;
-  frame.extractfrom(image, field);
+// Whole rows of the file's own width go there as they are, without a copy in between.
+void CZZMovie::takeFrame(const CZZimage& image, int32_t field) {
+  const bool skipsRows = !image.isField() && (field == 1 || field == 2);
+  pixelsInFile = mode == kRecordingFile && !skipsRows && image.colourset == frame.colourset &&
+                 image.width == frame.width && image.height == frame.height && image.stride == frame.stride &&
+                 image.pixels;
+  if (pixelsInFile) {
+    frame.frameNumber = image.frameNumber;
+    frame.interlace = field;
+    frame.tag[1] = image.tag[0];
+  } else {
+    frame.extractfrom(image, field);
+  }
   frame.xOrigin = image.xOrigin;
   frame.setYOrigin(image.frameOrigin().y);
-  writeRecorded();
+}
+
+void CZZMovie::readBack() {
+  pixelsInFile = false;
+  if (file) (void)file->read(holder.pixels, static_cast<size_t>(frameBytes), lastWritten);
+}
+
+// At most one copy, and one write; nothing is allocated.
+int32_t CZZMovie::addFrame(const CZZimage& image, int32_t field, bool advance) {
+  if (!recording || full) return -1;
+  takeFrame(image, field);
+  writeRecorded(pixelsInFile ? image : frame);
   keepRecord(current, frame);
   return advance ? nextSlot() : count;
 }
 
-void CZZMovie::writeRecorded() {
+void CZZMovie::writeRecorded(const CZZimage& image) {
   if (mode == kRecordingFile) {
     try {
-      file->write(frame.pixels, static_cast<size_t>(frameBytes), dataOffset + frameBytes * current);
+      // What was in the slot is lost from here on, and what comes isn't there before it is whole.
+      if (wrapped) writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, true);
+      lastWritten = dataOffset + frameBytes * current;
+      file->write(image.pixels, static_cast<size_t>(frameBytes), lastWritten);
     } catch (const ArchiveException&) {
       // Without the part of a frame, so that the disc has room for the end.
       if (!wrapped) (void)file->cutTo(dataOffset + frameBytes * current);
@@ -111,7 +134,7 @@ int32_t CZZMovie::nextSlot() {
   // The file has its full length from here on, so that its end can tell the order even if the recording is
   // cut off.
   if (wrapped && !full && mode == kRecordingFile)
-    writeTrailer(*file, dataOffset + frameBytes * slots, count, oldest);
+    writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, false);
   return full ? -1 : count;
 }
 
@@ -129,9 +152,14 @@ void CZZMovie::stopRecording() {
   const bool was = wrapped != 0;
   if (mode == kRecordingFile || mode == kRecordingAvi) {
     FrameTable table = std::move(frameTable);
-    const std::string name = fileName;
+    std::string name = fileName;
+    if (output) {
+      name = output->close();  // beside the wanted one after a failure, none without frames
+      if (output->failed()) logPrintf("closing %s: %s\n", fileName.c_str(), output->why().c_str());
+      output.reset();
+    }
     close();
-    if (open(name)) adoptTable(std::move(table));
+    if (!name.empty() && open(name)) adoptTable(std::move(table));
   } else if (mode == kMemory) {
     modified = 1;
   }

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <new>
 #include <numeric>
 
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "image/accumulate.h"
+#include "movie/bytesums.h"
 #include "movie/moviefile.h"
 #include "movie/videoreader.h"
 #include "movie/zzmovie.h"
@@ -15,6 +17,7 @@ namespace tarnvisor {
 
 constexpr int64_t kMostCanvas = int64_t{1} << 28;  // pixels
 constexpr int64_t kLeastRows = 16;                 // for a thread
+constexpr int64_t kMostSums = int64_t{1} << 24;    // that a thread keeps
 
 // A frame on a canvas: where its first pixel lies, in the canvas's own pixels and rows.
 struct CZZMovie::Placement {
@@ -70,8 +73,7 @@ class ByteSums {
   explicit ByteSums(size_t places) : few(places), all(places) {}
 
   void add(const uint8_t* bytes, size_t count, size_t at) {
-    uint16_t* to = few.data() + at;
-    for (size_t i = 0; i < count; ++i) to[i] = static_cast<uint16_t>(to[i] + bytes[i]);
+    kernels::addBytes(bytes, count, few.data() + at);
   }
   void endOfFrame() {
     if (++frames % 256 == 0) collect();
@@ -119,6 +121,17 @@ class Coverage {
   int32_t row = 0;
 };
 
+void writeMeans(CZZimage& image, int32_t from, int32_t to, ByteSums& sums, Coverage& coverage) {
+  const uint32_t* sum = sums.sums().data();
+  for (int32_t y = from; y < to; ++y) {
+    const int32_t* frames = coverage.nextRow();
+    uint8_t* out = image.row(y);
+    for (int32_t x = 0; x < image.width; ++x)
+      for (int32_t channel = 0; channel < image.bytesPerPixel; ++channel, ++sum)
+        *out++ = frames[x] ? static_cast<uint8_t>(*sum / static_cast<uint32_t>(frames[x])) : uint8_t{0};
+  }
+}
+
 }  // namespace
 
 // The mean in the canvas's rows from `from` to `to`.
@@ -127,6 +140,8 @@ void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, in
   ByteSums sums(canvasBytes * static_cast<size_t>(to - from));
   Coverage coverage(image.width, to - from);
   const bool plainFile = readsRows();
+  // Rows that follow each other in the frame as on the canvas.
+  const bool asWhole = image.rowBytes == holder.rowBytes && holder.stride == holder.rowBytes;
   std::vector<uint8_t> block;
   CZZimage whole;
   for (const Placement& p : placed) {
@@ -145,29 +160,28 @@ void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, in
       getImage(p.index, whole);
       rows = whole.row(top - p.y);
     }
-    for (int32_t y = top; y < bottom; ++y)
-      sums.add(rows + int64_t{y - top} * holder.stride, static_cast<size_t>(holder.rowBytes),
-               canvasBytes * static_cast<size_t>(y - from) +
-                   static_cast<size_t>(p.x) * static_cast<size_t>(image.bytesPerPixel));
+    if (asWhole)
+      sums.add(rows, canvasBytes * static_cast<size_t>(bottom - top),
+               canvasBytes * static_cast<size_t>(top - from));
+    else
+      for (int32_t y = top; y < bottom; ++y)
+        sums.add(rows + int64_t{y - top} * holder.stride, static_cast<size_t>(holder.rowBytes),
+                 canvasBytes * static_cast<size_t>(y - from) +
+                     static_cast<size_t>(p.x) * static_cast<size_t>(image.bytesPerPixel));
     coverage.add(p.x, holder.width, top - from, bottom - from);
     sums.endOfFrame();
   }
-  const uint32_t* sum = sums.sums().data();
-  for (int32_t y = from; y < to; ++y) {
-    const int32_t* frames = coverage.nextRow();
-    uint8_t* out = image.row(y);
-    for (int32_t x = 0; x < image.width; ++x)
-      for (int32_t channel = 0; channel < image.bytesPerPixel; ++channel, ++sum)
-        *out++ = frames[x] ? static_cast<uint8_t>(*sum / static_cast<uint32_t>(frames[x])) : uint8_t{0};
-  }
+  writeMeans(image, from, to, sums, coverage);
 }
 
 void CZZMovie::averageOf(CZZimage& image, const std::vector<Placement>& placed) {
-  const bool inPieces = memory || readsRows();
-  if (!inPieces) return sumRows(image, placed, 0, image.height);
-  // Each thread walks all frames for its own rows, so that the file is read in its order.
+  if (!memory && !readsRows()) return sumRows(image, placed, 0, image.height);
+  // Each thread walks all frames for its own rows, so that the file is read in its order. Only a canvas far
+  // larger than a frame is walked in bands, for the memory of the sums.
+  const int64_t band = std::max<int64_t>(kLeastRows, kMostSums / image.rowBytes);
   parallelFor(image.height, kLeastRows, [&](int64_t begin, int64_t end) {
-    sumRows(image, placed, static_cast<int32_t>(begin), static_cast<int32_t>(end));
+    for (int64_t from = begin; from < end; from += band)
+      sumRows(image, placed, static_cast<int32_t>(from), static_cast<int32_t>(std::min(end, from + band)));
   });
 }
 
@@ -208,21 +222,21 @@ bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32
   }
   const int32_t height = holder.frameHeight();
   const int64_t stepX = std::max(1, holder.width / 2), stepY = std::max(1, height / 2);
+  // From the canvas's corner on, but only while it is below the room for movement as such: it has always been
+  // so. An origin on an edge lies in no cell.
+  std::map<std::pair<int64_t, int64_t>, size_t> best;
+  for (size_t i = 0; i < all.size(); ++i) {
+    const FrameRecord& record = recordOf(all[i].index);
+    const int64_t right = record.xOrigin - extents.x, down = record.yOrigin - extents.y;
+    const bool onEdge = right % stepX == 0 || down % stepY == 0;
+    const bool walked = record.xOrigin - right % stepX < extents.width - holder.width &&
+                        record.yOrigin - down % stepY < extents.height - height;
+    if (onEdge || !walked || !(focus[i] > 0.0)) continue;
+    const auto [cell, isFirst] = best.try_emplace({down / stepY, right / stepX}, i);
+    if (!isFirst && focus[i] > focus[cell->second]) cell->second = i;
+  }
   std::vector<Placement> sharpest;
-  for (int64_t y = extents.y; y < extents.height - height; y += stepY)
-    for (int64_t x = extents.x; x < extents.width - holder.width; x += stepX) {
-      double best = 0.0;
-      const Placement* chosen = nullptr;
-      for (size_t i = 0; i < all.size(); ++i) {
-        const FrameRecord& record = recordOf(all[i].index);
-        const bool inside = record.xOrigin > x && record.xOrigin < x + stepX && record.yOrigin > y &&
-                            record.yOrigin < y + stepY;
-        if (!inside || !(focus[i] > best)) continue;
-        best = focus[i];
-        chosen = &all[i];
-      }
-      if (chosen) sharpest.push_back(*chosen);
-    }
+  for (const auto& [cell, i] : best) sharpest.push_back(all[i]);
   averageOf(image, sharpest);
   return true;
 }

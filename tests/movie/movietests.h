@@ -1,0 +1,150 @@
+// Movies of numbered frames, and a source that plays them in a camera's place.
+#pragma once
+
+#include <array>
+#include <functional>
+#include <numeric>
+
+#include "base/bytes.h"
+#include "image/imagefile.h"
+#include "movie/moviefile.h"
+#include "movie/zzmovie.h"
+#include "settings/log.h"
+#include "videotests.h"
+
+namespace tarnvisor {
+
+// Each row begins with the number; the rest differs from place to place and from frame to frame.
+inline uint8_t levelAt(int32_t number, int32_t row, int32_t byte) {
+  if (byte < 2) return static_cast<uint8_t>(number >> 8 * byte);
+  return static_cast<uint8_t>(number * 31 + row * 13 + byte * 7);
+}
+
+inline void paint(CZZimage& image, int32_t number) {
+  for (int32_t y = 0; y < image.height; ++y)
+    for (int32_t x = 0; x < image.rowBytes; ++x) image.row(y)[x] = levelAt(number, y, x);
+  image.frameNumber = 2 * number;
+}
+
+// The number that every pixel agrees with, or -1. A field's rows are every second of the frame's.
+inline int32_t exactNumber(const CZZimage& image) {
+  if (image.empty()) return -1;
+  const int32_t number = image.row(0)[0] + 256 * image.row(0)[1];
+  const int32_t step = image.isField() ? 2 : 1, start = image.interlace == 2 ? 1 : 0;
+  for (int32_t y = 0; y < image.height; ++y)
+    for (int32_t x = 0; x < image.rowBytes; ++x)
+      if (image.row(y)[x] != levelAt(number, start + step * y, x)) return -1;
+  return number;
+}
+
+inline std::vector<int32_t> numbersOf(CZZMovie& movie) {
+  std::vector<int32_t> numbers;
+  for (int32_t i = 0; i < movie.count; ++i) numbers.push_back(exactNumber(movie.frameAt(i)));
+  return numbers;
+}
+inline std::vector<int32_t> numbersIn(const std::string& path) {
+  CZZMovie movie;
+  return movie.open(path) ? numbersOf(movie) : std::vector<int32_t>();
+}
+inline std::vector<int32_t> span(int32_t first, int32_t last) {
+  std::vector<int32_t> numbers(static_cast<size_t>(last - first));
+  std::iota(numbers.begin(), numbers.end(), first);
+  return numbers;
+}
+
+class ScriptedSource final : public FrameSource {
+ public:
+  int32_t colours = kGrey;
+  double perSecond = 29.97;
+  bool progressive = true;
+  CZZMovie* target = nullptr;
+  Rect window;
+  std::function<void(CZZimage&, int32_t)> draw = paint;
+
+  int32_t colourset() const override { return colours; }
+  double rate() const override { return perSecond; }
+  bool isProgressive() const override { return progressive; }
+  void setTarget(CZZMovie* movie, const Rect& part) override {
+    target = movie;
+    window = part;
+  }
+  // What addFrame gave for each frame or field.
+  std::vector<int32_t> play(int32_t first, int32_t last) {
+    std::vector<int32_t> results;
+    CZZimage image(window.width(), window.height(), -1, 0, colours);
+    for (int32_t number = first; number < last; ++number) {
+      image.frameNumber = 2 * number;
+      draw(image, number);
+      for (const int32_t field : progressive ? std::vector{0} : std::vector{1, 2})
+        results.push_back(target->addFrame(image, field));
+    }
+    return results;
+  }
+};
+
+struct CompressOutput {
+  CompressOutput() { compressoutput = 1; }
+  ~CompressOutput() { compressoutput = 0; }
+};
+
+class MovieTest : public testing::Test {
+ protected:
+  static constexpr int32_t kWidth = 16, kHeight = 6, kFrame = kWidth * kHeight;
+  static constexpr int32_t kStart = 40;  // bytes before the first frame
+
+  ~MovieTest() override {
+    setLogging(false);
+    setLogFile("zz.log");
+  }
+  // Frames 0 to n - 1, recorded; without a name in memory.
+  void fill(CZZMovie& movie, const std::string& name, int32_t slots, int32_t n, bool ring = false) {
+    movie.source = &source;
+    movie.ringMode = ring;
+    ASSERT_TRUE(movie.record(slots, name.empty() ? "" : folder.file(name), 0, 0, kWidth, kHeight, true))
+        << movie.failure();
+    source.play(0, n);
+    movie.stopRecording();
+  }
+  std::string recorded(const std::string& name, int32_t n) {
+    CZZMovie movie;
+    fill(movie, name, n, n);
+    return folder.file(name);
+  }
+  // A movie file put together word by word; frames with headers of their own carry number and origin.
+  std::string built(int32_t word, int32_t frames, const std::vector<int32_t>& trailer, bool headers,
+                    int32_t interlace = 0) {
+    Bytes bytes;
+    const auto add = [&bytes](int32_t value) {
+      bytes.resize(bytes.size() + 4);
+      putLittle(&bytes[bytes.size() - 4], value);
+    };
+    add(word);
+    for (int32_t k = 0; k < frames; ++k) {
+      CZZimage image(kWidth, kHeight, -1, 0, kGrey);
+      paint(image, k);
+      if (k == 0 || headers)
+        for (const int32_t value :
+             {-2, 36, 50 + k, interlace, kWidth, kHeight, headers ? k : 0, headers ? -k : 0, 0})
+          add(value);
+      bytes.insert(bytes.end(), image.pixels, image.pixels + kFrame);
+    }
+    for (const int32_t value : trailer) add(value);
+    const std::string path = folder.file("built.mve");
+    putBytes(path, bytes);
+    return path;
+  }
+  std::string logOf(const std::function<void()>& work) {
+    setLogFile(folder.file("log"));
+    setLogging(true);
+    work();
+    setLogging(false);
+    const std::string text = readWholeText(folder.file("log")).value_or("");
+    std::remove(folder.file("log").c_str());
+    return text;
+  }
+
+  TempFolder folder;
+  ScriptedSource source;
+};
+
+}  // namespace tarnvisor
