@@ -12,4 +12,6 @@ set_target_properties(desktop_windows tarnvisor PROPERTIES AUTOMOC OFF AUTORCC O
 
 add_executable(tarnvisor-pictures EXCLUDE_FROM_ALL pictures.cpp)
 target_link_libraries(tarnvisor-pictures PRIVATE desktop_windows assembly Qt6::Test)
+# A movie has slots of its own.
+target_compile_definitions(tarnvisor-pictures PRIVATE QT_NO_KEYWORDS)
 set_target_properties(tarnvisor-pictures PROPERTIES AUTOMOC OFF AUTORCC OFF)
