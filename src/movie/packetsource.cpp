@@ -48,7 +48,7 @@ class DemuxedPackets : public PacketSource {
     byPlace.reserve(index.packets.size());
     for (size_t i = 0; i < index.packets.size(); ++i)
       byPlace.push_back({index.packets[i].place, static_cast<int32_t>(i)});
-    std::sort(byPlace.begin(), byPlace.end());
+    std::sort(byPlace.begin(), byPlace.end(), &Place::isBefore);
     (void)toStart();
   }
 
@@ -84,8 +84,8 @@ class DemuxedPackets : public PacketSource {
 
   // The number of the packet just read; -1 when it is like none or several of those that were seen.
   int32_t numberOfScratch() const {
-    const auto range = std::equal_range(byPlace.begin(), byPlace.end(), Place{scratch->pos, 0},
-                                        [](const Place& a, const Place& b) { return a.place < b.place; });
+    const auto range =
+        std::equal_range(byPlace.begin(), byPlace.end(), Place{scratch->pos, 0}, &Place::isBefore);
     int32_t found = -1;
     for (auto at = range.first; at != range.second; ++at) {
       const PacketRecord& record = index.packets[static_cast<size_t>(at->number)];
@@ -119,7 +119,7 @@ class DemuxedPackets : public PacketSource {
   struct Place {
     int64_t place;
     int32_t number;
-    auto operator<=>(const Place&) const = default;
+    static bool isBefore(const Place& a, const Place& b) { return a.place < b.place; }
   };
   AVFormatContext& format;
   const int stream;
