@@ -97,11 +97,13 @@ TEST_F(MovieStatistics, TheMeanIsThatOfThePlainLoop) {
 TEST_F(MovieStatistics, WideVectorsAddAsThePlainLoopDoes) {
   std::mt19937 random(5);
   for (size_t count = 0; count < 140; ++count) {
-    Bytes bytes(count + 1);
+    Bytes bytes(count + 7);
+    std::vector<const uint8_t*> runs;
+    for (size_t run = 0; run < 1 + count % 6; ++run) runs.push_back(bytes.data() + run);
     std::vector<uint16_t> wide(count + 2, 65300), plain = wide;
     for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
-    kernels::addBytes(bytes.data() + 1, count, wide.data() + 1);
-    kernels::plain::addBytes(bytes.data() + 1, count, plain.data() + 1);
+    kernels::addBytes(runs, count, wide.data() + 1);
+    kernels::plain::addBytes(runs, count, plain.data() + 1);
     ASSERT_EQ(wide, plain) << count;
   }
   source.draw = [](CZZimage& image, int32_t number) { image.fill(number % 100 ? 255 : 254); };
