@@ -11,18 +11,26 @@ namespace tarnvisor::kernels::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-void addBytesWide(const uint8_t* bytes, size_t count, uint16_t* sums) {
+template <size_t kRuns>
+void addRuns(const uint8_t* const* runs, size_t count, uint16_t* sums) {
   const hn::ScalableTag<uint16_t> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   const size_t lanes = hn::Lanes(d16);
   size_t i = 0;
-  for (; i + 2 * lanes <= count; i += 2 * lanes) {
-    const auto low = hn::PromoteTo(d16, hn::LoadU(d8, bytes + i));
-    const auto high = hn::PromoteTo(d16, hn::LoadU(d8, bytes + i + lanes));
-    hn::StoreU(hn::Add(low, hn::LoadU(d16, sums + i)), d16, sums + i);
-    hn::StoreU(hn::Add(high, hn::LoadU(d16, sums + i + lanes)), d16, sums + i + lanes);
+  for (; i + lanes <= count; i += lanes) {
+    auto sum = hn::LoadU(d16, sums + i);
+    for (size_t run = 0; run < kRuns; ++run)
+      sum = hn::Add(sum, hn::PromoteTo(d16, hn::LoadU(d8, runs[run] + i)));
+    hn::StoreU(sum, d16, sums + i);
   }
-  for (; i < count; ++i) sums[i] = static_cast<uint16_t>(sums[i] + bytes[i]);
+  for (; i < count; ++i)
+    for (size_t run = 0; run < kRuns; ++run) sums[i] = static_cast<uint16_t>(sums[i] + runs[run][i]);
+}
+
+void addBytesWide(Runs runs, size_t count, uint16_t* sums) {
+  size_t run = 0;
+  for (; run + 4 <= runs.size(); run += 4) addRuns<4>(&runs[run], count, sums);
+  for (; run < runs.size(); ++run) addRuns<1>(&runs[run], count, sums);
 }
 
 }  // namespace tarnvisor::kernels::HWY_NAMESPACE
@@ -33,15 +41,16 @@ HWY_AFTER_NAMESPACE();
 namespace tarnvisor::kernels {
 
 namespace plain {
-void addBytes(const uint8_t* bytes, size_t count, uint16_t* sums) {
-  for (size_t i = 0; i < count; ++i) sums[i] = static_cast<uint16_t>(sums[i] + bytes[i]);
+void addBytes(Runs runs, size_t count, uint16_t* sums) {
+  for (const uint8_t* run : runs)
+    for (size_t i = 0; i < count; ++i) sums[i] = static_cast<uint16_t>(sums[i] + run[i]);
 }
 }  // namespace plain
 
 HWY_EXPORT(addBytesWide);
 
-void addBytes(const uint8_t* bytes, size_t count, uint16_t* sums) {
-  HWY_DYNAMIC_DISPATCH(addBytesWide)(bytes, count, sums);
+void addBytes(Runs runs, size_t count, uint16_t* sums) {
+  HWY_DYNAMIC_DISPATCH(addBytesWide)(runs, count, sums);
 }
 
 }  // namespace tarnvisor::kernels

@@ -196,6 +196,7 @@ class CZZMovie {
   struct Placement;
   std::vector<Placement> placements(const Range& range, const Extents& extents);
   bool prepareCanvas(CZZimage& image, const Extents& extents);
+  const uint8_t* rowsOf(int32_t index, int32_t first, int32_t last, CZZimage& into);
   void sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to);
   void averageOf(CZZimage& image, const std::vector<Placement>& placed);
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <map>
 #include <new>
@@ -72,12 +73,12 @@ class ByteSums {
  public:
   explicit ByteSums(size_t places) : few(places), all(places) {}
 
-  void add(const uint8_t* bytes, size_t count, size_t at) {
-    kernels::addBytes(bytes, count, few.data() + at);
+  // Before the frames are added row by row.
+  void begin(size_t frames) {
+    if (inFew + frames > 256) collect();
+    inFew += frames;
   }
-  void endOfFrame() {
-    if (++frames % 256 == 0) collect();
-  }
+  void add(kernels::Runs rows, size_t count, size_t at) { kernels::addBytes(rows, count, few.data() + at); }
   const std::vector<uint32_t>& sums() {
     collect();
     return all;
@@ -87,10 +88,11 @@ class ByteSums {
   void collect() {
     for (size_t i = 0; i < all.size(); ++i) all[i] += few[i];
     std::fill(few.begin(), few.end(), uint16_t{0});
+    inFew = 0;
   }
   std::vector<uint16_t> few;
   std::vector<uint32_t> all;
-  int64_t frames = 0;
+  size_t inFew = 0;  // frames
 };
 
 // How many rectangles cover each place, from their corners alone.
@@ -134,43 +136,55 @@ void writeMeans(CZZimage& image, int32_t from, int32_t to, ByteSums& sums, Cover
 
 }  // namespace
 
-// The mean in the canvas's rows from `from` to `to`.
+// Rows of a frame, one after the other; null when they can't be read. What they are read into is the
+// caller's.
+const uint8_t* CZZMovie::rowsOf(int32_t index, int32_t first, int32_t last, CZZimage& into) {
+  if (memory) return memory.get() + slotBytes() * slotOf(index) + int64_t{first} * holder.stride;
+  if (!readsRows()) {
+    getImage(index, into);
+    return into.empty() ? nullptr : into.row(first);
+  }
+  if (into.height != last - first && !into.resizedata(holder.width, last - first, holder.bytesPerPixel))
+    return nullptr;
+  const auto bytes = static_cast<size_t>(int64_t{last - first} * holder.stride);
+  const int64_t at = dataOffset + frameBytes * slotOf(index) + int64_t{first} * holder.stride;
+  return file->read(into.pixels, bytes, at) == bytes ? into.pixels : nullptr;
+}
+
+// The mean in the canvas's rows from `from` to `to`. Frames at the same place are added four at a time.
 void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to) {
   const auto canvasBytes = static_cast<size_t>(image.rowBytes);
   ByteSums sums(canvasBytes * static_cast<size_t>(to - from));
   Coverage coverage(image.width, to - from);
-  const bool plainFile = readsRows();
-  // Rows that follow each other in the frame as on the canvas.
+  // Rows that follow each other in the frame as on the canvas are one.
   const bool asWhole = image.rowBytes == holder.rowBytes && holder.stride == holder.rowBytes;
-  std::vector<uint8_t> block;
-  CZZimage whole;
+  std::array<CZZimage, 4> read;
+  std::vector<const uint8_t*> rows;
+  Placement place{};
+  const auto addRows = [&] {
+    const int32_t top = std::max(from, place.y), bottom = std::min(to, place.y + holder.height);
+    const int32_t rowsAtOnce = asWhole ? bottom - top : 1;
+    const auto bytes = static_cast<size_t>(holder.rowBytes) * static_cast<size_t>(rowsAtOnce);
+    sums.begin(rows.size());
+    for (int32_t y = top; y < bottom; y += rowsAtOnce) {
+      sums.add(rows, bytes,
+               canvasBytes * static_cast<size_t>(y - from) +
+                   static_cast<size_t>(place.x) * static_cast<size_t>(image.bytesPerPixel));
+      for (const uint8_t*& row : rows) row += holder.stride;
+    }
+    rows.clear();
+  };
   for (const Placement& p : placed) {
     const int32_t top = std::max(from, p.y), bottom = std::min(to, p.y + holder.height);
     if (top >= bottom) continue;
-    const int64_t skipped = int64_t{top - p.y} * holder.stride;
-    const uint8_t* rows = nullptr;
-    if (memory) {
-      rows = memory.get() + slotBytes() * slotOf(p.index) + skipped;
-    } else if (plainFile) {
-      block.resize(static_cast<size_t>(int64_t{bottom - top} * holder.stride));
-      const int64_t at = dataOffset + frameBytes * slotOf(p.index) + skipped;
-      if (file->read(block.data(), block.size(), at) != block.size()) continue;
-      rows = block.data();
-    } else {
-      getImage(p.index, whole);
-      rows = whole.row(top - p.y);
-    }
-    if (asWhole)
-      sums.add(rows, canvasBytes * static_cast<size_t>(bottom - top),
-               canvasBytes * static_cast<size_t>(top - from));
-    else
-      for (int32_t y = top; y < bottom; ++y)
-        sums.add(rows + int64_t{y - top} * holder.stride, static_cast<size_t>(holder.rowBytes),
-                 canvasBytes * static_cast<size_t>(y - from) +
-                     static_cast<size_t>(p.x) * static_cast<size_t>(image.bytesPerPixel));
+    if (!rows.empty() && (rows.size() == read.size() || p.x != place.x || p.y != place.y)) addRows();
+    const uint8_t* first = rowsOf(p.index, top - p.y, bottom - p.y, read[rows.size()]);
+    if (!first) continue;
+    rows.push_back(first);
+    place = p;
     coverage.add(p.x, holder.width, top - from, bottom - from);
-    sums.endOfFrame();
   }
+  if (!rows.empty()) addRows();
   writeMeans(image, from, to, sums, coverage);
 }
 

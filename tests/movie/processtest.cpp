@@ -5,8 +5,6 @@
 namespace tarnvisor {
 namespace {
 
-using Numbers = std::vector<int32_t>;
-
 void invertAll(CZZMovie& movie) {
   for (int32_t i = 0; i < movie.count; ++i) movie.frameAt(i).invert({});
   movie.frameAt(0);
@@ -24,7 +22,7 @@ Numbers invertedNumbersOf(CZZMovie& movie) {
 }
 
 TEST_F(MovieTest, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
-  const std::string a = recorded("a.mve", 4);
+  const std::string a = recorded("a.mve", 4), made = folder.file("aA.mve");
   const Bytes whole = bytesOf(a);
   CZZMovie movie;
   ASSERT_TRUE(movie.open(a));
@@ -34,49 +32,36 @@ TEST_F(MovieTest, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
   invertAll(movie);
   EXPECT_EQ(movie.processedCount, 4);
   ASSERT_TRUE(movie.closeProcessing());
-  EXPECT_EQ(movie.fileName, folder.file("aA.mve"));
-  EXPECT_EQ(movie.shared, 0);
-  EXPECT_EQ(movie.rate, 25);
-  EXPECT_EQ(movie.recordOf(2).yOrigin, 4);
+  EXPECT_EQ((Numbers{movie.shared, movie.rate, movie.recordOf(2).yOrigin}), (Numbers{0, 25, 4}));
   EXPECT_EQ(invertedNumbersOf(movie), span(0, 4));
-  EXPECT_EQ(bytesOf(a), whole);
-  const Bytes trailer = bytesOf(movie.fileName);
-  EXPECT_EQ(Bytes(trailer.end() - 8, trailer.end()), (Bytes{4, 0, 0, 0, 0, 0, 0, 0}));
+  const Bytes bytes = bytesOf(made);
+  EXPECT_EQ(Bytes(bytes.end() - 8, bytes.end()), (Bytes{4, 0, 0, 0, 0, 0, 0, 0}));
 
   ASSERT_TRUE(movie.openProcessing(true));
   EXPECT_EQ(movie.processingFile, movie.file.get());
   movie.frameAt(1).xOrigin = 9;
   invertAll(movie);
   ASSERT_TRUE(movie.closeProcessing());
-  EXPECT_EQ(movie.fileName, folder.file("aA.mve"));
+  EXPECT_EQ(movie.fileName, made);
   EXPECT_EQ(numbersOf(movie), span(0, 4));
   EXPECT_EQ(movie.recordOf(1).xOrigin, 9);
-  EXPECT_FALSE(fileExists(folder.file("aB.mve")) || fileExists(folder.file("aAA.mve")));
+  EXPECT_TRUE(bytesOf(a) == whole && !fileExists(folder.file("aAA.mve")));
 }
 
-TEST_F(MovieTest, APassInPlaceGoesToTheSlotsOfARing) {
-  CZZMovie movie;
-  fill(movie, "a.mve", 4, 6, true);
-  movie.shared = 0;
-  ASSERT_TRUE(movie.openProcessing(true));
-  movie.frameAt(1).invert({});
-  movie.frameAt(2);
-  ASSERT_TRUE(movie.closeProcessing());
-  EXPECT_EQ(invertedNumbersOf(movie)[1], 3);
-  EXPECT_EQ(exactNumber(movie.frameAt(0)), 2);
-  EXPECT_EQ(exactNumber(movie.frameAt(2)), 4);
-}
-
-TEST_F(MovieTest, APassInMemoryChangesTheBlock) {
-  CZZMovie movie;
-  fill(movie, "", 3, 3);
-  movie.modified = 0;
-  ASSERT_TRUE(movie.openProcessing(true));
-  invertAll(movie);
-  ASSERT_TRUE(movie.closeProcessing());
-  EXPECT_EQ(movie.modified, 1);
-  EXPECT_EQ(movie.mode, CZZMovie::kMemory);
-  EXPECT_EQ(invertedNumbersOf(movie), span(0, 3));
+TEST_F(MovieTest, APassInPlaceGoesToTheSlotsOfARingOrToTheBlock) {
+  for (const char* name : {"", "a.mve"}) {
+    CZZMovie movie;
+    fill(movie, name, 4, 6, true);
+    movie.shared = 0;
+    movie.modified = 0;
+    ASSERT_TRUE(movie.openProcessing(true));
+    movie.frameAt(1).invert({});
+    movie.frameAt(2);
+    ASSERT_TRUE(movie.closeProcessing());
+    EXPECT_EQ(invertedNumbersOf(movie), (Numbers{-1, 3, -1, -1}));
+    EXPECT_EQ(numbersOf(movie), (Numbers{2, -1, 4, 5}));
+    EXPECT_EQ(movie.modified, *name ? 0 : 1);
+  }
 }
 
 TEST_F(MovieTest, APassOverOneImageWritesIt) {
@@ -92,25 +77,25 @@ TEST_F(MovieTest, APassOverOneImageWritesIt) {
 }
 
 TEST_F(MovieTest, PassesTakeTheLettersAToZInOrder) {
-  const std::string a = recorded("a.mve", 1);
-  std::string expected = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-  for (const char letter : expected) {
-    CZZMovie movie;
+  const std::string a = recorded("a.mve", 1),
+                    letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  CZZMovie movie;
+  for (const char letter : letters) {
     ASSERT_TRUE(movie.open(a));
     ASSERT_TRUE(movie.openProcessing(true, letter % 2 ? a : ""));  // its own name is none
     ASSERT_TRUE(movie.closeProcessing());
     ASSERT_EQ(movie.fileName, folder.file(std::string("a") + letter + ".mve"));
   }
-  CZZMovie movie;
   ASSERT_TRUE(movie.open(a));
-  EXPECT_NE(logOf([&] { EXPECT_FALSE(movie.openProcessing(true)); }).find("movie::openprocessing failed\n"),
-            std::string::npos);
-  EXPECT_FALSE(movie.failure().empty());
-  EXPECT_FALSE(movie.openProcessing(true, folder.file("none/x.mve")));
+  for (const std::string& name : {std::string(), folder.file("none/x.mve")}) {
+    EXPECT_EQ(logOf([&] { EXPECT_FALSE(movie.openProcessing(true, name)); }),
+              "movie::openprocessing failed\n");
+    EXPECT_FALSE(movie.failure().empty());
+  }
 }
 
 TEST_F(MovieTest, APassGoesToVideoWhenThatIsWished) {
-  const CompressOutput compress;
+  compressoutput = 1;
   for (const int32_t colours : {kGrey, kColour, kBayer}) {
     source.colours = colours;
     source.draw = [](CZZimage& image, int32_t number) {
@@ -118,27 +103,23 @@ TEST_F(MovieTest, APassGoesToVideoWhenThatIsWished) {
       image.xOrigin = number;
     };
     CZZMovie movie;
-    movie.source = &source;
-    ASSERT_TRUE(movie.record(4, "", 0, 0, 64, 48, true));
-    source.play(0, 4);
-    movie.stopRecording();
+    fill(movie, "", 4, 4, false, 64, 48);
     ASSERT_TRUE(movie.openProcessing(false, folder.file("b.avi"))) << movie.failure();
     for (const int32_t i : {0, 1, 2, 3, 0}) movie.frameAt(i);
     ASSERT_TRUE(movie.closeProcessing()) << movie.failure();
-    EXPECT_EQ(movie.mode, CZZMovie::kAvi);
-    ASSERT_EQ(movie.count, 4);
+    EXPECT_EQ(movie.mode * 10 + movie.count, CZZMovie::kAvi * 10 + 4);
     for (int32_t i = 0; i < 4; ++i) {
       EXPECT_NEAR(movie.frameAt(i).pixelAt(32, 20), 20 + 40 * i, 3) << colours;
       EXPECT_EQ(movie.image().xOrigin, i);
     }
-    EXPECT_NEAR(movie.rate / static_cast<double>(movie.scale), 29.97, 0.01);
   }
 }
 
 TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
   CZZMovie movie;
   ASSERT_TRUE(movie.open(recorded("a.mve", 3)));
-  putBytes(folder.file("b.mve"), {1, 2, 3});
+  const Bytes other = {1, 2, 3};
+  putBytes(folder.file("b.mve"), other);
   for (const char* name : {"b.mve", "c.mve"}) {
     ASSERT_TRUE(movie.openProcessing(false, folder.file(name)));
     invertAll(movie);
@@ -147,12 +128,11 @@ TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
         movie.rewrite(folder.file(name), movie.image(), 3, [](int32_t k, CZZimage&) { return k < 0; }));
   }
   EXPECT_EQ(numbersOf(movie), span(0, 3));
-  EXPECT_EQ(bytesOf(folder.file("b.mve")), (Bytes{1, 2, 3}));
   EXPECT_FALSE(fileExists(folder.file("c.mve")) || fileExists(folder.file("b.new.mve")));
   movie.frameAt(0);  // a pass begins with the frame that is shown
   ASSERT_TRUE(movie.openProcessing(false, folder.file("b.mve")));
   invertAll(movie);
-  EXPECT_EQ(bytesOf(folder.file("b.mve")), (Bytes{1, 2, 3}));  // until the new one is whole
+  EXPECT_EQ(bytesOf(folder.file("b.mve")), other);  // until the new one is whole
   ASSERT_TRUE(movie.closeProcessing());
   EXPECT_EQ(movie.fileName, folder.file("b.mve"));
   EXPECT_EQ(invertedNumbersOf(movie), span(0, 3));
@@ -162,37 +142,25 @@ TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
 
 TEST_F(MovieTest, KeepsDeletesAndAppendsFrames) {
   const std::string a = recorded("a.mve", 6), out = folder.file("out.mve");
-  const auto made = [&](auto&& work) {
-    CZZMovie movie;
-    EXPECT_TRUE(movie.open(a));
-    return work(movie) ? numbersOf(movie) : Numbers{-2};
-  };
-  EXPECT_EQ(made([&](CZZMovie& m) { return m.keepFrames(out, 1, 4); }), (Numbers{1, 2, 3}));
-  EXPECT_EQ(made([&](CZZMovie& m) { return m.deleteFrames(out, 1, 4); }), (Numbers{0, 4, 5}));
-  EXPECT_EQ(made([&](CZZMovie& m) { return m.deleteFrames(out, -1, -1); }), Numbers{-2});
-  EXPECT_EQ(made([&](CZZMovie& m) {
-              CZZMovie other;
-              EXPECT_TRUE(other.open(a));
-              return m.keepFrames(out, 4, 6) && m.append(other, folder.file("both.mve"));
-            }),
-            (Numbers{4, 5, 0, 1, 2, 3, 4, 5}));
+  CZZMovie movie, other;
+  ASSERT_TRUE(movie.open(a) && other.open(a));
+  EXPECT_FALSE(movie.deleteFrames(out, -1, -1));
+  ASSERT_TRUE(movie.deleteFrames(out, 1, 3));
+  EXPECT_EQ(numbersOf(movie), (Numbers{0, 3, 4, 5}));
+  ASSERT_TRUE(movie.keepFrames(folder.file("kept.mve"), 1, 3));
+  EXPECT_EQ(numbersOf(movie), (Numbers{3, 4}));
+  ASSERT_TRUE(movie.append(other, folder.file("both.mve")));
+  EXPECT_EQ(numbersOf(movie), (Numbers{3, 4, 0, 1, 2, 3, 4, 5}));
   EXPECT_EQ(numbersIn(a), span(0, 6));
-}
-
-TEST_F(MovieTest, AppendedFramesAreCutOrFilledUp) {
-  CZZMovie small, large;
-  fill(small, "", 1, 1);
-  large.source = &source;
-  source.colours = kColour;
+  EXPECT_EQ(numbersIn(out), (Numbers{0, 3, 4, 5}));
+  source.colours = kColour;  // those of another kind are cut or filled up
   source.draw = [](CZZimage& image, int32_t) { image.fill(99); };
-  ASSERT_TRUE(large.record(1, "", 0, 0, 20, 4, true));
-  source.play(0, 1);
-  large.stopRecording();
-  ASSERT_TRUE(small.append(large, folder.file("a.mve")));
-  const CZZimage& second = small.frameAt(1);
-  EXPECT_EQ(second.width, kWidth);
-  EXPECT_NEAR(second.row(3)[15], 99, 1);
-  EXPECT_EQ(second.row(4)[0] + second.row(5)[15], 0);
+  fill(other, "", 1, 1, false, 20, 4);
+  ASSERT_TRUE(movie.append(other, out));
+  const CZZimage& last = movie.frameAt(8);
+  EXPECT_EQ(last.width, kWidth);
+  EXPECT_NEAR(last.row(3)[15], 99, 1);
+  EXPECT_EQ(last.row(4)[0] + last.row(5)[15], 0);
 }
 
 TEST_F(MovieTest, FieldsMergeAndFramesSplit) {
@@ -201,7 +169,6 @@ TEST_F(MovieTest, FieldsMergeAndFramesSplit) {
   fill(movie, "a.mve", 3, 3);
   ASSERT_TRUE(movie.mergeFields(folder.file("b.mve")));
   EXPECT_EQ(numbersOf(movie), span(0, 3));
-  EXPECT_EQ(movie.image().height, kHeight);
   EXPECT_FALSE(movie.mergeFields(folder.file("c.mve")));
   ASSERT_TRUE(movie.splitFrames(folder.file("c.mve")));
   EXPECT_EQ(numbersOf(movie), (Numbers{0, 0, 1, 1, 2, 2}));
@@ -209,7 +176,7 @@ TEST_F(MovieTest, FieldsMergeAndFramesSplit) {
   EXPECT_FALSE(movie.splitFrames(folder.file("d.mve")));
 }
 
-TEST_F(MovieTest, ColoursBecomeGreyAndPlanesColours) {
+TEST_F(MovieTest, PlanesBecomeColoursAndColoursGrey) {
   source.draw = [](CZZimage& image, int32_t number) {
     for (int32_t y = 0; y < 6; ++y)
       std::fill_n(image.row(y), kWidth, static_cast<uint8_t>(10 * (y / 2) + number));
@@ -219,21 +186,19 @@ TEST_F(MovieTest, ColoursBecomeGreyAndPlanesColours) {
   fill(movie, "a.mve", 2, 2);
   ASSERT_TRUE(movie.planesToColour(folder.file("b.mve"), -1, -1));
   const CZZimage& image = movie.frameAt(1);
-  EXPECT_EQ(image.colourset, kColour);
-  EXPECT_EQ(image.height, 2);
-  EXPECT_EQ(image.xOrigin, 5);
+  EXPECT_EQ((Numbers{image.colourset, image.height, image.xOrigin}), (Numbers{kColour, 2, 5}));
   Bytes pixel(image.row(1), image.row(1) + 3);
   std::sort(pixel.begin(), pixel.end());
   EXPECT_EQ(pixel, (Bytes{1, 11, 21}));
   ASSERT_TRUE(movie.convertToGrey(folder.file("c.mve")));
-  EXPECT_EQ(movie.frameAt(1).bytesPerPixel, 1);
+  EXPECT_EQ(movie.frameAt(1).rowBytes, kWidth);
   EXPECT_NEAR(movie.image().row(0)[0], 11, 10);
   EXPECT_FALSE(movie.convertToGrey(folder.file("d.mve")));
 }
 
 // --- export
 
-TEST_F(MovieTest, TheExportPlacesFramesOnACanvasThatIsNotCleared) {
+TEST_F(MovieTest, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
   source.draw = [](CZZimage& image, int32_t number) {
     image.fill(static_cast<uint8_t>(100 + number));
     image.xOrigin = 3 * number;
@@ -245,18 +210,16 @@ TEST_F(MovieTest, TheExportPlacesFramesOnACanvasThatIsNotCleared) {
   ASSERT_TRUE(movie.saveAVI(folder.file("x.avi"), 12, -1, 99, 1, false, report));
   EXPECT_EQ(report, "saveAVI::ok");
   const auto reader = openVideo(folder.file("x.avi"));
-  ASSERT_EQ(reader->frames(), 3);
-  EXPECT_EQ(reader->width(), 24);  // 16 and 6, to eights
-  EXPECT_EQ(reader->height(), 8);  // 6 and 1, to twos
+  EXPECT_EQ((Numbers{reader->frames(), reader->width(), reader->height()}),
+            (Numbers{3, 24, 8}));  // of 22 by 7
   EXPECT_EQ(reader->rate(), 12 * reader->scale());
   for (int32_t k = 0; k < 3; ++k) {
     const Bytes canvas = greyOf(*reader, k);
     for (int32_t y = 0; y < 8; ++y)
       for (int32_t x = 0; x < 24; ++x) {
-        uint8_t level = 0;  // that of the last frame that covers the place
+        int32_t level = 0;  // that of the last frame that covers the place
         for (int32_t j = 0; j <= k; ++j)
-          if (x >= 3 * j && x < 3 * j + 16 && y >= j % 2 && y < j % 2 + 6)
-            level = static_cast<uint8_t>(100 + j);
+          if (x >= 3 * j && x < 3 * j + 16 && y >= j % 2 && y < j % 2 + 6) level = 100 + j;
         ASSERT_EQ(canvas[static_cast<size_t>(24 * y + x)], level) << k << ": " << x << "," << y;
       }
   }
@@ -269,11 +232,9 @@ TEST_F(MovieTest, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
   const struct {
     int32_t first, last, step;
     Numbers frames;
-  } cases[] = {{0, 8, 3, {0, 3}}, {1, 7, 2, {1, 3, 5}}, {9, 20, 4, {0, 4}},
-               {0, 1, 2, {}},     {3, 3, 1, {}},        {0, 8, 0, {}}};
+  } cases[] = {{0, 8, 3, {0, 3}}, {1, 7, 2, {1, 3, 5}}, {9, 20, 4, {0, 4}}, {0, 1, 2, {}}, {0, 8, 0, {}}};
   for (const auto& c : cases) {
     std::string report, path = folder.file("x.avi");
-    std::remove(path.c_str());
     EXPECT_EQ(movie.saveAVI(path, 25, c.first, c.last, c.step, false, report), !c.frames.empty());
     EXPECT_EQ(report, c.frames.empty() ? "saveAVI::failed:n<1" : "saveAVI::ok");
     if (c.frames.empty()) continue;
@@ -284,46 +245,25 @@ TEST_F(MovieTest, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
   }
   std::string report;
   EXPECT_FALSE(movie.saveAVI(folder.file("none/x.avi"), 25, 0, 8, 1, false, report));
-  EXPECT_EQ(report.rfind("saveAVI::failed AVI file open", 0), 0u) << report;
-}
-
-TEST_F(MovieTest, TheExportsCanvasIsRoundedUp) {
-  CZZMovie movie;
-  movie.source = &source;
-  source.draw = [](CZZimage& image, int32_t number) { image.xOrigin = image.yOrigin = number; };
-  ASSERT_TRUE(movie.record(2, "", 0, 0, 640, 480, true));
-  source.play(0, 2);
-  movie.stopRecording();
-  std::string report;
-  ASSERT_TRUE(movie.saveAVI(folder.file("x.avi"), 25, 0, 2, 1, false, report)) << report;
-  const auto reader = openVideo(folder.file("x.avi"));
-  EXPECT_EQ(reader->width(), 648);
-  EXPECT_EQ(reader->height(), 482);
+  EXPECT_TRUE(report.starts_with("saveAVI::failed AVI file open")) << report;
 }
 
 TEST_F(MovieTest, TheExportAsksForACompressor) {
   TestHost user;
-  CZZMovie movie;
-  source.draw = [](CZZimage& image, int32_t number) { image.fill(static_cast<uint8_t>(60 + 20 * number)); };
-  movie.source = &source;
-  ASSERT_TRUE(movie.record(3, "", 0, 0, 64, 48, true));
-  source.play(0, 3);
-  movie.stopRecording();
   user.fills.emplace_back([](Form&) { return false; });
   user.fill({{"Compressor", videoCodecs().front().label}});
   user.fill({});  // the choice as it stands
-  uintmax_t uncompressed = 0;
+  source.draw = paintBars;
+  CZZMovie movie;
+  fill(movie, "", 3, 3, false, 64, 48);
   for (const bool compresses : {false, false, true}) {
-    std::string report;
+    std::string report, path = folder.file("x.avi");
     const std::string log =
-        logOf([&] { EXPECT_TRUE(movie.saveAVI(folder.file("x.avi"), 25, 0, 3, 1, true, report)) << report; });
+        logOf([&] { EXPECT_TRUE(movie.saveAVI(path, 25, 0, 3, 1, true, report)) << report; });
     EXPECT_EQ(report, compresses ? "saveAVI::ok" : "saveAVI::not compressing.ok");
     EXPECT_NE(log.find("fcctype="), std::string::npos);
-    const auto reader = openVideo(folder.file("x.avi"));
-    for (int32_t k = 0; k < 3; ++k) EXPECT_NEAR(greyOf(*reader, k)[700], 60 + 20 * k, 1);
-    const uintmax_t bytes = std::filesystem::file_size(folder.file("x.avi"));
-    if (!compresses) uncompressed = bytes;
-    EXPECT_EQ(bytes < uncompressed, compresses);
+    const auto reader = openVideo(path);
+    for (int32_t k = 0; k < 3; ++k) EXPECT_EQ(numberOf(*reader, k), k);
   }
 }
 
