@@ -129,6 +129,8 @@ bool CBasicApp::initInstance(const StartOptions& options) {
     if (auto listening = InstanceLink::listen(kInstanceClass)) link.emplace(std::move(*listening));
 
   const bool isSwitch = isSwitchLine(commandLine);
+  if (isSwitch)
+    process.batchMode = process.quietMode = 1;  // what opening has to say, too, goes without a dialog
   if (!commandLine.empty()) {
     const std::string file =
         isSwitch ? commandLine.substr(std::min<size_t>(3, commandLine.size())) : commandLine;
@@ -171,7 +173,6 @@ void CBasicApp::registerDocumentTypes(const StartOptions& options) {
 
 // A switch works only by posted commands, so that the opened document is in front when they come.
 void CBasicApp::runStartSwitch(char letter) {
-  process.batchMode = process.quietMode = 1;
   if (letter == 'a') {
     postMainCommand(cmd::ExportUncompressedAvi);
     postMainCommand(cmd::AppExit);

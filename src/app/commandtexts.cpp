@@ -56,6 +56,8 @@ constexpr CommandText kTexts[] = {
      "exams"},
     {cmd::ProcessResults, "Process results",
      "Opens all images of the exam and, where the profile says so, analyses them.", "", "process-results"},
+    {cmd::OpenCytoscan, "Open Cytoscan file", "Opens raw frames by the header file that tells of them.", "",
+     ""},
     {cmd::LiveVideo, "Live video", "Opens the live video of the camera.", "Ctrl+Shift+L", "live"},
     {cmd::Flo1Monitor, "FLO1 monitor", "Opens the window of the velocity input.", "", "velocity"},
     {cmd::OpenAcquisitionWindows, "Open acquisition windows",

@@ -8,6 +8,8 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "framework/commandids.h"
+#include "framework/documenttype.h"
+#include "host/host.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -58,6 +60,7 @@ const CommandTableBase* CBasicMainFrame::commands() const {
   using F = CBasicMainFrame;
   static const CommandTable<F> table{
       {cmd::SelectSubject, "Select Subject...", &F::selectSubject, &F::canSelectSubject},
+      {cmd::OpenCytoscan, "Open C&ytoscan file...", &F::openCytoscan, &F::canOpenVideos},
       {cmd::ViewExams, "View Exams", &F::viewExams, &F::canViewExams, &F::showsExams},
       {cmd::ProcessResults, "Process Results", &F::processResults},
       {cmd::CloseAll, "Close All", &F::closeAll},
@@ -135,6 +138,17 @@ std::string CBasicMainFrame::statusText() const {
       subject.c_str(), exam.c_str(), app.db ? app.dataFolder.c_str() : "none",
       records.empty() ? "none" : records.c_str(), static_cast<unsigned long long>(room >> 20),
       fileNameOf(withoutExtension(settings.path())).c_str());
+}
+
+bool CBasicMainFrame::canOpenVideos() const {
+  return process.videoTemplate && process.videoTemplate->canOpen();
+}
+
+// A video document takes the header for what it is.
+void CBasicMainFrame::openCytoscan() {
+  const auto header = host().choosers.openFile(
+      {"Open Cytoscan file", "cytoscan files (*.*)|*.*||", "", settings.getString("hdr", "header", "")});
+  if (header && !header->empty()) (void)process.videoTemplate->importDocument(*header);
 }
 
 void CBasicMainFrame::viewExams() {

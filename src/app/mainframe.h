@@ -88,6 +88,8 @@ class CBasicMainFrame : public CommandTarget {
   void selectSubject() { runSelectSubject(*subjectFace); }
   bool canSelectSubject() const { return subjectFace != nullptr; }
   void viewExams();
+  bool canOpenVideos() const;
+  void openCytoscan();
   bool canViewExams() const { return examFace != nullptr; }
   bool showsExams() const { return examFace && examFace->isOpen(); }
   void processResults() { runProcessResults(); }

@@ -27,7 +27,7 @@ Entries operator+(Entries first, const Entries& second) {
 
 // What a kind of document adds stands between opening and what concerns the whole program.
 Menu fileMenu(const Entries& ofDocument) {
-  return {"&File", Entries{cmd::FileOpen, cmd::Import, cmd::FileClose} + ofDocument +
+  return {"&File", Entries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::FileClose} + ofDocument +
                        Entries{K::Separator, cmd::DataFolder, cmd::SelectProfile, K::Separator,
                                K::RecentFiles, K::Separator, cmd::AppExit}};
 }

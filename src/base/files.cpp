@@ -92,6 +92,11 @@ bool sameFolder(std::string_view a, std::string_view b) {
   return resolve(a) == resolve(b);
 }
 
+bool sameFile(const std::string& a, const std::string& b) {
+  std::error_code error;
+  return fs::equivalent(a, b, error) && !error;
+}
+
 bool fileExists(const std::string& path) {
   std::error_code error;
   return !path.empty() && fs::is_regular_file(path, error);

@@ -28,7 +28,8 @@ std::string withSeparator(std::string folder);  // with a separator at its end, 
 bool isAbsolutePath(std::string_view path);
 bool sameFolder(std::string_view a, std::string_view b);  // after resolving; missing folders compare as text
 
-bool fileExists(const std::string& path);  // a regular file (or device) that can be examined
+bool sameFile(const std::string& a, const std::string& b);  // both there, and one and the same
+bool fileExists(const std::string& path);                   // a regular file (or device) that can be examined
 bool folderExists(const std::string& path);
 std::string workingFolder();                        // with a separator at its end
 uint64_t freeDiscBytes(const std::string& folder);  // what may still be written there; 0 when unknown

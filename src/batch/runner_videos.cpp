@@ -39,7 +39,7 @@ StepResult ScriptRunner::frame(const Step& step) {
 StepResult ScriptRunner::exportVideo(CVivoCapDoc& video, const std::string& path) {
   const CZZMovie::Range range = video.selection();
   if (!video.hasMovie()) return StepResult::failure("the video has no images");
-  if (path == video.movie->fileName) return StepResult::failure("a movie can't be exported over itself");
+  if (sameFile(path, video.movie->fileName)) return StepResult::failure("a movie can't be exported over itself");
   std::string told;
   if (isAviName(path)) {
     if (!video.movie->saveAVI(path, static_cast<int32_t>(video.imagesPerSecond() + 0.5), range.first,

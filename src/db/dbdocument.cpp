@@ -110,7 +110,7 @@ std::string CdbDocument::defaultPathName() const {
     if (const auto row = app.db->exam(subject, exam)) folder = app.dataFolder + row->folder + kSeparator;
   std::string name = replaced(title(), ' ', '_');
   name = name.substr(0, name.find_first_of(" #%;/\\"));
-  return folder + name + (type() ? type()->filterExtension() : std::string());
+  return folder + name + (storedType() ? storedType()->filterExtension() : std::string());
 }
 
 std::string CdbDocument::setBaseFileName(const std::string& suffix) const {

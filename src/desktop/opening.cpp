@@ -39,9 +39,8 @@ bool isSwitch(const std::string& argument) {
 
 std::string helpPage(const CDocument* front) {
   // Kinds that are told on another one's page.
-  static constexpr std::pair<const char*, const char*> kShared[] = {{"Dimension List", "results"},
-                                                                    {"Profile", "chart"},
-                                                                    {"AVI Video", "video"}};
+  static constexpr std::pair<const char*, const char*> kShared[] = {
+      {"Dimension List", "results"}, {"Profile", "chart"}, {"AVI Video", "video"}};
   const std::string kind = front && front->type() ? front->type()->documentName() : "index";
   std::string page = replaced(lowerCase(kind), ' ', '-') + ".html";
   for (const auto& [name, on] : kShared)

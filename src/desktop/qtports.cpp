@@ -148,6 +148,7 @@ std::optional<std::string> firstOf(const std::vector<std::string>& paths) {
 }  // namespace
 
 std::optional<std::string> QtChoosers::openFile(const FileRequest& request) {
+  if (process.quietMode) return std::nullopt;
   QFileDialog dialog(dialogParent());
   dialog.setFileMode(QFileDialog::ExistingFile);
   prepare(dialog, request);
@@ -155,6 +156,7 @@ std::optional<std::string> QtChoosers::openFile(const FileRequest& request) {
 }
 
 std::optional<std::string> QtChoosers::saveFile(const FileRequest& request) {
+  if (process.quietMode) return std::nullopt;
   QFileDialog dialog(dialogParent());
   dialog.setAcceptMode(QFileDialog::AcceptSave);
   dialog.setFileMode(QFileDialog::AnyFile);
@@ -163,6 +165,7 @@ std::optional<std::string> QtChoosers::saveFile(const FileRequest& request) {
 }
 
 std::vector<std::string> QtChoosers::openFiles(const FileRequest& request) {
+  if (process.quietMode) return {};
   QFileDialog dialog(dialogParent());
   dialog.setFileMode(QFileDialog::ExistingFiles);
   prepare(dialog, request);
@@ -170,6 +173,7 @@ std::vector<std::string> QtChoosers::openFiles(const FileRequest& request) {
 }
 
 std::optional<std::string> QtChoosers::chooseFolder(const std::string& title, const std::string& current) {
+  if (process.quietMode) return std::nullopt;
   QFileDialog dialog(dialogParent(), toQt(title), nearestFolder(current));
   dialog.setFileMode(QFileDialog::Directory);
   dialog.setOption(QFileDialog::ShowDirsOnly);
@@ -179,6 +183,7 @@ std::optional<std::string> QtChoosers::chooseFolder(const std::string& title, co
 // --- forms
 
 bool QtForms::run(Form& form) {
+  if (process.quietMode) return false;
   const QtWaitCursor::Pause pause;
   FormDialog dialog(form, dialogParent());
   return dialog.exec() == QDialog::Accepted;

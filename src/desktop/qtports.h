@@ -3,6 +3,7 @@
 
 #include <QString>
 
+#include "app/processstate.h"
 #include "host/host.h"
 
 class QWidget;
@@ -41,6 +42,7 @@ class QtMessages final : public Messages {
 
 class QtChoosers final : public Choosers {
  public:
+  bool asksSomebody() const override { return !process.quietMode; }
   std::optional<std::string> openFile(const FileRequest& request) override;
   std::optional<std::string> saveFile(const FileRequest& request) override;
   std::vector<std::string> openFiles(const FileRequest& request) override;

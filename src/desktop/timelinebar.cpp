@@ -15,10 +15,11 @@ constexpr int kMargin = 10, kTrackTop = 7, kTrackHeight = 6, kHandle = 5;
 constexpr int kPreviewWidth = 160;
 
 QString timeText(double seconds, bool withFractions) {
-  const int minutes = static_cast<int>(std::min(seconds / 60, 1e6));
-  const double rest = seconds - 60.0 * minutes;
-  return withFractions ? QString::asprintf("%i:%05.2f", minutes, rest)
-                       : QString::asprintf("%i:%02i", minutes, static_cast<int>(rest + 1e-6));
+  // To the hundredth, so that no minute has 60 seconds.
+  const auto hundredths = static_cast<int64_t>(std::min(seconds * 100 + 0.5, 6e12));
+  const auto minutes = static_cast<int>(hundredths / 6000), rest = static_cast<int>(hundredths % 6000);
+  return withFractions ? QString::asprintf("%i:%02i.%02i", minutes, rest / 100, rest % 100)
+                       : QString::asprintf("%i:%02i", minutes, rest / 100);
 }
 
 // The least of 0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30 and 60 seconds and their multiples whose labels don't meet.
@@ -115,7 +116,9 @@ void TimelineBar::mouseMoveEvent(QMouseEvent* event) {
 
 void TimelineBar::wheelEvent(QWheelEvent* event) {
   const CView::Timeline line = view.timeline();
-  const int steps = event->angleDelta().y() / 120;
+  wheelRest += event->angleDelta().y();
+  const int steps = wheelRest / 120;
+  wheelRest -= steps * 120;
   if (line.count > 0 && steps) view.goTo(std::clamp(line.current - steps, 0, line.count - 1));
   event->accept();
   update();

@@ -35,6 +35,7 @@ class TimelineBar final : public QWidget {
   CView& view;
   std::unique_ptr<QLabel> preview;
   int32_t previewed = -1;
+  int wheelRest = 0;  // eighths of a degree that make no whole step yet
 };
 
 }  // namespace tarnvisor

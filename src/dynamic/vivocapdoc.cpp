@@ -52,20 +52,32 @@ CZZMovie::Range CVivoCapDoc::selection() const {
 void CVivoCapDoc::select(int32_t first, int32_t last) {
   const int32_t count = imageCount();
   selectionFirst = first < 0 || first >= count ? -1 : first;
-  selectionLast = last < 0 || last >= count || last <= first ? -1 : last;
+  selectionLast = last < 0 || last >= count || last <= std::max(first, 0) ? -1 : last;
   updateAllViews();
 }
 
 double CVivoCapDoc::imagesPerSecond() const { return isFieldMovie() ? fps * 2 : fps; }
 
 void CVivoCapDoc::updatePlayPeriod() {
+  choosesPeriod = false;
   playPeriod = fps > 0 ? std::max(1, static_cast<int32_t>(std::min(1000 / fps, 1e6))) : 20;
+}
+
+// What a movie file doesn't keep. A video file tells its own.
+void CVivoCapDoc::giveRate() {
+  if (!movie || movie->mode == CZZMovie::kAvi) return;
+  movie->rate = std::max(1, static_cast<int32_t>(std::min(imagesPerSecond() * 1000 + 0.5, 2e9)));
+  movie->scale = 1000;
+}
+
+std::string CVivoCapDoc::stemOfTitle() const {
+  return endsWithIgnoringCase(title(), ".dtv") ? title().substr(0, title().size() - 4) : title();
 }
 
 // Another movie has taken the place of the one before.
 void CVivoCapDoc::movieChanged() {
   if (!hasMovie()) return;
-  moviePath = movie->fileName;
+  moviePath = movie->isRaw() ? "" : movie->fileName;  // raw frames get a movie file by the next save
   frameCount = movie->isFieldMovie() ? movie->count / 2 : movie->count;
   if (selectionFirst >= movie->count || selectionLast > movie->count) selectionFirst = selectionLast = -1;
   refreshImage();

@@ -66,7 +66,7 @@ class CVivoCapDoc : public ZBasicDoc {
   // --- exchange (vivocapdoc_exchange.cpp)
   // Written beside the document; empty when it was not.
   std::string exportUncompressed();
-  bool importMovie(const std::string& path);
+  bool importMovie(const std::string& path, bool avi);  // avi: by the command for AVI files
   // The work folder, asked for when there is none; empty when the user gives none.
   std::string workFolder();
 
@@ -85,13 +85,16 @@ class CVivoCapDoc : public ZBasicDoc {
   int32_t selectionStep = 1;
   std::vector<double> spotVelocities;
   uint8_t panoramicPending = 0;
-  int32_t playPeriod = 20;  // milliseconds
+  int32_t playPeriod = 20;     // milliseconds
+  bool choosesPeriod = false;  // the user set another than that of the rate
 
  private:
   // vivocapdoc.cpp
   void refreshImage();
   void movieChanged();
   void updatePlayPeriod();
+  void giveRate();
+  std::string stemOfTitle() const;
   CZZMovie& freshMovie();
 
   // vivocapdoc_open.cpp
@@ -143,6 +146,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void directories();
   void selectImages();
   void properties();
+  void relink(const std::string& file);
   void modifiedLaplacian();
   void luluLower();
   void luluUpper();

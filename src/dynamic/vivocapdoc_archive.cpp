@@ -32,7 +32,6 @@ size_t countedItems(const Archive& archive, int32_t count, size_t itemBytes) {
 
 void CVivoCapDoc::serialize(Archive& archive) {
   ZBasicDoc::serialize(archive);
-  updatePlayPeriod();
   if (archive.isStoring()) return storeVideo(archive);
   loadVideo(archive);
   updatePlayPeriod();

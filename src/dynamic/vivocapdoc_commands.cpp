@@ -163,21 +163,19 @@ void CVivoCapDoc::deleteImages(const char* question, bool selected) {
   const std::string words = format(question, range.first, range.last);
   if (!process.quietMode && host().messages.show(words, Buttons::YesNo, Icon::Question) != Answer::Yes)
     return;
-  const bool made = makeMovie(format(selected ? "deleted images %i to %i" : "deleted all images but %i to %i",
+  (void)makeMovie(format(selected ? "deleted images %i to %i" : "deleted all images but %i to %i",
                                      range.first, range.last),
                               [&](CZZMovie& mine, const std::string& name) {
                                 return selected ? mine.deleteFrames(name, range.first, range.last)
                                                 : mine.keepFrames(name, range.first, range.last);
                               });
-  if (made) select(-1, -1);
 }
 
 void CVivoCapDoc::deleteSelected() { deleteImages(text::kDeleteSelected, true); }
 void CVivoCapDoc::deleteOthers() { deleteImages(text::kDeleteOthers, false); }
 
 void CVivoCapDoc::duplicateImage() {
-  if (ZBasicDoc* copy = duplicate(""))
-    copy->setTitle(withoutExtension(title()) + format("-%04i", currentIndex()));
+  if (ZBasicDoc* copy = duplicate("")) copy->setTitle(stemOfTitle() + format("-%04i", currentIndex()));
 }
 
 void CVivoCapDoc::averageCommand() { (void)averageSelection(); }
@@ -243,8 +241,10 @@ void CVivoCapDoc::subtractTrace() {
            .trace;
   const CZZMovie::Range range = selection();
   double mean = 0;
+  int32_t numbers = 0;
   for (int32_t i = range.first; i < range.last; ++i)
-    mean += (sampleAt(trace, timeOf(i)) - mean) / (i - range.first + 1);
+    if (const double value = sampleAt(trace, timeOf(i)); std::isfinite(value))
+      mean += (value - mean) / ++numbers;
   processImages("subtracted trace " + trace.name + text::kLineEnd, [&](CZZimage& each) {
     const double apart = sampleAt(trace, timeOf(movie->current)) - mean;
     if (std::isfinite(apart))
@@ -270,6 +270,17 @@ void CVivoCapDoc::selectImages() {
   select(first, last);
 }
 
+// The movie before stays where the other one can't be opened. The same frames keep what is known of them.
+void CVivoCapDoc::relink(const std::string& file) {
+  if (movie && movie->modified) return report("Save the recording first.");
+  auto other = std::make_unique<CZZMovie>();
+  if (!other->open(file))
+    return report(format("%s\n%s\n%s", text::kCouldNotLoadImage, file.c_str(), other->failure().c_str()));
+  if (movie && movie->frameTable.size() == other->frameTable.size()) other->adoptTable(movie->frameTable);
+  movie = std::move(other);
+  movieChanged();
+}
+
 void CVivoCapDoc::properties() {
   std::string file = moviePath;
   double framesPerSecond = fps;
@@ -280,16 +291,15 @@ void CVivoCapDoc::properties() {
       .add("avi rate", rate, {1, 2147483647, {}})
       .add("avi scale", scale, {1, 2147483647, {}});
   if (!host().forms.run(form)) return;
+  const bool newRate = fps != framesPerSecond;
   fps = framesPerSecond;
-  updatePlayPeriod();
-  if (file != moviePath && !file.empty() && !openMovie(file)) {
-    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, file.c_str(), movie->failure().c_str()));
-    if (!moviePath.empty()) (void)openMovie(moviePath);
-  }
-  movieChanged();
-  if (movie) {
+  if (newRate) updatePlayPeriod();
+  if (file != moviePath && !file.empty()) relink(file);
+  if (movie && (rate != movie->rate || scale != movie->scale)) {
     movie->rate = rate;
     movie->scale = scale;
+  } else if (newRate) {
+    giveRate();
   }
   setModified();
   updateAllViews();

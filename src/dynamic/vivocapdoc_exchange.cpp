@@ -8,7 +8,6 @@
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
-#include "movie/movieoutput.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 
@@ -58,7 +57,6 @@ void CVivoCapDoc::exportCompressedCommand() {
       host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi",
                                 stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
   if (!path || path->empty()) return;
-  if (*path == moviePath) return report("A movie can't be exported over itself.");
   std::string told;
   const WaitScope wait;
   if (!movie->saveAVI(*path, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
@@ -69,9 +67,12 @@ void CVivoCapDoc::exportCompressedCommand() {
 }
 
 // The frames of another movie after this one's; the first movie of an empty document is linked as it is.
-bool CVivoCapDoc::importMovie(const std::string& path) {
+bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
+  const std::string words =
+      avi ? "imported avi " + fileNameOf(path) + " imported" : "imported " + fileNameOf(path);
   if (!hasMovie()) {
     if (!takeVideo(path)) return false;
+    appendNotes(words + text::kLineEnd);
     updateAllViews();
     return true;
   }
@@ -80,21 +81,19 @@ bool CVivoCapDoc::importMovie(const std::string& path) {
     report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), other.failure().c_str()));
     return false;
   }
-  const std::string words =
-      isAviName(path) ? "imported avi" + fileNameOf(path) + " imported" : "imported " + fileNameOf(path);
   return makeMovie(words, [&](CZZMovie& mine, const std::string& name) { return mine.append(other, name); });
 }
 
 void CVivoCapDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kMoviesFilter, "", ""});
-  if (path && !path->empty()) (void)importMovie(*path);
+  if (path && !path->empty()) (void)importMovie(*path, false);
 }
 
 void CVivoCapDoc::importAviCommand() {
   const auto path = host().choosers.openFile({"Import AVI", text::kAviFilter, "", ""});
   if (!path || path->empty()) return;
   logPrintf("importing avi file=%s\n", path->c_str());
-  (void)importMovie(*path);
+  (void)importMovie(*path, true);
 }
 
 void CVivoCapDoc::toggleCompression() {

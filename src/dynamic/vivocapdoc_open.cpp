@@ -11,6 +11,7 @@
 #include "framework/documenttype.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "movie/movieoutput.h"
 #include "movie/tagreader.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
@@ -39,10 +40,13 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
     if (!takeVideo(path)) return false;
     const std::string own = withoutExtension(path) + ".dtv";
     setPathName(own);
-    // A document that is there already is not written over without a question.
-    if (fileExists(own)) {
+    // A document of that name is not written over without a question.
+    bool taken = fileExists(own);
+    for (const CDocument* other : theApp().documents.documents())
+      taken = taken || (other != this && other->pathName() == pathName());
+    if (taken) {
       forgetPathName();
-      setTitle(fileNameOf(own));
+      setTitle(withoutExtension(fileNameOf(own)));
     }
     return true;
   }
@@ -54,6 +58,7 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
 }
 
 bool CVivoCapDoc::onImportFile(const std::string& path) {
+  if (!isMovieFile(path) && !isAviName(path)) return openRawFrames(path);
   if (!takeVideo(path)) return false;
   setTitle(withoutExtension(fileNameOf(path)));
   return true;
@@ -62,16 +67,18 @@ bool CVivoCapDoc::onImportFile(const std::string& path) {
 // A movie without a document: its own rate, where it tells one.
 bool CVivoCapDoc::takeVideo(const std::string& path) {
   std::error_code error;
-  const std::string full = std::filesystem::absolute(path, error).string();
-  if (!openMovie(error ? path : full)) {
-    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), movie->failure().c_str()));
-    movie.reset();
+  const std::string full = std::filesystem::absolute(path, error).lexically_normal().string();
+  auto fresh = std::make_unique<CZZMovie>();
+  if (!fresh->open(error ? path : full)) {
+    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), fresh->failure().c_str()));
     return false;
   }
+  movie = std::move(fresh);
   if (movie->mode == CZZMovie::kAvi && movie->scale > 0)
     fps = static_cast<double>(movie->rate) / movie->scale;
   movieChanged();
   updatePlayPeriod();
+  giveRate();
   tellRecovered();
   setModified();
   return true;
@@ -96,6 +103,7 @@ bool CVivoCapDoc::linkMovie(const std::string& documentPath) {
   if (!fileExists(path)) {
     if (silent) return false;
     host().messages.show(filledIn(text::kCannotFindMovie, moviePath), Buttons::Ok, Icon::Warning);
+    if (process.quietMode) return false;
     const auto chosen = host().choosers.openFile({"Open", text::kVideoFilter, "", folderOf(documentPath)});
     if (!chosen || chosen->empty()) return false;
     path = *chosen;
@@ -109,6 +117,7 @@ bool CVivoCapDoc::linkMovie(const std::string& documentPath) {
   const int32_t frames = frameCount;
   movieChanged();
   frameCount = frames;
+  giveRate();
   selectionFirst = first;
   selectionLast = last;
   tellRecovered();
@@ -206,7 +215,11 @@ bool CVivoCapDoc::onSaveDocument(const std::string& path) {
     report(format("%s\n%s", text::kErrorSavingImage, movie->failure().c_str()));
     return false;
   }
-  return saveResults(withoutExtension(path)) && CdbDocument::onSaveDocument(path);
+  updatePlayPeriod();
+  if (!saveResults(withoutExtension(path)) || !CdbDocument::onSaveDocument(path)) return false;
+  // From now on the movie is a stored document's, which finds it by its name and as it is now.
+  if (movie) movie->shared = 1;
+  return true;
 }
 
 }  // namespace tarnvisor

@@ -34,9 +34,14 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
       do {
         refreshImage();
         operation(*theImage());
-        if (view) view->redrawNow();
+        if (view) {
+          view->onUpdate();
+          view->redrawNow();
+        }
       } while (movie->nextFrame(range.last) != 0 && !movie->processingFailed());
       const bool kept = movie->closeProcessing();
+      // The new movie is what was selected.
+      if (movie->fileName != before) selectionFirst = selectionLast = -1;
       movieChanged();
       if (!kept) tellFailedPass(before);
     } else {
@@ -51,12 +56,13 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
 // The movie is the one before; the images that were written lie beside.
 void CVivoCapDoc::tellFailedPass(const std::string& before) {
   const std::string left = movie->leftOver();
-  report(format("%s could not be processed: %s.\nIt is as it was.%s", fileNameOf(before).c_str(),
-                movie->failure().c_str(),
-                left.empty() ? ""
-                             : format(" %i images were processed before and saved as %s.",
-                                      movie->processedCount, left.c_str())
-                                   .c_str()));
+  std::string state = "\nIt is as it was.";
+  if (!left.empty())
+    state += format(" %i images were processed before and saved as %s.", movie->processedCount, left.c_str());
+  else if (movie->processedCount > 0)  // in place
+    state = format("\nIts first %i selected images were processed.", movie->processedCount);
+  report(format("%s could not be processed: %s.%s", fileNameOf(before).c_str(), movie->failure().c_str(),
+                state.c_str()));
 }
 
 bool CVivoCapDoc::makeMovie(const std::string& words,
@@ -66,7 +72,7 @@ bool CVivoCapDoc::makeMovie(const std::string& words,
   if (folder.empty()) return false;
   const WaitScope wait;
   const std::string before = movie->fileName;
-  const std::string stem = before.empty() ? withoutExtension(title()) : withoutExtension(fileNameOf(before));
+  const std::string stem = before.empty() ? stemOfTitle() : withoutExtension(fileNameOf(before));
   const char* ending = compressoutput ? ".avi" : ".mve";
   std::string name;
   for (char letter = 'A'; letter <= 'z' && name.empty(); letter = letter == 'Z' ? 'a' : letter + 1)
@@ -76,6 +82,7 @@ bool CVivoCapDoc::makeMovie(const std::string& words,
                   stem.c_str(), ending));
     return false;
   }
+  movie->forgetFailure();
   if (!work(*movie, name)) {
     if (movie->failure().empty())
       report("That would leave no images.");
@@ -84,6 +91,7 @@ bool CVivoCapDoc::makeMovie(const std::string& words,
     updateAllViews();
     return false;
   }
+  selectionFirst = selectionLast = -1;
   movieChanged();
   appendNotes(words + text::kLineEnd);
   setModified();
@@ -95,6 +103,7 @@ ZBasicDoc* CVivoCapDoc::averageSelection() {
   if (!hasMovie()) return nullptr;
   const WaitScope wait;
   auto mean = std::make_unique<CZZimage>();
+  movie->forgetFailure();
   if (!movie->averageInto(*mean, selectionFirst, selectionLast)) {
     report(movie->failure().empty() ? text::kNoMemory : movie->failure());
     return nullptr;
@@ -103,9 +112,10 @@ ZBasicDoc* CVivoCapDoc::averageSelection() {
   ZBasicDoc* made = duplicate("");
   if (!made) return nullptr;
   made->takeImage(std::move(mean));
-  made->setTitle(withoutExtension(title()) + format("Av%1i-%1i", range.first, range.last));
+  made->setTitle(stemOfTitle() + format("Av%1i-%1i", range.first, range.last));
   if (process.batchMode) {
-    const std::string path = folderOf(pathName()) + made->title() + ".tv1";
+    made->keepwhole = 1;  // nobody is there to be asked
+    const std::string path = folderOf(pathName().empty() ? moviePath : pathName()) + made->title() + ".tv1";
     if (made->onSaveDocument(path)) made->setPathName(path);
   }
   made->updateAllViews();

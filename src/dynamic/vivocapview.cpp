@@ -51,11 +51,12 @@ std::vector<StatusPane> CVivoCapView::panes() const {
     for (const char* name : {"image", "field", "time"}) all.push_back({name, ""});
     return all;
   }
-  const double seconds = doc.timeOf(doc.currentIndex());
-  const int32_t minutes = static_cast<int32_t>(std::min(seconds / 60, 1e6));
+  // To the hundredth, so that no minute has 60 seconds.
+  const auto hundredths = static_cast<int64_t>(std::min(doc.timeOf(doc.currentIndex()) * 100 + 0.5, 6e12));
+  const auto minutes = static_cast<int32_t>(hundredths / 6000);
   all.push_back({"image", format("Image# %03i/%03i", doc.currentIndex(), doc.imageCount())});
   all.push_back({"field", format("Field# %3li", static_cast<long>(doc.theImage()->frameNumber))});
-  all.push_back({"time", format("%02i:%05.2f", minutes, seconds - 60.0 * minutes)});
+  all.push_back({"time", format("%02i:%05.2f", minutes, static_cast<double>(hundredths % 6000) / 100)});
   return all;
 }
 
@@ -124,8 +125,7 @@ bool CVivoCapView::thumbnail(int32_t index, int32_t width, Size& size, std::vect
 // The document's period is cut to milliseconds; unless the user chose another, the rate itself counts.
 double CVivoCapView::tickSeconds() const {
   const double exact = 1 / doc.imagesPerSecond();
-  const bool automatic = doc.playPeriod == std::max(1, static_cast<int32_t>(std::min(1000 / doc.fps, 1e6)));
-  return automatic && exact > 0 ? exact : std::max(1, doc.playPeriod) * 0.001;
+  return !doc.choosesPeriod && exact > 0 ? exact : std::max(1, doc.playPeriod) * 0.001;
 }
 
 void CVivoCapView::restartClock(double nowSeconds) {
@@ -159,13 +159,12 @@ void CVivoCapView::tick(double nowSeconds) {
   const int64_t late = due - ticksDone;
   ticksDone = due;
   const int32_t last = doc.imageCount() - 1;
-  if (!looping && doc.currentIndex() >= last) return stopPlayback();
   const int64_t step = doc.currentIndex() + int64_t{playStep};
   const int64_t wanted = doc.currentIndex() + late * playStep;
   if (step > last || (looping && wanted > last)) {  // past the end is the start
     goTo(0);
     if (!looping) return stopPlayback();
-    return restartClock(nowSeconds);
+    return restartClock(startedAt + static_cast<double>(due) * tickSeconds());
   }
   goTo(static_cast<int32_t>(std::min<int64_t>(wanted, last)));
 }
@@ -190,6 +189,7 @@ void CVivoCapView::playbackSkip() {
   Form form("Playback");
   form.add("milliseconds from image to image", period, {1, 60000, {}});
   if (!host().forms.run(form)) return;
+  doc.choosesPeriod = doc.choosesPeriod || period != doc.playPeriod;
   doc.playPeriod = period;
   restartClock(steadySeconds());
 }

@@ -67,13 +67,15 @@ class CZZMovie {
   bool isOpen() const { return mode != kClosed && count > 0; }
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
+  bool isRaw() const { return mode == kFile && dataOffset == 0; }
+  void forgetFailure() { trouble.clear(); }
   void close();
 
   // --- zzmovie_open.cpp
   // Any container of a known kind is read; one whose name ends in .avi, or that is no .mve, as video. The
   // words for the user when there are no frames are in failure().
   bool open(const std::string& name);
-  // Raw pixels without a header, rows without gaps.
+  // Raw pixels without a header, rows without gaps; frames of 0: as many as there are.
   bool openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames);
   // How many frames a recording that was cut off left; 0 for a file that was closed.
   int32_t recoveredFrames() const { return recovered; }

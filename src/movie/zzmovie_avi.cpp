@@ -1,5 +1,8 @@
 // Video files: opening one as a movie, and the export.
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 #include "base/files.h"
 #include "base/numbers.h"
@@ -73,6 +76,10 @@ bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t
     report += "failed:n<1";
     return false;
   }
+  if (sameFile(name, fileName)) {
+    report += "a movie can't be exported over itself.";
+    return false;
+  }
   VideoFormat format;
   const bool compressing = compress && chooseCompressor(format);
   if (compress && !compressing) report += "not compressing.";
@@ -97,7 +104,9 @@ bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t
   format.scale = 1;
   format.colour = inColour;
   std::string why;
-  const auto writer = VideoWriter::create(name, format, why);
+  // An export that is there stays until the new one is whole.
+  const std::string made = fileExists(name) ? withoutExtension(name) + ".new.avi" : name;
+  const auto writer = VideoWriter::create(made, format, why);
   if (!writer) {
     report += (compressing ? "compress start failed. " : "failed AVI file open. ") + why;
     return false;
@@ -113,6 +122,10 @@ bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t
   }
   if (!writer->close()) {
     report += writer->why();
+    return false;
+  }
+  if (made != name && std::rename(made.c_str(), name.c_str()) != 0) {
+    report += std::strerror(errno);
     return false;
   }
   report += "ok";

@@ -75,7 +75,8 @@ bool CZZMovie::openRaw(const std::string& name, int32_t width, int32_t height, i
   file = MovieFile::open(name, MovieFile::Access::Update);
   const int64_t bytes = int64_t{width} * height;
   const bool possible = file && width > 0 && height > 0 && bytes <= file->size();
-  const int64_t held = possible ? std::min<int64_t>(file->size() / bytes, std::max(0, frames)) : 0;
+  const int64_t held =
+      possible ? std::min<int64_t>(file->size() / bytes, frames > 0 ? frames : INT32_MAX) : 0;
   if (held < 1) {
     trouble = file ? "It holds no image of that size." : std::strerror(errno);
     file.reset();

@@ -40,7 +40,7 @@ bool CZZMovie::openProcessing(bool inPlace, const std::string& name) {
 }
 
 bool CZZMovie::beginOutput(const std::string& name, const CZZimage& form) {
-  const std::string wanted = name.empty() || name == fileName ? freeName() : name;
+  const std::string wanted = name.empty() || name == fileName || sameFile(name, fileName) ? freeName() : name;
   if (wanted.empty())
     trouble = "all names from A to z are taken";
   else
@@ -171,7 +171,7 @@ bool CZZMovie::save(const std::string& name, int32_t first, int32_t last) {
   }
   if (mode == kMemory || range.size() != count)
     saved = saveFrames(name, range.first, range.last);
-  else if (name == fileName)
+  else if (name == fileName || sameFile(name, fileName))
     return recovered ? writeMissingTrailer() : false;
   else if (!equalIgnoringCase(extensionOf(name), extensionOf(fileName)))
     saved = saveFrames(name, range.first, range.last);

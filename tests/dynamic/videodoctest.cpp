@@ -42,6 +42,10 @@ TEST_F(VideoDocument, RunsAStepOverTheSelectionWhoseEndIsExclusive) {
   run("Negative");
   EXPECT_THAT(levels(), ElementsAre(11, 12, 13));
   EXPECT_EQ(doc.movie->fileName, folder.file("aA.mve")) << "a movie of its own is changed in place";
+  doc.select(1, -1);
+  doc.movie->shared = 1;
+  run("Negative");
+  EXPECT_EQ(doc.selection().size(), 2) << "the new movie is what was selected, also up to the end";
   CZZMovie first;
   ASSERT_TRUE(first.open(folder.file("a.mve")));
   EXPECT_EQ(first.count, 6);

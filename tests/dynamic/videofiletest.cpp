@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "archive/archive.h"
+#include "framework/documenttype.h"
 #include "support/videotest.h"
 
 namespace tarnvisor {
@@ -143,6 +144,52 @@ TEST_F(VideoFiles, SavesAsWithTheLinkOrWithACopyOfTheSelection) {
   EXPECT_TRUE(fileExists(folder.file("m.mve")));
 }
 
+TEST_F(VideoFiles, NeverChangesAMovieThatAStoredDocumentLinks) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  run("Negative");
+  ASSERT_TRUE(doc.onSaveDocument(folder.file("first.dtv")));
+  run("Negative");
+  EXPECT_EQ(doc.moviePath, folder.file("mAA.mve")) << "a pass makes another one";
+  host.answers = {Answer::No};
+  host.paths = {folder.file("second.dtv")};
+  run("Save As");
+  EXPECT_EQ(doc.moviePath, folder.file("second.mve"));
+  process.videoTemplate->discard(doc);
+  ASSERT_NE(app->openDocumentFile(folder.file("first.dtv")), nullptr);
+  EXPECT_THAT(levels(), ElementsAre(245, 244, 243));
+}
+
+TEST_F(VideoFiles, GivesVideoFilesTheDocumentsRate) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  doc.fps = 12.5;
+  ASSERT_TRUE(doc.onSaveDocument(folder.file("v.dtv")));
+  process.videoTemplate->discard(doc);
+  ASSERT_NE(app->openDocumentFile(folder.file("v.dtv")), nullptr);
+  compressoutput = 1;
+  run("Negative");
+  EXPECT_EQ(video().moviePath, folder.file("mA.avi"));
+  CZZMovie made;
+  ASSERT_TRUE(made.open(folder.file("mA.avi")));
+  EXPECT_EQ(static_cast<double>(made.rate) / made.scale, 12.5);
+  EXPECT_THAT(levels(), ElementsAre(245, 244, 243));
+}
+
+TEST_F(VideoFiles, ExportsNothingOverTheMovieItIsReading) {
+  CVivoCapDoc& doc = openMovie("hand.mve", 3);
+  ASSERT_TRUE(doc.onSaveDocument(folder.file("hand.dtv")));
+  doc.setPathName(folder.file("hand.dtv"));
+  run("Export uncompressed avi");
+  const std::string avi = folder.file("hand-export.avi");
+  const auto exported = readWholeFile(avi);
+  process.videoTemplate->discard(doc);
+  ASSERT_NE(app->openDocumentFile(avi), nullptr);
+  video().setPathName(folder.file("hand.dtv"));
+  run("Export uncompressed avi");
+  EXPECT_THAT(host.messages.back(), HasSubstr("can't be exported over itself"));
+  EXPECT_EQ(readWholeFile(avi), exported);
+  ASSERT_NE(app->openDocumentFile(folder.file("hand-export.avi")), nullptr);
+}
+
 TEST_F(VideoFiles, KeepsARecordingInMemoryInAFileOfItsOwn) {
   auto* doc = static_cast<CVivoCapDoc*>(process.videoTemplate->newDocument());
   doc->movie = std::make_unique<CZZMovie>();
@@ -227,7 +274,12 @@ TEST_F(VideoFiles, ReadsRawFramesByTheirHeader) {
   EXPECT_EQ(doc->magx, 0.5);
   EXPECT_EQ(doc->fps, 30);
   EXPECT_THAT(doc->notes, HasSubstr("raw ops"));
+  EXPECT_EQ(doc->moviePath, "") << "the next save makes a movie of its own";
+  ASSERT_TRUE(doc->onSaveDocument(folder.file("scan.dtv")));
+  EXPECT_EQ(doc->moviePath, folder.file("scan.mve"));
   EXPECT_FALSE(doc->openRawFrames(folder.file("none.hdr")));
+  ASSERT_NE(process.videoTemplate->importDocument(header), nullptr);
+  EXPECT_EQ(video().imageCount(), 3);
 }
 
 }  // namespace
