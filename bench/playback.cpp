@@ -117,7 +117,7 @@ int play() {
     windows.mainWindow()->documentWindows().widgetOf(*document)->viewport()->installEventFilter(&watcher);
     const double processor = processorSeconds();
     view.startPlayback(false);
-    QTimer::singleShot(static_cast<int>(kSeconds * 1000), [] { QApplication::quit(); });
+    QTimer::singleShot(static_cast<int>(kSeconds * 1000), Qt::PreciseTimer, [] { QApplication::exit(); });
     QApplication::exec();
     std::printf(
         "images due %.0f, painted %zu, shown at the end %i; farthest from the clock %.1f images; processor "

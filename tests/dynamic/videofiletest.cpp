@@ -171,7 +171,16 @@ TEST_F(VideoFiles, GivesVideoFilesTheDocumentsRate) {
   CZZMovie made;
   ASSERT_TRUE(made.open(folder.file("mA.avi")));
   EXPECT_EQ(static_cast<double>(made.rate) / made.scale, 12.5);
-  EXPECT_THAT(levels(), ElementsAre(245, 244, 243));
+  host.answers = {Answer::No};
+  host.paths = {folder.file("w.dtv"), folder.file("m.mve"), folder.file("mA.avi")};
+  run("Save As");
+  EXPECT_EQ(video().moviePath, folder.file("w.z.avi"));
+  useWorkFolder();
+  run("Import");
+  EXPECT_THAT(video().notes, HasSubstr("imported m.mve"));
+  run("Import AVI");
+  EXPECT_THAT(video().notes, HasSubstr("imported avi mA.avi imported\r\n"));
+  EXPECT_THAT(levels(), ElementsAre(245, 244, 243, 10, 11, 12, 245, 244, 243));
 }
 
 TEST_F(VideoFiles, ExportsNothingOverTheMovieItIsReading) {

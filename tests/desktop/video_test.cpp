@@ -1,0 +1,97 @@
+// The video window, led by mouse and keys.
+#include <QMdiSubWindow>
+#include <QStatusBar>
+#include <QWheelEvent>
+
+#include "desktop/timelinebar.h"
+#include "dynamic/vivocapview.h"
+#include "walktest.h"
+
+namespace tarnvisor {
+namespace {
+
+class VideoWindow : public WalkTest {
+ protected:
+  void SetUp() override {
+    WalkTest::SetUp();
+    CZZMovie movie;
+    ASSERT_TRUE(movie.record(61, folder.file("a.mve"), 0, 0, 320, 240, false));
+    CZZimage image(320, 240);
+    for (int k = 0; k < 61; ++k) {
+      image.fill(static_cast<uint8_t>(3 * k));
+      (void)movie.addFrame(image, 0);
+    }
+    movie.stopRecording();
+    doc = dynamic_cast<CVivoCapDoc*>(app->openDocumentFile(folder.file("a.mve")));
+    ASSERT_NE(doc, nullptr);
+    QTest::qWait(50);
+    widget = window().documentWindows().widgetOf(*doc);
+    for (QWidget* child : widget->findChildren<QWidget*>())
+      if (auto* found = dynamic_cast<TimelineBar*>(child)) bar = found;
+    ASSERT_NE(bar, nullptr);
+  }
+  void TearDown() override {
+    process.videoTemplate->discard(*doc);
+    WalkTest::TearDown();
+  }
+  QPoint placeOf(double part) const { return {10 + static_cast<int>((bar->width() - 20) * part), 9}; }
+  int greyShown() const { return widget->viewport()->grab().toImage().pixelColor(100, 100).red(); }
+
+  CVivoCapDoc* doc = nullptr;
+  ViewWidget* widget = nullptr;
+  TimelineBar* bar = nullptr;
+};
+
+TEST_F(VideoWindow, MovesAlongByTheBarOfTime) {
+  EXPECT_TRUE(bar->isVisible());
+  EXPECT_EQ(bar->y(), widget->viewport()->geometry().bottom() + 1);
+  EXPECT_EQ(bar->width(), widget->viewport()->width());
+  QTest::mouseClick(bar, Qt::LeftButton, {}, placeOf(0.5));
+  EXPECT_NEAR(doc->currentIndex(), 30, 1);
+  EXPECT_EQ(greyShown(), 3 * doc->currentIndex()) << "what is painted is that image";
+  QTest::mousePress(bar, Qt::LeftButton, {}, placeOf(0.1));
+  QMouseEvent drag(QEvent::MouseMove, placeOf(2), bar->mapToGlobal(placeOf(2)), Qt::NoButton, Qt::LeftButton,
+                   {});
+  QApplication::sendEvent(bar, &drag);
+  EXPECT_EQ(doc->currentIndex(), 60) << "held at the end";
+  for (const int eighths : {60, 60, -240}) {
+    QWheelEvent turn(placeOf(0.5), bar->mapToGlobal(placeOf(0.5)), {}, {0, eighths}, {}, {},
+                     Qt::NoScrollPhase, false);
+    QApplication::sendEvent(bar, &turn);
+  }
+  EXPECT_EQ(doc->currentIndex(), 60) << "one back by two halves, then two on, as far as there are";
+  QMouseEvent hover(QEvent::MouseMove, placeOf(0.25), bar->mapToGlobal(placeOf(0.25)), Qt::NoButton, {}, {});
+  QApplication::sendEvent(bar, &hover);
+  const auto previews = [] {
+    int shown = 0;
+    for (QWidget* each : QApplication::topLevelWidgets())
+      shown += each->isVisible() && each->windowType() == Qt::ToolTip;
+    return shown;
+  };
+  EXPECT_EQ(previews(), 1);
+  QEvent leave(QEvent::Leave);
+  QApplication::sendEvent(bar, &leave);
+  EXPECT_EQ(previews(), 0);
+}
+
+TEST_F(VideoWindow, PlaysAndProcessesBeforeTheEyes) {
+  QTest::keyClick(widget, Qt::Key_Right, Qt::ControlModifier);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->currentIndex() == 1; }, 1000));
+  QTest::keyClick(widget, Qt::Key_L, Qt::ControlModifier);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->currentIndex() > 5; }, 3000));
+  QTest::keyClick(widget, Qt::Key_Escape);
+  auto& view = static_cast<CVivoCapView&>(*doc->views().front());
+  EXPECT_FALSE(view.isPlaying());
+  std::vector<int> seen;
+  doc->select(10, 13);
+  doc->processImages("", [&](CZZimage& each) {
+    seen.push_back(greyShown());
+    each.fill(200);
+  });
+  EXPECT_EQ(doc->imageCount(), 3);
+  EXPECT_EQ(seen, (std::vector<int>{seen[0], 200, 200})) << "each image is drawn as soon as it is done";
+  EXPECT_EQ(greyShown(), 200);
+}
+
+}  // namespace
+}  // namespace tarnvisor
