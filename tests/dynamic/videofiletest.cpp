@@ -172,14 +172,14 @@ TEST_F(VideoFiles, GivesVideoFilesTheDocumentsRate) {
   ASSERT_TRUE(made.open(folder.file("mA.avi")));
   EXPECT_EQ(static_cast<double>(made.rate) / made.scale, 12.5);
   host.answers = {Answer::No};
-  host.paths = {folder.file("w.dtv"), folder.file("m.mve"), folder.file("mA.avi")};
+  host.paths = {folder.file("w.dtv"), folder.file("m.mve"), folder.file("w.z.avi")};
   run("Save As");
   EXPECT_EQ(video().moviePath, folder.file("w.z.avi"));
   useWorkFolder();
   run("Import");
   EXPECT_THAT(video().notes, HasSubstr("imported m.mve"));
   run("Import AVI");
-  EXPECT_THAT(video().notes, HasSubstr("imported avi mA.avi imported\r\n"));
+  EXPECT_THAT(video().notes, HasSubstr("imported avi w.z.avi imported\r\n"));
   EXPECT_THAT(levels(), ElementsAre(245, 244, 243, 10, 11, 12, 245, 244, 243));
 }
 
