@@ -1,0 +1,1 @@
+fuzz_target(dtv DEPENDS dynamic)
