@@ -7,8 +7,10 @@
 #include <QImage>
 #include <QMessageBox>
 #include <QMimeData>
+#include <cmath>
 
 #include "app/basicapp.h"
+#include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "desktop/formdialog.h"
@@ -29,11 +31,41 @@ QWidget* dialogParent() {
 int QtWaitCursor::depth = 0;
 
 void QtWaitCursor::begin() {
-  if (depth++ == 0) QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+  if (depth++ > 0) return;
+  QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+  startedAt = steadySeconds();
 }
 
 void QtWaitCursor::end() {
-  if (depth > 0 && --depth == 0) QGuiApplication::restoreOverrideCursor();
+  if (depth == 0 || --depth > 0) return;
+  QGuiApplication::restoreOverrideCursor();
+  dialog.reset();
+}
+
+bool QtWaitCursor::progress(const std::string& what, int64_t done, int64_t total) {
+  constexpr double kShortSeconds = 0.6, kBetweenSeconds = 0.05;
+  constexpr int kSteps = 1000;
+  const double now = steadySeconds();
+  if (depth == 0 || process.quietMode || total < 1 || now - startedAt < kShortSeconds) return true;
+  if (!dialog) {
+    dialog = std::make_unique<QProgressDialog>(QString(), "Cancel", 0, kSteps, dialogParent());
+    dialog->setWindowTitle(kProgramTitle);
+    dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->setMinimumDuration(0);
+    dialog->setAutoClose(false);
+    dialog->setAutoReset(false);
+    dialog->setMinimumWidth(360);
+    dialog->show();
+  }
+  if (now - shownAt < kBetweenSeconds && done < total) return !dialog->wasCanceled();
+  shownAt = now;
+  const double left =
+      done > 0 ? (now - startedAt) / static_cast<double>(done) * static_cast<double>(total - done) : 0;
+  dialog->setLabelText(
+      toQt(format("%s\n%lld of %lld, %.0f s left", what.c_str(), static_cast<long long>(done),
+                  static_cast<long long>(total), std::ceil(left))));
+  dialog->setValue(static_cast<int>(done * kSteps / total));  // lets the events of this dialog in
+  return !dialog->wasCanceled();
 }
 
 QtWaitCursor::Pause::Pause() {

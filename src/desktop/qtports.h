@@ -1,7 +1,9 @@
 // The ports to a desktop, by Qt: messages, choosers, forms, clipboard and the wait cursor.
 #pragma once
 
+#include <QProgressDialog>
 #include <QString>
+#include <memory>
 
 #include "app/processstate.h"
 #include "host/host.h"
@@ -21,6 +23,7 @@ class QtWaitCursor final : public WaitCursor {
  public:
   void begin() override;
   void end() override;
+  bool progress(const std::string& what, int64_t done, int64_t total) override;
 
   class Pause {
    public:
@@ -32,6 +35,8 @@ class QtWaitCursor final : public WaitCursor {
 
  private:
   static int depth;
+  std::unique_ptr<QProgressDialog> dialog;  // once it takes long
+  double startedAt = 0, shownAt = 0;
 };
 
 class QtMessages final : public Messages {

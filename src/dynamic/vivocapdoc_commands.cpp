@@ -164,11 +164,11 @@ void CVivoCapDoc::deleteImages(const char* question, bool selected) {
   if (!process.quietMode && host().messages.show(words, Buttons::YesNo, Icon::Question) != Answer::Yes)
     return;
   (void)makeMovie(format(selected ? "deleted images %i to %i" : "deleted all images but %i to %i",
-                                     range.first, range.last),
-                              [&](CZZMovie& mine, const std::string& name) {
-                                return selected ? mine.deleteFrames(name, range.first, range.last)
-                                                : mine.keepFrames(name, range.first, range.last);
-                              });
+                         range.first, range.last),
+                  [&](CZZMovie& mine, const std::string& name) {
+                    return selected ? mine.deleteFrames(name, range.first, range.last)
+                                    : mine.keepFrames(name, range.first, range.last);
+                  });
 }
 
 void CVivoCapDoc::deleteSelected() { deleteImages(text::kDeleteSelected, true); }

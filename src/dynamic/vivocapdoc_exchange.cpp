@@ -42,7 +42,7 @@ std::string CVivoCapDoc::exportUncompressed() {
   refreshImage();
   updateAllViews();
   if (done) return name;
-  report(format("%s could not be exported.\n%s", name.c_str(), told.c_str()));
+  if (!movie->wasCancelled()) report(format("%s could not be exported.\n%s", name.c_str(), told.c_str()));
   return "";
 }
 
@@ -60,7 +60,8 @@ void CVivoCapDoc::exportCompressedCommand() {
   std::string told;
   const WaitScope wait;
   if (!movie->saveAVI(*path, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
-                      selectionLast, std::max(1, selectionStep), true, told))
+                      selectionLast, std::max(1, selectionStep), true, told) &&
+      !movie->wasCancelled())
     report(format("%s could not be exported.\n%s", path->c_str(), told.c_str()));
   refreshImage();
   updateAllViews();

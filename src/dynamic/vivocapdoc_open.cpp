@@ -212,7 +212,7 @@ bool CVivoCapDoc::saveResults(const std::string& stem) {
 
 bool CVivoCapDoc::onSaveDocument(const std::string& path) {
   if (!saveMovie(path)) {
-    report(format("%s\n%s", text::kErrorSavingImage, movie->failure().c_str()));
+    if (!movie->wasCancelled()) report(format("%s\n%s", text::kErrorSavingImage, movie->failure().c_str()));
     return false;
   }
   updatePlayPeriod();

@@ -31,6 +31,10 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
     const CZZMovie::Range range = selection();
     movie->frameAt(range.first);
     if (movie->openProcessing(true)) {
+      const bool beside = movie->writesBeside();
+      const std::string step = std::string(trimmed(words.substr(0, words.find('\r'))));
+      int32_t done = 0;
+      bool cancelled = false;
       do {
         refreshImage();
         operation(*theImage());
@@ -38,7 +42,14 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
           view->onUpdate();
           view->redrawNow();
         }
-      } while (movie->nextFrame(range.last) != 0 && !movie->processingFailed());
+        cancelled = !host().waitCursor.progress(step, ++done, range.size());
+      } while (movie->nextFrame(range.last) != 0 && !movie->processingFailed() && !cancelled);
+      if (cancelled && beside && done < range.size()) {
+        movie->abandonProcessing();
+        showImage(range.first);
+        return;
+      }
+      if (cancelled && done < range.size()) appendNotes(format("the first %i images: ", done));
       const bool kept = movie->closeProcessing();
       // The new movie is what was selected.
       if (movie->fileName != before) selectionFirst = selectionLast = -1;
@@ -84,9 +95,9 @@ bool CVivoCapDoc::makeMovie(const std::string& words,
   }
   movie->forgetFailure();
   if (!work(*movie, name)) {
-    if (movie->failure().empty())
+    if (movie->failure().empty() && !movie->wasCancelled())
       report("That would leave no images.");
-    else
+    else if (!movie->wasCancelled())
       tellFailedPass(before.empty() ? title() : before);
     updateAllViews();
     return false;

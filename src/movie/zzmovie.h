@@ -98,6 +98,11 @@ class CZZMovie {
   void abandonProcessing();
   bool processingFailed() const;
   const std::string& leftOver() const { return leftOverFile; }
+  bool writesBeside() const {
+    return output && !recording;
+  }  // a pass does: the movie is as it was until its end
+  // The user stopped the last pass, save or export: nothing has changed.
+  bool wasCancelled() const { return cancelled; }
   // A new movie of what `make` puts into its image for k = 0 to n-1; false from it ends the pass. form: the
   // size and kind of the frames. The movie becomes the new one.
   using MakeFrame = std::function<bool(int32_t k, CZZimage& made)>;
@@ -191,6 +196,7 @@ class CZZMovie {
   void writeProcessed();
   bool beginOutput(const std::string& name, const CZZimage& form);
   bool fillOutput(int32_t n, const MakeFrame& make);
+  bool goesOn(const std::string& what, int32_t done, int32_t total);
   bool takeOutput();
   bool copyOrRename(const std::string& name);
   bool writeMissingTrailer();
@@ -215,6 +221,7 @@ class CZZMovie {
   int32_t recovered = 0;
   std::string trouble;
   std::string leftOverFile;
+  bool cancelled = false;
 };
 
 }  // namespace tarnvisor

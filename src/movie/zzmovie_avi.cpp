@@ -113,7 +113,14 @@ bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t
   }
   CZZimage& shown = holder.colourset == kBayer ? colour : canvas;
   CZZimage each;
+  cancelled = false;
   for (int32_t i = from, k = 0; k < n && !writer->failed(); i += step, ++k) {
+    if (!goesOn("Exporting " + fileNameOf(name), k, n)) {
+      (void)writer->close();
+      std::remove(made.c_str());
+      report += "cancelled.";
+      return false;
+    }
     getImage(i, each);
     const FrameRecord& record = recordOf(i);
     placeInto(canvas, each, record.xOrigin - extents.x, (record.yOrigin - extents.y) / rowsPerRow);

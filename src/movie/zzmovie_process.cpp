@@ -5,6 +5,7 @@
 
 #include "archive/archive.h"
 #include "base/files.h"
+#include "host/host.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
 #include "movie/videoreader.h"
@@ -134,10 +135,16 @@ bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n,
   return n > 0 && count > 0 && !recording && beginOutput(name, form) && fillOutput(n, make);
 }
 
+bool CZZMovie::goesOn(const std::string& what, int32_t done, int32_t total) {
+  cancelled = !host().waitCursor.progress(what, done, total);
+  return !cancelled;
+}
+
 bool CZZMovie::fillOutput(int32_t n, const MakeFrame& make) {
   CZZimage made;
+  cancelled = false;
   for (int32_t k = 0; k < n && !processingFailed(); ++k) {
-    if (!make(k, made)) {
+    if (!goesOn("Making a new movie", k, n) || !make(k, made)) {
       abandonProcessing();
       return false;
     }
@@ -155,7 +162,14 @@ bool CZZMovie::saveFrames(const std::string& name, int32_t first, int32_t last) 
   if (range.size() < 1) return false;
   frameAt(range.first);
   if (!openProcessing(false, name)) return false;
-  for (int32_t i = range.first + 1; i < range.last && !processingFailed(); ++i) frameAt(i);
+  cancelled = false;
+  for (int32_t i = range.first + 1; i < range.last && !processingFailed(); ++i) {
+    if (!goesOn("Saving " + fileNameOf(name), i - range.first, range.size())) {
+      abandonProcessing();
+      return false;
+    }
+    frameAt(i);
+  }
   writeProcessed();
   return takeOutput();
 }

@@ -51,6 +51,28 @@ TEST_F(VideoDocument, RunsAStepOverTheSelectionWhoseEndIsExclusive) {
   EXPECT_EQ(first.count, 6);
 }
 
+TEST_F(VideoDocument, ChangesNothingWhenAPassIsStopped) {
+  useWorkFolder();
+  CVivoCapDoc& doc = openMovie("a.mve", 5);
+  host.stopAt = 2;
+  run("Negative");
+  host.answers = {Answer::Yes};
+  doc.select(1, 4);
+  run("Delete nonselected images");
+  run("Export uncompressed avi");
+  doc.moviePath.clear();
+  EXPECT_FALSE(doc.onSaveDocument(folder.file("b.dtv")));
+  doc.moviePath = doc.movie->fileName;
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 12, 13, 14));
+  EXPECT_EQ(doc.notes, "");
+  for (const char* none : {"aA.mve", "a-export.avi", "b.mve", "b.dtv"})
+    EXPECT_FALSE(fileExists(folder.file(none))) << none;
+  EXPECT_EQ(doc.theImage()->row(0)[1], 10 + doc.currentIndex()) << "read again";
+  host.stopAt = INT64_MAX;
+  run("Negative");
+  EXPECT_EQ(levels().size(), 3u);
+}
+
 TEST_F(VideoDocument, ProcessesOneImageAndARegion) {
   CVivoCapDoc& one = openMovie("one.mve", 1);
   one.roi = {4, 2, 8, 6};

@@ -46,6 +46,7 @@ class TestHost final : public Messages,
   // The page that is printed on; printing is an unexpected question without.
   PrintJob* printJob = nullptr;
   bool frameCanBeMade = true;
+  int64_t stopAt = INT64_MAX;  // of a long operation: Cancel at this step
   // What a picture that is written is drawn on; writing is an unexpected question without.
   Canvas* pictureCanvas = nullptr;
 
@@ -114,6 +115,7 @@ class TestHost final : public Messages,
   }
   void begin() override {}
   void end() override {}
+  bool progress(const std::string&, int64_t done, int64_t) override { return done < stopAt; }
   bool print(const std::string& title, const Draw& draw) override {
     EXPECT_NE(printJob, nullptr) << "unexpected printing of " << title;
     calls.push_back("print " + title);
