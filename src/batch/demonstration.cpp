@@ -138,7 +138,7 @@ std::string makeDemonstration(CBasicApp& app) {
   if (!makeExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
   const std::string folder = app.dataFolder + app.examFolder + kSeparator;
   for (const auto make : {drawStills, drawPulse, makeVideos})
-    if (const std::string problem = make(folder); !problem.empty()) return problem;
+    if (std::string problem = make(folder); !problem.empty()) return problem;
   return {};
 }
 

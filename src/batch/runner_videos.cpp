@@ -1,4 +1,6 @@
 // The steps of a script on videos.
+#include <cmath>
+
 #include "base/files.h"
 #include "base/text.h"
 #include "batch/runner.h"
@@ -39,10 +41,11 @@ StepResult ScriptRunner::frame(const Step& step) {
 StepResult ScriptRunner::exportVideo(CVivoCapDoc& video, const std::string& path) {
   const CZZMovie::Range range = video.selection();
   if (!video.hasMovie()) return StepResult::failure("the video has no images");
-  if (sameFile(path, video.movie->fileName)) return StepResult::failure("a movie can't be exported over itself");
+  if (sameFile(path, video.movie->fileName))
+    return StepResult::failure("a movie can't be exported over itself");
   std::string told;
   if (isAviName(path)) {
-    if (!video.movie->saveAVI(path, static_cast<int32_t>(video.imagesPerSecond() + 0.5), range.first,
+    if (!video.movie->saveAVI(path, static_cast<int32_t>(std::lround(video.imagesPerSecond())), range.first,
                               range.last, 1, false, told))
       return StepResult::failure(told);
   } else {

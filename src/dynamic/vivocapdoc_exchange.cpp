@@ -33,7 +33,7 @@ std::string CVivoCapDoc::exportUncompressed() {
   const std::string stem = withoutExtension(!pathName().empty()  ? pathName()
                                             : !moviePath.empty() ? moviePath
                                                                  : title());
-  const std::string name = stem + "-export.avi";
+  std::string name = stem + "-export.avi";
   logPrintf("converting %s\n", name.c_str());
   const WaitScope wait;
   std::string told;

@@ -216,7 +216,9 @@ bool CVivoCapDoc::onSaveDocument(const std::string& path) {
     return false;
   }
   updatePlayPeriod();
-  if (!saveResults(withoutExtension(path)) || !CdbDocument::onSaveDocument(path)) return false;
+  if (!saveResults(withoutExtension(path))) return false;
+  // NOLINTNEXTLINE(bugprone-parent-virtual-call): the image document's would write a file of pixels.
+  if (!CdbDocument::onSaveDocument(path)) return false;
   // From now on the movie is a stored document's, which finds it by its name and as it is now.
   if (movie) movie->shared = 1;
   return true;

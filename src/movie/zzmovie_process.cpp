@@ -20,7 +20,7 @@ std::string CZZMovie::freeName() const {
   const char* ending = compressoutput ? ".avi" : ".mve";
   for (const char from : {'A', 'a'})
     for (int letter = 0; letter < 26; ++letter) {
-      const std::string name = base + static_cast<char>(from + letter) + ending;
+      std::string name = base + static_cast<char>(from + letter) + ending;
       if (!fileExists(name)) return name;
     }
   return "";
@@ -178,19 +178,15 @@ bool CZZMovie::save(const std::string& name, int32_t first, int32_t last) {
   const int32_t remembered = current;
   const Range range = clamped(first, last);
   trouble.clear();
-  bool saved = false;
   if (recording) {  // `current` is where the next frame goes
     logPrintf("czzmovie didn't save %s to %s\n", fileName.c_str(), name.c_str());
     return false;
   }
-  if (mode == kMemory || range.size() != count)
-    saved = saveFrames(name, range.first, range.last);
-  else if (name == fileName || sameFile(name, fileName))
+  const bool part = mode == kMemory || range.size() != count;
+  if (!part && (name == fileName || sameFile(name, fileName)))
     return recovered ? writeMissingTrailer() : false;
-  else if (!equalIgnoringCase(extensionOf(name), extensionOf(fileName)))
-    saved = saveFrames(name, range.first, range.last);
-  else
-    saved = copyOrRename(name);
+  const bool otherKind = !equalIgnoringCase(extensionOf(name), extensionOf(fileName));
+  const bool saved = part || otherKind ? saveFrames(name, range.first, range.last) : copyOrRename(name);
   frameAt(remembered);
   return saved;
 }

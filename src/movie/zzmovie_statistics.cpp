@@ -250,6 +250,7 @@ bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32
     if (!isFirst && focus[i] > focus[cell->second]) cell->second = i;
   }
   std::vector<Placement> sharpest;
+  sharpest.reserve(best.size());
   for (const auto& [cell, i] : best) sharpest.push_back(all[i]);
   averageOf(image, sharpest);
   return true;
