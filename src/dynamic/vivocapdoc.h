@@ -101,7 +101,7 @@ class CVivoCapDoc : public ZBasicDoc {
   bool linkMovie(const std::string& documentPath);
   bool openMovie(const std::string& path);
   bool takeVideo(const std::string& path);
-  void tellRecovered();
+  void tellOfMovie();  // that it was cut off, or can't be decoded
   bool saveMovie(const std::string& documentPath);
   bool saveResults(const std::string& stem);
   // vivocapdoc_process.cpp

@@ -79,7 +79,7 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
   movieChanged();
   updatePlayPeriod();
   giveRate();
-  tellRecovered();
+  tellOfMovie();
   setModified();
   return true;
 }
@@ -120,12 +120,18 @@ bool CVivoCapDoc::linkMovie(const std::string& documentPath) {
   giveRate();
   selectionFirst = first;
   selectionLast = last;
-  tellRecovered();
+  tellOfMovie();
   setModified(moved);
   return true;
 }
 
-void CVivoCapDoc::tellRecovered() {
+void CVivoCapDoc::tellOfMovie() {
+  if (const std::string codec = movie->unknownCodec(); !codec.empty() && !silent)
+    host().messages.show(
+        format("No decoder for the codec \"%s\" of %s is installed. Its images are shown as they are "
+               "stored, and mean nothing.",
+               codec.c_str(), movie->fileName.c_str()),
+        Buttons::Ok, Icon::Warning);
   if (const int32_t saved = movie->recoveredFrames(); saved > 0 && !silent)
     host().messages.show(
         format("The recording %s was cut off. %i images of it were saved and are shown. The "

@@ -75,6 +75,7 @@ struct VideoReader::Parts {
   void buildIndex();
   void openDecoder();
   void logDecoder() const;
+  void nameCodec(const StreamFacts& own);
   bool read(int32_t index, uint8_t* target, int32_t stride, bool colour);
   bool readRaw(int32_t packet, uint8_t* target, int32_t stride);
 
@@ -85,6 +86,7 @@ struct VideoReader::Parts {
   bool isAvi = false;
   std::vector<StreamFacts> facts;
   AVStream* stream = nullptr;
+  std::string unknownCodec;
   int32_t width = 0, height = 0, rate = 1, scale = 1;
   VideoIndex index;
   std::unique_ptr<PacketSource> packets;
@@ -200,6 +202,15 @@ void VideoReader::Parts::logDecoder() const {
   if (!decoder) logPrintf("Not available!\n");
 }
 
+// What nothing decodes, after a search that the log tells of.
+void VideoReader::Parts::nameCodec(const StreamFacts& own) {
+  if (decoder || !packets) return;
+  std::string report;
+  const uint32_t codec = own.compression ? own.compression : own.handler;
+  (void)getDecompressor(own.type, codec, report);
+  unknownCodec.assign(fourOf(codec), 4);
+}
+
 void VideoReader::Parts::logFile() const {
   const AVStream* video = nullptr;
   for (unsigned i = format->nb_streams; i-- > 0;)
@@ -268,6 +279,7 @@ std::unique_ptr<VideoReader> VideoReader::open(const std::string& path, std::str
   logPrintf("openavi %i images, w=%i, h=%i\n", parts->index.frames(), parts->width, parts->height);
   parts->logDecoder();
   logPrintf("openAVI done\n");
+  parts->nameCodec(parts->facts[static_cast<size_t>(number)]);
   why.clear();
   return std::unique_ptr<VideoReader>(new VideoReader(std::move(parts)));
 }
@@ -281,6 +293,7 @@ int32_t VideoReader::height() const { return parts->height; }
 int32_t VideoReader::rate() const { return parts->rate; }
 int32_t VideoReader::scale() const { return parts->scale; }
 bool VideoReader::decodes() const { return parts->decoder != nullptr; }
+std::string VideoReader::unknownCodec() const { return parts->unknownCodec; }
 
 bool VideoReader::readGrey(int32_t index, uint8_t* target, int32_t stride) {
   return parts->read(index, target, stride, false);

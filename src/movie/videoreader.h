@@ -29,6 +29,8 @@ class VideoReader {
   int32_t scale() const;
   // False when no codec for the stream is there: readGrey then copies the packets' bytes.
   bool decodes() const;
+  // The four characters of the codec that nothing here decodes; empty where frames are decoded.
+  std::string unknownCodec() const;
 
   // Frame `index` as grey, top row first, into rows `stride` (at least the width) bytes apart; bytes between
   // the rows stay as they are. Pictures without colour come with their levels as stored, spread to 0..255

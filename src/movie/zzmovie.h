@@ -80,6 +80,8 @@ class CZZMovie {
   // How many frames a recording that was cut off left; 0 for a file that was closed.
   int32_t recoveredFrames() const { return recovered; }
   const std::string& failure() const { return trouble; }
+  // Of a video whose frames nothing here decodes, so that they are read as they are stored; else empty.
+  std::string unknownCodec() const;
 
   // --- zzmovie_record.cpp. Writes throw ArchiveException: the frames so far stay, and stopRecording keeps
   // them.

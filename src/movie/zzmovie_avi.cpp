@@ -31,6 +31,8 @@ bool CZZMovie::openVideo(const std::string& name) {
   return count > 0;
 }
 
+std::string CZZMovie::unknownCodec() const { return video ? video->unknownCodec() : std::string(); }
+
 namespace {
 
 // Asks for codec and quality; false for no compression.

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "archive/archive.h"
@@ -264,6 +265,21 @@ TEST_F(VideoFiles, TellsOfAPassThatCouldNotBeWritten) {
   EXPECT_THAT(levels(), ElementsAre(10, 11, 12));
   EXPECT_THAT(doc.notes, HasSubstr("Invert")) << "history is kept all the same";
   EXPECT_EQ(readWholeFile(folder.file("m.mve")), before);
+}
+
+TEST_F(VideoFiles, TellsOfACodecThatIsNotThere) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  run("Export uncompressed avi");
+  auto bytes = *readWholeFile(folder.file("m-export.avi"));
+  const std::string form = "strf", code = "Zq9x";
+  const auto at = std::search(bytes.begin(), bytes.end(), form.begin(), form.end());
+  ASSERT_NE(at, bytes.end());
+  std::copy(code.begin(), code.end(), at + 8 + 16);  // the compression of the bitmap header
+  ASSERT_TRUE(replaceFile(folder.file("odd.avi"), std::span<const uint8_t>(bytes)));
+  process.videoTemplate->discard(doc);
+  ASSERT_NE(app->openDocumentFile(folder.file("odd.avi")), nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("No decoder for the codec \"Zq9x\""));
+  EXPECT_EQ(video().imageCount(), 3);
 }
 
 TEST_F(VideoFiles, ReadsRawFramesByTheirHeader) {
