@@ -18,22 +18,15 @@
 #include "base/clock.h"
 #include "base/parallel.h"
 #include "benchimage.h"
+#include "timing.h"
 
 namespace tarnvisor {
 namespace {
 
 volatile int64_t sink;
 
-double milliseconds(const std::function<void()>& work) {
-  const double start = steadySeconds();
-  work();
-  return (steadySeconds() - start) * 1000.0;
-}
-
-double median(std::vector<double> times) {
-  std::nth_element(times.begin(), times.begin() + static_cast<ptrdiff_t>(times.size() / 2), times.end());
-  return times[times.size() / 2];
-}
+using bench::median;
+using bench::milliseconds;
 
 void row(const char* name, const std::function<void()>& ours, const std::function<void()>& theirs = {}) {
   std::vector<double> mine, other;

@@ -18,6 +18,7 @@
 #include "base/files.h"
 #include "movie/videoreader.h"
 #include "movie/videowriter.h"
+#include "timing.h"
 
 namespace tarnvisor {
 namespace {
@@ -25,16 +26,8 @@ namespace {
 constexpr int32_t kWidth = 1280, kHeight = 1024, kFrames = 200, kKeyEvery = 10;
 using Picture = std::vector<uint8_t>;
 
-double milliseconds(const std::function<void()>& work) {
-  const double start = steadySeconds();
-  work();
-  return (steadySeconds() - start) * 1000.0;
-}
-
-double median(std::vector<double> times) {
-  std::nth_element(times.begin(), times.begin() + static_cast<ptrdiff_t>(times.size() / 2), times.end());
-  return times[times.size() / 2];
-}
+using bench::median;
+using bench::milliseconds;
 
 double worst(const std::vector<double>& times) { return *std::max_element(times.begin(), times.end()); }
 

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "framework/timetext.h"
+
 namespace tarnvisor {
 
 namespace {
@@ -15,11 +17,10 @@ constexpr int kMargin = 10, kTrackTop = 7, kTrackHeight = 6, kHandle = 5;
 constexpr int kPreviewWidth = 160;
 
 QString timeText(double seconds, bool withFractions) {
-  // To the hundredth, so that no minute has 60 seconds.
-  const auto hundredths = static_cast<int64_t>(std::min(seconds * 100 + 0.5, 6e12));
-  const auto minutes = static_cast<int>(hundredths / 6000), rest = static_cast<int>(hundredths % 6000);
-  return withFractions ? QString::asprintf("%i:%02i.%02i", minutes, rest / 100, rest % 100)
-                       : QString::asprintf("%i:%02i", minutes, rest / 100);
+  const MinuteTime time(seconds);
+  const int whole = time.hundredths / 100;
+  return withFractions ? QString::asprintf("%i:%02i.%02i", time.minutes, whole, time.hundredths % 100)
+                       : QString::asprintf("%i:%02i", time.minutes, whole);
 }
 
 // The least of 0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30 and 60 seconds and their multiples whose labels don't meet.

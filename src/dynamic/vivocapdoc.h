@@ -116,11 +116,9 @@ class CVivoCapDoc : public ZBasicDoc {
   bool isColourMovie() const { return hasMovie() && movie->image().colourset != kGrey; }
   bool isFieldMovie() const { return hasMovie() && movie->isFieldMovie(); }
   bool isFrameMovie() const { return hasMovie() && !movie->isFieldMovie(); }
-  bool canMakePlanes() const { return canFilterMovie(); }
   bool hasPart() const { return hasMovie() && selection().size() < imageCount(); }
   bool never() const { return false; }
   bool compresses() const { return compressoutput != 0; }
-  bool hasTraces() const;
   void saveVideoAs();
   void simpleThreshold();
   void mergeFields();
@@ -148,9 +146,6 @@ class CVivoCapDoc : public ZBasicDoc {
   void properties();
   void relink(const std::string& file);
   void modifiedLaplacian();
-  void luluLower();
-  void luluUpper();
-  void mlulu();
   void min3x3();
 };
 

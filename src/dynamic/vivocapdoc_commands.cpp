@@ -52,9 +52,6 @@ const CommandTableBase* CVivoCapDoc::commands() const {
           {cmd::SelectImages, "Select i&mages...", &D::selectImages, &D::hasMovie},
           {cmd::VideoProperties, "&Properties...", &D::properties},
           {cmd::ModifiedLaplacian, "Modified Laplacian", &D::modifiedLaplacian, &D::canFilterMovie},
-          {cmd::LuluLower, "L3", &D::luluLower, &D::canFilterMovie},
-          {cmd::LuluUpper, "U3", &D::luluUpper, &D::canFilterMovie},
-          {cmd::Mlulu, "MLULU", &D::mlulu, &D::canFilterMovie},
           {cmd::Min3x3, "Min3x3", &D::min3x3, &D::canFilterMovie},
       },
       ZBasicDoc::commands());
@@ -85,18 +82,9 @@ void CVivoCapDoc::simpleThreshold() {
   runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
 }
 
+// These two leave other words in the notes than those of a still.
 void CVivoCapDoc::modifiedLaplacian() {
   runStep("", StepArea::Roi, [](CZZimage& area) { (void)tarnvisor::modifiedLaplacian(area); });
-}
-void CVivoCapDoc::luluLower() {
-  runStep("L3", StepArea::Roi, [](CZZimage& area) { (void)lowerLulu(area); });
-}
-void CVivoCapDoc::luluUpper() {
-  runStep("U3", StepArea::Roi, [](CZZimage& area) { (void)upperLulu(area); });
-}
-// Changes no pixel; only the words are added.
-void CVivoCapDoc::mlulu() {
-  runStep("MLULU", StepArea::Roi, [](CZZimage&) {});
 }
 void CVivoCapDoc::min3x3() {
   runStep("MIN3x3", StepArea::Roi, [](CZZimage& area) { (void)tarnvisor::min3x3(area); });

@@ -179,7 +179,7 @@ bool CVivoCapDoc::openRawFrames(const std::string& headerPath) {
 namespace {
 
 // A name that no file has: the first of stem, stem-1, stem-2...
-std::string freeMovieName(const std::string& stem) {
+std::string ownMovieName(const std::string& stem) {
   const char* ending = compressoutput ? ".z.avi" : ".mve";
   std::string name = stem + ending;
   for (int number = 1; fileExists(name); ++number) name = format("%s-%i%s", stem.c_str(), number, ending);
@@ -192,7 +192,7 @@ std::string freeMovieName(const std::string& stem) {
 bool CVivoCapDoc::saveMovie(const std::string& documentPath) {
   if (!hasMovie()) return true;
   if (!moviePath.empty()) return movie->recoveredFrames() == 0 || movie->save(movie->fileName);
-  const std::string name = freeMovieName(withoutExtension(documentPath));
+  const std::string name = ownMovieName(withoutExtension(documentPath));
   const CZZMovie::Range saved = selection();
   const bool part = saved.size() != imageCount();
   const WaitScope wait;

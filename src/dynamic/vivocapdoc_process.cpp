@@ -9,6 +9,7 @@
 #include "framework/documenttype.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "movie/movieoutput.h"
 
 namespace tarnvisor {
 
@@ -84,13 +85,9 @@ bool CVivoCapDoc::makeMovie(const std::string& words,
   const WaitScope wait;
   const std::string before = movie->fileName;
   const std::string stem = before.empty() ? stemOfTitle() : withoutExtension(fileNameOf(before));
-  const char* ending = compressoutput ? ".avi" : ".mve";
-  std::string name;
-  for (char letter = 'A'; letter <= 'z' && name.empty(); letter = letter == 'Z' ? 'a' : letter + 1)
-    if (const std::string free = folder + stem + letter + ending; !fileExists(free)) name = free;
+  const std::string name = freeMovieName(folder + stem);
   if (name.empty()) {
-    report(format("All names from %sA%s to %sz%s in the work folder are taken.", stem.c_str(), ending,
-                  stem.c_str(), ending));
+    report("All names from " + stem + "A to " + stem + "z in the work folder are taken.");
     return false;
   }
   movie->forgetFailure();

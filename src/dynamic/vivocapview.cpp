@@ -7,6 +7,7 @@
 #include "base/clock.h"
 #include "base/text.h"
 #include "framework/commandids.h"
+#include "framework/timetext.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -51,12 +52,10 @@ std::vector<StatusPane> CVivoCapView::panes() const {
     for (const char* name : {"image", "field", "time"}) all.push_back({name, ""});
     return all;
   }
-  // To the hundredth, so that no minute has 60 seconds.
-  const auto hundredths = static_cast<int64_t>(std::min(doc.timeOf(doc.currentIndex()) * 100 + 0.5, 6e12));
-  const auto minutes = static_cast<int32_t>(hundredths / 6000);
+  const MinuteTime time(doc.timeOf(doc.currentIndex()));
   all.push_back({"image", format("Image# %03i/%03i", doc.currentIndex(), doc.imageCount())});
   all.push_back({"field", format("Field# %3li", static_cast<long>(doc.theImage()->frameNumber))});
-  all.push_back({"time", format("%02i:%05.2f", minutes, static_cast<double>(hundredths % 6000) / 100)});
+  all.push_back({"time", format("%02i:%05.2f", time.minutes, time.hundredths / 100.0)});
   return all;
 }
 

@@ -9,9 +9,27 @@
 #include "base/files.h"
 #include "movie/moviefile.h"
 #include "movie/videowriter.h"
+#include "movie/zzmovie.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
+
+std::string freeMovieName(const std::string& base) {
+  const char* ending = compressoutput ? ".avi" : ".mve";
+  for (const char from : {'A', 'a'})
+    for (int letter = 0; letter < 26; ++letter) {
+      std::string name = base + static_cast<char>(from + letter) + ending;
+      if (!fileExists(name)) return name;
+    }
+  return "";
+}
+
+std::string nameBeside(const std::string& path) {
+  std::string name = path;
+  for (int number = 1; fileExists(name); ++number)
+    name = format("%s.new%i.%s", withoutExtension(path).c_str(), number, extensionOf(path).c_str());
+  return name;
+}
 
 bool isAviName(const std::string& path) { return equalIgnoringCase(extensionOf(path), "avi"); }
 
@@ -46,7 +64,7 @@ std::unique_ptr<MovieOutput> MovieOutput::create(const std::string& name, const 
                                                  int32_t scale, std::string& why) {
   std::unique_ptr<MovieOutput> output(new MovieOutput);
   output->wanted = name;
-  output->path = fileExists(name) ? withoutExtension(name) + ".new." + extensionOf(name) : name;
+  output->path = nameBeside(name);
   output->width = form.width;
   output->height = form.height;
   output->colourset = form.colourset;

@@ -47,6 +47,11 @@ class MovieOutput {
   std::string trouble;
 };
 
+// For a movie made of another: the base and a letter, A to Z, then a to z, the first that no file has, with
+// the ending of the setting `compressoutput`. Empty when all are taken.
+std::string freeMovieName(const std::string& base);
+// Where to write a file that may be there: its own name, or one beside it that no file has.
+std::string nameBeside(const std::string& path);
 // Whether a movie's name is that of an AVI.
 bool isAviName(const std::string& path);
 // The codec that recordings and passes are compressed with.

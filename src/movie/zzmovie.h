@@ -194,7 +194,6 @@ class CZZMovie {
   void writeRecorded(const CZZimage& image);
   void readBack();
   void finishRecordedFile();
-  std::string freeName() const;
   void writeProcessed();
   bool beginOutput(const std::string& name, const CZZimage& form);
   bool fillOutput(int32_t n, const MakeFrame& make);

@@ -107,7 +107,7 @@ bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t
   format.colour = inColour;
   std::string why;
   // An export that is there stays until the new one is whole.
-  const std::string made = fileExists(name) ? withoutExtension(name) + ".new.avi" : name;
+  const std::string made = nameBeside(name);
   const auto writer = VideoWriter::create(made, format, why);
   if (!writer) {
     report += (compressing ? "compress start failed. " : "failed AVI file open. ") + why;

@@ -14,18 +14,6 @@
 
 namespace tarnvisor {
 
-// A letter after the name, A to Z, then a to z: the first that no file has. Empty when all are taken.
-std::string CZZMovie::freeName() const {
-  const std::string base = withoutExtension(fileName);
-  const char* ending = compressoutput ? ".avi" : ".mve";
-  for (const char from : {'A', 'a'})
-    for (int letter = 0; letter < 26; ++letter) {
-      std::string name = base + static_cast<char>(from + letter) + ending;
-      if (!fileExists(name)) return name;
-    }
-  return "";
-}
-
 bool CZZMovie::openProcessing(bool inPlace, const std::string& name) {
   processedCount = 0;
   processedTable.clear();
@@ -41,7 +29,9 @@ bool CZZMovie::openProcessing(bool inPlace, const std::string& name) {
 }
 
 bool CZZMovie::beginOutput(const std::string& name, const CZZimage& form) {
-  const std::string wanted = name.empty() || name == fileName || sameFile(name, fileName) ? freeName() : name;
+  const std::string wanted = name.empty() || name == fileName || sameFile(name, fileName)
+                                 ? freeMovieName(withoutExtension(fileName))
+                                 : name;
   if (wanted.empty())
     trouble = "all names from A to z are taken";
   else

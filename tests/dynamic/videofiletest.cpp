@@ -270,6 +270,10 @@ TEST_F(VideoFiles, TellsOfAPassThatCouldNotBeWritten) {
 TEST_F(VideoFiles, TellsOfACodecThatIsNotThere) {
   CVivoCapDoc& doc = openMovie("m.mve", 3);
   run("Export uncompressed avi");
+  const std::string bystander = folder.file("m-export.new1.avi");
+  ASSERT_TRUE(replaceFile(bystander, std::string_view("somebody's")));
+  run("Export uncompressed avi");  // beside the one that is there, then in its place
+  EXPECT_EQ(readWholeText(bystander), "somebody's");
   auto bytes = *readWholeFile(folder.file("m-export.avi"));
   const std::string form = "strf", code = "Zq9x";
   const auto at = std::search(bytes.begin(), bytes.end(), form.begin(), form.end());
