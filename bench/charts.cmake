@@ -1,2 +1,2 @@
 # Charts, drawn in memory.
-bench_program(bench_charts SOURCES charts.cpp DEPENDS desktop_canvas assembly)
+bench_program(bench_charts SOURCES charts.cpp DEPENDS desktop assembly)

@@ -14,9 +14,9 @@
 #include "assembly/assembly.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "charts/commonflodoc.h"
 #include "desktop/paintercanvas.h"
-#include "signal/commonflodoc.h"
-#include "signal/typedvect.h"
+#include "vectors/typedvect.h"
 
 namespace tarnvisor {
 namespace {

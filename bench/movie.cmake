@@ -1,6 +1,6 @@
 # Movies. OpenCV's reader, where it is installed, and the program ffmpeg are the peers; never part of the system.
 add_executable(bench_videofile videofile.cpp)
-target_link_libraries(bench_videofile PRIVATE videofile)
+target_link_libraries(bench_videofile PRIVATE video)
 find_package(OpenCV QUIET COMPONENTS core imgproc videoio)
 if(OpenCV_FOUND)
   target_include_directories(bench_videofile SYSTEM PRIVATE ${OpenCV_INCLUDE_DIRS})

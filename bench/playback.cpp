@@ -13,13 +13,13 @@
 #include <filesystem>
 #include <set>
 
-#include "app/mainframe.h"
 #include "assembly/assembly.h"
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/parallel.h"
 #include "desktop/qthost.h"
 #include "dynamic/vivocapview.h"
+#include "frame/mainframe.h"
 #include "synth/fingervideo.h"
 
 namespace tarnvisor {

@@ -6,8 +6,8 @@
 #include <random>
 
 #include "archive/archive.h"
-#include "signal/fft.h"
-#include "signal/rowvect.h"
+#include "vectors/fft.h"
+#include "vectors/rowvect.h"
 
 #ifdef HAS_FFTW
 #include <fftw3.h>

@@ -16,9 +16,9 @@
 
 #include "base/clock.h"
 #include "base/files.h"
-#include "movie/videoreader.h"
-#include "movie/videowriter.h"
 #include "timing.h"
+#include "video/videoreader.h"
+#include "video/videowriter.h"
 
 namespace tarnvisor {
 namespace {

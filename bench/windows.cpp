@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <random>
 
-#include "app/mainframe.h"
 #include "assembly/assembly.h"
 #include "base/clock.h"
 #include "base/files.h"
@@ -23,6 +22,7 @@
 #include "benchimage.h"
 #include "desktop/formdialog.h"
 #include "desktop/qthost.h"
+#include "frame/mainframe.h"
 #include "framework/commandids.h"
 #include "imagedoc/zbasicview.h"
 

@@ -3,7 +3,7 @@
 set(TARNVISOR_HOME lib/tarnvisor)
 install(TARGETS tarnvisor tarnvisor-batch RUNTIME DESTINATION ${TARNVISOR_HOME})
 install(FILES profile/tarnvisor.def profile/chalkley.wmf DESTINATION ${TARNVISOR_HOME})
-install(DIRECTORY help DESTINATION ${TARNVISOR_HOME})
+install(DIRECTORY help DESTINATION ${TARNVISOR_HOME} PATTERN make EXCLUDE)
 install(FILES README.md LICENSE DESTINATION share/doc/tarnvisor)
 install(FILES LICENSE DESTINATION share/doc/tarnvisor RENAME copyright)
 install(DIRECTORY docs/formats DESTINATION share/doc/tarnvisor)

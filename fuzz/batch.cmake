@@ -1,1 +1,1 @@
-fuzz_target(script DEPENDS batch_script)
+fuzz_target(script DEPENDS batch)

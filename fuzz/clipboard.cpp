@@ -3,9 +3,9 @@
 #include <cstddef>
 
 #include "app/basicapp.h"
+#include "charts/chartview.h"
 #include "framework/commandids.h"
 #include "quiethost.h"
-#include "signal/chartview.h"
 
 using namespace tarnvisor;
 

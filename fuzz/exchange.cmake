@@ -1,3 +1,3 @@
-fuzz_target(tracetext DEPENDS traceimport)
-fuzz_target(tracebin DEPENDS traceimport)
-fuzz_target(wav DEPENDS traceimport)
+fuzz_target(tracetext DEPENDS traces)
+fuzz_target(tracebin DEPENDS traces)
+fuzz_target(wav DEPENDS traces)

@@ -3,7 +3,7 @@
 #include <cstddef>
 
 #include "imagebytes.h"
-#include "signal/firfilter.h"
+#include "traces/firfilter.h"
 
 using namespace tarnvisor;
 

@@ -1,1 +1,1 @@
-fuzz_target(metafile DEPENDS imagedoc)
+fuzz_target(metafile DEPENDS drawing)

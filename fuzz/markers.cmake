@@ -1,1 +1,1 @@
-fuzz_target(markers DEPENDS measure)
+fuzz_target(markers DEPENDS charts)

@@ -2,9 +2,9 @@
 #include <cstddef>
 #include <cstdlib>
 
+#include "charts/markereditor.h"
+#include "charts/markerplacement.h"
 #include "countingcanvas.h"
-#include "measure/markereditor.h"
-#include "measure/markerplacement.h"
 
 using namespace tarnvisor;
 

@@ -1,5 +1,5 @@
 // Bytes as a metafile, played on a canvas that counts what it is asked to draw.
-#include "imagedoc/metafile.h"
+#include "drawing/metafile.h"
 
 #include <cstdlib>
 

@@ -1,2 +1,2 @@
-fuzz_target(videofile DEPENDS videofile)
+fuzz_target(videofile DEPENDS video)
 fuzz_target(mve DEPENDS movie)

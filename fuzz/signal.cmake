@@ -1,2 +1,2 @@
 # Vectors, traces and charts.
-fuzz_target(trace DEPENDS tracefilters)
+fuzz_target(trace DEPENDS traces)

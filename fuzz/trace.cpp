@@ -3,13 +3,13 @@
 #include <sstream>
 
 #include "archive/archive.h"
-#include "signal/contours.h"
-#include "signal/derivedtraces.h"
-#include "signal/firfilter.h"
-#include "signal/maxima.h"
-#include "signal/pulsatility.h"
-#include "signal/rowfilters.h"
-#include "signal/smoothing.h"
+#include "traces/contours.h"
+#include "traces/derivedtraces.h"
+#include "traces/firfilter.h"
+#include "traces/maxima.h"
+#include "traces/pulsatility.h"
+#include "traces/rowfilters.h"
+#include "traces/smoothing.h"
 
 using namespace tarnvisor;
 

@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "signal/traceimport.h"
+#include "traces/traceimport.h"
 
 using namespace tarnvisor;
 

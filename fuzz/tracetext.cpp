@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "signal/traceimport.h"
+#include "traces/traceimport.h"
 
 using namespace tarnvisor;
 

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "imagebytes.h"
-#include "movie/videoreader.h"
+#include "video/videoreader.h"
 
 using namespace tarnvisor;
 

@@ -11,14 +11,14 @@
 #include "app/basicapp.h"
 #include "app/processstate.h"
 #include "archive/archive.h"
+#include "charts/chartmeasures.h"
+#include "charts/commonflodoc.h"
+#include "charts/livechartdoc.h"
+#include "charts/xychart.h"
 #include "framework/documenttype.h"
 #include "imagebytes.h"
 #include "quiethost.h"
-#include "signal/chartmeasures.h"
-#include "signal/commonflodoc.h"
-#include "signal/livechartdoc.h"
-#include "signal/tracetext.h"
-#include "signal/xychart.h"
+#include "traces/tracetext.h"
 
 using namespace tarnvisor;
 

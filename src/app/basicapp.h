@@ -12,7 +12,6 @@
 
 #include "app/inputs.h"
 #include "app/instancelink.h"
-#include "app/markerlink.h"
 #include "app/processstate.h"
 #include "db/subjectdatabase.h"
 #include "framework/command.h"
@@ -155,7 +154,6 @@ class CBasicApp : public CommandTarget {
   std::vector<std::unique_ptr<DocumentType>> unregistered;  // types that match no file
   std::vector<int16_t> sampleBuffer;
   std::optional<InstanceLink> link;
-  InstanceMarkerLink markerLink;
   bool remembersFiles = true;
   bool wasRecording = false;
   int32_t lastFrameCounter = 0;

@@ -1,17 +1,17 @@
 #include "assembly/assembly.h"
 
+#include "charts/commonflodoc.h"
+#include "charts/livechartdoc.h"
+#include "charts/marker.h"
+#include "charts/xychart.h"
 #include "dynamic/vivocapview.h"
 #include "image/stillimport.h"
 #include "imagedoc/dimdoc.h"
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
 #include "measure/dimlist.h"
-#include "measure/marker.h"
 #include "results/resultview.h"
-#include "signal/commonflodoc.h"
-#include "signal/livechartdoc.h"
-#include "signal/traceimport.h"
-#include "signal/xychart.h"
+#include "traces/traceimport.h"
 
 namespace tarnvisor {
 

@@ -12,9 +12,9 @@
 #include "batch/demonstrationvideo.h"
 #include "batch/runner.h"
 #include "batch/script.h"
-#include "db/subjectselection.h"
+#include "charts/chartdoc.h"
+#include "exams/subjectselection.h"
 #include "imagedoc/zbasicdoc.h"
-#include "signal/chartdoc.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "base/text.h"
-#include "signal/commonflodoc.h"
-#include "signal/contours.h"
-#include "signal/fftwindow.h"
-#include "signal/maxima.h"
+#include "charts/commonflodoc.h"
+#include "traces/contours.h"
+#include "traces/maxima.h"
+#include "vectors/fftwindow.h"
 
 namespace tarnvisor {
 

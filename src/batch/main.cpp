@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "app/mainframe.h"
 #include "assembly/assembly.h"
 #include "batch/demonstration.h"
 #include "batch/runner.h"
 #include "batch/script.h"
 #include "batch/scripthost.h"
+#include "frame/mainframe.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "base/text.h"
 #include "batch/pictures.h"
 #include "batch/runner.h"
-#include "signal/chartview.h"
+#include "charts/chartview.h"
 
 namespace tarnvisor {
 

@@ -3,10 +3,10 @@
 #include <QAction>
 #include <algorithm>
 
-#include "app/commandtexts.h"
 #include "app/recentfiles.h"
 #include "desktop/icons.h"
 #include "desktop/qttext.h"
+#include "frame/commandtexts.h"
 #include "framework/commandids.h"
 
 namespace tarnvisor {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "app/basicapp.h"
-#include "app/menus.h"
+#include "frame/menus.h"
 
 namespace tarnvisor {
 

@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "app/mainframe.h"
 #include "desktop/examlistwindow.h"
 #include "desktop/magnificationwindow.h"
 #include "desktop/markerwindow.h"
 #include "desktop/profiledialog.h"
 #include "desktop/subjectdialog.h"
+#include "frame/mainframe.h"
 
 namespace tarnvisor {
 

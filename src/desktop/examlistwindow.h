@@ -5,7 +5,7 @@
 #include <QPointer>
 #include <QWidget>
 
-#include "app/mainframe.h"
+#include "frame/mainframe.h"
 
 class QLabel;
 class QTreeWidget;

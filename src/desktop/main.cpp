@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "app/mainframe.h"
 #include "assembly/assembly.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
+#include "frame/mainframe.h"
 
 namespace {
 

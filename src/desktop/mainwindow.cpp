@@ -13,12 +13,12 @@
 #include <QToolBar>
 #include <QUrl>
 
-#include "app/commandtexts.h"
 #include "base/text.h"
 #include "desktop/afterdialogs.h"
 #include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qttext.h"
+#include "frame/commandtexts.h"
 #include "framework/commandids.h"
 
 namespace tarnvisor {

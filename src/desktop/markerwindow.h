@@ -4,8 +4,8 @@
 
 #include <QPointer>
 
+#include "charts/markereditor.h"
 #include "desktop/formdialog.h"
-#include "measure/markereditor.h"
 
 namespace tarnvisor {
 

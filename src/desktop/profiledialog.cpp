@@ -7,8 +7,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "app/profileselection.h"
 #include "desktop/silence.h"
+#include "frame/profileselection.h"
 #include "host/host.h"
 
 namespace tarnvisor {

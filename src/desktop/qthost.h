@@ -4,11 +4,11 @@
 #include <QTimer>
 #include <memory>
 
-#include "app/mainframe.h"
 #include "desktop/mainwindow.h"
 #include "desktop/picturefile.h"
 #include "desktop/qtports.h"
 #include "desktop/qtprinter.h"
+#include "frame/mainframe.h"
 
 namespace tarnvisor {
 

@@ -5,7 +5,7 @@
 #include <QDialog>
 #include <array>
 
-#include "db/subjectselection.h"
+#include "exams/subjectselection.h"
 
 class QComboBox;
 class QCompleter;

@@ -16,7 +16,7 @@
 
 #include "imagedoc/zbasicdoc.h"
 #include "movie/zzmovie.h"
-#include "signal/trace.h"
+#include "traces/trace.h"
 
 namespace tarnvisor {
 

@@ -8,13 +8,13 @@
 #include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "charts/chartdoc.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
 #include "framework/commandids.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
 #include "settings/settings.h"
-#include "signal/chartdoc.h"
 
 namespace tarnvisor {
 

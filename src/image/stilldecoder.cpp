@@ -9,7 +9,7 @@ extern "C" {
 
 #include "base/files.h"
 #include "decodedstill.h"
-#include "image/ffmpeghandles.h"
+#include "ffmpeg/ffmpeghandles.h"
 #include "image/stillimport.h"
 
 namespace tarnvisor {

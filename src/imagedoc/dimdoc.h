@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "db/dbdocument.h"
+#include "exams/dbdocument.h"
 #include "framework/tableview.h"
 #include "measure/dimlist.h"
 

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "base/numbers.h"
-#include "imagedoc/metafile.h"
+#include "drawing/metafile.h"
 #include "imagedoc/zbasicdoc.h"
 
 namespace tarnvisor {

@@ -2,7 +2,7 @@
 // square.
 #pragma once
 
-#include "imagedoc/zoomcanvas.h"
+#include "drawing/zoomcanvas.h"
 
 namespace tarnvisor {
 

@@ -5,9 +5,9 @@
 #include "app/basicapp.h"
 #include "base/clock.h"
 #include "base/text.h"
+#include "drawing/picturepainter.h"
 #include "host/host.h"
 #include "imagedoc/overlay.h"
-#include "imagedoc/picturepainter.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
 

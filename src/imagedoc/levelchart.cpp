@@ -6,11 +6,11 @@
 #include "app/basicapp.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "charts/livechartdoc.h"
 #include "image/palette.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
 #include "measure/segmentclip.h"
-#include "signal/livechartdoc.h"
 
 namespace tarnvisor {
 

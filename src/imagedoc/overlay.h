@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "imagedoc/zoomcanvas.h"
+#include "drawing/zoomcanvas.h"
 
 namespace tarnvisor {
 

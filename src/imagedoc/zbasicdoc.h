@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "base/geometry.h"
-#include "db/dbdocument.h"
-#include "db/subjectselection.h"
+#include "exams/dbdocument.h"
+#include "exams/subjectselection.h"
 #include "image/imagetaker.h"
 #include "image/zzimage.h"
 #include "measure/dimlist.h"

@@ -5,9 +5,9 @@
 
 #include "app/processstate.h"
 #include "base/numbers.h"
+#include "drawing/picturepainter.h"
 #include "imagedoc/dimdoc.h"
 #include "imagedoc/levelchart.h"
-#include "imagedoc/picturepainter.h"
 #include "settings/log.h"
 
 namespace tarnvisor {

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "app/inputs.h"
+#include "drawing/zoomcanvas.h"
 #include "imagedoc/zbasicdoc.h"
-#include "imagedoc/zoomcanvas.h"
 
 namespace tarnvisor {
 

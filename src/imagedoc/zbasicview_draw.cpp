@@ -1,8 +1,8 @@
 // What the image view draws: the picture, its overlays, and on top what only the window shows.
 #include <array>
 
+#include "drawing/picturepainter.h"
 #include "imagedoc/overlay.h"
-#include "imagedoc/picturepainter.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {

@@ -8,9 +8,9 @@
 #include "archive/archive.h"
 #include "base/files.h"
 #include "movie/moviefile.h"
-#include "movie/videowriter.h"
 #include "movie/zzmovie.h"
 #include "settings/log.h"
+#include "video/videowriter.h"
 
 namespace tarnvisor {
 

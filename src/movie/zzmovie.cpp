@@ -8,8 +8,8 @@
 #include "base/numbers.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
-#include "movie/videoreader.h"
 #include "settings/log.h"
+#include "video/videoreader.h"
 
 namespace tarnvisor {
 

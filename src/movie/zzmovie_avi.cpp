@@ -10,10 +10,10 @@
 #include "host/host.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
-#include "movie/videoreader.h"
-#include "movie/videowriter.h"
 #include "movie/zzmovie.h"
 #include "settings/log.h"
+#include "video/videoreader.h"
+#include "video/videowriter.h"
 
 namespace tarnvisor {
 

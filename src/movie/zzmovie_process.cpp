@@ -8,9 +8,9 @@
 #include "host/host.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
-#include "movie/videoreader.h"
 #include "movie/zzmovie.h"
 #include "settings/log.h"
+#include "video/videoreader.h"
 
 namespace tarnvisor {
 

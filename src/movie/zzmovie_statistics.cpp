@@ -10,9 +10,9 @@
 #include "image/accumulate.h"
 #include "movie/bytesums.h"
 #include "movie/moviefile.h"
-#include "movie/videoreader.h"
 #include "movie/zzmovie.h"
 #include "settings/log.h"
+#include "video/videoreader.h"
 
 namespace tarnvisor {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/outcome.h"
-#include "db/dbdocument.h"
+#include "exams/dbdocument.h"
 #include "host/printer.h"
 #include "results/resultformat.h"
 

@@ -16,12 +16,12 @@
 #include <QTimer>
 #include <deque>
 
-#include "app/mainframe.h"
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "desktop/qthost.h"
 #include "desktop/qttext.h"
+#include "frame/mainframe.h"
 #include "imagedoc/zbasicview.h"
 #include "support/imagedoctest.h"
 

@@ -14,12 +14,12 @@
 #include <QUrl>
 #include <QWheelEvent>
 
-#include "app/commandtexts.h"
-#include "app/mainframe.h"
 #include "base/text.h"
 #include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
+#include "frame/commandtexts.h"
+#include "frame/mainframe.h"
 #include "framework/commandids.h"
 #include "settings/profile.h"
 #include "support/imagedoctest.h"
@@ -105,7 +105,7 @@ class WindowTest : public ImageDocTest {
   }
   QStringList entries(const QString& title) {
     QStringList texts;
-    emit menu(title)->aboutToShow();
+    Q_EMIT menu(title)->aboutToShow();
     for (const QAction* action : menu(title)->actions())
       texts << (action->isSeparator() ? "-" : action->text());
     return texts;

@@ -14,13 +14,13 @@
 namespace tarnvisor {
 namespace {
 
-TEST(Shape, aColourRowRoundsThePixelsToFour) {
+TEST(Shape, AColourRowRoundsThePixelsToFour) {
   const CZZimage image(1001, 2, -1, 0, kColour);
   EXPECT_EQ(image.stride, 3012);
   EXPECT_EQ(image.rowBytes, 3003);
 }
 
-TEST(Shape, anEqualProductOfRowsAndStrideKeepsTheBuffer) {
+TEST(Shape, AnEqualProductOfRowsAndStrideKeepsTheBuffer) {
   CZZimage image(640, 480);
   image.setPixel(3, 0, 77);
   const uint8_t* const before = image.pixels;
@@ -31,7 +31,7 @@ TEST(Shape, anEqualProductOfRowsAndStrideKeepsTheBuffer) {
   EXPECT_EQ(image.pixelAt(3, 0), 0);
 }
 
-TEST(Shape, absurdSizesAreRefusedAndChangeNothing) {
+TEST(Shape, AbsurdSizesAreRefusedAndChangeNothing) {
   CZZimage image(8, 4);
   for (const auto& [w, h, bytes] :
        {std::tuple{-1, 4, 1}, {8, -4, 1}, {INT32_MAX, INT32_MAX, 3}, {8, 4, 0}, {0, INT32_MAX, 1}})
@@ -40,7 +40,7 @@ TEST(Shape, absurdSizesAreRefusedAndChangeNothing) {
   EXPECT_EQ(image.stride, 8);
 }
 
-TEST(Shape, resetKeepsOfThePointTableOnlyThatThereIsOne) {
+TEST(Shape, ResetKeepsOfThePointTableOnlyThatThereIsOne) {
   CZZimage image(8, 4, 5, 1, kColour), fresh;
   image.tag = "L0";
   image.xOrigin = image.paletteIndex = 3;
@@ -57,7 +57,7 @@ TEST(Shape, resetKeepsOfThePointTableOnlyThatThereIsOne) {
   EXPECT_TRUE(image.samplePattern->offsets.empty());
 }
 
-TEST(Shape, fieldsHoldHalfTheRows) {
+TEST(Shape, FieldsHoldHalfTheRows) {
   CZZimage field(8, 10, 5, 2);
   EXPECT_EQ(field.height, 5);
   EXPECT_EQ(field.frameHeight(), 10);
@@ -70,7 +70,7 @@ TEST(Shape, fieldsHoldHalfTheRows) {
   EXPECT_EQ(field.height, 6);
 }
 
-TEST(Shape, checkedPixelsTestTwiceTheOriginOnAField) {
+TEST(Shape, CheckedPixelsTestTwiceTheOriginOnAField) {
   CZZimage field(4, 8, 0, 1);
   field.xOrigin = 10;
   field.yOrigin = 3;
@@ -86,7 +86,7 @@ TEST(Shape, checkedPixelsTestTwiceTheOriginOnAField) {
   EXPECT_EQ(field.checkedPixelAt(10, -3), -1);
 }
 
-TEST(Clipping, followsTheFiveSteps) {
+TEST(Clipping, FollowsTheFiveSteps) {
   struct Case {
     int interlace, x0, y0;
     Rect in, out;
@@ -111,7 +111,7 @@ TEST(Clipping, followsTheFiveSteps) {
   EXPECT_EQ(image.clipLocal({1, 2, 3, 4}), (Rect{1, 2, 3, 4}));
 }
 
-TEST(Children, lookIntoTheParentAndKeepItsStride) {
+TEST(Children, LookIntoTheParentAndKeepItsStride) {
   CZZimage parent(10, 6);
   parent.tag = "L0";
   parent.xOrigin = 2;
@@ -132,7 +132,7 @@ TEST(Children, lookIntoTheParentAndKeepItsStride) {
   EXPECT_EQ(pixelsOf(*child), (std::vector<int>{1, 2, 3, 11, 12, 200}));
 }
 
-TEST(Copies, copyImageTakesEverythingButTheChildsSurroundings) {
+TEST(Copies, CopyImageTakesEverythingButTheChildsSurroundings) {
   CZZimage src(5, 3, 9, 0, kColour), dst;
   src.tag = "L0";
   src.xOrigin = 4;
@@ -146,7 +146,7 @@ TEST(Copies, copyImageTakesEverythingButTheChildsSurroundings) {
             std::tuple(9, 4, 1, 3, 0));
 }
 
-TEST(Copies, copyPixelsFollowsTheColours) {
+TEST(Copies, CopyPixelsFollowsTheColours) {
   CZZimage grey(3, 2), colour(2, 2, -1, 0, kColour);
   fillWith(grey, [](int x, int y) { return 10 * y + x; });
   ASSERT_TRUE(colour.copyPixels(grey));
@@ -161,7 +161,7 @@ TEST(Copies, copyPixelsFollowsTheColours) {
   EXPECT_EQ(colour.row(0)[0], 6);
 }
 
-TEST(Copies, aMosaicIntoColourLeavesTheTargetsBorder) {
+TEST(Copies, AMosaicIntoColourLeavesTheTargetsBorder) {
   CZZimage bayer(4, 4, -1, 0, kBayer), colour(4, 4, -1, 0, kColour);
   bayer.fill(7);
   colour.fill(99);
@@ -170,7 +170,7 @@ TEST(Copies, aMosaicIntoColourLeavesTheTargetsBorder) {
             std::tuple(99, 99, 7, 99));
 }
 
-TEST(Copies, failuresAndChangesOfColourAreLoggedInTheirWords) {
+TEST(Copies, FailuresAndChangesOfColourAreLoggedInTheirWords) {
   const TemporaryFolder folder;
   setLogFile(folder.file("zz.log"));
   setLogging(true);
@@ -204,7 +204,7 @@ TEST(Copies, failuresAndChangesOfColourAreLoggedInTheirWords) {
   EXPECT_EQ(std::tuple(grey.bytesPerPixel, grey.rowBytes), std::tuple(3, 12));
 }
 
-TEST(Copies, regionsMeetAtTheirFramePosition) {
+TEST(Copies, RegionsMeetAtTheirFramePosition) {
   CZZimage a(4, 4), b(4, 4);
   b.xOrigin = b.yOrigin = 2;
   b.fill(5);
@@ -225,7 +225,7 @@ TEST(Copies, regionsMeetAtTheirFramePosition) {
   EXPECT_FALSE(d.copyFromRect(b, {30, 30, 40, 40}));
 }
 
-TEST(Fields, splitAndMergeAreInverse) {
+TEST(Fields, SplitAndMergeAreInverse) {
   CZZimage frame(3, 5, 7), first, second, again;
   frame.yOrigin = 6;
   fillWith(frame, [](int x, int y) { return 10 * y + x; });
@@ -251,7 +251,7 @@ TEST(Fields, splitAndMergeAreInverse) {
   EXPECT_EQ(second.frameNumber, INT32_MIN);
 }
 
-TEST(Fields, extractTakesEverySecondRowOfAFrameOnly) {
+TEST(Fields, ExtractTakesEverySecondRowOfAFrameOnly) {
   CZZimage frame(2, 6, 4);
   frame.tag = "L0";
   fillWith(frame, [](int, int y) { return y; });
@@ -267,7 +267,7 @@ TEST(Fields, extractTakesEverySecondRowOfAFrameOnly) {
   EXPECT_FALSE(colour.extractfrom(frame, 1));
 }
 
-TEST(Rows, swapAndFlip) {
+TEST(Rows, SwapAndFlip) {
   CZZimage image(1, 5);
   fillWith(image, [](int, int y) { return y; });
   image.swapFields();
@@ -276,7 +276,7 @@ TEST(Rows, swapAndFlip) {
   EXPECT_EQ(pixelsOf(image), (std::vector<int>{4, 2, 3, 0, 1}));
 }
 
-TEST(Colour, planesBecomeTriplesThirdPlaneFirst) {
+TEST(Colour, PlanesBecomeTriplesThirdPlaneFirst) {
   CZZimage image(2, 6);
   fillWith(image, [](int x, int y) { return 10 * y + x; });
   image.planesToColour();
@@ -284,7 +284,7 @@ TEST(Colour, planesBecomeTriplesThirdPlaneFirst) {
   EXPECT_EQ(pixelsOf(image), (std::vector<int>{40, 20, 0, 41, 21, 1, 50, 30, 10, 51, 31, 11}));
 }
 
-TEST(Colour, demosaicTakesTheNeighboursOfEachSite) {
+TEST(Colour, DemosaicTakesTheNeighboursOfEachSite) {
   CZZimage image(4, 4, -1, 0, kBayer);
   const int values[] = {10, 20, 30, 40, 50, 60, 70, 80, 91, 100, 110, 120, 130, 140, 150, 160};
   fillWith(image, [&](int x, int y) { return values[4 * y + x]; });
@@ -304,7 +304,7 @@ TEST(Colour, demosaicTakesTheNeighboursOfEachSite) {
   EXPECT_EQ(std::accumulate(none.get(), none.get() + 72, 0), 0);
 }
 
-TEST(Colour, bayerToGreyReplacesEveryOtherSite) {
+TEST(Colour, BayerToGreyReplacesEveryOtherSite) {
   CZZimage image(6, 4, -1, 0, kBayer);
   fillWith(image, [](int x, int y) { return (x + y) % 2 ? 255 : 10 * y + x; });
   image.bayerToGrey();
@@ -336,7 +336,7 @@ TEST(Colour, bayerToGreyReplacesEveryOtherSite) {
                                                35}));
 }
 
-TEST(Colour, greyComesOfTheWeights) {
+TEST(Colour, GreyComesOfTheWeights) {
   resetPaletteSettings();
   CZZimage colour(1, 1, -1, 0, kColour), grey(1, 1), bayer(1, 1, -1, 0, kBayer);
   const uint32_t pixel = 0x00C86432;  // red 200, green 100, blue 50
@@ -349,7 +349,7 @@ TEST(Colour, greyComesOfTheWeights) {
   EXPECT_EQ(std::tuple(colour.row(0)[0], colour.bytesPerPixel, colour.stride), std::tuple(124, 1, 4));
 }
 
-TEST(Match, halveAveragesPairsOfRowsOfEvenColumns) {
+TEST(Match, HalveAveragesPairsOfRowsOfEvenColumns) {
   CZZimage src(5, 5), dst;
   fillWith(src, [](int x, int y) { return 10 * y + x; });
   const std::vector<int> expected{5, 7, 25, 27};
@@ -360,7 +360,7 @@ TEST(Match, halveAveragesPairsOfRowsOfEvenColumns) {
   EXPECT_EQ(src.stride, 4);
 }
 
-TEST(Match, findOffsetFindsAKnownShiftInEveryMode) {
+TEST(Match, FindOffsetFindsAKnownShiftInEveryMode) {
   CZZimage base(48, 40), moved(48, 40);
   const auto texture = [](int x, int y) { return (x * x * 3 + y * y * 5 + x * y * 7) / 4 % 251; };
   fillWith(base, [&](int x, int y) { return texture(x + 20, y + 20); });
@@ -384,7 +384,7 @@ TEST(Match, findOffsetFindsAKnownShiftInEveryMode) {
   EXPECT_EQ(moved.xOrigin, INT32_MIN + 8);
 }
 
-TEST(Match, sumsFromTheStartingLimitOnLeaveTheReferencesOrigin) {
+TEST(Match, SumsFromTheStartingLimitOnLeaveTheReferencesOrigin) {
   CZZimage black(256, 128), white(256, 128);  // 64 * 64 squares stay below 0xFFFFFFF, 128 * 64 don't
   white.fill(255);
   white.findOffset(black, 0.5, 0.1, 1, 1, 0);
@@ -396,7 +396,7 @@ TEST(Match, sumsFromTheStartingLimitOnLeaveTheReferencesOrigin) {
   EXPECT_EQ(std::tuple(white.xOrigin, white.yOrigin), std::tuple(12, 12));
 }
 
-TEST(Match, thePointTableIsDrawnFromTheStandardGenerator) {
+TEST(Match, ThePointTableIsDrawnFromTheStandardGenerator) {
   standardRandom().seed();
   EXPECT_EQ(standardRandom().next(), 41);
   EXPECT_EQ(standardRandom().next(), 18467);

@@ -54,7 +54,7 @@ Bytes asFile(const Bytes& info) {
   return bytes;
 }
 
-TEST_F(ImageFiles, eachFormatBringsBackWhatItKeeps) {
+TEST_F(ImageFiles, EachFormatBringsBackWhatItKeeps) {
   for (const int colourset : {kGrey, kColour, kBayer})
     for (const char* name : {"a.zzg", "a.ZZG", "a.bmp", "a.BMP", "a.tif", "a.TIF"}) {
       const std::string extension = extensionOf(name);
@@ -70,7 +70,7 @@ TEST_F(ImageFiles, eachFormatBringsBackWhatItKeeps) {
     }
 }
 
-TEST_F(ImageFiles, theExtensionDecidesExactly) {
+TEST_F(ImageFiles, TheExtensionDecidesExactly) {
   CZZimage image(4, 4);
   for (const char* name : {"a.Bmp", "a.png", "a", "a.zZg"}) {
     EXPECT_FALSE(image.save(folder.file(name)));
@@ -84,7 +84,7 @@ TEST_F(ImageFiles, theExtensionDecidesExactly) {
   EXPECT_FALSE(image.load(folder.file("a.bmp"), {0, 0, 2, 2}));  // only .zzg knows rectangles
 }
 
-TEST_F(ImageFiles, zzgReadsItsThreeForms) {
+TEST_F(ImageFiles, ZzgReadsItsThreeForms) {
   struct Case {
     Bytes bytes;
     int width, height, frame, interlace, x, y, colourset, first;
@@ -109,7 +109,7 @@ TEST_F(ImageFiles, zzgReadsItsThreeForms) {
   }
 }
 
-TEST_F(ImageFiles, zzgIsWrittenInTheCurrentForm) {
+TEST_F(ImageFiles, ZzgIsWrittenInTheCurrentForm) {
   CZZimage image(3, 2, 9);
   image.xOrigin = -1;
   fillWith(image, [](int x, int y) { return 10 * y + x; });
@@ -123,7 +123,7 @@ TEST_F(ImageFiles, zzgIsWrittenInTheCurrentForm) {
   EXPECT_EQ(readWholeFile(folder.file("a.zzg")), expected);
 }
 
-TEST_F(ImageFiles, aFieldOfAFrameCanBeWritten) {
+TEST_F(ImageFiles, AFieldOfAFrameCanBeWritten) {
   CZZimage frame(2, 4, 3), field;
   frame.yOrigin = 6;
   fillWith(frame, [](int, int y) { return y; });
@@ -135,14 +135,14 @@ TEST_F(ImageFiles, aFieldOfAFrameCanBeWritten) {
   EXPECT_EQ(std::tuple(field.interlace, field.yOrigin, field.frameNumber), std::tuple(2, 3, 3));
 }
 
-TEST_F(ImageFiles, aShortZzgKeepsThePixelsThatWereThere) {
+TEST_F(ImageFiles, AShortZzgKeepsThePixelsThatWereThere) {
   CZZimage image(4, 3);
   image.fill(200);
   ASSERT_TRUE(image.load(write("a.zzg", zzg({4, 3, 0, 0}, 5))));
   EXPECT_EQ(pixelsOf(image), (std::vector<int>{1, 2, 3, 4, 5, 200, 200, 200, 200, 200, 200, 200}));
 }
 
-TEST_F(ImageFiles, zzgRegionsAreSoughtFromTheFirstByte) {
+TEST_F(ImageFiles, ZzgRegionsAreSoughtFromTheFirstByte) {
   // Rows of 16 bytes: row 0 is the oldest form's header itself, row 1 the file's first pixels.
   const std::string path = write("a.zzg", zzg({16, 4, 7, 0}, 64));
   CZZimage image(20, 8);
@@ -166,7 +166,7 @@ TEST_F(ImageFiles, zzgRegionsAreSoughtFromTheFirstByte) {
   EXPECT_FALSE(colour.load(path, {0, 0, 4, 4}));
 }
 
-TEST_F(ImageFiles, bmpOfGreyIsTheDisplayHeaderAndRowsTopDown) {
+TEST_F(ImageFiles, BmpOfGreyIsTheDisplayHeaderAndRowsTopDown) {
   CZZimage image(4, 2);
   image.setPalette(2);
   fillWith(image, [](int x, int y) { return 10 * y + x; });
@@ -182,7 +182,7 @@ TEST_F(ImageFiles, bmpOfGreyIsTheDisplayHeaderAndRowsTopDown) {
   EXPECT_EQ(Bytes(bytes.end() - 8, bytes.end()), (Bytes{0, 1, 2, 3, 10, 11, 12, 13}));
 }
 
-TEST_F(ImageFiles, aColourBmpOfOddWidthIsSkewed) {
+TEST_F(ImageFiles, AColourBmpOfOddWidthIsSkewed) {
   CZZimage image(5, 2, 0, 0, kColour);  // 24 bytes a row in memory, 16 in a bitmap
   fillWith(image, [](int x, int y) { return 100 * y + x + 1; });
   ASSERT_TRUE(image.save(folder.file("a.bmp")));
@@ -192,7 +192,7 @@ TEST_F(ImageFiles, aColourBmpOfOddWidthIsSkewed) {
   EXPECT_EQ(bytes[54 + 24], 101);  // row 1 begins where memory has it
 }
 
-TEST_F(ImageFiles, aBayerImageBecomesAColourBmp) {
+TEST_F(ImageFiles, ABayerImageBecomesAColourBmp) {
   CZZimage image(8, 4, 0, 0, kBayer), back;
   fillRandom(image, 8);
   ASSERT_TRUE(image.save(folder.file("a.bmp")));
@@ -201,7 +201,7 @@ TEST_F(ImageFiles, aBayerImageBecomesAColourBmp) {
   EXPECT_EQ(back.row(1)[3], image.row(1)[1]);  // the blue site's blue
 }
 
-TEST_F(ImageFiles, bmpRectanglesAndChildrenAreCutOut) {
+TEST_F(ImageFiles, BmpRectanglesAndChildrenAreCutOut) {
   CZZimage image(8, 4), back;
   fillRandom(image, 9);
   const auto child = image.makeChild({4, 1, 8, 3});
@@ -213,7 +213,7 @@ TEST_F(ImageFiles, bmpRectanglesAndChildrenAreCutOut) {
   }
 }
 
-TEST_F(ImageFiles, aBmpOfARectangleHasTheBlackZeroOfANewImage) {
+TEST_F(ImageFiles, ABmpOfARectangleHasTheBlackZeroOfANewImage) {
   CZZimage image(8, 4);
   image.blackZero = 0;
   image.setPalette(1);
@@ -225,7 +225,7 @@ TEST_F(ImageFiles, aBmpOfARectangleHasTheBlackZeroOfANewImage) {
   EXPECT_EQ(firstBlue({0, 0, 4, 4}), 0);
 }
 
-TEST_F(ImageFiles, bmpDepthsAreReadByTheirRules) {
+TEST_F(ImageFiles, BmpDepthsAreReadByTheirRules) {
   struct Case {
     const char* what;
     Bytes info;
@@ -255,7 +255,7 @@ TEST_F(ImageFiles, bmpDepthsAreReadByTheirRules) {
   }
 }
 
-TEST_F(ImageFiles, theHeadersMasksCountWhenTheCompressionSaysSo) {
+TEST_F(ImageFiles, TheHeadersMasksCountWhenTheCompressionSaysSo) {
   Bytes rest;
   append(rest, {0xF8, 0x0F, 0x33});  // red, green, blue; the pixels begin here too, by the rule for offsets
   CZZimage image;
@@ -263,7 +263,7 @@ TEST_F(ImageFiles, theHeadersMasksCountWhenTheCompressionSaysSo) {
   EXPECT_EQ(pixelsOf(image), (std::vector<int>{0xF8, 0xF8 & 0x33, 0xF8 & 0x0F, 0, 0, 0}));
 }
 
-TEST_F(ImageFiles, clipboardGreyWeighsTheBytesOutOfOrder) {
+TEST_F(ImageFiles, ClipboardGreyWeighsTheBytesOutOfOrder) {
   CZZimage image(1, 1, 0, 0, kColour);
   ASSERT_TRUE(loadBitmapBytes(image, bitmap(1, 1, 24, 0, {200, 100, 50, 0}), true));
   // 200 red's weight -> 59, + 100 blue's 11.4 -> 70, + 50 green's 29.35 -> 99.
@@ -299,7 +299,7 @@ void writeForeign(const std::string& path, int bits, int samples, int planar,
   TIFFClose(tiff);
 }
 
-TEST_F(ImageFiles, tiffOfThreeSamplesBecomesGreyStepByStep) {
+TEST_F(ImageFiles, TiffOfThreeSamplesBecomesGreyStepByStep) {
   const std::string path = folder.file("a.tif");
   writeForeign(path, 8, 3, PLANARCONFIG_CONTIG, {{200, 100, 50, 255, 255, 255}, {0, 0, 0, 10, 10, 10}});
   CZZimage image;
@@ -316,7 +316,7 @@ TEST_F(ImageFiles, tiffOfThreeSamplesBecomesGreyStepByStep) {
   EXPECT_EQ(pixelsOf(image), (std::vector<int>{(0 + 2 + 200) & 255, 1 + 4 + 10, 10 + 6 + 11, 11 + 8 + 12}));
 }
 
-TEST_F(ImageFiles, tiffOfOtherKindsReadsNothing) {
+TEST_F(ImageFiles, TiffOfOtherKindsReadsNothing) {
   const std::string path = folder.file("a.tif");
   CZZimage image(2, 2);
   image.fill(5);
@@ -333,7 +333,7 @@ TEST_F(ImageFiles, tiffOfOtherKindsReadsNothing) {
   EXPECT_EQ(messages.shown, std::vector<std::string>{texts::kNotGreylevel});
 }
 
-TEST_F(ImageFiles, aColourTiffIsTheFirstThirdOfEachRowAsGrey) {
+TEST_F(ImageFiles, AColourTiffIsTheFirstThirdOfEachRowAsGrey) {
   CZZimage colour(4, 2, 0, 0, kColour), back;
   fillWith(colour, [](int x, int y) { return 100 * y + x; });
   ASSERT_TRUE(colour.save(folder.file("a.tif")));
@@ -341,7 +341,7 @@ TEST_F(ImageFiles, aColourTiffIsTheFirstThirdOfEachRowAsGrey) {
   EXPECT_EQ(pixelsOf(back), (std::vector<int>{0, 1, 2, 3, 100, 101, 102, 103}));
 }
 
-TEST_F(ImageFiles, tiffTellsItsMakerAndCountsMonthsFromZero) {
+TEST_F(ImageFiles, TiffTellsItsMakerAndCountsMonthsFromZero) {
   const FixedClock clock(1737000000);  // 16 January 2025
   CZZimage image(4, 2);
   ASSERT_TRUE(image.save(folder.file("a.tif"), {1, 1, 2, 2}));  // the rectangle is ignored
@@ -358,7 +358,7 @@ TEST_F(ImageFiles, tiffTellsItsMakerAndCountsMonthsFromZero) {
   TIFFClose(tiff);
 }
 
-TEST_F(ImageFiles, filesThatLieAreRefusedAndChangeNothing) {
+TEST_F(ImageFiles, FilesThatLieAreRefusedAndChangeNothing) {
   const Bytes big = bitmap(30000, 30000, 8, 0, Bytes(2000));
   const std::pair<const char*, Bytes> cases[] = {
       {"empty.zzg", {}},

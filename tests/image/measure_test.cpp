@@ -21,7 +21,7 @@ CZZimage& rowOf(CZZimage& image, const std::vector<int>& values) {
   return image;
 }
 
-TEST(FastLoops, giveTheBitsOfPlainOnes) {
+TEST(FastLoops, GiveTheBitsOfPlainOnes) {
   for (const size_t length : {0, 1, 15, 16, 63, 64, 127, 129, 1000, 70001}) {
     CZZimage a(static_cast<int32_t>(length) + 1, 1), b(static_cast<int32_t>(length) + 1, 1);
     fillRandom(a, 1);
@@ -61,7 +61,7 @@ TEST(FastLoops, giveTheBitsOfPlainOnes) {
   EXPECT_EQ(kernels::squaredDifferenceSum(white.data(), black.data(), white.size()), 65025ull * white.size());
 }
 
-TEST(GreyOfColours, isTheSameWithAndWithoutTheFastLoop) {
+TEST(GreyOfColours, IsTheSameWithAndWithoutTheFastLoop) {
   CZZimage colours(3 * 5000, 1);
   fillRandom(colours, 3);
   for (const GreyWeights& weights :
@@ -81,7 +81,7 @@ TEST(GreyOfColours, isTheSameWithAndWithoutTheFastLoop) {
   resetPaletteSettings();
 }
 
-TEST(Statistics, aNewMinimumIsNotLookedAtForTheMaximum) {
+TEST(Statistics, ANewMinimumIsNotLookedAtForTheMaximum) {
   struct Case {
     std::vector<int> pixels;
     int low, high;
@@ -103,7 +103,7 @@ TEST(Statistics, aNewMinimumIsNotLookedAtForTheMaximum) {
   }
 }
 
-TEST(Statistics, agreeWithThePlainLoopOnAnyPicture) {
+TEST(Statistics, AgreeWithThePlainLoopOnAnyPicture) {
   for (uint32_t seed = 0; seed < 300; ++seed) {
     CZZimage image(1 + static_cast<int32_t>(seed % 9), 1 + static_cast<int32_t>(seed % 4));
     fillRandom(image, seed, seed % 2 ? 0 : 240, 255);
@@ -122,7 +122,7 @@ TEST(Statistics, agreeWithThePlainLoopOnAnyPicture) {
   }
 }
 
-TEST(PointOperations, clipAndCutAsTheirTablesSay) {
+TEST(PointOperations, ClipAndCutAsTheirTablesSay) {
   const std::vector<int> in{0, 1, 100, 200, 255};
   struct Case {
     const char* what;
@@ -165,7 +165,7 @@ TEST(PointOperations, clipAndCutAsTheirTablesSay) {
   }
 }
 
-TEST(PointOperations, flatteningBlendsTheFourEdges) {
+TEST(PointOperations, FlatteningBlendsTheFourEdges) {
   CZZimage image(3, 3);
   fillWith(image, [](int x, int y) { return x == 0 ? 10 : x == 2 ? 30 : y == 0 ? 100 : y == 2 ? 140 : 7; });
   image.flattenFromEdges({});
@@ -173,7 +173,7 @@ TEST(PointOperations, flatteningBlendsTheFourEdges) {
   EXPECT_EQ(image.row(0)[1], 100);
 }
 
-TEST(TwoImages, combineOnlyWhenOfOneSize) {
+TEST(TwoImages, CombineOnlyWhenOfOneSize) {
   CZZimage a, b, wrong(7, 7);
   const auto run = [&](auto operation) {
     rowOf(a, {10, 200, 100});
@@ -196,7 +196,7 @@ TEST(TwoImages, combineOnlyWhenOfOneSize) {
   EXPECT_EQ(difference.xOrigin, 1);
 }
 
-TEST(Measures, countLevelsAndTheirPeak) {
+TEST(Measures, CountLevelsAndTheirPeak) {
   CZZimage image(33, 7);
   fillRandom(image, 5, 3, 9);
   NumberStore store;
@@ -219,7 +219,7 @@ TEST(Measures, countLevelsAndTheirPeak) {
   EXPECT_EQ(wide.meanBrightness(1), 255);
 }
 
-TEST(Measures, levelsAreSmoothedBeforeTheyAreSought) {
+TEST(Measures, LevelsAreSmoothedBeforeTheyAreSought) {
   CZZimage flat(1000, 40);
   EXPECT_EQ(flat.findLevels(32, 10).low, 0);  // nothing between 1 and 254
   EXPECT_EQ(flat.findLevels(32, 10).high, 255);
@@ -230,7 +230,7 @@ TEST(Measures, levelsAreSmoothedBeforeTheyAreSought) {
   EXPECT_EQ(levels.high, 100 + 18);  // (7/8)^17 > 0.1 > (7/8)^18
 }
 
-TEST(Measures, focusAndGradient) {
+TEST(Measures, FocusAndGradient) {
   CZZimage image(5, 5);
   image.row(2)[2] = 10;
   // The neighbours at distance 1 have +10, the centre -40, which doesn't count.
@@ -244,7 +244,7 @@ TEST(Measures, focusAndGradient) {
   EXPECT_DOUBLE_EQ(image.gradientEnergy({}), 200.0 / 25);
 }
 
-TEST(Measures, profilesTakeOneFieldOfAFrame) {
+TEST(Measures, ProfilesTakeOneFieldOfAFrame) {
   CZZimage image(2, 4);
   fillWith(image, [](int x, int y) { return 10 * y + x; });
   NumberStore store;
@@ -258,7 +258,7 @@ TEST(Measures, profilesTakeOneFieldOfAFrame) {
   EXPECT_EQ(store.values, (std::vector<double>{0.5, 20.5}));
 }
 
-TEST(Accumulating, placesFramesByTheirOrigin) {
+TEST(Accumulating, PlacesFramesByTheirOrigin) {
   CZZimage frame(2, 1), result(4, 1);
   rowOf(frame, {10, 21});
   int32_t sum[4] = {}, count[4] = {};
@@ -269,7 +269,7 @@ TEST(Accumulating, placesFramesByTheirOrigin) {
   EXPECT_EQ(pixelsOf(result), (std::vector<int>{10, 15, 21, 0}));
 }
 
-TEST(Accumulating, deviationIsThatOfThePopulation) {
+TEST(Accumulating, DeviationIsThatOfThePopulation) {
   PixelStatistics statistics;
   CZZimage image;
   rowOf(image, {0}).startStats(&statistics);
@@ -281,7 +281,7 @@ TEST(Accumulating, deviationIsThatOfThePopulation) {
   EXPECT_EQ(image.row(0)[0], 2);
 }
 
-TEST(Accumulating, motionComparesChangesWithValues) {
+TEST(Accumulating, MotionComparesChangesWithValues) {
   MotionStatistics statistics;
   CZZimage image;
   // After the seed: values 10, 30, 10, 30 (deviation 10), differences -20, 20, -20, 20 (deviation 20).
@@ -294,7 +294,7 @@ TEST(Accumulating, motionComparesChangesWithValues) {
   EXPECT_EQ(image.row(0)[0], 0);
 }
 
-TEST(Palettes, haveTheirRampsAndBands) {
+TEST(Palettes, HaveTheirRampsAndBands) {
   struct Case {
     int palette, level;
     PaletteEntry entry;
@@ -309,7 +309,7 @@ TEST(Palettes, haveTheirRampsAndBands) {
     EXPECT_EQ(paletteOf(c.palette)[static_cast<size_t>(c.level)], c.entry) << c.palette << " " << c.level;
 }
 
-TEST(Palettes, indicesOutsideWrapToTheEnds) {
+TEST(Palettes, IndicesOutsideWrapToTheEnds) {
   CZZimage image(4, 4);
   image.setPalette(-2);
   EXPECT_EQ(image.paletteIndex, 9);
@@ -321,7 +321,7 @@ TEST(Palettes, indicesOutsideWrapToTheEnds) {
   EXPECT_EQ(image.header().palette[255], (PaletteEntry{255, 0, 0}));
 }
 
-TEST(Palettes, theHeaderSaysWhatIsShown) {
+TEST(Palettes, TheHeaderSaysWhatIsShown) {
   resetPaletteSettings();
   CZZimage image(5, 3);
   EXPECT_EQ(image.header().totalBytes(), 1064u);
@@ -335,7 +335,7 @@ TEST(Palettes, theHeaderSaysWhatIsShown) {
   EXPECT_EQ(std::tuple(bayer.header().bitCount, bayer.header().totalBytes()), std::tuple(24, 40u));
 }
 
-TEST(Palettes, adjustedGreySpreadsTheLevelsInUse) {
+TEST(Palettes, AdjustedGreySpreadsTheLevelsInUse) {
   const Palette palette = adjustedGrey(10, 110, 70, 230);
   for (const auto& [level, grey] : {std::pair{0, 0}, {1, 7}, {10, 70}, {60, 150}, {110, 230}})
     EXPECT_NEAR(palette[static_cast<size_t>(level)].green, grey, 1) << level;
@@ -351,7 +351,7 @@ TEST(Palettes, adjustedGreySpreadsTheLevelsInUse) {
   adjustedGrey(0, 255, -5000, 99999);  // settings may hold anything
 }
 
-TEST(Palettes, weightsComeFromTheProfile) {
+TEST(Palettes, WeightsComeFromTheProfile) {
   const TemporaryFolder folder;
   settings.setPath(folder.file("zz.ini"));
   resetPaletteSettings();

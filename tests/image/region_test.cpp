@@ -26,7 +26,7 @@ std::vector<std::string> drawn(const CZZimage& image) {
   return rows;
 }
 
-TEST(Masks, valuesAreReplacedCountedAndFramed) {
+TEST(Masks, ValuesAreReplacedCountedAndFramed) {
   CZZimage image;
   draw(image, {"....", ".12.", ".1.."});
   Point origin, corner;
@@ -45,14 +45,14 @@ TEST(Masks, valuesAreReplacedCountedAndFramed) {
   EXPECT_EQ(drawn(image), (std::vector<std::string>{"1111", "1511", "1511"}));
 }
 
-TEST(FloodFill, fillsOneRegionAndLeavesNoPathBehind) {
+TEST(FloodFill, FillsOneRegionAndLeavesNoPathBehind) {
   CZZimage image;
   draw(image, {"1111111", "1..1..1", "1.1.1.1", "1.....1", "1111111"});
   image.floodFill(40, 1, 1);
   EXPECT_EQ(drawn(image), (std::vector<std::string>{"1111111", "1441441", "1414141", "1444441", "1111111"}));
 }
 
-TEST(FloodFill, neverMovesUpIntoTheFirstRow) {
+TEST(FloodFill, NeverMovesUpIntoTheFirstRow) {
   CZZimage image;
   draw(image, {"...", "...", "..."});
   image.floodFill(50, 1, 2);
@@ -62,7 +62,7 @@ TEST(FloodFill, neverMovesUpIntoTheFirstRow) {
   ASSERT_FALSE(image.fillFirstZero(70));
 }
 
-TEST(FloodFill, worksForEveryPairOfValues) {
+TEST(FloodFill, WorksForEveryPairOfValues) {
   for (int old = 0; old < 256; old += 5)
     for (int fresh = 0; fresh < 256; fresh += 3) {
       CZZimage image(9, 7);
@@ -72,7 +72,7 @@ TEST(FloodFill, worksForEveryPairOfValues) {
     }
 }
 
-TEST(FloodFill, theFirstZeroInRasterOrderIsFilled) {
+TEST(FloodFill, TheFirstZeroInRasterOrderIsFilled) {
   CZZimage image;
   draw(image, {"11111", "11.1.", "11.1."});
   ASSERT_TRUE(image.fillFirstZero(20));

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "app/mainframe.h"
+#include "frame/mainframe.h"
 #include "framework/commandids.h"
 #include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"

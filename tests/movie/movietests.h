@@ -10,7 +10,7 @@
 #include "movie/moviefile.h"
 #include "movie/zzmovie.h"
 #include "settings/log.h"
-#include "videotests.h"
+#include "video/videotests.h"
 
 namespace tarnvisor {
 

@@ -1,0 +1,41 @@
+# What all tests include, compiled once for those without Qt and once for those with it. Tests are not optimised: most
+# of a build was spent on them.
+set(TARNVISOR_TEST_HEADERS <gmock/gmock.h> <algorithm> <array> <cmath> <cstring> <filesystem> <fstream> <functional> <map>
+    <memory> <numeric> <optional> <sstream> <string> <thread> <vector>)
+set(TARNVISOR_TEST_OPTIONS -O0 $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+function(test_headers name)
+  file(WRITE ${CMAKE_BINARY_DIR}/${name}.cpp "")
+  add_library(${name} OBJECT ${CMAKE_BINARY_DIR}/${name}.cpp)
+  target_link_libraries(${name} PRIVATE GTest::gmock Threads::Threads ${ARGN})
+  target_compile_options(${name} PRIVATE ${TARNVISOR_TEST_OPTIONS})
+  target_precompile_headers(${name} PRIVATE ${TARNVISOR_TEST_HEADERS})
+endfunction()
+test_headers(test_headers)
+test_headers(test_headers_qt Qt6::Core)
+
+# core_test(name DEPENDS ... [SOURCES ...] [DEFINITIONS ...]): a GoogleTest program of the *_test.cpp that lie in the
+# present folder (so that a new one needs no entry) and of SOURCES, or of SOURCES alone where they name tests. One CTest
+# test a case; under the sanitizers, whose start takes longer than most cases, one for the program.
+function(core_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;DEFINITIONS" ${ARGN})
+  if(NOT ARG_SOURCES MATCHES "_test.cpp")
+    file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp)
+    list(APPEND ARG_SOURCES ${found})
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
+  target_compile_definitions(${name} PRIVATE ${ARG_DEFINITIONS})
+  target_compile_options(${name} PRIVATE ${TARNVISOR_TEST_OPTIONS})
+  if("desktop" IN_LIST ARG_DEPENDS)
+    target_precompile_headers(${name} REUSE_FROM test_headers_qt)
+  else()
+    target_precompile_headers(${name} REUSE_FROM test_headers)
+  endif()
+  if(TARNVISOR_SANITIZE)
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+  else()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  endif()
+endfunction()

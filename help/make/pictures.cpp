@@ -1,0 +1,394 @@
+// tarnvisor-pictures: drives the real program over a demonstration data folder and keeps pictures of its
+// windows and dialogs, for the manual and for looking at them in other themes and scales. See
+// scripts/make-pictures.
+#include <QApplication>
+#include <QDialog>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QStyleFactory>
+#include <QTest>
+#include <QToolBar>
+#include <clocale>
+#include <cstdio>
+
+#include "app/processstate.h"
+#include "assembly/assembly.h"
+#include "base/files.h"
+#include "charts/commonflodoc.h"
+#include "charts/xychart.h"
+#include "desktop/paintercanvas.h"
+#include "desktop/qthost.h"
+#include "desktop/qttext.h"
+#include "dynamic/vivocapview.h"
+#include "frame/mainframe.h"
+#include "framework/commandids.h"
+#include "imagedoc/zbasicview.h"
+#include "results/resultdoc.h"
+
+namespace {
+
+using namespace tarnvisor;
+
+QPalette darkPalette() {
+  QPalette dark;
+  dark.setColor(QPalette::Window, QColor(43, 46, 51));
+  dark.setColor(QPalette::Base, QColor(32, 34, 38));
+  dark.setColor(QPalette::AlternateBase, QColor(38, 41, 46));
+  dark.setColor(QPalette::Button, QColor(52, 56, 62));
+  dark.setColor(QPalette::ToolTipBase, QColor(52, 56, 62));
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText})
+    dark.setColor(role, QColor(226, 230, 235));
+  dark.setColor(QPalette::PlaceholderText, QColor(150, 155, 162));
+  dark.setColor(QPalette::Highlight, QColor(44, 110, 160));
+  dark.setColor(QPalette::HighlightedText, Qt::white);
+  dark.setColor(QPalette::Link, QColor(108, 195, 232));
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+    dark.setColor(QPalette::Disabled, role, QColor(125, 130, 136));
+  return dark;
+}
+
+class Photographer {
+ public:
+  Photographer(CBasicApp& application, QtHost& qtHost, std::string outputFolder)
+      : app(application), host(qtHost), folder(withSeparator(std::move(outputFolder))) {}
+
+  void keep(QWidget& widget, const char* name) {
+    settle();
+    const std::string path = folder + name + ".png";
+    if (!widget.grab().save(toQt(path))) std::fprintf(stderr, "%s could not be written\n", path.c_str());
+  }
+  void settle() {
+    window().updateSoon();
+    QTest::qWait(250);
+  }
+
+  // Runs a command, and keeps and cancels the dialogs that it opens.
+  void keepDialog(int32_t command, const char* name) {
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, &watch, [&] {
+      QWidget* dialog = QApplication::activeModalWidget();
+      if (!dialog || busy) return;
+      busy = true;
+      keep(*dialog, name);
+      dialog->close();
+      busy = false;
+    });
+    watch.start(300);
+    (void)app.runCommand(command);
+    settle();
+  }
+  void keepTop(const char* title, const char* name) {
+    settle();
+    for (QWidget* each : QApplication::topLevelWidgets())
+      if (each->isVisible() && each->windowTitle().startsWith(title)) keep(*each, name);
+  }
+  void keepMenus(const std::string& prefix) {
+    settle();
+    QMenuBar* bar = window().menuBar();
+    for (QMenu* menu : bar->findChildren<QMenu*>(Qt::FindDirectChildrenOnly)) {
+      menu->popup(window().mapToGlobal(QPoint(40, 40)));
+      const std::string name = prefix + fromQt(menu->title().toLower().remove('&'));
+      keep(*menu, name.c_str());
+      menu->close();
+    }
+  }
+
+  ZBasicDoc* open(const std::string& path) { return dynamic_cast<ZBasicDoc*>(app.openDocumentFile(path)); }
+  ZBasicView& viewOf(ZBasicDoc& document) { return static_cast<ZBasicView&>(*document.views().front()); }
+  MainWindow& window() { return *host.mainWindow(); }
+  QMdiSubWindow& frameOf(CDocument& document) { return *window().documentWindows().windowOf(document); }
+
+  // False when the data folder holds no demonstration.
+  bool all();
+
+ private:
+  bool select();
+  void documents();
+  void dialogs(ZBasicDoc& image);
+  void tables(ZBasicDoc& image);
+  // Of a line on the image, and of its region.
+  void levelCharts(ZBasicDoc& image);
+  void videos();
+  void charts();
+  void chartDialogs(ZchartDoc& chart, ZchartView& view);
+  void toolBox(ZchartDoc& chart, ZchartView& view);
+  // With the values that a form begins with.
+  void runWithoutAsking(int32_t command) {
+    process.quietMode = true;
+    (void)app.runCommand(command);
+    process.quietMode = false;
+  }
+  void discardAll() {
+    for (CDocument* document : std::vector<CDocument*>(app.documents.documents()))
+      document->type()->discard(*document);
+  }
+
+  CBasicApp& app;
+  QtHost& host;
+  std::string folder;
+  bool busy = false;
+};
+
+std::string examPath(CBasicApp& app, const char* file) {
+  return app.dataFolder + app.examFolder + kSeparator + file;
+}
+
+bool Photographer::select() {
+  const auto exams = app.db ? app.db->examsOf("DEMO-1") : std::vector<ExamRow>{};
+  if (exams.empty()) return false;
+  app.subjectId = "DEMO-1";
+  if (const auto subject = app.db->readSubject("DEMO-1"))
+    app.subjectName = subject->name + " " + subject->surname;
+  app.examId = exams.back().id;
+  app.examFolder = exams.back().folder;
+  return true;
+}
+
+bool Photographer::all() {
+  if (!select()) return false;
+  keepMenus("menu-");
+  documents();
+  return true;
+}
+
+void Photographer::documents() {
+  ZBasicDoc* good = open(examPath(app, "good.tv1"));
+  ZBasicDoc* colour = open(examPath(app, "colour.tv1"));
+  if (!good || !colour) return;
+  window().tile();
+  app.documents.activate(*good);
+  keep(window(), "main-window");
+  keepMenus("menu-");
+
+  app.documents.closeAll();
+  ZBasicDoc& image = *open(examPath(app, "good.tv1"));
+  image.calibrated = 1;
+  image.magx = image.magy = 1.68;
+  image.roi = {300, 250, 1000, 780};
+  frameOf(image).resize(900, 640);
+  ZBasicView& view = viewOf(image);
+  view.fitTo(view.windowSize());
+  view.showsScaleBar = true;
+  image.dimlists[0].removeAll();
+  const int32_t line = image.addDimension({320, 280}, CDimList::kPolyline);
+  for (const Point p : {Point{380, 330}, Point{470, 300}, Point{560, 360}})
+    image.addPointToDimension(line, p);
+  const int32_t circle = image.addDimension({700, 420}, CDimList::kCircle);
+  image.addPointToDimension(circle, {790, 420});
+  view.selected = line;
+  image.updateAllViews();
+  keep(frameOf(image), "image-window");
+  image.dimlists[0].removeAll();
+  (void)image.countCapillaries();
+  keep(frameOf(image), "found");
+  dialogs(image);
+  (void)app.runCommand(cmd::VoronoiRegions);
+  app.documents.activate(image);
+  keep(frameOf(image), "voronoi");
+  tables(image);
+  levelCharts(image);
+  discardAll();
+  videos();
+  charts();
+}
+
+void Photographer::dialogs(ZBasicDoc& image) {
+  const std::pair<int32_t, const char*> shown[] = {{cmd::Magnification, "magnification"},
+                                                   {cmd::CalibrateMagnification, "calibrate"},
+                                                   {cmd::Units, "units"},
+                                                   {cmd::GridSettings, "grid-settings"},
+                                                   {cmd::AdjustBrightnessContrast, "adjust"},
+                                                   {cmd::Threshold, "threshold"},
+                                                   {cmd::Processing, "processing"},
+                                                   {cmd::HighPassFilter, "high-pass"},
+                                                   {cmd::CustomFilter, "custom-filter"},
+                                                   {cmd::Notes, "notes"},
+                                                   {cmd::SelectProfile, "profile"},
+                                                   {cmd::SelectSubject, "subject"},
+                                                   {cmd::AppAbout, "about"},
+                                                   {cmd::FilePrintPreview, "print-preview"},
+                                                   {cmd::FileOpen, "open"}};
+  for (const auto& [command, name] : shown) {
+    if (app.documents.active() != &image) app.documents.activate(image);
+    keepDialog(command, name);
+  }
+  select();  // cancelling the subject dialog cleared it
+  (void)app.runCommand(cmd::ViewExams);
+  keepTop("Select Exam", "exams");
+  (void)app.runCommand(cmd::StatusWindow);
+  keepTop("Status", "status-window");
+  (void)app.runCommand(cmd::StatusWindow);
+}
+
+void Photographer::tables(ZBasicDoc& image) {
+  (void)app.runCommand(cmd::CalculateAverage);
+  image.roi = {};
+  (void)app.runCommand(cmd::CalculateAverage);
+  if (CResultDoc* table = findResultDocument("Image Results")) {
+    app.documents.activate(*table);
+    frameOf(*table).resize(1000, 260);
+    keep(frameOf(*table), "results");
+  }
+  app.documents.activate(image);
+  (void)app.runCommand(cmd::DimensionListWindow);
+  frameOf(*app.documents.active()).resize(760, 380);
+  keep(frameOf(*app.documents.active()), "dimension-list");
+}
+
+void Photographer::levelCharts(ZBasicDoc& image) {
+  image.currentDims().removeAll();
+  // Across the limbs of four loops.
+  const int32_t line = image.addDimension({200, 180}, CDimList::kPolyline);
+  image.addPointToDimension(line, {720, 180});
+  viewOf(image).selected = line;
+  image.updateAllViews();
+  for (const auto& [command, name] :
+       {std::pair{cmd::GreyLevel, "level-profile"}, std::pair{cmd::Histogram, "histogram"}}) {
+    app.documents.activate(image);
+    (void)app.runCommand(command);
+    frameOf(*app.documents.active()).resize(760, 420);
+    keep(frameOf(*app.documents.active()), name);
+  }
+  window().tile();
+  keep(window(), "level-charts");
+}
+
+void Photographer::videos() {
+  auto* video = dynamic_cast<CVivoCapDoc*>(app.openDocumentFile(examPath(app, "flow.dtv")));
+  if (!video) return;
+  auto& view = static_cast<CVivoCapView&>(*video->views().front());
+  settle();
+  view.goTo(47);
+  video->select(20, 100);
+  keep(frameOf(*video), "video");
+  keep(window(), "video-window");
+  keepMenus("video-menu-");
+  for (const auto& [command, name] :
+       {std::pair{cmd::SelectImages, "select-images"}, std::pair{cmd::VideoProperties, "video-properties"},
+        std::pair{cmd::PlaybackSkip, "playback"}})
+    keepDialog(command, name);
+  runWithoutAsking(cmd::AverageSequence);
+  window().tile();
+  keep(window(), "video-average");
+  discardAll();
+}
+
+void Photographer::charts() {
+  auto* chart = dynamic_cast<ZchartDoc*>(app.openDocumentFile(examPath(app, "pulse.zz1")));
+  if (!chart) return;
+  auto& view = static_cast<ZchartView&>(*chart->views().front());
+  frameOf(*chart).resize(1000, 620);
+  settle();
+  view.setActive(chart->findtrace("flow"));
+  keep(frameOf(*chart), "chart");
+  keepMenus("chart-menu-");
+  view.zoomTime(0.2, 0.0);
+  view.select(1.5, 4.5);
+  chart->updateAllViews();
+  keep(frameOf(*chart), "chart-selection");
+  chartDialogs(*chart, view);
+  toolBox(*chart, view);
+  discardAll();
+}
+
+void Photographer::chartDialogs(ZchartDoc& chart, ZchartView& view) {
+  const std::pair<int32_t, const char*> ofSamples[] = {{cmd::SimpleSmoothing, "simple-smoothing"},
+                                                       {cmd::ArtifactFilter, "artifact-filter"},
+                                                       {cmd::FirFilter, "fir-filter"},
+                                                       {cmd::PulsatilityIndex, "pulsatility-settings"},
+                                                       {cmd::TraceProperties, "trace-properties"},
+                                                       {cmd::XyChart, "xy-settings"},
+                                                       {cmd::ExportTrace, "trace-export"},
+                                                       {cmd::Import, "trace-import"},
+                                                       {cmd::FilePrintPreview, "chart-preview"}};
+  for (const auto& [command, name] : ofSamples) keepDialog(command, name);
+  view.setActive(chart.findtrace("Doppler spectrum"));
+  keepDialog(cmd::LevelContour, "level-contours");
+}
+
+void Photographer::toolBox(ZchartDoc& chart, ZchartView& view) {
+  const auto fresh = [&](const char* trace, double from, double to) {
+    while (chart.canUndo()) chart.undo();
+    view.setActive(chart.findtrace(trace));
+    view.select(from, to);
+  };
+  fresh("flow", 2, 38);
+  runWithoutAsking(cmd::PulsatilityIndex);
+  view.fit();
+  frameOf(chart).resize(1000, 760);
+  keep(frameOf(chart), "pulsatility");
+  fresh("Doppler", 0, 0);
+  runWithoutAsking(cmd::PowerSpectrum);
+  keep(frameOf(chart), "power-spectrum");
+  fresh("Doppler spectrum", 0, 0);
+  runWithoutAsking(cmd::SignalStrength);
+  view.setActive(chart.findtrace("Doppler spectrum"));
+  runWithoutAsking(cmd::LevelContour);
+  keep(frameOf(chart), "contours");
+  fresh("Doppler spectrum", 0, 0);
+  view.cursor = 3.0;
+  runWithoutAsking(cmd::PsdProfile);
+  frameOf(*app.documents.active()).resize(760, 420);
+  keep(frameOf(*app.documents.active()), "psd-profile");
+  app.documents.activate(chart);
+  fresh("flow", 0, 0);
+  runWithoutAsking(cmd::ChartResults);
+  if (CResultDoc* table = findResultDocument("Chart Results")) {
+    app.documents.activate(*table);
+    frameOf(*table).resize(900, 220);
+    keep(frameOf(*table), "chart-results");
+  }
+  app.documents.activate(chart);
+  runWithoutAsking(cmd::Differentiate);
+  const ZZTrace* flow = chart.findtrace("flow");
+  const ZZTrace* slope = chart.findtrace("dy/dx of flow");
+  if (!flow || !slope) return;
+  if (xychartdoc* against = makeXyChart(*flow, *slope, "slope against flow")) {
+    frameOf(*against).resize(640, 520);
+    keep(frameOf(*against), "xy-chart");
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace tarnvisor;
+  const bool dark = argc == 4 && std::string(argv[3]) == "--dark";
+  if (argc != 3 && !dark) {
+    std::fputs("usage: tarnvisor-pictures DATAFOLDER OUTPUTFOLDER [--dark]\n", stderr);
+    return 2;
+  }
+  QApplication qt(argc, argv);
+  std::setlocale(LC_NUMERIC, "C");
+  QApplication::setStyle(QStyleFactory::create("Fusion"));
+  if (dark) QApplication::setPalette(darkPalette());
+  registerStoredClasses();
+  QtHost windows;
+  const HostScope scope(windows.ports);
+  CBasicApp app;
+  CBasicMainFrame frame(app);
+  windows.connect(app, frame);
+  StartOptions start;
+  start.dataFolder = argv[1];
+  // A profile of its own beside the pictures, so that nobody's settings show or change.
+  const std::string profile = withSeparator(argv[2]) + "pictures.ini";
+  (void)makeFolderPath(argv[2]);
+  (void)replaceFile(profile,
+                    std::string_view("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\nw=1180\nh=800\n"));
+  start.programPath = argv[0];
+  start.profilePath = profile;
+  start.documentTable = documentTable();
+  start.listenForOthers = false;
+  start.keepWorkingFolder = true;
+  start.remembersFiles = false;
+  if (!app.initInstance(start)) return 1;
+  bool done = false;
+  {
+    const QtLoop loop(app.loop, [&] { windows.mainWindow()->updateSoon(); });
+    done = Photographer(app, windows, argv[2]).all();
+  }
+  windows.closeWindows();
+  app.exitInstance();
+  if (!done) std::fputs("there is no demonstration in this data folder\n", stderr);
+  return done ? 0 : 1;
+}

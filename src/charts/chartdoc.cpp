@@ -1,0 +1,238 @@
+#include "charts/chartdoc.h"
+
+#include <algorithm>
+
+#include "charts/chartwatcher.h"
+#include "framework/commandids.h"
+#include "host/host.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kSection = "chartdoc";
+// What Undo may keep: the last change always, older ones while they fit.
+constexpr uint64_t kUndoBytes = uint64_t{256} << 20;
+
+uint64_t bytesOf(const ZZTrace* trace) {
+  if (!trace || !trace->data) return 0;
+  return uint64_t{trace->data->size} * trace->data->width * trace->data->elementsize;
+}
+
+template <class Act>
+void tellWatchers(const ZchartDoc& document, Act act) {
+  for (const auto& view : document.views())
+    if (auto* watcher = dynamic_cast<ChartWatcher*>(view.get())) act(*watcher);
+}
+
+}  // namespace
+
+ZchartDoc::ZchartDoc() = default;
+ZchartDoc::~ZchartDoc() = default;
+
+const CommandTableBase* ZchartDoc::commands() const {
+  using D = ZchartDoc;
+  static const CommandTable<D> table{{{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
+                                      {cmd::RedoTrace, "&Redo", &D::redo, &D::canRedo},
+                                      {cmd::Redo, "", &D::redo, &D::canRedo}},
+                                     CdbDocument::commands()};
+  return &table;
+}
+
+// --- traces
+
+ZZTrace* ZchartDoc::addtrace(int32_t typecode, uint32_t size) {
+  auto trace = std::make_unique<CTrace>(typecode, size);
+  trace->circular = circular;
+  return addtrace(std::move(trace));
+}
+
+C2DTrace* ZchartDoc::addtrace(int32_t typecode, uint32_t size, uint16_t width) {
+  auto trace = std::make_unique<C2DTrace>(typecode, size, width);
+  trace->circular = circular;
+  return static_cast<C2DTrace*>(addtrace(std::move(trace)));
+}
+
+ZZTrace* ZchartDoc::addtrace(ZZTrace::Own trace) {
+  if (!trace || !trace->data) return nullptr;
+  traces.items.push_back(std::move(trace));
+  setModified();
+  tracesChanged();
+  return traces.items.back().get();
+}
+
+void ZchartDoc::giveColours(std::vector<ZZTrace::Own>& imported, size_t before) {
+  static constexpr uint32_t kColours[] = {0xa05000, 0x3030c0, 0x307000, 0x900090, 0x0070c0, 0x808000};
+  for (ZZTrace::Own& trace : imported)
+    if (trace->colour == 0) trace->colour = kColours[before++ % std::size(kColours)];
+}
+
+int32_t ZchartDoc::indexOfTrace(const ZZTrace* trace) const {
+  for (size_t i = 0; i < traces.items.size(); ++i)
+    if (traces.items[i].get() == trace) return static_cast<int32_t>(i);
+  return -1;
+}
+
+void ZchartDoc::deletetrace(ZZTrace& trace, bool notify) {
+  const int32_t index = indexOfTrace(&trace);
+  if (index < 0) return;
+  tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(trace); });
+  traces.items.erase(traces.items.begin() + index);
+  // Their steps count places in a list that is now another one.
+  undoable.clear();
+  redoable.clear();
+  setModified();
+  if (notify) tracesChanged();
+}
+
+void ZchartDoc::replacetrace(ZZTrace& trace, ZZTrace::Own by) {
+  const int32_t index = indexOfTrace(&trace);
+  if (index < 0 || !by) return;
+  tellWatchers(*this, [&](ChartWatcher& w) { w.traceReplaced(trace, *by); });
+  traces.items[static_cast<size_t>(index)] = std::move(by);
+  setModified();
+  tracesChanged();
+}
+
+void ZchartDoc::ringadvance(int64_t steps) {
+  for (const auto& trace : traces.items) trace->advance(steps);
+}
+
+void ZchartDoc::setNoPtsToSample(int32_t points) { NoPtsToSample = std::max(0, points); }
+
+void ZchartDoc::tracesChanged() {
+  if (updatecount) updateAllViews();
+}
+
+// --- undo
+
+ZchartDoc::Steps ZchartDoc::perform(Steps steps) {
+  Steps inverse;
+  auto& items = traces.items;
+  for (auto step = steps.rbegin(); step != steps.rend(); ++step) {
+    const size_t at = step->index;
+    const auto place = items.begin() + static_cast<ptrdiff_t>(at);
+    switch (step->kind) {
+      case Step::Kind::Replace:
+        tellWatchers(*this, [&](ChartWatcher& w) { w.traceReplaced(*items[at], *step->trace); });
+        std::swap(items[at], step->trace);
+        inverse.push_back({Step::Kind::Replace, at, std::move(step->trace)});
+        break;
+      case Step::Kind::Insert:
+        items.insert(place, std::move(step->trace));
+        inverse.push_back({Step::Kind::Remove, at, nullptr});
+        break;
+      case Step::Kind::Remove:
+        tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(*items[at]); });
+        inverse.push_back({Step::Kind::Insert, at, std::move(*place)});
+        items.erase(place);
+        break;
+    }
+  }
+  setModified();
+  updateAllViews();
+  return inverse;
+}
+
+void ZchartDoc::undo() {
+  if (!canUndo()) return;
+  Steps steps = std::move(undoable.back());
+  undoable.pop_back();
+  redoable.push_back(perform(std::move(steps)));
+}
+
+void ZchartDoc::redo() {
+  if (!canRedo()) return;
+  Steps steps = std::move(redoable.back());
+  redoable.pop_back();
+  undoable.push_back(perform(std::move(steps)));
+}
+
+ZchartDoc::Change::~Change() {
+  if (steps.empty()) return;
+  doc.setModified();
+  doc.redoable.clear();
+  doc.undoable.push_back(std::move(steps));
+  uint64_t kept = 0;
+  auto oldest = doc.undoable.end();
+  while (oldest != doc.undoable.begin()) {
+    for (const Step& step : *(oldest - 1)) kept += bytesOf(step.trace.get());
+    if (kept > kUndoBytes && oldest != doc.undoable.end()) break;
+    --oldest;
+  }
+  doc.undoable.erase(doc.undoable.begin(), oldest);
+}
+
+bool ZchartDoc::Change::altering(ZZTrace& trace) {
+  const int32_t index = doc.indexOfTrace(&trace);
+  if (index < 0) return false;
+  ZZTrace::Own copy = trace.clone();
+  if (!copy || (trace.data && !copy->data)) return false;
+  steps.push_back({Step::Kind::Replace, static_cast<size_t>(index), std::move(copy)});
+  return true;
+}
+
+void ZchartDoc::Change::added(const ZZTrace& trace) {
+  const int32_t index = doc.indexOfTrace(&trace);
+  if (index >= 0) steps.push_back({Step::Kind::Remove, static_cast<size_t>(index), nullptr});
+}
+
+ZZTrace* ZchartDoc::Change::add(ZZTrace::Own trace) {
+  ZZTrace* fresh = doc.addtrace(std::move(trace));
+  if (fresh) added(*fresh);
+  return fresh;
+}
+
+void ZchartDoc::Change::remove(ZZTrace& trace) {
+  const int32_t index = doc.indexOfTrace(&trace);
+  if (index < 0) return;
+  tellWatchers(doc, [&](ChartWatcher& w) { w.traceGone(trace); });
+  const auto place = doc.traces.items.begin() + index;
+  steps.push_back({Step::Kind::Insert, static_cast<size_t>(index), std::move(*place)});
+  doc.traces.items.erase(place);
+}
+
+void ZchartDoc::Change::replace(ZZTrace& trace, ZZTrace::Own by) {
+  const int32_t index = doc.indexOfTrace(&trace);
+  if (index < 0 || !by) return;
+  tellWatchers(doc, [&](ChartWatcher& w) { w.traceReplaced(trace, *by); });
+  std::swap(doc.traces.items[static_cast<size_t>(index)], by);
+  steps.push_back({Step::Kind::Replace, static_cast<size_t>(index), std::move(by)});
+}
+
+// --- the document's life
+
+void ZchartDoc::readSettings() {
+  lastTCradio = settings.getInt(kSection, "lastTCradio", 0);
+  lastTC = static_cast<float>(settings.getDouble(kSection, "lastTC", 1.0));
+  tc = settings.getDouble(kSection, "tc", 3.0);
+  circular = settings.getInt(kSection, "circular", 0);
+  NoPtsToSample = settings.getInt(kSection, "NoPtsToSample", 500);
+}
+
+void ZchartDoc::saveSettings() const {
+  settings.setInt(kSection, "lastTCradio", lastTCradio);
+  settings.setDouble(kSection, "lastTC", static_cast<double>(lastTC));
+  settings.setDouble(kSection, "tc", tc);
+  settings.setInt(kSection, "circular", circular);
+  settings.setInt(kSection, "NoPtsToSample", NoPtsToSample);
+}
+
+bool ZchartDoc::onNewDocument() {
+  if (!CdbDocument::onNewDocument()) return false;
+  readSettings();
+  return true;
+}
+
+void ZchartDoc::deleteContents() {
+  for (const auto& trace : traces.items) tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(*trace); });
+  undoable.clear();
+  redoable.clear();
+  traces.items.clear();
+  markers.Clear();
+  clock = 0.0;
+  damage.clear();
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,128 @@
+// The stored form of a chart. docs/formats/zz1.md tells it.
+#include <array>
+#include <filesystem>
+
+#include "archive/archive.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "charts/chartdoc.h"
+#include "traces/traceimport.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr uint32_t kMagic = 0x5A5A;
+constexpr uint16_t kVersion = 32;
+constexpr uint16_t kSettingsVersion = 3;
+constexpr uint16_t kMarkersVersion = 1;
+
+// Stored with every chart and meant for the instrument's programs: kept as the last file brought them.
+std::array<int32_t, 2> counters{};
+
+}  // namespace
+
+void ZchartDoc::serialize(Archive& archive) {
+  if (archive.isStoring()) {
+    archive.putDword(kMagic);
+    archive.putWord(kVersion);
+    traces.serialize(archive);
+    return serializeRest(archive);
+  }
+  // A chart from before the version was stored begins with its list.
+  if (archive.getDword() == kMagic)
+    (void)archive.getWord();
+  else
+    archive.stepBack(sizeof kMagic);
+  // What was read of a damaged file is worth having; with no trace read it is no chart.
+  try {
+    traces.serialize(archive);
+    serializeRest(archive);
+  } catch (const ArchiveException& problem) {
+    if (traces.items.empty()) throw;
+    damage = problem.what();
+  }
+}
+
+void ZchartDoc::serializeRest(Archive& archive) {
+  if (archive.isStoring())
+    archive.putDouble(clock);
+  else
+    clock = archive.getDouble();
+  serializeSettings(archive);
+  serializeOwn(archive);
+  if (archive.isStoring())
+    archive.putWord(kMarkersVersion);
+  else if (archive.remaining() == 0)
+    return;  // files without markers end here
+  else
+    (void)archive.getWord();
+  markers.serialize(archive);
+}
+
+void ZchartDoc::serializeSettings(Archive& archive) {
+  if (archive.isStoring()) {
+    archive.putWord(kSettingsVersion);
+    for (const int32_t counter : counters) archive.putInt(counter);
+    archive.putInt(lastTCradio);
+    archive.putFloat(lastTC);
+    archive.putInt(circular);
+    archive.putInt(NoPtsToSample);
+    archive.putDouble(tc);
+    CdbDocument::serialize(archive);
+    return;
+  }
+  const uint16_t version = archive.getWord();
+  for (int32_t& counter : counters) counter = archive.getInt();
+  lastTCradio = archive.getInt();
+  lastTC = archive.getFloat();
+  circular = archive.getInt();
+  NoPtsToSample = archive.getInt();
+  if (version >= 2) tc = archive.getDouble();
+  if (version >= 3) CdbDocument::serialize(archive);
+}
+
+bool ZchartDoc::onOpenDocument(const std::string& path) {
+  readSettings();
+  const TraceBatch batch(*this);
+  if (!CdbDocument::onOpenDocument(path)) return false;
+  if (!damage.empty())
+    report(format("Only a part of %s could be read, %i traces: %s. It will not be written over.",
+                  path.c_str(), static_cast<int>(traces.items.size()), damage.c_str()));
+  return true;
+}
+
+bool ZchartDoc::onImportFile(const std::string& path) {
+  CTextSettings exchange;
+  exchange.read();
+  Imported imported = importTraces(path, exchange);
+  if (!imported.failure.empty()) {
+    report(imported.failure);
+    return false;
+  }
+  if (!onNewDocument()) return false;
+  {
+    const TraceBatch batch(*this);
+    giveColours(imported.traces, 0);
+    for (ZZTrace::Own& trace : imported.traces) (void)addtrace(std::move(trace));
+  }
+  setTitle(withoutExtension(fileNameOf(path)));
+  setModified();
+  return true;
+}
+
+// A file of which only a part could be read keeps what could not.
+bool ZchartDoc::onSaveDocument(const std::string& path) {
+  std::error_code error;
+  if (!damage.empty() && std::filesystem::equivalent(path, pathName(), error)) {
+    report(path + " holds more than could be read of it. Choose another name.");
+    return false;
+  }
+  if (!CdbDocument::onSaveDocument(path)) return false;
+  damage.clear();
+  return true;
+}
+
+bool ZchartDoc::save() { return damage.empty() ? CdbDocument::save() : saveAs(); }
+
+}  // namespace tarnvisor

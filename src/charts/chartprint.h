@@ -1,0 +1,19 @@
+// A chart on paper and as a picture, for all kinds of charts.
+#pragma once
+
+#include <functional>
+
+#include "charts/chartdoc.h"
+#include "host/printer.h"
+
+namespace tarnvisor {
+
+// Draws a chart in an area of a canvas.
+using DrawChart = std::function<void(Canvas&, const Rect&)>;
+
+// The page: when it was printed, the document's title, the chart below.
+void printChart(PrintJob& job, const ZchartDoc& document, const DrawChart& draw);
+// Asks for a path; as large as the window, in the format of the path's ending.
+void exportChartPicture(ZchartDoc& document, Size size, const DrawChart& draw);
+
+}  // namespace tarnvisor

@@ -1,0 +1,77 @@
+// Export... and Import... of a chart.
+#include <cmath>
+
+#include "base/files.h"
+#include "base/text.h"
+#include "charts/chartview.h"
+#include "host/host.h"
+#include "traces/traceimport.h"
+#include "traces/tracetext.h"
+
+namespace tarnvisor {
+
+namespace {
+constexpr const char* kExportFilter =
+    "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
+}
+
+ExportRange ZchartView::exportRange(bool ofSelection) const {
+  ExportRange range;
+  range.whole = !ofSelection || !hasSelection();
+  range.from = static_cast<int64_t>(std::llround(selfrom / secondsPerColumn));
+  range.to = static_cast<int64_t>(std::llround(selto / secondsPerColumn));
+  range.secondsPerColumn = secondsPerColumn;
+  return range;
+}
+
+Outcome ZchartView::exportTo(const std::string& path, const CTextSettings& settings, bool allTraces,
+                             bool ofSelection) const {
+  std::vector<const ZZTrace*> chosen;
+  for (const ZZTrace* trace : shownTraces())
+    if (allTraces || trace == active()) chosen.push_back(trace);
+  const WaitScope wait;
+  return tarnvisor::exportTraces(path, chosen, settings, exportRange(ofSelection));
+}
+
+void ZchartView::exportTraces() {
+  CTextSettings settings;
+  settings.read();
+  ExportChoice choice;
+  choice.selection = hasSelection();
+  if (!askExport(settings, choice, hasSelection())) return;
+  FileRequest request;
+  request.title = "Export";
+  request.filter = kExportFilter;
+  request.defaultExtension = settings.binary ? ".bin" : ".txt";
+  request.initialPath =
+      withoutExtension(doc.pathName().empty() ? doc.title() : doc.pathName()) + request.defaultExtension;
+  const auto path = host().choosers.saveFile(request);
+  if (!path) return;
+  if (const Outcome done = exportTo(*path, settings, choice.allTraces != 0, choice.selection != 0); !done)
+    return doc.report(done.why());
+  settings.store();
+}
+
+void ZchartView::importTracesCommand() {
+  FileRequest request;
+  request.title = "Import";
+  request.filter =
+      "All Files (*.*)|*.*|Text Files (*.txt)|*.txt|Binary Files (*.bin)|*.bin|Sound (*.wav)|*.wav||";
+  const auto path = host().choosers.openFile(request);
+  if (!path) return;
+  CTextSettings settings;
+  settings.read();
+  Imported imported;
+  {
+    const WaitScope wait;
+    imported = importTraces(*path, settings);
+  }
+  if (!imported.failure.empty()) return doc.report(imported.failure);
+  ZchartDoc::giveColours(imported.traces, doc.traces.size());
+  ZchartDoc::Change change(doc);
+  for (ZZTrace::Own& trace : imported.traces)
+    if (ZZTrace* added = change.add(std::move(trace))) activeTrace = added;
+  fitted = true;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,65 @@
+#include "charts/markereditor.h"
+
+#include <algorithm>
+
+namespace tarnvisor {
+
+namespace {
+constexpr int32_t kMost = UINT16_MAX;
+uint16_t clipped(int32_t v) { return static_cast<uint16_t>(std::clamp(v, 0, kMost)); }
+}  // namespace
+
+MarkerEditor& MarkerEditor::shared() {
+  static MarkerEditor editor;
+  return editor;
+}
+
+void MarkerEditor::open(CMarker& marker) {
+  shown = &marker;
+  takeFields();
+  tell();
+}
+
+void MarkerEditor::close() {
+  if (!shown) return;
+  shown = nullptr;
+  tell();
+}
+
+void MarkerEditor::takeFields() {
+  text = shown->text;
+  label = shown->label;
+  width = shown->boxwidth;
+  height = shown->boxheight;
+  pole = shown->pole;
+}
+
+void MarkerEditor::update() {
+  if (!shown) return;
+  const bool newWidth = width != shown->boxwidth;
+  if (label != shown->label) shown->SetLabel(label);
+  if (newWidth) shown->boxwidth = clipped(width);
+  shown->text = text;
+  shown->boxheight = clipped(height);
+  shown->pole = clipped(pole);
+  takeFields();
+  if (onUpdated) onUpdated(*shown);
+}
+
+Form MarkerEditor::form() {
+  const Limits sixteenBits{0, kMost};
+  Form fields(kTitle);
+  fields.addLongText("text", text)
+      .add("label", label)
+      .add("width", width, sixteenBits)
+      .add("height", height, sixteenBits)
+      .add("pole", pole, sixteenBits)
+      .setOkLabel("Update");
+  return fields;
+}
+
+void MarkerEditor::markerGone(const CMarker& marker) {
+  if (&marker == shown) close();
+}
+
+}  // namespace tarnvisor

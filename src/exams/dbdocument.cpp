@@ -1,0 +1,121 @@
+#include "exams/dbdocument.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include "app/basicapp.h"
+#include "archive/archive.h"
+#include "base/files.h"
+#include "base/geometry.h"
+#include "base/text.h"
+#include "settings/log.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+constexpr int32_t kStoredVersion = 2;
+constexpr const char* kOldFile = "old file. unknown.";
+}  // namespace
+
+std::string currentUserLabel() {
+  const passwd* entry = ::getpwuid(::geteuid());
+  return settings.getString("Settings", "user", entry && entry->pw_name ? entry->pw_name : "");
+}
+
+std::string currentStationId() {
+  char name[256] = {};
+  if (::gethostname(name, sizeof name - 1) != 0) name[0] = '\0';
+  return settings.getString("Settings", "station", name);
+}
+
+bool CdbDocument::onNewDocument() {
+  saveCount = 0;
+  patientId.clear();
+  examIdOfDoc = -1;
+  userLabel.clear();
+  resultText.clear();
+  isBound = 0;
+  return CDocument::onNewDocument();
+}
+
+bool CdbDocument::onSaveDocument(const std::string& path) {
+  userLabel = currentUserLabel();
+  storeResult(path);
+  return CDocument::onSaveDocument(path);
+}
+
+void CdbDocument::serialize(Archive& archive) {
+  if (archive.isStoring()) {
+    archive.putInt(kStoredVersion);
+    saveCount = wrapAdd(saveCount, 1);
+    archive.putInt(saveCount);
+    archive.writeString(patientId);
+    archive.putInt(examIdOfDoc);
+    archive.writeString(userLabel);
+    archive.writeString(resultText);
+    archive.writeString(stationId);
+    archive.writeString(stationIdFirst);
+    return;
+  }
+  const int32_t version = archive.getInt();
+  saveCount = archive.getInt();
+  patientId = archive.readString();
+  examIdOfDoc = archive.getInt();
+  userLabel = archive.readString();
+  resultText = archive.readString();
+  stationId = version > 1 ? archive.readString() : kOldFile;
+  stationIdFirst = version > 1 ? archive.readString() : kOldFile;
+  isBound = 1;
+}
+
+void CdbDocument::bindToSelection() {
+  patientId = theApp().subjectId;
+  examIdOfDoc = theApp().examId;
+}
+
+void CdbDocument::storeResult(const std::string& path) {
+  // A document saved while no exam was selected has nothing to stay bound to: the next save binds it.
+  if (!isBound || examIdOfDoc < 0) {
+    bindToSelection();
+    isBound = 1;
+    stationId = currentStationId();
+    if (stationIdFirst.empty()) stationIdFirst = stationId;
+  }
+  SubjectDatabase* db = theApp().db.get();
+  if (!db || patientId.empty() || examIdOfDoc < 0) return;
+  const std::string name = fileNameOf(path);
+  bool failed = false;
+  if (db->resultOf(examIdOfDoc, name, &failed))
+    updateResult(path);
+  else if (failed)
+    logPrintf("the result of %s could not be written to the database\n", name.c_str());
+  else
+    db->insertResult(examIdOfDoc, name, resultText);
+}
+
+void CdbDocument::updateResult(const std::string& path) {
+  SubjectDatabase* db = theApp().db.get();
+  if (!db || resultText.empty() || examIdOfDoc < 0) return;
+  db->updateResult(examIdOfDoc, fileNameOf(path), resultText);
+}
+
+std::string CdbDocument::defaultPathName() const {
+  const CBasicApp& app = theApp();
+  const bool taken = patientId.empty() && app.examId >= 0;
+  const std::string& subject = taken ? app.subjectId : patientId;
+  const int32_t exam = taken ? app.examId : examIdOfDoc;
+  std::string folder;
+  if (!subject.empty() && app.db && exam >= 0)
+    if (const auto row = app.db->exam(subject, exam)) folder = app.dataFolder + row->folder + kSeparator;
+  std::string name = replaced(title(), ' ', '_');
+  name = name.substr(0, name.find_first_of(" #%;/\\"));
+  return folder + name + (storedType() ? storedType()->filterExtension() : std::string());
+}
+
+std::string CdbDocument::setBaseFileName(const std::string& suffix) const {
+  const std::string base = pathName().empty() ? title() : withoutExtension(pathName());
+  return replaced(base + suffix, ' ', '-');
+}
+
+}  // namespace tarnvisor

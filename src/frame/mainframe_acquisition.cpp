@@ -1,0 +1,134 @@
+// Starting and stopping the inputs, and recording from them.
+#include "frame/mainframe.h"
+#include "framework/commandids.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kNoVelocityInput = "The velocity input is not available.";
+
+// Brings the window of an input's view to the front.
+template <class Sink>
+void activate(CBasicApp& app, Sink* sink) {
+  if (auto* view = dynamic_cast<CView*>(sink)) app.documents.activate(view->document());
+}
+
+}  // namespace
+
+RecordBarValues CBasicMainFrame::recordBar() const {
+  return {process.recordDir, process.baseName, process.direct2disc, process.triggermovie};
+}
+
+void CBasicMainFrame::takeRecordBar(const RecordBarValues& values) {
+  process.recordDir = values.recordDir;
+  process.baseName = values.baseName;
+  process.direct2disc = values.direct2disc != 0;
+  process.triggermovie = values.triggerMovie != 0;
+  settings.setString("directories", "recorddir", process.recordDir);
+  settings.setString("directories", "basename", process.baseName);
+  settings.setInt("Dynamic settings", "direct2disc", process.direct2disc);
+  settings.setInt("Dynamic settings", "triggermovie", process.triggermovie);
+}
+
+void CBasicMainFrame::recordFolder() {
+  const auto folder = host().choosers.chooseFolder("Select Recording folder", process.recordDir);
+  if (!folder || folder->empty()) return;
+  process.recordDir = *folder;
+  settings.setString("directories", "recorddir", process.recordDir);
+  refresh();
+}
+
+bool CBasicMainFrame::canShowLive() const { return process.liveTemplate && process.liveTemplate->canOpen(); }
+bool CBasicMainFrame::canShowFlo1() const { return process.flo1Template && process.flo1Template->canOpen(); }
+
+void CBasicMainFrame::showLive() {
+  if (!canShowLive()) return;
+  if (app.liveView)
+    activate(app, app.liveView);
+  else
+    (void)process.liveTemplate->newDocument();
+}
+
+void CBasicMainFrame::showFlo1() {
+  if (!canShowFlo1()) return;
+  if (!process.flo1Template->documents().empty())
+    app.documents.activate(*process.flo1Template->documents().front());
+  else
+    (void)process.flo1Template->newDocument();
+}
+
+void CBasicMainFrame::flo1Monitor() {
+  if (!process.flo1Available)
+    host().messages.show(kNoVelocityInput, Buttons::Ok, Icon::Warning);
+  else
+    showFlo1();
+}
+
+void CBasicMainFrame::openAcquisitionWindows() {
+  showLive();
+  showFlo1();
+}
+
+// The velocity input first, then the camera half a second later. Each step is a command of its own, so that
+// what the one before opened is in front by then; all pass over an input that isn't there.
+void CBasicMainFrame::startChain() {
+  if (!process.flo1Template) return showLiveOfChain();
+  if (!process.flo1Template->documents().empty())
+    app.documents.activate(*process.flo1Template->documents().front());
+  app.postMainCommand(cmd::AcquisitionStartVelocity);
+}
+
+void CBasicMainFrame::startVelocity() {
+  if (app.flo1View) app.flo1View->start();
+  app.loop.setTimer(kAcquisitionTimer, kAcquisitionDelayMs, [this] { showLiveOfChain(); });
+}
+
+void CBasicMainFrame::showLiveOfChain() {
+  app.loop.killTimer(kAcquisitionTimer);
+  showLive();
+  activate(app, app.liveView);
+  app.postMainCommand(cmd::AcquisitionStartCamera);
+}
+
+void CBasicMainFrame::startCamera() {
+  if (app.liveView) app.liveView->startCamera();
+}
+
+void CBasicMainFrame::stop() {
+  app.loop.killTimer(kAcquisitionTimer);
+  if (app.liveView) app.liveView->stopCamera();
+  if (app.flo1View) app.flo1View->stop();
+}
+
+void CBasicMainFrame::runOrStop() {
+  const bool running = app.camera && app.camera->isRunning();
+  if (running || (app.flo1View && app.flo1View->isRecording()))
+    stop();
+  else
+    startChain();
+}
+
+void CBasicMainFrame::recordSequence() {
+  if (isRecording()) return app.recorder->stopRecording();
+  showLiveOfChain();
+  takeRecordBar(recordBar());
+  if (!app.recorder && process.cytoTemplate && process.cytoTemplate->canOpen())
+    (void)process.cytoTemplate->newDocument();
+  if (app.recorder) app.recorder->startRecording();
+}
+
+void CBasicMainFrame::saveImage() {
+  takeRecordBar(recordBar());
+  if (app.liveView) app.liveView->freezeAndSave("");
+}
+
+void CBasicMainFrame::trigger() {
+  if (process.triggermovie)
+    recordSequence();
+  else
+    saveImage();
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,292 @@
+// Text in columns. The text is read twice, so that no number is kept before its trace is there.
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
+
+#include "base/text.h"
+#include "traces/traceimport.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr size_t kMostColumns = 4096;
+constexpr size_t kLongestNumber = 400;
+constexpr char kBlanks = ' ';
+constexpr double kStepTolerance = 0.25;  // of the step: written times are rounded
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+// Lines that hold something, whatever their ends are.
+class Lines {
+ public:
+  explicit Lines(std::string_view text) : rest(text) {
+    if (rest.starts_with("\xef\xbb\xbf")) rest.remove_prefix(3);
+  }
+  bool next(std::string_view& line) {
+    while (!rest.empty()) {
+      const size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
+      line = rest.substr(0, end);
+      const bool pair = rest.substr(end, 2) == "\r\n";
+      rest.remove_prefix(std::min(rest.size(), end + (pair ? 2 : 1)));
+      ++count;
+      if (!std::ranges::all_of(line, isBlank)) return true;
+    }
+    return false;
+  }
+  size_t number() const { return count; }
+
+ private:
+  std::string_view rest;
+  size_t count = 0;
+};
+
+// Calls back for each cell until one says no. Blanks part cells in runs of any length.
+template <class Take>
+bool eachCell(std::string_view line, char delimiter, const Take& take) {
+  if (delimiter == kBlanks) {
+    for (;;) {
+      line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+      if (line.empty()) return true;
+      const size_t end = std::min(line.find_first_of(" \t"), line.size());
+      if (!take(line.substr(0, end))) return false;
+      line.remove_prefix(end);
+    }
+  }
+  for (;;) {
+    const size_t end = line.find(delimiter);
+    if (!take(trimmed(line.substr(0, end)))) return false;
+    if (end == std::string_view::npos) return true;
+    line.remove_prefix(end + 1);
+  }
+}
+
+bool parse(std::string_view cell, char delimiter, double& value) {
+  if (cell.starts_with('+')) cell.remove_prefix(1);
+  std::array<char, kLongestNumber> own;
+  if (cell.empty() || cell.size() > own.size()) return false;
+  std::ranges::copy(cell, own.begin());
+  if (delimiter == '\t' || delimiter == ';') std::replace(own.begin(), own.begin() + cell.size(), ',', '.');
+  const char* end = own.data() + cell.size();
+  const auto [at, error] = std::from_chars(own.data(), end, value);
+  return error == std::errc() && at == end && std::isfinite(value);
+}
+
+char delimiterOf(std::string_view line) {
+  for (const char c : {'\t', ';', ','})
+    if (line.find(c) != std::string_view::npos) return c;
+  return kBlanks;
+}
+
+bool isNumbers(std::string_view line, char delimiter) {
+  bool any = false;
+  const bool all = eachCell(line, delimiter, [&](std::string_view cell) {
+    double value;
+    const bool number = parse(cell, delimiter, value);
+    any |= number;
+    return number || cell.empty();
+  });
+  return all && any;
+}
+
+struct Column {
+  std::string name;
+  size_t first = 0;  // row
+  size_t last = 0;
+  size_t count = 0;
+};
+
+struct Table {
+  char delimiter = kBlanks;
+  bool hasHeader = false;
+  size_t rows = 0;
+  std::vector<Column> columns;
+  std::vector<double> firstColumn;
+  std::string failure;
+};
+
+std::string lineWords(size_t number, const char* what) { return format("Line %zu %s.", number, what); }
+
+std::string unquoted(std::string_view name) {
+  if (name.size() >= 2 && name.front() == '"' && name.back() == '"') name = name.substr(1, name.size() - 2);
+  return std::string(name);
+}
+
+void nameColumns(Table& table, std::string_view header) {
+  std::vector<std::string> names;
+  eachCell(header, table.delimiter, [&](std::string_view cell) {
+    names.push_back(unquoted(cell));
+    return names.size() < kMostColumns;
+  });
+  // Names may hold blanks themselves.
+  if (table.delimiter == kBlanks && names.size() != table.columns.size()) {
+    if (table.columns.size() == 1) table.columns[0].name = unquoted(trimmed(header));
+    return;
+  }
+  for (size_t i = 0; i < std::min(names.size(), table.columns.size()); ++i) table.columns[i].name = names[i];
+}
+
+bool takeRow(Table& table, std::string_view line, size_t number) {
+  size_t column = 0;
+  const size_t row = table.rows++;
+  return eachCell(line, table.delimiter, [&](std::string_view cell) {
+    const size_t at = column++;
+    if (cell.empty()) return true;
+    double value = 0;
+    if (!parse(cell, table.delimiter, value))
+      table.failure = lineWords(number, "holds something that is no number");
+    else if (at >= kMostColumns)
+      table.failure = lineWords(number, "has too many columns");
+    if (!table.failure.empty()) return false;
+    if (at >= table.columns.size()) table.columns.resize(at + 1);
+    Column& own = table.columns[at];
+    if (own.count++ == 0) own.first = row;
+    own.last = row;
+    if (own.last - own.first + 1 != own.count) table.failure = lineWords(number, "follows a gap in a column");
+    if (at == 0) table.firstColumn.push_back(value);
+    return table.failure.empty();
+  });
+}
+
+Table measureText(std::string_view text) {
+  Table table;
+  Lines lines(text);
+  std::string_view line, header;
+  bool found = false;
+  for (int tries = 0; tries < 2 && !found && lines.next(line); ++tries) {
+    table.delimiter = delimiterOf(line);
+    found = isNumbers(line, table.delimiter);
+    if (found) break;
+    table.hasHeader = true;
+    if (tries == 0) header = line;
+  }
+  if (!found) {
+    table.failure = "It holds no numbers in columns.";
+    return table;
+  }
+  do {
+    if (!takeRow(table, line, lines.number())) return table;
+  } while (lines.next(line));
+  if (table.hasHeader) nameColumns(table, header);
+  return table;
+}
+
+// Seconds that a name of a time column counts in; nothing for other names.
+std::optional<double> unitOf(std::string name) {
+  name = lowerCase(name);
+  const size_t open = name.find_first_of("([");
+  const std::string word(trimmed(std::string_view(name).substr(0, open)));
+  const struct {
+    std::initializer_list<const char*> names;
+    double seconds;
+  } units[] = {{{"s", "sec", "second", "seconds"}, 1.0},
+               {{"ms", "milliseconds"}, 0.001},
+               {{"min", "minute", "minutes"}, 60.0},
+               {{"h", "hour", "hours"}, 3600.0}};
+  const bool isTime = word == "t" || word == "time";
+  std::string unit = word;
+  if (isTime && open != std::string::npos)
+    unit = trimmed(std::string_view(name).substr(open + 1, name.find_first_of(")]") - open - 1));
+  else if (isTime)
+    return 1.0;
+  for (const auto& row : units)
+    if (std::ranges::find(row.names, unit) != row.names.end()) return row.seconds;
+  return isTime ? std::optional(1.0) : std::nullopt;
+}
+
+// The constant step of values that rise; 0 for none.
+double stepOf(const std::vector<double>& values, size_t rows) {
+  if (values.size() != rows || rows < 2) return 0.0;
+  const double step = (values.back() - values.front()) / static_cast<double>(rows - 1);
+  if (!(std::isfinite(step) && step > 0)) return 0.0;
+  for (size_t i = 0; i < rows; ++i)
+    if (std::abs(values[i] - (values[0] + static_cast<double>(i) * step)) > kStepTolerance * step) return 0.0;
+  return step;
+}
+
+struct TimeColumn {
+  bool present = false;
+  bool known = false;  // gives period and start
+  double start = 0.0;
+  double period = 1.0;
+};
+
+TimeColumn timeOf(const Table& table, const CTextSettings& settings) {
+  TimeColumn time;
+  const double step = stepOf(table.firstColumn, table.rows);
+  if (table.columns.size() < 2 || step == 0) return time;
+  const auto unit = unitOf(table.columns[0].name);
+  if (!unit && settings.xscaled == 0) return time;
+  time.present = true;
+  const double period = step * unit.value_or(1.0);
+  if (settings.xscaled == 2 || !(std::isnormal(period))) return time;
+  time.known = true;
+  time.period = period;
+  time.start = table.firstColumn[0] * unit.value_or(1.0);
+  return time;
+}
+
+ZZTrace::Own traceOf(const Column& column, const TimeColumn& time) {
+  auto trace = std::make_unique<CTrace>(kDoubleCode, static_cast<uint32_t>(column.count));
+  if (!trace->data) return nullptr;
+  trace->name = column.name;
+  trace->period = trace->pixelperiod = time.period;
+  if (time.known) trace->xunits = "seconds";
+  const double start = std::round((time.start + static_cast<double>(column.first) * time.period) * 1000);
+  if (std::abs(start) <= INT32_MAX) trace->starttime = static_cast<int32_t>(start);
+  return trace;
+}
+
+void fill(std::string_view text, const Table& table, std::vector<double*>& targets) {
+  Lines lines(text);
+  std::string_view line;
+  if (table.hasHeader) lines.next(line);
+  while (lines.next(line)) {
+    size_t column = 0;
+    eachCell(line, table.delimiter, [&](std::string_view cell) {
+      const size_t at = column++;
+      double value = 0;
+      if (at < targets.size() && targets[at] && parse(cell, table.delimiter, value)) *targets[at]++ = value;
+      return true;
+    });
+  }
+}
+
+// One row after the other with nothing else between them than between columns.
+std::optional<std::string> linesOfOneRow(std::string_view text, const CTextSettings& settings) {
+  const std::string delimiter = settings.columnDelimiter();
+  while (!text.empty() && (text.back() == '\r' || text.back() == '\n')) text.remove_suffix(1);
+  if (settings.rowdelim != 3 || delimiter.empty() || text.find_first_of("\r\n") != std::string_view::npos)
+    return std::nullopt;
+  return replaced(std::string(text), delimiter[0], '\n');
+}
+
+}  // namespace
+
+Imported importText(std::string_view text, const std::string& name, const CTextSettings& settings) {
+  const auto column = linesOfOneRow(text, settings);
+  if (column) text = *column;
+  Table table = measureText(text);
+  if (!table.failure.empty()) return {{}, table.failure};
+  const TimeColumn time = timeOf(table, settings);
+  table.firstColumn = {};
+  Imported result;
+  std::vector<double*> targets(table.columns.size());
+  const size_t last = table.columns.size() - (time.present ? 1 : 0);
+  for (size_t i = time.present ? 1 : 0; i < table.columns.size(); ++i) {
+    Column& own = table.columns[i];
+    if (own.count == 0) continue;
+    if (own.name.empty())
+      own.name = last == 1 ? name : format("%s %zu", name.c_str(), i + (time.present ? 0 : 1));
+    ZZTrace::Own trace = traceOf(own, time);
+    if (!trace) return {{}, kLowMemory};
+    targets[i] = static_cast<double*>(trace->data->dataat(0));
+    result.traces.push_back(std::move(trace));
+  }
+  fill(text, table, targets);
+  return result;
+}
+
+}  // namespace tarnvisor

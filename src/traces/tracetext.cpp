@@ -1,0 +1,204 @@
+#include "traces/tracetext.h"
+
+#include <algorithm>
+#include <cmath>
+#include <ostream>
+#include <streambuf>
+#include <vector>
+
+#include "base/files.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr double kMostRows = 1e8;
+constexpr size_t kBlock = size_t{1} << 16;
+// A multiple of a period may come out just below the sample that it means.
+constexpr double kNudge = 1e-6;
+
+bool isDrawable(const ZZTrace& trace) {
+  return trace.data && trace.data->size > 0 && std::isfinite(trace.period) && trace.period > 0;
+}
+
+double startOf(const ZZTrace& trace) { return trace.starttime * 0.001; }
+double endOf(const ZZTrace& trace) { return startOf(trace) + trace.period * trace.data->size; }
+
+// The same for the text of every trace: columns [from, to) of so many seconds.
+Outcome settleRange(std::span<const ZZTrace* const> traces, ExportRange& range) {
+  if (range.whole) {
+    double start = 0, end = 0, step = 0;
+    for (const ZZTrace* trace : traces) {
+      if (!isDrawable(*trace)) continue;
+      start = step == 0 ? startOf(*trace) : std::min(start, startOf(*trace));
+      end = step == 0 ? endOf(*trace) : std::max(end, endOf(*trace));
+      step = step == 0 ? trace->period : std::min(step, trace->period);
+    }
+    if (step == 0) return Outcome::failure("There are no samples to export.");
+    const double first = std::ceil(start / step - kNudge), last = std::ceil(end / step - kNudge);
+    if (!(last - first <= kMostRows && std::abs(first) < 1e15))
+      return Outcome::failure("The traces' periods differ too much for one table.");
+    range = {false, static_cast<int64_t>(first), static_cast<int64_t>(last), step};
+  }
+  if (!(std::isfinite(range.secondsPerColumn) && range.secondsPerColumn > 0 && range.to > range.from))
+    return Outcome::failure("There are no samples to export.");
+  if (static_cast<double>(range.to) - static_cast<double>(range.from) > kMostRows)
+    return Outcome::failure("That is too much for one table.");
+  return Outcome::success();
+}
+
+std::string nameFor(std::string name, const CTextSettings& settings) {
+  const std::string column = settings.columnDelimiter();
+  for (char& c : name)
+    if (c == '\r' || c == '\n' || (!column.empty() && c == column[0])) c = '_';
+  return name;
+}
+
+uint32_t columnsOf(const ZZTrace& trace) { return trace.data ? std::max<uint32_t>(1, trace.data->width) : 1; }
+
+// Cells of a row with delimiters between.
+class Row {
+ public:
+  Row(std::string& target, std::string delimiter) : text(target), between(std::move(delimiter)) {}
+  std::string& next() {
+    if (!first) text += between;
+    first = false;
+    return text;
+  }
+
+ private:
+  std::string& text;
+  std::string between;
+  bool first = true;
+};
+
+void appendHeader(std::string& text, std::span<const ZZTrace* const> traces, const CTextSettings& settings) {
+  Row row(text, settings.columnDelimiter());
+  if (settings.xscaled != 0) row.next() += nameFor(traces.front()->xunits, settings);
+  for (const ZZTrace* trace : traces) {
+    row.next() += nameFor(trace->name, settings);
+    for (uint32_t i = 1; i < columnsOf(*trace); ++i) row.next();
+  }
+  text += settings.rowDelimiter();
+}
+
+void appendValues(Row& row, const ZZTrace& trace, double seconds, const CTextSettings& settings) {
+  uint32_t index = 0;
+  const bool found = sampleAt(trace, seconds, index);
+  const bool rows = dynamic_cast<const C2DTrace*>(&trace) != nullptr;
+  const bool scaled = (rows ? settings.zscaled : settings.yscaled) != 0;
+  for (uint32_t column = 0; column < columnsOf(trace); ++column) {
+    std::string& text = row.next();
+    if (!found) continue;
+    const double raw = rows ? trace.data->at(index, column) : trace.data->at(index);
+    settings.appendNumber(text, scaled ? trace.displayed(raw) : raw);
+  }
+}
+
+Outcome exportText(std::ostream& file, std::span<const ZZTrace* const> traces, const CTextSettings& settings,
+                   ExportRange range) {
+  if (Outcome settled = settleRange(traces, range); !settled) return settled;
+  const std::string delimiter = settings.columnDelimiter(), lineEnd = settings.rowDelimiter();
+  std::string text;
+  if (settings.headers) appendHeader(text, traces, settings);
+  for (int64_t i = range.from; i < range.to && file; ++i) {
+    Row row(text, delimiter);
+    const double seconds = static_cast<double>(i) * range.secondsPerColumn;
+    if (settings.xscaled != 0)
+      settings.appendNumber(row.next(), settings.xscaled == 2 ? static_cast<double>(i) : seconds);
+    for (const ZZTrace* trace : traces) appendValues(row, *trace, seconds, settings);
+    text += lineEnd;
+    if (text.size() < kBlock) continue;
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    text.clear();
+  }
+  file.write(text.data(), static_cast<std::streamsize>(text.size()));
+  return Outcome::success();
+}
+
+Outcome exportBinary(std::ostream& file, std::span<const ZZTrace* const> traces,
+                     const CTextSettings& settings, const ExportRange& range) {
+  const ZZTrace::BinarySettings binary{settings.headers != 0, settings.swapbytes != 0};
+  bool any = false;
+  for (const ZZTrace* trace : traces) {
+    if (!isDrawable(*trace)) continue;
+    const int64_t size = trace->data->size;
+    int64_t first = 0, last = size;  // ages
+    if (!range.whole) {
+      const auto ageAt = [&](int64_t column) {
+        const double seconds = static_cast<double>(column) * range.secondsPerColumn - startOf(*trace);
+        const double age = std::floor(seconds / trace->period + kNudge);
+        return static_cast<int64_t>(std::isnan(age) ? 0.0 : std::clamp(age, 0.0, static_cast<double>(size)));
+      };
+      first = ageAt(range.from);
+      last = ageAt(range.to);
+      if (first >= last) continue;
+    }
+    any = true;
+    const bool all = first == 0 && last == size;
+    const int64_t from = all ? -1 : (trace->origin + first) % size;
+    const int64_t to = all ? -1 : (trace->origin + last) % size;
+    if (!trace->exportbin(file, binary, from, to)) break;
+  }
+  return any ? Outcome::success() : Outcome::failure("There are no samples to export.");
+}
+
+// A stream's bytes on their way to the file that is being made.
+class FileBuffer final : public std::streambuf {
+ public:
+  explicit FileBuffer(AtomicFile& target) : file(target) {}
+
+ protected:
+  std::streamsize xsputn(const char* bytes, std::streamsize count) override {
+    return file.write(bytes, static_cast<size_t>(count)) ? count : 0;
+  }
+  int_type overflow(int_type c) override {
+    const char byte = traits_type::to_char_type(c);
+    return file.write(&byte, 1) ? c : traits_type::eof();
+  }
+
+ private:
+  AtomicFile& file;
+};
+
+}  // namespace
+
+bool sampleAt(const ZZTrace& trace, double seconds, uint32_t& index) {
+  if (!isDrawable(trace)) return false;
+  // indexof doesn't wrap: the samples behind the ring's end are found one turn earlier, and an index whose
+  // time is another one belongs to the other end.
+  const double turn = trace.period * trace.data->size;
+  const double wanted = seconds + trace.period * kNudge;
+  for (const double time : {wanted, wanted - turn}) {
+    uint32_t found = 0;
+    if (!trace.indexof(time, found) || found >= trace.data->size) continue;
+    const double past = (seconds - trace.timeof(found)) / trace.period;
+    if (!(past > -2 * kNudge && past < 1)) continue;
+    index = found;
+    return true;
+  }
+  return false;
+}
+
+Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
+                     const CTextSettings& settings, const ExportRange& range) {
+  // The one trace of an export is written though it be hidden.
+  std::vector<const ZZTrace*> shown;
+  for (const ZZTrace* trace : traces)
+    if (trace && (traces.size() == 1 || !trace->hidden)) shown.push_back(trace);
+  if (shown.empty()) return Outcome::failure("There is no trace to export.");
+  return settings.binary ? exportBinary(file, shown, settings, range)
+                         : exportText(file, shown, settings, range);
+}
+
+Outcome exportTraces(const std::string& path, std::span<const ZZTrace* const> traces,
+                     const CTextSettings& settings, const ExportRange& range) {
+  AtomicFile file(path);
+  if (!file.isOpen()) return file.commit();
+  FileBuffer buffer(file);
+  std::ostream stream(&buffer);
+  if (Outcome done = exportTraces(stream, traces, settings, range); !done) return done;
+  return file.commit();
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,76 @@
+// Traces as files for other programs: text of numbers in columns, or the raw binary of ZZTrace::exportbin.
+// The settings are one object, kept in the section "Export" of the profile and shared with the import.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <span>
+#include <string>
+
+#include "base/outcome.h"
+#include "host/form.h"
+#include "traces/trace.h"
+
+namespace tarnvisor {
+
+struct CTextSettings {
+  static constexpr const char* kSection = "Export";
+  static constexpr const char* kFileFilter =
+      "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
+
+  // What is stored out of range is put right: any other delimiter is none, another style is "g", precision is
+  // clipped to 0..30.
+  void read(const std::string& section = kSection);
+  void store(const std::string& section = kSection) const;
+
+  std::string fileExtension() const { return binary ? ".bin" : ".txt"; }
+  std::string columnDelimiter() const;
+  std::string rowDelimiter() const;
+  std::string numberFormat() const;                          // "%.3f"
+  void appendNumber(std::string& text, double value) const;  // what printf makes of it with that format
+
+  int32_t yscaled = 1;   // values through ygain and yoffset
+  int32_t xscaled = 1;   // first column: 0 none, 1 scaled time, 2 sample index
+  int32_t zscaled = 1;   // the same as yscaled, of two-dimensional traces
+  uint8_t binary = 0;    // instead of text
+  uint8_t headers = 1;   // a line of names, or the binary header
+  int32_t coldelim = 0;  // 0 tab, 1 comma, 2 semicolon, 3 space, 4 none
+  int32_t rowdelim = 0;  // 0 CR LF, 1 CR, 2 LF, 3 the column delimiter, 4 none
+  int32_t format = 2;    // 0 "E", 1 "f", 2 "g" (with one digit more)
+  int32_t precision = 6;
+  int32_t swapbytes = 0;  // of each item in binary
+};
+
+// What of a chart goes out.
+struct ExportChoice {
+  int32_t allTraces = 0;  // those that are not hidden, instead of the active one
+  int32_t selection = 0;  // instead of the whole
+};
+// The dialog "Export"; the selection is offered only where there is one. False on Cancel, with nothing
+// changed.
+bool askExport(CTextSettings& text, ExportChoice& choice, bool hasSelection);
+
+// Columns [from, to) of the chart's view, the selection; or the whole.
+struct ExportRange {
+  bool whole = true;
+  int64_t from = 0;
+  int64_t to = 0;
+  double secondsPerColumn = 1.0;
+};
+
+// Text: a line for each column of the view; for the whole, a column of the trace with the shortest period,
+// from the earliest start to the latest end. A trace's value in it is the sample at index * seconds per
+// column, so that traces of different periods stand side by side; outside its samples the cell is empty.
+// Binary: each trace's samples of that time after another. A delimiter or line end within a name becomes "_".
+// Hidden traces are left out, unless it is the only one. A failure when there is nothing to write or too
+// much; what the stream could not take it tells itself.
+Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
+                     const CTextSettings& settings, const ExportRange& range);
+// Replaces the file in one step; on failure the old one stays.
+Outcome exportTraces(const std::string& path, std::span<const ZZTrace* const> traces,
+                     const CTextSettings& settings, const ExportRange& range);
+
+// The index of a trace's sample at a time, round the ring's end; false outside its samples.
+bool sampleAt(const ZZTrace& trace, double seconds, uint32_t& index);
+
+}  // namespace tarnvisor

@@ -1,0 +1,149 @@
+#include "base/files.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "support/tempfolder.h"
+
+namespace tarnvisor {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(Paths, AreTakenApartAtEitherSeparator) {
+  struct Case {
+    const char *path, *folder, *name, *extension, *without;
+  };
+  const Case cases[] = {{"", "", "", "", ""},
+                        {"x.tv1", "", "x.tv1", "tv1", "x"},
+                        {"/a/b.c/x.tv1", "/a/b.c/", "x.tv1", "tv1", "/a/b.c/x"},
+                        {"/a/b.c/x", "/a/b.c/", "x", "", "/a/b.c/x"},
+                        {"C:\\a\\x.Y.z", "C:\\a\\", "x.Y.z", "z", "C:\\a\\x.Y"},
+                        {"C:\\a.b\\x", "C:\\a.b\\", "x", "", "C:\\a.b\\x"},
+                        {"/a\\b/c\\x.", "/a\\b/c\\", "x.", "", "/a\\b/c\\x"},
+                        {"/a/", "/a/", "", "", "/a/"},
+                        {"/a/.ini", "/a/", ".ini", "ini", "/a/"}};
+  for (const Case& c : cases) {
+    EXPECT_EQ(folderOf(c.path), c.folder) << c.path;
+    EXPECT_EQ(fileNameOf(c.path), c.name) << c.path;
+    EXPECT_EQ(extensionOf(c.path), c.extension) << c.path;
+    EXPECT_EQ(withoutExtension(c.path), c.without) << c.path;
+  }
+  EXPECT_EQ(withSeparator("/a") + withSeparator("/b/") + withSeparator(""), "/a//b/");
+  for (const char* path : {"/a", "\\a", "C:a"}) EXPECT_TRUE(isAbsolutePath(path)) << path;
+  for (const char* path : {"", "a/b", "./a"}) EXPECT_FALSE(isAbsolutePath(path)) << path;
+}
+
+class Files : public ::testing::Test {
+ protected:
+  std::string put(const std::string& name, const std::string& text) {
+    EXPECT_TRUE(replaceFile(folder.file(name), std::string_view(text)));
+    return folder.file(name);
+  }
+  int entries() const {
+    return static_cast<int>(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()));
+  }
+  TempFolder folder;
+};
+
+TEST_F(Files, StayAsTheyWereWithoutCommit) {
+  const std::string path = put("a", "old");
+  {
+    AtomicFile file(path);
+    EXPECT_TRUE(file.write("new", 3));
+    EXPECT_EQ(entries(), 2);
+    EXPECT_EQ(readWholeText(path), "old");
+  }
+  EXPECT_EQ(readWholeText(path), "old");
+  EXPECT_EQ(entries(), 1) << "nothing stays behind";
+}
+
+TEST_F(Files, AreReplacedByCommitWithTheirMode) {
+  for (const mode_t mode : {0600u, 0640u, 0755u}) {
+    const std::string path = put("a", "old");
+    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+    put("a", std::string("n\0w", 3));
+    EXPECT_EQ(readWholeText(path), std::string("n\0w", 3));
+    struct stat facts {};
+    ASSERT_EQ(::stat(path.c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 07777, mode);
+    EXPECT_EQ(entries(), 1);
+  }
+  const mode_t mask = ::umask(027);
+  const std::string fresh = put("b", "");
+  ::umask(mask);
+  struct stat facts {};
+  ASSERT_EQ(::stat(fresh.c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_mode & 07777, 0640u) << "a new file's mode is as the user's mask has it";
+}
+
+TEST_F(Files, ThatAreLinksKeepTheLink) {
+  const std::string target = put("target", "old");
+  fs::create_symlink("target", folder.file("link"));
+  put("link", "new");
+  EXPECT_TRUE(fs::is_symlink(folder.file("link")));
+  EXPECT_EQ(readWholeText(target), "new");
+}
+
+TEST_F(Files, ThatCantBeWrittenSayWhy) {
+  AtomicFile file(folder.file("none/a"));
+  EXPECT_FALSE(file.isOpen());
+  EXPECT_FALSE(file.write("x", 1));
+  const Outcome done = file.commit();
+  EXPECT_FALSE(done);
+  EXPECT_EQ(done.why(), folder.file("none/a") + ": can't be written: No such file or directory");
+  ASSERT_TRUE(makeFolderPath(folder.file("b")));
+  put("b/kept", "");
+  EXPECT_FALSE(replaceFile(folder.file("b"), std::string_view("x"))) << "a folder is in the way";
+  EXPECT_TRUE(fileExists(folder.file("b/kept")));
+  EXPECT_EQ(entries(), 1);
+}
+
+TEST_F(Files, MayBeWrittenByName) {
+  const std::string path = put("a", "old");
+  AtomicFile file(path);
+  file.releaseToWriterByName();
+  EXPECT_FALSE(file.isOpen());
+  std::FILE* byName = std::fopen(file.temporaryPath().c_str(), "wb");
+  ASSERT_NE(byName, nullptr);
+  std::fputs("by name", byName);
+  std::fclose(byName);
+  EXPECT_EQ(readWholeText(path), "old");
+  EXPECT_TRUE(file.commit());
+  EXPECT_EQ(readWholeText(path), "by name");
+}
+
+TEST_F(Files, OfTheGreatestNameCanBeReplaced) {
+  const std::string path = put(std::string(255, 'n'), "old");
+  EXPECT_TRUE(replaceFile(path, std::string_view("new")));
+  EXPECT_EQ(readWholeText(path), "new");
+  EXPECT_FALSE(replaceFile(path + "n", std::string_view("too long")));
+}
+
+TEST_F(Files, AreReadWholeUpToALimit) {
+  const std::string path = put("a", "12345");
+  EXPECT_EQ(readWholeText(path, 5), "12345");
+  EXPECT_FALSE(readWholeText(path, 4));
+  EXPECT_EQ(readWholeFile(put("b", ""))->size(), 0u);
+  EXPECT_FALSE(readWholeFile(folder.path()));
+  EXPECT_FALSE(readWholeFile(folder.file("none")));
+}
+
+TEST_F(Files, FoldersAreMadeFromTheFirstMissing) {
+  for (const char* path : {"a/b/c", "a/b/d/", "a"}) {
+    EXPECT_TRUE(makeFolderPath(folder.file(path))) << path;
+    EXPECT_TRUE(folderExists(folder.file(path))) << path;
+  }
+  EXPECT_TRUE(makeFolderPath(folder.file("left\\right")));
+  EXPECT_FALSE(folderExists(folder.file("left")));
+  put("file", "");
+  const std::string before = workingFolder();
+  for (const std::string& path : {std::string(), folder.file("file/x"), folder.file("file")})
+    EXPECT_FALSE(makeFolderPath(path)) << path;
+  EXPECT_EQ(workingFolder(), before);
+  EXPECT_TRUE(sameFolder(folder.file("a/b/../b"), folder.file("a/b/")));
+  EXPECT_FALSE(sameFolder(folder.file("a/b"), folder.file("a")));
+}
+
+}  // namespace
+}  // namespace tarnvisor

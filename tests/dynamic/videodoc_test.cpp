@@ -1,0 +1,250 @@
+// The video document: its selection, processing of the selection, new movies and new images of it.
+#include <gmock/gmock.h>
+
+#include "charts/chartdoc.h"
+#include "framework/commandids.h"
+#include "support/videotest.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+using VideoDocument = VideoTest;
+
+TEST_F(VideoDocument, ShowsTheImagesOfItsMovie) {
+  CVivoCapDoc& doc = openMovie("a.mve", 5);
+  EXPECT_EQ(doc.imageCount(), 5);
+  EXPECT_EQ(doc.frameCount, 5);
+  EXPECT_EQ(doc.title(), "a");
+  EXPECT_TRUE(doc.isModified() && doc.pathName().empty());
+  doc.showImage(3);
+  EXPECT_EQ(doc.theImage()->pixelAt(0, 0), 3);
+  doc.showImage(5);
+  EXPECT_EQ(doc.currentIndex(), 0) << "outside is image 0";
+  doc.setColourset(3);
+  doc.showImage(1);
+  EXPECT_EQ(doc.theImage()->paletteIndex, 3) << "the view's palette goes along";
+}
+
+TEST_F(VideoDocument, RunsAStepOverTheSelectionWhoseEndIsExclusive) {
+  CVivoCapDoc& doc = openMovie("a.mve", 6);
+  doc.select(1, 4);
+  doc.showImage(5);
+  run("Negative");
+  EXPECT_THAT(levels(), ElementsAre(255 - 11, 255 - 12, 255 - 13)) << "a new movie of what was processed";
+  EXPECT_EQ(doc.movie->fileName, folder.file("aA.mve"));
+  EXPECT_EQ(doc.moviePath, doc.movie->fileName);
+  EXPECT_EQ(doc.selection().size(), 3) << "a selection that no longer fits becomes the whole movie";
+  EXPECT_EQ(doc.movie->recordOf(0).number, 2u) << "the records are those of the frames written";
+  EXPECT_THAT(doc.notes, HasSubstr("Invert"));
+  run("Negative");
+  EXPECT_THAT(levels(), ElementsAre(11, 12, 13));
+  EXPECT_EQ(doc.movie->fileName, folder.file("aA.mve")) << "a movie of its own is changed in place";
+  doc.select(1, -1);
+  doc.movie->shared = 1;
+  run("Negative");
+  EXPECT_EQ(doc.selection().size(), 2) << "the new movie is what was selected, also up to the end";
+  CZZMovie first;
+  ASSERT_TRUE(first.open(folder.file("a.mve")));
+  EXPECT_EQ(first.count, 6);
+}
+
+TEST_F(VideoDocument, ChangesNothingWhenAPassIsStopped) {
+  useWorkFolder();
+  CVivoCapDoc& doc = openMovie("a.mve", 5);
+  host.stopAt = 2;
+  run("Negative");
+  host.answers = {Answer::Yes};
+  doc.select(1, 4);
+  run("Delete nonselected images");
+  run("Export uncompressed avi");
+  doc.moviePath.clear();
+  EXPECT_FALSE(doc.onSaveDocument(folder.file("b.dtv")));
+  doc.moviePath = doc.movie->fileName;
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 12, 13, 14));
+  EXPECT_EQ(doc.notes, "");
+  for (const char* none : {"aA.mve", "a-export.avi", "b.mve", "b.dtv"})
+    EXPECT_FALSE(fileExists(folder.file(none))) << none;
+  EXPECT_EQ(doc.theImage()->row(0)[1], 10 + doc.currentIndex()) << "read again";
+  host.stopAt = INT64_MAX;
+  run("Negative");
+  EXPECT_EQ(levels().size(), 3u);
+}
+
+TEST_F(VideoDocument, ProcessesOneImageAndARegion) {
+  CVivoCapDoc& one = openMovie("one.mve", 1);
+  one.roi = {4, 2, 8, 6};
+  run("Negative");
+  EXPECT_EQ(one.theImage()->pixelAt(4, 2), 245);
+  EXPECT_EQ(one.theImage()->pixelAt(3, 2), 10);
+  host.fill({{"threshold", "100"}});
+  run("Simple threshold");
+  EXPECT_EQ(one.theImage()->pixelAt(4, 2), 255);
+  EXPECT_EQ(settings.getInt("movie", "simpleimagethreshold", 0), 100);
+  EXPECT_FALSE(isEnabled("Bin"));
+  EXPECT_FALSE(isEnabled("Undo"));
+}
+
+TEST_F(VideoDocument, LeavesEverythingWhereThereIsNoMovie) {
+  auto* doc = static_cast<CVivoCapDoc*>(process.videoTemplate->newDocument());
+  EXPECT_EQ(doc->theImage(), nullptr);
+  doc->processImages("words", [](CZZimage&) { ADD_FAILURE(); });
+  EXPECT_EQ(doc->notes, "words") << "what was asked for is told all the same";
+  EXPECT_EQ(doc->averageSelection(), nullptr);
+  EXPECT_EQ(doc->exportUncompressed(), "");
+  for (const CommandRow& row : doc->commands()->rows())
+    if (row.id == cmd::MergeFields || row.id == cmd::AverageSequence || row.id == cmd::DeleteSelectedImages) {
+      EXPECT_FALSE(row.enabled(*doc)) << row.text;
+    }
+}
+
+TEST_F(VideoDocument, DeletesImagesIntoANewMovieAfterAsking) {
+  useWorkFolder();
+  CVivoCapDoc& doc = openMovie("a.mve", 6);
+  doc.select(2, 4);
+  host.answers = {Answer::No, Answer::Yes};
+  run("Delete selected images");
+  EXPECT_EQ(doc.imageCount(), 6);
+  EXPECT_EQ(host.messages.back(), "delete all images from image 2 upto image 4?");
+  run("Delete selected images");
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 14, 15));
+  EXPECT_EQ(doc.frameCount, 4);
+  EXPECT_EQ(doc.selectionFirst, -1);
+  doc.select(1, 3);
+  host.answers = {Answer::Yes};
+  run("Delete nonselected images");
+  EXPECT_EQ(host.messages.back(), "delete all images except image 1 upto image 3?");
+  EXPECT_THAT(levels(), ElementsAre(11, 14));
+}
+
+TEST_F(VideoDocument, SplitsMergesAndExchangesFields) {
+  useWorkFolder();
+  CVivoCapDoc& doc = openMovie("a.mve", 2);
+  run("Split images into fields");
+  EXPECT_EQ(doc.imageCount(), 4);
+  EXPECT_EQ(doc.frameCount, 2) << "frames, not fields";
+  EXPECT_TRUE(doc.theImage()->isField());
+  EXPECT_EQ(doc.imagesPerSecond(), 60);
+  run("Switch field order");
+  doc.showImage(0);
+  EXPECT_EQ(doc.theImage()->interlace, 2);
+  run("Switch field order");
+  run("Merge into frames");
+  EXPECT_EQ(doc.imageCount(), 2);
+  EXPECT_EQ(doc.theImage()->height, 8);
+  doc.select(1, -1);
+  doc.processImages("", [](CZZimage& each) {
+    for (int32_t y = 0; y < 8; ++y) each.row(y)[2] = static_cast<uint8_t>(y);
+  });
+  doc.select(1, -1);
+  run("Switch lines");
+  doc.showImage(1);
+  std::vector<int> rows;
+  for (int32_t y = 0; y < 4; ++y) rows.push_back(doc.theImage()->row(y)[2]);
+  EXPECT_THAT(rows, ElementsAre(1, 0, 3, 2));
+}
+
+TEST_F(VideoDocument, ComparesImagesWithOthers) {
+  useWorkFolder();
+  CVivoCapDoc& doc = openMovie("a.mve", 4);
+  CZZimage a(16, 8), b(16, 8);
+  a.fill(13);
+  b.fill(11);
+  a.squaredDifference(b);
+  doc.showImage(1);
+  doc.select(1, 4);
+  run("Square of differences to current image");
+  EXPECT_EQ(levels().size(), 3u);
+  EXPECT_EQ(levels()[0], 0);
+  EXPECT_EQ(levels()[2], a.row(0)[1]);
+  CVivoCapDoc& other = openMovie("b.mve", 4);
+  other.select(1, 4);
+  run("Square of differences");
+  EXPECT_EQ(levels().size(), 2u) << "one less than the selection has";
+}
+
+TEST_F(VideoDocument, AveragesTheSelectionOnTheCanvasOfItsOffsets) {
+  CVivoCapDoc& doc = openMovie("a.mve", 4);
+  doc.movie->setOrigin(1, {3, -2});
+  doc.select(0, 2);
+  run("Average whole sequence");
+  ASSERT_NE(image(), &doc);
+  EXPECT_EQ(image()->title(), "aAv0-2");
+  const CZZimage& mean = *image()->theImage();
+  EXPECT_EQ(mean.width, 19);
+  EXPECT_EQ(mean.height, 10);
+  EXPECT_EQ(mean.row(0)[0], 0) << "no image covers it";
+  EXPECT_EQ(mean.row(0)[4], 11);
+  EXPECT_EQ(mean.row(9)[1], 10);
+  EXPECT_EQ(mean.row(4)[5], 10) << "(10 + 11) / 2, cut";
+  EXPECT_EQ(image()->imageOrigin(), (Point{0, -2}));
+  app->documents.activate(doc);
+  doc.select(-1, -1);
+  run("Average whole sequence");
+  EXPECT_EQ(image()->title(), "aAv0-4");
+}
+
+TEST_F(VideoDocument, TakesATracesChangesOffTheBrightness) {
+  CVivoCapDoc& doc = openMovie("a.mve", 3);
+  doc.fps = 2;
+  auto trace = std::make_unique<CTrace>(kDoubleCode, 3);
+  trace->period = 0.5;
+  for (uint32_t i = 0; i < 3; ++i) trace->data->putval(i, 100.0 + i);
+  doc.overlayTraces.items.push_back(std::move(trace));
+  host.fill({});
+  run("Subtract trace");
+  EXPECT_THAT(levels(), ElementsAre(11, 11, 11)) << "levels rise as the trace does, about its mean";
+}
+
+TEST_F(VideoDocument, OpensTheCurrentImageAlone) {
+  CVivoCapDoc& doc = openMovie("a.mve", 4);
+  doc.showImage(2);
+  run("Duplicate image in new window");
+  EXPECT_EQ(image()->title(), "a-0002");
+  EXPECT_EQ(image()->theImage()->pixelAt(0, 0), 2);
+  EXPECT_TRUE(image()->imagefile.empty());
+}
+
+TEST_F(VideoDocument, AppendsMovies) {
+  useWorkFolder();
+  CVivoCapDoc& doc = openMovie("a.mve", 2);
+  host.paths = {writeMovie("b.mve", 3)};
+  run("Import");
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 10, 11, 12));
+  EXPECT_THAT(doc.notes, HasSubstr("imported"));
+  host.paths = {folder.file("none.mve")};
+  run("Import");
+  EXPECT_THAT(host.messages.back(), HasSubstr("none.mve"));
+  EXPECT_EQ(doc.imageCount(), 5);
+}
+
+TEST_F(VideoDocument, EditsSelectionPropertiesAndFolders) {
+  CVivoCapDoc& doc = openMovie("a.mve", 9);
+  host.fill({{"first", "2"}, {"last", "7"}, {"step", "2"}});
+  run("Select images");
+  EXPECT_EQ(doc.selection().first, 2);
+  EXPECT_EQ(doc.selection().last, 7);
+  EXPECT_EQ(doc.selectionStep, 2);
+  host.fill({{"Frames per second", "60"}, {"avi rate", "60"}, {"avi scale", "1"}});
+  run("Properties");
+  EXPECT_EQ(doc.fps, 60);
+  EXPECT_EQ(doc.playPeriod, 16) << "1000 / 60, cut";
+  EXPECT_EQ(doc.movie->rate, 60);
+  host.paths = {folder.path()};
+  run("Directories");
+  EXPECT_EQ(doc.workFolder(), withSeparator(folder.path()));
+  run("compress video output");
+  EXPECT_EQ(settings.getInt("Dynamic settings", "compressoutput", 0), 1);
+  host.paths = {std::nullopt};
+  settings.setString("directories", "tempdir", "");
+  doc.select(0, 2);
+  host.answers = {Answer::Yes};
+  run("Delete selected images");
+  EXPECT_EQ(host.messages.back(), "Select Temporary work folder");
+  EXPECT_EQ(doc.imageCount(), 9) << "nothing is done without a folder";
+}
+
+}  // namespace
+}  // namespace tarnvisor

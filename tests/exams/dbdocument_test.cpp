@@ -1,0 +1,387 @@
+#include "exams/dbdocument.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "archive/archive.h"
+#include "exams/subjectselection.h"
+#include "framework/commandids.h"
+#include "support/apptest.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+struct ImageDocument : CdbDocument, AutomaticAnalysis {
+  void analyseAutomatically() override { ++analysed; }
+  int analysed = 0;
+};
+
+class Selection : public AppTest {
+ protected:
+  void SetUp() override {
+    options.documentTable = table;
+    writeProfile("[Settings]\nuser=Dr. A\nstation=room 4\n");
+    ASSERT_TRUE(startWithData());
+    (void)posted();
+    refreshes = 0;
+    app->onSelectionChanged = [this] { ++refreshes; };
+  }
+  void TearDown() override { app->documents.closeAll(); }  // as the main frame does at the end
+  // What was posted since the last call.
+  std::vector<int32_t> posted() {
+    std::vector<int32_t> ids;
+    app->loop.onCommand = [&](int32_t id) { ids.push_back(id); };
+    app->loop.onIdle = [](int32_t) { return false; };
+    app->loop.turn();
+    return ids;
+  }
+  // Makes and selects a subject's exam; its folder too.
+  int32_t selectNewExam(const std::string& subject, const std::string& examFolder) {
+    app->db->newSubject(subject);
+    app->subjectId = subject;
+    app->examFolder = examFolder;
+    EXPECT_TRUE(makeFolderPath(app->dataFolder + examFolder));
+    return app->examId = app->db->newExam(subject, "site", "", examFolder);
+  }
+  void selectNothing() {
+    app->subjectId.clear();
+    app->examId = -1;
+  }
+  std::string inExam(const std::string& name) const { return app->dataFolder + app->examFolder + "/" + name; }
+  std::string recordFolder() const { return settings.getString("directories", "recorddir", ""); }
+
+  std::vector<DocumentRow> table{
+      {DocumentRow::Gate::Image,
+       {1, "\nImage\nImage\nImages (*.tv1)\n.tv1\nA\nB", "D", "V", "F",
+        [] { return std::unique_ptr<CDocument>(std::make_unique<ImageDocument>()); },
+        [](CDocument& d) { return std::make_unique<CView>(d); }},
+       &ProcessState::imageTemplate}};
+  int refreshes = 0;
+};
+
+TEST_F(Selection, BindsADocumentAtItsFirstSaveForGood) {
+  const int32_t first = selectNewExam("anna", "e1");
+  CdbDocument document;
+  document.onNewDocument();
+  document.resultText = "10 loops";
+  const std::string path = inExam("x.tv1");
+  ASSERT_TRUE(document.onSaveDocument(path));
+  EXPECT_EQ(document.patientId, "anna");
+  EXPECT_EQ(document.examIdOfDoc, first);
+  EXPECT_EQ(document.isBound, 1);
+  EXPECT_EQ(document.userLabel + document.stationId + document.stationIdFirst, "Dr. Aroom 4room 4");
+  const int32_t second = selectNewExam("berta", "e2");
+  settings.setString("Settings", "station", "room 9");
+  settings.setString("Settings", "user", "B");
+  document.resultText = "12 loops";
+  SqliteDatabase(app->dbPath).execute("update results set created='2000-01-01 00:00:00';");
+  ASSERT_TRUE(document.onSaveDocument(path));
+  EXPECT_EQ(document.patientId, "anna");
+  EXPECT_EQ(document.stationId + document.userLabel, "room 4B") << "only the user is of the last save";
+  EXPECT_THAT(app->db->resultsOf(second), IsEmpty());
+  const auto rows = app->db->resultsOf(first);
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].filename + ": " + rows[0].result, "x.tv1: 12 loops");
+  EXPECT_GT(rows[0].created, "2020");
+  document.resultText.clear();
+  document.updateResult(path);
+  EXPECT_EQ(app->db->resultsOf(first)[0].result, "12 loops") << "an empty text replaces nothing";
+}
+
+TEST_F(Selection, LeavesADocumentSavedWithoutExamForALaterSave) {
+  selectNothing();
+  const std::string path = folder.file("x.tv1");
+  {
+    CdbDocument document;
+    document.onNewDocument();
+    ASSERT_TRUE(document.onSaveDocument(path));
+    EXPECT_EQ(document.examIdOfDoc, -1);
+  }
+  const int32_t exam = selectNewExam("anna", "e1");
+  EXPECT_THAT(app->db->resultsOf(exam), IsEmpty());
+  CdbDocument again;
+  ASSERT_TRUE(again.onOpenDocument(path));
+  EXPECT_EQ(again.isBound, 1) << "as all that was loaded";
+  ASSERT_TRUE(again.onSaveDocument(inExam("x.tv1")));
+  EXPECT_EQ(again.patientId, "anna");
+  EXPECT_EQ(app->db->resultsOf(exam).size(), 1u);
+}
+
+TEST_F(Selection, DocumentsAreSavedWithoutADatabaseToo) {
+  app->closeDatabase();
+  CdbDocument document;
+  document.onNewDocument();
+  EXPECT_TRUE(document.onSaveDocument(folder.file("x.tv1")));
+  SubjectDialog dialog;
+  dialog.typeId("a");
+  dialog.addAsNewId();
+  dialog.saveDetails();
+  dialog.finish(SubjectDialog::Result::ViewExaminations);
+  EXPECT_THAT(dialog.offered(), IsEmpty());
+  ExamList list;
+  list.refresh();
+  EXPECT_THAT(list.exams(), IsEmpty());
+  EXPECT_FALSE(startNewExamination("s", ""));
+  runProcessResults();
+  EXPECT_THAT(posted(), IsEmpty());
+}
+
+TEST_F(Selection, StoresADocumentsFieldsInOrder) {
+  const std::string strings = "\3P-1" + std::string("\7\0\0\0", 4) + "\2me\6result";
+  const std::string old = std::string("\1\0\0\0\4\0\0\0", 8) + strings;
+  const std::string path = folder.file("x.tv1");
+  ASSERT_TRUE(replaceFile(path, std::string_view(old)));
+  CdbDocument document;
+  ASSERT_TRUE(document.onOpenDocument(path));
+  EXPECT_EQ(document.saveCount, 4);
+  EXPECT_EQ(document.patientId, "P-1");
+  EXPECT_EQ(document.examIdOfDoc, 7);
+  EXPECT_EQ(document.userLabel, "me");
+  EXPECT_EQ(document.resultText, "result");
+  EXPECT_EQ(document.isBound, 1);
+  EXPECT_EQ(document.stationId, "old file. unknown.");
+  EXPECT_EQ(document.stationIdFirst, "old file. unknown.");
+  ASSERT_TRUE(document.onSaveDocument(path));
+  EXPECT_EQ(readWholeText(path), std::string("\2\0\0\0\5\0\0\0", 8) + "\3P-1" + std::string("\7\0\0\0", 4) +
+                                     "\5Dr. A\6result\22old file. unknown.\22old file. unknown.");
+  document.onNewDocument();
+  EXPECT_EQ(document.saveCount, 0);
+  EXPECT_EQ(document.examIdOfDoc, -1);
+  EXPECT_EQ(document.isBound, 0);
+  EXPECT_EQ(document.patientId + document.userLabel + document.resultText, "");
+}
+
+TEST_F(Selection, OffersAPathInTheExamsFolderFromTheTitle) {
+  selectNothing();
+  CDocument* made = process.imageTemplate->newDocument();
+  ASSERT_NE(made, nullptr);
+  auto& document = static_cast<CdbDocument&>(*made);
+  struct Case {
+    const char* title;
+    const char* name;
+  };
+  for (const Case& c : {Case{"Image 1", "Image_1.tv1"}, Case{"a#b", "a.tv1"}, Case{"50%;", "50.tv1"},
+                        Case{"left/right", "left.tv1"}, Case{"C:\\x", "C:.tv1"}, Case{"#", ".tv1"}}) {
+    document.setTitle(c.title);
+    EXPECT_EQ(document.defaultPathName(), c.name);
+  }
+  document.setTitle("a b");
+  const int32_t exam = selectNewExam("anna", "e1");
+  EXPECT_EQ(document.defaultPathName(), app->dataFolder + "e1/a_b.tv1") << "the selected exam";
+  selectNewExam("berta", "e2");
+  document.patientId = "anna";
+  document.examIdOfDoc = exam;
+  EXPECT_EQ(document.defaultPathName(), app->dataFolder + "e1/a_b.tv1") << "its own exam";
+  document.patientId = "berta";
+  EXPECT_EQ(document.defaultPathName(), "a_b.tv1") << "the exam is of another subject";
+}
+
+TEST_F(Selection, AsksBeforeTheEndingItAddsMakesItTheNameOfAnotherFile) {
+  const std::string other = folder.file("a.txt.tv1");
+  ASSERT_TRUE(replaceFile(other, std::string_view("other")));
+  CDocument* d = process.imageTemplate->newDocument();
+  for (const Answer answer : {Answer::No, Answer::Yes}) {
+    host.paths.push_back(folder.file("a.txt"));
+    host.answers.push_back(answer);
+    EXPECT_EQ(d->saveAs(), answer == Answer::Yes);
+    EXPECT_EQ(readWholeText(other) == "other", answer == Answer::No);
+  }
+  host.paths.push_back(other);  // the chooser asked
+  EXPECT_TRUE(d->saveAs());
+}
+
+TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
+  selectNewExam("anna", "e1");
+  CDocument* d = process.imageTemplate->newDocument();
+  d->setModified();
+  host.paths.push_back(d->defaultPathName());
+  std::filesystem::remove_all(app->dataFolder);
+  auto told = [&, before = host.messages.size()]() mutable {
+    const bool more = host.messages.size() > before;
+    before = host.messages.size();
+    return more;
+  };
+  EXPECT_FALSE(d->save());
+  EXPECT_TRUE(told() && d->isModified());
+  EXPECT_FALSE(startNewExamination("left", ""));
+  EXPECT_TRUE(told());
+  EXPECT_EQ(app->documents.active(), d) << "nothing closes for an exam that can't be made";
+  EXPECT_EQ(app->openDocumentFile(app->dataFolder + "e1/x.tv1"), nullptr);
+  EXPECT_TRUE(told());
+  SubjectDialog dialog;
+  dialog.typeId("ben");
+  dialog.addAsNewId();
+  EXPECT_EQ(app->subjectId, "anna");
+  d->setModified(false);
+}
+
+TEST_F(Selection, MakesNamesFromADocumentsOwn) {
+  CdbDocument document;
+  document.setPathName("/data/left ring.x y.tv1");
+  EXPECT_EQ(document.setBaseFileName(" blood flow.zz1"), "/data/left-ring.x-y-blood-flow.zz1");
+}
+
+TEST_F(Selection, DialogFillsInTheDetailsOfTheOnlyMatch) {
+  for (const char* id : {"anna", "andrea", "berta"}) {
+    app->db->newSubject(id);
+    app->db->updateSubject(id, std::string("N-") + id, "S", "C");
+  }
+  SubjectDialog dialog;
+  EXPECT_THAT(log(), HasSubstr("dbinfo=\r\nVer:2\r\nTarn:04.60.00.00\r\nCreated:"));
+  EXPECT_EQ(dialog.offered().size(), 3u);
+  dialog.typeId("an");
+  EXPECT_EQ(dialog.offered().size(), 2u);
+  EXPECT_EQ(dialog.id + dialog.name + app->subjectId, "an");
+  dialog.typeId("ann");
+  EXPECT_THAT(dialog.offered(), ElementsAre("anna"));
+  EXPECT_EQ(dialog.id + "|" + dialog.name + "|" + dialog.surname + "|" + dialog.comment, "anna|N-anna|S|C");
+  EXPECT_EQ(app->subjectId + ": " + app->subjectName, "anna: N-anna S");
+  EXPECT_EQ(refreshes, 1);
+  dialog.chooseId("berta");
+  EXPECT_EQ(app->subjectName, "N-berta S");
+  app->db->newSubject("bert");
+  dialog.typeId("bert");
+  EXPECT_EQ(app->subjectId, "berta") << "of two matches none is selected, not even the whole id";
+  EXPECT_EQ(SubjectDialog().id, "berta") << "opens on the present selection";
+  dialog.typeId(std::string(70000, 'x'));
+  EXPECT_EQ(dialog.id.size(), 65535u);
+}
+
+TEST_F(Selection, DialogAddsChangesTouchesAndClears) {
+  SubjectDialog dialog;
+  dialog.typeId("study 7 b");
+  dialog.addAsNewId();
+  EXPECT_EQ(app->subjectId, "study_7_b");
+  EXPECT_EQ(app->subjectName, " ");
+  dialog.name = "Ann";
+  dialog.surname = "Lee";
+  dialog.comment = "cold hands";
+  dialog.saveDetails();
+  EXPECT_EQ(app->subjectName, "Ann Lee");
+  EXPECT_EQ(app->db->readSubject("study_7_b")->comments, "cold hands");
+  app->db->newSubject("later");
+  SqliteDatabase(app->dbPath)
+      .execute(
+          "update patients set lastused='2000-01-01' where id='study_7_b';"
+          "update patients set lastused='2001-01-01' where id='later';");
+  dialog.finish(SubjectDialog::Result::ViewExaminations);
+  EXPECT_THAT(app->db->recentSubjects(), ElementsAre("study_7_b", "later"));
+  EXPECT_EQ(app->subjectId, "study_7_b");
+  app->examId = 3;
+  app->examFolder = "f";
+  refreshes = 0;
+  dialog.finish(SubjectDialog::Result::Cancel);
+  EXPECT_EQ(app->subjectId + app->subjectName + app->examFolder, "");
+  EXPECT_EQ(app->examId, -1);
+  EXPECT_EQ(refreshes, 1);
+}
+
+TEST_F(Selection, NewExaminationMakesFolderAndRow) {
+  app->db->newSubject("anna lee");
+  app->subjectId = "anna lee";
+  ASSERT_NE(process.imageTemplate->newDocument(), nullptr);
+  const std::string full = app->dataFolder + "anna_lee-left_ring";
+  for (const int32_t id : {1, 2}) {
+    EXPECT_TRUE(startNewExamination("left ring", "cold"));
+    EXPECT_EQ(app->examId, id);
+    EXPECT_EQ(app->examFolder, "anna_lee-left_ring");
+    EXPECT_THAT(log(), HasSubstr("create new exams folder " + full + (id == 1 ? "ok\n" : "failed!\n") +
+                                 "examid=" + std::to_string(id)))
+        << "a folder that exists stops nothing";
+    EXPECT_EQ(app->db->exam("anna lee", id)->comment, "cold");
+    EXPECT_EQ(refreshes, id);
+  }
+  EXPECT_TRUE(folderExists(full));
+  EXPECT_EQ(recordFolder(), full);
+  EXPECT_EQ(process.recordDir, full);
+  EXPECT_EQ(settings.getString("settings", "directory", ""), full + "/");
+  EXPECT_THAT(app->documents.documents(), IsEmpty());
+  EXPECT_TRUE(startNewExamination("../../etc", ""));
+  EXPECT_EQ(app->examFolder.find('/'), std::string::npos) << "never a way out of the data folder";
+}
+
+struct Dialog : SubjectDialogFace {
+  SubjectDialog::Result run(SubjectDialog& dialog) override {
+    dialog.typeId("anna");
+    return result;
+  }
+  SubjectDialog::Result result = SubjectDialog::Result::Cancel;
+};
+
+TEST_F(Selection, SelectSubjectGoesOnAsTheDialogEnded) {
+  app->db->newSubject("anna");
+  Dialog face;
+  runSelectSubject(face);
+  EXPECT_THAT(posted(), IsEmpty());
+  face.result = SubjectDialog::Result::ViewExaminations;
+  runSelectSubject(face);
+  EXPECT_THAT(posted(), ElementsAre(33051));
+  face.result = SubjectDialog::Result::StartNewExamination;
+  host.fills.push_back([](Form&) { return false; });
+  runSelectSubject(face);
+  EXPECT_THAT(posted(), ElementsAre(32982)) << "Cancel leads back to the subject";
+  EXPECT_EQ(app->examId, -1);
+  host.fill({{"Site", "left"}, {"Comment", "cold"}});
+  runSelectSubject(face);
+  EXPECT_THAT(posted(), ElementsAre(32970));
+  EXPECT_EQ(app->db->exam("anna", app->examId)->folder, "anna-left");
+}
+
+TEST_F(Selection, ExamListShowsASubjectsExamsAndSelectsOne) {
+  const int32_t first = selectNewExam("anna", "e1");
+  const int32_t second = selectNewExam("anna", "e2");
+  app->db->insertResult(first, "x.tv1", "10 loops");
+  app->subjectName = "Ann Lee";
+  EXPECT_THAT(ExamList::examColumns(), ElementsAre("examid", "Site", "Date", "comments", "folder"));
+  EXPECT_THAT(ExamList::resultColumns(), ElementsAre("id", "date", "filename", "result"));
+  ExamList list;
+  list.refresh();
+  EXPECT_EQ(list.heading(), "Subject anna: Ann Lee");
+  EXPECT_EQ(list.exams().size(), 2u);
+  EXPECT_EQ(list.exams()[static_cast<size_t>(list.selectedRow())].id, second);
+  EXPECT_THAT(list.results(), IsEmpty());
+  list.select(0);
+  EXPECT_EQ(app->examId, first);
+  EXPECT_EQ(app->examFolder, "e1");
+  EXPECT_EQ(recordFolder(), app->dataFolder + "e1");
+  ASSERT_EQ(list.results().size(), 1u);
+  EXPECT_EQ(list.pathOfResult(0), app->dataFolder + "e1/x.tv1");
+  CdbDocument written;
+  ASSERT_TRUE(written.onSaveDocument(list.pathOfResult(0)));
+  list.openResult(0);
+  ASSERT_NE(app->documents.active(), nullptr);
+  EXPECT_EQ(app->documents.active()->pathName(), list.pathOfResult(0));
+  EXPECT_EQ(host.calls.back(), "tile");
+  list.select(9);
+  EXPECT_EQ(list.pathOfResult(9), "");
+  EXPECT_EQ(app->examId, first);
+  app->examId = -1;
+  EXPECT_EQ(list.selectedRow(), -1);
+}
+
+TEST_F(Selection, ProcessResultsOpensAllAndAnalysesOnRequest) {
+  const int32_t exam = selectNewExam("anna", "e1");
+  for (const char* name : {"a.tv1", "b.tv1"}) {
+    CdbDocument written;
+    ASSERT_TRUE(written.onSaveDocument(inExam(name)));
+  }
+  app->db->insertResult(exam, "gone.tv1", "");
+  for (const int32_t analyse : {0, 1}) {
+    settings.setInt("settings", "postprocess", analyse);
+    app->documents.closeAll();
+    runProcessResults();
+    EXPECT_EQ(process.imageTemplate->documents().size(), 2u);
+    for (const auto& document : process.imageTemplate->documents())
+      EXPECT_EQ(dynamic_cast<ImageDocument&>(*document).analysed, analyse);
+    EXPECT_THAT(posted(), ElementsAre(57652, 33051));
+    EXPECT_EQ(host.messages.size(), static_cast<size_t>(1 + analyse)) << "one file had gone";
+  }
+}
+
+}  // namespace
+}  // namespace tarnvisor

@@ -1,0 +1,323 @@
+// The main frame's commands: bars, placement, the acquisition chain, recording.
+#include "frame/mainframe.h"
+
+#include <gmock/gmock.h>
+
+#include "app/recentfiles.h"
+#include "assembly/assembly.h"
+#include "framework/commandids.h"
+#include "support/apptest.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+struct PlainDocument : CDocument {
+  void serialize(Archive&) override {}
+};
+
+struct LiveView : CView, LiveSink {
+  explicit LiveView(CDocument& d) : CView(d) { theApp().liveView = this; }
+  ~LiveView() override { theApp().liveView = nullptr; }
+  void redrawNow() override {}
+  void framesPassed(int32_t, int32_t) override {}
+  void freezeAndSave(const std::string& path) override { calls.push_back("save " + path); }
+  void startCamera() override { calls.emplace_back("camera on"); }
+  void stopCamera() override { calls.emplace_back("camera off"); }
+  std::vector<std::string> calls;
+};
+
+struct VelocityView : CView, VelocitySink {
+  explicit VelocityView(CDocument& d) : CView(d) { theApp().flo1View = this; }
+  ~VelocityView() override { theApp().flo1View = nullptr; }
+  bool isRecording() const override { return recording; }
+  void takeSamples(std::span<const int16_t>) override {}
+  void start() override { recording = true; }
+  void stop() override { recording = false; }
+  bool recording = false;
+};
+
+struct RecorderView : CView, RecorderSink {
+  explicit RecorderView(CDocument& d) : CView(d) { theApp().recorder = this; }
+  ~RecorderView() override { theApp().recorder = nullptr; }
+  bool isRecording() const override { return recording; }
+  void startRecording() override { recording = true; }
+  void stopRecording() override { recording = false; }
+  bool recording = false;
+};
+
+struct Device : VelocityInput {
+  void setAddress(int32_t) override {}
+  void initialise(int32_t) override {}
+  bool isReady() const override { return true; }
+  int32_t availableSamples() override { return 0; }
+  int32_t read(std::span<int16_t>) override { return 0; }
+  void stop() override {}
+};
+
+std::unique_ptr<CDocument> makePlain() { return std::make_unique<PlainDocument>(); }
+template <class View>
+std::unique_ptr<CView> make(CDocument& document) {
+  return std::make_unique<View>(document);
+}
+
+class Frame : public AppTest {
+ protected:
+  // Returns with the start's own windows open.
+  void startFrame(const std::string& profileText, std::vector<DocumentRow> rows = {}) {
+    writeProfile(profileText);
+    table = std::move(rows);
+    options.documentTable = table;
+    app = std::make_unique<CBasicApp>();
+    app->velocityInput = &device;
+    ASSERT_TRUE(app->initInstance(options));
+    frame = std::make_unique<CBasicMainFrame>(*app);
+    frame->windowShown();
+  }
+  void startWithInputs(const std::string& profileText) {
+    using G = DocumentRow::Gate;
+    startFrame(profileText, {{G::Live,
+                              {1, "\nLive\n\n\n\n", "", "", "", &makePlain, &make<LiveView>},
+                              &ProcessState::liveTemplate},
+                             {G::Image,
+                              {2, "\nRecorder\n\n\n\n", "", "", "", &makePlain, &make<RecorderView>},
+                              &ProcessState::cytoTemplate},
+                             {G::Velocity,
+                              {3, "\nFLO\n\n\n\n", "", "", "", &makePlain, &make<VelocityView>},
+                              &ProcessState::flo1Template}});
+  }
+  ~Frame() override {
+    if (app) (void)app->documents.closeAll();
+    frame.reset();
+  }
+  CommandResult run(int32_t id) { return app->runCommand(id); }
+  LiveView& live() { return static_cast<LiveView&>(*app->liveView); }
+
+  Device device;
+  std::vector<DocumentRow> table;
+  std::unique_ptr<CBasicMainFrame> frame;
+};
+
+TEST_F(Frame, BarsFollowExpertModeChannelsAndTheirCommands) {
+  struct Case {
+    const char* keys;
+    std::vector<int32_t> commands;
+    bool main, ops, record;
+  };
+  const Case cases[] = {
+      {"", {}, true, true, true},
+      {"expertmode=0\n", {}, false, false, false},
+      {"expertmode=0\n", {cmd::ExpertMode}, true, true, true},
+      {"fgmode=0\n", {}, true, true, false},
+      {"tarnvisorEN=0\n", {}, true, false, true},
+      {"", {cmd::Toolbar}, false, false, true},
+      {"", {cmd::Toolbar, cmd::ExpertMode, cmd::ExpertMode}, true, true, true},
+      {"", {cmd::RecordBar}, true, true, false},
+      {"", {cmd::ToggleOpsGroup1, cmd::ToggleOpsGroup2}, true, true, true},
+      {"", {cmd::ToggleOpsGroup1, cmd::ToggleOpsGroup2, cmd::ToggleOpsGroup3}, true, false, true},
+      {"", {cmd::Toolbar, cmd::ToggleOpsGroup3}, false, true, true},
+  };
+  for (const Case& c : cases) {
+    startFrame(std::string("[Settings]\n") + c.keys);
+    for (const int32_t id : c.commands) EXPECT_EQ(run(id), CommandResult::Done) << id;
+    const Bars bars = frame->bars();
+    EXPECT_EQ(bars.main, c.main) << c.keys << c.commands.size();
+    EXPECT_EQ(bars.ops, c.ops) << c.keys << c.commands.size();
+    EXPECT_EQ(bars.record, c.record) << c.keys << c.commands.size();
+    frame.reset();
+    app.reset();
+  }
+}
+
+TEST_F(Frame, CytoModeLeavesTheOpsBarAlone) {
+  startFrame("");
+  process.cytoMode = 1;
+  run(cmd::Toolbar);
+  EXPECT_FALSE(frame->bars().main);
+  EXPECT_TRUE(frame->bars().ops);
+}
+
+TEST_F(Frame, TheStatusBarIsHiddenUntilSomebodyWantsIt) {
+  startFrame("");
+  EXPECT_FALSE(frame->bars().statusBar);
+  run(cmd::StatusBar);
+  frame->windowShown();
+  EXPECT_TRUE(frame->bars().statusBar);
+  run(cmd::AlwaysOnTop);
+  run(cmd::StatusWindow);
+  EXPECT_TRUE(frame->bars().alwaysOnTop && frame->bars().statusWindow);
+}
+
+TEST_F(Frame, PlacementComesFromTheProfileAndStaysOnTheScreen) {
+  startFrame("");
+  const Placement first = readPlacement({1920, 1080});
+  EXPECT_EQ(first.width, 1920);
+  EXPECT_EQ(first.height, 1080);
+  EXPECT_EQ(first.status, (Point{100, 100}));
+  frame->storePlacement({40, 30, 800, 600, {1500, 90}}, false);
+  frame->storePlacement({1, 2, 3, 4, {5, 6}}, true);  // minimised: the one before stays
+  const Placement again = readPlacement({1400, 1080});
+  EXPECT_EQ(again.left, 40);
+  EXPECT_EQ(again.width, 800);
+  EXPECT_EQ(again.status, (Point{0, 90})) << "beyond the screen's width";
+  EXPECT_EQ(settings.getInt("MainWindow", "FLO1", 9), 0);
+  EXPECT_EQ(settings.getInt("MainWindow", "fg", 9), 0);
+  frame->storePlacement({2000, 30, 800, 600, {-1, 1080}}, false);
+  EXPECT_EQ(readPlacement({1400, 1080}).left, 0) << "the other screen is gone";
+  EXPECT_EQ(readPlacement({1400, 1080}).status, (Point{0, 0}));
+  EXPECT_EQ(readPlacement({4000, 2000}).left, 2000);
+}
+
+TEST_F(Frame, WithoutInputsTheChainAndItsButtonsDoNothing) {
+  startFrame("");
+  for (const int32_t id : {cmd::AcquisitionChain, cmd::AcquisitionStartVelocity, cmd::AcquisitionShowLive,
+                           cmd::AcquisitionStartCamera})
+    EXPECT_EQ(run(id), CommandResult::Done);
+  for (const int32_t id : {cmd::LiveVideo, cmd::OpenAcquisitionWindows, cmd::RunStop, cmd::Stop, cmd::Trigger,
+                           cmd::SaveImage, cmd::RecordSequence, cmd::Flo1Monitor})
+    EXPECT_EQ(run(id), CommandResult::Disabled) << id;
+  while (app->loop.hasPosted()) (void)app->loop.turn();
+  EXPECT_THAT(host.messages, IsEmpty());
+  EXPECT_THAT(app->documents.documents(), IsEmpty());
+}
+
+// What the present version registers opens no live window, and says nothing about it.
+TEST_F(Frame, TypesThatOpenNothingCountAsAbsent) {
+  startFrame("", {documentTable().begin(), documentTable().end()});
+  EXPECT_EQ(run(cmd::LiveVideo), CommandResult::Disabled);
+  EXPECT_EQ(run(cmd::AcquisitionChain), CommandResult::Done);
+  EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(Frame, TheChainStartsTheVelocityInputAndThenTheCamera) {
+  startWithInputs("[Settings]\nfloEN=1\n");
+  ASSERT_TRUE(app->liveView && app->flo1View) << "both open at the start";
+  EXPECT_EQ(run(cmd::RunStop), CommandResult::Done);
+  EXPECT_EQ(app->documents.active(), &static_cast<VelocityView*>(app->flo1View)->document());
+  (void)app->loop.turn();
+  EXPECT_TRUE(app->flo1View->isRecording());
+  ASSERT_TRUE(app->loop.hasTimer(CBasicMainFrame::kAcquisitionTimer));
+  EXPECT_THAT(live().calls, IsEmpty());
+  run(cmd::AcquisitionShowLive);  // as the timer does
+  EXPECT_FALSE(app->loop.hasTimer(CBasicMainFrame::kAcquisitionTimer));
+  EXPECT_EQ(app->documents.active(), &live().document());
+  (void)app->loop.turn();
+  EXPECT_THAT(live().calls, ElementsAre("camera on"));
+  run(cmd::RunStop);
+  EXPECT_FALSE(app->flo1View->isRecording());
+  EXPECT_THAT(live().calls, ElementsAre("camera on", "camera off"));
+}
+
+TEST_F(Frame, AMissingVelocityInputIsToldAtTheStartAndWhenAskedFor) {
+  writeProfile("");
+  startFrame("[Settings]\nfloEN=1\n");
+  process.flo1Available = 0;
+  run(cmd::Flo1Monitor);
+  EXPECT_THAT(host.messages, ElementsAre("The velocity input is not available."));
+  settings.setInt("MainWindow", "FLO1", 0);
+  frame->windowShown();
+  EXPECT_EQ(host.messages.size(), 1u);
+}
+
+TEST_F(Frame, ATriggerSavesAnImageOrRecords) {
+  startWithInputs("");
+  run(cmd::Trigger);
+  EXPECT_THAT(live().calls, ElementsAre("save "));
+  frame->takeRecordBar({"/records", "base", 0, 1});
+  EXPECT_EQ(settings.getString("directories", "basename", ""), "base");
+  EXPECT_EQ(settings.getInt("Dynamic settings", "direct2disc", 9), 0);
+  EXPECT_EQ(settings.getInt("Dynamic settings", "triggermovie", 9), 1);
+  run(cmd::TriggerButton);
+  ASSERT_NE(app->recorder, nullptr) << "opened by the first recording";
+  EXPECT_TRUE(app->recorder->isRecording());
+  run(cmd::Trigger);
+  EXPECT_FALSE(app->recorder->isRecording());
+  EXPECT_EQ(process.cytoTemplate->documents().size(), 1u);
+}
+
+TEST_F(Frame, TheRecordingFolderIsChosenOnlyWithACamera) {
+  startFrame("[Settings]\nfgmode=1\n");
+  host.paths.push_back(folder.file("records"));
+  run(cmd::RecordFolder);
+  EXPECT_EQ(settings.getString("directories", "recorddir", ""), folder.file("records"));
+  EXPECT_THAT(host.messages, ElementsAre("Select Recording folder"));
+  EXPECT_THAT(frame->statusText(), HasSubstr("Recording folder  " + folder.file("records")));
+  app->fgMode = 0;
+  EXPECT_EQ(run(cmd::RecordFolder), CommandResult::Disabled);
+}
+
+TEST_F(Frame, PopupsOpenAtTheirPlace) {
+  startFrame("");
+  run(cmd::MainPopup);
+  run(cmd::SecondPopup);
+  run(cmd::WindowCascade);
+  EXPECT_THAT(std::vector(host.calls.end() - 3, host.calls.end()),
+              ElementsAre("popup 10017 100,100", "popup 10026 100,100", "cascade"));
+}
+
+TEST_F(Frame, AnotherDataFolderIsOpenedOnceAllDocumentsAreClosed) {
+  options.dataFolder = folder.file("one");
+  startFrame("", {documentTable().begin(), documentTable().end()});
+  app->subjectId = "S";
+  app->examId = 3;
+  CDocument* open = process.imageTemplate->newDocument();
+  open->setModified();
+  host.paths.push_back(folder.file("two"));
+  host.answers.push_back(Answer::Cancel);
+  run(cmd::DataFolder);
+  EXPECT_EQ(app->dataFolder, folder.file("one/")) << "a document stays open";
+  EXPECT_EQ(app->subjectId, "S");
+  open->setModified(false);
+  host.paths.push_back(folder.file("two"));
+  run(cmd::DataFolder);
+  EXPECT_THAT(app->documents.documents(), IsEmpty());
+  EXPECT_EQ(settings.getString("Settings", "database", ""), folder.file("two/tarn.db"));
+  EXPECT_EQ(app->subjectId, "");
+  EXPECT_EQ(app->examId, -1);
+  EXPECT_EQ(process.recordDir, folder.file("two/"));
+  ASSERT_TRUE(app->db);
+  // One that can't be used: the present one stays.
+  ASSERT_TRUE(replaceFile(folder.file("file"), std::string_view("x")));
+  host.paths.push_back(folder.file("file"));
+  run(cmd::DataFolder);
+  EXPECT_THAT(host.messages.back(), HasSubstr("can't be made"));
+  EXPECT_EQ(app->dataFolder, folder.file("two/"));
+  EXPECT_TRUE(app->db);
+  EXPECT_EQ(settings.getString("Settings", "database", ""), folder.file("two/tarn.db"));
+}
+
+TEST_F(Frame, FourFilesAreKeptAsRecent) {
+  startFrame("", {documentTable().begin(), documentTable().end()});
+  std::vector<std::string> paths;
+  for (int i = 0; i < 5; ++i) {
+    paths.push_back(folder.file("f" + std::to_string(i) + ".csv"));
+    ASSERT_TRUE(replaceFile(paths.back(), std::string_view("x")));
+    ASSERT_NE(app->openDocumentFile(paths.back()), nullptr);
+  }
+  EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[2], paths[1]));
+  EXPECT_EQ(settings.getString("Recent File List", "File4", ""), paths[1]);
+  ASSERT_NE(app->openDocumentFile(folder.file("./f4.csv")), nullptr) << "one file in other words";
+  EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[2], paths[1]));
+  EXPECT_EQ(recentFileLabel(recentFiles(), 1), "&2 f3.csv");
+  EXPECT_EQ(recentFileLabel({"/a/x&y", "/b/x&y"}, 0), "&1 /a/x&&y") << "two of one name";
+  run(cmd::RecentFile3);
+  EXPECT_EQ(app->documents.active()->pathName(), paths[2]);
+  EXPECT_THAT(recentFiles(), ElementsAre(paths[2], paths[4], paths[3], paths[1]));
+  run(cmd::FileClose);
+  ASSERT_EQ(std::remove(paths[2].c_str()), 0);
+  run(cmd::RecentFile1);
+  EXPECT_THAT(host.messages.back(), HasSubstr("taken off the list"));
+  EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[1]));
+  run(cmd::RecentFile4);  // no such entry
+  addRecentFile("/" + std::string(250, 'p'));
+  EXPECT_EQ(recentFiles().size(), 3u) << "the profile could not hold it whole";
+  process.quietMode = 1;
+  ASSERT_NE(app->openDocumentFile(paths[3]), nullptr);
+  EXPECT_EQ(recentFiles().front(), paths[4]);
+}
+
+}  // namespace
+}  // namespace tarnvisor

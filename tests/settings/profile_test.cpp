@@ -1,0 +1,217 @@
+#include "settings/profile.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "base/files.h"
+#include "settings/settings.h"
+#include "support/tempfolder.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
+
+class Profile : public ::testing::Test {
+ protected:
+  ~Profile() override {
+    settings.setPath("");
+    hwSettings.setPath("");
+  }
+  void put(const std::string& name, const std::string& text) {
+    ASSERT_TRUE(replaceFile(folder.file(name), std::string_view(text)));
+  }
+  // The file's text; "-" when there is none.
+  std::string get(const std::string& name) { return readWholeText(folder.file(name)).value_or("-"); }
+  ProfileDialog dialog() { return {folder.path(), "station", folder.file("station.def")}; }
+
+  TempFolder folder;
+};
+
+struct Face : ProfileFace {
+  explicit Face(std::function<bool(ProfileDialog&)> todo) : answer(std::move(todo)) {}
+  bool run(ProfileDialog& d) override {
+    ++runs;
+    return answer(d);
+  }
+  std::function<bool(ProfileDialog&)> answer;
+  int runs = 0;
+};
+
+TEST_F(Profile, IsCopiedFromTheFactoryProfileOnlyWhereThereIsNoOther) {
+  const std::string factory("[a]\r\nx=1\n\0\xff", 12);
+  struct Case {
+    const char* what;
+    bool def;
+    const char* own;
+    const char* other;
+    std::string expected;
+  };
+  const Case cases[] = {{"only .def", true, nullptr, nullptr, factory},
+                        {"neither", false, nullptr, nullptr, "-"},
+                        {"both", true, "[own]\n", nullptr, "[own]\n"},
+                        {"another .ini", true, nullptr, "", "-"}};
+  for (const Case& c : cases) {
+    for (const char* name : {"station.def", "station.ini", "other.ini"})
+      std::filesystem::remove(folder.file(name));
+    if (c.def) put("station.def", factory);
+    if (c.own) put("station.ini", c.own);
+    if (c.other) put("other.ini", c.other);
+    ASSERT_TRUE(selectProfile(folder.file("station.bin"), false));
+    EXPECT_EQ(get("station.ini"), c.expected) << c.what;
+    EXPECT_EQ(settings.path(), folder.file("station.ini")) << c.what;
+    EXPECT_EQ(hwSettings.path(), folder.file("station.HW"));
+    EXPECT_EQ(programFolder(), folder.path());
+    EXPECT_EQ(installedFolder(), folder.path());
+  }
+}
+
+TEST_F(Profile, WithoutAnyFileIsMadeByTheFirstWrite) {
+  ASSERT_TRUE(selectProfile(folder.file("station"), true, nullptr));
+  EXPECT_EQ(settings.getInt("Settings", "fgmode", 7), 7);
+  EXPECT_EQ(get("station.ini"), "-");
+  settings.setInt("Settings", "fgmode", 1);
+  EXPECT_EQ(get("station.ini"), "[Settings]\nfgmode=1\n");
+  hwSettings.setUnsigned("flo1", "address", 4000000000u);
+  EXPECT_EQ(get("station.HW"), "[flo1]\naddress=4000000000\n");
+}
+
+TEST_F(Profile, PathOfUpTo260CharactersIsTaken) {
+  for (const size_t length : {260u, 261u}) {
+    settings.setPath("");
+    std::string path = folder.path();
+    while (path.size() + 2 < length) path += "./";
+    path += std::string(length - path.size(), 's');
+    EXPECT_TRUE(selectProfile(path, false));
+    EXPECT_EQ(settings.path(), length == 260 ? path + ".ini" : "");
+  }
+}
+
+TEST_F(Profile, StandsInTheUsersConfigurationFolderWhereTheProgramsCantBeWritten) {
+  ASSERT_TRUE(makeFolderPath(folder.file("app")));
+  ASSERT_TRUE(makeFolderPath(folder.file("home")));
+  put("app/station.def", "[f]\nx=1\n");
+  for (const auto& [name, mode] : {std::pair{"", 0755}, {"app", 0555}, {"home", 0777}})
+    ASSERT_EQ(::chmod(folder.file(name).c_str(), static_cast<mode_t>(mode)), 0);
+  for (const bool ownVariable : {true, false}) {
+    const pid_t child = ::fork();  // the superuser could write anywhere
+    ASSERT_GE(child, 0);
+    const std::string expected =
+        folder.file(ownVariable ? "home/tarnvisor/" : "home/.config/tarnvisor/") + "station.ini";
+    if (child == 0) {
+      if (::geteuid() == 0 && ::setresuid(65534, 65534, 65534) != 0) ::_exit(2);
+      ::setenv("XDG_CONFIG_HOME", ownVariable ? folder.file("home").c_str() : "", 1);
+      ::setenv("HOME", folder.file("home").c_str(), 1);
+      const bool good = selectProfile(folder.file("app/station"), false) && settings.path() == expected &&
+                        installedFolder() == folder.file("app/") && programFolder() == folderOf(expected);
+      ::_exit(good ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(readWholeText(expected), "[f]\nx=1\n");
+  }
+  ::chmod(folder.file("app").c_str(), 0755);
+}
+
+TEST_F(Profile, DialogIsShownOnRequestWhenThereAreProfilesAndItsChoiceIsUsed) {
+  Face never([](ProfileDialog&) { return false; });
+  EXPECT_TRUE(selectProfile(folder.file("station"), true, &never));
+  put("station.ini", "");
+  put("left eye, dim.ini", "");
+  EXPECT_TRUE(selectProfile(folder.file("station"), false, &never));
+  EXPECT_EQ(never.runs, 0);
+  EXPECT_FALSE(selectProfile(folder.file("station"), true, &never)) << "Cancel ends the start";
+  for (const auto& [choice, file] : {std::pair{"normal", "station.ini"},
+                                     {"left eye, dim", "left eye, dim.ini"},
+                                     {"unlisted", "station.ini"}}) {
+    Face choose([&choice = choice](ProfileDialog& d) {
+      d.select(choice);
+      return true;
+    });
+    EXPECT_TRUE(selectProfile(folder.file("station"), true, &choose));
+    EXPECT_EQ(settings.path(), folder.file(file));
+    EXPECT_EQ(hwSettings.path(), folder.file("station.HW")) << "the machine's store is one for all profiles";
+  }
+}
+
+TEST_F(Profile, DialogListsTheProgramsOwnAsNormal) {
+  for (const char* name : {"station.ini", "a.ini", "b.c.ini", "station.def", "a.bak"}) put(name, "");
+  const ProfileDialog d = dialog();
+  EXPECT_THAT(d.names(), UnorderedElementsAre("normal", "a", "b.c"));
+  EXPECT_EQ(d.selected(), "normal");
+}
+
+TEST_F(Profile, DialogAddsACopyOfTheSelectedProfile) {
+  put("station.ini", "own");
+  put("a.ini", "A");
+  ProfileDialog d = dialog();
+  ASSERT_TRUE(d.addCopy("Dr. O'Neill; 50% \"soft\" \\ light"));
+  EXPECT_EQ(d.selected(), "Dr. O'Neill; 50% \"soft\" \\ light");
+  EXPECT_EQ(get(d.selected() + ".ini"), "own");
+  d.select("a");
+  ASSERT_TRUE(d.addCopy("b"));
+  EXPECT_EQ(get("b.ini"), "A");
+  for (const char* bad : {"", "x/y", "normal", "a", "station"}) EXPECT_FALSE(d.addCopy(bad)) << bad;
+  EXPECT_EQ(d.names().size(), 4u);
+}
+
+TEST_F(Profile, DialogRemovesToABackupThatReplacesAnOlderOne) {
+  put("station.ini", "own");
+  put("b.c.ini", "B");
+  put("b.c.bak", "old");
+  ProfileDialog d = dialog();
+  EXPECT_FALSE(d.remove()) << "normal stays";
+  EXPECT_EQ(get("station.ini"), "own");
+  d.select("b.c");
+  EXPECT_TRUE(d.remove());
+  EXPECT_EQ(get("b.c.ini"), "-");
+  EXPECT_EQ(get("b.c.bak"), "B");
+  EXPECT_THAT(d.names(), ElementsAre("normal"));
+  EXPECT_EQ(d.selected(), "normal");
+}
+
+TEST_F(Profile, DialogResetsToTheFactoryProfileAndKeepsABackup) {
+  put("station.ini", "own");
+  put("a.ini", "A");
+  ProfileDialog d = dialog();
+  EXPECT_FALSE(d.resetToDefault()) << "without a factory profile nothing is lost";
+  EXPECT_EQ(get("station.ini"), "own");
+  put("station.def", "F");
+  for (const auto& [profile, file] : {std::pair{"normal", "station"}, {"a", "a"}}) {
+    const std::string before = get(file + std::string(".ini"));
+    d.select(profile);
+    EXPECT_TRUE(d.resetToDefault());
+    EXPECT_EQ(get(file + std::string(".ini")), "F");
+    EXPECT_EQ(get(file + std::string(".bak")), before);
+  }
+  std::filesystem::remove(folder.file("station.ini"));
+  d.select("normal");
+  EXPECT_TRUE(d.resetToDefault());
+  EXPECT_EQ(get("station.ini"), "F") << "also when the profile has gone";
+}
+
+TEST_F(Profile, ThatIsNamedHasItsLogAndMachineStoreBesideIt) {
+  ASSERT_TRUE(selectProfileFile(folder.file("bin/station"), folder.file("mine.ini")));
+  EXPECT_EQ(settings.path(), folder.file("mine.ini"));
+  EXPECT_EQ(hwSettings.path(), folder.file("mine.HW"));
+  EXPECT_EQ(programFolder(), folder.path());
+  EXPECT_EQ(installedFolder(), folder.file("bin/"));
+}
+
+TEST_F(Profile, RemembersTheFolderOfADocument) {
+  settings.setPath(folder.file("a.ini"));
+  rememberFolder(folder.file("x.tv1"));
+  EXPECT_EQ(settings.getString("SETTINGS", "directory", ""), folder.path());
+  rememberFolder("x.tv1");
+  EXPECT_EQ(settings.getString("settings", "directory", ""),
+            withSeparator(std::filesystem::current_path().string()));
+}
+
+}  // namespace
+}  // namespace tarnvisor
