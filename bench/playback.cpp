@@ -120,8 +120,7 @@ int play() {
     QTimer::singleShot(static_cast<int>(kSeconds * 1000), Qt::PreciseTimer, [] { QApplication::exit(); });
     QApplication::exec();
     std::printf(
-        "images due %.0f, painted %zu, shown at the end %i; farthest from the clock %.1f images; processor "
-        "%.0f %% of a core\n",
+        "images due %.0f, painted %zu, shown at the end %i; farthest from the clock %.1f images; processor %.0f %% of a core\n",
         kSeconds * kRate, watcher.painted.size(), document->currentIndex(), watcher.farthest,
         100 * (processorSeconds() - processor) / kSeconds);
     view.stopPlayback();

@@ -84,8 +84,7 @@ void inOrder(const char* name, const std::string& path) {
     return times.empty() ? 0.0 : kFrames * 1000.0 / median(times);
   };
   std::printf(
-      "%-8s in order, opening included: %7.0f frames/s   VideoCapture %7.0f   ffmpeg %7.0f   ours / "
-      "VideoCapture %.2f\n",
+      "%-8s in order, opening included: %7.0f frames/s   VideoCapture %7.0f   ffmpeg %7.0f   ours / VideoCapture %.2f\n",
       name, perSecond(ours), perSecond(captured), perSecond(commanded),
       captured.empty() ? 0.0 : perSecond(ours) / perSecond(captured));
 }
@@ -116,8 +115,7 @@ void outOfOrder(const char* name, const std::string& path) {
   }
   if (back.empty()) back.push_back(0);
   std::printf(
-      "%-8s one group of %d: %.1f ms   a frame out of order: %.1f (worst %.1f)   a step back: %.2f (worst "
-      "%.2f)   back into the group before: %.1f\n",
+      "%-8s one group of %d: %.1f ms   a frame out of order: %.1f (worst %.1f)   a step back: %.2f (worst %.2f)   back into the group before: %.1f\n",
       name, kKeyEvery, median(groups), median(singles), worst(singles), median(back), worst(back),
       median(across));
 }

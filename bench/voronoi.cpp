@@ -10,8 +10,8 @@
 #include "assembly/assembly.h"
 #include "base/files.h"
 #include "batch/scripthost.h"
-#include "framework/commandids.h"
 #include "framework/documenttype.h"
+#include "imagedoc/commandids.h"
 #include "imagedoc/zbasicdoc.h"
 
 namespace tarnvisor {

@@ -23,7 +23,7 @@
 #include "desktop/formdialog.h"
 #include "desktop/qthost.h"
 #include "frame/mainframe.h"
-#include "framework/commandids.h"
+#include "imagedoc/commandids.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {

@@ -82,7 +82,9 @@ function(add_room_tests)
   file(WRITE ${CMAKE_BINARY_DIR}/rooms.txt "${list}")
   add_test(NAME rooms.listWhatTheyInclude
            COMMAND ${CMAKE_COMMAND} -D ROOMS=${CMAKE_BINARY_DIR}/rooms.txt -D SOURCE=${CMAKE_SOURCE_DIR}/src
-                   -P ${CMAKE_SOURCE_DIR}/cmake/check_rooms.cmake)
+                   -P ${CMAKE_SOURCE_DIR}/tests/house/includes.cmake)
+  add_test(NAME rooms.giveEachCommandANumber
+           COMMAND ${CMAKE_COMMAND} -D SOURCE=${CMAKE_SOURCE_DIR}/src -P ${CMAKE_SOURCE_DIR}/tests/house/ids.cmake)
   add_test(NAME rooms.dependUpwardsInVain
            COMMAND ${CMAKE_COMMAND} -G ${CMAKE_GENERATOR} -S ${CMAKE_SOURCE_DIR}/tests/house -B ${CMAKE_BINARY_DIR}/tests/house)
   set_tests_properties(rooms.dependUpwardsInVain PROPERTIES

@@ -7,8 +7,17 @@ install(DIRECTORY help DESTINATION ${TARNVISOR_HOME} PATTERN make EXCLUDE)
 install(FILES README.md LICENSE DESTINATION share/doc/tarnvisor)
 install(FILES LICENSE DESTINATION share/doc/tarnvisor RENAME copyright)
 install(DIRECTORY docs/formats DESTINATION share/doc/tarnvisor)
-install(FILES packaging/tarnvisor.desktop DESTINATION share/applications)
-install(FILES packaging/tarnvisor.xml DESTINATION share/mime/packages)
+# What the desktop is told of file types comes from the rows of the kinds of document.
+add_executable(tarnvisor-filetypes packaging/filetypes.cpp)
+target_link_libraries(tarnvisor-filetypes PRIVATE assembly)
+set(TARNVISOR_TOLD ${CMAKE_BINARY_DIR}/packaging/tarnvisor)
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/packaging)
+add_custom_command(OUTPUT ${TARNVISOR_TOLD}.desktop ${TARNVISOR_TOLD}.xml
+  COMMAND tarnvisor-filetypes ${CMAKE_SOURCE_DIR}/packaging/tarnvisor.desktop ${TARNVISOR_TOLD}.desktop ${TARNVISOR_TOLD}.xml
+  DEPENDS tarnvisor-filetypes packaging/tarnvisor.desktop)
+add_custom_target(filetypes ALL DEPENDS ${TARNVISOR_TOLD}.desktop ${TARNVISOR_TOLD}.xml)
+install(FILES ${TARNVISOR_TOLD}.desktop DESTINATION share/applications)
+install(FILES ${TARNVISOR_TOLD}.xml DESTINATION share/mime/packages)
 install(FILES src/desktop/icons/tarnvisor.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES src/desktop/icons/document.svg DESTINATION share/icons/hicolor/scalable/mimetypes
         RENAME tarnvisor-document.svg)

@@ -4,7 +4,7 @@
 
 #include "app/basicapp.h"
 #include "charts/chartview.h"
-#include "framework/commandids.h"
+#include "charts/commandids.h"
 #include "quiethost.h"
 
 using namespace tarnvisor;

@@ -5,11 +5,12 @@
 #include <cctype>
 #include <filesystem>
 
+#include "app/commandids.h"
 #include "app/recentfiles.h"
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
-#include "framework/commandids.h"
+#include "base/version.h"
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/profile.h"
@@ -46,40 +47,79 @@ CBasicApp::~CBasicApp() {
   runningApp = nullptr;
 }
 
-bool gateOpen(DocumentRow::Gate gate) {
-  const bool image = process.tarnvisorEnabled;
-  switch (gate) {
-    case DocumentRow::Gate::Image:
-      return image;
-    case DocumentRow::Gate::Live:
-      return image && process.fgAvailable;
-    case DocumentRow::Gate::ImageOrVelocity:
-      return image || process.floEnabled;
-    case DocumentRow::Gate::Velocity:
-      return process.floEnabled && process.flo1Available;
-    case DocumentRow::Gate::Dynamic:
-      return image && process.dynamicChannel();
-  }
-  return false;
-}
-
-const CommandTableBase* CBasicApp::commands() const {
+const CommandTableBase& CBasicApp::commandTable() {
   static const CommandTable<CBasicApp> table{
-      {cmd::FileOpen, "&Open...", &CBasicApp::onFileOpen},
+      {cmd::FileOpen,
+       "&Open...",
+       &CBasicApp::onFileOpen,
+       {.tip = "Open",
+        .status = "Opens images, result tables and other documents.",
+        .keys = "Ctrl+O",
+        .icon = "open"}},
       {cmd::Import, "&Import...", &CBasicApp::onFileImport, &CBasicApp::canImport},
-      {cmd::FileClose, "&Close", &CBasicApp::closeDocument, &CBasicApp::hasDocument},
-      {cmd::DataFolder, "Data &folder...", &CBasicApp::chooseDataFolder},
-      {cmd::RecentFile1, "", &CBasicApp::openRecent<0>},
-      {cmd::RecentFile2, "", &CBasicApp::openRecent<1>},
-      {cmd::RecentFile3, "", &CBasicApp::openRecent<2>},
-      {cmd::RecentFile4, "", &CBasicApp::openRecent<3>},
-      {cmd::WindowTile, "&Tile", &CBasicApp::tileWindows},
-      {cmd::WindowCascade, "C&ascade", &CBasicApp::cascadeWindows},
-      {cmd::HelpContents, "&Contents", &CBasicApp::helpContents},
-      {cmd::AppAbout, "&About Tarnvisor...", &CBasicApp::about},
-      {cmd::AppExit, "E&xit", &CBasicApp::closeProgram},
+      {cmd::FileClose,
+       "&Close",
+       &CBasicApp::closeDocument,
+       &CBasicApp::hasDocument,
+       {.tip = "Close", .status = "Closes the document in front.", .keys = "Ctrl+W"}},
+      {cmd::DataFolder,
+       "Data &folder...",
+       &CBasicApp::chooseDataFolder,
+       {.tip = "Data folder",
+        .status = "Closes all documents and works in another data folder with its own subjects.",
+        .icon = "data-folder"}},
+      {cmd::RecentFile1,
+       "",
+       &CBasicApp::openRecent<0>,
+       {.tip = "Latest file", .status = "Opens this file again."}},
+      {cmd::RecentFile2,
+       "",
+       &CBasicApp::openRecent<1>,
+       {.tip = "Second latest file", .status = "Opens this file again."}},
+      {cmd::RecentFile3,
+       "",
+       &CBasicApp::openRecent<2>,
+       {.tip = "Third latest file", .status = "Opens this file again."}},
+      {cmd::RecentFile4,
+       "",
+       &CBasicApp::openRecent<3>,
+       {.tip = "Fourth latest file", .status = "Opens this file again."}},
+      {cmd::WindowTile,
+       "&Tile",
+       &CBasicApp::tileWindows,
+       {.tip = "Tile windows",
+        .status = "Arranges the windows side by side.",
+        .keys = "Shift+F4",
+        .icon = "tile"}},
+      {cmd::WindowCascade,
+       "C&ascade",
+       &CBasicApp::cascadeWindows,
+       {.tip = "Cascade windows",
+        .status = "Arranges the windows one behind the other.",
+        .keys = "Shift+F5",
+        .icon = "cascade"}},
+      {cmd::HelpContents,
+       "&Contents",
+       &CBasicApp::helpContents,
+       {.tip = "Help",
+        .status = "Opens the manual at the page of the window in front.",
+        .keys = "F1",
+        .icon = "help"}},
+      {cmd::AppAbout,
+       "&About Tarnvisor...",
+       &CBasicApp::about,
+       {.tip = "About",
+        .status = "Shows the version, the memory and the room on the disc.",
+        .icon = "about"}},
+      {cmd::AppExit,
+       "E&xit",
+       &CBasicApp::closeProgram,
+       {.tip = "Exit",
+        .status = "Ends the program, asking about documents that have changed.",
+        .keys = "Ctrl+Q",
+        .icon = "exit"}},
   };
-  return &table;
+  return table;
 }
 
 void CBasicApp::readSettings() { readApplicationSettings(expertMode, showDb, fgMode); }
@@ -101,6 +141,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   logLine = commandLine.empty() ? options.logLine : commandLine;
   programPath = options.programPath;
   remembersFiles = options.remembersFiles;
+  documentTable = options.documentTable;
   const bool profileFound = options.profilePath.empty()
                                 ? selectProfile(options.programPath, false)
                                 : selectProfileFile(options.programPath, options.profilePath);
@@ -122,7 +163,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   else if (options.askForDataFolder || fileExists(settings.getString("Settings", "database", "")))
     openDatabase();
   registerDocumentTypes(options);
-  if (!host().windows.createMainFrame(kProgramTitle)) return false;
+  if (!host().windows.createMainFrame(programTitle())) return false;
   process.wmFreezeSave = static_cast<uint32_t>(InstanceMessage::FreezeSave);
   process.wmAutoLoad = static_cast<uint32_t>(InstanceMessage::AutoLoad);
   if (options.listenForOthers)
@@ -173,12 +214,12 @@ void CBasicApp::registerDocumentTypes(const StartOptions& options) {
 
 // A switch works only by posted commands, so that the opened document is in front when they come.
 void CBasicApp::runStartSwitch(char letter) {
-  if (letter == 'a') {
-    postMainCommand(cmd::ExportUncompressedAvi);
-    postMainCommand(cmd::AppExit);
-  }
-  if (letter == 'm') postMainCommand(cmd::MovementCorrectionWithoutDisplay);
-  if (letter == 'P') postMainCommand(cmd::NailfoldPanorama);
+  for (const auto& type : documents.types())
+    for (const StartSwitch& known : type->face().startSwitches)
+      if (known.letter == letter) {
+        for (const int32_t id : known.commands) postMainCommand(id);
+        return;
+      }
 }
 
 int32_t CBasicApp::exitInstance() {
@@ -225,7 +266,7 @@ void CBasicApp::onFileOpen() {
   if (documents.types().empty()) return;
   FileRequest request;
   request.title = "Open";
-  request.filter = kOpenFilter;
+  request.filter = openFilter(documentTable);
   int opened = 0;
   for (const std::string& path : host().choosers.openFiles(request))
     if (openDocumentFile(path)) ++opened;
@@ -277,14 +318,14 @@ void CBasicApp::helpContents() {
 }
 
 void CBasicApp::about() {
-  const char* title = process.floEnabled && !process.tarnvisorEnabled   ? "FLO1"
-                      : process.tarnvisorEnabled && !process.floEnabled ? "Tarnvisor"
-                                                                        : kProgramTitle;
+  const std::string title = process.floEnabled && !process.tarnvisorEnabled   ? "FLO1"
+                            : process.tarnvisorEnabled && !process.floEnabled ? "Tarnvisor"
+                                                                              : programTitle();
   const MemoryStatus memory = memoryStatus();
   host().messages.show(
       format("%s\n\nphysical memory %lluKB\nfree physical memory %lluKB\nmemory load %u %%\n"
              "used virtual memory %lluKB\nfree disc space %lluKB",
-             title, static_cast<unsigned long long>(memory.totalPhysical >> 10),
+             title.c_str(), static_cast<unsigned long long>(memory.totalPhysical >> 10),
              static_cast<unsigned long long>(memory.availablePhysical >> 10), memory.loadPercent,
              static_cast<unsigned long long>((memory.totalVirtual - memory.availableVirtual) >> 10),
              static_cast<unsigned long long>(freeDiscBytes(workingFolder()) >> 10)));

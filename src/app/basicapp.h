@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "app/documentrow.h"
 #include "app/inputs.h"
 #include "app/instancelink.h"
 #include "app/processstate.h"
@@ -20,33 +21,14 @@
 
 namespace tarnvisor {
 
-inline constexpr const char* kProgramTitle = "Tarnvisor 4.60.0.0";
-inline constexpr int32_t kVersion[4] = {4, 60, 0, 0};
 inline constexpr const char* kBuildStamp = "Sep  2 2025 14:40:32";
-inline constexpr const char* kOpenFilter =
-    "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi|Images (*.tv1)|*.tv1|Videos "
-    "(*.dtv)|*.dtv|AVI Videos "
-    "(*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF "
-    "(*.zzfcf)|*.zzfcf|XY charts "
-    "(*.zzxy)|*.zzxy|All files (*.*)|*.*||";
-
-// One row of the document table, filled in by assembly/.
-struct DocumentRow {
-  enum class Gate { Image, Live, ImageOrVelocity, Velocity, Dynamic };
-  Gate gate;
-  DocumentClass classes;
-  DocumentType* ProcessState::*keptAs = nullptr;  // null when no reference is kept
-  bool registered = true;                         // takes part in matching files
-};
-// Whether a row's channels are on.
-bool gateOpen(DocumentRow::Gate gate);
 
 struct StartOptions {
   std::string programPath;
   std::string profilePath;  // a profile to use in place of the program's own; empty for that
   std::string commandLine;  // as given: a file, or "/x " and a file
   std::string logLine;      // what the log tells of the start in place of an empty command line
-  std::span<const DocumentRow> documentTable;
+  std::span<const DocumentRow> documentTable;   // outlives the application
   std::function<void()> bindCameraControllers;  // before the first row, with the image channel on
   bool listenForOthers = true;                  // take messages from other processes
   std::string dataFolder;                       // a data folder in place of the profile's; empty for that
@@ -103,7 +85,8 @@ class CBasicApp : public CommandTarget {
   // The recent file at an index (app/recentfiles.h); one that can't be opened leaves the list.
   void openRecentFile(size_t index);
   void closeProgram();
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
   std::string programPath;
   std::string dbPath;
@@ -155,6 +138,7 @@ class CBasicApp : public CommandTarget {
   std::vector<int16_t> sampleBuffer;
   std::optional<InstanceLink> link;
   bool remembersFiles = true;
+  std::span<const DocumentRow> documentTable;
   bool wasRecording = false;
   int32_t lastFrameCounter = 0;
   std::string commandLine;

@@ -1,6 +1,7 @@
 // Opening and creating the subject database of the data folder.
 #include "app/basicapp.h"
 #include "base/files.h"
+#include "base/version.h"
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/settings.h"

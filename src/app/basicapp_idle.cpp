@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "app/basicapp.h"
-#include "framework/commandids.h"
+#include "app/commandids.h"
 
 namespace tarnvisor {
 

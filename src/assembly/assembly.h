@@ -1,10 +1,10 @@
-// The one place that names every document class: the document table in the order in which files are matched,
-// and the classes that are stored by reference.
+// The one place that names every kind of document: the document table in the order in which files are
+// matched, and the classes that are stored by reference.
 #pragma once
 
 #include <span>
 
-#include "app/basicapp.h"
+#include "app/documentrow.h"
 
 namespace tarnvisor {
 

@@ -9,7 +9,6 @@
 #include "batch/pictures.h"
 #include "dynamic/vivocapdoc.h"
 #include "exams/subjectselection.h"
-#include "framework/commandids.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/zbasicdoc.h"
 #include "results/resultdoc.h"

@@ -7,6 +7,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "base/version.h"
 
 namespace tarnvisor {
 
@@ -232,7 +233,7 @@ BatchOptions parseBatchOptions(const std::vector<std::string>& arguments) {
   for (size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (argument == "--help") return end(0, kUsage);
-    if (argument == "--version") return end(0, "tarnvisor-batch 4.60.0.0\n");
+    if (argument == "--version") return end(0, "tarnvisor-batch " + versionText() + "\n");
     if (argument == "--json")
       options.json = true;
     else if (argument == "--keep-going")

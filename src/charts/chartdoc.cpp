@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "charts/chartwatcher.h"
-#include "framework/commandids.h"
+#include "charts/commandids.h"
 #include "host/host.h"
 #include "settings/settings.h"
 
@@ -31,13 +31,18 @@ void tellWatchers(const ZchartDoc& document, Act act) {
 ZchartDoc::ZchartDoc() = default;
 ZchartDoc::~ZchartDoc() = default;
 
-const CommandTableBase* ZchartDoc::commands() const {
+const CommandTableBase& ZchartDoc::commandTable() {
   using D = ZchartDoc;
-  static const CommandTable<D> table{{{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
-                                      {cmd::RedoTrace, "&Redo", &D::redo, &D::canRedo},
-                                      {cmd::Redo, "", &D::redo, &D::canRedo}},
-                                     CdbDocument::commands()};
-  return &table;
+  static const CommandTable<D> table{
+      {{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
+       {cmd::RedoTrace,
+        "&Redo",
+        &D::redo,
+        &D::canRedo,
+        {.tip = "Redo", .status = "Does again what was taken back.", .keys = "Ctrl+Shift+Z", .icon = "redo"}},
+       {cmd::Redo, "", &D::redo, &D::canRedo}},
+      &CdbDocument::commandTable()};
+  return table;
 }
 
 // --- traces

@@ -56,7 +56,8 @@ class ZchartDoc : public CdbDocument {
   bool save() override;
   void deleteContents() override;
   void serialize(Archive& archive) override;
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
   virtual void readSettings();
   virtual void saveSettings() const;
 

@@ -77,7 +77,8 @@ class ZchartView : public CView, public ChartWatcher {
                    bool ofSelection) const;
 
   // --- chartview_commands.cpp
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
   double selfrom = 0.0;
   double selto = 0.0;

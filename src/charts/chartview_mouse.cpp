@@ -5,7 +5,6 @@
 
 #include "charts/chartview.h"
 #include "charts/livechartdoc.h"
-#include "framework/commandids.h"
 
 namespace tarnvisor {
 

@@ -7,8 +7,8 @@
 #include "base/text.h"
 #include "charts/axis.h"
 #include "charts/chartprint.h"
+#include "charts/commandids.h"
 #include "charts/screentrace.h"
-#include "framework/commandids.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
 
@@ -142,14 +142,14 @@ std::vector<StatusPane> xychartvw::panes() const {
   return texts;
 }
 
-const CommandTableBase* xychartvw::commands() const {
+const CommandTableBase& xychartvw::commandTable() {
   using V = xychartvw;
   static const CommandTable<V> table{
       {cmd::FilePrint, "&Print...", &V::printCommand, &V::hasPairs},
       {cmd::FilePrintPreview, "Print Pre&view", &V::previewCommand, &V::hasPairs},
       {cmd::ExportPicture, "Export &picture...", &V::exportPicture, &V::hasPairs},
   };
-  return &table;
+  return table;
 }
 
 void xychartvw::printOn(PrintJob& job) {

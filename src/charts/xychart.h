@@ -34,7 +34,8 @@ class xychartvw : public CView {
   void mouseMove(const MouseEvent& event) override;
   std::vector<StatusPane> panes() const override;  // "x", "y", "points"
   bool keepsPlace() const override { return true; }
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
  private:
   bool hasPairs() const { return !points().empty(); }

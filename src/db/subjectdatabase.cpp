@@ -20,8 +20,7 @@ constexpr const char* kRecentSubjects = "SELECT id FROM patients ORDER BY lastus
 constexpr const char* kSearchSubjects =
     "SELECT id FROM patients WHERE id LIKE ? ORDER BY lastused DESC limit 30;";
 constexpr const char* kNewExam =
-    "INSERT INTO exams ( patientid, created, site, comment, folder )VALUES ( ?222, datetime('now'), ?444, "
-    "?555, ?666 );";
+    "INSERT INTO exams ( patientid, created, site, comment, folder )VALUES ( ?222, datetime('now'), ?444, ?555, ?666 );";
 constexpr const char* kItsId = "SELECT last_insert_rowid();";
 constexpr const char* kExamsOfSubject = "SELECT * FROM exams WHERE patientid=?111;";
 constexpr const char* kExamOfSubject = "SELECT * FROM exams WHERE patientid=?111 AND id=?222;";
@@ -35,10 +34,8 @@ constexpr const char* kUpdatedResult =
 constexpr const char* kTables[] = {
     "create table info ( dbversion INTEGER, tarnversion TEXT, created TEXT, folder TEXT );",
     "create table patients ( id TEXT PRIMARY KEY, name TEXT, surname TEXT, comments TEXT, lastused TEXT );",
-    "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, "
-    "folder TEXT );",
-    "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT "
-    ");"};
+    "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, folder TEXT );",
+    "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT );"};
 }  // namespace sql
 
 namespace {

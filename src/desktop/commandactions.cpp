@@ -3,11 +3,10 @@
 #include <QAction>
 #include <algorithm>
 
+#include "app/commandids.h"
 #include "app/recentfiles.h"
 #include "desktop/icons.h"
 #include "desktop/qttext.h"
-#include "frame/commandtexts.h"
-#include "framework/commandids.h"
 
 namespace tarnvisor {
 
@@ -20,7 +19,7 @@ QString escaped(QString words) { return words.replace('&', "&&"); }
 }  // namespace
 
 CommandActions::CommandActions(QWidget& ownerWindow, CBasicApp& application)
-    : window(ownerWindow), app(application) {}
+    : window(ownerWindow), app(application), commands(application) {}
 
 QAction* CommandActions::action(int32_t id) {
   QAction*& kept = actions[id];
@@ -39,9 +38,9 @@ QAction* CommandActions::action(int32_t id) {
 }
 
 void CommandActions::setWords(QAction& action, int32_t id) const {
-  const CommandText& words = commandText(id);
+  const CommandWords& words = commands.words(id);
   const QString tip = toQt(words.tip);
-  const QKeySequence keys(toQt(words.shortcut), QKeySequence::PortableText);
+  const QKeySequence keys(toQt(words.keys), QKeySequence::PortableText);
   action.setText(escaped(tip));
   action.setStatusTip(toQt(words.status));
   action.setToolTip(keys.isEmpty() ? tip : tip + " (" + keys.toString(QKeySequence::NativeText) + ")");
@@ -75,7 +74,7 @@ void CommandActions::giveKeysTo(const std::vector<int32_t>& ids) {
   for (const int32_t id : ids) (void)action(id);
   for (const auto& [id, shown] : actions) {
     const bool wanted = std::ranges::find(ids, id) != ids.end();
-    shown->setShortcut(wanted ? QKeySequence(toQt(commandText(id).shortcut), QKeySequence::PortableText)
+    shown->setShortcut(wanted ? QKeySequence(toQt(commands.words(id).keys), QKeySequence::PortableText)
                               : QKeySequence());
   }
 }

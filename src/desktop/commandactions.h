@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/basicapp.h"
+#include "frame/commandwords.h"
 #include "frame/menus.h"
 
 namespace tarnvisor {
@@ -19,6 +20,8 @@ class CommandActions {
   CommandActions(QWidget& ownerWindow, CBasicApp& application);
 
   QAction* action(int32_t id);
+  // What the commands say of themselves.
+  const CommandDirectory& directory() const { return commands; }
   // Puts entries into an empty menu; those of a submenu that lists files or windows are made when it opens.
   // A command that nobody in the chain knows is left out.
   void fill(QMenu& menu, const std::vector<MenuEntry>& entries);
@@ -37,6 +40,7 @@ class CommandActions {
   void addWindows(QMenu& menu);
   QWidget& window;
   CBasicApp& app;
+  CommandDirectory commands;
   std::map<int32_t, QAction*> actions;
 };
 

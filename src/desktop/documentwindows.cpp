@@ -19,7 +19,7 @@ class DocumentWindows::Window final : public QMdiSubWindow {
       : document(&shown), widget(content), app(application) {
     setWidget(content);
     setAttribute(Qt::WA_DeleteOnClose, false);
-    setWindowIcon(documentIcon());
+    setWindowIcon(documentIcon(shown.type() ? shown.type()->face().icon : "document"));
     // Its own menu's keys would contend with the program's, and then neither has them.
     for (QAction* entry : actions()) entry->setShortcut({});
   }

@@ -11,7 +11,7 @@
 
 #include "app/basicapp.h"
 #include "desktop/silence.h"
-#include "framework/commandids.h"
+#include "frame/commandids.h"
 
 namespace tarnvisor {
 

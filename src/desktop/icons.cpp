@@ -91,6 +91,6 @@ QIcon commandIcon(const std::string& name, const QPalette& palette) {
 }
 
 QIcon programIcon() { return iconOf(drawing("tarnvisor")); }
-QIcon documentIcon() { return iconOf(drawing("document")); }
+QIcon documentIcon(const std::string& name) { return iconOf(drawing(name)); }
 
 }  // namespace tarnvisor

@@ -17,6 +17,6 @@ QIcon commandIcon(const std::string& name, const QPalette& palette);
 
 // The program's own icon, and that of its documents: colourful, the same in all palettes.
 QIcon programIcon();
-QIcon documentIcon();
+QIcon documentIcon(const std::string& name);  // of a kind (DocumentFace::icon)
 
 }  // namespace tarnvisor

@@ -19,8 +19,7 @@ using namespace tarnvisor;
   std::fprintf(
       stderr,
       "no display: %s\n"
-      "tarnvisor shows windows. Where there are none, use tarnvisor-batch, which does the same from a "
-      "script.\n",
+      "tarnvisor shows windows. Where there are none, use tarnvisor-batch, which does the same from a script.\n",
       why);
   std::_Exit(1);
 }

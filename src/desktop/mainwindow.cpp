@@ -18,8 +18,7 @@
 #include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qttext.h"
-#include "frame/commandtexts.h"
-#include "framework/commandids.h"
+#include "frame/commandids.h"
 
 namespace tarnvisor {
 
@@ -121,10 +120,10 @@ void MainWindow::trigger(int32_t id) {
 // Those of the present menus.
 void MainWindow::showShortcuts() {
   std::vector<std::pair<std::string, std::string>> keys;
-  for (const CommandText& text : commandTexts()) {
-    const QAction* shown = actions.action(text.id);
+  for (const auto& [id, words] : actions.directory().all()) {
+    const QAction* shown = actions.action(id);
     if (!shown->shortcut().isEmpty())
-      keys.emplace_back(text.tip, fromQt(shown->shortcut().toString(QKeySequence::NativeText)));
+      keys.emplace_back(words.tip, fromQt(shown->shortcut().toString(QKeySequence::NativeText)));
   }
   dialogs.showShortcuts(keys);
 }
@@ -167,14 +166,15 @@ void gatherIds(const std::vector<MenuEntry>& entries, std::vector<int32_t>& ids)
 
 void MainWindow::rebuildMenus() {
   if (QApplication::activePopupWidget()) return updateSoon();  // not under the user's hand
-  const MenuSet wanted = menuSetFor(app.documents.active());
-  if (wanted == shownMenus) return;
-  shownMenus = wanted;
+  const CDocument* front = app.documents.active();
+  const std::vector<Menu>& wanted = menusOf(front);
+  if (&wanted == shownMenus) return;
+  shownMenus = &wanted;
   const auto old = menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly);
   menuBar()->clear();
   qDeleteAll(old);
-  std::vector<int32_t> ids = commandsWithKeysOnly();
-  for (const Menu& model : menusOf(wanted)) {
+  std::vector<int32_t> ids = commandsWithKeysOnly(front);
+  for (const Menu& model : wanted) {
     QMenu* menu = menuBar()->addMenu(toQt(model.title));
     actions.fill(*menu, model.entries);
     gatherIds(model.entries, ids);
@@ -198,7 +198,7 @@ QToolBar* MainWindow::makeBar(const char* name, Qt::ToolBarArea where) {
 
 void MainWindow::fillBar(QToolBar& bar, ToolBarGroup::Bar place, const Bars& shown) {
   bar.clear();
-  for (const ToolBarGroup& group : toolBarGroups()) {
+  for (const ToolBarGroup& group : toolBarGroups(app.documents)) {
     const bool wanted = group.opsGroup < 0 || shown.opsGroups[static_cast<size_t>(group.opsGroup)];
     if (group.bar != place || !wanted || !gateOpen(group, app.fgMode)) continue;
     if (!bar.actions().isEmpty()) bar.addSeparator();
@@ -240,7 +240,7 @@ void MainWindow::showStatusWindow(bool shown) {
 void MainWindow::popupMenu(int32_t menuId, Point at) { openPopup(menuId, mapToGlobal(QPoint(at.x, at.y))); }
 
 void MainWindow::openPopup(int32_t menuId, QPoint screenPoint) {
-  const std::vector<MenuEntry>& entries = popupMenuOf(menuId);
+  const MenuEntries& entries = popupMenuOf(app.documents, menuId);
   if (entries.empty()) return;
   delete popup;
   popup = new QMenu(this);

@@ -66,7 +66,7 @@ class MainWindow final : public QMainWindow {
   DocumentWindows documents;
   StatusPanes panes;
   DesktopDialogs dialogs;
-  std::optional<MenuSet> shownMenus;
+  const std::vector<Menu>* shownMenus = nullptr;  // a kind's
   QToolBar* mainBar;
   QToolBar* opsBar;
   RecordBar* recordBar = nullptr;        // null without a camera

@@ -7,6 +7,7 @@
 #include "app/inputs.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "base/version.h"
 #include "host/host.h"
 #include "settings/profile.h"
 
@@ -38,13 +39,8 @@ bool isSwitch(const std::string& argument) {
 }  // namespace
 
 std::string helpPage(const CDocument* front) {
-  // Kinds that are told on another one's page.
-  static constexpr std::pair<const char*, const char*> kShared[] = {
-      {"Dimension List", "results"}, {"Profile", "chart"}, {"AVI Video", "video"}};
-  const std::string kind = front && front->type() ? front->type()->documentName() : "index";
-  std::string page = replaced(lowerCase(kind), ' ', '-') + ".html";
-  for (const auto& [name, on] : kShared)
-    if (kind == name) page = std::string(on) + ".html";
+  const std::string page =
+      std::string(front && front->type() ? front->type()->face().helpPage : "index") + ".html";
   const std::string& beside = installedFolder();
   for (const std::string& folder :
        {beside + "help/", beside + "../share/tarnvisor/help/", beside + "../../help/"})
@@ -66,7 +62,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
   for (size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (!onlyFiles && argument == "--help") return end(0, kUsage);
-    if (!onlyFiles && argument == "--version") return end(0, "tarnvisor 4.60.0.0\n");
+    if (!onlyFiles && argument == "--version") return end(0, "tarnvisor " + versionText() + "\n");
     if (!onlyFiles && argument == "--") {
       onlyFiles = true;
     } else if (!onlyFiles && (argument == "--data" || argument == "--profile")) {

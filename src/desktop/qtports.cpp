@@ -13,6 +13,7 @@
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "base/version.h"
 #include "desktop/formdialog.h"
 #include "desktop/qttext.h"
 
@@ -49,7 +50,7 @@ bool QtWaitCursor::progress(const std::string& what, int64_t done, int64_t total
   if (depth == 0 || process.quietMode || total < 1 || now - startedAt < kShortSeconds) return true;
   if (!dialog) {
     dialog = std::make_unique<QProgressDialog>(QString(), "Cancel", 0, kSteps, dialogParent());
-    dialog->setWindowTitle(kProgramTitle);
+    dialog->setWindowTitle(toQt(programTitle()));
     dialog->setWindowModality(Qt::ApplicationModal);
     dialog->setMinimumDuration(0);
     dialog->setAutoClose(false);
@@ -115,7 +116,7 @@ Answer QtMessages::show(const std::string& text, Buttons buttons, Icon icon) {
     return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::OkCancel ? Answer::Cancel : Answer::No;
   }
   const QtWaitCursor::Pause pause;
-  QMessageBox box(iconOf(icon), kProgramTitle, toQt(text), buttonsOf(buttons), dialogParent());
+  QMessageBox box(iconOf(icon), toQt(programTitle()), toQt(text), buttonsOf(buttons), dialogParent());
   box.setTextFormat(Qt::PlainText);
   box.setTextInteractionFlags(Qt::TextSelectableByMouse);
   if (buttons == Buttons::YesNo) box.setEscapeButton(QMessageBox::No);

@@ -10,7 +10,7 @@
 #include "app/basicapp.h"
 #include "desktop/icons.h"
 #include "desktop/silence.h"
-#include "framework/commandids.h"
+#include "frame/commandids.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {

@@ -70,7 +70,8 @@ class CVivoCapDoc : public ZBasicDoc {
   // The work folder, asked for when there is none; empty when the user gives none.
   std::string workFolder();
 
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
   int32_t frameCount = 1800;
   int32_t skipFrames = 0;

@@ -9,53 +9,135 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "charts/chartdoc.h"
+#include "dynamic/commandids.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
-#include "framework/commandids.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
 
-const CommandTableBase* CVivoCapDoc::commands() const {
+const CommandTableBase& CVivoCapDoc::commandTable() {
   using D = CVivoCapDoc;
   static const CommandTable<D> table(
       {
           {cmd::FileSaveAs, "Save &As...", &D::saveVideoAs},
           {cmd::Threshold, "&Simple threshold", &D::simpleThreshold, &D::canFilterMovie},
-          {cmd::MergeFields, "&Merge into frames", &D::mergeFields, &D::isFieldMovie},
-          {cmd::SplitFields, "&Split images into fields", &D::splitFields, &D::isFrameMovie},
-          {cmd::SwitchFieldOrder, "S&witch field order", &D::switchFieldOrder, &D::hasMovie},
-          {cmd::SwitchLines, "Sw&itch lines", &D::switchLines, &D::hasMovie},
-          {cmd::SubtractTrace, "&Subtract trace", &D::subtractTrace, &D::canFilterMovie},
-          {cmd::SquareOfDifferences, "S&quare of differences", &D::squareOfDifferences, &D::canFilterMovie},
-          {cmd::SquareOfDifferencesToCurrent, "Square of &differences to current image",
-           &D::squareOfDifferencesToCurrent, &D::canFilterMovie},
-          {cmd::DeleteSelectedImages, "&Delete selected images", &D::deleteSelected, &D::hasPart},
-          {cmd::DeleteOtherImages, "&Delete nonselected images", &D::deleteOthers, &D::hasPart},
+          {cmd::MergeFields,
+           "&Merge into frames",
+           &D::mergeFields,
+           &D::isFieldMovie,
+           {.tip = "Merge fields",
+            .status = "Makes a movie whose images are whole frames of two fields each."}},
+          {cmd::SplitFields,
+           "&Split images into fields",
+           &D::splitFields,
+           &D::isFrameMovie,
+           {.tip = "Split into fields", .status = "Makes a movie whose images are single fields."}},
+          {cmd::SwitchFieldOrder,
+           "S&witch field order",
+           &D::switchFieldOrder,
+           &D::hasMovie,
+           {.tip = "Switch field order", .status = "Exchanges the two fields of each frame."}},
+          {cmd::SwitchLines,
+           "Sw&itch lines",
+           &D::switchLines,
+           &D::hasMovie,
+           {.tip = "Switch lines", .status = "Exchanges each pair of rows."}},
+          {cmd::SubtractTrace,
+           "&Subtract trace",
+           &D::subtractTrace,
+           &D::canFilterMovie,
+           {.tip = "Subtract trace", .status = "Takes a trace's changes off the brightness of the images."}},
+          {cmd::SquareOfDifferences,
+           "S&quare of differences",
+           &D::squareOfDifferences,
+           &D::canFilterMovie,
+           {.tip = "Square of differences",
+            .status = "Makes a movie of each image's squared differences to the one before."}},
+          {cmd::SquareOfDifferencesToCurrent,
+           "Square of &differences to current image",
+           &D::squareOfDifferencesToCurrent,
+           &D::canFilterMovie,
+           {.tip = "Square of differences to this image",
+            .status = "Makes a movie of each image's squared differences to the current one."}},
+          {cmd::DeleteSelectedImages,
+           "&Delete selected images",
+           &D::deleteSelected,
+           &D::hasPart,
+           {.tip = "Delete selected images", .status = "Makes a movie without the selected images."}},
+          {cmd::DeleteOtherImages,
+           "&Delete nonselected images",
+           &D::deleteOthers,
+           &D::hasPart,
+           {.tip = "Delete nonselected images", .status = "Makes a movie of the selected images alone."}},
           {cmd::DuplicateImage, "Duplicate image in new window", &D::duplicateImage, &D::hasMovie},
-          {cmd::AverageSequence, "Average &whole sequence", &D::averageCommand, &D::hasMovie},
-          {cmd::ColourPlanes, "&Colour &Planes to RGB", &D::colourPlanes, &D::canFilterMovie},
+          {cmd::AverageSequence,
+           "Average &whole sequence",
+           &D::averageCommand,
+           &D::hasMovie,
+           {.tip = "Average",
+            .status = "Opens the mean of the selected images as a new image.",
+            .keys = "Ctrl+Shift+A",
+            .icon = "average"}},
+          {cmd::ColourPlanes,
+           "&Colour &Planes to RGB",
+           &D::colourPlanes,
+           &D::canFilterMovie,
+           {.tip = "Colour planes to RGB",
+            .status = "Makes a colour movie of images that hold their three planes one above the other."}},
           {cmd::ConvertToGrey, "Convert to &grey", &D::toGrey, &D::isColourMovie},
           {cmd::Bin, "&Bin", &D::noCommand, &D::never},
           {cmd::Undo, "&Undo", &D::noCommand, &D::never},
           {cmd::Redo, "&Redo", &D::noCommand, &D::never},
-          {cmd::ExportUncompressedAvi, "Export uncompressed avi", &D::exportUncompressedCommand,
-           &D::hasMovie},
-          {cmd::ExportCompressedAvi, "Export compressed avi...", &D::exportCompressedCommand, &D::hasMovie},
+          {cmd::ExportUncompressedAvi,
+           "Export uncompressed avi",
+           &D::exportUncompressedCommand,
+           &D::hasMovie,
+           {.tip = "Export uncompressed",
+            .status = "Writes the selected images as an uncompressed AVI.",
+            .keys = "Ctrl+Shift+X",
+            .icon = "export"}},
+          {cmd::ExportCompressedAvi,
+           "Export compressed avi...",
+           &D::exportCompressedCommand,
+           &D::hasMovie,
+           {.tip = "Export compressed",
+            .status = "Writes the selected images as an AVI of a codec you choose."}},
           {cmd::Import, "&Import...", &D::importCommand},
-          {cmd::ImportAvi, "Import AVI...", &D::importAviCommand},
-          {cmd::CompressVideoOutput, "compress video &output", &D::toggleCompression, nullptr,
-           &D::compresses},
-          {cmd::Directories, "&Directories...", &D::directories},
-          {cmd::SelectImages, "Select i&mages...", &D::selectImages, &D::hasMovie},
-          {cmd::VideoProperties, "&Properties...", &D::properties},
+          {cmd::ImportAvi,
+           "Import AVI...",
+           &D::importAviCommand,
+           {.tip = "Import AVI", .status = "Adds the images of an AVI to this video."}},
+          {cmd::CompressVideoOutput,
+           "compress video &output",
+           &D::toggleCompression,
+           nullptr,
+           &D::compresses,
+           {.tip = "Compress output", .status = "New movie files are compressed AVI rather than .mve."}},
+          {cmd::Directories,
+           "&Directories...",
+           &D::directories,
+           {.tip = "Work folder", .status = "Selects the folder that new movie files go to."}},
+          {cmd::SelectImages,
+           "Select i&mages...",
+           &D::selectImages,
+           &D::hasMovie,
+           {.tip = "Select images",
+            .status = "Selects the images that processing and saving take.",
+            .keys = "Ctrl+Shift+I"}},
+          {cmd::VideoProperties,
+           "&Properties...",
+           &D::properties,
+           {.tip = "Video properties",
+            .status = "Shows and edits the movie file and the rate.",
+            .keys = "Alt+Return"}},
           {cmd::ModifiedLaplacian, "Modified Laplacian", &D::modifiedLaplacian, &D::canFilterMovie},
           {cmd::Min3x3, "Min3x3", &D::min3x3, &D::canFilterMovie},
       },
-      ZBasicDoc::commands());
-  return &table;
+      &ZBasicDoc::commandTable());
+  return table;
 }
 
 // With a selection only that part goes to a file of its own, so there is nothing to ask.
@@ -250,9 +332,7 @@ void CVivoCapDoc::selectImages() {
       .add("last", last, {-1, count, {}})
       .add("step", step, {1, count, {}})
       .addNote(
-          "Images are counted from 0. The last one is the first that is left out; -1 stands for the start "
-          "and "
-          "the end.");
+          "Images are counted from 0. The last one is the first that is left out; -1 stands for the start and the end.");
   if (!host().forms.run(form)) return;
   selectionStep = step;
   select(first, last);

@@ -128,15 +128,14 @@ bool CVivoCapDoc::linkMovie(const std::string& documentPath) {
 void CVivoCapDoc::tellOfMovie() {
   if (const std::string codec = movie->unknownCodec(); !codec.empty() && !silent)
     host().messages.show(
-        format("No decoder for the codec \"%s\" of %s is installed. Its images are shown as they are "
-               "stored, and mean nothing.",
-               codec.c_str(), movie->fileName.c_str()),
+        format(
+            "No decoder for the codec \"%s\" of %s is installed. Its images are shown as they are stored, and mean nothing.",
+            codec.c_str(), movie->fileName.c_str()),
         Buttons::Ok, Icon::Warning);
   if (const int32_t saved = movie->recoveredFrames(); saved > 0 && !silent)
-    host().messages.show(
-        format("The recording %s was cut off. %i images of it were saved and are shown. The "
-               "file stays as it is until you save the video.",
-               movie->fileName.c_str(), saved));
+    host().messages.show(format(
+        "The recording %s was cut off. %i images of it were saved and are shown. The file stays as it is until you save the video.",
+        movie->fileName.c_str(), saved));
 }
 
 // The pixels in a file beside the header, as the header tells of them.

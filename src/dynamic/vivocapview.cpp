@@ -6,7 +6,7 @@
 #include "app/basicapp.h"
 #include "base/clock.h"
 #include "base/text.h"
-#include "framework/commandids.h"
+#include "dynamic/commandids.h"
 #include "framework/timetext.h"
 #include "host/host.h"
 
@@ -30,20 +30,66 @@ CVivoCapView::~CVivoCapView() {
   if (playing) theApp().loop.killTimer(timer);
 }
 
-const CommandTableBase* CVivoCapView::commands() const {
+const CommandTableBase& CVivoCapView::commandTable() {
   using V = CVivoCapView;
   static const CommandTable<V> table(
       {
-          {cmd::PlaySequence, "&play image sequence", &V::play, &V::hasMovie, &V::playsOnce},
-          {cmd::LoopSequence, "&Loop", &V::loop, &V::hasMovie, &V::isLooping},
-          {cmd::PlaybackSkip, "&Playback frame skip...", &V::playbackSkip, &V::hasMovie},
-          {cmd::PlayFaster, "play &faster", &V::faster, &V::isPlaying},
-          {cmd::PlaySlower, "play &slower", &V::slower, &V::isPlaying},
-          {cmd::StepForward, "step one frame/field forwards", &V::stepForward, &V::hasMovie},
-          {cmd::StepBack, "step one frame/field back", &V::stepBack, &V::hasMovie},
+          {cmd::PlaySequence,
+           "&play image sequence",
+           &V::play,
+           &V::hasMovie,
+           &V::playsOnce,
+           {.tip = "Play",
+            .status = "Plays the video once at its true rate, or stops it.",
+            .keys = "Ctrl+Space",
+            .icon = "play"}},
+          {cmd::LoopSequence,
+           "&Loop",
+           &V::loop,
+           &V::hasMovie,
+           &V::isLooping,
+           {.tip = "Loop",
+            .status = "Plays the video again and again, or stops it.",
+            .keys = "Ctrl+L",
+            .icon = "loop"}},
+          {cmd::PlaybackSkip,
+           "&Playback frame skip...",
+           &V::playbackSkip,
+           &V::hasMovie,
+           {.tip = "Playback period", .status = "Sets the time from image to image while the video plays."}},
+          {cmd::PlayFaster,
+           "play &faster",
+           &V::faster,
+           &V::isPlaying,
+           {.tip = "Faster",
+            .status = "Doubles the step from image to image while the video plays.",
+            .keys = "Ctrl+Up"}},
+          {cmd::PlaySlower,
+           "play &slower",
+           &V::slower,
+           &V::isPlaying,
+           {.tip = "Slower",
+            .status = "Halves the step from image to image while the video plays.",
+            .keys = "Ctrl+Down"}},
+          {cmd::StepForward,
+           "step one frame/field forwards",
+           &V::stepForward,
+           &V::hasMovie,
+           {.tip = "Step forwards",
+            .status = "Shows the next image.",
+            .keys = "Ctrl+Right",
+            .icon = "step-forward"}},
+          {cmd::StepBack,
+           "step one frame/field back",
+           &V::stepBack,
+           &V::hasMovie,
+           {.tip = "Step back",
+            .status = "Shows the image before.",
+            .keys = "Ctrl+Left",
+            .icon = "step-back"}},
       },
-      ZBasicView::commands());
-  return &table;
+      &ZBasicView::commandTable());
+  return table;
 }
 
 std::vector<StatusPane> CVivoCapView::panes() const {

@@ -20,7 +20,8 @@ class CVivoCapView : public ZBasicView {
   void draw(Canvas& canvas) override;
   void wheel(const WheelEvent& event) override;  // with Shift along the sequence
   bool keyDown(const KeyEvent& event) override;
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
   Timeline timeline() const override;
   void goTo(int32_t index) override;

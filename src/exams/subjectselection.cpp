@@ -5,7 +5,7 @@
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
-#include "framework/commandids.h"
+#include "exams/commandids.h"
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/settings.h"

@@ -61,7 +61,8 @@ class CBasicMainFrame : public CommandTarget {
   CBasicMainFrame(const CBasicMainFrame&) = delete;
   CBasicMainFrame& operator=(const CBasicMainFrame&) = delete;
 
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
   ExamList& examList() { return exams; }
 
   // As they are to be seen now, expert mode and channels taken into account.

@@ -1,6 +1,6 @@
 // Starting and stopping the inputs, and recording from them.
+#include "frame/commandids.h"
 #include "frame/mainframe.h"
-#include "framework/commandids.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {

@@ -1,35 +1,20 @@
 #include "frame/menus.h"
 
-#include "framework/commandids.h"
-#include "framework/documenttype.h"
+#include <algorithm>
+
+#include "app/processstate.h"
+#include "frame/commandids.h"
 
 namespace tarnvisor {
 
 namespace {
-
 using K = MenuEntry::Kind;
-using Entries = std::vector<MenuEntry>;
-
-// The ids of the document types that have menus of their own.
-constexpr int32_t kImageType = 10002;
-constexpr int32_t kResultType = 10023;
-constexpr int32_t kDimensionListType = 10009;
-constexpr int32_t kChartType = 10024;
-constexpr int32_t kLiveChartType = 10015;
-constexpr int32_t kXyChartType = 10020;
-constexpr int32_t kVideoType = 10021;
-constexpr int32_t kAviType = 10001;
-
-Entries operator+(Entries first, const Entries& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
 }
 
-// What a kind of document adds stands between opening and what concerns the whole program.
-Menu fileMenu(const Entries& ofDocument) {
-  return {"&File", Entries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::FileClose} + ofDocument +
-                       Entries{K::Separator, cmd::DataFolder, cmd::SelectProfile, K::Separator,
-                               K::RecentFiles, K::Separator, cmd::AppExit}};
+Menu fileMenu(const MenuEntries& ofDocument) {
+  return {"&File", MenuEntries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::FileClose} + ofDocument +
+                       MenuEntries{K::Separator, cmd::DataFolder, cmd::SelectProfile, K::Separator,
+                                   K::RecentFiles, K::Separator, cmd::AppExit}};
 }
 
 Menu subjectMenu() {
@@ -42,7 +27,7 @@ Menu acquisitionMenu() {
            cmd::SaveImage, cmd::Trigger, K::Separator, cmd::RecordFolder}};
 }
 
-Entries barEntries() {
+MenuEntries barEntries() {
   return {cmd::Toolbar,
           cmd::RecordBar,
           cmd::StatusBar,
@@ -59,297 +44,49 @@ Menu windowMenu() {
 
 Menu helpMenu() { return {"&Help", {cmd::HelpContents, cmd::ShortcutList, K::Separator, cmd::AppAbout}}; }
 
-Entries toolEntries() {
-  return {cmd::ToolPan,           cmd::ToolRoi,      cmd::ToolOrigin,  cmd::ToolCrosshair,
-          K::Separator,           cmd::ToolCounting, cmd::ToolLines,   cmd::ToolPolyline,
-          cmd::ToolFreehandLines, cmd::ToolCircle,   cmd::ToolPolygon, cmd::ToolFreehandArea,
-          K::Separator,           cmd::ToolTrace};
+MenuEntries zoomEntries() { return {cmd::ZoomIn, cmd::ZoomOut, cmd::ZoomFit, cmd::ZoomActualSize}; }
+
+std::vector<Menu> plainMenus(const MenuEntries& ofFile, const MenuEntries& ofEdit) {
+  std::vector<Menu> menus{fileMenu(ofFile)};
+  if (!ofEdit.empty()) menus.push_back({"&Edit", ofEdit});
+  for (const Menu& menu :
+       {Menu{"&View", barEntries()}, subjectMenu(), acquisitionMenu(), windowMenu(), helpMenu()})
+    menus.push_back(menu);
+  return menus;
 }
 
-Entries zoomEntries() { return {cmd::ZoomIn, cmd::ZoomOut, cmd::ZoomFit, cmd::ZoomActualSize}; }
+namespace {
 
-MenuEntry paletteMenu() {
-  return {"&Palette",
-          {cmd::PaletteGreylevel, cmd::PaletteColour, cmd::PaletteRed, cmd::PaletteGreen, cmd::PaletteBlue,
-           cmd::PaletteMulticolour, K::Separator, cmd::PaletteContour2, cmd::PaletteContour4,
-           cmd::PaletteContour8, cmd::PaletteContour16, K::Separator, cmd::ZeroAsBlack}};
-}
-
-MenuEntry brightnessMenu() {
-  return {"Display &brightness",
-          {cmd::AutoAdjustDisplay, K::Separator, cmd::DisplayBrightnessUp, cmd::DisplayBrightnessDown,
-           cmd::DisplayDarknessUp, cmd::DisplayDarknessDown}};
-}
-
-MenuEntry filterMenu() {
-  return {"&Filter",
-          {cmd::HighPassFilter, cmd::LowPassFilter, cmd::Blur, cmd::LaplacianFilter, cmd::CustomFilter,
-           K::Separator, cmd::ModifiedLaplacian, cmd::SumModifiedLaplacian, K::Separator, cmd::LuluLower,
-           cmd::LuluUpper, cmd::Mlulu, cmd::Min3x3, K::Separator, cmd::ApexFilter}};
-}
-
-MenuEntry dustMenu() {
-  return {"&Dust",
-          {cmd::UseDustMask, cmd::LoadDustMask, cmd::SaveDustMask, cmd::EditDustMask, K::Separator,
-           cmd::RemoveSingleDustMark}};
-}
-
-Menu imageEditMenu() {
-  return {"&Edit",
-          {cmd::Undo, cmd::Redo, K::Separator, cmd::Copy, cmd::Paste, cmd::DeleteDimension, K::Separator,
-           cmd::RotateSelected, cmd::SetLineWidth, cmd::ClearAllDimensions, K::Separator, cmd::Notes}};
-}
-
-Menu imageViewMenu() {
-  return {"&View",
-          zoomEntries() +
-              Entries{K::Separator, cmd::ScaleBar, cmd::Grid, cmd::GridSettings, cmd::ShowCrosshair,
-                      cmd::HideShowDimensions, K::Separator, paletteMenu(), brightnessMenu(), K::Separator} +
-              barEntries()};
-}
-
-// What a kind of image adds stands before the filters.
-Menu processingMenu(const Entries& ofKind) {
-  return {"&Image", Entries{cmd::AdjustBrightnessContrast, cmd::Threshold, cmd::Equalise, cmd::Negative,
-                            cmd::ConvertToGrey, cmd::Bin, cmd::SubtractImage} +
-                        ofKind +
-                        Entries{K::Separator, filterMenu(), dustMenu(), K::Separator, cmd::MakeRoiCircular}};
-}
-
-Menu measureMenu() {
-  return {"&Measure",
-          {{"&Tools", toolEntries()},
-           K::Separator,
-           cmd::SwitchList,
-           cmd::TrimToRoi,
-           K::Separator,
-           cmd::Magnification,
-           cmd::CalibrateMagnification,
-           cmd::Units,
-           K::Separator,
-           cmd::GreyLevel,
-           cmd::Histogram,
-           cmd::DimensionListWindow}};
-}
-
-Menu analysisMenu() {
-  return {"&Analysis",
-          {cmd::FindCapillaries,
-           cmd::ThresholdCapillaries,
-           cmd::ThresholdPreprocessCheck,
-           cmd::Processing,
-           K::Separator,
-           cmd::VoronoiRegions,
-           cmd::CalculateAverage,
-           cmd::ImageResults,
-           K::Separator,
-           {"&Minima and regions",
-            {cmd::Find8Regions, cmd::MinimaWithinWindow, cmd::MinimaWithinTolerance, cmd::WalkToMinima}}}};
-}
-
-std::vector<Menu> imageMenus() {
-  const Entries ofFile{cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage,
-                       K::Separator,  cmd::Export,     cmd::ImportDimensions,
-                       K::Separator,  cmd::FilePrint,  cmd::FilePrintPreview};
-  return {fileMenu(ofFile), imageEditMenu(), imageViewMenu(),   processingMenu({}), measureMenu(),
-          analysisMenu(),   subjectMenu(),   acquisitionMenu(), windowMenu(),       helpMenu()};
-}
-
-Menu sequenceMenu() {
-  return {"Se&quence",
-          {cmd::PlaySequence,
-           cmd::LoopSequence,
-           cmd::PlayFaster,
-           cmd::PlaySlower,
-           cmd::PlaybackSkip,
-           K::Separator,
-           cmd::StepForward,
-           cmd::StepBack,
-           K::Separator,
-           cmd::SelectImages,
-           cmd::DeleteSelectedImages,
-           cmd::DeleteOtherImages,
-           K::Separator,
-           cmd::AverageSequence,
-           K::Separator,
-           {"&Fields",
-            {cmd::MergeFields, cmd::SplitFields, K::Separator, cmd::SwitchFieldOrder, cmd::SwitchLines}}}};
-}
-
-std::vector<Menu> videoMenus() {
-  const Entries ofFile{cmd::FileSave,
-                       cmd::FileSaveAs,
-                       cmd::DuplicateImage,
-                       K::Separator,
-                       cmd::ImportAvi,
-                       cmd::ExportUncompressedAvi,
-                       cmd::ExportCompressedAvi,
-                       cmd::CompressVideoOutput,
-                       cmd::Export,
-                       cmd::ImportDimensions,
-                       K::Separator,
-                       cmd::VideoProperties,
-                       cmd::Directories,
-                       K::Separator,
-                       cmd::FilePrint,
-                       cmd::FilePrintPreview};
-  return {fileMenu(ofFile),
-          imageEditMenu(),
-          imageViewMenu(),
-          sequenceMenu(),
-          processingMenu({cmd::SubtractTrace, cmd::SquareOfDifferences, cmd::SquareOfDifferencesToCurrent,
-                          cmd::ColourPlanes}),
-          measureMenu(),
-          analysisMenu(),
-          subjectMenu(),
-          acquisitionMenu(),
-          windowMenu(),
-          helpMenu()};
-}
-
-std::vector<Menu> chartMenus() {
-  const Entries ofFile{cmd::FileSave,      cmd::FileSaveAs, K::Separator,   cmd::ExportTrace,
-                       cmd::ExportPicture, K::Separator,    cmd::FilePrint, cmd::FilePrintPreview};
-  return {
-      fileMenu(ofFile),
-      {"&Edit",
-       {cmd::Undo, cmd::RedoTrace, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste,
-        cmd::DeleteFromTrace, K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks,
-        K::Separator, cmd::ClearTraces}},
-      {"&View", zoomEntries() +
-                    Entries{cmd::ZoomValueIn, cmd::ZoomValueOut, cmd::SameScale, K::Separator,
-                            cmd::ReduceFullScale, cmd::IncreaseFullScale, cmd::RaiseOffset, cmd::LowerOffset,
-                            cmd::LinearIntensity, K::Separator, cmd::ChartColour, cmd::InverseColours,
-                            cmd::MinimumToBackground, K::Separator} +
-                    barEntries()},
-      {"&Trace",
-       {cmd::TraceProperties, cmd::HideTrace, cmd::ShowHiddenTraces, K::Separator, cmd::RunChart,
-        cmd::StopChart, K::Separator, cmd::ChartResults, cmd::PsdProfile, cmd::XyChart, cmd::ImageFromTrace}},
-      {"&Analysis",
-       {cmd::SimpleSmoothing,
-        cmd::FirFilter,
-        cmd::ArtifactFilter,
-        cmd::RemovePulse,
-        K::Separator,
-        cmd::Differentiate,
-        cmd::PulsatilityIndex,
-        cmd::ResistanceIndex,
-        cmd::GoldenMaxima,
-        cmd::PowerSpectrum,
-        K::Separator,
-        {"&Rows of a spectrum",
-         {cmd::SignalStrength, cmd::PowerContour, cmd::LevelContour, K::Separator, cmd::NormaliseToSelection,
-          cmd::HalvePoints, cmd::CutPedestal, cmd::CutPsdArtifacts, cmd::DpsHistogram}},
-        cmd::CutToAverage}},
-      subjectMenu(),
-      acquisitionMenu(),
-      windowMenu(),
-      helpMenu()};
-}
-
-// Tables are edited by nobody: what remains is copying.
-std::vector<Menu> tableMenus(const Entries& ofFile) {
-  return {fileMenu(ofFile),
-          {"&Edit", {cmd::CopyResults, cmd::SelectAll}},
-          {"&View", barEntries()},
-          subjectMenu(),
-          acquisitionMenu(),
-          windowMenu(),
-          helpMenu()};
+const DocumentFace& faceOf(const CDocument* front) {
+  static const DocumentFace none;
+  return front && front->type() ? front->type()->face() : none;
 }
 
 }  // namespace
 
-MenuSet menuSetFor(const CDocument* front) {
-  switch (front && front->type() ? front->type()->id() : 0) {
-    case kImageType:
-      return MenuSet::Image;
-    case kResultType:
-      return MenuSet::ResultTable;
-    case kDimensionListType:
-      return MenuSet::DimensionList;
-    case kChartType:
-    case kLiveChartType:
-      return MenuSet::Chart;
-    case kXyChartType:
-      return MenuSet::XyChart;
-    case kVideoType:
-    case kAviType:
-      return MenuSet::Video;
-    default:
-      return MenuSet::None;
-  }
-}
-
-const std::vector<Menu>& menusOf(MenuSet set) {
-  static const std::vector<Menu> none{
-      fileMenu({}), {"&View", barEntries()}, subjectMenu(), acquisitionMenu(), windowMenu(), helpMenu()};
-  static const std::vector<Menu> image = imageMenus();
-  static const std::vector<Menu> results = tableMenus({cmd::FileSave, cmd::FileSaveAs, cmd::ExportResults,
-                                                       K::Separator, cmd::FilePrint, cmd::FilePrintPreview});
-  static const std::vector<Menu> dimensions = tableMenus({cmd::FileSave, cmd::FileSaveAs});
-  static const std::vector<Menu> chart = chartMenus();
-  static const std::vector<Menu> video = videoMenus();
-  static const std::vector<Menu> xyChart{fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::ExportPicture,
-                                                   K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
-                                         {"&Edit", {cmd::Undo, cmd::RedoTrace}},
-                                         {"&View", barEntries()},
-                                         subjectMenu(),
-                                         acquisitionMenu(),
-                                         windowMenu(),
-                                         helpMenu()};
-  switch (set) {
-    case MenuSet::Image:
-      return image;
-    case MenuSet::ResultTable:
-      return results;
-    case MenuSet::DimensionList:
-      return dimensions;
-    case MenuSet::Chart:
-      return chart;
-    case MenuSet::XyChart:
-      return xyChart;
-    case MenuSet::Video:
-      return video;
-    default:
-      return none;
-  }
+const std::vector<Menu>& menusOf(const CDocument* front) {
+  static const std::vector<Menu> none = plainMenus({}, {});
+  const DocumentFace& face = faceOf(front);
+  return face.menus.empty() ? none : face.menus;
 }
 
 int32_t popupMenuFor(const CDocument* front) {
-  return menuSetFor(front) == MenuSet::Chart ? kChartPopup : kToolsPopup;
+  const DocumentFace& face = faceOf(front);
+  return face.popups.empty() ? kToolsPopup : face.popups.front().id;
 }
 
-const std::vector<MenuEntry>& popupMenuOf(int32_t menuId) {
-  static const Entries tools =
-      toolEntries() + Entries{K::Separator,         cmd::Copy,         cmd::Paste,
-                              cmd::DeleteDimension, cmd::SetLineWidth, cmd::RotateSelected,
-                              K::Separator,         cmd::SwitchList,   cmd::MakeRoiCircular};
-  static const Entries display =
-      zoomEntries() + Entries{K::Separator,       cmd::ScaleBar,           cmd::Grid,
-                              cmd::ShowCrosshair, cmd::HideShowDimensions, K::Separator,
-                              paletteMenu(),      brightnessMenu()};
-  static const Entries chart{cmd::EditCopy,     cmd::EditCut,         cmd::EditPaste,  cmd::DeleteFromTrace,
-                             K::Separator,      cmd::InsertMarker,    cmd::EditMarker, K::Separator,
-                             cmd::ZoomFit,      cmd::ZoomIn,          cmd::ZoomOut,    K::Separator,
-                             cmd::ChartResults, cmd::TraceProperties, cmd::HideTrace};
-  static const Entries nothing;
-  switch (menuId) {
-    case kToolsPopup:
-      return tools;
-    case kDisplayPopup:
-      return display;
-    case kChartPopup:
-      return chart;
-    default:
-      return nothing;
-  }
+const MenuEntries& popupMenuOf(const DocumentManager& documents, int32_t menuId) {
+  static const MenuEntries nothing;
+  for (const auto& type : documents.types())
+    for (const PopupMenu& popup : type->face().popups)
+      if (popup.id == menuId) return popup.entries;
+  return nothing;
 }
 
-const std::vector<int32_t>& commandsWithKeysOnly() {
-  static const std::vector<int32_t> ids{cmd::RunStop,        cmd::Stop,         cmd::MainPopup,
-                                        cmd::SecondPopup,    cmd::VignetteTest, cmd::AutocalTest,
-                                        cmd::RestoreMainMenu};
+std::vector<int32_t> commandsWithKeysOnly(const CDocument* front) {
+  std::vector<int32_t> ids{cmd::RunStop, cmd::Stop, cmd::MainPopup, cmd::SecondPopup, cmd::RestoreMainMenu};
+  const DocumentFace& face = faceOf(front);
+  ids.insert(ids.end(), face.keysOnly.begin(), face.keysOnly.end());
   return ids;
 }
 
@@ -360,6 +97,41 @@ CommandState commandState(std::span<CommandTarget* const> chain, int32_t id) {
     if (row) return {true, row->enabled(*target), row->ticked(*target), row->text};
   }
   return {};
+}
+
+std::vector<ToolBarGroup> toolBarGroups(const DocumentManager& documents) {
+  using B = ToolBarGroup::Bar;
+  using G = ToolBarGroup::Gate;
+  std::vector<ToolBarGroup> groups{
+      {10000,
+       B::Main,
+       G::Always,
+       {cmd::FileOpen, cmd::FileSave, cmd::FilePrint, cmd::FilePrintPreview, cmd::Import, cmd::Export,
+        cmd::Undo, cmd::Redo, cmd::Copy, cmd::Paste, cmd::SelectSubject, cmd::ViewExams, cmd::HelpContents}},
+      {10004, B::Main, G::Velocity, {cmd::Flo1Monitor}},
+      {10027, B::Main, G::Camera, {cmd::LiveVideo, cmd::RunStop}},
+  };
+  for (const auto& type : documents.types())
+    for (const ToolBarGroup& group : type->face().toolBars)
+      if (std::ranges::find(groups, group.id, &ToolBarGroup::id) == groups.end()) groups.push_back(group);
+  return groups;
+}
+
+bool gateOpen(const ToolBarGroup& group, int32_t fgMode) {
+  if (group.buttons.empty()) return false;
+  switch (group.gate) {
+    case ToolBarGroup::Gate::Always:
+      return true;
+    case ToolBarGroup::Gate::Velocity:
+      return process.floEnabled != 0;
+    case ToolBarGroup::Gate::Image:
+      return process.tarnvisorEnabled != 0;
+    case ToolBarGroup::Gate::Camera:
+      return process.tarnvisorEnabled && fgMode;
+    case ToolBarGroup::Gate::Dynamic:
+      return process.dynamicChannel();
+  }
+  return false;
 }
 
 }  // namespace tarnvisor

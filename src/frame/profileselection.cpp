@@ -49,10 +49,9 @@ Outcome removeProfile(ProfileDialog& dialog) {
 Outcome resetProfile(ProfileDialog& dialog) {
   return dialog.resetToDefault()
              ? Outcome::success()
-             : Outcome::failure(
-                   format("The profile \"%s\" could not be reset: the factory profile is missing, or "
-                          "the folder can't be written.",
-                          dialog.selected().c_str()));
+             : Outcome::failure(format(
+                   "The profile \"%s\" could not be reset: the factory profile is missing, or the folder can't be written.",
+                   dialog.selected().c_str()));
 }
 
 void applyProfile(CBasicApp& app, const std::string& profilePath) {

@@ -14,9 +14,19 @@ namespace tarnvisor {
 
 class CommandTarget;
 
+// What a command says of itself beside its menu text.
+struct CommandWords {
+  const char* tip = "";     // short, for tool tips and the list of shortcuts
+  const char* status = "";  // a sentence, for the status bar
+  const char* keys = "";    // "Ctrl+S"; empty for none
+  const char* icon = "";    // of a tool bar button: the file's name without ending; empty for none
+  bool isEmpty() const { return !*tip; }
+};
+
 struct CommandRow {
   int32_t id = 0;
   const char* text = "";  // the menu's, with "&" before the letter that is underlined; empty for none
+  CommandWords words;     // empty where a base class's row or another kind's of the same id has them
   void (*run)(const CommandRow&, CommandTarget&) = nullptr;
   bool (*test)(const CommandRow&, const CommandTarget&, bool forTick) = nullptr;
   const void* typed = nullptr;  // the row in its class's own table
@@ -49,22 +59,31 @@ class CommandTarget {
   virtual const CommandTableBase* commands() const { return nullptr; }
 };
 
-// The rows of class T: what a command does, and the tests that enable and tick it (enabled where there is
-// none).
+// The rows of class T: all there is to say of each command.
 template <class T>
 class CommandTable : public CommandTableBase {
  public:
+  using Does = void (T::*)();
+  using Test = bool (T::*)() const;
   struct Row {
+    Row(int32_t command, const char* menuText, Does handler, CommandWords said = {})
+        : Row(command, menuText, handler, nullptr, nullptr, said) {}
+    Row(int32_t command, const char* menuText, Does handler, Test enabled, CommandWords said = {})
+        : Row(command, menuText, handler, enabled, nullptr, said) {}
+    Row(int32_t command, const char* menuText, Does handler, Test enabled, Test ticked,
+        CommandWords said = {})
+        : id(command), text(menuText), does(handler), enabledWhen(enabled), tickedWhen(ticked), words(said) {}
     int32_t id;
     const char* text;
-    void (T::*does)();
-    bool (T::*enabledWhen)() const = nullptr;
-    bool (T::*tickedWhen)() const = nullptr;
+    Does does;
+    Test enabledWhen;  // null: always
+    Test tickedWhen;   // null: never
+    CommandWords words;
   };
 
   CommandTable(std::initializer_list<Row> rowList, const CommandTableBase* baseTable = nullptr)
       : CommandTableBase(baseTable), typedRows(rowList) {
-    for (const Row& row : typedRows) all.push_back({row.id, row.text, &runRow, &testRow, &row});
+    for (const Row& row : typedRows) all.push_back({row.id, row.text, row.words, &runRow, &testRow, &row});
   }
   CommandTable(const CommandTable&) = delete;
   CommandTable& operator=(const CommandTable&) = delete;

@@ -16,12 +16,21 @@ namespace tarnvisor {
 CDocument::CDocument() = default;
 CDocument::~CDocument() = default;
 
-const CommandTableBase* CDocument::commands() const {
+const CommandTableBase& CDocument::commandTable() {
   static const CommandTable<CDocument> table{
-      {cmd::FileSave, "&Save", &CDocument::saveCommand},
-      {cmd::FileSaveAs, "Save &As...", &CDocument::saveAsCommand},
+      {cmd::FileSave,
+       "&Save",
+       &CDocument::saveCommand,
+       {.tip = "Save", .status = "Saves the document in front.", .keys = "Ctrl+S", .icon = "save"}},
+      {cmd::FileSaveAs,
+       "Save &As...",
+       &CDocument::saveAsCommand,
+       {.tip = "Save as",
+        .status = "Saves the document in front under a new name.",
+        .keys = "Ctrl+Shift+S",
+        .icon = "save-as"}},
   };
-  return &table;
+  return table;
 }
 
 void CDocument::setPathName(const std::string& path) {

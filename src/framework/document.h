@@ -65,7 +65,8 @@ class CDocument : public CommandTarget {
   const std::vector<std::unique_ptr<CView>>& views() const { return viewList; }
   void updateAllViews();
 
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
   void saveCommand() { (void)save(); }
   void saveAsCommand() { (void)saveAs(); }
 

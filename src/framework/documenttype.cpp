@@ -19,6 +19,11 @@ DocumentType::~DocumentType() {
   if (manager) manager->detach(*this);
 }
 
+const DocumentFace& DocumentType::face() const {
+  static const DocumentFace none;
+  return facts.faceOf ? facts.faceOf() : none;
+}
+
 bool DocumentType::matches(const std::string& path) const {
   return !filterExtension().empty() && equalIgnoringCase("." + extensionOf(path), filterExtension());
 }

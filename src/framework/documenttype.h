@@ -9,8 +9,41 @@
 #include <vector>
 
 #include "framework/document.h"
+#include "framework/menu.h"
 
 namespace tarnvisor {
+
+// A kind of file, as choosers and the desktop know it.
+struct FileKind {
+  const char* ending = "";       // ".tv1"
+  const char* openWords = "";    // in the list of Open: "Images (*.tv1)"; empty: not offered there
+  int openPlace = 100;           // in that list; what has the same one keeps the order of the document table
+  bool ofOthers = false;         // not of this system's making: stands last among "ZZ files"
+  const char* mimeType = "";     // told to the desktop; empty for none
+  const char* mimeComment = "";  // empty where the desktop knows the type by itself
+  int mimeWeight = 50;           // below 50 where others use the ending too
+  bool opens = true;             // the program opens such a file when it is given one
+};
+
+// What the program does when it is started with "/x FILE": commands posted once the file is open.
+struct StartSwitch {
+  char letter;
+  std::vector<int32_t> commands;
+};
+
+// How a kind of document meets people and the desktop: tables that lie in the room of the kind.
+struct DocumentFace {
+  std::vector<const CommandTableBase*>
+      tables;                          // of its document and of its view, without their base classes'
+  std::vector<Menu> menus;             // none: those without a document
+  std::vector<PopupMenu> popups;       // the first opens at the mouse
+  std::vector<ToolBarGroup> toolBars;  // kinds may name the same group; it is shown once
+  std::vector<int32_t> keysOnly;       // commands that answer to their keys though no menu holds them
+  std::vector<FileKind> files;
+  std::vector<StartSwitch> startSwitches;
+  const char* icon = "document";   // of its windows, and of its files on the desktop
+  const char* helpPage = "index";  // in help/, without ending
+};
 
 struct DocumentClass {
   int32_t id = 0;
@@ -26,6 +59,7 @@ struct DocumentClass {
   // Whether a file that no type claims can be brought into a new document of this one; null for none.
   bool (*imports)(const std::string& path) = nullptr;
   const char* importFilter = "";  // of those files, for a chooser: words and patterns, without the end
+  const DocumentFace& (*faceOf)() = nullptr;  // null for a type without one
 };
 
 class DocumentType {
@@ -35,6 +69,7 @@ class DocumentType {
 
   int32_t id() const { return facts.id; }
   const DocumentClass& classes() const { return facts; }
+  const DocumentFace& face() const;
   const std::string& field(size_t index) const { return fields[index]; }
   const std::string& documentName() const { return fields[1]; }
   const std::string& filterName() const { return fields[3]; }

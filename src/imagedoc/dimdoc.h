@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "exams/dbdocument.h"
-#include "framework/tableview.h"
 #include "measure/dimlist.h"
+#include "results/tableview.h"
 
 namespace tarnvisor {
 

@@ -15,9 +15,7 @@ inline constexpr const char* kCopyOf = " Copy of %s ";           // 11025
 inline constexpr const char* kEqualise = "Equalise";             // 11026
 inline constexpr const char* kHighPass = "High pass (%ix%i)";    // 11034, of the low pass too
 inline constexpr const char* kImageFilter =
-    "Images (*.zzg;*.bmp;*.tif)|*.zzg;*.bmp;*.tif|Zzg images (*.zzg)|*.zzg|Bitmaps (*.bmp)|*.bmp|TIFF images "
-    "(*.tif)|"
-    "*.tif|All files (*.*)|*.*||";                                   // 11037
+    "Images (*.zzg;*.bmp;*.tif)|*.zzg;*.bmp;*.tif|Zzg images (*.zzg)|*.zzg|Bitmaps (*.bmp)|*.bmp|TIFF images (*.tif)|*.tif|All files (*.*)|*.*||";  // 11037
 inline constexpr const char* kInvert = "Invert";                     // 11045
 inline constexpr const char* kNewLineWidth = "New line width";       // 11049
 inline constexpr const char* kPerPixel = "/pixel";                   // 11078

@@ -131,7 +131,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool countCapillaries();
   void analyseAutomatically() override { (void)countCapillaries(); }
 
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
   Point target;
   int32_t showtarget = 1;

@@ -130,9 +130,7 @@ void ZBasicDoc::processing() {
   FinderParameters edited = finderParameters;
   Form form("Processing");
   form.addNote(
-      "enter negative window size for lowpass (smoothing), and positive window size for highpasss (sharpen) "
-      "or  "
-      "zero for no filter.");
+      "enter negative window size for lowpass (smoothing), and positive window size for highpasss (sharpen) or  zero for no filter.");
   form.add("window 1", edited.uw1)
       .add("window 2", edited.uw2)
       .add("window 3", edited.w3)

@@ -39,8 +39,7 @@ void ZBasicDoc::calibrateCommand() {
   int32_t asDefault = 0;
   Form form("Calibrate");
   form.addNote(
-      "Create two dimension lines of known true length onto image.  Magnification will be calibrated "
-      "automatically.");
+      "Create two dimension lines of known true length onto image.  Magnification will be calibrated automatically.");
   form.add("X line", lineX).add("X true length", trueX).add("Y line", lineY).add("Y true length", trueY);
   form.add("Name", name).addCheck("Set as default maginification for new images.", asDefault);
   if (!host().forms.run(form)) return;

@@ -80,7 +80,8 @@ class ZBasicView : public CView, public AutoLoadSink {
   void draw(Canvas& canvas) override;
 
   // --- zbasicview_commands.cpp
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
   int32_t zoomnum = 1;
   int32_t zoomden = 1;

@@ -1,6 +1,6 @@
 // Dimensions that the mouse draws: the tools that add one, and its growth from the first click to the last.
-#include "framework/commandids.h"
 #include "host/host.h"
+#include "imagedoc/commandids.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {

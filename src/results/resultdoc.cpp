@@ -8,8 +8,8 @@
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
-#include "framework/commandids.h"
 #include "host/host.h"
+#include "results/commandids.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
@@ -85,16 +85,22 @@ CResultDoc* findResultDocument(const std::string& title) {
 
 CResultDoc* lastResultDocument() { return lastAddedTo; }
 
-const CommandTableBase* CResultDoc::commands() const {
+const CommandTableBase& CResultDoc::commandTable() {
   using D = CResultDoc;
   static const CommandTable<D> table(
-      {{cmd::ExportResults, "&Export...", &D::exportCommand},
+      {{cmd::ExportResults,
+        "&Export...",
+        &D::exportCommand,
+        {.tip = "Export table",
+         .status = "Writes the table as comma-separated text.",
+         .keys = "Ctrl+E",
+         .icon = "export"}},
        {cmd::Export, "", &D::exportCommand},  // the tool bar's button, which all documents share
        {cmd::CopyResults, "&Copy", &D::copy, &D::hasRows},
        {cmd::FilePrint, "&Print...", &D::printCommand, &D::hasRows},
        {cmd::FilePrintPreview, "Print Pre&view", &D::previewCommand, &D::hasRows}},
-      CdbDocument::commands());
-  return &table;
+      &CdbDocument::commandTable());
+  return table;
 }
 
 void CResultDoc::deleteContents() {

@@ -57,7 +57,8 @@ class CResultDoc : public CdbDocument {
 
   void serialize(Archive& archive) override;
   void deleteContents() override;
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
   uint16_t ncolumns = 0;
   uint16_t marker = 0;

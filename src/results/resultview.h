@@ -1,8 +1,8 @@
 // The view of a result table: its columns are so many average characters wide, and a new row is scrolled to.
 #pragma once
 
-#include "framework/tableview.h"
 #include "results/resultdoc.h"
+#include "results/tableview.h"
 
 namespace tarnvisor {
 

@@ -13,9 +13,7 @@ class ProfileDialog {
  public:
   static constexpr const char* kTitle = "Tarnvisor Select Profile";
   static constexpr const char* kWhat =
-      "You can initialise Tarnvisor with one of the profiles below.  Any changes to calibration constants, "
-      "calculation "
-      "parameters, user settings, or window placement will only effect the selected profile.";
+      "You can initialise Tarnvisor with one of the profiles below.  Any changes to calibration constants, calculation parameters, user settings, or window placement will only effect the selected profile.";
   static constexpr const char* kNames =
       "You can use descriptive sentences for your profiles using any characters legal for long filenames.";
   static constexpr const char* kNewName = "New profile name";

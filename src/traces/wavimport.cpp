@@ -19,8 +19,7 @@ namespace {
 
 constexpr int kMostChannels = 64;
 constexpr const char* kPlainSamples =
-    "pcm_u8,pcm_s16le,pcm_s16be,pcm_s24le,pcm_s24be,pcm_s32le,pcm_s32be,pcm_f32le,pcm_f32be,pcm_f64le,"
-    "pcm_f64be,pcm_alaw,pcm_mulaw";
+    "pcm_u8,pcm_s16le,pcm_s16be,pcm_s24le,pcm_s24be,pcm_s32le,pcm_s32be,pcm_f32le,pcm_f32be,pcm_f64le,pcm_f64be,pcm_alaw,pcm_mulaw";
 
 // The samples of each channel as they come: 16-bit ones as they are, all others as parts of full scale.
 struct Channels {

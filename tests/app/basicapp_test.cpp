@@ -4,10 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "app/commandids.h"
 #include "archive/archive.h"
 #include "base/clock.h"
 #include "frame/mainframe.h"
-#include "framework/commandids.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {
@@ -37,8 +37,14 @@ struct AutoLoadView : CView, AutoLoadSink {
 std::unique_ptr<CDocument> makePlain() { return std::make_unique<PlainDocument>(); }
 std::unique_ptr<CView> makeAutoLoad(CDocument& document) { return std::make_unique<AutoLoadView>(document); }
 
+const DocumentFace& switchedFace() {
+  static const DocumentFace face{
+      .startSwitches = {{'a', {33064, cmd::AppExit}}, {'m', {33110}}, {'P', {33076}}}};
+  return face;
+}
+
 DocumentClass classOf(int32_t id, const char* resource, bool opens = true) {
-  return {id, resource, "D", "V", "F", opens ? &makePlain : nullptr, &makeAutoLoad};
+  return {id, resource, "D", "V", "F", opens ? &makePlain : nullptr, &makeAutoLoad, nullptr, "", &switchedFace};
 }
 
 // A table with each gate, and two rows for one ending.

@@ -65,10 +65,10 @@ class Runner : public ::testing::Test {
 };
 
 TEST_F(Runner, AStillBecomesARowAndATable) {
-  EXPECT_TRUE(run("subject A-1\nexam \"left finger\" first\nopen $shot.bmp\ncommand \"Find "
-                  "Capillaries\"\nsave shot.tv1\n"
-                  "command \"Calculate average of selection\"\nexport $r.csv\n")
-                  .ok);
+  EXPECT_TRUE(
+      run("subject A-1\nexam \"left finger\" first\nopen $shot.bmp\ncommand \"Find Capillaries\"\nsave shot.tv1\n"
+          "command \"Calculate average of selection\"\nexport $r.csv\n")
+          .ok);
   const auto rows = app.db->resultsOf(app.examId);
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0].filename, "shot.tv1");
@@ -111,8 +111,7 @@ TEST_F(Runner, StepsThatFailSayWhy) {
 }
 
 TEST_F(Runner, DrawsMeasuresAndAnswersByLabel) {
-  run("open $shot.bmp\nlist 2\ndim line 10,10 13,14\ndim polygon 0,0 10,0 10,10\ndim rect 1,1 5,9\nroi "
-      "0,0,100,50\n"
+  run("open $shot.bmp\nlist 2\ndim line 10,10 13,14\ndim polygon 0,0 10,0 10,10\ndim rect 1,1 5,9\nroi 0,0,100,50\n"
       "command \"Low pass filter\" window=9");
   auto* d = dynamic_cast<ZBasicDoc*>(app.documents.active());
   ASSERT_NE(d, nullptr);

@@ -3,8 +3,8 @@
 #include <fstream>
 
 #include "app/processstate.h"
+#include "charts/commandids.h"
 #include "charts/commonflodoc.h"
-#include "framework/commandids.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
 #include "traces/tracetests.h"

@@ -24,10 +24,8 @@ const char* const kTime = "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}
 const std::string kTables =
     "create table info ( dbversion INTEGER, tarnversion TEXT, created TEXT, folder TEXT );\n"
     "create table patients ( id TEXT PRIMARY KEY, name TEXT, surname TEXT, comments TEXT, lastused TEXT );\n"
-    "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, "
-    "folder TEXT );\n"
-    "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT "
-    ");\n";
+    "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, folder TEXT );\n"
+    "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT );\n";
 
 class Subjects : public ::testing::Test {
  protected:
@@ -69,9 +67,10 @@ class Subjects : public ::testing::Test {
 TEST_F(Subjects, NewDatabaseIsMadeByTheKnownStatements) {
   open();
   ASSERT_NE(db, nullptr);
-  EXPECT_EQ(log(), kTables +
-                       "insert into info ( dbversion, tarnversion, created, folder ) values ( 2, "
-                       "'04.60.00.00', datetime('now'),'/data/' );\n");
+  EXPECT_EQ(
+      log(),
+      kTables +
+          "insert into info ( dbversion, tarnversion, created, folder ) values ( 2, '04.60.00.00', datetime('now'),'/data/' );\n");
   EXPECT_THAT(
       db->description(),
       MatchesRegex("\r\nVer:2\r\nTarn:04.60.00.00\r\nCreated:" + std::string(kTime) + "\r\nFolder:/data/"));
@@ -95,10 +94,7 @@ TEST_F(Subjects, ApostropheInTheFolderLosesOnlyTheInfoRow) {
 
 TEST_F(Subjects, OlderSchemaIsUpgradedAndANewerOneUsedAsItStands) {
   const std::string old =
-      "create table info ( dbversion INTEGER, tarnversion TEXT, created TEXT, folder TEXT );"
-      "create table patients ( id TEXT PRIMARY KEY, name TEXT, surname TEXT, comments TEXT );"
-      "insert into info values ( 1, '04.50.00.00', '2019-01-01 10:00:00', 'd' );"
-      "insert into patients values ( 'p', 'Ann', 'Lee', 'c' );";
+      "create table info ( dbversion INTEGER, tarnversion TEXT, created TEXT, folder TEXT );create table patients ( id TEXT PRIMARY KEY, name TEXT, surname TEXT, comments TEXT );insert into info values ( 1, '04.50.00.00', '2019-01-01 10:00:00', 'd' );insert into patients values ( 'p', 'Ann', 'Lee', 'c' );";
   put(old);
   open();
   ASSERT_NE(db, nullptr);
@@ -115,9 +111,7 @@ TEST_F(Subjects, OlderSchemaIsUpgradedAndANewerOneUsedAsItStands) {
 }
 
 TEST_F(Subjects, TablesAreMadeInAFileOfOthersWithoutInfo) {
-  put("create table theirs ( x ); insert into theirs values ( 5 );"
-      "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, "
-      "folder TEXT );");
+  put("create table theirs ( x ); insert into theirs values ( 5 );create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, folder TEXT );");
   open();
   ASSERT_NE(db, nullptr);
   EXPECT_THAT(log(), HasSubstr("folder TEXT );\ntable exams already exists\ncreate table results"));

@@ -8,7 +8,7 @@
 
 #include "desktop/dialogs.h"
 #include "desktop/dialogtest.h"
-#include "framework/commandids.h"
+#include "exams/commandids.h"
 
 namespace tarnvisor {
 namespace {

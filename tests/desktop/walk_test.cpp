@@ -135,7 +135,7 @@ TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
 
   // The tables have changed and ask, one after the other.
   for (size_t i = 1; i < app->documents.documents().size(); ++i)
-    answers.expect(kProgramTitle, [](QWidget& dialog) { click(dialog, "No"); });
+    answers.expect(programTitle().c_str(), [](QWidget& dialog) { click(dialog, "No"); });
   choose({"Window", "Close all"});
   ASSERT_TRUE(app->documents.documents().empty());
   openFromExams("ring.tv1");

@@ -19,6 +19,7 @@
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "base/version.h"
 #include "desktop/qthost.h"
 #include "desktop/qttext.h"
 #include "frame/mainframe.h"
@@ -208,7 +209,7 @@ class WalkTest : public ImageDocTest {
   }
   // Keeps what a message box tells.
   void expectMessage() {
-    answers.expect(kProgramTitle, [this](QWidget& dialog) {
+    answers.expect(programTitle().c_str(), [this](QWidget& dialog) {
       messages.push_back(static_cast<QMessageBox&>(dialog).text().toStdString());
       click(dialog, "OK");
     });

@@ -18,9 +18,8 @@
 #include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
-#include "frame/commandtexts.h"
 #include "frame/mainframe.h"
-#include "framework/commandids.h"
+#include "imagedoc/commandids.h"
 #include "settings/profile.h"
 #include "support/imagedoctest.h"
 
@@ -286,10 +285,11 @@ TEST_F(WindowTest, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
 }
 
 TEST_F(WindowTest, EachNamedIconIsDrawn) {
-  for (const CommandText& text : commandTexts())
-    if (*text.icon) {
-      EXPECT_TRUE(hasIcon(text.icon)) << text.icon;
+  for (const auto& [id, words] : window().commandActions().directory().all())
+    if (*words.icon) {
+      EXPECT_TRUE(hasIcon(words.icon)) << words.icon;
     }
+  for (const auto& type : app->documents.types()) EXPECT_TRUE(hasIcon(type->face().icon));
 }
 
 TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
@@ -314,13 +314,13 @@ TEST_F(WindowTest, EachShortcutWorksWhereverTheKeyboardIs) {
     focus->activateWindow();
     focus->setFocus();
     ASSERT_TRUE(QTest::qWaitForWindowActive(focus));
-    for (const CommandText& text : commandTexts()) {
-      QAction* shown = action(text.id);
+    for (const auto& [id, words] : window().commandActions().directory().all()) {
+      QAction* shown = action(id);
       if (shown->shortcut().isEmpty() || !shown->isEnabled()) continue;
       triggered.clear();
       QTest::keySequence(focus, shown->shortcut());
-      EXPECT_EQ(triggered, std::vector<int32_t>{text.id})
-          << text.shortcut << " in " << focus->objectName().toStdString();
+      EXPECT_EQ(triggered, std::vector<int32_t>{id})
+          << words.keys << " in " << focus->objectName().toStdString();
     }
   }
 }

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "charts/chartdoc.h"
-#include "framework/commandids.h"
+#include "dynamic/commandids.h"
 #include "support/videotest.h"
 
 namespace tarnvisor {

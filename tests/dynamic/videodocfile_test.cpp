@@ -290,8 +290,8 @@ TEST_F(VideoFiles, ReadsRawFramesByTheirHeader) {
   const std::string header = folder.file("scan.hdr");
   ASSERT_TRUE(replaceFile(
       header,
-      std::string_view("<?xml version=\"1\"?>\n<H><WIDTH>6</WIDTH>\r\n<HEIGHT>2</HEIGHT>"
-                       "<NUMBER_OF_FRAMES>9</NUMBER_OF_FRAMES><MAGNIFICATION>0.5</MAGNIFICATION></H>")));
+      std::string_view(
+          "<?xml version=\"1\"?>\n<H><WIDTH>6</WIDTH>\r\n<HEIGHT>2</HEIGHT><NUMBER_OF_FRAMES>9</NUMBER_OF_FRAMES><MAGNIFICATION>0.5</MAGNIFICATION></H>")));
   std::vector<uint8_t> raw(6 * 2 * 3);
   for (size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<uint8_t>(i);
   ASSERT_TRUE(replaceFile(folder.file("scan.raw"), std::span<const uint8_t>(raw)));

@@ -6,7 +6,6 @@
 
 #include "archive/archive.h"
 #include "exams/subjectselection.h"
-#include "framework/commandids.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {
@@ -267,8 +266,7 @@ TEST_F(Selection, DialogAddsChangesTouchesAndClears) {
   app->db->newSubject("later");
   SqliteDatabase(app->dbPath)
       .execute(
-          "update patients set lastused='2000-01-01' where id='study_7_b';"
-          "update patients set lastused='2001-01-01' where id='later';");
+          "update patients set lastused='2000-01-01' where id='study_7_b';update patients set lastused='2001-01-01' where id='later';");
   dialog.finish(SubjectDialog::Result::ViewExaminations);
   EXPECT_THAT(app->db->recentSubjects(), ElementsAre("study_7_b", "later"));
   EXPECT_EQ(app->subjectId, "study_7_b");

@@ -5,7 +5,7 @@
 
 #include "app/recentfiles.h"
 #include "assembly/assembly.h"
-#include "framework/commandids.h"
+#include "frame/commandids.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {

@@ -8,9 +8,10 @@
 #include <set>
 
 #include "assembly/assembly.h"
-#include "frame/commandtexts.h"
+#include "frame/commandwords.h"
 #include "frame/mainframe.h"
-#include "framework/commandids.h"
+#include "imagedoc/commandids.h"
+#include "results/commandids.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {
@@ -30,9 +31,9 @@ void gather(const std::vector<MenuEntry>& entries, std::vector<int32_t>& ids) {
   }
 }
 
-std::vector<int32_t> idsOf(MenuSet set) {
+std::vector<int32_t> idsOf(const std::vector<Menu>& menus) {
   std::vector<int32_t> ids;
-  for (const Menu& menu : menusOf(set)) gather(menu.entries, ids);
+  for (const Menu& menu : menus) gather(menu.entries, ids);
   return ids;
 }
 
@@ -48,13 +49,13 @@ class Menus : public AppTest {
     writeProfile("[Settings]\nfloEN=1\nuser=x\n");
     ASSERT_TRUE(start());
     frame = std::make_unique<CBasicMainFrame>(*app);
-    gatherTables(MenuSet::None);
+    gatherTables(nullptr);
     for (const auto& type : app->documents.types()) {
       if (!type->canOpen()) continue;
       CDocument* document = type->newDocument();
       ASSERT_NE(document, nullptr);
-      EXPECT_NE(menuSetFor(document), MenuSet::None) << type->documentName() << " has no menus";
-      gatherTables(menuSetFor(document));
+      EXPECT_FALSE(type->face().menus.empty()) << type->documentName() << " has no menus";
+      gatherTables(type.get());
     }
   }
   ~Menus() override {
@@ -62,77 +63,107 @@ class Menus : public AppTest {
     frame.reset();
   }
 
-  void gatherTables(MenuSet set) {
+  void gatherTables(const DocumentType* kind) {
     for (const CommandTarget* target : app->commandChain())
       for (const CommandTableBase* table = target ? target->commands() : nullptr; table;
            table = table->baseTable())
-        for (const CommandRow& row : table->rows()) known[set].emplace(row.id, row.text);
+        for (const CommandRow& row : table->rows()) known[kind].emplace(row.id, row.text);
+  }
+  static std::string nameOf(const DocumentType* kind) { return kind ? kind->documentName() : "no document"; }
+  // In the menus with a document of this kind in front.
+  static std::vector<int32_t> menuIds(const DocumentType* kind) {
+    return idsOf(menusOf(kind ? kind->documents().front().get() : nullptr));
+  }
+  static std::vector<int32_t> keysOnly(const DocumentType* kind) {
+    return commandsWithKeysOnly(kind ? kind->documents().front().get() : nullptr);
   }
 
   std::unique_ptr<CBasicMainFrame> frame;
-  std::map<MenuSet, std::map<int32_t, std::string>> known;  // ids and texts of a kind's whole chain
+  std::map<const DocumentType*, std::map<int32_t, std::string>>
+      known;  // ids and texts of a kind's whole chain
 };
 
 TEST_F(Menus, EachEntryHasAHandlerAndStandsOnce) {
-  for (const auto& [set, commands] : known) {
-    const std::vector<int32_t> ids = idsOf(set);
-    for (const int32_t id : ids) EXPECT_TRUE(commands.contains(id)) << id << " in " << static_cast<int>(set);
-    EXPECT_EQ(Ids(ids.begin(), ids.end()).size(), ids.size()) << static_cast<int>(set);
+  Ids all;
+  for (const auto& [kind, commands] : known) {
+    const std::vector<int32_t> ids = menuIds(kind);
+    for (const int32_t id : ids) EXPECT_TRUE(commands.contains(id)) << id << " in " << nameOf(kind);
+    EXPECT_EQ(Ids(ids.begin(), ids.end()).size(), ids.size()) << nameOf(kind);
+    for (const auto& [id, text] : commands) all.insert(id);
+    for (const PopupMenu& popup : kind ? kind->face().popups : std::vector<PopupMenu>{}) {
+      std::vector<int32_t> entries;
+      gather(popup.entries, entries);
+      for (const int32_t id : entries) EXPECT_TRUE(commands.contains(id)) << id << " in " << popup.id;
+    }
   }
-  std::vector<int32_t> others;
-  std::vector<int32_t> overCharts;
-  gather(popupMenuOf(kChartPopup), overCharts);
-  for (const int32_t id : overCharts) EXPECT_TRUE(known[MenuSet::Chart].contains(id)) << id;
-  for (const int32_t popup : {kToolsPopup, kDisplayPopup}) gather(popupMenuOf(popup), others);
-  for (const ToolBarGroup& group : toolBarGroups())
-    others.insert(others.end(), group.buttons.begin(), group.buttons.end());
-  for (const int32_t id : others)
-    EXPECT_TRUE(known[MenuSet::Image].contains(id) || known[MenuSet::Video].contains(id)) << id;
-  EXPECT_TRUE(popupMenuOf(1).empty());
+  for (const ToolBarGroup& group : toolBarGroups(app->documents))
+    for (const int32_t id : group.buttons) EXPECT_TRUE(all.contains(id)) << id;
+  for (const int32_t popup : {kToolsPopup, kDisplayPopup})
+    EXPECT_FALSE(popupMenuOf(app->documents, popup).empty()) << popup;
+  EXPECT_TRUE(popupMenuOf(app->documents, 1).empty());
 }
 
 TEST_F(Menus, EachCommandIsInAMenuOrHasAButtonOrKeys) {
-  Ids others = kPosted;
-  others.insert(commandsWithKeysOnly().begin(), commandsWithKeysOnly().end());
+  const CommandDirectory directory(*app);
   Ids buttons;
-  for (const ToolBarGroup& group : toolBarGroups())
+  for (const ToolBarGroup& group : toolBarGroups(app->documents))
     buttons.insert(group.buttons.begin(), group.buttons.end());
-  for (const auto& [set, commands] : known) {
-    const std::vector<int32_t> list = idsOf(set);
-    const Ids ids(list.begin(), list.end());
-    for (const auto& [id, text] : commands) {
-      const bool reachable =
-          ids.contains(id) || others.contains(id) || (text.empty() && buttons.contains(id));
-      EXPECT_TRUE(reachable) << id << " " << text << " in " << static_cast<int>(set);
-    }
+  for (const auto& [kind, commands] : known) {
+    const std::vector<int32_t> list = menuIds(kind);
+    const std::vector<int32_t> keys = keysOnly(kind);
+    Ids ids(list.begin(), list.end());
+    ids.insert(keys.begin(), keys.end());
+    ids.insert(kPosted.begin(), kPosted.end());
+    for (const auto& [id, text] : commands)
+      EXPECT_TRUE(ids.contains(id) || (text.empty() && buttons.contains(id)))
+          << id << " " << text << " in " << nameOf(kind);
+    for (const int32_t id : keys) EXPECT_STRNE(directory.words(id).keys, "") << id;
   }
-  for (const int32_t id : commandsWithKeysOnly()) EXPECT_STRNE(commandText(id).shortcut, "") << id;
 }
 
 TEST_F(Menus, EachCommandHasASentenceForTheStatusBarAndATip) {
-  Ids seen;
-  for (const CommandText& text : commandTexts()) {
-    EXPECT_TRUE(seen.insert(text.id).second) << text.id << " has two texts";
-    EXPECT_THAT(text.status, ContainsRegex("^[A-Z].*\\.$"));
-    EXPECT_STRNE(text.tip, "") << text.id;
+  const CommandDirectory directory(*app);
+  for (const auto& [id, words] : directory.all()) {
+    EXPECT_THAT(words.status, ContainsRegex("^[A-Z].*\\.$"));
+    EXPECT_STRNE(words.tip, "") << id;
   }
-  for (const auto& [set, commands] : known)
-    for (const auto& [id, text] : commands) EXPECT_TRUE(seen.contains(id)) << id << " " << text;
-  EXPECT_STREQ(commandText(1).status, "");
+  for (const auto& [kind, commands] : known)
+    for (const auto& [id, text] : commands) EXPECT_TRUE(directory.all().contains(id)) << id << " " << text;
+  EXPECT_STREQ(directory.words(1).status, "");
+}
+
+// Else a tip would tell of another command than the one that runs.
+TEST_F(Menus, NoCommandHasTwoWordings) {
+  std::map<int32_t, std::string> tips;
+  const CommandDirectory directory(*app);
+  for (const auto& [id, words] : directory.all()) tips[id] = words.status;
+  for (const auto& type : app->documents.types())
+    for (const CommandTableBase* table : type->face().tables)
+      for (; table; table = table->baseTable())
+        for (const CommandRow& row : table->rows())
+          if (!row.words.isEmpty()) EXPECT_EQ(row.words.status, tips[row.id]) << row.id;
+}
+
+TEST_F(Menus, OpenOffersTheKindsInTheirKnownOrder) {
+  EXPECT_EQ(
+      openFilter(documentTable()),
+      "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi|Images (*.tv1)|*.tv1|Videos (*.dtv)|*.dtv|AVI Videos (*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF (*.zzfcf)|*.zzfcf|XY charts (*.zzxy)|*.zzxy|All files (*.*)|*.*||");
 }
 
 TEST_F(Menus, NoShortcutStandsTwiceBeforeOneKindOfDocument) {
-  for (const auto& [set, commands] : known) {
-    std::vector<int32_t> ids = idsOf(set);
-    ids.insert(ids.end(), commandsWithKeysOnly().begin(), commandsWithKeysOnly().end());
+  const CommandDirectory directory(*app);
+  for (const auto& [kind, commands] : known) {
+    std::vector<int32_t> ids = menuIds(kind);
+    for (const int32_t id : keysOnly(kind)) ids.push_back(id);
     std::map<std::string, int32_t> keys;
     for (const int32_t id : ids) {
-      if (!*commandText(id).shortcut) continue;
-      const auto [at, fresh] = keys.emplace(commandText(id).shortcut, id);
-      EXPECT_TRUE(fresh) << at->first << ": " << id << " and " << at->second;
+      const char* own = directory.words(id).keys;
+      if (!*own) continue;
+      const auto [at, fresh] = keys.emplace(own, id);
+      EXPECT_TRUE(fresh) << at->first << ": " << id << " and " << at->second << " in " << nameOf(kind);
     }
   }
-  EXPECT_THAT(shortcutListText(), HasSubstr("Ctrl+S          Save\n"));
+  EXPECT_THAT(directory.shortcutList(), HasSubstr("Ctrl+S          Save\n"));
 }
 
 TEST_F(Menus, ToolBarGroupsHaveTheirCountsGatesAndIcons) {
@@ -143,13 +174,15 @@ TEST_F(Menus, ToolBarGroupsHaveTheirCountsGatesAndIcons) {
   };
   const Case cases[] = {
       {10000, 13, true, true, true, true},  {10004, 1, true, true, true, true},
-      {10007, 10, true, false, true, true}, {10011, 15, true, false, true, true},
-      {10014, 6, true, false, true, true},  {10027, 2, true, false, false, true},
+      {10027, 2, true, false, false, true}, {10007, 10, true, false, true, true},
+      {10011, 15, true, false, true, true}, {10014, 6, true, false, true, true},
       {10022, 4, true, false, true, true},  {10012, 6, true, true, true, false},
   };
-  ASSERT_EQ(toolBarGroups().size(), std::size(cases));
+  const CommandDirectory directory(*app);
+  const std::vector<ToolBarGroup> groups = toolBarGroups(app->documents);
+  ASSERT_EQ(groups.size(), std::size(cases));
   for (size_t i = 0; i < std::size(cases); ++i) {
-    const ToolBarGroup& group = toolBarGroups()[i];
+    const ToolBarGroup& group = groups[i];
     const Case& c = cases[i];
     EXPECT_EQ(group.id, c.id);
     EXPECT_EQ(group.buttons.size(), c.buttons) << c.id;
@@ -164,9 +197,9 @@ TEST_F(Menus, ToolBarGroupsHaveTheirCountsGatesAndIcons) {
     EXPECT_TRUE(gateOpen(group, 1) == c.atFull) << c.id << ": the other word that opens the dynamic channel";
     process.cytoMode = 0;
     process.vivocapEnabled = 1;
-    for (const int32_t id : group.buttons) EXPECT_STRNE(commandText(id).icon, "") << id;
+    for (const int32_t id : group.buttons) EXPECT_STRNE(directory.words(id).icon, "") << id;
   }
-  ToolBarGroup none = toolBarGroups()[0];
+  ToolBarGroup none = groups[0];
   none.buttons.clear();
   EXPECT_FALSE(gateOpen(none, 1));
 }

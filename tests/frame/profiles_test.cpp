@@ -1,9 +1,9 @@
 // Choosing another profile while the program runs.
 #include <gmock/gmock.h>
 
+#include "frame/commandids.h"
 #include "frame/mainframe.h"
 #include "frame/profileselection.h"
-#include "framework/commandids.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {

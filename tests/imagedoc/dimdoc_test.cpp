@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "frame/mainframe.h"
-#include "framework/commandids.h"
+#include "results/commandids.h"
 #include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"
 

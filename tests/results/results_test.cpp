@@ -129,8 +129,7 @@ TEST_F(Results, ATableIsSavedAndOpenedAsItWas) {
   const std::string text = readWholeText(folder.file("t.rst")).value_or("");
   // 11 columns, the first of a class met for the first time: schema 0 and a name of 10 letters.
   EXPECT_EQ(text.substr(0, 20), std::string("\x0b\0\xff\xff\0\0\x0a\0"
-                                            "Ccolformat"
-                                            "\x09\0",
+                                            "Ccolformat\x09\0",
                                             20));
   auto* opened = dynamic_cast<CResultDoc*>(app->openDocumentFile(folder.file("t.rst")));
   ASSERT_NE(opened, nullptr);
@@ -150,8 +149,7 @@ TEST_F(Results, AnOldFileHasNoSubjectAndADamagedOneIsRefused) {
       "\x01\0"
       "\x02\0"
       "\x01"
-      "a"
-      "\x01"
+      "a\x01"
       "b",
       16);
   ASSERT_TRUE(replaceFile(folder.file("old.rst"), std::string_view(old)));

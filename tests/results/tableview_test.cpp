@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "framework/commandids.h"
+#include "results/commandids.h"
 #include "results/resultview.h"
 #include "support/recordingcanvas.h"
 #include "support/testhost.h"

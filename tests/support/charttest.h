@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "assembly/assembly.h"
+#include "charts/commandids.h"
 #include "charts/commonflodoc.h"
-#include "framework/commandids.h"
 #include "support/apptest.h"
 #include "support/recordingcanvas.h"
 

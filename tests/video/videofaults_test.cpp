@@ -203,9 +203,7 @@ TEST_F(VideoFaults, OpeningLogsEachStep) {
       "openAVI: " + folder.file("n.avi") +
           "number of streams=1\ndwCaps=31\nw=64 h=48 len=3\nfiletype=AVI (Audio Video Interleaved)\n"
           "try getting stream 0\ngetting info for stream 0fccType=73646976 (vids)\nfccHandler=0 ()\nname=\n"
-          "got stream\nfile info says:is not compressed.\nrate=25 scale=1\nreading stream formatstream "
-          "format "
-          "size=1064\nstream format planes=1, bits=8, compression=0\nopenavi 3 images, w=64, h=48\n"
+          "got stream\nfile info says:is not compressed.\nrate=25 scale=1\nreading stream formatstream format size=1064\nstream format planes=1, bits=8, compression=0\nopenavi 3 images, w=64, h=48\n"
           "Try AVI to 24 bit.\nopenAVI done\n");
 }
 

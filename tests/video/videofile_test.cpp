@@ -91,14 +91,14 @@ INSTANTIATE_TEST_SUITE_P(
         Foreign{"m4long.avi", "-c:v mpeg4 -q:v 2 -bf 2 -g 250"},
         Foreign{"h264.avi", "-pix_fmt yuv420p -c:v libx264 -crf 18 -bf 3 -g 30"},
         Foreign{"h264long.avi", "-pix_fmt yuv420p -c:v libx264 -crf 18 -bf 3 -g 250 -sc_threshold 0"},
-        Foreign{"open.avi",
-                "-pix_fmt yuv420p -c:v libx264 -crf 18 -g 25 -x264-params "
-                "open-gop=1:bframes=3:b-adapt=0:scenecut=0"},
+        Foreign{
+            "open.avi",
+            "-pix_fmt yuv420p -c:v libx264 -crf 18 -g 25 -x264-params open-gop=1:bframes=3:b-adapt=0:scenecut=0"},
         Foreign{"refresh.mkv",
                 "-pix_fmt yuv420p -c:v libx264 -crf 18 -g 25 -x264-params intra-refresh=1:bframes=0"},
-        Foreign{"open.mp4",
-                "-pix_fmt yuv420p -c:v libx264 -crf 18 -g 25 -x264-params "
-                "open-gop=1:bframes=3:b-adapt=0:scenecut=0"},
+        Foreign{
+            "open.mp4",
+            "-pix_fmt yuv420p -c:v libx264 -crf 18 -g 25 -x264-params open-gop=1:bframes=3:b-adapt=0:scenecut=0"},
         Foreign{"h264.mp4", "-pix_fmt yuv420p -c:v libx264 -crf 18 -bf 3 -g 250"},
         Foreign{"h264.mkv", "-pix_fmt yuv420p -c:v libx264 -crf 18 -bf 3 -g 250"},
         Foreign{"m2.mkv", "-c:v mpeg2video -q:v 2 -bf 2 -g 15"},

@@ -1,10 +1,10 @@
-#include "framework/tableview.h"
+#include "results/tableview.h"
 
 #include <algorithm>
 #include <array>
 
-#include "framework/commandids.h"
 #include "host/host.h"
+#include "results/commandids.h"
 
 namespace tarnvisor {
 
@@ -34,15 +34,26 @@ bool TableView::Cells::contains(size_t row, size_t column) const {
   return c >= firstColumn && c <= lastColumn && r >= firstRow && r <= lastRow;
 }
 
-const CommandTableBase* TableView::commands() const {
+const CommandTableBase& TableView::commandTable() {
   using V = TableView;
   // The second row is the copy button of the tool bar, which all documents share.
   static const CommandTable<V> table{
-      {cmd::CopyResults, "&Copy", &V::copy, &V::hasRows},
+      {cmd::CopyResults,
+       "&Copy",
+       &V::copy,
+       &V::hasRows,
+       {.tip = "Copy cells",
+        .status = "Copies the selected cells, or the whole table, as tab-separated text.",
+        .keys = "Ctrl+C",
+        .icon = "copy"}},
       {cmd::Copy, "", &V::copy, &V::hasRows},
-      {cmd::SelectAll, "Select &all", &V::selectAll, &V::hasRows},
+      {cmd::SelectAll,
+       "Select &all",
+       &V::selectAll,
+       &V::hasRows,
+       {.tip = "Select all", .status = "Selects all cells of the table.", .keys = "Ctrl+A"}},
   };
-  return &table;
+  return table;
 }
 
 void TableView::setMetrics(int32_t width, int32_t height) {
@@ -244,5 +255,7 @@ void TableView::draw(Canvas& canvas) {
   drawRows(canvas);
   drawHeads(canvas);
 }
+
+MenuEntries tableEditEntries() { return {cmd::CopyResults, cmd::SelectAll}; }
 
 }  // namespace tarnvisor

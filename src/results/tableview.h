@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/menu.h"
 #include "framework/view.h"
 
 namespace tarnvisor {
@@ -53,7 +54,8 @@ class TableView : public CView {
   void mouseDown(const MouseEvent& event) override;
   void mouseMove(const MouseEvent& event) override;
   void mouseUp(const MouseEvent& event) override;
-  const CommandTableBase* commands() const override;
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
 
  protected:
   // In pixels, of all columns from the left.
@@ -86,5 +88,8 @@ class TableView : public CView {
   CellAddress anchor{0, 0};
   enum class Drag { No, Cells, Columns } drag = Drag::No;
 };
+
+// What remains to edit in a table that nobody changes by hand: copying.
+MenuEntries tableEditEntries();
 
 }  // namespace tarnvisor

@@ -1,0 +1,42 @@
+// The ids of the commands of videos. Numbers under 34000 are known to users' scripts and to other
+// programs; none ever changes, and no other command gets one that was used. New ones continue after the
+// highest of all rooms.
+#pragma once
+
+#include <cstdint>
+
+#include "imagedoc/commandids.h"  // IWYU pragma: export
+
+namespace tarnvisor::cmd {
+
+// NOLINTBEGIN(readability-identifier-naming): the names of commands
+inline constexpr int32_t AverageSequence = 32781;
+inline constexpr int32_t CompressVideoOutput = 32804;
+inline constexpr int32_t DeleteSelectedImages = 32822;
+inline constexpr int32_t DeleteOtherImages = 32823;
+inline constexpr int32_t Directories = 32832;
+inline constexpr int32_t PlaySlower = 32861;
+inline constexpr int32_t PlayFaster = 32862;
+inline constexpr int32_t ImportAvi = 32896;
+inline constexpr int32_t MergeFields = 32923;
+inline constexpr int32_t LoopSequence = 32928;
+inline constexpr int32_t ColourPlanes = 32947;
+inline constexpr int32_t PlaybackSkip = 32948;
+inline constexpr int32_t PlaySequence = 32949;
+inline constexpr int32_t SplitFields = 33010;
+inline constexpr int32_t SquareOfDifferences = 33011;
+inline constexpr int32_t StepBack = 33014;
+inline constexpr int32_t StepForward = 33016;
+inline constexpr int32_t SubtractTrace = 33019;
+inline constexpr int32_t SwitchFieldOrder = 33022;
+inline constexpr int32_t SwitchLines = 33023;
+inline constexpr int32_t ExportUncompressedAvi = 33064;
+inline constexpr int32_t NailfoldPanorama = 33076;
+inline constexpr int32_t SquareOfDifferencesToCurrent = 33095;
+inline constexpr int32_t MovementCorrectionWithoutDisplay = 33110;
+inline constexpr int32_t SelectImages = 34108;
+inline constexpr int32_t VideoProperties = 34109;
+inline constexpr int32_t ExportCompressedAvi = 34110;
+// NOLINTEND(readability-identifier-naming)
+
+}  // namespace tarnvisor::cmd

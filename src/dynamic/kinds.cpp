@@ -1,0 +1,121 @@
+#include "dynamic/kinds.h"
+
+#include "dynamic/commandids.h"
+#include "dynamic/vivocapview.h"
+#include "frame/menus.h"
+#include "imagedoc/imagemenus.h"
+
+namespace tarnvisor {
+
+namespace {
+
+using K = MenuEntry::Kind;
+
+Menu sequenceMenu() {
+  return {"Se&quence",
+          {cmd::PlaySequence,
+           cmd::LoopSequence,
+           cmd::PlayFaster,
+           cmd::PlaySlower,
+           cmd::PlaybackSkip,
+           K::Separator,
+           cmd::StepForward,
+           cmd::StepBack,
+           K::Separator,
+           cmd::SelectImages,
+           cmd::DeleteSelectedImages,
+           cmd::DeleteOtherImages,
+           K::Separator,
+           cmd::AverageSequence,
+           K::Separator,
+           {"&Fields",
+            {cmd::MergeFields, cmd::SplitFields, K::Separator, cmd::SwitchFieldOrder, cmd::SwitchLines}}}};
+}
+
+std::vector<Menu> videoMenus() {
+  const MenuEntries ofFile{cmd::FileSave,
+                           cmd::FileSaveAs,
+                           cmd::DuplicateImage,
+                           K::Separator,
+                           cmd::ImportAvi,
+                           cmd::ExportUncompressedAvi,
+                           cmd::ExportCompressedAvi,
+                           cmd::CompressVideoOutput,
+                           cmd::Export,
+                           cmd::ImportDimensions,
+                           K::Separator,
+                           cmd::VideoProperties,
+                           cmd::Directories,
+                           K::Separator,
+                           cmd::FilePrint,
+                           cmd::FilePrintPreview};
+  return {fileMenu(ofFile),
+          imageEditMenu(),
+          imageViewMenu(),
+          sequenceMenu(),
+          processingMenu({cmd::SubtractTrace, cmd::SquareOfDifferences, cmd::SquareOfDifferencesToCurrent,
+                          cmd::ColourPlanes}),
+          measureMenu(),
+          analysisMenu(),
+          subjectMenu(),
+          acquisitionMenu(),
+          windowMenu(),
+          helpMenu()};
+}
+
+DocumentFace faceWith(std::vector<FileKind> files) {
+  DocumentFace face{.tables = {&CVivoCapView::commandTable(), &CVivoCapDoc::commandTable()},
+                    .menus = videoMenus(),
+                    .popups = imagePopups(),
+                    .toolBars = imageToolBars(),
+                    .keysOnly = imageKeysOnly(),
+                    .files = std::move(files),
+                    .startSwitches = {{'a', {cmd::ExportUncompressedAvi, cmd::AppExit}},
+                                      {'m', {cmd::MovementCorrectionWithoutDisplay}},
+                                      {'P', {cmd::NailfoldPanorama}}},
+                    .helpPage = "video"};
+  face.toolBars.push_back({10012,
+                           ToolBarGroup::Bar::Main,
+                           ToolBarGroup::Gate::Dynamic,
+                           {cmd::SaveImage, cmd::RecordSequence, cmd::TriggerButton, cmd::StepBack,
+                            cmd::PlaySequence, cmd::StepForward}});
+  return face;
+}
+
+const DocumentFace& videoFace() {
+  static const DocumentFace face =
+      faceWith({{.ending = ".dtv",
+                 .openWords = "Videos (*.dtv)",
+                 .openPlace = 2,
+                 .mimeType = "application/x-tarnvisor-video",
+                 .mimeComment = "Tarnvisor video document"},
+                {.ending = ".mve", .mimeType = "video/x-tarnvisor-movie", .mimeComment = "Tarnvisor movie"}});
+  return face;
+}
+
+const DocumentFace& aviFace() {
+  static const DocumentFace face = faceWith({{.ending = ".avi",
+                                              .openWords = "AVI Videos (*.avi)",
+                                              .openPlace = 3,
+                                              .ofOthers = true,
+                                              .mimeType = "video/x-msvideo"}});
+  return face;
+}
+
+}  // namespace
+
+DocumentRow videoKind() {
+  return {DocumentRow::Gate::Image,
+          {10021, "\nVideo\nVideo\nVideos (*.dtv)\n.dtv\nTarnvisor.Video\nTarnvisor Video Document",
+           "CVivoCapDoc", "CVivoCapView", kChildFrame, &makeDocument<CVivoCapDoc>,
+           &makeView<CVivoCapDoc, CVivoCapView>, &isMovieFile, kMovieFilter, &videoFace},
+          &ProcessState::videoTemplate};
+}
+
+DocumentRow aviKind() {
+  return {DocumentRow::Gate::Dynamic,
+          {10001, "\nAVI Video\n\nAVI videos (*.avi)\n.avi\n\n\n", "CVivoCapDoc", "CVivoCapView", kChildFrame,
+           &makeDocument<CVivoCapDoc>, &makeView<CVivoCapDoc, CVivoCapView>, nullptr, "", &aviFace}};
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,18 @@
+// The ids of the commands of subjects and exams. Numbers under 34000 are known to users' scripts and to
+// other programs; none ever changes, and no other command gets one that was used. New ones continue after
+// the highest of all rooms.
+#pragma once
+
+#include <cstdint>
+
+#include "app/commandids.h"  // IWYU pragma: export
+
+namespace tarnvisor::cmd {
+
+// NOLINTBEGIN(readability-identifier-naming): the names of commands
+inline constexpr int32_t ProcessResults = 32956;
+inline constexpr int32_t AcquisitionChain = 32970;
+inline constexpr int32_t ViewExams = 33051;
+// NOLINTEND(readability-identifier-naming)
+
+}  // namespace tarnvisor::cmd

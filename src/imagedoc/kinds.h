@@ -1,0 +1,11 @@
+// The kinds of document of this room, with their faces.
+#pragma once
+
+#include "app/documentrow.h"
+
+namespace tarnvisor {
+
+DocumentRow imageKind();
+DocumentRow dimensionListKind();
+
+}  // namespace tarnvisor
