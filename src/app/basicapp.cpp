@@ -126,6 +126,8 @@ void CBasicApp::readSettings() { readApplicationSettings(expertMode, showDb, fgM
 void CBasicApp::rereadSettings() {
   rereadApplicationSettings(expertMode, fgMode);
   process.dustMaskEnabled = settings.getInt("settings", "dustmask", process.dustMaskEnabled);
+  for (const auto& type : documents.types())
+    if (type->face().readSettings) type->face().readSettings();
 }
 void CBasicApp::saveSettings() { saveApplicationSettings(expertMode, fgMode); }
 

@@ -13,8 +13,6 @@ namespace tarnvisor {
 
 namespace {
 
-// Of a view that fills whatever window it gets.
-constexpr Size kPlainWindow{960, 600};
 constexpr int kPixelsPerInch = 300;
 
 // Fonts need one; it is made for the first picture and wants no display.

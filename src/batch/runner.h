@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "app/basicapp.h"
@@ -12,24 +11,6 @@
 #include "batch/scripthost.h"
 
 namespace tarnvisor {
-
-class CVivoCapDoc;
-class ZBasicDoc;
-class CResultDoc;
-class ZchartView;
-
-// What a step yields: named texts in order, and lines for people.
-struct StepResult {
-  bool ok = true;
-  std::string why;  // of a failure
-  std::vector<std::pair<std::string, std::string>> values;
-  std::string text;  // printed as it stands
-
-  static StepResult failure(std::string words) { return {false, std::move(words), {}, {}}; }
-};
-
-// Size, region, list and scale of an image, a line each.
-std::string imageStatus(const ZBasicDoc& image);
 
 class ScriptRunner {
  public:
@@ -41,40 +22,6 @@ class ScriptRunner {
   StepResult runStep(const Step& step);
 
  private:
-  StepResult subject(const Step& step);
-  StepResult exam(const Step& step);
-  StepResult open(const Step& step);
-  StepResult set(const Step& step);
-  StepResult roi(const Step& step);
-  StepResult list(const Step& step);
-  StepResult dim(const Step& step);
-  StepResult command(const Step& step);
-  StepResult import(const Step& step);
-  StepResult save(const Step& step);
-  StepResult exportStep(const Step& step);
-  StepResult results(const Step& step);
-  StepResult print(const Step& step);
-  StepResult snapshot(const Step& step);
-  StepResult close(const Step& step);
-  StepResult unavailable(const Step& step);
-
-  StepResult select(const Step& step);
-  // runner_videos.cpp
-  StepResult frame(const Step& step);
-  StepResult selectImages(CVivoCapDoc& video, const Step& step);
-  StepResult exportVideo(CVivoCapDoc& video, const std::string& path);
-  StepResult printVideo(CVivoCapDoc& video, const std::string& what) const;
-  CVivoCapDoc* frontVideo() const;  // null when no video is in front
-
-  // runner_charts.cpp
-  StepResult selectInChart(ZchartView& chart, const Step& step);
-  StepResult trace(const Step& step);
-  StepResult exportChart(ZchartView& chart, const std::string& path);
-  StepResult printChart(ZchartView& chart, const std::string& what) const;
-  ZchartView* frontChart() const;  // null when no chart is in front
-
-  StepResult runCommandText(const std::string& text, std::vector<std::string> answers);
-  ZBasicDoc* frontImage() const;
   void report(const Step& step, const StepResult& result) const;
 
   CBasicApp& app;

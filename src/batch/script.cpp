@@ -8,6 +8,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "base/version.h"
+#include "batch/verbs.h"
 
 namespace tarnvisor {
 
@@ -27,6 +28,16 @@ constexpr const char* kUsage =
     "  --version, --help\n"
     "Exit codes: 0 done, 1 a step failed, 2 a malformed step or option (nothing was run).\n";
 
+std::string checkStep(const Step& step) {
+  const Verb* verb = findVerb(step.word);
+  if (!verb) return "unknown step \"" + step.word + "\"";
+  if (step.args.size() < verb->fewest) return "\"" + step.word + "\" needs more arguments";
+  if (step.args.size() > verb->most) return "\"" + step.word + "\" has too many arguments";
+  return verb->check ? verb->check(step.args) : std::string();
+}
+
+}  // namespace
+
 bool parseNumbers(std::string_view text, std::vector<int32_t>& numbers) {
   numbers.clear();
   for (const std::string& part : split(text, ',')) {
@@ -38,96 +49,6 @@ bool parseNumbers(std::string_view text, std::vector<int32_t>& numbers) {
   }
   return true;
 }
-
-bool hasNumbers(const std::string& text, size_t count) {
-  std::vector<int32_t> numbers;
-  return parseNumbers(text, numbers) && numbers.size() == count;
-}
-
-bool isOneOf(const std::string& text, std::initializer_list<const char*> words) {
-  return std::any_of(words.begin(), words.end(), [&](const char* word) { return text == word; });
-}
-
-using Arguments = const std::vector<std::string>&;
-
-std::string checkRoi(Arguments a) {
-  if (isOneOf(a[0], {"none", "circle"}) || hasNumbers(a[0], 4)) return {};
-  return "a ROI is left,top,right,bottom or none or circle";
-}
-
-std::string checkList(Arguments a) {
-  std::vector<int32_t> n;
-  return parseNumbers(a[0], n) && n.size() == 1 && n[0] >= 0 && n[0] <= 8 ? ""
-                                                                          : "a list is a number from 0 to 8";
-}
-
-std::string checkDim(Arguments a) {
-  if (!isOneOf(a[0], {"point", "line", "polyline", "freehand", "circle", "polygon", "rect"}))
-    return "unknown kind of dimension \"" + a[0] + "\"";
-  for (size_t i = 1; i < a.size(); ++i)
-    if (!hasNumbers(a[i], 2)) return "\"" + a[i] + "\" is not a point x,y";
-  const size_t points = a.size() - 1;
-  const bool two = isOneOf(a[0], {"line", "circle", "rect"});
-  if (a[0] == "point" && points != 1) return "a point has one point";
-  if (two && points != 2) return "a " + a[0] + " has two points";
-  if (a[0] != "point" && points < 2) return "a " + a[0] + " has two points or more";
-  return {};
-}
-
-std::string checkNumber(Arguments a) { return hasNumbers(a[0], 1) ? "" : "\"" + a[0] + "\" is not a number"; }
-
-std::string checkSelect(Arguments a) {
-  for (const std::string& text : a) {
-    double value = 0;
-    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || stop != text.data() + text.size() || !std::isfinite(value))
-      return "\"" + text + "\" is not a number";
-  }
-  return {};
-}
-
-std::string checkPrint(Arguments a) {
-  return isOneOf(a[0], {"notes", "result", "dims", "traces", "offsets", "fps", "status"})
-             ? ""
-             : "print what: notes, result, dims, traces, offsets, fps or status";
-}
-
-struct StepRule {
-  const char* word;
-  size_t fewest;
-  size_t most;
-  std::string (*check)(Arguments) = nullptr;
-};
-constexpr size_t kAny = 1u << 20;
-constexpr StepRule kRules[] = {{"subject", 1, 1},
-                               {"exam", 1, 2},
-                               {"open", 1, 1},
-                               {"set", 3, 3},
-                               {"roi", 1, 1, checkRoi},
-                               {"list", 1, 1, checkList},
-                               {"dim", 2, kAny, checkDim},
-                               {"command", 1, kAny},
-                               {"import", 1, 1},
-                               {"select", 2, 2, checkSelect},
-                               {"frame", 1, 1, checkNumber},
-                               {"trace", 1, 1},
-                               {"save", 0, 1},
-                               {"export", 1, 1},
-                               {"results", 1, 1},
-                               {"print", 1, 1, checkPrint},
-                               {"snapshot", 1, 1},
-                               {"close", 0, 0}};
-
-std::string checkStep(const Step& step) {
-  const auto rule = std::find_if(std::begin(kRules), std::end(kRules),
-                                 [&](const StepRule& r) { return step.word == r.word; });
-  if (rule == std::end(kRules)) return "unknown step \"" + step.word + "\"";
-  if (step.args.size() < rule->fewest) return "\"" + step.word + "\" needs more arguments";
-  if (step.args.size() > rule->most) return "\"" + step.word + "\" has too many arguments";
-  return rule->check ? rule->check(step.args) : std::string();
-}
-
-}  // namespace
 
 std::string Step::where() const { return format("%s:%i", source.c_str(), lineNumber); }
 

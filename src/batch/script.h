@@ -35,6 +35,8 @@ struct BatchOptions {
   std::string message;
 };
 
+// Whole numbers between commas; false when the text is anything else.
+bool parseNumbers(std::string_view text, std::vector<int32_t>& numbers);
 // The words of one line; false when a quote is left open.
 bool splitStep(std::string_view line, std::vector<std::string>& words);
 // Adds the step of a line, if it has one. Empty on success, otherwise what is wrong with it.

@@ -80,6 +80,12 @@ class ZchartView : public CView, public ChartWatcher {
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 
+  // --- what scripts ask (chartview_script.cpp)
+  StepResult selectRange(double from, double to) override;
+  StepResult chooseTrace(const std::string& name) override;
+  StepResult exportTo(const std::string& path) override;
+  StepResult tell(const std::string& what) override;  // "traces", "status"
+
   double selfrom = 0.0;
   double selto = 0.0;
   double secondsPerColumn = 1.0;

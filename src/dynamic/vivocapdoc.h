@@ -70,6 +70,12 @@ class CVivoCapDoc : public ZBasicDoc {
   // The work folder, asked for when there is none; empty when the user gives none.
   std::string workFolder();
 
+  // --- what scripts ask (vivocapdoc_script.cpp)
+  StepResult selectRange(double first, double last) override;
+  StepResult show(int32_t index) override;
+  StepResult exportTo(const std::string& path) override;
+  StepResult tell(const std::string& what) override;  // "offsets" and "fps", too
+
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 

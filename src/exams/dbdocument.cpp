@@ -113,6 +113,11 @@ std::string CdbDocument::defaultPathName() const {
   return folder + name + (storedType() ? storedType()->filterExtension() : std::string());
 }
 
+StepResult CdbDocument::tell(const std::string& what) {
+  if (what != "result") return StepResult::nothing();
+  return {true, {}, {{"result", resultText}}, resultText.empty() ? "" : resultText + "\n"};
+}
+
 std::string CdbDocument::setBaseFileName(const std::string& suffix) const {
   const std::string base = pathName().empty() ? title() : withoutExtension(pathName());
   return replaced(base + suffix, ' ', '-');

@@ -16,6 +16,7 @@ class CdbDocument : public CDocument {
   bool onSaveDocument(const std::string& path) override;
   std::string defaultPathName() const override;
   void serialize(Archive& archive) override;
+  StepResult tell(const std::string& what) override;  // "result"
 
   // Binds the document if it isn't, and brings its row in the results table up to date.
   void storeResult(const std::string& path);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "framework/command.h"
+#include "framework/scripttarget.h"
 #include "framework/view.h"
 
 namespace tarnvisor {
@@ -14,7 +15,7 @@ namespace tarnvisor {
 class Archive;
 class DocumentType;
 
-class CDocument : public CommandTarget {
+class CDocument : public CommandTarget, public ScriptTarget {
  public:
   CDocument();
   ~CDocument() override;
@@ -57,6 +58,8 @@ class CDocument : public CommandTarget {
   virtual std::string defaultPathName() const;
   // Asks whether to save a changed document. False when the user cancels, or a wanted save fails.
   virtual bool saveModified();
+  // Stays open when a script goes on to the next exam.
+  virtual bool collectsOverExams() const { return false; }
   // Called once, before the document is destroyed.
   virtual void onCloseDocument() {}
 

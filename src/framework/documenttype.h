@@ -41,8 +41,9 @@ struct DocumentFace {
   std::vector<int32_t> keysOnly;       // commands that answer to their keys though no menu holds them
   std::vector<FileKind> files;
   std::vector<StartSwitch> startSwitches;
-  const char* icon = "document";   // of its windows, and of its files on the desktop
-  const char* helpPage = "index";  // in help/, without ending
+  void (*readSettings)() = nullptr;  // what the kind keeps of the profile beside its documents, read anew
+  const char* icon = "document";     // of its windows, and of its files on the desktop
+  const char* helpPage = "index";    // in help/, without ending
 };
 
 struct DocumentClass {

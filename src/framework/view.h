@@ -11,6 +11,7 @@
 
 #include "base/geometry.h"
 #include "framework/command.h"
+#include "framework/scripttarget.h"
 #include "host/canvas.h"
 
 namespace tarnvisor {
@@ -79,7 +80,10 @@ struct StatusPane {
   std::string text;
 };
 
-class CView : public CommandTarget {
+// Of a picture of a view that fills whatever window it gets.
+inline constexpr Size kPlainWindow{960, 600};
+
+class CView : public CommandTarget, public ScriptTarget {
  public:
   explicit CView(CDocument& shown) : shownDocument(shown) {}
   CDocument& document() const { return shownDocument; }

@@ -5,6 +5,7 @@
 #include "imagedoc/commandids.h"
 #include "imagedoc/dimdoc.h"
 #include "imagedoc/imagemenus.h"
+#include "imagedoc/processing.h"
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
 #include "results/tableview.h"
@@ -44,6 +45,7 @@ const DocumentFace& imageFace() {
                 {.ending = ".png", .mimeType = "image/png"},
                 {.ending = ".jpg", .mimeType = "image/jpeg"},
                 {.ending = ".tif", .mimeType = "image/tiff"}},
+      .readSettings = &readProcessingSettings,
       .helpPage = "image"};
   return face;
 }

@@ -131,6 +131,16 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool countCapillaries();
   void analyseAutomatically() override { (void)countCapillaries(); }
 
+  // --- what scripts ask (zbasicdoc_script.cpp)
+  std::vector<std::pair<std::string, std::string>> facts() const override;
+  StepResult exportTo(const std::string& path) override;
+  StepResult tell(const std::string& what) override;  // "notes", "dims", "status"
+  StepResult setRegion(Region kind, const Rect& wanted) override;
+  StepResult chooseList(int32_t list) override;
+  StepResult drawDimension(const std::string& kind, std::span<const Point> points) override;
+  // Size, region, list and scale, a line each.
+  std::string statusText() const;
+
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 

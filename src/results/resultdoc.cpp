@@ -198,6 +198,12 @@ Outcome CResultDoc::exportCsv(const std::string& path) const {
   return replaceFile(path, std::string_view(text));
 }
 
+StepResult CResultDoc::exportTo(const std::string& path) {
+  if (!equalIgnoringCase(extensionOf(path), "csv")) return StepResult::failure("a table is exported as .csv");
+  const Outcome done = exportCsv(path);
+  return done ? StepResult{true, {}, {{"path", path}}, "exported " + path} : StepResult::failure(done.why());
+}
+
 void CResultDoc::exportCommand() {
   const auto path =
       host().choosers.saveFile({"Export", "csv files (*.csv)|*.csv||", ".csv", title() + ".csv"});

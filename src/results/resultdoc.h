@@ -55,6 +55,8 @@ class CResultDoc : public CdbDocument {
   std::string asText() const;
   void print(PrintContext& context) const;
 
+  StepResult exportTo(const std::string& path) override;  // .csv
+  bool collectsOverExams() const override { return true; }
   void serialize(Archive& archive) override;
   void deleteContents() override;
   static const CommandTableBase& commandTable();

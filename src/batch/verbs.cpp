@@ -1,0 +1,300 @@
+#include "batch/verbs.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+
+#include "base/files.h"
+#include "base/text.h"
+#include "batch/pictures.h"
+#include "exams/subjectselection.h"
+#include "results/resultdoc.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+bool hasNumbers(const std::string& text, size_t count) {
+  std::vector<int32_t> numbers;
+  return parseNumbers(text, numbers) && numbers.size() == count;
+}
+
+bool isOneOf(const std::string& text, std::initializer_list<const char*> words) {
+  return std::any_of(words.begin(), words.end(), [&](const char* word) { return text == word; });
+}
+
+using Arguments = const std::vector<std::string>&;
+
+std::string checkRoi(Arguments a) {
+  if (isOneOf(a[0], {"none", "circle"}) || hasNumbers(a[0], 4)) return {};
+  return "a ROI is left,top,right,bottom or none or circle";
+}
+
+std::string checkList(Arguments a) {
+  std::vector<int32_t> n;
+  return parseNumbers(a[0], n) && n.size() == 1 && n[0] >= 0 && n[0] <= 8 ? ""
+                                                                          : "a list is a number from 0 to 8";
+}
+
+std::string checkDim(Arguments a) {
+  if (!isOneOf(a[0], {"point", "line", "polyline", "freehand", "circle", "polygon", "rect"}))
+    return "unknown kind of dimension \"" + a[0] + "\"";
+  for (size_t i = 1; i < a.size(); ++i)
+    if (!hasNumbers(a[i], 2)) return "\"" + a[i] + "\" is not a point x,y";
+  const size_t points = a.size() - 1;
+  const bool two = isOneOf(a[0], {"line", "circle", "rect"});
+  if (a[0] == "point" && points != 1) return "a point has one point";
+  if (two && points != 2) return "a " + a[0] + " has two points";
+  if (a[0] != "point" && points < 2) return "a " + a[0] + " has two points or more";
+  return {};
+}
+
+std::string checkNumber(Arguments a) { return hasNumbers(a[0], 1) ? "" : "\"" + a[0] + "\" is not a number"; }
+
+std::string checkSelect(Arguments a) {
+  for (const std::string& text : a) {
+    double value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || stop != text.data() + text.size() || !std::isfinite(value))
+      return "\"" + text + "\" is not a number";
+  }
+  return {};
+}
+
+std::string checkPrint(Arguments a) {
+  return isOneOf(a[0], {"notes", "result", "dims", "traces", "offsets", "fps", "status"})
+             ? ""
+             : "print what: notes, result, dims, traces, offsets, fps or status";
+}
+
+std::string absolutePath(const std::string& path) {
+  return std::filesystem::absolute(path).lexically_normal().string();
+}
+
+double numberOf(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
+
+// Asks the view in front, then its document.
+template <class Question>
+StepResult ask(StepContext& c, const Question& question) {
+  CDocument* document = c.app.documents.active();
+  if (!document) return unavailable(c);
+  StepResult result =
+      document->views().empty() ? StepResult::nothing() : question(*document->views().front());
+  if (!result.known) result = question(static_cast<ScriptTarget&>(*document));
+  if (!result.known) return unavailable(c);
+  // What was told on the way says more.
+  if (!result.ok && result.why.empty()) result.why = c.script.shown();
+  return result;
+}
+
+StepResult selectSubject(StepContext& c) {
+  if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
+  SubjectDialog dialog;
+  dialog.id = replaced(c.step.args[0], ' ', '_');
+  if (!c.app.db->readSubject(dialog.id)) dialog.addAsNewId();
+  dialog.chooseId(dialog.id);
+  if (c.app.subjectId != dialog.id)
+    return StepResult::failure("the subject can't be written to the database");
+  c.app.examId = -1;
+  c.app.examFolder.clear();
+  if (c.app.onSelectionChanged) c.app.onSelectionChanged();
+  dialog.finish(SubjectDialog::Result::ViewExaminations);
+  return {true, {}, {{"subject", c.app.subjectId}}, {}};
+}
+
+StepResult startExam(StepContext& c) {
+  if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
+  if (c.app.subjectId.empty()) return StepResult::failure("no subject is selected");
+  // The result tables go on collecting over the exams of a study; everything else closes.
+  const std::vector<CDocument*> open = c.app.documents.documents();
+  for (const CDocument* document : open)
+    if (document->isModified() && !document->collectsOverExams())
+      return StepResult::failure(document->title() + " has changes; save or close it first");
+  for (CDocument* document : open)
+    if (!document->collectsOverExams()) document->type()->discard(*document);
+  if (!makeExamination(c.step.args[0], c.step.args.size() > 1 ? c.step.args[1] : ""))
+    return StepResult::failure(c.script.shown().empty() ? "the examination can't be started"
+                                                        : c.script.shown());
+  return {
+      true, {}, {{"exam", format("%i", c.app.examId)}, {"folder", c.app.dataFolder + c.app.examFolder}}, {}};
+}
+
+StepResult openFile(StepContext& c) {
+  const std::string& path = c.step.args[0];
+  if (!fileExists(path)) return StepResult::failure(path + " does not exist");
+  CDocument* document = c.app.openDocumentFile(path);
+  if (!document)
+    return StepResult::failure(c.script.shown().empty() ? path + " can't be opened" : c.script.shown());
+  StepResult result{true, {}, {{"title", document->title()}}, {}};
+  for (auto& fact : document->facts()) result.values.push_back(std::move(fact));
+  return result;
+}
+
+StepResult setValue(StepContext& c) {
+  settings.setString(c.step.args[0], c.step.args[1], c.step.args[2]);
+  if (settings.getString(c.step.args[0], c.step.args[1], "") !=
+      c.step.args[2].substr(0, CSettingsFile::kLongestValue))
+    return StepResult::failure("the profile can't be written: " + settings.path());
+  c.app.rereadSettings();
+  return {};
+}
+
+StepResult runCommandText(StepContext& c, const std::string& text, std::vector<std::string> answers) {
+  c.script.begin(std::move(answers));
+  const std::vector<CommandTarget*> chain = c.app.commandChain();
+  char* end = nullptr;
+  const long id = std::strtol(text.c_str(), &end, 10);
+  const bool byId = !text.empty() && *end == '\0';
+  const CommandResult done =
+      byId ? routeCommand(chain, static_cast<int32_t>(id)) : routeCommand(chain, std::string_view(text));
+  if (done == CommandResult::Unknown)
+    return StepResult::failure(c.app.documents.active() ? "there is no such command here"
+                                                        : "there is no such command; no document is open");
+  if (done == CommandResult::Disabled) return StepResult::failure("the command is not enabled now");
+  StepResult result;
+  if (!c.script.shown().empty()) {
+    result.values.emplace_back("message", c.script.shown());
+    if (!c.script.hadError()) result.text = c.script.shown();
+  }
+  return result;
+}
+
+StepResult runCommand(StepContext& c) {
+  return runCommandText(c, c.step.args[0], {c.step.args.begin() + 1, c.step.args.end()});
+}
+
+StepResult importFile(StepContext& c) { return runCommandText(c, "Import", {c.step.args[0]}); }
+StepResult setRegion(StepContext& c) {
+  using Region = ScriptTarget::Region;
+  const std::string& how = c.step.args[0];
+  if (how == "none" || how == "circle")
+    return ask(
+        c, [&](ScriptTarget& t) { return t.setRegion(how == "none" ? Region::None : Region::Circle, {}); });
+  const std::vector<int32_t> n = c.step.numbers(0);
+  return ask(c, [&](ScriptTarget& t) { return t.setRegion(Region::Rectangle, {n[0], n[1], n[2], n[3]}); });
+}
+
+StepResult chooseList(StepContext& c) {
+  return ask(c, [&](ScriptTarget& t) { return t.chooseList(c.step.numbers(0)[0]); });
+}
+
+StepResult drawDimension(StepContext& c) {
+  std::vector<Point> points;
+  for (size_t i = 1; i < c.step.args.size(); ++i) {
+    const std::vector<int32_t> n = c.step.numbers(i);
+    points.push_back({n[0], n[1]});
+  }
+  return ask(c, [&](ScriptTarget& t) { return t.drawDimension(c.step.args[0], points); });
+}
+
+StepResult selectRange(StepContext& c) {
+  return ask(
+      c, [&](ScriptTarget& t) { return t.selectRange(numberOf(c.step.args[0]), numberOf(c.step.args[1])); });
+}
+
+StepResult showImage(StepContext& c) {
+  return ask(c, [&](ScriptTarget& t) { return t.show(c.step.numbers(0)[0]); });
+}
+
+StepResult chooseTrace(StepContext& c) {
+  return ask(c, [&](ScriptTarget& t) { return t.chooseTrace(c.step.args[0]); });
+}
+
+// A bare name goes to the folder of the selected exam, where the database looks for it; a path is a path.
+StepResult saveDocument(StepContext& c) {
+  CDocument* document = c.app.documents.active();
+  if (!document) return unavailable(c);
+  std::string path = c.step.args.empty() ? document->pathName() : c.step.args[0];
+  if (path.empty()) path = document->defaultPathName();
+  if (!c.step.args.empty() && folderOf(path).empty() && c.app.examId >= 0)
+    path = c.app.dataFolder + c.app.examFolder + kSeparator + path;
+  path = absolutePath(document->withOwnEnding(path));
+  const bool same = path == document->pathName();
+  if (!(same ? document->save() : document->onSaveDocument(path)))
+    return StepResult::failure(c.script.shown().empty() ? path + " was not saved" : c.script.shown());
+  if (!same) document->setPathName(path);
+  return {true, {}, {{"path", path}}, "saved " + path};
+}
+
+// An image's tables are documents of their own; the one that was added to last is meant.
+StepResult exportDocument(StepContext& c) {
+  const std::string path = absolutePath(c.step.args[0]);
+  StepResult result = ask(c, [&](ScriptTarget& t) { return t.exportTo(path); });
+  if (result.known || !c.app.documents.active() || !equalIgnoringCase(extensionOf(path), "csv"))
+    return result;
+  CResultDoc* rows = lastResultDocument();
+  return rows ? rows->exportTo(path) : StepResult::failure("there is no table to export");
+}
+
+StepResult printTable(StepContext& c) {
+  const CResultDoc* rows = findResultDocument(c.step.args[0]);
+  if (!rows) return StepResult::failure("there is no result table \"" + c.step.args[0] + "\"");
+  return {true, {}, {}, rows->asText()};
+}
+
+StepResult print(StepContext& c) {
+  const std::string& what = c.step.args[0];
+  StepResult result = ask(c, [&](ScriptTarget& t) { return t.tell(what); });
+  const CDocument* document = c.app.documents.active();
+  if (result.known || !document || !document->type()) return result;
+  const std::string kind = lowerCase(document->type()->documentName());
+  const bool vowel = std::string_view("aeio").find(kind[0]) != std::string_view::npos;
+  return StepResult::failure((vowel ? "an " : "a ") + kind + " has no " + what);
+}
+
+StepResult takeSnapshot(StepContext& c) {
+  CDocument* document = c.app.documents.active();
+  if (!document || document->views().empty()) return unavailable(c);
+  const std::string path = absolutePath(c.step.args[0]);
+  const Outcome done = saveSnapshot(*document->views().front(), path);
+  return done ? StepResult{true, {}, {{"path", path}}, "wrote " + path} : StepResult::failure(done.why());
+}
+
+// A script that closes without saving means it.
+StepResult closeDocument(StepContext& c) {
+  CDocument* document = c.app.documents.active();
+  if (!document) return unavailable(c);
+  document->type()->discard(*document);
+  return {};
+}
+
+constexpr size_t kAny = 1u << 20;
+constexpr Verb kVerbs[] = {{"subject", 1, 1, selectSubject},
+                           {"exam", 1, 2, startExam},
+                           {"open", 1, 1, openFile},
+                           {"set", 3, 3, setValue},
+                           {"roi", 1, 1, setRegion, checkRoi},
+                           {"list", 1, 1, chooseList, checkList},
+                           {"dim", 2, kAny, drawDimension, checkDim},
+                           {"command", 1, kAny, runCommand},
+                           {"import", 1, 1, importFile},
+                           {"select", 2, 2, selectRange, checkSelect},
+                           {"frame", 1, 1, showImage, checkNumber},
+                           {"trace", 1, 1, chooseTrace},
+                           {"save", 0, 1, saveDocument},
+                           {"export", 1, 1, exportDocument},
+                           {"results", 1, 1, printTable},
+                           {"print", 1, 1, print, checkPrint},
+                           {"snapshot", 1, 1, takeSnapshot},
+                           {"close", 0, 0, closeDocument}};
+
+}  // namespace
+
+const Verb* findVerb(std::string_view word) {
+  const auto* found = std::ranges::find(kVerbs, word, &Verb::word);
+  return found == std::end(kVerbs) ? nullptr : found;
+}
+
+StepResult unavailable(const StepContext& c) {
+  StepResult result = StepResult::failure(
+      c.app.documents.active() ? "the document in front has nothing for \"" + c.step.word + "\""
+                               : "no document is open");
+  result.known = false;
+  return result;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,64 @@
+// What scripts ask of a chart.
+#include "base/files.h"
+#include "base/text.h"
+#include "charts/chartview.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+// Seconds; units of x where x is no time. The same twice selects nothing.
+StepResult ZchartView::selectRange(double from, double to) {
+  select(from, to);
+  return {true, {}, {{"from", format("%g", selfrom)}, {"to", format("%g", selto)}}, {}};
+}
+
+StepResult ZchartView::chooseTrace(const std::string& name) {
+  ZZTrace* trace = doc.findtrace(name);
+  if (!trace) return StepResult::failure("there is no trace \"" + name + "\"");
+  if (trace->hidden) showsHidden = true;
+  setActive(trace);
+  return {true, {}, {{"trace", trace->name}}, {}};
+}
+
+// The active trace's selection as text or binary, by the ending; any other ending is a picture's.
+StepResult ZchartView::exportTo(const std::string& path) {
+  const std::string kind = lowerCase(extensionOf(path));
+  if (kind == "csv") return StepResult::nothing();
+  Outcome done = Outcome::success();
+  if (kind == "txt" || kind == "bin") {
+    CTextSettings exchange;
+    exchange.read();
+    exchange.binary = kind == "bin";
+    // No window tells how long a line stands for: a line a sample.
+    const ZZTrace* trace = active();
+    const double perColumn = secondsPerColumn;
+    if (trace && trace->period > 0) secondsPerColumn = trace->period;
+    done = exportTo(path, exchange, false, true);
+    secondsPerColumn = perColumn;
+  } else {
+    setWindowSize(kPlainWindow);
+    done = host().pictures.write(path, kPlainWindow, [this](Canvas& canvas) { draw(canvas); });
+  }
+  return done ? StepResult{true, {}, {{"path", path}}, "exported " + path} : StepResult::failure(done.why());
+}
+
+StepResult ZchartView::tell(const std::string& what) {
+  if (what == "status") {
+    std::string text = "title " + doc.title() + "\n";
+    for (const StatusPane& pane : panes())
+      if (!pane.text.empty()) text += pane.name + " " + pane.text + "\n";
+    return {true, {}, {}, text};
+  }
+  if (what != "traces") return StepResult::nothing();
+  std::string text;
+  for (const auto& trace : doc.traces.items) {
+    const uint32_t width = trace->data ? trace->data->width : 0;
+    text += format("%s\t%u%s\t%g s\tfrom %g s\t%s%s%s\n", trace->name.c_str(), trace->size(),
+                   width > 1 ? format(" x %u", width).c_str() : "", trace->period, trace->starttime * 0.001,
+                   trace->yunits.c_str(), trace->hidden ? "\thidden" : "",
+                   trace.get() == active() ? "\tactive" : "");
+  }
+  return {true, {}, {}, text};
+}
+
+}  // namespace tarnvisor
