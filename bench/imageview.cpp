@@ -10,6 +10,7 @@
 #include "app/basicapp.h"
 #include "base/parallel.h"
 #include "benchimage.h"
+#include "exams/examselection.h"
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
 
@@ -84,6 +85,7 @@ struct Still {
         document.image->row(y)[x] = grey->row(y)[x / document.image->bytesPerPixel];
   }
   CBasicApp app;
+  const ExamSelection exams{app};
   ZBasicDoc document;
   ZBasicView view{document};
 };

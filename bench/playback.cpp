@@ -19,6 +19,7 @@
 #include "base/parallel.h"
 #include "desktop/qthost.h"
 #include "dynamic/vivocapview.h"
+#include "exams/examselection.h"
 #include "frame/mainframe.h"
 #include "synth/fingervideo.h"
 
@@ -91,6 +92,7 @@ int play() {
     QtHost windows;
     const HostScope scope(windows.ports);
     CBasicApp app;
+    const ExamSelection exams(app);
     CBasicMainFrame frame(app);
     windows.connect(app, frame);
     StartOptions options;

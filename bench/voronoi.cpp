@@ -10,6 +10,7 @@
 #include "assembly/assembly.h"
 #include "base/files.h"
 #include "batch/scripthost.h"
+#include "exams/examselection.h"
 #include "framework/documenttype.h"
 #include "imagedoc/commandids.h"
 #include "imagedoc/zbasicdoc.h"
@@ -38,6 +39,7 @@ void voronoi(benchmark::State& state) {
     options.listenForOthers = options.askForDataFolder = false;
     options.keepWorkingFolder = true;
     CBasicApp app;
+    const ExamSelection exams(app);
     app.initInstance(options);
     auto& doc = static_cast<ZBasicDoc&>(*process.imageTemplate->newDocument());
     doc.image = std::make_unique<CZZimage>(2048, 1536);

@@ -22,6 +22,7 @@
 #include "benchimage.h"
 #include "desktop/formdialog.h"
 #include "desktop/qthost.h"
+#include "exams/examselection.h"
 #include "frame/mainframe.h"
 #include "imagedoc/commandids.h"
 #include "imagedoc/zbasicview.h"
@@ -103,6 +104,7 @@ class Desk {
              windows.ports.printer,   windows.ports.processes, windows.ports.pictures};
   HostScope scope{ports};
   CBasicApp app;
+  const ExamSelection exams{app};
   CBasicMainFrame frame{app};
 };
 Desk* desk = nullptr;

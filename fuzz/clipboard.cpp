@@ -5,6 +5,7 @@
 #include "app/basicapp.h"
 #include "charts/chartview.h"
 #include "charts/commandids.h"
+#include "exams/examselection.h"
 #include "quiethost.h"
 
 using namespace tarnvisor;
@@ -34,6 +35,7 @@ void run(ZchartView& view, int32_t command) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static CBasicApp app;
+  static const ExamSelection exams(app);
   static QuietHost quiet;
   registerTraces();
   ZchartDoc document;

@@ -9,6 +9,7 @@
 #include "app/basicapp.h"
 #include "archive/archive.h"
 #include "dynamic/vivocapdoc.h"
+#include "exams/examselection.h"
 #include "measure/dimlist.h"
 #include "movie/tagreader.h"
 
@@ -34,6 +35,7 @@ void useTable(FrameTable table) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static CBasicApp app;
+  static const ExamSelection exams(app);
   registerDimensionClasses();
   registerDataVectors();
   registerTraces();

@@ -3,11 +3,13 @@
 
 #include "app/basicapp.h"
 #include "archive/archive.h"
+#include "exams/examselection.h"
 #include "results/resultview.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace tarnvisor;
   static CBasicApp app;
+  static const ExamSelection exams(app);
   registerResultClasses();
   CResultDoc document;
   try {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/basicapp.h"
+#include "exams/examselection.h"
 #include "host/host.h"
 #include "imagedoc/zbasicdoc.h"
 #include "measure/dimlist.h"
@@ -15,6 +16,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace tarnvisor;
   static CBasicApp app;
+  static const ExamSelection exams(app);
   registerDimensionClasses();
   const int handle = ::memfd_create("tv1", MFD_CLOEXEC);
   if (handle < 0 || ::write(handle, data, size) != static_cast<ssize_t>(size)) std::abort();

@@ -15,6 +15,7 @@
 #include "charts/commonflodoc.h"
 #include "charts/livechartdoc.h"
 #include "charts/xychart.h"
+#include "exams/examselection.h"
 #include "framework/documenttype.h"
 #include "imagebytes.h"
 #include "quiethost.h"
@@ -206,6 +207,7 @@ void saveAndReload(ZchartDoc& document) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static CBasicApp app;
+  static const ExamSelection exams(app);
   static QuietHost quiet;
   if (!process.profileTemplate) {
     process.profileTemplate = &typeOf<ZliveChartDoc, ZliveChartView>("\nProfile\n\n\n.zz1\n\n");

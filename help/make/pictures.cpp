@@ -367,6 +367,7 @@ int main(int argc, char** argv) {
   QtHost windows;
   const HostScope scope(windows.ports);
   CBasicApp app;
+  const ExamSelection exams(app);
   CBasicMainFrame frame(app);
   windows.connect(app, frame);
   StartOptions start;

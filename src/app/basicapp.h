@@ -90,11 +90,7 @@ class CBasicApp : public CommandTarget {
 
   std::string programPath;
   std::string dbPath;
-  std::string subjectId;
-  std::string subjectName;  // name, a blank, surname
-  int32_t examId = -1;
   std::string dataFolder;  // with its trailing separator
-  std::string examFolder;
   std::unique_ptr<SubjectDatabase> db;
   int32_t expertMode = 1;
   int32_t showDb = 1;
@@ -112,8 +108,8 @@ class CBasicApp : public CommandTarget {
   RecorderSink* recorder = nullptr;  // the open recorder document
   int64_t samplesRead = 0;
 
-  // Told when the subject, the exam or its results changed (the exam list).
-  std::function<void()> onSelectionChanged;
+  // Told when another data folder was opened while the program runs.
+  std::function<void()> onDataFolderChanged;
 
  private:
   DocumentType* importType() const;

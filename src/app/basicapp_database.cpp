@@ -47,13 +47,7 @@ void CBasicApp::chooseDataFolder() {
   }
   settings.setString("Settings", "database", dbPath);
   logPrintf("choose db=%s\n", dbPath.c_str());
-  subjectId.clear();
-  subjectName.clear();
-  examFolder.clear();
-  examId = -1;
-  process.recordDir = dataFolder;
-  settings.setString("directories", "recorddir", dataFolder);
-  if (onSelectionChanged) onSelectionChanged();
+  if (onDataFolderChanged) onDataFolderChanged();
   host().windows.refreshBars();
 }
 

@@ -13,6 +13,7 @@
 #include "batch/runner.h"
 #include "batch/script.h"
 #include "charts/chartdoc.h"
+#include "exams/examselection.h"
 #include "exams/subjectselection.h"
 #include "imagedoc/zbasicdoc.h"
 #include "synth/nailfold.h"
@@ -65,13 +66,13 @@ std::vector<KnownStill> readTruth(const std::string& path) {
 std::string selectDemonstration(CBasicApp& app) {
   SubjectDialog dialog;
   dialog.chooseId(kSubject);
-  if (app.subjectId != kSubject) return {};
+  if (theExams().subjectId() != kSubject) return {};
   ExamList exams;
   exams.refresh();
   for (size_t i = 0; i < exams.exams().size(); ++i)
     if (fileExists(app.dataFolder + exams.exams()[i].folder + kSeparator + kTruthFile)) {
       exams.select(i);
-      return app.dataFolder + app.examFolder + kSeparator;
+      return theExams().folder();
     }
   return {};
 }
@@ -136,7 +137,7 @@ std::string makeDemonstration(CBasicApp& app) {
   dialog.saveDetails();
   dialog.finish(SubjectDialog::Result::StartNewExamination);
   if (!makeExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
-  const std::string folder = app.dataFolder + app.examFolder + kSeparator;
+  const std::string folder = theExams().folder();
   for (const auto make : {drawStills, drawPulse, makeVideos})
     if (std::string problem = make(folder); !problem.empty()) return problem;
   return {};
@@ -194,7 +195,7 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
   std::fputs(table.text.c_str(), stdout);
   if (!must("export", {folder + "image-results.csv"})) return 1;
   std::printf("\nRows of the database\n");
-  for (const ResultRow& row : app.db->resultsOf(app.examId))
+  for (const ResultRow& row : app.db->resultsOf(theExams().examId()))
     std::printf("%4i  %s  %-12s %s\n", row.id, row.created.c_str(), row.filename.c_str(), row.result.c_str());
   return 0;
 }

@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
   ScriptHost script;
   const HostScope scope(script.ports);
   CBasicApp app;
+  const ExamSelection exams(app);
   const CBasicMainFrame frame(app);
   StartOptions start;
   start.programPath = workstationPath();

@@ -10,6 +10,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "batch/pictures.h"
+#include "exams/examselection.h"
 #include "exams/subjectselection.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
@@ -97,18 +98,16 @@ StepResult selectSubject(StepContext& c) {
   dialog.id = replaced(c.step.args[0], ' ', '_');
   if (!c.app.db->readSubject(dialog.id)) dialog.addAsNewId();
   dialog.chooseId(dialog.id);
-  if (c.app.subjectId != dialog.id)
+  if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
-  c.app.examId = -1;
-  c.app.examFolder.clear();
-  if (c.app.onSelectionChanged) c.app.onSelectionChanged();
+  theExams().leaveExam();
   dialog.finish(SubjectDialog::Result::ViewExaminations);
-  return {true, {}, {{"subject", c.app.subjectId}}, {}};
+  return {true, {}, {{"subject", theExams().subjectId()}}, {}};
 }
 
 StepResult startExam(StepContext& c) {
   if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
-  if (c.app.subjectId.empty()) return StepResult::failure("no subject is selected");
+  if (theExams().subjectId().empty()) return StepResult::failure("no subject is selected");
   // The result tables go on collecting over the exams of a study; everything else closes.
   const std::vector<CDocument*> open = c.app.documents.documents();
   for (const CDocument* document : open)
@@ -120,7 +119,10 @@ StepResult startExam(StepContext& c) {
     return StepResult::failure(c.script.shown().empty() ? "the examination can't be started"
                                                         : c.script.shown());
   return {
-      true, {}, {{"exam", format("%i", c.app.examId)}, {"folder", c.app.dataFolder + c.app.examFolder}}, {}};
+      true,
+      {},
+      {{"exam", format("%i", theExams().examId())}, {"folder", c.app.dataFolder + theExams().examFolder()}},
+      {}};
 }
 
 StepResult openFile(StepContext& c) {
@@ -210,8 +212,8 @@ StepResult saveDocument(StepContext& c) {
   if (!document) return unavailable(c);
   std::string path = c.step.args.empty() ? document->pathName() : c.step.args[0];
   if (path.empty()) path = document->defaultPathName();
-  if (!c.step.args.empty() && folderOf(path).empty() && c.app.examId >= 0)
-    path = c.app.dataFolder + c.app.examFolder + kSeparator + path;
+  if (!c.step.args.empty() && folderOf(path).empty() && theExams().hasExam())
+    path = theExams().folder() + path;
   path = absolutePath(document->withOwnEnding(path));
   const bool same = path == document->pathName();
   if (!(same ? document->save() : document->onSaveDocument(path)))

@@ -107,6 +107,7 @@ void ExamListWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 void ExamListWindow::refresh() {
+  if (choosing) return;  // the list that the user chooses in stays as it is
   heading->setText(QString::fromStdString(model.heading()));
   fillExams();
   fillResults();
@@ -138,7 +139,9 @@ void ExamListWindow::examSelected() {
   const QList<QTreeWidgetItem*> chosen = exams->selectedItems();
   const int row = chosen.isEmpty() ? -1 : exams->indexOfTopLevelItem(chosen.front());
   if (row < 0 || row == model.selectedRow()) return;
+  choosing = true;
   model.select(static_cast<size_t>(row));
+  choosing = false;
   fillResults();
 }
 

@@ -33,6 +33,7 @@ class ExamListWindow final : public QWidget {
   QLabel* heading;
   QTreeWidget* exams;
   QTreeWidget* results;
+  bool choosing = false;
 };
 
 class ExamFace final : public ExamListFace {

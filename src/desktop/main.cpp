@@ -53,6 +53,7 @@ int runWorkstation(const CommandLine& line, bool hasDisplay) {
   if (!hasDisplay) windows.tellOnStandardError();
   const HostScope scope(windows.ports);
   CBasicApp app;
+  const ExamSelection exams(app);
   CBasicMainFrame frame(app);
   windows.connect(app, frame);
   const QtLoop loop(app.loop, [&] {

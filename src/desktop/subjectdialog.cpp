@@ -19,6 +19,7 @@
 
 #include "app/basicapp.h"
 #include "desktop/silence.h"
+#include "exams/examselection.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -299,8 +300,8 @@ void SubjectWindow::reject() {
 
 void SubjectWindow::showDetails() {
   const CBasicApp& app = theApp();
-  const bool known =
-      hasDatabase() && !model.id.empty() && app.subjectId == model.id && idText().toStdString() == model.id;
+  const bool known = hasDatabase() && !model.id.empty() && theExams().subjectId() == model.id &&
+                     idText().toStdString() == model.id;
   shownId = known ? model.id : std::string();
   if (!known) model.name = model.surname = model.comment = std::string();
   nameEdit->setText(shown(model.name));

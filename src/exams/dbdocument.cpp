@@ -8,6 +8,7 @@
 #include "base/files.h"
 #include "base/geometry.h"
 #include "base/text.h"
+#include "exams/examselection.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 
@@ -70,8 +71,8 @@ void CdbDocument::serialize(Archive& archive) {
 }
 
 void CdbDocument::bindToSelection() {
-  patientId = theApp().subjectId;
-  examIdOfDoc = theApp().examId;
+  patientId = theExams().subjectId();
+  examIdOfDoc = theExams().examId();
 }
 
 void CdbDocument::storeResult(const std::string& path) {
@@ -102,9 +103,10 @@ void CdbDocument::updateResult(const std::string& path) {
 
 std::string CdbDocument::defaultPathName() const {
   const CBasicApp& app = theApp();
-  const bool taken = patientId.empty() && app.examId >= 0;
-  const std::string& subject = taken ? app.subjectId : patientId;
-  const int32_t exam = taken ? app.examId : examIdOfDoc;
+  const ExamSelection& selection = theExams();
+  const bool taken = patientId.empty() && selection.hasExam();
+  const std::string& subject = taken ? selection.subjectId() : patientId;
+  const int32_t exam = taken ? selection.examId() : examIdOfDoc;
   std::string folder;
   if (!subject.empty() && app.db && exam >= 0)
     if (const auto row = app.db->exam(subject, exam)) folder = app.dataFolder + row->folder + kSeparator;

@@ -6,26 +6,14 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "exams/commandids.h"
+#include "exams/examselection.h"
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
 
-namespace {
-
-void setRecordFolder(const std::string& folder) {
-  process.recordDir = folder;
-  settings.setString("directories", "recorddir", folder);
-}
-
-void refreshExamWindow() {
-  if (theApp().onSelectionChanged) theApp().onSelectionChanged();
-}
-
-}  // namespace
-
-SubjectDialog::SubjectDialog() : id(theApp().subjectId) {
+SubjectDialog::SubjectDialog() : id(theExams().subjectId()) {
   if (SubjectDatabase* db = theApp().db.get()) {
     dbDescription = db->description();
     logPrintf("dbinfo=%s\n", dbDescription.c_str());
@@ -54,22 +42,14 @@ void SubjectDialog::chooseId(const std::string& text) {
 }
 
 void SubjectDialog::readDetails() {
-  CBasicApp& app = theApp();
+  const CBasicApp& app = theApp();
   if (!app.db) return;
   const auto row = app.db->readSubject(id);
   if (!row) return;
   name = row->name;
   surname = row->surname;
   comment = row->comments;
-  if (app.subjectId != id) {
-    // Another subject's exam must not take this one's documents.
-    app.examId = -1;
-    app.examFolder.clear();
-    setRecordFolder(app.dataFolder);
-  }
-  app.subjectId = id;
-  app.subjectName = name + " " + surname;
-  refreshExamWindow();
+  theExams().selectSubject(id, name + " " + surname);
 }
 
 void SubjectDialog::addAsNewId() {
@@ -84,41 +64,31 @@ void SubjectDialog::saveDetails() {
 }
 
 void SubjectDialog::finish(Result result) {
-  CBasicApp& app = theApp();
-  if (result != Result::Cancel) {
-    if (app.db) app.db->touchSubject(app.subjectId);
-    return;
-  }
-  app.subjectId.clear();
-  app.subjectName.clear();
-  app.examFolder.clear();
-  app.examId = -1;
-  setRecordFolder(app.dataFolder);
-  refreshExamWindow();
+  if (result == Result::Cancel) return theExams().clear();
+  if (const auto& db = theApp().db) db->touchSubject(theExams().subjectId());
 }
 
 bool makeExamination(const std::string& site, const std::string& comment) {
-  CBasicApp& app = theApp();
-  if (!app.db || app.subjectId.empty()) return false;
+  const CBasicApp& app = theApp();
+  ExamSelection& selection = theExams();
+  if (!app.db || selection.subjectId().empty()) return false;
   // The folder's name is a name, never a way out of the data folder.
-  std::string folder = replaced(app.subjectId + "-" + site, ' ', '_');
+  std::string folder = replaced(selection.subjectId() + "-" + site, ' ', '_');
   folder = replaced(replaced(std::move(folder), '/', '_'), '\\', '_');
   const std::string full = app.dataFolder + folder;
   logPrintf("create new exams folder %s", full.c_str());
   const bool made = !folderExists(full) && makeFolderPath(full);
   logPrintf(made ? "ok\n" : "failed!\n");
-  setRecordFolder(full);
+  selection.setRecordingFolder(full);
   settings.setString("settings", "directory", withSeparator(full));
-  const int32_t id = app.db->newExam(app.subjectId, site, comment, folder);
+  const int32_t id = app.db->newExam(selection.subjectId(), site, comment, folder);
   if (id < 0) {
     host().messages.show("The new examination could not be written to the database.", Buttons::Ok,
                          Icon::Error);
     return false;
   }
-  app.examId = id;
-  app.examFolder = folder;
-  logPrintf("examid=%i", app.examId);
-  refreshExamWindow();
+  selection.selectExam(id, folder);
+  logPrintf("examid=%i", id);
   return true;
 }
 
@@ -159,39 +129,37 @@ const std::vector<std::string>& ExamList::resultColumns() {
 }
 
 std::string ExamList::heading() const {
-  return "Subject " + theApp().subjectId + ": " + theApp().subjectName;
+  return "Subject " + theExams().subjectId() + ": " + theExams().subjectName();
 }
 
 void ExamList::refresh() {
   const CBasicApp& app = theApp();
-  examRows = app.db ? app.db->examsOf(app.subjectId) : std::vector<ExamRow>();
+  examRows = app.db ? app.db->examsOf(theExams().subjectId()) : std::vector<ExamRow>();
   refreshResults();
 }
 
 void ExamList::refreshResults() {
   const CBasicApp& app = theApp();
-  resultRows = app.db && app.examId >= 0 ? app.db->resultsOf(app.examId) : std::vector<ResultRow>();
+  resultRows =
+      app.db && theExams().hasExam() ? app.db->resultsOf(theExams().examId()) : std::vector<ResultRow>();
 }
 
 int ExamList::selectedRow() const {
   for (size_t i = 0; i < examRows.size(); ++i)
-    if (examRows[i].id == theApp().examId) return static_cast<int>(i);
+    if (examRows[i].id == theExams().examId()) return static_cast<int>(i);
   return -1;
 }
 
 void ExamList::select(size_t row) {
   if (row >= examRows.size()) return;
-  CBasicApp& app = theApp();
-  app.examId = examRows[row].id;
-  app.examFolder = examRows[row].folder;
-  setRecordFolder(app.dataFolder + app.examFolder);
+  theExams().selectExam(examRows[row].id, examRows[row].folder);
   refreshResults();
   host().windows.refreshBars();  // one shows the recording folder
 }
 
 std::string ExamList::pathOfResult(size_t row) const {
   if (row >= resultRows.size()) return {};
-  return theApp().dataFolder + theApp().examFolder + kSeparator + resultRows[row].filename;
+  return theExams().folder() + resultRows[row].filename;
 }
 
 void ExamList::openResult(size_t row) const {
@@ -206,8 +174,8 @@ void runProcessResults() {
   if (process.liveTemplate) app.documents.closeAllOf(*process.liveTemplate);
   if (!app.db || !process.imageTemplate) return;
   const bool analyse = settings.getInt("settings", "postprocess", 0) != 0;
-  for (const ResultRow& row : app.db->resultsOf(app.examId)) {
-    const std::string path = app.dataFolder + app.examFolder + kSeparator + row.filename;
+  for (const ResultRow& row : app.db->resultsOf(theExams().examId())) {
+    const std::string path = theExams().folder() + row.filename;
     CDocument* document = process.imageTemplate->openDocument(path);
     if (auto* automatic = dynamic_cast<AutomaticAnalysis*>(document); automatic && analyse)
       automatic->analyseAutomatically();

@@ -43,17 +43,17 @@ Placement readPlacement(Size screen) {
 
 CBasicMainFrame::CBasicMainFrame(CBasicApp& application) : app(application) {
   app.mainFrame = this;
-  app.onSelectionChanged = [this] {
+  theExams().listen(this, [this] {
     exams.refresh();
     if (examFace) examFace->refreshIfOpen(exams);
     refresh();
-  };
+  });
 }
 
 CBasicMainFrame::~CBasicMainFrame() {
   app.loop.killTimer(kAcquisitionTimer);
   app.mainFrame = nullptr;
-  app.onSelectionChanged = nullptr;
+  theExams().forget(this);
 }
 
 const CommandTableBase& CBasicMainFrame::commandTable() {
@@ -306,8 +306,11 @@ void CBasicMainFrame::storePlacement(const Placement& placement, bool minimised)
 }
 
 std::string CBasicMainFrame::statusText() const {
-  const std::string subject = app.subjectId.empty() ? "none" : app.subjectId + ": " + app.subjectName;
-  const std::string exam = app.examId < 0 ? "none" : format("%i, %s", app.examId, app.examFolder.c_str());
+  const ExamSelection& selected = theExams();
+  const std::string subject =
+      selected.subjectId().empty() ? "none" : selected.subjectId() + ": " + selected.subjectName();
+  const std::string exam =
+      selected.hasExam() ? format("%i, %s", selected.examId(), selected.examFolder().c_str()) : "none";
   const std::string& records = process.recordDir;
   const uint64_t room = freeDiscBytes(!records.empty() && folderExists(records) ? records : workingFolder());
   return format(

@@ -6,6 +6,7 @@
 #include <array>
 
 #include "app/basicapp.h"
+#include "exams/examselection.h"
 #include "exams/subjectselection.h"
 #include "host/host.h"
 #include "settings/profile.h"

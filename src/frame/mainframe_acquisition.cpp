@@ -22,11 +22,10 @@ RecordBarValues CBasicMainFrame::recordBar() const {
 }
 
 void CBasicMainFrame::takeRecordBar(const RecordBarValues& values) {
-  process.recordDir = values.recordDir;
+  theExams().setRecordingFolder(values.recordDir);
   process.baseName = values.baseName;
   process.direct2disc = values.direct2disc != 0;
   process.triggermovie = values.triggerMovie != 0;
-  settings.setString("directories", "recorddir", process.recordDir);
   settings.setString("directories", "basename", process.baseName);
   settings.setInt("Dynamic settings", "direct2disc", process.direct2disc);
   settings.setInt("Dynamic settings", "triggermovie", process.triggermovie);
@@ -35,8 +34,7 @@ void CBasicMainFrame::takeRecordBar(const RecordBarValues& values) {
 void CBasicMainFrame::recordFolder() {
   const auto folder = host().choosers.chooseFolder("Select Recording folder", process.recordDir);
   if (!folder || folder->empty()) return;
-  process.recordDir = *folder;
-  settings.setString("directories", "recorddir", process.recordDir);
+  theExams().setRecordingFolder(*folder);
   refresh();
 }
 

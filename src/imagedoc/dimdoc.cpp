@@ -5,6 +5,7 @@
 #include "app/basicapp.h"
 #include "archive/archive.h"
 #include "base/text.h"
+#include "exams/examselection.h"
 #include "imagedoc/zbasicdoc.h"
 
 namespace tarnvisor {
@@ -100,9 +101,8 @@ void ZDimDoc::serialize(Archive& archive) {
     text += quotedLine(headings);
     for (const Row& row : table) text += quotedLine(row);
   }
-  const CBasicApp& app = theApp();
-  const std::string& subject = patientId.empty() ? app.subjectId : patientId;
-  const int32_t exam = examIdOfDoc >= 0 ? examIdOfDoc : app.examId;
+  const std::string& subject = patientId.empty() ? theExams().subjectId() : patientId;
+  const int32_t exam = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
   text += quotedLine(std::array<std::string, 2>{"Subject ID", subject});
   text += quotedLine(std::array<std::string, 2>{"Exam ID", format("%i", exam)});
   archive.write(text.data(), text.size());

@@ -6,6 +6,7 @@
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "exams/examselection.h"
 #include "host/host.h"
 #include "image/palette.h"
 #include "image/stillimport.h"
@@ -436,7 +437,7 @@ void ZBasicDoc::notesCommand() {
   std::string file = imagefile;
   std::string time = capturetime ? longDateTime(capturetime) : std::string();
   std::string edited = notes;
-  std::string subject = "Subject: " + theApp().subjectName;
+  std::string subject = "Subject: " + theExams().subjectName();
   std::string exam = format("Exam:%li", static_cast<long>(examIdOfDoc));
   Form form("Notes");
   form.add("Image file", file).addNote(time).addLongText("Notes", edited);

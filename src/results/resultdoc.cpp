@@ -8,6 +8,7 @@
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "exams/examselection.h"
 #include "host/host.h"
 #include "results/commandids.h"
 #include "settings/log.h"
@@ -188,13 +189,16 @@ Outcome CResultDoc::exportCsv(const std::string& path) const {
     for (size_t place = 0; place < columns.size(); ++place) text += cell(row, place) + ",";
     text += "\n";
   }
-  const std::string& subject = patientId.empty() ? app.subjectId : patientId;
-  const int32_t exam = examIdOfDoc >= 0 ? examIdOfDoc : app.examId;
+  const std::string& subject = patientId.empty() ? theExams().subjectId() : patientId;
+  const int32_t exam = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
   const auto examRow = app.db && exam >= 0 ? app.db->exam(exam) : std::nullopt;
   text += "Subject ID," + subject + "\n";
   text += format("Exam ID,%i\n", exam);
   // An exam that this database doesn't know must not go under the name of the selected one.
-  text += (examRow ? examRow->folder : exam == app.examId ? app.examFolder : std::string()) + "\n";
+  text += (examRow                       ? examRow->folder
+           : exam == theExams().examId() ? theExams().examFolder()
+                                         : std::string()) +
+          "\n";
   return replaceFile(path, std::string_view(text));
 }
 

@@ -44,7 +44,8 @@ const DocumentFace& switchedFace() {
 }
 
 DocumentClass classOf(int32_t id, const char* resource, bool opens = true) {
-  return {id, resource, "D", "V", "F", opens ? &makePlain : nullptr, &makeAutoLoad, nullptr, "", &switchedFace};
+  return {id,      resource, "D",          "V", "F", opens ? &makePlain : nullptr, &makeAutoLoad,
+          nullptr, "",       &switchedFace};
 }
 
 // A table with each gate, and two rows for one ending.
@@ -71,7 +72,7 @@ TEST_F(BasicApp, WritesTheLogOfAStartAndEndInTheKnownOrder) {
   options.commandLine = "";
   ASSERT_TRUE(startWithData());
   app->exitInstance();
-  app.reset();
+  stop();
   const std::string text = log();
   EXPECT_THAT(
       text,
@@ -113,7 +114,7 @@ TEST_F(BasicApp, RegistersTypesBehindTheirGatesInOrder) {
   for (const Case& c : cases) {
     writeProfile(c.profile);
     Device device;
-    app = std::make_unique<CBasicApp>();
+    makeApp();
     if (c.velocityReady) app->velocityInput = &device;
     ASSERT_TRUE(app->initInstance(options));
     std::vector<int32_t> ids;
@@ -125,7 +126,7 @@ TEST_F(BasicApp, RegistersTypesBehindTheirGatesInOrder) {
     app->exitInstance();
     EXPECT_EQ(device.stopped, c.velocityReady);
     EXPECT_EQ(device.address, c.velocityReady ? 768 : 0);
-    app.reset();
+    stop();
   }
 }
 
@@ -184,7 +185,7 @@ TEST_F(BasicApp, PostsWhatTheCommandLineAsksFor) {
     EXPECT_EQ(process.quietMode, c.quiet) << c.line;
     EXPECT_EQ(process.batchMode, c.quiet) << c.line;
     EXPECT_EQ(app->documents.active() != nullptr, c.opens) << c.line;
-    app.reset();
+    stop();
   }
 }
 
@@ -231,7 +232,7 @@ TEST_F(BasicApp, AsksForADataFolderWhenTheProfileNamesNone) {
   EXPECT_EQ(app->dataFolder, folder.path());
   EXPECT_THAT(host.messages.front(), StartsWith("Open or create a new data folder\ncurrently "));
   EXPECT_THAT(log(), HasSubstr("choose db=" + folder.file("tarn.db") + "\n"));
-  app.reset();
+  stop();
   host.paths.push_back(std::nullopt);
   settings.setString("Settings", "database", folder.file("gone.db"));
   ASSERT_TRUE(start());
@@ -262,7 +263,7 @@ TEST_F(BasicApp, AReadOnlyDataFolderIsToldAndLosesNothing) {
   EXPECT_FALSE(document->onSaveDocument(data + "/a.tv1"));
   EXPECT_THAT(host.messages.back(), HasSubstr("Read-only file system"));
   EXPECT_TRUE(document->isModified());
-  app.reset();
+  stop();
   ::umount(data.c_str());
 }
 
@@ -331,7 +332,7 @@ TEST_F(BasicApp, TheIdlePassReadsTheVelocityInput) {
     std::vector<int32_t> reads;
   } input;
   writeProfile("[Settings]\nfloEN=1\n");
-  app = std::make_unique<CBasicApp>();
+  makeApp();
   app->velocityInput = &input;
   ASSERT_TRUE(app->initInstance(options));
   app->flo1View = &input;

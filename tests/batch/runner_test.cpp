@@ -12,6 +12,7 @@
 #include "batch/demonstration.h"
 #include "charts/chartview.h"
 #include "dynamic/vivocapdoc.h"
+#include "exams/examselection.h"
 #include "image/stillimport.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
@@ -60,16 +61,23 @@ class Runner : public ::testing::Test {
   ScriptHost script;
   HostScope scope;
   CBasicApp app;
+  const ExamSelection exams{app};
   ScriptRunner runner{app, script, false};
   NailfoldTruth truth;
 };
+
+TEST_F(Runner, ASubjectSelectedAgainLeavesItsExamAndTheExamsRecordingFolder) {
+  EXPECT_TRUE(run("subject A-1\nexam left\nsubject A-1\n").ok);
+  EXPECT_FALSE(exams.hasExam());
+  EXPECT_EQ(process.recordDir, app.dataFolder);
+}
 
 TEST_F(Runner, AStillBecomesARowAndATable) {
   EXPECT_TRUE(
       run("subject A-1\nexam \"left finger\" first\nopen $shot.bmp\ncommand \"Find Capillaries\"\nsave shot.tv1\n"
           "command \"Calculate average of selection\"\nexport $r.csv\n")
           .ok);
-  const auto rows = app.db->resultsOf(app.examId);
+  const auto rows = app.db->resultsOf(exams.examId());
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0].filename, "shot.tv1");
   EXPECT_THAT(rows[0].result, HasSubstr("capillary density"));
@@ -231,7 +239,7 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
        {"good.bmp        45     45", "dense.bmp       91     91", "sparse.bmp      24     24",
         "colour.bmp      45     45", "field.zzg       45     45"})
     EXPECT_THAT(first, HasSubstr(good));
-  const auto rows = app.db->resultsOf(app.examId);
+  const auto rows = app.db->resultsOf(exams.examId());
   EXPECT_EQ(rows.size(), 10u);
   // The chart: bound to the exam, its rate found both ways, and not made again.
   EXPECT_EQ(1, std::count_if(rows.begin(), rows.end(), [](const ResultRow& row) {
@@ -245,12 +253,12 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
   EXPECT_NEAR(maxima, drawn, 0.1);
   EXPECT_NEAR(spectra, drawn, 0.5);
   EXPECT_THAT(first, HasSubstr("flow.dtv     120 images, mean velocity 400 um/s, skin moves up to 0.0 um"));
-  ASSERT_TRUE(run("open " + app.dataFolder + app.examFolder + "/shake.dtv\nframe 100").ok);
+  ASSERT_TRUE(run("open " + app.dataFolder + exams.examFolder() + "/shake.dtv\nframe 100").ok);
   EXPECT_THAT(run("print status").text, HasSubstr("images 120\nimage 100\nselection 0 to 120\nfps 60\n"));
-  const std::string chart = app.dataFolder + app.examFolder + kSeparator + "pulse.zz1";
+  const std::string chart = app.dataFolder + exams.examFolder() + kSeparator + "pulse.zz1";
   const auto* shown = dynamic_cast<ZchartDoc*>(app.openDocumentFile(chart));
   ASSERT_NE(shown, nullptr);
-  EXPECT_EQ(shown->examIdOfDoc, app.examId);
+  EXPECT_EQ(shown->examIdOfDoc, exams.examId());
   EXPECT_EQ(shown->markers.size(), 2u);
   // Its strips fit what they show, also where whole blocks of samples fill a trace.
   auto& view = static_cast<ZchartView&>(*shown->views().front());

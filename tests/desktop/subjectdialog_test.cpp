@@ -62,7 +62,7 @@ TEST_F(SubjectWindowTest, OffersTheMatchesWhileTheTextStaysAsTyped) {
   EXPECT_FALSE(isEnabled(*window, "Add as new ID"));
   type("7");
   EXPECT_EQ(name->text(), "name of S-17");
-  EXPECT_EQ(app->subjectId, "S-17");
+  EXPECT_EQ(exams->subjectId(), "S-17");
 }
 
 TEST_F(SubjectWindowTest, CompletesTheOnlyMatchSoThatTypingOnReplacesIt) {
@@ -106,7 +106,7 @@ TEST_F(SubjectWindowTest, AsksBeforeChangedDetailsAreLeft) {
                         Case{Answer::Yes, false, "name of S-17 changed"}}) {
     for (const bool byButton : {true, false}) {
       app->db->updateSubject("S-17", "name of S-17", "surname", "");
-      app->subjectId = "S-17";
+      exams->selectSubject("S-17", "");
       open();
       QTest::keyClicks(name, " changed");
       host.answers.push_back(c.answer);
@@ -126,7 +126,7 @@ TEST_F(SubjectWindowTest, AsksBeforeChangedDetailsAreLeft) {
 }
 
 TEST_F(SubjectWindowTest, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
-  app->subjectId = "S-17";
+  exams->selectSubject("S-17", "");
   open();
   QTest::keyClicks(surname, "!");
   host.answers.push_back(Answer::Cancel);
@@ -161,7 +161,7 @@ TEST_F(SubjectWindowTest, EnterChoosesTheSubjectAndThenStarts) {
 }
 
 TEST_F(SubjectWindowTest, LineEndsOfOtherSystemsAreNoChange) {
-  app->subjectId = "T-2";
+  exams->selectSubject("T-2", "");
   open();
   EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
   QTest::keyClick(window.get(), Qt::Key_Escape);
@@ -169,7 +169,7 @@ TEST_F(SubjectWindowTest, LineEndsOfOtherSystemsAreNoChange) {
 }
 
 TEST_F(SubjectWindowTest, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
-  app->subjectId = "T-2";
+  exams->selectSubject("T-2", "");
   open();
   QStringList order;
   QWidget* at = id;
@@ -198,7 +198,7 @@ TEST_F(SubjectWindowTest, RunsAsTheFaceOfTheCommand) {
   CBasicMainFrame frame(*app);
   QWidget main;
   DesktopDialogs dialogs(frame, &main);
-  app->subjectId = "T-2";
+  exams->selectSubject("T-2", "");
   QTimer::singleShot(0, [] {
     QWidget* top = QApplication::activeModalWidget();
     ASSERT_NE(top, nullptr);
@@ -207,7 +207,7 @@ TEST_F(SubjectWindowTest, RunsAsTheFaceOfTheCommand) {
     click(*top, "Cancel");
   });
   (void)app->runCommand(cmd::SelectSubject);
-  EXPECT_EQ(app->subjectId, "");
+  EXPECT_EQ(exams->subjectId(), "");
 }
 
 class ExamWindowTest : public DialogTest {
@@ -215,11 +215,11 @@ class ExamWindowTest : public DialogTest {
   void SetUp() override {
     DialogTest::SetUp();
     app->db->newSubject("S-1");
-    app->subjectId = "S-1";
+    exams->selectSubject("S-1", "");
     ASSERT_TRUE(makeExamination("left", "the first"));
     ASSERT_TRUE(makeExamination("right", "two\nlines"));
     makeImage(20, 10);
-    ASSERT_TRUE(image()->onSaveDocument(app->dataFolder + app->examFolder + "/shot.tv1"));
+    ASSERT_TRUE(image()->onSaveDocument(app->dataFolder + exams->examFolder() + "/shot.tv1"));
     process.imageTemplate->discard(*image());
   }
 };
@@ -232,14 +232,14 @@ TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
   (void)app->runCommand(cmd::ViewExams);
   ASSERT_TRUE(frame.examFace->isOpen());
   QWidget* window = find<QTreeWidget>(main, "exams")->window();
-  auto* exams = find<QTreeWidget>(*window, "exams");
+  auto* examList = find<QTreeWidget>(*window, "exams");
   auto* results = find<QTreeWidget>(*window, "results");
-  EXPECT_EQ(find<QLabel>(*window)->text(), "Subject S-1: " + QString::fromStdString(app->subjectName));
-  ASSERT_EQ(exams->topLevelItemCount(), 2);
-  EXPECT_EQ(exams->currentItem()->text(1), "right");
-  EXPECT_EQ(exams->currentItem()->text(3), "two lines");
-  EXPECT_EQ(exams->currentItem()->toolTip(3), "two\nlines");
-  EXPECT_GE(exams->columnWidth(4), exams->fontMetrics().horizontalAdvance("S-1-right"));
+  EXPECT_EQ(find<QLabel>(*window)->text(), "Subject S-1: " + QString::fromStdString(theExams().subjectName()));
+  ASSERT_EQ(examList->topLevelItemCount(), 2);
+  EXPECT_EQ(examList->currentItem()->text(1), "right");
+  EXPECT_EQ(examList->currentItem()->text(3), "two lines");
+  EXPECT_EQ(examList->currentItem()->toolTip(3), "two\nlines");
+  EXPECT_GE(examList->columnWidth(4), examList->fontMetrics().horizontalAdvance("S-1-right"));
   ASSERT_EQ(results->topLevelItemCount(), 1);
   EXPECT_EQ(results->topLevelItem(0)->text(2), "shot.tv1");
 
@@ -247,11 +247,11 @@ TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
                       list->visualItemRect(list->topLevelItem(row)).center());
   };
-  clickRow(exams, 0);
-  EXPECT_EQ(app->examFolder, "S-1-left");
+  clickRow(examList, 0);
+  EXPECT_EQ(theExams().examFolder(), "S-1-left");
   EXPECT_EQ(process.recordDir, app->dataFolder + "S-1-left");
   EXPECT_EQ(results->topLevelItemCount(), 0);
-  clickRow(exams, 1);
+  clickRow(examList, 1);
   ASSERT_EQ(results->topLevelItemCount(), 1);
 
   const QPoint at = results->visualItemRect(results->topLevelItem(0)).center();

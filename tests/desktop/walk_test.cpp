@@ -55,7 +55,7 @@ TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   const auto subject = app->db->readSubject("WALK_7");
   ASSERT_TRUE(subject);
   EXPECT_EQ(subject->name + subject->surname + subject->comments, "AdaWalkerright handed");
-  const auto exam = app->db->exam("WALK_7", app->examId);
+  const auto exam = app->db->exam("WALK_7", exams->examId());
   ASSERT_TRUE(exam);
   EXPECT_EQ(exam->site + exam->comment, "left ringat rest");
   const std::string examFolder = app->dataFolder + exam->folder;
@@ -115,7 +115,7 @@ TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   EXPECT_NEAR(std::strtod(row[2].c_str(), nullptr), roi.width() * 1.68, 0.1);
   EXPECT_EQ(std::atoi(row[9].c_str()), found + 1);
   EXPECT_EQ(lines[2], "Subject ID,WALK_7");
-  EXPECT_EQ(lines[3], format("Exam ID,%i", app->examId));
+  EXPECT_EQ(lines[3], format("Exam ID,%i", exams->examId()));
   EXPECT_EQ(lines[4], exam->folder);
 
   app->documents.activate(still);
@@ -127,7 +127,7 @@ TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   expectOk("ROI or whole image");
   press(Qt::Key_S, Qt::ControlModifier);
   EXPECT_FALSE(still.isModified());
-  const auto stored = app->db->resultsOf(app->examId);
+  const auto stored = app->db->resultsOf(exams->examId());
   ASSERT_EQ(stored.size(), 1u);
   EXPECT_EQ(stored[0].filename, "ring.tv1");
   EXPECT_EQ(stored[0].result, messages[1]);

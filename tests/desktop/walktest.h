@@ -22,6 +22,7 @@
 #include "base/version.h"
 #include "desktop/qthost.h"
 #include "desktop/qttext.h"
+#include "exams/examselection.h"
 #include "frame/mainframe.h"
 #include "imagedoc/zbasicview.h"
 #include "support/imagedoctest.h"
@@ -94,6 +95,7 @@ class WalkTest : public ImageDocTest {
     writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n");
     tool = kToolNone;
     app = std::make_unique<CBasicApp>();
+    exams = std::make_unique<ExamSelection>(*app);
     frame = std::make_unique<CBasicMainFrame>(*app);
     windows.connect(*app, *frame);
     loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
@@ -104,6 +106,7 @@ class WalkTest : public ImageDocTest {
     windows.closeWindows();
     loop.reset();
     frame.reset();
+    exams.reset();
     app.reset();
     tool = kToolNone;
   }

@@ -18,6 +18,7 @@
 #include "desktop/icons.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
+#include "exams/examselection.h"
 #include "frame/mainframe.h"
 #include "imagedoc/commandids.h"
 #include "settings/profile.h"
@@ -75,6 +76,7 @@ class WindowTest : public ImageDocTest {
 
   void begin() {
     app = std::make_unique<CBasicApp>();
+    exams = std::make_unique<ExamSelection>(*app);
     frame = std::make_unique<CBasicMainFrame>(*app);
     windows.connect(*app, *frame);
     loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
@@ -85,6 +87,7 @@ class WindowTest : public ImageDocTest {
     windows.closeWindows();
     loop.reset();
     frame.reset();
+    exams.reset();
     app.reset();
   }
 
@@ -388,7 +391,7 @@ TEST_F(WindowTest, NothingClosesUnderADialog) {
 
 TEST_F(WindowTest, TheRecordBarFollowsTheExamThatIsSelected) {
   app->db->newSubject("S-1");
-  app->subjectId = "S-1";
+  exams->selectSubject("S-1", "");
   ASSERT_TRUE(makeExamination("left", "") && makeExamination("right", ""));
   (void)app->runCommand(cmd::ViewExams);
   frame->examList().select(0);

@@ -28,7 +28,7 @@ class Selection : public AppTest {
     ASSERT_TRUE(startWithData());
     (void)posted();
     refreshes = 0;
-    app->onSelectionChanged = [this] { ++refreshes; };
+    exams->listen(this, [this] { ++refreshes; });
   }
   void TearDown() override { app->documents.closeAll(); }  // as the main frame does at the end
   // What was posted since the last call.
@@ -42,16 +42,16 @@ class Selection : public AppTest {
   // Makes and selects a subject's exam; its folder too.
   int32_t selectNewExam(const std::string& subject, const std::string& examFolder) {
     app->db->newSubject(subject);
-    app->subjectId = subject;
-    app->examFolder = examFolder;
+    exams->selectSubject(subject, "");
     EXPECT_TRUE(makeFolderPath(app->dataFolder + examFolder));
-    return app->examId = app->db->newExam(subject, "site", "", examFolder);
+    const int32_t exam = app->db->newExam(subject, "site", "", examFolder);
+    exams->selectExam(exam, examFolder);
+    return exam;
   }
-  void selectNothing() {
-    app->subjectId.clear();
-    app->examId = -1;
+  void selectNothing() { exams->clear(); }
+  std::string inExam(const std::string& name) const {
+    return app->dataFolder + exams->examFolder() + "/" + name;
   }
-  std::string inExam(const std::string& name) const { return app->dataFolder + app->examFolder + "/" + name; }
   std::string recordFolder() const { return settings.getString("directories", "recorddir", ""); }
 
   std::vector<DocumentRow> table{
@@ -215,7 +215,7 @@ TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
   SubjectDialog dialog;
   dialog.typeId("ben");
   dialog.addAsNewId();
-  EXPECT_EQ(app->subjectId, "anna");
+  EXPECT_EQ(exams->subjectId(), "anna");
   d->setModified(false);
 }
 
@@ -235,17 +235,17 @@ TEST_F(Selection, DialogFillsInTheDetailsOfTheOnlyMatch) {
   EXPECT_EQ(dialog.offered().size(), 3u);
   dialog.typeId("an");
   EXPECT_EQ(dialog.offered().size(), 2u);
-  EXPECT_EQ(dialog.id + dialog.name + app->subjectId, "an");
+  EXPECT_EQ(dialog.id + dialog.name + exams->subjectId(), "an");
   dialog.typeId("ann");
   EXPECT_THAT(dialog.offered(), ElementsAre("anna"));
   EXPECT_EQ(dialog.id + "|" + dialog.name + "|" + dialog.surname + "|" + dialog.comment, "anna|N-anna|S|C");
-  EXPECT_EQ(app->subjectId + ": " + app->subjectName, "anna: N-anna S");
+  EXPECT_EQ(exams->subjectId() + ": " + exams->subjectName(), "anna: N-anna S");
   EXPECT_EQ(refreshes, 1);
   dialog.chooseId("berta");
-  EXPECT_EQ(app->subjectName, "N-berta S");
+  EXPECT_EQ(exams->subjectName(), "N-berta S");
   app->db->newSubject("bert");
   dialog.typeId("bert");
-  EXPECT_EQ(app->subjectId, "berta") << "of two matches none is selected, not even the whole id";
+  EXPECT_EQ(exams->subjectId(), "berta") << "of two matches none is selected, not even the whole id";
   EXPECT_EQ(SubjectDialog().id, "berta") << "opens on the present selection";
   dialog.typeId(std::string(70000, 'x'));
   EXPECT_EQ(dialog.id.size(), 65535u);
@@ -255,13 +255,13 @@ TEST_F(Selection, DialogAddsChangesTouchesAndClears) {
   SubjectDialog dialog;
   dialog.typeId("study 7 b");
   dialog.addAsNewId();
-  EXPECT_EQ(app->subjectId, "study_7_b");
-  EXPECT_EQ(app->subjectName, " ");
+  EXPECT_EQ(exams->subjectId(), "study_7_b");
+  EXPECT_EQ(exams->subjectName(), " ");
   dialog.name = "Ann";
   dialog.surname = "Lee";
   dialog.comment = "cold hands";
   dialog.saveDetails();
-  EXPECT_EQ(app->subjectName, "Ann Lee");
+  EXPECT_EQ(exams->subjectName(), "Ann Lee");
   EXPECT_EQ(app->db->readSubject("study_7_b")->comments, "cold hands");
   app->db->newSubject("later");
   SqliteDatabase(app->dbPath)
@@ -269,25 +269,25 @@ TEST_F(Selection, DialogAddsChangesTouchesAndClears) {
           "update patients set lastused='2000-01-01' where id='study_7_b';update patients set lastused='2001-01-01' where id='later';");
   dialog.finish(SubjectDialog::Result::ViewExaminations);
   EXPECT_THAT(app->db->recentSubjects(), ElementsAre("study_7_b", "later"));
-  EXPECT_EQ(app->subjectId, "study_7_b");
-  app->examId = 3;
-  app->examFolder = "f";
+  EXPECT_EQ(exams->subjectId(), "study_7_b");
+  exams->selectExam(3, "f");
   refreshes = 0;
   dialog.finish(SubjectDialog::Result::Cancel);
-  EXPECT_EQ(app->subjectId + app->subjectName + app->examFolder, "");
-  EXPECT_EQ(app->examId, -1);
+  EXPECT_EQ(exams->subjectId() + exams->subjectName() + exams->examFolder(), "");
+  EXPECT_EQ(exams->examId(), -1);
   EXPECT_EQ(refreshes, 1);
 }
 
 TEST_F(Selection, NewExaminationMakesFolderAndRow) {
   app->db->newSubject("anna lee");
-  app->subjectId = "anna lee";
+  exams->selectSubject("anna lee", "");
   ASSERT_NE(process.imageTemplate->newDocument(), nullptr);
+  refreshes = 0;
   const std::string full = app->dataFolder + "anna_lee-left_ring";
   for (const int32_t id : {1, 2}) {
     EXPECT_TRUE(startNewExamination("left ring", "cold"));
-    EXPECT_EQ(app->examId, id);
-    EXPECT_EQ(app->examFolder, "anna_lee-left_ring");
+    EXPECT_EQ(exams->examId(), id);
+    EXPECT_EQ(exams->examFolder(), "anna_lee-left_ring");
     EXPECT_THAT(log(), HasSubstr("create new exams folder " + full + (id == 1 ? "ok\n" : "failed!\n") +
                                  "examid=" + std::to_string(id)))
         << "a folder that exists stops nothing";
@@ -300,7 +300,7 @@ TEST_F(Selection, NewExaminationMakesFolderAndRow) {
   EXPECT_EQ(settings.getString("settings", "directory", ""), full + "/");
   EXPECT_THAT(app->documents.documents(), IsEmpty());
   EXPECT_TRUE(startNewExamination("../../etc", ""));
-  EXPECT_EQ(app->examFolder.find('/'), std::string::npos) << "never a way out of the data folder";
+  EXPECT_EQ(exams->examFolder().find('/'), std::string::npos) << "never a way out of the data folder";
 }
 
 struct Dialog : SubjectDialogFace {
@@ -323,18 +323,18 @@ TEST_F(Selection, SelectSubjectGoesOnAsTheDialogEnded) {
   host.fills.push_back([](Form&) { return false; });
   runSelectSubject(face);
   EXPECT_THAT(posted(), ElementsAre(32982)) << "Cancel leads back to the subject";
-  EXPECT_EQ(app->examId, -1);
+  EXPECT_EQ(exams->examId(), -1);
   host.fill({{"Site", "left"}, {"Comment", "cold"}});
   runSelectSubject(face);
   EXPECT_THAT(posted(), ElementsAre(32970));
-  EXPECT_EQ(app->db->exam("anna", app->examId)->folder, "anna-left");
+  EXPECT_EQ(app->db->exam("anna", exams->examId())->folder, "anna-left");
 }
 
 TEST_F(Selection, ExamListShowsASubjectsExamsAndSelectsOne) {
   const int32_t first = selectNewExam("anna", "e1");
   const int32_t second = selectNewExam("anna", "e2");
   app->db->insertResult(first, "x.tv1", "10 loops");
-  app->subjectName = "Ann Lee";
+  exams->selectSubject("anna", "Ann Lee");
   EXPECT_THAT(ExamList::examColumns(), ElementsAre("examid", "Site", "Date", "comments", "folder"));
   EXPECT_THAT(ExamList::resultColumns(), ElementsAre("id", "date", "filename", "result"));
   ExamList list;
@@ -344,8 +344,8 @@ TEST_F(Selection, ExamListShowsASubjectsExamsAndSelectsOne) {
   EXPECT_EQ(list.exams()[static_cast<size_t>(list.selectedRow())].id, second);
   EXPECT_THAT(list.results(), IsEmpty());
   list.select(0);
-  EXPECT_EQ(app->examId, first);
-  EXPECT_EQ(app->examFolder, "e1");
+  EXPECT_EQ(exams->examId(), first);
+  EXPECT_EQ(exams->examFolder(), "e1");
   EXPECT_EQ(recordFolder(), app->dataFolder + "e1");
   ASSERT_EQ(list.results().size(), 1u);
   EXPECT_EQ(list.pathOfResult(0), app->dataFolder + "e1/x.tv1");
@@ -357,8 +357,8 @@ TEST_F(Selection, ExamListShowsASubjectsExamsAndSelectsOne) {
   EXPECT_EQ(host.calls.back(), "tile");
   list.select(9);
   EXPECT_EQ(list.pathOfResult(9), "");
-  EXPECT_EQ(app->examId, first);
-  app->examId = -1;
+  EXPECT_EQ(exams->examId(), first);
+  exams->leaveExam();
   EXPECT_EQ(list.selectedRow(), -1);
 }
 

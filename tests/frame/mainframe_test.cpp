@@ -71,7 +71,7 @@ class Frame : public AppTest {
     writeProfile(profileText);
     table = std::move(rows);
     options.documentTable = table;
-    app = std::make_unique<CBasicApp>();
+    makeApp();
     app->velocityInput = &device;
     ASSERT_TRUE(app->initInstance(options));
     frame = std::make_unique<CBasicMainFrame>(*app);
@@ -128,7 +128,7 @@ TEST_F(Frame, BarsFollowExpertModeChannelsAndTheirCommands) {
     EXPECT_EQ(bars.ops, c.ops) << c.keys << c.commands.size();
     EXPECT_EQ(bars.record, c.record) << c.keys << c.commands.size();
     frame.reset();
-    app.reset();
+    stop();
   }
 }
 
@@ -261,22 +261,22 @@ TEST_F(Frame, PopupsOpenAtTheirPlace) {
 TEST_F(Frame, AnotherDataFolderIsOpenedOnceAllDocumentsAreClosed) {
   options.dataFolder = folder.file("one");
   startFrame("", {documentTable().begin(), documentTable().end()});
-  app->subjectId = "S";
-  app->examId = 3;
+  exams->selectSubject("S", "");
+  exams->selectExam(3, "S-left");
   CDocument* open = process.imageTemplate->newDocument();
   open->setModified();
   host.paths.push_back(folder.file("two"));
   host.answers.push_back(Answer::Cancel);
   run(cmd::DataFolder);
   EXPECT_EQ(app->dataFolder, folder.file("one/")) << "a document stays open";
-  EXPECT_EQ(app->subjectId, "S");
+  EXPECT_EQ(exams->subjectId(), "S");
   open->setModified(false);
   host.paths.push_back(folder.file("two"));
   run(cmd::DataFolder);
   EXPECT_THAT(app->documents.documents(), IsEmpty());
   EXPECT_EQ(settings.getString("Settings", "database", ""), folder.file("two/tarn.db"));
-  EXPECT_EQ(app->subjectId, "");
-  EXPECT_EQ(app->examId, -1);
+  EXPECT_EQ(exams->subjectId(), "");
+  EXPECT_EQ(exams->examId(), -1);
   EXPECT_EQ(process.recordDir, folder.file("two/"));
   ASSERT_TRUE(app->db);
   // One that can't be used: the present one stays.

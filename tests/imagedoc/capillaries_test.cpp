@@ -114,12 +114,12 @@ TEST_F(Capillaries, NothingFoundLeavesThePreviousText) {
 TEST_F(Capillaries, TheResultReachesTheDatabase) {
   const int32_t subject = app->db->newSubject("A-1");
   ASSERT_TRUE(subject);
-  app->subjectId = "A-1";
+  exams->selectSubject("A-1", "");
   ASSERT_TRUE(startNewExamination("finger", ""));
   ZBasicDoc& d = makeFinger(sparseNailfold());
   run("Find Capillaries");
-  ASSERT_TRUE(d.onSaveDocument(app->dataFolder + app->examFolder + "/shot.tv1"));
-  const auto rows = app->db->resultsOf(app->examId);
+  ASSERT_TRUE(d.onSaveDocument(app->dataFolder + exams->examFolder() + "/shot.tv1"));
+  const auto rows = app->db->resultsOf(exams->examId());
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0].filename, "shot.tv1");
   EXPECT_EQ(rows[0].result, d.resultText);

@@ -96,7 +96,7 @@ TEST_F(DimensionListTest, IsOneTableThatFollowsTheImageInFront) {
 
 TEST_F(DimensionListTest, TheFileHoldsQuotedCellsAndTheExam) {
   ASSERT_TRUE(app->db->newSubject("S 1"));
-  app->subjectId = "S 1";
+  exams->selectSubject("S 1", "");
   ASSERT_TRUE(makeExamination("ring", ""));
   ZBasicDoc& d = imageWithLine();
   showDimensionList(d);

@@ -80,7 +80,7 @@ TEST(ResultTables, HaveTheirColumns) {
 const ResultRecord kCapillary{"a.dtv", "um", {3, 12.5, 9.25, 120.6, 7.4, 1, 2, 0.75, 37.25}};
 
 TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {
-  app->subjectId = "S-1";
+  exams->selectSubject("S-1", "");
   CResultDoc* table = addResultRow(ResultKind::CapillaryMeasurement, kCapillary);
   ASSERT_NE(table, nullptr);
   EXPECT_EQ(table->title(), "Capillary Measurement Results");
@@ -96,7 +96,7 @@ TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {
             "  3,   9.25,    121,      7,  1.0,  2.0,  12.50, 0.75, 37.3,a.dtv,um,\n"
             "Subject ID,S-1\nExam ID,-1\n\n");
   table->examIdOfDoc = 77;
-  app->examFolder = "another";
+  exams->selectExam(exams->examId(), "another");
   ASSERT_TRUE(table->exportCsv(folder.file("t.csv")));
   EXPECT_THAT(readWholeText(folder.file("t.csv")).value_or(""), EndsWith("Exam ID,77\n\n"));
   table->setselection(9, 0, 2, 0);
@@ -122,7 +122,7 @@ TEST_F(Results, EachKindHasOneTableUntilItIsClosed) {
 }
 
 TEST_F(Results, ATableIsSavedAndOpenedAsItWas) {
-  app->subjectId = "S-1";
+  exams->selectSubject("S-1", "");
   CResultDoc* table = addResultRow(ResultKind::CapillaryMeasurement, kCapillary);
   table->marker = 7;
   ASSERT_TRUE(table->onSaveDocument(folder.file("t.rst")));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/basicapp.h"
+#include "exams/examselection.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
@@ -20,14 +21,23 @@ class AppTest : public ::testing::Test {
     options.askForDataFolder = false;
   }
   ~AppTest() override {
-    app.reset();
+    stop();
     setLogging(false);
     settings.setPath("");
     hwSettings.setPath("");
   }
 
-  bool start() {
+  void makeApp() {
+    stop();
     app = std::make_unique<CBasicApp>();
+    exams = std::make_unique<ExamSelection>(*app);
+  }
+  void stop() {
+    exams.reset();
+    app.reset();
+  }
+  bool start() {
+    makeApp();
     return app->initInstance(options);
   }
   bool startWithData() {
@@ -45,6 +55,7 @@ class AppTest : public ::testing::Test {
   TestHost host;
   StartOptions options;
   std::unique_ptr<CBasicApp> app;
+  std::unique_ptr<ExamSelection> exams;
 };
 
 }  // namespace tarnvisor
