@@ -9,6 +9,7 @@
 #include "charts/chartview.h"
 #include "charts/commandids.h"
 #include "charts/markereditor.h"
+#include "charts/resulttables.h"
 #include "charts/xychart.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
@@ -529,12 +530,15 @@ void ZchartView::chartResults() {
   const TraceSummary summary = summaryOf(*trace, range->from, range->count);
   const double start = hasSelection() ? selfrom : trace->timeof(range->from);
   const double end = hasSelection() ? selto : start + range->count * trace->period;
-  ResultRecord record;
-  record.filename = doc.title();
-  record.units = trace->name;
-  record.values = {start,      end, summary.mean, summary.maximum, summary.minimum, summary.percentUsed,
-                   summary.sum};
-  if (!addResultRow(ResultKind::Chart, record)) doc.report(kLowMemory);
+  const ResultRecord record = recordOf(kChartResults, doc.title(), trace->name,
+                                       {{"start", start},
+                                        {"end", end},
+                                        {"average", summary.mean},
+                                        {"max", summary.maximum},
+                                        {"min", summary.minimum},
+                                        {"% used", summary.percentUsed},
+                                        {"Sum", summary.sum}});
+  if (!addResultRow(kChartResults, record)) doc.report(kLowMemory);
 }
 
 void ZchartView::imageFromTrace() {

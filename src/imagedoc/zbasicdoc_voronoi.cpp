@@ -9,6 +9,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "host/host.h"
+#include "imagedoc/resulttables.h"
 #include "imagedoc/zbasicdoc.h"
 #include "results/resultdoc.h"
 #include "settings/log.h"
@@ -92,14 +93,19 @@ void addRow(ZBasicDoc& doc, const Area& area) {
   const CDimList& links = doc.dimlists[kNearestList];
   const double size = doc.roiArea();
   const double caps = doc.currentDims().countIn(area.working, area.circle);
-  addResultRow(ResultKind::Voronoi,
-               {doc.title(),
-                doc.unitName(),
-                {area.working.width() * s.x, area.working.height() * s.y, size, caps, caps * 1000000 / size,
-                 double(regions.size()), regions.totalArea(s.x, s.y) / regions.size(), double(links.size()),
-                 links.totalLength(s.x, s.y) / links.size(),
-                 // The circles' diameters are horizontal, so that this takes in the scale of x alone.
-                 circles.totalLength(s.x, s.y) / circles.size()}});
+  addResultRow(kVoronoiResults,
+               recordOf(kVoronoiResults, doc.title(), doc.unitName(),
+                        {{"ROI w", area.working.width() * s.x},
+                         {"ROI h", area.working.height() * s.y},
+                         {"ROI area", size},
+                         {"#caps", caps},
+                         {"density", caps * 1000000 / size},
+                         {"#regions", double(regions.size())},
+                         {"Av Area", regions.totalArea(s.x, s.y) / regions.size()},
+                         {"#NN", double(links.size())},
+                         {"Av NN", links.totalLength(s.x, s.y) / links.size()},
+                         // The circles' diameters are horizontal, so that this takes in the scale of x alone.
+                         {"Av Krogh", circles.totalLength(s.x, s.y) / circles.size()}}));
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "imagedoc/imageprint.h"
 #include "imagedoc/imagetests.h"
 #include "imagedoc/levelchart.h"
+#include "imagedoc/resulttables.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicview.h"
 #include "results/resultdoc.h"
@@ -346,12 +347,11 @@ void ZBasicView::pastePicture(std::span<const uint8_t> bitmap) {
 // --- other windows
 
 void ZBasicView::imageResults() {
-  if (CResultDoc* table = findResultDocument(resultTable(ResultKind::Image).title))
-    theApp().documents.activate(*table);
+  if (CResultDoc* table = findResultDocument(kImageResults.title)) theApp().documents.activate(*table);
 }
 
 bool ZBasicView::hasImageResults() const {
-  const CResultDoc* table = findResultDocument(resultTable(ResultKind::Image).title);
+  const CResultDoc* table = findResultDocument(kImageResults.title);
   return table && table->type();  // one without a window can't come forward
 }
 

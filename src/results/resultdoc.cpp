@@ -1,7 +1,7 @@
 #include "results/resultdoc.h"
 
 #include <algorithm>
-#include <array>
+#include <map>
 
 #include "app/basicapp.h"
 #include "archive/archive.h"
@@ -25,11 +25,11 @@ struct KindDocument {
   CResultDoc* document = nullptr;
   std::unique_ptr<CResultDoc> own;  // while there is no type that could give it a window
 };
-std::array<KindDocument, kResultKinds> kindDocuments;
+std::map<const ResultTable*, KindDocument> kindDocuments;
 CResultDoc* lastAddedTo = nullptr;
 
-CResultDoc* makeKindDocument(ResultKind kind) {
-  KindDocument& slot = kindDocuments[static_cast<size_t>(kind)];
+CResultDoc* makeKindDocument(const ResultTable& kind) {
+  KindDocument& slot = kindDocuments[&kind];
   if (process.resultTemplate) {
     // The document that was measured stays in front.
     CDocument* const front = theApp().documents.active();
@@ -40,8 +40,8 @@ CResultDoc* makeKindDocument(ResultKind kind) {
     slot.document = slot.own.get();
   }
   if (!slot.document) return nullptr;
-  slot.document->setTitle(resultTable(kind).title);
-  slot.document->addcolumns(resultTable(kind).columns);
+  slot.document->setTitle(kind.title);
+  slot.document->addcolumns(kind.columns);
   return slot.document;
 }
 
@@ -59,16 +59,16 @@ void registerResultClasses() {
 }
 
 CResultDoc::~CResultDoc() {
-  for (KindDocument& slot : kindDocuments)
+  for (auto& [kind, slot] : kindDocuments)
     if (slot.document == this) slot.document = nullptr;
   if (lastAddedTo == this) lastAddedTo = nullptr;
 }
 
-CResultDoc* addResultRow(ResultKind kind, const ResultRecord& record) {
-  CResultDoc* document = kindDocuments[static_cast<size_t>(kind)].document;
+CResultDoc* addResultRow(const ResultTable& kind, const ResultRecord& record) {
+  CResultDoc* document = kindDocuments[&kind].document;
   if (!document) document = makeKindDocument(kind);
   if (!document || !document->addrow(record)) {
-    logPrintf("no row could be added to %s\n", resultTable(kind).title);
+    logPrintf("no row could be added to %s\n", kind.title);
     return nullptr;
   }
   lastAddedTo = document;
@@ -76,7 +76,7 @@ CResultDoc* addResultRow(ResultKind kind, const ResultRecord& record) {
 }
 
 CResultDoc* findResultDocument(const std::string& title) {
-  for (const KindDocument& slot : kindDocuments)
+  for (const auto& [kind, slot] : kindDocuments)
     if (slot.document && equalIgnoringCase(slot.document->title(), title)) return slot.document;
   for (CDocument* document : theApp().documents.documents())
     if (auto* table = dynamic_cast<CResultDoc*>(document); table && equalIgnoringCase(table->title(), title))

@@ -15,14 +15,6 @@
 
 namespace tarnvisor {
 
-// What a caller fills for each new row: the first two columns of the list take the texts, column k from 2 on
-// takes value k - 2.
-struct ResultRecord {
-  std::string filename;
-  std::string units;
-  std::vector<double> values;
-};
-
 class CResultDoc : public CdbDocument {
  public:
   static const ArchiveClass& archiveClass();
@@ -80,7 +72,7 @@ class CResultDoc : public CdbDocument {
 
 // Adds a row to the one table of a kind, which its first row makes and closing it ends. Null (and logged)
 // without memory.
-CResultDoc* addResultRow(ResultKind kind, const ResultRecord& record);
+CResultDoc* addResultRow(const ResultTable& kind, const ResultRecord& record);
 // The open table with that title, from any kind or file; null when there is none.
 CResultDoc* findResultDocument(const std::string& title);
 // The table that got the last row; null when it is closed.

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "archive/object.h"
 
@@ -37,24 +39,28 @@ class Ccolformat : public ArchiveObject {
   uint16_t decimals = 0;
 };
 
-enum class ResultKind {
-  Image,
-  Voronoi,
-  Diameter,
-  NailfoldLoop,
-  FunctionalFlow,
-  CapillaryMeasurement,
-  Chart,
-  Linescan
-};
-inline constexpr int kResultKinds = 8;
-
+// A kind of result, described in the room that measures it. Its place in memory tells kinds apart.
 struct ResultTable {
   int32_t id;  // of the window title among the system's texts; 0 where it has none
   const char* title;
   std::span<const ColumnRecord> columns;
 };
-const ResultTable& resultTable(ResultKind kind);
+
+// What a row of a table says. The first two columns of the list take the texts, column k from 2 on takes
+// value k - 2; a value that is lacking counts as 0.
+struct ResultRecord {
+  std::string filename;
+  std::string units;
+  std::vector<double> values;
+};
+// A record whose values are named by their columns' titles, in any order. A name that the table lacks is a
+// fault of the program.
+struct NamedValue {
+  std::string_view column;
+  double value;
+};
+ResultRecord recordOf(const ResultTable& table, std::string filename, std::string units,
+                      const std::vector<NamedValue>& values);
 
 // "%*.*f", with exact ties rounded away from zero, as users of these tables have always seen them: 37.25 in a
 // field of 5 with one decimal is " 37.3".

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "desktop/walktest.h"
+#include "imagedoc/resulttables.h"
 #include "results/resultdoc.h"
 
 namespace tarnvisor {
@@ -46,7 +47,7 @@ class RoadTest : public WalkTest {
     QTest::mouseDClick(results->viewport(), Qt::LeftButton, {}, at);
     settle();
   }
-  CResultDoc* table(ResultKind kind) { return findResultDocument(resultTable(kind).title); }
+  CResultDoc* table(const ResultTable& kind) { return findResultDocument(kind.title); }
 };
 
 TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
@@ -93,8 +94,8 @@ TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   ZBasicDoc& still = *image();
   if (hasQvoronoi()) {
     choose({"Analysis", "Voronoi regions"});
-    ASSERT_NE(table(ResultKind::Voronoi), nullptr);
-    EXPECT_EQ(std::atoi(table(ResultKind::Voronoi)->cell(0, 5).c_str()), found + 1);
+    ASSERT_NE(table(kVoronoiResults), nullptr);
+    EXPECT_EQ(std::atoi(table(kVoronoiResults)->cell(0, 5).c_str()), found + 1);
     app->documents.activate(still);
     settle();
   }
@@ -102,7 +103,7 @@ TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   app->documents.activate(still);
   settle();
   choose({"Analysis", "Image results"});
-  ASSERT_EQ(app->documents.active(), table(ResultKind::Image));
+  ASSERT_EQ(app->documents.active(), table(kImageResults));
   expectFile("Export", examFolder + "/results.csv", "Save");
   press(Qt::Key_E, Qt::ControlModifier);
   const std::string csv = readWholeText(examFolder + "/results.csv").value_or("");

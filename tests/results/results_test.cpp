@@ -5,6 +5,9 @@
 #include "archive/archive.h"
 #include "assembly/assembly.h"
 #include "base/clock.h"
+#include "charts/resulttables.h"
+#include "dynamic/resulttables.h"
+#include "imagedoc/resulttables.h"
 #include "results/resultview.h"
 #include "support/apptest.h"
 #include "support/recordingcanvas.h"
@@ -51,22 +54,21 @@ TEST(ResultNumbers, RoundExactTiesAwayFromZero) {
 
 TEST(ResultTables, HaveTheirColumns) {
   struct Case {
-    ResultKind kind;
+    const ResultTable* kind;
     const char* title;
     size_t columns;
     const char* last;
   };
-  const Case cases[] = {
-      {ResultKind::Image, "Image Results", 21, "Tort1 curves"},
-      {ResultKind::Voronoi, "Voronoi-Results", 12, "Av Krogh"},
-      {ResultKind::Diameter, "Diameter Calculation Results", 4, "width"},
-      {ResultKind::NailfoldLoop, "Nailfold Capillary loop measurements", 12, "cord"},
-      {ResultKind::FunctionalFlow, "Functional Capillary Flow and Density Results", 12, "rms area"},
-      {ResultKind::CapillaryMeasurement, "Capillary Measurement Results", 11, "%good"},
-      {ResultKind::Chart, "Chart Results", 9, "Sum"},
-      {ResultKind::Linescan, "Linescan slope velocities", 8, "average"}};
+  const Case cases[] = {{&kImageResults, "Image Results", 21, "Tort1 curves"},
+                        {&kVoronoiResults, "Voronoi-Results", 12, "Av Krogh"},
+                        {&kDiameterResults, "Diameter Calculation Results", 4, "width"},
+                        {&kNailfoldResults, "Nailfold Capillary loop measurements", 12, "cord"},
+                        {&kFlowResults, "Functional Capillary Flow and Density Results", 12, "rms area"},
+                        {&kCapillaryResults, "Capillary Measurement Results", 11, "%good"},
+                        {&kChartResults, "Chart Results", 9, "Sum"},
+                        {&kLinescanResults, "Linescan slope velocities", 8, "average"}};
   for (const Case& c : cases) {
-    const ResultTable& table = resultTable(c.kind);
+    const ResultTable& table = *c.kind;
     EXPECT_STREQ(table.title, c.title);
     EXPECT_EQ(table.columns.size(), c.columns) << c.title;
     EXPECT_STREQ(table.columns.back().title, c.last);
@@ -81,7 +83,7 @@ const ResultRecord kCapillary{"a.dtv", "um", {3, 12.5, 9.25, 120.6, 7.4, 1, 2, 0
 
 TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {
   exams->selectSubject("S-1", "");
-  CResultDoc* table = addResultRow(ResultKind::CapillaryMeasurement, kCapillary);
+  CResultDoc* table = addResultRow(kCapillaryResults, kCapillary);
   ASSERT_NE(table, nullptr);
   EXPECT_EQ(table->title(), "Capillary Measurement Results");
   std::vector<std::string> titles;
@@ -106,8 +108,8 @@ TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {
 }
 
 TEST_F(Results, EachKindHasOneTableUntilItIsClosed) {
-  CResultDoc* first = addResultRow(ResultKind::Diameter, {"a", "um", {1, 2}});
-  EXPECT_EQ(addResultRow(ResultKind::Diameter, {"b", "um", {2, 3}}), first);
+  CResultDoc* first = addResultRow(kDiameterResults, {"a", "um", {1, 2}});
+  EXPECT_EQ(addResultRow(kDiameterResults, {"b", "um", {2, 3}}), first);
   EXPECT_EQ(first->rowCount(), 2u);
   EXPECT_EQ(findResultDocument("diameter calculation results"), first);
   EXPECT_EQ(lastResultDocument(), first);
@@ -116,14 +118,14 @@ TEST_F(Results, EachKindHasOneTableUntilItIsClosed) {
   host.answers.push_back(Answer::No);
   EXPECT_TRUE(app->documents.close(*first));
   EXPECT_EQ(lastResultDocument(), nullptr);
-  CResultDoc* next = addResultRow(ResultKind::Diameter, {"c", "um", {}});
+  CResultDoc* next = addResultRow(kDiameterResults, {"c", "um", {}});
   EXPECT_EQ(next->rowCount(), 1u);
   EXPECT_EQ(next->cell(0, 3), "    0.0") << "what the record lacks counts as 0";
 }
 
 TEST_F(Results, ATableIsSavedAndOpenedAsItWas) {
   exams->selectSubject("S-1", "");
-  CResultDoc* table = addResultRow(ResultKind::CapillaryMeasurement, kCapillary);
+  CResultDoc* table = addResultRow(kCapillaryResults, kCapillary);
   table->marker = 7;
   ASSERT_TRUE(table->onSaveDocument(folder.file("t.rst")));
   const std::string text = readWholeText(folder.file("t.rst")).value_or("");
@@ -138,7 +140,7 @@ TEST_F(Results, ATableIsSavedAndOpenedAsItWas) {
   EXPECT_EQ(opened->marker, 7);
   EXPECT_EQ(opened->patientId, "S-1");
   EXPECT_EQ(opened->columnAt(0).title, "line");
-  EXPECT_NE(addResultRow(ResultKind::CapillaryMeasurement, kCapillary), opened) << "a file takes no new rows";
+  EXPECT_NE(addResultRow(kCapillaryResults, kCapillary), opened) << "a file takes no new rows";
 }
 
 TEST_F(Results, AnOldFileHasNoSubjectAndADamagedOneIsRefused) {
@@ -208,7 +210,7 @@ TEST_F(Results, AFileWithAbsurdlyManyColumnsIsRefused) {
 }
 
 TEST_F(Results, AnExportThatFailsSaysSoAndLeavesNothing) {
-  CResultDoc* table = addResultRow(ResultKind::Diameter, {"a", "um", {1, 2}});
+  CResultDoc* table = addResultRow(kDiameterResults, {"a", "um", {1, 2}});
   app->documents.activate(*table);
   host.paths.push_back(folder.file("missing/t.csv"));
   EXPECT_EQ(routeCommand(app->commandChain(), std::string_view("Export...")), CommandResult::Done);
@@ -229,7 +231,7 @@ TEST_F(Results, PrintsPageByPage) {
   const FixedClock clock(795184889);
   CResultDoc table;
   table.setTitle("T");
-  table.addcolumns(std::span(resultTable(ResultKind::Diameter).columns).first(2));
+  table.addcolumns(std::span(kDiameterResults.columns).first(2));
   for (const char* name : {"a", "b", "c"}) table.addrow({name, "um", {}});
   table.print(pages);
   const std::string head = "<0,0 T;1,0 Tuesday, March 14, 1995, 12:41:29;2,0 filename;";
@@ -239,7 +241,7 @@ TEST_F(Results, PrintsPageByPage) {
 
 TEST_F(Results, TheViewScrollsToNewRowsUnderAHeadThatStays) {
   CResultDoc table;
-  table.addcolumns(resultTable(ResultKind::Diameter).columns);
+  table.addcolumns(kDiameterResults.columns);
   auto owned = std::make_unique<CResultView>(table);
   CResultView& view = *owned;
   table.addView(std::move(owned));

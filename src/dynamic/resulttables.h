@@ -1,0 +1,13 @@
+// The tables of results that videos yield.
+#pragma once
+
+#include "results/resultformat.h"
+
+namespace tarnvisor {
+
+extern const ResultTable kDiameterResults;
+extern const ResultTable kFlowResults;
+extern const ResultTable kCapillaryResults;
+extern const ResultTable kLinescanResults;
+
+}  // namespace tarnvisor

@@ -1,0 +1,12 @@
+// The tables of results that stills yield.
+#pragma once
+
+#include "results/resultformat.h"
+
+namespace tarnvisor {
+
+extern const ResultTable kImageResults;
+extern const ResultTable kVoronoiResults;
+extern const ResultTable kNailfoldResults;
+
+}  // namespace tarnvisor
