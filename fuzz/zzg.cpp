@@ -6,7 +6,8 @@ using namespace tarnvisor;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const BytesAsFile file(data, size);
   CZZimage image;
-  loadZzg(image, file.path());
+  std::string why;
+  (void)loadZzg(image, file.path(), why);
   for (int32_t interlace = 0; interlace < 3; ++interlace) {
     CZZimage target(40, 30, 1, interlace, interlace == 1 ? kColour : kGrey);
     loadZzgRegion(target, file.path(), {3, 2, 33, 25});

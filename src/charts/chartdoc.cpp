@@ -60,6 +60,7 @@ C2DTrace* ZchartDoc::addtrace(int32_t typecode, uint32_t size, uint16_t width) {
 }
 
 ZZTrace* ZchartDoc::addtrace(ZZTrace::Own trace) {
+  tellLowMemory();
   if (!trace || !trace->data) return nullptr;
   traces.items.push_back(std::move(trace));
   setModified();
@@ -105,6 +106,10 @@ void ZchartDoc::ringadvance(int64_t steps) {
 }
 
 void ZchartDoc::setNoPtsToSample(int32_t points) { NoPtsToSample = std::max(0, points); }
+
+void ZchartDoc::tellLowMemory() {
+  if (takeLowMemory()) report(kLowMemory);
+}
 
 void ZchartDoc::tracesChanged() {
   if (updatecount) updateAllViews();
@@ -155,6 +160,7 @@ void ZchartDoc::redo() {
 }
 
 ZchartDoc::Change::~Change() {
+  doc.tellLowMemory();
   if (steps.empty()) return;
   doc.setModified();
   doc.redoable.clear();

@@ -40,6 +40,7 @@ class ZchartDoc : public CdbDocument {
   // The origin of all traces; who writes the samples keeps the clock.
   void ringadvance(int64_t steps = 1);
   void setNoPtsToSample(int32_t points);
+  void tellLowMemory();  // where traces noted that it ran out
   void tracesChanged();  // tells the views unless updatecount is 0
 
   // --- undo: a command says beforehand what it will change

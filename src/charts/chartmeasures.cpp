@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "charts/screentrace.h"
-#include "host/host.h"
 
 namespace tarnvisor {
 
@@ -47,7 +46,7 @@ std::unique_ptr<CZZimage> imageFromTrace(const C2DTrace& trace) {
   if (!rows || !trace.width()) return nullptr;
   auto image = std::make_unique<CZZimage>();
   if (!image->setSize(trace.width(), static_cast<int32_t>(rows))) {
-    host().messages.show(kLowMemory, Buttons::Ok, Icon::Error);
+    noteLowMemory();
     return nullptr;
   }
   std::vector<double> items(trace.width());

@@ -544,6 +544,7 @@ void ZchartView::chartResults() {
 void ZchartView::imageFromTrace() {
   const C2DTrace* rows = rowsOf(active());
   std::unique_ptr<CZZimage> image = rows ? tarnvisor::imageFromTrace(*rows) : nullptr;
+  doc.tellLowMemory();
   if (!image) return;
   CDocument* fresh = process.imageTemplate ? process.imageTemplate->newDocument() : nullptr;
   if (auto* taker = dynamic_cast<ImageTaker*>(fresh))

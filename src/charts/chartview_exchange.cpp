@@ -4,6 +4,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "charts/chartview.h"
+#include "charts/exportform.h"
 #include "host/host.h"
 #include "traces/traceimport.h"
 #include "traces/tracetext.h"

@@ -1,6 +1,7 @@
 // The tool box of a chart: filters over the selection, and traces made of the active one.
 #include <cmath>
 
+#include "app/asked.h"
 #include "app/processstate.h"
 #include "base/text.h"
 #include "charts/chartview.h"
@@ -79,7 +80,7 @@ void ZchartView::simpleSmoothing() {
   Form form("Simple smoothing");
   form.addChoice("time constant", choice, {"0.1 seconds", "0.5 seconds", "1 second", "3 seconds", "other"});
   form.add("other (seconds)", seconds, {.low = 0});
-  if (!process.quietMode && !host().forms.run(form)) return;
+  if (!asked(form)) return;
   doc.lastTCradio = choice;
   doc.lastTC = static_cast<float>(seconds);
   doc.saveSettings();
@@ -105,7 +106,7 @@ void ZchartView::artifactFilter() {
   form.addChoice("samples equal to the fixed value", fresh.equalaction, actions);
   form.add("fixed value", fresh.fixedvalue);
   form.addNote("Simple smoothing passes each new sample through these tests.");
-  if (!process.quietMode && !host().forms.run(form)) return;
+  if (!asked(form)) return;
   fresh.lowlimit = static_cast<float>(low);
   fresh.highlimit = static_cast<float>(high);
   changeArtifactSettings(artifactSettings, fresh);
@@ -133,7 +134,7 @@ void ZchartView::velocityIndex(PulseIndex kind) {
   static int32_t halfWindow = kDefaultHalfWindow;
   Form form(kind == PulseIndex::Pulsatility ? "Pulsatility Index" : "Resistance Index");
   form.add("half window (samples)", halfWindow, {1, 100000});
-  if (!process.quietMode && !host().forms.run(form)) return;
+  if (!asked(form)) return;
   derive([&](ZZTrace& trace, Selection selection) {
     PulseTraces made = pulseIndex(trace, selection, kind, halfWindow);
     return listOf(std::move(made.systolic), std::move(made.diastolic), std::move(made.mean),
@@ -247,7 +248,7 @@ void ZchartView::levelContour() {
   form.add("Minimum", levels.min, {0, 1e6});
   form.add("Interval", levels.interval, {0, 1e6});
   form.addNote(format("Maximum: %i", levels.max()));
-  if (!process.quietMode && !host().forms.run(form)) return;
+  if (!asked(form)) return;
   levels.saveSettings();
   derive([&](ZZTrace& trace, Selection selection) {
     return contoursOf(doc, trace, [&](C2DTrace& rows, const ReviewSettings& review) {

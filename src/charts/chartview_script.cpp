@@ -44,21 +44,21 @@ StepResult ZchartView::exportTo(const std::string& path) {
 
 StepResult ZchartView::tell(const std::string& what) {
   if (what == "status") {
-    std::string text = "title " + doc.title() + "\n";
+    std::string lines = "title " + doc.title() + "\n";
     for (const StatusPane& pane : panes())
-      if (!pane.text.empty()) text += pane.name + " " + pane.text + "\n";
-    return {true, {}, {}, text};
+      if (!pane.text.empty()) lines += pane.name + " " + pane.text + "\n";
+    return {true, {}, {}, lines};
   }
   if (what != "traces") return StepResult::nothing();
-  std::string text;
+  std::string lines;
   for (const auto& trace : doc.traces.items) {
     const uint32_t width = trace->data ? trace->data->width : 0;
-    text += format("%s\t%u%s\t%g s\tfrom %g s\t%s%s%s\n", trace->name.c_str(), trace->size(),
+    lines += format("%s\t%u%s\t%g s\tfrom %g s\t%s%s%s\n", trace->name.c_str(), trace->size(),
                    width > 1 ? format(" x %u", width).c_str() : "", trace->period, trace->starttime * 0.001,
                    trace->yunits.c_str(), trace->hidden ? "\thidden" : "",
                    trace.get() == active() ? "\tactive" : "");
   }
-  return {true, {}, {}, text};
+  return {true, {}, {}, lines};
 }
 
 }  // namespace tarnvisor

@@ -51,7 +51,7 @@ class CVivoCapDoc : public ZBasicDoc {
   // Puts the selection, both ends -1 for the whole; values outside become the movie's ends.
   void select(int32_t first, int32_t last);
 
-  // --- processing (vivocapdoc_process.cpp)
+  // --- processing (vivocapdoc_pass.cpp)
   void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step) override;
   // An image of a movie is brought back by reading it again.
   bool saveUndoCopy() override { return true; }
@@ -111,7 +111,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void tellOfMovie();  // that it was cut off, or can't be decoded
   bool saveMovie(const std::string& documentPath);
   bool saveResults(const std::string& stem);
-  // vivocapdoc_process.cpp
+  // vivocapdoc_pass.cpp
   void tellFailedPass(const std::string& moviePathBefore);
 
   // vivocapdoc_archive.cpp

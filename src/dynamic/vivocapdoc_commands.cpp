@@ -4,6 +4,7 @@
 
 #include "analysis/laplacian.h"
 #include "analysis/lulu.h"
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "app/processstate.h"
 #include "base/files.h"
@@ -155,12 +156,10 @@ void CVivoCapDoc::saveVideoAs() {
 
 void CVivoCapDoc::simpleThreshold() {
   int32_t level = settings.getInt("movie", "simpleimagethreshold", 128);
-  if (!process.quietMode) {
-    Form form("Simple threshold");
-    form.add("threshold", level, {0, 255, {}});
-    if (!host().forms.run(form)) return;
-    settings.setInt("movie", "simpleimagethreshold", level);
-  }
+  Form form("Simple threshold");
+  form.add("threshold", level, {0, 255, {}});
+  if (!asked(form)) return;
+  settings.setInt("movie", "simpleimagethreshold", level);
   runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
 }
 
@@ -305,7 +304,7 @@ void CVivoCapDoc::subtractTrace() {
   int32_t chosen = 0;
   Form form("Subtract trace");
   form.addChoice("Trace", chosen, labels);
-  if (!process.quietMode && !host().forms.run(form)) return;
+  if (!asked(form)) return;
   const ZZTrace& trace =
       *offered[static_cast<size_t>(std::clamp<int32_t>(chosen, 0, static_cast<int32_t>(offered.size()) - 1))]
            .trace;

@@ -1,6 +1,8 @@
 // Movies that come in and go out, and the work folder.
 #include <cmath>
+#include <optional>
 
+#include "app/asked.h"
 #include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -8,10 +10,38 @@
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "movie/movieoutput.h"
 #include "settings/log.h"
 #include "settings/settings.h"
+#include "video/videowriter.h"
 
 namespace tarnvisor {
+
+namespace {
+
+// Codec and quality; nothing when the user cancels. A codec that leaves the pixels as they are is one, too.
+std::optional<CZZMovie::Compression> askCompression() {
+  const std::vector<VideoCodec> codecs = videoCodecs();
+  std::vector<std::string> labels;
+  int32_t chosen = 0;
+  for (const VideoCodec& codec : codecs) {
+    if (codec.code == kRecordingCodec) chosen = static_cast<int32_t>(labels.size());
+    labels.push_back(codec.label);
+  }
+  CZZMovie::Compression wanted;
+  Form form("Video Compression");
+  form.addChoice("Compressor", chosen, labels);
+  form.add("Quality (100: nothing is lost)", wanted.quality, {.low = 0, .high = 100});
+  form.add("Key frame every", wanted.keyEvery, {.low = 1, .high = 1000});
+  const bool agreed = asked(form);
+  logPrintf("fcctype=%lu.fcchandler=%lu.Iq=%li.Ikey=%li,Idatarate=%li\n", 0x63646976UL,
+            static_cast<unsigned long>(chosen), long{wanted.quality}, long{wanted.keyEvery}, 0L);
+  if (!agreed || chosen < 0 || chosen >= static_cast<int32_t>(codecs.size())) return std::nullopt;
+  wanted.codec = codecs[static_cast<size_t>(chosen)].code;
+  return wanted;
+}
+
+}  // namespace
 
 std::string CVivoCapDoc::workFolder() {
   std::string folder = settings.getString("directories", "tempdir", "");
@@ -38,7 +68,7 @@ std::string CVivoCapDoc::exportUncompressed() {
   const WaitScope wait;
   std::string told;
   const bool done = movie->saveAVI(name, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
-                                   selectionLast, 1, false, told);
+                                   selectionLast, 1, nullptr, told);
   refreshImage();
   updateAllViews();
   if (done) return name;
@@ -57,10 +87,12 @@ void CVivoCapDoc::exportCompressedCommand() {
       host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi",
                                 stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
   if (!path || path->empty()) return;
+  const auto compression = askCompression();
+  if (!compression) return;
   std::string told;
   const WaitScope wait;
   if (!movie->saveAVI(*path, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
-                      selectionLast, std::max(1, selectionStep), true, told) &&
+                      selectionLast, std::max(1, selectionStep), &*compression, told) &&
       !movie->wasCancelled())
     report(format("%s could not be exported.\n%s", path->c_str(), told.c_str()));
   refreshImage();

@@ -45,7 +45,7 @@ StepResult CVivoCapDoc::exportTo(const std::string& path) {
   std::string told;
   if (isAviName(path)) {
     if (!movie->saveAVI(path, static_cast<int32_t>(std::lround(imagesPerSecond())), range.first, range.last,
-                        1, false, told))
+                        1, nullptr, told))
       return StepResult::failure(told);
   } else {
     // By a movie of its own, so that the video stays linked to the file it has.

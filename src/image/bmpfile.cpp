@@ -156,7 +156,7 @@ bool loadBitmapBytes(CZZimage& image, std::span<const uint8_t> bytes, bool asGre
   return true;
 }
 
-bool loadBmp(CZZimage& image, const std::string& path) {
+bool loadBmp(CZZimage& image, const std::string& path, std::string& /*why*/) {
   const auto bytes = readWholeFile(path);
   // The file header is passed over unread.
   if (!bytes || bytes->size() <= kFileHeaderBytes) return false;

@@ -26,16 +26,18 @@ const ImageFormat* imageFormatOf(const std::string& path) {
   return nullptr;
 }
 
-bool CZZimage::load(const std::string& path, const Rect& rect) {
+bool CZZimage::load(const std::string& path, const Rect& rect, std::string* why) {
   const ImageFormat* format = imageFormatOf(path);
   if (!format) return false;
   readGreyWeights();
   bool loaded = false;
+  std::string told;
   if (!meansAll(rect))
     loaded = format->loadRegion && format->loadRegion(*this, path, rect);
   else
-    loaded = format->load && format->load(*this, path);
+    loaded = format->load && format->load(*this, path, told);
   if (loaded) tag[0] = 'L';
+  if (why) *why = told;
   return loaded;
 }
 

@@ -16,7 +16,8 @@ namespace tarnvisor {
 // What a format does; null where it doesn't.
 struct ImageFormat {
   const char* extension;
-  bool (*load)(CZZimage& image, const std::string& path);
+  // Where the refusal of a file has words of its own they come in why.
+  bool (*load)(CZZimage& image, const std::string& path, std::string& why);
   bool (*loadRegion)(CZZimage& image, const std::string& path, const Rect& rect);
   bool (*save)(CZZimage& image, const std::string& path, const Rect& rect);
 };
@@ -43,17 +44,17 @@ bool isImageFile(std::FILE* file);
 // A .zzg of one field of a frame (field 1 or 2); a field image, or field 0, is written with all its rows.
 bool writeField(std::FILE* file, const CZZimage& image, int32_t field);
 
-bool loadZzg(CZZimage& image, const std::string& path);
+bool loadZzg(CZZimage& image, const std::string& path, std::string& why);
 bool loadZzgRegion(CZZimage& image, const std::string& path, const Rect& rect);
 bool saveZzg(CZZimage& image, const std::string& path, const Rect& rect);
 
 // The bytes of a bitmap file from its information header on, as a clipboard gives them. asGrey makes colours
 // grey with weights that don't fall on the bytes that their names suggest: it has always been so.
 bool loadBitmapBytes(CZZimage& image, std::span<const uint8_t> bytes, bool asGrey);
-bool loadBmp(CZZimage& image, const std::string& path);
+bool loadBmp(CZZimage& image, const std::string& path, std::string& why);
 bool saveBmp(CZZimage& image, const std::string& path, const Rect& rect);
 
-bool loadTiff(CZZimage& image, const std::string& path);
+bool loadTiff(CZZimage& image, const std::string& path, std::string& why);
 bool saveTiff(CZZimage& image, const std::string& path, const Rect& rect);  // the rectangle is ignored
 
 // Memory that a load may take beyond the size of its file.

@@ -8,7 +8,6 @@
 #include "base/files.h"
 #include "base/numbers.h"
 #include "base/text.h"
-#include "host/host.h"
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "image/texts.h"
@@ -178,13 +177,13 @@ bool writeTiff(const std::string& path, const CZZimage& image) {
 
 }  // namespace
 
-bool loadTiff(CZZimage& image, const std::string& path) {
+bool loadTiff(CZZimage& image, const std::string& path, std::string& why) {
   if (!fileExists(path)) return false;
   const OpenTiff tiff = openTiff(path, "rm");
   if (!tiff) return false;
   const TiffFacts facts = factsOf(tiff.get());
   if (facts.bits != 8) {
-    host().messages.show(texts::kNotGreylevel);
+    why = texts::kNotGreylevel;
     return false;
   }
   if (!isPlausible(facts, fileSize(path))) return false;

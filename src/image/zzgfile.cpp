@@ -116,7 +116,7 @@ bool isImageFile(std::FILE* file) {
   return readHeader(file, header) > 0;
 }
 
-bool loadZzg(CZZimage& image, const std::string& path) {
+bool loadZzg(CZZimage& image, const std::string& path, std::string& /*why*/) {
   const OpenFile file = openToRead(path);
   ZzgHeader header;
   const int64_t expected = file ? readHeader(file.get(), header) : 0;

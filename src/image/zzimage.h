@@ -176,7 +176,7 @@ class CZZimage {
 
   // --- files (imagefile.cpp and one source per format). A rectangle with width or height at most 0 means
   // all.
-  bool load(const std::string& path, const Rect& rect = {});
+  bool load(const std::string& path, const Rect& rect = {}, std::string* why = nullptr);
   bool save(const std::string& path, const Rect& rect = {});
 
   std::string tag = "00";

@@ -4,6 +4,7 @@
 
 #include "analysis/finder.h"
 #include "analysis/minima.h"
+#include "app/asked.h"
 #include "app/processstate.h"
 #include "base/text.h"
 #include "framework/documenttype.h"
@@ -43,7 +44,7 @@ void askNumbers(const char* title, std::span<AskedNumber> numbers) {
     n.value = storedNumber(n.key, n.standard);
     Form form(title);
     form.add(n.label, n.value, {n.low, 1e9, {}});
-    if (!process.quietMode) (void)host().forms.run(form);
+    (void)asked(form);
     settings.setString("minima", n.key, format("%i", n.value));
   }
 }
@@ -206,7 +207,7 @@ void ZBasicDoc::walkToMinima() {
   const auto ask = [](const char* label, int32_t& value, int32_t end) {
     Form form("Walk to minima");
     form.add(label, value, {0, end - 1.0, {}});
-    if (!process.quietMode) (void)host().forms.run(form);
+    (void)asked(form);
   };
   ask("start at x=", start.x, theImage()->width);
   ask("start at y=", start.y, theImage()->height);

@@ -9,6 +9,7 @@
 #include "analysis/laplacian.h"
 #include "analysis/lulu.h"
 #include "analysis/windowfilter.h"
+#include "app/asked.h"
 #include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -34,10 +35,9 @@ void ZBasicDoc::runStep(const std::string& stepText, StepArea area,
 bool ZBasicDoc::askWindow(const char* title, const char* key, int32_t standard, int32_t smallest,
                           int32_t& window) {
   window = settings.getInt("WINDOWSZ", key, standard);
-  if (process.quietMode) return true;
   Form form(title);
   form.add("window", window, {static_cast<double>(smallest), 1e9, {}});
-  if (!host().forms.run(form)) return false;
+  if (!asked(form)) return false;
   settings.setInt("WINDOWSZ", key, window);
   return true;
 }
@@ -67,17 +67,14 @@ void ZBasicDoc::lowPass() {
 }
 
 void ZBasicDoc::blur() {
-  std::string sigma = settings.getString("blur", "sigma", "1.0");
-  if (!process.quietMode) {
-    double value = std::strtod(sigma.c_str(), nullptr);
-    Form form("Blur");
-    form.add("sigma", value, {0.01, 1000, {}});
-    if (!host().forms.run(form)) return;
-    // The number as people write it, with at least one decimal.
-    sigma = format("%.6g", value);
-    if (sigma.find_first_of(".e") == std::string::npos) sigma += ".0";
-    settings.setString("blur", "sigma", sigma);
-  }
+  double value = std::strtod(settings.getString("blur", "sigma", "1.0").c_str(), nullptr);
+  Form form("Blur");
+  form.add("sigma", value, {0.01, 1000, {}});
+  if (!asked(form)) return;
+  // The number as people write it, with at least one decimal.
+  std::string sigma = format("%.6g", value);
+  if (sigma.find_first_of(".e") == std::string::npos) sigma += ".0";
+  settings.setString("blur", "sigma", sigma);
   const float radius = std::strtof(sigma.c_str(), nullptr);
   runStep("blur sigma " + sigma, StepArea::Roi, [&](CZZimage& child) { (void)gaussianBlur(child, radius); });
 }
@@ -93,15 +90,13 @@ void ZBasicDoc::customFilter() {
   for (size_t i = 0; i < kernel.size(); ++i) kernel[i] = settings.getInt(kSection, format("custom%zu", i), 0);
   double factor = settings.getDouble(kSection, "customfactor", 1.0);
   int32_t offset = settings.getInt(kSection, "customoffset", 0);
-  if (!process.quietMode) {
-    Form form("Custom filter");
-    for (size_t i = 0; i < kernel.size(); ++i) form.add(format("custom%zu", i), kernel[i], {-1e6, 1e6, {}});
-    form.add("factor", factor).add("offset", offset);
-    if (!host().forms.run(form)) return;
-    for (size_t i = 0; i < kernel.size(); ++i) settings.setInt(kSection, format("custom%zu", i), kernel[i]);
-    settings.setDouble(kSection, "customfactor", factor);
-    settings.setInt(kSection, "customoffset", offset);
-  }
+  Form form("Custom filter");
+  for (size_t i = 0; i < kernel.size(); ++i) form.add(format("custom%zu", i), kernel[i], {-1e6, 1e6, {}});
+  form.add("factor", factor).add("offset", offset);
+  if (!asked(form)) return;
+  for (size_t i = 0; i < kernel.size(); ++i) settings.setInt(kSection, format("custom%zu", i), kernel[i]);
+  settings.setDouble(kSection, "customfactor", factor);
+  settings.setInt(kSection, "customoffset", offset);
   runStep("custom filter", StepArea::Roi,
           [&](CZZimage& child) { (void)filter3x3(child, kernel, factor, offset); });
 }
@@ -158,7 +153,7 @@ void ZBasicDoc::adjust() {
   form.add("gain", gainPosition, {0, 40, {}})
       .add("brightness", brightnessPosition, {0, 256, {}})
       .setOnChange(apply);
-  if (!process.quietMode && !host().forms.run(form)) {
+  if (!asked(form)) {
     (void)child->copyPixels(*before);
     updateAllViews();
     return;
@@ -214,14 +209,12 @@ void ZBasicDoc::threshold() {
   };
   Form form("Threshold");
   form.add("threshold", level, {0, 255, {}}).setOnChange(apply);
-  if (!process.quietMode) {
-    if (!host().forms.run(form)) {
-      (void)child->copyPixels(*before);
-      updateAllViews();
-      return;
-    }
-    settings.setInt("settings", "simpleimagethreshold", level);
+  if (!asked(form)) {
+    (void)child->copyPixels(*before);
+    updateAllViews();
+    return;
   }
+  settings.setInt("settings", "simpleimagethreshold", level);
   (void)child->copyPixels(*before);
   runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
   setColourset(colourset);

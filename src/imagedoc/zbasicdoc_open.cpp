@@ -1,6 +1,7 @@
 // New and opened documents: settings, and the search for the pixel file.
 #include <filesystem>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "base/numbers.h"
@@ -129,8 +130,10 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
   const bool part = !rect.isEmpty();
   auto fresh = part ? nullptr : std::make_unique<CZZimage>();
   CZZimage* into = part ? theImage() : fresh.get();
-  if (!into || !into->load(path, rect)) {
-    report(format("%s\n%s", text::kCouldNotLoadImage, path.c_str()));
+  std::string why;
+  if (!into || !into->load(path, rect, &why)) {
+    report(
+        format("%s\n%s%s", text::kCouldNotLoadImage, path.c_str(), (why.empty() ? why : "\n" + why).c_str()));
     return false;
   }
   if (fresh) {
@@ -161,11 +164,11 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
   const WaitScope wait;
   int32_t page = 1;
   const int32_t pages = stillPages(path);
-  if (pages > 1 && !process.quietMode) {
+  if (pages > 1) {
     Form form("Import");
     form.addNote(format("%s has %i pages.", fileNameOf(path).c_str(), pages))
         .add("Page", page, {1.0, static_cast<double>(pages), {}});
-    if (!host().forms.run(form)) return false;
+    if (!asked(form)) return false;
   }
   auto decoded = std::make_unique<CZZimage>();
   if (const Outcome done = importStill(path, page - 1, *decoded); !done) {

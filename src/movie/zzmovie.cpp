@@ -8,6 +8,7 @@
 #include "base/numbers.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
+#include "movie/moviepass.h"
 #include "settings/log.h"
 #include "video/videoreader.h"
 
@@ -107,9 +108,8 @@ CZZMovie::Range CZZMovie::clamped(int32_t first, int32_t last) const {
 
 CZZimage& CZZMovie::frameAt(int32_t wanted) {
   const int32_t index = isInside(wanted) ? wanted : 0;
-  const bool passing = processingFile || (output && !recording);
-  if (passing && index == current && isShown) return frame;
-  if (passing) writeProcessed();
+  if (pass && index == current && isShown) return frame;
+  if (pass) pass->writeShown();
   current = index;
   pixelsInFile = false;
   isShown = count > 0;

@@ -21,6 +21,7 @@ namespace tarnvisor {
 
 class MovieFile;
 class MovieOutput;
+class MoviePass;
 class VideoReader;
 
 // Shared by all movies: recordings and passes go to AVI rather than to .mve.
@@ -91,7 +92,7 @@ class CZZMovie {
   int32_t nextSlot();                                                           // the same
   void stopRecording();
 
-  // --- zzmovie_process.cpp: passes that rewrite frames while callers walk them with frameAt
+  // --- moviepass.cpp: passes that rewrite frames while callers walk them with frameAt; see moviepass.h
   bool openProcessing(bool inPlace, const std::string& name = "");
   // False when the pass failed on its way: the movie is the one before, failure() tells, and leftOver() is
   // the file with the frames that were written.
@@ -100,10 +101,7 @@ class CZZMovie {
   void abandonProcessing();
   bool processingFailed() const;
   const std::string& leftOver() const { return leftOverFile; }
-  bool writesBeside() const {
-    return output && !recording;
-  }  // a pass does: the movie is as it was until its end
-  // The user stopped the last pass, save or export: nothing has changed.
+  // The user stopped the last pass, save, export or average.
   bool wasCancelled() const { return cancelled; }
   // A new movie of what `make` puts into its image for k = 0 to n-1; false from it ends the pass. form: the
   // size and kind of the frames. The movie becomes the new one.
@@ -139,10 +137,11 @@ class CZZMovie {
   bool bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t step, int32_t first, int32_t last);
 
   // --- zzmovie_avi.cpp
-  // Writes the range, every step-th frame, as it lies on one canvas. compress: the user is asked for a codec.
-  // The words of what happened come after `report`.
+  // Writes the range, every step-th frame, as it lies on one canvas; uncompressed without a compression. The
+  // words of what happened come after `report`.
+  struct Compression;
   bool saveAVI(const std::string& name, int32_t rate, int32_t first, int32_t last, int32_t step,
-               bool compress, std::string& report);
+               const Compression* compression, std::string& report);
 
   struct Range {
     int32_t first, last;
@@ -172,7 +171,16 @@ class CZZMovie {
   int32_t modified = 0;
   FrameSource* source = nullptr;  // borrowed
 
+  // A codec by its code of four characters, its quality from 0 to 100 (nothing is lost), and how many frames
+  // apart whole ones are stored.
+  struct Compression {
+    std::string codec;
+    int32_t quality = 100;
+    int32_t keyEvery = 10;
+  };
+
  private:
+  friend class MoviePass;
   struct FreeBlock {
     void operator()(uint8_t* block) const;
   };
@@ -194,11 +202,6 @@ class CZZMovie {
   void writeRecorded(const CZZimage& image);
   void readBack();
   void finishRecordedFile();
-  void writeProcessed();
-  bool beginOutput(const std::string& name, const CZZimage& form);
-  bool fillOutput(int32_t n, const MakeFrame& make);
-  bool goesOn(const std::string& what, int32_t done, int32_t total);
-  bool takeOutput();
   bool copyOrRename(const std::string& name);
   bool writeMissingTrailer();
   bool rewriteInOrder();
@@ -206,14 +209,17 @@ class CZZMovie {
   std::vector<Placement> placements(const Range& range, const Extents& extents);
   bool prepareCanvas(CZZimage& image, const Extents& extents);
   const uint8_t* rowsOf(int32_t index, int32_t first, int32_t last, CZZimage& into);
-  void sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to);
-  void averageOf(CZZimage& image, const std::vector<Placement>& placed);
+  void sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to,
+               const std::function<bool(size_t)>& tell);
+  bool averageOf(CZZimage& image, const std::vector<Placement>& placed);
 
   CZZimage holder;      // one frame's buffer, or only its form while frames are in memory
   CZZchildimage frame;  // what callers see: a view onto holder or memory
   std::unique_ptr<uint8_t, FreeBlock> memory;  // slot k at k times the bytes of a slot
   std::unique_ptr<VideoReader> video;
-  std::unique_ptr<MovieOutput> output;  // of a pass, or of a recording to AVI
+  std::unique_ptr<MovieOutput> output;  // of a recording to AVI
+  MoviePass* pass = nullptr;            // that the frame shown belongs to; borrowed
+  std::unique_ptr<MoviePass> ownPass;   // of openProcessing
   bool recording = false;
   bool full = false;          // a recording without ring has filled its slots
   bool isShown = false;       // `current` has been loaded

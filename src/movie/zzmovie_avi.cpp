@@ -6,10 +6,9 @@
 
 #include "base/files.h"
 #include "base/numbers.h"
-#include "host/form.h"
-#include "host/host.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
+#include "movie/moviepass.h"
 #include "movie/zzmovie.h"
 #include "settings/log.h"
 #include "video/videoreader.h"
@@ -35,29 +34,6 @@ std::string CZZMovie::unknownCodec() const { return video ? video->unknownCodec(
 
 namespace {
 
-// Asks for codec and quality; false for no compression.
-bool chooseCompressor(VideoFormat& format) {
-  const std::vector<VideoCodec> codecs = videoCodecs();
-  std::vector<std::string> labels;
-  int32_t chosen = 0;
-  for (const VideoCodec& codec : codecs) {
-    if (codec.code == kRecordingCodec) chosen = static_cast<int32_t>(labels.size());
-    labels.push_back(codec.label);
-  }
-  int32_t quality = 100;
-  Form form("Video Compression");
-  form.addChoice("Compressor", chosen, labels);
-  form.add("Quality (100: nothing is lost)", quality, {.low = 0, .high = 100});
-  form.add("Key frame every", format.keyEvery, {.low = 1, .high = 1000});
-  const bool agreed = host().forms.run(form);
-  logPrintf("fcctype=%lu.fcchandler=%lu.Iq=%li.Ikey=%li,Idatarate=%li\n", 0x63646976UL,
-            static_cast<unsigned long>(chosen), long{quality}, long{format.keyEvery}, 0L);
-  if (!agreed || chosen < 0 || chosen >= static_cast<int32_t>(codecs.size())) return false;
-  format.codec = codecs[static_cast<size_t>(chosen)].code;
-  format.quality = quality;
-  return format.codec != "DIB ";
-}
-
 // Into the canvas at a place, as far as they meet; the rest of the canvas keeps what earlier frames left.
 void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
   const int64_t columns = std::min<int64_t>(image.width, canvas.width - x);
@@ -69,7 +45,7 @@ void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
 }  // namespace
 
 bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t first, int32_t last,
-                       int32_t step, bool compress, std::string& report) {
+                       int32_t step, const Compression* compression, std::string& report) {
   report += "saveAVI::";
   const int32_t from = isInside(first) ? first : 0;
   const int32_t to = last > 0 && last <= count ? last : count;
@@ -83,9 +59,13 @@ bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t
     return false;
   }
   VideoFormat format;
-  const bool compressing = compress && chooseCompressor(format);
-  if (compress && !compressing) report += "not compressing.";
-  if (!compressing) format.codec = "DIB ";
+  format.codec = "DIB ";
+  if (compression && compression->codec == format.codec) report += "not compressing.";
+  if (compression) {
+    format.codec = compression->codec;
+    format.quality = compression->quality;
+    format.keyEvery = compression->keyEvery;
+  }
   const Extents extents = frameExtents(from, to);
   const int32_t rowsPerRow = holder.isField() ? 2 : 1;
   CZZimage canvas, colour;
@@ -110,26 +90,27 @@ bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t
   const std::string made = nameBeside(name);
   const auto writer = VideoWriter::create(made, format, why);
   if (!writer) {
-    report += (compressing ? "compress start failed. " : "failed AVI file open. ") + why;
+    report += (compression ? "compress start failed. " : "failed AVI file open. ") + why;
     return false;
   }
   CZZimage& shown = holder.colourset == kBayer ? colour : canvas;
   CZZimage each;
-  cancelled = false;
-  for (int32_t i = from, k = 0; k < n && !writer->failed(); i += step, ++k) {
-    if (!goesOn("Exporting " + fileNameOf(name), k, n)) {
-      (void)writer->close();
-      std::remove(made.c_str());
-      report += "cancelled.";
-      return false;
-    }
+  MoviePass exporting(*this, "Exporting " + fileNameOf(name), n);
+  while (!writer->failed() && exporting.next()) {
+    const int32_t i = from + exporting.step() * step;
     getImage(i, each);
     const FrameRecord& record = recordOf(i);
     placeInto(canvas, each, record.xOrigin - extents.x, (record.yOrigin - extents.y) / rowsPerRow);
     if (&shown == &colour) colour.copyPixels(canvas);
     if (!writer->write(shown.pixels, shown.stride)) report += "bad frame";
   }
-  if (!writer->close()) {
+  const bool whole = writer->close();
+  if (exporting.wasStopped()) {
+    std::remove(made.c_str());
+    report += "cancelled.";
+    return false;
+  }
+  if (!whole) {
     report += writer->why();
     return false;
   }

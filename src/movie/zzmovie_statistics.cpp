@@ -1,15 +1,18 @@
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <limits>
 #include <map>
 #include <new>
 #include <numeric>
+#include <thread>
 
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "image/accumulate.h"
 #include "movie/bytesums.h"
 #include "movie/moviefile.h"
+#include "movie/moviepass.h"
 #include "movie/zzmovie.h"
 #include "settings/log.h"
 #include "video/videoreader.h"
@@ -152,7 +155,9 @@ const uint8_t* CZZMovie::rowsOf(int32_t index, int32_t first, int32_t last, CZZi
 }
 
 // The mean in the canvas's rows from `from` to `to`. Frames at the same place are added four at a time.
-void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to) {
+// tell: after each frame; false ends the walk.
+void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to,
+                       const std::function<bool(size_t)>& tell) {
   const auto canvasBytes = static_cast<size_t>(image.rowBytes);
   ByteSums sums(canvasBytes * static_cast<size_t>(to - from));
   Coverage coverage(image.width, to - from);
@@ -175,6 +180,7 @@ void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, in
     rows.clear();
   };
   for (const Placement& p : placed) {
+    if (!tell(static_cast<size_t>(&p - placed.data()))) return;
     const int32_t top = std::max(from, p.y), bottom = std::min(to, p.y + holder.height);
     if (top >= bottom) continue;
     if (!rows.empty() && (rows.size() == read.size() || p.x != place.x || p.y != place.y)) addRows();
@@ -188,22 +194,42 @@ void CZZMovie::sumRows(CZZimage& image, const std::vector<Placement>& placed, in
   writeMeans(image, from, to, sums, coverage);
 }
 
-void CZZMovie::averageOf(CZZimage& image, const std::vector<Placement>& placed) {
-  if (!memory && !readsRows()) return sumRows(image, placed, 0, image.height);
+// False when the user stopped it.
+bool CZZMovie::averageOf(CZZimage& image, const std::vector<Placement>& placed) {
+  MoviePass averaging(*this, "Averaging", static_cast<int32_t>(placed.size()));
+  std::atomic<bool> stopped = false;
+  const auto mine = std::this_thread::get_id();
+  // Only the thread that asked for the average tells how far it is: the others do the same share meanwhile.
+  const auto walk = [&](int32_t first, int32_t end, int32_t from, int32_t to) {
+    sumRows(image, placed, from, to, [&](size_t frameNumber) {
+      if (std::this_thread::get_id() == mine) {
+        const int64_t rows = end - first, before = from - first;
+        const auto frames = static_cast<int64_t>(placed.size());
+        if (!averaging.goesOn(before * frames + (to - from) * static_cast<int64_t>(frameNumber),
+                              rows * frames))
+          stopped = true;
+      }
+      return !stopped;
+    });
+  };
+  if (!memory && !readsRows()) {
+    walk(0, image.height, 0, image.height);
+    return !stopped;
+  }
   // Each thread walks all frames for its own rows, so that the file is read in its order. Only a canvas far
   // larger than a frame is walked in bands, for the memory of the sums.
   const int64_t band = std::max<int64_t>(kLeastRows, kMostSums / image.rowBytes);
   parallelFor(image.height, kLeastRows, [&](int64_t begin, int64_t end) {
-    for (int64_t from = begin; from < end; from += band)
-      sumRows(image, placed, static_cast<int32_t>(from), static_cast<int32_t>(std::min(end, from + band)));
+    for (int64_t from = begin; from < end && !stopped; from += band)
+      walk(static_cast<int32_t>(begin), static_cast<int32_t>(end), static_cast<int32_t>(from),
+           static_cast<int32_t>(std::min(end, from + band)));
   });
+  return !stopped;
 }
 
 bool CZZMovie::averageInto(CZZimage& image, int32_t first, int32_t last) {
   const Extents extents = frameExtents(first, last);
-  if (!prepareCanvas(image, extents)) return false;
-  averageOf(image, placements(clamped(first, last), extents));
-  return true;
+  return prepareCanvas(image, extents) && averageOf(image, placements(clamped(first, last), extents));
 }
 
 bool CZZMovie::deviationInto(CZZimage& image, int32_t first, int32_t last) {
@@ -214,12 +240,13 @@ bool CZZMovie::deviationInto(CZZimage& image, int32_t first, int32_t last) {
   getImage(range.first, each);
   if (!image.copyImage(each)) return false;
   image.startStats(&statistics);
-  for (int32_t i = range.first; i < range.last; ++i) {
-    getImage(i, each);
+  MoviePass deviating(*this, "Computing deviations", range.size());
+  while (deviating.next()) {
+    getImage(range.first + deviating.step(), each);
     each.addStats(&statistics);
   }
   image.finishStats(&statistics);
-  return true;
+  return !deviating.wasStopped();
 }
 
 bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t /*step*/, int32_t first,
@@ -230,10 +257,12 @@ bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32
   const std::vector<Placement> all = placements(range, extents);
   std::vector<double> focus;
   CZZimage each;
-  for (const Placement& p : all) {
-    getImage(p.index, each);
+  MoviePass measuring(*this, "Looking for the sharpest images", static_cast<int32_t>(all.size()));
+  while (measuring.next()) {
+    getImage(all[static_cast<size_t>(measuring.step())].index, each);
     focus.push_back(measure(each));
   }
+  if (measuring.wasStopped()) return false;
   const int32_t height = holder.frameHeight();
   const int64_t stepX = std::max(1, holder.width / 2), stepY = std::max(1, height / 2);
   // From the canvas's corner on, but only while it is below the room for movement as such: it has always been
@@ -252,8 +281,7 @@ bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32
   std::vector<Placement> sharpest;
   sharpest.reserve(best.size());
   for (const auto& [cell, i] : best) sharpest.push_back(all[i]);
-  averageOf(image, sharpest);
-  return true;
+  return averageOf(image, sharpest);
 }
 
 }  // namespace tarnvisor

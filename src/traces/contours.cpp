@@ -59,7 +59,7 @@ void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSetti
   if (!hasRowData(spectrum) || !hasSamples(target) || span.count == 0) return;
   const uint16_t width = spectrum.width();
   RowBuffer buffer(width);
-  if (!buffer.isReady()) return showLowMemory();
+  if (!buffer.isReady()) return noteLowMemory();
   // Spectra that were scaled to fit their items carry the scale in ygain, and their extent is as much less.
   const double scale = spectrum.yunits == "kHz" && spectrum.ygain > 0 ? spectrum.ygain / 0.001 : 1.0;
   double accepted = 0;
@@ -118,7 +118,7 @@ ZZTrace::Own signalStrength(const C2DTrace& spectrum) {
   power->tracetype = kPowerTrace;
   RowBuffer buffer(spectrum.width());
   if (!buffer.isReady()) {
-    showLowMemory();
+    noteLowMemory();
     return nullptr;
   }
   for (uint32_t row = 0; row < spectrum.size(); ++row) {

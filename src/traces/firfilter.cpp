@@ -43,7 +43,7 @@ void filterSamples(const FirFilter& filter, const ZZTrace& source, ZZTrace& dest
   const CdataVect::Own input = readSamples(source, span, filter.ahead());
   if (!input) return;
   const CdataVect::Own output = newVector(kDoubleCode, span.count);
-  if (!output) return showLowMemory();
+  if (!output) return noteLowMemory();
   const std::span<double> x = doublesOf(*input);
   const std::span<double> y = doublesOf(*output);
   const size_t repeated = std::min<size_t>(filter.before(), y.size());
@@ -55,7 +55,7 @@ void filterSamples(const FirFilter& filter, const ZZTrace& source, ZZTrace& dest
 void filterRows(const FirFilter& filter, const ZZTrace& source, ZZTrace& destination, const RingSpan& span) {
   const uint16_t width = source.data->width;
   RowBuffer input(width), output(width);
-  if (!input.isReady() || !output.isReady()) return showLowMemory();
+  if (!input.isReady() || !output.isReady()) return noteLowMemory();
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);
     const std::span<double> x = input.read(*source.data, row);

@@ -50,7 +50,7 @@ CdataVect::Own fillExtremes(ZZTrace& trace, const RingSpan& span, CdataVect& sam
                             Beats beats, Hold hold) {
   const CdataVect::Own found = newVector(kDoubleCode, span.count);
   if (!found) {
-    showLowMemory();
+    noteLowMemory();
     return nullptr;
   }
   extremes(doublesOf(samples), half, doublesOf(*found), beats);

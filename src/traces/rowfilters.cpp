@@ -78,7 +78,7 @@ void normaliseToSelection(C2DTrace& trace, Selection selection) {
   if (!hasRowData(trace) || span.count == 0) return;
   smooth(trace, selection, smoothingAlpha(trace.period, kSeconds));
   const CdataVect::Own last = trace.data->getArray(span.at(span.count - 1))->clone();
-  if (!last) return showLowMemory();
+  if (!last) return noteLowMemory();
   trace.data->ratio(*last, 1000.0);
 }
 

@@ -1,11 +1,10 @@
-// The settings of export and import, stored and asked for.
+// The settings of export and import.
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 
 #include "base/text.h"
-#include "host/host.h"
 #include "settings/settings.h"
 #include "traces/tracetext.h"
 
@@ -15,20 +14,9 @@ namespace {
 
 constexpr int32_t kNoDelimiter = 4;
 constexpr int32_t kShortestStyle = 2;
-constexpr int32_t kMostDigits = 30;
 constexpr std::array<char, 3> kStyles = {'E', 'f', 'g'};
 
 int32_t known(int32_t value, int32_t last) { return value < 0 || value > last ? last : value; }
-
-// A list has no keys to press.
-std::vector<std::string> plain(std::initializer_list<const char*> labels) {
-  std::vector<std::string> all;
-  for (std::string label : labels) {
-    std::erase(label, '&');
-    all.push_back(std::move(label));
-  }
-  return all;
-}
 
 }  // namespace
 
@@ -90,32 +78,6 @@ void CTextSettings::appendNumber(std::string& text, double value) const {
     std::transform(place.data(), end, place.data(),
                    [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
   text.append(place.data(), end);
-}
-
-bool askExport(CTextSettings& text, ExportChoice& choice, bool hasSelection) {
-  int32_t binary = text.binary, headers = text.headers;
-  int32_t part = hasSelection ? choice.selection : 0;
-  Form form("Export");
-  form.addChoice("Traces", choice.allTraces, {"Active trace", "All traces"});
-  if (hasSelection) form.addChoice("Range", part, {"Whole", "Selection"});
-  form.addCheck("&Binary", binary)
-      .addCheck("&Headers", headers)
-      .addChoice("&X values", text.xscaled, {"none", "scaled time", "sample index"})
-      .addCheck("&Y values scaled", text.yscaled)
-      .addCheck("&Z values scaled", text.zscaled)
-      .addNote("Text delimiters")
-      .addChoice("Column delimiter", text.coldelim,
-                 plain({"&tab", "&comma", "&semicolon", "sp&ace", "&none"}))
-      .addChoice("Row delimiter", text.rowdelim,
-                 plain({"cr/lf &pair", "c&r only", "&lf only", "c&olumn delimiter", "&none"}))
-      .addChoice("&Format", text.format, {"E", "f", "g"})
-      .add("&Precision", text.precision, {0, kMostDigits})
-      .addCheck("S&wap bytes", text.swapbytes);
-  if (!host().forms.run(form)) return false;
-  text.binary = binary != 0;
-  text.headers = headers != 0;
-  choice.selection = part;
-  return true;
 }
 
 }  // namespace tarnvisor

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "base/numbers.h"
-#include "host/host.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
@@ -37,7 +36,11 @@ bool codeOfRows(int32_t typecode) { return typecode >= kByteRowsCode; }
 
 }  // namespace
 
-void showLowMemory() { host().messages.show(kLowMemory, Buttons::Ok, Icon::Error); }
+namespace {
+bool lowMemoryNoted = false;
+}
+void noteLowMemory() { lowMemoryNoted = true; }
+bool takeLowMemory() { return std::exchange(lowMemoryNoted, false); }
 
 CdataVect::Own newVector(int32_t typecode, uint32_t size, uint16_t width) {
   static const bool registered = (registerDataVectors(), true);
@@ -60,7 +63,7 @@ bool hasRows(const CdataVect& vector) {
 ZZTrace::ZZTrace(int32_t typecode, uint32_t size) {
   if (typecode < kInt8Code || typecode > kDoubleCode) return;
   data = newVector(typecode, size);
-  if (!data) showLowMemory();
+  if (!data) noteLowMemory();
 }
 
 ZZTrace::~ZZTrace() = default;
@@ -72,7 +75,7 @@ ZZTrace::Own ZZTrace::clone() const {
   Own copy = makeLike();
   copy->copyprops(*this);
   if (data) copy->data = data->clone();
-  if (data && !copy->data) showLowMemory();
+  if (data && !copy->data) noteLowMemory();
   return copy;
 }
 
@@ -86,7 +89,7 @@ bool ZZTrace::resizedata(uint32_t count) {
   origin = 0;
   if (data && data->resize(count)) return true;
   logPrintf("ZZTrace::resizedata failed size=%ul\n", count);
-  showLowMemory();
+  noteLowMemory();
   return false;
 }
 
@@ -138,7 +141,7 @@ void ZZTrace::zeroat(uint32_t index) {
 void ZZTrace::assigndata(const ZZTrace& other) {
   if (&other == this) return;
   data = other.data ? other.data->clone() : nullptr;
-  if (other.data && !data) showLowMemory();
+  if (other.data && !data) noteLowMemory();
   circular = other.circular;
   origin = other.origin;
   dataChanged();
@@ -147,7 +150,7 @@ void ZZTrace::assigndata(const ZZTrace& other) {
 void ZZTrace::setrowwidth(uint16_t width) {
   if (!data || data->size == 0 || width == 0) return;
   CdataVect::Own fresh = data->emptyclone();
-  if (!fresh || !fresh->resize(data->size) || !fresh->setwidth(width)) return showLowMemory();
+  if (!fresh || !fresh->resize(data->size) || !fresh->setwidth(width)) return noteLowMemory();
   fresh->stretch(*data);
   data = std::move(fresh);
   setorigin(origin);
@@ -167,7 +170,7 @@ CdataVect::Own ZZTrace::extract(const CdataVect& source, uint32_t from, uint32_t
     out = source.clone(from, tail);
     if (out && to > 0) out->resize(tail + to) ? out->copyfrom(tail, source, to, 0) : out.reset();
   }
-  if (!out) showLowMemory();
+  if (!out) noteLowMemory();
   return out;
 }
 

@@ -19,7 +19,9 @@
 namespace tarnvisor {
 
 inline constexpr const char* kLowMemory = "Low memory.  Save all data & exit.";
-void showLowMemory();
+// Memory that ran out while traces were made or changed is noted, and whoever asked for the work tells it.
+void noteLowMemory();
+bool takeLowMemory();  // whether it was noted since the last call
 
 // The role of a trace, `tracetype`; other traces have 0.
 enum TraceType : int32_t {

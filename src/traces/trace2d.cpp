@@ -49,13 +49,13 @@ C2DTrace::C2DTrace() { setdisplaydefaults(); }
 C2DTrace::C2DTrace(int32_t typecode, uint32_t size, uint16_t width) : C2DTrace() {
   if (typecode != kByteRowsCode && typecode != kWordRowsCode && typecode != kDoubleRowsCode) return;
   data = newVector(typecode, size, width);
-  if (!data) showLowMemory();
+  if (!data) noteLowMemory();
   C2DTrace::dataChanged();
 }
 
 C2DTrace::C2DTrace(const CdataVect& rows) : C2DTrace() {
   data = rows.clone();
-  if (!data) showLowMemory();
+  if (!data) noteLowMemory();
   C2DTrace::dataChanged();
   fillextents(this->width());
 }
@@ -72,7 +72,7 @@ void C2DTrace::dataChanged() {
   if (data && !rowvalues) rowvalues = newVector(kDoubleCode, data->size);
   if (data && (!rowvalues || !rowvalues->resize(data->size))) data.reset();
   if (!data) rowvalues.reset();
-  if (had && !data) showLowMemory();
+  if (had && !data) noteLowMemory();
 }
 
 void C2DTrace::fillextents(double value) {
@@ -165,7 +165,7 @@ void C2DTrace::fft(uint32_t from, uint32_t to, ZZTrace& target, const ZZTrace* i
   // The transform runs over the items of all rows as one signal.
   const CdataVect::Own signal = data->flatclone();
   const CdataVect::Own other = imaginary && imaginary->data ? imaginary->data->flatclone() : nullptr;
-  if (!signal || (imaginary && imaginary->data && !other)) return showLowMemory();
+  if (!signal || (imaginary && imaginary->data && !other)) return noteLowMemory();
   rows->data->rowfft(from, to, *signal, other.get());
   rows->fillextents(rows->width());
   rows->name = "FFT of " + name;

@@ -39,7 +39,7 @@ CdataVect::Own readVector(Archive& archive) {
     const auto& shared = static_cast<const CdataVect&>(*loaded.object);
     archive.charge(uint64_t{shared.size} * shared.width * shared.elementsize);
     vector = shared.clone();
-    if (!vector) showLowMemory();
+    if (!vector) noteLowMemory();
   }
   // Sequential access isn't checked, so it must not start from what a file says.
   if (vector) vector->stride = 1;
@@ -101,7 +101,7 @@ void ZZTrace::readFields(Archive& archive) {
   data = readVector(archive);
   if (data && (data->size == 0 || data->width == 0)) {
     data.reset();
-    showLowMemory();
+    noteLowMemory();
   }
   xscale = nonzeroOr(real(), 1.0);
   pixelperiod = real();

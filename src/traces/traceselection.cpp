@@ -23,7 +23,7 @@ CdataVect::Own readSamples(const ZZTrace& trace, const RingSpan& span, uint32_t 
   CdataVect::Own samples;
   if (wanted <= UINT32_MAX) samples = newVector(kDoubleCode, static_cast<uint32_t>(wanted));
   if (!samples) {
-    showLowMemory();
+    noteLowMemory();
     return nullptr;
   }
   double* out = doublesOf(*samples).data();

@@ -30,8 +30,8 @@ RingSpan ringSpan(const ZZTrace& trace, Selection selection);
 inline bool hasSamples(const ZZTrace& trace) { return trace.size() > 0 && !hasRows(*trace.data); }
 inline bool hasRowData(const ZZTrace& trace) { return trace.size() > 0 && hasRows(*trace.data); }
 
-// Samples of a plain trace in ring order, with `ahead` more that follow the span in the ring. Null, with the
-// message of low memory shown, when there is none.
+// Samples of a plain trace in ring order, with `ahead` more that follow the span in the ring. Null, with low
+// memory noted, when there is none.
 CdataVect::Own readSamples(const ZZTrace& trace, const RingSpan& span, uint32_t ahead = 0);
 void writeSamples(ZZTrace& trace, const RingSpan& span, const CdataVect& samples);
 std::span<double> doublesOf(CdataVect& samples);  // of a CdoubleVect
@@ -60,7 +60,7 @@ template <class Work>
 void editRows(ZZTrace& trace, Selection selection, Work&& work) {
   if (!hasRowData(trace)) return;
   RowBuffer buffer(trace.data->width);
-  if (!buffer.isReady()) return showLowMemory();
+  if (!buffer.isReady()) return noteLowMemory();
   const RingSpan span = ringSpan(trace, selection);
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);

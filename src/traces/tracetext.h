@@ -8,12 +8,13 @@
 #include <string>
 
 #include "base/outcome.h"
-#include "host/form.h"
 #include "traces/trace.h"
 
 namespace tarnvisor {
 
 struct CTextSettings {
+  static constexpr int32_t kMostDigits = 30;
+
   static constexpr const char* kSection = "Export";
   static constexpr const char* kFileFilter =
       "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
@@ -40,15 +41,6 @@ struct CTextSettings {
   int32_t precision = 6;
   int32_t swapbytes = 0;  // of each item in binary
 };
-
-// What of a chart goes out.
-struct ExportChoice {
-  int32_t allTraces = 0;  // those that are not hidden, instead of the active one
-  int32_t selection = 0;  // instead of the whole
-};
-// The dialog "Export"; the selection is offered only where there is one. False on Cancel, with nothing
-// changed.
-bool askExport(CTextSettings& text, ExportChoice& choice, bool hasSelection);
 
 // Columns [from, to) of the chart's view, the selection; or the whole.
 struct ExportRange {

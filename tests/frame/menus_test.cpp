@@ -141,7 +141,9 @@ TEST_F(Menus, NoCommandHasTwoWordings) {
     for (const CommandTableBase* table : type->face().tables)
       for (; table; table = table->baseTable())
         for (const CommandRow& row : table->rows())
-          if (!row.words.isEmpty()) EXPECT_EQ(row.words.status, tips[row.id]) << row.id;
+          if (!row.words.isEmpty()) {
+            EXPECT_EQ(row.words.status, tips[row.id]) << row.id;
+          }
 }
 
 TEST_F(Menus, OpenOffersTheKindsInTheirKnownOrder) {

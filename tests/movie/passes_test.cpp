@@ -1,4 +1,5 @@
 // Passes over a movie, new movies made of one, and the export to AVI.
+#include "movie/movieoutput.h"
 #include "movietests.h"
 #include "support/testhost.h"
 
@@ -207,7 +208,7 @@ TEST_F(MovieTest, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
   CZZMovie movie;
   fill(movie, "a.mve", 3, 3);
   std::string report;
-  ASSERT_TRUE(movie.saveAVI(folder.file("x.avi"), 12, -1, 99, 1, false, report));
+  ASSERT_TRUE(movie.saveAVI(folder.file("x.avi"), 12, -1, 99, 1, nullptr, report));
   EXPECT_EQ(report, "saveAVI::ok");
   const auto reader = openVideo(folder.file("x.avi"));
   EXPECT_EQ((Numbers{reader->frames(), reader->width(), reader->height()}),
@@ -235,7 +236,7 @@ TEST_F(MovieTest, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
   } cases[] = {{0, 8, 3, {0, 3}}, {1, 7, 2, {1, 3, 5}}, {9, 20, 4, {0, 4}}, {0, 1, 2, {}}, {0, 8, 0, {}}};
   for (const auto& c : cases) {
     std::string report, path = folder.file("x.avi");
-    EXPECT_EQ(movie.saveAVI(path, 25, c.first, c.last, c.step, false, report), !c.frames.empty());
+    EXPECT_EQ(movie.saveAVI(path, 25, c.first, c.last, c.step, nullptr, report), !c.frames.empty());
     EXPECT_EQ(report, c.frames.empty() ? "saveAVI::failed:n<1" : "saveAVI::ok");
     if (c.frames.empty()) continue;
     const auto reader = openVideo(path);
@@ -244,24 +245,19 @@ TEST_F(MovieTest, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
       EXPECT_EQ(greyOf(*reader, k)[0], 10 * c.frames[static_cast<size_t>(k)]);
   }
   std::string report;
-  EXPECT_FALSE(movie.saveAVI(folder.file("none/x.avi"), 25, 0, 8, 1, false, report));
+  EXPECT_FALSE(movie.saveAVI(folder.file("none/x.avi"), 25, 0, 8, 1, nullptr, report));
   EXPECT_TRUE(report.starts_with("saveAVI::failed AVI file open")) << report;
 }
 
-TEST_F(MovieTest, TheExportAsksForACompressor) {
-  TestHost user;
-  user.fills.emplace_back([](Form&) { return false; });
-  user.fill({{"Compressor", videoCodecs().front().label}});
-  user.fill({});  // the choice as it stands
+TEST_F(MovieTest, AnExportIsCompressedAsItIsTold) {
   source.draw = paintBars;
   CZZMovie movie;
   fill(movie, "", 3, 3, false, 64, 48);
-  for (const bool compresses : {false, false, true}) {
+  for (const std::string& codec : {videoCodecs().front().code, std::string(kRecordingCodec)}) {
+    const CZZMovie::Compression compression{codec};
     std::string report, path = folder.file("x.avi");
-    const std::string log =
-        logOf([&] { EXPECT_TRUE(movie.saveAVI(path, 25, 0, 3, 1, true, report)) << report; });
-    EXPECT_EQ(report, compresses ? "saveAVI::ok" : "saveAVI::not compressing.ok");
-    EXPECT_NE(log.find("fcctype="), std::string::npos);
+    EXPECT_TRUE(movie.saveAVI(path, 25, 0, 3, 1, &compression, report));
+    EXPECT_EQ(report, codec == kRecordingCodec ? "saveAVI::ok" : "saveAVI::not compressing.ok");
     const auto reader = openVideo(path);
     for (int32_t k = 0; k < 3; ++k) EXPECT_EQ(numberOf(*reader, k), k);
   }

@@ -88,7 +88,7 @@ TEST_F(MovieStatistics, TheMeanIsThatOfThePlainLoop) {
   ASSERT_TRUE(movie.open(built(-22, 5, {5, 2}, true)));
   expectMeans(movie);
   std::string report;
-  ASSERT_TRUE(movie.saveAVI(folder.file("a.avi"), 25, 0, 5, 1, false, report));
+  ASSERT_TRUE(movie.saveAVI(folder.file("a.avi"), 25, 0, 5, 1, nullptr, report));
   ASSERT_TRUE(movie.open(folder.file("a.avi")));
   for (int32_t i = 0; i < 5; ++i) movie.setOrigin(i, kMoved[static_cast<size_t>(i)]);
   expectMeans(movie);

@@ -6,24 +6,15 @@
 
 #include <deque>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "host/host.h"
+#include "host/nullhost.h"
 
 namespace tarnvisor {
 
-class TestHost final : public Messages,
-                       public Choosers,
-                       public Forms,
-                       public Clipboard,
-                       public Windows,
-                       public WaitCursor,
-                       public Printer,
-                       public Processes,
-                       public PictureWriter {
+class TestHost final : public NullHost {
  public:
   TestHost() : scope(ports) {}
   ~TestHost() override {
@@ -37,8 +28,6 @@ class TestHost final : public Messages,
   std::deque<std::function<bool(Form&)>> fills;  // for forms; false is Cancel
   std::vector<std::string> messages;
   std::vector<std::string> calls;  // of windows
-  std::optional<std::string> clipboardText;
-  std::map<std::string, std::vector<uint8_t>> clipboardData;
   std::optional<std::vector<uint8_t>> clipboardBitmap;
   ClipboardResult clipboardResult = ClipboardResult::Done;
   // What a started program does; none can be started without.
@@ -86,15 +75,9 @@ class TestHost final : public Messages,
     const auto answer = take(fills, {}, form.title());
     return answer && answer(form);
   }
-  void setText(const std::string& words) override { clipboardText = words; }
-  std::optional<std::string> text() override { return clipboardText; }
   ClipboardResult setData(const std::string& format, const std::vector<uint8_t>& bytes) override {
     clipboardData[format] = bytes;
     return clipboardResult;
-  }
-  std::optional<std::vector<uint8_t>> data(const std::string& format) override {
-    const auto found = clipboardData.find(format);
-    return found == clipboardData.end() ? std::nullopt : std::optional(found->second);
   }
   std::optional<std::vector<uint8_t>> bitmap() override { return clipboardBitmap; }
   bool createMainFrame(const std::string& title) override {
@@ -108,13 +91,10 @@ class TestHost final : public Messages,
     calls.push_back("popup " + std::to_string(id) + " " + std::to_string(at.x) + "," + std::to_string(at.y));
   }
   void tile() override { calls.emplace_back("tile"); }
-  void refreshBars() override {}
   bool openWithDesktop(const std::string& path) override {
     calls.push_back("desktop " + path);
     return true;
   }
-  void begin() override {}
-  void end() override {}
   bool progress(const std::string&, int64_t done, int64_t) override { return done < stopAt; }
   bool print(const std::string& title, const Draw& draw) override {
     EXPECT_NE(printJob, nullptr) << "unexpected printing of " << title;
@@ -142,7 +122,6 @@ class TestHost final : public Messages,
     queue.pop_front();
     return value;
   }
-  Host ports{*this, *this, *this, *this, *this, *this, *this, *this, *this};
   HostScope scope;
 };
 

@@ -125,25 +125,6 @@ TEST(TextSettings, PutDelimitersBetweenAndAtTheEnd) {
     }
 }
 
-TEST(ExportDialog, ChangesNothingOnCancelAndOffersTheSelectionWhereThereIsOne) {
-  TestHost host;
-  CTextSettings how;
-  ExportChoice choice;
-  host.fills.push_back([](Form& form) {
-    EXPECT_EQ(form.find("Range"), nullptr);
-    EXPECT_EQ(form.find("Column delimiter")->choices.size(), 5u);
-    EXPECT_THAT(form.find("Row delimiter")->choices,
-                ElementsAre("cr/lf pair", "cr only", "lf only", "column delimiter", "none"));
-    return false;
-  });
-  EXPECT_FALSE(askExport(how, choice, false));
-  host.fill(
-      {{"Range", "Selection"}, {"Traces", "All traces"}, {"Binary", "1"}, {"Column delimiter", "space"}});
-  EXPECT_TRUE(askExport(how, choice, true));
-  EXPECT_EQ(choice.selection + choice.allTraces + how.binary, 3);
-  EXPECT_EQ(how.columnDelimiter(), " ");
-}
-
 TEST(TextExport, PutsTracesOfDifferentPeriodsSideBySide) {
   auto fast = traced(kInt16Code, {1, 2, 3, 4, 5}, 0.5, "fast,1");
   auto slow = traced(kFloatCode, {10, 20}, 1, "slow");

@@ -10,6 +10,7 @@
 #include "host/host.h"
 #include "imagedoc/texts.h"
 #include "movie/movieoutput.h"
+#include "movie/moviepass.h"
 
 namespace tarnvisor {
 
@@ -30,28 +31,22 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
     CView* view = views().empty() ? nullptr : views().front().get();
     const std::string before = movie->fileName;
     const CZZMovie::Range range = selection();
-    movie->frameAt(range.first);
-    if (movie->openProcessing(true)) {
-      const bool beside = movie->writesBeside();
-      const std::string step = std::string(trimmed(words.substr(0, words.find('\r'))));
-      int32_t done = 0;
-      bool cancelled = false;
-      do {
+    MoviePass pass(*movie, std::string(trimmed(words.substr(0, words.find('\r')))), range);
+    if (pass.openInPlace()) {
+      while (pass.next()) {
         refreshImage();
         operation(*theImage());
-        if (view) {
-          view->onUpdate();
-          view->redrawNow();
-        }
-        cancelled = !host().waitCursor.progress(step, ++done, range.size());
-      } while (movie->nextFrame(range.last) != 0 && !movie->processingFailed() && !cancelled);
-      if (cancelled && beside && done < range.size()) {
-        movie->abandonProcessing();
+        if (!view) continue;
+        view->onUpdate();
+        view->redrawNow();
+      }
+      if (pass.wasStopped() && pass.isBeside()) {
+        pass.abandon();
         showImage(range.first);
         return;
       }
-      if (cancelled && done < range.size()) appendNotes(format("the first %i images: ", done));
-      const bool kept = movie->closeProcessing();
+      if (pass.wasStopped()) appendNotes(format("the first %i images: ", pass.step()));
+      const bool kept = pass.finish();
       // The new movie is what was selected.
       if (movie->fileName != before) selectionFirst = selectionLast = -1;
       movieChanged();
@@ -113,7 +108,7 @@ ZBasicDoc* CVivoCapDoc::averageSelection() {
   auto mean = std::make_unique<CZZimage>();
   movie->forgetFailure();
   if (!movie->averageInto(*mean, selectionFirst, selectionLast)) {
-    report(movie->failure().empty() ? text::kNoMemory : movie->failure());
+    if (!movie->wasCancelled()) report(movie->failure().empty() ? text::kNoMemory : movie->failure());
     return nullptr;
   }
   const CZZMovie::Range range = selection();

@@ -1,0 +1,10 @@
+#include "app/asked.h"
+
+#include "app/processstate.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+bool asked(Form& form) { return process.quietMode || host().forms.run(form); }
+
+}  // namespace tarnvisor

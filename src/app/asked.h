@@ -1,0 +1,12 @@
+// How commands take their parameters.
+#pragma once
+
+#include "host/form.h"
+
+namespace tarnvisor {
+
+// Shows a form. Where the program works quietly nobody is asked, and the fields keep the stored values they
+// were given. False when the user cancels.
+[[nodiscard]] bool asked(Form& form);
+
+}  // namespace tarnvisor
