@@ -61,7 +61,8 @@ function(link_closure target result)
 endfunction()
 
 # The rules of the house as tests: only the two hosts have Qt in their link closure, each room lists what it
-# includes, and a dependency against the order does not configure.
+# includes, no two commands share a number, the recipes show code that compiles, and a dependency against the order
+# does not configure.
 function(add_room_tests)
   get_property(rooms GLOBAL PROPERTY TARNVISOR_ROOMS)
   set(wrong "")
@@ -85,6 +86,9 @@ function(add_room_tests)
                    -P ${CMAKE_SOURCE_DIR}/tests/house/includes.cmake)
   add_test(NAME rooms.giveEachCommandANumber
            COMMAND ${CMAKE_COMMAND} -D SOURCE=${CMAKE_SOURCE_DIR}/src -P ${CMAKE_SOURCE_DIR}/tests/house/ids.cmake)
+  add_test(NAME docs.recipesAreTheCodeThatCompiles
+           COMMAND ${CMAKE_COMMAND} -D RECIPES=${CMAKE_SOURCE_DIR}/docs/recipes.md -D ROOT=${CMAKE_SOURCE_DIR}
+                   -P ${CMAKE_SOURCE_DIR}/tests/house/recipes.cmake)
   add_test(NAME rooms.dependUpwardsInVain
            COMMAND ${CMAKE_COMMAND} -G ${CMAKE_GENERATOR} -S ${CMAKE_SOURCE_DIR}/tests/house -B ${CMAKE_BINARY_DIR}/tests/house)
   set_tests_properties(rooms.dependUpwardsInVain PROPERTIES
