@@ -61,7 +61,7 @@ function(link_closure target result)
 endfunction()
 
 # The rules of the house as tests: only the two hosts have Qt in their link closure, each room lists what it
-# includes, and a dependency against the order does not configure.
+# includes, a dependency against the order does not configure, and the document tells what exists once in the process.
 function(add_room_tests)
   get_property(rooms GLOBAL PROPERTY TARNVISOR_ROOMS)
   set(wrong "")
@@ -89,4 +89,20 @@ function(add_room_tests)
            COMMAND ${CMAKE_COMMAND} -G ${CMAKE_GENERATOR} -S ${CMAKE_SOURCE_DIR}/tests/house -B ${CMAKE_BINARY_DIR}/tests/house)
   set_tests_properties(rooms.dependUpwardsInVain PROPERTIES
                        PASS_REGULAR_EXPRESSION "The room lower can't use upper, which does not stand before it")
+
+  # The sanitizers keep variables of their own beside those of the sources.
+  if(NOT TARNVISOR_SANITIZE)
+    set(binaries $<TARGET_OBJECTS:tarnvisor> $<TARGET_OBJECTS:tarnvisor-batch>)
+    foreach(target IN LISTS rooms)
+      get_target_property(type ${target} TYPE)
+      if(type STREQUAL "STATIC_LIBRARY")
+        list(APPEND binaries $<TARGET_FILE:${target}>)
+      endif()
+    endforeach()
+    file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/binaries.txt CONTENT "$<JOIN:${binaries},\n>\n")
+    add_test(NAME rooms.tellTheirProcessWideState
+             COMMAND ${CMAKE_COMMAND} -D NM=${CMAKE_NM} -D BINARIES=${CMAKE_BINARY_DIR}/binaries.txt
+                     -D SOURCE=${CMAKE_SOURCE_DIR}/src -D TABLE=${CMAKE_SOURCE_DIR}/docs/architecture.md
+                     -P ${CMAKE_SOURCE_DIR}/tests/house/state.cmake)
+  endif()
 endfunction()
