@@ -61,7 +61,8 @@ function(link_closure target result)
 endfunction()
 
 # The rules of the house as tests: only the two hosts have Qt in their link closure, each room lists what it
-# includes, and a dependency against the order does not configure.
+# includes, no two commands share a number, the recipes show code that compiles, the map tells what exists once in the
+# process, and a dependency against the order does not configure.
 function(add_room_tests)
   get_property(rooms GLOBAL PROPERTY TARNVISOR_ROOMS)
   set(wrong "")
@@ -85,8 +86,27 @@ function(add_room_tests)
                    -P ${CMAKE_SOURCE_DIR}/tests/house/includes.cmake)
   add_test(NAME rooms.giveEachCommandANumber
            COMMAND ${CMAKE_COMMAND} -D SOURCE=${CMAKE_SOURCE_DIR}/src -P ${CMAKE_SOURCE_DIR}/tests/house/ids.cmake)
+  add_test(NAME docs.recipesAreTheCodeThatCompiles
+           COMMAND ${CMAKE_COMMAND} -D RECIPES=${CMAKE_SOURCE_DIR}/docs/recipes.md -D ROOT=${CMAKE_SOURCE_DIR}
+                   -P ${CMAKE_SOURCE_DIR}/tests/house/recipes.cmake)
   add_test(NAME rooms.dependUpwardsInVain
            COMMAND ${CMAKE_COMMAND} -G ${CMAKE_GENERATOR} -S ${CMAKE_SOURCE_DIR}/tests/house -B ${CMAKE_BINARY_DIR}/tests/house)
   set_tests_properties(rooms.dependUpwardsInVain PROPERTIES
                        PASS_REGULAR_EXPRESSION "The room lower can't use upper, which does not stand before it")
+
+  # The sanitizers keep variables of their own beside those of the sources.
+  if(NOT TARNVISOR_SANITIZE)
+    set(binaries $<TARGET_OBJECTS:tarnvisor> $<TARGET_OBJECTS:tarnvisor-batch>)
+    foreach(target IN LISTS rooms)
+      get_target_property(type ${target} TYPE)
+      if(type STREQUAL "STATIC_LIBRARY")
+        list(APPEND binaries $<TARGET_FILE:${target}>)
+      endif()
+    endforeach()
+    file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/binaries.txt CONTENT "$<JOIN:${binaries},\n>\n")
+    add_test(NAME rooms.tellTheirProcessWideState
+             COMMAND ${CMAKE_COMMAND} -D NM=${CMAKE_NM} -D BINARIES=${CMAKE_BINARY_DIR}/binaries.txt
+                     -D SOURCE=${CMAKE_SOURCE_DIR}/src -D TABLE=${CMAKE_SOURCE_DIR}/docs/architecture.md
+                     -P ${CMAKE_SOURCE_DIR}/tests/house/state.cmake)
+  endif()
 endfunction()

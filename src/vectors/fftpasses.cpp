@@ -159,7 +159,7 @@ HWY_AFTER_NAMESPACE();
 namespace tarnvisor {
 HWY_EXPORT(fftTable);
 const FftLoops& fftLoops() {
-  static const FftLoops* table = HWY_DYNAMIC_DISPATCH(fftTable)();
+  static const FftLoops* const table = HWY_DYNAMIC_DISPATCH(fftTable)();
   return *table;
 }
 }  // namespace tarnvisor

@@ -252,7 +252,7 @@ HWY_AFTER_NAMESPACE();
 namespace tarnvisor {
 HWY_EXPORT(loopTable);
 const VectLoops& vectLoops() {
-  static const VectLoops* table = HWY_DYNAMIC_DISPATCH(loopTable)();
+  static const VectLoops* const table = HWY_DYNAMIC_DISPATCH(loopTable)();
   return *table;
 }
 }  // namespace tarnvisor
