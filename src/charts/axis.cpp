@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "base/text.h"
+#include "drawing/textmeasure.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
@@ -33,12 +34,10 @@ std::span<const CAxis::Base> CAxis::decimal() { return std::span(kTable).first(3
 std::span<const CAxis::Base> CAxis::sexagesimal() { return kTable; }
 
 void CAxis::measure(const Canvas& canvas) {
-  static const std::string letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
-  const Size all = canvas.textSize(letters);
-  const auto count = static_cast<int32_t>(letters.size());
+  const TextMeasure text = TextMeasure::of(canvas);
   const bool proportional = canvas.textSize("iiii").width != canvas.textSize("MMMM").width;
-  line = std::max(1, all.height);
-  charw = std::max(1, (all.width + count / 2) / count);
+  line = text.line;
+  charw = text.character;
   u = line * (proportional ? 1.5 : 1.0);
   tickLength = 2 * line / 3;
 }

@@ -2,6 +2,7 @@
 
 #include "base/clock.h"
 #include "base/files.h"
+#include "drawing/textmeasure.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -17,7 +18,7 @@ void printChart(PrintJob& job, const ZchartDoc& document, const DrawChart& draw)
   if (page.width < 1 || page.height < 1) return;
   Canvas& canvas = job.canvas();
   canvas.setFont("", kTenthsOfPoint);
-  const int32_t line = canvas.textSize("Ag").height;
+  const int32_t line = TextMeasure::of(canvas).line;
   canvas.text({0, 0}, "printed:" + longDateTime(currentTime()), 0);
   canvas.text({0, line}, document.title(), 0);
   draw(canvas, {0, 3 * line, page.width, page.height});

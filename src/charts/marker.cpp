@@ -54,13 +54,6 @@ void registerMarkers() {
     registerArchiveClass(*record);
 }
 
-TextMeasure TextMeasure::of(const Canvas& canvas) {
-  static const std::string letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
-  const Size size = canvas.textSize(letters);
-  const auto count = static_cast<int32_t>(letters.size());
-  return {std::max(1, (size.width + count / 2) / count), std::max(1, size.height)};
-}
-
 CMarker::~CMarker() {
   for (MarkerWatcher* watcher : std::vector<MarkerWatcher*>(watchers())) watcher->markerGone(*this);
 }

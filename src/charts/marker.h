@@ -10,16 +10,10 @@
 #include <string>
 
 #include "archive/archive.h"
+#include "drawing/textmeasure.h"
 #include "host/canvas.h"
 
 namespace tarnvisor {
-
-// What text takes on a device, pixels; at least 1 each.
-struct TextMeasure {
-  int32_t character = 1;  // average width
-  int32_t line = 1;       // height
-  static TextMeasure of(const Canvas& canvas);
-};
 
 class CMarker : public ArchiveObject {
  public:

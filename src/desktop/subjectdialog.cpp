@@ -299,7 +299,6 @@ void SubjectWindow::reject() {
 }
 
 void SubjectWindow::showDetails() {
-  const CBasicApp& app = theApp();
   const bool known = hasDatabase() && !model.id.empty() && theExams().subjectId() == model.id &&
                      idText().toStdString() == model.id;
   shownId = known ? model.id : std::string();

@@ -1,8 +1,6 @@
-// The ids of the commands of the main frame, and those that several kinds of document have. 34000 are
-// known to users' scripts and to other programs; none ever changes, and no other command gets one that was
-// used. New ones continue after the highest of all rooms. Numbers under 34000 are known to users' scripts
-// and to other programs; none ever changes, and no other command gets one that was used. New ones continue
-// after the highest of all rooms.
+// The ids of the commands of the main frame, and those that several kinds of document have. Numbers under
+// 34000 are known to users' scripts and to other programs; none ever changes, and no other command gets one
+// that was used. New ones continue after the highest of all rooms.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The port for printing: whole pages drawn on a canvas, and on top of it lines of text, a page at a time.
+// The port for printing: whole pages drawn on a canvas.
 #pragma once
 
 #include <functional>
@@ -27,34 +27,6 @@ class Printer {
   virtual bool print(const std::string& title, const Draw& draw) = 0;
   // Shows the pages; the user may print them from there. draw may be called any number of times.
   virtual bool preview(const std::string& title, const Draw& draw) = 0;
-};
-
-// Lines of text on the pages of a job, in average character widths.
-class PrintContext {
- public:
-  virtual ~PrintContext() = default;
-  virtual int linesPerPage() const = 0;
-  virtual int columnsPerLine() const = 0;
-  virtual void beginPage() = 0;
-  // column is the x position in average character widths.
-  virtual void text(int line, int column, const std::string& words) = 0;
-  virtual void endPage() = 0;
-};
-
-// The lines of a job, in its device's own font of 10 points.
-class JobLines final : public PrintContext {
- public:
-  explicit JobLines(PrintJob& target);
-  int linesPerPage() const override;
-  int columnsPerLine() const override;
-  void beginPage() override;
-  void text(int line, int column, const std::string& words) override;
-  void endPage() override {}
-
- private:
-  PrintJob& job;
-  Size character;
-  bool firstPage = true;
 };
 
 }  // namespace tarnvisor

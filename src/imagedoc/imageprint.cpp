@@ -6,6 +6,7 @@
 #include "base/clock.h"
 #include "base/text.h"
 #include "drawing/picturepainter.h"
+#include "drawing/textmeasure.h"
 #include "host/host.h"
 #include "imagedoc/overlay.h"
 #include "imagedoc/texts.h"
@@ -36,7 +37,7 @@ class PageWriter {
   explicit PageWriter(PrintJob& target) : job(target), page(target.pageSize()) { useFont(); }
   void useFont() {
     job.canvas().setFont("", kTenthsOfPoint);
-    lineHeight = std::max(1, job.canvas().textSize("Ag").height);
+    lineHeight = TextMeasure::of(job.canvas()).line;
   }
   // The line, broken at blanks where it is wider than the page.
   std::vector<std::string> wrapped(const std::string& line) const {

@@ -23,9 +23,10 @@ constexpr size_t kMostColumns = 256;
 
 struct KindDocument {
   CResultDoc* document = nullptr;
-  std::unique_ptr<CResultDoc> own;  // while there is no type that could give it a window
 };
 std::map<const ResultTable*, KindDocument> kindDocuments;
+// While there is no type that could give them windows; gone before the map that they look into.
+std::vector<std::unique_ptr<CResultDoc>> windowless;
 CResultDoc* lastAddedTo = nullptr;
 
 CResultDoc* makeKindDocument(const ResultTable& kind) {
@@ -36,8 +37,7 @@ CResultDoc* makeKindDocument(const ResultTable& kind) {
     slot.document = dynamic_cast<CResultDoc*>(process.resultTemplate->newDocument());
     if (front) theApp().documents.activate(*front);
   } else {
-    slot.own = std::make_unique<CResultDoc>();
-    slot.document = slot.own.get();
+    slot.document = windowless.emplace_back(std::make_unique<CResultDoc>()).get();
   }
   if (!slot.document) return nullptr;
   slot.document->setTitle(kind.title);

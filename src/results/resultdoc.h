@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/outcome.h"
+#include "drawing/textpages.h"
 #include "exams/dbdocument.h"
 #include "host/printer.h"
 #include "results/resultformat.h"

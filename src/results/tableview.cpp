@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "drawing/textmeasure.h"
 #include "host/host.h"
 #include "results/commandids.h"
 
@@ -65,10 +66,8 @@ void TableView::setMetrics(int32_t width, int32_t height) {
 }
 
 void TableView::measure(const Canvas& canvas) {
-  static const std::string letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
-  const Size size = canvas.textSize(letters);
-  const auto count = static_cast<int32_t>(letters.size());
-  setMetrics((size.width + count - 1) / count, size.height + 4);
+  const TextMeasure text = TextMeasure::of(canvas, TextMeasure::Round::Up);
+  setMetrics(text.character, text.line + 4);
 }
 
 const std::vector<int32_t>& TableView::lefts() const {

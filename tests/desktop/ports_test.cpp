@@ -17,6 +17,7 @@
 #include "base/files.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
+#include "drawing/textpages.h"
 #include "support/tempfolder.h"
 #include "support/testhost.h"
 

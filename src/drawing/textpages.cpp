@@ -1,18 +1,19 @@
-#include "host/printer.h"
+#include "drawing/textpages.h"
 
 #include <algorithm>
+
+#include "drawing/textmeasure.h"
 
 namespace tarnvisor {
 
 namespace {
-constexpr const char* kAlphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr int32_t kTenthsOfPoint = 100;
-}  // namespace
+}
 
 JobLines::JobLines(PrintJob& target) : job(target) {
   job.canvas().setFont("", kTenthsOfPoint);
-  const Size size = job.canvas().textSize(kAlphabet);
-  character = {std::max(1, size.width / 52), std::max(1, size.height)};
+  const TextMeasure measure = TextMeasure::of(job.canvas(), TextMeasure::Round::Down);
+  character = {measure.character, measure.line};
 }
 
 int JobLines::linesPerPage() const { return std::max(1, job.pageSize().height / character.height); }
