@@ -155,7 +155,7 @@ std::optional<VoronoiDiagram> readVoronoi(std::string_view text) {
   lines.next();
   const size_t vertices = lines.lineCount();
   const size_t regions = lines.lineCount();
-  (void)lines.number<int32_t>();
+  lines.number<int32_t>();
   readVertices(lines, vertices, diagram);
   if (!lines.isGood() || !std::all_of(diagram.vertices.begin(), diagram.vertices.end(), isFinite) ||
       !readRegions(lines, regions, diagram) || !lines.isGood())

@@ -36,7 +36,7 @@ CBasicApp& theApp() { return *runningApp; }
 
 CBasicApp::CBasicApp() {
   runningApp = this;
-  loop.onCommand = [this](int32_t id) { (void)runCommand(id); };
+  loop.onCommand = [this](int32_t id) { runCommand(id); };
   loop.onIdle = [this](int32_t count) { return onIdle(count); };
 }
 
@@ -177,7 +177,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   if (!commandLine.empty()) {
     const std::string file =
         isSwitch ? commandLine.substr(std::min<size_t>(3, commandLine.size())) : commandLine;
-    if (!file.empty()) (void)openDocumentFile(file);
+    if (!file.empty()) openDocumentFile(file);
   }
   host().windows.showMainFrame();
   logPrintf("%s\n", logLine.c_str());
@@ -309,7 +309,7 @@ CommandResult CBasicApp::runCommand(int32_t id) { return routeCommand(commandCha
 void CBasicApp::tileWindows() { host().windows.tile(); }
 void CBasicApp::cascadeWindows() { host().windows.cascade(); }
 void CBasicApp::closeDocument() {
-  if (CDocument* front = documents.active()) (void)documents.close(*front);
+  if (CDocument* front = documents.active()) documents.close(*front);
 }
 void CBasicApp::closeProgram() { host().windows.closeMainFrame(); }
 

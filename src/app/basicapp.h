@@ -43,7 +43,7 @@ class CBasicApp : public CommandTarget {
   ~CBasicApp() override;  // logs the end
 
   // False ends the process before the message loop.
-  bool initInstance(const StartOptions& options);
+  [[nodiscard]] bool initInstance(const StartOptions& options);
   int32_t exitInstance();
   // True to be called again at once.
   bool onIdle(int32_t count);

@@ -42,7 +42,7 @@ void CBasicApp::chooseDataFolder() {
   if (!openDatabaseIn(*folder)) {
     dbPath.clear();
     dataFolder.clear();
-    if (!before.empty()) (void)openDatabaseIn(before);
+    if (!before.empty()) openDatabaseIn(before);
     return;
   }
   settings.setString("Settings", "database", dbPath);

@@ -65,7 +65,7 @@ void CBasicApp::idleCameraStop() {
     std::vector<CommandTarget*> targets;
     for (const auto& view : document->views()) targets.push_back(view.get());
     targets.push_back(document);
-    (void)routeCommand(targets, cmd::Stop);
+    routeCommand(targets, cmd::Stop);
   }
 }
 

@@ -88,7 +88,7 @@ void mark(ZchartDoc& chart, double seconds, const char* label, const char* what)
   marker->SetLabel(label);
   marker->text = format("%s, at %.3f s", what, seconds);
   marker->time = seconds;
-  (void)chart.markers.add(std::move(marker));
+  chart.markers.add(std::move(marker));
 }
 
 double rateOfMaxima(const ZZTrace& flow) {
@@ -134,7 +134,7 @@ Outcome saveDemonstrationChart(const std::string& path, DopplerTruth& truth) {
   traces.push_back(signalTrace(signals, pulse));
   if (std::find(traces.begin(), traces.end(), nullptr) != traces.end()) return Outcome::failure(kLowMemory);
   ZchartDoc::giveColours(traces, 0);
-  for (ZZTrace::Own& trace : traces) (void)chart.addtrace(std::move(trace));
+  for (ZZTrace::Own& trace : traces) chart.addtrace(std::move(trace));
   // Where the whole of their boxes can be seen.
   constexpr size_t kFromEnd = 3;
   if (const size_t beats = truth.systoles.size(); beats > 2 * kFromEnd) {

@@ -27,7 +27,7 @@ Outcome record(const FingerVideo& finger, const std::string& path) {
     for (int32_t k = 0; k < finger.frames(); ++k) {
       if (!finger.render(k, image)) return Outcome::failure("There is not enough memory.");
       image.frameNumber = 2 * k;  // frames count as two fields
-      (void)movie.addFrame(image, 0);
+      movie.addFrame(image, 0);
     }
   } catch (const ArchiveException& problem) {
     return Outcome::failure(path + " can't be written: " + problem.what());

@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s\n", script.shown().c_str());
     code = 1;
   }
-  while (app.loop.hasPosted() && !app.loop.hasQuit()) (void)app.loop.turn();
+  while (app.loop.hasPosted() && !app.loop.hasQuit()) app.loop.turn();
   if (code == 0 && options.demonstration) code = runDemonstration(app, script);
   if (code == 0) code = ScriptRunner(app, script, options.json).run(options.steps, options.keepGoing);
   app.exitInstance();

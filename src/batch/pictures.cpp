@@ -51,7 +51,7 @@ Outcome savePicture(const std::string& path, Size size, const std::function<void
 Outcome saveSnapshot(CView& view, const std::string& path) {
   needFonts();
   // A table knows its size once it has measured its words.
-  if (view.contentSize() == Size{}) (void)renderView(view, kPlainWindow);
+  if (view.contentSize() == Size{}) renderView(view, kPlainWindow);
   Size size = view.contentSize();
   // A chart fills whatever window it gets.
   if (size == Size{} || size == view.windowSize()) size = kPlainWindow;

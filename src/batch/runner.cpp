@@ -40,7 +40,7 @@ StepResult ScriptRunner::runStep(const Step& step) {
   const Verb* verb = findVerb(step.word);
   StepResult result = verb ? verb->run(context) : unavailable(context);
   // Commands that a command posted belong to its step.
-  while (app.loop.hasPosted() && !app.loop.hasQuit()) (void)app.loop.turn();
+  while (app.loop.hasPosted() && !app.loop.hasQuit()) app.loop.turn();
   if (result.ok && !script.problem().empty()) result = StepResult::failure(script.problem());
   if (result.ok && script.hadError()) result = StepResult::failure(script.shown());
   if (const auto unused = script.unused(); result.ok && !unused.empty())

@@ -73,7 +73,7 @@ std::string Step::line() const {
 
 std::vector<int32_t> Step::numbers(size_t argument) const {
   std::vector<int32_t> values;
-  (void)parseNumbers(args[argument], values);
+  parseNumbers(args[argument], values);
   return values;
 }
 

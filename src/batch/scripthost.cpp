@@ -118,7 +118,7 @@ bool ScriptHost::run(Form& form) {
     // A refused form stores nothing.
     for (size_t i = 0; i < before.size(); ++i)
       if (form.fields()[i].kind != FormField::Kind::Note && !form.fields()[i].readOnly)
-        (void)form.fields()[i].take(before[i]);
+        form.fields()[i].take(before[i]);
     return false;
   }
   takeWord({"ok", "yes"}, word);

@@ -31,7 +31,7 @@ void ZchartDoc::serialize(Archive& archive) {
   }
   // A chart from before the version was stored begins with its list.
   if (archive.getDword() == kMagic)
-    (void)archive.getWord();
+    archive.getWord();
   else
     archive.stepBack(sizeof kMagic);
   // What was read of a damaged file is worth having; with no trace read it is no chart.
@@ -56,7 +56,7 @@ void ZchartDoc::serializeRest(Archive& archive) {
   else if (archive.remaining() == 0)
     return;  // files without markers end here
   else
-    (void)archive.getWord();
+    archive.getWord();
   markers.serialize(archive);
 }
 
@@ -104,7 +104,7 @@ bool ZchartDoc::onImportFile(const std::string& path) {
   {
     const TraceBatch batch(*this);
     giveColours(imported.traces, 0);
-    for (ZZTrace::Own& trace : imported.traces) (void)addtrace(std::move(trace));
+    for (ZZTrace::Own& trace : imported.traces) addtrace(std::move(trace));
   }
   setTitle(withoutExtension(fileNameOf(path)));
   setModified();

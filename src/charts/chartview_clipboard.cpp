@@ -102,7 +102,7 @@ void ZchartView::cut() {
 // A marker in hand goes at once: it is small, and drawn again by a key.
 void ZchartView::remove() {
   if (const CMarker* marker = selectedMarker()) {
-    (void)doc.markers.remove(*marker);
+    doc.markers.remove(*marker);
     doc.setModified();
     return doc.updateAllViews();
   }

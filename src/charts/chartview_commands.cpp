@@ -487,11 +487,11 @@ void ZchartView::printOn(PrintJob& job) {
 }
 
 void ZchartView::printCommand() {
-  (void)host().printer.print(doc.title(), [this](PrintJob& job) { printOn(job); });
+  host().printer.print(doc.title(), [this](PrintJob& job) { printOn(job); });
 }
 
 void ZchartView::previewCommand() {
-  (void)host().printer.preview(doc.title(), [this](PrintJob& job) { printOn(job); });
+  host().printer.preview(doc.title(), [this](PrintJob& job) { printOn(job); });
 }
 
 void ZchartView::exportPicture() {

@@ -126,7 +126,7 @@ bool CMarker::operator==(const CMarker& other) const {
 }
 
 CImageMarker::CImageMarker(std::string imageFile) : filename(std::move(imageFile)) {
-  (void)markerLink().freezeSave(filename);
+  markerLink().freezeSave(filename);
   text = "filename=" + filename + "\r\n";
 }
 
@@ -150,6 +150,6 @@ void CImageMarker::serialize(Archive& archive) {
 
 std::unique_ptr<CMarker> CImageMarker::Clone() const { return std::make_unique<CImageMarker>(*this); }
 
-void CImageMarker::Open() { (void)markerLink().autoLoad(filename); }
+void CImageMarker::Open() { markerLink().autoLoad(filename); }
 
 }  // namespace tarnvisor

@@ -156,10 +156,10 @@ void xychartvw::printOn(PrintJob& job) {
   printChart(job, doc, [this](Canvas& canvas, const Rect& area) { drawIn(canvas, area); });
 }
 void xychartvw::printCommand() {
-  (void)host().printer.print(doc.title(), [this](PrintJob& job) { printOn(job); });
+  host().printer.print(doc.title(), [this](PrintJob& job) { printOn(job); });
 }
 void xychartvw::previewCommand() {
-  (void)host().printer.preview(doc.title(), [this](PrintJob& job) { printOn(job); });
+  host().printer.preview(doc.title(), [this](PrintJob& job) { printOn(job); });
 }
 void xychartvw::exportPicture() {
   exportChartPicture(doc, windowSize(), [this](Canvas& canvas, const Rect& area) { drawIn(canvas, area); });
@@ -173,8 +173,8 @@ xychartdoc* makeXyChart(const ZZTrace& x, const ZZTrace& y, const std::string& t
   if (!chart) return nullptr;
   chart->setTitle(title);
   const TraceBatch batch(*chart);
-  (void)chart->addtrace(std::move(first));
-  (void)chart->addtrace(std::move(second));
+  chart->addtrace(std::move(first));
+  chart->addtrace(std::move(second));
   return chart;
 }
 

@@ -41,16 +41,16 @@ class SubjectDatabase {
   std::string description() const;
 
   std::optional<SubjectRow> readSubject(const std::string& id) const;
-  bool newSubject(const std::string& id);  // the details come by updateSubject
-  bool updateSubject(const std::string& id, const std::string& name, const std::string& surname,
-                     const std::string& comments);
+  [[nodiscard]] bool newSubject(const std::string& id);  // the details come by updateSubject
+  [[nodiscard]] bool updateSubject(const std::string& id, const std::string& name, const std::string& surname,
+                                   const std::string& comments);
   bool touchSubject(const std::string& id);
   std::vector<std::string> recentSubjects() const;  // the last used first, at most 30
   std::vector<std::string> searchSubjects(const std::string& prefix) const;  // likewise
 
   // The new exam's id; -1 when it could not be written.
-  int32_t newExam(const std::string& subject, const std::string& site, const std::string& comment,
-                  const std::string& folder);
+  [[nodiscard]] int32_t newExam(const std::string& subject, const std::string& site,
+                                const std::string& comment, const std::string& folder);
   std::vector<ExamRow> examsOf(const std::string& subject) const;
   std::optional<ExamRow> exam(const std::string& subject, int32_t id) const;
   std::optional<ExamRow> exam(int32_t id) const;
@@ -58,8 +58,8 @@ class SubjectDatabase {
   std::vector<ResultRow> resultsOf(int32_t exam) const;
   // failed tells a database that could not be asked from one that has no such row.
   std::optional<ResultRow> resultOf(int32_t exam, const std::string& filename, bool* failed = nullptr) const;
-  bool insertResult(int32_t exam, const std::string& filename, const std::string& result);
-  bool updateResult(int32_t exam, const std::string& filename, const std::string& result);
+  [[nodiscard]] bool insertResult(int32_t exam, const std::string& filename, const std::string& result);
+  [[nodiscard]] bool updateResult(int32_t exam, const std::string& filename, const std::string& result);
 
  private:
   explicit SubjectDatabase(const std::string& path) : database(path) {}

@@ -71,7 +71,7 @@ void CommandActions::fill(QMenu& menu, const std::vector<MenuEntry>& entries) {
 }
 
 void CommandActions::giveKeysTo(const std::vector<int32_t>& ids) {
-  for (const int32_t id : ids) (void)action(id);
+  for (const int32_t id : ids) action(id);
   for (const auto& [id, shown] : actions) {
     const bool wanted = std::ranges::find(ids, id) != ids.end();
     shown->setShortcut(wanted ? QKeySequence(toQt(commands.words(id).keys), QKeySequence::PortableText)

@@ -33,7 +33,7 @@ class DocumentWindows::Window final : public QMdiSubWindow {
     event->ignore();
     // Not from within the event, which goes on after the window has gone.
     afterDialogs(this, [this] {
-      if (document) (void)app.documents.close(*document);
+      if (document) app.documents.close(*document);
     });
   }
 

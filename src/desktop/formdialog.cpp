@@ -77,7 +77,7 @@ FormDialog::FormDialog(Form& shown, QWidget* parent) : QDialog(parent), form(sho
   if (tall) resize(QSize(640, 420).expandedTo(sizeHint()));
   // What the profile holds may be outside the limits too.
   for (size_t i = 0; i < rows.size(); ++i)
-    if (rows[i].control) (void)check(i);
+    if (rows[i].control) check(i);
 }
 
 FormDialog::Value FormDialog::valueOf(const FormField& field) {
@@ -309,8 +309,7 @@ void FormDialog::tell() { form.changed(); }
 void FormDialog::accept() {
   if (!ok->isEnabled()) return;
   for (const Row& row : rows)
-    if (row.control && !row.field->readOnly && row.text() != row.field->value())
-      (void)row.field->take(row.text());
+    if (row.control && !row.field->readOnly && row.text() != row.field->value()) row.field->take(row.text());
   if (changes.isActive()) {
     changes.stop();
     tell();

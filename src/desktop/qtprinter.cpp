@@ -91,7 +91,7 @@ bool QtPrinter::preview(const std::string& title, const Draw& draw) {
   dialog.setWindowTitle("Print preview: " + toQt(title));
   dialog.resize(900, 700);
   QObject::connect(&dialog, &QPrintPreviewDialog::paintRequested, &dialog,
-                   [&draw](QPrinter* target) { (void)drawOn(*target, draw); });
+                   [&draw](QPrinter* target) { drawOn(*target, draw); });
   dialog.exec();
   return true;
 }

@@ -145,13 +145,13 @@ void SubjectWindow::connectAll() {
           [this](const QString& t) { chooseId(t); });
   // With the list open, keys do not pass the event filter.
   connect(idBox->lineEdit(), &QLineEdit::returnPressed, this, [this] {
-    if (completer->popup()->isVisible() && !completer->popup()->currentIndex().isValid()) (void)chooseTyped();
+    if (completer->popup()->isVisible() && !completer->popup()->currentIndex().isValid()) chooseTyped();
   });
   connect(nameEdit, &QLineEdit::textChanged, this, [this] { updateButtons(); });
   connect(surnameEdit, &QLineEdit::textChanged, this, [this] { updateButtons(); });
   connect(commentEdit, &QPlainTextEdit::textChanged, this, [this] { updateButtons(); });
   connect(addButton, &QPushButton::clicked, this, [this] { addAsNewId(); });
-  connect(saveButton, &QPushButton::clicked, this, [this] { (void)saveDetails(); });
+  connect(saveButton, &QPushButton::clicked, this, [this] { saveDetails(); });
   connect(startButton, &QPushButton::clicked, this, [this] { leave(Result::StartNewExamination); });
   connect(viewButton, &QPushButton::clicked, this, [this] { leave(Result::ViewExaminations); });
   connect(cancelButton, &QPushButton::clicked, this, [this] { reject(); });

@@ -56,7 +56,7 @@ void PicturePainter::prepare(CZZimage& image) {
     // The outermost pixels aren't written by the conversion and stay black.
     rows.stride = image.width * 3;
     demosaiced.assign(static_cast<size_t>(rows.stride) * static_cast<size_t>(image.height), 0);
-    (void)image.demosaic(demosaiced.data(), rows.stride);
+    image.demosaic(demosaiced.data(), rows.stride);
     rows.first = demosaiced.data();
   }
   if (image.colourset != kBayer) demosaiced = {};

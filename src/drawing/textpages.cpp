@@ -20,7 +20,7 @@ int JobLines::linesPerPage() const { return std::max(1, job.pageSize().height / 
 int JobLines::columnsPerLine() const { return std::max(1, job.pageSize().width / character.width); }
 
 void JobLines::beginPage() {
-  if (!firstPage) (void)job.nextPage();
+  if (!firstPage) job.nextPage();
   firstPage = false;
   job.canvas().setFont("", kTenthsOfPoint);
 }

@@ -36,7 +36,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void deleteContents() override;
   void serialize(Archive& archive) override;
   // The raw frames beside a header file of tagged text.
-  bool openRawFrames(const std::string& headerPath);
+  [[nodiscard]] bool openRawFrames(const std::string& headerPath);
 
   // --- images (vivocapdoc.cpp)
   CZZimage* theImage() override;
@@ -106,11 +106,11 @@ class CVivoCapDoc : public ZBasicDoc {
 
   // vivocapdoc_open.cpp
   bool linkMovie(const std::string& documentPath);
-  bool openMovie(const std::string& path);
-  bool takeVideo(const std::string& path);
+  [[nodiscard]] bool openMovie(const std::string& path);
+  [[nodiscard]] bool takeVideo(const std::string& path);
   void tellOfMovie();  // that it was cut off, or can't be decoded
-  bool saveMovie(const std::string& documentPath);
-  bool saveResults(const std::string& stem);
+  [[nodiscard]] bool saveMovie(const std::string& documentPath);
+  [[nodiscard]] bool saveResults(const std::string& stem);
   // vivocapdoc_pass.cpp
   void tellFailedPass(const std::string& moviePathBefore);
 

@@ -64,8 +64,8 @@ void CVivoCapDoc::loadVideo(Archive& archive) {
   skipFrames = archive.getInt();
   interlaced = archive.getInt();
   moviePath = archive.readString();
-  (void)archive.getInt();
-  (void)archive.readString();
+  archive.getInt();
+  archive.readString();
   fps = rateOf(version >= 2 ? archive.getInt() : kOldestFieldsPerSecond);
   if (version >= 3) resultsPath = archive.readString();
   if (version >= 4) {

@@ -165,20 +165,20 @@ void CVivoCapDoc::simpleThreshold() {
 
 // These two leave other words in the notes than those of a still.
 void CVivoCapDoc::modifiedLaplacian() {
-  runStep("", StepArea::Roi, [](CZZimage& area) { (void)tarnvisor::modifiedLaplacian(area); });
+  runStep("", StepArea::Roi, [](CZZimage& area) { tarnvisor::modifiedLaplacian(area); });
 }
 void CVivoCapDoc::min3x3() {
-  runStep("MIN3x3", StepArea::Roi, [](CZZimage& area) { (void)tarnvisor::min3x3(area); });
+  runStep("MIN3x3", StepArea::Roi, [](CZZimage& area) { tarnvisor::min3x3(area); });
 }
 
 void CVivoCapDoc::mergeFields() {
-  (void)makeMovie("merged into frames",
-                  [](CZZMovie& mine, const std::string& name) { return mine.mergeFields(name); });
+  makeMovie("merged into frames",
+            [](CZZMovie& mine, const std::string& name) { return mine.mergeFields(name); });
 }
 
 void CVivoCapDoc::splitFields() {
-  (void)makeMovie("split into fields",
-                  [](CZZMovie& mine, const std::string& name) { return mine.splitFrames(name); });
+  makeMovie("split into fields",
+            [](CZZMovie& mine, const std::string& name) { return mine.splitFrames(name); });
 }
 
 // Of a movie of frames the two fields of each change places; of a movie of fields the two images of each
@@ -186,7 +186,7 @@ void CVivoCapDoc::splitFields() {
 void CVivoCapDoc::switchFieldOrder() {
   if (!isFieldMovie())
     return processImages("switched field order\r\n", [](CZZimage& each) { each.swapFields(); });
-  (void)makeMovie("switched field order", [](CZZMovie& mine, const std::string& name) {
+  makeMovie("switched field order", [](CZZMovie& mine, const std::string& name) {
     return mine.rewrite(name, mine.image(), mine.count / 2 * 2, [&](int32_t k, CZZimage& made) {
       mine.getImage(k ^ 1, made);
       return true;
@@ -203,7 +203,7 @@ void CVivoCapDoc::squareOfDifferences() {
   const CZZMovie::Range range = selection();
   if (range.size() < 2) return report("Two images at least must be selected.");
   CZZimage before;
-  (void)makeMovie("square of differences", [&](CZZMovie& mine, const std::string& name) {
+  makeMovie("square of differences", [&](CZZMovie& mine, const std::string& name) {
     return mine.rewrite(name, mine.image(), range.size() - 1, [&](int32_t k, CZZimage& made) {
       mine.getImage(range.first + k, before);
       mine.getImage(range.first + k + 1, made);
@@ -217,14 +217,14 @@ void CVivoCapDoc::squareOfDifferencesToCurrent() {
   const CZZMovie::Range range = selection();
   CZZimage current;
   if (!current.copyImage(*theImage())) return report(text::kNoMemory);
-  (void)makeMovie(format("square of differences to image %i", currentIndex()),
-                  [&](CZZMovie& mine, const std::string& name) {
-                    return mine.rewrite(name, mine.image(), range.size(), [&](int32_t k, CZZimage& made) {
-                      mine.getImage(range.first + k, made);
-                      made.squaredDifference(current);
-                      return true;
-                    });
-                  });
+  makeMovie(format("square of differences to image %i", currentIndex()),
+            [&](CZZMovie& mine, const std::string& name) {
+              return mine.rewrite(name, mine.image(), range.size(), [&](int32_t k, CZZimage& made) {
+                mine.getImage(range.first + k, made);
+                made.squaredDifference(current);
+                return true;
+              });
+            });
 }
 
 void CVivoCapDoc::deleteImages(const char* question, bool selected) {
@@ -232,12 +232,12 @@ void CVivoCapDoc::deleteImages(const char* question, bool selected) {
   const std::string words = format(question, range.first, range.last);
   if (!process.quietMode && host().messages.show(words, Buttons::YesNo, Icon::Question) != Answer::Yes)
     return;
-  (void)makeMovie(format(selected ? "deleted images %i to %i" : "deleted all images but %i to %i",
-                         range.first, range.last),
-                  [&](CZZMovie& mine, const std::string& name) {
-                    return selected ? mine.deleteFrames(name, range.first, range.last)
-                                    : mine.keepFrames(name, range.first, range.last);
-                  });
+  makeMovie(format(selected ? "deleted images %i to %i" : "deleted all images but %i to %i", range.first,
+                   range.last),
+            [&](CZZMovie& mine, const std::string& name) {
+              return selected ? mine.deleteFrames(name, range.first, range.last)
+                              : mine.keepFrames(name, range.first, range.last);
+            });
 }
 
 void CVivoCapDoc::deleteSelected() { deleteImages(text::kDeleteSelected, true); }
@@ -247,18 +247,18 @@ void CVivoCapDoc::duplicateImage() {
   if (ZBasicDoc* copy = duplicate("")) copy->setTitle(stemOfTitle() + format("-%04i", currentIndex()));
 }
 
-void CVivoCapDoc::averageCommand() { (void)averageSelection(); }
+void CVivoCapDoc::averageCommand() { averageSelection(); }
 
 void CVivoCapDoc::colourPlanes() {
   const CZZMovie::Range range = selection();
-  (void)makeMovie("colour planes to RGB", [&](CZZMovie& mine, const std::string& name) {
+  makeMovie("colour planes to RGB", [&](CZZMovie& mine, const std::string& name) {
     return mine.planesToColour(name, range.first, range.last);
   });
 }
 
 void CVivoCapDoc::toGrey() {
-  (void)makeMovie("convert to grey",
-                  [](CZZMovie& mine, const std::string& name) { return mine.convertToGrey(name); });
+  makeMovie("convert to grey",
+            [](CZZMovie& mine, const std::string& name) { return mine.convertToGrey(name); });
 }
 
 // --- subtract trace

@@ -119,14 +119,14 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
 
 void CVivoCapDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kMoviesFilter, "", ""});
-  if (path && !path->empty()) (void)importMovie(*path, false);
+  if (path && !path->empty()) importMovie(*path, false);
 }
 
 void CVivoCapDoc::importAviCommand() {
   const auto path = host().choosers.openFile({"Import AVI", text::kAviFilter, "", ""});
   if (!path || path->empty()) return;
   logPrintf("importing avi file=%s\n", path->c_str());
-  (void)importMovie(*path, true);
+  importMovie(*path, true);
 }
 
 void CVivoCapDoc::toggleCompression() {

@@ -52,8 +52,8 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
   }
   if (!loadFrom(path)) return false;
   isBound = 1;
-  if (!moviePath.empty()) (void)linkMovie(path);
-  if (!resultsPath.empty() && fileExists(resultsPath)) (void)theApp().openDocumentFile(resultsPath);
+  if (!moviePath.empty()) linkMovie(path);
+  if (!resultsPath.empty() && fileExists(resultsPath)) theApp().openDocumentFile(resultsPath);
   return true;
 }
 
@@ -150,9 +150,9 @@ bool CVivoCapDoc::openRawFrames(const std::string& headerPath) {
   xmlToText(replaced(replaced(*header, '\n', ' '), '\r', ' '), told);
   int32_t width = 640, height = 480, frames = 0;
   double magnification = 0;
-  (void)xmlInt(told, "WIDTH", width);
-  (void)xmlInt(told, "HEIGHT", height);
-  (void)xmlInt(told, "NUMBER_OF_FRAMES", frames);
+  xmlInt(told, "WIDTH", width);
+  xmlInt(told, "HEIGHT", height);
+  xmlInt(told, "NUMBER_OF_FRAMES", frames);
   const std::string raw = withoutExtension(headerPath) + ".raw";
   if (!freshMovie().openRaw(raw, width, height, frames)) {
     report(format("%s\n%s\n%s", text::kCouldNotLoadImage, raw.c_str(), movie->failure().c_str()));

@@ -70,6 +70,13 @@ void CdbDocument::serialize(Archive& archive) {
   isBound = 1;
 }
 
+// The document itself is safe; its row in the database is not there, or is an older one.
+void CdbDocument::noteUnwritten(bool written, const std::string& name) {
+  if (written) return;
+  logPrintf("the result of %s could not be written to the database\n", name.c_str());
+  report("The result of " + name + " could not be written to the database.");
+}
+
 void CdbDocument::bindToSelection() {
   patientId = theExams().subjectId();
   examIdOfDoc = theExams().examId();
@@ -90,15 +97,15 @@ void CdbDocument::storeResult(const std::string& path) {
   if (db->resultOf(examIdOfDoc, name, &failed))
     updateResult(path);
   else if (failed)
-    logPrintf("the result of %s could not be written to the database\n", name.c_str());
+    noteUnwritten(false, name);
   else
-    db->insertResult(examIdOfDoc, name, resultText);
+    noteUnwritten(db->insertResult(examIdOfDoc, name, resultText), name);
 }
 
 void CdbDocument::updateResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
   if (!db || resultText.empty() || examIdOfDoc < 0) return;
-  db->updateResult(examIdOfDoc, fileNameOf(path), resultText);
+  noteUnwritten(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
 }
 
 std::string CdbDocument::defaultPathName() const {

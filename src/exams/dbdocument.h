@@ -36,6 +36,7 @@ class CdbDocument : public CDocument {
 
  private:
   void bindToSelection();
+  void noteUnwritten(bool written, const std::string& name);
 };
 
 // What identifies the person and the machine: key `user` and key `station` of section `Settings` where a

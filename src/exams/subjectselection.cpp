@@ -13,6 +13,13 @@
 
 namespace tarnvisor {
 
+namespace {
+void tellUnlessWritten(bool written) {
+  if (!written)
+    host().messages.show("The subject could not be written to the database.", Buttons::Ok, Icon::Error);
+}
+}  // namespace
+
 SubjectDialog::SubjectDialog() : id(theExams().subjectId()) {
   if (SubjectDatabase* db = theApp().db.get()) {
     dbDescription = db->description();
@@ -54,12 +61,12 @@ void SubjectDialog::readDetails() {
 
 void SubjectDialog::addAsNewId() {
   id = replaced(id, ' ', '_');
-  if (theApp().db && !id.empty()) theApp().db->newSubject(id);
+  if (theApp().db && !id.empty()) tellUnlessWritten(theApp().db->newSubject(id));
   readDetails();
 }
 
 void SubjectDialog::saveDetails() {
-  if (theApp().db) theApp().db->updateSubject(id, name, surname, comment);
+  if (theApp().db) tellUnlessWritten(theApp().db->updateSubject(id, name, surname, comment));
   readDetails();
 }
 
@@ -165,8 +172,8 @@ std::string ExamList::pathOfResult(size_t row) const {
 void ExamList::openResult(size_t row) const {
   const std::string path = pathOfResult(row);
   if (path.empty()) return;
-  (void)theApp().openDocumentFile(path);
-  (void)theApp().runCommand(cmd::WindowTile);
+  theApp().openDocumentFile(path);
+  theApp().runCommand(cmd::WindowTile);
 }
 
 void runProcessResults() {

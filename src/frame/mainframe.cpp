@@ -328,7 +328,7 @@ bool CBasicMainFrame::canOpenVideos() const {
 void CBasicMainFrame::openCytoscan() {
   const auto header = host().choosers.openFile(
       {"Open Cytoscan file", "cytoscan files (*.*)|*.*||", "", settings.getString("hdr", "header", "")});
-  if (header && !header->empty()) (void)process.videoTemplate->importDocument(*header);
+  if (header && !header->empty()) process.videoTemplate->importDocument(*header);
 }
 
 void CBasicMainFrame::viewExams() {
@@ -386,7 +386,7 @@ void CBasicMainFrame::listShortcuts() {
   std::string words = CommandDirectory(app).shortcutList();
   Form form("Keyboard shortcuts");
   form.addLongText("Shortcuts", words, true);
-  (void)host().forms.run(form);
+  host().forms.run(form);
 }
 
 }  // namespace tarnvisor

@@ -95,7 +95,7 @@ class CBasicMainFrame : public CommandTarget {
   bool canViewExams() const { return examFace != nullptr; }
   bool showsExams() const { return examFace && examFace->isOpen(); }
   void processResults() { runProcessResults(); }
-  void closeAll() { (void)app.documents.closeAll(); }
+  void closeAll() { app.documents.closeAll(); }
   void toggleExpertMode();
   bool isExpertMode() const { return app.expertMode != 0; }
   void toggleToolbar();

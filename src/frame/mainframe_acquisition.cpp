@@ -46,7 +46,7 @@ void CBasicMainFrame::showLive() {
   if (app.liveView)
     activate(app, app.liveView);
   else
-    (void)process.liveTemplate->newDocument();
+    process.liveTemplate->newDocument();
 }
 
 void CBasicMainFrame::showFlo1() {
@@ -54,7 +54,7 @@ void CBasicMainFrame::showFlo1() {
   if (!process.flo1Template->documents().empty())
     app.documents.activate(*process.flo1Template->documents().front());
   else
-    (void)process.flo1Template->newDocument();
+    process.flo1Template->newDocument();
 }
 
 void CBasicMainFrame::flo1Monitor() {
@@ -113,7 +113,7 @@ void CBasicMainFrame::recordSequence() {
   showLiveOfChain();
   takeRecordBar(recordBar());
   if (!app.recorder && process.cytoTemplate && process.cytoTemplate->canOpen())
-    (void)process.cytoTemplate->newDocument();
+    process.cytoTemplate->newDocument();
   if (app.recorder) app.recorder->startRecording();
 }
 

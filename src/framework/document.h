@@ -37,11 +37,11 @@ class CDocument : public CommandTarget, public ScriptTarget {
   virtual DocumentType* storedType() const { return documentType; }
 
   // Each returns false after telling the user why, and then leaves no half-made file.
-  virtual bool onNewDocument();
-  virtual bool onOpenDocument(const std::string& path);
-  virtual bool onSaveDocument(const std::string& path);
+  [[nodiscard]] virtual bool onNewDocument();
+  [[nodiscard]] virtual bool onOpenDocument(const std::string& path);
+  [[nodiscard]] virtual bool onSaveDocument(const std::string& path);
   // Fills a new document from a file of another kind, which stays as it is and is never written over.
-  virtual bool onImportFile(const std::string& path);
+  [[nodiscard]] virtual bool onImportFile(const std::string& path);
   // Empties the document, also before a load.
   virtual void deleteContents() {}
   virtual void serialize(Archive& archive) = 0;
@@ -57,7 +57,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // The path that Save As offers.
   virtual std::string defaultPathName() const;
   // Asks whether to save a changed document. False when the user cancels, or a wanted save fails.
-  virtual bool saveModified();
+  [[nodiscard]] virtual bool saveModified();
   // Stays open when a script goes on to the next exam.
   virtual bool collectsOverExams() const { return false; }
   // Called once, before the document is destroyed.
@@ -70,13 +70,13 @@ class CDocument : public CommandTarget, public ScriptTarget {
 
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
-  void saveCommand() { (void)save(); }
-  void saveAsCommand() { (void)saveAs(); }
+  void saveCommand() { save(); }
+  void saveAsCommand() { saveAs(); }
 
  protected:
   // The two halves of opening and saving that a document with more than one file puts its own work around.
-  bool loadFrom(const std::string& path);
-  bool storeTo(const std::string& path);
+  [[nodiscard]] bool loadFrom(const std::string& path);
+  [[nodiscard]] bool storeTo(const std::string& path);
 
  private:
   friend class DocumentType;

@@ -42,20 +42,21 @@ void putHeader(uint8_t* to, const ZzgHeader& header);  // kBytes of them
 int64_t readHeader(std::FILE* file, ZzgHeader& header);
 bool isImageFile(std::FILE* file);
 // A .zzg of one field of a frame (field 1 or 2); a field image, or field 0, is written with all its rows.
-bool writeField(std::FILE* file, const CZZimage& image, int32_t field);
+[[nodiscard]] bool writeField(std::FILE* file, const CZZimage& image, int32_t field);
 
-bool loadZzg(CZZimage& image, const std::string& path, std::string& why);
+[[nodiscard]] bool loadZzg(CZZimage& image, const std::string& path, std::string& why);
 bool loadZzgRegion(CZZimage& image, const std::string& path, const Rect& rect);
-bool saveZzg(CZZimage& image, const std::string& path, const Rect& rect);
+[[nodiscard]] bool saveZzg(CZZimage& image, const std::string& path, const Rect& rect);
 
 // The bytes of a bitmap file from its information header on, as a clipboard gives them. asGrey makes colours
 // grey with weights that don't fall on the bytes that their names suggest: it has always been so.
-bool loadBitmapBytes(CZZimage& image, std::span<const uint8_t> bytes, bool asGrey);
-bool loadBmp(CZZimage& image, const std::string& path, std::string& why);
-bool saveBmp(CZZimage& image, const std::string& path, const Rect& rect);
+[[nodiscard]] bool loadBitmapBytes(CZZimage& image, std::span<const uint8_t> bytes, bool asGrey);
+[[nodiscard]] bool loadBmp(CZZimage& image, const std::string& path, std::string& why);
+[[nodiscard]] bool saveBmp(CZZimage& image, const std::string& path, const Rect& rect);
 
-bool loadTiff(CZZimage& image, const std::string& path, std::string& why);
-bool saveTiff(CZZimage& image, const std::string& path, const Rect& rect);  // the rectangle is ignored
+[[nodiscard]] bool loadTiff(CZZimage& image, const std::string& path, std::string& why);
+[[nodiscard]] bool saveTiff(CZZimage& image, const std::string& path,
+                            const Rect& rect);  // the rectangle is ignored
 
 // Memory that a load may take beyond the size of its file.
 inline constexpr int64_t kLoadAllowance = int64_t{64} << 20;

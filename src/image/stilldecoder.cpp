@@ -65,9 +65,9 @@ Frame firstFrame(AVFormatContext& format) {
   while (packet && frame) {
     if (!draining && av_read_frame(&format, packet.get()) < 0) draining = true;
     if (draining)
-      (void)avcodec_send_packet(codec.get(), nullptr);
+      avcodec_send_packet(codec.get(), nullptr);
     else if (packet->stream_index == stream)
-      (void)avcodec_send_packet(codec.get(), packet.get());
+      avcodec_send_packet(codec.get(), packet.get());
     if (!draining) av_packet_unref(packet.get());
     const int got = avcodec_receive_frame(codec.get(), frame.get());
     if (got == 0) return frame;

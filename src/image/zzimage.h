@@ -40,8 +40,8 @@ class CZZimage {
   // Contents are lost unless height times stride stays the same. False (and logged) when there is no memory:
   // the image is then as it was. Sizes below 0 are refused.
   virtual bool resizedata(int32_t newWidth, int32_t newHeight, int32_t newBytesPerPixel);
-  bool setSize(int32_t newWidth, int32_t frameRows);
-  bool setColourset(int32_t newColourset);
+  [[nodiscard]] bool setSize(int32_t newWidth, int32_t frameRows);
+  [[nodiscard]] bool setColourset(int32_t newColourset);
   void setYOrigin(int32_t y);
   // Never null; empty when the rectangle misses the image. The child borrows this image's pixels.
   std::unique_ptr<CZZchildimage> makeChild(const Rect& rect);
@@ -66,14 +66,14 @@ class CZZimage {
   int32_t checkedPixelAt(int32_t x, int32_t y) const;  // with origin; -1 outside or without pixels
 
   // --- copies (zzimage_copy.cpp)
-  bool copyImage(const CZZimage& src);
+  [[nodiscard]] bool copyImage(const CZZimage& src);
   bool copyPixels(CZZimage& src);  // alters src where a colour source meets a grey target; see the source
   bool copyFromRect(const CZZimage& src, const Rect& rect);
   bool copyROI(const CZZimage& src, const Rect& rect);
   bool copyfromToROI(const CZZimage& src, const Rect& rect);
   bool extractfrom(const CZZimage& src, int32_t field);
-  bool split(CZZimage& first, CZZimage& second) const;
-  bool merge(const CZZimage& first, const CZZimage& second);
+  [[nodiscard]] bool split(CZZimage& first, CZZimage& second) const;
+  [[nodiscard]] bool merge(const CZZimage& first, const CZZimage& second);
   void swapFields();
   void flipVertical();
   void planesToColour();
@@ -86,7 +86,7 @@ class CZZimage {
   void copyWords(const uint16_t* source, int32_t sourceStride, double gain);  // stride in elements
   void copyDoubles(const double* source, int32_t sourceStride, double gain);
   // Colour to grey by the grey weights, Bayer by bayerToGrey; grey stays. False without memory.
-  bool convertToGrey();
+  [[nodiscard]] bool convertToGrey();
 
   // --- point operations on a rectangle, grey (zzimage_point.cpp)
   void statistics(const Rect& rect, double* mean, int32_t* minimum, int32_t* maximum) const;
@@ -160,7 +160,7 @@ class CZZimage {
   // --- scale and match (zzimage_match.cpp)
   // Of each two rows the even columns' mean; odd columns are dropped, which matching is tuned to. Origins and
   // numbers stay this image's own. False for colour, and in place for a child.
-  bool halve(const CZZimage& src);
+  [[nodiscard]] bool halve(const CZZimage& src);
   bool halveInPlace();
   // Sets the origins to the reference's less the shift (dx, dy) at which a centred window matches best: the
   // first of equals in row order from minus to plus the search fraction, by `step`. sampleStep 1 compares
@@ -176,8 +176,8 @@ class CZZimage {
 
   // --- files (imagefile.cpp and one source per format). A rectangle with width or height at most 0 means
   // all.
-  bool load(const std::string& path, const Rect& rect = {}, std::string* why = nullptr);
-  bool save(const std::string& path, const Rect& rect = {});
+  [[nodiscard]] bool load(const std::string& path, const Rect& rect = {}, std::string* why = nullptr);
+  [[nodiscard]] bool save(const std::string& path, const Rect& rect = {});
 
   std::string tag = "00";
   int32_t frameNumber = -1;
@@ -212,7 +212,7 @@ class CZZchildimage : public CZZimage {
   // A stride under 1 means width times bytes per pixel.
   CZZchildimage(int32_t width, int32_t height, uint8_t* firstPixel, int32_t parentStride,
                 int32_t frameNumber = -1, int32_t interlace = 0, int32_t colourset = 0);
-  bool resizedata(int32_t newWidth, int32_t newHeight, int32_t newBytesPerPixel) override;
+  [[nodiscard]] bool resizedata(int32_t newWidth, int32_t newHeight, int32_t newBytesPerPixel) override;
   // Takes the parent's header, stride and pixels, narrowed to the rectangle unless it is empty. A null parent
   // is logged.
   void usedataof(CZZimage* parent, const Rect& rect = {});

@@ -17,7 +17,7 @@ ZDimDoc* sharedList = nullptr;
 
 ZDimDoc::Row rowOf(CDim& dim, int index, Point offset, double sx, double sy) {
   Point first{};
-  (void)dim.GetPoint(0, first);
+  dim.GetPoint(0, first);
   int32_t curves = 0;
   const double tortuosity1 = dim.Tortuosity1(sx, sy, curves);
   return {format("%1i", index + 1),

@@ -44,7 +44,7 @@ std::string cellOf(const std::string& words) {
 int32_t addLine(ZBasicDoc& document, Point from, Point to) {
   const Point origin = document.imageOrigin();
   const int32_t index = document.addDimension(from + origin, kLineType);
-  (void)document.addPointToDimension(index, to + origin);
+  document.addPointToDimension(index, to + origin);
   return index;
 }
 
@@ -145,7 +145,7 @@ bool autocalTest(ZBasicDoc& document, int32_t y) {
       format(",%i,%.2f,%i,%i,%i,%i,%i,%i,%.1f,%.1f,", y, row.mean, row.minimum, row.threshold, last - first,
              static_cast<int32_t>(row.leftEdges.size()), first, last, row.smallestRatio, row.largestRatio) +
       timeCells(document);
-  if (!row.leftEdges.empty()) (void)addLine(document, {first, y}, {last, y});
+  if (!row.leftEdges.empty()) addLine(document, {first, y}, {last, y});
   const bool written = keepRecord(document, "autocal.csv", kAutocalHead, record);
   if (const CommandRow* notes = document.commands()->find(cmd::Notes)) notes->execute(document);
   return written;

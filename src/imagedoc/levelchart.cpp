@@ -40,7 +40,7 @@ std::vector<double> levelCounts(const CZZimage& image, const Rect& rect) {
     image.histogram(rect, counts);
     return counts.values;
   }
-  (void)counts.setSize(256);
+  counts.setSize(256);
   const Rect local = image.clipToImage(rect);
   for (int32_t y = local.top; y < local.bottom; ++y)
     for (int32_t x = local.left; x < local.right; ++x)

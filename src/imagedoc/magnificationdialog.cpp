@@ -34,10 +34,10 @@ void MagnificationDialog::addToList() {
   refresh();
 }
 
-void MagnificationDialog::select(int32_t row) { (void)readMagnification(row, entry); }
+void MagnificationDialog::select(int32_t row) { readMagnification(row, entry); }
 
 void MagnificationDialog::remove(int32_t row) {
-  (void)removeMagnification(row);
+  removeMagnification(row);
   refresh();
 }
 

@@ -91,7 +91,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   const CZZimage* theImage() const { return const_cast<ZBasicDoc*>(this)->theImage(); }
   bool hasImage() const { return theImage() && !theImage()->empty(); }
   // Takes over everything, through the stored form, and a copy of the image.
-  virtual bool copyFrom(ZBasicDoc& other);
+  [[nodiscard]] virtual bool copyFrom(ZBasicDoc& other);
   virtual void setColourset(int32_t value);
   virtual void removeDust();
   // A new document of the image type with a copy of this one; null (and the user told) when there can't be
@@ -116,7 +116,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   std::string roiText() const;
 
   // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
-  virtual bool saveUndoCopy();  // false, and the user told, without memory
+  [[nodiscard]] virtual bool saveUndoCopy();  // false, and the user told, without memory
   std::unique_ptr<CZZchildimage> roiChild();
   enum class StepArea { Roi, Whole };
   // Adds the words, and the ROI where it counts, to the notes; marks all as changed, refreshes.
@@ -129,7 +129,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool trace(Point seed);
   // Finds or recounts without asking or telling; the result text is the document's.
   bool countCapillaries();
-  void analyseAutomatically() override { (void)countCapillaries(); }
+  void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
   std::vector<std::pair<std::string, std::string>> facts() const override;
@@ -241,7 +241,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool usesDustMask() const;
   void saveDustMask();
   void loadDustMaskCommand();
-  bool loadDustMask(const std::string& path);
+  [[nodiscard]] bool loadDustMask(const std::string& path);
   void editDustMask();
   bool editsDustMask() const { return currentlist == kDustList; }
   void removeSingleDustMark();

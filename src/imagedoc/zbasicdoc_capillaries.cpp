@@ -44,7 +44,7 @@ void askNumbers(const char* title, std::span<AskedNumber> numbers) {
     n.value = storedNumber(n.key, n.standard);
     Form form(title);
     form.add(n.label, n.value, {n.low, 1e9, {}});
-    (void)asked(form);
+    [[maybe_unused]] const bool agreed = tarnvisor::asked(form);  // Cancel isn't told from OK
     settings.setString("minima", n.key, format("%i", n.value));
   }
 }
@@ -146,7 +146,7 @@ void ZBasicDoc::processing() {
 void ZBasicDoc::apexFilterCommand() {
   if (roiChild()->empty()) return;
   const ApexParameters parameters = readApexSettings();
-  runStep("filter apex ", StepArea::Roi, [&](CZZimage& area) { (void)apexFilter(area, parameters); });
+  runStep("filter apex ", StepArea::Roi, [&](CZZimage& area) { apexFilter(area, parameters); });
 }
 
 void ZBasicDoc::find8Regions() {
@@ -207,7 +207,7 @@ void ZBasicDoc::walkToMinima() {
   const auto ask = [](const char* label, int32_t& value, int32_t end) {
     Form form("Walk to minima");
     form.add(label, value, {0, end - 1.0, {}});
-    (void)asked(form);
+    [[maybe_unused]] const bool agreed = tarnvisor::asked(form);  // Cancel isn't told from OK
   };
   ask("start at x=", start.x, theImage()->width);
   ask("start at y=", start.y, theImage()->height);

@@ -479,7 +479,7 @@ void ZBasicDoc::trimToRoi() {
 void ZBasicDoc::importDimensionsCommand() {
   const auto path = host().choosers.openFile(
       {"Import Dimensions", "Text files (*.txt)|*.txt|All files (*.*)|*.*||", "", ""});
-  if (path) (void)importDimensions(*path);
+  if (path) importDimensions(*path);
 }
 
 void ZBasicDoc::undo() {
@@ -492,7 +492,7 @@ void ZBasicDoc::undo() {
   updateAllViews();
 }
 
-void ZBasicDoc::duplicateCommand() { (void)duplicate("-copy"); }
+void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
 
 void ZBasicDoc::convertToGrey() {
   const WaitScope wait;
@@ -540,7 +540,7 @@ void ZBasicDoc::displayDarknessDown() { moveDisplayLimits(0, 5); }
 void ZBasicDoc::exportCommand() {
   const std::string extension = settings.getString("settings", "imagetype", ".bmp");
   const auto path = host().choosers.saveFile({"Export", text::kImageFilter, extension, ""});
-  if (path && !path->empty()) (void)saveImage(*path);
+  if (path && !path->empty()) saveImage(*path);
 }
 
 void ZBasicDoc::importCommand() {
@@ -552,13 +552,14 @@ void ZBasicDoc::importCommand() {
   }
   // What the image buffer doesn't load becomes a document of its own.
   if (!loadsAsItStands(*path) && isStillFile(*path)) {
-    (void)theApp().openDocumentFile(*path);
+    theApp().openDocumentFile(*path);
     return;
   }
   CZZimage before;
   if (hasImage() && !before.copyImage(*theImage())) return report("There is not enough memory.");
   if (!loadImage(*path)) return;
-  (void)undoimage->copyImage(before);
+  if (!undoimage->copyImage(before))
+    undoimage = std::make_unique<CZZimage>();  // there is nothing to go back to
   imagedirty = 1;
   setModified();
 }

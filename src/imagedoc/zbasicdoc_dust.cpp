@@ -66,7 +66,7 @@ void ZBasicDoc::useDustMask() {
     return;
   }
   if (imagefile.empty()) return;
-  (void)loadImage(imagePath());
+  loadImage(imagePath());
 }
 
 void ZBasicDoc::saveDustMask() {

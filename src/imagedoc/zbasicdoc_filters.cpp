@@ -55,7 +55,7 @@ void ZBasicDoc::highPass() {
   // With a window of 1 a pixel has no others to be compared with.
   if (!askWindow("High pass filter", "whpf", 51, 2, window)) return;
   runStep(format(text::kHighPass, window, window), StepArea::Roi,
-          [&](CZZimage& child) { (void)windowFilter(child, WindowMode::HighPass, child, {}, window); });
+          [&](CZZimage& child) { windowFilter(child, WindowMode::HighPass, child, {}, window); });
 }
 
 // The low pass writes the high pass's words: notes have always read so.
@@ -63,7 +63,7 @@ void ZBasicDoc::lowPass() {
   int32_t window = 0;
   if (!askWindow("Low pass filter", "wlpf", 5, 1, window)) return;
   runStep(format(text::kHighPass, window, window), StepArea::Roi,
-          [&](CZZimage& child) { (void)windowFilter(child, WindowMode::LowPass, child, {}, window); });
+          [&](CZZimage& child) { windowFilter(child, WindowMode::LowPass, child, {}, window); });
 }
 
 void ZBasicDoc::blur() {
@@ -76,12 +76,11 @@ void ZBasicDoc::blur() {
   if (sigma.find_first_of(".e") == std::string::npos) sigma += ".0";
   settings.setString("blur", "sigma", sigma);
   const float radius = std::strtof(sigma.c_str(), nullptr);
-  runStep("blur sigma " + sigma, StepArea::Roi, [&](CZZimage& child) { (void)gaussianBlur(child, radius); });
+  runStep("blur sigma " + sigma, StepArea::Roi, [&](CZZimage& child) { gaussianBlur(child, radius); });
 }
 
 void ZBasicDoc::laplacian() {
-  runStep("Laplacian", StepArea::Roi,
-          [](CZZimage& child) { (void)filter3x3(child, kLaplacianKernel, 1.0, 0); });
+  runStep("Laplacian", StepArea::Roi, [](CZZimage& child) { filter3x3(child, kLaplacianKernel, 1.0, 0); });
 }
 
 void ZBasicDoc::customFilter() {
@@ -97,33 +96,32 @@ void ZBasicDoc::customFilter() {
   for (size_t i = 0; i < kernel.size(); ++i) settings.setInt(kSection, format("custom%zu", i), kernel[i]);
   settings.setDouble(kSection, "customfactor", factor);
   settings.setInt(kSection, "customoffset", offset);
-  runStep("custom filter", StepArea::Roi,
-          [&](CZZimage& child) { (void)filter3x3(child, kernel, factor, offset); });
+  runStep("custom filter", StepArea::Roi, [&](CZZimage& child) { filter3x3(child, kernel, factor, offset); });
 }
 
 void ZBasicDoc::modifiedLaplacian() {
-  runStep("ML", StepArea::Roi, [](CZZimage& child) { (void)tarnvisor::modifiedLaplacian(child); });
+  runStep("ML", StepArea::Roi, [](CZZimage& child) { tarnvisor::modifiedLaplacian(child); });
 }
 
 void ZBasicDoc::sumModifiedLaplacian() {
   int32_t window = 0;
   if (!askWindow("Sum Modified Lapalacian", "wsml", 5, 1, window)) return;
   runStep(format("SML w=%i\r\n", window), StepArea::Roi,
-          [&](CZZimage& child) { (void)tarnvisor::sumModifiedLaplacian(child, window); });
+          [&](CZZimage& child) { tarnvisor::sumModifiedLaplacian(child, window); });
 }
 
 void ZBasicDoc::luluLower() {
-  runStep("L3", StepArea::Roi, [](CZZimage& child) { (void)lowerLulu(child); });
+  runStep("L3", StepArea::Roi, [](CZZimage& child) { lowerLulu(child); });
 }
 void ZBasicDoc::luluUpper() {
-  runStep("U3", StepArea::Roi, [](CZZimage& child) { (void)upperLulu(child); });
+  runStep("U3", StepArea::Roi, [](CZZimage& child) { upperLulu(child); });
 }
 // Changes no pixel; only the words are added.
 void ZBasicDoc::mlulu() {
   runStep("MLULU", StepArea::Roi, [](CZZimage&) {});
 }
 void ZBasicDoc::min3x3() {
-  runStep("min3x3", StepArea::Roi, [](CZZimage& child) { (void)tarnvisor::min3x3(child); });
+  runStep("min3x3", StepArea::Roi, [](CZZimage& child) { tarnvisor::min3x3(child); });
 }
 
 void ZBasicDoc::adjust() {
@@ -145,7 +143,7 @@ void ZBasicDoc::adjust() {
   };
   const auto apply = [&] {
     takePositions();
-    (void)child->copyPixels(*before);
+    child->copyPixels(*before);
     child->linear({}, gain, offset);
     updateAllViews();
   };
@@ -154,11 +152,11 @@ void ZBasicDoc::adjust() {
       .add("brightness", brightnessPosition, {0, 256, {}})
       .setOnChange(apply);
   if (!asked(form)) {
-    (void)child->copyPixels(*before);
+    child->copyPixels(*before);
     updateAllViews();
     return;
   }
-  (void)child->copyPixels(*before);
+  child->copyPixels(*before);
   takePositions();
   runStep(format(text::kGainAndOffset, gain, offset), StepArea::Roi,
           [&](CZZimage& area) { area.linear({}, gain, offset); });
@@ -203,19 +201,19 @@ void ZBasicDoc::threshold() {
   if (!original->copyImage(*theImage())) return report("There is not enough memory.");
   const auto before = original->makeChild(roi);
   const auto apply = [&] {
-    (void)child->copyPixels(*before);
+    child->copyPixels(*before);
     child->threshold({}, level);
     updateAllViews();
   };
   Form form("Threshold");
   form.add("threshold", level, {0, 255, {}}).setOnChange(apply);
   if (!asked(form)) {
-    (void)child->copyPixels(*before);
+    child->copyPixels(*before);
     updateAllViews();
     return;
   }
   settings.setInt("settings", "simpleimagethreshold", level);
-  (void)child->copyPixels(*before);
+  child->copyPixels(*before);
   runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
   setColourset(colourset);
 }

@@ -17,7 +17,7 @@ bool ZBasicDoc::trace(Point seed) {
   const WaitScope wait;
   const int32_t window = settings.getInt("ProcessingArgs", "tracewin", 100);
   // A percentage above the pixel's own level. The local threshold has taken its place; the key stays.
-  (void)settings.getInt("ProcessingArgs", "tracethreshold", 3);
+  settings.getInt("ProcessingArgs", "tracethreshold", 3);
   if (!saveUndoCopy()) return false;
   if (!traceVessel(*child, seed, window)) {
     report("There is not enough memory.");

@@ -44,7 +44,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   explicit ZBasicView(ZBasicDoc& document);
   ~ZBasicView() override;
   ZBasicDoc& imageDocument() const { return doc; }
-  void loadImageFile(const std::string& path) override { (void)doc.adoptImageFile(path); }
+  void loadImageFile(const std::string& path) override { doc.adoptImageFile(path); }
 
   // --- zbasicview.cpp: the view's life, selection, zoom
   void onUpdate() override;

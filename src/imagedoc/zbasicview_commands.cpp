@@ -227,7 +227,7 @@ void ZBasicView::chooseDustTool() {
 
 void ZBasicView::runOnDocument(int32_t command) {
   CommandTarget* const chain[] = {&doc};
-  (void)routeCommand(chain, command);
+  routeCommand(chain, command);
 }
 
 // --- zoom
@@ -251,7 +251,7 @@ void ZBasicView::deleteSelected() {
   cancelGrip();
   const int32_t index = selected;
   clearSelections();
-  (void)doc.deleteDimension(index);
+  doc.deleteDimension(index);
 }
 
 void ZBasicView::switchList() {
@@ -372,11 +372,11 @@ void ZBasicView::autocalCommand() {
 }
 
 void ZBasicView::printCommand() {
-  (void)host().printer.print(doc.title(), [this](PrintJob& job) { printImage(job, doc); });
+  host().printer.print(doc.title(), [this](PrintJob& job) { printImage(job, doc); });
 }
 
 void ZBasicView::previewCommand() {
-  (void)host().printer.preview(doc.title(), [this](PrintJob& job) { printImage(job, doc); });
+  host().printer.preview(doc.title(), [this](PrintJob& job) { printImage(job, doc); });
 }
 
 }  // namespace tarnvisor

@@ -129,7 +129,7 @@ void ZBasicView::press(const MouseEvent& event) {
 void ZBasicView::pressWithoutTool(const MouseEvent& event) {
   CDimList& dims = doc.currentDims();
   if (event.shift) {
-    (void)dims.toggleSelect(position);
+    dims.toggleSelect(position);
     return selectionChanged();
   }
   selected = dims.hit(position, selected);

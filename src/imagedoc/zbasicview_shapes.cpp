@@ -69,7 +69,7 @@ void ZBasicView::beginShape() {
 }
 
 void ZBasicView::addShapePoint() {
-  (void)doc.addPointToDimension(selected, position);
+  doc.addPointToDimension(selected, position);
   // The document may have pushed the point.
   rubber.from = doc.currentDims().at(selected).points.back();
 }
@@ -97,7 +97,7 @@ void ZBasicView::abandonShape() {
   finishShape();
   if (onlyBegun) {
     clearSelections();
-    (void)doc.deleteDimension(index);
+    doc.deleteDimension(index);
   } else {
     doc.updateAllViews();
   }

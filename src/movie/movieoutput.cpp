@@ -133,7 +133,7 @@ bool MovieOutput::appendCompressed(CZZimage& image) {
 }
 
 void MovieOutput::discard() {
-  if (video) (void)video->close();
+  if (video) video->close();
   video.reset();
   file.reset();
   std::remove(path.c_str());
@@ -145,7 +145,7 @@ std::string MovieOutput::close() {
     video.reset();
   }
   if (file) {
-    (void)file->cutTo(end);  // no part of a frame
+    file->cutTo(end);  // no part of a frame
     try {
       writeTrailer(*file, end, count, 0);
       if (!file->flushToDisc() && trouble.empty()) trouble = std::strerror(errno);

@@ -21,7 +21,7 @@ class MovieOutput {
   ~MovieOutput();
 
   // False once something could not be written: why() tells, and what was written before stays whole.
-  bool append(CZZimage& image);
+  [[nodiscard]] bool append(CZZimage& image);
   // Trailer or index. The name of the file that now holds the frames, or empty when there are none: after a
   // failure the one written beside, if the wanted name was taken.
   std::string close();

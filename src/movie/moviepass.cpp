@@ -108,7 +108,7 @@ bool MoviePass::put(CZZimage& made) {
 void MoviePass::writeShown() {
   if (!movie.isShown || failed()) return;
   if (output) {
-    (void)put(movie.frame);  // a failure ends the pass
+    put(movie.frame);  // a failure ends the pass
     return;
   }
   try {
@@ -157,7 +157,7 @@ bool MoviePass::takeOutput() {
   if (!movie.open(made)) {
     const std::string why = movie.trouble;
     movie.leftOverFile = made;
-    if (!before.empty()) (void)movie.open(before);  // what failed is told
+    if (!before.empty() && !movie.open(before)) logPrintf("%s can't be opened again\n", before.c_str());
     movie.trouble = why;
     return false;
   }
@@ -205,7 +205,7 @@ bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n,
   CZZimage made;
   while (making.next()) {
     if (!make(making.step(), made)) return false;
-    (void)making.put(made);  // a failure ends the pass
+    making.put(made);  // a failure ends the pass
   }
   return making.finish();
 }

@@ -62,7 +62,7 @@ bool CZZMovie::reserveMemory(int32_t n) {
     writeMemoryReport();
     return false;
   }
-  (void)memory.release();
+  memory.release();
   memory.reset(block);
   memorySize = wanted;
   return true;
@@ -117,7 +117,7 @@ CZZimage& CZZMovie::frameAt(int32_t wanted) {
   if (memory)
     showSlot(slotOf(index));
   else
-    (void)readSlot(index, holder);
+    readSlot(index, holder);
   frameInfo(slotOf(index), frame);
   return frame;
 }
@@ -135,7 +135,7 @@ int32_t CZZMovie::getImage(int32_t wanted, CZZimage& target) {
   target.colourset = holder.colourset;
   target.frameNumber = 2 * slotOf(index);
   target.xOrigin = target.yOrigin = 0;
-  (void)readSlot(index, target);
+  readSlot(index, target);
   frameInfo(slotOf(index), target);
   return index;
 }
@@ -171,7 +171,7 @@ void CZZMovie::adoptTable(FrameTable table) {
 
 void CZZMovie::setOrigin(int32_t index, Point origin) {
   if (!isInside(index)) return;
-  (void)recordOf(index);
+  recordOf(index);
   FrameRecord& record = frameTable[static_cast<size_t>(slotOf(index))];
   record.xOrigin = origin.x;
   record.yOrigin = origin.y;
@@ -190,7 +190,7 @@ bool CZZMovie::readSlot(int32_t index, CZZimage& target) {
   const bool read =
       video ? video->readGrey(index, target.pixels, target.stride) : file && readFromFile(slot, target);
   if (video && !read) logPrintf("NULL%i\n", index);
-  (void)recordOf(index);
+  recordOf(index);
   return read;
 }
 

@@ -75,9 +75,9 @@ class CZZMovie {
   // --- zzmovie_open.cpp
   // Any container of a known kind is read; one whose name ends in .avi, or that is no .mve, as video. The
   // words for the user when there are no frames are in failure().
-  bool open(const std::string& name);
+  [[nodiscard]] bool open(const std::string& name);
   // Raw pixels without a header, rows without gaps; frames of 0: as many as there are.
-  bool openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames);
+  [[nodiscard]] bool openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames);
   // How many frames a recording that was cut off left; 0 for a file that was closed.
   int32_t recoveredFrames() const { return recovered; }
   const std::string& failure() const { return trouble; }
@@ -86,17 +86,17 @@ class CZZMovie {
 
   // --- zzmovie_record.cpp. Writes throw ArchiveException: the frames so far stay, and stopRecording keeps
   // them.
-  bool record(int32_t frames, const std::string& name, int32_t x, int32_t y, int32_t width, int32_t height,
-              bool fromCamera);
+  [[nodiscard]] bool record(int32_t frames, const std::string& name, int32_t x, int32_t y, int32_t width,
+                            int32_t height, bool fromCamera);
   int32_t addFrame(const CZZimage& image, int32_t field, bool advance = true);  // count, or -1 when full
   int32_t nextSlot();                                                           // the same
   void stopRecording();
 
   // --- moviepass.cpp: passes that rewrite frames while callers walk them with frameAt; see moviepass.h
-  bool openProcessing(bool inPlace, const std::string& name = "");
+  [[nodiscard]] bool openProcessing(bool inPlace, const std::string& name = "");
   // False when the pass failed on its way: the movie is the one before, failure() tells, and leftOver() is
   // the file with the frames that were written.
-  bool closeProcessing();
+  [[nodiscard]] bool closeProcessing();
   // Ends a pass without its result.
   void abandonProcessing();
   bool processingFailed() const;
@@ -106,19 +106,21 @@ class CZZMovie {
   // A new movie of what `make` puts into its image for k = 0 to n-1; false from it ends the pass. form: the
   // size and kind of the frames. The movie becomes the new one.
   using MakeFrame = std::function<bool(int32_t k, CZZimage& made)>;
-  bool rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make);
-  bool save(const std::string& name, int32_t first = -1, int32_t last = -1);
-  bool saveFrames(const std::string& name, int32_t first, int32_t last);
+  [[nodiscard]] bool rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make);
+  [[nodiscard]] bool save(const std::string& name, int32_t first = -1, int32_t last = -1);
+  [[nodiscard]] bool saveFrames(const std::string& name, int32_t first, int32_t last);
 
   // --- zzmovie_edit.cpp: each makes a new movie file of that name, and leaves the old one
-  bool mergeFields(const std::string& name);
-  bool splitFrames(const std::string& name);
-  bool keepFrames(const std::string& name, int32_t first, int32_t last);    // the others are left out
-  bool deleteFrames(const std::string& name, int32_t first, int32_t last);  // false when none would be left
-  bool convertToGrey(const std::string& name);
-  bool planesToColour(const std::string& name, int32_t first, int32_t last);
+  [[nodiscard]] bool mergeFields(const std::string& name);
+  [[nodiscard]] bool splitFrames(const std::string& name);
+  [[nodiscard]] bool keepFrames(const std::string& name, int32_t first,
+                                int32_t last);  // the others are left out
+  [[nodiscard]] bool deleteFrames(const std::string& name, int32_t first,
+                                  int32_t last);  // false when none would be left
+  [[nodiscard]] bool convertToGrey(const std::string& name);
+  [[nodiscard]] bool planesToColour(const std::string& name, int32_t first, int32_t last);
   // The frames of another movie after this one's, cut or filled up to its size.
-  bool append(CZZMovie& other, const std::string& name);
+  [[nodiscard]] bool append(CZZMovie& other, const std::string& name);
 
   // --- zzmovie_statistics.cpp
   // The smallest canvas that holds the frames: its size and where it begins, in frame rows.
@@ -128,20 +130,21 @@ class CZZMovie {
   };
   Extents frameExtents(int32_t first, int32_t last);
   // The image becomes the canvas, with its origin. False without frames or memory.
-  bool averageInto(CZZimage& image, int32_t first, int32_t last);
-  bool deviationInto(CZZimage& image, int32_t first, int32_t last);
+  [[nodiscard]] bool averageInto(CZZimage& image, int32_t first, int32_t last);
+  [[nodiscard]] bool deviationInto(CZZimage& image, int32_t first, int32_t last);
   using FocusMeasure = std::function<double(const CZZimage&)>;
   // The mean of the sharpest frames: for each cell of half a frame's width and height, the one of the
   // greatest measure above 0 whose origin lies strictly inside. step: of the prompt that asks for it; the
   // size of a cell is fixed all the same.
-  bool bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t step, int32_t first, int32_t last);
+  [[nodiscard]] bool bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t step, int32_t first,
+                                   int32_t last);
 
   // --- zzmovie_avi.cpp
   // Writes the range, every step-th frame, as it lies on one canvas; uncompressed without a compression. The
   // words of what happened come after `report`.
   struct Compression;
-  bool saveAVI(const std::string& name, int32_t rate, int32_t first, int32_t last, int32_t step,
-               const Compression* compression, std::string& report);
+  [[nodiscard]] bool saveAVI(const std::string& name, int32_t rate, int32_t first, int32_t last, int32_t step,
+                             const Compression* compression, std::string& report);
 
   struct Range {
     int32_t first, last;

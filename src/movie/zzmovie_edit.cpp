@@ -12,7 +12,7 @@ namespace {
 void takeForm(CZZimage& form, const CZZimage& like, int32_t interlace, int32_t rows) {
   form.colourset = like.colourset;
   form.interlace = interlace;
-  (void)form.resizedata(like.width, rows, like.bytesPerPixel);
+  form.resizedata(like.width, rows, like.bytesPerPixel);
 }
 
 // Cut or filled up with zeros to the form's size, in the form's colours.
@@ -80,7 +80,7 @@ bool CZZMovie::convertToGrey(const std::string& name) {
   if (holder.colourset == kGrey) return false;
   CZZimage form;
   form.interlace = holder.interlace;
-  (void)form.resizedata(holder.width, holder.height, 1);
+  form.resizedata(holder.width, holder.height, 1);
   return rewrite(name, form, count, [&](int32_t k, CZZimage& made) {
     getImage(k, made);
     return made.convertToGrey();
@@ -93,7 +93,7 @@ bool CZZMovie::planesToColour(const std::string& name, int32_t first, int32_t la
   CZZimage form, planes;
   form.interlace = holder.interlace;
   form.colourset = kColour;
-  (void)form.resizedata(holder.width, holder.height / 3, 3);
+  form.resizedata(holder.width, holder.height / 3, 3);
   return rewrite(name, form, range.size(), [&](int32_t k, CZZimage& made) {
     getImage(range.first + k, planes);
     const Point origin{planes.xOrigin, planes.yOrigin};

@@ -52,7 +52,7 @@ bool CZZMovie::openFile(const std::string& name) {
   if (!readLayout(*file, layout)) return false;
   holder.interlace = layout.form.interlace;
   const int32_t frameRows = layout.form.height * (layout.form.interlace ? 2 : 1);
-  (void)createImages(layout.slots, layout.form.width, frameRows, layout.form.colourset);
+  createImages(layout.slots, layout.form.width, frameRows, layout.form.colourset);
   if (slots != layout.slots || holder.width != layout.form.width || holder.height != layout.form.height) {
     trouble = "There is not enough memory for a frame.";
     return false;

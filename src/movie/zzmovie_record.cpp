@@ -92,7 +92,7 @@ void CZZMovie::takeFrame(const CZZimage& image, int32_t field) {
 
 void CZZMovie::readBack() {
   pixelsInFile = false;
-  if (file) (void)file->read(holder.pixels, static_cast<size_t>(frameBytes), lastWritten);
+  if (file) file->read(holder.pixels, static_cast<size_t>(frameBytes), lastWritten);
 }
 
 // At most one copy, and one write; nothing is allocated.
@@ -113,7 +113,7 @@ void CZZMovie::writeRecorded(const CZZimage& image) {
       file->write(image.pixels, static_cast<size_t>(frameBytes), lastWritten);
     } catch (const ArchiveException&) {
       // Without the part of a frame, so that the disc has room for the end.
-      if (!wrapped) (void)file->cutTo(dataOffset + frameBytes * current);
+      if (!wrapped) file->cutTo(dataOffset + frameBytes * current);
       throw;
     }
   } else if (mode == kRecordingAvi && !output->append(frame) && output->failed()) {
@@ -142,7 +142,7 @@ void CZZMovie::finishRecordedFile() {
   logPrintf("count=%i,oldest=%i\n", count, oldest);
   const int64_t end = dataOffset + frameBytes * count;
   writeTrailer(*file, end, count, oldest);
-  (void)file->cutTo(end + MovieLayout::kTrailerBytes);
+  file->cutTo(end + MovieLayout::kTrailerBytes);
 }
 
 void CZZMovie::stopRecording() {

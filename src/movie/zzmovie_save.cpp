@@ -65,7 +65,7 @@ bool CZZMovie::rewriteInOrder() {
   bool made = mending.openAs(fileName, holder);
   while (made && mending.next()) {
     getImage(mending.step(), each);
-    (void)mending.put(each);
+    mending.put(each);
   }
   made = made && mending.finish();
   shared = 1;

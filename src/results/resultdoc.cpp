@@ -246,11 +246,11 @@ void CResultDoc::printOn(PrintJob& job) const {
 }
 
 void CResultDoc::printCommand() {
-  (void)host().printer.print(title(), [this](PrintJob& job) { printOn(job); });
+  host().printer.print(title(), [this](PrintJob& job) { printOn(job); });
 }
 
 void CResultDoc::previewCommand() {
-  (void)host().printer.preview(title(), [this](PrintJob& job) { printOn(job); });
+  host().printer.preview(title(), [this](PrintJob& job) { printOn(job); });
 }
 
 void CResultDoc::print(PrintContext& context) const {

@@ -23,7 +23,7 @@ class CResultDoc : public CdbDocument {
 
   void addcolumns(std::span<const ColumnRecord> table);
   // False without memory: the document is then as it was. A value that the record lacks counts as 0.
-  bool addrow(const ResultRecord& record);
+  [[nodiscard]] bool addrow(const ResultRecord& record);
 
   // A cell by the place at which it is shown; empty where a damaged file has none.
   const std::string& cell(size_t row, size_t place) const;

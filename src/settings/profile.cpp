@@ -65,7 +65,8 @@ bool selectProfile(const std::string& programPath, bool askForDialog, ProfileFac
   }
   const std::string base = profileFolder + name;
   const std::string def = programFileFolder + name + ".def";
-  if (profilesIn(profileFolder).empty()) (void)copyFile(def, base + ".ini");
+  if (profilesIn(profileFolder).empty())
+    if (const Outcome made = copyFile(def, base + ".ini"); !made) logPrintf("%s\n", made.why().c_str());
   std::string profile = base + ".ini";
   if (askForDialog && face && !profilesIn(profileFolder).empty()) {
     ProfileDialog dialog(profileFolder, name, def);

@@ -15,6 +15,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "settings/log.h"
 
 namespace tarnvisor {
 
@@ -154,7 +155,9 @@ void writeValue(const std::string& file, const std::string& section, const std::
   if (!place.sectionFound) insertion = "[" + section + "]" + end + insertion;
   if (place.start > 0 && text[place.start - 1] != '\n') insertion = end + insertion;
   text.replace(place.start, place.end - place.start, insertion);
-  if (text != before) (void)replaceFile(file, std::string_view(text), AtomicFile::Flush::Later);
+  if (text == before) return;
+  if (const Outcome done = replaceFile(file, std::string_view(text), AtomicFile::Flush::Later); !done)
+    logPrintf("%s\n", done.why().c_str());
 }
 
 }  // namespace

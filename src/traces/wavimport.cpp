@@ -97,9 +97,9 @@ std::string decode(AVFormatContext& format, int stream, AVCodecContext& codec, C
   for (;;) {
     if (!draining && av_read_frame(&format, packet.get()) < 0) draining = true;
     if (draining)
-      (void)avcodec_send_packet(&codec, nullptr);
+      avcodec_send_packet(&codec, nullptr);
     else if (packet->stream_index == stream)
-      (void)avcodec_send_packet(&codec, packet.get());
+      avcodec_send_packet(&codec, packet.get());
     if (!draining) av_packet_unref(packet.get());
     while (avcodec_receive_frame(&codec, frame.get()) == 0)
       if (!append(channels, *frame)) return "Its kind of samples is not known.";

@@ -52,7 +52,7 @@ bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t he
 
 void FrameDecoder::takeSizeOf(int32_t number) {
   takesSize = true;
-  (void)frameOf(number);
+  frameOf(number);
   takesSize = false;
 }
 
@@ -86,7 +86,7 @@ void FrameDecoder::restart(int32_t key) {
 
 void FrameDecoder::feedNext() {
   if (next >= static_cast<int32_t>(index.packets.size())) {
-    (void)avcodec_send_packet(codec.get(), nullptr);
+    avcodec_send_packet(codec.get(), nullptr);
     ended = true;
     return;
   }

@@ -162,7 +162,7 @@ bool FramePixels::scale(const AVFrame& frame, uint8_t* target, int32_t stride) {
     // 601 where the file is silent.
     const int* weights =
         sws_getCoefficients(scalerSpace == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : scalerSpace);
-    (void)sws_setColorspaceDetails(scaler.get(), weights, full, weights, 1, 0, 1 << 16, 1 << 16);
+    sws_setColorspaceDetails(scaler.get(), weights, full, weights, 1, 0, 1 << 16, 1 << 16);
   }
   uint8_t* const planes[] = {target, nullptr, nullptr, nullptr};
   const int strides[] = {stride, 0, 0, 0};

@@ -49,7 +49,7 @@ class DemuxedPackets : public PacketSource {
     for (size_t i = 0; i < index.packets.size(); ++i)
       byPlace.push_back({index.packets[i].place, static_cast<int32_t>(i)});
     std::sort(byPlace.begin(), byPlace.end(), &Place::isBefore);
-    (void)toStart();
+    toStart();
   }
 
   bool read(int32_t number, AVPacket& packet) override {

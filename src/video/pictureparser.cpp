@@ -53,8 +53,8 @@ void PictureParser::look(const AVPacket& packet, PacketRecord& record) {
   parser->pict_type = AV_PICTURE_TYPE_NONE;
   uint8_t* whole = nullptr;
   int bytes = 0;
-  (void)av_parser_parse2(parser.get(), context.get(), &whole, &bytes, unpacked->data, unpacked->size,
-                         AV_NOPTS_VALUE, AV_NOPTS_VALUE, -1);
+  av_parser_parse2(parser.get(), context.get(), &whole, &bytes, unpacked->data, unpacked->size,
+                   AV_NOPTS_VALUE, AV_NOPTS_VALUE, -1);
   av_packet_unref(unpacked.get());
   if (parser->pict_type == AV_PICTURE_TYPE_NONE) return;
   record.key = parser->key_frame == 1 || (parser->key_frame == -1 && parser->pict_type == AV_PICTURE_TYPE_I);

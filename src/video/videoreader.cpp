@@ -207,7 +207,7 @@ void VideoReader::Parts::nameCodec(const StreamFacts& own) {
   if (decoder || !packets) return;
   std::string report;
   const uint32_t codec = own.compression ? own.compression : own.handler;
-  (void)getDecompressor(own.type, codec, report);
+  getDecompressor(own.type, codec, report);
   unknownCodec.assign(fourOf(codec), 4);
 }
 

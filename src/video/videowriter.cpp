@@ -48,7 +48,7 @@ struct OutputFile {
   int64_t end = 0;
   int error = 0;
 
-  ~OutputFile() { (void)close(); }
+  ~OutputFile() { close(); }
   bool close() {
     if (handle >= 0 && ::close(handle) != 0 && error == 0) error = errno;
     handle = -1;
@@ -288,7 +288,7 @@ bool VideoWriter::Parts::fillColour(const uint8_t* rows, int32_t stride) {
                                 form, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
     if (!scaler) return false;
     const int* weights = sws_getCoefficients(SWS_CS_SMPTE170M);
-    (void)sws_setColorspaceDetails(scaler.get(), weights, 1, weights, 1, 0, 1 << 16, 1 << 16);
+    sws_setColorspaceDetails(scaler.get(), weights, 1, weights, 1, 0, 1 << 16, 1 << 16);
   }
   const uint8_t* const planes[] = {rows, nullptr, nullptr, nullptr};
   const int strides[] = {stride, 0, 0, 0};
@@ -321,14 +321,14 @@ bool VideoWriter::Parts::writeWaiting() {
 // The index; or, where the file takes no more, nothing after the last whole frame.
 bool VideoWriter::Parts::finish() {
   if (!muxer) return false;
-  if (codec && !fileFailed && avcodec_send_frame(codec.get(), nullptr) >= 0) (void)writeWaiting();
+  if (codec && !fileFailed && avcodec_send_frame(codec.get(), nullptr) >= 0) writeWaiting();
   if (!fileFailed) {
     const bool ended = av_write_trailer(muxer.get()) >= 0;
     avio_flush(context.get());
-    if (!ended || file.error) (void)failFile();
+    if (!ended || file.error) failFile();
   }
-  if (fileFailed && ::ftruncate(file.handle, wholeEnd) != 0) (void)fail("The file can't be shortened.");
-  if (!file.close()) (void)failFile();
+  if (fileFailed && ::ftruncate(file.handle, wholeEnd) != 0) fail("The file can't be shortened.");
+  if (!file.close()) failFile();
   return !fileFailed;
 }
 
@@ -346,7 +346,7 @@ std::unique_ptr<VideoWriter> VideoWriter::create(const std::string& path, const 
 }
 
 VideoWriter::VideoWriter(std::unique_ptr<Parts> made) : parts(std::move(made)) {}
-VideoWriter::~VideoWriter() { (void)close(); }
+VideoWriter::~VideoWriter() { close(); }
 
 bool VideoWriter::write(const uint8_t* rows, int32_t stride) {
   Parts& p = *parts;
