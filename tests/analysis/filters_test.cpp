@@ -1,6 +1,5 @@
 // Fast filters against their plain twins, bit for bit, on every kind of processor this machine can act as,
 // whole images and views, one thread and several; and the values that the rules fix by hand.
-#include <gtest/gtest.h>
 #include <hwy/targets.h>
 
 #include "analysis/blur.h"

@@ -2,11 +2,7 @@
 // and the whole road on a picture with known capillaries.
 #include "analysis/finder.h"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 
 #include "analysis/darkregions.h"
 #include "plain.h"

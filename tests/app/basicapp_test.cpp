@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -12,11 +11,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ContainsRegex;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 struct PlainDocument : CDocument {
   void serialize(Archive& archive) override {
@@ -44,7 +38,8 @@ const DocumentFace& switchedFace() {
 }
 
 DocumentClass classOf(int32_t id, const char* resource, bool opens = true) {
-  return {id, resource, "D", "V", "F", opens ? &makePlain : nullptr, &makeAutoLoad, nullptr, "", &switchedFace};
+  return {id,      resource, "D",          "V", "F", opens ? &makePlain : nullptr, &makeAutoLoad,
+          nullptr, "",       &switchedFace};
 }
 
 // A table with each gate, and two rows for one ending.

@@ -1,13 +1,10 @@
 #include "archive/archive.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
 using enum Archive::Direction;
 
 Bytes stored(const std::function<void(Archive&)>& work) {

@@ -1,9 +1,9 @@
 #include "base/files.h"
 
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,11 +1,6 @@
 // Whole scripts, as a user writes them.
 #include "batch/runner.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <filesystem>
-
 #include "assembly/assembly.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -16,12 +11,11 @@
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::HasSubstr;
 
 class Runner : public ::testing::Test {
  protected:

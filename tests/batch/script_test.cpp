@@ -1,17 +1,12 @@
 #include "batch/script.h"
 
-#include <gmock/gmock.h>
-
 #include "base/files.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::StartsWith;
 using Words = std::vector<std::string>;
 
 TEST(Script, LinesAreSplitAtBlanksOutsideQuotes) {

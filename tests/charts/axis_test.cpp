@@ -1,22 +1,12 @@
 // The scales that axes find, and what they paint.
 #include "charts/axis.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
 #include "settings/log.h"
 #include "support/recordingcanvas.h"
 #include "support/tempfolder.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::Contains;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr double kTiny = std::numeric_limits<double>::denorm_min();

@@ -1,7 +1,4 @@
 // What the commands of a chart ask, do and leave alone.
-#include <gmock/gmock.h>
-
-#include <cmath>
 
 #include "charts/livechartdoc.h"
 #include "charts/xychart.h"
@@ -12,10 +9,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 class ChartCommands : public ChartTest {
  protected:

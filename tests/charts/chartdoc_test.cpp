@@ -1,5 +1,4 @@
 // What a chart's document does with its traces, and how the drawing prepares them.
-#include <random>
 
 #include "base/text.h"
 #include "charts/screentrace.h"
@@ -8,9 +7,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using testing::AnyOf;
-using testing::ElementsAre;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 

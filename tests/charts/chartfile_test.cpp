@@ -1,5 +1,4 @@
 // Charts as files, byte by byte.
-#include <filesystem>
 
 #include "base/files.h"
 #include "charts/livechartdoc.h"
@@ -9,10 +8,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 class ChartFiles : public ChartTest {
  protected:

@@ -1,5 +1,4 @@
 // The window of a chart: time, selection, scales, status and markers.
-#include <cmath>
 
 #include "base/clock.h"
 #include "base/text.h"
@@ -10,10 +9,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 class ChartWindow : public ChartTest {
  protected:

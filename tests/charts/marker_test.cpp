@@ -1,8 +1,4 @@
 // Markers: stored form, list, placement on a chart, drawing and the editor.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 
 #include "charts/markereditor.h"
 #include "charts/markerplacement.h"
@@ -15,10 +11,6 @@ void PrintTo(const Rect& r, std::ostream* out) {
 }
 
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using Bytes = std::vector<uint8_t>;
 
 std::unique_ptr<CMarker> at(double time, const std::string& label = "") {
   auto marker = std::make_unique<CMarker>();

@@ -1,22 +1,15 @@
 #include "db/subjectdatabase.h"
 
-#include <gmock/gmock.h>
-
 #include <latch>
-#include <thread>
 
 #include "base/files.h"
 #include "base/text.h"
 #include "settings/log.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 constexpr int32_t kProgram[4] = {4, 60, 0, 0};
 const char* const kTime = "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}";

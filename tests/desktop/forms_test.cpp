@@ -1,5 +1,4 @@
 // Forms as dialogs.
-#include <gtest/gtest.h>
 
 #include <QCheckBox>
 #include <QComboBox>

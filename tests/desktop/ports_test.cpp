@@ -1,5 +1,4 @@
 // The ports to the desktop, the message loop among Qt's events, the command line.
-#include <gtest/gtest.h>
 
 #include <QApplication>
 #include <QClipboard>
@@ -12,7 +11,6 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
-#include <cstring>
 
 #include "base/files.h"
 #include "desktop/opening.h"

@@ -2,7 +2,6 @@
 // examination, a still, its capillaries found and corrected, results, paper, files, and all of it again from
 // the list of exams.
 #include <QTreeWidget>
-#include <cstdlib>
 
 #include "desktop/walktest.h"
 #include "results/resultdoc.h"

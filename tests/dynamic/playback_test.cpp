@@ -1,5 +1,4 @@
 // The video view: moving along the sequence, status texts, and playback by a clock that the test holds.
-#include <gmock/gmock.h>
 
 #include "base/clock.h"
 #include "support/recordingcanvas.h"

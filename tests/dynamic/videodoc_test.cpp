@@ -1,5 +1,4 @@
 // The video document: its selection, processing of the selection, new movies and new images of it.
-#include <gmock/gmock.h>
 
 #include "charts/chartdoc.h"
 #include "dynamic/commandids.h"
@@ -7,9 +6,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 using VideoDocument = VideoTest;
 

@@ -1,19 +1,11 @@
 #include "exams/dbdocument.h"
 
-#include <gmock/gmock.h>
-
-#include <filesystem>
-
 #include "archive/archive.h"
 #include "exams/subjectselection.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 struct ImageDocument : CdbDocument, AutomaticAnalysis {
   void analyseAutomatically() override { ++analysed; }

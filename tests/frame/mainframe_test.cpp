@@ -1,8 +1,6 @@
 // The main frame's commands: bars, placement, the acquisition chain, recording.
 #include "frame/mainframe.h"
 
-#include <gmock/gmock.h>
-
 #include "app/recentfiles.h"
 #include "assembly/assembly.h"
 #include "frame/commandids.h"
@@ -10,10 +8,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 struct PlainDocument : CDocument {
   void serialize(Archive&) override {}

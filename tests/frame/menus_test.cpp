@@ -1,12 +1,6 @@
 // Menus, tool bars and texts held against the command tables of all documents that can be opened.
 #include "frame/menus.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <map>
-#include <set>
-
 #include "assembly/assembly.h"
 #include "frame/commandwords.h"
 #include "frame/mainframe.h"
@@ -16,9 +10,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ContainsRegex;
-using ::testing::HasSubstr;
 
 using Ids = std::set<int32_t>;
 

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
@@ -12,9 +11,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 struct Text : CDocument {
   void serialize(Archive& archive) override {

@@ -1,7 +1,5 @@
 #include "host/host.h"
 
-#include <gmock/gmock.h>
-
 #include "support/testhost.h"
 
 namespace tarnvisor {

@@ -1,7 +1,4 @@
 // Shape, copies, colour and match of the image buffer.
-#include <gtest/gtest.h>
-
-#include <numeric>
 
 #include "base/files.h"
 #include "image/kernels.h"

@@ -1,5 +1,4 @@
 // Still-image files: round trips, bytes worked out by hand, and files that lie.
-#include <gtest/gtest.h>
 #include <tiffio.h>
 
 #include "base/bytes.h"
@@ -13,8 +12,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 class ImageFiles : public testing::Test {
  protected:

@@ -1,8 +1,5 @@
 // Point operations, measures and sums over frames, on values worked out by hand; fast loops against plain
 // ones.
-#include <gtest/gtest.h>
-
-#include <functional>
 
 #include "base/numbers.h"
 #include "image/accumulate.h"

@@ -1,5 +1,4 @@
 // Operations on masks.
-#include <gtest/gtest.h>
 
 #include "image/testimages.h"
 #include "image/zzimage.h"

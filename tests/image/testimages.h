@@ -1,13 +1,8 @@
 // Building and reading small images in tests.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "image/zzimage.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 

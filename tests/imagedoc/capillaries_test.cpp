@@ -1,5 +1,4 @@
 // Finding capillaries as a user does, on the simulated finger, whose number of capillaries is known.
-#include <gmock/gmock.h>
 
 #include "imagedoc/processing.h"
 #include "measure/tortuosity.h"
@@ -9,10 +8,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
 
 class Capillaries : public ImageDocTest {
  protected:

@@ -1,7 +1,4 @@
 // The commands of the image document: what they change, and the words they leave in the notes.
-#include <gmock/gmock.h>
-
-#include <cmath>
 
 #include "base/clock.h"
 #include "image/palette.h"
@@ -13,10 +10,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
 
 TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocument) {
   struct Case {

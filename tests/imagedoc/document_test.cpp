@@ -1,5 +1,4 @@
 // The document's life: stored versions, opening, saving, copies.
-#include <gmock/gmock.h>
 #include <sys/mount.h>
 
 #include "assembly/assembly.h"
@@ -11,9 +10,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
 
 // Bytes put together by hand, as a file of an old version holds them.
 struct Bytes {

@@ -1,5 +1,4 @@
 // The printed page, on a job that writes down its pages.
-#include <gmock/gmock.h>
 
 #include "base/clock.h"
 #include "imagedoc/imageprint.h"
@@ -8,10 +7,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 class RecordingJob final : public PrintJob {
  public:

@@ -1,5 +1,4 @@
 // What each tool makes of the mouse.
-#include <gmock/gmock.h>
 
 #include "charts/livechartdoc.h"
 #include "imagedoc/levelchart.h"

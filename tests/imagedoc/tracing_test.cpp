@@ -1,5 +1,4 @@
 // Tracing as the tool's click asks for it.
-#include <cstring>
 
 #include "support/imagedoctest.h"
 

@@ -1,18 +1,11 @@
 // Voronoi regions, Krogh circles and neighbours of the marks: with output of qvoronoi made by hand, and with
 // the program itself where it is installed.
-#include <gmock/gmock.h>
-
-#include <filesystem>
 
 #include "results/resultdoc.h"
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 constexpr const char* kCommand = "Calculate Voronoi regions";
 

@@ -1,8 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numbers>
-
 #include "measure/dimcircle.h"
 #include "measure/dimline.h"
 #include "measure/dimlist.h"

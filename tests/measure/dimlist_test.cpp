@@ -1,22 +1,14 @@
 #include "measure/dimlist.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <numbers>
-
 #include "base/files.h"
 #include "measure/dimline.h"
 #include "support/recordingcanvas.h"
 #include "support/tempfolder.h"
 
 namespace tarnvisor {
-
 namespace {
 
-using Bytes = std::vector<uint8_t>;
 using Points = std::vector<Point>;
-using testing::HasSubstr;
 
 // A list of lines, one for each row of points.
 void fill(CDimList& list, const std::vector<Points>& rows) {

@@ -1,15 +1,12 @@
 #include "measure/tortuosity.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "base/files.h"
 #include "measure/dimcircle.h"
 #include "measure/dimline.h"
 #include "measure/dimlist.h"
 #include "settings/log.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

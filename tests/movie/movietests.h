@@ -1,10 +1,6 @@
 // Movies of numbered frames, and a source that plays them in a camera's place.
 #pragma once
 
-#include <array>
-#include <functional>
-#include <numeric>
-
 #include "base/bytes.h"
 #include "image/imagefile.h"
 #include "movie/moviefile.h"

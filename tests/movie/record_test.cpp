@@ -3,12 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <csignal>
-#include <cstdio>
-#include <random>
-#include <thread>
-
 #include "archive/archive.h"
 #include "movietests.h"
 

@@ -1,6 +1,6 @@
 #include "movie/tagreader.h"
 
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,7 +1,3 @@
-#include <gmock/gmock.h>
-
-#include <cmath>
-
 #include "archive/archive.h"
 #include "assembly/assembly.h"
 #include "base/clock.h"
@@ -11,10 +7,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
 
 class Results : public AppTest {
  protected:

@@ -1,21 +1,16 @@
 #include "settings/profile.h"
 
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <functional>
-
 #include "base/files.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::UnorderedElementsAre;
 
 class Profile : public ::testing::Test {
  protected:

@@ -1,11 +1,9 @@
 // A canvas that writes down each call as one line of text.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "base/text.h"
 #include "host/canvas.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 

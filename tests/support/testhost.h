@@ -2,16 +2,8 @@
 // Messages that only tell something are gathered.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <deque>
-#include <functional>
-#include <map>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "host/host.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 

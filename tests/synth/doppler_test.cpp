@@ -1,10 +1,7 @@
 #include "synth/doppler.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "support/hash.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

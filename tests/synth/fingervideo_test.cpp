@@ -1,15 +1,10 @@
 #include "synth/fingervideo.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <limits>
-
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "base/text.h"
 #include "support/hash.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

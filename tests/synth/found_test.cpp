@@ -1,9 +1,7 @@
 // The capillary finder, with its default parameters, against the truth of simulated nailfolds.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 
 #include "analysis/finder.h"
+#include "support/testing.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {

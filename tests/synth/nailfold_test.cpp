@@ -1,11 +1,8 @@
 #include "synth/nailfold.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "base/parallel.h"
 #include "support/hash.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,10 +1,4 @@
 // Traces out as text and binary, and in from text, binary and WAV.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <sstream>
 
 #include "base/bytes.h"
 #include "settings/settings.h"
@@ -15,9 +9,6 @@
 namespace tarnvisor {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using Bytes = std::vector<uint8_t>;
 using Values = std::vector<double>;
 
 std::unique_ptr<CTrace> traced(int32_t code, const Values& values, double period, const std::string& name) {

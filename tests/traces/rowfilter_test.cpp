@@ -1,6 +1,4 @@
 // Commands on rows, and traces made from rows or from whole traces.
-#include <cmath>
-#include <numbers>
 
 #include "settings/settings.h"
 #include "support/tempfolder.h"
@@ -11,11 +9,7 @@
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::Each;
-using testing::ElementsAre;
 
 TEST(RowFilters, CutToTheAverageOfRowOrBlock) {
   auto rows = rowsOf({{1, 2, 9}, {4, 4, 4}, {0, 3, 3}}, kByteRowsCode);
@@ -273,5 +267,4 @@ TEST(ComplexSpectra, LeadFromAScanToVelocity) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

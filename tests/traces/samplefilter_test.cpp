@@ -1,6 +1,4 @@
 // Filters of plain samples: the artifact check, smoothing, impulse responses, the pulse, maxima.
-#include <cmath>
-#include <fstream>
 
 #include "settings/log.h"
 #include "support/tempfolder.h"
@@ -11,11 +9,7 @@
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 // Passes each sample; what the check leaves of it, with a minus before it where the result is false.
 Doubles checked(const ArtifactSettings* settings, double previous, const Doubles& samples) {
@@ -337,5 +331,4 @@ TEST(Maxima, AreFoundByFewLooksAndOnStairsToo) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

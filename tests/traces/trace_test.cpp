@@ -1,13 +1,7 @@
-#include <cmath>
-#include <limits>
-
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
 
 TEST(Traces, StepRoundTheRingOrStopAtItsEnds) {
   const struct {
@@ -241,5 +235,4 @@ TEST(BinaryExport, BeginsWithAHeaderOf128Bytes) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

@@ -1,13 +1,7 @@
-#include <cmath>
-#include <limits>
-
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
 
 // One trace of three 16-bit samples, every field with a value of its own.
 FileBytes presentTrace() {
@@ -288,5 +282,4 @@ TEST(TraceLists, RefuseADamagedFileAndKeepWhatCameBefore) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

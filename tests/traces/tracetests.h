@@ -1,15 +1,6 @@
 // What the tests of traces build and compare with.
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <sstream>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "archive/archive.h"
 #include "support/testhost.h"
 #include "traces/trace.h"

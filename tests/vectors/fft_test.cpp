@@ -1,7 +1,6 @@
 #include "vectors/fft.h"
 
 #include <complex>
-#include <numbers>
 
 #include "vectors/fftwindow.h"
 #include "vecttest.h"

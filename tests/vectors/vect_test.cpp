@@ -1,7 +1,3 @@
-#include <cmath>
-#include <limits>
-#include <numeric>
-
 #include "archive/archive.h"
 #include "vecttest.h"
 
@@ -9,7 +5,6 @@ namespace tarnvisor {
 namespace {
 
 using namespace vecttest;
-using Bytes = std::vector<uint8_t>;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 

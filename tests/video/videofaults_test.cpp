@@ -3,9 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <cstring>
-
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "settings/log.h"
