@@ -2,6 +2,7 @@
 
 #include "charts/markereditor.h"
 #include "charts/markerplacement.h"
+#include "support/archivetest.h"
 #include "support/recordingcanvas.h"
 
 namespace tarnvisor {
@@ -33,11 +34,7 @@ std::vector<double> timesOf(const CMarkerList& list) {
 
 Bytes stored(const std::function<void(Archive&)>& write) {
   registerMarkers();
-  MemoryStream stream;
-  Archive archive(stream, Archive::Direction::Storing);
-  write(archive);
-  archive.close();
-  return stream.bytes();
+  return storedBy(write);
 }
 
 struct LinkLog final : MarkerLink {
@@ -233,7 +230,8 @@ TEST_F(Editor, GivesItsFieldsToTheMarker) {
     const auto marker = at(1.0, "ab");
     editor.open(*marker);
     const Form form = editor.form();
-    EXPECT_EQ(form.title() + form.okLabel(), "Edit MarkerUpdate");
+    EXPECT_EQ(form.title(), "Edit Marker");
+    EXPECT_EQ(form.okLabel(), "Update");
     for (const auto& [label, value] : c.fields) ASSERT_EQ(form.find(label)->take(value), "");
     editor.update();
     EXPECT_EQ(marker->boxwidth, c.width);

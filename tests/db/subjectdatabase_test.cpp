@@ -4,7 +4,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
-#include "settings/log.h"
+#include "support/logcapture.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"
 
@@ -22,18 +22,10 @@ const std::string kTables =
 
 class Subjects : public ::testing::Test {
  protected:
-  Subjects() {
-    setLogFile(folder.file("log"));
-    setLogging(true);
-  }
-  ~Subjects() override {
-    setLogging(false);
-    setLogFile("zz.log");
-  }
   std::string path() const { return folder.file("tarn.db"); }
   void open(const std::string& dataFolder = "/data/") {
     db.reset();
-    std::filesystem::remove(folder.file("log"));
+    capture.emplace();
     problem.clear();
     db = SubjectDatabase::open(path(), dataFolder, kProgram, problem);
   }
@@ -46,7 +38,7 @@ class Subjects : public ::testing::Test {
   }
   // The log behind its first line.
   std::string log() const {
-    const std::string text = readWholeText(folder.file("log")).value_or("");
+    const std::string text = capture->text();
     const std::string opening = "opening db=" + path() + " folder=";
     EXPECT_EQ(text.substr(0, opening.size()), opening);
     return text.substr(text.find('\n') + 1);
@@ -54,6 +46,7 @@ class Subjects : public ::testing::Test {
 
   TempFolder folder;
   std::string problem;
+  std::optional<LogCapture> capture;
   std::unique_ptr<SubjectDatabase> db;
 };
 

@@ -203,19 +203,6 @@ TEST_F(VideoDocument, OpensTheCurrentImageAlone) {
   EXPECT_TRUE(image()->imagefile.empty());
 }
 
-TEST_F(VideoDocument, AppendsMovies) {
-  useWorkFolder();
-  CVivoCapDoc& doc = openMovie("a.mve", 2);
-  host.paths = {writeMovie("b.mve", 3)};
-  run("Import");
-  EXPECT_THAT(levels(), ElementsAre(10, 11, 10, 11, 12));
-  EXPECT_THAT(doc.notes, HasSubstr("imported"));
-  host.paths = {folder.file("none.mve")};
-  run("Import");
-  EXPECT_THAT(host.messages.back(), HasSubstr("none.mve"));
-  EXPECT_EQ(doc.imageCount(), 5);
-}
-
 TEST_F(VideoDocument, EditsSelectionPropertiesAndFolders) {
   CVivoCapDoc& doc = openMovie("a.mve", 9);
   host.fill({{"first", "2"}, {"last", "7"}, {"step", "2"}});

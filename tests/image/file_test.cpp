@@ -4,11 +4,11 @@
 #include "base/bytes.h"
 #include "base/clock.h"
 #include "base/files.h"
-#include "host/host.h"
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "image/testimages.h"
 #include "image/texts.h"
+#include "support/testhost.h"
 
 namespace tarnvisor {
 namespace {
@@ -20,7 +20,7 @@ class ImageFiles : public testing::Test {
     EXPECT_TRUE(replaceFile(folder.file(name), bytes));
     return folder.file(name);
   }
-  TemporaryFolder folder;
+  TempFolder folder;
 };
 
 void append(Bytes& bytes, std::initializer_list<int64_t> words) {
@@ -271,14 +271,6 @@ TEST_F(ImageFiles, ClipboardGreyWeighsTheBytesOutOfOrder) {
   EXPECT_EQ(pixelsOf(image), (std::vector<int>{69}));
 }
 
-struct TestHost : Messages {
-  Answer show(const std::string& text, Buttons, Icon) override {
-    shown.push_back(text);
-    return Answer::Ok;
-  }
-  std::vector<std::string> shown;
-};
-
 // A picture through the library itself: width 2, height 2.
 void writeForeign(const std::string& path, int bits, int samples, int planar,
                   const std::vector<Bytes>& lines) {
@@ -320,14 +312,10 @@ TEST_F(ImageFiles, TiffOfOtherKindsReadsNothing) {
   writeForeign(path, 8, 2, PLANARCONFIG_CONTIG, {{1, 2, 3, 4}, {5, 6, 7, 8}});
   EXPECT_TRUE(image.load(path));
   EXPECT_EQ(image.countValue(5), 4);
-  TestHost messages;
-  Host old = host();
-  Host scripted{messages,       old.choosers, old.forms,     old.clipboard, old.windows,
-                old.waitCursor, old.printer,  old.processes, old.pictures};
-  const HostScope scope(scripted);
+  const TestHost user;
   writeForeign(path, 16, 1, PLANARCONFIG_CONTIG, {{1, 2, 3, 4}, {5, 6, 7, 8}});
   EXPECT_FALSE(image.load(path));
-  EXPECT_EQ(messages.shown, std::vector<std::string>{texts::kNotGreylevel});
+  EXPECT_EQ(user.messages, std::vector<std::string>{texts::kNotGreylevel});
 }
 
 TEST_F(ImageFiles, AColourTiffIsTheFirstThirdOfEachRowAsGrey) {

@@ -349,7 +349,7 @@ TEST(Palettes, AdjustedGreySpreadsTheLevelsInUse) {
 }
 
 TEST(Palettes, WeightsComeFromTheProfile) {
-  const TemporaryFolder folder;
+  const TempFolder folder;
   settings.setPath(folder.file("zz.ini"));
   resetPaletteSettings();
   greyWeights.green = 0.25;

@@ -7,7 +7,7 @@
 
 namespace tarnvisor {
 
-class RecordingCanvas final : public Canvas {
+class RecordingCanvas : public Canvas {
  public:
   std::vector<std::string> calls;
   std::vector<uint32_t> lastPixels;  // of the block drawn last

@@ -1,6 +1,6 @@
 // Filters of plain samples: the artifact check, smoothing, impulse responses, the pulse, maxima.
 
-#include "settings/log.h"
+#include "support/logcapture.h"
 #include "support/tempfolder.h"
 #include "traces/firfilter.h"
 #include "traces/maxima.h"
@@ -229,7 +229,8 @@ TEST(PulseIndices, HoldPeaksForwardAndTroughsBackward) {
   EXPECT_THAT(samplesOf(*made.diastolic), ElementsAre(20, 20, 20, 20, 30, 30, 30, 30, 0));
   EXPECT_EQ(made.mean, nullptr);
   EXPECT_THAT(samplesOf(*made.index), ElementsAre(0, 750, 750, 750, 625, 666, 666, 666, 1000));
-  EXPECT_EQ(made.systolic->name + made.diastolic->name, "systolic peakdiastolic min");
+  EXPECT_EQ(made.systolic->name, "systolic peak");
+  EXPECT_EQ(made.diastolic->name, "diastolic min");
   EXPECT_EQ(std::make_tuple(made.systolic->colour, made.diastolic->colour, made.systolic->typecode()),
             std::make_tuple(0xFF00FFu, 0xFF0000u, kUint16Code));
   EXPECT_EQ(made.index->name, "Resistance Index");
@@ -294,22 +295,14 @@ TEST(PulseIndices, SmoothPulsatilityTwiceByRemovingThePulse) {
 }
 
 TEST(Maxima, StandBetweenMinimaAndInTheLog) {
-  const TempFolder folder;
-  const std::string before = logFile();
-  setLogFile(folder.file("log"));
-  setLogging(true);
+  const LogCapture log;
   auto trace = traceOf({3, 1, 2, 9, 4, 0, 0, 5, 5, 1, 7});
   trace->ygain = 0.5;
   trace->origin = 1;
   const std::vector<Maximum> maxima = goldenSearchMaxima(*trace, {1, 0});
-  setLogging(false);
-  setLogFile(before);
   ASSERT_EQ(maxima.size(), 2u);  // neither end is one
   EXPECT_EQ(std::make_tuple(maxima[0].index, maxima[0].value, maxima[1].index), std::make_tuple(3u, 4.5, 7u));
-  std::ifstream log(folder.file("log"));
-  std::string line;
-  std::getline(log, line);
-  EXPECT_EQ(line, "x=3 val=4.500000 n=" + std::to_string(maxima[0].evaluations));
+  EXPECT_THAT(log.text(), StartsWith("x=3 val=4.500000 n=" + std::to_string(maxima[0].evaluations) + "\n"));
   EXPECT_TRUE(goldenSearchMaxima(*trace, {3, 5}).empty());
   EXPECT_TRUE(goldenSearchMaxima(*traceOf(Doubles(50, 4.0)), {}).empty());
   EXPECT_TRUE(goldenSearchMaxima(CTrace(), {}).empty());

@@ -1,7 +1,7 @@
 // What the tests of traces build and compare with.
 #pragma once
 
-#include "archive/archive.h"
+#include "support/archivetest.h"
 #include "support/testhost.h"
 #include "traces/trace.h"
 
@@ -61,20 +61,9 @@ struct FileBytes {
   }
 };
 
-inline std::vector<uint8_t> storedBytes(ArchiveObject& object) {
-  MemoryStream memory;
-  Archive archive(memory, Archive::Direction::Storing);
-  object.serialize(archive);
-  archive.close();
-  return memory.bytes();
-}
-
 inline void loadFrom(ArchiveObject& object, const FileBytes& file) {
   registerTraces();
-  MemoryStream memory(file.bytes);
-  Archive archive(memory, Archive::Direction::Loading);
-  object.serialize(archive);
-  EXPECT_EQ(archive.remaining(), 0u) << "bytes were left over";
+  EXPECT_EQ(loadBytes(object, file.bytes), 0u) << "bytes were left over";
 }
 
 }  // namespace tarnvisor
