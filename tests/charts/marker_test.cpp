@@ -209,6 +209,7 @@ TEST(MarkersAreDrawn, WithTheLabelCutToTheBoxOnScreensOnly) {
 }
 
 struct Editor : ::testing::Test {
+  Editor() { editor.onUpdated = nullptr; }  // of a chart that is gone
   ~Editor() override {
     editor.onChange = nullptr;
     editor.onUpdated = nullptr;
