@@ -194,23 +194,6 @@ Picture spots(const std::vector<Point>& centres, int32_t width, int32_t height, 
   });
 }
 
-TEST(Findcaps, FindsTheSpotsOfAnUnevenlyLitImageAtFullImagePositions) {
-  const std::vector<Point> centres = {{90, 80}, {210, 85}, {330, 90}, {100, 220}, {215, 230}, {340, 225}};
-  CZZimage image;
-  plain::load(image, spots(centres, 430, 310, 11));
-  image.xOrigin = 1000;
-  FoundCapillaries found = findcaps(image, Rect{1020, 10, 1420, 300}, {}, {});
-  EXPECT_EQ(found.width, 400);
-  EXPECT_EQ(found.height, 290);
-  for (const Point& c : centres) {
-    const auto near = std::count_if(
-        found.regions.begin(), found.regions.end(),
-        [&](const CapillaryRegion& r) { return std::hypot(r.cx - 1000 - c.x, r.cy - c.y) < 3; });
-    EXPECT_EQ(near, 1) << c.x << ", " << c.y;
-  }
-  EXPECT_EQ(image.row(2)[2] == 0 || image.row(2)[2] == 255, false) << "outside the rectangle nothing changes";
-}
-
 TEST(Findcaps, RunsTheChainTwiceAndStretchesBetween) {
   CZZimage whole, steps;
   const Picture p = spots({{60, 60}, {140, 70}}, 200, 140, 11);

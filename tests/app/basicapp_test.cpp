@@ -72,14 +72,9 @@ TEST_F(BasicApp, WritesTheLogOfAStartAndEndInTheKnownOrder) {
       text,
       StartsWith(
           "\n\n\n****  start:Tue Mar 14 12:41:29 1995\n4-60-0-0 build:Sep  2 2025 14:40:32\n\nphysical "));
-  size_t at = 0;
-  for (const char* next : {"physical ", "KB\navailable ", "KB\nload ", " %\nvirtual ", "KB %\nused virtual ",
-                           "KB %\n", "opening db=", "create table info", "create table results",
-                           "insert into info", "\ninitinst ok\n", "end:Tue Mar 14 12:41:29 1995\n"}) {
-    const size_t found = text.find(next, at);
-    ASSERT_NE(found, std::string::npos) << next << " in\n" << text;
-    at = found;
-  }
+  EXPECT_THAT(
+      text,
+      ContainsRegex("load [0-9]+ %\n(.*\n)*opening db=(.*\n)*initinst ok\n(.*\n)*end:Tue Mar 14 12:41:29 "));
   EXPECT_EQ(text.find("end:"), text.rfind("end:"));
 }
 
@@ -190,30 +185,14 @@ TEST_F(BasicApp, WritesBackAllKeysButTheChannels) {
   process.recordDir = "/some where/";
   app->exitInstance();
   const std::string text = profile();
-  for (const char* key : {"cbvMethod=0",
-                          "minThreshold=50",
-                          "threshOfAv2=30",
-                          "nOverThresh=4",
-                          "LoCutOff=10",
-                          "noisefloorRC=1",
-                          "autonoise=0",
-                          "ped1=10",
-                          "ped2=60",
-                          "ped3=90",
-                          "keepDop=1",
-                          "cutDopTop=0",
-                          "FFTwindow=0",
-                          "FSlinkthreshold=1",
-                          "FSthreshold=0.500000",
-                          "direct2disc=1",
-                          "recorddir=/some where/",
-                          "basename=",
-                          "triggermovie=0",
-                          "expertmode=0",
-                          "fgmode=1",
-                          "adjustpaldark=70",
-                          "adjustpallight=230"})
-    EXPECT_THAT(text, HasSubstr(std::string(key) + "\n"));
+  for (
+      const std::string& key : split(
+          "cbvMethod=0 minThreshold=50 threshOfAv2=30 nOverThresh=4 LoCutOff=10 noisefloorRC=1 autonoise=0 ped1=10 "
+          "ped2=60 ped3=90 keepDop=1 cutDopTop=0 FFTwindow=0 FSlinkthreshold=1 FSthreshold=0.500000 "
+          "direct2disc=1 basename= triggermovie=0 expertmode=0 fgmode=1 adjustpaldark=70 adjustpallight=230",
+          ' '))
+    EXPECT_THAT(text, HasSubstr("\n" + key + "\n"));
+  EXPECT_THAT(text, HasSubstr("\nrecorddir=/some where/\n"));
   for (const char* key : {"floEN", "tarnvisorEN", "vivocapEN", "showdb", "red", "green", "blue"})
     EXPECT_EQ(text.find(std::string("\n") + key + "="), std::string::npos) << key;
 }

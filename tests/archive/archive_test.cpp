@@ -1,7 +1,6 @@
 #include "archive/archive.h"
 
 #include "support/archivetest.h"
-#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -2,7 +2,6 @@
 #include "batch/runner.h"
 
 #include "assembly/assembly.h"
-#include "base/files.h"
 #include "base/text.h"
 #include "batch/demonstration.h"
 #include "charts/chartview.h"

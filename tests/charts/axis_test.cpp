@@ -3,7 +3,6 @@
 
 #include "support/logcapture.h"
 #include "support/recordingcanvas.h"
-#include "support/tempfolder.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,6 +1,5 @@
 // Charts as files, byte by byte.
 
-#include "base/files.h"
 #include "charts/livechartdoc.h"
 #include "charts/xychart.h"
 #include "support/charttest.h"

@@ -1,7 +1,6 @@
 // The window of a chart: time, selection, scales, status and markers.
 
 #include "base/clock.h"
-#include "base/text.h"
 #include "charts/markereditor.h"
 #include "results/resultdoc.h"
 #include "support/charttest.h"

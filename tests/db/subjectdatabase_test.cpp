@@ -2,11 +2,8 @@
 
 #include <latch>
 
-#include "base/files.h"
 #include "base/text.h"
 #include "support/logcapture.h"
-#include "support/tempfolder.h"
-#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
@@ -143,7 +140,7 @@ TEST_F(Subjects, AreMadeThenFilledIn) {
   EXPECT_FALSE(db->newSubject("O'Neill; drop")) << "ids are unique";
   EXPECT_TRUE(db->updateSubject("O'Neill; drop", "\xe9", "B'", "c\r\nd"));
   const auto row = db->readSubject("O'Neill; drop");
-  EXPECT_EQ(row->name + "|" + row->surname + "|" + row->comments, "\xe9|B'|c\r\nd");
+  EXPECT_EQ(std::tie(row->name, row->surname, row->comments), std::make_tuple("\xe9", "B'", "c\r\nd"));
   EXPECT_TRUE(db->updateSubject("nobody", "n", "s", "c"));
   EXPECT_FALSE(db->readSubject("nobody")) << "an update makes no row";
 }
@@ -174,7 +171,8 @@ TEST_F(Subjects, HaveExams) {
   const auto rows = db->examsOf("a");
   ASSERT_EQ(rows.size(), 2u);
   const ExamRow& e = rows[0];
-  EXPECT_EQ(e.patient + "|" + e.site + "|" + e.comment + "|" + e.folder, "a|left ring|cold|a-left_ring");
+  EXPECT_EQ(std::tie(e.patient, e.site, e.comment, e.folder),
+            std::make_tuple("a", "left ring", "cold", "a-left_ring"));
   EXPECT_THAT(e.created, MatchesRegex(kTime));
   EXPECT_EQ(rows[1].id, 3);
   EXPECT_EQ(db->exam("a", 3)->folder, "a-right");

@@ -53,10 +53,12 @@ TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   beginExamination();
   const auto subject = app->db->readSubject("WALK_7");
   ASSERT_TRUE(subject);
-  EXPECT_EQ(subject->name + subject->surname + subject->comments, "AdaWalkerright handed");
+  EXPECT_EQ(std::tie(subject->name, subject->surname, subject->comments),
+            std::make_tuple("Ada", "Walker", "right handed"));
   const auto exam = app->db->exam("WALK_7", app->examId);
   ASSERT_TRUE(exam);
-  EXPECT_EQ(exam->site + exam->comment, "left ringat rest");
+  EXPECT_EQ(exam->site, "left ring");
+  EXPECT_EQ(exam->comment, "at rest");
   const std::string examFolder = app->dataFolder + exam->folder;
   ASSERT_TRUE(folderExists(examFolder));
 

@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include "archive/archive.h"
-#include "base/files.h"
 #include "framework/commandids.h"
 #include "framework/documenttype.h"
 #include "framework/messageloop.h"

@@ -1,11 +1,9 @@
 // Shape, copies, colour and match of the image buffer.
 
-#include "base/files.h"
 #include "image/kernels.h"
 #include "image/palette.h"
 #include "image/samplepattern.h"
 #include "image/testimages.h"
-#include "image/zzimage.h"
 #include "support/logcapture.h"
 
 namespace tarnvisor {

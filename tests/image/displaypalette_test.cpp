@@ -1,7 +1,6 @@
 // The charts' palette, against values worked out by hand.
 #include "image/displaypalette.h"
 
-#include "base/files.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"

@@ -3,7 +3,6 @@
 
 #include "base/bytes.h"
 #include "base/clock.h"
-#include "base/files.h"
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "image/testimages.h"
@@ -337,7 +336,8 @@ TEST_F(ImageFiles, TiffTellsItsMakerAndCountsMonthsFromZero) {
   TIFFGetField(tiff, TIFFTAG_SOFTWARE, &software);
   TIFFGetField(tiff, TIFFTAG_DATETIME, &date);
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
-  EXPECT_EQ(std::string(make) + "|" + software, "ZZ Instruments|Tarnvisor");
+  EXPECT_STREQ(make, "ZZ Instruments");
+  EXPECT_STREQ(software, "Tarnvisor");
   EXPECT_EQ(std::string(date).substr(0, 8), "2025:00:");
   EXPECT_EQ(width, 4u);
   TIFFClose(tiff);

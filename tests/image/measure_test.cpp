@@ -6,7 +6,6 @@
 #include "image/kernels.h"
 #include "image/palette.h"
 #include "image/testimages.h"
-#include "image/zzimage.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {

@@ -1,7 +1,6 @@
 // Operations on masks.
 
 #include "image/testimages.h"
-#include "image/zzimage.h"
 
 namespace tarnvisor {
 namespace {

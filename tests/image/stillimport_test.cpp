@@ -2,7 +2,6 @@
 
 #include <tiffio.h>
 
-#include "base/files.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"
 

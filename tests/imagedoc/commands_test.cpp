@@ -285,31 +285,6 @@ TEST_F(ImageDocTest, MagnificationTableCountsLiveEntriesOnly) {
             "   3.250    4.500 d                         Tuesday, March 14, 1995, 12:41:29");
 }
 
-TEST_F(ImageDocTest, TheMagnificationDialogServesDocumentTableAndDefault) {
-  const FixedClock clock(1000);
-  ZBasicDoc& d = makeImage(8, 8);
-  host.fill({{"x scale", "2"}, {"y scale", "3"}, {"name", "x20"}, {"action", "Add to list"}});
-  run("Magnification");
-  EXPECT_EQ(d.scale().y, 3.0) << "OK calibrates";
-  EXPECT_EQ(d.magname, "x20");
-  EXPECT_EQ(magnificationCount(), 1) << "added by its button, not by OK";
-  EXPECT_EQ(makeImage(8, 8).magname, "default") << "nor does OK change the default";
-  MagnificationDialog dialog(d);
-  EXPECT_EQ(dialog.unitText(), "um/pixel");
-  EXPECT_THAT(
-      dialog.rows(),
-      ElementsAre("   2.000    3.000 x20                       Thursday, January 01, 1970, 00:16:40"));
-  dialog.setAsDefault(0);
-  EXPECT_EQ(dialog.defaultLine(), dialog.rows()[0]);
-  EXPECT_EQ(makeImage(8, 8).magname, "x20");
-  dialog.entry = {};
-  dialog.select(0);
-  EXPECT_EQ(dialog.entry.magx, 2.0);
-  dialog.remove(0);
-  EXPECT_TRUE(dialog.rows().empty());
-  EXPECT_EQ(magnificationCount(), 0);
-}
-
 TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
   const FixedClock clock(1000);
   struct Case {

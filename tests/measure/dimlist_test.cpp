@@ -1,6 +1,5 @@
 #include "measure/dimlist.h"
 
-#include "base/files.h"
 #include "measure/dimline.h"
 #include "support/archivetest.h"
 #include "support/recordingcanvas.h"

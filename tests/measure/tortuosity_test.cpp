@@ -1,12 +1,9 @@
 #include "measure/tortuosity.h"
 
-#include "base/files.h"
 #include "measure/dimcircle.h"
 #include "measure/dimline.h"
 #include "measure/dimlist.h"
 #include "support/logcapture.h"
-#include "support/tempfolder.h"
-#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,6 +1,5 @@
 #include "settings/log.h"
 
-#include "base/files.h"
 #include "settings/profile.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"

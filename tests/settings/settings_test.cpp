@@ -3,7 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "base/files.h"
 #include "base/text.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"

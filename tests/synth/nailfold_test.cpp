@@ -106,23 +106,8 @@ TEST(Nailfold, TakesAnyParameters) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const double wild : {nan, -1e300, 0.0, 1e300})
     for (const int32_t count : {-5, 2000000000}) {
-      const Made made({.width = 150,
-                       .height = 101,
-                       .rows = count,
-                       .capillariesPerRow = count,
-                       .densityPerMm2 = wild,
-                       .loopWidth = wild,
-                       .loopLength = wild,
-                       .vesselWidth = wild,
-                       .contrast = wild,
-                       .texture = wild,
-                       .plexus = wild,
-                       .brightness = wild,
-                       .illuminationGradient = wild,
-                       .vignette = wild,
-                       .blurRadius = wild,
-                       .noiseSigma = wild,
-                       .dustSpecks = count});
+      const Made made({150, 101, 0, false, count, count, wild, wild, wild, wild, wild, wild, wild, wild, wild,
+                       wild, wild, wild, count});
       ASSERT_TRUE(made.image);
       EXPECT_LT(made.truth.capillaries.size(), 100u);
       EXPECT_EQ(made.truth.dust.size(), count < 0 ? 0u : 4096u);

@@ -3,7 +3,6 @@
 #include "base/bytes.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
-#include "support/testhost.h"
 #include "traces/traceimport.h"
 #include "traces/tracetests.h"
 

@@ -1,7 +1,6 @@
 // Filters of plain samples: the artifact check, smoothing, impulse responses, the pulse, maxima.
 
 #include "support/logcapture.h"
-#include "support/tempfolder.h"
 #include "traces/firfilter.h"
 #include "traces/maxima.h"
 #include "traces/pulsatility.h"
