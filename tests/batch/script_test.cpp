@@ -37,7 +37,7 @@ TEST(Script, LinesAreSplitAtBlanksOutsideQuotes) {
 
 TEST(Script, EveryStepIsTakenInItsRightForms) {
   const auto lines = split(
-      "subject anna;exam left;exam left cold;open x.tv1;set a b c;roi 1,2,-3,4;roi none;roi circle;list 3;"
+      "subject anna;exam left;exam left cold;open x.tv1;set a b c;roi 1,2,-3,4;roi none;roi circle;list 0;list 8;"
       "dim point 1,2;dim line 1,2 3,4;dim polyline 1,2 3,4 5,6;dim freehand 1,2 3,4;dim circle 1,2 3,4;"
       "dim polygon 1,2 3,4 5,6;dim rect 1,2 3,4;command \"Find Loops\" \"a=1\";import x.bmp;select 1.5 -2e3;"
       "frame 12;trace out;save;save x.tv1;export x.csv;results x.csv;print notes;snapshot x.png;close",

@@ -175,20 +175,6 @@ TEST_F(Selection, OffersAPathInTheExamsFolderFromTheTitle) {
   EXPECT_EQ(document.defaultPathName(), "a_b.tv1") << "the exam is of another subject";
 }
 
-TEST_F(Selection, AsksBeforeTheEndingItAddsMakesItTheNameOfAnotherFile) {
-  const std::string other = folder.file("a.txt.tv1");
-  ASSERT_TRUE(replaceFile(other, std::string_view("other")));
-  CDocument* d = process.imageTemplate->newDocument();
-  for (const Answer answer : {Answer::No, Answer::Yes}) {
-    host.paths.push_back(folder.file("a.txt"));
-    host.answers.push_back(answer);
-    EXPECT_EQ(d->saveAs(), answer == Answer::Yes);
-    EXPECT_EQ(readWholeText(other) == "other", answer == Answer::No);
-  }
-  host.paths.push_back(other);  // the chooser asked
-  EXPECT_TRUE(d->saveAs());
-}
-
 TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
   selectNewExam("anna", "e1");
   CDocument* d = process.imageTemplate->newDocument();
