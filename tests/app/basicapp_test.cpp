@@ -90,19 +90,9 @@ TEST_F(BasicApp, RegistersTypesBehindTheirGatesInOrder) {
                         {"[Settings]\ntarnvisorEN=0\n", false, {}},
                         {"[Settings]\ntarnvisorEN=0\nfloEN=1\n", false, {3}},
                         {"[Settings]\nfloEN=1\n", true, {1, 2, 3, 4, 6}}};
-  struct Device : VelocityInput {
-    void setAddress(int32_t a) override { address = a; }
-    void initialise(int32_t) override {}
-    bool isReady() const override { return true; }
-    int32_t availableSamples() override { return 0; }
-    int32_t read(std::span<int16_t>) override { return 0; }
-    void stop() override { stopped = true; }
-    int32_t address = 0;
-    bool stopped = false;
-  };
   for (const Case& c : cases) {
     writeProfile(c.profile);
-    Device device;
+    QuietInput device;
     app = std::make_unique<CBasicApp>();
     if (c.velocityReady) app->velocityInput = &device;
     ASSERT_TRUE(app->initInstance(options));
@@ -286,21 +276,17 @@ TEST_F(BasicApp, TheIdlePassDrivesTheCamera) {
 }
 
 TEST_F(BasicApp, TheIdlePassReadsTheVelocityInput) {
-  struct Input : VelocityInput, VelocitySink {
-    void setAddress(int32_t) override {}
-    void initialise(int32_t n) override { channels = n; }
-    bool isReady() const override { return true; }
+  struct Input : QuietInput, VelocitySink {
     int32_t availableSamples() override { return waiting; }
     int32_t read(std::span<int16_t> buffer) override {
       reads.push_back(static_cast<int32_t>(buffer.size()));
       return static_cast<int32_t>(buffer.size());
     }
-    void stop() override {}
     bool isRecording() const override { return recording; }
     void takeSamples(std::span<const int16_t> samples) override {
       taken += static_cast<int32_t>(samples.size());
     }
-    int32_t channels = 0, waiting = 0, taken = 0;
+    int32_t waiting = 0, taken = 0;
     bool recording = false;
     std::vector<int32_t> reads;
   } input;

@@ -366,35 +366,24 @@ TEST_F(ChartWindow, EditsMarkersInTheOneEditor) {
 
 // --- paper, pictures, results
 
-class Job final : public PrintJob {
- public:
-  Size pageSize() const override { return {2000, 3000}; }
-  double pixelsPerInch() const override { return 254; }
-  Canvas& canvas() override { return page; }
-  bool nextPage() override { return false; }
-  RecordingCanvas page;
-};
-
 TEST_F(ChartWindow, PrintsTheTimeTheTitleAndWhatTheWindowShows) {
   const FixedClock clock(795184889);
   addRamp("shown");
   doc->setTitle("Chart of S-17");
   CMarker& marker = addMarker(2, "here");
   view().screenTrace(*doc->firsttrace()).scaleAbout(0, 0.5);
-  Job job;
-  job.page.printer = true;
+  RecordingJob job({2000, 3000});
+  job.pages[0].printer = true;
   host.printJob = &job;
   for (const int32_t id : {cmd::FilePrint, cmd::FilePrintPreview}) {
-    job.page.calls.clear();
+    job.pages[0].calls.clear();
     run(id);
-    std::vector<std::string> texts;
-    for (const std::string& call : job.page.calls)
-      if (call.starts_with("text")) texts.push_back(call);
+    const auto texts = job.texts(0);
     ASSERT_GT(texts.size(), 4u);
-    EXPECT_EQ(texts[0], "text 0,0 0 \"printed:Tuesday, March 14, 1995, 12:41:29\"");
-    EXPECT_EQ(texts[1], "text 0,16 0 \"Chart of S-17\"");
-    EXPECT_THAT(texts, testing::Contains(HasSubstr("\"shown\"")));
-    EXPECT_THAT(texts, testing::Contains(HasSubstr("\"here\"")));
+    EXPECT_EQ(texts[0], "printed:Tuesday, March 14, 1995, 12:41:29");
+    EXPECT_EQ(texts[1], "Chart of S-17");
+    EXPECT_THAT(texts, Contains("shown"));
+    EXPECT_THAT(texts, Contains("here"));
     EXPECT_EQ(host.calls.back(), "print Chart of S-17");
   }
   drag(62, 126, 15);  // markers are still where the window drew them

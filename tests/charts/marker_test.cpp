@@ -124,20 +124,6 @@ TEST(MarkerLists, MergeMovesOnlyWhatTheyDoNotHave) {
   EXPECT_EQ(list.size(), 0u);
 }
 
-TEST(Markers, DifferInEachFieldOfTheirOwn) {
-  const std::function<void(CMarker&)> changes[] = {
-      [](CMarker& m) { m.time = 4; },   [](CMarker& m) { m.boxwidth = 9; },
-      [](CMarker& m) { m.pole = 9; },   [](CMarker& m) { m.boxheight = 9; },
-      [](CMarker& m) { m.id = 9; },     [](CMarker& m) { m.text = "x"; },
-      [](CMarker& m) { m.label = "x"; }};
-  for (const auto& change : changes) {
-    CMarker a, b;
-    EXPECT_TRUE(a == b);
-    change(b);
-    EXPECT_FALSE(a == b);
-  }
-}
-
 TEST(ImageMarkers, AskTheMainWindowToSaveWhenMadeAndToLoadWhenOpened) {
   LinkLog link;
   CImageMarker marker("run/7.bmp");

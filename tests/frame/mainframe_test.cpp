@@ -43,15 +43,6 @@ struct RecorderView : CView, RecorderSink {
   bool recording = false;
 };
 
-struct Device : VelocityInput {
-  void setAddress(int32_t) override {}
-  void initialise(int32_t) override {}
-  bool isReady() const override { return true; }
-  int32_t availableSamples() override { return 0; }
-  int32_t read(std::span<int16_t>) override { return 0; }
-  void stop() override {}
-};
-
 std::unique_ptr<CDocument> makePlain() { return std::make_unique<PlainDocument>(); }
 template <class View>
 std::unique_ptr<CView> make(CDocument& document) {
@@ -90,7 +81,7 @@ class Frame : public AppTest {
   CommandResult run(int32_t id) { return app->runCommand(id); }
   LiveView& live() { return static_cast<LiveView&>(*app->liveView); }
 
-  Device device;
+  QuietInput device;
   std::vector<DocumentRow> table;
   std::unique_ptr<CBasicMainFrame> frame;
 };
