@@ -124,6 +124,19 @@ TEST(MarkerLists, MergeMovesOnlyWhatTheyDoNotHave) {
   EXPECT_EQ(list.size(), 0u);
 }
 
+TEST(Markers, DifferInEachFieldOfTheirOwn) {
+  void (*const changes[])(CMarker&) = {[](CMarker& m) { m.time = 4; },   [](CMarker& m) { m.boxwidth = 9; },
+                                       [](CMarker& m) { m.pole = 9; },   [](CMarker& m) { m.boxheight = 9; },
+                                       [](CMarker& m) { m.id = 9; },     [](CMarker& m) { m.text = "x"; },
+                                       [](CMarker& m) { m.label = "x"; }};
+  for (const auto& change : changes) {
+    CMarker changed;
+    change(changed);
+    EXPECT_FALSE(changed == CMarker());
+  }
+  EXPECT_TRUE(CMarker() == CMarker());
+}
+
 TEST(ImageMarkers, AskTheMainWindowToSaveWhenMadeAndToLoadWhenOpened) {
   LinkLog link;
   CImageMarker marker("run/7.bmp");
