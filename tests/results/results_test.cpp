@@ -155,6 +155,18 @@ TEST_F(Results, AnOldFileHasNoSubjectAndADamagedOneIsRefused) {
   ASSERT_TRUE(replaceFile(folder.file("absurd.rst"), std::string_view(absurd)));
   EXPECT_EQ(app->openDocumentFile(folder.file("absurd.rst")), nullptr);
   EXPECT_THAT(host.messages.back(), HasSubstr("the file ends too early"));
+  std::string many(
+      "\0\0"
+      "\x02\0\0\0"
+      "\x05\0"
+      "\x01\0"
+      "\xff\xff"
+      "\0\0\x20\0",
+      16);  // two million empty cells
+  many.append(size_t{0x200000}, '\0');
+  ASSERT_TRUE(replaceFile(folder.file("many.rst"), std::string_view(many)));
+  EXPECT_EQ(app->openDocumentFile(folder.file("many.rst")), nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("more memory than it can need"));
 }
 
 TEST_F(Results, AColumnOfAnyNumberIsWrittenAndAPlaceWithoutOneShowsTheLast) {
