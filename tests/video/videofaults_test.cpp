@@ -386,5 +386,26 @@ TEST_F(VideoFaults, LowerQualityMakesSmallerFilesAndTheBestLosesNoLevel) {
   }
 }
 
+// Recordings that don't come with the sources.
+TEST_F(VideoFaults, RecordedSequencesAreReadAsTheyAreDecodedInOrder) {
+  const char* named = std::getenv("TARNVISOR_TEST_DATA");
+  const std::string data = withSeparator(named ? named : TEST_DATA_FOLDER);
+  if (!fileExists(data + "flow-sequence/flow-425x110-120fps-ffv1.avi") || !hasFfmpeg()) GTEST_SKIP() << data;
+  for (const auto& [name, count] : {std::pair{"flow-sequence/flow-425x110-120fps-ffv1.avi", 240},
+                                    {"nailfold-still/jitter-640x480-30fps.avi", 120}}) {
+    const auto reader = openVideo(data + name);
+    ASSERT_EQ(reader->frames(), count);
+    ASSERT_TRUE(ffmpeg("-i " + data + name + " -vsync 0 -f rawvideo -pix_fmt bgr24 " + folder.file("raw")));
+    const Bytes all = bytesOf(folder.file("raw"));
+    const auto size = static_cast<ptrdiff_t>(reader->width()) * reader->height() * 3;
+    ASSERT_EQ(static_cast<ptrdiff_t>(all.size()), size * count);
+    Bytes frame(static_cast<size_t>(size));
+    for (const int32_t i : {119, 0, 60, 59, 58, 101}) {
+      ASSERT_TRUE(reader->readColour(i, frame.data(), reader->width() * 3));
+      EXPECT_TRUE(std::equal(frame.begin(), frame.end(), all.begin() + size * i)) << name << i;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace tarnvisor
