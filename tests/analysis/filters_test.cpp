@@ -1,6 +1,5 @@
 // Fast filters against their plain twins, bit for bit, on every kind of processor this machine can act as,
 // whole images and views, one thread and several; and the values that the rules fix by hand.
-#include <gtest/gtest.h>
 #include <hwy/targets.h>
 
 #include "analysis/blur.h"
@@ -110,19 +109,6 @@ TEST_F(Filters, WindowFilterWorksInsideItsRectangleAndIntoAnotherImage) {
   EXPECT_EQ(plain::unload(source), p);
 }
 
-TEST_F(Filters, SixActsAsSevenAndAFlatImageGoesToTheMidpoint) {
-  const Picture p = plain::noise(50, 50, 1);
-  EXPECT_EQ(plain::window(p, true, 6), plain::window(p, true, 7));
-  expect(
-      p, plain::window(p, true, 7), [](CZZimage& i) { windowFilter(i, WindowMode::HighPass, i, Rect{}, 6); },
-      "6");
-  expect(
-      plain::flat(20, 20, 77), plain::flat(20, 20, 128),
-      [](CZZimage& i) { windowFilter(i, WindowMode::HighPass, i, Rect{}, 9); }, "flat");
-  expect(
-      p, p, [](CZZimage& i) { windowFilter(i, WindowMode::HighPass, i, Rect{}, 1); }, "window 1");
-}
-
 TEST_F(Filters, WindowSumsPastThirtyTwoBitsStayRight) {
   CZZimage image;
   plain::load(image, plain::flat(2990, 2980, 255));
@@ -154,12 +140,6 @@ TEST_F(Filters, Kernel3x3EqualsItsPlainTwin) {
           p, plain::kernel3x3(p, c.k, c.f, c.o),
           [&](CZZimage& i) { filter3x3(i, std::span<const int32_t, 9>(c.k.data(), 9), c.f, c.o); }, "3x3");
     }
-}
-
-TEST_F(Filters, AFlatImageThroughTheLaplacianIsBlack) {
-  expect(
-      plain::flat(9, 9, 200), plain::flat(9, 9, 0),
-      [](CZZimage& i) { filter3x3(i, kLaplacianKernel, 1.0, 0); }, "flat");
 }
 
 TEST_F(Filters, KernelNxNEqualsItsPlainTwinInAllNineZones) {
@@ -266,15 +246,6 @@ TEST_F(Filters, PiecesOfALargeImageJoinWithoutSeams) {
   }
   setParallelThreads(0);
   EXPECT_TRUE(plain::unload(one) == plain::unload(three));
-}
-
-TEST_F(Filters, LuluRemovesASinglePeakAndKeepsACorner) {
-  Picture p = plain::flat(5, 5, 10);
-  p.at(2, 2) = p.at(0, 0) = 90;
-  Picture wanted = plain::flat(5, 5, 10);
-  wanted.at(0, 0) = 90;  // its own 1 x 1 square
-  expect(
-      p, wanted, [](CZZimage& i) { lowerLulu(i); }, "L3");
 }
 
 TEST_F(Filters, ColourAndEmptyImagesAreLeftAlone) {

@@ -1,8 +1,6 @@
 // The small finders, on pictures small enough to follow by hand.
 #include "analysis/minima.h"
 
-#include <gtest/gtest.h>
-
 #include "plain.h"
 
 namespace tarnvisor {

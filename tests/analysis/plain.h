@@ -2,18 +2,10 @@
 // pictures to run both on. The fast ones must give the same bytes.
 #pragma once
 
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <cstdlib>
-#include <functional>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "analysis/finder.h"
 #include "base/numbers.h"
 #include "image/zzimage.h"
+#include "support/testing.h"
 
 namespace tarnvisor::plain {
 

@@ -1,10 +1,7 @@
 #include "analysis/trace.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-
 #include "analysis/finder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,12 +1,10 @@
 #include "analysis/voronoi.h"
 
-#include <gmock/gmock.h>
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Edge = std::array<int32_t, 2>;
 
 // A square of four facets about site 4, two sites at one place, lines that end in blanks.

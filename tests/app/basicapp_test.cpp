@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -12,11 +11,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ContainsRegex;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 struct PlainDocument : CDocument {
   void serialize(Archive& archive) override {
@@ -78,14 +72,9 @@ TEST_F(BasicApp, WritesTheLogOfAStartAndEndInTheKnownOrder) {
       text,
       StartsWith(
           "\n\n\n****  start:Tue Mar 14 12:41:29 1995\n4-60-0-0 build:Sep  2 2025 14:40:32\n\nphysical "));
-  size_t at = 0;
-  for (const char* next : {"physical ", "KB\navailable ", "KB\nload ", " %\nvirtual ", "KB %\nused virtual ",
-                           "KB %\n", "opening db=", "create table info", "create table results",
-                           "insert into info", "\ninitinst ok\n", "end:Tue Mar 14 12:41:29 1995\n"}) {
-    const size_t found = text.find(next, at);
-    ASSERT_NE(found, std::string::npos) << next << " in\n" << text;
-    at = found;
-  }
+  EXPECT_THAT(
+      text,
+      ContainsRegex("load [0-9]+ %\n(.*\n)*opening db=(.*\n)*initinst ok\n(.*\n)*end:Tue Mar 14 12:41:29 "));
   EXPECT_EQ(text.find("end:"), text.rfind("end:"));
 }
 
@@ -101,19 +90,9 @@ TEST_F(BasicApp, RegistersTypesBehindTheirGatesInOrder) {
                         {"[Settings]\ntarnvisorEN=0\n", false, {}},
                         {"[Settings]\ntarnvisorEN=0\nfloEN=1\n", false, {3}},
                         {"[Settings]\nfloEN=1\n", true, {1, 2, 3, 4, 6}}};
-  struct Device : VelocityInput {
-    void setAddress(int32_t a) override { address = a; }
-    void initialise(int32_t) override {}
-    bool isReady() const override { return true; }
-    int32_t availableSamples() override { return 0; }
-    int32_t read(std::span<int16_t>) override { return 0; }
-    void stop() override { stopped = true; }
-    int32_t address = 0;
-    bool stopped = false;
-  };
   for (const Case& c : cases) {
     writeProfile(c.profile);
-    Device device;
+    QuietInput device;
     makeApp();
     if (c.velocityReady) app->velocityInput = &device;
     ASSERT_TRUE(app->initInstance(options));
@@ -196,30 +175,14 @@ TEST_F(BasicApp, WritesBackAllKeysButTheChannels) {
   process.recordDir = "/some where/";
   app->exitInstance();
   const std::string text = profile();
-  for (const char* key : {"cbvMethod=0",
-                          "minThreshold=50",
-                          "threshOfAv2=30",
-                          "nOverThresh=4",
-                          "LoCutOff=10",
-                          "noisefloorRC=1",
-                          "autonoise=0",
-                          "ped1=10",
-                          "ped2=60",
-                          "ped3=90",
-                          "keepDop=1",
-                          "cutDopTop=0",
-                          "FFTwindow=0",
-                          "FSlinkthreshold=1",
-                          "FSthreshold=0.500000",
-                          "direct2disc=1",
-                          "recorddir=/some where/",
-                          "basename=",
-                          "triggermovie=0",
-                          "expertmode=0",
-                          "fgmode=1",
-                          "adjustpaldark=70",
-                          "adjustpallight=230"})
-    EXPECT_THAT(text, HasSubstr(std::string(key) + "\n"));
+  for (
+      const std::string& key : split(
+          "cbvMethod=0 minThreshold=50 threshOfAv2=30 nOverThresh=4 LoCutOff=10 noisefloorRC=1 autonoise=0 ped1=10 "
+          "ped2=60 ped3=90 keepDop=1 cutDopTop=0 FFTwindow=0 FSlinkthreshold=1 FSthreshold=0.500000 "
+          "direct2disc=1 basename= triggermovie=0 expertmode=0 fgmode=1 adjustpaldark=70 adjustpallight=230",
+          ' '))
+    EXPECT_THAT(text, HasSubstr("\n" + key + "\n"));
+  EXPECT_THAT(text, HasSubstr("\nrecorddir=/some where/\n"));
   for (const char* key : {"floEN", "tarnvisorEN", "vivocapEN", "showdb", "red", "green", "blue"})
     EXPECT_EQ(text.find(std::string("\n") + key + "="), std::string::npos) << key;
 }
@@ -313,21 +276,17 @@ TEST_F(BasicApp, TheIdlePassDrivesTheCamera) {
 }
 
 TEST_F(BasicApp, TheIdlePassReadsTheVelocityInput) {
-  struct Input : VelocityInput, VelocitySink {
-    void setAddress(int32_t) override {}
-    void initialise(int32_t n) override { channels = n; }
-    bool isReady() const override { return true; }
+  struct Input : QuietInput, VelocitySink {
     int32_t availableSamples() override { return waiting; }
     int32_t read(std::span<int16_t> buffer) override {
       reads.push_back(static_cast<int32_t>(buffer.size()));
       return static_cast<int32_t>(buffer.size());
     }
-    void stop() override {}
     bool isRecording() const override { return recording; }
     void takeSamples(std::span<const int16_t> samples) override {
       taken += static_cast<int32_t>(samples.size());
     }
-    int32_t channels = 0, waiting = 0, taken = 0;
+    int32_t waiting = 0, taken = 0;
     bool recording = false;
     std::vector<int32_t> reads;
   } input;

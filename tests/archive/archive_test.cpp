@@ -1,22 +1,11 @@
 #include "archive/archive.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
+#include "support/archivetest.h"
 
 namespace tarnvisor {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
 using enum Archive::Direction;
-
-Bytes stored(const std::function<void(Archive&)>& work) {
-  MemoryStream memory;
-  Archive archive(memory, Storing);
-  work(archive);
-  archive.close();
-  return memory.bytes();
-}
 
 template <class Work>
 auto loaded(Bytes bytes, Work work) {
@@ -90,7 +79,7 @@ class ArchiveObjects : public testing::Test {
 };
 
 TEST(ArchiveNumbers, AreLittleEndianWithoutPadding) {
-  const Bytes bytes = stored([](Archive& a) {
+  const Bytes bytes = storedBy([](Archive& a) {
     a.putByte(0xFE);
     a.putWord(0x1234);
     a.putShort(-2);
@@ -131,7 +120,7 @@ TEST(ArchiveText, TakesTheShortestPrefixAndReadsEveryForm) {
   };
   for (const auto& [length, prefix] : cases) {
     const std::string text(length, 'x');
-    EXPECT_EQ(stored([&](Archive& a) { a.writeString(text); }), prefix + Bytes(length, 'x')) << length;
+    EXPECT_EQ(storedBy([&](Archive& a) { a.writeString(text); }), prefix + Bytes(length, 'x')) << length;
     EXPECT_EQ(loaded(prefix + Bytes(length, 'x'), [](Archive& a) { return a.readString(); }), text);
   }
   const auto read = [](Bytes bytes) { return loaded(bytes, [](Archive& a) { return a.readString(); }); };
@@ -155,10 +144,10 @@ TEST(ArchiveCounts, ChangeFormAt65535) {
                                               {65535, {0xFF, 0xFF, 0xFF, 0xFF, 0, 0}},
                                               {0xFFFFFFFF, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}}};
   for (const auto& [count, bytes] : cases) {
-    EXPECT_EQ(stored([&](Archive& a) { a.writeCount(count); }), bytes);
+    EXPECT_EQ(storedBy([&](Archive& a) { a.writeCount(count); }), bytes);
     EXPECT_EQ(loaded(bytes, [](Archive& a) { return a.readCount(); }), count);
   }
-  EXPECT_THROW(stored([](Archive& a) { a.writeCount(0x100000000); }), ArchiveException);
+  EXPECT_THROW(storedBy([](Archive& a) { a.writeCount(0x100000000); }), ArchiveException);
 }
 
 TEST(ArchiveValues, AShortArrayIsAnExceptionBeforeMemoryIsTaken) {
@@ -207,7 +196,7 @@ TEST(ArchiveBuffer, BlocksOfEverySizePassUnchanged) {
   Bytes all(40000);
   for (size_t i = 0; i < all.size(); ++i) all[i] = static_cast<uint8_t>(i * 7 + i / 256);
   for (const size_t block : {1u, 3u, 4095u, 4096u, 4097u, 9000u}) {
-    const Bytes bytes = stored([&](Archive& a) {
+    const Bytes bytes = storedBy([&](Archive& a) {
       for (size_t at = 0; at < all.size(); at += block)
         a.write(all.data() + at, std::min(block, all.size() - at));
     });
@@ -239,7 +228,7 @@ TEST(ArchiveBuffer, BytesJustReadCanBeGivenBackAcrossItsEdge) {
 
 TEST_F(ArchiveObjects, AreStoredOnceAndNumberedInTheOrderMet) {
   Leaf one(11), two(22);
-  const Bytes bytes = stored([&](Archive& a) {
+  const Bytes bytes = storedBy([&](Archive& a) {
     for (Leaf* leaf : {&one, &two, &one, static_cast<Leaf*>(nullptr)}) a.writeObject(leaf);
   });
   EXPECT_EQ(bytes, leafRecord + (Bytes{11, 0x01, 0x80, 22, 2, 0, 0, 0}));
@@ -259,7 +248,7 @@ TEST_F(ArchiveObjects, AnObjectIsNumberedBeforeThoseInItsBody) {
   Branch outer, inner;
   outer.child = &inner;
   inner.child = &outer;  // a ring
-  const Bytes bytes = stored([&](Archive& a) { a.writeObject(&outer); });
+  const Bytes bytes = storedBy([&](Archive& a) { a.writeObject(&outer); });
   EXPECT_EQ(bytes, branchRecord + (Bytes{0x01, 0x80, 2, 0}));
   loaded(bytes, [](Archive& a) {
     const auto got = a.readOwned<Branch>();
@@ -271,7 +260,7 @@ TEST_F(ArchiveObjects, NumbersFrom32767OnTakeTheBigTag) {
   constexpr size_t count = 33000;
   std::vector<Leaf> leaves(count);
   Branch late;
-  const Bytes bytes = stored([&](Archive& a) {
+  const Bytes bytes = storedBy([&](Archive& a) {
     for (Leaf& leaf : leaves) a.writeObject(&leaf);
     a.writeObject(&leaves[0x7FFE - 2]);  // object numbers are 2 more than the index
     a.writeObject(&leaves[0x7FFF - 2]);

@@ -1,8 +1,3 @@
-#include <gmock/gmock.h>
-
-#include <atomic>
-#include <cmath>
-#include <cstdlib>
 #include <ctime>
 
 #include "base/bytes.h"
@@ -11,11 +6,10 @@
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "base/text.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
 
 TEST(Values, TruncateTowardsZeroAndToTheNearestBound) {
   const double inf = std::numeric_limits<double>::infinity();

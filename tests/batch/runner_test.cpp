@@ -1,13 +1,7 @@
 // Whole scripts, as a user writes them.
 #include "batch/runner.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <filesystem>
-
 #include "assembly/assembly.h"
-#include "base/files.h"
 #include "base/text.h"
 #include "batch/demonstration.h"
 #include "charts/chartview.h"
@@ -16,13 +10,12 @@
 #include "image/stillimport.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
-#include "support/tempfolder.h"
+#include "support/testing.h"
+#include "support/videotest.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::HasSubstr;
 
 class Runner : public ::testing::Test {
  protected:
@@ -201,18 +194,9 @@ TEST_F(Runner, ASettingTakesEffectAndStays) {
 }
 
 TEST_F(Runner, VideosAreSelectedProcessedAndExported) {
-  const std::string movie = folder.file("a.mve");
-  {
-    CZZMovie made;
-    ASSERT_TRUE(made.record(5, movie, 0, 0, 16, 8, false));
-    CZZimage image(16, 8);
-    for (int k = 0; k < 5; ++k) {
-      image.fill(static_cast<uint8_t>(10 * k));
-      image.frameNumber = 2 * k;
-      (void)made.addFrame(image, 0);
-    }
-    made.stopRecording();
-  }
+  const std::string movie = writeMovieFile(folder.file("a.mve"), 5, {16, 8}, [](CZZimage& image, int32_t k) {
+    image.fill(static_cast<uint8_t>(10 * k));
+  });
   ASSERT_TRUE(run("open " + movie + "\nselect 1 4\ncommand Negative").ok);
   EXPECT_TRUE(fileExists(folder.file("aA.mve")));
   EXPECT_EQ(run("print offsets").text, "image,number,x,y\n0,2,0,0\n1,4,0,0\n2,6,0,0\n");

@@ -1,17 +1,12 @@
 #include "batch/script.h"
 
-#include <gmock/gmock.h>
-
-#include "base/files.h"
+#include "base/text.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::StartsWith;
 using Words = std::vector<std::string>;
 
 TEST(Script, LinesAreSplitAtBlanksOutsideQuotes) {
@@ -41,40 +36,17 @@ TEST(Script, LinesAreSplitAtBlanksOutsideQuotes) {
 }
 
 TEST(Script, EveryStepIsTakenInItsRightForms) {
-  const char* const lines[] = {"subject anna",
-                               "exam left",
-                               "exam left cold",
-                               "open x.tv1",
-                               "set a b c",
-                               "roi 1,2,-3,4",
-                               "roi none",
-                               "roi circle",
-                               "list 0",
-                               "list 8",
-                               "dim point 1,2",
-                               "dim line 1,2 3,4",
-                               "dim polyline 1,2 3,4 5,6",
-                               "dim freehand 1,2 3,4",
-                               "dim circle 1,2 3,4",
-                               "dim polygon 1,2 3,4 5,6",
-                               "dim rect 1,2 3,4",
-                               "command \"Find Loops\" \"a=1\"",
-                               "import x.bmp",
-                               "select 1.5 -2e3",
-                               "frame 12",
-                               "trace out",
-                               "save",
-                               "save x.tv1",
-                               "export x.csv",
-                               "results x.csv",
-                               "print notes",
-                               "snapshot x.png",
-                               "close"};
+  const auto lines = split(
+      "subject anna;exam left;exam left cold;open x.tv1;set a b c;roi 1,2,-3,4;roi none;roi circle;list 0;list 8;"
+      "dim point 1,2;dim line 1,2 3,4;dim polyline 1,2 3,4 5,6;dim freehand 1,2 3,4;dim circle 1,2 3,4;"
+      "dim polygon 1,2 3,4 5,6;dim rect 1,2 3,4;command \"Find Loops\" \"a=1\";import x.bmp;select 1.5 -2e3;"
+      "frame 12;trace out;save;save x.tv1;export x.csv;results x.csv;print notes;snapshot x.png;close",
+      ';');
   std::string text;
-  for (const char* line : lines) text += line + std::string("\n");
+  for (const std::string& line : lines) text += line + "\n";
   std::vector<Step> steps;
   EXPECT_EQ(parseScript("# study\n\n" + text, "s.txt", steps), "");
-  ASSERT_EQ(steps.size(), std::size(lines));
+  ASSERT_EQ(steps.size(), lines.size());
   EXPECT_EQ(steps[0].where(), "s.txt:3");
   EXPECT_EQ(steps.back().where(), "s.txt:31");
   EXPECT_THAT(steps[5].numbers(0), ElementsAre(1, 2, -3, 4));
@@ -146,10 +118,11 @@ TEST(Script, OptionsAndScriptsAreTakenInOrder) {
                                     "--profile", "p.ini", "--keep-going", "-e", "close"});
   EXPECT_EQ(o.exitCode, -1);
   EXPECT_TRUE(o.json && o.keepGoing && !o.demonstration);
-  EXPECT_EQ(o.dataFolder + " " + o.profile, "d p.ini");
-  std::string order;
-  for (const Step& step : o.steps) order += fileNameOf(step.where()) + " " + step.line() + "; ";
-  EXPECT_EQ(order, "-e:1 subject s; s.txt:1 open a; s.txt:2 save; -e:2 close; ");
+  EXPECT_EQ(o.dataFolder, "d");
+  EXPECT_EQ(o.profile, "p.ini");
+  std::vector<std::string> order;
+  for (const Step& step : o.steps) order.push_back(fileNameOf(step.where()) + " " + step.line());
+  EXPECT_THAT(order, ElementsAre("-e:1 subject s", "s.txt:1 open a", "s.txt:2 save", "-e:2 close"));
   EXPECT_TRUE(parseBatchOptions({"--demonstration"}).demonstration);
   EXPECT_EQ(parseBatchOptions({"--demonstration"}).exitCode, -1) << "needs no steps";
 }

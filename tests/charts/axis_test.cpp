@@ -1,22 +1,11 @@
 // The scales that axes find, and what they paint.
 #include "charts/axis.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
-#include "settings/log.h"
+#include "support/logcapture.h"
 #include "support/recordingcanvas.h"
-#include "support/tempfolder.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::Contains;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr double kTiny = std::numeric_limits<double>::denorm_min();
@@ -75,9 +64,7 @@ TEST(FindFactor, OfTimeChoosesTheUnitByWhatTheLargestDistanceSpans) {
 }
 
 TEST(Scales, OfZeroAreALogLineAndNoChange) {
-  const TempFolder folder;
-  setLogFile(folder.file("log"));
-  setLogging(true);
+  const LogCapture log;
   CTimeAxis axis;
   axis.maxpx = 40;
   axis.minpx = 10;
@@ -88,9 +75,7 @@ TEST(Scales, OfZeroAreALogLineAndNoChange) {
   axis.setScale(0);
   EXPECT_EQ(axis.s, 0.5);
   EXPECT_EQ(axis.major, major);
-  setLogging(false);
-  EXPECT_EQ(readWholeText(folder.file("log")),
-            "CAxis::findfactor s=0\nCAxis::findTimeFactor s=0\nCAxis::setScale = 0\n");
+  EXPECT_EQ(log.text(), "CAxis::findfactor s=0\nCAxis::findTimeFactor s=0\nCAxis::setScale = 0\n");
 }
 
 TEST(Scales, BeyondAllReasonEndAndPaintWithinTheAxis) {
@@ -139,24 +124,12 @@ TEST(Labels, HaveAsManyDigitsAsTheirDistanceNeeds) {
 }
 
 TEST(Axes, TakeTheirSizesFromTheFont) {
-  struct Proportional final : Canvas {
-    void setPen(const Pen&) override {}
-    void polyline(std::span<const Point>) override {}
-    void polygon(std::span<const Point>) override {}
-    void rectangle(const Rect&) override {}
-    void ellipse(const Rect&) override {}
-    void point(Point) override {}
-    void text(Point, const std::string&, Colour) override {}
-    void fill(const Rect&, Colour) override {}
-    void fillPolygon(std::span<const Point>, Colour) override {}
-    void pixels(const PixelBlock&, const Rect&) override {}
-    void setFont(const std::string&, int32_t) override {}
+  struct Proportional final : RecordingCanvas {
     Size textSize(const std::string& words) const override {
       int32_t width = 0;
       for (const char c : words) width += c == 'i' ? 3 : 8;
       return {width, 16};
     }
-    void setClip(const Rect&) override {}
   };
   CValueAxis values;
   values.measure(Proportional());

@@ -1,11 +1,8 @@
 // Markers: stored form, list, placement on a chart, drawing and the editor.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 
 #include "charts/markereditor.h"
 #include "charts/markerplacement.h"
+#include "support/archivetest.h"
 #include "support/recordingcanvas.h"
 
 namespace tarnvisor {
@@ -15,10 +12,6 @@ void PrintTo(const Rect& r, std::ostream* out) {
 }
 
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using Bytes = std::vector<uint8_t>;
 
 std::unique_ptr<CMarker> at(double time, const std::string& label = "") {
   auto marker = std::make_unique<CMarker>();
@@ -41,11 +34,7 @@ std::vector<double> timesOf(const CMarkerList& list) {
 
 Bytes stored(const std::function<void(Archive&)>& write) {
   registerMarkers();
-  MemoryStream stream;
-  Archive archive(stream, Archive::Direction::Storing);
-  write(archive);
-  archive.close();
-  return stream.bytes();
+  return storedBy(write);
 }
 
 struct LinkLog final : MarkerLink {
@@ -136,17 +125,16 @@ TEST(MarkerLists, MergeMovesOnlyWhatTheyDoNotHave) {
 }
 
 TEST(Markers, DifferInEachFieldOfTheirOwn) {
-  const std::function<void(CMarker&)> changes[] = {
-      [](CMarker& m) { m.time = 4; },   [](CMarker& m) { m.boxwidth = 9; },
-      [](CMarker& m) { m.pole = 9; },   [](CMarker& m) { m.boxheight = 9; },
-      [](CMarker& m) { m.id = 9; },     [](CMarker& m) { m.text = "x"; },
-      [](CMarker& m) { m.label = "x"; }};
+  void (*const changes[])(CMarker&) = {[](CMarker& m) { m.time = 4; },   [](CMarker& m) { m.boxwidth = 9; },
+                                       [](CMarker& m) { m.pole = 9; },   [](CMarker& m) { m.boxheight = 9; },
+                                       [](CMarker& m) { m.id = 9; },     [](CMarker& m) { m.text = "x"; },
+                                       [](CMarker& m) { m.label = "x"; }};
   for (const auto& change : changes) {
-    CMarker a, b;
-    EXPECT_TRUE(a == b);
-    change(b);
-    EXPECT_FALSE(a == b);
+    CMarker changed;
+    change(changed);
+    EXPECT_FALSE(changed == CMarker());
   }
+  EXPECT_TRUE(CMarker() == CMarker());
 }
 
 TEST(ImageMarkers, AskTheMainWindowToSaveWhenMadeAndToLoadWhenOpened) {
@@ -220,6 +208,7 @@ TEST(MarkersAreDrawn, WithTheLabelCutToTheBoxOnScreensOnly) {
 }
 
 struct Editor : ::testing::Test {
+  Editor() { editor.onUpdated = nullptr; }  // of a chart that is gone
   ~Editor() override {
     editor.onChange = nullptr;
     editor.onUpdated = nullptr;
@@ -241,7 +230,8 @@ TEST_F(Editor, GivesItsFieldsToTheMarker) {
     const auto marker = at(1.0, "ab");
     editor.open(*marker);
     const Form form = editor.form();
-    EXPECT_EQ(form.title() + form.okLabel(), "Edit MarkerUpdate");
+    EXPECT_EQ(form.title(), "Edit Marker");
+    EXPECT_EQ(form.okLabel(), "Update");
     for (const auto& [label, value] : c.fields) ASSERT_EQ(form.find(label)->take(value), "");
     editor.update();
     EXPECT_EQ(marker->boxwidth, c.width);

@@ -1,6 +1,4 @@
 // The tool box of the chart view: what its commands do to the document around the filters themselves.
-#include <cmath>
-#include <fstream>
 
 #include "app/processstate.h"
 #include "charts/commandids.h"
@@ -10,10 +8,7 @@
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
 
 constexpr int32_t kTools[] = {
     cmd::SimpleSmoothing,  cmd::FirFilter,       cmd::ArtifactFilter,       cmd::RemovePulse,
@@ -147,5 +142,4 @@ TEST_F(ToolBox, MakesNoSpectrumOfTooFewSamples) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

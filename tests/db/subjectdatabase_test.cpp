@@ -1,22 +1,12 @@
 #include "db/subjectdatabase.h"
 
-#include <gmock/gmock.h>
-
 #include <latch>
-#include <thread>
 
-#include "base/files.h"
 #include "base/text.h"
-#include "settings/log.h"
-#include "support/tempfolder.h"
+#include "support/logcapture.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 constexpr int32_t kProgram[4] = {4, 60, 0, 0};
 const char* const kTime = "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}";
@@ -29,18 +19,10 @@ const std::string kTables =
 
 class Subjects : public ::testing::Test {
  protected:
-  Subjects() {
-    setLogFile(folder.file("log"));
-    setLogging(true);
-  }
-  ~Subjects() override {
-    setLogging(false);
-    setLogFile("zz.log");
-  }
   std::string path() const { return folder.file("tarn.db"); }
   void open(const std::string& dataFolder = "/data/") {
     db.reset();
-    std::filesystem::remove(folder.file("log"));
+    capture.emplace();
     problem.clear();
     db = SubjectDatabase::open(path(), dataFolder, kProgram, problem);
   }
@@ -53,7 +35,7 @@ class Subjects : public ::testing::Test {
   }
   // The log behind its first line.
   std::string log() const {
-    const std::string text = readWholeText(folder.file("log")).value_or("");
+    const std::string text = capture->text();
     const std::string opening = "opening db=" + path() + " folder=";
     EXPECT_EQ(text.substr(0, opening.size()), opening);
     return text.substr(text.find('\n') + 1);
@@ -61,6 +43,7 @@ class Subjects : public ::testing::Test {
 
   TempFolder folder;
   std::string problem;
+  std::optional<LogCapture> capture;
   std::unique_ptr<SubjectDatabase> db;
 };
 
@@ -157,7 +140,7 @@ TEST_F(Subjects, AreMadeThenFilledIn) {
   EXPECT_FALSE(db->newSubject("O'Neill; drop")) << "ids are unique";
   EXPECT_TRUE(db->updateSubject("O'Neill; drop", "\xe9", "B'", "c\r\nd"));
   const auto row = db->readSubject("O'Neill; drop");
-  EXPECT_EQ(row->name + "|" + row->surname + "|" + row->comments, "\xe9|B'|c\r\nd");
+  EXPECT_EQ(std::tie(row->name, row->surname, row->comments), std::make_tuple("\xe9", "B'", "c\r\nd"));
   EXPECT_TRUE(db->updateSubject("nobody", "n", "s", "c"));
   EXPECT_FALSE(db->readSubject("nobody")) << "an update makes no row";
 }
@@ -188,7 +171,8 @@ TEST_F(Subjects, HaveExams) {
   const auto rows = db->examsOf("a");
   ASSERT_EQ(rows.size(), 2u);
   const ExamRow& e = rows[0];
-  EXPECT_EQ(e.patient + "|" + e.site + "|" + e.comment + "|" + e.folder, "a|left ring|cold|a-left_ring");
+  EXPECT_EQ(std::tie(e.patient, e.site, e.comment, e.folder),
+            std::make_tuple("a", "left ring", "cold", "a-left_ring"));
   EXPECT_THAT(e.created, MatchesRegex(kTime));
   EXPECT_EQ(rows[1].id, 3);
   EXPECT_EQ(db->exam("a", 3)->folder, "a-right");

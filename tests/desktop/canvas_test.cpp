@@ -1,15 +1,11 @@
 // The canvas, held to single pixels.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <array>
-#include <functional>
 
 #include "desktop/paintercanvas.h"
 #include "desktop/picturefile.h"
 #include "desktop/qttext.h"
 #include "framework/document.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

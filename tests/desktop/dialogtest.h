@@ -1,8 +1,6 @@
 // Widgets driven by mouse and keys, without a screen.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <QApplication>
 #include <QPushButton>
 #include <QTest>

@@ -4,7 +4,7 @@
 #include <QWheelEvent>
 
 #include "desktop/timelinebar.h"
-#include "dynamic/vivocapview.h"
+#include "support/videotest.h"
 #include "walktest.h"
 
 namespace tarnvisor {
@@ -14,14 +14,8 @@ class VideoWindow : public WalkTest {
  protected:
   void SetUp() override {
     WalkTest::SetUp();
-    CZZMovie movie;
-    ASSERT_TRUE(movie.record(61, folder.file("a.mve"), 0, 0, 320, 240, false));
-    CZZimage image(320, 240);
-    for (int k = 0; k < 61; ++k) {
-      image.fill(static_cast<uint8_t>(3 * k));
-      (void)movie.addFrame(image, 0);
-    }
-    movie.stopRecording();
+    const auto draw = [](CZZimage& image, int32_t k) { image.fill(static_cast<uint8_t>(3 * k)); };
+    writeMovieFile(folder.file("a.mve"), 61, {320, 240}, draw);
     doc = dynamic_cast<CVivoCapDoc*>(app->openDocumentFile(folder.file("a.mve")));
     ASSERT_NE(doc, nullptr);
     QTest::qWait(50);

@@ -14,7 +14,6 @@
 #include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
-#include <deque>
 
 #include "base/clock.h"
 #include "base/files.h"

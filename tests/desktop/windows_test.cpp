@@ -328,17 +328,6 @@ TEST_F(WindowTest, EachShortcutWorksWhereverTheKeyboardIs) {
   }
 }
 
-TEST_F(WindowTest, ControlSSaves) {
-  ASSERT_NE(app->openDocumentFile(savedImage("kept.tv1")), nullptr);
-  image()->appendNotes("more");
-  image()->setModified();
-  settle();
-  QTest::keyClick(&window(), Qt::Key_S, Qt::ControlModifier);
-  settle();
-  EXPECT_FALSE(image()->isModified());
-  EXPECT_FALSE(windowOf(*image()).isWindowModified());
-}
-
 TEST_F(WindowTest, ClosingADocumentsWindowAsksWhenItHasChanged) {
   ZBasicDoc& d = makeImage(40, 30);
   d.setModified();

@@ -1,23 +1,12 @@
 // Metafiles put together by hand, whole and damaged, and the Chalkley drawing that is shipped.
 #include "drawing/metafile.h"
 
-#include <gmock/gmock.h>
-
-#include <cmath>
-
 #include "base/bytes.h"
 #include "base/files.h"
 #include "support/recordingcanvas.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-using ::testing::StartsWith;
-
-using Bytes = std::vector<uint8_t>;
 
 void word(Bytes& to, int32_t value) {
   to.push_back(static_cast<uint8_t>(value));

@@ -1,7 +1,4 @@
 // The picture in the window, held to a plain pixel-by-pixel twin, and the canvas in image pixels.
-#include <gmock/gmock.h>
-
-#include <cmath>
 
 #include "base/parallel.h"
 #include "drawing/picturepainter.h"
@@ -11,8 +8,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
 
 struct Zoom {
   int32_t num, den;

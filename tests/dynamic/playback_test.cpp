@@ -1,5 +1,4 @@
 // The video view: moving along the sequence, status texts, and playback by a clock that the test holds.
-#include <gmock/gmock.h>
 
 #include "base/clock.h"
 #include "support/recordingcanvas.h"
@@ -121,9 +120,8 @@ TEST_F(Playback, TakesAPeriodOfTheUser) {
 TEST_F(Playback, RunsByTheTimerOfTheLoop) {
   open(6, 100);
   run("Loop");
-  const double begin = steadySeconds();
   int32_t seen = 0;
-  while (steadySeconds() - begin < 0.5 && seen < 2) {
+  for (int turns = 0; turns < 10'000'000 && seen < 2; ++turns) {
     (void)app->loop.turn();
     seen = std::max(seen, video().currentIndex());
   }

@@ -1,5 +1,4 @@
 // The video document: its selection, processing of the selection, new movies and new images of it.
-#include <gmock/gmock.h>
 
 #include "charts/chartdoc.h"
 #include "dynamic/commandids.h"
@@ -7,9 +6,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 using VideoDocument = VideoTest;
 
@@ -205,19 +201,6 @@ TEST_F(VideoDocument, OpensTheCurrentImageAlone) {
   EXPECT_EQ(image()->title(), "a-0002");
   EXPECT_EQ(image()->theImage()->pixelAt(0, 0), 2);
   EXPECT_TRUE(image()->imagefile.empty());
-}
-
-TEST_F(VideoDocument, AppendsMovies) {
-  useWorkFolder();
-  CVivoCapDoc& doc = openMovie("a.mve", 2);
-  host.paths = {writeMovie("b.mve", 3)};
-  run("Import");
-  EXPECT_THAT(levels(), ElementsAre(10, 11, 10, 11, 12));
-  EXPECT_THAT(doc.notes, HasSubstr("imported"));
-  host.paths = {folder.file("none.mve")};
-  run("Import");
-  EXPECT_THAT(host.messages.back(), HasSubstr("none.mve"));
-  EXPECT_EQ(doc.imageCount(), 5);
 }
 
 TEST_F(VideoDocument, EditsSelectionPropertiesAndFolders) {

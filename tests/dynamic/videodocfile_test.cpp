@@ -1,9 +1,5 @@
 // The video document's files: .dtv of all versions, its movie, exchange with AVI, raw frames.
-#include <gmock/gmock.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
 
 #include "archive/archive.h"
 #include "framework/documenttype.h"
@@ -11,9 +7,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 class VideoFiles : public VideoTest {
  protected:

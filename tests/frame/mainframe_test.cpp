@@ -1,8 +1,6 @@
 // The main frame's commands: bars, placement, the acquisition chain, recording.
 #include "frame/mainframe.h"
 
-#include <gmock/gmock.h>
-
 #include "app/recentfiles.h"
 #include "assembly/assembly.h"
 #include "frame/commandids.h"
@@ -10,10 +8,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 struct PlainDocument : CDocument {
   void serialize(Archive&) override {}
@@ -47,15 +41,6 @@ struct RecorderView : CView, RecorderSink {
   void startRecording() override { recording = true; }
   void stopRecording() override { recording = false; }
   bool recording = false;
-};
-
-struct Device : VelocityInput {
-  void setAddress(int32_t) override {}
-  void initialise(int32_t) override {}
-  bool isReady() const override { return true; }
-  int32_t availableSamples() override { return 0; }
-  int32_t read(std::span<int16_t>) override { return 0; }
-  void stop() override {}
 };
 
 std::unique_ptr<CDocument> makePlain() { return std::make_unique<PlainDocument>(); }
@@ -96,7 +81,7 @@ class Frame : public AppTest {
   CommandResult run(int32_t id) { return app->runCommand(id); }
   LiveView& live() { return static_cast<LiveView&>(*app->liveView); }
 
-  Device device;
+  QuietInput device;
   std::vector<DocumentRow> table;
   std::unique_ptr<CBasicMainFrame> frame;
 };

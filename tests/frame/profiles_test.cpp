@@ -1,5 +1,4 @@
 // Choosing another profile while the program runs.
-#include <gmock/gmock.h>
 
 #include "frame/commandids.h"
 #include "frame/mainframe.h"
@@ -8,9 +7,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 struct Face : ProfileFace {
   std::function<bool(ProfileDialog&)> act;

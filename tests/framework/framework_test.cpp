@@ -1,20 +1,17 @@
-#include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
 #include "archive/archive.h"
-#include "base/files.h"
+#include "base/text.h"
 #include "framework/commandids.h"
 #include "framework/documenttype.h"
 #include "framework/messageloop.h"
+#include "framework/view.h"
 #include "support/tempfolder.h"
 #include "support/testhost.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 struct Text : CDocument {
   void serialize(Archive& archive) override {
@@ -35,6 +32,7 @@ struct Text : CDocument {
         {{40001, "&Shout...\tCtrl+T", &Text::shout, &Text::hasWords, &Text::isLoud}}, CDocument::commands());
     return &table;
   }
+  bool onImportFile(const std::string& path) override { return onOpenDocument(path); }
   std::string words;
 };
 
@@ -59,35 +57,6 @@ TEST(Commands, AreFoundByIdAndByMenuTextAlongTheChain) {
   EXPECT_TRUE(row->ticked(first));
   EXPECT_FALSE(row->ticked(second));
   EXPECT_NE(first.commands()->find(cmd::FileSave), nullptr) << "the base class's table counts";
-}
-
-TEST(Documents, SaveBesideAndRenameAndAskAboutChanges) {
-  TestHost host;
-  const TempFolder folder;
-  DocumentManager manager;
-  DocumentType* type = manager.registerType(std::make_unique<DocumentType>(kTexts));
-  auto* text = static_cast<Text*>(type->newDocument());
-  EXPECT_EQ(text->title(), "Text1");
-  text->words = "one";
-  text->setModified();
-  host.answers.push_back(Answer::Cancel);
-  EXPECT_FALSE(manager.close(*text));
-  host.answers.push_back(Answer::Yes);
-  host.paths.push_back(folder.file("a.txt"));
-  EXPECT_TRUE(manager.close(*text));
-  EXPECT_EQ(manager.active(), nullptr);
-  EXPECT_EQ(readWholeText(folder.file("a.txt")), "one");
-
-  auto* again = static_cast<Text*>(type->openDocument(folder.file("a.txt")));
-  ASSERT_NE(again, nullptr);
-  EXPECT_FALSE(again->isModified());
-  again->words = "two";
-  again->setModified();
-  host.answers.push_back(Answer::No);
-  EXPECT_TRUE(manager.closeAll());
-  EXPECT_EQ(readWholeText(folder.file("a.txt")), "one");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1)
-      << "nothing is left beside";
 }
 
 TEST(Documents, ReportWhatCannotBeReadOrWritten) {
@@ -121,6 +90,150 @@ TEST(Documents, AFullDiscLeavesTheOldFileAsItWas) {
   EXPECT_EQ(readWholeText(folder.file("a.txt")), "old");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "no half file stays";
   ::umount(folder.path().c_str());
+}
+
+// --- the documents of a kind, and those of all kinds
+
+class Kinds : public testing::Test {
+ protected:
+  static DocumentClass texts(int32_t id, const char* resource) {
+    DocumentClass facts = kTexts;
+    facts.id = id;
+    facts.resource = resource;
+    facts.makeView = [](CDocument& d) { return std::make_unique<CView>(d); };
+    facts.imports = [](const std::string& path) { return endsWithIgnoringCase(path, ".note"); };
+    return facts;
+  }
+  std::string put(const std::string& name, const std::string& words) {
+    EXPECT_TRUE(replaceFile(folder.file(name), std::string_view(words)));
+    return folder.file(name);
+  }
+  static Text& made(DocumentType& type, const std::string& words = "") {
+    auto& text = static_cast<Text&>(*type.newDocument());
+    text.words = words;
+    text.setModified(!words.empty());
+    return text;
+  }
+  TestHost host;
+  const TempFolder folder;
+  DocumentManager manager;
+  DocumentType& first =
+      *manager.registerType(std::make_unique<DocumentType>(texts(1, "\nText\n\nTexts (*.txt)\n.txt\n\n")));
+  DocumentType& second =
+      *manager.registerType(std::make_unique<DocumentType>(texts(2, "\nNote\n\n\n.txt\n\n")));
+};
+
+TEST_F(Kinds, SaveUnderTheirOwnEndingAndNeverUnaskedOverAnotherFile) {
+  Text& text = made(first, "one");
+  host.paths = {std::nullopt};
+  EXPECT_FALSE(text.save()) << "without a file it asks for one";
+  host.paths = {folder.file("a.dat"), folder.file("A.TXT")};
+  ASSERT_TRUE(text.saveAs());
+  EXPECT_EQ(text.pathName(), folder.file("a.dat.txt"));
+  EXPECT_EQ(text.title(), "a.dat.txt");
+  EXPECT_FALSE(text.isModified());
+  ASSERT_TRUE(text.saveAs());
+  EXPECT_EQ(text.pathName(), folder.file("A.TXT")) << "the ending it has, whatever the case";
+  const std::string other = put("b.dat.txt", "other");
+  for (const Answer answer : {Answer::No, Answer::Yes}) {
+    host.paths = {folder.file("b.dat")};
+    host.answers = {answer};
+    EXPECT_EQ(text.saveAs(), answer == Answer::Yes);
+    EXPECT_EQ(readWholeText(other), answer == Answer::Yes ? "one" : "other");
+  }
+  text.words = "two";
+  text.setModified();
+  host.answers = {Answer::Yes};
+  EXPECT_TRUE(text.saveModified());
+  EXPECT_EQ(host.messages.back(), "Save changes to " + other + "?");
+  EXPECT_EQ(readWholeText(other), "two");
+  EXPECT_TRUE(text.saveModified()) << "unchanged, it asks nothing";
+}
+
+TEST_F(Kinds, StandInTheOrderOfTheirActivationAndCloseFromTheFront) {
+  int told = 0;
+  manager.onChange = [&] { ++told; };
+  Text &a = made(first), &b = made(second), &c = made(first, "c");
+  EXPECT_EQ(c.title(), "Text2");
+  EXPECT_EQ(told, 3);
+  manager.activate(a);
+  EXPECT_THAT(manager.documents(), ElementsAre(&b, &c, &a));
+  EXPECT_EQ(told, 4);
+  host.answers = {Answer::Cancel};
+  EXPECT_FALSE(manager.closeAll());
+  EXPECT_THAT(manager.documents(), ElementsAre(&b, &c)) << "the one that stays and all behind it";
+  host.answers = {Answer::No};
+  manager.closeAllOf(first);
+  EXPECT_THAT(manager.documents(), ElementsAre(&b));
+  second.discard(b);
+  EXPECT_EQ(manager.active(), nullptr);
+  EXPECT_EQ(told, 7);
+}
+
+TEST_F(Kinds, OpenAFileOnceAndImportWhatNobodyClaims) {
+  const std::string path = put("a.txt", "words");
+  EXPECT_EQ(manager.typeFor("X.TXT"), &first) << "of two the first";
+  EXPECT_EQ(manager.typeFor("x"), nullptr);
+  auto* text = static_cast<Text*>(first.openDocument(path));
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->words, "words");
+  EXPECT_EQ(text->views().size(), 1u);
+  made(second);
+  EXPECT_EQ(first.openDocument(folder.path() + "./a.txt"), text);
+  EXPECT_EQ(manager.active(), text) << "the open one comes to the front";
+  EXPECT_EQ(first.findOpen(folder.file("b.txt")), nullptr);
+  ASSERT_EQ(manager.importerFor("x.note"), &first);
+  EXPECT_EQ(manager.importerFor("x.txt"), nullptr);
+  auto* imported = static_cast<Text*>(first.importDocument(put("n.note", "noted")));
+  ASSERT_NE(imported, nullptr);
+  EXPECT_EQ(imported->words, "noted");
+  EXPECT_EQ(imported->pathName(), "");
+  EXPECT_EQ(first.importDocument(put("bad.note", "bad")), nullptr);
+  EXPECT_EQ(manager.documents().size(), 3u) << "what can't be brought in leaves nothing";
+}
+
+// --- views
+
+TEST(Views, ScrollByKeysAndWheelWithinTheirContent) {
+  struct Page : CView {
+    using CView::CView;
+    Size contentSize() const override { return {500, 1000}; }
+  };
+  Text text;
+  Page page(text);
+  page.setWindowSize({400, 300});
+  const std::pair<Key, Point> keys[] = {
+      {Key::Down, {0, 16}},       {Key::PageDown, {0, 316}}, {Key::Right, {16, 316}},  {Key::End, {16, 700}},
+      {Key::PageDown, {16, 700}}, {Key::Up, {16, 684}},      {Key::PageUp, {16, 384}}, {Key::Left, {0, 384}},
+      {Key::Left, {0, 384}},      {Key::Home, {0, 0}}};
+  for (const auto& [key, at] : keys) {
+    EXPECT_TRUE(page.keyDown({key}));
+    EXPECT_EQ(page.scrollPosition(), at) << static_cast<int>(key);
+  }
+  EXPECT_FALSE(page.keyDown({Key::Enter}));
+  page.wheel({{}, -2, false, false});
+  page.wheel({{}, -9, true, false});
+  EXPECT_EQ(page.scrollPosition(), (Point{100, 96}));
+  page.setWindowSize({9000, 950});
+  EXPECT_EQ(page.scrollPosition(), (Point{0, 50})) << "kept within as the window grows";
+}
+
+TEST(Commands, AreNamedByTheirWordsInTheirOwnTableBeforeTheBase) {
+  struct Both : Text {
+    const CommandTableBase* commands() const override {
+      static const CommandTable<Both> table(
+          {{1, "&Grid", &Both::shout}, {2, "Grid...", &Both::shout}, {cmd::FileSave, "&Keep", &Both::shout}},
+          Text::commands());
+      return &table;
+    }
+  } both;
+  const std::pair<const char*, int32_t> named[] = {
+      {"grid", 1}, {"Grid...", 2}, {"KEEP", cmd::FileSave}, {"save", cmd::FileSave}, {"Shout", 40001}};
+  for (const auto& [words, id] : named) EXPECT_EQ(both.commands()->find(std::string_view(words))->id, id);
+  EXPECT_STREQ(both.commands()->find(cmd::FileSave)->text, "&Keep");
+  EXPECT_STREQ(Text().CDocument::commands()->find(cmd::FileSave)->words.keys, "Ctrl+S");
+  for (const char* none : {"", "&...", "gri"})
+    EXPECT_EQ(both.commands()->find(std::string_view(none)), nullptr) << none;
 }
 
 TEST(MessageLoopTest, RunsPostedCommandsBeforeTimersAndTheIdlePass) {

@@ -1,11 +1,9 @@
 // The charts' palette, against values worked out by hand.
 #include "image/displaypalette.h"
 
-#include <gtest/gtest.h>
-
-#include "base/files.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,10 +1,8 @@
 // Still-image files: round trips, bytes worked out by hand, and files that lie.
-#include <gtest/gtest.h>
 #include <tiffio.h>
 
 #include "base/bytes.h"
 #include "base/clock.h"
-#include "base/files.h"
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "image/testimages.h"
@@ -13,8 +11,6 @@
 namespace tarnvisor {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
 class ImageFiles : public testing::Test {
  protected:
   void SetUp() override { resetPaletteSettings(); }
@@ -22,7 +18,7 @@ class ImageFiles : public testing::Test {
     EXPECT_TRUE(replaceFile(folder.file(name), bytes));
     return folder.file(name);
   }
-  TemporaryFolder folder;
+  TempFolder folder;
 };
 
 void append(Bytes& bytes, std::initializer_list<int64_t> words) {
@@ -339,7 +335,8 @@ TEST_F(ImageFiles, TiffTellsItsMakerAndCountsMonthsFromZero) {
   TIFFGetField(tiff, TIFFTAG_SOFTWARE, &software);
   TIFFGetField(tiff, TIFFTAG_DATETIME, &date);
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
-  EXPECT_EQ(std::string(make) + "|" + software, "ZZ Instruments|Tarnvisor");
+  EXPECT_STREQ(make, "ZZ Instruments");
+  EXPECT_STREQ(software, "Tarnvisor");
   EXPECT_EQ(std::string(date).substr(0, 8), "2025:00:");
   EXPECT_EQ(width, 4u);
   TIFFClose(tiff);

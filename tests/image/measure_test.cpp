@@ -1,15 +1,11 @@
 // Point operations, measures and sums over frames, on values worked out by hand; fast loops against plain
 // ones.
-#include <gtest/gtest.h>
-
-#include <functional>
 
 #include "base/numbers.h"
 #include "image/accumulate.h"
 #include "image/kernels.h"
 #include "image/palette.h"
 #include "image/testimages.h"
-#include "image/zzimage.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -352,7 +348,7 @@ TEST(Palettes, AdjustedGreySpreadsTheLevelsInUse) {
 }
 
 TEST(Palettes, WeightsComeFromTheProfile) {
-  const TemporaryFolder folder;
+  const TempFolder folder;
   settings.setPath(folder.file("zz.ini"));
   resetPaletteSettings();
   greyWeights.green = 0.25;

@@ -1,8 +1,6 @@
 // Operations on masks.
-#include <gtest/gtest.h>
 
 #include "image/testimages.h"
-#include "image/zzimage.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,12 +1,9 @@
 #include "image/stillimport.h"
 
-#include <gtest/gtest.h>
 #include <tiffio.h>
 
-#include <filesystem>
-
-#include "base/files.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,13 +1,9 @@
 // Building and reading small images in tests.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "image/zzimage.h"
+#include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 
@@ -29,16 +25,5 @@ inline std::vector<int> pixelsOf(const CZZimage& image) {
   for (int y = 0; y < image.height; ++y) all.insert(all.end(), image.row(y), image.row(y) + image.rowBytes);
   return all;
 }
-
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "imageXXXXXX").string();
-    folder = ::mkdtemp(pattern.data());
-  }
-  ~TemporaryFolder() { std::filesystem::remove_all(folder); }
-  std::string file(const std::string& name) const { return folder + "/" + name; }
-  std::string folder;
-};
 
 }  // namespace tarnvisor

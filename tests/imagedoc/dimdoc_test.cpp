@@ -1,8 +1,6 @@
 // The dimension list: what its cells and its file say, and which image it mirrors.
 #include "imagedoc/dimdoc.h"
 
-#include <gmock/gmock.h>
-
 #include "frame/mainframe.h"
 #include "results/commandids.h"
 #include "support/imagedoctest.h"
@@ -10,12 +8,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 constexpr const char* kHeadings =
     "\"Line\",\"X\",\"Y\",\"Length\",\"Area\",\"Width\",\"Tort0\",\"Tort1\",\"Tort1n\",\"comments\",\r\n";

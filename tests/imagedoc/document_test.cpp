@@ -1,53 +1,26 @@
 // The document's life: stored versions, opening, saving, copies.
-#include <gmock/gmock.h>
 #include <sys/mount.h>
 
-#include "assembly/assembly.h"
-#include "base/files.h"
 #include "image/palette.h"
-#include "imagedoc/zbasicdoc.h"
-#include "support/apptest.h"
+#include "support/archivetest.h"
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
 namespace {
 
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-
-// Bytes put together by hand, as a file of an old version holds them.
-struct Bytes {
-  std::string text;
-  Bytes& i32(int32_t v) {
-    for (int i = 0; i < 4; ++i) text += static_cast<char>(static_cast<uint32_t>(v) >> (8 * i));
-    return *this;
-  }
-  Bytes& f64(double v) {
-    text.append(reinterpret_cast<const char*>(&v), 8);
-    return *this;
-  }
-  Bytes& str(const std::string& s) {
-    text += static_cast<char>(s.size());
-    text += s;
-    return *this;
-  }
-  Bytes& emptyLists(int n) {
-    for (int i = 0; i < n; ++i) text += std::string(2, '\0');
-    return *this;
-  }
-};
+std::string emptyLists(size_t count) { return std::string(2 * count, '\0'); }
 
 // The fields that every version has.
-Bytes firstFields(int32_t version) {
-  Bytes b;
-  b.i32(version).i32(11).i32(12).i32(0).f64(1.5).f64(2.5).i32(1).str("mm");
-  return b.i32(3).i32(4).i32(0).i32(0).i32(0).i32(0).i32(0).i32(0).i32(1).i32(1).str("");
+FileBytes firstFields(int32_t version) {
+  FileBytes b;
+  b.dword(version).dword(11).dword(12).dword(0).real(1.5).real(2.5).dword(1).str("mm");
+  return b.dword(3).dword(4).dword(0).dword(0).dword(0).dword(0).dword(0).dword(0).dword(1).dword(1).str("");
 }
 
 class StoredImage : public ImageDocTest {
  protected:
-  ZBasicDoc* openBytes(const Bytes& b) {
-    EXPECT_TRUE(replaceFile(folder.file("old.tv1"), std::string_view(b.text)));
+  ZBasicDoc* openBytes(const FileBytes& b) {
+    EXPECT_TRUE(replaceFile(folder.file("old.tv1"), std::span<const uint8_t>(b.bytes)));
     while (image()) process.imageTemplate->discard(*image());
     return dynamic_cast<ZBasicDoc*>(app->openDocumentFile(folder.file("old.tv1")));
   }
@@ -55,18 +28,18 @@ class StoredImage : public ImageDocTest {
 
 TEST_F(StoredImage, ReadsEachOldVersion) {
   for (int32_t version = 1; version <= 12; ++version) {  // one to come is read as the last
-    Bytes b = firstFields(version);
-    if (version > 1) b.i32(777).str("old notes");
-    if (version > 2) b.i32(1).i32(1).i32(1).f64(42.5).i32(0x123456);
+    FileBytes b = firstFields(version);
+    if (version > 1) b.dword(777).str("old notes");
+    if (version > 2) b.dword(1).dword(1).dword(1).real(42.5).dword(0x123456);
     if (version > 3) b.str("mine.wmf");
-    if (version > 5) b.i32(9);
-    if (version > 6) b.i32(3).i32(0);
-    if (version > 7) b.str("x10").i32(5);
+    if (version > 5) b.dword(9);
+    if (version > 6) b.dword(3).dword(0);
+    if (version > 7) b.str("x10").dword(5);
     if (version > 9) b.str("first station");
-    if (version > 10) b.i32(100).i32(200);
-    b.emptyLists(version >= 6 ? 9 : version == 5 ? 2 : 1);
+    if (version > 10) b.dword(100).dword(200);
+    b.text(emptyLists(version >= 6 ? 9 : version == 5 ? 2 : 1));
     if (version > 8)
-      b.i32(2).i32(8).str("S-1").i32(4).str("user").str("density").str("station").str("first station");
+      b.dword(2).dword(8).str("S-1").dword(4).str("user").str("density").str("station").str("first station");
     makeImage(4, 4);
     ZBasicDoc* d = openBytes(b);
     ASSERT_NE(d, nullptr) << version << (host.messages.empty() ? "" : host.messages.back());
@@ -95,17 +68,19 @@ TEST_F(StoredImage, ReadsEachOldVersion) {
 }
 
 TEST_F(StoredImage, TakesNineListsOfAFileThatSaysMore) {
-  Bytes b = firstFields(6);
-  b.i32(0).str("").i32(0).i32(0).i32(0).f64(1).i32(0).str("").i32(10).emptyLists(10);
+  FileBytes b = firstFields(6);
+  b.dword(0).str("").dword(0).dword(0).dword(0).real(1).dword(0).str("").dword(10).text(emptyLists(10));
   makeImage(4, 4);
   EXPECT_NE(openBytes(b), nullptr);
 }
 
 TEST_F(StoredImage, RefusesACutFile) {
-  const Bytes whole = firstFields(1).emptyLists(1);
-  for (size_t length = 0; length < whole.text.size(); length += 7) {
+  const FileBytes whole = firstFields(1).text(emptyLists(1));
+  for (size_t length = 0; length < whole.bytes.size(); length += 7) {
     makeImage(4, 4);
-    EXPECT_EQ(openBytes({whole.text.substr(0, length)}), nullptr) << length;
+    EXPECT_EQ(openBytes({{whole.bytes.begin(), whole.bytes.begin() + static_cast<ptrdiff_t>(length)}}),
+              nullptr)
+        << length;
     EXPECT_THAT(host.messages.back(), HasSubstr("the file ends too early"));
   }
 }

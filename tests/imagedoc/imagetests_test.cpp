@@ -1,8 +1,6 @@
 // The tests of the optics, and the live charts of grey levels.
 #include "imagedoc/imagetests.h"
 
-#include <gmock/gmock.h>
-
 #include "base/clock.h"
 #include "charts/livechartdoc.h"
 #include "imagedoc/levelchart.h"
@@ -12,13 +10,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::Contains;
-using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::SizeIs;
 
 std::vector<uint8_t> levelsOf(std::initializer_list<int> values) { return {values.begin(), values.end()}; }
 

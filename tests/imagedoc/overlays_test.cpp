@@ -1,7 +1,4 @@
 // What lies over the picture: order, pens, crosses, grid, rubber band, scale bar.
-#include <gmock/gmock.h>
-
-#include <cmath>
 
 #include "imagedoc/grid.h"
 #include "imagedoc/overlay.h"
@@ -12,11 +9,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 
 using Calls = std::vector<std::string>;
 

@@ -1,5 +1,4 @@
 // The printed page, on a job that writes down its pages.
-#include <gmock/gmock.h>
 
 #include "base/clock.h"
 #include "imagedoc/imageprint.h"
@@ -8,34 +7,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-
-class RecordingJob final : public PrintJob {
- public:
-  explicit RecordingJob(Size size) : page(size), pages(1) {}
-  Size pageSize() const override { return page; }
-  double pixelsPerInch() const override { return 254; }
-  Canvas& canvas() override { return pages.back(); }
-  bool nextPage() override {
-    if (static_cast<int>(pages.size()) >= mostPages) return false;
-    pages.emplace_back();
-    return true;
-  }
-  // The texts of a page with where they stand.
-  std::vector<std::string> texts(size_t index) const {
-    std::vector<std::string> found;
-    for (const std::string& call : pages[index].calls)
-      if (call.starts_with("text ") && call.find(" 0 \"") != std::string::npos)
-        found.push_back(call.substr(call.find('"') + 1, call.rfind('"') - call.find('"') - 1));
-    return found;
-  }
-  Size page;
-  std::vector<RecordingCanvas> pages;
-  int mostPages = 100;
-};
 
 class PrintedPage : public ImageDocTest {
  protected:

@@ -1,5 +1,4 @@
 // Tracing as the tool's click asks for it.
-#include <cstring>
 
 #include "support/imagedoctest.h"
 
@@ -18,24 +17,6 @@ class Tracing : public ImageDocTest {
     return *d;
   }
 };
-
-TEST_F(Tracing, PaintsInTheRoiFromASeedInItsCoordinates) {
-  ZBasicDoc& d = makeVessels();
-  d.roi = {20, 10, 60, 90};
-  const auto before = pixelsOf(*d.theImage());
-  ASSERT_TRUE(d.trace({5, 20}));
-  for (int32_t x = 0; x < 120; ++x) {
-    ASSERT_EQ(d.theImage()->pixelAt(x, 30), x >= 20 && x < 60 ? 0 : 60) << x;
-    ASSERT_EQ(d.theImage()->pixelAt(x, 70), 60);
-    ASSERT_EQ(d.theImage()->pixelAt(x, 31), 200);
-  }
-  EXPECT_EQ(pixelsOf(*d.undoimage), before);
-  EXPECT_TRUE(d.isModified());
-  EXPECT_EQ(d.imagedirty, 1);
-  EXPECT_EQ(d.notes, "");
-  run("Undo");
-  EXPECT_EQ(pixelsOf(*d.theImage()), before);
-}
 
 TEST_F(Tracing, TheWindowIsReadAtEachClickAndThePercentageHasNoEffect) {
   ZBasicDoc& d = makeVessels();

@@ -1,5 +1,4 @@
 // The commands of the image view beside its tools.
-#include <gmock/gmock.h>
 
 #include "archive/archive.h"
 #include "imagedoc/viewtest.h"
@@ -7,9 +6,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 TEST_F(ViewTest, DeletingKeepsTheOthersAndSelectionsOutOfRangeAreCleared) {
   ZBasicDoc& d = show();

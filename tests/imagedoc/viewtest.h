@@ -1,8 +1,6 @@
 // An image view in a window that only takes notes, and the mouse over it told in words.
 #pragma once
 
-#include <cstdio>
-
 #include "imagedoc/zbasicview.h"
 #include "support/imagedoctest.h"
 

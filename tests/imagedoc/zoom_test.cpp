@@ -1,14 +1,10 @@
 // Zoom, coordinates and status texts of the image view.
-#include <gmock/gmock.h>
-
-#include <cstdlib>
 
 #include "imagedoc/viewtest.h"
 
 namespace tarnvisor {
 namespace {
 
-using ::testing::HasSubstr;
 using Ratio = std::pair<int32_t, int32_t>;
 
 TEST_F(ViewTest, ZoomStepsKeepWholeRatiosAndComeBackExactly) {

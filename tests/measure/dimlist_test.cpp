@@ -1,22 +1,14 @@
 #include "measure/dimlist.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <numbers>
-
-#include "base/files.h"
 #include "measure/dimline.h"
+#include "support/archivetest.h"
 #include "support/recordingcanvas.h"
 #include "support/tempfolder.h"
 
 namespace tarnvisor {
-
 namespace {
 
-using Bytes = std::vector<uint8_t>;
 using Points = std::vector<Point>;
-using testing::HasSubstr;
 
 // A list of lines, one for each row of points.
 void fill(CDimList& list, const std::vector<Points>& rows) {
@@ -26,19 +18,9 @@ void fill(CDimList& list, const std::vector<Points>& rows) {
   }
 }
 
-Bytes stored(CDimList& list) {
-  MemoryStream memory;
-  Archive archive(memory, Archive::Direction::Storing);
-  list.serialize(archive);
-  archive.close();
-  return memory.bytes();
-}
-
 void load(CDimList& list, Bytes bytes) {
   registerDimensionClasses();
-  MemoryStream memory(std::move(bytes));
-  Archive archive(memory, Archive::Direction::Loading);
-  list.serialize(archive);
+  (void)loadBytes(list, std::move(bytes));
 }
 
 // A count of 1 and one object of the class with the given body.
@@ -151,7 +133,7 @@ TEST(DimensionLists, SumOverAllItemsHiddenOrNot) {
   EXPECT_THAT(canvas.calls, testing::IsSupersetOf({"pen ff width 1 dashed", "text 4,5 ff \"1\"",
                                                    "text 9,5 ff \"2 x\"", "rectangle 2,2-6,5"}));
   const auto copy = list.clone();
-  EXPECT_EQ(stored(*copy), stored(list));
+  EXPECT_EQ(storedBytes(*copy), storedBytes(list));
   EXPECT_EQ(copy->selectedindex, list.selectedindex);
 }
 
@@ -165,14 +147,14 @@ TEST(StoredDimensions, AreTheseBytes) {
                                        0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF, 0x01, 0x80, 3, 0, 0, 0, 0xFF, 0, 0, 0,
                                        1, 0, 0, 0,    0,    1,    0,    1,    0,    0, 0, 2, 0, 0,    0});
   expected[0] = 2;
-  EXPECT_EQ(stored(list), expected);
+  EXPECT_EQ(storedBytes(list), expected);
   CDimList back;
   back.selectedindex = 5;
   load(back, expected);
   ASSERT_EQ(back.size(), 2);
   EXPECT_EQ(back.selectedindex, -1);
   EXPECT_EQ(back.at(0).label, "a");
-  EXPECT_EQ(stored(back), expected);
+  EXPECT_EQ(storedBytes(back), expected);
 }
 
 TEST(StoredDimensions, OldFormsLackLabelAndWidth) {
@@ -220,17 +202,17 @@ TEST(DustMaskFiles, HoldOneListAndChangeNothingOnFailure) {
   list.addPointTo(list.add({2, 2}, CDimList::kRect), {6, 5});
   back.colour = 7;
   ASSERT_TRUE(saveDimList(path, list));
-  EXPECT_EQ(readWholeFile(path), stored(list));
+  EXPECT_EQ(readWholeFile(path), storedBytes(list));
   ASSERT_TRUE(loadDimList(path, back));
-  EXPECT_EQ(stored(back), stored(list));
+  EXPECT_EQ(storedBytes(back), storedBytes(list));
   EXPECT_EQ(back.colour, 7u);
 
-  Bytes shorter = stored(list);
+  Bytes shorter = storedBytes(list);
   shorter.pop_back();
   ASSERT_TRUE(replaceFile(path, shorter));
   EXPECT_THAT(loadDimList(path, back).why(), HasSubstr("dustmask.dm: the file ends too early"));
   EXPECT_FALSE(loadDimList(folder.file("none.dm"), back));
-  EXPECT_EQ(stored(back), stored(list));
+  EXPECT_EQ(storedBytes(back), storedBytes(list));
   EXPECT_THAT(saveDimList(folder.file("none/dustmask.dm"), list).why(), HasSubstr("No such file"));
 }
 

@@ -1,15 +1,9 @@
 #include "measure/tortuosity.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
-#include "base/files.h"
 #include "measure/dimcircle.h"
 #include "measure/dimline.h"
 #include "measure/dimlist.h"
-#include "settings/log.h"
-#include "support/tempfolder.h"
+#include "support/logcapture.h"
 
 namespace tarnvisor {
 namespace {
@@ -92,18 +86,13 @@ TEST_F(Tortuosity, SumsOverAListInScaledUnits) {
 }
 
 TEST_F(Tortuosity, WritesItsWalkToTheLogWhenAsked) {
-  const TempFolder folder;
-  const std::string before = logFile();
-  setLogFile(folder.file("walk.log"));
-  setLogging(true);
+  const LogCapture log;
   tortuositySettings.log = true;
   CDimLine line;
   line.points = {stairs[0], {5, 0}, stairs[1], stairs[2], stairs[3], stairs[4]};
   int32_t curves = 0;
   line.Tortuosity1(1, 1, curves);
-  setLogging(false);
-  setLogFile(before);
-  EXPECT_EQ(readWholeText(folder.file("walk.log")),
+  EXPECT_EQ(log.text(),
             "  1\t  0\t   5.00\t\n"
             "  2\t  0\t  20.00\t  20.00\t0.000\t0.000\t0.000\t\n"
             "  3\t  2\t  20.00\t  40.00\t1.571\t0.000\t1.571\t1\t\n"

@@ -1,15 +1,11 @@
 // Movies of numbered frames, and a source that plays them in a camera's place.
 #pragma once
 
-#include <array>
-#include <functional>
-#include <numeric>
-
 #include "base/bytes.h"
 #include "image/imagefile.h"
 #include "movie/moviefile.h"
 #include "movie/zzmovie.h"
-#include "settings/log.h"
+#include "support/logcapture.h"
 #include "video/videotests.h"
 
 namespace tarnvisor {
@@ -92,11 +88,7 @@ class MovieTest : public testing::Test {
   static constexpr int32_t kWidth = 16, kHeight = 6, kFrame = kWidth * kHeight;
   static constexpr int32_t kStart = 40;  // bytes before the first frame
 
-  ~MovieTest() override {
-    compressoutput = 0;
-    setLogging(false);
-    setLogFile("zz.log");
-  }
+  ~MovieTest() override { compressoutput = 0; }
   // Without a name in memory.
   void start(CZZMovie& movie, const std::string& name, int32_t slots, bool ring = false,
              int32_t width = kWidth, int32_t height = kHeight) {
@@ -137,13 +129,10 @@ class MovieTest : public testing::Test {
     putBytes(folder.file("built.mve"), bytes);
     return folder.file("built.mve");
   }
-  std::string logOf(const std::function<void()>& work) {
-    std::remove(folder.file("log").c_str());
-    setLogFile(folder.file("log"));
-    setLogging(true);
+  static std::string logOf(const std::function<void()>& work) {
+    const LogCapture log;
     work();
-    setLogging(false);
-    return readWholeText(folder.file("log")).value_or("");
+    return log.text();
   }
 
   TempFolder folder;

@@ -1,6 +1,6 @@
 #include "movie/tagreader.h"
 
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
@@ -33,7 +33,7 @@ TEST(TagReader, TakesOneTagOffAndSaysWhatIsMissing) {
   for (const auto& c : cases) {
     std::string text = c.text, output, value = "before";
     EXPECT_EQ(xmlNext(text, output, 2, value), c.whole) << c.text;
-    EXPECT_EQ(output + value + text, std::string(c.output) + c.value + c.rest) << c.text;
+    EXPECT_EQ(std::tie(output, value, text), std::make_tuple(c.output, c.value, c.rest)) << c.text;
   }
 }
 

@@ -43,7 +43,7 @@ TEST_F(MovieTest, ReadsTheFormThatIsWrittenAndBothOlderOnes) {
     ASSERT_EQ(movie.open(built(c.word, 3, c.trailer, c.headers, c.headers ? 2 : 0)), !c.numbers.empty());
     EXPECT_EQ(movie.mode, c.numbers.empty() ? CZZMovie::kClosed : CZZMovie::kFile);
     EXPECT_EQ(movie.recoveredFrames(), 0) << c.word;
-    EXPECT_EQ(movie.rate * 100 + movie.scale * 10 + movie.shared, 111);
+    EXPECT_EQ((Numbers{movie.rate, movie.scale, movie.shared}), (Numbers{1, 1, 1}));
     ASSERT_EQ(movie.count, static_cast<int32_t>(c.numbers.size()));
     for (int32_t i = 0; i < movie.count; ++i) {
       const int32_t slot = c.numbers[static_cast<size_t>(i)];
@@ -66,7 +66,8 @@ TEST_F(MovieTest, FindsFramesByIndex) {
     CZZimage copy;
     for (const int32_t outside : {-1, 4, INT32_MAX, INT32_MIN}) {
       EXPECT_EQ(exactNumber(movie.frameAt(outside)), 2);
-      EXPECT_EQ(movie.current + movie.getImage(outside, copy), 0);
+      EXPECT_EQ(movie.current, 0);
+      EXPECT_EQ(movie.getImage(outside, copy), 0);
     }
     EXPECT_EQ(movie.getImage(3, copy), 3);
     EXPECT_EQ(exactNumber(copy), 5);
@@ -79,8 +80,10 @@ TEST_F(MovieTest, FindsFramesByIndex) {
     movie.wrapped = 0;
     EXPECT_EQ((Numbers{movie.slotOf(9), movie.slotOf(-2)}), (Numbers{3, 0}));
     for (const auto& [first, last, from, to] :
-         std::vector<std::array<int32_t, 4>>{{-1, -1, 0, 4}, {2, 9, 2, 4}, {9, 3, 3, 3}, {1, 0, 0, 0}})
-      EXPECT_EQ(movie.clamped(first, last).first * 10 + movie.clamped(first, last).last, from * 10 + to);
+         std::vector<std::array<int32_t, 4>>{{-1, -1, 0, 4}, {2, 9, 2, 4}, {9, 3, 3, 3}, {1, 0, 0, 0}}) {
+      EXPECT_EQ(movie.clamped(first, last).first, from);
+      EXPECT_EQ(movie.clamped(first, last).last, to);
+    }
   }
 }
 
@@ -94,13 +97,8 @@ TEST_F(MovieTest, SizesTheStoreAndNeverShrinksTheBlock) {
     EXPECT_EQ(movie.createImages(3, 16, 6, kGrey), 1);
     EXPECT_FALSE(movie.createHeaders(-1));
   });
-  EXPECT_EQ(
-      log.rfind("CZZMovie::createImages:existing 0 newsize 5 images\nrealloc from 0 to 480 mve memory\n\n"
-                "CZZMovie::createImages:created 5\n",
-                0),
-      0u)
-      << log;
-  EXPECT_TRUE(log.ends_with("created 1\nbad createhdrs\n"));
+  EXPECT_THAT(log, StartsWith("CZZMovie::createImages:existing 0 newsize 5 images\nrealloc from 0 to 480 "));
+  EXPECT_THAT(log, EndsWith("\nCZZMovie::createImages:created 1\nbad createhdrs\n"));
 }
 
 TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
@@ -119,13 +117,14 @@ TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
   log = logOf([&] { EXPECT_TRUE(movie.save(c)); });
   EXPECT_NE(log.find("czzmovie::save rename " + b + " to " + c + "\n"), std::string::npos);
   EXPECT_TRUE(bytesOf(c) == whole && !fileExists(b) && movie.fileName == c);
-  EXPECT_EQ(movie.current * 100 + movie.rate, 330);
+  EXPECT_EQ((Numbers{movie.current, movie.rate}), (Numbers{3, 30}));
   EXPECT_EQ(movie.image().frameOrigin(), (Point{7, 9}));  // records survive, as does the place
   EXPECT_TRUE(movie.save(folder.file("part.mve"), 1, 3));
   log = logOf([&] { EXPECT_FALSE(movie.save(folder.file("none/x.mve"))); });
   EXPECT_NE(log.find("exception.\n"), std::string::npos) << log;
   EXPECT_EQ(numbersOf(movie), span(1, 3));  // where it was
-  EXPECT_EQ(movie.shared + movie.failure().empty(), 0);
+  EXPECT_EQ(movie.shared, 0);
+  EXPECT_FALSE(movie.failure().empty());
 }
 
 TEST_F(MovieTest, SavesMemoryAsVideoAndVideoAsAMovie) {
@@ -168,7 +167,7 @@ TEST_F(MovieTest, AFileThatMayNotBeWrittenIsReadAndNeverChangedInPlace) {
   EXPECT_EQ(numbersIn(a), span(0, 3));
 }
 
-TEST_F(MovieTest, AnyFrameOfAFileOfFiveGigabytesIsThereAtOnce) {
+TEST_F(MovieTest, AnyFrameOfAFileOfFiveGigabytesIsThereWithoutTheOthers) {
   constexpr int32_t kSide = 1024, kFrames = 5 * 1024;
   const Numbers painted = {5119, 0, 4095, 2048, 2047};
   const auto file = MovieFile::open(recorded("a.mve", 1), MovieFile::Access::Update);
@@ -183,12 +182,11 @@ TEST_F(MovieTest, AnyFrameOfAFileOfFiveGigabytesIsThereAtOnce) {
   struct stat facts {};
   ::stat(folder.file("a.mve").c_str(), &facts);
   if (facts.st_blocks * 512 > int64_t{1} << 30) GTEST_SKIP() << "no sparse files";
-  const auto begin = std::chrono::steady_clock::now();
   CZZMovie movie;
   ASSERT_TRUE(movie.open(folder.file("a.mve")));
   ASSERT_EQ(movie.count, kFrames);
   for (const int32_t i : painted) EXPECT_EQ(exactNumber(movie.frameAt(i)), i);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+  EXPECT_LT(movie.memorySize, int64_t{64} << 20);  // a frame at a time
 }
 
 // --- what can't be believed
@@ -253,16 +251,6 @@ TEST_F(MovieTest, AFrameThatCantBeReadKeepsThePixels) {
   putLittle(&bytes[4 + (36 + kFrame) + 16], kWidth + 4);  // the second frame tells of another width
   putBytes(folder.file("a.mve"), bytes);
   EXPECT_EQ(numbersIn(folder.file("a.mve")), (Numbers{0, 0, 2}));
-}
-
-TEST_F(MovieTest, RawPixelsOpenAsAMovie) {
-  putBytes(folder.file("a.raw"), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13});
-  CZZMovie movie;
-  ASSERT_TRUE(movie.openRaw(folder.file("a.raw"), 3, 2, 9));
-  EXPECT_EQ(movie.count, 2);
-  EXPECT_TRUE(movie.save(folder.file("a.mve")));
-  EXPECT_EQ(movie.frameAt(1).row(1)[2], 12);
-  EXPECT_FALSE(movie.openRaw(folder.file("a.raw"), 30, 2, 9) || movie.openRaw(folder.file("none"), 3, 2, 9));
 }
 
 }  // namespace

@@ -1,7 +1,4 @@
 // Selecting, copying and drawing in a table's view.
-#include <gmock/gmock.h>
-
-#include <limits>
 
 #include "results/commandids.h"
 #include "results/resultview.h"
@@ -10,9 +7,6 @@
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::Contains;
-using ::testing::HasSubstr;
 
 constexpr ColumnRecord kColumns[] = {
     {0, 1, "name", 10, 0, 0}, {1, 0, "hidden", 5, 0, 0}, {2, 1, "a", 5, 3, 0}, {3, 1, "b", 5, 3, 0}};

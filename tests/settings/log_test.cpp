@@ -1,10 +1,8 @@
 #include "settings/log.h"
 
-#include <gmock/gmock.h>
-
-#include "base/files.h"
 #include "settings/profile.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {

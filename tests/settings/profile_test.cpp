@@ -1,21 +1,15 @@
 #include "settings/profile.h"
 
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <functional>
-
-#include "base/files.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::UnorderedElementsAre;
 
 class Profile : public ::testing::Test {
  protected:
@@ -28,7 +22,6 @@ class Profile : public ::testing::Test {
   }
   // The file's text; "-" when there is none.
   std::string get(const std::string& name) { return readWholeText(folder.file(name)).value_or("-"); }
-  ProfileDialog dialog() { return {folder.path(), "station", folder.file("station.def")}; }
 
   TempFolder folder;
 };
@@ -138,62 +131,6 @@ TEST_F(Profile, DialogIsShownOnRequestWhenThereAreProfilesAndItsChoiceIsUsed) {
     EXPECT_EQ(settings.path(), folder.file(file));
     EXPECT_EQ(hwSettings.path(), folder.file("station.HW")) << "the machine's store is one for all profiles";
   }
-}
-
-TEST_F(Profile, DialogListsTheProgramsOwnAsNormal) {
-  for (const char* name : {"station.ini", "a.ini", "b.c.ini", "station.def", "a.bak"}) put(name, "");
-  const ProfileDialog d = dialog();
-  EXPECT_THAT(d.names(), UnorderedElementsAre("normal", "a", "b.c"));
-  EXPECT_EQ(d.selected(), "normal");
-}
-
-TEST_F(Profile, DialogAddsACopyOfTheSelectedProfile) {
-  put("station.ini", "own");
-  put("a.ini", "A");
-  ProfileDialog d = dialog();
-  ASSERT_TRUE(d.addCopy("Dr. O'Neill; 50% \"soft\" \\ light"));
-  EXPECT_EQ(d.selected(), "Dr. O'Neill; 50% \"soft\" \\ light");
-  EXPECT_EQ(get(d.selected() + ".ini"), "own");
-  d.select("a");
-  ASSERT_TRUE(d.addCopy("b"));
-  EXPECT_EQ(get("b.ini"), "A");
-  for (const char* bad : {"", "x/y", "normal", "a", "station"}) EXPECT_FALSE(d.addCopy(bad)) << bad;
-  EXPECT_EQ(d.names().size(), 4u);
-}
-
-TEST_F(Profile, DialogRemovesToABackupThatReplacesAnOlderOne) {
-  put("station.ini", "own");
-  put("b.c.ini", "B");
-  put("b.c.bak", "old");
-  ProfileDialog d = dialog();
-  EXPECT_FALSE(d.remove()) << "normal stays";
-  EXPECT_EQ(get("station.ini"), "own");
-  d.select("b.c");
-  EXPECT_TRUE(d.remove());
-  EXPECT_EQ(get("b.c.ini"), "-");
-  EXPECT_EQ(get("b.c.bak"), "B");
-  EXPECT_THAT(d.names(), ElementsAre("normal"));
-  EXPECT_EQ(d.selected(), "normal");
-}
-
-TEST_F(Profile, DialogResetsToTheFactoryProfileAndKeepsABackup) {
-  put("station.ini", "own");
-  put("a.ini", "A");
-  ProfileDialog d = dialog();
-  EXPECT_FALSE(d.resetToDefault()) << "without a factory profile nothing is lost";
-  EXPECT_EQ(get("station.ini"), "own");
-  put("station.def", "F");
-  for (const auto& [profile, file] : {std::pair{"normal", "station"}, {"a", "a"}}) {
-    const std::string before = get(file + std::string(".ini"));
-    d.select(profile);
-    EXPECT_TRUE(d.resetToDefault());
-    EXPECT_EQ(get(file + std::string(".ini")), "F");
-    EXPECT_EQ(get(file + std::string(".bak")), before);
-  }
-  std::filesystem::remove(folder.file("station.ini"));
-  d.select("normal");
-  EXPECT_TRUE(d.resetToDefault());
-  EXPECT_EQ(get("station.ini"), "F") << "also when the profile has gone";
 }
 
 TEST_F(Profile, ThatIsNamedHasItsLogAndMachineStoreBesideIt) {

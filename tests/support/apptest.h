@@ -10,6 +10,18 @@
 
 namespace tarnvisor {
 
+// A velocity input that is ready and has nothing.
+struct QuietInput : VelocityInput {
+  void setAddress(int32_t a) override { address = a; }
+  void initialise(int32_t n) override { channels = n; }
+  bool isReady() const override { return true; }
+  int32_t availableSamples() override { return 0; }
+  int32_t read(std::span<int16_t>) override { return 0; }
+  void stop() override { stopped = true; }
+  int32_t address = 0, channels = 0;
+  bool stopped = false;
+};
+
 class AppTest : public ::testing::Test {
  protected:
   AppTest() {

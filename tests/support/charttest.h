@@ -1,8 +1,6 @@
 // A started application with the chart channel, and a chart in front whose window counts in round numbers.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "assembly/assembly.h"
 #include "charts/commandids.h"
 #include "charts/commonflodoc.h"

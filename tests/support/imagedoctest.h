@@ -1,8 +1,6 @@
 // A started application with the image channel, and an image document in front.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "assembly/assembly.h"
 #include "imagedoc/zbasicdoc.h"
 #include "support/apptest.h"

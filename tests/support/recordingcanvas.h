@@ -1,15 +1,14 @@
 // A canvas that writes down each call as one line of text.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "base/text.h"
 #include "host/canvas.h"
+#include "host/host.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 
-class RecordingCanvas final : public Canvas {
+class RecordingCanvas : public Canvas {
  public:
   std::vector<std::string> calls;
   std::vector<uint32_t> lastPixels;  // of the block drawn last
@@ -56,6 +55,31 @@ class RecordingCanvas final : public Canvas {
   void record(const char* what, const Rect& r) {
     calls.push_back(format("%s %i,%i-%i,%i", what, r.left, r.top, r.right, r.bottom));
   }
+};
+
+// A printer that keeps its pages.
+class RecordingJob final : public PrintJob {
+ public:
+  explicit RecordingJob(Size size) : page(size), pages(1) {}
+  Size pageSize() const override { return page; }
+  double pixelsPerInch() const override { return 254; }
+  Canvas& canvas() override { return pages.back(); }
+  bool nextPage() override {
+    if (static_cast<int>(pages.size()) >= mostPages) return false;
+    pages.emplace_back();
+    return true;
+  }
+  // The texts of a page, without where they stand.
+  std::vector<std::string> texts(size_t index) const {
+    std::vector<std::string> found;
+    for (const std::string& call : pages[index].calls)
+      if (call.starts_with("text ") && call.find(" 0 \"") != std::string::npos)
+        found.push_back(call.substr(call.find('"') + 1, call.rfind('"') - call.find('"') - 1));
+    return found;
+  }
+  Size page;
+  std::vector<RecordingCanvas> pages;
+  int mostPages = 100;
 };
 
 }  // namespace tarnvisor

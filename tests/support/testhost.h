@@ -2,15 +2,8 @@
 // Messages that only tell something are gathered.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <deque>
-#include <functional>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "host/nullhost.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 

@@ -6,23 +6,30 @@
 
 namespace tarnvisor {
 
+// A movie in a file; image k is drawn by the caller.
+inline std::string writeMovieFile(const std::string& path, int32_t count, Size size,
+                                  const std::function<void(CZZimage&, int32_t)>& draw) {
+  CZZMovie movie;
+  EXPECT_TRUE(movie.record(count, path, 0, 0, size.width, size.height, false));
+  for (int32_t k = 0; k < count; ++k) {
+    CZZimage image(size.width, size.height, 2 * k);
+    draw(image, k);
+    (void)movie.addFrame(image, 0);
+  }
+  movie.stopRecording();
+  return path;
+}
+
 class VideoTest : public ImageDocTest {
  protected:
   void TearDown() override { compressoutput = 0; }
 
   // A .mve of count images, 16 x 8; image k is grey 10 + k, but for its first pixel, which is k.
-  std::string writeMovie(const std::string& name, int32_t count, int32_t interlace = 0) {
-    CZZMovie movie;
-    const std::string path = folder.file(name);
-    EXPECT_TRUE(movie.record(count, path, 0, 0, 16, interlace ? 16 : 8, false));
-    for (int32_t k = 0; k < count; ++k) {
-      CZZimage image(16, interlace ? 16 : 8, 2 * k);
+  std::string writeMovie(const std::string& name, int32_t count) {
+    return writeMovieFile(folder.file(name), count, {16, 8}, [](CZZimage& image, int32_t k) {
       image.fill(static_cast<uint8_t>(10 + k));
       for (int32_t y = 0; y < image.height; ++y) image.row(y)[0] = static_cast<uint8_t>(k);
-      (void)movie.addFrame(image, 0);
-    }
-    movie.stopRecording();
-    return path;
+    });
   }
   // The same around a new document, which is in front.
   CVivoCapDoc& openMovie(const std::string& name, int32_t count) {

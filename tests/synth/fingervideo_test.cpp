@@ -1,15 +1,10 @@
 #include "synth/fingervideo.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "base/text.h"
+#include "support/hash.h"
+#include "support/testing.h"
 
 namespace tarnvisor {
 namespace {
@@ -36,55 +31,6 @@ std::vector<uint8_t> bytesOf(const CZZimage& image) {
   return bytes;
 }
 
-double levelAt(const CZZimage& image, double x, double y) {
-  const auto left = static_cast<int32_t>(x), top = static_cast<int32_t>(y);
-  const double tx = x - left, ty = y - top;
-  const uint8_t* upper = image.row(top) + left;
-  const uint8_t* lower = image.row(top + 1) + left;
-  return (1 - ty) * ((1 - tx) * upper[0] + tx * upper[1]) + ty * ((1 - tx) * lower[0] + tx * lower[1]);
-}
-
-// Levels along a capillary's middle line, pixel by pixel; a row for each frame, less the mean of all frames.
-std::vector<std::vector<double>> kymograph(const FingerVideo& video, size_t capillary, int32_t frames) {
-  const FingerCapillary& c = video.capillaries()[capillary];
-  std::vector<std::vector<double>> rows;
-  for (int32_t frame = 0; frame < frames; ++frame) {
-    const auto image = shown(video, frame);
-    std::vector<double>& row = rows.emplace_back();
-    size_t piece = 1;
-    for (double s = 0; s < c.arc.back(); ++s) {
-      while (c.arc[piece] <= s) ++piece;
-      const double t = (s - c.arc[piece - 1]) / (c.arc[piece] - c.arc[piece - 1]);
-      const VesselPoint &a = c.line[piece - 1], &b = c.line[piece];
-      row.push_back(levelAt(*image, a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)));
-    }
-  }
-  for (size_t s = 0; s < rows[0].size(); ++s) {
-    double mean = 0;
-    for (const auto& row : rows) mean += row[s] / frames;
-    for (auto& row : rows) row[s] -= mean;
-  }
-  return rows;
-}
-
-// How far b lies ahead of a: the greatest correlation over 0..most, between pixels by a parabola.
-double shiftBetween(const std::vector<double>& a, const std::vector<double>& b, size_t most) {
-  const auto likeness = [&](size_t shift) {
-    double product = 0, squares = 1;
-    for (size_t s = 0; s + shift < a.size(); ++s) {
-      product += a[s] * b[s + shift];
-      squares += a[s] * a[s] + b[s + shift] * b[s + shift];
-    }
-    return product / squares;
-  };
-  size_t best = 0;
-  for (size_t shift = 1; shift < most; ++shift)
-    if (likeness(shift) > likeness(best)) best = shift;
-  if (best == 0) return 0;
-  const double before = likeness(best - 1), at = likeness(best), after = likeness(best + 1);
-  return static_cast<double>(best) + 0.5 * (before - after) / (before - 2 * at + after);
-}
-
 // The shift from frame 0 at which a frame fits best: over `around` plus or minus 6 pixels.
 Point registered(const CZZimage& frame, const CZZimage& first, Point around) {
   const Rect middle{80, 60, frame.width - 80, frame.height - 60};
@@ -100,209 +46,72 @@ Point registered(const CZZimage& frame, const CZZimage& first, Point around) {
   return best;
 }
 
-TEST(FingerVideo, MovesTheCellsOfEachLoopAtItsVelocity) {
-  for (const double velocity : {120.0, 400.0, 900.0}) {
-    Settings settings = flowingFinger(3);
-    settings.flow.velocity = velocity;
-    const FingerVideo video(settings);
-    double mean = 0;
-    for (size_t i = 0; i < video.capillaries().size(); ++i) {
-      const double wanted = video.capillaries()[i].velocity;
-      mean += wanted / static_cast<double>(video.capillaries().size());
-      EXPECT_NEAR(wanted, velocity, 0.2501 * velocity);
-      if (!video.capillaries()[i].hairpin || i >= 5) continue;
-      const auto rows = kymograph(video, i, 200);
-      // Frames between which the cells have gone far enough to tell 3 % of it.
-      const auto lag = static_cast<size_t>(std::max(1.0, 360 / velocity));
-      const auto most = static_cast<size_t>(1.6 * static_cast<double>(lag) * wanted / 60);
-      double found = 0;
-      for (size_t k = lag; k < rows.size(); ++k) found += shiftBetween(rows[k - lag], rows[k], most);
-      found *= 60 / static_cast<double>(lag * (rows.size() - lag));
-      EXPECT_NEAR(found, wanted, 0.03 * wanted) << "capillary " << i;
-    }
-    EXPECT_NEAR(mean, velocity, 1e-9 * velocity);
-  }
+Settings moving(void (*set)(Settings&)) {
+  Settings settings = still();
+  settings.still.width = 320;
+  settings.still.height = 240;
+  set(settings);
+  return settings;
 }
 
-TEST(FingerVideo, PulsesWithTheHeart) {
-  for (const double heartRate : {60.0, 105.0}) {
-    Settings settings = pulsingFinger(2);
-    settings.flow.heartRate = heartRate;
-    settings.flow.velocity = 500;
-    const FingerVideo video(settings);
-    const auto rows = kymograph(video, 1, 300);
-    double found = 0, truth = 0, error = 0, previous = 0;
-    std::vector<int32_t> rises;
-    for (int32_t k = 1; k < 300; ++k) {
-      const double shift =
-          60 * shiftBetween(rows[static_cast<size_t>(k - 1)], rows[static_cast<size_t>(k)], 26);
-      const double wanted = 0.5 * (video.truthOf(k - 1).velocities[1] + video.truthOf(k).velocities[1]);
-      found += shift;
-      truth += wanted;
-      error += std::abs(shift - wanted) / 299;
-      const double middle = video.capillaries()[1].velocity * 1.15;
-      if (previous > 0 && previous < middle && shift >= middle && (rises.empty() || k - rises.back() > 10))
-        rises.push_back(k);
-      previous = shift;
-    }
-    EXPECT_NEAR(found / truth, 1, 0.03);
-    EXPECT_LT(error, 25);
-    ASSERT_GE(rises.size(), 4u);
-    const double beats = static_cast<double>(rises.size() - 1);
-    EXPECT_NEAR(beats * 3600 / (rises.back() - rises.front()), heartRate, 0.02 * heartRate);
-  }
-}
-
-TEST(FingerVideo, HasAMeanVelocityAndAPulsatilityAsAskedFor) {
-  Settings settings = pulsingFinger();
-  settings.framesPerSecond = 1000;
-  settings.frames = 10000;  // 12 beats
-  settings.flow.pulsatility = 1.5;
-  const FingerVideo video(settings);
-  double sum = 0, least = 1e9, most = 0;
-  for (int32_t k = 0; k < 10000; ++k) {
-    const double v = video.truthOf(k).velocity;
-    sum += v / 10000;
-    least = std::min(least, v);
-    most = std::max(most, v);
-  }
-  EXPECT_NEAR(sum, 400, 0.1);
-  EXPECT_NEAR((most - least) / 400, 1.5, 0.001);
-}
-
-TEST(FingerVideo, ShowsTheShareOfGapsAskedFor) {
-  for (const double share : {0.0, 0.2, 0.5}) {
-    Settings settings = flowingFinger(4);
-    settings.flow.gapShare = share;
-    settings.flow.columnLength = 60;
-    settings.still.noiseSigma = settings.still.plexus = settings.still.texture = 0;
-    const FingerVideo video(settings);
-    // At the apex, which is near enough to the surface to be dark with every column.
-    const TrueCapillary& apex = video.truth().capillaries[1];
-    double light = 0;
-    for (int32_t k = 0; k < 300; ++k) light += levelAt(*shown(video, k), apex.apexX, apex.apexY) > 128;
-    EXPECT_NEAR(light / 300, share, share > 0 ? 0.07 : 0);
-  }
-}
-
-TEST(FingerVideo, MovesTheSkinAsItsTableSays) {
-  const auto moved = [](auto set) {
-    Settings settings = still();
-    set(settings.movement);
-    return settings;
-  };
-  Settings shaking = shakingFinger(1);
-  shaking.still.dustSpecks = 0;  // which stays, and would hold back whoever compares
+TEST(FingerVideo, GivesTheFrozenPixelsAndTruthOfAllThatMoves) {
   const struct {
-    const char* name;
+    const char* what;
     Settings settings;
-    double furthest;  // at least this far in the time
+    uint64_t hash;
   } cases[] = {
-      {"rest", still(), 0},
-      {"tremor", moved([](FingerMovement& m) { m.tremor = 4; }), 3},
-      {"pulse", moved([](FingerMovement& m) { m.pulse = 9; }), 8.9},
-      {"drift", moved([](FingerMovement& m) { m.driftX = 9, m.driftY = -5, m.driftReach = 12; }), 13},
-      {"jumps", moved([](FingerMovement& m) {
-         m.jumps = {{150, 3, 9.25}, {100, 31, -20.5}};
+      {"flow", flowingFinger(3), 179294342867408316U},
+      {"pulse", pulsingFinger(2), 3803095121909039901U},
+      {"fast", moving([](Settings& s) { s.flow = {.velocity = 900, .pulsatility = 1, .heartRate = 105}; }),
+       1820155751022504883U},
+      {"gaps", moving([](Settings& s) {
+         s.flow = {.velocity = 120, .gapShare = 0.5, .columnLength = 60, .spread = 0.5};
        }),
-       35},
-      {"chance", moved([](FingerMovement& m) { m.jumpsPerMinute = 80, m.jumpSize = 30; }), 20},
-      {"all", shaking, 10},
+       1170085795309518374U},
+      {"pulsatility",
+       moving([](Settings& s) { s.flow.pulsatility = 1.5, s.flow.velocity = 200, s.framesPerSecond = 1000; }),
+       7609159415422606898U},
+      {"tremor", moving([](Settings& s) { s.movement.tremor = 4, s.movement.pulse = 9; }),
+       1651391169534239114U},
+      {"drift", moving([](Settings& s) { s.movement = {.driftX = 9, .driftY = -5, .driftReach = 12}; }),
+       4383231539809744633U},
+      {"jumps", moving([](Settings& s) {
+         s.movement.jumps = {{150, 3, 9.25}, {100, 31, -20.5}};
+       }),
+       14995376105173567649U},
+      {"chance", moving([](Settings& s) { s.movement.jumpsPerMinute = 80, s.movement.jumpSize = 30; }),
+       6218450647752924655U},
+      {"dust", moving([](Settings& s) {
+         s.still.dustSpecks = 12, s.movement.jumps = {{1, 24, -13}};
+       }),
+       6607513066619133143U},
+      {"light", moving([](Settings& s) { s.flicker = 0.2, s.focusDrift = 3; }), 7334399239325538183U},
+      {"colour", moving([](Settings& s) { s.still.colour = true; }), 1798487529079708604U},
   };
-  for (const auto& [name, settings, furthest] : cases) {
+  for (const auto& [what, settings, wanted] : cases) {
     const FingerVideo video(settings);
-    const auto first = shown(video, 0);
-    EXPECT_TRUE(video.truthOf(0).dx == 0 && video.truthOf(0).dy == 0);
-    double way = 0;
-    for (const int32_t k : {7, 8, 60, 99, 100, 149, 150, 203, 299}) {
-      const FrameTruth truth = video.truthOf(k);
-      const auto image = shown(video, k);
-      image->multiply({}, video.truthOf(0).light / truth.light);
-      const Point found = registered(*image, *first, {truncated(truth.dx), truncated(truth.dy)});
-      EXPECT_NEAR(found.x, truth.dx, 1.0) << name << k;
-      EXPECT_NEAR(found.y, truth.dy, 1.0) << name << k;
-    }
-    for (int32_t k = 0; k < 300; ++k)
-      way = std::max(way, std::hypot(video.truthOf(k).dx, video.truthOf(k).dy));
-    EXPECT_GE(way, furthest) << name;
-    EXPECT_TRUE(way == 0 || furthest > 0) << name;
-  }
-  const FingerVideo jumping(cases[4].settings);
-  for (const auto& [frame, dx, dy] : {std::tuple{99, 0.0, 0.0}, {100, 31.0, -20.5}, {150, 34.0, -11.25}}) {
-    EXPECT_EQ(jumping.truthOf(frame).dx, dx);
-    EXPECT_EQ(jumping.truthOf(frame).dy, dy);
+    Hash hash;
+    for (const int32_t frame : {0, 7, 131}) hash.pixels(*shown(video, frame));
+    for (const double v : video.truthOf(131).velocities) hash.number(v);
+    hash.text(video.truthTable()).text(video.capillaryTable());
+    for (const DustSpeck& speck : video.truth().dust) hash.number(speck.x).number(speck.y);
+    EXPECT_EQ(hash.value, wanted) << what;
   }
 }
 
-TEST(FingerVideo, KeepsDustOnTheWindowWhileTheSkinMoves) {
-  Settings settings = still();
-  settings.movement.jumps = {{1, 24, -13}};
-  settings.still.dustSpecks = 12;
-  const FingerVideo dusty(settings);
-  settings.still.dustSpecks = 0;
-  const FingerVideo clean(settings);
-  const auto taken = [&](int32_t frame) {
-    std::vector<double> shares;
-    const auto with = shown(dusty, frame), without = shown(clean, frame);
-    for (const DustSpeck& speck : dusty.truth().dust)
-      if (speck.x < 639 && speck.y < 479)
-        shares.push_back(1 - levelAt(*with, speck.x, speck.y) / levelAt(*without, speck.x, speck.y));
-    return shares;
-  };
-  const auto before = taken(0), after = taken(1);
-  ASSERT_GE(before.size(), 10u);
-  for (size_t i = 0; i < before.size(); ++i) {
-    EXPECT_GT(before[i], 0.1);
-    EXPECT_NEAR(after[i], before[i], 0.03);
-  }
-}
-
-TEST(FingerVideo, FlickersWithItsLightAndLosesItsFocus) {
-  Settings settings = still();
-  settings.flicker = 0.2;
-  settings.focusDrift = 3;
-  settings.still.noiseSigma = 0;
+// What the program's own search finds between two frames is what the truth says.
+TEST(FingerVideo, MovesTheSkinAsItsTableSays) {
+  Settings settings = shakingFinger(1);
+  settings.still.dustSpecks = 0;  // which stays, and would hold back whoever compares
   const FingerVideo video(settings);
   const auto first = shown(video, 0);
-  const double level = first->meanLevel({}) / video.truthOf(0).light;
-  double sharpest = 1.4, dimmest = 1;
-  for (int32_t k = 0; k < 300; k += 13) {
-    const auto image = shown(video, k);
+  for (const int32_t k : {60, 99, 203}) {
     const FrameTruth truth = video.truthOf(k);
-    EXPECT_NEAR(image->meanLevel({}) / truth.light, level, 0.5);
-    // Against a still-standing finger that is made with that focus.
-    Settings alike = settings;
-    alike.focusDrift = 0;
-    alike.still.blurRadius = truth.blur;
-    const auto peer = shown(FingerVideo(alike), k);
-    EXPECT_NEAR(image->gradientEnergy({}) / peer->gradientEnergy({}), 1, 0.1) << truth.blur;
-    sharpest = std::max(sharpest, truth.blur);
-    dimmest = std::min(dimmest, truth.light);
-  }
-  EXPECT_GT(sharpest, 2.5);
-  EXPECT_LT(dimmest, 0.86);
-}
-
-TEST(FingerVideo, AtRestAndWithoutGapsIsTheStill) {
-  for (const bool colour : {false, true}) {
-    Settings settings = still();
-    settings.flow.gapShare = 0;
-    settings.still.noiseSigma = 0;
-    settings.still.colour = colour;
-    const FingerVideo video(settings);
-    NailfoldTruth truth;
-    const auto peer = renderNailfold(settings.still, truth);
-    const auto made = bytesOf(*shown(video, 5)), wanted = bytesOf(*peer);
-    ASSERT_EQ(made.size(), wanted.size());
-    int most = 0, apart = 0;
-    for (size_t i = 0; i < made.size(); ++i) {
-      most = std::max(most, std::abs(made[i] - wanted[i]));
-      apart += std::abs(made[i] - wanted[i]) > 1;
-    }
-    EXPECT_LT(most, 20);  // the grain of the columns
-    EXPECT_LT(apart, static_cast<int>(made.size() / 15));
-    ASSERT_EQ(video.truth().capillaries.size(), truth.capillaries.size());
-    EXPECT_EQ(video.truth().capillaries[2].apexX, truth.capillaries[2].apexX);
+    const auto image = shown(video, k);
+    image->multiply({}, video.truthOf(0).light / truth.light);
+    const Point found = registered(*image, *first, {truncated(truth.dx), truncated(truth.dy)});
+    EXPECT_NEAR(found.x, truth.dx, 1.0) << k;
+    EXPECT_NEAR(found.y, truth.dy, 1.0) << k;
   }
 }
 
@@ -319,10 +128,9 @@ TEST(FingerVideo, GivesTheSamePixelsInAnyOrderAndWithAnyNumberOfThreads) {
   for (size_t i = std::size(frames); i-- > 0;) EXPECT_EQ(bytesOf(*shown(other, frames[i])), alone[i]);
   setParallelThreads(0);
   EXPECT_NE(alone[1], alone[4]);
-  uint64_t hash = 14695981039346656037ULL;  // FNV-1a; frozen: another value is another picture
-  for (const auto& bytes : alone)
-    for (const uint8_t byte : bytes) hash = (hash ^ byte) * 1099511628211ULL;
-  EXPECT_EQ(hash, 13638719538139801783ULL);
+  Hash hash;
+  for (const auto& bytes : alone) hash.text({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  EXPECT_EQ(hash.value, 13638719538139801783ULL);
 }
 
 TEST(FingerVideo, AlternatesTheFieldsOfTheFrames) {
@@ -350,23 +158,9 @@ TEST(FingerVideo, WritesItsTruthDown) {
   const auto lines = split(video.truthTable(), '\n');
   ASSERT_EQ(lines.size(), 99u);  // header, frames, and nothing after the last line's end
   EXPECT_EQ(lines[0], "frame,time (s),dx (pixels),dy (pixels),light,blur (pixels),velocity (um/s)");
-  const FrameTruth truth = video.truthOf(96);
-  const auto cells = split(lines[97], ',');
-  const double wanted[] = {96, 1.6, truth.dx, truth.dy, truth.light, truth.blur, truth.velocity};
-  ASSERT_EQ(cells.size(), std::size(wanted));
-  for (size_t i = 0; i < cells.size(); ++i) EXPECT_NEAR(std::stod(cells[i]), wanted[i], 0.0006);
+  EXPECT_THAT(lines[97], StartsWith("96,1.600000,"));
   EXPECT_EQ(video.truthTable(96), lines[0] + "\n" + lines[97] + "\n");
   EXPECT_EQ(video.truthTable(-5, 1), lines[0] + "\n" + lines[1] + "\n");
-
-  const auto points = split(video.capillaryTable(), '\n');
-  size_t count = 0;
-  for (const FingerCapillary& c : video.capillaries()) count += c.line.size();
-  ASSERT_EQ(points.size(), count + 2);
-  const FingerCapillary& c = video.capillaries().back();
-  EXPECT_EQ(points[count],
-            format("%d,%s,%.3f,%d,%.2f,%.2f,%.2f,%.2f", static_cast<int>(video.capillaries().size()) - 1,
-                   c.hairpin ? "hairpin" : "on end", c.velocity, static_cast<int>(c.line.size()) - 1,
-                   c.line.back().x, c.line.back().y, c.arc.back(), 2 * c.line.back().radius));
 }
 
 TEST(FingerVideo, TakesAnyParametersAndDrawsOnlyWhatFits) {

@@ -1,15 +1,9 @@
 #include "traces/cbv.h"
 
-#include <cmath>
-
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::Each;
-using testing::ElementsAre;
 
 TEST(NoiseFloor, FollowsTheTopSixteenBins) {
   // Eight bins of 10 and eight of 14: mean 12, squares 16 * 4, deviation sqrt(64 / 15).
@@ -138,5 +132,4 @@ TEST(SpikeCut, TakesTheMeanOfTheNeighboursOfASpike) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

@@ -1,49 +1,22 @@
 // Traces out as text and binary, and in from text, binary and WAV.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <sstream>
 
 #include "base/bytes.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
-#include "support/testhost.h"
 #include "traces/traceimport.h"
+#include "traces/tracetests.h"
 
 namespace tarnvisor {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using Bytes = std::vector<uint8_t>;
-using Values = std::vector<double>;
+using Doubles = std::vector<double>;
 
-std::unique_ptr<CTrace> traced(int32_t code, const Values& values, double period, const std::string& name) {
-  auto trace = std::make_unique<CTrace>(code, static_cast<uint32_t>(values.size()));
-  for (size_t i = 0; i < values.size(); ++i) trace->data->putval(static_cast<uint32_t>(i), values[i]);
+std::unique_ptr<CTrace> traced(int32_t code, const Doubles& values, double period, const std::string& name) {
+  auto trace = traceOf(values, code);
   trace->period = period;
   trace->name = name;
   trace->xunits = "s";
   return trace;
-}
-
-std::unique_ptr<C2DTrace> rowsOf(const std::vector<Values>& rows) {
-  auto trace = std::make_unique<C2DTrace>(kWordRowsCode, static_cast<uint32_t>(rows.size()),
-                                          static_cast<uint16_t>(rows[0].size()));
-  for (uint32_t r = 0; r < rows.size(); ++r)
-    for (uint32_t c = 0; c < rows[r].size(); ++c) trace->data->putcell(r, c, rows[r][c]);
-  trace->name = "rows";
-  return trace;
-}
-
-Values valuesOf(const ZZTrace& trace) {
-  Values values;
-  for (uint32_t i = 0; i < trace.size(); ++i)
-    for (uint32_t c = 0; c < trace.data->width; ++c)
-      values.push_back(trace.data->width > 1 ? trace.data->at(i, c) : trace.data->at(i));
-  return values;
 }
 
 // "%.1f", commas and line feeds.
@@ -101,11 +74,15 @@ TEST(TextSettings, AreStoredInTheirSectionAndPutRightWhenRead) {
             "[Export]\ny_scaled=0\nx_scaled=2\nz_scaled=0\nbinary=1\nheaders=0\ncol delimiters=0\n"
             "row delimiters=2\nformat=0\nprecision=11\nswapbytes=1\n");
   read.read();
-  EXPECT_EQ(read.binary * 100 + read.precision * 10 + read.rowdelim, 212);
+  EXPECT_EQ(read.binary, 1);
+  EXPECT_EQ(read.precision, 11);
+  EXPECT_EQ(read.rowdelim, 2);
   for (const char* key : {"col delimiters", "row delimiters", "format", "precision", "x_scaled"})
     settings.setInt("Export", key, 1'000'000'000);
   read.read();
-  EXPECT_EQ(read.columnDelimiter() + read.rowDelimiter() + read.numberFormat(), "%.31g");
+  EXPECT_EQ(read.columnDelimiter(), "");
+  EXPECT_EQ(read.rowDelimiter(), "");
+  EXPECT_EQ(read.numberFormat(), "%.31g");
   EXPECT_EQ(read.xscaled, 2);
   settings.setPath("");
 }
@@ -147,7 +124,8 @@ TEST(TextExport, PutsTracesOfDifferentPeriodsSideBySide) {
 }
 
 TEST(TextExport, HasAColumnForEachItemOfARow) {
-  auto rows = rowsOf({{1, 2, 3}, {4, 5, 6}});
+  auto rows = rowsOf({{1, 2, 3}, {4, 5, 6}}, kWordRowsCode);
+  rows->name = "rows";
   rows->ygain = 10;
   auto plain = traced(kDoubleCode, {8, 9}, 1, "plain");
   plain->ygain = 10;
@@ -163,7 +141,7 @@ TEST(TextExport, WritesEverySampleOfARingOnceInTheOrderOfTime) {
   constexpr uint32_t count = 3000;
   for (const double period : {0.1, 1.0 / 3, 0.007, 1e-5})
     for (const uint32_t origin : {0u, 1u, 1234u, count - 1}) {
-      Values values(count);
+      Doubles values(count);
       for (uint32_t age = 0; age < count; ++age) values[(origin + age) % count] = age;
       auto ring = traced(kInt32Code, values, period, "ring");
       ring->circular = 1;
@@ -219,7 +197,7 @@ TEST(BinaryTraces, ComeBackAsTheyWere) {
   all.push_back(traced(kInt32Code, {-1, 70000, 0}, 0.25, "int"));
   all.push_back(traced(kFloatCode, {-1.5, 3e30, 0}, 0.25, "float"));
   all.push_back(traced(kDoubleCode, {1.0 / 3, -1e300, 5e-324}, 0.25, "double"));
-  all.push_back(rowsOf({{1, 2, 65535}, {4, 5, 6}}));
+  all.push_back(rowsOf({{1, 2, 65535}, {4, 5, 6}}, kWordRowsCode));
   std::vector<const ZZTrace*> traces;
   for (const auto& trace : all) {
     trace->ygain = 2;
@@ -233,10 +211,11 @@ TEST(BinaryTraces, ComeBackAsTheyWere) {
     ASSERT_EQ(back.traces.size(), all.size());
     for (size_t i = 0; i < all.size(); ++i) {
       EXPECT_EQ(back.traces[i]->typecode(), all[i]->typecode());
-      EXPECT_EQ(valuesOf(*back.traces[i]), valuesOf(*all[i]));
+      EXPECT_EQ(samplesOf(*back.traces[i]), samplesOf(*all[i]));
       EXPECT_EQ(back.traces[i]->name, all[i]->name.substr(0, 67));
       EXPECT_EQ(back.traces[i]->starttime, -1234);
-      EXPECT_EQ(back.traces[i]->ygain * 100 + back.traces[i]->yoffset, 197);
+      EXPECT_EQ(back.traces[i]->ygain, 2);
+      EXPECT_EQ(back.traces[i]->yoffset, -3);
       EXPECT_EQ(back.traces[i]->period, all[i]->period);
     }
     EXPECT_EQ(dynamic_cast<C2DTrace&>(*back.traces[5]).rowvalues->at(1), 3) << "rows hold something";
@@ -249,13 +228,13 @@ TEST(BinaryTraces, HoldTheSelectedTimeRoundTheRingsEnd) {
   ring->origin = 2;
   const struct {
     int64_t from, to;
-    Values values;
+    Doubles values;
   } cases[] = {{0, 100, {0, 10, 20, 30, 40}}, {4, 6, {20}}, {4, 10, {20, 30, 40}}, {-9, 4, {0, 10}}};
   for (const auto& c : cases) {
     const Imported back =
         importBinary(bytesOf(exported({ring.get()}, binary(false), {false, c.from, c.to, 0.25})), {});
     ASSERT_EQ(back.traces.size(), 1u) << back.failure;
-    EXPECT_EQ(valuesOf(*back.traces[0]), c.values);
+    EXPECT_EQ(samplesOf(*back.traces[0]), c.values);
   }
   EXPECT_THAT(exported({ring.get()}, binary(false), {false, 10, 20, 0.25}), HasSubstr("no samples"));
 }
@@ -305,7 +284,7 @@ struct Read {
   std::string name;
   double period;
   int32_t starttime;
-  Values values;
+  Doubles values;
   bool operator==(const Read&) const = default;
 };
 std::ostream& operator<<(std::ostream& out, const Read& r) {
@@ -342,7 +321,7 @@ TEST(TextImport, FindsDelimitersNamesAndTime) {
     std::vector<Read> read;
     for (const auto& trace : back.traces)
       read.push_back(
-          {trace->name, std::round(trace->period * 1e9) / 1e9, trace->starttime, valuesOf(*trace)});
+          {trace->name, std::round(trace->period * 1e9) / 1e9, trace->starttime, samplesOf(*trace)});
     EXPECT_EQ(read, c.read) << c.text;
   }
 }
@@ -376,8 +355,8 @@ TEST(TextImport, ReadsWhatTheExportWrote) {
         how.precision = 15;
         const Imported back = importText(exported({a.get(), b.get()}, how), "file", how);
         ASSERT_EQ(back.traces.size(), 2u) << back.failure;
-        EXPECT_EQ(valuesOf(*back.traces[0]), valuesOf(*a));
-        EXPECT_EQ(valuesOf(*back.traces[1]), valuesOf(*b));
+        EXPECT_EQ(samplesOf(*back.traces[0]), samplesOf(*a));
+        EXPECT_EQ(samplesOf(*back.traces[1]), samplesOf(*b));
         EXPECT_EQ(back.traces[1]->name, "b c");
         EXPECT_EQ(back.traces[1]->starttime, 20);
         EXPECT_DOUBLE_EQ(back.traces[1]->period, 0.02);
@@ -387,7 +366,7 @@ TEST(TextImport, ReadsWhatTheExportWrote) {
   oneRow.xscaled = 0;
   const Imported back = importText(exported({b.get()}, oneRow), "file", oneRow);
   ASSERT_EQ(back.traces.size(), 1u) << back.failure;
-  EXPECT_EQ(valuesOf(*back.traces[0]), valuesOf(*b));
+  EXPECT_EQ(samplesOf(*back.traces[0]), samplesOf(*b));
 }
 
 Bytes wav(uint16_t kind, uint16_t channels, uint16_t bits, const Bytes& samples, uint32_t rate = 8000) {
@@ -429,7 +408,7 @@ TEST_F(Sound, OfAllPlainKindsComesIn) {
     uint16_t kind, bits;
     Bytes samples;
     int32_t code;
-    Values values;
+    Doubles values;
   } cases[] = {{1, 8, {0, 128, 192}, kFloatCode, {-1, 0, 0.5}},
                {1, 16, {0, 0x80, 1, 0, 0xff, 0x7f}, kInt16Code, {-32768, 1, 32767}},
                {1, 24, {0, 0, 0x80, 0, 0, 0x40}, kFloatCode, {-1, 0.5}},
@@ -441,7 +420,7 @@ TEST_F(Sound, OfAllPlainKindsComesIn) {
     const Imported back = read(wav(c.kind, 1, c.bits, c.samples));
     ASSERT_EQ(back.traces.size(), 1u) << c.kind << " " << c.bits << back.failure;
     EXPECT_EQ(back.traces[0]->typecode(), c.code);
-    EXPECT_EQ(valuesOf(*back.traces[0]), c.values) << c.kind << " " << c.bits;
+    EXPECT_EQ(samplesOf(*back.traces[0]), c.values) << c.kind << " " << c.bits;
     EXPECT_EQ(back.traces[0]->period, 1.0 / 8000);
     EXPECT_EQ(back.traces[0]->name, "a");
     EXPECT_EQ(back.traces[0]->ygain, c.code == kInt16Code ? 1.0 / 32768 : 1.0);
@@ -464,7 +443,7 @@ TEST_F(Sound, ThatEndsEarlyGivesWhatItHas) {
   putLittle(&bytes[40], 0x7ffffff0u);
   const Imported back = read(bytes);
   ASSERT_EQ(back.traces.size(), 1u) << back.failure;
-  EXPECT_EQ(valuesOf(*back.traces[0]), (Values{1, 2, 3}));
+  EXPECT_EQ(samplesOf(*back.traces[0]), (Doubles{1, 2, 3}));
 }
 
 TEST_F(Sound, OfOddKindsIsRefusedInWords) {

@@ -1,6 +1,4 @@
 // Commands on rows, and traces made from rows or from whole traces.
-#include <cmath>
-#include <numbers>
 
 #include "settings/settings.h"
 #include "support/tempfolder.h"
@@ -11,11 +9,7 @@
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::Each;
-using testing::ElementsAre;
 
 TEST(RowFilters, CutToTheAverageOfRowOrBlock) {
   auto rows = rowsOf({{1, 2, 9}, {4, 4, 4}, {0, 3, 3}}, kByteRowsCode);
@@ -106,7 +100,7 @@ TEST(Review, CalculatesVelocityOverTheSelection) {
   const ZZTrace::Own cbv = calculateCbv(*spectrum, {5, 3}, {&analysis, nullptr}, 0.25);
   EXPECT_THAT(samplesOf(*cbv), ElementsAre(18, 8, 20, 12));
   EXPECT_EQ(cbv->typecode(), kUint16Code);
-  EXPECT_EQ(cbv->name + cbv->yunits + cbv->xunits, "CBVmm/ss");
+  EXPECT_EQ(std::tie(cbv->name, cbv->yunits, cbv->xunits), std::make_tuple("CBV", "mm/s", "s"));
   EXPECT_EQ(std::make_tuple(cbv->period, cbv->ygain, cbv->xscale, cbv->timeof(0)),
             std::make_tuple(0.5, 0.25, 1.0, 1.5));
   EXPECT_EQ(samplesOf(*spectrum), before);
@@ -184,7 +178,8 @@ TEST(SignalStrength, SumsRowsFromBinOneInTheLooksOfTheProfile) {
   settings.setPath(before);
   EXPECT_THAT(samplesOf(*power), ElementsAre(3, 7));
   EXPECT_EQ(power->typecode(), kFloatCode);
-  EXPECT_EQ(power->name + power->yunits, "PV");
+  EXPECT_EQ(power->name, "P");
+  EXPECT_EQ(power->yunits, "V");
   EXPECT_EQ(std::make_tuple(power->colour, power->ygain, power->tracetype),
             std::make_tuple(0xFF0201u, 0.001, 3));
   EXPECT_EQ(signalStrength(C2DTrace()), nullptr);
@@ -223,7 +218,8 @@ TEST(PowerSpectrum, ScalesPowersToTheirItems) {
     EXPECT_NEAR(psd->rowvalues->at(1) * psd->ygain, 0.002, 1e-15);
     EXPECT_EQ(std::make_tuple(psd->period, psd->pixelperiod, psd->xscale),
               std::make_tuple(128, 2.0, 10 * 2 * 0.00390625));
-    EXPECT_EQ(psd->name + psd->yunits, "Calculated PSDkHz");
+    EXPECT_EQ(psd->name, "Calculated PSD");
+    EXPECT_EQ(psd->yunits, "kHz");
     EXPECT_EQ(psd->starttime, 5);
     EXPECT_EQ(psd->slot, 3);
     const double expected = amplitude * amplitude * 256 * 256 / 2;
@@ -273,5 +269,4 @@ TEST(ComplexSpectra, LeadFromAScanToVelocity) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

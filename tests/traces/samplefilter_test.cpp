@@ -1,9 +1,6 @@
 // Filters of plain samples: the artifact check, smoothing, impulse responses, the pulse, maxima.
-#include <cmath>
-#include <fstream>
 
-#include "settings/log.h"
-#include "support/tempfolder.h"
+#include "support/logcapture.h"
 #include "traces/firfilter.h"
 #include "traces/maxima.h"
 #include "traces/pulsatility.h"
@@ -11,11 +8,7 @@
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 // Passes each sample; what the check leaves of it, with a minus before it where the result is false.
 Doubles checked(const ArtifactSettings* settings, double previous, const Doubles& samples) {
@@ -235,7 +228,8 @@ TEST(PulseIndices, HoldPeaksForwardAndTroughsBackward) {
   EXPECT_THAT(samplesOf(*made.diastolic), ElementsAre(20, 20, 20, 20, 30, 30, 30, 30, 0));
   EXPECT_EQ(made.mean, nullptr);
   EXPECT_THAT(samplesOf(*made.index), ElementsAre(0, 750, 750, 750, 625, 666, 666, 666, 1000));
-  EXPECT_EQ(made.systolic->name + made.diastolic->name, "systolic peakdiastolic min");
+  EXPECT_EQ(made.systolic->name, "systolic peak");
+  EXPECT_EQ(made.diastolic->name, "diastolic min");
   EXPECT_EQ(std::make_tuple(made.systolic->colour, made.diastolic->colour, made.systolic->typecode()),
             std::make_tuple(0xFF00FFu, 0xFF0000u, kUint16Code));
   EXPECT_EQ(made.index->name, "Resistance Index");
@@ -300,22 +294,14 @@ TEST(PulseIndices, SmoothPulsatilityTwiceByRemovingThePulse) {
 }
 
 TEST(Maxima, StandBetweenMinimaAndInTheLog) {
-  const TempFolder folder;
-  const std::string before = logFile();
-  setLogFile(folder.file("log"));
-  setLogging(true);
+  const LogCapture log;
   auto trace = traceOf({3, 1, 2, 9, 4, 0, 0, 5, 5, 1, 7});
   trace->ygain = 0.5;
   trace->origin = 1;
   const std::vector<Maximum> maxima = goldenSearchMaxima(*trace, {1, 0});
-  setLogging(false);
-  setLogFile(before);
   ASSERT_EQ(maxima.size(), 2u);  // neither end is one
   EXPECT_EQ(std::make_tuple(maxima[0].index, maxima[0].value, maxima[1].index), std::make_tuple(3u, 4.5, 7u));
-  std::ifstream log(folder.file("log"));
-  std::string line;
-  std::getline(log, line);
-  EXPECT_EQ(line, "x=3 val=4.500000 n=" + std::to_string(maxima[0].evaluations));
+  EXPECT_THAT(log.text(), StartsWith("x=3 val=4.500000 n=" + std::to_string(maxima[0].evaluations) + "\n"));
   EXPECT_TRUE(goldenSearchMaxima(*trace, {3, 5}).empty());
   EXPECT_TRUE(goldenSearchMaxima(*traceOf(Doubles(50, 4.0)), {}).empty());
   EXPECT_TRUE(goldenSearchMaxima(CTrace(), {}).empty());
@@ -337,5 +323,4 @@ TEST(Maxima, AreFoundByFewLooksAndOnStairsToo) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

@@ -1,10 +1,7 @@
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
 
 TEST(RowTraces, CopyTheirExtentsWithTheirRows) {
   auto rows = rowsOf({{1, 2}, {3, 4}, {5, 6}, {7, 8}}, kByteRowsCode);
@@ -186,5 +183,4 @@ TEST(RowTraces, TransformTheirItemsAsOneSignal) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

@@ -1,13 +1,7 @@
-#include <cmath>
-#include <limits>
-
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
 
 TEST(Traces, StepRoundTheRingOrStopAtItsEnds) {
   const struct {
@@ -198,29 +192,11 @@ std::string exported(const ZZTrace& trace, int64_t from, int64_t to, bool header
   return file.str();
 }
 
-TEST(BinaryExport, WritesTheRangeInTimeOrder) {
-  auto trace = traceOf({'a', 'b', 'c', 'd', 'e'}, kUint8Code);
-  EXPECT_EQ(exported(*trace, 3, 3, true), "");
-  EXPECT_EQ(exported(*trace, 1, 3), "bc");
-  EXPECT_EQ(exported(*trace, 3, 1), "dea");
-  EXPECT_EQ(exported(*trace, -1, -1), "abcde");
-  EXPECT_EQ(exported(*trace, 2, -1), "abcde");
-  trace->origin = 3;
-  EXPECT_EQ(exported(*trace, -1, -1), "deabc");
-  EXPECT_EQ(exported(*trace, 2, 99, false, true), "cde");
-  EXPECT_EQ(exported(CTrace(), -1, -1, true), "");
-  EXPECT_EQ(exported(*rowsOf({{97, 98}, {99, 100}, {101, 102}}, kByteRowsCode), 2, 1), "efab");
-  std::ostringstream broken;
-  broken.setstate(std::ios::badbit);
-  EXPECT_FALSE(trace->exportbin(broken, {}, -1, -1));
-}
-
 TEST(BinaryExport, SwapsTheBytesOfEachItemOnly) {
   auto trace = traceOf({0x6162, 0x6364, 0x6566}, kUint16Code);
   EXPECT_EQ(exported(*trace, -1, 0), "badcfe");
   EXPECT_EQ(exported(*trace, -1, 0, false, true), "abcdef");
-  const std::string plain = exported(*trace, -1, 0, true), swapped = exported(*trace, -1, 0, true, true);
-  EXPECT_EQ(plain.substr(0, 128), swapped.substr(0, 128));
+  EXPECT_EQ(exported(*trace, -1, 0, true).substr(0, 128), exported(*trace, -1, 0, true, true).substr(0, 128));
 }
 
 TEST(BinaryExport, BeginsWithAHeaderOf128Bytes) {
@@ -241,5 +217,4 @@ TEST(BinaryExport, BeginsWithAHeaderOf128Bytes) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

@@ -1,13 +1,7 @@
-#include <cmath>
-#include <limits>
-
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
-
 namespace {
-
-using testing::ElementsAre;
 
 // One trace of three 16-bit samples, every field with a value of its own.
 FileBytes presentTrace() {
@@ -72,7 +66,7 @@ TEST(StoredTraces, ReadEveryOlderVersion) {
     EXPECT_THAT(samplesOf(trace), ElementsAre(5, 6, 7));
     EXPECT_EQ(trace.starttime, version < 2 ? 2469 : 777);  // 1.2349 * 1000 / 0.5, cut
     EXPECT_EQ(trace.slot, 4);
-    EXPECT_EQ(trace.name + trace.xunits + trace.yunits, "nxy");
+    EXPECT_EQ(std::tie(trace.name, trace.xunits, trace.yunits), std::make_tuple("n", "x", "y"));
     EXPECT_EQ(std::make_tuple(trace.circular, trace.yoffset, trace.tracetype, trace.hidden, trace.marked,
                               trace.linewidth),
               std::make_tuple(version < 4 ? 1 : 0, version < 5 ? 0 : 8, version < 6 ? 0 : 111, version >= 7,
@@ -237,17 +231,8 @@ TEST(TraceLists, StoreTheirTracesByReference) {
   const FileBytes body = presentTrace();
   file.bytes.insert(file.bytes.end(), body.bytes.begin(), body.bytes.end());
   file.word(0x8001).dword(0x5A000008).dword(1).dword(0).real(1).real(1).word(4);  // the first one's vector
-  file.real(1)
-      .real(1)
-      .dword(0)
-      .dword(0)
-      .hex("01 7A 00 00")
-      .dword(0)
-      .real(0)
-      .dword(0)
-      .dword(0)
-      .dword(0)
-      .dword(5);
+  file.real(1).real(1).dword(0).dword(0).hex("01 7A 00 00");
+  file.dword(0).real(0).dword(0).dword(0).dword(0).dword(5);
   CTraceArray list;
   loadFrom(list, file);
   ASSERT_EQ(list.size(), 2u);
@@ -288,5 +273,4 @@ TEST(TraceLists, RefuseADamagedFileAndKeepWhatCameBefore) {
 }
 
 }  // namespace
-
 }  // namespace tarnvisor

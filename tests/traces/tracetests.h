@@ -1,16 +1,7 @@
 // What the tests of traces build and compare with.
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <sstream>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include "archive/archive.h"
+#include "support/archivetest.h"
 #include "support/testhost.h"
 #include "traces/trace.h"
 
@@ -43,47 +34,9 @@ inline Doubles samplesOf(const CdataVect& vector) {
 inline Doubles samplesOf(const ZZTrace& trace) { return trace.data ? samplesOf(*trace.data) : Doubles{}; }
 inline Doubles rowOf(const ZZTrace& trace, uint32_t row) { return samplesOf(*trace.data->getArray(row)); }
 
-// Bytes as they stand in files, written down one after the other.
-struct FileBytes {
-  std::vector<uint8_t> bytes;
-  FileBytes& hex(const char* digits) {
-    std::istringstream words(digits);
-    for (int value; words >> std::hex >> value;) bytes.push_back(static_cast<uint8_t>(value));
-    return *this;
-  }
-  FileBytes& text(const char* letters) {
-    bytes.insert(bytes.end(), letters, letters + std::strlen(letters));
-    return *this;
-  }
-  template <class T>
-  FileBytes& put(T value) {  // the machine is little-endian
-    const auto* raw = reinterpret_cast<const uint8_t*>(&value);
-    bytes.insert(bytes.end(), raw, raw + sizeof value);
-    return *this;
-  }
-  FileBytes& word(int value) { return put(static_cast<uint16_t>(value)); }
-  FileBytes& dword(int64_t value) { return put(static_cast<uint32_t>(value)); }
-  FileBytes& real(double value) { return put(value); }
-  FileBytes& single(double value) { return put(static_cast<float>(value)); }
-  FileBytes& newClass(const char* name) {
-    return hex("FF FF 01 00").word(static_cast<int>(std::strlen(name))).text(name);
-  }
-};
-
-inline std::vector<uint8_t> storedBytes(ArchiveObject& object) {
-  MemoryStream memory;
-  Archive archive(memory, Archive::Direction::Storing);
-  object.serialize(archive);
-  archive.close();
-  return memory.bytes();
-}
-
 inline void loadFrom(ArchiveObject& object, const FileBytes& file) {
   registerTraces();
-  MemoryStream memory(file.bytes);
-  Archive archive(memory, Archive::Direction::Loading);
-  object.serialize(archive);
-  EXPECT_EQ(archive.remaining(), 0u) << "bytes were left over";
+  EXPECT_EQ(loadBytes(object, file.bytes), 0u) << "bytes were left over";
 }
 
 }  // namespace tarnvisor

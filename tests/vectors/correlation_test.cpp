@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "vecttest.h"
 
 namespace tarnvisor {

@@ -1,7 +1,6 @@
 #include "vectors/fft.h"
 
 #include <complex>
-#include <numbers>
 
 #include "vectors/fftwindow.h"
 #include "vecttest.h"
@@ -132,34 +131,6 @@ TEST(Fft, RealPowerIsHalfTheSquaredSpectrumOfTwiceTheSamples) {
     inPlace.resize(out.size());
     EXPECT_EQ(inPlace, out);
   }
-}
-
-TEST(Fft, MeetsClosedForms) {
-  const int32_t n = 256;
-  Values sine(512), impulse(512), constant(512, 3.0);
-  for (size_t i = 0; i < 512; ++i) sine[i] = 10 * std::sin(kTurn * 37 * static_cast<double>(i) / 512);
-  impulse[5] = 4;
-  const Values peak = realpower(n, sine);
-  EXPECT_NEAR(peak[37], 10.0 * 256 * 10 * 256 / 2, 3);
-  double others = 0;
-  for (size_t k = 0; k < 256; ++k) others += k == 37 ? 0 : peak[k];
-  EXPECT_LT(others, 1e-3);
-  for (const double power : realpower(n, impulse)) EXPECT_NEAR(power, 8, 1e-5);
-  EXPECT_NEAR(realpower(n, constant)[0], 2 * 768 * 768, 0.1);
-}
-
-TEST(Fft, KeepsTheEnergy) {
-  Values in = noise(512, 100);
-  double energy = 0, alternating = 0;
-  for (size_t i = 0; i < 512; ++i) {
-    energy += in[i] * in[i];
-    alternating += i % 2 == 0 ? in[i] : -in[i];
-  }
-  const Values out = realpower(256, in);
-  // Each bin but the first stands for two; the one at half the sampling rate isn't given.
-  double total = out[0] + alternating * alternating / 2;
-  for (size_t k = 1; k < 256; ++k) total += 2 * out[k];
-  EXPECT_NEAR(total / (energy * 256), 1, 1e-6);
 }
 
 TEST(Fft, OfRowsTakesTheRunAtTheRowsNumber) {

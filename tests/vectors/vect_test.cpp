@@ -1,34 +1,12 @@
-#include <cmath>
-#include <limits>
-#include <numeric>
-
-#include "archive/archive.h"
+#include "support/archivetest.h"
 #include "vecttest.h"
 
 namespace tarnvisor {
 namespace {
 
 using namespace vecttest;
-using Bytes = std::vector<uint8_t>;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-
-template <class Vect>
-Bytes stored(Vect& vect) {
-  MemoryStream memory;
-  Archive archive(memory, Archive::Direction::Storing);
-  vect.serialize(archive);
-  archive.close();
-  return memory.bytes();
-}
-
-// Returns the bytes that were left.
-uint64_t load(CdataVect& vect, const Bytes& bytes) {
-  MemoryStream memory(bytes);
-  Archive archive(memory, Archive::Direction::Loading);
-  vect.serialize(archive);
-  return archive.remaining();
-}
 
 template <class Vect>
 double kept(double value) {
@@ -474,17 +452,17 @@ TEST(Storing, TakesTheBytesWorkedOutByHand) {
   vect.stride = 3;
   vect.cursor = 1;
   const Bytes bytes = {2, 0, 0, 0, 3, 0, 1, 0, 0, 0, 1, 0, 3, 2};
-  EXPECT_EQ(stored(vect), bytes);
+  EXPECT_EQ(storedBytes(vect), bytes);
   Cubyte2Vect back;
-  EXPECT_EQ(load(back, bytes), 0u);
+  EXPECT_EQ(loadBytes(back, bytes), 0u);
   EXPECT_EQ(all(back), all(vect));
   EXPECT_EQ(back.stride, 3u);
   EXPECT_EQ(back.cursor, 0u);
   auto rows = of<CArrayVect1>({1, 2, 3, 4}, 2);
   const Bytes rowBytes = {2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 2, 0, 1, 2, 3, 4};
-  EXPECT_EQ(stored(rows), rowBytes);
+  EXPECT_EQ(storedBytes(rows), rowBytes);
   CArrayVect1 rowsBack;
-  EXPECT_EQ(load(rowsBack, rowBytes), 0u);
+  EXPECT_EQ(loadBytes(rowsBack, rowBytes), 0u);
   EXPECT_EQ(rowsBack.width, 2);
   EXPECT_EQ(all(rowsBack), all(rows));
 }
@@ -492,7 +470,7 @@ TEST(Storing, TakesTheBytesWorkedOutByHand) {
 TEST(Storing, ReadsNothingIntoAVectorThatHoldsABlock) {
   auto source = of<Cubyte1Vect>({1, 2, 3});
   Cubyte1Vect used(5);
-  EXPECT_EQ(load(used, stored(source)), 3u);
+  EXPECT_EQ(loadBytes(used, storedBytes(source)), 3u);
   EXPECT_EQ(used.size, 0u);
 }
 
@@ -501,7 +479,7 @@ TEST(Storing, RefusesCountsBeyondTheFile) {
                              Bytes{255, 255, 255, 255, 1, 0, 0, 0, 0, 0, 255, 255, 1},
                              Bytes{255, 255, 255, 255, 1, 0, 0, 0, 0, 0, 0, 0, 1}, Bytes{1, 0, 0, 0, 1}}) {
     Cdouble2DVect rows;
-    EXPECT_THROW(load(rows, bytes), ArchiveException);
+    EXPECT_THROW(loadBytes(rows, bytes), ArchiveException);
     EXPECT_EQ(rows.size, 0u);
   }
 }

@@ -1,12 +1,7 @@
 // Building vectors from lists, and looking at them, for the tests of this room.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <string>
-#include <vector>
-
+#include "support/testing.h"
 #include "vectors/rowvect.h"
 
 namespace tarnvisor::vecttest {

@@ -3,12 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <cstring>
-
 #include "image/imagefile.h"
 #include "image/palette.h"
-#include "settings/log.h"
+#include "support/logcapture.h"
 #include "video/videotests.h"
 
 namespace tarnvisor {
@@ -47,19 +44,13 @@ Bytes withoutHeader(const Bytes& chunk) { return Bytes(chunk.begin() + 8, chunk.
 
 class VideoFaults : public VideoFileTest {
  protected:
-  ~VideoFaults() override {
-    setLogging(false);
-    setLogFile("zz.log");
-  }
   // What opening the file logs.
   std::string logOf(const std::string& path, bool opens) {
-    setLogFile(folder.file("log"));
-    setLogging(true);
+    const LogCapture log;
     std::string why;
     EXPECT_EQ(VideoReader::open(path, why) != nullptr, opens) << why;
     EXPECT_EQ(why.empty(), opens);
-    setLogging(false);
-    return readWholeText(folder.file("log")).value_or("");
+    return log.text();
   }
   // An AVI of small chunks without an index: its stream's type, and the tag and bytes of each chunk.
   std::string chunked(const std::string& type, const std::string& codec, uint16_t bits,

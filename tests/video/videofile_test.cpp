@@ -1,5 +1,4 @@
 // Files written and read again, and files of other programs.
-#include <csignal>
 
 #include "video/videotests.h"
 

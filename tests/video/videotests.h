@@ -1,23 +1,13 @@
 // Frames that carry their number, and video files made by other programs.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <fstream>
-#include <memory>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "base/files.h"
 #include "support/tempfolder.h"
+#include "support/testing.h"
 #include "video/videoreader.h"
 #include "video/videowriter.h"
 
 namespace tarnvisor {
-
-using Bytes = std::vector<uint8_t>;
 
 inline constexpr int32_t kBarBits = 16;
 
