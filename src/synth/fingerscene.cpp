@@ -18,9 +18,9 @@ constexpr double bow = 0.35;
 constexpr double leastAbsorption = 1e-3;
 constexpr int64_t mostSkinValues = 24'000'000;  // of all stages together, where two are not more
 
-int32_t marginOf(double reach) {
-  // Room for sampling between pixels.
-  return reach > 0 ? static_cast<int32_t>(std::ceil(reach)) + 3 : 0;
+// Room for sampling between pixels, on both axes of a finger that moves along one of them.
+int32_t marginOf(double reach, double across) {
+  return reach > 0 || across > 0 ? static_cast<int32_t>(std::ceil(reach)) + 3 : 0;
 }
 
 // The finger's density stays as it is.
@@ -113,8 +113,8 @@ std::vector<PlacedCapillary> capillariesOn(NailfoldStill canvas, int32_t marginY
 }  // namespace
 
 FingerScene::FingerScene(const FingerVideoSettings& settings, const FingerCourse& course)
-    : marginX(marginOf(course.reachX())),
-      marginY(marginOf(course.reachY())),
+    : marginX(marginOf(course.reachX(), course.reachY())),
+      marginY(marginOf(course.reachY(), course.reachX())),
       canvas(canvasOf(settings.still, marginX, marginY)),
       capillaries(capillariesOn(canvas, marginY)),
       dust(scatterDust(settings.still)),

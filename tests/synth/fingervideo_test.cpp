@@ -115,6 +115,12 @@ TEST(FingerVideo, MovesTheSkinAsItsTableSays) {
   }
 }
 
+TEST(FingerVideo, MovesAlongOneAxisAlone) {
+  for (const auto& set : {+[](Settings& s) { s.movement = {.driftX = 9, .driftReach = 12}; },
+                          +[](Settings& s) { s.movement = {.driftY = 9, .driftReach = 12}; }})
+    EXPECT_FALSE(shown(FingerVideo(moving(set)), 20)->empty());
+}
+
 TEST(FingerVideo, GivesTheSamePixelsInAnyOrderAndWithAnyNumberOfThreads) {
   Settings settings = shakingFinger(6);
   settings.frames = std::numeric_limits<int32_t>::max();
