@@ -54,9 +54,9 @@ StepResult ZchartView::tell(const std::string& what) {
   for (const auto& trace : doc.traces.items) {
     const uint32_t width = trace->data ? trace->data->width : 0;
     lines += format("%s\t%u%s\t%g s\tfrom %g s\t%s%s%s\n", trace->name.c_str(), trace->size(),
-                   width > 1 ? format(" x %u", width).c_str() : "", trace->period, trace->starttime * 0.001,
-                   trace->yunits.c_str(), trace->hidden ? "\thidden" : "",
-                   trace.get() == active() ? "\tactive" : "");
+                    width > 1 ? format(" x %u", width).c_str() : "", trace->period, trace->starttime * 0.001,
+                    trace->yunits.c_str(), trace->hidden ? "\thidden" : "",
+                    trace.get() == active() ? "\tactive" : "");
   }
   return {true, {}, {}, lines};
 }

@@ -234,7 +234,8 @@ TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
   QWidget* window = find<QTreeWidget>(main, "exams")->window();
   auto* examList = find<QTreeWidget>(*window, "exams");
   auto* results = find<QTreeWidget>(*window, "results");
-  EXPECT_EQ(find<QLabel>(*window)->text(), "Subject S-1: " + QString::fromStdString(theExams().subjectName()));
+  EXPECT_EQ(find<QLabel>(*window)->text(),
+            "Subject S-1: " + QString::fromStdString(theExams().subjectName()));
   ASSERT_EQ(examList->topLevelItemCount(), 2);
   EXPECT_EQ(examList->currentItem()->text(1), "right");
   EXPECT_EQ(examList->currentItem()->text(3), "two lines");
