@@ -12,6 +12,7 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QUrl>
+#include <algorithm>
 
 #include "base/text.h"
 #include "desktop/afterdialogs.h"
@@ -48,12 +49,19 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
   update.setInterval(kUpdateMs);
   connect(&update, &QTimer::timeout, this, &MainWindow::updateNow);
   actions.onTriggered = [this](int32_t id) { trigger(id); };
-  actions.onWindowChosen = [this](CDocument* document) { app.documents.activate(*document); };
+  // Later, like every choice of a menu: the menus, the one just used among them, are made anew for the kind
+  // of document that comes to the front.
+  actions.onWindowChosen = [this](CDocument* document) {
+    afterDialogs(this, [this, document] {
+      if (std::ranges::find(app.documents.documents(), document) != app.documents.documents().end())
+        app.documents.activate(*document);
+    });
+  };
   documents.onTouched = [this] { updateSoon(); };
   documents.onPanesChanged = [this] { updateSoon(); };
   documents.onFrontChanged = [this] { updateNow(); };
   documents.onContextMenu = [this](QPoint at) { openPopup(popupMenuFor(app.documents.active()), at); };
-  if (frame.hasRecordBar()) addToolBar(Qt::BottomToolBarArea, recordBar = new RecordBar(this));
+  if (frame.hasRecordBar()) addToolBar(Qt::BottomToolBarArea, recordBar = new RecordBar(frame, this));
   place();
   refreshBars();
   documents.follow();

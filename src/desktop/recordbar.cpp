@@ -32,8 +32,9 @@ QWidget* labelled(const char* words, std::initializer_list<QWidget*> controls) {
 
 }  // namespace
 
-RecordBar::RecordBar(QWidget* parent)
+RecordBar::RecordBar(CBasicMainFrame& mainFrame, QWidget* parent)
     : QToolBar("Record bar", parent),
+      frame(mainFrame),
       recordDir(new QLineEdit),
       baseName(new QLineEdit),
       directToDisc(new QCheckBox("Direct to disc")),
@@ -91,14 +92,8 @@ void RecordBar::showState() {
 }
 
 void RecordBar::storeState() {
-  process.recordDir = recordDir->text().toStdString();
-  process.baseName = baseName->text().toStdString();
-  process.direct2disc = directToDisc->isChecked();
-  process.triggermovie = triggerMovie->isChecked();
-  settings.setString("directories", "recorddir", process.recordDir);
-  settings.setString("directories", "basename", process.baseName);
-  settings.setInt("Dynamic settings", "direct2disc", process.direct2disc);
-  settings.setInt("Dynamic settings", "triggermovie", process.triggermovie);
+  frame.takeRecordBar({recordDir->text().toStdString(), baseName->text().toStdString(),
+                       directToDisc->isChecked(), triggerMovie->isChecked()});
 }
 
 }  // namespace tarnvisor

@@ -4,6 +4,8 @@
 
 #include <QToolBar>
 
+#include "frame/mainframe.h"
+
 class QCheckBox;
 class QLineEdit;
 class QRadioButton;
@@ -12,17 +14,17 @@ namespace tarnvisor {
 
 class RecordBar final : public QToolBar {
  public:
-  explicit RecordBar(QWidget* parent = nullptr);
+  explicit RecordBar(CBasicMainFrame& mainFrame, QWidget* parent = nullptr);  // borrows the frame
   ~RecordBar() override;
 
   // The controls from the process state; to be called whenever that changed (a folder chosen, another exam).
   void showState();
-  // The controls into the process state, `recorddir` and `basename` of section `directories`, and
-  // `direct2disc` and `triggermovie` of section `Dynamic settings`. Done too whenever a control was changed.
+  // The controls into the process state and the profile. Done too whenever a control was changed.
   void storeState();
 
  private:
   void connectAll();
+  CBasicMainFrame& frame;
   QLineEdit* recordDir;
   QLineEdit* baseName;
   QCheckBox* directToDisc;

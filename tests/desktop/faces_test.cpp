@@ -147,7 +147,8 @@ TEST_F(Faces, TheRecordBarShowsAndStoresTheProcessState) {
   process.baseName = "hand";
   process.direct2disc = 0;
   process.triggermovie = 1;
-  RecordBar bar;
+  CBasicMainFrame frame(*app);
+  RecordBar bar(frame);
   bar.show();
   auto* dir = find<QLineEdit>(bar, "recorddir");
   EXPECT_EQ(dir->text(), "/data/exam");

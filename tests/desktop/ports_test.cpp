@@ -32,8 +32,10 @@ Answer answered(Buttons buttons, QMessageBox::StandardButton button, QString* ti
   QTimer::singleShot(0, [&] {
     auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
     ASSERT_NE(box, nullptr);
-    if (title) EXPECT_EQ(box->text(), "a <b>text</b>");
-    if (title) *title = box->windowTitle();
+    if (title) {
+      EXPECT_EQ(box->text(), "a <b>text</b>");
+      *title = box->windowTitle();
+    }
     if (button == QMessageBox::NoButton)
       box->close();
     else

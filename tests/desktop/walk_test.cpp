@@ -49,6 +49,25 @@ class RoadTest : public WalkTest {
   CResultDoc* table(const ResultTable& kind) { return findResultDocument(kind.title); }
 };
 
+TEST_F(RoadTest, TheWindowMenuLeadsFromEveryKindToEveryOther) {
+  std::vector<CDocument*> all;
+  for (const auto& type : app->documents.types())
+    if (type->canOpen()) all.push_back(type->newDocument());
+  settle();
+  for (CDocument* from : all)
+    for (CDocument* to : all) {
+      app->documents.activate(*from);
+      settle();
+      QString entry;
+      int number = 0;
+      for (const auto& type : app->documents.types())
+        for (const auto& document : type->documents())
+          if (++number; document.get() == to) entry = QString("%1 %2").arg(number).arg(toQt(to->title()));
+      choose({"Window", entry});
+      EXPECT_EQ(app->documents.active(), to);
+    }
+}
+
 TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   if (!fileExists(nailfoldStill())) GTEST_SKIP() << nailfoldStill() << " is not here";
   beginExamination();

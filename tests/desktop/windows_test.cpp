@@ -164,6 +164,7 @@ TEST_F(WindowTest, EachDocumentHasAWindowThatFollowsIt) {
   (void)entries("&Window");
   EXPECT_TRUE(menu("&Window")->actions().at(4)->isChecked());
   menu("&Window")->actions().at(5)->trigger();
+  settle();
   EXPECT_EQ(app->documents.active(), &second);
   app->documents.activate(first);
   EXPECT_EQ(windowOf(first).mdiArea()->activeSubWindow(), &windowOf(first));

@@ -1,2 +1,0 @@
-fuzz_target(archiveobjects DEPENDS measure)
-fuzz_target(dustmask DEPENDS measure)

@@ -1,1 +1,0 @@
-fuzz_target(tv1 DEPENDS imagedoc)

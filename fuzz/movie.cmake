@@ -1,2 +1,0 @@
-fuzz_target(videofile DEPENDS video)
-fuzz_target(mve DEPENDS movie)

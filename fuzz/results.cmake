@@ -1,1 +1,0 @@
-fuzz_target(resultfile DEPENDS results)

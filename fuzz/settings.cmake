@@ -1,1 +1,0 @@
-fuzz_target(profile DEPENDS settings)

@@ -1,2 +1,0 @@
-# Vectors, traces and charts.
-fuzz_target(trace DEPENDS traces)
