@@ -25,6 +25,7 @@ constexpr const char* kItsId = "SELECT last_insert_rowid();";
 constexpr const char* kExamsOfSubject = "SELECT * FROM exams WHERE patientid=?111;";
 constexpr const char* kExamOfSubject = "SELECT * FROM exams WHERE patientid=?111 AND id=?222;";
 constexpr const char* kExam = "SELECT * FROM exams WHERE id=?111;";
+constexpr const char* kExamInFolder = "SELECT id FROM exams WHERE folder=?;";
 constexpr const char* kResultsOfExam = "SELECT * FROM results WHERE examid=?111;";
 constexpr const char* kResultOfDocument = "SELECT * FROM results WHERE examid=?111 AND filename=?222;";
 constexpr const char* kNewResult =
@@ -183,6 +184,11 @@ std::optional<ExamRow> SubjectDatabase::exam(int32_t id) const {
   SqliteStatement s(database, sql::kExam);
   if (!s.bind(111, id).step()) return std::nullopt;
   return examRow(s);
+}
+
+bool SubjectDatabase::hasExamIn(const std::string& folder) const {
+  SqliteStatement s(database, sql::kExamInFolder);
+  return s.bindFirst(folder).step();
 }
 
 std::vector<ResultRow> SubjectDatabase::resultsOf(int32_t exam) const {

@@ -54,6 +54,7 @@ class SubjectDatabase {
   std::vector<ExamRow> examsOf(const std::string& subject) const;
   std::optional<ExamRow> exam(const std::string& subject, int32_t id) const;
   std::optional<ExamRow> exam(int32_t id) const;
+  bool hasExamIn(const std::string& folder) const;  // of any subject
 
   std::vector<ResultRow> resultsOf(int32_t exam) const;
   // failed tells a database that could not be asked from one that has no such row.

@@ -333,6 +333,9 @@ void CVivoCapDoc::selectImages() {
       .addNote(
           "Images are counted from 0. The last one is the first that is left out; -1 stands for the start and the end.");
   if (!host().forms.run(form)) return;
+  if (last >= 0 && first >= last)
+    return report(
+        format("Images %i to %i are none: the last one is the first that is left out.", first, last));
   selectionStep = step;
   select(first, last);
 }

@@ -3,6 +3,8 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <tuple>
+
 #include "app/basicapp.h"
 #include "archive/archive.h"
 #include "base/files.h"
@@ -42,8 +44,15 @@ bool CdbDocument::onNewDocument() {
 
 bool CdbDocument::onSaveDocument(const std::string& path) {
   userLabel = currentUserLabel();
+  const Binding before{isBound, patientId, examIdOfDoc, stationId, stationIdFirst};
+  bindIfFree();
+  // The row tells of a file, so it comes when the file is there.
+  if (!CDocument::onSaveDocument(path)) {
+    std::tie(isBound, patientId, examIdOfDoc, stationId, stationIdFirst) = before;
+    return false;
+  }
   storeResult(path);
-  return CDocument::onSaveDocument(path);
+  return true;
 }
 
 void CdbDocument::serialize(Archive& archive) {
@@ -77,21 +86,34 @@ void CdbDocument::noteUnwritten(bool written, const std::string& name) {
   report("The result of " + name + " could not be written to the database.");
 }
 
-void CdbDocument::bindToSelection() {
+// A document saved while no exam was selected has nothing to stay bound to: the next save binds it.
+void CdbDocument::bindIfFree() {
+  if (isBound && examIdOfDoc >= 0) return;
   patientId = theExams().subjectId();
   examIdOfDoc = theExams().examId();
+  isBound = 1;
+  stationId = currentStationId();
+  if (stationIdFirst.empty()) stationIdFirst = stationId;
+}
+
+// Exams of other data folders have the same numbers: only subject and exam together tell whose row it is.
+bool CdbDocument::belongsHere() const {
+  const SubjectDatabase* db = theApp().db.get();
+  return db && !patientId.empty() && examIdOfDoc >= 0 && db->exam(patientId, examIdOfDoc);
 }
 
 void CdbDocument::storeResult(const std::string& path) {
-  // A document saved while no exam was selected has nothing to stay bound to: the next save binds it.
-  if (!isBound || examIdOfDoc < 0) {
-    bindToSelection();
-    isBound = 1;
-    stationId = currentStationId();
-    if (stationIdFirst.empty()) stationIdFirst = stationId;
-  }
+  bindIfFree();
   SubjectDatabase* db = theApp().db.get();
   if (!db || patientId.empty() || examIdOfDoc < 0) return;
+  if (!belongsHere()) {
+    if (!toldForeign)
+      report(format(
+          "%s belongs to exam %i of subject %s, which this data folder does not have. It is saved without an entry in the database.",
+          fileNameOf(path).c_str(), examIdOfDoc, patientId.c_str()));
+    toldForeign = true;
+    return;
+  }
   const std::string name = fileNameOf(path);
   bool failed = false;
   if (db->resultOf(examIdOfDoc, name, &failed))
@@ -104,7 +126,7 @@ void CdbDocument::storeResult(const std::string& path) {
 
 void CdbDocument::updateResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
-  if (!db || resultText.empty() || examIdOfDoc < 0) return;
+  if (!db || resultText.empty() || !belongsHere()) return;
   noteUnwritten(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
 }
 

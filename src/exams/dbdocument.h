@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 
 #include "framework/document.h"
 
@@ -16,6 +17,8 @@ class CdbDocument : public CDocument {
   bool onSaveDocument(const std::string& path) override;
   std::string defaultPathName() const override;
   void serialize(Archive& archive) override;
+  // Its subject has its exam in the open database.
+  bool belongsHere() const;
   StepResult tell(const std::string& what) override;  // "result"
 
   // Binds the document if it isn't, and brings its row in the results table up to date.
@@ -35,7 +38,9 @@ class CdbDocument : public CDocument {
   std::string stationIdFirst;  // the workstation of the first save
 
  private:
-  void bindToSelection();
+  using Binding = std::tuple<int32_t, std::string, int32_t, std::string, std::string>;
+  void bindIfFree();
+  bool toldForeign = false;  // that its exam is not of this database
   void noteUnwritten(bool written, const std::string& name);
 };
 

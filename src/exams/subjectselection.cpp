@@ -82,6 +82,9 @@ bool makeExamination(const std::string& site, const std::string& comment) {
   // The folder's name is a name, never a way out of the data folder.
   std::string folder = replaced(selection.subjectId() + "-" + site, ' ', '_');
   folder = replaced(replaced(std::move(folder), '/', '_'), '\\', '_');
+  // A follow-up at the same site has a folder of its own, so that it takes nothing from the exam before.
+  if (const std::string first = folder; folderExists(app.dataFolder + folder))
+    for (int number = 2; app.db->hasExamIn(folder); ++number) folder = format("%s-%i", first.c_str(), number);
   const std::string full = app.dataFolder + folder;
   logPrintf("create new exams folder %s", full.c_str());
   const bool made = !folderExists(full) && makeFolderPath(full);
@@ -100,7 +103,8 @@ bool makeExamination(const std::string& site, const std::string& comment) {
 }
 
 bool startNewExamination(const std::string& site, const std::string& comment) {
-  return makeExamination(site, comment) && theApp().documents.closeAll();
+  // What is open belongs to the exam before: it is saved there, or nothing begins.
+  return theApp().documents.closeAll() && makeExamination(site, comment);
 }
 
 void runSelectSubject(SubjectDialogFace& face) {

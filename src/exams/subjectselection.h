@@ -47,7 +47,7 @@ class SubjectDialog {
 // Makes the exam's folder and row for the selected subject and selects it. False without a database or
 // subject, or when the row can't be written (the user is told).
 [[nodiscard]] bool makeExamination(const std::string& site, const std::string& comment);
-// The same, and then closes all documents; false also when the user keeps one open.
+// Closes all documents first; false also when the user keeps one open, and then nothing has begun.
 [[nodiscard]] bool startNewExamination(const std::string& site, const std::string& comment);
 
 // The whole of the command, with a face to run the dialog; startAcquisition is posted at its end.

@@ -109,11 +109,13 @@ SubjectWords subjectWords(const ZBasicDoc& document) {
   if (!db) return {{"NO DATABASE"}, {}};
   if (document.patientId.empty()) return {{"NO SUBJECT"}, {}};
   SubjectWords words;
-  const auto subject = db->readSubject(document.patientId);
+  // A document of another data folder: people and exams of the same numbers here are others.
+  const bool foreign = document.examIdOfDoc >= 0 && !document.belongsHere();
+  const auto subject = foreign ? std::nullopt : db->readSubject(document.patientId);
   std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string();
   if (name.empty()) name = document.patientId;
   words.lines.push_back("Subject: " + name);
-  const auto exam = db->exam(document.examIdOfDoc);
+  const auto exam = db->exam(document.patientId, document.examIdOfDoc);
   words.lines.push_back(format("exam: %li  Site: %s Copy: %i", static_cast<long>(document.examIdOfDoc),
                                exam ? exam->site.c_str() : "", document.saveCount));
   if (subject) words.comments = subject->comments;

@@ -437,7 +437,11 @@ void ZBasicDoc::notesCommand() {
   std::string file = imagefile;
   std::string time = capturetime ? longDateTime(capturetime) : std::string();
   std::string edited = notes;
-  std::string subject = "Subject: " + theExams().subjectName();
+  // The document's own subject, by the name that this database has for it.
+  const auto own = theApp().db && belongsHere() ? theApp().db->readSubject(patientId) : std::nullopt;
+  std::string subject = "Subject: " + (patientId.empty() ? theExams().subjectName()
+                                       : own             ? own->name + " " + own->surname
+                                                         : patientId);
   std::string exam = format("Exam:%li", static_cast<long>(examIdOfDoc));
   Form form("Notes");
   form.add("Image file", file).addNote(time).addLongText("Notes", edited);

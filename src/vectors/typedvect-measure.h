@@ -166,6 +166,8 @@ int32_t TypedVect<Item>::troughwidthchecked(int32_t& left, int32_t& right) const
 
 template <class Item>
 bool TypedVect<Item>::istrough(int32_t a, int32_t b) const {
+  // A plain edge is no trough: where nothing lies on one side there is no mean to be below of.
+  if (a <= 2 || b >= int64_t{size} - 2) return false;
   const double inside = meanOf(a, b);
   return inside < meanOf(2, a) && inside < meanOf(b, int64_t{size} - 2);
 }

@@ -153,6 +153,14 @@ TEST_F(VideoFiles, NeverChangesAMovieThatAStoredDocumentLinks) {
   EXPECT_THAT(levels(), ElementsAre(245, 244, 243));
 }
 
+TEST_F(VideoFiles, ACompressedExportThatIsCancelledWritesNothing) {
+  openMovie("m.mve", 3);
+  host.paths = {folder.file("e.avi")};
+  host.fills.emplace_back([](Form&) { return false; });
+  run("Export compressed avi");
+  EXPECT_FALSE(fileExists(folder.file("e.avi")));
+}
+
 TEST_F(VideoFiles, GivesVideoFilesTheDocumentsRate) {
   CVivoCapDoc& doc = openMovie("m.mve", 3);
   doc.fps = 12.5;

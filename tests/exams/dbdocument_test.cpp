@@ -188,9 +188,10 @@ TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
   };
   EXPECT_FALSE(d->save());
   EXPECT_TRUE(told() && d->isModified());
+  host.answers.push_back(Answer::Cancel);
   EXPECT_FALSE(startNewExamination("left", ""));
   EXPECT_TRUE(told());
-  EXPECT_EQ(app->documents.active(), d) << "nothing closes for an exam that can't be made";
+  EXPECT_EQ(app->documents.active(), d);
   EXPECT_EQ(app->openDocumentFile(app->dataFolder + "e1/x.tv1"), nullptr);
   EXPECT_TRUE(told());
   SubjectDialog dialog;
@@ -240,22 +241,57 @@ TEST_F(Selection, NewExaminationMakesFolderAndRow) {
   refreshes = 0;
   const std::string full = app->dataFolder + "anna_lee-left_ring";
   for (const int32_t id : {1, 2}) {
+    const std::string suffix = id == 1 ? "" : "-2";
     EXPECT_TRUE(startNewExamination("left ring", "cold"));
     EXPECT_EQ(exams->examId(), id);
-    EXPECT_EQ(exams->examFolder(), "anna_lee-left_ring");
-    EXPECT_THAT(log(), HasSubstr("create new exams folder " + full + (id == 1 ? "ok\n" : "failed!\n") +
-                                 "examid=" + std::to_string(id)))
-        << "a folder that exists stops nothing";
+    EXPECT_EQ(exams->examFolder(), "anna_lee-left_ring" + suffix) << "a follow-up has a folder of its own";
+    EXPECT_THAT(log(),
+                HasSubstr("create new exams folder " + full + suffix + "ok\nexamid=" + std::to_string(id)));
+    EXPECT_EQ(app->db->exam("anna lee", id)->folder, exams->examFolder());
     EXPECT_EQ(app->db->exam("anna lee", id)->comment, "cold");
     EXPECT_EQ(refreshes, id);
   }
-  EXPECT_TRUE(folderExists(full));
-  EXPECT_EQ(recordFolder(), full);
-  EXPECT_EQ(process.recordDir, full);
-  EXPECT_EQ(settings.getString("settings", "directory", ""), full + "/");
+  EXPECT_TRUE(folderExists(full + "-2"));
+  EXPECT_EQ(recordFolder(), full + "-2");
+  EXPECT_EQ(settings.getString("settings", "directory", ""), full + "-2/");
   EXPECT_THAT(app->documents.documents(), IsEmpty());
+  ASSERT_TRUE(makeFolderPath(app->dataFolder + "anna_lee-right"));
+  EXPECT_TRUE(startNewExamination("right", ""));
+  EXPECT_EQ(exams->examFolder(), "anna_lee-right") << "a folder of no exam stops nothing";
   EXPECT_TRUE(startNewExamination("../../etc", ""));
   EXPECT_EQ(exams->examFolder().find('/'), std::string::npos) << "never a way out of the data folder";
+}
+
+TEST_F(Selection, ANewExaminationBeginsOnlyOnceAllDocumentsAreClosed) {
+  const int32_t first = selectNewExam("anna", "e1");
+  CDocument* open = process.imageTemplate->newDocument();
+  open->setModified();
+  host.answers.push_back(Answer::Cancel);
+  EXPECT_FALSE(startNewExamination("left", ""));
+  EXPECT_EQ(exams->examId(), first);
+  EXPECT_EQ(app->db->examsOf("anna").size(), 1u);
+  open->setModified(false);
+}
+
+TEST_F(Selection, AFailedSaveLeavesNeitherRowNorBinding) {
+  const int32_t exam = selectNewExam("anna", "e1");
+  CdbDocument document;
+  EXPECT_FALSE(document.onSaveDocument(inExam("none/x.tv1")));
+  EXPECT_THAT(app->db->resultsOf(exam), IsEmpty());
+  EXPECT_EQ(document.examIdOfDoc, -1);
+}
+
+TEST_F(Selection, ADocumentOfAnotherDataFolderTakesNobodysRow) {
+  const int32_t exam = selectNewExam("anna", "e1");
+  ASSERT_TRUE(app->db->insertResult(exam, "shot.tv1", "10 loops"));
+  CdbDocument document;
+  document.isBound = 1;
+  document.patientId = "berta";
+  document.examIdOfDoc = exam;
+  document.resultText = "99 loops";
+  for (int time = 0; time < 2; ++time) ASSERT_TRUE(document.onSaveDocument(inExam("shot.tv1")));
+  EXPECT_EQ(app->db->resultsOf(exam)[0].result, "10 loops");
+  EXPECT_EQ(host.messages.size(), 1u) << "it is told once";
 }
 
 struct Dialog : SubjectDialogFace {

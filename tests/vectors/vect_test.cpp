@@ -396,6 +396,8 @@ TEST(Measure, FindsTheWidthOfATrough) {
   EXPECT_TRUE(trough.istrough(4, 11));
   EXPECT_FALSE(of<CdoubleVect>({9, 9, 0, 1, 1, 9, 9, 9, 0, 0}).istrough(3, 5));
   EXPECT_EQ(of<CdoubleVect>(Values(10, 4.0)).troughwidthchecked(left, right), -1);
+  EXPECT_FALSE(of<CdoubleVect>({9, 9, 9, 9, 0, 0, 0, 0, 0, 0}).istrough(4, 9)) << "a plain edge";
+  EXPECT_FALSE(of<CdoubleVect>({0, 0, 0, 0, 0, 0, 9, 9, 9, 9}).istrough(0, 6)) << "a plain edge";
   EXPECT_GT(trough.edgewidth(0, 0, left, right), 4);
 }
 
