@@ -130,18 +130,14 @@ class Photographer {
   bool busy = false;
 };
 
-std::string examPath(CBasicApp& app, const char* file) {
-  return app.dataFolder + app.examFolder + kSeparator + file;
-}
+std::string examPath(const char* file) { return theExams().folder() + file; }
 
 bool Photographer::select() {
   const auto exams = app.db ? app.db->examsOf("DEMO-1") : std::vector<ExamRow>{};
   if (exams.empty()) return false;
-  app.subjectId = "DEMO-1";
-  if (const auto subject = app.db->readSubject("DEMO-1"))
-    app.subjectName = subject->name + " " + subject->surname;
-  app.examId = exams.back().id;
-  app.examFolder = exams.back().folder;
+  const auto subject = app.db->readSubject("DEMO-1");
+  theExams().selectSubject("DEMO-1", subject ? subject->name + " " + subject->surname : "");
+  theExams().selectExam(exams.back().id, exams.back().folder);
   return true;
 }
 
@@ -153,8 +149,8 @@ bool Photographer::all() {
 }
 
 void Photographer::documents() {
-  ZBasicDoc* good = open(examPath(app, "good.tv1"));
-  ZBasicDoc* colour = open(examPath(app, "colour.tv1"));
+  ZBasicDoc* good = open(examPath("good.tv1"));
+  ZBasicDoc* colour = open(examPath("colour.tv1"));
   if (!good || !colour) return;
   window().tile();
   app.documents.activate(*good);
@@ -162,7 +158,7 @@ void Photographer::documents() {
   keepMenus("menu-");
 
   app.documents.closeAll();
-  ZBasicDoc& image = *open(examPath(app, "good.tv1"));
+  ZBasicDoc& image = *open(examPath("good.tv1"));
   image.calibrated = 1;
   image.magx = image.magy = 1.68;
   image.roi = {300, 250, 1000, 780};
@@ -255,7 +251,7 @@ void Photographer::levelCharts(ZBasicDoc& image) {
 }
 
 void Photographer::videos() {
-  auto* video = dynamic_cast<CVivoCapDoc*>(app.openDocumentFile(examPath(app, "flow.dtv")));
+  auto* video = dynamic_cast<CVivoCapDoc*>(app.openDocumentFile(examPath("flow.dtv")));
   if (!video) return;
   auto& view = static_cast<CVivoCapView&>(*video->views().front());
   settle();
@@ -275,7 +271,7 @@ void Photographer::videos() {
 }
 
 void Photographer::charts() {
-  auto* chart = dynamic_cast<ZchartDoc*>(app.openDocumentFile(examPath(app, "pulse.zz1")));
+  auto* chart = dynamic_cast<ZchartDoc*>(app.openDocumentFile(examPath("pulse.zz1")));
   if (!chart) return;
   auto& view = static_cast<ZchartView&>(*chart->views().front());
   frameOf(*chart).resize(1000, 620);
