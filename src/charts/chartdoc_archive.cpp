@@ -85,7 +85,9 @@ void ZchartDoc::serializeSettings(Archive& archive) {
 bool ZchartDoc::onOpenDocument(const std::string& path) {
   readSettings();
   const TraceBatch batch(*this);
-  if (!CdbDocument::onOpenDocument(path)) return false;
+  const bool opened = CdbDocument::onOpenDocument(path);
+  tellLowMemory();
+  if (!opened) return false;
   if (!damage.empty())
     report(format("Only a part of %s could be read, %i traces: %s. It will not be written over.",
                   path.c_str(), static_cast<int>(traces.items.size()), damage.c_str()));

@@ -85,6 +85,7 @@ void CVivoCapDoc::loadVideo(Archive& archive) {
   if (!(fps > 0 && fps < 1e6)) fps = rateOf(kOldestFieldsPerSecond);
   // Files of the first versions may end here.
   if (archive.remaining() > 0) overlayTraces.serialize(archive);
+  if (takeLowMemory()) report(kLowMemory);
 }
 
 }  // namespace tarnvisor

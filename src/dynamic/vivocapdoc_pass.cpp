@@ -40,7 +40,7 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
         view->onUpdate();
         view->redrawNow();
       }
-      if (pass.wasStopped() && pass.isBeside()) {
+      if (pass.wasStopped() && (pass.isBeside() || pass.step() == 0)) {
         pass.abandon();
         showImage(range.first);
         return;

@@ -11,6 +11,7 @@
 #include "base/geometry.h"
 #include "base/text.h"
 #include "exams/examselection.h"
+#include "host/host.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 
@@ -42,15 +43,18 @@ bool CdbDocument::onNewDocument() {
   return CDocument::onNewDocument();
 }
 
-bool CdbDocument::onSaveDocument(const std::string& path) {
+bool CdbDocument::storeBound(const std::string& path) {
   userLabel = currentUserLabel();
   const Binding before{isBound, patientId, examIdOfDoc, stationId, stationIdFirst};
   bindIfFree();
-  // The row tells of a file, so it comes when the file is there.
-  if (!CDocument::onSaveDocument(path)) {
-    std::tie(isBound, patientId, examIdOfDoc, stationId, stationIdFirst) = before;
-    return false;
-  }
+  if (CDocument::onSaveDocument(path)) return true;
+  std::tie(isBound, patientId, examIdOfDoc, stationId, stationIdFirst) = before;
+  return false;
+}
+
+// The row tells of a file, so it comes when the file is there.
+bool CdbDocument::onSaveDocument(const std::string& path) {
+  if (!storeBound(path)) return false;
   storeResult(path);
   return true;
 }
@@ -106,20 +110,21 @@ void CdbDocument::storeResult(const std::string& path) {
   bindIfFree();
   SubjectDatabase* db = theApp().db.get();
   if (!db || patientId.empty() || examIdOfDoc < 0) return;
+  const std::string name = fileNameOf(path);
+  bool failed = false;
+  const bool present = db->resultOf(examIdOfDoc, name, &failed).has_value();
+  if (failed) return noteUnwritten(false, name);
   if (!belongsHere()) {
+    // Saved it is all the same, so this is no failure.
     if (!toldForeign)
-      report(format(
+      host().messages.show(format(
           "%s belongs to exam %i of subject %s, which this data folder does not have. It is saved without an entry in the database.",
-          fileNameOf(path).c_str(), examIdOfDoc, patientId.c_str()));
+          name.c_str(), examIdOfDoc, patientId.c_str()));
     toldForeign = true;
     return;
   }
-  const std::string name = fileNameOf(path);
-  bool failed = false;
-  if (db->resultOf(examIdOfDoc, name, &failed))
+  if (present)
     updateResult(path);
-  else if (failed)
-    noteUnwritten(false, name);
   else
     noteUnwritten(db->insertResult(examIdOfDoc, name, resultText), name);
 }

@@ -37,6 +37,10 @@ class CdbDocument : public CDocument {
   std::string stationId;       // the workstation, set at binding
   std::string stationIdFirst;  // the workstation of the first save
 
+ protected:
+  // Binds the document and writes its file, without the row. On failure it is bound as before.
+  [[nodiscard]] bool storeBound(const std::string& path);
+
  private:
   using Binding = std::tuple<int32_t, std::string, int32_t, std::string, std::string>;
   void bindIfFree();

@@ -83,8 +83,8 @@ bool makeExamination(const std::string& site, const std::string& comment) {
   std::string folder = replaced(selection.subjectId() + "-" + site, ' ', '_');
   folder = replaced(replaced(std::move(folder), '/', '_'), '\\', '_');
   // A follow-up at the same site has a folder of its own, so that it takes nothing from the exam before.
-  if (const std::string first = folder; folderExists(app.dataFolder + folder))
-    for (int number = 2; app.db->hasExamIn(folder); ++number) folder = format("%s-%i", first.c_str(), number);
+  const std::string first = folder;
+  for (int number = 2; app.db->hasExamIn(folder); ++number) folder = format("%s-%i", first.c_str(), number);
   const std::string full = app.dataFolder + folder;
   logPrintf("create new exams folder %s", full.c_str());
   const bool made = !folderExists(full) && makeFolderPath(full);

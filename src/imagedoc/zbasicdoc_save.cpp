@@ -138,12 +138,13 @@ void ZBasicDoc::cutToTrim(const PixelSave& saved) {
 bool ZBasicDoc::onSaveDocument(const std::string& path) {
   PixelSave saved(*this);
   bool done = !hasImage() || savePixels(path, saved);
-  done = done && CdbDocument::onSaveDocument(path);
+  done = done && storeBound(path);
   if (done && !saved.finish()) {
     report(format("%s\n%s", text::kErrorSavingImage, saved.file.c_str()));
     done = false;
   }
   if (done) {
+    storeResult(path);
     savedroi = saved.trimmed;
     if (saved.trimmed) cutToTrim(saved);
     return true;

@@ -69,7 +69,10 @@ class CZZMovie {
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
   bool isRaw() const { return mode == kFile && dataOffset == 0; }
-  void forgetFailure() { trouble.clear(); }
+  void forgetFailure() {
+    trouble.clear();
+    cancelled = false;
+  }
   void close();
 
   // --- zzmovie_open.cpp

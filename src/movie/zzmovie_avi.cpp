@@ -47,6 +47,7 @@ void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
 bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t first, int32_t last,
                        int32_t step, const Compression* compression, std::string& report) {
   report += "saveAVI::";
+  cancelled = false;
   const int32_t from = isInside(first) ? first : 0;
   const int32_t to = last > 0 && last <= count ? last : count;
   const int32_t n = step > 0 && to > from ? (to - from) / step : 0;

@@ -28,7 +28,7 @@ bool CZZMovie::saveFrames(const std::string& name, int32_t first, int32_t last) 
 bool CZZMovie::save(const std::string& name, int32_t first, int32_t last) {
   const int32_t remembered = current;
   const Range range = clamped(first, last);
-  trouble.clear();
+  forgetFailure();
   if (recording) {  // `current` is where the next frame goes
     logPrintf("czzmovie didn't save %s to %s\n", fileName.c_str(), name.c_str());
     return false;

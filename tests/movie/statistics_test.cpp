@@ -150,6 +150,9 @@ TEST_F(MovieStatistics, StopWhereTheUserSaysSo) {
   EXPECT_FALSE(movie.deviationInto(image, -1, -1));
   EXPECT_FALSE(movie.bestFocusInto(
       image, [](const CZZimage&) { return 1.0; }, 2, -1, -1));
+  std::string told;
+  EXPECT_FALSE(movie.saveAVI(folder.file("none/x.avi"), 25, 0, 4, 1, nullptr, told));
+  EXPECT_FALSE(movie.wasCancelled()) << "a failure is told, whatever was cancelled before";
   user.stopAt = INT64_MAX;
   EXPECT_TRUE(movie.averageInto(image, -1, -1));
   EXPECT_FALSE(movie.wasCancelled());
