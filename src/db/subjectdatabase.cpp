@@ -26,6 +26,8 @@ constexpr const char* kExamsOfSubject = "SELECT * FROM exams WHERE patientid=?11
 constexpr const char* kExamOfSubject = "SELECT * FROM exams WHERE patientid=?111 AND id=?222;";
 constexpr const char* kExam = "SELECT * FROM exams WHERE id=?111;";
 constexpr const char* kExamInFolder = "SELECT id FROM exams WHERE folder=?;";
+constexpr const char* kExamsWithDocument =
+    "SELECT exams.id FROM exams JOIN results ON results.examid=exams.id WHERE exams.folder=?111 AND results.filename=?222;";
 constexpr const char* kResultsOfExam = "SELECT * FROM results WHERE examid=?111;";
 constexpr const char* kResultOfDocument = "SELECT * FROM results WHERE examid=?111 AND filename=?222;";
 constexpr const char* kNewResult =
@@ -67,16 +69,23 @@ std::unique_ptr<SubjectDatabase> SubjectDatabase::open(const std::string& path, 
   return nullptr;
 }
 
+std::optional<bool> SubjectDatabase::isOurs() const {
+  SqliteStatement s(database, sql::kIsOurs);
+  const bool found = s.step();
+  return s.failed() ? std::nullopt : std::optional(found);
+}
+
+// Programs that make one database at the same moment wait for one another: the first makes all tables.
 bool SubjectDatabase::prepareSchema(const std::string& dataFolder, const int32_t (&programVersion)[4]) {
-  SqliteStatement isOurs(database, sql::kIsOurs);
-  if (!isOurs.isValid()) return false;
-  const bool ours = isOurs.step();
-  if (isOurs.failed()) return false;
-  if (ours)
-    upgrade();
-  else
-    createTables(dataFolder, programVersion);
-  return true;
+  std::optional<bool> ours = isOurs();
+  if (ours == false) {
+    const bool alone = database.execute("BEGIN IMMEDIATE;").empty();
+    if (alone) ours = isOurs();
+    if (ours == false) createTables(dataFolder, programVersion);
+    if (alone && !database.execute("COMMIT;").empty()) return false;
+  }
+  if (ours == true) upgrade();
+  return ours.has_value();
 }
 
 void SubjectDatabase::upgrade() {
@@ -189,6 +198,15 @@ std::optional<ExamRow> SubjectDatabase::exam(int32_t id) const {
 bool SubjectDatabase::hasExamIn(const std::string& folder) const {
   SqliteStatement s(database, sql::kExamInFolder);
   return s.bindFirst(folder).step();
+}
+
+std::vector<int32_t> SubjectDatabase::examsWithDocument(const std::string& folder,
+                                                        const std::string& filename) const {
+  std::vector<int32_t> ids;
+  SqliteStatement s(database, sql::kExamsWithDocument);
+  s.bind(111, folder).bind(222, filename);
+  while (s.step()) ids.push_back(s.integer(0));
+  return ids;
 }
 
 std::vector<ResultRow> SubjectDatabase::resultsOf(int32_t exam) const {

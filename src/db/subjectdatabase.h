@@ -56,6 +56,9 @@ class SubjectDatabase {
   std::optional<ExamRow> exam(int32_t id) const;
   bool hasExamIn(const std::string& folder) const;  // of any subject
 
+  // Exams may share a folder; each of these has a result of that file.
+  std::vector<int32_t> examsWithDocument(const std::string& folder, const std::string& filename) const;
+
   std::vector<ResultRow> resultsOf(int32_t exam) const;
   // failed tells a database that could not be asked from one that has no such row.
   std::optional<ResultRow> resultOf(int32_t exam, const std::string& filename, bool* failed = nullptr) const;
@@ -64,6 +67,7 @@ class SubjectDatabase {
 
  private:
   explicit SubjectDatabase(const std::string& path) : database(path) {}
+  std::optional<bool> isOurs() const;  // nothing when it could not be asked
   bool prepareSchema(const std::string& dataFolder, const int32_t (&programVersion)[4]);
   void createTables(const std::string& dataFolder, const int32_t (&programVersion)[4]);
   void upgrade();

@@ -1,6 +1,7 @@
 #include "db/subjectdatabase.h"
 
 #include <latch>
+#include <thread>
 
 #include "base/text.h"
 #include "support/logcapture.h"
@@ -60,6 +61,17 @@ TEST_F(Subjects, NewDatabaseIsMadeByTheKnownStatements) {
   EXPECT_EQ(get("select count(*) from info;"), "1");
   open();
   EXPECT_EQ(log(), "open db version=2\n") << "opened again, it is only read";
+}
+
+TEST_F(Subjects, ADatabaseThatAnotherProgramIsMakingIsWaitedFor) {
+  SqliteDatabase other(path());
+  ASSERT_EQ(other.execute("BEGIN IMMEDIATE; create table info ( dbversion INTEGER );"), "");
+  std::thread opening([&] { open(); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // into its wait
+  EXPECT_EQ(other.execute("create table patients ( id TEXT PRIMARY KEY, lastused TEXT ); COMMIT;"), "");
+  opening.join();
+  ASSERT_NE(db, nullptr);
+  EXPECT_EQ(log(), "error getting db version\n") << "it makes no second set of tables";
 }
 
 TEST_F(Subjects, ApostropheInTheFolderLosesOnlyTheInfoRow) {
