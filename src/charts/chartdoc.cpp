@@ -243,7 +243,6 @@ void ZchartDoc::deleteContents() {
   traces.items.clear();
   markers.Clear();
   clock = 0.0;
-  damage.clear();
 }
 
 }  // namespace tarnvisor

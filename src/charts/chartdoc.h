@@ -53,8 +53,6 @@ class ZchartDoc : public CdbDocument {
   bool onNewDocument() override;
   bool onOpenDocument(const std::string& path) override;
   bool onImportFile(const std::string& path) override;
-  bool onSaveDocument(const std::string& path) override;
-  bool save() override;
   void deleteContents() override;
   void serialize(Archive& archive) override;
   static const CommandTableBase& commandTable();
@@ -92,7 +90,6 @@ class ZchartDoc : public CdbDocument {
   void serializeRest(Archive& archive);  // what follows the list
   Steps perform(Steps steps);
   std::vector<Steps> undoable, redoable;
-  std::string damage;  // why only part of the file could be read; empty for all of it
 };
 
 // Notices to the views wait until the batch is through.

@@ -40,7 +40,7 @@ void ZchartDoc::serialize(Archive& archive) {
     serializeRest(archive);
   } catch (const ArchiveException& problem) {
     if (traces.items.empty()) throw;
-    damage = problem.what();
+    tookOnlyAPart(problem.what());
   }
 }
 
@@ -88,9 +88,9 @@ bool ZchartDoc::onOpenDocument(const std::string& path) {
   const bool opened = CdbDocument::onOpenDocument(path);
   tellLowMemory();
   if (!opened) return false;
-  if (!damage.empty())
+  if (!whatIsMissing().empty())
     report(format("Only a part of %s could be read, %i traces: %s. It will not be written over.",
-                  path.c_str(), static_cast<int>(traces.items.size()), damage.c_str()));
+                  path.c_str(), static_cast<int>(traces.items.size()), whatIsMissing().c_str()));
   return true;
 }
 
@@ -112,19 +112,5 @@ bool ZchartDoc::onImportFile(const std::string& path) {
   setModified();
   return true;
 }
-
-// A file of which only a part could be read keeps what could not.
-bool ZchartDoc::onSaveDocument(const std::string& path) {
-  std::error_code error;
-  if (!damage.empty() && std::filesystem::equivalent(path, pathName(), error)) {
-    report(path + " holds more than could be read of it. Choose another name.");
-    return false;
-  }
-  if (!CdbDocument::onSaveDocument(path)) return false;
-  damage.clear();
-  return true;
-}
-
-bool ZchartDoc::save() { return damage.empty() ? CdbDocument::save() : saveAs(); }
 
 }  // namespace tarnvisor

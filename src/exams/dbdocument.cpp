@@ -3,6 +3,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <tuple>
 
 #include "app/basicapp.h"
@@ -40,10 +41,24 @@ bool CdbDocument::onNewDocument() {
   userLabel.clear();
   resultText.clear();
   isBound = 0;
+  madeFor = theExams().subjectId();
+  madeUnder = theExams().examId();
   return CDocument::onNewDocument();
 }
 
+// What was measured while one subject was selected is not another's because it is saved later.
+bool CdbDocument::mayBindHere() const {
+  const ExamSelection& now = theExams();
+  if ((isBound && examIdOfDoc >= 0) || madeUnder < 0 || !now.hasExam()) return true;
+  if (madeUnder == now.examId() && madeFor == now.subjectId()) return true;
+  return host().messages.show(
+             format("%s was made in exam %i of subject %s. Save it as a document of exam %i of subject %s?",
+                    title().c_str(), madeUnder, madeFor.c_str(), now.examId(), now.subjectId().c_str()),
+             Buttons::YesNo, Icon::Question) == Answer::Yes;
+}
+
 bool CdbDocument::storeBound(const std::string& path) {
+  if (!mayBindHere()) return false;
   userLabel = currentUserLabel();
   const Binding before{isBound, patientId, examIdOfDoc, stationId, stationIdFirst};
   bindIfFree();
@@ -100,6 +115,16 @@ void CdbDocument::bindIfFree() {
   if (stationIdFirst.empty()) stationIdFirst = stationId;
 }
 
+int32_t CdbDocument::otherExamWith(const std::string& path) const {
+  const CBasicApp& app = theApp();
+  const std::string folder = folderOf(path);
+  if (!app.db || !folder.starts_with(app.dataFolder) || folder.size() <= app.dataFolder.size()) return -1;
+  const std::string below = folder.substr(app.dataFolder.size(), folder.size() - app.dataFolder.size() - 1);
+  const std::vector<int32_t> exams = app.db->examsWithDocument(below, fileNameOf(path));
+  const int32_t own = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
+  return exams.empty() || std::ranges::find(exams, own) != exams.end() ? -1 : exams.front();
+}
+
 // Exams of other data folders have the same numbers: only subject and exam together tell whose row it is.
 bool CdbDocument::belongsHere() const {
   const SubjectDatabase* db = theApp().db.get();
@@ -144,6 +169,7 @@ std::string CdbDocument::defaultPathName() const {
   std::string folder;
   if (!subject.empty() && app.db && exam >= 0)
     if (const auto row = app.db->exam(subject, exam)) folder = app.dataFolder + row->folder + kSeparator;
+  if (folder.empty()) folder = folderOf(pathName());
   std::string name = replaced(title(), ' ', '_');
   name = name.substr(0, name.find_first_of(" #%;/\\"));
   return folder + name + (storedType() ? storedType()->filterExtension() : std::string());

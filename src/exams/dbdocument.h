@@ -17,6 +17,8 @@ class CdbDocument : public CDocument {
   bool onSaveDocument(const std::string& path) override;
   std::string defaultPathName() const override;
   void serialize(Archive& archive) override;
+  // The exam, other than the document's own, that has a document at this path; -1 for none.
+  int32_t otherExamWith(const std::string& path) const;
   // Its subject has its exam in the open database.
   bool belongsHere() const;
   StepResult tell(const std::string& what) override;  // "result"
@@ -44,6 +46,10 @@ class CdbDocument : public CDocument {
  private:
   using Binding = std::tuple<int32_t, std::string, int32_t, std::string, std::string>;
   void bindIfFree();
+  // What was selected when the document was made; it has no subject of its own before its first save.
+  std::string madeFor;
+  int32_t madeUnder = -1;
+  bool mayBindHere() const;
   bool toldForeign = false;  // that its exam is not of this database
   void noteUnwritten(bool written, const std::string& name);
 };

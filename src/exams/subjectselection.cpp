@@ -187,9 +187,9 @@ void runProcessResults() {
   const bool analyse = settings.getInt("settings", "postprocess", 0) != 0;
   for (const ResultRow& row : app.db->resultsOf(theExams().examId())) {
     const std::string path = theExams().folder() + row.filename;
-    CDocument* document = process.imageTemplate->openDocument(path);
-    if (auto* automatic = dynamic_cast<AutomaticAnalysis*>(document); automatic && analyse)
-      automatic->analyseAutomatically();
+    CDocument* document = app.openDocumentFile(path);
+    if (!analyse || !document || document->type() != process.imageTemplate) continue;
+    if (auto* still = dynamic_cast<AutomaticAnalysis*>(document)) still->analyseAutomatically();
   }
   app.postMainCommand(cmd::WindowTile);
   app.postMainCommand(cmd::ViewExams);

@@ -56,11 +56,14 @@ bool CDocument::loadFrom(const std::string& path) {
     return false;
   }
   deleteContents();
+  missing.clear();
   bool loaded = false;
   try {
     FileStream stream(file);
     Archive archive(stream, Archive::Direction::Loading);
     serialize(archive);
+    if (archive.remaining() > 0 && missing.empty())
+      throw ArchiveException("it is a document of another kind, or of a later version");
     loaded = true;
   } catch (const ArchiveException& problem) {
     deleteContents();
@@ -81,7 +84,22 @@ bool CDocument::onImportFile(const std::string& path) {
 
 bool CDocument::onOpenDocument(const std::string& path) { return loadFrom(path); }
 
+// A file that this document does not hold whole is kept: one of another kind, or more than could be read of
+// it.
+bool CDocument::mayReplace(const std::string& path) {
+  if (!fileExists(path)) return true;
+  std::error_code error;
+  if (withOwnEnding(path) != path)
+    report(path + " is not saved over: it is a file of another kind.");
+  else if (!missing.empty() && std::filesystem::equivalent(path, filePath, error))
+    report(path + " holds more than could be read of it. Choose another name.");
+  else
+    return true;
+  return false;
+}
+
 bool CDocument::storeTo(const std::string& path) {
+  if (!mayReplace(path)) return false;
   AtomicFile file(path);
   Outcome done = Outcome::success();
   try {
@@ -101,6 +119,7 @@ bool CDocument::storeTo(const std::string& path) {
     report(format("%s could not be saved: %s", path.c_str(), done.why().c_str()));
     return false;
   }
+  missing.clear();
   setModified(false);
   return true;
 }
@@ -108,7 +127,7 @@ bool CDocument::storeTo(const std::string& path) {
 bool CDocument::onSaveDocument(const std::string& path) { return storeTo(path); }
 
 bool CDocument::save() {
-  if (filePath.empty()) return saveAs();
+  if (filePath.empty() || !missing.empty()) return saveAs();
   return onSaveDocument(filePath);
 }
 

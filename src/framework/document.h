@@ -77,11 +77,17 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // The two halves of opening and saving that a document with more than one file puts its own work around.
   [[nodiscard]] bool loadFrom(const std::string& path);
   [[nodiscard]] bool storeTo(const std::string& path);
+  // For a load that could read only a part of the file: why. The document opens, and never goes over that
+  // file.
+  void tookOnlyAPart(std::string why) { missing = std::move(why); }
+  const std::string& whatIsMissing() const { return missing; }
 
  private:
   friend class DocumentType;
+  [[nodiscard]] bool mayReplace(const std::string& path);
   std::string windowTitle;
   std::string filePath;
+  std::string missing;  // why only a part of the file could be read; empty for all of it
   bool modified = false;
   DocumentType* documentType = nullptr;
   std::vector<std::unique_ptr<CView>> viewList;

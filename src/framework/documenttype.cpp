@@ -67,6 +67,12 @@ CDocument* DocumentType::openDocument(const std::string& path) {
     if (manager) manager->activate(*present);
     return present;
   }
+  if (!matches(path)) {
+    host().messages.show(
+        format("%s is not opened as %s: it is a file of another kind.", path.c_str(), documentName().c_str()),
+        Buttons::Ok, Icon::Error);
+    return nullptr;
+  }
   auto document = make();
   if (!document) return nullptr;
   // Known before the load, since a document finds its other files beside its own.

@@ -80,7 +80,8 @@ class DocumentType {
 
   // A new empty document with a view, titled by its kind and a number. Null when it can't be made.
   CDocument* newDocument();
-  // The document of a file: the open one, activated, or a new one. Null after the document told the user why.
+  // The document of a file: the open one, activated, or a new one. Null after the user was told why, also for
+  // a file of another kind: opened as this one it would be saved over.
   CDocument* openDocument(const std::string& path);
   // A new document filled from a file of another kind. Null after the document told the user why.
   CDocument* importDocument(const std::string& path);

@@ -4,6 +4,7 @@
 
 #include "app/basicapp.h"
 #include "archive/archive.h"
+#include "base/files.h"
 #include "base/text.h"
 #include "exams/examselection.h"
 #include "imagedoc/zbasicdoc.h"
@@ -87,13 +88,26 @@ void ZDimDoc::empty() {
 bool ZDimDoc::save() { return savedTitle && savedTitle == shownTitle ? CdbDocument::save() : saveAs(); }
 
 bool ZDimDoc::onSaveDocument(const std::string& path) {
+  if (!shownTitle && fileExists(path)) {
+    report(path + " is kept as it is: this list shows no image and would empty it.");
+    return false;
+  }
   if (!CdbDocument::onSaveDocument(path)) return false;
   savedTitle = shownTitle;
   return true;
 }
 
+// A table of an image that isn't there shows nothing; other tables with this ending are none of these.
+void ZDimDoc::readNothing(Archive& archive) {
+  constexpr uint64_t kLongest = 64u << 20;
+  std::string text(std::min(archive.remaining(), kLongest), '\0');
+  archive.read(text.data(), text.size());
+  if (text.find("\"Subject ID\",") == std::string::npos)
+    throw ArchiveException("it is no list of dimensions");
+}
+
 void ZDimDoc::serialize(Archive& archive) {
-  if (archive.isLoading()) return;  // a table of an image that isn't there shows nothing
+  if (archive.isLoading()) return readNothing(archive);
   std::string text;
   if (shownTitle) {
     std::vector<std::string> headings;

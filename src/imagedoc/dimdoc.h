@@ -46,6 +46,7 @@ class ZDimDoc : public CdbDocument {
   void serialize(Archive& archive) override;
 
  private:
+  static void readNothing(Archive& archive);
   friend void refreshDimensionList(ZBasicDoc&);
   friend void forgetDimensionsOf(const ZBasicDoc&);
   std::vector<Row> table;

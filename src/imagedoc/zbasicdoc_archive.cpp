@@ -100,6 +100,7 @@ void ZBasicDoc::loadFields(Archive& archive) {
 
 void ZBasicDoc::loadLists(Archive& archive, int32_t version, int32_t count) {
   if (version >= 6) {
+    if (count > kListCount) tookOnlyAPart("it has more lists than nine");
     for (int32_t i = 0; i < std::min<int32_t>(count, kListCount); ++i)
       dimlists[static_cast<size_t>(i)].serialize(archive);
     return;

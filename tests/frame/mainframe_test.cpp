@@ -279,7 +279,7 @@ TEST_F(Frame, FourFilesAreKeptAsRecent) {
   std::vector<std::string> paths;
   for (int i = 0; i < 5; ++i) {
     paths.push_back(folder.file("f" + std::to_string(i) + ".csv"));
-    ASSERT_TRUE(replaceFile(paths.back(), std::string_view("x")));
+    ASSERT_TRUE(replaceFile(paths.back(), std::string_view("\"Subject ID\",\"\",\r\n")));
     ASSERT_NE(app->openDocumentFile(paths.back()), nullptr);
   }
   EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[2], paths[1]));

@@ -71,7 +71,9 @@ TEST_F(StoredImage, TakesNineListsOfAFileThatSaysMore) {
   FileBytes b = firstFields(6);
   b.dword(0).str("").dword(0).dword(0).dword(0).real(1).dword(0).str("").dword(10).text(emptyLists(10));
   makeImage(4, 4);
-  EXPECT_NE(openBytes(b), nullptr);
+  ZBasicDoc* opened = openBytes(b);
+  ASSERT_NE(opened, nullptr);
+  EXPECT_FALSE(opened->onSaveDocument(opened->pathName())) << "the tenth stays in its file";
 }
 
 TEST_F(StoredImage, RefusesACutFile) {
