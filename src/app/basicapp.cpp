@@ -14,6 +14,7 @@
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/profile.h"
+#include "settings/profileuse.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -36,7 +37,12 @@ CBasicApp& theApp() { return *runningApp; }
 
 CBasicApp::CBasicApp() {
   runningApp = this;
-  loop.onCommand = [this](int32_t id) { runCommand(id); };
+  loop.onCommand = [this](int32_t id) {
+    if (runCommand(id) == CommandResult::Done || startSwitch != Switch::Running) return;
+    switchFailed = true;
+    host().messages.show(format("Nothing here takes the command of the switch \"%s\".", commandLine.c_str()),
+                         Buttons::Ok, Icon::Error);
+  };
   loop.onIdle = [this](int32_t count) { return onIdle(count); };
 }
 
@@ -148,6 +154,11 @@ bool CBasicApp::initInstance(const StartOptions& options) {
                                 ? selectProfile(options.programPath, false)
                                 : selectProfileFile(options.programPath, options.profilePath);
   if (!profileFound) return false;
+  if (options.settingsCopy)
+    if (const Outcome copied = workOnCopy(*options.settingsCopy); !copied) {
+      host().messages.show(copied.why(), Buttons::Ok, Icon::Error);
+      return false;
+    }
   readSettings();
   const std::string folder = settings.getString("settings", "directory", "./");
   const bool entered = options.keepWorkingFolder || ::chdir(folder.c_str()) == 0;
@@ -172,12 +183,14 @@ bool CBasicApp::initInstance(const StartOptions& options) {
     if (auto listening = InstanceLink::listen(kInstanceClass)) link.emplace(std::move(*listening));
 
   const bool isSwitch = isSwitchLine(commandLine);
-  if (isSwitch)
+  if (isSwitch) {
     process.batchMode = process.quietMode = 1;  // what opening has to say, too, goes without a dialog
+    startSwitch = Switch::Running;
+  }
   if (!commandLine.empty()) {
     const std::string file =
         isSwitch ? commandLine.substr(std::min<size_t>(3, commandLine.size())) : commandLine;
-    if (!file.empty()) openDocumentFile(file);
+    if ((file.empty() || !openDocumentFile(file)) && isSwitch) switchFailed = true;
   }
   host().windows.showMainFrame();
   logPrintf("%s\n", logLine.c_str());
@@ -222,6 +235,13 @@ void CBasicApp::runStartSwitch(char letter) {
         for (const int32_t id : known.commands) postMainCommand(id);
         return;
       }
+}
+
+// Quiet was for what the switch asked for. The window that stays open is like any other.
+void CBasicApp::endStartSwitch() {
+  startSwitch = Switch::Done;
+  if (onSwitchDone) return onSwitchDone();
+  if (!ending) process.batchMode = process.quietMode = 0;
 }
 
 int32_t CBasicApp::exitInstance() {
@@ -311,7 +331,10 @@ void CBasicApp::cascadeWindows() { host().windows.cascade(); }
 void CBasicApp::closeDocument() {
   if (CDocument* front = documents.active()) documents.close(*front);
 }
-void CBasicApp::closeProgram() { host().windows.closeMainFrame(); }
+void CBasicApp::closeProgram() {
+  ending = startSwitch == Switch::Running;
+  host().windows.closeMainFrame();
+}
 
 void CBasicApp::helpContents() {
   const std::string page = installedFolder() + "help" + kSeparator + "index.html";

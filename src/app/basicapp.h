@@ -25,9 +25,10 @@ inline constexpr const char* kBuildStamp = "Sep  2 2025 14:40:32";
 
 struct StartOptions {
   std::string programPath;
-  std::string profilePath;  // a profile to use in place of the program's own; empty for that
-  std::string commandLine;  // as given: a file, or "/x " and a file
-  std::string logLine;      // what the log tells of the start in place of an empty command line
+  std::string profilePath;                  // a profile to use in place of the program's own; empty for that
+  std::optional<std::string> settingsCopy;  // the run works on a copy of the profile, at this path
+  std::string commandLine;                  // as given: a file, or "/x " and a file
+  std::string logLine;  // what the log tells of the start in place of an empty command line
   std::span<const DocumentRow> documentTable;   // outlives the application
   std::function<void()> bindCameraControllers;  // before the first row, with the image channel on
   bool listenForOthers = true;                  // take messages from other processes
@@ -85,6 +86,8 @@ class CBasicApp : public CommandTarget {
   // The recent file at an index (app/recentfiles.h); one that can't be opened leaves the list.
   void openRecentFile(size_t index);
   void closeProgram();
+  // The file of a start switch did not open, or what it asks for was not there to be done.
+  bool startSwitchFailed() const { return switchFailed; }
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 
@@ -108,6 +111,9 @@ class CBasicApp : public CommandTarget {
   RecorderSink* recorder = nullptr;  // the open recorder document
   int64_t samplesRead = 0;
 
+  // For runs that nobody watches: called once the commands of a start switch are through, in place of leaving
+  // quiet mode.
+  std::function<void()> onSwitchDone;
   // Told when another data folder was opened while the program runs.
   std::function<void()> onDataFolderChanged;
 
@@ -122,6 +128,7 @@ class CBasicApp : public CommandTarget {
   void startVelocityInput();
   void registerDocumentTypes(const StartOptions& options);
   void runStartSwitch(char letter);
+  void endStartSwitch();
   void logBanner();
   bool isOpenView(const CView* view) const;
   bool openDatabaseFile();
@@ -135,6 +142,9 @@ class CBasicApp : public CommandTarget {
   std::optional<InstanceLink> link;
   bool remembersFiles = true;
   std::span<const DocumentRow> documentTable;
+  enum class Switch { None, Running, Done } startSwitch = Switch::None;
+  bool switchFailed = false;
+  bool ending = false;
   bool wasRecording = false;
   int32_t lastFrameCounter = 0;
   std::string commandLine;

@@ -7,6 +7,7 @@
 namespace tarnvisor {
 
 bool CBasicApp::onIdle(int32_t) {
+  if (startSwitch == Switch::Running) endStartSwitch();
   if (link)
     link->poll([this](InstanceMessage message, const std::string& path) {
       if (message == InstanceMessage::AutoLoad) receiveAutoLoad(path);

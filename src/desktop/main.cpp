@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 #include "assembly/assembly.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
 #include "frame/mainframe.h"
+#include "settings/profileuse.h"
 
 namespace {
 
@@ -42,9 +44,10 @@ std::string ownPath() {
   return error ? "./tarnvisor" : self.string();
 }
 
-// Such a run shows nothing that anybody would have to see.
-bool endsByItself(const CommandLine& line) {
-  return line.forApplication.starts_with("/a ") || line.forApplication.starts_with("/m ");
+// Such a run is for one task, and can do without anybody who looks.
+bool isForATask(const CommandLine& line) {
+  const std::string& given = line.forApplication;
+  return given.size() > 2 && given[0] == '/' && given[2] == ' ';
 }
 
 int runWorkstation(const CommandLine& line, bool hasDisplay) {
@@ -65,12 +68,22 @@ int runWorkstation(const CommandLine& line, bool hasDisplay) {
   start.commandLine = line.forApplication;
   start.documentTable = documentTable();
   start.dataFolder = line.dataFolder;
+  std::optional<SettingsCopy> settingsOfTheRun;
+  if (!hasDisplay) {
+    // Nobody is asked, and the windows that nobody saw leave no trace in the profile.
+    start.askForDataFolder = false;
+    start.remembersFiles = false;
+    start.settingsCopy = settingsOfTheRun.emplace().path();
+    app.onSwitchDone = [] { QCoreApplication::quit(); };
+  }
   if (!app.initInstance(start)) return 1;
   windows.mainWindow()->openFiles(line.otherFiles);
   if (app.documents.documents().size() > 1) windows.tile();
   QApplication::exec();
+  const bool failed = app.startSwitchFailed() || windows.toldError();
   windows.closeWindows();
-  return app.exitInstance();
+  const int code = app.exitInstance();
+  return code == 0 && failed ? 1 : code;
 }
 
 }  // namespace
@@ -82,7 +95,7 @@ int main(int argc, char** argv) {
     return line.exitCode;
   }
   const bool hasDisplay = isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
-  if (!hasDisplay && !endsByItself(line)) endWithoutDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set.");
+  if (!hasDisplay && !isForATask(line)) endWithoutDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set.");
   if (!hasDisplay) setenv("QT_QPA_PLATFORM", "offscreen", 1);
   QtMessageHandler usual = qInstallMessageHandler(sayWhyInWords);
   int noArguments = 1;

@@ -24,6 +24,8 @@ class QtHost final : public Windows {
   // For runs that nobody watches: what would be told or asked in a box is printed, and questions are
   // declined.
   void tellOnStandardError() { messages.onStandardError = true; }
+  // Something that went wrong was printed.
+  bool toldError() const { return messages.toldError; }
 
   bool createMainFrame(const std::string& title) override;
   void showMainFrame() override;

@@ -112,6 +112,7 @@ QMessageBox::StandardButtons buttonsOf(Buttons buttons) {
 Answer QtMessages::show(const std::string& text, Buttons buttons, Icon icon) {
   if (onStandardError || process.quietMode) {
     std::fprintf(stderr, "%s\n", text.c_str());
+    toldError = toldError || icon == Icon::Warning || icon == Icon::Error;
     // Nothing is saved, and the run comes to its end.
     return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::OkCancel ? Answer::Cancel : Answer::No;
   }

@@ -43,6 +43,7 @@ class QtMessages final : public Messages {
  public:
   Answer show(const std::string& text, Buttons buttons, Icon icon) override;
   bool onStandardError = false;  // as in quiet mode
+  bool toldError = false;        // there
 };
 
 class QtChoosers final : public Choosers {

@@ -80,6 +80,9 @@ bool selectProfile(const std::string& programPath, bool askForDialog, ProfileFac
 bool selectProfileFile(const std::string& programPath, const std::string& profilePath) {
   programFileFolder = folderOf(programPath);
   profileFolder = folderOf(profilePath);
+  if (!fileExists(profilePath))
+    if (const Outcome made = copyFile(withoutExtension(programPath) + ".def", profilePath); !made)
+      logPrintf("%s\n", made.why().c_str());
   useBase(withoutExtension(profilePath), profilePath);
   return true;
 }

@@ -54,7 +54,8 @@ class ProfileFace {
 // there is none. programPath: the program's file; empty or longer than kMaxPath, the settings stay unset.
 // False when the user cancels the dialog, which is shown only with a face and when there are profiles.
 bool selectProfile(const std::string& programPath, bool askForDialog, ProfileFace* face = nullptr);
-// The same with a profile that is named: log and machine's store stand beside it.
+// The same with a profile that is named: log and machine's store stand beside it. One that isn't there is
+// made from the factory profile.
 bool selectProfileFile(const std::string& programPath, const std::string& profilePath);
 
 // The folder that holds the profile: the program's data folder. With a separator.

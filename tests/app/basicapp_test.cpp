@@ -168,6 +168,36 @@ TEST_F(BasicApp, PostsWhatTheCommandLineAsksFor) {
   }
 }
 
+TEST_F(BasicApp, IsQuietForAsLongAsASwitchIsAtWork) {
+  PlainDocument written;
+  ASSERT_TRUE(written.onSaveDocument(folder.file("x.tv1")));
+  options.commandLine = "/x " + folder.file("x.tv1");
+  ASSERT_TRUE(start());
+  (void)app->loop.turn();
+  EXPECT_EQ(process.quietMode, 0) << "the window that is left is like any other";
+  EXPECT_FALSE(app->startSwitchFailed());
+  options.commandLine = "/P " + folder.file("x.tv1");
+  ASSERT_TRUE(start());
+  int ended = 0;
+  app->onSwitchDone = [&] { ++ended; };
+  (void)app->loop.turn();
+  EXPECT_TRUE(app->startSwitchFailed()) << "nothing takes that command";
+  EXPECT_EQ(ended, 1);
+  EXPECT_EQ(process.quietMode, 1) << "nobody watches";
+}
+
+TEST_F(BasicApp, ARunOnACopyOfTheSettingsLeavesTheProfile) {
+  writeProfile("[settings]\nmark=1\n");
+  options.settingsCopy = folder.file("copy.ini");
+  ASSERT_TRUE(start());
+  EXPECT_EQ(settings.getInt("settings", "mark", 0), 1);
+  settings.setInt("settings", "mark", 2);
+  app->exitInstance();
+  EXPECT_EQ(profile(), "[settings]\nmark=1\n");
+  options.settingsCopy = "";
+  EXPECT_FALSE(start()) << "without a copy the profile would be written";
+}
+
 TEST_F(BasicApp, WritesBackAllKeysButTheChannels) {
   ASSERT_TRUE(start());
   EXPECT_EQ(settings.getInt("FLOcalcs", "ped3", -1), -1);

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "settings/profileuse.h"
 #include "settings/settings.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"
@@ -35,6 +36,24 @@ struct Face : ProfileFace {
   std::function<bool(ProfileDialog&)> answer;
   int runs = 0;
 };
+
+TEST_F(Profile, IsOneRunsAtATime) {
+  put("p.ini", "");
+  {
+    const ProfileClaim first(folder.file("p.ini"));
+    EXPECT_TRUE(first.isOurs());
+    const ProfileClaim second(folder.file("p.ini"));
+    EXPECT_FALSE(second.isOurs());
+  }
+  EXPECT_TRUE(ProfileClaim(folder.file("p.ini")).isOurs());
+  EXPECT_EQ(get("p.ini.lock"), "-") << "it leaves nothing behind";
+}
+
+TEST_F(Profile, ThatIsNamedAndMissingIsTheFactorys) {
+  put("program.def", "[a]\nx=1\n");
+  ASSERT_TRUE(selectProfileFile(folder.file("program"), folder.file("own.ini")));
+  EXPECT_EQ(get("own.ini"), "[a]\nx=1\n");
+}
 
 TEST_F(Profile, IsCopiedFromTheFactoryProfileOnlyWhereThereIsNoOther) {
   const std::string factory("[a]\r\nx=1\n\0\xff", 12);
