@@ -1,16 +1,20 @@
 // tarnvisor-batch: the system without windows, driven by a script.
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "assembly/assembly.h"
+#include "base/files.h"
 #include "batch/demonstration.h"
 #include "batch/runner.h"
 #include "batch/script.h"
 #include "batch/scripthost.h"
 #include "frame/mainframe.h"
+#include "settings/profileuse.h"
 
 namespace {
 
@@ -44,11 +48,22 @@ int main(int argc, char** argv) {
   start.keepWorkingFolder = true;
   start.remembersFiles = false;
   start.dataFolder = options.dataFolder;
+  const bool made = !options.profile.empty() && !fileExists(options.profile);
+  const ProfileClaim claim(options.profile);
+  std::optional<SettingsCopy> copy;
+  if (options.profile.empty() ? !options.keepSettings : !claim.isOurs())
+    start.settingsCopy = copy.emplace().path();
+  if (!claim.isOurs())
+    std::fprintf(stderr, "%s is in use by another run: this one works on a copy\n", options.profile.c_str());
   for (int i = 0; i < argc; ++i) start.logLine += std::string(i ? " " : "") + argv[i];
   if (!app.initInstance(start)) {
     std::fprintf(stderr, "tarnvisor-batch can't start: %s\n", script.shown().c_str());
     return 1;
   }
+  if (made)
+    std::fprintf(stderr, "%s %s\n", options.profile.c_str(),
+                 fileExists(options.profile) ? "is made from the factory settings"
+                                             : "can't be made; the settings are not kept");
   int code = 0;
   if (script.hadError()) {
     std::fprintf(stderr, "%s\n", script.shown().c_str());
@@ -56,7 +71,8 @@ int main(int argc, char** argv) {
   }
   while (app.loop.hasPosted() && !app.loop.hasQuit()) app.loop.turn();
   if (code == 0 && options.demonstration) code = runDemonstration(app, script);
-  if (code == 0) code = ScriptRunner(app, script, options.json).run(options.steps, options.keepGoing);
+  if (code == 0 || options.keepGoing)
+    code = std::max(code, ScriptRunner(app, script, options.json).run(options.steps, options.keepGoing));
   app.exitInstance();
   return code;
 }

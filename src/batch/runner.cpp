@@ -5,15 +5,48 @@
 
 namespace tarnvisor {
 
+// What a step begins. A failure ends that, and what would come to it is left out until the next begins: after
+// a failed exam a document would end in the exam before.
+ScriptRunner::Scope ScriptRunner::scopeOf(const Step& step) {
+  if (step.word == "subject") return Scope::Subject;
+  if (step.word == "exam") return Scope::Exam;
+  return Scope::Document;
+}
+
+// Settings and tables are of the whole run.
+bool ScriptRunner::isOfTheRun(const Step& step) { return step.word == "set" || step.word == "results"; }
+
+bool ScriptRunner::isSkipped(const Step& step) {
+  if (!failed || isOfTheRun(step)) return false;
+  const bool begins = step.word == "open" || scopeOf(step) > Scope::Document;
+  if (begins && scopeOf(step) >= *failed) {
+    failed.reset();
+    return false;
+  }
+  if (step.word == "close" && failed == Scope::Document) failed.reset();
+  return true;
+}
+
+// A document that a step failed on is closed as it is: saved, it would pass for one that went well.
+void ScriptRunner::giveUp(const Step& step) {
+  if (isOfTheRun(step)) return;
+  failed = scopeOf(step);
+  CDocument* document = step.word == "open" ? nullptr : documentInFront(app);
+  if (document && failed == Scope::Document) document->type()->discard(*document);
+}
+
 int ScriptRunner::run(const std::vector<Step>& steps, bool keepGoing) {
   int code = 0;
   for (const Step& step : steps) {
-    const StepResult result = runStep(step);
+    const bool skipped = isSkipped(step);
+    const StepResult result =
+        skipped ? StepResult::failure("left out, because of the step that failed before") : runStep(step);
     report(step, result);
     if (script.closeWanted()) return result.ok ? code : 1;
-    if (result.ok) continue;
+    if (result.ok || skipped) continue;
     code = 1;
     if (!keepGoing) break;
+    giveUp(step);
   }
   return code;
 }

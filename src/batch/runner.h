@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,11 +18,18 @@ class ScriptRunner {
   ScriptRunner(CBasicApp& application, ScriptHost& host, bool json)
       : app(application), script(host), asJson(json) {}
 
-  // Exit code: 0, or 1 when a step failed. Without keepGoing the first failure ends the run.
+  // Exit code: 0, or 1 when a step failed. Without keepGoing the first failure ends the run; with it the run
+  // goes on behind the document's close or at the next open, after a failed exam or subject at the next one.
   int run(const std::vector<Step>& steps, bool keepGoing);
   StepResult runStep(const Step& step);
 
  private:
+  enum class Scope { Document, Exam, Subject };
+  static Scope scopeOf(const Step& step);
+  static bool isOfTheRun(const Step& step);
+  void giveUp(const Step& step);
+  bool isSkipped(const Step& step);
+  std::optional<Scope> failed;  // what can't go on
   void report(const Step& step, const StepResult& result) const;
 
   CBasicApp& app;

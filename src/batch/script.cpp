@@ -21,9 +21,10 @@ constexpr const char* kUsage =
     "Runs the steps of the scripts, or of standard input for \"-\".\n"
     "  -e STEP          a step; may be given many times, in order with the scripts\n"
     "  --data FOLDER    the data folder with tarn.db; made when missing\n"
-    "  --profile FILE   the profile, in place of the workstation's own\n"
+    "  --profile FILE   the run's own profile, read and written; made from the factory settings when missing\n"
+    "  --keep-settings  write what is set to the workstation's profile; without, a run works on a copy of it\n"
     "  --json           print one JSON object a step\n"
-    "  --keep-going     go on after a step that failed; the exit code is then 1\n"
+    "  --keep-going     after a step that failed, go on with the next document; the exit code is then 1\n"
     "  --demonstration  make and run the demonstration in the data folder\n"
     "  --version, --help\n"
     "Exit codes: 0 done, 1 a step failed, 2 a malformed step or option (nothing was run).\n";
@@ -159,6 +160,8 @@ BatchOptions parseBatchOptions(const std::vector<std::string>& arguments) {
       options.json = true;
     else if (argument == "--keep-going")
       options.keepGoing = true;
+    else if (argument == "--keep-settings")
+      options.keepSettings = true;
     else if (argument == "--demonstration")
       options.demonstration = true;
     else if (argument == "-e" || argument == "--profile" || argument == "--data") {

@@ -30,6 +30,7 @@ struct BatchOptions {
   std::string dataFolder;
   bool json = false;
   bool keepGoing = false;
+  bool keepSettings = false;
   bool demonstration = false;
   int exitCode = -1;  // 0 or above: end at once with it, after printing the message
   std::string message;

@@ -1,6 +1,7 @@
 #include "batch/scripthost.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "base/text.h"
 #include "batch/pictures.h"
@@ -47,40 +48,52 @@ Answer ScriptHost::show(const std::string& text, Buttons buttons, Icon icon) {
            : word == "no" ? Answer::No
            : word == "ok" ? Answer::Ok
                           : Answer::Cancel;
-  // Nobody said yes, so nothing is lost by it.
+  // Nobody said yes, so nothing is lost by it; nor is what was asked for done.
+  if (wrong.empty()) wrong = "\"" + text + "\" is asked, and the step does not answer";
   return buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
 }
 
+void ScriptHost::needs(const std::string& title, const char* what) {
+  if (wrong.empty()) wrong = format("\"%s\" asks for %s, and the step names none", title.c_str(), what);
+}
+
+// A path that is answered is meant from where the script runs. Nothing for "cancel".
 std::optional<std::string> ScriptHost::takePath() {
   std::string word;
   if (takeWord({"cancel"}, word) || answers.empty()) return std::nullopt;
-  const std::string path = answers.front();
+  std::error_code error;
+  const auto path = std::filesystem::absolute(answers.front(), error);
+  std::string taken = error || answers.front().empty() ? answers.front() : path.lexically_normal().string();
   answers.erase(answers.begin());
-  return path;
+  return taken;
+}
+
+std::optional<std::string> ScriptHost::pathFor(const std::string& title, const char* what) {
+  if (answers.empty()) needs(title, what);
+  return takePath();
 }
 
 std::optional<std::string> ScriptHost::openFile(const FileRequest& request) {
-  auto path = takePath();
-  if (!path && wrong.empty())
-    wrong = format("\"%s\" asks for a file, and the step names none", request.title.c_str());
-  return path;
+  return pathFor(request.title, "a file");
 }
 
 std::optional<std::string> ScriptHost::saveFile(const FileRequest& request) {
-  auto path = takePath();
+  if (answers.empty() && !request.initialPath.empty()) return request.initialPath;
+  auto path = pathFor(request.title, "a file");
   if (path && !path->empty() && path->find('.', path->find_last_of('/') + 1) == std::string::npos)
     *path += request.defaultExtension;
-  return path ? path : std::optional<std::string>(request.initialPath);
+  return path;
 }
 
-std::vector<std::string> ScriptHost::openFiles(const FileRequest&) {
+std::vector<std::string> ScriptHost::openFiles(const FileRequest& request) {
   std::vector<std::string> paths;
+  if (answers.empty()) needs(request.title, "files");
   while (auto path = takePath()) paths.push_back(*path);
   return paths;
 }
 
-std::optional<std::string> ScriptHost::chooseFolder(const std::string&, const std::string&) {
-  return takePath();
+std::optional<std::string> ScriptHost::chooseFolder(const std::string& title, const std::string&) {
+  return pathFor(title.substr(0, title.find('\n')), "a folder");
 }
 
 // Paper is a PDF file that the step names.

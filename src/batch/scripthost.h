@@ -31,7 +31,7 @@ class ScriptHost final : public NullHost {
   std::optional<std::string> chooseFolder(const std::string& title, const std::string& current) override;
   using NullHost::run;
   bool run(Form& form) override;
-  bool asksSomebody() const override { return false; }
+  bool asksSomebody() const override { return !answers.empty(); }
   void closeMainFrame() override { closing = true; }
   bool print(const std::string& title, const Draw& draw) override;
   bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }
@@ -43,6 +43,8 @@ class ScriptHost final : public NullHost {
  private:
   bool takeWord(std::initializer_list<const char*> words, std::string& taken);
   std::optional<std::string> takePath();
+  std::optional<std::string> pathFor(const std::string& title, const char* what);
+  void needs(const std::string& title, const char* what);
   bool applyLabelled(const Form& form);
   bool applyPlain(const Form& form);
   std::vector<std::string> answers;

@@ -10,6 +10,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "batch/pictures.h"
+#include "exams/dbdocument.h"
 #include "exams/examselection.h"
 #include "exams/subjectselection.h"
 #include "results/resultdoc.h"
@@ -105,6 +106,20 @@ StepResult selectSubject(StepContext& c) {
   return {true, {}, {{"subject", theExams().subjectId()}}, {}};
 }
 
+constexpr const char* kAgain = "--again";
+
+// The last exam of the subject at a site; nothing when it has none.
+std::optional<ExamRow> lastExamAt(const CBasicApp& app, const std::string& site) {
+  std::optional<ExamRow> last;
+  for (ExamRow& exam : app.db->examsOf(theExams().subjectId()))
+    if (exam.site == site) last = std::move(exam);
+  return last;
+}
+
+std::string checkExam(Arguments a) {
+  return a.size() < 3 || a[2] == kAgain ? "" : "\"exam\" has too many arguments";
+}
+
 StepResult startExam(StepContext& c) {
   if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
   if (theExams().subjectId().empty()) return StepResult::failure("no subject is selected");
@@ -115,7 +130,12 @@ StepResult startExam(StepContext& c) {
       return StepResult::failure(document->title() + " has changes; save or close it first");
   for (CDocument* document : open)
     if (!document->collectsOverExams()) document->type()->discard(*document);
-  if (!makeExamination(c.step.args[0], c.step.args.size() > 1 ? c.step.args[1] : ""))
+  const auto& args = c.step.args;
+  const bool again = args.size() > 1 && args.back() == kAgain;
+  const std::string comment = args.size() > (again ? 2U : 1U) ? args[1] : "";
+  if (const auto present = again ? lastExamAt(c.app, args[0]) : std::nullopt)
+    theExams().selectExam(present->id, present->folder);
+  else if (!makeExamination(args[0], comment))
     return StepResult::failure(c.script.shown().empty() ? "the examination can't be started"
                                                         : c.script.shown());
   return {
@@ -206,15 +226,20 @@ StepResult chooseTrace(StepContext& c) {
   return ask(c, [&](ScriptTarget& t) { return t.chooseTrace(c.step.args[0]); });
 }
 
-// A bare name goes to the folder of the selected exam, where the database looks for it; a path is a path.
+StepResult noDocument() { return StepResult::failure("no document is open"); }
+
+// A bare name goes to the folder of the document's exam, where the database looks for it; a path is a path.
 StepResult saveDocument(StepContext& c) {
-  CDocument* document = c.app.documents.active();
-  if (!document) return unavailable(c);
+  CDocument* document = documentInFront(c.app);
+  if (!document) return noDocument();
   std::string path = c.step.args.empty() ? document->pathName() : c.step.args[0];
   if (path.empty()) path = document->defaultPathName();
-  if (!c.step.args.empty() && folderOf(path).empty() && theExams().hasExam())
-    path = theExams().folder() + path;
+  const bool bare = !c.step.args.empty() && folderOf(path).empty();
+  if (bare) path = folderOf(document->defaultPathName()) + path;
   path = absolutePath(document->withOwnEnding(path));
+  const auto* filed = dynamic_cast<const CdbDocument*>(document);
+  if (const int32_t other = bare && filed ? filed->otherExamWith(path) : -1; other >= 0)
+    return StepResult::failure(format("%s is a document of exam %i", path.c_str(), other));
   const bool same = path == document->pathName();
   if (!(same ? document->save() : document->onSaveDocument(path)))
     return StepResult::failure(c.script.shown().empty() ? path + " was not saved" : c.script.shown());
@@ -258,15 +283,15 @@ StepResult takeSnapshot(StepContext& c) {
 
 // A script that closes without saving means it.
 StepResult closeDocument(StepContext& c) {
-  CDocument* document = c.app.documents.active();
-  if (!document) return unavailable(c);
+  CDocument* document = documentInFront(c.app);
+  if (!document) return noDocument();
   document->type()->discard(*document);
   return {};
 }
 
 constexpr size_t kAny = 1u << 20;
 constexpr Verb kVerbs[] = {{"subject", 1, 1, selectSubject},
-                           {"exam", 1, 2, startExam},
+                           {"exam", 1, 3, startExam, checkExam},
                            {"open", 1, 1, openFile},
                            {"set", 3, 3, setValue},
                            {"roi", 1, 1, setRegion, checkRoi},
@@ -289,6 +314,14 @@ constexpr Verb kVerbs[] = {{"subject", 1, 1, selectSubject},
 const Verb* findVerb(std::string_view word) {
   const auto* found = std::ranges::find(kVerbs, word, &Verb::word);
   return found == std::end(kVerbs) ? nullptr : found;
+}
+
+CDocument* documentInFront(const CBasicApp& app) {
+  const std::vector<CDocument*>& open = app.documents.documents();
+  const auto found = std::find_if(open.rbegin(), open.rend(), [](const CDocument* d) {
+    return !d->collectsOverExams() || !d->pathName().empty();
+  });
+  return found == open.rend() ? nullptr : *found;
 }
 
 StepResult unavailable(const StepContext& c) {

@@ -47,11 +47,10 @@ std::string CVivoCapDoc::workFolder() {
   std::string folder = settings.getString("directories", "tempdir", "");
   if (folder.empty() || !folderExists(folder)) {
     // Where nobody answers, new movies lie beside the one they are made of.
-    const auto chosen = process.quietMode
-                            ? std::optional<std::string>()
-                            : host().choosers.chooseFolder(text::kSelectWorkFolder, folderOf(moviePath));
     const bool unattended = process.quietMode || !host().choosers.asksSomebody();
-    if (!chosen || chosen->empty()) return unattended ? withSeparator(folderOf(moviePath)) : "";
+    if (unattended) return withSeparator(folderOf(moviePath));
+    const auto chosen = host().choosers.chooseFolder(text::kSelectWorkFolder, folderOf(moviePath));
+    if (!chosen || chosen->empty()) return "";
     folder = *chosen;
     settings.setString("directories", "tempdir", folder);
   }

@@ -1,63 +1,17 @@
 // Whole scripts, as a user writes them.
 #include "batch/runner.h"
 
-#include "assembly/assembly.h"
 #include "base/text.h"
 #include "batch/demonstration.h"
 #include "charts/chartview.h"
 #include "dynamic/vivocapdoc.h"
-#include "exams/examselection.h"
-#include "image/stillimport.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
-#include "support/testing.h"
+#include "support/runnertest.h"
 #include "support/videotest.h"
-#include "synth/nailfold.h"
 
 namespace tarnvisor {
 namespace {
-
-class Runner : public ::testing::Test {
- protected:
-  Runner() : scope(script.ports) {
-    registerStoredClasses();
-    StartOptions start;
-    start.programPath = folder.file("tarnvisor");
-    start.documentTable = documentTable();
-    start.listenForOthers = false;
-    start.keepWorkingFolder = true;
-    start.dataFolder = folder.file("data");
-    EXPECT_TRUE(app.initInstance(start));
-    while (app.loop.hasPosted()) (void)app.loop.turn();
-    const auto still = renderNailfold(sparseNailfold(), truth);
-    EXPECT_TRUE(still->save(folder.file("shot.bmp")));
-  }
-
-  // The result of the last step; the ones before must be well.
-  StepResult run(const std::string& lines) {
-    std::vector<Step> steps;
-    EXPECT_EQ(parseScript(replacedAll(lines), "test", steps), "");
-    StepResult result;
-    for (size_t i = 0; i < steps.size(); ++i) {
-      result = runner.runStep(steps[i]);
-      EXPECT_TRUE(result.ok || i + 1 == steps.size()) << steps[i].line() << ": " << result.why;
-    }
-    return result;
-  }
-  std::string replacedAll(std::string text) {
-    for (size_t at = text.find("$"); at != std::string::npos; at = text.find("$"))
-      text.replace(at, 1, folder.path());
-    return text;
-  }
-
-  TempFolder folder;
-  ScriptHost script;
-  HostScope scope;
-  CBasicApp app;
-  const ExamSelection exams{app};
-  ScriptRunner runner{app, script, false};
-  NailfoldTruth truth;
-};
 
 TEST_F(Runner, ASubjectSelectedAgainLeavesItsExamAndTheExamsRecordingFolder) {
   EXPECT_TRUE(run("subject A-1\nexam left\nsubject A-1\n").ok);
@@ -201,8 +155,8 @@ TEST_F(Runner, VideosAreSelectedProcessedAndExported) {
   EXPECT_TRUE(fileExists(folder.file("aA.mve")));
   EXPECT_EQ(run("print offsets").text, "image,number,x,y\n0,2,0,0\n1,4,0,0\n2,6,0,0\n");
   EXPECT_EQ(run("print fps").text, "30\n");
-  ASSERT_TRUE(run("frame 2\nselect 0 2\ncommand \"Delete selected images\" yes").ok)
-      << "without a work folder new movies lie beside";
+  const StepResult deleted = run("frame 2\nselect 0 2\ncommand \"Delete selected images\" yes");
+  ASSERT_EQ(deleted.why, "") << "without a work folder new movies lie beside";
   EXPECT_THAT(run("print status").text, HasSubstr("images 1\n"));
   ASSERT_TRUE(run("export " + folder.file("b.avi") + "\nexport " + folder.file("b.mve") + "\nexport " +
                   folder.file("b.bmp") + "\nimport " + movie)

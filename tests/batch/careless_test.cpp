@@ -1,0 +1,96 @@
+// What a careless script could lose.
+#include "results/resultdoc.h"
+#include "settings/settings.h"
+#include "support/runnertest.h"
+
+namespace tarnvisor {
+namespace {
+
+TEST_F(Runner, AFileOfAnotherKindNeitherOpensNorIsSavedOver) {
+  ASSERT_TRUE(run("open $shot.bmp\nsave $still.tv1\ncommand \"Calculate average of selection\"\nclose").ok);
+  ASSERT_TRUE(replaceFile(folder.file("list.csv"), std::string_view("name,age\nanna,40\n")));
+  for (const char* renamed : {"still.dtv", "still.zz1", "still.rst", "still.zzxy"})
+    ASSERT_TRUE(copyFile(folder.file("still.tv1"), folder.file(renamed)));
+  ASSERT_TRUE(run("open $still.tv1\ncommand \"Dimension list\"\nsave $dims.csv\nclose\nclose").ok);
+  ASSERT_TRUE(copyFile(folder.file("dims.csv"), folder.file("other.tv1")));
+  for (const char* file : {"still.dtv", "still.zz1", "still.rst", "still.zzxy", "list.csv", "other.tv1"})
+    EXPECT_FALSE(run(std::string("open $") + file).ok) << file;
+  EXPECT_TRUE(run("open $dims.csv").ok);
+  const auto before = readWholeText(folder.file("dims.csv"));
+  EXPECT_FALSE(run("save").ok) << "nothing is shown of a list that was opened";
+  EXPECT_EQ(readWholeText(folder.file("dims.csv")), before);
+  const DocumentType& stills = *process.imageTemplate;
+  EXPECT_EQ(const_cast<DocumentType&>(stills).openDocument(folder.file("dims.csv")), nullptr);
+}
+
+TEST_F(Runner, WhatIsNotAnsweredOrCancelledIsNotDone) {
+  ASSERT_TRUE(run("open $shot.bmp\nsave $still.tv1\nroi 1,1,5,5").ok);
+  const auto before = readWholeText(folder.file("still.tv1"));
+  EXPECT_TRUE(run("command \"Save As...\" cancel").ok);
+  EXPECT_EQ(readWholeText(folder.file("still.tv1")), before);
+  EXPECT_THAT(run("command \"Open...\"").why, HasSubstr("asks for files"));
+  EXPECT_THAT(run("command \"Export...\"").why, HasSubstr("asks for a file"));
+  const std::filesystem::path home = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  const bool saved = run("command \"Save As...\" here.tv1").ok;
+  std::filesystem::current_path(home);
+  EXPECT_TRUE(saved);
+  EXPECT_EQ(app.documents.active()->pathName(), folder.file("here.tv1"));
+}
+
+TEST_F(Runner, ABareNameStaysInTheDocumentsExam) {
+  ASSERT_TRUE(run("subject A\nexam left\nopen $shot.bmp\nsave shot.tv1\nclose\nexam right").ok);
+  ASSERT_TRUE(run("open $data/A-left/shot.tv1\nsave again.tv1\nclose").ok);
+  EXPECT_TRUE(fileExists(folder.file("data/A-left/again.tv1"))) << "it is bound to the left";
+  // Two exams in one folder, as older data has them.
+  ASSERT_GE(app.db->newExam("A", "left", "", "A-left"), 0);
+  exams.selectExam(3, "A-left");
+  EXPECT_THAT(run("open $shot.bmp\nsave shot.tv1").why, HasSubstr("is a document of exam 1"));
+}
+
+TEST_F(Runner, AnExamIsTakenUpAgainWhereThatIsAskedFor) {
+  ASSERT_TRUE(run("subject A\nexam left\nexam left --again").ok);
+  EXPECT_EQ(exams.examId(), 1);
+  ASSERT_TRUE(run("exam right comment --again").ok);
+  EXPECT_EQ(exams.examFolder(), "A-right");
+  ASSERT_TRUE(run("exam left").ok);
+  EXPECT_EQ(exams.examFolder(), "A-left-2");
+}
+
+TEST_F(Runner, ADocumentOfOneExamIsNotFiledUnderAnotherUnasked) {
+  ASSERT_TRUE(run("subject A\nexam left\nopen $shot.bmp").ok);
+  app.db->newSubject("B");
+  exams.selectSubject("B", "");
+  exams.selectExam(app.db->newExam("B", "left", "", "B-left"), "B-left");
+  EXPECT_THAT(run("save $shot.tv1").why, HasSubstr("was made in exam 1 of subject A"));
+  EXPECT_FALSE(fileExists(folder.file("shot.tv1")));
+  EXPECT_TRUE(run("command \"Save As...\" $shot.tv1 yes").ok);
+  EXPECT_EQ(app.db->resultsOf(2).size(), 1u);
+}
+
+TEST_F(Runner, AFailureCostsItsDocumentAndNothingElse) {
+  const auto steps = [&](const std::string& text) {
+    std::vector<Step> parsed;
+    EXPECT_EQ(parseScript(replacedAll(text), "test", parsed), "");
+    return parsed;
+  };
+  const std::string one =
+      "open $shot.bmp\ncommand \"Find Capillaries\"\ncommand \"Calculate average of selection\"\n";
+  EXPECT_EQ(runner.run(steps("exam nobody\nopen $shot.bmp\nsubject A\nexam left\n" + one +
+                             "save a.tv1\nclose\nopen $missing.bmp\nsave b.tv1\nclose\n" + one +
+                             "command nonsense\nsave c.tv1\nclose\nset settings mark 7\n"),
+                       true),
+            1);
+  ASSERT_EQ(app.documents.documents().size(), 1u) << "no exam, no document";
+  const CResultDoc* table = findResultDocument("image results");
+  ASSERT_NE(table, nullptr);
+  EXPECT_EQ(table->rowCount(), 2u);
+  EXPECT_EQ(table->pathName(), "") << "save means a document, not the table";
+  EXPECT_TRUE(fileExists(folder.file("data/A-left/a.tv1")));
+  EXPECT_FALSE(fileExists(folder.file("data/A-left/b.tv1")));
+  EXPECT_FALSE(fileExists(folder.file("data/A-left/c.tv1")));
+  EXPECT_EQ(settings.getInt("settings", "mark", 0), 7);
+}
+
+}  // namespace
+}  // namespace tarnvisor
