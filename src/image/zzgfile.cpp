@@ -6,7 +6,6 @@
 #include "base/bytes.h"
 #include "base/files.h"
 #include "image/imagefile.h"
-#include "settings/log.h"
 
 namespace tarnvisor {
 
@@ -169,21 +168,20 @@ bool loadZzgRegion(CZZimage& image, const std::string& path, const Rect& rect) {
   return true;
 }
 
-bool saveZzg(CZZimage& image, const std::string& path, const Rect& rect) {
+Outcome saveZzg(CZZimage& image, const std::string& path, const Rect& rect) {
   const Rect r = image.clipToImage(rect);
-  if (r.isEmpty()) return false;
+  if (r.isEmpty()) return Outcome::failure("the region lies outside the image");
   ZzgHeader header = headerOf(image);
   header.width = std::min(image.width - r.left, r.width());
   header.height = std::min(image.height - r.top, r.height());
   AtomicFile file(path);
-  if (!file.isOpen()) return false;
-  const uint8_t* first = image.row(r.top) + static_cast<ptrdiff_t>(r.left) * image.bytesPerPixel;
-  const bool written =
-      writeHeader(file.file(), header) && writeRows(file.file(), first, image.stride, header);
-  if (!written) return false;
-  const Outcome outcome = file.commit();
-  if (!outcome) logPrintf("%s\n", outcome.why().c_str());
-  return static_cast<bool>(outcome);
+  std::array<uint8_t, ZzgHeader::kBytes> head;
+  putHeader(head.data(), header);
+  bool written = file.write(head.data(), head.size());
+  const size_t rowBytes = static_cast<size_t>(header.width) * static_cast<size_t>(header.bytesPerPixel());
+  for (int32_t y = r.top; written && y < r.bottom; ++y)
+    written = file.write(image.row(y) + static_cast<ptrdiff_t>(r.left) * image.bytesPerPixel, rowBytes);
+  return file.commit();
 }
 
 bool writeField(std::FILE* file, const CZZimage& image, int32_t field) {

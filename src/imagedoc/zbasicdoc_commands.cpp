@@ -544,7 +544,7 @@ void ZBasicDoc::displayDarknessDown() { moveDisplayLimits(0, 5); }
 void ZBasicDoc::exportCommand() {
   const std::string extension = settings.getString("settings", "imagetype", ".bmp");
   const auto path = host().choosers.saveFile({"Export", text::kImageFilter, extension, ""});
-  if (path && !path->empty()) saveImage(*path);
+  if (path && !path->empty()) exportImage(*path);
 }
 
 void ZBasicDoc::importCommand() {
