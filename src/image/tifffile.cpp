@@ -88,7 +88,7 @@ bool readGreyRows(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
 }
 
 bool readColourRows(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
-  const GreyWeights weights = greyWeights;
+  const GreyWeights weights = weightsOfImages();
   std::vector<uint8_t> line(size_t{facts.width} * 3);
   for (uint32_t y = 0; y < facts.height; ++y) {
     if (TIFFReadScanline(tiff, line.data(), y, 0) < 0) return false;

@@ -217,6 +217,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool canUndo() const { return hasImage() && undoimage && !undoimage->empty(); }
   void duplicateCommand();
   void convertToGrey();
+  void greyWeightsCommand();
   bool isColoured() const { return hasImage() && theImage()->colourset != kGrey; }
   void zeroAsBlack();
   bool isZeroBlack() const { return zeroasblack != 0; }
