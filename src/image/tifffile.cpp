@@ -1,4 +1,3 @@
-#include <sys/stat.h>
 #include <tiffio.h>
 
 #include <cerrno>
@@ -13,6 +12,7 @@
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "image/texts.h"
+#include "image/tiffbound.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
@@ -58,16 +58,8 @@ TiffFacts factsOf(TIFF* tiff) {
   return facts;
 }
 
-int64_t fileSize(const std::string& path) {
-  struct stat facts {};
-  return ::stat(path.c_str(), &facts) == 0 ? static_cast<int64_t>(facts.st_size) : 0;
-}
-
-// A compressed picture may be larger than its file, but not without bound.
-bool isPlausible(const TiffFacts& facts, int64_t bytesInFile) {
-  const int64_t pixels = static_cast<int64_t>(facts.width) * facts.height;
-  return facts.width > 0 && facts.height > 0 && facts.width <= INT32_MAX / 8 && facts.height <= INT32_MAX &&
-         pixels <= kLoadAllowance + bytesInFile;
+bool isPlausible(const TiffFacts& facts) {
+  return facts.width > 0 && facts.height > 0 && facts.width <= INT32_MAX / 8 && facts.height <= INT32_MAX;
 }
 
 uint8_t lowByte(double v) { return static_cast<uint8_t>(truncated(v)); }
@@ -202,7 +194,11 @@ bool loadTiff(CZZimage& image, const std::string& path, std::string& why) {
     why = texts::kNotGreylevel;
     return false;
   }
-  if (!isPlausible(facts, fileSize(path))) return false;
+  if (!isPlausible(facts)) return false;
+  if (!holdsItsPixels(tiff.get())) {
+    why = kFewerPixels;
+    return false;
+  }
   const auto width = static_cast<int32_t>(facts.width), height = static_cast<int32_t>(facts.height);
   TiffRows rows;
   if (!readRows(tiff.get(), facts, CZZimage::strideFor(width, image.bytesPerPixel), rows)) return false;
