@@ -17,7 +17,7 @@ namespace tarnvisor {
 // What a format does; null where it doesn't.
 struct ImageFormat {
   const char* extension;
-  // Where the refusal of a file has words of its own they come in why.
+  // Where a refusal, or the want of pixels in a file that was loaded, has words of its own they come in why.
   bool (*load)(CZZimage& image, const std::string& path, std::string& why);
   bool (*loadRegion)(CZZimage& image, const std::string& path, const Rect& rect);
   Outcome (*save)(CZZimage& image, const std::string& path, const Rect& rect);

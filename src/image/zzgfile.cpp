@@ -5,6 +5,7 @@
 
 #include "base/bytes.h"
 #include "base/files.h"
+#include "base/text.h"
 #include "image/imagefile.h"
 
 namespace tarnvisor {
@@ -115,7 +116,7 @@ bool isImageFile(std::FILE* file) {
   return readHeader(file, header) > 0;
 }
 
-bool loadZzg(CZZimage& image, const std::string& path, std::string& /*why*/) {
+bool loadZzg(CZZimage& image, const std::string& path, std::string& why) {
   const OpenFile file = openToRead(path);
   ZzgHeader header;
   const int64_t expected = file ? readHeader(file.get(), header) : 0;
@@ -127,15 +128,16 @@ bool loadZzg(CZZimage& image, const std::string& path, std::string& /*why*/) {
   image.yOrigin = header.yOrigin;
   image.colourset = header.colourset;
   if (image.empty()) return true;
-  // A file that ends early isn't noticed: the pixels that it lacks keep what they had.
-  const auto rowBytes = static_cast<size_t>(image.rowBytes);
-  if (image.stride == image.rowBytes) {
-    [[maybe_unused]] const size_t got =
-        std::fread(image.pixels, 1, rowBytes * static_cast<size_t>(image.height), file.get());
-    return true;
-  }
-  for (int32_t y = 0; y < image.height; ++y)
-    if (std::fread(image.row(y), 1, rowBytes, file.get()) != rowBytes) break;
+  // A file that ends early is taken as far as it goes: the pixels that it lacks keep what they had.
+  const auto rowBytes = static_cast<size_t>(image.rowBytes), rows = static_cast<size_t>(image.height);
+  size_t got = 0;
+  if (image.stride == image.rowBytes)
+    got = std::fread(image.pixels, 1, rowBytes * rows, file.get()) / rowBytes;
+  else
+    while (got < rows &&
+           std::fread(image.row(static_cast<int32_t>(got)), 1, rowBytes, file.get()) == rowBytes)
+      ++got;
+  if (got < rows) why = format("The file ends after %zu of %zu rows; the others are empty.", got, rows);
   return true;
 }
 

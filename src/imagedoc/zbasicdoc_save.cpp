@@ -100,7 +100,7 @@ std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::
   const std::string stem = withoutExtension(documentPath);
   std::string path = stem + extension;
   std::error_code error;
-  for (int number = 1; fileExists(path); ++number) {
+  for (int number = 1; fileExists(path) || folderExists(path); ++number) {
     if (ownsImageFile && std::filesystem::equivalent(path, imagePath(), error)) break;
     path = format("%s-%i%s", stem.c_str(), number, extension.c_str());
   }
@@ -133,6 +133,10 @@ bool ZBasicDoc::writePixels(const std::string& documentPath, PixelSave& saved) {
   const std::string wanted = settings.getString("settings", "imagetype", ".bmp");
   const std::string flaw = formatFlaw(wanted, *theImage(), saved.cut);
   saved.aimAt(pixelFileFor(documentPath, flaw.empty() ? wanted : kWholeForm));
+  if (!mayReplace(saved.file)) {
+    report(format("%s\n%s is protected against writing.", text::kErrorSavingImage, saved.file.c_str()));
+    return false;
+  }
   if (!saveImage(saved.written, saved.cut)) return false;
   if (!flaw.empty() && !endsWithIgnoringCase(imagefile, kWholeForm))
     appendNotes(
@@ -145,11 +149,10 @@ bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   if (!askTrim(saved.trimmed, cancelled)) return false;
   const std::string present = imagePath();
   if (!saved.trimmed && !imagedirty && fileExists(present)) {
-    // With a ROI the whole image is written too; what its own file holds need not be written over.
-    std::error_code error;
-    const bool stays =
-        roi.isEmpty() ||
-        std::filesystem::equivalent(pixelFileFor(documentPath, "." + extensionOf(present)), present, error);
+    // With a ROI the whole image is written too; what its own file holds need not be written over. A document
+    // of another name gets pixels of its own: the one that it was would change those under it.
+    const bool stays = (roi.isEmpty() && sameFile(documentPath, pathName())) ||
+                       sameFile(pixelFileFor(documentPath, "." + extensionOf(present)), present);
     if (ownsImageFile && stays) {
       rememberImageFile(present, documentPath);
       return true;

@@ -1,4 +1,8 @@
 // What a document shows comes back whatever form its pixels are to have, and what leaves it can be read.
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "image/stillimport.h"
 #include "support/imagedoctest.h"
 
@@ -70,6 +74,7 @@ TEST_P(StoredForm, GivesBackPixelsMarksScaleAndDensity) {
   std::vector<Point> marks = marksOf(d);
   for (Point& mark : marks) mark = mark - corner;
   reopen("a.tv1");
+  ASSERT_NE(image(), nullptr);
   ZBasicDoc& r = *image();
   EXPECT_EQ(pixelsOf(*r.theImage()), pixels);
   EXPECT_EQ(r.theImage()->colourset, kind.colourset);
@@ -106,6 +111,75 @@ TEST_F(StoredForms, ASaveThatFailsTakesItsNoteBack) {
   ASSERT_TRUE(makeFolderPath(folder.file("a.tv1")));  // the pixels can be written, the document can't
   EXPECT_FALSE(d.onSaveDocument(folder.file("a.tv1")));
   EXPECT_EQ(d.notes, "");
+}
+
+TEST_F(StoredForms, ACopyUnderAnotherNameHasPixelsOfItsOwn) {
+  ZBasicDoc& d = makeKind(kKinds[0], 40);
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  d.setPathName(folder.file("a.tv1"));
+  ASSERT_TRUE(d.onSaveDocument(folder.file("b.tv1")));
+  EXPECT_EQ(d.imagefile, "b.bmp");
+  EXPECT_EQ(readWholeFile(folder.file("b.bmp")), readWholeFile(folder.file("a.bmp")));
+}
+
+TEST_F(StoredForms, AFileThatEndsEarlyIsToldOf) {
+  ZBasicDoc& d = makeKind(kKinds[3], 41);
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  std::filesystem::resize_file(folder.file("a.zzg"), 36 + 41 * 5 + 7);
+  ASSERT_NE(app->openDocumentFile(folder.file("a.tv1")), nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("ends after 5 of 18 rows"));
+}
+
+// Does as a user who isn't the administrator, to whom a protection means something.
+class AsNobody {
+ public:
+  AsNobody() { changed = ::geteuid() == 0 && ::seteuid(65534) == 0; }
+  ~AsNobody() {
+    if (changed) changed = ::seteuid(0) != 0;
+  }
+
+ private:
+  bool changed = false;
+};
+
+TEST_F(StoredForms, ProtectedFilesAreNotReplaced) {
+  ASSERT_TRUE(makeFolderPath(folder.file("exam")));
+  ZBasicDoc& d = makeKind(kKinds[0], 40);
+  const auto names = {"exam/a.bmp", "exam/a.tv1", "exam/out.tif"};
+  ASSERT_TRUE(d.onSaveDocument(folder.file("exam/a.tv1")));
+  ASSERT_TRUE(d.exportImage(folder.file("exam/out.tif")));
+  d.setPathName(folder.file("exam/a.tv1"));
+  ::chmod(folder.path().c_str(), 0777);
+  ::chmod(folder.file("exam").c_str(), 0777);
+  for (const char* name : names) {
+    const auto before = readWholeFile(folder.file(name));
+    ::chmod(folder.file(name).c_str(), 0444);
+    d.theImage()->fill(9);
+    d.imagedirty = 1;
+    {
+      const AsNobody user;
+      EXPECT_FALSE(name == *(names.end() - 1) ? d.exportImage(folder.file(name)) : d.save()) << name;
+    }
+    EXPECT_THAT(host.messages.back(), HasSubstr(name));
+    EXPECT_EQ(d.imagedirty, 1);
+    EXPECT_EQ(readWholeFile(folder.file(name)), before);
+    ::chmod(folder.file(name).c_str(), 0666);
+  }
+}
+
+TEST_F(StoredForms, AnExportToAFullDiscTellsItAndLeavesWhatWasThere) {
+  ASSERT_TRUE(makeFolderPath(folder.file("disc")));
+  if (::mount("tmpfs", folder.file("disc").c_str(), "tmpfs", 0, "size=64k") != 0)
+    GTEST_SKIP() << "no right to mount a small disc";
+  for (const char* name : {"disc/a.bmp", "disc/a.tif", "disc/a.zzg"}) {
+    ASSERT_TRUE(makeKind(kKinds[0], 40).exportImage(folder.file(name)));
+    const auto before = readWholeFile(folder.file(name));
+    ZBasicDoc& large = makeKind(kKinds[1], 2000);
+    EXPECT_FALSE(large.exportImage(folder.file(name)));
+    EXPECT_THAT(host.messages.back(), HasSubstr("No space left"));
+    EXPECT_EQ(readWholeFile(folder.file(name)), before);
+  }
+  ::umount(folder.file("disc").c_str());
 }
 
 TEST_F(StoredForms, ATrimToWhatLiesBesideTheImageIsRefusedInWords) {
