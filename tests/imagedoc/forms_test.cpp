@@ -13,6 +13,7 @@ struct Kind {
   const char* name;
   int32_t colourset, interlace;
 };
+void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
 constexpr Kind kKinds[] = {{"grey", kGrey, 0},        {"colour", kColour, 0}, {"mosaic", kBayer, 0},
                            {"fieldOne", kGrey, 1},    {"fieldTwo", kGrey, 2}, {"colourField", kColour, 1},
                            {"mosaicField", kBayer, 2}};
@@ -41,16 +42,17 @@ class StoredForms : public ImageDocTest {
 };
 
 class StoredForm : public StoredForms,
-                   public testing::WithParamInterface<std::tuple<Kind, int32_t, const char*, bool>> {};
+                   public testing::WithParamInterface<std::tuple<Kind, int32_t, std::string, bool>> {};
 
 std::string nameOf(const testing::TestParamInfo<StoredForm::ParamType>& of) {
   const auto& [kind, width, form, trimmed] = of.param;
-  return format("%s%i%s%s", kind.name, width, form + 1, trimmed ? "Trimmed" : "");
+  return format("%s%i%s%s", kind.name, width, form.c_str() + 1, trimmed ? "Trimmed" : "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, StoredForm,
                          testing::Combine(testing::ValuesIn(kKinds), testing::Values(40, 41, 42, 43),
-                                          testing::Values(".bmp", ".tif", ".zzg", ".tiff"), testing::Bool()),
+                                          testing::Values<std::string>(".bmp", ".tif", ".zzg", ".tiff"),
+                                          testing::Bool()),
                          nameOf);
 
 TEST_P(StoredForm, GivesBackPixelsMarksScaleAndDensity) {
