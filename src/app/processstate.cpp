@@ -55,6 +55,7 @@ std::vector<Key> keysAfterLogging(int32_t& expertMode, int32_t& showDb, int32_t&
       {"Settings", "red", &greyWeights.red, Keep::No, As::Number},
       {"Settings", "green", &greyWeights.green, Keep::No, As::Number},
       {"Settings", "blue", &greyWeights.blue, Keep::No, As::Number},
+      {"Settings", "greylight", &greyWeights.light, Keep::No},
       {"Dynamic settings", "direct2disc", &process.direct2disc},
       {"directories", "recorddir", &process.recordDir},
       {"directories", "basename", &process.baseName},

@@ -126,7 +126,15 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
   return readWhole<std::string>(path, maxBytes);
 }
 
+bool mayReplace(const std::string& path) {
+  return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 || errno != EACCES;
+}
+
 AtomicFile::AtomicFile(const std::string& path) : target(linkTarget(path)) {
+  if (!mayReplace(target)) {
+    openError = EACCES;
+    return;
+  }
   std::string pattern = target + ".XXXXXX";
   int handle = ::mkostemp(pattern.data(), O_CLOEXEC);
   if (handle < 0 && errno == ENAMETOOLONG) {  // a name of the greatest length has no room for an ending

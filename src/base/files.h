@@ -38,8 +38,12 @@ uint64_t freeDiscBytes(const std::string& folder);  // what may still be written
 std::optional<std::vector<uint8_t>> readWholeFile(const std::string& path, uint64_t maxBytes = UINT64_MAX);
 std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBytes = UINT64_MAX);
 
+// Whether nothing protects that name against a new content: there is no file, or one that may be written.
+bool mayReplace(const std::string& path);
+
 // Writes to a new file beside the wanted one. Until commit() succeeds the old file stays as it was; without
 // commit() the new one is removed. The mode of a file that is replaced is kept. A symbolic link is followed.
+// A file that may not be written is not replaced either.
 class AtomicFile {
  public:
   // A file that many small writes replace may leave the moment it reaches the disc to the system: after a

@@ -14,6 +14,7 @@
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
+#include "image/palette.h"
 #include "imagedoc/texts.h"
 #include "settings/settings.h"
 
@@ -257,7 +258,8 @@ void CVivoCapDoc::colourPlanes() {
 }
 
 void CVivoCapDoc::toGrey() {
-  makeMovie("convert to grey",
+  const bool colour = theImage() && theImage()->colourset == kColour;
+  makeMovie("convert to grey" + (colour ? " by " + greyWeightsText(weightsOfImages()) : std::string()),
             [](CZZMovie& mine, const std::string& name) { return mine.convertToGrey(name); });
 }
 

@@ -10,6 +10,7 @@
 #include "dynamic/vivocapdoc.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
+#include "image/palette.h"
 #include "imagedoc/texts.h"
 #include "movie/movieoutput.h"
 #include "movie/tagreader.h"
@@ -80,6 +81,8 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
   updatePlayPeriod();
   giveRate();
   tellOfMovie();
+  if (movie->hasWeighedColours())
+    appendNotes("made grey by " + greyWeightsText(weightsOfRows()) + text::kLineEnd);
   setModified();
   return true;
 }

@@ -7,7 +7,6 @@
 #include "base/numbers.h"
 #include "image/imagefile.h"
 #include "image/palette.h"
-#include "settings/log.h"
 
 namespace tarnvisor {
 
@@ -141,6 +140,19 @@ std::vector<uint8_t> headerBytes(const DisplayHeader& header, uint32_t imageByte
   return bytes;
 }
 
+// What the rows lack of the bitmap's size is filled with zeros, what they have beyond it is left out.
+Outcome writeBitmap(const DisplayHeader& header, std::span<const uint8_t> rows, const std::string& path) {
+  const int64_t imageBytes = pitchOf(header.bitCount, header.width) * -header.height;
+  if (imageBytes > INT32_MAX) return Outcome::failure("the picture is too large for a bitmap");
+  const auto size = static_cast<size_t>(imageBytes);
+  const std::vector<uint8_t> head = headerBytes(header, static_cast<uint32_t>(imageBytes));
+  const std::vector<uint8_t> missing(size - std::min(rows.size(), size), 0);
+  AtomicFile file(path);
+  file.write(head.data(), head.size()) && file.write(rows.data(), std::min(rows.size(), size)) &&
+      file.write(missing.data(), missing.size());
+  return file.commit();
+}
+
 }  // namespace
 
 bool loadBitmapBytes(CZZimage& image, std::span<const uint8_t> bytes, bool asGrey) {
@@ -163,36 +175,38 @@ bool loadBmp(CZZimage& image, const std::string& path, std::string& /*why*/) {
   return loadBitmapBytes(image, std::span(*bytes).subspan(kFileHeaderBytes), false);
 }
 
-bool saveBmp(CZZimage& image, const std::string& path, const Rect& rect) {
+Outcome saveBmp(CZZimage& image, const std::string& path, const Rect& rect) {
   if (!rect.isZero() || dynamic_cast<CZZchildimage*>(&image)) {
     CZZimage part;  // of a rectangle, with the black entry 0 that every new image has
-    return (rect.isZero() ? part.copyImage(image) : part.copyFromRect(image, rect)) &&
-           saveBmp(part, path, {});
+    const bool copied = rect.isZero() ? part.copyImage(image) : part.copyFromRect(image, rect);
+    if (!copied || part.empty()) return Outcome::failure("the region lies outside the image");
+    return saveBmp(part, path, {});
   }
-  const DisplayHeader& header = image.header();
-  const auto imageBytes = static_cast<uint64_t>(pitchOf(header.bitCount, image.width) * image.height);
-  if (imageBytes > INT32_MAX) return false;
   // A colour image's rows in memory are longer than a bitmap's unless its width is a multiple of four. They
   // are written as they stand, so such a picture comes out skewed.
-  const uint8_t* from = image.pixels;
-  uint64_t held = static_cast<uint64_t>(image.stride) * static_cast<uint64_t>(image.height);
-  std::unique_ptr<uint8_t[]> colours;
-  if (image.colourset == kBayer) {
-    colours = image.demosaic(nullptr, 0);
-    if (!colours) return false;
-    from = colours.get();
-    held = static_cast<uint64_t>(image.width) * 3 * static_cast<uint64_t>(image.height);
-  }
-  const std::vector<uint8_t> head = headerBytes(header, static_cast<uint32_t>(imageBytes));
-  const std::vector<uint8_t> missing(static_cast<size_t>(imageBytes - std::min(held, imageBytes)), 0);
-  AtomicFile file(path);
-  if (!file.write(head.data(), head.size()) ||
-      !file.write(from, static_cast<size_t>(std::min(held, imageBytes))) ||
-      !file.write(missing.data(), missing.size()))
-    return false;
-  const Outcome outcome = file.commit();
-  if (!outcome) logPrintf("%s\n", outcome.why().c_str());
-  return static_cast<bool>(outcome);
+  size_t held = static_cast<size_t>(image.stride) * static_cast<size_t>(image.height);
+  if (image.colourset != kBayer) return writeBitmap(image.header(), {image.pixels, held}, path);
+  const auto colours = image.demosaic(nullptr, 0);
+  if (!colours) return Outcome::failure("there is not enough memory");
+  held = static_cast<size_t>(image.width) * 3 * static_cast<size_t>(image.height);
+  return writeBitmap(image.header(), {colours.get(), held}, path);
+}
+
+const char* bmpFlaw(const CZZimage& image, const Rect& part) {
+  if (image.isField()) return "does not keep fields";
+  if (image.colourset == kBayer) return "does not keep a mosaic";
+  const bool slants = image.colourset == kColour && part.height() > 1 &&
+                      CZZimage::strideFor(part.width(), 3) != pitchOf(24, part.width());
+  return slants ? "slants colours of this width" : nullptr;
+}
+
+Outcome exportBmp(CZZimage& image, const std::string& path) {
+  const auto pitch = static_cast<size_t>(pitchOf(image.bytesPerPixel * 8, image.width));
+  std::vector<uint8_t> rows(pitch * static_cast<size_t>(image.height));
+  for (int32_t y = 0; y < image.height; ++y)
+    std::memcpy(rows.data() + pitch * static_cast<size_t>(y), image.row(y),
+                static_cast<size_t>(image.rowBytes));
+  return writeBitmap(image.header(), rows, path);
 }
 
 }  // namespace tarnvisor

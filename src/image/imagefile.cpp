@@ -2,17 +2,21 @@
 
 #include "base/files.h"
 #include "image/palette.h"
+#include "settings/log.h"
 
 namespace tarnvisor {
 
 namespace {
 
+const char* noFlaw(const CZZimage&, const Rect&) { return nullptr; }
+const char* notRead(const CZZimage&, const Rect&) { return "can't be read back"; }
+
 // A ".tiff" file can be written and not read: it has always been so.
 constexpr ImageFormat kFormats[] = {
-    {"zzg", loadZzg, loadZzgRegion, saveZzg}, {"ZZG", loadZzg, loadZzgRegion, saveZzg},
-    {"bmp", loadBmp, nullptr, saveBmp},       {"BMP", loadBmp, nullptr, saveBmp},
-    {"tif", loadTiff, nullptr, saveTiff},     {"TIF", loadTiff, nullptr, saveTiff},
-    {"tiff", nullptr, nullptr, saveTiff},     {"TIFF", nullptr, nullptr, saveTiff},
+    {"zzg", loadZzg, loadZzgRegion, saveZzg, noFlaw}, {"ZZG", loadZzg, loadZzgRegion, saveZzg, noFlaw},
+    {"bmp", loadBmp, nullptr, saveBmp, bmpFlaw},      {"BMP", loadBmp, nullptr, saveBmp, bmpFlaw},
+    {"tif", loadTiff, nullptr, saveTiff, tiffFlaw},   {"TIF", loadTiff, nullptr, saveTiff, tiffFlaw},
+    {"tiff", nullptr, nullptr, saveTiff, notRead},    {"TIFF", nullptr, nullptr, saveTiff, notRead},
 };
 
 bool meansAll(const Rect& rect) { return rect.right <= rect.left || rect.bottom <= rect.top; }
@@ -41,10 +45,20 @@ bool CZZimage::load(const std::string& path, const Rect& rect, std::string* why)
   return loaded;
 }
 
-bool CZZimage::save(const std::string& path, const Rect& rect) {
+bool CZZimage::save(const std::string& path, const Rect& rect, std::string* why) {
   const ImageFormat* format = imageFormatOf(path);
   if (!format || !format->save || empty()) return false;
-  return format->save(*this, path, meansAll(rect) ? Rect{} : rect);
+  const Outcome saved = format->save(*this, path, meansAll(rect) ? Rect{} : rect);
+  if (!saved) logPrintf("%s\n", saved.why().c_str());
+  if (why) *why = saved.why();
+  return static_cast<bool>(saved);
+}
+
+std::string formatFlaw(const std::string& path, const CZZimage& image, const Rect& rect) {
+  const ImageFormat* format = imageFormatOf(path);
+  if (!format) return "is no form that pixels are kept in";
+  const char* flaw = format->flaw(image, image.clipToImage(meansAll(rect) ? Rect{} : rect));
+  return flaw ? flaw : "";
 }
 
 }  // namespace tarnvisor

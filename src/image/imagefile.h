@@ -9,6 +9,7 @@
 #include <string>
 
 #include "base/geometry.h"
+#include "base/outcome.h"
 #include "image/zzimage.h"
 
 namespace tarnvisor {
@@ -16,13 +17,24 @@ namespace tarnvisor {
 // What a format does; null where it doesn't.
 struct ImageFormat {
   const char* extension;
-  // Where the refusal of a file has words of its own they come in why.
+  // Where a refusal, or the want of pixels in a file that was loaded, has words of its own they come in why.
   bool (*load)(CZZimage& image, const std::string& path, std::string& why);
   bool (*loadRegion)(CZZimage& image, const std::string& path, const Rect& rect);
-  bool (*save)(CZZimage& image, const std::string& path, const Rect& rect);
+  Outcome (*save)(CZZimage& image, const std::string& path, const Rect& rect);
+  // Why a load doesn't give back what was saved of this image, `part` of it in its own pixels; null when it
+  // does.
+  const char* (*flaw)(const CZZimage& image, const Rect& part);
 };
 // By the text after the last ".", compared exactly; null when it names no format.
 const ImageFormat* imageFormatOf(const std::string& path);
+// Why a file of this name would not give back all that a rectangle of the image shows, as words that go on
+// after the ending's name: "does not keep fields". Empty when it does. `.zzg` always does.
+std::string formatFlaw(const std::string& path, const CZZimage& image, const Rect& rect = {});
+
+// Writes a picture as other programs read it, which a document's own pixel file need not be: rows where the
+// format has them, colours in colour, a mosaic in its colours, a field in the frame's height. By the ending,
+// in any case: bmp, tif, tiff; or zzg, which is this system's own and keeps everything.
+[[nodiscard]] Outcome exportStill(const CZZimage& image, const std::string& path);
 
 // The numbers at the start of a .zzg file, in any of its three forms.
 struct ZzgHeader {
@@ -46,17 +58,22 @@ bool isImageFile(std::FILE* file);
 
 [[nodiscard]] bool loadZzg(CZZimage& image, const std::string& path, std::string& why);
 bool loadZzgRegion(CZZimage& image, const std::string& path, const Rect& rect);
-[[nodiscard]] bool saveZzg(CZZimage& image, const std::string& path, const Rect& rect);
+[[nodiscard]] Outcome saveZzg(CZZimage& image, const std::string& path, const Rect& rect);
 
 // The bytes of a bitmap file from its information header on, as a clipboard gives them. asGrey makes colours
 // grey with weights that don't fall on the bytes that their names suggest: it has always been so.
 [[nodiscard]] bool loadBitmapBytes(CZZimage& image, std::span<const uint8_t> bytes, bool asGrey);
 [[nodiscard]] bool loadBmp(CZZimage& image, const std::string& path, std::string& why);
-[[nodiscard]] bool saveBmp(CZZimage& image, const std::string& path, const Rect& rect);
+[[nodiscard]] Outcome saveBmp(CZZimage& image, const std::string& path, const Rect& rect);
+const char* bmpFlaw(const CZZimage& image, const Rect& part);
+// Of a grey or colour frame.
+[[nodiscard]] Outcome exportBmp(CZZimage& image, const std::string& path);
 
 [[nodiscard]] bool loadTiff(CZZimage& image, const std::string& path, std::string& why);
-[[nodiscard]] bool saveTiff(CZZimage& image, const std::string& path,
-                            const Rect& rect);  // the rectangle is ignored
+[[nodiscard]] Outcome saveTiff(CZZimage& image, const std::string& path,
+                               const Rect& rect);  // the rectangle is ignored
+const char* tiffFlaw(const CZZimage& image, const Rect& part);
+[[nodiscard]] Outcome exportTiff(CZZimage& image, const std::string& path);  // of a grey or colour frame
 
 // Memory that a load may take beyond the size of its file.
 inline constexpr int64_t kLoadAllowance = int64_t{64} << 20;

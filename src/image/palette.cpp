@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "base/numbers.h"
+#include "base/text.h"
 #include "image/kernels.h"
 #include "image/zzimage.h"
 #include "settings/settings.h"
@@ -38,41 +39,62 @@ uint16_t multiplierOf(double weight) {
   return 0;
 }
 
-// Those of the weights in force, for the bytes in their order.
+// For the bytes in their order.
 Multipliers multipliers(const GreyWeights& weights) {
   static std::mutex guard;
   static GreyWeights known{0, 0, 0};
   static Multipliers found{};
   const std::lock_guard lock(guard);
-  if (weights.red != known.red || weights.green != known.green || weights.blue != known.blue) {
+  if (weights != known) {
     known = weights;
-    found = {multiplierOf(weights.red), multiplierOf(weights.blue), multiplierOf(weights.green)};
+    found = {multiplierOf(weights.blue), multiplierOf(weights.green), multiplierOf(weights.red)};
   }
   return found;
 }
 
 }  // namespace
 
+GreyWeights weightsOfImages() {
+  GreyWeights weights = greyWeights;
+  if (weights.light == kLuminance) weights = {0.299, 0.587, 0.114, kLuminance};
+  if (weights.light == kGreenOnly) weights = {0, 1, 0, kGreenOnly};
+  return weights;
+}
+
+GreyWeights weightsOfRows() {
+  const GreyWeights weights = weightsOfImages();
+  const bool byLight = weights.light > kAsStored && weights.light <= kOwnWeights;
+  return byLight ? weights : GreyWeights{weights.green, weights.blue, weights.red};
+}
+
+std::string greyWeightsText(const GreyWeights& weights) {
+  return format("red %g, green %g, blue %g", weights.red, weights.green, weights.blue);
+}
+
 void greyRow(const uint8_t* from, int32_t bytesPerPixel, size_t pixels, uint8_t* to) {
-  const GreyWeights w = greyWeights;
+  const GreyWeights w = weightsOfRows();
   if (bytesPerPixel == 3) {
     const Multipliers m = multipliers(w);
     if (m[0] && m[1] && m[2]) return kernels::weighTriples(from, pixels, m.data(), to);
   }
   for (size_t x = 0; x < pixels; ++x, from += bytesPerPixel)
-    to[x] = lowByte(lowByte(lowByte(from[0] * w.red) + from[1] * w.blue) + from[2] * w.green);
+    to[x] = w.light == kGreenOnly
+                ? from[1]
+                : lowByte(lowByte(lowByte(from[0] * w.blue) + from[1] * w.green) + from[2] * w.red);
 }
 
 void readGreyWeights() {
   greyWeights.red = settings.getDouble("Settings", "red", greyWeights.red);
   greyWeights.green = settings.getDouble("Settings", "green", greyWeights.green);
   greyWeights.blue = settings.getDouble("Settings", "blue", greyWeights.blue);
+  greyWeights.light = settings.getInt("Settings", "greylight", kAsStored);
 }
 
 void saveGreyWeights() {
   settings.setDouble("Settings", "red", greyWeights.red);
   settings.setDouble("Settings", "green", greyWeights.green);
   settings.setDouble("Settings", "blue", greyWeights.blue);
+  settings.setInt("Settings", "greylight", greyWeights.light);
 }
 
 void resetPaletteSettings() {

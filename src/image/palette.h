@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace tarnvisor {
 
@@ -47,17 +48,29 @@ extern bool adjustPaletteOn;
 extern int32_t adjustpaldark;
 extern int32_t adjustpallight;
 
+// By what colours become grey. As stored, the three values act as they always have.
+enum GreyLight : int32_t { kAsStored, kLuminance, kGreenOnly, kOwnWeights };
 struct GreyWeights {
   double red = 0.299;
   double green = 0.587;
   double blue = 0.114;
+  int32_t light = kAsStored;
+
+  friend bool operator==(const GreyWeights&, const GreyWeights&) = default;
 };
-extern GreyWeights greyWeights;
-// Pixels of blue, green and red bytes, each bytesPerPixel (3 or 4) after the one before, to grey. The first
-// byte gets the weight of red and the second that of blue, and each part is cut before it is added, so that
-// white becomes 254: it has always been so.
+extern GreyWeights greyWeights;  // as the profile has them
+// What red, green and blue light count: where an image becomes grey, and where rows of a video or a bitmap
+// do. As stored these differ: in rows red's value has always acted on blue light, green's on red, blue's on
+// green.
+GreyWeights weightsOfImages();
+GreyWeights weightsOfRows();
+// "red 0.299, green 0.587, blue 0.114", as notes tell it.
+std::string greyWeightsText(const GreyWeights& weights);
+// Pixels of blue, green and red bytes, each bytesPerPixel (3 or 4) after the one before, to grey by
+// weightsOfRows. Each part is cut before it is added, so that white becomes 254: it has always been so.
 void greyRow(const uint8_t* from, int32_t bytesPerPixel, size_t pixels, uint8_t* to);
-// From and to the profile, section Settings. A missing key keeps the present weight.
+// From and to the profile, section Settings. A missing key keeps the present weight; one that doesn't tell
+// the light means as stored.
 void readGreyWeights();
 void saveGreyWeights();
 // All of the above back to how a process starts.

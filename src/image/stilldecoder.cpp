@@ -48,15 +48,31 @@ struct Bytes {
   }
 };
 
+// A picture of one colour may be as small as its codec's header, one that shows something is not: no more
+// pixels are decoded than the best compression of single bits can bring out of that many bytes.
+int64_t mostPixels(size_t bytes) {
+  constexpr int64_t kAlways = int64_t{4} << 20, kOfAByte = 8 * 1032;
+  return std::min(kMostImportedPixels, kAlways + static_cast<int64_t>(bytes) * kOfAByte);
+}
+
+// False also where a picture is larger than that: it is not decoded even to learn its kind.
+bool findStreams(AVFormatContext& format, int64_t most) {
+  std::vector<AVDictionary*> options(format.nb_streams, nullptr);
+  for (AVDictionary*& each : options) av_dict_set_int(&each, "max_pixels", most, 0);
+  const bool found = avformat_find_stream_info(&format, options.data()) >= 0;
+  for (AVDictionary*& each : options) av_dict_free(&each);
+  return found;
+}
+
 // The first picture of the best video stream; null when there is none.
-Frame firstFrame(AVFormatContext& format) {
+Frame firstFrame(AVFormatContext& format, int64_t most) {
   const AVCodec* decoder = nullptr;
   const int stream = av_find_best_stream(&format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
   if (stream < 0 || !decoder) return nullptr;
   const Codec codec(avcodec_alloc_context3(decoder));
   const AVCodecParameters& told = *format.streams[stream]->codecpar;
   if (!codec || avcodec_parameters_to_context(codec.get(), &told) < 0) return nullptr;
-  codec->max_pixels = kMostImportedPixels;
+  codec->max_pixels = most;
   codec->thread_count = 1;
   if (avcodec_open2(codec.get(), decoder, nullptr) < 0) return nullptr;
   const Packet packet(av_packet_alloc());
@@ -142,8 +158,9 @@ std::string decodeStill(const std::string& path, DecodedStill& still) {
   if (!context) return "there is not enough memory.";
   const Format format = openFormat(*context, kSinglePictures);
   if (!format) return "it is no picture of a known kind.";
-  if (avformat_find_stream_info(format.get(), nullptr) < 0) return "it is no picture of a known kind.";
-  const Frame frame = firstFrame(*format);
+  const int64_t most = mostPixels(bytes.all.size());
+  if (!findStreams(*format, most)) return "it is no picture of a known kind.";
+  const Frame frame = firstFrame(*format, most);
   if (!frame) return "it is damaged or too large.";
   return convert(*frame, still) ? "" : "its kind of pixels is not known.";
 }

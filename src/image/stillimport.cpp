@@ -35,10 +35,14 @@ bool isTiff(const std::string& path) {
   return little || (head[0] == 'M' && head[1] == 'M' && head[2] == 0 && (head[3] == 42 || head[3] == 43));
 }
 
-// Whole pixels without compression, which is what the image buffer reads.
+// Pixels of whole bytes a colour without compression, which is what the image buffer reads as they are meant,
+// behind a header of its kind.
 bool isPlainBitmap(const std::string& path) {
+  constexpr uint32_t kOldHeader = 12;
   const auto head = headOf<34>(path);
-  return getLittle<uint16_t>(head.data() + 28) >= 8 && getLittle<uint32_t>(head.data() + 30) == 0;
+  const auto bits = getLittle<uint16_t>(head.data() + 28);
+  return getLittle<uint32_t>(head.data() + 14) != kOldHeader && (bits == 8 || bits == 24 || bits == 32) &&
+         getLittle<uint32_t>(head.data() + 30) == 0;
 }
 
 // The smallest sample becomes 0, the largest 255; a flat picture keeps its high bytes.

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "decodedstill.h"
+#include "image/tiffbound.h"
 
 namespace tarnvisor {
 
@@ -144,6 +145,7 @@ std::string decodeTiff(const std::string& path, int32_t page, DecodedStill& stil
     return "it has no page of that number.";
   const Facts f = factsOf(tiff.get());
   if (!isPossibleStill(f.width, f.height)) return "it is damaged or too large.";
+  if (!holdsItsPixels(tiff.get())) return kFewerPixels;
   still.width = static_cast<int32_t>(f.width);
   still.height = static_cast<int32_t>(f.height);
   still.channels = isGreyKind(f) ? 1 : 3;

@@ -1,6 +1,7 @@
-#include <sys/stat.h>
 #include <tiffio.h>
 
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "image/texts.h"
+#include "image/tiffbound.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
@@ -56,16 +58,8 @@ TiffFacts factsOf(TIFF* tiff) {
   return facts;
 }
 
-int64_t fileSize(const std::string& path) {
-  struct stat facts {};
-  return ::stat(path.c_str(), &facts) == 0 ? static_cast<int64_t>(facts.st_size) : 0;
-}
-
-// A compressed picture may be larger than its file, but not without bound.
-bool isPlausible(const TiffFacts& facts, int64_t bytesInFile) {
-  const int64_t pixels = static_cast<int64_t>(facts.width) * facts.height;
-  return facts.width > 0 && facts.height > 0 && facts.width <= INT32_MAX / 8 && facts.height <= INT32_MAX &&
-         pixels <= kLoadAllowance + bytesInFile;
+bool isPlausible(const TiffFacts& facts) {
+  return facts.width > 0 && facts.height > 0 && facts.width <= INT32_MAX / 8 && facts.height <= INT32_MAX;
 }
 
 uint8_t lowByte(double v) { return static_cast<uint8_t>(truncated(v)); }
@@ -86,7 +80,7 @@ bool readGreyRows(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
 }
 
 bool readColourRows(TIFF* tiff, const TiffFacts& facts, TiffRows& rows) {
-  const GreyWeights weights = greyWeights;
+  const GreyWeights weights = weightsOfImages();
   std::vector<uint8_t> line(size_t{facts.width} * 3);
   for (uint32_t y = 0; y < facts.height; ++y) {
     if (TIFFReadScanline(tiff, line.data(), y, 0) < 0) return false;
@@ -145,10 +139,10 @@ void placeRows(CZZimage& image, const TiffRows& rows) {
   }
 }
 
-void setFields(TIFF* tiff, const CZZimage& image) {
-  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+void setFields(TIFF* tiff, const CZZimage& image, int32_t samples) {
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
   TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
   TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
   TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(image.width));
   TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(image.height));
@@ -162,17 +156,31 @@ void setFields(TIFF* tiff, const CZZimage& image) {
       format("%04i:%02i:%02i %02i:%02i:%02i", t.year, t.month, t.day, t.hour, t.minute, t.second).c_str());
 }
 
-// The library's close has no result; whether what it wrote is whole is asked before, by flushing.
-bool writeTiff(const std::string& path, const CZZimage& image) {
-  const OpenTiff tiff = openTiff(path, "w");
-  if (!tiff) return false;
-  setFields(tiff.get(), image);
+// Rows of as many bytes as there are samples; the library's are red, green, blue.
+bool writeRows(TIFF* tiff, const CZZimage& image, int32_t samples) {
+  std::vector<uint8_t> line(static_cast<size_t>(image.width) * static_cast<size_t>(samples));
   for (int32_t y = 0; y < image.height; ++y) {
-    // The library may change the bytes that it is given on some machines, but not 8-bit ones.
-    if (TIFFWriteScanline(tiff.get(), const_cast<uint8_t*>(image.row(y)), static_cast<uint32_t>(y), 0) < 0)
-      return false;
+    std::copy_n(image.row(y), line.size(), line.data());
+    for (size_t x = 0; samples == 3 && x < line.size(); x += 3) std::swap(line[x], line[x + 2]);
+    if (TIFFWriteScanline(tiff, line.data(), static_cast<uint32_t>(y), 0) < 0) return false;
   }
-  return TIFFFlush(tiff.get()) == 1;
+  // The library's close has no result; whether what it wrote is whole is asked before, by flushing.
+  return TIFFFlush(tiff) == 1;
+}
+
+Outcome writeTiff(const std::string& path, const CZZimage& image, int32_t samples) {
+  AtomicFile file(path);
+  if (!file.isOpen()) return file.commit();
+  file.releaseToWriterByName();
+  {
+    const OpenTiff tiff = openTiff(file.temporaryPath(), "w");
+    if (!tiff) return Outcome::failure(path + ": can't be written");
+    setFields(tiff.get(), image, samples);
+    errno = 0;
+    if (!writeRows(tiff.get(), image, samples))
+      return Outcome::failure(format("%s: writing failed: %s", path.c_str(), std::strerror(errno)));
+  }
+  return file.commit();
 }
 
 }  // namespace
@@ -186,7 +194,11 @@ bool loadTiff(CZZimage& image, const std::string& path, std::string& why) {
     why = texts::kNotGreylevel;
     return false;
   }
-  if (!isPlausible(facts, fileSize(path))) return false;
+  if (!isPlausible(facts)) return false;
+  if (!holdsItsPixels(tiff.get())) {
+    why = kFewerPixels;
+    return false;
+  }
   const auto width = static_cast<int32_t>(facts.width), height = static_cast<int32_t>(facts.height);
   TiffRows rows;
   if (!readRows(tiff.get(), facts, CZZimage::strideFor(width, image.bytesPerPixel), rows)) return false;
@@ -197,14 +209,18 @@ bool loadTiff(CZZimage& image, const std::string& path, std::string& why) {
   return true;
 }
 
-bool saveTiff(CZZimage& image, const std::string& path, const Rect&) {
-  AtomicFile file(path);
-  if (!file.isOpen()) return false;
-  file.releaseToWriterByName();
-  if (!writeTiff(file.temporaryPath(), image)) return false;
-  const Outcome outcome = file.commit();
-  if (!outcome) logPrintf("%s\n", outcome.why().c_str());
-  return static_cast<bool>(outcome);
+// Of colours a row's first third, as grey: stored files are so.
+Outcome saveTiff(CZZimage& image, const std::string& path, const Rect&) { return writeTiff(path, image, 1); }
+
+const char* tiffFlaw(const CZZimage& image, const Rect& part) {
+  if (image.isField()) return "does not keep fields";
+  if (image.colourset == kBayer) return "does not keep a mosaic";
+  if (image.colourset == kColour) return "does not keep colours";
+  return part == Rect{0, 0, image.width, image.height} ? nullptr : "does not keep a region alone";
+}
+
+Outcome exportTiff(CZZimage& image, const std::string& path) {
+  return writeTiff(path, image, image.bytesPerPixel);
 }
 
 }  // namespace tarnvisor

@@ -5,8 +5,8 @@
 
 #include "base/bytes.h"
 #include "base/files.h"
+#include "base/text.h"
 #include "image/imagefile.h"
-#include "settings/log.h"
 
 namespace tarnvisor {
 
@@ -116,7 +116,7 @@ bool isImageFile(std::FILE* file) {
   return readHeader(file, header) > 0;
 }
 
-bool loadZzg(CZZimage& image, const std::string& path, std::string& /*why*/) {
+bool loadZzg(CZZimage& image, const std::string& path, std::string& why) {
   const OpenFile file = openToRead(path);
   ZzgHeader header;
   const int64_t expected = file ? readHeader(file.get(), header) : 0;
@@ -128,15 +128,16 @@ bool loadZzg(CZZimage& image, const std::string& path, std::string& /*why*/) {
   image.yOrigin = header.yOrigin;
   image.colourset = header.colourset;
   if (image.empty()) return true;
-  // A file that ends early isn't noticed: the pixels that it lacks keep what they had.
-  const auto rowBytes = static_cast<size_t>(image.rowBytes);
-  if (image.stride == image.rowBytes) {
-    [[maybe_unused]] const size_t got =
-        std::fread(image.pixels, 1, rowBytes * static_cast<size_t>(image.height), file.get());
-    return true;
-  }
-  for (int32_t y = 0; y < image.height; ++y)
-    if (std::fread(image.row(y), 1, rowBytes, file.get()) != rowBytes) break;
+  // A file that ends early is taken as far as it goes: the pixels that it lacks keep what they had.
+  const auto rowBytes = static_cast<size_t>(image.rowBytes), rows = static_cast<size_t>(image.height);
+  size_t got = 0;
+  if (image.stride == image.rowBytes)
+    got = std::fread(image.pixels, 1, rowBytes * rows, file.get()) / rowBytes;
+  else
+    while (got < rows &&
+           std::fread(image.row(static_cast<int32_t>(got)), 1, rowBytes, file.get()) == rowBytes)
+      ++got;
+  if (got < rows) why = format("The file ends after %zu of %zu rows; the others are empty.", got, rows);
   return true;
 }
 
@@ -169,21 +170,20 @@ bool loadZzgRegion(CZZimage& image, const std::string& path, const Rect& rect) {
   return true;
 }
 
-bool saveZzg(CZZimage& image, const std::string& path, const Rect& rect) {
+Outcome saveZzg(CZZimage& image, const std::string& path, const Rect& rect) {
   const Rect r = image.clipToImage(rect);
-  if (r.isEmpty()) return false;
+  if (r.isEmpty()) return Outcome::failure("the region lies outside the image");
   ZzgHeader header = headerOf(image);
   header.width = std::min(image.width - r.left, r.width());
   header.height = std::min(image.height - r.top, r.height());
   AtomicFile file(path);
-  if (!file.isOpen()) return false;
-  const uint8_t* first = image.row(r.top) + static_cast<ptrdiff_t>(r.left) * image.bytesPerPixel;
-  const bool written =
-      writeHeader(file.file(), header) && writeRows(file.file(), first, image.stride, header);
-  if (!written) return false;
-  const Outcome outcome = file.commit();
-  if (!outcome) logPrintf("%s\n", outcome.why().c_str());
-  return static_cast<bool>(outcome);
+  std::array<uint8_t, ZzgHeader::kBytes> head;
+  putHeader(head.data(), header);
+  bool written = file.write(head.data(), head.size());
+  const size_t rowBytes = static_cast<size_t>(header.width) * static_cast<size_t>(header.bytesPerPixel());
+  for (int32_t y = r.top; written && y < r.bottom; ++y)
+    written = file.write(image.row(y) + static_cast<ptrdiff_t>(r.left) * image.bytesPerPixel, rowBytes);
+  return file.commit();
 }
 
 bool writeField(std::FILE* file, const CZZimage& image, int32_t field) {

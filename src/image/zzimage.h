@@ -177,7 +177,7 @@ class CZZimage {
   // --- files (imagefile.cpp and one source per format). A rectangle with width or height at most 0 means
   // all.
   [[nodiscard]] bool load(const std::string& path, const Rect& rect = {}, std::string* why = nullptr);
-  [[nodiscard]] bool save(const std::string& path, const Rect& rect = {});
+  [[nodiscard]] bool save(const std::string& path, const Rect& rect = {}, std::string* why = nullptr);
 
   std::string tag = "00";
   int32_t frameNumber = -1;

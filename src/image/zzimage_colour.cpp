@@ -110,7 +110,7 @@ bool CZZimage::copyrgb32(const uint32_t* source) {
     return false;
   }
   if (empty()) return true;
-  const GreyWeights weights = greyWeights;
+  const GreyWeights weights = weightsOfImages();
   for (int32_t y = 0; y < height; ++y) {
     uint8_t* to = row(y);
     for (int32_t x = 0; x < width; ++x) {
@@ -133,7 +133,7 @@ bool CZZimage::convertToGrey() {
   if (colourset != kColour) return true;
   // In place: what is written never passes what is still to be read. A child keeps its parent's stride.
   const int32_t greyStride = owned ? strideFor(width, 1) : stride;
-  const GreyWeights weights = greyWeights;
+  const GreyWeights weights = weightsOfImages();
   if (!empty())
     for (int32_t y = 0; y < height; ++y) {
       const uint8_t* from = row(y);

@@ -99,6 +99,7 @@ inline constexpr int32_t RotateSelected = 34079;
 inline constexpr int32_t VignetteTest = 34081;
 inline constexpr int32_t AutocalTest = 34082;
 inline constexpr int32_t VoronoiRegions = 34083;
+inline constexpr int32_t GreyWeights = 34115;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

@@ -61,7 +61,7 @@ Menu imageViewMenu() {
 Menu processingMenu(const MenuEntries& ofKind) {
   return {"&Image",
           MenuEntries{cmd::AdjustBrightnessContrast, cmd::Threshold, cmd::Equalise, cmd::Negative,
-                      cmd::ConvertToGrey, cmd::Bin, cmd::SubtractImage} +
+                      cmd::ConvertToGrey, cmd::GreyWeights, cmd::Bin, cmd::SubtractImage} +
               ofKind +
               MenuEntries{K::Separator, filterMenu(), dustMenu(), K::Separator, cmd::MakeRoiCircular}};
 }

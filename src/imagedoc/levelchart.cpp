@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "app/basicapp.h"
 #include "base/numbers.h"
@@ -29,8 +30,8 @@ const char* titleOf(LevelChart kind) {
 }
 
 double greyOf(const uint8_t* blueGreenRed) {
-  return blueGreenRed[0] * greyWeights.blue + blueGreenRed[1] * greyWeights.green +
-         blueGreenRed[2] * greyWeights.red;
+  const GreyWeights weights = weightsOfImages();
+  return blueGreenRed[0] * weights.blue + blueGreenRed[1] * weights.green + blueGreenRed[2] * weights.red;
 }
 
 // 256 counts of the levels in a rectangle, of colour those of its grey.
@@ -57,16 +58,20 @@ void fill(ZliveChartDoc& chart, std::span<const double> values, double perValue,
   chart.updateAllViews();
 }
 
-// "  mean= 30.3 mode= 30 pixels=200"
-std::string summaryOfCounts(std::span<const double> counts) {
+double meanLevel(std::span<const double> counts) {
   double pixels = 0, sum = 0;
   for (size_t level = 0; level < counts.size(); ++level) {
     pixels += counts[level];
     sum += counts[level] * static_cast<double>(level);
   }
+  return pixels > 0 ? sum / pixels : 0.0;
+}
+
+// "  mean= 30.3 mode= 30 pixels=200"
+std::string summaryOfCounts(std::span<const double> counts) {
   const auto mode = std::max_element(counts.begin(), counts.end()) - counts.begin();
-  return format("  mean=%5.1f mode=%3i pixels=%.0f", pixels > 0 ? sum / pixels : 0.0,
-                static_cast<int32_t>(mode), pixels);
+  return format("  mean=%5.1f mode=%3i pixels=%.0f", meanLevel(counts), static_cast<int32_t>(mode),
+                std::accumulate(counts.begin(), counts.end(), 0.0));
 }
 
 void showPath(ZliveChartDoc& chart, ZBasicDoc& document, std::span<const Point> path) {
@@ -160,6 +165,26 @@ std::vector<double> levelsAlong(const CZZimage& image, std::span<const Point> pa
     if (i + 1 == path.size()) take(b);
   }
   return levels;
+}
+
+LevelSummary levelsWithin(const CZZimage& image, const Rect& rect) {
+  LevelSummary s;
+  if (image.bytesPerPixel == 1) {
+    int32_t darkest = 0, lightest = 0;
+    image.statistics(rect, &s.mean, &darkest, &lightest);
+    s.minimum = darkest;
+    s.maximum = lightest;
+    return s;
+  }
+  const std::vector<double> counts = levelCounts(image, rect);
+  const auto isPresent = [](double count) { return count > 0; };
+  const auto first = std::ranges::find_if(counts, isPresent);
+  if (first == counts.end()) return s;
+  s.mean = meanLevel(counts);
+  s.minimum = static_cast<double>(first - counts.begin());
+  s.maximum =
+      static_cast<double>(counts.rend() - std::find_if(counts.rbegin(), counts.rend(), isPresent) - 1);
+  return s;
 }
 
 LevelSummary summaryOf(std::span<const double> levels) {

@@ -35,6 +35,8 @@ struct LevelSummary {
   double mean = 0, minimum = 0, maximum = 0;
 };
 LevelSummary summaryOf(std::span<const double> levels);  // zeros for none
+// Of a rectangle in the parent frame, empty for all; of colour the levels that "Convert to grey" would give.
+LevelSummary levelsWithin(const CZZimage& image, const Rect& rect);
 
 enum class LevelChart { Profile, Histogram };
 // The document that the chart of a kind follows; null for none, or one that has gone.

@@ -1,5 +1,6 @@
 #include "imagedoc/processing.h"
 
+#include "image/palette.h"
 #include "measure/tortuosity.h"
 #include "settings/settings.h"
 
@@ -21,6 +22,7 @@ constexpr FinderKey kFinderKeys[] = {{"uw1", &FinderParameters::uw1},   {"uw2", 
 }  // namespace
 
 void readProcessingSettings() {
+  readGreyWeights();
   const FinderParameters standard;
   for (const FinderKey& k : kFinderKeys)
     finderParameters.*k.value = settings.getInt(kSection, k.key, standard.*k.value);

@@ -61,6 +61,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // image. On failure the image stays and the user is told, unless silent.
   bool loadImage(const std::string& path, const Rect& rect = {});
   bool saveImage(const std::string& path, const Rect& rect = {});
+  // Writes the image for other programs. On failure the user is told, unless silent.
+  bool exportImage(const std::string& path);
   // Makes a file of pixels this document's image without taking the file over: the first save copies it, and
   // none writes over it.
   bool adoptImageFile(const std::string& path);
@@ -192,7 +194,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   struct PixelSave;
   bool savePixels(const std::string& documentPath, PixelSave& saved);
   bool askTrim(bool& trim, bool& cancelled);
-  std::string pixelFileFor(const std::string& documentPath, const std::string& wanted) const;
+  bool writePixels(const std::string& documentPath, PixelSave& saved);
+  Rect trimmedRect() const;
+  std::string pixelFileFor(const std::string& documentPath, const std::string& extension) const;
   bool copyAdoptedFile(const std::string& from, const std::string& documentPath, PixelSave& saved);
   void rememberImageFile(const std::string& full, const std::string& documentPath);
   void cutToTrim(const PixelSave& saved);
@@ -213,6 +217,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool canUndo() const { return hasImage() && undoimage && !undoimage->empty(); }
   void duplicateCommand();
   void convertToGrey();
+  void greyWeightsCommand();
   bool isColoured() const { return hasImage() && theImage()->colourset != kGrey; }
   void zeroAsBlack();
   bool isZeroBlack() const { return zeroasblack != 0; }

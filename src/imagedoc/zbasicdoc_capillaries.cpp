@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
+#include "image/palette.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
@@ -21,8 +22,13 @@ namespace {
 constexpr int32_t kPointType = 0;
 constexpr int32_t kCircleType = 4;
 
-// The finder works on grey; a colour or mosaic picture is made grey on the copy that it works on.
-bool makeGrey(CZZimage& working) { return working.colourset == kGrey || working.convertToGrey(); }
+// The finder works on grey; a colour or mosaic picture is made grey on the copy that it works on, and the
+// notes of the document that shows what comes of it tell by which weights.
+bool makeGrey(CZZimage& working, ZBasicDoc& document) {
+  if (working.colourset == kColour)
+    document.appendNotes("made grey by " + greyWeightsText(weightsOfImages()) + text::kLineEnd);
+  return working.convertToGrey();
+}
 
 // A number kept as text under section "minima".
 int32_t storedNumber(const char* key, const char* standard) {
@@ -78,7 +84,7 @@ bool ZBasicDoc::countCapillaries() {
     reportDensity(marked, area.width(), area.height());
   } else {
     CZZimage working;
-    if (!working.copyImage(*theImage()) || !makeGrey(working)) {
+    if (!working.copyImage(*theImage()) || !makeGrey(working, *this)) {
       report("There is not enough memory.");
       return false;
     }
@@ -102,7 +108,7 @@ void ZBasicDoc::discard() {
 void ZBasicDoc::thresholdCapillaries() {
   ZBasicDoc* copy = duplicate("-threshold");
   if (!copy) return;
-  if (!makeGrey(*copy->theImage())) return copy->discard();
+  if (!makeGrey(*copy->theImage(), *copy)) return copy->discard();
   const WaitScope wait;
   copy->runFinder(*copy->theImage(), roi);
   copy->imagedirty = 1;
@@ -113,7 +119,7 @@ void ZBasicDoc::thresholdCapillaries() {
 void ZBasicDoc::thresholdPreprocessCheck() {
   ZBasicDoc* copy = duplicate("-preprocess");
   if (!copy) return;
-  if (!makeGrey(*copy->theImage())) return copy->discard();
+  if (!makeGrey(*copy->theImage(), *copy)) return copy->discard();
   const WaitScope wait;
   copy->roi = roi;
   copy->roicircle = roicircle;

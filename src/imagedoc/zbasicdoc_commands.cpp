@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "base/clock.h"
 #include "base/files.h"
@@ -83,6 +84,11 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::convertToGrey,
            &D::isColoured,
            {.tip = "Convert to grey", .status = "Makes a grey image of the colours.", .icon = "to-grey"}},
+          {cmd::GreyWeights,
+           "Grey &weights...",
+           &D::greyWeightsCommand,
+           {.tip = "Grey weights",
+            .status = "Sets what red, green and blue light count where colours become grey."}},
           {cmd::ZeroAsBlack,
            "&zero as black",
            &D::zeroAsBlack,
@@ -500,13 +506,36 @@ void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
 
 void ZBasicDoc::convertToGrey() {
   const WaitScope wait;
+  const bool wasColour = theImage()->colourset == kColour;
   if (!saveUndoCopy()) return;
   if (!theImage()->convertToGrey()) {
     report("There is not enough memory.");
     return;
   }
   setColourset(colourset);
-  finishStep("convert to grey\r\n");
+  finishStep("convert to grey\r\n" +
+             (wasColour ? "by " + greyWeightsText(weightsOfImages()) : std::string()));
+}
+
+void ZBasicDoc::greyWeightsCommand() {
+  GreyWeights wanted = greyWeights;
+  if (wanted.light < kAsStored || wanted.light > kOwnWeights) wanted.light = kAsStored;
+  Form form("Grey weights");
+  form.addChoice("Grey from", wanted.light, {"as stored", "luminance", "green only", "own weights"});
+  form.addNote("Luminance counts red 0.299, green 0.587 and blue 0.114. Blood stands out most in green.")
+      .addNote(
+          "Own weights count the light of their name. As stored they do so in images, while in videos that "
+          "are read as grey red's counts blue light, green's red light and blue's green light.");
+  const Limits part{0, 10, {}};
+  form.add("Red light", wanted.red, part).add("Green light", wanted.green, part);
+  form.add("Blue light", wanted.blue, part);
+  if (!asked(form)) return;
+  constexpr double kRounding = 1e-6;
+  if (wanted.light == kOwnWeights && wanted.red + wanted.green + wanted.blue > 1 + kRounding)
+    return report("The weights add up to more than 1: white would come out dark.");
+  greyWeights = wanted;
+  saveGreyWeights();
+  updateAllViews();
 }
 
 void ZBasicDoc::zeroAsBlack() {
@@ -544,7 +573,7 @@ void ZBasicDoc::displayDarknessDown() { moveDisplayLimits(0, 5); }
 void ZBasicDoc::exportCommand() {
   const std::string extension = settings.getString("settings", "imagetype", ".bmp");
   const auto path = host().choosers.saveFile({"Export", text::kImageFilter, extension, ""});
-  if (path && !path->empty()) saveImage(*path);
+  if (path && !path->empty()) exportImage(*path);
 }
 
 void ZBasicDoc::importCommand() {

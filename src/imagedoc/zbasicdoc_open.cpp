@@ -136,6 +136,7 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
         format("%s\n%s%s", text::kCouldNotLoadImage, path.c_str(), (why.empty() ? why : "\n" + why).c_str()));
     return false;
   }
+  if (!why.empty()) report(path + "\n" + why);
   if (fresh) {
     image = std::move(fresh);
     image->xOrigin = originx;

@@ -1,5 +1,6 @@
 // The row of the table "Image Results": grey levels of the ROI, and sums and densities of the current list
 // inside it.
+#include "imagedoc/levelchart.h"
 #include "imagedoc/resulttables.h"
 #include "imagedoc/zbasicdoc.h"
 #include "measure/tortuosity.h"
@@ -14,12 +15,10 @@ void ZBasicDoc::calculateAverage() {
   const bool circle = hasCircularRoi();
   const Scale s = scale();
   const double size = roiArea();
-  double level = 0;
-  int32_t darkest = 0, lightest = 0;
-  if (hasImage()) theImage()->statistics(roi, &level, &darkest, &lightest);
+  const LevelSummary levels = hasImage() ? levelsWithin(*theImage(), roi) : LevelSummary{};
   std::vector<NamedValue> values{
       {"ROI w", area.width() * s.x}, {"ROI h", area.height() * s.y}, {"ROI area", size},
-      {"Av. Level", level},          {"min", double(darkest)},       {"max", double(lightest)}};
+      {"Av. Level", levels.mean},    {"min", levels.minimum},        {"max", levels.maximum}};
   // A column that isn't filled shows 0.
   if (size > 0) {
     CDimList& dims = currentDims();

@@ -9,25 +9,32 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "host/host.h"
+#include "image/imagefile.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
 
+namespace {
+constexpr const char* kWholeForm = ".zzg";  // gives back any image
+}
+
 // What a save did to the pixels' side, to be undone when the document's own file can't be written.
 struct ZBasicDoc::PixelSave {
   std::string file;     // the image file that the document will name; empty when nothing was written
   std::string written;  // where its new content waits until the document is written
   std::string oldImagefile;
+  std::string oldNotes;
   int32_t oldDirty = 0;
   bool oldOwns = false;
   bool trimmed = false;
-  Rect cut;         // the trimmed ROI, in the coordinates of before
+  Rect cut;         // what the trim left, in the coordinates of before
   Point oldOrigin;  // of the image
+  bool moved = false;
 
   explicit PixelSave(const ZBasicDoc& d)
-      : oldImagefile(d.imagefile), oldDirty(d.imagedirty), oldOwns(d.ownsImageFile) {}
+      : oldImagefile(d.imagefile), oldNotes(d.notes), oldDirty(d.imagedirty), oldOwns(d.ownsImageFile) {}
   void aimAt(const std::string& path) {
     file = path;
     const std::string stem = withoutExtension(path);
@@ -42,9 +49,33 @@ struct ZBasicDoc::PixelSave {
 };
 
 bool ZBasicDoc::saveImage(const std::string& path, const Rect& rect) {
-  if (theImage() && theImage()->save(path, rect)) return true;
-  report(format("%s\n%s", text::kErrorSavingImage, path.c_str()));
+  std::string why;
+  if (theImage() && theImage()->save(path, rect, &why)) return true;
+  report(format("%s\n%s", text::kErrorSavingImage, (why.empty() ? path : why).c_str()));
   return false;
+}
+
+bool ZBasicDoc::exportImage(const std::string& path) {
+  if (!theImage()) return false;
+  const bool ownPixels = ownsImageFile && sameFile(path, imagePath());
+  const Outcome exported = ownPixels
+                               ? Outcome::failure(path + " holds this document's own pixels: save it instead")
+                               : exportStill(*theImage(), path);
+  if (!exported) report(format("%s\n%s", text::kErrorSavingImage, exported.why().c_str()));
+  return static_cast<bool>(exported);
+}
+
+// What a trimmed save keeps: the ROI as far as the image goes, of a mosaic from the corner of a cell on, so
+// that its colours stay where they are, and of a field whole rows.
+Rect ZBasicDoc::trimmedRect() const {
+  Rect held = theImage()->clipToImage(roi);
+  if (held.isEmpty()) return {};
+  if (theImage()->colourset == kBayer) {
+    held.left -= held.left % 2;
+    held.top -= held.top % 2;
+  }
+  const Point origin = imageOrigin();
+  return Rect{held.left, frameRow(held.top), held.right, frameRow(held.bottom)}.offsetBy(origin.x, origin.y);
 }
 
 // Whether the ROI alone is to be saved; cancelled when the user abandons the save.
@@ -63,14 +94,13 @@ bool ZBasicDoc::askTrim(bool& trim, bool& cancelled) {
   return !cancelled;
 }
 
-// The pixel file of a document: its own name with the ending of the setting. Only .zzg keeps a mosaic. Only
-// the file that this document wrote before is written over; any other that is there is somebody else's.
-std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::string& wanted) const {
-  const std::string extension = theImage()->colourset == kBayer ? ".zzg" : wanted;
+// The pixel file of a document: its own name with that ending. Only the file that this document wrote before
+// is written over; any other that is there is somebody else's.
+std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::string& extension) const {
   const std::string stem = withoutExtension(documentPath);
   std::string path = stem + extension;
   std::error_code error;
-  for (int number = 1; fileExists(path); ++number) {
+  for (int number = 1; fileExists(path) || folderExists(path); ++number) {
     if (ownsImageFile && std::filesystem::equivalent(path, imagePath(), error)) break;
     path = format("%s-%i%s", stem.c_str(), number, extension.c_str());
   }
@@ -93,33 +123,52 @@ bool ZBasicDoc::copyAdoptedFile(const std::string& from, const std::string& docu
   return static_cast<bool>(copied);
 }
 
+// In the form of the setting, or in the own one where that would not give back what is shown.
+bool ZBasicDoc::writePixels(const std::string& documentPath, PixelSave& saved) {
+  if (saved.trimmed) saved.cut = trimmedRect();
+  if (saved.trimmed && saved.cut.isEmpty()) {
+    report(format("%s\nThe region of interest lies outside the image.", text::kErrorSavingImage));
+    return false;
+  }
+  const std::string wanted = settings.getString("settings", "imagetype", ".bmp");
+  const std::string flaw = formatFlaw(wanted, *theImage(), saved.cut);
+  saved.aimAt(pixelFileFor(documentPath, flaw.empty() ? wanted : kWholeForm));
+  if (!mayReplace(saved.file)) {
+    report(format("%s\n%s is protected against writing.", text::kErrorSavingImage, saved.file.c_str()));
+    return false;
+  }
+  if (!saveImage(saved.written, saved.cut)) return false;
+  if (!flaw.empty() && !endsWithIgnoringCase(imagefile, kWholeForm))
+    appendNotes(
+        format("Pixels stored as %s: %s %s.%s", kWholeForm, wanted.c_str(), flaw.c_str(), text::kLineEnd));
+  return true;
+}
+
 bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   bool cancelled = false;
   if (!askTrim(saved.trimmed, cancelled)) return false;
   const std::string present = imagePath();
   if (!saved.trimmed && !imagedirty && fileExists(present)) {
-    // With a ROI the whole image is written too; what its own file holds need not be written over.
-    std::error_code error;
-    const bool stays =
-        roi.isEmpty() ||
-        std::filesystem::equivalent(pixelFileFor(documentPath, "." + extensionOf(present)), present, error);
+    // With a ROI the whole image is written too; what its own file holds need not be written over. A document
+    // of another name gets pixels of its own: the one that it was would change those under it.
+    const bool stays = (roi.isEmpty() && sameFile(documentPath, pathName())) ||
+                       sameFile(pixelFileFor(documentPath, "." + extensionOf(present)), present);
     if (ownsImageFile && stays) {
       rememberImageFile(present, documentPath);
       return true;
     }
     if (!copyAdoptedFile(present, documentPath, saved)) return false;
   } else {
-    saved.aimAt(pixelFileFor(documentPath, settings.getString("settings", "imagetype", ".bmp")));
-    if (!saveImage(saved.written, saved.trimmed ? roi : Rect{})) return false;
+    if (!writePixels(documentPath, saved)) return false;
   }
   imagedirty = 0;
   ownsImageFile = true;
   rememberImageFile(saved.file, documentPath);
   if (!saved.trimmed) return true;
-  saved.cut = roi;
   saved.oldOrigin = {theImage()->xOrigin, theImage()->yOrigin};
-  move(wrapSub(0, roi.left), wrapSub(0, roi.top));
+  move(wrapSub(0, saved.cut.left), wrapSub(0, saved.cut.top));
   theImage()->xOrigin = theImage()->yOrigin = 0;
+  saved.moved = true;
   return true;
 }
 
@@ -150,12 +199,13 @@ bool ZBasicDoc::onSaveDocument(const std::string& path) {
     return true;
   }
   saved.abandon();
-  if (!saved.cut.isEmpty()) {
+  if (saved.moved) {
     move(saved.cut.left, saved.cut.top);
     theImage()->xOrigin = saved.oldOrigin.x;
     theImage()->yOrigin = saved.oldOrigin.y;
   }
   imagefile = saved.oldImagefile;
+  notes = saved.oldNotes;
   imagedirty = saved.oldDirty;
   ownsImageFile = saved.oldOwns;
   return false;

@@ -66,7 +66,7 @@ StepResult ZBasicDoc::tell(const std::string& what) {
 
 StepResult ZBasicDoc::exportTo(const std::string& path) {
   if (!hasImage() || equalIgnoringCase(extensionOf(path), "csv")) return StepResult::nothing();
-  if (!saveImage(path)) return StepResult::failure({});
+  if (!exportImage(path)) return StepResult::failure({});
   return {true, {}, {{"path", path}}, "exported " + path};
 }
 

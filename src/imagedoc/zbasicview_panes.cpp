@@ -1,5 +1,6 @@
 // The status texts of the image view.
 #include "base/text.h"
+#include "imagedoc/levelchart.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {
@@ -20,7 +21,7 @@ std::string pixelText(const ZBasicDoc& doc, Point at) {
   const CZZimage* image = doc.theImage();
   if (!doc.hasImage() || !image->frameRect().contains(at)) return {};
   const Point own = at - image->frameOrigin();
-  return format("pixel=%3li", static_cast<long>(image->pixelAt(own.x, own.y)));
+  return format("pixel=%3li", static_cast<long>(greyLevelAt(*image, own)));
 }
 
 std::string dimensionText(const ZBasicDoc& doc, int32_t index) {

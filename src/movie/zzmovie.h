@@ -86,6 +86,8 @@ class CZZMovie {
   const std::string& failure() const { return trouble; }
   // Of a video whose frames nothing here decodes, so that they are read as they are stored; else empty.
   std::string unknownCodec() const;
+  // Whether a frame of a video that was read had colours, which became grey by weightsOfRows.
+  bool hasWeighedColours() const;
 
   // --- zzmovie_record.cpp. Writes throw ArchiveException: the frames so far stay, and stopRecording keeps
   // them.

@@ -30,6 +30,7 @@ bool CZZMovie::openVideo(const std::string& name) {
   return count > 0;
 }
 
+bool CZZMovie::hasWeighedColours() const { return video && video->hasWeighedColours(); }
 std::string CZZMovie::unknownCodec() const { return video ? video->unknownCodec() : std::string(); }
 
 namespace {

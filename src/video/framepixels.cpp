@@ -186,6 +186,7 @@ bool FramePixels::toGrey(const AVFrame& frame, uint8_t* target, int32_t stride) 
     if (!scale(frame, colours.data(), static_cast<int32_t>(pitch))) return false;
     from = colours.data();
   }
+  weighed = true;
   for (int y = 0; y < frame.height; ++y, from += pitch, target += stride)
     greyRow(from, 3, static_cast<size_t>(frame.width), target);
   return true;

@@ -17,6 +17,8 @@ class FramePixels {
   // known; target is then unchanged.
   bool toGrey(const AVFrame& frame, uint8_t* target, int32_t stride);
   bool toColour(const AVFrame& frame, uint8_t* target, int32_t stride);
+  // Whether a frame that came as grey had colours, which were weighed.
+  bool hasWeighedColours() const { return weighed; }
 
  private:
   bool scale(const AVFrame& frame, uint8_t* target, int32_t stride);
@@ -25,6 +27,7 @@ class FramePixels {
   AVPixelFormat scalerForm = AV_PIX_FMT_NONE;  // what it was made for
   AVColorSpace scalerSpace = AVCOL_SPC_UNSPECIFIED;
   bool scalerFull = false;
+  bool weighed = false;
   std::vector<uint8_t> colours;
 };
 

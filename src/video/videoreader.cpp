@@ -293,6 +293,7 @@ int32_t VideoReader::height() const { return parts->height; }
 int32_t VideoReader::rate() const { return parts->rate; }
 int32_t VideoReader::scale() const { return parts->scale; }
 bool VideoReader::decodes() const { return parts->decoder != nullptr; }
+bool VideoReader::hasWeighedColours() const { return parts->pixels.hasWeighedColours(); }
 std::string VideoReader::unknownCodec() const { return parts->unknownCodec; }
 
 bool VideoReader::readGrey(int32_t index, uint8_t* target, int32_t stride) {

@@ -38,6 +38,8 @@ class VideoReader {
   // it can't be decoded, is outside the movie or of another size than the movie: target is then unchanged.
   // Without a decoder: the first stride x height bytes of the packet, or what it has.
   bool readGrey(int32_t index, uint8_t* target, int32_t stride);
+  // Whether a frame that readGrey gave had colours.
+  bool hasWeighedColours() const;
   // Likewise as blue, green and red bytes; stride is at least three times the width.
   bool readColour(int32_t index, uint8_t* target, int32_t stride);
 

@@ -3,7 +3,9 @@
 
 #include "archive/archive.h"
 #include "framework/documenttype.h"
+#include "image/palette.h"
 #include "support/videotest.h"
+#include "video/videowriter.h"
 
 namespace tarnvisor {
 namespace {
@@ -183,6 +185,26 @@ TEST_F(VideoFiles, GivesVideoFilesTheDocumentsRate) {
   run("Import AVI");
   EXPECT_THAT(video().notes, HasSubstr("imported avi w.z.avi imported\r\n"));
   EXPECT_THAT(levels(), ElementsAre(245, 244, 243, 10, 11, 12, 245, 244, 243));
+}
+
+TEST_F(VideoFiles, OfColoursTellHowTheyBecameGrey) {
+  std::string why;
+  const auto writer =
+      VideoWriter::create(folder.file("c.avi"), {.width = 4, .height = 2, .colour = true}, why);
+  ASSERT_TRUE(writer) << why;
+  const std::vector<uint8_t> green{0, 200, 0, 0, 200, 0, 0, 200, 0, 0, 200, 0};
+  CZZimage frame(4, 2, -1, 0, kColour);
+  for (int32_t y = 0; y < 2; ++y) std::ranges::copy(green, frame.row(y));
+  ASSERT_TRUE(writer->write(frame.pixels, frame.stride));
+  ASSERT_TRUE(writer->close());
+  for (const auto& [light, level] : {std::pair{kAsStored, 22}, std::pair{kLuminance, 117}}) {
+    settings.setInt("Settings", "greylight", light);
+    ASSERT_NE(app->openDocumentFile(folder.file("c.avi")), nullptr);
+    EXPECT_EQ(video().theImage()->pixelAt(1, 1), level);
+    EXPECT_THAT(video().notes, HasSubstr(level == 22 ? "green 0.114" : "green 0.587"));
+    process.videoTemplate->discard(video());
+  }
+  resetPaletteSettings();
 }
 
 TEST_F(VideoFiles, ExportsNothingOverTheMovieItIsReading) {

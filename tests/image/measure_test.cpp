@@ -77,6 +77,46 @@ TEST(GreyOfColours, IsTheSameWithAndWithoutTheFastLoop) {
   resetPaletteSettings();
 }
 
+// One pixel of each light, through both roads to grey.
+std::vector<int> greyOfLights(int32_t light, bool rows) {
+  greyWeights = {};
+  greyWeights.light = light;
+  CZZimage lights(3, 1, 0, 0, kColour);
+  fillWith(lights, [](int x, int) { return x % 3 == 2 - x / 3 ? 255 : 0; });  // red, green, blue
+  std::vector<uint8_t> grey(3);
+  if (rows) greyRow(lights.row(0), 3, grey.size(), grey.data());
+  if (!rows && lights.convertToGrey()) grey.assign(lights.row(0), lights.row(0) + 3);
+  resetPaletteSettings();
+  return {grey.begin(), grey.end()};
+}
+
+TEST(GreyOfColours, CountsTheLightOfTheNameUnlessAsStored) {
+  EXPECT_EQ(greyOfLights(kAsStored, false), (std::vector<int>{76, 149, 29}));
+  EXPECT_EQ(greyOfLights(kAsStored, true), (std::vector<int>{149, 29, 76})) << "as it has always been";
+  for (const bool rows : {false, true}) {
+    EXPECT_EQ(greyOfLights(kLuminance, rows), (std::vector<int>{76, 149, 29}));
+    EXPECT_EQ(greyOfLights(kOwnWeights, rows), (std::vector<int>{76, 149, 29}));
+    EXPECT_EQ(greyOfLights(kGreenOnly, rows), (std::vector<int>{0, 255, 0}));
+  }
+}
+
+TEST(GreyOfColours, AProfileThatTellsNoLightIsAsStored) {
+  const TempFolder folder;
+  settings.setPath(folder.file("zz.ini"));
+  greyWeights.light = kGreenOnly;
+  saveGreyWeights();
+  readGreyWeights();
+  EXPECT_EQ(greyWeights.light, kGreenOnly);
+  settings.setPath(folder.file("old.ini"));
+  readGreyWeights();
+  EXPECT_EQ(greyWeights.light, kAsStored);
+  settings.setPath(TARNVISOR_PROFILE "/tarnvisor.def");
+  readGreyWeights();
+  EXPECT_EQ(greyWeights.light, kLuminance) << "of a fresh profile";
+  settings.setPath({});
+  resetPaletteSettings();
+}
+
 TEST(Statistics, ANewMinimumIsNotLookedAtForTheMaximum) {
   struct Case {
     std::vector<int> pixels;

@@ -123,6 +123,54 @@ TEST_F(StillImport, KnowsWhatTheImageBufferLoadsAsItStands) {
   EXPECT_FALSE(isStillFile("x.jpeg/y.tv1"));
 }
 
+TEST_F(StillImport, A16BitBitmapShowsItsColours) {
+  std::string bitmap(54, '\0');
+  const auto put = [&](size_t at, std::initializer_list<int> bytes) {
+    for (const int b : bytes) bitmap[at++] = static_cast<char>(b);
+  };
+  put(0, {'B', 'M', 58});
+  put(10, {54, 0, 0, 0, 40});
+  put(18, {2, 0, 0, 0, 1, 0, 0, 0, 1, 0, 16});
+  bitmap += std::string{0x1f, 0, 0, 0x7c};  // 5 bits of blue, of red
+  ASSERT_TRUE(replaceFile(folder.file("a.bmp"), std::string_view(bitmap)));
+  EXPECT_FALSE(loadsAsItStands(folder.file("a.bmp")));
+  EXPECT_EQ(import(folder.file("a.bmp")), (Values{255, 0, 0, 0, 0, 255}));
+}
+
+// A page of one level, `side` pixels each way; `stored` of its rows are written.
+std::string flatTiff(const TempFolder& folder, int compression, int bits, uint32_t side, uint32_t stored) {
+  std::string path = folder.file("flat.tif");
+  TIFF* tiff = TIFFOpen(path.c_str(), "w");
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, side);
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, side);
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, side);
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+  std::vector<uint8_t> line(side, 0);
+  for (uint32_t y = 0; y < stored; ++y) TIFFWriteScanline(tiff, line.data(), y, 0);
+  TIFFClose(tiff);
+  return path;
+}
+
+TEST_F(StillImport, ATiffThatTellsOfMoreThanItHoldsIsRefusedBeforeMemoryIsTaken) {
+  for (const int compression : {COMPRESSION_NONE, COMPRESSION_PACKBITS, COMPRESSION_LZW,
+                                COMPRESSION_ADOBE_DEFLATE, COMPRESSION_CCITTFAX4}) {
+    const int bits = compression == COMPRESSION_CCITTFAX4 ? 1 : 8;
+    const std::string small = flatTiff(folder, compression, bits, 14000, 1);
+    EXPECT_THAT(refusal(small), testing::HasSubstr("fewer pixels")) << compression;
+    const std::string whole = flatTiff(folder, compression, bits, 2000, 2000);
+    EXPECT_EQ(import(whole).size(), 4'000'000u) << compression << " compresses as far as it goes";
+    if (bits == 8) {
+      EXPECT_TRUE(image.load(whole));
+      std::string why;
+      EXPECT_FALSE(image.load(flatTiff(folder, compression, bits, 14000, 1), {}, &why));
+      EXPECT_THAT(why, testing::HasSubstr("fewer pixels"));
+    }
+  }
+}
+
 TEST_F(StillImport, RefusesWhatIsNoPictureInWords) {
   EXPECT_NE(refusal(folder.file("none.png")).find("does not exist"), std::string::npos);
   for (const char* name : {"a.png", "a.tif", "a.jpg"}) {

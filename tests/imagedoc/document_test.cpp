@@ -223,7 +223,7 @@ TEST_F(ImageDocTest, PixelsThatCantBeWrittenStayChanged) {
 }
 
 TEST_F(ImageDocTest, APictureFromElsewhereIsNeverWrittenOver) {
-  CZZimage shot(10, 6, -1, 0, kColour);
+  CZZimage shot(12, 6, -1, 0, kColour);
   ASSERT_TRUE(shot.save(folder.file("shot.bmp")));
   const auto original = readWholeFile(folder.file("shot.bmp"));
   const auto adopt = [&] {
