@@ -135,6 +135,10 @@ void CBasicApp::rereadSettings() {
   for (const auto& type : documents.types())
     if (type->face().readSettings) type->face().readSettings();
 }
+void CBasicApp::takeProfile() {
+  resetApplicationSettings(expertMode, fgMode);
+  rereadSettings();
+}
 void CBasicApp::saveSettings() { saveApplicationSettings(expertMode, fgMode); }
 
 void CBasicApp::logBanner() {
@@ -160,7 +164,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
       return false;
     }
   readSettings();
-  const std::string folder = settings.getString("settings", "directory", "./");
+  const std::string folder = rememberedFolder();
   const bool entered = options.keepWorkingFolder || ::chdir(folder.c_str()) == 0;
   logBanner();
   writeMemoryReport();

@@ -64,6 +64,8 @@ class CBasicApp : public CommandTarget {
   void saveSettings();
   // The keys that may change while the process lives, after somebody else wrote them.
   void rereadSettings();
+  // The same from another profile: nothing of the one before stays.
+  void takeProfile();
   // Opens or creates the database that the profile names, asking for a folder when it names none. False when
   // it can't be opened; the user has then been told and db is null.
   bool openDatabase();

@@ -100,6 +100,16 @@ void readApplicationSettings(int32_t& expertMode, int32_t& showDb, int32_t& fgMo
   read(keysAfterLogging(expertMode, showDb, fgMode));
 }
 
+void resetApplicationSettings(int32_t& expertMode, int32_t& fgMode) {
+  const ProcessState factory;
+  process.velocity = factory.velocity;
+  process.direct2disc = factory.direct2disc;
+  process.triggermovie = factory.triggermovie;
+  process.baseName = factory.baseName;
+  expertMode = fgMode = 1;
+  resetPaletteSettings();
+}
+
 void rereadApplicationSettings(int32_t& expertMode, int32_t& fgMode) {
   int32_t showDb = 0;
   read(keysBeforeLogging(), true);

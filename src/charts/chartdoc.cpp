@@ -55,6 +55,7 @@ ZZTrace* ZchartDoc::addtrace(int32_t typecode, uint32_t size) {
 
 C2DTrace* ZchartDoc::addtrace(int32_t typecode, uint32_t size, uint16_t width) {
   auto trace = std::make_unique<C2DTrace>(typecode, size, width);
+  trace->palette.readSettings();
   trace->circular = circular;
   return static_cast<C2DTrace*>(addtrace(std::move(trace)));
 }

@@ -157,6 +157,7 @@ class ZchartView : public CView, public ChartWatcher {
   void togglePalette() {
     if (C2DTrace* rows = rowsOf(active())) {
       (rows->palette.*Set)(!(rows->palette.*Get)());
+      rows->palette.saveSettings();  // rows made from now on begin with it
       doc.setModified();
       doc.updateAllViews();
     }

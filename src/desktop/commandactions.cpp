@@ -112,6 +112,8 @@ void CommandActions::refresh() {
   for (const auto& [id, shown] : actions) {
     const CommandState state = commandState(chain, id);
     shown->setEnabled(state.enabled);
+    const CommandWords& words = commands.words(id);
+    shown->setStatusTip(toQt(state.enabled || !*words.whyOff ? words.status : words.whyOff));
     shown->setCheckable(state.ticked);
     shown->setChecked(state.ticked);
     if (!state.text.empty()) shown->setText(toQt(state.text));

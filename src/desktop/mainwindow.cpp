@@ -37,7 +37,8 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
       panes(*statusBar()),
       dialogs(mainFrame, this),
       mainBar(makeBar("Main", Qt::TopToolBarArea)),
-      opsBar(makeBar("Operations", Qt::LeftToolBarArea)) {
+      opsBar(makeBar("Operations", Qt::LeftToolBarArea)),
+      programName(title) {
   setWindowTitle(title);
   setWindowIcon(programIcon());
   setAcceptDrops(true);
@@ -142,6 +143,17 @@ void MainWindow::openHelp() {
     app.postMainCommand(cmd::HelpContents);
 }
 
+// Whose exam it is stands where no window hides it.
+void MainWindow::showSubject() {
+  const ExamSelection& selected = theExams();
+  std::string words;
+  if (!selected.subjectId().empty()) {
+    words = selected.subjectId() + " " + selected.subjectName();
+    words = std::string(trimmed(words)) + (selected.hasExam() ? ", " + selected.examFolder() : "") + " - ";
+  }
+  setWindowTitle(toQt(words) + programName);
+}
+
 void MainWindow::updateSoon() {
   if (!update.isActive()) update.start();
 }
@@ -149,6 +161,7 @@ void MainWindow::updateSoon() {
 void MainWindow::updateNow() {
   update.stop();
   documents.refreshTitles();
+  showSubject();
   rebuildMenus();
   actions.refresh();
   showPanes();
@@ -241,6 +254,7 @@ void MainWindow::showStatusWindow(bool shown) {
   if (!statusWindow && shown) {
     statusWindow = new StatusWindow([this] { return split(frame.statusText(), '\n'); }, this);
     statusWindow->move(statusPlace.x, statusPlace.y);
+    statusWindow->onClosed = [this] { trigger(cmd::StatusWindow); };
   }
   if (statusWindow) statusWindow->setVisible(shown);
 }

@@ -50,6 +50,7 @@ class MainWindow final : public QMainWindow {
   void openHelp();
   void place();
   void updateNow();
+  void showSubject();
   void showPanes();
   void rebuildMenus();
   QToolBar* makeBar(const char* name, Qt::ToolBarArea where);
@@ -69,6 +70,7 @@ class MainWindow final : public QMainWindow {
   const std::vector<Menu>* shownMenus = nullptr;  // a kind's
   QToolBar* mainBar;
   QToolBar* opsBar;
+  QString programName;
   RecordBar* recordBar = nullptr;        // null without a camera
   StatusWindow* statusWindow = nullptr;  // made when first shown
   Point statusPlace;

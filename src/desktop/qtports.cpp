@@ -16,6 +16,7 @@
 #include "base/version.h"
 #include "desktop/formdialog.h"
 #include "desktop/qttext.h"
+#include "settings/profile.h"
 
 namespace tarnvisor {
 
@@ -163,7 +164,9 @@ void prepare(QFileDialog& dialog, const FileRequest& request) {
   const QStringList filters = qtFilters(request.filter);
   if (!filters.isEmpty()) dialog.setNameFilters(filters);
   if (request.defaultExtension.size() > 1) dialog.setDefaultSuffix(toQt(request.defaultExtension.substr(1)));
-  dialog.setDirectory(nearestFolder(request.initialPath));
+  // Where nobody says: where the user last worked.
+  const bool placed = !folderOf(request.initialPath).empty();
+  dialog.setDirectory(nearestFolder(placed ? request.initialPath : rememberedFolder()));
   if (!folderExists(request.initialPath)) dialog.selectFile(toQt(fileNameOf(request.initialPath)));
 }
 
@@ -172,6 +175,7 @@ std::vector<std::string> chosen(QFileDialog& dialog) {
   std::vector<std::string> paths;
   if (dialog.exec() == QDialog::Accepted)
     for (const QString& path : dialog.selectedFiles()) paths.push_back(fromQt(path));
+  if (!paths.empty() && dialog.fileMode() != QFileDialog::Directory) rememberFolder(paths.front());
   return paths;
 }
 

@@ -67,12 +67,19 @@ RecordBar::RecordBar(CBasicMainFrame& mainFrame, QWidget* parent)
   showState();
 }
 
-RecordBar::~RecordBar() { silenceChildren(*this); }
+RecordBar::~RecordBar() {
+  frame.onReadRecordBar = nullptr;
+  silenceChildren(*this);
+}
 
 void RecordBar::connectAll() {
-  // With each key: a recording may begin by its shortcut while the text is still being edited.
+  // A recording may begin by its shortcut while a text is still being edited: it reads the bar first.
+  frame.onReadRecordBar = [this] { return values(); };
   for (QLineEdit* edit : {recordDir, baseName})
-    connect(edit, &QLineEdit::textEdited, this, [this] { storeState(); });
+    connect(edit, &QLineEdit::editingFinished, this, [this, edit] {
+      if (edit->isModified()) storeState();
+      edit->setModified(false);
+    });
   connect(directToDisc, &QCheckBox::clicked, this, [this] { storeState(); });
   connect(triggerMovie, &QRadioButton::clicked, this, [this] { storeState(); });
   connect(triggerImage, &QRadioButton::clicked, this, [this] { storeState(); });
@@ -91,9 +98,11 @@ void RecordBar::showState() {
   triggerImage->setChecked(process.triggermovie == 0);
 }
 
-void RecordBar::storeState() {
-  frame.takeRecordBar({recordDir->text().toStdString(), baseName->text().toStdString(),
-                       directToDisc->isChecked(), triggerMovie->isChecked()});
+RecordBarValues RecordBar::values() const {
+  return {recordDir->text().toStdString(), baseName->text().toStdString(), directToDisc->isChecked(),
+          triggerMovie->isChecked()};
 }
+
+void RecordBar::storeState() { frame.takeRecordBar(values()); }
 
 }  // namespace tarnvisor

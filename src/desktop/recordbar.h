@@ -19,10 +19,12 @@ class RecordBar final : public QToolBar {
 
   // The controls from the process state; to be called whenever that changed (a folder chosen, another exam).
   void showState();
-  // The controls into the process state and the profile. Done too whenever a control was changed.
+  // The controls into the process state and the profile. Done too when a control was changed and a
+  // text's edit has ended.
   void storeState();
 
  private:
+  RecordBarValues values() const;
   void connectAll();
   CBasicMainFrame& frame;
   QLineEdit* recordDir;

@@ -39,6 +39,11 @@ void StatusWindow::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
 }
 
+void StatusWindow::closeEvent(QCloseEvent* event) {
+  QWidget::closeEvent(event);
+  if (onClosed) onClosed();
+}
+
 void StatusWindow::hideEvent(QHideEvent* event) {
   timer.stop();
   QWidget::hideEvent(event);

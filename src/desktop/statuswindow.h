@@ -17,8 +17,10 @@ class StatusWindow final : public QWidget {
 
   StatusWindow(std::function<std::vector<std::string>()> lines, QWidget* parent);
   void refresh();
+  std::function<void()> onClosed;  // by its close box
 
  protected:
+  void closeEvent(QCloseEvent* event) override;
   void showEvent(QShowEvent* event) override;
   void hideEvent(QHideEvent* event) override;
 

@@ -185,19 +185,9 @@ void SubjectWindow::idEdited(const QString& text) {
   }
   model.typeId(text.toStdString());
   showOffered();
-  // The only match is completed behind the cursor, so that typing on replaces it; what is deleted stays so.
-  const bool typedOn = !typedBefore.startsWith(text);
-  const QString match = offered->stringList().value(0);
-  const bool only = !text.isEmpty() && offered->rowCount() == 1;
-  if (only && typedOn && match.startsWith(text, Qt::CaseInsensitive)) {
-    setIdText(match);
-    idBox->lineEdit()->setSelection(static_cast<int>(match.size()),
-                                    static_cast<int>(text.size() - match.size()));
-  } else {
-    setIdText(text);
-  }
-  typedBefore = text;
-  if (offered->rowCount() == 0 || (only && idText() == match))
+  // What was typed stays as it is: the beginning of one subject's id may be another's.
+  setIdText(text);
+  if (offered->stringList().isEmpty() || offered->stringList() == QStringList(text))
     completer->popup()->hide();
   else
     completer->complete();
@@ -219,11 +209,7 @@ void SubjectWindow::chooseId(const QString& text) {
 }
 
 bool SubjectWindow::chooseTyped() {
-  if (isOffered(idText())) {
-    chooseId(idText());
-  } else if (offered->rowCount() == 1 && !idText().isEmpty()) {
-    chooseId(offered->stringList().front());
-  }
+  if (isOffered(idText())) chooseId(idText());
   return namesSubject();
 }
 
@@ -330,7 +316,7 @@ void SubjectWindow::setIdText(const QString& text) {
   const bool same = idText() == text;
   idBox->setEditText(text);
   if (same) idBox->lineEdit()->setCursorPosition(cursor);
-  idBeforeEdit = typedBefore = text;
+  idBeforeEdit = text;
 }
 
 void SubjectWindow::updateButtons() {

@@ -60,7 +60,6 @@ class SubjectWindow final : public QDialog {
   std::string shownId;           // whose details the fields hold; empty for nobody's
   std::array<QString, 3> saved;  // the fields as the database has them
   QString idBeforeEdit;
-  QString typedBefore;  // the same without what was completed
 
   QComboBox* idBox;
   QStringListModel* offered;

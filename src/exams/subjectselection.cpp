@@ -34,13 +34,13 @@ void SubjectDialog::fillList() {
   const SubjectDatabase* db = theApp().db.get();
   if (!db) return;
   ids = id.empty() ? db->recentSubjects() : db->searchSubjects(id);
-  if (!id.empty() && ids.size() == 1) id = ids.front();
 }
 
 void SubjectDialog::typeId(const std::string& text) {
   id = text.substr(0, kLongestId);
   fillList();
-  if (!id.empty() && ids.size() == 1) readDetails();
+  // An id that begins others may be on its way to one of them.
+  if (ids.size() == 1 && ids.front() == id) readDetails();
 }
 
 void SubjectDialog::chooseId(const std::string& text) {
@@ -119,6 +119,7 @@ void runSelectSubject(SubjectDialogFace& face) {
   std::string site;
   std::string comment;
   Form form("New Examination");
+  form.addNote("Subject " + theExams().subjectId() + ": " + theExams().subjectName());
   form.add("Site", site).addLongText("Comment", comment).setOkLabel("Start");
   if (!host().forms.run(form)) {
     app.postMainCommand(cmd::SelectSubject);

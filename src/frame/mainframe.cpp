@@ -15,6 +15,9 @@
 namespace tarnvisor {
 
 namespace {
+constexpr const char* kNoCamera = "This needs a camera, and none is in use.";
+constexpr const char* kNoInput = "This needs a camera or the velocity input, and none is in use.";
+constexpr const char* kNoLive = "This needs the live video, which is not open.";
 constexpr const char* kSection = "MainWindow";
 constexpr const char* kStatusBarKey = "statusbar";
 constexpr Point kPopupPlace{100, 100};
@@ -196,19 +199,19 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        {.tip = "Live video",
         .status = "Opens the live video of the camera.",
         .keys = "Ctrl+Shift+L",
-        .icon = "live"}},
+        .icon = "live", .whyOff = kNoCamera}},
       {cmd::Flo1Monitor,
        "FLO1 &Monitor",
        &F::flo1Monitor,
        &F::hasVelocityChannel,
        &F::showsFlo1,
-       {.tip = "FLO1 monitor", .status = "Opens the window of the velocity input.", .icon = "velocity"}},
+       {.tip = "FLO1 monitor", .status = "Opens the window of the velocity input.", .icon = "velocity", .whyOff = "The velocity input is not set up on this computer."}},
       {cmd::OpenAcquisitionWindows,
        "Open &aquisition windows",
        &F::openAcquisitionWindows,
        &F::canAcquire,
        {.tip = "Open acquisition windows",
-        .status = "Opens the windows of the camera and of the velocity input."}},
+        .status = "Opens the windows of the camera and of the velocity input.", .whyOff = kNoInput}},
       {cmd::RunStop,
        "",
        &F::runOrStop,
@@ -216,12 +219,12 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        {.tip = "Run or stop",
         .status = "Starts the camera and the velocity input, or stops both.",
         .keys = "F5",
-        .icon = "run-stop"}},
+        .icon = "run-stop", .whyOff = kNoInput}},
       {cmd::Stop,
        "",
        &F::stop,
        &F::canStop,
-       {.tip = "Stop", .status = "Stops the camera and the velocity input.", .keys = "Shift+F6"}},
+       {.tip = "Stop", .status = "Stops the camera and the velocity input.", .keys = "Shift+F6", .whyOff = "Nothing is running."}},
       {cmd::RecordSequence,
        "&Record sequence",
        &F::recordSequence,
@@ -230,7 +233,7 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        {.tip = "Record sequence",
         .status = "Starts or stops the recording of a video sequence.",
         .keys = "F11",
-        .icon = "record"}},
+        .icon = "record", .whyOff = kNoCamera}},
       {cmd::SaveImage,
        "Sa&ve Image",
        &F::saveImage,
@@ -238,26 +241,26 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        {.tip = "Save image",
         .status = "Freezes the live video and saves the present picture.",
         .keys = "F12",
-        .icon = "save-image"}},
+        .icon = "save-image", .whyOff = kNoLive}},
       {cmd::Trigger,
        "&Trigger",
        &F::trigger,
        &F::canTrigger,
        {.tip = "Trigger",
         .status = "Saves a picture or starts a recording, as the record bar says.",
-        .keys = "Ctrl+T"}},
+        .keys = "Ctrl+T", .whyOff = kNoLive}},
       {cmd::TriggerButton,
        "",
        &F::trigger,
        &F::canTrigger,
        {.tip = "Trigger",
         .status = "Saves a picture or starts a recording, as the record bar says.",
-        .icon = "trigger"}},
+        .icon = "trigger", .whyOff = kNoLive}},
       {cmd::RecordFolder,
        "Recording &folder...",
        &F::recordFolder,
        &F::hasRecordBar,
-       {.tip = "Recording folder", .status = "Selects the folder that recordings go to."}},
+       {.tip = "Recording folder", .status = "Selects the folder that recordings go to.", .whyOff = kNoCamera}},
       {cmd::AcquisitionChain,
        "",
        &F::startChain,
@@ -359,10 +362,10 @@ void CBasicMainFrame::toggleStatusBar() {
   refresh();
 }
 
-// The third group takes the bar along: it is there as long as any group is.
+// The third group takes the bar along, which is there as long as any group is; each brings it back.
 void CBasicMainFrame::setOpsGroup(size_t group, bool shown) {
   wanted.opsGroups[group] = shown;
-  if (group == 2) wanted.ops = std::ranges::find(wanted.opsGroups, true) != wanted.opsGroups.end();
+  if (shown || group == 2) wanted.ops = std::ranges::find(wanted.opsGroups, true) != wanted.opsGroups.end();
   refresh();
 }
 

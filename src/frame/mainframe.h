@@ -74,7 +74,9 @@ class CBasicMainFrame : public CommandTarget {
   // window is minimised.
   void storePlacement(const Placement& placement, bool minimised) const;
   bool hasRecordBar() const { return app.fgMode != 0; }
-  RecordBarValues recordBar() const;
+  RecordBarValues recordBar() const;  // what its face shows; without one what is kept
+  // Reads the face of the record bar; null without one.
+  std::function<RecordBarValues()> onReadRecordBar;
   // To be called at each change by the user.
   void takeRecordBar(const RecordBarValues& values);
   // The small status window's lines: subject, exam, folders, room on the disc, profile.

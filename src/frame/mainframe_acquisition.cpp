@@ -18,6 +18,7 @@ void activate(CBasicApp& app, Sink* sink) {
 }  // namespace
 
 RecordBarValues CBasicMainFrame::recordBar() const {
+  if (onReadRecordBar) return onReadRecordBar();
   return {process.recordDir, process.baseName, process.direct2disc, process.triggermovie};
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "exams/examselection.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 
@@ -60,7 +61,10 @@ void applyProfile(CBasicApp& app, const std::string& profilePath) {
     settings.setPath(profilePath);
     logPrintf("profile %s\n", profilePath.c_str());
   }
-  app.rereadSettings();
+  // What is recorded goes on belonging to the selected exam.
+  const std::string recordings = process.recordDir;
+  app.takeProfile();
+  theExams().setRecordingFolder(recordings);
 }
 
 }  // namespace tarnvisor

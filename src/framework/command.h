@@ -20,6 +20,7 @@ struct CommandWords {
   const char* status = "";  // a sentence, for the status bar
   const char* keys = "";    // "Ctrl+S"; empty for none
   const char* icon = "";    // of a tool bar button: the file's name without ending; empty for none
+  const char* whyOff = "";  // a sentence for the status bar while the command is off; empty for the usual one
   bool isEmpty() const { return !*tip; }
 };
 

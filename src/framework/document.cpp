@@ -86,7 +86,7 @@ bool CDocument::onOpenDocument(const std::string& path) { return loadFrom(path);
 
 // A file that this document does not hold whole is kept: one of another kind, or more than could be read of
 // it.
-bool CDocument::mayReplace(const std::string& path) {
+bool CDocument::mayGoOver(const std::string& path) {
   if (!fileExists(path)) return true;
   std::error_code error;
   if (withOwnEnding(path) != path)
@@ -99,7 +99,7 @@ bool CDocument::mayReplace(const std::string& path) {
 }
 
 bool CDocument::storeTo(const std::string& path) {
-  if (!mayReplace(path)) return false;
+  if (!mayGoOver(path)) return false;
   AtomicFile file(path);
   Outcome done = Outcome::success();
   try {

@@ -84,7 +84,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
 
  private:
   friend class DocumentType;
-  [[nodiscard]] bool mayReplace(const std::string& path);
+  [[nodiscard]] bool mayGoOver(const std::string& path);
   std::string windowTitle;
   std::string filePath;
   std::string missing;  // why only a part of the file could be read; empty for all of it

@@ -92,6 +92,8 @@ void rememberFolder(const std::string& path) {
   settings.setString("settings", "directory", folder.empty() ? workingFolder() : folder);
 }
 
+std::string rememberedFolder() { return settings.getString("settings", "directory", "./"); }
+
 ProfileDialog::ProfileDialog(std::string profileFolderPath, std::string name, std::string def)
     : folder(std::move(profileFolderPath)), ownName(std::move(name)), defPath(std::move(def)) {
   for (const std::string& profile : profilesIn(folder))

@@ -65,5 +65,6 @@ const std::string& installedFolder();
 
 // Keeps a document's folder as the one last used.
 void rememberFolder(const std::string& path);
+std::string rememberedFolder();
 
 }  // namespace tarnvisor

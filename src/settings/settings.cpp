@@ -58,7 +58,7 @@ void eachLine(std::string_view text, Visit visit) {
 }
 
 // Where a key's line lies in the text, or where it would be put: behind the last line of its section that
-// isn't blank, or at the end.
+// isn't blank, or at the end. A section that stands in several places is one.
 struct Place {
   bool sectionFound = false;
   bool keyFound = false;
@@ -74,9 +74,9 @@ Place findKey(std::string_view text, const std::string& section, const std::stri
   eachLine(text, [&](std::string_view line, size_t start, size_t end) {
     if (start == 0 && line.starts_with(mark)) line.remove_prefix(mark.size());
     if (const auto name = sectionName(line)) {
-      if (place.sectionFound) return true;
-      inside = place.sectionFound = equalIgnoringCase(*name, section);
-      if (inside) place.start = place.end = end;
+      inside = equalIgnoringCase(*name, section);
+      if (inside && !place.sectionFound) place.start = place.end = end;
+      place.sectionFound = place.sectionFound || inside;
     } else if (inside) {
       if (const auto entry = keyOf(line); entry && equalIgnoringCase(entry->key, key)) {
         place = {true, true, start, end, entry->value};

@@ -71,6 +71,7 @@ std::unique_ptr<C2DTrace> calculatedPsd(const ZZTrace& source, const PsdView& vi
   const uint32_t rows = ready ? source.size() / kPsdSamples : 0;
   auto psd = std::make_unique<C2DTrace>(kWordRowsCode, rows, kPsdBins);
   if (!psd->data) return nullptr;
+  psd->palette.readSettings();
   psd->period = source.period * kPsdSamples;
   psd->pixelperiod = view.pixelperiod;
   psd->name = "Calculated PSD";
@@ -108,6 +109,7 @@ ComplexSpectrum complexSpectrum(const C2DTrace& scan, Selection selection) {
     made.spectrum.reset();
     return made;
   }
+  made.spectrum->palette.readSettings();
   made.spectrum->period = scan.period;
   made.spectrum->pixelperiod = scan.pixelperiod;
   made.spectrum->xunits = scan.xunits;

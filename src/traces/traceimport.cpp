@@ -112,6 +112,7 @@ ZZTrace::Own traceOf(const Header& header, std::span<const uint8_t> items, bool 
   ZZTrace::Own trace;
   if (header.width > 1) {
     auto rows = std::make_unique<C2DTrace>(code, header.count, static_cast<uint16_t>(header.width));
+    rows->palette.readSettings();
     if (rows->rowvalues) rows->rowvalues->fill(header.width);
     trace = std::move(rows);
   } else {
