@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 
 #include "archive/archive.h"
 #include "base/files.h"
@@ -34,9 +33,7 @@ const CommandTableBase& CDocument::commandTable() {
 }
 
 void CDocument::setPathName(const std::string& path) {
-  std::error_code error;
-  const auto absolute = std::filesystem::absolute(path, error);
-  filePath = error ? path : absolute.lexically_normal().string();
+  filePath = absolutePath(path);
   windowTitle = fileNameOf(filePath);
 }
 
@@ -131,9 +128,9 @@ bool CDocument::saveAs() {
   request.initialPath = filePath.empty() ? defaultPathName() : filePath;
   const auto chosen = host().choosers.saveFile(request);
   if (!chosen || chosen->empty()) return false;
-  const std::string path = withOwnEnding(*chosen);
+  const std::string path = absolutePath(withOwnEnding(*chosen));
   // The chooser asked about the name that was typed, not about this one.
-  if (path != *chosen && fileExists(path) &&
+  if (path != absolutePath(*chosen) && fileExists(path) &&
       host().messages.show(path + " already exists. Replace it?", Buttons::YesNo, Icon::Warning) !=
           Answer::Yes)
     return false;
