@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "base/clock.h"
 #include "base/files.h"
@@ -547,11 +548,16 @@ void ZBasicDoc::exportCommand() {
   if (path && !path->empty()) saveImage(*path);
 }
 
+// What somebody chooses comes in as what it is, whatever is in front; a script means the image in front.
 void ZBasicDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kImageFilter, "", ""});
   if (!path || path->empty()) return;
-  if (!hasImage() && imagefile.empty()) {
+  if (!hasImage() && imagefile.empty() && (isStillFile(*path) || isUnattended())) {
     if (onImportFile(*path)) updateAllViews();
+    return;
+  }
+  if (!isUnattended()) {
+    theApp().importFile(*path);
     return;
   }
   // What the image buffer doesn't load becomes a document of its own.

@@ -63,10 +63,11 @@ bool ZBasicDoc::askTrim(bool& trim, bool& cancelled) {
   return !cancelled;
 }
 
-// The pixel file of a document: its own name with the ending of the setting. Only .zzg keeps a mosaic. Only
-// the file that this document wrote before is written over; any other that is there is somebody else's.
+// The pixel file of a document: its own name with the ending of the setting. Only .zzg keeps a mosaic, and
+// that a field has half a frame's rows. Only the file that this document wrote before is written over; any
+// other that is there is somebody else's.
 std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::string& wanted) const {
-  const std::string extension = theImage()->colourset == kBayer ? ".zzg" : wanted;
+  const std::string extension = theImage()->colourset == kBayer || theImage()->isField() ? ".zzg" : wanted;
   const std::string stem = withoutExtension(documentPath);
   std::string path = stem + extension;
   std::error_code error;
