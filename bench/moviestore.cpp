@@ -83,7 +83,7 @@ void addToDisc(benchmark::State& state) {
   if (!plain || !movie.record(kSlots, folder.file("a.mve"), 0, 0, kWidth, kHeight, false))
     return state.SkipWithError("no file");
   int32_t slot = 0;
-  const auto add = [&] { movie.addFrame(image, 0); };
+  const auto add = [&] { (void)movie.addFrame(image, 0); };
   const auto write = [&] {
     plain->write(image.pixels, kBytes, MovieLayout::kDataOffset + static_cast<int64_t>(kBytes) * slot);
     slot = (slot + 1) % kSlots;
@@ -100,7 +100,7 @@ void addToMemory(benchmark::State& state) {
   if (!movie.record(kSlots, "", 0, 0, kWidth, kHeight, false)) return state.SkipWithError("no memory");
   std::vector<uint8_t> plain(kBytes * kSlots, 1);
   size_t slot = 0;
-  const auto add = [&] { movie.addFrame(image, 0); };
+  const auto add = [&] { (void)movie.addFrame(image, 0); };
   for (int32_t i = 0; i < kSlots; ++i) add();
   race(state, add, [&] {
     std::memcpy(plain.data() + kBytes * slot, image.pixels, kBytes);
@@ -118,7 +118,7 @@ bool make(const std::string& path, int32_t frames, int32_t width, int32_t height
   for (int32_t i = 0; i < frames; ++i) {
     image.row(i % height)[0] = static_cast<uint8_t>(i);
     image.frameNumber = 2 * i;
-    movie.addFrame(image, 0);
+    (void)movie.addFrame(image, 0);
   }
   movie.stopRecording();
   return movie.count == frames;

@@ -256,7 +256,7 @@ void Photographer::videos() {
   auto& view = static_cast<CVivoCapView&>(*video->views().front());
   settle();
   view.goTo(47);
-  video->select(20, 100);
+  if (!video->select(20, 100)) return;
   keep(frameOf(*video), "video");
   keep(window(), "video-window");
   keepMenus("video-menu-");

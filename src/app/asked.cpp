@@ -7,4 +7,6 @@ namespace tarnvisor {
 
 bool asked(Form& form) { return process.quietMode || host().forms.run(form); }
 
+bool isUnattended() { return process.quietMode || !host().choosers.asksSomebody(); }
+
 }  // namespace tarnvisor

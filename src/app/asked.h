@@ -9,4 +9,7 @@ namespace tarnvisor {
 // were given. False when the user cancels.
 [[nodiscard]] bool asked(Form& form);
 
+// Nobody is there to be asked: a script runs, or the program works quietly.
+[[nodiscard]] bool isUnattended();
+
 }  // namespace tarnvisor

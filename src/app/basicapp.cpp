@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cctype>
-#include <filesystem>
 
 #include "app/commandids.h"
 #include "app/recentfiles.h"
@@ -48,6 +47,7 @@ CBasicApp::CBasicApp() {
 
 CBasicApp::~CBasicApp() {
   logPrintf("end:%s", ascTime(currentTime()).c_str());
+  documents.discardAll();
   unregistered.clear();
   process = {};
   runningApp = nullptr;
@@ -270,9 +270,7 @@ CDocument* CBasicApp::openDocumentFile(const std::string& path) {
   if (!document) return nullptr;
   rememberFolder(path);
   // A run over a study is no history of what somebody looked at.
-  std::error_code error;
-  if (remembersFiles && !process.quietMode)
-    addRecentFile(std::filesystem::absolute(path, error).lexically_normal().string());
+  if (remembersFiles && !process.quietMode) addRecentFile(absolutePath(path));
   return document;
 }
 
@@ -305,15 +303,20 @@ DocumentType* CBasicApp::importType() const {
   return nullptr;
 }
 
+// One whose ending nobody knows is tried by its bytes.
+CDocument* CBasicApp::importFile(const std::string& path) {
+  const bool claimed = documents.typeFor(path) || documents.importerFor(path);
+  DocumentType* tries = claimed ? nullptr : importType();
+  return tries ? tries->importDocument(path) : openDocumentFile(path);
+}
+
 void CBasicApp::onFileImport() {
   std::string filter = "All files (*.*)|*.*||";
   for (auto type = documents.types().rbegin(); type != documents.types().rend(); ++type)
     if ((*type)->classes().imports) filter.insert(0, std::string((*type)->classes().importFilter) + "|");
   int opened = 0;
-  for (const std::string& path : host().choosers.openFiles({"Import", filter, "", ""})) {
-    DocumentType* claims = documents.importerFor(path);
-    if ((claims ? claims : importType())->importDocument(path)) ++opened;
-  }
+  for (const std::string& path : host().choosers.openFiles({"Import", filter, "", ""}))
+    if (importFile(path)) ++opened;
   if (opened > 1) tileWindows();
 }
 

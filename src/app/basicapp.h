@@ -55,6 +55,8 @@ class CBasicApp : public CommandTarget {
   void onFileOpen();
   // Brings files of other kinds into new documents.
   void onFileImport();
+  // A file as what it is, in a document of its own; null after the user was told why not.
+  CDocument* importFile(const std::string& path);
   void postMainCommand(int32_t id) { loop.post(id); }
   // The active view, its document, the frame, the application, in the order in which commands reach them.
   std::vector<CommandTarget*> commandChain();

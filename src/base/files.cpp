@@ -82,6 +82,12 @@ bool isAbsolutePath(std::string_view path) {
   return path.front() == '/' || path.front() == '\\' || (path.size() > 1 && path[1] == ':');
 }
 
+std::string absolutePath(const std::string& path) {
+  std::error_code error;
+  const fs::path full = fs::absolute(path, error);
+  return error ? path : full.lexically_normal().string();
+}
+
 bool sameFolder(std::string_view a, std::string_view b) {
   const auto resolve = [](std::string_view folder) {
     std::error_code error;
@@ -203,7 +209,8 @@ Outcome AtomicFile::commit(Flush flush) {
   return Outcome::success();
 }
 
-Outcome copyFile(const std::string& from, const std::string& to) {
+Outcome copyFile(const std::string& from, const std::string& to,
+                 const std::function<bool(int64_t done, int64_t total)>& goesOn) {
   struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
@@ -212,9 +219,15 @@ Outcome copyFile(const std::string& from, const std::string& to) {
   if (!source) return Outcome::failure("Cannot open " + from + ".");
   AtomicFile copy(to);
   std::vector<uint8_t> block(size_t{1} << 20);
+  std::error_code error;
+  const auto total = static_cast<int64_t>(fs::file_size(from, error));
+  int64_t done = 0;
   size_t got = 0;
-  while ((got = std::fread(block.data(), 1, block.size(), source.get())) > 0)
+  while ((got = std::fread(block.data(), 1, block.size(), source.get())) > 0) {
+    if (goesOn && !goesOn(done, error ? 0 : total)) return Outcome::failure("cancelled");
     if (!copy.write(block.data(), got)) break;
+    done += static_cast<int64_t>(got);
+  }
   if (std::ferror(source.get())) return Outcome::failure("Cannot read " + from + ".");
   return copy.commit();
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -26,6 +27,8 @@ std::string withoutExtension(
     std::string_view path);                     // without the last "." of the file name and what follows
 std::string withSeparator(std::string folder);  // with a separator at its end, unless empty
 bool isAbsolutePath(std::string_view path);
+// From the root, without dots: what stays true when it is stored, or when another folder is entered.
+std::string absolutePath(const std::string& path);
 bool sameFolder(std::string_view a, std::string_view b);  // after resolving; missing folders compare as text
 
 bool sameFile(const std::string& a, const std::string& b);  // both there, and one and the same
@@ -76,8 +79,10 @@ class AtomicFile {
   int writeError = 0;
 };
 
-// Byte by byte; a file of the new name is replaced in one step.
-Outcome copyFile(const std::string& from, const std::string& to);
+// Byte by byte; a file of the new name is replaced in one step. goesOn: told of the bytes done and of all;
+// false from it ends the copying, and leaves no copy.
+Outcome copyFile(const std::string& from, const std::string& to,
+                 const std::function<bool(int64_t done, int64_t total)>& goesOn = nullptr);
 Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes);
 Outcome replaceFile(const std::string& path, std::string_view text,
                     AtomicFile::Flush flush = AtomicFile::Flush::ToDisc);

@@ -27,13 +27,15 @@ Outcome record(const FingerVideo& finger, const std::string& path) {
     for (int32_t k = 0; k < finger.frames(); ++k) {
       if (!finger.render(k, image)) return Outcome::failure("There is not enough memory.");
       image.frameNumber = 2 * k;  // frames count as two fields
-      movie.addFrame(image, 0);
+      if (movie.addFrame(image, 0) < 0 && k + 1 < finger.frames())
+        return Outcome::failure(path + " is full.");
     }
   } catch (const ArchiveException& problem) {
     return Outcome::failure(path + " can't be written: " + problem.what());
   }
   movie.stopRecording();
-  return Outcome::success();
+  return movie.failure().empty() ? Outcome::success()
+                                 : Outcome::failure(path + " can't be written: " + movie.failure());
 }
 
 }  // namespace

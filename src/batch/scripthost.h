@@ -31,7 +31,7 @@ class ScriptHost final : public NullHost {
   std::optional<std::string> chooseFolder(const std::string& title, const std::string& current) override;
   using NullHost::run;
   bool run(Form& form) override;
-  bool asksSomebody() const override { return !answers.empty(); }
+  bool asksSomebody() const override { return false; }
   void closeMainFrame() override { closing = true; }
   bool print(const std::string& title, const Draw& draw) override;
   bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <iterator>
 
 #include "base/files.h"
@@ -71,10 +70,6 @@ std::string checkPrint(Arguments a) {
   return isOneOf(a[0], {"notes", "result", "dims", "traces", "offsets", "fps", "status"})
              ? ""
              : "print what: notes, result, dims, traces, offsets, fps or status";
-}
-
-std::string absolutePath(const std::string& path) {
-  return std::filesystem::absolute(path).lexically_normal().string();
 }
 
 double numberOf(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
@@ -244,7 +239,9 @@ StepResult saveDocument(StepContext& c) {
   if (!(same ? document->save() : document->onSaveDocument(path)))
     return StepResult::failure(c.script.shown().empty() ? path + " was not saved" : c.script.shown());
   if (!same) document->setPathName(path);
-  return {true, {}, {{"path", path}}, "saved " + path};
+  // What the save had to say, of a movie that stays elsewhere.
+  const std::string told = c.script.shown();
+  return {true, {}, {{"path", path}}, "saved " + path + (told.empty() ? "" : "\n" + told)};
 }
 
 // An image's tables are documents of their own; the one that was added to last is meant.

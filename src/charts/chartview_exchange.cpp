@@ -1,6 +1,8 @@
 // Export... and Import... of a chart.
 #include <cmath>
 
+#include "app/asked.h"
+#include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "charts/chartview.h"
@@ -60,6 +62,11 @@ void ZchartView::importTracesCommand() {
       "All Files (*.*)|*.*|Text Files (*.txt)|*.txt|Binary Files (*.bin)|*.bin|Sound (*.wav)|*.wav||";
   const auto path = host().choosers.openFile(request);
   if (!path) return;
+  // A picture or a movie is one whatever is in front.
+  if (!isUnattended() && !isTraceFile(*path) && theApp().documents.importerFor(*path)) {
+    theApp().importFile(*path);
+    return;
+  }
   CTextSettings settings;
   settings.read();
   Imported imported;

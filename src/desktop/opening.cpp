@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 
 #include "app/inputs.h"
 #include "base/files.h"
@@ -25,12 +24,6 @@ constexpr const char* kUsage =
     "  --profile FILE  a profile in place of the program's own\n"
     "  --help, --version\n"
     "Without windows, tarnvisor-batch does the same from a script.\n";
-
-std::string absolutePath(const std::string& path) {
-  std::error_code error;
-  const auto absolute = std::filesystem::absolute(path, error);
-  return error ? path : absolute.lexically_normal().string();
-}
 
 bool isSwitch(const std::string& argument) {
   return argument.size() == 2 && argument[0] == '/' && std::isalpha(static_cast<unsigned char>(argument[1]));

@@ -4,6 +4,7 @@
 #include "dynamic/vivocapview.h"
 #include "frame/menus.h"
 #include "imagedoc/imagemenus.h"
+#include "movie/movieoutput.h"
 
 namespace tarnvisor {
 
@@ -115,7 +116,8 @@ DocumentRow videoKind() {
 DocumentRow aviKind() {
   return {DocumentRow::Gate::Dynamic,
           {10001, "\nAVI Video\n\nAVI videos (*.avi)\n.avi\n\n\n", "CVivoCapDoc", "CVivoCapView", kChildFrame,
-           &makeDocument<CVivoCapDoc>, &makeView<CVivoCapDoc, CVivoCapView>, nullptr, "", &aviFace}};
+           &makeDocument<CVivoCapDoc>, &makeView<CVivoCapDoc, CVivoCapView>, &isAviName, "AVI videos|*.avi",
+           &aviFace}};
 }
 
 }  // namespace tarnvisor

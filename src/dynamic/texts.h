@@ -6,6 +6,10 @@ namespace tarnvisor::text {
 inline constexpr const char* kCannotFindMovie = "Cannot find image file %1.\nPlease specify new location.";
 inline constexpr const char* kKeepLink =
     " yes = keep link to this movie file, no = make a copy with new name.";
+inline constexpr const char* kCopyMovie =
+    "The movie %1 does not lie in the folder that the video is saved in.\nyes = copy it there, so that both can be copied or moved together, no = leave it where it is.";
+inline constexpr const char* kMovieStays = "The movie %1 stays where it is, outside the folder of the video.";
+inline constexpr const char* kMovieAway = "The movie %1 is away and can't be copied. The link to it is kept.";
 inline constexpr const char* kVideoFilter = "ZZ videos (*.mve)|*.mve|All files|*.*||";
 inline constexpr const char* kMoviesFilter = "Movies (*.mve)|*.mve|All files (*.*)|*.*||";
 inline constexpr const char* kAviFilter = "Movies (*.avi)|*.avi|All files (*.*)|*.*||";

@@ -49,11 +49,17 @@ CZZMovie::Range CVivoCapDoc::selection() const {
   return hasMovie() ? movie->clamped(selectionFirst, selectionLast) : CZZMovie::Range{0, 0};
 }
 
-void CVivoCapDoc::select(int32_t first, int32_t last) {
+Outcome CVivoCapDoc::select(int32_t first, int32_t last) {
   const int32_t count = imageCount();
-  selectionFirst = first < 0 || first >= count ? -1 : first;
-  selectionLast = last < 0 || last >= count || last <= std::max(first, 0) ? -1 : last;
+  if (first < -1 || last < -1 || first > count || last > count)
+    return Outcome::failure(format("images are counted from 0 to %i, the end exclusive", count));
+  if (std::max(first, 0) >= (last < 0 ? count : last))
+    return Outcome::failure(
+        format("images %i to %i are none: the last one is the first that is left out", first, last));
+  selectionFirst = first;
+  selectionLast = last < count ? last : -1;
   updateAllViews();
+  return Outcome::success();
 }
 
 double CVivoCapDoc::imagesPerSecond() const { return isFieldMovie() ? fps * 2 : fps; }

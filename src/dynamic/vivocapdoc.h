@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
 #include "movie/zzmovie.h"
 #include "traces/trace.h"
@@ -25,7 +26,7 @@ class CVivoCapDoc : public ZBasicDoc {
   CVivoCapDoc();
   ~CVivoCapDoc() override;
 
-  // --- the document's life (vivocapdoc_open.cpp, vivocapdoc_archive.cpp)
+  // --- the document's life (vivocapdoc_open.cpp, vivocapdoc_save.cpp, vivocapdoc_archive.cpp)
   // A name ending in "avi" is imported: the document takes the same name with .dtv, unless there is such a
   // file.
   bool onOpenDocument(const std::string& path) override;
@@ -48,8 +49,8 @@ class CVivoCapDoc : public ZBasicDoc {
   CZZMovie::Range selection() const;
   double imagesPerSecond() const;  // of a movie of fields twice the frames'
   double timeOf(int32_t index) const { return index / imagesPerSecond(); }
-  // Puts the selection, both ends -1 for the whole; values outside become the movie's ends.
-  void select(int32_t first, int32_t last);
+  // Puts the selection; -1 for the start and the end. One without images, or with ends outside, is refused.
+  [[nodiscard]] Outcome select(int32_t first, int32_t last);
 
   // --- processing (vivocapdoc_pass.cpp)
   void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step) override;
@@ -69,6 +70,8 @@ class CVivoCapDoc : public ZBasicDoc {
   bool importMovie(const std::string& path, bool avi);  // avi: by the command for AVI files
   // The work folder, asked for when there is none; empty when the user gives none.
   std::string workFolder();
+  // Of the document, or of the movie as long as the document has none.
+  std::string homeFolder() const;
 
   // --- what scripts ask (vivocapdoc_script.cpp)
   StepResult selectRange(double first, double last) override;
@@ -105,11 +108,28 @@ class CVivoCapDoc : public ZBasicDoc {
   CZZMovie& freshMovie();
 
   // vivocapdoc_open.cpp
-  bool linkMovie(const std::string& documentPath);
+  void linkMovie(const std::string& documentPath);
+  std::string findMovie(const std::string& documentPath);
+  bool takenForMovie(const std::string& beside, const std::string& linked) const;
+  void openResults(const std::string& documentPath);
   [[nodiscard]] bool openMovie(const std::string& path);
   [[nodiscard]] bool takeVideo(const std::string& path);
   void tellOfMovie();  // that it was cut off, or can't be decoded
+
+  // vivocapdoc_save.cpp
+  // What a save does with the file of the movie; but for Usual the user chose it, for that save alone.
+  enum class MovieChoice { Usual, KeepLink, Copy };
+  // Where that file goes: it stays, comes in beside the document, or the user cancelled.
+  enum class MoviePlace { Stays, ComesIn, Cancelled };
+  struct BeforeSave;
   [[nodiscard]] bool saveMovie(const std::string& documentPath);
+  [[nodiscard]] bool saveMovieAs(const std::string& name, int32_t first, int32_t last);
+  MoviePlace placeOfMovie(const std::string& documentPath);
+  MoviePlace askForPlace();
+  [[nodiscard]] bool bringMovieIn(const std::string& documentPath);
+  bool tellUnsavedMovie();  // false
+  void goBackTo(BeforeSave& before);
+  bool isMovieOfOthers() const;
   [[nodiscard]] bool saveResults(const std::string& stem);
   // vivocapdoc_pass.cpp
   void tellFailedPass(const std::string& moviePathBefore);
@@ -146,6 +166,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void exportUncompressedCommand();
   void exportCompressedCommand();
   void importCommand();
+  Answer askToAdd(const std::string& path);
   void importAviCommand();
   void toggleCompression();
   void directories();
@@ -154,6 +175,9 @@ class CVivoCapDoc : public ZBasicDoc {
   void relink(const std::string& file);
   void modifiedLaplacian();
   void min3x3();
+
+  MovieChoice movieChoice = MovieChoice::Usual;
+  std::string leftOutside;  // the movie file that the user left where it is, away from the document
 };
 
 // By its ending: a movie file that a video document can be made around. AVI files have a type of their own.

@@ -142,17 +142,20 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
   return table;
 }
 
-// With a selection only that part goes to a file of its own, so there is nothing to ask.
+// With a selection only that part goes to a file of its own, so there is nothing to ask. Of a movie that is
+// away there is no copy: its link outlasts that.
 void CVivoCapDoc::saveVideoAs() {
-  const std::string linked = moviePath;
   const bool whole = selectionFirst < 0 && selectionLast < 0;
+  movieChoice = whole ? MovieChoice::Usual : MovieChoice::Copy;
   if (!moviePath.empty() && whole) {
-    if (host().messages.show(moviePath + text::kKeepLink, Buttons::YesNo, Icon::Question) == Answer::No)
-      moviePath.clear();
-  } else if (!whole) {
-    moviePath.clear();
+    const bool keeps =
+        host().messages.show(moviePath + text::kKeepLink, Buttons::YesNo, Icon::Question) != Answer::No;
+    movieChoice = keeps ? MovieChoice::KeepLink : MovieChoice::Copy;
   }
-  if (!saveAs() && moviePath.empty()) moviePath = linked;
+  if (movieChoice == MovieChoice::Copy && !moviePath.empty() && !hasMovie())
+    host().messages.show(filledIn(text::kMovieAway, moviePath));
+  saveAs();
+  movieChoice = MovieChoice::Usual;
 }
 
 void CVivoCapDoc::simpleThreshold() {
@@ -335,11 +338,9 @@ void CVivoCapDoc::selectImages() {
       .addNote(
           "Images are counted from 0. The last one is the first that is left out; -1 stands for the start and the end.");
   if (!host().forms.run(form)) return;
-  if (last >= 0 && first >= last)
-    return report(
-        format("Images %i to %i are none: the last one is the first that is left out.", first, last));
+  if (const Outcome done = select(first, last); !done)
+    return report("Nothing was selected: " + done.why() + ".");
   selectionStep = step;
-  select(first, last);
 }
 
 // The movie before stays where the other one can't be opened. The same frames keep what is known of them.

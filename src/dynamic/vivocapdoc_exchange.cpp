@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "app/asked.h"
+#include "app/basicapp.h"
 #include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -43,12 +44,17 @@ std::optional<CZZMovie::Compression> askCompression() {
 
 }  // namespace
 
+// Where nobody says otherwise, new movies lie beside the document, or beside the movie they are made of.
+std::string CVivoCapDoc::homeFolder() const {
+  if (!pathName().empty()) return folderOf(pathName());
+  return movie && !movie->fileName.empty() ? folderOf(movie->fileName) : workingFolder();
+}
+
 std::string CVivoCapDoc::workFolder() {
   std::string folder = settings.getString("directories", "tempdir", "");
   if (folder.empty() || !folderExists(folder)) {
-    // Where nobody answers, new movies lie beside the one they are made of.
-    const bool unattended = process.quietMode || !host().choosers.asksSomebody();
-    if (unattended) return withSeparator(folderOf(moviePath));
+    // Where nobody answers, new movies lie at home.
+    if (isUnattended()) return homeFolder();
     const auto chosen = host().choosers.chooseFolder(text::kSelectWorkFolder, folderOf(moviePath));
     if (!chosen || chosen->empty()) return "";
     folder = *chosen;
@@ -103,6 +109,11 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
   const std::string words =
       avi ? "imported avi " + fileNameOf(path) + " imported" : "imported " + fileNameOf(path);
   if (!hasMovie()) {
+    if (!moviePath.empty()) {
+      report(format("%s can't be added: the movie of this video, %s, is away.", path.c_str(),
+                    moviePath.c_str()));
+      return false;
+    }
     if (!takeVideo(path)) return false;
     appendNotes(words + text::kLineEnd);
     updateAllViews();
@@ -113,12 +124,41 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
     report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), other.failure().c_str()));
     return false;
   }
+  if (const std::string why = movie->whyNotAppended(other); !why.empty()) {
+    report(format("%s can't be added to this video: %s.", path.c_str(), why.c_str()));
+    return false;
+  }
   return makeMovie(words, [&](CZZMovie& mine, const std::string& name) { return mine.append(other, name); });
 }
 
+// What somebody chooses comes in as what it is; images that would fit behind those of this video may go
+// there. A script means the video in front.
 void CVivoCapDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kMoviesFilter, "", ""});
-  if (path && !path->empty()) importMovie(*path, false);
+  if (!path || path->empty()) return;
+  const bool isEmpty = !hasMovie() && moviePath.empty();
+  if (isUnattended() || (isEmpty && (isMovieFile(*path) || isAviName(*path)))) {
+    importMovie(*path, false);
+    return;
+  }
+  const Answer adds = askToAdd(*path);
+  if (adds == Answer::Yes)
+    importMovie(*path, false);
+  else if (adds == Answer::No)
+    theApp().importFile(*path);
+}
+
+// No without a question where nothing could be added.
+Answer CVivoCapDoc::askToAdd(const std::string& path) {
+  CZZMovie other;
+  if (!hasMovie() || !(isMovieFile(path) || isAviName(path)) || !other.open(path) ||
+      !movie->whyNotAppended(other).empty())
+    return Answer::No;
+  return host().messages.show(
+      format(
+          "Add the %i images of %s behind the %i of this video?\nyes = a new movie of all %i is made, and both files stay as they are; no = it opens in a window of its own, and this video stays as it is.",
+          other.count, fileNameOf(path).c_str(), imageCount(), other.count + imageCount()),
+      Buttons::YesNoCancel, Icon::Question);
 }
 
 void CVivoCapDoc::importAviCommand() {

@@ -1,7 +1,7 @@
-// Opening: the document's file, then its movie, where it is or where the user says. Saving: the movie first,
-// by a rename where that does, then the document.
+// Opening: the document's file, then its movie, beside it, where its link says or where the user says.
 #include <filesystem>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "app/processstate.h"
 #include "base/files.h"
@@ -54,7 +54,7 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
   if (!loadFrom(path)) return false;
   isBound = 1;
   if (!moviePath.empty()) linkMovie(path);
-  if (!resultsPath.empty() && fileExists(resultsPath)) theApp().openDocumentFile(resultsPath);
+  openResults(path);
   return true;
 }
 
@@ -67,10 +67,8 @@ bool CVivoCapDoc::onImportFile(const std::string& path) {
 
 // A movie without a document: its own rate, where it tells one.
 bool CVivoCapDoc::takeVideo(const std::string& path) {
-  std::error_code error;
-  const std::string full = std::filesystem::absolute(path, error).lexically_normal().string();
   auto fresh = std::make_unique<CZZMovie>();
-  if (!fresh->open(error ? path : full)) {
+  if (!fresh->open(path)) {
     report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), fresh->failure().c_str()));
     return false;
   }
@@ -98,25 +96,43 @@ bool CVivoCapDoc::openMovie(const std::string& path) {
   return opened;
 }
 
-// Where the link says, then beside the document, then where the user says.
-bool CVivoCapDoc::linkMovie(const std::string& documentPath) {
-  std::string path = moviePath;
-  bool moved = false;
-  if (!fileExists(path)) path = folderOf(documentPath) + fileNameOf(moviePath);
-  if (!fileExists(path)) {
-    if (silent) return false;
+// Whether a file beside the document is its movie, though the link leads to another: as many images as the
+// table has, and as long as the one that is linked, if that is there too.
+bool CVivoCapDoc::takenForMovie(const std::string& beside, const std::string& linked) const {
+  if (!fileExists(beside) || sameFile(beside, linked)) return false;
+  std::error_code error;
+  if (fileExists(linked) &&
+      std::filesystem::file_size(beside, error) != std::filesystem::file_size(linked, error))
+    return false;
+  if (!movie || movie->frameTable.empty()) return true;
+  CZZMovie other;
+  return other.open(beside) && other.frameTable.size() == movie->frameTable.size();
+}
+
+// Beside the document first, so that a folder that was copied or moved works with its own movie; then where
+// the link says. Empty when it is away.
+std::string CVivoCapDoc::findMovie(const std::string& documentPath) {
+  const std::string folder = folderOf(documentPath);
+  const std::string beside = folder + fileNameOf(moviePath);
+  const std::string linked = isAbsolutePath(moviePath) ? moviePath : folder + moviePath;
+  if (takenForMovie(beside, linked)) return beside;
+  return fileExists(linked) ? linked : "";
+}
+
+void CVivoCapDoc::linkMovie(const std::string& documentPath) {
+  std::string path = findMovie(documentPath);
+  const bool away = path.empty();
+  if (away) {
+    if (silent) return;
     host().messages.show(filledIn(text::kCannotFindMovie, moviePath), Buttons::Ok, Icon::Warning);
-    if (process.quietMode) return false;
+    if (isUnattended()) return;
     const auto chosen = host().choosers.openFile({"Open", text::kVideoFilter, "", folderOf(documentPath)});
-    if (!chosen || chosen->empty()) return false;
+    if (!chosen || chosen->empty()) return;
     path = *chosen;
-    moved = true;
   }
   const int32_t first = selectionFirst, last = selectionLast;
-  if (!openMovie(path)) {
-    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), movie->failure().c_str()));
-    return false;
-  }
+  if (!openMovie(path))
+    return report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), movie->failure().c_str()));
   const int32_t frames = frameCount;
   movieChanged();
   frameCount = frames;
@@ -124,8 +140,15 @@ bool CVivoCapDoc::linkMovie(const std::string& documentPath) {
   selectionFirst = first;
   selectionLast = last;
   tellOfMovie();
-  setModified(moved);
-  return true;
+  setModified(away);
+}
+
+// Found as the movie is.
+void CVivoCapDoc::openResults(const std::string& documentPath) {
+  if (resultsPath.empty()) return;
+  const std::string beside = folderOf(documentPath) + fileNameOf(resultsPath);
+  if (fileExists(beside)) resultsPath = beside;
+  if (fileExists(resultsPath)) theApp().openDocumentFile(resultsPath);
 }
 
 void CVivoCapDoc::tellOfMovie() {
@@ -173,62 +196,6 @@ bool CVivoCapDoc::openRawFrames(const std::string& headerPath) {
   setTitle(withoutExtension(fileNameOf(headerPath)));
   setModified();
   updateAllViews();
-  return true;
-}
-
-// --- saving
-
-namespace {
-
-// A name that no file has: the first of stem, stem-1, stem-2...
-std::string ownMovieName(const std::string& stem) {
-  const char* ending = compressoutput ? ".z.avi" : ".mve";
-  std::string name = stem + ending;
-  for (int number = 1; fileExists(name); ++number) name = format("%s-%i%s", stem.c_str(), number, ending);
-  return name;
-}
-
-}  // namespace
-
-// The selection, in a file that goes with the document. A movie that has a file stays in it.
-bool CVivoCapDoc::saveMovie(const std::string& documentPath) {
-  if (!hasMovie()) return true;
-  if (!moviePath.empty()) return movie->recoveredFrames() == 0 || movie->save(movie->fileName);
-  const std::string name = ownMovieName(withoutExtension(documentPath));
-  const CZZMovie::Range saved = selection();
-  const bool part = saved.size() != imageCount();
-  const WaitScope wait;
-  if (!movie->save(name, selectionFirst, selectionLast)) return false;
-  movieChanged();
-  if (part) selectionFirst = selectionLast = -1;
-  appendNotes(format("images %i to %i saved as %s", saved.first, saved.last, movie->fileName.c_str()) +
-              text::kLineEnd);
-  return true;
-}
-
-bool CVivoCapDoc::saveResults(const std::string& stem) {
-  if (resultsPath.empty()) return true;
-  for (CDocument* document : theApp().documents.documents())
-    if (auto* rows = dynamic_cast<CResultDoc*>(document); rows && rows->pathName() == resultsPath) {
-      resultsPath = stem + ".rst";
-      if (!rows->onSaveDocument(resultsPath)) return false;
-      rows->setPathName(resultsPath);
-      return true;
-    }
-  return true;
-}
-
-bool CVivoCapDoc::onSaveDocument(const std::string& path) {
-  if (!saveMovie(path)) {
-    if (!movie->wasCancelled()) report(format("%s\n%s", text::kErrorSavingImage, movie->failure().c_str()));
-    return false;
-  }
-  updatePlayPeriod();
-  if (!saveResults(withoutExtension(path))) return false;
-  // NOLINTNEXTLINE(bugprone-parent-virtual-call): the image document's would write a file of pixels.
-  if (!CdbDocument::onSaveDocument(path)) return false;
-  // From now on the movie is a stored document's, which finds it by its name and as it is now.
-  if (movie) movie->shared = 1;
   return true;
 }
 

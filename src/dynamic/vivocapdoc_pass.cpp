@@ -32,7 +32,8 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
     const std::string before = movie->fileName;
     const CZZMovie::Range range = selection();
     MoviePass pass(*movie, std::string(trimmed(words.substr(0, words.find('\r')))), range);
-    if (pass.openInPlace()) {
+    if (isMovieOfOthers()) movie->shared = 1;
+    if (pass.openInPlace(freeMovieName(homeFolder() + withoutExtension(fileNameOf(before))))) {
       while (pass.next()) {
         refreshImage();
         operation(*theImage());

@@ -1,4 +1,5 @@
 // What scripts ask of a video.
+#include <climits>
 #include <cmath>
 
 #include "base/files.h"
@@ -20,10 +21,11 @@ bool isVideoName(const std::string& path) {
 
 // The end exclusive; -1 for the start and the end of the movie.
 StepResult CVivoCapDoc::selectRange(double first, double last) {
-  const auto within = [&](double v) { return v >= -1 && v <= imageCount() && v == static_cast<int32_t>(v); };
-  if (!within(first) || !within(last) || (last >= 0 && first >= last))
+  const auto isIndex = [](double v) { return v >= -1 && v <= INT32_MAX && v == static_cast<int32_t>(v); };
+  if (!isIndex(first) || !isIndex(last))
     return StepResult::failure(format("images are counted from 0 to %i, the end exclusive", imageCount()));
-  select(static_cast<int32_t>(first), static_cast<int32_t>(last));
+  if (const Outcome done = select(static_cast<int32_t>(first), static_cast<int32_t>(last)); !done)
+    return StepResult::failure(done.why());
   const CZZMovie::Range range = selection();
   return {true, {}, {{"first", format("%i", range.first)}, {"last", format("%i", range.last)}}, {}};
 }

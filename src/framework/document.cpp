@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 
 #include "archive/archive.h"
 #include "base/files.h"
@@ -34,9 +33,7 @@ const CommandTableBase& CDocument::commandTable() {
 }
 
 void CDocument::setPathName(const std::string& path) {
-  std::error_code error;
-  const auto absolute = std::filesystem::absolute(path, error);
-  filePath = error ? path : absolute.lexically_normal().string();
+  filePath = absolutePath(path);
   windowTitle = fileNameOf(filePath);
 }
 
@@ -88,10 +85,9 @@ bool CDocument::onOpenDocument(const std::string& path) { return loadFrom(path);
 // it.
 bool CDocument::mayGoOver(const std::string& path) {
   if (!fileExists(path)) return true;
-  std::error_code error;
   if (withOwnEnding(path) != path)
     report(path + " is not saved over: it is a file of another kind.");
-  else if (!missing.empty() && std::filesystem::equivalent(path, filePath, error))
+  else if (!missing.empty() && sameFile(path, filePath))
     report(path + " holds more than could be read of it. Choose another name.");
   else
     return true;
@@ -150,9 +146,9 @@ bool CDocument::saveAs() {
   request.initialPath = filePath.empty() ? defaultPathName() : filePath;
   const auto chosen = host().choosers.saveFile(request);
   if (!chosen || chosen->empty()) return false;
-  const std::string path = withOwnEnding(*chosen);
+  const std::string path = absolutePath(withOwnEnding(*chosen));
   // The chooser asked about the name that was typed, not about this one.
-  if (path != *chosen && fileExists(path) &&
+  if (path != absolutePath(*chosen) && fileExists(path) &&
       host().messages.show(path + " already exists. Replace it?", Buttons::YesNo, Icon::Warning) !=
           Answer::Yes)
     return false;

@@ -36,7 +36,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // The type whose ending the document's files have.
   virtual DocumentType* storedType() const { return documentType; }
 
-  // Each returns false after telling the user why, and then leaves no half-made file.
+  // Each returns false after telling the user why, and then leaves no half-made file. Paths are absolute: a
+  // document stores names of other files, and finds them beside its own.
   [[nodiscard]] virtual bool onNewDocument();
   [[nodiscard]] virtual bool onOpenDocument(const std::string& path);
   [[nodiscard]] virtual bool onSaveDocument(const std::string& path);

@@ -62,7 +62,8 @@ CDocument* DocumentType::findOpen(const std::string& path) const {
   return nullptr;
 }
 
-CDocument* DocumentType::openDocument(const std::string& path) {
+CDocument* DocumentType::openDocument(const std::string& given) {
+  const std::string path = absolutePath(given);
   if (CDocument* present = findOpen(path)) {
     if (manager) manager->activate(*present);
     return present;
@@ -84,7 +85,8 @@ CDocument* DocumentType::importDocument(const std::string& path) {
   auto document = make();
   if (!document) return nullptr;
   document->setTitle(format("%s%i", documentName().c_str(), ++made));
-  return document->onNewDocument() && document->onImportFile(path) ? keep(std::move(document)) : nullptr;
+  return document->onNewDocument() && document->onImportFile(absolutePath(path)) ? keep(std::move(document))
+                                                                                 : nullptr;
 }
 
 void DocumentType::discard(CDocument& document) {
@@ -138,6 +140,10 @@ bool DocumentManager::closeAll() {
   while (CDocument* front = active())
     if (!close(*front)) return false;
   return true;
+}
+
+void DocumentManager::discardAll() {
+  while (CDocument* front = active()) front->type()->discard(*front);
 }
 
 void DocumentManager::closeAllOf(DocumentType& type) {

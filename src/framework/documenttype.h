@@ -124,6 +124,8 @@ class DocumentManager {
   // Closes from the front until none is left or one stays open.
   bool closeAll();
   void closeAllOf(DocumentType& type);
+  // Destroys all without asking, while what they work with still stands.
+  void discardAll();
 
   // Told of each document opened, activated or closed (windows).
   std::function<void()> onChange;

@@ -576,11 +576,16 @@ void ZBasicDoc::exportCommand() {
   if (path && !path->empty()) exportImage(*path);
 }
 
+// What somebody chooses comes in as what it is, whatever is in front; a script means the image in front.
 void ZBasicDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kImageFilter, "", ""});
   if (!path || path->empty()) return;
-  if (!hasImage() && imagefile.empty()) {
+  if (!hasImage() && imagefile.empty() && (isStillFile(*path) || isUnattended())) {
     if (onImportFile(*path)) updateAllViews();
+    return;
+  }
+  if (!isUnattended()) {
+    theApp().importFile(*path);
     return;
   }
   // What the image buffer doesn't load becomes a document of its own.

@@ -25,8 +25,9 @@ class MovieFile {
   size_t read(void* to, size_t bytes, int64_t at) const;
   // Throws ArchiveException when not everything could be written.
   void write(const void* from, size_t bytes, int64_t at);
-  bool cutTo(int64_t bytes);  // false when it can't be cut
-  bool flushToDisc();
+  // False when it can't be done; errno tells why.
+  [[nodiscard]] bool cutTo(int64_t bytes);
+  [[nodiscard]] bool flushToDisc();
   bool canWrite() const { return writable; }
 
  private:

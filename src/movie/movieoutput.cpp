@@ -145,7 +145,8 @@ std::string MovieOutput::close() {
     video.reset();
   }
   if (file) {
-    file->cutTo(end);  // no part of a frame
+    const bool cut = file->cutTo(end);  // no part of a frame
+    if (!cut && trouble.empty()) trouble = std::strerror(errno);
     try {
       writeTrailer(*file, end, count, 0);
       if (!file->flushToDisc() && trouble.empty()) trouble = std::strerror(errno);

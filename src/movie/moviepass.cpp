@@ -108,7 +108,7 @@ bool MoviePass::put(CZZimage& made) {
 void MoviePass::writeShown() {
   if (!movie.isShown || failed()) return;
   if (output) {
-    put(movie.frame);  // a failure ends the pass
+    if (!put(movie.frame)) logPrintf("%s: %s\n", what.c_str(), output->why().c_str());  // the pass ends
     return;
   }
   try {
@@ -205,7 +205,7 @@ bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n,
   CZZimage made;
   while (making.next()) {
     if (!make(making.step(), made)) return false;
-    making.put(made);  // a failure ends the pass
+    if (!making.put(made)) break;  // which finish() tells
   }
   return making.finish();
 }

@@ -37,7 +37,7 @@ class MoviePass {
   // Tells how far a step is that takes long itself; false once the user stopped it.
   bool goesOn(int64_t done, int64_t total);
   // The next frame of the new movie; false when it could not be written.
-  bool put(CZZimage& made);
+  [[nodiscard]] bool put(CZZimage& made);
 
   bool isBeside() const { return output != nullptr; }
   bool wasStopped() const { return stopped; }

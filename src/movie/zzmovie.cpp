@@ -166,6 +166,11 @@ const FrameRecord& CZZMovie::recordOf(int32_t index) {
 void CZZMovie::adoptTable(FrameTable table) {
   table.resize(static_cast<size_t>(std::max(0, slots)));
   frameTable = std::move(table);
+  // A video file can't tell that its images are fields.
+  if (video && !frameTable.empty() && frameTable.front().isKnown()) {
+    frameTable.front().applyTo(holder);
+    holder.xOrigin = holder.yOrigin = 0;
+  }
   frameInfo(slotOf(current), frame);
 }
 
@@ -227,6 +232,7 @@ void CZZMovie::close() {
   } catch (const ArchiveException& e) {
     // The frames are there all the same: opening the file finds them by its length.
     logPrintf("closing %s: %s\n", fileName.c_str(), e.what());
+    trouble = e.what();
   }
   if (output && !output->close().empty() && output->failed())
     logPrintf("closing %s: %s\n", fileName.c_str(), output->why().c_str());

@@ -93,8 +93,10 @@ class CZZMovie {
   // them.
   [[nodiscard]] bool record(int32_t frames, const std::string& name, int32_t x, int32_t y, int32_t width,
                             int32_t height, bool fromCamera);
-  int32_t addFrame(const CZZimage& image, int32_t field, bool advance = true);  // count, or -1 when full
-  int32_t nextSlot();                                                           // the same
+  // How many frames it holds, or -1 when it is full: after the last one too.
+  [[nodiscard]] int32_t addFrame(const CZZimage& image, int32_t field, bool advance = true);
+  [[nodiscard]] int32_t nextSlot();  // the same
+  // failure() tells of an end that could not be written; the frames are there all the same.
   void stopRecording();
 
   // --- moviepass.cpp: passes that rewrite frames while callers walk them with frameAt; see moviepass.h
@@ -124,8 +126,11 @@ class CZZMovie {
                                   int32_t last);  // false when none would be left
   [[nodiscard]] bool convertToGrey(const std::string& name);
   [[nodiscard]] bool planesToColour(const std::string& name, int32_t first, int32_t last);
-  // The frames of another movie after this one's, cut or filled up to its size.
+  // The frames of another movie after this one's.
   [[nodiscard]] bool append(CZZMovie& other, const std::string& name);
+  // In words, where its frames have another size or kind, so that something would be lost; grey ones fit
+  // among colour. Empty when they fit.
+  std::string whyNotAppended(const CZZMovie& other) const;
 
   // --- zzmovie_statistics.cpp
   // The smallest canvas that holds the frames: its size and where it begins, in frame rows.
@@ -162,7 +167,7 @@ class CZZMovie {
   int32_t slots = 0;
   int32_t count = 0;
   int32_t mode = kClosed;
-  std::string fileName;
+  std::string fileName;  // absolute once it is open
   std::unique_ptr<MovieFile> file;
   MovieFile* processingFile = nullptr;  // `file` itself while frames are changed in place
   int32_t oldest = 0;
@@ -210,9 +215,9 @@ class CZZMovie {
   void writeRecorded(const CZZimage& image);
   void readBack();
   void finishRecordedFile();
-  bool copyOrRename(const std::string& name);
-  bool writeMissingTrailer();
-  bool rewriteInOrder();
+  [[nodiscard]] bool copyOrRename(const std::string& name);
+  [[nodiscard]] bool writeMissingTrailer();
+  [[nodiscard]] bool rewriteInOrder();
   struct Placement;
   std::vector<Placement> placements(const Range& range, const Extents& extents);
   bool prepareCanvas(CZZimage& image, const Extents& extents);

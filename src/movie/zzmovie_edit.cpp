@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <climits>
 
+#include "base/text.h"
 #include "movie/zzmovie.h"
 
 namespace tarnvisor {
@@ -15,23 +16,9 @@ void takeForm(CZZimage& form, const CZZimage& like, int32_t interlace, int32_t r
   form.resizedata(like.width, rows, like.bytesPerPixel);
 }
 
-// Cut or filled up with zeros to the form's size, in the form's colours.
-bool fitInto(const CZZimage& form, CZZimage& from, CZZimage& made) {
-  if (form.colourset != kColour && from.colourset == kColour && !from.convertToGrey()) return false;
-  if (form.width == from.width && form.height == from.height && form.colourset == from.colourset)
-    return made.copyImage(from);
-  made.colourset = form.colourset;
-  if (!made.resizedata(form.width, form.height, form.bytesPerPixel)) return false;
-  made.fill(0);
-  made.frameNumber = from.frameNumber;
-  made.interlace = from.interlace;
-  made.xOrigin = from.xOrigin;
-  made.yOrigin = from.yOrigin;
-  if (form.colourset == from.colourset || form.colourset == kColour) return made.copyPixels(from);
-  const int32_t columns = std::min(made.width, from.width);  // grey beside Bayer: bytes as they are
-  for (int32_t y = 0; y < std::min(made.height, from.height); ++y)
-    std::copy_n(from.row(y), columns, made.row(y));
-  return true;
+std::string formWords(const CZZimage& form) {
+  const char* kind = form.colourset == kColour ? "colour" : form.colourset == kBayer ? "mosaic" : "grey";
+  return format("%i x %i %s %s", form.width, form.height, kind, form.isField() ? "fields" : "frames");
 }
 
 }  // namespace
@@ -109,8 +96,19 @@ bool CZZMovie::planesToColour(const std::string& name, int32_t first, int32_t la
   });
 }
 
+std::string CZZMovie::whyNotAppended(const CZZMovie& other) const {
+  const CZZimage &mine = frame, &theirs = other.frame;
+  const bool sameColours =
+      mine.colourset == theirs.colourset || (mine.colourset == kColour && theirs.colourset == kGrey);
+  if (mine.width == theirs.width && mine.height == theirs.height && mine.isField() == theirs.isField() &&
+      sameColours)
+    return "";
+  return "it has " + formWords(theirs) + ", and this one " + formWords(mine);
+}
+
 bool CZZMovie::append(CZZMovie& other, const std::string& name) {
-  if (count > INT32_MAX - other.count) return false;
+  trouble = whyNotAppended(other);
+  if (!trouble.empty() || count > INT32_MAX - other.count) return false;
   CZZimage from;
   return rewrite(name, holder, count + other.count, [&](int32_t k, CZZimage& made) {
     if (k < count) {
@@ -118,7 +116,12 @@ bool CZZMovie::append(CZZMovie& other, const std::string& name) {
       return true;
     }
     other.getImage(k - count, from);
-    return fitInto(holder, from, made);
+    if (from.colourset == holder.colourset) return made.copyImage(from);
+    takeForm(made, holder, from.interlace, holder.height);  // grey among colour
+    made.frameNumber = from.frameNumber;
+    made.xOrigin = from.xOrigin;
+    made.yOrigin = from.yOrigin;
+    return made.copyPixels(from);
   });
 }
 

@@ -35,7 +35,7 @@ bool CZZMovie::open(const std::string& name) {
     count = 0;
     return false;
   }
-  fileName = name;
+  fileName = absolutePath(name);
   frameAt(0);
   return true;
 }
@@ -88,7 +88,7 @@ bool CZZMovie::openRaw(const std::string& name, int32_t width, int32_t height, i
   count = oldest = static_cast<int32_t>(held);
   frameBytes = bytes;
   dataOffset = 0;
-  fileName = name;
+  fileName = absolutePath(name);
   frameAt(0);
   return true;
 }

@@ -113,7 +113,8 @@ void CZZMovie::writeRecorded(const CZZimage& image) {
       file->write(image.pixels, static_cast<size_t>(frameBytes), lastWritten);
     } catch (const ArchiveException&) {
       // Without the part of a frame, so that the disc has room for the end.
-      if (!wrapped) file->cutTo(dataOffset + frameBytes * current);
+      if (!wrapped && !file->cutTo(dataOffset + frameBytes * current))
+        logPrintf("%s can't be cut: %s\n", fileName.c_str(), std::strerror(errno));
       throw;
     }
   } else if (mode == kRecordingAvi && !output->append(frame) && output->failed()) {
@@ -142,7 +143,7 @@ void CZZMovie::finishRecordedFile() {
   logPrintf("count=%i,oldest=%i\n", count, oldest);
   const int64_t end = dataOffset + frameBytes * count;
   writeTrailer(*file, end, count, oldest);
-  file->cutTo(end + MovieLayout::kTrailerBytes);
+  if (!file->cutTo(end + MovieLayout::kTrailerBytes)) throw ArchiveException(std::strerror(errno));
 }
 
 void CZZMovie::stopRecording() {
@@ -152,14 +153,18 @@ void CZZMovie::stopRecording() {
   const bool was = wrapped != 0;
   if (mode == kRecordingFile || mode == kRecordingAvi) {
     FrameTable table = std::move(frameTable);
-    std::string name = fileName;
+    std::string name = fileName, why;
     if (output) {
       name = output->close();  // beside the wanted one after a failure, none without frames
-      if (output->failed()) logPrintf("closing %s: %s\n", fileName.c_str(), output->why().c_str());
+      why = output->why();
+      if (!why.empty()) logPrintf("closing %s: %s\n", fileName.c_str(), why.c_str());
       output.reset();
     }
+    trouble.clear();
     close();
+    if (why.empty()) why = trouble;
     if (!name.empty() && open(name)) adoptTable(std::move(table));
+    if (trouble.empty()) trouble = why;
   } else if (mode == kMemory) {
     modified = 1;
   }

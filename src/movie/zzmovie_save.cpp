@@ -36,8 +36,10 @@ bool CZZMovie::save(const std::string& name, int32_t first, int32_t last) {
   const bool part = mode == kMemory || range.size() != count;
   if (!part && (name == fileName || sameFile(name, fileName)))
     return recovered ? writeMissingTrailer() : false;
-  const bool otherKind = !equalIgnoringCase(extensionOf(name), extensionOf(fileName));
-  const bool saved = part || otherKind ? saveFrames(name, range.first, range.last) : copyOrRename(name);
+  // Frames of a file that was deleted are there as long as it is open.
+  const bool byFrames =
+      part || !fileExists(fileName) || !equalIgnoringCase(extensionOf(name), extensionOf(fileName));
+  const bool saved = byFrames ? saveFrames(name, range.first, range.last) : copyOrRename(name);
   frameAt(remembered);
   return saved;
 }
@@ -65,7 +67,7 @@ bool CZZMovie::rewriteInOrder() {
   bool made = mending.openAs(fileName, holder);
   while (made && mending.next()) {
     getImage(mending.step(), each);
-    mending.put(each);
+    if (!mending.put(each)) break;
   }
   made = made && mending.finish();
   shared = 1;
@@ -88,8 +90,10 @@ bool CZZMovie::copyOrRename(const std::string& name) {
   Outcome done = Outcome::success();
   // Another disc can't take a file by its name alone.
   if (copying || std::rename(from.c_str(), name.c_str()) != 0) {
-    done = copyFile(from, name);
-    if (done && !copying) std::remove(from.c_str());
+    MoviePass moving(*this, "Copying " + fileNameOf(from), 0);
+    done = copyFile(from, name, [&](int64_t bytes, int64_t total) { return moving.goesOn(bytes, total); });
+    if (done && !copying && std::remove(from.c_str()) != 0)
+      logPrintf("%s was copied and could not be removed: %s\n", from.c_str(), std::strerror(errno));
   }
   if (!done) logPrintf("czzmovie save %s to %s exception.\n", from.c_str(), name.c_str());
   const bool opened = open(done ? name : from);
@@ -100,7 +104,7 @@ bool CZZMovie::copyOrRename(const std::string& name) {
     if (!done && !copying) shared = 0;
     if (done && cutOff && !writeMissingTrailer()) return false;
   }
-  if (!done) trouble = done.why();
+  if (!done && !cancelled) trouble = done.why();
   return done && opened;
 }
 

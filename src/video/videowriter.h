@@ -38,7 +38,7 @@ class VideoWriter {
 
   // One frame, top row first, rows `stride` bytes apart. False when it could not be compressed or written.
   // Once the file can't be written no more is tried.
-  bool write(const uint8_t* rows, int32_t stride);
+  [[nodiscard]] bool write(const uint8_t* rows, int32_t stride);
   bool failed() const;             // a write to the file failed
   const std::string& why() const;  // the first failure in words; empty while there is none
   int64_t framesWritten() const;   // handed to the file; a codec may hold back a few until close

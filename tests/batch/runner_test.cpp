@@ -169,6 +169,26 @@ TEST_F(Runner, VideosAreSelectedProcessedAndExported) {
     EXPECT_FALSE(run(bad).ok) << bad;
 }
 
+TEST_F(Runner, VideosTellWhatTheyDoNotTakeAndWhatTheyLeave) {
+  const auto movie = [&](const std::string& name, int32_t width) {
+    return writeMovieFile(folder.file(name), 3, {width, 8}, [](CZZimage&, int32_t) {});
+  };
+  std::filesystem::create_directory(folder.file("exam"));
+  ASSERT_TRUE(run("open " + movie("a.mve", 16)).ok);
+  EXPECT_THAT(run("import " + movie("wide.mve", 24)).why, HasSubstr("can't be added to this video"));
+  EXPECT_FALSE(run("import shot.bmp").ok) << "a still is no movie";
+  EXPECT_THAT(run("select 2 2").why, HasSubstr("images 2 to 2 are none"));
+  EXPECT_THAT(run("save " + folder.file("exam/a.dtv")).text,
+              HasSubstr(folder.file("a.mve") + " stays where it is"));
+  std::filesystem::remove(folder.file("a.mve"));
+  EXPECT_THAT(run("close\nopen " + folder.file("exam/a.dtv")).why, HasSubstr("Cannot find image file"));
+}
+
+TEST_F(Runner, AProgramMayEndWhileAVideoPlays) {
+  const std::string movie = writeMovieFile(folder.file("a.mve"), 3, {16, 8}, [](CZZimage&, int32_t) {});
+  ASSERT_TRUE(run("open " + movie + "\ncommand \"play image sequence\"").ok);
+}
+
 TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(runDemonstration(app, script), 0);

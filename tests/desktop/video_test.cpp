@@ -77,7 +77,7 @@ TEST_F(VideoWindow, PlaysAndProcessesBeforeTheEyes) {
   auto& view = static_cast<CVivoCapView&>(*doc->views().front());
   EXPECT_FALSE(view.isPlaying());
   std::vector<int> seen;
-  doc->select(10, 13);
+  EXPECT_TRUE(doc->select(10, 13));
   doc->processImages("", [&](CZZimage& each) {
     seen.push_back(greyShown());
     each.fill(200);

@@ -26,7 +26,7 @@ TEST_F(VideoDocument, ShowsTheImagesOfItsMovie) {
 
 TEST_F(VideoDocument, RunsAStepOverTheSelectionWhoseEndIsExclusive) {
   CVivoCapDoc& doc = openMovie("a.mve", 6);
-  doc.select(1, 4);
+  EXPECT_TRUE(doc.select(1, 4));
   doc.showImage(5);
   run("Negative");
   EXPECT_THAT(levels(), ElementsAre(255 - 11, 255 - 12, 255 - 13)) << "a new movie of what was processed";
@@ -38,7 +38,7 @@ TEST_F(VideoDocument, RunsAStepOverTheSelectionWhoseEndIsExclusive) {
   run("Negative");
   EXPECT_THAT(levels(), ElementsAre(11, 12, 13));
   EXPECT_EQ(doc.movie->fileName, folder.file("aA.mve")) << "a movie of its own is changed in place";
-  doc.select(1, -1);
+  EXPECT_TRUE(doc.select(1, -1));
   doc.movie->shared = 1;
   run("Negative");
   EXPECT_EQ(doc.selection().size(), 2) << "the new movie is what was selected, also up to the end";
@@ -53,7 +53,7 @@ TEST_F(VideoDocument, ChangesNothingWhenAPassIsStopped) {
   host.stopAt = 2;
   run("Negative");
   host.answers = {Answer::Yes};
-  doc.select(1, 4);
+  EXPECT_TRUE(doc.select(1, 4));
   run("Delete nonselected images");
   run("Export uncompressed avi");
   doc.moviePath.clear();
@@ -99,7 +99,7 @@ TEST_F(VideoDocument, LeavesEverythingWhereThereIsNoMovie) {
 TEST_F(VideoDocument, DeletesImagesIntoANewMovieAfterAsking) {
   useWorkFolder();
   CVivoCapDoc& doc = openMovie("a.mve", 6);
-  doc.select(2, 4);
+  EXPECT_TRUE(doc.select(2, 4));
   host.answers = {Answer::No, Answer::Yes};
   run("Delete selected images");
   EXPECT_EQ(doc.imageCount(), 6);
@@ -108,7 +108,7 @@ TEST_F(VideoDocument, DeletesImagesIntoANewMovieAfterAsking) {
   EXPECT_THAT(levels(), ElementsAre(10, 11, 14, 15));
   EXPECT_EQ(doc.frameCount, 4);
   EXPECT_EQ(doc.selectionFirst, -1);
-  doc.select(1, 3);
+  EXPECT_TRUE(doc.select(1, 3));
   host.answers = {Answer::Yes};
   run("Delete nonselected images");
   EXPECT_EQ(host.messages.back(), "delete all images except image 1 upto image 3?");
@@ -130,11 +130,11 @@ TEST_F(VideoDocument, SplitsMergesAndExchangesFields) {
   run("Merge into frames");
   EXPECT_EQ(doc.imageCount(), 2);
   EXPECT_EQ(doc.theImage()->height, 8);
-  doc.select(1, -1);
+  EXPECT_TRUE(doc.select(1, -1));
   doc.processImages("", [](CZZimage& each) {
     for (int32_t y = 0; y < 8; ++y) each.row(y)[2] = static_cast<uint8_t>(y);
   });
-  doc.select(1, -1);
+  EXPECT_TRUE(doc.select(1, -1));
   run("Switch lines");
   doc.showImage(1);
   std::vector<int> rows;
@@ -150,13 +150,13 @@ TEST_F(VideoDocument, ComparesImagesWithOthers) {
   b.fill(11);
   a.squaredDifference(b);
   doc.showImage(1);
-  doc.select(1, 4);
+  EXPECT_TRUE(doc.select(1, 4));
   run("Square of differences to current image");
   EXPECT_EQ(levels().size(), 3u);
   EXPECT_EQ(levels()[0], 0);
   EXPECT_EQ(levels()[2], a.row(0)[1]);
   CVivoCapDoc& other = openMovie("b.mve", 4);
-  other.select(1, 4);
+  EXPECT_TRUE(other.select(1, 4));
   run("Square of differences");
   EXPECT_EQ(levels().size(), 2u) << "one less than the selection has";
 }
@@ -164,7 +164,7 @@ TEST_F(VideoDocument, ComparesImagesWithOthers) {
 TEST_F(VideoDocument, AveragesTheSelectionOnTheCanvasOfItsOffsets) {
   CVivoCapDoc& doc = openMovie("a.mve", 4);
   doc.movie->setOrigin(1, {3, -2});
-  doc.select(0, 2);
+  EXPECT_TRUE(doc.select(0, 2));
   run("Average whole sequence");
   ASSERT_NE(image(), &doc);
   EXPECT_EQ(image()->title(), "aAv0-2");
@@ -177,9 +177,38 @@ TEST_F(VideoDocument, AveragesTheSelectionOnTheCanvasOfItsOffsets) {
   EXPECT_EQ(mean.row(4)[5], 10) << "(10 + 11) / 2, cut";
   EXPECT_EQ(image()->imageOrigin(), (Point{0, -2}));
   app->documents.activate(doc);
-  doc.select(-1, -1);
+  EXPECT_TRUE(doc.select(-1, -1));
   run("Average whole sequence");
   EXPECT_EQ(image()->title(), "aAv0-4");
+}
+
+TEST_F(VideoDocument, KeepsTheHeightOfAnAverageOfFields) {
+  useWorkFolder();
+  compressoutput = 1;
+  openMovie("a.mve", 2);
+  run("Split images into fields");
+  EXPECT_EQ(video().moviePath, folder.file("aA.avi"));
+  run("Average whole sequence");
+  EXPECT_EQ(image()->theImage()->frameHeight(), 8);
+  reopen("mean.tv1");
+  EXPECT_EQ(image()->theImage()->frameHeight(), 8) << "in a file that can hold fields";
+}
+
+TEST_F(VideoDocument, RefusesASelectionOfNoImages) {
+  CVivoCapDoc& doc = openMovie("a.mve", 9);
+  struct Case {
+    int32_t first, last;
+  } const none[] = {{5, 5}, {8, 3}, {-1, 0}, {0, 0}};
+  for (const Case& c : none) {
+    SCOPED_TRACE(c.first);
+    EXPECT_THAT(doc.select(c.first, c.last).why(), HasSubstr("are none"));
+    host.fill({{"first", std::to_string(c.first)}, {"last", std::to_string(c.last)}});
+    run("Select images");
+    EXPECT_THAT(host.messages.back(), HasSubstr("are none"));
+    EXPECT_THAT(doc.selectRange(c.first, c.last).why, HasSubstr("are none"));
+  }
+  EXPECT_FALSE(doc.selectRange(9, -1).ok) << "behind the last";
+  EXPECT_EQ(doc.selection().size(), 9);
 }
 
 TEST_F(VideoDocument, TakesATracesChangesOffTheBrightness) {
@@ -222,7 +251,7 @@ TEST_F(VideoDocument, EditsSelectionPropertiesAndFolders) {
   EXPECT_EQ(settings.getInt("Dynamic settings", "compressoutput", 0), 1);
   host.paths = {std::nullopt};
   settings.setString("directories", "tempdir", "");
-  doc.select(0, 2);
+  EXPECT_TRUE(doc.select(0, 2));
   host.answers = {Answer::Yes};
   run("Delete selected images");
   EXPECT_EQ(host.messages.back(), "Select Temporary work folder");

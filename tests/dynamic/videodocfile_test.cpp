@@ -129,12 +129,12 @@ TEST_F(VideoFiles, SavesAsWithTheLinkOrWithACopyOfTheSelection) {
   run("Save As");
   EXPECT_EQ(doc.moviePath, folder.file("copy.mve"));
   EXPECT_THAT(doc.notes, HasSubstr("images 0 to 5 saved as " + folder.file("copy.mve")));
-  doc.select(1, 3);
+  EXPECT_TRUE(doc.select(1, 3));
   run("Save As");
   EXPECT_EQ(doc.moviePath, folder.file("part.mve")) << "a selection is saved without a question";
   EXPECT_THAT(levels(), ElementsAre(11, 12));
   EXPECT_EQ(doc.selection().size(), 2);
-  doc.select(0, 1);
+  EXPECT_TRUE(doc.select(0, 1));
   run("Save As");
   EXPECT_EQ(doc.moviePath, folder.file("part.mve")) << "cancelled: nothing changed";
   EXPECT_TRUE(fileExists(folder.file("m.mve")));
@@ -180,7 +180,9 @@ TEST_F(VideoFiles, GivesVideoFilesTheDocumentsRate) {
   run("Save As");
   EXPECT_EQ(video().moviePath, folder.file("w.z.avi"));
   useWorkFolder();
+  host.answers = {Answer::Yes};
   run("Import");
+  EXPECT_THAT(host.messages.back(), HasSubstr("Add the 3 images of m.mve behind the 3 of this video?"));
   EXPECT_THAT(video().notes, HasSubstr("imported m.mve"));
   run("Import AVI");
   EXPECT_THAT(video().notes, HasSubstr("imported avi w.z.avi imported\r\n"));
@@ -205,6 +207,32 @@ TEST_F(VideoFiles, OfColoursTellHowTheyBecameGrey) {
     process.videoTemplate->discard(video());
   }
   resetPaletteSettings();
+}
+
+TEST_F(VideoFiles, ImportGoesByTheFileWhateverIsInFront) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  const std::string wide = writeMovieFile(folder.file("wide.mve"), 2, {24, 8}, [](CZZimage&, int32_t) {});
+  ASSERT_TRUE(CZZimage(4, 4).save(folder.file("still.bmp")));
+  const auto importFrom = [&](CDocument& front, const char* name) {
+    app->documents.activate(front);
+    host.paths = {folder.file(name)};
+    run("Import");
+    return app->documents.active();
+  };
+  CDocument* still = importFrom(doc, "still.bmp");
+  EXPECT_EQ(still->type(), process.imageTemplate);
+  EXPECT_NE(importFrom(*still, "still.bmp"), still);
+  EXPECT_EQ(importFrom(*still, "m.mve")->type(), process.videoTemplate);
+  EXPECT_NE(importFrom(doc, "wide.mve"), &doc) << "its images would not fit";
+  CDocument* chart = process.reviewTemplate->newDocument();
+  EXPECT_EQ(importFrom(*chart, "wide.mve")->type(), process.videoTemplate);
+  writeMovie("more.mve", 2);
+  host.answers = {Answer::Cancel, Answer::No};
+  EXPECT_EQ(importFrom(doc, "more.mve"), &doc);
+  EXPECT_NE(importFrom(doc, "more.mve"), &doc);
+  EXPECT_EQ(doc.imageCount(), 3);
+  EXPECT_FALSE(doc.importMovie(wide, false));
+  EXPECT_THAT(host.messages.back(), HasSubstr("it has 24 x 8 grey frames, and this one 16 x 8"));
 }
 
 TEST_F(VideoFiles, ExportsNothingOverTheMovieItIsReading) {
@@ -244,7 +272,7 @@ TEST_F(VideoFiles, ExportsAndImportsAvi) {
   ASSERT_TRUE(doc.onSaveDocument(folder.file("hand.dtv")));
   doc.setPathName(folder.file("hand.dtv"));
   doc.fps = 29.97;
-  doc.select(1, 4);
+  EXPECT_TRUE(doc.select(1, 4));
   run("Export uncompressed avi");
   const std::string avi = folder.file("hand-export.avi");
   ASSERT_TRUE(fileExists(avi));

@@ -129,18 +129,33 @@ TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
 
 // --- new movies of one
 
-TEST_F(MovieTest, FramesOfAnotherKindAreCutOrFilledUpWhenTheyAreAppended) {
-  CZZMovie movie, other;
+TEST_F(MovieTest, OnlyFramesThatLoseNothingAreAppended) {
+  CZZMovie movie, wide, colour;
   ASSERT_TRUE(movie.open(recorded("a.mve", 6)));
   EXPECT_FALSE(movie.deleteFrames(folder.file("out.mve"), -1, -1));
+  fill(wide, "", 1, 1, false, 20);
+  EXPECT_FALSE(movie.append(wide, folder.file("out.mve")));
+  EXPECT_EQ(movie.failure(), "it has 20 x 6 grey frames, and this one 16 x 6 grey frames");
   source.colours = kColour;
-  source.draw = [](CZZimage& image, int32_t) { image.fill(99); };
-  fill(other, "", 1, 1, false, 20, 4);
-  ASSERT_TRUE(movie.append(other, folder.file("out.mve")));
-  const CZZimage& last = movie.frameAt(6);
-  EXPECT_EQ(last.width, kWidth);
-  EXPECT_NEAR(last.row(3)[15], 99, 1);
-  EXPECT_TRUE(last.row(4)[0] == 0 && last.row(5)[15] == 0);
+  fill(colour, "c.mve", 1, 1);
+  EXPECT_FALSE(movie.append(colour, folder.file("out.mve")));
+  EXPECT_FALSE(fileExists(folder.file("out.mve")));
+  ASSERT_TRUE(colour.append(movie, folder.file("out.mve"))) << "grey among colour";
+  EXPECT_EQ(colour.frameAt(6).row(3)[3 * 15 + 1], levelAt(5, 3, 15));
+}
+
+TEST_F(MovieTest, TheAverageOfFieldsIsTheSameFromAnAvi) {
+  source.progressive = false;
+  source.draw = [](CZZimage& image, int32_t) { image.fill(77); };
+  CZZMovie movie;
+  fill(movie, "a.mve", 2, 2, false, 64, 48);
+  CZZimage fromMve, fromAvi;
+  ASSERT_TRUE(movie.averageInto(fromMve, -1, -1));
+  ASSERT_TRUE(movie.saveFrames(folder.file("b.avi"), -1, -1));
+  ASSERT_TRUE(movie.averageInto(fromAvi, -1, -1));
+  EXPECT_EQ(fromAvi.frameHeight(), 48);
+  EXPECT_EQ(fromAvi.isField(), fromMve.isField());
+  EXPECT_EQ(fromAvi.height, fromMve.height);
 }
 
 TEST_F(MovieTest, PlanesBecomeColoursAndColoursGrey) {

@@ -114,7 +114,7 @@ TEST_F(MovieTest, NothingIsAllocatedForAFrame) {
       start(movie, name, 4, true);
       const CZZimage image(kWidth, kHeight);
       const int64_t before = allocations;
-      for (int32_t k = 0; k < 50; ++k) movie.addFrame(image, progressive ? 0 : 1 + k % 2);
+      for (int32_t k = 0; k < 50; ++k) (void)movie.addFrame(image, progressive ? 0 : 1 + k % 2);
       EXPECT_EQ(allocations - before, 0);
       movie.stopRecording();
       EXPECT_EQ(allocations > before, *name != 0);  // counting works
@@ -143,7 +143,7 @@ class KilledRecording : public MovieTest, public testing::WithParamInterface<Kil
     if (!movie.record(ring ? kRing : 20000, path, 0, 0, kColumns, kRows, false)) ::_exit(1);
     for (int32_t number = 0; number < 60000; ++number) {
       (video ? paintBars : paint)(image, number);
-      movie.addFrame(image, 0);
+      (void)movie.addFrame(image, 0);
       if (::write(pipe, &number, sizeof number) != sizeof number) ::_exit(1);
     }
     for (;;) ::pause();

@@ -100,7 +100,7 @@ TEST_F(VideoFaults, AMovieOfEveryCodecLosesNoWholeFrameToAKill) {
         std::string why;
         auto writer = VideoWriter::create(path, {.width = kWidth, .height = kHeight, .codec = codec}, why);
         for (int32_t i = 0; writer; ++i) {
-          writer->write(barred(i, kWidth, kHeight).data(), kWidth);
+          if (!writer->write(barred(i, kWidth, kHeight).data(), kWidth)) break;
           const auto written = static_cast<int32_t>(writer->framesWritten());
           if (::write(told[1], &written, sizeof written) < 0) break;
         }
