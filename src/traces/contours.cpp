@@ -1,7 +1,6 @@
 #include "traces/contours.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "base/text.h"
 #include "settings/settings.h"
@@ -62,15 +61,19 @@ void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSetti
   if (!buffer.isReady()) return noteLowMemory();
   // Spectra that were scaled to fit their items carry the scale in ygain, and their extent is as much less.
   const double scale = spectrum.yunits == "kHz" && spectrum.ygain > 0 ? spectrum.ygain / 0.001 : 1.0;
+  const ShownValues power(spectrum), shownResult(target);
   double accepted = 0;
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);
-    double value =
-        cbvfind(*review.analysis, buffer.read(*spectrum.data, row)) * (spectrum.extent(row) * scale) / width;
+    const std::span<double> bins = buffer.read(*spectrum.data, row);
+    for (double& bin : bins) bin = power.of(bin);
+    double value = cbvfind(*review.analysis, bins) * (spectrum.extent(row) * scale) / width;
+    double shown = shownResult.of(value);
     if (k == 0)
-      accepted = value;
+      accepted = shown;
     else
-      artifactcheck(review.artifacts, accepted, value);
+      artifactcheck(review.artifacts, accepted, shown);
+    if (shown != shownResult.of(value) && shownResult.hasItems()) value = shownResult.item(shown);
     const uint32_t index = aligned ? row : k;
     if (index < target.size()) target.data->putval(index, value);
   }
@@ -121,9 +124,12 @@ ZZTrace::Own signalStrength(const C2DTrace& spectrum) {
     noteLowMemory();
     return nullptr;
   }
+  const ShownValues scale(spectrum);
   for (uint32_t row = 0; row < spectrum.size(); ++row) {
-    const auto bins = buffer.read(*spectrum.data, row).subspan(1);
-    power->data->putval(row, std::accumulate(bins.begin(), bins.end(), 0.0));
+    double sum = 0;
+    if (spectrum.extent(row) != 0)
+      for (const double bin : buffer.read(*spectrum.data, row).subspan(1)) sum += scale.of(bin);
+    power->data->putval(row, sum);
   }
   return power;
 }

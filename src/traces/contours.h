@@ -17,9 +17,10 @@ struct ReviewSettings {
   const ArtifactSettings* artifacts = nullptr;  // none: every value passes
 };
 
-// For each selected row cbvfind(row) * extent / width. The first value stands as it is, later ones pass the
-// artifact check against the last accepted. Row k of the selection gives sample k of the target, or,
-// `aligned`, the sample of the row's own index. Samples that the target hasn't are left out.
+// For each selected row cbvfind(row) * extent / width, row meaning its shown values. The first value stands
+// as it is, later ones pass the artifact check against the last accepted, as the target shows them. Row k of
+// the selection gives sample k of the target, or, `aligned`, the sample of the row's own index. Samples that
+// the target hasn't are left out.
 void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review, ZZTrace& target,
                 bool aligned);
 
@@ -30,7 +31,8 @@ Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target);
 ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
                           double dopplerscale = kDefaultDopplerScale);
 
-// The sum of each row from bin 1, over the whole trace; looks by section `PowerTrace`. Null as above.
+// The sum of each row's shown values from bin 1, over the whole trace, 0 of rows that hold nothing; looks by
+// section `PowerTrace`. Null as above.
 ZZTrace::Own signalStrength(const C2DTrace& spectrum);
 
 // Contours have the spectrum's size, ring and clock; outside the selection they are 0. Method and threshold
