@@ -243,6 +243,7 @@ void ZchartDoc::deleteContents() {
   traces.items.clear();
   markers.Clear();
   clock = 0.0;
+  counters = {};
   damage.clear();
 }
 

@@ -2,6 +2,7 @@
 // (docs/formats/zz1.md). Every document of signals derives from it.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -92,7 +93,8 @@ class ZchartDoc : public CdbDocument {
   void serializeRest(Archive& archive);  // what follows the list
   Steps perform(Steps steps);
   std::vector<Steps> undoable, redoable;
-  std::string damage;  // why only part of the file could be read; empty for all of it
+  std::array<int32_t, 2> counters{};  // of the instrument's programs, kept as the file brought them
+  std::string damage;                 // why only part of the file could be read; empty for all of it
 };
 
 // Notices to the views wait until the batch is through.

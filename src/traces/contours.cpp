@@ -62,6 +62,9 @@ void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSetti
   // Spectra that were scaled to fit their items carry the scale in ygain, and their extent is as much less.
   const double scale = spectrum.yunits == "kHz" && spectrum.ygain > 0 ? spectrum.ygain / 0.001 : 1.0;
   const ShownValues power(spectrum), shownResult(target);
+  // What other spectra left would change the first of these.
+  resetNoiseFloor();
+  resetArtifactCount();
   double accepted = 0;
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);

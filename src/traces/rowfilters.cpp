@@ -86,7 +86,6 @@ void normaliseToSelection(C2DTrace& trace, Selection selection) {
     for (size_t i = 0; i < row.size(); ++i)
       row[i] = background[i] == 0 ? 0.0 : 1000.0 * row[i] / background[i];
   });
-  trace.reachGreatestItem();
 }
 
 std::unique_ptr<C2DTrace> halvedTrace(const C2DTrace& trace) {

@@ -21,6 +21,11 @@ class ShownValues {
   // Of a trace that hasItems, for the vector to store: whole-number items stay within their range.
   double item(double shown) const;
   double nearestItem(double shown) const;  // a whole one of a whole-number vector
+  void giveTo(ZZTrace& trace) const {
+    trace.ygain = gain;
+    trace.yoffset = offset;
+  }
+  bool isThatOf(const ShownValues& other) const { return gain == other.gain && offset == other.offset; }
   // What a sum of items, times their weights, lacks to be that of the shown values.
   double shift(double weights) const { return hasItems() ? (weights - 1) * offset / gain : 0; }
 

@@ -13,6 +13,7 @@ void smoothRows(ZZTrace& trace, const RingSpan& span, double alpha) {
 // The limits of the check are of shown values.
 void smoothSamples(std::span<double> samples, double alpha, const ArtifactSettings* artifacts,
                    const ShownValues& scale) {
+  resetArtifactCount();
   double out = samples[0];
   double previous = scale.of(samples[0]);
   for (double& sample : samples.subspan(1)) {
