@@ -17,13 +17,6 @@ struct ReviewSettings {
   const ArtifactSettings* artifacts = nullptr;  // none: every value passes
 };
 
-// For each selected row cbvfind(row) * extent / width, row meaning its shown values. The first value stands
-// as it is, later ones pass the artifact check against the last accepted, as the target shows them. Row k of
-// the selection gives sample k of the target, or, `aligned`, the sample of the row's own index. Samples that
-// the target hasn't are left out.
-void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review, ZZTrace& target,
-                bool aligned);
-
 // Whether a chosen trace can take the result: it must be plain, and of the same period.
 Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target);
 

@@ -94,8 +94,9 @@ std::unique_ptr<C2DTrace> halvedTrace(const C2DTrace& trace) {
   auto halved = std::make_unique<C2DTrace>(rowCodeOf(trace), trace.size(), trace.width() / 2);
   if (!halved->data) return nullptr;
   halved->copyprops(trace);
+  const double kept = 2.0 * halved->width() / trace.width();  // of the extent: an odd bin is left over
   for (uint32_t row = 0; row < trace.size(); ++row) {
-    halved->setextent(row, trace.extent(row));
+    halved->setextent(row, trace.extent(row) * kept);
     const CdataVect::Own source = trace.data->getArray(row);
     halved->data->getArray(row)->binaverage(*source, 2);
   }

@@ -43,9 +43,13 @@ Range itemRange(int32_t typecode) {
 }  // namespace
 
 ShownValues::ShownValues(const ZZTrace& trace) : gain(trace.ygain), offset(trace.yoffset) {
-  if (dynamic_cast<const C2DTrace*>(&trace) && trace.yunits == "kHz") {
+  const bool isRows = dynamic_cast<const C2DTrace*>(&trace) != nullptr;
+  if (isRows && trace.yunits == "kHz") {
     gain /= kKiloHertz;
     offset /= kKiloHertz;
+  } else if (isRows && trace.yunits == "mm/s") {
+    gain = 1;
+    offset = 0;
   }
   const Range range = itemRange(trace.typecode());
   least = range.least;

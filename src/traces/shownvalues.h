@@ -10,8 +10,8 @@
 
 namespace tarnvisor {
 
-// The scale of a trace at the time. That of a spectrum in kHz is for frequencies stored in Hz; its powers are
-// shown a thousandfold, so items stand for themselves where they weren't scaled to fit.
+// The scale of a trace at the time. That of a spectrum in kHz or mm/s is for its frequencies, stored in Hz,
+// and items stand for themselves; but in kHz it is 0.001 times what its powers were scaled by to fit.
 class ShownValues {
  public:
   explicit ShownValues(const ZZTrace& trace);

@@ -66,7 +66,7 @@ TEST(RowFilters, HalveRowsOfAtLeastFive) {
   rows->fullscale = 3;
   const auto halved = halvedTrace(*rows);
   EXPECT_THAT(samplesOf(*halved), ElementsAre(2, 6, 0, 2));
-  EXPECT_THAT(samplesOf(*halved->rowvalues), ElementsAre(5, 0));
+  EXPECT_THAT(samplesOf(*halved->rowvalues), ElementsAre(4, 0)) << "of five bins";
   EXPECT_EQ(halved->typecode(), kUint8Code);
   EXPECT_EQ(halved->width(), 2);
   EXPECT_EQ(halved->name, "n");
@@ -288,9 +288,25 @@ TEST(Spectra, AreJudgedByTheirShownPowers) {
     EXPECT_EQ(spectrum->data->at(0, 5) * scale, 80);
     EXPECT_EQ(spectrum->data->at(0, 6), 0);
   }
+  // In mm/s the scale is for velocities.
+  auto velocities = rowsOf({powers});
+  velocities->yunits = "mm/s";
+  velocities->ygain = kDefaultDopplerScale;
+  EXPECT_THAT(samplesOf(*signalStrength(*velocities)), ElementsAre(480));
   auto empty = rowsOf({{0, 1, 2}});
   empty->zeroat(0);
   EXPECT_THAT(samplesOf(*signalStrength(*empty)), ElementsAre(0));
+}
+
+TEST(Contours, HoldFrequenciesBeyondTheirItems) {
+  auto spectrum = spectra(2);
+  spectrum->yunits = "kHz";
+  spectrum->ygain = 0.001;
+  spectrum->rowvalues->fill(320'000);
+  CbvAnalysis analysis;
+  const auto contours = levelContours(*spectrum, {}, {&analysis, nullptr}, {.min = 250, .tracenumber = 1});
+  EXPECT_NEAR(contours[0]->displayed(contours[0]->data->at(0)), 80, 0.01);
+  EXPECT_NEAR(contours[0]->displayed(contours[0]->data->at(1)), 100, 0.01);
 }
 
 // Shown: 10 + 2 * item.
