@@ -69,6 +69,13 @@ std::vector<std::string> split(std::string_view text, char separator) {
   }
 }
 
+std::string csvCell(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (const char c : text) quoted.append(c == '"' ? 2 : 1, c);
+  return quoted + "\"";
+}
+
 bool endsWithIgnoringCase(std::string_view text, std::string_view ending) {
   return text.size() >= ending.size() && equalIgnoringCase(text.substr(text.size() - ending.size()), ending);
 }

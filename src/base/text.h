@@ -30,6 +30,8 @@ std::string replaced(std::string text, char from, char to);
 std::string filledIn(std::string message, std::string_view text);
 // Parts between separators; an empty text has one empty part.
 std::vector<std::string> split(std::string_view text, char separator);
+// A cell of comma-separated text: in quotes, its own doubled, where it holds a comma, a quote or a line end.
+std::string csvCell(const std::string& text);
 bool endsWithIgnoringCase(std::string_view text, std::string_view ending);
 
 }  // namespace tarnvisor

@@ -244,6 +244,7 @@ void ZchartDoc::deleteContents() {
   traces.items.clear();
   markers.Clear();
   clock = 0.0;
+  counters = {};
 }
 
 }  // namespace tarnvisor

@@ -2,6 +2,7 @@
 // (docs/formats/zz1.md). Every document of signals derives from it.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -90,6 +91,7 @@ class ZchartDoc : public CdbDocument {
   void serializeRest(Archive& archive);  // what follows the list
   Steps perform(Steps steps);
   std::vector<Steps> undoable, redoable;
+  std::array<int32_t, 2> counters{};  // of the instrument's programs, kept as the file brought them
 };
 
 // Notices to the views wait until the batch is through.

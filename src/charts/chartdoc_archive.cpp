@@ -1,5 +1,4 @@
 // The stored form of a chart. docs/formats/zz1.md tells it.
-#include <array>
 #include <filesystem>
 
 #include "archive/archive.h"
@@ -16,9 +15,6 @@ constexpr uint32_t kMagic = 0x5A5A;
 constexpr uint16_t kVersion = 32;
 constexpr uint16_t kSettingsVersion = 3;
 constexpr uint16_t kMarkersVersion = 1;
-
-// Stored with every chart and meant for the instrument's programs: kept as the last file brought them.
-std::array<int32_t, 2> counters{};
 
 }  // namespace
 

@@ -52,7 +52,10 @@ std::unique_ptr<CZZimage> imageFromTrace(const C2DTrace& trace) {
   std::vector<double> items(trace.width());
   for (uint32_t age = 0; age < rows; ++age) {
     const auto index = static_cast<uint32_t>((uint64_t{trace.origin} + age) % trace.size());
-    if (trace.data->getcopy(items.data(), index, 1) < 1) continue;
+    if (trace.extent(index) == 0)
+      std::ranges::fill(items, trace.fsoffset);  // nothing is shown of it
+    else if (trace.data->getcopy(items.data(), index, 1) < 1)
+      continue;
     uint8_t* row = image->row(static_cast<int32_t>(age));
     for (size_t i = 0; i < items.size(); ++i)
       row[i] = static_cast<uint8_t>(C2DScreenTrace::paletteIndex(items[i], trace.fullscale, trace.fsoffset));

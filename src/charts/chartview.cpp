@@ -274,6 +274,7 @@ std::vector<StatusPane> ZchartView::panes() const {
   }
   if (hasSelection() && !doc.running) texts[3].text = format("dx = %.3f ", selto - selfrom);
   if (!rows) return texts;
+  const ShownValues strength(*rows);
   double height = 0;
   std::vector<Strip> all = strips(plotArea());
   for (const Strip& strip : all)
@@ -282,10 +283,11 @@ std::vector<StatusPane> ZchartView::panes() const {
       const double extent = rows->rowvalues ? rows->rowvalues->at(index) * std::abs(rows->ygain) : 0;
       const double item = extent > 0 ? std::floor(height / extent * rows->width()) : -1;
       const bool inRow = item >= 0 && item < rows->width();
-      const double raw = inRow ? trace->data->at(index, static_cast<uint32_t>(item)) : 0.0;
-      texts[2].text = format("y = %.3f ", raw);
+      const double value = inRow ? strength.of(trace->data->at(index, static_cast<uint32_t>(item))) : 0.0;
+      texts[2].text = format("y = %.3f ", value);
     }
-  texts[4].text = format("%.2f FS=%5.f OS=%5.f", height, rows->fullscale, rows->fsoffset);
+  texts[4].text = format("%.2f FS=%5.f OS=%5.f", height, strength.of(rows->fullscale) - strength.of(0),
+                         strength.of(rows->fsoffset));
   return texts;
 }
 

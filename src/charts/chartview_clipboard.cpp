@@ -1,4 +1,5 @@
 // Cut, copy, paste and deletion on a chart.
+#include <cmath>
 #include <new>
 
 #include "app/basicapp.h"
@@ -7,6 +8,7 @@
 #include "charts/chartview.h"
 #include "charts/markereditor.h"
 #include "host/host.h"
+#include "traces/traceselection.h"
 
 namespace tarnvisor {
 
@@ -50,6 +52,35 @@ ZZTrace::Own partOf(const ZZTrace& trace, uint32_t from, uint32_t count) {
   if (trace.origin % size == 0) return trace.clone(from, size);
   const ZZTrace::Own inOrder = trace.clone(0, 0);
   return inOrder->data ? inOrder->clone(age, size) : nullptr;
+}
+
+// The item that shows 0, or comes nearest to it.
+double zeroOf(const ZZTrace& trace) {
+  const ShownValues shown(trace);
+  return shown.hasItems() ? shown.nearestItem(0) : 0;
+}
+
+// `count` samples, or rows with their extents, from the oldest on, over those at `first`, which show the same
+// values then. False without memory.
+bool pasteValues(const ZZTrace& source, ZZTrace& target, uint32_t first, uint32_t count) {
+  const ShownValues shown(source), own(target);
+  const bool sameItems = own.isThatOf(shown) && source.typecode() == target.typecode();
+  const auto* from = dynamic_cast<const C2DTrace*>(&source);
+  auto* into = dynamic_cast<C2DTrace*>(&target);
+  RowBuffer buffer(source.data->width);
+  if (!buffer.isReady()) return false;
+  for (uint32_t k = 0; k < count; ++k) {
+    const uint32_t to = (first + k) % target.size(), at = (source.origin + k) % source.size();
+    if (sameItems) {
+      target.data->copyfrom(to, *source.data, 1, at);
+    } else {
+      for (double& item : buffer.read(*source.data, at)) item = own.nearestItem(shown.of(item));
+      buffer.write(*target.data, to);
+    }
+    if (from && into) into->setextent(to, from->extent(at) * std::abs(source.ygain / target.ygain));
+  }
+  if (into) into->reachGreatestItem();
+  return true;
 }
 
 }  // namespace
@@ -118,7 +149,8 @@ void ZchartView::removeSelected() {
   if (!hasSelection()) return change.remove(*trace);
   const auto range = rangeIn(*trace);
   if (!selectionToWorkOn() || !range || !change.altering(*trace)) return;
-  for (uint32_t k = 0; k < range->count; ++k) trace->data->putval((range->from + k) % trace->size(), 0.0);
+  const double zero = zeroOf(*trace);
+  for (uint32_t k = 0; k < range->count; ++k) trace->data->putval((range->from + k) % trace->size(), zero);
 }
 
 void ZchartView::clearTraces() {
@@ -126,7 +158,10 @@ void ZchartView::clearTraces() {
   ZchartDoc::Change change(doc);
   for (const auto& trace : doc.traces.items) {
     if (!trace->data || !change.altering(*trace)) continue;
-    for (uint32_t i = 0; i < trace->size(); ++i) trace->zeroat(i);
+    if (rowsOf(trace.get()))
+      for (uint32_t i = 0; i < trace->size(); ++i) trace->zeroat(i);
+    else
+      trace->data->fill(zeroOf(*trace));
   }
 }
 
@@ -144,19 +179,12 @@ void ZchartView::paste() {
   }
   // Rows go into rows as wide, samples into samples.
   const auto range = rangeIn(*trace);
-  const bool takes = range && (rowsOf(trace) != nullptr) == (rowsOf(pasted.get()) != nullptr) &&
+  const bool takes = range && ShownValues(*trace).hasItems() &&
+                     (rowsOf(trace) != nullptr) == (rowsOf(pasted.get()) != nullptr) &&
                      trace->data->width == pasted->data->width;
   if (!takes) return doc.report(kNothingInCommon);
   if (!change.altering(*trace)) return;
-  C2DTrace* into = rowsOf(trace);
-  const C2DTrace* from = rowsOf(pasted.get());
-  for (uint32_t k = 0; k < std::min(range->count, pasted->size()); ++k) {
-    const uint32_t to = (range->from + k) % trace->size();
-    const uint32_t source = (pasted->origin + k) % pasted->size();
-    trace->data->copyfrom(to, *pasted->data, 1, source);
-    if (into && from && into->rowvalues && from->rowvalues)
-      into->rowvalues->putval(to, from->rowvalues->at(source));
-  }
+  if (!pasteValues(*pasted, *trace, range->from, std::min(range->count, pasted->size()))) noteLowMemory();
 }
 
 }  // namespace tarnvisor

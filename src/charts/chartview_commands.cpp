@@ -538,7 +538,7 @@ void ZchartView::chartResults() {
                                         {"min", summary.minimum},
                                         {"% used", summary.percentUsed},
                                         {"Sum", summary.sum}});
-  if (!addResultRow(kChartResults, record)) doc.report(kLowMemory);
+  if (!addResultRow(kChartResults, record, &doc)) doc.report(kLowMemory);
 }
 
 void ZchartView::imageFromTrace() {

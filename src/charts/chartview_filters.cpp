@@ -49,7 +49,10 @@ void ZchartView::alter(Act act) {
   if (!selection) return;
   const WaitScope wait;
   ZchartDoc::Change change(doc);
-  if (ZZTrace& trace = *active(); change.altering(trace)) act(trace, *selection);
+  ZZTrace& trace = *active();
+  if (!change.altering(trace)) return;
+  act(trace, *selection);
+  if (C2DTrace* rows = rowsOf(&trace)) rows->reachGreatestItem();
 }
 
 // Runs what makes new traces of the active one over the selection; the last of them becomes the active one.

@@ -1,9 +1,12 @@
 #include "charts/livechartdoc.h"
 
+#include <cmath>
+
 #include "app/basicapp.h"
 #include "app/processstate.h"
 #include "base/text.h"
 #include "charts/chartmeasures.h"
+#include "traces/shownvalues.h"
 
 namespace tarnvisor {
 
@@ -31,14 +34,18 @@ CdataVect* ZliveChartDoc::setseries(ZchartView* view, uint32_t& size, double per
   return trace->data.get();
 }
 
-CdataVect* ZliveChartDoc::setseriesfrom(ZchartView* view, const std::string& name, const C2DTrace& model) {
+CdataVect* ZliveChartDoc::setseriesfrom(ZchartView* view, const std::string& name, const C2DTrace& model,
+                                        uint32_t row) {
   constexpr double kPerScreenUnit = 0.00390625;
   uint32_t size = model.width();
-  const double period = model.ygain;
+  const double extent = model.extent(row) * std::abs(model.ygain);
+  const double period = extent > 0 && std::isfinite(extent) ? extent / size : 1.0;
   CdataVect* vector = setseries(view, size, period, model.yunits, name, model.typecode(), "");
   if (!vector) return nullptr;
+  const ShownValues strength(model);
+  strength.giveTo(*firsttrace());
   firsttrace()->pixelperiod = model.xscale;
-  firsttrace()->xscale = model.fullscale * kPerScreenUnit;
+  firsttrace()->xscale = (strength.of(model.fullscale) - strength.of(0)) * kPerScreenUnit;
   return vector;
 }
 
@@ -85,10 +92,11 @@ namespace {
 void fill(ZliveChartDoc& chart, ZchartView& view, C2DTrace& rows) {
   uint32_t index = 0;
   if (!rows.size() || !view.screenTrace(rows).indexAt(view.cursor, index)) return;
-  CdataVect* vector = chart.setseriesfrom(viewOf(chart), rows.name, rows);
+  CdataVect* vector = chart.setseriesfrom(viewOf(chart), rows.name, rows, index);
   if (!vector) return;
   const CdataVect::Own row = rows.data->getArray(index);
   if (row) vector->copyfrom(0, *row, rows.width(), 0);
+  if (rows.extent(index) == 0) vector->fill(0.0);
   chart.updateAllViews();
 }
 

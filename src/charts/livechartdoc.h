@@ -17,9 +17,10 @@ class ZliveChartDoc : public ZchartDoc {
   // change. view: the one that shows the chart, told to go on showing all of it; may be null.
   CdataVect* setseries(ZchartView* view, uint32_t& size, double period, const std::string& xunits,
                        const std::string& name, int32_t typecode, const std::string& yunits);
-  // As wide and of the type of a row of the model; its period is the model's ygain, its pixelperiod the
-  // model's xscale, and its full scale the model's.
-  CdataVect* setseriesfrom(ZchartView* view, const std::string& name, const C2DTrace& model);
+  // As wide and of the type of a row of the model. Along x stands what the model's chart has along y there,
+  // so the period is that of the row's bins; its pixelperiod is the model's xscale, and its full scale the
+  // model's.
+  CdataVect* setseriesfrom(ZchartView* view, const std::string& name, const C2DTrace& model, uint32_t row);
 };
 
 class ZliveChartView : public ZchartView {

@@ -74,6 +74,33 @@ std::string summaryOfCounts(std::span<const double> counts) {
                 std::accumulate(counts.begin(), counts.end(), 0.0));
 }
 
+constexpr double kMostLevels = 1e8;
+
+// What of a path lies within the image, in its own frame rows.
+struct Piece {
+  Point from, to;
+  double length;
+};
+
+// What lies outside is cut off first: a damaged file's line may be of any length.
+std::vector<Piece> piecesWithin(const CZZimage& image, std::span<const Point> path) {
+  std::vector<Piece> pieces;
+  if (image.empty() || path.empty()) return pieces;
+  const Rect pixels{0, 0, image.width - 1, image.frameHeight() - 1};  // clipping counts both sides in
+  const Point origin = image.frameOrigin();
+  for (size_t i = 0; i < std::max<size_t>(1, path.size() - 1); ++i) {
+    Point a = path[i] - origin, b = path[std::min(i + 1, path.size() - 1)] - origin;
+    if (clipSegment(a, b, pixels, false)) pieces.push_back({a, b, std::hypot(b.x - a.x, b.y - a.y)});
+  }
+  return pieces;
+}
+
+double lengthOf(std::span<const Piece> pieces) {
+  double length = 0;
+  for (const Piece& piece : pieces) length += piece.length;
+  return length;
+}
+
 void showPath(ZliveChartDoc& chart, ZBasicDoc& document, std::span<const Point> path) {
   const Scale scale = document.scale();
   double pixels = 0, length = 0;
@@ -83,9 +110,12 @@ void showPath(ZliveChartDoc& chart, ZBasicDoc& document, std::span<const Point> 
     pixels += std::hypot(dx, dy);
     length += std::hypot(dx * scale.x, dy * scale.y);
   }
-  const double perValue = pixels > 0 && length > 0 ? length / pixels : 1.0;
-  fill(chart, levelsAlong(*document.theImage(), path), perValue, document.unitName(), document.title(),
-       "level");
+  const std::vector<double> levels = levelsAlong(*document.theImage(), path);
+  const double perPixel = pixels > 0 && length > 0 ? length / pixels : 1.0;
+  const double apart = levels.size() > 1
+                           ? lengthWithin(*document.theImage(), path) / static_cast<double>(levels.size() - 1)
+                           : 1.0;
+  fill(chart, levels, perPixel * apart, document.unitName(), document.title(), "level");
 }
 
 void refresh(LevelChart kind, ZliveChartDoc& chart, ZBasicDoc& document, int32_t selected) {
@@ -145,24 +175,26 @@ double greyLevelAt(const CZZimage& image, Point at) {
   return image.bytesPerPixel == 1 ? p[0] : greyOf(p);
 }
 
+double lengthWithin(const CZZimage& image, std::span<const Point> path) {
+  return lengthOf(piecesWithin(image, path));
+}
+
 std::vector<double> levelsAlong(const CZZimage& image, std::span<const Point> path) {
   std::vector<double> levels;
-  if (image.empty()) return levels;
-  const Rect whole{0, 0, image.width, image.frameHeight()};
-  const auto take = [&](Point p) {
-    if (whole.contains(p)) levels.push_back(greyLevelAt(image, p));
-  };
-  const Point origin = image.frameOrigin();
-  if (path.size() == 1) take(path.front() - origin);
-  for (size_t i = 1; i < path.size(); ++i) {
-    // What lies outside is cut off first: a damaged file's line may be of any length.
-    Point a = path[i - 1] - origin, b = path[i] - origin;
-    if (!clipSegment(a, b, whole, false)) continue;
-    const double dx = b.x - a.x, dy = b.y - a.y;
-    const int32_t steps = truncated(std::hypot(dx, dy));
-    for (int32_t n = 0; n < steps; ++n)
-      take({truncated(a.x + dx * n / steps + 0.5), truncated(a.y + dy * n / steps + 0.5)});
-    if (i + 1 == path.size()) take(b);
+  const std::vector<Piece> pieces = piecesWithin(image, path);
+  if (pieces.empty()) return levels;
+  const double length = lengthOf(pieces);
+  const double pixels = std::clamp(std::round(length), 1.0, kMostLevels);
+  const auto steps = static_cast<int32_t>(length > 0 ? pixels : 0);
+  auto piece = pieces.begin();
+  double before = 0;  // of the path, up to the piece
+  for (int32_t n = 0; n <= steps; ++n) {
+    const double at = steps > 0 ? length * n / steps : 0;
+    for (; at > before + piece->length && piece + 1 != pieces.end(); ++piece) before += piece->length;
+    const double part = piece->length > 0 ? std::min(1.0, (at - before) / piece->length) : 0;
+    const Point a = piece->from, b = piece->to;
+    levels.push_back(greyLevelAt(
+        image, {truncated(a.x + part * (b.x - a.x) + 0.5), truncated(a.y + part * (b.y - a.y) + 0.5)}));
   }
   return levels;
 }

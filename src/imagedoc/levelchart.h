@@ -24,10 +24,12 @@ void refreshLevelCharts(ZBasicDoc& document, int32_t selectedDimension);
 // which no dimension has yet.
 void previewLevelProfile(ZBasicDoc& document, std::span<const Point> path);
 
-// The grey levels along a path through the points, from the first to the last, one for each pixel of its
-// length; of colour the weighted grey. The points are the parent frame's, as marks are. What lies outside the
-// image is left out.
+// The grey levels along a path through the points, from the first to the last, evenly and as near to one for
+// each pixel of its length as that comes; of colour the weighted grey. The points are the parent frame's, as
+// marks are. What lies outside the image is left out.
 std::vector<double> levelsAlong(const CZZimage& image, std::span<const Point> path);
+// The length in pixels from the first of these levels to the last.
+double lengthWithin(const CZZimage& image, std::span<const Point> path);
 // A pixel's level, weighted where it has colours, at a frame row of the image itself. No bounds are checked.
 double greyLevelAt(const CZZimage& image, Point at);
 

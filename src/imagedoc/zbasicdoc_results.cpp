@@ -42,7 +42,7 @@ void ZBasicDoc::calculateAverage() {
                                  {"Tortuosity1", tortuosity1},
                                  {"Tort1 curves", double(curves)}});
   }
-  addResultRow(kImageResults, recordOf(kImageResults, title(), unitName(), values));
+  addResultRow(kImageResults, recordOf(kImageResults, title(), unitName(), values), this);
   updateAllViews();  // the lines have new breaks
 }
 

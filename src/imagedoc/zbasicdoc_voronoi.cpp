@@ -105,7 +105,8 @@ void addRow(ZBasicDoc& doc, const Area& area) {
                          {"#NN", double(links.size())},
                          {"Av NN", links.totalLength(s.x, s.y) / links.size()},
                          // The circles' diameters are horizontal, so that this takes in the scale of x alone.
-                         {"Av Krogh", circles.totalLength(s.x, s.y) / circles.size()}}));
+                         {"Av Krogh", circles.totalLength(s.x, s.y) / circles.size()}}),
+               &doc);
 }
 
 }  // namespace

@@ -21,6 +21,10 @@ constexpr int32_t kWithSubject = -1;
 // Of a file: the widest table has 21, and drawing looks for each column among all.
 constexpr size_t kMostColumns = 256;
 
+constexpr ColumnRecord kSubjectColumn{0, 1, "Subject ID", 16, 0, 0};
+constexpr ColumnRecord kExamColumn{0, 1, "Exam ID", 9, 0, 0};
+std::string examLabel(int32_t exam) { return exam >= 0 ? std::to_string(exam) : std::string(); }
+
 struct KindDocument {
   CResultDoc* document = nullptr;
 };
@@ -64,7 +68,10 @@ CResultDoc::~CResultDoc() {
   if (lastAddedTo == this) lastAddedTo = nullptr;
 }
 
-CResultDoc* addResultRow(const ResultTable& kind, const ResultRecord& record) {
+CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured) {
+  const bool isBound = measured && measured->examIdOfDoc >= 0;
+  record.subject = isBound ? measured->patientId : theExams().subjectId();
+  record.exam = isBound ? measured->examIdOfDoc : theExams().examId();
   CResultDoc* document = kindDocuments[&kind].document;
   if (!document) document = makeKindDocument(kind);
   if (!document || !document->addrow(record)) {
@@ -109,6 +116,8 @@ void CResultDoc::deleteContents() {
   rows.clear();
   ncolumns = marker = 0;
   selected = {};
+  rowSubject.clear();
+  rowExam = -1;
 }
 
 void CResultDoc::addcolumns(std::span<const ColumnRecord> table) {
@@ -118,8 +127,19 @@ void CResultDoc::addcolumns(std::span<const ColumnRecord> table) {
 
 bool CResultDoc::addrow(const ResultRecord& record) {
   try {
+    if (rows.empty()) {
+      rowSubject = record.subject;
+      rowExam = record.exam;
+    } else if (!tellsOwners() && (record.subject != rowSubject || record.exam != rowExam)) {
+      addOwnerColumns();
+    }
     std::vector<std::string> cells(columns.size());
-    for (size_t i = 0; i < columns.size(); ++i) {
+    const size_t measured = columns.size() - (tellsOwners() ? 2 : 0);
+    if (measured < columns.size()) {
+      cells[measured] = record.subject;
+      cells[measured + 1] = examLabel(record.exam);
+    }
+    for (size_t i = 0; i < measured; ++i) {
       const Ccolformat& format = *columns[i];
       if (format.column >= cells.size()) cells.resize(format.column + size_t{1});
       const double value = i >= 2 && i - 2 < record.values.size() ? record.values[i - 2] : 0.0;
@@ -134,6 +154,29 @@ bool CResultDoc::addrow(const ResultRecord& record) {
   setModified();
   updateAllViews();
   return true;
+}
+
+bool CResultDoc::tellsOwners() const {
+  const size_t count = columns.size();
+  return count >= 2 && columns[count - 2]->title == kSubjectColumn.title &&
+         columns[count - 1]->title == kExamColumn.title;
+}
+
+// Cells first: they show only once there are the columns.
+void CResultDoc::addOwnerColumns() {
+  const size_t count = columns.size();
+  std::vector<std::unique_ptr<Ccolformat>> added;
+  for (const ColumnRecord& record : {kSubjectColumn, kExamColumn})
+    added.push_back(std::make_unique<Ccolformat>(record));
+  for (size_t i = 0; i < added.size(); ++i) added[i]->column = static_cast<uint16_t>(count + i);
+  columns.reserve(count + added.size());
+  for (auto& row : rows) {
+    row.resize(count + added.size());
+    row[count] = rowSubject;
+    row[count + 1] = examLabel(rowExam);
+  }
+  for (auto& column : added) columns.push_back(std::move(column));
+  ncolumns = static_cast<uint16_t>(columns.size());
 }
 
 const std::string& CResultDoc::cell(size_t row, size_t place) const {
@@ -162,12 +205,13 @@ std::vector<size_t> CResultDoc::visiblePlaces() const {
 
 std::string CResultDoc::selectionText() const {
   const bool all = selected.lastColumn < 0;
+  const std::vector<size_t> places = visiblePlaces();
   std::string text;
   for (size_t row = 0; row < rows.size(); ++row) {
     const auto at = static_cast<int64_t>(row);
     if (!all && (at < selected.firstRow || at > selected.lastRow)) continue;
     const char* separator = "";
-    for (const size_t place : visiblePlaces()) {
+    for (const size_t place : places) {
       const auto column = static_cast<int64_t>(place);
       if (!all && (column < selected.firstColumn || column > selected.lastColumn)) continue;
       text += separator + cell(row, place);
@@ -180,25 +224,38 @@ std::string CResultDoc::selectionText() const {
 
 void CResultDoc::copy() { host().clipboard.setText(selectionText()); }
 
-Outcome CResultDoc::exportCsv(const std::string& path) const {
+// Of one whose rows were measured with nobody selected, those that the table is bound to, or the selected
+// ones.
+std::string CResultDoc::ownerLines() const {
   const CBasicApp& app = theApp();
+  std::string subject = rowSubject;
+  int32_t exam = rowExam;
+  if (exam < 0 && (subject.empty() || patientId.empty() || subject == patientId)) {
+    if (subject.empty()) subject = patientId;
+    exam = examIdOfDoc;
+  }
+  if (exam < 0 && (subject.empty() || subject == theExams().subjectId())) {
+    if (subject.empty()) subject = theExams().subjectId();
+    exam = theExams().examId();
+  }
+  const auto examRow = app.db && exam >= 0 ? app.db->exam(exam) : std::nullopt;
+  // An exam that this database doesn't know must not go under the name of the selected one.
+  const std::string folder = examRow                       ? examRow->folder
+                             : exam == theExams().examId() ? theExams().examFolder()
+                                                           : std::string();
+  return std::string(kSubjectColumn.title) + "," + csvCell(subject) + "\n" +
+         format("%s,%i\n", kExamColumn.title, exam) + csvCell(folder) + "\n";
+}
+
+Outcome CResultDoc::exportCsv(const std::string& path) const {
   std::string text;
-  for (size_t place = 0; place < columns.size(); ++place) text += columnAt(place).title + ",";
+  for (size_t place = 0; place < columns.size(); ++place) text += csvCell(columnAt(place).title) + ",";
   text += "\n";
   for (size_t row = 0; row < rows.size(); ++row) {
-    for (size_t place = 0; place < columns.size(); ++place) text += cell(row, place) + ",";
+    for (size_t place = 0; place < columns.size(); ++place) text += csvCell(cell(row, place)) + ",";
     text += "\n";
   }
-  const std::string& subject = patientId.empty() ? theExams().subjectId() : patientId;
-  const int32_t exam = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
-  const auto examRow = app.db && exam >= 0 ? app.db->exam(exam) : std::nullopt;
-  text += "Subject ID," + subject + "\n";
-  text += format("Exam ID,%i\n", exam);
-  // An exam that this database doesn't know must not go under the name of the selected one.
-  text += (examRow                       ? examRow->folder
-           : exam == theExams().examId() ? theExams().examFolder()
-                                         : std::string()) +
-          "\n";
+  if (!tellsOwners()) text += ownerLines();
   return replaceFile(path, std::string_view(text));
 }
 
@@ -308,14 +365,16 @@ void CResultDoc::serialize(Archive& archive) {
   loadRows(archive);
 }
 
+// The bytes that are left bound the counts, so that a damaged file takes no more than a small multiple of its
+// own size; whatever was written is read.
 void CResultDoc::loadRows(Archive& archive) {
-  for (size_t count = archive.readCountOf(2); count > 0; --count) {
-    archive.charge(2 * sizeof(std::vector<std::string>));  // twice, as lists grow by doubling
+  size_t count = archive.readCountOf(2);
+  rows.reserve(count);
+  for (; count > 0; --count) {
+    size_t cells = archive.readCountOf(1);
     std::vector<std::string>& row = rows.emplace_back();
-    for (size_t cells = archive.readCountOf(1); cells > 0; --cells) {
-      archive.charge(2 * sizeof(std::string));
-      row.push_back(archive.readString());
-    }
+    row.reserve(cells);
+    for (; cells > 0; --cells) row.push_back(archive.readString());
   }
 }
 

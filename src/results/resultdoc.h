@@ -22,7 +22,8 @@ class CResultDoc : public CdbDocument {
   ~CResultDoc() override;
 
   void addcolumns(std::span<const ColumnRecord> table);
-  // False without memory: the document is then as it was. A value that the record lacks counts as 0.
+  // False without memory: the document is then as it was. A value that the record lacks counts as 0. With the
+  // first row of another subject or exam than those before, the table gets a column for each.
   [[nodiscard]] bool addrow(const ResultRecord& record);
 
   // A cell by the place at which it is shown; empty where a damaged file has none.
@@ -42,7 +43,8 @@ class CResultDoc : public CdbDocument {
   std::string selectionText() const;
   void copy();
 
-  // Titles, rows, subject, exam. A file that can't be written is left as it was.
+  // Titles and rows; then subject and exam, where all rows are of one. A file that can't be written is left
+  // as it was.
   Outcome exportCsv(const std::string& path) const;
   // The visible columns, aligned, for reading.
   std::string asText() const;
@@ -67,13 +69,20 @@ class CResultDoc : public CdbDocument {
   void printCommand();
   void previewCommand();
   void loadRows(Archive& archive);
+  bool tellsOwners() const;  // in columns, the last two
+  void addOwnerColumns();
+  std::string ownerLines() const;
   std::vector<size_t> visiblePlaces() const;
   Selection selected;
+  // Of all rows that were added, until there are columns for them.
+  std::string rowSubject;
+  int32_t rowExam = -1;
 };
 
 // Adds a row to the one table of a kind, which its first row makes and closing it ends. Null (and logged)
-// without memory.
-CResultDoc* addResultRow(const ResultTable& kind, const ResultRecord& record);
+// without memory. It is the measurement of the subject and exam that the measured document is bound to, else
+// of the selected ones.
+CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured = nullptr);
 // The open table with that title, from any kind or file; null when there is none.
 CResultDoc* findResultDocument(const std::string& title);
 // The table that got the last row; null when it is closed.

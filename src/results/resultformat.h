@@ -52,6 +52,9 @@ struct ResultRecord {
   std::string filename;
   std::string units;
   std::vector<double> values;
+  // Whose measurement it is; empty and -1 for nobody's.
+  std::string subject = {};
+  int32_t exam = -1;
 };
 // A record whose values are named by their columns' titles, in any order. A name that the table lacks is a
 // fault of the program.

@@ -1,6 +1,7 @@
 // The check that a new sample of a signal is no artifact: three tests against limits and one value.
-// Rejections in a row are counted for the whole process: the first and second act, the third is let through,
-// so that a real step of the signal is followed after two samples. Not reentrant.
+// Rejections in a row are counted for the whole process, from where a signal begins: the first and second
+// act, the third is let through, so that a real step of the signal is followed after two samples. Not
+// reentrant.
 #pragma once
 
 #include <cstdint>

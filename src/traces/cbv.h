@@ -32,7 +32,7 @@ struct CbvAnalysis {
 double cbvfind(CbvAnalysis& analysis, std::span<double> spectrum);
 
 // The noise floor over the top 16 bins, fewer in a shorter row; held for the whole process, so it follows
-// from spectrum to spectrum.
+// from spectrum to spectrum; a walk over stored ones begins with a reset.
 double autothreshold(const VelocitySettings& parameters, std::span<const double> spectrum);
 void resetNoiseFloor();
 

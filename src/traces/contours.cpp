@@ -1,7 +1,7 @@
 #include "traces/contours.h"
 
 #include <algorithm>
-#include <numeric>
+#include <cmath>
 
 #include "base/text.h"
 #include "settings/settings.h"
@@ -11,6 +11,7 @@ namespace tarnvisor {
 namespace {
 
 constexpr uint32_t kIndexedColour = 0x1000000;
+constexpr double kKiloHertz = 0.001;
 
 // Method and threshold come back however the work ends.
 class KeptMethod {
@@ -40,19 +41,35 @@ void takeClock(ZZTrace& trace, const ZZTrace& from) {
   trace.slot = from.slot;
 }
 
+// Spectra that were scaled to fit their items carry the scale in ygain, and their extent is as much less.
+double extentScale(const C2DTrace& spectrum) {
+  return spectrum.yunits == "kHz" && spectrum.ygain > 0 ? spectrum.ygain / kKiloHertz : 1.0;
+}
+
+// What an item of two bytes counts for: one, unless the spectra reach beyond them.
+double itemStep(const C2DTrace& spectrum) {
+  constexpr double kHighest = 65535;
+  double farthest = 0;
+  for (uint32_t row = 0; row < spectrum.size(); ++row) farthest = std::max(farthest, spectrum.extent(row));
+  const double step = farthest * extentScale(spectrum) / kHighest;
+  return step > 1 && std::isfinite(step) ? step : 1.0;
+}
+
 ZZTrace::Own contour(const C2DTrace& spectrum, std::string name, uint32_t colourIndex) {
   auto trace = std::make_unique<CTrace>(kUint16Code, spectrum.size());
   if (!trace->data) return nullptr;
   takeClock(*trace, spectrum);
   trace->name = std::move(name);
   trace->yunits = "kHz";
-  trace->ygain = 0.001;
+  trace->ygain = kKiloHertz * itemStep(spectrum);
   trace->colour = colourIndex | kIndexedColour;
   return trace;
 }
 
-}  // namespace
-
+// For each selected row cbvfind(row) * extent / width, row meaning its shown values. The first value stands
+// as it is, later ones pass the artifact check against the last accepted, as the target shows them. Row k of
+// the selection gives sample k of the target, or, `aligned`, the sample of the row's own index. Samples that
+// the target hasn't are left out. The target's scale takes in itemStep.
 void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review, ZZTrace& target,
                 bool aligned) {
   const RingSpan span = ringSpan(spectrum, selection);
@@ -60,21 +77,29 @@ void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSetti
   const uint16_t width = spectrum.width();
   RowBuffer buffer(width);
   if (!buffer.isReady()) return noteLowMemory();
-  // Spectra that were scaled to fit their items carry the scale in ygain, and their extent is as much less.
-  const double scale = spectrum.yunits == "kHz" && spectrum.ygain > 0 ? spectrum.ygain / 0.001 : 1.0;
+  const double scale = extentScale(spectrum) / itemStep(spectrum);
+  const ShownValues power(spectrum), shownResult(target);
+  // What other spectra left would change the first of these.
+  resetNoiseFloor();
+  resetArtifactCount();
   double accepted = 0;
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);
-    double value =
-        cbvfind(*review.analysis, buffer.read(*spectrum.data, row)) * (spectrum.extent(row) * scale) / width;
+    const std::span<double> bins = buffer.read(*spectrum.data, row);
+    for (double& bin : bins) bin = power.of(bin);
+    double value = cbvfind(*review.analysis, bins) * (spectrum.extent(row) * scale) / width;
+    double shown = shownResult.of(value);
     if (k == 0)
-      accepted = value;
+      accepted = shown;
     else
-      artifactcheck(review.artifacts, accepted, value);
+      artifactcheck(review.artifacts, accepted, shown);
+    if (shown != shownResult.of(value) && shownResult.hasItems()) value = shownResult.item(shown);
     const uint32_t index = aligned ? row : k;
     if (index < target.size()) target.data->putval(index, value);
   }
 }
+
+}  // namespace
 
 Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target) {
   if (dynamic_cast<const C2DTrace*>(&target) || hasRowData(target))
@@ -95,7 +120,7 @@ ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const R
   cbv->setstarttime(spectrum.timeof(span.first));
   cbv->name = "CBV";
   cbv->yunits = spectrum.yunits;
-  cbv->ygain = dopplerscale;
+  cbv->ygain = dopplerscale * itemStep(spectrum);
   if (spectrum.ygain != 0) cbv->xscale = spectrum.xscale / spectrum.ygain * dopplerscale;
   reviewRows(spectrum, selection, review, *cbv, false);
   return cbv;
@@ -121,9 +146,12 @@ ZZTrace::Own signalStrength(const C2DTrace& spectrum) {
     noteLowMemory();
     return nullptr;
   }
+  const ShownValues scale(spectrum);
   for (uint32_t row = 0; row < spectrum.size(); ++row) {
-    const auto bins = buffer.read(*spectrum.data, row).subspan(1);
-    power->data->putval(row, std::accumulate(bins.begin(), bins.end(), 0.0));
+    double sum = 0;
+    if (spectrum.extent(row) != 0)
+      for (const double bin : buffer.read(*spectrum.data, row).subspan(1)) sum += scale.of(bin);
+    power->data->putval(row, sum);
   }
   return power;
 }

@@ -17,12 +17,6 @@ struct ReviewSettings {
   const ArtifactSettings* artifacts = nullptr;  // none: every value passes
 };
 
-// For each selected row cbvfind(row) * extent / width. The first value stands as it is, later ones pass the
-// artifact check against the last accepted. Row k of the selection gives sample k of the target, or,
-// `aligned`, the sample of the row's own index. Samples that the target hasn't are left out.
-void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review, ZZTrace& target,
-                bool aligned);
-
 // Whether a chosen trace can take the result: it must be plain, and of the same period.
 Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target);
 
@@ -30,7 +24,8 @@ Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target);
 ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
                           double dopplerscale = kDefaultDopplerScale);
 
-// The sum of each row from bin 1, over the whole trace; looks by section `PowerTrace`. Null as above.
+// The sum of each row's shown values from bin 1, over the whole trace, 0 of rows that hold nothing; looks by
+// section `PowerTrace`. Null as above.
 ZZTrace::Own signalStrength(const C2DTrace& spectrum);
 
 // Contours have the spectrum's size, ring and clock; outside the selection they are 0. Method and threshold

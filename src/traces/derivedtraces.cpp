@@ -12,9 +12,18 @@ namespace {
 
 constexpr uint16_t kPsdBins = 256;
 constexpr double kHighestItem = 65535;
+// The strongest power of a weak signal takes fewer items than there are colours, and the others vanish.
+constexpr double kWeak = 256;
+// Beyond it extents and gains would be no numbers.
+constexpr double kGreatestScale = 1e290;
 
-// Spectra of all blocks: stored times `scale`, or, without a target, only looked at. The greatest power that
-// is a number: samples near the end of the doubles have none.
+double scaleToFit(double greatest) {
+  const bool fits = greatest >= kWeak && greatest <= kHighestItem;
+  return fits || greatest == 0 ? 1.0 : std::min(kHighestItem / greatest, kGreatestScale);
+}
+
+// Spectra of the shown values of all blocks: stored times `scale`, or, without a target, only looked at. The
+// greatest power that is a number: samples near the end of the doubles have none.
 double walkSpectra(const ZZTrace& source, C2DTrace* target, uint32_t rows, double scale, CFFT& fft) {
   std::vector<double> samples(kPsdSamples);
   RowBuffer power(kPsdBins);
@@ -26,6 +35,7 @@ double walkSpectra(const ZZTrace& source, C2DTrace* target, uint32_t rows, doubl
     const uint32_t part = std::min(kPsdSamples, ring.size - start);
     source.data->getcopy(samples.data(), start, part);
     if (part < kPsdSamples) source.data->getcopy(samples.data() + part, 0, kPsdSamples - part);
+    for (double& sample : samples) sample = source.displayed(sample);
     fft.realpower(samples.data(), power.items().data());
     for (const double item : power.items())
       if (std::isfinite(item)) greatest = std::max(greatest, item);
@@ -60,6 +70,7 @@ ZZTrace::Own derivativeTrace(const ZZTrace& trace) {
   const uint32_t oldest = trace.origin % trace.size();
   made->data->rotate(oldest);
   made->data->derivative();
+  made->yoffset = 0;  // of a constant nothing is left
   if (oldest > 0) made->data->rotate(trace.size() - oldest);
   return made;
 }
@@ -83,11 +94,12 @@ std::unique_ptr<C2DTrace> calculatedPsd(const ZZTrace& source, const PsdView& vi
   psd->ygain = 0.001;
   if (rows == 0) return psd;
   const double greatest = walkSpectra(source, nullptr, rows, 1.0, fft);
-  const double scale = greatest > kHighestItem ? kHighestItem / greatest : 1.0;
+  const double scale = scaleToFit(greatest);
   psd->ygain /= scale;
   walkSpectra(source, psd.get(), rows, scale, fft);
   // Frequencies are shown through ygain too: what it gained by the scale the extent gives up.
   psd->rowvalues->fill(1 / (2 * source.period) * scale);
+  psd->reachGreatestItem();
   return psd;
 }
 

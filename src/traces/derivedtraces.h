@@ -8,12 +8,14 @@
 namespace tarnvisor {
 
 // "dy/dx of ..." in double items, by the vector's smoothed difference along time; nothing is divided by the
-// period. Null for a trace of rows, for one without samples, and without memory.
+// period. A scale stays, an offset doesn't. Null for a trace of rows, for one without samples, and without
+// memory.
 ZZTrace::Own derivativeTrace(const ZZTrace& trace);
 
 // "Calculated PSD": one spectrum of 256 bins for each 512 samples, from the ring's origin on, under a
-// rectangular window. item * ygain is a thousandth of CFFT::realpower; where a power doesn't fit its 16 bits
-// all are scaled to fit, and ygain takes the scale. Null without plain samples or memory; no rows for a trace
+// rectangular window. item * ygain is a thousandth of CFFT::realpower of the shown samples; where a power
+// doesn't fit its 16 bits, or the strongest would hardly fill any of them, all are scaled to fit, and ygain
+// takes the scale. Null without plain samples or memory; no rows for a trace
 // of fewer than 512 samples.
 inline constexpr uint32_t kPsdSamples = 512;
 struct PsdView {  // of the window that shows the source

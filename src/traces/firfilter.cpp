@@ -5,6 +5,7 @@
 #include <cmath>
 #include <fstream>
 #include <iomanip>
+#include <numeric>
 
 #include "base/text.h"
 
@@ -29,10 +30,15 @@ std::string printable(std::string word) {
   return word;
 }
 
-// The outputs from `first` on; x[0] stands at the first input, of which there are enough ahead.
-void convolve(std::span<const double> taps, const double* x, std::span<double> out) {
+// What the items of a filter's outputs lack of those that show the filtered values.
+double shiftOf(const FirFilter& filter, const ZZTrace& trace) {
+  return ShownValues(trace).shift(std::accumulate(filter.taps.begin(), filter.taps.end(), 0.0));
+}
+
+// x[0] stands at the first input, of which there are enough ahead.
+void convolve(std::span<const double> taps, const double* x, std::span<double> out, double shift) {
   for (size_t k = 0; k < out.size(); ++k) {
-    double sum = 0;
+    double sum = shift;
     for (size_t i = 0; i < taps.size(); ++i) sum += taps[i] * x[k + i];
     out[k] = sum;
   }
@@ -48,12 +54,13 @@ void filterSamples(const FirFilter& filter, const ZZTrace& source, ZZTrace& dest
   const std::span<double> y = doublesOf(*output);
   const size_t repeated = std::min<size_t>(filter.before(), y.size());
   std::copy_n(x.begin(), repeated, y.begin());
-  convolve(filter.taps, x.data(), y.subspan(repeated));
+  convolve(filter.taps, x.data(), y.subspan(repeated), shiftOf(filter, source));
   writeSamples(destination, span, *output);
 }
 
 void filterRows(const FirFilter& filter, const ZZTrace& source, ZZTrace& destination, const RingSpan& span) {
   const uint16_t width = source.data->width;
+  const double shift = shiftOf(filter, source);
   RowBuffer input(width), output(width);
   if (!input.isReady() || !output.isReady()) return noteLowMemory();
   for (uint32_t k = 0; k < span.count; ++k) {
@@ -62,8 +69,28 @@ void filterRows(const FirFilter& filter, const ZZTrace& source, ZZTrace& destina
     const std::span<double> y = output.items();
     std::copy(x.begin(), x.end(), y.begin());
     if (width >= filter.taps.size())
-      convolve(filter.taps, x.data(), y.subspan(filter.before(), width - filter.taps.size() + 1));
+      convolve(filter.taps, x.data(), y.subspan(filter.before(), width - filter.taps.size() + 1), shift);
     output.write(*destination.data, row);
+  }
+}
+
+// Each bin by itself, from row to row. The rows that the filter needs are held as they were.
+void filterAlongTime(const FirFilter& filter, ZZTrace& rows, const RingSpan& span) {
+  const size_t width = rows.data->width, length = filter.taps.size();
+  std::vector<double> held(length * width);  // row k of the span at place k % length
+  RowBuffer output(rows.data->width);
+  if (!output.isReady()) return noteLowMemory();
+  const double shift = shiftOf(filter, rows);
+  for (uint64_t next = 0; next < uint64_t{span.count} + filter.ahead(); ++next) {
+    rows.data->getcopy(held.data() + next % length * width, span.at(next), 1);
+    if (next + 1 < length) continue;
+    const std::span<double> sums = output.items();
+    std::ranges::fill(sums, shift);
+    for (size_t tap = 0; tap < length; ++tap) {
+      const double* row = held.data() + (next + 1 + tap) % length * width;
+      for (size_t i = 0; i < width; ++i) sums[i] += filter.taps[tap] * row[i];
+    }
+    output.write(*rows.data, span.at(next - filter.ahead()));
   }
 }
 
@@ -102,7 +129,10 @@ const FirFilter& pulseFilter() {
 }
 
 void removePulse(ZZTrace& trace, Selection selection) {
-  for (int step = 0; step < kPulseSteps; ++step) applyFir(pulseFilter(), trace, trace, selection);
+  const RingSpan span = ringSpan(trace, selection);
+  for (int step = 0; step < kPulseSteps; ++step)
+    hasRowData(trace) ? filterAlongTime(pulseFilter(), trace, span)
+                      : applyFir(pulseFilter(), trace, trace, selection);
 }
 
 }  // namespace tarnvisor

@@ -31,7 +31,8 @@ Outcome readFirFile(const std::string& path, FirFilter& filter);
 // the two ends of a spectrum have nothing to do with each other.
 void applyFir(const FirFilter& filter, const ZZTrace& source, ZZTrace& destination, Selection selection);
 
-// The arterial pulse taken out: 21 taps, three times over.
+// The arterial pulse taken out: 21 taps, three times over, along time. Of rows each bin is filtered by
+// itself.
 const FirFilter& pulseFilter();
 void removePulse(ZZTrace& trace, Selection selection);
 

@@ -75,13 +75,14 @@ std::vector<Maximum> goldenSearchMaxima(const ZZTrace& trace, Selection selectio
   if (!hasSamples(trace) || span.count < 3) return maxima;
   const CdataVect::Own copy = readSamples(trace, span);
   if (!copy) return maxima;
-  const std::span<const double> samples = doublesOf(*copy);
+  const std::span<double> samples = doublesOf(*copy);
+  for (double& sample : samples) sample = trace.displayed(sample);
   const std::vector<size_t> minima = minimaOf(samples);
   for (size_t k = 1; k < minima.size(); ++k) {
     GoldenSearch search(samples, minima[k - 1], minima[k]);
     const size_t best = search.run();
     if (!(samples[best] > samples[minima[k - 1]] && samples[best] > samples[minima[k]])) continue;
-    const Maximum found{span.at(best), trace.displayed(samples[best]), search.evaluations()};
+    const Maximum found{span.at(best), samples[best], search.evaluations()};
     logPrintf("x=%i val=%f n=%i\n", static_cast<int>(found.index), found.value,
               static_cast<int>(found.evaluations));
     maxima.push_back(found);

@@ -14,9 +14,12 @@ enum class PulseIndex {
 
 inline constexpr int32_t kDefaultHalfWindow = 10;
 
-// All of the active trace's size, ring and clock; outside the selection their samples are 0.
+// All of the active trace's size, ring and clock; outside the selection their samples are 0. Everything is
+// computed of shown values.
 struct PulseTraces {
-  ZZTrace::Own systolic;   // "systolic peak"; uint16, as are the next two, in the active trace's units
+  // "systolic peak"; uint16, as are the next two, in the active trace's units, and in its scale where that
+  // holds its values in two bytes
+  ZZTrace::Own systolic;
   ZZTrace::Own diastolic;  // "diastolic min"
   ZZTrace::Own mean;       // "mean"; null for resistance
   ZZTrace::Own index;      // int32, a thousandth a step

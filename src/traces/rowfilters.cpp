@@ -49,7 +49,7 @@ void cutToAverage(ZZTrace& trace, Selection selection) {
   if (span.count == 0) return;
   const CdataVect::Own samples = readSamples(trace, span);
   if (!samples) return;
-  zeroUpToMean(doublesOf(*samples));
+  ShownValues(trace).edit(doublesOf(*samples), zeroUpToMean);
   writeSamples(trace, span, *samples);
 }
 
@@ -77,9 +77,15 @@ void normaliseToSelection(C2DTrace& trace, Selection selection) {
   const RingSpan span = ringSpan(trace, selection);
   if (!hasRowData(trace) || span.count == 0) return;
   smooth(trace, selection, smoothingAlpha(trace.period, kSeconds));
-  const CdataVect::Own last = trace.data->getArray(span.at(span.count - 1))->clone();
-  if (!last) return noteLowMemory();
-  trace.data->ratio(*last, 1000.0);
+  RowBuffer last(trace.width());
+  if (!last.isReady()) return noteLowMemory();
+  const ShownValues scale(trace);
+  const std::span<double> background = last.read(*trace.data, span.at(span.count - 1));
+  for (double& item : background) item = scale.of(item);
+  editRows(trace, {}, [&](std::span<double> row) {
+    for (size_t i = 0; i < row.size(); ++i)
+      row[i] = background[i] == 0 ? 0.0 : 1000.0 * row[i] / background[i];
+  });
 }
 
 std::unique_ptr<C2DTrace> halvedTrace(const C2DTrace& trace) {
@@ -88,8 +94,9 @@ std::unique_ptr<C2DTrace> halvedTrace(const C2DTrace& trace) {
   auto halved = std::make_unique<C2DTrace>(rowCodeOf(trace), trace.size(), trace.width() / 2);
   if (!halved->data) return nullptr;
   halved->copyprops(trace);
+  const double kept = 2.0 * halved->width() / trace.width();  // of the extent: an odd bin is left over
   for (uint32_t row = 0; row < trace.size(); ++row) {
-    halved->setextent(row, trace.extent(row));
+    halved->setextent(row, trace.extent(row) * kept);
     const CdataVect::Own source = trace.data->getArray(row);
     halved->data->getArray(row)->binaverage(*source, 2);
   }

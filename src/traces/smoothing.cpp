@@ -10,11 +10,17 @@ void smoothRows(ZZTrace& trace, const RingSpan& span, double alpha) {
   for (uint32_t k = 0; k < span.count; ++k) trace.data->lowpassat(span.at(k), 1 / alpha);
 }
 
-void smoothSamples(std::span<double> samples, double alpha, const ArtifactSettings* artifacts) {
+// The limits of the check are of shown values.
+void smoothSamples(std::span<double> samples, double alpha, const ArtifactSettings* artifacts,
+                   const ShownValues& scale) {
+  resetArtifactCount();
   double out = samples[0];
-  double previous = samples[0];
+  double previous = scale.of(samples[0]);
   for (double& sample : samples.subspan(1)) {
-    if (!artifactcheck(artifacts, previous, sample)) continue;
+    double shown = scale.of(sample);
+    const bool passes = artifactcheck(artifacts, previous, shown);
+    if (shown != scale.of(sample) && scale.hasItems()) sample = scale.item(shown);
+    if (!passes) continue;
     // The formula would round what is to stay as it is.
     out = alpha == 1.0 ? sample : (sample - out) * alpha + out;
     sample = out;
@@ -33,7 +39,7 @@ void smooth(ZZTrace& trace, Selection selection, double alpha, const ArtifactSet
   if (hasRowData(trace)) return smoothRows(trace, span, alpha);
   const CdataVect::Own samples = readSamples(trace, span);
   if (!samples) return;
-  smoothSamples(doublesOf(*samples), alpha, artifacts);
+  smoothSamples(doublesOf(*samples), alpha, artifacts, ShownValues(trace));
   writeSamples(trace, span, *samples);
 }
 

@@ -182,6 +182,7 @@ class C2DTrace : public ZZTrace {
   void centroid(uint32_t from, uint32_t to, ZZTrace& result, bool isSigned) override;
 
   void setdisplay(double scale, double step, double least, double greatest);  // full scale and its limits
+  void reachGreatestItem();  // widens the limits, so that the full scale can be the greatest item
   // The extent of a row; 0 beyond the rows. Rows of which it is 0 are passed over by everything below.
   double extent(uint32_t row) const;
   void setextent(uint32_t row, double value);  // nothing beyond the rows

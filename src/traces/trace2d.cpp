@@ -1,5 +1,6 @@
 // Traces of rows.
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 #include <utility>
 
@@ -84,6 +85,14 @@ void C2DTrace::setdisplay(double scale, double step, double least, double greate
   fsstep = step;
   fsmin = least;
   fsmax = greatest;
+}
+
+void C2DTrace::reachGreatestItem() {
+  const double greatest = data && data->size ? data->maxvalue() : 0;
+  constexpr double kLeastScale = 1e-300;
+  if (!(greatest >= kLeastScale) || !std::isfinite(greatest)) return;
+  fsmax = std::max(fsmax, greatest);
+  fsmin = std::min(fsmin, greatest);
 }
 
 void C2DTrace::setdisplaydefaults() {

@@ -123,6 +123,7 @@ ZZTrace::Own traceOf(const Header& header, std::span<const uint8_t> items, bool 
     widenItems(*trace->data, items, swap);
   else
     copyItems(*trace->data, items, header.elementsize, swap);
+  if (auto* rows = dynamic_cast<C2DTrace*>(trace.get())) rows->reachGreatestItem();
   trace->period = trace->pixelperiod = header.period;
   trace->starttime = static_cast<int32_t>(std::lround(header.start * 1000));
   trace->ygain = header.ygain;

@@ -6,7 +6,7 @@
 #include <span>
 #include <utility>
 
-#include "traces/trace.h"
+#include "traces/shownvalues.h"
 
 namespace tarnvisor {
 
@@ -55,16 +55,18 @@ class RowBuffer {
   std::span<double> room;
 };
 
-// Every row of the selection goes through work(std::span<double>) and back. Nothing but on rows.
+// The shown values of every row of the selection go through work(std::span<double>) and back. Nothing but on
+// rows.
 template <class Work>
 void editRows(ZZTrace& trace, Selection selection, Work&& work) {
   if (!hasRowData(trace)) return;
   RowBuffer buffer(trace.data->width);
   if (!buffer.isReady()) return noteLowMemory();
+  ShownValues scale(trace);
   const RingSpan span = ringSpan(trace, selection);
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);
-    work(buffer.read(*trace.data, row));
+    scale.edit(buffer.read(*trace.data, row), work);
     buffer.write(*trace.data, row);
   }
 }

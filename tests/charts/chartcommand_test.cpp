@@ -153,6 +153,83 @@ TEST_F(ChartCommands, PasteIntoASelectionWhatFitsThere) {
   }
 }
 
+// Shown: 0.001 * item + 5 into 0.01 * item - 1.
+TEST_F(ChartCommands, PasteAndZeroByValue) {
+  ZZTrace& source = add(traceOf({-5000, -4500, -4996, 32000}, kInt16Code));
+  source.ygain = 0.001;
+  source.yoffset = 5;
+  view().setActive(&source);
+  run(cmd::EditCopy);
+  ZZTrace& target = add(traceOf({9, 9, 9, 9, 9, 9}, kUint8Code));
+  target.ygain = 0.01;
+  target.yoffset = -1;
+  view().setActive(&target);
+  view().select(1, 5);
+  run(cmd::EditPaste);
+  EXPECT_THAT(samplesOf(target), ElementsAre(9, 100, 150, 100, 255, 9)) << "0, 0.5, 0.004 and the highest";
+  view().select(0, 2);
+  answer(cmd::DeleteFromTrace, Answer::Yes);
+  EXPECT_THAT(samplesOf(target), ElementsAre(100, 100, 150, 100, 255, 9));
+  answer(cmd::ClearTraces, Answer::Yes);
+  EXPECT_THAT(samplesOf(target), Each(100));
+  EXPECT_THAT(samplesOf(source), Each(-5000));
+  target.ygain = 0;
+  view().select(1, 3);
+  run(cmd::EditPaste);
+  EXPECT_EQ(lastMessage(), "No common selection between Source and Destination traces ");
+}
+
+TEST_F(ChartCommands, PasteRowsWithTheirExtentsByValue) {
+  auto& source = static_cast<C2DTrace&>(add(rowsOf({{1, 2000}})));
+  source.ygain = 2;
+  view().setActive(&source);
+  run(cmd::EditCopy);
+  auto& target = static_cast<C2DTrace&>(add(rowsOf({{0, 0}, {0, 0}}, kWordRowsCode)));
+  target.ygain = 0.5;
+  view().setActive(&target);
+  view().select(1, 2);
+  run(cmd::EditPaste);
+  EXPECT_THAT(samplesOf(target), ElementsAre(0, 0, 4, 8000));
+  EXPECT_EQ(target.extent(1), 8);
+  EXPECT_EQ(target.fsmax, 8000);
+}
+
+TEST_F(ChartCommands, BeginEachSignalWithoutWhatAnotherLeft) {
+  ZZTrace& trace = add(traceOf({1, 9, 9, 9, 1}));
+  host.fill({{"samples above the upper limit", "replace by the fixed value"},
+             {"upper limit", "5"},
+             {"upper limit is", "absolute"}});
+  run("Artifact &Filter...");
+  for (int time = 0; time < 2; ++time) {
+    host.fill({{"time constant", "other"}, {"other (seconds)", "0"}});
+    view().setActive(&trace);
+    run("&Simple smoothing....");
+    EXPECT_THAT(first(), ElementsAre(1, 0, 0, 9, 1)) << time;
+    view().select(0, 3);  // ends with two rejections
+    host.fill({{"time constant", "other"}, {"other (seconds)", "0"}});
+    run("Undo");
+    view().setActive(doc->firsttrace());
+    run("&Simple smoothing....");
+    run("Undo");
+    view().select(0, 0);
+  }
+  host.fill({{"samples above the upper limit", "off"}});
+  run("Artifact &Filter...");
+  process.velocity.autonoise = 1;
+  process.velocity.noisefloorRC = 4;
+  view().setActive(&addRows());
+  std::vector<Doubles> contours;
+  for (int time = 0; time < 2; ++time) {
+    host.fill({{"No of traces", "1"}});
+    run("&Level contour...");
+    contours.push_back(samplesOf(*view().active()));
+    run("Undo");
+    view().setActive(doc->traces.items[1].get());
+  }
+  process.velocity = {};
+  EXPECT_EQ(contours[0], contours[1]);
+}
+
 TEST_F(ChartCommands, TellWhatIsWrongWithTheClipboard) {
   add(traceOf({1, 2}));
   run(cmd::EditPaste);
@@ -185,13 +262,14 @@ TEST_F(ChartCommands, MakeAnImageOfARowForEachRow) {
   auto rows = rowsOf({{0, 250}, {500, 999}, {125, -1}});
   rows->circular = 1;
   rows->setorigin(1);
+  rows->zeroat(1);
   add(std::move(rows));
   run("create image from trace");
   const auto* made = dynamic_cast<ZBasicDoc*>(app->documents.active());
   ASSERT_NE(made, nullptr);
   ASSERT_EQ(made->image->width, 2);
   ASSERT_EQ(made->image->height, 3);
-  const int levels[3][2] = {{255, 255}, {64, 0}, {0, 128}};
+  const int levels[3][2] = {{0, 0}, {64, 0}, {0, 128}};
   for (int y = 0; y < 3; ++y)
     for (int x = 0; x < 2; ++x) EXPECT_EQ(made->image->row(y)[x], levels[y][x]) << x << "," << y;
 }
@@ -199,7 +277,8 @@ TEST_F(ChartCommands, MakeAnImageOfARowForEachRow) {
 TEST_F(ChartCommands, ShowTheRowUnderTheCursorInOneProfile) {
   C2DTrace& rows = addRows("spectrum");
   rows.yunits = "kHz";
-  rows.ygain = 0.25;
+  rows.ygain = 0.001;
+  rows.rowvalues->fill(1000);
   rows.xscale = 3;
   rows.fullscale = 512;
   pointAt(10);
@@ -216,7 +295,18 @@ TEST_F(ChartCommands, ShowTheRowUnderTheCursorInOneProfile) {
   EXPECT_EQ(trace.period, 0.25);
   EXPECT_EQ(trace.pixelperiod, 3);
   EXPECT_EQ(trace.xscale, 2);
+  EXPECT_EQ(trace.displayed(210), 210);
   EXPECT_FALSE(chart->isModified());
+  // The same spectra, scaled to fit: a fourth of each power, and as much less of the extent.
+  rows.ygain = 0.004;
+  rows.rowvalues->fill(250);
+  pointAt(11);
+  EXPECT_DOUBLE_EQ(chart->firsttrace()->period, 0.25);
+  EXPECT_EQ(chart->firsttrace()->displayed(210), 840);
+  EXPECT_EQ(chart->firsttrace()->xscale, 8);
+  rows.setextent(12, 0);
+  pointAt(12);
+  EXPECT_THAT(shown(), Each(0)) << "a row that holds nothing";
   pointAt(50);
   EXPECT_THAT(shown(), ElementsAre(50, 150, 250, 350));
   drag(60, 70);

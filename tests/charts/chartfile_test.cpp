@@ -54,6 +54,14 @@ TEST_F(ChartFiles, AreReadAndWrittenToTheByte) {
   EXPECT_EQ(storedBytes(read), chart(true, 3, true, 6).bytes) << "the two counters too; a store is counted";
 }
 
+TEST_F(ChartFiles, KeepTheirCountersWhateverIsReadBetween) {
+  ZchartDoc read, fresh, other;
+  const std::vector<uint8_t> withZeros = storedBytes(fresh);
+  load(read, chart(true, 3, true, 5));
+  EXPECT_EQ(loadBytes(other, withZeros), 0u);
+  EXPECT_EQ(storedBytes(read), chart(true, 3, true, 6).bytes);
+}
+
 TEST_F(ChartFiles, OfOlderVersionsLackWhatCameLater) {
   for (const bool withMagic : {true, false})
     for (const int version : {1, 2, 3}) {

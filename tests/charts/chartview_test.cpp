@@ -102,6 +102,10 @@ TEST_F(ChartWindow, TellsOfRowsTheItemUnderTheMouseAndTheScale) {
   EXPECT_EQ(pane("x"), "x = 2.000 ");
   EXPECT_EQ(pane("y"), "y = 264.000 ");
   EXPECT_EQ(pane("scale"), "2.50 FS=  500 OS=   12");
+  rows.ygain = 0.004;
+  rows.yunits = "kHz";
+  rows.rowvalues->fill(1000);
+  EXPECT_EQ(pane("scale"), "2.50 FS= 2000 OS=   48") << "powers that were scaled to fit";
   rows.setextent(64, 2.0);  // the mouse is above this row
   EXPECT_EQ(pane("y"), "y = 0.000 ");
 }

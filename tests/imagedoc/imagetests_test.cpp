@@ -132,6 +132,14 @@ TEST(LevelsAlong, TakeOneSampleAPixelOfThePathAndNoneOutside) {
   EXPECT_THAT(along({{-2'000'000'000, 2}, {2'000'000'000, 2}}), SizeIs(20));
   EXPECT_THAT(along({{30, 2}, {40, 9}}), SizeIs(0));
   EXPECT_THAT(along({}), SizeIs(0));
+  // Sloped, and in many short pieces.
+  EXPECT_THAT(along({{0, 0}, {9, 9}}), SizeIs(14));
+  EXPECT_THAT(along({{0, 0}, {1, 1}}), ElementsAre(0, 11));
+  std::vector<Point> stairs;
+  for (int32_t i = 0; i < 10; ++i) stairs.push_back({i, i});
+  EXPECT_EQ(along(stairs), along({{0, 0}, {9, 9}}));
+  EXPECT_DOUBLE_EQ(lengthWithin(image, stairs), 9 * std::numbers::sqrt2);
+  EXPECT_THAT(along({{3, 3}, {3, 3}}), ElementsAre(33));
   CZZimage field(4, 8, -1, 1), colour(1, 1, -1, 0, kColour);
   field.setPixel(2, 6, 99);
   EXPECT_EQ(greyLevelAt(field, {2, 7}), 99);
@@ -160,6 +168,11 @@ TEST_F(Charts, ProfileFollowsTheLineThatIsSelected) {
   EXPECT_THAT(paneTexts(*c), ::testing::IsSupersetOf({"mean= 42.0", "min= 30.0", "max= 90.0"}));
   refreshLevelCharts(d, 1);
   EXPECT_THAT(valuesOf(*c), Each(30));
+  const Point sloped[] = {{3, 4}, {4, 5}, {5, 6}, {6, 7}};
+  previewLevelProfile(d, sloped);
+  EXPECT_DOUBLE_EQ(c->firsttrace()->timeof(c->firsttrace()->size() - 1), 6 * std::numbers::sqrt2)
+      << "the whole length";
+  refreshLevelCharts(d, 1);
   refreshLevelCharts(d, -1);  // the line that was shown stays
   EXPECT_THAT(valuesOf(*c), Each(30));
 }

@@ -165,11 +165,56 @@ TEST_F(Results, AnOldFileHasNoSubjectAndADamagedOneIsRefused) {
       "\x01\0"
       "\xff\xff"
       "\0\0\x20\0",
-      16);  // two million empty cells
-  many.append(size_t{0x200000}, '\0');
+      16);  // two million cells, and bytes for one less
+  many.append(size_t{0x1fffff}, '\0');
   ASSERT_TRUE(replaceFile(folder.file("many.rst"), std::string_view(many)));
   EXPECT_EQ(app->openDocumentFile(folder.file("many.rst")), nullptr);
-  EXPECT_THAT(host.messages.back(), HasSubstr("more memory than it can need"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("the file ends too early"));
+}
+
+TEST_F(Results, ALongTableIsReadAsItWasWritten) {
+  CResultDoc table;
+  table.addcolumns(kDiameterResults.columns);
+  table.rows.assign(1'000'000, {"a", "um", "1", "2"});
+  ASSERT_TRUE(table.onSaveDocument(folder.file("long.rst")));
+  CResultDoc opened;
+  ASSERT_TRUE(opened.onOpenDocument(folder.file("long.rst")));
+  EXPECT_TRUE(opened.rows == table.rows);
+}
+
+TEST_F(Results, AnExportNamesTheSubjectThatWasMeasured) {
+  exams->selectSubject("S-1", "");
+  exams->selectExam(4, "four");
+  CResultDoc* table = addResultRow(kDiameterResults, {"a", "um", {1, 2}});
+  exams->selectSubject("S-2", "");
+  exams->selectExam(5, "five");
+  ASSERT_TRUE(table->exportCsv(folder.file("t.csv")));
+  EXPECT_THAT(readWholeText(folder.file("t.csv")).value_or(""), EndsWith("Subject ID,S-1\nExam ID,4\n\n"));
+}
+
+TEST_F(Results, ATableOfSeveralSubjectsHasAColumnForThem) {
+  exams->selectSubject("S-1", "");
+  CResultDoc* table = addResultRow(kDiameterResults, {"a, \"left\"", "um", {1, 2}});
+  exams->selectSubject("S-2", "");
+  exams->selectExam(5, "five");
+  addResultRow(kDiameterResults, {"b", "um", {2, 3}});
+  CdbDocument measured;
+  measured.patientId = "S,3";
+  measured.examIdOfDoc = 6;
+  addResultRow(kDiameterResults, {"c", "um", {3, 4}}, &measured);
+  const std::string text =
+      "filename,units,line,width,Subject ID,Exam ID,\n"
+      "\"a, \"\"left\"\"\",um,    1,    2.0,S-1,,\n"
+      "b,um,    2,    3.0,S-2,5,\n"
+      "c,um,    3,    4.0,\"S,3\",6,\n";
+  ASSERT_TRUE(table->exportCsv(folder.file("t.csv")));
+  EXPECT_EQ(readWholeText(folder.file("t.csv")), text);
+  ASSERT_TRUE(table->onSaveDocument(folder.file("t.rst")));
+  CResultDoc opened;
+  ASSERT_TRUE(opened.onOpenDocument(folder.file("t.rst")));
+  EXPECT_EQ(opened.ncolumns, 6);
+  ASSERT_TRUE(opened.exportCsv(folder.file("t.csv")));
+  EXPECT_EQ(readWholeText(folder.file("t.csv")), text);
 }
 
 TEST_F(Results, AColumnOfAnyNumberIsWrittenAndAPlaceWithoutOneShowsTheLast) {

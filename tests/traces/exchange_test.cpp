@@ -219,6 +219,7 @@ TEST(BinaryTraces, ComeBackAsTheyWere) {
       EXPECT_EQ(back.traces[i]->period, all[i]->period);
     }
     EXPECT_EQ(dynamic_cast<C2DTrace&>(*back.traces[5]).rowvalues->at(1), 3) << "rows hold something";
+    EXPECT_EQ(dynamic_cast<C2DTrace&>(*back.traces[5]).fsmax, 65535) << "their full scale can be so great";
   }
 }
 

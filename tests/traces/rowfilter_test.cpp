@@ -66,7 +66,7 @@ TEST(RowFilters, HalveRowsOfAtLeastFive) {
   rows->fullscale = 3;
   const auto halved = halvedTrace(*rows);
   EXPECT_THAT(samplesOf(*halved), ElementsAre(2, 6, 0, 2));
-  EXPECT_THAT(samplesOf(*halved->rowvalues), ElementsAre(5, 0));
+  EXPECT_THAT(samplesOf(*halved->rowvalues), ElementsAre(4, 0)) << "of five bins";
   EXPECT_EQ(halved->typecode(), kUint8Code);
   EXPECT_EQ(halved->width(), 2);
   EXPECT_EQ(halved->name, "n");
@@ -113,8 +113,13 @@ TEST(Review, ChecksAllButTheFirstValueForArtifacts) {
   const ArtifactSettings settings{
       .lowaction = 1, .lowlimit = 11, .highaction = 0, .highlimit = 13, .fixedvalue = 3};
   resetArtifactCount();
-  const ZZTrace::Own cbv = calculateCbv(*spectrum, {}, {&analysis, &settings});
+  const ZZTrace::Own cbv = calculateCbv(*spectrum, {}, {&analysis, &settings}, 1.0);
   EXPECT_THAT(samplesOf(*cbv), ElementsAre(8, 8, 12, 3, 3, 18));
+  // Limits are of shown values.
+  const ArtifactSettings tenths{.highaction = 1, .highlimit = 1.3F};
+  resetArtifactCount();
+  EXPECT_THAT(samplesOf(*calculateCbv(*spectrum, {}, {&analysis, &tenths}, 0.1)),
+              ElementsAre(8, 10, 12, 12, 12, 18));
 }
 
 TEST(Review, RefusesRowsAndOtherRates) {
@@ -198,6 +203,9 @@ TEST(Derivative, RunsAlongTimeInDoubles) {
   EXPECT_EQ(derivativeTrace(*rowsOf({{1, 2}})), nullptr);
   EXPECT_EQ(derivativeTrace(CTrace()), nullptr);
   EXPECT_EQ(derivativeTrace(*traceOf({5}))->size(), 1u);
+  auto level = traceOf({5, 5, 5});
+  level->yoffset = 100;
+  EXPECT_EQ(derivativeTrace(*level)->displayed(0), 0) << "a constant has no slope";
 }
 
 // A sine in bin 16 of 512 samples and a constant: A * 256 squared, halved, and 2 * (A * 256) squared.
@@ -231,17 +239,105 @@ TEST(PowerSpectrum, ScalesPowersToTheirItems) {
     if (expected > 65535) {
       EXPECT_GE(psd->data->maxvalue(), 65534);
     }
+    EXPECT_GE(psd->fsmax, psd->data->maxvalue());
   }
   // Powers beyond the doubles give no scale: their items are 0, those of the other block stand.
   CTrace beyond(kDoubleCode, 1024);
   beyond.data->putval(5, 1e200);
   beyond.data->putval(600, 9.0);
   const auto psd = calculatedPsd(beyond, {});
-  EXPECT_EQ(psd->ygain, 0.001);
   EXPECT_THAT(rowOf(*psd, 0), Each(0));
-  EXPECT_EQ(psd->data->at(1, 7), 40);  // an impulse of 9: half of 9 * 9 in each bin
+  EXPECT_NEAR(psd->displayed(psd->data->at(1, 7)), 0.0405,
+              1e-5);  // an impulse of 9: half of 9 * 9 in each bin
   EXPECT_EQ(calculatedPsd(CTrace(kInt16Code, 511), {})->size(), 0u);
   EXPECT_EQ(calculatedPsd(CTrace(), {}), nullptr);
+}
+
+TEST(PowerSpectrum, IsOfShownValuesAndKeepsAWeakSignal) {
+  for (const double amplitude : {0.001, 1e-120}) {
+    CTrace source(kDoubleCode, 512);
+    source.ygain = 0.5;
+    source.yoffset = -3 * amplitude;
+    source.period = 0.001;
+    for (uint32_t i = 0; i < 512; ++i)
+      source.data->putval(i, amplitude * (6 + 2 * std::sin(2 * std::numbers::pi * 16 * i / 512)));
+    const auto psd = calculatedPsd(source, {});
+    const double expected = amplitude * amplitude * 32768 * 0.001;
+    EXPECT_NEAR(psd->displayed(psd->data->at(0, 16)), expected, expected / 5000) << amplitude;
+    EXPECT_EQ(psd->data->at(0, 0), 0) << "the offset is taken off";
+    EXPECT_NEAR(psd->extent(0) * psd->ygain, 0.5, 1e-12) << "kHz";
+  }
+}
+
+// Of items that need no scaling, and of a fourth of them.
+TEST(Spectra, AreJudgedByTheirShownPowers) {
+  const Doubles powers{0, 80, 80, 80, 80, 80, 40, 40};
+  for (const double scale : {1.0, 4.0}) {
+    SCOPED_TRACE(scale);
+    Doubles items = powers;
+    for (double& item : items) item /= scale;
+    auto spectrum = rowsOf({items}, kWordRowsCode);
+    spectrum->yunits = "kHz";
+    spectrum->ygain = 0.001 * scale;
+    spectrum->rowvalues->fill(8000 / scale);
+    EXPECT_NEAR(signalStrength(*spectrum)->displayed(signalStrength(*spectrum)->data->at(0)), 0.48, 1e-6);
+    CbvAnalysis analysis;
+    const auto contours = levelContours(*spectrum, {}, {&analysis, nullptr}, {.min = 60, .tracenumber = 1});
+    EXPECT_EQ(contours[0]->data->at(0), 5000);
+    cutPedestal(*spectrum, {}, analysis.parameters);
+    EXPECT_EQ(spectrum->data->at(0, 5) * scale, 80);
+    EXPECT_EQ(spectrum->data->at(0, 6), 0);
+  }
+  // In mm/s the scale is for velocities.
+  auto velocities = rowsOf({powers});
+  velocities->yunits = "mm/s";
+  velocities->ygain = kDefaultDopplerScale;
+  EXPECT_THAT(samplesOf(*signalStrength(*velocities)), ElementsAre(480));
+  auto empty = rowsOf({{0, 1, 2}});
+  empty->zeroat(0);
+  EXPECT_THAT(samplesOf(*signalStrength(*empty)), ElementsAre(0));
+}
+
+TEST(Contours, HoldFrequenciesBeyondTheirItems) {
+  auto spectrum = spectra(2);
+  spectrum->yunits = "kHz";
+  spectrum->ygain = 0.001;
+  spectrum->rowvalues->fill(320'000);
+  CbvAnalysis analysis;
+  const auto contours = levelContours(*spectrum, {}, {&analysis, nullptr}, {.min = 250, .tracenumber = 1});
+  EXPECT_NEAR(contours[0]->displayed(contours[0]->data->at(0)), 80, 0.01);
+  EXPECT_NEAR(contours[0]->displayed(contours[0]->data->at(1)), 100, 0.01);
+}
+
+// Shown: 10 + 2 * item.
+TEST(RowFilters, WorkOnShownValues) {
+  const auto scaled = [](const std::vector<Doubles>& items, int32_t code = kWordRowsCode) {
+    auto rows = rowsOf(items, code);
+    rows->ygain = 2;
+    rows->yoffset = 10;
+    return rows;
+  };
+  auto cut = scaled({{1, 2, 9}}, kDoubleRowsCode);
+  cutToAverage(*cut, {});
+  EXPECT_THAT(samplesOf(*cut), ElementsAre(-5, -5, 9));
+  auto unsignedItems = scaled({{1, 2, 9}});
+  cutToAverage(*unsignedItems, {});
+  EXPECT_THAT(samplesOf(*unsignedItems), ElementsAre(0, 0, 9)) << "as near to 0 as items come";
+  auto spikes = scaled({{0, 1, 0, 12, 1}});
+  cutPsdArtifacts(*spikes, {});
+  EXPECT_THAT(samplesOf(*spikes), ElementsAre(0, 1, 0, 12, 1)) << "34 is not three times 12";
+  auto waves = scaled({{-6, -7, 0, 1}}, kDoubleRowsCode);
+  dpsHistogram(*waves, {});
+  EXPECT_THAT(samplesOf(*waves), ElementsAre(-5, -5, 3, -5)) << "-2, -4 and 10, 12: a table of 16 at 2";
+  auto rows = scaled({{5, 0}, {15, 5}});
+  rows->period = 1e9;
+  normaliseToSelection(*rows, {0, 1});
+  EXPECT_THAT(samplesOf(*rows), ElementsAre(495, 495, 995, 995));
+  EXPECT_GE(scaled({{1}})->fsmax, 1000);
+  auto plain = traceOf({1, 2, 9});
+  plain->yoffset = 10;
+  cutToAverage(*plain, {});
+  EXPECT_THAT(samplesOf(*plain), ElementsAre(-10, -10, 9));
 }
 
 TEST(ComplexSpectra, LeadFromAScanToVelocity) {

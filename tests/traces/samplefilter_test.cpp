@@ -278,19 +278,96 @@ TEST(PulseIndices, SmoothPulsatilityTwiceByRemovingThePulse) {
     return items;
   };
   const Doubles taps(std::begin(kPulseTaps), std::end(kPulseTaps));
-  const auto step = [&](const Doubles& items) { return cut(firOf(taps, items, 10, 140)); };
+  const auto step = [&](const Doubles& items) { return firOf(taps, items, 10, 140); };
   const Doubles mean = step(step(step(x)));
   Doubles index(160);
   for (uint32_t i = 10; i < 150; ++i) {
-    EXPECT_EQ(made.mean->data->at(i), mean[i]);
+    EXPECT_EQ(made.mean->data->at(i), std::round(mean[i]));
     const double beat = made.systolic->data->at(i) - made.diastolic->data->at(i);
-    index[i] = std::trunc(beat / mean[i] * 1000);
+    index[i] = beat / mean[i] * 1000;
   }
   EXPECT_EQ(made.mean->data->at(9), 0.0);
   EXPECT_EQ(made.mean->colour, 0x8000u);
   EXPECT_EQ(made.index->name, "Pulsatility Index");
   for (int pass = 0; pass < 6; ++pass) index = step(index);
-  EXPECT_EQ(samplesOf(*made.index), index);
+  EXPECT_EQ(samplesOf(*made.index), cut(index));
+}
+
+// The same beats in items of several kinds and scales.
+TEST(PulseIndices, AreOfShownValues) {
+  struct Case {
+    const char* what;
+    int32_t code;
+    double gain, offset;
+  } const cases[] = {{"as they are", kDoubleCode, 1, 0},
+                     {"thousandths", kUint16Code, 0.001, 0},
+                     {"an offset", kInt16Code, 0.001, 5},
+                     {"upside down", kInt16Code, -0.001, 0},
+                     {"small steps", kFloatCode, 1e-9, -0.2}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    CTrace active(c.code, 300);
+    active.ygain = c.gain;
+    active.yoffset = c.offset;
+    const ShownValues scale(active);
+    for (uint32_t i = 0; i < 300; ++i)
+      active.data->putval(i, scale.nearestItem(0.5 + 0.4 * std::cos(i * 0.5)));
+    for (const PulseIndex kind : {PulseIndex::Pulsatility, PulseIndex::Resistance}) {
+      const PulseTraces made = pulseIndex(active, {}, kind, 6);
+      const auto shown = [](const ZZTrace& trace) { return trace.displayed(trace.data->at(150)); };
+      EXPECT_NEAR(shown(*made.systolic), 0.9, 0.02);
+      EXPECT_NEAR(shown(*made.diastolic), 0.1, 0.02);
+      EXPECT_NEAR(shown(*made.index), kind == PulseIndex::Pulsatility ? 1.6 : 0.888, 0.03);
+      EXPECT_NEAR(made.diastolic->displayed(made.diastolic->data->at(299)), 0, 1e-5) << "after the last";
+    }
+  }
+}
+
+TEST(PulseIndices, TakeAStandstillForATrough) {
+  const auto active = traceOf({5, 9, 5, 0, 5, 8, 5, 2, 5}, kUint16Code);
+  const PulseTraces made = pulseIndex(*active, {}, PulseIndex::Resistance, 1);
+  EXPECT_EQ(made.diastolic->data->at(2), 0);
+  EXPECT_EQ(made.index->data->at(2), 1000);
+}
+
+TEST(FirFilters, TakeThePulseOutOfRowsAlongTime) {
+  const Doubles x = wave(90);
+  std::vector<Doubles> rows;
+  for (const double item : x) rows.push_back({item, 7, -2 * item});
+  auto trace = rowsOf(rows);
+  removePulse(*trace, {70, 50});
+  const Doubles expected = pulseRemoved(x, 70, 70);
+  for (uint32_t row = 0; row < 90; ++row) {
+    ASSERT_DOUBLE_EQ(trace->data->at(row, 0), expected[row]) << row;
+    ASSERT_DOUBLE_EQ(trace->data->at(row, 2), -2 * expected[row]) << row;
+  }
+}
+
+TEST(FirFilters, WorkOnShownValues) {
+  auto trace = traceOf({1, 2, 4, 8});
+  trace->ygain = 2;
+  trace->yoffset = 10;
+  applyFir({{-1, 1}}, *trace, *trace, {});
+  EXPECT_THAT(samplesOf(*trace), ElementsAre(1, -4, -3, -1)) << "differences of 2, 4 and 8, shown as such";
+}
+
+TEST(Smoothing, TakesTheLimitsOfTheCheckAsShown) {
+  resetArtifactCount();
+  const ArtifactSettings settings{.highaction = 0, .highlimit = 1.0F, .fixedvalue = 0.25};
+  auto trace = traceOf({10, 500, 20}, kUint16Code);
+  trace->ygain = 0.01;
+  trace->yoffset = 0.1;
+  smooth(*trace, {}, 1.0, &settings);
+  EXPECT_THAT(samplesOf(*trace), ElementsAre(10, 15, 20));
+}
+
+TEST(Maxima, AreThoseOfShownValues) {
+  auto trace = traceOf({3, 1, 2, 9, 4, 0, 0, 5});
+  trace->ygain = -1;
+  const auto maxima = goldenSearchMaxima(*trace, {});
+  ASSERT_EQ(maxima.size(), 2u);
+  EXPECT_EQ(maxima[0].value, -1);
+  EXPECT_EQ(maxima[1].value, 0);
 }
 
 TEST(Maxima, StandBetweenMinimaAndInTheLog) {
