@@ -69,6 +69,8 @@ void ZBasicDoc::deleteContents() {
   for (CDimList& list : dimlists) list.removeAll();
   currentlist = kPlainList;
   image.reset();
+  unrepaired.reset();
+  forgetUndo();
   imagefile.clear();
   ownsImageFile = false;
   imagedirty = 0;
@@ -141,6 +143,7 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
     image->xOrigin = originx;
     image->yOrigin = originy;
   }
+  unrepaired.reset();
   afterImageLoaded();
   updateAllViews();
   return true;
@@ -184,6 +187,8 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
 
 void ZBasicDoc::takeImage(std::unique_ptr<CZZimage> pixels) {
   image = std::move(pixels);
+  unrepaired.reset();
+  forgetUndo();
   originx = originy = 0;
   imagefile.clear();
   ownsImageFile = false;

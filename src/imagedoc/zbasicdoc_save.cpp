@@ -22,6 +22,7 @@ struct ZBasicDoc::PixelSave {
   std::string oldImagefile;
   int32_t oldDirty = 0;
   bool oldOwns = false;
+  bool holdsPixels = false;  // those in memory, not a copy of the file before
   bool trimmed = false;
   Rect cut;         // the trimmed ROI, in the coordinates of before
   Point oldOrigin;  // of the image
@@ -111,6 +112,7 @@ bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   } else {
     saved.aimAt(pixelFileFor(documentPath, settings.getString("settings", "imagetype", ".bmp")));
     if (!saveImage(saved.written, saved.trimmed ? roi : Rect{})) return false;
+    saved.holdsPixels = true;
   }
   imagedirty = 0;
   ownsImageFile = true;
@@ -131,7 +133,8 @@ void ZBasicDoc::cutToTrim(const PixelSave& saved) {
   if (!part->copyFromRect(*image, saved.cut)) return;
   part->blackZero = image->blackZero;
   image = std::move(part);
-  undoimage->reset();
+  unrepaired.reset();
+  forgetUndo();
   updateAllViews();
 }
 
@@ -146,6 +149,8 @@ bool ZBasicDoc::onSaveDocument(const std::string& path) {
   if (done) {
     storeResult(path);
     savedroi = saved.trimmed;
+    if (saved.holdsPixels && unrepaired) repairIsStored = true;
+    tellUndoSaved();
     if (saved.trimmed) cutToTrim(saved);
     return true;
   }
