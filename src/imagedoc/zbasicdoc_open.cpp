@@ -56,10 +56,12 @@ void ZBasicDoc::loadSettings() {
   userfilename = settings.getString("grid", "userfielname", userfilename);
   loadListSettings();
   readProcessingSettings();
-  MagnificationEntry standard{magx, magy, magname, 0};
+  MagnificationEntry standard{0, 0, magname, 0};
   readDefaultMagnification(standard);
-  magx = standard.magx;
-  magy = standard.magy;
+  if (isScale(standard.magx)) magx = standard.magx;
+  if (isScale(standard.magy)) magy = standard.magy;
+  // The switch is one of all images, and was perhaps set by another whose scale is not this one's.
+  if (!isScale(standard.magx) || !isScale(standard.magy)) calibrated = 0;
   magname = standard.magname;
   magindex = static_cast<int32_t>(standard.magdate);
   loadGridMetafile();

@@ -25,6 +25,8 @@ void ZBasicDoc::magnificationCommand() {
   } else if (entry.magname != magname) {
     magname = entry.magname;
     setModified();
+  } else if (!calibrated) {
+    host().messages.show("No other scale was given: the image stays in pixels.");
   }
   updateAllViews();
 }
@@ -103,6 +105,11 @@ void ZBasicDoc::unitsCommand() {
   form.addChoice("Units", useUnits, {"pixels", "user units"}).add("Name", name);
   if (!host().forms.run(form)) return;
   const Change change(*this);
+  if (useUnits && !hasScale()) {
+    useUnits = 0;
+    report(
+        "Nobody has told the size of a pixel yet, so the image stays in pixels: calibrate it, or choose a magnification.");
+  }
   calibrated = useUnits;
   userunits = name;
   settings.setInt("settings", "calibrated", calibrated);

@@ -398,6 +398,9 @@ TEST_F(ImageDocTest, AScaleIsAboveZeroThroughEveryDoor) {
   writeSettings("[settings]\nmagx=0\nmagy=-1\n[mag0]\nvalid=1\nmagx=0\n");
   EXPECT_EQ(makeImage(8, 8).magx, 1.0);
   ZBasicDoc& stored = makeImage(8, 8);
+  host.fill({{"Units", "user units"}});
+  run("Units");
+  EXPECT_EQ(stored.calibrated, 0) << "nobody measured";
   stored.calibrated = 1;
   stored.magy = 0;
   reopen("bad.tv1");

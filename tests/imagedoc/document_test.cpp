@@ -307,6 +307,13 @@ TEST_F(ImageDocTest, ACopyTakesAllButTheFile) {
   EXPECT_EQ(pixelsOf(*copy.theImage()), pixelsOf(*d.theImage()));
 }
 
+TEST_F(ImageDocTest, AScaleOfAnotherImageCalibratesNoNewOne) {
+  ASSERT_TRUE(makeImage(4, 4).setScale(2.5, 2.5, "x20", 1, false, true));
+  EXPECT_EQ(makeImage(4, 4).unitName(), "pixel") << "its own scale is not known";
+  ASSERT_TRUE(image()->setScale(2.5, 2.5, "x20", 1, true, false));
+  EXPECT_EQ(makeImage(4, 4).unitName(), "um");
+}
+
 TEST_F(ImageDocTest, SettingsGiveNewDocumentsTheirValues) {
   writeSettings(
       "[Settings]\ntargetx=5\nshowtarget=0\ncalibrated=1\nuserunits=nm\nmagx=2.5\nmagy=3.5\nmagname=x20\n"

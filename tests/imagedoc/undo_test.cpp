@@ -1,5 +1,6 @@
 // Undo and Redo of the image document: all that a command changed.
 
+#include "results/resultdoc.h"
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
@@ -49,7 +50,7 @@ TEST_F(Undo, BringsBackAllThatACommandChanged) {
       {"find minima within window", {}},
       {"Calibrate magnification", {{"X true length", "7"}, {"Y true length", "8"}}},
       {"Magnification", {{"x scale", "3"}}},
-      {"Units", {{"Units", "user units"}, {"Name", "mm"}}},
+      {"Units", {{"Name", "mm"}}},
       {"Notes", {{"Notes", "others"}}},
   };
   for (const auto& [command, answers] : commands) {
@@ -71,6 +72,46 @@ TEST_F(Undo, BringsBackAllThatACommandChanged) {
     process.imageTemplate->discard(d);
     settings.setInt("settings", "calibrated", 0);
   }
+}
+
+TEST_F(Undo, AndASaveKeepEveryMeasureInEveryRegion) {
+  process.quietMode = 1;
+  const Rect regions[] = {{}, {5, 5, 40, 31}, {30, 20, 60, 50}, {21, 21, 22, 22}, {0, 0, 60, 50}};
+  const auto measures = [&] {
+    run("Calculate average of selection");
+    const CResultDoc* table = findResultDocument("Image Results");
+    std::string text;
+    for (size_t place = 1; place < 21; ++place) text += table->cell(table->rowCount() - 1, place) + " ";
+    return text;
+  };
+  for (const char* command :
+       {"Equalise", "Negative", "High pass filter", "Low pass filter", "Blur", "Laplacian filter", "Min3x3",
+        "Sum Modified Lapalacian", "Threshold", "apex filter", "Bin", "Clear all dimensions", "Trim to ROI",
+        "find minima within window", "find minima within tolerance", "Find Capillaries"})
+    for (const Rect& region : regions)
+      for (const bool round : {false, true}) {
+        ZBasicDoc& d = makeMarked();
+        d.setRoi(region);
+        if (round) d.makeRoiCircular();
+        SCOPED_TRACE(format("%s %i,%i %i", command, region.left, region.top, round ? 1 : 0));
+        if (!isEnabled(command)) continue;
+        const std::string before = all(), measuredBefore = measures();
+        run(command);
+        const std::string after = all(), measuredAfter = measures();
+        if (d.canUndo()) {
+          run("Undo");
+          EXPECT_EQ(all(), before);
+          EXPECT_EQ(measures(), measuredBefore);
+          run("Redo");
+          EXPECT_EQ(all(), after);
+        } else {
+          EXPECT_EQ(measuredAfter, measuredBefore);
+        }
+        d.keepwhole = 1;
+        reopen("a.tv1");
+        EXPECT_EQ(measures(), measuredAfter);
+        process.imageTemplate->discard(*image());
+      }
 }
 
 TEST_F(Undo, LeavesWhatWasDoneSinceAndWhatWasNotChanged) {
