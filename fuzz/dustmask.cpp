@@ -33,7 +33,7 @@ void useAll(CDimList& list) {
     list.at(i).PerpendicularsAtStart(one, other);
     list.at(i).selected = i % 2 == 0;
   }
-  if (list.hit({3, 3}, 0) >= 0) list.drag(list.selectedindex, {70, -8});
+  if (list.hit(3, 3, 3, 0) >= 0) list.drag(list.selectedindex, {70, -8});
   if (list.size() > 0) list.rotateByPoint(0, {9, 9});
   list.offset(INT32_MAX, INT32_MIN);
   list.scale(3, -2);

@@ -168,6 +168,11 @@ int64_t blurKernelLength(float sigma) {
   return static_cast<int64_t>(std::ceil(3.0 * sigma)) + 1;
 }
 
+bool blurFits(float sigma, int32_t length) {
+  const int64_t n = blurKernelLength(sigma);
+  return n > 0 && n < length / 2;
+}
+
 BlurKernel blurKernel(float sigma) {
   const size_t n = static_cast<size_t>(blurKernelLength(sigma));
   BlurKernel kernel{std::vector<float>(n), std::vector<float>(n)};
@@ -192,8 +197,8 @@ BlurKernel blurKernel(float sigma) {
 bool gaussianBlur(CZZimage& image, float sigma) {
   if (!isFilterable(image) || !(sigma > 0.0f)) return false;
   const int64_t n = blurKernelLength(sigma);
-  const bool along = n > 0 && n < image.width / 2;
-  const bool across = n > 0 && n < image.height / 2;
+  const bool along = blurFits(sigma, image.width);
+  const bool across = blurFits(sigma, image.height);
   if (!along && !across) return true;
   const BlurKernel kernel = blurKernel(sigma);
   const int32_t marginRows = across ? static_cast<int32_t>(n) : 0;

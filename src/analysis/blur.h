@@ -15,6 +15,8 @@ struct BlurKernel {
 
 // Length ceil(3 * sigma) + 1, or 0 for a sigma that is not above 0 or whose kernel no line could hold.
 int64_t blurKernelLength(float sigma);
+// Whether a line of that length is blurred; otherwise it is too short for the kernel and stays as it is.
+bool blurFits(float sigma, int32_t length);
 // Computed in double, each table entry stored as float. Empty when the length is 0.
 BlurKernel blurKernel(float sigma);
 

@@ -68,6 +68,13 @@ class Segmenter {
 
 }  // namespace
 
+std::vector<int32_t> windowsTooLarge(const FinderParameters& p, Size area) {
+  std::vector<int32_t> windows;
+  for (const int32_t window : {p.uw1, p.uw2, p.w3, p.w4})
+    if (window != 0 && !windowFits(window, area)) windows.push_back(window);
+  return windows;
+}
+
 void windowChain(CZZimage& image, const FinderParameters& parameters) {
   for (const int32_t window : {parameters.uw1, parameters.uw2, parameters.w3, parameters.w4})
     windowFilter(image, WindowMode::HighPass, image, Rect{}, window);
@@ -163,10 +170,10 @@ std::array<Point, 2> capillaryCircle(double area, double cx, double cy) {
   return {first, Point{first.x, truncated(2.0 * r + first.y)}};
 }
 
-std::string densityText(int64_t count, int32_t width, int32_t height, double magx, double magy) {
-  if (count <= 0) return {};
-  const double area = static_cast<double>(width) * height * magx * magy * 1e-6;
-  return format("%7.3f, capillary density, %7.3f, area", static_cast<double>(count) / area, area);
+std::string densityText(int64_t count, double area) {
+  if (count <= 0 || !(area > 0)) return {};
+  const double shown = area * 1e-6;
+  return format("%7.3f, capillary density, %7.3f, area", static_cast<double>(count) / shown, shown);
 }
 
 }  // namespace tarnvisor

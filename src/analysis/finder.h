@@ -33,6 +33,8 @@ struct ApexParameters {
   int32_t apexoffset = 128;
 };
 
+// Those of the four windows that an area is too small for, so that the chain passes them over.
+std::vector<int32_t> windowsTooLarge(const FinderParameters& parameters, Size area);
 // The four windows in turn.
 void windowChain(CZZimage& image, const FinderParameters& parameters);
 
@@ -85,8 +87,8 @@ FoundCapillaries findcaps(CZZimage& image, const Rect& rect, const FinderParamet
 // otherwise vertical.
 std::array<Point, 2> capillaryCircle(double area, double cx, double cy);
 
-// "%7.3f, capillary density, %7.3f, area" of count per area and the area, for sides in pixels and a scale in
-// micrometres a pixel (1.0 when not calibrated). Empty for a count of 0.
-std::string densityText(int64_t count, int32_t width, int32_t height, double magx, double magy);
+// "%7.3f, capillary density, %7.3f, area" of count per area and the area, which is told in square micrometres
+// (pixels when not calibrated) and shown in square millimetres. Empty for a count or an area of 0.
+std::string densityText(int64_t count, double area);
 
 }  // namespace tarnvisor

@@ -233,7 +233,7 @@ bool windowFilter(CZZimage& destination, WindowMode mode, const CZZimage& source
   const Rect area = source.clipToImage(rect);
   if (area.isEmpty() || area.right > destination.width || area.bottom > destination.height) return false;
   const int64_t wanted = std::abs(static_cast<int64_t>(window));
-  if (wanted == 0 || wanted >= std::min(area.width(), area.height())) return false;
+  if (wanted == 0 || !windowFits(window, {area.width(), area.height()})) return false;
   const bool highPass = window > 0 && mode == WindowMode::HighPass;
 
   const PaddedPlane copy(CZZchildimage(area.width(), area.height(),

@@ -2,12 +2,19 @@
 // of the filtered area, so sum and count there are those of what is left.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 
 #include "base/geometry.h"
 #include "image/zzimage.h"
 
 namespace tarnvisor {
+
+// Whether an area takes a window: one at or above its smaller side filters nothing. 0 asks for no filter.
+inline bool windowFits(int32_t window, Size area) {
+  return std::abs(int64_t{window}) < std::min(area.width, area.height);
+}
 
 enum class WindowMode { LowPass = 0, HighPass = 1 };
 

@@ -54,8 +54,6 @@ class CVivoCapDoc : public ZBasicDoc {
 
   // --- processing (vivocapdoc_pass.cpp)
   void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step) override;
-  // An image of a movie is brought back by reading it again.
-  bool saveUndoCopy() override { return true; }
   // Runs an operation on each image of the selection, and adds the words to the notes.
   void processImages(const std::string& text, const std::function<void(CZZimage&)>& operation);
   // Gives the work to the movie, which makes a new movie file of the name it is given, in the work folder;

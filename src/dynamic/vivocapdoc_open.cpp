@@ -11,6 +11,7 @@
 #include "framework/documenttype.h"
 #include "host/host.h"
 #include "image/palette.h"
+#include "imagedoc/magnification.h"
 #include "imagedoc/texts.h"
 #include "movie/movieoutput.h"
 #include "movie/tagreader.h"
@@ -185,8 +186,8 @@ bool CVivoCapDoc::openRawFrames(const std::string& headerPath) {
     movie.reset();
     return false;
   }
-  if (xmlDouble(told, "MAGNIFICATION", magnification) && magnification > 0)
-    setScale(magnification, magnification, fileNameOf(headerPath), 0, false, false);
+  if (xmlDouble(told, "MAGNIFICATION", magnification) && isScale(magnification))
+    (void)setScale(magnification, magnification, fileNameOf(headerPath), 0, false, false);
   movieChanged();
   moviePath.clear();  // a save makes a movie of its own
   interlaced = 0;

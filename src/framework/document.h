@@ -29,7 +29,12 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void setPathName(const std::string& path);                // also takes the title from it
   void forgetPathName() { filePath.clear(); }               // so that the next save asks for one
   bool isModified() const { return modified; }
-  void setModified(bool on = true) { modified = on; }
+  void setModified(bool on = true) {
+    modified = on;
+    if (on) ++changes;
+  }
+  // Rises each time that something changed.
+  uint64_t changeCount() const { return changes; }
 
   // The type that made the document; null for one made without (a temporary).
   DocumentType* type() const { return documentType; }
@@ -90,6 +95,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   std::string filePath;
   std::string missing;  // why only a part of the file could be read; empty for all of it
   bool modified = false;
+  uint64_t changes = 0;
   DocumentType* documentType = nullptr;
   std::vector<std::unique_ptr<CView>> viewList;
 };

@@ -1,6 +1,7 @@
 #include "imagedoc/magnification.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "base/clock.h"
 #include "base/text.h"
@@ -20,8 +21,10 @@ int64_t readTime(const std::string& section, const std::string& key, int64_t mis
 }
 
 void readEntry(const std::string& section, const std::string& noName, MagnificationEntry& entry) {
-  entry.magx = settings.getDouble(section, "magx", entry.magx);
-  entry.magy = settings.getDouble(section, "magy", entry.magy);
+  for (const auto& [key, value] : {std::pair{"magx", &entry.magx}, std::pair{"magy", &entry.magy}}) {
+    const double stored = settings.getDouble(section, key, *value);
+    if (isScale(stored)) *value = stored;
+  }
   entry.magname = settings.getString(section, "magname", noName);
   entry.magdate = readTime(section, "magdate", entry.magdate);
 }

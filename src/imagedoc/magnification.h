@@ -14,9 +14,12 @@ struct MagnificationEntry {
   int64_t magdate = 0;  // seconds since 1970
 };
 
+// A pixel's size that can be measured with. NaN is none.
+inline bool isScale(double value) { return value >= 1e-9 && value <= 1e9; }
+
 inline constexpr int32_t MAXMAGS = 500;  // sections from here on are never read
 
-// What is missing keeps the value that the caller's entry holds.
+// What is missing, and a stored number that is no scale, keeps the value that the caller's entry holds.
 void readDefaultMagnification(MagnificationEntry& entry);
 void writeDefaultMagnification(const MagnificationEntry& entry);
 // Section numbers only grow; removing leaves a gap.

@@ -11,7 +11,8 @@ MagnificationFace* MagnificationDialog::face = nullptr;
 
 MagnificationDialog::MagnificationDialog(const ZBasicDoc& document)
     : entry{document.magx, document.magy, document.magname, document.magindex},
-      unit(document.unitName() + text::kPerPixel) {
+      unit(document.unitName() + text::kPerPixel),
+      before(entry) {
   refresh();
 }
 
@@ -34,7 +35,13 @@ void MagnificationDialog::addToList() {
   refresh();
 }
 
-void MagnificationDialog::select(int32_t row) { readMagnification(row, entry); }
+void MagnificationDialog::select(int32_t row) {
+  if (readMagnification(row, entry)) wasSelected = true;
+}
+
+bool MagnificationDialog::isGiven() const {
+  return wasSelected || entry.magx != before.magx || entry.magy != before.magy;
+}
 
 void MagnificationDialog::remove(int32_t row) {
   removeMagnification(row);

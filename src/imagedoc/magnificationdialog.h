@@ -35,6 +35,9 @@ class MagnificationDialog {
   // for OK.
   bool run();
 
+  // Whether the fields hold a scale that somebody gave: by a change of a number, or from the table.
+  bool isGiven() const;
+
   MagnificationEntry entry;  // what the fields hold
   static MagnificationFace* face;
 
@@ -43,6 +46,8 @@ class MagnificationDialog {
   bool runForm();
   std::vector<std::string> lines;
   std::string unit;
+  MagnificationEntry before;
+  bool wasSelected = false;
 };
 
 }  // namespace tarnvisor

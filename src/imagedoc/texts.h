@@ -16,10 +16,11 @@ inline constexpr const char* kEqualise = "Equalise";             // 11026
 inline constexpr const char* kHighPass = "High pass (%ix%i)";    // 11034, of the low pass too
 inline constexpr const char* kImageFilter =
     "Images (*.zzg;*.bmp;*.tif)|*.zzg;*.bmp;*.tif|Zzg images (*.zzg)|*.zzg|Bitmaps (*.bmp)|*.bmp|TIFF images (*.tif)|*.tif|All files (*.*)|*.*||";  // 11037
-inline constexpr const char* kInvert = "Invert";                     // 11045
-inline constexpr const char* kNewLineWidth = "New line width";       // 11049
-inline constexpr const char* kPerPixel = "/pixel";                   // 11078
-inline constexpr const char* kRemoveDust = "Remove Dust";            // 11100
+inline constexpr const char* kInvert = "Invert";                // 11045
+inline constexpr const char* kNewLineWidth = "New line width";  // 11049
+inline constexpr const char* kPerPixel = "/pixel";              // 11078
+inline constexpr const char* kRemoveDust = "Remove Dust";       // 11100
+inline constexpr const char* kPutBackDust = "Put back dust";
 inline constexpr const char* kRoi = " ROI (%i,%i)-(%i,%i).";         // 11102
 inline constexpr const char* kSimpleThreshold = "simple threshold";  // 11106
 inline constexpr const char* kLineEnd = "\r\n";

@@ -11,15 +11,12 @@
 #include "base/text.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
-#include "imagedoc/dimdoc.h"
 #include "imagedoc/magnification.h"
 #include "imagedoc/texts.h"
+#include "measure/dimline.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
-
-ZBasicDoc::ZBasicDoc() : undoimage(std::make_unique<CZZimage>()) {}
-ZBasicDoc::~ZBasicDoc() { forgetDimensionsOf(*this); }
 
 void ZBasicDoc::report(const std::string& words) {
   if (!silent) CDocument::report(words);
@@ -163,8 +160,12 @@ void ZBasicDoc::setColourset(int32_t value) {
 
 // --- scale and region
 
-void ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
+bool ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
                          bool addToTable) {
+  if (!isScale(x) || !isScale(y)) {
+    report(format("%g by %g is no scale: a pixel has a size above 0.", x, y));
+    return false;
+  }
   const MagnificationEntry entry{x, y, name, date};
   if (asDefault) writeDefaultMagnification(entry);
   magx = x;
@@ -176,11 +177,13 @@ void ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t da
   calibrated = 1;
   settings.setInt("settings", "calibrated", 1);
   setModified();
+  return true;
 }
 
 Rect ZBasicDoc::roiOrWhole() const {
   const CZZimage* shown = theImage();
-  return shown && roi.isEmpty() ? shown->frameRect() : roi;
+  if (!shown || hasCircularRoi()) return roi;
+  return roi.isEmpty() ? shown->frameRect() : roi.intersected(shown->frameRect());
 }
 
 int32_t ZBasicDoc::frameRow(int32_t row) const {
@@ -188,6 +191,7 @@ int32_t ZBasicDoc::frameRow(int32_t row) const {
 }
 
 void ZBasicDoc::makeRoiCircular() {
+  if (!canBeCircular()) return;
   setModified();
   if (hasCircularRoi()) {
     roicircle = {};
@@ -203,7 +207,19 @@ double ZBasicDoc::roiArea() const {
   const Rect area = roiOrWhole();
   const Scale s = scale();
   const double rectangle = area.width() * s.x * (area.height() * s.y);
-  return hasCircularRoi() ? rectangle * 0.7853981633974483 : rectangle;
+  if (!hasCircularRoi()) return rectangle;
+  const CZZimage* shown = theImage();
+  if (!shown || area.intersected(shown->frameRect()) == area) return rectangle * 0.7853981633974483;
+  const Outline circle =
+      circleOutline((area.left + area.right) * 0.5, (area.top + area.bottom) * 0.5, area.width() * 0.5);
+  return outlineArea(clippedOutline(circle, shown->frameRect(), false)) * s.x * s.y;
+}
+
+bool ZBasicDoc::isInRoi(Point at) const {
+  if (roi.isEmpty()) return false;
+  CDimLine point;
+  point.points = {at};
+  return point.PointIn(0, roi, hasCircularRoi());
 }
 
 std::string ZBasicDoc::roiText() const {
@@ -213,12 +229,6 @@ std::string ZBasicDoc::roiText() const {
 }
 
 // --- processing steps
-
-bool ZBasicDoc::saveUndoCopy() {
-  if (!theImage() || !undoimage || undoimage->copyImage(*theImage())) return true;
-  report("There is not enough memory.");
-  return false;
-}
 
 std::unique_ptr<CZZchildimage> ZBasicDoc::roiChild() { return theImage()->makeChild(roi); }
 

@@ -1,12 +1,13 @@
-// ZBasicDoc: the still-image document. One image, one level of undo, the magnification it was taken at, a
-// region of interest, a target mark, a grid, notes and nine dimension lists. Its own file (.tv1) holds all of
-// this but the pixels, which stay in an image file named inside it. docs/formats/tv1.md tells the stored
-// form.
+// ZBasicDoc: the still-image document. One image, one level of undo over all that a command changes, the
+// magnification it was taken at, a region of interest, a target mark, a grid, notes and nine dimension lists.
+// Its own file (.tv1) holds all of this but the pixels, which stay in an image file named inside it.
+// docs/formats/tv1.md tells the stored form.
 //
 // Coordinates are frame rows and columns of the parent frame, in which the image's first pixel lies at
 // imageOrigin(). A rectangle is half-open; an empty ROI means the whole image.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -102,23 +103,38 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
 
   // --- scale
   Scale scale() const { return calibrated ? Scale{magx, magy} : Scale{}; }
+  // Whether anybody told one, in use or not.
+  bool hasScale() const { return calibrated || magindex != 0 || magx != 1.0 || magy != 1.0; }
   std::string unitName() const { return calibrated ? userunits : "pixel"; }
-  void setScale(double x, double y, const std::string& name, int64_t date, bool asDefault, bool addToTable);
+  // False, and the user told, for what is no scale (isScale): nothing is then changed.
+  [[nodiscard]] bool setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
+                              bool addToTable);
 
   // --- region of interest
   // Where the image's first pixel lies among the marks; (0, 0) without an image.
   Point imageOrigin() const { return theImage() ? theImage()->frameOrigin() : Point{}; }
-  // What measures count in: the ROI, or the whole image. In frame rows, as the ROI and all marks are.
+  // What measures count in: the ROI as far as it lies in the image, or the whole image; a circular ROI's
+  // rectangle is never cut. In frame rows, as the ROI and all marks are.
   Rect roiOrWhole() const;
+  // A new ROI is a rectangle, whatever the one before was.
+  void setRoi(const Rect& area) { roi = area, roicircle = {}; }
   // The frame's row that a row held by the image lies at: twice its number in a field.
   int32_t frameRow(int32_t row) const;
-  bool hasCircularRoi() const { return !roicircle.isZero(); }
-  void makeRoiCircular();  // toggles
-  double roiArea() const;  // scaled width times scaled height, less the corners of a circle
+  bool hasCircularRoi() const { return !roi.isEmpty() && !roicircle.isZero(); }
+  void makeRoiCircular();  // toggles; nothing for a ROI that no circle fits into
+  bool canBeCircular() const { return hasCircularRoi() || std::min(roi.width(), roi.height()) >= 2; }
+  // Of what measures count in, in square units: of a circle only what lies in it.
+  double roiArea() const;
+  bool isInRoi(Point at) const;  // in the circle of a circular one; false without a ROI
   std::string roiText() const;
 
-  // --- processing. Each step copies the image to the undo copy, works on the ROI, appends to the notes.
-  [[nodiscard]] virtual bool saveUndoCopy();  // false, and the user told, without memory
+  // --- undo (zbasicdoc_undo.cpp): a command that changes the document makes a Change first, and what it then
+  // changed comes back with Undo, the notes and the flags of unsaved changes too
+  class Change;
+  bool canUndo() const;
+  void undo();
+
+  // --- processing. Each step keeps the image for Undo, works on the ROI, appends to the notes.
   std::unique_ptr<CZZchildimage> roiChild();
   enum class StepArea { Roi, Whole };
   // Adds the words, and the ROI where it counts, to the notes; marks all as changed, refreshes.
@@ -129,7 +145,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void appendNotes(const std::string& text) { notes += text; }
   // Traces the capillary that holds a seed, in pixels of the ROI's child view. False when nothing was done.
   bool trace(Point seed);
-  // Finds or recounts without asking or telling; the result text is the document's.
+  // Finds or recounts without asking; the result text is the document's.
   bool countCapillaries();
   void analyseAutomatically() override { countCapillaries(); }
 
@@ -176,14 +192,15 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   int32_t savedroi = 0;   // the last save trimmed the image
   int32_t colourset = 0;  // the display palette, 0 to 9
   uint8_t zeroasblack = 1;
-  std::unique_ptr<CZZimage> undoimage;
-  int32_t originx = 0;  // of the image in the full sensor frame
+  std::unique_ptr<CZZimage> undoimage;  // empty where Undo brings back no pixels
+  int32_t originx = 0;                  // of the image in the full sensor frame
   int32_t originy = 0;
 
  private:
   // zbasicdoc_archive.cpp
   void storeFields(Archive& archive);
   void loadFields(Archive& archive);
+  void dropBadScale();
   void loadLists(Archive& archive, int32_t version, int32_t count);
   void hideLists();
   // zbasicdoc_open.cpp
@@ -213,8 +230,6 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void trimToRoi();
   bool canTrim() const { return !roi.isEmpty() && hasDimensions(); }
   void importDimensionsCommand();
-  void undo();
-  bool canUndo() const { return hasImage() && undoimage && !undoimage->empty(); }
   void duplicateCommand();
   void convertToGrey();
   void greyWeightsCommand();
@@ -241,7 +256,15 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
     return colourset == N;
   }
 
+  // zbasicdoc_undo.cpp
+  struct UndoState;
+  void forgetUndo();
+  void tellUndoSaved();
+
   // --- dust (zbasicdoc_dust.cpp)
+  static void setDustMaskFlag(int32_t on);
+  [[nodiscard]] bool keepUnrepaired();
+  void putBackDust();
   void useDustMask();
   bool usesDustMask() const;
   void saveDustMask();
@@ -264,6 +287,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
 
   // --- filters (zbasicdoc_filters.cpp)
   bool askWindow(const char* title, const char* key, int32_t standard, int32_t smallest, int32_t& window);
+  // Tells the user and the notes.
+  void tellNotDone(const std::string& stepText, const std::string& why);
+  bool runWindowStep(const std::string& stepText, int32_t window, const std::function<void(CZZimage&)>& step);
+  std::string regionSize() const;
   void equalise();
   void negative();
   void highPass();
@@ -280,7 +307,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void adjust();
   void subtractImage();
   void bin();
-  bool canBin() const { return hasImage() && undoimage; }
+  bool canBin() const { return hasImage() && undoimage && theImage()->width > 1 && theImage()->height > 1; }
+  void binMarks();
   void threshold();
 
   // --- capillaries (zbasicdoc_capillaries.cpp)
@@ -294,7 +322,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void minimaWithinWindow();
   void minimaWithinTolerance();
   void walkToMinima();
-  void reportDensity(int64_t count, int32_t width, int32_t height);
+  void reportDensity(int64_t count);
+  // What of the finder's windows can't run in the region; empty when all do.
+  std::string finderLimits() const;
+  void tellFinderLimits() const;
   void runFinder(CZZimage& working, const Rect& rect);
   template <class Points>
   void addMinima(const Points& points, bool labelled);
@@ -307,6 +338,30 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool canFilter() const { return hasImage() && theImage()->colourset != kColour; }
 
   bool ownsImageFile = false;  // the image file was written by, or named in, this document's own file
+  std::unique_ptr<UndoState> undoState;
+  // While the dust filter repairs the image: what it would be without, each step done on it too.
+  std::unique_ptr<CZZimage> unrepaired;
+  bool repairIsStored = false;  // in the image file
+};
+
+// What one command does to the document, so that Undo can take it back. Made before the change; it takes
+// effect when it goes, unless nothing was changed.
+class ZBasicDoc::Change {
+ public:
+  enum class Alters { Document, Pixels };
+  explicit Change(ZBasicDoc& document, Alters what = Alters::Document);
+  ~Change();
+  Change(const Change&) = delete;
+  Change& operator=(const Change&) = delete;
+  // False without memory: the user has been told, and the change should not be made.
+  bool isReady() const { return before != nullptr; }
+  void abandon();
+  const CZZimage* imageBefore() const { return pixels.get(); }
+
+ private:
+  ZBasicDoc& doc;
+  std::unique_ptr<UndoState> before;
+  std::unique_ptr<CZZimage> pixels;
 };
 
 }  // namespace tarnvisor

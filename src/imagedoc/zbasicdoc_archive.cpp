@@ -1,5 +1,7 @@
 // The stored form, all versions.
 #include "archive/archive.h"
+#include "base/text.h"
+#include "imagedoc/magnification.h"
 #include "imagedoc/zbasicdoc.h"
 
 namespace tarnvisor {
@@ -60,6 +62,7 @@ void ZBasicDoc::loadFields(Archive& archive) {
   magy = archive.getDouble();
   calibrated = archive.getInt();
   userunits = archive.readString();
+  dropBadScale();
   imageoffset = archive.getPoint();
   roi = archive.getRect();
   roicircle = archive.getRect();
@@ -96,6 +99,16 @@ void ZBasicDoc::loadFields(Archive& archive) {
     CdbDocument::serialize(archive);
     if (version <= 9) stationIdFirst = kept;
   }
+}
+
+// What measures would come of it is worse than pixels.
+void ZBasicDoc::dropBadScale() {
+  if (isScale(magx) && isScale(magy)) return;
+  const std::string told = format("%g by %g", magx, magy);
+  magx = magy = 1.0;
+  if (!calibrated) return;
+  calibrated = 0;
+  report("The stored scale of " + told + " is none: the image is measured in pixels.");
 }
 
 void ZBasicDoc::loadLists(Archive& archive, int32_t version, int32_t count) {

@@ -57,38 +57,58 @@ void askNumbers(const char* title, std::span<AskedNumber> numbers) {
 
 }  // namespace
 
-void ZBasicDoc::reportDensity(int64_t count, int32_t width, int32_t height) {
-  if (count <= 0) return;
-  const Scale s = scale();
-  resultText = densityText(count, width, height, s.x, s.y);
+void ZBasicDoc::reportDensity(int64_t count) {
+  const std::string density = densityText(count, roiArea());
+  if (density.empty()) return;
+  resultText = density;
   appendNotes(resultText + roiText());
 }
 
+std::string ZBasicDoc::finderLimits() const {
+  const Rect area = theImage()->clipToImage(roi);
+  std::string words;
+  for (const int32_t window : windowsTooLarge(finderParameters, {area.width(), area.height()}))
+    words += format("%s its %s step (window %i)", words.empty() ? "finder without" : ",",
+                    window > 0 ? "background" : "smoothing", window);
+  return words.empty() ? words : words + ": too large for the region of " + regionSize();
+}
+
+// What is found in the corners of a circular ROI's rectangle lies outside and is no mark.
 void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
-  const FoundCapillaries found = findcaps(working, rect, finderParameters, readApexSettings());
-  for (const CapillaryRegion& region : found.regions) {
+  if (const std::string limits = finderLimits(); !limits.empty()) appendNotes(limits + text::kLineEnd);
+  const Rect area = roiOrWhole();
+  for (const CapillaryRegion& region :
+       findcaps(working, rect, finderParameters, readApexSettings()).regions) {
     // A field's pixels count twice, so that area and circle are the frame's.
     const double cy = region.cy * frameRow(1);
     const auto [first, second] = capillaryCircle(static_cast<double>(region.area), region.cx, cy);
-    addPointToDimension(addDimension(first, kCircleType), second);
+    const int32_t index = addDimension(first, kCircleType);
+    addPointToDimension(index, second);
+    if (!currentDims().at(index).Overlaps(area, hasCircularRoi())) currentDims().remove(index);
   }
-  reportDensity(static_cast<int64_t>(found.regions.size()), found.width, frameRow(found.height));
+  reportDensity(currentDims().countIn(area, hasCircularRoi()));
 }
 
 bool ZBasicDoc::countCapillaries() {
   if (!hasImage()) return false;
   const WaitScope wait;
   const Rect area = roiOrWhole();
+  if (area.isEmpty()) {
+    report("The region lies outside the image: there is nothing to count in.");
+    return false;
+  }
   const int32_t marked = currentDims().countIn(area, hasCircularRoi());
   if (marked > 0) {
-    reportDensity(marked, area.width(), area.height());
+    reportDensity(marked);
   } else {
     CZZimage working;
     if (!working.copyImage(*theImage()) || !makeGrey(working, *this)) {
       report("There is not enough memory.");
       return false;
     }
+    const Change change(*this);
     runFinder(working, roi);
+    setModified();
   }
   setModified();
   updateAllViews();
@@ -96,7 +116,12 @@ bool ZBasicDoc::countCapillaries() {
 }
 
 void ZBasicDoc::findCapillaries() {
+  if (currentDims().countIn(roiOrWhole(), hasCircularRoi()) == 0) tellFinderLimits();
   if (countCapillaries()) host().messages.show(resultText);
+}
+
+void ZBasicDoc::tellFinderLimits() const {
+  if (const std::string limits = finderLimits(); !limits.empty()) host().messages.show("The " + limits + ".");
 }
 
 // Closes a window of a command that could not be carried out.
@@ -106,6 +131,7 @@ void ZBasicDoc::discard() {
 }
 
 void ZBasicDoc::thresholdCapillaries() {
+  tellFinderLimits();
   ZBasicDoc* copy = duplicate("-threshold");
   if (!copy) return;
   if (!makeGrey(*copy->theImage(), *copy)) return copy->discard();
@@ -117,12 +143,15 @@ void ZBasicDoc::thresholdCapillaries() {
 }
 
 void ZBasicDoc::thresholdPreprocessCheck() {
+  tellFinderLimits();
   ZBasicDoc* copy = duplicate("-preprocess");
   if (!copy) return;
   if (!makeGrey(*copy->theImage(), *copy)) return copy->discard();
   const WaitScope wait;
   copy->roi = roi;
   copy->roicircle = roicircle;
+  if (const std::string limits = copy->finderLimits(); !limits.empty())
+    copy->appendNotes(limits + text::kLineEnd);
   // The apex filter of this road is the command's: it leaves an undo copy and its words.
   copy->roiChild()->stretch({});
   windowChain(*copy->roiChild(), finderParameters);
@@ -145,6 +174,9 @@ void ZBasicDoc::processing() {
   form.add("maximum capillary area (pixels)", edited.umax, {0, 1e9, {}});
   form.add("minimum capillary area (pixels)", edited.umin, {0, 1e9, {}});
   if (!host().forms.run(form)) return;
+  if (edited.umin >= edited.umax)
+    return report(format("Areas from %i to %i pixels are none: the smallest must be below the largest.",
+                         edited.umin, edited.umax));
   finderParameters = edited;
   writeProcessingSettings();
 }
@@ -152,6 +184,8 @@ void ZBasicDoc::processing() {
 void ZBasicDoc::apexFilterCommand() {
   if (roiChild()->empty()) return;
   const ApexParameters parameters = readApexSettings();
+  if (apexKernel(parameters).empty())
+    return tellNotDone("filter apex", format("there is no kernel of size %i", parameters.apexw));
   runStep("filter apex ", StepArea::Roi, [&](CZZimage& area) { apexFilter(area, parameters); });
 }
 
@@ -167,12 +201,14 @@ void ZBasicDoc::find8Regions() {
 
 template <class Points>
 void ZBasicDoc::addMinima(const Points& points, bool labelled) {
+  const Rect whole = theImage()->frameRect();
+  const Point corner = (roi.isEmpty() ? whole : roi.intersected(whole)).topLeft();
   for (const MinimumPoint& point : points) {
-    const int32_t index = addDimension({point.x, frameRow(point.y)}, kPointType);
-    if (labelled) currentDims().items[static_cast<size_t>(index)]->label = format("%i", point.value);
+    const Point at = Point{point.x, frameRow(point.y)} + corner;
+    if (!roi.isEmpty() && !isInRoi(at)) continue;
+    CDim& mark = currentDims().at(addDimension(at, kPointType));
+    if (labelled) mark.label = format("%i", point.value);
   }
-  const Point corner = roi.isEmpty() ? imageOrigin() : roi.topLeft();
-  currentDims().offset(corner.x, corner.y);
 }
 
 void ZBasicDoc::minimaWithinWindow() {
@@ -182,13 +218,14 @@ void ZBasicDoc::minimaWithinWindow() {
                          {"window height", "height", "50", 0}};
   askNumbers("find minima within window", asked);
   const WaitScope wait;
+  const Change change(*this);
   currentDims().removeAll();
   const auto points = minimaInWindow(*roiChild(), asked[0].value, asked[1].value, asked[2].value);
   addMinima(points, false);
   setModified();
-  if (!points.empty())
-    appendNotes(format(" found %li minima. w=%i h=%i, t=%i", static_cast<long>(points.size()), asked[1].value,
-                       asked[2].value, asked[0].value) +
+  if (hasDimensions())
+    appendNotes(format(" found %li minima. w=%i h=%i, t=%i", static_cast<long>(currentDims().size()),
+                       asked[1].value, asked[2].value, asked[0].value) +
                 roiText());
   updateAllViews();
 }
@@ -198,12 +235,13 @@ void ZBasicDoc::minimaWithinTolerance() {
   AskedNumber asked[] = {{"threshold", "threshold", "128", 0}, {"tolerance", "tolerance", "50", 0}};
   askNumbers("find minima within tolerance", asked);
   const WaitScope wait;
+  const Change change(*this);
   currentDims().removeAll();
   const auto points = minimaInTolerance(*roiChild(), asked[0].value, asked[1].value);
   addMinima(points, true);
   setModified();
-  appendNotes(format(" found %li minima. t=%i, tol=%i", static_cast<long>(points.size()), asked[0].value,
-                     asked[1].value) +
+  appendNotes(format(" found %li minima. t=%i, tol=%i", static_cast<long>(currentDims().size()),
+                     asked[0].value, asked[1].value) +
               roiText());
   updateAllViews();
 }

@@ -1,6 +1,5 @@
 // The command table, and the commands that need no subject of their own.
 #include <algorithm>
-#include <utility>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -165,7 +164,7 @@ const CommandTableBase& ZBasicDoc::commandTable() {
           {cmd::MakeRoiCircular,
            "&Make ROI circular",
            &D::toggleCircularRoi,
-           &D::hasRoi,
+           &D::canBeCircular,
            &D::hasCircularRoi,
            {.tip = "Circular region",
             .status = "Makes the region of interest a circle, or a rectangle again.",
@@ -434,6 +433,7 @@ const CommandTableBase& ZBasicDoc::commandTable() {
 }
 
 void ZBasicDoc::clearAllDimensions() {
+  const Change change(*this);
   currentDims().removeAll();
   setModified();
   updateAllViews();
@@ -453,6 +453,7 @@ void ZBasicDoc::notesCommand() {
   form.add("Image file", file).addNote(time).addLongText("Notes", edited);
   form.addNote(subject).addNote(exam).addNote(userLabel).addNote(stationId).addNote(stationIdFirst);
   if (!host().forms.run(form)) return;
+  const Change change(*this);
   if (file != imagefile) {
     imagefile = file;
     imagedirty = 1;
@@ -481,6 +482,7 @@ void ZBasicDoc::switchList() {
 }
 
 void ZBasicDoc::trimToRoi() {
+  const Change change(*this);
   currentDims().clip(roi, hasCircularRoi());
   setModified();
   updateAllViews();
@@ -489,17 +491,9 @@ void ZBasicDoc::trimToRoi() {
 void ZBasicDoc::importDimensionsCommand() {
   const auto path = host().choosers.openFile(
       {"Import Dimensions", "Text files (*.txt)|*.txt|All files (*.*)|*.*||", "", ""});
-  if (path) importDimensions(*path);
-}
-
-void ZBasicDoc::undo() {
-  std::swap(image, undoimage);
-  image->blackZero = zeroasblack;
-  setColourset(colourset);
-  appendNotes("undo\r\n");
-  imagedirty = 1;
-  setModified();
-  updateAllViews();
+  if (!path) return;
+  const Change change(*this);
+  importDimensions(*path);
 }
 
 void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
@@ -507,8 +501,10 @@ void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
 void ZBasicDoc::convertToGrey() {
   const WaitScope wait;
   const bool wasColour = theImage()->colourset == kColour;
-  if (!saveUndoCopy()) return;
+  Change change(*this, Change::Alters::Pixels);
+  if (!change.isReady()) return;
   if (!theImage()->convertToGrey()) {
+    change.abandon();
     report("There is not enough memory.");
     return;
   }
@@ -593,16 +589,15 @@ void ZBasicDoc::importCommand() {
     theApp().openDocumentFile(*path);
     return;
   }
-  CZZimage before;
-  if (hasImage() && !before.copyImage(*theImage())) return report("There is not enough memory.");
-  if (!loadImage(*path)) return;
-  if (!undoimage->copyImage(before))
-    undoimage = std::make_unique<CZZimage>();  // there is nothing to go back to
+  Change change(*this, Change::Alters::Pixels);
+  if (!change.isReady()) return;
+  if (!loadImage(*path)) return change.abandon();
   imagedirty = 1;
   setModified();
 }
 
 void ZBasicDoc::toggleCircularRoi() {
+  const Change change(*this);
   makeRoiCircular();
   updateAllViews();
 }

@@ -44,6 +44,7 @@ bool ZBasicDoc::loadDustMask(const std::string& path) {
 // Repairs every mark in the image.
 void ZBasicDoc::removeDust() {
   if (!isGreyImage() || !fileExists(dustMaskPath()) || !loadDustMask(dustMaskPath())) return;
+  if (!keepUnrepaired()) return;
   for (const auto& mark : dimlists[kDustList].items) {
     const Rect bounds = boundsOf(*mark);
     if (bounds.isEmpty()) continue;  // an empty rectangle would mean the whole image
@@ -54,19 +55,45 @@ void ZBasicDoc::removeDust() {
   updateAllViews();
 }
 
-void ZBasicDoc::useDustMask() {
-  if (!saveUndoCopy()) return;
-  process.dustMaskEnabled = !process.dustMaskEnabled;
-  settings.setInt("settings", "dustmask", process.dustMaskEnabled);
-  if (process.dustMaskEnabled) {
-    if (hasImage() && fileExists(dustMaskPath()))
-      removeDust();
-    else if (hasImage())
-      report("There is no dust mask: " + dustMaskPath());
-    return;
+// The image as it is, for the filter's end; false, and the user told, without memory. A movie's images are
+// read again.
+bool ZBasicDoc::keepUnrepaired() {
+  if (unrepaired || image.get() != theImage()) return true;
+  auto copy = std::make_unique<CZZimage>();
+  if (!copy->copyImage(*image)) {
+    report("There is not enough memory.");
+    return false;
   }
-  if (imagefile.empty()) return;
-  loadImage(imagePath());
+  unrepaired = std::move(copy);
+  repairIsStored = false;
+  return true;
+}
+
+void ZBasicDoc::setDustMaskFlag(int32_t on) {
+  process.dustMaskEnabled = on;
+  settings.setInt("settings", "dustmask", on);
+}
+
+void ZBasicDoc::useDustMask() {
+  const Change change(*this, Change::Alters::Pixels);
+  if (!change.isReady()) return;
+  setDustMaskFlag(!process.dustMaskEnabled);
+  if (!process.dustMaskEnabled) return putBackDust();
+  if (hasImage() && fileExists(dustMaskPath()))
+    removeDust();
+  else if (hasImage())
+    report("There is no dust mask: " + dustMaskPath());
+}
+
+void ZBasicDoc::putBackDust() {
+  if (!unrepaired) return;
+  image = std::move(unrepaired);
+  image->blackZero = zeroasblack;
+  if (repairIsStored) imagedirty = 1;
+  appendNotes(std::string(text::kPutBackDust) + text::kLineEnd);
+  setModified();
+  setColourset(colourset);
+  updateAllViews();
 }
 
 void ZBasicDoc::saveDustMask() {
@@ -81,7 +108,9 @@ void ZBasicDoc::saveDustMask() {
 
 void ZBasicDoc::loadDustMaskCommand() {
   const auto path = host().choosers.openFile({"Load dust mask", text::kDustFilter, ".dm", dustMaskPath()});
-  if (!path || path->empty() || !loadDustMask(*path)) return;
+  if (!path || path->empty()) return;
+  const Change change(*this);
+  if (!loadDustMask(*path)) return;
   rememberDustMask(*path);
   updateAllViews();
 }

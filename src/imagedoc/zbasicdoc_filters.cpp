@@ -1,5 +1,6 @@
 // The processing commands: each asks for its parameters where there is somebody to ask, copies the image to
 // the undo copy, filters the ROI, and adds its words to the notes.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -23,12 +24,31 @@ namespace tarnvisor {
 void ZBasicDoc::runStep(const std::string& stepText, StepArea area,
                         const std::function<void(CZZimage&)>& step) {
   const WaitScope wait;
-  if (!saveUndoCopy()) return;
-  if (area == StepArea::Roi)
-    step(*roiChild());
-  else
-    step(*theImage());
+  if (area == StepArea::Roi && roiChild()->empty())
+    return tellNotDone(stepText, "the region lies outside the image");
+  const Change change(*this, Change::Alters::Pixels);
+  if (!change.isReady()) return;
+  for (CZZimage* pixels : {theImage(), unrepaired.get()}) {
+    if (!pixels) continue;
+    if (area == StepArea::Roi)
+      step(*pixels->makeChild(roi));
+    else
+      step(*pixels);
+  }
   finishStep(stepText, area);
+}
+
+std::string ZBasicDoc::regionSize() const {
+  const Rect area = theImage()->clipToImage(roi);
+  return format("%i x %i pixels", area.width(), area.height());
+}
+
+void ZBasicDoc::tellNotDone(const std::string& stepText, const std::string& why) {
+  const std::string words = std::string(trimmed(stepText)) + " not done: " + why;
+  appendNotes(words + roiText());
+  setModified();
+  updateAllViews();
+  report(words + ".");
 }
 
 // The stored window, or the user's, which is then stored.
@@ -36,9 +56,23 @@ bool ZBasicDoc::askWindow(const char* title, const char* key, int32_t standard, 
                           int32_t& window) {
   window = settings.getInt("WINDOWSZ", key, standard);
   Form form(title);
+  form.addNote("The window must be smaller than the region, which is " + regionSize() + ".");
   form.add("window", window, {static_cast<double>(smallest), 1e9, {}});
   if (!asked(form)) return false;
   settings.setInt("WINDOWSZ", key, window);
+  return true;
+}
+
+// Filters by a window do nothing in a region that the window doesn't fit into.
+bool ZBasicDoc::runWindowStep(const std::string& stepText, int32_t window,
+                              const std::function<void(CZZimage&)>& step) {
+  const Rect area = theImage()->clipToImage(roi);
+  if (!windowFits(window, {area.width(), area.height()})) {
+    tellNotDone(stepText,
+                format("the window of %i does not fit into the region of %s", window, regionSize().c_str()));
+    return false;
+  }
+  runStep(stepText, StepArea::Roi, step);
   return true;
 }
 
@@ -54,16 +88,16 @@ void ZBasicDoc::highPass() {
   int32_t window = 0;
   // With a window of 1 a pixel has no others to be compared with.
   if (!askWindow("High pass filter", "whpf", 51, 2, window)) return;
-  runStep(format(text::kHighPass, window, window), StepArea::Roi,
-          [&](CZZimage& child) { windowFilter(child, WindowMode::HighPass, child, {}, window); });
+  runWindowStep(format(text::kHighPass, window, window), window,
+                [&](CZZimage& child) { windowFilter(child, WindowMode::HighPass, child, {}, window); });
 }
 
 // The low pass writes the high pass's words: notes have always read so.
 void ZBasicDoc::lowPass() {
   int32_t window = 0;
   if (!askWindow("Low pass filter", "wlpf", 5, 1, window)) return;
-  runStep(format(text::kHighPass, window, window), StepArea::Roi,
-          [&](CZZimage& child) { windowFilter(child, WindowMode::LowPass, child, {}, window); });
+  runWindowStep(format(text::kHighPass, window, window), window,
+                [&](CZZimage& child) { windowFilter(child, WindowMode::LowPass, child, {}, window); });
 }
 
 void ZBasicDoc::blur() {
@@ -76,7 +110,15 @@ void ZBasicDoc::blur() {
   if (sigma.find_first_of(".e") == std::string::npos) sigma += ".0";
   settings.setString("blur", "sigma", sigma);
   const float radius = std::strtof(sigma.c_str(), nullptr);
-  runStep("blur sigma " + sigma, StepArea::Roi, [&](CZZimage& child) { gaussianBlur(child, radius); });
+  const std::string words = "blur sigma " + sigma;
+  const Rect area = theImage()->clipToImage(roi);
+  const bool along = blurFits(radius, area.width()), across = blurFits(radius, area.height());
+  if (!along && !across) return tellNotDone(words, "it is too wide for the region of " + regionSize());
+  const std::string only = along && across ? "" : along ? " along rows only" : " along columns only";
+  if (!only.empty())
+    host().messages.show("The region of " + regionSize() + " is blurred" + only + ": sigma " + sigma +
+                         " is too wide for the other way.");
+  runStep(words + only, StepArea::Roi, [&](CZZimage& child) { gaussianBlur(child, radius); });
 }
 
 void ZBasicDoc::laplacian() {
@@ -106,8 +148,8 @@ void ZBasicDoc::modifiedLaplacian() {
 void ZBasicDoc::sumModifiedLaplacian() {
   int32_t window = 0;
   if (!askWindow("Sum Modified Lapalacian", "wsml", 5, 1, window)) return;
-  runStep(format("SML w=%i\r\n", window), StepArea::Roi,
-          [&](CZZimage& child) { tarnvisor::sumModifiedLaplacian(child, window); });
+  runWindowStep(format("SML w=%i\r\n", window), window,
+                [&](CZZimage& child) { tarnvisor::sumModifiedLaplacian(child, window); });
 }
 
 void ZBasicDoc::luluLower() {
@@ -182,15 +224,35 @@ void ZBasicDoc::subtractImage() {
 
 void ZBasicDoc::bin() {
   const WaitScope wait;
-  if (!saveUndoCopy()) return;
-  if (!image->halve(*undoimage)) {
-    report("The image can't be made smaller.");
-    return;
+  Change change(*this, Change::Alters::Pixels);
+  if (!change.isReady()) return;
+  if (!image->halve(*change.imageBefore()) || (unrepaired && !unrepaired->halveInPlace())) {
+    change.abandon();
+    return report("The image can't be made smaller.");
+  }
+  binMarks();
+  finishStep("binned\r\n");
+}
+
+// All that is told in pixels follows.
+void ZBasicDoc::binMarks() {
+  for (CZZimage* pixels : {image.get(), unrepaired.get()}) {
+    if (!pixels) continue;
+    pixels->xOrigin /= 2;
+    pixels->yOrigin /= 2;
   }
   magx *= 2;
   magy *= 2;
   for (CDimList& list : dimlists) list.scale(1, 2);
-  finishStep("binned\r\n");
+  target = {target.x / 2, target.y / 2};
+  imageoffset = {imageoffset.x / 2, imageoffset.y / 2};
+  if (roi.isEmpty()) return;
+  // At least a pixel of it remains, and in the image.
+  const Rect whole = image->frameRect();
+  const int32_t left = std::clamp(roi.left / 2, whole.left, whole.right - 1);
+  const int32_t top = std::clamp(roi.top / 2, whole.top, whole.bottom - 1);
+  roi = {left, top, std::clamp(roi.right / 2, left + 1, whole.right),
+         std::clamp(roi.bottom / 2, top + 1, whole.bottom)};
 }
 
 void ZBasicDoc::threshold() {

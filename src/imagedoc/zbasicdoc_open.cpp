@@ -56,10 +56,12 @@ void ZBasicDoc::loadSettings() {
   userfilename = settings.getString("grid", "userfielname", userfilename);
   loadListSettings();
   readProcessingSettings();
-  MagnificationEntry standard{magx, magy, magname, 0};
+  MagnificationEntry standard{0, 0, magname, 0};
   readDefaultMagnification(standard);
-  magx = standard.magx;
-  magy = standard.magy;
+  if (isScale(standard.magx)) magx = standard.magx;
+  if (isScale(standard.magy)) magy = standard.magy;
+  // The switch is one of all images, and was perhaps set by another whose scale is not this one's.
+  if (!isScale(standard.magx) || !isScale(standard.magy)) calibrated = 0;
   magname = standard.magname;
   magindex = static_cast<int32_t>(standard.magdate);
   loadGridMetafile();
@@ -69,6 +71,8 @@ void ZBasicDoc::deleteContents() {
   for (CDimList& list : dimlists) list.removeAll();
   currentlist = kPlainList;
   image.reset();
+  unrepaired.reset();
+  forgetUndo();
   imagefile.clear();
   ownsImageFile = false;
   imagedirty = 0;
@@ -142,6 +146,7 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
     image->xOrigin = originx;
     image->yOrigin = originy;
   }
+  unrepaired.reset();
   afterImageLoaded();
   updateAllViews();
   return true;
@@ -185,6 +190,8 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
 
 void ZBasicDoc::takeImage(std::unique_ptr<CZZimage> pixels) {
   image = std::move(pixels);
+  unrepaired.reset();
+  forgetUndo();
   originx = originy = 0;
   imagefile.clear();
   ownsImageFile = false;

@@ -28,6 +28,7 @@ struct ZBasicDoc::PixelSave {
   std::string oldNotes;
   int32_t oldDirty = 0;
   bool oldOwns = false;
+  bool holdsPixels = false;  // those in memory, not a copy of the file before
   bool trimmed = false;
   Rect cut;         // what the trim left, in the coordinates of before
   Point oldOrigin;  // of the image
@@ -160,6 +161,7 @@ bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
     if (!copyAdoptedFile(present, documentPath, saved)) return false;
   } else {
     if (!writePixels(documentPath, saved)) return false;
+    saved.holdsPixels = true;
   }
   imagedirty = 0;
   ownsImageFile = true;
@@ -180,7 +182,8 @@ void ZBasicDoc::cutToTrim(const PixelSave& saved) {
   if (!part->copyFromRect(*image, saved.cut)) return;
   part->blackZero = image->blackZero;
   image = std::move(part);
-  undoimage->reset();
+  unrepaired.reset();
+  forgetUndo();
   updateAllViews();
 }
 
@@ -195,6 +198,8 @@ bool ZBasicDoc::onSaveDocument(const std::string& path) {
   if (done) {
     storeResult(path);
     savedroi = saved.trimmed;
+    if (saved.holdsPixels && unrepaired) repairIsStored = true;
+    tellUndoSaved();
     if (saved.trimmed) cutToTrim(saved);
     return true;
   }

@@ -1,5 +1,7 @@
 // The commands of magnification, units and grid.
 #include <cmath>
+#include <tuple>
+#include <utility>
 
 #include "base/clock.h"
 #include "base/text.h"
@@ -12,51 +14,87 @@
 
 namespace tarnvisor {
 
+// A scale that nobody gave stays what it is: OK alone makes no micrometres of pixels.
 void ZBasicDoc::magnificationCommand() {
   MagnificationDialog dialog(*this);
   if (!dialog.run()) return;
-  setScale(dialog.entry.magx, dialog.entry.magy, dialog.entry.magname, dialog.entry.magdate, false, false);
+  const Change change(*this);
+  const MagnificationEntry& entry = dialog.entry;
+  if (dialog.isGiven()) {
+    if (!setScale(entry.magx, entry.magy, entry.magname, entry.magdate, false, false)) return;
+  } else if (entry.magname != magname) {
+    magname = entry.magname;
+    setModified();
+  } else if (!calibrated) {
+    host().messages.show("No other scale was given: the image stays in pixels.");
+  }
   updateAllViews();
 }
 
+namespace {
+
+// A line along which one axis is measured, and how long it truly is.
+struct MeasuredLine {
+  int32_t line = 0;    // its number from 1
+  double length = 0;   // true, as told
+  double offered = 0;  // before the user told anything
+  double pixels = 0;
+};
+
+// The size of a pixel; 0 where nothing was measured.
+double scaleOf(const MeasuredLine& axis, double present) {
+  if (axis.pixels == 0) return 0;
+  // A form shows ten digits.
+  const bool untouched = std::abs(axis.length - axis.offered) <= 1e-9 * axis.offered;
+  return untouched ? present : axis.length / axis.pixels;
+}
+
+}  // namespace
+
 void ZBasicDoc::calibrateCommand() {
   const CDimList& dims = currentDims();
-  const auto count = static_cast<int32_t>(dims.items.size());
+  const int32_t count = dims.size();
   const Scale s = scale();
-  int32_t lineX = count > 0 ? 1 : 0;
-  int32_t lineY = count > 1 ? 2 : lineX;
-  const auto at = [&](int32_t line) { return dims.items[static_cast<size_t>(line - 1)].get(); };
-  double trueX = 0;
-  double trueY = 0;
-  if (count == 1) {
-    trueX = at(1)->LengthX(s.x);
-    trueY = at(1)->LengthY(s.y);
-  } else if (count > 1) {
-    trueX = at(1)->Length(s.x, s.y);
-    trueY = at(2)->Length(s.x, s.y);
-  }
+  MeasuredLine x{count > 0 ? 1 : 0}, y{count > 1 ? 2 : x.line};
+  const auto known = [&](const MeasuredLine& axis) { return dims.isValid(axis.line - 1); };
+  const auto measure = [&](double sx, double sy) {
+    const bool both = x.line == y.line;
+    const double alongX = !known(x) ? 0
+                          : both    ? dims.lengthX(x.line - 1, sx)
+                                    : dims.length(x.line - 1, sx, sy);
+    const double alongY = !known(y) ? 0
+                          : both    ? dims.lengthY(y.line - 1, sy)
+                                    : dims.length(y.line - 1, sx, sy);
+    return std::pair{alongX, alongY};
+  };
+  // Without a scale no length is known, so that none is offered.
+  if (calibrated) std::tie(x.offered, y.offered) = measure(s.x, s.y);
+  const int32_t lineX = x.line, lineY = y.line;
+  x.length = x.offered;
+  y.length = y.offered;
   std::string name = magname;
   int32_t asDefault = 0;
+  const Limits length{0, 1e12, "A length must be above 0."};
   Form form("Calibrate");
   form.addNote(
       "Create two dimension lines of known true length onto image.  Magnification will be calibrated automatically.");
-  form.add("X line", lineX).add("X true length", trueX).add("Y line", lineY).add("Y true length", trueY);
+  form.add("X line", x.line).add("X true length", x.length, length);
+  form.add("Y line", y.line).add("Y true length", y.length, length);
   form.add("Name", name).addCheck("Set as default maginification for new images.", asDefault);
   if (!host().forms.run(form)) return;
-  const auto known = [&](int32_t line) { return line >= 1 && line <= count; };
-  double measuredX = 0;
-  double measuredY = 0;
-  if (lineX == lineY) {
-    measuredX = known(lineX) ? at(lineX)->LengthX(1.0) : 0;
-    measuredY = known(lineX) ? at(lineX)->LengthY(1.0) : 0;
-  } else {
-    measuredX = known(lineX) ? at(lineX)->Length(1.0, 1.0) : 0;
-    measuredY = known(lineY) ? at(lineY)->Length(1.0, 1.0) : 0;
-  }
-  const double x = measuredX != 0 ? trueX / measuredX : magx;
-  const bool nothingMeasured = measuredX == 0 && measuredY == 0;
-  const double y = nothingMeasured ? magy : measuredY == 0 ? x : trueY / measuredY;
-  setScale(x, y, name, currentTime(), asDefault != 0, true);
+  std::tie(x.pixels, y.pixels) = measure(1.0, 1.0);
+  if (x.pixels == 0 && y.pixels == 0)
+    return report("Nothing is measured: the lines have no length, or there are no such lines.");
+  for (const MeasuredLine* axis : {&x, &y})
+    if (axis->pixels != 0 && !(axis->length > 0))
+      return report(format("The true length of line %i is not told: it must be above 0.", axis->line));
+  // Another line's length was offered for no line of this number.
+  if (x.line != lineX || y.line != lineY) x.offered = y.offered = 0;
+  const double toldX = scaleOf(x, magx), toldY = scaleOf(y, magy);
+  // An axis that was not measured keeps a scale that it has; otherwise pixels are square.
+  const double newX = toldX != 0 ? toldX : calibrated ? magx : toldY;
+  const Change change(*this);
+  if (!setScale(newX, toldY != 0 ? toldY : newX, name, currentTime(), asDefault != 0, true)) return;
   updateAllViews();
 }
 
@@ -66,6 +104,12 @@ void ZBasicDoc::unitsCommand() {
   Form form("Units");
   form.addChoice("Units", useUnits, {"pixels", "user units"}).add("Name", name);
   if (!host().forms.run(form)) return;
+  const Change change(*this);
+  if (useUnits && !hasScale()) {
+    useUnits = 0;
+    report(
+        "Nobody has told the size of a pixel yet, so the image stays in pixels: calibrate it, or choose a magnification.");
+  }
   calibrated = useUnits;
   userunits = name;
   settings.setInt("settings", "calibrated", calibrated);

@@ -72,9 +72,10 @@ StepResult ZBasicDoc::exportTo(const std::string& path) {
 
 StepResult ZBasicDoc::setRegion(Region kind, const Rect& wanted) {
   if (kind == Region::None) {
-    roi = roicircle = {};
+    setRoi({});
   } else if (kind == Region::Circle) {
     if (roi.isEmpty()) return StepResult::failure("there is no ROI to make circular");
+    if (!canBeCircular()) return StepResult::failure("no circle fits into the ROI");
     if (!hasCircularRoi()) makeRoiCircular();
   } else {
     Rect area = wanted.normalised();
@@ -83,8 +84,7 @@ StepResult ZBasicDoc::setRegion(Region kind, const Rect& wanted) {
                                shown->xOrigin + shown->width,
                                shown->yOrigin * (shown->isField() ? 2 : 1) + shown->frameHeight()});
     if (area.isEmpty()) return StepResult::failure("the ROI is empty or lies outside the image");
-    roi = area;
-    roicircle = {};
+    setRoi(area);
   }
   setModified();
   updateAllViews();

@@ -18,8 +18,11 @@ bool ZBasicDoc::trace(Point seed) {
   const int32_t window = settings.getInt("ProcessingArgs", "tracewin", 100);
   // A percentage above the pixel's own level. The local threshold has taken its place; the key stays.
   settings.getInt("ProcessingArgs", "tracethreshold", 3);
-  if (!saveUndoCopy()) return false;
-  if (!traceVessel(*child, seed, window)) {
+  Change change(*this, Change::Alters::Pixels);
+  if (!change.isReady()) return false;
+  if (!traceVessel(*child, seed, window) ||
+      (unrepaired && !traceVessel(*unrepaired->makeChild(roi), seed, window))) {
+    change.abandon();
     report("There is not enough memory.");
     return false;
   }

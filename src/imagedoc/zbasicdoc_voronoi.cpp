@@ -113,6 +113,7 @@ void addRow(ZBasicDoc& doc, const Area& area) {
 
 void ZBasicDoc::calculateVoronoiRegions() {
   const WaitScope wait;
+  const Change change(*this);
   const Area area{theImage()->frameRect(), roiOrWhole(), hasCircularRoi()};
   if (currentlist >= kNearestList && currentlist <= kKroghList) setCurrentList(kPlainList);
   for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})

@@ -105,6 +105,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   // zbasicview.cpp
   bool hasImage() const { return doc.hasImage(); }
   bool hasSelection() const { return doc.currentDims().isValid(selected); }
+  bool hasAnySelection() const { return !doc.currentDims().selection(selected).empty(); }
   void clearSelections() { selected = secondselected = -1; }
   void selectionChanged();
   void checkSelections();
@@ -116,6 +117,12 @@ class ZBasicView : public CView, public AutoLoadSink {
 
   // zbasicview_mouse.cpp
   void takePosition(Point windowPoint);
+  // A place under the mouse and how far a mark may be from it, five pixels of the window, in the parent
+  // frame.
+  struct Aim {
+    double x, y, reach;
+  };
+  Aim aimAt(Point windowPoint) const;
   Point withinImage(Point imagePoint) const;
   void hold(Grip wanted);
   void releaseGrip();
@@ -166,7 +173,6 @@ class ZBasicView : public CView, public AutoLoadSink {
   void switchList();
   void setLineWidth();
   void rotateSelected();
-  bool canRotate() const;
   void copy();
   void paste();
   void pastePicture(std::span<const uint8_t> bitmap);

@@ -129,9 +129,9 @@ const CommandTableBase& ZBasicView::commandTable() {
       {cmd::DeleteDimension,
        "&Delete",
        &V::deleteSelected,
-       &V::hasSelection,
+       &V::hasAnySelection,
        {.tip = "Delete dimension",
-        .status = "Deletes the selected dimension.",
+        .status = "Deletes the selected dimensions.",
         .keys = "Del",
         .icon = "delete"}},
       {cmd::SwitchList, "S&witch List", &V::switchList},
@@ -145,12 +145,12 @@ const CommandTableBase& ZBasicView::commandTable() {
       {cmd::RotateSelected,
        "&Rotate selected dimensions",
        &V::rotateSelected,
-       &V::canRotate,
+       &V::hasAnySelection,
        {.tip = "Rotate dimensions",
         .status = "Turns the selected dimensions by an angle.",
         .keys = "Ctrl+R",
         .icon = "rotate"}},
-      {cmd::Copy, "&Copy", &V::copy, &V::hasSelection},
+      {cmd::Copy, "&Copy", &V::copy, &V::hasAnySelection},
       {cmd::Paste, "&Paste", &V::paste},
       {cmd::ImageResults,
        "I&mage Results",
@@ -251,7 +251,9 @@ void ZBasicView::deleteSelected() {
   cancelGrip();
   const int32_t index = selected;
   clearSelections();
-  doc.deleteDimension(index);
+  const ZBasicDoc::Change change(doc);
+  doc.currentDims().removeSelected(index);
+  changed();
 }
 
 void ZBasicView::switchList() {
@@ -268,17 +270,13 @@ void ZBasicView::setLineWidth() {
   Form form("Set line width");
   form.add(text::kNewLineWidth, width, {1, 399});
   if (!host().forms.run(form) || !hasSelection()) return;
+  const ZBasicDoc::Change change(doc);
   dims.at(selected).width = width;
   dims.at(selected).Update();
   dims.width = width;
   // The section has always had the list's number here, though lists 4 to 8 read one that has a letter.
   settings.setInt(format("dimlist_%i", doc.currentlist), "width", width);
   changed();
-}
-
-bool ZBasicView::canRotate() const {
-  const auto& items = doc.currentDims().items;
-  return hasSelection() || std::any_of(items.begin(), items.end(), [](const auto& d) { return d->selected; });
 }
 
 void ZBasicView::rotateSelected() {
@@ -289,6 +287,7 @@ void ZBasicView::rotateSelected() {
   if (!host().forms.run(form)) return;
   settings.setDouble("settings", "angle", degrees);
   finishShape();
+  const ZBasicDoc::Change change(doc);
   // Dimensions turn the other way.
   doc.currentDims().rotate(selected, -degrees * std::numbers::pi / 180);
   changed();
@@ -297,9 +296,10 @@ void ZBasicView::rotateSelected() {
 // --- clipboard
 
 void ZBasicView::copy() {
+  CDimList& dims = doc.currentDims();
   MemoryStream memory;
   Archive archive(memory, Archive::Direction::Storing);
-  archive.writeObject(&doc.currentDims().at(selected));
+  for (const int32_t i : dims.selection(selected)) archive.writeObject(&dims.at(i));
   archive.close();
   switch (host().clipboard.setData(kDimensionFormat, memory.bytes())) {
     case ClipboardResult::CannotOpen:
@@ -317,21 +317,30 @@ void ZBasicView::paste() {
     if (const auto picture = host().clipboard.bitmap()) return pastePicture(*picture);
     return doc.report("The clipboard holds nothing that can be pasted here.");
   }
-  std::unique_ptr<CDim> dimension;
+  std::vector<std::unique_ptr<CDim>> dimensions;
   std::string why = "it is empty";
   try {
     MemoryStream memory(std::move(*bytes));
     Archive archive(memory, Archive::Direction::Loading);
-    dimension = archive.readOwned<CDim>();
+    while (archive.remaining() > 0) {
+      auto dimension = archive.readOwned<CDim>();
+      if (!dimension || dimension->points.empty()) break;
+      dimensions.push_back(std::move(dimension));
+    }
   } catch (const ArchiveException& problem) {
     why = problem.what();
   } catch (const std::bad_alloc&) {
     why = "there is not enough memory";
   }
-  if (!dimension || dimension->points.empty())
-    return doc.report("The dimension on the clipboard can't be pasted: " + why + ".");
+  // What follows them may be anything: the clipboard gives whole blocks.
+  if (dimensions.empty()) return doc.report("The dimension on the clipboard can't be pasted: " + why + ".");
   finishShape();
-  selected = doc.insertDimension(*dimension);
+  const ZBasicDoc::Change change(doc);
+  doc.currentDims().clearSelection();
+  for (const auto& dimension : dimensions) {
+    selected = doc.insertDimension(*dimension);
+    doc.currentDims().at(selected).selected = dimensions.size() > 1;
+  }
   doc.updateAllViews();
 }
 
@@ -361,6 +370,7 @@ void ZBasicView::greyLevel() { showGreyLevelProfile(doc, selected); }
 
 void ZBasicView::vignetteCommand() {
   finishShape();
+  const ZBasicDoc::Change change(doc);
   if (vignetteTest(doc)) doc.updateAllViews();
 }
 
@@ -368,6 +378,7 @@ void ZBasicView::autocalCommand() {
   finishShape();
   const int32_t lastRow = doc.theImage()->frameHeight() - 1;
   const int32_t row = (position - doc.imageOrigin()).y;
+  const ZBasicDoc::Change change(doc);
   if (autocalTest(doc, std::clamp(row, 0, lastRow))) doc.updateAllViews();
 }
 

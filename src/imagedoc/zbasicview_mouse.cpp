@@ -3,7 +3,6 @@
 
 #include "imagedoc/levelchart.h"
 #include "imagedoc/zbasicview.h"
-#include "measure/dimline.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -18,13 +17,6 @@ bool isFar(Point a, Point b) {
   return std::abs(int64_t{a.x} - b.x) >= kDragStart || std::abs(int64_t{a.y} - b.y) >= kDragStart;
 }
 
-bool isInRoi(const ZBasicDoc& doc, Point at) {
-  if (doc.roi.isEmpty()) return false;
-  CDimLine point;
-  point.points = {at};
-  return point.PointIn(0, doc.roi, doc.hasCircularRoi());
-}
-
 }  // namespace
 
 // --- what all tools share
@@ -33,6 +25,14 @@ void ZBasicView::takePosition(Point windowPoint) {
   constexpr int32_t kBelowBlock = ~7;
   position = toImage(windowPoint);
   if (doc.currentlist == kAmcList) position = {position.x & kBelowBlock, position.y & kBelowBlock};
+}
+
+ZBasicView::Aim ZBasicView::aimAt(Point windowPoint) const {
+  // From the middle of the mouse's pixel: a zoomed mark is drawn up to a pixel before its place.
+  constexpr double kMiddle = 0.499, kReach = 5.5;
+  const double pixel = static_cast<double>(zoomden) / zoomnum;
+  const Point at = windowPoint + scrollPosition(), origin = doc.imageOrigin();
+  return {(at.x + kMiddle) * pixel + origin.x, (at.y + kMiddle) * pixel + origin.y, kReach * pixel};
 }
 
 Point ZBasicView::withinImage(Point p) const {
@@ -128,17 +128,18 @@ void ZBasicView::press(const MouseEvent& event) {
 
 void ZBasicView::pressWithoutTool(const MouseEvent& event) {
   CDimList& dims = doc.currentDims();
+  const Aim aim = aimAt(event.at);
   if (event.shift) {
-    dims.toggleSelect(position);
+    dims.toggleSelect(aim.x, aim.y, aim.reach);
     return selectionChanged();
   }
-  selected = dims.hit(position, selected);
+  selected = dims.hit(aim.x, aim.y, aim.reach, selected);
   rubber = {position, position};
   if (selected >= 0) {
     dragmode = kLineRubber;
     tool = kToolDrag;
     hold(Grip::Dimension);
-  } else if (isInRoi(doc, position)) {
+  } else if (doc.isInRoi(position)) {
     dragmode = kRectRubber;
     tool = kToolMoveRoi;
     hold(Grip::MoveRoi);
@@ -242,7 +243,7 @@ void ZBasicView::endRoi() {
   tool = kToolNone;
   dragmode = kNoDrag;
   if (area.isEmpty() && !roiChosen) return redraw();
-  doc.roi = area.isEmpty() ? Rect{} : area;
+  doc.setRoi(area.isEmpty() ? Rect{} : area);
   changed();
 }
 
@@ -318,7 +319,7 @@ bool ZBasicView::keyDown(const KeyEvent& event) {
       doc.updateAllViews();
       return true;
     case Key::Delete:
-      if (!hasSelection()) return false;
+      if (!hasAnySelection()) return false;
       deleteSelected();
       return true;
     case Key::Plus:

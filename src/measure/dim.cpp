@@ -121,7 +121,9 @@ double CDim::Direction(int32_t i, int32_t j, double sx, double sy) const {
 }
 
 double CDim::Area(double, double) const { return 0.0; }
-double CDim::AreaIn(const Rect&, bool, double, double) const { return 0.0; }
+double CDim::AreaIn(const Rect& rect, bool circle, double sx, double sy) const {
+  return Overlaps(rect, circle) ? Area(sx, sy) : 0.0;
+}
 
 double CDim::Tortuosity1(double, double, int32_t& curves) {
   curves = 0;
@@ -159,10 +161,14 @@ void CDim::Anchor(Point& out) const {
   Centre(out, x, y);
 }
 
-bool CDim::HitFirst(Point point) const {
-  constexpr int64_t reach = 3;
-  return !points.empty() && std::abs(int64_t{point.x} - points.front().x) <= reach &&
-         std::abs(int64_t{point.y} - points.front().y) <= reach;
+bool CDim::IsHit(double x, double y, double reach) const {
+  return !points.empty() && std::abs(x - points.front().x) <= reach &&
+         std::abs(y - points.front().y) <= reach;
+}
+
+bool CDim::isSame(const CDim& other) const {
+  return &classRecord() == &other.classRecord() && colour == other.colour && width == other.width &&
+         label == other.label && points == other.points;
 }
 
 bool CDim::Overlaps(const Rect& rect, bool circle) const {

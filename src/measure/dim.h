@@ -13,6 +13,7 @@
 #include "archive/archive.h"
 #include "base/geometry.h"
 #include "host/canvas.h"
+#include "measure/outlineclip.h"
 
 namespace tarnvisor {
 
@@ -43,6 +44,7 @@ class CDim : public ArchiveObject {
   // Radians from the x axis towards y (downward); 0.0 if an index is past the end.
   virtual double Direction(int32_t i, int32_t j, double sx, double sy) const;
   virtual double Area(double sx, double sy) const;
+  // All or nothing: the whole area of a shape that Overlaps.
   virtual double AreaIn(const Rect& rect, bool circle, double sx, double sy) const;
   // The number and the label beside the first point, then Paint, dashed if selected here or by the user. The
   // canvas takes image pixels: one that zooms does so by itself.
@@ -54,8 +56,8 @@ class CDim : public ArchiveObject {
   // On the straight line from the first point to the last, though the distance is a part of Length(1.0, 1.0).
   virtual void PointAtDistance(double length, Point& out) const;
   virtual void PointAtFraction(double fraction, Point& out) const;
-  // Within 3 pixels of the first point on each axis.
-  virtual bool HitFirst(Point point) const;
+  // Whether a place takes hold of the shape: within reach of its first point on each axis.
+  virtual bool IsHit(double x, double y, double reach) const;
   // One point: that it is inside (PointIn). More: that some segment is cut to something (clipSegment).
   virtual bool Overlaps(const Rect& rect, bool circle) const;
   virtual bool AllInside(const Rect& rect) const;
@@ -82,12 +84,17 @@ class CDim : public ArchiveObject {
   // Keeps the part inside, with new points where segments are cut. False when nothing remains; what then is
   // left in points is unspecified.
   virtual bool Clip(const Rect& rect, bool circle);
+  // What lies inside, as a shape of its own; null when nothing does. An area that is cut becomes the polygon
+  // of what is left of it, which may be another kind than it was.
+  virtual std::unique_ptr<CDim> Clipped(const Rect& rect, bool circle) const;
   virtual bool AnyPointIn(const Rect& rect, bool circle) const;
   // In the rectangle; with circle also at most height / 2 from its centre.
   virtual bool PointIn(int32_t index, const Rect& rect, bool circle) const;
   virtual void Close() {}
   virtual void Paint(Canvas& canvas, bool isSelected) const;
 
+  // Whether the two are stored alike.
+  bool isSame(const CDim& other) const;
   int32_t pointCount() const { return static_cast<int32_t>(points.size()); }
 
   Colour colour = kDefaultColour;
@@ -101,6 +108,8 @@ class CDim : public ArchiveObject {
   // Into a new object of the same kind.
   void copyTo(CDim& copy) const;
   void paintCrosses(Canvas& canvas) const;
+  // The closed polygon of what of an outline lies inside, with this shape's colour, width and label.
+  std::unique_ptr<CDim> clippedArea(Outline outline, const Rect& rect, bool circle) const;
   // The chord from first to last point; false when there is none.
   bool chord(double& dx, double& dy) const;
 };

@@ -5,6 +5,7 @@
 #include "base/numbers.h"
 #include "measure/dim.h"
 #include "measure/dimline.h"
+#include "measure/dimpolygon.h"
 #include "measure/segmentclip.h"
 
 namespace tarnvisor {
@@ -102,6 +103,10 @@ bool CDim::Clip(const Rect& rect, bool circle) {
                    saturated(int64_t{rect.right} + 1), saturated(int64_t{rect.bottom} + 1)};
   points.clear();
   // A cut always stays: truncated, it may lie a little farther from the circle than the one pixel of grace.
+  // One that is there from an earlier clip is not added again.
+  const auto keepCut = [&](Point point) {
+    if (points.empty() || points.back() != point) points.push_back(point);
+  };
   const auto keepIfInside = [&](Point point) {
     points.push_back(point);
     if (!PointIn(pointCount() - 1, grown, circle)) points.pop_back();
@@ -110,13 +115,31 @@ bool CDim::Clip(const Rect& rect, bool circle) {
   for (size_t i = 1; i < whole.size(); ++i) {
     Point a = whole[i - 1], b = whole[i];
     if (clipSegment(a, b, rect, circle)) {
-      if (a != whole[i - 1]) points.push_back(a);
-      if (b != whole[i]) points.push_back(b);
+      if (a != whole[i - 1]) keepCut(a);
+      if (b != whole[i]) keepCut(b);
+      if (a != whole[i - 1] && a == whole[i]) continue;  // it is that cut
     }
     keepIfInside(whole[i]);
   }
   Update();
   return !points.empty();
+}
+
+std::unique_ptr<CDim> CDim::Clipped(const Rect& rect, bool circle) const {
+  auto part = Clone();
+  if (!part->Clip(rect, circle)) return nullptr;
+  return part;
+}
+
+std::unique_ptr<CDim> CDim::clippedArea(Outline outline, const Rect& rect, bool circle) const {
+  auto part = std::make_unique<CDimPolygon>();
+  part->colour = colour;
+  part->width = width;
+  part->label = label;
+  part->points = wholePixels(clippedOutline(std::move(outline), rect, circle));
+  part->Close();
+  if (part->Area(1.0, 1.0) == 0.0) return nullptr;
+  return part;
 }
 
 }  // namespace tarnvisor

@@ -1,5 +1,7 @@
 #include "measure/dimcircle.h"
 
+#include <algorithm>
+#include <cmath>
 #include <numbers>
 
 #include "base/numbers.h"
@@ -22,29 +24,39 @@ std::unique_ptr<CDim> CDimCircle::Clone() const {
 void CDimCircle::Update() {
   bounds = {};
   if (points.size() != 2) return;
-  const double radius = Distance(0, 1, 1.0, 1.0) * 0.5;
+  const double r = radius();
   Point middle;
   double x = 0.0, y = 0.0;
   Centre(middle, x, y);
-  bounds = {truncated(x - radius), truncated(y - radius), truncated(x + radius), truncated(y + radius)};
+  bounds = {truncated(x - r), truncated(y - r), truncated(x + r), truncated(y + r)};
 }
 
 double CDimCircle::Area(double sx, double sy) const {
   if (points.size() != 2) return 0.0;
-  const double radius = Distance(0, 1, 1.0, 1.0) * 0.5;
-  return radius * radius * sx * sy * std::numbers::pi;
+  return radius() * radius() * sx * sy * std::numbers::pi;
 }
 
-double CDimCircle::AreaIn(const Rect& rect, bool circle, double sx, double sy) const {
-  if (!bounds.intersected(rect).isEmpty()) return Area(sx, sy);
-  if (!circle) return 0.0;
+bool CDimCircle::IsHit(double x, double y, double reach) const {
+  if (points.size() != 2) return CDim::IsHit(x, y, reach);
+  Point middle;
+  double cx = 0.0, cy = 0.0;
+  Centre(middle, cx, cy);
+  return std::abs(std::hypot(x - cx, y - cy) - radius()) <= reach;
+}
+
+std::unique_ptr<CDim> CDimCircle::Clipped(const Rect& rect, bool circle) const {
+  if (points.size() != 2 || points[0] == points[1]) return CDim::Clipped(rect, circle);
   Point middle;
   double x = 0.0, y = 0.0;
   Centre(middle, x, y);
-  const double dx = x - (double(rect.left) + rect.right) * 0.5,
-               dy = y - (double(rect.top) + rect.bottom) * 0.5;
-  const double reach = double(rect.right) - rect.left + Length(1.0, 1.0);
-  return 2 * (dx * dx + dy * dy) < reach ? Area(sx, sy) : 0.0;
+  const double r = radius();
+  const double dx = x - (double(rect.left) + rect.right) * 0.5;
+  const double dy = y - (double(rect.top) + rect.bottom) * 0.5;
+  const double room = std::min(double(rect.right) - rect.left, double(rect.bottom) - rect.top) * 0.5;
+  const bool whole =
+      circle ? std::hypot(dx, dy) + r <= room
+             : x - r >= rect.left && x + r <= rect.right && y - r >= rect.top && y + r <= rect.bottom;
+  return whole ? Clone() : clippedArea(circleOutline(x, y, r), rect, circle);
 }
 
 void CDimCircle::Centre(Point& out, double& x, double& y) const {

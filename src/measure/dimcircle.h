@@ -14,14 +14,17 @@ class CDimCircle : public CDim {
   void Update() override;
   std::unique_ptr<CDim> Clone() const override;
   double Area(double sx, double sy) const override;
-  // All or nothing: the whole area when bounds meet the rectangle; with circle also when twice the squared
-  // distance of the centres is below the rectangle's width plus the diameter (as it has always been).
-  double AreaIn(const Rect& rect, bool circle, double sx, double sy) const override;
+  // Anywhere on its rim.
+  bool IsHit(double x, double y, double reach) const override;
+  std::unique_ptr<CDim> Clipped(const Rect& rect, bool circle) const override;
   // The middle of the diameter.
   void Centre(Point& out, double& x, double& y) const override;
   void Paint(Canvas& canvas, bool isSelected) const override;
 
   Rect bounds;  // centre plus and minus radius, truncated
+
+ private:
+  double radius() const { return Distance(0, 1, 1.0, 1.0) * 0.5; }
 };
 
 }  // namespace tarnvisor

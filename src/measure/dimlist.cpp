@@ -73,13 +73,25 @@ void CDimList::removeAll() {
   for (int32_t i = size() - 1; i >= 0; --i) remove(i);
 }
 
-void CDimList::removeSelected() {
-  for (int32_t i = size() - 1; i >= 0; --i)
-    if (at(i).selected) remove(i);
+std::vector<int32_t> CDimList::selection(int32_t index) const {
+  std::vector<int32_t> indices;
+  for (int32_t i = 0; i < size(); ++i)
+    if (i == index || at(i).selected) indices.push_back(i);
+  return indices;
+}
+
+void CDimList::removeSelected(int32_t index) {
+  const std::vector<int32_t> indices = selection(index);
+  for (auto i = indices.rbegin(); i != indices.rend(); ++i) remove(*i);
 }
 
 void CDimList::clearSelection() {
   for (const auto& item : items) item->selected = false;
+}
+
+bool CDimList::hasSameItems(const CDimList& other) const {
+  return std::equal(items.begin(), items.end(), other.items.begin(), other.items.end(),
+                    [](const auto& a, const auto& b) { return a->isSame(*b); });
 }
 
 std::unique_ptr<CDimList> CDimList::clone() const {
@@ -144,26 +156,25 @@ void CDimList::draw(Canvas& canvas, int32_t selectedIndex) const {
   for (int32_t i = 0; i < size(); ++i) at(i).Draw(canvas, i == selectedIndex, format("%1i", i + 1));
 }
 
-int32_t CDimList::hit(Point point, int32_t startIndex) {
+int32_t CDimList::hit(double x, double y, double reach, int32_t startIndex) {
   const int32_t count = size(), start = isValid(startIndex) ? startIndex + 1 : 0;
   selectedindex = -1;
   for (int32_t n = 0; n < count; ++n) {
     const int32_t i = start < count - n ? start + n : start - (count - n);
-    if (!at(i).HitFirst(point)) continue;
+    if (!at(i).IsHit(x, y, reach)) continue;
     selectedindex = i;
     break;
   }
   return selectedindex;
 }
 
-int32_t CDimList::toggleSelect(Point point) {
-  if (hit(point, -1) >= 0) at(selectedindex).selected = !at(selectedindex).selected;
+int32_t CDimList::toggleSelect(double x, double y, double reach) {
+  if (hit(x, y, reach, -1) >= 0) at(selectedindex).selected = !at(selectedindex).selected;
   return selectedindex;
 }
 
 void CDimList::withSelected(int32_t index, const std::function<void(CDim&)>& work) {
-  for (int32_t i = 0; i < size(); ++i)
-    if (i == index || at(i).selected) work(at(i));
+  for (const int32_t i : selection(index)) work(at(i));
 }
 
 void CDimList::offset(int32_t dx, int32_t dy) {
@@ -194,8 +205,15 @@ void CDimList::scale(int32_t numerator, int32_t denominator) {
 }
 
 void CDimList::clip(const Rect& rect, bool circle) {
-  for (int32_t i = size() - 1; i >= 0; --i)
-    if (!at(i).Clip(rect, circle)) remove(i);
+  for (int32_t i = size() - 1; i >= 0; --i) {
+    auto part = at(i).Clipped(rect, circle);
+    if (!part) {
+      remove(i);
+      continue;
+    }
+    part->selected = at(i).selected;
+    items[static_cast<size_t>(i)] = std::move(part);
+  }
 }
 
 }  // namespace tarnvisor

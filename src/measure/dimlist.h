@@ -44,8 +44,13 @@ class CDimList : public ArchiveObject {
   // selectedindex drops by one if it was at that index, and only then.
   void remove(int32_t index);
   void removeAll();
-  void removeSelected();
+  // Of an item and all that the user selected: what a command takes that works on the selection. An index of
+  // no item adds none.
+  std::vector<int32_t> selection(int32_t index) const;
+  void removeSelected(int32_t index);
   void clearSelection();
+  // The same items, in the same order; not the selection.
+  bool hasSameItems(const CDimList& other) const;
   // Everything but the selection by the user.
   std::unique_ptr<CDimList> clone() const;
 
@@ -63,11 +68,11 @@ class CDimList : public ArchiveObject {
 
   // Nothing if hidden. selectedIndex: drawn as selected; -1 for none.
   void draw(Canvas& canvas, int32_t selectedIndex) const;
-  // The first item whose first point is hit, looking from the one after startIndex round to startIndex
+  // The first item that is hit (CDim::IsHit), looking from the one after startIndex round to startIndex
   // itself. It becomes selectedindex, -1 when there is none.
-  int32_t hit(Point point, int32_t startIndex);
+  int32_t hit(double x, double y, double reach, int32_t startIndex);
   // The first item hit flips its selection; selectedindex becomes it, or -1.
-  int32_t toggleSelect(Point point);
+  int32_t toggleSelect(double x, double y, double reach);
 
   void offset(int32_t dx, int32_t dy);
   // The item's first point goes to the point; all selected items go along.
@@ -89,7 +94,6 @@ class CDimList : public ArchiveObject {
  private:
   int32_t append(std::unique_ptr<CDim> item);
   double sumOf(const std::function<double(CDim&)>& measure) const;
-  // The item, then each other selected one.
   void withSelected(int32_t index, const std::function<void(CDim&)>& work);
 };
 

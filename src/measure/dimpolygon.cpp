@@ -34,8 +34,12 @@ double CDimPolygon::Area(double sx, double sy) const {
   return std::abs(sum) * sx * sy * 0.5;
 }
 
-double CDimPolygon::AreaIn(const Rect& rect, bool circle, double sx, double sy) const {
-  return Overlaps(rect, circle) ? Area(sx, sy) : 0.0;
+std::unique_ptr<CDim> CDimPolygon::Clipped(const Rect& rect, bool circle) const {
+  if (points.size() < 3) return CDim::Clipped(rect, circle);
+  Outline outline;
+  for (const Point& p : points) outline.push_back({double(p.x), double(p.y)});
+  if (points.back() == points.front()) outline.pop_back();
+  return clippedArea(std::move(outline), rect, circle);
 }
 
 void CDimPolygon::Anchor(Point& out) const {

@@ -13,12 +13,11 @@ class CDimPolygon : public CDim {
   std::unique_ptr<CDim> Clone() const override;
   // Of all points but the last, which closes the polygon.
   double Area(double sx, double sy) const override;
-  // All or nothing: the whole area if the outline Overlaps.
-  double AreaIn(const Rect& rect, bool circle, double sx, double sy) const override;
   // The mean of all points but the last, truncated.
   void Anchor(Point& out) const override;
   // Adds a copy of the first point if there are over two and the last differs from it.
   void Close() override;
+  std::unique_ptr<CDim> Clipped(const Rect& rect, bool circle) const override;
   void Paint(Canvas& canvas, bool isSelected) const override;
 };
 

@@ -26,8 +26,21 @@ void CDimRect::Update() {
 
 double CDimRect::Area(double sx, double sy) const { return areaOf(bounds) * sx * sy; }
 
-double CDimRect::AreaIn(const Rect& rect, bool, double sx, double sy) const {
-  return areaOf(bounds.intersected(rect)) * sx * sy;
+double CDimRect::AreaIn(const Rect& rect, bool circle, double sx, double sy) const {
+  const double area = circle ? outlineArea(clippedOutline(rectOutline(bounds), rect, true))
+                             : areaOf(bounds.intersected(rect));
+  return area * sx * sy;
+}
+
+std::unique_ptr<CDim> CDimRect::Clipped(const Rect& rect, bool circle) const {
+  if (bounds.isEmpty()) return CDim::Clipped(rect, circle);
+  if (circle) return clippedArea(rectOutline(bounds), rect, true);
+  const Rect part = bounds.intersected(rect);
+  if (part.isEmpty()) return nullptr;
+  auto left = Clone();
+  left->points = {part.topLeft(), {part.right, part.bottom}};
+  left->Update();
+  return left;
 }
 
 void CDimRect::Paint(Canvas& canvas, bool isSelected) const {

@@ -13,8 +13,9 @@ class CDimRect : public CDim {
   void Update() override;
   std::unique_ptr<CDim> Clone() const override;
   double Area(double sx, double sy) const override;
-  // The overlap with the rectangle; circle makes no difference.
+  // What of it lies in the rectangle, or in its inscribed circle.
   double AreaIn(const Rect& rect, bool circle, double sx, double sy) const override;
+  std::unique_ptr<CDim> Clipped(const Rect& rect, bool circle) const override;
   void Paint(Canvas& canvas, bool isSelected) const override;
 
   Rect bounds;  // normalised

@@ -179,8 +179,8 @@ TEST(CapillaryCircle, LiesAcrossUnlessItWouldLeaveTheLeftEdge) {
 }
 
 TEST(DensityText, GivesCountPerAreaAndTheArea) {
-  EXPECT_EQ(densityText(12, 1000, 500, 2.0, 2.0), "  6.000, capillary density,   2.000, area");
-  EXPECT_EQ(densityText(0, 1000, 500, 2.0, 2.0), "");
+  EXPECT_EQ(densityText(12, 2e6), "  6.000, capillary density,   2.000, area");
+  EXPECT_EQ(densityText(0, 2e6), "");
 }
 
 // Dark round spots on a bright, unevenly lit, noisy ground.

@@ -54,6 +54,41 @@ TEST_F(Capillaries, AreSoughtInTheRoiOnly) {
   EXPECT_THAT(d.resultText, EndsWith(format("%7.3f, area", 700 * 700 * 1e-6)));
 }
 
+TEST_F(Capillaries, OfACircularRoiGiveOneDensityAtEachPressAndInTheResults) {
+  ZBasicDoc& d = makeFinger(goodNailfold());
+  d.roi = {200, 100, 900, 800};
+  d.makeRoiCircular();
+  d.setTitle("round");
+  run("Find Capillaries");
+  const int32_t count = d.currentDims().size();
+  ASSERT_GT(count, 5);
+  EXPECT_EQ(d.currentDims().countIn(d.roi, true), count);
+  const std::string first = d.resultText;
+  const double area = 350.0 * 350 * std::numbers::pi * 1e-6;
+  EXPECT_EQ(first, format("%7.3f, capillary density, %7.3f, area", count / area, area));
+  run("Find Capillaries");
+  EXPECT_EQ(d.resultText, first);
+  run("Calculate average of selection");
+  const CResultDoc* table = findResultDocument("Image Results");
+  EXPECT_EQ(trimmed(table->cell(0, 4)), format("%.0f", area * 1e6));
+  EXPECT_EQ(trimmed(table->cell(0, 16)), format("%.3f", count / area));
+}
+
+TEST_F(Capillaries, TellOfTheWindowsThatTheRegionIsTooSmallFor) {
+  ZBasicDoc& d = makeFinger(goodNailfold());
+  const std::string told =
+      "finder without its background step (window 101): too large for the region of 700 x 101 pixels";
+  d.roi = {200, 300, 900, 401};
+  run("Find Capillaries");
+  EXPECT_THAT(host.messages, Contains("The " + told + "."));
+  EXPECT_THAT(d.notes, StartsWith(told + "\r\n"));
+  d.notes.clear();
+  d.currentDims().removeAll();
+  d.roi = {200, 300, 900, 402};
+  run("Find Capillaries");
+  EXPECT_THAT(d.notes, Not(HasSubstr("finder")));
+}
+
 TEST_F(Capillaries, AColourStillIsMadeGreyOnTheCopy) {
   ZBasicDoc& d = makeFinger(colourNailfold());
   run("Find Capillaries");
@@ -168,6 +203,13 @@ TEST_F(ImageDocTest, MinimaLandAtFullImagePositions) {
   ASSERT_EQ(d.currentDims().size(), 2);
   EXPECT_EQ(d.currentDims().at(0).label, "50");
   EXPECT_EQ(d.notes, " found 2 minima. t=100, tol=50 ROI (10,10)-(55,45).\r\n");
+
+  d.theImage()->setPixel(17, 12, 50);  // in a corner of the circle's square
+  d.makeRoiCircular();
+  process.quietMode = 1;
+  run("find minima within tolerance");
+  EXPECT_EQ(d.currentDims().size(), 2);
+  EXPECT_THAT(d.notes, HasSubstr(" found 2 minima. t=100, tol=50 ROI (15,10)-(49,44)"));
 }
 
 TEST_F(ImageDocTest, MinimaThatAreNotThereAreToldByTheToleranceOnly) {
@@ -223,7 +265,7 @@ TEST_F(ImageDocTest, ImageResultsCountTheRoiButTheTortuosityOfAllTheList) {
   d.image->setPixel(5, 5, 90);
   d.image->setPixel(70, 70, 200);
   d.roi = {0, 0, 50, 40};
-  d.setScale(2, 1, "x", 0, false, false);
+  ASSERT_TRUE(d.setScale(2, 1, "x", 0, false, false));
   d.setCurrentList(kAmberList);
   const std::pair<int32_t, std::vector<Point>> shapes[] = {
       {0, {{10, 10}}},

@@ -91,8 +91,34 @@ TEST_F(ImageDocTest, CancelAbandonsAFilterAndQuietModeAsksNothing) {
   run("Adjust brightness/contrast");
   EXPECT_EQ(pixelsOf(*d.theImage()), before);
   process.quietMode = 1;
+  settings.setInt("WINDOWSZ", "whpf", 31);
   run("High pass filter");
-  EXPECT_EQ(d.notes, "High pass (51x51)\r\n");
+  EXPECT_EQ(d.notes, "High pass (31x31)\r\n");
+}
+
+TEST_F(ImageDocTest, AWindowTooLargeForTheRegionIsToldAndChangesNothing) {
+  ZBasicDoc& d = makeImage(60, 40);
+  const auto before = pixelsOf(*d.theImage());
+  d.roi = {0, 0, 30, 20};
+  for (const char* command : {"High pass filter", "Low pass filter", "Sum Modified Lapalacian"}) {
+    d.notes.clear();
+    host.fill({{"window", "20"}});
+    run(command);
+    EXPECT_THAT(d.notes,
+                HasSubstr(" not done: the window of 20 does not fit into the region of 30 x 20 pixels"));
+    EXPECT_THAT(host.messages.back(), HasSubstr("not done")) << command;
+    EXPECT_EQ(pixelsOf(*d.theImage()), before) << command;
+    EXPECT_EQ(d.imagedirty, 1);
+    EXPECT_FALSE(d.canUndo()) << command;
+  }
+  host.fill({{"sigma", "9"}});
+  run("Blur");
+  EXPECT_THAT(d.notes, HasSubstr("blur sigma 9.0 not done: "));
+  EXPECT_EQ(pixelsOf(*d.theImage()), before);
+  host.fill({{"sigma", "3.5"}});
+  run("Blur");
+  EXPECT_THAT(d.notes, HasSubstr("blur sigma 3.5 along rows only ROI"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("blurred along rows only"));
 }
 
 TEST_F(ImageDocTest, AdjustKeepsTheMeanAsTheGainChanges) {
@@ -115,6 +141,16 @@ TEST_F(ImageDocTest, BinHalvesTheScaleAndTheListsToo) {
   EXPECT_EQ(d.magx, 3.0);
   EXPECT_EQ(d.currentDims().at(0).points[0], (Point{2, 3}));
   EXPECT_EQ(d.undoimage->width, 10);
+}
+
+TEST_F(ImageDocTest, BinTakesTheRegionAlong) {
+  for (const auto& [whole, half] :
+       {std::pair{Rect{2, 3, 9, 7}, Rect{1, 1, 4, 3}}, std::pair{Rect{10, 7, 11, 8}, Rect{4, 3, 5, 4}}}) {
+    ZBasicDoc& d = makeImage(11, 8);
+    d.roi = whole;
+    run("Bin");
+    EXPECT_EQ(d.roi, half);
+  }
 }
 
 TEST_F(ImageDocTest, SubtractsOnlyAnImageOfEqualSize) {
@@ -195,6 +231,22 @@ TEST_F(ImageDocTest, DimensionCommands) {
   EXPECT_FALSE(d.deleteDimension(5));
   run("Clear all dimensions");
   EXPECT_EQ(d.currentDims().size(), 0);
+}
+
+TEST_F(ImageDocTest, AreasThatAreTrimmedMeasureTheSameWhenReopened) {
+  ZBasicDoc& d = makeImage(200, 200);
+  for (const Point p : {Point{0, 0}, Point{100, 0}, Point{100, 70}, Point{0, 70}, Point{0, 0}})
+    d.currentDims().size() ? d.addPointToDimension(0, p) : d.addDimension(p, CDimList::kPolygon);
+  d.addPointToDimension(d.addDimension({80, 150}, CDimList::kCircle), {120, 150});
+  d.roi = {0, 0, 100, 150};
+  d.keepwhole = 1;
+  run("Trim to ROI");
+  const double area = d.currentDims().totalArea(1, 1);
+  EXPECT_NEAR(area, 7000 + 100 * std::numbers::pi, 10);
+  run("Trim to ROI");
+  EXPECT_EQ(d.currentDims().totalArea(1, 1), area);
+  reopen("trimmed.tv1");
+  EXPECT_EQ(image()->currentDims().totalArea(1, 1), area);
 }
 
 TEST_F(ImageDocTest, ACircularRoiIsASquareWithCutCorners) {
@@ -287,37 +339,74 @@ TEST_F(ImageDocTest, MagnificationTableCountsLiveEntriesOnly) {
 
 TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
   const FixedClock clock(1000);
+  using Lines = std::vector<std::pair<Point, Point>>;
+  const Lines slope{{{0, 0}, {30, 40}}}, two{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}};
   struct Case {
-    std::vector<std::pair<Point, Point>> lines;
+    Lines lines;
     std::vector<std::pair<std::string, std::string>> answers;
     double x, y;
+    int32_t before = 0;  // whether there was a scale
+    bool taken = true;
   };
   const Case cases[] = {
-      {{{{0, 0}, {30, 40}}}, {{"X true length", "60"}, {"Y true length", "20"}}, 2.0, 0.5},
+      {slope, {{"X true length", "60"}, {"Y true length", "20"}}, 2.0, 0.5},
       {{{{0, 0}, {10, 0}}}, {{"X true length", "5"}}, 0.5, 0.5},  // no height: square pixels
-      {{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}},
-       {{"X true length", "100"}, {"Y true length", "10"}},
-       2.0,
-       0.5},
-      {{{{0, 0}, {30, 40}}}, {}, 1.0, 1.0},  // the lengths offered are those in the present scale
-      {{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}}, {}, 1.0, 1.0},
-      {{{{0, 0}, {30, 40}}}, {{"X line", "7"}, {"Y line", "7"}}, 1.5, 2.5},  // nothing measured: as it was
+      {{{{0, 0}, {0, 20}}}, {{"Y true length", "5"}}, 0.25, 0.25},
+      {{{{0, 0}, {0, 20}}}, {{"Y true length", "5"}}, 1.5, 0.25, 1},
+      {two, {{"X true length", "100"}, {"Y true length", "10"}}, 2.0, 0.5},
+      {slope, {}, 1.5, 2.5, 1},  // the lengths offered are those in the present scale
+      {two, {}, 1.5, 2.5, 1},
+      {slope, {}, 1.5, 2.5, 0, false},  // nobody measured
+      {two, {}, 1.5, 2.5, 0, false},
+      {slope, {{"X true length", "60"}}, 1.5, 2.5, 0, false},
+      {slope, {{"X true length", "0"}}, 1.5, 2.5, 1, false},
+      {slope, {{"X line", "7"}, {"Y line", "7"}, {"X true length", "9"}}, 1.5, 2.5, 0, false},
   };
   for (const Case& c : cases) {
     ZBasicDoc& d = makeImage(8, 8);
     d.magx = 1.5;
     d.magy = 2.5;
-    d.calibrated = 0;
+    d.magindex = 0;
+    d.calibrated = c.before;
     for (const auto& [from, to] : c.lines) d.addPointToDimension(d.addDimension(from, 1), to);
     const int32_t before = magnificationCount();
+    host.messages.clear();
     host.fill(c.answers);
     run("Calibrate magnification");
     EXPECT_DOUBLE_EQ(d.magx, c.x);
     EXPECT_DOUBLE_EQ(d.magy, c.y);
-    EXPECT_EQ(d.calibrated, 1);
-    EXPECT_EQ(d.magindex, 1000);
-    EXPECT_EQ(magnificationCount(), before + 1);
+    EXPECT_EQ(d.calibrated, c.taken ? 1 : c.before);
+    EXPECT_EQ(d.magindex, c.taken ? 1000 : 0);
+    EXPECT_EQ(magnificationCount(), before + (c.taken ? 1 : 0));
+    EXPECT_EQ(host.messages.empty(), c.taken);
   }
+}
+
+TEST_F(ImageDocTest, AScaleIsAboveZeroThroughEveryDoor) {
+  ZBasicDoc& d = makeImage(8, 8);
+  for (const double bad : {0.0, -2.0, std::nan(""), HUGE_VAL}) {
+    EXPECT_FALSE(d.setScale(bad, 1, "bad", 0, true, true)) << bad;
+    EXPECT_FALSE(d.setScale(1, bad, "bad", 0, true, true)) << bad;
+  }
+  EXPECT_EQ(d.calibrated, 0);
+  EXPECT_EQ(magnificationCount(), 0);
+  for (const char* action : {"none", "Add to list", "Set as default", "Remove"}) {
+    host.fill({{"action", action}});
+    run("Magnification");
+    EXPECT_EQ(d.calibrated, 0) << action << " measures nothing";
+  }
+  writeSettings("[settings]\nmagx=0\nmagy=-1\n[mag0]\nvalid=1\nmagx=0\n");
+  EXPECT_EQ(makeImage(8, 8).magx, 1.0);
+  ZBasicDoc& stored = makeImage(8, 8);
+  host.fill({{"Units", "user units"}});
+  run("Units");
+  EXPECT_EQ(stored.calibrated, 0) << "nobody measured";
+  stored.calibrated = 1;
+  stored.magy = 0;
+  reopen("bad.tv1");
+  EXPECT_EQ(image()->unitName(), "pixel");
+  EXPECT_EQ(image()->magy, 1.0);
+  EXPECT_THAT(host.messages.back(), HasSubstr("1 by 0 is none"));
 }
 
 TEST_F(ImageDocTest, UnitsAndGridAreKeptInTheSettings) {
@@ -353,6 +442,16 @@ TEST_F(ImageDocTest, TheApexKeysAreReadEachTimeTheFilterRuns) {
   settings.setInt("ProcessingArgs", "apexoffset", 10);
   run("apex filter");
   EXPECT_EQ(d.theImage()->pixelAt(4, 4), 99);
+}
+
+TEST_F(ImageDocTest, AreasFromLargestToSmallestAreRefused) {
+  makeImage(8, 8);
+  for (const char* smallest : {"5000", "9000"}) {
+    host.fill({{"minimum capillary area (pixels)", smallest}});
+    run("Processing");
+    EXPECT_THAT(host.messages.back(), HasSubstr("to 5000 pixels are none"));
+  }
+  EXPECT_EQ(finderParameters.umin, 200);
 }
 
 TEST_F(ImageDocTest, OnlyProcessingWritesTheFinderKeys) {

@@ -49,7 +49,8 @@ TEST_F(StoredImage, ReadsEachOldVersion) {
     EXPECT_EQ(d->magy, 2.5);
     EXPECT_EQ(d->unitName(), "mm");
     EXPECT_EQ(d->imageoffset, (Point{3, 4}));
-    EXPECT_TRUE(d->hasCircularRoi());
+    EXPECT_EQ(d->roicircle, (Rect{0, 0, 1, 1}));
+    EXPECT_FALSE(d->hasCircularRoi()) << "without a ROI there is no circle";
     EXPECT_EQ(d->notes, version > 1 ? "old notes" : "");
     EXPECT_EQ(d->capturetime, version > 1 ? 777 : 0);
     EXPECT_EQ(d->gridspacing, version > 2 ? 42.5 : 100.0);
@@ -306,6 +307,13 @@ TEST_F(ImageDocTest, ACopyTakesAllButTheFile) {
   EXPECT_EQ(copy.imagedirty, 1);
   EXPECT_EQ(copy.dimlists[kPlainList].size(), 1);
   EXPECT_EQ(pixelsOf(*copy.theImage()), pixelsOf(*d.theImage()));
+}
+
+TEST_F(ImageDocTest, AScaleOfAnotherImageCalibratesNoNewOne) {
+  ASSERT_TRUE(makeImage(4, 4).setScale(2.5, 2.5, "x20", 1, false, true));
+  EXPECT_EQ(makeImage(4, 4).unitName(), "pixel") << "its own scale is not known";
+  ASSERT_TRUE(image()->setScale(2.5, 2.5, "x20", 1, true, false));
+  EXPECT_EQ(makeImage(4, 4).unitName(), "um");
 }
 
 TEST_F(ImageDocTest, SettingsGiveNewDocumentsTheirValues) {

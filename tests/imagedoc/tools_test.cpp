@@ -140,6 +140,29 @@ TEST_F(ViewTest, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
   }
 }
 
+TEST_F(ViewTest, AMarkIsHitWithinFivePixelsOfTheWindowAtAnyZoom) {
+  ZBasicDoc& d = show({2000, 2000}, {2000, 2000});
+  d.addDimension({100, 100}, CDimList::kPoint);
+  d.addPointToDimension(d.addDimension({200, 200}, CDimList::kCircle), {300, 200});
+  const auto hitAt = [&](Point at) {
+    view->selected = -1;
+    view->mouseDown({at, MouseButton::Left, false, false});
+    view->mouseUp({at, MouseButton::Left, false, false});
+    return view->selected;
+  };
+  for (const int32_t steps : {-6, 0, 8}) {
+    view->zoomnum = view->zoomden = 1;
+    for (int32_t i = 0; i < std::abs(steps); ++i) steps < 0 ? view->zoomOut() : view->zoomIn();
+    const Point mark = view->toWindow({100, 100});
+    EXPECT_EQ(hitAt(mark + Point{5, -5}), 0) << steps;
+    EXPECT_EQ(hitAt(mark + Point{6, 0}), -1) << steps;
+    EXPECT_EQ(hitAt(mark + Point{0, -6}), -1) << steps;
+    const Point top = view->toWindow({250, 150});
+    EXPECT_EQ(hitAt(top + Point{0, -4}), 1) << steps;
+    EXPECT_EQ(hitAt(top + Point{0, -8}), -1) << steps;
+  }
+}
+
 TEST_F(ViewTest, TheRoiToolDrawsWithinTheImageAndAClickClears) {
   ZBasicDoc& d = show();
   run("ROI");

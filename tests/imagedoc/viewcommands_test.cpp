@@ -77,6 +77,23 @@ TEST_F(ViewTest, ADimensionIsCopiedAndPastedAsItsKind) {
   EXPECT_TRUE(host.messages.empty());
 }
 
+TEST_F(ViewTest, AllSelectedMarksAreDeletedAndCopied) {
+  show();
+  run("Counting");
+  play("click 10,10 60,10 110,10 160,10");
+  run("Counting");
+  EXPECT_FALSE(canRun("Delete"));
+  play("shift 10,10 110,10");
+  ASSERT_TRUE(canRun("Copy"));
+  run("Copy");
+  play("Delete");
+  EXPECT_EQ(state(), "L60,10 L160,10");
+  run("Paste");
+  EXPECT_EQ(state(), "L60,10 L160,10 +L10,10 *+L110,10");
+  run("Delete");
+  EXPECT_EQ(state(), "L60,10 L160,10");
+}
+
 TEST_F(ViewTest, AClipboardThatRefusesIsReported) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);

@@ -50,7 +50,7 @@ TEST(DimensionMeasures, ShapesWithoutEnoughPointsMeasureNothing) {
         EXPECT_EQ(none, 0.0);
       EXPECT_EQ(dim->AreaIn({0, 0, 9, 9}, true, 1, 1), 0.0);
       EXPECT_EQ(dim->Perpendicular(5), nullptr);
-      EXPECT_EQ(dim->HitFirst({7, 2}), !points.empty());
+      EXPECT_EQ(dim->IsHit(7, 2, 3), !points.empty());
       EXPECT_EQ(dim->Overlaps({4, 5, 5, 6}, false), !points.empty());
       dim->Close();
       EXPECT_EQ(dim->points, points);
@@ -75,11 +75,10 @@ TEST(DimensionMeasures, CirclesTakeTheDiameterFromTwoPoints) {
   auto circle = made<CDimCircle>({{0, 0}, {6, 8}});
   EXPECT_EQ(circle.bounds, (Rect{-2, -1, 8, 9}));
   EXPECT_DOUBLE_EQ(circle.Area(2.0, 3.0), 150 * kPi);
-  EXPECT_DOUBLE_EQ(circle.AreaIn({7, 8, 20, 20}, true, 1, 1), 25 * kPi);
+  EXPECT_DOUBLE_EQ(circle.AreaIn({6, 7, 26, 27}, false, 1, 1), 25 * kPi);
+  EXPECT_EQ(circle.AreaIn({6, 7, 26, 27}, true, 1, 1), 0.0) << "in a corner, outside of the circle";
   EXPECT_EQ(circle.AreaIn({8, 3, 20, 9}, false, 1, 1), 0.0);
   EXPECT_EQ(circle.AreaIn({8, 3, 20, 9}, true, 1, 1), 0.0);
-  // An empty rectangle that no bounds can meet, closer than the odd test on the centres asks.
-  EXPECT_GT(made<CDimCircle>({{5, 5}, {5, 6}}).AreaIn({5, 5, 5, 5}, true, 1, 1), 0.0);
   Point anchor;
   circle.Anchor(anchor);
   EXPECT_EQ(anchor, (Point{3, 4}));
@@ -91,7 +90,8 @@ TEST(DimensionMeasures, RectanglesAreNormalisedAndPolygonsClosed) {
   const auto rect = made<CDimRect>({{10, 2}, {4, 7}});
   EXPECT_EQ(rect.bounds, (Rect{4, 2, 10, 7}));
   EXPECT_EQ(rect.Area(2.0, 3.0), 180.0);
-  EXPECT_EQ(rect.AreaIn({8, 0, 20, 4}, true, 2.0, 3.0), 24.0);
+  EXPECT_EQ(rect.AreaIn({8, 0, 20, 4}, false, 2.0, 3.0), 24.0);
+  EXPECT_NEAR(made<CDimRect>({{0, 0}, {40, 40}}).AreaIn({10, 10, 30, 30}, true, 2.0, 3.0), 600 * kPi, 1e-9);
 
   auto polygon = made<CDimPolygon>({{0, 0}, {10, 0}, {10, 10}, {0, 10}});
   EXPECT_EQ(polygon.Area(1, 1), 50.0);  // open: the last point is taken as the closing one
@@ -107,10 +107,16 @@ TEST(DimensionMeasures, RectanglesAreNormalisedAndPolygonsClosed) {
   EXPECT_EQ(anchor, (Point{5, 5}));
 }
 
-TEST(DimensionEditing, HitsWithinThreePixelsOfTheFirstPoint) {
+TEST(DimensionEditing, HitsWithinReachOfTheFirstPointOrOfACirclesRim) {
   const auto line = made<CDimLine>({{10, 20}, {50, 50}});
-  for (const Point hit : {Point{13, 23}, Point{7, 17}}) EXPECT_TRUE(line.HitFirst(hit));
-  for (const Point miss : {Point{14, 20}, Point{10, 16}, Point{50, 50}}) EXPECT_FALSE(line.HitFirst(miss));
+  for (const Point hit : {Point{13, 23}, Point{7, 17}}) EXPECT_TRUE(line.IsHit(hit.x, hit.y, 3));
+  for (const Point miss : {Point{14, 20}, Point{10, 16}, Point{50, 50}})
+    EXPECT_FALSE(line.IsHit(miss.x, miss.y, 3));
+  const auto circle = made<CDimCircle>({{20, 50}, {80, 50}});
+  for (const Point rim : {Point{50, 20}, Point{50, 83}, Point{80, 50}})
+    EXPECT_TRUE(circle.IsHit(rim.x, rim.y, 3));
+  for (const Point miss : {Point{50, 50}, Point{50, 84}, Point{16, 50}})
+    EXPECT_FALSE(circle.IsHit(miss.x, miss.y, 3));
 }
 
 TEST(DimensionEditing, MovesTurnsAndScalesTruncating) {
@@ -215,6 +221,40 @@ TEST(DimensionClipping, KeepsTheInnerPartWithNewPointsOnTheBorder) {
   }
   EXPECT_DOUBLE_EQ(made<CDimLine>({{-10, 5}, {30, 5}}).LengthIn({0, 0, 20, 20}, false, 2.0, 1.0), 40.0);
   EXPECT_DOUBLE_EQ(made<CDimLine>({{-10, 4}, {30, 4}}).LengthIn({0, 0, 20, 20}, true, 1.0, 1.0), 16.0);
+}
+
+TEST(DimensionClipping, LeavesOfAnAreaTheClosedPolygonOfWhatIsDrawn) {
+  const Rect rect{0, 0, 100, 100};
+  auto polygon = made<CDimPolygon>({{50, -10}, {110, 50}, {50, 110}, {-10, 50}, {50, -10}});
+  polygon.label = "a";
+  const auto cut = polygon.Clipped({0, 0, 100, 60}, false);
+  EXPECT_EQ(cut->Area(1, 1), 4400.0);
+  EXPECT_EQ(cut->points.back(), cut->points.front());
+  EXPECT_EQ(cut->label, "a");
+  EXPECT_EQ(polygon.Clipped({30, 30, 50, 50}, false)->Area(1, 1), 400.0) << "round all of the region";
+  EXPECT_EQ(polygon.Clipped({200, 0, 300, 50}, false), nullptr);
+
+  const auto circle = made<CDimCircle>({{50, 50}, {150, 50}});
+  const auto half = circle.Clipped(rect, false);
+  EXPECT_STREQ(half->classRecord().name, "CDimPolygon");
+  EXPECT_NEAR(half->Area(1, 1), 1250 * kPi, 12);
+  EXPECT_STREQ(circle.Clipped({50, 0, 150, 100}, false)->classRecord().name, "CDimCircle");
+  EXPECT_EQ(made<CDimCircle>({{90, 100}, {110, 100}}).Clipped({0, 0, 20, 20}, false), nullptr);
+
+  const auto square = made<CDimRect>({{50, 50}, {150, 150}});
+  EXPECT_EQ(square.Clipped(rect, false)->points, (Points{{50, 50}, {100, 100}}));
+  EXPECT_NEAR(square.Clipped(rect, true)->Area(1, 1), 625 * kPi, 8);
+}
+
+TEST(DimensionClipping, DoneAgainChangesNothing) {
+  const CDim& polygon = made<CDimPolygon>({{3, -40}, {150, 53}, {-40, 91}, {3, -40}});
+  const CDim& circle = made<CDimCircle>({{-20, 33}, {71, 45}});
+  const CDim& line = made<CDimLine>({{-1, 5}, {30, 5}, {31, 120}});
+  for (const CDim* dim : {&polygon, &circle, &line})
+    for (const bool round : {false, true}) {
+      const auto once = dim->Clipped({0, 0, 100, 100}, round);
+      EXPECT_EQ(once->Clipped({0, 0, 100, 100}, round)->points, once->points);
+    }
 }
 
 TEST(DimensionClipping, PointsBelongToTheHalfOpenRectangleAndTheCircleOfItsHeight) {

@@ -58,7 +58,7 @@ TEST(DimensionLists, RemovingMovesTheSelectedIndexOnlyFromTheRemovedItem) {
   list.remove(0);
   EXPECT_EQ(list.selectedindex, -1);
   list.at(0).selected = true;
-  list.removeSelected();
+  list.removeSelected(-1);
   ASSERT_EQ(list.size(), 1);
   EXPECT_EQ(list.at(0).points, (Points{{30, 0}}));
   list.removeAll();
@@ -70,17 +70,17 @@ TEST(DimensionLists, HitsWalkOnFromAnItemAndWrapOnce) {
   fill(list, {{{10, 10}}, {{100, 100}}, {{12, 12}}, {{11, 9}}});
   const std::pair<int32_t, int32_t> fromTo[] = {{-1, 0}, {0, 2}, {1, 2}, {2, 3}, {3, 0}, {99, 0}};
   for (const auto& [from, to] : fromTo) {
-    EXPECT_EQ(list.hit({10, 10}, from), to) << from;
+    EXPECT_EQ(list.hit(10, 10, 3, from), to) << from;
     EXPECT_EQ(list.selectedindex, to);
   }
-  EXPECT_EQ(list.hit({100, 100}, 1), 1);  // round to itself
-  EXPECT_EQ(list.hit({50, 50}, 0), -1);
+  EXPECT_EQ(list.hit(100, 100, 3, 1), 1);  // round to itself
+  EXPECT_EQ(list.hit(50, 50, 3, 0), -1);
   EXPECT_EQ(list.selectedindex, -1);
-  EXPECT_EQ(list.toggleSelect({11, 11}), 0);
+  EXPECT_EQ(list.toggleSelect(11, 11, 3), 0);
   EXPECT_TRUE(list.at(0).selected);
-  EXPECT_EQ(list.toggleSelect({11, 11}), 0);
+  EXPECT_EQ(list.toggleSelect(11, 11, 3), 0);
   EXPECT_FALSE(list.at(0).selected);
-  EXPECT_EQ(list.toggleSelect({60, 60}), -1);
+  EXPECT_EQ(list.toggleSelect(60, 60, 3), -1);
 }
 
 TEST(DimensionLists, DragAndTurnTakeTheSelectedItemsAlong) {
