@@ -171,7 +171,7 @@ std::array<Point, 2> capillaryCircle(double area, double cx, double cy) {
 }
 
 std::string densityText(int64_t count, double area) {
-  if (count <= 0 || !(area > 0)) return {};
+  if (!(area > 0)) return {};
   const double shown = area * 1e-6;
   return format("%7.3f, capillary density, %7.3f, area", static_cast<double>(count) / shown, shown);
 }

@@ -88,7 +88,7 @@ FoundCapillaries findcaps(CZZimage& image, const Rect& rect, const FinderParamet
 std::array<Point, 2> capillaryCircle(double area, double cx, double cy);
 
 // "%7.3f, capillary density, %7.3f, area" of count per area and the area, which is told in square micrometres
-// (pixels when not calibrated) and shown in square millimetres. Empty for a count or an area of 0.
+// (pixels when not calibrated) and shown in square millimetres. Empty for an area of 0.
 std::string densityText(int64_t count, double area);
 
 }  // namespace tarnvisor

@@ -372,8 +372,13 @@ bool CBasicApp::isOpenView(const CView* view) const {
 
 void CBasicApp::receiveAutoLoad(const std::string& path) {
   if (!process.imageTemplate) return;
-  if (!isOpenView(process.autoLoadView)) {
+  if (!isOpenView(process.autoLoadView)) process.autoLoadView = nullptr;
+  if (const auto* sink = dynamic_cast<AutoLoadSink*>(process.autoLoadView); sink && !sink->isUntouched()) {
+    // What was measured on one picture is no other's.
+    if (!process.autoLoadView->document().saveModified()) return;
     process.autoLoadView = nullptr;
+  }
+  if (!process.autoLoadView) {
     CDocument* document = process.imageTemplate->newDocument();
     if (!document || document->views().empty()) return;
     process.autoLoadView = document->views().front().get();

@@ -69,6 +69,8 @@ class AutoLoadSink {
  public:
   virtual ~AutoLoadSink() = default;
   virtual void loadImageFile(const std::string& path) = 0;
+  // Nothing was done with the picture that was loaded: the next may take its place.
+  virtual bool isUntouched() const = 0;
 };
 
 }  // namespace tarnvisor

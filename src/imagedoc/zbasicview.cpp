@@ -34,6 +34,15 @@ bool canGrow(int32_t num, int32_t den, int64_t numFactor, int64_t denFactor) {
 ZBasicView::ZBasicView(ZBasicDoc& document)
     : CView(document), doc(document), painter(std::make_unique<PicturePainter>()) {}
 
+void ZBasicView::loadImageFile(const std::string& path) {
+  doc.adoptImageFile(path);
+  changesWhenLoaded = doc.changeCount();
+}
+
+bool ZBasicView::isUntouched() const {
+  return doc.pathName().empty() && doc.changeCount() == changesWhenLoaded;
+}
+
 ZBasicView::~ZBasicView() {
   // Another view may come to lie at this address.
   if (process.autoLoadView == this) process.autoLoadView = nullptr;

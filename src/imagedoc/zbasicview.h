@@ -44,7 +44,8 @@ class ZBasicView : public CView, public AutoLoadSink {
   explicit ZBasicView(ZBasicDoc& document);
   ~ZBasicView() override;
   ZBasicDoc& imageDocument() const { return doc; }
-  void loadImageFile(const std::string& path) override { doc.adoptImageFile(path); }
+  void loadImageFile(const std::string& path) override;
+  bool isUntouched() const override;
 
   // --- zbasicview.cpp: the view's life, selection, zoom
   void onUpdate() override;
@@ -103,6 +104,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   enum class Grip { None, Scroll, Dimension, MoveRoi, MayDrawRoi, DrawRoi, FirstCorner, Freehand };
 
   // zbasicview.cpp
+  uint64_t changesWhenLoaded = 0;
   bool hasImage() const { return doc.hasImage(); }
   bool hasSelection() const { return doc.currentDims().isValid(selected); }
   bool hasAnySelection() const { return !doc.currentDims().selection(selected).empty(); }

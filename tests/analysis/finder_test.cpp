@@ -180,7 +180,7 @@ TEST(CapillaryCircle, LiesAcrossUnlessItWouldLeaveTheLeftEdge) {
 
 TEST(DensityText, GivesCountPerAreaAndTheArea) {
   EXPECT_EQ(densityText(12, 2e6), "  6.000, capillary density,   2.000, area");
-  EXPECT_EQ(densityText(0, 2e6), "");
+  EXPECT_EQ(densityText(0, 2e6), "  0.000, capillary density,   2.000, area");
 }
 
 // Dark round spots on a bright, unevenly lit, noisy ground.

@@ -25,6 +25,7 @@ struct PlainDocument : CDocument {
 struct AutoLoadView : CView, AutoLoadSink {
   using CView::CView;
   void loadImageFile(const std::string& path) override { loaded.push_back(path); }
+  bool isUntouched() const override { return !document().isModified(); }
   std::vector<std::string> loaded;
 };
 
@@ -343,7 +344,14 @@ TEST_F(BasicApp, TwoLoadMessagesGoToTheSameView) {
   ASSERT_EQ(app->documents.documents().size(), 1u);
   auto* view = static_cast<AutoLoadView*>(process.autoLoadView);
   EXPECT_THAT(view->loaded, ElementsAre("one.bmp", "two.bmp"));
-  ASSERT_TRUE(app->documents.close(view->document()));
+  view->document().setModified();
+  host.answers = {Answer::Cancel, Answer::No};
+  app->receiveAutoLoad("cancelled.bmp");
+  app->receiveAutoLoad("beside.bmp");
+  EXPECT_EQ(view->loaded.size(), 2u) << "what was marked there stays with its picture";
+  ASSERT_EQ(app->documents.documents().size(), 2u);
+  view->document().setModified(false);
+  ASSERT_TRUE(app->documents.closeAll());
   app->receiveAutoLoad("three.bmp");  // the view is gone: a new one
   EXPECT_EQ(app->documents.documents().size(), 1u);
 }

@@ -165,6 +165,9 @@ TEST_F(Faces, TheRecordBarShowsAndStoresTheProcessState) {
   };
   type(find<QLineEdit>(bar, "basename"), "toe");
   type(dir, "/data/other");
+  EXPECT_EQ(frame.recordBar().recordDir, "/data/other") << "a recording reads what stands there";
+  EXPECT_EQ(settings.getString("directories", "recorddir", ""), "/data/exam") << "not at each key";
+  QTest::keyClick(dir, Qt::Key_Return);
   EXPECT_EQ(process.triggermovie, 0);
   EXPECT_EQ(settings.getString("directories", "recorddir", ""), "/data/other");
   EXPECT_EQ(settings.getString("directories", "basename", ""), "toe");

@@ -133,6 +133,7 @@ TEST_F(SubjectWindowTest, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
   EXPECT_EQ(surname->text(), "surname!");
   host.answers.push_back(Answer::Yes);
   typeWhole("T");
+  type("-2");
   EXPECT_EQ(id->text(), "T-2");
   EXPECT_EQ(app->db->readSubject("S-17")->surname, "surname!");
   EXPECT_EQ(app->db->readSubject("T-2")->surname, "surname");
