@@ -65,7 +65,7 @@ class AtomicFile {
   // Closes the stream so that a library may write the temporary file by name; commit() still syncs and
   // renames.
   void releaseToWriterByName();
-  bool write(const void* bytes, size_t count);
+  bool write(const void* bytes, size_t count);  // what fails here is told by commit()
   // Flushes to disc and renames. On failure the old file is untouched and the words say what failed.
   Outcome commit(Flush flush = Flush::ToDisc);
 

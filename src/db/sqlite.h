@@ -48,7 +48,7 @@ class SqliteStatement {
   // Whether the last step ended in an error, such as a database that stayed locked.
   bool failed() const { return stepFailed; }
   // Runs to the end; false when the statement failed.
-  bool run();
+  [[nodiscard]] bool run();
   int32_t integer(int column) const;
   std::string text(int column) const;
 

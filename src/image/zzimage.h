@@ -68,10 +68,10 @@ class CZZimage {
   // --- copies (zzimage_copy.cpp)
   [[nodiscard]] bool copyImage(const CZZimage& src);
   bool copyPixels(CZZimage& src);  // alters src where a colour source meets a grey target; see the source
-  bool copyFromRect(const CZZimage& src, const Rect& rect);
-  bool copyROI(const CZZimage& src, const Rect& rect);
-  bool copyfromToROI(const CZZimage& src, const Rect& rect);
-  bool extractfrom(const CZZimage& src, int32_t field);
+  [[nodiscard]] bool copyFromRect(const CZZimage& src, const Rect& rect);
+  [[nodiscard]] bool copyROI(const CZZimage& src, const Rect& rect);
+  [[nodiscard]] bool copyfromToROI(const CZZimage& src, const Rect& rect);
+  [[nodiscard]] bool extractfrom(const CZZimage& src, int32_t field);
   [[nodiscard]] bool split(CZZimage& first, CZZimage& second) const;
   [[nodiscard]] bool merge(const CZZimage& first, const CZZimage& second);
   void swapFields();
@@ -82,7 +82,7 @@ class CZZimage {
   std::unique_ptr<uint8_t[]> demosaic(uint8_t* target, int32_t targetStride) const;
   void bayerToGrey();
   // source: width * height 32-bit pixels, low byte blue. False, and logged, on a Bayer image.
-  bool copyrgb32(const uint32_t* source);
+  [[nodiscard]] bool copyrgb32(const uint32_t* source);
   void copyWords(const uint16_t* source, int32_t sourceStride, double gain);  // stride in elements
   void copyDoubles(const double* source, int32_t sourceStride, double gain);
   // Colour to grey by the grey weights, Bayer by bayerToGrey; grey stays. False without memory.
@@ -161,7 +161,7 @@ class CZZimage {
   // Of each two rows the even columns' mean; odd columns are dropped, which matching is tuned to. Origins and
   // numbers stay this image's own. False for colour, and in place for a child.
   [[nodiscard]] bool halve(const CZZimage& src);
-  bool halveInPlace();
+  [[nodiscard]] bool halveInPlace();
   // Sets the origins to the reference's less the shift (dx, dy) at which a centred window matches best: the
   // first of equals in row order from minus to plus the search fraction, by `step`. sampleStep 1 compares
   // every pixel; mode 0 a random table of points (samplePattern), 1 every sampleStep-th pixel of every

@@ -26,7 +26,7 @@ void writeDefaultMagnification(const MagnificationEntry& entry);
 void addMagnification(const MagnificationEntry& entry);
 int32_t magnificationCount();
 // index counts live entries only. False (and logged) when there is none: the entry is then unchanged.
-bool readMagnification(int32_t index, MagnificationEntry& entry);
+[[nodiscard]] bool readMagnification(int32_t index, MagnificationEntry& entry);
 bool removeMagnification(int32_t index);
 // "%8.3f %8.3f %-25s %s": x, y, name and long date.
 std::string magnificationLine(const MagnificationEntry& entry);

@@ -211,7 +211,7 @@ class CZZMovie {
   bool openFile(const std::string& name);
   bool openVideo(const std::string& name);
   void takeRateOfSource();
-  void takeFrame(const CZZimage& image, int32_t field);
+  [[nodiscard]] bool takeFrame(const CZZimage& image, int32_t field);
   void writeRecorded(const CZZimage& image);
   void readBack();
   void finishRecordedFile();

@@ -74,7 +74,7 @@ bool CZZMovie::record(int32_t frames, const std::string& name, int32_t x, int32_
 }
 
 // Whole rows of the file's own width go there as they are, without a copy in between.
-void CZZMovie::takeFrame(const CZZimage& image, int32_t field) {
+bool CZZMovie::takeFrame(const CZZimage& image, int32_t field) {
   const bool skipsRows = !image.isField() && (field == 1 || field == 2);
   pixelsInFile = mode == kRecordingFile && !skipsRows && image.colourset == frame.colourset &&
                  image.width == frame.width && image.height == frame.height && image.stride == frame.stride &&
@@ -83,11 +83,13 @@ void CZZMovie::takeFrame(const CZZimage& image, int32_t field) {
     frame.frameNumber = image.frameNumber;
     frame.interlace = field;
     frame.tag[1] = image.tag[0];
-  } else {
-    frame.extractfrom(image, field);
+  } else if (!frame.extractfrom(image, field)) {
+    trouble = "a frame of another kind was left out";
+    return false;
   }
   frame.xOrigin = image.xOrigin;
   frame.setYOrigin(image.frameOrigin().y);
+  return true;
 }
 
 void CZZMovie::readBack() {
@@ -98,7 +100,7 @@ void CZZMovie::readBack() {
 // At most one copy, and one write; nothing is allocated.
 int32_t CZZMovie::addFrame(const CZZimage& image, int32_t field, bool advance) {
   if (!recording || full) return -1;
-  takeFrame(image, field);
+  if (!takeFrame(image, field)) return -1;
   writeRecorded(pixelsInFile ? image : frame);
   keepRecord(current, frame);
   return advance ? nextSlot() : count;

@@ -27,11 +27,11 @@ class ProfileDialog {
   void select(const std::string& profile);
   // Copies the selected profile to a new name and selects it. False for a name that no file can have, or one
   // taken.
-  bool addCopy(const std::string& newName);
+  [[nodiscard]] bool addCopy(const std::string& newName);
   // Moves the selected profile to its .bak; "normal" stays.
-  bool remove();
+  [[nodiscard]] bool remove();
   // Moves the selected profile to its .bak, then copies the factory profile in its place.
-  bool resetToDefault();
+  [[nodiscard]] bool resetToDefault();
   // The file of a listed profile.
   std::string pathOf(const std::string& profile) const;
 

@@ -74,7 +74,7 @@ class ZZTrace : public ArchiveObject {
   // after a failure.
   virtual Own clone() const;
   Own clone(uint32_t from, uint32_t to) const;
-  virtual bool resizedata(uint32_t count);
+  [[nodiscard]] virtual bool resizedata(uint32_t count);
   virtual void copyprops(const ZZTrace& other);
   // Takes properties and the range [from, to) after orderrange; origin and starttime become 0, so the whole
   // ring (from == to) comes in time order.
@@ -115,7 +115,7 @@ class ZZTrace : public ArchiveObject {
     bool withheader = true;
     bool swapbytes = false;  // of each item
   };
-  bool exportbin(std::ostream& file, const BinarySettings& settings, int64_t from, int64_t to) const;
+  [[nodiscard]] bool exportbin(std::ostream& file, const BinarySettings& settings, int64_t from, int64_t to) const;
   static constexpr size_t kBinaryHeader = 128;
 
   CdataVect::Own data;  // null without samples; every user tests it
@@ -172,7 +172,7 @@ class C2DTrace : public ZZTrace {
   void serialize(Archive& archive) override;
 
   Own clone() const override;
-  bool resizedata(uint32_t count) override;
+  [[nodiscard]] bool resizedata(uint32_t count) override;
   void copyprops(const ZZTrace& other) override;
   void copyfrom(const ZZTrace& other, uint32_t from, uint32_t to) override;
   void zeroat(uint32_t index) override;  // empties the row, its items stay

@@ -63,10 +63,10 @@ class CdataVect : public ArchiveObject {
   void clear();  // zeroes the owned block; nothing on a view
   // Contents are kept, a new tail is zero; a cursor beyond the end goes to 0. False leaves the vector as it
   // was.
-  virtual bool resize(uint32_t count) = 0;
+  [[nodiscard]] virtual bool resize(uint32_t count) = 0;
   // Two-dimensional: a raw change of the row length, rows are not cut anew; false for 0. One-dimensional: as
   // resize.
-  virtual bool setwidth(uint32_t n) = 0;
+  [[nodiscard]] virtual bool setwidth(uint32_t n) = 0;
   void flatten();  // size *= width, width = 1
 
   // --- copies; null after a failure

@@ -22,7 +22,7 @@ class RowVect final : public TypedVect<Item> {
   const ArchiveClass& classRecord() const override { return archiveClass(); }
   void serialize(Archive& archive) override;
 
-  bool setwidth(uint32_t n) override;
+  [[nodiscard]] bool setwidth(uint32_t n) override;
   Own getArray(uint32_t index) const override;
   double at(uint32_t row, uint32_t column) const override;
   double at(uint32_t row) const override { return Parent::at(row); }

@@ -29,8 +29,8 @@ class TypedVect : public CdataVect {
 
   Item* data = nullptr;  // item 0: of the owned block, or of another's in a view
 
-  bool resize(uint32_t count) override;
-  bool setwidth(uint32_t n) override { return resize(n); }
+  [[nodiscard]] bool resize(uint32_t count) override;
+  [[nodiscard]] bool setwidth(uint32_t n) override { return resize(n); }
   Own clone(uint32_t start, uint32_t count, uint32_t step = 1) const override;
   Own clone() const override;
   Own flatclone() const override;
