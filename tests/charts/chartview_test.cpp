@@ -172,6 +172,8 @@ TEST_F(ChartWindow, EnablesWhatIsForRowsOnlyThere) {
     EXPECT_NE((rows.palette.*get)(), before) << id;
     EXPECT_EQ(view().commands()->find(id)->ticked(view()), !before) << id;
   }
+  EXPECT_EQ(settings.getInt("Palette", "inverse", 7), rows.palette.inverse());
+  EXPECT_EQ(doc->addtrace(kWordRowsCode, 4, 4)->palette.colour(), rows.palette.colour());
   view().setActive(&ramp);
   EXPECT_TRUE(view().commands()->find("Differentiate trace")->enabled(view()));
 }

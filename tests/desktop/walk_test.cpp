@@ -68,6 +68,15 @@ TEST_F(RoadTest, TheWindowMenuLeadsFromEveryKindToEveryOther) {
     }
 }
 
+TEST_F(RoadTest, FilesAreLookedForInTheFolderOfANewExamination) {
+  beginExamination();
+  answers.expect("Import", [this](QWidget& dialog) {
+    EXPECT_TRUE(sameFolder(fromQt(static_cast<QFileDialog&>(dialog).directory().path()), exams->folder()));
+    click(dialog, "Cancel");
+  });
+  choose({"File", "Import"});
+}
+
 TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
   if (!fileExists(nailfoldStill())) GTEST_SKIP() << nailfoldStill() << " is not here";
   beginExamination();

@@ -389,6 +389,22 @@ TEST_F(WindowTest, TheRecordBarFollowsTheExamThatIsSelected) {
   EXPECT_EQ(window().findChild<QLineEdit*>("recorddir")->text().toStdString(), process.recordDir);
   QTest::keyClicks(name, "x");
   EXPECT_EQ(process.recordDir, app->dataFolder + "S-1-left");
+  EXPECT_THAT(window().windowTitle().toStdString(), StartsWith("S-1, S-1-left - "));
+}
+
+TEST_F(WindowTest, TheStatusWindowsCloseBoxTakesTheTickAway) {
+  EXPECT_EQ(app->runCommand(cmd::StatusWindow), CommandResult::Done);
+  settle();
+  for (QWidget* each : QApplication::topLevelWidgets())
+    if (each->windowTitle() == "Status") each->close();
+  settle();
+  EXPECT_FALSE(frame->bars().statusWindow);
+}
+
+TEST_F(WindowTest, WhatNeedsACameraSaysSo) {
+  const auto* live = window().findChild<QAction*>(QString::number(cmd::LiveVideo));
+  ASSERT_NE(live, nullptr);
+  EXPECT_THAT(live->statusTip().toStdString(), HasSubstr("needs a camera"));
 }
 
 TEST_F(WindowTest, AViewThatIsGoneTakesNoFilesOfOthers) {

@@ -103,6 +103,11 @@ TEST_F(Frame, BarsFollowExpertModeChannelsAndTheirCommands) {
       {"", {cmd::RecordBar}, true, true, false},
       {"", {cmd::ToggleOpsGroup1, cmd::ToggleOpsGroup2}, true, true, true},
       {"", {cmd::ToggleOpsGroup1, cmd::ToggleOpsGroup2, cmd::ToggleOpsGroup3}, true, false, true},
+      {"",
+       {cmd::ToggleOpsGroup1, cmd::ToggleOpsGroup2, cmd::ToggleOpsGroup3, cmd::ToggleOpsGroup1},
+       true,
+       true,
+       true},
       {"", {cmd::Toolbar, cmd::ToggleOpsGroup3}, false, true, true},
   };
   for (const Case& c : cases) {

@@ -66,6 +66,17 @@ TEST_F(Profiles, AreCopiedChosenRemovedAndReset) {
   EXPECT_FALSE(fileExists(folder.file("Study of ring fingers, 2nd.ini")));
 }
 
+TEST_F(Profiles, AResetTakesCalculationsBackAndLeavesTheRecordingFolder) {
+  process.velocity.ped1 = 99;
+  exams->setRecordingFolder("/data/exam");
+  choose([](ProfileDialog& d) {
+    EXPECT_TRUE(resetProfile(d));
+    return true;
+  });
+  EXPECT_EQ(process.velocity.ped1, 10) << "the factory profile does not name it";
+  EXPECT_EQ(process.recordDir, "/data/exam");
+}
+
 TEST_F(Profiles, NamesThatCannotBeAreRefusedInWords) {
   ProfileDialog dialog = presentProfiles(options.programPath);
   const std::pair<std::string, const char*> cases[] = {{"", "needs a name"},

@@ -78,6 +78,15 @@ TEST(Settings, WritesKeepOtherLinesAndTheirOrder) {
   EXPECT_EQ(readWholeText(store.path()), "; mine\n[b]\nX=-7\nz=new\n\n[A]\ny=2\njunk\n");
 }
 
+TEST(Settings, ASectionInSeveralPlacesIsOne) {
+  TempFolder folder;
+  CSettingsFile store(folder.file("a.ini"));
+  ASSERT_TRUE(replaceFile(store.path(), "[Settings]\na=1\n[other]\nb=1\n[settings]\nb=2\n"));
+  EXPECT_EQ(store.getInt("settings", "b", 0), 2);
+  store.setInt("Settings", "b", 3);
+  EXPECT_EQ(readWholeText(store.path()), "[Settings]\na=1\n[other]\nb=1\n[settings]\nb=3\n");
+}
+
 TEST(Settings, AByteOrderMarkHidesNoSection) {
   TempFolder folder;
   CSettingsFile store(folder.file("a.ini"));
