@@ -107,6 +107,12 @@ TEST(Parallel, LoopVisitsEveryIndexOnceWithAnyNumberOfThreads) {
       }
   }
   parallelFor(-5, 1, [](int64_t, int64_t) { FAIL(); });
+  std::atomic<int> within = 0;
+  setParallelThreads(3);
+  parallelFor(3, 1, [&](int64_t, int64_t) {
+    parallelFor(5, 1, [&](int64_t from, int64_t to) { within += static_cast<int>(to - from); });
+  });
+  EXPECT_EQ(within, 15) << "a loop within a loop";
   setParallelThreads(0);
   EXPECT_GE(parallelThreads(), 1);
 }
