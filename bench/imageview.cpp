@@ -139,7 +139,7 @@ void paintAfterChange(benchmark::State& state) {
   still.view.setWindowSize({1920, 1080});
   BufferCanvas canvas({1920, 1080}, 1.0);
   for (auto _ : state) {
-    still.view.onUpdate();
+    still.view.onUpdate(CView::Change::All);
     still.view.draw(canvas);
   }
   setParallelThreads(0);

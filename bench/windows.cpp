@@ -160,7 +160,7 @@ BENCHMARK(clickTheTarget)->ArgName("ratio")->Arg(1)->Arg(2)->Unit(benchmark::kMi
 void setZoom(ZBasicView& view, const benchmark::State& state) {
   view.zoomnum = static_cast<int32_t>(state.range(0));
   view.zoomden = static_cast<int32_t>(state.range(1));
-  view.onUpdate();
+  view.onUpdate(CView::Change::All);
   QApplication::processEvents();
 }
 

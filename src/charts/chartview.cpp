@@ -67,7 +67,7 @@ void ZchartView::traceReplaced(const ZZTrace& old, ZZTrace& by) {
   if (activeTrace == &old) activeTrace = &by;
 }
 
-void ZchartView::onUpdate() {
+void ZchartView::onUpdate(Change) {
   for (auto& [trace, screen] : screenTraces) screen->dataChanged();
   if (fitted) setSecondsPerColumn(wholeWidth());
   contentChanged();

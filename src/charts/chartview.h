@@ -29,7 +29,7 @@ class ZchartView : public CView, public ChartWatcher {
   ZchartDoc& chartDocument() const { return doc; }
 
   // --- chartview.cpp: traces, selection, zoom
-  void onUpdate() override;
+  void onUpdate(Change what) override;
   Size contentSize() const override;
   int32_t lineStep() const override { return 32; }
   bool keepsPlace() const override { return true; }

@@ -402,7 +402,7 @@ bool ZchartView::isHidden() const {
 
 void ZchartView::showHidden() {
   showsHidden = !showsHidden;
-  onUpdate();
+  onUpdate(Change::All);
 }
 
 void ZchartView::properties() {

@@ -49,8 +49,8 @@ CdataVect* ZliveChartDoc::setseriesfrom(ZchartView* view, const std::string& nam
   return vector;
 }
 
-void ZliveChartView::onUpdate() {
-  ZchartView::onUpdate();
+void ZliveChartView::onUpdate(Change what) {
+  ZchartView::onUpdate(what);
   if (showsAll()) fit();
 }
 

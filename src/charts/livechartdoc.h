@@ -26,7 +26,7 @@ class ZliveChartDoc : public ZchartDoc {
 class ZliveChartView : public ZchartView {
  public:
   using ZchartView::ZchartView;
-  void onUpdate() override;
+  void onUpdate(Change what) override;
   // Beside those of a chart: "mean", "min", "max".
   std::vector<StatusPane> panes() const override;
 };

@@ -59,7 +59,7 @@ const std::vector<xychartdoc::Pair>& xychartvw::points() const {
   return known;
 }
 
-void xychartvw::onUpdate() {
+void xychartvw::onUpdate(Change) {
   isKnown = false;
   redraw();
   site().panesChanged();

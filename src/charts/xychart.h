@@ -28,7 +28,7 @@ class xychartdoc : public ZchartDoc {
 class xychartvw : public CView {
  public:
   explicit xychartvw(xychartdoc& shown) : CView(shown), doc(shown) {}
-  void onUpdate() override;
+  void onUpdate(Change what) override;
   void draw(Canvas& canvas) override;
   void drawIn(Canvas& canvas, const Rect& area);
   void mouseMove(const MouseEvent& event) override;

@@ -171,7 +171,7 @@ void DocumentWindows::add(CDocument& document) {
     window->showMaximized();
   else
     window->show();
-  if (CView* view = widget->view()) view->onUpdate();
+  if (CView* view = widget->view()) view->onUpdate(CView::Change::All);
 }
 
 void DocumentWindows::raiseFront() {

@@ -38,7 +38,7 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
         refreshImage();
         operation(*theImage());
         if (!view) continue;
-        view->onUpdate();
+        view->onUpdate(CView::Change::Pixels);
         view->redrawNow();
       }
       if (pass.wasStopped() && (pass.isBeside() || pass.step() == 0)) {

@@ -173,8 +173,8 @@ bool CDocument::saveModified() {
 
 void CDocument::addView(std::unique_ptr<CView> view) { viewList.push_back(std::move(view)); }
 
-void CDocument::updateAllViews() {
-  for (const auto& view : viewList) view->onUpdate();
+void CDocument::updateAllViews(CView::Change what) {
+  for (const auto& view : viewList) view->onUpdate(what);
 }
 
 }  // namespace tarnvisor

@@ -72,7 +72,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // Views belong to the document, which deletes them on closing.
   void addView(std::unique_ptr<CView> view);
   const std::vector<std::unique_ptr<CView>>& views() const { return viewList; }
-  void updateAllViews();
+  void updateAllViews(CView::Change what = CView::Change::All);
 
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }

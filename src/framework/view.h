@@ -88,10 +88,11 @@ class CView : public CommandTarget, public ScriptTarget {
   explicit CView(CDocument& shown) : shownDocument(shown) {}
   CDocument& document() const { return shownDocument; }
 
-  // --- told by the document and the window
-  virtual void onUpdate() { redraw(); }  // the document changed
-  virtual void onActivate() {}           // its window came to the front
-  void attach(ViewSite* window);         // null when the window goes
+  // --- told by the document and the window: what changed, so that a view keeps what it has made of the rest
+  enum class Change { All, Pixels, Marks, Selection };
+  virtual void onUpdate(Change) { redraw(); }
+  virtual void onActivate() {}    // its window came to the front
+  void attach(ViewSite* window);  // null when the window goes
   void setWindowSize(Size size);
   Size windowSize() const { return window; }
   void redrawNow() { site().redrawNow(); }  // before it returns

@@ -128,7 +128,7 @@ void ZDimView::selectCells(int32_t column1, int32_t row1, int32_t column2, int32
 }
 
 // Rows that are gone leave the selection.
-void ZDimView::onUpdate() {
+void ZDimView::onUpdate(Change what) {
   const Cells selected = selectedCells();
   const auto last = static_cast<int32_t>(rowCount()) - 1;
   if (!selected.isEmpty() && selected.lastRow > last) {
@@ -137,7 +137,7 @@ void ZDimView::onUpdate() {
     else
       selectCells(0, selected.firstRow, 0, last);
   }
-  TableView::onUpdate();
+  TableView::onUpdate(what);
 }
 
 void ZDimView::measure(const Canvas& canvas) {

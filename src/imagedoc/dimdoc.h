@@ -65,7 +65,7 @@ class ZDimView : public TableView {
   bool isNumber(size_t column) const override { return column + 1 < ZDimDoc::kColumns; }
   // Whole rows.
   void selectCells(int32_t column1, int32_t row1, int32_t column2, int32_t row2) override;
-  void onUpdate() override;
+  void onUpdate(Change what) override;
 
  private:
   std::vector<int32_t> columnWidths() const override;

@@ -56,7 +56,7 @@ bool ZBasicDoc::deleteDimension(int32_t index) {
   if (index < 0 || static_cast<size_t>(index) >= currentDims().items.size()) return false;
   currentDims().remove(index);
   setModified();
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
   return true;
 }
 
@@ -91,13 +91,13 @@ bool ZBasicDoc::importDimensions(const std::string& path) {
     if (!(file >> x >> y)) {
       report(format("%s ends after %lld of %lld points.", path.c_str(), static_cast<long long>(i - 1),
                     static_cast<long long>(count)));
-      updateAllViews();
+      updateAllViews(CView::Change::Marks);
       return false;
     }
     const int32_t index = addDimension({truncated(x), truncated(y)}, 0);
     currentDims().items[static_cast<size_t>(index)]->label = format("%lli", static_cast<long long>(i));
   }
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
   return true;
 }
 

@@ -111,7 +111,7 @@ bool ZBasicDoc::countCapillaries() {
     setModified();
   }
   setModified();
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
   return true;
 }
 

@@ -436,7 +436,7 @@ void ZBasicDoc::clearAllDimensions() {
   const Change change(*this);
   currentDims().removeAll();
   setModified();
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicDoc::notesCommand() {
@@ -467,25 +467,25 @@ void ZBasicDoc::notesCommand() {
 void ZBasicDoc::showCrosshair() {
   showtarget = !showtarget;
   settings.setInt("settings", "showtarget", showtarget);
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicDoc::hideShowDimensions() {
   currentDims().hidden = !currentDims().hidden;
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicDoc::switchList() {
   // The dust marks stand behind the last list and are reached only by their own command.
   setCurrentList(currentlist >= kAmcList ? kPlainList : currentlist + 1);
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicDoc::trimToRoi() {
   const Change change(*this);
   currentDims().clip(roi, hasCircularRoi());
   setModified();
-  updateAllViews();
+  updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicDoc::importDimensionsCommand() {

@@ -52,8 +52,8 @@ ZBasicView::~ZBasicView() {
 
 // --- the view's life
 
-void ZBasicView::onUpdate() {
-  painter->invalidate();
+void ZBasicView::onUpdate(Change what) {
+  if (what == Change::All || what == Change::Pixels) painter->invalidate();
   checkSelections();
   showFirst();
   contentChanged();

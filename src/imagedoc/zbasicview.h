@@ -48,7 +48,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   bool isUntouched() const override;
 
   // --- zbasicview.cpp: the view's life, selection, zoom
-  void onUpdate() override;
+  void onUpdate(Change what) override;
   void onActivate() override;
   Size contentSize() const override;
   // Between the window and the parent frame. Coordinates saturate; neither needs an image.

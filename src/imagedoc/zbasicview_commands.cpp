@@ -341,7 +341,7 @@ void ZBasicView::paste() {
     selected = doc.insertDimension(*dimension);
     doc.currentDims().at(selected).selected = dimensions.size() > 1;
   }
-  doc.updateAllViews();
+  doc.updateAllViews(CView::Change::Marks);
 }
 
 // A picture from another program gets a window of its own.

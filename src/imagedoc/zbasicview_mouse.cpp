@@ -66,7 +66,7 @@ void ZBasicView::cancelGrip() {
 
 void ZBasicView::changed() {
   doc.setModified();
-  doc.updateAllViews();
+  doc.updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicView::updateCursor() {
@@ -229,7 +229,7 @@ void ZBasicView::mouseUp(const MouseEvent& event) {
       break;
     case Grip::Freehand:
       finishShape();
-      doc.updateAllViews();
+      doc.updateAllViews(CView::Change::Marks);
       break;
     default:
       break;
@@ -280,7 +280,7 @@ void ZBasicView::mouseDouble(const MouseEvent& event) {
   if (event.button != MouseButton::Left || !isShapeAlive() || !growsByClicks() || drawnWith != tool)
     return mouseDown(event);
   finishShape();
-  doc.updateAllViews();
+  doc.updateAllViews(CView::Change::Marks);
 }
 
 // --- wheel and keys
@@ -316,7 +316,7 @@ bool ZBasicView::keyDown(const KeyEvent& event) {
     case Key::Enter:
       if (!drawn || !growsByClicks()) return false;
       finishShape();
-      doc.updateAllViews();
+      doc.updateAllViews(CView::Change::Marks);
       return true;
     case Key::Delete:
       if (!hasAnySelection()) return false;

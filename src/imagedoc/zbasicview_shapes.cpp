@@ -35,7 +35,7 @@ void ZBasicView::clickShape() {
     secondselected = -1;
     finishShape();
   }
-  doc.updateAllViews();
+  doc.updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicView::beginShape() {
@@ -65,7 +65,7 @@ void ZBasicView::beginShape() {
     default:
       break;
   }
-  doc.updateAllViews();
+  doc.updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicView::addShapePoint() {
@@ -99,7 +99,7 @@ void ZBasicView::abandonShape() {
     clearSelections();
     doc.deleteDimension(index);
   } else {
-    doc.updateAllViews();
+    doc.updateAllViews(CView::Change::Marks);
   }
 }
 
@@ -111,7 +111,7 @@ void ZBasicView::traceCapillaries() {
   if (image.isField()) own.y /= 2;
   if (!area.contains(own)) return;
   const WaitScope wait;
-  if (doc.trace(own - area.topLeft())) doc.updateAllViews();
+  if (doc.trace(own - area.topLeft())) doc.updateAllViews(CView::Change::Marks);
 }
 
 }  // namespace tarnvisor

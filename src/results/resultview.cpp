@@ -21,8 +21,8 @@ std::vector<int32_t> CResultView::columnWidths() const {
   return widths;
 }
 
-void CResultView::onUpdate() {
-  TableView::onUpdate();
+void CResultView::onUpdate(Change what) {
+  TableView::onUpdate(what);
   if (table.rowCount() > rowsSeen) scrollTo({scrollPosition().x, contentSize().height});
   rowsSeen = table.rowCount();
 }

@@ -19,7 +19,7 @@ class CResultView : public TableView {
     table.setselection(column1, row1, column2, row2);
   }
   std::string selectionText() const override { return table.selectionText(); }
-  void onUpdate() override;
+  void onUpdate(Change what) override;
 
  private:
   std::vector<int32_t> columnWidths() const override;

@@ -117,7 +117,7 @@ TableView::CellAddress TableView::nearestCell(Point at) const {
           static_cast<size_t>(std::distance(x.begin(), right)) - 1};
 }
 
-void TableView::onUpdate() {
+void TableView::onUpdate(Change) {
   edges.clear();
   contentChanged();
 }

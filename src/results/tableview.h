@@ -50,7 +50,7 @@ class TableView : public CView {
   Size contentSize() const override;
   int32_t lineStep() const override { return rowHeight; }
   void draw(Canvas& canvas) override;
-  void onUpdate() override;
+  void onUpdate(Change what) override;
   void mouseDown(const MouseEvent& event) override;
   void mouseMove(const MouseEvent& event) override;
   void mouseUp(const MouseEvent& event) override;

@@ -13,7 +13,7 @@ class ChartDocument : public ChartTest {
  protected:
   struct Counter : CView {
     using CView::CView;
-    void onUpdate() override { ++told; }
+    void onUpdate(Change) override { ++told; }
     int told = 0;
   };
   // All that Undo has to bring back.

@@ -82,7 +82,7 @@ Size RemarkView::contentSize() const {
   return {0, 2 * kInset + kLineHeight * static_cast<int32_t>(remark.lines.size())};
 }
 
-void RemarkView::onUpdate() {
+void RemarkView::onUpdate(Change) {
   contentChanged();
   redraw();
 }

@@ -45,7 +45,7 @@ class RemarkView : public CView {
   explicit RemarkView(RemarkDoc& shown) : CView(shown), remark(shown) {}
   void draw(Canvas& canvas) override;
   Size contentSize() const override;
-  void onUpdate() override;
+  void onUpdate(Change what) override;
 
  private:
   RemarkDoc& remark;
