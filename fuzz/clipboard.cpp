@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   document.addView(std::make_unique<ZchartView>(document));
   auto& view = static_cast<ZchartView&>(*document.views().front());
   view.setWindowSize({160, 130});  // drawing is most of the time
-  view.onUpdate();
+  view.onUpdate(CView::Change::All);
   quiet.clipboardData["ZZTrace"].assign(data, data + size);
   for (const int into : {0, 1}) {
     view.setActive(document.traces.items[static_cast<size_t>(into)].get());

@@ -168,7 +168,7 @@ void run(CView& view, uint8_t choice) {
 
 void use(ZchartDoc& document, CView& view, const Choices& choices) {
   view.setWindowSize({400, 300});
-  view.onUpdate();
+  view.onUpdate(CView::Change::All);
   show(view);
   auto* chart = dynamic_cast<ZchartView*>(&view);
   if (chart) useTraces(*chart);

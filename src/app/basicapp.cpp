@@ -177,7 +177,8 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   if (process.floEnabled) startVelocityInput();
   if (!options.dataFolder.empty())
     openDatabaseIn(options.dataFolder);
-  else if (options.askForDataFolder || fileExists(settings.getString("Settings", "database", "")))
+  else if ((options.askForDataFolder && !isSwitchLine(commandLine)) ||
+           fileExists(settings.getString("Settings", "database", "")))
     openDatabase();
   registerDocumentTypes(options);
   if (!host().windows.createMainFrame(programTitle())) return false;

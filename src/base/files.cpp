@@ -88,6 +88,14 @@ std::string absolutePath(const std::string& path) {
   return error ? path : full.lexically_normal().string();
 }
 
+std::string fileStamp(const std::string& path) {
+  struct stat facts {};
+  if (::stat(path.c_str(), &facts) != 0) return {};
+  return format("%llu %lld %lld.%09ld", static_cast<unsigned long long>(facts.st_ino),
+                static_cast<long long>(facts.st_size), static_cast<long long>(facts.st_mtim.tv_sec),
+                facts.st_mtim.tv_nsec);
+}
+
 bool sameFolder(std::string_view a, std::string_view b) {
   const auto resolve = [](std::string_view folder) {
     std::error_code error;

@@ -31,6 +31,8 @@ bool isAbsolutePath(std::string_view path);
 std::string absolutePath(const std::string& path);
 bool sameFolder(std::string_view a, std::string_view b);  // after resolving; missing folders compare as text
 
+// What a file is now; another after each time that it was replaced or written to. Empty when it isn't there.
+std::string fileStamp(const std::string& path);
 bool sameFile(const std::string& a, const std::string& b);  // both there, and one and the same
 bool fileExists(const std::string& path);                   // a regular file (or device) that can be examined
 bool folderExists(const std::string& path);

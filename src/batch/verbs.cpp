@@ -236,12 +236,17 @@ StepResult saveDocument(StepContext& c) {
   if (const int32_t other = bare && filed ? filed->otherExamWith(path) : -1; other >= 0)
     return StepResult::failure(format("%s is a document of exam %i", path.c_str(), other));
   const bool same = path == document->pathName();
+  const bool replaced = !same && fileExists(path);
   if (!(same ? document->save() : document->onSaveDocument(path)))
     return StepResult::failure(c.script.shown().empty() ? path + " was not saved" : c.script.shown());
   if (!same) document->setPathName(path);
   // What the save had to say, of a movie that stays elsewhere.
   const std::string told = c.script.shown();
-  return {true, {}, {{"path", path}}, "saved " + path + (told.empty() ? "" : "\n" + told)};
+  return {true,
+          {},
+          {{"path", path}},
+          "saved " + path + (replaced ? ", in place of the file that was there" : "") +
+              (told.empty() ? "" : "\n" + told)};
 }
 
 // An image's tables are documents of their own; the one that was added to last is meant.

@@ -166,6 +166,13 @@ std::vector<std::string> SubjectDatabase::searchSubjects(const std::string& pref
   return firstColumns(s.bindFirst(prefix + "%"));
 }
 
+SubjectDatabase::Alone::Alone(SubjectDatabase& db)
+    : database(db.database), begun(database.execute("BEGIN IMMEDIATE;").empty()) {}
+
+SubjectDatabase::Alone::~Alone() {
+  if (begun) database.execute("COMMIT;");
+}
+
 int32_t SubjectDatabase::newExam(const std::string& subject, const std::string& site,
                                  const std::string& comment, const std::string& folder) {
   SqliteStatement s(database, sql::kNewExam);
@@ -195,9 +202,12 @@ std::optional<ExamRow> SubjectDatabase::exam(int32_t id) const {
   return examRow(s);
 }
 
-bool SubjectDatabase::hasExamIn(const std::string& folder) const {
+std::vector<int32_t> SubjectDatabase::examsIn(const std::string& folder) const {
+  std::vector<int32_t> ids;
   SqliteStatement s(database, sql::kExamInFolder);
-  return s.bindFirst(folder).step();
+  s.bindFirst(folder);
+  while (s.step()) ids.push_back(s.integer(0));
+  return ids;
 }
 
 std::vector<int32_t> SubjectDatabase::examsWithDocument(const std::string& folder,

@@ -48,13 +48,26 @@ class SubjectDatabase {
   std::vector<std::string> recentSubjects() const;  // the last used first, at most 30
   std::vector<std::string> searchSubjects(const std::string& prefix) const;  // likewise
 
+  // Holds other programs' writes off for its life, so that what was asked still holds when it is written.
+  class Alone {
+   public:
+    explicit Alone(SubjectDatabase& db);
+    ~Alone();
+    Alone(const Alone&) = delete;
+    Alone& operator=(const Alone&) = delete;
+
+   private:
+    SqliteDatabase& database;
+    bool begun;
+  };
+
   // The new exam's id; -1 when it could not be written.
   [[nodiscard]] int32_t newExam(const std::string& subject, const std::string& site,
                                 const std::string& comment, const std::string& folder);
   std::vector<ExamRow> examsOf(const std::string& subject) const;
   std::optional<ExamRow> exam(const std::string& subject, int32_t id) const;
   std::optional<ExamRow> exam(int32_t id) const;
-  bool hasExamIn(const std::string& folder) const;  // of any subject
+  std::vector<int32_t> examsIn(const std::string& folder) const;  // of any subject
 
   // Exams may share a folder; each of these has a result of that file.
   std::vector<int32_t> examsWithDocument(const std::string& folder, const std::string& filename) const;

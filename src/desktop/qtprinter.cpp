@@ -10,6 +10,7 @@
 #include "desktop/paintercanvas.h"
 #include "desktop/qtports.h"
 #include "desktop/qttext.h"
+#include "settings/profile.h"
 
 namespace tarnvisor {
 
@@ -45,7 +46,7 @@ void prepare(QPrinter& printer, const std::string& title) {
   printer.setOutputFormat(QPrinter::PdfFormat);
   std::string name = withoutExtension(fileNameOf(title));
   if (name.empty()) name = "Tarnvisor";
-  printer.setOutputFileName(QDir::current().filePath(toQt(name + ".pdf")));
+  printer.setOutputFileName(QDir(toQt(rememberedFolder())).filePath(toQt(name + ".pdf")));
 }
 
 }  // namespace

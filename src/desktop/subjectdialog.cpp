@@ -190,8 +190,15 @@ void SubjectWindow::idEdited(const QString& text) {
   if (offered->stringList().isEmpty() || offered->stringList() == QStringList(text))
     completer->popup()->hide();
   else
-    completer->complete();
+    offer();
   showDetails();
+}
+
+// Nothing in the list is chosen before somebody goes there: Enter means what was typed.
+void SubjectWindow::offer() {
+  completer->complete();
+  const QSignalBlocker quiet(completer);
+  completer->popup()->setCurrentIndex({});
 }
 
 void SubjectWindow::chooseId(const QString& text) {

@@ -37,6 +37,7 @@ class SubjectWindow final : public QDialog {
 
   void idEdited(const QString& text);
   void chooseId(const QString& text);
+  void offer();
   bool chooseTyped();  // the subject that the typed id names; false when it names none
   void addAsNewId();
   bool saveDetails();  // false when they could not be written

@@ -21,6 +21,13 @@ namespace tarnvisor {
 namespace {
 constexpr int32_t kStoredVersion = 2;
 constexpr const char* kOldFile = "old file. unknown.";
+
+// As exams name theirs; empty for a folder that lies elsewhere, and without a database.
+std::string folderBelowData(const std::string& folder) {
+  const CBasicApp& app = theApp();
+  if (!app.db || !folder.starts_with(app.dataFolder) || folder.size() <= app.dataFolder.size()) return {};
+  return folder.substr(app.dataFolder.size(), folder.size() - app.dataFolder.size() - 1);
+}
 }  // namespace
 
 std::string currentUserLabel() {
@@ -57,8 +64,21 @@ bool CdbDocument::mayBindHere() const {
              Buttons::YesNo, Icon::Question) == Answer::Yes;
 }
 
+// The folder of one patient's exam is no place for another's document.
+bool CdbDocument::mayLieIn(const std::string& folder) const {
+  const std::string below = folderBelowData(folder);
+  if (below.empty()) return true;
+  const int32_t own = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
+  const std::vector<int32_t> exams = theApp().db->examsIn(below);
+  if (exams.empty() || std::ranges::find(exams, own) != exams.end()) return true;
+  return host().messages.show(
+             format("%s belongs to exam %i, and %s to another, exam %i. Save it there all the same?",
+                    title().c_str(), own, folder.c_str(), exams.front()),
+             Buttons::YesNo, Icon::Question) == Answer::Yes;
+}
+
 bool CdbDocument::storeBound(const std::string& path) {
-  if (!mayBindHere()) return false;
+  if (!mayBindHere() || !mayLieIn(folderOf(path))) return false;
   userLabel = currentUserLabel();
   const Binding before{isBound, patientId, examIdOfDoc, stationId, stationIdFirst};
   bindIfFree();
@@ -116,11 +136,9 @@ void CdbDocument::bindIfFree() {
 }
 
 int32_t CdbDocument::otherExamWith(const std::string& path) const {
-  const CBasicApp& app = theApp();
-  const std::string folder = folderOf(path);
-  if (!app.db || !folder.starts_with(app.dataFolder) || folder.size() <= app.dataFolder.size()) return -1;
-  const std::string below = folder.substr(app.dataFolder.size(), folder.size() - app.dataFolder.size() - 1);
-  const std::vector<int32_t> exams = app.db->examsWithDocument(below, fileNameOf(path));
+  const std::string below = folderBelowData(folderOf(path));
+  if (below.empty()) return -1;
+  const std::vector<int32_t> exams = theApp().db->examsWithDocument(below, fileNameOf(path));
   const int32_t own = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
   return exams.empty() || std::ranges::find(exams, own) != exams.end() ? -1 : exams.front();
 }
@@ -139,11 +157,13 @@ void CdbDocument::storeResult(const std::string& path) {
   bool failed = false;
   const bool present = db->resultOf(examIdOfDoc, name, &failed).has_value();
   if (failed) return noteUnwritten(false, name);
-  if (!belongsHere()) {
+  if (!liesInItsExam(path)) {
     // Saved it is all the same, so this is no failure.
     if (!toldForeign)
       host().messages.show(format(
-          "%s belongs to exam %i of subject %s, which this data folder does not have. It is saved without an entry in the database.",
+          belongsHere()
+              ? "%s lies outside the folder of exam %i of subject %s. It is saved without an entry in the database."
+              : "%s belongs to exam %i of subject %s, which this data folder does not have. It is saved without an entry in the database.",
           name.c_str(), examIdOfDoc, patientId.c_str()));
     toldForeign = true;
     return;
@@ -154,9 +174,17 @@ void CdbDocument::storeResult(const std::string& path) {
     noteUnwritten(db->insertResult(examIdOfDoc, name, resultText), name);
 }
 
+// A row tells of the file of that name in the exam's folder, of no copy elsewhere and of no other data
+// folder's, whose exams have the same numbers.
+bool CdbDocument::liesInItsExam(const std::string& path) const {
+  const SubjectDatabase* db = theApp().db.get();
+  const auto exam = db && examIdOfDoc >= 0 ? db->exam(patientId, examIdOfDoc) : std::nullopt;
+  return exam && sameFolder(folderOf(path), theApp().dataFolder + exam->folder);
+}
+
 void CdbDocument::updateResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
-  if (!db || resultText.empty() || !belongsHere()) return;
+  if (!db || !liesInItsExam(path)) return;
   noteUnwritten(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
 }
 

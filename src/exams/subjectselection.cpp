@@ -1,6 +1,7 @@
 #include "exams/subjectselection.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "app/basicapp.h"
 #include "base/files.h"
@@ -75,28 +76,52 @@ void SubjectDialog::finish(Result result) {
   if (const auto& db = theApp().db) db->touchSubject(theExams().subjectId());
 }
 
+namespace {
+
+// Of its own: one that has an exam or holds files, of a database that was lost for instance, stays that
+// one's.
+std::string newExamFolder(const CBasicApp& app, const std::string& subject, const std::string& site) {
+  // The folder's name is a name, never a way out of the data folder.
+  std::string first = replaced(subject + "-" + site, ' ', '_');
+  first = replaced(replaced(std::move(first), '/', '_'), '\\', '_');
+  std::string folder = first;
+  const auto isTaken = [&] {
+    const std::string path = app.dataFolder + folder;
+    std::error_code error;
+    return !app.db->examsIn(folder).empty() || fileExists(path) ||
+           (folderExists(path) && !std::filesystem::is_empty(path, error));
+  };
+  for (int number = 2; isTaken(); ++number) folder = format("%s-%i", first.c_str(), number);
+  return folder;
+}
+
+}  // namespace
+
 bool makeExamination(const std::string& site, const std::string& comment) {
   const CBasicApp& app = theApp();
   ExamSelection& selection = theExams();
   if (!app.db || selection.subjectId().empty()) return false;
-  // The folder's name is a name, never a way out of the data folder.
-  std::string folder = replaced(selection.subjectId() + "-" + site, ' ', '_');
-  folder = replaced(replaced(std::move(folder), '/', '_'), '\\', '_');
-  // A follow-up at the same site has a folder of its own, so that it takes nothing from the exam before.
-  const std::string first = folder;
-  for (int number = 2; app.db->hasExamIn(folder); ++number) folder = format("%s-%i", first.c_str(), number);
-  const std::string full = app.dataFolder + folder;
-  logPrintf("create new exams folder %s", full.c_str());
-  const bool made = !folderExists(full) && makeFolderPath(full);
-  logPrintf(made ? "ok\n" : "failed!\n");
-  selection.setRecordingFolder(full);
-  settings.setString("settings", "directory", withSeparator(full));
-  const int32_t id = app.db->newExam(selection.subjectId(), site, comment, folder);
+  std::string folder;
+  int32_t id = -1;
+  {
+    const SubjectDatabase::Alone alone(*app.db);
+    folder = newExamFolder(app, selection.subjectId(), site);
+    const std::string full = app.dataFolder + folder;
+    logPrintf("create new exams folder %s", full.c_str());
+    const bool made = !folderExists(full) && makeFolderPath(full);
+    logPrintf(made ? "ok\n" : "failed!\n");
+    if (!folderExists(full)) {
+      host().messages.show("The folder of the examination can't be made: " + full, Buttons::Ok, Icon::Error);
+      return false;
+    }
+    id = app.db->newExam(selection.subjectId(), site, comment, folder);
+  }
   if (id < 0) {
     host().messages.show("The new examination could not be written to the database.", Buttons::Ok,
                          Icon::Error);
     return false;
   }
+  settings.setString("settings", "directory", withSeparator(app.dataFolder + folder));
   selection.selectExam(id, folder);
   logPrintf("examid=%i", id);
   return true;

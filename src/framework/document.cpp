@@ -54,6 +54,7 @@ bool CDocument::loadFrom(const std::string& path) {
   }
   deleteContents();
   missing.clear();
+  stamp = fileStamp(path);
   bool loaded = false;
   try {
     FileStream stream(file);
@@ -90,7 +91,9 @@ bool CDocument::mayGoOver(const std::string& path) {
   else if (!missing.empty() && sameFile(path, filePath))
     report(path + " holds more than could be read of it. Choose another name.");
   else
-    return true;
+    return stamp.empty() || stamp == fileStamp(path) || !sameFile(path, filePath) ||
+           host().messages.show(path + " was changed since it was opened. Save over those changes?",
+                                Buttons::YesNo, Icon::Question) == Answer::Yes;
   return false;
 }
 
@@ -116,6 +119,7 @@ bool CDocument::storeTo(const std::string& path) {
     return false;
   }
   missing.clear();
+  stamp = fileStamp(path);
   setModified(false);
   return true;
 }

@@ -93,6 +93,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   [[nodiscard]] bool mayGoOver(const std::string& path);
   std::string windowTitle;
   std::string filePath;
+  std::string stamp;    // of the file, as it was read or written last
   std::string missing;  // why only a part of the file could be read; empty for all of it
   bool modified = false;
   uint64_t changes = 0;

@@ -64,8 +64,39 @@ TEST_F(Runner, ADocumentOfOneExamIsNotFiledUnderAnotherUnasked) {
   exams.selectExam(app.db->newExam("B", "left", "", "B-left"), "B-left");
   EXPECT_THAT(run("save $shot.tv1").why, HasSubstr("was made in exam 1 of subject A"));
   EXPECT_FALSE(fileExists(folder.file("shot.tv1")));
-  EXPECT_TRUE(run("command \"Save As...\" $shot.tv1 yes").ok);
+  ASSERT_TRUE(makeFolderPath(folder.file("data/B-left")));
+  EXPECT_TRUE(run("command \"Save As...\" $data/B-left/shot.tv1 yes").ok);
   EXPECT_EQ(app.db->resultsOf(2).size(), 1u);
+}
+
+TEST_F(Runner, ARowTellsOfTheFileInItsExamAlone) {
+  ASSERT_TRUE(
+      run("subject A\nexam left\nopen $shot.bmp\ncommand \"Find Capillaries\"\nsave a.tv1\nclose").ok);
+  const std::string density = app.db->resultsOf(1)[0].result;
+  const StepResult copied =
+      run("open $data/A-left/a.tv1\nroi 0,0,9,9\ncommand \"Find Capillaries\"\nsave $a.tv1");
+  EXPECT_THAT(copied.text, HasSubstr("outside the folder of exam 1"));
+  EXPECT_EQ(app.db->resultsOf(1)[0].result, density);
+  ASSERT_TRUE(run("close\nsubject B\nexam left").ok);
+  ASSERT_TRUE(run("open $data/A-left/a.tv1").ok);
+  EXPECT_THAT(run("save $data/B-left/a.tv1").why, HasSubstr("belongs to exam 1"));
+}
+
+TEST_F(Runner, AFolderWithFilesIsNoNewExaminations) {
+  ASSERT_TRUE(makeFolderPath(folder.file("data/A-left")));
+  ASSERT_TRUE(run("subject A\nexam left").ok);
+  EXPECT_EQ(exams.examFolder(), "A-left") << "an empty one is";
+  ASSERT_TRUE(replaceFile(folder.file("data/A-left/x.tv1"), std::string_view("x")));
+  SqliteDatabase(app.dbPath).execute("delete from exams;");
+  ASSERT_TRUE(run("exam left").ok);
+  EXPECT_EQ(exams.examFolder(), "A-left-2");
+}
+
+TEST_F(Runner, AFileThatWasChangedMeanwhileIsNotSavedOverUnasked) {
+  ASSERT_TRUE(run("open $shot.bmp\nsave $a.tv1\nroi 1,1,9,9").ok);
+  ASSERT_TRUE(copyFile(folder.file("a.tv1"), folder.file("b.tv1")));
+  ASSERT_TRUE(copyFile(folder.file("b.tv1"), folder.file("a.tv1")));
+  EXPECT_THAT(run("save").why, HasSubstr("was changed since it was opened"));
 }
 
 TEST_F(Runner, AFailureCostsItsDocumentAndNothingElse) {

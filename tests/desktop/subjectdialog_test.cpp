@@ -77,6 +77,16 @@ TEST_F(SubjectWindowTest, AnIdThatBeginsAnotherIsTakenAsItWasTyped) {
   EXPECT_EQ(exams->subjectId(), "T");
 }
 
+TEST_F(SubjectWindowTest, EnterTakesTheTypedIdThoughAnotherStandsFirstInTheList) {
+  ASSERT_TRUE(app->db->newSubject("12") && app->db->newSubject("123"));
+  open();
+  type("12");
+  QWidget* list = QApplication::activePopupWidget();
+  QTest::keyClick(list ? list : id, Qt::Key_Return);
+  key(Qt::Key_Return);
+  EXPECT_EQ(exams->subjectId(), "12");
+}
+
 TEST_F(SubjectWindowTest, AddsAnIdAndKeepsWhatWasTypedBefore) {
   open();
   type("New One");

@@ -30,8 +30,9 @@ class DimensionListTest : public ImageDocTest {
   }
   static ZDimDoc& table() { return *ZDimDoc::shared(); }
   std::string saved(const std::string& name) {
-    EXPECT_TRUE(table().onSaveDocument(folder.file(name)));
-    return readWholeText(folder.file(name)).value_or("");
+    const std::string path = (exams->hasExam() ? exams->folder() : folder.path()) + name;
+    EXPECT_TRUE(table().onSaveDocument(path));
+    return readWholeText(path).value_or("");
   }
 };
 
