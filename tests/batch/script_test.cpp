@@ -117,7 +117,9 @@ TEST(Script, OptionsAndScriptsAreTakenInOrder) {
   const auto o = parseBatchOptions({"--json", "-e", "subject s", folder.file("s.txt"), "--data", "d",
                                     "--profile", "p.ini", "--keep-going", "-e", "close"});
   EXPECT_EQ(o.exitCode, -1);
-  EXPECT_TRUE(o.json && o.keepGoing && !o.demonstration);
+  EXPECT_TRUE(o.json);
+  EXPECT_TRUE(o.keepGoing);
+  EXPECT_FALSE(o.demonstration);
   EXPECT_EQ(o.dataFolder, "d");
   EXPECT_EQ(o.profile, "p.ini");
   std::vector<std::string> order;

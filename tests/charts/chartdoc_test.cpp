@@ -55,7 +55,8 @@ TEST_F(ChartDocument, MakesTracesAsTheSettingsSayAndFindsThem) {
   doc->circular = 1;
   ZZTrace& one = *doc->addtrace(kFloatCode, 8);
   C2DTrace& rows = *doc->addtrace(kByteRowsCode, 8, 3);
-  EXPECT_TRUE(one.circular == 1 && rows.circular == 1);
+  EXPECT_EQ(one.circular, 1);
+  EXPECT_EQ(rows.circular, 1);
   EXPECT_EQ(rows.width(), 3);
   rows.name = "r";
   EXPECT_EQ(doc->findtrace("r"), &rows);
@@ -251,8 +252,10 @@ TEST(ScreenTraces, FindTheGreatestOfRowsAsAPlainWalkDoes) {
         }
         ASSERT_EQ(maxima.of(*trace.data, *trace.rowvalues, from, to, found), greatest);
         for (uint32_t c = 0; c < kWidth; ++c)
-          ASSERT_TRUE(found[c] == plain[c] || (std::isnan(found[c]) && std::isnan(plain[c])))
-              << from << " to " << to << ": " << found[c] << " is not " << plain[c];
+          if (std::isnan(plain[c]))
+            ASSERT_TRUE(std::isnan(found[c])) << from << " to " << to;
+          else
+            ASSERT_EQ(found[c], plain[c]) << from << " to " << to;
       }
     }
 }
@@ -309,7 +312,7 @@ TEST(ScreenTraces, DrawInAColumnItsExtentAndNoMore) {
   screen.draw(canvas, plot, {-0.5, 1.0, 100});
   std::vector<std::vector<int32_t>> drawn(100);
   for (const Point& p : pointsOf(canvas)) {
-    ASSERT_TRUE(p.x >= plot.left && p.x < plot.right);
+    ASSERT_THAT(p.x, AllOf(Ge(plot.left), Lt(plot.right)));
     drawn[static_cast<size_t>(p.x - plot.left)].push_back(p.y);
   }
   for (uint32_t column = 0; column < 100; ++column) {

@@ -239,7 +239,7 @@ TEST_F(ChartWindow, TellsLargeValuesThatDifferLittleAndKeepsTheScaleOfATraceNotY
   zeros->xscale = 2;
   ZZTrace& waiting = add(std::move(zeros), "waiting");
   draw();
-  EXPECT_TRUE(drew("\"1700000005\"") || drew("\"1700000004\"")) << seconds.name;
+  EXPECT_THAT(canvas.calls, Contains(ContainsRegex("\"170000000[45]\""))) << seconds.name;
   EXPECT_EQ(view().screenTrace(waiting).FS, 512);
   EXPECT_EQ(view().screenTrace(waiting).OS, 0);
 }
@@ -261,7 +261,8 @@ TEST_F(ChartWindow, SurvivesAbsurdPeriodsAndStartTimes) {
         doc->updateAllViews();
         draw();
         const auto check = [&] {
-          ASSERT_TRUE(std::isfinite(view().secondsPerColumn) && view().secondsPerColumn > 0);
+          ASSERT_TRUE(std::isfinite(view().secondsPerColumn));
+          ASSERT_GT(view().secondsPerColumn, 0);
           ASSERT_GE(view().contentSize().width, kWindow.width);
           ASSERT_LE(view().contentSize().width, (1 << 28) + kWindow.width);
           draw();

@@ -88,7 +88,7 @@ TEST(FormDialog, EveryKindOfFieldHasItsControl) {
   auto* tick = dynamic_cast<QCheckBox*>(dialog.editor(1));
   auto* list = dynamic_cast<QComboBox*>(dialog.editor(2));
   auto* box = dynamic_cast<QPlainTextEdit*>(dialog.editor(4));
-  ASSERT_TRUE(tick && list && box && line(dialog, 6));
+  ASSERT_THAT((std::array<QWidget*, 4>{tick, list, box, line(dialog, 6)}), Each(Not(nullptr)));
   EXPECT_EQ(list->currentText(), "1");
   EXPECT_EQ(box->toPlainText(), "one\ntwo");
   EXPECT_TRUE(dynamic_cast<QPlainTextEdit*>(dialog.editor(5))->isReadOnly());

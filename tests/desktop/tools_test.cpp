@@ -19,7 +19,8 @@ class ToolsTest : public WalkTest {
     still.capillariesPerRow = 6;
     NailfoldTruth truth;
     const auto picture = renderNailfold(still, truth);
-    ASSERT_TRUE(picture && picture->save(folder.file("still.bmp")));
+    ASSERT_TRUE(picture);
+    ASSERT_TRUE(picture->save(folder.file("still.bmp")));
     window().openFiles({folder.file("still.bmp")});
     settle();
     ASSERT_NE(image(), nullptr);

@@ -202,7 +202,8 @@ class WalkTest : public ImageDocTest {
     answers.expect("Print", [path](QWidget& dialog) {
       auto* printers = dialog.findChild<QComboBox*>("printers");
       auto* name = dialog.findChild<QLineEdit*>("filename");
-      ASSERT_TRUE(printers && name);
+      ASSERT_NE(printers, nullptr);
+      ASSERT_NE(name, nullptr);
       if (!name->isEnabled()) printers->setCurrentIndex(printers->count() - 1);
       QTest::keyClick(name, Qt::Key_A, Qt::ControlModifier);
       QTest::keyClicks(name, toQt(path));

@@ -147,7 +147,7 @@ TEST_F(Selection, StoresADocumentsFieldsInOrder) {
   EXPECT_EQ(document.saveCount, 0);
   EXPECT_EQ(document.examIdOfDoc, -1);
   EXPECT_EQ(document.isBound, 0);
-  EXPECT_TRUE(document.patientId.empty() && document.userLabel.empty() && document.resultText.empty());
+  EXPECT_THAT((std::array{document.patientId, document.userLabel, document.resultText}), Each(IsEmpty()));
 }
 
 TEST_F(Selection, OffersAPathInTheExamsFolderFromTheTitle) {
@@ -187,7 +187,8 @@ TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
     return more;
   };
   EXPECT_FALSE(d->save());
-  EXPECT_TRUE(told() && d->isModified());
+  EXPECT_TRUE(told());
+  EXPECT_TRUE(d->isModified());
   host.answers.push_back(Answer::Cancel);
   EXPECT_FALSE(startNewExamination("left", ""));
   EXPECT_TRUE(told());
@@ -229,7 +230,7 @@ TEST_F(Selection, DialogAddsChangesTouchesAndClears) {
   exams->selectExam(3, "f");
   refreshes = 0;
   dialog.finish(SubjectDialog::Result::Cancel);
-  EXPECT_TRUE(exams->subjectId().empty() && exams->subjectName().empty() && exams->examFolder().empty());
+  EXPECT_THAT((std::array{exams->subjectId(), exams->subjectName(), exams->examFolder()}), Each(IsEmpty()));
   EXPECT_EQ(exams->examId(), -1);
   EXPECT_EQ(refreshes, 1);
 }

@@ -133,7 +133,8 @@ TEST_F(Frame, TheStatusBarIsHiddenUntilSomebodyWantsIt) {
   EXPECT_TRUE(frame->bars().statusBar);
   run(cmd::AlwaysOnTop);
   run(cmd::StatusWindow);
-  EXPECT_TRUE(frame->bars().alwaysOnTop && frame->bars().statusWindow);
+  EXPECT_TRUE(frame->bars().alwaysOnTop);
+  EXPECT_TRUE(frame->bars().statusWindow);
 }
 
 TEST_F(Frame, PlacementComesFromTheProfileAndStaysOnTheScreen) {
@@ -179,7 +180,8 @@ TEST_F(Frame, TypesThatOpenNothingCountAsAbsent) {
 
 TEST_F(Frame, TheChainStartsTheVelocityInputAndThenTheCamera) {
   startWithInputs("[Settings]\nfloEN=1\n");
-  ASSERT_TRUE(app->liveView && app->flo1View) << "both open at the start";
+  ASSERT_TRUE(app->liveView) << "open at the start";
+  ASSERT_TRUE(app->flo1View);
   EXPECT_EQ(run(cmd::RunStop), CommandResult::Done);
   EXPECT_EQ(app->documents.active(), &static_cast<VelocityView*>(app->flo1View)->document());
   (void)app->loop.turn();

@@ -190,7 +190,7 @@ TEST_F(ImageDocTest, SwitchListGoesRoundWithoutTheDustMarks) {
   EXPECT_FALSE(d.dimlists[kDustList].hidden);
   run("Switch List");
   EXPECT_EQ(d.currentlist, 0);
-  EXPECT_TRUE(d.dimlists[kDustList].hidden && d.dimlists[kAmcList].hidden);
+  for (const size_t list : {kAmcList, kDustList}) EXPECT_TRUE(d.dimlists[list].hidden) << list;
 }
 
 TEST_F(ImageDocTest, AnAreaForMovementCorrectionIsAtLeast64PixelsWide) {

@@ -63,7 +63,7 @@ TEST_F(StoredImage, ReadsEachOldVersion) {
     EXPECT_EQ(d->originx, version > 10 ? 100 : 0);
     EXPECT_EQ(d->patientId, version > 8 ? "S-1" : "");
     EXPECT_EQ(d->resultText, version > 8 ? "density" : "");
-    EXPECT_TRUE(d->dimlists[kAmcList].hidden && d->dimlists[kDustList].hidden);
+    for (const size_t list : {kAmcList, kDustList}) EXPECT_TRUE(d->dimlists[list].hidden) << list;
     EXPECT_EQ(d->isBound, 1);
   }
 }

@@ -25,7 +25,7 @@ TEST_F(ViewTest, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
     run(name);
     EXPECT_EQ(tool, kToolNone) << name;
     EXPECT_FALSE(isTicked(name)) << name;
-    EXPECT_TRUE(view->selected == -1 && view->secondselected == -1) << name;
+    EXPECT_THAT((std::array{view->selected, view->secondselected}), Each(-1)) << name;
   }
   d.image.reset();
   EXPECT_FALSE(canRun("ROI"));
@@ -58,7 +58,8 @@ TEST_F(ViewTest, EachDrawingToolAddsItsKindOfDimension) {
     run(c.command);
     (void)play(c.script);
     EXPECT_EQ(state(), c.state) << c.command << ": " << c.script;
-    EXPECT_TRUE(d.isModified() && !site.captured) << c.command;
+    EXPECT_TRUE(d.isModified()) << c.command;
+    EXPECT_FALSE(site.captured) << c.command;
     run(c.command);
   }
 }
@@ -240,7 +241,7 @@ TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
     run("trace capillaries");
     play("click 1080,590");
     EXPECT_EQ(d.image->countValue(0), 50);
-    EXPECT_TRUE(d.image->pixelAt(70, 90) == 0 && d.image->pixelAt(119, 90) == 0);
+    for (const int32_t end : {70, 119}) EXPECT_EQ(d.image->pixelAt(end, 90), 0);
     run("Counting");
     play("click 1010,510");
     run("Counting");
@@ -259,7 +260,8 @@ TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
 TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
   ZBasicDoc& d = show();
   run("Edit dust mask");
-  EXPECT_TRUE(d.currentlist == kDustList && !d.dimlists[kDustList].hidden);
+  EXPECT_EQ(d.currentlist, kDustList);
+  EXPECT_FALSE(d.dimlists[kDustList].hidden);
   play("click 10,10");
   EXPECT_EQ(state(), "tool18 drag2 *R10,10");
   play("click 20,30");
@@ -272,7 +274,8 @@ TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
   run("Edit dust mask");
   run("Switch List");
   EXPECT_EQ(state(), "");
-  EXPECT_TRUE(d.currentlist == kPlainList && d.dimlists[kDustList].hidden);
+  EXPECT_EQ(d.currentlist, kPlainList);
+  EXPECT_TRUE(d.dimlists[kDustList].hidden);
 }
 
 TEST_F(ViewTest, TheImagePansWithItsToolAndWithTheMiddleButton) {

@@ -10,16 +10,18 @@ namespace {
 TEST_F(ViewTest, DeletingKeepsTheOthersAndSelectionsOutOfRangeAreCleared) {
   ZBasicDoc& d = show();
   for (const Point p : {Point{10, 10}, {50, 50}, {90, 90}}) d.addDimension(p, 0);
-  EXPECT_FALSE(canRun("Delete") || play("Delete"));
+  EXPECT_FALSE(canRun("Delete"));
+  EXPECT_FALSE(play("Delete"));
   play("click 50,50");
   run("Delete");
   EXPECT_EQ(state(), "L10,10 L90,90");
   view->selected = 0;
   view->secondselected = 1;
   d.deleteDimension(1);
-  EXPECT_TRUE(view->selected == 0 && view->secondselected == -1);
+  EXPECT_THAT((std::array{view->selected, view->secondselected}), ElementsAre(0, -1));
   run("Switch List");
-  EXPECT_TRUE(view->selected == -1 && d.currentlist == 1);
+  EXPECT_EQ(view->selected, -1);
+  EXPECT_EQ(d.currentlist, 1);
 }
 
 TEST_F(ViewTest, ALineWidthGoesToTheDimensionItsListAndTheSectionWithTheListsNumber) {
@@ -32,11 +34,14 @@ TEST_F(ViewTest, ALineWidthGoesToTheDimensionItsListAndTheSectionWithTheListsNum
     play("click 10,10");
     host.fills.push_back([](Form& form) {
       const FormField* field = form.find("New line width");
-      EXPECT_TRUE(field->take("0") != "" && field->take("400") != "" && field->take("399") == "");
+      for (const char* wrong : {"0", "400"}) EXPECT_NE(field->take(wrong), "");
+      EXPECT_EQ(field->take("399"), "");
       return field->take("7").empty();
     });
     run("Set line width");
-    EXPECT_TRUE(d.currentDims().at(0).width == 7 && d.currentDims().width == 7 && d.isModified());
+    EXPECT_EQ(d.currentDims().at(0).width, 7);
+    EXPECT_EQ(d.currentDims().width, 7);
+    EXPECT_TRUE(d.isModified());
     EXPECT_EQ(settings.getInt(format("dimlist_%i", list), "width", 0), 7);
     host.fills.push_back([](Form&) { return false; });
     d.setModified(false);
@@ -161,7 +166,8 @@ TEST_F(ViewTest, WindowsOfTheImageAreOfferedAndThoseOfLaterVersionsMissing) {
   for (const char* later : {"Measuring line", "Temporal 2nd Measuring line", "Linescan"})
     EXPECT_EQ(view->commands()->find(std::string_view(later)), nullptr);
   run("Show scale bar");
-  EXPECT_TRUE(view->showsScaleBar && isTicked("Show scale bar"));
+  EXPECT_TRUE(view->showsScaleBar);
+  EXPECT_TRUE(isTicked("Show scale bar"));
   EXPECT_FALSE(canRun("Grey level")) << "without a line";
   for (const char* command : {"Histogram", "Vignette test", "Autocal test", "Print...", "Print Preview"})
     EXPECT_TRUE(canRun(command)) << command;

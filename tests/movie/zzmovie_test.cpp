@@ -112,11 +112,13 @@ TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
   EXPECT_FALSE(movie.save(a));  // nothing to do
   std::string log = logOf([&] { EXPECT_TRUE(movie.save(b)); });
   EXPECT_NE(log.find("czzmovie::save copy " + a + " to " + b + "\n"), std::string::npos);
-  EXPECT_TRUE(bytesOf(a) == whole && bytesOf(b) == whole);
+  for (const auto& file : {a, b}) EXPECT_TRUE(bytesOf(file) == whole) << file;
   movie.shared = 0;
   log = logOf([&] { EXPECT_TRUE(movie.save(c)); });
   EXPECT_NE(log.find("czzmovie::save rename " + b + " to " + c + "\n"), std::string::npos);
-  EXPECT_TRUE(bytesOf(c) == whole && !fileExists(b) && movie.fileName == c);
+  EXPECT_TRUE(bytesOf(c) == whole);
+  EXPECT_FALSE(fileExists(b));
+  EXPECT_EQ(movie.fileName, c);
   EXPECT_EQ((Numbers{movie.current, movie.rate}), (Numbers{3, 30}));
   EXPECT_EQ(movie.image().frameOrigin(), (Point{7, 9}));  // records survive, as does the place
   EXPECT_TRUE(movie.save(folder.file("part.mve"), 1, 3));
@@ -139,7 +141,8 @@ TEST_F(MovieTest, SavesMemoryAsVideoAndVideoAsAMovie) {
     EXPECT_EQ(movie.recordOf(1).number, 14u);
     EXPECT_NEAR(movie.rate / static_cast<double>(movie.scale), 29.97, 0.01);
   }
-  EXPECT_TRUE(fileExists(folder.file("a.mve")) && fileExists(folder.file("b.avi")) && !movie.modified);
+  for (const char* name : {"a.mve", "b.avi"}) EXPECT_TRUE(fileExists(folder.file(name))) << name;
+  EXPECT_FALSE(movie.modified);
   ASSERT_TRUE(movie.open(folder.file("b.avi")));
   EXPECT_EQ(movie.frameAt(7).frameNumber, 14);
 }
