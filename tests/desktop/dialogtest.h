@@ -4,10 +4,18 @@
 #include <QApplication>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
 
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
+
+// So many turns of the event loop that whatever was to come has come.
+constexpr int kManyTurns = 1000;
+// Calls it so many turns later.
+inline void laterBy(int turns, QObject& context, std::function<void()> then) {
+  QTimer::singleShot(0, &context, [=, &context] { turns > 0 ? laterBy(turns - 1, context, then) : then(); });
+}
 
 class DialogTest : public ImageDocTest {
  protected:

@@ -128,7 +128,7 @@ TEST_F(LiveForm, ManyMovesOfASliderAreToldAsOneChange) {
   for (int place = 31; place <= 60; ++place) sliders[0]->setValue(place);
   EXPECT_EQ(low, 50) << "taken at once";
   EXPECT_TRUE(seen.empty());
-  EXPECT_TRUE(QTest::qWaitFor([&] { return !seen.empty(); }, 5000));
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !seen.empty(); }, 60'000));
   EXPECT_EQ(seen, (std::vector<std::pair<int32_t, double>>{{50, 1.0}}));
   type(line(dialog, 1), "2.5");
   EXPECT_EQ(sliders[1]->value(), 1000);

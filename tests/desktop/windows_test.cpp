@@ -8,21 +8,18 @@
 #include <QMimeData>
 #include <QScrollBar>
 #include <QStatusBar>
-#include <QTest>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QUrl>
 #include <QWheelEvent>
 
 #include "base/text.h"
+#include "desktop/dialogtest.h"
 #include "desktop/icons.h"
+#include "desktop/mainwindowtest.h"
 #include "desktop/opening.h"
-#include "desktop/qthost.h"
-#include "exams/examselection.h"
-#include "frame/mainframe.h"
 #include "imagedoc/commandids.h"
 #include "settings/profile.h"
-#include "support/imagedoctest.h"
 
 namespace tarnvisor {
 namespace {
@@ -63,42 +60,8 @@ struct ProbeDocument final : CDocument {
   void serialize(Archive&) override {}
 };
 
-class WindowTest : public ImageDocTest {
+class WindowTest : public MainWindowTest {
  protected:
-  void SetUp() override {
-    registerStoredClasses();
-    options.documentTable = documentTable();
-    options.dataFolder = folder.file("data");
-    writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n");
-    begin();
-  }
-  void TearDown() override { end(); }
-
-  void begin() {
-    app = std::make_unique<CBasicApp>();
-    exams = std::make_unique<ExamSelection>(*app);
-    frame = std::make_unique<CBasicMainFrame>(*app);
-    windows.connect(*app, *frame);
-    loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
-    ASSERT_TRUE(app->initInstance(options));
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
-  }
-  void end() {
-    windows.closeWindows();
-    loop.reset();
-    frame.reset();
-    exams.reset();
-    app.reset();
-  }
-
-  MainWindow& window() { return *windows.mainWindow(); }
-  QMdiSubWindow& windowOf(const CDocument& document) {
-    return *window().documentWindows().windowOf(document);
-  }
-  ViewWidget& widgetOf(const CDocument& document) { return *window().documentWindows().widgetOf(document); }
-  // Long enough for posted commands and gathered updates.
-  static void settle() { QTest::qWait(60); }
-
   // The menu that is shown under a title, and its entries' texts, "-" for separators.
   QMenu* menu(const QString& title) {
     for (QMenu* each : window().menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly))
@@ -144,12 +107,9 @@ class WindowTest : public ImageDocTest {
     return folder.file(name);
   }
 
-  QtHost windows;
   // Questions go to the test, windows are real.
   Host ports{host, host, host, host, windows, host, host, host, host};
   HostScope scope{ports};
-  std::unique_ptr<CBasicMainFrame> frame;
-  std::unique_ptr<QtLoop> loop;
 };
 
 TEST_F(WindowTest, EachDocumentHasAWindowThatFollowsIt) {
@@ -241,12 +201,10 @@ TEST_F(WindowTest, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
   windowOf(view.document()).resize(420, 260);
   view.scrollTo({400, 0});
   view.window().panesChanged();
-  settle();
-  EXPECT_EQ(pane("position")->text(), "pos=  400");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return pane("position")->text() == "pos=  400"; }, kLongestMs));
   EXPECT_GE(pane("position")->width(), width);
   app->documents.closeAll();
-  settle();
-  EXPECT_FALSE(pane("zoom")->isVisible());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !pane("zoom")->isVisible(); }, kLongestMs));
 }
 
 TEST_F(WindowTest, CommandsAreOnWhenSomebodyTakesThem) {
@@ -255,8 +213,7 @@ TEST_F(WindowTest, CommandsAreOnWhenSomebodyTakesThem) {
   EXPECT_FALSE(action(cmd::ZoomFit)->isEnabled());
   EXPECT_TRUE(action(cmd::FileOpen)->isEnabled());
   ZBasicDoc& image = makeImage(40, 30);
-  settle();
-  EXPECT_TRUE(action(cmd::FileSave)->isEnabled());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return action(cmd::FileSave)->isEnabled(); }, kLongestMs));
   EXPECT_FALSE(action(cmd::Undo)->isEnabled());
   const bool ticked = action(cmd::ShowCrosshair)->isChecked();
   EXPECT_EQ(ticked, image.showtarget != 0);
@@ -368,7 +325,7 @@ TEST_F(WindowTest, NothingClosesUnderADialog) {
   windowOf(d).close();
   windows.closeMainFrame();
   QDialog dialog;
-  QTimer::singleShot(80, &dialog, [&] {
+  laterBy(kManyTurns, dialog, [&] {
     EXPECT_EQ(image(), &d);
     EXPECT_TRUE(window().isVisible());
     dialog.reject();
