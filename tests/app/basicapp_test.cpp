@@ -356,7 +356,7 @@ TEST_F(BasicApp, TwoLoadMessagesGoToTheSameView) {
   EXPECT_EQ(app->documents.documents().size(), 1u);
 }
 
-TEST(InstanceLinkTest, CarriesPathsOfUpTo259CharactersToThisUserOnly) {
+TEST(InstanceLink, CarriesPathsOfUpTo259CharactersToThisUserOnly) {
   const TempFolder run;
   ASSERT_EQ(::chmod(run.path().c_str(), 0700), 0);
   ::setenv("XDG_RUNTIME_DIR", run.path().c_str(), 1);

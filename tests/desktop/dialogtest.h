@@ -17,7 +17,7 @@ inline void laterBy(int turns, QObject& context, std::function<void()> then) {
   QTimer::singleShot(0, &context, [=, &context] { turns > 0 ? laterBy(turns - 1, context, then) : then(); });
 }
 
-class DialogTest : public ImageDocTest {
+class DialogTest : public ImageDocument {
  protected:
   // The only widget of a kind, or the one of that name.
   template <class W>

@@ -15,7 +15,7 @@ namespace tarnvisor {
 // How long anything is waited for before it counts as never to come.
 constexpr int kLongestMs = 60'000;
 
-class MainWindowTest : public ImageDocTest {
+class MainWindowTest : public ImageDocument {
  protected:
   void SetUp() override {
     registerStoredClasses();

@@ -13,7 +13,7 @@
 namespace tarnvisor {
 namespace {
 
-class SubjectWindowTest : public DialogTest {
+class SubjectEntry : public DialogTest {
  protected:
   void SetUp() override {
     DialogTest::SetUp();
@@ -44,7 +44,7 @@ class SubjectWindowTest : public DialogTest {
   QLineEdit* surname = nullptr;
 };
 
-TEST_F(SubjectWindowTest, OffersTheMatchesWhileTheTextStaysAsTyped) {
+TEST_F(SubjectEntry, OffersTheMatchesWhileTheTextStaysAsTyped) {
   open();
   auto* box = find<QComboBox>(*window);
   EXPECT_EQ(box->count(), 3);
@@ -65,7 +65,7 @@ TEST_F(SubjectWindowTest, OffersTheMatchesWhileTheTextStaysAsTyped) {
   EXPECT_EQ(exams->subjectId(), "S-17");
 }
 
-TEST_F(SubjectWindowTest, AnIdThatBeginsAnotherIsTakenAsItWasTyped) {
+TEST_F(SubjectEntry, AnIdThatBeginsAnotherIsTakenAsItWasTyped) {
   open();
   type("T");
   EXPECT_EQ(id->text(), "T");
@@ -77,7 +77,7 @@ TEST_F(SubjectWindowTest, AnIdThatBeginsAnotherIsTakenAsItWasTyped) {
   EXPECT_EQ(exams->subjectId(), "T");
 }
 
-TEST_F(SubjectWindowTest, AddsAnIdAndKeepsWhatWasTypedBefore) {
+TEST_F(SubjectEntry, AddsAnIdAndKeepsWhatWasTypedBefore) {
   open();
   type("New One");
   name->setFocus();
@@ -94,7 +94,7 @@ TEST_F(SubjectWindowTest, AddsAnIdAndKeepsWhatWasTypedBefore) {
   EXPECT_TRUE(isEnabled(*window, "Start New Examination"));
 }
 
-TEST_F(SubjectWindowTest, AsksBeforeChangedDetailsAreLeft) {
+TEST_F(SubjectEntry, AsksBeforeChangedDetailsAreLeft) {
   struct Case {
     Answer answer;
     bool stays;
@@ -123,7 +123,7 @@ TEST_F(SubjectWindowTest, AsksBeforeChangedDetailsAreLeft) {
   }
 }
 
-TEST_F(SubjectWindowTest, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
+TEST_F(SubjectEntry, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
   exams->selectSubject("S-17", "");
   open();
   QTest::keyClicks(surname, "!");
@@ -139,7 +139,7 @@ TEST_F(SubjectWindowTest, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
   EXPECT_EQ(app->db->readSubject("T-2")->surname, "surname");
 }
 
-TEST_F(SubjectWindowTest, DetailsWithoutAnIdAreNotDroppedSilently) {
+TEST_F(SubjectEntry, DetailsWithoutAnIdAreNotDroppedSilently) {
   open();
   QTest::keyClicks(name, "Ada");
   host.answers.push_back(Answer::Yes);
@@ -148,7 +148,7 @@ TEST_F(SubjectWindowTest, DetailsWithoutAnIdAreNotDroppedSilently) {
   EXPECT_EQ(name->text(), "Ada");
 }
 
-TEST_F(SubjectWindowTest, EnterChoosesTheSubjectAndThenStarts) {
+TEST_F(SubjectEntry, EnterChoosesTheSubjectAndThenStarts) {
   open();
   type("S-1");
   key(Qt::Key_Return);
@@ -159,7 +159,7 @@ TEST_F(SubjectWindowTest, EnterChoosesTheSubjectAndThenStarts) {
   EXPECT_EQ(window->result(), SubjectDialog::Result::StartNewExamination);
 }
 
-TEST_F(SubjectWindowTest, LineEndsOfOtherSystemsAreNoChange) {
+TEST_F(SubjectEntry, LineEndsOfOtherSystemsAreNoChange) {
   exams->selectSubject("T-2", "");
   open();
   EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
@@ -167,7 +167,7 @@ TEST_F(SubjectWindowTest, LineEndsOfOtherSystemsAreNoChange) {
   EXPECT_FALSE(window->isVisible());
 }
 
-TEST_F(SubjectWindowTest, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
+TEST_F(SubjectEntry, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
   exams->selectSubject("T-2", "");
   open();
   QStringList order;
@@ -181,7 +181,7 @@ TEST_F(SubjectWindowTest, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
   EXPECT_EQ(order.join(','), "QLineEdit,QLineEdit,QPlainTextEdit,Start New Examination,View Examinations");
 }
 
-TEST_F(SubjectWindowTest, WithoutADatabaseThereIsNothingToTypeInto) {
+TEST_F(SubjectEntry, WithoutADatabaseThereIsNothingToTypeInto) {
   app->closeDatabase();
   open();
   EXPECT_EQ(find<QComboBox>(*window)->count(), 0);
@@ -193,7 +193,7 @@ TEST_F(SubjectWindowTest, WithoutADatabaseThereIsNothingToTypeInto) {
   EXPECT_EQ(find<QPlainTextEdit>(*window, "description")->toPlainText(), "");
 }
 
-TEST_F(SubjectWindowTest, RunsAsTheFaceOfTheCommand) {
+TEST_F(SubjectEntry, RunsAsTheFaceOfTheCommand) {
   CBasicMainFrame frame(*app);
   QWidget main;
   DesktopDialogs dialogs(frame, &main);
@@ -209,7 +209,7 @@ TEST_F(SubjectWindowTest, RunsAsTheFaceOfTheCommand) {
   EXPECT_EQ(exams->subjectId(), "");
 }
 
-class ExamWindowTest : public DialogTest {
+class ExamChoice : public DialogTest {
  protected:
   void SetUp() override {
     DialogTest::SetUp();
@@ -223,7 +223,7 @@ class ExamWindowTest : public DialogTest {
   }
 };
 
-TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
+TEST_F(ExamChoice, SelectsAnExamAndOpensItsResults) {
   CBasicMainFrame frame(*app);
   QWidget main;
   DesktopDialogs dialogs(frame, &main);

@@ -60,7 +60,7 @@ struct ProbeDocument final : CDocument {
   void serialize(Archive&) override {}
 };
 
-class WindowTest : public MainWindowTest {
+class ProgramWindow : public MainWindowTest {
  protected:
   // The menu that is shown under a title, and its entries' texts, "-" for separators.
   QMenu* menu(const QString& title) {
@@ -112,7 +112,7 @@ class WindowTest : public MainWindowTest {
   HostScope scope{ports};
 };
 
-TEST_F(WindowTest, EachDocumentHasAWindowThatFollowsIt) {
+TEST_F(ProgramWindow, EachDocumentHasAWindowThatFollowsIt) {
   ZBasicDoc& first = makeImage(40, 30);
   ZBasicDoc& second = makeImage(40, 30);
   EXPECT_EQ(windowOf(first).windowTitle(), "Image1[*]");
@@ -140,7 +140,7 @@ TEST_F(WindowTest, EachDocumentHasAWindowThatFollowsIt) {
   EXPECT_EQ(gone, nullptr);
 }
 
-TEST_F(WindowTest, MouseAndKeysReachTheViewAsRecords) {
+TEST_F(ProgramWindow, MouseAndKeysReachTheViewAsRecords) {
   ProbeView& view = probe();
   QWidget* area = widgetOf(view.document()).viewport();
   view.seen.clear();
@@ -168,7 +168,7 @@ TEST_F(WindowTest, MouseAndKeysReachTheViewAsRecords) {
                                                  format("key %i", static_cast<int>(Key::PageDown))}));
 }
 
-TEST_F(WindowTest, ScrollBarsAndTheViewsPositionAreOne) {
+TEST_F(ProgramWindow, ScrollBarsAndTheViewsPositionAreOne) {
   ProbeView& view = probe();
   ViewWidget& widget = widgetOf(view.document());
   windowOf(view.document()).resize(420, 260);
@@ -190,7 +190,7 @@ TEST_F(WindowTest, ScrollBarsAndTheViewsPositionAreOne) {
   EXPECT_EQ(windowOf(view.document()).width(), windowOf(view.document()).mdiArea()->viewport()->width());
 }
 
-TEST_F(WindowTest, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
+TEST_F(ProgramWindow, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
   ProbeView& view = probe();
   const auto pane = [&](const char* name) { return window().statusBar()->findChild<QLabel*>(name); };
   settle();
@@ -207,7 +207,7 @@ TEST_F(WindowTest, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
   EXPECT_TRUE(QTest::qWaitFor([&] { return !pane("zoom")->isVisible(); }, kLongestMs));
 }
 
-TEST_F(WindowTest, CommandsAreOnWhenSomebodyTakesThem) {
+TEST_F(ProgramWindow, CommandsAreOnWhenSomebodyTakesThem) {
   settle();
   EXPECT_FALSE(action(cmd::FileSave)->isEnabled());
   EXPECT_FALSE(action(cmd::ZoomFit)->isEnabled());
@@ -227,7 +227,7 @@ TEST_F(WindowTest, CommandsAreOnWhenSomebodyTakesThem) {
   EXPECT_TRUE(windowOf(image).isWindowModified());
 }
 
-TEST_F(WindowTest, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
+TEST_F(ProgramWindow, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
   EXPECT_TRUE(entries("&File").contains("&Open..."));
   EXPECT_TRUE(entries("&File").contains("No recent files"));
   settings.setString("Recent File List", "File1", "/data/a.tv1");
@@ -245,7 +245,7 @@ TEST_F(WindowTest, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
   EXPECT_EQ(action(cmd::FileSave)->statusTip(), "Saves the document in front.");
 }
 
-TEST_F(WindowTest, EachNamedIconIsDrawn) {
+TEST_F(ProgramWindow, EachNamedIconIsDrawn) {
   for (const auto& [id, words] : window().commandActions().directory().all())
     if (*words.icon) {
       EXPECT_TRUE(hasIcon(words.icon)) << words.icon;
@@ -253,7 +253,7 @@ TEST_F(WindowTest, EachNamedIconIsDrawn) {
   for (const auto& type : app->documents.types()) EXPECT_TRUE(hasIcon(type->face().icon));
 }
 
-TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
+TEST_F(ProgramWindow, ExpertModeShowsTheToolBars) {
   auto* bar = window().findChild<QToolBar*>("Main");
   ASSERT_NE(bar, nullptr);
   const bool before = app->expertMode != 0;
@@ -263,7 +263,7 @@ TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
   EXPECT_EQ(bar->isVisible(), !before);
 }
 
-TEST_F(WindowTest, EachShortcutWorksWhereverTheKeyboardIs) {
+TEST_F(ProgramWindow, EachShortcutWorksWhereverTheKeyboardIs) {
   ZBasicDoc& image = makeImage(40, 30);
   settle();
   (void)app->runCommand(cmd::ViewExams);
@@ -286,7 +286,7 @@ TEST_F(WindowTest, EachShortcutWorksWhereverTheKeyboardIs) {
   }
 }
 
-TEST_F(WindowTest, ClosingADocumentsWindowAsksWhenItHasChanged) {
+TEST_F(ProgramWindow, ClosingADocumentsWindowAsksWhenItHasChanged) {
   ZBasicDoc& d = makeImage(40, 30);
   d.setModified();
   host.answers = {Answer::Cancel, Answer::No};
@@ -299,7 +299,7 @@ TEST_F(WindowTest, ClosingADocumentsWindowAsksWhenItHasChanged) {
   EXPECT_EQ(image(), nullptr);
 }
 
-TEST_F(WindowTest, DocumentsThatFollowOthersCloseInAnyOrder) {
+TEST_F(ProgramWindow, DocumentsThatFollowOthersCloseInAnyOrder) {
   std::vector<int> order{0, 1, 2, 3, 4};
   for (int turn = 0; turn < 10; ++turn) {
     std::rotate(order.begin(), order.begin() + 1, order.end());
@@ -320,7 +320,7 @@ TEST_F(WindowTest, DocumentsThatFollowOthersCloseInAnyOrder) {
   }
 }
 
-TEST_F(WindowTest, NothingClosesUnderADialog) {
+TEST_F(ProgramWindow, NothingClosesUnderADialog) {
   ZBasicDoc& d = makeImage(40, 30);
   windowOf(d).close();
   windows.closeMainFrame();
@@ -336,7 +336,7 @@ TEST_F(WindowTest, NothingClosesUnderADialog) {
   EXPECT_FALSE(window().isVisible());
 }
 
-TEST_F(WindowTest, TheRecordBarFollowsTheExamThatIsSelected) {
+TEST_F(ProgramWindow, TheRecordBarFollowsTheExamThatIsSelected) {
   app->db->newSubject("S-1");
   exams->selectSubject("S-1", "");
   for (const char* site : {"left", "right"}) ASSERT_TRUE(makeExamination(site, ""));
@@ -348,7 +348,7 @@ TEST_F(WindowTest, TheRecordBarFollowsTheExamThatIsSelected) {
   EXPECT_EQ(process.recordDir, app->dataFolder + "S-1-left");
 }
 
-TEST_F(WindowTest, AViewThatIsGoneTakesNoFilesOfOthers) {
+TEST_F(ProgramWindow, AViewThatIsGoneTakesNoFilesOfOthers) {
   const std::string path = savedImage("other.tv1");
   app->receiveAutoLoad(path);
   ASSERT_NE(process.autoLoadView, nullptr);
@@ -356,7 +356,7 @@ TEST_F(WindowTest, AViewThatIsGoneTakesNoFilesOfOthers) {
   EXPECT_EQ(process.autoLoadView, nullptr) << "the next view may have its address";
 }
 
-TEST_F(WindowTest, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
+TEST_F(ProgramWindow, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
   makeImage(40, 30).setModified();
   makeImage(40, 30).setModified();
   (void)makeImage(40, 30);
@@ -373,7 +373,7 @@ TEST_F(WindowTest, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
   for (const auto& [key, value] : kept) EXPECT_EQ(settings.getInt("MainWindow", key, -1), value) << key;
 }
 
-TEST_F(WindowTest, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
+TEST_F(ProgramWindow, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
   EXPECT_TRUE(window().isMaximized()) << "the whole screen at first";
   window().showNormal();
   window().setGeometry(40, 30, 1000, 800);
@@ -387,7 +387,7 @@ TEST_F(WindowTest, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
   EXPECT_EQ(settings.getInt("MainWindow", "left", -1), 40);
 }
 
-TEST_F(WindowTest, DroppedFilesOpenAndSeveralAreTiled) {
+TEST_F(ProgramWindow, DroppedFilesOpenAndSeveralAreTiled) {
   const std::string first = savedImage("one.tv1");
   const std::string second = savedImage("two.tv1");
   drop({first, second});
@@ -398,7 +398,7 @@ TEST_F(WindowTest, DroppedFilesOpenAndSeveralAreTiled) {
   EXPECT_EQ(a.width() + b.width(), windowOf(*image()).mdiArea()->viewport()->width());
 }
 
-TEST_F(WindowTest, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
+TEST_F(ProgramWindow, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
   ZBasicDoc& d = makeImage(40, 30);
   const std::string still = folder.file("still.bmp");
   ASSERT_TRUE(d.saveImage(still));
@@ -415,7 +415,7 @@ TEST_F(WindowTest, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
   EXPECT_EQ(host.messages.size(), told + 2);
 }
 
-TEST_F(WindowTest, TheManualOpensAtThePageOfTheWindowInFront) {
+TEST_F(ProgramWindow, TheManualOpensAtThePageOfTheWindowInFront) {
   EXPECT_EQ(helpPage(nullptr), "");
   ASSERT_TRUE(makeFolderPath(folder.file("help")));
   for (const char* page : {"index.html", "image.html", "chart.html", "xy-chart.html"})
@@ -429,7 +429,7 @@ TEST_F(WindowTest, TheManualOpensAtThePageOfTheWindowInFront) {
     EXPECT_EQ(helpPage(kind->newDocument()), folder.file(page));
 }
 
-TEST_F(WindowTest, AChartOpensWhereTheLastOneOfItsClassClosed) {
+TEST_F(ProgramWindow, AChartOpensWhereTheLastOneOfItsClassClosed) {
   const auto open = [] { return process.reviewTemplate->newDocument(); };
   CDocument* chart = open();
   ASSERT_NE(chart, nullptr);

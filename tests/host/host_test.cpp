@@ -5,9 +5,9 @@
 namespace tarnvisor {
 namespace {
 
-class FormTest : public ::testing::Test {
+class FormFields : public ::testing::Test {
  protected:
-  FormTest() {
+  FormFields() {
     form.add("&Whole:", whole, {1, 9})
         .add("Number...", number, {-0.5, 0.5, "Half at most!"})
         .add("At least", atLeast, {.low = 2})
@@ -25,14 +25,14 @@ class FormTest : public ::testing::Test {
   Form form{"Title"};
 };
 
-TEST_F(FormTest, FieldsAreFoundByPlainLabel) {
+TEST_F(FormFields, FieldsAreFoundByPlainLabel) {
   for (const char* label : {"Whole", "whole", "WHOLE:", "w&hole", "Number", "number...", "flip", "at least "})
     EXPECT_NE(form.find(label), nullptr) << label;
   for (const char* label : {"", "Who", "Title"}) EXPECT_EQ(form.find(label), nullptr) << label;
   EXPECT_EQ(form.find("Whole")->kind, FormField::Kind::Whole) << "never the note";
 }
 
-TEST_F(FormTest, FieldsTakeOnlyWhatTheirLimitsAllow) {
+TEST_F(FormFields, FieldsTakeOnlyWhatTheirLimitsAllow) {
   struct Case {
     const char *label, *text, *problem, *value;
   };
@@ -78,7 +78,7 @@ TEST_F(FormTest, FieldsTakeOnlyWhatTheirLimitsAllow) {
   EXPECT_EQ(form.find("Finger")->value(), "7") << "an index without a choice is shown as it is";
 }
 
-TEST_F(FormTest, IsLiveOnceItHasAHandler) {
+TEST_F(FormFields, IsLiveOnceItHasAHandler) {
   EXPECT_FALSE(form.isLive());
   form.changed();
   int changes = 0;

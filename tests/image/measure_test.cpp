@@ -266,7 +266,7 @@ TEST(Measures, LevelsAreSmoothedBeforeTheyAreSought) {
   EXPECT_EQ(levels.high, 100 + 18);  // (7/8)^17 > 0.1 > (7/8)^18
 }
 
-TEST(Measures, FocusAndGradient) {
+TEST(Measures, FocusAndGradientTellSharpness) {
   CZZimage image(5, 5);
   image.row(2)[2] = 10;
   // The neighbours at distance 1 have +10, the centre -40, which doesn't count.

@@ -9,7 +9,7 @@
 namespace tarnvisor {
 namespace {
 
-class Capillaries : public ImageDocTest {
+class Capillaries : public ImageDocument {
  protected:
   ZBasicDoc& makeFinger(const NailfoldStill& still) {
     auto* d = static_cast<ZBasicDoc*>(process.imageTemplate->newDocument());
@@ -178,7 +178,7 @@ TEST_F(Capillaries, ThresholdAndPreprocessWindowsKeepTheOriginal) {
   EXPECT_EQ(pixelsOf(*d.theImage()), before);
 }
 
-TEST_F(ImageDocTest, MinimaLandAtFullImagePositions) {
+TEST_F(ImageDocument, MinimaLandAtFullImagePositions) {
   ZBasicDoc& d = makeImage(60, 50);
   d.theImage()->fill(200);
   for (const Point p : {Point{20, 20}, Point{40, 30}}) d.theImage()->setPixel(p.x, p.y, 50);
@@ -211,7 +211,7 @@ TEST_F(ImageDocTest, MinimaLandAtFullImagePositions) {
   EXPECT_THAT(d.notes, HasSubstr(" found 2 minima. t=100, tol=50 ROI (15,10)-(49,44)"));
 }
 
-TEST_F(ImageDocTest, MinimaThatAreNotThereAreToldByTheToleranceOnly) {
+TEST_F(ImageDocument, MinimaThatAreNotThereAreToldByTheToleranceOnly) {
   ZBasicDoc& d = makeImage(20, 20);
   d.theImage()->fill(200);
   process.quietMode = 1;
@@ -230,7 +230,7 @@ TEST_F(ImageDocTest, MinimaThatAreNotThereAreToldByTheToleranceOnly) {
   }
 }
 
-TEST_F(ImageDocTest, RegionsAndWalksOpenWindowsOfTheirOwn) {
+TEST_F(ImageDocument, RegionsAndWalksOpenWindowsOfTheirOwn) {
   ZBasicDoc& d = makeImage(12, 10);
   d.theImage()->fill(50);
   d.theImage()->setPixel(5, 5, 9);
@@ -257,7 +257,7 @@ std::vector<std::string> resultCells(size_t row) {
   return cells;
 }
 
-TEST_F(ImageDocTest, ImageResultsCountTheRoiButTheTortuosityOfAllTheList) {
+TEST_F(ImageDocument, ImageResultsCountTheRoiButTheTortuosityOfAllTheList) {
   ZBasicDoc& d = makeImage(100, 80);
   d.setTitle("hand");
   d.image->fill(30);
@@ -289,7 +289,7 @@ TEST_F(ImageDocTest, ImageResultsCountTheRoiButTheTortuosityOfAllTheList) {
   for (const size_t measure : {4u, 8u, 9u}) EXPECT_EQ(resultCells(2)[measure], "0") << "no area";
 }
 
-TEST_F(ImageDocTest, TheLimitsOfTortuosityAreReadWithTheNextDocument) {
+TEST_F(ImageDocument, TheLimitsOfTortuosityAreReadWithTheNextDocument) {
   makeImage(8, 8);
   writeSettings("[tortuosity]\nminlength=33\nmincurvelength=44\nminangle=5.5\n");
   run("Calculate average of selection");
@@ -301,7 +301,7 @@ TEST_F(ImageDocTest, TheLimitsOfTortuosityAreReadWithTheNextDocument) {
   tortuositySettings = {};
 }
 
-TEST_F(ImageDocTest, MinimaOfAPartOfALargerFrameLieInIt) {
+TEST_F(ImageDocument, MinimaOfAPartOfALargerFrameLieInIt) {
   for (const Rect& roi : {Rect{}, Rect{105, 205, 135, 235}}) {
     ZBasicDoc& d = makeImage(40, 40);
     d.image->fill(200);

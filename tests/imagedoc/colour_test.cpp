@@ -6,10 +6,10 @@
 namespace tarnvisor {
 namespace {
 
-class ColourImage : public ViewTest {
+class ColourImage : public ImageView {
  protected:
   void TearDown() override {
-    ViewTest::TearDown();
+    ImageView::TearDown();
     resetPaletteSettings();
   }
   // Left half red, right half green.

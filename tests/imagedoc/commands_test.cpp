@@ -11,7 +11,7 @@
 namespace tarnvisor {
 namespace {
 
-TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocument) {
+TEST_F(ImageDocument, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocument) {
   struct Case {
     const char* command;
     std::vector<std::pair<std::string, std::string>> answers;
@@ -70,7 +70,7 @@ TEST_F(ImageDocTest, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocume
   EXPECT_EQ(settings.getInt("settings", "simpleimagethreshold", 0), 100);
 }
 
-TEST_F(ImageDocTest, CancelAbandonsAFilterAndQuietModeAsksNothing) {
+TEST_F(ImageDocument, CancelAbandonsAFilterAndQuietModeAsksNothing) {
   ZBasicDoc& d = makeImage(40, 32);
   const auto before = pixelsOf(*d.theImage());
   const auto cancel = [](Form&) { return false; };
@@ -96,7 +96,7 @@ TEST_F(ImageDocTest, CancelAbandonsAFilterAndQuietModeAsksNothing) {
   EXPECT_EQ(d.notes, "High pass (31x31)\r\n");
 }
 
-TEST_F(ImageDocTest, AWindowTooLargeForTheRegionIsToldAndChangesNothing) {
+TEST_F(ImageDocument, AWindowTooLargeForTheRegionIsToldAndChangesNothing) {
   ZBasicDoc& d = makeImage(60, 40);
   const auto before = pixelsOf(*d.theImage());
   d.roi = {0, 0, 30, 20};
@@ -121,7 +121,7 @@ TEST_F(ImageDocTest, AWindowTooLargeForTheRegionIsToldAndChangesNothing) {
   EXPECT_THAT(host.messages.back(), HasSubstr("blurred along rows only"));
 }
 
-TEST_F(ImageDocTest, AdjustKeepsTheMeanAsTheGainChanges) {
+TEST_F(ImageDocument, AdjustKeepsTheMeanAsTheGainChanges) {
   ZBasicDoc& d = makeImage(50, 50);
   const double mean = d.theImage()->meanLevel({});
   const int32_t before = d.theImage()->pixelAt(10, 10);
@@ -131,7 +131,7 @@ TEST_F(ImageDocTest, AdjustKeepsTheMeanAsTheGainChanges) {
   EXPECT_EQ(d.theImage()->pixelAt(10, 10), static_cast<int>(before * gain + (1 - gain) * mean));
 }
 
-TEST_F(ImageDocTest, BinHalvesTheScaleAndTheListsToo) {
+TEST_F(ImageDocument, BinHalvesTheScaleAndTheListsToo) {
   ZBasicDoc& d = makeImage(10, 8);
   d.magx = 1.5;
   d.addDimension({5, 7}, 0);
@@ -143,7 +143,7 @@ TEST_F(ImageDocTest, BinHalvesTheScaleAndTheListsToo) {
   EXPECT_EQ(d.undoimage->width, 10);
 }
 
-TEST_F(ImageDocTest, BinTakesTheRegionAlong) {
+TEST_F(ImageDocument, BinTakesTheRegionAlong) {
   for (const auto& [whole, half] :
        {std::pair{Rect{2, 3, 9, 7}, Rect{1, 1, 4, 3}}, std::pair{Rect{10, 7, 11, 8}, Rect{4, 3, 5, 4}}}) {
     ZBasicDoc& d = makeImage(11, 8);
@@ -153,7 +153,7 @@ TEST_F(ImageDocTest, BinTakesTheRegionAlong) {
   }
 }
 
-TEST_F(ImageDocTest, SubtractsOnlyAnImageOfEqualSize) {
+TEST_F(ImageDocument, SubtractsOnlyAnImageOfEqualSize) {
   ZBasicDoc& d = makeImage(10, 8);
   const auto before = pixelsOf(*d.theImage());
   d.roi = {0, 0, 2, 2};
@@ -168,7 +168,7 @@ TEST_F(ImageDocTest, SubtractsOnlyAnImageOfEqualSize) {
   EXPECT_EQ(d.notes, " subracted other.zzg\r\n") << "without the ROI's text";
 }
 
-TEST_F(ImageDocTest, ConvertToGreyIsForColouredImages) {
+TEST_F(ImageDocument, ConvertToGreyIsForColouredImages) {
   ZBasicDoc& d = makeImage(4, 4);
   EXPECT_FALSE(isEnabled("Convert to grey"));
   EXPECT_FALSE(isEnabled("Remove single dust mark")) << "without a ROI it would rebuild the whole picture";
@@ -179,7 +179,7 @@ TEST_F(ImageDocTest, ConvertToGreyIsForColouredImages) {
   EXPECT_THAT(d.notes, HasSubstr("convert to grey\r\n"));
 }
 
-TEST_F(ImageDocTest, SwitchListGoesRoundWithoutTheDustMarks) {
+TEST_F(ImageDocument, SwitchListGoesRoundWithoutTheDustMarks) {
   ZBasicDoc& d = makeImage(4, 4);
   for (const int expected : {1, 2, 3, 4, 5, 6, 7, 0}) {
     run("Switch List");
@@ -193,7 +193,7 @@ TEST_F(ImageDocTest, SwitchListGoesRoundWithoutTheDustMarks) {
   for (const size_t list : {kAmcList, kDustList}) EXPECT_TRUE(d.dimlists[list].hidden) << list;
 }
 
-TEST_F(ImageDocTest, AnAreaForMovementCorrectionIsAtLeast64PixelsWide) {
+TEST_F(ImageDocument, AnAreaForMovementCorrectionIsAtLeast64PixelsWide) {
   ZBasicDoc& d = makeImage(4, 4);
   d.setCurrentList(kAmcList);
   const std::pair<Point, Point> cases[] = {
@@ -207,7 +207,7 @@ TEST_F(ImageDocTest, AnAreaForMovementCorrectionIsAtLeast64PixelsWide) {
   EXPECT_EQ(d.addPointToDimension(-1, {0, 0}), -1);
 }
 
-TEST_F(ImageDocTest, DimensionCommands) {
+TEST_F(ImageDocument, DimensionsAreImportedTrimmedAndCleared) {
   ZBasicDoc& d = makeImage(100, 100);
   EXPECT_EQ(d.nextDimensionIndex(3), -1);
   EXPECT_FALSE(isEnabled("Clear all dimensions"));
@@ -233,7 +233,7 @@ TEST_F(ImageDocTest, DimensionCommands) {
   EXPECT_EQ(d.currentDims().size(), 0);
 }
 
-TEST_F(ImageDocTest, AreasThatAreTrimmedMeasureTheSameWhenReopened) {
+TEST_F(ImageDocument, AreasThatAreTrimmedMeasureTheSameWhenReopened) {
   ZBasicDoc& d = makeImage(200, 200);
   for (const Point p : {Point{0, 0}, Point{100, 0}, Point{100, 70}, Point{0, 70}, Point{0, 0}})
     d.currentDims().size() ? d.addPointToDimension(0, p) : d.addDimension(p, CDimList::kPolygon);
@@ -249,7 +249,7 @@ TEST_F(ImageDocTest, AreasThatAreTrimmedMeasureTheSameWhenReopened) {
   EXPECT_EQ(image()->currentDims().totalArea(1, 1), area);
 }
 
-TEST_F(ImageDocTest, ACircularRoiIsASquareWithCutCorners) {
+TEST_F(ImageDocument, ACircularRoiIsASquareWithCutCorners) {
   ZBasicDoc& d = makeImage(100, 100);
   d.roi = {10, 20, 51, 40};
   EXPECT_EQ(d.roiArea(), 41.0 * 20);
@@ -261,7 +261,7 @@ TEST_F(ImageDocTest, ACircularRoiIsASquareWithCutCorners) {
   EXPECT_FALSE(d.hasCircularRoi());
 }
 
-TEST_F(ImageDocTest, DisplayLimitsStayApartAndInRange) {
+TEST_F(ImageDocument, DisplayLimitsStayApartAndInRange) {
   makeImage(8, 8);
   for (int i = 0; i < 60; ++i) run("display brightness up");
   EXPECT_EQ(adjustpallight, 255);
@@ -277,7 +277,7 @@ TEST_F(ImageDocTest, DisplayLimitsStayApartAndInRange) {
   resetPaletteSettings();
 }
 
-TEST_F(ImageDocTest, NotesCanBeEditedAndRenameThePixelFile) {
+TEST_F(ImageDocument, NotesCanBeEditedAndRenameThePixelFile) {
   ZBasicDoc& d = makeImage(8, 8);
   d.imagedirty = 0;
   host.fill({{"Notes", "new words"}});
@@ -290,7 +290,7 @@ TEST_F(ImageDocTest, NotesCanBeEditedAndRenameThePixelFile) {
   EXPECT_EQ(d.imagedirty, 1);
 }
 
-TEST_F(ImageDocTest, DustMarksAreKeptBesideTheProfileAndRepaired) {
+TEST_F(ImageDocument, DustMarksAreKeptBesideTheProfileAndRepaired) {
   ZBasicDoc& d = makeImage(40, 40);
   d.theImage()->fill(100);
   d.theImage()->setPixel(20, 20, 0);
@@ -317,7 +317,7 @@ TEST_F(ImageDocTest, DustMarksAreKeptBesideTheProfileAndRepaired) {
   EXPECT_EQ(image()->theImage()->pixelAt(30, 30), 100);
 }
 
-TEST_F(ImageDocTest, MagnificationTableCountsLiveEntriesOnly) {
+TEST_F(ImageDocument, MagnificationTableCountsLiveEntriesOnly) {
   for (const char* name : {"a", "b", "c"}) addMagnification({1.0, 2.0, name, 10});
   EXPECT_TRUE(removeMagnification(1));
   EXPECT_EQ(magnificationCount(), 2);
@@ -337,7 +337,7 @@ TEST_F(ImageDocTest, MagnificationTableCountsLiveEntriesOnly) {
             "   3.250    4.500 d                         Tuesday, March 14, 1995, 12:41:29");
 }
 
-TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
+TEST_F(ImageDocument, CalibratesFromDrawnLines) {
   const FixedClock clock(1000);
   using Lines = std::vector<std::pair<Point, Point>>;
   const Lines slope{{{0, 0}, {30, 40}}}, two{{{0, 0}, {30, 40}}, {{0, 0}, {0, 20}}};
@@ -382,7 +382,7 @@ TEST_F(ImageDocTest, CalibratesFromDrawnLines) {
   }
 }
 
-TEST_F(ImageDocTest, AScaleIsAboveZeroThroughEveryDoor) {
+TEST_F(ImageDocument, AScaleIsAboveZeroThroughEveryDoor) {
   ZBasicDoc& d = makeImage(8, 8);
   for (const double bad : {0.0, -2.0, std::nan(""), HUGE_VAL}) {
     EXPECT_FALSE(d.setScale(bad, 1, "bad", 0, true, true)) << bad;
@@ -409,7 +409,7 @@ TEST_F(ImageDocTest, AScaleIsAboveZeroThroughEveryDoor) {
   EXPECT_THAT(host.messages.back(), HasSubstr("1 by 0 is none"));
 }
 
-TEST_F(ImageDocTest, UnitsAndGridAreKeptInTheSettings) {
+TEST_F(ImageDocument, UnitsAndGridAreKeptInTheSettings) {
   ZBasicDoc& d = makeImage(8, 8);
   d.magx = 2.0;
   EXPECT_EQ(d.scale().x, 1.0);
@@ -433,7 +433,7 @@ TEST_F(ImageDocTest, UnitsAndGridAreKeptInTheSettings) {
   EXPECT_TRUE(makeImage(8, 8).gridmetafile.empty());
 }
 
-TEST_F(ImageDocTest, TheApexKeysAreReadEachTimeTheFilterRuns) {
+TEST_F(ImageDocument, TheApexKeysAreReadEachTimeTheFilterRuns) {
   ZBasicDoc& d = makeImage(8, 8);
   d.theImage()->fill(100);
   settings.setInt("ProcessingArgs", "apexw", 1);  // half of each pixel, and the offset
@@ -444,7 +444,7 @@ TEST_F(ImageDocTest, TheApexKeysAreReadEachTimeTheFilterRuns) {
   EXPECT_EQ(d.theImage()->pixelAt(4, 4), 99);
 }
 
-TEST_F(ImageDocTest, AreasFromLargestToSmallestAreRefused) {
+TEST_F(ImageDocument, AreasFromLargestToSmallestAreRefused) {
   makeImage(8, 8);
   for (const char* smallest : {"5000", "9000"}) {
     host.fill({{"minimum capillary area (pixels)", smallest}});
@@ -454,7 +454,7 @@ TEST_F(ImageDocTest, AreasFromLargestToSmallestAreRefused) {
   EXPECT_EQ(finderParameters.umin, 200);
 }
 
-TEST_F(ImageDocTest, OnlyProcessingWritesTheFinderKeys) {
+TEST_F(ImageDocument, OnlyProcessingWritesTheFinderKeys) {
   makeImage(8, 8);
   host.fill({{"window 1", "-9"}, {"minimum capillary area (pixels)", "150"}});
   run("Processing");

@@ -6,7 +6,7 @@
 namespace tarnvisor {
 namespace {
 
-class ImportedStills : public ImageDocTest {
+class ImportedStills : public ImageDocument {
  protected:
   static std::string still(const std::string& name) { return std::string(STILLS_FOLDER) + name; }
   // A TIFF file of 2 x 1 pixels a page, each page filled with its value.

@@ -26,10 +26,10 @@ Calls together(std::initializer_list<Calls> parts) {
   return all;
 }
 
-class Overlays : public ImageDocTest {
+class Overlays : public ImageDocument {
  protected:
   void SetUp() override {
-    ImageDocTest::SetUp();
+    ImageDocument::SetUp();
     doc = &makeImage(100, 80);
     doc->showtarget = 0;
     view = std::make_unique<ZBasicView>(*doc);

@@ -7,7 +7,7 @@
 namespace tarnvisor {
 namespace {
 
-TEST_F(ViewTest, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
+TEST_F(ImageView, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);
   const std::pair<int32_t, const char*> tools[] = {{4, "Pan image"},       {5, "ROI"},
@@ -31,7 +31,7 @@ TEST_F(ViewTest, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
   EXPECT_FALSE(canRun("ROI"));
 }
 
-TEST_F(ViewTest, EachDrawingToolAddsItsKindOfDimension) {
+TEST_F(ImageView, EachDrawingToolAddsItsKindOfDimension) {
   struct Case {
     const char *command, *script, *state;
   };
@@ -64,7 +64,7 @@ TEST_F(ViewTest, EachDrawingToolAddsItsKindOfDimension) {
   }
 }
 
-TEST_F(ViewTest, TheSecondClickClearsTheSecondSelection) {
+TEST_F(ImageView, TheSecondClickClearsTheSecondSelection) {
   show();
   run("Circle");
   play("click 10,10");
@@ -73,7 +73,7 @@ TEST_F(ViewTest, TheSecondClickClearsTheSecondSelection) {
   EXPECT_EQ(view->secondselected, -1);
 }
 
-TEST_F(ViewTest, ARubberBandFollowsTheMouseBetweenTheClicks) {
+TEST_F(ImageView, ARubberBandFollowsTheMouseBetweenTheClicks) {
   show();
   run("Dimension polyline");
   play("click 10,10 30,10 move 30,50");
@@ -84,7 +84,7 @@ TEST_F(ViewTest, ARubberBandFollowsTheMouseBetweenTheClicks) {
   EXPECT_FALSE(play("Enter"));
 }
 
-TEST_F(ViewTest, AShapeThatIsDeletedOrLeftWhileItGrowsIsLetGo) {
+TEST_F(ImageView, AShapeThatIsDeletedOrLeftWhileItGrowsIsLetGo) {
   ZBasicDoc& d = show();
   run("Dimension polyline");
   play("click 10,10 20,10");
@@ -103,7 +103,7 @@ TEST_F(ViewTest, AShapeThatIsDeletedOrLeftWhileItGrowsIsLetGo) {
   EXPECT_EQ(d.currentDims().size(), 2) << "without an image there is nothing to draw on";
 }
 
-TEST_F(ViewTest, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
+TEST_F(ImageView, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
   struct Case {
     const char *script, *state;
     bool changes;
@@ -141,7 +141,7 @@ TEST_F(ViewTest, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
   }
 }
 
-TEST_F(ViewTest, AMarkIsHitWithinFivePixelsOfTheWindowAtAnyZoom) {
+TEST_F(ImageView, AMarkIsHitWithinFivePixelsOfTheWindowAtAnyZoom) {
   ZBasicDoc& d = show({2000, 2000}, {2000, 2000});
   d.addDimension({100, 100}, CDimList::kPoint);
   d.addPointToDimension(d.addDimension({200, 200}, CDimList::kCircle), {300, 200});
@@ -164,7 +164,7 @@ TEST_F(ViewTest, AMarkIsHitWithinFivePixelsOfTheWindowAtAnyZoom) {
   }
 }
 
-TEST_F(ViewTest, TheRoiToolDrawsWithinTheImageAndAClickClears) {
+TEST_F(ImageView, TheRoiToolDrawsWithinTheImageAndAClickClears) {
   ZBasicDoc& d = show();
   run("ROI");
   play("down 90,80 move 50,100");
@@ -181,7 +181,7 @@ TEST_F(ViewTest, TheRoiToolDrawsWithinTheImageAndAClickClears) {
   EXPECT_EQ(state(), "");
 }
 
-TEST_F(ViewTest, PositionsInTheListForMovementCorrectionSnapToBlocksOf8) {
+TEST_F(ImageView, PositionsInTheListForMovementCorrectionSnapToBlocksOf8) {
   ZBasicDoc& d = show();
   d.setCurrentList(kAmcList);
   run("Dimension Lines");
@@ -192,7 +192,7 @@ TEST_F(ViewTest, PositionsInTheListForMovementCorrectionSnapToBlocksOf8) {
   EXPECT_EQ(state(), "*L32,32 96,144");
 }
 
-TEST_F(ViewTest, OneClickSetsOriginOrTarget) {
+TEST_F(ImageView, OneClickSetsOriginOrTarget) {
   ZBasicDoc& d = show();
   d.showtarget = 0;
   run("Origin");
@@ -207,7 +207,7 @@ TEST_F(ViewTest, OneClickSetsOriginOrTarget) {
 }
 
 // A frame, and a field whose origin counts half as many rows.
-TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
+TEST_F(ImageView, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
   for (const int32_t interlace : {0, 1}) {
     ZBasicDoc& d = show();
     d.image = std::make_unique<CZZimage>(200, 160, -1, interlace);
@@ -257,7 +257,7 @@ TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
   }
 }
 
-TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
+TEST_F(ImageView, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
   ZBasicDoc& d = show();
   run("Edit dust mask");
   EXPECT_EQ(d.currentlist, kDustList);
@@ -278,7 +278,7 @@ TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
   EXPECT_TRUE(d.dimlists[kDustList].hidden);
 }
 
-TEST_F(ViewTest, TheImagePansWithItsToolAndWithTheMiddleButton) {
+TEST_F(ImageView, TheImagePansWithItsToolAndWithTheMiddleButton) {
   show({400, 300}, {100, 100});
   run("Actual size");
   view->scrollTo({50, 60});
@@ -294,7 +294,7 @@ TEST_F(ViewTest, TheImagePansWithItsToolAndWithTheMiddleButton) {
   EXPECT_EQ(tool, kToolPan);
 }
 
-TEST_F(ViewTest, AClosedDocumentLeavesNoInternalToolBehind) {
+TEST_F(ImageView, AClosedDocumentLeavesNoInternalToolBehind) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);
   play("down 10,10");
@@ -305,7 +305,7 @@ TEST_F(ViewTest, AClosedDocumentLeavesNoInternalToolBehind) {
   EXPECT_EQ(tool, kToolNone);
 }
 
-TEST_F(ViewTest, TheGreyLevelProfileFollowsALineWhileItIsDrawnOrDragged) {
+TEST_F(ImageView, TheGreyLevelProfileFollowsALineWhileItIsDrawnOrDragged) {
   ZBasicDoc& d = show();
   d.image->fill(30);
   d.image->setPixel(12, 50, 90);

@@ -6,7 +6,7 @@
 namespace tarnvisor {
 namespace {
 
-class Undo : public ImageDocTest {
+class Undo : public ImageDocument {
  protected:
   // What a command may change, in words.
   std::string all() {

@@ -16,7 +16,7 @@ constexpr const char* kOutput =
     "2\n9 8 1\n-10.101 -10.101 \n20 20\n100.5 20\n100 100\n20 100.9\n190 20\n190 100\n20 200\n100 200\n"
     "4 1 2 3 4\n4 2 5 6 3\n4 4 3 8 7\n3 3 6 0\n2 0 5\n2 0 6\n2 0 7\n0\n";
 
-class VoronoiRegions : public ImageDocTest {
+class VoronoiRegions : public ImageDocument {
  protected:
   ZBasicDoc& makeMarked() {
     ZBasicDoc& d = makeImage(201, 200);

@@ -22,7 +22,7 @@ Numbers invertedNumbersOf(CZZMovie& movie) {
   return numbers;
 }
 
-TEST_F(MovieTest, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
+TEST_F(Movie, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
   const std::string a = recorded("a.mve", 4), made = folder.file("aA.mve");
   const Bytes whole = bytesOf(a);
   CZZMovie movie;
@@ -50,7 +50,7 @@ TEST_F(MovieTest, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
   EXPECT_FALSE(fileExists(folder.file("aAA.mve")));
 }
 
-TEST_F(MovieTest, APassInPlaceGoesToTheSlotsOfARingOrToTheBlock) {
+TEST_F(Movie, APassInPlaceGoesToTheSlotsOfARingOrToTheBlock) {
   for (const char* name : {"", "a.mve"}) {
     CZZMovie movie;
     fill(movie, name, 4, 6, true);
@@ -66,7 +66,7 @@ TEST_F(MovieTest, APassInPlaceGoesToTheSlotsOfARingOrToTheBlock) {
   }
 }
 
-TEST_F(MovieTest, PassesTakeTheLettersAToZInOrder) {
+TEST_F(Movie, PassesTakeTheLettersAToZInOrder) {
   const std::string a = recorded("a.mve", 1),
                     letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
   CZZMovie movie;
@@ -84,7 +84,7 @@ TEST_F(MovieTest, PassesTakeTheLettersAToZInOrder) {
   }
 }
 
-TEST_F(MovieTest, APassGoesToVideoWhenThatIsWished) {
+TEST_F(Movie, APassGoesToVideoWhenThatIsWished) {
   compressoutput = 1;
   for (const int32_t colours : {kGrey, kColour, kBayer}) {
     source.colours = colours;
@@ -105,7 +105,7 @@ TEST_F(MovieTest, APassGoesToVideoWhenThatIsWished) {
   }
 }
 
-TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
+TEST_F(Movie, APassThatIsGivenUpLeavesAnExistingFile) {
   CZZMovie movie;
   ASSERT_TRUE(movie.open(recorded("a.mve", 3)));
   const Bytes other = {1, 2, 3};
@@ -130,7 +130,7 @@ TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
 
 // --- new movies of one
 
-TEST_F(MovieTest, OnlyFramesThatLoseNothingAreAppended) {
+TEST_F(Movie, OnlyFramesThatLoseNothingAreAppended) {
   CZZMovie movie, wide, colour;
   ASSERT_TRUE(movie.open(recorded("a.mve", 6)));
   EXPECT_FALSE(movie.deleteFrames(folder.file("out.mve"), -1, -1));
@@ -145,7 +145,7 @@ TEST_F(MovieTest, OnlyFramesThatLoseNothingAreAppended) {
   EXPECT_EQ(colour.frameAt(6).row(3)[3 * 15 + 1], levelAt(5, 3, 15));
 }
 
-TEST_F(MovieTest, TheAverageOfFieldsIsTheSameFromAnAvi) {
+TEST_F(Movie, TheAverageOfFieldsIsTheSameFromAnAvi) {
   source.progressive = false;
   source.draw = [](CZZimage& image, int32_t) { image.fill(77); };
   CZZMovie movie;
@@ -159,7 +159,7 @@ TEST_F(MovieTest, TheAverageOfFieldsIsTheSameFromAnAvi) {
   EXPECT_EQ(fromAvi.height, fromMve.height);
 }
 
-TEST_F(MovieTest, PlanesBecomeColoursAndColoursGrey) {
+TEST_F(Movie, PlanesBecomeColoursAndColoursGrey) {
   source.draw = [](CZZimage& image, int32_t number) {
     for (int32_t y = 0; y < 6; ++y)
       std::fill_n(image.row(y), kWidth, static_cast<uint8_t>(10 * (y / 2) + number));
@@ -181,7 +181,7 @@ TEST_F(MovieTest, PlanesBecomeColoursAndColoursGrey) {
 
 // --- export
 
-TEST_F(MovieTest, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
+TEST_F(Movie, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
   source.draw = [](CZZimage& image, int32_t number) {
     image.fill(static_cast<uint8_t>(100 + number));
     image.xOrigin = 3 * number;
@@ -208,7 +208,7 @@ TEST_F(MovieTest, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
   }
 }
 
-TEST_F(MovieTest, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
+TEST_F(Movie, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
   source.draw = [](CZZimage& image, int32_t number) { image.fill(static_cast<uint8_t>(10 * number)); };
   CZZMovie movie;
   fill(movie, "a.mve", 8, 8);
@@ -231,7 +231,7 @@ TEST_F(MovieTest, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
   EXPECT_TRUE(report.starts_with("saveAVI::failed AVI file open")) << report;
 }
 
-TEST_F(MovieTest, AnExportIsCompressedAsItIsTold) {
+TEST_F(Movie, AnExportIsCompressedAsItIsTold) {
   source.draw = paintBars;
   CZZMovie movie;
   fill(movie, "", 3, 3, false, 64, 48);

@@ -11,7 +11,7 @@ extern std::atomic<int64_t> allocations;
 namespace tarnvisor {
 namespace {
 
-TEST_F(MovieTest, ARingKeepsTheLastFramesFromTheOldestSlot) {
+TEST_F(Movie, ARingKeepsTheLastFramesFromTheOldestSlot) {
   for (const char* name : {"", "a.mve"}) {
     CZZMovie movie;
     start(movie, name, 10, true);
@@ -26,7 +26,7 @@ TEST_F(MovieTest, ARingKeepsTheLastFramesFromTheOldestSlot) {
   }
 }
 
-TEST_F(MovieTest, ARecordingWithoutRingEndsAtItsLastSlot) {
+TEST_F(Movie, ARecordingWithoutRingEndsAtItsLastSlot) {
   for (const char* name : {"", "a.mve"}) {
     CZZMovie movie;
     start(movie, name, 3);
@@ -40,7 +40,7 @@ TEST_F(MovieTest, ARecordingWithoutRingEndsAtItsLastSlot) {
   }
 }
 
-TEST_F(MovieTest, AFrameStaysInItsSlotUntilToldToAdvance) {
+TEST_F(Movie, AFrameStaysInItsSlotUntilToldToAdvance) {
   CZZMovie movie;
   start(movie, "a.mve", 3);
   CZZimage image(kWidth, kHeight);
@@ -56,7 +56,7 @@ TEST_F(MovieTest, AFrameStaysInItsSlotUntilToldToAdvance) {
   EXPECT_EQ(numbersOf(movie), (Numbers{3, 4}));
 }
 
-TEST_F(MovieTest, TheWidthIsCutToWholeWordsAndTheWindowWithIt) {
+TEST_F(Movie, TheWidthIsCutToWholeWordsAndTheWindowWithIt) {
   CZZMovie movie;
   movie.source = &source;
   for (const auto& [asked, kept] : {std::pair{643, 640}, {640, 640}, {7, 4}}) {
@@ -79,7 +79,7 @@ TEST_F(MovieTest, TheWidthIsCutToWholeWordsAndTheWindowWithIt) {
   }
 }
 
-TEST_F(MovieTest, AnInterlacedSourceGivesTwiceTheFramesAtHalfTheHeight) {
+TEST_F(Movie, AnInterlacedSourceGivesTwiceTheFramesAtHalfTheHeight) {
   source.progressive = false;
   source.draw = [](CZZimage& image, int32_t number) {
     paint(image, number);
@@ -95,7 +95,7 @@ TEST_F(MovieTest, AnInterlacedSourceGivesTwiceTheFramesAtHalfTheHeight) {
   }
 }
 
-TEST_F(MovieTest, ColourAndBayerFramesKeepTheirBytes) {
+TEST_F(Movie, ColourAndBayerFramesKeepTheirBytes) {
   for (const int32_t colours : {kColour, kBayer})
     for (const char* name : {"", "a.mve"}) {
       source.colours = colours;
@@ -106,7 +106,7 @@ TEST_F(MovieTest, ColourAndBayerFramesKeepTheirBytes) {
     }
 }
 
-TEST_F(MovieTest, NothingIsAllocatedForAFrame) {
+TEST_F(Movie, NothingIsAllocatedForAFrame) {
   for (const char* name : {"", "a.mve"})
     for (const bool progressive : {true, false}) {
       source.progressive = progressive;
@@ -129,7 +129,7 @@ struct KillMode {
   bool ring, video;
 };
 
-class KilledRecording : public MovieTest, public testing::WithParamInterface<KillMode> {
+class KilledRecording : public Movie, public testing::WithParamInterface<KillMode> {
  protected:
   static constexpr int32_t kColumns = 256, kRows = 192, kRing = 16;
   const bool video = GetParam().video, ring = GetParam().ring;
@@ -214,7 +214,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, KilledRecording,
                          [](const auto& mode) { return std::string(1, mode.param.file[0]); });
 
 // The end of a ring that was killed between frames, and while a slot was overwritten.
-TEST_F(MovieTest, ARingTellsWhichSlotWasInDoubt) {
+TEST_F(Movie, ARingTellsWhichSlotWasInDoubt) {
   const std::pair<Numbers, Numbers> cases[] = {
       {{3, ~1}, {1, 2, 0}}, {{~3, ~1}, {2, 0}}, {{~3, ~2}, {0, 1}}, {{~3, ~0}, {1, 2}}};
   for (const auto& [trailer, numbers] : cases) {
@@ -251,7 +251,7 @@ class FullDisc {
   rlimit before{};
 };
 
-TEST_F(MovieTest, AFullDiscEndsARecordingAndKeepsItsFrames) {
+TEST_F(Movie, AFullDiscEndsARecordingAndKeepsItsFrames) {
   for (const int32_t spare : {0, 7, 8, kFrame / 2})
     for (const bool ring : {false, true}) {
       const bool goesOn = ring && spare >= 8;  // in the eight bytes that the end of a ring of five needs
@@ -269,7 +269,7 @@ TEST_F(MovieTest, AFullDiscEndsARecordingAndKeepsItsFrames) {
     }
 }
 
-TEST_F(MovieTest, AFullDiscEndsARecordingToVideoAndLeavesAnExistingFile) {
+TEST_F(Movie, AFullDiscEndsARecordingToVideoAndLeavesAnExistingFile) {
   compressoutput = 1;
   source.draw = paintBars;
   putBytes(folder.file("a.avi"), {1, 2, 3});
@@ -286,7 +286,7 @@ TEST_F(MovieTest, AFullDiscEndsARecordingToVideoAndLeavesAnExistingFile) {
   EXPECT_EQ(bytesOf(folder.file("a.avi")), (Bytes{1, 2, 3}));
 }
 
-TEST_F(MovieTest, AFullDiscInAPassLeavesTheMovieAndTheFramesSoFar) {
+TEST_F(Movie, AFullDiscInAPassLeavesTheMovieAndTheFramesSoFar) {
   const std::string a = recorded("a.mve", 20);
   const Bytes whole = bytesOf(a);
   CZZMovie movie, left;

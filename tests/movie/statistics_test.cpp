@@ -34,7 +34,7 @@ void expectMean(CZZMovie& movie, const CZZimage& mean, const Numbers& indices, c
   }
 }
 
-class MovieStatistics : public MovieTest {
+class MovieStatistics : public Movie {
  protected:
   ~MovieStatistics() override { setParallelThreads(0); }
 

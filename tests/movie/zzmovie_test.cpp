@@ -9,7 +9,7 @@
 namespace tarnvisor {
 namespace {
 
-TEST_F(MovieTest, ARecordingHasTheseBytes) {
+TEST_F(Movie, ARecordingHasTheseBytes) {
   source.draw = [](CZZimage& image, int32_t number) { image.fill(static_cast<uint8_t>(0xa0 + number)); };
   const struct {
     int32_t slots, frames;
@@ -28,7 +28,7 @@ TEST_F(MovieTest, ARecordingHasTheseBytes) {
   }
 }
 
-TEST_F(MovieTest, ReadsTheFormThatIsWrittenAndBothOlderOnes) {
+TEST_F(Movie, ReadsTheFormThatIsWrittenAndBothOlderOnes) {
   const struct {
     int32_t word;
     Numbers trailer;
@@ -57,7 +57,7 @@ TEST_F(MovieTest, ReadsTheFormThatIsWrittenAndBothOlderOnes) {
   }
 }
 
-TEST_F(MovieTest, FindsFramesByIndex) {
+TEST_F(Movie, FindsFramesByIndex) {
   for (const char* name : {"", "a.mve"}) {
     CZZMovie movie;
     EXPECT_TRUE(movie.frameAt(3).empty());
@@ -87,7 +87,7 @@ TEST_F(MovieTest, FindsFramesByIndex) {
   }
 }
 
-TEST_F(MovieTest, SizesTheStoreAndNeverShrinksTheBlock) {
+TEST_F(Movie, SizesTheStoreAndNeverShrinksTheBlock) {
   CZZMovie movie;
   movie.mode = CZZMovie::kMemory;
   const std::string log = logOf([&] {
@@ -101,7 +101,7 @@ TEST_F(MovieTest, SizesTheStoreAndNeverShrinksTheBlock) {
   EXPECT_THAT(log, EndsWith("\nCZZMovie::createImages:created 1\nbad createhdrs\n"));
 }
 
-TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
+TEST_F(Movie, SavesByCopyByRenameOrFrameByFrame) {
   const std::string a = recorded("a.mve", 5), b = folder.file("b.mve"), c = folder.file("c.mve");
   const Bytes whole = bytesOf(a);
   CZZMovie movie;
@@ -129,7 +129,7 @@ TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
   EXPECT_FALSE(movie.failure().empty());
 }
 
-TEST_F(MovieTest, SavesMemoryAsVideoAndVideoAsAMovie) {
+TEST_F(Movie, SavesMemoryAsVideoAndVideoAsAMovie) {
   source.draw = paintBars;
   CZZMovie movie;
   fill(movie, "", 20, 26, true, 64, 48);
@@ -147,7 +147,7 @@ TEST_F(MovieTest, SavesMemoryAsVideoAndVideoAsAMovie) {
   EXPECT_EQ(movie.frameAt(7).frameNumber, 14);
 }
 
-TEST_F(MovieTest, KeepsATableThatSomebodyKept) {
+TEST_F(Movie, KeepsATableThatSomebodyKept) {
   CZZMovie movie;
   ASSERT_TRUE(movie.open(recorded("a.mve", 3)));
   movie.adoptTable({{90, 0, 1, 2}, {}, {94, 0, 5, 6}, {96, 0, 0, 0}});
@@ -157,7 +157,7 @@ TEST_F(MovieTest, KeepsATableThatSomebodyKept) {
   EXPECT_EQ(movie.frameTable.size(), 3u);
 }
 
-TEST_F(MovieTest, AFileThatMayNotBeWrittenIsReadAndNeverChangedInPlace) {
+TEST_F(Movie, AFileThatMayNotBeWrittenIsReadAndNeverChangedInPlace) {
   const std::string a = recorded("a.mve", 3);
   ::chmod(a.c_str(), 0444);
   CZZMovie movie;
@@ -170,7 +170,7 @@ TEST_F(MovieTest, AFileThatMayNotBeWrittenIsReadAndNeverChangedInPlace) {
   EXPECT_EQ(numbersIn(a), span(0, 3));
 }
 
-TEST_F(MovieTest, AnyFrameOfAFileOfFiveGigabytesIsThereWithoutTheOthers) {
+TEST_F(Movie, AnyFrameOfAFileOfFiveGigabytesIsThereWithoutTheOthers) {
   constexpr int32_t kSide = 1024, kFrames = 5 * 1024;
   const Numbers painted = {5119, 0, 4095, 2048, 2047};
   const auto file = MovieFile::open(recorded("a.mve", 1), MovieFile::Access::Update);
@@ -194,7 +194,7 @@ TEST_F(MovieTest, AnyFrameOfAFileOfFiveGigabytesIsThereWithoutTheOthers) {
 
 // --- what can't be believed
 
-TEST_F(MovieTest, EveryCutOfAFileGivesItsWholeFramesAndLeavesTheFile) {
+TEST_F(Movie, EveryCutOfAFileGivesItsWholeFramesAndLeavesTheFile) {
   for (const int32_t word : {-23, -22, 3}) {
     const Bytes whole = bytesOf(built(word, 3, word < 0 ? Numbers{3, 3} : Numbers{}, word != -23));
     const size_t frame = word == -23 ? kFrame : kFrame + 36, begin = word == -23 ? kStart : 4;
@@ -214,7 +214,7 @@ TEST_F(MovieTest, EveryCutOfAFileGivesItsWholeFramesAndLeavesTheFile) {
   }
 }
 
-TEST_F(MovieTest, ATrailerThatLiesIsNone) {
+TEST_F(Movie, ATrailerThatLiesIsNone) {
   for (const Numbers& trailer : std::vector<Numbers>{
            {0, 0}, {4, 4}, {-1, 2}, {3, 4}, {2, -1}, {INT32_MIN, INT32_MIN}, {INT32_MAX, INT32_MIN}}) {
     CZZMovie movie;
@@ -224,7 +224,7 @@ TEST_F(MovieTest, ATrailerThatLiesIsNone) {
   }
 }
 
-TEST_F(MovieTest, AFormThatLiesOpensNothing) {
+TEST_F(Movie, AFormThatLiesOpensNothing) {
   constexpr int64_t kVast = int64_t{5} << 30;
   const struct {
     int32_t width, height;
@@ -249,7 +249,7 @@ TEST_F(MovieTest, AFormThatLiesOpensNothing) {
   }
 }
 
-TEST_F(MovieTest, AFrameThatCantBeReadKeepsThePixels) {
+TEST_F(Movie, AFrameThatCantBeReadKeepsThePixels) {
   Bytes bytes = bytesOf(built(-22, 3, {3, 3}, true));
   putLittle(&bytes[4 + (36 + kFrame) + 16], kWidth + 4);  // the second frame tells of another width
   putBytes(folder.file("a.mve"), bytes);

@@ -7,7 +7,7 @@
 
 namespace tarnvisor {
 
-class ImageDocTest : public AppTest {
+class ImageDocument : public AppTest {
  protected:
   void SetUp() override {
     registerStoredClasses();
