@@ -261,16 +261,14 @@ TEST(ScreenTraces, FindTheGreatestOfRowsAsAPlainWalkDoes) {
 }
 
 TEST(ScreenTraces, MapValuesToThePalette) {
-  struct Case {
-    double value, fullscale, offset;
-    int32_t index;
-  } const cases[] = {{0, 500, 0, 0},     {500, 500, 0, 255},   {250, 500, 0, 128},    {1.95, 500, 0, 0},
-                     {1.96, 500, 0, 1},  {-1, 500, 0, 0},      {1e300, 500, 0, 255},  {350, 500, 100, 128},
-                     {100, 500, 100, 0}, {-50, 500, -100, 25}, {kNaN, 500, 0, 0},     {5, 0, 0, 255},
-                     {0, 0, 0, 0},       {-INFINITY, 1, 0, 0}, {INFINITY, 1, 0, 255}, {255.5, 256, 0, 255}};
-  for (const Case& c : cases)
-    EXPECT_EQ(C2DScreenTrace::paletteIndex(c.value, c.fullscale, c.offset), c.index)
-        << c.value << " of " << c.fullscale << " from " << c.offset;
+  const std::tuple<double, double, double, int32_t> cases[] = {
+      {0, 500, 0, 0},     {500, 500, 0, 255},   {250, 500, 0, 128},    {1.95, 500, 0, 0},
+      {1.96, 500, 0, 1},  {-1, 500, 0, 0},      {1e300, 500, 0, 255},  {350, 500, 100, 128},
+      {100, 500, 100, 0}, {-50, 500, -100, 25}, {kNaN, 500, 0, 0},     {5, 0, 0, 255},
+      {0, 0, 0, 0},       {-INFINITY, 1, 0, 0}, {INFINITY, 1, 0, 255}, {255.5, 256, 0, 255}};
+  for (const auto& [value, fullscale, offset, index] : cases)
+    EXPECT_EQ(C2DScreenTrace::paletteIndex(value, fullscale, offset), index)
+        << value << " of " << fullscale << " from " << offset;
 }
 
 // --- drawing

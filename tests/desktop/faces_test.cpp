@@ -173,13 +173,9 @@ TEST_F(Faces, TheRecordBarShowsAndStoresTheProcessState) {
   EXPECT_EQ(settings.getString("directories", "basename", ""), "toe");
   EXPECT_EQ(settings.getInt("Dynamic settings", "direct2disc", 7), 1);
   EXPECT_EQ(settings.getInt("Dynamic settings", "triggermovie", 7), 0);
-  std::vector<int32_t> posted;
-  app->loop.onCommand = [&](int32_t command) { posted.push_back(command); };
-  app->loop.turn();  // what the start posted
-  posted.clear();
+  (void)posted();
   find<QToolButton>(bar, "choose")->click();
-  app->loop.turn();
-  EXPECT_EQ(posted, std::vector<int32_t>{4310});
+  EXPECT_THAT(posted(), ElementsAre(4310));
 }
 
 TEST_F(Faces, TheStatusWindowAsksOnlyWhileItIsToBeSeen) {

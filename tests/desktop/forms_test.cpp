@@ -28,18 +28,18 @@ TEST(FormDialog, SaysBesideTheFieldWhatIsWrongAndTurnsOkOff) {
   Form form("Processing");
   form.add("&maximum area", area, {.low = 10, .high = 400}).add("angle", angle, {.wrong = "Too steep"});
   FormDialog dialog(form, nullptr);
-  struct Case {
-    size_t field;
-    const char* typed;
-    const char* words;
-  };
-  for (const Case& c : {Case{0, "9", "maximum area must be from 10 to 400."}, Case{0, "10", ""},
-                        Case{0, "1.5", "maximum area must be a whole number."},
-                        Case{0, "x", "maximum area: \"x\" is not a number."}, Case{0, "77", ""},
-                        Case{1, "2e", "angle: \"2e\" is not a number."}, Case{1, " -2.5 ", ""}}) {
-    type(line(dialog, c.field), c.typed);
-    EXPECT_EQ(dialog.wrongWords(c.field).toStdString(), c.words);
-    EXPECT_EQ(dialog.okButton()->isEnabled(), *c.words == '\0') << c.typed;
+  const std::tuple<size_t, const char*, const char*> cases[] = {
+      {0, "9", "maximum area must be from 10 to 400."},
+      {0, "10", ""},
+      {0, "1.5", "maximum area must be a whole number."},
+      {0, "x", "maximum area: \"x\" is not a number."},
+      {0, "77", ""},
+      {1, "2e", "angle: \"2e\" is not a number."},
+      {1, " -2.5 ", ""}};
+  for (const auto& [field, typed, words] : cases) {
+    type(line(dialog, field), typed);
+    EXPECT_EQ(dialog.wrongWords(field).toStdString(), words);
+    EXPECT_EQ(dialog.okButton()->isEnabled(), *words == '\0') << typed;
     EXPECT_EQ(area, 60) << "nothing is stored before OK";
   }
   dialog.accept();

@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 
+#include "base/version.h"
 #include "desktop/dialogtest.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
@@ -42,7 +43,7 @@ Answer answered(Buttons buttons, QMessageBox::StandardButton button, QString* ti
 TEST(QtMessages, EachButtonIsItsAnswerAndClosingLosesNothing) {
   QString title;
   EXPECT_EQ(answered(Buttons::Ok, QMessageBox::Ok, &title), Answer::Ok);
-  EXPECT_EQ(title, "Tarnvisor 4.60.0.0");
+  EXPECT_EQ(title, programTitle().c_str());
   EXPECT_EQ(answered(Buttons::YesNoCancel, QMessageBox::Yes), Answer::Yes);
   EXPECT_EQ(answered(Buttons::YesNoCancel, QMessageBox::No), Answer::No);
   EXPECT_EQ(answered(Buttons::YesNoCancel, QMessageBox::NoButton), Answer::Cancel);
@@ -98,7 +99,8 @@ TEST(QtClipboard, APictureIsABitmapWithoutItsFileHeader) {
     uint16_t bits;
     uint32_t colours;
   };
-  for (const Case& c : {Case{QImage::Format_RGB32, 24, 0}, Case{QImage::Format_Grayscale8, 8, 256}}) {
+  const Case cases[] = {{QImage::Format_RGB32, 24, 0}, {QImage::Format_Grayscale8, 8, 256}};
+  for (const Case& c : cases) {
     QImage picture(3, 2, c.format);
     picture.fill(c.bits == 24 ? Qt::red : Qt::gray);
     QGuiApplication::clipboard()->setImage(picture);
@@ -190,13 +192,7 @@ TEST(QtLoop, AModalDialogStopsItUntilItCloses) {
 
 TEST(CommandLine, FilesSwitchesAndOptionsAreToldApart) {
   const std::string here = workingFolder();
-  struct Case {
-    std::vector<std::string> arguments;
-    std::string forApplication;
-    std::vector<std::string> others;
-    int exitCode;
-  };
-  const Case cases[] = {
+  const std::tuple<std::vector<std::string>, std::string, std::vector<std::string>, int> cases[] = {
       {{}, "", {}, -1},
       {{"/d/a.tv1"}, "/d/a.tv1", {}, -1},
       {{"a.tv1", "b.rst"}, here + "a.tv1", {here + "b.rst"}, -1},
@@ -209,12 +205,12 @@ TEST(CommandLine, FilesSwitchesAndOptionsAreToldApart) {
       {{"--data"}, "", {}, 2},
       {{"--nonsense"}, "", {}, 2},
   };
-  for (const Case& c : cases) {
-    const CommandLine line = parseCommandLine(c.arguments);
-    EXPECT_EQ(line.forApplication, c.forApplication);
-    EXPECT_EQ(line.exitCode, c.exitCode);
-    EXPECT_EQ(line.otherFiles, c.others);
-    EXPECT_EQ(line.message.empty(), c.exitCode < 0);
+  for (const auto& [arguments, forApplication, others, exitCode] : cases) {
+    const CommandLine line = parseCommandLine(arguments);
+    EXPECT_EQ(line.forApplication, forApplication);
+    EXPECT_EQ(line.exitCode, exitCode);
+    EXPECT_EQ(line.otherFiles, others);
+    EXPECT_EQ(line.message.empty(), exitCode < 0);
   }
   EXPECT_EQ(parseCommandLine({"--data", "demo"}).dataFolder, here + "demo");
 }

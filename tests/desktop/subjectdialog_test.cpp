@@ -95,27 +95,24 @@ TEST_F(SubjectEntry, AddsAnIdAndKeepsWhatWasTypedBefore) {
 }
 
 TEST_F(SubjectEntry, AsksBeforeChangedDetailsAreLeft) {
-  struct Case {
-    Answer answer;
-    bool stays;
-    const char* kept;
-  };
-  for (const Case& c : {Case{Answer::Cancel, true, "name of S-17"}, Case{Answer::No, false, "name of S-17"},
-                        Case{Answer::Yes, false, "name of S-17 changed"}}) {
+  const std::tuple<Answer, bool, const char*> cases[] = {{Answer::Cancel, true, "name of S-17"},
+                                                         {Answer::No, false, "name of S-17"},
+                                                         {Answer::Yes, false, "name of S-17 changed"}};
+  for (const auto& [answer, stays, kept] : cases) {
     for (const bool byButton : {true, false}) {
       app->db->updateSubject("S-17", "name of S-17", "surname", "");
       exams->selectSubject("S-17", "");
       open();
       QTest::keyClicks(name, " changed");
-      host.answers.push_back(c.answer);
+      host.answers.push_back(answer);
       if (byButton)
         click(*window, "View Examinations");
       else
         QTest::keyClick(window.get(), Qt::Key_Escape);
       EXPECT_EQ(host.messages.back(), "Save changes to the details?");
-      EXPECT_EQ(window->isVisible(), c.stays);
-      EXPECT_EQ(nameOf("S-17"), c.kept);
-      if (c.stays) {
+      EXPECT_EQ(window->isVisible(), stays);
+      EXPECT_EQ(nameOf("S-17"), kept);
+      if (stays) {
         EXPECT_EQ(name->text(), "name of S-17 changed");
       }
       name = surname = nullptr;
@@ -265,14 +262,10 @@ TEST_F(ExamChoice, SelectsAnExamAndOpensItsResults) {
   QTest::keyClick(results, Qt::Key_Return);
   EXPECT_NE(image(), nullptr);
 
-  std::vector<int32_t> posted;
-  app->loop.onCommand = [&](int32_t command) { posted.push_back(command); };
-  app->loop.turn();  // what the start posted
-  posted.clear();
+  (void)posted();
   click(*window, "Select Subject");
   click(*window, "Close All");
-  app->loop.turn();
-  EXPECT_EQ(posted, (std::vector<int32_t>{32982, 32802}));
+  EXPECT_THAT(posted(), ElementsAre(32982, 32802));
   QTest::keyClick(window, Qt::Key_Escape);
   EXPECT_FALSE(frame.examFace->isOpen());
 }

@@ -12,28 +12,24 @@ namespace tarnvisor {
 namespace {
 
 TEST_F(ImageDocument, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocument) {
-  struct Case {
-    const char* command;
-    std::vector<std::pair<std::string, std::string>> answers;
-    const char* words;
-  };
-  const Case cases[] = {{"Equalise", {}, "Equalise"},
-                        {"Negative", {}, "Invert"},
-                        {"High pass filter", {{"window", "9"}}, "High pass (9x9)"},
-                        {"Low pass filter", {{"window", "5"}}, "High pass (5x5)"},  // the high pass's words
-                        {"Blur", {{"sigma", "1.5"}}, "blur sigma 1.5"},
-                        {"Laplacian filter", {}, "Laplacian"},
-                        {"Custom Filter", {{"custom4", "3"}, {"factor", "0.5"}}, "custom filter"},
-                        {"Modified Laplacian", {}, "ML"},
-                        {"Sum Modified Lapalacian", {{"window", "3"}}, "SML w=3\r\n"},
-                        {"L3", {}, "L3"},
-                        {"U3", {}, "U3"},
-                        {"MLULU", {}, "MLULU"},
-                        {"Min3x3", {}, "min3x3"},
-                        {"Adjust brightness/contrast", {{"gain", "20"}}, "(x 1.00 +   0.0)"},
-                        {"Threshold", {{"threshold", "100"}}, "simple threshold"},
-                        {"apex filter", {}, "filter apex "}};
-  for (const Case& c : cases) {
+  const std::tuple<const char*, std::vector<std::pair<std::string, std::string>>, const char*> cases[] = {
+      {"Equalise", {}, "Equalise"},
+      {"Negative", {}, "Invert"},
+      {"High pass filter", {{"window", "9"}}, "High pass (9x9)"},
+      {"Low pass filter", {{"window", "5"}}, "High pass (5x5)"},  // the high pass's words
+      {"Blur", {{"sigma", "1.5"}}, "blur sigma 1.5"},
+      {"Laplacian filter", {}, "Laplacian"},
+      {"Custom Filter", {{"custom4", "3"}, {"factor", "0.5"}}, "custom filter"},
+      {"Modified Laplacian", {}, "ML"},
+      {"Sum Modified Lapalacian", {{"window", "3"}}, "SML w=3\r\n"},
+      {"L3", {}, "L3"},
+      {"U3", {}, "U3"},
+      {"MLULU", {}, "MLULU"},
+      {"Min3x3", {}, "min3x3"},
+      {"Adjust brightness/contrast", {{"gain", "20"}}, "(x 1.00 +   0.0)"},
+      {"Threshold", {{"threshold", "100"}}, "simple threshold"},
+      {"apex filter", {}, "filter apex "}};
+  for (const auto& [command, answers, words] : cases) {
     for (const bool region : {false, true}) {
       ZBasicDoc& d = makeImage(40, 32);
       if (region) d.roi = {8, 8, 32, 30};
@@ -41,22 +37,21 @@ TEST_F(ImageDocument, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocum
       d.setModified(false);
       d.notes = "+";
       const std::vector<uint8_t> before = pixelsOf(*d.theImage());
-      if (!c.answers.empty()) host.fill(c.answers);
-      run(c.command);
-      EXPECT_EQ(d.notes, std::string("+") + c.words + (region ? " ROI (8,8)-(32,30).\r\n" : "\r\n"))
-          << c.command;
-      EXPECT_EQ(d.imagedirty, 1) << c.command;
-      EXPECT_TRUE(d.isModified()) << c.command;
-      EXPECT_EQ(pixelsOf(*d.undoimage), before) << c.command;
-      const bool changes = std::string(c.command) != "MLULU" && std::string(c.words).rfind("(x", 0) != 0;
-      EXPECT_EQ(pixelsOf(*d.theImage()) != before, changes) << c.command;
+      if (!answers.empty()) host.fill(answers);
+      run(command);
+      EXPECT_EQ(d.notes, std::string("+") + words + (region ? " ROI (8,8)-(32,30).\r\n" : "\r\n")) << command;
+      EXPECT_EQ(d.imagedirty, 1) << command;
+      EXPECT_TRUE(d.isModified()) << command;
+      EXPECT_EQ(pixelsOf(*d.undoimage), before) << command;
+      const bool changes = std::string(command) != "MLULU" && std::string(words).rfind("(x", 0) != 0;
+      EXPECT_EQ(pixelsOf(*d.theImage()) != before, changes) << command;
       EXPECT_EQ(d.theImage()->pixelAt(2, 2), region ? before[2 * 40 + 2] : d.theImage()->pixelAt(2, 2))
-          << c.command << " works outside the ROI";
+          << command << " works outside the ROI";
       const std::vector<uint8_t> after = pixelsOf(*d.theImage());
       run("Undo");
-      EXPECT_EQ(pixelsOf(*d.theImage()), before) << c.command;
+      EXPECT_EQ(pixelsOf(*d.theImage()), before) << command;
       run("Redo");
-      EXPECT_EQ(pixelsOf(*d.theImage()), after) << c.command;
+      EXPECT_EQ(pixelsOf(*d.theImage()), after) << command;
       EXPECT_THAT(d.notes, EndsWith("undo\r\nundo\r\n"));
       process.imageTemplate->discard(d);
     }
@@ -247,18 +242,6 @@ TEST_F(ImageDocument, AreasThatAreTrimmedMeasureTheSameWhenReopened) {
   EXPECT_EQ(d.currentDims().totalArea(1, 1), area);
   reopen("trimmed.tv1");
   EXPECT_EQ(image()->currentDims().totalArea(1, 1), area);
-}
-
-TEST_F(ImageDocument, ACircularRoiIsASquareWithCutCorners) {
-  ZBasicDoc& d = makeImage(100, 100);
-  d.roi = {10, 20, 51, 40};
-  EXPECT_EQ(d.roiArea(), 41.0 * 20);
-  run("Make ROI circular");
-  EXPECT_EQ(d.roicircle, (Rect{0, 0, 1, 1}));
-  EXPECT_EQ(d.roi, (Rect{20, 20, 40, 40}));
-  EXPECT_DOUBLE_EQ(d.roiArea(), 400 * 0.7853981633974483);
-  run("Make ROI circular");
-  EXPECT_FALSE(d.hasCircularRoi());
 }
 
 TEST_F(ImageDocument, DisplayLimitsStayApartAndInRange) {

@@ -7,6 +7,7 @@
 #include "imagedoc/texts.h"
 #include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"
+#include "traces/tracetests.h"
 
 namespace tarnvisor {
 namespace {
@@ -109,11 +110,7 @@ class Charts : public ImageDocument {
   static ZliveChartDoc* chart(LevelChart kind) {
     return findLiveChart(kind == LevelChart::Profile ? "Grey level profile" : "Histogram");
   }
-  static std::vector<double> valuesOf(const ZliveChartDoc& chart) {
-    std::vector<double> values(chart.firsttrace()->size());
-    (void)chart.firsttrace()->data->getcopy(values.data(), 0, chart.firsttrace()->size());
-    return values;
-  }
+  static std::vector<double> valuesOf(const ZliveChartDoc& chart) { return samplesOf(*chart.firsttrace()); }
   static std::vector<std::string> paneTexts(const CDocument& d) {
     std::vector<std::string> all;
     for (const StatusPane& pane : d.views().front()->panes()) all.push_back(pane.text);

@@ -3,6 +3,7 @@
 #include "charts/livechartdoc.h"
 #include "imagedoc/levelchart.h"
 #include "imagedoc/viewtest.h"
+#include "traces/tracetests.h"
 
 namespace tarnvisor {
 namespace {
@@ -10,16 +11,10 @@ namespace {
 TEST_F(ImageView, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);
-  const std::pair<int32_t, const char*> tools[] = {{4, "Pan image"},       {5, "ROI"},
-                                                   {7, "Origin"},          {8, "Counting"},
-                                                   {9, "Dimension Lines"}, {10, "Dimension polyline"},
-                                                   {12, "Crosshair"},      {11, "Freehand dimension lines"},
-                                                   {13, "Circle"},         {14, "Irregular polygon"},
-                                                   {15, "Freehand area"},  {16, "trace capillaries"},
-                                                   {18, "Edit dust mask"}};
-  for (const auto& [number, name] : tools) {
+  for (const char* name : {"Pan image", "ROI", "Origin", "Counting", "Dimension Lines", "Dimension polyline",
+                           "Crosshair", "Freehand dimension lines", "Circle", "Irregular polygon",
+                           "Freehand area", "trace capillaries", "Edit dust mask"}) {
     run(name);
-    EXPECT_EQ(tool, number) << name;
     EXPECT_TRUE(isTicked(name)) << name;
     view->selected = view->secondselected = 0;
     run(name);
@@ -32,10 +27,7 @@ TEST_F(ImageView, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
 }
 
 TEST_F(ImageView, EachDrawingToolAddsItsKindOfDimension) {
-  struct Case {
-    const char *command, *script, *state;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"Counting", "click 20,30 60,35", "tool8 L20,30 *L60,35"},
       {"Dimension Lines", "click 20,30 move 50,50", "tool9 drag1 *L20,30"},
       {"Dimension Lines", "click 20,30 60,35", "tool9 *L20,30 60,35"},
@@ -53,14 +45,14 @@ TEST_F(ImageView, EachDrawingToolAddsItsKindOfDimension) {
       {"Irregular polygon", "click 2,3 60,35 5,9 Escape", "tool14 *P2,3 60,35 5,9 2,3"},
       {"Freehand dimension lines", "down 2,3 move 4,5 6,7 up 6,7 move 9,9", "tool11 *L2,3 4,5 6,7"},
       {"Freehand area", "down 2,3 move 4,5 6,7 up 6,9", "tool15 *P2,3 4,5 6,7 6,9 2,3"}};
-  for (const Case& c : cases) {
+  for (const auto& [command, script, expectedState] : cases) {
     ZBasicDoc& d = show();
-    run(c.command);
-    (void)play(c.script);
-    EXPECT_EQ(state(), c.state) << c.command << ": " << c.script;
-    EXPECT_TRUE(d.isModified()) << c.command;
-    EXPECT_FALSE(site.captured) << c.command;
-    run(c.command);
+    run(command);
+    (void)play(script);
+    EXPECT_EQ(state(), expectedState) << command << ": " << script;
+    EXPECT_TRUE(d.isModified()) << command;
+    EXPECT_FALSE(site.captured) << command;
+    run(command);
   }
 }
 
@@ -314,12 +306,7 @@ TEST_F(ImageView, TheGreyLevelProfileFollowsALineWhileItIsDrawnOrDragged) {
   (void)d.addPointToDimension(0, {13, 50});
   showGreyLevelProfile(d, 0);
   app->documents.activate(d);
-  const auto shown = [] {
-    const ZZTrace* trace = findLiveChart("Grey level profile")->firsttrace();
-    std::vector<double> values(trace->size());
-    (void)trace->data->getcopy(values.data(), 0, trace->size());
-    return values;
-  };
+  const auto shown = [] { return samplesOf(*findLiveChart("Grey level profile")->firsttrace()); };
   EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 90, 30));
   play("down 11,50 move 11,60");  // the button is still held
   EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 30, 30));

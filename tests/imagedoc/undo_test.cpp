@@ -1,6 +1,5 @@
 // Undo and Redo of the image document: all that a command changed.
 
-#include "results/resultdoc.h"
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {

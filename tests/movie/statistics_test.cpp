@@ -62,14 +62,11 @@ class MovieStatistics : public Movie {
 TEST_F(MovieStatistics, TheExtentsHoldEveryFrame) {
   CZZMovie movie;
   make(movie, "", kMoved);
-  const struct {
-    int32_t first, last;
-    int64_t width, height, x, y;
-  } cases[] = {{-1, -1, 67, 60, -3, -6}, {0, 2, 29, 54, 0, 0}, {4, 5, 24, 50, 40, -6}, {3, 3, 0, 0, 0, 0}};
-  for (const auto& c : cases) {
-    const CZZMovie::Extents e = movie.frameExtents(c.first, c.last);
-    EXPECT_THAT((std::array{e.width, e.height, e.x, e.y}), ElementsAre(c.width, c.height, c.x, c.y))
-        << c.first;
+  const std::tuple<int32_t, int32_t, int64_t, int64_t, int64_t, int64_t> cases[] = {
+      {-1, -1, 67, 60, -3, -6}, {0, 2, 29, 54, 0, 0}, {4, 5, 24, 50, 40, -6}, {3, 3, 0, 0, 0, 0}};
+  for (const auto& [first, last, width, height, x, y] : cases) {
+    const CZZMovie::Extents e = movie.frameExtents(first, last);
+    EXPECT_THAT((std::array{e.width, e.height, e.x, e.y}), ElementsAre(width, height, x, y)) << first;
   }
   CZZimage image;
   EXPECT_FALSE(movie.averageInto(image, 3, 3));

@@ -11,48 +11,40 @@ namespace {
 
 TEST_F(Movie, ARecordingHasTheseBytes) {
   source.draw = [](CZZimage& image, int32_t number) { image.fill(static_cast<uint8_t>(0xa0 + number)); };
-  const struct {
-    int32_t slots, frames;
-    Bytes pixels;
-    uint8_t count, oldest;
-  } cases[] = {{5, 2, {0xa0, 0xa1}, 2, 2}, {2, 2, {0xa0, 0xa1}, 2, 0}, {2, 3, {0xa2, 0xa1}, 2, 1}};
-  for (const auto& c : cases) {
+  const std::tuple<int32_t, int32_t, Bytes, uint8_t, uint8_t> cases[] = {
+      {5, 2, {0xa0, 0xa1}, 2, 2}, {2, 2, {0xa0, 0xa1}, 2, 0}, {2, 3, {0xa2, 0xa1}, 2, 1}};
+  for (const auto& [slots, frames, pixels, count, oldest] : cases) {
     CZZMovie movie;
-    fill(movie, "a.mve", c.slots, c.frames, true, 4, 2);
+    fill(movie, "a.mve", slots, frames, true, 4, 2);
     Bytes expected = {0xe9, 0xff, 0xff, 0xff, 0xfe, 0xff, 0xff, 0xff, 36, 0, 0, 0, 0xff, 0xff, 0xff, 0xff,
                       0,    0,    0,    0,    4,    0,    0,    0,    2,  0, 0, 0, 0,    0,    0,    0};
     expected.resize(kStart);  // origin and colours
-    for (const uint8_t level : c.pixels) expected.insert(expected.end(), 8, level);
-    for (const uint8_t word : {c.count, c.oldest}) expected.insert(expected.end(), {word, 0, 0, 0});
-    EXPECT_EQ(bytesOf(folder.file("a.mve")), expected) << c.frames;
+    for (const uint8_t level : pixels) expected.insert(expected.end(), 8, level);
+    for (const uint8_t word : {count, oldest}) expected.insert(expected.end(), {word, 0, 0, 0});
+    EXPECT_EQ(bytesOf(folder.file("a.mve")), expected) << frames;
   }
 }
 
 TEST_F(Movie, ReadsTheFormThatIsWrittenAndBothOlderOnes) {
-  const struct {
-    int32_t word;
-    Numbers trailer;
-    bool headers;
-    Numbers numbers;
-  } cases[] = {
+  const std::tuple<int32_t, Numbers, bool, Numbers> cases[] = {
       {-23, {3, 3}, false, {0, 1, 2}}, {-23, {3, 1}, false, {1, 2, 0}}, {-23, {3, 0}, false, {0, 1, 2}},
       {-24, {3, 2}, false, {2, 0, 1}}, {-22, {3, 1}, true, {1, 2, 0}},  {-1, {3, 3}, true, {0, 1, 2}},
       {7, {}, true, {0, 1, 2}},        {2, {}, true, {0, 1}},           {0, {}, true, {}}};
-  for (const auto& c : cases) {
+  for (const auto& [word, trailer, headers, numbers] : cases) {
     CZZMovie movie;
-    ASSERT_EQ(movie.open(built(c.word, 3, c.trailer, c.headers, c.headers ? 2 : 0)), !c.numbers.empty());
-    EXPECT_EQ(movie.mode, c.numbers.empty() ? CZZMovie::kClosed : CZZMovie::kFile);
-    EXPECT_EQ(movie.recoveredFrames(), 0) << c.word;
+    ASSERT_EQ(movie.open(built(word, 3, trailer, headers, headers ? 2 : 0)), !numbers.empty());
+    EXPECT_EQ(movie.mode, numbers.empty() ? CZZMovie::kClosed : CZZMovie::kFile);
+    EXPECT_EQ(movie.recoveredFrames(), 0) << word;
     EXPECT_EQ((Numbers{movie.rate, movie.scale, movie.shared}), (Numbers{1, 1, 1}));
-    ASSERT_EQ(movie.count, static_cast<int32_t>(c.numbers.size()));
+    ASSERT_EQ(movie.count, static_cast<int32_t>(numbers.size()));
     for (int32_t i = 0; i < movie.count; ++i) {
-      const int32_t slot = c.numbers[static_cast<size_t>(i)];
+      const int32_t slot = numbers[static_cast<size_t>(i)];
       const CZZimage& image = movie.frameAt(i);
       EXPECT_EQ(image.row(0)[0], slot);
-      EXPECT_EQ(image.frameNumber, c.headers ? 50 + slot : 2 * slot) << c.word;  // unknown: twice the slot
-      EXPECT_EQ(image.xOrigin, c.headers ? slot : 0);
-      EXPECT_EQ(image.yOrigin, c.headers ? -slot : 0);
-      EXPECT_EQ(movie.recordOf(i).yOrigin, c.headers ? -2 * slot : 0);  // a field's counts double
+      EXPECT_EQ(image.frameNumber, headers ? 50 + slot : 2 * slot) << word;  // unknown: twice the slot
+      EXPECT_EQ(image.xOrigin, headers ? slot : 0);
+      EXPECT_EQ(image.yOrigin, headers ? -slot : 0);
+      EXPECT_EQ(movie.recordOf(i).yOrigin, headers ? -2 * slot : 0);  // a field's counts double
     }
   }
 }
