@@ -84,16 +84,14 @@ TEST(Segment, ARegionInRowZeroIsReachedOnlyFromItsOwnRun) {
 
 TEST(Segment, HolesAreFilledOnlyBehindWallsThatTheLookedAtAreaHolds) {
   // The hole is closed only if the wall to its right is three pixels thick and the one below two.
-  const struct {
-    std::vector<std::string> rows;
-    int64_t area;
-  } cases[] = {{{".........", ".######..", ".#..###..", ".######..", ".######..", "........."}, 24},
-               {{".........", ".#####...", ".#..##...", ".#####...", ".#####...", "........."}, 18},
-               {{".........", ".######..", ".#..###..", ".######..", "........."}, 16}};
-  for (const auto& c : cases) {
-    const auto found = segmented(plain::drawn(c.rows), 1, 100);
+  const std::pair<std::vector<std::string>, int64_t> cases[] = {
+      {{".........", ".######..", ".#..###..", ".######..", ".######..", "........."}, 24},
+      {{".........", ".#####...", ".#..##...", ".#####...", ".#####...", "........."}, 18},
+      {{".........", ".######..", ".#..###..", ".######..", "........."}, 16}};
+  for (const auto& [rows, area] : cases) {
+    const auto found = segmented(plain::drawn(rows), 1, 100);
     ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(found[0].area, c.area);
+    EXPECT_EQ(found[0].area, area);
   }
 }
 
@@ -176,11 +174,6 @@ TEST(CapillaryCircle, LiesAcrossUnlessItWouldLeaveTheLeftEdge) {
   EXPECT_EQ(capillaryCircle(area, 50.7, 40.9), (std::array<Point, 2>{Point{40, 40}, Point{60, 40}}));
   EXPECT_EQ(capillaryCircle(area, 6.2, 40.9), (std::array<Point, 2>{Point{6, 30}, Point{6, 50}}));
   EXPECT_EQ(capillaryCircle(area, 6.2, 3.0), (std::array<Point, 2>{Point{6, 0}, Point{6, 20}}));
-}
-
-TEST(DensityText, GivesCountPerAreaAndTheArea) {
-  EXPECT_EQ(densityText(12, 2e6), "  6.000, capillary density,   2.000, area");
-  EXPECT_EQ(densityText(0, 2e6), "  0.000, capillary density,   2.000, area");
 }
 
 // Dark round spots on a bright, unevenly lit, noisy ground.

@@ -79,12 +79,7 @@ TEST(Trace, TheWindowIsSquareHalfOpenAndCutAtTheSides) {
   const CZZimage frame(200, 100);
   const CZZimage field(200, 100, -1, 1);
   const Rect whole{0, 0, 200, 100};
-  const struct {
-    const CZZimage& image;
-    Point at;
-    int32_t window;
-    Rect expected;
-  } cases[] = {
+  const std::tuple<const CZZimage&, Point, int32_t, Rect> cases[] = {
       {frame, {60, 50}, 40, {40, 30, 80, 70}},
       {frame, {60, 50}, 41, {40, 30, 80, 70}},
       {frame, {60, 50}, -40, {40, 30, 80, 70}},
@@ -95,7 +90,8 @@ TEST(Trace, TheWindowIsSquareHalfOpenAndCutAtTheSides) {
       {frame, {60, 50}, INT32_MIN, whole},
       {field, {60, 25}, 40, {40, 15, 80, 35}},
   };
-  for (const auto& c : cases) EXPECT_EQ(traceWindow(c.image, c.at, c.window), c.expected) << c.window;
+  for (const auto& [image, at, window, expected] : cases)
+    EXPECT_EQ(traceWindow(image, at, window), expected) << window;
 }
 
 TEST(Trace, IsTheWalkWithEachWindowCountedFromNothing) {

@@ -43,15 +43,13 @@ TEST(Voronoi, OutputThatIsCutOffOrDamagedGivesNothing) {
 
 TEST(Voronoi, APointIsInTheRectangleHalfOpenAndInTheCircleWithItsEdge) {
   const Rect r{10, 10, 31, 50};  // centre 20, 30; radius 10.5
-  const struct {
-    Point point;
-    bool inRectangle, inCircle;
-  } cases[] = {{{20, 30}, true, true},   {{10, 10}, true, false},  {{30, 49}, true, false},
-               {{31, 30}, false, false}, {{20, 50}, false, false}, {{9, 30}, false, false},
-               {{10, 30}, true, true},   {{30, 33}, true, true},   {{30, 34}, true, false}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(isInRegionOfInterest(c.point, r, false), c.inRectangle) << c.point.x << "," << c.point.y;
-    EXPECT_EQ(isInRegionOfInterest(c.point, r, true), c.inCircle) << c.point.x << "," << c.point.y;
+  const std::tuple<Point, bool, bool> cases[] = {
+      {{20, 30}, true, true},   {{10, 10}, true, false},  {{30, 49}, true, false},
+      {{31, 30}, false, false}, {{20, 50}, false, false}, {{9, 30}, false, false},
+      {{10, 30}, true, true},   {{30, 33}, true, true},   {{30, 34}, true, false}};
+  for (const auto& [point, inRectangle, inCircle] : cases) {
+    EXPECT_EQ(isInRegionOfInterest(point, r, false), inRectangle) << point.x << "," << point.y;
+    EXPECT_EQ(isInRegionOfInterest(point, r, true), inCircle) << point.x << "," << point.y;
   }
   EXPECT_TRUE(isInRegionOfInterest({10, 20}, {10, 10, 30, 30}, true)) << "just on the edge";
 }

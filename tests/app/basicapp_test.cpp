@@ -136,21 +136,16 @@ TEST_F(BasicApp, OpensAFileWithTheFirstRowThatMatches) {
 TEST_F(BasicApp, PostsWhatTheCommandLineAsksFor) {
   PlainDocument written;
   ASSERT_TRUE(written.onSaveDocument(folder.file("x.tv1")));
-  struct Case {
-    std::string line;
-    std::vector<int32_t> posted;
-    int32_t quiet;
-    bool opens;
-  };
-  const Case cases[] = {{"", {cmd::SelectSubject}, 0, false},
-                        {folder.file("x.tv1"), {}, 0, true},
-                        {"/a " + folder.file("x.tv1"), {33064, cmd::AppExit}, 1, true},
-                        {"/m " + folder.file("x.tv1"), {33110}, 1, true},
-                        {"/P " + folder.file("x.tv1"), {33076}, 1, true},
-                        {"/x " + folder.file("x.tv1"), {}, 1, true}};
+  const std::tuple<std::string, std::vector<int32_t>, int32_t, bool> cases[] = {
+      {"", {cmd::SelectSubject}, 0, false},
+      {folder.file("x.tv1"), {}, 0, true},
+      {"/a " + folder.file("x.tv1"), {33064, cmd::AppExit}, 1, true},
+      {"/m " + folder.file("x.tv1"), {33110}, 1, true},
+      {"/P " + folder.file("x.tv1"), {33076}, 1, true},
+      {"/x " + folder.file("x.tv1"), {}, 1, true}};
   options.dataFolder = folder.file("data");
-  for (const Case& c : cases) {
-    options.commandLine = c.line;
+  for (const auto& [line, expectedPosted, quiet, opens] : cases) {
+    options.commandLine = line;
     ASSERT_TRUE(start());
     std::vector<int32_t> posted;
     app->loop.onCommand = [&](int32_t id) { posted.push_back(id); };
@@ -159,12 +154,12 @@ TEST_F(BasicApp, PostsWhatTheCommandLineAsksFor) {
       return false;
     };
     EXPECT_FALSE(app->loop.turn());
-    auto expected = c.posted;
+    auto expected = expectedPosted;
     expected.push_back(-1);  // the first idle pass comes behind all that was posted
-    EXPECT_EQ(posted, expected) << c.line;
-    EXPECT_EQ(process.quietMode, c.quiet) << c.line;
-    EXPECT_EQ(process.batchMode, c.quiet) << c.line;
-    EXPECT_EQ(app->documents.active() != nullptr, c.opens) << c.line;
+    EXPECT_EQ(posted, expected) << line;
+    EXPECT_EQ(process.quietMode, quiet) << line;
+    EXPECT_EQ(process.batchMode, quiet) << line;
+    EXPECT_EQ(app->documents.active() != nullptr, opens) << line;
     stop();
   }
 }
@@ -299,11 +294,7 @@ TEST_F(BasicApp, TheIdlePassDrivesTheCamera) {
   camera.running = false;
   EXPECT_FALSE(app->onIdle(1));
   EXPECT_THAT(camera.events, ElementsAre("redraw", "frames 5 at 5", "frames 1 at 3"));
-  std::vector<int32_t> posted;
-  app->loop.onCommand = [&](int32_t id) { posted.push_back(id); };
-  app->loop.onIdle = nullptr;
-  app->loop.turn();
-  EXPECT_THAT(posted, ElementsAre(33033, 33033));
+  EXPECT_THAT(posted(), ElementsAre(33033, 33033));
 }
 
 TEST_F(BasicApp, TheIdlePassReadsTheVelocityInput) {
@@ -356,7 +347,7 @@ TEST_F(BasicApp, TwoLoadMessagesGoToTheSameView) {
   EXPECT_EQ(app->documents.documents().size(), 1u);
 }
 
-TEST(InstanceLinkTest, CarriesPathsOfUpTo259CharactersToThisUserOnly) {
+TEST(InstanceLink, CarriesPathsOfUpTo259CharactersToThisUserOnly) {
   const TempFolder run;
   ASSERT_EQ(::chmod(run.path().c_str(), 0700), 0);
   ::setenv("XDG_RUNTIME_DIR", run.path().c_str(), 1);

@@ -283,10 +283,7 @@ TEST_F(ArchiveObjects, NumbersFrom32767OnTakeTheBigTag) {
 }
 
 TEST_F(ArchiveObjects, DamagedReferencesAreRefusedInWords) {
-  const struct {
-    Bytes bytes;
-    const char* words;
-  } cases[] = {
+  const std::pair<Bytes, const char*> cases[] = {
       {{0xFF, 0xFF, 1, 0, 3, 0, 'X', 7, '%'}, "unknown class \"X?%\""},
       {{0xFF, 0xFF, 2, 0, 4, 0, 'L', 'e', 'a', 'f', 0}, "class \"Leaf\" has schema 2 instead of 3"},
       {{0xFF, 0xFF, 3, 0, 9, 0, 'L'}, "the file ends too early"},
@@ -299,9 +296,9 @@ TEST_F(ArchiveObjects, DamagedReferencesAreRefusedInWords) {
       {branchRecord + leafRecord + Bytes{7}, "a \"Branch\" stands where a \"Leaf\" belongs"},
   };
   const ArchiveClass other{"Leaf", 3, nullptr, nullptr};  // not the registered one
-  for (const auto& c : cases) {
-    const ArchiveClass* expected = c.words[0] == 'a' ? &other : nullptr;
-    EXPECT_EQ(refusal(c.bytes, [&](Archive& a) { a.readObject(expected); }), c.words);
+  for (const auto& [bytes, words] : cases) {
+    const ArchiveClass* expected = words[0] == 'a' ? &other : nullptr;
+    EXPECT_EQ(refusal(bytes, [&](Archive& a) { a.readObject(expected); }), words);
   }
 }
 

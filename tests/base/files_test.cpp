@@ -11,23 +11,21 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(Paths, AreTakenApartAtEitherSeparator) {
-  struct Case {
-    const char *path, *folder, *name, *extension, *without;
-  };
-  const Case cases[] = {{"", "", "", "", ""},
-                        {"x.tv1", "", "x.tv1", "tv1", "x"},
-                        {"/a/b.c/x.tv1", "/a/b.c/", "x.tv1", "tv1", "/a/b.c/x"},
-                        {"/a/b.c/x", "/a/b.c/", "x", "", "/a/b.c/x"},
-                        {"C:\\a\\x.Y.z", "C:\\a\\", "x.Y.z", "z", "C:\\a\\x.Y"},
-                        {"C:\\a.b\\x", "C:\\a.b\\", "x", "", "C:\\a.b\\x"},
-                        {"/a\\b/c\\x.", "/a\\b/c\\", "x.", "", "/a\\b/c\\x"},
-                        {"/a/", "/a/", "", "", "/a/"},
-                        {"/a/.ini", "/a/", ".ini", "ini", "/a/"}};
-  for (const Case& c : cases) {
-    EXPECT_EQ(folderOf(c.path), c.folder) << c.path;
-    EXPECT_EQ(fileNameOf(c.path), c.name) << c.path;
-    EXPECT_EQ(extensionOf(c.path), c.extension) << c.path;
-    EXPECT_EQ(withoutExtension(c.path), c.without) << c.path;
+  const std::tuple<const char*, const char*, const char*, const char*, const char*> cases[] = {
+      {"", "", "", "", ""},
+      {"x.tv1", "", "x.tv1", "tv1", "x"},
+      {"/a/b.c/x.tv1", "/a/b.c/", "x.tv1", "tv1", "/a/b.c/x"},
+      {"/a/b.c/x", "/a/b.c/", "x", "", "/a/b.c/x"},
+      {"C:\\a\\x.Y.z", "C:\\a\\", "x.Y.z", "z", "C:\\a\\x.Y"},
+      {"C:\\a.b\\x", "C:\\a.b\\", "x", "", "C:\\a.b\\x"},
+      {"/a\\b/c\\x.", "/a\\b/c\\", "x.", "", "/a\\b/c\\x"},
+      {"/a/", "/a/", "", "", "/a/"},
+      {"/a/.ini", "/a/", ".ini", "ini", "/a/"}};
+  for (const auto& [path, folder, name, extension, without] : cases) {
+    EXPECT_EQ(folderOf(path), folder) << path;
+    EXPECT_EQ(fileNameOf(path), name) << path;
+    EXPECT_EQ(extensionOf(path), extension) << path;
+    EXPECT_EQ(withoutExtension(path), without) << path;
   }
   EXPECT_EQ(withSeparator("/a"), "/a/");
   EXPECT_EQ(withSeparator("/b/"), "/b/");

@@ -55,23 +55,18 @@ TEST(Values, RectanglesOfHostileSidesDontOverflow) {
 }
 
 TEST(Clock, TellsLocalTimeInEnglish) {
-  struct Case {
-    const char* zone;
-    int64_t seconds;
-    const char *text, *log;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, int64_t, const char*, const char*> cases[] = {
       {"UTC0", 795184889, "Tuesday, March 14, 1995, 12:41:29", "Tue Mar 14 12:41:29 1995\n"},
       {"UTC0", 0, "Thursday, January 01, 1970, 00:00:00", "Thu Jan  1 00:00:00 1970\n"},
       {"EST5", 0, "Wednesday, December 31, 1969, 19:00:00", "Wed Dec 31 19:00:00 1969\n"},
       {"CET-1CEST,M3.5.0,M10.5.0/3", 1751500799, "Thursday, July 03, 2025, 01:59:59",
        "Thu Jul  3 01:59:59 2025\n"},
       {"UTC0", 4102444800, "Friday, January 01, 2100, 00:00:00", "Fri Jan  1 00:00:00 2100\n"}};
-  for (const Case& c : cases) {
-    ::setenv("TZ", c.zone, 1);
+  for (const auto& [zone, seconds, text, log] : cases) {
+    ::setenv("TZ", zone, 1);
     ::tzset();
-    EXPECT_EQ(longDateTime(c.seconds), c.text) << c.zone;
-    EXPECT_EQ(ascTime(c.seconds), c.log) << c.zone;
+    EXPECT_EQ(longDateTime(seconds), text) << zone;
+    EXPECT_EQ(ascTime(seconds), log) << zone;
   }
   ::unsetenv("TZ");
   ::tzset();

@@ -94,7 +94,7 @@ TEST_F(Runner, DrawsTheWindowAndThePage) {
   EXPECT_EQ(picture.width, 1280);
   EXPECT_EQ(picture.height, 1024);
   const uint8_t* corner = picture.row(80) + 3 * 100;
-  EXPECT_TRUE(corner[0] == 0 && corner[1] == 255 && corner[2] == 255) << "the region's yellow outline";
+  EXPECT_THAT(std::span(corner, 3), ElementsAre(0, 255, 255)) << "the region's yellow outline";
   EXPECT_TRUE(run("command \"Print...\" $a.pdf").ok);
   EXPECT_EQ(readWholeText(folder.file("a.pdf")).value_or("").substr(0, 4), "%PDF");
   EXPECT_TRUE(run("command \"Calculate average of selection\"\ncommand Histogram\nsnapshot $b.png").ok);

@@ -1,6 +1,6 @@
 #include "batch/script.h"
 
-#include "base/text.h"
+#include "base/version.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"
 
@@ -55,57 +55,54 @@ TEST(Script, EveryStepIsTakenInItsRightForms) {
 }
 
 TEST(Script, EveryWrongFormEndsWithCode2AndItsPlace) {
-  struct Case {
-    const char* line;
-    const char* problem;
-  };
-  const Case cases[] = {{"jump", "unknown step \"jump\""},
-                        {"Open x", "unknown step \"Open\""},
-                        {"open", "\"open\" needs more arguments"},
-                        {"open a b", "\"open\" has too many arguments"},
-                        {"subject", "\"subject\" needs more arguments"},
-                        {"exam a b c", "\"exam\" has too many arguments"},
-                        {"set a b", "\"set\" needs more arguments"},
-                        {"command", "\"command\" needs more arguments"},
-                        {"save a b", "\"save\" has too many arguments"},
-                        {"close all", "\"close\" has too many arguments"},
-                        {"open \"x", "a quote is not closed"},
-                        {"roi 1,2,3", "a ROI is left,top,right,bottom or none or circle"},
-                        {"roi 1,2,3,4,5", "a ROI is left,top,right,bottom or none or circle"},
-                        {"roi 1,2,3,", "a ROI is left,top,right,bottom or none or circle"},
-                        {"roi 1,2,3,4x", "a ROI is left,top,right,bottom or none or circle"},
-                        {"roi 1,2,3,2147483648", "a ROI is left,top,right,bottom or none or circle"},
-                        {"list 9", "a list is a number from 0 to 8"},
-                        {"list -1", "a list is a number from 0 to 8"},
-                        {"list 1,2", "a list is a number from 0 to 8"},
-                        {"dim blob 1,2", "unknown kind of dimension \"blob\""},
-                        {"dim line", "\"dim\" needs more arguments"},
-                        {"dim point 1", "\"1\" is not a point x,y"},
-                        {"dim line 1,2 3,4,5", "\"3,4,5\" is not a point x,y"},
-                        {"dim point 1,2 3,4", "a point has one point"},
-                        {"dim line 1,2", "a line has two points"},
-                        {"dim circle 1,2 3,4 5,6", "a circle has two points"},
-                        {"dim rect 1,2", "a rect has two points"},
-                        {"dim polyline 1,2", "a polyline has two points or more"},
-                        {"dim polygon 1,2", "a polygon has two points or more"},
-                        {"frame 1.5", "\"1.5\" is not a number"},
-                        {"frame \"\"", "\"\" is not a number"},
-                        {"select 1", "\"select\" needs more arguments"},
-                        {"select 1 x", "\"x\" is not a number"},
-                        {"select nan 1", "\"nan\" is not a number"},
-                        {"select 1 inf", "\"inf\" is not a number"},
-                        {"select 1 1e999", "\"1e999\" is not a number"},
-                        {"print all", "print what: notes, result, dims, traces, offsets, fps or status"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"jump", "unknown step \"jump\""},
+      {"Open x", "unknown step \"Open\""},
+      {"open", "\"open\" needs more arguments"},
+      {"open a b", "\"open\" has too many arguments"},
+      {"subject", "\"subject\" needs more arguments"},
+      {"exam a b c", "\"exam\" has too many arguments"},
+      {"set a b", "\"set\" needs more arguments"},
+      {"command", "\"command\" needs more arguments"},
+      {"save a b", "\"save\" has too many arguments"},
+      {"close all", "\"close\" has too many arguments"},
+      {"open \"x", "a quote is not closed"},
+      {"roi 1,2,3", "a ROI is left,top,right,bottom or none or circle"},
+      {"roi 1,2,3,4,5", "a ROI is left,top,right,bottom or none or circle"},
+      {"roi 1,2,3,", "a ROI is left,top,right,bottom or none or circle"},
+      {"roi 1,2,3,4x", "a ROI is left,top,right,bottom or none or circle"},
+      {"roi 1,2,3,2147483648", "a ROI is left,top,right,bottom or none or circle"},
+      {"list 9", "a list is a number from 0 to 8"},
+      {"list -1", "a list is a number from 0 to 8"},
+      {"list 1,2", "a list is a number from 0 to 8"},
+      {"dim blob 1,2", "unknown kind of dimension \"blob\""},
+      {"dim line", "\"dim\" needs more arguments"},
+      {"dim point 1", "\"1\" is not a point x,y"},
+      {"dim line 1,2 3,4,5", "\"3,4,5\" is not a point x,y"},
+      {"dim point 1,2 3,4", "a point has one point"},
+      {"dim line 1,2", "a line has two points"},
+      {"dim circle 1,2 3,4 5,6", "a circle has two points"},
+      {"dim rect 1,2", "a rect has two points"},
+      {"dim polyline 1,2", "a polyline has two points or more"},
+      {"dim polygon 1,2", "a polygon has two points or more"},
+      {"frame 1.5", "\"1.5\" is not a number"},
+      {"frame \"\"", "\"\" is not a number"},
+      {"select 1", "\"select\" needs more arguments"},
+      {"select 1 x", "\"x\" is not a number"},
+      {"select nan 1", "\"nan\" is not a number"},
+      {"select 1 inf", "\"inf\" is not a number"},
+      {"select 1 1e999", "\"1e999\" is not a number"},
+      {"print all", "print what: notes, result, dims, traces, offsets, fps or status"}};
   TempFolder folder;
   std::string all;
   std::string text;
   int number = 0;
-  for (const Case& c : cases) {
-    const auto options = parseBatchOptions({"-e", "close", "-e", c.line});
-    EXPECT_EQ(options.exitCode, 2) << c.line;
-    EXPECT_EQ(options.message, std::string("-e:2: ") + c.problem + "\n");
-    text += std::string("close\n") + c.line + "\n";
-    all += folder.file("s.txt") + ":" + std::to_string(number += 2) + ": " + c.problem + "\n";
+  for (const auto& [line, problem] : cases) {
+    const auto options = parseBatchOptions({"-e", "close", "-e", line});
+    EXPECT_EQ(options.exitCode, 2) << line;
+    EXPECT_EQ(options.message, std::string("-e:2: ") + problem + "\n");
+    text += std::string("close\n") + line + "\n";
+    all += folder.file("s.txt") + ":" + std::to_string(number += 2) + ": " + problem + "\n";
   }
   ASSERT_TRUE(replaceFile(folder.file("s.txt"), std::string_view(text)));
   EXPECT_EQ(parseBatchOptions({folder.file("s.txt")}).message, all) << "all wrong steps of a script are told";
@@ -117,7 +114,9 @@ TEST(Script, OptionsAndScriptsAreTakenInOrder) {
   const auto o = parseBatchOptions({"--json", "-e", "subject s", folder.file("s.txt"), "--data", "d",
                                     "--profile", "p.ini", "--keep-going", "-e", "close"});
   EXPECT_EQ(o.exitCode, -1);
-  EXPECT_TRUE(o.json && o.keepGoing && !o.demonstration);
+  EXPECT_TRUE(o.json);
+  EXPECT_TRUE(o.keepGoing);
+  EXPECT_FALSE(o.demonstration);
   EXPECT_EQ(o.dataFolder, "d");
   EXPECT_EQ(o.profile, "p.ini");
   std::vector<std::string> order;
@@ -128,26 +127,22 @@ TEST(Script, OptionsAndScriptsAreTakenInOrder) {
 }
 
 TEST(Script, OptionsEndAtOnceWithACodeAndWords) {
-  struct Case {
-    Words arguments;
-    int code;
-    const char* words;
-  };
-  const Case cases[] = {{{}, 2, "usage: "},
-                        {{"--json"}, 2, "usage: "},
-                        {{"--help"}, 0, "usage: "},
-                        {{"-e", "wrong", "--help"}, 0, "usage: "},
-                        {{"--version"}, 0, "tarnvisor-batch 4.60.0.0\n"},
-                        {{"-e"}, 2, "-e needs a value\n"},
-                        {{"--data"}, 2, "--data needs a value\n"},
-                        {{"-e", "close", "--profile"}, 2, "--profile needs a value\n"},
-                        {{"--fast"}, 2, "unknown option --fast\nusage: "},
-                        {{"-x"}, 2, "unknown option -x\n"},
-                        {{"/none/s.txt"}, 2, "/none/s.txt: can't be read\n"}};
-  for (const Case& c : cases) {
-    const auto options = parseBatchOptions(c.arguments);
-    EXPECT_EQ(options.exitCode, c.code) << c.words;
-    EXPECT_THAT(options.message, StartsWith(c.words));
+  const std::tuple<Words, int, std::string> cases[] = {
+      {{}, 2, "usage: "},
+      {{"--json"}, 2, "usage: "},
+      {{"--help"}, 0, "usage: "},
+      {{"-e", "wrong", "--help"}, 0, "usage: "},
+      {{"--version"}, 0, "tarnvisor-batch " + versionText() + "\n"},
+      {{"-e"}, 2, "-e needs a value\n"},
+      {{"--data"}, 2, "--data needs a value\n"},
+      {{"-e", "close", "--profile"}, 2, "--profile needs a value\n"},
+      {{"--fast"}, 2, "unknown option --fast\nusage: "},
+      {{"-x"}, 2, "unknown option -x\n"},
+      {{"/none/s.txt"}, 2, "/none/s.txt: can't be read\n"}};
+  for (const auto& [arguments, code, words] : cases) {
+    const auto options = parseBatchOptions(arguments);
+    EXPECT_EQ(options.exitCode, code) << words;
+    EXPECT_THAT(options.message, StartsWith(words));
   }
 }
 
@@ -164,10 +159,7 @@ TEST(Script, WrittenStepsReadAsTheyWere) {
 }
 
 TEST(Script, TextIsQuotedForJson) {
-  struct Case {
-    std::string text, quoted;
-  };
-  const Case cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"", "\"\""},
       {"a/b 'c'", "\"a/b 'c'\""},
       {"\"\\", R"("\"\\")"},
@@ -183,7 +175,7 @@ TEST(Script, TextIsQuotedForJson) {
       {"\xed\xa0\x80", "\"\xc3\xad\xc2\xa0\xc2\x80\""},              // half a pair
       {"\xf4\x90\x80\x80", "\"\xc3\xb4\xc2\x90\xc2\x80\xc2\x80\""},  // beyond the last
       {"\xff\xf8", "\"\xc3\xbf\xc3\xb8\""}};
-  for (const Case& c : cases) EXPECT_EQ(jsonQuoted(c.text), c.quoted) << c.text;
+  for (const auto& [text, quoted] : cases) EXPECT_EQ(jsonQuoted(text), quoted) << text;
 }
 
 }  // namespace

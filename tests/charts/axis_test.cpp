@@ -12,54 +12,44 @@ constexpr double kTiny = std::numeric_limits<double>::denorm_min();
 constexpr double kLargest = std::numeric_limits<double>::max();
 
 TEST(FindFactor, TakesTheFirstBaseStrictlyBetweenTheLimits) {
-  const struct {
-    double s, minpx, maxpx, u;
-    int32_t index;
-    double major;
-    int32_t minor;
-  } cases[] = {
+  const std::tuple<double, double, double, double, int32_t, double, int32_t> cases[] = {
       {0.01, 10, 40, 2, 1, 0.2, 10},  // 0.1 is at the lower limit, not above it
       {0.01, 10, 40, 3, 1, 0.2, 4},  {0.01, 10, 40, 6, 1, 0.2, 2},
       {0.01, 10, 40, 15, 1, 0.2, 1}, {0.01, 10, 40, 99, 1, 0.2, 1},
       {100, 10, 36, 2, 1, 2000, 10}, {1, 10, 20, 1, -1, 1.0, 1},  // 10 and 20 are the limits themselves
       {1, 20, 50, 1, -1, 1.0, 1},    {1, 49, 51, 1, 2, 50, 10},
       {1, 49, 51, 6, 2, 50, 5},      {1, 49, 51, 11, 2, 50, 1}};  // 50 has no half
-  for (const auto& c : cases) {
+  for (const auto& [s, minpx, maxpx, u, index, major, minor] : cases) {
     CValueAxis axis;
-    axis.minpx = c.minpx;
-    axis.maxpx = c.maxpx;
-    axis.u = c.u;
+    axis.minpx = minpx;
+    axis.maxpx = maxpx;
+    axis.u = u;
     axis.major = 77;
-    EXPECT_EQ(axis.findfactor(c.s, CAxis::decimal()), c.index);
-    EXPECT_DOUBLE_EQ(axis.major, c.major);
-    EXPECT_EQ(axis.minor, c.minor) << c.u;
-    EXPECT_EQ(axis.s, c.s);
+    EXPECT_EQ(axis.findfactor(s, CAxis::decimal()), index);
+    EXPECT_DOUBLE_EQ(axis.major, major);
+    EXPECT_EQ(axis.minor, minor) << u;
+    EXPECT_EQ(axis.s, s);
   }
 }
 
 TEST(FindFactor, OfTimeChoosesTheUnitByWhatTheLargestDistanceSpans) {
-  const struct {
-    double s, minpx, maxpx;
-    const char* units;
-    int32_t index;
-    double major;
-    int32_t minor;
-  } cases[] = {{100, 10, 36, "minutes", 1, 20, 4},                                       // 3600 exactly
-               {101, 10, 36, "hours", 0, 1, 10},     {2, 10, 30, "seconds", 2, 50, 10},  // 60 exactly
-               {2.1, 10, 30, "minutes", 0, 1, 10},   {0.5, 2.4, 4, "seconds", 4, 1.5, 1},
-               {0.25, 1, 4, "seconds", 2, 0.5, 1},      // 1 exactly
-               {0.01, 15.5, 19, "seconds", -1, 1, 1}};  // no 0.15 among the decimal bases
-  for (const auto& c : cases) {
+  const std::tuple<double, double, double, const char*, int32_t, double, int32_t> cases[] = {
+      {100, 10, 36, "minutes", 1, 20, 4},                                       // 3600 exactly
+      {101, 10, 36, "hours", 0, 1, 10},     {2, 10, 30, "seconds", 2, 50, 10},  // 60 exactly
+      {2.1, 10, 30, "minutes", 0, 1, 10},   {0.5, 2.4, 4, "seconds", 4, 1.5, 1},
+      {0.25, 1, 4, "seconds", 2, 0.5, 1},      // 1 exactly
+      {0.01, 15.5, 19, "seconds", -1, 1, 1}};  // no 0.15 among the decimal bases
+  for (const auto& [s, minpx, maxpx, units, index, major, minor] : cases) {
     CTimeAxis axis;
-    axis.minpx = c.minpx;
-    axis.maxpx = c.maxpx;
+    axis.minpx = minpx;
+    axis.maxpx = maxpx;
     axis.u = 2;
-    EXPECT_EQ(axis.findTimeFactor(c.s), c.index) << c.s;
-    EXPECT_EQ(axis.units, c.units);
-    EXPECT_DOUBLE_EQ(axis.major, c.major);
-    EXPECT_EQ(axis.minor, c.minor) << c.s;
-    axis.setScale(c.s);
-    EXPECT_EQ(axis.s, c.s) << "the scale is kept in seconds";
+    EXPECT_EQ(axis.findTimeFactor(s), index) << s;
+    EXPECT_EQ(axis.units, units);
+    EXPECT_DOUBLE_EQ(axis.major, major);
+    EXPECT_EQ(axis.minor, minor) << s;
+    axis.setScale(s);
+    EXPECT_EQ(axis.s, s) << "the scale is kept in seconds";
   }
 }
 

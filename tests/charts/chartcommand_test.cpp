@@ -23,20 +23,16 @@ class ChartCommands : public ChartTest {
 
 TEST_F(ChartCommands, AskBeforeTheyDeleteOrCut) {
   add(traceOf({1, 2, 3, 4}), "pulse");
-  struct Case {
-    int32_t id;
-    bool selected;
-    const char* question;
-  } const cases[] = {
+  const std::tuple<int32_t, bool, const char*> cases[] = {
       {cmd::DeleteFromTrace, true, "Do you really want to delete selected data in pulse trace?"},
       {cmd::DeleteFromTrace, false, "Do you really want to delete pulse trace?"},
       {cmd::EditCut, true, "Do you really want to cut selected data from pulse trace to the clipboard?"},
       {cmd::EditCut, false, "Do you really want to cut pulse trace to the clipboard?"},
       {cmd::ClearTraces, false, "Do you really want to clear all traces to zero?"}};
-  for (const Case& c : cases) {
-    view().select(1, c.selected ? 3 : 1);
-    answer(c.id, Answer::No);
-    EXPECT_EQ(lastMessage(), c.question);
+  for (const auto& [id, selected, question] : cases) {
+    view().select(1, selected ? 3 : 1);
+    answer(id, Answer::No);
+    EXPECT_EQ(lastMessage(), question);
     EXPECT_THAT(first(), ElementsAre(1, 2, 3, 4));
     EXPECT_TRUE(host.clipboardData.empty());
     EXPECT_FALSE(doc->canUndo());
@@ -82,24 +78,20 @@ TEST_F(ChartCommands, CopyWhatIsSelected) {
     samples->xscale = 0.125;
     samples->colour = 0x123456;
     view().setActive(&add(std::move(samples), "pulse"));
-    struct Case {
-      double from, to;
-      Doubles samples;
-      int32_t starttime;
-    } const cases[] = {{3, 5, {6, 7}, 3000},
-                       {3, 7, {6, 7, 8, 9}, 3000},
-                       {5, 99, {8, 9}, 5000},
-                       {0, 4, {5, 6}, 2000},
-                       {0, 99, {5, 6, 7, 8, 9}, 2000}};
-    for (const Case& c : cases) {
-      view().select(c.from, c.to);
+    const std::tuple<double, double, Doubles, int32_t> cases[] = {{3, 5, {6, 7}, 3000},
+                                                                  {3, 7, {6, 7, 8, 9}, 3000},
+                                                                  {5, 99, {8, 9}, 5000},
+                                                                  {0, 4, {5, 6}, 2000},
+                                                                  {0, 99, {5, 6, 7, 8, 9}, 2000}};
+    for (const auto& [from, to, samples, starttime] : cases) {
+      view().select(from, to);
       run(cmd::EditCopy);
       view().select(0, 0);
       run(cmd::EditPaste);
       const ZZTrace& pasted = *doc->traces.items.back();
       EXPECT_EQ(view().active(), &pasted);
-      EXPECT_EQ(samplesOf(pasted), c.samples) << origin << " " << c.from;
-      EXPECT_EQ(pasted.starttime, c.starttime) << origin << " " << c.from;
+      EXPECT_EQ(samplesOf(pasted), samples) << origin << " " << from;
+      EXPECT_EQ(pasted.starttime, starttime) << origin << " " << from;
       EXPECT_EQ(pasted.origin, 0u);
       EXPECT_EQ(pasted.xscale, 0.125);
       EXPECT_EQ(pasted.name, "pulse");

@@ -55,7 +55,8 @@ TEST_F(ChartDocument, MakesTracesAsTheSettingsSayAndFindsThem) {
   doc->circular = 1;
   ZZTrace& one = *doc->addtrace(kFloatCode, 8);
   C2DTrace& rows = *doc->addtrace(kByteRowsCode, 8, 3);
-  EXPECT_TRUE(one.circular == 1 && rows.circular == 1);
+  EXPECT_EQ(one.circular, 1);
+  EXPECT_EQ(rows.circular, 1);
   EXPECT_EQ(rows.width(), 3);
   rows.name = "r";
   EXPECT_EQ(doc->findtrace("r"), &rows);
@@ -251,23 +252,23 @@ TEST(ScreenTraces, FindTheGreatestOfRowsAsAPlainWalkDoes) {
         }
         ASSERT_EQ(maxima.of(*trace.data, *trace.rowvalues, from, to, found), greatest);
         for (uint32_t c = 0; c < kWidth; ++c)
-          ASSERT_TRUE(found[c] == plain[c] || (std::isnan(found[c]) && std::isnan(plain[c])))
-              << from << " to " << to << ": " << found[c] << " is not " << plain[c];
+          if (std::isnan(plain[c]))
+            ASSERT_TRUE(std::isnan(found[c])) << from << " to " << to;
+          else
+            ASSERT_EQ(found[c], plain[c]) << from << " to " << to;
       }
     }
 }
 
 TEST(ScreenTraces, MapValuesToThePalette) {
-  struct Case {
-    double value, fullscale, offset;
-    int32_t index;
-  } const cases[] = {{0, 500, 0, 0},     {500, 500, 0, 255},   {250, 500, 0, 128},    {1.95, 500, 0, 0},
-                     {1.96, 500, 0, 1},  {-1, 500, 0, 0},      {1e300, 500, 0, 255},  {350, 500, 100, 128},
-                     {100, 500, 100, 0}, {-50, 500, -100, 25}, {kNaN, 500, 0, 0},     {5, 0, 0, 255},
-                     {0, 0, 0, 0},       {-INFINITY, 1, 0, 0}, {INFINITY, 1, 0, 255}, {255.5, 256, 0, 255}};
-  for (const Case& c : cases)
-    EXPECT_EQ(C2DScreenTrace::paletteIndex(c.value, c.fullscale, c.offset), c.index)
-        << c.value << " of " << c.fullscale << " from " << c.offset;
+  const std::tuple<double, double, double, int32_t> cases[] = {
+      {0, 500, 0, 0},     {500, 500, 0, 255},   {250, 500, 0, 128},    {1.95, 500, 0, 0},
+      {1.96, 500, 0, 1},  {-1, 500, 0, 0},      {1e300, 500, 0, 255},  {350, 500, 100, 128},
+      {100, 500, 100, 0}, {-50, 500, -100, 25}, {kNaN, 500, 0, 0},     {5, 0, 0, 255},
+      {0, 0, 0, 0},       {-INFINITY, 1, 0, 0}, {INFINITY, 1, 0, 255}, {255.5, 256, 0, 255}};
+  for (const auto& [value, fullscale, offset, index] : cases)
+    EXPECT_EQ(C2DScreenTrace::paletteIndex(value, fullscale, offset), index)
+        << value << " of " << fullscale << " from " << offset;
 }
 
 // --- drawing
@@ -309,7 +310,7 @@ TEST(ScreenTraces, DrawInAColumnItsExtentAndNoMore) {
   screen.draw(canvas, plot, {-0.5, 1.0, 100});
   std::vector<std::vector<int32_t>> drawn(100);
   for (const Point& p : pointsOf(canvas)) {
-    ASSERT_TRUE(p.x >= plot.left && p.x < plot.right);
+    ASSERT_THAT(p.x, AllOf(Ge(plot.left), Lt(plot.right)));
     drawn[static_cast<size_t>(p.x - plot.left)].push_back(p.y);
   }
   for (uint32_t column = 0; column < 100; ++column) {

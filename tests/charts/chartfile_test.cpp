@@ -131,32 +131,29 @@ TEST_F(ChartFiles, ThatAreDamagedLeaveWhatWasReadAndAreNotWrittenOver) {
   const auto cut = [&](size_t length) { return std::vector<uint8_t>(whole.begin(), whole.begin() + length); };
   std::vector<uint8_t> otherClass = whole;
   otherClass[ends[2]] = 0x77;
-  struct Case {
-    const char* what;
-    std::vector<uint8_t> bytes;
-    int left;
-  } const cases[] = {{"cut in the third", cut(ends[2] + 20), 2},    {"an unknown class", otherClass, 2},
-                     {"cut in the second", cut(ends[2] - 1), 1},    {"cut in the clock", cut(ends[3] + 4), 3},
-                     {"cut in the settings", cut(ends[3] + 20), 3}, {"only the count", cut(ends[0]), 0},
-                     {"half the first", cut(ends[1] - 5), 0},       {"nothing", {}, 0}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    const std::string path = written("damaged.zz1", c.bytes);
+  const std::tuple<const char*, std::vector<uint8_t>, int> cases[] = {
+      {"cut in the third", cut(ends[2] + 20), 2},    {"an unknown class", otherClass, 2},
+      {"cut in the second", cut(ends[2] - 1), 1},    {"cut in the clock", cut(ends[3] + 4), 3},
+      {"cut in the settings", cut(ends[3] + 20), 3}, {"only the count", cut(ends[0]), 0},
+      {"half the first", cut(ends[1] - 5), 0},       {"nothing", {}, 0}};
+  for (const auto& [what, bytes, left] : cases) {
+    SCOPED_TRACE(what);
+    const std::string path = written("damaged.zz1", bytes);
     auto* opened = static_cast<ZchartDoc*>(app->openDocumentFile(path));
-    if (c.left == 0) {
+    if (left == 0) {
       EXPECT_EQ(opened, nullptr);
       EXPECT_THAT(lastMessage(), HasSubstr("can't be opened"));
       continue;
     }
     ASSERT_NE(opened, nullptr);
-    EXPECT_EQ(opened->traces.size(), static_cast<size_t>(c.left));
+    EXPECT_EQ(opened->traces.size(), static_cast<size_t>(left));
     EXPECT_EQ(samplesOf(*opened->firsttrace())[0], 10);
-    EXPECT_THAT(lastMessage(), HasSubstr(format(", %i traces: ", c.left)));
+    EXPECT_THAT(lastMessage(), HasSubstr(format(", %i traces: ", left)));
     host.paths = {path};
     EXPECT_FALSE(opened->save()) << "not even when that very file is chosen";
     host.paths = {folder.file("rest.zz1")};
     EXPECT_TRUE(opened->save());
-    EXPECT_EQ(readWholeFile(path), c.bytes);
+    EXPECT_EQ(readWholeFile(path), bytes);
     EXPECT_TRUE(opened->save()) << "the new file is whole: nothing is asked";
     opened->type()->discard(*opened);
     std::filesystem::remove(folder.file("rest.zz1"));

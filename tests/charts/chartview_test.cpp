@@ -25,16 +25,13 @@ class ChartWindow : public ChartTest {
 TEST_F(ChartWindow, SelectsByADragUnlessDataIsComingIn) {
   addRamp();
   ASSERT_EQ(view().secondsPerColumn, 1.0 / 32);
-  struct Case {
-    int32_t from, to;
-    double selfrom, selto;
-  } const cases[] = {
+  const std::tuple<int32_t, int32_t, double, double> cases[] = {
       {32, 96, 1, 3}, {96, 32, 1, 3}, {320, 9000, 10, 10.03125}, {64, -500, 0, 2}, {64, 66, 2, 2}};
-  for (const Case& c : cases) {
-    drag(c.from, c.to);
-    EXPECT_EQ(view().selfrom, c.selfrom) << c.from;
-    EXPECT_EQ(view().selto, c.selto) << c.from;
-    EXPECT_EQ(view().hasSelection(), c.selfrom != c.selto);
+  for (const auto& [from, to, selfrom, selto] : cases) {
+    drag(from, to);
+    EXPECT_EQ(view().selfrom, selfrom) << from;
+    EXPECT_EQ(view().selto, selto) << from;
+    EXPECT_EQ(view().hasSelection(), selfrom != selto);
   }
   view().select(7, 4);
   doc->running = 1;
@@ -128,18 +125,15 @@ TEST_F(ChartWindow, TellsNothingOfATraceOfSizeZero) {
 TEST_F(ChartWindow, StepsTheFullScaleWithinItsLimits) {
   C2DTrace& rows = addRows();
   rows.setdisplay(500, 2, 100, 900);
-  struct Case {
-    int32_t id;
-    double fullscale, offset;
-  } const cases[] = {{cmd::IncreaseFullScale, 900, 0},  {cmd::ReduceFullScale, 450, 0},
-                     {cmd::ReduceFullScale, 225, 0},    {cmd::ReduceFullScale, 112.5, 0},
-                     {cmd::ReduceFullScale, 100, 0},    {cmd::RaiseOffset, 100, 10},
-                     {cmd::IncreaseFullScale, 200, 10}, {cmd::LowerOffset, 200, -10}};
-  for (const Case& c : cases) {
+  const std::tuple<int32_t, double, double> cases[] = {
+      {cmd::IncreaseFullScale, 900, 0},  {cmd::ReduceFullScale, 450, 0}, {cmd::ReduceFullScale, 225, 0},
+      {cmd::ReduceFullScale, 112.5, 0},  {cmd::ReduceFullScale, 100, 0}, {cmd::RaiseOffset, 100, 10},
+      {cmd::IncreaseFullScale, 200, 10}, {cmd::LowerOffset, 200, -10}};
+  for (const auto& [id, fullscale, offset] : cases) {
     doc->setModified(false);
-    run(c.id);
-    EXPECT_EQ(rows.fullscale, c.fullscale);
-    EXPECT_EQ(rows.fsoffset, c.offset);
+    run(id);
+    EXPECT_EQ(rows.fullscale, fullscale);
+    EXPECT_EQ(rows.fsoffset, offset);
     EXPECT_TRUE(doc->isModified());
   }
   rows.setdisplay(500, 2, 900, 100);
@@ -241,7 +235,7 @@ TEST_F(ChartWindow, TellsLargeValuesThatDifferLittleAndKeepsTheScaleOfATraceNotY
   zeros->xscale = 2;
   ZZTrace& waiting = add(std::move(zeros), "waiting");
   draw();
-  EXPECT_TRUE(drew("\"1700000005\"") || drew("\"1700000004\"")) << seconds.name;
+  EXPECT_THAT(canvas.calls, Contains(ContainsRegex("\"170000000[45]\""))) << seconds.name;
   EXPECT_EQ(view().screenTrace(waiting).FS, 512);
   EXPECT_EQ(view().screenTrace(waiting).OS, 0);
 }
@@ -263,7 +257,8 @@ TEST_F(ChartWindow, SurvivesAbsurdPeriodsAndStartTimes) {
         doc->updateAllViews();
         draw();
         const auto check = [&] {
-          ASSERT_TRUE(std::isfinite(view().secondsPerColumn) && view().secondsPerColumn > 0);
+          ASSERT_TRUE(std::isfinite(view().secondsPerColumn));
+          ASSERT_GT(view().secondsPerColumn, 0);
           ASSERT_GE(view().contentSize().width, kWindow.width);
           ASSERT_LE(view().contentSize().width, (1 << 28) + kWindow.width);
           draw();

@@ -7,8 +7,6 @@
 namespace tarnvisor {
 namespace {
 
-using ::testing::ElementsAre;
-
 TEST(ExportDialog, ChangesNothingOnCancelAndOffersTheSelectionWhereThereIsOne) {
   TestHost host;
   CTextSettings how;

@@ -93,18 +93,15 @@ TEST(MarkersAreStored, AndDamagedOnesEndInTheArchiveException) {
 
 TEST(MarkerLists, CopyARangeThatHoldsItsStartAndNotItsEnd) {
   const CMarkerList list = listOf({-1.0, 1.0, 1.5, 2.0, NAN});
-  const struct {
-    double from, to;
-    bool rebase;
-    std::vector<double> times;
-  } cases[] = {{1.0, 2.0, false, {1.0, 1.5}}, {1.0, 2.5, true, {0.0, 0.5, 1.0}}, {3.0, 9.0, true, {}}};
-  for (const auto& c : cases) {
-    const Bytes bytes = stored([&](Archive& a) { (void)list.CopyRange(a, c.from, c.to, c.rebase); });
+  const std::tuple<double, double, bool, std::vector<double>> cases[] = {
+      {1.0, 2.0, false, {1.0, 1.5}}, {1.0, 2.5, true, {0.0, 0.5, 1.0}}, {3.0, 9.0, true, {}}};
+  for (const auto& [from, to, rebase, times] : cases) {
+    const Bytes bytes = stored([&](Archive& a) { (void)list.CopyRange(a, from, to, rebase); });
     MemoryStream stream(bytes);
     Archive archive(stream, Archive::Direction::Loading);
     const auto copy = archive.readOwned<CMarkerList>();
     ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(timesOf(*copy), c.times);
+    EXPECT_EQ(timesOf(*copy), times);
   }
   EXPECT_EQ(list.items[1]->time, 1.0) << "the list itself keeps its times";
 }
@@ -150,19 +147,17 @@ TEST(ImageMarkers, AskTheMainWindowToSaveWhenMadeAndToLoadWhenOpened) {
 TEST(MarkersOnAChart, LieAboveTheirColumnRelativeToTheBottomLeftCorner) {
   const Rect area{100, 20, 500, 320};
   const TextMeasure measure{7, 16};
-  const struct {
-    double time, secondsPerColumn;
-    Rect rect;
-  } cases[] = {{1.0, 0.01, {-21, -290, 0, -274}},       // the first column
-               {3.0099, 0.01, {179, -290, 200, -274}},  // cut, not rounded
-               {4.995, 0.01, {378, -290, 399, -274}},
-               {5.0, 0.01, {}},
-               {0.99, 0.01, {}},
-               {NAN, 0.01, {}},
-               {2.0, 0.0, {}},
-               {1e300, 1e-300, {}}};
-  for (const auto& c : cases)
-    EXPECT_EQ(MarkerPlacements::rectOf(*at(c.time), area, c.secondsPerColumn, measure), c.rect) << c.time;
+  const std::tuple<double, double, Rect> cases[] = {
+      {1.0, 0.01, {-21, -290, 0, -274}},       // the first column
+      {3.0099, 0.01, {179, -290, 200, -274}},  // cut, not rounded
+      {4.995, 0.01, {378, -290, 399, -274}},
+      {5.0, 0.01, {}},
+      {0.99, 0.01, {}},
+      {NAN, 0.01, {}},
+      {2.0, 0.0, {}},
+      {1e300, 1e-300, {}}};
+  for (const auto& [time, secondsPerColumn, rect] : cases)
+    EXPECT_EQ(MarkerPlacements::rectOf(*at(time), area, secondsPerColumn, measure), rect) << time;
   EXPECT_EQ(MarkerPlacements::rectOf(CMarker(), {-5, 0, 50, 50}, 1.0, measure), Rect{}) << "has no time yet";
 }
 
@@ -218,27 +213,25 @@ struct Editor : ::testing::Test {
 };
 
 TEST_F(Editor, GivesItsFieldsToTheMarker) {
-  const struct {
-    std::vector<std::pair<const char*, const char*>> fields;
-    uint16_t width, height, pole;
-    std::string label;
-  } cases[] = {{{{"label", "pulse"}}, 5, 1, 3, "pulse"},
-               {{{"label", "pulse"}, {"width", "9"}, {"height", "2"}}, 9, 2, 3, "pulse"},
-               {{{"label", ""}, {"pole", "65535"}}, 2, 1, 65535, ""},
-               {{{"width", "0"}, {"text", "one\ntwo"}}, 0, 1, 3, "ab"}};
-  for (const auto& c : cases) {
+  const std::tuple<std::vector<std::pair<const char*, const char*>>, uint16_t, uint16_t, uint16_t,
+                   std::string>
+      cases[] = {{{{"label", "pulse"}}, 5, 1, 3, "pulse"},
+                 {{{"label", "pulse"}, {"width", "9"}, {"height", "2"}}, 9, 2, 3, "pulse"},
+                 {{{"label", ""}, {"pole", "65535"}}, 2, 1, 65535, ""},
+                 {{{"width", "0"}, {"text", "one\ntwo"}}, 0, 1, 3, "ab"}};
+  for (const auto& [fields, width, height, pole, expectedLabel] : cases) {
     const auto marker = at(1.0, "ab");
     editor.open(*marker);
     const Form form = editor.form();
     EXPECT_EQ(form.title(), "Edit Marker");
     EXPECT_EQ(form.okLabel(), "Update");
-    for (const auto& [label, value] : c.fields) ASSERT_EQ(form.find(label)->take(value), "");
+    for (const auto& [label, value] : fields) ASSERT_EQ(form.find(label)->take(value), "");
     editor.update();
-    EXPECT_EQ(marker->boxwidth, c.width);
-    EXPECT_EQ(marker->boxheight, c.height);
-    EXPECT_EQ(marker->pole, c.pole);
-    EXPECT_EQ(marker->label, c.label);
-    EXPECT_EQ(editor.width, c.width) << "the fields show what the marker has now";
+    EXPECT_EQ(marker->boxwidth, width);
+    EXPECT_EQ(marker->boxheight, height);
+    EXPECT_EQ(marker->pole, pole);
+    EXPECT_EQ(marker->label, expectedLabel);
+    EXPECT_EQ(editor.width, width) << "the fields show what the marker has now";
   }
   EXPECT_NE(editor.form().find("width")->take("65536"), "");
 }

@@ -1,7 +1,6 @@
 #include "db/subjectdatabase.h"
 
-#include <latch>
-#include <thread>
+#include <sqlite3.h>
 
 #include "base/text.h"
 #include "support/logcapture.h"
@@ -17,6 +16,27 @@ const std::string kTables =
     "create table patients ( id TEXT PRIMARY KEY, name TEXT, surname TEXT, comments TEXT, lastused TEXT );\n"
     "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, folder TEXT );\n"
     "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT );\n";
+
+// The waits of the database for another's lock: none takes time, and the next one does something.
+class SteppedWaits {
+ public:
+  SteppedWaits() {
+    files.zName = "stepped";
+    files.xSleep = [](sqlite3_vfs*, int microseconds) {
+      if (const auto now = std::exchange(next, {})) now();
+      return microseconds;
+    };
+    sqlite3_vfs_register(&files, 1);
+  }
+  ~SteppedWaits() {
+    sqlite3_vfs_unregister(&files);
+    next = {};
+  }
+  static inline std::function<void()> next;
+
+ private:
+  sqlite3_vfs files = *sqlite3_vfs_find(nullptr);
+};
 
 class Subjects : public ::testing::Test {
  protected:
@@ -42,6 +62,7 @@ class Subjects : public ::testing::Test {
     return text.substr(text.find('\n') + 1);
   }
 
+  SteppedWaits waits;
   TempFolder folder;
   std::string problem;
   std::optional<LogCapture> capture;
@@ -66,10 +87,10 @@ TEST_F(Subjects, NewDatabaseIsMadeByTheKnownStatements) {
 TEST_F(Subjects, ADatabaseThatAnotherProgramIsMakingIsWaitedFor) {
   SqliteDatabase other(path());
   ASSERT_EQ(other.execute("BEGIN IMMEDIATE; create table info ( dbversion INTEGER );"), "");
-  std::thread opening([&] { open(); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // into its wait
-  EXPECT_EQ(other.execute("create table patients ( id TEXT PRIMARY KEY, lastused TEXT ); COMMIT;"), "");
-  opening.join();
+  waits.next = [&] {
+    EXPECT_EQ(other.execute("create table patients ( id TEXT PRIMARY KEY, lastused TEXT ); COMMIT;"), "");
+  };
+  open();
   ASSERT_NE(db, nullptr);
   EXPECT_EQ(log(), "error getting db version\n") << "it makes no second set of tables";
 }
@@ -210,15 +231,9 @@ TEST_F(Subjects, HaveOneResultAFileAndExam) {
 
 TEST_F(Subjects, AreWrittenOnceAnotherProgramsLockIsReleased) {
   open();
-  std::latch locked(1);
-  std::jthread holder([&] {
-    SqliteDatabase other(path());
-    EXPECT_EQ(other.execute("BEGIN EXCLUSIVE; insert into patients ( id ) values ( 'theirs' );"), "");
-    locked.count_down();
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    EXPECT_EQ(other.execute("COMMIT;"), "");
-  });
-  locked.wait();
+  SqliteDatabase other(path());
+  EXPECT_EQ(other.execute("BEGIN EXCLUSIVE; insert into patients ( id ) values ( 'theirs' );"), "");
+  waits.next = [&] { EXPECT_EQ(other.execute("COMMIT;"), ""); };
   EXPECT_TRUE(db->newSubject("ours"));
   EXPECT_TRUE(db->readSubject("theirs"));
 }

@@ -4,12 +4,20 @@
 #include <QApplication>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
 
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
 
-class DialogTest : public ImageDocTest {
+// So many turns of the event loop that whatever was to come has come.
+constexpr int kManyTurns = 1000;
+// Calls it so many turns later.
+inline void laterBy(int turns, QObject& context, std::function<void()> then) {
+  QTimer::singleShot(0, &context, [=, &context] { turns > 0 ? laterBy(turns - 1, context, then) : then(); });
+}
+
+class DialogTest : public ImageDocument {
  protected:
   // The only widget of a kind, or the one of that name.
   template <class W>

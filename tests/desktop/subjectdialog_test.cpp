@@ -13,7 +13,7 @@
 namespace tarnvisor {
 namespace {
 
-class SubjectWindowTest : public DialogTest {
+class SubjectEntry : public DialogTest {
  protected:
   void SetUp() override {
     DialogTest::SetUp();
@@ -44,7 +44,7 @@ class SubjectWindowTest : public DialogTest {
   QLineEdit* surname = nullptr;
 };
 
-TEST_F(SubjectWindowTest, OffersTheMatchesWhileTheTextStaysAsTyped) {
+TEST_F(SubjectEntry, OffersTheMatchesWhileTheTextStaysAsTyped) {
   open();
   auto* box = find<QComboBox>(*window);
   EXPECT_EQ(box->count(), 3);
@@ -65,7 +65,7 @@ TEST_F(SubjectWindowTest, OffersTheMatchesWhileTheTextStaysAsTyped) {
   EXPECT_EQ(exams->subjectId(), "S-17");
 }
 
-TEST_F(SubjectWindowTest, AnIdThatBeginsAnotherIsTakenAsItWasTyped) {
+TEST_F(SubjectEntry, AnIdThatBeginsAnotherIsTakenAsItWasTyped) {
   open();
   type("T");
   EXPECT_EQ(id->text(), "T");
@@ -77,7 +77,7 @@ TEST_F(SubjectWindowTest, AnIdThatBeginsAnotherIsTakenAsItWasTyped) {
   EXPECT_EQ(exams->subjectId(), "T");
 }
 
-TEST_F(SubjectWindowTest, EnterTakesTheTypedIdThoughAnotherStandsFirstInTheList) {
+TEST_F(SubjectEntry, EnterTakesTheTypedIdThoughAnotherStandsFirstInTheList) {
   ASSERT_TRUE(app->db->newSubject("12") && app->db->newSubject("123"));
   open();
   type("12");
@@ -87,7 +87,7 @@ TEST_F(SubjectWindowTest, EnterTakesTheTypedIdThoughAnotherStandsFirstInTheList)
   EXPECT_EQ(exams->subjectId(), "12");
 }
 
-TEST_F(SubjectWindowTest, AddsAnIdAndKeepsWhatWasTypedBefore) {
+TEST_F(SubjectEntry, AddsAnIdAndKeepsWhatWasTypedBefore) {
   open();
   type("New One");
   name->setFocus();
@@ -104,28 +104,25 @@ TEST_F(SubjectWindowTest, AddsAnIdAndKeepsWhatWasTypedBefore) {
   EXPECT_TRUE(isEnabled(*window, "Start New Examination"));
 }
 
-TEST_F(SubjectWindowTest, AsksBeforeChangedDetailsAreLeft) {
-  struct Case {
-    Answer answer;
-    bool stays;
-    const char* kept;
-  };
-  for (const Case& c : {Case{Answer::Cancel, true, "name of S-17"}, Case{Answer::No, false, "name of S-17"},
-                        Case{Answer::Yes, false, "name of S-17 changed"}}) {
+TEST_F(SubjectEntry, AsksBeforeChangedDetailsAreLeft) {
+  const std::tuple<Answer, bool, const char*> cases[] = {{Answer::Cancel, true, "name of S-17"},
+                                                         {Answer::No, false, "name of S-17"},
+                                                         {Answer::Yes, false, "name of S-17 changed"}};
+  for (const auto& [answer, stays, kept] : cases) {
     for (const bool byButton : {true, false}) {
       app->db->updateSubject("S-17", "name of S-17", "surname", "");
       exams->selectSubject("S-17", "");
       open();
       QTest::keyClicks(name, " changed");
-      host.answers.push_back(c.answer);
+      host.answers.push_back(answer);
       if (byButton)
         click(*window, "View Examinations");
       else
         QTest::keyClick(window.get(), Qt::Key_Escape);
       EXPECT_EQ(host.messages.back(), "Save changes to the details?");
-      EXPECT_EQ(window->isVisible(), c.stays);
-      EXPECT_EQ(nameOf("S-17"), c.kept);
-      if (c.stays) {
+      EXPECT_EQ(window->isVisible(), stays);
+      EXPECT_EQ(nameOf("S-17"), kept);
+      if (stays) {
         EXPECT_EQ(name->text(), "name of S-17 changed");
       }
       name = surname = nullptr;
@@ -133,7 +130,7 @@ TEST_F(SubjectWindowTest, AsksBeforeChangedDetailsAreLeft) {
   }
 }
 
-TEST_F(SubjectWindowTest, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
+TEST_F(SubjectEntry, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
   exams->selectSubject("S-17", "");
   open();
   QTest::keyClicks(surname, "!");
@@ -149,7 +146,7 @@ TEST_F(SubjectWindowTest, AsksBeforeAnotherIdTakesThePlaceOfChangedDetails) {
   EXPECT_EQ(app->db->readSubject("T-2")->surname, "surname");
 }
 
-TEST_F(SubjectWindowTest, DetailsWithoutAnIdAreNotDroppedSilently) {
+TEST_F(SubjectEntry, DetailsWithoutAnIdAreNotDroppedSilently) {
   open();
   QTest::keyClicks(name, "Ada");
   host.answers.push_back(Answer::Yes);
@@ -158,7 +155,7 @@ TEST_F(SubjectWindowTest, DetailsWithoutAnIdAreNotDroppedSilently) {
   EXPECT_EQ(name->text(), "Ada");
 }
 
-TEST_F(SubjectWindowTest, EnterChoosesTheSubjectAndThenStarts) {
+TEST_F(SubjectEntry, EnterChoosesTheSubjectAndThenStarts) {
   open();
   type("S-1");
   key(Qt::Key_Return);
@@ -169,7 +166,7 @@ TEST_F(SubjectWindowTest, EnterChoosesTheSubjectAndThenStarts) {
   EXPECT_EQ(window->result(), SubjectDialog::Result::StartNewExamination);
 }
 
-TEST_F(SubjectWindowTest, LineEndsOfOtherSystemsAreNoChange) {
+TEST_F(SubjectEntry, LineEndsOfOtherSystemsAreNoChange) {
   exams->selectSubject("T-2", "");
   open();
   EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
@@ -177,7 +174,7 @@ TEST_F(SubjectWindowTest, LineEndsOfOtherSystemsAreNoChange) {
   EXPECT_FALSE(window->isVisible());
 }
 
-TEST_F(SubjectWindowTest, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
+TEST_F(SubjectEntry, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
   exams->selectSubject("T-2", "");
   open();
   QStringList order;
@@ -191,7 +188,7 @@ TEST_F(SubjectWindowTest, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
   EXPECT_EQ(order.join(','), "QLineEdit,QLineEdit,QPlainTextEdit,Start New Examination,View Examinations");
 }
 
-TEST_F(SubjectWindowTest, WithoutADatabaseThereIsNothingToTypeInto) {
+TEST_F(SubjectEntry, WithoutADatabaseThereIsNothingToTypeInto) {
   app->closeDatabase();
   open();
   EXPECT_EQ(find<QComboBox>(*window)->count(), 0);
@@ -203,7 +200,7 @@ TEST_F(SubjectWindowTest, WithoutADatabaseThereIsNothingToTypeInto) {
   EXPECT_EQ(find<QPlainTextEdit>(*window, "description")->toPlainText(), "");
 }
 
-TEST_F(SubjectWindowTest, RunsAsTheFaceOfTheCommand) {
+TEST_F(SubjectEntry, RunsAsTheFaceOfTheCommand) {
   CBasicMainFrame frame(*app);
   QWidget main;
   DesktopDialogs dialogs(frame, &main);
@@ -219,7 +216,7 @@ TEST_F(SubjectWindowTest, RunsAsTheFaceOfTheCommand) {
   EXPECT_EQ(exams->subjectId(), "");
 }
 
-class ExamWindowTest : public DialogTest {
+class ExamChoice : public DialogTest {
  protected:
   void SetUp() override {
     DialogTest::SetUp();
@@ -233,7 +230,7 @@ class ExamWindowTest : public DialogTest {
   }
 };
 
-TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
+TEST_F(ExamChoice, SelectsAnExamAndOpensItsResults) {
   CBasicMainFrame frame(*app);
   QWidget main;
   DesktopDialogs dialogs(frame, &main);
@@ -275,14 +272,10 @@ TEST_F(ExamWindowTest, SelectsAnExamAndOpensItsResults) {
   QTest::keyClick(results, Qt::Key_Return);
   EXPECT_NE(image(), nullptr);
 
-  std::vector<int32_t> posted;
-  app->loop.onCommand = [&](int32_t command) { posted.push_back(command); };
-  app->loop.turn();  // what the start posted
-  posted.clear();
+  (void)posted();
   click(*window, "Select Subject");
   click(*window, "Close All");
-  app->loop.turn();
-  EXPECT_EQ(posted, (std::vector<int32_t>{32982, 32802}));
+  EXPECT_THAT(posted(), ElementsAre(32982, 32802));
   QTest::keyClick(window, Qt::Key_Escape);
   EXPECT_FALSE(frame.examFace->isOpen());
 }

@@ -8,7 +8,7 @@
 namespace tarnvisor {
 namespace {
 
-class ToolsTest : public WalkTest {
+class MouseTools : public WalkTest {
  protected:
   void SetUp() override {
     ASSERT_NO_FATAL_FAILURE(WalkTest::SetUp());
@@ -19,7 +19,8 @@ class ToolsTest : public WalkTest {
     still.capillariesPerRow = 6;
     NailfoldTruth truth;
     const auto picture = renderNailfold(still, truth);
-    ASSERT_TRUE(picture && picture->save(folder.file("still.bmp")));
+    ASSERT_TRUE(picture);
+    ASSERT_TRUE(picture->save(folder.file("still.bmp")));
     window().openFiles({folder.file("still.bmp")});
     settle();
     ASSERT_NE(image(), nullptr);
@@ -37,7 +38,7 @@ class ToolsTest : public WalkTest {
     const char* tool;
     const char* kind;
     std::vector<Point> points;
-    void (ToolsTest::*draw)(const std::vector<Point>&);
+    void (MouseTools::*draw)(const std::vector<Point>&);
   };
   void clicks(const std::vector<Point>& points) {
     for (const Point& p : points) click(p);
@@ -47,7 +48,7 @@ class ToolsTest : public WalkTest {
     doubleClick(points.back());
   }
   static std::vector<Shape> shapes() {
-    using T = ToolsTest;
+    using T = MouseTools;
     return {{"Counting", "CDimLine", {{40, 50}}, &T::clicks},
             {"Lines", "CDimLine", {{30, 600}, {130, 600}}, &T::clicks},
             {"Polyline", "CDimLine", {{200, 560}, {240, 590}, {280, 560}, {300, 600}}, &T::clicksAndDouble},
@@ -71,7 +72,7 @@ class ToolsTest : public WalkTest {
   int32_t count() { return image()->currentDims().size(); }
 };
 
-TEST_F(ToolsTest, ASessionByMouseComesBackWhole) {
+TEST_F(MouseTools, ASessionByMouseComesBackWhole) {
   for (const Shape& shape : shapes()) draw(shape);
   choose({"Image", "Dust", "Edit dust mask"});
   drag({{700, 20}, {730, 45}});

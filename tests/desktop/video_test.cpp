@@ -18,7 +18,7 @@ class VideoWindow : public WalkTest {
     writeMovieFile(folder.file("a.mve"), 61, {320, 240}, draw);
     doc = dynamic_cast<CVivoCapDoc*>(app->openDocumentFile(folder.file("a.mve")));
     ASSERT_NE(doc, nullptr);
-    QTest::qWait(50);
+    settle();
     widget = window().documentWindows().widgetOf(*doc);
     for (QWidget* child : widget->findChildren<QWidget*>())
       if (auto* found = dynamic_cast<TimelineBar*>(child)) bar = found;
@@ -70,9 +70,9 @@ TEST_F(VideoWindow, MovesAlongByTheBarOfTime) {
 
 TEST_F(VideoWindow, PlaysAndProcessesBeforeTheEyes) {
   QTest::keyClick(widget, Qt::Key_Right, Qt::ControlModifier);
-  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->currentIndex() == 1; }, 1000));
+  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->currentIndex() == 1; }, kLongestMs));
   QTest::keyClick(widget, Qt::Key_L, Qt::ControlModifier);
-  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->currentIndex() > 5; }, 3000));
+  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->currentIndex() > 5; }, kLongestMs));
   QTest::keyClick(widget, Qt::Key_Escape);
   auto& view = static_cast<CVivoCapView&>(*doc->views().front());
   EXPECT_FALSE(view.isPlaying());

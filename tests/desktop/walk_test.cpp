@@ -16,7 +16,7 @@ std::string nailfoldStill() {
   return withSeparator(named ? named : TEST_DATA_FOLDER) + "nailfold-still/nailfold-1000x750-grey.bmp";
 }
 
-class RoadTest : public WalkTest {
+class Road : public WalkTest {
  protected:
   void beginExamination() {
     answers.expect("Select Subject", [this](QWidget& dialog) {
@@ -49,7 +49,7 @@ class RoadTest : public WalkTest {
   CResultDoc* table(const ResultTable& kind) { return findResultDocument(kind.title); }
 };
 
-TEST_F(RoadTest, TheWindowMenuLeadsFromEveryKindToEveryOther) {
+TEST_F(Road, TheWindowMenuLeadsFromEveryKindToEveryOther) {
   std::vector<CDocument*> all;
   for (const auto& type : app->documents.types())
     if (type->canOpen()) all.push_back(type->newDocument());
@@ -68,7 +68,7 @@ TEST_F(RoadTest, TheWindowMenuLeadsFromEveryKindToEveryOther) {
     }
 }
 
-TEST_F(RoadTest, FilesAreLookedForInTheFolderOfANewExamination) {
+TEST_F(Road, FilesAreLookedForInTheFolderOfANewExamination) {
   beginExamination();
   answers.expect("Import", [this](QWidget& dialog) {
     EXPECT_TRUE(sameFolder(fromQt(static_cast<QFileDialog&>(dialog).directory().path()), exams->folder()));
@@ -77,7 +77,7 @@ TEST_F(RoadTest, FilesAreLookedForInTheFolderOfANewExamination) {
   choose({"File", "Import"});
 }
 
-TEST_F(RoadTest, FromANewSubjectToItsImageOpenedAgain) {
+TEST_F(Road, FromANewSubjectToItsImageOpenedAgain) {
   if (!fileExists(nailfoldStill())) GTEST_SKIP() << nailfoldStill() << " is not here";
   beginExamination();
   const auto subject = app->db->readSubject("WALK_7");

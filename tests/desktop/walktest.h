@@ -12,19 +12,13 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QStandardPaths>
-#include <QTest>
 #include <QTimer>
 
-#include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "base/version.h"
-#include "desktop/qthost.h"
+#include "desktop/mainwindowtest.h"
 #include "desktop/qttext.h"
-#include "exams/examselection.h"
-#include "frame/mainframe.h"
-#include "imagedoc/zbasicview.h"
-#include "support/imagedoctest.h"
 
 namespace tarnvisor {
 
@@ -46,7 +40,6 @@ class DialogAnswers {
   void answerAll(Answering answer) { always = std::move(answer); }
 
  private:
-  static constexpr double kMostSeconds = 8;
   struct Step {
     QString title;
     Answering answer;
@@ -58,7 +51,7 @@ class DialogAnswers {
       shown = modal;
       since = steadySeconds();
       if (modal) QTimer::singleShot(0, modal, [this, modal] { answer(*modal); });
-    } else if (modal && steadySeconds() - since > kMostSeconds) {
+    } else if (modal && steadySeconds() - since > kLongestMs / 1000) {
       ADD_FAILURE() << "a dialog stays open: " << describe(*modal);
       closeHard(*modal);
     }
@@ -89,39 +82,10 @@ class DialogAnswers {
   double since = 0;
 };
 
-class WalkTest : public ImageDocTest {
+class WalkTest : public MainWindowTest {
  protected:
-  void SetUp() override {
-    registerStoredClasses();
-    options.documentTable = documentTable();
-    options.dataFolder = folder.file("data");
-    writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n");
-    tool = kToolNone;
-    app = std::make_unique<CBasicApp>();
-    exams = std::make_unique<ExamSelection>(*app);
-    frame = std::make_unique<CBasicMainFrame>(*app);
-    windows.connect(*app, *frame);
-    loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
-    ASSERT_TRUE(app->initInstance(options));
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
-  }
-  void TearDown() override {
-    windows.closeWindows();
-    loop.reset();
-    frame.reset();
-    exams.reset();
-    app.reset();
-    tool = kToolNone;
-  }
-
-  MainWindow& window() { return *windows.mainWindow(); }
-  ViewWidget& widget() { return *window().documentWindows().widgetOf(*app->documents.active()); }
+  ViewWidget& widget() { return widgetOf(*app->documents.active()); }
   ZBasicView& view() { return static_cast<ZBasicView&>(*image()->views().front()); }
-  // Until the commands that were given have ended and the windows show it.
-  void settle() {
-    for (int i = 0; i < 200 && (app->loop.hasPosted() || i == 0); ++i) QTest::qWait(40);
-    EXPECT_FALSE(app->loop.hasPosted());
-  }
 
   // --- menus and keys
 
@@ -139,7 +103,7 @@ class WalkTest : public ImageDocTest {
                                                  : window().menuBar()->actionGeometry(found);
       QTest::mouseClick(bar, Qt::LeftButton, {}, at.center());
       if (found->menu()) {
-        ASSERT_TRUE(QTest::qWaitFor([&] { return found->menu()->isVisible(); }, 2000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return found->menu()->isVisible(); }, kLongestMs));
       }
       bar = found->menu();
     }
@@ -148,7 +112,7 @@ class WalkTest : public ImageDocTest {
   void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
     // A display without a window manager leaves menus and dialogs active when they have closed.
     window().activateWindow();
-    EXPECT_TRUE(QTest::qWaitFor([this] { return QApplication::activeWindow() == &window(); }, 2000));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return QApplication::activeWindow() == &window(); }, kLongestMs));
     QWidget* to = app->documents.active() ? static_cast<QWidget*>(&widget()) : &window();
     QTest::keyClick(to, key, modifiers);
     settle();
@@ -206,7 +170,8 @@ class WalkTest : public ImageDocTest {
     answers.expect("Print", [path](QWidget& dialog) {
       auto* printers = dialog.findChild<QComboBox*>("printers");
       auto* name = dialog.findChild<QLineEdit*>("filename");
-      ASSERT_TRUE(printers && name);
+      ASSERT_NE(printers, nullptr);
+      ASSERT_NE(name, nullptr);
       if (!name->isEnabled()) printers->setCurrentIndex(printers->count() - 1);
       QTest::keyClick(name, Qt::Key_A, Qt::ControlModifier);
       QTest::keyClicks(name, toQt(path));
@@ -273,10 +238,7 @@ class WalkTest : public ImageDocTest {
   }
   static bool hasQvoronoi() { return !QStandardPaths::findExecutable("qvoronoi").isEmpty(); }
 
-  QtHost windows;
   HostScope scope{windows.ports};
-  std::unique_ptr<CBasicMainFrame> frame;
-  std::unique_ptr<QtLoop> loop;
   DialogAnswers answers;
   std::vector<std::string> messages;
 };

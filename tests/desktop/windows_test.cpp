@@ -8,21 +8,18 @@
 #include <QMimeData>
 #include <QScrollBar>
 #include <QStatusBar>
-#include <QTest>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QUrl>
 #include <QWheelEvent>
 
 #include "base/text.h"
+#include "desktop/dialogtest.h"
 #include "desktop/icons.h"
+#include "desktop/mainwindowtest.h"
 #include "desktop/opening.h"
-#include "desktop/qthost.h"
-#include "exams/examselection.h"
-#include "frame/mainframe.h"
 #include "imagedoc/commandids.h"
 #include "settings/profile.h"
-#include "support/imagedoctest.h"
 
 namespace tarnvisor {
 namespace {
@@ -63,42 +60,8 @@ struct ProbeDocument final : CDocument {
   void serialize(Archive&) override {}
 };
 
-class WindowTest : public ImageDocTest {
+class ProgramWindow : public MainWindowTest {
  protected:
-  void SetUp() override {
-    registerStoredClasses();
-    options.documentTable = documentTable();
-    options.dataFolder = folder.file("data");
-    writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n");
-    begin();
-  }
-  void TearDown() override { end(); }
-
-  void begin() {
-    app = std::make_unique<CBasicApp>();
-    exams = std::make_unique<ExamSelection>(*app);
-    frame = std::make_unique<CBasicMainFrame>(*app);
-    windows.connect(*app, *frame);
-    loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
-    ASSERT_TRUE(app->initInstance(options));
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
-  }
-  void end() {
-    windows.closeWindows();
-    loop.reset();
-    frame.reset();
-    exams.reset();
-    app.reset();
-  }
-
-  MainWindow& window() { return *windows.mainWindow(); }
-  QMdiSubWindow& windowOf(const CDocument& document) {
-    return *window().documentWindows().windowOf(document);
-  }
-  ViewWidget& widgetOf(const CDocument& document) { return *window().documentWindows().widgetOf(document); }
-  // Long enough for posted commands and gathered updates.
-  static void settle() { QTest::qWait(60); }
-
   // The menu that is shown under a title, and its entries' texts, "-" for separators.
   QMenu* menu(const QString& title) {
     for (QMenu* each : window().menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly))
@@ -144,15 +107,12 @@ class WindowTest : public ImageDocTest {
     return folder.file(name);
   }
 
-  QtHost windows;
   // Questions go to the test, windows are real.
   Host ports{host, host, host, host, windows, host, host, host, host};
   HostScope scope{ports};
-  std::unique_ptr<CBasicMainFrame> frame;
-  std::unique_ptr<QtLoop> loop;
 };
 
-TEST_F(WindowTest, EachDocumentHasAWindowThatFollowsIt) {
+TEST_F(ProgramWindow, EachDocumentHasAWindowThatFollowsIt) {
   ZBasicDoc& first = makeImage(40, 30);
   ZBasicDoc& second = makeImage(40, 30);
   EXPECT_EQ(windowOf(first).windowTitle(), "Image1[*]");
@@ -180,7 +140,7 @@ TEST_F(WindowTest, EachDocumentHasAWindowThatFollowsIt) {
   EXPECT_EQ(gone, nullptr);
 }
 
-TEST_F(WindowTest, MouseAndKeysReachTheViewAsRecords) {
+TEST_F(ProgramWindow, MouseAndKeysReachTheViewAsRecords) {
   ProbeView& view = probe();
   QWidget* area = widgetOf(view.document()).viewport();
   view.seen.clear();
@@ -208,7 +168,7 @@ TEST_F(WindowTest, MouseAndKeysReachTheViewAsRecords) {
                                                  format("key %i", static_cast<int>(Key::PageDown))}));
 }
 
-TEST_F(WindowTest, ScrollBarsAndTheViewsPositionAreOne) {
+TEST_F(ProgramWindow, ScrollBarsAndTheViewsPositionAreOne) {
   ProbeView& view = probe();
   ViewWidget& widget = widgetOf(view.document());
   windowOf(view.document()).resize(420, 260);
@@ -230,7 +190,7 @@ TEST_F(WindowTest, ScrollBarsAndTheViewsPositionAreOne) {
   EXPECT_EQ(windowOf(view.document()).width(), windowOf(view.document()).mdiArea()->viewport()->width());
 }
 
-TEST_F(WindowTest, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
+TEST_F(ProgramWindow, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
   ProbeView& view = probe();
   const auto pane = [&](const char* name) { return window().statusBar()->findChild<QLabel*>(name); };
   settle();
@@ -241,22 +201,19 @@ TEST_F(WindowTest, PanesOfTheViewInFrontStandInTheStatusBarAndDontJump) {
   windowOf(view.document()).resize(420, 260);
   view.scrollTo({400, 0});
   view.window().panesChanged();
-  settle();
-  EXPECT_EQ(pane("position")->text(), "pos=  400");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return pane("position")->text() == "pos=  400"; }, kLongestMs));
   EXPECT_GE(pane("position")->width(), width);
   app->documents.closeAll();
-  settle();
-  EXPECT_FALSE(pane("zoom")->isVisible());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !pane("zoom")->isVisible(); }, kLongestMs));
 }
 
-TEST_F(WindowTest, CommandsAreOnWhenSomebodyTakesThem) {
+TEST_F(ProgramWindow, CommandsAreOnWhenSomebodyTakesThem) {
   settle();
   EXPECT_FALSE(action(cmd::FileSave)->isEnabled());
   EXPECT_FALSE(action(cmd::ZoomFit)->isEnabled());
   EXPECT_TRUE(action(cmd::FileOpen)->isEnabled());
   ZBasicDoc& image = makeImage(40, 30);
-  settle();
-  EXPECT_TRUE(action(cmd::FileSave)->isEnabled());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return action(cmd::FileSave)->isEnabled(); }, kLongestMs));
   EXPECT_FALSE(action(cmd::Undo)->isEnabled());
   const bool ticked = action(cmd::ShowCrosshair)->isChecked();
   EXPECT_EQ(ticked, image.showtarget != 0);
@@ -270,25 +227,19 @@ TEST_F(WindowTest, CommandsAreOnWhenSomebodyTakesThem) {
   EXPECT_TRUE(windowOf(image).isWindowModified());
 }
 
-TEST_F(WindowTest, MenusAreTheTablesAndNoShortcutIsTakenTwice) {
+TEST_F(ProgramWindow, MenusAreTheTables) {
   EXPECT_TRUE(entries("&File").contains("&Open..."));
   EXPECT_TRUE(entries("&File").contains("No recent files"));
   settings.setString("Recent File List", "File1", "/data/a.tv1");
   settings.setString("Recent File List", "File2", "/data/b.tv1");
   const QStringList file = entries("&File");
-  EXPECT_TRUE(file.contains("&1 a.tv1") && file.contains("&2 b.tv1"));
+  EXPECT_THAT(file, IsSupersetOf<QString>({"&1 a.tv1", "&2 b.tv1"}));
   EXPECT_FALSE(file.contains("No recent files"));
-  std::map<QString, QString> taken;
-  for (const QAction* each : window().findChildren<QAction*>())
-    if (!each->shortcut().isEmpty()) {
-      EXPECT_EQ(taken[each->shortcut().toString()], "") << each->text().toStdString();
-      taken[each->shortcut().toString()] = each->text();
-    }
   EXPECT_EQ(action(cmd::FileSave)->toolTip(), "Save (Ctrl+S)");
   EXPECT_EQ(action(cmd::FileSave)->statusTip(), "Saves the document in front.");
 }
 
-TEST_F(WindowTest, EachNamedIconIsDrawn) {
+TEST_F(ProgramWindow, EachNamedIconIsDrawn) {
   for (const auto& [id, words] : window().commandActions().directory().all())
     if (*words.icon) {
       EXPECT_TRUE(hasIcon(words.icon)) << words.icon;
@@ -296,7 +247,7 @@ TEST_F(WindowTest, EachNamedIconIsDrawn) {
   for (const auto& type : app->documents.types()) EXPECT_TRUE(hasIcon(type->face().icon));
 }
 
-TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
+TEST_F(ProgramWindow, ExpertModeShowsTheToolBars) {
   auto* bar = window().findChild<QToolBar*>("Main");
   ASSERT_NE(bar, nullptr);
   const bool before = app->expertMode != 0;
@@ -306,7 +257,7 @@ TEST_F(WindowTest, ExpertModeShowsTheToolBars) {
   EXPECT_EQ(bar->isVisible(), !before);
 }
 
-TEST_F(WindowTest, EachShortcutWorksWhereverTheKeyboardIs) {
+TEST_F(ProgramWindow, EachShortcutWorksWhereverTheKeyboardIs) {
   ZBasicDoc& image = makeImage(40, 30);
   settle();
   (void)app->runCommand(cmd::ViewExams);
@@ -329,7 +280,7 @@ TEST_F(WindowTest, EachShortcutWorksWhereverTheKeyboardIs) {
   }
 }
 
-TEST_F(WindowTest, ClosingADocumentsWindowAsksWhenItHasChanged) {
+TEST_F(ProgramWindow, ClosingADocumentsWindowAsksWhenItHasChanged) {
   ZBasicDoc& d = makeImage(40, 30);
   d.setModified();
   host.answers = {Answer::Cancel, Answer::No};
@@ -342,7 +293,7 @@ TEST_F(WindowTest, ClosingADocumentsWindowAsksWhenItHasChanged) {
   EXPECT_EQ(image(), nullptr);
 }
 
-TEST_F(WindowTest, DocumentsThatFollowOthersCloseInAnyOrder) {
+TEST_F(ProgramWindow, DocumentsThatFollowOthersCloseInAnyOrder) {
   std::vector<int> order{0, 1, 2, 3, 4};
   for (int turn = 0; turn < 10; ++turn) {
     std::rotate(order.begin(), order.begin() + 1, order.end());
@@ -363,12 +314,12 @@ TEST_F(WindowTest, DocumentsThatFollowOthersCloseInAnyOrder) {
   }
 }
 
-TEST_F(WindowTest, NothingClosesUnderADialog) {
+TEST_F(ProgramWindow, NothingClosesUnderADialog) {
   ZBasicDoc& d = makeImage(40, 30);
   windowOf(d).close();
   windows.closeMainFrame();
   QDialog dialog;
-  QTimer::singleShot(80, &dialog, [&] {
+  laterBy(kManyTurns, dialog, [&] {
     EXPECT_EQ(image(), &d);
     EXPECT_TRUE(window().isVisible());
     dialog.reject();
@@ -379,10 +330,10 @@ TEST_F(WindowTest, NothingClosesUnderADialog) {
   EXPECT_FALSE(window().isVisible());
 }
 
-TEST_F(WindowTest, TheRecordBarFollowsTheExamThatIsSelected) {
+TEST_F(ProgramWindow, TheRecordBarFollowsTheExamThatIsSelected) {
   app->db->newSubject("S-1");
   exams->selectSubject("S-1", "");
-  ASSERT_TRUE(makeExamination("left", "") && makeExamination("right", ""));
+  for (const char* site : {"left", "right"}) ASSERT_TRUE(makeExamination(site, ""));
   (void)app->runCommand(cmd::ViewExams);
   frame->examList().select(0);
   auto* name = window().findChild<QLineEdit*>("basename");
@@ -407,7 +358,7 @@ TEST_F(WindowTest, WhatNeedsACameraSaysSo) {
   EXPECT_THAT(live->statusTip().toStdString(), HasSubstr("needs a camera"));
 }
 
-TEST_F(WindowTest, AViewThatIsGoneTakesNoFilesOfOthers) {
+TEST_F(ProgramWindow, AViewThatIsGoneTakesNoFilesOfOthers) {
   const std::string path = savedImage("other.tv1");
   app->receiveAutoLoad(path);
   ASSERT_NE(process.autoLoadView, nullptr);
@@ -415,7 +366,7 @@ TEST_F(WindowTest, AViewThatIsGoneTakesNoFilesOfOthers) {
   EXPECT_EQ(process.autoLoadView, nullptr) << "the next view may have its address";
 }
 
-TEST_F(WindowTest, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
+TEST_F(ProgramWindow, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
   makeImage(40, 30).setModified();
   makeImage(40, 30).setModified();
   (void)makeImage(40, 30);
@@ -432,7 +383,7 @@ TEST_F(WindowTest, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
   for (const auto& [key, value] : kept) EXPECT_EQ(settings.getInt("MainWindow", key, -1), value) << key;
 }
 
-TEST_F(WindowTest, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
+TEST_F(ProgramWindow, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
   EXPECT_TRUE(window().isMaximized()) << "the whole screen at first";
   window().showNormal();
   window().setGeometry(40, 30, 1000, 800);
@@ -446,7 +397,7 @@ TEST_F(WindowTest, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
   EXPECT_EQ(settings.getInt("MainWindow", "left", -1), 40);
 }
 
-TEST_F(WindowTest, DroppedFilesOpenAndSeveralAreTiled) {
+TEST_F(ProgramWindow, DroppedFilesOpenAndSeveralAreTiled) {
   const std::string first = savedImage("one.tv1");
   const std::string second = savedImage("two.tv1");
   drop({first, second});
@@ -457,7 +408,7 @@ TEST_F(WindowTest, DroppedFilesOpenAndSeveralAreTiled) {
   EXPECT_EQ(a.width() + b.width(), windowOf(*image()).mdiArea()->viewport()->width());
 }
 
-TEST_F(WindowTest, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
+TEST_F(ProgramWindow, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
   ZBasicDoc& d = makeImage(40, 30);
   const std::string still = folder.file("still.bmp");
   ASSERT_TRUE(d.saveImage(still));
@@ -474,7 +425,7 @@ TEST_F(WindowTest, ADroppedStillBecomesAnImageDocumentAndAnythingElseIsSaid) {
   EXPECT_EQ(host.messages.size(), told + 2);
 }
 
-TEST_F(WindowTest, TheManualOpensAtThePageOfTheWindowInFront) {
+TEST_F(ProgramWindow, TheManualOpensAtThePageOfTheWindowInFront) {
   EXPECT_EQ(helpPage(nullptr), "");
   ASSERT_TRUE(makeFolderPath(folder.file("help")));
   for (const char* page : {"index.html", "image.html", "chart.html", "xy-chart.html"})
@@ -488,7 +439,7 @@ TEST_F(WindowTest, TheManualOpensAtThePageOfTheWindowInFront) {
     EXPECT_EQ(helpPage(kind->newDocument()), folder.file(page));
 }
 
-TEST_F(WindowTest, AChartOpensWhereTheLastOneOfItsClassClosed) {
+TEST_F(ProgramWindow, AChartOpensWhereTheLastOneOfItsClassClosed) {
   const auto open = [] { return process.reviewTemplate->newDocument(); };
   CDocument* chart = open();
   ASSERT_NE(chart, nullptr);

@@ -14,9 +14,14 @@ class Playback : public VideoTest {
     video().fps = fps;
     video().playPeriod = static_cast<int32_t>(1000 / fps);
   }
+  // Begins anew until it is known to a thousandth of a second when it began.
   void play(bool loop) {
-    view().startPlayback(loop);
-    start = steadySeconds();
+    double before = 0;
+    do {
+      before = steadySeconds();
+      view().startPlayback(loop);
+      start = steadySeconds();
+    } while (start - before > 0.001);
   }
   // The image shown after a tick at a time since the start.
   int32_t at(double seconds) {
@@ -72,22 +77,22 @@ TEST_F(Playback, KeepsTheTrueRateAndDropsImagesWhenLate) {
 }
 
 TEST_F(Playback, LoopsWithFasterSteps) {
-  open(10, 10);
+  open(10, 0.1);  // so slow that the time the test itself takes is nothing
   play(true);
   EXPECT_TRUE(view().isLooping());
-  EXPECT_EQ(at(0.95), 9);
-  EXPECT_EQ(at(1.05), 0) << "past the end is the start";
-  EXPECT_EQ(at(1.101), 1) << "the clock goes on from when it was due";
+  EXPECT_EQ(at(95), 9);
+  EXPECT_EQ(at(105), 0) << "past the end is the start";
+  EXPECT_EQ(at(110.1), 1) << "the clock goes on from when it was due";
   run("play faster");
   run("play faster");
   EXPECT_EQ(view().playStep, 4);
   start = steadySeconds();
-  EXPECT_EQ(at(0.101), 5);
-  EXPECT_EQ(at(0.201), 9);
+  EXPECT_EQ(at(10.1), 5);
+  EXPECT_EQ(at(20.1), 9);
   RecordingCanvas canvas;
   view().draw(canvas);
   EXPECT_THAT(canvas.calls, ::testing::Contains("text 5,5 ffffff \">>x4\""));
-  EXPECT_EQ(at(0.301), 0) << "13 is outside";
+  EXPECT_EQ(at(30.1), 0) << "13 is outside";
   run("play slower");
   EXPECT_EQ(view().playStep, 2);
   run("Loop");
@@ -96,23 +101,23 @@ TEST_F(Playback, LoopsWithFasterSteps) {
 }
 
 TEST_F(Playback, EndsAtImageZeroWhenAStepJumpsPastTheEnd) {
-  open(10, 10);
+  open(10, 0.1);
   play(false);
   run("play faster");
   run("play faster");
   start = steadySeconds();
-  EXPECT_EQ(at(0.201), 8);
-  EXPECT_EQ(at(0.301), 0);
+  EXPECT_EQ(at(20.1), 8);
+  EXPECT_EQ(at(30.1), 0);
   EXPECT_FALSE(view().isPlaying());
 }
 
 TEST_F(Playback, TakesAPeriodOfTheUser) {
   open(10, 10);
-  host.fill({{"milliseconds from image to image", "500"}});
+  host.fill({{"milliseconds from image to image", "50000"}});
   run("Playback frame skip");
   play(false);
-  EXPECT_EQ(at(0.4), 0);
-  EXPECT_EQ(at(0.6), 1);
+  EXPECT_EQ(at(40), 0);
+  EXPECT_EQ(at(60), 1);
   EXPECT_TRUE(view().keyDown({Key::Escape}));
   EXPECT_FALSE(view().isPlaying());
 }

@@ -14,7 +14,8 @@ TEST_F(VideoDocument, ShowsTheImagesOfItsMovie) {
   EXPECT_EQ(doc.imageCount(), 5);
   EXPECT_EQ(doc.frameCount, 5);
   EXPECT_EQ(doc.title(), "a");
-  EXPECT_TRUE(doc.isModified() && doc.pathName().empty());
+  EXPECT_TRUE(doc.isModified());
+  EXPECT_EQ(doc.pathName(), "");
   doc.showImage(3);
   EXPECT_EQ(doc.theImage()->pixelAt(0, 0), 3);
   doc.showImage(5);

@@ -46,24 +46,20 @@ class VideoFiles : public VideoTest {
 
 TEST_F(VideoFiles, ReadsAllVersions) {
   const std::string movie = writeMovie("m.mve", 3);
-  struct Case {
-    int32_t version, fields;
-    double fps;
-    int32_t xOfLast;
-    size_t velocities;
-  } const cases[] = {{1, 0, 25, 0, 0}, {2, 60, 30, 0, 0},  {3, 59, 29.97002997002997, 0, 0},
-                     {4, 2, 1, 10, 0}, {5, 50, 25, 10, 2}, {6, 59, 12.5, 10, 2}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.version);
-    ASSERT_NE(app->openDocumentFile(writeOld(c.version, movie, c.fields)), nullptr);
-    EXPECT_EQ(video().fps, c.fps);
-    EXPECT_EQ(video().playPeriod, static_cast<int32_t>(1000 / c.fps));
+  const std::tuple<int32_t, int32_t, double, int32_t, size_t> cases[] = {
+      {1, 0, 25, 0, 0}, {2, 60, 30, 0, 0},  {3, 59, 29.97002997002997, 0, 0},
+      {4, 2, 1, 10, 0}, {5, 50, 25, 10, 2}, {6, 59, 12.5, 10, 2}};
+  for (const auto& [version, fields, fps, xOfLast, velocities] : cases) {
+    SCOPED_TRACE(version);
+    ASSERT_NE(app->openDocumentFile(writeOld(version, movie, fields)), nullptr);
+    EXPECT_EQ(video().fps, fps);
+    EXPECT_EQ(video().playPeriod, static_cast<int32_t>(1000 / fps));
     EXPECT_EQ(video().frameCount, 77);
     EXPECT_EQ(video().skipFrames, 3);
     EXPECT_EQ(video().interlaced, 1);
     EXPECT_EQ(video().imageCount(), 3);
-    EXPECT_EQ(video().movie->recordOf(2).xOrigin, c.xOfLast);
-    EXPECT_EQ(video().spotVelocities.size(), c.velocities);
+    EXPECT_EQ(video().movie->recordOf(2).xOrigin, xOfLast);
+    EXPECT_EQ(video().spotVelocities.size(), velocities);
     process.videoTemplate->discard(video());
   }
   EXPECT_EQ(app->openDocumentFile(writeOld(4, movie, 2, 32)), nullptr) << "bytes that are not 16 a frame";

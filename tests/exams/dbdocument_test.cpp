@@ -23,14 +23,6 @@ class Selection : public AppTest {
     exams->listen(this, [this] { ++refreshes; });
   }
   void TearDown() override { app->documents.closeAll(); }  // as the main frame does at the end
-  // What was posted since the last call.
-  std::vector<int32_t> posted() {
-    std::vector<int32_t> ids;
-    app->loop.onCommand = [&](int32_t id) { ids.push_back(id); };
-    app->loop.onIdle = [](int32_t) { return false; };
-    app->loop.turn();
-    return ids;
-  }
   // Makes and selects a subject's exam; its folder too.
   int32_t selectNewExam(const std::string& subject, const std::string& examFolder) {
     app->db->newSubject(subject);
@@ -147,7 +139,7 @@ TEST_F(Selection, StoresADocumentsFieldsInOrder) {
   EXPECT_EQ(document.saveCount, 0);
   EXPECT_EQ(document.examIdOfDoc, -1);
   EXPECT_EQ(document.isBound, 0);
-  EXPECT_TRUE(document.patientId.empty() && document.userLabel.empty() && document.resultText.empty());
+  EXPECT_THAT((std::array{document.patientId, document.userLabel, document.resultText}), Each(IsEmpty()));
 }
 
 TEST_F(Selection, OffersAPathInTheExamsFolderFromTheTitle) {
@@ -155,14 +147,12 @@ TEST_F(Selection, OffersAPathInTheExamsFolderFromTheTitle) {
   CDocument* made = process.imageTemplate->newDocument();
   ASSERT_NE(made, nullptr);
   auto& document = static_cast<CdbDocument&>(*made);
-  struct Case {
-    const char* title;
-    const char* name;
-  };
-  for (const Case& c : {Case{"Image 1", "Image_1.tv1"}, Case{"a#b", "a.tv1"}, Case{"50%;", "50.tv1"},
-                        Case{"left/right", "left.tv1"}, Case{"C:\\x", "C:.tv1"}, Case{"#", ".tv1"}}) {
-    document.setTitle(c.title);
-    EXPECT_EQ(document.defaultPathName(), c.name);
+  const std::pair<const char*, const char*> cases[] = {{"Image 1", "Image_1.tv1"}, {"a#b", "a.tv1"},
+                                                       {"50%;", "50.tv1"},         {"left/right", "left.tv1"},
+                                                       {"C:\\x", "C:.tv1"},        {"#", ".tv1"}};
+  for (const auto& [title, name] : cases) {
+    document.setTitle(title);
+    EXPECT_EQ(document.defaultPathName(), name);
   }
   document.setTitle("a b");
   const int32_t exam = selectNewExam("anna", "e1");
@@ -187,7 +177,8 @@ TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
     return more;
   };
   EXPECT_FALSE(d->save());
-  EXPECT_TRUE(told() && d->isModified());
+  EXPECT_TRUE(told());
+  EXPECT_TRUE(d->isModified());
   host.answers.push_back(Answer::Cancel);
   EXPECT_FALSE(startNewExamination("left", ""));
   EXPECT_TRUE(told());
@@ -229,7 +220,7 @@ TEST_F(Selection, DialogAddsChangesTouchesAndClears) {
   exams->selectExam(3, "f");
   refreshes = 0;
   dialog.finish(SubjectDialog::Result::Cancel);
-  EXPECT_TRUE(exams->subjectId().empty() && exams->subjectName().empty() && exams->examFolder().empty());
+  EXPECT_THAT((std::array{exams->subjectId(), exams->subjectName(), exams->examFolder()}), Each(IsEmpty()));
   EXPECT_EQ(exams->examId(), -1);
   EXPECT_EQ(refreshes, 1);
 }

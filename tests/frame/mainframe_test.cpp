@@ -87,12 +87,7 @@ class Frame : public AppTest {
 };
 
 TEST_F(Frame, BarsFollowExpertModeChannelsAndTheirCommands) {
-  struct Case {
-    const char* keys;
-    std::vector<int32_t> commands;
-    bool main, ops, record;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, std::vector<int32_t>, bool, bool, bool> cases[] = {
       {"", {}, true, true, true},
       {"expertmode=0\n", {}, false, false, false},
       {"expertmode=0\n", {cmd::ExpertMode}, true, true, true},
@@ -110,13 +105,13 @@ TEST_F(Frame, BarsFollowExpertModeChannelsAndTheirCommands) {
        true},
       {"", {cmd::Toolbar, cmd::ToggleOpsGroup3}, false, true, true},
   };
-  for (const Case& c : cases) {
-    startFrame(std::string("[Settings]\n") + c.keys);
-    for (const int32_t id : c.commands) EXPECT_EQ(run(id), CommandResult::Done) << id;
+  for (const auto& [keys, commands, main, ops, record] : cases) {
+    startFrame(std::string("[Settings]\n") + keys);
+    for (const int32_t id : commands) EXPECT_EQ(run(id), CommandResult::Done) << id;
     const Bars bars = frame->bars();
-    EXPECT_EQ(bars.main, c.main) << c.keys << c.commands.size();
-    EXPECT_EQ(bars.ops, c.ops) << c.keys << c.commands.size();
-    EXPECT_EQ(bars.record, c.record) << c.keys << c.commands.size();
+    EXPECT_EQ(bars.main, main) << keys << commands.size();
+    EXPECT_EQ(bars.ops, ops) << keys << commands.size();
+    EXPECT_EQ(bars.record, record) << keys << commands.size();
     frame.reset();
     stop();
   }
@@ -138,7 +133,8 @@ TEST_F(Frame, TheStatusBarIsHiddenUntilSomebodyWantsIt) {
   EXPECT_TRUE(frame->bars().statusBar);
   run(cmd::AlwaysOnTop);
   run(cmd::StatusWindow);
-  EXPECT_TRUE(frame->bars().alwaysOnTop && frame->bars().statusWindow);
+  EXPECT_TRUE(frame->bars().alwaysOnTop);
+  EXPECT_TRUE(frame->bars().statusWindow);
 }
 
 TEST_F(Frame, PlacementComesFromTheProfileAndStaysOnTheScreen) {
@@ -184,7 +180,8 @@ TEST_F(Frame, TypesThatOpenNothingCountAsAbsent) {
 
 TEST_F(Frame, TheChainStartsTheVelocityInputAndThenTheCamera) {
   startWithInputs("[Settings]\nfloEN=1\n");
-  ASSERT_TRUE(app->liveView && app->flo1View) << "both open at the start";
+  ASSERT_TRUE(app->liveView) << "open at the start";
+  ASSERT_TRUE(app->flo1View);
   EXPECT_EQ(run(cmd::RunStop), CommandResult::Done);
   EXPECT_EQ(app->documents.active(), &static_cast<VelocityView*>(app->flo1View)->document());
   (void)app->loop.turn();

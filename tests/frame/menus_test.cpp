@@ -106,8 +106,9 @@ TEST_F(Menus, EachCommandIsInAMenuOrHasAButtonOrKeys) {
     ids.insert(keys.begin(), keys.end());
     ids.insert(kPosted.begin(), kPosted.end());
     for (const auto& [id, text] : commands)
-      EXPECT_TRUE(ids.contains(id) || (text.empty() && buttons.contains(id)))
-          << id << " " << text << " in " << nameOf(kind);
+      if (!text.empty() || !buttons.contains(id)) {
+        EXPECT_THAT(ids, Contains(id)) << text << " in " << nameOf(kind);
+      }
     for (const int32_t id : keys) EXPECT_STRNE(directory.words(id).keys, "") << id;
   }
 }
@@ -186,11 +187,12 @@ TEST_F(Menus, TellHowACommandStands) {
   process.imageTemplate->newDocument();
   const auto chain = app->commandChain();
   const CommandState crosshair = commandState(chain, cmd::ShowCrosshair);
-  EXPECT_TRUE(crosshair.known && crosshair.enabled && crosshair.ticked);
-  EXPECT_EQ(crosshair.text, "&Show Crosshair");
+  EXPECT_THAT(crosshair,
+              AllOf(Field(&CommandState::known, true), Field(&CommandState::enabled, true),
+                    Field(&CommandState::ticked, true), Field(&CommandState::text, "&Show Crosshair")));
   const CommandState undo = commandState(chain, cmd::Undo);
-  EXPECT_TRUE(undo.known);
-  EXPECT_FALSE(undo.enabled || undo.ticked);
+  EXPECT_THAT(undo, AllOf(Field(&CommandState::known, true), Field(&CommandState::enabled, false),
+                          Field(&CommandState::ticked, false)));
   EXPECT_FALSE(commandState(chain, cmd::ExportResults).known);
 }
 

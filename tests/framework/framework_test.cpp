@@ -236,7 +236,7 @@ TEST(Commands, AreNamedByTheirWordsInTheirOwnTableBeforeTheBase) {
     EXPECT_EQ(both.commands()->find(std::string_view(none)), nullptr) << none;
 }
 
-TEST(MessageLoopTest, RunsPostedCommandsBeforeTimersAndTheIdlePass) {
+TEST(MessageLoop, RunsPostedCommandsBeforeTimersAndTheIdlePass) {
   MessageLoop loop;
   std::vector<std::string> events;
   loop.onCommand = [&](int32_t id) {
@@ -257,7 +257,7 @@ TEST(MessageLoopTest, RunsPostedCommandsBeforeTimersAndTheIdlePass) {
               ElementsAre("command 1", "command 2", "command 3", "idle 0", "idle 1", "command 4", "idle 0"));
 }
 
-TEST(MessageLoopTest, TimersRepeatUntilKilledAndQuitEndsTheRun) {
+TEST(MessageLoop, TimersRepeatUntilKilledAndQuitEndsTheRun) {
   MessageLoop loop;
   int fired = 0;
   loop.setTimer(7, 1, [&] {

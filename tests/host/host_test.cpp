@@ -5,9 +5,9 @@
 namespace tarnvisor {
 namespace {
 
-class FormTest : public ::testing::Test {
+class FormFields : public ::testing::Test {
  protected:
-  FormTest() {
+  FormFields() {
     form.add("&Whole:", whole, {1, 9})
         .add("Number...", number, {-0.5, 0.5, "Half at most!"})
         .add("At least", atLeast, {.low = 2})
@@ -25,50 +25,48 @@ class FormTest : public ::testing::Test {
   Form form{"Title"};
 };
 
-TEST_F(FormTest, FieldsAreFoundByPlainLabel) {
+TEST_F(FormFields, FieldsAreFoundByPlainLabel) {
   for (const char* label : {"Whole", "whole", "WHOLE:", "w&hole", "Number", "number...", "flip", "at least "})
     EXPECT_NE(form.find(label), nullptr) << label;
   for (const char* label : {"", "Who", "Title"}) EXPECT_EQ(form.find(label), nullptr) << label;
   EXPECT_EQ(form.find("Whole")->kind, FormField::Kind::Whole) << "never the note";
 }
 
-TEST_F(FormTest, FieldsTakeOnlyWhatTheirLimitsAllow) {
-  struct Case {
-    const char *label, *text, *problem, *value;
-  };
-  const Case cases[] = {{"Whole", "9", "", "9"},
-                        {"Whole", " 1 ", "", "1"},
-                        {"Whole", "0", "&Whole: must be from 1 to 9.", "1"},
-                        {"Whole", "10", "&Whole: must be from 1 to 9.", "1"},
-                        {"Whole", "2.5", "&Whole: must be a whole number.", "1"},
-                        {"Whole", "", "&Whole:: \"\" is not a number.", "1"},
-                        {"Whole", "2x", "&Whole:: \"2x\" is not a number.", "1"},
-                        {"Number", "-0.5", "", "-0.5"},
-                        {"Number", "0.51", "Half at most!", "-0.5"},
-                        {"Number", "nan", "Number...: \"nan\" is not a number.", "-0.5"},
-                        {"Number", "1e999", "Number...: \"1e999\" is not a number.", "-0.5"},
-                        {"At least", "1.5", "At least must be at least 2.", "3"},
-                        {"At least", "1e30", "", "1e+30"},
-                        {"Any", "-2147483648", "", "-2147483648"},
-                        {"Any", "2147483648", "Any must be from -2147483648 to 2147483647.", "-2147483648"},
-                        {"Text", " any \n", "", " any \n"},
-                        {"Notes", "", "", ""},
-                        {"About", "x", "About can't be changed.", "a"},
-                        {"Flip", "1", "", "1"},
-                        {"Flip", "No", "", "0"},
-                        {"Flip", "YES", "", "1"},
-                        {"Flip", "2", "&Flip must be from 0 to 1.", "1"},
-                        {"Finger", "ring", "", "Ring"},
-                        {"Finger", "0", "", "Index"},
-                        {"Finger", "3", "", "3"},
-                        {"Finger", "4", "Finger must be from 0 to 2.", "3"},
-                        {"Finger", "-1", "Finger must be from 0 to 2.", "3"},
-                        {"Finger", "thumb", "Finger: \"thumb\" is not a number.", "3"}};
-  for (const Case& c : cases) {
-    const FormField* field = form.find(c.label);
-    ASSERT_NE(field, nullptr) << c.label;
-    EXPECT_EQ(field->take(c.text), c.problem) << c.label;
-    EXPECT_EQ(field->value(), c.value) << c.label << " " << c.text;
+TEST_F(FormFields, FieldsTakeOnlyWhatTheirLimitsAllow) {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+      {"Whole", "9", "", "9"},
+      {"Whole", " 1 ", "", "1"},
+      {"Whole", "0", "&Whole: must be from 1 to 9.", "1"},
+      {"Whole", "10", "&Whole: must be from 1 to 9.", "1"},
+      {"Whole", "2.5", "&Whole: must be a whole number.", "1"},
+      {"Whole", "", "&Whole:: \"\" is not a number.", "1"},
+      {"Whole", "2x", "&Whole:: \"2x\" is not a number.", "1"},
+      {"Number", "-0.5", "", "-0.5"},
+      {"Number", "0.51", "Half at most!", "-0.5"},
+      {"Number", "nan", "Number...: \"nan\" is not a number.", "-0.5"},
+      {"Number", "1e999", "Number...: \"1e999\" is not a number.", "-0.5"},
+      {"At least", "1.5", "At least must be at least 2.", "3"},
+      {"At least", "1e30", "", "1e+30"},
+      {"Any", "-2147483648", "", "-2147483648"},
+      {"Any", "2147483648", "Any must be from -2147483648 to 2147483647.", "-2147483648"},
+      {"Text", " any \n", "", " any \n"},
+      {"Notes", "", "", ""},
+      {"About", "x", "About can't be changed.", "a"},
+      {"Flip", "1", "", "1"},
+      {"Flip", "No", "", "0"},
+      {"Flip", "YES", "", "1"},
+      {"Flip", "2", "&Flip must be from 0 to 1.", "1"},
+      {"Finger", "ring", "", "Ring"},
+      {"Finger", "0", "", "Index"},
+      {"Finger", "3", "", "3"},
+      {"Finger", "4", "Finger must be from 0 to 2.", "3"},
+      {"Finger", "-1", "Finger must be from 0 to 2.", "3"},
+      {"Finger", "thumb", "Finger: \"thumb\" is not a number.", "3"}};
+  for (const auto& [label, typed, problem, value] : cases) {
+    const FormField* field = form.find(label);
+    ASSERT_NE(field, nullptr) << label;
+    EXPECT_EQ(field->take(typed), problem) << label;
+    EXPECT_EQ(field->value(), value) << label << " " << typed;
   }
   EXPECT_EQ(whole, 1);
   EXPECT_EQ(choice, 2);
@@ -76,18 +74,6 @@ TEST_F(FormTest, FieldsTakeOnlyWhatTheirLimitsAllow) {
   EXPECT_NE(form.fields().back().take("x"), "");
   choice = 7;
   EXPECT_EQ(form.find("Finger")->value(), "7") << "an index without a choice is shown as it is";
-}
-
-TEST_F(FormTest, IsLiveOnceItHasAHandler) {
-  EXPECT_FALSE(form.isLive());
-  form.changed();
-  int changes = 0;
-  form.setOnChange([&] { ++changes; }).setOkLabel("Start");
-  form.changed();
-  EXPECT_TRUE(form.isLive());
-  EXPECT_EQ(changes, 1);
-  EXPECT_EQ(form.title(), "Title");
-  EXPECT_EQ(form.okLabel(), "Start");
 }
 
 TEST(Host, DeclinesEverythingWhenNobodyIsThere) {

@@ -82,11 +82,7 @@ TEST(Shape, CheckedPixelsTestTwiceTheOriginOnAField) {
 }
 
 TEST(Clipping, FollowsTheFiveSteps) {
-  struct Case {
-    int interlace, x0, y0;
-    Rect in, out;
-  };
-  const Case cases[] = {
+  const std::tuple<int, int, int, Rect, Rect> cases[] = {
       {0, 0, 0, {6, 5, 2, 1}, {2, 1, 6, 5}},
       {0, 100, 100, {3, 3, 3, 9}, {0, 0, 8, 8}},
       {0, 4, 2, {5, 3, 20, 20}, {1, 1, 8, 8}},
@@ -95,11 +91,11 @@ TEST(Clipping, FollowsTheFiveSteps) {
       {0, INT32_MIN, 0, {INT32_MIN, 0, INT32_MAX, 4}, {0, 0, 8, 4}},
       {2, INT32_MAX, INT32_MIN, {1, 1, 9, 9}, {}},
   };
-  for (const Case& c : cases) {
-    CZZimage image(8, c.interlace ? 16 : 8, 0, c.interlace);
-    image.xOrigin = c.x0;
-    image.yOrigin = c.y0;
-    EXPECT_EQ(image.clipToImage(c.in), c.out) << c.in.left << "," << c.in.top;
+  for (const auto& [interlace, x0, y0, in, out] : cases) {
+    CZZimage image(8, interlace ? 16 : 8, 0, interlace);
+    image.xOrigin = x0;
+    image.yOrigin = y0;
+    EXPECT_EQ(image.clipToImage(in), out) << in.left << "," << in.top;
   }
   CZZimage image(8, 8);
   image.xOrigin = image.yOrigin = 50;

@@ -27,16 +27,13 @@ TEST(DisplayPalette, RainbowPassesItsEightSegments) {
   DisplayPalette p;
   p.setColour(true);
   // Segments of 32 entries: fast steps of 6, slow ones of 2.
-  const struct {
-    size_t index;
-    PaletteEntry entry;
-  } cases[] = {{0, bgr(255, 0, 0)},     {1, bgr(255, 6, 0)},     {31, bgr(255, 186, 0)},
-               {32, bgr(255, 192, 0)},  {33, bgr(255, 194, 0)},  {64, bgr(255, 255, 0)},
-               {65, bgr(253, 255, 0)},  {96, bgr(191, 255, 0)},  {97, bgr(185, 255, 0)},
-               {128, bgr(0, 255, 0)},   {129, bgr(0, 255, 6)},   {160, bgr(0, 255, 192)},
-               {191, bgr(0, 255, 254)}, {192, bgr(0, 255, 255)}, {193, bgr(0, 253, 255)},
-               {224, bgr(0, 191, 255)}, {255, bgr(0, 5, 255)}};
-  for (const auto& c : cases) EXPECT_EQ(p.entries()[c.index], c.entry) << c.index;
+  const std::pair<size_t, PaletteEntry> cases[] = {
+      {0, bgr(255, 0, 0)},     {1, bgr(255, 6, 0)},     {31, bgr(255, 186, 0)},  {32, bgr(255, 192, 0)},
+      {33, bgr(255, 194, 0)},  {64, bgr(255, 255, 0)},  {65, bgr(253, 255, 0)},  {96, bgr(191, 255, 0)},
+      {97, bgr(185, 255, 0)},  {128, bgr(0, 255, 0)},   {129, bgr(0, 255, 6)},   {160, bgr(0, 255, 192)},
+      {191, bgr(0, 255, 254)}, {192, bgr(0, 255, 255)}, {193, bgr(0, 253, 255)}, {224, bgr(0, 191, 255)},
+      {255, bgr(0, 5, 255)}};
+  for (const auto& [index, entry] : cases) EXPECT_EQ(p.entries()[index], entry) << index;
   p.setColournum(80);  // segments of 10: steps of 19.2 and 6.4, truncated
   EXPECT_EQ(p.entries()[1], bgr(255, 19, 0));
   EXPECT_EQ(p.entries()[3], bgr(255, 57, 0));

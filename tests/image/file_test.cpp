@@ -1,12 +1,11 @@
 // Still-image files: round trips, bytes worked out by hand, and files that lie.
-#include <tiffio.h>
-
 #include "base/bytes.h"
 #include "base/clock.h"
 #include "image/imagefile.h"
 #include "image/palette.h"
 #include "image/testimages.h"
 #include "image/texts.h"
+#include "support/tifffile.h"
 
 namespace tarnvisor {
 namespace {
@@ -80,26 +79,22 @@ TEST_F(ImageFiles, TheExtensionDecidesExactly) {
 }
 
 TEST_F(ImageFiles, ZzgReadsItsThreeForms) {
-  struct Case {
-    Bytes bytes;
-    int width, height, frame, interlace, x, y, colourset, first;
-  };
-  const Case cases[] = {
+  const std::tuple<Bytes, int, int, int, int, int, int, int, int> cases[] = {
       {zzg({3, 2, 7, 1}, 6), 3, 2, 7, 1, 0, 0, 0, 1},
       {zzg({-1, 99, 7, 2, 3, 2, -4, 5}, 6), 3, 2, 7, 2, -4, 5, 0, 1},
       {zzg({-2, 36, -1, 0, 3, 2, 1, 2, 1}, 18), 3, 2, -1, 0, 1, 2, 1, 1},
       {zzg({-77, 0, 5, 0, 3, 2, 1, 2, 2}, 6), 3, 2, 5, 0, 1, 2, 2, 1},
   };
-  for (const Case& c : cases) {
+  for (const auto& [bytes, width, height, frame, interlace, x, y, colourset, first] : cases) {
     CZZimage image;
-    ASSERT_TRUE(image.load(write("a.zzg", c.bytes)));
+    ASSERT_TRUE(image.load(write("a.zzg", bytes)));
     EXPECT_EQ(std::tuple(image.width, image.height, image.frameNumber, image.interlace, image.xOrigin,
                          image.yOrigin, image.colourset, image.row(0)[0]),
-              std::tuple(c.width, c.height, c.frame, c.interlace, c.x, c.y, c.colourset, c.first));
+              std::tuple(width, height, frame, interlace, x, y, colourset, first));
     EXPECT_EQ(image.row(1)[0], image.rowBytes + 1);
     ZzgHeader header;
     std::FILE* file = std::fopen(folder.file("a.zzg").c_str(), "rb");
-    EXPECT_EQ(readHeader(file, header), static_cast<int64_t>(c.bytes.size()));
+    EXPECT_EQ(readHeader(file, header), static_cast<int64_t>(bytes.size()));
     std::fclose(file);
   }
 }
@@ -269,21 +264,17 @@ TEST_F(ImageFiles, ClipboardGreyWeighsTheBytesOutOfOrder) {
   EXPECT_EQ(pixelsOf(image), (std::vector<int>{69}));
 }
 
-// A picture through the library itself: width 2, height 2.
-void writeForeign(const std::string& path, int bits, int samples, int planar,
+// A picture of 2 x 2 as another program writes it.
+void writeForeign(const std::string& path, uint32_t bits, uint32_t samples, uint32_t planar,
                   const std::vector<Bytes>& lines) {
-  TIFF* tiff = TIFFOpen(path.c_str(), "w");
-  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 2);
-  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 2);
-  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
-  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
-  TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, planar);
-  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-  for (size_t i = 0; i < lines.size(); ++i) {
-    Bytes line = lines[i];
-    TIFFWriteScanline(tiff, line.data(), static_cast<uint32_t>(i % 2), static_cast<uint16_t>(i / 2));
-  }
-  TIFFClose(tiff);
+  writeTiff(path,
+            {{.width = 2,
+              .height = 2,
+              .lines = lines,
+              .bits = bits,
+              .samples = samples,
+              .photometric = static_cast<uint32_t>(samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK),
+              .planar = planar}});
 }
 
 TEST_F(ImageFiles, TiffOfThreeSamplesBecomesGreyStepByStep) {

@@ -1,9 +1,7 @@
 #include "image/stillimport.h"
 
-#include <tiffio.h>
-
 #include "support/tempfolder.h"
-#include "support/testing.h"
+#include "support/tifffile.h"
 
 namespace tarnvisor {
 namespace {
@@ -36,33 +34,27 @@ class StillImport : public ::testing::Test {
     std::vector<uint16_t> values;  // of two rows
     bool tiled = false;
   };
-  std::string writeTiff(const std::vector<Page>& pages) {
-    std::string path = folder.file("a.tif");
-    TIFF* tiff = TIFFOpen(path.c_str(), "w");
+  std::string write(const std::vector<Page>& pages) {
+    std::vector<TiffPage> all;
     for (const Page& page : pages) {
-      const size_t line = page.values.size() / 2;
-      TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(line / page.samples));
-      TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 2);
-      TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, page.bits);
-      TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, page.samples);
-      TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-      TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, page.photometric);
-      if (page.tiled) {
-        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, 16);
-        TIFFSetField(tiff, TIFFTAG_TILELENGTH, 16);
-        std::vector<uint16_t> tile(256, 9999);  // what lies beyond the picture must not count
-        for (size_t i = 0; i < page.values.size(); ++i) tile[i / line * 16 + i % line] = page.values[i];
-        TIFFWriteTile(tiff, tile.data(), 0, 0, 0, 0);
+      const size_t line = page.values.size() / 2, across = page.tiled ? 16 : line;
+      // What lies beyond the picture in a tile must not count.
+      std::vector<uint16_t> wide(page.tiled ? 256 : page.values.size(), 9999);
+      for (size_t i = 0; i < page.values.size(); ++i) wide[i / line * across + i % line] = page.values[i];
+      Bytes bytes(wide.begin(), wide.end());
+      if (page.bits == 16) {
+        bytes.resize(2 * wide.size());
+        std::memcpy(bytes.data(), wide.data(), bytes.size());
       }
-      for (uint32_t y = 0; y < 2 && !page.tiled; ++y) {
-        std::vector<uint16_t> wide(page.values.begin() + y * line, page.values.begin() + (y + 1) * line);
-        std::vector<uint8_t> narrow(wide.begin(), wide.end());
-        TIFFWriteScanline(tiff, page.bits == 16 ? static_cast<void*>(wide.data()) : narrow.data(), y, 0);
-      }
-      TIFFWriteDirectory(tiff);
+      const auto half = bytes.begin() + static_cast<ptrdiff_t>(bytes.size() / 2);
+      std::vector<Bytes> lines{{bytes.begin(), half}, {half, bytes.end()}};
+      if (page.tiled) lines = {bytes};
+      TiffPage made{
+          static_cast<uint32_t>(line / page.samples), 2, lines, page.bits, page.samples, page.photometric};
+      made.tileSide = page.tiled ? 16 : 0;
+      all.push_back(made);
     }
-    TIFFClose(tiff);
-    return path;
+    return writeTiff(folder.file("a.tif"), all);
   }
 
   TempFolder folder;
@@ -85,12 +77,12 @@ TEST_F(StillImport, KeepsColourAndStretchesWideSamples) {
 }
 
 TEST_F(StillImport, ReadsThePagesOfATiff) {
-  const std::string path = writeTiff({{16, 1, PHOTOMETRIC_MINISBLACK, {100, 200, 300, 610}},
-                                      {8, 3, PHOTOMETRIC_RGB, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
-                                      {16, 3, PHOTOMETRIC_RGB, {0, 510, 255, 2, 4, 6}},
-                                      {8, 1, PHOTOMETRIC_MINISWHITE, {255, 0, 1, 250}},
-                                      {16, 1, PHOTOMETRIC_MINISWHITE, {65535, 65025, 65280, 65535}},
-                                      {16, 1, PHOTOMETRIC_MINISBLACK, {0, 52, 102, 510}, true}});
+  const std::string path = write({{16, 1, PHOTOMETRIC_MINISBLACK, {100, 200, 300, 610}},
+                                  {8, 3, PHOTOMETRIC_RGB, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
+                                  {16, 3, PHOTOMETRIC_RGB, {0, 510, 255, 2, 4, 6}},
+                                  {8, 1, PHOTOMETRIC_MINISWHITE, {255, 0, 1, 250}},
+                                  {16, 1, PHOTOMETRIC_MINISWHITE, {65535, 65025, 65280, 65535}},
+                                  {16, 1, PHOTOMETRIC_MINISBLACK, {0, 52, 102, 510}, true}});
   EXPECT_EQ(stillPages(path), 6);
   EXPECT_EQ(import(path, 0), (Values{0, 50, 100, 255}));
   EXPECT_EQ(import(path, 1), (Values{3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10}));
@@ -103,13 +95,13 @@ TEST_F(StillImport, ReadsThePagesOfATiff) {
 }
 
 TEST_F(StillImport, KnowsWhatTheImageBufferLoadsAsItStands) {
-  EXPECT_TRUE(loadsAsItStands(writeTiff({{8, 1, PHOTOMETRIC_MINISBLACK, {1, 2, 3, 4}}})));
+  EXPECT_TRUE(loadsAsItStands(write({{8, 1, PHOTOMETRIC_MINISBLACK, {1, 2, 3, 4}}})));
   for (const Page& page :
        {Page{8, 1, PHOTOMETRIC_MINISWHITE, {1, 2, 3, 4}}, Page{16, 1, PHOTOMETRIC_MINISBLACK, {1, 2, 3, 4}},
         Page{8, 3, PHOTOMETRIC_RGB, {1, 2, 3, 4, 5, 6}}})
-    EXPECT_FALSE(loadsAsItStands(writeTiff({page})));
+    EXPECT_FALSE(loadsAsItStands(write({page})));
   const Page grey{8, 1, PHOTOMETRIC_MINISBLACK, {1, 2, 3, 4}};
-  EXPECT_FALSE(loadsAsItStands(writeTiff({grey, grey})));
+  EXPECT_FALSE(loadsAsItStands(write({grey, grey})));
   std::string bitmap(54, '\0');
   for (const int bits : {1, 4, 8, 24, 32}) {
     bitmap[28] = static_cast<char>(bits);
@@ -138,26 +130,18 @@ TEST_F(StillImport, A16BitBitmapShowsItsColours) {
 }
 
 // A page of one level, `side` pixels each way; `stored` of its rows are written.
-std::string flatTiff(const TempFolder& folder, int compression, int bits, uint32_t side, uint32_t stored) {
-  std::string path = folder.file("flat.tif");
-  TIFF* tiff = TIFFOpen(path.c_str(), "w");
-  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, side);
-  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, side);
-  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
-  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, side);
-  TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
-  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-  std::vector<uint8_t> line(side, 0);
-  for (uint32_t y = 0; y < stored; ++y) TIFFWriteScanline(tiff, line.data(), y, 0);
-  TIFFClose(tiff);
-  return path;
+std::string flatTiff(const TempFolder& folder, uint32_t compression, uint32_t bits, uint32_t side,
+                     size_t stored) {
+  const std::vector<Bytes> lines(stored, Bytes(side));
+  return writeTiff(
+      folder.file("flat.tif"),
+      {{.width = side, .height = side, .lines = lines, .bits = bits, .compression = compression}});
 }
 
 TEST_F(StillImport, ATiffThatTellsOfMoreThanItHoldsIsRefusedBeforeMemoryIsTaken) {
-  for (const int compression : {COMPRESSION_NONE, COMPRESSION_PACKBITS, COMPRESSION_LZW,
-                                COMPRESSION_ADOBE_DEFLATE, COMPRESSION_CCITTFAX4}) {
-    const int bits = compression == COMPRESSION_CCITTFAX4 ? 1 : 8;
+  for (const uint32_t compression : {COMPRESSION_NONE, COMPRESSION_PACKBITS, COMPRESSION_LZW,
+                                     COMPRESSION_ADOBE_DEFLATE, COMPRESSION_CCITTFAX4}) {
+    const uint32_t bits = compression == COMPRESSION_CCITTFAX4 ? 1 : 8;
     const std::string small = flatTiff(folder, compression, bits, 14000, 1);
     EXPECT_THAT(refusal(small), testing::HasSubstr("fewer pixels")) << compression;
     const std::string whole = flatTiff(folder, compression, bits, 2000, 2000);

@@ -1,15 +1,14 @@
 // What is measured on colours, and how they become grey.
 #include "image/palette.h"
-#include "results/resultdoc.h"
 #include "viewtest.h"
 
 namespace tarnvisor {
 namespace {
 
-class ColourImage : public ViewTest {
+class ColourImage : public ImageView {
  protected:
   void TearDown() override {
-    ViewTest::TearDown();
+    ImageView::TearDown();
     resetPaletteSettings();
   }
   // Left half red, right half green.
@@ -22,10 +21,7 @@ class ColourImage : public ViewTest {
   }
   std::vector<std::string> averageRow(size_t row) {
     run("Calculate average of selection");
-    const CResultDoc* table = findResultDocument("Image Results");
-    std::vector<std::string> cells;
-    for (size_t place = 5; place < 8; ++place) cells.emplace_back(trimmed(table->cell(row, place)));
-    return cells;
+    return resultCells(row, 5, 8);
   }
 };
 

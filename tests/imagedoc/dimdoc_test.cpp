@@ -12,7 +12,7 @@ namespace {
 constexpr const char* kHeadings =
     "\"Line\",\"X\",\"Y\",\"Length\",\"Area\",\"Width\",\"Tort0\",\"Tort1\",\"Tort1n\",\"comments\",\r\n";
 
-class DimensionListTest : public ImageDocTest {
+class DimensionTable : public ImageDocument {
  protected:
   // A line from (10, 20) over 30 by 40 pixels in an image moved by (5, -5) of 2 by 0.5 units a pixel.
   ZBasicDoc& imageWithLine() {
@@ -36,7 +36,7 @@ class DimensionListTest : public ImageDocTest {
   }
 };
 
-TEST_F(DimensionListTest, ShowsTheCurrentListInUserUnitsWithTheOffsetAdded) {
+TEST_F(DimensionTable, ShowsTheCurrentListInUserUnitsWithTheOffsetAdded) {
   ZBasicDoc& d = imageWithLine();
   showDimensionList(d);
   EXPECT_EQ(app->documents.active(), &table());
@@ -63,7 +63,7 @@ TEST_F(DimensionListTest, ShowsTheCurrentListInUserUnitsWithTheOffsetAdded) {
   EXPECT_FALSE(table().isModified()) << "a mirror has nothing to lose";
 }
 
-TEST_F(DimensionListTest, IsOneTableThatFollowsTheImageInFront) {
+TEST_F(DimensionTable, IsOneTableThatFollowsTheImageInFront) {
   ZBasicDoc& first = imageWithLine();
   ZBasicDoc& second = makeImage(8, 8);
   refreshDimensionList(first);
@@ -87,7 +87,7 @@ TEST_F(DimensionListTest, IsOneTableThatFollowsTheImageInFront) {
   EXPECT_EQ(ZDimDoc::shared(), nullptr);
 }
 
-TEST_F(DimensionListTest, TheFileHoldsQuotedCellsAndTheExam) {
+TEST_F(DimensionTable, TheFileHoldsQuotedCellsAndTheExam) {
   ASSERT_TRUE(app->db->newSubject("S 1"));
   exams->selectSubject("S 1", "");
   ASSERT_TRUE(makeExamination("ring", ""));
@@ -105,7 +105,7 @@ TEST_F(DimensionListTest, TheFileHoldsQuotedCellsAndTheExam) {
   EXPECT_EQ(saved("none.csv"), identity) << "without an image";
 }
 
-TEST_F(DimensionListTest, ReadingIsIgnoredAndTheFileIsNotWrittenOverUnasked) {
+TEST_F(DimensionTable, ReadingIsIgnoredAndTheFileIsNotWrittenOverUnasked) {
   ZBasicDoc& d = imageWithLine();
   showDimensionList(d);
   host.paths.push_back(folder.file("list.csv"));
@@ -127,7 +127,7 @@ TEST_F(DimensionListTest, ReadingIsIgnoredAndTheFileIsNotWrittenOverUnasked) {
   EXPECT_EQ(readWholeText(folder.file("list.csv")).value(), text);
 }
 
-TEST_F(DimensionListTest, TheViewHasMeasuredColumnsAndSelectsWholeRows) {
+TEST_F(DimensionTable, TheViewHasMeasuredColumnsAndSelectsWholeRows) {
   ZBasicDoc& d = imageWithLine();
   for (int32_t i = 0; i < 3; ++i) d.addDimension({i, i}, CDimList::kPoint);
   showDimensionList(d);

@@ -17,7 +17,7 @@ FileBytes firstFields(int32_t version) {
   return b.dword(3).dword(4).dword(0).dword(0).dword(0).dword(0).dword(0).dword(0).dword(1).dword(1).str("");
 }
 
-class StoredImage : public ImageDocTest {
+class StoredImage : public ImageDocument {
  protected:
   ZBasicDoc* openBytes(const FileBytes& b) {
     EXPECT_TRUE(replaceFile(folder.file("old.tv1"), std::span<const uint8_t>(b.bytes)));
@@ -63,7 +63,7 @@ TEST_F(StoredImage, ReadsEachOldVersion) {
     EXPECT_EQ(d->originx, version > 10 ? 100 : 0);
     EXPECT_EQ(d->patientId, version > 8 ? "S-1" : "");
     EXPECT_EQ(d->resultText, version > 8 ? "density" : "");
-    EXPECT_TRUE(d->dimlists[kAmcList].hidden && d->dimlists[kDustList].hidden);
+    for (const size_t list : {kAmcList, kDustList}) EXPECT_TRUE(d->dimlists[list].hidden) << list;
     EXPECT_EQ(d->isBound, 1);
   }
 }
@@ -88,7 +88,7 @@ TEST_F(StoredImage, RefusesACutFile) {
   }
 }
 
-TEST_F(ImageDocTest, SavingOnceTurnsZeroAsBlackOverAndTwiceRestoresIt) {
+TEST_F(ImageDocument, SavingOnceTurnsZeroAsBlackOverAndTwiceRestoresIt) {
   makeImage(8, 8);
   ASSERT_EQ(image()->zeroasblack, 1);
   for (const int expected : {0, 1}) {
@@ -98,7 +98,7 @@ TEST_F(ImageDocTest, SavingOnceTurnsZeroAsBlackOverAndTwiceRestoresIt) {
   }
 }
 
-TEST_F(ImageDocTest, KeepsEverythingThroughASave) {
+TEST_F(ImageDocument, KeepsEverythingThroughASave) {
   ZBasicDoc& d = makeImage(33, 20);
   d.theImage()->xOrigin = 7;
   d.notes = std::string(300, 'n');
@@ -120,7 +120,7 @@ TEST_F(ImageDocTest, KeepsEverythingThroughASave) {
   EXPECT_FALSE(r.isModified());
 }
 
-TEST_F(ImageDocTest, ChoosesThePixelFormat) {
+TEST_F(ImageDocument, ChoosesThePixelFormat) {
   ZBasicDoc& d = makeImage(8, 8);
   settings.setString("settings", "imagetype", ".tif");
   ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
@@ -131,7 +131,7 @@ TEST_F(ImageDocTest, ChoosesThePixelFormat) {
   EXPECT_TRUE(fileExists(folder.file("b.zzg"))) << "only this form keeps the mosaic";
 }
 
-TEST_F(ImageDocTest, FindsAMovedPixelFileBesideTheDocumentOrAsks) {
+TEST_F(ImageDocument, FindsAMovedPixelFileBesideTheDocumentOrAsks) {
   makeImage(8, 8);
   ASSERT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
   const auto moveTo = [&](const std::string& from, const std::string& to) {
@@ -160,7 +160,7 @@ TEST_F(ImageDocTest, FindsAMovedPixelFileBesideTheDocumentOrAsks) {
   EXPECT_EQ(image()->imagefile, folder.file("elsewhere.bmp"));
 }
 
-TEST_F(ImageDocTest, ATrimmedSaveShiftsTheDocumentAndReopensIt) {
+TEST_F(ImageDocument, ATrimmedSaveShiftsTheDocumentAndReopensIt) {
   ZBasicDoc& d = makeImage(40, 30);
   ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
   d.setPathName(folder.file("a.tv1"));
@@ -182,7 +182,7 @@ TEST_F(ImageDocTest, ATrimmedSaveShiftsTheDocumentAndReopensIt) {
   EXPECT_EQ(pixelsOf(*d.theImage()), inside);
 }
 
-TEST_F(ImageDocTest, AsksAboutTheRoiUnlessToldBefore) {
+TEST_F(ImageDocument, AsksAboutTheRoiUnlessToldBefore) {
   ZBasicDoc& d = makeImage(40, 30);
   d.roi = {10, 10, 30, 25};
   host.fills.push_back([](Form& form) {
@@ -200,7 +200,7 @@ TEST_F(ImageDocTest, AsksAboutTheRoiUnlessToldBefore) {
   EXPECT_EQ(d.savedroi, 1);
 }
 
-TEST_F(ImageDocTest, AWholeImageWithARoiIsWrittenForEachDocument) {
+TEST_F(ImageDocument, AWholeImageWithARoiIsWrittenForEachDocument) {
   ZBasicDoc& d = makeImage(40, 30);
   d.keepwhole = 1;
   for (const char* name : {"a", "b", "b"}) {
@@ -212,7 +212,7 @@ TEST_F(ImageDocTest, AWholeImageWithARoiIsWrittenForEachDocument) {
   EXPECT_EQ(readWholeFile(folder.file("b.bmp")), readWholeFile(folder.file("a.bmp")));
 }
 
-TEST_F(ImageDocTest, PixelsThatCantBeWrittenStayChanged) {
+TEST_F(ImageDocument, PixelsThatCantBeWrittenStayChanged) {
   ZBasicDoc& d = makeImage(8, 8);
   for (const int silent : {1, 0}) {
     d.silent = silent;
@@ -223,7 +223,7 @@ TEST_F(ImageDocTest, PixelsThatCantBeWrittenStayChanged) {
   EXPECT_THAT(host.messages.back(), HasSubstr("Error saving image."));
 }
 
-TEST_F(ImageDocTest, APictureFromElsewhereIsNeverWrittenOver) {
+TEST_F(ImageDocument, APictureFromElsewhereIsNeverWrittenOver) {
   CZZimage shot(12, 6, -1, 0, kColour);
   ASSERT_TRUE(shot.save(folder.file("shot.bmp")));
   const auto original = readWholeFile(folder.file("shot.bmp"));
@@ -257,7 +257,7 @@ TEST_F(ImageDocTest, APictureFromElsewhereIsNeverWrittenOver) {
   EXPECT_EQ(readWholeFile(folder.file("exam/x.bmp")), original) << "it comes along byte for byte";
 }
 
-TEST_F(ImageDocTest, ATrimmedFirstSaveCutsTheImageInMemoryToo) {
+TEST_F(ImageDocument, ATrimmedFirstSaveCutsTheImageInMemoryToo) {
   ZBasicDoc& d = makeImage(40, 30);
   d.roi = {10, 10, 30, 25};
   d.silent = 1;
@@ -271,7 +271,7 @@ TEST_F(ImageDocTest, ATrimmedFirstSaveCutsTheImageInMemoryToo) {
   EXPECT_TRUE(d.undoimage->empty()) << "the whole image would lie wrong under the shifted marks";
 }
 
-TEST_F(ImageDocTest, AFullDiscLosesNothing) {
+TEST_F(ImageDocument, AFullDiscLosesNothing) {
   ASSERT_TRUE(makeFolderPath(folder.file("disc")));
   if (::mount("tmpfs", folder.file("disc").c_str(), "tmpfs", 0, "size=96k") != 0)
     GTEST_SKIP() << "no right to mount a small disc";
@@ -292,7 +292,7 @@ TEST_F(ImageDocTest, AFullDiscLosesNothing) {
   ::umount(folder.file("disc").c_str());
 }
 
-TEST_F(ImageDocTest, ACopyTakesAllButTheFile) {
+TEST_F(ImageDocument, ACopyTakesAllButTheFile) {
   ZBasicDoc& d = makeImage(16, 12);
   d.addDimension({3, 4}, 0);
   d.notes = "was";
@@ -309,14 +309,14 @@ TEST_F(ImageDocTest, ACopyTakesAllButTheFile) {
   EXPECT_EQ(pixelsOf(*copy.theImage()), pixelsOf(*d.theImage()));
 }
 
-TEST_F(ImageDocTest, AScaleOfAnotherImageCalibratesNoNewOne) {
+TEST_F(ImageDocument, AScaleOfAnotherImageCalibratesNoNewOne) {
   ASSERT_TRUE(makeImage(4, 4).setScale(2.5, 2.5, "x20", 1, false, true));
   EXPECT_EQ(makeImage(4, 4).unitName(), "pixel") << "its own scale is not known";
   ASSERT_TRUE(image()->setScale(2.5, 2.5, "x20", 1, true, false));
   EXPECT_EQ(makeImage(4, 4).unitName(), "um");
 }
 
-TEST_F(ImageDocTest, SettingsGiveNewDocumentsTheirValues) {
+TEST_F(ImageDocument, SettingsGiveNewDocumentsTheirValues) {
   writeSettings(
       "[Settings]\ntargetx=5\nshowtarget=0\ncalibrated=1\nuserunits=nm\nmagx=2.5\nmagy=3.5\nmagname=x20\n"
       "[grid]\ngridstyle=1\ngrid spacing=12.5\ngrid colour=255\nuserfielname=u.wmf\n"

@@ -18,7 +18,7 @@ constexpr Kind kKinds[] = {{"grey", kGrey, 0},        {"colour", kColour, 0}, {"
                            {"fieldOne", kGrey, 1},    {"fieldTwo", kGrey, 2}, {"colourField", kColour, 1},
                            {"mosaicField", kBayer, 2}};
 
-class StoredForms : public ImageDocTest {
+class StoredForms : public ImageDocument {
  protected:
   ZBasicDoc& makeKind(const Kind& kind, int32_t width) {
     ZBasicDoc& d = makeImage(1, 1);

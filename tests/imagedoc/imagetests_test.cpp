@@ -7,6 +7,7 @@
 #include "imagedoc/texts.h"
 #include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"
+#include "traces/tracetests.h"
 
 namespace tarnvisor {
 namespace {
@@ -41,13 +42,13 @@ TEST(RuledRow, KeepsAtMost256EdgesAndTakesAFlatRow) {
   EXPECT_EQ(none.largestRatio, 0.0);
 }
 
-class OpticsTest : public ImageDocTest {
+class Optics : public ImageDocument {
  protected:
   std::string table(const char* name) { return readWholeText(folder.file("data/") + name).value_or("none"); }
   FixedClock clock{1'700'000'000};  // 2023-11-14 22:13:20
 };
 
-TEST_F(OpticsTest, AutocalOnARuledImageWritesItsRecordALineAndTheNotes) {
+TEST_F(Optics, AutocalOnARuledImageWritesItsRecordALineAndTheNotes) {
   ZBasicDoc& d = makeImage(64, 20);
   for (int32_t x = 0; x < 64; ++x) d.image->setPixel(x, 9, x % 8 < 4 ? 200 : 50);
   d.imagefile = "ruler, new.bmp";
@@ -71,7 +72,7 @@ TEST_F(OpticsTest, AutocalOnARuledImageWritesItsRecordALineAndTheNotes) {
   EXPECT_FALSE(autocalTest(d, -1));
 }
 
-TEST_F(OpticsTest, VignetteMeasuresBothDiagonals) {
+TEST_F(Optics, VignetteMeasuresBothDiagonals) {
   ZBasicDoc& d = makeImage(100, 100);
   d.image->fill(200);
   // The first diagonal, from the lower left up, passes through here.
@@ -90,7 +91,7 @@ TEST_F(OpticsTest, VignetteMeasuresBothDiagonals) {
   EXPECT_THAT(d.notes, EndsWith(lines[1] + "\r\n"));
 }
 
-TEST_F(OpticsTest, AFailedWriteIsToldAndTheRecordStaysInTheNotes) {
+TEST_F(Optics, AFailedWriteIsToldAndTheRecordStaysInTheNotes) {
   ZBasicDoc& d = makeImage(40, 40);
   std::filesystem::create_directory(folder.file("data/vignette.csv"));
   EXPECT_FALSE(vignetteTest(d));
@@ -104,16 +105,12 @@ TEST_F(OpticsTest, AFailedWriteIsToldAndTheRecordStaysInTheNotes) {
 
 // --- the charts
 
-class Charts : public ImageDocTest {
+class Charts : public ImageDocument {
  protected:
   static ZliveChartDoc* chart(LevelChart kind) {
     return findLiveChart(kind == LevelChart::Profile ? "Grey level profile" : "Histogram");
   }
-  static std::vector<double> valuesOf(const ZliveChartDoc& chart) {
-    std::vector<double> values(chart.firsttrace()->size());
-    (void)chart.firsttrace()->data->getcopy(values.data(), 0, chart.firsttrace()->size());
-    return values;
-  }
+  static std::vector<double> valuesOf(const ZliveChartDoc& chart) { return samplesOf(*chart.firsttrace()); }
   static std::vector<std::string> paneTexts(const CDocument& d) {
     std::vector<std::string> all;
     for (const StatusPane& pane : d.views().front()->panes()) all.push_back(pane.text);

@@ -1,30 +1,18 @@
-#include <tiffio.h>
-
 #include "image/palette.h"
 #include "support/imagedoctest.h"
+#include "support/tifffile.h"
 
 namespace tarnvisor {
 namespace {
 
-class ImportedStills : public ImageDocTest {
+class ImportedStills : public ImageDocument {
  protected:
   static std::string still(const std::string& name) { return std::string(STILLS_FOLDER) + name; }
   // A TIFF file of 2 x 1 pixels a page, each page filled with its value.
-  std::string writePages(const std::vector<uint8_t>& pages) {
-    std::string path = folder.file("stack.tif");
-    TIFF* tiff = TIFFOpen(path.c_str(), "w");
-    for (const uint8_t value : pages) {
-      TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 2);
-      TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
-      TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-      TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-      TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-      uint8_t line[] = {value, value};
-      TIFFWriteScanline(tiff, line, 0, 0);
-      TIFFWriteDirectory(tiff);
-    }
-    TIFFClose(tiff);
-    return path;
+  std::string writePages(const std::vector<uint8_t>& levels) {
+    std::vector<TiffPage> pages;
+    for (const uint8_t level : levels) pages.push_back({.width = 2, .height = 1, .lines = {{level, level}}});
+    return writeTiff(folder.file("stack.tif"), pages);
   }
 };
 

@@ -26,10 +26,10 @@ Calls together(std::initializer_list<Calls> parts) {
   return all;
 }
 
-class Overlays : public ImageDocTest {
+class Overlays : public ImageDocument {
  protected:
   void SetUp() override {
-    ImageDocTest::SetUp();
+    ImageDocument::SetUp();
     doc = &makeImage(100, 80);
     doc->showtarget = 0;
     view = std::make_unique<ZBasicView>(*doc);
@@ -82,14 +82,6 @@ TEST_F(Overlays, ComeInTheirOrderWithTheirPens) {
   // A text waits for no pen.
   const Calls last(split, all.end());
   EXPECT_THAT(last, ::testing::UnorderedElementsAreArray(selected));
-}
-
-TEST_F(Overlays, OfAnEmptyDocumentAreTheOriginAlone) { EXPECT_EQ(drawn(), cross("ff00", 0, 0, 5)); }
-
-TEST_F(Overlays, ShowACircularRegionAsAnEllipse) {
-  doc->roi = {10, 10, 50, 50};
-  doc->makeRoiCircular();
-  EXPECT_THAT(drawn(), Contains("ellipse 10,10-50,50"));
 }
 
 TEST_F(Overlays, LieWhereTheZoomPutsThem) {
@@ -227,21 +219,16 @@ TEST_F(Overlays, GridDrawingCoversTheCentralSquareAndIsNothingWithoutItsFile) {
 TEST_F(Overlays, ScaleBarIsTheLongestRoundLengthWithinAQuarterOfTheWindow) {
   doc->calibrated = 1;
   doc->userunits = "um";
-  const struct {
-    double magx;
-    int32_t num, den, window;
-    double units;
-    int32_t pixels;
-    const char* label;
-  } cases[] = {{1.68, 1, 1, 800, 200, 119, "200 um"},    {1.0, 1, 1, 800, 200, 200, "200 um"},
-               {1.0, 5, 4, 800, 100, 125, "100 um"},     {0.004, 1, 1, 1000, 1, 250, "1 um"},
-               {0.0039, 1, 1, 1000, 0.5, 128, "0.5 um"}, {1e6, 1, 13, 400, 1e9, 77, "1e+09 um"}};
-  for (const auto& c : cases) {
-    doc->magx = c.magx;
-    const ScaleBar bar = scaleBarFor(*doc, c.num, c.den, c.window);
-    EXPECT_EQ(bar.units, c.units) << c.label;
-    EXPECT_EQ(bar.pixels, c.pixels) << c.label;
-    EXPECT_EQ(bar.label, c.label);
+  const std::tuple<double, int32_t, int32_t, int32_t, double, int32_t, const char*> cases[] = {
+      {1.68, 1, 1, 800, 200, 119, "200 um"},    {1.0, 1, 1, 800, 200, 200, "200 um"},
+      {1.0, 5, 4, 800, 100, 125, "100 um"},     {0.004, 1, 1, 1000, 1, 250, "1 um"},
+      {0.0039, 1, 1, 1000, 0.5, 128, "0.5 um"}, {1e6, 1, 13, 400, 1e9, 77, "1e+09 um"}};
+  for (const auto& [magx, num, den, window, units, pixels, label] : cases) {
+    doc->magx = magx;
+    const ScaleBar bar = scaleBarFor(*doc, num, den, window);
+    EXPECT_EQ(bar.units, units) << label;
+    EXPECT_EQ(bar.pixels, pixels) << label;
+    EXPECT_EQ(bar.label, label);
   }
   doc->calibrated = 0;
   EXPECT_EQ(scaleBarFor(*doc, 1, 1, 800).label, "200 pixel");

@@ -8,10 +8,10 @@
 namespace tarnvisor {
 namespace {
 
-class PrintedPage : public ImageDocTest {
+class PrintedPage : public ImageDocument {
  protected:
   void SetUp() override {
-    ImageDocTest::SetUp();
+    ImageDocument::SetUp();
     doc = &makeImage(100, 80);
     doc->setTitle("hand.tv1");
     doc->imagefile = "hand.bmp";

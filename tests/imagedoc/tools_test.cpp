@@ -3,39 +3,31 @@
 #include "charts/livechartdoc.h"
 #include "imagedoc/levelchart.h"
 #include "imagedoc/viewtest.h"
+#include "traces/tracetests.h"
 
 namespace tarnvisor {
 namespace {
 
-TEST_F(ViewTest, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
+TEST_F(ImageView, AToolChosenAgainIsPutBackAndTheSelectionsGo) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);
-  const std::pair<int32_t, const char*> tools[] = {{4, "Pan image"},       {5, "ROI"},
-                                                   {7, "Origin"},          {8, "Counting"},
-                                                   {9, "Dimension Lines"}, {10, "Dimension polyline"},
-                                                   {12, "Crosshair"},      {11, "Freehand dimension lines"},
-                                                   {13, "Circle"},         {14, "Irregular polygon"},
-                                                   {15, "Freehand area"},  {16, "trace capillaries"},
-                                                   {18, "Edit dust mask"}};
-  for (const auto& [number, name] : tools) {
+  for (const char* name : {"Pan image", "ROI", "Origin", "Counting", "Dimension Lines", "Dimension polyline",
+                           "Crosshair", "Freehand dimension lines", "Circle", "Irregular polygon",
+                           "Freehand area", "trace capillaries", "Edit dust mask"}) {
     run(name);
-    EXPECT_EQ(tool, number) << name;
     EXPECT_TRUE(isTicked(name)) << name;
     view->selected = view->secondselected = 0;
     run(name);
     EXPECT_EQ(tool, kToolNone) << name;
     EXPECT_FALSE(isTicked(name)) << name;
-    EXPECT_TRUE(view->selected == -1 && view->secondselected == -1) << name;
+    EXPECT_THAT((std::array{view->selected, view->secondselected}), Each(-1)) << name;
   }
   d.image.reset();
   EXPECT_FALSE(canRun("ROI"));
 }
 
-TEST_F(ViewTest, EachDrawingToolAddsItsKindOfDimension) {
-  struct Case {
-    const char *command, *script, *state;
-  };
-  const Case cases[] = {
+TEST_F(ImageView, EachDrawingToolAddsItsKindOfDimension) {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"Counting", "click 20,30 60,35", "tool8 L20,30 *L60,35"},
       {"Dimension Lines", "click 20,30 move 50,50", "tool9 drag1 *L20,30"},
       {"Dimension Lines", "click 20,30 60,35", "tool9 *L20,30 60,35"},
@@ -53,17 +45,18 @@ TEST_F(ViewTest, EachDrawingToolAddsItsKindOfDimension) {
       {"Irregular polygon", "click 2,3 60,35 5,9 Escape", "tool14 *P2,3 60,35 5,9 2,3"},
       {"Freehand dimension lines", "down 2,3 move 4,5 6,7 up 6,7 move 9,9", "tool11 *L2,3 4,5 6,7"},
       {"Freehand area", "down 2,3 move 4,5 6,7 up 6,9", "tool15 *P2,3 4,5 6,7 6,9 2,3"}};
-  for (const Case& c : cases) {
+  for (const auto& [command, script, expectedState] : cases) {
     ZBasicDoc& d = show();
-    run(c.command);
-    (void)play(c.script);
-    EXPECT_EQ(state(), c.state) << c.command << ": " << c.script;
-    EXPECT_TRUE(d.isModified() && !site.captured) << c.command;
-    run(c.command);
+    run(command);
+    (void)play(script);
+    EXPECT_EQ(state(), expectedState) << command << ": " << script;
+    EXPECT_TRUE(d.isModified()) << command;
+    EXPECT_FALSE(site.captured) << command;
+    run(command);
   }
 }
 
-TEST_F(ViewTest, TheSecondClickClearsTheSecondSelection) {
+TEST_F(ImageView, TheSecondClickClearsTheSecondSelection) {
   show();
   run("Circle");
   play("click 10,10");
@@ -72,7 +65,7 @@ TEST_F(ViewTest, TheSecondClickClearsTheSecondSelection) {
   EXPECT_EQ(view->secondselected, -1);
 }
 
-TEST_F(ViewTest, ARubberBandFollowsTheMouseBetweenTheClicks) {
+TEST_F(ImageView, ARubberBandFollowsTheMouseBetweenTheClicks) {
   show();
   run("Dimension polyline");
   play("click 10,10 30,10 move 30,50");
@@ -83,7 +76,7 @@ TEST_F(ViewTest, ARubberBandFollowsTheMouseBetweenTheClicks) {
   EXPECT_FALSE(play("Enter"));
 }
 
-TEST_F(ViewTest, AShapeThatIsDeletedOrLeftWhileItGrowsIsLetGo) {
+TEST_F(ImageView, AShapeThatIsDeletedOrLeftWhileItGrowsIsLetGo) {
   ZBasicDoc& d = show();
   run("Dimension polyline");
   play("click 10,10 20,10");
@@ -102,7 +95,7 @@ TEST_F(ViewTest, AShapeThatIsDeletedOrLeftWhileItGrowsIsLetGo) {
   EXPECT_EQ(d.currentDims().size(), 2) << "without an image there is nothing to draw on";
 }
 
-TEST_F(ViewTest, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
+TEST_F(ImageView, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
   struct Case {
     const char *script, *state;
     bool changes;
@@ -140,7 +133,7 @@ TEST_F(ViewTest, WithoutAToolTheMouseSelectsDragsAndDrawsTheRoi) {
   }
 }
 
-TEST_F(ViewTest, AMarkIsHitWithinFivePixelsOfTheWindowAtAnyZoom) {
+TEST_F(ImageView, AMarkIsHitWithinFivePixelsOfTheWindowAtAnyZoom) {
   ZBasicDoc& d = show({2000, 2000}, {2000, 2000});
   d.addDimension({100, 100}, CDimList::kPoint);
   d.addPointToDimension(d.addDimension({200, 200}, CDimList::kCircle), {300, 200});
@@ -163,7 +156,7 @@ TEST_F(ViewTest, AMarkIsHitWithinFivePixelsOfTheWindowAtAnyZoom) {
   }
 }
 
-TEST_F(ViewTest, TheRoiToolDrawsWithinTheImageAndAClickClears) {
+TEST_F(ImageView, TheRoiToolDrawsWithinTheImageAndAClickClears) {
   ZBasicDoc& d = show();
   run("ROI");
   play("down 90,80 move 50,100");
@@ -180,7 +173,7 @@ TEST_F(ViewTest, TheRoiToolDrawsWithinTheImageAndAClickClears) {
   EXPECT_EQ(state(), "");
 }
 
-TEST_F(ViewTest, PositionsInTheListForMovementCorrectionSnapToBlocksOf8) {
+TEST_F(ImageView, PositionsInTheListForMovementCorrectionSnapToBlocksOf8) {
   ZBasicDoc& d = show();
   d.setCurrentList(kAmcList);
   run("Dimension Lines");
@@ -191,7 +184,7 @@ TEST_F(ViewTest, PositionsInTheListForMovementCorrectionSnapToBlocksOf8) {
   EXPECT_EQ(state(), "*L32,32 96,144");
 }
 
-TEST_F(ViewTest, OneClickSetsOriginOrTarget) {
+TEST_F(ImageView, OneClickSetsOriginOrTarget) {
   ZBasicDoc& d = show();
   d.showtarget = 0;
   run("Origin");
@@ -206,7 +199,7 @@ TEST_F(ViewTest, OneClickSetsOriginOrTarget) {
 }
 
 // A frame, and a field whose origin counts half as many rows.
-TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
+TEST_F(ImageView, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
   for (const int32_t interlace : {0, 1}) {
     ZBasicDoc& d = show();
     d.image = std::make_unique<CZZimage>(200, 160, -1, interlace);
@@ -240,7 +233,7 @@ TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
     run("trace capillaries");
     play("click 1080,590");
     EXPECT_EQ(d.image->countValue(0), 50);
-    EXPECT_TRUE(d.image->pixelAt(70, 90) == 0 && d.image->pixelAt(119, 90) == 0);
+    for (const int32_t end : {70, 119}) EXPECT_EQ(d.image->pixelAt(end, 90), 0);
     run("Counting");
     play("click 1010,510");
     run("Counting");
@@ -256,10 +249,11 @@ TEST_F(ViewTest, OfAPartOfALargerFrameTheMouseMeansThePixelsUnderIt) {
   }
 }
 
-TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
+TEST_F(ImageView, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
   ZBasicDoc& d = show();
   run("Edit dust mask");
-  EXPECT_TRUE(d.currentlist == kDustList && !d.dimlists[kDustList].hidden);
+  EXPECT_EQ(d.currentlist, kDustList);
+  EXPECT_FALSE(d.dimlists[kDustList].hidden);
   play("click 10,10");
   EXPECT_EQ(state(), "tool18 drag2 *R10,10");
   play("click 20,30");
@@ -272,10 +266,11 @@ TEST_F(ViewTest, DustIsMarkedInItsOwnListWhicheverIsCurrent) {
   run("Edit dust mask");
   run("Switch List");
   EXPECT_EQ(state(), "");
-  EXPECT_TRUE(d.currentlist == kPlainList && d.dimlists[kDustList].hidden);
+  EXPECT_EQ(d.currentlist, kPlainList);
+  EXPECT_TRUE(d.dimlists[kDustList].hidden);
 }
 
-TEST_F(ViewTest, TheImagePansWithItsToolAndWithTheMiddleButton) {
+TEST_F(ImageView, TheImagePansWithItsToolAndWithTheMiddleButton) {
   show({400, 300}, {100, 100});
   run("Actual size");
   view->scrollTo({50, 60});
@@ -291,7 +286,7 @@ TEST_F(ViewTest, TheImagePansWithItsToolAndWithTheMiddleButton) {
   EXPECT_EQ(tool, kToolPan);
 }
 
-TEST_F(ViewTest, AClosedDocumentLeavesNoInternalToolBehind) {
+TEST_F(ImageView, AClosedDocumentLeavesNoInternalToolBehind) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);
   play("down 10,10");
@@ -302,7 +297,7 @@ TEST_F(ViewTest, AClosedDocumentLeavesNoInternalToolBehind) {
   EXPECT_EQ(tool, kToolNone);
 }
 
-TEST_F(ViewTest, TheGreyLevelProfileFollowsALineWhileItIsDrawnOrDragged) {
+TEST_F(ImageView, TheGreyLevelProfileFollowsALineWhileItIsDrawnOrDragged) {
   ZBasicDoc& d = show();
   d.image->fill(30);
   d.image->setPixel(12, 50, 90);
@@ -311,12 +306,7 @@ TEST_F(ViewTest, TheGreyLevelProfileFollowsALineWhileItIsDrawnOrDragged) {
   (void)d.addPointToDimension(0, {13, 50});
   showGreyLevelProfile(d, 0);
   app->documents.activate(d);
-  const auto shown = [] {
-    const ZZTrace* trace = findLiveChart("Grey level profile")->firsttrace();
-    std::vector<double> values(trace->size());
-    (void)trace->data->getcopy(values.data(), 0, trace->size());
-    return values;
-  };
+  const auto shown = [] { return samplesOf(*findLiveChart("Grey level profile")->firsttrace()); };
   EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 90, 30));
   play("down 11,50 move 11,60");  // the button is still held
   EXPECT_THAT(shown(), testing::ElementsAre(30, 30, 30, 30));

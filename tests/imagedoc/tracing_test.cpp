@@ -5,7 +5,7 @@
 namespace tarnvisor {
 namespace {
 
-class Tracing : public ImageDocTest {
+class Tracing : public ImageDocument {
  protected:
   // A dark line along row 30 and another along row 70, both over the whole width.
   ZBasicDoc& makeVessels(int32_t colourset = kGrey) {

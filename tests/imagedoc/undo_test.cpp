@@ -1,12 +1,11 @@
 // Undo and Redo of the image document: all that a command changed.
 
-#include "results/resultdoc.h"
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
 namespace {
 
-class Undo : public ImageDocTest {
+class Undo : public ImageDocument {
  protected:
   // What a command may change, in words.
   std::string all() {

@@ -7,22 +7,24 @@
 namespace tarnvisor {
 namespace {
 
-TEST_F(ViewTest, DeletingKeepsTheOthersAndSelectionsOutOfRangeAreCleared) {
+TEST_F(ImageView, DeletingKeepsTheOthersAndSelectionsOutOfRangeAreCleared) {
   ZBasicDoc& d = show();
   for (const Point p : {Point{10, 10}, {50, 50}, {90, 90}}) d.addDimension(p, 0);
-  EXPECT_FALSE(canRun("Delete") || play("Delete"));
+  EXPECT_FALSE(canRun("Delete"));
+  EXPECT_FALSE(play("Delete"));
   play("click 50,50");
   run("Delete");
   EXPECT_EQ(state(), "L10,10 L90,90");
   view->selected = 0;
   view->secondselected = 1;
   d.deleteDimension(1);
-  EXPECT_TRUE(view->selected == 0 && view->secondselected == -1);
+  EXPECT_THAT((std::array{view->selected, view->secondselected}), ElementsAre(0, -1));
   run("Switch List");
-  EXPECT_TRUE(view->selected == -1 && d.currentlist == 1);
+  EXPECT_EQ(view->selected, -1);
+  EXPECT_EQ(d.currentlist, 1);
 }
 
-TEST_F(ViewTest, ALineWidthGoesToTheDimensionItsListAndTheSectionWithTheListsNumber) {
+TEST_F(ImageView, ALineWidthGoesToTheDimensionItsListAndTheSectionWithTheListsNumber) {
   for (const int32_t list : {0, 4, 8}) {
     ZBasicDoc& d = show();
     d.currentlist = list;
@@ -32,11 +34,14 @@ TEST_F(ViewTest, ALineWidthGoesToTheDimensionItsListAndTheSectionWithTheListsNum
     play("click 10,10");
     host.fills.push_back([](Form& form) {
       const FormField* field = form.find("New line width");
-      EXPECT_TRUE(field->take("0") != "" && field->take("400") != "" && field->take("399") == "");
+      for (const char* wrong : {"0", "400"}) EXPECT_NE(field->take(wrong), "");
+      EXPECT_EQ(field->take("399"), "");
       return field->take("7").empty();
     });
     run("Set line width");
-    EXPECT_TRUE(d.currentDims().at(0).width == 7 && d.currentDims().width == 7 && d.isModified());
+    EXPECT_EQ(d.currentDims().at(0).width, 7);
+    EXPECT_EQ(d.currentDims().width, 7);
+    EXPECT_TRUE(d.isModified());
     EXPECT_EQ(settings.getInt(format("dimlist_%i", list), "width", 0), 7);
     host.fills.push_back([](Form&) { return false; });
     d.setModified(false);
@@ -45,7 +50,7 @@ TEST_F(ViewTest, ALineWidthGoesToTheDimensionItsListAndTheSectionWithTheListsNum
   }
 }
 
-TEST_F(ViewTest, RotationTurnsEachSelectedDimensionClockwiseAboutItsOwnCentre) {
+TEST_F(ImageView, RotationTurnsEachSelectedDimensionClockwiseAboutItsOwnCentre) {
   ZBasicDoc& d = show();
   for (const int32_t x : {20, 80, 140}) d.addPointToDimension(d.addDimension({x, 50}, 1), {x + 20, 50});
   EXPECT_FALSE(canRun("Rotate selected dimensions"));
@@ -61,7 +66,7 @@ TEST_F(ViewTest, RotationTurnsEachSelectedDimensionClockwiseAboutItsOwnCentre) {
   EXPECT_EQ(state(), "*L30,40 30,60 L80,50 100,50 +L150,40 150,60") << "the left end goes up";
 }
 
-TEST_F(ViewTest, ADimensionIsCopiedAndPastedAsItsKind) {
+TEST_F(ImageView, ADimensionIsCopiedAndPastedAsItsKind) {
   ZBasicDoc& from = show();
   EXPECT_FALSE(canRun("Copy"));
   from.addPointToDimension(from.addDimension({10, 10}, 4), {30, 30});
@@ -77,7 +82,7 @@ TEST_F(ViewTest, ADimensionIsCopiedAndPastedAsItsKind) {
   EXPECT_TRUE(host.messages.empty());
 }
 
-TEST_F(ViewTest, AllSelectedMarksAreDeletedAndCopied) {
+TEST_F(ImageView, AllSelectedMarksAreDeletedAndCopied) {
   show();
   run("Counting");
   play("click 10,10 60,10 110,10 160,10");
@@ -94,7 +99,7 @@ TEST_F(ViewTest, AllSelectedMarksAreDeletedAndCopied) {
   EXPECT_EQ(state(), "L60,10 L160,10");
 }
 
-TEST_F(ViewTest, AClipboardThatRefusesIsReported) {
+TEST_F(ImageView, AClipboardThatRefusesIsReported) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);
   play("click 10,10");
@@ -105,7 +110,7 @@ TEST_F(ViewTest, AClipboardThatRefusesIsReported) {
   EXPECT_THAT(host.messages, ElementsAre("Cannot Open Clipboard", "Cannot Register Clipboard"));
 }
 
-TEST_F(ViewTest, ForeignOrDamagedDataIsNotPasted) {
+TEST_F(ImageView, ForeignOrDamagedDataIsNotPasted) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 1);
   play("click 10,10");
@@ -135,7 +140,7 @@ TEST_F(ViewTest, ForeignOrDamagedDataIsNotPasted) {
   EXPECT_THAT(host.messages, ElementsAre(HasSubstr("nothing that can be pasted")));
 }
 
-TEST_F(ViewTest, TheAutocalTestTakesTheRowUnderTheMouseAndOpensTheNotesOnce) {
+TEST_F(ImageView, TheAutocalTestTakesTheRowUnderTheMouseAndOpensTheNotesOnce) {
   ZBasicDoc& d = show({64, 20});
   for (int32_t x = 0; x < 64; ++x) d.image->setPixel(x, 9, x % 8 < 4 ? 200 : 50);
   d.image->xOrigin = 300;
@@ -146,7 +151,7 @@ TEST_F(ViewTest, TheAutocalTestTakesTheRowUnderTheMouseAndOpensTheNotesOnce) {
   EXPECT_EQ(state(), "L304,409 360,409");
 }
 
-TEST_F(ViewTest, ImageResultsComeForwardOnceThereAreAny) {
+TEST_F(ImageView, ImageResultsComeForwardOnceThereAreAny) {
   show();
   EXPECT_FALSE(canRun("Image Results"));
   const int32_t before = site.drawings;
@@ -156,12 +161,13 @@ TEST_F(ViewTest, ImageResultsComeForwardOnceThereAreAny) {
   EXPECT_EQ(app->documents.active(), findResultDocument("Image Results"));
 }
 
-TEST_F(ViewTest, WindowsOfTheImageAreOfferedAndThoseOfLaterVersionsMissing) {
+TEST_F(ImageView, WindowsOfTheImageAreOfferedAndThoseOfLaterVersionsMissing) {
   show();
   for (const char* later : {"Measuring line", "Temporal 2nd Measuring line", "Linescan"})
     EXPECT_EQ(view->commands()->find(std::string_view(later)), nullptr);
   run("Show scale bar");
-  EXPECT_TRUE(view->showsScaleBar && isTicked("Show scale bar"));
+  EXPECT_TRUE(view->showsScaleBar);
+  EXPECT_TRUE(isTicked("Show scale bar"));
   EXPECT_FALSE(canRun("Grey level")) << "without a line";
   for (const char* command : {"Histogram", "Vignette test", "Autocal test", "Print...", "Print Preview"})
     EXPECT_TRUE(canRun(command)) << command;

@@ -17,10 +17,10 @@ struct NotingSite final : ViewSite {
   void resizeFrame(Size size) override { frame = size; }
 };
 
-class ViewTest : public ImageDocTest {
+class ImageView : public ImageDocument {
  protected:
   void SetUp() override {
-    ImageDocTest::SetUp();
+    ImageDocument::SetUp();
     tool = kToolNone;
   }
   void TearDown() override {

@@ -1,7 +1,6 @@
 // Voronoi regions, Krogh circles and neighbours of the marks: with output of qvoronoi made by hand, and with
 // the program itself where it is installed.
 
-#include "results/resultdoc.h"
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
@@ -16,7 +15,7 @@ constexpr const char* kOutput =
     "2\n9 8 1\n-10.101 -10.101 \n20 20\n100.5 20\n100 100\n20 100.9\n190 20\n190 100\n20 200\n100 200\n"
     "4 1 2 3 4\n4 2 5 6 3\n4 4 3 8 7\n3 3 6 0\n2 0 5\n2 0 6\n2 0 7\n0\n";
 
-class VoronoiRegions : public ImageDocTest {
+class VoronoiRegions : public ImageDocument {
  protected:
   ZBasicDoc& makeMarked() {
     ZBasicDoc& d = makeImage(201, 200);
@@ -35,11 +34,8 @@ class VoronoiRegions : public ImageDocTest {
   }
   static std::vector<std::string> row(size_t index) {
     const CResultDoc* table = findResultDocument("Voronoi-Results");
-    EXPECT_TRUE(table && index + 1 == table->rowCount());
-    std::vector<std::string> cells;
-    for (size_t place = 0; table && place < 12; ++place)
-      cells.emplace_back(trimmed(table->cell(index, place)));
-    return cells;
+    EXPECT_EQ(index + 1, table ? table->rowCount() : 0);
+    return resultCells(index, 0, 12, "Voronoi-Results");
   }
   static std::vector<std::string> labels(const CDimList& list) {
     std::vector<std::string> all;
@@ -168,26 +164,22 @@ TEST_F(VoronoiRegions, NeedAnImageAndFourMarks) {
 }
 
 TEST_F(VoronoiRegions, WithoutOutputTheListsAreEmptyAndTheRowHasZeros) {
-  const struct {
-    const char* what;
-    std::string output;
-    int32_t code;
-    bool told;
-  } cases[] = {{"the program can't be started", "", -1, true},
-               {"it fails", "", 4, false},
-               {"its output is cut off", std::string(kOutput).substr(0, 90), 0, false}};
+  const std::tuple<const char*, std::string, int32_t, bool> cases[] = {
+      {"the program can't be started", "", -1, true},
+      {"it fails", "", 4, false},
+      {"its output is cut off", std::string(kOutput).substr(0, 90), 0, false}};
   size_t rows = 0;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [what, output, code, told] : cases) {
+    SCOPED_TRACE(what);
     ZBasicDoc& d = makeMarked();
     for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})
       d.dimlists[static_cast<size_t>(list)].add({1, 1}, 1);
     ASSERT_TRUE(replaceFile(folder.file("voronoi.txt"), std::string_view(kOutput)));
     host.messages.clear();
-    answerWith(c.output, c.code);
+    answerWith(output, code);
     run(kCommand);
     EXPECT_EQ(host.messages,
-              c.told ? std::vector<std::string>{"Unable run qvoronoi"} : std::vector<std::string>{});
+              told ? std::vector<std::string>{"Unable run qvoronoi"} : std::vector<std::string>{});
     for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})
       EXPECT_THAT(d.dimlists[static_cast<size_t>(list)].items, IsEmpty());
     const auto cells = row(rows++);

@@ -7,7 +7,7 @@ namespace {
 
 using Ratio = std::pair<int32_t, int32_t>;
 
-TEST_F(ViewTest, ZoomStepsKeepWholeRatiosAndComeBackExactly) {
+TEST_F(ImageView, ZoomStepsKeepWholeRatiosAndComeBackExactly) {
   show();
   const auto ratio = [this] { return Ratio{view->zoomnum, view->zoomden}; };
   for (const bool in : {true, false}) {
@@ -34,7 +34,7 @@ TEST_F(ViewTest, ZoomStepsKeepWholeRatiosAndComeBackExactly) {
   EXPECT_EQ(ratio(), Ratio(1, 1));
 }
 
-TEST_F(ViewTest, TheFitStaysWithin13AndAThirteenth) {
+TEST_F(ImageView, TheFitStaysWithin13AndAThirteenth) {
   struct Case {
     Size image, window;
     Ratio ratio;
@@ -58,7 +58,7 @@ TEST_F(ViewTest, TheFitStaysWithin13AndAThirteenth) {
   EXPECT_EQ(view->zoomnum, 19683) << "no area: the zoom stays";
 }
 
-TEST_F(ViewTest, AnImageThatDoesNotFitItsFrameIsFittedWhenItIsFirstShown) {
+TEST_F(ImageView, AnImageThatDoesNotFitItsFrameIsFittedWhenItIsFirstShown) {
   show({100, 80}, {100, 100});
   view->setWindowSize({50, 50});
   EXPECT_EQ(site.frame, Size{}) << "it fitted, and was shown before";
@@ -67,7 +67,7 @@ TEST_F(ViewTest, AnImageThatDoesNotFitItsFrameIsFittedWhenItIsFirstShown) {
   EXPECT_EQ(site.frame, (Size{362, 272}));
 }
 
-TEST_F(ViewTest, TheWheelZoomsAboutTheMouseWithControlAndScrollsWithout) {
+TEST_F(ImageView, TheWheelZoomsAboutTheMouseWithControlAndScrollsWithout) {
   show({2000, 1500}, {400, 300});
   run("Actual size");
   view->scrollTo({800, 600});
@@ -93,7 +93,7 @@ TEST_F(ViewTest, TheWheelZoomsAboutTheMouseWithControlAndScrollsWithout) {
   EXPECT_EQ(view->scrollPosition(), (Point{0, 0}));
 }
 
-TEST_F(ViewTest, ThePanesTellInTheirOwnFormats) {
+TEST_F(ImageView, ThePanesTellInTheirOwnFormats) {
   ZBasicDoc& d = show();
   d.addPointToDimension(d.addDimension({10, 10}, 1), {40, 50});
   d.addPointToDimension(d.addDimension({100, 100}, 6), {110, 120});
@@ -123,7 +123,7 @@ TEST_F(ViewTest, ThePanesTellInTheirOwnFormats) {
   d.currentlist = 0;
 }
 
-TEST_F(ViewTest, CoordinatesBeyondAnyImageSaturate) {
+TEST_F(ImageView, CoordinatesBeyondAnyImageSaturate) {
   ZBasicDoc& d = show();
   while (view->zoomnum < 1000000000) view->zoomIn();
   EXPECT_EQ(view->toWindow({2000000000, -2000000000}), (Point{2147483647, -2147483647}));

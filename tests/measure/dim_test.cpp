@@ -147,9 +147,7 @@ TEST(DimensionEditing, PerpendicularsCrossTheMiddleOrLeaveTheStart) {
 }
 
 TEST(WideLines, HaveAnOutlineWhoseCornersMeet) {
-  const struct {
-    Points points, outline;
-  } cases[] = {
+  const std::pair<Points, Points> cases[] = {
       {{{0, 0}, {10, 0}}, {{0, 2}, {10, 2}, {10, -2}, {0, -2}}},
       {{{0, 0}, {0, 10}}, {{-2, 0}, {-2, 10}, {2, 10}, {2, 0}}},
       {{{0, 0}, {10, 0}, {10, 10}}, {{0, 2}, {8, 2}, {8, 10}, {12, 10}, {12, -2}, {0, -2}}},
@@ -158,7 +156,7 @@ TEST(WideLines, HaveAnOutlineWhoseCornersMeet) {
       {{{0, 0}, {10000, 0}, {20000, 11}}, {{0, 2}, {9999, 2}, {19999, 12}, {20000, 9}, {10000, -2}, {0, -2}}},
       {{{5, 5}, {5, 5}, {5, 9}}, {{3, 5}, {3, 5}, {3, 9}, {7, 9}, {7, 5}, {7, 5}}},
   };
-  for (const auto& c : cases) EXPECT_EQ(made<CDimLine>(c.points, 4).outline, c.outline);
+  for (const auto& [points, outline] : cases) EXPECT_EQ(made<CDimLine>(points, 4).outline, outline);
   auto line = made<CDimLine>({{0, 0}, {10, 0}}, 4);
   line.width = 1;
   line.Update();
@@ -198,11 +196,7 @@ TEST(SegmentClipping, CutsAtTheBorderItselfAndTruncates) {
 }
 
 TEST(DimensionClipping, KeepsTheInnerPartWithNewPointsOnTheBorder) {
-  const struct {
-    Points points;
-    bool circle;
-    Points kept;
-  } cases[] = {
+  const std::tuple<Points, bool, Points> cases[] = {
       {{{-10, 5}, {30, 5}}, false, {{0, 5}, {20, 5}}},
       {{{-10, 5}, {10, 5}, {10, 30}}, false, {{0, 5}, {10, 5}, {10, 20}}},
       {{{-10, 5}, {10, 5}, {10, 30}, {15, 30}, {15, 5}},
@@ -214,10 +208,10 @@ TEST(DimensionClipping, KeepsTheInnerPartWithNewPointsOnTheBorder) {
       {{{30, 30}}, false, {}},
       {{{-10, 30}, {30, 30}}, false, {}},
   };
-  for (const auto& c : cases) {
-    auto line = made<CDimLine>(c.points);
-    const bool remains = line.Clip({0, 0, 20, 20}, c.circle);
-    EXPECT_EQ(remains ? line.points : Points{}, c.kept);
+  for (const auto& [points, circle, kept] : cases) {
+    auto line = made<CDimLine>(points);
+    const bool remains = line.Clip({0, 0, 20, 20}, circle);
+    EXPECT_EQ(remains ? line.points : Points{}, kept);
   }
   EXPECT_DOUBLE_EQ(made<CDimLine>({{-10, 5}, {30, 5}}).LengthIn({0, 0, 20, 20}, false, 2.0, 1.0), 40.0);
   EXPECT_DOUBLE_EQ(made<CDimLine>({{-10, 4}, {30, 4}}).LengthIn({0, 0, 20, 20}, true, 1.0, 1.0), 16.0);

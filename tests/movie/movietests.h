@@ -83,12 +83,12 @@ class ScriptedSource final : public FrameSource {
   }
 };
 
-class MovieTest : public testing::Test {
+class Movie : public testing::Test {
  protected:
   static constexpr int32_t kWidth = 16, kHeight = 6, kFrame = kWidth * kHeight;
   static constexpr int32_t kStart = 40;  // bytes before the first frame
 
-  ~MovieTest() override { compressoutput = 0; }
+  ~Movie() override { compressoutput = 0; }
   // Without a name in memory.
   void start(CZZMovie& movie, const std::string& name, int32_t slots, bool ring = false,
              int32_t width = kWidth, int32_t height = kHeight) {

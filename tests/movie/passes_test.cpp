@@ -22,7 +22,7 @@ Numbers invertedNumbersOf(CZZMovie& movie) {
   return numbers;
 }
 
-TEST_F(MovieTest, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
+TEST_F(Movie, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
   const std::string a = recorded("a.mve", 4), made = folder.file("aA.mve");
   const Bytes whole = bytesOf(a);
   CZZMovie movie;
@@ -46,10 +46,11 @@ TEST_F(MovieTest, APassOverASharedFileMakesANewOneAndOverItsOwnGoesInPlace) {
   EXPECT_EQ(movie.fileName, made);
   EXPECT_EQ(numbersOf(movie), span(0, 4));
   EXPECT_EQ(movie.recordOf(1).xOrigin, 9);
-  EXPECT_TRUE(bytesOf(a) == whole && !fileExists(folder.file("aAA.mve")));
+  EXPECT_TRUE(bytesOf(a) == whole);
+  EXPECT_FALSE(fileExists(folder.file("aAA.mve")));
 }
 
-TEST_F(MovieTest, APassInPlaceGoesToTheSlotsOfARingOrToTheBlock) {
+TEST_F(Movie, APassInPlaceGoesToTheSlotsOfARingOrToTheBlock) {
   for (const char* name : {"", "a.mve"}) {
     CZZMovie movie;
     fill(movie, name, 4, 6, true);
@@ -65,7 +66,7 @@ TEST_F(MovieTest, APassInPlaceGoesToTheSlotsOfARingOrToTheBlock) {
   }
 }
 
-TEST_F(MovieTest, PassesTakeTheLettersAToZInOrder) {
+TEST_F(Movie, PassesTakeTheLettersAToZInOrder) {
   const std::string a = recorded("a.mve", 1),
                     letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
   CZZMovie movie;
@@ -83,7 +84,7 @@ TEST_F(MovieTest, PassesTakeTheLettersAToZInOrder) {
   }
 }
 
-TEST_F(MovieTest, APassGoesToVideoWhenThatIsWished) {
+TEST_F(Movie, APassGoesToVideoWhenThatIsWished) {
   compressoutput = 1;
   for (const int32_t colours : {kGrey, kColour, kBayer}) {
     source.colours = colours;
@@ -104,7 +105,7 @@ TEST_F(MovieTest, APassGoesToVideoWhenThatIsWished) {
   }
 }
 
-TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
+TEST_F(Movie, APassThatIsGivenUpLeavesAnExistingFile) {
   CZZMovie movie;
   ASSERT_TRUE(movie.open(recorded("a.mve", 3)));
   const Bytes other = {1, 2, 3};
@@ -117,7 +118,7 @@ TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
         movie.rewrite(folder.file(name), movie.image(), 3, [](int32_t k, CZZimage&) { return k < 0; }));
   }
   EXPECT_EQ(numbersOf(movie), span(0, 3));
-  EXPECT_FALSE(fileExists(folder.file("c.mve")) || fileExists(folder.file("b.new.mve")));
+  for (const char* name : {"c.mve", "b.new.mve"}) EXPECT_FALSE(fileExists(folder.file(name)));
   movie.frameAt(0);  // a pass begins with the frame that is shown
   ASSERT_TRUE(movie.openProcessing(false, folder.file("b.mve")));
   invertAll(movie);
@@ -129,7 +130,7 @@ TEST_F(MovieTest, APassThatIsGivenUpLeavesAnExistingFile) {
 
 // --- new movies of one
 
-TEST_F(MovieTest, OnlyFramesThatLoseNothingAreAppended) {
+TEST_F(Movie, OnlyFramesThatLoseNothingAreAppended) {
   CZZMovie movie, wide, colour;
   ASSERT_TRUE(movie.open(recorded("a.mve", 6)));
   EXPECT_FALSE(movie.deleteFrames(folder.file("out.mve"), -1, -1));
@@ -144,21 +145,7 @@ TEST_F(MovieTest, OnlyFramesThatLoseNothingAreAppended) {
   EXPECT_EQ(colour.frameAt(6).row(3)[3 * 15 + 1], levelAt(5, 3, 15));
 }
 
-TEST_F(MovieTest, TheAverageOfFieldsIsTheSameFromAnAvi) {
-  source.progressive = false;
-  source.draw = [](CZZimage& image, int32_t) { image.fill(77); };
-  CZZMovie movie;
-  fill(movie, "a.mve", 2, 2, false, 64, 48);
-  CZZimage fromMve, fromAvi;
-  ASSERT_TRUE(movie.averageInto(fromMve, -1, -1));
-  ASSERT_TRUE(movie.saveFrames(folder.file("b.avi"), -1, -1));
-  ASSERT_TRUE(movie.averageInto(fromAvi, -1, -1));
-  EXPECT_EQ(fromAvi.frameHeight(), 48);
-  EXPECT_EQ(fromAvi.isField(), fromMve.isField());
-  EXPECT_EQ(fromAvi.height, fromMve.height);
-}
-
-TEST_F(MovieTest, PlanesBecomeColoursAndColoursGrey) {
+TEST_F(Movie, PlanesBecomeColoursAndColoursGrey) {
   source.draw = [](CZZimage& image, int32_t number) {
     for (int32_t y = 0; y < 6; ++y)
       std::fill_n(image.row(y), kWidth, static_cast<uint8_t>(10 * (y / 2) + number));
@@ -180,7 +167,7 @@ TEST_F(MovieTest, PlanesBecomeColoursAndColoursGrey) {
 
 // --- export
 
-TEST_F(MovieTest, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
+TEST_F(Movie, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
   source.draw = [](CZZimage& image, int32_t number) {
     image.fill(static_cast<uint8_t>(100 + number));
     image.xOrigin = 3 * number;
@@ -207,30 +194,28 @@ TEST_F(MovieTest, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
   }
 }
 
-TEST_F(MovieTest, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
+TEST_F(Movie, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
   source.draw = [](CZZimage& image, int32_t number) { image.fill(static_cast<uint8_t>(10 * number)); };
   CZZMovie movie;
   fill(movie, "a.mve", 8, 8);
-  const struct {
-    int32_t first, last, step;
-    Numbers frames;
-  } cases[] = {{0, 8, 3, {0, 3}}, {1, 7, 2, {1, 3, 5}}, {9, 20, 4, {0, 4}}, {0, 1, 2, {}}, {0, 8, 0, {}}};
-  for (const auto& c : cases) {
+  const std::tuple<int32_t, int32_t, int32_t, Numbers> cases[] = {
+      {0, 8, 3, {0, 3}}, {1, 7, 2, {1, 3, 5}}, {9, 20, 4, {0, 4}}, {0, 1, 2, {}}, {0, 8, 0, {}}};
+  for (const auto& [first, last, step, frames] : cases) {
     std::string report, path = folder.file("x.avi");
-    EXPECT_EQ(movie.saveAVI(path, 25, c.first, c.last, c.step, nullptr, report), !c.frames.empty());
-    EXPECT_EQ(report, c.frames.empty() ? "saveAVI::failed:n<1" : "saveAVI::ok");
-    if (c.frames.empty()) continue;
+    EXPECT_EQ(movie.saveAVI(path, 25, first, last, step, nullptr, report), !frames.empty());
+    EXPECT_EQ(report, frames.empty() ? "saveAVI::failed:n<1" : "saveAVI::ok");
+    if (frames.empty()) continue;
     const auto reader = openVideo(path);
-    ASSERT_EQ(reader->frames(), static_cast<int32_t>(c.frames.size()));
+    ASSERT_EQ(reader->frames(), static_cast<int32_t>(frames.size()));
     for (int32_t k = 0; k < reader->frames(); ++k)
-      EXPECT_EQ(greyOf(*reader, k)[0], 10 * c.frames[static_cast<size_t>(k)]);
+      EXPECT_EQ(greyOf(*reader, k)[0], 10 * frames[static_cast<size_t>(k)]);
   }
   std::string report;
   EXPECT_FALSE(movie.saveAVI(folder.file("none/x.avi"), 25, 0, 8, 1, nullptr, report));
   EXPECT_TRUE(report.starts_with("saveAVI::failed AVI file open")) << report;
 }
 
-TEST_F(MovieTest, AnExportIsCompressedAsItIsTold) {
+TEST_F(Movie, AnExportIsCompressedAsItIsTold) {
   source.draw = paintBars;
   CZZMovie movie;
   fill(movie, "", 3, 3, false, 64, 48);

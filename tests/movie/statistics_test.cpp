@@ -34,7 +34,7 @@ void expectMean(CZZMovie& movie, const CZZimage& mean, const Numbers& indices, c
   }
 }
 
-class MovieStatistics : public MovieTest {
+class MovieStatistics : public Movie {
  protected:
   ~MovieStatistics() override { setParallelThreads(0); }
 
@@ -62,13 +62,11 @@ class MovieStatistics : public MovieTest {
 TEST_F(MovieStatistics, TheExtentsHoldEveryFrame) {
   CZZMovie movie;
   make(movie, "", kMoved);
-  const struct {
-    int32_t first, last;
-    int64_t width, height, x, y;
-  } cases[] = {{-1, -1, 67, 60, -3, -6}, {0, 2, 29, 54, 0, 0}, {4, 5, 24, 50, 40, -6}, {3, 3, 0, 0, 0, 0}};
-  for (const auto& c : cases) {
-    const CZZMovie::Extents e = movie.frameExtents(c.first, c.last);
-    EXPECT_TRUE(e.width == c.width && e.height == c.height && e.x == c.x && e.y == c.y) << c.first;
+  const std::tuple<int32_t, int32_t, int64_t, int64_t, int64_t, int64_t> cases[] = {
+      {-1, -1, 67, 60, -3, -6}, {0, 2, 29, 54, 0, 0}, {4, 5, 24, 50, 40, -6}, {3, 3, 0, 0, 0, 0}};
+  for (const auto& [first, last, width, height, x, y] : cases) {
+    const CZZMovie::Extents e = movie.frameExtents(first, last);
+    EXPECT_THAT((std::array{e.width, e.height, e.x, e.y}), ElementsAre(width, height, x, y)) << first;
   }
   CZZimage image;
   EXPECT_FALSE(movie.averageInto(image, 3, 3));
@@ -126,7 +124,8 @@ TEST_F(MovieStatistics, FramesFarApartGiveNoImageAndAVastCanvasTheRightOne) {
     movie.setOrigin(1, last);
   };
   place({INT32_MIN, INT32_MIN}, {INT32_MAX, INT32_MAX});
-  EXPECT_FALSE(movie.averageInto(mean, -1, -1) || movie.bestFocusInto(mean, sharpness, 2, -1, -1));
+  EXPECT_FALSE(movie.averageInto(mean, -1, -1));
+  EXPECT_FALSE(movie.bestFocusInto(mean, sharpness, 2, -1, -1));
   EXPECT_FALSE(movie.failure().empty());
   place({INT32_MIN, INT32_MIN}, {INT32_MIN, INT32_MIN});
   EXPECT_TRUE(movie.bestFocusInto(mean, sharpness, 2, -1, -1));  // at once, however far out

@@ -9,55 +9,47 @@
 namespace tarnvisor {
 namespace {
 
-TEST_F(MovieTest, ARecordingHasTheseBytes) {
+TEST_F(Movie, ARecordingHasTheseBytes) {
   source.draw = [](CZZimage& image, int32_t number) { image.fill(static_cast<uint8_t>(0xa0 + number)); };
-  const struct {
-    int32_t slots, frames;
-    Bytes pixels;
-    uint8_t count, oldest;
-  } cases[] = {{5, 2, {0xa0, 0xa1}, 2, 2}, {2, 2, {0xa0, 0xa1}, 2, 0}, {2, 3, {0xa2, 0xa1}, 2, 1}};
-  for (const auto& c : cases) {
+  const std::tuple<int32_t, int32_t, Bytes, uint8_t, uint8_t> cases[] = {
+      {5, 2, {0xa0, 0xa1}, 2, 2}, {2, 2, {0xa0, 0xa1}, 2, 0}, {2, 3, {0xa2, 0xa1}, 2, 1}};
+  for (const auto& [slots, frames, pixels, count, oldest] : cases) {
     CZZMovie movie;
-    fill(movie, "a.mve", c.slots, c.frames, true, 4, 2);
+    fill(movie, "a.mve", slots, frames, true, 4, 2);
     Bytes expected = {0xe9, 0xff, 0xff, 0xff, 0xfe, 0xff, 0xff, 0xff, 36, 0, 0, 0, 0xff, 0xff, 0xff, 0xff,
                       0,    0,    0,    0,    4,    0,    0,    0,    2,  0, 0, 0, 0,    0,    0,    0};
     expected.resize(kStart);  // origin and colours
-    for (const uint8_t level : c.pixels) expected.insert(expected.end(), 8, level);
-    for (const uint8_t word : {c.count, c.oldest}) expected.insert(expected.end(), {word, 0, 0, 0});
-    EXPECT_EQ(bytesOf(folder.file("a.mve")), expected) << c.frames;
+    for (const uint8_t level : pixels) expected.insert(expected.end(), 8, level);
+    for (const uint8_t word : {count, oldest}) expected.insert(expected.end(), {word, 0, 0, 0});
+    EXPECT_EQ(bytesOf(folder.file("a.mve")), expected) << frames;
   }
 }
 
-TEST_F(MovieTest, ReadsTheFormThatIsWrittenAndBothOlderOnes) {
-  const struct {
-    int32_t word;
-    Numbers trailer;
-    bool headers;
-    Numbers numbers;
-  } cases[] = {
+TEST_F(Movie, ReadsTheFormThatIsWrittenAndBothOlderOnes) {
+  const std::tuple<int32_t, Numbers, bool, Numbers> cases[] = {
       {-23, {3, 3}, false, {0, 1, 2}}, {-23, {3, 1}, false, {1, 2, 0}}, {-23, {3, 0}, false, {0, 1, 2}},
       {-24, {3, 2}, false, {2, 0, 1}}, {-22, {3, 1}, true, {1, 2, 0}},  {-1, {3, 3}, true, {0, 1, 2}},
       {7, {}, true, {0, 1, 2}},        {2, {}, true, {0, 1}},           {0, {}, true, {}}};
-  for (const auto& c : cases) {
+  for (const auto& [word, trailer, headers, numbers] : cases) {
     CZZMovie movie;
-    ASSERT_EQ(movie.open(built(c.word, 3, c.trailer, c.headers, c.headers ? 2 : 0)), !c.numbers.empty());
-    EXPECT_EQ(movie.mode, c.numbers.empty() ? CZZMovie::kClosed : CZZMovie::kFile);
-    EXPECT_EQ(movie.recoveredFrames(), 0) << c.word;
+    ASSERT_EQ(movie.open(built(word, 3, trailer, headers, headers ? 2 : 0)), !numbers.empty());
+    EXPECT_EQ(movie.mode, numbers.empty() ? CZZMovie::kClosed : CZZMovie::kFile);
+    EXPECT_EQ(movie.recoveredFrames(), 0) << word;
     EXPECT_EQ((Numbers{movie.rate, movie.scale, movie.shared}), (Numbers{1, 1, 1}));
-    ASSERT_EQ(movie.count, static_cast<int32_t>(c.numbers.size()));
+    ASSERT_EQ(movie.count, static_cast<int32_t>(numbers.size()));
     for (int32_t i = 0; i < movie.count; ++i) {
-      const int32_t slot = c.numbers[static_cast<size_t>(i)];
+      const int32_t slot = numbers[static_cast<size_t>(i)];
       const CZZimage& image = movie.frameAt(i);
       EXPECT_EQ(image.row(0)[0], slot);
-      EXPECT_EQ(image.frameNumber, c.headers ? 50 + slot : 2 * slot) << c.word;  // unknown: twice the slot
-      EXPECT_EQ(image.xOrigin, c.headers ? slot : 0);
-      EXPECT_EQ(image.yOrigin, c.headers ? -slot : 0);
-      EXPECT_EQ(movie.recordOf(i).yOrigin, c.headers ? -2 * slot : 0);  // a field's counts double
+      EXPECT_EQ(image.frameNumber, headers ? 50 + slot : 2 * slot) << word;  // unknown: twice the slot
+      EXPECT_EQ(image.xOrigin, headers ? slot : 0);
+      EXPECT_EQ(image.yOrigin, headers ? -slot : 0);
+      EXPECT_EQ(movie.recordOf(i).yOrigin, headers ? -2 * slot : 0);  // a field's counts double
     }
   }
 }
 
-TEST_F(MovieTest, FindsFramesByIndex) {
+TEST_F(Movie, FindsFramesByIndex) {
   for (const char* name : {"", "a.mve"}) {
     CZZMovie movie;
     EXPECT_TRUE(movie.frameAt(3).empty());
@@ -87,7 +79,7 @@ TEST_F(MovieTest, FindsFramesByIndex) {
   }
 }
 
-TEST_F(MovieTest, SizesTheStoreAndNeverShrinksTheBlock) {
+TEST_F(Movie, SizesTheStoreAndNeverShrinksTheBlock) {
   CZZMovie movie;
   movie.mode = CZZMovie::kMemory;
   const std::string log = logOf([&] {
@@ -101,7 +93,7 @@ TEST_F(MovieTest, SizesTheStoreAndNeverShrinksTheBlock) {
   EXPECT_THAT(log, EndsWith("\nCZZMovie::createImages:created 1\nbad createhdrs\n"));
 }
 
-TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
+TEST_F(Movie, SavesByCopyByRenameOrFrameByFrame) {
   const std::string a = recorded("a.mve", 5), b = folder.file("b.mve"), c = folder.file("c.mve");
   const Bytes whole = bytesOf(a);
   CZZMovie movie;
@@ -112,11 +104,13 @@ TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
   EXPECT_FALSE(movie.save(a));  // nothing to do
   std::string log = logOf([&] { EXPECT_TRUE(movie.save(b)); });
   EXPECT_NE(log.find("czzmovie::save copy " + a + " to " + b + "\n"), std::string::npos);
-  EXPECT_TRUE(bytesOf(a) == whole && bytesOf(b) == whole);
+  for (const auto& file : {a, b}) EXPECT_TRUE(bytesOf(file) == whole) << file;
   movie.shared = 0;
   log = logOf([&] { EXPECT_TRUE(movie.save(c)); });
   EXPECT_NE(log.find("czzmovie::save rename " + b + " to " + c + "\n"), std::string::npos);
-  EXPECT_TRUE(bytesOf(c) == whole && !fileExists(b) && movie.fileName == c);
+  EXPECT_TRUE(bytesOf(c) == whole);
+  EXPECT_FALSE(fileExists(b));
+  EXPECT_EQ(movie.fileName, c);
   EXPECT_EQ((Numbers{movie.current, movie.rate}), (Numbers{3, 30}));
   EXPECT_EQ(movie.image().frameOrigin(), (Point{7, 9}));  // records survive, as does the place
   EXPECT_TRUE(movie.save(folder.file("part.mve"), 1, 3));
@@ -127,7 +121,7 @@ TEST_F(MovieTest, SavesByCopyByRenameOrFrameByFrame) {
   EXPECT_FALSE(movie.failure().empty());
 }
 
-TEST_F(MovieTest, SavesMemoryAsVideoAndVideoAsAMovie) {
+TEST_F(Movie, SavesMemoryAsVideoAndVideoAsAMovie) {
   source.draw = paintBars;
   CZZMovie movie;
   fill(movie, "", 20, 26, true, 64, 48);
@@ -139,12 +133,13 @@ TEST_F(MovieTest, SavesMemoryAsVideoAndVideoAsAMovie) {
     EXPECT_EQ(movie.recordOf(1).number, 14u);
     EXPECT_NEAR(movie.rate / static_cast<double>(movie.scale), 29.97, 0.01);
   }
-  EXPECT_TRUE(fileExists(folder.file("a.mve")) && fileExists(folder.file("b.avi")) && !movie.modified);
+  for (const char* name : {"a.mve", "b.avi"}) EXPECT_TRUE(fileExists(folder.file(name))) << name;
+  EXPECT_FALSE(movie.modified);
   ASSERT_TRUE(movie.open(folder.file("b.avi")));
   EXPECT_EQ(movie.frameAt(7).frameNumber, 14);
 }
 
-TEST_F(MovieTest, KeepsATableThatSomebodyKept) {
+TEST_F(Movie, KeepsATableThatSomebodyKept) {
   CZZMovie movie;
   ASSERT_TRUE(movie.open(recorded("a.mve", 3)));
   movie.adoptTable({{90, 0, 1, 2}, {}, {94, 0, 5, 6}, {96, 0, 0, 0}});
@@ -154,7 +149,7 @@ TEST_F(MovieTest, KeepsATableThatSomebodyKept) {
   EXPECT_EQ(movie.frameTable.size(), 3u);
 }
 
-TEST_F(MovieTest, AFileThatMayNotBeWrittenIsReadAndNeverChangedInPlace) {
+TEST_F(Movie, AFileThatMayNotBeWrittenIsReadAndNeverChangedInPlace) {
   const std::string a = recorded("a.mve", 3);
   ::chmod(a.c_str(), 0444);
   CZZMovie movie;
@@ -167,7 +162,7 @@ TEST_F(MovieTest, AFileThatMayNotBeWrittenIsReadAndNeverChangedInPlace) {
   EXPECT_EQ(numbersIn(a), span(0, 3));
 }
 
-TEST_F(MovieTest, AnyFrameOfAFileOfFiveGigabytesIsThereWithoutTheOthers) {
+TEST_F(Movie, AnyFrameOfAFileOfFiveGigabytesIsThereWithoutTheOthers) {
   constexpr int32_t kSide = 1024, kFrames = 5 * 1024;
   const Numbers painted = {5119, 0, 4095, 2048, 2047};
   const auto file = MovieFile::open(recorded("a.mve", 1), MovieFile::Access::Update);
@@ -191,7 +186,7 @@ TEST_F(MovieTest, AnyFrameOfAFileOfFiveGigabytesIsThereWithoutTheOthers) {
 
 // --- what can't be believed
 
-TEST_F(MovieTest, EveryCutOfAFileGivesItsWholeFramesAndLeavesTheFile) {
+TEST_F(Movie, EveryCutOfAFileGivesItsWholeFramesAndLeavesTheFile) {
   for (const int32_t word : {-23, -22, 3}) {
     const Bytes whole = bytesOf(built(word, 3, word < 0 ? Numbers{3, 3} : Numbers{}, word != -23));
     const size_t frame = word == -23 ? kFrame : kFrame + 36, begin = word == -23 ? kStart : 4;
@@ -211,7 +206,7 @@ TEST_F(MovieTest, EveryCutOfAFileGivesItsWholeFramesAndLeavesTheFile) {
   }
 }
 
-TEST_F(MovieTest, ATrailerThatLiesIsNone) {
+TEST_F(Movie, ATrailerThatLiesIsNone) {
   for (const Numbers& trailer : std::vector<Numbers>{
            {0, 0}, {4, 4}, {-1, 2}, {3, 4}, {2, -1}, {INT32_MIN, INT32_MIN}, {INT32_MAX, INT32_MIN}}) {
     CZZMovie movie;
@@ -221,7 +216,7 @@ TEST_F(MovieTest, ATrailerThatLiesIsNone) {
   }
 }
 
-TEST_F(MovieTest, AFormThatLiesOpensNothing) {
+TEST_F(Movie, AFormThatLiesOpensNothing) {
   constexpr int64_t kVast = int64_t{5} << 30;
   const struct {
     int32_t width, height;
@@ -246,7 +241,7 @@ TEST_F(MovieTest, AFormThatLiesOpensNothing) {
   }
 }
 
-TEST_F(MovieTest, AFrameThatCantBeReadKeepsThePixels) {
+TEST_F(Movie, AFrameThatCantBeReadKeepsThePixels) {
   Bytes bytes = bytesOf(built(-22, 3, {3, 3}, true));
   putLittle(&bytes[4 + (36 + kFrame) + 16], kWidth + 4);  // the second frame tells of another width
   putBytes(folder.file("a.mve"), bytes);

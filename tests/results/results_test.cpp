@@ -1,46 +1,34 @@
 #include "archive/archive.h"
-#include "assembly/assembly.h"
 #include "base/clock.h"
 #include "charts/resulttables.h"
 #include "dynamic/resulttables.h"
 #include "imagedoc/resulttables.h"
 #include "results/resultview.h"
-#include "support/apptest.h"
+#include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"
 
 namespace tarnvisor {
 namespace {
 
-class Results : public AppTest {
- protected:
-  void SetUp() override {
-    registerStoredClasses();
-    options.documentTable = documentTable();
-    ASSERT_TRUE(startWithData());
-  }
-};
+using Results = ImageDocument;
 
 TEST(ResultNumbers, RoundExactTiesAwayFromZero) {
-  struct Case {
-    double value;
-    int width, decimals;
-    const char* text;
-  };
-  const Case cases[] = {{37.25, 5, 1, " 37.3"},
-                        {-37.25, 5, 1, "-37.3"},
-                        {0.5, 4, 0, "   1"},
-                        {2.5, 4, 0, "   3"},
-                        {9.5, 1, 0, "10"},
-                        {-0.5, 3, 0, " -1"},
-                        {37.35, 5, 1, " 37.4"},
-                        {1.005, 7, 2, "   1.00"},
-                        {99.9, 3, 0, "100"},
-                        {0.125, 6, 2, "  0.13"},
-                        {1e15, 3, 1, "1000000000000000.0"},
-                        {-0.0, 4, 1, "-0.0"},
-                        {NAN, 5, 1, "  nan"},
-                        {INFINITY, 4, 1, " inf"}};
-  for (const Case& c : cases) EXPECT_EQ(resultNumber(c.value, c.width, c.decimals), c.text) << c.value;
+  const std::tuple<double, int, int, const char*> cases[] = {{37.25, 5, 1, " 37.3"},
+                                                             {-37.25, 5, 1, "-37.3"},
+                                                             {0.5, 4, 0, "   1"},
+                                                             {2.5, 4, 0, "   3"},
+                                                             {9.5, 1, 0, "10"},
+                                                             {-0.5, 3, 0, " -1"},
+                                                             {37.35, 5, 1, " 37.4"},
+                                                             {1.005, 7, 2, "   1.00"},
+                                                             {99.9, 3, 0, "100"},
+                                                             {0.125, 6, 2, "  0.13"},
+                                                             {1e15, 3, 1, "1000000000000000.0"},
+                                                             {-0.0, 4, 1, "-0.0"},
+                                                             {NAN, 5, 1, "  nan"},
+                                                             {INFINITY, 4, 1, " inf"}};
+  for (const auto& [value, width, decimals, text] : cases)
+    EXPECT_EQ(resultNumber(value, width, decimals), text) << value;
   EXPECT_EQ(resultNumber(1.0, 65535, 65535).size(), 64u) << "a damaged column's field";
 }
 

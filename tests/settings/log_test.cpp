@@ -38,11 +38,6 @@ TEST_F(Log, ThatCantBeOpenedIsPassedOver) {
   EXPECT_FALSE(folderExists(folder.file("none")));
 }
 
-TEST_F(Log, TakesItsNameFromTheProgram) {
-  ASSERT_TRUE(selectProfile(folder.file("station.bin"), false));
-  EXPECT_EQ(logFile(), folder.file("station.log"));
-}
-
 TEST_F(Log, MemoryReportHasFiveLinesInKilobytes) {
   setLogging(true);
   writeMemoryReport();

@@ -57,40 +57,24 @@ TEST_F(Profile, ThatIsNamedAndMissingIsTheFactorys) {
 
 TEST_F(Profile, IsCopiedFromTheFactoryProfileOnlyWhereThereIsNoOther) {
   const std::string factory("[a]\r\nx=1\n\0\xff", 12);
-  struct Case {
-    const char* what;
-    bool def;
-    const char* own;
-    const char* other;
-    std::string expected;
-  };
-  const Case cases[] = {{"only .def", true, nullptr, nullptr, factory},
-                        {"neither", false, nullptr, nullptr, "-"},
-                        {"both", true, "[own]\n", nullptr, "[own]\n"},
-                        {"another .ini", true, nullptr, "", "-"}};
-  for (const Case& c : cases) {
+  const std::tuple<const char*, bool, const char*, const char*, std::string> cases[] = {
+      {"only .def", true, nullptr, nullptr, factory},
+      {"neither", false, nullptr, nullptr, "-"},
+      {"both", true, "[own]\n", nullptr, "[own]\n"},
+      {"another .ini", true, nullptr, "", "-"}};
+  for (const auto& [what, def, own, other, expected] : cases) {
     for (const char* name : {"station.def", "station.ini", "other.ini"})
       std::filesystem::remove(folder.file(name));
-    if (c.def) put("station.def", factory);
-    if (c.own) put("station.ini", c.own);
-    if (c.other) put("other.ini", c.other);
+    if (def) put("station.def", factory);
+    if (own) put("station.ini", own);
+    if (other) put("other.ini", other);
     ASSERT_TRUE(selectProfile(folder.file("station.bin"), false));
-    EXPECT_EQ(get("station.ini"), c.expected) << c.what;
-    EXPECT_EQ(settings.path(), folder.file("station.ini")) << c.what;
+    EXPECT_EQ(get("station.ini"), expected) << what;
+    EXPECT_EQ(settings.path(), folder.file("station.ini")) << what;
     EXPECT_EQ(hwSettings.path(), folder.file("station.HW"));
     EXPECT_EQ(programFolder(), folder.path());
     EXPECT_EQ(installedFolder(), folder.path());
   }
-}
-
-TEST_F(Profile, WithoutAnyFileIsMadeByTheFirstWrite) {
-  ASSERT_TRUE(selectProfile(folder.file("station"), true, nullptr));
-  EXPECT_EQ(settings.getInt("Settings", "fgmode", 7), 7);
-  EXPECT_EQ(get("station.ini"), "-");
-  settings.setInt("Settings", "fgmode", 1);
-  EXPECT_EQ(get("station.ini"), "[Settings]\nfgmode=1\n");
-  hwSettings.setUnsigned("flo1", "address", 4000000000u);
-  EXPECT_EQ(get("station.HW"), "[flo1]\naddress=4000000000\n");
 }
 
 TEST_F(Profile, PathOfUpTo260CharactersIsTaken) {

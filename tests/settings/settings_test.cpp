@@ -24,26 +24,21 @@ TEST(Settings, ReadValuesWhateverTheCaseAndUpTo249Characters) {
 TEST(Settings, ReadNumbersFromTheirBeginning) {
   TempFolder folder;
   CSettingsFile store(folder.file("a.ini"));
-  struct Case {
-    const char* text;
-    int32_t whole;
-    double number;
-  };
-  const Case cases[] = {{"+5", 5, 5},
-                        {"-7", -7, -7},
-                        {"abc", 0, 0},
-                        {"", 0, 0},
-                        {"12x", 12, 12},
-                        {"3.75", 3, 3.75},
-                        {" 42 ", 42, 42},
-                        {"\"8\"", 8, 8},
-                        {"4294967295", -1, 4294967295.0},
-                        {"-2147483648", INT32_MIN, -2147483648.0},
-                        {".5e1", 0, 5}};
-  for (const Case& c : cases) {
-    ASSERT_TRUE(replaceFile(store.path(), "[s]\nk=" + std::string(c.text) + "\n"));
-    EXPECT_EQ(store.getInt("s", "k", 9), c.whole) << c.text;
-    EXPECT_EQ(store.getDouble("s", "k", 9), c.number) << c.text;
+  const std::tuple<const char*, int32_t, double> cases[] = {{"+5", 5, 5},
+                                                            {"-7", -7, -7},
+                                                            {"abc", 0, 0},
+                                                            {"", 0, 0},
+                                                            {"12x", 12, 12},
+                                                            {"3.75", 3, 3.75},
+                                                            {" 42 ", 42, 42},
+                                                            {"\"8\"", 8, 8},
+                                                            {"4294967295", -1, 4294967295.0},
+                                                            {"-2147483648", INT32_MIN, -2147483648.0},
+                                                            {".5e1", 0, 5}};
+  for (const auto& [text, whole, number] : cases) {
+    ASSERT_TRUE(replaceFile(store.path(), "[s]\nk=" + std::string(text) + "\n"));
+    EXPECT_EQ(store.getInt("s", "k", 9), whole) << text;
+    EXPECT_EQ(store.getDouble("s", "k", 9), number) << text;
   }
   for (const char* noNumber : {"nan", "inf", "1e999"}) {
     ASSERT_TRUE(replaceFile(store.path(), "[s]\nk=" + std::string(noNumber) + "\n"));

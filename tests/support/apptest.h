@@ -60,6 +60,15 @@ class AppTest : public ::testing::Test {
   void writeProfile(const std::string& text) {
     ASSERT_TRUE(replaceFile(folder.file("tarnvisor.ini"), std::string_view(text)));
   }
+  // What commands were posted since the last call; they don't run.
+  std::vector<int32_t> posted() {
+    std::vector<int32_t> ids;
+    app->loop.onCommand = [&](int32_t id) { ids.push_back(id); };
+    app->loop.onIdle = [](int32_t) { return false; };
+    app->loop.turn();
+    app->loop.onCommand = nullptr;
+    return ids;
+  }
   std::string log() const { return readWholeText(folder.file("tarnvisor.log")).value_or(""); }
   std::string profile() const { return readWholeText(folder.file("tarnvisor.ini")).value_or(""); }
 

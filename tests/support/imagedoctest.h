@@ -3,11 +3,12 @@
 
 #include "assembly/assembly.h"
 #include "imagedoc/zbasicdoc.h"
+#include "results/resultdoc.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {
 
-class ImageDocTest : public AppTest {
+class ImageDocument : public AppTest {
  protected:
   void SetUp() override {
     registerStoredClasses();
@@ -46,6 +47,16 @@ class ImageDocTest : public AppTest {
 
   void writeSettings(const std::string& text) {
     ASSERT_TRUE(replaceFile(settings.path(), std::string_view(text)));
+  }
+
+  // The cells of a row of a result table, from a place to another.
+  static std::vector<std::string> resultCells(size_t row, size_t from = 0, size_t to = 21,
+                                              const char* title = "Image Results") {
+    const CResultDoc* table = findResultDocument(title);
+    std::vector<std::string> cells;
+    for (size_t place = from; table && place < to; ++place)
+      cells.emplace_back(trimmed(table->cell(row, place)));
+    return cells;
   }
 
   static std::vector<uint8_t> pixelsOf(const CZZimage& picture) {

@@ -34,6 +34,7 @@
 
 namespace tarnvisor {
 
+using testing::AllOf;
 using testing::AnyOf;
 using testing::Contains;
 using testing::ContainsRegex;
@@ -41,8 +42,12 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::EndsWith;
+using testing::Field;
+using testing::Ge;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Lt;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::SizeIs;

@@ -20,7 +20,7 @@ inline std::string writeMovieFile(const std::string& path, int32_t count, Size s
   return path;
 }
 
-class VideoTest : public ImageDocTest {
+class VideoTest : public ImageDocument {
  protected:
   void TearDown() override { compressoutput = 0; }
 

@@ -180,7 +180,9 @@ TEST(FingerVideo, TakesAnyParametersAndDrawsOnlyWhatFits) {
   for (const int32_t frame : {-1, 3}) EXPECT_FALSE(small.render(frame, target));
   CZZimage parent(200, 100);
   EXPECT_TRUE(small.render(2, *parent.makeChild({10, 20, 74, 68})));
-  EXPECT_TRUE(parent.row(20)[10] > 100 && parent.row(67)[73] > 100 && parent.row(67)[74] == 0);
+  EXPECT_GT(parent.row(20)[10], 100);
+  EXPECT_GT(parent.row(67)[73], 100);
+  EXPECT_EQ(parent.row(67)[74], 0);
   EXPECT_FALSE(small.render(2, *parent.makeChild({10, 20, 74, 69})));
 
   const double nan = std::numeric_limits<double>::quiet_NaN();

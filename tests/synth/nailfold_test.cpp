@@ -101,7 +101,8 @@ TEST(Nailfold, TakesAnyParameters) {
                                                  {9, 9, -1},
                                                  {9, 1, 1}}) {
     EXPECT_EQ(renderNailfold({.width = width, .height = height, .interlace = interlace}, truth), nullptr);
-    EXPECT_TRUE(truth.capillaries.empty() && truth.areaPixels == 0);
+    EXPECT_THAT(truth.capillaries, IsEmpty());
+    EXPECT_EQ(truth.areaPixels, 0);
   }
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const double wild : {nan, -1e300, 0.0, 1e300})

@@ -42,18 +42,16 @@ Found find(int32_t method, Doubles spectrum, int32_t threshold, VelocitySettings
 
 TEST(CbvMethods, FindTheTopOfTheFirstRunFromAbove) {
   const Doubles spectrum{99, 9, 8, 7, 9, 6, 5, 9, 9, 9, 5, 9, 2};
-  const struct {
-    int32_t length, threshold;
-    double maximum, peak;
-  } cases[] = {{4, 5, 5, 4}, {3, 5, 9, 9},  {1, 5, 11, 11}, {0, 5, 11, 11},  {4, 4, 11, 11},
-               {6, 5, 0, 0}, {4, 99, 0, 0}, {5, 5, 5, 4},   {12, 1, 12, 11}, {13, 1, 0, 0}};
-  for (const auto& c : cases) {
+  const std::tuple<int32_t, int32_t, double, double> cases[] = {
+      {4, 5, 5, 4}, {3, 5, 9, 9},  {1, 5, 11, 11}, {0, 5, 11, 11},  {4, 4, 11, 11},
+      {6, 5, 0, 0}, {4, 99, 0, 0}, {5, 5, 5, 4},   {12, 1, 12, 11}, {13, 1, 0, 0}};
+  for (const auto& [length, threshold, maximum, peak] : cases) {
     VelocitySettings parameters;
-    parameters.nOverThresh = c.length;
-    EXPECT_EQ(find(0, spectrum, c.threshold, parameters).result, c.maximum) << c.length << " " << c.threshold;
+    parameters.nOverThresh = length;
+    EXPECT_EQ(find(0, spectrum, threshold, parameters).result, maximum) << length << " " << threshold;
     // Only bins above half the top compete; of equal ones the higher frequency stays.
-    EXPECT_EQ(find(1, spectrum, c.threshold, parameters).result, c.peak) << c.length << " " << c.threshold;
-    EXPECT_EQ(find(1, spectrum, c.threshold, parameters).left, spectrum);
+    EXPECT_EQ(find(1, spectrum, threshold, parameters).result, peak) << length << " " << threshold;
+    EXPECT_EQ(find(1, spectrum, threshold, parameters).left, spectrum);
   }
   VelocitySettings cutting;
   cutting.cutDopTop = 1;

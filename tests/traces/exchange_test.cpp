@@ -37,22 +37,19 @@ std::string exported(std::vector<const ZZTrace*> traces, const CTextSettings& ho
 Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
 
 TEST(NumbersAsText, AreWhatPrintfMakesOfThem) {
-  const struct {
-    int32_t format, precision;
-    const char* pattern;
-  } cases[] = {{0, 3, "%.3E"}, {1, 3, "%.3f"},   {2, 2, "%.3g"},
-               {1, 0, "%.0f"}, {7, 12, "%.13g"}, {1, -5, "%.0f"}};
-  for (const auto& c : cases) {
+  const std::tuple<int32_t, int32_t, const char*> cases[] = {
+      {0, 3, "%.3E"}, {1, 3, "%.3f"}, {2, 2, "%.3g"}, {1, 0, "%.0f"}, {7, 12, "%.13g"}, {1, -5, "%.0f"}};
+  for (const auto& [format, precision, pattern] : cases) {
     CTextSettings how;
-    how.format = c.format;
-    how.precision = c.precision;
-    EXPECT_EQ(how.numberFormat(), c.pattern);
+    how.format = format;
+    how.precision = precision;
+    EXPECT_EQ(how.numberFormat(), pattern);
     for (const double v :
          {0.0, -0.0, 1.0 / 3, -12345.6789, 2.5e-7, 1e308, 5e-324, 123456789012.0, HUGE_VAL}) {
       std::string text = "|";
       how.appendNumber(text, v);
       char expected[500];
-      std::snprintf(expected, sizeof expected, c.pattern, v);
+      std::snprintf(expected, sizeof expected, pattern, v);
       EXPECT_EQ(text, std::string("|") + expected);
     }
   }
@@ -227,15 +224,13 @@ TEST(BinaryTraces, HoldTheSelectedTimeRoundTheRingsEnd) {
   auto ring = traced(kInt16Code, {30, 40, 0, 10, 20}, 0.5, "ring");
   ring->circular = 1;
   ring->origin = 2;
-  const struct {
-    int64_t from, to;
-    Doubles values;
-  } cases[] = {{0, 100, {0, 10, 20, 30, 40}}, {4, 6, {20}}, {4, 10, {20, 30, 40}}, {-9, 4, {0, 10}}};
-  for (const auto& c : cases) {
+  const std::tuple<int64_t, int64_t, Doubles> cases[] = {
+      {0, 100, {0, 10, 20, 30, 40}}, {4, 6, {20}}, {4, 10, {20, 30, 40}}, {-9, 4, {0, 10}}};
+  for (const auto& [from, to, values] : cases) {
     const Imported back =
-        importBinary(bytesOf(exported({ring.get()}, binary(false), {false, c.from, c.to, 0.25})), {});
+        importBinary(bytesOf(exported({ring.get()}, binary(false), {false, from, to, 0.25})), {});
     ASSERT_EQ(back.traces.size(), 1u) << back.failure;
-    EXPECT_EQ(samplesOf(*back.traces[0]), c.values);
+    EXPECT_EQ(samplesOf(*back.traces[0]), values);
   }
   EXPECT_THAT(exported({ring.get()}, binary(false), {false, 10, 20, 0.25}), HasSubstr("no samples"));
 }
@@ -405,26 +400,22 @@ TEST_F(Sound, OfAllPlainKindsComesIn) {
   putLittleFloat(&floats[4], NAN);
   putLittleDouble(&doubles[0], 0.25);
   putLittleDouble(&doubles[8], 1e300);
-  const struct {
-    uint16_t kind, bits;
-    Bytes samples;
-    int32_t code;
-    Doubles values;
-  } cases[] = {{1, 8, {0, 128, 192}, kFloatCode, {-1, 0, 0.5}},
-               {1, 16, {0, 0x80, 1, 0, 0xff, 0x7f}, kInt16Code, {-32768, 1, 32767}},
-               {1, 24, {0, 0, 0x80, 0, 0, 0x40}, kFloatCode, {-1, 0.5}},
-               {1, 32, {0, 0, 0, 0x80, 0, 0, 0, 0x20}, kFloatCode, {-1, 0.25}},
-               {3, 32, floats, kFloatCode, {-0.5, 0}},  // what is no number counts as silence
-               {3, 64, doubles, kFloatCode, {0.25, 0}},
-               {7, 8, {0xff, 0x00}, kInt16Code, {0, -32124}}};
-  for (const auto& c : cases) {
-    const Imported back = read(wav(c.kind, 1, c.bits, c.samples));
-    ASSERT_EQ(back.traces.size(), 1u) << c.kind << " " << c.bits << back.failure;
-    EXPECT_EQ(back.traces[0]->typecode(), c.code);
-    EXPECT_EQ(samplesOf(*back.traces[0]), c.values) << c.kind << " " << c.bits;
+  const std::tuple<uint16_t, uint16_t, Bytes, int32_t, Doubles> cases[] = {
+      {1, 8, {0, 128, 192}, kFloatCode, {-1, 0, 0.5}},
+      {1, 16, {0, 0x80, 1, 0, 0xff, 0x7f}, kInt16Code, {-32768, 1, 32767}},
+      {1, 24, {0, 0, 0x80, 0, 0, 0x40}, kFloatCode, {-1, 0.5}},
+      {1, 32, {0, 0, 0, 0x80, 0, 0, 0, 0x20}, kFloatCode, {-1, 0.25}},
+      {3, 32, floats, kFloatCode, {-0.5, 0}},  // what is no number counts as silence
+      {3, 64, doubles, kFloatCode, {0.25, 0}},
+      {7, 8, {0xff, 0x00}, kInt16Code, {0, -32124}}};
+  for (const auto& [kind, bits, samples, code, values] : cases) {
+    const Imported back = read(wav(kind, 1, bits, samples));
+    ASSERT_EQ(back.traces.size(), 1u) << kind << " " << bits << back.failure;
+    EXPECT_EQ(back.traces[0]->typecode(), code);
+    EXPECT_EQ(samplesOf(*back.traces[0]), values) << kind << " " << bits;
     EXPECT_EQ(back.traces[0]->period, 1.0 / 8000);
     EXPECT_EQ(back.traces[0]->name, "a");
-    EXPECT_EQ(back.traces[0]->ygain, c.code == kInt16Code ? 1.0 / 32768 : 1.0);
+    EXPECT_EQ(back.traces[0]->ygain, code == kInt16Code ? 1.0 / 32768 : 1.0);
   }
 }
 

@@ -211,13 +211,6 @@ Doubles pulseRemoved(Doubles x, size_t from, size_t count) {
   return x;
 }
 
-TEST(FirFilters, TakeThePulseOutInThreeSteps) {
-  const Doubles x = wave(90);
-  auto trace = traceOf(x);
-  removePulse(*trace, {70, 50});
-  EXPECT_EQ(samplesOf(*trace), pulseRemoved(x, 70, 70));
-}
-
 TEST(PulseIndices, HoldPeaksForwardAndTroughsBackward) {
   // Beats between 20 and 80.
   auto active = traceOf({50, 80, 50, 20, 50, 90, 50, 30, 50}, kUint16Code);
@@ -295,20 +288,16 @@ TEST(PulseIndices, SmoothPulsatilityTwiceByRemovingThePulse) {
 
 // The same beats in items of several kinds and scales.
 TEST(PulseIndices, AreOfShownValues) {
-  struct Case {
-    const char* what;
-    int32_t code;
-    double gain, offset;
-  } const cases[] = {{"as they are", kDoubleCode, 1, 0},
-                     {"thousandths", kUint16Code, 0.001, 0},
-                     {"an offset", kInt16Code, 0.001, 5},
-                     {"upside down", kInt16Code, -0.001, 0},
-                     {"small steps", kFloatCode, 1e-9, -0.2}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    CTrace active(c.code, 300);
-    active.ygain = c.gain;
-    active.yoffset = c.offset;
+  const std::tuple<const char*, int32_t, double, double> cases[] = {{"as they are", kDoubleCode, 1, 0},
+                                                                    {"thousandths", kUint16Code, 0.001, 0},
+                                                                    {"an offset", kInt16Code, 0.001, 5},
+                                                                    {"upside down", kInt16Code, -0.001, 0},
+                                                                    {"small steps", kFloatCode, 1e-9, -0.2}};
+  for (const auto& [what, code, gain, offset] : cases) {
+    SCOPED_TRACE(what);
+    CTrace active(code, 300);
+    active.ygain = gain;
+    active.yoffset = offset;
     const ShownValues scale(active);
     for (uint32_t i = 0; i < 300; ++i)
       active.data->putval(i, scale.nearestItem(0.5 + 0.4 * std::cos(i * 0.5)));

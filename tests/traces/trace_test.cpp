@@ -4,19 +4,14 @@ namespace tarnvisor {
 namespace {
 
 TEST(Traces, StepRoundTheRingOrStopAtItsEnds) {
-  const struct {
-    int32_t circular;
-    uint32_t index;
-    int64_t steps;
-    uint32_t expected;
-  } cases[] = {{0, 3, -5, 0},       {1, 3, -5, 8},        {0, 8, 5, 9},         {1, 8, 5, 3},
-               {1, 8, 2, 0},        {0, 8, 2, 9},         {1, 25, 0, 5},        {0, 25, 0, 9},
-               {1, 3, -23, 0},      {0, 3, INT64_MAX, 9}, {0, 3, INT64_MIN, 0}, {1, 7, INT64_MAX, 4},
-               {1, 7, INT64_MIN, 9}};
+  const std::tuple<int32_t, uint32_t, int64_t, uint32_t> cases[] = {
+      {0, 3, -5, 0},        {1, 3, -5, 8},        {0, 8, 5, 9},        {1, 8, 5, 3},   {1, 8, 2, 0},
+      {0, 8, 2, 9},         {1, 25, 0, 5},        {0, 25, 0, 9},       {1, 3, -23, 0}, {0, 3, INT64_MAX, 9},
+      {0, 3, INT64_MIN, 0}, {1, 7, INT64_MAX, 4}, {1, 7, INT64_MIN, 9}};
   CTrace trace(kUint8Code, 10);
-  for (const auto& c : cases) {
-    trace.circular = c.circular;
-    EXPECT_EQ(trace.ringadd(c.index, c.steps), c.expected) << c.circular << " " << c.index << " " << c.steps;
+  for (const auto& [circular, index, steps, expected] : cases) {
+    trace.circular = circular;
+    EXPECT_EQ(trace.ringadd(index, steps), expected) << circular << " " << index << " " << steps;
   }
   EXPECT_EQ(CTrace().ringadd(5, 5), 0u);
   trace.setorigin(12);

@@ -155,25 +155,22 @@ FileBytes withRows(FileBytes file) {
 }
 
 TEST(StoredRowTraces, GetOneExtentARowWhateverTheFileSays) {
-  const struct {
-    const char* vectorClass;
-    const char* bytes;
-    Doubles expected;
-  } cases[] = {{"CdoubleVect", "01 00 00 00 01 00 00 00 00 00  00 00 00 00 00 00 00 40", {2, 0}},
-               {"CdoubleVect", "01 00 00 00 01 00 00 00 00 00  00 00 00 00 00 00 F8 7F", {0, 0}},
-               {"Cubyte1Vect", "03 00 00 00 FF FF FF FF FF FF  04 05 06", {4, 5}},
-               {"CArrayVect1", "02 00 00 00 01 00 00 00 00 00 02 00 04 05 06 07", {4, 6}}};
-  for (const auto& c : cases) {
+  const std::tuple<const char*, const char*, Doubles> cases[] = {
+      {"CdoubleVect", "01 00 00 00 01 00 00 00 00 00  00 00 00 00 00 00 00 40", {2, 0}},
+      {"CdoubleVect", "01 00 00 00 01 00 00 00 00 00  00 00 00 00 00 00 F8 7F", {0, 0}},
+      {"Cubyte1Vect", "03 00 00 00 FF FF FF FF FF FF  04 05 06", {4, 5}},
+      {"CArrayVect1", "02 00 00 00 01 00 00 00 00 00 02 00 04 05 06 07", {4, 6}}};
+  for (const auto& [vectorClass, bytes, expected] : cases) {
     FileBytes file = withRows(rowBase());
     // The rows' own class is in the table already.
-    if (std::string(c.vectorClass) == "CArrayVect1")
+    if (std::string(vectorClass) == "CArrayVect1")
       file.word(0x8001);
     else
-      file.newClass(c.vectorClass);
-    file.hex(c.bytes).real(0);
+      file.newClass(vectorClass);
+    file.hex(bytes).real(0);
     C2DTrace trace;
     loadFrom(trace, file);
-    EXPECT_EQ(samplesOf(*trace.rowvalues), c.expected) << c.vectorClass;
+    EXPECT_EQ(samplesOf(*trace.rowvalues), expected) << vectorClass;
     EXPECT_EQ(trace.rowvalues->width, 1);
     EXPECT_EQ(trace.rowvalues->stride, 1u);
   }

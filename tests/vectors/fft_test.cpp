@@ -30,13 +30,12 @@ Values realpower(int32_t n, const Values& in) {
 }
 
 TEST(Fft, IsSetUpOnceAndOnlyForPowersOfFour) {
-  struct Case {
-    int32_t n, exponent;
-  };
-  for (const Case& c : {Case{-4, -1}, {3, -1}, {512, -2}, {20, -2}, {16384, -3}, {8192, -3}}) {
+  const std::pair<int32_t, int32_t> cases[] = {{-4, -1}, {3, -1},     {512, -2},
+                                               {20, -2}, {16384, -3}, {8192, -3}};
+  for (const auto& [n, exponent] : cases) {
     CFFT fft;
-    EXPECT_EQ(CFFT::exponentOf(c.n), c.exponent);
-    EXPECT_FALSE(fft.setup(c.n));
+    EXPECT_EQ(CFFT::exponentOf(n), exponent);
+    EXPECT_FALSE(fft.setup(n));
     EXPECT_EQ(fft.size, 0);
   }
   CFFT fft;
@@ -171,7 +170,8 @@ TEST(Fft, OfRowsDoesNothingWhereItDoesNotFit) {
     uint16_t width;
     const CdataVect* source;
   };
-  for (const Case& c : {Case{16, 16, &shortSource}, {15, 16, &source}, {16, 8, &source}}) {
+  const Case cases[] = {{16, 16, &shortSource}, {15, 16, &source}, {16, 8, &source}};
+  for (const Case& c : cases) {
     CArrayVect rows(c.rows, c.width);
     rows.fill(7);
     rows.rowfft(0, 0, *c.source, nullptr);

@@ -105,21 +105,15 @@ TEST(Vector, ResizesWithZeroesAndBringsTheCursorBack) {
 }
 
 TEST(Vector, RotatesWithItsCursor) {
-  struct Case {
-    uint32_t k, cursor, expected;
-    Values items;
-  };
-  for (const Case& c : {Case{0, 2, 2, {0, 1, 2, 3, 4}},
-                        {5, 2, 2, {0, 1, 2, 3, 4}},
-                        {1, 0, 4, {1, 2, 3, 4, 0}},
-                        {1, 3, 2, {1, 2, 3, 4, 0}},
-                        {4, 2, 3, {4, 0, 1, 2, 3}},
-                        {3, 3, 0, {3, 4, 0, 1, 2}}}) {
+  const std::tuple<uint32_t, uint32_t, uint32_t, Values> cases[] = {
+      {0, 2, 2, {0, 1, 2, 3, 4}}, {5, 2, 2, {0, 1, 2, 3, 4}}, {1, 0, 4, {1, 2, 3, 4, 0}},
+      {1, 3, 2, {1, 2, 3, 4, 0}}, {4, 2, 3, {4, 0, 1, 2, 3}}, {3, 3, 0, {3, 4, 0, 1, 2}}};
+  for (const auto& [k, cursor, expected, items] : cases) {
     auto vect = of<Cbyte4Vect>({0, 1, 2, 3, 4});
-    vect.cursor = c.cursor;
-    vect.rotate(c.k);
-    EXPECT_EQ(all(vect), c.items);
-    EXPECT_EQ(vect.cursor, c.expected);
+    vect.cursor = cursor;
+    vect.rotate(k);
+    EXPECT_EQ(all(vect), items);
+    EXPECT_EQ(vect.cursor, expected);
   }
   auto rows = of<CArrayVect1>({1, 2, 3, 4, 5, 6}, 2);
   rows.rotate(2);

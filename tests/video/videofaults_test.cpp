@@ -275,7 +275,8 @@ TEST_F(VideoFaults, AFrameOfAnotherSizeIsRefusedAndTheRestIsRead) {
   VideoFormat format{.width = 32, .height = 16, .codec = "MJPG"};
   std::string why;
   auto writer = VideoWriter::create(folder.file("o.avi"), format, why);
-  ASSERT_TRUE(writer->write(Bytes(32 * 16, 99).data(), 32) && writer->close());
+  ASSERT_TRUE(writer->write(Bytes(32 * 16, 99).data(), 32));
+  ASSERT_TRUE(writer->close());
   const std::vector<Bytes> own = chunksOf(small), other = chunksOf(bytesOf(folder.file("o.avi")));
   const auto reader = openVideo(chunked("vids", "MJPG", 24,
                                         {{"00dc", withoutHeader(own[0])},
@@ -364,7 +365,8 @@ TEST_F(VideoFaults, GreyTriplesInAColourFileComeBackAsTheirLevels) {
   auto writer = VideoWriter::create(
       folder.file("t.avi"), {.width = kWidth, .height = kHeight, .colour = true, .codec = "x264"}, why);
   if (!writer) GTEST_SKIP() << why;
-  ASSERT_TRUE(writer->write(triples.data(), kWidth * 3) && writer->close());
+  ASSERT_TRUE(writer->write(triples.data(), kWidth * 3));
+  ASSERT_TRUE(writer->close());
   EXPECT_EQ(greyOf(*openVideo(folder.file("t.avi")), 0), levels);
 }
 

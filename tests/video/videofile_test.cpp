@@ -35,7 +35,8 @@ TEST_P(WrittenVideo, ComesBackFrameByFrame) {
   EXPECT_FALSE(writer->failed());
 
   const auto reader = openVideo(path);
-  ASSERT_TRUE(reader && reader->decodes());
+  ASSERT_TRUE(reader);
+  ASSERT_TRUE(reader->decodes());
   ASSERT_EQ(reader->frames(), 23);
   EXPECT_EQ(reader->width(), given.width);
   EXPECT_EQ(reader->height(), given.height);
