@@ -209,6 +209,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void loadListSettings();
   // zbasicdoc_save.cpp
   struct PixelSave;
+  // Whether the new pixels of that file still wait beside it, the save of this document having been killed.
+  bool isSaveUnfinished(const std::string& path) const;
+  bool hasPixelsAt(const std::string& path) const;
+  [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
   bool askTrim(bool& trim, bool& cancelled);
   bool writePixels(const std::string& documentPath, PixelSave& saved);

@@ -105,8 +105,8 @@ std::string ZBasicDoc::imagePath() const {
 bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
   std::string path = imagefile;
   const std::string beside = folderOf(documentPath) + fileNameOf(imagefile);
-  if (folderOf(path).empty() || !fileExists(path)) path = beside;
-  if (!fileExists(path)) {
+  if (folderOf(path).empty() || !hasPixelsAt(path)) path = beside;
+  if (!hasPixelsAt(path)) {
     if (silent) return false;
     host().messages.show(filledIn(text::kCannotFindImage, imagefile), Buttons::Ok, Icon::Warning);
     const auto chosen =
@@ -116,10 +116,10 @@ bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
     setModified();
   }
   const bool changed = isModified();  // the user chose the file, which may then be anybody's
-  if (!loadImage(path)) return false;
+  if (!loadOwnPixels(path)) return false;
   rememberImageFile(path, documentPath);
   ownsImageFile = !changed;
-  imagedirty = 0;
+  imagedirty = isSaveUnfinished(path);
   setModified(changed);
   return true;
 }
