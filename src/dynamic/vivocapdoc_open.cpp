@@ -56,6 +56,7 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
   if (!loadFrom(path)) return false;
   isBound = 1;
   if (!moviePath.empty()) linkMovie(path);
+  recogniseResult();
   openResults(path);
   return true;
 }

@@ -78,6 +78,7 @@ void ZBasicDoc::deleteContents() {
   imagedirty = 0;
   capturetime = 0;
   notes.clear();
+  forgetResult();
   gridmetafile.clear();
 }
 
@@ -92,6 +93,7 @@ bool ZBasicDoc::onOpenDocument(const std::string& path) {
   if (!loadFrom(path)) return false;
   isBound = 1;
   if (!imagefile.empty() && !resolveImageFile(path)) return false;
+  recogniseResult();
   return true;
 }
 
@@ -192,6 +194,7 @@ void ZBasicDoc::takeImage(std::unique_ptr<CZZimage> pixels) {
   image = std::move(pixels);
   unrepaired.reset();
   forgetUndo();
+  forgetResult();
   originx = originy = 0;
   imagefile.clear();
   ownsImageFile = false;
