@@ -112,7 +112,8 @@ class CVivoCapDoc : public ZBasicDoc {
   void openResults(const std::string& documentPath);
   [[nodiscard]] bool openMovie(const std::string& path);
   [[nodiscard]] bool takeVideo(const std::string& path);
-  void tellOfMovie();  // that it was cut off, or can't be decoded
+  void tellOfMovie();                // that it was cut off, or can't be decoded
+  void tellOfMissing(size_t known);  // images that the document's table has, and the movie has not
 
   // vivocapdoc_save.cpp
   // What a save does with the file of the movie; but for Usual the user chose it, for that save alone.

@@ -1,4 +1,5 @@
 // Opening: the document's file, then its movie, beside it, where its link says or where the user says.
+#include <algorithm>
 #include <filesystem>
 
 #include "app/asked.h"
@@ -55,6 +56,7 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
   if (!loadFrom(path)) return false;
   isBound = 1;
   if (!moviePath.empty()) linkMovie(path);
+  recogniseResult();
   openResults(path);
   return true;
 }
@@ -132,6 +134,7 @@ void CVivoCapDoc::linkMovie(const std::string& documentPath) {
     path = *chosen;
   }
   const int32_t first = selectionFirst, last = selectionLast;
+  const size_t known = movie ? movie->frameTable.size() : 0;
   if (!openMovie(path))
     return report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), movie->failure().c_str()));
   const int32_t frames = frameCount;
@@ -141,6 +144,7 @@ void CVivoCapDoc::linkMovie(const std::string& documentPath) {
   selectionFirst = first;
   selectionLast = last;
   tellOfMovie();
+  tellOfMissing(known);
   setModified(away);
 }
 
@@ -163,6 +167,18 @@ void CVivoCapDoc::tellOfMovie() {
     host().messages.show(format(
         "The recording %s was cut off. %i images of it were saved and are shown. The file stays as it is until you save the video.",
         movie->fileName.c_str(), saved));
+}
+
+// A movie that was cut, or another one of that name: what the document measured may lie in images that it has
+// no more.
+void CVivoCapDoc::tellOfMissing(size_t known) {
+  const auto held = static_cast<size_t>(std::max(0, movie->slots));
+  if (held >= known || silent) return;
+  host().messages.show(
+      format(
+          "%s has %zu images, but its document was saved with %zu: %zu are missing. A save keeps only those that are there.",
+          movie->fileName.c_str(), held, known, known - held),
+      Buttons::Ok, Icon::Warning);
 }
 
 // The pixels in a file beside the header, as the header tells of them.

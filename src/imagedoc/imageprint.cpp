@@ -168,6 +168,7 @@ int32_t printScale(Size image, Size room) {
 }
 
 void printImage(PrintJob& job, ZBasicDoc& document) {
+  document.dropStaleResult();
   const Size page = job.pageSize();
   if (page.width < 1 || page.height < 1 || !(job.pixelsPerInch() > 0)) {
     host().messages.show(text::kNoPrinterSupport);

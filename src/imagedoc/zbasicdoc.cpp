@@ -72,10 +72,12 @@ void ZBasicDoc::setCurrentList(int32_t index) {
 }
 
 void ZBasicDoc::move(int32_t dx, int32_t dy) {
+  dropStaleResult();
   for (CDimList& list : dimlists) list.offset(dx, dy);
   roi = roi.offsetBy(dx, dy);
   target = target + Point{dx, dy};
   imageoffset = imageoffset + Point{dx, dy};
+  if (countedList >= 0) countedFrom = countingBasis(countedList);
 }
 
 bool ZBasicDoc::importDimensions(const std::string& path) {
@@ -127,6 +129,7 @@ bool ZBasicDoc::copyFrom(ZBasicDoc& other) {
     }
     image->blackZero = zeroasblack;
   }
+  recogniseResult();
   imagedirty = 1;
   imagefile.clear();
   ownsImageFile = false;

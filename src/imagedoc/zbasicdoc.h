@@ -147,6 +147,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool trace(Point seed);
   // Finds or recounts without asking; the result text is the document's.
   bool countCapillaries();
+  // The density goes when its marks, the scale or the region are no longer those that it was counted from.
+  // Called where a result is stored, printed or told, and after each command that Undo takes back.
+  void dropStaleResult();
   void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
@@ -177,6 +180,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   std::string notes;
   std::array<CDimList, kListCount> dimlists;
   int32_t currentlist = 0;
+  int32_t countedList = -1;  // whose marks resultText counts; -1: it is no density, or nobody knows
+  std::string countedFrom;   // those marks, scale and region, in words
   std::unique_ptr<CZZimage> image;
   std::string imagefile;   // a bare name lies in the document's folder; empty until saved
   int32_t imagedirty = 0;  // the pixels differ from imagefile
@@ -196,6 +201,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   int32_t originx = 0;                  // of the image in the full sensor frame
   int32_t originy = 0;
 
+ protected:
+  // Finds out which list a density that was loaded was counted in.
+  void recogniseResult();
+
  private:
   // zbasicdoc_archive.cpp
   void storeFields(Archive& archive);
@@ -206,9 +215,14 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // zbasicdoc_open.cpp
   bool resolveImageFile(const std::string& documentPath);
   void afterImageLoaded();
+  void forgetResult();
   void loadListSettings();
   // zbasicdoc_save.cpp
   struct PixelSave;
+  // Whether the new pixels of that file still wait beside it, the save of this document having been killed.
+  bool isSaveUnfinished(const std::string& path) const;
+  bool hasPixelsAt(const std::string& path) const;
+  [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
   bool askTrim(bool& trim, bool& cancelled);
   bool writePixels(const std::string& documentPath, PixelSave& saved);
@@ -323,6 +337,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void minimaWithinTolerance();
   void walkToMinima();
   void reportDensity(int64_t count);
+  std::string densityOf(int32_t list) const;
+  std::string countingBasis(int32_t list) const;
   // What of the finder's windows can't run in the region; empty when all do.
   std::string finderLimits() const;
   void tellFinderLimits() const;

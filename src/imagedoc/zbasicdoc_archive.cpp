@@ -19,6 +19,7 @@ void ZBasicDoc::serialize(Archive& archive) {
 }
 
 void ZBasicDoc::storeFields(Archive& archive) {
+  dropStaleResult();
   originx = theImage() ? theImage()->xOrigin : 0;
   originy = theImage() ? theImage()->yOrigin : 0;
   archive.putInt(kStoredVersion);

@@ -61,7 +61,45 @@ void ZBasicDoc::reportDensity(int64_t count) {
   const std::string density = densityText(count, roiArea());
   if (density.empty()) return;
   resultText = density;
+  countedList = currentlist;
+  countedFrom = countingBasis(currentlist);
   appendNotes(resultText + roiText());
+}
+
+std::string ZBasicDoc::densityOf(int32_t list) const {
+  const int32_t count = dimlists[static_cast<size_t>(list)].countIn(roiOrWhole(), hasCircularRoi());
+  return densityText(count, roiArea());
+}
+
+// Not where the image lies: that of a video is another for each image shown.
+std::string ZBasicDoc::countingBasis(int32_t list) const {
+  const Scale s = scale();
+  std::string words = roiText() + format("%d %g %g", hasCircularRoi() ? 1 : 0, s.x, s.y);
+  for (const auto& mark : dimlists[static_cast<size_t>(list)].items) {
+    words += '\n';
+    for (const Point p : mark->points) words += format("%i,%i ", p.x, p.y);
+  }
+  return words;
+}
+
+// What moved with all else, or beside the region, leaves the density what it was.
+void ZBasicDoc::dropStaleResult() {
+  if (resultText.empty() || countedList < 0 || !hasImage()) return;
+  if (countingBasis(countedList) != countedFrom && densityOf(countedList) != resultText) forgetResult();
+}
+
+void ZBasicDoc::forgetResult() {
+  resultText.clear();
+  countedList = -1;
+  countedFrom.clear();
+}
+
+void ZBasicDoc::recogniseResult() {
+  countedList = -1;
+  if (resultText.empty() || !hasImage()) return;
+  for (int32_t list = kListCount - 1; list >= 0; --list)
+    if (densityOf(list) == resultText) countedList = list;
+  if (countedList >= 0) countedFrom = countingBasis(countedList);
 }
 
 std::string ZBasicDoc::finderLimits() const {

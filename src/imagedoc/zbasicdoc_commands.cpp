@@ -592,6 +592,8 @@ void ZBasicDoc::importCommand() {
   Change change(*this, Change::Alters::Pixels);
   if (!change.isReady()) return;
   if (!loadImage(*path)) return change.abandon();
+  forgetResult();
+  appendNotes("pixels imported from " + fileNameOf(*path) + text::kLineEnd);
   imagedirty = 1;
   setModified();
 }

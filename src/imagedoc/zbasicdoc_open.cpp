@@ -78,6 +78,7 @@ void ZBasicDoc::deleteContents() {
   imagedirty = 0;
   capturetime = 0;
   notes.clear();
+  forgetResult();
   gridmetafile.clear();
 }
 
@@ -92,6 +93,7 @@ bool ZBasicDoc::onOpenDocument(const std::string& path) {
   if (!loadFrom(path)) return false;
   isBound = 1;
   if (!imagefile.empty() && !resolveImageFile(path)) return false;
+  recogniseResult();
   return true;
 }
 
@@ -105,8 +107,8 @@ std::string ZBasicDoc::imagePath() const {
 bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
   std::string path = imagefile;
   const std::string beside = folderOf(documentPath) + fileNameOf(imagefile);
-  if (folderOf(path).empty() || !fileExists(path)) path = beside;
-  if (!fileExists(path)) {
+  if (folderOf(path).empty() || !hasPixelsAt(path)) path = beside;
+  if (!hasPixelsAt(path)) {
     if (silent) return false;
     host().messages.show(filledIn(text::kCannotFindImage, imagefile), Buttons::Ok, Icon::Warning);
     const auto chosen =
@@ -116,10 +118,10 @@ bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
     setModified();
   }
   const bool changed = isModified();  // the user chose the file, which may then be anybody's
-  if (!loadImage(path)) return false;
+  if (!loadOwnPixels(path)) return false;
   rememberImageFile(path, documentPath);
   ownsImageFile = !changed;
-  imagedirty = 0;
+  imagedirty = isSaveUnfinished(path);
   setModified(changed);
   return true;
 }
@@ -192,6 +194,7 @@ void ZBasicDoc::takeImage(std::unique_ptr<CZZimage> pixels) {
   image = std::move(pixels);
   unrepaired.reset();
   forgetUndo();
+  forgetResult();
   originx = originy = 0;
   imagefile.clear();
   ownsImageFile = false;

@@ -1,24 +1,34 @@
 // Saving: the pixels first, where they changed or are trimmed to the ROI, then the document. When the
 // document can't be written, an image file that was replaced comes back and the document in memory is as it
-// was.
+// was. A save that is killed before the new pixels take their place is finished by the next opening.
 #include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 
 #include "base/files.h"
+#include "base/geometry.h"
 #include "base/text.h"
 #include "host/host.h"
 #include "image/imagefile.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
+#include "settings/log.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
 
 namespace {
+
 constexpr const char* kWholeForm = ".zzg";  // gives back any image
+
+// Where the new content of a pixel file waits until the document of that save count is written. The count
+// tells at opening whether the two belong together.
+std::string waitingFile(const std::string& path, int32_t count) {
+  return format("%s~new%i.%s", withoutExtension(path).c_str(), count, extensionOf(path).c_str());
 }
+
+}  // namespace
 
 // What a save did to the pixels' side, to be undone when the document's own file can't be written.
 struct ZBasicDoc::PixelSave {
@@ -28,6 +38,7 @@ struct ZBasicDoc::PixelSave {
   std::string oldNotes;
   int32_t oldDirty = 0;
   bool oldOwns = false;
+  int32_t count;             // the save count of the document that is to come
   bool holdsPixels = false;  // those in memory, not a copy of the file before
   bool trimmed = false;
   Rect cut;         // what the trim left, in the coordinates of before
@@ -35,19 +46,40 @@ struct ZBasicDoc::PixelSave {
   bool moved = false;
 
   explicit PixelSave(const ZBasicDoc& d)
-      : oldImagefile(d.imagefile), oldNotes(d.notes), oldDirty(d.imagedirty), oldOwns(d.ownsImageFile) {}
+      : oldImagefile(d.imagefile),
+        oldNotes(d.notes),
+        oldDirty(d.imagedirty),
+        oldOwns(d.ownsImageFile),
+        count(wrapAdd(d.saveCount, 1)) {
+    // What a save left that was killed before its document would seem to belong to this one.
+    if (!oldImagefile.empty()) ::unlink(waitingFile(d.imagePath(), count).c_str());
+  }
   void aimAt(const std::string& path) {
     file = path;
-    const std::string stem = withoutExtension(path);
-    written = stem + "~new." + extensionOf(path);
-    for (int number = 1; fileExists(written); ++number)
-      written = format("%s~new%i.%s", stem.c_str(), number, extensionOf(path).c_str());
+    written = waitingFile(path, count);
   }
   bool finish() const { return file.empty() || std::rename(written.c_str(), file.c_str()) == 0; }
   void abandon() const {
     if (!written.empty()) ::unlink(written.c_str());
   }
 };
+
+bool ZBasicDoc::isSaveUnfinished(const std::string& path) const {
+  return fileExists(waitingFile(path, saveCount));
+}
+
+bool ZBasicDoc::hasPixelsAt(const std::string& path) const {
+  return fileExists(path) || isSaveUnfinished(path);
+}
+
+// Where the folder can't be written the pixels are read where they wait, and the next save writes them.
+bool ZBasicDoc::loadOwnPixels(const std::string& path) {
+  const std::string waiting = waitingFile(path, saveCount);
+  if (!fileExists(waiting)) return loadImage(path);
+  logPrintf("the last save of %s was cut short: its pixels are those of %s\n", path.c_str(), waiting.c_str());
+  const bool finished = std::rename(waiting.c_str(), path.c_str()) == 0;
+  return loadImage(finished ? path : waiting);
+}
 
 bool ZBasicDoc::saveImage(const std::string& path, const Rect& rect) {
   std::string why;
@@ -191,7 +223,9 @@ bool ZBasicDoc::onSaveDocument(const std::string& path) {
   PixelSave saved(*this);
   bool done = !hasImage() || savePixels(path, saved);
   done = done && storeBound(path);
-  if (done && !saved.finish()) {
+  if (!done) {
+    saved.abandon();
+  } else if (!saved.finish()) {  // they wait for the next opening
     report(format("%s\n%s", text::kErrorSavingImage, saved.file.c_str()));
     done = false;
   }
@@ -203,7 +237,6 @@ bool ZBasicDoc::onSaveDocument(const std::string& path) {
     if (saved.trimmed) cutToTrim(saved);
     return true;
   }
-  saved.abandon();
   if (saved.moved) {
     move(saved.cut.left, saved.cut.top);
     theImage()->xOrigin = saved.oldOrigin.x;

@@ -61,6 +61,7 @@ StepResult ZBasicDoc::tell(const std::string& what) {
   if (what == "notes") return {true, {}, {}, printable(notes)};
   if (what == "dims") return {true, {}, {}, dimensionLines(*this)};
   if (what == "status") return {true, {}, {}, statusText()};
+  dropStaleResult();
   return CdbDocument::tell(what);
 }
 

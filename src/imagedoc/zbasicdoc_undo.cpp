@@ -18,9 +18,10 @@ using D = ZBasicDoc;
 
 // What Undo keeps beside pixels, lists and notes. How things are shown, and where the next mark goes, is not
 // in it.
-constexpr std::tuple kKeptFields{&D::target,  &D::imageoffset, &D::roi,       &D::roicircle,  &D::magx,
-                                 &D::magy,    &D::magname,     &D::magindex,  &D::calibrated, &D::userunits,
-                                 &D::originx, &D::originy,     &D::imagefile, &D::colourset,  &D::resultText};
+constexpr std::tuple kKeptFields{
+    &D::target,    &D::imageoffset, &D::roi,        &D::roicircle,   &D::magx,       &D::magy,
+    &D::magname,   &D::magindex,    &D::calibrated, &D::userunits,   &D::originx,    &D::originy,
+    &D::imagefile, &D::colourset,   &D::resultText, &D::countedList, &D::countedFrom};
 
 template <class... Members>
 auto valuesFor(const std::tuple<Members...>&) {
@@ -157,6 +158,7 @@ ZBasicDoc::Change::Change(ZBasicDoc& document, Alters what)
 }
 
 ZBasicDoc::Change::~Change() {
+  doc.dropStaleResult();
   if (!before || !before->keepWhatDiffers(doc)) return;
   if (before->pixels)
     doc.undoimage = std::move(pixels);

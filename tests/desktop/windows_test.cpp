@@ -343,7 +343,7 @@ TEST_F(ProgramWindow, TheRecordBarFollowsTheExamThatIsSelected) {
   EXPECT_THAT(window().windowTitle().toStdString(), StartsWith("S-1, S-1-left - "));
 }
 
-TEST_F(WindowTest, TheStatusWindowsCloseBoxTakesTheTickAway) {
+TEST_F(ProgramWindow, TheStatusWindowsCloseBoxTakesTheTickAway) {
   EXPECT_EQ(app->runCommand(cmd::StatusWindow), CommandResult::Done);
   settle();
   for (QWidget* each : QApplication::topLevelWidgets())
@@ -352,7 +352,7 @@ TEST_F(WindowTest, TheStatusWindowsCloseBoxTakesTheTickAway) {
   EXPECT_FALSE(frame->bars().statusWindow);
 }
 
-TEST_F(WindowTest, WhatNeedsACameraSaysSo) {
+TEST_F(ProgramWindow, WhatNeedsACameraSaysSo) {
   const auto* live = window().findChild<QAction*>(QString::number(cmd::LiveVideo));
   ASSERT_NE(live, nullptr);
   EXPECT_THAT(live->statusTip().toStdString(), HasSubstr("needs a camera"));

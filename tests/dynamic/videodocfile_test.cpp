@@ -301,6 +301,17 @@ TEST_F(VideoFiles, OpensRecordingsThatWereCutOffAndSaysSo) {
   EXPECT_EQ(std::filesystem::file_size(path), 40u + 16 * 8 * 3 + 8) << "until the user saves";
 }
 
+TEST_F(VideoFiles, TellsOfImagesThatTheMovieHasNoMore) {
+  CVivoCapDoc& doc = openMovie("m.mve", 5);
+  ASSERT_TRUE(doc.onSaveDocument(folder.file("v.dtv")));
+  process.videoTemplate->discard(doc);
+  ASSERT_EQ(::truncate(folder.file("m.mve").c_str(), 40 + 16 * 8 * 3 + 50), 0);
+  ASSERT_NE(app->openDocumentFile(folder.file("v.dtv")), nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("has 3 images"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("2 are missing"));
+  EXPECT_EQ(video().imageCount(), 3);
+}
+
 TEST_F(VideoFiles, TellsOfAPassThatCouldNotBeWritten) {
   CVivoCapDoc& doc = openMovie("m.mve", 3);
   const auto before = readWholeFile(folder.file("m.mve"));

@@ -44,6 +44,56 @@ TEST_F(Capillaries, AreFoundCountedAndRecountedByASecondPress) {
             format("%7.3f, capillary density, %7.3f, area", (count + 1) / (4 * area), 4 * area));
 }
 
+TEST_F(Capillaries, LoseTheirDensityWithWhatItWasCountedFrom) {
+  CZZimage other(1280, 1024);
+  ASSERT_TRUE(other.save(folder.file("other.bmp")));
+  const std::pair<const char*, std::function<void(ZBasicDoc&)>> changes[] = {
+      {"marks", [&](ZBasicDoc&) { run("Clear all dimensions"); }},
+      {"a mark", [](ZBasicDoc& d) { d.deleteDimension(0); }},
+      {"scale",
+       [&](ZBasicDoc&) {
+         host.fill({{"x scale", "3"}});
+         run("Magnification");
+       }},
+      {"region",
+       [](ZBasicDoc& d) {
+         d.setRoi({100, 100, 600, 600});
+       }},
+      {"pixels",
+       [&](ZBasicDoc& d) {
+         process.quietMode = 1;
+         host.paths = {folder.file("other.bmp")};
+         run("Import");
+         EXPECT_THAT(d.notes, HasSubstr("pixels imported from other.bmp"));
+         EXPECT_GT(d.currentDims().size(), 0) << "the marks stay";
+       }},
+  };
+  for (const auto& [what, change] : changes)
+    for (const bool stored : {false, true}) {
+      SCOPED_TRACE(what);
+      makeFinger(sparseNailfold()).keepwhole = 1;
+      run("Find Capillaries");
+      const std::string found = image()->resultText;
+      if (stored) reopen("a.tv1");
+      image()->keepwhole = 1;
+      EXPECT_EQ(image()->tell("result").values.front().second, found);
+      change(*image());
+      EXPECT_EQ(image()->tell("result").values.front().second, "");
+      process.imageTemplate->discard(*image());
+      settings.setInt("settings", "calibrated", 0);
+    }
+}
+
+TEST_F(Capillaries, GetTheirDensityBackByUndo) {
+  makeFinger(sparseNailfold());
+  run("Find Capillaries");
+  const std::string found = image()->resultText;
+  run("Clear all dimensions");
+  EXPECT_EQ(image()->resultText, "");
+  run("Undo");
+  EXPECT_EQ(image()->resultText, found);
+}
+
 TEST_F(Capillaries, AreSoughtInTheRoiOnly) {
   ZBasicDoc& d = makeFinger(goodNailfold());
   d.roi = {200, 100, 900, 800};

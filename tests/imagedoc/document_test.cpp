@@ -212,6 +212,38 @@ TEST_F(ImageDocument, AWholeImageWithARoiIsWrittenForEachDocument) {
   EXPECT_EQ(readWholeFile(folder.file("b.bmp")), readWholeFile(folder.file("a.bmp")));
 }
 
+// The state that a kill between the document's file and the last step of its pixels leaves.
+TEST_F(ImageDocument, ASaveThatWasKilledIsFinishedAtOpening) {
+  const auto saveShade = [&](uint8_t shade) {
+    image()->theImage()->fill(shade);
+    image()->imagedirty = 1;
+    ASSERT_TRUE(image()->save());
+  };
+  const auto reopenedShade = [&] {
+    process.imageTemplate->discard(*image());
+    EXPECT_NE(app->openDocumentFile(folder.file("a.tv1")), nullptr);
+    return image()->theImage()->row(0)[0];
+  };
+  makeImage(8, 8).setPathName(folder.file("a.tv1"));
+  saveShade(10);
+  const auto old = readWholeFile(folder.file("a.bmp"));
+  saveShade(20);
+  std::filesystem::rename(folder.file("a.bmp"), folder.file("a~new2.bmp"));
+  EXPECT_EQ(reopenedShade(), 20) << "without the file that was to be replaced";
+  std::filesystem::rename(folder.file("a.bmp"), folder.file("a~new2.bmp"));
+  ASSERT_TRUE(replaceFile(folder.file("a.bmp"), std::span<const uint8_t>(*old)));
+  EXPECT_EQ(reopenedShade(), 20);
+  EXPECT_EQ(image()->imagefile, "a.bmp");
+  EXPECT_FALSE(fileExists(folder.file("a~new2.bmp")));
+
+  // Killed before the document: those pixels are no document's, now and after a save of the marks alone.
+  ASSERT_TRUE(replaceFile(folder.file("a~new3.bmp"), std::span<const uint8_t>(*old)));
+  EXPECT_EQ(reopenedShade(), 20);
+  ASSERT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
+  EXPECT_FALSE(fileExists(folder.file("a~new3.bmp")));
+  EXPECT_EQ(reopenedShade(), 20);
+}
+
 TEST_F(ImageDocument, PixelsThatCantBeWrittenStayChanged) {
   ZBasicDoc& d = makeImage(8, 8);
   for (const int silent : {1, 0}) {
