@@ -1,4 +1,8 @@
 // What a careless script could lose.
+#include <sys/resource.h>
+
+#include <csignal>
+
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 #include "support/runnertest.h"
@@ -21,6 +25,25 @@ TEST_F(Runner, AFileOfAnotherKindNeitherOpensNorIsSavedOver) {
   EXPECT_EQ(readWholeText(folder.file("dims.csv")), before);
   const DocumentType& stills = *process.imageTemplate;
   EXPECT_EQ(const_cast<DocumentType&>(stills).openDocument(folder.file("dims.csv")), nullptr);
+}
+
+TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
+  ASSERT_TRUE(run("open $shot.bmp\ncommand Histogram").ok);
+  for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
+    ASSERT_TRUE(replaceFile(folder.file(file), std::string_view("earlier")));
+  for (const char* step : {"export $x.svg", "export $x.pdf", "command \"Print...\" $page.pdf"}) {
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limited{64, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limited);
+    const bool done = run(step).ok;
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(done) << step;
+  }
+  for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
+    EXPECT_EQ(readWholeText(folder.file(file)), "earlier") << file;
 }
 
 TEST_F(Runner, WhatIsNotAnsweredOrCancelledIsNotDone) {
