@@ -5,6 +5,7 @@
 #include <clocale>
 
 #include "base/files.h"
+#include "base/text.h"
 #include "desktop/paintercanvas.h"
 #include "desktop/picturefile.h"
 #include "desktop/qttext.h"
@@ -60,6 +61,8 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
 }
 
 Outcome printToPdf(const std::string& title, const Printer::Draw& draw, const std::string& path) {
+  if (!equalIgnoringCase(extensionOf(path), "pdf"))
+    return Outcome::failure(path + ": pages are written as pdf");
   needFonts();
   return writeWhole(path, [&](QIODevice& file) -> QString {
     QPdfWriter writer(&file);
