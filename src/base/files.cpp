@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -250,6 +251,22 @@ Outcome replaceFile(const std::string& path, std::string_view text, AtomicFile::
   AtomicFile file(path);
   file.write(text.data(), text.size());
   return file.commit(flush);
+}
+
+TemporaryFolder::TemporaryFolder(const char* purpose) {
+  std::error_code error;
+  const fs::path place = fs::temp_directory_path(error);
+  std::string name = (place / (std::string("tarnvisor-") + purpose + "-XXXXXX")).string();
+  if (!error && ::mkdtemp(name.data())) folder = withSeparator(name);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code error;
+  if (!folder.empty()) fs::remove_all(folder, error);
+}
+
+std::string TemporaryFolder::file(const std::string& name) const {
+  return folder.empty() ? std::string() : folder + name;
 }
 
 bool makeFolderPath(const std::string& path) {

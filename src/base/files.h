@@ -89,6 +89,21 @@ Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes);
 Outcome replaceFile(const std::string& path, std::string_view text,
                     AtomicFile::Flush flush = AtomicFile::Flush::ToDisc);
 
+// A folder of this run alone, which goes with all that lies in it.
+class TemporaryFolder {
+ public:
+  // The purpose stands in the folder's name, for people who find one.
+  explicit TemporaryFolder(const char* purpose);
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  // The path of a file to be made in it; empty where no folder could be made.
+  std::string file(const std::string& name) const;
+
+ private:
+  std::string folder;  // with its separator
+};
+
 // Makes all missing folders of a path, from the first. False when one can't be made.
 bool makeFolderPath(const std::string& path);
 

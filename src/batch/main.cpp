@@ -50,9 +50,9 @@ int main(int argc, char** argv) {
   start.dataFolder = options.dataFolder;
   const bool made = !options.profile.empty() && !fileExists(options.profile);
   const ProfileClaim claim(options.profile);
-  std::optional<SettingsCopy> copy;
+  std::optional<TemporaryFolder> copy;
   if (options.profile.empty() ? !options.keepSettings : !claim.isOurs())
-    start.settingsCopy = copy.emplace().path();
+    start.settingsCopy = copy.emplace("settings").file("settings.ini");
   if (!claim.isOurs())
     std::fprintf(stderr, "%s is in use by another run: this one works on a copy\n", options.profile.c_str());
   for (int i = 0; i < argc; ++i) start.logLine += std::string(i ? " " : "") + argv[i];

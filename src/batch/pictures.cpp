@@ -5,6 +5,7 @@
 #include <clocale>
 
 #include "base/files.h"
+#include "base/text.h"
 #include "desktop/paintercanvas.h"
 #include "desktop/picturefile.h"
 #include "desktop/qttext.h"
@@ -60,21 +61,20 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
 }
 
 Outcome printToPdf(const std::string& title, const Printer::Draw& draw, const std::string& path) {
+  if (!equalIgnoringCase(extensionOf(path), "pdf"))
+    return Outcome::failure(path + ": pages are written as pdf");
   needFonts();
-  AtomicFile file(path);
-  if (file.isOpen()) {
-    file.releaseToWriterByName();
-    QPdfWriter writer(toQt(file.temporaryPath()));
+  return writeWhole(path, [&](QIODevice& file) -> QString {
+    QPdfWriter writer(&file);
     writer.setResolution(kPixelsPerInch);
     writer.setPageSize(QPageSize(QPageSize::A4));
     writer.setTitle(toQt(title));
     QPainter painter;
-    if (!painter.begin(&writer)) return Outcome::failure(path + " could not be written");
+    if (!painter.begin(&writer)) return "it can't be drawn";
     PdfJob job(writer, painter);
     draw(job);
-    if (!painter.end()) return Outcome::failure(path + " could not be written");
-  }
-  return file.commit();
+    return painter.end() ? "" : "it can't be drawn";
+  });
 }
 
 }  // namespace tarnvisor

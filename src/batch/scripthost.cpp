@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "app/basicapp.h"
 #include "base/text.h"
 #include "batch/pictures.h"
 
@@ -99,9 +100,10 @@ std::optional<std::string> ScriptHost::chooseFolder(const std::string& title, co
 // Paper is a PDF file that the step names.
 bool ScriptHost::print(const std::string& title, const Draw& draw) {
   const auto path = takePath();
-  const Outcome done =
-      path ? printToPdf(title, draw, *path)
+  Outcome done =
+      path ? theApp().documents.mayOutputTo(*path)
            : Outcome::failure("\"" + title + "\" is printed to a PDF file, and the step names none");
+  if (done) done = printToPdf(title, draw, *path);
   if (!done) wrong = done.why();
   return static_cast<bool>(done);
 }

@@ -252,6 +252,7 @@ StepResult saveDocument(StepContext& c) {
 // An image's tables are documents of their own; the one that was added to last is meant.
 StepResult exportDocument(StepContext& c) {
   const std::string path = absolutePath(c.step.args[0]);
+  if (const Outcome may = c.app.documents.mayOutputTo(path); !may) return StepResult::failure(may.why());
   StepResult result = ask(c, [&](ScriptTarget& t) { return t.exportTo(path); });
   if (result.known || !c.app.documents.active() || !equalIgnoringCase(extensionOf(path), "csv"))
     return result;
@@ -279,7 +280,8 @@ StepResult takeSnapshot(StepContext& c) {
   CDocument* document = c.app.documents.active();
   if (!document || document->views().empty()) return unavailable(c);
   const std::string path = absolutePath(c.step.args[0]);
-  const Outcome done = saveSnapshot(*document->views().front(), path);
+  Outcome done = c.app.documents.mayOutputTo(path);
+  if (done) done = saveSnapshot(*document->views().front(), path);
   return done ? StepResult{true, {}, {{"path", path}}, "wrote " + path} : StepResult::failure(done.why());
 }
 

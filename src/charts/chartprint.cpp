@@ -1,5 +1,6 @@
 #include "charts/chartprint.h"
 
+#include "app/basicapp.h"
 #include "base/clock.h"
 #include "base/files.h"
 #include "drawing/textmeasure.h"
@@ -33,9 +34,11 @@ void exportChartPicture(ZchartDoc& document, Size size, const DrawChart& draw) {
       withoutExtension(document.pathName().empty() ? document.title() : document.pathName()) + ".png";
   const auto path = host().choosers.saveFile(request);
   if (!path) return;
-  const Outcome done = host().pictures.write(*path, size, [&](Canvas& canvas) {
-    draw(canvas, {0, 0, size.width, size.height});
-  });
+  Outcome done = theApp().documents.mayOutputTo(*path);
+  if (done)
+    done = host().pictures.write(*path, size, [&](Canvas& canvas) {
+      draw(canvas, {0, 0, size.width, size.height});
+    });
   if (!done) document.report(done.why());
 }
 

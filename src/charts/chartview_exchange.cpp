@@ -50,6 +50,7 @@ void ZchartView::exportTraces() {
       withoutExtension(doc.pathName().empty() ? doc.title() : doc.pathName()) + request.defaultExtension;
   const auto path = host().choosers.saveFile(request);
   if (!path) return;
+  if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return doc.report(may.why());
   if (const Outcome done = exportTo(*path, settings, choice.allTraces != 0, choice.selection != 0); !done)
     return doc.report(done.why());
   settings.store();

@@ -8,10 +8,10 @@
 #include <optional>
 
 #include "assembly/assembly.h"
+#include "base/files.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
 #include "frame/mainframe.h"
-#include "settings/profileuse.h"
 
 namespace {
 
@@ -68,12 +68,12 @@ int runWorkstation(const CommandLine& line, bool hasDisplay) {
   start.commandLine = line.forApplication;
   start.documentTable = documentTable();
   start.dataFolder = line.dataFolder;
-  std::optional<SettingsCopy> settingsOfTheRun;
+  std::optional<TemporaryFolder> settingsOfTheRun;
   if (!hasDisplay) {
     // Nobody is asked, and the windows that nobody saw leave no trace in the profile.
     start.askForDataFolder = false;
     start.remembersFiles = false;
-    start.settingsCopy = settingsOfTheRun.emplace().path();
+    start.settingsCopy = settingsOfTheRun.emplace("settings").file("settings.ini");
     app.onSwitchDone = [] { QCoreApplication::quit(); };
   }
   if (!app.initInstance(start)) return 1;

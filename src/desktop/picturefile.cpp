@@ -1,5 +1,6 @@
 #include "desktop/picturefile.h"
 
+#include <QBuffer>
 #include <QImageWriter>
 #include <QPdfWriter>
 #include <QSvgGenerator>
@@ -19,7 +20,7 @@ constexpr int kScreenPixelsPerInch = 96;
 // What a drawing on a device left behind: empty when all is well.
 using Draw = std::function<void(Canvas&)>;
 
-QString writePixels(const QString& path, const std::string& kind, Size size, const Draw& draw) {
+QString writePixels(QIODevice& file, const std::string& kind, Size size, const Draw& draw) {
   QImage picture(size.width, size.height, QImage::Format_RGB32);
   if (picture.isNull()) return "there is not enough memory";
   picture.fill(Qt::white);
@@ -28,7 +29,7 @@ QString writePixels(const QString& path, const std::string& kind, Size size, con
     PainterCanvas canvas(painter);
     draw(canvas);
   }
-  QImageWriter writer(path, kind.c_str());
+  QImageWriter writer(&file, kind.c_str());
   return writer.write(picture) ? QString() : writer.errorString();
 }
 
@@ -43,17 +44,17 @@ QString drawOn(QPaintDevice& device, const Draw& draw) {
   return painter.end() ? QString() : QString("it can't be drawn");
 }
 
-QString writeSvg(const QString& path, Size size, const Draw& draw) {
+QString writeSvg(QIODevice& file, Size size, const Draw& draw) {
   QSvgGenerator generator;
-  generator.setFileName(path);
+  generator.setOutputDevice(&file);
   generator.setResolution(kScreenPixelsPerInch);
   generator.setSize(QSize(size.width, size.height));
   generator.setViewBox(QRect(0, 0, size.width, size.height));
   return drawOn(generator, draw);
 }
 
-QString writePdf(const QString& path, Size size, const Draw& draw) {
-  QPdfWriter writer(path);
+QString writePdf(QIODevice& file, Size size, const Draw& draw) {
+  QPdfWriter writer(&file);
   writer.setResolution(kScreenPixelsPerInch);
   const QSizeF inches(double(size.width) / kScreenPixelsPerInch, double(size.height) / kScreenPixelsPerInch);
   writer.setPageSize(QPageSize(inches, QPageSize::Inch, QString(), QPageSize::ExactMatch));
@@ -63,6 +64,15 @@ QString writePdf(const QString& path, Size size, const Draw& draw) {
 
 }  // namespace
 
+Outcome writeWhole(const std::string& path, const std::function<QString(QIODevice&)>& make) {
+  QBuffer made;
+  made.open(QIODevice::WriteOnly);
+  if (const QString problem = make(made); !problem.isEmpty())
+    return Outcome::failure(path + " could not be written: " + fromQt(problem));
+  const QByteArray& bytes = made.data();
+  return replaceFile(path, std::string_view(bytes.constData(), static_cast<size_t>(bytes.size())));
+}
+
 Outcome QtPictureWriter::write(const std::string& path, Size size, const Draw& draw) {
   const std::string kind = lowerCase(extensionOf(path));
   const bool strokes = kind == "svg" || kind == "pdf";
@@ -70,16 +80,11 @@ Outcome QtPictureWriter::write(const std::string& path, Size size, const Draw& d
     return Outcome::failure(path + ": pictures are written as png, jpg, bmp, svg or pdf");
   if (size.width < 1 || size.height < 1 || size.width > kLargestSide || size.height > kLargestSide)
     return Outcome::failure(path + ": the view is too large for a picture");
-  AtomicFile file(path);
-  if (file.isOpen()) {
-    file.releaseToWriterByName();
-    const QString temporary = toQt(file.temporaryPath());
-    const QString problem = kind == "svg"   ? writeSvg(temporary, size, draw)
-                            : kind == "pdf" ? writePdf(temporary, size, draw)
-                                            : writePixels(temporary, kind, size, draw);
-    if (!problem.isEmpty()) return Outcome::failure(path + " could not be written: " + fromQt(problem));
-  }
-  return file.commit();
+  return writeWhole(path, [&](QIODevice& file) {
+    return kind == "svg"   ? writeSvg(file, size, draw)
+           : kind == "pdf" ? writePdf(file, size, draw)
+                           : writePixels(file, kind, size, draw);
+  });
 }
 
 }  // namespace tarnvisor

@@ -1,9 +1,16 @@
 // Pictures as files, drawn by Qt: pixels as png, jpg or bmp, strokes and letters as svg or pdf.
 #pragma once
 
+#include <QIODevice>
+#include <functional>
+
 #include "host/pictures.h"
 
 namespace tarnvisor {
+
+// Replaces a file by what make writes, which returns words where it fails. It is made in memory first:
+// writers of pictures and pages don't tell when the disc is full.
+Outcome writeWhole(const std::string& path, const std::function<QString(QIODevice&)>& make);
 
 class QtPictureWriter final : public PictureWriter {
  public:

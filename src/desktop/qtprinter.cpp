@@ -6,6 +6,7 @@
 #include <QPrintPreviewDialog>
 #include <QPrinterInfo>
 
+#include "app/basicapp.h"
 #include "base/files.h"
 #include "desktop/paintercanvas.h"
 #include "desktop/qtports.h"
@@ -80,6 +81,11 @@ bool QtPrinter::print(const std::string& title, const Draw& draw) {
     QPrintDialog dialog(&printer, dialogParent());
     dialog.setWindowTitle("Print");
     if (dialog.exec() != QDialog::Accepted) return false;
+  }
+  const std::string file = fromQt(printer.outputFileName());
+  if (const Outcome may = theApp().documents.mayOutputTo(file); !may) {
+    host().messages.show(may.why(), Buttons::Ok, Icon::Error);
+    return false;
   }
   return drawOn(printer, draw);
 }

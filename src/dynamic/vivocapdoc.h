@@ -74,6 +74,7 @@ class CVivoCapDoc : public ZBasicDoc {
   // --- what scripts ask (vivocapdoc_script.cpp)
   StepResult selectRange(double first, double last) override;
   StepResult show(int32_t index) override;
+  std::vector<std::string> filesInUse() const override;
   StepResult exportTo(const std::string& path) override;
   StepResult tell(const std::string& what) override;  // "offsets" and "fps", too
 

@@ -69,6 +69,10 @@ std::string CVivoCapDoc::exportUncompressed() {
                                             : !moviePath.empty() ? moviePath
                                                                  : title());
   std::string name = stem + "-export.avi";
+  if (const Outcome may = theApp().documents.mayOutputTo(name); !may) {
+    report(may.why());
+    return "";
+  }
   logPrintf("converting %s\n", name.c_str());
   const WaitScope wait;
   std::string told;
@@ -92,6 +96,7 @@ void CVivoCapDoc::exportCompressedCommand() {
       host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi",
                                 stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
   if (!path || path->empty()) return;
+  if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   const auto compression = askCompression();
   if (!compression) return;
   std::string told;

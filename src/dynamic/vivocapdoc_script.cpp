@@ -2,6 +2,7 @@
 #include <climits>
 #include <cmath>
 
+#include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "dynamic/vivocapdoc.h"
@@ -38,12 +39,18 @@ StepResult CVivoCapDoc::show(int32_t index) {
   return {true, {}, {{"image", format("%i", index)}}, {}};
 }
 
+std::vector<std::string> CVivoCapDoc::filesInUse() const {
+  std::vector<std::string> files = ZBasicDoc::filesInUse();
+  files.insert(files.end(), {moviePath, resultsPath, hasMovie() ? movie->fileName : std::string()});
+  return files;
+}
+
 // The selection, uncompressed as AVI or as it is stored.
 StepResult CVivoCapDoc::exportTo(const std::string& path) {
   if (!isVideoName(path)) return ZBasicDoc::exportTo(path);
   const CZZMovie::Range range = selection();
   if (!hasMovie()) return StepResult::failure("the video has no images");
-  if (sameFile(path, movie->fileName)) return StepResult::failure("a movie can't be exported over itself");
+  if (const Outcome may = theApp().documents.mayOutputTo(path); !may) return StepResult::failure(may.why());
   std::string told;
   if (isAviName(path)) {
     if (!movie->saveAVI(path, static_cast<int32_t>(std::lround(imagesPerSecond())), range.first, range.last,

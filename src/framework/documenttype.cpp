@@ -130,6 +130,22 @@ void DocumentManager::opened(CDocument& document) {
 
 void DocumentManager::closing(CDocument& document) { std::erase(order, &document); }
 
+CDocument* DocumentManager::userOf(const std::string& path) const {
+  const auto uses = [&path](const CDocument* document) {
+    return std::ranges::any_of(document->filesInUse(),
+                               [&path](const std::string& file) { return sameFile(file, path); });
+  };
+  const auto found = std::ranges::find_if(order, uses);
+  return found == order.end() ? nullptr : *found;
+}
+
+Outcome DocumentManager::mayOutputTo(const std::string& path) const {
+  const CDocument* user = userOf(path);
+  return user ? Outcome::failure(path + " is in use by the open document " + user->title() +
+                                 ": choose another name")
+              : Outcome::success();
+}
+
 bool DocumentManager::close(CDocument& document) {
   if (!document.saveModified()) return false;
   document.type()->discard(document);

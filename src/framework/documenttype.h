@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/outcome.h"
 #include "framework/document.h"
 #include "framework/menu.h"
 
@@ -118,6 +119,11 @@ class DocumentManager {
   void activate(CDocument& document);
   // All open documents, the one in front last.
   const std::vector<CDocument*>& documents() const { return order; }
+
+  // The open document that has that file in use; null for none.
+  CDocument* userOf(const std::string& path) const;
+  // Exports, pictures and pages ask before they write: refused in words for a file that is in use.
+  [[nodiscard]] Outcome mayOutputTo(const std::string& path) const;
 
   // Closes after asking about changes; false when the user keeps it open.
   bool close(CDocument& document);

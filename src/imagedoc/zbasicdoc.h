@@ -72,6 +72,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool onImportFile(const std::string& path) override;
   // Makes these pixels, which no file holds yet, the document's.
   void takeImage(std::unique_ptr<CZZimage> pixels) override;
+  std::vector<std::string> filesInUse() const override;
   // Where imagefile lies: a bare name lies in the document's folder.
   std::string imagePath() const;
 
@@ -183,10 +184,11 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   int32_t countedList = -1;  // whose marks resultText counts; -1: it is no density, or nobody knows
   std::string countedFrom;   // those marks, scale and region, in words
   std::unique_ptr<CZZimage> image;
-  std::string imagefile;   // a bare name lies in the document's folder; empty until saved
-  int32_t imagedirty = 0;  // the pixels differ from imagefile
-  int32_t gridstyle = 0;   // 0 lines, 1 points, 2 Chalkley, 3 user
-  int32_t gridunits = 0;   // 0 pixels, 1 user units
+  std::string imagefile;     // a bare name lies in the document's folder; empty until saved
+  std::string importedFrom;  // the still that was decoded for it, for as long as the document is open
+  int32_t imagedirty = 0;    // the pixels differ from imagefile
+  int32_t gridstyle = 0;     // 0 lines, 1 points, 2 Chalkley, 3 user
+  int32_t gridunits = 0;     // 0 pixels, 1 user units
   int32_t gridshow = 0;
   double gridspacing = 100.0;
   Colour gridcolour = 0x808080;

@@ -97,6 +97,7 @@ void ZBasicDoc::putBackDust() {
 }
 
 void ZBasicDoc::saveDustMask() {
+  if (dimlists[kDustList].items.empty()) return report("There are no dust marks to save.");
   const auto path = host().choosers.saveFile({"Save Dust Mask", text::kDustFilter, ".dm", dustMaskPath()});
   if (!path || path->empty()) return;
   const Outcome saved = saveDimList(*path, dimlists[kDustList]);

@@ -74,6 +74,7 @@ void ZBasicDoc::deleteContents() {
   unrepaired.reset();
   forgetUndo();
   imagefile.clear();
+  importedFrom.clear();
   ownsImageFile = false;
   imagedirty = 0;
   capturetime = 0;
@@ -96,6 +97,8 @@ bool ZBasicDoc::onOpenDocument(const std::string& path) {
   recogniseResult();
   return true;
 }
+
+std::vector<std::string> ZBasicDoc::filesInUse() const { return {pathName(), imagePath(), importedFrom}; }
 
 std::string ZBasicDoc::imagePath() const {
   if (imagefile.empty() || !folderOf(imagefile).empty()) return imagefile;
@@ -187,6 +190,7 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
   setTitle(withoutExtension(fileNameOf(path)) + ofPages);
   appendNotes("Import " + fileNameOf(path) + ofPages + text::kLineEnd);
   takeImage(std::move(decoded));
+  importedFrom = absolutePath(path);
   return true;
 }
 

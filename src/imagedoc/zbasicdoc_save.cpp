@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "app/basicapp.h"
 #include "base/files.h"
 #include "base/geometry.h"
 #include "base/text.h"
@@ -90,10 +91,8 @@ bool ZBasicDoc::saveImage(const std::string& path, const Rect& rect) {
 
 bool ZBasicDoc::exportImage(const std::string& path) {
   if (!theImage()) return false;
-  const bool ownPixels = ownsImageFile && sameFile(path, imagePath());
-  const Outcome exported = ownPixels
-                               ? Outcome::failure(path + " holds this document's own pixels: save it instead")
-                               : exportStill(*theImage(), path);
+  Outcome exported = theApp().documents.mayOutputTo(path);
+  if (exported) exported = exportStill(*theImage(), path);
   if (!exported) report(format("%s\n%s", text::kErrorSavingImage, exported.why().c_str()));
   return static_cast<bool>(exported);
 }

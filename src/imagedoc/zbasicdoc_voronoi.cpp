@@ -20,6 +20,7 @@ namespace tarnvisor {
 namespace {
 
 constexpr uint64_t kLongestOutput = uint64_t{1} << 26;
+constexpr int32_t kFewestMarks = 4;
 
 // Where the measure counts.
 struct Area {
@@ -85,7 +86,6 @@ void fillLists(ZBasicDoc& doc, const VoronoiDiagram& diagram, std::span<const Pl
   links.hidden = regions.hidden = false;
 }
 
-// A mean over no shapes is written as a division by zero comes out.
 void addRow(ZBasicDoc& doc, const Area& area) {
   const Scale s = doc.scale();
   const CDimList& regions = doc.dimlists[kVoronoiList];
@@ -109,13 +109,47 @@ void addRow(ZBasicDoc& doc, const Area& area) {
                &doc);
 }
 
+// What went to qvoronoi and came from it, for people; it is never read again, and none is missed.
+void leaveForPeople(const std::string& sites, const std::optional<std::string>& output) {
+  (void)replaceFile(programFolder() + "cappts.txt", std::string_view(sites), AtomicFile::Flush::Later);
+  const std::string place = programFolder() + "voronoi.txt";
+  if (output)
+    (void)replaceFile(place, std::string_view(*output), AtomicFile::Flush::Later);
+  else
+    std::remove(place.c_str());
+}
+
+// What qvoronoi makes of the sites; empty after the user was told that there is no such program, or no place
+// for its files. They lie in a folder of this run, since others of the same profile may go on beside it.
+std::optional<std::string> outputFor(ZBasicDoc& doc, const std::string& sites) {
+  const TemporaryFolder exchange("voronoi");
+  const std::string sitesFile = exchange.file("cappts.txt");
+  const std::string outputFile = exchange.file("voronoi.txt");
+  if (!replaceFile(sitesFile, std::string_view(sites), AtomicFile::Flush::Later)) {
+    doc.report("Unable to create pts file");
+    return std::nullopt;
+  }
+  const bool started = runProgram(sitesFile, outputFile) != -1;
+  const auto output = started ? readWholeText(outputFile, kLongestOutput) : std::nullopt;
+  leaveForPeople(sites, output);
+  if (!started) {
+    doc.report("Unable run qvoronoi");
+    return std::nullopt;
+  }
+  return output.value_or("");
+}
+
 }  // namespace
 
 void ZBasicDoc::calculateVoronoiRegions() {
   const WaitScope wait;
-  const Change change(*this);
   const Area area{theImage()->frameRect(), roiOrWhole(), hasCircularRoi()};
-  if (currentlist >= kNearestList && currentlist <= kKroghList) setCurrentList(kPlainList);
+  const bool isOwn = currentlist >= kNearestList && currentlist <= kKroghList;
+  const CDimList& source = isOwn ? dimlists[kPlainList] : currentDims();
+  if (source.countIn(area.working, area.circle) < kFewestMarks)
+    return report("There are fewer than four marks in the region of interest: they have no Voronoi regions.");
+  const Change change(*this);
+  if (isOwn) setCurrentList(kPlainList);
   for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})
     dimlists[static_cast<size_t>(list)].removeAll();
   setModified();
@@ -124,19 +158,19 @@ void ZBasicDoc::calculateVoronoiRegions() {
   std::vector<PlanePoint> sites = centresOf(currentDims());
   const size_t marks = sites.size();
   const auto bounding = boundingSites(area.working, {area.image.width(), area.image.height()});
-  const std::string sitesFile = programFolder() + "cappts.txt";
-  const std::string outputFile = programFolder() + "voronoi.txt";
-  if (!replaceFile(sitesFile, std::string_view(sitesText(sites, bounding)), AtomicFile::Flush::Later))
-    return report("Unable to create pts file");
+  const auto output = outputFor(*this, sitesText(sites, bounding));
+  if (!output) return;
   for (const Point& site : bounding) sites.push_back({double(site.x), double(site.y)});
-
-  // What an earlier run left must not pass for this one's.
-  std::remove(outputFile.c_str());
-  if (runProgram(sitesFile, outputFile) == -1) report("Unable run qvoronoi");
-  const auto output = readWholeText(outputFile, kLongestOutput);
-  if (const auto diagram = output ? readVoronoi(*output) : std::nullopt)
-    fillLists(*this, *diagram, sites, marks, area);
-  addRow(*this, area);
+  const auto diagram = readVoronoi(*output);
+  if (!diagram) return report("qvoronoi gave no Voronoi regions: the table has no row of this image.");
+  fillLists(*this, *diagram, sites, marks, area);
+  // Over no shapes there is no mean.
+  if (dimlists[kVoronoiList].items.empty() || dimlists[kNearestList].items.empty())
+    report(
+        "No mark has neighbours and a whole Voronoi region in the region of interest: the table has no row "
+        "of this image.");
+  else
+    addRow(*this, area);
   updateAllViews();
 }
 

@@ -269,6 +269,7 @@ void CResultDoc::exportCommand() {
   const auto path =
       host().choosers.saveFile({"Export", "csv files (*.csv)|*.csv||", ".csv", title() + ".csv"});
   if (!path || path->empty()) return;
+  if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   // The user chose the place, so a failure is not kept from them.
   if (const Outcome done = exportCsv(*path); !done) report(done.why());
 }

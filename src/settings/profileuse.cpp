@@ -5,15 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-
 #include "base/files.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
-
-namespace fs = std::filesystem;
 
 namespace {
 // Whether the name still means the open file: another run may have taken its mark away meanwhile.
@@ -38,21 +33,6 @@ ProfileClaim::~ProfileClaim() {
   if (handle < 0) return;
   if (ours) ::unlink(mark.c_str());
   ::close(handle);
-}
-
-SettingsCopy::SettingsCopy() {
-  std::error_code error;
-  std::string name = (fs::temp_directory_path(error) / "tarnvisor-settings-XXXXXX").string();
-  if (!error && ::mkdtemp(name.data())) folder = name;
-}
-
-SettingsCopy::~SettingsCopy() {
-  std::error_code error;
-  if (!folder.empty()) fs::remove_all(folder, error);
-}
-
-std::string SettingsCopy::path() const {
-  return folder.empty() ? std::string() : withSeparator(folder) + "settings.ini";
 }
 
 Outcome workOnCopy(const std::string& copyPath) {

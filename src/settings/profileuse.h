@@ -24,20 +24,6 @@ class ProfileClaim {
   bool ours = true;
 };
 
-// A place for a copy of the settings, in a folder of its own that goes with it.
-class SettingsCopy {
- public:
-  SettingsCopy();
-  ~SettingsCopy();
-  SettingsCopy(const SettingsCopy&) = delete;
-  SettingsCopy& operator=(const SettingsCopy&) = delete;
-  // Of the file to be made; empty where no folder could be made.
-  std::string path() const;
-
- private:
-  std::string folder;
-};
-
 // From here on settings are read from and written to a copy; the profile that was selected stays as it is.
 [[nodiscard]] Outcome workOnCopy(const std::string& copyPath);
 

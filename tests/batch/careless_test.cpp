@@ -1,4 +1,8 @@
 // What a careless script could lose.
+#include <sys/resource.h>
+
+#include <csignal>
+
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 #include "support/runnertest.h"
@@ -21,6 +25,40 @@ TEST_F(Runner, AFileOfAnotherKindNeitherOpensNorIsSavedOver) {
   EXPECT_EQ(readWholeText(folder.file("dims.csv")), before);
   const DocumentType& stills = *process.imageTemplate;
   EXPECT_EQ(const_cast<DocumentType&>(stills).openDocument(folder.file("dims.csv")), nullptr);
+}
+
+TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
+  ASSERT_TRUE(run("open $shot.bmp\ncommand Histogram").ok);
+  for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
+    ASSERT_TRUE(replaceFile(folder.file(file), std::string_view("earlier")));
+  for (const char* step : {"export $x.svg", "export $x.pdf", "command \"Print...\" $page.pdf"}) {
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limited{64, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limited);
+    const bool done = run(step).ok;
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(done) << step;
+  }
+  for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
+    EXPECT_EQ(readWholeText(folder.file(file)), "earlier") << file;
+}
+
+TEST_F(Runner, NoOutputReplacesAFileThatAnOpenDocumentUses) {
+  ASSERT_TRUE(run("open $shot.bmp\nsnapshot $source.png\nexport $free.bmp\nsave $a.tv1\nopen $source.png").ok);
+  ASSERT_TRUE(run("open $shot.bmp").ok);
+  std::vector<std::pair<std::string, std::optional<std::string>>> before;
+  for (const char* name : {"shot.bmp", "source.png", "a.tv1", "a.bmp"})
+    before.emplace_back(folder.file(name), readWholeText(folder.file(name)));
+  for (const char* step : {"export $shot.bmp", "export $a.bmp", "snapshot $a.bmp",
+                           "snapshot $source.png", "command \"Export...\" $a.bmp"})
+    EXPECT_THAT(run(step).why, HasSubstr("in use by the open document")) << step;
+  EXPECT_FALSE(run("command \"Print...\" $a.tv1").ok);
+  EXPECT_THAT(run("command \"Print...\" $page.tv1").why, HasSubstr("pages are written as pdf"));
+  for (const auto& [path, bytes] : before) EXPECT_EQ(readWholeText(path), bytes) << path;
+  EXPECT_TRUE(run("export $free.bmp").ok) << "no document's";
 }
 
 TEST_F(Runner, WhatIsNotAnsweredOrCancelledIsNotDone) {

@@ -242,7 +242,7 @@ TEST_F(VideoFiles, ExportsNothingOverTheMovieItIsReading) {
   ASSERT_NE(app->openDocumentFile(avi), nullptr);
   video().setPathName(folder.file("hand.dtv"));
   run("Export uncompressed avi");
-  EXPECT_THAT(host.messages.back(), HasSubstr("can't be exported over itself"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("in use by the open document"));
   EXPECT_EQ(readWholeFile(avi), exported);
   ASSERT_NE(app->openDocumentFile(folder.file("hand-export.avi")), nullptr);
 }

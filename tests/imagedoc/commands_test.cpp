@@ -283,6 +283,8 @@ TEST_F(ImageDocument, DustMarksAreKeptBesideTheProfileAndRepaired) {
   run("Save Dust Mask");
   EXPECT_EQ(settings.getString("dustmask", "filename", ""), "mine.dm") << "by name only beside the profile";
   d.dimlists[kDustList].removeAll();
+  run("Save Dust Mask");
+  EXPECT_THAT(host.messages, ElementsAre("There are no dust marks to save."));
   run("Use Dust Mask filter");
   EXPECT_EQ(d.theImage()->pixelAt(20, 20), 100);
   EXPECT_THAT(d.notes, HasSubstr("Remove Dust\r\n"));

@@ -218,7 +218,7 @@ TEST_F(StoredForms, ExportsThatCantBeTellWhy) {
   d.setPathName(folder.file("a.tv1"));
   const auto stored = readWholeFile(folder.file("a.bmp"));
   d.theImage()->fill(9);
-  const std::pair<std::string, const char*> cases[] = {{"a.bmp", "own pixels"},
+  const std::pair<std::string, const char*> cases[] = {{"a.bmp", "in use by the open document"},
                                                        {"a.png", "exported as .bmp, .tif or .zzg"},
                                                        {"missing/a.tif", "No such file"}};
   for (const auto& [name, words] : cases) {

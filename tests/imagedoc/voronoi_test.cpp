@@ -25,7 +25,7 @@ class VoronoiRegions : public ImageDocument {
   void answerWith(const std::string& output, int32_t code = 0) {
     host.program = [=, this](const std::vector<std::string>& words) {
       started = words;
-      EXPECT_FALSE(fileExists(folder.file("voronoi.txt"))) << "an earlier run's output is gone";
+      EXPECT_FALSE(fileExists(words.back())) << "a folder of its own";
       if (!output.empty()) {
         EXPECT_TRUE(replaceFile(words.back(), std::string_view(output)));
       }
@@ -84,14 +84,16 @@ TEST_F(VoronoiRegions, StartTheProgramWithPlainArguments) {
   makeMarked().roi = {10, 20, 190, 200};
   answerWith(kOutput);
   run(kCommand);
-  const std::string sites = folder.file("cappts.txt");
-  const std::string output = folder.file("voronoi.txt");
+  ASSERT_EQ(started.size(), 8u);
+  const std::string sites = started[5];
+  const std::string output = started[7];
   EXPECT_THAT(started, ElementsAre("qvoronoi", "Pp", "i", "o", "TI", sites, "TO", output));
   EXPECT_THAT(log(), HasSubstr("\n\"qvoronoi\" Pp i o TI \"" + sites + "\" TO \"" + output + "\"\n"));
-  EXPECT_EQ(readWholeText(sites).value_or(""),
+  EXPECT_FALSE(folderExists(folderOf(output))) << "goes with the run";
+  EXPECT_EQ(readWholeText(folder.file("cappts.txt")).value_or(""),
             "2\n8\n50.000000 50.000000\n150.000000 50.000000\n50.000000 150.000000\n150.000000 150.000000\n"
             "-90 -80\n290 -80\n290 300\n-90 300\n");
-  EXPECT_EQ(readWholeText(output).value_or(""), kOutput) << "left in place";
+  EXPECT_EQ(readWholeText(folder.file("voronoi.txt")).value_or(""), kOutput) << "left for people";
 
   ASSERT_TRUE(replaceFile(folder.file("qvoronoi"), std::string_view("beside the program")));
   run(kCommand);
@@ -114,14 +116,30 @@ TEST_F(VoronoiRegions, ThatLeaveTheRoiAreDroppedAndTheirNeighboursStayLinked) {
   run(kCommand);
   EXPECT_THAT(d.dimlists[kVoronoiList].items, IsEmpty());
   EXPECT_THAT(d.dimlists[kNearestList].items, IsEmpty());
-  const auto cells = row(1);
-  EXPECT_EQ(cells[1], "pixel");
-  EXPECT_EQ(cells[4], "31416");
-  EXPECT_EQ(cells[5], "4");
-  EXPECT_EQ(cells[6], "127.32");
-  EXPECT_EQ(cells[7], "0");
-  EXPECT_EQ(cells[9], "0");
-  for (const size_t mean : {8u, 10u, 11u}) EXPECT_THAT(cells[mean], HasSubstr("nan"));
+  EXPECT_THAT(host.messages, ElementsAre(HasSubstr("No mark has neighbours and a whole Voronoi region")));
+  EXPECT_EQ(findResultDocument("Voronoi-Results")->rowCount(), 1u) << "no row without means";
+}
+
+TEST_F(VoronoiRegions, OfARunBesideAnotherAreItsOwn) {
+  const ZBasicDoc& d = makeMarked();
+  host.program = [&](const std::vector<std::string>& words) {
+    EXPECT_TRUE(replaceFile(words.back(), std::string_view(kOutput)));
+    EXPECT_TRUE(replaceFile(folder.file("voronoi.txt"), std::string_view("another patient's")));
+    return 0;
+  };
+  run(kCommand);
+  EXPECT_THAT(labels(d.dimlists[kVoronoiList]), ElementsAre("1", "2"));
+}
+
+TEST_F(VoronoiRegions, OfFewerThanFourMarksInTheRoiAreRefused) {
+  ZBasicDoc& d = makeMarked();
+  d.dimlists[kKroghList].add({1, 1}, 1);
+  d.roi = {0, 0, 140, 200};
+  answerWith(kOutput);
+  run(kCommand);
+  EXPECT_THAT(host.messages, ElementsAre(HasSubstr("fewer than four marks")));
+  EXPECT_THAT(started, IsEmpty());
+  EXPECT_EQ(d.dimlists[kKroghList].size(), 1) << "as they were";
 }
 
 TEST_F(VoronoiRegions, OfAFieldCountFrameRows) {
@@ -163,14 +181,18 @@ TEST_F(VoronoiRegions, NeedAnImageAndFourMarks) {
   EXPECT_FALSE(isEnabled(kCommand));
 }
 
-TEST_F(VoronoiRegions, WithoutOutputTheListsAreEmptyAndTheRowHasZeros) {
-  const std::tuple<const char*, std::string, int32_t, bool> cases[] = {
-      {"the program can't be started", "", -1, true},
-      {"it fails", "", 4, false},
-      {"its output is cut off", std::string(kOutput).substr(0, 90), 0, false}};
-  size_t rows = 0;
-  for (const auto& [what, output, code, told] : cases) {
-    SCOPED_TRACE(what);
+TEST_F(VoronoiRegions, WithoutOutputTheListsAreEmptyAndThereIsNoRow) {
+  const struct {
+    const char* what;
+    std::string output;
+    int32_t code;
+    const char* told;
+  } cases[] = {
+      {"the program can't be started", "", -1, "Unable run qvoronoi"},
+      {"it fails", "", 4, "qvoronoi gave no Voronoi regions"},
+      {"its output is cut off", std::string(kOutput).substr(0, 90), 0, "qvoronoi gave no Voronoi regions"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
     ZBasicDoc& d = makeMarked();
     for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})
       d.dimlists[static_cast<size_t>(list)].add({1, 1}, 1);
@@ -178,21 +200,32 @@ TEST_F(VoronoiRegions, WithoutOutputTheListsAreEmptyAndTheRowHasZeros) {
     host.messages.clear();
     answerWith(output, code);
     run(kCommand);
-    EXPECT_EQ(host.messages,
-              told ? std::vector<std::string>{"Unable run qvoronoi"} : std::vector<std::string>{});
+    EXPECT_THAT(host.messages, ElementsAre(HasSubstr(c.told)));
     for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})
       EXPECT_THAT(d.dimlists[static_cast<size_t>(list)].items, IsEmpty());
-    const auto cells = row(rows++);
-    EXPECT_THAT((std::vector{cells[5], cells[7], cells[9]}), ElementsAre("4", "0", "0"));
+    EXPECT_EQ(findResultDocument("Voronoi-Results"), nullptr);
+    EXPECT_NE(readWholeText(folder.file("voronoi.txt")).value_or(""), kOutput) << "an earlier run's is gone";
   }
+}
+
+TEST_F(VoronoiRegions, NeedNoFilesInTheProgramsFolder) {
+  const ZBasicDoc& d = makeMarked();
+  std::filesystem::create_directories(folder.file("cappts.txt"));
+  answerWith(kOutput);
+  run(kCommand);
+  EXPECT_THAT(labels(d.dimlists[kVoronoiList]), ElementsAre("1", "2"));
+  EXPECT_THAT(host.messages, IsEmpty());
 }
 
 TEST_F(VoronoiRegions, AFileThatCanNotBeWrittenEndsTheCommand) {
   ZBasicDoc& d = makeMarked();
   d.dimlists[kKroghList].add({1, 1}, 1);
-  std::filesystem::create_directories(folder.file("cappts.txt"));
   answerWith(kOutput);
+  const char* usual = std::getenv("TMPDIR");
+  const std::string before = usual ? usual : "";
+  ::setenv("TMPDIR", folder.file("missing").c_str(), 1);
   run(kCommand);
+  usual ? ::setenv("TMPDIR", before.c_str(), 1) : ::unsetenv("TMPDIR");
   EXPECT_THAT(host.messages, ElementsAre("Unable to create pts file"));
   EXPECT_THAT(started, IsEmpty());
   EXPECT_THAT(d.dimlists[kKroghList].items, IsEmpty());
