@@ -54,7 +54,8 @@ extern ProcessState process;
 
 // The application-wide keys. Logging is switched on in the middle of reading, after the velocity keys.
 void readApplicationSettings(int32_t& expertMode, int32_t& showDb, int32_t& fgMode);
-// What a profile without keys would give, for all that saveApplicationSettings writes but the recording folder.
+// What a profile without keys would give, for all that saveApplicationSettings writes but the recording
+// folder.
 void resetApplicationSettings(int32_t& expertMode, int32_t& fgMode);
 // Reads again those that saveApplicationSettings writes.
 void rereadApplicationSettings(int32_t& expertMode, int32_t& fgMode);

@@ -115,7 +115,8 @@ class ZZTrace : public ArchiveObject {
     bool withheader = true;
     bool swapbytes = false;  // of each item
   };
-  [[nodiscard]] bool exportbin(std::ostream& file, const BinarySettings& settings, int64_t from, int64_t to) const;
+  [[nodiscard]] bool exportbin(std::ostream& file, const BinarySettings& settings, int64_t from,
+                               int64_t to) const;
   static constexpr size_t kBinaryHeader = 128;
 
   CdataVect::Own data;  // null without samples; every user tests it

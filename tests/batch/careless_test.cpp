@@ -47,13 +47,14 @@ TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
 }
 
 TEST_F(Runner, NoOutputReplacesAFileThatAnOpenDocumentUses) {
-  ASSERT_TRUE(run("open $shot.bmp\nsnapshot $source.png\nexport $free.bmp\nsave $a.tv1\nopen $source.png").ok);
+  ASSERT_TRUE(
+      run("open $shot.bmp\nsnapshot $source.png\nexport $free.bmp\nsave $a.tv1\nopen $source.png").ok);
   ASSERT_TRUE(run("open $shot.bmp").ok);
   std::vector<std::pair<std::string, std::optional<std::string>>> before;
   for (const char* name : {"shot.bmp", "source.png", "a.tv1", "a.bmp"})
     before.emplace_back(folder.file(name), readWholeText(folder.file(name)));
-  for (const char* step : {"export $shot.bmp", "export $a.bmp", "snapshot $a.bmp",
-                           "snapshot $source.png", "command \"Export...\" $a.bmp"})
+  for (const char* step : {"export $shot.bmp", "export $a.bmp", "snapshot $a.bmp", "snapshot $source.png",
+                           "command \"Export...\" $a.bmp"})
     EXPECT_THAT(run(step).why, HasSubstr("in use by the open document")) << step;
   EXPECT_FALSE(run("command \"Print...\" $a.tv1").ok);
   EXPECT_THAT(run("command \"Print...\" $page.tv1").why, HasSubstr("pages are written as pdf"));

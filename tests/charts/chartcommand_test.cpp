@@ -83,14 +83,14 @@ TEST_F(ChartCommands, CopyWhatIsSelected) {
                                                                   {5, 99, {8, 9}, 5000},
                                                                   {0, 4, {5, 6}, 2000},
                                                                   {0, 99, {5, 6, 7, 8, 9}, 2000}};
-    for (const auto& [from, to, samples, starttime] : cases) {
+    for (const auto& [from, to, copied, starttime] : cases) {
       view().select(from, to);
       run(cmd::EditCopy);
       view().select(0, 0);
       run(cmd::EditPaste);
       const ZZTrace& pasted = *doc->traces.items.back();
       EXPECT_EQ(view().active(), &pasted);
-      EXPECT_EQ(samplesOf(pasted), samples) << origin << " " << from;
+      EXPECT_EQ(samplesOf(pasted), copied) << origin << " " << from;
       EXPECT_EQ(pasted.starttime, starttime) << origin << " " << from;
       EXPECT_EQ(pasted.origin, 0u);
       EXPECT_EQ(pasted.xscale, 0.125);

@@ -198,7 +198,7 @@ TEST_F(VoronoiRegions, WithoutOutputTheListsAreEmptyAndThereIsNoRow) {
       d.dimlists[static_cast<size_t>(list)].add({1, 1}, 1);
     ASSERT_TRUE(replaceFile(folder.file("voronoi.txt"), std::string_view(kOutput)));
     host.messages.clear();
-    answerWith(output, code);
+    answerWith(c.output, c.code);
     run(kCommand);
     EXPECT_THAT(host.messages, ElementsAre(HasSubstr(c.told)));
     for (const int32_t list : {kNearestList, kVoronoiList, kKroghList})
