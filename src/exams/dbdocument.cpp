@@ -67,14 +67,24 @@ bool CdbDocument::mayBindHere() const {
 // The folder of one patient's exam is no place for another's document.
 bool CdbDocument::mayLieIn(const std::string& folder) const {
   const std::string below = folderBelowData(folder);
-  if (below.empty()) return true;
-  const int32_t own = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
+  const bool liesThere = !pathName().empty() && sameFolder(folderOf(pathName()), folder);
+  if (below.empty() || liesThere) return true;
+  const int32_t own = examHere();
   const std::vector<int32_t> exams = theApp().db->examsIn(below);
   if (exams.empty() || std::ranges::find(exams, own) != exams.end()) return true;
-  return host().messages.show(
-             format("%s belongs to exam %i, and %s to another, exam %i. Save it there all the same?",
-                    title().c_str(), own, folder.c_str(), exams.front()),
-             Buttons::YesNo, Icon::Question) == Answer::Yes;
+  const std::string whose =
+      examIdOfDoc >= 0 ? format("belongs to exam %i of subject %s", examIdOfDoc, patientId.c_str())
+      : own >= 0       ? format("is to join exam %i of subject %s", own, theExams().subjectId().c_str())
+                       : std::string("belongs to no exam");
+  return host().messages.show(format("%s %s, and %s is the folder of exam %i. Save it there all the same?",
+                                     title().c_str(), whose.c_str(), folder.c_str(), exams.front()),
+                              Buttons::YesNo, Icon::Question) == Answer::Yes;
+}
+
+// The document's exam in the open database; -1 for one of another data folder, whose numbers mean others.
+int32_t CdbDocument::examHere() const {
+  if (examIdOfDoc < 0) return theExams().examId();
+  return belongsHere() ? examIdOfDoc : -1;
 }
 
 bool CdbDocument::storeBound(const std::string& path) {
@@ -139,8 +149,7 @@ int32_t CdbDocument::otherExamWith(const std::string& path) const {
   const std::string below = folderBelowData(folderOf(path));
   if (below.empty()) return -1;
   const std::vector<int32_t> exams = theApp().db->examsWithDocument(below, fileNameOf(path));
-  const int32_t own = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
-  return exams.empty() || std::ranges::find(exams, own) != exams.end() ? -1 : exams.front();
+  return exams.empty() || std::ranges::find(exams, examHere()) != exams.end() ? -1 : exams.front();
 }
 
 // Exams of other data folders have the same numbers: only subject and exam together tell whose row it is.

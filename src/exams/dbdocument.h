@@ -51,6 +51,7 @@ class CdbDocument : public CDocument {
   int32_t madeUnder = -1;
   bool mayBindHere() const;
   bool mayLieIn(const std::string& folder) const;
+  int32_t examHere() const;
   bool liesInItsExam(const std::string& path) const;
   bool toldForeign = false;  // that its exam is not of this database
   void noteUnwritten(bool written, const std::string& name);

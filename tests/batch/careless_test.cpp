@@ -119,6 +119,8 @@ TEST_F(Runner, ARowTellsOfTheFileInItsExamAlone) {
   ASSERT_TRUE(run("close\nsubject B\nexam left").ok);
   ASSERT_TRUE(run("open $data/A-left/a.tv1").ok);
   EXPECT_THAT(run("save $data/B-left/a.tv1").why, HasSubstr("belongs to exam 1"));
+  SqliteDatabase(app.dbPath).execute("update exams set patientid='B', folder='B-left' where id=1;");
+  EXPECT_THAT(run("save $data/B-left/a.tv1").why, HasSubstr("is the folder of exam 1")) << "of A, not of B";
 }
 
 TEST_F(Runner, AFolderWithFilesIsNoNewExaminations) {

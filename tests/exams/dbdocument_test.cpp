@@ -280,6 +280,11 @@ TEST_F(Selection, ADocumentOfAnotherDataFolderTakesNobodysRow) {
   document.patientId = "berta";
   document.examIdOfDoc = exam;
   document.resultText = "99 loops";
+  host.answers = {Answer::No};
+  EXPECT_FALSE(document.onSaveDocument(inExam("shot.tv1")))
+      << "into another subject's folder only when asked";
+  host.messages.clear();
+  document.setPathName(inExam("shot.tv1"));
   for (int time = 0; time < 2; ++time) ASSERT_TRUE(document.onSaveDocument(inExam("shot.tv1")));
   EXPECT_EQ(app->db->resultsOf(exam)[0].result, "10 loops");
   EXPECT_EQ(host.messages.size(), 1u) << "it is told once";
