@@ -31,6 +31,16 @@ TEST(FastLoops, GiveTheBitsOfPlainOnes) {
     EXPECT_EQ(std::tuple(extremes.low, extremes.high), std::tuple(plain.low, plain.high));
     EXPECT_EQ(kernels::squaredDifferenceSum(a.row(0) + 1, b.row(0), length),
               kernels::plain::squaredDifferenceSum(a.row(0) + 1, b.row(0), length));
+    CZZimage block(static_cast<int32_t>(length) + 1, 7);
+    fillRandom(block, 3);
+    EXPECT_EQ(kernels::squaredDifferenceSum(a.row(0), block.row(0) + 1, length, 7, 0, block.stride),
+              kernels::plain::squaredDifferenceSum(a.row(0), block.row(0) + 1, length, 7, 0, block.stride));
+    CZZimage half, plainHalf;
+    half.copyImage(block);
+    plainHalf.copyImage(block);
+    kernels::halveRows(half.row(0), b.row(0), length / 2, half.row(0));
+    kernels::plain::halveRows(plainHalf.row(0), b.row(0), length / 2, plainHalf.row(0));
+    EXPECT_EQ(pixelsOf(half), pixelsOf(plainHalf)) << length;
     for (const uint8_t t : {0, 1, 100, 254, 255}) {
       CZZimage x, y;
       x.copyImage(a);
