@@ -16,6 +16,11 @@ inline constexpr const char* kAviFilter = "Movies (*.avi)|*.avi|All files (*.*)|
 inline constexpr const char* kDeleteSelected = "delete all images from image %i upto image %i?";
 inline constexpr const char* kDeleteOthers = "delete all images except image %i upto image %i?";
 inline constexpr const char* kSelectWorkFolder = "Select Temporary work folder";
+inline constexpr const char* kCorrectingMovement = "Calculating Movement Correction";
+inline constexpr const char* kAligning = "aligning image %i of range %i to %i to image %i";
+inline constexpr const char* kNothingToAlign =
+    "No image was aligned: the correction begins at the image shown, and %i is the last one that is selected.";
+inline constexpr const char* kOffsetsFilter = "Text (*.txt)|*.txt|csv (*.csv)|*.csv|All files (*.*)|*.*||";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

@@ -14,9 +14,10 @@
 #include <string>
 #include <vector>
 
+#include "analysis/movement.h"
 #include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
-#include "movie/zzmovie.h"
+#include "movie/movierewrite.h"
 #include "traces/trace.h"
 
 namespace tarnvisor {
@@ -54,17 +55,24 @@ class CVivoCapDoc : public ZBasicDoc {
 
   // --- processing (vivocapdoc_pass.cpp)
   void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step) override;
-  // Runs an operation on each image of the selection, and adds the words to the notes.
+  // Runs an operation on each image of the selection, and adds the words to the notes. The operation outlives
+  // the call: in windows the walk goes on after it.
   void processImages(const std::string& text, const std::function<void(CZZimage&)>& operation);
-  // Gives the work to the movie, which makes a new movie file of the name it is given, in the work folder;
-  // the notes get the words when that is done. False when it wasn't.
-  bool makeMovie(const std::string& text, const std::function<bool(CZZMovie&, const std::string&)>& work);
+  // A new movie file in the work folder, which becomes the document's; the notes get the words when that is
+  // done. In windows the work goes on after the call. False when it could not begin.
+  bool makeMovie(const std::string& text, RewritePlan plan);
   // A new image document with the mean of the selection; null when there can't be one.
   ZBasicDoc* averageSelection();
 
+  // --- movement correction (vivocapdoc_movement.cpp)
+  // Begins a run at the image shown; false without a movie, or while one is under way.
+  bool initAMC();
+  void editMovementRegions();
+  bool editsMovementRegions() const { return amc.regionsEditing && currentlist == kAmcList; }
+  int32_t addPointToDimension(int32_t index, Point point) override;
+  const std::vector<MovementRecord>& movementRecords() const { return amc.records; }  // of the last run
+
   // --- exchange (vivocapdoc_exchange.cpp)
-  // Written beside the document; empty when it was not.
-  std::string exportUncompressed();
   bool importMovie(const std::string& path, bool avi);  // avi: by the command for AVI files
   // The work folder, asked for when there is none; empty when the user gives none.
   std::string workFolder();
@@ -83,6 +91,7 @@ class CVivoCapDoc : public ZBasicDoc {
 
   int32_t frameCount = 1800;
   int32_t skipFrames = 0;
+  AMCparams amc;
   CTraceArray overlayTraces;
   int32_t interlaced = 0;
   std::string moviePath;
@@ -132,7 +141,28 @@ class CVivoCapDoc : public ZBasicDoc {
   bool isMovieOfOthers() const;
   [[nodiscard]] bool saveResults(const std::string& stem);
   // vivocapdoc_pass.cpp
+  class SelectionJob;
+  class RewriteJob;
+  void showStep();  // the image that a job is at
   void tellFailedPass(const std::string& moviePathBefore);
+
+  // vivocapdoc_exchange.cpp
+  class ExportJob;
+  // tells: where it went, at its end
+  void exportMovie(const std::string& path, int32_t step, const CZZMovie::Compression* compression,
+                   bool tells);
+  [[nodiscard]] Outcome exportAvi(const std::string& path);
+
+  // vivocapdoc_movement.cpp
+  class MovementJob;
+  void takeMovementRegions();
+  void showMovementRegions();
+  void endMovement();
+  void finishMovement(bool cancelled);
+  void tellMovement(int32_t first, int32_t last, bool cancelled);
+  void keepMovementBase();
+  void averagePanorama();
+  void addQualityCurves(class ZchartDoc& chart);
 
   // vivocapdoc_archive.cpp
   void storeVideo(Archive& archive);
@@ -146,6 +176,15 @@ class CVivoCapDoc : public ZBasicDoc {
   bool hasPart() const { return hasMovie() && selection().size() < imageCount(); }
   bool never() const { return false; }
   bool compresses() const { return compressoutput != 0; }
+  void correctMovement();
+  void correctMovementWithoutDisplay();
+  void movementSettings();
+  void movementErrorMap();
+  void correlateImages();
+  void resetOffsets();
+  void exportOffsets();
+  void makePanorama();
+  void movementQuality();
   void saveVideoAs();
   void simpleThreshold();
   void mergeFields();

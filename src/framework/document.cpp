@@ -46,8 +46,13 @@ bool CDocument::onNewDocument() {
 
 void CDocument::start(std::unique_ptr<Job> job) {
   if (atWork) return;
+  if (!documentType || !documentType->drivesJobs()) return runToEnd(std::move(job));
   atWork = std::make_unique<JobAtWork>(*this, std::move(job));
-  if (documentType && documentType->drivesJobs()) return;
+}
+
+void CDocument::runToEnd(std::unique_ptr<Job> job) {
+  if (atWork) return;
+  atWork = std::make_unique<JobAtWork>(*this, std::move(job));
   atWork->toEnd();
   finishWork();
 }

@@ -141,7 +141,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // Adds the words, and the ROI where it counts, to the notes; marks all as changed, refreshes.
   void finishStep(const std::string& text, StepArea area = StepArea::Roi);
   // Runs a step on the image, or its ROI's child view, with a copy for Undo, and adds its words to the notes.
-  // A document of many images runs it on each.
+  // A document of many images runs it on each, and goes on with that after the call: a step holds what it
+  // needs by value.
   virtual void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step);
   void appendNotes(const std::string& text) { notes += text; }
   // Traces the capillary that holds a seed, in pixels of the ROI's child view. False when nothing was done.

@@ -224,7 +224,7 @@ void ZBasicDoc::apexFilterCommand() {
   const ApexParameters parameters = readApexSettings();
   if (apexKernel(parameters).empty())
     return tellNotDone("filter apex", format("there is no kernel of size %i", parameters.apexw));
-  runStep("filter apex ", StepArea::Roi, [&](CZZimage& area) { apexFilter(area, parameters); });
+  runStep("filter apex ", StepArea::Roi, [parameters](CZZimage& area) { apexFilter(area, parameters); });
 }
 
 void ZBasicDoc::find8Regions() {

@@ -98,6 +98,8 @@ class ZBasicView : public CView, public AutoLoadSink {
 
  protected:
   void onSize() override;
+  // In hand, whatever was before.
+  void takeTool(int32_t wanted);
 
  private:
   // What a held button does.
@@ -164,6 +166,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   }
   void chooseTool(int32_t wanted);
   void chooseDustTool();
+  bool editsDustMask() const { return tool == kToolDust && doc.currentlist != kAmcList; }
   void runOnDocument(int32_t command);
   void zoomInCommand() { zoomAbout(windowCentre(), true); }
   void zoomOutCommand() { zoomAbout(windowCentre(), false); }

@@ -112,7 +112,7 @@ const CommandTableBase& ZBasicView::commandTable() {
         .status = "Traces the capillary under the mouse.",
         .keys = "F9",
         .icon = "trace"}},
-      {cmd::EditDustMask, "&Edit dust mask", &V::chooseDustTool, nullptr, &V::isChosen<kToolDust>},
+      {cmd::EditDustMask, "&Edit dust mask", &V::chooseDustTool, nullptr, &V::editsDustMask},
       {cmd::ZoomIn, "Zoom &In", &V::zoomInCommand, &V::hasImage},
       {cmd::ZoomOut, "Zoom &out", &V::zoomOutCommand, &V::hasImage},
       {cmd::ZoomFit, "set re&gion", &V::fitCommand, &V::hasImage},
@@ -215,6 +215,10 @@ void ZBasicView::chooseTool(int32_t wanted) {
   }
   selectionChanged();
   updateCursor();
+}
+
+void ZBasicView::takeTool(int32_t wanted) {
+  if (tool != wanted) chooseTool(wanted);
 }
 
 // Left by choosing it again, with the marks still current so that one can be selected and deleted; the next

@@ -22,6 +22,7 @@ namespace tarnvisor {
 class MovieFile;
 class MovieOutput;
 class MoviePass;
+struct RewritePlan;
 class VideoReader;
 
 // Shared by all movies: recordings and passes go to AVI rather than to .mve.
@@ -66,6 +67,8 @@ class CZZMovie {
     return frame;
   }
   bool isOpen() const { return mode != kClosed && count > 0; }
+  // What the frames have in common: size, kind and fields, without pixels worth reading.
+  const CZZimage& form() const { return holder; }
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
   bool isRaw() const { return mode == kFile && dataOffset == 0; }
@@ -110,14 +113,11 @@ class CZZMovie {
   const std::string& leftOver() const { return leftOverFile; }
   // The user stopped the last pass, save, export or average.
   bool wasCancelled() const { return cancelled; }
-  // A new movie of what `make` puts into its image for k = 0 to n-1; false from it ends the pass. form: the
-  // size and kind of the frames. The movie becomes the new one.
-  using MakeFrame = std::function<bool(int32_t k, CZZimage& made)>;
-  [[nodiscard]] bool rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make);
   [[nodiscard]] bool save(const std::string& name, int32_t first = -1, int32_t last = -1);
   [[nodiscard]] bool saveFrames(const std::string& name, int32_t first, int32_t last);
 
-  // --- zzmovie_edit.cpp: each makes a new movie file of that name, and leaves the old one
+  // --- movierewrite.cpp: each makes a new movie file of that name, and leaves the old one
+  [[nodiscard]] bool rewrite(const std::string& name, RewritePlan plan);
   [[nodiscard]] bool mergeFields(const std::string& name);
   [[nodiscard]] bool splitFrames(const std::string& name);
   [[nodiscard]] bool keepFrames(const std::string& name, int32_t first,
@@ -149,9 +149,8 @@ class CZZMovie {
   [[nodiscard]] bool bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t step, int32_t first,
                                    int32_t last);
 
-  // --- zzmovie_avi.cpp
-  // Writes the range, every step-th frame, as it lies on one canvas; uncompressed without a compression. The
-  // words of what happened come after `report`.
+  // --- movieexport.cpp
+  // All of a MovieExport at once. The words of what happened come after `report`.
   struct Compression;
   [[nodiscard]] bool saveAVI(const std::string& name, int32_t rate, int32_t first, int32_t last, int32_t step,
                              const Compression* compression, std::string& report);
