@@ -9,3 +9,6 @@ if(OpenCV_FOUND)
   target_link_libraries(bench_peers PRIVATE analysis ${OpenCV_LIBS})
 endif()
 bench_program(bench_trace SOURCES trace.cpp DEPENDS analysis)
+# Movement correction: how right it is, and how fast beside OpenCV.
+add_executable(bench_accuracy accuracy.cpp)
+target_link_libraries(bench_accuracy PRIVATE analysis synth)

@@ -78,7 +78,8 @@ struct AMCparams {
   std::string trouble;  // for the user: why a run can't begin, or what could not be read in it
   std::unique_ptr<AmcLog> log;
   std::unique_ptr<CZZimage> half, quarter, eighth;  // of the current image
-  SubPixel baseSubPixel;                            // of the base
+  SubPixel baseSubPixel;                            // offset of the base
+  MovementRecord found;                             // of the step under way; its fraction is a shift
 
   void load();
   void store() const;
@@ -97,7 +98,11 @@ Point endAMC(CZZMovie& movie, AMCparams& params);
 
 // --- steps of a run, for who looks into one
 // Finds the current image's shift at four scales and sets its offset; false leaves it the last good one.
-bool alignFast(CZZimage& current, AMCparams& params, AmcLog* log);
+[[nodiscard]] bool alignFast(CZZimage& current, AMCparams& params, AmcLog* log);
+// The offset of an image that failed.
+void keepLastShift(CZZimage& current, AMCparams& params, AmcLog* log);
+[[nodiscard]] bool reduceThrice(const CZZimage& image, std::unique_ptr<CZZimage>& half,
+                                std::unique_ptr<CZZimage>& quarter, std::unique_ptr<CZZimage>& eighth);
 // Rms errors of an image at one eighth scale over all shifts; the map's origin is the first. best: the first
 // of the least whole grey level. Null where no shift can be compared.
 std::unique_ptr<CZZimage> fullErrorMap(const AMCparams& params, const CZZimage& eighth, Point& best);

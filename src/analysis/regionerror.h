@@ -3,6 +3,7 @@
 // images are grey.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -26,6 +27,11 @@ enum MatchFlag : int32_t {
   kNoRegion = 8,  // ends a descent; never among the failures of an image
 };
 
+struct SubPixel {
+  double x = std::numeric_limits<double>::quiet_NaN();
+  double y = std::numeric_limits<double>::quiet_NaN();
+  bool isKnown() const { return x == x && y == y; }
+};
 struct SquareSum {
   uint64_t sum = 0;
   int64_t pixels = 0;  // 0 where the rectangle leaves an image
@@ -43,6 +49,9 @@ class ErrorSurface {
   ErrorSurface(const CZZimage& referenceImage, const CZZimage& otherImage, Regions compared);
   double at(Point shift, int32_t& flags, AmcLog* log);
   Size referenceSize() const { return {reference.width, reference.height}; }
+  // At a shift and the eight around it, [y + 1][x + 1], with light and contrast of the images fitted to each
+  // other. False where they don't all compare the same pixels.
+  bool around(Point shift, std::array<std::array<double, 3>, 3>& errors);
 
  private:
   static constexpr size_t kKept = 32;
@@ -70,11 +79,6 @@ double descendError(const CZZimage& reference, const CZZimage& other, Regions re
 // memory is short.
 std::unique_ptr<CZZimage> centreErrorMap(const CZZimage& a, const CZZimage& b);
 
-struct SubPixel {
-  double x = std::numeric_limits<double>::quiet_NaN();
-  double y = std::numeric_limits<double>::quiet_NaN();
-  bool isKnown() const { return x == x && y == y; }
-};
 // The shift to a fraction of a pixel: the lowest point of the error near a whole-pixel shift. Unknown where
 // the error has none.
 SubPixel subPixelShift(ErrorSurface& surface, Point shift);

@@ -52,6 +52,8 @@ class CZZMovie {
   // Makes a frame the current one; in a pass the frame before it is written first. The image is empty when
   // there are no frames.
   CZZimage& frameAt(int32_t index);
+  // Whether the frame last asked for could be read; where it could not, the pixels are those before it.
+  bool hasRead() const { return isRead; }
   int32_t nextFrame(int32_t limit = -1);  // the index that is now current
   // Copies a frame into target, resizing it, and leaves the current one. The index used.
   int32_t getImage(int32_t index, CZZimage& target);
@@ -233,8 +235,9 @@ class CZZMovie {
   MoviePass* pass = nullptr;            // that the frame shown belongs to; borrowed
   std::unique_ptr<MoviePass> ownPass;   // of openProcessing
   bool recording = false;
-  bool full = false;          // a recording without ring has filled its slots
-  bool isShown = false;       // `current` has been loaded
+  bool full = false;     // a recording without ring has filled its slots
+  bool isShown = false;  // `current` has been loaded
+  bool isRead = true;
   int64_t lastWritten = 0;    // where, in a file
   bool pixelsInFile = false;  // those of the frame just recorded went there only
   int32_t recovered = 0;
