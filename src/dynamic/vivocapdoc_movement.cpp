@@ -136,6 +136,7 @@ void CVivoCapDoc::finishMovement(bool cancelled) {
   const int32_t first = amc.start, last = amc.currentIndex;
   if (byRegions) keepMovementBase();
   endMovement();
+  std::erase_if(amc.records, [last](const MovementRecord& each) { return each.index >= last; });
   refreshImage();
   setModified();
   if (byRegions) setCurrentList(listBefore);
