@@ -226,7 +226,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool hasPixelsAt(const std::string& path) const;
   [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
-  bool askTrim(bool& trim, bool& cancelled);
+  bool trimLosesPixels(const std::string& documentPath) const;
+  bool askTrim(const std::string& documentPath, bool& trim, bool& cancelled);
   bool writePixels(const std::string& documentPath, PixelSave& saved);
   Rect trimmedRect() const;
   std::string pixelFileFor(const std::string& documentPath, const std::string& extension) const;

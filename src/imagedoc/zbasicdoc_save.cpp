@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
+#include "app/processstate.h"
 #include "base/files.h"
 #include "base/geometry.h"
 #include "base/text.h"
@@ -110,19 +112,41 @@ Rect ZBasicDoc::trimmedRect() const {
   return Rect{held.left, frameRow(held.top), held.right, frameRow(held.bottom)}.offsetBy(origin.x, origin.y);
 }
 
-// Whether the ROI alone is to be saved; cancelled when the user abandons the save.
-bool ZBasicDoc::askTrim(bool& trim, bool& cancelled) {
+// Whether a trimmed save would take pixels from the file that the document has: from that time on nobody has
+// them.
+bool ZBasicDoc::trimLosesPixels(const std::string& documentPath) const {
+  return sameFile(documentPath, pathName()) && hasPixelsAt(imagePath()) &&
+         trimmedRect() != theImage()->frameRect();
+}
+
+// Whether the ROI alone is to be saved; cancelled when the user abandons the save. Over the document's own
+// file it is only where somebody said so.
+bool ZBasicDoc::askTrim(const std::string& documentPath, bool& trim, bool& cancelled) {
   cancelled = false;
   trim = false;
   if (roi.isEmpty() || keepwhole) return true;
-  trim = silent != 0;
-  if (silent) return true;
+  const bool loses = trimLosesPixels(documentPath);
+  if (silent || process.quietMode) {
+    trim = silent && !loses;
+    if (loses)
+      logPrintf("%s keeps the whole image: nobody was asked about the region\n", documentPath.c_str());
+    return true;
+  }
+  if (loses && !isUnattended()) {
+    const Answer answer = host().messages.show(filledIn(text::kSaveRegionOnly, imagePath()),
+                                               Buttons::YesNoCancel, Icon::Question);
+    trim = answer == Answer::Yes;
+    cancelled = answer == Answer::Cancel;
+    return !cancelled;
+  }
   int32_t choice = 0;
   Form form("ROI or whole image");
   form.addNote("A region of interest is set. What is to be saved?")
       .addChoice("Save", choice, {"Whole image", "ROI"});
   cancelled = !host().forms.run(form);
   trim = choice == 1;
+  if (loses && !trim && !cancelled)
+    logPrintf("%s keeps the whole image: the region alone was not asked for\n", documentPath.c_str());
   return !cancelled;
 }
 
@@ -178,7 +202,7 @@ bool ZBasicDoc::writePixels(const std::string& documentPath, PixelSave& saved) {
 
 bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   bool cancelled = false;
-  if (!askTrim(saved.trimmed, cancelled)) return false;
+  if (!askTrim(documentPath, saved.trimmed, cancelled)) return false;
   const std::string present = imagePath();
   if (!saved.trimmed && !imagedirty && fileExists(present)) {
     // With a ROI the whole image is written too; what its own file holds need not be written over. A document

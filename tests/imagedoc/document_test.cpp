@@ -170,7 +170,7 @@ TEST_F(ImageDocument, ATrimmedSaveShiftsTheDocumentAndReopensIt) {
   d.roi = {10, 10, 30, 25};
   // The ROI counts in the sensor's frame, of which the image shows a part from column 3 on.
   const std::vector<uint8_t> inside = pixelsOf(*d.theImage()->makeChild(d.roi));
-  host.fill({{"Save", "ROI"}});
+  host.answers = {Answer::Yes};
   ASSERT_TRUE(d.save());
   EXPECT_EQ(d.theImage()->width, 20);
   EXPECT_EQ(d.theImage()->height, 15);
@@ -198,6 +198,24 @@ TEST_F(ImageDocument, AsksAboutTheRoiUnlessToldBefore) {
   d.silent = 1;
   ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
   EXPECT_EQ(d.savedroi, 1);
+}
+
+TEST_F(ImageDocument, PixelsOfItsOwnFileAreTrimmedOnlyWhenSomebodySaysSo) {
+  ZBasicDoc& d = makeImage(40, 30);
+  d.setPathName(folder.file("a.tv1"));
+  ASSERT_TRUE(d.save());
+  const auto whole = readWholeFile(folder.file("a.bmp"));
+  d.roi = {10, 10, 30, 25};
+  host.answers = {Answer::Cancel, Answer::No};
+  EXPECT_FALSE(d.save());
+  EXPECT_THAT(host.messages.back(), HasSubstr("lost for ever from " + folder.file("a.bmp")));
+  EXPECT_TRUE(d.save());
+  d.silent = 1;
+  EXPECT_TRUE(d.save());
+  d.silent = 0;
+  process.quietMode = 1;
+  EXPECT_TRUE(d.save());
+  EXPECT_EQ(readWholeFile(folder.file("a.bmp")), whole);
 }
 
 TEST_F(ImageDocument, AWholeImageWithARoiIsWrittenForEachDocument) {
