@@ -105,7 +105,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // --- scale
   Scale scale() const { return calibrated ? Scale{magx, magy} : Scale{}; }
   // Whether anybody told one, in use or not.
-  bool hasScale() const { return calibrated || magindex != 0 || magx != 1.0 || magy != 1.0; }
+  bool hasScale() const { return calibrated || isScaleTold(); }
   std::string unitName() const { return calibrated ? userunits : "pixel"; }
   // False, and the user told, for what is no scale (isScale): nothing is then changed.
   [[nodiscard]] bool setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
@@ -216,6 +216,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void hideLists();
   // zbasicdoc_open.cpp
   bool resolveImageFile(const std::string& documentPath);
+  // Also seen while the image is in pixels.
+  bool isScaleTold() const { return magindex != 0 || magx != 1.0 || magy != 1.0; }
   void afterImageLoaded();
   void forgetResult();
   void loadListSettings();

@@ -113,6 +113,8 @@ void ZBasicDoc::unitsCommand() {
   calibrated = useUnits;
   userunits = name;
   settings.setInt("settings", "calibrated", calibrated);
+  // A scale of 1 without a date would be taken for none.
+  if (calibrated && !isScaleTold()) magindex = static_cast<int32_t>(currentTime());
   settings.setString("settings", "userunits", userunits);
   setModified();
   updateAllViews();
