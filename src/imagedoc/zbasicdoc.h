@@ -386,3 +386,6 @@ class ZBasicDoc::Change {
 };
 
 }  // namespace tarnvisor
+// The word for its kind that scripts and the status bar use.
+const char* kindOf(const CDim& dimension);
+

@@ -17,14 +17,6 @@ std::string printable(const std::string& notes) {
   return text;
 }
 
-const char* kindOf(const CDim& dimension) {
-  const std::string name = dimension.classRecord().name;
-  if (name == "CDimCircle") return "circle";
-  if (name == "CDimPolygon") return "polygon";
-  if (name == "CDimRect") return "rect";
-  return dimension.points.size() == 1 ? "point" : dimension.points.size() == 2 ? "line" : "polyline";
-}
-
 std::string dimensionLines(const ZBasicDoc& document) {
   std::string text = "number,kind,length,area,points\n";
   const Scale s = document.scale();
@@ -40,6 +32,14 @@ std::string dimensionLines(const ZBasicDoc& document) {
 }
 
 }  // namespace
+
+const char* kindOf(const CDim& dimension) {
+  const std::string name = dimension.classRecord().name;
+  if (name == "CDimCircle") return "circle";
+  if (name == "CDimPolygon") return "polygon";
+  if (name == "CDimRect") return "rect";
+  return dimension.points.size() == 1 ? "point" : dimension.points.size() == 2 ? "line" : "polyline";
+}
 
 std::vector<std::pair<std::string, std::string>> ZBasicDoc::facts() const {
   if (!hasImage()) return {};
