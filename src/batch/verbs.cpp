@@ -242,10 +242,12 @@ StepResult saveDocument(StepContext& c) {
   if (!same) document->setPathName(path);
   // What the save had to say, of a movie that stays elsewhere.
   const std::string told = c.script.shown();
+  const bool homeless = bare && filed && c.app.db && filed->examIdOfDoc < 0;
   return {true,
           {},
           {{"path", path}},
           "saved " + path + (replaced ? ", in place of the file that was there" : "") +
+              (homeless ? ", in no exam's folder: no exam is selected" : "") +
               (told.empty() ? "" : "\n" + told)};
 }
 
