@@ -151,6 +151,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // The density goes when its marks, the scale or the region are no longer those that it was counted from.
   // Called where a result is stored, printed or told, and after each command that Undo takes back.
   void dropStaleResult();
+  // The result, and below a density what it counts and is per.
+  std::string resultLines() const;
   void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
@@ -214,10 +216,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void dropBadScale();
   void loadLists(Archive& archive, int32_t version, int32_t count);
   void hideLists();
-  // zbasicdoc_open.cpp
-  bool resolveImageFile(const std::string& documentPath);
   // Also seen while the image is in pixels.
   bool isScaleTold() const { return magindex != 0 || magx != 1.0 || magy != 1.0; }
+  // zbasicdoc_open.cpp
+  bool resolveImageFile(const std::string& documentPath);
   void afterImageLoaded();
   void forgetResult();
   void loadListSettings();
@@ -342,6 +344,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void minimaWithinTolerance();
   void walkToMinima();
   void reportDensity(int64_t count);
+  int32_t capillariesIn(int32_t list) const;
+  std::string countedWords() const;
   std::string densityOf(int32_t list) const;
   std::string countingBasis(int32_t list) const;
   // What of the finder's windows can't run in the region; empty when all do.
@@ -385,7 +389,7 @@ class ZBasicDoc::Change {
   std::unique_ptr<CZZimage> pixels;
 };
 
-}  // namespace tarnvisor
 // The word for its kind that scripts and the status bar use.
 const char* kindOf(const CDim& dimension);
 
+}  // namespace tarnvisor

@@ -62,7 +62,12 @@ StepResult ZBasicDoc::tell(const std::string& what) {
   if (what == "dims") return {true, {}, {}, dimensionLines(*this)};
   if (what == "status") return {true, {}, {}, statusText()};
   dropStaleResult();
-  return CdbDocument::tell(what);
+  StepResult told = CdbDocument::tell(what);
+  if (const std::string counted = countedWords(); told.known && !counted.empty()) {
+    told.values.emplace_back("counted", counted);
+    told.text += counted + "\n";
+  }
+  return told;
 }
 
 StepResult ZBasicDoc::exportTo(const std::string& path) {
