@@ -163,9 +163,11 @@ std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::
   return path;
 }
 
-// A bare name where the file lies in the document's folder, so that both can move together.
+// A bare name where the file lies in the document's folder, so that both can move together. Links to either
+// are no places that move.
 void ZBasicDoc::rememberImageFile(const std::string& full, const std::string& documentPath) {
-  imagefile = sameFolder(folderOf(full), folderOf(documentPath)) ? fileNameOf(full) : full;
+  const std::string lies = linkTarget(full);
+  imagefile = sameFolder(folderOf(lies), folderOf(documentPath)) ? fileNameOf(lies) : full;
 }
 
 // A picture that the document was made around comes to lie beside it, byte for byte: from now on the document
@@ -244,7 +246,7 @@ void ZBasicDoc::cutToTrim(const PixelSave& saved) {
 
 bool ZBasicDoc::onSaveDocument(const std::string& path) {
   PixelSave saved(*this);
-  bool done = !hasImage() || savePixels(path, saved);
+  bool done = !hasImage() || savePixels(linkTarget(path), saved);
   done = done && storeBound(path);
   if (!done) {
     saved.abandon();

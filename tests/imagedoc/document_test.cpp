@@ -272,6 +272,22 @@ TEST_F(ImageDocument, PixelsThatCantBeWrittenStayChanged) {
   }
   EXPECT_THAT(host.messages.back(), HasSubstr("Error saving image."));
 }
+TEST_F(ImageDocument, ALinkToADocumentFindsAndKeepsThePixelsOfItsTarget) {
+  for (const char* name : {"there", "links"}) ASSERT_TRUE(makeFolderPath(folder.file(name)));
+  makeImage(8, 8);
+  ASSERT_TRUE(image()->onSaveDocument(folder.file("there/a.tv1")));
+  process.imageTemplate->discard(*image());
+  std::filesystem::create_symlink("../there/a.tv1", folder.file("links/a.tv1"));
+  ASSERT_NE(app->openDocumentFile(folder.file("links/a.tv1")), nullptr);
+  image()->theImage()->fill(77);
+  image()->imagedirty = 1;
+  ASSERT_TRUE(image()->save());
+  process.imageTemplate->discard(*image());
+  ASSERT_NE(app->openDocumentFile(folder.file("there/a.tv1")), nullptr);
+  EXPECT_EQ(image()->theImage()->pixelAt(3, 3), 77);
+  EXPECT_EQ(image()->imagefile, "a.bmp");
+}
+
 
 TEST_F(ImageDocument, APictureFromElsewhereIsNeverWrittenOver) {
   CZZimage shot(12, 6, -1, 0, kColour);
