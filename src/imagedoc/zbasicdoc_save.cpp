@@ -1,10 +1,15 @@
 // Saving: the pixels first, where they changed or are trimmed to the ROI, then the document. When the
 // document can't be written, an image file that was replaced comes back and the document in memory is as it
 // was. A save that is killed before the new pixels take their place is finished by the next opening.
+#include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -27,8 +32,46 @@ constexpr const char* kWholeForm = ".zzg";  // gives back any image
 
 // Where the new content of a pixel file waits until the document of that save count is written. The count
 // tells at opening whether the two belong together.
+// The process tells apart programs that save the same document.
 std::string waitingFile(const std::string& path, int32_t count) {
-  return format("%s~new%i.%s", withoutExtension(path).c_str(), count, extensionOf(path).c_str());
+  return format("%s~new%i-%i.%s", withoutExtension(path).c_str(), count, static_cast<int>(::getpid()),
+                extensionOf(path).c_str());
+}
+
+struct Waiting {
+  std::string path;
+  bool isAtWork = false;  // another program that runs is about to put it in place
+  std::filesystem::file_time_type time;
+};
+
+// What of such a name follows the count: nothing, as earlier versions wrote, or the process.
+bool isAtWork(std::string_view process) {
+  int32_t id = 0;
+  if (process.size() < 2 ||
+      std::from_chars(&process[1], process.data() + process.size(), id).ec != std::errc())
+    return false;
+  return id > 0 && id != ::getpid() && (::kill(id, 0) == 0 || errno == EPERM);
+}
+
+// All that wait for that save, the newest first.
+std::vector<Waiting> waitingFiles(const std::string& path, int32_t count) {
+  const std::string start = format("%s~new%i", fileNameOf(withoutExtension(path)).c_str(), count);
+  const std::string end = "." + extensionOf(path);
+  std::vector<Waiting> all;
+  std::error_code error;
+  const std::string folder = folderOf(path);
+  for (std::filesystem::directory_iterator at(folder.empty() ? "." : folder, error), last;
+       !error && at != last; at.increment(error)) {
+    const std::string name = at->path().filename().string();
+    if (!name.starts_with(start) || !name.ends_with(end) || name.size() < start.size() + end.size()) continue;
+    const std::string_view process =
+        std::string_view(name).substr(start.size(), name.size() - start.size() - end.size());
+    std::error_code gone;
+    if (process.empty() || process[0] == '-')
+      all.push_back({folder + name, isAtWork(process), at->last_write_time(gone)});
+  }
+  std::ranges::sort(all, std::greater(), &Waiting::time);
+  return all;
 }
 
 }  // namespace
@@ -55,7 +98,9 @@ struct ZBasicDoc::PixelSave {
         oldOwns(d.ownsImageFile),
         count(wrapAdd(d.saveCount, 1)) {
     // What a save left that was killed before its document would seem to belong to this one.
-    if (!oldImagefile.empty()) ::unlink(waitingFile(d.imagePath(), count).c_str());
+    if (oldImagefile.empty()) return;
+    for (const Waiting& left : waitingFiles(d.imagePath(), count))
+      if (!left.isAtWork) ::unlink(left.path.c_str());
   }
   void aimAt(const std::string& path) {
     file = path;
@@ -68,7 +113,7 @@ struct ZBasicDoc::PixelSave {
 };
 
 bool ZBasicDoc::isSaveUnfinished(const std::string& path) const {
-  return fileExists(waitingFile(path, saveCount));
+  return !waitingFiles(path, saveCount).empty();
 }
 
 bool ZBasicDoc::hasPixelsAt(const std::string& path) const {
@@ -77,8 +122,10 @@ bool ZBasicDoc::hasPixelsAt(const std::string& path) const {
 
 // Where the folder can't be written the pixels are read where they wait, and the next save writes them.
 bool ZBasicDoc::loadOwnPixels(const std::string& path) {
-  const std::string waiting = waitingFile(path, saveCount);
-  if (!fileExists(waiting)) return loadImage(path);
+  const std::vector<Waiting> all = waitingFiles(path, saveCount);
+  if (all.empty()) return loadImage(path);
+  if (all.front().isAtWork) return loadImage(all.front().path);
+  const std::string& waiting = all.front().path;
   logPrintf("the last save of %s was cut short: its pixels are those of %s\n", path.c_str(), waiting.c_str());
   const bool finished = std::rename(waiting.c_str(), path.c_str()) == 0;
   return loadImage(finished ? path : waiting);

@@ -254,24 +254,24 @@ TEST_F(ImageDocument, ASaveThatWasKilledIsFinishedAtOpening) {
   EXPECT_EQ(image()->imagefile, "a.bmp");
   EXPECT_FALSE(fileExists(folder.file("a~new2.bmp")));
 
+  const std::string killed = folder.file("a~new2-999999999.bmp");  // with the process that is no more
+  std::filesystem::rename(folder.file("a.bmp"), killed);
+  EXPECT_EQ(reopenedShade(), 20);
+  EXPECT_FALSE(fileExists(killed));
+  const std::string others = folder.file("a~new3-1.bmp");  // of a program that saves the same image now
+  ASSERT_TRUE(replaceFile(others, std::string_view("its pixels")));
+  saveShade(20);
+  EXPECT_EQ(readWholeText(others), "its pixels");
+  ASSERT_EQ(::unlink(others.c_str()), 0);
+
   // Killed before the document: those pixels are no document's, now and after a save of the marks alone.
-  ASSERT_TRUE(replaceFile(folder.file("a~new3.bmp"), std::span<const uint8_t>(*old)));
+  ASSERT_TRUE(replaceFile(folder.file("a~new4.bmp"), std::span<const uint8_t>(*old)));
   EXPECT_EQ(reopenedShade(), 20);
   ASSERT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
-  EXPECT_FALSE(fileExists(folder.file("a~new3.bmp")));
+  EXPECT_FALSE(fileExists(folder.file("a~new4.bmp")));
   EXPECT_EQ(reopenedShade(), 20);
 }
 
-TEST_F(ImageDocument, PixelsThatCantBeWrittenStayChanged) {
-  ZBasicDoc& d = makeImage(8, 8);
-  for (const int silent : {1, 0}) {
-    d.silent = silent;
-    EXPECT_FALSE(d.onSaveDocument(folder.file("missing/a.tv1")));
-    EXPECT_EQ(d.imagedirty, 1);
-    EXPECT_EQ(host.messages.size(), silent ? 0u : 1u);
-  }
-  EXPECT_THAT(host.messages.back(), HasSubstr("Error saving image."));
-}
 TEST_F(ImageDocument, ALinkToADocumentFindsAndKeepsThePixelsOfItsTarget) {
   for (const char* name : {"there", "links"}) ASSERT_TRUE(makeFolderPath(folder.file(name)));
   makeImage(8, 8);
@@ -288,6 +288,16 @@ TEST_F(ImageDocument, ALinkToADocumentFindsAndKeepsThePixelsOfItsTarget) {
   EXPECT_EQ(image()->imagefile, "a.bmp");
 }
 
+TEST_F(ImageDocument, PixelsThatCantBeWrittenStayChanged) {
+  ZBasicDoc& d = makeImage(8, 8);
+  for (const int silent : {1, 0}) {
+    d.silent = silent;
+    EXPECT_FALSE(d.onSaveDocument(folder.file("missing/a.tv1")));
+    EXPECT_EQ(d.imagedirty, 1);
+    EXPECT_EQ(host.messages.size(), silent ? 0u : 1u);
+  }
+  EXPECT_THAT(host.messages.back(), HasSubstr("Error saving image."));
+}
 
 TEST_F(ImageDocument, APictureFromElsewhereIsNeverWrittenOver) {
   CZZimage shot(12, 6, -1, 0, kColour);
