@@ -167,6 +167,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void exportCompressedCommand();
   void importCommand();
   Answer askToAdd(const std::string& path);
+  bool agreesToRate(const CZZMovie& other, const std::string& path);
   void importAviCommand();
   void toggleCompression();
   void directories();

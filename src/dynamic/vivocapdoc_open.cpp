@@ -79,6 +79,9 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
   if (movie->mode == CZZMovie::kAvi && movie->scale > 0)
     fps = static_cast<double>(movie->rate) / movie->scale;
   movieChanged();
+  else
+    appendNotes(format("%s tells no rate: %.10g frames a second are assumed", fileNameOf(path).c_str(), fps) +
+                text::kLineEnd);
   updatePlayPeriod();
   giveRate();
   tellOfMovie();
