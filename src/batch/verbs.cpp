@@ -146,7 +146,8 @@ StepResult openFile(StepContext& c) {
   CDocument* document = c.app.openDocumentFile(path);
   if (!document)
     return StepResult::failure(c.script.shown().empty() ? path + " can't be opened" : c.script.shown());
-  StepResult result{true, {}, {{"title", document->title()}}, {}};
+  // What the opening had to say, of a movie that lies elsewhere.
+  StepResult result{true, {}, {{"title", document->title()}}, c.script.shown()};
   for (auto& fact : document->facts()) result.values.push_back(std::move(fact));
   return result;
 }
