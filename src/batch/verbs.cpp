@@ -146,7 +146,8 @@ StepResult openFile(StepContext& c) {
   CDocument* document = c.app.openDocumentFile(path);
   if (!document)
     return StepResult::failure(c.script.shown().empty() ? path + " can't be opened" : c.script.shown());
-  StepResult result{true, {}, {{"title", document->title()}}, {}};
+  // What the opening had to say, of a movie that lies elsewhere.
+  StepResult result{true, {}, {{"title", document->title()}}, c.script.shown()};
   for (auto& fact : document->facts()) result.values.push_back(std::move(fact));
   return result;
 }
@@ -242,10 +243,12 @@ StepResult saveDocument(StepContext& c) {
   if (!same) document->setPathName(path);
   // What the save had to say, of a movie that stays elsewhere.
   const std::string told = c.script.shown();
+  const bool homeless = bare && filed && c.app.db && filed->examIdOfDoc < 0;
   return {true,
           {},
           {{"path", path}},
           "saved " + path + (replaced ? ", in place of the file that was there" : "") +
+              (homeless ? ", in no exam's folder: no exam is selected" : "") +
               (told.empty() ? "" : "\n" + told)};
 }
 

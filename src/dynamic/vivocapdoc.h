@@ -118,6 +118,7 @@ class CVivoCapDoc : public ZBasicDoc {
   // vivocapdoc_open.cpp
   void linkMovie(const std::string& documentPath);
   std::string findMovie(const std::string& documentPath);
+  bool prefersBeside(const std::string& beside, const std::string& linked);
   bool takenForMovie(const std::string& beside, const std::string& linked) const;
   void openResults(const std::string& documentPath);
   [[nodiscard]] bool openMovie(const std::string& path);
@@ -205,6 +206,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void exportUncompressedCommand();
   void exportCompressedCommand();
   void importCommand();
+  bool agreesToRate(const CZZMovie& other, const std::string& path);
   Answer askToAdd(const std::string& path);
   void importAviCommand();
   void toggleCompression();

@@ -138,6 +138,25 @@ Outcome CVivoCapDoc::exportAvi(const std::string& path) {
   return result;
 }
 
+// Images that were taken at another rate than this video's are played and timed at this one's. A movie file
+// tells no rate.
+bool CVivoCapDoc::agreesToRate(const CZZMovie& other, const std::string& path) {
+  constexpr double kSameRate = 0.002;  // 29.97 and 30 go for one
+  if (other.mode != CZZMovie::kAvi || other.scale <= 0) return true;
+  const double theirs = static_cast<double>(other.rate) / other.scale, mine = imagesPerSecond();
+  if (std::abs(theirs - mine) <= kSameRate * mine) return true;
+  const std::string words =
+      format("%s has %.6g images a second, this video %.6g: they are timed at the rate of this video.",
+             fileNameOf(path).c_str(), theirs, mine);
+  if (isUnattended())
+    host().messages.show(words);
+  else if (host().messages.show(words + "\nAdd them all the same?", Buttons::YesNo, Icon::Question) !=
+           Answer::Yes)
+    return false;
+  appendNotes(words + text::kLineEnd);
+  return true;
+}
+
 // The frames of another movie after this one's; the first movie of an empty document is linked as it is.
 bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
   const std::string words =
@@ -162,6 +181,7 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
     report(format("%s can't be added to this video: %s.", path.c_str(), why.c_str()));
     return false;
   }
+  if (!agreesToRate(*other, path)) return false;
   CZZMovie& added = *other;
   return makeMovie(words, appendedFrames(*movie, added, std::move(other)));
 }

@@ -208,6 +208,11 @@ void ExamList::openResult(size_t row) const {
 
 void runProcessResults() {
   CBasicApp& app = theApp();
+  if (!theExams().hasExam()) {
+    host().messages.show("No examination is selected: there are no results to process.", Buttons::Ok,
+                         Icon::Warning);
+    return;
+  }
   if (process.liveTemplate) app.documents.closeAllOf(*process.liveTemplate);
   if (!app.db || !process.imageTemplate) return;
   const bool analyse = settings.getInt("settings", "postprocess", 0) != 0;

@@ -105,7 +105,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // --- scale
   Scale scale() const { return calibrated ? Scale{magx, magy} : Scale{}; }
   // Whether anybody told one, in use or not.
-  bool hasScale() const { return calibrated || magindex != 0 || magx != 1.0 || magy != 1.0; }
+  bool hasScale() const { return calibrated || isScaleTold(); }
   std::string unitName() const { return calibrated ? userunits : "pixel"; }
   // False, and the user told, for what is no scale (isScale): nothing is then changed.
   [[nodiscard]] bool setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
@@ -152,6 +152,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // The density goes when its marks, the scale or the region are no longer those that it was counted from.
   // Called where a result is stored, printed or told, and after each command that Undo takes back.
   void dropStaleResult();
+  // The result, and below a density what it counts and is per.
+  std::string resultLines() const;
   void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
@@ -215,6 +217,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void dropBadScale();
   void loadLists(Archive& archive, int32_t version, int32_t count);
   void hideLists();
+  // Also seen while the image is in pixels.
+  bool isScaleTold() const { return magindex != 0 || magx != 1.0 || magy != 1.0; }
   // zbasicdoc_open.cpp
   bool resolveImageFile(const std::string& documentPath);
   void afterImageLoaded();
@@ -227,7 +231,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool hasPixelsAt(const std::string& path) const;
   [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
-  bool askTrim(bool& trim, bool& cancelled);
+  bool trimLosesPixels(const std::string& documentPath) const;
+  bool askTrim(const std::string& documentPath, bool& trim, bool& cancelled);
   bool writePixels(const std::string& documentPath, PixelSave& saved);
   Rect trimmedRect() const;
   std::string pixelFileFor(const std::string& documentPath, const std::string& extension) const;
@@ -340,6 +345,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void minimaWithinTolerance();
   void walkToMinima();
   void reportDensity(int64_t count);
+  int32_t capillariesIn(int32_t list) const;
+  std::string countedWords() const;
   std::string densityOf(int32_t list) const;
   std::string countingBasis(int32_t list) const;
   // What of the finder's windows can't run in the region; empty when all do.
@@ -382,5 +389,8 @@ class ZBasicDoc::Change {
   std::unique_ptr<UndoState> before;
   std::unique_ptr<CZZimage> pixels;
 };
+
+// The word for its kind that scripts and the status bar use.
+const char* kindOf(const CDim& dimension);
 
 }  // namespace tarnvisor

@@ -29,9 +29,10 @@ std::string dimensionText(const ZBasicDoc& doc, int32_t index) {
   const Scale s = doc.scale();
   const CDim& dimension = doc.currentDims().at(index);
   const double area = dimension.Area(s.x, s.y);
-  const double value = area != 0.0 ? area : dimension.Length(s.x, s.y);
   const char* name = kListNames[doc.currentlist];
-  return (*name ? std::string(name) + " " : std::string()) + format("line%i=%5.1f", index + 1, value);
+  const std::string list = *name ? std::string(name) + " " : std::string();
+  if (area != 0.0) return list + format("%s%i area=%5.1f", kindOf(dimension), index + 1, area);
+  return list + format("line%i=%5.1f", index + 1, dimension.Length(s.x, s.y));
 }
 
 }  // namespace

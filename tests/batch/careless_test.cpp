@@ -78,7 +78,12 @@ TEST_F(Runner, WhatIsNotAnsweredOrCancelledIsNotDone) {
 }
 
 TEST_F(Runner, ABareNameStaysInTheDocumentsExam) {
-  ASSERT_TRUE(run("subject A\nexam left\nopen $shot.bmp\nsave shot.tv1\nclose\nexam right").ok);
+  const auto home = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  EXPECT_EQ(run("subject A\nopen $shot.bmp\nsave shot.tv1").text,
+            "saved " + folder.file("shot.tv1") + ", in no exam's folder: no exam is selected");
+  std::filesystem::current_path(home);
+  ASSERT_TRUE(run("close\nexam left\nopen $shot.bmp\nsave shot.tv1\nclose\nexam right").ok);
   ASSERT_TRUE(run("open $data/A-left/shot.tv1\nsave again.tv1\nclose").ok);
   EXPECT_TRUE(fileExists(folder.file("data/A-left/again.tv1"))) << "it is bound to the left";
   // Two exams in one folder, as older data has them.

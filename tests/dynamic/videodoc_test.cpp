@@ -61,7 +61,7 @@ TEST_F(VideoDocument, ChangesNothingWhenAPassIsStopped) {
   EXPECT_FALSE(doc.onSaveDocument(folder.file("b.dtv")));
   doc.moviePath = doc.movie->fileName;
   EXPECT_THAT(levels(), ElementsAre(10, 11, 12, 13, 14));
-  EXPECT_EQ(doc.notes, "");
+  EXPECT_EQ(doc.notes, "a.mve tells no rate: 30 frames a second are assumed\r\n");
   for (const char* none : {"aA.mve", "a-export.avi", "b.mve", "b.dtv"})
     EXPECT_FALSE(fileExists(folder.file(none))) << none;
   EXPECT_EQ(doc.theImage()->row(0)[1], 10 + doc.currentIndex()) << "read again";

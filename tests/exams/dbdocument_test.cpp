@@ -115,6 +115,7 @@ TEST_F(Selection, DocumentsAreSavedWithoutADatabaseToo) {
   EXPECT_FALSE(startNewExamination("s", ""));
   runProcessResults();
   EXPECT_THAT(posted(), IsEmpty());
+  EXPECT_THAT(host.messages.back(), HasSubstr("No examination is selected"));
 }
 
 TEST_F(Selection, StoresADocumentsFieldsInOrder) {
