@@ -140,9 +140,18 @@ StepResult startExam(StepContext& c) {
       {}};
 }
 
+// An answer to what the step asks; a path with a blank that lacks its quotes is none.
+std::string checkAnswer(Arguments a, const char* word) {
+  const bool fits = a.size() < 2 || equalIgnoringCase(a[1], "yes") || equalIgnoringCase(a[1], "no");
+  return fits ? "" : format("\"%s\" has too many arguments", word);
+}
+std::string checkOpen(Arguments a) { return checkAnswer(a, "open"); }
+std::string checkImport(Arguments a) { return checkAnswer(a, "import"); }
+
 StepResult openFile(StepContext& c) {
   const std::string& path = c.step.args[0];
   if (!fileExists(path)) return StepResult::failure(path + " does not exist");
+  c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
   CDocument* document = c.app.openDocumentFile(path);
   if (!document)
     return StepResult::failure(c.script.shown().empty() ? path + " can't be opened" : c.script.shown());
@@ -184,7 +193,7 @@ StepResult runCommand(StepContext& c) {
   return runCommandText(c, c.step.args[0], {c.step.args.begin() + 1, c.step.args.end()});
 }
 
-StepResult importFile(StepContext& c) { return runCommandText(c, "Import", {c.step.args[0]}); }
+StepResult importFile(StepContext& c) { return runCommandText(c, "Import", c.step.args); }
 StepResult setRegion(StepContext& c) {
   using Region = ScriptTarget::Region;
   const std::string& how = c.step.args[0];
@@ -296,13 +305,13 @@ StepResult closeDocument(StepContext& c) {
 constexpr size_t kAny = 1u << 20;
 constexpr Verb kVerbs[] = {{"subject", 1, 1, selectSubject},
                            {"exam", 1, 3, startExam, checkExam},
-                           {"open", 1, 1, openFile},
+                           {"open", 1, 2, openFile, checkOpen},
                            {"set", 3, 3, setValue},
                            {"roi", 1, 1, setRegion, checkRoi},
                            {"list", 1, 1, chooseList, checkList},
                            {"dim", 2, kAny, drawDimension, checkDim},
                            {"command", 1, kAny, runCommand},
-                           {"import", 1, 1, importFile},
+                           {"import", 1, 2, importFile, checkImport},
                            {"select", 2, 2, selectRange, checkSelect},
                            {"frame", 1, 1, showImage, checkNumber},
                            {"trace", 1, 1, chooseTrace},
