@@ -88,11 +88,19 @@ StepResult ask(StepContext& c, const Question& question) {
   return result;
 }
 
+// An answer to what the step asks; a path with a blank that lacks its quotes is none.
+std::string checkAnswer(Arguments a, const char* word) {
+  const bool fits = a.size() < 2 || equalIgnoringCase(a[1], "yes") || equalIgnoringCase(a[1], "no");
+  return fits ? "" : format("\"%s\" has too many arguments", word);
+}
+std::string checkSubject(Arguments a) { return checkAnswer(a, "subject"); }
+
 StepResult selectSubject(StepContext& c) {
   if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
   SubjectDialog dialog;
   dialog.id = replaced(c.step.args[0], ' ', '_');
-  if (!c.app.db->readSubject(dialog.id)) dialog.addAsNewId();
+  c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
+  if (!c.app.db->readSubject(dialog.id) && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
   dialog.chooseId(dialog.id);
   if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
@@ -140,11 +148,6 @@ StepResult startExam(StepContext& c) {
       {}};
 }
 
-// An answer to what the step asks; a path with a blank that lacks its quotes is none.
-std::string checkAnswer(Arguments a, const char* word) {
-  const bool fits = a.size() < 2 || equalIgnoringCase(a[1], "yes") || equalIgnoringCase(a[1], "no");
-  return fits ? "" : format("\"%s\" has too many arguments", word);
-}
 std::string checkOpen(Arguments a) { return checkAnswer(a, "open"); }
 std::string checkImport(Arguments a) { return checkAnswer(a, "import"); }
 
@@ -303,7 +306,7 @@ StepResult closeDocument(StepContext& c) {
 }
 
 constexpr size_t kAny = 1u << 20;
-constexpr Verb kVerbs[] = {{"subject", 1, 1, selectSubject},
+constexpr Verb kVerbs[] = {{"subject", 1, 2, selectSubject, checkSubject},
                            {"exam", 1, 3, startExam, checkExam},
                            {"open", 1, 2, openFile, checkOpen},
                            {"set", 3, 3, setValue},

@@ -93,6 +93,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
  private:
   friend class DocumentType;
   [[nodiscard]] bool mayGoOver(const std::string& path);
+  [[nodiscard]] bool mayOfferFolder(const std::string& folder);
   std::string windowTitle;
   std::string filePath;
   std::string stamp;    // of the file, as it was read or written last

@@ -92,6 +92,13 @@ TEST_F(Runner, AnExportThatNamesNoFileGoesOverNoneUnaskedAndTellsWhatItWrote) {
   EXPECT_NE(readWholeText(folder.file("even.txt")), even);
 }
 
+TEST_F(Runner, ASubjectThatDiffersByItsCapitalsAloneNeedsAnAnswer) {
+  ASSERT_TRUE(run("subject DEMO").ok);
+  EXPECT_THAT(run("subject demo").why, HasSubstr("There is a subject \"DEMO\" already"));
+  EXPECT_EQ(run("subject demo yes").values[0].second, "DEMO");
+  EXPECT_EQ(run("subject demo no").values[0].second, "demo");
+}
+
 TEST_F(Runner, TracesWithUnevenTimesComeInOnlyWithAYes) {
   ASSERT_TRUE(replaceFile(folder.file("gap.txt"), std::string_view("t,x\n0,5\n1,6\n2,7\n3.2,8\n4,8\n")));
   EXPECT_THAT(run("open $gap.txt").why, HasSubstr("row 4 comes 1.2 after"));
