@@ -182,6 +182,8 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   else if ((options.askForDataFolder && !isSwitchLine(commandLine)) ||
            fileExists(settings.getString("Settings", "database", "")))
     openDatabase();
+  // Nothing is selected yet: what is recorded doesn't go to the exam of the run before.
+  if (!dataFolder.empty() && onDataFolderChanged) onDataFolderChanged();
   registerDocumentTypes(options);
   if (!host().windows.createMainFrame(programTitle())) return false;
   process.wmFreezeSave = static_cast<uint32_t>(InstanceMessage::FreezeSave);

@@ -104,6 +104,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
  private:
   friend class DocumentType;
   [[nodiscard]] bool mayGoOver(const std::string& path);
+  [[nodiscard]] bool mayOfferFolder(const std::string& folder);
   void finishWork();
   std::unique_ptr<JobAtWork> atWork;
   std::string windowTitle;
