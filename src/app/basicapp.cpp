@@ -132,6 +132,9 @@ void CBasicApp::readSettings() { readApplicationSettings(expertMode, showDb, fgM
 void CBasicApp::rereadSettings() {
   rereadApplicationSettings(expertMode, fgMode);
   process.dustMaskEnabled = settings.getInt("settings", "dustmask", process.dustMaskEnabled);
+  readSettingsOfKinds();
+}
+void CBasicApp::readSettingsOfKinds() {
   for (const auto& type : documents.types())
     if (type->face().readSettings) type->face().readSettings();
 }
@@ -181,6 +184,7 @@ bool CBasicApp::initInstance(const StartOptions& options) {
            fileExists(settings.getString("Settings", "database", "")))
     openDatabase();
   registerDocumentTypes(options);
+  readSettingsOfKinds();
   if (!host().windows.createMainFrame(programTitle())) return false;
   process.wmFreezeSave = static_cast<uint32_t>(InstanceMessage::FreezeSave);
   process.wmAutoLoad = static_cast<uint32_t>(InstanceMessage::AutoLoad);
