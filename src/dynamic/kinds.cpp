@@ -28,6 +28,8 @@ Menu sequenceMenu() {
            cmd::DeleteOtherImages,
            K::Separator,
            cmd::AverageSequence,
+           cmd::AverageInFocus,
+           cmd::FocusCheck,
            K::Separator,
            {"&Fields",
             {cmd::MergeFields, cmd::SplitFields, K::Separator, cmd::SwitchFieldOrder, cmd::SwitchLines}}}};

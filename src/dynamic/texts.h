@@ -16,6 +16,11 @@ inline constexpr const char* kAviFilter = "Movies (*.avi)|*.avi|All files (*.*)|
 inline constexpr const char* kDeleteSelected = "delete all images from image %i upto image %i?";
 inline constexpr const char* kDeleteOthers = "delete all images except image %i upto image %i?";
 inline constexpr const char* kSelectWorkFolder = "Select Temporary work folder";
+inline constexpr const char* kFocusAreas =
+    "Number of areas per image area in which to find best focus. Minimum is 2.";
+inline constexpr const char* kNoImageInCell = "No image lies within a cell: correct the movement first.";
+inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
+inline constexpr const char* kRegionOutside = "The region lies outside the images.";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

@@ -61,6 +61,9 @@ class CVivoCapDoc : public ZBasicDoc {
   bool makeMovie(const std::string& text, const std::function<bool(CZZMovie&, const std::string&)>& work);
   // A new image document with the mean of the selection; null when there can't be one.
   ZBasicDoc* averageSelection();
+  // The same of the sharpest images by focusControl, each where it lies (CZZMovie::bestFocusInto). areas: as
+  // asked for; they change nothing.
+  ZBasicDoc* averageInFocus(int32_t areas);
 
   // --- exchange (vivocapdoc_exchange.cpp)
   // Written beside the document; empty when it was not.
@@ -133,6 +136,11 @@ class CVivoCapDoc : public ZBasicDoc {
   [[nodiscard]] bool saveResults(const std::string& stem);
   // vivocapdoc_pass.cpp
   void tellFailedPass(const std::string& moviePathBefore);
+  ZBasicDoc* imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make);
+
+  // vivocapdoc_focus.cpp
+  struct FocusCheck;
+  [[nodiscard]] bool measureSelection(FocusCheck& found);
 
   // vivocapdoc_archive.cpp
   void storeVideo(Archive& archive);
@@ -160,6 +168,8 @@ class CVivoCapDoc : public ZBasicDoc {
   void deleteImages(const char* question, bool selected);
   void duplicateImage();
   void averageCommand();
+  void averageInFocusCommand();
+  void focusCheck();
   void colourPlanes();
   void toGrey();
   void noCommand() {}
