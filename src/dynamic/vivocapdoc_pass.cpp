@@ -31,7 +31,8 @@ void CVivoCapDoc::processImages(const std::string& words, const std::function<vo
     CView* view = views().empty() ? nullptr : views().front().get();
     const std::string before = movie->fileName;
     const CZZMovie::Range range = selection();
-    MoviePass pass(*movie, std::string(trimmed(words.substr(0, words.find('\r')))), range);
+    const std::string_view told = trimmed(words.substr(0, words.find('\r')));
+    MoviePass pass(*movie, told.empty() ? "Processing" : std::string(told), range);
     if (isMovieOfOthers()) movie->shared = 1;
     if (pass.openInPlace(freeMovieName(homeFolder() + withoutExtension(fileNameOf(before))))) {
       while (pass.next()) {

@@ -30,7 +30,8 @@ void editFocusSettings() {
       .add("box %", percent, {1, 100, {}})
       .addNote(
           "Of the image's width and height, in its middle. Peaks need a gap's room around the box, or the focus is 0.")
-      .addCheck("Enable", showsFocus);
+      .addCheck("Enable", showsFocus)
+      .addNote("The status bar then tells the focus of the image in front.");
   if (!asked(form)) return;
   control.boxFraction = percent * 0.01;
   settings.setInt("focus", "enable", showsFocus);

@@ -1,7 +1,5 @@
 #include "analysis/autofocus.h"
 
-#include "settings/settings.h"
-#include "support/tempfolder.h"
 #include "support/testing.h"
 
 namespace tarnvisor {
@@ -14,81 +12,32 @@ struct PointPicture : CZZimage {
   }
 };
 
-double measured(autofocuscontrol control, const CZZimage& image, int32_t method) {
+double measured(autofocuscontrol control, const CZZimage& image, int32_t method, const Rect& box = {}) {
   control.method = method;
+  control.box = box;
   return control.measureFocus(image);
 }
 
-TEST(AutoFocus, TheHighestMethodCounts) {
-  const PointPicture image;
+TEST(AutoFocus, IsMeasuredInTheBoxByTheHighestMethod) {
+  PointPicture image;
   autofocuscontrol control;
   control.gap = 2;
   control.focus = 77;
   // Two steps of 10; one pixel beside the light one in its row; the one above it, too.
-  const double expected[] = {77,        200.0 / 16, 10.0 / 16, 10.0 / 16, 20.0 / 16,
-                             20.0 / 16, 20.0 / 16,  20.0 / 16, 77};
-  for (int32_t method = 0; method <= 8; ++method)
+  const double expected[] = {77, 200.0 / 16, 10.0 / 16, 10.0 / 16, 20.0 / 16, 20.0 / 16, 20.0 / 16};
+  for (int32_t method = 0; method <= 6; ++method)
     EXPECT_DOUBLE_EQ(measured(control, image, method), expected[method]) << method;
-  control.on = 0;
-  EXPECT_DOUBLE_EQ(measured(control, image, 7), 77);
-}
-
-TEST(AutoFocus, LooksInItsBoxAtPeaksAboveTheNoise) {
-  PointPicture image;
-  autofocuscontrol control;
-  control.gap = 2;
-  control.noise = 10;
-  EXPECT_DOUBLE_EQ(measured(control, image, 2), 0);
-  control.noise = 9;
-  control.box = {2, 4, 4, 5};
-  EXPECT_DOUBLE_EQ(measured(control, image, 2), 5);
-  for (const Rect nearEdge : {Rect{1, 2, 6, 6}, Rect{2, 2, 7, 6}}) {
-    control.box = nearEdge;
-    EXPECT_DOUBLE_EQ(measured(control, image, 2), 0) << nearEdge.left;
-  }
-  control.box = {2, 0, 6, 8};
-  EXPECT_DOUBLE_EQ(measured(control, image, 2), 10.0 / 32) << "above and below nothing is compared";
-  EXPECT_DOUBLE_EQ(measured(control, image, 4), 0);
-  control.box = {};
+  EXPECT_DOUBLE_EQ(measured(control, image, 2, {1, 2, 6, 6}), 0) << "nearer to the side than the gap";
+  EXPECT_DOUBLE_EQ(measured(control, image, 2, {2, 0, 6, 8}), 10.0 / 32)
+      << "above and below nothing is compared";
   image.xOrigin = 300;
   EXPECT_DOUBLE_EQ(measured(control, image, 2), 10.0 / 16) << "the middle, wherever the image lies";
-  control.box = {2, 2, 6, 6};
-  for (const int32_t method : {1, 2, 4}) EXPECT_DOUBLE_EQ(measured(control, image, method), 0) << method;
-}
-
-TEST(AutoFocus, OfColoursIsThatOfTheirGrey) {
-  autofocuscontrol control;
-  control.gap = 2;
-  for (const int32_t colourset : {kColour, kBayer}) {
-    const PointPicture image(colourset);
-    PointPicture grey(colourset);
-    ASSERT_TRUE(grey.convertToGrey());
-    for (const int32_t method : {1, 2, 4})
-      EXPECT_DOUBLE_EQ(measured(control, image, method), measured(control, grey, method)) << method;
-  }
-}
-
-TEST(AutoFocus, KeepsItsSettings) {
-  const TempFolder folder;
-  settings.setPath(folder.file("a.ini"));
-  autofocuscontrol control, other;
-  control.boxFraction = 0.25;
-  control.on = 0;
-  control.focusGain = 3.7;
-  control.search.tolerance = 20;
-  control.minStep = 12;
-  control.storeSettings();
-  EXPECT_EQ(settings.getString("autofocuscontrol", "focusgain", ""), "3");
-  EXPECT_EQ(settings.getString("autofocuscontrol", "focusgap", ""), "30");
-  other.gap = 5;
-  other.loadSettings();
-  EXPECT_EQ(other.boxFraction, 0.25);
-  EXPECT_EQ(other.on, 0);
-  EXPECT_EQ(other.gap, 30);
-  EXPECT_EQ(other.position, 12);
-  EXPECT_EQ(other.search.tolerance, 20);
-  EXPECT_EQ(other.search.low, -32512);
-  settings.setPath("");
+  EXPECT_DOUBLE_EQ(measured(control, image, 1, {2, 2, 6, 6}), 0) << "outside";
+  control.noise = 10;
+  EXPECT_DOUBLE_EQ(measured(control, image, 2), 0);
+  PointPicture mosaic(kBayer), grey(kBayer);
+  ASSERT_TRUE(grey.convertToGrey());
+  EXPECT_DOUBLE_EQ(measured(control, mosaic, 1), measured(control, grey, 1)) << "that of its grey";
 }
 
 }  // namespace
