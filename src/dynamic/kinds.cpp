@@ -28,6 +28,8 @@ Menu sequenceMenu() {
            cmd::DeleteOtherImages,
            K::Separator,
            cmd::AverageSequence,
+           cmd::AverageInFocus,
+           cmd::FocusCheck,
            K::Separator,
            {"&Movement",
             {cmd::MovementCorrection, cmd::MovementCorrectionWithoutDisplay, cmd::MovementQuality,

@@ -21,6 +21,11 @@ inline constexpr const char* kAligning = "aligning image %i of range %i to %i to
 inline constexpr const char* kNothingToAlign =
     "No image was aligned: the correction begins at the image shown, and %i is the last one that is selected.";
 inline constexpr const char* kOffsetsFilter = "Text (*.txt)|*.txt|csv (*.csv)|*.csv|All files (*.*)|*.*||";
+inline constexpr const char* kFocusAreas =
+    "Number of areas per image area in which to find best focus. Minimum is 2.";
+inline constexpr const char* kNoImageInCell = "No image lies within a cell: correct the movement first.";
+inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
+inline constexpr const char* kRegionOutside = "The region lies outside the images.";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

@@ -63,6 +63,9 @@ class CVivoCapDoc : public ZBasicDoc {
   bool makeMovie(const std::string& text, RewritePlan plan);
   // A new image document with the mean of the selection; null when there can't be one.
   ZBasicDoc* averageSelection();
+  // The same of the sharpest images by focusControl, each where it lies (CZZMovie::bestFocusInto). areas: as
+  // asked for; they change nothing.
+  ZBasicDoc* averageInFocus(int32_t areas);
 
   // --- movement correction (vivocapdoc_movement.cpp)
   // Begins a run at the image shown; false without a movie, or while one is under way.
@@ -146,6 +149,11 @@ class CVivoCapDoc : public ZBasicDoc {
   class RewriteJob;
   void showStep();  // the image that a job is at
   void tellFailedPass(const std::string& moviePathBefore);
+  ZBasicDoc* imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make);
+
+  // vivocapdoc_focus.cpp
+  struct FocusCheck;
+  [[nodiscard]] bool measureSelection(FocusCheck& found);
 
   // vivocapdoc_exchange.cpp
   class ExportJob;
@@ -200,6 +208,8 @@ class CVivoCapDoc : public ZBasicDoc {
   void deleteImages(const char* question, bool selected);
   void duplicateImage();
   void averageCommand();
+  void averageInFocusCommand();
+  void focusCheck();
   void colourPlanes();
   void toGrey();
   void noCommand() {}

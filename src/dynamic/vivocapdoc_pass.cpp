@@ -38,6 +38,7 @@ class CVivoCapDoc::SelectionJob : public Job {
         before(video.movie->fileName),
         range(video.selection()),
         pass(*video.movie, "", range) {
+    if (what.empty()) what = title();
     if (doc.isMovieOfOthers()) doc.movie->shared = 1;
     opened = pass.openInPlace(freeMovieName(doc.homeFolder() + withoutExtension(fileNameOf(before))));
   }
@@ -157,19 +158,25 @@ bool CVivoCapDoc::makeMovie(const std::string& words, RewritePlan plan) {
 }
 
 ZBasicDoc* CVivoCapDoc::averageSelection() {
+  return imageOfSelection(
+      "Av", [&](CZZimage& mean) { return movie->averageInto(mean, selectionFirst, selectionLast); });
+}
+
+// A new document with the image that `make` fills; null when it can't.
+ZBasicDoc* CVivoCapDoc::imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make) {
   if (!hasMovie()) return nullptr;
   const WaitScope wait;
-  auto mean = std::make_unique<CZZimage>();
+  auto pixels = std::make_unique<CZZimage>();
   movie->forgetFailure();
-  if (!movie->averageInto(*mean, selectionFirst, selectionLast)) {
+  if (!make(*pixels)) {
     if (!movie->wasCancelled()) report(movie->failure().empty() ? text::kNoMemory : movie->failure());
     return nullptr;
   }
   const CZZMovie::Range range = selection();
   ZBasicDoc* made = duplicate("");
   if (!made) return nullptr;
-  made->takeImage(std::move(mean));
-  made->setTitle(stemOfTitle() + format("Av%1i-%1i", range.first, range.last));
+  made->takeImage(std::move(pixels));
+  made->setTitle(stemOfTitle() + format("%s%1i-%1i", titleWords, range.first, range.last));
   if (process.batchMode) {
     made->keepwhole = 1;  // nobody is there to be asked
     const std::string path = folderOf(pathName().empty() ? moviePath : pathName()) + made->title() + ".tv1";

@@ -339,6 +339,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void thresholdCapillaries();
   void thresholdPreprocessCheck();
   void processing();
+  void focusSettings();
   void apexFilterCommand();
   void find8Regions();
   void minimaWithinWindow();

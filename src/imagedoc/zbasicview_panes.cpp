@@ -1,5 +1,7 @@
 // The status texts of the image view.
+#include "analysis/autofocus.h"
 #include "base/text.h"
+#include "imagedoc/focusfigure.h"
 #include "imagedoc/levelchart.h"
 #include "imagedoc/zbasicview.h"
 
@@ -37,6 +39,12 @@ std::string dimensionText(const ZBasicDoc& doc, int32_t index) {
 
 }  // namespace
 
+std::string ZBasicView::focusText() const {
+  if (!hasImage()) return {};
+  if (!focusShown) focusShown = focusControl.measureFocus(*doc.theImage());
+  return format("focus=%5.1f", *focusShown);
+}
+
 std::vector<StatusPane> ZBasicView::panes() const {
   const Scale s = doc.scale();
   std::string roi;
@@ -44,13 +52,15 @@ std::vector<StatusPane> ZBasicView::panes() const {
     const Rect area = grip == Grip::DrawRoi ? roiBeingDrawn() : doc.roi;
     roi = format("size=%5.1fx%5.1f", area.width() * s.x, area.height() * s.y);
   }
-  return {{"position", positionText(doc, position)},
-          {"pixel", pixelText(doc, position)},
-          {"dimension", dimensionText(doc, selected)},
-          {"list", format("dimlist%i %s", doc.currentlist, kListNames[doc.currentlist])},
-          {"roi", roi},
-          {"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)},
-          {"zoom", format("zoom=%4.0f%%", 100.0 * zoomnum / zoomden)}};
+  std::vector<StatusPane> all{{"position", positionText(doc, position)},
+                              {"pixel", pixelText(doc, position)},
+                              {"dimension", dimensionText(doc, selected)},
+                              {"list", format("dimlist%i %s", doc.currentlist, kListNames[doc.currentlist])},
+                              {"roi", roi}};
+  if (showsFocus) all.push_back({"focus", focusText()});
+  all.push_back({"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)});
+  all.push_back({"zoom", format("zoom=%4.0f%%", 100.0 * zoomnum / zoomden)});
+  return all;
 }
 
 }  // namespace tarnvisor

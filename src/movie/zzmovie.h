@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -147,9 +148,9 @@ class CZZMovie {
   using FocusMeasure = std::function<double(const CZZimage&)>;
   // The mean of the sharpest frames: for each cell of half a frame's width and height, the one of the
   // greatest measure above 0 whose origin lies strictly inside. step: of the prompt that asks for it; the
-  // size of a cell is fixed all the same.
-  [[nodiscard]] bool bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t step, int32_t first,
-                                   int32_t last);
+  // size of a cell is fixed all the same. How many frames that are: with none the image stays dark.
+  [[nodiscard]] std::optional<int32_t> bestFocusInto(CZZimage& image, const FocusMeasure& measure,
+                                                     int32_t step, int32_t first, int32_t last);
 
   // --- movieexport.cpp
   // All of a MovieExport at once. The words of what happened come after `report`.
