@@ -91,7 +91,8 @@ ZBasicDoc* CVivoCapDoc::averageInFocus(int32_t areas) {
     used = movie->bestFocusInto(mean, measure, areas, selectionFirst, selectionLast);
     return used.has_value();
   });
-  if (made && *used == 0) report(sharpest > 0 ? text::kNoImageInCell : text::kNoFocus);
+  // A panorama has the average of all images beside it.
+  if (made && *used == 0 && !panoramicPending) report(sharpest > 0 ? text::kNoImageInCell : text::kNoFocus);
   return made;
 }
 

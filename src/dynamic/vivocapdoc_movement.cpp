@@ -352,11 +352,12 @@ void CVivoCapDoc::makePanorama() {
 }
 
 void CVivoCapDoc::averagePanorama() {
-  panoramicPending = 0;
   const int32_t before = process.quietMode;
   process.quietMode = 1;
+  averageInFocusCommand();
   averageSelection();
   process.quietMode = before;
+  panoramicPending = 0;
 }
 
 // --- how good it was
