@@ -284,17 +284,6 @@ TEST(Measures, ProfilesTakeOneFieldOfAFrame) {
   EXPECT_EQ(store.values, (std::vector<double>{0.5, 20.5}));
 }
 
-TEST(Accumulating, PlacesFramesByTheirOrigin) {
-  CZZimage frame(2, 1), result(4, 1);
-  rowOf(frame, {10, 21});
-  int32_t sum[4] = {}, count[4] = {};
-  frame.accumulate(sum, count, 4);
-  frame.xOrigin = 1;
-  frame.accumulate(sum, count, 4);
-  result.writeAverage(sum, count, 4);
-  EXPECT_EQ(pixelsOf(result), (std::vector<int>{10, 15, 21, 0}));
-}
-
 TEST(Accumulating, DeviationIsThatOfThePopulation) {
   PixelStatistics statistics;
   CZZimage image;
