@@ -111,7 +111,7 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
            &D::hasMovie,
            {.tip = "Correct movement",
             .status = "Finds how far each image has moved, from the one shown to the end of the selection.",
-            .keys = "Ctrl+M",
+            .keys = "Ctrl+Shift+M",
             .icon = "movement"}},
           {cmd::MovementCorrectionWithoutDisplay,
            "&AMC without display",

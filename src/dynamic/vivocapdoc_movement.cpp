@@ -166,7 +166,7 @@ void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
     words += format(", %.1f %% failed: %s", 100.0 * failed / static_cast<double>(amc.records.size()),
                     failedImages(amc.records).c_str());
   appendNotes(words + text::kLineEnd);
-  if (amc.records.empty())
+  if (amc.records.size() < 2)
     host().messages.show(format(text::kNothingToAlign, first));
   else if (failed > 0 && !isUnattended())
     host().messages.show(words + ".");

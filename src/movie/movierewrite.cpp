@@ -96,10 +96,10 @@ RewritePlan framesOfPlanes(CZZMovie& movie, int32_t first, int32_t last) {
                      [&movie, range, planes = scratch()](int32_t k, CZZimage& made) {
                        movie.getImage(range.first + k, *planes);
                        const Point origin{planes->xOrigin, planes->yOrigin};
-                       const int32_t rows = planes->height / 3;
+                       const int32_t width = planes->width, rows = planes->height / 3;
                        planes->planesToColour();
                        made.colourset = kColour;
-                       if (!made.resizedata(planes->width, rows, 3)) return false;
+                       if (!made.resizedata(width, rows, 3)) return false;
                        for (int32_t y = 0; y < rows; ++y)
                          std::copy_n(planes->row(y), made.rowBytes, made.row(y));
                        made.frameNumber = planes->frameNumber;
