@@ -201,6 +201,7 @@ bool reduceBase(AMCparams& params) {
 void startRecords(AMCparams& params) {
   params.records.clear();
   for (int32_t i = params.start; i < params.end; ++i) params.records.push_back({.index = i});
+  params.smoothBase.reset();
   params.baseSubPixel = wholeOffset(*params.base);
   if (params.records.empty()) return;
   MovementRecord& first = params.records.front();
@@ -270,7 +271,9 @@ void measureOriginal(const CZZimage& image, AMCparams& params) {
   ErrorSurface surface(*params.base, image, window);
   int32_t flags = 0;
   params.found.rms = std::sqrt(surface.at(shift, flags, nullptr));
-  if (params.subPixel) params.found.subPixel = subPixelShift(surface, shift);
+  if (!params.subPixel) return;
+  params.found.subPixel = filters(params) ? subPixelShift(*params.base, image, window, shift)
+                                          : fractionOf(image, params, window, shift);
 }
 
 void alignOriginal(CZZimage& image, AMCparams& params) {
@@ -307,6 +310,7 @@ bool rebase(CZZMovie& movie, AMCparams& params, int32_t index) {
   const CZZimage& image = movie.frameAt(index);
   if (!movie.hasRead() || !params.base->copyImage(image)) return false;
   params.baseIndex = index;
+  params.smoothBase.reset();
   if (isFast(params)) {
     params.lastx = params.lasty = 0;
     if (!reduceBase(params)) return false;
@@ -446,7 +450,7 @@ Point endAMC(CZZMovie& movie, AMCparams& params) {
   params.regionImages.clear();
   params.regionCount = 0;
   for (auto* image : {&params.base, &params.second, &params.baseHalf, &params.baseQuarter, &params.baseEighth,
-                      &params.half, &params.quarter, &params.eighth})
+                      &params.half, &params.quarter, &params.eighth, &params.smoothBase, &params.smooth})
     image->reset();
   params.current = nullptr;
   params.running = false;

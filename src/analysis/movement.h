@@ -78,6 +78,7 @@ struct AMCparams {
   std::string trouble;  // for the user: why a run can't begin, or what could not be read in it
   std::unique_ptr<AmcLog> log;
   std::unique_ptr<CZZimage> half, quarter, eighth;  // of the current image
+  std::unique_ptr<CZZimage> smoothBase, smooth;     // what fractions are found in
   SubPixel baseSubPixel;                            // offset of the base
   MovementRecord found;                             // of the step under way; its fraction is a shift
 
@@ -99,6 +100,8 @@ Point endAMC(CZZMovie& movie, AMCparams& params);
 // --- steps of a run, for who looks into one
 // Finds the current image's shift at four scales and sets its offset; false leaves it the last good one.
 [[nodiscard]] bool alignFast(CZZimage& current, AMCparams& params, AmcLog* log);
+// A shift of the image over the base to a fraction of a pixel.
+SubPixel fractionOf(const CZZimage& image, AMCparams& params, Regions regions, Point shift);
 // The offset of an image that failed.
 void keepLastShift(CZZimage& current, AMCparams& params, AmcLog* log);
 [[nodiscard]] bool reduceThrice(const CZZimage& image, std::unique_ptr<CZZimage>& half,
