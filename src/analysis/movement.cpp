@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "analysis/windowfilter.h"
 #include "base/numbers.h"
@@ -29,7 +28,6 @@ Rect centred(const CZZimage& image, double fraction) {
   return {left, top, wrapAdd(left, width), wrapAdd(top, height)};
 }
 
-// In whole-frame rows.
 SubPixel wholeOffset(const CZZimage& image) {
   const Point origin = image.frameOrigin();
   return {static_cast<double>(origin.x), static_cast<double>(origin.y)};
@@ -198,14 +196,17 @@ bool reduceBase(AMCparams& params) {
   return reduceThrice(*params.base, params.baseHalf, params.baseQuarter, params.baseEighth);
 }
 
-void startRecords(AMCparams& params) {
+void startRecords(CZZMovie& movie, AMCparams& params) {
   params.records.clear();
-  for (int32_t i = params.start; i < params.end; ++i) params.records.push_back({.index = i});
+  for (int32_t i = params.start; i < params.end; ++i) {
+    const FrameRecord& known = movie.recordOf(i);
+    params.records.push_back({.index = i, .offset = {known.xOrigin, known.yOrigin}});
+  }
   params.smoothBase.reset();
   params.baseSubPixel = wholeOffset(*params.base);
   if (params.records.empty()) return;
   MovementRecord& first = params.records.front();
-  first.offset = params.current->frameOrigin();
+  first.rms = 0;
   if (params.subPixel) first.subPixel = wholeOffset(*params.current);
   first.baseIndex = params.baseIndex;
   first.aligned = true;
@@ -240,7 +241,7 @@ std::string begin(CZZMovie& movie, AMCparams& params) {
   writeHeader(params, rms);
   params.lastx = wrapSub(image.xOrigin, params.base->xOrigin);
   params.lasty = wrapSub(image.yOrigin, params.base->yOrigin);
-  startRecords(params);
+  startRecords(movie, params);
   return {};
 }
 
@@ -364,7 +365,6 @@ bool align(CZZMovie& movie, AMCparams& params) {
   CZZimage& image = *params.current;
   if (!movie.hasRead()) {
     if (params.trouble.empty()) params.trouble = unread(movie, params.currentIndex);
-    params.found.rms = std::numeric_limits<double>::quiet_NaN();
     if (params.log) {
       *params.log << "unread";
       params.log->endLine();

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,11 +23,12 @@ namespace tarnvisor {
 enum AlignMethod : int32_t { kFastWhole = 0, kFastRegions = 1, kOriginal = 2 };
 enum BaseMethod : int32_t { kAutoBase = 0, kPreviousBase = 1, kFirstBase = 2 };
 
-// What is known of one image after its step.
+// What is known of one image after its step; before it, the offset that it had.
 struct MovementRecord {
   int32_t index = 0;
-  Point offset;    // frame rows
-  double rms = 0;  // grey levels, where the search ended; NaN where nothing was compared
+  Point offset;  // frame rows
+  // In grey levels, where the search ended; NaN where nothing was compared.
+  double rms = std::numeric_limits<double>::quiet_NaN();
   SubPixel
       subPixel;  // the offset to a fraction; unknown for an image that failed, or where it isn't asked for
   int32_t baseIndex = 0;

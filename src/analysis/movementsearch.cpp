@@ -41,10 +41,10 @@ bool smoothInto(std::unique_ptr<CZZimage>& to, const CZZimage& image, const Rect
   to->interlace = image.interlace;
   to->xOrigin = image.xOrigin;
   to->yOrigin = image.yOrigin;
-  const int32_t rows = image.isField() ? 2 : 1;
-  const Rect inRows = part.offsetBy(image.xOrigin, image.yOrigin);
-  const Rect inFrame{inRows.left, inRows.top * rows, inRows.right, inRows.bottom * rows};
-  return windowFilter(*to, WindowMode::LowPass, image, inFrame, kSmoothing);
+  Rect place = part.offsetBy(image.xOrigin, image.yOrigin);
+  if (image.isField())
+    place = {place.left, wrapAdd(place.top, place.top), place.right, wrapAdd(place.bottom, place.bottom)};
+  return windowFilter(*to, WindowMode::LowPass, image, place, kSmoothing);
 }
 
 }  // namespace
@@ -94,7 +94,7 @@ SubPixel fractionOf(const CZZimage& image, AMCparams& params, Regions regions, P
     part = {std::min(part.left, r.left), std::min(part.top, r.top), std::max(part.right, r.right),
             std::max(part.bottom, r.bottom)};
   // The window of the filter, and how far the search goes.
-  part = part.inflatedBy(2 * kSmoothing);
+  part = part.inflatedBy(3 * kSmoothing);
   if (!params.smoothBase && !smoothInto(params.smoothBase, *params.base, part)) return {};
   if (!smoothInto(params.smooth, image, part.offsetBy(-shift.x, -shift.y))) return {};
   return subPixelShift(*params.smoothBase, *params.smooth, regions, shift);

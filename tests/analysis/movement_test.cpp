@@ -193,6 +193,7 @@ TEST_F(Movement, TriesFailedImagesOverANearerBase) {
                                     "3,to,1,,0,0", "REBASE TO,2,0,0", "3,to,2,,0,0"));
   EXPECT_FALSE(params.records[2].aligned);
   EXPECT_TRUE(params.records[3].aligned);
+  EXPECT_THAT(log(), HasSubstr("FULL,"));
 }
 
 TEST_F(Movement, MovesTheBaseBeyondTheLimit) {
@@ -262,7 +263,8 @@ TEST_F(Movement, IsKnownToAFractionOnRequest) {
   std::mt19937 random(1);
   std::normal_distribution<double> noise(0, 8);
   const Draw noisy = [&](double x, double y) { return skin(x, y) + noise(random); };
-  make({{noisy}, {noisy, 2.5, -1.5}, {other}});
+  const Draw brighter = [&](double x, double y) { return 1.03 * noisy(x, y); };
+  make({{noisy}, {brighter, 2.5, -1.5}, {other}});
   params.subPixel = true;
   params.basemethod = kFirstBase;
   run();
