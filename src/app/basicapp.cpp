@@ -43,6 +43,8 @@ CBasicApp::CBasicApp() {
                          Buttons::Ok, Icon::Error);
   };
   loop.onIdle = [this](int32_t count) { return onIdle(count); };
+  // Only a window system turns the loop by itself; a start switch does one thing after the other.
+  documents.drivesJobs = [this] { return loop.onWake && !process.quietMode; };
 }
 
 CBasicApp::~CBasicApp() {

@@ -13,7 +13,8 @@ bool CBasicApp::onIdle(int32_t) {
       if (message == InstanceMessage::AutoLoad) receiveAutoLoad(path);
       if (message == InstanceMessage::FreezeSave) receiveFreezeSave(path);
     });
-  bool again = idleVelocityInput();
+  bool again = documents.turnJobs();
+  again = idleVelocityInput() || again;
   again = idleCamera() || again;
   idleFrameCounter();
   idleCameraStop();

@@ -72,8 +72,8 @@ StepResult ScriptRunner::runStep(const Step& step) {
   StepContext context{app, script, step};
   const Verb* verb = findVerb(step.word);
   StepResult result = verb ? verb->run(context) : unavailable(context);
-  // Commands that a command posted belong to its step.
-  while (app.loop.hasPosted() && !app.loop.hasQuit()) app.loop.turn();
+  // What a command posted belongs to its step, and so does a timer that is due.
+  while ((app.loop.hasPosted() || app.loop.untilNextTimerMs(1) == 0) && !app.loop.hasQuit()) app.loop.turn();
   if (result.ok && !script.problem().empty()) result = StepResult::failure(script.problem());
   if (result.ok && script.hadError()) result = StepResult::failure(script.shown());
   if (const auto unused = script.unused(); result.ok && !unused.empty())

@@ -30,6 +30,9 @@ class QtHost final : public Windows {
   bool createMainFrame(const std::string& title) override;
   void showMainFrame() override;
   void closeMainFrame() override;
+  std::unique_ptr<ProgressWindow> openProgress(const std::string& title) override {
+    return makeProgressWindow(title);
+  }
   void tile() override;
   void cascade() override;
   void refreshBars() override;

@@ -28,6 +28,19 @@ QWidget* dialogParent() {
   return nullptr;
 }
 
+// --- how far a long work is
+
+namespace {
+constexpr int kSteps = 1000;
+constexpr double kBetweenSeconds = 0.05;
+
+std::string shareText(int64_t done, int64_t total, double seconds) {
+  const double left = done > 0 ? seconds / static_cast<double>(done) * static_cast<double>(total - done) : 0;
+  return format("%lld of %lld, %.0f s left", static_cast<long long>(done), static_cast<long long>(total),
+                std::ceil(left));
+}
+}  // namespace
+
 // --- wait cursor
 
 int QtWaitCursor::depth = 0;
@@ -45,8 +58,7 @@ void QtWaitCursor::end() {
 }
 
 bool QtWaitCursor::progress(const std::string& what, int64_t done, int64_t total) {
-  constexpr double kShortSeconds = 0.6, kBetweenSeconds = 0.05;
-  constexpr int kSteps = 1000;
+  constexpr double kShortSeconds = 0.6;
   const double now = steadySeconds();
   if (depth == 0 || process.quietMode || total < 1 || now - startedAt < kShortSeconds) return true;
   if (!dialog) {
@@ -61,14 +73,44 @@ bool QtWaitCursor::progress(const std::string& what, int64_t done, int64_t total
   }
   if (now - shownAt < kBetweenSeconds && done < total) return !dialog->wasCanceled();
   shownAt = now;
-  const double left =
-      done > 0 ? (now - startedAt) / static_cast<double>(done) * static_cast<double>(total - done) : 0;
-  dialog->setLabelText(
-      toQt(format("%s\n%lld of %lld, %.0f s left", what.c_str(), static_cast<long long>(done),
-                  static_cast<long long>(total), std::ceil(left))));
+  dialog->setLabelText(toQt(what + "\n" + shareText(done, total, now - startedAt)));
   dialog->setValue(static_cast<int>(done * kSteps / total));  // lets the events of this dialog in
   return !dialog->wasCanceled();
 }
+
+// --- progress windows
+
+namespace {
+class QtProgressWindow final : public ProgressWindow {
+ public:
+  explicit QtProgressWindow(const std::string& title)
+      : dialog(QString(), "Cancel", 0, kSteps, dialogParent()) {
+    dialog.setWindowTitle(toQt(title));
+    dialog.setAutoClose(false);
+    dialog.setAutoReset(false);
+    dialog.setMinimumWidth(420);
+    dialog.show();
+  }
+  bool show(const std::string& words, int64_t done, int64_t total) override {
+    const double now = steadySeconds();
+    if (now - shownAt < kBetweenSeconds) return !dialog.wasCanceled();
+    shownAt = now;
+    dialog.setLabelText(toQt(words + "\n" + shareText(done, total, now - startedAt)));
+    if (total > 0) dialog.setValue(static_cast<int>(done * kSteps / total));
+    return !dialog.wasCanceled();
+  }
+
+ private:
+  QProgressDialog dialog;
+  double startedAt = steadySeconds(), shownAt = 0;
+};
+}  // namespace
+
+std::unique_ptr<ProgressWindow> makeProgressWindow(const std::string& title) {
+  return std::make_unique<QtProgressWindow>(title);
+}
+
+// --- waiting behind dialogs
 
 QtWaitCursor::Pause::Pause() {
   if (depth > 0) QGuiApplication::setOverrideCursor(Qt::ArrowCursor);

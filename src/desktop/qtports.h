@@ -39,6 +39,9 @@ class QtWaitCursor final : public WaitCursor {
   double startedAt = 0, shownAt = 0;
 };
 
+// Beside the windows, which stay in use.
+std::unique_ptr<ProgressWindow> makeProgressWindow(const std::string& title);
+
 class QtMessages final : public Messages {
  public:
   Answer show(const std::string& text, Buttons buttons, Icon icon) override;

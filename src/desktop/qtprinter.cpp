@@ -17,9 +17,9 @@ namespace tarnvisor {
 
 namespace {
 
-class Job final : public PrintJob {
+class PageJob final : public PrintJob {
  public:
-  Job(QPrinter& target, QPainter& borrowed) : printer(target), page(borrowed, true) {}
+  PageJob(QPrinter& target, QPainter& borrowed) : printer(target), page(borrowed, true) {}
 
   Size pageSize() const override {
     const QRect area = printer.pageLayout().paintRectPixels(printer.resolution());
@@ -58,7 +58,7 @@ bool QtPrinter::drawOn(QPrinter& printer, const Draw& draw) {
     host().messages.show(kNoSupport, Buttons::Ok, Icon::Error);
     return false;
   }
-  Job job(printer, painter);
+  PageJob job(printer, painter);
   {
     const WaitScope wait;
     draw(job);

@@ -12,6 +12,7 @@
 
 #include "desktop/paintercanvas.h"
 #include "desktop/timelinebar.h"
+#include "framework/document.h"
 
 namespace tarnvisor {
 
@@ -186,7 +187,7 @@ void ViewWidget::scrollContentsBy(int, int) {
 // --- mouse and keys
 
 void ViewWidget::mousePressEvent(QMouseEvent* event) {
-  if (viewShown) viewShown->mouseDown(record(*event, buttonOf(event->button())));
+  if (takesInput()) viewShown->mouseDown(record(*event, buttonOf(event->button())));
   touched();
 }
 
@@ -196,12 +197,12 @@ void ViewWidget::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ViewWidget::mouseDoubleClickEvent(QMouseEvent* event) {
-  if (viewShown) viewShown->mouseDouble(record(*event, buttonOf(event->button())));
+  if (takesInput()) viewShown->mouseDouble(record(*event, buttonOf(event->button())));
   touched();
 }
 
 void ViewWidget::mouseMoveEvent(QMouseEvent* event) {
-  if (viewShown) viewShown->mouseMove(record(*event, heldButton(event->buttons())));
+  if (takesInput()) viewShown->mouseMove(record(*event, heldButton(event->buttons())));
   touched();
 }
 
@@ -222,7 +223,11 @@ void ViewWidget::wheelEvent(QWheelEvent* event) {
 void ViewWidget::keyPressEvent(QKeyEvent* event) {
   const KeyEvent pressed{keyOf(event->key()), event->modifiers().testFlag(Qt::ShiftModifier),
                          event->modifiers().testFlag(Qt::ControlModifier)};
-  if (!viewShown || !viewShown->keyDown(pressed)) event->ignore();
+  if (viewShown && viewShown->isBusy()) {
+    if (pressed.key == Key::Escape) viewShown->document().stopWork();
+  } else if (!viewShown || !viewShown->keyDown(pressed)) {
+    event->ignore();
+  }
   touched();
 }
 

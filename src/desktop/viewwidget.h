@@ -67,6 +67,7 @@ class ViewWidget final : public QAbstractScrollArea {
   void addTimeline();
   void placeTimeline();
   void tellSize();
+  bool takesInput() const { return viewShown && !viewShown->isBusy(); }
   CView* viewShown;
   TimelineBar* timeline = nullptr;  // under the view of a sequence; null for other views
   bool timelineComes = false;

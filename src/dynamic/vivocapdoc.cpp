@@ -38,8 +38,9 @@ void CVivoCapDoc::refreshImage() {
   if (shown->paletteIndex != colourset) shown->setPalette(colourset);
 }
 
+// Not while a job walks along the movie.
 void CVivoCapDoc::showImage(int32_t index) {
-  if (!hasMovie()) return;
+  if (!hasMovie() || isBusy()) return;
   movie->frameAt(index);
   refreshImage();
   updateAllViews();

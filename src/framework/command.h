@@ -33,7 +33,7 @@ struct CommandRow {
   const void* typed = nullptr;  // the row in its class's own table
 
   void execute(CommandTarget& target) const { run(*this, target); }
-  bool enabled(const CommandTarget& target) const { return test(*this, target, false); }
+  bool enabled(const CommandTarget& target) const;
   bool ticked(const CommandTarget& target) const { return test(*this, target, true); }
 };
 
@@ -58,7 +58,13 @@ class CommandTarget {
   virtual ~CommandTarget() = default;
   // Null for a target without commands.
   virtual const CommandTableBase* commands() const { return nullptr; }
+  // A long work is under way on it: its commands are off.
+  virtual bool isBusy() const { return false; }
 };
+
+inline bool CommandRow::enabled(const CommandTarget& target) const {
+  return !target.isBusy() && test(*this, target, false);
+}
 
 // The rows of class T: all there is to say of each command.
 template <class T>

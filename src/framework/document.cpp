@@ -44,6 +44,31 @@ bool CDocument::onNewDocument() {
   return true;
 }
 
+void CDocument::start(std::unique_ptr<Job> job) {
+  if (atWork) return;
+  atWork = std::make_unique<JobAtWork>(*this, std::move(job));
+  if (documentType && documentType->drivesJobs()) return;
+  atWork->toEnd();
+  finishWork();
+}
+
+void CDocument::stopWork() {
+  if (!atWork) return;
+  atWork->stop();
+  finishWork();
+}
+
+bool CDocument::goOnWorking() {
+  if (atWork && atWork->slice()) return true;
+  if (atWork) finishWork();
+  return false;
+}
+
+void CDocument::finishWork() {
+  const std::unique_ptr<JobAtWork> done = std::move(atWork);
+  done->finish();
+}
+
 void CDocument::report(const std::string& words) { host().messages.show(words, Buttons::Ok, Icon::Error); }
 
 bool CDocument::loadFrom(const std::string& path) {

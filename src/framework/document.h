@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "framework/command.h"
+#include "framework/job.h"
 #include "framework/scripttarget.h"
 #include "framework/view.h"
 
@@ -76,6 +77,14 @@ class CDocument : public CommandTarget, public ScriptTarget {
   const std::vector<std::unique_ptr<CView>>& views() const { return viewList; }
   void updateAllViews(CView::Change what = CView::Change::All);
 
+  // Begins a long work on the document; one that is at work already is left alone, and the new one dropped.
+  void start(std::unique_ptr<Job> job);
+  bool isBusy() const override { return atWork != nullptr; }
+  // As by Cancel; the job has ended when it returns.
+  void stopWork();
+  // Drives the job for a moment; false when there is none left.
+  bool goOnWorking();
+
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
   void saveCommand() { save(); }
@@ -93,6 +102,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
  private:
   friend class DocumentType;
   [[nodiscard]] bool mayGoOver(const std::string& path);
+  void finishWork();
+  std::unique_ptr<JobAtWork> atWork;
   std::string windowTitle;
   std::string filePath;
   std::string stamp;    // of the file, as it was read or written last

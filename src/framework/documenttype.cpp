@@ -28,6 +28,8 @@ bool DocumentType::matches(const std::string& path) const {
   return !filterExtension().empty() && equalIgnoringCase("." + extensionOf(path), filterExtension());
 }
 
+bool DocumentType::drivesJobs() const { return manager && manager->drivesJobs && manager->drivesJobs(); }
+
 std::unique_ptr<CDocument> DocumentType::make() {
   if (!canOpen()) {
     host().messages.show(format("%s documents can't be opened in this version.", documentName().c_str()),
@@ -146,7 +148,16 @@ Outcome DocumentManager::mayOutputTo(const std::string& path) const {
               : Outcome::success();
 }
 
+bool DocumentManager::turnJobs() {
+  const std::vector<CDocument*> all = order;
+  // The end of a job may close documents.
+  return std::ranges::count_if(all, [this](CDocument* document) {
+           return std::ranges::count(order, document) > 0 && document->goOnWorking();
+         }) > 0;
+}
+
 bool DocumentManager::close(CDocument& document) {
+  document.stopWork();
   if (!document.saveModified()) return false;
   document.type()->discard(document);
   return true;

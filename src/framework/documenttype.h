@@ -90,6 +90,8 @@ class DocumentType {
   CDocument* findOpen(const std::string& path) const;
   // Destroys a document without asking.
   void discard(CDocument& document);
+  // Whether a message loop goes on with what its documents begin.
+  bool drivesJobs() const;
 
  private:
   friend class DocumentManager;
@@ -133,6 +135,10 @@ class DocumentManager {
   // Destroys all without asking, while what they work with still stands.
   void discardAll();
 
+  // Goes on with the jobs of the documents; true while there are some.
+  bool turnJobs();
+  // Whether somebody calls turnJobs() until it returns false; null: nobody.
+  std::function<bool()> drivesJobs;
   // Told of each document opened, activated or closed (windows).
   std::function<void()> onChange;
 

@@ -1,5 +1,7 @@
 #include "framework/view.h"
 
+#include "framework/document.h"
+
 namespace tarnvisor {
 
 namespace {
@@ -10,6 +12,8 @@ ViewSite& CView::site() const {
   static ViewSite nowhere;
   return windowSite ? *windowSite : nowhere;
 }
+
+bool CView::isBusy() const { return shownDocument.isBusy(); }
 
 void CView::attach(ViewSite* newSite) { windowSite = newSite; }
 

@@ -87,6 +87,9 @@ class CView : public CommandTarget, public ScriptTarget {
  public:
   explicit CView(CDocument& shown) : shownDocument(shown) {}
   CDocument& document() const { return shownDocument; }
+  // As long as its document is: its window passes no mouse and no keys on, but for Escape, which ends the
+  // work.
+  bool isBusy() const override;
 
   // --- told by the document and the window: what changed, so that a view keeps what it has made of the rest
   enum class Change { All, Pixels, Marks, Selection };

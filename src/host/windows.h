@@ -2,15 +2,27 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "base/geometry.h"
 
 namespace tarnvisor {
 
+// How far a long work is, in a window that others may be used beside.
+class ProgressWindow {
+ public:
+  virtual ~ProgressWindow() = default;
+  // False once the user wants it to stop.
+  virtual bool show(const std::string& /*words*/, int64_t /*done*/, int64_t /*total*/) { return true; }
+};
+
 class Windows {
  public:
   virtual ~Windows() = default;
+  virtual std::unique_ptr<ProgressWindow> openProgress(const std::string& /*title*/) {
+    return std::make_unique<ProgressWindow>();
+  }
   // Makes the main frame; false when it can't be made.
   virtual bool createMainFrame(const std::string& title) = 0;
   virtual void showMainFrame() = 0;

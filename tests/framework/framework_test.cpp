@@ -271,5 +271,69 @@ TEST(MessageLoop, TimersRepeatUntilKilledAndQuitEndsTheRun) {
   EXPECT_FALSE(loop.hasTimer(7));
 }
 
+// Counts to a number, a step each.
+struct Counting : Job {
+  Counting(int toCount, std::vector<std::string>& told) : last(toCount), events(told) {}
+  std::string title() const override { return "Counting"; }
+  Progress progress() const override { return {"at " + std::to_string(at), at, last}; }
+  bool step() override {
+    if (at == failsAt) throw ArchiveException("the disc is gone");
+    return ++at < last;
+  }
+  void end(bool cancelled) override {
+    events.push_back((cancelled ? "stopped at " : "done at ") + std::to_string(at));
+  }
+  int at = 0, last, failsAt = -1;
+  std::vector<std::string>& events;
+};
+
+class Jobs : public testing::Test {
+ protected:
+  Jobs() { text.words = "a"; }
+  TestHost host;
+  DocumentManager documents;
+  Text& text =
+      static_cast<Text&>(*documents.registerType(std::make_unique<DocumentType>(kTexts))->newDocument());
+  std::vector<std::string> told;
+};
+
+TEST_F(Jobs, RunToTheirEndWhereNobodyDrivesThem) {
+  text.start(std::make_unique<Counting>(5, told));
+  EXPECT_EQ(told, std::vector<std::string>{"done at 5"});
+  host.stopAt = 3;
+  text.start(std::make_unique<Counting>(5, told));
+  EXPECT_EQ(told.back(), "stopped at 3");
+}
+
+TEST_F(Jobs, KeepTheDocumentsCommandsOffUntilTheyEnd) {
+  documents.drivesJobs = [] { return true; };
+  text.start(std::make_unique<Counting>(1 << 30, told));
+  text.start(std::make_unique<Counting>(5, told));
+  CommandTarget* const chain[] = {&text};
+  EXPECT_TRUE(documents.turnJobs());
+  EXPECT_EQ(routeCommand(chain, 40001), CommandResult::Disabled);
+  text.stopWork();
+  EXPECT_EQ(routeCommand(chain, 40001), CommandResult::Done);
+  EXPECT_EQ(told.size(), 1U) << "the second was not begun";
+  text.start(std::make_unique<Counting>(5, told));
+  EXPECT_FALSE(documents.turnJobs());
+  EXPECT_EQ(told.back(), "done at 5");
+}
+
+TEST_F(Jobs, EndBeforeTheirDocumentCloses) {
+  documents.drivesJobs = [] { return true; };
+  text.start(std::make_unique<Counting>(5, told));
+  EXPECT_TRUE(documents.close(text));
+  EXPECT_EQ(told, std::vector<std::string>{"stopped at 0"});
+}
+
+TEST_F(Jobs, ThatFailAreToldAndStopped) {
+  auto job = std::make_unique<Counting>(5, told);
+  job->failsAt = 2;
+  text.start(std::move(job));
+  EXPECT_EQ(told, std::vector<std::string>{"stopped at 2"});
+  EXPECT_EQ(host.messages.back(), text.title() + ": the disc is gone");
+}
+
 }  // namespace
 }  // namespace tarnvisor
