@@ -6,6 +6,7 @@
 #include <limits>
 #include <new>
 #include <numeric>
+#include <utility>
 
 #include "base/numbers.h"
 #include "base/parallel.h"
@@ -239,29 +240,59 @@ void showSpeed(const FlowMaps& maps, double threshold, double gain, CZZimage& im
   }
 }
 
+namespace {
+
+// What a row of a map adds to the figures.
+struct Share {
+  double sum = 0;
+  int64_t above = 0, numbers = 0;
+
+  void add(double value, double limit) {
+    const bool isNumber = !std::isnan(value);
+    sum += isNumber ? value : 0.0;
+    above += value > limit;
+    numbers += isNumber;
+  }
+  void add(const Share& row) {
+    sum += row.sum;
+    above += row.above;
+    numbers += row.numbers;
+  }
+  double mean(double places) const { return of(sum, places); }
+  double percent(double places) const { return of(100.0 * static_cast<double>(above), places); }
+
+ private:
+  double of(double part, double places) const {
+    return numbers > 0 ? part / places : std::numeric_limits<double>::quiet_NaN();
+  }
+};
+
+}  // namespace
+
 FlowFigures flowFigures(const FlowMaps& maps, const std::vector<double>& fcf, double threshold,
                         const Rect& region) {
   const Rect area = region.intersected(maps.whole());
-  const double places = area.isEmpty() ? 0.0 : static_cast<double>(area.width()) * area.height();
-  const auto shareOf = [&](const std::vector<double>& map, auto part) {
-    double sum = 0;
-    int64_t numbers = 0;
-    for (int32_t y = area.top; y < area.bottom && !map.empty(); ++y)
-      for (int32_t x = area.left; x < area.right; ++x) {
-        const double value =
-            map[static_cast<size_t>(y) * static_cast<size_t>(maps.width) + static_cast<size_t>(x)];
-        if (std::isnan(value)) continue;
-        sum += part(value);
-        ++numbers;
+  const std::array<std::pair<const std::vector<double>*, double>, 4> limited{
+      {{&fcf, 0.0}, {&maps.flux, 0.0}, {&maps.conc, 0.0}, {&maps.mask, threshold}}};
+  using Shares = std::array<Share, 4>;
+  std::vector<Shares> rows(area.isEmpty() ? 0 : static_cast<size_t>(area.height()));
+  parallelFor(static_cast<int64_t>(rows.size()), kLeastRows, [&](int64_t begin, int64_t end) {
+    for (int64_t row = begin; row < end; ++row)
+      for (size_t k = 0; k < limited.size(); ++k) {
+        const auto& [map, limit] = limited[k];
+        if (map->empty()) continue;
+        const double* first =
+            map->data() + static_cast<size_t>(area.top + row) * static_cast<size_t>(maps.width);
+        for (int32_t x = area.left; x < area.right; ++x)
+          rows[static_cast<size_t>(row)][k].add(first[x], limit);
       }
-    return numbers > 0 ? sum / places : std::numeric_limits<double>::quiet_NaN();
-  };
-  const auto mean = [&](const std::vector<double>& map) { return shareOf(map, [](double v) { return v; }); };
-  const auto percentAbove = [&](const std::vector<double>& map, double limit) {
-    return shareOf(map, [limit](double v) { return v > limit ? 100.0 : 0.0; });
-  };
-  return {mean(fcf),       percentAbove(fcf, 0), mean(maps.flux),
-          mean(maps.conc), mean(maps.mask),      percentAbove(maps.mask, threshold)};
+  });
+  Shares all;
+  for (const Shares& row : rows)
+    for (size_t k = 0; k < all.size(); ++k) all[k].add(row[k]);
+  const double places = static_cast<double>(rows.size()) * (rows.empty() ? 0 : area.width());
+  return {all[0].mean(places), all[0].percent(places), all[1].mean(places),
+          all[2].mean(places), all[3].mean(places),    all[3].percent(places)};
 }
 
 // --- by spectra

@@ -113,10 +113,8 @@ ZBasicDoc* CVivoCapDoc::averageSelection() {
     return nullptr;
   }
   const CZZMovie::Range range = selection();
-  ZBasicDoc* made = duplicate("");
+  ZBasicDoc* made = openImage(std::move(mean), format("Av%1i-%1i", range.first, range.last));
   if (!made) return nullptr;
-  made->takeImage(std::move(mean));
-  made->setTitle(stemOfTitle() + format("Av%1i-%1i", range.first, range.last));
   if (process.batchMode) {
     made->keepwhole = 1;  // nobody is there to be asked
     const std::string path = folderOf(pathName().empty() ? moviePath : pathName()) + made->title() + ".tv1";

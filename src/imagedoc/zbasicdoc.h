@@ -151,6 +151,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // The density goes when its marks, the scale or the region are no longer those that it was counted from.
   // Called where a result is stored, printed or told, and after each command that Undo takes back.
   void dropStaleResult();
+  // False where the image only shows what the document stores as something else: no command changes it then.
+  virtual bool holdsPixels() const { return true; }
   void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
@@ -323,7 +325,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void adjust();
   void subtractImage();
   void bin();
-  bool canBin() const { return hasImage() && undoimage && theImage()->width > 1 && theImage()->height > 1; }
+  bool canBin() const {
+    return canChangePixels() && undoimage && theImage()->width > 1 && theImage()->height > 1;
+  }
   void binMarks();
   void threshold();
 
@@ -351,9 +355,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // zbasicdoc_voronoi.cpp
   void calculateVoronoiRegions();
   bool canCalculateVoronoi() const { return hasImage() && currentDims().size() >= 4; }
-  bool isGreyImage() const { return hasImage() && theImage()->colourset == kGrey; }
+  bool isGreyImage() const { return canFilter() && theImage()->colourset == kGrey; }
+  bool canChangePixels() const { return hasImage() && holdsPixels(); }
   // The filters work on one byte a pixel.
-  bool canFilter() const { return hasImage() && theImage()->colourset != kColour; }
+  bool canFilter() const { return canChangePixels() && theImage()->colourset != kColour; }
 
   bool ownsImageFile = false;  // the image file was written by, or named in, this document's own file
   std::unique_ptr<UndoState> undoState;
