@@ -24,7 +24,6 @@ const CommandTableBase& fcfdoc::commandTable() {
            &D::hasMaps,
            {.tip = "Recalculate FCF and FCD",
             .status = "Sets threshold and gain, and computes FCF and FCD anew.",
-            .keys = "Ctrl+R",
             .icon = "flow"}},
           {cmd::ViewFcf,
            "FCF",

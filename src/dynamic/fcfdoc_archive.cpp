@@ -50,6 +50,8 @@ void fcfdoc::deleteContents() {
   maps = {};
   fcf.clear();
   counted.known = false;
+  useConc = 0;
+  viewShown = kFcf;
 }
 
 std::vector<std::string> fcfdoc::filesInUse() const {

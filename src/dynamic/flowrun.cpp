@@ -48,13 +48,13 @@ void takeBelongings(ZBasicDoc& made, const ZBasicDoc& of) {
 
 // --- a range
 
-Outcome FlowRange::mayMeasure(CZZMovie& movie, const CZZMovie::Range& range) {
+Outcome FlowRange::mayMeasure(CZZMovie& movie, const CZZMovie::Range& selection, int32_t imagesAtOnce) {
   if (movie.image().colourset != kGrey) return Outcome::failure(text::kGreyOnly);
-  if (range.size() < 2) return Outcome::failure("Two images at least must be selected.");
-  if (range.size() > FlowStatistics::kMostImages)
+  if (selection.size() < 2) return Outcome::failure("Two images at least must be selected.");
+  if (std::min(selection.size(), imagesAtOnce) > FlowStatistics::kMostImages)
     return Outcome::failure(
         format("No more than %i images can be measured at once.", FlowStatistics::kMostImages));
-  const CZZMovie::Extents extents = movie.frameExtents(range.first, range.last);
+  const CZZMovie::Extents extents = movie.frameExtents(selection.first, selection.last);
   if (extents.width < 1 || extents.width > kMostPlaces / extents.height)
     return Outcome::failure("The images lie too far apart for one frame.");
   return Outcome::success();
@@ -115,7 +115,7 @@ FlowRun::~FlowRun() {
 }
 
 bool FlowRun::prepare() {
-  if (const Outcome may = FlowRange::mayMeasure(*video.movie, {first, last}); !may) {
+  if (const Outcome may = FlowRange::mayMeasure(*video.movie, {first, last}, frames); !may) {
     video.report(may.why());
     return false;
   }
@@ -128,8 +128,8 @@ bool FlowRun::prepare() {
     pictures = std::make_unique<CZZMovie>();
     const CZZimage& form = *video.theImage();
     // A recording's rows are whole words.
-    if (!pictures->record((last - first + frames - 1) / frames, name, 0, 0, (form.width + 3) / 4 * 4,
-                          form.frameHeight(), false)) {
+    if (!pictures->record(static_cast<int32_t>((int64_t{last} - first + frames - 1) / frames), name, 0, 0,
+                          (form.width + 3) / 4 * 4, form.frameHeight(), false)) {
       video.report(name + " can't be recorded: " + pictures->failure());
       return false;
     }
@@ -142,6 +142,7 @@ bool FlowRun::prepare() {
                    text::kLineEnd);
   if (!isCorrected(*video.movie, {first, last}))
     map->appendNotes(std::string(text::kNotCorrected) + text::kLineEnd);
+  if (video.theImage()->isField()) map->appendNotes(std::string(text::kOfFields) + text::kLineEnd);
   return true;
 }
 
@@ -153,13 +154,13 @@ bool FlowRun::isMapOpen() const {
 
 Job::Progress FlowRun::progress() const {
   return {format("processing images %i to %i", position, chunkEnd),
-          (range ? range->position() : position) - first, last - first};
+          (measuring ? range.position() : position) - first, last - first};
 }
 
 bool FlowRun::step() {
   if (!isMapOpen()) return false;
-  if (!range) return beginChunk();
-  if (range->step()) return true;
+  if (!measuring) return beginChunk();
+  if (range.step()) return true;
   return finishChunk() && position < last;
 }
 
@@ -169,16 +170,16 @@ bool FlowRun::beginChunk() {
     map->appendNotes(format("image %i is left out: a range needs two%s", position, text::kLineEnd));
     return false;
   }
-  range = std::make_unique<FlowRange>();
-  if (!range->begin(*video.movie, {position, chunkEnd})) throw std::bad_alloc();
+  if (!range.begin(*video.movie, {position, chunkEnd})) throw std::bad_alloc();
+  measuring = true;
   return true;
 }
 
 bool FlowRun::finishChunk() {
   FlowMaps maps;
-  if (!range->finish(maps) || !map->takeMaps(std::move(maps), range->origin(), range->shared()))
+  if (!range.finish(maps) || !map->takeMaps(std::move(maps), range.origin(), range.shared()))
     throw std::bad_alloc();
-  range.reset();
+  measuring = false;
   map->writeFcdRow();
   addToMovie();
   position = chunkEnd;
@@ -219,10 +220,9 @@ void FlowRun::finishMovie() {
 }
 
 void FlowRun::end(bool) {
-  range.reset();
+  if (chunks > 0 && pictures) finishMovie();
   if (!isMapOpen()) return;
   if (chunks == 0) return process.fcfTemplate->discard(*map);
-  if (pictures) finishMovie();
   map->setModified();
   map->updateAllViews();
   theApp().documents.activate(*map);
@@ -234,7 +234,7 @@ SpeedRun::SpeedRun(CVivoCapDoc& measured, double least, double factor)
     : video(measured), images(measured.selection()), threshold(least), gain(factor) {}
 
 bool SpeedRun::prepare() {
-  Outcome may = FlowRange::mayMeasure(*video.movie, images);
+  Outcome may = FlowRange::mayMeasure(*video.movie, images, images.size());
   if (may && !range.begin(*video.movie, images)) may = Outcome::failure(text::kNoMemory);
   if (!may) video.report(may.why());
   return static_cast<bool>(may);

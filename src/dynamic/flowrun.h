@@ -18,8 +18,10 @@ class fcfdoc;
 // The statistics of a range of a movie's images, each of which is read once.
 class FlowRange {
  public:
-  // What is wrong with a movie or range in words, before anything is read.
-  [[nodiscard]] static Outcome mayMeasure(CZZMovie& movie, const CZZMovie::Range& range);
+  // What is wrong with a movie or a selection that is measured so many images at a time, in words, before
+  // anything is read.
+  [[nodiscard]] static Outcome mayMeasure(CZZMovie& movie, const CZZMovie::Range& selection,
+                                          int32_t imagesAtOnce);
   [[nodiscard]] bool begin(CZZMovie& walked, const CZZMovie::Range& images);
   // The next two images; false when all are in. An image that can't be read is an exception.
   [[nodiscard]] bool step();
@@ -68,8 +70,9 @@ class FlowRun : public Job {
   int32_t frames;  // of a chunk
   bool makesMovie;
   int32_t position, first, last, chunkEnd;
-  int32_t chunks = 0;                // that are done
-  std::unique_ptr<FlowRange> range;  // of the chunk at work
+  int32_t chunks = 0;  // that are done
+  FlowRange range;
+  bool measuring = false;  // a chunk is at work in it
   fcfdoc* map = nullptr;
   std::unique_ptr<CZZMovie> pictures;  // null without a movie
 };

@@ -34,6 +34,8 @@ inline constexpr const char* kGreyOnly =
     "Flow is measured on grey images. Make them grey by \"Convert to grey\" first.";
 inline constexpr const char* kNotCorrected =
     "The video was not corrected for movement: all offsets of its images are 0, and what moved counts as flow.";
+inline constexpr const char* kOfFields =
+    "The images are fields, which show the even and the odd rows in turn: edges count as flow.";
 inline constexpr const char* kMapsStay =
     "The picture shows a map that was measured. Duplicate it to process the picture.";
 inline constexpr const char* kMapsAway = "The maps can't be read from %s. Zeros are shown in their place.";

@@ -135,6 +135,7 @@ TEST_F(Flow, OfFieldsCountsRowsTwice) {
   EXPECT_EQ(map.maps.height, 8);
   EXPECT_EQ(map.roi, (Rect{0, 0, 16, 8}));
   EXPECT_EQ(map.fcf[0], map.fcf[16]);
+  EXPECT_THAT(map.notes, HasSubstr("The images are fields"));
 }
 
 TEST_F(Flow, AStepOfTheThresholdIsStoredAndAnswered) {
