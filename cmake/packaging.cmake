@@ -21,6 +21,8 @@ install(FILES ${TARNVISOR_TOLD}.xml DESTINATION share/mime/packages)
 install(FILES src/desktop/icons/tarnvisor.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES src/desktop/icons/document.svg DESTINATION share/icons/hicolor/scalable/mimetypes
         RENAME tarnvisor-document.svg)
+install(FILES src/desktop/icons/flow.svg DESTINATION share/icons/hicolor/scalable/mimetypes
+        RENAME tarnvisor-flow.svg)
 foreach(program IN ITEMS tarnvisor tarnvisor-batch)
   install(CODE "
     file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")

@@ -21,6 +21,7 @@
 #include "desktop/qthost.h"
 #include "desktop/qttext.h"
 #include "dynamic/commandids.h"
+#include "dynamic/fcfdoc.h"
 #include "dynamic/vivocapview.h"
 #include "frame/mainframe.h"
 #include "imagedoc/zbasicview.h"
@@ -110,6 +111,7 @@ class Photographer {
   // Of a line on the image, and of its region.
   void levelCharts(ZBasicDoc& image);
   void videos();
+  void flow();
   void charts();
   void chartDialogs(ZchartDoc& chart, ZchartView& view);
   void toolBox(ZchartDoc& chart, ZchartView& view);
@@ -267,7 +269,21 @@ void Photographer::videos() {
   runWithoutAsking(cmd::AverageSequence);
   window().tile();
   keep(window(), "video-average");
+  app.documents.activate(*video);
+  flow();
   discardAll();
+}
+
+// Of the video in front.
+void Photographer::flow() {
+  runWithoutAsking(cmd::CalculateFcf);
+  auto* map = dynamic_cast<fcfdoc*>(app.documents.active());
+  if (!map) return;
+  map->autoThreshold = map->autoGain = 1;
+  map->recomputeFcf();
+  keep(frameOf(*map), "flow");
+  keepMenus("flow-menu-");
+  keepDialog(cmd::RecalculateFcf, "recalculate-flow");
 }
 
 void Photographer::charts() {

@@ -21,12 +21,6 @@ const DocumentFace& linescanFace() {
   return face;
 }
 
-const DocumentFace& fcfFace() {
-  static const DocumentFace face{
-      .files = {{.ending = ".zzfcf", .openWords = "FCF (*.zzfcf)", .openPlace = 7}}};
-  return face;
-}
-
 DocumentRow unbuilt(DocumentRow::Gate gate, int32_t id, const char* resource, const char* document,
                     const char* view, DocumentType* ProcessState::*keptAs, bool registered = true,
                     const DocumentFace& (*faceOf)() = nullptr) {
@@ -63,9 +57,7 @@ std::span<const DocumentRow> documentTable() {
               &linescanFace),
       // Opened only through its kept reference: it never competes for a file with the row above.
       unbuilt(G::Dynamic, 10016, kLinescan, "ZlineScanDoc", "ZlineScanView", &P::linescanTemplate, false),
-      unbuilt(G::Dynamic, 10013,
-              "\nFCF\nFCF\nFCF images (*.zzfcf)\n.zzfcf\nTarnvisor.FCF\nTarnvisor FCF  Document", "fcfdoc",
-              "fcfview", &P::fcfTemplate, true, &fcfFace),
+      fcfKind(),
       aviKind(),
   };
   return rows;

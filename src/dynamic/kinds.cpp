@@ -1,6 +1,7 @@
 #include "dynamic/kinds.h"
 
 #include "dynamic/commandids.h"
+#include "dynamic/fcfview.h"
 #include "dynamic/vivocapview.h"
 #include "frame/menus.h"
 #include "imagedoc/imagemenus.h"
@@ -40,6 +41,28 @@ Menu sequenceMenu() {
             {cmd::MergeFields, cmd::SplitFields, K::Separator, cmd::SwitchFieldOrder, cmd::SwitchLines}}}};
 }
 
+Menu flowMenu() {
+  return {"F&low",
+          {cmd::CalculateFcf, cmd::SpeedByRms, cmd::RmsSequence, K::Separator, cmd::FluxConcSpeed,
+           cmd::FftPerPixel}};
+}
+
+Menu mapMenu() {
+  return {"F&low",
+          {cmd::ViewFcf, cmd::ViewFlux, cmd::ViewConc, cmd::ViewMask, K::Separator, cmd::UseConcThreshold,
+           cmd::UseMaskThreshold, cmd::FcfThresholdUp, cmd::FcfThresholdDown, K::Separator,
+           cmd::RecalculateFcf, cmd::AddFcdRow}};
+}
+
+std::vector<Menu> mapMenus() {
+  const MenuEntries ofFile{cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage,
+                           K::Separator,  cmd::Export,     cmd::ImportDimensions,
+                           K::Separator,  cmd::FilePrint,  cmd::FilePrintPreview};
+  return {fileMenu(ofFile),   imageEditMenu(), imageViewMenu(), mapMenu(),
+          processingMenu({}), measureMenu(),   analysisMenu(),  subjectMenu(),
+          acquisitionMenu(),  windowMenu(),    helpMenu()};
+}
+
 std::vector<Menu> videoMenus() {
   const MenuEntries ofFile{cmd::FileSave,
                            cmd::FileSaveAs,
@@ -65,6 +88,7 @@ std::vector<Menu> videoMenus() {
                           cmd::ColourPlanes}),
           measureMenu(),
           analysisMenu(),
+          flowMenu(),
           subjectMenu(),
           acquisitionMenu(),
           windowMenu(),
@@ -110,6 +134,22 @@ const DocumentFace& aviFace() {
   return face;
 }
 
+const DocumentFace& fcfFace() {
+  static const DocumentFace face{.tables = {&fcfview::commandTable(), &fcfdoc::commandTable()},
+                                 .menus = mapMenus(),
+                                 .popups = imagePopups(),
+                                 .toolBars = imageToolBars(),
+                                 .keysOnly = imageKeysOnly(),
+                                 .files = {{.ending = ".zzfcf",
+                                            .openWords = "FCF (*.zzfcf)",
+                                            .openPlace = 7,
+                                            .mimeType = "application/x-tarnvisor-fcf",
+                                            .mimeComment = "Tarnvisor capillary flow"}},
+                                 .icon = "flow",
+                                 .helpPage = "flow"};
+  return face;
+}
+
 }  // namespace
 
 DocumentRow videoKind() {
@@ -125,6 +165,14 @@ DocumentRow aviKind() {
           {10001, "\nAVI Video\n\nAVI videos (*.avi)\n.avi\n\n\n", "CVivoCapDoc", "CVivoCapView", kChildFrame,
            &makeDocument<CVivoCapDoc>, &makeView<CVivoCapDoc, CVivoCapView>, &isAviName, "AVI videos|*.avi",
            &aviFace}};
+}
+
+DocumentRow fcfKind() {
+  return {
+      DocumentRow::Gate::Dynamic,
+      {10013, "\nFCF\nFCF\nFCF images (*.zzfcf)\n.zzfcf\nTarnvisor.FCF\nTarnvisor FCF  Document", "fcfdoc",
+       "fcfview", kChildFrame, &makeDocument<fcfdoc>, &makeView<fcfdoc, fcfview>, nullptr, "", &fcfFace},
+      &ProcessState::fcfTemplate};
 }
 
 }  // namespace tarnvisor

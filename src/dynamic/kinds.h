@@ -7,5 +7,6 @@ namespace tarnvisor {
 
 DocumentRow videoKind();
 DocumentRow aviKind();
+DocumentRow fcfKind();
 
 }  // namespace tarnvisor

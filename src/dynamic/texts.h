@@ -26,6 +26,32 @@ inline constexpr const char* kFocusAreas =
 inline constexpr const char* kNoImageInCell = "No image lies within a cell: correct the movement first.";
 inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
 inline constexpr const char* kRegionOutside = "The region lies outside the images.";
+inline constexpr const char* kThresholdLabel =
+    "Threshold level.  Set a noise level to prevent high flow artifacts for background tissue.";
+inline constexpr const char* kGainLabel =
+    "Gain factor to improve image.  It does not change the data or FCF or FCD results.";
+inline constexpr const char* kFramesPerFcd = "number of frames per FCD (-1 to use whole video or selection)";
+inline constexpr const char* kFftPoints =
+    "Number of FFT points. Must be a Power of 4.  First n*2 images are used.";
+inline constexpr const char* kFftPointsOfPixel = "number of FFT points (must be a power of 4)";
+inline constexpr const char* kMovementLevel =
+    "Movement level threshold, to seperate background from vessels.";
+inline constexpr const char* kLowCutoff =
+    "Low frequency cutoff.  To remove slow movements.  In number of FFT bins. i.e. fps/(2n) ";
+inline constexpr const char* kHighCutoff =
+    "Hgh frequency cutoff.  To remove unwanted fast movements.  In number of FFT bins.";
+inline constexpr const char* kGreyOnly =
+    "Flow is measured on grey images. Make them grey by \"Convert to grey\" first.";
+inline constexpr const char* kNotCorrected =
+    "The video was not corrected for movement: all offsets of its images are 0, and what moved counts as flow.";
+inline constexpr const char* kOfFields =
+    "The images are fields, which show the even and the odd rows in turn: edges count as flow.";
+inline constexpr const char* kMapsStay =
+    "The picture shows a map that was measured. Duplicate it to process the picture.";
+inline constexpr const char* kMapsAway = "The maps can't be read from %s. Zeros are shown in their place.";
+inline constexpr const char* kMapsDontFit =
+    "%s holds %llu bytes, and maps of %i x %i take %llu. Zeros are shown in their place.";
+inline constexpr const char* kMapsUnwritten = "%s is saved without its maps: %s";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

@@ -75,6 +75,16 @@ class CVivoCapDoc : public ZBasicDoc {
   int32_t addPointToDimension(int32_t index, Point point) override;
   const std::vector<MovementRecord>& movementRecords() const { return amc.records; }  // of the last run
 
+  // --- flow (vivocapdoc_flow.cpp)
+  bool canMeasureFlow() const;
+  // FCF of the selection, in chunks of so many images; asks how many.
+  void calculateFcf();
+  // A new image document with these pixels, named by the document and a suffix; null when there can't be one.
+  ZBasicDoc* openImage(std::unique_ptr<CZZimage> pixels, const std::string& suffix);
+  // A movie that was just made becomes this new document's.
+  void adoptMovie(std::unique_ptr<CZZMovie> made, double framesPerSecond);
+  std::string stemOfTitle() const;
+
   // --- exchange (vivocapdoc_exchange.cpp)
   bool importMovie(const std::string& path, bool avi);  // avi: by the command for AVI files
   // The work folder, asked for when there is none; empty when the user gives none.
@@ -115,7 +125,6 @@ class CVivoCapDoc : public ZBasicDoc {
   void movieChanged();
   void updatePlayPeriod();
   void giveRate();
-  std::string stemOfTitle() const;
   CZZMovie& freshMovie();
 
   // vivocapdoc_open.cpp
@@ -226,6 +235,12 @@ class CVivoCapDoc : public ZBasicDoc {
   void relink(const std::string& file);
   void modifiedLaplacian();
   void min3x3();
+  // vivocapdoc_flow.cpp
+  void speedByRms();
+  void rmsSequence();
+  void fftPerPixel();
+  void fluxConcSpeed();
+  bool hasImagesForFft(int32_t points, int32_t from);
 
   MovieChoice movieChoice = MovieChoice::Usual;
   std::string leftOutside;  // the movie file that the user left where it is, away from the document

@@ -173,10 +173,8 @@ ZBasicDoc* CVivoCapDoc::imageOfSelection(const char* titleWords, const std::func
     return nullptr;
   }
   const CZZMovie::Range range = selection();
-  ZBasicDoc* made = duplicate("");
+  ZBasicDoc* made = openImage(std::move(pixels), format("%s%1i-%1i", titleWords, range.first, range.last));
   if (!made) return nullptr;
-  made->takeImage(std::move(pixels));
-  made->setTitle(stemOfTitle() + format("%s%1i-%1i", titleWords, range.first, range.last));
   if (process.batchMode) {
     made->keepwhole = 1;  // nobody is there to be asked
     const std::string path = folderOf(pathName().empty() ? moviePath : pathName()) + made->title() + ".tv1";

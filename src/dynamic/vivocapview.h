@@ -41,6 +41,8 @@ class CVivoCapView : public ZBasicView {
   bool playsOnce() const { return playing && !looping; }
   double tickSeconds() const;
   void restartClock(double nowSeconds);
+  bool canMeasureFlow() const { return doc.canMeasureFlow(); }
+  void calculateFcf() { doc.calculateFcf(); }
   void play();
   void loop();
   void playbackSkip();

@@ -154,6 +154,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void dropStaleResult();
   // The result, and below a density what it counts and is per.
   std::string resultLines() const;
+  // False where the image only shows what the document stores as something else: no command changes it then.
+  virtual bool holdsPixels() const { return true; }
   void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
@@ -329,7 +331,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void adjust();
   void subtractImage();
   void bin();
-  bool canBin() const { return hasImage() && undoimage && theImage()->width > 1 && theImage()->height > 1; }
+  bool canBin() const {
+    return canChangePixels() && undoimage && theImage()->width > 1 && theImage()->height > 1;
+  }
   void binMarks();
   void threshold();
 
@@ -360,9 +364,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // zbasicdoc_voronoi.cpp
   void calculateVoronoiRegions();
   bool canCalculateVoronoi() const { return hasImage() && currentDims().size() >= 4; }
-  bool isGreyImage() const { return hasImage() && theImage()->colourset == kGrey; }
+  bool isGreyImage() const { return canFilter() && theImage()->colourset == kGrey; }
+  bool canChangePixels() const { return hasImage() && holdsPixels(); }
   // The filters work on one byte a pixel.
-  bool canFilter() const { return hasImage() && theImage()->colourset != kColour; }
+  bool canFilter() const { return canChangePixels() && theImage()->colourset != kColour; }
 
   bool ownsImageFile = false;  // the image file was written by, or named in, this document's own file
   std::unique_ptr<UndoState> undoState;

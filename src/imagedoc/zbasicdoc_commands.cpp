@@ -348,7 +348,7 @@ const CommandTableBase& ZBasicDoc::commandTable() {
           {cmd::SubtractImage,
            "Su&btract image",
            &D::subtractImage,
-           &D::hasImage,
+           &D::canChangePixels,
            {.tip = "Subtract image", .status = "Subtracts another image from this one."}},
           {cmd::Bin,
            "&Bin",

@@ -136,6 +136,10 @@ void ZBasicDoc::afterImageLoaded() {
 }
 
 bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
+  if (!holdsPixels()) {
+    report(title() + " takes no picture: it shows what it was measured from.");
+    return false;
+  }
   const bool part = !rect.isEmpty();
   auto fresh = part ? nullptr : std::make_unique<CZZimage>();
   CZZimage* into = part ? theImage() : fresh.get();

@@ -185,6 +185,17 @@ TEST_F(Runner, VideosTellWhatTheyDoNotTakeAndWhatTheyLeave) {
   EXPECT_THAT(run("close\nopen " + folder.file("exam/a.dtv")).why, HasSubstr("Cannot find image file"));
 }
 
+TEST_F(Runner, FlowOfAVideoBecomesATableAndAPicture) {
+  writeMovieFile(folder.file("a.mve"), 6, {16, 8},
+                 [](CZZimage& image, int32_t k) { image.fill(static_cast<uint8_t>(100 + k % 3 * 20)); });
+  ASSERT_TRUE(run("open $a.mve\ncommand \"Calculate FCF\" 100\nexport $fcd.csv\ncommand \"CONC\"\n"
+                  "snapshot $conc.png\nsave $a.zzfcf")
+                  .ok);
+  EXPECT_THAT(*readWholeText(folder.file("fcd.csv")), HasSubstr("a-FCF"));
+  EXPECT_TRUE(fileExists(folder.file("conc.png")));
+  EXPECT_THAT(run("close\nopen $a.zzfcf\nprint status").text, HasSubstr("FCD 100.000 %"));
+}
+
 TEST_F(Runner, AProgramMayEndWhileAVideoPlays) {
   const std::string movie = writeMovieFile(folder.file("a.mve"), 3, {16, 8}, [](CZZimage&, int32_t) {});
   ASSERT_TRUE(run("open " + movie + "\ncommand \"play image sequence\"").ok);

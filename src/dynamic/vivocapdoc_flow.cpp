@@ -1,0 +1,172 @@
+// Commands that measure flow.
+#include <cstdlib>
+#include <new>
+
+#include "app/asked.h"
+#include "app/processstate.h"
+#include "base/text.h"
+#include "dynamic/texts.h"
+#include "dynamic/vivocapdoc.h"
+#include "flowrun.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "settings/settings.h"
+#include "vectors/fft.h"
+
+namespace tarnvisor {
+
+namespace {
+
+// The grey levels of so many images one after the other, rows without gaps. Empty without memory.
+std::vector<uint8_t> blockOf(CZZMovie& movie, int32_t first, int32_t count) {
+  const CZZimage& form = movie.image();
+  const size_t wide = static_cast<size_t>(form.width), pixels = wide * static_cast<size_t>(form.height);
+  std::vector<uint8_t> block;
+  try {
+    block.resize(pixels * static_cast<size_t>(count));
+  } catch (const std::bad_alloc&) {
+    return block;
+  }
+  CZZimage each;
+  uint8_t* to = block.data();
+  for (int32_t i = 0; i < count; ++i) {
+    movie.getImage(first + i, each);
+    for (int32_t y = 0; y < form.height; ++y, to += wide)
+      if (y < each.height && each.width == form.width) std::copy_n(each.row(y), wide, to);
+  }
+  return block;
+}
+
+void fillFrom(CZZimage& image, const uint8_t* pixels) {
+  for (int32_t y = 0; y < image.height; ++y, pixels += image.width)
+    std::copy_n(pixels, image.width, image.row(y));
+}
+
+}  // namespace
+
+ZBasicDoc* CVivoCapDoc::openImage(std::unique_ptr<CZZimage> pixels, const std::string& suffix) {
+  ZBasicDoc* made = duplicate("");
+  if (!made) return nullptr;
+  made->takeImage(std::move(pixels));
+  made->setTitle(stemOfTitle() + suffix);
+  made->updateAllViews();
+  return made;
+}
+
+void CVivoCapDoc::adoptMovie(std::unique_ptr<CZZMovie> made, double framesPerSecond) {
+  movie = std::move(made);
+  fps = framesPerSecond;
+  movieChanged();
+  updatePlayPeriod();
+  giveRate();
+  setModified();
+  updateAllViews();
+}
+
+bool CVivoCapDoc::canMeasureFlow() const { return hasMovie() && process.fcfTemplate; }
+
+void CVivoCapDoc::calculateFcf() {
+  if (!canMeasureFlow() || isBusy()) return;
+  std::string wanted = settings.getString("FCF", "frames", "16");
+  Form form("Functional Capillary Flow");
+  form.add(text::kFramesPerFcd, wanted);
+  if (!asked(form)) return;
+  settings.setString("FCF", "frames", wanted);
+  const auto frames = static_cast<int32_t>(std::strtol(wanted.c_str(), nullptr, 10));
+  if (frames == 0 || frames == 1) return report("A range needs two images at least; -1 takes all of them.");
+  auto run = std::make_unique<FlowRun>(*this, frames);
+  if (run->prepare()) start(std::move(run));
+}
+
+void CVivoCapDoc::speedByRms() {
+  double threshold = settings.getDouble("fcf", "threshold", 2.0),
+         gain = settings.getDouble("fcf", "gain", 5.0);
+  Form form("Speed by rms");
+  form.add("threshold", threshold, {0, 1e6, {}}).add("gain", gain, {1e-6, 1e9, {}});
+  if (!asked(form)) return;
+  settings.setDouble("fcf", "threshold", threshold);
+  settings.setDouble("fcf", "gain", gain);
+  auto run = std::make_unique<SpeedRun>(*this, threshold, gain);
+  if (run->prepare()) start(std::move(run));
+}
+
+void CVivoCapDoc::rmsSequence() {
+  if (theImage()->colourset != kGrey) return report(text::kGreyOnly);
+  const WaitScope wait;
+  const CZZMovie::Range range = selection();
+  auto deviation = std::make_unique<CZZimage>();
+  movie->forgetFailure();
+  if (movie->deviationInto(*deviation, range.first, range.last))
+    openImage(std::move(deviation), format("rms%1ito%1i", range.first, range.last));
+  else if (!movie->wasCancelled())
+    report(movie->failure().empty() ? text::kNoMemory : movie->failure());
+}
+
+// Whether spectra of twice so many images can be had from one on; the user is told why not.
+bool CVivoCapDoc::hasImagesForFft(int32_t points, int32_t from) {
+  std::string why;
+  if (theImage()->colourset != kGrey)
+    why = text::kGreyOnly;
+  else if (CFFT::exponentOf(points) < 0)
+    why = format("%i is no power of 4 from 4 to 4096.", points);
+  else if (imageCount() - from < 2 * points)
+    why = format("%i points need %i images from image %i on; there are %i.", points, 2 * points, from,
+                 imageCount() - from);
+  if (!why.empty()) report(why);
+  return why.empty();
+}
+
+void CVivoCapDoc::fftPerPixel() {
+  int32_t points = settings.getInt("FCF", "nfftpts", 16);
+  Form form("FFT per pixel sequence");
+  form.add(text::kFftPointsOfPixel, points);
+  if (!asked(form) || !hasImagesForFft(points, currentIndex())) return;
+  const WaitScope wait;
+  std::vector<uint8_t> block = blockOf(*movie, currentIndex(), 2 * points);
+  if (!tarnvisor::fftPerPixel(block, points)) return report(text::kNoMemory);
+  const size_t pixels = block.size() / (2 * static_cast<size_t>(points));
+  makeMovie(format("FFT of %i points per pixel from image %i", points, currentIndex()),
+            [&](CZZMovie& mine, const std::string& name) {
+              return mine.rewrite(name, mine.image(), mine.count, [&](int32_t k, CZZimage& made) {
+                mine.getImage(k, made);
+                if (k < 2 * points - 1) fillFrom(made, block.data() + pixels * static_cast<size_t>(k));
+                return true;
+              });
+            });
+}
+
+void CVivoCapDoc::fluxConcSpeed() {
+  SpectralFlow with;
+  with.n = settings.getInt("FCF", "nfftpts", 16);
+  with.threshold = settings.getDouble("FCF", "threshold", 0.1);
+  with.lowCutoff = settings.getInt("FCF", "LFcutoff", 1);
+  with.highCutoff = settings.getInt("FCF", "Hfcutoff", 16);
+  Form form("Functional Capillary Flow");
+  form.add(text::kFftPoints, with.n)
+      .add(text::kMovementLevel, with.threshold)
+      .add(text::kLowCutoff, with.lowCutoff)
+      .add(text::kHighCutoff, with.highCutoff);
+  if (!asked(form)) return;
+  settings.setInt("FCF", "nfftpts", with.n);
+  settings.setDouble("FCF", "threshold", with.threshold);
+  settings.setInt("FCF", "LFcutoff", with.lowCutoff);
+  settings.setInt("FCF", "Hfcutoff", with.highCutoff);
+  if (!hasImagesForFft(with.n, 0)) return;
+  const WaitScope wait;
+  const std::vector<uint8_t> block = blockOf(*movie, 0, 2 * with.n);
+  const size_t pixels = block.size() / (2 * static_cast<size_t>(with.n));
+  std::vector<uint8_t> flux(pixels), conc(pixels), speed(pixels);
+  if (block.empty() || !tarnvisor::fluxConcSpeed(block, with, flux.data(), conc.data(), speed.data()))
+    return report(text::kNoMemory);
+  const std::string name = "FCF_of_" + stemOfTitle();
+  const std::pair<const std::vector<uint8_t>*, const char*> images[] = {
+      {&flux, "-flux"}, {&conc, "-conc"}, {&speed, ""}};
+  for (const auto& [values, suffix] : images) {
+    auto picture = std::make_unique<CZZimage>();
+    movie->getImage(0, *picture);
+    fillFrom(*picture, values->data());
+    if (ZBasicDoc* made = openImage(std::move(picture), "")) made->setTitle(name + suffix);
+  }
+}
+
+}  // namespace tarnvisor
