@@ -119,8 +119,9 @@ TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   EXPECT_THAT(host.messages.back(), StartsWith("A range needs two images"));
   CZZMovie coloured;
   CZZimage form(16, 8, -1, 0, kColour);
-  ASSERT_TRUE(video.movie->rewrite(folder.file("c.mve"), form, 2,
-                                   [&](int32_t, CZZimage& made) { return made.copyImage(form); }));
+  ASSERT_TRUE(video.movie->rewrite(
+      folder.file("c.mve"),
+      rewritePlan(formLike(form), 2, [&](int32_t, CZZimage& made) { return made.copyImage(form); })));
   for (const char* command : {"Speed by rms", "rms of whole sequence"}) {
     if (command[0] == 'S') host.fill({});
     run(command);
