@@ -236,6 +236,17 @@ TEST_F(Movement, ComparesDrawnRegionsWithTheirOwnImages) {
   EXPECT_THAT(log(), StartsWith("\nRESIZEBASE,86,64,40,48\nADDTOBASE,0\n,1\n\nmethod,1\n"));
 }
 
+TEST_F(Movement, LaysImagesOverDrawnRegions) {
+  make({{skin}, {skin, 3.5, 2}});
+  params.newRgnOld = kFastRegions;
+  params.regions = {{40, 40, 80, 80}, {88, 40, 128, 80}, {40, 88, 80, 128}};
+  params.regionImages = {0, 0, 0};
+  params.subPixel = true;
+  run();
+  EXPECT_EQ(offset(1).y, 2);
+  EXPECT_NEAR(params.records[1].subPixel.x, 3.5, 0.05);  // the gaps in the base don't hold it
+}
+
 TEST_F(Movement, CountsFieldRowsTwice) {
   make({{skin}, {skin, 4, -3}});
   movie.adoptTable({{0, 1, 0, 0}, {1, 1, 0, 0}});
