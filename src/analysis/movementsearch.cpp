@@ -89,15 +89,19 @@ std::unique_ptr<CZZimage> fullErrorMap(const AMCparams& params, const CZZimage& 
 }
 
 SubPixel fractionOf(const CZZimage& image, AMCparams& params, Regions regions, Point shift) {
+  // Beside a drawn region the base shows nothing: what is smoothed with that is left out.
+  std::vector<Rect> inner;
   Rect part = regions.empty() ? Rect{} : regions.front();
-  for (const Rect& r : regions)
+  for (const Rect& r : regions) {
+    inner.push_back(r.inflatedBy(-kSmoothing / 2));
     part = {std::min(part.left, r.left), std::min(part.top, r.top), std::max(part.right, r.right),
             std::max(part.bottom, r.bottom)};
-  // The window of the filter, and how far the search goes.
+  }
+  // The search may go some pixels further.
   part = part.inflatedBy(3 * kSmoothing);
   if (!params.smoothBase && !smoothInto(params.smoothBase, *params.base, part)) return {};
   if (!smoothInto(params.smooth, image, part.offsetBy(-shift.x, -shift.y))) return {};
-  return subPixelShift(*params.smoothBase, *params.smooth, regions, shift);
+  return subPixelShift(*params.smoothBase, *params.smooth, inner, shift);
 }
 
 namespace {

@@ -236,6 +236,17 @@ TEST_F(Movement, ComparesDrawnRegionsWithTheirOwnImages) {
   EXPECT_THAT(log(), StartsWith("\nRESIZEBASE,86,64,40,48\nADDTOBASE,0\n,1\n\nmethod,1\n"));
 }
 
+TEST_F(Movement, LaysImagesOverDrawnRegions) {
+  make({{skin}, {skin, 3.5, 2}});
+  params.newRgnOld = kFastRegions;
+  params.regions = {{40, 40, 80, 80}, {88, 40, 128, 80}, {40, 88, 80, 128}};
+  params.regionImages = {0, 0, 0};
+  params.subPixel = true;
+  run();
+  EXPECT_EQ(offset(1).y, 2);
+  EXPECT_NEAR(params.records[1].subPixel.x, 3.5, 0.05);  // the gaps in the base don't hold it
+}
+
 TEST_F(Movement, CountsFieldRowsTwice) {
   make({{skin}, {skin, 4, -3}});
   movie.adoptTable({{0, 1, 0, 0}, {1, 1, 0, 0}});
@@ -271,6 +282,32 @@ TEST_F(Movement, IsKnownToAFractionOnRequest) {
   EXPECT_NEAR(params.records[1].subPixel.x, 2.5, 0.1);
   EXPECT_NEAR(params.records[1].subPixel.y, -1.5, 0.1);
   EXPECT_FALSE(params.records[2].subPixel.isKnown());
+}
+
+// A recording that doesn't come with the sources. Its middle alone shows too little to go by.
+TEST_F(Movement, OfARealNailfoldIsFound) {
+  const char* named = std::getenv("TARNVISOR_TEST_DATA");
+  const std::string data = withSeparator(named ? named : TEST_DATA_FOLDER) + "nailfold-still/";
+  std::ifstream truth(data + "jitter-truth.csv");
+  if (!copyFile(data + "jitter-640x480-30fps.avi", folder.file("j.avi"))) GTEST_SKIP() << data;
+  ASSERT_TRUE(movie.open(folder.file("j.avi")));
+  params.start = 0;
+  params.ref = 80;
+  params.subPixel = true;
+  run();
+  double squares = 0, x0 = 0, y0 = 0;
+  std::string line;
+  std::getline(truth, line);
+  for (const MovementRecord& r : params.records) {
+    double x = 0, y = 0;
+    ASSERT_TRUE(std::getline(truth, line));
+    std::sscanf(line.c_str(), "%*d,%lf,%lf", &x, &y);
+    if (r.index == 0) std::tie(x0, y0) = std::pair(x, y);
+    EXPECT_NEAR(r.offset.x, x - x0, 1.5) << r.index;
+    EXPECT_NEAR(r.offset.y, y - y0, 1.5) << r.index;
+    squares += std::pow(r.subPixel.x - x + x0, 2) + std::pow(r.subPixel.y - y + y0, 2);
+  }
+  EXPECT_LT(std::sqrt(squares / 240), 0.1);
 }
 
 // --- what can go wrong
