@@ -242,6 +242,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void fluxConcSpeed();
   bool hasImagesForFft(int32_t points, int32_t from);
 
+  std::string movementSummary;  // of the last run
   MovieChoice movieChoice = MovieChoice::Usual;
   std::string leftOutside;  // the movie file that the user left where it is, away from the document
 };

@@ -41,18 +41,36 @@ bool halveTimes(CZZimage& image, int32_t times) {
   return true;
 }
 
-// "3, 7 to 12": the images of a run that were not aligned.
-std::string failedImages(const std::vector<MovementRecord>& records) {
-  std::string words;
+using MovementTest = bool (*)(const MovementRecord&);
+bool hasFailed(const MovementRecord& each) { return !each.aligned; }
+bool isDoubtful(const MovementRecord& each) { return each.isDoubtful(); }
+
+// "2.5 % failed: 3, 7 to 12": the images of a run of which that holds; empty for none.
+std::string imagesThat(MovementTest holds, const char* words, const std::vector<MovementRecord>& records) {
+  std::string told;
+  int32_t count = 0;
   for (size_t i = 0; i < records.size(); ++i) {
-    if (records[i].aligned) continue;
+    if (!holds(records[i])) continue;
     size_t last = i;
-    while (last + 1 < records.size() && !records[last + 1].aligned) ++last;
-    words += format(words.empty() ? "%i" : ", %i", records[i].index);
-    if (last > i) words += format(" to %i", records[last].index);
+    while (last + 1 < records.size() && holds(records[last + 1])) ++last;
+    told += format(told.empty() ? "%i" : ", %i", records[i].index);
+    if (last > i) told += format(" to %i", records[last].index);
+    count += static_cast<int32_t>(last - i) + 1;
     i = last;
   }
-  return words;
+  if (count == 0) return "";
+  return format(", %.1f %% %s: ", 100.0 * count / static_cast<double>(records.size()), words) + told;
+}
+
+// Where most failed: how far the images are apart where they fit best.
+std::string adviceOn(const AMCparams& run) {
+  std::vector<double> rms;
+  for (const MovementRecord& each : run.records)
+    if (!each.aligned && std::isfinite(each.rms)) rms.push_back(each.rms);
+  if (run.newRgnOld == kOriginal || 2 * rms.size() < run.records.size()) return "";
+  const auto middle = rms.begin() + static_cast<std::ptrdiff_t>(rms.size() / 2);
+  std::nth_element(rms.begin(), middle, rms.end());
+  return format(text::kThresholdTooLow, *middle, run.threshold, std::ceil(1.5 * *middle));
 }
 
 }  // namespace
@@ -156,20 +174,21 @@ void CVivoCapDoc::finishMovement(bool cancelled) {
 // The notes say how good it was, and a failure is told at once.
 void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
   if (!amc.trouble.empty()) return report(title() + ": " + amc.trouble);
-  const auto failed = static_cast<int32_t>(
-      std::ranges::count_if(amc.records, [](const MovementRecord& each) { return !each.aligned; }));
+  const auto count = static_cast<int32_t>(amc.records.size());
+  const auto failed = static_cast<int32_t>(std::ranges::count_if(amc.records, hasFailed));
   std::string words = format("movement correction of images %i to %i", first, last);
   if (cancelled) words += " (stopped)";
-  words += format(": %i of %i aligned", static_cast<int32_t>(amc.records.size()) - failed,
-                  static_cast<int32_t>(amc.records.size()));
-  if (failed > 0)
-    words += format(", %.1f %% failed: %s", 100.0 * failed / static_cast<double>(amc.records.size()),
-                    failedImages(amc.records).c_str());
+  words += format(": %i of %i aligned", count - failed, count) +
+           imagesThat(&hasFailed, "failed", amc.records) + imagesThat(&isDoubtful, "doubtful", amc.records);
   appendNotes(words + text::kLineEnd);
-  if (amc.records.size() < 2)
+  movementSummary = words;
+  const bool tells = failed > 0 || std::ranges::any_of(amc.records, isDoubtful);
+  if (count < 2)
     host().messages.show(format(text::kNothingToAlign, first));
-  else if (failed > 0 && !isUnattended())
-    host().messages.show(words + ".");
+  else if (tells && !isUnattended())
+    host().messages.show(words + "." + adviceOn(amc));
+  else if (tells)
+    logPrintf("%s.%s\n", words.c_str(), adviceOn(amc).c_str());
 }
 
 // The composite that the regions were compared with, as a still beside the video.
@@ -408,7 +427,7 @@ void CVivoCapDoc::addQualityCurves(ZchartDoc& chart) {
   ZZTrace* fineX = addCurve(chart, "x to a fraction", "x", unitName(), rate, count);
   ZZTrace* fineY = addCurve(chart, "y to a fraction", "y", unitName(), rate, count);
   ZZTrace* error = addCurve(chart, "rms error", "rms", "grey levels", rate, count);
-  ZZTrace* failed = addCurve(chart, "failed", "failed", "1: failed", rate, count);
+  ZZTrace* failed = addCurve(chart, "failed", "failed", "1: failed, 0.5: doubtful", rate, count);
   if (!fineX || !fineY || !error || !failed) return;
   fineX->ygain = scale().x;
   fineY->ygain = scale().y;
@@ -419,7 +438,7 @@ void CVivoCapDoc::addQualityCurves(ZchartDoc& chart) {
     fineX->data->putval(at, shown(each.subPixel.x));
     fineY->data->putval(at, shown(each.subPixel.y));
     error->data->putval(at, shown(each.rms));
-    failed->data->putval(at, each.aligned ? 0.0 : 1.0);
+    failed->data->putval(at, hasFailed(each) ? 1.0 : isDoubtful(each) ? 0.5 : 0.0);
   }
 }
 

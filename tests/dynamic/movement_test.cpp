@@ -147,6 +147,15 @@ TEST_F(Movement, QualityIsAChartOfOffsetsErrorsAndFailures) {
   EXPECT_EQ(chart->findtrace("failed")->data->at(2), 0);
 }
 
+TEST_F(Movement, ImagesThatFailAreToldWithWhatWouldLetThemPass) {
+  CVivoCapDoc& doc = moving("a.mve", {{0, 0}, {500, 500}, {500, 0}});  // beyond the texture
+  settings.setInt("movement", "autothreshold", 0);
+  run("AMC without display");
+  EXPECT_THAT(doc.notes, HasSubstr("1 of 3 aligned, 66.7 % failed: 1 to 2\r\n"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("and the threshold was 15.0"));
+  EXPECT_THAT(doc.tell("status").text, HasSubstr("1 of 3 aligned"));
+}
+
 TEST_F(Movement, APanoramaIsTheAverageOfTheCorrectedImages) {
   moving("a.mve", course);
   run("create nailfold panoramic image");
