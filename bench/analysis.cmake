@@ -10,3 +10,6 @@ if(OpenCV_FOUND)
 endif()
 bench_program(bench_trace SOURCES trace.cpp DEPENDS analysis)
 bench_program(bench_flow SOURCES flow.cpp DEPENDS analysis)
+# Movement correction: how right it is, and how fast beside OpenCV.
+add_executable(bench_accuracy accuracy.cpp)
+target_link_libraries(bench_accuracy PRIVATE analysis synth)

@@ -90,5 +90,8 @@ std::array<Point, 2> capillaryCircle(double area, double cx, double cy);
 // "%7.3f, capillary density, %7.3f, area" of count per area and the area, which is told in square micrometres
 // (pixels when not calibrated) and shown in square millimetres. Empty for an area of 0.
 std::string densityText(int64_t count, double area);
+// What such a density is per, of an image that is measured in that unit: square millimetres only where the
+// unit is the micrometre.
+std::string densityUnit(const std::string& unit);
 
 }  // namespace tarnvisor

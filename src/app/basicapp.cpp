@@ -134,6 +134,9 @@ void CBasicApp::readSettings() { readApplicationSettings(expertMode, showDb, fgM
 void CBasicApp::rereadSettings() {
   rereadApplicationSettings(expertMode, fgMode);
   process.dustMaskEnabled = settings.getInt("settings", "dustmask", process.dustMaskEnabled);
+  readSettingsOfKinds();
+}
+void CBasicApp::readSettingsOfKinds() {
   for (const auto& type : documents.types())
     if (type->face().readSettings) type->face().readSettings();
 }
@@ -182,7 +185,10 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   else if ((options.askForDataFolder && !isSwitchLine(commandLine)) ||
            fileExists(settings.getString("Settings", "database", "")))
     openDatabase();
+  // Nothing is selected yet: what is recorded doesn't go to the exam of the run before.
+  if (!dataFolder.empty() && onDataFolderChanged) onDataFolderChanged();
   registerDocumentTypes(options);
+  readSettingsOfKinds();
   if (!host().windows.createMainFrame(programTitle())) return false;
   process.wmFreezeSave = static_cast<uint32_t>(InstanceMessage::FreezeSave);
   process.wmAutoLoad = static_cast<uint32_t>(InstanceMessage::AutoLoad);

@@ -131,6 +131,7 @@ class CBasicApp : public CommandTarget {
   bool hasDocument() const { return documents.active() != nullptr; }
   void startVelocityInput();
   void registerDocumentTypes(const StartOptions& options);
+  void readSettingsOfKinds();
   void runStartSwitch(char letter);
   void endStartSwitch();
   void logBanner();

@@ -8,12 +8,45 @@
 
 namespace tarnvisor {
 
+namespace {
+
+constexpr const char* kDatabaseName = "tarn.db";
+
+// The nearest folder above with a database; empty for none.
+std::string dataFolderAround(const std::string& folder) {
+  for (std::string path = withSeparator(absolutePath(folder)); path.size() > 1;) {
+    path.pop_back();
+    path = folderOf(path);
+    if (fileExists(path + kDatabaseName)) return path;
+  }
+  return {};
+}
+
+// A database within a data folder would be an empty one beside the records that it seems to hold. Nothing
+// when the user cancels.
+std::optional<std::string> meantFolder(const std::optional<std::string>& chosen) {
+  if (!chosen || chosen->empty() || fileExists(withSeparator(*chosen) + kDatabaseName)) return chosen;
+  const std::string around = dataFolderAround(*chosen);
+  if (around.empty()) return chosen;
+  switch (host().messages.show("This lies within the data folder " + around + ". Use " + around + "?",
+                               Buttons::YesNoCancel, Icon::Question)) {
+    case Answer::Yes:
+      return around;
+    case Answer::No:
+      return chosen;
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
 bool CBasicApp::openDatabase() {
   dbPath = settings.getString("Settings", "database", "");
   if (!fileExists(dbPath)) {
-    const auto folder =
-        host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dbPath);
-    dbPath = folder ? withSeparator(*folder) + "tarn.db" : std::string();
+    const auto folder = meantFolder(
+        host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dbPath));
+    dbPath = folder ? withSeparator(*folder) + kDatabaseName : std::string();
     settings.setString("Settings", "database", dbPath);
     logPrintf("choose db=%s\n", dbPath.c_str());
   }
@@ -22,7 +55,7 @@ bool CBasicApp::openDatabase() {
 
 bool CBasicApp::openDatabaseIn(const std::string& folder) {
   const std::string full = withSeparator(isAbsolutePath(folder) ? folder : workingFolder() + folder);
-  dbPath = full + "tarn.db";
+  dbPath = full + kDatabaseName;
   if (!makeFolderPath(full)) {
     host().messages.show("The data folder can't be made: " + full, Buttons::Ok, Icon::Error);
     dataFolder = full;
@@ -33,8 +66,8 @@ bool CBasicApp::openDatabaseIn(const std::string& folder) {
 }
 
 void CBasicApp::chooseDataFolder() {
-  const auto folder =
-      host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dataFolder);
+  const auto folder = meantFolder(
+      host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dataFolder));
   if (!folder || folder->empty() || (db && sameFolder(*folder, dataFolder))) return;
   if (!documents.closeAll()) return;
   const std::string before = dataFolder;

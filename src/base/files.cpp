@@ -28,14 +28,6 @@ size_t extensionDot(std::string_view path) {
   return dot == std::string_view::npos || dot < afterLastSeparator(path) ? std::string_view::npos : dot;
 }
 
-// Where a path leads when it is a symbolic link, so that replacing a file keeps the link.
-std::string linkTarget(const std::string& path) {
-  std::error_code error;
-  if (!fs::is_symlink(path, error)) return path;
-  const fs::path resolved = fs::weakly_canonical(path, error);
-  return error ? path : resolved.string();
-}
-
 void syncFolder(const std::string& path) {
   const std::string folder = folderOf(path);
   const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -95,6 +87,13 @@ std::string fileStamp(const std::string& path) {
   return format("%llu %lld %lld.%09ld", static_cast<unsigned long long>(facts.st_ino),
                 static_cast<long long>(facts.st_size), static_cast<long long>(facts.st_mtim.tv_sec),
                 facts.st_mtim.tv_nsec);
+}
+
+std::string linkTarget(const std::string& path) {
+  std::error_code error;
+  if (!fs::is_symlink(path, error)) return path;
+  const fs::path resolved = fs::weakly_canonical(path, error);
+  return error ? path : resolved.string();
 }
 
 bool sameFolder(std::string_view a, std::string_view b) {

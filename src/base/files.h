@@ -29,6 +29,8 @@ std::string withSeparator(std::string folder);  // with a separator at its end, 
 bool isAbsolutePath(std::string_view path);
 // From the root, without dots: what stays true when it is stored, or when another folder is entered.
 std::string absolutePath(const std::string& path);
+// Where a path leads when it is a symbolic link; any other as it stands.
+std::string linkTarget(const std::string& path);
 bool sameFolder(std::string_view a, std::string_view b);  // after resolving; missing folders compare as text
 
 // What a file is now; another after each time that it was replaced or written to. Empty when it isn't there.

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "app/basicapp.h"
+#include "base/files.h"
 #include "base/text.h"
 #include "batch/pictures.h"
 
@@ -79,7 +80,14 @@ std::optional<std::string> ScriptHost::openFile(const FileRequest& request) {
 }
 
 std::optional<std::string> ScriptHost::saveFile(const FileRequest& request) {
-  if (answers.empty() && !request.initialPath.empty()) return request.initialPath;
+  const bool namesNone = answers.empty() || equalIgnoringCase(answers.front(), "yes") ||
+                         equalIgnoringCase(answers.front(), "no");
+  if (namesNone && !request.initialPath.empty()) {
+    const std::string words = request.initialPath + " already exists. Replace it?";
+    if (fileExists(request.initialPath) && show(words, Buttons::YesNo, Icon::Question) != Answer::Yes)
+      return std::nullopt;
+    return request.initialPath;
+  }
   auto path = pathFor(request.title, "a file");
   if (path && !path->empty() && path->find('.', path->find_last_of('/') + 1) == std::string::npos)
     *path += request.defaultExtension;

@@ -88,11 +88,19 @@ StepResult ask(StepContext& c, const Question& question) {
   return result;
 }
 
+// An answer to what the step asks; a path with a blank that lacks its quotes is none.
+std::string checkAnswer(Arguments a, const char* word) {
+  const bool fits = a.size() < 2 || equalIgnoringCase(a[1], "yes") || equalIgnoringCase(a[1], "no");
+  return fits ? "" : format("\"%s\" has too many arguments", word);
+}
+std::string checkSubject(Arguments a) { return checkAnswer(a, "subject"); }
+
 StepResult selectSubject(StepContext& c) {
   if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
   SubjectDialog dialog;
   dialog.id = replaced(c.step.args[0], ' ', '_');
-  if (!c.app.db->readSubject(dialog.id)) dialog.addAsNewId();
+  c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
+  if (!c.app.db->readSubject(dialog.id) && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
   dialog.chooseId(dialog.id);
   if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
@@ -140,13 +148,18 @@ StepResult startExam(StepContext& c) {
       {}};
 }
 
+std::string checkOpen(Arguments a) { return checkAnswer(a, "open"); }
+std::string checkImport(Arguments a) { return checkAnswer(a, "import"); }
+
 StepResult openFile(StepContext& c) {
   const std::string& path = c.step.args[0];
   if (!fileExists(path)) return StepResult::failure(path + " does not exist");
+  c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
   CDocument* document = c.app.openDocumentFile(path);
   if (!document)
     return StepResult::failure(c.script.shown().empty() ? path + " can't be opened" : c.script.shown());
-  StepResult result{true, {}, {{"title", document->title()}}, {}};
+  // What the opening had to say, of a movie that lies elsewhere.
+  StepResult result{true, {}, {{"title", document->title()}}, c.script.shown()};
   for (auto& fact : document->facts()) result.values.push_back(std::move(fact));
   return result;
 }
@@ -184,7 +197,7 @@ StepResult runCommand(StepContext& c) {
   return runCommandText(c, c.step.args[0], {c.step.args.begin() + 1, c.step.args.end()});
 }
 
-StepResult importFile(StepContext& c) { return runCommandText(c, "Import", {c.step.args[0]}); }
+StepResult importFile(StepContext& c) { return runCommandText(c, "Import", c.step.args); }
 StepResult setRegion(StepContext& c) {
   using Region = ScriptTarget::Region;
   const std::string& how = c.step.args[0];
@@ -242,10 +255,12 @@ StepResult saveDocument(StepContext& c) {
   if (!same) document->setPathName(path);
   // What the save had to say, of a movie that stays elsewhere.
   const std::string told = c.script.shown();
+  const bool homeless = bare && filed && c.app.db && filed->examIdOfDoc < 0;
   return {true,
           {},
           {{"path", path}},
           "saved " + path + (replaced ? ", in place of the file that was there" : "") +
+              (homeless ? ", in no exam's folder: no exam is selected" : "") +
               (told.empty() ? "" : "\n" + told)};
 }
 
@@ -294,15 +309,15 @@ StepResult closeDocument(StepContext& c) {
 }
 
 constexpr size_t kAny = 1u << 20;
-constexpr Verb kVerbs[] = {{"subject", 1, 1, selectSubject},
+constexpr Verb kVerbs[] = {{"subject", 1, 2, selectSubject, checkSubject},
                            {"exam", 1, 3, startExam, checkExam},
-                           {"open", 1, 1, openFile},
+                           {"open", 1, 2, openFile, checkOpen},
                            {"set", 3, 3, setValue},
                            {"roi", 1, 1, setRegion, checkRoi},
                            {"list", 1, 1, chooseList, checkList},
                            {"dim", 2, kAny, drawDimension, checkDim},
                            {"command", 1, kAny, runCommand},
-                           {"import", 1, 1, importFile},
+                           {"import", 1, 2, importFile, checkImport},
                            {"select", 2, 2, selectRange, checkSelect},
                            {"frame", 1, 1, showImage, checkNumber},
                            {"trace", 1, 1, chooseTrace},

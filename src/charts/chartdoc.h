@@ -13,6 +13,8 @@
 
 namespace tarnvisor {
 
+struct Imported;
+
 class ZchartDoc : public CdbDocument {
  public:
   ZchartDoc();
@@ -29,6 +31,8 @@ class ZchartDoc : public CdbDocument {
   C2DTrace* addtrace(int32_t typecode, uint32_t size, uint16_t width);
   ZZTrace* addtrace(ZZTrace::Own trace);  // null for one without data
   // The traces of another program's file, which tells no colours, told apart by theirs.
+  // Asks what is doubtful about traces that were read.
+  [[nodiscard]] static bool mayTake(const Imported& imported);
   static void giveColours(std::vector<ZZTrace::Own>& imported, size_t before);
   // Views let go of it first. With notify they are told afterwards. Nothing before can be undone any more: a
   // command deletes by a Change.

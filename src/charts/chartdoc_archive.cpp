@@ -5,6 +5,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "charts/chartdoc.h"
+#include "host/host.h"
 #include "traces/traceimport.h"
 
 namespace tarnvisor {
@@ -90,6 +91,11 @@ bool ZchartDoc::onOpenDocument(const std::string& path) {
   return true;
 }
 
+bool ZchartDoc::mayTake(const Imported& imported) {
+  return imported.question.empty() ||
+         host().messages.show(imported.question, Buttons::YesNo, Icon::Question) == Answer::Yes;
+}
+
 bool ZchartDoc::onImportFile(const std::string& path) {
   CTextSettings exchange;
   exchange.read();
@@ -98,7 +104,7 @@ bool ZchartDoc::onImportFile(const std::string& path) {
     report(imported.failure);
     return false;
   }
-  if (!onNewDocument()) return false;
+  if (!mayTake(imported) || !onNewDocument()) return false;
   {
     const TraceBatch batch(*this);
     giveColours(imported.traces, 0);

@@ -164,6 +164,7 @@ void ZchartView::fit() {
 void ZchartView::select(double from, double to) {
   selfrom = std::min(from, to);
   selto = std::max(from, to);
+  lastExport.clear();
   redraw();
   site().panesChanged();
 }
@@ -262,6 +263,7 @@ ZchartView::Strip* ZchartView::stripAt(Point at, std::vector<Strip>& all) const 
 std::vector<StatusPane> ZchartView::panes() const {
   ZZTrace* trace = active();
   std::vector<StatusPane> texts{{"trace", ""}, {"x", ""}, {"y", ""}, {"dx", ""}, {"scale", ""}};
+  if (!lastExport.empty()) texts.push_back({"export", "exported " + lastExport});
   if (!trace || !trace->size()) return texts;
   texts[0].text = format("%1i:", doc.indexOfTrace(trace)) + trace->name;
   const C2DTrace* rows = rowsOf(trace);

@@ -73,8 +73,7 @@ class ZchartView : public CView, public ChartWatcher {
 
   // --- chartview_exchange.cpp
   // The active trace, or all that are shown, of the selection or the whole, into a file.
-  Outcome exportTo(const std::string& path, const CTextSettings& settings, bool allTraces,
-                   bool ofSelection) const;
+  Outcome exportTo(const std::string& path, const CTextSettings& settings, bool allTraces, bool ofSelection);
 
   // --- chartview_commands.cpp
   static const CommandTableBase& commandTable();
@@ -242,6 +241,8 @@ class ZchartView : public CView, public ChartWatcher {
   TextMeasure text{7, 16};
   int32_t axisWidth = 72;
   bool fitted = true;  // the window shows the whole time until somebody zooms
+
+  std::string lastExport;  // what of the chart was written; until another part is selected
 
   Grip grip = Grip::None;
   Point pressedAt;

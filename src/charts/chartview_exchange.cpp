@@ -28,12 +28,22 @@ ExportRange ZchartView::exportRange(bool ofSelection) const {
 }
 
 Outcome ZchartView::exportTo(const std::string& path, const CTextSettings& settings, bool allTraces,
-                             bool ofSelection) const {
+                             bool ofSelection) {
   std::vector<const ZZTrace*> chosen;
   for (const ZZTrace* trace : shownTraces())
     if (allTraces || trace == active()) chosen.push_back(trace);
+  const ExportRange range = exportRange(ofSelection);
   const WaitScope wait;
-  return tarnvisor::exportTraces(path, chosen, settings, exportRange(ofSelection));
+  Outcome done = tarnvisor::exportTraces(path, chosen, settings, range);
+  if (!done) return done;
+  const ExportedRows rows = exportedRows(chosen, settings, range);
+  const std::string unit = isTimeAxis() ? "s" : unitAlongX();
+  lastExport =
+      range.whole ? std::string("the whole") : format("selection %g to %g %s", selfrom, selto, unit.c_str());
+  lastExport += format(range.whole ? ", %lli rows" : ", %lli rows of %lli",
+                       static_cast<long long>(rows.written), static_cast<long long>(rows.all));
+  site().panesChanged();
+  return done;
 }
 
 void ZchartView::exportTraces() {
@@ -53,6 +63,7 @@ void ZchartView::exportTraces() {
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return doc.report(may.why());
   if (const Outcome done = exportTo(*path, settings, choice.allTraces != 0, choice.selection != 0); !done)
     return doc.report(done.why());
+  if (isUnattended()) host().messages.show("exported " + *path + ": " + lastExport);
   settings.store();
 }
 
@@ -76,6 +87,7 @@ void ZchartView::importTracesCommand() {
     imported = importTraces(*path, settings);
   }
   if (!imported.failure.empty()) return doc.report(imported.failure);
+  if (!ZchartDoc::mayTake(imported)) return;
   ZchartDoc::giveColours(imported.traces, doc.traces.size());
   ZchartDoc::Change change(doc);
   for (ZZTrace::Own& trace : imported.traces)

@@ -25,6 +25,7 @@ StepResult ZchartView::exportTo(const std::string& path) {
   const std::string kind = lowerCase(extensionOf(path));
   if (kind == "csv") return StepResult::nothing();
   Outcome done = Outcome::success();
+  std::string part;
   if (kind == "txt" || kind == "bin") {
     CTextSettings exchange;
     exchange.read();
@@ -35,11 +36,13 @@ StepResult ZchartView::exportTo(const std::string& path) {
     if (trace && trace->period > 0) secondsPerColumn = trace->period;
     done = exportTo(path, exchange, false, true);
     secondsPerColumn = perColumn;
+    part = ": " + lastExport;
   } else {
     setWindowSize(kPlainWindow);
     done = host().pictures.write(path, kPlainWindow, [this](Canvas& canvas) { draw(canvas); });
   }
-  return done ? StepResult{true, {}, {{"path", path}}, "exported " + path} : StepResult::failure(done.why());
+  return done ? StepResult{true, {}, {{"path", path}}, "exported " + path + part}
+              : StepResult::failure(done.why());
 }
 
 StepResult ZchartView::tell(const std::string& what) {

@@ -1,5 +1,7 @@
 #include "db/subjectdatabase.h"
 
+#include <algorithm>
+
 #include "base/text.h"
 #include "settings/log.h"
 
@@ -12,6 +14,7 @@ constexpr const char* kInfo = "SELECT * FROM info;";
 constexpr const char* kUpgrade1 = "ALTER TABLE patients ADD COLUMN lastused TEXT;";
 constexpr const char* kUpgrade2 = "UPDATE info SET dbversion=2 WHERE dbversion=1;";
 constexpr const char* kReadSubject = "SELECT * FROM patients WHERE id=?;";
+constexpr const char* kSubjectSpeltLike = "SELECT id FROM patients WHERE id=? COLLATE NOCASE;";
 constexpr const char* kNewSubject = "INSERT INTO patients ( id, lastused ) VALUES ( ?444, datetime('now') );";
 constexpr const char* kUpdateSubject =
     "UPDATE patients SET name=?111, surname=?222, comments=?333, lastused=datetime('now') WHERE id=?444;";
@@ -62,7 +65,7 @@ std::unique_ptr<SubjectDatabase> SubjectDatabase::open(const std::string& path, 
                                                        const int32_t (&programVersion)[4],
                                                        std::string& problem) {
   logPrintf("opening db=%s folder=%s\n", path.c_str(), dataFolder.c_str());
-  std::unique_ptr<SubjectDatabase> opened(new SubjectDatabase(path));
+  std::unique_ptr<SubjectDatabase> opened(new SubjectDatabase(path, dataFolder));
   if (!opened->database.isOpen()) logPrintf("opendb failed\n");
   if (opened->database.isOpen() && opened->prepareSchema(dataFolder, programVersion)) return opened;
   problem = path + ": " + opened->database.error();
@@ -131,7 +134,13 @@ std::string SubjectDatabase::description() const {
   SqliteStatement info(database, sql::kInfo);
   if (!info.step()) return {};
   return "\r\nVer:" + info.text(0) + "\r\nTarn:" + info.text(1) + "\r\nCreated:" + info.text(2) +
-         "\r\nFolder:" + info.text(3);
+         "\r\nFolder:" + place;
+}
+
+std::optional<std::string> SubjectDatabase::subjectSpeltLike(const std::string& id) const {
+  SqliteStatement s(database, sql::kSubjectSpeltLike);
+  const std::vector<std::string> all = firstColumns(s.bindFirst(id));
+  return all.empty() || std::ranges::find(all, id) != all.end() ? std::nullopt : std::optional(all.front());
 }
 
 std::optional<SubjectRow> SubjectDatabase::readSubject(const std::string& id) const {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "db/sqlite.h"
@@ -37,10 +38,12 @@ class SubjectDatabase {
   static std::unique_ptr<SubjectDatabase> open(const std::string& path, const std::string& dataFolder,
                                                const int32_t (&programVersion)[4], std::string& problem);
 
-  // Four lines about the database, each begun by "\r\n".
+  // Four lines about the database, each begun by "\r\n"; the folder is the one it lies in now.
   std::string description() const;
 
   std::optional<SubjectRow> readSubject(const std::string& id) const;
+  // A subject whose id differs by its capitals alone; nothing where there is the id itself.
+  std::optional<std::string> subjectSpeltLike(const std::string& id) const;
   [[nodiscard]] bool newSubject(const std::string& id);  // the details come by updateSubject
   [[nodiscard]] bool updateSubject(const std::string& id, const std::string& name, const std::string& surname,
                                    const std::string& comments);
@@ -79,13 +82,15 @@ class SubjectDatabase {
   [[nodiscard]] bool updateResult(int32_t exam, const std::string& filename, const std::string& result);
 
  private:
-  explicit SubjectDatabase(const std::string& path) : database(path) {}
+  SubjectDatabase(const std::string& path, std::string dataFolder)
+      : database(path), place(std::move(dataFolder)) {}
   std::optional<bool> isOurs() const;  // nothing when it could not be asked
   bool prepareSchema(const std::string& dataFolder, const int32_t (&programVersion)[4]);
   void createTables(const std::string& dataFolder, const int32_t (&programVersion)[4]);
   void upgrade();
   bool write(SqliteStatement& statement, const char* what);
   SqliteDatabase database;
+  std::string place;  // where it is now, which may be another place than where it was made
 };
 
 }  // namespace tarnvisor

@@ -3,10 +3,13 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <algorithm>
+#include <tuple>
 
 #include "desktop/afterdialogs.h"
 #include "desktop/icons.h"
 #include "desktop/qttext.h"
+#include "exams/dbdocument.h"
+#include "exams/examselection.h"
 #include "framework/documenttype.h"
 #include "settings/settings.h"
 
@@ -24,6 +27,17 @@ class DocumentWindows::Window final : public QMdiSubWindow {
     for (QAction* entry : actions()) entry->setShortcut({});
   }
 
+  // Whose document it is; empty for nobody's. Asked of the database only when that changed.
+  const QString& owner() {
+    const auto* bound = dynamic_cast<const CdbDocument*>(document);
+    const void* database = app.db.get();
+    const auto now = bound ? std::tuple(database, bound->patientId, bound->examIdOfDoc)
+                           : std::tuple(database, std::string(), -1);
+    if (now != ownerKey) ownerWords = toQt(examWords(std::get<1>(now), std::get<2>(now)));
+    ownerKey = now;
+    return ownerWords;
+  }
+
   CDocument* document;  // null once it has closed
   ViewWidget* widget;
   std::string section;  // of the profile that keeps its place; empty for none
@@ -39,6 +53,8 @@ class DocumentWindows::Window final : public QMdiSubWindow {
 
  private:
   CBasicApp& app;
+  std::tuple<const void*, std::string, int32_t> ownerKey{nullptr, "", -1};
+  QString ownerWords;
 };
 
 DocumentWindows::DocumentWindows(CBasicApp& application, QMdiArea& mdiArea)
@@ -73,6 +89,15 @@ CView* DocumentWindows::activeView() const {
   return widget ? widget->view() : nullptr;
 }
 
+QString DocumentWindows::foreignOwner() const {
+  const auto* bound = dynamic_cast<const CdbDocument*>(app.documents.active());
+  auto* window = bound ? static_cast<Window*>(windowOf(*bound)) : nullptr;
+  if (!window || bound->patientId.empty()) return {};
+  const bool isSelected =
+      bound->patientId == theExams().subjectId() && bound->examIdOfDoc == theExams().examId();
+  return isSelected ? QString() : window->owner();
+}
+
 void DocumentWindows::follow() {
   if (following) return;  // raising a window tells the manager, which tells here
   following = true;
@@ -81,6 +106,7 @@ void DocumentWindows::follow() {
   for (CDocument* document : open)
     if (!windowOf(*document) && !document->views().empty()) add(*document);
   raiseFront();
+  if (open.empty()) area.setFocus();  // else a field of a bar has it, and takes stray keys
   following = false;
   refreshTitles();
   if (front == app.documents.active()) return;
@@ -201,7 +227,8 @@ void DocumentWindows::resizeFrame(Window& window, Size content) {
 void DocumentWindows::refreshTitles() {
   for (Window* window : windows) {
     if (!window->document) continue;
-    const QString title = toQt(window->document->title()) + "[*]";
+    const QString& owner = window->owner();
+    const QString title = toQt(window->document->title()) + (owner.isEmpty() ? "" : " - " + owner) + "[*]";
     if (window->windowTitle() != title) window->setWindowTitle(title);
     if (window->isWindowModified() != window->document->isModified())
       window->setWindowModified(window->document->isModified());

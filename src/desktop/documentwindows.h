@@ -27,6 +27,9 @@ class DocumentWindows {
   ViewWidget* widgetOf(const CDocument& document) const;  // null when it has none
   QMdiSubWindow* windowOf(const CDocument& document) const;
   CView* activeView() const;
+  // The subject and site of the document in front, where it belongs to another exam than the selected one;
+  // otherwise empty.
+  QString foreignOwner() const;
 
   std::function<void()> onTouched;       // see ViewWidget
   std::function<void()> onPanesChanged;  // of the document in front

@@ -117,7 +117,8 @@ void ExamListWindow::fillExams() {
   const QSignalBlocker quiet(exams);
   exams->clear();
   for (const ExamRow& row : model.exams())
-    addRow(exams, {std::to_string(row.id), row.site, row.created, row.comment, row.folder});
+    addRow(exams,
+           {std::to_string(row.id), row.site, row.created, row.comment, theApp().dataFolder + row.folder});
   fitColumns(exams);
   if (QTreeWidgetItem* item = exams->topLevelItem(model.selectedRow())) {
     exams->setCurrentItem(item);

@@ -45,6 +45,7 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
   setCentralWidget(area);
   area->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   area->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  area->setFocusPolicy(Qt::StrongFocus);
   setContextMenuPolicy(Qt::NoContextMenu);
   update.setSingleShot(true);
   update.setInterval(kUpdateMs);
@@ -147,10 +148,12 @@ void MainWindow::openHelp() {
 void MainWindow::showSubject() {
   const ExamSelection& selected = theExams();
   std::string words;
+  const std::string foreign = fromQt(documents.foreignOwner());
   if (!selected.subjectId().empty()) {
     words = selected.subjectId() + " " + selected.subjectName();
     words = std::string(trimmed(words)) + (selected.hasExam() ? ", " + selected.examFolder() : "") + " - ";
   }
+  if (!foreign.empty()) words += "document of " + foreign + " - ";
   setWindowTitle(toQt(words) + programName);
 }
 

@@ -2,9 +2,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QPaintEngine>
 #include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinterInfo>
+#include <algorithm>
 
 #include "app/basicapp.h"
 #include "base/files.h"
@@ -50,27 +52,61 @@ void prepare(QPrinter& printer, const std::string& title) {
   printer.setOutputFileName(QDir(toQt(rememberedFolder())).filePath(toQt(name + ".pdf")));
 }
 
-}  // namespace
-
-bool QtPrinter::drawOn(QPrinter& printer, const Draw& draw) {
+Outcome drawPages(QPrinter& printer, const Printer::Draw& draw) {
   QPainter painter;
-  if (!painter.begin(&printer)) {
-    host().messages.show(kNoSupport, Buttons::Ok, Icon::Error);
-    return false;
-  }
+  if (!painter.begin(&printer)) return Outcome::failure(QtPrinter::kNoSupport);
   PageJob job(printer, painter);
   {
     const WaitScope wait;
     draw(job);
   }
   const bool drawn = job.wentWell();
-  if (painter.end() && drawn) return true;
-  const QString file = printer.outputFileName();
-  if (!file.isEmpty()) QFile::remove(file);  // half of the pages look like all of them
-  host().messages.show(
-      file.isEmpty() ? "The printer gave up before the last page." : fromQt(file) + " could not be written.",
-      Buttons::Ok, Icon::Error);
-  return false;
+  return painter.end() && drawn ? Outcome::success()
+                                : Outcome::failure("The printer gave up before the last page.");
+}
+
+// Not the preview on the screen, which draws on a picture.
+bool writesPdf(const QPrinter& printer) { return printer.paintEngine()->type() == QPaintEngine::Pdf; }
+
+// Qt says nothing of a disc that was full: only a whole file has its end.
+bool isWholePdf(const std::string& path) {
+  QFile file(toQt(path));
+  constexpr qint64 kEnd = 64;
+  return file.open(QIODevice::ReadOnly) && file.seek(std::max<qint64>(0, file.size() - kEnd)) &&
+         file.readAll().contains("%%EOF");
+}
+
+// Half of the pages look like all of them: a file comes whole, or the one before stays.
+Outcome drawIntoFile(QPrinter& printer, const Printer::Draw& draw) {
+  const QString wanted = printer.outputFileName();
+  AtomicFile file(fromQt(wanted));
+  if (!file.isOpen()) return file.commit();
+  file.releaseToWriterByName();
+  printer.setOutputFileName(toQt(file.temporaryPath()));
+  Outcome done = drawPages(printer, draw);
+  printer.setOutputFileName(wanted);
+  if (done && !isWholePdf(file.temporaryPath()))
+    done = Outcome::failure(fromQt(wanted) + " could not be written. Is the disc full?");
+  return done ? file.commit() : done;
+}
+
+Outcome mayPrintOn(const QPrinter& printer) {
+  return writesPdf(printer) ? theApp().documents.mayOutputTo(fromQt(printer.outputFileName()))
+                            : Outcome::success();
+}
+
+bool printChosen(QPrinter& printer, const Printer::Draw& draw) {
+  const Outcome may = mayPrintOn(printer);
+  if (!may) host().messages.show(may.why(), Buttons::Ok, Icon::Error);
+  return may && QtPrinter::drawOn(printer, draw);
+}
+
+}  // namespace
+
+bool QtPrinter::drawOn(QPrinter& printer, const Draw& draw) {
+  const Outcome done = writesPdf(printer) ? drawIntoFile(printer, draw) : drawPages(printer, draw);
+  if (!done) host().messages.show(done.why(), Buttons::Ok, Icon::Error);
+  return static_cast<bool>(done);
 }
 
 bool QtPrinter::print(const std::string& title, const Draw& draw) {
@@ -82,12 +118,7 @@ bool QtPrinter::print(const std::string& title, const Draw& draw) {
     dialog.setWindowTitle("Print");
     if (dialog.exec() != QDialog::Accepted) return false;
   }
-  const std::string file = fromQt(printer.outputFileName());
-  if (const Outcome may = theApp().documents.mayOutputTo(file); !may) {
-    host().messages.show(may.why(), Buttons::Ok, Icon::Error);
-    return false;
-  }
-  return drawOn(printer, draw);
+  return printChosen(printer, draw);
 }
 
 bool QtPrinter::preview(const std::string& title, const Draw& draw) {
@@ -98,7 +129,7 @@ bool QtPrinter::preview(const std::string& title, const Draw& draw) {
   dialog.setWindowTitle("Print preview: " + toQt(title));
   dialog.resize(900, 700);
   QObject::connect(&dialog, &QPrintPreviewDialog::paintRequested, &dialog,
-                   [&draw](QPrinter* target) { drawOn(*target, draw); });
+                   [&draw](QPrinter* target) { printChosen(*target, draw); });
   dialog.exec();
   return true;
 }

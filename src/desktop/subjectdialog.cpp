@@ -226,7 +226,7 @@ void SubjectWindow::addAsNewId() {
   const bool keep = shownId.empty() && detailsChanged();
   if (!keep && !settleDetails()) return;
   model.id = idText().toStdString();
-  model.addAsNewId();
+  if (!model.addAsNewId()) return;
   model.typeId(model.id);
   const QString added = shown(model.id);
   model.chooseId(model.id);

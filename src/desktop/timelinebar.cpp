@@ -83,7 +83,7 @@ void TimelineBar::paintScale(QPainter& painter, const QRect& line) const {
   if (!(told.imagesPerSecond > 0)) return;
   const double seconds = (told.count - 1) / told.imagesPerSecond;
   QFont small = font();
-  small.setPointSizeF(std::max(6.0, small.pointSizeF() * 0.8));
+  small.setPointSizeF(std::max(8.0, small.pointSizeF() * 0.8));
   painter.setFont(small);
   const int labelWidth = painter.fontMetrics().horizontalAdvance("00:00.00") + 12;
   const double step = labelStep(std::max(seconds, 1e-3), std::max(1, line.width() / labelWidth));

@@ -2,6 +2,8 @@
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -9,6 +11,7 @@
 #include <QTimer>
 #include <QWheelEvent>
 #include <algorithm>
+#include <utility>
 
 #include "desktop/paintercanvas.h"
 #include "desktop/timelinebar.h"
@@ -186,12 +189,28 @@ void ViewWidget::scrollContentsBy(int, int) {
 
 // --- mouse and keys
 
+// Told before the window counts as the active one.
+void ViewWidget::focusInEvent(QFocusEvent* event) {
+  QAbstractScrollArea::focusInEvent(event);
+  const QWidget* at = this;
+  while (at && !qobject_cast<const QMdiSubWindow*>(at)) at = at->parentWidget();
+  const auto* window = static_cast<const QMdiSubWindow*>(at);
+  if (event->reason() != Qt::MouseFocusReason || !window || window->mdiArea()->currentSubWindow() == window)
+    return;
+  activating = true;
+  // The press comes within the same event; one on a scroll bar doesn't come here.
+  QTimer::singleShot(0, this, [this] { activating = false; });
+}
+
 void ViewWidget::mousePressEvent(QMouseEvent* event) {
+  onlyActivated = std::exchange(activating, false);
+  if (onlyActivated) return touched();
   if (takesInput()) viewShown->mouseDown(record(*event, buttonOf(event->button())));
   touched();
 }
 
 void ViewWidget::mouseReleaseEvent(QMouseEvent* event) {
+  if (std::exchange(onlyActivated, false)) return touched();
   if (viewShown) viewShown->mouseUp(record(*event, buttonOf(event->button())));
   touched();
 }
@@ -202,7 +221,8 @@ void ViewWidget::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void ViewWidget::mouseMoveEvent(QMouseEvent* event) {
-  if (takesInput()) viewShown->mouseMove(record(*event, heldButton(event->buttons())));
+  if (takesInput() && !onlyActivated)
+    viewShown->mouseMove(record(*event, heldButton(event->buttons())));
   touched();
 }
 

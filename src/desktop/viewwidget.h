@@ -36,6 +36,7 @@ class ViewWidget final : public QAbstractScrollArea {
   void resizeEvent(QResizeEvent* event) override;
   void showEvent(QShowEvent* event) override;
   void scrollContentsBy(int dx, int dy) override;
+  void focusInEvent(QFocusEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
@@ -74,7 +75,9 @@ class ViewWidget final : public QAbstractScrollArea {
   Site site;
   LaidOutTexts texts;
   bool showingScroll = false;
-  QPoint wheelRest;  // eighths of a degree that make no whole step yet
+  bool activating = false;     // the press that comes only brings the window to the front
+  bool onlyActivated = false;  // that press, until its release
+  QPoint wheelRest;            // eighths of a degree that make no whole step yet
 };
 
 }  // namespace tarnvisor

@@ -10,16 +10,20 @@
 namespace tarnvisor::cmd {
 
 // NOLINTBEGIN(readability-identifier-naming): the names of commands
+inline constexpr int32_t MovementCorrection = 32777;
 inline constexpr int32_t AverageSequence = 32781;
+inline constexpr int32_t ResetOffsets = 32801;
 inline constexpr int32_t CompressVideoOutput = 32804;
 inline constexpr int32_t DeleteSelectedImages = 32822;
 inline constexpr int32_t DeleteOtherImages = 32823;
 inline constexpr int32_t Directories = 32832;
+inline constexpr int32_t ExportOffsets = 32859;
 inline constexpr int32_t PlaySlower = 32861;
 inline constexpr int32_t PlayFaster = 32862;
 inline constexpr int32_t CalculateFcf = 32863;
 inline constexpr int32_t FftPerPixel = 32864;
 inline constexpr int32_t FluxConcSpeed = 32872;
+inline constexpr int32_t FocusCheck = 32874;
 inline constexpr int32_t FcfThresholdUp = 32893;
 inline constexpr int32_t ImportAvi = 32896;
 inline constexpr int32_t FcfThresholdDown = 32914;
@@ -40,18 +44,24 @@ inline constexpr int32_t SwitchFieldOrder = 33022;
 inline constexpr int32_t SwitchLines = 33023;
 inline constexpr int32_t ExportUncompressedAvi = 33064;
 inline constexpr int32_t NailfoldPanorama = 33076;
+inline constexpr int32_t AverageInFocus = 33078;
+inline constexpr int32_t EditMovementRegions = 33093;
+inline constexpr int32_t MovementSettings = 33094;
 inline constexpr int32_t SquareOfDifferencesToCurrent = 33095;
+inline constexpr int32_t CorrelateImages = 33096;
 inline constexpr int32_t ViewFcf = 33103;
 inline constexpr int32_t ViewConc = 33104;
 inline constexpr int32_t ViewFlux = 33105;
 inline constexpr int32_t ViewMask = 33106;
 inline constexpr int32_t UseConcThreshold = 33107;
 inline constexpr int32_t UseMaskThreshold = 33108;
+inline constexpr int32_t MovementErrorMap = 33109;
 inline constexpr int32_t MovementCorrectionWithoutDisplay = 33110;
 inline constexpr int32_t SelectImages = 34108;
 inline constexpr int32_t VideoProperties = 34109;
 inline constexpr int32_t ExportCompressedAvi = 34110;
-inline constexpr int32_t AddFcdRow = 34140;
+inline constexpr int32_t MovementQuality = 34116;
+inline constexpr int32_t AddFcdRow = 34117;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

@@ -29,7 +29,14 @@ Menu sequenceMenu() {
            cmd::DeleteOtherImages,
            K::Separator,
            cmd::AverageSequence,
+           cmd::AverageInFocus,
+           cmd::FocusCheck,
            K::Separator,
+           {"&Movement",
+            {cmd::MovementCorrection, cmd::MovementCorrectionWithoutDisplay, cmd::MovementQuality,
+             K::Separator, cmd::EditMovementRegions, cmd::MovementErrorMap, cmd::CorrelateImages,
+             K::Separator, cmd::ResetOffsets, cmd::ExportOffsets, K::Separator, cmd::NailfoldPanorama,
+             K::Separator, cmd::MovementSettings}},
            {"&Fields",
             {cmd::MergeFields, cmd::SplitFields, K::Separator, cmd::SwitchFieldOrder, cmd::SwitchLines}}}};
 }

@@ -14,9 +14,10 @@
 #include <string>
 #include <vector>
 
+#include "analysis/movement.h"
 #include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
-#include "movie/zzmovie.h"
+#include "movie/movierewrite.h"
 #include "traces/trace.h"
 
 namespace tarnvisor {
@@ -54,13 +55,25 @@ class CVivoCapDoc : public ZBasicDoc {
 
   // --- processing (vivocapdoc_pass.cpp)
   void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step) override;
-  // Runs an operation on each image of the selection, and adds the words to the notes.
+  // Runs an operation on each image of the selection, and adds the words to the notes. The operation outlives
+  // the call: in windows the walk goes on after it.
   void processImages(const std::string& text, const std::function<void(CZZimage&)>& operation);
-  // Gives the work to the movie, which makes a new movie file of the name it is given, in the work folder;
-  // the notes get the words when that is done. False when it wasn't.
-  bool makeMovie(const std::string& text, const std::function<bool(CZZMovie&, const std::string&)>& work);
+  // A new movie file in the work folder, which becomes the document's; the notes get the words when that is
+  // done. In windows the work goes on after the call. False when it could not begin.
+  bool makeMovie(const std::string& text, RewritePlan plan);
   // A new image document with the mean of the selection; null when there can't be one.
   ZBasicDoc* averageSelection();
+  // The same of the sharpest images by focusControl, each where it lies (CZZMovie::bestFocusInto). areas: as
+  // asked for; they change nothing.
+  ZBasicDoc* averageInFocus(int32_t areas);
+
+  // --- movement correction (vivocapdoc_movement.cpp)
+  // Begins a run at the image shown; false without a movie, or while one is under way.
+  bool initAMC();
+  void editMovementRegions();
+  bool editsMovementRegions() const { return amc.regionsEditing && currentlist == kAmcList; }
+  int32_t addPointToDimension(int32_t index, Point point) override;
+  const std::vector<MovementRecord>& movementRecords() const { return amc.records; }  // of the last run
 
   // --- flow (vivocapdoc_flow.cpp)
   bool canMeasureFlow() const;
@@ -73,8 +86,6 @@ class CVivoCapDoc : public ZBasicDoc {
   std::string stemOfTitle() const;
 
   // --- exchange (vivocapdoc_exchange.cpp)
-  // Written beside the document; empty when it was not.
-  std::string exportUncompressed();
   bool importMovie(const std::string& path, bool avi);  // avi: by the command for AVI files
   // The work folder, asked for when there is none; empty when the user gives none.
   std::string workFolder();
@@ -93,6 +104,7 @@ class CVivoCapDoc : public ZBasicDoc {
 
   int32_t frameCount = 1800;
   int32_t skipFrames = 0;
+  AMCparams amc;
   CTraceArray overlayTraces;
   int32_t interlaced = 0;
   std::string moviePath;
@@ -118,6 +130,7 @@ class CVivoCapDoc : public ZBasicDoc {
   // vivocapdoc_open.cpp
   void linkMovie(const std::string& documentPath);
   std::string findMovie(const std::string& documentPath);
+  bool prefersBeside(const std::string& beside, const std::string& linked);
   bool takenForMovie(const std::string& beside, const std::string& linked) const;
   void openResults(const std::string& documentPath);
   [[nodiscard]] bool openMovie(const std::string& path);
@@ -141,7 +154,33 @@ class CVivoCapDoc : public ZBasicDoc {
   bool isMovieOfOthers() const;
   [[nodiscard]] bool saveResults(const std::string& stem);
   // vivocapdoc_pass.cpp
+  class SelectionJob;
+  class RewriteJob;
+  void showStep();  // the image that a job is at
   void tellFailedPass(const std::string& moviePathBefore);
+  ZBasicDoc* imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make);
+
+  // vivocapdoc_focus.cpp
+  struct FocusCheck;
+  [[nodiscard]] bool measureSelection(FocusCheck& found);
+
+  // vivocapdoc_exchange.cpp
+  class ExportJob;
+  // tells: where it went, at its end
+  void exportMovie(const std::string& path, int32_t step, const CZZMovie::Compression* compression,
+                   bool tells);
+  [[nodiscard]] Outcome exportAvi(const std::string& path);
+
+  // vivocapdoc_movement.cpp
+  class MovementJob;
+  void takeMovementRegions();
+  void showMovementRegions();
+  void endMovement();
+  void finishMovement(bool cancelled);
+  void tellMovement(int32_t first, int32_t last, bool cancelled);
+  void keepMovementBase();
+  void averagePanorama();
+  void addQualityCurves(class ZchartDoc& chart);
 
   // vivocapdoc_archive.cpp
   void storeVideo(Archive& archive);
@@ -155,6 +194,15 @@ class CVivoCapDoc : public ZBasicDoc {
   bool hasPart() const { return hasMovie() && selection().size() < imageCount(); }
   bool never() const { return false; }
   bool compresses() const { return compressoutput != 0; }
+  void correctMovement();
+  void correctMovementWithoutDisplay();
+  void movementSettings();
+  void movementErrorMap();
+  void correlateImages();
+  void resetOffsets();
+  void exportOffsets();
+  void makePanorama();
+  void movementQuality();
   void saveVideoAs();
   void simpleThreshold();
   void mergeFields();
@@ -169,12 +217,15 @@ class CVivoCapDoc : public ZBasicDoc {
   void deleteImages(const char* question, bool selected);
   void duplicateImage();
   void averageCommand();
+  void averageInFocusCommand();
+  void focusCheck();
   void colourPlanes();
   void toGrey();
   void noCommand() {}
   void exportUncompressedCommand();
   void exportCompressedCommand();
   void importCommand();
+  bool agreesToRate(const CZZMovie& other, const std::string& path);
   Answer askToAdd(const std::string& path);
   void importAviCommand();
   void toggleCompression();

@@ -83,6 +83,18 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
             .status = "Opens the mean of the selected images as a new image.",
             .keys = "Ctrl+Shift+A",
             .icon = "average"}},
+          {cmd::AverageInFocus,
+           "Average all in focus",
+           &D::averageInFocusCommand,
+           &D::hasMovie,
+           {.tip = "average all best focused images",
+            .status = "Opens the mean of the sharpest image of each area as a new image."}},
+          {cmd::FocusCheck,
+           "Focus check video",
+           &D::focusCheck,
+           &D::hasMovie,
+           {.tip = "plot focus and focusness of video (needs embeded focus)",
+            .status = "Opens a chart of the focus and the offset of the selected images."}},
           {cmd::ColourPlanes,
            "&Colour &Planes to RGB",
            &D::colourPlanes,
@@ -93,6 +105,58 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
           {cmd::Bin, "&Bin", &D::noCommand, &D::never},
           {cmd::Undo, "&Undo", &D::noCommand, &D::never},
           {cmd::Redo, "&Redo", &D::noCommand, &D::never},
+          {cmd::MovementCorrection,
+           "&Automatic Movement Correction",
+           &D::correctMovement,
+           &D::hasMovie,
+           {.tip = "Correct movement",
+            .status = "Finds how far each image has moved, from the one shown to the end of the selection.",
+            .keys = "Ctrl+Shift+M",
+            .icon = "movement"}},
+          {cmd::MovementCorrectionWithoutDisplay,
+           "&AMC without display",
+           &D::correctMovementWithoutDisplay,
+           &D::hasMovie,
+           {.tip = "Correct movement, not shown", .status = "The same without showing each image: faster."}},
+          {cmd::MovementSettings,
+           "Auto Movement Correction...",
+           &D::movementSettings,
+           {.tip = "Settings of movement correction",
+            .status = "Edits the method, the threshold and when the reference image changes."}},
+          {cmd::MovementErrorMap,
+           "full &AMC regions correlation",
+           &D::movementErrorMap,
+           &D::hasMovie,
+           {.tip = "Error map of this image",
+            .status =
+                "Opens the errors of the image shown over the reference, for all shifts, at an eighth of the scale."}},
+          {cmd::CorrelateImages,
+           "&Correlate",
+           &D::correlateImages,
+           &D::hasMovie,
+           {.tip = "Correlate two images",
+            .status = "Opens the errors of the centre of one image over all of another."}},
+          {cmd::ResetOffsets,
+           "&Reset offsets to zero",
+           &D::resetOffsets,
+           &D::hasMovie,
+           {.tip = "Reset offsets", .status = "Takes back the movement correction of the selected images."}},
+          {cmd::ExportOffsets,
+           "Export Movement correction results...",
+           &D::exportOffsets,
+           &D::hasMovie,
+           {.tip = "Export offsets", .status = "Writes the offset of each selected image as text."}},
+          {cmd::NailfoldPanorama,
+           "create nailfold panoramic image",
+           &D::makePanorama,
+           &D::hasMovie,
+           {.tip = "Panorama", .status = "Corrects the movement and opens the averages of all images."}},
+          {cmd::MovementQuality,
+           "Movement correction &quality",
+           &D::movementQuality,
+           &D::hasMovie,
+           {.tip = "Quality of movement correction",
+            .status = "Charts the offsets and, after a run, the error of each image and those that failed."}},
           {cmd::ExportUncompressedAvi,
            "Export uncompressed avi",
            &D::exportUncompressedCommand,
@@ -187,7 +251,7 @@ void CVivoCapDoc::simpleThreshold() {
   form.add("threshold", level, {0, 255, {}});
   if (!asked(form)) return;
   settings.setInt("movie", "simpleimagethreshold", level);
-  runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
+  runStep(text::kSimpleThreshold, StepArea::Roi, [level](CZZimage& area) { area.threshold({}, level); });
 }
 
 // These two leave other words in the notes than those of a still.
@@ -198,27 +262,19 @@ void CVivoCapDoc::min3x3() {
   runStep("MIN3x3", StepArea::Roi, [](CZZimage& area) { tarnvisor::min3x3(area); });
 }
 
-void CVivoCapDoc::mergeFields() {
-  makeMovie("merged into frames",
-            [](CZZMovie& mine, const std::string& name) { return mine.mergeFields(name); });
-}
-
-void CVivoCapDoc::splitFields() {
-  makeMovie("split into fields",
-            [](CZZMovie& mine, const std::string& name) { return mine.splitFrames(name); });
-}
+void CVivoCapDoc::mergeFields() { makeMovie("merged into frames", mergedFields(*movie)); }
+void CVivoCapDoc::splitFields() { makeMovie("split into fields", splitFrames(*movie)); }
 
 // Of a movie of frames the two fields of each change places; of a movie of fields the two images of each
 // frame.
 void CVivoCapDoc::switchFieldOrder() {
   if (!isFieldMovie())
     return processImages("switched field order\r\n", [](CZZimage& each) { each.swapFields(); });
-  makeMovie("switched field order", [](CZZMovie& mine, const std::string& name) {
-    return mine.rewrite(name, mine.image(), mine.count / 2 * 2, [&](int32_t k, CZZimage& made) {
-      mine.getImage(k ^ 1, made);
-      return true;
-    });
-  });
+  makeMovie("switched field order", rewritePlan(formLike(movie->image()), movie->count / 2 * 2,
+                                                [movie = movie.get()](int32_t k, CZZimage& made) {
+                                                  movie->getImage(k ^ 1, made);
+                                                  return true;
+                                                }));
 }
 
 void CVivoCapDoc::switchLines() {
@@ -229,29 +285,29 @@ void CVivoCapDoc::switchLines() {
 void CVivoCapDoc::squareOfDifferences() {
   const CZZMovie::Range range = selection();
   if (range.size() < 2) return report("Two images at least must be selected.");
-  CZZimage before;
-  makeMovie("square of differences", [&](CZZMovie& mine, const std::string& name) {
-    return mine.rewrite(name, mine.image(), range.size() - 1, [&](int32_t k, CZZimage& made) {
-      mine.getImage(range.first + k, before);
-      mine.getImage(range.first + k + 1, made);
-      made.squaredDifference(before);
-      return true;
-    });
-  });
+  makeMovie("square of differences",
+            rewritePlan(formLike(movie->image()), range.size() - 1,
+                        [movie = movie.get(), range, before = std::make_unique<CZZimage>()](int32_t k,
+                                                                                            CZZimage& made) {
+                          movie->getImage(range.first + k, *before);
+                          movie->getImage(range.first + k + 1, made);
+                          made.squaredDifference(*before);
+                          return true;
+                        }));
 }
 
 void CVivoCapDoc::squareOfDifferencesToCurrent() {
   const CZZMovie::Range range = selection();
-  CZZimage current;
-  if (!current.copyImage(*theImage())) return report(text::kNoMemory);
-  makeMovie(format("square of differences to image %i", currentIndex()),
-            [&](CZZMovie& mine, const std::string& name) {
-              return mine.rewrite(name, mine.image(), range.size(), [&](int32_t k, CZZimage& made) {
-                mine.getImage(range.first + k, made);
-                made.squaredDifference(current);
-                return true;
-              });
-            });
+  auto current = std::make_unique<CZZimage>();
+  if (!current->copyImage(*theImage())) return report(text::kNoMemory);
+  makeMovie(
+      format("square of differences to image %i", currentIndex()),
+      rewritePlan(formLike(movie->image()), range.size(),
+                  [movie = movie.get(), range, current = std::move(current)](int32_t k, CZZimage& made) {
+                    movie->getImage(range.first + k, made);
+                    made.squaredDifference(*current);
+                    return true;
+                  }));
 }
 
 void CVivoCapDoc::deleteImages(const char* question, bool selected) {
@@ -261,10 +317,8 @@ void CVivoCapDoc::deleteImages(const char* question, bool selected) {
     return;
   makeMovie(format(selected ? "deleted images %i to %i" : "deleted all images but %i to %i", range.first,
                    range.last),
-            [&](CZZMovie& mine, const std::string& name) {
-              return selected ? mine.deleteFrames(name, range.first, range.last)
-                              : mine.keepFrames(name, range.first, range.last);
-            });
+            selected ? remainingFrames(*movie, range.first, range.last)
+                     : keptFrames(*movie, range.first, range.last));
 }
 
 void CVivoCapDoc::deleteSelected() { deleteImages(text::kDeleteSelected, true); }
@@ -278,15 +332,13 @@ void CVivoCapDoc::averageCommand() { averageSelection(); }
 
 void CVivoCapDoc::colourPlanes() {
   const CZZMovie::Range range = selection();
-  makeMovie("colour planes to RGB", [&](CZZMovie& mine, const std::string& name) {
-    return mine.planesToColour(name, range.first, range.last);
-  });
+  makeMovie("colour planes to RGB", framesOfPlanes(*movie, range.first, range.last));
 }
 
 void CVivoCapDoc::toGrey() {
   const bool colour = theImage() && theImage()->colourset == kColour;
   makeMovie("convert to grey" + (colour ? " by " + greyWeightsText(weightsOfImages()) : std::string()),
-            [](CZZMovie& mine, const std::string& name) { return mine.convertToGrey(name); });
+            greyFrames(*movie));
 }
 
 // --- subtract trace
@@ -339,11 +391,14 @@ void CVivoCapDoc::subtractTrace() {
   const CZZMovie::Range range = selection();
   double mean = 0;
   int32_t numbers = 0;
-  for (int32_t i = range.first; i < range.last; ++i)
-    if (const double value = sampleAt(trace, timeOf(i)); std::isfinite(value))
-      mean += (value - mean) / ++numbers;
-  processImages("subtracted trace " + trace.name + text::kLineEnd, [&](CZZimage& each) {
-    const double apart = sampleAt(trace, timeOf(movie->current)) - mean;
+  std::vector<double> values;
+  for (int32_t i = range.first; i < range.last; ++i) {
+    values.push_back(sampleAt(trace, timeOf(i)));
+    if (std::isfinite(values.back())) mean += (values.back() - mean) / ++numbers;
+  }
+  processImages("subtracted trace " + trace.name + text::kLineEnd, [this, mean, values,
+                                                                    first = range.first](CZZimage& each) {
+    const double apart = values[static_cast<size_t>(movie->current - first)] - mean;
     if (std::isfinite(apart))
       each.addConstant({}, static_cast<int32_t>(-std::lround(std::clamp(apart, -255.0, 255.0))));
   });

@@ -11,6 +11,7 @@
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "movie/movieexport.h"
 #include "movie/movieoutput.h"
 #include "settings/log.h"
 #include "settings/settings.h"
@@ -63,31 +64,58 @@ std::string CVivoCapDoc::workFolder() {
   return withSeparator(folder);
 }
 
-std::string CVivoCapDoc::exportUncompressed() {
-  if (!hasMovie()) return "";
+class CVivoCapDoc::ExportJob : public Job {
+ public:
+  // compression: null for none
+  ExportJob(CVivoCapDoc& video, const std::string& name, CZZMovie::Range range, int32_t step,
+            const CZZMovie::Compression* compression, std::function<void(const Outcome&)> whenDone)
+      : doc(video),
+        path(name),
+        exporting(*video.movie, name, static_cast<int32_t>(std::lround(video.imagesPerSecond())), range, step,
+                  compression),
+        done(std::move(whenDone)) {}
+  std::string title() const override { return "Exporting " + fileNameOf(path); }
+  Progress progress() const override { return {title(), exporting.done(), exporting.total()}; }
+  bool step() override { return exporting.next(); }
+  void end(bool cancelled) override {
+    if (cancelled) exporting.stop();
+    const bool made = exporting.finish();
+    doc.refreshImage();
+    doc.updateAllViews();
+    if (cancelled)
+      done(Outcome::failure(""));
+    else
+      done(made ? Outcome::success()
+                : Outcome::failure(
+                      format("%s could not be exported.\n%s", path.c_str(), exporting.report().c_str())));
+  }
+
+ private:
+  CVivoCapDoc& doc;
+  std::string path;
+  MovieExport exporting;
+  std::function<void(const Outcome&)> done;
+};
+
+// Beside the document.
+void CVivoCapDoc::exportUncompressedCommand() {
   const std::string stem = withoutExtension(!pathName().empty()  ? pathName()
                                             : !moviePath.empty() ? moviePath
                                                                  : title());
-  std::string name = stem + "-export.avi";
-  if (const Outcome may = theApp().documents.mayOutputTo(name); !may) {
-    report(may.why());
-    return "";
-  }
+  const std::string name = stem + "-export.avi";
+  if (const Outcome may = theApp().documents.mayOutputTo(name); !may) return report(may.why());
   logPrintf("converting %s\n", name.c_str());
-  const WaitScope wait;
-  std::string told;
-  const bool done = movie->saveAVI(name, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
-                                   selectionLast, 1, nullptr, told);
-  refreshImage();
-  updateAllViews();
-  if (done) return name;
-  if (!movie->wasCancelled()) report(format("%s could not be exported.\n%s", name.c_str(), told.c_str()));
-  return "";
+  exportMovie(name, 1, nullptr, true);
 }
 
-void CVivoCapDoc::exportUncompressedCommand() {
-  const std::string name = exportUncompressed();
-  if (!name.empty() && !process.quietMode) host().messages.show("Exported as " + name + ".");
+void CVivoCapDoc::exportMovie(const std::string& path, int32_t step, const CZZMovie::Compression* compression,
+                              bool tells) {
+  start(std::make_unique<ExportJob>(*this, path, CZZMovie::Range{selectionFirst, selectionLast}, step,
+                                    compression, [this, path, tells](const Outcome& made) {
+                                      if (!made && !made.why().empty()) report(made.why());
+                                      if (made && tells && !process.quietMode)
+                                        host().messages.show("Exported as " + path + ".");
+                                    }));
 }
 
 void CVivoCapDoc::exportCompressedCommand() {
@@ -97,16 +125,36 @@ void CVivoCapDoc::exportCompressedCommand() {
                                 stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
-  const auto compression = askCompression();
-  if (!compression) return;
-  std::string told;
-  const WaitScope wait;
-  if (!movie->saveAVI(*path, static_cast<int32_t>(std::lround(imagesPerSecond())), selectionFirst,
-                      selectionLast, std::max(1, selectionStep), &*compression, told) &&
-      !movie->wasCancelled())
-    report(format("%s could not be exported.\n%s", path->c_str(), told.c_str()));
-  refreshImage();
-  updateAllViews();
+  if (const auto compression = askCompression())
+    exportMovie(*path, std::max(1, selectionStep), &*compression, false);
+}
+
+// For scripts: the words of a failure, or none for an export that was stopped.
+Outcome CVivoCapDoc::exportAvi(const std::string& path) {
+  Outcome result = Outcome::success();
+  const CZZMovie::Range range = selection();
+  runToEnd(std::make_unique<ExportJob>(*this, path, range, 1, nullptr,
+                                       [&result](const Outcome& made) { result = made; }));
+  return result;
+}
+
+// Images that were taken at another rate than this video's are played and timed at this one's. A movie file
+// tells no rate.
+bool CVivoCapDoc::agreesToRate(const CZZMovie& other, const std::string& path) {
+  constexpr double kSameRate = 0.002;  // 29.97 and 30 go for one
+  if (other.mode != CZZMovie::kAvi || other.scale <= 0) return true;
+  const double theirs = static_cast<double>(other.rate) / other.scale, mine = imagesPerSecond();
+  if (std::abs(theirs - mine) <= kSameRate * mine) return true;
+  const std::string words =
+      format("%s has %.6g images a second, this video %.6g: they are timed at the rate of this video.",
+             fileNameOf(path).c_str(), theirs, mine);
+  if (isUnattended())
+    host().messages.show(words);
+  else if (host().messages.show(words + "\nAdd them all the same?", Buttons::YesNo, Icon::Question) !=
+           Answer::Yes)
+    return false;
+  appendNotes(words + text::kLineEnd);
+  return true;
 }
 
 // The frames of another movie after this one's; the first movie of an empty document is linked as it is.
@@ -124,16 +172,18 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
     updateAllViews();
     return true;
   }
-  CZZMovie other;
-  if (!other.open(path)) {
-    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), other.failure().c_str()));
+  auto other = std::make_unique<CZZMovie>();
+  if (!other->open(path)) {
+    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), other->failure().c_str()));
     return false;
   }
-  if (const std::string why = movie->whyNotAppended(other); !why.empty()) {
+  if (const std::string why = movie->whyNotAppended(*other); !why.empty()) {
     report(format("%s can't be added to this video: %s.", path.c_str(), why.c_str()));
     return false;
   }
-  return makeMovie(words, [&](CZZMovie& mine, const std::string& name) { return mine.append(other, name); });
+  if (!agreesToRate(*other, path)) return false;
+  CZZMovie& added = *other;
+  return makeMovie(words, appendedFrames(*movie, added, std::move(other)));
 }
 
 // What somebody chooses comes in as what it is; images that would fit behind those of this video may go

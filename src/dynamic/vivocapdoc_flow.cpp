@@ -10,6 +10,7 @@
 #include "flowrun.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "movie/movierewrite.h"
 #include "settings/settings.h"
 #include "vectors/fft.h"
 
@@ -125,14 +126,14 @@ void CVivoCapDoc::fftPerPixel() {
   std::vector<uint8_t> block = blockOf(*movie, currentIndex(), 2 * points);
   if (!tarnvisor::fftPerPixel(block, points)) return report(text::kNoMemory);
   const size_t pixels = block.size() / (2 * static_cast<size_t>(points));
-  makeMovie(format("FFT of %i points per pixel from image %i", points, currentIndex()),
-            [&](CZZMovie& mine, const std::string& name) {
-              return mine.rewrite(name, mine.image(), mine.count, [&](int32_t k, CZZimage& made) {
-                mine.getImage(k, made);
-                if (k < 2 * points - 1) fillFrom(made, block.data() + pixels * static_cast<size_t>(k));
-                return true;
-              });
-            });
+  makeMovie(
+      format("FFT of %i points per pixel from image %i", points, currentIndex()),
+      rewritePlan(formLike(movie->image()), movie->count,
+                  [movie = movie.get(), points, pixels, block = std::move(block)](int32_t k, CZZimage& made) {
+                    movie->getImage(k, made);
+                    if (k < 2 * points - 1) fillFrom(made, block.data() + pixels * static_cast<size_t>(k));
+                    return true;
+                  }));
 }
 
 void CVivoCapDoc::fluxConcSpeed() {

@@ -14,6 +14,7 @@
 #include "image/palette.h"
 #include "imagedoc/magnification.h"
 #include "imagedoc/texts.h"
+#include "movie/moviefile.h"
 #include "movie/movieoutput.h"
 #include "movie/tagreader.h"
 #include "results/resultdoc.h"
@@ -78,6 +79,9 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
   movie = std::move(fresh);
   if (movie->mode == CZZMovie::kAvi && movie->scale > 0)
     fps = static_cast<double>(movie->rate) / movie->scale;
+  else
+    appendNotes(format("%s tells no rate: %.10g frames a second are assumed", fileNameOf(path).c_str(), fps) +
+                text::kLineEnd);
   movieChanged();
   updatePlayPeriod();
   giveRate();
@@ -99,6 +103,25 @@ bool CVivoCapDoc::openMovie(const std::string& path) {
   return opened;
 }
 
+namespace {
+
+// Whether two files of one length begin and end alike, as movies of different recordings never do.
+bool endsAlike(const std::string& one, const std::string& other) {
+  constexpr int64_t kLooked = int64_t{1} << 20;
+  const auto a = MovieFile::open(one, MovieFile::Access::Update);
+  const auto b = MovieFile::open(other, MovieFile::Access::Update);
+  if (!a || !b || a->size() != b->size()) return false;
+  const auto bytesAt = [&](const MovieFile& file, int64_t at) {
+    std::vector<uint8_t> bytes(static_cast<size_t>(std::min(kLooked, file.size())));
+    bytes.resize(file.read(bytes.data(), bytes.size(), at));
+    return bytes;
+  };
+  const int64_t last = std::max<int64_t>(0, a->size() - kLooked);
+  return bytesAt(*a, 0) == bytesAt(*b, 0) && bytesAt(*a, last) == bytesAt(*b, last);
+}
+
+}  // namespace
+
 // Whether a file beside the document is its movie, though the link leads to another: as many images as the
 // table has, and as long as the one that is linked, if that is there too.
 bool CVivoCapDoc::takenForMovie(const std::string& beside, const std::string& linked) const {
@@ -118,8 +141,36 @@ std::string CVivoCapDoc::findMovie(const std::string& documentPath) {
   const std::string folder = folderOf(documentPath);
   const std::string beside = folder + fileNameOf(moviePath);
   const std::string linked = isAbsolutePath(moviePath) ? moviePath : folder + moviePath;
-  if (takenForMovie(beside, linked)) return beside;
-  return fileExists(linked) ? linked : "";
+  if (takenForMovie(beside, linked) && prefersBeside(beside, linked)) return beside;
+  if (fileExists(linked)) return linked;
+  const std::string atTarget = folderOf(linkTarget(documentPath)) + fileNameOf(moviePath);
+  return takenForMovie(atTarget, linked) ? atTarget : "";
+}
+
+// Whether the movie beside the document is used, which may be another recording than the linked one. The
+// notes tell what was decided.
+bool CVivoCapDoc::prefersBeside(const std::string& beside, const std::string& linked) {
+  const bool known = fileExists(linked);
+  if (known && endsAlike(beside, linked)) return true;
+  const std::string differs =
+      known ? format("%s has other images than %s, which the document names.", beside.c_str(), linked.c_str())
+            : std::string();
+  if (known && !silent) {
+    if (isUnattended())
+      host().messages.show(differs + " The one beside the document is taken.");
+    else if (
+        host().messages.show(
+            differs +
+                "\nUse the one beside the document?\nyes = that one; no = the one that the document names.",
+            Buttons::YesNo, Icon::Question) != Answer::Yes) {
+      appendNotes(differs + " The latter is used." + text::kLineEnd);
+      return false;
+    }
+  }
+  appendNotes(known ? differs + " The former is used." + text::kLineEnd
+                    : format("%s is used in place of %s, which is away", beside.c_str(), linked.c_str()) +
+                          text::kLineEnd);
+  return true;
 }
 
 void CVivoCapDoc::linkMovie(const std::string& documentPath) {

@@ -1,5 +1,6 @@
 // Operations over the selection, and what makes a new movie or a new image of it.
 #include <algorithm>
+#include <optional>
 
 #include "app/processstate.h"
 #include "base/files.h"
@@ -11,13 +12,14 @@
 #include "imagedoc/texts.h"
 #include "movie/movieoutput.h"
 #include "movie/moviepass.h"
+#include "movie/movierewrite.h"
 
 namespace tarnvisor {
 
 void CVivoCapDoc::runStep(const std::string& stepText, StepArea area,
                           const std::function<void(CZZimage&)>& step) {
   processImages(stepText + (area == StepArea::Roi ? roiText() : std::string(text::kLineEnd)),
-                [&](CZZimage& each) {
+                [this, area, step](CZZimage& each) {
                   if (area == StepArea::Roi)
                     step(*each.makeChild(roi));
                   else
@@ -25,40 +27,75 @@ void CVivoCapDoc::runStep(const std::string& stepText, StepArea area,
                 });
 }
 
-void CVivoCapDoc::processImages(const std::string& words, const std::function<void(CZZimage&)>& operation) {
-  const WaitScope wait;
-  if (hasMovie()) {
-    CView* view = views().empty() ? nullptr : views().front().get();
-    const std::string before = movie->fileName;
-    const CZZMovie::Range range = selection();
-    MoviePass pass(*movie, std::string(trimmed(words.substr(0, words.find('\r')))), range);
-    if (isMovieOfOthers()) movie->shared = 1;
-    if (pass.openInPlace(freeMovieName(homeFolder() + withoutExtension(fileNameOf(before))))) {
-      while (pass.next()) {
-        refreshImage();
-        operation(*theImage());
-        if (!view) continue;
-        view->onUpdate(CView::Change::Pixels);
-        view->redrawNow();
-      }
-      if (pass.wasStopped() && (pass.isBeside() || pass.step() == 0)) {
-        pass.abandon();
-        showImage(range.first);
-        return;
-      }
-      if (pass.wasStopped()) appendNotes(format("the first %i images: ", pass.step()));
-      const bool kept = pass.finish();
-      // The new movie is what was selected.
-      if (movie->fileName != before) selectionFirst = selectionLast = -1;
-      movieChanged();
-      if (!kept) tellFailedPass(before);
-    } else {
-      report(movie->failure());
-    }
+// Walks the selection; each image is shown as it is done.
+class CVivoCapDoc::SelectionJob : public Job {
+ public:
+  SelectionJob(CVivoCapDoc& video, std::string notesWords, std::function<void(CZZimage&)> toEach)
+      : doc(video),
+        words(std::move(notesWords)),
+        what(trimmed(words.substr(0, words.find('\r')))),
+        operation(std::move(toEach)),
+        before(video.movie->fileName),
+        range(video.selection()),
+        pass(*video.movie, "", range) {
+    if (what.empty()) what = title();
+    if (doc.isMovieOfOthers()) doc.movie->shared = 1;
+    opened = pass.openInPlace(freeMovieName(doc.homeFolder() + withoutExtension(fileNameOf(before))));
   }
+  std::string title() const override { return "Processing images"; }
+  Progress progress() const override { return {what, done, range.size()}; }
+  bool step() override {
+    if (!opened || !pass.next()) return false;
+    doc.refreshImage();
+    operation(*doc.theImage());
+    ++done;
+    doc.showStep();
+    return true;
+  }
+  void end(bool cancelled) override {
+    if (!opened) doc.report(doc.movie->failure());
+    if (opened && cancelled && (pass.isBeside() || done == 0)) {
+      pass.abandon();
+      doc.showImage(range.first);
+      return;
+    }
+    if (opened) keep(cancelled);
+    doc.appendNotes(words);
+    doc.setModified();
+    doc.updateAllViews();
+  }
+
+ private:
+  void keep(bool cancelled) {
+    if (cancelled) doc.appendNotes(format("the first %i images: ", done));
+    const bool kept = pass.finish();
+    // The new movie is what was selected.
+    if (doc.movie->fileName != before) doc.selectionFirst = doc.selectionLast = -1;
+    doc.movieChanged();
+    if (!kept) doc.tellFailedPass(before);
+  }
+  CVivoCapDoc& doc;
+  std::string words, what;
+  std::function<void(CZZimage&)> operation;
+  std::string before;
+  CZZMovie::Range range;
+  MoviePass pass;
+  bool opened = false;
+  int32_t done = 0;
+};
+
+void CVivoCapDoc::processImages(const std::string& words, const std::function<void(CZZimage&)>& operation) {
+  if (hasMovie()) return start(std::make_unique<SelectionJob>(*this, words, operation));
   appendNotes(words);
   setModified();
   updateAllViews();
+}
+
+void CVivoCapDoc::showStep() {
+  refreshImage();
+  if (views().empty()) return;
+  views().front()->onUpdate(CView::Change::Pixels);
+  views().front()->redrawNow();
 }
 
 // The movie is the one before; the images that were written lie beside.
@@ -73,12 +110,42 @@ void CVivoCapDoc::tellFailedPass(const std::string& before) {
                 state.c_str()));
 }
 
-bool CVivoCapDoc::makeMovie(const std::string& words,
-                            const std::function<bool(CZZMovie&, const std::string&)>& work) {
+class CVivoCapDoc::RewriteJob : public Job {
+ public:
+  RewriteJob(CVivoCapDoc& video, std::string notesWords, const std::string& name, RewritePlan plan)
+      : doc(video), words(std::move(notesWords)), before(video.movie->fileName) {
+    doc.movie->forgetFailure();
+    work.emplace(*doc.movie, name, std::move(plan));
+  }
+  std::string title() const override { return "Making a new movie"; }
+  Progress progress() const override { return {title(), work->done(), work->total()}; }
+  bool step() override { return work->next(); }
+  void end(bool cancelled) override {
+    if (cancelled) work->stop();
+    if (work->finish()) {
+      doc.selectionFirst = doc.selectionLast = -1;
+      doc.movieChanged();
+      doc.appendNotes(words + text::kLineEnd);
+      doc.setModified();
+    } else if (!cancelled) {
+      if (doc.movie->failure().empty())
+        doc.report("That would leave no images.");
+      else
+        doc.tellFailedPass(before.empty() ? doc.title() : before);
+    }
+    doc.updateAllViews();
+  }
+
+ private:
+  CVivoCapDoc& doc;
+  std::string words, before;
+  std::optional<MovieRewrite> work;
+};
+
+bool CVivoCapDoc::makeMovie(const std::string& words, RewritePlan plan) {
   if (!hasMovie()) return false;
   const std::string folder = workFolder();
   if (folder.empty()) return false;
-  const WaitScope wait;
   const std::string before = movie->fileName;
   const std::string stem = before.empty() ? stemOfTitle() : withoutExtension(fileNameOf(before));
   const std::string name = freeMovieName(folder + stem);
@@ -86,34 +153,27 @@ bool CVivoCapDoc::makeMovie(const std::string& words,
     report("All names from " + stem + "A to " + stem + "z in the work folder are taken.");
     return false;
   }
-  movie->forgetFailure();
-  if (!work(*movie, name)) {
-    if (movie->failure().empty() && !movie->wasCancelled())
-      report("That would leave no images.");
-    else if (!movie->wasCancelled())
-      tellFailedPass(before.empty() ? title() : before);
-    updateAllViews();
-    return false;
-  }
-  selectionFirst = selectionLast = -1;
-  movieChanged();
-  appendNotes(words + text::kLineEnd);
-  setModified();
-  updateAllViews();
+  start(std::make_unique<RewriteJob>(*this, words, name, std::move(plan)));
   return true;
 }
 
 ZBasicDoc* CVivoCapDoc::averageSelection() {
+  return imageOfSelection(
+      "Av", [&](CZZimage& mean) { return movie->averageInto(mean, selectionFirst, selectionLast); });
+}
+
+// A new document with the image that `make` fills; null when it can't.
+ZBasicDoc* CVivoCapDoc::imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make) {
   if (!hasMovie()) return nullptr;
   const WaitScope wait;
-  auto mean = std::make_unique<CZZimage>();
+  auto pixels = std::make_unique<CZZimage>();
   movie->forgetFailure();
-  if (!movie->averageInto(*mean, selectionFirst, selectionLast)) {
+  if (!make(*pixels)) {
     if (!movie->wasCancelled()) report(movie->failure().empty() ? text::kNoMemory : movie->failure());
     return nullptr;
   }
   const CZZMovie::Range range = selection();
-  ZBasicDoc* made = openImage(std::move(mean), format("Av%1i-%1i", range.first, range.last));
+  ZBasicDoc* made = openImage(std::move(pixels), format("%s%1i-%1i", titleWords, range.first, range.last));
   if (!made) return nullptr;
   if (process.batchMode) {
     made->keepwhole = 1;  // nobody is there to be asked

@@ -51,11 +51,8 @@ StepResult CVivoCapDoc::exportTo(const std::string& path) {
   const CZZMovie::Range range = selection();
   if (!hasMovie()) return StepResult::failure("the video has no images");
   if (const Outcome may = theApp().documents.mayOutputTo(path); !may) return StepResult::failure(may.why());
-  std::string told;
   if (isAviName(path)) {
-    if (!movie->saveAVI(path, static_cast<int32_t>(std::lround(imagesPerSecond())), range.first, range.last,
-                        1, nullptr, told))
-      return StepResult::failure(told);
+    if (const Outcome made = exportAvi(path); !made) return StepResult::failure(made.why());
   } else {
     // By a movie of its own, so that the video stays linked to the file it has.
     CZZMovie copy;

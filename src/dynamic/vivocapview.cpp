@@ -78,6 +78,13 @@ const CommandTableBase& CVivoCapView::commandTable() {
            {.tip = "Slower",
             .status = "Halves the step from image to image while the video plays.",
             .keys = "Ctrl+Down"}},
+          {cmd::EditMovementRegions,
+           "Edit AMC regions",
+           &V::editMovementRegions,
+           &V::hasMovie,
+           &V::editsMovementRegions,
+           {.tip = "Edit regions",
+            .status = "Draws the rectangles that movement correction compares; choose it again to leave."}},
           {cmd::StepForward,
            "step one frame/field forwards",
            &V::stepForward,
@@ -139,6 +146,13 @@ bool CVivoCapView::keyDown(const KeyEvent& event) {
 }
 
 // --- the sequence
+
+// With the tool for rectangles in hand.
+void CVivoCapView::editMovementRegions() {
+  takeTool(kToolNone);  // a shape that is begun belongs to the list that is left
+  doc.editMovementRegions();
+  if (doc.editsMovementRegions()) takeTool(kToolDust);
+}
 
 CView::Timeline CVivoCapView::timeline() const {
   const CZZMovie::Range range = doc.selection();

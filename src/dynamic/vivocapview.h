@@ -46,6 +46,8 @@ class CVivoCapView : public ZBasicView {
   void play();
   void loop();
   void playbackSkip();
+  void editMovementRegions();
+  bool editsMovementRegions() const { return doc.editsMovementRegions(); }
   void faster();
   void slower();
   void stepForward() { goTo(doc.currentIndex() + 1); }

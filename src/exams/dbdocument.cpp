@@ -41,6 +41,12 @@ std::string currentStationId() {
   return settings.getString("Settings", "station", name);
 }
 
+std::string examWords(const std::string& subject, int32_t exam) {
+  const SubjectDatabase* db = theApp().db.get();
+  const auto row = db && exam >= 0 ? db->exam(subject, exam) : std::nullopt;
+  return row ? subject + ", " + row->site : subject;
+}
+
 bool CdbDocument::onNewDocument() {
   saveCount = 0;
   patientId.clear();

@@ -57,6 +57,10 @@ class CdbDocument : public CDocument {
   void noteUnwritten(bool written, const std::string& name);
 };
 
+// A subject and the site of its exam, for a title: "S-1, left ring". The subject alone where the open
+// database doesn't have that exam of it.
+std::string examWords(const std::string& subject, int32_t exam);
+
 // What identifies the person and the machine: key `user` and key `station` of section `Settings` where a
 // laboratory sets them, otherwise the login's and the computer's name.
 std::string currentUserLabel();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -60,10 +61,25 @@ void SubjectDialog::readDetails() {
   theExams().selectSubject(id, name + " " + surname);
 }
 
-void SubjectDialog::addAsNewId() {
+// Two ids that differ by their capitals alone are most often one subject.
+bool SubjectDialog::addAsNewId() {
   id = replaced(id, ' ', '_');
-  if (theApp().db && !id.empty()) tellUnlessWritten(theApp().db->newSubject(id));
+  SubjectDatabase* db = theApp().db.get();
+  const auto alike = db ? db->subjectSpeltLike(id) : std::nullopt;
+  const Answer answer =
+      !alike ? Answer::No
+             : host().messages.show(
+                   format("There is a subject \"%s\" already. Use that one? (No: add \"%s\" as a new one.)",
+                          alike->c_str(), id.c_str()),
+                   Buttons::YesNoCancel, Icon::Question);
+  if (answer == Answer::Yes)
+    id = *alike;
+  else if (answer != Answer::No)
+    return false;
+  else if (db && !id.empty())
+    tellUnlessWritten(db->newSubject(id));
   readDetails();
+  return true;
 }
 
 void SubjectDialog::saveDetails() {
@@ -97,10 +113,20 @@ std::string newExamFolder(const CBasicApp& app, const std::string& subject, cons
 
 }  // namespace
 
+namespace {
+// The site tells a subject's exams and their folders apart.
+bool namesSite(const std::string& site) {
+  if (!trimmed(site).empty()) return true;
+  host().messages.show("An examination needs a site, such as \"left ring finger\".", Buttons::Ok,
+                       Icon::Error);
+  return false;
+}
+}  // namespace
+
 bool makeExamination(const std::string& site, const std::string& comment) {
   const CBasicApp& app = theApp();
   ExamSelection& selection = theExams();
-  if (!app.db || selection.subjectId().empty()) return false;
+  if (!app.db || selection.subjectId().empty() || !namesSite(site)) return false;
   std::string folder;
   int32_t id = -1;
   {
@@ -146,10 +172,11 @@ void runSelectSubject(SubjectDialogFace& face) {
   Form form("New Examination");
   form.addNote("Subject " + theExams().subjectId() + ": " + theExams().subjectName());
   form.add("Site", site).addLongText("Comment", comment).setOkLabel("Start");
-  if (!host().forms.run(form)) {
+  do {
+    if (host().forms.run(form)) continue;
     app.postMainCommand(cmd::SelectSubject);
     return;
-  }
+  } while (!namesSite(site) && !isUnattended());
   if (!startNewExamination(site, comment)) return;
   host().windows.refreshBars();
   app.postMainCommand(cmd::AcquisitionChain);
@@ -208,6 +235,11 @@ void ExamList::openResult(size_t row) const {
 
 void runProcessResults() {
   CBasicApp& app = theApp();
+  if (!theExams().hasExam()) {
+    host().messages.show("No examination is selected: there are no results to process.", Buttons::Ok,
+                         Icon::Warning);
+    return;
+  }
   if (process.liveTemplate) app.documents.closeAllOf(*process.liveTemplate);
   if (!app.db || !process.imageTemplate) return;
   const bool analyse = settings.getInt("settings", "postprocess", 0) != 0;

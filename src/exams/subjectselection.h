@@ -23,7 +23,9 @@ class SubjectDialog {
   // With exactly one match it is selected and its details are read.
   void typeId(const std::string& text);
   void chooseId(const std::string& text);  // an entry of the list
-  void addAsNewId();                       // blanks become "_"
+  // Blanks become "_". Asks where a subject's id differs by its capitals alone, and takes that one with a
+  // yes; false when the user cancels.
+  bool addAsNewId();
   void saveDetails();
   // Ends the dialog; leaving it for an examination marks the subject as used just now. Cancel clears the
   // selection.
@@ -44,8 +46,8 @@ class SubjectDialog {
   std::string dbDescription;
 };
 
-// Makes the exam's folder and row for the selected subject and selects it. False without a database or
-// subject, or when the row can't be written (the user is told).
+// Makes the exam's folder and row for the selected subject and selects it. False without a database,
+// subject or site, or when the row can't be written (the user is told).
 [[nodiscard]] bool makeExamination(const std::string& site, const std::string& comment);
 // Closes all documents first; false also when the user keeps one open, and then nothing has begun.
 [[nodiscard]] bool startNewExamination(const std::string& site, const std::string& comment);

@@ -43,6 +43,9 @@ Outcome removeProfile(ProfileDialog& dialog) {
   if (dialog.selected() == ProfileDialog::kNormal)
     return Outcome::failure("The program's own profile can't be removed.");
   const std::string name = dialog.selected();
+  if (dialog.pathOf(name) == settings.path())
+    return Outcome::failure(format(
+        "The profile \"%s\" is in use. Choose another one with OK first, then remove it.", name.c_str()));
   return dialog.remove() ? Outcome::success()
                          : Outcome::failure(format("The profile \"%s\" could not be removed.", name.c_str()));
 }

@@ -46,8 +46,13 @@ bool CDocument::onNewDocument() {
 
 void CDocument::start(std::unique_ptr<Job> job) {
   if (atWork) return;
+  if (!documentType || !documentType->drivesJobs()) return runToEnd(std::move(job));
   atWork = std::make_unique<JobAtWork>(*this, std::move(job));
-  if (documentType && documentType->drivesJobs()) return;
+}
+
+void CDocument::runToEnd(std::unique_ptr<Job> job) {
+  if (atWork) return;
+  atWork = std::make_unique<JobAtWork>(*this, std::move(job));
   atWork->toEnd();
   finishWork();
 }
@@ -165,6 +170,23 @@ std::string CDocument::withOwnEnding(const std::string& path) const {
   return ending.empty() || endsWithIgnoringCase(path, ending) ? path : path + ending;
 }
 
+// A chooser would begin elsewhere without a word where the folder has gone.
+bool CDocument::mayOfferFolder(const std::string& folder) {
+  if (folder.empty() || folderExists(folder)) return true;
+  switch (host().messages.show("The folder of " + windowTitle + " is missing: " + folder +
+                                   ". Make it again? (No: choose another one.)",
+                               Buttons::YesNoCancel, Icon::Question)) {
+    case Answer::Yes:
+      if (makeFolderPath(folder)) return true;
+      report("The folder can't be made: " + folder);
+      return false;
+    case Answer::No:
+      return true;
+    default:
+      return false;
+  }
+}
+
 bool CDocument::saveAs() {
   FileRequest request;
   request.title = "Save As";
@@ -173,6 +195,7 @@ bool CDocument::saveAs() {
     request.filter = stored->filterName() + "|*" + request.defaultExtension + "||";
   }
   request.initialPath = filePath.empty() ? defaultPathName() : filePath;
+  if (!mayOfferFolder(folderOf(request.initialPath))) return false;
   const auto chosen = host().choosers.saveFile(request);
   if (!chosen || chosen->empty()) return false;
   const std::string path = absolutePath(withOwnEnding(*chosen));

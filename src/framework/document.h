@@ -79,6 +79,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
 
   // Begins a long work on the document; one that is at work already is left alone, and the new one dropped.
   void start(std::unique_ptr<Job> job);
+  // The same, ended when it returns.
+  void runToEnd(std::unique_ptr<Job> job);
   bool isBusy() const override { return atWork != nullptr; }
   // As by Cancel; the job has ended when it returns.
   void stopWork();
@@ -102,6 +104,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
  private:
   friend class DocumentType;
   [[nodiscard]] bool mayGoOver(const std::string& path);
+  [[nodiscard]] bool mayOfferFolder(const std::string& folder);
   void finishWork();
   std::unique_ptr<JobAtWork> atWork;
   std::string windowTitle;

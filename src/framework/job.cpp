@@ -38,10 +38,10 @@ bool JobAtWork::slice() {
 
 void JobAtWork::toEnd() {
   const WaitScope wait;
-  while (step()) {
+  do {
     const Job::Progress now = job->progress();
     if (!host().waitCursor.progress(now.words, now.done, now.total)) stopped = true;
-  }
+  } while (step());
 }
 
 void JobAtWork::finish() {

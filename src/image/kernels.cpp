@@ -72,34 +72,85 @@ void thresholdRowWide(uint8_t* bytes, size_t count, uint8_t t) {
   for (; i < count; ++i) bytes[i] = bytes[i] > t ? 255 : 0;
 }
 
-uint64_t squaredDifferenceSumWide(const uint8_t* a, const uint8_t* b, size_t count) {
+// A block whose rows are one vector wide at least, and not more than `longestRun` of them together.
+uint64_t squaresOfBlock(const uint8_t* a, const uint8_t* b, size_t count, size_t rows, ptrdiff_t aStride,
+                        ptrdiff_t bStride) {
   const Shorts d16;
   const Ints d32;
   const hn::Rebind<uint8_t, Shorts> d8;
   const size_t lanes = hn::Lanes(d16);
-  // A lane of 32 bits takes two squares a round: 8,000 rounds stay far below its limit.
-  const size_t longestRun = 8000 * lanes;
-  uint64_t total = 0;
-  size_t i = 0;
-  while (i + lanes <= count) {
-    const size_t end = std::min(count, i + longestRun);
-    auto sum0 = hn::Zero(d32), sum1 = sum0;
-    for (; i + lanes <= end; i += lanes) {
-      const auto difference =
-          hn::Sub(hn::PromoteTo(d16, hn::LoadU(d8, a + i)), hn::PromoteTo(d16, hn::LoadU(d8, b + i)));
-      sum0 = hn::ReorderWidenMulAccumulate(d32, difference, difference, sum0, sum1);
+  // The last vector of a row reaches back over what was taken before.
+  const size_t last = count - lanes;
+  const size_t taken = (lanes - count % lanes) % lanes;
+  const auto isNew = hn::Lt(hn::Set(d16, static_cast<int16_t>(taken)), hn::Iota(d16, 1));
+  auto sum0 = hn::Zero(d32), sum1 = sum0, sum2 = sum0, sum3 = sum0;
+  const auto difference = [&](size_t i) HWY_ATTR {
+    return hn::Sub(hn::PromoteTo(d16, hn::LoadU(d8, a + i)), hn::PromoteTo(d16, hn::LoadU(d8, b + i)));
+  };
+  for (; rows > 0; --rows, a += aStride, b += bStride) {
+    size_t i = 0;
+    for (; i + 2 * lanes <= count; i += 2 * lanes) {
+      const auto first = difference(i), second = difference(i + lanes);
+      sum0 = hn::ReorderWidenMulAccumulate(d32, first, first, sum0, sum1);
+      sum2 = hn::ReorderWidenMulAccumulate(d32, second, second, sum2, sum3);
     }
-    HWY_ALIGN int32_t spill[HWY_MAX_BYTES / sizeof(int32_t)];
-    hn::Store(sum0, d32, spill);
-    for (size_t lane = 0; lane < hn::Lanes(d32); ++lane) total += static_cast<uint32_t>(spill[lane]);
-    hn::Store(sum1, d32, spill);
-    for (size_t lane = 0; lane < hn::Lanes(d32); ++lane) total += static_cast<uint32_t>(spill[lane]);
+    if (i + lanes <= count) {
+      const auto one = difference(i);
+      sum0 = hn::ReorderWidenMulAccumulate(d32, one, one, sum0, sum1);
+      i += lanes;
+    }
+    if (i < count) {
+      const auto rest = hn::IfThenElseZero(isNew, difference(last));
+      sum2 = hn::ReorderWidenMulAccumulate(d32, rest, rest, sum2, sum3);
+    }
   }
-  for (; i < count; ++i) {
-    const int32_t difference = a[i] - b[i];
-    total += static_cast<uint32_t>(difference * difference);
-  }
+  uint64_t total = 0;
+  HWY_ALIGN int32_t spill[HWY_MAX_BYTES / sizeof(int32_t)];
+  hn::Store(hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3)), d32, spill);
+  for (size_t lane = 0; lane < hn::Lanes(d32); ++lane) total += static_cast<uint32_t>(spill[lane]);
   return total;
+}
+
+uint64_t squaredDifferenceSumWide(const uint8_t* a, const uint8_t* b, size_t count, size_t rows,
+                                  ptrdiff_t aStride, ptrdiff_t bStride) {
+  const size_t lanes = hn::Lanes(Shorts());
+  // A lane of 32 bits takes two squares a round, of 65,025 at most.
+  const size_t longestRun = 8000;
+  uint64_t total = 0;
+  while (count >= lanes && rows > 0) {
+    const size_t columns = std::min(count, longestRun * lanes);
+    const size_t rounds = (columns + lanes - 1) / lanes;
+    const size_t atOnce = std::max<size_t>(1, longestRun / rounds);
+    const uint8_t *rowA = a, *rowB = b;
+    for (size_t left = rows; left > 0;) {
+      const size_t taken = std::min(left, atOnce);
+      total += squaresOfBlock(rowA, rowB, columns, taken, aStride, bStride);
+      rowA += static_cast<ptrdiff_t>(taken) * aStride;
+      rowB += static_cast<ptrdiff_t>(taken) * bStride;
+      left -= taken;
+    }
+    a += columns;
+    b += columns;
+    count -= columns;
+  }
+  return total + plain::squaredDifferenceSum(a, b, count, rows, aStride, bStride);
+}
+
+void halveRowsWide(const uint8_t* upper, const uint8_t* lower, size_t count, uint8_t* to) {
+  size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Bytes d;
+  const Shorts d16;
+  const hn::Rebind<uint8_t, Shorts> d8;
+  const size_t lanes = hn::Lanes(d16);
+  const auto even = hn::Set(d16, 255);
+  for (; i + lanes <= count; i += lanes) {
+    const auto above = hn::And(hn::BitCast(d16, hn::LoadU(d, upper + 2 * i)), even);
+    const auto below = hn::And(hn::BitCast(d16, hn::LoadU(d, lower + 2 * i)), even);
+    hn::StoreU(hn::DemoteTo(d8, hn::ShiftRight<1>(hn::Add(above, below))), d8, to + i);
+  }
+#endif
+  plain::halveRows(upper + 2 * i, lower + 2 * i, count - i, to + i);
 }
 
 void mapRowWide(uint8_t* bytes, size_t count, const uint8_t* table) {
@@ -171,6 +222,7 @@ HWY_EXPORT(addRangeWide);
 HWY_EXPORT(addExtremesWide);
 HWY_EXPORT(thresholdRowWide);
 HWY_EXPORT(squaredDifferenceSumWide);
+HWY_EXPORT(halveRowsWide);
 HWY_EXPORT(mapRowWide);
 HWY_EXPORT(weighTriplesWide);
 
@@ -183,8 +235,12 @@ void addExtremes(const uint8_t* bytes, size_t count, ByteRange& range) {
 void thresholdRow(uint8_t* bytes, size_t count, uint8_t t) {
   HWY_DYNAMIC_DISPATCH(thresholdRowWide)(bytes, count, t);
 }
-uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count) {
-  return HWY_DYNAMIC_DISPATCH(squaredDifferenceSumWide)(a, b, count);
+uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count, size_t rows,
+                              ptrdiff_t aStride, ptrdiff_t bStride) {
+  return HWY_DYNAMIC_DISPATCH(squaredDifferenceSumWide)(a, b, count, rows, aStride, bStride);
+}
+void halveRows(const uint8_t* upper, const uint8_t* lower, size_t count, uint8_t* to) {
+  HWY_DYNAMIC_DISPATCH(halveRowsWide)(upper, lower, count, to);
 }
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table) {
   HWY_DYNAMIC_DISPATCH(mapRowWide)(bytes, count, table);
@@ -206,13 +262,18 @@ void addRange(const uint8_t* bytes, size_t count, ByteRange& range) {
 void thresholdRow(uint8_t* bytes, size_t count, uint8_t t) {
   for (size_t i = 0; i < count; ++i) bytes[i] = bytes[i] > t ? 255 : 0;
 }
-uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count) {
+uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count, size_t rows,
+                              ptrdiff_t aStride, ptrdiff_t bStride) {
   uint64_t sum = 0;
-  for (size_t i = 0; i < count; ++i) {
-    const int32_t difference = a[i] - b[i];
-    sum += static_cast<uint32_t>(difference * difference);
-  }
+  for (; count > 0 && rows > 0; --rows, a += aStride, b += bStride)
+    for (size_t i = 0; i < count; ++i) {
+      const int32_t difference = a[i] - b[i];
+      sum += static_cast<uint32_t>(difference * difference);
+    }
   return sum;
+}
+void halveRows(const uint8_t* upper, const uint8_t* lower, size_t count, uint8_t* to) {
+  for (size_t i = 0; i < count; ++i) to[i] = static_cast<uint8_t>((upper[2 * i] + lower[2 * i]) >> 1);
 }
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table) {
   for (size_t i = 0; i < count; ++i) bytes[i] = table[bytes[i]];

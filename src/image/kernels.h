@@ -20,8 +20,12 @@ void addExtremes(const uint8_t* bytes, size_t count, ByteRange& range);  // low 
 // 255 where a byte is over t, else 0.
 void thresholdRow(uint8_t* bytes, size_t count, uint8_t t);
 
-// The sum of squared differences of two runs.
-uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count);
+// The sum of squared differences of two runs, or of two blocks of rows.
+uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count, size_t rows = 1,
+                              ptrdiff_t aStride = 0, ptrdiff_t bStride = 0);
+
+// to[i] = half the sum of upper[2 * i] and lower[2 * i], cut. `to` may be `upper`.
+void halveRows(const uint8_t* upper, const uint8_t* lower, size_t count, uint8_t* to);
 
 // bytes[i] = table[bytes[i]].
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table);
@@ -32,7 +36,9 @@ void weighTriples(const uint8_t* triples, size_t count, const uint16_t* weights,
 namespace plain {
 void addRange(const uint8_t* bytes, size_t count, ByteRange& range);
 void thresholdRow(uint8_t* bytes, size_t count, uint8_t t);
-uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count);
+uint64_t squaredDifferenceSum(const uint8_t* a, const uint8_t* b, size_t count, size_t rows = 1,
+                              ptrdiff_t aStride = 0, ptrdiff_t bStride = 0);
+void halveRows(const uint8_t* upper, const uint8_t* lower, size_t count, uint8_t* to);
 void mapRow(uint8_t* bytes, size_t count, const uint8_t* table);
 void weighTriples(const uint8_t* triples, size_t count, const uint16_t* weights, uint8_t* to);
 }  // namespace plain

@@ -129,6 +129,8 @@ class CZZimage {
   double meanLevel(const Rect& rect) const;
   double laplacianFocus(int32_t border, int32_t t) const;
   double laplacianFocus(const Rect& rect, int32_t border, int32_t t) const;
+  // The same along rows alone.
+  double rowPeakFocus(const Rect& rect, int32_t border, int32_t t) const;
   double gradientEnergy(const Rect& rect) const;
   void profileByColumn(const Rect& rect, IndexedStore& target, int32_t field) const;
   void profileByRow(const Rect& rect, IndexedStore& target, int32_t field) const;

@@ -48,11 +48,10 @@ uint32_t squareAt(uint8_t a, uint8_t b) {
 
 // Sums are of 32 bits and wrap.
 uint32_t sumOfRows(const WindowPair& w, int32_t rowStep) {
-  uint32_t sum = 0;
-  for (int64_t v = 0; v < w.height; v += rowStep)
-    sum += static_cast<uint32_t>(kernels::squaredDifferenceSum(w.a + v * w.aStride, w.b + v * w.bStride,
-                                                               static_cast<size_t>(w.width)));
-  return sum;
+  const int64_t rows = (int64_t{w.height} + rowStep - 1) / rowStep;
+  return static_cast<uint32_t>(kernels::squaredDifferenceSum(w.a, w.b, static_cast<size_t>(w.width),
+                                                             static_cast<size_t>(rows), rowStep * w.aStride,
+                                                             rowStep * w.bStride));
 }
 
 uint32_t sumOfGrid(const WindowPair& w, int32_t rowStep, int32_t columnStep) {
@@ -75,24 +74,17 @@ bool CZZimage::halve(const CZZimage& src) {
   if (&src == this) return halveInPlace();
   if (src.bytesPerPixel != 1 || !resizedata(src.width / 2, src.height / 2, 1)) return false;
   colourset = src.colourset;
-  for (int32_t y = 0; !empty() && y < height; ++y) {
-    const uint8_t* upper = src.row(2 * y);
-    const uint8_t* lower = src.row(2 * y + 1);
-    uint8_t* to = row(y);
-    for (int32_t x = 0; x < width; ++x) to[x] = static_cast<uint8_t>((upper[2 * x] + lower[2 * x]) >> 1);
-  }
+  for (int32_t y = 0; !empty() && y < height; ++y)
+    kernels::halveRows(src.row(2 * y), src.row(2 * y + 1), static_cast<size_t>(width), row(y));
   return true;
 }
 
 bool CZZimage::halveInPlace() {
   if (bytesPerPixel != 1 || (!owned && pixels)) return false;  // a child can't take a stride of its own
   const int32_t newWidth = width / 2, newHeight = height / 2, newStride = strideFor(newWidth, 1);
-  for (int32_t y = 0; pixels && y < newHeight; ++y) {
-    const uint8_t* upper = row(2 * y);
-    const uint8_t* lower = row(2 * y + 1);
-    uint8_t* to = pixels + static_cast<ptrdiff_t>(y) * newStride;
-    for (int32_t x = 0; x < newWidth; ++x) to[x] = static_cast<uint8_t>((upper[2 * x] + lower[2 * x]) >> 1);
-  }
+  for (int32_t y = 0; pixels && y < newHeight; ++y)
+    kernels::halveRows(row(2 * y), row(2 * y + 1), static_cast<size_t>(newWidth),
+                       pixels + static_cast<ptrdiff_t>(y) * newStride);
   width = rowBytes = newWidth;
   height = newHeight;
   stride = newStride;

@@ -50,22 +50,31 @@ RowSteps rowsOf(const CZZimage& image, const Rect& r, int32_t field) {
   return {(r.top & 1) == field - 1 ? r.top : r.top + 1, 2};
 }
 
-// Over a rectangle in the image's own pixels; 0 where a neighbour would lie beyond an edge.
-double laplacianMean(const CZZimage& image, const Rect& r, int32_t border, int32_t t) {
-  if (image.empty() || r.isEmpty() || border < 1 || r.left < border || r.top < border ||
-      r.right > image.width - border || r.bottom > image.height - border)
-    return 0;
-  const ptrdiff_t rowStep = static_cast<ptrdiff_t>(border) * image.stride;
+// The mean over a rectangle in the image's own pixels, where only values above t, and above 0, are summed.
+template <typename ValueAt>
+double meanAbove(const CZZimage& image, const Rect& r, int32_t t, ValueAt valueAt) {
   const int32_t least = std::max(t, 0);
   int64_t sum = 0;
   for (int32_t y = r.top; y < r.bottom; ++y) {
     const uint8_t* p = image.row(y) + r.left;
-    for (int32_t x = 0; x < r.width(); ++x, ++p) {
-      const int32_t v = p[-border] + p[border] + p[-rowStep] + p[rowStep] - 4 * *p;
-      if (v > least) sum += v;
-    }
+    for (int32_t x = 0; x < r.width(); ++x)
+      if (const int32_t v = valueAt(p + x); v > least) sum += v;
   }
   return static_cast<double>(sum) / (static_cast<double>(r.width()) * r.height());
+}
+
+// Whether each pixel of the rectangle has its neighbours in the row.
+bool standsOffSides(const CZZimage& image, const Rect& r, int32_t border) {
+  return !image.empty() && !r.isEmpty() && border >= 1 && r.left >= border && r.right <= image.width - border;
+}
+
+// 0 where a neighbour would lie beyond an edge.
+double laplacianMean(const CZZimage& image, const Rect& r, int32_t border, int32_t t) {
+  if (!standsOffSides(image, r, border) || r.top < border || r.bottom > image.height - border) return 0;
+  const ptrdiff_t rowStep = static_cast<ptrdiff_t>(border) * image.stride;
+  return meanAbove(image, r, t, [=](const uint8_t* p) {
+    return p[-border] + p[border] + p[-rowStep] + p[rowStep] - 4 * *p;
+  });
 }
 
 }  // namespace
@@ -170,6 +179,12 @@ double CZZimage::laplacianFocus(int32_t border, int32_t t) const {
 
 double CZZimage::laplacianFocus(const Rect& rect, int32_t border, int32_t t) const {
   return laplacianMean(*this, clipToImage(rect), border, t);
+}
+
+double CZZimage::rowPeakFocus(const Rect& rect, int32_t border, int32_t t) const {
+  const Rect r = clipToImage(rect);
+  if (!standsOffSides(*this, r, border)) return 0;
+  return meanAbove(*this, r, t, [=](const uint8_t* p) { return p[-border] + p[border] - 2 * *p; });
 }
 
 double CZZimage::gradientEnergy(const Rect& rect) const {

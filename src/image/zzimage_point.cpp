@@ -156,11 +156,9 @@ CZZimage::SquaredSum CZZimage::sumSquaredDifference(const CZZimage& other, const
   const int64_t left = static_cast<int64_t>(r.left) - dx, top = static_cast<int64_t>(r.top) - dy;
   if (r.isEmpty() || left < 0 || top < 0 || left + r.width() > other.width || top + r.height() > other.height)
     return {};
-  uint64_t sum = 0;
-  for (int32_t y = 0; y < r.height(); ++y)
-    sum += kernels::squaredDifferenceSum(row(r.top + y) + r.left,
-                                         other.row(static_cast<int32_t>(top) + y) + left,
-                                         static_cast<size_t>(r.width()));
+  const uint64_t sum = kernels::squaredDifferenceSum(
+      row(r.top) + r.left, other.row(static_cast<int32_t>(top)) + left, static_cast<size_t>(r.width()),
+      static_cast<size_t>(r.height()), stride, other.stride);
   return {static_cast<double>(sum), static_cast<int64_t>(r.width()) * r.height()};
 }
 

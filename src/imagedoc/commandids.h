@@ -21,6 +21,7 @@ inline constexpr int32_t RemoveSingleDustMark = 32966;
 inline constexpr int32_t Threshold = 33005;
 inline constexpr int32_t SubtractImage = 33020;
 inline constexpr int32_t Bin = 33052;
+inline constexpr int32_t FocusSettings = 33077;
 inline constexpr int32_t ModifiedLaplacian = 33080;
 inline constexpr int32_t LuluLower = 33083;
 inline constexpr int32_t LuluUpper = 33084;

@@ -156,7 +156,7 @@ std::vector<std::string> printheader(const ZBasicDoc& document, int32_t scale, d
       format(text::kPrintScale, units.x * imagePixelsPerCm, units.y * imagePixelsPerCm, unit.c_str()));
   lines.push_back(format(text::kPrinted, longDateTime(currentTime()).c_str()));
   lines.push_back("Result:");
-  append(lines, linesOf(document.resultText));
+  append(lines, linesOf(document.resultLines()));
   lines.push_back("comments");
   append(lines, linesOf(subject.comments));
   return lines;

@@ -4,6 +4,7 @@
 #include "image/stillimport.h"
 #include "imagedoc/commandids.h"
 #include "imagedoc/dimdoc.h"
+#include "imagedoc/focusfigure.h"
 #include "imagedoc/imagemenus.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/zbasicdoc.h"
@@ -15,6 +16,11 @@ namespace tarnvisor {
 namespace {
 
 using K = MenuEntry::Kind;
+
+void readSettingsOfImages() {
+  readProcessingSettings();
+  readFocusSettings();
+}
 
 std::vector<Menu> imageMenus() {
   const MenuEntries ofFile{cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage,
@@ -45,7 +51,7 @@ const DocumentFace& imageFace() {
                 {.ending = ".png", .mimeType = "image/png"},
                 {.ending = ".jpg", .mimeType = "image/jpeg"},
                 {.ending = ".tif", .mimeType = "image/tiff"}},
-      .readSettings = &readProcessingSettings,
+      .readSettings = &readSettingsOfImages,
       .helpPage = "image"};
   return face;
 }

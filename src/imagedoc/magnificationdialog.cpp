@@ -1,6 +1,7 @@
 #include "imagedoc/magnificationdialog.h"
 
 #include "base/clock.h"
+#include "base/text.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
@@ -65,6 +66,12 @@ bool MagnificationDialog::runForm() {
   form.addChoice("action", action, {"none", "Add to list", "Select", "Remove", "Set as default"});
   form.add("row", row, {0, MAXMAGS, {}});
   if (!host().forms.run(form)) return false;
+  if (action > 1 && (row < 0 || row >= magnificationCount())) {
+    const char* const verbs[] = {"select", "remove", "set as default"};
+    host().messages.show(format("The table of magnifications has no row %i to %s.", row, verbs[action - 2]),
+                         Buttons::Ok, Icon::Warning);
+    return false;
+  }
   if (action == 1) addToList();
   if (action == 2) select(row);
   if (action == 3) remove(row);

@@ -21,6 +21,9 @@ inline constexpr const char* kNewLineWidth = "New line width";  // 11049
 inline constexpr const char* kPerPixel = "/pixel";              // 11078
 inline constexpr const char* kRemoveDust = "Remove Dust";       // 11100
 inline constexpr const char* kPutBackDust = "Put back dust";
+inline constexpr const char* kSaveRegionOnly =
+    "Save only the region of interest? The pixels outside it would be lost for ever from %1.\nyes = only the region is kept; no = the whole image is kept.";
+inline constexpr const char* kCalibrationLabel = "calibration";
 inline constexpr const char* kRoi = " ROI (%i,%i)-(%i,%i).";         // 11102
 inline constexpr const char* kSimpleThreshold = "simple threshold";  // 11106
 inline constexpr const char* kLineEnd = "\r\n";

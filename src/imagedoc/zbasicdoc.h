@@ -105,7 +105,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // --- scale
   Scale scale() const { return calibrated ? Scale{magx, magy} : Scale{}; }
   // Whether anybody told one, in use or not.
-  bool hasScale() const { return calibrated || magindex != 0 || magx != 1.0 || magy != 1.0; }
+  bool hasScale() const { return calibrated || isScaleTold(); }
   std::string unitName() const { return calibrated ? userunits : "pixel"; }
   // False, and the user told, for what is no scale (isScale): nothing is then changed.
   [[nodiscard]] bool setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
@@ -141,7 +141,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // Adds the words, and the ROI where it counts, to the notes; marks all as changed, refreshes.
   void finishStep(const std::string& text, StepArea area = StepArea::Roi);
   // Runs a step on the image, or its ROI's child view, with a copy for Undo, and adds its words to the notes.
-  // A document of many images runs it on each.
+  // A document of many images runs it on each, and goes on with that after the call: a step holds what it
+  // needs by value.
   virtual void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step);
   void appendNotes(const std::string& text) { notes += text; }
   // Traces the capillary that holds a seed, in pixels of the ROI's child view. False when nothing was done.
@@ -153,6 +154,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void dropStaleResult();
   // False where the image only shows what the document stores as something else: no command changes it then.
   virtual bool holdsPixels() const { return true; }
+  // The result, and below a density what it counts and is per.
+  std::string resultLines() const;
   void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
@@ -216,6 +219,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void dropBadScale();
   void loadLists(Archive& archive, int32_t version, int32_t count);
   void hideLists();
+  // Also seen while the image is in pixels.
+  bool isScaleTold() const { return magindex != 0 || magx != 1.0 || magy != 1.0; }
   // zbasicdoc_open.cpp
   bool resolveImageFile(const std::string& documentPath);
   void afterImageLoaded();
@@ -228,7 +233,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool hasPixelsAt(const std::string& path) const;
   [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
-  bool askTrim(bool& trim, bool& cancelled);
+  bool trimLosesPixels(const std::string& documentPath) const;
+  bool askTrim(const std::string& documentPath, bool& trim, bool& cancelled);
   bool writePixels(const std::string& documentPath, PixelSave& saved);
   Rect trimmedRect() const;
   std::string pixelFileFor(const std::string& documentPath, const std::string& extension) const;
@@ -337,12 +343,15 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void thresholdCapillaries();
   void thresholdPreprocessCheck();
   void processing();
+  void focusSettings();
   void apexFilterCommand();
   void find8Regions();
   void minimaWithinWindow();
   void minimaWithinTolerance();
   void walkToMinima();
   void reportDensity(int64_t count);
+  int32_t capillariesIn(int32_t list) const;
+  std::string countedWords() const;
   std::string densityOf(int32_t list) const;
   std::string countingBasis(int32_t list) const;
   // What of the finder's windows can't run in the region; empty when all do.
@@ -386,5 +395,8 @@ class ZBasicDoc::Change {
   std::unique_ptr<UndoState> before;
   std::unique_ptr<CZZimage> pixels;
 };
+
+// The word for its kind that scripts and the status bar use.
+const char* kindOf(const CDim& dimension);
 
 }  // namespace tarnvisor

@@ -1,4 +1,5 @@
 // Finding and counting capillaries, and the smaller finders beside it.
+#include <algorithm>
 #include <cstdlib>
 #include <span>
 
@@ -63,13 +64,31 @@ void ZBasicDoc::reportDensity(int64_t count) {
   resultText = density;
   countedList = currentlist;
   countedFrom = countingBasis(currentlist);
-  appendNotes(resultText + roiText());
+  appendNotes(resultText + ", " + countedWords() + roiText());
 }
 
-std::string ZBasicDoc::densityOf(int32_t list) const {
-  const int32_t count = dimlists[static_cast<size_t>(list)].countIn(roiOrWhole(), hasCircularRoi());
-  return densityText(count, roiArea());
+// A line that calibrated the image is no capillary.
+int32_t ZBasicDoc::capillariesIn(int32_t list) const {
+  const auto& marks = dimlists[static_cast<size_t>(list)].items;
+  const Rect area = roiOrWhole();
+  return static_cast<int32_t>(std::ranges::count_if(marks, [&](const auto& mark) {
+    return !mark->label.starts_with(text::kCalibrationLabel) && mark->Overlaps(area, hasCircularRoi());
+  }));
 }
+
+// What the result counts and is per; empty where it is no density of marks that are there.
+std::string ZBasicDoc::countedWords() const {
+  if (resultText.empty() || countedList < 0) return {};
+  return format("%i counted in list %i, per %s", capillariesIn(countedList), countedList,
+                densityUnit(unitName()).c_str());
+}
+
+std::string ZBasicDoc::resultLines() const {
+  const std::string counted = countedWords();
+  return counted.empty() ? resultText : resultText + "\n" + counted;
+}
+
+std::string ZBasicDoc::densityOf(int32_t list) const { return densityText(capillariesIn(list), roiArea()); }
 
 // Not where the image lies: that of a video is another for each image shown.
 std::string ZBasicDoc::countingBasis(int32_t list) const {
@@ -124,7 +143,7 @@ void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
     addPointToDimension(index, second);
     if (!currentDims().at(index).Overlaps(area, hasCircularRoi())) currentDims().remove(index);
   }
-  reportDensity(currentDims().countIn(area, hasCircularRoi()));
+  reportDensity(capillariesIn(currentlist));
 }
 
 bool ZBasicDoc::countCapillaries() {
@@ -135,7 +154,7 @@ bool ZBasicDoc::countCapillaries() {
     report("The region lies outside the image: there is nothing to count in.");
     return false;
   }
-  const int32_t marked = currentDims().countIn(area, hasCircularRoi());
+  const int32_t marked = capillariesIn(currentlist);
   if (marked > 0) {
     reportDensity(marked);
   } else {
@@ -154,8 +173,8 @@ bool ZBasicDoc::countCapillaries() {
 }
 
 void ZBasicDoc::findCapillaries() {
-  if (currentDims().countIn(roiOrWhole(), hasCircularRoi()) == 0) tellFinderLimits();
-  if (countCapillaries()) host().messages.show(resultText);
+  if (capillariesIn(currentlist) == 0) tellFinderLimits();
+  if (countCapillaries()) host().messages.show(resultLines());
 }
 
 void ZBasicDoc::tellFinderLimits() const {
@@ -224,7 +243,7 @@ void ZBasicDoc::apexFilterCommand() {
   const ApexParameters parameters = readApexSettings();
   if (apexKernel(parameters).empty())
     return tellNotDone("filter apex", format("there is no kernel of size %i", parameters.apexw));
-  runStep("filter apex ", StepArea::Roi, [&](CZZimage& area) { apexFilter(area, parameters); });
+  runStep("filter apex ", StepArea::Roi, [parameters](CZZimage& area) { apexFilter(area, parameters); });
 }
 
 void ZBasicDoc::find8Regions() {

@@ -9,6 +9,7 @@
 #include "image/palette.h"
 #include "image/stillimport.h"
 #include "imagedoc/commandids.h"
+#include "imagedoc/focusfigure.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
@@ -398,6 +399,11 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            "P&rocessing...",
            &D::processing,
            {.tip = "Processing", .status = "Sets windows and sizes for the finder.", .icon = "processing"}},
+          {cmd::FocusSettings,
+           "Focus measurement settings...",
+           &D::focusSettings,
+           {.tip = "Focus measurement",
+            .status = "Sets how the focus is measured, and whether the status bar shows it."}},
           {cmd::ApexFilter,
            "&apex filter",
            &D::apexFilterCommand,
@@ -436,6 +442,8 @@ void ZBasicDoc::clearAllDimensions() {
   setModified();
   updateAllViews(CView::Change::Marks);
 }
+
+void ZBasicDoc::focusSettings() { editFocusSettings(); }
 
 void ZBasicDoc::notesCommand() {
   std::string file = imagefile;

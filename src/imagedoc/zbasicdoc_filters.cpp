@@ -89,7 +89,7 @@ void ZBasicDoc::highPass() {
   // With a window of 1 a pixel has no others to be compared with.
   if (!askWindow("High pass filter", "whpf", 51, 2, window)) return;
   runWindowStep(format(text::kHighPass, window, window), window,
-                [&](CZZimage& child) { windowFilter(child, WindowMode::HighPass, child, {}, window); });
+                [window](CZZimage& child) { windowFilter(child, WindowMode::HighPass, child, {}, window); });
 }
 
 // The low pass writes the high pass's words: notes have always read so.
@@ -97,7 +97,7 @@ void ZBasicDoc::lowPass() {
   int32_t window = 0;
   if (!askWindow("Low pass filter", "wlpf", 5, 1, window)) return;
   runWindowStep(format(text::kHighPass, window, window), window,
-                [&](CZZimage& child) { windowFilter(child, WindowMode::LowPass, child, {}, window); });
+                [window](CZZimage& child) { windowFilter(child, WindowMode::LowPass, child, {}, window); });
 }
 
 void ZBasicDoc::blur() {
@@ -118,7 +118,7 @@ void ZBasicDoc::blur() {
   if (!only.empty())
     host().messages.show("The region of " + regionSize() + " is blurred" + only + ": sigma " + sigma +
                          " is too wide for the other way.");
-  runStep(words + only, StepArea::Roi, [&](CZZimage& child) { gaussianBlur(child, radius); });
+  runStep(words + only, StepArea::Roi, [radius](CZZimage& child) { gaussianBlur(child, radius); });
 }
 
 void ZBasicDoc::laplacian() {
@@ -138,7 +138,7 @@ void ZBasicDoc::customFilter() {
   for (size_t i = 0; i < kernel.size(); ++i) settings.setInt(kSection, format("custom%zu", i), kernel[i]);
   settings.setDouble(kSection, "customfactor", factor);
   settings.setInt(kSection, "customoffset", offset);
-  runStep("custom filter", StepArea::Roi, [&](CZZimage& child) { filter3x3(child, kernel, factor, offset); });
+  runStep("custom filter", StepArea::Roi, [=](CZZimage& child) { filter3x3(child, kernel, factor, offset); });
 }
 
 void ZBasicDoc::modifiedLaplacian() {
@@ -149,7 +149,7 @@ void ZBasicDoc::sumModifiedLaplacian() {
   int32_t window = 0;
   if (!askWindow("Sum Modified Lapalacian", "wsml", 5, 1, window)) return;
   runWindowStep(format("SML w=%i\r\n", window), window,
-                [&](CZZimage& child) { tarnvisor::sumModifiedLaplacian(child, window); });
+                [window](CZZimage& child) { tarnvisor::sumModifiedLaplacian(child, window); });
 }
 
 void ZBasicDoc::luluLower() {
@@ -201,25 +201,26 @@ void ZBasicDoc::adjust() {
   child->copyPixels(*before);
   takePositions();
   runStep(format(text::kGainAndOffset, gain, offset), StepArea::Roi,
-          [&](CZZimage& area) { area.linear({}, gain, offset); });
+          [=](CZZimage& area) { area.linear({}, gain, offset); });
 }
 
 // The whole image, whatever the ROI.
 void ZBasicDoc::subtractImage() {
   const auto path = host().choosers.openFile({"Subtract image", text::kImageFilter, "", ""});
   if (!path || path->empty()) return;
-  CZZimage other;
-  if (!other.load(*path)) {
+  const auto other = std::make_shared<CZZimage>();
+  if (!other->load(*path)) {
     report(format("%s\n%s", text::kCouldNotLoadImage, path->c_str()));
     return;
   }
   CZZimage& mine = *theImage();
-  if (other.width != mine.width || other.height != mine.height || other.bytesPerPixel != mine.bytesPerPixel) {
+  if (other->width != mine.width || other->height != mine.height ||
+      other->bytesPerPixel != mine.bytesPerPixel) {
     report("The images differ in size or kind.");
     return;
   }
   runStep(" subracted " + fileNameOf(*path), StepArea::Whole,
-          [&](CZZimage& whole) { whole.subtract(other, 0); });
+          [other](CZZimage& whole) { whole.subtract(*other, 0); });
 }
 
 void ZBasicDoc::bin() {
@@ -276,7 +277,7 @@ void ZBasicDoc::threshold() {
   }
   settings.setInt("settings", "simpleimagethreshold", level);
   child->copyPixels(*before);
-  runStep(text::kSimpleThreshold, StepArea::Roi, [&](CZZimage& area) { area.threshold({}, level); });
+  runStep(text::kSimpleThreshold, StepArea::Roi, [level](CZZimage& area) { area.threshold({}, level); });
   setColourset(colourset);
 }
 

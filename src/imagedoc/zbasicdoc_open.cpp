@@ -102,15 +102,15 @@ std::vector<std::string> ZBasicDoc::filesInUse() const { return {pathName(), ima
 
 std::string ZBasicDoc::imagePath() const {
   if (imagefile.empty() || !folderOf(imagefile).empty()) return imagefile;
-  return folderOf(pathName()) + imagefile;
+  return folderOf(linkTarget(pathName())) + imagefile;
 }
 
-// The file where the document names it, then beside the document (both may have moved together), then where
-// the user says.
+// The file where the document names it, then beside the document (both may have moved together) and beside
+// what a link to the document leads to, then where the user says.
 bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
   std::string path = imagefile;
-  const std::string beside = folderOf(documentPath) + fileNameOf(imagefile);
-  if (folderOf(path).empty() || !hasPixelsAt(path)) path = beside;
+  if (folderOf(path).empty() || !hasPixelsAt(path)) path = folderOf(documentPath) + fileNameOf(imagefile);
+  if (!hasPixelsAt(path)) path = folderOf(linkTarget(documentPath)) + fileNameOf(imagefile);
   if (!hasPixelsAt(path)) {
     if (silent) return false;
     host().messages.show(filledIn(text::kCannotFindImage, imagefile), Buttons::Ok, Icon::Warning);
@@ -122,7 +122,7 @@ bool ZBasicDoc::resolveImageFile(const std::string& documentPath) {
   }
   const bool changed = isModified();  // the user chose the file, which may then be anybody's
   if (!loadOwnPixels(path)) return false;
-  rememberImageFile(path, documentPath);
+  rememberImageFile(path, linkTarget(documentPath));
   ownsImageFile = !changed;
   imagedirty = isSaveUnfinished(path);
   setModified(changed);

@@ -1,12 +1,19 @@
 // Saving: the pixels first, where they changed or are trimmed to the ROI, then the document. When the
 // document can't be written, an image file that was replaced comes back and the document in memory is as it
 // was. A save that is killed before the new pixels take their place is finished by the next opening.
+#include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
+#include "app/processstate.h"
 #include "base/files.h"
 #include "base/geometry.h"
 #include "base/text.h"
@@ -25,8 +32,46 @@ constexpr const char* kWholeForm = ".zzg";  // gives back any image
 
 // Where the new content of a pixel file waits until the document of that save count is written. The count
 // tells at opening whether the two belong together.
+// The process tells apart programs that save the same document.
 std::string waitingFile(const std::string& path, int32_t count) {
-  return format("%s~new%i.%s", withoutExtension(path).c_str(), count, extensionOf(path).c_str());
+  return format("%s~new%i-%i.%s", withoutExtension(path).c_str(), count, static_cast<int>(::getpid()),
+                extensionOf(path).c_str());
+}
+
+struct Waiting {
+  std::string path;
+  bool isAtWork = false;  // another program that runs is about to put it in place
+  std::filesystem::file_time_type time;
+};
+
+// What of such a name follows the count: nothing, as earlier versions wrote, or the process.
+bool isAtWork(std::string_view process) {
+  int32_t id = 0;
+  if (process.size() < 2 ||
+      std::from_chars(&process[1], process.data() + process.size(), id).ec != std::errc())
+    return false;
+  return id > 0 && id != ::getpid() && (::kill(id, 0) == 0 || errno == EPERM);
+}
+
+// All that wait for that save, the newest first.
+std::vector<Waiting> waitingFiles(const std::string& path, int32_t count) {
+  const std::string start = format("%s~new%i", fileNameOf(withoutExtension(path)).c_str(), count);
+  const std::string end = "." + extensionOf(path);
+  std::vector<Waiting> all;
+  std::error_code error;
+  const std::string folder = folderOf(path);
+  for (std::filesystem::directory_iterator at(folder.empty() ? "." : folder, error), last;
+       !error && at != last; at.increment(error)) {
+    const std::string name = at->path().filename().string();
+    if (!name.starts_with(start) || !name.ends_with(end) || name.size() < start.size() + end.size()) continue;
+    const std::string_view process =
+        std::string_view(name).substr(start.size(), name.size() - start.size() - end.size());
+    std::error_code gone;
+    if (process.empty() || process[0] == '-')
+      all.push_back({folder + name, isAtWork(process), at->last_write_time(gone)});
+  }
+  std::ranges::sort(all, std::greater(), &Waiting::time);
+  return all;
 }
 
 }  // namespace
@@ -53,7 +98,9 @@ struct ZBasicDoc::PixelSave {
         oldOwns(d.ownsImageFile),
         count(wrapAdd(d.saveCount, 1)) {
     // What a save left that was killed before its document would seem to belong to this one.
-    if (!oldImagefile.empty()) ::unlink(waitingFile(d.imagePath(), count).c_str());
+    if (oldImagefile.empty()) return;
+    for (const Waiting& left : waitingFiles(d.imagePath(), count))
+      if (!left.isAtWork) ::unlink(left.path.c_str());
   }
   void aimAt(const std::string& path) {
     file = path;
@@ -66,7 +113,7 @@ struct ZBasicDoc::PixelSave {
 };
 
 bool ZBasicDoc::isSaveUnfinished(const std::string& path) const {
-  return fileExists(waitingFile(path, saveCount));
+  return !waitingFiles(path, saveCount).empty();
 }
 
 bool ZBasicDoc::hasPixelsAt(const std::string& path) const {
@@ -75,8 +122,10 @@ bool ZBasicDoc::hasPixelsAt(const std::string& path) const {
 
 // Where the folder can't be written the pixels are read where they wait, and the next save writes them.
 bool ZBasicDoc::loadOwnPixels(const std::string& path) {
-  const std::string waiting = waitingFile(path, saveCount);
-  if (!fileExists(waiting)) return loadImage(path);
+  const std::vector<Waiting> all = waitingFiles(path, saveCount);
+  if (all.empty()) return loadImage(path);
+  if (all.front().isAtWork) return loadImage(all.front().path);
+  const std::string& waiting = all.front().path;
   logPrintf("the last save of %s was cut short: its pixels are those of %s\n", path.c_str(), waiting.c_str());
   const bool finished = std::rename(waiting.c_str(), path.c_str()) == 0;
   return loadImage(finished ? path : waiting);
@@ -110,19 +159,41 @@ Rect ZBasicDoc::trimmedRect() const {
   return Rect{held.left, frameRow(held.top), held.right, frameRow(held.bottom)}.offsetBy(origin.x, origin.y);
 }
 
-// Whether the ROI alone is to be saved; cancelled when the user abandons the save.
-bool ZBasicDoc::askTrim(bool& trim, bool& cancelled) {
+// Whether a trimmed save would take pixels from the file that the document has: from that time on nobody has
+// them.
+bool ZBasicDoc::trimLosesPixels(const std::string& documentPath) const {
+  return sameFile(documentPath, pathName()) && hasPixelsAt(imagePath()) &&
+         trimmedRect() != theImage()->frameRect();
+}
+
+// Whether the ROI alone is to be saved; cancelled when the user abandons the save. Over the document's own
+// file it is only where somebody said so.
+bool ZBasicDoc::askTrim(const std::string& documentPath, bool& trim, bool& cancelled) {
   cancelled = false;
   trim = false;
   if (roi.isEmpty() || keepwhole) return true;
-  trim = silent != 0;
-  if (silent) return true;
+  const bool loses = trimLosesPixels(documentPath);
+  if (silent || process.quietMode) {
+    trim = silent && !loses;
+    if (loses)
+      logPrintf("%s keeps the whole image: nobody was asked about the region\n", documentPath.c_str());
+    return true;
+  }
+  if (loses && !isUnattended()) {
+    const Answer answer = host().messages.show(filledIn(text::kSaveRegionOnly, imagePath()),
+                                               Buttons::YesNoCancel, Icon::Question);
+    trim = answer == Answer::Yes;
+    cancelled = answer == Answer::Cancel;
+    return !cancelled;
+  }
   int32_t choice = 0;
   Form form("ROI or whole image");
   form.addNote("A region of interest is set. What is to be saved?")
       .addChoice("Save", choice, {"Whole image", "ROI"});
   cancelled = !host().forms.run(form);
   trim = choice == 1;
+  if (loses && !trim && !cancelled)
+    logPrintf("%s keeps the whole image: the region alone was not asked for\n", documentPath.c_str());
   return !cancelled;
 }
 
@@ -139,9 +210,11 @@ std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::
   return path;
 }
 
-// A bare name where the file lies in the document's folder, so that both can move together.
+// A bare name where the file lies in the document's folder, so that both can move together. Links to either
+// are no places that move.
 void ZBasicDoc::rememberImageFile(const std::string& full, const std::string& documentPath) {
-  imagefile = sameFolder(folderOf(full), folderOf(documentPath)) ? fileNameOf(full) : full;
+  const std::string lies = linkTarget(full);
+  imagefile = sameFolder(folderOf(lies), folderOf(documentPath)) ? fileNameOf(lies) : full;
 }
 
 // A picture that the document was made around comes to lie beside it, byte for byte: from now on the document
@@ -178,7 +251,7 @@ bool ZBasicDoc::writePixels(const std::string& documentPath, PixelSave& saved) {
 
 bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   bool cancelled = false;
-  if (!askTrim(saved.trimmed, cancelled)) return false;
+  if (!askTrim(documentPath, saved.trimmed, cancelled)) return false;
   const std::string present = imagePath();
   if (!saved.trimmed && !imagedirty && fileExists(present)) {
     // With a ROI the whole image is written too; what its own file holds need not be written over. A document
@@ -220,7 +293,7 @@ void ZBasicDoc::cutToTrim(const PixelSave& saved) {
 
 bool ZBasicDoc::onSaveDocument(const std::string& path) {
   PixelSave saved(*this);
-  bool done = !hasImage() || savePixels(path, saved);
+  bool done = !hasImage() || savePixels(linkTarget(path), saved);
   done = done && storeBound(path);
   if (!done) {
     saved.abandon();

@@ -49,6 +49,12 @@ double scaleOf(const MeasuredLine& axis, double present) {
   return untouched ? present : axis.length / axis.pixels;
 }
 
+// Found again by the label, so that the line counts as no capillary after a save either.
+void labelCalibration(CDim& line) {
+  if (line.label.starts_with(text::kCalibrationLabel)) return;
+  line.label = text::kCalibrationLabel + (line.label.empty() ? "" : " " + line.label);
+}
+
 }  // namespace
 
 void ZBasicDoc::calibrateCommand() {
@@ -95,6 +101,8 @@ void ZBasicDoc::calibrateCommand() {
   const double newX = toldX != 0 ? toldX : calibrated ? magx : toldY;
   const Change change(*this);
   if (!setScale(newX, toldY != 0 ? toldY : newX, name, currentTime(), asDefault != 0, true)) return;
+  for (const MeasuredLine* axis : {&x, &y})
+    if (axis->pixels != 0) labelCalibration(currentDims().at(axis->line - 1));
   updateAllViews();
 }
 
@@ -105,6 +113,8 @@ void ZBasicDoc::unitsCommand() {
   form.addChoice("Units", useUnits, {"pixels", "user units"}).add("Name", name);
   if (!host().forms.run(form)) return;
   const Change change(*this);
+  // A scale of 1 without a date would be taken for none.
+  if (calibrated && !isScaleTold()) magindex = static_cast<int32_t>(currentTime());
   if (useUnits && !hasScale()) {
     useUnits = 0;
     report(

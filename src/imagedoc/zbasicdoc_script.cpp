@@ -17,14 +17,6 @@ std::string printable(const std::string& notes) {
   return text;
 }
 
-const char* kindOf(const CDim& dimension) {
-  const std::string name = dimension.classRecord().name;
-  if (name == "CDimCircle") return "circle";
-  if (name == "CDimPolygon") return "polygon";
-  if (name == "CDimRect") return "rect";
-  return dimension.points.size() == 1 ? "point" : dimension.points.size() == 2 ? "line" : "polyline";
-}
-
 std::string dimensionLines(const ZBasicDoc& document) {
   std::string text = "number,kind,length,area,points\n";
   const Scale s = document.scale();
@@ -40,6 +32,14 @@ std::string dimensionLines(const ZBasicDoc& document) {
 }
 
 }  // namespace
+
+const char* kindOf(const CDim& dimension) {
+  const std::string name = dimension.classRecord().name;
+  if (name == "CDimCircle") return "circle";
+  if (name == "CDimPolygon") return "polygon";
+  if (name == "CDimRect") return "rect";
+  return dimension.points.size() == 1 ? "point" : dimension.points.size() == 2 ? "line" : "polyline";
+}
 
 std::vector<std::pair<std::string, std::string>> ZBasicDoc::facts() const {
   if (!hasImage()) return {};
@@ -62,7 +62,12 @@ StepResult ZBasicDoc::tell(const std::string& what) {
   if (what == "dims") return {true, {}, {}, dimensionLines(*this)};
   if (what == "status") return {true, {}, {}, statusText()};
   dropStaleResult();
-  return CdbDocument::tell(what);
+  StepResult told = CdbDocument::tell(what);
+  if (const std::string counted = countedWords(); told.known && !counted.empty()) {
+    told.values.emplace_back("counted", counted);
+    told.text += counted + "\n";
+  }
+  return told;
 }
 
 StepResult ZBasicDoc::exportTo(const std::string& path) {

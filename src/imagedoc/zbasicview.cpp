@@ -53,7 +53,10 @@ ZBasicView::~ZBasicView() {
 // --- the view's life
 
 void ZBasicView::onUpdate(Change what) {
-  if (what == Change::All || what == Change::Pixels) painter->invalidate();
+  if (what == Change::All || what == Change::Pixels) {
+    painter->invalidate();
+    focusShown.reset();
+  }
   checkSelections();
   showFirst();
   contentChanged();

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -65,8 +66,8 @@ class ZBasicView : public CView, public AutoLoadSink {
   void zoomAbout(Point windowPoint, bool in);
 
   // --- zbasicview_panes.cpp
-  // "position", "pixel", "dimension", "list", "roi", "magnification", "zoom", in that order; one that has
-  // nothing to say is empty.
+  // "position", "pixel", "dimension", "list", "roi", "focus" where it is wanted, "magnification", "zoom", in
+  // that order; one that has nothing to say is empty.
   std::vector<StatusPane> panes() const override;
 
   // --- zbasicview_mouse.cpp
@@ -98,6 +99,8 @@ class ZBasicView : public CView, public AutoLoadSink {
 
  protected:
   void onSize() override;
+  // In hand, whatever was before.
+  void takeTool(int32_t wanted);
 
  private:
   // What a held button does.
@@ -116,6 +119,10 @@ class ZBasicView : public CView, public AutoLoadSink {
   Rect roiBeingDrawn() const {
     return Rect{rubber.from.x, rubber.from.y, rubber.to.x, rubber.to.y}.normalised();
   }
+
+  // zbasicview_panes.cpp
+  mutable std::optional<double> focusShown;  // measured when it is first told, of the image as it is
+  std::string focusText() const;
 
   // zbasicview_mouse.cpp
   void takePosition(Point windowPoint);
@@ -164,6 +171,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   }
   void chooseTool(int32_t wanted);
   void chooseDustTool();
+  bool editsDustMask() const { return tool == kToolDust && doc.currentlist != kAmcList; }
   void runOnDocument(int32_t command);
   void zoomInCommand() { zoomAbout(windowCentre(), true); }
   void zoomOutCommand() { zoomAbout(windowCentre(), false); }

@@ -112,7 +112,7 @@ const CommandTableBase& ZBasicView::commandTable() {
         .status = "Traces the capillary under the mouse.",
         .keys = "F9",
         .icon = "trace"}},
-      {cmd::EditDustMask, "&Edit dust mask", &V::chooseDustTool, nullptr, &V::isChosen<kToolDust>},
+      {cmd::EditDustMask, "&Edit dust mask", &V::chooseDustTool, nullptr, &V::editsDustMask},
       {cmd::ZoomIn, "Zoom &In", &V::zoomInCommand, &V::hasImage},
       {cmd::ZoomOut, "Zoom &out", &V::zoomOutCommand, &V::hasImage},
       {cmd::ZoomFit, "set re&gion", &V::fitCommand, &V::hasImage},
@@ -217,6 +217,10 @@ void ZBasicView::chooseTool(int32_t wanted) {
   updateCursor();
 }
 
+void ZBasicView::takeTool(int32_t wanted) {
+  if (tool != wanted) chooseTool(wanted);
+}
+
 // Left by choosing it again, with the marks still current so that one can be selected and deleted; the next
 // list comes with Switch List.
 void ZBasicView::chooseDustTool() {
@@ -311,6 +315,51 @@ void ZBasicView::copy() {
   }
 }
 
+namespace {
+
+constexpr int32_t kPasteStep = 10;
+
+bool liesOn(const CDimList& list, const CDim& mark, Point shift) {
+  return std::ranges::any_of(list.items, [&](const auto& present) {
+    return &present->classRecord() == &mark.classRecord() &&
+           std::ranges::equal(present->points, mark.points,
+                              [&](Point there, Point own) { return there == own + shift; });
+  });
+}
+
+Rect extentOf(std::span<const std::unique_ptr<CDim>> marks) {
+  const Point start = marks.front()->points.front();
+  Rect extent{start.x, start.y, start.x, start.y};
+  for (const auto& mark : marks)
+    for (const Point p : mark->points)
+      extent = {std::min(extent.left, p.x), std::min(extent.top, p.y), std::max(extent.right, p.x),
+                std::max(extent.bottom, p.y)};
+  return extent;
+}
+
+// Marks exactly upon others would not be seen, and count twice: they go beside them, in the image if there is
+// room.
+Point shiftOfPasted(const ZBasicDoc& document, std::span<const std::unique_ptr<CDim>> marks) {
+  const CDimList& list = document.currentDims();
+  const auto isFree = [&](Point shift) {
+    return std::ranges::none_of(marks, [&](const auto& mark) { return liesOn(list, *mark, shift); });
+  };
+  if (isFree({})) return {};
+  const Rect whole = document.hasImage() ? document.theImage()->frameRect() : Rect{};
+  const Rect extent = extentOf(marks);
+  const auto isInImage = [&](Point shift) {
+    const Rect moved = extent.offsetBy(shift.x, shift.y);
+    return whole.contains(moved.topLeft()) && whole.contains({moved.right, moved.bottom});
+  };
+  for (const Point step : {Point{kPasteStep, kPasteStep}, Point{-kPasteStep, -kPasteStep},
+                           Point{kPasteStep, -kPasteStep}, Point{-kPasteStep, kPasteStep}})
+    for (Point shift = step; isInImage(shift); shift = shift + step)
+      if (isFree(shift)) return shift;
+  return {kPasteStep, kPasteStep};
+}
+
+}  // namespace
+
 void ZBasicView::paste() {
   auto bytes = host().clipboard.data(kDimensionFormat);
   if (!bytes) {
@@ -337,7 +386,9 @@ void ZBasicView::paste() {
   finishShape();
   const ZBasicDoc::Change change(doc);
   doc.currentDims().clearSelection();
+  const Point shift = shiftOfPasted(doc, dimensions);
   for (const auto& dimension : dimensions) {
+    dimension->MoveTo(dimension->points.front() + shift);
     selected = doc.insertDimension(*dimension);
     doc.currentDims().at(selected).selected = dimensions.size() > 1;
   }

@@ -1,5 +1,7 @@
 // The status texts of the image view.
+#include "analysis/autofocus.h"
 #include "base/text.h"
+#include "imagedoc/focusfigure.h"
 #include "imagedoc/levelchart.h"
 #include "imagedoc/zbasicview.h"
 
@@ -29,12 +31,19 @@ std::string dimensionText(const ZBasicDoc& doc, int32_t index) {
   const Scale s = doc.scale();
   const CDim& dimension = doc.currentDims().at(index);
   const double area = dimension.Area(s.x, s.y);
-  const double value = area != 0.0 ? area : dimension.Length(s.x, s.y);
   const char* name = kListNames[doc.currentlist];
-  return (*name ? std::string(name) + " " : std::string()) + format("line%i=%5.1f", index + 1, value);
+  const std::string list = *name ? std::string(name) + " " : std::string();
+  if (area != 0.0) return list + format("%s%i area=%5.1f", kindOf(dimension), index + 1, area);
+  return list + format("line%i=%5.1f", index + 1, dimension.Length(s.x, s.y));
 }
 
 }  // namespace
+
+std::string ZBasicView::focusText() const {
+  if (!hasImage()) return {};
+  if (!focusShown) focusShown = focusControl.measureFocus(*doc.theImage());
+  return format("focus=%5.1f", *focusShown);
+}
 
 std::vector<StatusPane> ZBasicView::panes() const {
   const Scale s = doc.scale();
@@ -43,13 +52,15 @@ std::vector<StatusPane> ZBasicView::panes() const {
     const Rect area = grip == Grip::DrawRoi ? roiBeingDrawn() : doc.roi;
     roi = format("size=%5.1fx%5.1f", area.width() * s.x, area.height() * s.y);
   }
-  return {{"position", positionText(doc, position)},
-          {"pixel", pixelText(doc, position)},
-          {"dimension", dimensionText(doc, selected)},
-          {"list", format("dimlist%i %s", doc.currentlist, kListNames[doc.currentlist])},
-          {"roi", roi},
-          {"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)},
-          {"zoom", format("zoom=%4.0f%%", 100.0 * zoomnum / zoomden)}};
+  std::vector<StatusPane> all{{"position", positionText(doc, position)},
+                              {"pixel", pixelText(doc, position)},
+                              {"dimension", dimensionText(doc, selected)},
+                              {"list", format("dimlist%i %s", doc.currentlist, kListNames[doc.currentlist])},
+                              {"roi", roi}};
+  if (showsFocus) all.push_back({"focus", focusText()});
+  all.push_back({"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)});
+  all.push_back({"zoom", format("zoom=%4.0f%%", 100.0 * zoomnum / zoomden)});
+  return all;
 }
 
 }  // namespace tarnvisor

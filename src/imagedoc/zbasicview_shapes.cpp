@@ -39,8 +39,10 @@ void ZBasicView::clickShape() {
 }
 
 void ZBasicView::beginShape() {
-  // The marks of dust have their own list, whichever document the tool was chosen in.
-  if (tool == kToolDust && doc.currentlist != kDustList) runOnDocument(cmd::EditDustMask);
+  // The marks of dust have their own list, whichever document the tool was chosen in; regions of movement
+  // correction, which it draws too, are in theirs already.
+  if (tool == kToolDust && doc.currentlist != kDustList && doc.currentlist != kAmcList)
+    runOnDocument(cmd::EditDustMask);
   selected = doc.addDimension(position, shapeType());
   rubber = {position, position};
   if (tool != kToolCounting) {

@@ -14,7 +14,23 @@
 
 namespace tarnvisor {
 
-std::string freeMovieName(const std::string& base) {
+namespace {
+
+// Of the name's bytes the letter, an ending and the marks of what is not finished yet take the rest.
+constexpr size_t kLongestStem = 200;
+
+// The letters of many steps would outgrow what file systems take. Cut between characters.
+std::string boundedStem(const std::string& base) {
+  std::string name = fileNameOf(base);
+  size_t length = std::min(name.size(), kLongestStem);
+  while (length < name.size() && length > 0 && (static_cast<uint8_t>(name[length]) & 0xc0) == 0x80) --length;
+  return folderOf(base) + name.substr(0, length);
+}
+
+}  // namespace
+
+std::string freeMovieName(const std::string& wanted) {
+  const std::string base = boundedStem(wanted);
   const char* ending = compressoutput ? ".avi" : ".mve";
   for (const char from : {'A', 'a'})
     for (int letter = 0; letter < 26; ++letter) {

@@ -199,15 +199,4 @@ void CZZMovie::abandonProcessing() {
 
 bool CZZMovie::processingFailed() const { return !trouble.empty() || (pass && pass->failed()); }
 
-bool CZZMovie::rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make) {
-  MoviePass making(*this, "Making a new movie", n);
-  if (n < 1 || !making.openBeside(name, form)) return false;
-  CZZimage made;
-  while (making.next()) {
-    if (!make(making.step(), made)) return false;
-    if (!making.put(made)) break;  // which finish() tells
-  }
-  return making.finish();
-}
-
 }  // namespace tarnvisor

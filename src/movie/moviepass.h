@@ -40,6 +40,7 @@ class MoviePass {
   [[nodiscard]] bool put(CZZimage& made);
 
   bool isBeside() const { return output != nullptr; }
+  void stop() { stopped = movie.cancelled = true; }
   bool wasStopped() const { return stopped; }
   bool failed() const;
   // Ends it. False when there is no result: a pass that was stopped leaves the movie as it was, and so does

@@ -114,10 +114,11 @@ CZZimage& CZZMovie::frameAt(int32_t wanted) {
   pixelsInFile = false;
   isShown = count > 0;
   if (!isShown) return frame;
+  isRead = true;
   if (memory)
     showSlot(slotOf(index));
   else
-    readSlot(index, holder);
+    isRead = readSlot(index, holder);
   frameInfo(slotOf(index), frame);
   return frame;
 }
@@ -135,7 +136,7 @@ int32_t CZZMovie::getImage(int32_t wanted, CZZimage& target) {
   target.colourset = holder.colourset;
   target.frameNumber = 2 * slotOf(index);
   target.xOrigin = target.yOrigin = 0;
-  readSlot(index, target);
+  isRead = readSlot(index, target);
   frameInfo(slotOf(index), target);
   return index;
 }

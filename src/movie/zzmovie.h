@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ namespace tarnvisor {
 class MovieFile;
 class MovieOutput;
 class MoviePass;
+struct RewritePlan;
 class VideoReader;
 
 // Shared by all movies: recordings and passes go to AVI rather than to .mve.
@@ -51,6 +53,8 @@ class CZZMovie {
   // Makes a frame the current one; in a pass the frame before it is written first. The image is empty when
   // there are no frames.
   CZZimage& frameAt(int32_t index);
+  // Whether the frame last asked for could be read; where it could not, the pixels are those before it.
+  bool hasRead() const { return isRead; }
   int32_t nextFrame(int32_t limit = -1);  // the index that is now current
   // Copies a frame into target, resizing it, and leaves the current one. The index used.
   int32_t getImage(int32_t index, CZZimage& target);
@@ -66,6 +70,8 @@ class CZZMovie {
     return frame;
   }
   bool isOpen() const { return mode != kClosed && count > 0; }
+  // What the frames have in common: size, kind and fields, without pixels worth reading.
+  const CZZimage& form() const { return holder; }
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
   bool isRaw() const { return mode == kFile && dataOffset == 0; }
@@ -110,14 +116,11 @@ class CZZMovie {
   const std::string& leftOver() const { return leftOverFile; }
   // The user stopped the last pass, save, export or average.
   bool wasCancelled() const { return cancelled; }
-  // A new movie of what `make` puts into its image for k = 0 to n-1; false from it ends the pass. form: the
-  // size and kind of the frames. The movie becomes the new one.
-  using MakeFrame = std::function<bool(int32_t k, CZZimage& made)>;
-  [[nodiscard]] bool rewrite(const std::string& name, const CZZimage& form, int32_t n, const MakeFrame& make);
   [[nodiscard]] bool save(const std::string& name, int32_t first = -1, int32_t last = -1);
   [[nodiscard]] bool saveFrames(const std::string& name, int32_t first, int32_t last);
 
-  // --- zzmovie_edit.cpp: each makes a new movie file of that name, and leaves the old one
+  // --- movierewrite.cpp: each makes a new movie file of that name, and leaves the old one
+  [[nodiscard]] bool rewrite(const std::string& name, RewritePlan plan);
   [[nodiscard]] bool mergeFields(const std::string& name);
   [[nodiscard]] bool splitFrames(const std::string& name);
   [[nodiscard]] bool keepFrames(const std::string& name, int32_t first,
@@ -145,13 +148,12 @@ class CZZMovie {
   using FocusMeasure = std::function<double(const CZZimage&)>;
   // The mean of the sharpest frames: for each cell of half a frame's width and height, the one of the
   // greatest measure above 0 whose origin lies strictly inside. step: of the prompt that asks for it; the
-  // size of a cell is fixed all the same.
-  [[nodiscard]] bool bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t step, int32_t first,
-                                   int32_t last);
+  // size of a cell is fixed all the same. How many frames that are: with none the image stays dark.
+  [[nodiscard]] std::optional<int32_t> bestFocusInto(CZZimage& image, const FocusMeasure& measure,
+                                                     int32_t step, int32_t first, int32_t last);
 
-  // --- zzmovie_avi.cpp
-  // Writes the range, every step-th frame, as it lies on one canvas; uncompressed without a compression. The
-  // words of what happened come after `report`.
+  // --- movieexport.cpp
+  // All of a MovieExport at once. The words of what happened come after `report`.
   struct Compression;
   [[nodiscard]] bool saveAVI(const std::string& name, int32_t rate, int32_t first, int32_t last, int32_t step,
                              const Compression* compression, std::string& report);
@@ -234,8 +236,9 @@ class CZZMovie {
   MoviePass* pass = nullptr;            // that the frame shown belongs to; borrowed
   std::unique_ptr<MoviePass> ownPass;   // of openProcessing
   bool recording = false;
-  bool full = false;          // a recording without ring has filled its slots
-  bool isShown = false;       // `current` has been loaded
+  bool full = false;     // a recording without ring has filled its slots
+  bool isShown = false;  // `current` has been loaded
+  bool isRead = true;
   int64_t lastWritten = 0;    // where, in a file
   bool pixelsInFile = false;  // those of the frame just recorded went there only
   int32_t recovered = 0;

@@ -249,11 +249,11 @@ bool CZZMovie::deviationInto(CZZimage& image, int32_t first, int32_t last) {
   return !deviating.wasStopped();
 }
 
-bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t /*step*/, int32_t first,
-                             int32_t last) {
+std::optional<int32_t> CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32_t /*step*/,
+                                               int32_t first, int32_t last) {
   const Range range = clamped(first, last);
   const Extents extents = frameExtents(first, last);
-  if (!prepareCanvas(image, extents)) return false;
+  if (!prepareCanvas(image, extents)) return std::nullopt;
   const std::vector<Placement> all = placements(range, extents);
   std::vector<double> focus;
   CZZimage each;
@@ -262,7 +262,7 @@ bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32
     getImage(all[static_cast<size_t>(measuring.step())].index, each);
     focus.push_back(measure(each));
   }
-  if (measuring.wasStopped()) return false;
+  if (measuring.wasStopped()) return std::nullopt;
   const int32_t height = holder.frameHeight();
   const int64_t stepX = std::max(1, holder.width / 2), stepY = std::max(1, height / 2);
   // From the canvas's corner on, but only while it is below the room for movement as such: it has always been
@@ -281,7 +281,8 @@ bool CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasure& measure, int32
   std::vector<Placement> sharpest;
   sharpest.reserve(best.size());
   for (const auto& [cell, i] : best) sharpest.push_back(all[i]);
-  return averageOf(image, sharpest);
+  if (!averageOf(image, sharpest)) return std::nullopt;
+  return static_cast<int32_t>(sharpest.size());
 }
 
 }  // namespace tarnvisor

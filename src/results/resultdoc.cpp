@@ -114,6 +114,7 @@ const CommandTableBase& CResultDoc::commandTable() {
 void CResultDoc::deleteContents() {
   columns.clear();
   rows.clear();
+  smallNumbers.clear();
   ncolumns = marker = 0;
   selected = {};
   rowSubject.clear();
@@ -146,6 +147,8 @@ bool CResultDoc::addrow(const ResultRecord& record) {
       cells[format.column] = i == 0   ? record.filename
                              : i == 1 ? record.units
                                       : resultNumber(value, format.fieldwidth, format.decimals);
+      if (std::string small = i < 2 ? "" : smallNumber(value, format.decimals); !small.empty())
+        smallNumbers[{rows.size(), format.column}] = std::move(small);
     }
     rows.push_back(std::move(cells));
   } catch (const std::bad_alloc&) {
@@ -184,6 +187,11 @@ const std::string& CResultDoc::cell(size_t row, size_t place) const {
   return row < rows.size() && place < rows[row].size() ? rows[row][place] : none;
 }
 
+const std::string& CResultDoc::shownCell(size_t row, size_t place) const {
+  const auto small = smallNumbers.find({row, place});
+  return small == smallNumbers.end() ? cell(row, place) : small->second;
+}
+
 const Ccolformat& CResultDoc::columnAt(size_t place) const {
   static const Ccolformat none;
   for (const auto& column : columns)
@@ -214,7 +222,7 @@ std::string CResultDoc::selectionText() const {
     for (const size_t place : places) {
       const auto column = static_cast<int64_t>(place);
       if (!all && (column < selected.firstColumn || column > selected.lastColumn)) continue;
-      text += separator + cell(row, place);
+      text += separator + shownCell(row, place);
       separator = "\t";
     }
     text += "\r\n";
@@ -279,7 +287,7 @@ std::string CResultDoc::asText() const {
   std::vector<size_t> widths;
   for (const size_t place : places) {
     size_t width = columnAt(place).title.size();
-    for (size_t row = 0; row < rows.size(); ++row) width = std::max(width, cell(row, place).size());
+    for (size_t row = 0; row < rows.size(); ++row) width = std::max(width, shownCell(row, place).size());
     widths.push_back(width);
   }
   std::string text;
@@ -294,7 +302,7 @@ std::string CResultDoc::asText() const {
     text += std::string(line.substr(0, line.find_last_not_of(' ') + 1)) + "\n";
   };
   addLine([&](size_t place) { return columnAt(place).title; });
-  for (size_t row = 0; row < rows.size(); ++row) addLine([&](size_t place) { return cell(row, place); });
+  for (size_t row = 0; row < rows.size(); ++row) addLine([&](size_t place) { return shownCell(row, place); });
   return text;
 }
 
@@ -323,7 +331,7 @@ void CResultDoc::print(PrintContext& context) const {
     for (const size_t place : places) {
       context.text(2, column, columnAt(place).title);
       for (int i = 0; i < perPage && row + static_cast<size_t>(i) < rows.size(); ++i)
-        context.text(3 + i, column, cell(row + static_cast<size_t>(i), place));
+        context.text(3 + i, column, shownCell(row + static_cast<size_t>(i), place));
       column += columnAt(place).width;
     }
     context.endPage();

@@ -4,8 +4,10 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/outcome.h"
@@ -28,6 +30,9 @@ class CResultDoc : public CdbDocument {
 
   // A cell by the place at which it is shown; empty where a damaged file has none.
   const std::string& cell(size_t row, size_t place) const;
+  // What people read there: a number that the cell's decimals make nothing of keeps three digits, as long as
+  // the table is open. What is stored and exported has the column's decimals.
+  const std::string& shownCell(size_t row, size_t place) const;
   // The column shown at a place: the first in the list whose `column` equals it, or the last if none does.
   const Ccolformat& columnAt(size_t place) const;
   size_t rowCount() const { return rows.size(); }
@@ -74,6 +79,7 @@ class CResultDoc : public CdbDocument {
   std::string ownerLines() const;
   std::vector<size_t> visiblePlaces() const;
   Selection selected;
+  std::map<std::pair<size_t, size_t>, std::string> smallNumbers;  // by row and place
   // Of all rows that were added, until there are columns for them.
   std::string rowSubject;
   int32_t rowExam = -1;

@@ -93,4 +93,10 @@ std::string resultNumber(double value, int width, int decimals) {
              : text;
 }
 
+std::string smallNumber(double value, int decimals) {
+  const bool isLost = decimals > 0 && value != 0 && std::isfinite(value) &&
+                      resultNumber(value, 0, decimals).find_first_not_of("-0.") == std::string::npos;
+  return isLost ? format("%.3g", value) : std::string();
+}
+
 }  // namespace tarnvisor

@@ -68,5 +68,8 @@ ResultRecord recordOf(const ResultTable& table, std::string filename, std::strin
 // "%*.*f", with exact ties rounded away from zero, as users of these tables have always seen them: 37.25 in a
 // field of 5 with one decimal is " 37.3".
 std::string resultNumber(double value, int width, int decimals);
+// With three significant digits, for a number of which those decimals would show nothing but zeros; empty for
+// all others.
+std::string smallNumber(double value, int decimals);
 
 }  // namespace tarnvisor

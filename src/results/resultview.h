@@ -11,7 +11,7 @@ class CResultView : public TableView {
   explicit CResultView(CResultDoc& shown) : TableView(shown), table(shown) {}
   size_t rowCount() const override { return table.rowCount(); }
   std::string heading(size_t place) const override { return table.columnAt(place).title; }
-  std::string cellText(size_t row, size_t place) const override { return table.cell(row, place); }
+  std::string cellText(size_t row, size_t place) const override { return table.shownCell(row, place); }
   bool isNumber(size_t place) const override { return table.columnAt(place).fieldwidth != 0; }
   // The selection is the document's.
   Cells selectedCells() const override;

@@ -1,7 +1,6 @@
 #include "traces/maxima.h"
 
-#include <algorithm>
-
+#include "base/goldensection.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
@@ -26,46 +25,23 @@ std::vector<size_t> minimaOf(std::span<const double> samples) {
   return minima;
 }
 
-class GoldenSearch {
- public:
-  GoldenSearch(std::span<const double> all, size_t first, size_t last)
-      : samples(all), low(first), high(last) {}
-
-  // The index of the greatest sample of the range, both ends included.
-  size_t run() {
-    constexpr double kGolden = 0.3819660112501051;
-    constexpr size_t kFew = 4;
-    while (high - low > kFew) {
-      const auto step = static_cast<size_t>(static_cast<double>(high - low) * kGolden);
-      const size_t left = low + step;
-      const size_t right = high - step;
-      const double leftValue = look(left);
-      const double rightValue = look(right);
-      if (leftValue == rightValue) break;
-      leftValue < rightValue ? low = left : high = right;
-    }
-    size_t best = low;
-    double bestValue = look(low);
-    for (size_t i = low + 1; i <= high; ++i) {
-      if (const double value = look(i); value > bestValue) {
-        best = i;
-        bestValue = value;
-      }
-    }
-    return best;
-  }
-  uint32_t evaluations() const { return looks; }
-
- private:
-  double look(size_t i) {
-    ++looks;
-    return samples[i];
-  }
-  std::span<const double> samples;
-  size_t low;
-  size_t high;
+// The greatest sample of a range, both ends included, and how many were looked at.
+Maximum greatestBetween(std::span<const double> samples, size_t first, size_t last) {
+  constexpr int32_t kFew = 16;  // so few are walked
+  GoldenSection section;
   uint32_t looks = 0;
-};
+  auto at = static_cast<size_t>(section.start(static_cast<int32_t>(first), static_cast<int32_t>(last)));
+  for (bool isFirst = true; section.high - section.low > kFew; isFirst = false) {
+    const double value = samples[at];
+    ++looks;
+    if (!isFirst && (value == section.bestValue || !section.divides())) break;
+    at = static_cast<size_t>(section.step(value));
+  }
+  size_t best = static_cast<size_t>(section.low);
+  for (size_t i = best; i <= static_cast<size_t>(section.high); ++i, ++looks)
+    if (samples[i] > samples[best]) best = i;
+  return {static_cast<uint32_t>(best), samples[best], looks};
+}
 
 }  // namespace
 
@@ -79,10 +55,9 @@ std::vector<Maximum> goldenSearchMaxima(const ZZTrace& trace, Selection selectio
   for (double& sample : samples) sample = trace.displayed(sample);
   const std::vector<size_t> minima = minimaOf(samples);
   for (size_t k = 1; k < minima.size(); ++k) {
-    GoldenSearch search(samples, minima[k - 1], minima[k]);
-    const size_t best = search.run();
-    if (!(samples[best] > samples[minima[k - 1]] && samples[best] > samples[minima[k]])) continue;
-    const Maximum found{span.at(best), samples[best], search.evaluations()};
+    Maximum found = greatestBetween(samples, minima[k - 1], minima[k]);
+    if (!(found.value > samples[minima[k - 1]] && found.value > samples[minima[k]])) continue;
+    found.index = span.at(found.index);
     logPrintf("x=%i val=%f n=%i\n", static_cast<int>(found.index), found.value,
               static_cast<int>(found.evaluations));
     maxima.push_back(found);

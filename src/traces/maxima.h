@@ -15,9 +15,8 @@ struct Maximum {
 };
 
 // One maximum between each two neighbouring minima of the selection, whose ends count as minima; one at an
-// end isn't reported. Between minima the signal has one peak, so a golden section search (Kiefer, 1953) finds
-// it; where two probes are level it can't tell the side, and walks what is left. Each is a line of the log.
-// Empty for rows.
+// end isn't reported. Between minima the signal has one peak, so a golden section search finds it; where two
+// probes are level it can't tell the side, and walks what is left. Each is a line of the log. Empty for rows.
 std::vector<Maximum> goldenSearchMaxima(const ZZTrace& trace, Selection selection);
 
 }  // namespace tarnvisor

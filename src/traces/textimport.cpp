@@ -3,6 +3,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <functional>
+#include <numeric>
 #include <optional>
 
 #include "base/text.h"
@@ -16,6 +18,9 @@ constexpr size_t kMostColumns = 4096;
 constexpr size_t kLongestNumber = 400;
 constexpr char kBlanks = ' ';
 constexpr double kStepTolerance = 0.25;  // of the step: written times are rounded
+constexpr double kEvenTolerance = 0.01;  // of the step: beyond it, and beyond rounding, times are uneven
+constexpr double kClearly = 1.001;       // the first of what are equal but for rounding counts
+constexpr double kRounding = 0.6;        // of the last digit's unit
 
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
@@ -74,6 +79,21 @@ bool parse(std::string_view cell, char delimiter, double& value) {
   return error == std::errc() && at == end && std::isfinite(value);
 }
 
+// The power of ten of a number's last digit.
+int8_t lastDigitOf(std::string_view cell) {
+  const size_t exponentAt = cell.find_first_of("eE");
+  int power = 0;
+  if (exponentAt != std::string_view::npos) {
+    const std::string_view digits =
+        cell.substr(exponentAt + 1 + cell.substr(exponentAt + 1).starts_with('+'));
+    std::from_chars(digits.data(), digits.data() + digits.size(), power);
+  }
+  const std::string_view mantissa = cell.substr(0, exponentAt);
+  const size_t point = mantissa.find_first_of(".,");
+  if (point != std::string_view::npos) power -= static_cast<int>(mantissa.size() - point - 1);
+  return static_cast<int8_t>(std::clamp(power, INT8_MIN, INT8_MAX));
+}
+
 char delimiterOf(std::string_view line) {
   for (const char c : {'\t', ';', ','})
     if (line.find(c) != std::string_view::npos) return c;
@@ -104,6 +124,7 @@ struct Table {
   size_t rows = 0;
   std::vector<Column> columns;
   std::vector<double> firstColumn;
+  std::vector<int8_t> lastDigits;  // of the first column
   std::string failure;
 };
 
@@ -145,7 +166,10 @@ bool takeRow(Table& table, std::string_view line, size_t number) {
     if (own.count++ == 0) own.first = row;
     own.last = row;
     if (own.last - own.first + 1 != own.count) table.failure = lineWords(number, "follows a gap in a column");
-    if (at == 0) table.firstColumn.push_back(value);
+    if (at == 0) {
+      table.firstColumn.push_back(value);
+      table.lastDigits.push_back(lastDigitOf(cell));
+    }
     return table.failure.empty();
   });
 }
@@ -204,6 +228,55 @@ double stepOf(const std::vector<double>& values, size_t rows) {
   for (size_t i = 0; i < rows; ++i)
     if (std::abs(values[i] - (values[0] + static_cast<double>(i) * step)) > kStepTolerance * step) return 0.0;
   return step;
+}
+
+// The line that lies nearest to values that rise.
+struct EvenLine {
+  double start = 0, step = 0;
+};
+
+EvenLine evenLineOf(const std::vector<double>& values) {
+  const double middle = static_cast<double>(values.size() - 1) / 2;
+  double sum = 0, moment = 0, weight = 0;
+  for (size_t i = 0; i < values.size(); ++i) {
+    const double at = static_cast<double>(i) - middle;
+    sum += values[i];
+    moment += at * values[i];
+    weight += at * at;
+  }
+  const double step = moment / weight;
+  return {sum / static_cast<double>(values.size()) - middle * step, step};
+}
+
+bool isEven(const Table& table, const EvenLine& line) {
+  for (size_t i = 0; i < table.rows; ++i) {
+    const double off = std::abs(table.firstColumn[i] - (line.start + static_cast<double>(i) * line.step));
+    if (off > std::max(kEvenTolerance * line.step, kRounding * std::pow(10.0, table.lastDigits[i])))
+      return false;
+  }
+  return true;
+}
+
+// What has to be asked about times whose steps differ by more than rounding; empty where nothing has.
+std::string questionAbout(const Table& table, bool takenAsEven, bool isNamedTime) {
+  const std::vector<double>& times = table.firstColumn;
+  if (!(takenAsEven || isNamedTime) || table.columns.size() < 2 || times.size() != table.rows ||
+      table.rows < 3 || std::ranges::adjacent_find(times, std::greater_equal<>()) != times.end())
+    return {};
+  const EvenLine line = evenLineOf(times);
+  if (isEven(table, line)) return {};
+  std::vector<double> steps(table.rows);
+  std::adjacent_difference(times.begin(), times.end(), steps.begin());
+  std::vector<double> inOrder(steps.begin() + 1, steps.end());
+  const auto middle = inOrder.begin() + static_cast<std::ptrdiff_t>(inOrder.size() / 2);
+  std::ranges::nth_element(inOrder, middle);
+  const double usual = *middle;
+  size_t worst = 1;
+  for (size_t i = 2; i < table.rows; ++i)
+    if (std::abs(steps[i] - usual) > kClearly * std::abs(steps[worst] - usual)) worst = i;
+  return format("The times are uneven: row %zu comes %g after the row before, the others about %g. ",
+                worst + 1, steps[worst], usual) +
+         (takenAsEven ? "Take them as even all the same?" : "Take them as a trace of their own?");
 }
 
 struct TimeColumn {
@@ -271,8 +344,10 @@ Imported importText(std::string_view text, const std::string& name, const CTextS
   Table table = measureText(text);
   if (!table.failure.empty()) return {{}, table.failure};
   const TimeColumn time = timeOf(table, settings);
-  table.firstColumn = {};
   Imported result;
+  result.question = questionAbout(table, time.known, unitOf(table.columns[0].name).has_value());
+  table.firstColumn = {};
+  table.lastDigits = {};
   std::vector<double*> targets(table.columns.size());
   const size_t last = table.columns.size() - (time.present ? 1 : 0);
   for (size_t i = time.present ? 1 : 0; i < table.columns.size(); ++i) {

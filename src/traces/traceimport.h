@@ -6,10 +6,10 @@
 // gives the names. A row may lack cells at its end, and a column may begin late and end early, but has no
 // gap. One trace a column, of doubles.
 //   The first of several columns is time if it rises by a constant step (each value within a quarter of it)
-//   and
-// either its name says so ("t", "time", "s", "sec", "seconds", "ms", "min", "minutes", "h", "hours", also as
-// "time (ms)" or "time [s]") or x_scaled is 1. It gives period and start instead of a trace. With x_scaled 2
-// such a column counts samples and is left out. Without time a period is 1 second.
+// and either its name says so ("t", "time", "s", "sec", "seconds", "ms", "min", "minutes", "h", "hours", also
+// as "time (ms)" or "time [s]") or x_scaled is 1. It gives period and start instead of a trace. With x_scaled
+// 2 such a column counts samples and is left out. Without time a period is 1 second. Where its times differ
+// from even ones by more than a hundredth of a step and than they are rounded, that is a question.
 //   Text of one row (row delimiter 3, the column delimiter) is one column.
 //
 // Binary: one block after another, each with its header. The header doesn't tell the kind of items: 1 byte is
@@ -37,7 +37,8 @@ inline constexpr const char* kTraceFilter = "Signals (*.wav;*.txt;*.bin)|*.wav;*
 
 struct Imported {
   std::vector<ZZTrace::Own> traces;
-  std::string failure;  // empty on success
+  std::string failure = {};   // empty on success
+  std::string question = {};  // to be answered with yes before the traces are taken; empty for none
 };
 
 // The kind is told by the file's first bytes and, for binary, by its extension .bin too.

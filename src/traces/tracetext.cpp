@@ -24,22 +24,38 @@ bool isDrawable(const ZZTrace& trace) {
 double startOf(const ZZTrace& trace) { return trace.starttime * 0.001; }
 double endOf(const ZZTrace& trace) { return startOf(trace) + trace.period * trace.data->size; }
 
-// The same for the text of every trace: columns [from, to) of so many seconds.
-Outcome settleRange(std::span<const ZZTrace* const> traces, ExportRange& range) {
-  if (range.whole) {
-    double start = 0, end = 0, step = 0;
-    for (const ZZTrace* trace : traces) {
-      if (!isDrawable(*trace)) continue;
-      start = step == 0 ? startOf(*trace) : std::min(start, startOf(*trace));
-      end = step == 0 ? endOf(*trace) : std::max(end, endOf(*trace));
-      step = step == 0 ? trace->period : std::min(step, trace->period);
-    }
-    if (step == 0) return Outcome::failure("There are no samples to export.");
-    const double first = std::ceil(start / step - kNudge), last = std::ceil(end / step - kNudge);
-    if (!(last - first <= kMostRows && std::abs(first) < 1e15))
-      return Outcome::failure("The traces' periods differ too much for one table.");
-    range = {false, static_cast<int64_t>(first), static_cast<int64_t>(last), step};
+using Traces = std::span<const ZZTrace* const>;
+
+// The one trace of an export is written though it be hidden.
+std::vector<const ZZTrace*> shownOf(Traces traces) {
+  std::vector<const ZZTrace*> shown;
+  for (const ZZTrace* trace : traces)
+    if (trace && (traces.size() == 1 || !trace->hidden)) shown.push_back(trace);
+  return shown;
+}
+
+// All columns of the traces' time; of so many seconds, or with 0 of the shortest period.
+Outcome settleWhole(Traces traces, double secondsPerColumn, ExportRange& range) {
+  double start = 0, end = 0, step = 0;
+  for (const ZZTrace* trace : traces) {
+    if (!isDrawable(*trace)) continue;
+    start = step == 0 ? startOf(*trace) : std::min(start, startOf(*trace));
+    end = step == 0 ? endOf(*trace) : std::max(end, endOf(*trace));
+    step = step == 0 ? trace->period : std::min(step, trace->period);
   }
+  if (step == 0) return Outcome::failure("There are no samples to export.");
+  if (secondsPerColumn > 0) step = secondsPerColumn;
+  const double first = std::ceil(start / step - kNudge), last = std::ceil(end / step - kNudge);
+  if (!(last - first <= kMostRows && std::abs(first) < 1e15))
+    return Outcome::failure("The traces' periods differ too much for one table.");
+  range = {false, static_cast<int64_t>(first), static_cast<int64_t>(last), step};
+  return Outcome::success();
+}
+
+// The same for the text of every trace: columns [from, to) of so many seconds.
+Outcome settleRange(Traces traces, ExportRange& range) {
+  if (range.whole)
+    if (Outcome settled = settleWhole(traces, 0, range); !settled) return settled;
   if (!(std::isfinite(range.secondsPerColumn) && range.secondsPerColumn > 0 && range.to > range.from))
     return Outcome::failure("There are no samples to export.");
   if (static_cast<double>(range.to) - static_cast<double>(range.from) > kMostRows)
@@ -116,6 +132,22 @@ Outcome exportText(std::ostream& file, std::span<const ZZTrace* const> traces, c
   return Outcome::success();
 }
 
+struct Ages {
+  int64_t first, last;
+};
+
+// The samples of a trace that lie in a range.
+Ages agesIn(const ZZTrace& trace, const ExportRange& range) {
+  const int64_t size = trace.data->size;
+  if (range.whole) return {0, size};
+  const auto ageAt = [&](int64_t column) {
+    const double seconds = static_cast<double>(column) * range.secondsPerColumn - startOf(trace);
+    const double age = std::floor(seconds / trace.period + kNudge);
+    return static_cast<int64_t>(std::isnan(age) ? 0.0 : std::clamp(age, 0.0, static_cast<double>(size)));
+  };
+  return {ageAt(range.from), ageAt(range.to)};
+}
+
 Outcome exportBinary(std::ostream& file, std::span<const ZZTrace* const> traces,
                      const CTextSettings& settings, const ExportRange& range) {
   const ZZTrace::BinarySettings binary{settings.headers != 0, settings.swapbytes != 0};
@@ -123,17 +155,8 @@ Outcome exportBinary(std::ostream& file, std::span<const ZZTrace* const> traces,
   for (const ZZTrace* trace : traces) {
     if (!isDrawable(*trace)) continue;
     const int64_t size = trace->data->size;
-    int64_t first = 0, last = size;  // ages
-    if (!range.whole) {
-      const auto ageAt = [&](int64_t column) {
-        const double seconds = static_cast<double>(column) * range.secondsPerColumn - startOf(*trace);
-        const double age = std::floor(seconds / trace->period + kNudge);
-        return static_cast<int64_t>(std::isnan(age) ? 0.0 : std::clamp(age, 0.0, static_cast<double>(size)));
-      };
-      first = ageAt(range.from);
-      last = ageAt(range.to);
-      if (first >= last) continue;
-    }
+    const auto [first, last] = agesIn(*trace, range);
+    if (first >= last) continue;
     any = true;
     const bool all = first == 0 && last == size;
     const int64_t from = all ? -1 : (trace->origin + first) % size;
@@ -182,13 +205,28 @@ bool sampleAt(const ZZTrace& trace, double seconds, uint32_t& index) {
 
 Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
                      const CTextSettings& settings, const ExportRange& range) {
-  // The one trace of an export is written though it be hidden.
-  std::vector<const ZZTrace*> shown;
-  for (const ZZTrace* trace : traces)
-    if (trace && (traces.size() == 1 || !trace->hidden)) shown.push_back(trace);
+  const std::vector<const ZZTrace*> shown = shownOf(traces);
   if (shown.empty()) return Outcome::failure("There is no trace to export.");
   return settings.binary ? exportBinary(file, shown, settings, range)
                          : exportText(file, shown, settings, range);
+}
+
+ExportedRows exportedRows(std::span<const ZZTrace* const> traces, const CTextSettings& settings,
+                          ExportRange range) {
+  const std::vector<const ZZTrace*> shown = shownOf(traces);
+  ExportedRows rows;
+  if (settings.binary) {
+    for (const ZZTrace* trace : shown) {
+      if (!isDrawable(*trace)) continue;
+      const auto [first, last] = agesIn(*trace, range);
+      rows.written += std::max<int64_t>(0, last - first);
+      rows.all += trace->data->size;
+    }
+    return rows;
+  }
+  ExportRange whole;
+  if (!settleRange(shown, range) || !settleWhole(shown, range.secondsPerColumn, whole)) return rows;
+  return {range.to - range.from, whole.to - whole.from};
 }
 
 Outcome exportTraces(const std::string& path, std::span<const ZZTrace* const> traces,

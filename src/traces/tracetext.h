@@ -62,6 +62,14 @@ Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
 Outcome exportTraces(const std::string& path, std::span<const ZZTrace* const> traces,
                      const CTextSettings& settings, const ExportRange& range);
 
+// How many rows such an export writes, and how many that is of; of binary samples.
+struct ExportedRows {
+  int64_t written = 0;
+  int64_t all = 0;
+};
+ExportedRows exportedRows(std::span<const ZZTrace* const> traces, const CTextSettings& settings,
+                          ExportRange range);
+
 // The index of a trace's sample at a time, round the ring's end; false outside its samples.
 bool sampleAt(const ZZTrace& trace, double seconds, uint32_t& index);
 

@@ -3,6 +3,7 @@
 #include "base/bytes.h"
 #include "base/clock.h"
 #include "base/geometry.h"
+#include "base/goldensection.h"
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "base/text.h"
@@ -29,6 +30,16 @@ TEST(Values, TruncateTowardsZeroAndToTheNearestBound) {
   for (const auto& [value, expected] : cases) EXPECT_EQ(truncated(value), expected) << value;
   const std::pair<double, int> bytes[] = {{-1, 0}, {-1e9, 0}, {254.99, 254}, {255.5, 255}, {1e9, 255}};
   for (const auto& [value, expected] : bytes) EXPECT_EQ(truncatedToByte(value), expected) << value;
+}
+
+TEST(Values, OfOnePeakAreSearchedByGoldenSection) {
+  GoldenSection search{.tolerance = 100};
+  EXPECT_EQ(search.start(0, 1000), 381);
+  // First, better above, level, better below, worse below, worse above; then the middle of 471 to 561.
+  const std::pair<double, int32_t> steps[] = {{5, 618}, {9, 763}, {9, 526},  {10, 471},
+                                              {4, 561}, {4, 505}, {10, 516}, {11, 516}};
+  for (const auto& [value, next] : steps) EXPECT_EQ(search.step(value), next) << value;
+  EXPECT_EQ(GoldenSection().start(-32512, 32512), -7675);
 }
 
 TEST(Values, HaveTheirLeastByteFirst) {

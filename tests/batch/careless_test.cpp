@@ -3,6 +3,7 @@
 
 #include <csignal>
 
+#include "charts/chartdoc.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 #include "support/runnertest.h"
@@ -77,8 +78,43 @@ TEST_F(Runner, WhatIsNotAnsweredOrCancelledIsNotDone) {
   EXPECT_EQ(app.documents.active()->pathName(), folder.file("here.tv1"));
 }
 
+TEST_F(Runner, AnExportThatNamesNoFileGoesOverNoneUnaskedAndTellsWhatItWrote) {
+  const std::string even = "t,x\n0,5\n1,6\n2,7\n3,8\n";
+  ASSERT_TRUE(replaceFile(folder.file("even.txt"), std::string_view(even)));
+  ASSERT_TRUE(run("open $even.txt\nsave $even.zz1\nselect 1 3").ok);
+  EXPECT_THAT(run("command \"Export...\" Binary=0").why, HasSubstr("even.txt already exists. Replace it?"));
+  EXPECT_EQ(readWholeText(folder.file("even.txt")), even);
+  EXPECT_THAT(run("command \"Export...\" \"Active trace\" $part.txt Range=Whole").text,
+              HasSubstr("the whole, 4 rows"));
+  EXPECT_THAT(run("export $part.txt").text, HasSubstr("part.txt: selection 1 to 3 s, 2 rows of 4"));
+  EXPECT_THAT(run("print status").text, HasSubstr("exported selection 1 to 3 s"));
+  EXPECT_TRUE(run("command \"Export...\" Binary=0 Range=Selection Headers=1 yes yes").ok);
+  EXPECT_NE(readWholeText(folder.file("even.txt")), even);
+}
+
+TEST_F(Runner, ASubjectThatDiffersByItsCapitalsAloneNeedsAnAnswer) {
+  ASSERT_TRUE(run("subject DEMO").ok);
+  EXPECT_THAT(run("subject demo").why, HasSubstr("There is a subject \"DEMO\" already"));
+  EXPECT_EQ(run("subject demo yes").values[0].second, "DEMO");
+  EXPECT_EQ(run("subject demo no").values[0].second, "demo");
+}
+
+TEST_F(Runner, TracesWithUnevenTimesComeInOnlyWithAYes) {
+  ASSERT_TRUE(replaceFile(folder.file("gap.txt"), std::string_view("t,x\n0,5\n1,6\n2,7\n3.2,8\n4,8\n")));
+  EXPECT_THAT(run("open $gap.txt").why, HasSubstr("row 4 comes 1.2 after"));
+  ASSERT_TRUE(run("open $gap.txt yes").ok);
+  EXPECT_THAT(run("import $gap.txt").why, HasSubstr("uneven"));
+  EXPECT_TRUE(run("import $gap.txt yes").ok);
+  EXPECT_EQ(static_cast<ZchartDoc*>(app.documents.active())->traces.size(), 2u);
+}
+
 TEST_F(Runner, ABareNameStaysInTheDocumentsExam) {
-  ASSERT_TRUE(run("subject A\nexam left\nopen $shot.bmp\nsave shot.tv1\nclose\nexam right").ok);
+  const auto home = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  EXPECT_EQ(run("subject A\nopen $shot.bmp\nsave shot.tv1").text,
+            "saved " + folder.file("shot.tv1") + ", in no exam's folder: no exam is selected");
+  std::filesystem::current_path(home);
+  ASSERT_TRUE(run("close\nexam left\nopen $shot.bmp\nsave shot.tv1\nclose\nexam right").ok);
   ASSERT_TRUE(run("open $data/A-left/shot.tv1\nsave again.tv1\nclose").ok);
   EXPECT_TRUE(fileExists(folder.file("data/A-left/again.tv1"))) << "it is bound to the left";
   // Two exams in one folder, as older data has them.

@@ -47,6 +47,7 @@ TEST_F(Runner, StepsThatFailSayWhy) {
       {"command nonsense", "no such command"},
       {"results x", "no result table"},
       {"open $shot.bmp\ncommand \"Convert to grey\"", "not enabled"},
+      {"open $shot.bmp\ncommand Magnification \"action=Set as default\"", "has no row 0"},
       {"open $shot.bmp\ncommand \"High pass filter\" window=abc", "is not a number"},
       {"open $shot.bmp\ncommand Negative yes", "nothing asked for the answer"},
       {"open $shot.bmp\ncommand \"Subtract image\"", "asks for a file"},

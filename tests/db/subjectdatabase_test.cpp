@@ -80,6 +80,8 @@ TEST_F(Subjects, NewDatabaseIsMadeByTheKnownStatements) {
       db->description(),
       MatchesRegex("\r\nVer:2\r\nTarn:04.60.00.00\r\nCreated:" + std::string(kTime) + "\r\nFolder:/data/"));
   EXPECT_EQ(get("select count(*) from info;"), "1");
+  open("/moved/");
+  EXPECT_THAT(db->description(), EndsWith("\r\nFolder:/moved/")) << "where it lies, not where it was made";
   open();
   EXPECT_EQ(log(), "open db version=2\n") << "opened again, it is only read";
 }

@@ -1,5 +1,7 @@
 // The ports to the desktop, the message loop among Qt's events, the command line.
 
+#include <sys/resource.h>
+
 #include <QClipboard>
 #include <QDialog>
 #include <QFileDialog>
@@ -7,6 +9,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
+#include <csignal>
 
 #include "base/version.h"
 #include "desktop/dialogtest.h"
@@ -145,7 +148,20 @@ TEST(QtPrinter, PagesGoToAFileAndAFileThatCantBeMadeIsSaid) {
   EXPECT_EQ(pdf.substr(0, 5), "%PDF-");
   EXPECT_NE(pdf.find("/Count 3"), std::string::npos);
   EXPECT_FALSE(printTo(folder.file("missing/pages.pdf")));
-  EXPECT_EQ(host.messages, std::vector<std::string>{QtPrinter::kNoSupport});
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_THAT(host.messages[0], testing::HasSubstr("missing/pages.pdf"));
+  // As a full disc does: what is written beyond is refused.
+  rlimit usual{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &usual), 0);
+  const rlimit small{1024, usual.rlim_max};
+  const auto onSignal = std::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+  const bool printed = printTo(folder.file("pages.pdf"));
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &usual), 0);
+  std::signal(SIGXFSZ, onSignal);
+  EXPECT_FALSE(printed);
+  EXPECT_THAT(host.messages.back(), testing::HasSubstr("pages.pdf could not be written"));
+  EXPECT_EQ(readWholeText(folder.file("pages.pdf")), pdf) << "the file before stays";
 }
 
 TEST(QtLoop, CommandsTimersAndIdlePassesRunAmongQtsEvents) {

@@ -82,6 +82,8 @@ TEST_F(VideoWindow, PlaysAndProcessesBeforeTheEyes) {
     seen.push_back(greyShown());
     each.fill(200);
   });
+  EXPECT_TRUE(doc->isBusy()) << "the window is in use meanwhile";
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !doc->isBusy(); }, kLongestMs));
   EXPECT_EQ(doc->imageCount(), 3);
   EXPECT_EQ(seen, (std::vector<int>{seen[0], 200, 200})) << "each image is drawn as soon as it is done";
   EXPECT_EQ(greyShown(), 200);

@@ -330,6 +330,42 @@ TEST_F(ProgramWindow, NothingClosesUnderADialog) {
   EXPECT_FALSE(window().isVisible());
 }
 
+TEST_F(ProgramWindow, ADocumentOfAnotherExamThanTheSelectedSaysSo) {
+  (void)app->db->newSubject("P-1");
+  exams->selectSubject("P-1", "");
+  ASSERT_TRUE(makeExamination("left ring", ""));
+  ZBasicDoc& first = makeImage(40, 30);
+  ASSERT_TRUE(first.onSaveDocument(app->dataFolder + "P-1-left_ring/a.tv1"));
+  settle();
+  EXPECT_EQ(windowOf(first).windowTitle(), "Image1 - P-1, left ring[*]");
+  EXPECT_THAT(window().windowTitle().toStdString(), Not(HasSubstr("document of")));
+  (void)app->db->newSubject("P-2");
+  exams->selectSubject("P-2", "Ann");
+  settle();
+  EXPECT_THAT(window().windowTitle().toStdString(), StartsWith("P-2 Ann - document of P-1, left ring - "));
+}
+
+TEST_F(ProgramWindow, AClickThatBringsAWindowToTheFrontDoesNothingElse) {
+  ProbeView& first = probe();
+  ViewWidget& behind = widgetOf(*app->documents.active());
+  (void)makeImage(40, 30);
+  settle();
+  first.seen.clear();
+  QTest::mouseClick(behind.viewport(), Qt::LeftButton, {}, {5, 5});
+  settle();
+  EXPECT_EQ(behind.view(), window().documentWindows().activeView());
+  EXPECT_THAT(first.seen, ElementsAre("activate"));
+  QTest::mouseClick(behind.viewport(), Qt::LeftButton, {}, {5, 5});
+  EXPECT_THAT(first.seen, Contains("down 5,5 b1"));
+}
+
+TEST_F(ProgramWindow, StrayKeysMeetNoFieldWhileNothingIsOpen) {
+  EXPECT_EQ(window().focusWidget(), window().centralWidget());
+  ZBasicDoc& image = makeImage(40, 30);
+  process.imageTemplate->discard(image);
+  EXPECT_EQ(window().focusWidget(), window().centralWidget());
+}
+
 TEST_F(ProgramWindow, TheRecordBarFollowsTheExamThatIsSelected) {
   app->db->newSubject("S-1");
   exams->selectSubject("S-1", "");

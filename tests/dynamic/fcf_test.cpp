@@ -1,6 +1,7 @@
 // Functional capillary flow of a video: the run, its document and what is stored of it.
 #include "archive/archive.h"
 #include "dynamic/fcfview.h"
+#include "movie/movierewrite.h"
 #include "support/recordingcanvas.h"
 #include "support/videotest.h"
 
@@ -117,10 +118,10 @@ TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   host.fill({{kChunk, "1"}});
   run("Calculate FCF");
   EXPECT_THAT(host.messages.back(), StartsWith("A range needs two images"));
-  CZZMovie coloured;
-  CZZimage form(16, 8, -1, 0, kColour);
-  ASSERT_TRUE(video.movie->rewrite(folder.file("c.mve"), form, 2,
-                                   [&](int32_t, CZZimage& made) { return made.copyImage(form); }));
+  const CZZimage form(16, 8, -1, 0, kColour);
+  ASSERT_TRUE(video.movie->rewrite(
+      folder.file("c.mve"),
+      rewritePlan(formLike(form), 2, [&](int32_t, CZZimage& made) { return made.copyImage(form); })));
   for (const char* command : {"Speed by rms", "rms of whole sequence"}) {
     if (command[0] == 'S') host.fill({});
     run(command);

@@ -129,6 +129,25 @@ TEST_F(MovieFolder, ADocumentAloneTakesNoOtherMovieAndWritesNothingIntoTheOrigin
   EXPECT_FALSE(video().hasMovie());
 }
 
+TEST_F(MovieFolder, AnotherMovieOfThatNameAndLengthIsNotTakenUnasked) {
+  openMovie("exam/m.mve", 3);
+  ASSERT_TRUE(save("exam/v.dtv"));
+  std::filesystem::copy_file(folder.file("exam/v.dtv"), folder.file("stick/v.dtv"));
+  writeMovieFile(folder.file("stick/m.mve"), 3, {16, 8}, [](CZZimage& image, int32_t) { image.fill(99); });
+  for (const auto& [answer, taken] : {std::pair{Answer::No, "exam/m.mve"}, {Answer::Yes, "stick/m.mve"}}) {
+    host.answers = {answer};
+    reopen(folder.file("stick/v.dtv"));
+    EXPECT_EQ(video().moviePath, folder.file(taken));
+    EXPECT_THAT(video().notes, HasSubstr("has other images than"));
+  }
+  process.quietMode = 1;
+  reopen(folder.file("stick/v.dtv"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("The one beside the document is taken"));
+  std::filesystem::remove(folder.file("exam/m.mve"));
+  reopen(folder.file("stick/v.dtv"));
+  EXPECT_THAT(video().notes, HasSubstr("is used in place of " + folder.file("exam/m.mve")));
+}
+
 TEST_F(MovieFolder, ARelativePathOfTheDocumentIsAsGoodAsAnAbsoluteOne) {
   openMovie("exam/m.mve", 3);
   video().moviePath = "m.mve";  // as an older version linked it
@@ -173,7 +192,7 @@ TEST_F(MovieFolder, AFailedSaveLeavesTheVideoAsItWas) {
   EXPECT_EQ(doc.selection().size(), 2);
   EXPECT_EQ(doc.imageCount(), 5);
   EXPECT_EQ(doc.movie->recordOf(4).xOrigin, 7);
-  EXPECT_EQ(doc.notes, "");
+  EXPECT_THAT(doc.notes, EndsWith("are assumed\r\n")) << "as after the opening";
 }
 
 TEST_F(MovieFolder, AMovieThatWasDeletedWhileItIsShownIsSavedAnew) {

@@ -289,6 +289,23 @@ TEST_F(VideoFiles, ExportsAndImportsAvi) {
   EXPECT_TRUE(fileExists(folder.file("other.dtv"))) << "never as an AVI";
 }
 
+TEST_F(VideoFiles, ImagesOfAnotherRateAreAddedWithAWord) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  useWorkFolder();
+  doc.fps = 10;
+  ASSERT_TRUE(doc.exportTo(folder.file("slow.avi")).ok);
+  doc.fps = 30;
+  host.paths = {folder.file("slow.avi"), folder.file("slow.avi")};
+  host.answers = {Answer::No};
+  run("Import AVI");
+  EXPECT_THAT(host.messages.back(), HasSubstr("slow.avi has 10 images a second, this video 30"));
+  EXPECT_EQ(video().imageCount(), 3);
+  process.quietMode = 1;
+  run("Import AVI");
+  EXPECT_EQ(video().imageCount(), 6);
+  EXPECT_THAT(video().notes, HasSubstr("this video 30"));
+}
+
 TEST_F(VideoFiles, OpensRecordingsThatWereCutOffAndSaysSo) {
   const std::string path = writeMovie("cut.mve", 5);
   ASSERT_EQ(::truncate(path.c_str(), 40 + 16 * 8 * 3 + 50), 0);

@@ -1,5 +1,7 @@
 #include "exams/dbdocument.h"
 
+#include <filesystem>
+
 #include "archive/archive.h"
 #include "exams/subjectselection.h"
 #include "support/apptest.h"
@@ -79,6 +81,53 @@ TEST_F(Selection, BindsADocumentAtItsFirstSaveForGood) {
   EXPECT_EQ(app->db->resultsOf(first)[0].result, "") << "a number that no longer holds is not left behind";
 }
 
+TEST_F(Selection, AnExamsFolderThatHasGoneIsMadeAgainOrAnotherIsChosen) {
+  selectNewExam("anna", "e1");
+  ASSERT_TRUE(std::filesystem::remove(app->dataFolder + "e1"));
+  CdbDocument document;
+  document.onNewDocument();
+  document.setTitle("x");
+  host.answers = {Answer::Cancel};
+  EXPECT_FALSE(document.saveAs());
+  EXPECT_THAT(host.messages.back(), HasSubstr("The folder of x is missing: " + app->dataFolder + "e1/"));
+  host.answers = {Answer::No};
+  host.paths = {std::nullopt};
+  EXPECT_FALSE(document.saveAs());
+  host.answers = {Answer::Yes};
+  host.paths = {inExam("x")};
+  EXPECT_TRUE(document.saveAs());
+}
+
+TEST_F(Selection, AnIdThatDiffersByItsCapitalsAloneIsAskedAbout) {
+  ASSERT_TRUE(app->db->newSubject("DEMO"));
+  SubjectDialog dialog;
+  dialog.id = "demo";
+  host.answers = {Answer::Cancel, Answer::Yes};
+  EXPECT_FALSE(dialog.addAsNewId());
+  EXPECT_TRUE(dialog.addAsNewId());
+  EXPECT_EQ(dialog.id, "DEMO");
+  EXPECT_FALSE(app->db->readSubject("demo"));
+  dialog.id = "demo";
+  host.answers = {Answer::No};
+  EXPECT_TRUE(dialog.addAsNewId());
+  EXPECT_EQ(exams->subjectId(), "demo");
+}
+
+TEST_F(Selection, ANewExaminationNeedsASite) {
+  ASSERT_TRUE(app->db->newSubject("anna"));
+  exams->selectSubject("anna", "");
+  EXPECT_FALSE(makeExamination(" ", ""));
+  EXPECT_THAT(host.messages.back(), HasSubstr("needs a site"));
+  EXPECT_THAT(app->db->examsOf("anna"), IsEmpty());
+}
+
+TEST_F(Selection, AStartBeginsInTheDataFolder) {
+  selectNewExam("anna", "e1");
+  app->exitInstance();
+  ASSERT_TRUE(startWithData());
+  EXPECT_EQ(process.recordDir, app->dataFolder);
+}
+
 TEST_F(Selection, LeavesADocumentSavedWithoutExamForALaterSave) {
   selectNothing();
   const std::string path = folder.file("x.tv1");
@@ -115,6 +164,7 @@ TEST_F(Selection, DocumentsAreSavedWithoutADatabaseToo) {
   EXPECT_FALSE(startNewExamination("s", ""));
   runProcessResults();
   EXPECT_THAT(posted(), IsEmpty());
+  EXPECT_THAT(host.messages.back(), HasSubstr("No examination is selected"));
 }
 
 TEST_F(Selection, StoresADocumentsFieldsInOrder) {
@@ -176,6 +226,7 @@ TEST_F(Selection, ADataFolderThatVanishesIsSaidAndLosesNothing) {
     before = host.messages.size();
     return more;
   };
+  host.answers.push_back(Answer::No);  // the folder isn't made again
   EXPECT_FALSE(d->save());
   EXPECT_TRUE(told());
   EXPECT_TRUE(d->isModified());

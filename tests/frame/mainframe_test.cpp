@@ -276,6 +276,22 @@ TEST_F(Frame, AnotherDataFolderIsOpenedOnceAllDocumentsAreClosed) {
   EXPECT_EQ(settings.getString("Settings", "database", ""), folder.file("two/tarn.db"));
 }
 
+TEST_F(Frame, AFolderWithinADataFolderIsNoDataFolderUnasked) {
+  options.dataFolder = folder.file("one");
+  startFrame("", {documentTable().begin(), documentTable().end()});
+  ASSERT_TRUE(makeFolderPath(folder.file("other/S-left")));
+  ASSERT_TRUE(replaceFile(folder.file("other/tarn.db"), std::string_view("")));
+  host.paths = {folder.file("other/S-left")};
+  host.answers = {Answer::Cancel};
+  run(cmd::DataFolder);
+  EXPECT_EQ(app->dataFolder, folder.file("one/"));
+  host.paths = {folder.file("other/S-left")};
+  host.answers = {Answer::Yes};
+  run(cmd::DataFolder);
+  EXPECT_EQ(app->dataFolder, folder.file("other/"));
+  EXPECT_FALSE(fileExists(folder.file("other/S-left/tarn.db")));
+}
+
 TEST_F(Frame, FourFilesAreKeptAsRecent) {
   startFrame("", {documentTable().begin(), documentTable().end()});
   std::vector<std::string> paths;

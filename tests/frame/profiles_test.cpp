@@ -41,6 +41,7 @@ TEST_F(Profiles, AreCopiedChosenRemovedAndReset) {
   process.baseName = "study base";  // kept in the profile that is left
   choose([&](ProfileDialog& d) {
     EXPECT_EQ(d.selected(), "Study of ring fingers, 2nd") << "the one in use";
+    EXPECT_THAT(removeProfile(d).why(), HasSubstr("is in use"));
     d.select("normal");
     return true;
   });

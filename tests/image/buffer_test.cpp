@@ -9,12 +9,6 @@
 namespace tarnvisor {
 namespace {
 
-TEST(Shape, AColourRowRoundsThePixelsToFour) {
-  const CZZimage image(1001, 2, -1, 0, kColour);
-  EXPECT_EQ(image.stride, 3012);
-  EXPECT_EQ(image.rowBytes, 3003);
-}
-
 TEST(Shape, AnEqualProductOfRowsAndStrideKeepsTheBuffer) {
   CZZimage image(640, 480);
   image.setPixel(3, 0, 77);
@@ -252,15 +246,6 @@ TEST(Fields, ExtractTakesEverySecondRowOfAFrameOnly) {
   }
   CZZimage colour(2, 2, 0, 0, kColour);
   EXPECT_FALSE(colour.extractfrom(frame, 1));
-}
-
-TEST(Rows, SwapAndFlip) {
-  CZZimage image(1, 5);
-  fillWith(image, [](int, int y) { return y; });
-  image.swapFields();
-  EXPECT_EQ(pixelsOf(image), (std::vector<int>{1, 0, 3, 2, 4}));
-  image.flipVertical();
-  EXPECT_EQ(pixelsOf(image), (std::vector<int>{4, 2, 3, 0, 1}));
 }
 
 TEST(Colour, PlanesBecomeTriplesThirdPlaneFirst) {

@@ -31,6 +31,16 @@ TEST(FastLoops, GiveTheBitsOfPlainOnes) {
     EXPECT_EQ(std::tuple(extremes.low, extremes.high), std::tuple(plain.low, plain.high));
     EXPECT_EQ(kernels::squaredDifferenceSum(a.row(0) + 1, b.row(0), length),
               kernels::plain::squaredDifferenceSum(a.row(0) + 1, b.row(0), length));
+    CZZimage block(static_cast<int32_t>(length) + 1, 7);
+    fillRandom(block, 3);
+    EXPECT_EQ(kernels::squaredDifferenceSum(a.row(0), block.row(0) + 1, length, 7, 0, block.stride),
+              kernels::plain::squaredDifferenceSum(a.row(0), block.row(0) + 1, length, 7, 0, block.stride));
+    CZZimage half, plainHalf;
+    half.copyImage(block);
+    plainHalf.copyImage(block);
+    kernels::halveRows(half.row(0), b.row(0), length / 2, half.row(0));
+    kernels::plain::halveRows(plainHalf.row(0), b.row(0), length / 2, plainHalf.row(0));
+    EXPECT_EQ(pixelsOf(half), pixelsOf(plainHalf)) << length;
     for (const uint8_t t : {0, 1, 100, 254, 255}) {
       CZZimage x, y;
       x.copyImage(a);
@@ -272,17 +282,6 @@ TEST(Measures, ProfilesTakeOneFieldOfAFrame) {
   EXPECT_EQ(store.values, (std::vector<double>{10.5, 20.5, 30.5}));
   image.profileByRow({}, store, 1);
   EXPECT_EQ(store.values, (std::vector<double>{0.5, 20.5}));
-}
-
-TEST(Accumulating, PlacesFramesByTheirOrigin) {
-  CZZimage frame(2, 1), result(4, 1);
-  rowOf(frame, {10, 21});
-  int32_t sum[4] = {}, count[4] = {};
-  frame.accumulate(sum, count, 4);
-  frame.xOrigin = 1;
-  frame.accumulate(sum, count, 4);
-  result.writeAverage(sum, count, 4);
-  EXPECT_EQ(pixelsOf(result), (std::vector<int>{10, 15, 21, 0}));
 }
 
 TEST(Accumulating, DeviationIsThatOfThePopulation) {

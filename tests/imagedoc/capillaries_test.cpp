@@ -29,8 +29,9 @@ TEST_F(Capillaries, AreFoundCountedAndRecountedByASecondPress) {
   const double area = 1280.0 * 1024 * 1e-6;
   const std::string text = format("%7.3f, capillary density, %7.3f, area", count / area, area);
   EXPECT_EQ(d.resultText, text);
-  EXPECT_EQ(host.messages.back(), text);
-  EXPECT_EQ(d.notes, text + "\r\n");
+  const std::string counted = format("%i counted in list 0, per million pixel2", count);
+  EXPECT_EQ(host.messages.back(), text + "\n" + counted);
+  EXPECT_EQ(d.notes, text + ", " + counted + "\r\n");
   EXPECT_STREQ(d.currentDims().at(0).classRecord().name, "CDimCircle");
 
   d.deleteDimension(0);
@@ -42,6 +43,23 @@ TEST_F(Capillaries, AreFoundCountedAndRecountedByASecondPress) {
   EXPECT_EQ(d.currentDims().size(), count + 1) << "no mark changes";
   EXPECT_EQ(d.resultText,
             format("%7.3f, capillary density, %7.3f, area", (count + 1) / (4 * area), 4 * area));
+  EXPECT_THAT(d.tell("result").text, EndsWith(format("\n%i counted in list 0, per mm2\n", count + 1)));
+  d.userunits = "mm";
+  EXPECT_THAT(d.tell("result").text, EndsWith("per million mm2\n"));
+}
+
+TEST_F(Capillaries, AreNoLinesThatCalibratedTheImage) {
+  ZBasicDoc& d = makeFinger(sparseNailfold());
+  d.addPointToDimension(d.addDimension({10, 10}, 1), {60, 10});
+  host.fill({{"X true length", "100"}});
+  run("Calibrate magnification");
+  reopen("a.tv1");
+  run("Find Capillaries");
+  const auto count = static_cast<int32_t>(truth.capillaries.size());
+  EXPECT_EQ(image()->currentDims().size(), 1 + count) << "the line alone is nothing to recount";
+  const std::string found = image()->resultText;
+  run("Find Capillaries");
+  EXPECT_EQ(image()->resultText, found);
 }
 
 TEST_F(Capillaries, LoseTheirDensityWithWhatItWasCountedFrom) {
@@ -178,7 +196,8 @@ TEST_F(Capillaries, NothingFoundIsADensityToo) {
   d.resultText = "before";
   run("Find Capillaries");
   EXPECT_EQ(d.currentDims().size(), 0);
-  EXPECT_EQ(host.messages.back(), "  0.000, capillary density,   0.090, area") << "not that of before";
+  EXPECT_THAT(host.messages.back(), StartsWith("  0.000, capillary density,   0.090, area\n0 counted"))
+      << "not that of before";
 }
 
 TEST_F(Capillaries, TheResultReachesTheDatabase) {

@@ -394,6 +394,23 @@ TEST_F(ImageDocument, AScaleIsAboveZeroThroughEveryDoor) {
   EXPECT_THAT(host.messages.back(), HasSubstr("1 by 0 is none"));
 }
 
+TEST_F(ImageDocument, ARowThatTheTableLacksIsNoDefault) {
+  makeImage(8, 8);
+  host.fill({{"action", "Set as default"}});
+  run("Magnification");
+  EXPECT_EQ(host.messages.back(), "The table of magnifications has no row 0 to set as default.");
+}
+
+TEST_F(ImageDocument, AScaleOfOneComesBackFromPixels) {
+  ZBasicDoc& d = makeImage(8, 8);
+  ASSERT_TRUE(d.setScale(1.0, 1.0, "x1", 0, false, false));
+  for (const char* units : {"pixels", "user units"}) {
+    host.fill({{"Units", units}});
+    run("Units");
+  }
+  EXPECT_EQ(d.unitName(), "um");
+}
+
 TEST_F(ImageDocument, UnitsAndGridAreKeptInTheSettings) {
   ZBasicDoc& d = makeImage(8, 8);
   d.magx = 2.0;

@@ -170,7 +170,7 @@ TEST_F(ImageDocument, ATrimmedSaveShiftsTheDocumentAndReopensIt) {
   d.roi = {10, 10, 30, 25};
   // The ROI counts in the sensor's frame, of which the image shows a part from column 3 on.
   const std::vector<uint8_t> inside = pixelsOf(*d.theImage()->makeChild(d.roi));
-  host.fill({{"Save", "ROI"}});
+  host.answers = {Answer::Yes};
   ASSERT_TRUE(d.save());
   EXPECT_EQ(d.theImage()->width, 20);
   EXPECT_EQ(d.theImage()->height, 15);
@@ -198,6 +198,24 @@ TEST_F(ImageDocument, AsksAboutTheRoiUnlessToldBefore) {
   d.silent = 1;
   ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
   EXPECT_EQ(d.savedroi, 1);
+}
+
+TEST_F(ImageDocument, PixelsOfItsOwnFileAreTrimmedOnlyWhenSomebodySaysSo) {
+  ZBasicDoc& d = makeImage(40, 30);
+  d.setPathName(folder.file("a.tv1"));
+  ASSERT_TRUE(d.save());
+  const auto whole = readWholeFile(folder.file("a.bmp"));
+  d.roi = {10, 10, 30, 25};
+  host.answers = {Answer::Cancel, Answer::No};
+  EXPECT_FALSE(d.save());
+  EXPECT_THAT(host.messages.back(), HasSubstr("lost for ever from " + folder.file("a.bmp")));
+  EXPECT_TRUE(d.save());
+  d.silent = 1;
+  EXPECT_TRUE(d.save());
+  d.silent = 0;
+  process.quietMode = 1;
+  EXPECT_TRUE(d.save());
+  EXPECT_EQ(readWholeFile(folder.file("a.bmp")), whole);
 }
 
 TEST_F(ImageDocument, AWholeImageWithARoiIsWrittenForEachDocument) {
@@ -236,12 +254,38 @@ TEST_F(ImageDocument, ASaveThatWasKilledIsFinishedAtOpening) {
   EXPECT_EQ(image()->imagefile, "a.bmp");
   EXPECT_FALSE(fileExists(folder.file("a~new2.bmp")));
 
+  const std::string killed = folder.file("a~new2-999999999.bmp");  // with the process that is no more
+  std::filesystem::rename(folder.file("a.bmp"), killed);
+  EXPECT_EQ(reopenedShade(), 20);
+  EXPECT_FALSE(fileExists(killed));
+  const std::string others = folder.file("a~new3-1.bmp");  // of a program that saves the same image now
+  ASSERT_TRUE(replaceFile(others, std::string_view("its pixels")));
+  saveShade(20);
+  EXPECT_EQ(readWholeText(others), "its pixels");
+  ASSERT_EQ(::unlink(others.c_str()), 0);
+
   // Killed before the document: those pixels are no document's, now and after a save of the marks alone.
-  ASSERT_TRUE(replaceFile(folder.file("a~new3.bmp"), std::span<const uint8_t>(*old)));
+  ASSERT_TRUE(replaceFile(folder.file("a~new4.bmp"), std::span<const uint8_t>(*old)));
   EXPECT_EQ(reopenedShade(), 20);
   ASSERT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
-  EXPECT_FALSE(fileExists(folder.file("a~new3.bmp")));
+  EXPECT_FALSE(fileExists(folder.file("a~new4.bmp")));
   EXPECT_EQ(reopenedShade(), 20);
+}
+
+TEST_F(ImageDocument, ALinkToADocumentFindsAndKeepsThePixelsOfItsTarget) {
+  for (const char* name : {"there", "links"}) ASSERT_TRUE(makeFolderPath(folder.file(name)));
+  makeImage(8, 8);
+  ASSERT_TRUE(image()->onSaveDocument(folder.file("there/a.tv1")));
+  process.imageTemplate->discard(*image());
+  std::filesystem::create_symlink("../there/a.tv1", folder.file("links/a.tv1"));
+  ASSERT_NE(app->openDocumentFile(folder.file("links/a.tv1")), nullptr);
+  image()->theImage()->fill(77);
+  image()->imagedirty = 1;
+  ASSERT_TRUE(image()->save());
+  process.imageTemplate->discard(*image());
+  ASSERT_NE(app->openDocumentFile(folder.file("there/a.tv1")), nullptr);
+  EXPECT_EQ(image()->theImage()->pixelAt(3, 3), 77);
+  EXPECT_EQ(image()->imagefile, "a.bmp");
 }
 
 TEST_F(ImageDocument, PixelsThatCantBeWrittenStayChanged) {

@@ -99,6 +99,23 @@ TEST_F(ImageView, AllSelectedMarksAreDeletedAndCopied) {
   EXPECT_EQ(state(), "L60,10 L160,10");
 }
 
+TEST_F(ImageView, PastedMarksLieBesideTheirOriginals) {
+  ZBasicDoc& d = show();
+  d.addPointToDimension(d.addDimension({10, 10}, 1), {30, 30});
+  play("click 10,10");
+  run("Copy");
+  run("Paste");
+  run("Paste");
+  EXPECT_EQ(state(), "L10,10 30,30 L20,20 40,40 *L30,30 50,50");
+  const Point corner = Point{d.theImage()->width, d.theImage()->frameHeight()} - Point{1, 1};
+  d.currentDims().removeAll();
+  d.addPointToDimension(d.addDimension(corner - Point{5, 5}, 1), corner);
+  view->selected = 0;
+  run("Copy");
+  run("Paste");
+  EXPECT_EQ(d.currentDims().at(1).points.back(), corner - Point(10, 10)) << "within the image";
+}
+
 TEST_F(ImageView, AClipboardThatRefusesIsReported) {
   ZBasicDoc& d = show();
   d.addDimension({10, 10}, 0);

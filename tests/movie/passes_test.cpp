@@ -1,5 +1,6 @@
 // Passes over a movie, new movies made of one, and the export to AVI.
 #include "movie/movieoutput.h"
+#include "movie/movierewrite.h"
 #include "movietests.h"
 #include "support/testhost.h"
 
@@ -114,8 +115,8 @@ TEST_F(Movie, APassThatIsGivenUpLeavesAnExistingFile) {
     ASSERT_TRUE(movie.openProcessing(false, folder.file(name)));
     invertAll(movie);
     movie.abandonProcessing();
-    EXPECT_FALSE(
-        movie.rewrite(folder.file(name), movie.image(), 3, [](int32_t k, CZZimage&) { return k < 0; }));
+    EXPECT_FALSE(movie.rewrite(folder.file(name), rewritePlan(formLike(movie.image()), 3,
+                                                              [](int32_t k, CZZimage&) { return k < 0; })));
   }
   EXPECT_EQ(numbersOf(movie), span(0, 3));
   for (const char* name : {"c.mve", "b.new.mve"}) EXPECT_FALSE(fileExists(folder.file(name)));

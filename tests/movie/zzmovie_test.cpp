@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "movie/movieoutput.h"
 #include "movietests.h"
 
 namespace tarnvisor {
@@ -239,6 +240,22 @@ TEST_F(Movie, AFormThatLiesOpensNothing) {
     EXPECT_FALSE(movie.open(folder.file(missing)));
     EXPECT_FALSE(movie.failure().empty());
   }
+}
+
+TEST_F(Movie, ManyStepsMakeNoNameThatIsTooLong) {
+  std::string name = folder.file("hand");
+  for (int step = 0; step < 300; ++step) {
+    name = freeMovieName(withoutExtension(name));
+    if (step == 1) {
+      EXPECT_EQ(fileNameOf(name), "handAA.mve");
+    }
+  }
+  ASSERT_TRUE(replaceFile(name, std::string_view("a movie")));
+  EXPECT_TRUE(fileExists(name));
+  EXPECT_THAT(freeMovieName(withoutExtension(name)), EndsWith("AB.mve"));
+  std::string umlauts;
+  for (int i = 0; i < 110; ++i) umlauts += "\u00e4";
+  EXPECT_THAT(freeMovieName("x" + umlauts), EndsWith("\u00e4A.mve")) << "a whole character";
 }
 
 TEST_F(Movie, AFrameThatCantBeReadKeepsThePixels) {

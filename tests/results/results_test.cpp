@@ -50,6 +50,20 @@ TEST_F(Results, ARowOfEachKindComesBackFromItsFile) {
   }
 }
 
+TEST_F(Results, ASmallNumberKeepsItsDigitsWhereItIsRead) {
+  CResultDoc* table = addResultRow(kChartResults, {"a.zz1", "flow", {1, 2, 0.00125, 0.012, -2e-9, 0, 0.3}});
+  ASSERT_NE(table, nullptr);
+  CResultView view(*table);
+  const std::pair<size_t, const char*> shown[] = {
+      {4, "0.00125"}, {5, "      0.01"}, {6, "-2e-09"}, {7, "         0"}, {8, "        0.3"}};
+  for (const auto& [place, text] : shown) EXPECT_EQ(view.cellText(0, place), text) << place;
+  EXPECT_THAT(table->asText(), HasSubstr("0.00125"));
+  EXPECT_THAT(table->selectionText(), HasSubstr("0.00125"));
+  EXPECT_EQ(table->cell(0, 4), "      0.00") << "as it is stored";
+  ASSERT_TRUE(table->exportCsv(folder.file("t.csv")));
+  EXPECT_THAT(readWholeText(folder.file("t.csv")).value_or(""), HasSubstr(",      0.00,"));
+}
+
 const ResultRecord kCapillary{"a.dtv", "um", {3, 12.5, 9.25, 120.6, 7.4, 1, 2, 0.75, 37.25}};
 
 TEST_F(Results, ThePermutedTableIsShownCopiedAndExportedInDisplayOrder) {

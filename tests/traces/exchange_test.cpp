@@ -322,6 +322,22 @@ TEST(TextImport, FindsDelimitersNamesAndTime) {
   }
 }
 
+TEST(TextImport, AsksAboutTimesThatAreUnevenBeyondTheirRounding) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"t,x\n0,1\n1,1\n2,1\n3.1,1\n4,1", "row 4 comes 1.1 after"},
+      {"ms,x\n0,1\n10,1\n20,1\n31,1\n40,1", "Take them as even"},
+      {"time,x\n0,1\n1,2\n9,3", "a trace of their own"},
+      {"t,x\n0,1\n0.03,1\n0.07,1\n0.10,1\n0.13,1\n0.17,1", ""},
+      {"t,x\n999.9667,1\n1000,1\n1000.033,1\n1000.067,1", ""},
+      {"n,x\n0,1\n1,1\n9,1", ""},
+      {"t,x\n0,1\n1,1", ""}};
+  for (const auto& [text, words] : cases) {
+    const Imported read = importText(text, "file", plainText());
+    EXPECT_EQ(read.question.empty(), std::string_view(words).empty()) << text << ": " << read.question;
+    EXPECT_THAT(read.question, HasSubstr(words));
+  }
+}
+
 TEST(TextImport, TellsWhatItCannotRead) {
   const std::string wide(2 * 5000, '\t');
   const std::pair<std::string, const char*> cases[] = {

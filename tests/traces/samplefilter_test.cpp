@@ -106,16 +106,6 @@ TEST(Smoothing, LeavesWhatTheArtifactCheckPutsInPlaceOfASample) {
   EXPECT_THAT(samplesOf(*held), ElementsAre(10, 15, 17.5, 18.75, 259.375));
 }
 
-TEST(Smoothing, TakesRowsAgainstTheRowBefore) {
-  auto rows = rowsOf({{100, 0}, {0, 8}, {50, 8}}, kWordRowsCode);
-  smooth(*rows, {1, 0}, 0.5);
-  EXPECT_THAT(samplesOf(*rows), ElementsAre(100, 0, 50, 4, 50, 6));
-  // The first row of the whole ring takes the newest for the one before it.
-  auto ring = rowsOf({{100, 0}, {0, 8}, {50, 8}}, kWordRowsCode);
-  smooth(*ring, {}, 0.5);
-  EXPECT_THAT(rowOf(*ring, 0), ElementsAre(75, 4));
-}
-
 void write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
 TEST(FirFiles, HoldNumbersBetweenWhiteSpace) {
@@ -348,15 +338,6 @@ TEST(Smoothing, TakesTheLimitsOfTheCheckAsShown) {
   trace->yoffset = 0.1;
   smooth(*trace, {}, 1.0, &settings);
   EXPECT_THAT(samplesOf(*trace), ElementsAre(10, 15, 20));
-}
-
-TEST(Maxima, AreThoseOfShownValues) {
-  auto trace = traceOf({3, 1, 2, 9, 4, 0, 0, 5});
-  trace->ygain = -1;
-  const auto maxima = goldenSearchMaxima(*trace, {});
-  ASSERT_EQ(maxima.size(), 2u);
-  EXPECT_EQ(maxima[0].value, -1);
-  EXPECT_EQ(maxima[1].value, 0);
 }
 
 TEST(Maxima, StandBetweenMinimaAndInTheLog) {

@@ -44,14 +44,6 @@ TEST(RowTraces, CopyAVectorWithFullRows) {
   EXPECT_EQ(samplesOf(copy), samplesOf(*source));
 }
 
-TEST(RowTraces, EmptyARowWithoutTouchingItsItems) {
-  auto rows = rowsOf({{1, 2}, {3, 4}});
-  rows->zeroat(1);
-  rows->zeroat(2);
-  EXPECT_THAT(samplesOf(*rows), ElementsAre(1, 2, 3, 4));
-  EXPECT_THAT(samplesOf(*rows->rowvalues), ElementsAre(2, 0));
-}
-
 TEST(RowTraces, FindTheFirstUnbrokenRunFromTheOrigin) {
   const struct {
     Doubles extents;

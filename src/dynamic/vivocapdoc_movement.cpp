@@ -1,0 +1,426 @@
+// Movement correction: its commands, how a run begins and ends, and what it tells. The search itself is in
+// analysis/movement.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "analysis/movement.h"
+#include "app/asked.h"
+#include "app/basicapp.h"
+#include "app/processstate.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "charts/chartdoc.h"
+#include "dynamic/commandids.h"
+#include "dynamic/texts.h"
+#include "dynamic/vivocapdoc.h"
+#include "framework/documenttype.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "measure/dimrect.h"
+#include "settings/log.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+// A new document around an image that no file holds; null, and nothing told, where there are no images.
+ZBasicDoc* newImage(std::unique_ptr<CZZimage> pixels, const std::string& title) {
+  auto* made =
+      process.imageTemplate ? dynamic_cast<ZBasicDoc*>(process.imageTemplate->newDocument()) : nullptr;
+  if (!made) return nullptr;
+  made->takeImage(std::move(pixels));
+  made->setTitle(title);
+  return made;
+}
+
+bool halveTimes(CZZimage& image, int32_t times) {
+  for (int32_t i = 0; i < times; ++i)
+    if (image.width < 2 || image.height < 2 || !image.halveInPlace()) return false;
+  return true;
+}
+
+// "3, 7 to 12": the images of a run that were not aligned.
+std::string failedImages(const std::vector<MovementRecord>& records) {
+  std::string words;
+  for (size_t i = 0; i < records.size(); ++i) {
+    if (records[i].aligned) continue;
+    size_t last = i;
+    while (last + 1 < records.size() && !records[last + 1].aligned) ++last;
+    words += format(words.empty() ? "%i" : ", %i", records[i].index);
+    if (last > i) words += format(" to %i", records[last].index);
+    i = last;
+  }
+  return words;
+}
+
+}  // namespace
+
+class CVivoCapDoc::MovementJob : public Job {
+ public:
+  MovementJob(CVivoCapDoc& video, bool eachIsShown) : doc(video), shows(eachIsShown) {}
+  std::string title() const override { return text::kCorrectingMovement; }
+  Progress progress() const override {
+    const AMCparams& run = doc.amc;
+    return {format(text::kAligning, run.currentIndex, run.start, run.end, run.baseIndex),
+            run.currentIndex - run.start, run.end - run.start};
+  }
+  bool step() override {
+    if (!doc.hasMovie() || !stepAMC(*doc.movie, doc.amc)) return false;
+    if (shows) doc.showStep();
+    return true;
+  }
+  void end(bool cancelled) override { doc.finishMovement(cancelled); }
+
+ private:
+  CVivoCapDoc& doc;
+  bool shows;
+};
+
+// --- a run
+
+bool CVivoCapDoc::initAMC() {
+  if (amc.running) return false;
+  logPrintf("initAMC...");
+  amc.running = true;
+  if (!hasMovie()) {
+    logPrintf(" initAMC done\n");
+    return false;
+  }
+  amc.load();
+  takeMovementRegions();
+  amc.firstCurrent = currentIndex();
+  amc.start = std::max(currentIndex(), selectionFirst);
+  amc.end = selectionLast;
+  amc.thresholdsq = amc.autothreshold ? -1.0 : amc.threshold * amc.threshold;
+  amc.subPixel = true;
+  windowFor(amc, *theImage());
+  if (amc.newRgnOld != kOriginal) amc.limit = amc.amclimit2;
+  if (amc.newRgnOld == kFastWhole) amc.regions = {amc.refRect};
+  if (amc.newRgnOld == kFastRegions) showMovementRegions();
+  beginAMC(*movie, amc);
+  logPrintf(" initAMC done\n");
+  return true;
+}
+
+// The rectangles of the list, and the images that they were drawn on; without any the whole image is
+// compared.
+void CVivoCapDoc::takeMovementRegions() {
+  amc.regions.clear();
+  amc.regionImages.clear();
+  if (amc.newRgnOld != kFastRegions) return;
+  for (const auto& each : dimlists[kAmcList].items) {
+    const auto* drawn = dynamic_cast<const CDimRect*>(each.get());
+    if (!drawn || drawn->points.size() < 2) continue;
+    const Point a = drawn->points[0], b = drawn->points[1];
+    amc.regions.push_back({std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)});
+    amc.regionImages.push_back(static_cast<int32_t>(std::strtol(drawn->label.c_str(), nullptr, 10)));
+  }
+  if (amc.regions.empty()) amc.newRgnOld = kFastWhole;
+}
+
+void CVivoCapDoc::showMovementRegions() {
+  setCurrentList(kAmcList);
+  dimlists[kAmcList].hidden = 0;
+}
+
+void CVivoCapDoc::endMovement() {
+  const Point moved = endAMC(*movie, amc);
+  if (moved != Point{}) move(moved.x, moved.y);
+}
+
+void CVivoCapDoc::finishMovement(bool cancelled) {
+  const int32_t listBefore = amc.regionsEditing ? int32_t{kAmcList} : int32_t{kPlainList};
+  const bool byRegions = amc.newRgnOld == kFastRegions;
+  const int32_t first = amc.start, last = amc.currentIndex;
+  if (byRegions) keepMovementBase();
+  endMovement();
+  std::erase_if(amc.records, [last](const MovementRecord& each) { return each.index >= last; });
+  refreshImage();
+  setModified();
+  if (byRegions) setCurrentList(listBefore);
+  if (amc.regionsEditing) showMovementRegions();
+  tellMovement(first, last, cancelled);
+  if (panoramicPending) averagePanorama();
+  if (process.batchMode) {
+    if (pathName().empty()) setPathName(withoutExtension(moviePath) + ".dtv");
+    const std::string path = pathName();
+    if (onSaveDocument(path)) setModified(false);
+    host().windows.closeMainFrame();
+    return;
+  }
+  updateAllViews();
+}
+
+// The notes say how good it was, and a failure is told at once.
+void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
+  if (!amc.trouble.empty()) return report(title() + ": " + amc.trouble);
+  const auto failed = static_cast<int32_t>(
+      std::ranges::count_if(amc.records, [](const MovementRecord& each) { return !each.aligned; }));
+  std::string words = format("movement correction of images %i to %i", first, last);
+  if (cancelled) words += " (stopped)";
+  words += format(": %i of %i aligned", static_cast<int32_t>(amc.records.size()) - failed,
+                  static_cast<int32_t>(amc.records.size()));
+  if (failed > 0)
+    words += format(", %.1f %% failed: %s", 100.0 * failed / static_cast<double>(amc.records.size()),
+                    failedImages(amc.records).c_str());
+  appendNotes(words + text::kLineEnd);
+  if (amc.records.size() < 2)
+    host().messages.show(format(text::kNothingToAlign, first));
+  else if (failed > 0 && !isUnattended())
+    host().messages.show(words + ".");
+}
+
+// The composite that the regions were compared with, as a still beside the video.
+void CVivoCapDoc::keepMovementBase() {
+  if (!amc.base || !process.imageTemplate) return;
+  auto copy = std::make_unique<CZZimage>();
+  if (!copy->copyImage(*amc.base)) return report(text::kNoMemory);
+  const std::string path = withoutExtension(pathName().empty() ? moviePath : pathName()) + "-AMCbase.tv1";
+  ZBasicDoc* base = newImage(std::move(copy), fileNameOf(path));
+  if (!base) return;
+  base->magx = magx, base->magy = magy, base->magname = magname;
+  base->calibrated = calibrated, base->userunits = userunits;
+  base->notes = moviePath + text::kLineEnd;
+  base->keepwhole = 1;
+  if (!base->onSaveDocument(path)) logPrintf("%s was not saved\n", path.c_str());
+  process.imageTemplate->discard(*base);
+}
+
+// --- commands
+
+void CVivoCapDoc::correctMovement() {
+  if (amc.running || !hasMovie()) return;
+  amc.load();
+  if (!amc.showProgress && amc.newRgnOld != kFastRegions) return correctMovementWithoutDisplay();
+  if (initAMC()) start(std::make_unique<MovementJob>(*this, true));
+}
+
+void CVivoCapDoc::correctMovementWithoutDisplay() {
+  logPrintf("OnAMCin1\n");
+  if (!initAMC()) return;
+  runToEnd(std::make_unique<MovementJob>(*this, false));
+  endMovement();  // with no start any more: image 0 is shown
+  refreshImage();
+  updateAllViews();
+}
+
+void CVivoCapDoc::movementSettings() {
+  amc.load();
+  auto limit = static_cast<int32_t>(amc.limit);
+  int32_t automatic = amc.autothreshold, shown = amc.showProgress;
+  Form form("Movement correction Parameters");
+  form.addChoice("Alignment method", amc.newRgnOld,
+                 {"Fast method use whole image", "Fast method use AMC regions", "Original method"})
+      .addChoice("Base", amc.basemethod, {"Auto", "Previous image", "Always first image"})
+      .addCheck("Restart at threshold failure", amc.restart)
+      .addCheck("Auto threshold", automatic)
+      .add("Fast method rms error threshold.    Raise to allow poorer fit before failing.", amc.threshold,
+           {0.0, 10000.0, {}})
+      .add("Fast method reference window size as % of image", amc.ref, {10.0, 90.0, {}})
+      .addCheck("Show progress with whole image (slower)", shown)
+      .add(
+          "Limit (%of range).  When movement exceeds this limit, the current image becomes the new reference image.",
+          limit, {1, 100, {}})
+      .add(
+          "Reference window size (% of image size, centred in image).  Larger will slow processing, but may include more features to correlate to.",
+          amc.window, {5, 100, {}})
+      .add(
+          "Range to check movement over (%of image size).  Larger will slow processing, but will follow faster movements.",
+          amc.range, {1, 100, {}})
+      .add(
+          "Resolution (in pixels/lines).  Coarser (larger value) will speed up processing but at expense of coarse movement correction.",
+          amc.resolution, {1, 100, {}})
+      .add(
+          "Step between pixels in resolution window.  1= use every pixel, 2 every other pixel etc.  Increase this value to speed up processing.",
+          amc.step, {1, 100, {}})
+      .addChoice("Sampling", amc.method, {"Random points", "Grid of points", "Grid of lines"})
+      .add(
+          "Low pass filter window size (pixels).  Filters image before correlating image.  Use zero for no filtering.",
+          amc.lowpass, {0, 51, {}});
+  if (!host().forms.run(form)) return;
+  amc.limit = limit;
+  amc.autothreshold = automatic != 0;
+  amc.showProgress = shown != 0;
+  amc.store();
+}
+
+void CVivoCapDoc::editMovementRegions() {
+  amc.regionsEditing = !editsMovementRegions();
+  if (amc.regionsEditing) {
+    settings.setInt("movement", "newRgnOld", kFastRegions);
+    showMovementRegions();
+  } else {
+    setCurrentList(kPlainList);
+  }
+  updateAllViews();
+}
+
+// A region remembers the image that it was drawn on.
+int32_t CVivoCapDoc::addPointToDimension(int32_t index, Point point) {
+  const int32_t added = ZBasicDoc::addPointToDimension(index, point);
+  if (added < 0 || currentlist != kAmcList) return added;
+  CDim& region = *currentDims().items[static_cast<size_t>(index)];
+  if (dynamic_cast<CDimRect*>(&region)) region.label = format("%i", currentIndex());
+  return added;
+}
+
+// All errors of the image shown over the base, at one eighth of its scale.
+void CVivoCapDoc::movementErrorMap() {
+  const int32_t selectedFirst = selectionFirst, shown = currentIndex();
+  selectionFirst = shown;
+  const bool begun = initAMC();
+  selectionFirst = selectedFirst;
+  if (!begun) return;
+  auto eighth = std::make_unique<CZZimage>();
+  Point best;
+  std::unique_ptr<CZZimage> map;
+  if (amc.trouble.empty() && amc.newRgnOld != kOriginal && eighth->copyImage(movie->frameAt(shown)) &&
+      halveTimes(*eighth, 3))
+    map = fullErrorMap(amc, *eighth, best);
+  if (map) {
+    if (ZBasicDoc* made = newImage(std::move(map), format("rms%itoBase", shown))) {
+      made->addDimension(best, CDimList::kPoint);
+      made->updateAllViews();
+    }
+  } else {
+    report(!amc.trouble.empty()
+               ? amc.trouble
+               : "There is no error map: it needs a fast method, and an image of 16 pixels at least.");
+  }
+  if (amc.newRgnOld == kFastRegions) {
+    keepMovementBase();
+    setCurrentList(amc.regionsEditing ? kAmcList : kPlainList);
+    if (amc.regionsEditing) showMovementRegions();
+  }
+  endMovement();
+  showImage(shown);
+}
+
+void CVivoCapDoc::correlateImages() {
+  int32_t first = currentIndex(), second = std::min(first + 1, imageCount() - 1), times = 2;
+  const auto last = static_cast<double>(imageCount()) - 1;
+  Form form("Correlate");
+  form.add("First image number", first, {0, last, {}})
+      .add("Second image number", second, {0, last, {}})
+      .add("Number of bin steps to use", times, {0, 8, {}});
+  if (!asked(form)) return;
+  CZZimage one, other;
+  movie->getImage(first, one);
+  movie->getImage(second, other);
+  std::unique_ptr<CZZimage> map;
+  if (halveTimes(one, times) && halveTimes(other, times)) map = centreErrorMap(one, other);
+  if (!map) return report("The images are too small for that many steps, or have colours.");
+  map->xOrigin = map->yOrigin = 0;
+  if (ZBasicDoc* made = newImage(std::move(map), format("correlate%i-%i", first, second)))
+    made->updateAllViews();
+}
+
+void CVivoCapDoc::resetOffsets() {
+  const CZZMovie::Range range = selection();
+  for (int32_t i = range.first; i < range.last; ++i) movie->setOrigin(i, {});
+  appendNotes(format("offsets of images %i to %i reset", range.first, range.last) + text::kLineEnd);
+  refreshImage();
+  setModified();
+  updateAllViews();
+}
+
+// The first image of the selection, which the others were laid over, has no row.
+void CVivoCapDoc::exportOffsets() {
+  const std::string home = pathName().empty() ? homeFolder() + stemOfTitle() : withoutExtension(pathName());
+  const auto path = host().choosers.saveFile(
+      {"Export Movement correction results", text::kOffsetsFilter, ".txt", home + "-offsets"});
+  if (!path || path->empty()) return;
+  if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
+  std::string rows = format("file=%s\n", moviePath.c_str()) + "image, offsetx, offsety\n";
+  const CZZMovie::Range range = selection();
+  for (int32_t i = range.first + 1; i < range.last; ++i) {
+    const FrameRecord& record = movie->recordOf(i);
+    rows += format("%05i, %12.3g, %12.3g\n", i, record.xOrigin * scale().x, record.yOrigin * scale().y);
+  }
+  AtomicFile file(*path);
+  file.write(rows.data(), rows.size());
+  if (const Outcome written = file.commit(); !written) report(written.why());
+}
+
+void CVivoCapDoc::makePanorama() {
+  panoramicPending = 1;
+  correctMovement();
+  // A run that did not begin leaves nothing to average.
+  if (!isBusy()) panoramicPending = 0;
+}
+
+void CVivoCapDoc::averagePanorama() {
+  const int32_t before = process.quietMode;
+  process.quietMode = 1;
+  averageInFocusCommand();
+  averageSelection();
+  process.quietMode = before;
+  panoramicPending = 0;
+}
+
+// --- how good it was
+
+namespace {
+
+ZZTrace* addCurve(ZchartDoc& chart, const char* name, const char* label, const std::string& units,
+                  double framesPerSecond, uint32_t count) {
+  ZZTrace* curve = chart.addtrace(kDoubleCode, count);
+  if (!curve) return nullptr;
+  curve->name = name;
+  curve->yunits = units.empty() ? label : units;
+  curve->xunits = "secs";
+  curve->period = framesPerSecond > 0 ? 1 / framesPerSecond : 1;
+  return curve;
+}
+
+}  // namespace
+
+void CVivoCapDoc::movementQuality() {
+  auto* chart =
+      process.reviewTemplate ? dynamic_cast<ZchartDoc*>(process.reviewTemplate->newDocument()) : nullptr;
+  if (!chart) return;
+  chart->setTitle(stemOfTitle() + "_Movement");
+  const auto count = static_cast<uint32_t>(imageCount());
+  {
+    const TraceBatch batch(*chart);
+    const double rate = imagesPerSecond();
+    ZZTrace* x = addCurve(*chart, "x", "x", unitName(), rate, count);
+    ZZTrace* y = addCurve(*chart, "y", "y", unitName(), rate, count);
+    if (!x || !y) return;
+    x->ygain = scale().x;
+    y->ygain = scale().y;
+    for (uint32_t i = 0; i < count; ++i) {
+      const FrameRecord& record = movie->recordOf(static_cast<int32_t>(i));
+      x->data->putval(i, static_cast<double>(record.xOrigin));
+      y->data->putval(i, static_cast<double>(record.yOrigin));
+    }
+    if (!amc.records.empty()) addQualityCurves(*chart);
+  }
+  chart->updateAllViews();
+}
+
+// Of the images of the last run; the others have 0.
+void CVivoCapDoc::addQualityCurves(ZchartDoc& chart) {
+  const auto count = static_cast<uint32_t>(imageCount());
+  const double rate = imagesPerSecond();
+  ZZTrace* fineX = addCurve(chart, "x to a fraction", "x", unitName(), rate, count);
+  ZZTrace* fineY = addCurve(chart, "y to a fraction", "y", unitName(), rate, count);
+  ZZTrace* error = addCurve(chart, "rms error", "rms", "grey levels", rate, count);
+  ZZTrace* failed = addCurve(chart, "failed", "failed", "1: failed", rate, count);
+  if (!fineX || !fineY || !error || !failed) return;
+  fineX->ygain = scale().x;
+  fineY->ygain = scale().y;
+  const auto shown = [](double value) { return std::isfinite(value) ? value : 0.0; };
+  for (const MovementRecord& each : amc.records) {
+    const auto at = static_cast<uint32_t>(each.index);
+    if (each.index < 0 || at >= count) continue;
+    fineX->data->putval(at, shown(each.subPixel.x));
+    fineY->data->putval(at, shown(each.subPixel.y));
+    error->data->putval(at, shown(each.rms));
+    failed->data->putval(at, each.aligned ? 0.0 : 1.0);
+  }
+}
+
+}  // namespace tarnvisor

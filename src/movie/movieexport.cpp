@@ -1,0 +1,123 @@
+#include "movie/movieexport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+
+#include "base/files.h"
+#include "movie/movieoutput.h"
+#include "video/videowriter.h"
+
+namespace tarnvisor {
+
+namespace {
+
+// Into the canvas at a place, as far as they meet; the rest of the canvas keeps what earlier frames left.
+void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
+  const int64_t columns = std::min<int64_t>(image.width, canvas.width - x);
+  for (int32_t row = 0; row < image.height && y + row < canvas.height; ++row)
+    std::copy_n(image.row(row), columns * image.bytesPerPixel,
+                canvas.row(static_cast<int32_t>(y + row)) + x * image.bytesPerPixel);
+}
+
+}  // namespace
+
+MovieExport::MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
+                         int32_t step, const CZZMovie::Compression* compression)
+    : movie(exported), name(std::move(path)), apart(step) {
+  movie.forgetFailure();
+  from = range.first >= 0 && range.first < movie.count ? range.first : 0;
+  const int32_t to = range.last > 0 && range.last <= movie.count ? range.last : movie.count;
+  images = step > 0 && to > from ? (to - from) / step : 0;
+  extents = movie.frameExtents(from, to);
+  if (!begin(framesPerSecond, compression)) writer.reset();
+}
+
+MovieExport::~MovieExport() {
+  if (!writer) return;
+  writer.reset();
+  std::remove(made.c_str());
+}
+
+bool MovieExport::fail(const std::string& why) {
+  words += why;
+  return false;
+}
+
+bool MovieExport::begin(int32_t framesPerSecond, const CZZMovie::Compression* compression) {
+  words = "saveAVI::";
+  if (images < 1) return fail("failed:n<1");
+  if (sameFile(name, movie.fileName)) return fail("a movie can't be exported over itself.");
+  VideoFormat format;
+  format.codec = "DIB ";
+  if (compression && compression->codec == format.codec) words += "not compressing.";
+  if (compression) {
+    format.codec = compression->codec;
+    format.quality = compression->quality;
+    format.keyEvery = compression->keyEvery;
+  }
+  if (!prepareImages(extents)) return fail("not enough memory.");
+  format.width = canvas.width;
+  format.height = canvas.height;
+  format.rate = std::max(1, framesPerSecond);
+  format.scale = 1;
+  format.colour = canvas.colourset != kGrey;
+  std::string why;
+  made = nameBeside(name);
+  writer = VideoWriter::create(made, format, why);
+  return writer || fail((compression ? "compress start failed. " : "failed AVI file open. ") + why);
+}
+
+// The canvas in the size that codecs take, and for a mosaic the picture with its colours.
+bool MovieExport::prepareImages(const CZZMovie::Extents& where) {
+  const CZZimage& form = movie.form();
+  const auto upTo = [](int64_t v, int64_t unit) { return (v + unit - 1) / unit * unit; };
+  const int64_t width = upTo(where.width, 8), height = upTo(where.height / (form.isField() ? 2 : 1), 2);
+  canvas.colourset = form.colourset;
+  colour.colourset = kColour;
+  return width <= INT32_MAX && height <= INT32_MAX &&
+         canvas.resizedata(static_cast<int32_t>(width), static_cast<int32_t>(height), form.bytesPerPixel) &&
+         (form.colourset != kBayer || colour.resizedata(canvas.width, canvas.height, 3));
+}
+
+bool MovieExport::next() {
+  if (!writer || stopped || writer->failed() || written >= images) return false;
+  const int32_t index = from + written++ * apart;
+  movie.getImage(index, each);
+  const FrameRecord& record = movie.recordOf(index);
+  placeInto(canvas, each, record.xOrigin - extents.x,
+            (record.yOrigin - extents.y) / (movie.isFieldMovie() ? 2 : 1));
+  const bool mosaic = canvas.colourset == kBayer;
+  if (mosaic) colour.copyPixels(canvas);
+  const CZZimage& shown = mosaic ? colour : canvas;
+  if (!writer->write(shown.pixels, shown.stride)) words += "bad frame";
+  return true;
+}
+
+bool MovieExport::finish() {
+  if (!writer) return false;
+  const std::unique_ptr<VideoWriter> ending = std::move(writer);
+  const bool whole = ending->close();
+  if (stopped) {
+    std::remove(made.c_str());
+    return fail("cancelled.");
+  }
+  if (!whole) return fail(ending->why());
+  if (made != name && std::rename(made.c_str(), name.c_str()) != 0) return fail(std::strerror(errno));
+  words += "ok";
+  return true;
+}
+
+bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t first, int32_t last,
+                       int32_t step, const Compression* compression, std::string& report) {
+  MovieExport exporting(*this, name, framesPerSecond, {first, last}, step, compression);
+  while (exporting.next()) {
+  }
+  const bool done = exporting.finish();
+  report += exporting.report();
+  return done;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,50 @@
+// The export of a movie as AVI, image by image: the range, every step-th image, as it lies on one canvas. An
+// export that is there stays until the new one is whole.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "movie/zzmovie.h"
+
+namespace tarnvisor {
+
+class VideoWriter;
+
+class MovieExport {
+ public:
+  // Uncompressed without a compression. The range as saveAVI takes it.
+  MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
+              int32_t step, const CZZMovie::Compression* compression);
+  // One that nobody finished leaves no file.
+  ~MovieExport();
+  MovieExport(const MovieExport&) = delete;
+  MovieExport& operator=(const MovieExport&) = delete;
+
+  // Writes the next image; false when there is none left, or after a failure.
+  [[nodiscard]] bool next();
+  int32_t done() const { return written; }
+  int32_t total() const { return images; }
+  void stop() { stopped = true; }
+  // Ends it; false without a file. The words of what happened are in report().
+  [[nodiscard]] bool finish();
+  const std::string& report() const { return words; }
+
+ private:
+  bool begin(int32_t framesPerSecond, const CZZMovie::Compression* compression);
+  [[nodiscard]] bool fail(const std::string& why);
+  bool prepareImages(const CZZMovie::Extents& where);
+
+  CZZMovie& movie;
+  std::string name;
+  std::string made;  // the new file beside it
+  int32_t from = 0, apart = 1, images = 0, written = 0;
+  CZZMovie::Extents extents;
+  CZZimage canvas, colour, each;
+  std::unique_ptr<VideoWriter> writer;
+  std::string words;
+  bool stopped = false;
+};
+
+}  // namespace tarnvisor
