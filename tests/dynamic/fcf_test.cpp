@@ -152,9 +152,12 @@ TEST_F(Flow, AStepOfTheThresholdIsStoredAndAnswered) {
   run("threshold up");
   EXPECT_EQ(map.figures().fcd, 0);
   EXPECT_EQ(map.notes.find("FCD"), map.notes.rfind("FCD")) << "the last figures alone";
+  map.resultText = "counted";
+  map.notes += "counted\r\n";
   run("Use CONC threshold");
   run("threshold down");
   EXPECT_EQ(map.useConc, 1);
+  EXPECT_THAT(map.notes, HasSubstr("counted\r\nFCD "));
   EXPECT_EQ(rowCount(), 1U);
   run("Add FCD to results");
   EXPECT_EQ(rowCount(), 2U);
