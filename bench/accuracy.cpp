@@ -13,6 +13,7 @@
 #include "analysis/movement.h"
 #include "base/files.h"
 #include "synth/fingervideo.h"
+#include "synth/random.h"
 
 namespace tarnvisor {
 namespace {
@@ -33,11 +34,14 @@ constexpr Kind kKinds[] = {
 
 // Sway and tremor of a hand that jumps once.
 Place placeOf(int32_t frame, double grid) {
+  const auto tremor = [&](uint64_t axis) {
+    return static_cast<double>(scattered(2 * static_cast<uint64_t>(frame) + axis) % 5) / 2 - 1;
+  };
   const auto onGrid = [&](double v) { return std::round(v / grid) * grid; };
-  const double tremor = frame % 2 == 0 ? 1 : -0.5;
   const double jump = frame >= 2 * kFrames / 3 ? 14 : 0;
   if (frame == 0) return {};
-  return {onGrid(6 * std::sin(frame / 7.0) + tremor + jump), onGrid(4 * std::sin(frame / 11.0) - tremor)};
+  return {onGrid(6 * std::sin(frame / 7.0) + tremor(0) + jump),
+          onGrid(4 * std::sin(frame / 11.0) + tremor(1))};
 }
 
 // In memory; `places` is filled with where the skin lies in each frame.
@@ -96,7 +100,7 @@ void report(const char* name, const std::vector<MovementRecord>& records, const 
     const Point found = r.offset - first.offset;
     const double off = std::max(std::abs(found.x - x), std::abs(found.y - y));
     worst = std::max(worst, off);
-    exact += found.x == std::lround(x) && found.y == std::lround(y);
+    exact += off <= 0.5;  // of two whole pixels that are equally near, either is right
     near += off <= 1;
     failed += !r.aligned;
     if (!r.subPixel.isKnown()) continue;
@@ -106,7 +110,7 @@ void report(const char* name, const std::vector<MovementRecord>& records, const 
   }
   const double all = static_cast<double>(std::min(records.size(), places.size())) - 1;
   std::printf(
-      "%-36s exact %5.1f %%, within one pixel %5.1f %% (worst %5.2f), failed %4.1f %%, fraction rms %.3f\n",
+      "  %-26s exact %5.1f %%, within one pixel %5.1f %% (worst %5.2f), failed %4.1f %%, fraction rms %.3f\n",
       name, 100 * exact / all, 100 * near / all, worst, 100 * failed / all,
       std::sqrt(squares / std::max(2 * known, 1)));
 }
@@ -115,21 +119,34 @@ void forgetOffsets(CZZMovie& movie) {
   for (int32_t i = 0; i < movie.count; ++i) movie.setOrigin(i, {});
 }
 
+struct Way {
+  const char* name;
+  int32_t method;
+  double threshold;  // 0: the automatic one
+};
+// The automatic threshold is taken at one eighth scale, where noise has mostly gone: noisy video needs one
+// that was set.
+constexpr Way kWays[] = {{"fast, automatic threshold", kFastWhole, 0},
+                         {"fast, threshold 15", kFastWhole, 15},
+                         {"fast, threshold 40", kFastWhole, 40},
+                         {"regions, threshold 40", kFastRegions, 40},
+                         {"original", kOriginal, 0}};
+
 void simulated() {
   for (const Kind& kind : kKinds)
     for (const double sigma : {0.0, 5.0, 8.0, 10.0, 20.0}) {
       CZZMovie movie;
       std::vector<Place> places;
       if (!simulate(movie, kind, sigma, places)) std::abort();
-      for (const auto& [method, name] :
-           {std::pair{kFastWhole, "fast"}, {kFastRegions, "regions"}, {kOriginal, "original"}}) {
+      std::printf("%s, sigma %g\n", kind.name, sigma);
+      for (const Way& way : kWays) {
         forgetOffsets(movie);
         AMCparams params;
-        params.newRgnOld = method;
+        params.newRgnOld = way.method;
+        params.threshold = way.threshold;
+        if (way.threshold > 0) params.thresholdsq = way.threshold * way.threshold;
         run(movie, params);
-        char title[80];
-        std::snprintf(title, sizeof title, "%s, sigma %g, %s", kind.name, sigma, name);
-        report(title, params.records, places);
+        report(way.name, params.records, places);
       }
     }
 }
@@ -150,20 +167,16 @@ void recorded(const std::string& folder) {
     std::printf("%s: no recorded video of known movement\n", folder.c_str());
     return;
   }
-  for (const int32_t method : {0, 1, 2})
-  for (const double ref : {70.0, 80.0})
-    for (const double thr : {-1.0}) {
+  // Half of each side shows too little of this one: a share of false matches is as good as the true ones.
+  for (const double window : {50.0, 70.0, 80.0})
+    for (const int32_t method : {kFastWhole, kOriginal}) {
       forgetOffsets(movie);
       AMCparams params;
       params.newRgnOld = method;
-      params.ref = ref;
-      params.window = ref;
-      if (method == 2 && thr != -1) continue;
-      if (thr > 0) { params.threshold = thr; params.thresholdsq = thr * thr; }
+      params.ref = params.window = window;
       run(movie, params);
-      char title[80];
-      std::snprintf(title, sizeof title, "recorded %d ref %g thr %g", method, ref, params.threshold);
-      report(title, params.records, places);
+      std::printf("recorded nailfold, window %g %%\n", window);
+      report(method == kFastWhole ? "fast, automatic threshold" : "original", params.records, places);
     }
 }
 
@@ -173,6 +186,6 @@ void recorded(const std::string& folder) {
 int main(int argc, char** argv) {
   const char* named = argc > 1 ? argv[1] : std::getenv("TARNVISOR_TEST_DATA");
   if (named) tarnvisor::recorded(tarnvisor::withSeparator(named) + "nailfold-still/");
-  if (argc < 3) tarnvisor::simulated();
+  tarnvisor::simulated();
   return 0;
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "analysis/windowfilter.h"
 #include "base/numbers.h"
@@ -29,7 +28,6 @@ Rect centred(const CZZimage& image, double fraction) {
   return {left, top, wrapAdd(left, width), wrapAdd(top, height)};
 }
 
-// In whole-frame rows.
 SubPixel wholeOffset(const CZZimage& image) {
   const Point origin = image.frameOrigin();
   return {static_cast<double>(origin.x), static_cast<double>(origin.y)};
@@ -198,13 +196,17 @@ bool reduceBase(AMCparams& params) {
   return reduceThrice(*params.base, params.baseHalf, params.baseQuarter, params.baseEighth);
 }
 
-void startRecords(AMCparams& params) {
+void startRecords(CZZMovie& movie, AMCparams& params) {
   params.records.clear();
-  for (int32_t i = params.start; i < params.end; ++i) params.records.push_back({.index = i});
+  for (int32_t i = params.start; i < params.end; ++i) {
+    const FrameRecord& known = movie.recordOf(i);
+    params.records.push_back({.index = i, .offset = {known.xOrigin, known.yOrigin}});
+  }
+  params.smoothBase.reset();
   params.baseSubPixel = wholeOffset(*params.base);
   if (params.records.empty()) return;
   MovementRecord& first = params.records.front();
-  first.offset = params.current->frameOrigin();
+  first.rms = 0;
   if (params.subPixel) first.subPixel = wholeOffset(*params.current);
   first.baseIndex = params.baseIndex;
   first.aligned = true;
@@ -239,7 +241,7 @@ std::string begin(CZZMovie& movie, AMCparams& params) {
   writeHeader(params, rms);
   params.lastx = wrapSub(image.xOrigin, params.base->xOrigin);
   params.lasty = wrapSub(image.yOrigin, params.base->yOrigin);
-  startRecords(params);
+  startRecords(movie, params);
   return {};
 }
 
@@ -270,7 +272,9 @@ void measureOriginal(const CZZimage& image, AMCparams& params) {
   ErrorSurface surface(*params.base, image, window);
   int32_t flags = 0;
   params.found.rms = std::sqrt(surface.at(shift, flags, nullptr));
-  if (params.subPixel) params.found.subPixel = subPixelShift(surface, shift);
+  if (!params.subPixel) return;
+  params.found.subPixel = filters(params) ? subPixelShift(*params.base, image, window, shift)
+                                          : fractionOf(image, params, window, shift);
 }
 
 void alignOriginal(CZZimage& image, AMCparams& params) {
@@ -307,6 +311,7 @@ bool rebase(CZZMovie& movie, AMCparams& params, int32_t index) {
   const CZZimage& image = movie.frameAt(index);
   if (!movie.hasRead() || !params.base->copyImage(image)) return false;
   params.baseIndex = index;
+  params.smoothBase.reset();
   if (isFast(params)) {
     params.lastx = params.lasty = 0;
     if (!reduceBase(params)) return false;
@@ -360,7 +365,6 @@ bool align(CZZMovie& movie, AMCparams& params) {
   CZZimage& image = *params.current;
   if (!movie.hasRead()) {
     if (params.trouble.empty()) params.trouble = unread(movie, params.currentIndex);
-    params.found.rms = std::numeric_limits<double>::quiet_NaN();
     if (params.log) {
       *params.log << "unread";
       params.log->endLine();
@@ -446,7 +450,7 @@ Point endAMC(CZZMovie& movie, AMCparams& params) {
   params.regionImages.clear();
   params.regionCount = 0;
   for (auto* image : {&params.base, &params.second, &params.baseHalf, &params.baseQuarter, &params.baseEighth,
-                      &params.half, &params.quarter, &params.eighth})
+                      &params.half, &params.quarter, &params.eighth, &params.smoothBase, &params.smooth})
     image->reset();
   params.current = nullptr;
   params.running = false;

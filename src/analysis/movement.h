@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,11 +23,12 @@ namespace tarnvisor {
 enum AlignMethod : int32_t { kFastWhole = 0, kFastRegions = 1, kOriginal = 2 };
 enum BaseMethod : int32_t { kAutoBase = 0, kPreviousBase = 1, kFirstBase = 2 };
 
-// What is known of one image after its step.
+// What is known of one image after its step; before it, the offset that it had.
 struct MovementRecord {
   int32_t index = 0;
-  Point offset;    // frame rows
-  double rms = 0;  // grey levels, where the search ended; NaN where nothing was compared
+  Point offset;  // frame rows
+  // In grey levels, where the search ended; NaN where nothing was compared.
+  double rms = std::numeric_limits<double>::quiet_NaN();
   SubPixel
       subPixel;  // the offset to a fraction; unknown for an image that failed, or where it isn't asked for
   int32_t baseIndex = 0;
@@ -78,6 +80,7 @@ struct AMCparams {
   std::string trouble;  // for the user: why a run can't begin, or what could not be read in it
   std::unique_ptr<AmcLog> log;
   std::unique_ptr<CZZimage> half, quarter, eighth;  // of the current image
+  std::unique_ptr<CZZimage> smoothBase, smooth;     // what fractions are found in
   SubPixel baseSubPixel;                            // offset of the base
   MovementRecord found;                             // of the step under way; its fraction is a shift
 
@@ -99,6 +102,8 @@ Point endAMC(CZZMovie& movie, AMCparams& params);
 // --- steps of a run, for who looks into one
 // Finds the current image's shift at four scales and sets its offset; false leaves it the last good one.
 [[nodiscard]] bool alignFast(CZZimage& current, AMCparams& params, AmcLog* log);
+// A shift of the image over the base to a fraction of a pixel.
+SubPixel fractionOf(const CZZimage& image, AMCparams& params, Regions regions, Point shift);
 // The offset of an image that failed.
 void keepLastShift(CZZimage& current, AMCparams& params, AmcLog* log);
 [[nodiscard]] bool reduceThrice(const CZZimage& image, std::unique_ptr<CZZimage>& half,

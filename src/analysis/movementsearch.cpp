@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "analysis/movement.h"
+#include "analysis/windowfilter.h"
 #include "base/numbers.h"
 
 namespace tarnvisor {
@@ -28,6 +29,22 @@ void logLine(AmcLog* log, std::string_view what, Point shift) {
 bool reduce(const CZZimage& from, std::unique_ptr<CZZimage>& to) {
   if (!to) to = std::make_unique<CZZimage>();
   return to->halve(from);
+}
+
+// Noise, which no pixel shares with its neighbours, hides where the error is lowest.
+constexpr int32_t kSmoothing = 5;
+
+// A part of an image without noise, at the same place of another.
+bool smoothInto(std::unique_ptr<CZZimage>& to, const CZZimage& image, const Rect& part) {
+  if (!to) to = std::make_unique<CZZimage>();
+  if (!to->resizedata(image.width, image.height, 1)) return false;
+  to->interlace = image.interlace;
+  to->xOrigin = image.xOrigin;
+  to->yOrigin = image.yOrigin;
+  Rect place = part.offsetBy(image.xOrigin, image.yOrigin);
+  if (image.isField())
+    place = {place.left, wrapAdd(place.top, place.top), place.right, wrapAdd(place.bottom, place.bottom)};
+  return windowFilter(*to, WindowMode::LowPass, image, place, kSmoothing);
 }
 
 }  // namespace
@@ -71,6 +88,22 @@ std::unique_ptr<CZZimage> fullErrorMap(const AMCparams& params, const CZZimage& 
   return map;
 }
 
+SubPixel fractionOf(const CZZimage& image, AMCparams& params, Regions regions, Point shift) {
+  // Beside a drawn region the base shows nothing: what is smoothed with that is left out.
+  std::vector<Rect> inner;
+  Rect part = regions.empty() ? Rect{} : regions.front();
+  for (const Rect& r : regions) {
+    inner.push_back(r.inflatedBy(-kSmoothing / 2));
+    part = {std::min(part.left, r.left), std::min(part.top, r.top), std::max(part.right, r.right),
+            std::max(part.bottom, r.bottom)};
+  }
+  // The search may go some pixels further.
+  part = part.inflatedBy(3 * kSmoothing);
+  if (!params.smoothBase && !smoothInto(params.smoothBase, *params.base, part)) return {};
+  if (!smoothInto(params.smooth, image, part.offsetBy(-shift.x, -shift.y))) return {};
+  return subPixelShift(*params.smoothBase, *params.smooth, inner, shift);
+}
+
 namespace {
 
 struct Scale {
@@ -99,7 +132,7 @@ struct Search {
     }
     const bool isGood = error < params.thresholdsq;
     if (isGood && scale.divisor == 1 && params.subPixel)
-      params.found.subPixel = subPixelShift(surface, shift);
+      params.found.subPixel = fractionOf(scale.image, params, regions, shift);
     return isGood;
   }
   bool finer(const Scale& scale) {

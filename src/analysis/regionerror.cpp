@@ -260,7 +260,8 @@ bool ErrorSurface::around(Point shift, std::array<std::array<double, 3>, 3>& err
   return pixels > 0;
 }
 
-SubPixel subPixelShift(ErrorSurface& surface, Point shift) {
+SubPixel subPixelShift(const CZZimage& reference, const CZZimage& other, Regions regions, Point shift) {
+  ErrorSurface surface(reference, other, regions);
   // A descent may end beside the lowest whole-pixel shift.
   constexpr int32_t kFarthest = 8;
   Surroundings<double> errors;

@@ -80,7 +80,7 @@ double descendError(const CZZimage& reference, const CZZimage& other, Regions re
 std::unique_ptr<CZZimage> centreErrorMap(const CZZimage& a, const CZZimage& b);
 
 // The shift to a fraction of a pixel: the lowest point of the error near a whole-pixel shift. Unknown where
-// the error has none.
-SubPixel subPixelShift(ErrorSurface& surface, Point shift);
+// the error has none. Noise hides it: smoothed images give better fractions.
+SubPixel subPixelShift(const CZZimage& reference, const CZZimage& other, Regions regions, Point shift);
 
 }  // namespace tarnvisor

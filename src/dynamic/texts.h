@@ -16,6 +16,16 @@ inline constexpr const char* kAviFilter = "Movies (*.avi)|*.avi|All files (*.*)|
 inline constexpr const char* kDeleteSelected = "delete all images from image %i upto image %i?";
 inline constexpr const char* kDeleteOthers = "delete all images except image %i upto image %i?";
 inline constexpr const char* kSelectWorkFolder = "Select Temporary work folder";
+inline constexpr const char* kCorrectingMovement = "Calculating Movement Correction";
+inline constexpr const char* kAligning = "aligning image %i of range %i to %i to image %i";
+inline constexpr const char* kNothingToAlign =
+    "No image was aligned: the correction begins at the image shown, and %i is the last one that is selected.";
+inline constexpr const char* kOffsetsFilter = "Text (*.txt)|*.txt|csv (*.csv)|*.csv|All files (*.*)|*.*||";
+inline constexpr const char* kFocusAreas =
+    "Number of areas per image area in which to find best focus. Minimum is 2.";
+inline constexpr const char* kNoImageInCell = "No image lies within a cell: correct the movement first.";
+inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
+inline constexpr const char* kRegionOutside = "The region lies outside the images.";
 inline constexpr const char* kThresholdLabel =
     "Threshold level.  Set a noise level to prevent high flow artifacts for background tissue.";
 inline constexpr const char* kGainLabel =
@@ -42,16 +52,6 @@ inline constexpr const char* kMapsAway = "The maps can't be read from %s. Zeros 
 inline constexpr const char* kMapsDontFit =
     "%s holds %llu bytes, and maps of %i x %i take %llu. Zeros are shown in their place.";
 inline constexpr const char* kMapsUnwritten = "%s is saved without its maps: %s";
-inline constexpr const char* kCorrectingMovement = "Calculating Movement Correction";
-inline constexpr const char* kAligning = "aligning image %i of range %i to %i to image %i";
-inline constexpr const char* kNothingToAlign =
-    "No image was aligned: the correction begins at the image shown, and %i is the last one that is selected.";
-inline constexpr const char* kOffsetsFilter = "Text (*.txt)|*.txt|csv (*.csv)|*.csv|All files (*.*)|*.*||";
-inline constexpr const char* kFocusAreas =
-    "Number of areas per image area in which to find best focus. Minimum is 2.";
-inline constexpr const char* kNoImageInCell = "No image lies within a cell: correct the movement first.";
-inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
-inline constexpr const char* kRegionOutside = "The region lies outside the images.";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

@@ -10,7 +10,6 @@
 #include "flowrun.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
-#include "movie/movierewrite.h"
 #include "settings/settings.h"
 #include "vectors/fft.h"
 

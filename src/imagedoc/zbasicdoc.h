@@ -152,10 +152,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // The density goes when its marks, the scale or the region are no longer those that it was counted from.
   // Called where a result is stored, printed or told, and after each command that Undo takes back.
   void dropStaleResult();
-  // False where the image only shows what the document stores as something else: no command changes it then.
-  virtual bool holdsPixels() const { return true; }
   // The result, and below a density what it counts and is per.
   std::string resultLines() const;
+  // False where the image only shows what the document stores as something else: no command changes it then.
+  virtual bool holdsPixels() const { return true; }
   void analyseAutomatically() override { countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
