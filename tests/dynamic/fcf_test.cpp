@@ -109,6 +109,17 @@ TEST_F(Flow, CancelKeepsWhatIsDone) {
   EXPECT_FALSE(fileExists(folder.file("a.fcfA.mve")));
 }
 
+TEST_F(Flow, EndsWhereItsMapIsClosedMeanwhile) {
+  CVivoCapDoc& video = openFlow(400);
+  app->documents.drivesJobs = [] { return true; };
+  fcfdoc& map = calculate("3");
+  EXPECT_TRUE(video.isBusy());
+  process.fcfTemplate->discard(map);
+  while (app->documents.turnJobs()) continue;
+  EXPECT_FALSE(video.isBusy());
+  EXPECT_EQ(process.videoTemplate->documents().size(), 1U);
+}
+
 TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   CVivoCapDoc& video = openFlow(4);
   EXPECT_TRUE(video.select(1, 2));
