@@ -14,6 +14,10 @@
 
 namespace tarnvisor {
 
+namespace {
+constexpr const char* kFiguresBegin = "FCD ";
+}  // namespace
+
 const CommandTableBase& fcfdoc::commandTable() {
   using D = fcfdoc;
   static const CommandTable<D> table(
@@ -194,19 +198,23 @@ void fcfdoc::writeFcdRow() {
 std::string fcfdoc::figuresText() const {
   const Rect area = roiOrWhole();
   const FlowFigures& f = figures();
-  return format("FCD %.3f %%, FCF %.3f 1/frame in %i,%i,%i,%i by %s threshold %g", f.fcd, f.fcf, area.left,
-                area.top, area.right, area.bottom, useConc ? "CONC" : "MASK", threshold);
+  return kFiguresBegin + format("%.3f %%, FCF %.3f 1/frame in %i,%i,%i,%i by %s threshold %g", f.fcd, f.fcf,
+                                area.left, area.top, area.right, area.bottom, useConc ? "CONC" : "MASK",
+                                threshold);
 }
 
-// The notes hold the last figures alone: steps of the threshold would bury what else is told there.
+// The notes hold the last figures alone: steps of the threshold would bury what else is told there. A density
+// that was counted on the map is another result, and its words stay.
 void fcfdoc::tellFigures() {
-  const std::string now = figuresText();
   const std::string before = resultText + text::kLineEnd;
-  if (const size_t at = resultText.empty() ? std::string::npos : notes.rfind(before); at != std::string::npos)
-    notes.erase(at, before.size());
-  resultText = now;
-  appendNotes(now + text::kLineEnd);
+  const size_t at = tellsFigures() ? notes.rfind(before) : std::string::npos;
+  if (at != std::string::npos) notes.erase(at, before.size());
+  resultText = figuresText();
+  countedList = -1;
+  appendNotes(resultText + text::kLineEnd);
 }
+
+bool fcfdoc::tellsFigures() const { return resultText.starts_with(kFiguresBegin); }
 
 StepResult fcfdoc::tell(const std::string& what) {
   if (what != "status" || !hasMaps()) return ZBasicDoc::tell(what);

@@ -75,6 +75,7 @@ class fcfdoc
   void findThreshold();
   double automaticGain(const std::vector<double>& map) const;
   std::string figuresText() const;
+  bool tellsFigures() const;  // the result is theirs
   void tellFigures();
   void stepThreshold(double by);
   void thresholdUp() { stepThreshold(0.2); }

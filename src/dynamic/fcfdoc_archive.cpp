@@ -134,7 +134,7 @@ bool fcfdoc::makePicture(Point origin) {
 }
 
 bool fcfdoc::onSaveDocument(const std::string& path) {
-  if (hasMaps() && hasImage()) tellFigures();  // of the region as it is now
+  if (hasMaps() && hasImage() && tellsFigures()) tellFigures();  // of the region as it is now
   std::optional<AtomicFile> raw;
   if (hasMaps()) {
     raw.emplace(mapsFileOf(path));

@@ -123,7 +123,7 @@ void CVivoCapDoc::fftPerPixel() {
   if (!asked(form) || !hasImagesForFft(points, currentIndex())) return;
   const WaitScope wait;
   std::vector<uint8_t> block = blockOf(*movie, currentIndex(), 2 * points);
-  if (!tarnvisor::fftPerPixel(block, points)) return report(text::kNoMemory);
+  if (block.empty() || !tarnvisor::fftPerPixel(block, points)) return report(text::kNoMemory);
   const size_t pixels = block.size() / (2 * static_cast<size_t>(points));
   makeMovie(
       format("FFT of %i points per pixel from image %i", points, currentIndex()),

@@ -19,8 +19,7 @@ void draw(CZZimage& image, const Levels& rows) {
 }
 
 // Images of one size at places of a frame; the first seeds.
-FlowMaps mapsOf(const std::deque<CZZimage>& images, const std::vector<Point>& at, Size frame,
-                int32_t rowsApart = 1) {
+FlowMaps mapsOf(const std::deque<CZZimage>& images, const std::vector<Point>& at, Size frame) {
   FlowStatistics statistics;
   EXPECT_TRUE(statistics.begin(frame.width, frame.height));
   std::vector<FlowStatistics::Placed> placed;
@@ -28,14 +27,14 @@ FlowMaps mapsOf(const std::deque<CZZimage>& images, const std::vector<Point>& at
   statistics.accumulateFirst(placed[0]);
   statistics.accumulateNext(std::span(placed).subspan(1));
   FlowMaps maps;
-  EXPECT_TRUE(statistics.finishStatistics(rowsApart, maps));
+  EXPECT_TRUE(statistics.finishStatistics(1, maps));
   return maps;
 }
 
-FlowMaps stillMaps(const std::vector<Levels>& sequence, int32_t rowsApart = 1) {
+FlowMaps stillMaps(const std::vector<Levels>& sequence) {
   std::deque<CZZimage> images(sequence.size());
   for (size_t i = 0; i < sequence.size(); ++i) draw(images[i], sequence[i]);
-  return mapsOf(images, std::vector<Point>(images.size()), {images[0].width, images[0].height}, rowsApart);
+  return mapsOf(images, std::vector<Point>(images.size()), {images[0].width, images[0].height});
 }
 
 TEST(FlowStatistics, TheFirstImageOnlySeedsAndTheDivisorIsOneLess) {
@@ -59,12 +58,6 @@ TEST(FlowStatistics, ASingleImageGivesNoNumbers) {
 TEST(FlowStatistics, TheMaskTakesTheLeastOfTheNeighboursThatExist) {
   const FlowMaps maps = stillMaps({Levels(3, {0, 0, 0, 0}), {{5, 5, 9, 9}, {5, 5, 9, 9}, {0, 5, 9, 9}}});
   EXPECT_THAT(maps.mask, ElementsAre(5, 5, 5, 9, 0, 0, 5, 9, 0, 0, 5, 9));
-}
-
-TEST(FlowStatistics, FieldRowsCountTwice) {
-  const FlowMaps maps = stillMaps({{{0}, {0}}, {{3}, {4}}}, 2);
-  EXPECT_EQ(maps.height, 4);
-  EXPECT_THAT(maps.mask, ElementsAre(3, 3, 3, 3));
 }
 
 // By the definition, an image after the other, with an array for each sum.

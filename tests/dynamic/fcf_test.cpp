@@ -1,6 +1,7 @@
 // Functional capillary flow of a video: the run, its document and what is stored of it.
 #include "archive/archive.h"
 #include "dynamic/fcfview.h"
+#include "movie/movierewrite.h"
 #include "support/recordingcanvas.h"
 #include "support/videotest.h"
 
@@ -108,6 +109,17 @@ TEST_F(Flow, CancelKeepsWhatIsDone) {
   EXPECT_FALSE(fileExists(folder.file("a.fcfA.mve")));
 }
 
+TEST_F(Flow, EndsWhereItsMapIsClosedMeanwhile) {
+  CVivoCapDoc& video = openFlow(400);
+  app->documents.drivesJobs = [] { return true; };
+  fcfdoc& map = calculate("3");
+  EXPECT_TRUE(video.isBusy());
+  process.fcfTemplate->discard(map);
+  while (app->documents.turnJobs()) continue;
+  EXPECT_FALSE(video.isBusy());
+  EXPECT_EQ(process.videoTemplate->documents().size(), 1U);
+}
+
 TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   CVivoCapDoc& video = openFlow(4);
   EXPECT_TRUE(video.select(1, 2));
@@ -117,8 +129,7 @@ TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   host.fill({{kChunk, "1"}});
   run("Calculate FCF");
   EXPECT_THAT(host.messages.back(), StartsWith("A range needs two images"));
-  CZZMovie coloured;
-  CZZimage form(16, 8, -1, 0, kColour);
+  const CZZimage form(16, 8, -1, 0, kColour);
   ASSERT_TRUE(video.movie->rewrite(
       folder.file("c.mve"),
       rewritePlan(formLike(form), 2, [&](int32_t, CZZimage& made) { return made.copyImage(form); })));
@@ -152,9 +163,12 @@ TEST_F(Flow, AStepOfTheThresholdIsStoredAndAnswered) {
   run("threshold up");
   EXPECT_EQ(map.figures().fcd, 0);
   EXPECT_EQ(map.notes.find("FCD"), map.notes.rfind("FCD")) << "the last figures alone";
+  map.resultText = "counted";
+  map.notes += "counted\r\n";
   run("Use CONC threshold");
   run("threshold down");
   EXPECT_EQ(map.useConc, 1);
+  EXPECT_THAT(map.notes, HasSubstr("counted\r\nFCD "));
   EXPECT_EQ(rowCount(), 1U);
   run("Add FCD to results");
   EXPECT_EQ(rowCount(), 2U);
