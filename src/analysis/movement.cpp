@@ -303,7 +303,8 @@ bool chooseBase(AMCparams& params, bool aligned, int32_t& index) {
 
 SubPixel offsetOfBase(AMCparams& params) {
   const MovementRecord* record = recordOf(params, std::max(params.baseIndex, 0));
-  return record && record->subPixel.isKnown() ? record->subPixel : wholeOffset(*params.base);
+  return record && record->subPixel.isKnown() && !record->doubtful ? record->subPixel
+                                                                   : wholeOffset(*params.base);
 }
 
 // False where that image can't be had: the base that there is serves on.
@@ -339,6 +340,11 @@ void keepResult(CZZMovie& movie, AMCparams& params, const CZZimage& image, bool 
   record->baseIndex = params.baseIndex;
   record->aligned = aligned;
   if (!aligned) record->subPixel = {};
+  const Point base{params.base->xOrigin, params.base->yOrigin};
+  const Point shift = Point{image.xOrigin, image.yOrigin} - base;
+  const bool isNear =
+      std::abs(record->subPixel.x - shift.x) <= 2 && std::abs(record->subPixel.y - shift.y) <= 2;
+  record->doubtful = params.subPixel && aligned && !isNear;
   const int32_t rows = image.isField() ? 2 : 1;
   record->subPixel.x += params.baseSubPixel.x;
   record->subPixel.y = record->subPixel.y * rows + params.baseSubPixel.y;

@@ -6,7 +6,6 @@
 // in rows of the image, which the searches run on.
 #pragma once
 
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -34,11 +33,9 @@ struct MovementRecord {
       subPixel;  // the offset to a fraction; unknown for an image that failed, or where it isn't asked for
   int32_t baseIndex = 0;
   bool aligned = false;
-  // It fits there by the threshold, but no lowest error was found near it: a search that ended elsewhere.
-  bool isDoubtful() const {
-    const bool isNear = std::abs(subPixel.x - offset.x) <= 2 && std::abs(subPixel.y - offset.y) <= 2;
-    return aligned && !isNear;
-  }
+  // It fits there by the threshold, but the error is not lowest near there: a search that ended elsewhere.
+  // Told only where fractions are asked for.
+  bool doubtful = false;
 };
 
 struct AMCparams {

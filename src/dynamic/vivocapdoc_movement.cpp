@@ -43,7 +43,7 @@ bool halveTimes(CZZimage& image, int32_t times) {
 
 using MovementTest = bool (*)(const MovementRecord&);
 bool hasFailed(const MovementRecord& each) { return !each.aligned; }
-bool isDoubtful(const MovementRecord& each) { return each.isDoubtful(); }
+bool isDoubtful(const MovementRecord& each) { return each.doubtful; }
 
 // "2.5 % failed: 3, 7 to 12": the images of a run of which that holds; empty for none.
 std::string imagesThat(MovementTest holds, const char* words, const std::vector<MovementRecord>& records) {
@@ -416,6 +416,7 @@ void CVivoCapDoc::movementQuality() {
       y->data->putval(i, static_cast<double>(record.yOrigin));
     }
     if (!amc.records.empty()) addQualityCurves(*chart);
+    ZchartDoc::giveColours(chart->traces.items, 0);
   }
   chart->updateAllViews();
 }
@@ -427,7 +428,7 @@ void CVivoCapDoc::addQualityCurves(ZchartDoc& chart) {
   ZZTrace* fineX = addCurve(chart, "x to a fraction", "x", unitName(), rate, count);
   ZZTrace* fineY = addCurve(chart, "y to a fraction", "y", unitName(), rate, count);
   ZZTrace* error = addCurve(chart, "rms error", "rms", "grey levels", rate, count);
-  ZZTrace* failed = addCurve(chart, "failed", "failed", "1: failed, 0.5: doubtful", rate, count);
+  ZZTrace* failed = addCurve(chart, "failed 100, doubtful 50", "failed", "%", rate, count);
   if (!fineX || !fineY || !error || !failed) return;
   fineX->ygain = scale().x;
   fineY->ygain = scale().y;
@@ -438,7 +439,7 @@ void CVivoCapDoc::addQualityCurves(ZchartDoc& chart) {
     fineX->data->putval(at, shown(each.subPixel.x));
     fineY->data->putval(at, shown(each.subPixel.y));
     error->data->putval(at, shown(each.rms));
-    failed->data->putval(at, hasFailed(each) ? 1.0 : isDoubtful(each) ? 0.5 : 0.0);
+    failed->data->putval(at, hasFailed(each) ? 100.0 : isDoubtful(each) ? 50.0 : 0.0);
   }
 }
 
