@@ -73,7 +73,7 @@ std::string composeBase(CZZMovie& movie, AMCparams& params) {
   base.fill(255);
   if (params.log) {
     *params.log << "RESIZEBASE," << static_cast<int32_t>(width) << "," << static_cast<int32_t>(height) << ","
-                << base.xOrigin << "," << static_cast<int32_t>(top);
+                << base.xOrigin << "," << static_cast<int32_t>(right);
     params.log->endLine();
     *params.log << "ADDTOBASE";
   }
@@ -214,6 +214,7 @@ void startRecords(CZZMovie& movie, AMCparams& params) {
 
 // Empty when the run began.
 std::string begin(CZZMovie& movie, AMCparams& params) {
+  params.records.clear();
   if (movie.count < 1) return "The video holds no images.";
   CZZimage& image = movie.frameAt(params.start);
   params.current = &image;
@@ -436,12 +437,6 @@ Point normaliseOffsets(CZZMovie& movie) {
   return Point{} - least;
 }
 
-void moveBy(MovementRecord& record, Point added) {
-  record.offset = record.offset + added;
-  record.subPixel.x += added.x;
-  record.subPixel.y += added.y;
-}
-
 }  // namespace
 
 Point endAMC(CZZMovie& movie, AMCparams& params) {
@@ -449,7 +444,7 @@ Point endAMC(CZZMovie& movie, AMCparams& params) {
   const bool began = params.base != nullptr;
   const Point added = began ? normaliseOffsets(movie) : Point{};
   if (began)
-    for (MovementRecord& record : params.records) moveBy(record, added);
+    for (MovementRecord& record : params.records) record.moveBy(added);
   movie.frameAt(params.start);
   params.start = -1;
   params.regions.clear();

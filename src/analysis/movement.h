@@ -36,6 +36,12 @@ struct MovementRecord {
   // It fits there by the threshold, but the error is not lowest near there: a search that ended elsewhere.
   // Told only where fractions are asked for.
   bool doubtful = false;
+
+  void moveBy(Point added) {
+    offset = offset + added;
+    subPixel.x += added.x;
+    subPixel.y += added.y;
+  }
 };
 
 struct AMCparams {

@@ -140,6 +140,13 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
   return readWhole<std::string>(path, maxBytes);
 }
 
+std::string freeName(const std::string& stem, const std::string& ending) {
+  std::string name = stem + ending;
+  for (int number = 1; fileExists(name); ++number)
+    name = format("%s-%i%s", stem.c_str(), number, ending.c_str());
+  return name;
+}
+
 bool mayReplace(const std::string& path) {
   return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 || errno != EACCES;
 }

@@ -47,6 +47,8 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
 
 // Whether nothing protects that name against a new content: there is no file, or one that may be written.
 bool mayReplace(const std::string& path);
+// A name that no file has: the first of stem, stem-1, stem-2...
+std::string freeName(const std::string& stem, const std::string& ending);
 
 // Writes to a new file beside the wanted one. Until commit() succeeds the old file stays as it was; without
 // commit() the new one is removed. The mode of a file that is replaced is kept. A symbolic link is followed.

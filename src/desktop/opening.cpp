@@ -65,6 +65,10 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
       return end(2, "unknown option " + argument + "\n" + kUsage);
     } else if (!onlyFiles && files.empty() && isSwitch(argument)) {
       letter = argument;
+    } else if (!onlyFiles && files.empty() && argument.size() > 3 && argument[2] == ' ' &&
+               isSwitch(argument.substr(0, 2))) {
+      letter = argument.substr(0, 2);
+      files.push_back(absolutePath(argument.substr(3)));
     } else if (!argument.empty()) {
       files.push_back(absolutePath(argument));
     }

@@ -19,7 +19,7 @@ inline constexpr const char* kSelectWorkFolder = "Select Temporary work folder";
 inline constexpr const char* kCorrectingMovement = "Calculating Movement Correction";
 inline constexpr const char* kAligning = "aligning image %i of range %i to %i to image %i";
 inline constexpr const char* kNothingToAlign =
-    "No image was aligned: the correction begins at the image shown, and %i is the last one that is selected.";
+    "No image was aligned: the correction begins at the image shown, %i, and none of the selected images follows it.";
 inline constexpr const char* kThresholdTooLow =
     "\nWhere they fit best the images that failed differ by %.1f grey levels, and the threshold was %.1f. Under \"Auto Movement Correction...\" take \"Auto threshold\" off and set one of %.0f or more.";
 inline constexpr const char* kOffsetsFilter = "Text (*.txt)|*.txt|csv (*.csv)|*.csv|All files (*.*)|*.*||";

@@ -86,6 +86,8 @@ void CVivoCapDoc::movieChanged() {
   if (!hasMovie()) return;
   moviePath = movie->isRaw() ? "" : movie->fileName;  // raw frames get a movie file by the next save
   frameCount = movie->isFieldMovie() ? movie->count / 2 : movie->count;
+  amc.records.clear();
+  movementSummary.clear();
   if (selectionFirst >= movie->count || selectionLast > movie->count) selectionFirst = selectionLast = -1;
   refreshImage();
 }

@@ -73,6 +73,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void editMovementRegions();
   bool editsMovementRegions() const { return amc.regionsEditing && currentlist == kAmcList; }
   int32_t addPointToDimension(int32_t index, Point point) override;
+  int32_t insertDimension(const CDim& dimension) override;
   const std::vector<MovementRecord>& movementRecords() const { return amc.records; }  // of the last run
 
   // --- flow (vivocapdoc_flow.cpp)
@@ -175,7 +176,9 @@ class CVivoCapDoc : public ZBasicDoc {
   class MovementJob;
   void takeMovementRegions();
   void showMovementRegions();
-  void endMovement();
+  Point endMovement();  // by how much marks and offsets moved
+  void saveInBatchMode();
+  void labelRegion(int32_t index);
   void finishMovement(bool cancelled);
   void tellMovement(int32_t first, int32_t last, bool cancelled);
   void keepMovementBase();

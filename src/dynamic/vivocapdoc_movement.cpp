@@ -45,6 +45,14 @@ using MovementTest = bool (*)(const MovementRecord&);
 bool hasFailed(const MovementRecord& each) { return !each.aligned; }
 bool isDoubtful(const MovementRecord& each) { return each.doubtful; }
 
+// Whether somebody drew in a document.
+bool hasMarks(const std::string& path) {
+  ZBasicDoc there;
+  there.silent = 1;
+  return fileExists(path) && there.onOpenDocument(path) &&
+         std::ranges::any_of(there.dimlists, [](const CDimList& list) { return !list.items.empty(); });
+}
+
 // "2.5 % failed: 3, 7 to 12": the images of a run of which that holds; empty for none.
 std::string imagesThat(MovementTest holds, const char* words, const std::vector<MovementRecord>& records) {
   std::string told;
@@ -143,9 +151,12 @@ void CVivoCapDoc::showMovementRegions() {
   dimlists[kAmcList].hidden = 0;
 }
 
-void CVivoCapDoc::endMovement() {
+Point CVivoCapDoc::endMovement() {
   const Point moved = endAMC(*movie, amc);
-  if (moved != Point{}) move(moved.x, moved.y);
+  if (moved == Point{}) return moved;
+  move(moved.x, moved.y);
+  setModified();
+  return moved;
 }
 
 void CVivoCapDoc::finishMovement(bool cancelled) {
@@ -162,19 +173,31 @@ void CVivoCapDoc::finishMovement(bool cancelled) {
   tellMovement(first, last, cancelled);
   if (panoramicPending) averagePanorama();
   if (process.batchMode) {
-    if (pathName().empty()) setPathName(withoutExtension(moviePath) + ".dtv");
-    const std::string path = pathName();
-    if (onSaveDocument(path)) setModified(false);
-    host().windows.closeMainFrame();
+    saveInBatchMode();
     return;
   }
   updateAllViews();
 }
 
-// The notes say how good it was, and a failure is told at once.
+// Nobody is there to be asked whether a document may be replaced.
+void CVivoCapDoc::saveInBatchMode() {
+  const std::string own = pathName().empty() ? withoutExtension(moviePath) + ".dtv" : pathName();
+  if (pathName().empty() && fileExists(own))
+    report(own + " is there already, and is not replaced. Start with that document in place of its movie.");
+  else if (onSaveDocument(own))
+    setPathName(own);
+  setModified(false);
+  host().windows.closeMainFrame();
+}
+
+// The notes say how good it was, and a failure is told at once, but for a panorama, whose averages come next.
 void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
-  if (!amc.trouble.empty()) return report(title() + ": " + amc.trouble);
+  if (!amc.trouble.empty()) report(title() + ": " + amc.trouble);
   const auto count = static_cast<int32_t>(amc.records.size());
+  if (count < 2) {
+    if (amc.trouble.empty()) host().messages.show(format(text::kNothingToAlign, first));
+    return;
+  }
   const auto failed = static_cast<int32_t>(std::ranges::count_if(amc.records, hasFailed));
   std::string words = format("movement correction of images %i to %i", first, last);
   if (cancelled) words += " (stopped)";
@@ -183,20 +206,22 @@ void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
   appendNotes(words + text::kLineEnd);
   movementSummary = words;
   const bool tells = failed > 0 || std::ranges::any_of(amc.records, isDoubtful);
-  if (count < 2)
-    host().messages.show(format(text::kNothingToAlign, first));
-  else if (tells && !isUnattended())
+  if (tells && !isUnattended() && !panoramicPending)
     host().messages.show(words + "." + adviceOn(amc));
   else if (tells)
     logPrintf("%s.%s\n", words.c_str(), adviceOn(amc).c_str());
 }
 
-// The composite that the regions were compared with, as a still beside the video.
+// The composite that the regions were compared with, as a still beside the video. One in which somebody
+// measured stays.
 void CVivoCapDoc::keepMovementBase() {
   if (!amc.base || !process.imageTemplate) return;
   auto copy = std::make_unique<CZZimage>();
   if (!copy->copyImage(*amc.base)) return report(text::kNoMemory);
   const std::string path = withoutExtension(pathName().empty() ? moviePath : pathName()) + "-AMCbase.tv1";
+  Outcome may = theApp().documents.mayOutputTo(path);
+  if (may && hasMarks(path)) may = Outcome::failure(path + " holds marks, and stays as it is.");
+  if (!may) return appendNotes("the base was not kept: " + may.why() + text::kLineEnd);
   ZBasicDoc* base = newImage(std::move(copy), fileNameOf(path));
   if (!base) return;
   base->magx = magx, base->magy = magy, base->magname = magname;
@@ -277,16 +302,28 @@ void CVivoCapDoc::editMovementRegions() {
 }
 
 // A region remembers the image that it was drawn on.
+void CVivoCapDoc::labelRegion(int32_t index) {
+  if (currentlist != kAmcList || !currentDims().isValid(index)) return;
+  CDim& region = currentDims().at(index);
+  if (dynamic_cast<CDimRect*>(&region)) region.label = format("%i", currentIndex());
+}
+
 int32_t CVivoCapDoc::addPointToDimension(int32_t index, Point point) {
   const int32_t added = ZBasicDoc::addPointToDimension(index, point);
-  if (added < 0 || currentlist != kAmcList) return added;
-  CDim& region = *currentDims().items[static_cast<size_t>(index)];
-  if (dynamic_cast<CDimRect*>(&region)) region.label = format("%i", currentIndex());
+  if (added >= 0) labelRegion(index);
   return added;
 }
 
-// All errors of the image shown over the base, at one eighth of its scale.
+int32_t CVivoCapDoc::insertDimension(const CDim& dimension) {
+  const int32_t index = ZBasicDoc::insertDimension(dimension);
+  labelRegion(index);
+  return index;
+}
+
+// All errors of the image shown over the base, at one eighth of its scale. What is known of the last run
+// stays.
 void CVivoCapDoc::movementErrorMap() {
+  std::vector<MovementRecord> known = amc.records;
   const int32_t selectedFirst = selectionFirst, shown = currentIndex();
   selectionFirst = shown;
   const bool begun = initAMC();
@@ -313,7 +350,9 @@ void CVivoCapDoc::movementErrorMap() {
     setCurrentList(amc.regionsEditing ? kAmcList : kPlainList);
     if (amc.regionsEditing) showMovementRegions();
   }
-  endMovement();
+  const Point moved = endMovement();
+  for (MovementRecord& each : known) each.moveBy(moved);
+  amc.records = std::move(known);
   showImage(shown);
 }
 
@@ -327,8 +366,11 @@ void CVivoCapDoc::correlateImages() {
   if (!asked(form)) return;
   CZZimage one, other;
   movie->getImage(first, one);
+  bool areRead = movie->hasRead();
   movie->getImage(second, other);
+  areRead = areRead && movie->hasRead();
   std::unique_ptr<CZZimage> map;
+  if (!areRead) return report("The images could not be read.");
   if (halveTimes(one, times) && halveTimes(other, times)) map = centreErrorMap(one, other);
   if (!map) return report("The images are too small for that many steps, or have colours.");
   map->xOrigin = map->yOrigin = 0;
@@ -339,6 +381,9 @@ void CVivoCapDoc::correlateImages() {
 void CVivoCapDoc::resetOffsets() {
   const CZZMovie::Range range = selection();
   for (int32_t i = range.first; i < range.last; ++i) movie->setOrigin(i, {});
+  std::erase_if(amc.records, [&range](const MovementRecord& each) {
+    return each.index >= range.first && each.index < range.last;
+  });
   appendNotes(format("offsets of images %i to %i reset", range.first, range.last) + text::kLineEnd);
   refreshImage();
   setModified();

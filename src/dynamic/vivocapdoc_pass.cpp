@@ -177,7 +177,8 @@ ZBasicDoc* CVivoCapDoc::imageOfSelection(const char* titleWords, const std::func
   if (!made) return nullptr;
   if (process.batchMode) {
     made->keepwhole = 1;  // nobody is there to be asked
-    const std::string path = folderOf(pathName().empty() ? moviePath : pathName()) + made->title() + ".tv1";
+    const std::string path =
+        freeName(folderOf(pathName().empty() ? moviePath : pathName()) + made->title(), ".tv1");
     if (made->onSaveDocument(path)) made->setPathName(path);
   }
   made->updateAllViews();

@@ -18,14 +18,6 @@ namespace tarnvisor {
 
 namespace {
 
-// A name that no file has: the first of stem, stem-1, stem-2...
-std::string freeName(const std::string& stem, const std::string& ending) {
-  std::string name = stem + ending;
-  for (int number = 1; fileExists(name); ++number)
-    name = format("%s-%i%s", stem.c_str(), number, ending.c_str());
-  return name;
-}
-
 std::string besideDocument(const std::string& documentPath, const std::string& file) {
   return folderOf(documentPath) + fileNameOf(file);
 }

@@ -80,7 +80,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   CDimList& currentDims() { return dimlists[static_cast<size_t>(currentlist)]; }
   const CDimList& currentDims() const { return dimlists[static_cast<size_t>(currentlist)]; }
   int32_t addDimension(Point point, int32_t type);  // the new index
-  int32_t insertDimension(const CDim& dimension);
+  virtual int32_t insertDimension(const CDim& dimension);
   // -1 when there is no such dimension. In list 7 a second point is pushed to at least 64 pixels from the
   // first.
   virtual int32_t addPointToDimension(int32_t index, Point point);

@@ -233,7 +233,7 @@ TEST_F(Movement, ComparesDrawnRegionsWithTheirOwnImages) {
   EXPECT_EQ(params.base->row(0)[70], 255);
   EXPECT_EQ(params.regions[1], (Rect{70, 12, 86, 28}));
   params.log.reset();
-  EXPECT_THAT(log(), StartsWith("\nRESIZEBASE,86,64,40,48\nADDTOBASE,0\n,1\n\nmethod,1\n"));
+  EXPECT_THAT(log(), StartsWith("\nRESIZEBASE,86,64,40,126\nADDTOBASE,0\n,1\n\nmethod,1\n"));
 }
 
 TEST_F(Movement, LaysImagesOverDrawnRegions) {
