@@ -206,7 +206,9 @@ void computeFcf(const FlowMaps& maps, bool useConc, double threshold, std::vecto
   parallelFor(maps.height, kLeastRows, [&](int64_t begin, int64_t end) {
     const auto wide = static_cast<size_t>(maps.width);
     for (size_t i = static_cast<size_t>(begin) * wide; i < static_cast<size_t>(end) * wide; ++i)
-      fcf[i] = tested[i] < threshold ? 0.0 : maps.flux[i] / maps.conc[i];
+      fcf[i] = tested[i] < threshold ? 0.0
+               : maps.conc[i] > 0    ? maps.flux[i] / maps.conc[i]
+                                     : std::numeric_limits<double>::quiet_NaN();
   });
 }
 
@@ -235,7 +237,7 @@ void showSpeed(const FlowMaps& maps, double threshold, double gain, CZZimage& im
     for (int32_t x = 0; x < image.width; ++x) {
       const double conc = maps.conc[from + static_cast<size_t>(x)];
       const double flux = maps.flux[from + static_cast<size_t>(x)];
-      image.row(y)[x] = conc > threshold ? truncatedToByte(flux * gain / conc) : uint8_t{0};
+      image.row(y)[x] = conc > std::max(threshold, 0.0) ? truncatedToByte(flux * gain / conc) : uint8_t{0};
     }
   }
 }

@@ -50,7 +50,7 @@ void takeBelongings(ZBasicDoc& made, const ZBasicDoc& of) {
 
 Outcome FlowRange::mayMeasure(CZZMovie& movie, const CZZMovie::Range& selection, int32_t imagesAtOnce) {
   if (movie.image().colourset != kGrey) return Outcome::failure(text::kGreyOnly);
-  if (selection.size() < 2) return Outcome::failure("Two images at least must be selected.");
+  if (selection.size() < kFewestImages) return Outcome::failure("Three images at least must be selected.");
   if (std::min(selection.size(), imagesAtOnce) > FlowStatistics::kMostImages)
     return Outcome::failure(
         format("No more than %i images can be measured at once.", FlowStatistics::kMostImages));
@@ -82,7 +82,8 @@ bool FlowRange::begin(CZZMovie& walked, const CZZMovie::Range& wanted) {
 FlowStatistics::Placed FlowRange::read(int32_t index, CZZimage& into) {
   const CZZimage& form = movie->image();
   movie->getImage(index, into);
-  if (into.empty() || into.width != form.width || into.height != form.height || into.bytesPerPixel != 1)
+  if (!movie->hasRead() || into.empty() || into.width != form.width || into.height != form.height ||
+      into.bytesPerPixel != 1)
     throw ArchiveException(format("image %i can't be read", index));
   const FrameRecord& record = movie->recordOf(index);
   return {&into, {record.xOrigin - corner.x, (record.yOrigin - corner.y) / rowsApart}};
@@ -126,6 +127,9 @@ bool FlowRun::prepare() {
     std::string name = folder + stem + ".fcf.mve";
     if (fileExists(name) || compressoutput) name = freeMovieName(folder + stem + ".fcf");
     pictures = std::make_unique<CZZMovie>();
+    // Before it is recorded: an AVI has its rate from its first frame on.
+    pictures->rate = std::max(1, static_cast<int32_t>(video.imagesPerSecond() * 1000 / frames));
+    pictures->scale = 1000;
     const CZZimage& form = *video.theImage();
     // A recording's rows are whole words.
     if (!pictures->record(static_cast<int32_t>((int64_t{last} - first + frames - 1) / frames), name, 0, 0,
@@ -153,7 +157,7 @@ bool FlowRun::isMapOpen() const {
 }
 
 Job::Progress FlowRun::progress() const {
-  return {format("processing images %i to %i", position, chunkEnd),
+  return {format("processing images %i to %i", position, std::min(position + frames, last)),
           (measuring ? range.position() : position) - first, last - first};
 }
 
@@ -166,8 +170,9 @@ bool FlowRun::step() {
 
 bool FlowRun::beginChunk() {
   chunkEnd = std::min(int64_t{position} + frames, int64_t{last});
-  if (chunkEnd - position < 2) {
-    map->appendNotes(format("image %i is left out: a range needs two%s", position, text::kLineEnd));
+  if (chunkEnd - position < FlowRange::kFewestImages) {
+    map->appendNotes(
+        format("images from %i on are left out: a range needs three%s", position, text::kLineEnd));
     return false;
   }
   if (!range.begin(*video.movie, {position, chunkEnd})) throw std::bad_alloc();
@@ -235,7 +240,11 @@ SpeedRun::SpeedRun(CVivoCapDoc& measured, double least, double factor)
 
 bool SpeedRun::prepare() {
   Outcome may = FlowRange::mayMeasure(*video.movie, images, images.size());
-  if (may && !range.begin(*video.movie, images)) may = Outcome::failure(text::kNoMemory);
+  try {
+    if (may && !range.begin(*video.movie, images)) may = Outcome::failure(text::kNoMemory);
+  } catch (const ArchiveException& problem) {
+    may = Outcome::failure(problem.what());
+  }
   if (!may) video.report(may.why());
   return static_cast<bool>(may);
 }

@@ -18,6 +18,8 @@ class fcfdoc;
 // The statistics of a range of a movie's images, each of which is read once.
 class FlowRange {
  public:
+  // The first only begins, and of one change nobody knows how it varies: with two all maps would be 0.
+  static constexpr int32_t kFewestImages = 3;
   // What is wrong with a movie or a selection that is measured so many images at a time, in words, before
   // anything is read.
   [[nodiscard]] static Outcome mayMeasure(CZZMovie& movie, const CZZMovie::Range& selection,

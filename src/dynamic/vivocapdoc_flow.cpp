@@ -17,7 +17,8 @@ namespace tarnvisor {
 
 namespace {
 
-// The grey levels of so many images one after the other, rows without gaps. Empty without memory.
+// The grey levels of so many images one after the other, rows without gaps. Empty without memory, or where
+// one can't be read.
 std::vector<uint8_t> blockOf(CZZMovie& movie, int32_t first, int32_t count) {
   const CZZimage& form = movie.image();
   const size_t wide = static_cast<size_t>(form.width), pixels = wide * static_cast<size_t>(form.height);
@@ -31,6 +32,7 @@ std::vector<uint8_t> blockOf(CZZMovie& movie, int32_t first, int32_t count) {
   uint8_t* to = block.data();
   for (int32_t i = 0; i < count; ++i) {
     movie.getImage(first + i, each);
+    if (!movie.hasRead()) return {};
     for (int32_t y = 0; y < form.height; ++y, to += wide)
       if (y < each.height && each.width == form.width) std::copy_n(each.row(y), wide, to);
   }
@@ -73,7 +75,8 @@ void CVivoCapDoc::calculateFcf() {
   if (!asked(form)) return;
   settings.setString("FCF", "frames", wanted);
   const auto frames = static_cast<int32_t>(std::strtol(wanted.c_str(), nullptr, 10));
-  if (frames == 0 || frames == 1) return report("A range needs two images at least; -1 takes all of them.");
+  if (frames >= 0 && frames < FlowRange::kFewestImages)
+    return report("A range needs three images at least; -1 takes all of them.");
   auto run = std::make_unique<FlowRun>(*this, frames);
   if (run->prepare()) start(std::move(run));
 }

@@ -6,6 +6,7 @@
 #include "analysis/autofocus.h"
 #include "app/asked.h"
 #include "app/processstate.h"
+#include "base/text.h"
 #include "charts/chartdoc.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
@@ -28,14 +29,19 @@ bool CVivoCapDoc::measureSelection(FocusCheck& found) {
   autofocuscontrol control;
   control.loadSettings();
   control.on = 1;
-  control.box = roi;
+  // Without a region the middle of a frame that has not moved: one place on the skin for all images.
+  const CZZimage& form = movie->form();
+  const Point origin = form.frameOrigin();
+  control.box = roi.isEmpty() ? control.boxOf(form).offsetBy(-origin.x, -origin.y) : roi;
   const CZZMovie::Range range = selection();
   bool liesInside = false;
+  int32_t unread = 0;
   CZZimage each;
   MoviePass checking(*movie, "Measuring the focus", range.size());
   while (checking.next()) {
     movie->getImage(range.first + checking.step(), each);
-    if (!each.convertToGrey()) each.reset();  // once for all measures
+    unread += !movie->hasRead();
+    if (!movie->hasRead() || !each.convertToGrey()) each.reset();  // once for all measures
     liesInside = liesInside || !each.clipToImage(control.boxOf(each)).isEmpty();
     control.method = autofocuscontrol::kGradient;
     for (std::vector<double>& values : found.focus) {
@@ -46,6 +52,7 @@ bool CVivoCapDoc::measureSelection(FocusCheck& found) {
     found.offset[1].push_back(each.frameOrigin().y);
   }
   if (checking.wasStopped()) return false;
+  if (unread > 0) report(format(text::kUnreadImages, unread));
   if (!liesInside) report(text::kRegionOutside);
   return liesInside;
 }

@@ -4,6 +4,7 @@
 
 #include "archive/archive.h"
 #include "base/files.h"
+#include "base/text.h"
 #include "host/host.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
@@ -95,8 +96,15 @@ bool MoviePass::next() {
 
 bool MoviePass::failed() const { return writes && (!movie.trouble.empty() || (output && output->failed())); }
 
+// What an image left in the buffer that can't be read is the one before it.
+bool MoviePass::hasRead() {
+  if (movie.isRead) return true;
+  movie.trouble = format("image %i can't be read", shows ? movie.current : at);
+  return false;
+}
+
 bool MoviePass::put(CZZimage& made) {
-  if (!output || !output->append(made)) return false;
+  if (!output || !hasRead() || !output->append(made)) return false;
   if (output->written() == movie.processedCount)
     return true;  // one that didn't compress has no record either
   movie.processedTable.push_back(FrameRecord::of(made));
@@ -106,7 +114,7 @@ bool MoviePass::put(CZZimage& made) {
 
 // The frame shown goes to the result.
 void MoviePass::writeShown() {
-  if (!movie.isShown || failed()) return;
+  if (!movie.isShown || failed() || !hasRead()) return;
   if (output) {
     if (!put(movie.frame)) logPrintf("%s: %s\n", what.c_str(), output->why().c_str());  // the pass ends
     return;

@@ -51,6 +51,7 @@ class MoviePass {
  private:
   friend class CZZMovie;
   void begin();
+  [[nodiscard]] bool hasRead();
   void leave();
   void writeShown();
   bool takeOutput();

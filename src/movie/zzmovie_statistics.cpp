@@ -9,6 +9,7 @@
 
 #include "base/numbers.h"
 #include "base/parallel.h"
+#include "base/text.h"
 #include "image/accumulate.h"
 #include "movie/bytesums.h"
 #include "movie/moviefile.h"
@@ -145,7 +146,7 @@ const uint8_t* CZZMovie::rowsOf(int32_t index, int32_t first, int32_t last, CZZi
   if (memory) return memory.get() + slotBytes() * slotOf(index) + int64_t{first} * holder.stride;
   if (!readsRows()) {
     getImage(index, into);
-    return into.empty() ? nullptr : into.row(first);
+    return into.empty() || !isRead ? nullptr : into.row(first);
   }
   if (into.height != last - first && !into.resizedata(holder.width, last - first, holder.bytesPerPixel))
     return nullptr;
@@ -243,6 +244,8 @@ bool CZZMovie::deviationInto(CZZimage& image, int32_t first, int32_t last) {
   MoviePass deviating(*this, "Computing deviations", range.size());
   while (deviating.next()) {
     getImage(range.first + deviating.step(), each);
+    if (!isRead) trouble = format("image %i can't be read", range.first + deviating.step());
+    if (!isRead) return false;
     each.addStats(&statistics);
   }
   image.finishStats(&statistics);
@@ -260,7 +263,7 @@ std::optional<int32_t> CZZMovie::bestFocusInto(CZZimage& image, const FocusMeasu
   MoviePass measuring(*this, "Looking for the sharpest images", static_cast<int32_t>(all.size()));
   while (measuring.next()) {
     getImage(all[static_cast<size_t>(measuring.step())].index, each);
-    focus.push_back(measure(each));
+    focus.push_back(isRead ? measure(each) : 0.0);
   }
   if (measuring.wasStopped()) return std::nullopt;
   const int32_t height = holder.frameHeight();

@@ -66,20 +66,20 @@ TEST_F(Flow, MeasuresTheWholeAsOneRangeWithoutAMovie) {
 TEST_F(Flow, GoesByChunksOfWhichTheLastIsShorter) {
   CVivoCapDoc& video = openFlow(8);
   video.fps = 30;
-  EXPECT_TRUE(video.select(0, 8));
-  calculate("3");
-  EXPECT_EQ(rowCount(), 3U);
+  EXPECT_TRUE(video.select(0, 7));
+  calculate("4");
+  EXPECT_EQ(rowCount(), 2U);
   auto* movie = dynamic_cast<CVivoCapDoc*>(process.videoTemplate->documents().back().get());
   EXPECT_EQ(movie->title(), "a-FCF");
-  EXPECT_EQ(movie->imageCount(), 3);
-  EXPECT_EQ(movie->fps, 10);
+  EXPECT_EQ(movie->imageCount(), 2);
+  EXPECT_EQ(movie->fps, 7.5);
   EXPECT_EQ(movie->movie->recordOf(1).number, 2U);
   EXPECT_EQ(fileNameOf(movie->moviePath), "a.fcf.mve");
 }
 
-TEST_F(Flow, LeavesOutASingleImageAtTheEnd) {
-  openFlow(7);
-  EXPECT_THAT(calculate("3").notes, HasSubstr("image 6 is left out"));
+TEST_F(Flow, LeavesOutAnEndTooShortToTellOfFlow) {
+  openFlow(8);
+  EXPECT_THAT(calculate("3").notes, HasSubstr("images from 6 on are left out"));
   EXPECT_EQ(rowCount(), 2U);
 }
 
@@ -125,10 +125,10 @@ TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   EXPECT_TRUE(video.select(1, 2));
   host.fill({{kChunk, "-1"}});
   run("Calculate FCF");
-  EXPECT_EQ(host.messages.back(), "Two images at least must be selected.");
+  EXPECT_EQ(host.messages.back(), "Three images at least must be selected.");
   host.fill({{kChunk, "1"}});
   run("Calculate FCF");
-  EXPECT_THAT(host.messages.back(), StartsWith("A range needs two images"));
+  EXPECT_THAT(host.messages.back(), StartsWith("A range needs three images"));
   const CZZimage form(16, 8, -1, 0, kColour);
   ASSERT_TRUE(video.movie->rewrite(
       folder.file("c.mve"),
