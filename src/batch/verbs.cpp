@@ -241,7 +241,10 @@ StepResult saveDocument(StepContext& c) {
   CDocument* document = documentInFront(c.app);
   if (!document) return noDocument();
   std::string path = c.step.args.empty() ? document->pathName() : c.step.args[0];
-  if (path.empty()) path = document->defaultPathName();
+  // A name that nobody gave is not another document's: cameras begin their numbers anew.
+  if (path.empty())
+    path = freeName(withoutExtension(document->defaultPathName()),
+                    "." + extensionOf(document->defaultPathName()));
   const bool bare = !c.step.args.empty() && folderOf(path).empty();
   if (bare) path = folderOf(document->defaultPathName()) + path;
   path = absolutePath(document->withOwnEnding(path));

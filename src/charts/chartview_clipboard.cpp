@@ -24,7 +24,7 @@ constexpr const char* kClear = "Do you really want to clear all traces to zero?"
 constexpr const char* kNothingInCommon = "No common selection between Source and Destination traces ";
 
 bool agrees(const std::string& question) {
-  return host().messages.show(question, Buttons::YesNo, Icon::Question) == Answer::Yes;
+  return host().messages.show(question, Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 
 ZZTrace::Own traceFrom(std::vector<uint8_t> bytes, std::string& why) {

@@ -31,9 +31,10 @@ class DocumentWindows::Window final : public QMdiSubWindow {
   const QString& owner() {
     const auto* bound = dynamic_cast<const CdbDocument*>(document);
     const void* database = app.db.get();
-    const auto now = bound ? std::tuple(database, bound->patientId, bound->examIdOfDoc)
-                           : std::tuple(database, std::string(), -1);
-    if (now != ownerKey) ownerWords = toQt(examWords(std::get<1>(now), std::get<2>(now)));
+    const auto now = bound ? std::tuple(database, bound->patientId, bound->examIdOfDoc, bound->pathName())
+                           : std::tuple(database, std::string(), -1, std::string());
+    if (bound && now != ownerKey)
+      ownerWords = toQt(examWords(bound->patientId, bound->belongsHere() ? bound->examIdOfDoc : -1));
     ownerKey = now;
     return ownerWords;
   }
@@ -53,7 +54,7 @@ class DocumentWindows::Window final : public QMdiSubWindow {
 
  private:
   CBasicApp& app;
-  std::tuple<const void*, std::string, int32_t> ownerKey{nullptr, "", -1};
+  std::tuple<const void*, std::string, int32_t, std::string> ownerKey{nullptr, "", -1, ""};
   QString ownerWords;
 };
 

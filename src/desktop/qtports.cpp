@@ -1,5 +1,6 @@
 #include "desktop/qtports.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
@@ -128,6 +129,7 @@ QMessageBox::Icon iconOf(Icon icon) {
   switch (icon) {
     case Icon::Question:
       return QMessageBox::Question;
+    case Icon::Careful:
     case Icon::Warning:
       return QMessageBox::Warning;
     case Icon::Error:
@@ -164,6 +166,10 @@ Answer QtMessages::show(const std::string& text, Buttons buttons, Icon icon) {
   box.setTextFormat(Qt::PlainText);
   box.setTextInteractionFlags(Qt::TextSelectableByMouse);
   if (buttons == Buttons::YesNo) box.setEscapeButton(QMessageBox::No);
+  if (icon == Icon::Careful) {
+    box.setDefaultButton(buttons == Buttons::YesNo ? QMessageBox::No : QMessageBox::Cancel);
+    for (QAbstractButton* button : box.buttons()) button->setText(button->text().remove('&'));
+  }
   switch (box.exec()) {
     case QMessageBox::Ok:
       return Answer::Ok;

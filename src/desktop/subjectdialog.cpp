@@ -244,19 +244,17 @@ void SubjectWindow::addAsNewId() {
 }
 
 bool SubjectWindow::saveDetails() {
-  const std::string name = nameEdit->text().toStdString();
-  const std::string surname = surnameEdit->text().toStdString();
-  const std::string comment = commentEdit->toPlainText().toStdString();
   model.id = shownId;
-  model.name = name;
-  model.surname = surname;
-  model.comment = comment;
-  model.saveDetails();
-  if (model.name != name || model.surname != surname || model.comment != comment) {
-    host().messages.show("The details could not be written to the database.", Buttons::Ok, Icon::Error);
+  model.name = nameEdit->text().toStdString();
+  model.surname = surnameEdit->text().toStdString();
+  model.comment = commentEdit->toPlainText().toStdString();
+  if (!model.saveDetails()) {
     updateButtons();
     return false;
   }
+  nameEdit->setText(shown(model.name));
+  surnameEdit->setText(shown(model.surname));
+  commentEdit->setPlainText(shown(model.comment));
   noteDetails();
   return true;
 }
@@ -264,7 +262,7 @@ bool SubjectWindow::saveDetails() {
 bool SubjectWindow::settleDetails() {
   if (!detailsChanged()) return true;
   const Answer answer =
-      host().messages.show("Save changes to the details?", Buttons::YesNoCancel, Icon::Question);
+      host().messages.show("Save changes to the details?", Buttons::YesNoCancel, Icon::Careful);
   if (answer == Answer::Cancel) return false;
   if (answer == Answer::Yes) {
     if (shownId.empty()) {

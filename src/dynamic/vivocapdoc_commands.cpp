@@ -145,7 +145,8 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
            "Export Movement correction results...",
            &D::exportOffsets,
            &D::hasMovie,
-           {.tip = "Export offsets", .status = "Writes the offset of each selected image as text."}},
+           {.tip = "Export offsets",
+            .status = "Writes the offset of each selected image but the first as text."}},
           {cmd::NailfoldPanorama,
            "create nailfold panoramic image",
            &D::makePanorama,
@@ -235,9 +236,10 @@ void CVivoCapDoc::saveVideoAs() {
   const bool whole = selectionFirst < 0 && selectionLast < 0;
   movieChoice = whole ? MovieChoice::Usual : MovieChoice::Copy;
   if (!moviePath.empty() && whole) {
-    const bool keeps =
-        host().messages.show(moviePath + text::kKeepLink, Buttons::YesNo, Icon::Question) != Answer::No;
-    movieChoice = keeps ? MovieChoice::KeepLink : MovieChoice::Copy;
+    const Answer keeps =
+        host().messages.show(moviePath + text::kKeepLink, Buttons::YesNoCancel, Icon::Question);
+    if (keeps == Answer::Cancel) return;
+    movieChoice = keeps == Answer::No ? MovieChoice::Copy : MovieChoice::KeepLink;
   }
   if (movieChoice == MovieChoice::Copy && !moviePath.empty() && !hasMovie())
     host().messages.show(filledIn(text::kMovieAway, moviePath));

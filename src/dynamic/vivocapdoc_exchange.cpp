@@ -104,6 +104,10 @@ void CVivoCapDoc::exportUncompressedCommand() {
                                                                  : title());
   const std::string name = stem + "-export.avi";
   if (const Outcome may = theApp().documents.mayOutputTo(name); !may) return report(may.why());
+  if (fileExists(name) && !isUnattended() &&
+      host().messages.show(name + " already exists. Replace it?", Buttons::YesNo, Icon::Careful) !=
+          Answer::Yes)
+    return;
   logPrintf("converting %s\n", name.c_str());
   exportMovie(name, 1, nullptr, true);
 }

@@ -195,7 +195,7 @@ void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
   if (!amc.trouble.empty()) report(title() + ": " + amc.trouble);
   const auto count = static_cast<int32_t>(amc.records.size());
   if (count < 2) {
-    if (amc.trouble.empty()) host().messages.show(format(text::kNothingToAlign, first));
+    if (amc.trouble.empty()) report(format(text::kNothingToAlign, first));
     return;
   }
   const auto failed = static_cast<int32_t>(std::ranges::count_if(amc.records, hasFailed));
@@ -208,6 +208,8 @@ void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
   const bool tells = failed > 0 || std::ranges::any_of(amc.records, isDoubtful);
   if (tells && !isUnattended() && !panoramicPending)
     host().messages.show(words + "." + adviceOn(amc));
+  else if (tells && 2 * failed > count)
+    report(words + "." + adviceOn(amc));  // a script's step did not do its work
   else if (tells)
     logPrintf("%s.%s\n", words.c_str(), adviceOn(amc).c_str());
 }
@@ -378,14 +380,17 @@ void CVivoCapDoc::correlateImages() {
     made->updateAllViews();
 }
 
+// Marks and region stay on the skin of the image shown.
 void CVivoCapDoc::resetOffsets() {
   const CZZMovie::Range range = selection();
+  const Point before = imageOrigin();
   for (int32_t i = range.first; i < range.last; ++i) movie->setOrigin(i, {});
   std::erase_if(amc.records, [&range](const MovementRecord& each) {
     return each.index >= range.first && each.index < range.last;
   });
   appendNotes(format("offsets of images %i to %i reset", range.first, range.last) + text::kLineEnd);
   refreshImage();
+  if (const Point moved = imageOrigin() - before; moved != Point{}) move(moved.x, moved.y);
   setModified();
   updateAllViews();
 }
@@ -394,7 +399,7 @@ void CVivoCapDoc::resetOffsets() {
 void CVivoCapDoc::exportOffsets() {
   const std::string home = pathName().empty() ? homeFolder() + stemOfTitle() : withoutExtension(pathName());
   const auto path = host().choosers.saveFile(
-      {"Export Movement correction results", text::kOffsetsFilter, ".txt", home + "-offsets"});
+      {"Export Movement correction results", text::kOffsetsFilter, ".txt", home + "-offsets.txt"});
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   std::string rows = format("file=%s\n", moviePath.c_str()) + "image, offsetx, offsety\n";

@@ -56,18 +56,31 @@ bool CdbDocument::onNewDocument() {
   isBound = 0;
   madeFor = theExams().subjectId();
   madeUnder = theExams().examId();
+  isOfElsewhere = false;
   return CDocument::onNewDocument();
+}
+
+CdbDocument::Owner CdbDocument::owner() const {
+  if (examIdOfDoc >= 0) return {patientId, examIdOfDoc};
+  const ExamSelection& now = theExams();
+  if (madeUnder >= 0 && !now.hasExam()) return {madeFor, madeUnder};
+  return {now.subjectId(), now.examId()};
 }
 
 // What was measured while one subject was selected is not another's because it is saved later.
 bool CdbDocument::mayBindHere() const {
-  const ExamSelection& now = theExams();
-  if ((isBound && examIdOfDoc >= 0) || madeUnder < 0 || !now.hasExam()) return true;
-  if (madeUnder == now.examId() && madeFor == now.subjectId()) return true;
+  const Owner next = owner();
+  const bool isBoundAlready = isBound && examIdOfDoc >= 0;
+  const bool wasNobodys = madeUnder < 0 && (madeFor.empty() || collectsOverExams());
+  const bool isSame = madeFor == next.subject && (madeUnder < 0 || madeUnder == next.exam);
+  if (isBoundAlready || wasNobodys || isSame || next.subject.empty()) return true;
+  const auto words = [](const std::string& subject, int32_t exam) {
+    return (exam >= 0 ? format("exam %i of ", exam) : std::string()) + "subject " + subject;
+  };
   return host().messages.show(
-             format("%s was made in exam %i of subject %s. Save it as a document of exam %i of subject %s?",
-                    title().c_str(), madeUnder, madeFor.c_str(), now.examId(), now.subjectId().c_str()),
-             Buttons::YesNo, Icon::Question) == Answer::Yes;
+             format("%s was made in %s. Save it as a document of %s?", title().c_str(),
+                    words(madeFor, madeUnder).c_str(), words(next.subject, next.exam).c_str()),
+             Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 
 // The folder of one patient's exam is no place for another's document.
@@ -80,7 +93,7 @@ bool CdbDocument::mayLieIn(const std::string& folder) const {
   if (exams.empty() || std::ranges::find(exams, own) != exams.end()) return true;
   const std::string whose =
       examIdOfDoc >= 0 ? format("belongs to exam %i of subject %s", examIdOfDoc, patientId.c_str())
-      : own >= 0       ? format("is to join exam %i of subject %s", own, theExams().subjectId().c_str())
+      : own >= 0       ? format("is to join exam %i of subject %s", own, owner().subject.c_str())
                        : std::string("belongs to no exam");
   return host().messages.show(format("%s %s, and %s is the folder of exam %i. Save it there all the same?",
                                      title().c_str(), whose.c_str(), folder.c_str(), exams.front()),
@@ -89,7 +102,7 @@ bool CdbDocument::mayLieIn(const std::string& folder) const {
 
 // The document's exam in the open database; -1 for one of another data folder, whose numbers mean others.
 int32_t CdbDocument::examHere() const {
-  if (examIdOfDoc < 0) return theExams().examId();
+  if (examIdOfDoc < 0) return owner().exam;
   return belongsHere() ? examIdOfDoc : -1;
 }
 
@@ -132,6 +145,8 @@ void CdbDocument::serialize(Archive& archive) {
   stationId = version > 1 ? archive.readString() : kOldFile;
   stationIdFirst = version > 1 ? archive.readString() : kOldFile;
   isBound = 1;
+  // A subject without an exam is its subject all the same.
+  if (examIdOfDoc < 0 && !patientId.empty()) std::tie(madeFor, madeUnder) = std::pair(patientId, -1);
 }
 
 // The document itself is safe; its row in the database is not there, or is an older one.
@@ -144,8 +159,9 @@ void CdbDocument::noteUnwritten(bool written, const std::string& name) {
 // A document saved while no exam was selected has nothing to stay bound to: the next save binds it.
 void CdbDocument::bindIfFree() {
   if (isBound && examIdOfDoc >= 0) return;
-  patientId = theExams().subjectId();
-  examIdOfDoc = theExams().examId();
+  const Owner found = owner();
+  patientId = found.subject;
+  examIdOfDoc = found.exam;
   isBound = 1;
   stationId = currentStationId();
   if (stationIdFirst.empty()) stationIdFirst = stationId;
@@ -159,9 +175,24 @@ int32_t CdbDocument::otherExamWith(const std::string& path) const {
 }
 
 // Exams of other data folders have the same numbers: only subject and exam together tell whose row it is.
-bool CdbDocument::belongsHere() const {
+bool CdbDocument::isExamKnown() const {
   const SubjectDatabase* db = theApp().db.get();
   return db && !patientId.empty() && examIdOfDoc >= 0 && db->exam(patientId, examIdOfDoc);
+}
+
+bool CdbDocument::belongsHere() const {
+  return isExamKnown() && !isOfElsewhere && (pathName().empty() || liesInItsExam(pathName()));
+}
+
+void CdbDocument::madeFrom(const CDocument& source) {
+  const auto* from = dynamic_cast<const CdbDocument*>(&source);
+  if (!from) return;
+  patientId = from->patientId;
+  examIdOfDoc = from->examIdOfDoc;
+  isBound = from->isBound;
+  madeFor = from->madeFor;
+  madeUnder = from->madeUnder;
+  isOfElsewhere = from->isExamKnown() && !from->belongsHere();
 }
 
 void CdbDocument::storeResult(const std::string& path) {
@@ -176,7 +207,7 @@ void CdbDocument::storeResult(const std::string& path) {
     // Saved it is all the same, so this is no failure.
     if (!toldForeign)
       host().messages.show(format(
-          belongsHere()
+          isExamKnown()
               ? "%s lies outside the folder of exam %i of subject %s. It is saved without an entry in the database."
               : "%s belongs to exam %i of subject %s, which this data folder does not have. It is saved without an entry in the database.",
           name.c_str(), examIdOfDoc, patientId.c_str()));
@@ -205,12 +236,13 @@ void CdbDocument::updateResult(const std::string& path) {
 
 std::string CdbDocument::defaultPathName() const {
   const CBasicApp& app = theApp();
-  const ExamSelection& selection = theExams();
-  const bool taken = patientId.empty() && selection.hasExam();
-  const std::string& subject = taken ? selection.subjectId() : patientId;
-  const int32_t exam = taken ? selection.examId() : examIdOfDoc;
+  const bool isFree = patientId.empty() || examIdOfDoc < 0;
+  const Owner found = owner();
+  const std::string subject = isFree && found.exam >= 0 ? found.subject : patientId;
+  const int32_t exam = isFree ? found.exam : examIdOfDoc;
   std::string folder;
-  if (!subject.empty() && app.db && exam >= 0)
+  const bool isOfOthers = examIdOfDoc >= 0 && !belongsHere();
+  if (!subject.empty() && app.db && exam >= 0 && !isOfOthers)
     if (const auto row = app.db->exam(subject, exam)) folder = app.dataFolder + row->folder + kSeparator;
   if (folder.empty()) folder = folderOf(pathName());
   std::string name = replaced(title(), ' ', '_');

@@ -19,8 +19,18 @@ class CdbDocument : public CDocument {
   void serialize(Archive& archive) override;
   // The exam, other than the document's own, that has a document at this path; -1 for none.
   int32_t otherExamWith(const std::string& path) const;
-  // Its subject has its exam in the open database.
+  // Its subject has its exam in the open database, and it lies in that exam's folder if it has a file: the
+  // exam of that number of a copied data folder, or of another clinic's, may be another.
   bool belongsHere() const;
+  // Whose it is or will be: the one it is bound to, else the exam that was selected when it was made, as long
+  // as no other is selected, else what is selected.
+  struct Owner {
+    std::string subject;
+    int32_t exam = -1;
+  };
+  Owner owner() const;
+  // What a command of another document made is of that one's subject and exam.
+  void madeFrom(const CDocument& source) override;
   StepResult tell(const std::string& what) override;  // "result"
 
   // Binds the document if it isn't, and brings its row in the results table up to date.
@@ -53,7 +63,9 @@ class CdbDocument : public CDocument {
   bool mayLieIn(const std::string& folder) const;
   int32_t examHere() const;
   bool liesInItsExam(const std::string& path) const;
-  bool toldForeign = false;  // that its exam is not of this database
+  bool isExamKnown() const;    // a subject of that id has an exam of that number here
+  bool isOfElsewhere = false;  // made from a document that doesn't belong here
+  bool toldForeign = false;    // that its exam is not of this database
   void noteUnwritten(bool written, const std::string& name);
 };
 

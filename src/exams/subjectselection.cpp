@@ -58,6 +58,7 @@ void SubjectDialog::readDetails() {
   name = row->name;
   surname = row->surname;
   comment = row->comments;
+  detailsRead = {name, surname, comment};
   theExams().selectSubject(id, name + " " + surname);
 }
 
@@ -77,14 +78,24 @@ bool SubjectDialog::addAsNewId() {
   else if (answer != Answer::No)
     return false;
   else if (db && !id.empty())
-    tellUnlessWritten(db->newSubject(id));
+    tellUnlessWritten(db->newSubject(id) ||
+                      db->readSubject(id));  // another program may have added it meanwhile
   readDetails();
   return true;
 }
 
-void SubjectDialog::saveDetails() {
-  if (theApp().db) tellUnlessWritten(theApp().db->updateSubject(id, name, surname, comment));
+bool SubjectDialog::saveDetails() {
+  SubjectDatabase* db = theApp().db.get();
+  if (!db) return false;
+  if (const auto now = db->readSubject(id)) {
+    if (name == detailsRead[0]) name = now->name;
+    if (surname == detailsRead[1]) surname = now->surname;
+    if (comment == detailsRead[2]) comment = now->comments;
+  }
+  const bool written = db->updateSubject(id, name, surname, comment);
+  tellUnlessWritten(written);
   readDetails();
+  return written;
 }
 
 void SubjectDialog::finish(Result result) {

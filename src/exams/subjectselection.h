@@ -2,6 +2,7 @@
 // list of exams with their results, and the automatic analysis of an exam's images.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -26,7 +27,9 @@ class SubjectDialog {
   // Blanks become "_". Asks where a subject's id differs by its capitals alone, and takes that one with a
   // yes; false when the user cancels.
   bool addAsNewId();
-  void saveDetails();
+  // Writes what was changed here; what another program changed meanwhile in other fields stays. False when it
+  // was not written, and the user was told.
+  bool saveDetails();
   // Ends the dialog; leaving it for an examination marks the subject as used just now. Cancel clears the
   // selection.
   void finish(Result result);
@@ -42,6 +45,7 @@ class SubjectDialog {
  private:
   void fillList();
   void readDetails();
+  std::array<std::string, 3> detailsRead;  // name, surname and comment, as the database had them
   std::vector<std::string> ids;
   std::string dbDescription;
 };

@@ -1,6 +1,7 @@
 #include "framework/command.h"
 
 #include "base/text.h"
+#include "framework/documenttype.h"
 
 namespace tarnvisor {
 
@@ -50,6 +51,7 @@ CommandResult route(std::span<CommandTarget* const> chain, const Key& key) {
     const CommandRow* row = table ? table->find(key) : nullptr;
     if (!row) continue;
     if (!row->enabled(*target)) return CommandResult::Disabled;
+    const WorkOf working(target->documentOfCommands());
     row->execute(*target);
     return CommandResult::Done;
   }

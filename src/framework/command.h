@@ -12,6 +12,7 @@
 
 namespace tarnvisor {
 
+class CDocument;
 class CommandTarget;
 
 // What a command says of itself beside its menu text.
@@ -60,6 +61,8 @@ class CommandTarget {
   virtual const CommandTableBase* commands() const { return nullptr; }
   // A long work is under way on it: its commands are off.
   virtual bool isBusy() const { return false; }
+  // The document that its commands work on; null for none.
+  virtual const CDocument* documentOfCommands() const { return nullptr; }
 };
 
 inline bool CommandRow::enabled(const CommandTarget& target) const {

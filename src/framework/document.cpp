@@ -71,6 +71,7 @@ bool CDocument::goOnWorking() {
 
 void CDocument::finishWork() {
   const std::unique_ptr<JobAtWork> done = std::move(atWork);
+  const WorkOf working(this);
   done->finish();
 }
 
@@ -123,7 +124,7 @@ bool CDocument::mayGoOver(const std::string& path) {
   else
     return stamp.empty() || stamp == fileStamp(path) || !sameFile(path, filePath) ||
            host().messages.show(path + " was changed since it was opened. Save over those changes?",
-                                Buttons::YesNo, Icon::Question) == Answer::Yes;
+                                Buttons::YesNo, Icon::Careful) == Answer::Yes;
   return false;
 }
 

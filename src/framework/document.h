@@ -31,6 +31,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void forgetPathName() { filePath.clear(); }               // so that the next save asks for one
   // The files that the document is, or goes on reading or was made from: no output may replace them.
   virtual std::vector<std::string> filesInUse() const { return {filePath}; }
+  // The file of another kind that it was made from; empty for none. No output replaces that either.
+  const std::string& source() const { return sourceFile; }
   bool isModified() const { return modified; }
   void setModified(bool on = true) {
     modified = on;
@@ -69,6 +71,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   [[nodiscard]] virtual bool saveModified();
   // Stays open when a script goes on to the next exam.
   virtual bool collectsOverExams() const { return false; }
+  // Told of the document whose command made this new one.
+  virtual void madeFrom(const CDocument& /*source*/) {}
   // Called once, before the document is destroyed.
   virtual void onCloseDocument() {}
 
@@ -86,6 +90,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void stopWork();
   // Drives the job for a moment; false when there is none left.
   bool goOnWorking();
+  const CDocument* documentOfCommands() const override { return this; }
 
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
@@ -109,6 +114,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   std::unique_ptr<JobAtWork> atWork;
   std::string windowTitle;
   std::string filePath;
+  std::string sourceFile;
   std::string stamp;    // of the file, as it was read or written last
   std::string missing;  // why only a part of the file could be read; empty for all of it
   bool modified = false;

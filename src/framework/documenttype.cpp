@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -53,7 +54,9 @@ CDocument* DocumentType::newDocument() {
   auto document = make();
   if (!document) return nullptr;
   document->setTitle(format("%s%i", documentName().c_str(), ++made));
-  return document->onNewDocument() ? keep(std::move(document)) : nullptr;
+  if (!document->onNewDocument()) return nullptr;
+  if (manager && manager->atWork) document->madeFrom(*manager->atWork);
+  return keep(std::move(document));
 }
 
 CDocument* DocumentType::findOpen(const std::string& path) const {
@@ -65,7 +68,9 @@ CDocument* DocumentType::findOpen(const std::string& path) const {
 }
 
 CDocument* DocumentType::openDocument(const std::string& given) {
-  const std::string path = absolutePath(given);
+  // A link's target is the document: its movie, its pixels and its exam lie there.
+  const std::string asGiven = absolutePath(given), target = linkTarget(asGiven);
+  const std::string path = matches(target) ? target : asGiven;
   if (CDocument* present = findOpen(path)) {
     if (manager) manager->activate(*present);
     return present;
@@ -87,6 +92,7 @@ CDocument* DocumentType::importDocument(const std::string& path) {
   auto document = make();
   if (!document) return nullptr;
   document->setTitle(format("%s%i", documentName().c_str(), ++made));
+  document->sourceFile = absolutePath(path);
   return document->onNewDocument() && document->onImportFile(absolutePath(path)) ? keep(std::move(document))
                                                                                  : nullptr;
 }
@@ -121,7 +127,7 @@ DocumentType* DocumentManager::importerFor(const std::string& path) const {
 }
 
 void DocumentManager::activate(CDocument& document) {
-  closing(document);
+  std::erase(order, &document);
   opened(document);
 }
 
@@ -130,12 +136,15 @@ void DocumentManager::opened(CDocument& document) {
   if (onChange) onChange();
 }
 
-void DocumentManager::closing(CDocument& document) { std::erase(order, &document); }
+void DocumentManager::closing(CDocument& document) {
+  std::erase(order, &document);
+  if (atWork == &document) atWork = nullptr;
+}
 
 CDocument* DocumentManager::userOf(const std::string& path) const {
   const auto uses = [&path](const CDocument* document) {
-    return std::ranges::any_of(document->filesInUse(),
-                               [&path](const std::string& file) { return sameFile(file, path); });
+    const auto isIt = [&path](const std::string& file) { return sameFile(file, path); };
+    return isIt(document->source()) || std::ranges::any_of(document->filesInUse(), isIt);
   };
   const auto found = std::ranges::find_if(order, uses);
   return found == order.end() ? nullptr : *found;
@@ -146,6 +155,15 @@ Outcome DocumentManager::mayOutputTo(const std::string& path) const {
   return user ? Outcome::failure(path + " is in use by the open document " + user->title() +
                                  ": choose another name")
               : Outcome::success();
+}
+
+WorkOf::WorkOf(const CDocument* working)
+    : manager(working && working->type() ? working->type()->owner() : nullptr) {
+  if (manager) before = std::exchange(manager->atWork, working);
+}
+
+WorkOf::~WorkOf() {
+  if (manager) manager->atWork = before;
 }
 
 bool DocumentManager::turnJobs() {

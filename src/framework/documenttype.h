@@ -92,6 +92,9 @@ class DocumentType {
   void discard(CDocument& document);
   // Whether a message loop goes on with what its documents begin.
   bool drivesJobs() const;
+  class DocumentManager* owner() const {
+    return manager;
+  }
 
  private:
   friend class DocumentManager;
@@ -103,6 +106,19 @@ class DocumentType {
   std::vector<std::unique_ptr<CDocument>> open;
   int made = 0;
   class DocumentManager* manager = nullptr;
+};
+
+// While a document's command runs or its job ends, new documents are told of it.
+class WorkOf {
+ public:
+  explicit WorkOf(const CDocument* working);
+  ~WorkOf();
+  WorkOf(const WorkOf&) = delete;
+  WorkOf& operator=(const WorkOf&) = delete;
+
+ private:
+  class DocumentManager* manager;
+  const CDocument* before = nullptr;
 };
 
 class DocumentManager {
@@ -144,6 +160,8 @@ class DocumentManager {
 
  private:
   friend class DocumentType;
+  friend class WorkOf;
+  const CDocument* atWork = nullptr;  // whose command runs
   void opened(CDocument& document);
   void closing(CDocument& document);
   std::vector<CDocument*> order;  // before the types, whose documents leave it as they go

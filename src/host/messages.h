@@ -6,7 +6,8 @@
 namespace tarnvisor {
 
 enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
-enum class Icon { Information, Question, Warning, Error };
+// Careful: a question whose yes loses something, so that Enter and stray keys say no.
+enum class Icon { Information, Question, Careful, Warning, Error };
 enum class Answer { Ok, Cancel, Yes, No };
 
 class Messages {

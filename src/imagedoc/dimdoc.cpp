@@ -115,8 +115,7 @@ void ZDimDoc::serialize(Archive& archive) {
     text += quotedLine(headings);
     for (const Row& row : table) text += quotedLine(row);
   }
-  const std::string& subject = patientId.empty() ? theExams().subjectId() : patientId;
-  const int32_t exam = examIdOfDoc >= 0 ? examIdOfDoc : theExams().examId();
+  const auto [subject, exam] = owner();
   text += quotedLine(std::array<std::string, 2>{"Subject ID", subject});
   text += quotedLine(std::array<std::string, 2>{"Exam ID", format("%i", exam)});
   archive.write(text.data(), text.size());

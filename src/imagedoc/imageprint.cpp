@@ -115,7 +115,7 @@ SubjectWords subjectWords(const ZBasicDoc& document) {
   std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string();
   if (name.empty()) name = document.patientId;
   words.lines.push_back("Subject: " + name);
-  const auto exam = db->exam(document.patientId, document.examIdOfDoc);
+  const auto exam = foreign ? std::nullopt : db->exam(document.patientId, document.examIdOfDoc);
   words.lines.push_back(format("exam: %li  Site: %s Copy: %i", static_cast<long>(document.examIdOfDoc),
                                exam ? exam->site.c_str() : "", document.saveCount));
   if (subject) words.comments = subject->comments;

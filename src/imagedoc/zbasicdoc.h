@@ -85,6 +85,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // first.
   virtual int32_t addPointToDimension(int32_t index, Point point);
   bool deleteDimension(int32_t index);
+  // The corners of regions for movement correction lie eight pixels apart, as those of its coarsest scale do.
+  static Point snappedToBlocks(Point point) { return {point.x & ~7, point.y & ~7}; }
   int32_t nextDimensionIndex(int32_t i) const;
   void setCurrentList(int32_t index);
   // Shifts all lists, ROI, target and imageoffset.

@@ -181,7 +181,7 @@ bool ZBasicDoc::askTrim(const std::string& documentPath, bool& trim, bool& cance
   }
   if (loses && !isUnattended()) {
     const Answer answer = host().messages.show(filledIn(text::kSaveRegionOnly, imagePath()),
-                                               Buttons::YesNoCancel, Icon::Question);
+                                               Buttons::YesNoCancel, Icon::Careful);
     trim = answer == Answer::Yes;
     cancelled = answer == Answer::Cancel;
     return !cancelled;

@@ -1,4 +1,5 @@
 // The commands of magnification, units and grid.
+#include <algorithm>
 #include <cmath>
 #include <tuple>
 #include <utility>
@@ -10,6 +11,9 @@
 #include "imagedoc/magnificationdialog.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
+#include "measure/dimcircle.h"
+#include "measure/dimpolygon.h"
+#include "measure/dimrect.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -41,6 +45,22 @@ struct MeasuredLine {
   double pixels = 0;
 };
 
+// A mark that a length can be told of: no count, no vessel that was found, no area.
+bool isLine(const CDim& mark) {
+  return mark.points.size() > 1 && !dynamic_cast<const CDimCircle*>(&mark) &&
+         !dynamic_cast<const CDimPolygon*>(&mark) && !dynamic_cast<const CDimRect*>(&mark);
+}
+
+// The lines of a list by their numbers from 1, those that calibrated it before first.
+std::vector<int32_t> linesOf(const CDimList& dims) {
+  std::vector<int32_t> lines;
+  for (int32_t i = 0; i < dims.size(); ++i)
+    if (isLine(dims.at(i))) lines.push_back(i + 1);
+  std::ranges::stable_partition(
+      lines, [&](int32_t line) { return dims.at(line - 1).label.starts_with(text::kCalibrationLabel); });
+  return lines;
+}
+
 // The size of a pixel; 0 where nothing was measured.
 double scaleOf(const MeasuredLine& axis, double present) {
   if (axis.pixels == 0) return 0;
@@ -59,9 +79,9 @@ void labelCalibration(CDim& line) {
 
 void ZBasicDoc::calibrateCommand() {
   const CDimList& dims = currentDims();
-  const int32_t count = dims.size();
+  const std::vector<int32_t> lines = linesOf(dims);
   const Scale s = scale();
-  MeasuredLine x{count > 0 ? 1 : 0}, y{count > 1 ? 2 : x.line};
+  MeasuredLine x{lines.empty() ? 0 : lines[0]}, y{lines.size() > 1 ? lines[1] : x.line};
   const auto known = [&](const MeasuredLine& axis) { return dims.isValid(axis.line - 1); };
   const auto measure = [&](double sx, double sy) {
     const bool both = x.line == y.line;
@@ -88,6 +108,9 @@ void ZBasicDoc::calibrateCommand() {
   form.add("Y line", y.line).add("Y true length", y.length, length);
   form.add("Name", name).addCheck("Set as default maginification for new images.", asDefault);
   if (!host().forms.run(form)) return;
+  for (const MeasuredLine* axis : {&x, &y})
+    if (known(*axis) && !isLine(dims.at(axis->line - 1)))
+      return report(format("Number %i is no line: calibrate by a line of known length.", axis->line));
   std::tie(x.pixels, y.pixels) = measure(1.0, 1.0);
   if (x.pixels == 0 && y.pixels == 0)
     return report("Nothing is measured: the lines have no length, or there are no such lines.");

@@ -107,7 +107,8 @@ StepResult ZBasicDoc::drawDimension(const std::string& kind, std::span<const Poi
                                            "circle", "polygon", "rect"};
   const auto type = static_cast<int32_t>(std::ranges::find(kKinds, kind) - std::begin(kKinds));
   int32_t index = -1;
-  for (const Point point : points) {
+  for (Point point : points) {
+    if (currentlist == kAmcList) point = snappedToBlocks(point);
     if (index < 0) {
       index = addDimension(point, type);
     } else if (addPointToDimension(index, point) < 0) {

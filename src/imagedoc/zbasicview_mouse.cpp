@@ -22,9 +22,8 @@ bool isFar(Point a, Point b) {
 // --- what all tools share
 
 void ZBasicView::takePosition(Point windowPoint) {
-  constexpr int32_t kBelowBlock = ~7;
   position = toImage(windowPoint);
-  if (doc.currentlist == kAmcList) position = {position.x & kBelowBlock, position.y & kBelowBlock};
+  if (doc.currentlist == kAmcList) position = ZBasicDoc::snappedToBlocks(position);
 }
 
 ZBasicView::Aim ZBasicView::aimAt(Point windowPoint) const {

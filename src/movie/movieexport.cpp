@@ -104,7 +104,10 @@ bool MovieExport::finish() {
     std::remove(made.c_str());
     return fail("cancelled.");
   }
-  if (!whole) return fail(ending->why());
+  if (!whole) {
+    std::remove(made.c_str());
+    return fail(ending->why());
+  }
   if (made != name && std::rename(made.c_str(), name.c_str()) != 0) return fail(std::strerror(errno));
   words += "ok";
   return true;

@@ -69,9 +69,10 @@ CResultDoc::~CResultDoc() {
 }
 
 CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured) {
-  const bool isBound = measured && measured->examIdOfDoc >= 0;
-  record.subject = isBound ? measured->patientId : theExams().subjectId();
-  record.exam = isBound ? measured->examIdOfDoc : theExams().examId();
+  const CdbDocument::Owner owner =
+      measured ? measured->owner() : CdbDocument::Owner{theExams().subjectId(), theExams().examId()};
+  record.subject = owner.subject;
+  record.exam = owner.exam;
   CResultDoc* document = kindDocuments[&kind].document;
   if (!document) document = makeKindDocument(kind);
   if (!document || !document->addrow(record)) {

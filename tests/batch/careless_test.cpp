@@ -80,10 +80,12 @@ TEST_F(Runner, WhatIsNotAnsweredOrCancelledIsNotDone) {
 
 TEST_F(Runner, AnExportThatNamesNoFileGoesOverNoneUnaskedAndTellsWhatItWrote) {
   const std::string even = "t,x\n0,5\n1,6\n2,7\n3,8\n";
-  ASSERT_TRUE(replaceFile(folder.file("even.txt"), std::string_view(even)));
-  ASSERT_TRUE(run("open $even.txt\nsave $even.zz1\nselect 1 3").ok);
+  for (const char* name : {"source.txt", "even.txt"})
+    ASSERT_TRUE(replaceFile(folder.file(name), std::string_view(even)));
+  ASSERT_TRUE(run("open $source.txt\nsave $even.zz1\nselect 1 3").ok);
   EXPECT_THAT(run("command \"Export...\" Binary=0").why, HasSubstr("even.txt already exists. Replace it?"));
   EXPECT_EQ(readWholeText(folder.file("even.txt")), even);
+  EXPECT_FALSE(run("export $source.txt").ok) << "it was made from that";
   EXPECT_THAT(run("command \"Export...\" \"Active trace\" $part.txt Range=Whole").text,
               HasSubstr("the whole, 4 rows"));
   EXPECT_THAT(run("export $part.txt").text, HasSubstr("part.txt: selection 1 to 3 s, 2 rows of 4"));
@@ -198,6 +200,28 @@ TEST_F(Runner, AFailureCostsItsDocumentAndNothingElse) {
   EXPECT_FALSE(fileExists(folder.file("data/A-left/b.tv1")));
   EXPECT_FALSE(fileExists(folder.file("data/A-left/c.tv1")));
   EXPECT_EQ(settings.getInt("settings", "mark", 0), 7);
+}
+
+// A copy of a data folder went on elsewhere: exam 2 of subject A is another exam there.
+TEST_F(Runner, ADocumentOfACopiedDataFolderIsOfNoExamHere) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave hand.tv1\nclose").ok);
+  std::filesystem::copy(folder.file("data"), folder.file("copy"), std::filesystem::copy_options::recursive);
+  ASSERT_TRUE(run("open $copy/A-ring/hand.tv1").ok);
+  EXPECT_EQ(run("save hand.tv1").values[0].second, folder.file("copy/A-ring/hand.tv1"));
+  EXPECT_FALSE(run("save $data/A-ring/new.tv1").ok);
+  ASSERT_TRUE(run("command \"Duplicate image in new window\"").ok);
+  EXPECT_FALSE(run("save $data/A-ring/new.tv1").ok) << "nor is what is made of it";
+}
+
+TEST_F(Runner, WhatACommandMakesOfADocumentIsOfItsExam) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave a.tv1").ok);
+  ASSERT_TRUE(run("subject B\nexam index\nopen $data/A-ring/a.tv1\ncommand Histogram").ok);
+  EXPECT_EQ(run("save h.zz1").values[0].second, folder.file("data/A-ring/h.zz1"));
+}
+
+TEST_F(Runner, ASaveWithoutANameGoesOverNoOtherPicture) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave\nclose\nopen $shot.bmp").ok);
+  EXPECT_EQ(fileNameOf(run("save").values[0].second), "shot-1.tv1");
 }
 
 }  // namespace

@@ -113,8 +113,11 @@ TEST_F(Movement, OffsetsGoOutAsTextAndBackToNothing) {
                                                                   "\nimage, offsetx, offsety\n"
                                                                   "00003,            0,           21\n"
                                                                   "00004,           12,           12\n");
+  doc.showImage(2);
+  doc.roi = {30, 30, 60, 60};
   run("Reset offsets to zero");
   EXPECT_EQ(offsets(), (std::vector<Point>{{4, 2}, {7, 0}, {}, {}, {}}));
+  EXPECT_EQ(doc.roi, (Rect{20, 27, 50, 57})) << "on the skin that image 2 shows there";
 }
 
 TEST_F(Movement, OfImagesThatCannotBeComparedIsToldAndChangesNothing) {

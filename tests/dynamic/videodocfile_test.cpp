@@ -347,6 +347,7 @@ TEST_F(VideoFiles, TellsOfACodecThatIsNotThere) {
   run("Export uncompressed avi");
   const std::string bystander = folder.file("m-export.new1.avi");
   ASSERT_TRUE(replaceFile(bystander, std::string_view("somebody's")));
+  host.answers = {Answer::Yes};
   run("Export uncompressed avi");  // beside the one that is there, then in its place
   EXPECT_EQ(readWholeText(bystander), "somebody's");
   auto bytes = *readWholeFile(folder.file("m-export.avi"));
