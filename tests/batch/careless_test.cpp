@@ -219,6 +219,16 @@ TEST_F(Runner, WhatACommandMakesOfADocumentIsOfItsExam) {
   EXPECT_EQ(run("save h.zz1").values[0].second, folder.file("data/A-ring/h.zz1"));
 }
 
+TEST_F(Runner, WhatWasMadeUnderAnExamIsSavedIntoItThoughAnotherSubjectWasLookedUp) {
+  ASSERT_TRUE(run("subject BN1\nexam ring\nopen $shot.bmp\nsubject ANNA").ok);
+  ASSERT_TRUE(run("command \"Calculate average of selection\"").ok);
+  EXPECT_THAT(run("results \"Image Results\"").text, Not(HasSubstr("ANNA")));
+  EXPECT_EQ(run("save b.tv1").values[0].second, folder.file("data/BN1-ring/b.tv1"));
+  EXPECT_EQ(dynamic_cast<CdbDocument&>(*app.documents.active()).patientId, "BN1");
+  ASSERT_TRUE(run("subject C\nopen $shot.bmp\nsubject ANNA").ok);
+  EXPECT_THAT(run("save $c.tv1").why, HasSubstr("was made in subject C"));
+}
+
 TEST_F(Runner, ASaveWithoutANameGoesOverNoOtherPicture) {
   ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave\nclose\nopen $shot.bmp").ok);
   EXPECT_EQ(fileNameOf(run("save").values[0].second), "shot-1.tv1");

@@ -261,6 +261,12 @@ TEST_F(Selection, DialogAddsChangesTouchesAndClears) {
   dialog.saveDetails();
   EXPECT_EQ(exams->subjectName(), "Ann Lee");
   EXPECT_EQ(app->db->readSubject("study_7_b")->comments, "cold hands");
+  ASSERT_TRUE(app->db->updateSubject("study_7_b", "Ann", "Lee", "allergic to oil"));  // another program
+  dialog.name = "Anna";
+  EXPECT_TRUE(dialog.saveDetails());
+  EXPECT_EQ(app->db->readSubject("study_7_b")->comments, "allergic to oil") << "what nobody changed here";
+  dialog.name = "Ann";
+  EXPECT_TRUE(dialog.saveDetails());
   app->db->newSubject("later");
   SqliteDatabase(app->dbPath)
       .execute(

@@ -62,6 +62,18 @@ TEST_F(Capillaries, AreNoLinesThatCalibratedTheImage) {
   EXPECT_EQ(image()->resultText, found);
 }
 
+TEST_F(Capillaries, CalibrateNothing) {
+  ZBasicDoc& d = makeFinger(sparseNailfold());
+  d.addPointToDimension(d.addDimension({100, 100}, CDimList::kCircle), {110, 100});
+  d.addPointToDimension(d.addDimension({10, 10}, CDimList::kLine), {60, 10});
+  host.fill({{"X true length", "100"}, {"Y true length", "100"}});
+  run("Calibrate magnification");
+  EXPECT_EQ(d.magx, 2) << "the line is offered, whatever was drawn before";
+  host.fill({{"X line", "1"}, {"X true length", "100"}});
+  run("Calibrate magnification");
+  EXPECT_THAT(host.messages.back(), HasSubstr("is no line"));
+}
+
 TEST_F(Capillaries, LoseTheirDensityWithWhatItWasCountedFrom) {
   CZZimage other(1280, 1024);
   ASSERT_TRUE(other.save(folder.file("other.bmp")));
