@@ -159,6 +159,11 @@ Moments momentsOf(uint8_t value) { return {value, int64_t{value} * value}; }
 template <class Value>
 using Surroundings = std::array<std::array<Value, 3>, 3>;
 
+// From -1 to 1 either way.
+double& valueAt(Surroundings<double>& values, int32_t x, int32_t y) {
+  return values[static_cast<size_t>(int64_t{y} + 1)][static_cast<size_t>(int64_t{x} + 1)];
+}
+
 // Of the window `at`, moved by one pixel each way: (x, y) moves it by (-x, -y), as shifts do. Only its own
 // pixels are added up: a step takes a row or column off and another on.
 class WindowMoments {
@@ -244,8 +249,7 @@ bool ErrorSurface::around(Point shift, std::array<std::array<double, 3>, 3>& err
     for (int32_t x = -1; x <= 1; ++x) {
       const Measured& found = measured(shift + Point{x, y});
       if (!std::equal(parts.begin(), parts.end(), found.parts.begin(), samePixels)) return false;
-      errors[static_cast<size_t>(y + 1)][static_cast<size_t>(x + 1)] =
-          static_cast<double>(found.whole.sum) / pixels;
+      valueAt(errors, x, y) = static_cast<double>(found.whole.sum) / pixels;
     }
   Moments fixed;
   Surroundings<Moments> moving{};
@@ -270,7 +274,7 @@ SubPixel subPixelShift(const CZZimage& reference, const CZZimage& other, Regions
     double least = errors[1][1];
     for (int32_t y = -1; y <= 1; ++y)
       for (int32_t x = -1; x <= 1; ++x) {
-        const double error = errors[static_cast<size_t>(y + 1)][static_cast<size_t>(x + 1)];
+        const double error = valueAt(errors, x, y);
         if (error >= least) continue;
         least = error;
         lowest = {x, y};

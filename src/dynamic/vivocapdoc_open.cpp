@@ -139,8 +139,8 @@ bool CVivoCapDoc::takenForMovie(const std::string& beside, const std::string& li
 // the link says. Empty when it is away.
 std::string CVivoCapDoc::findMovie(const std::string& documentPath) {
   const std::string folder = folderOf(documentPath);
-  const std::string beside = folder + fileNameOf(moviePath);
-  const std::string linked = isAbsolutePath(moviePath) ? moviePath : folder + moviePath;
+  std::string beside = folder + fileNameOf(moviePath);
+  std::string linked = isAbsolutePath(moviePath) ? moviePath : folder + moviePath;
   if (takenForMovie(beside, linked) && prefersBeside(beside, linked)) return beside;
   if (fileExists(linked)) return linked;
   const std::string atTarget = folderOf(linkTarget(documentPath)) + fileNameOf(moviePath);

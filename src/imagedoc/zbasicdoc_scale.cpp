@@ -56,8 +56,9 @@ std::vector<int32_t> linesOf(const CDimList& dims) {
   std::vector<int32_t> lines;
   for (int32_t i = 0; i < dims.size(); ++i)
     if (isLine(dims.at(i))) lines.push_back(i + 1);
-  std::ranges::stable_partition(
-      lines, [&](int32_t line) { return dims.at(line - 1).label.starts_with(text::kCalibrationLabel); });
+  std::stable_partition(lines.begin(), lines.end(), [&](int32_t line) {
+    return dims.at(line - 1).label.starts_with(text::kCalibrationLabel);
+  });
   return lines;
 }
 

@@ -62,7 +62,7 @@ bool CZZMovie::reserveMemory(int32_t n) {
     writeMemoryReport();
     return false;
   }
-  memory.release();
+  static_cast<void>(memory.release());  // which went into the new block
   memory.reset(block);
   memorySize = wanted;
   return true;
