@@ -221,8 +221,7 @@ void ViewWidget::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void ViewWidget::mouseMoveEvent(QMouseEvent* event) {
-  if (takesInput() && !onlyActivated)
-    viewShown->mouseMove(record(*event, heldButton(event->buttons())));
+  if (takesInput() && !onlyActivated) viewShown->mouseMove(record(*event, heldButton(event->buttons())));
   touched();
 }
 

@@ -203,6 +203,8 @@ void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
   if (cancelled) words += " (stopped)";
   words += format(": %i of %i aligned", count - failed, count) +
            imagesThat(&hasFailed, "failed", amc.records) + imagesThat(&isDoubtful, "doubtful", amc.records);
+  if (amc.newRgnOld == kFastWhole && !dimlists[kAmcList].items.empty())
+    words += "; the regions that are drawn were not used: the method compares the whole image";
   appendNotes(words + text::kLineEnd);
   movementSummary = words;
   const bool tells = failed > 0 || std::ranges::any_of(amc.records, isDoubtful);

@@ -49,6 +49,7 @@ bool MovieExport::fail(const std::string& why) {
 bool MovieExport::begin(int32_t framesPerSecond, const CZZMovie::Compression* compression) {
   words = "saveAVI::";
   if (images < 1) return fail("failed:n<1");
+  if (!mayReplace(name)) return fail("the file may not be written.");
   if (sameFile(name, movie.fileName)) return fail("a movie can't be exported over itself.");
   VideoFormat format;
   format.codec = "DIB ";

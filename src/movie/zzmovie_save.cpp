@@ -18,6 +18,10 @@ bool CZZMovie::saveFrames(const std::string& name, int32_t first, int32_t last) 
   logPrintf("movie::dosave:%s\n", name.c_str());
   const Range wanted = clamped(first, last);
   if (wanted.size() < 1) return false;
+  if (!mayReplace(name)) {
+    trouble = name + " may not be written";
+    return false;
+  }
   MoviePass saving(*this, "Saving " + fileNameOf(name), wanted);
   if (!saving.openBeside(name, frame)) return false;
   while (saving.next()) {

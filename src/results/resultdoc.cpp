@@ -247,7 +247,7 @@ std::string CResultDoc::ownerLines() const {
     if (subject.empty()) subject = theExams().subjectId();
     exam = theExams().examId();
   }
-  const auto examRow = app.db && exam >= 0 ? app.db->exam(exam) : std::nullopt;
+  const auto examRow = app.db && exam >= 0 ? app.db->exam(subject, exam) : std::nullopt;
   // An exam that this database doesn't know must not go under the name of the selected one.
   const std::string folder = examRow                       ? examRow->folder
                              : exam == theExams().examId() ? theExams().examFolder()
