@@ -41,6 +41,7 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
   loadSettings();
   if (endsWithIgnoringCase(path, "avi")) {
     deleteContents();
+    noteMadeHere();
     if (!takeVideo(path)) return false;
     const std::string own = withoutExtension(path) + ".dtv";
     setPathName(own);

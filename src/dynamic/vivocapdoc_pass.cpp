@@ -67,6 +67,7 @@ class CVivoCapDoc::SelectionJob : public Job {
 
  private:
   void keep(bool cancelled) {
+    if (cancelled) pass.next();  // the last one is written by being left
     if (cancelled) doc.appendNotes(format("the first %i images: ", done));
     const bool kept = pass.finish();
     // The new movie is what was selected.

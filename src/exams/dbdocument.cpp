@@ -54,10 +54,20 @@ bool CdbDocument::onNewDocument() {
   userLabel.clear();
   resultText.clear();
   isBound = 0;
-  madeFor = theExams().subjectId();
-  madeUnder = theExams().examId();
+  noteMadeHere();
   isOfElsewhere = false;
   return CDocument::onNewDocument();
+}
+
+void CdbDocument::noteMadeHere() {
+  madeFor = theExams().subjectId();
+  madeUnder = theExams().examId();
+}
+
+CdbDocument::Owner CdbDocument::measuredFor() const {
+  if (examIdOfDoc >= 0) return {patientId, examIdOfDoc};
+  const bool isOfAnother = !madeFor.empty() && madeFor != theExams().subjectId();
+  return madeUnder >= 0 || isOfAnother ? Owner{madeFor, madeUnder} : owner();
 }
 
 CdbDocument::Owner CdbDocument::owner() const {

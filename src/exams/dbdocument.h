@@ -29,6 +29,8 @@ class CdbDocument : public CDocument {
     int32_t exam = -1;
   };
   Owner owner() const;
+  // Whose its results are: the one it is bound to, else the one that was selected when it was made.
+  Owner measuredFor() const;
   // What a command of another document made is of that one's subject and exam.
   void madeFrom(const CDocument& source) override;
   StepResult tell(const std::string& what) override;  // "result"
@@ -50,6 +52,8 @@ class CdbDocument : public CDocument {
   std::string stationIdFirst;  // the workstation of the first save
 
  protected:
+  // A new document, or one around a file of another kind, is of what is selected now.
+  void noteMadeHere();
   // Binds the document and writes its file, without the row. On failure it is bound as before.
   [[nodiscard]] bool storeBound(const std::string& path);
 

@@ -88,6 +88,16 @@ bool SubjectDialog::saveDetails() {
   SubjectDatabase* db = theApp().db.get();
   if (!db) return false;
   if (const auto now = db->readSubject(id)) {
+    const auto clashes = [](const std::string& mine, const std::string& read, const std::string& there) {
+      return mine != read && there != read && mine != there;
+    };
+    if ((clashes(name, detailsRead[0], now->name) || clashes(surname, detailsRead[1], now->surname) ||
+         clashes(comment, detailsRead[2], now->comments)) &&
+        host().messages.show(
+            format("The details of %s were changed meanwhile: %s %s, \"%s\". Replace that?", id.c_str(),
+                   now->name.c_str(), now->surname.c_str(), now->comments.c_str()),
+            Buttons::YesNo, Icon::Careful) != Answer::Yes)
+      return false;
     if (name == detailsRead[0]) name = now->name;
     if (surname == detailsRead[1]) surname = now->surname;
     if (comment == detailsRead[2]) comment = now->comments;

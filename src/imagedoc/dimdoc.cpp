@@ -115,7 +115,7 @@ void ZDimDoc::serialize(Archive& archive) {
     text += quotedLine(headings);
     for (const Row& row : table) text += quotedLine(row);
   }
-  const auto [subject, exam] = owner();
+  const auto [subject, exam] = measuredFor();
   text += quotedLine(std::array<std::string, 2>{"Subject ID", subject});
   text += quotedLine(std::array<std::string, 2>{"Exam ID", format("%i", exam)});
   archive.write(text.data(), text.size());

@@ -70,7 +70,7 @@ CResultDoc::~CResultDoc() {
 
 CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured) {
   const CdbDocument::Owner owner =
-      measured ? measured->owner() : CdbDocument::Owner{theExams().subjectId(), theExams().examId()};
+      measured ? measured->measuredFor() : CdbDocument::Owner{theExams().subjectId(), theExams().examId()};
   record.subject = owner.subject;
   record.exam = owner.exam;
   CResultDoc* document = kindDocuments[&kind].document;

@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "charts/chartdoc.h"
+#include "movie/zzmovie.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 #include "support/runnertest.h"
@@ -225,6 +226,14 @@ TEST_F(Runner, WhatWasMadeUnderAnExamIsSavedIntoItThoughAnotherSubjectWasLookedU
   EXPECT_THAT(run("results \"Image Results\"").text, Not(HasSubstr("ANNA")));
   EXPECT_EQ(run("save b.tv1").values[0].second, folder.file("data/BN1-ring/b.tv1"));
   EXPECT_EQ(dynamic_cast<CdbDocument&>(*app.documents.active()).patientId, "BN1");
+  CZZMovie movie;
+  ASSERT_TRUE(movie.record(2, folder.file("m.mve"), 0, 0, 64, 32, false));
+  for (int32_t i = 0; i < 2; ++i) (void)movie.addFrame(CZZimage(64, 32), 0);
+  movie.stopRecording();
+  ASSERT_TRUE(run("open $m.mve\nexport $m.avi").ok);
+  app.documents.discardAll();
+  ASSERT_TRUE(run("subject BN1\nexam toe\nopen $m.avi\nsubject ANNA\nsave $m.dtv").ok);
+  EXPECT_EQ(dynamic_cast<CdbDocument&>(*app.documents.active()).patientId, "BN1") << "of a video, too";
   ASSERT_TRUE(run("subject C\nopen $shot.bmp\nsubject ANNA").ok);
   EXPECT_THAT(run("save $c.tv1").why, HasSubstr("was made in subject C"));
 }

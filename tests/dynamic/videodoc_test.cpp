@@ -70,6 +70,15 @@ TEST_F(VideoDocument, ChangesNothingWhenAPassIsStopped) {
   EXPECT_EQ(levels().size(), 3u);
 }
 
+TEST_F(VideoDocument, AStepInPlaceThatIsStoppedSaysHowManyItChanged) {
+  CVivoCapDoc& doc = openMovie("a.mve", 5);
+  run("Negative");
+  host.stopAt = 3;
+  run("Negative");
+  EXPECT_THAT(doc.notes, HasSubstr("the first 3 images: "));
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 12, 255 - 13, 255 - 14));
+}
+
 TEST_F(VideoDocument, ProcessesOneImageAndARegion) {
   CVivoCapDoc& one = openMovie("one.mve", 1);
   one.roi = {4, 2, 8, 6};
