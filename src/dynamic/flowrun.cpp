@@ -28,7 +28,7 @@ bool isCorrected(CZZMovie& movie, const CZZMovie::Range& range) {
   return false;
 }
 
-// The scale and the exam of what was measured.
+// What was measured lends its scale and its stations; subject and exam come with the command.
 void takeBelongings(ZBasicDoc& made, const ZBasicDoc& of) {
   made.magx = of.magx;
   made.magy = of.magy;
@@ -37,9 +37,6 @@ void takeBelongings(ZBasicDoc& made, const ZBasicDoc& of) {
   made.calibrated = of.calibrated;
   made.userunits = of.userunits;
   made.capturetime = of.capturetime;
-  made.patientId = of.patientId;
-  made.examIdOfDoc = of.examIdOfDoc;
-  made.isBound = of.isBound;
   made.stationId = of.stationId;
   made.stationIdFirst = of.stationIdFirst;
 }
@@ -157,7 +154,8 @@ bool FlowRun::isMapOpen() const {
 }
 
 Job::Progress FlowRun::progress() const {
-  return {format("processing images %i to %i", position, std::min(position + frames, last)),
+  const auto next = static_cast<int32_t>(std::min(int64_t{position} + frames, int64_t{last}));
+  return {format("processing images %i to %i", position, next),
           (measuring ? range.position() : position) - first, last - first};
 }
 

@@ -167,7 +167,7 @@ void CVivoCapDoc::finishMovement(bool cancelled) {
   endMovement();
   std::erase_if(amc.records, [last](const MovementRecord& each) { return each.index >= last; });
   refreshImage();
-  setModified();
+  if (!amc.records.empty()) setModified();  // a run that could not begin changed nothing
   if (byRegions) setCurrentList(listBefore);
   if (amc.regionsEditing) showMovementRegions();
   tellMovement(first, last, cancelled);
