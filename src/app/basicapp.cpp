@@ -329,9 +329,9 @@ void CBasicApp::onFileImport() {
   if (opened > 1) tileWindows();
 }
 
-std::vector<CommandTarget*> CBasicApp::commandChain() {
+std::vector<CommandTarget*> CBasicApp::commandChain(CDocument* front) {
   std::vector<CommandTarget*> chain;
-  if (CDocument* front = documents.active()) {
+  if (front) {
     if (!front->views().empty()) chain.push_back(front->views().front().get());
     chain.push_back(front);
   }

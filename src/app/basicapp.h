@@ -59,7 +59,8 @@ class CBasicApp : public CommandTarget {
   CDocument* importFile(const std::string& path);
   void postMainCommand(int32_t id) { loop.post(id); }
   // The active view, its document, the frame, the application, in the order in which commands reach them.
-  std::vector<CommandTarget*> commandChain();
+  std::vector<CommandTarget*> commandChain() { return commandChain(documents.active()); }
+  std::vector<CommandTarget*> commandChain(CDocument* front);  // null: frame and application alone
   CommandResult runCommand(int32_t id);
 
   void readSettings();

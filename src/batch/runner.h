@@ -18,8 +18,9 @@ class ScriptRunner {
   ScriptRunner(CBasicApp& application, ScriptHost& host, bool json)
       : app(application), script(host), asJson(json) {}
 
-  // Exit code: 0, or 1 when a step failed. Without keepGoing the first failure ends the run; with it the run
-  // goes on behind the document's close or at the next open, after a failed exam or subject at the next one.
+  // Exit code: 0, or 1 when a step failed. Without keepGoing the first failure ends the run. With it the
+  // failure closes all documents but tables, so that no later step meets another than it was written for, and
+  // the run goes on at the next open, exam or subject; after a failed exam or subject at the next of these.
   int run(const std::vector<Step>& steps, bool keepGoing);
   StepResult runStep(const Step& step);
 

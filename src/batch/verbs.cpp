@@ -77,7 +77,7 @@ double numberOf(const std::string& text) { return std::strtod(text.c_str(), null
 // Asks the view in front, then its document.
 template <class Question>
 StepResult ask(StepContext& c, const Question& question) {
-  CDocument* document = c.app.documents.active();
+  CDocument* document = documentInFront(c.app);
   if (!document) return unavailable(c);
   StepResult result =
       document->views().empty() ? StepResult::nothing() : question(*document->views().front());
@@ -111,11 +111,12 @@ StepResult selectSubject(StepContext& c) {
 
 constexpr const char* kAgain = "--again";
 
-// The last exam of the subject at a site; nothing when it has none.
+// The last exam of the subject at a site, however its letters are written; nothing when it has none.
 std::optional<ExamRow> lastExamAt(const CBasicApp& app, const std::string& site) {
   std::optional<ExamRow> last;
   for (ExamRow& exam : app.db->examsOf(theExams().subjectId()))
-    if (exam.site == site) last = std::move(exam);
+    if (exam.site == site || (equalIgnoringCase(exam.site, site) && (!last || last->site != site)))
+      last = std::move(exam);
   return last;
 }
 
@@ -136,7 +137,8 @@ StepResult startExam(StepContext& c) {
   const auto& args = c.step.args;
   const bool again = args.size() > 1 && args.back() == kAgain;
   const std::string comment = args.size() > (again ? 2U : 1U) ? args[1] : "";
-  if (const auto present = again ? lastExamAt(c.app, args[0]) : std::nullopt)
+  const auto present = again ? lastExamAt(c.app, args[0]) : std::nullopt;
+  if (present)
     theExams().selectExam(present->id, present->folder);
   else if (!makeExamination(args[0], comment))
     return StepResult::failure(c.script.shown().empty() ? "the examination can't be started"
@@ -145,7 +147,9 @@ StepResult startExam(StepContext& c) {
       true,
       {},
       {{"exam", format("%i", theExams().examId())}, {"folder", c.app.dataFolder + theExams().examFolder()}},
-      {}};
+      again && !present
+          ? theExams().subjectId() + " has no exam at \"" + args[0] + "\" yet: this is its first"
+          : ""};
 }
 
 std::string checkOpen(Arguments a) { return checkAnswer(a, "open"); }
@@ -175,15 +179,15 @@ StepResult setValue(StepContext& c) {
 
 StepResult runCommandText(StepContext& c, const std::string& text, std::vector<std::string> answers) {
   c.script.begin(std::move(answers));
-  const std::vector<CommandTarget*> chain = c.app.commandChain();
+  const std::vector<CommandTarget*> chain = c.app.commandChain(documentInFront(c.app));
   char* end = nullptr;
   const long id = std::strtol(text.c_str(), &end, 10);
   const bool byId = !text.empty() && *end == '\0';
   const CommandResult done =
       byId ? routeCommand(chain, static_cast<int32_t>(id)) : routeCommand(chain, std::string_view(text));
   if (done == CommandResult::Unknown)
-    return StepResult::failure(c.app.documents.active() ? "there is no such command here"
-                                                        : "there is no such command; no document is open");
+    return StepResult::failure(documentInFront(c.app) ? "there is no such command here"
+                                                      : "there is no such command; no document is open");
   if (done == CommandResult::Disabled) return StepResult::failure("the command is not enabled now");
   StepResult result;
   if (!c.script.shown().empty()) {
@@ -272,7 +276,7 @@ StepResult exportDocument(StepContext& c) {
   const std::string path = absolutePath(c.step.args[0]);
   if (const Outcome may = c.app.documents.mayOutputTo(path); !may) return StepResult::failure(may.why());
   StepResult result = ask(c, [&](ScriptTarget& t) { return t.exportTo(path); });
-  if (result.known || !c.app.documents.active() || !equalIgnoringCase(extensionOf(path), "csv"))
+  if (result.known || c.app.documents.documents().empty() || !equalIgnoringCase(extensionOf(path), "csv"))
     return result;
   CResultDoc* rows = lastResultDocument();
   return rows ? rows->exportTo(path) : StepResult::failure("there is no table to export");
@@ -287,7 +291,7 @@ StepResult printTable(StepContext& c) {
 StepResult print(StepContext& c) {
   const std::string& what = c.step.args[0];
   StepResult result = ask(c, [&](ScriptTarget& t) { return t.tell(what); });
-  const CDocument* document = c.app.documents.active();
+  const CDocument* document = documentInFront(c.app);
   if (result.known || !document || !document->type()) return result;
   const std::string kind = lowerCase(document->type()->documentName());
   const bool vowel = std::string_view("aeio").find(kind[0]) != std::string_view::npos;
@@ -295,7 +299,7 @@ StepResult print(StepContext& c) {
 }
 
 StepResult takeSnapshot(StepContext& c) {
-  CDocument* document = c.app.documents.active();
+  CDocument* document = documentInFront(c.app);
   if (!document || document->views().empty()) return unavailable(c);
   const std::string path = absolutePath(c.step.args[0]);
   Outcome done = c.app.documents.mayOutputTo(path);
@@ -348,8 +352,8 @@ CDocument* documentInFront(const CBasicApp& app) {
 
 StepResult unavailable(const StepContext& c) {
   StepResult result = StepResult::failure(
-      c.app.documents.active() ? "the document in front has nothing for \"" + c.step.word + "\""
-                               : "no document is open");
+      documentInFront(c.app) ? "the document in front has nothing for \"" + c.step.word + "\""
+                             : "no document is open");
   result.known = false;
   return result;
 }

@@ -30,8 +30,8 @@ struct Verb {
 
 // Null for a word that is no verb.
 const Verb* findVerb(std::string_view word);
-// The document that save and close mean: never a table that collects rows beside the documents they are of,
-// unless it was opened by name. Null when there is none.
+// The document that steps mean: never a table that collects rows beside the documents they are of, unless it
+// was opened by name. Null when there is none.
 CDocument* documentInFront(const CBasicApp& app);
 // A document that lacks what a step asks of it.
 StepResult unavailable(const StepContext& context);

@@ -102,11 +102,11 @@ void CVivoCapDoc::exportUncompressedCommand() {
   const std::string stem = withoutExtension(!pathName().empty()  ? pathName()
                                             : !moviePath.empty() ? moviePath
                                                                  : title());
-  const std::string name = stem + "-export.avi";
+  std::string name = stem + "-export.avi";
+  if (process.quietMode && fileExists(name)) name = freeName(stem + "-export", ".avi");  // nobody to ask
   if (const Outcome may = theApp().documents.mayOutputTo(name); !may) return report(may.why());
-  if (fileExists(name) && !isUnattended() &&
-      host().messages.show(name + " already exists. Replace it?", Buttons::YesNo, Icon::Careful) !=
-          Answer::Yes)
+  if (fileExists(name) && host().messages.show(name + " already exists. Replace it?", Buttons::YesNo,
+                                               Icon::Careful) != Answer::Yes)
     return;
   logPrintf("converting %s\n", name.c_str());
   exportMovie(name, 1, nullptr, true);

@@ -77,34 +77,40 @@ CdbDocument::Owner CdbDocument::owner() const {
   return {now.subjectId(), now.examId()};
 }
 
-// What was measured while one subject was selected is not another's because it is saved later.
-bool CdbDocument::mayBindHere() const {
-  const Owner next = owner();
-  const bool isBoundAlready = isBound && examIdOfDoc >= 0;
+// What was measured while one subject was selected is not another's because it is saved later. Nothing for a
+// save that is not wanted at all.
+std::optional<CdbDocument::Owner> CdbDocument::askOwner() {
+  if (isBoundToExam()) return Owner{patientId, examIdOfDoc};
+  const Owner next = owner(), maker{madeFor, madeUnder};
   const bool wasNobodys = madeUnder < 0 && (madeFor.empty() || collectsOverExams());
   const bool isSame = madeFor == next.subject && (madeUnder < 0 || madeUnder == next.exam);
-  if (isBoundAlready || wasNobodys || isSame || next.subject.empty()) return true;
-  const auto words = [](const std::string& subject, int32_t exam) {
-    return (exam >= 0 ? format("exam %i of ", exam) : std::string()) + "subject " + subject;
+  if (wasNobodys || isSame || next.subject.empty()) return next;
+  if (next == notOf) return maker;
+  const auto words = [](const Owner& of) {
+    return (of.exam >= 0 ? format("exam %i of ", of.exam) : std::string()) + "subject " + of.subject;
   };
-  return host().messages.show(
-             format("%s was made in %s. Save it as a document of %s?", title().c_str(),
-                    words(madeFor, madeUnder).c_str(), words(next.subject, next.exam).c_str()),
-             Buttons::YesNo, Icon::Careful) == Answer::Yes;
+  const Answer answer = host().messages.show(
+      format("%s was made in %s. Save it as a document of %s?\nNo saves it as a document of %s.",
+             title().c_str(), words(maker).c_str(), words(next).c_str(), words(maker).c_str()),
+      Buttons::YesNoCancel, Icon::Careful);
+  if (answer == Answer::Yes) return next;
+  if (answer != Answer::No) return std::nullopt;
+  notOf = next;
+  return maker;
 }
 
 // The folder of one patient's exam is no place for another's document.
-bool CdbDocument::mayLieIn(const std::string& folder) const {
+bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
   const std::string below = folderBelowData(folder);
   const bool liesThere = !pathName().empty() && sameFolder(folderOf(pathName()), folder);
   if (below.empty() || liesThere) return true;
-  const int32_t own = examHere();
+  const int32_t own = isBoundToExam() ? examHere() : next.exam;
   const std::vector<int32_t> exams = theApp().db->examsIn(below);
   if (exams.empty() || std::ranges::find(exams, own) != exams.end()) return true;
-  const std::string whose =
-      examIdOfDoc >= 0 ? format("belongs to exam %i of subject %s", examIdOfDoc, patientId.c_str())
-      : own >= 0       ? format("is to join exam %i of subject %s", own, owner().subject.c_str())
-                       : std::string("belongs to no exam");
+  const std::string whose = examIdOfDoc >= 0
+                                ? format("belongs to exam %i of subject %s", examIdOfDoc, patientId.c_str())
+                            : own >= 0 ? format("is to join exam %i of subject %s", own, next.subject.c_str())
+                                       : std::string("belongs to no exam");
   return host().messages.show(format("%s %s, and %s is the folder of exam %i. Save it there all the same?",
                                      title().c_str(), whose.c_str(), folder.c_str(), exams.front()),
                               Buttons::YesNo, Icon::Question) == Answer::Yes;
@@ -117,10 +123,11 @@ int32_t CdbDocument::examHere() const {
 }
 
 bool CdbDocument::storeBound(const std::string& path) {
-  if (!mayBindHere() || !mayLieIn(folderOf(path))) return false;
+  const std::optional<Owner> next = askOwner();
+  if (!next || !mayLieIn(folderOf(path), *next)) return false;
   userLabel = currentUserLabel();
   const Binding before{isBound, patientId, examIdOfDoc, stationId, stationIdFirst};
-  bindIfFree();
+  if (!isBoundToExam()) bindTo(*next);
   if (CDocument::onSaveDocument(path)) return true;
   std::tie(isBound, patientId, examIdOfDoc, stationId, stationIdFirst) = before;
   return false;
@@ -167,11 +174,9 @@ void CdbDocument::noteUnwritten(bool written, const std::string& name) {
 }
 
 // A document saved while no exam was selected has nothing to stay bound to: the next save binds it.
-void CdbDocument::bindIfFree() {
-  if (isBound && examIdOfDoc >= 0) return;
-  const Owner found = owner();
-  patientId = found.subject;
-  examIdOfDoc = found.exam;
+void CdbDocument::bindTo(const Owner& owner) {
+  patientId = owner.subject;
+  examIdOfDoc = owner.exam;
   isBound = 1;
   stationId = currentStationId();
   if (stationIdFirst.empty()) stationIdFirst = stationId;
@@ -206,7 +211,7 @@ void CdbDocument::madeFrom(const CDocument& source) {
 }
 
 void CdbDocument::storeResult(const std::string& path) {
-  bindIfFree();
+  if (!isBound) bindTo(owner());
   SubjectDatabase* db = theApp().db.get();
   if (!db || patientId.empty() || examIdOfDoc < 0) return;
   const std::string name = fileNameOf(path);

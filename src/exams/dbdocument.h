@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <tuple>
 
@@ -27,6 +28,7 @@ class CdbDocument : public CDocument {
   struct Owner {
     std::string subject;
     int32_t exam = -1;
+    bool operator==(const Owner&) const = default;
   };
   Owner owner() const;
   // Whose its results are: the one it is bound to, else the one that was selected when it was made.
@@ -59,12 +61,14 @@ class CdbDocument : public CDocument {
 
  private:
   using Binding = std::tuple<int32_t, std::string, int32_t, std::string, std::string>;
-  void bindIfFree();
+  bool isBoundToExam() const { return isBound && examIdOfDoc >= 0; }
+  void bindTo(const Owner& owner);
   // What was selected when the document was made; it has no subject of its own before its first save.
   std::string madeFor;
   int32_t madeUnder = -1;
-  bool mayBindHere() const;
-  bool mayLieIn(const std::string& folder) const;
+  Owner notOf;  // somebody else's exam, which it was said not to be of
+  std::optional<Owner> askOwner();
+  bool mayLieIn(const std::string& folder, const Owner& next) const;
   int32_t examHere() const;
   bool liesInItsExam(const std::string& path) const;
   bool isExamKnown() const;    // a subject of that id has an exam of that number here

@@ -37,6 +37,7 @@ class MagnificationDialog {
 
   // Whether the fields hold a scale that somebody gave: by a change of a number, or from the table.
   bool isGiven() const;
+  bool isOfTable() const { return wasSelected; }
 
   MagnificationEntry entry;  // what the fields hold
   static MagnificationFace* face;

@@ -22,8 +22,15 @@ namespace tarnvisor {
 void ZBasicDoc::magnificationCommand() {
   MagnificationDialog dialog(*this);
   if (!dialog.run()) return;
-  const Change change(*this);
   const MagnificationEntry& entry = dialog.entry;
+  // Most often the other field was forgotten; every length would hang on its direction.
+  const bool isOneOfTwo = (entry.magx == magx) != (entry.magy == magy) && entry.magx != entry.magy;
+  if (isOneOfTwo && !dialog.isOfTable() &&
+      host().messages.show(format("Only one scale was changed: x is %g, y is %g. Are the pixels not square?",
+                                  entry.magx, entry.magy),
+                           Buttons::YesNo, Icon::Careful) != Answer::Yes)
+    return;
+  const Change change(*this);
   if (dialog.isGiven()) {
     if (!setScale(entry.magx, entry.magy, entry.magname, entry.magdate, false, false)) return;
   } else if (entry.magname != magname) {

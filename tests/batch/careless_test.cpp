@@ -129,7 +129,9 @@ TEST_F(Runner, ABareNameStaysInTheDocumentsExam) {
 TEST_F(Runner, AnExamIsTakenUpAgainWhereThatIsAskedFor) {
   ASSERT_TRUE(run("subject A\nexam left\nexam left --again").ok);
   EXPECT_EQ(exams.examId(), 1);
-  ASSERT_TRUE(run("exam right comment --again").ok);
+  ASSERT_TRUE(run("exam LEFT --again").ok);
+  EXPECT_EQ(exams.examId(), 1);
+  EXPECT_THAT(run("exam right comment --again").text, HasSubstr("no exam at \"right\" yet"));
   EXPECT_EQ(exams.examFolder(), "A-right");
   ASSERT_TRUE(run("exam left").ok);
   EXPECT_EQ(exams.examFolder(), "A-left-2");
@@ -141,6 +143,7 @@ TEST_F(Runner, ADocumentOfOneExamIsNotFiledUnderAnotherUnasked) {
   exams.selectSubject("B", "");
   exams.selectExam(app.db->newExam("B", "left", "", "B-left"), "B-left");
   EXPECT_THAT(run("save $shot.tv1").why, HasSubstr("was made in exam 1 of subject A"));
+  EXPECT_FALSE(run("command \"Save As...\" $shot.tv1 cancel").ok);
   EXPECT_FALSE(fileExists(folder.file("shot.tv1")));
   ASSERT_TRUE(makeFolderPath(folder.file("data/B-left")));
   EXPECT_TRUE(run("command \"Save As...\" $data/B-left/shot.tv1 yes").ok);
@@ -187,11 +190,14 @@ TEST_F(Runner, AFailureCostsItsDocumentAndNothingElse) {
   };
   const std::string one =
       "open $shot.bmp\ncommand \"Find Capillaries\"\ncommand \"Calculate average of selection\"\n";
-  EXPECT_EQ(runner.run(steps("exam nobody\nopen $shot.bmp\nsubject A\nexam left\n" + one +
-                             "save a.tv1\nclose\nopen $missing.bmp\nsave b.tv1\nclose\n" + one +
-                             "command nonsense\nsave c.tv1\nclose\nset settings mark 7\n"),
-                       true),
-            1);
+  EXPECT_EQ(
+      runner.run(steps("exam nobody\nopen $shot.bmp\nsubject A\nexam left\n" + one +
+                       "save a.tv1\nclose\nopen $missing.bmp\nsave b.tv1\nclose\n" + one +
+                       "command nonsense\nsave c.tv1\nclose\nset settings mark 7\n" +
+                       "open $shot.bmp\nopen $shot.bmp\ncommand nonsense\ncommand Histogram\nsave h.zz1\n"
+                       "close\nsave d.tv1\nexam right\n"),
+                 true),
+      1);
   ASSERT_EQ(app.documents.documents().size(), 1u) << "no exam, no document";
   const CResultDoc* table = findResultDocument("image results");
   ASSERT_NE(table, nullptr);
@@ -200,6 +206,10 @@ TEST_F(Runner, AFailureCostsItsDocumentAndNothingElse) {
   EXPECT_TRUE(fileExists(folder.file("data/A-left/a.tv1")));
   EXPECT_FALSE(fileExists(folder.file("data/A-left/b.tv1")));
   EXPECT_FALSE(fileExists(folder.file("data/A-left/c.tv1")));
+  EXPECT_FALSE(fileExists(folder.file("data/A-left/d.tv1"))) << "of another document than the step was for";
+  EXPECT_EQ(exams.examFolder(), "A-right") << "though what was left out had changes";
+  for (const char* step : {"command \"Find...\"", "print notes", "select 0 1", "snapshot $t.png"})
+    EXPECT_FALSE(run(step).ok) << step << " means no table";
   EXPECT_EQ(settings.getInt("settings", "mark", 0), 7);
 }
 
@@ -236,6 +246,9 @@ TEST_F(Runner, WhatWasMadeUnderAnExamIsSavedIntoItThoughAnotherSubjectWasLookedU
   EXPECT_EQ(dynamic_cast<CdbDocument&>(*app.documents.active()).patientId, "BN1") << "of a video, too";
   ASSERT_TRUE(run("subject C\nopen $shot.bmp\nsubject ANNA").ok);
   EXPECT_THAT(run("save $c.tv1").why, HasSubstr("was made in subject C"));
+  ASSERT_TRUE(run("command \"Save As...\" $c.tv1 no").ok);
+  EXPECT_EQ(dynamic_cast<CdbDocument&>(*app.documents.active()).patientId, "C");
+  EXPECT_TRUE(run("roi 1,1,9,9\nsave").ok) << "it was said once";
 }
 
 TEST_F(Runner, ASaveWithoutANameGoesOverNoOtherPicture) {

@@ -350,6 +350,10 @@ TEST_F(VideoFiles, TellsOfACodecThatIsNotThere) {
   host.answers = {Answer::Yes};
   run("Export uncompressed avi");  // beside the one that is there, then in its place
   EXPECT_EQ(readWholeText(bystander), "somebody's");
+  process.quietMode = 1;
+  run("Export uncompressed avi");
+  EXPECT_TRUE(fileExists(folder.file("m-export-1.avi"))) << "with nobody to ask";
+  process.quietMode = 0;
   auto bytes = *readWholeFile(folder.file("m-export.avi"));
   const std::string form = "strf", code = "Zq9x";
   const auto at = std::search(bytes.begin(), bytes.end(), form.begin(), form.end());

@@ -82,7 +82,7 @@ TEST_F(Capillaries, LoseTheirDensityWithWhatItWasCountedFrom) {
       {"a mark", [](ZBasicDoc& d) { d.deleteDimension(0); }},
       {"scale",
        [&](ZBasicDoc&) {
-         host.fill({{"x scale", "3"}});
+         host.fill({{"x scale", "3"}, {"y scale", "3"}});
          run("Magnification");
        }},
       {"region",

@@ -302,6 +302,18 @@ TEST_F(ImageDocument, DustMarksAreKeptBesideTheProfileAndRepaired) {
   EXPECT_EQ(image()->theImage()->pixelAt(30, 30), 100);
 }
 
+TEST_F(ImageDocument, AScaleOfOneDirectionAloneIsAskedAbout) {
+  ZBasicDoc& d = makeImage(40, 32);
+  host.answers = {Answer::No};
+  host.fill({{"x scale", "1.68"}});
+  run("Magnification");
+  EXPECT_THAT(host.messages.back(), HasSubstr("x is 1.68, y is 1."));
+  EXPECT_EQ(d.magx, 1);
+  host.fill({{"x scale", "1.68"}, {"y scale", "1.68"}});
+  run("Magnification");
+  EXPECT_EQ(d.magx, 1.68);
+}
+
 TEST_F(ImageDocument, MagnificationTableCountsLiveEntriesOnly) {
   for (const char* name : {"a", "b", "c"}) addMagnification({1.0, 2.0, name, 10});
   EXPECT_TRUE(removeMagnification(1));

@@ -48,7 +48,7 @@ TEST_F(Undo, BringsBackAllThatACommandChanged) {
       {"Make ROI circular", {}},
       {"find minima within window", {}},
       {"Calibrate magnification", {{"X true length", "7"}, {"Y true length", "8"}}},
-      {"Magnification", {{"x scale", "3"}}},
+      {"Magnification", {{"x scale", "3"}, {"y scale", "3"}}},
       {"Units", {{"Name", "mm"}}},
       {"Notes", {{"Notes", "others"}}},
   };
