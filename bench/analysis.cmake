@@ -12,6 +12,8 @@ bench_program(bench_trace SOURCES trace.cpp DEPENDS analysis)
 # Movement correction: how right it is, and how fast beside OpenCV.
 add_executable(bench_accuracy accuracy.cpp)
 target_link_libraries(bench_accuracy PRIVATE analysis synth)
+add_executable(bench_accuracy_light accuracy_light.cpp)
+target_link_libraries(bench_accuracy_light PRIVATE analysis)
 add_executable(bench_movement movement.cpp)
 target_link_libraries(bench_movement PRIVATE analysis synth)
 if(OpenCV_FOUND)
