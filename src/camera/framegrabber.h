@@ -1,0 +1,119 @@
+// The one camera of the program, as everything above sees it: free functions with the prefix fg. They start
+// and stop it, give its newest picture to the display without a copy and every picture to a recording, and
+// set light, exposure and rate. All are called from one thread.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "base/geometry.h"
+#include "camera/framehub.h"
+#include "image/zzimage.h"
+
+namespace tarnvisor {
+
+class CZZMovie;
+class FrameSource;
+
+// Section "ueyeP" of the settings: read by fginit, written by fgterm.
+struct GrabberSettings {
+  int32_t whitelevel = 0, blacklevel = 0, gain = 0;
+  int32_t dualMonitor = 0;
+  int32_t inputChannel = 0;
+  int32_t grabLeft = 0, grabTop = 0, grabWidth = 768, grabHeight = 512;
+  int32_t ipStepX = 1, ipStepY = 1;
+  int32_t zoomX = 1, zoomY = 1;
+  int32_t cameraType = 0, showErrors = 0, grabColour = 0;
+  int32_t flashDuration = 500;  // microseconds
+  int32_t redLevel = 0, greenLevel = 9, blueLevel = 30;
+  int32_t binning = 0;
+  int32_t grabFullSize = 1, grabFixedPixelSize = 1;
+  int32_t grabArea = 0;  // a part of the sensor, of the user's size
+  int32_t userGrabWidth = 200, userGrabHeight = 100;
+  int32_t bounceCount = 2;
+  int32_t exposure = 10000;  // microseconds
+  int32_t gainBoost = 1;
+  int32_t gamma = 0;
+  double fps = 30.0;
+  int32_t lutOrigin = 0, lutEnabled = 0;
+  int32_t noStrobe = 0;
+  int32_t pixelClock = 35;  // MHz
+  int32_t softTrigger = 0, disableTrigger = 1;
+  int32_t flickerless = 0, flickerlessHeight = 640;
+  double flickerlessFps = 39.5, flickerlessX = 2.5;
+  int32_t exposureTracksFlash = 0;
+  std::string camera;  // which, as openCamera() takes it
+
+  void load();
+  void store() const;
+};
+
+struct GrabberState {
+  GrabberSettings set;
+  bool ready = false;
+  bool grabbing = false;
+  std::unique_ptr<CZZchildimage> liveImage;  // the newest picture; a view onto a block
+  int32_t imageWidth = 2048, imageHeight = 1536;
+  int32_t bufferCount = 0;
+  int64_t bufferSize = 0;
+  int32_t fieldCount = 0;  // of the picture shown
+  int32_t shownFrames = 0;
+  int32_t exposureUs = 0;  // as read back
+  int32_t flashUs = 0;     // as last set
+  double actualFps = 30.0;
+  bool recording = false;
+  bool stopFlag = false;  // a recording ended by itself, and the camera with it
+  std::string lostWords;  // of a camera that went away; empty again after fginit
+};
+// What it is now; nothing of it outlives fgterm() but the settings.
+const GrabberState& fgState();
+
+// --- its life
+bool fginit();  // true when a camera is ready
+bool fgterm();
+bool fggrab(bool capture);
+bool fgFreeze();
+// Takes the newest picture: 6 when there is one, else 0. To be called when onNews was.
+uint32_t fgCheckFrame();
+// Called from threads of the camera's: a picture came, a recording ended, the camera is lost.
+void fgSetOnNews(std::function<void()> onNews);
+// Closes the camera and opens the one that the settings name now; a picture that ran runs again.
+bool fgReopen();
+
+// --- recording
+bool fgAllocbufs(int32_t count, int32_t width, int32_t height);
+bool fgRecordMovie(CZZMovie& movie, int32_t skipFrames, int32_t left, int32_t top, int32_t width,
+                   int32_t height);
+bool fgStopRecording(const CZZMovie* movie);
+// What a movie records from (CZZMovie::source); null without a camera. The skip value is that of the next
+// recording.
+FrameSource* fgSource();
+void fgSetSkip(int32_t skipFrames);
+FrameHub::Counts fgCounts();
+// Why the last recording's movie could take no more; empty when it was full.
+std::string fgRecordingFailure();
+
+// --- light, exposure, rate
+int32_t fgSetFlash(int32_t microseconds, bool force);
+int32_t fgSetExposure(int32_t microseconds, bool force);
+double fgSetFps(double framesPerSecond);
+void fgSetPixelClock(int32_t megahertz);
+int32_t fgGetPixelClockRange(int32_t& low, int32_t& high, int32_t& step);
+void fgSetZoom(int32_t x, int32_t y);
+bool fgSetBinning();
+double fgSetADCgain(double gain);
+bool fgSetBoost(int32_t boost);
+void fgSetFlickerless(bool on);
+void fgSetTracksFlash(bool on);
+void fgSetGrabSize(int32_t width, int32_t height, bool whole);
+void fgSetCamera(const std::string& id);
+// False, with the text untouched, for an index of no board.
+bool fgDriverInfo(int32_t index, std::string& text);
+const char* fgBoardName(int32_t index);
+// Where a picture of the zoomed display may begin, at or before a place asked for.
+int32_t fgAlignedLeft(int32_t left);
+// Not empty when frames were lost since the last call, by how many.
+std::string fgFrameCheck();
+
+}  // namespace tarnvisor
