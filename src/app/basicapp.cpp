@@ -44,7 +44,7 @@ CBasicApp::CBasicApp() {
   };
   loop.onIdle = [this](int32_t count) { return onIdle(count); };
   // Only a window system turns the loop by itself; a start switch does one thing after the other.
-  documents.drivesJobs = [this] { return loop.onWake && !process.quietMode; };
+  documents.drivesJobs = [this] { return loop.isDriven() && !process.quietMode; };
 }
 
 CBasicApp::~CBasicApp() {

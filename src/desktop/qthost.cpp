@@ -55,13 +55,17 @@ QtLoop::QtLoop(MessageLoop& driven, std::function<void()> onTurn) : loop(driven)
   next.setSingleShot(true);
   next.setTimerType(Qt::PreciseTimer);
   QObject::connect(&next, &QTimer::timeout, &next, [this] { turn(); });
-  loop.onWake = [this] {
-    if (!inTurn) next.start(0);
-  };
+  // Queued, as the wake may come from another thread.
+  loop.setWaker([this] {
+    const auto turnSoon = [this] {
+      if (!inTurn && loop.isWoken()) next.start(0);
+    };
+    QMetaObject::invokeMethod(&next, turnSoon, Qt::QueuedConnection);
+  });
   next.start(0);
 }
 
-QtLoop::~QtLoop() { loop.onWake = nullptr; }
+QtLoop::~QtLoop() { loop.setWaker(nullptr); }
 
 void QtLoop::turn() {
   if (inTurn) return;
@@ -72,7 +76,7 @@ void QtLoop::turn() {
   inTurn = false;
   if (works && told) told();
   if (loop.hasQuit()) return QCoreApplication::quit();
-  next.start(again || loop.hasPosted() ? 0 : loop.untilNextTimerMs(kIdleMs));
+  next.start(again || loop.isWoken() ? 0 : loop.untilNextTimerMs(kIdleMs));
 }
 
 }  // namespace tarnvisor

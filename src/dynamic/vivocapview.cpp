@@ -24,11 +24,8 @@ int32_t nextTimer() {
 
 }  // namespace
 
-CVivoCapView::CVivoCapView(CVivoCapDoc& document) : ZBasicView(document), doc(document), timer(nextTimer()) {}
-
-CVivoCapView::~CVivoCapView() {
-  if (playing) theApp().loop.killTimer(timer);
-}
+CVivoCapView::CVivoCapView(CVivoCapDoc& document)
+    : ZBasicView(document), doc(document), timer(theApp().loop, nextTimer()) {}
 
 const CommandTableBase& CVivoCapView::commandTable() {
   using V = CVivoCapView;
@@ -134,7 +131,7 @@ void CVivoCapView::wheel(const WheelEvent& event) {
 }
 
 bool CVivoCapView::keyDown(const KeyEvent& event) {
-  if (event.key == Key::Escape && playing) {
+  if (event.key == Key::Escape && isPlaying()) {
     stopPlayback();
     return true;
   }
@@ -201,25 +198,24 @@ void CVivoCapView::restartClock(double nowSeconds) {
 
 void CVivoCapView::startPlayback(bool loops) {
   if (!hasMovie()) return;
-  playing = true;
   looping = loops;
   playStep = 1;
   if (!loops && doc.currentIndex() >= doc.imageCount() - 1) goTo(0);
   restartClock(steadySeconds());
   // More often than images are due, so that each is shown when it is.
   const int32_t period = std::clamp(static_cast<int32_t>(tickSeconds() * 250), 1, 20);
-  theApp().loop.setTimer(timer, period, [this] { tick(steadySeconds()); });
+  timer.start(period, [this] { tick(steadySeconds()); });
 }
 
 void CVivoCapView::stopPlayback() {
-  theApp().loop.killTimer(timer);
-  playing = looping = false;
+  timer.stop();
+  looping = false;
   playStep = 1;
   redraw();
 }
 
 void CVivoCapView::tick(double nowSeconds) {
-  if (!playing || !hasMovie()) return stopPlayback();
+  if (!isPlaying() || !hasMovie()) return stopPlayback();
   const auto due = static_cast<int64_t>((nowSeconds - startedAt) / tickSeconds() + 1e-9);
   if (due <= ticksDone) return;
   const int64_t late = due - ticksDone;
@@ -235,8 +231,8 @@ void CVivoCapView::tick(double nowSeconds) {
   goTo(static_cast<int32_t>(std::min<int64_t>(wanted, last)));
 }
 
-void CVivoCapView::play() { playing ? stopPlayback() : startPlayback(false); }
-void CVivoCapView::loop() { playing ? stopPlayback() : startPlayback(true); }
+void CVivoCapView::play() { isPlaying() ? stopPlayback() : startPlayback(false); }
+void CVivoCapView::loop() { isPlaying() ? stopPlayback() : startPlayback(true); }
 
 void CVivoCapView::faster() {
   playStep = std::min(playStep * 2, 1 << 20);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "dynamic/vivocapdoc.h"
+#include "framework/messageloop.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {
@@ -12,7 +13,6 @@ namespace tarnvisor {
 class CVivoCapView : public ZBasicView {
  public:
   explicit CVivoCapView(CVivoCapDoc& document);
-  ~CVivoCapView() override;
   CVivoCapDoc& video() const { return doc; }
 
   // Beside those of an image: "image", "field", "time".
@@ -27,7 +27,7 @@ class CVivoCapView : public ZBasicView {
   void goTo(int32_t index) override;
   bool thumbnail(int32_t index, int32_t width, Size& size, std::vector<uint32_t>& pixels) override;
 
-  bool isPlaying() const { return playing; }
+  bool isPlaying() const { return timer.isRunning(); }
   bool isLooping() const { return looping; }
   void startPlayback(bool loop);
   void stopPlayback();
@@ -38,7 +38,7 @@ class CVivoCapView : public ZBasicView {
 
  private:
   bool hasMovie() const { return doc.hasMovie(); }
-  bool playsOnce() const { return playing && !looping; }
+  bool playsOnce() const { return isPlaying() && !looping; }
   double tickSeconds() const;
   void restartClock(double nowSeconds);
   bool canMeasureFlow() const { return doc.canMeasureFlow(); }
@@ -54,8 +54,8 @@ class CVivoCapView : public ZBasicView {
   void stepBack() { goTo(doc.currentIndex() - 1); }
 
   CVivoCapDoc& doc;
-  int32_t timer;  // of this view alone
-  bool playing = false, looping = false;
+  Timer timer;  // runs while it plays
+  bool looping = false;
   double startedAt = 0;
   int64_t ticksDone = 0;
 };

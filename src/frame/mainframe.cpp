@@ -54,7 +54,6 @@ CBasicMainFrame::CBasicMainFrame(CBasicApp& application) : app(application) {
 }
 
 CBasicMainFrame::~CBasicMainFrame() {
-  app.loop.killTimer(kAcquisitionTimer);
   app.mainFrame = nullptr;
   theExams().forget(this);
 }

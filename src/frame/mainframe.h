@@ -159,6 +159,7 @@ class CBasicMainFrame : public CommandTarget {
   bool canTrigger() const { return process.triggermovie ? canShowLive() : showsLive(); }
 
   CBasicApp& app;
+  Timer acquisitionDelay{app.loop, kAcquisitionTimer};  // between the inputs of the start chain
   ExamList exams;
   Bars wanted;  // without regard to expert mode and channels
 };

@@ -81,11 +81,11 @@ void CBasicMainFrame::startChain() {
 
 void CBasicMainFrame::startVelocity() {
   if (app.flo1View) app.flo1View->start();
-  app.loop.setTimer(kAcquisitionTimer, kAcquisitionDelayMs, [this] { showLiveOfChain(); });
+  acquisitionDelay.start(kAcquisitionDelayMs, [this] { showLiveOfChain(); });
 }
 
 void CBasicMainFrame::showLiveOfChain() {
-  app.loop.killTimer(kAcquisitionTimer);
+  acquisitionDelay.stop();
   showLive();
   activate(app, app.liveView);
   app.postMainCommand(cmd::AcquisitionStartCamera);
@@ -96,7 +96,7 @@ void CBasicMainFrame::startCamera() {
 }
 
 void CBasicMainFrame::stop() {
-  app.loop.killTimer(kAcquisitionTimer);
+  acquisitionDelay.stop();
   if (app.liveView) app.liveView->stopCamera();
   if (app.flo1View) app.flo1View->stop();
 }

@@ -175,7 +175,7 @@ TEST(QtLoop, CommandsTimersAndIdlePassesRunAmongQtsEvents) {
   loop.onIdle = [&](int32_t) { return ++passes < 200; };
   const QtLoop driven(loop, [&] { ++told; });
   loop.post(1);
-  loop.setTimer(7, 1, [&] { ++ticks; });
+  const Timer timer(loop, 7, 1, [&] { ++ticks; });
   QTimer other;
   QObject::connect(&other, &QTimer::timeout, [&] { ++events; });
   other.start(1);
@@ -204,6 +204,34 @@ TEST(QtLoop, AModalDialogStopsItUntilItCloses) {
   dialog.exec();
   EXPECT_EQ(inside, 0);
   EXPECT_TRUE(QTest::qWaitFor([&] { return ran == 1; }, 60'000));
+}
+
+TEST(QtLoop, AWakeOfAnotherThreadIsATurnWithoutWaiting) {
+  MessageLoop loop;
+  int passes = 0;
+  loop.onIdle = [&](int32_t) { return ++passes < 1; };
+  const QtLoop driven(loop, {});
+  ASSERT_TRUE(QTest::qWaitFor([&] { return passes > 0; }, 60'000));
+  const int before = passes;
+  std::thread([&] { loop.wakeFromAnyThread(); }).join();
+  for (int i = 0; i < kManyTurns && passes == before; ++i) QCoreApplication::processEvents();
+  EXPECT_GT(passes, before);
+}
+
+TEST(QtLoop, WakesMayComeWhileItEnds) {
+  MessageLoop loop;
+  std::atomic<bool> done = false;
+  std::thread other([&] {
+    while (!done) loop.wakeFromAnyThread();
+  });
+  for (int i = 0; i < 50; ++i) {
+    const QtLoop driven(loop, {});
+    QCoreApplication::processEvents();
+  }
+  done = true;
+  other.join();
+  loop.wakeFromAnyThread();
+  EXPECT_FALSE(loop.isDriven());
 }
 
 TEST(CommandLine, FilesSwitchesAndOptionsAreToldApart) {

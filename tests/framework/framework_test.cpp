@@ -260,15 +260,57 @@ TEST(MessageLoop, RunsPostedCommandsBeforeTimersAndTheIdlePass) {
 TEST(MessageLoop, TimersRepeatUntilKilledAndQuitEndsTheRun) {
   MessageLoop loop;
   int fired = 0;
-  loop.setTimer(7, 1, [&] {
+  Timer timer(loop, 7);
+  timer.start(1, [&] {
     if (++fired == 3) {
-      loop.killTimer(7);
+      timer.stop();
       loop.postQuit();
     }
   });
   loop.run();
   EXPECT_EQ(fired, 3);
   EXPECT_FALSE(loop.hasTimer(7));
+}
+
+TEST(MessageLoop, TimersEndWithTheirOwnersWhichTheirHandlersMayDestroy) {
+  MessageLoop loop;
+  const std::string words(100, 'x');
+  std::string heard;
+  std::optional<Timer> own, other;
+  const auto onlyOnce = [&, words] {
+    own.reset();
+    other.reset();
+    heard += words;
+    loop.postQuit();
+  };
+  own.emplace(loop, 7, 1, onlyOnce);
+  other.emplace(loop, 8, 1, onlyOnce);
+  loop.run();
+  EXPECT_EQ(heard, words);
+  EXPECT_FALSE(loop.hasTimer(7));
+  EXPECT_FALSE(loop.hasTimer(8));
+}
+
+TEST(MessageLoop, ATimerThatLostItsIdToAnotherLeavesThatAlone) {
+  MessageLoop loop;
+  Timer later(loop, 7);
+  {
+    Timer earlier(loop, 7, 1, [] {});
+    later.start(1, [] {});
+    EXPECT_FALSE(earlier.isRunning());
+  }
+  EXPECT_TRUE(later.isRunning());
+}
+
+TEST(MessageLoop, ATimerStartedAnewByAnotherIsNotDueAtOnce) {
+  MessageLoop loop;
+  int fired = 0;
+  Timer second(loop, 8, 1, [&] { ++fired; });
+  const Timer first(loop, 7, 1, [&] { second.start(3'600'000, [&] { ++fired; }); });
+  while (loop.untilNextTimerMs(1) > 0) continue;
+  std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  (void)loop.turn();
+  EXPECT_EQ(fired, 0);
 }
 
 // Counts to a number, a step each.
