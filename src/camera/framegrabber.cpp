@@ -161,8 +161,7 @@ void Grabber::chooseArea() {
   if (set.flickerless && set.flickerlessHeight > 0) {
     width = sensor.width;
     height = std::min(set.flickerlessHeight, sensor.height);
-  } else if (set.grabArea && set.userGrabWidth <= sensor.width &&
-             set.userGrabHeight <= sensor.height) {
+  } else if (set.grabArea && set.userGrabWidth <= sensor.width && set.userGrabHeight <= sensor.height) {
     width = set.userGrabWidth;
     height = set.userGrabHeight;
   }
@@ -483,6 +482,14 @@ bool fgStopRecording(const CZZMovie* movie) {
   return true;
 }
 
+// The movie is stopped here: the views are told next.
+bool fgTakeStopFlag() {
+  Grabber& g = grabber();
+  if (!std::exchange(g.state.stopFlag, false)) return false;
+  if (g.recordMovie) g.recordMovie->stopRecording();
+  return true;
+}
+
 FrameSource* fgSource() { return grabber().state.ready ? &grabber() : nullptr; }
 void fgSetSkip(int32_t skipFrames) { grabber().skipFrames = std::max(0, skipFrames); }
 FrameHub::Counts fgCounts() { return grabber().hub.counts(); }
@@ -596,7 +603,25 @@ void fgSetFlickerless(bool on) {
   grabber().state.set.store();
 }
 
-void fgSetTracksFlash(bool on) { grabber().state.set.exposureTracksFlash = on ? 1 : 0; }
+int32_t fgSetManualFlash(int32_t microseconds) {
+  grabber().state.set.flashDuration = microseconds;
+  flashControl.setFlash(microseconds);
+  return fgSetFlash(microseconds, false);
+}
+
+int32_t fgSetManualExposure(int32_t microseconds) {
+  grabber().state.set.exposure = microseconds;
+  return fgSetExposure(microseconds, false);
+}
+
+void fgSetStrobeUse(bool none, bool exposureTracksFlash) {
+  GrabberState& state = grabber().state;
+  state.set.noStrobe = none ? 1 : 0;
+  state.set.exposureTracksFlash = exposureTracksFlash ? 1 : 0;
+  if (state.grabbing) grabber().setRole(CameraRole::Strobe, none ? 0 : 1, "strobe failed=");
+  fgSetExposure(state.set.exposure, true);
+  fgSetFlash(state.flashUs, true);
+}
 
 void fgSetGrabSize(int32_t width, int32_t height, bool whole) {
   GrabberSettings& set = grabber().state.set;
@@ -608,6 +633,11 @@ void fgSetGrabSize(int32_t width, int32_t height, bool whole) {
 
 void fgSetCamera(const std::string& id) {
   grabber().state.set.camera = id;
+  grabber().state.set.store();
+}
+
+void fgSetShowErrors(bool on) {
+  grabber().state.set.showErrors = on ? 1 : 0;
   grabber().state.set.store();
 }
 

@@ -86,6 +86,8 @@ bool fgAllocbufs(int32_t count, int32_t width, int32_t height);
 bool fgRecordMovie(CZZMovie& movie, int32_t skipFrames, int32_t left, int32_t top, int32_t width,
                    int32_t height);
 bool fgStopRecording(const CZZMovie* movie);
+// Once after a recording ended by itself, when the camera has stopped.
+bool fgTakeStopFlag();
 // What a movie records from (CZZMovie::source); null without a camera. The skip value is that of the next
 // recording.
 FrameSource* fgSource();
@@ -105,9 +107,13 @@ bool fgSetBinning();
 double fgSetADCgain(double gain);
 bool fgSetBoost(int32_t boost);
 void fgSetFlickerless(bool on);
-void fgSetTracksFlash(bool on);
+// By the user's hand: kept for the next start, and the brightness control goes on from there.
+int32_t fgSetManualFlash(int32_t microseconds);
+int32_t fgSetManualExposure(int32_t microseconds);
+void fgSetStrobeUse(bool none, bool exposureTracksFlash);
 void fgSetGrabSize(int32_t width, int32_t height, bool whole);
 void fgSetCamera(const std::string& id);
+void fgSetShowErrors(bool on);
 // False, with the text untouched, for an index of no board.
 bool fgDriverInfo(int32_t index, std::string& text);
 const char* fgBoardName(int32_t index);

@@ -61,12 +61,14 @@ class CommandTarget {
   virtual const CommandTableBase* commands() const { return nullptr; }
   // A long work is under way on it: its commands are off.
   virtual bool isBusy() const { return false; }
+  // Commands that its present state rules out, whatever their own tests say.
+  virtual bool refuses(int32_t /*command*/) const { return isBusy(); }
   // The document that its commands work on; null for none.
   virtual const CDocument* documentOfCommands() const { return nullptr; }
 };
 
 inline bool CommandRow::enabled(const CommandTarget& target) const {
-  return !target.isBusy() && test(*this, target, false);
+  return !target.refuses(id) && test(*this, target, false);
 }
 
 // The rows of class T: all there is to say of each command.

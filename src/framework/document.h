@@ -27,7 +27,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   const std::string& title() const { return windowTitle; }
   void setTitle(std::string text) { windowTitle = std::move(text); }
   const std::string& pathName() const { return filePath; }  // absolute; empty before the first save
-  void setPathName(const std::string& path);                // also takes the title from it
+  virtual void setPathName(const std::string& path);        // also takes the title from it
   void forgetPathName() { filePath.clear(); }               // so that the next save asks for one
   // The files that the document is, or goes on reading or was made from: no output may replace them.
   virtual std::vector<std::string> filesInUse() const { return {filePath}; }

@@ -14,6 +14,7 @@ ViewSite& CView::site() const {
 }
 
 bool CView::isBusy() const { return shownDocument.isBusy(); }
+bool CView::refuses(int32_t command) const { return shownDocument.refuses(command); }
 
 void CView::attach(ViewSite* newSite) { windowSite = newSite; }
 

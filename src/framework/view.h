@@ -90,6 +90,7 @@ class CView : public CommandTarget, public ScriptTarget {
   // As long as its document is: its window passes no mouse and no keys on, but for Escape, which ends the
   // work.
   bool isBusy() const override;
+  bool refuses(int32_t command) const override;
   const CDocument* documentOfCommands() const override { return &shownDocument; }
 
   // --- told by the document and the window: what changed, so that a view keeps what it has made of the rest

@@ -28,6 +28,7 @@ class Windows {
   virtual void showMainFrame() = 0;
   // Asks the main frame to close, after the command now running.
   virtual void closeMainFrame() = 0;
+  virtual void beep() {}
   virtual void tile() = 0;
   virtual void cascade() = 0;
   // Shows the bars, menus and windows beside the documents as the main frame says that they are.
