@@ -34,6 +34,7 @@ inline constexpr const char* kThresholdLabel =
 inline constexpr const char* kGainLabel =
     "Gain factor to improve image.  It does not change the data or FCF or FCD results.";
 inline constexpr const char* kFramesPerFcd = "number of frames per FCD (-1 to use whole video or selection)";
+inline constexpr const char* kNoRange = "A range needs three images at least; -1 takes all of them.";
 inline constexpr const char* kFftPoints =
     "Number of FFT points. Must be a Power of 4.  First n*2 images are used.";
 inline constexpr const char* kFftPointsOfPixel = "number of FFT points (must be a power of 4)";

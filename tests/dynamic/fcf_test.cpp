@@ -1,6 +1,7 @@
 // Functional capillary flow of a video: the run, its document and what is stored of it.
 #include "archive/archive.h"
 #include "dynamic/fcfview.h"
+#include "dynamic/texts.h"
 #include "movie/movierewrite.h"
 #include "support/recordingcanvas.h"
 #include "support/videotest.h"
@@ -140,6 +141,22 @@ TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   }
 }
 
+TEST_F(Flow, TakesNoRangeForAnother) {
+  openFlow(8);
+  for (const char* wrong : {"-5", "40.5", "abc", "", "99999999999"}) {
+    host.fills.emplace_back([&](const Form& form) {
+      EXPECT_NE(form.find(text::kFramesPerFcd)->take(wrong), "") << wrong;
+      return false;
+    });
+    run("Calculate FCF");
+  }
+  process.quietMode = 1;
+  settings.setString("FCF", "frames", "-5");  // as it was once kept
+  run("Calculate FCF");
+  EXPECT_THAT(host.messages.back(), HasSubstr("-1 takes all"));
+  EXPECT_EQ(rowCount(), 0U);
+}
+
 TEST_F(Flow, OfFieldsCountsRowsTwice) {
   openFlow(3);
   run("Split images into fields");
@@ -150,14 +167,15 @@ TEST_F(Flow, OfFieldsCountsRowsTwice) {
   EXPECT_THAT(map.notes, HasSubstr("The images are fields"));
 }
 
-TEST_F(Flow, AStepOfTheThresholdIsStoredAndAnswered) {
+TEST_F(Flow, AStepOfTheThresholdIsAnsweredAndOfThisMapAlone) {
   openFlow(7);
   fcfdoc& map = calculate("-1");
   map.threshold = 27.9;
   map.autoThreshold = 1;
   run("threshold up");
   EXPECT_EQ(map.autoThreshold, 0);
-  EXPECT_NEAR(settings.getDouble("fcf", "threshold", 0), 28.1, 1e-6);
+  EXPECT_NEAR(map.threshold, 28.1, 1e-6);
+  EXPECT_EQ(settings.getDouble("fcf", "threshold", -1), -1) << "the next map begins as this one did";
   EXPECT_DOUBLE_EQ(map.figures().fcd, 43.75) << "seven columns of 28.28";
   map.threshold = 28.2;
   run("threshold up");
@@ -172,6 +190,42 @@ TEST_F(Flow, AStepOfTheThresholdIsStoredAndAnswered) {
   EXPECT_EQ(rowCount(), 1U);
   run("Add FCD to results");
   EXPECT_EQ(rowCount(), 2U);
+}
+
+TEST_F(Flow, AThresholdStepsDownToZeroAndNoFurther) {
+  openFlow(7);
+  fcfdoc& map = calculate("-1");
+  map.threshold = 0.3;
+  run("threshold down");
+  run("threshold down");
+  EXPECT_EQ(map.threshold, 0);
+  map.setModified(false);
+  run("threshold down");
+  EXPECT_EQ(map.threshold, 0);
+  EXPECT_FALSE(map.isModified());
+}
+
+TEST_F(Flow, MeasuresOfFlowShareNoThreshold) {
+  CVivoCapDoc& video = openFlow(8);
+  host.fill({{"threshold", "2"}, {"gain", "50"}});
+  run("Speed by rms");
+  app->documents.activate(video);
+  host.fill({{text::kMovementLevel, "0.3"}, {text::kFftPoints, "4"}});
+  run("Calculate Flux conc & speed");
+  app->documents.activate(video);
+  const fcfdoc& map = calculate("-1");
+  EXPECT_EQ(map.threshold, 5);
+  EXPECT_EQ(map.gain, 64);
+  EXPECT_THAT(map.notes, HasSubstr("by MASK threshold 5, gain 64\r\n"));
+  host.fill({{text::kThresholdLabel, "7"}});
+  run("Recalculate");
+  EXPECT_EQ(settings.getDouble("fcf", "threshold", 0), 7) << "the form's is where the next map begins";
+  app->documents.activate(video);
+  host.fills.emplace_back([](const Form& form) {
+    EXPECT_EQ(form.find("threshold")->value(), "2");
+    return false;
+  });
+  run("Speed by rms");
 }
 
 TEST_F(Flow, RecalculateFindsThresholdAndGain) {
