@@ -54,8 +54,9 @@ ZBasicDoc* CVivoCapDoc::openImage(std::unique_ptr<CZZimage> pixels, const std::s
   return made;
 }
 
-void CVivoCapDoc::adoptMovie(std::unique_ptr<CZZMovie> made, double framesPerSecond) {
+void CVivoCapDoc::adoptMovie(std::unique_ptr<CZZMovie> made, TemporaryFile file, double framesPerSecond) {
   movie = std::move(made);
+  unsavedMovie = std::move(file);
   fps = framesPerSecond;
   movieChanged();
   updatePlayPeriod();

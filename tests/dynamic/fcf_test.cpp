@@ -78,6 +78,31 @@ TEST_F(Flow, GoesByChunksOfWhichTheLastIsShorter) {
   EXPECT_EQ(fileNameOf(movie->moviePath), "a.fcf.mve");
 }
 
+TEST_F(Flow, TheMovieOfItsRangesGoesUnlessItIsSaved) {
+  std::filesystem::create_directory(folder.file("exam"));
+  const std::string made = folder.file("a.fcf.mve");
+  const auto calculated = [&]() -> CVivoCapDoc& {
+    app->documents.activate(*process.videoTemplate->documents().front());
+    calculate("4");
+    return dynamic_cast<CVivoCapDoc&>(*process.videoTemplate->documents().back());
+  };
+  openFlow(8);
+  process.videoTemplate->discard(calculated());
+  EXPECT_FALSE(fileExists(made)) << "nobody wanted it";
+  CVivoCapDoc& saved = calculated();
+  ASSERT_TRUE(saved.onSaveDocument(folder.file("exam/x.dtv")));
+  EXPECT_EQ(saved.moviePath, folder.file("exam/a.fcf.mve"));
+  EXPECT_FALSE(fileExists(made)) << "it came along";
+  CVivoCapDoc& later = calculated();
+  ASSERT_EQ(later.moviePath, made);
+  process.videoTemplate->discard(saved);
+  EXPECT_TRUE(fileExists(folder.file("exam/a.fcf.mve")));
+  EXPECT_TRUE(fileExists(made)) << "another one's by now";
+  ASSERT_NE(app->openDocumentFile(made), nullptr);
+  process.videoTemplate->discard(later);
+  EXPECT_TRUE(fileExists(made)) << "another window shows it";
+}
+
 TEST_F(Flow, LeavesOutAnEndTooShortToTellOfFlow) {
   openFlow(8);
   EXPECT_THAT(calculate("3").notes, HasSubstr("images from 6 on are left out"));
