@@ -29,12 +29,7 @@ bool isCorrected(CZZMovie& movie, const CZZMovie::Range& range) {
 
 // What was measured lends its scale and its stations; subject and exam come with the command.
 void takeBelongings(ZBasicDoc& made, const ZBasicDoc& of) {
-  made.magx = of.magx;
-  made.magy = of.magy;
-  made.magname = of.magname;
-  made.magindex = of.magindex;
-  made.calibrated = of.calibrated;
-  made.userunits = of.userunits;
+  made.takeScale(of);
   made.capturetime = of.capturetime;
   made.stationId = of.stationId;
   made.stationIdFirst = of.stationIdFirst;
