@@ -15,6 +15,8 @@ inline constexpr const char* kMoviesFilter = "Movies (*.mve)|*.mve|All files (*.
 inline constexpr const char* kAviFilter = "Movies (*.avi)|*.avi|All files (*.*)|*.*||";
 inline constexpr const char* kDeleteSelected = "delete all images from image %i upto image %i?";
 inline constexpr const char* kDeleteOthers = "delete all images except image %i upto image %i?";
+inline constexpr const char* kRoundedToEvenRows =
+    "; the y offsets of %i images were odd and are rounded to even rows, as fields can hold no others";
 inline constexpr const char* kSelectWorkFolder = "Select Temporary work folder";
 inline constexpr const char* kCorrectingMovement = "Calculating Movement Correction";
 inline constexpr const char* kAligning = "aligning image %i of range %i to %i to image %i";

@@ -192,6 +192,23 @@ TEST_F(Flow, OfFieldsCountsRowsTwice) {
   EXPECT_THAT(map.notes, HasSubstr("The images are fields"));
 }
 
+TEST_F(Flow, OfFieldsTellsWhatTheirEvenRowsRounded) {
+  CVivoCapDoc& video = openFlow(3, [](CVivoCapDoc& moved) {
+    moved.movie->setOrigin(0, {0, 2});
+    moved.movie->setOrigin(1, {0, 3});
+    moved.movie->setOrigin(2, {1, -1});
+  });
+  run("Split images into fields");
+  EXPECT_THAT(video.notes, HasSubstr("split into fields; the y offsets of 2 images were odd"));
+  EXPECT_EQ(video.movie->recordOf(2).yOrigin, 2);
+  run("Merge into frames");
+  EXPECT_THAT(video.notes, EndsWith("merged into frames\r\n"));
+  run("Split images into fields");
+  video.movie->setOrigin(4, {0, 5});
+  run("Merge into frames");
+  EXPECT_THAT(video.notes, HasSubstr("merged into frames; the y offsets of 1 images were odd"));
+}
+
 TEST_F(Flow, AStepOfTheThresholdIsAnsweredAndOfThisMapAlone) {
   openFlow(7);
   fcfdoc& map = calculate("-1");
