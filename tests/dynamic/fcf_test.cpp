@@ -299,6 +299,26 @@ TEST_F(Flow, ShowsValuesAndALegend) {
   EXPECT_THAT(canvas.calls, Contains(HasSubstr("3.98")));
 }
 
+TEST_F(Flow, TheLegendLeavesThePictureToBeSeen) {
+  openFlow(7);
+  fcfdoc& map = calculate("-1");
+  auto& view = dynamic_cast<fcfview&>(*map.views().front());
+  const auto legendAt = [&](int32_t zoom, Size window) {
+    view.zoomnum = zoom;
+    view.setWindowSize(window);
+    RecordingCanvas canvas;
+    view.draw(canvas);
+    std::erase_if(canvas.calls, [](const std::string& call) { return !call.ends_with(" 202020"); });
+    return canvas.calls.empty() ? "" : canvas.calls.front();
+  };
+  EXPECT_EQ(view.contentSize(), (Size{228, 8 + 96}));
+  EXPECT_EQ(legendAt(1, view.contentSize()), "fill 12,20-216,88 202020") << "below 16 x 8";
+  EXPECT_EQ(legendAt(40, {1200, 320}), "fill 652,12-856,80 202020") << "beside 640 x 320";
+  EXPECT_EQ(view.contentSize(), (Size{640, 320}));
+  EXPECT_EQ(legendAt(40, {640, 500}), "fill 12,332-216,400 202020") << "below";
+  EXPECT_EQ(legendAt(40, {640, 320}), "fill 12,240-216,308 202020") << "on it";
+}
+
 TEST_F(Flow, StoresMapsBesideTheDocument) {
   openFlow(7);
   calculate("-1").threshold = 7.5;
