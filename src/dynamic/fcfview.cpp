@@ -49,11 +49,11 @@ Size fcfview::contentSize() const {
 
 // Where its window leaves room beside the picture or below; else at the bottom left.
 Point fcfview::legendCorner(Size panel) const {
-  const Size picture = ZBasicView::contentSize(), window = windowSize();
+  const Size picture = ZBasicView::contentSize(), area = windowSize();
   if (hidesPicture()) return Point{kMargin, picture.height + kMargin} - scrollPosition();
-  if (window.width - picture.width >= kLegendRoom.width) return {picture.width + kMargin, kMargin};
-  if (window.height - picture.height >= kLegendRoom.height) return {kMargin, picture.height + kMargin};
-  return {kMargin, window.height - kMargin - panel.height};
+  if (area.width - picture.width >= kLegendRoom.width) return {picture.width + kMargin, kMargin};
+  if (area.height - picture.height >= kLegendRoom.height) return {kMargin, picture.height + kMargin};
+  return {kMargin, area.height - kMargin - panel.height};
 }
 
 // The map's name and unit over a bar of its colours, with the values at their ends.
