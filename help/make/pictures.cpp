@@ -112,6 +112,8 @@ class Photographer {
   void levelCharts(ZBasicDoc& image);
   void videos();
   void flow();
+  // Of the video that shakes.
+  void movement();
   void charts();
   void chartDialogs(ZchartDoc& chart, ZchartView& view);
   void toolBox(ZchartDoc& chart, ZchartView& view);
@@ -188,6 +190,7 @@ void Photographer::documents() {
   levelCharts(image);
   discardAll();
   videos();
+  movement();
   charts();
 }
 
@@ -284,6 +287,23 @@ void Photographer::flow() {
   keep(frameOf(*map), "flow");
   keepMenus("flow-menu-");
   keepDialog(cmd::RecalculateFcf, "recalculate-flow");
+}
+
+void Photographer::movement() {
+  auto* video = dynamic_cast<CVivoCapDoc*>(app.openDocumentFile(examPath("shake.dtv")));
+  if (!video) return;
+  constexpr int kLongestRun = 120000;  // milliseconds
+  (void)app.runCommand(cmd::NailfoldPanorama);
+  if (!QTest::qWaitFor([&] { return !video->isBusy(); }, kLongestRun)) return;
+  keep(frameOf(*app.documents.active()), "panorama");
+  for (const auto& [command, name] :
+       {std::pair{cmd::MovementQuality, "movement-quality"}, std::pair{cmd::FocusCheck, "focus-check"}}) {
+    app.documents.activate(*video);
+    (void)app.runCommand(command);
+    frameOf(*app.documents.active()).resize(1000, 620);
+    keep(frameOf(*app.documents.active()), name);
+  }
+  discardAll();
 }
 
 void Photographer::charts() {

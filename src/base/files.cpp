@@ -275,6 +275,15 @@ std::string TemporaryFolder::file(const std::string& name) const {
   return folder.empty() ? std::string() : folder + name;
 }
 
+TemporaryFile& TemporaryFile::operator=(TemporaryFile&& other) noexcept {
+  std::swap(file, other.file);
+  return *this;
+}
+
+TemporaryFile::~TemporaryFile() {
+  if (!file.empty()) std::remove(file.c_str());
+}
+
 bool makeFolderPath(const std::string& path) {
   if (path.empty()) return false;
   for (size_t at = path.find(kSeparator, 1);; at = path.find(kSeparator, at + 1)) {

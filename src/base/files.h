@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/outcome.h"
@@ -106,6 +107,21 @@ class TemporaryFolder {
 
  private:
   std::string folder;  // with its separator
+};
+
+// A file that goes with this object, unless somebody keeps it.
+class TemporaryFile {
+ public:
+  TemporaryFile() = default;
+  explicit TemporaryFile(std::string path) : file(std::move(path)) {}
+  TemporaryFile(TemporaryFile&& other) noexcept : file(other.keep()) {}
+  TemporaryFile& operator=(TemporaryFile&& other) noexcept;
+  ~TemporaryFile();
+  const std::string& path() const { return file; }  // empty once it is kept
+  std::string keep() { return std::exchange(file, {}); }
+
+ private:
+  std::string file;
 };
 
 // Makes all missing folders of a path, from the first. False when one can't be made.

@@ -53,9 +53,10 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
   needFonts();
   // A table knows its size once it has measured its words.
   if (view.contentSize() == Size{}) renderView(view, kPlainWindow);
+  // A chart fills whatever window it gets; a picture may fill that of the snapshot before.
+  if (view.contentSize() == view.windowSize()) view.setWindowSize(kPlainWindow);
   Size size = view.contentSize();
-  // A chart fills whatever window it gets.
-  if (size == Size{} || size == view.windowSize()) size = kPlainWindow;
+  if (size == Size{}) size = kPlainWindow;
   view.setWindowSize(size);
   return savePicture(path, size, [&view](Canvas& canvas) { view.draw(canvas); });
 }

@@ -198,9 +198,9 @@ void fcfdoc::writeFcdRow() {
 std::string fcfdoc::figuresText() const {
   const Rect area = roiOrWhole();
   const FlowFigures& f = figures();
-  return kFiguresBegin + format("%.3f %%, FCF %.3f 1/frame in %i,%i,%i,%i by %s threshold %g", f.fcd, f.fcf,
-                                area.left, area.top, area.right, area.bottom, useConc ? "CONC" : "MASK",
-                                threshold);
+  return kFiguresBegin + format("%.3f %%, FCF %.3f 1/frame in %i,%i,%i,%i by %s threshold %g, gain %g", f.fcd,
+                                f.fcf, area.left, area.top, area.right, area.bottom,
+                                useConc ? "CONC" : "MASK", threshold, gain);
 }
 
 // The notes hold the last figures alone: steps of the threshold would bury what else is told there. A density
@@ -231,9 +231,13 @@ void fcfdoc::runStep(const std::string&, StepArea, const std::function<void(CZZi
   report(text::kMapsStay);
 }
 
+// Of this map alone: where others begin is chosen in the form. Below 0 there is none; what many steps down
+// leave of it is 0, too.
 void fcfdoc::stepThreshold(double by) {
-  threshold += by;
-  settings.setDouble("fcf", "threshold", threshold);
+  constexpr double kLeast = 1e-9;
+  const double wanted = threshold + by < kLeast ? 0.0 : threshold + by;
+  if (wanted == threshold) return;
+  threshold = wanted;
   autoThreshold = 0;
   recomputeFcf();
 }

@@ -14,8 +14,12 @@ class fcfview : public ZBasicView {  // NOLINT(readability-identifier-naming): t
   // Beside those of an image: "value", the map's own at the mouse, and "fcd".
   std::vector<StatusPane> panes() const override;
   void draw(Canvas& canvas) override;
+  // With room below for the scale of a picture that it would hide.
+  Size contentSize() const override;
 
  private:
+  bool hidesPicture() const;
+  Point legendCorner(Size panel) const;
   void drawLegend(Canvas& canvas) const;
   fcfdoc& doc;
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdio>
 
 #include "app/basicapp.h"
 #include "app/processstate.h"
@@ -30,12 +29,7 @@ bool isCorrected(CZZMovie& movie, const CZZMovie::Range& range) {
 
 // What was measured lends its scale and its stations; subject and exam come with the command.
 void takeBelongings(ZBasicDoc& made, const ZBasicDoc& of) {
-  made.magx = of.magx;
-  made.magy = of.magy;
-  made.magname = of.magname;
-  made.magindex = of.magindex;
-  made.calibrated = of.calibrated;
-  made.userunits = of.userunits;
+  made.takeScale(of);
   made.capturetime = of.capturetime;
   made.stationId = of.stationId;
   made.stationIdFirst = of.stationIdFirst;
@@ -104,14 +98,6 @@ FlowRun::FlowRun(CVivoCapDoc& measured, int32_t framesOfChunk) : video(measured)
   if (frames < 0) frames = last - first;
 }
 
-// What was recorded has no document yet.
-FlowRun::~FlowRun() {
-  if (!pictures) return;
-  const std::string file = pictures->fileName;
-  pictures.reset();
-  std::remove(file.c_str());
-}
-
 bool FlowRun::prepare() {
   if (const Outcome may = FlowRange::mayMeasure(*video.movie, {first, last}, frames); !may) {
     video.report(may.why());
@@ -134,6 +120,7 @@ bool FlowRun::prepare() {
       video.report(name + " can't be recorded: " + pictures->failure());
       return false;
     }
+    recording = TemporaryFile(pictures->fileName);
   }
   map = dynamic_cast<fcfdoc*>(process.fcfTemplate->newDocument());
   if (!map) return false;
@@ -219,7 +206,7 @@ void FlowRun::finishMovie() {
   made->appendNotes("mve fcf of " + (video.pathName().empty() ? video.moviePath : video.pathName()) +
                     text::kLineEnd);
   pictures->shared = 0;
-  made->adoptMovie(std::move(pictures), video.imagesPerSecond() / frames);
+  made->adoptMovie(std::move(pictures), std::move(recording), video.imagesPerSecond() / frames);
 }
 
 void FlowRun::end(bool) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "analysis/flow.h"
+#include "base/files.h"
 #include "base/outcome.h"
 #include "framework/job.h"
 #include "movie/zzmovie.h"
@@ -52,7 +53,6 @@ class FlowRange {
 class FlowRun : public Job {
  public:
   FlowRun(CVivoCapDoc& measured, int32_t framesOfChunk);
-  ~FlowRun() override;
   // Makes the document, and the movie where there is one. False after the user was told why not.
   [[nodiscard]] bool prepare();
 
@@ -76,6 +76,7 @@ class FlowRun : public Job {
   FlowRange range;
   bool measuring = false;  // a chunk is at work in it
   fcfdoc* map = nullptr;
+  TemporaryFile recording;             // theirs, until a document has them
   std::unique_ptr<CZZMovie> pictures;  // null without a movie
 };
 

@@ -15,6 +15,8 @@ inline constexpr const char* kMoviesFilter = "Movies (*.mve)|*.mve|All files (*.
 inline constexpr const char* kAviFilter = "Movies (*.avi)|*.avi|All files (*.*)|*.*||";
 inline constexpr const char* kDeleteSelected = "delete all images from image %i upto image %i?";
 inline constexpr const char* kDeleteOthers = "delete all images except image %i upto image %i?";
+inline constexpr const char* kRoundedToEvenRows =
+    "; the y offsets of %i images were odd and are rounded to even rows, as fields can hold no others";
 inline constexpr const char* kSelectWorkFolder = "Select Temporary work folder";
 inline constexpr const char* kCorrectingMovement = "Calculating Movement Correction";
 inline constexpr const char* kAligning = "aligning image %i of range %i to %i to image %i";
@@ -34,6 +36,7 @@ inline constexpr const char* kThresholdLabel =
 inline constexpr const char* kGainLabel =
     "Gain factor to improve image.  It does not change the data or FCF or FCD results.";
 inline constexpr const char* kFramesPerFcd = "number of frames per FCD (-1 to use whole video or selection)";
+inline constexpr const char* kNoRange = "A range needs three images at least; -1 takes all of them.";
 inline constexpr const char* kFftPoints =
     "Number of FFT points. Must be a Power of 4.  First n*2 images are used.";
 inline constexpr const char* kFftPointsOfPixel = "number of FFT points (must be a power of 4)";

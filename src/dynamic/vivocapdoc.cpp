@@ -11,7 +11,9 @@ namespace tarnvisor {
 CVivoCapDoc::CVivoCapDoc() {
   compressoutput = settings.getInt("Dynamic settings", "compressoutput", compressoutput);
 }
-CVivoCapDoc::~CVivoCapDoc() = default;
+CVivoCapDoc::~CVivoCapDoc() {
+  if (!unsavedMovie.path().empty() && isMovieOfOthers(unsavedMovie.path())) unsavedMovie.keep();
+}
 
 bool isMovieFile(const std::string& path) {
   const std::string kind = lowerCase(extensionOf(path));

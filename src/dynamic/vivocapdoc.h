@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "analysis/movement.h"
+#include "base/files.h"
 #include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
 #include "movie/movierewrite.h"
@@ -82,8 +83,9 @@ class CVivoCapDoc : public ZBasicDoc {
   void calculateFcf();
   // A new image document with these pixels, named by the document and a suffix; null when there can't be one.
   ZBasicDoc* openImage(std::unique_ptr<CZZimage> pixels, const std::string& suffix);
-  // A movie that was just made becomes this new document's.
-  void adoptMovie(std::unique_ptr<CZZMovie> made, double framesPerSecond);
+  // A movie that was just made becomes this new document's, and its file goes with the document unless that
+  // is saved.
+  void adoptMovie(std::unique_ptr<CZZMovie> made, TemporaryFile file, double framesPerSecond);
   std::string stemOfTitle() const;
 
   // --- exchange (vivocapdoc_exchange.cpp)
@@ -152,7 +154,8 @@ class CVivoCapDoc : public ZBasicDoc {
   [[nodiscard]] bool bringMovieIn(const std::string& documentPath);
   bool tellUnsavedMovie();  // false
   void goBackTo(BeforeSave& before);
-  bool isMovieOfOthers() const;
+  bool isMovieOfOthers(const std::string& file) const;
+  void settleUnsavedMovie();
   [[nodiscard]] bool saveResults(const std::string& stem);
   // vivocapdoc_pass.cpp
   class SelectionJob;
@@ -247,7 +250,8 @@ class CVivoCapDoc : public ZBasicDoc {
 
   std::string movementSummary;  // of the last run
   MovieChoice movieChoice = MovieChoice::Usual;
-  std::string leftOutside;  // the movie file that the user left where it is, away from the document
+  TemporaryFile unsavedMovie;  // was made for this document
+  std::string leftOutside;     // the movie file that the user left where it is, away from the document
 };
 
 // By its ending: a movie file that a video document can be made around. AVI files have a type of their own.

@@ -230,6 +230,15 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
   return table;
 }
 
+namespace {
+
+std::string roundingWords(CZZMovie& movie) {
+  const int32_t odd = imagesOnOddRows(movie);
+  return odd > 0 ? format(text::kRoundedToEvenRows, odd) : std::string();
+}
+
+}  // namespace
+
 // With a selection only that part goes to a file of its own, so there is nothing to ask. Of a movie that is
 // away there is no copy: its link outlasts that.
 void CVivoCapDoc::saveVideoAs() {
@@ -264,8 +273,12 @@ void CVivoCapDoc::min3x3() {
   runStep("MIN3x3", StepArea::Roi, [](CZZimage& area) { tarnvisor::min3x3(area); });
 }
 
-void CVivoCapDoc::mergeFields() { makeMovie("merged into frames", mergedFields(*movie)); }
-void CVivoCapDoc::splitFields() { makeMovie("split into fields", splitFrames(*movie)); }
+void CVivoCapDoc::mergeFields() {
+  makeMovie("merged into frames" + roundingWords(*movie), mergedFields(*movie));
+}
+void CVivoCapDoc::splitFields() {
+  makeMovie("split into fields" + roundingWords(*movie), splitFrames(*movie));
+}
 
 // Of a movie of frames the two fields of each change places; of a movie of fields the two images of each
 // frame.

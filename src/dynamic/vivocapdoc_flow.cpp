@@ -1,5 +1,4 @@
 // Commands that measure flow.
-#include <cstdlib>
 #include <new>
 
 #include "app/asked.h"
@@ -55,8 +54,9 @@ ZBasicDoc* CVivoCapDoc::openImage(std::unique_ptr<CZZimage> pixels, const std::s
   return made;
 }
 
-void CVivoCapDoc::adoptMovie(std::unique_ptr<CZZMovie> made, double framesPerSecond) {
+void CVivoCapDoc::adoptMovie(std::unique_ptr<CZZMovie> made, TemporaryFile file, double framesPerSecond) {
   movie = std::move(made);
+  unsavedMovie = std::move(file);
   fps = framesPerSecond;
   movieChanged();
   updatePlayPeriod();
@@ -69,26 +69,26 @@ bool CVivoCapDoc::canMeasureFlow() const { return hasMovie() && process.fcfTempl
 
 void CVivoCapDoc::calculateFcf() {
   if (!canMeasureFlow() || isBusy()) return;
-  std::string wanted = settings.getString("FCF", "frames", "16");
+  int32_t frames = 0;
   Form form("Functional Capillary Flow");
-  form.add(text::kFramesPerFcd, wanted);
+  form.add(text::kFramesPerFcd, frames, {.low = -1, .wrong = text::kNoRange});
+  // Stored as text: what is no number of images is proposed as 0, which nobody means.
+  (void)form.fields().front().take(settings.getString("FCF", "frames", "16"));
   if (!asked(form)) return;
-  settings.setString("FCF", "frames", wanted);
-  const auto frames = static_cast<int32_t>(std::strtol(wanted.c_str(), nullptr, 10));
-  if (frames >= 0 && frames < FlowRange::kFewestImages)
-    return report("A range needs three images at least; -1 takes all of them.");
+  if (frames >= 0 && frames < FlowRange::kFewestImages) return report(text::kNoRange);
+  settings.setInt("FCF", "frames", frames);
   auto run = std::make_unique<FlowRun>(*this, frames);
   if (run->prepare()) start(std::move(run));
 }
 
 void CVivoCapDoc::speedByRms() {
-  double threshold = settings.getDouble("fcf", "threshold", 2.0),
-         gain = settings.getDouble("fcf", "gain", 5.0);
+  double threshold = settings.getDouble("fcf", "rmsthreshold", 2.0),
+         gain = settings.getDouble("fcf", "rmsgain", 5.0);
   Form form("Speed by rms");
   form.add("threshold", threshold, {0, 1e6, {}}).add("gain", gain, {1e-6, 1e9, {}});
   if (!asked(form)) return;
-  settings.setDouble("fcf", "threshold", threshold);
-  settings.setDouble("fcf", "gain", gain);
+  settings.setDouble("fcf", "rmsthreshold", threshold);
+  settings.setDouble("fcf", "rmsgain", gain);
   auto run = std::make_unique<SpeedRun>(*this, threshold, gain);
   if (run->prepare()) start(std::move(run));
 }
@@ -141,7 +141,7 @@ void CVivoCapDoc::fftPerPixel() {
 void CVivoCapDoc::fluxConcSpeed() {
   SpectralFlow with;
   with.n = settings.getInt("FCF", "nfftpts", 16);
-  with.threshold = settings.getDouble("FCF", "threshold", 0.1);
+  with.threshold = settings.getDouble("FCF", "fluxthreshold", 0.1);
   with.lowCutoff = settings.getInt("FCF", "LFcutoff", 1);
   with.highCutoff = settings.getInt("FCF", "Hfcutoff", 16);
   Form form("Functional Capillary Flow");
@@ -151,7 +151,7 @@ void CVivoCapDoc::fluxConcSpeed() {
       .add(text::kHighCutoff, with.highCutoff);
   if (!asked(form)) return;
   settings.setInt("FCF", "nfftpts", with.n);
-  settings.setDouble("FCF", "threshold", with.threshold);
+  settings.setDouble("FCF", "fluxthreshold", with.threshold);
   settings.setInt("FCF", "LFcutoff", with.lowCutoff);
   settings.setInt("FCF", "Hfcutoff", with.highCutoff);
   if (!hasImagesForFft(with.n, 0)) return;

@@ -41,6 +41,17 @@ bool halveTimes(CZZimage& image, int32_t times) {
   return true;
 }
 
+// The blocks of a region, as far as the image that it was drawn on shows them.
+Rect blocksOf(const Rect& region, Point shownFrom) {
+  const Point corner{region.left, region.top};
+  const Point last = ZBasicDoc::snappedToBlocks({region.right, region.bottom});
+  const Point next = ZBasicDoc::snappedToBlocks({wrapAdd(corner.x, 7), wrapAdd(corner.y, 7)});
+  Point first = ZBasicDoc::snappedToBlocks(corner);
+  if (first.x < shownFrom.x && shownFrom.x <= corner.x) first.x = next.x;
+  if (first.y < shownFrom.y && shownFrom.y <= corner.y) first.y = next.y;
+  return {first.x, first.y, last.x, last.y};
+}
+
 using MovementTest = bool (*)(const MovementRecord&);
 bool hasFailed(const MovementRecord& each) { return !each.aligned; }
 bool isDoubtful(const MovementRecord& each) { return each.doubtful; }
@@ -131,7 +142,7 @@ bool CVivoCapDoc::initAMC() {
 }
 
 // The rectangles of the list, and the images that they were drawn on; without any the whole image is
-// compared.
+// compared. The marks stay as they are.
 void CVivoCapDoc::takeMovementRegions() {
   amc.regions.clear();
   amc.regionImages.clear();
@@ -140,8 +151,12 @@ void CVivoCapDoc::takeMovementRegions() {
     const auto* drawn = dynamic_cast<const CDimRect*>(each.get());
     if (!drawn || drawn->points.size() < 2) continue;
     const Point a = drawn->points[0], b = drawn->points[1];
-    amc.regions.push_back({std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)});
-    amc.regionImages.push_back(static_cast<int32_t>(std::strtol(drawn->label.c_str(), nullptr, 10)));
+    const auto number = static_cast<int32_t>(std::strtol(drawn->label.c_str(), nullptr, 10));
+    const FrameRecord& record = movie->recordOf(number);
+    const Rect blocks = blocksOf(Rect{a.x, a.y, b.x, b.y}.normalised(), {record.xOrigin, record.yOrigin});
+    if (blocks.isEmpty()) continue;
+    amc.regions.push_back(blocks);
+    amc.regionImages.push_back(number);
   }
   if (amc.regions.empty()) amc.newRgnOld = kFastWhole;
 }
@@ -228,8 +243,7 @@ void CVivoCapDoc::keepMovementBase() {
   if (!may) return appendNotes("the base was not kept: " + may.why() + text::kLineEnd);
   ZBasicDoc* base = newImage(std::move(copy), fileNameOf(path));
   if (!base) return;
-  base->magx = magx, base->magy = magy, base->magname = magname;
-  base->calibrated = calibrated, base->userunits = userunits;
+  base->takeScale(*this);
   base->notes = moviePath + text::kLineEnd;
   base->keepwhole = 1;
   if (!base->onSaveDocument(path)) logPrintf("%s was not saved\n", path.c_str());

@@ -39,7 +39,7 @@ class CVivoCapDoc::SelectionJob : public Job {
         range(video.selection()),
         pass(*video.movie, "", range) {
     if (what.empty()) what = title();
-    if (doc.isMovieOfOthers()) doc.movie->shared = 1;
+    if (doc.isMovieOfOthers(before)) doc.movie->shared = 1;
     opened = pass.openInPlace(freeMovieName(doc.homeFolder() + withoutExtension(fileNameOf(before))));
   }
   std::string title() const override { return "Processing images"; }

@@ -73,7 +73,7 @@ bool CVivoCapDoc::saveMovieAs(const std::string& name, int32_t first, int32_t la
   const CZZMovie::Range saved = movie->clamped(first, last);
   const bool part = saved.size() != imageCount();
   const WaitScope wait;
-  if (isMovieOfOthers()) movie->shared = 1;  // to be copied, never moved
+  if (isMovieOfOthers(movie->fileName)) movie->shared = 1;  // to be copied, never moved
   if (!movie->save(name, first, last)) return false;
   movieChanged();
   if (part) selectionFirst = selectionLast = -1;
@@ -88,10 +88,10 @@ bool CVivoCapDoc::tellUnsavedMovie() {
 }
 
 // Another window shows the same file.
-bool CVivoCapDoc::isMovieOfOthers() const {
+bool CVivoCapDoc::isMovieOfOthers(const std::string& file) const {
   for (const CDocument* document : theApp().documents.documents())
     if (const auto* other = dynamic_cast<const CVivoCapDoc*>(document);
-        other && other != this && other->hasMovie() && sameFile(other->movie->fileName, movie->fileName))
+        other && other != this && other->hasMovie() && sameFile(other->movie->fileName, file))
       return true;
   return false;
 }
@@ -174,6 +174,12 @@ bool CVivoCapDoc::saveResults(const std::string& stem) {
   return true;
 }
 
+// The save left the images where they were made, or brought them elsewhere.
+void CVivoCapDoc::settleUnsavedMovie() {
+  if (unsavedMovie.path() == moviePath || isMovieOfOthers(unsavedMovie.path())) unsavedMovie.keep();
+  unsavedMovie = {};
+}
+
 bool CVivoCapDoc::onSaveDocument(const std::string& path) {
   BeforeSave before(*this);
   if (!saveMovie(path)) return false;
@@ -185,6 +191,7 @@ bool CVivoCapDoc::onSaveDocument(const std::string& path) {
   }
   // From now on the movie is a stored document's, which finds it by its name and as it is now.
   if (movie) movie->shared = 1;
+  settleUnsavedMovie();
   return true;
 }
 

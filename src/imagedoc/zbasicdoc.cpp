@@ -183,6 +183,15 @@ bool ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t da
   return true;
 }
 
+void ZBasicDoc::takeScale(const ZBasicDoc& of) {
+  magx = of.magx;
+  magy = of.magy;
+  magname = of.magname;
+  magindex = of.magindex;
+  calibrated = of.calibrated;
+  userunits = of.userunits;
+}
+
 Rect ZBasicDoc::roiOrWhole() const {
   const CZZimage* shown = theImage();
   if (!shown || hasCircularRoi()) return roi;

@@ -113,6 +113,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   [[nodiscard]] bool setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
                               bool addToTable);
 
+  // The scale of what this was made of, with its unit and name.
+  void takeScale(const ZBasicDoc& of);
+
   // --- region of interest
   // Where the image's first pixel lies among the marks; (0, 0) without an image.
   Point imageOrigin() const { return theImage() ? theImage()->frameOrigin() : Point{}; }

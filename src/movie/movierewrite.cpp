@@ -43,6 +43,15 @@ RewritePlan mergedFields(CZZMovie& movie) {
                      });
 }
 
+int32_t imagesOnOddRows(CZZMovie& movie) {
+  int32_t odd = 0;
+  for (int32_t i = 0; i < movie.count; ++i) {
+    const FrameRecord& record = movie.recordOf(i);
+    odd += record.isKnown() && record.yOrigin % 2 != 0;
+  }
+  return odd;
+}
+
 RewritePlan splitFrames(CZZMovie& movie) {
   const CZZimage& frame = movie.form();
   if (movie.isFieldMovie() || frame.height < 2 || movie.count > INT32_MAX / 2) return {};

@@ -45,6 +45,8 @@ inline std::unique_ptr<CZZimage> formLike(const CZZimage& frame) {
 
 // The movies that outlive these plans; ranges as the movie's operations of the same purpose take them.
 RewritePlan mergedFields(CZZMovie& movie);
+// Those whose y offset splitting and merging round, as fields hold even rows alone.
+int32_t imagesOnOddRows(CZZMovie& movie);
 RewritePlan splitFrames(CZZMovie& movie);
 RewritePlan keptFrames(CZZMovie& movie, int32_t first, int32_t last);
 RewritePlan remainingFrames(CZZMovie& movie, int32_t first, int32_t last);  // without the range

@@ -96,6 +96,8 @@ TEST_F(Runner, DrawsTheWindowAndThePage) {
   EXPECT_EQ(picture.height, 1024);
   const uint8_t* corner = picture.row(80) + 3 * 100;
   EXPECT_THAT(std::span(corner, 3), ElementsAre(0, 255, 255)) << "the region's yellow outline";
+  EXPECT_TRUE(run("snapshot $again.png").ok);
+  EXPECT_EQ(readWholeFile(folder.file("again.png")), readWholeFile(folder.file("a.png")));
   EXPECT_TRUE(run("command \"Print...\" $a.pdf").ok);
   EXPECT_EQ(readWholeText(folder.file("a.pdf")).value_or("").substr(0, 4), "%PDF");
   EXPECT_TRUE(run("command \"Calculate average of selection\"\ncommand Histogram\nsnapshot $b.png").ok);
@@ -188,7 +190,10 @@ TEST_F(Runner, VideosTellWhatTheyDoNotTakeAndWhatTheyLeave) {
 TEST_F(Runner, FlowOfAVideoBecomesATableAndAPicture) {
   writeMovieFile(folder.file("a.mve"), 6, {16, 8},
                  [](CZZimage& image, int32_t k) { image.fill(static_cast<uint8_t>(100 + k % 3 * 20)); });
-  ASSERT_TRUE(run("open $a.mve\ncommand \"Calculate FCF\" 100\nexport $fcd.csv\ncommand \"CONC\"\n"
+  ASSERT_TRUE(run("open $a.mve").ok);
+  for (const char* wrong : {"-5", "40.5", "abc"})
+    EXPECT_FALSE(run(format("command \"Calculate FCF\" %s", wrong)).ok) << wrong;
+  ASSERT_TRUE(run("command \"Calculate FCF\" 100\nexport $fcd.csv\ncommand \"CONC\"\n"
                   "snapshot $conc.png\nsave $a.zzfcf")
                   .ok);
   EXPECT_THAT(*readWholeText(folder.file("fcd.csv")), HasSubstr("a-FCF"));

@@ -1,6 +1,7 @@
 // Functional capillary flow of a video: the run, its document and what is stored of it.
 #include "archive/archive.h"
 #include "dynamic/fcfview.h"
+#include "dynamic/texts.h"
 #include "movie/movierewrite.h"
 #include "support/recordingcanvas.h"
 #include "support/videotest.h"
@@ -77,6 +78,31 @@ TEST_F(Flow, GoesByChunksOfWhichTheLastIsShorter) {
   EXPECT_EQ(fileNameOf(movie->moviePath), "a.fcf.mve");
 }
 
+TEST_F(Flow, TheMovieOfItsRangesGoesUnlessItIsSaved) {
+  std::filesystem::create_directory(folder.file("exam"));
+  const std::string made = folder.file("a.fcf.mve");
+  const auto calculated = [&]() -> CVivoCapDoc& {
+    app->documents.activate(*process.videoTemplate->documents().front());
+    calculate("4");
+    return dynamic_cast<CVivoCapDoc&>(*process.videoTemplate->documents().back());
+  };
+  openFlow(8);
+  process.videoTemplate->discard(calculated());
+  EXPECT_FALSE(fileExists(made)) << "nobody wanted it";
+  CVivoCapDoc& saved = calculated();
+  ASSERT_TRUE(saved.onSaveDocument(folder.file("exam/x.dtv")));
+  EXPECT_EQ(saved.moviePath, folder.file("exam/a.fcf.mve"));
+  EXPECT_FALSE(fileExists(made)) << "it came along";
+  CVivoCapDoc& later = calculated();
+  ASSERT_EQ(later.moviePath, made);
+  process.videoTemplate->discard(saved);
+  EXPECT_TRUE(fileExists(folder.file("exam/a.fcf.mve")));
+  EXPECT_TRUE(fileExists(made)) << "another one's by now";
+  ASSERT_NE(app->openDocumentFile(made), nullptr);
+  process.videoTemplate->discard(later);
+  EXPECT_TRUE(fileExists(made)) << "another window shows it";
+}
+
 TEST_F(Flow, LeavesOutAnEndTooShortToTellOfFlow) {
   openFlow(8);
   EXPECT_THAT(calculate("3").notes, HasSubstr("images from 6 on are left out"));
@@ -140,6 +166,22 @@ TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   }
 }
 
+TEST_F(Flow, TakesNoRangeForAnother) {
+  openFlow(8);
+  for (const char* wrong : {"-5", "40.5", "abc", "", "99999999999"}) {
+    host.fills.emplace_back([&](const Form& form) {
+      EXPECT_NE(form.find(text::kFramesPerFcd)->take(wrong), "") << wrong;
+      return false;
+    });
+    run("Calculate FCF");
+  }
+  process.quietMode = 1;
+  settings.setString("FCF", "frames", "-5");  // as it was once kept
+  run("Calculate FCF");
+  EXPECT_THAT(host.messages.back(), HasSubstr("-1 takes all"));
+  EXPECT_EQ(rowCount(), 0U);
+}
+
 TEST_F(Flow, OfFieldsCountsRowsTwice) {
   openFlow(3);
   run("Split images into fields");
@@ -150,14 +192,32 @@ TEST_F(Flow, OfFieldsCountsRowsTwice) {
   EXPECT_THAT(map.notes, HasSubstr("The images are fields"));
 }
 
-TEST_F(Flow, AStepOfTheThresholdIsStoredAndAnswered) {
+TEST_F(Flow, OfFieldsTellsWhatTheirEvenRowsRounded) {
+  CVivoCapDoc& video = openFlow(3, [](CVivoCapDoc& moved) {
+    moved.movie->setOrigin(0, {0, 2});
+    moved.movie->setOrigin(1, {0, 3});
+    moved.movie->setOrigin(2, {1, -1});
+  });
+  run("Split images into fields");
+  EXPECT_THAT(video.notes, HasSubstr("split into fields; the y offsets of 2 images were odd"));
+  EXPECT_EQ(video.movie->recordOf(2).yOrigin, 2);
+  run("Merge into frames");
+  EXPECT_THAT(video.notes, EndsWith("merged into frames\r\n"));
+  run("Split images into fields");
+  video.movie->setOrigin(4, {0, 5});
+  run("Merge into frames");
+  EXPECT_THAT(video.notes, HasSubstr("merged into frames; the y offsets of 1 images were odd"));
+}
+
+TEST_F(Flow, AStepOfTheThresholdIsAnsweredAndOfThisMapAlone) {
   openFlow(7);
   fcfdoc& map = calculate("-1");
   map.threshold = 27.9;
   map.autoThreshold = 1;
   run("threshold up");
   EXPECT_EQ(map.autoThreshold, 0);
-  EXPECT_NEAR(settings.getDouble("fcf", "threshold", 0), 28.1, 1e-6);
+  EXPECT_NEAR(map.threshold, 28.1, 1e-6);
+  EXPECT_EQ(settings.getDouble("fcf", "threshold", -1), -1) << "the next map begins as this one did";
   EXPECT_DOUBLE_EQ(map.figures().fcd, 43.75) << "seven columns of 28.28";
   map.threshold = 28.2;
   run("threshold up");
@@ -172,6 +232,42 @@ TEST_F(Flow, AStepOfTheThresholdIsStoredAndAnswered) {
   EXPECT_EQ(rowCount(), 1U);
   run("Add FCD to results");
   EXPECT_EQ(rowCount(), 2U);
+}
+
+TEST_F(Flow, AThresholdStepsDownToZeroAndNoFurther) {
+  openFlow(7);
+  fcfdoc& map = calculate("-1");
+  map.threshold = 0.3;
+  run("threshold down");
+  run("threshold down");
+  EXPECT_EQ(map.threshold, 0);
+  map.setModified(false);
+  run("threshold down");
+  EXPECT_EQ(map.threshold, 0);
+  EXPECT_FALSE(map.isModified());
+}
+
+TEST_F(Flow, MeasuresOfFlowShareNoThreshold) {
+  CVivoCapDoc& video = openFlow(8);
+  host.fill({{"threshold", "2"}, {"gain", "50"}});
+  run("Speed by rms");
+  app->documents.activate(video);
+  host.fill({{text::kMovementLevel, "0.3"}, {text::kFftPoints, "4"}});
+  run("Calculate Flux conc & speed");
+  app->documents.activate(video);
+  const fcfdoc& map = calculate("-1");
+  EXPECT_EQ(map.threshold, 5);
+  EXPECT_EQ(map.gain, 64);
+  EXPECT_THAT(map.notes, HasSubstr("by MASK threshold 5, gain 64\r\n"));
+  host.fill({{text::kThresholdLabel, "7"}});
+  run("Recalculate");
+  EXPECT_EQ(settings.getDouble("fcf", "threshold", 0), 7) << "the form's is where the next map begins";
+  app->documents.activate(video);
+  host.fills.emplace_back([](const Form& form) {
+    EXPECT_EQ(form.find("threshold")->value(), "2");
+    return false;
+  });
+  run("Speed by rms");
 }
 
 TEST_F(Flow, RecalculateFindsThresholdAndGain) {
@@ -201,6 +297,26 @@ TEST_F(Flow, ShowsValuesAndALegend) {
   view.draw(canvas);
   EXPECT_THAT(canvas.calls, Contains(HasSubstr("FCF [1/frame]")));
   EXPECT_THAT(canvas.calls, Contains(HasSubstr("3.98")));
+}
+
+TEST_F(Flow, TheLegendLeavesThePictureToBeSeen) {
+  openFlow(7);
+  fcfdoc& map = calculate("-1");
+  auto& view = dynamic_cast<fcfview&>(*map.views().front());
+  const auto legendAt = [&](int32_t zoom, Size window) {
+    view.zoomnum = zoom;
+    view.setWindowSize(window);
+    RecordingCanvas canvas;
+    view.draw(canvas);
+    std::erase_if(canvas.calls, [](const std::string& call) { return !call.ends_with(" 202020"); });
+    return canvas.calls.empty() ? "" : canvas.calls.front();
+  };
+  EXPECT_EQ(view.contentSize(), (Size{228, 8 + 96}));
+  EXPECT_EQ(legendAt(1, view.contentSize()), "fill 12,20-216,88 202020") << "below 16 x 8";
+  EXPECT_EQ(legendAt(40, {1200, 320}), "fill 652,12-856,80 202020") << "beside 640 x 320";
+  EXPECT_EQ(view.contentSize(), (Size{640, 320}));
+  EXPECT_EQ(legendAt(40, {640, 500}), "fill 12,332-216,400 202020") << "below";
+  EXPECT_EQ(legendAt(40, {640, 320}), "fill 12,240-216,308 202020") << "on it";
 }
 
 TEST_F(Flow, StoresMapsBesideTheDocument) {

@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "charts/chartdoc.h"
 #include "dynamic/commandids.h"
+#include "measure/dimrect.h"
 #include "support/videotest.h"
 
 namespace tarnvisor {
@@ -90,6 +91,26 @@ TEST_F(Movement, RegionsAreDrawnRememberTheirImageAndLeaveTheirBase) {
   ASSERT_NE(base, nullptr);
   EXPECT_EQ(base->theImage()->width, 64);
   EXPECT_THAT(base->notes, HasSubstr("a.mve"));
+}
+
+TEST_F(Movement, RegionsThatWerePastedAreComparedInBlocks) {
+  CVivoCapDoc& doc = moving("a.mve", course);
+  EXPECT_TRUE(doc.setScale(2, 3, "x", 77, false, false));
+  run("Edit AMC regions");
+  for (const Rect& drawn : {Rect{9, 11, 76, 78}, Rect{90, 62, 157, 130}}) {
+    CDimRect pasted;
+    pasted.points = {{drawn.left, drawn.top}, {drawn.right, drawn.bottom}};
+    doc.insertDimension(pasted);
+  }
+  run("AMC without display");
+  EXPECT_THAT(doc.notes, HasSubstr("5 of 5 aligned"));
+  EXPECT_EQ(offsets(), corrected);
+  const std::vector<Point> moved{Point{90, 62} + corrected[0], Point{157, 130} + corrected[0]};
+  EXPECT_EQ(doc.currentDims().at(1).points, moved) << "along with the images alone";
+  auto* base = dynamic_cast<ZBasicDoc*>(app->openDocumentFile(folder.file("a-AMCbase.tv1")));
+  ASSERT_NE(base, nullptr);
+  EXPECT_EQ(base->theImage()->width, 144);
+  EXPECT_EQ(base->magindex, 77) << "the scale comes along whole";
 }
 
 TEST_F(Movement, WithoutRegionsTheWholeImageIsCompared) {
