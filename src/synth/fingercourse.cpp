@@ -49,7 +49,7 @@ double slowly(double seconds) { return 0.6 * sineOfTurns(seconds / 9.0) + 0.4 * 
 FingerVideoSettings withinRange(FingerVideoSettings s) {
   s.still = withinRange(s.still);
   s.still.blurRadius = std::min(s.still.blurRadius, 8.0);
-  s.framesPerSecond = within(s.framesPerSecond, 1, 10000);
+  s.framesPerSecond = within(s.framesPerSecond, 1, kMostFingerFrames);
   s.frames = std::max(s.frames, 1);
   FingerMovement& m = s.movement;
   m.tremor = within(m.tremor, 0, 20);

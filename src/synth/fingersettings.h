@@ -38,9 +38,11 @@ struct FingerFlow {
   double spread = 0.0;  // 0..0.9: a capillary's velocity differs from the mean by up to about this share
 };
 
+inline constexpr double kMostFingerFrames = 100000;  // a second
+
 struct FingerVideoSettings {
   NailfoldStill still;            // with interlace 1 or 2, a video of fields; blurRadius up to 8 here
-  double framesPerSecond = 60.0;  // 1..10000; of fields, fields
+  double framesPerSecond = 60.0;  // 1..kMostFingerFrames; of fields, fields
   int32_t frames = 300;           // 1 and more: images that can be rendered
   FingerMovement movement;
   FingerFlow flow;

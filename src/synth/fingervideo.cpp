@@ -6,36 +6,16 @@
 
 #include "base/parallel.h"
 #include "base/text.h"
+#include "synth/fingerblood.h"
 #include "synth/fingerscene.h"
 #include "synth/movedrows.h"
 #include "synth/random.h"
-#include "synth/redcells.h"
 
 namespace tarnvisor {
 
 namespace {
 
-enum Stream : uint64_t { velocityStream = 1u << 25, noiseRowStream };
-
-// The clearest gap lets this share of the light through that a full column would take; less where one looks
-// along the vessel and sees several gaps and columns behind each other.
-constexpr double clearnessAcross = 0.92;
-constexpr double clearnessAlong = 0.45;
-
-// Their mean is 1, and none is further from it than the spread.
-std::vector<double> velocityFactors(const FingerVideoSettings& set, size_t count) {
-  Random random(set.still.seed, velocityStream);
-  std::vector<double> factors(count);
-  double sum = 0;
-  for (double& factor : factors) sum += factor = random.between(-1, 1);
-  double furthest = 1;
-  for (double& factor : factors) {
-    factor -= sum / static_cast<double>(count);
-    furthest = std::max(furthest, std::abs(factor));
-  }
-  for (double& factor : factors) factor = 1.0 + set.flow.spread * factor / furthest;
-  return factors;
-}
+constexpr uint64_t noiseRowStream = (1u << 25) + 1;
 
 // One row of one colour.
 struct Exposure {
@@ -62,11 +42,11 @@ FingerVideo::FingerVideo(const Settings& settings)
   if (!canBeShown(set.still)) return;
   try {
     scene = std::make_unique<FingerScene>(set, *time);
+    blood = std::make_unique<FingerBlood>(set, *scene);
     makeTruth();
   } catch (const std::bad_alloc&) {
     scene.reset();
-    cells.clear();
-    factors.clear();
+    blood.reset();
     course.clear();
     still = {};
   }
@@ -75,13 +55,11 @@ FingerVideo::FingerVideo(const Settings& settings)
 FingerVideo::~FingerVideo() = default;
 
 void FingerVideo::makeTruth() {
-  factors = velocityFactors(set, scene->capillaries.size());
   std::vector<PlacedCapillary> atFirst = scene->capillaries;
   for (size_t i = 0; i < atFirst.size(); ++i) {
-    const bool hairpin = atFirst[i].hairpin;
-    cells.emplace_back(set.still.seed, i, set.flow, hairpin ? clearnessAcross : clearnessAlong);
     atFirst[i].vessel.moveBy(-scene->marginX, -scene->marginY);
-    FingerCapillary capillary{hairpin, set.flow.velocity * factors[i], atFirst[i].vessel.course(), {0.0}};
+    FingerCapillary capillary{
+        atFirst[i].hairpin, set.flow.velocity * blood->factors()[i], atFirst[i].vessel.course(), {0.0}};
     for (size_t k = 1; k < capillary.line.size(); ++k) {
       const double dx = capillary.line[k].x - capillary.line[k - 1].x;
       const double dy = capillary.line[k].y - capillary.line[k - 1].y;
@@ -96,20 +74,16 @@ void FingerVideo::makeTruth() {
 
 FrameTruth FingerVideo::truthOf(int32_t frame) const {
   FrameTruth truth = time->at(std::clamp(frame, 0, set.frames - 1));
-  for (const double factor : factors) truth.velocities.push_back(truth.velocity * factor);
+  if (blood) truth.velocities = blood->velocities(truth.velocity);
   return truth;
 }
 
 std::vector<float> FingerVideo::patternsAt(const FrameTruth& moment) const {
   std::vector<float> table(scene->patternSamples);
   const double distance = time->distance(moment.frame);
-  parallelFor(static_cast<int64_t>(cells.size()), 8, [&](int64_t begin, int64_t end) {
-    for (auto i = static_cast<size_t>(begin); i < static_cast<size_t>(end); ++i) {
-      const PatternSpan& span = scene->patterns[i];
-      cells[i].darkening(distance * factors[i], moment.blur, span.firstArc,
-                         1.0 / FingerScene::samplesPerPixel,
-                         std::span(table).subspan(span.first, span.count));
-    }
+  parallelFor(static_cast<int64_t>(scene->capillaries.size()), 8, [&](int64_t begin, int64_t end) {
+    for (auto i = static_cast<size_t>(begin); i < static_cast<size_t>(end); ++i)
+      blood->darken(i, distance, moment.blur, table);
   });
   return table;
 }
@@ -140,7 +114,8 @@ bool FingerVideo::render(int32_t frame, CZZimage& target) const {
     const std::span<const Channel> channels = channelsOf(set.still);
     const auto step = static_cast<int32_t>(channels.size());
     parallelFor(target.height, 32, [&](int64_t begin, int64_t end) {
-      MovedRows rows(*scene, moment, patterns);
+      MovedRows rows(*scene);
+      rows.begin(moment, patterns);
       for (auto y = static_cast<int32_t>(begin); y < end; ++y) {
         const int32_t frameY = target.interlace ? 2 * y + target.interlace - 1 : y;
         rows.moveTo(frameY);

@@ -20,9 +20,9 @@
 
 namespace tarnvisor {
 
+class FingerBlood;
 class FingerCourse;
 class FingerScene;
-class RedCells;
 
 struct FingerCapillary {
   bool hairpin = false;
@@ -72,8 +72,7 @@ class FingerVideo {
   Settings set;
   std::unique_ptr<FingerCourse> time;
   std::unique_ptr<FingerScene> scene;  // null when empty
-  std::vector<RedCells> cells;         // by capillary
-  std::vector<double> factors;         // by capillary: its velocity, of the mean
+  std::unique_ptr<FingerBlood> blood;
   std::vector<FingerCapillary> course;
   NailfoldTruth still;
 };

@@ -17,8 +17,21 @@ std::array<float, 4> cubicWeights(double t) {
 
 }  // namespace
 
-MovedRows::MovedRows(const FingerScene& shown, const FrameTruth& moment, std::span<const float> cellPatterns)
-    : scene(shown), patterns(cellPatterns), focus(shown.focusOf(moment.blur)) {
+MovedRows::MovedRows(const FingerScene& shown) : scene(shown) {
+  const auto width = static_cast<size_t>(scene.canvas.width);
+  for (Line& one : lines) {
+    one.skin.resize(width);
+    one.blood.resize(width);
+  }
+  const auto frameWidth = static_cast<size_t>(scene.window.width);
+  down.resize(frameWidth + 3);
+  skinRow.resize(frameWidth);
+  bloodRow.resize(frameWidth);
+}
+
+void MovedRows::begin(const FrameTruth& moment, std::span<const float> cellPatterns) {
+  patterns = cellPatterns;
+  focus = scene.focusOf(moment.blur);
   const double x = scene.marginX - moment.dx;
   const double y = scene.marginY - moment.dy;
   left = static_cast<int32_t>(std::floor(x));
@@ -26,16 +39,7 @@ MovedRows::MovedRows(const FingerScene& shown, const FrameTruth& moment, std::sp
   weightsX = cubicWeights(x - left);
   weightsY = cubicWeights(y - top);
   whole = x == left && y == top;
-  const auto width = static_cast<size_t>(scene.canvas.width);
-  for (Line& one : lines) {
-    one.skin.resize(width);
-    one.blood.resize(width);
-  }
-  if (whole) return;
-  const auto frameWidth = static_cast<size_t>(scene.window.width);
-  down.resize(frameWidth + 3);
-  skinRow.resize(frameWidth);
-  bloodRow.resize(frameWidth);
+  for (Line& one : lines) one.row = -1;
 }
 
 void MovedRows::moveTo(int32_t frameY) {

@@ -12,10 +12,11 @@ namespace tarnvisor {
 
 class MovedRows {
  public:
-  // Scene and patterns (darkening left by the red cells, as the scene's pattern spans tell) must outlive
-  // this.
-  MovedRows(const FingerScene& scene, const FrameTruth& moment, std::span<const float> patterns);
+  explicit MovedRows(const FingerScene& scene);  // which must outlive this
 
+  // The moment whose rows come next; asks for no memory. The patterns (darkening left by the red cells, as
+  // the scene's pattern spans tell) are read until the last of them.
+  void begin(const FrameTruth& moment, std::span<const float> patterns);
   void moveTo(int32_t frameY);
   // Of the row moved to, frame width values: the skin's brightness, and the share of its light that blood
   // takes, of the most that it can.
@@ -37,11 +38,11 @@ class MovedRows {
   const FingerScene& scene;
   std::span<const float> patterns;
   FingerScene::Focus focus;
-  int32_t left;  // canvas column and row that the frame's first pixel shows, before the fraction
-  int32_t top;
-  bool whole;  // no fraction either way
-  std::array<float, 4> weightsX;
-  std::array<float, 4> weightsY;
+  int32_t left = 0;  // canvas column and row that the frame's first pixel shows, before the fraction
+  int32_t top = 0;
+  bool whole = true;  // no fraction either way
+  std::array<float, 4> weightsX{};
+  std::array<float, 4> weightsY{};
   std::array<Line, 4> lines;  // by canvas row modulo 4
   std::vector<float> down;
   std::vector<float> skinRow;

@@ -1,0 +1,1 @@
+bench_program(bench_simulatedcamera SOURCES simulatedcamera.cpp DEPENDS camera)
