@@ -44,6 +44,9 @@ struct DrivenForms final : Forms {
     dialog.reject();
     return false;
   }
+  std::unique_ptr<OpenForm> show(Form, FormEvents) override {
+    return std::make_unique<FacelessForm>(Point{});
+  }
 };
 
 class PaintCounter final : public QObject {

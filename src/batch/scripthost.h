@@ -24,6 +24,7 @@ class ScriptHost final : public NullHost {
   bool hadError() const { return sawError; }
   bool closeWanted() const { return closing; }
 
+  using NullHost::show;
   Answer show(const std::string& text, Buttons buttons, Icon icon) override;
   std::optional<std::string> openFile(const FileRequest& request) override;
   std::optional<std::string> saveFile(const FileRequest& request) override;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/host.h"
+
 namespace tarnvisor {
 
 namespace {
@@ -17,13 +19,26 @@ MarkerEditor& MarkerEditor::shared() {
 void MarkerEditor::open(CMarker& marker) {
   shown = &marker;
   takeFields();
-  tell();
+  openWindow();
 }
 
 void MarkerEditor::close() {
-  if (!shown) return;
   shown = nullptr;
-  tell();
+  closeWindow();
+}
+
+// A new one, in front, for each marker: what was typed for the one before is dropped.
+void MarkerEditor::openWindow() {
+  closeWindow();
+  window = host().forms.show(form(), {.onClose = [this] { close(); },
+                                      .buttons = {{"Update", [this] { update(); }, true}},
+                                      .closeLabel = "Cancel",
+                                      .place = place});
+}
+
+void MarkerEditor::closeWindow() {
+  if (window) place = window->place();
+  window.reset();
 }
 
 void MarkerEditor::takeFields() {
@@ -53,8 +68,7 @@ Form MarkerEditor::form() {
       .add("label", label)
       .add("width", width, sixteenBits)
       .add("height", height, sixteenBits)
-      .add("pole", pole, sixteenBits)
-      .setOkLabel("Update");
+      .add("pole", pole, sixteenBits);
   return fields;
 }
 

@@ -1,8 +1,10 @@
-// The window "Edit Marker", without its face: one for the whole program, linked to the marker that it shows.
-// It closes when that marker goes, by itself or with its list.
+// The window "Edit Marker": one for the whole program, linked to the marker that it shows. It stays open
+// beside the charts, and where it was moved to. It closes when that marker goes, by itself or with its list.
 #pragma once
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 #include "charts/marker.h"
 #include "host/form.h"
@@ -21,8 +23,6 @@ class MarkerEditor final : public MarkerWatcher {
   // The fields go to the marker. A new label sets the box's width; a width or height that was changed here
   // replaces the old one after that. Then the fields show what the marker has.
   void update();
-  // The fields bound to this object, with the button "Update".
-  Form form();
   void markerGone(const CMarker& marker) override;
 
   std::string text;
@@ -31,15 +31,16 @@ class MarkerEditor final : public MarkerWatcher {
   int32_t height = 0;
   int32_t pole = 0;
 
-  std::function<void()> onChange;           // opened, shows another marker, or closed: for the face
   std::function<void(CMarker&)> onUpdated;  // for the chart that shows the marker
 
  private:
   void takeFields();
-  void tell() const {
-    if (onChange) onChange();
-  }
+  Form form();
+  void openWindow();
+  void closeWindow();
   CMarker* shown = nullptr;  // borrowed
+  std::unique_ptr<OpenForm> window;
+  std::optional<Point> place;  // of the last window
 };
 
 }  // namespace tarnvisor

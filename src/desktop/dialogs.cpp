@@ -10,8 +10,7 @@ DesktopDialogs::DesktopDialogs(CBasicMainFrame& frame, QWidget* parent)
       subject(parent),
       exams(parent),
       magnification(parent),
-      profiles(parent),
-      markers(parent) {
+      profiles(parent) {
   frame.subjectFace = &subject;
   frame.examFace = &exams;
   frame.profileFace = &profiles;

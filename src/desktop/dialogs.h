@@ -9,7 +9,6 @@
 
 #include "desktop/examlistwindow.h"
 #include "desktop/magnificationwindow.h"
-#include "desktop/markerwindow.h"
 #include "desktop/profiledialog.h"
 #include "desktop/subjectdialog.h"
 #include "frame/mainframe.h"
@@ -36,7 +35,6 @@ class DesktopDialogs {
   ExamFace exams;
   MagnificationTableFace magnification;
   ProfileTableFace profiles;
-  MarkerFace markers;
   QPointer<ShortcutList> shortcuts;  // goes with its parent, or with this
 };
 

@@ -16,17 +16,24 @@
 #include "base/text.h"
 #include "base/version.h"
 #include "desktop/formdialog.h"
+#include "desktop/formwindow.h"
 #include "desktop/qttext.h"
 #include "settings/profile.h"
 
 namespace tarnvisor {
 
-QWidget* dialogParent() {
-  if (QWidget* modal = QApplication::activeModalWidget()) return modal;
-  if (QWidget* active = QApplication::activeWindow()) return active;
+namespace {
+QWidget* visibleMainWindow() {
   for (QWidget* window : QApplication::topLevelWidgets())
     if (window->isVisible() && window->inherits("QMainWindow")) return window;
   return nullptr;
+}
+}  // namespace
+
+QWidget* dialogParent() {
+  if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+  if (QWidget* active = QApplication::activeWindow()) return active;
+  return visibleMainWindow();
 }
 
 // --- how far a long work is
@@ -273,6 +280,11 @@ bool QtForms::run(Form& form) {
   const QtWaitCursor::Pause pause;
   FormDialog dialog(form, dialogParent());
   return dialog.exec() == QDialog::Accepted;
+}
+
+std::unique_ptr<OpenForm> QtForms::show(Form form, FormEvents events) {
+  if (process.quietMode) return std::make_unique<FacelessForm>(events.place.value_or(Point{}));
+  return openFormWindow(std::move(form), std::move(events), visibleMainWindow());
 }
 
 // --- clipboard

@@ -61,6 +61,7 @@ class QtChoosers final : public Choosers {
 class QtForms final : public Forms {
  public:
   bool run(Form& form) override;
+  std::unique_ptr<OpenForm> show(Form form, FormEvents events) override;
 };
 
 // A format of the program's own travels as "application/x-tarnvisor-" and its name in small letters.

@@ -117,6 +117,14 @@ Form& Form::addFile(std::string label, std::string& path, std::string filter) {
 Form& Form::addNote(std::string words) {
   return addField({FormField::Kind::Note, std::move(words), std::monostate{}, {}, {}, true});
 }
+Form& Form::addReading(std::string label, std::string& text) {
+  return addField({FormField::Kind::Reading, std::move(label), &text, {}, {}, true});
+}
+Form& Form::addSlider(std::string label, int32_t& value, int32_t low, int32_t high) {
+  add(std::move(label), value, {static_cast<double>(low), static_cast<double>(high), {}});
+  rows.back().slides = true;
+  return *this;
+}
 Form& Form::withDecimals(int32_t count) {
   rows.back().decimals = count;
   return *this;

@@ -5,9 +5,13 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "base/geometry.h"
 
 namespace tarnvisor {
 
@@ -18,7 +22,7 @@ struct Limits {
 };
 
 struct FormField {
-  enum class Kind { Whole, Number, Text, Check, Choice, LongText, Note, ColourValue, File };
+  enum class Kind { Whole, Number, Text, Check, Choice, LongText, Note, ColourValue, File, Reading };
   Kind kind = Kind::Note;
   std::string label;
   // What an accepted form is stored to; a Note has none.
@@ -28,6 +32,7 @@ struct FormField {
   bool readOnly = false;
   std::string filter;     // of a File: what its chooser shows (host/choosers.h)
   int32_t decimals = -1;  // of a Number: how many it shows; -1 for as many as it has
+  bool slides = false;    // of a Whole with both limits: a wide slider beside it, in a live form or not
 
   // The bound value as text: "1" or "0" for a check, the choice's words for a choice.
   std::string value() const;
@@ -49,6 +54,9 @@ class Form {
   Form& addColour(std::string label, int32_t& colour);  // 0x00bbggrr
   Form& addFile(std::string label, std::string& path, std::string filter);
   Form& addNote(std::string words);
+  // A line that the user only reads; what it shows may change while the form is open.
+  Form& addReading(std::string label, std::string& text);
+  Form& addSlider(std::string label, int32_t& value, int32_t low, int32_t high);
   Form& withDecimals(int32_t count);  // of the Number just added
   Form& setOkLabel(std::string words);
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves
@@ -73,12 +81,56 @@ class Form {
   std::function<void()> onChange;
 };
 
+// A form that stays open beside the windows until this object goes or the user closes it.
+class OpenForm {
+ public:
+  OpenForm() = default;
+  virtual ~OpenForm() = default;
+  OpenForm(const OpenForm&) = delete;
+  OpenForm& operator=(const OpenForm&) = delete;
+  // Shows the bound variables anew, but for the field that is being edited.
+  virtual void refresh() = 0;
+  virtual bool isOpen() const = 0;
+  virtual Point place() const = 0;  // of its window on the screen; of one that is gone the last
+};
+
+struct FormButton {
+  std::string label;
+  std::function<void()> press;  // after it the form is refreshed
+  bool takesValues = false;     // off while a value is wrong; Enter presses it, and all fields are refreshed
+};
+
+// What a form that stays open does. All of it may end that form.
+struct FormEvents {
+  std::function<void()> onClose = {};  // the user closed it
+  std::vector<FormButton> buttons = {};
+  std::string closeLabel = "Close";
+  int32_t refreshMs = 0;  // time between refreshes, which stand still behind dialogs; 0 for none
+  std::function<void()> onRefresh = {};  // before each refresh
+  std::optional<Point> place = {};       // where its window opens
+};
+
+// With nobody to see it.
+class FacelessForm final : public OpenForm {
+ public:
+  explicit FacelessForm(Point opensAt) : at(opensAt) {}
+  void refresh() override {}
+  bool isOpen() const override { return true; }
+  Point place() const override { return at; }
+
+ private:
+  Point at;
+};
+
 class Forms {
  public:
   virtual ~Forms() = default;
   // True when the user accepted: all fields are then stored in their variables. On Cancel none is, unless the
   // form is live.
   virtual bool run(Form& form) = 0;
+  // Without waiting. The form's variables, which must outlive what is returned, take each right value as it
+  // is typed; setOnChange tells of that.
+  [[nodiscard]] virtual std::unique_ptr<OpenForm> show(Form form, FormEvents events) = 0;
 };
 
 }  // namespace tarnvisor

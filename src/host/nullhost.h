@@ -27,6 +27,9 @@ class NullHost : public Messages,
     return std::nullopt;
   }
   bool run(Form&) override { return false; }
+  std::unique_ptr<OpenForm> show(Form, FormEvents events) override {
+    return std::make_unique<FacelessForm>(events.place.value_or(Point{}));
+  }
   void setText(const std::string& words) override { clipboardText = words; }
   std::optional<std::string> text() override { return clipboardText; }
   ClipboardResult setData(const std::string& format, const std::vector<uint8_t>& bytes) override {

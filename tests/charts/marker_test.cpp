@@ -4,6 +4,7 @@
 #include "charts/markerplacement.h"
 #include "support/archivetest.h"
 #include "support/recordingcanvas.h"
+#include "support/testhost.h"
 
 namespace tarnvisor {
 
@@ -205,10 +206,10 @@ TEST(MarkersAreDrawn, WithTheLabelCutToTheBoxOnScreensOnly) {
 struct Editor : ::testing::Test {
   Editor() { editor.onUpdated = nullptr; }  // of a chart that is gone
   ~Editor() override {
-    editor.onChange = nullptr;
     editor.onUpdated = nullptr;
     editor.close();
   }
+  TestHost host;
   MarkerEditor& editor = MarkerEditor::shared();
 };
 
@@ -222,23 +223,20 @@ TEST_F(Editor, GivesItsFieldsToTheMarker) {
   for (const auto& [fields, width, height, pole, expectedLabel] : cases) {
     const auto marker = at(1.0, "ab");
     editor.open(*marker);
-    const Form form = editor.form();
-    EXPECT_EQ(form.title(), "Edit Marker");
-    EXPECT_EQ(form.okLabel(), "Update");
-    for (const auto& [label, value] : fields) ASSERT_EQ(form.find(label)->take(value), "");
-    editor.update();
+    const std::shared_ptr<ShownForm> window = host.shownForms.back();
+    EXPECT_EQ(window->form.title(), "Edit Marker");
+    for (const auto& [label, value] : fields) window->change(label, value);
+    window->press("Update");
     EXPECT_EQ(marker->boxwidth, width);
     EXPECT_EQ(marker->boxheight, height);
     EXPECT_EQ(marker->pole, pole);
     EXPECT_EQ(marker->label, expectedLabel);
     EXPECT_EQ(editor.width, width) << "the fields show what the marker has now";
   }
-  EXPECT_NE(editor.form().find("width")->take("65536"), "");
+  EXPECT_NE(host.shownForms.back()->form.find("width")->take("65536"), "");
 }
 
 TEST_F(Editor, ClosesWhenItsMarkerOrItsListGoes) {
-  int told = 0;
-  editor.onChange = [&] { ++told; };
   {
     CMarkerList list = listOf({1.0, 2.0, 3.0});
     editor.open(*list.items[1]);
@@ -250,7 +248,19 @@ TEST_F(Editor, ClosesWhenItsMarkerOrItsListGoes) {
     editor.open(*list.items[0]);
   }
   EXPECT_FALSE(editor.isOpen());
-  EXPECT_EQ(told, 4);
+  ASSERT_EQ(host.shownForms.size(), 2u);
+  for (const auto& window : host.shownForms) EXPECT_FALSE(window->isOpen);
+}
+
+TEST_F(Editor, ShowsOneMarkerAtATimeUntilItIsClosed) {
+  const auto first = at(1.0, "a"), second = at(2.0, "b");
+  editor.open(*first);
+  editor.open(*second);
+  ASSERT_EQ(host.shownForms.size(), 2u);
+  EXPECT_FALSE(host.shownForms[0]->isOpen);
+  EXPECT_EQ(host.shownForms[1]->value("label"), "b");
+  host.shownForms[1]->close();
+  EXPECT_EQ(editor.marker(), nullptr);
 }
 
 }  // namespace

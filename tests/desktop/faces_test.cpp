@@ -4,16 +4,19 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMainWindow>
 #include <QRadioButton>
 #include <QSvgRenderer>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
 
+#include "charts/markereditor.h"
 #include "desktop/dialogs.h"
 #include "desktop/dialogtest.h"
+#include "desktop/formwindow.h"
 #include "desktop/icons.h"
-#include "desktop/markerwindow.h"
+#include "desktop/qtports.h"
 #include "desktop/recordbar.h"
 #include "desktop/shortcutlist.h"
 #include "desktop/statuswindow.h"
@@ -269,40 +272,56 @@ TEST(Icons, AllDrawingsAreValidAndLieWithinTheirSquare) {
   }
 }
 
-TEST_F(Faces, TheMarkerWindowStaysThroughUpdatesAndGoesWithItsMarker) {
-  QWidget parent;
-  MarkerFace face(&parent);
+class MarkerWindow : public Faces {
+ protected:
+  MarkerWindow() { main.show(); }
+  ~MarkerWindow() override { MarkerEditor::shared().close(); }
+  // Null while no marker is shown.
+  FormWindow* window() const {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    const auto all = main.findChildren<FormWindow*>();
+    EXPECT_LE(all.size(), 1);
+    return all.empty() ? nullptr : all.front();
+  }
+  QMainWindow main;
+  QtForms forms;
+  Host withForms{host, host, forms, host, host, host, host, host, host};
+  const HostScope withWindows{withForms};
+};
+
+TEST_F(MarkerWindow, StaysThroughUpdatesAndGoesWithItsMarker) {
   auto first = std::make_unique<CMarker>();
   first->SetLabel("one");
   CMarker second;
   MarkerEditor::shared().open(*first);
-  ASSERT_NE(face.window(), nullptr);
-  EXPECT_EQ(face.window()->windowTitle(), "Edit Marker");
-  EXPECT_TRUE(face.window()->isVisible());
-  EXPECT_FALSE(face.window()->isModal());
-  auto* label = qobject_cast<QLineEdit*>(face.window()->editor(1));
+  ASSERT_NE(window(), nullptr);
+  EXPECT_EQ(window()->windowTitle(), "Edit Marker");
+  EXPECT_TRUE(window()->isVisible());
+  EXPECT_FALSE(window()->isModal());
+  auto* label = qobject_cast<QLineEdit*>(window()->editor(1));
   ASSERT_NE(label, nullptr);
   EXPECT_EQ(label->text(), "one");
   label->setText("systole");
-  click(*face.window(), "Update");
+  EXPECT_EQ(first->label, "one") << "not before Update";
+  click(*window(), "Update");
   EXPECT_EQ(first->label, "systole");
   EXPECT_EQ(first->boxwidth, 7);
-  ASSERT_NE(face.window(), nullptr);
-  EXPECT_TRUE(face.window()->isVisible());
-  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-  EXPECT_EQ(parent.findChildren<FormDialog*>().size(), 1);
+  EXPECT_EQ(qobject_cast<QLineEdit*>(window()->editor(2))->text(), "7") << "shown anew";
+  EXPECT_TRUE(window()->isVisible());
 
+  window()->move(70, 50);
   MarkerEditor::shared().open(second);
-  EXPECT_EQ(MarkerEditor::shared().marker(), &second);
+  EXPECT_EQ(window()->pos(), QPoint(70, 50));
   first.reset();
-  ASSERT_NE(face.window(), nullptr) << "another marker went";
-  click(*face.window(), "Cancel");
+  ASSERT_NE(window(), nullptr) << "another marker went";
+  click(*window(), "Cancel");
   EXPECT_FALSE(MarkerEditor::shared().isOpen());
   {
     CMarker third;
     MarkerEditor::shared().open(third);
+    EXPECT_NE(window(), nullptr);
   }
-  EXPECT_EQ(face.window(), nullptr);
+  EXPECT_EQ(window(), nullptr);
 }
 
 }  // namespace

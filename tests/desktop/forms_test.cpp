@@ -4,13 +4,16 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QSlider>
 #include <QTest>
 
+#include "desktop/dialogtest.h"
 #include "desktop/formdialog.h"
-#include "support/testhost.h"
+#include "desktop/formwindow.h"
 
 namespace tarnvisor {
 namespace {
@@ -145,6 +148,152 @@ TEST_F(LiveForm, CancelPutsTheValuesBackAndTellsSo) {
   dialog.reject();
   EXPECT_EQ(low, 20);
   EXPECT_EQ(seen.back(), (std::pair<int32_t, double>{20, 1.0}));
+}
+
+class StayingForm : public ::testing::Test {
+ protected:
+  StayingForm() { main->show(); }
+  // A camera's: what it is set to, and what it says.
+  FormWindow& open(FormEvents events) {
+    Form form("Camera");
+    form.add("exposure", exposure, {.low = 10, .high = 90}).addSlider("gain", gain, 0, 100);
+    form.addReading("rate", rate).setOnChange([this] { ++changes; });
+    shown = openFormWindow(std::move(form), std::move(events), main.get());
+    window = main->findChildren<FormWindow*>().back();
+    return *window;
+  }
+  QLineEdit* line(size_t field) const { return dynamic_cast<QLineEdit*>(window->editor(field)); }
+  QString reading() const { return dynamic_cast<QLabel*>(window->editor(2))->text(); }
+  QPushButton* button(const QString& words) const {
+    for (QPushButton* each : window->findChildren<QPushButton*>())
+      if (each->text() == words) return each;
+    return nullptr;
+  }
+  // With the keyboard in this field, so that it can be edited.
+  void enter(size_t field) {
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    line(field)->setFocus();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return line(field)->hasFocus(); }, 60'000));
+  }
+  int32_t exposure = 20, gain = 5;
+  std::string rate = "30.0";
+  int changes = 0;
+  std::unique_ptr<QMainWindow> main = std::make_unique<QMainWindow>();
+  QPointer<FormWindow> window;
+  std::unique_ptr<OpenForm> shown;
+};
+
+TEST_F(StayingForm, TakesEachRightValueAtOnceAndTellsIt) {
+  open({});
+  EXPECT_FALSE(window->isModal());
+  EXPECT_EQ(window->windowType(), Qt::Tool);
+  window->findChildren<QSlider*>().back()->setValue(60);
+  EXPECT_EQ(gain, 60);
+  EXPECT_EQ(line(1)->text(), "60");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return changes == 1; }, 60'000));
+  type(line(0), "91");
+  EXPECT_EQ(exposure, 20);
+}
+
+TEST_F(StayingForm, RefreshShowsAllButWhatIsBeingEdited) {
+  open({.onRefresh = [this] { rate = "29.5"; }});
+  enter(0);
+  type(line(0), "3");
+  gain = 70;
+  exposure = 40;
+  shown->refresh();
+  EXPECT_EQ(reading(), "29.5");
+  EXPECT_EQ(line(1)->text(), "70");
+  EXPECT_EQ(line(0)->text(), "3");
+  QTest::keyClick(line(0), Qt::Key_Return);
+  shown->refresh();
+  EXPECT_EQ(line(0)->text(), "40");
+  EXPECT_EQ(exposure, 40);
+  EXPECT_TRUE(shown->isOpen()) << "Enter closes nothing";
+}
+
+TEST_F(StayingForm, ShownAnewNothingChangesAndNothingIsTold) {
+  double third = 1.0 / 3;
+  std::string notes = "a\r\nb";
+  Form form("Exact");
+  form.add("third", third).addLongText("notes", notes).setOnChange([this] { ++changes; });
+  FormRows rows(form, FormRows::Takes::AtOnce);
+  EXPECT_EQ(third, 1.0 / 3);
+  third = 2.0 / 3;
+  notes = "c\r\nd";
+  rows.refresh(FormRows::Refreshes::All);
+  rows.tellPending();
+  EXPECT_EQ(third, 2.0 / 3);
+  EXPECT_EQ(notes, "c\r\nd");
+  EXPECT_EQ(dynamic_cast<QPlainTextEdit*>(rows.editor(1))->toPlainText(), "c\nd");
+  EXPECT_EQ(changes, 0);
+}
+
+TEST_F(StayingForm, ALongTextWhoseTypingIsTakenBackIsStoredAsItWas) {
+  std::string notes = "a\r\nb";
+  Form form("Exact");
+  form.addLongText("notes", notes);
+  const FormRows rows(form, FormRows::Takes::AtOnce);
+  auto* box = dynamic_cast<QPlainTextEdit*>(rows.editor(0));
+  QTest::keyClicks(box, "x");
+  EXPECT_EQ(notes, "xa\nb");
+  box->undo();
+  EXPECT_EQ(notes, "a\r\nb");
+}
+
+TEST_F(StayingForm, RefreshesByItselfWhileItIsOpen) {
+  int refreshed = 0;
+  open({.refreshMs = 1, .onRefresh = [&] { rate = std::to_string(++refreshed); }});
+  EXPECT_TRUE(QTest::qWaitFor([&] { return refreshed > 2; }, 60'000));
+  EXPECT_EQ(reading().toStdString(), rate);
+  shown.reset();
+  const int before = refreshed;
+  for (int i = 0; i < kManyTurns; ++i) QCoreApplication::processEvents();
+  EXPECT_EQ(refreshed, before);
+}
+
+TEST_F(StayingForm, AButtonThatTakesValuesIsOffWhileOneIsWrong) {
+  int applied = 0, stopped = 0;
+  open({.buttons = {{"Apply", [&] { exposure = 50, ++applied; }, true}, {"Stop", [&] { ++stopped; }}}});
+  type(line(0), "5");
+  EXPECT_FALSE(button("Apply")->isEnabled());
+  button("Stop")->click();
+  EXPECT_EQ(stopped, 1);
+  type(line(0), "15");
+  button("Apply")->click();
+  EXPECT_EQ(applied, 1);
+  EXPECT_EQ(line(0)->text(), "50");
+}
+
+TEST_F(StayingForm, TellsWhatIsPendingBeforeItCloses) {
+  int seen = 0;
+  open({.onClose = [&] { seen = changes; }});
+  type(line(0), "30");
+  window->close();
+  EXPECT_EQ(seen, 1);
+  EXPECT_FALSE(shown->isOpen());
+}
+
+TEST_F(StayingForm, WhatItCallsMayEndIt) {
+  const auto ends = [this] { shown.reset(); };
+  for (const char* by : {"Stop", "Close"}) {
+    open({.onClose = ends, .buttons = {{"Stop", ends}}, .onRefresh = [] { FAIL() << "it is gone"; }});
+    button(by)->click();
+    EXPECT_EQ(shown, nullptr);
+    EXPECT_FALSE(window->isVisible());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(window, nullptr);
+  }
+}
+
+TEST_F(StayingForm, KeepsItsPlaceWhenTheMainWindowTakesItAway) {
+  open({.place = Point{60, 40}});
+  EXPECT_EQ(shown->place(), (Point{60, 40}));
+  window->move(80, 90);
+  main.reset();
+  EXPECT_FALSE(shown->isOpen());
+  EXPECT_EQ(shown->place(), (Point{80, 90}));
+  shown->refresh();
 }
 
 }  // namespace

@@ -76,6 +76,19 @@ TEST_F(FormFields, FieldsTakeOnlyWhatTheirLimitsAllow) {
   EXPECT_EQ(form.find("Finger")->value(), "7") << "an index without a choice is shown as it is";
 }
 
+TEST(StayingForm, ReadingsAreReadAndSlidersTakeWhatLiesWithin) {
+  std::string rate = "30.0";
+  int32_t gain = 5;
+  Form form("Camera");
+  form.addReading("rate", rate).addSlider("gain", gain, -10, 10);
+  rate = "29.5";
+  EXPECT_EQ(form.find("rate")->value(), "29.5");
+  EXPECT_EQ(form.find("rate")->take("1"), "rate can't be changed.");
+  EXPECT_EQ(form.find("gain")->take("11"), "gain must be from -10 to 10.");
+  EXPECT_EQ(form.find("gain")->take("-10"), "");
+  EXPECT_EQ(gain, -10);
+}
+
 TEST(Host, DeclinesEverythingWhenNobodyIsThere) {
   ::testing::internal::CaptureStderr();
   EXPECT_EQ(host().messages.show("told"), Answer::Ok);
@@ -85,6 +98,9 @@ TEST(Host, DeclinesEverythingWhenNobodyIsThere) {
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "told\na\nb\nc\n");
   Form form("F");
   EXPECT_FALSE(host().forms.run(form));
+  const auto staying = host().forms.show(form, {.place = Point{3, 4}});
+  EXPECT_TRUE(staying->isOpen());
+  EXPECT_EQ(staying->place(), (Point{3, 4}));
   EXPECT_FALSE(host().choosers.openFile({}));
   EXPECT_FALSE(host().clipboard.text());
 }

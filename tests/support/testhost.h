@@ -7,6 +7,39 @@
 
 namespace tarnvisor {
 
+// A form that stays open, used by label as its window would be.
+struct ShownForm {
+  Form form;
+  FormEvents events;
+  bool isOpen = true;
+  int refreshes = 0;
+
+  void change(const std::string& label, const std::string& value) {
+    const FormField* field = form.find(label);
+    ASSERT_NE(field, nullptr) << form.title() << " has no field " << label;
+    EXPECT_EQ(field->take(value), "");
+    form.changed();
+  }
+  // The label of a reading or a field shows this.
+  std::string value(const std::string& label) const {
+    const FormField* field = form.find(label);
+    return field ? field->value() : "no field " + label;
+  }
+  void press(const std::string& label) {
+    for (const FormButton& button : events.buttons)
+      if (button.label == label) return button.press();
+    ADD_FAILURE() << form.title() << " has no button " << label;
+  }
+  void refresh() {
+    ++refreshes;
+    if (events.onRefresh) events.onRefresh();
+  }
+  void close() {
+    isOpen = false;
+    if (events.onClose) events.onClose();
+  }
+};
+
 class TestHost final : public NullHost {
  public:
   TestHost() : scope(ports) {}
@@ -16,9 +49,10 @@ class TestHost final : public NullHost {
     EXPECT_TRUE(fills.empty()) << "a form was never shown";
   }
 
-  std::deque<Answer> answers;                    // for questions with more than one button
-  std::deque<std::optional<std::string>> paths;  // for choosers; nothing is Cancel
-  std::deque<std::function<bool(Form&)>> fills;  // for forms; false is Cancel
+  std::deque<Answer> answers;                          // for questions with more than one button
+  std::deque<std::optional<std::string>> paths;        // for choosers; nothing is Cancel
+  std::deque<std::function<bool(Form&)>> fills;        // for forms; false is Cancel
+  std::vector<std::shared_ptr<ShownForm>> shownForms;  // that stay open; also those closed again
   std::vector<std::string> messages;
   std::vector<std::string> calls;  // of windows
   std::optional<std::vector<uint8_t>> clipboardBitmap;
@@ -68,6 +102,10 @@ class TestHost final : public NullHost {
     const auto answer = take(fills, {}, form.title());
     return answer && answer(form);
   }
+  std::unique_ptr<OpenForm> show(Form form, FormEvents events) override {
+    shownForms.push_back(std::make_shared<ShownForm>(ShownForm{std::move(form), std::move(events)}));
+    return std::make_unique<Opened>(shownForms.back());
+  }
   ClipboardResult setData(const std::string& format, const std::vector<uint8_t>& bytes) override {
     clipboardData[format] = bytes;
     return clipboardResult;
@@ -105,6 +143,14 @@ class TestHost final : public NullHost {
   int32_t run(const std::vector<std::string>& words) override { return program ? program(words) : -1; }
 
  private:
+  struct Opened final : OpenForm {
+    explicit Opened(std::shared_ptr<ShownForm> which) : shown(std::move(which)) {}
+    ~Opened() override { shown->isOpen = false; }
+    void refresh() override { shown->refresh(); }
+    bool isOpen() const override { return shown->isOpen; }
+    Point place() const override { return shown->events.place.value_or(Point{}); }
+    std::shared_ptr<ShownForm> shown;
+  };
   template <class T>
   static T take(std::deque<T>& queue, T otherwise, const std::string& question) {
     if (queue.empty()) {
