@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <mutex>
 #include <new>
+#include <system_error>
 #include <thread>
 
 #include "base/clock.h"
@@ -71,6 +73,7 @@ class Simulation : public SimulatedCamera {
 
   bool running() const { return thread.joinable(); }
   bool hasVanished() const;
+  bool isAnnounced(const uint8_t* memory) const;
   void run(FrameReceiver& receiver);
   bool makePicture();
   void takeEffect();
@@ -163,11 +166,16 @@ Outcome Simulation::announce(uint8_t* memory, int64_t bytes) {
     return Outcome::failure(
         format("A block for frames has less than %lld bytes.", static_cast<long long>(bufferSize())));
   const Lock lock(mutex);
+  if (isAnnounced(memory)) return Outcome::failure("The block has been announced already.");
   blocks.push_back({memory, bytes});
   waiting.reserve(blocks.size());
   waiting.push_back(memory);
   changed.notify_all();
   return Outcome::success();
+}
+
+bool Simulation::isAnnounced(const uint8_t* memory) const {
+  return std::any_of(blocks.begin(), blocks.end(), [&](const Block& b) { return b.memory == memory; });
 }
 
 void Simulation::revokeAll() {
@@ -178,9 +186,7 @@ void Simulation::revokeAll() {
 
 void Simulation::requeue(uint8_t* memory) {
   const Lock lock(mutex);
-  const bool known =
-      std::any_of(blocks.begin(), blocks.end(), [&](const Block& b) { return b.memory == memory; });
-  if (!known || std::find(waiting.begin(), waiting.end(), memory) != waiting.end()) return;
+  if (!isAnnounced(memory) || std::find(waiting.begin(), waiting.end(), memory) != waiting.end()) return;
   waiting.push_back(memory);
   changed.notify_all();
 }
@@ -198,8 +204,12 @@ Outcome Simulation::start(FrameReceiver& receiver) {
   for (Shot& shot : shots) shot.counter = -1;
   next = 0;
   steps = 0;
+  try {
+    thread = std::thread([this, &receiver] { run(receiver); });
+  } catch (const std::system_error&) {
+    return Outcome::failure("There is no thread for the camera.");
+  }
   stopping = ended = false;
-  thread = std::thread([this, &receiver] { run(receiver); });
   return Outcome::success();
 }
 

@@ -25,6 +25,7 @@ struct FingerSpells {
   double seconds = 4;  // each of these
 };
 
+// But for the first, frames arrive by the camera's own time, and all that they are is the same each time.
 enum class CameraPace {
   Clock,   // at the frame rate, by the steady clock; without a free block the frame is lost
   Step,    // as step() asks, at no time of its own; without a free block the frame is lost
