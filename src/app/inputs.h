@@ -39,7 +39,8 @@ class CameraPoll {
   virtual bool isTriggered() = 0;
   virtual bool isRunning() = 0;
   virtual bool hasStoppedByItself() = 0;
-  virtual int32_t frameCounter() = 0;
+  virtual int32_t frameCounter() = 0;       // frames since it was started; -1 when it counts none
+  virtual double frameRate() { return 0; }  // a second, as the camera tells it
 };
 
 // The open live view, as far as the application sees it.

@@ -1,5 +1,6 @@
 #include "assembly/assembly.h"
 
+#include "capture/kinds.h"
 #include "charts/kinds.h"
 #include "charts/marker.h"
 #include "dynamic/kinds.h"
@@ -30,8 +31,6 @@ DocumentRow unbuilt(DocumentRow::Gate gate, int32_t id, const char* resource, co
           registered};
 }
 
-constexpr const char* kVideo =
-    "\nVideo\nVideo\nVideos (*.dtv)\n.dtv\nTarnvisor.Video\nTarnvisor Video Document";
 constexpr const char* kLinescan =
     "\nLinescan\nLinescan\nLinescans (*.zzl)\n.zzl\nTarnvisor.linescan\nTarnvisorLinescan  Document";
 
@@ -42,10 +41,9 @@ std::span<const DocumentRow> documentTable() {
   using P = ProcessState;
   static const DocumentRow rows[] = {
       imageKind(),
-      unbuilt(G::Live, 10005, "\nVideo\n\nFrozen Video (*.tv1)\n.tv1\n\n", "ZBasicfgDoc", "ZBasicfgView",
-              &P::liveTemplate),
+      liveKind(),
       videoKind(),
-      unbuilt(G::Image, 10021, kVideo, "ZZcytoDoc", "ZZcytoView", &P::cytoTemplate),
+      recorderKind(),
       chartKind(),
       profileKind(),
       resultKind(),

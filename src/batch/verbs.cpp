@@ -2,16 +2,21 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
+#include <thread>
 
+#include "base/clock.h"
 #include "base/files.h"
+#include "base/numbers.h"
 #include "base/text.h"
 #include "batch/pictures.h"
 #include "exams/dbdocument.h"
 #include "exams/examselection.h"
 #include "exams/subjectselection.h"
+#include "frame/commandids.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 
@@ -56,13 +61,15 @@ std::string checkDim(Arguments a) {
 
 std::string checkNumber(Arguments a) { return hasNumbers(a[0], 1) ? "" : "\"" + a[0] + "\" is not a number"; }
 
+bool isNumber(const std::string& text) {
+  double value = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return error == std::errc() && stop == text.data() + text.size() && std::isfinite(value);
+}
+
 std::string checkSelect(Arguments a) {
-  for (const std::string& text : a) {
-    double value = 0;
-    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || stop != text.data() + text.size() || !std::isfinite(value))
-      return "\"" + text + "\" is not a number";
-  }
+  for (const std::string& text : a)
+    if (!isNumber(text)) return "\"" + text + "\" is not a number";
   return {};
 }
 
@@ -315,6 +322,89 @@ StepResult closeDocument(StepContext& c) {
   return {};
 }
 
+// --- the camera
+
+constexpr const char* kNoLive = "the live picture is not open";
+
+// Turns the message loop until a question is answered, or so many seconds have gone.
+template <class Question>
+bool turnUntil(const CBasicApp& app, double seconds, const Question& isDone) {
+  MessageLoop& loop = const_cast<CBasicApp&>(app).loop;
+  const double end = steadySeconds() + seconds;
+  while (!loop.hasQuit() && !isDone()) {
+    if (steadySeconds() > end) return false;
+    if (!loop.turn()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+// "5s", "0.5s" and "300" with the unit that stands behind.
+std::string checkLive(Arguments a) {
+  return a[0].size() > 1 && a[0].back() == 's' && isNumber(a[0].substr(0, a[0].size() - 1))
+             ? ""
+             : "a time is seconds with an s: 5s";
+}
+
+bool runsLive(StepContext& c, StepResult& failed) {
+  const auto run = [&](int32_t command) { return c.app.runCommand(command) == CommandResult::Done; };
+  if (!c.app.liveView && (!run(cmd::LiveVideo) || !c.app.liveView)) {
+    failed = StepResult::failure(c.script.shown().empty() ? kNoLive : c.script.shown());
+    return false;
+  }
+  c.app.liveView->startCamera();
+  if (c.app.camera && c.app.camera->isRunning()) return true;
+  failed = StepResult::failure(c.script.shown().empty() ? kNoLive : c.script.shown());
+  return false;
+}
+
+StepResult runLive(StepContext& c) {
+  StepResult result;
+  if (!runsLive(c, result)) return result;
+  const int32_t before = c.app.camera->frameCounter();
+  turnUntil(c.app, numberOf(c.step.args[0]), [&] { return !c.app.camera || !c.app.camera->isRunning(); });
+  if (!c.app.camera || !c.app.camera->isRunning())
+    return StepResult::failure(c.script.shown().empty() ? "the camera stopped" : c.script.shown());
+  const std::string frames = format("%i", c.app.camera->frameCounter() - before);
+  return {true, {}, {{"frames", frames}}, frames + " frames"};
+}
+
+StepResult freezeLive(StepContext& c) {
+  if (!c.app.liveView) return StepResult::failure(kNoLive);
+  c.app.liveView->stopCamera();
+  if (auto* view = dynamic_cast<CView*>(c.app.liveView)) c.app.documents.activate(view->document());
+  return {};
+}
+
+std::string checkRecord(Arguments a) {
+  if (a.size() == 1) return checkLive(a);
+  return a.size() == 2 && a[1] == "frames" && hasNumbers(a[0], 1) && numberOf(a[0]) >= 1
+             ? ""
+             : "record what: 300 frames, or 5s";
+}
+
+StepResult record(StepContext& c) {
+  StepResult result;
+  if (!runsLive(c, result)) return result;
+  const bool counted = c.step.args.size() > 1;
+  const double rate = std::max(1.0, c.app.camera->frameRate());
+  const int32_t skip = std::max(0, settings.getInt("Dynamic settings", "skip frames", 0));
+  const double seconds = counted ? numberOf(c.step.args[0]) * (skip + 1) / rate : numberOf(c.step.args[0]);
+  if (counted) settings.setInt("Dynamic settings", "no of frames", truncated(numberOf(c.step.args[0])));
+  settings.setInt("Dynamic settings", "loop", counted ? 0 : 1);
+  if (c.app.runCommand(cmd::RecordSequence) != CommandResult::Done || !c.app.recorder ||
+      !c.app.recorder->isRecording() || c.script.hadError())
+    return StepResult::failure(c.script.shown().empty() ? "the recording did not begin" : c.script.shown());
+  const auto ended = [&] { return !c.app.recorder || !c.app.recorder->isRecording(); };
+  const bool full = turnUntil(c.app, counted ? seconds * 1.5 + 10 : seconds, ended);
+  if (c.app.recorder) c.app.recorder->stopRecording();
+  if (c.script.hadError()) return StepResult::failure(c.script.shown());
+  if (counted && !full) return StepResult::failure("the camera gave fewer frames than asked for");
+  const CDocument* made = documentInFront(c.app);
+  if (made) result.values = made->facts();
+  result.text = c.script.shown().empty() && made ? "recorded " + made->title() : c.script.shown();
+  return result;
+}
+
 constexpr size_t kAny = 1u << 20;
 constexpr Verb kVerbs[] = {{"subject", 1, 2, selectSubject, checkSubject},
                            {"exam", 1, 3, startExam, checkExam},
@@ -333,6 +423,9 @@ constexpr Verb kVerbs[] = {{"subject", 1, 2, selectSubject, checkSubject},
                            {"results", 1, 1, printTable},
                            {"print", 1, 1, print, checkPrint},
                            {"snapshot", 1, 1, takeSnapshot},
+                           {"live", 1, 1, runLive, checkLive},
+                           {"freeze", 0, 0, freezeLive},
+                           {"record", 1, 2, record, checkRecord},
                            {"close", 0, 0, closeDocument}};
 
 }  // namespace

@@ -113,6 +113,8 @@ class Grabber final : public FrameSource {
   CZZMovie* recordMovie = nullptr;
   std::unique_ptr<CZZchildimage> recImage;  // the part of a picture that is recorded
   int32_t skipFrames = 0;
+  CameraOpener opener;
+  std::function<void(const std::string&)> onError;
   std::string failure;  // of the last recording; written by the hub's thread, read after it ended
   FrameHub::Counts checked;
 
@@ -126,6 +128,7 @@ class Grabber final : public FrameSource {
   void takeLost(const std::string& why);
   std::vector<std::unique_ptr<uint8_t[]>> blocks;
   std::set<CameraRole> missing;  // that were told of
+  std::set<std::string> told;
 };
 
 Grabber& grabber() {
@@ -142,7 +145,10 @@ std::optional<CameraRange> Grabber::rangeOf(CameraRole role) {
 
 void Grabber::setRole(CameraRole role, double value, const char* words) {
   if (!rangeOf(role)) return;
-  if (const Outcome done = driver->set(role, value); !done) logPrintf("%s%s\n", words, done.why().c_str());
+  const Outcome done = driver->set(role, value);
+  if (done) return;
+  logPrintf("%s%s\n", words, done.why().c_str());
+  if (state.set.showErrors && onError && told.insert(words).second) onError(words + done.why());
 }
 
 void Grabber::takeDriversWords() {
@@ -211,8 +217,9 @@ bool Grabber::open() {
   state = {.set = set};
   set.load();
   missing.clear();
+  told.clear();
   std::string why;
-  driver = openCamera(set.camera, why);
+  driver = opener ? opener(set.camera, why) : openCamera(set.camera, why);
   if (!driver) {
     logPrintf("no cameras found\n");
     state = {.set = set};
@@ -448,6 +455,9 @@ bool fgFreeze() {
 
 uint32_t fgCheckFrame() { return grabber().checkFrame(); }
 
+void fgOpenWith(CameraOpener opener) { grabber().opener = std::move(opener); }
+void fgSetOnError(std::function<void(const std::string&)> onError) { grabber().onError = std::move(onError); }
+
 bool fgReopen() {
   const bool ran = grabber().state.grabbing;
   fgterm();
@@ -481,6 +491,8 @@ bool fgStopRecording(const CZZMovie* movie) {
   logPrintf("fgStopRecording:\n");
   return true;
 }
+
+void fgDrain() { grabber().hub.drain(); }
 
 // The movie is stopped here: the views are told next.
 bool fgTakeStopFlag() {

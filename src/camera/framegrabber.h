@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "base/geometry.h"
@@ -78,6 +79,11 @@ bool fgFreeze();
 uint32_t fgCheckFrame();
 // Called from threads of the camera's: a picture came, a recording ended, the camera is lost.
 void fgSetOnNews(std::function<void()> onNews);
+// How a camera is opened by the id of the settings, in place of openCamera(); an empty function for that.
+using CameraOpener = std::function<std::unique_ptr<CameraDriver>(const std::string& id, std::string& why)>;
+void fgOpenWith(CameraOpener opener);
+// Told of each failure of the camera that "Show all errors" shows, once.
+void fgSetOnError(std::function<void(const std::string&)> onError);
 // Closes the camera and opens the one that the settings name now; a picture that ran runs again.
 bool fgReopen();
 
@@ -86,6 +92,8 @@ bool fgAllocbufs(int32_t count, int32_t width, int32_t height);
 bool fgRecordMovie(CZZMovie& movie, int32_t skipFrames, int32_t left, int32_t top, int32_t width,
                    int32_t height);
 bool fgStopRecording(const CZZMovie* movie);
+// Waits until the frames that came are written.
+void fgDrain();
 // Once after a recording ended by itself, when the camera has stopped.
 bool fgTakeStopFlag();
 // What a movie records from (CZZMovie::source); null without a camera. The skip value is that of the next

@@ -293,7 +293,13 @@ QWidget* FormRows::makeFile(Row& row, size_t index) {
   browse->setAutoDefault(false);
   browse->setEnabled(!row.field->readOnly);
   layout->addWidget(browse);
+  if (!row.field->title.empty()) browse->setText("...");
   connect(browse, &QPushButton::clicked, this, [this, index] {
+    if (const std::string& title = rows[index].field->title; !title.empty()) {
+      const auto folder = host().choosers.chooseFolder(title, rows[index].text());
+      if (folder && !folder->empty()) rows[index].show(*folder);
+      return;
+    }
     FileRequest request;
     request.title = rows[index].field->label;
     std::erase(request.title, '&');

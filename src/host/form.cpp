@@ -114,6 +114,11 @@ Form& Form::addColour(std::string label, int32_t& colour) {
 Form& Form::addFile(std::string label, std::string& path, std::string filter) {
   return addField({FormField::Kind::File, std::move(label), &path, {}, {}, false, std::move(filter)});
 }
+Form& Form::addFolder(std::string label, std::string& path, std::string chooserTitle) {
+  addFile(std::move(label), path, {});
+  rows.back().title = std::move(chooserTitle);
+  return *this;
+}
 Form& Form::addNote(std::string words) {
   return addField({FormField::Kind::Note, std::move(words), std::monostate{}, {}, {}, true});
 }

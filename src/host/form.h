@@ -31,6 +31,7 @@ struct FormField {
   std::vector<std::string> choices;  // of a Choice, whose target is the chosen index
   bool readOnly = false;
   std::string filter;     // of a File: what its chooser shows (host/choosers.h)
+  std::string title;      // of the chooser of a File that is a folder; empty for a file
   int32_t decimals = -1;  // of a Number: how many it shows; -1 for as many as it has
   bool slides = false;    // of a Whole with both limits: a wide slider beside it, in a live form or not
 
@@ -53,6 +54,7 @@ class Form {
   Form& addChoice(std::string label, int32_t& index, std::vector<std::string> choices);
   Form& addColour(std::string label, int32_t& colour);  // 0x00bbggrr
   Form& addFile(std::string label, std::string& path, std::string filter);
+  Form& addFolder(std::string label, std::string& path, std::string chooserTitle);
   Form& addNote(std::string words);
   // A line that the user only reads; what it shows may change while the form is open.
   Form& addReading(std::string label, std::string& text);

@@ -68,6 +68,14 @@ bool CZZMovie::reserveMemory(int32_t n) {
   return true;
 }
 
+bool CZZMovie::reserve(int32_t n, int32_t width, int32_t height) {
+  close();
+  mode = kMemory;
+  if (createImages(n, width, height, kGrey) != n) return false;
+  std::fill_n(memory.get(), memorySize, uint8_t{0});
+  return true;
+}
+
 bool CZZMovie::createHeaders(int32_t n) {
   if (n < 1) {
     frameTable = {};

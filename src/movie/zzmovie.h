@@ -49,6 +49,9 @@ class CZZMovie {
   // Frames added. Without memory for them nothing is added.
   int32_t createImages(int32_t n, int32_t width, int32_t height, int32_t colourset);
   bool createHeaders(int32_t n);
+  // Memory for so many grey frames of that size, made ready to be written: a recording to memory of no more
+  // than these begins without a wait.
+  [[nodiscard]] bool reserve(int32_t n, int32_t width, int32_t height);
   int32_t slotOf(int32_t index) const;
   // Makes a frame the current one; in a pass the frame before it is written first. The image is empty when
   // there are no frames.

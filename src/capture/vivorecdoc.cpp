@@ -1,0 +1,245 @@
+#include "capture/vivorecdoc.h"
+
+#include <algorithm>
+#include <array>
+
+#include "app/basicapp.h"
+#include "base/clock.h"
+#include "base/files.h"
+#include "camera/framegrabber.h"
+#include "capture/commandids.h"
+#include "capture/texts.h"
+#include "capture/zbasicfgview.h"
+#include "host/host.h"
+#include "settings/log.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+// What does not touch the images.
+constexpr std::array kWhileRecording{cmd::FileSave, cmd::FileSaveAs,    cmd::Stop,
+                                     cmd::Trigger,  cmd::TriggerButton, cmd::RecordSequence};
+
+}  // namespace
+
+ZBasicfgDoc* liveDocument() {
+  auto* view = dynamic_cast<ZBasicfgView*>(theApp().liveView);
+  return view ? &view->liveDocument() : nullptr;
+}
+
+Rect liveSource() {
+  const GrabberState& camera = fgState();
+  const Rect whole{0, 0, camera.imageWidth, camera.imageHeight};
+  const ZBasicfgDoc* live = liveDocument();
+  const Rect part = live ? live->roi.intersected(whole) : Rect{};
+  return part.isEmpty() ? whole : part;
+}
+
+bool CVivoRecDoc::onNewDocument() {
+  if (!CVivoCapDoc::onNewDocument()) return false;
+  loadSettings();
+  theApp().recorder = this;
+  return true;
+}
+
+void CVivoRecDoc::onCloseDocument() {
+  stopRecording();
+  if (theApp().recorder == this) theApp().recorder = nullptr;
+  CVivoCapDoc::onCloseDocument();
+}
+
+DocumentType* CVivoRecDoc::storedType() const {
+  return process.videoTemplate ? process.videoTemplate : CVivoCapDoc::storedType();
+}
+
+CZZimage* CVivoRecDoc::theImage() {
+  return recordingNow ? fgState().liveImage.get() : CVivoCapDoc::theImage();
+}
+
+bool CVivoRecDoc::refuses(int32_t command) const {
+  return CVivoCapDoc::refuses(command) ||
+         (recordingNow && std::ranges::find(kWhileRecording, command) == kWhileRecording.end());
+}
+
+int32_t CVivoRecDoc::framesRecorded() const {
+  return recordingNow ? static_cast<int32_t>(fgCounts().recorded) : recordedFrames;
+}
+
+bool CVivoRecDoc::onSaveDocument(const std::string& path) {
+  stopRecording();
+  return CVivoCapDoc::onSaveDocument(path);
+}
+
+bool CVivoRecDoc::saveModified() {
+  stopRecording();
+  return CVivoCapDoc::saveModified();
+}
+
+std::string CVivoRecDoc::recordingPath() const {
+  if (!sequence.toDisc) return {};
+  return freeLetterName(ZBasicfgDoc::automaticStem("-%Y%m%d_%H%M%S"), sequence.compress ? ".z.avi" : ".mve");
+}
+
+void CVivoRecDoc::takeFromLive(ZBasicfgDoc& live, const Rect& source) {
+  takeScale(live);
+  originx = source.left;
+  originy = source.top;
+  capturetime = static_cast<int32_t>(currentTime());
+  notes = "Captured " + longDateTime(capturetime);
+}
+
+// Memory that is promised and not there would end the program in the middle of a recording.
+bool CVivoRecDoc::hasRoomFor(const SequenceSettings& wanted, const Rect& source) {
+  const double bytes = wanted.bytes({source.width() / 4 * 4, source.height()});
+  if (wanted.toDisc || bytes <= static_cast<double>(recordingMovie->memorySize) ||
+      bytes < 0.9 * static_cast<double>(memoryStatus().availablePhysical))
+    return true;
+  logPrintf("failed to realloc\n");
+  report("There is not enough memory for so many frames. Record fewer, or to the disc.");
+  return false;
+}
+
+void CVivoRecDoc::startRecording() {
+  auto* view = dynamic_cast<ZBasicfgView*>(theApp().liveView);
+  if (!view) return;
+  if (recordingNow) return stopRecording();
+  if (hasMovie() && isModified() && process.cytoTemplate) {
+    theApp().recorder = nullptr;
+    process.cytoTemplate->newDocument();
+    if (theApp().recorder) theApp().recorder->startRecording();
+    return;
+  }
+  stopWork();
+  deleteContents();
+  forgetPathName();
+  sequence.load();
+  frameCount = sequence.frames;
+  skipFrames = sequence.skip;
+  setTitle(text::kRecordingTitle);
+  view->startCamera();
+  const Rect source = liveSource();
+  takeFromLive(view->liveDocument(), source);
+  recordingNow = 1;
+  const bool begun = begin(source);
+  host().windows.beep();
+  host().windows.refreshBars();
+  updateAllViews();
+  if (begun) return;
+  report(text::kFailedToStart +
+         (recordingMovie->failure().empty() ? std::string() : "\n" + recordingMovie->failure()));
+}
+
+bool CVivoRecDoc::begin(const Rect& source) {
+  if (!recordingMovie) recordingMovie = std::make_unique<CZZMovie>();
+  CZZMovie& to = *recordingMovie;
+  to.forgetFailure();
+  to.source = fgSource();
+  to.ringMode = sequence.loop;
+  fgSetSkip(sequence.skip);
+  if (!to.source || !hasRoomFor(sequence, source)) return false;
+  return to.record(sequence.frames, recordingPath(), source.left, source.top, source.width(), source.height(),
+                   true) &&
+         to.isRecording() && fgState().recording;
+}
+
+void CVivoRecDoc::tellOfLosses() {
+  const FrameHub::Counts counts = fgCounts();
+  std::string words = format("\r\n%lld frames recorded", static_cast<long long>(counts.recorded));
+  if (counts.missed > 0) words += format(", %lld missed", static_cast<long long>(counts.missed));
+  notes += words + "\r\n";
+  std::string flaw = fgRecordingFailure();
+  if (counts.missed > 0)
+    flaw += format("%s%lld frames were missed: the camera, its cable or the disc was too slow.",
+                   flaw.empty() ? "" : "\n", static_cast<long long>(counts.missed));
+  if (!flaw.empty()) report(flaw);
+}
+
+void CVivoRecDoc::stopRecording() {
+  if (!recordingNow) return;
+  const double rate = fgState().actualFps / (sequence.skip + 1.0);
+  if (recordingMovie && recordingMovie->isRecording()) {
+    const WaitScope wait;
+    recordingMovie->stopRecording();
+  }
+  recordingNow = 0;
+  recordedFrames = recordingMovie ? recordingMovie->count : 0;
+  if (const ZBasicfgDoc* live = liveDocument()) notes += live->inputParameters();
+  setTitle(text::kRecordedTitle);
+  if (!recordingMovie || !recordingMovie->isOpen()) {
+    recordingMovie.reset();
+    updateAllViews();
+    return;
+  }
+  adoptMovie(std::move(recordingMovie), {}, rate);
+  tellOfLosses();
+  if (!moviePath.empty()) {
+    std::string stem = withoutExtension(moviePath);
+    if (endsWithIgnoringCase(stem, ".z")) stem.resize(stem.size() - 2);
+    const std::string path = freeName(stem, ".dtv");
+    if (CVivoCapDoc::onSaveDocument(path)) {
+      setPathName(path);
+      setTitle(text::kRecordedTitle + fileNameOf(path));
+      setModified(false);
+    }
+  }
+  host().windows.beep();
+  host().windows.refreshBars();
+  updateAllViews();
+}
+
+void CVivoRecDoc::editSequenceSettings() {
+  sequence.load();
+  if (!askSequenceSettings(sequence, liveSource(), fgState().actualFps)) return;
+  sequence.store();
+  frameCount = sequence.frames;
+  skipFrames = sequence.skip;
+  host().windows.refreshBars();
+  updateAllViews();
+}
+
+// For a recording to memory: touched beforehand, so that its first frames come at once.
+void CVivoRecDoc::allocateMemory() {
+  sequence.load();
+  const Rect source = liveSource();
+  const WaitScope wait;
+  SequenceSettings toMemory = sequence;
+  toMemory.toDisc = 0;
+  auto prepared = std::make_unique<CZZMovie>();
+  recordingMovie = std::make_unique<CZZMovie>();
+  if (!hasRoomFor(toMemory, source)) return;
+  if (!prepared->reserve(sequence.frames, source.width() / 4 * 4, source.height()))
+    return report("There is not enough memory for so many frames.");
+  recordingMovie = std::move(prepared);
+  host().messages.show(format("Memory for %i frames of %i x %i pixels is ready.", sequence.frames,
+                              source.width() / 4 * 4, source.height()));
+}
+
+const CommandTableBase& CVivoRecDoc::commandTable() {
+  using D = CVivoRecDoc;
+  static const CommandTable<D> table{
+      {{cmd::ImageSequence,
+        "&Image Sequence Settings...",
+        &D::editSequenceSettings,
+        &D::isIdle,
+        {.tip = "Image sequence settings",
+         .status = "How many frames are recorded, to where, and what that needs.",
+         .whyOff = "A recording is under way."}},
+       {cmd::AllocateMemory,
+        "&Alloc memory",
+        &D::allocateMemory,
+        &D::isIdle,
+        {.tip = "allocate memory ready for recording",
+         .status = "Makes the memory for a recording ready, so that it begins at once.",
+         .whyOff = "A recording is under way."}},
+       {cmd::Stop,
+        "",
+        &D::stopRecording,
+        &D::isRecording,
+        {.tip = "Stop", .status = "Stops the recording."}}},
+      &CVivoCapDoc::commandTable()};
+  return table;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,245 @@
+#include "capture/zbasicfgdoc.h"
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <memory>
+
+#include "analysis/autoflash.h"
+#include "app/asked.h"
+#include "app/basicapp.h"
+#include "base/clock.h"
+#include "base/files.h"
+#include "camera/framegrabber.h"
+#include "capture/commandids.h"
+#include "capture/texts.h"
+#include "exams/examselection.h"
+#include "host/host.h"
+#include "settings/log.h"
+#include "settings/settings.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kSection = "fgdoc";
+// What needs a picture that stays.
+constexpr std::array kNeedAStill{cmd::FilePrint,
+                                 cmd::FilePrintPreview,
+                                 cmd::DuplicateImage,
+                                 cmd::Import,
+                                 cmd::ImportDimensions,
+                                 cmd::Undo,
+                                 cmd::Redo,
+                                 cmd::Paste,
+                                 cmd::FindCapillaries,
+                                 cmd::VoronoiRegions,
+                                 cmd::ThresholdCapillaries,
+                                 cmd::Find8Regions,
+                                 cmd::MinimaWithinWindow,
+                                 cmd::MinimaWithinTolerance,
+                                 cmd::WalkToMinima,
+                                 cmd::ConvertToGrey,
+                                 cmd::ThresholdPreprocessCheck};
+
+Rect storedRegion(const Rect& present) {
+  return {settings.getInt(kSection, "srcleft", present.left),
+          settings.getInt(kSection, "srctop", present.top),
+          settings.getInt(kSection, "srcright", present.right),
+          settings.getInt(kSection, "srcbottom", present.bottom)};
+}
+
+void storeRegion(const Rect& region) {
+  settings.setInt(kSection, "srcleft", region.left);
+  settings.setInt(kSection, "srctop", region.top);
+  settings.setInt(kSection, "srcright", region.right);
+  settings.setInt(kSection, "srcbottom", region.bottom);
+}
+
+}  // namespace
+
+std::string freeLetterName(const std::string& stem, const std::string& ending) {
+  if (!fileExists(stem + ending)) return stem + ending;
+  for (char letter = 'a'; letter <= 'z'; ++letter)
+    if (const std::string name = stem + letter + ending; !fileExists(name)) return name;
+  return freeName(stem, ending);
+}
+
+bool ZBasicfgDoc::onNewDocument() {
+  if (!ZBasicDoc::onNewDocument()) return false;
+  const WaitScope wait;
+  if (!fginit()) {
+    logPrintf("nofg\n");
+    report(text::kNoVideoInput);
+    return false;
+  }
+  setRoi(storedRegion(roi));
+  timerint = settings.getInt(kSection, "timerint", timerint);
+  timerN = settings.getInt(kSection, "timerN", timerN);
+  frameSkip = settings.getInt("Dynamic settings", "skip frames", 0);
+  theApp().postMainCommand(cmd::AcquisitionStartCamera);
+  return true;
+}
+
+void ZBasicfgDoc::onCloseDocument() {
+  storeRegion(roi);
+  fgterm();
+}
+
+bool ZBasicfgDoc::isLive() const { return fgState().grabbing; }
+
+CZZimage* ZBasicfgDoc::theImage() {
+  return isLive() || !frozen ? fgState().liveImage.get() : ZBasicDoc::theImage();
+}
+
+bool ZBasicfgDoc::refuses(int32_t command) const {
+  return ZBasicDoc::refuses(command) ||
+         (isLive() && std::ranges::find(kNeedAStill, command) != kNeedAStill.end());
+}
+
+bool ZBasicfgDoc::start() {
+  if (isLive()) return true;
+  if (!fggrab(true)) {
+    report(fgState().lostWords);
+    return false;
+  }
+  if (!isLive()) {
+    report(text::kNoVideoInput + ("\n" + fgState().lostWords));
+    return false;
+  }
+  frozen = false;
+  image.reset();
+  notes.clear();
+  resultText.clear();
+  capturetime = 0;
+  setModified(false);
+  setTitle(text::kLiveTitle);
+  updateAllViews();
+  return true;
+}
+
+// What is shown lies in the camera's memory.
+void ZBasicfgDoc::keepPicture() {
+  const CZZimage* shown = fgState().liveImage.get();
+  auto kept = std::make_unique<CZZimage>();
+  if (shown && !shown->empty() && kept->copyImage(*shown)) image = std::move(kept);
+}
+
+void ZBasicfgDoc::freeze() {
+  if (frozen) return;
+  fgFreeze();
+  keepPicture();
+  frozen = true;
+  imagedirty = 1;
+  describe();
+  setTitle(text::kFrozenTitle);
+  updateAllViews();
+}
+
+std::string ZBasicfgDoc::inputParameters() const {
+  const GrabberState& camera = fgState();
+  std::string words = format("\r\nflash=%i\r\nbright=%i\r\ncont=%i\r\nexp=%i\r\ngain=%i\r\nfps=%.2f\r\n",
+                             camera.flashUs, camera.set.blacklevel, camera.set.whitelevel, camera.exposureUs,
+                             camera.set.gain, camera.actualFps);
+  if (flashControl.on) words += "auto flash\r\n";
+  if (camera.set.grabColour)
+    words += format("red=%i\r\ngreen=%i\r\nblue=%i\r\n", camera.set.redLevel, camera.set.greenLevel,
+                    camera.set.blueLevel);
+  if (camera.set.gamma) words += "Gamma on\r\n";
+  if (camera.set.lutEnabled) words += format("LUT=%i\r\n", camera.set.lutOrigin);
+  return words;
+}
+
+void ZBasicfgDoc::describe() {
+  if (capturetime == 0) {
+    capturetime = static_cast<int32_t>(currentTime());
+    notes += "Captured " + longDateTime(capturetime);
+  }
+  notes += inputParameters();
+}
+
+DocumentType* ZBasicfgDoc::storedType() const {
+  return process.imageTemplate ? process.imageTemplate : ZBasicDoc::storedType();
+}
+
+// The picture that is saved has the name; the live one stays without.
+void ZBasicfgDoc::setPathName(const std::string&) {}
+
+std::string ZBasicfgDoc::defaultPathName() const {
+  const std::string ofExam = folderOf(ZBasicDoc::defaultPathName());
+  const std::string stem = automaticStem("-%y%m%d%H%M%S");
+  return freeLetterName((ofExam.empty() ? folderOf(stem) : ofExam) + fileNameOf(stem),
+                        storedType()->filterExtension());
+}
+
+std::string ZBasicfgDoc::automaticStem(const char* timePattern) {
+  const auto now = static_cast<std::time_t>(currentTime());
+  std::tm parts{};
+  ::localtime_r(&now, &parts);
+  char time[40] = {};
+  (void)std::strftime(time, sizeof time, timePattern, &parts);
+  std::string folder = process.recordDir;
+  if (folder.empty()) folder = theExams().folder();
+  if (folder.empty()) folder = theApp().dataFolder;
+  const bool isNamed = !process.baseName.empty();
+  return withSeparator(folder) + process.baseName + (isNamed || *time != '-' ? time : time + 1);
+}
+
+bool ZBasicfgDoc::saveStill(const std::string& stem) {
+  automatic = true;
+  const std::string ending = storedType()->filterExtension();
+  const bool named = equalIgnoringCase(extensionOf(stem), ending.substr(1));
+  saveName = stem.empty() ? freeLetterName(automaticStem("-%y%m%d%H%M%S") + "_000", ending)
+             : named      ? stem
+                          : freeLetterName(stem, ending);
+  const bool saved = onSaveDocument(saveName);
+  automatic = false;
+  if (saved) host().windows.beep();
+  return saved;
+}
+
+bool ZBasicfgDoc::onSaveDocument(const std::string& path) {
+  if (!hasImage()) {
+    report(text::kNoPicture);
+    return false;
+  }
+  const bool live = isLive();
+  if (live) describe();
+  auto still = std::make_unique<ZBasicDoc>();
+  still->setTitle(withoutExtension(fileNameOf(path)));
+  still->silent = silent;
+  bool saved = still->copyFrom(*this);
+  if (saved) {
+    still->madeFrom(*this);
+    still->imagefile.clear();
+    still->imagedirty = 1;
+    still->keepwhole = 1;
+    saved = still->onSaveDocument(path);
+    if (saved) madeFrom(*still);
+  } else {
+    report("There is not enough memory to save the picture.");
+  }
+  still.reset();
+  if (live) {
+    notes.clear();
+    capturetime = 0;
+  }
+  if (!saved) return false;
+  setModified(false);
+  sendToInstance(settings.getString(kSection, "listener", text::kListener), InstanceMessage::Saving, path);
+  if (!automatic && !isUnattended() && offersToOpen(path)) theApp().openDocumentFile(path);
+  return true;
+}
+
+bool ZBasicfgDoc::offersToOpen(const std::string& path) {
+  return host().messages.show(text::kOpenNewFile + ("\n" + path), Buttons::YesNo, Icon::Question) ==
+         Answer::Yes;
+}
+
+// A live picture changes for ever; only what was frozen and measured is asked about.
+bool ZBasicfgDoc::saveModified() {
+  if (isLive()) setModified(false);
+  return ZBasicDoc::saveModified();
+}
+
+}  // namespace tarnvisor

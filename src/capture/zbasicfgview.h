@@ -1,0 +1,104 @@
+// ZBasicfgView: shows the live picture as its frames come, and commands the camera.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/inputs.h"
+#include "capture/livecontrols.h"
+#include "capture/zbasicfgdoc.h"
+#include "framework/messageloop.h"
+#include "imagedoc/zbasicview.h"
+
+namespace tarnvisor {
+
+class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll {
+ public:
+  static constexpr int32_t kRateTimer = 10015, kRateMs = 500;
+  static constexpr int32_t kCheckTimer = 32886;
+  static constexpr int32_t kSaveTimer = 33013;
+
+  explicit ZBasicfgView(ZBasicfgDoc& document);
+  ~ZBasicfgView() override;
+  ZBasicfgDoc& liveDocument() const { return doc; }
+
+  void draw(Canvas& canvas) override;
+  std::vector<StatusPane> panes() const override;
+  bool keepsPlace() const override { return true; }
+
+  // --- as the application sees it
+  void redrawNow() override;
+  void framesPassed(int32_t frames, int32_t counter) override;
+  void freezeAndSave(const std::string& path) override;
+  void startCamera() override;
+  void stopCamera() override;
+  uint32_t status() override;
+  bool isTriggered() override { return false; }
+  bool isRunning() override;
+  bool hasStoppedByItself() override;
+  int32_t frameCounter() override;
+  double frameRate() override;
+
+  static const CommandTableBase& commandTable();
+  const CommandTableBase* commands() const override { return &commandTable(); }
+
+  double shownRate() const { return rate; }  // pictures a second on the screen
+
+ private:
+  void freeze();
+  void stopTimers();
+  void takeLostCamera();
+  void measureRate();
+  void checkFrames();
+  void saveTimed();
+  void startTimedSaves();
+  void restoreZoom();
+  void storeZoom() const;
+  void restart();  // after a change that the camera takes only while it is stopped
+
+  // --- commands
+  bool isLive() const { return doc.isLive(); }
+  bool isFrozen() const { return !doc.isLive(); }
+  void videoControl() { controls.toggle(LiveControls::Video); }
+  void bigBrightness() { controls.toggle(LiveControls::Brightness); }
+  void autoBrightness() { controls.toggle(LiveControls::AutoBrightness); }
+  void autoFocus() { controls.toggle(LiveControls::AutoFocus); }
+  template <LiveControls::Which W>
+  bool shows() const {
+    return controls.isShown(W);
+  }
+  void pixelClock();
+  void flickerless();
+  bool isFlickerless() const;
+  void zoomInLive();
+  void zoomOutLive();
+  void halfResolution();
+  bool isHalfResolution() const;
+  bool canChangeCamera() const;
+  void grabImageSize();
+  void timerCommand();
+  void frameSkipCommand();
+  void selectCamera();
+  void showAllErrors();
+  bool showsAllErrors() const;
+  void toggleText();
+  bool showsText() const { return text; }
+  void focusDrive();
+  bool hasFocusDrive() const { return false; }
+
+  ZBasicfgDoc& doc;
+  LiveControls controls;
+  Timer rateTimer, checkTimer, saveTimer;
+  bool text = false;  // over the picture
+  bool asking = false;
+  int64_t displayed = 0;
+  int64_t displayedAtTick = 0;
+  double tickedAt = 0;
+  double rate = 0;
+  int32_t saved = 0;  // of timed saves
+  std::string saveStem;
+};
+
+}  // namespace tarnvisor

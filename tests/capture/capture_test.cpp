@@ -1,0 +1,230 @@
+// The live picture and the recorder before a simulated camera that gives frames as the test asks.
+#include "base/clock.h"
+#include "camera/framegrabber.h"
+#include "camera/simulatedcamera.h"
+#include "capture/commandids.h"
+#include "capture/texts.h"
+#include "capture/vivorecdoc.h"
+#include "capture/zbasicfgview.h"
+#include "frame/mainframe.h"
+#include "support/imagedoctest.h"
+
+namespace tarnvisor {
+namespace {
+
+class Capture : public ImageDocument {
+ protected:
+  void SetUp() override {
+    ImageDocument::SetUp();
+    frame = std::make_unique<CBasicMainFrame>(*app);
+    process.recordDir = folder.path();
+    process.baseName = "hand";
+    useCamera({});
+  }
+  void TearDown() override {
+    app->documents.discardAll();
+    fgOpenWith(nullptr);
+    frame.reset();
+    ImageDocument::TearDown();
+  }
+
+  void useCamera(SimulatedCameraSettings wanted) {
+    wanted.sensor = {128, 64};
+    wanted.pace = CameraPace::Step;
+    fgOpenWith([this, wanted](const std::string&, std::string& why) -> std::unique_ptr<CameraDriver> {
+      if (!plugged) {
+        why = "The camera is not there.";
+        return nullptr;
+      }
+      auto made = openSimulatedCamera(wanted);
+      camera = made.get();
+      return made;
+    });
+  }
+
+  void openLive() {
+    runCommand(cmd::LiveVideo);
+    turn();
+  }
+  void runCommand(int32_t id) { ASSERT_EQ(app->runCommand(id), CommandResult::Done) << id; }
+  void turn() {
+    for (int k = 0; k < 20; ++k) app->loop.turn();
+  }
+  void frames(int32_t count) {
+    camera->step(count);
+    fgDrain();
+    turn();
+  }
+  ZBasicfgDoc& live() { return *liveDocument(); }
+  ZBasicfgView& view() { return dynamic_cast<ZBasicfgView&>(*app->liveView); }
+  CVivoRecDoc& recorder() { return dynamic_cast<CVivoRecDoc&>(*app->recorder); }
+  static void sequence(int32_t count, int32_t skip, int32_t loop, int32_t toDisc) {
+    settings.setInt("Dynamic settings", "no of frames", count);
+    settings.setInt("Dynamic settings", "skip frames", skip);
+    settings.setInt("Dynamic settings", "loop", loop);
+    process.direct2disc = toDisc;
+    process.triggermovie = 1;
+  }
+  std::vector<uint32_t> numbersOf(CVivoCapDoc& doc) {
+    std::vector<uint32_t> numbers;
+    for (int32_t k = 0; k < doc.imageCount(); ++k) numbers.push_back(doc.movie->recordOf(k).number);
+    return numbers;
+  }
+
+  bool plugged = true;
+  SimulatedCamera* camera = nullptr;
+  std::unique_ptr<CBasicMainFrame> frame;
+};
+
+TEST_F(Capture, WithoutACameraThereAreWordsAndNoWindow) {
+  plugged = false;
+  runCommand(cmd::LiveVideo);
+  EXPECT_EQ(host.messages.back(), text::kNoVideoInput);
+  EXPECT_EQ(app->liveView, nullptr);
+  EXPECT_THAT(log(), HasSubstr("no cameras found\n"));
+  EXPECT_THAT(log(), HasSubstr("nofg\n"));
+}
+
+TEST_F(Capture, ALivePictureIsFrozenMeasuredAndSavedAsAStill) {
+  openLive();
+  EXPECT_EQ(live().title(), "Live Video Input");
+  frames(3);
+  EXPECT_EQ(live().theImage()->frameNumber, 6);
+  EXPECT_EQ(fgState().shownFrames, 1) << "the newest alone is shown";
+  EXPECT_TRUE(live().refuses(cmd::FilePrint));
+  EXPECT_FALSE(live().holdsPixels());
+  EXPECT_EQ(app->runCommand(cmd::Negative), CommandResult::Disabled);
+  runCommand(cmd::FreezeVideo);
+  EXPECT_EQ(live().title(), "Frozen Video Input");
+  EXPECT_THAT(live().notes, ContainsRegex("Captured .*\r\nflash=[0-9]+\r\nbright=0\r\n"));
+  EXPECT_THAT(live().notes, HasSubstr("fps=30.00\r\nauto flash\r\n"));
+  const auto kept = pixelsOf(*live().theImage());
+  runCommand(cmd::Negative);
+  EXPECT_NE(pixelsOf(*live().theImage()), kept);
+  host.paths = {folder.file("still.tv1")};
+  host.answers = {Answer::Yes};
+  runCommand(cmd::FileSaveAs);
+  EXPECT_THAT(host.messages.back(), StartsWith("Open the new file?"));
+  EXPECT_EQ(fileNameOf(app->documents.active()->pathName()), "still.tv1");
+  EXPECT_THAT(image()->notes, HasSubstr("Invert"));
+  EXPECT_EQ(live().pathName(), "") << "the next save asks again";
+  EXPECT_FALSE(live().isModified());
+  view().startCamera();
+  frames(1);
+  EXPECT_EQ(live().notes, "");
+  EXPECT_EQ(live().theImage()->frameNumber, 2);
+}
+
+TEST_F(Capture, SavesByTheTimeAndByTheTimer) {
+  const FixedClock noon(1000000000);
+  openLive();
+  frames(1);
+  frame->examList();
+  runCommand(cmd::SaveImage);
+  const std::string first = live().saveName;
+  EXPECT_THAT(first, ContainsRegex("/hand-[0-9]{12}_000\\.tv1$"));
+  runCommand(cmd::SaveImage);
+  EXPECT_EQ(live().saveName, withoutExtension(first) + "a.tv1") << "a name that is taken";
+  host.fill({{"number of images", "2"}, {"interval (seconds)", "1"}});
+  runCommand(cmd::TimedSaves);
+  runCommand(cmd::SaveImage);
+  EXPECT_THAT(live().saveName, EndsWith("_001.tv1"));
+  EXPECT_TRUE(app->loop.hasTimer(ZBasicfgView::kSaveTimer));
+  EXPECT_EQ(settings.getInt("fgdoc", "timerint", 0), 1);
+  host.calls.clear();
+}
+
+TEST_F(Capture, RecordsEachFrameToTheDiscAndToTheMemory) {
+  sequence(3, 0, 0, 1);
+  openLive();
+  frames(2);
+  live().setRoi({8, 4, 31, 24});
+  live().magx = 2.5;
+  runCommand(cmd::Trigger);
+  EXPECT_TRUE(recorder().isRecording());
+  EXPECT_TRUE(recorder().refuses(cmd::Negative));
+  frames(5);
+  EXPECT_FALSE(recorder().isRecording()) << "full";
+  EXPECT_FALSE(live().isLive());
+  EXPECT_THAT(numbersOf(recorder()), ElementsAre(6, 8, 10));
+  EXPECT_EQ(recorder().theImage()->width, 20) << "down to a multiple of 4";
+  EXPECT_EQ(recorder().theImage()->height, 20);
+  EXPECT_EQ(recorder().magx, 2.5);
+  EXPECT_THAT(recorder().title(), StartsWith("Recorded Video Sequence hand-"));
+  EXPECT_TRUE(fileExists(withoutExtension(recorder().moviePath) + ".dtv"));
+  EXPECT_FALSE(recorder().isModified());
+  const CVivoRecDoc* before = &recorder();
+  sequence(2, 2, 1, 0);
+  runCommand(cmd::Trigger);
+  EXPECT_EQ(before, &recorder()) << "what was saved makes room";
+  frames(10);
+  runCommand(cmd::Trigger);
+  EXPECT_THAT(numbersOf(recorder()), ElementsAre(14, 20)) << "each third, the newest two";
+  EXPECT_EQ(recorder().fps, 10);
+  EXPECT_TRUE(recorder().isModified());
+  EXPECT_EQ(recorder().pathName(), "");
+  runCommand(cmd::Trigger);
+  EXPECT_NE(before, &recorder()) << "what was not saved stays";
+  runCommand(cmd::Trigger);
+}
+
+TEST_F(Capture, ACameraThatGoesLeavesWhatWasRecorded) {
+  useCamera({.vanishesAfter = 4});
+  sequence(100, 0, 0, 1);
+  openLive();
+  runCommand(cmd::Trigger);
+  frames(6);
+  EXPECT_FALSE(recorder().isRecording());
+  EXPECT_EQ(recorder().imageCount(), 4);
+  EXPECT_THAT(host.messages, Contains(HasSubstr("Start tries the camera again")));
+  ASSERT_NE(app->liveView, nullptr) << "the window stays";
+  EXPECT_GT(live().theImage()->width, 0);
+  plugged = false;
+  view().startCamera();
+  EXPECT_THAT(host.messages.back(), HasSubstr("The camera is not there."));
+  plugged = true;
+  useCamera({});
+  view().startCamera();
+  frames(1);
+  EXPECT_TRUE(live().isLive());
+}
+
+TEST_F(Capture, FramesThatAreLostAreTold) {
+  useCamera({.losesEvery = 3});
+  sequence(4, 0, 0, 0);
+  openLive();
+  runCommand(cmd::Trigger);
+  frames(8);
+  EXPECT_THAT(recorder().notes, ContainsRegex("4 frames recorded, [12] missed"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("frames were missed"));
+  EXPECT_THAT(fgFrameCheck(), ContainsRegex("[0-9]+ of [0-9]+ frames of the camera did not arrive."));
+}
+
+TEST_F(Capture, HalfResolutionTakesTheScaleAlong) {
+  openLive();
+  live().magx = live().magy = 1.5;
+  runCommand(cmd::HalfResolution);
+  frames(1);
+  EXPECT_EQ(live().theImage()->width, 64);
+  EXPECT_EQ(live().magx, 3.0);
+  EXPECT_THAT(live().notes + log(), HasSubstr("set binning\n"));
+  runCommand(cmd::HalfResolution);
+  EXPECT_EQ(live().magy, 1.5);
+}
+
+TEST_F(Capture, LightIsSetByStrobeExposureOrNothing) {
+  openLive();
+  flashControl.on = 0;
+  EXPECT_EQ(fgState().exposureUs, 10000);
+  EXPECT_EQ(fgSetFlash(50, false), fgState().flashUs) << "no strobe is so short";
+  EXPECT_NE(fgState().flashUs, 50);
+  fgSetFlash(700, false);
+  EXPECT_EQ(fgState().flashUs, 700);
+  EXPECT_EQ(camera->value(CameraRole::StrobeEnd), 700 - 10000);
+  fgSetStrobeUse(true, false);
+  fgSetFlash(900, false);
+  EXPECT_EQ(fgState().exposureUs, 900);
+}
+
+}  // namespace
+}  // namespace tarnvisor
