@@ -1,0 +1,3 @@
+# Frames of a camera on the loopback network: bench_camera [seconds]
+add_executable(bench_camera camera.cpp)
+target_link_libraries(bench_camera PRIVATE camera PkgConfig::ARAVIS)
