@@ -63,10 +63,8 @@ void CDocument::stopWork() {
   finishWork();
 }
 
-bool CDocument::goOnWorking() {
-  if (atWork && atWork->slice()) return true;
-  if (atWork) finishWork();
-  return false;
+void CDocument::goOnWorking() {
+  if (atWork && !atWork->slice()) finishWork();
 }
 
 void CDocument::finishWork() {

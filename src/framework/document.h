@@ -88,8 +88,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   bool isBusy() const override { return atWork != nullptr; }
   // As by Cancel; the job has ended when it returns.
   void stopWork();
-  // Drives the job for a moment; false when there is none left.
-  bool goOnWorking();
+  // Drives the job for a moment. Its end may close the document.
+  void goOnWorking();
   const CDocument* documentOfCommands() const override { return this; }
 
   static const CommandTableBase& commandTable();
