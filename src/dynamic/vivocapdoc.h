@@ -17,6 +17,7 @@
 #include "analysis/movement.h"
 #include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
+#include "movie/movieimage.h"
 #include "movie/movierewrite.h"
 #include "traces/trace.h"
 
@@ -61,11 +62,11 @@ class CVivoCapDoc : public ZBasicDoc {
   // A new movie file in the work folder, which becomes the document's; the notes get the words when that is
   // done. In windows the work goes on after the call. False when it could not begin.
   bool makeMovie(const std::string& text, RewritePlan plan);
-  // A new image document with the mean of the selection; null when there can't be one.
-  ZBasicDoc* averageSelection();
-  // The same of the sharpest images by focusControl, each where it lies (CZZMovie::bestFocusInto). areas: as
-  // asked for; they change nothing.
-  ZBasicDoc* averageInFocus(int32_t areas);
+  // A new image document with the mean of the selection, when that is done. after: told at the end.
+  using AfterImage = std::function<void(ZBasicDoc* made, bool cancelled)>;  // made: null where there is none
+  void averageSelection(AfterImage after = nullptr);
+  // The same of the sharpest images by focusControl, each where it lies (MovieSharpest).
+  void averageInFocus(AfterImage after = nullptr);
 
   // --- movement correction (vivocapdoc_movement.cpp)
   // Begins a run at the image shown; false without a movie, or while one is under way.
@@ -157,13 +158,16 @@ class CVivoCapDoc : public ZBasicDoc {
   // vivocapdoc_pass.cpp
   class SelectionJob;
   class RewriteJob;
+  class ImageJob;
   void showStep();  // the image that a job is at
   void tellFailedPass(const std::string& moviePathBefore);
-  ZBasicDoc* imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make);
+  // Begins the making of an image, which a new document then shows, titled by this one and the suffix.
+  void makeImage(std::unique_ptr<MovieImage> making, const std::string& suffix, AfterImage after = nullptr);
+  void makeAverage(std::unique_ptr<MovieImage> averaging, const char* titleWords, AfterImage after);
+  void saveUnasked(ZBasicDoc& made) const;
 
   // vivocapdoc_focus.cpp
-  struct FocusCheck;
-  [[nodiscard]] bool measureSelection(FocusCheck& found);
+  class FocusJob;
 
   // vivocapdoc_exchange.cpp
   class ExportJob;
@@ -179,10 +183,11 @@ class CVivoCapDoc : public ZBasicDoc {
   Point endMovement();  // by how much marks and offsets moved
   void saveInBatchMode();
   void labelRegion(int32_t index);
-  void finishMovement(bool cancelled);
+  void finishMovement(bool cancelled, bool eachWasShown);
+  void closeMovement(bool eachWasShown);
   void tellMovement(int32_t first, int32_t last, bool cancelled);
   void keepMovementBase();
-  void averagePanorama();
+  void averagePanorama(std::function<void()> whenDone);
   void addQualityCurves(class ZchartDoc& chart);
 
   // vivocapdoc_archive.cpp

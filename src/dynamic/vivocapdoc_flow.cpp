@@ -95,14 +95,9 @@ void CVivoCapDoc::speedByRms() {
 
 void CVivoCapDoc::rmsSequence() {
   if (theImage()->colourset != kGrey) return report(text::kGreyOnly);
-  const WaitScope wait;
   const CZZMovie::Range range = selection();
-  auto deviation = std::make_unique<CZZimage>();
-  movie->forgetFailure();
-  if (movie->deviationInto(*deviation, range.first, range.last))
-    openImage(std::move(deviation), format("rms%1ito%1i", range.first, range.last));
-  else if (!movie->wasCancelled())
-    report(movie->failure().empty() ? text::kNoMemory : movie->failure());
+  makeImage(std::make_unique<MovieDeviation>(*movie, range.first, range.last),
+            format("rms%1ito%1i", range.first, range.last));
 }
 
 // Whether spectra of twice so many images can be had from one on; the user is told why not.
