@@ -145,13 +145,22 @@ class CVivoCapDoc : public ZBasicDoc {
   enum class MovieChoice { Usual, KeepLink, Copy };
   // Where that file goes: it stays, comes in beside the document, or the user cancelled.
   enum class MoviePlace { Stays, ComesIn, Cancelled };
+  struct MovieMove {
+    MoviePlace place;
+    std::string name;  // that it comes in as
+    CZZMovie::Range range{0, 0};
+    bool mayStay = false;  // where it can't come in
+  };
   struct BeforeSave;
-  [[nodiscard]] bool saveMovie(const std::string& documentPath);
-  [[nodiscard]] bool saveMovieAs(const std::string& name, int32_t first, int32_t last);
+  class SaveJob;
+  using AfterSave = std::function<void(bool saved)>;
+  std::unique_ptr<Job> savingJob(const std::string& path, AfterSave after);
+  MovieMove moveOfMovie(const std::string& documentPath);
+  MovieMove moveBeside(const std::string& documentPath) const;
+  [[nodiscard]] bool saveLinked(const std::string& path, BeforeSave& before);
+  void askAndSave();
   MoviePlace placeOfMovie(const std::string& documentPath);
   MoviePlace askForPlace();
-  [[nodiscard]] bool bringMovieIn(const std::string& documentPath);
-  bool tellUnsavedMovie();  // false
   void goBackTo(BeforeSave& before);
   bool isMovieOfOthers() const;
   [[nodiscard]] bool saveResults(const std::string& stem);
@@ -211,6 +220,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void exportOffsets();
   void makePanorama();
   void movementQuality();
+  void saveVideo();
   void saveVideoAs();
   void simpleThreshold();
   void mergeFields();

@@ -38,7 +38,7 @@ class CVivoCapDoc::SelectionJob : public Job {
         operation(std::move(toEach)),
         before(video.movie->fileName),
         range(video.selection()),
-        pass(*video.movie, "", range) {
+        pass(*video.movie, range) {
     if (what.empty()) what = title();
     if (doc.isMovieOfOthers()) doc.movie->shared = 1;
     opened = pass.openInPlace(freeMovieName(doc.homeFolder() + withoutExtension(fileNameOf(before))));

@@ -73,10 +73,7 @@ class CZZMovie {
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
   bool isRaw() const { return mode == kFile && dataOffset == 0; }
-  void forgetFailure() {
-    trouble.clear();
-    cancelled = false;
-  }
+  void forgetFailure() { trouble.clear(); }
   void close();
 
   // --- zzmovie_open.cpp
@@ -112,8 +109,9 @@ class CZZMovie {
   void abandonProcessing();
   bool processingFailed() const;
   const std::string& leftOver() const { return leftOverFile; }
-  // The user stopped the last pass, save, export or average.
-  bool wasCancelled() const { return cancelled; }
+
+  // --- moviesave.cpp
+  // All of a MovieSave at once.
   [[nodiscard]] bool save(const std::string& name, int32_t first = -1, int32_t last = -1);
   [[nodiscard]] bool saveFrames(const std::string& name, int32_t first, int32_t last);
 
@@ -189,6 +187,7 @@ class CZZMovie {
 
  private:
   friend class MoviePass;
+  friend class MovieSave;
   struct FreeBlock {
     void operator()(uint8_t* block) const;
   };
@@ -210,9 +209,7 @@ class CZZMovie {
   void writeRecorded(const CZZimage& image);
   void readBack();
   void finishRecordedFile();
-  [[nodiscard]] bool copyOrRename(const std::string& name);
   [[nodiscard]] bool writeMissingTrailer();
-  [[nodiscard]] bool rewriteInOrder();
 
   CZZimage holder;      // one frame's buffer, or only its form while frames are in memory
   CZZchildimage frame;  // what callers see: a view onto holder or memory
@@ -230,7 +227,6 @@ class CZZMovie {
   int32_t recovered = 0;
   std::string trouble;
   std::string leftOverFile;
-  bool cancelled = false;
 };
 
 }  // namespace tarnvisor

@@ -173,6 +173,40 @@ TEST_F(VideoWork, EndsInWordsWhereTheMovieIsCutOff) {
   }
 }
 
+TEST_F(VideoWork, SavesACopyAndThenTheDocument) {
+  const auto saveAs = [&](const char* name) {
+    host.answers = {Answer::No};
+    host.paths = {folder.file(name)};
+    begin("Save As");
+    EXPECT_FALSE(fileExists(folder.file(name))) << "its movie comes first";
+  };
+  saveAs("stopped.dtv");
+  doc->stopWork();
+  saveAs("taken.dtv");
+  ASSERT_TRUE(replaceFile(folder.file("taken.dtv"), std::string_view("another's")));
+  finish();
+  EXPECT_THAT(host.messages.back(), HasSubstr("taken.dtv was written meanwhile by another document."));
+  EXPECT_EQ(readWholeText(folder.file("taken.dtv")), "another's");
+  EXPECT_EQ(doc->moviePath, folder.file("a.mve"));
+  for (const char* none : {"stopped.mve", "stopped.dtv", "taken.mve"})
+    EXPECT_FALSE(fileExists(folder.file(none))) << none;
+  saveAs("copy.dtv");
+  finish();
+  EXPECT_EQ(doc->moviePath, folder.file("copy.mve"));
+  EXPECT_EQ(doc->pathName(), folder.file("copy.dtv"));
+  EXPECT_FALSE(doc->isModified());
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 12, 13, 14));
+}
+
+TEST_F(VideoWork, IsSavedInOneGoWhereItCloses) {
+  doc->moviePath.clear();
+  doc->setPathName(folder.file("b.dtv"));
+  host.answers = {Answer::Yes};
+  EXPECT_TRUE(app->documents.close(*doc));
+  EXPECT_TRUE(fileExists(folder.file("b.mve")));
+  EXPECT_TRUE(fileExists(folder.file("b.dtv")));
+}
+
 TEST_F(VideoWork, OfAPanoramaFollowsOneAfterTheOther) {
   begin("create nailfold panoramic image");
   finish();
