@@ -254,6 +254,9 @@ class CVivoCapDoc : public ZBasicDoc {
   void modifiedLaplacian();
   void min3x3();
   // vivocapdoc_flow.cpp
+  class BlockJob;
+  void makeFftMovie(std::vector<uint8_t> block, int32_t points, int32_t from);
+  void openFluxConcSpeed(const std::vector<uint8_t>& block, const struct SpectralFlow& with);
   void speedByRms();
   void rmsSequence();
   void fftPerPixel();
