@@ -203,13 +203,12 @@ class StepLength {
  public:
   size_t frames() const { return length; }
   void lasted(double seconds) {
-    if (seconds < kShort && length < kMost) length *= 2;
-    if (seconds > kLong)
-      length = std::max(kLeast, static_cast<size_t>(static_cast<double>(length) * kShort / seconds));
+    const double by = std::min(kWhile / std::max(seconds, 1e-6), 8.0);
+    length = std::clamp(static_cast<size_t>(static_cast<double>(length) * by), kLeast, kMost);
   }
 
  private:
-  static constexpr double kShort = 0.006, kLong = 0.02;
+  static constexpr double kWhile = 0.014;
   static constexpr size_t kLeast = 4, kMost = 4096;
   size_t length = kLeast;
 };
