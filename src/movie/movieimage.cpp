@@ -291,11 +291,10 @@ MovieImage::MovieImage(CZZMovie& shown, int32_t first, int32_t last)
 
 MovieImage::~MovieImage() = default;
 
-std::unique_ptr<CZZimage> MovieImage::take() { return std::move(image); }
+std::unique_ptr<CZZimage> MovieImage::take() { return trouble.empty() ? std::move(image) : nullptr; }
 
 bool MovieImage::failsAt(int32_t index) {
   trouble = format("image %i can't be read", index);
-  image.reset();
   return false;
 }
 
@@ -340,7 +339,7 @@ bool MovieDeviation::next() {
 }
 
 std::unique_ptr<CZZimage> MovieDeviation::take() {
-  if (image) image->finishStats(&statistics);
+  if (image && trouble.empty()) image->finishStats(&statistics);
   return MovieImage::take();
 }
 

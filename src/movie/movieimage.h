@@ -37,7 +37,7 @@ class MovieImage {
 
   CZZMovie& movie;
   CZZMovie::Range range;
-  std::unique_ptr<CZZimage> image;  // null after a failure
+  std::unique_ptr<CZZimage> image;  // null where there can't be one
   std::string trouble;
 };
 
