@@ -11,11 +11,17 @@
 #include "dynamic/vivocapdoc.h"
 #include "exams/examselection.h"
 #include "measure/dimlist.h"
+#include "movie/movieimage.h"
 #include "movie/tagreader.h"
 
 namespace {
 
 using namespace tarnvisor;
+
+void make(MovieImage&& work) {
+  while (work.next()) continue;
+  (void)work.take();
+}
 
 // What the table says is asked of frames that are there.
 void useTable(FrameTable table) {
@@ -25,9 +31,9 @@ void useTable(FrameTable table) {
   for (int k = 0; k < 4; ++k) (void)movie.addFrame(image, 0);
   movie.stopRecording();
   movie.adoptTable(std::move(table));
-  (void)movie.averageInto(image, -1, -1);
-  (void)movie.bestFocusInto(
-      image, [](const CZZimage&) { return 1.0; }, 2, -1, -1);
+  make(MovieMean(movie, -1, -1));
+  make(MovieSharpest(
+      movie, [](const CZZimage&) { return 1.0; }, -1, -1));
   (void)movie.frameAt(3).frameRect();
 }
 

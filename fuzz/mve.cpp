@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "imagebytes.h"
-#include "movie/zzmovie.h"
+#include "movie/movieimage.h"
 
 using namespace tarnvisor;
 
@@ -23,6 +23,11 @@ struct Folder {
   }
   std::string path;
 };
+
+void make(MovieImage&& work) {
+  while (work.next()) continue;
+  (void)work.take();
+}
 
 }  // namespace
 
@@ -42,10 +47,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (int32_t i = 0; i < frames; ++i) movie.nextFrame(frames);
   const CZZMovie::Extents extents = movie.frameExtents(0, frames);
   if (extents.width < 2000 && extents.height < 2000) {
-    movie.averageInto(image, 0, frames);
-    movie.deviationInto(image, 0, frames);
-    movie.bestFocusInto(
-        image, [](const CZZimage& each) { return each.meanLevel({}); }, 2, 0, frames);
+    make(MovieMean(movie, 0, frames));
+    make(MovieDeviation(movie, 0, frames));
+    make(MovieSharpest(
+        movie, [](const CZZimage& each) { return each.meanLevel({}); }, 0, frames));
   }
   if (movie.count > frames || extents.height > 2000 || extents.width > 2000) return 0;
   movie.save(name);  // the missing trailer

@@ -224,26 +224,31 @@ Outcome AtomicFile::commit(Flush flush) {
   return Outcome::success();
 }
 
-Outcome copyFile(const std::string& from, const std::string& to,
-                 const std::function<bool(int64_t done, int64_t total)>& goesOn) {
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-  const std::unique_ptr<std::FILE, CloseFile> source(fileExists(from) ? std::fopen(from.c_str(), "rbe")
-                                                                      : nullptr);
-  if (!source) return Outcome::failure("Cannot open " + from + ".");
-  AtomicFile copy(to);
-  std::vector<uint8_t> block(size_t{1} << 20);
+FileCopy::FileCopy(const std::string& original, const std::string& to)
+    : from(original),
+      source(fileExists(original) ? std::fopen(original.c_str(), "rbe") : nullptr),
+      copy(to),
+      block(size_t{1} << 20) {
   std::error_code error;
-  const auto total = static_cast<int64_t>(fs::file_size(from, error));
-  int64_t done = 0;
-  size_t got = 0;
-  while ((got = std::fread(block.data(), 1, block.size(), source.get())) > 0) {
-    if (goesOn && !goesOn(done, error ? 0 : total)) return Outcome::failure("cancelled");
-    if (!copy.write(block.data(), got)) break;
-    done += static_cast<int64_t>(got);
-  }
+  const auto size = fs::file_size(from, error);
+  bytes = error ? 0 : static_cast<int64_t>(size);
+}
+
+bool FileCopy::next() {
+  const size_t got = source ? std::fread(block.data(), 1, block.size(), source.get()) : 0;
+  written += static_cast<int64_t>(got);
+  return got > 0 && copy.write(block.data(), got);
+}
+
+Outcome FileCopy::commit() {
+  if (!source) return Outcome::failure("Cannot open " + from + ".");
   if (std::ferror(source.get())) return Outcome::failure("Cannot read " + from + ".");
+  return copy.commit();
+}
+
+Outcome copyFile(const std::string& from, const std::string& to) {
+  FileCopy copy(from, to);
+  while (copy.next()) continue;
   return copy.commit();
 }
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -86,10 +86,27 @@ class AtomicFile {
   int writeError = 0;
 };
 
-// Byte by byte; a file of the new name is replaced in one step. goesOn: told of the bytes done and of all;
-// false from it ends the copying, and leaves no copy.
-Outcome copyFile(const std::string& from, const std::string& to,
-                 const std::function<bool(int64_t done, int64_t total)>& goesOn = nullptr);
+// A copy byte by byte, a block a step. A file of the new name is replaced at once by commit(); without it
+// there is no copy.
+class FileCopy {
+ public:
+  FileCopy(const std::string& source, const std::string& copy);
+  [[nodiscard]] bool next();  // false when all is written, or after a failure
+  int64_t done() const { return written; }
+  int64_t total() const { return bytes; }  // 0 where nobody knows
+  [[nodiscard]] Outcome commit();
+
+ private:
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  std::string from;
+  std::unique_ptr<std::FILE, CloseFile> source;
+  AtomicFile copy;
+  std::vector<uint8_t> block;
+  int64_t written = 0, bytes = 0;
+};
+Outcome copyFile(const std::string& from, const std::string& to);  // all at once
 Outcome replaceFile(const std::string& path, std::span<const uint8_t> bytes);
 Outcome replaceFile(const std::string& path, std::string_view text,
                     AtomicFile::Flush flush = AtomicFile::Flush::ToDisc);

@@ -18,6 +18,7 @@
 #include "base/files.h"
 #include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
+#include "movie/movieimage.h"
 #include "movie/movierewrite.h"
 #include "traces/trace.h"
 
@@ -62,11 +63,11 @@ class CVivoCapDoc : public ZBasicDoc {
   // A new movie file in the work folder, which becomes the document's; the notes get the words when that is
   // done. In windows the work goes on after the call. False when it could not begin.
   bool makeMovie(const std::string& text, RewritePlan plan);
-  // A new image document with the mean of the selection; null when there can't be one.
-  ZBasicDoc* averageSelection();
-  // The same of the sharpest images by focusControl, each where it lies (CZZMovie::bestFocusInto). areas: as
-  // asked for; they change nothing.
-  ZBasicDoc* averageInFocus(int32_t areas);
+  // A new image document with the mean of the selection, when that is done. after: told at the end.
+  using AfterImage = std::function<void(ZBasicDoc* made, bool cancelled)>;  // made: null where there is none
+  void averageSelection(AfterImage after = nullptr);
+  // The same of the sharpest images by focusControl, each where it lies (MovieSharpest).
+  void averageInFocus(AfterImage after = nullptr);
 
   // --- movement correction (vivocapdoc_movement.cpp)
   // Begins a run at the image shown; false without a movie, or while one is under way.
@@ -146,13 +147,22 @@ class CVivoCapDoc : public ZBasicDoc {
   enum class MovieChoice { Usual, KeepLink, Copy };
   // Where that file goes: it stays, comes in beside the document, or the user cancelled.
   enum class MoviePlace { Stays, ComesIn, Cancelled };
+  struct MovieMove {
+    MoviePlace place;
+    std::string name;  // that it comes in as
+    CZZMovie::Range range{0, 0};
+    bool mayStay = false;  // where it can't come in
+  };
   struct BeforeSave;
-  [[nodiscard]] bool saveMovie(const std::string& documentPath);
-  [[nodiscard]] bool saveMovieAs(const std::string& name, int32_t first, int32_t last);
+  class SaveJob;
+  using AfterSave = std::function<void(bool saved)>;
+  std::unique_ptr<Job> savingJob(const std::string& path, AfterSave after);
+  MovieMove moveOfMovie(const std::string& documentPath);
+  MovieMove moveBeside(const std::string& documentPath) const;
+  [[nodiscard]] bool saveLinked(const std::string& path, BeforeSave& before);
+  void askAndSave();
   MoviePlace placeOfMovie(const std::string& documentPath);
   MoviePlace askForPlace();
-  [[nodiscard]] bool bringMovieIn(const std::string& documentPath);
-  bool tellUnsavedMovie();  // false
   void goBackTo(BeforeSave& before);
   bool isMovieOfOthers(const std::string& file) const;
   void settleUnsavedMovie();
@@ -160,13 +170,16 @@ class CVivoCapDoc : public ZBasicDoc {
   // vivocapdoc_pass.cpp
   class SelectionJob;
   class RewriteJob;
+  class ImageJob;
   void showStep();  // the image that a job is at
   void tellFailedPass(const std::string& moviePathBefore);
-  ZBasicDoc* imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make);
+  // Begins the making of an image, which a new document then shows, titled by this one and the suffix.
+  void makeImage(std::unique_ptr<MovieImage> making, const std::string& suffix, AfterImage after = nullptr);
+  void makeAverage(std::unique_ptr<MovieImage> averaging, const char* titleWords, AfterImage after);
+  void saveUnasked(ZBasicDoc& made) const;
 
   // vivocapdoc_focus.cpp
-  struct FocusCheck;
-  [[nodiscard]] bool measureSelection(FocusCheck& found);
+  class FocusJob;
 
   // vivocapdoc_exchange.cpp
   class ExportJob;
@@ -182,10 +195,11 @@ class CVivoCapDoc : public ZBasicDoc {
   Point endMovement();  // by how much marks and offsets moved
   void saveInBatchMode();
   void labelRegion(int32_t index);
-  void finishMovement(bool cancelled);
+  void finishMovement(bool cancelled, bool eachWasShown);
+  void closeMovement(bool eachWasShown);
   void tellMovement(int32_t first, int32_t last, bool cancelled);
   void keepMovementBase();
-  void averagePanorama();
+  void averagePanorama(std::function<void()> whenDone);
   void addQualityCurves(class ZchartDoc& chart);
 
   // vivocapdoc_archive.cpp
@@ -209,6 +223,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void exportOffsets();
   void makePanorama();
   void movementQuality();
+  void saveVideo();
   void saveVideoAs();
   void simpleThreshold();
   void mergeFields();
@@ -242,6 +257,9 @@ class CVivoCapDoc : public ZBasicDoc {
   void modifiedLaplacian();
   void min3x3();
   // vivocapdoc_flow.cpp
+  class BlockJob;
+  void makeFftMovie(std::vector<uint8_t> block, int32_t points, int32_t from);
+  void openFluxConcSpeed(const std::vector<uint8_t>& block, const struct SpectralFlow& with);
   void speedByRms();
   void rmsSequence();
   void fftPerPixel();

@@ -24,6 +24,7 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
   using D = CVivoCapDoc;
   static const CommandTable<D> table(
       {
+          {cmd::FileSave, "&Save", &D::saveVideo},
           {cmd::FileSaveAs, "Save &As...", &D::saveVideoAs},
           {cmd::Threshold, "&Simple threshold", &D::simpleThreshold, &D::canFilterMovie},
           {cmd::MergeFields,
@@ -252,7 +253,7 @@ void CVivoCapDoc::saveVideoAs() {
   }
   if (movieChoice == MovieChoice::Copy && !moviePath.empty() && !hasMovie())
     host().messages.show(filledIn(text::kMovieAway, moviePath));
-  saveAs();
+  askAndSave();
   movieChoice = MovieChoice::Usual;
 }
 

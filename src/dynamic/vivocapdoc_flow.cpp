@@ -3,6 +3,7 @@
 
 #include "app/asked.h"
 #include "app/processstate.h"
+#include "archive/archive.h"
 #include "base/text.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
@@ -16,34 +17,44 @@ namespace tarnvisor {
 
 namespace {
 
-// The grey levels of so many images one after the other, rows without gaps. Empty without memory, or where
-// one can't be read.
-std::vector<uint8_t> blockOf(CZZMovie& movie, int32_t first, int32_t count) {
-  const CZZimage& form = movie.image();
-  const size_t wide = static_cast<size_t>(form.width), pixels = wide * static_cast<size_t>(form.height);
-  std::vector<uint8_t> block;
-  try {
-    block.resize(pixels * static_cast<size_t>(count));
-  } catch (const std::bad_alloc&) {
-    return block;
-  }
-  CZZimage each;
-  uint8_t* to = block.data();
-  for (int32_t i = 0; i < count; ++i) {
-    movie.getImage(first + i, each);
-    if (!movie.hasRead()) return {};
-    for (int32_t y = 0; y < form.height; ++y, to += wide)
-      if (y < each.height && each.width == form.width) std::copy_n(each.row(y), wide, to);
-  }
-  return block;
-}
-
 void fillFrom(CZZimage& image, const uint8_t* pixels) {
   for (int32_t y = 0; y < image.height; ++y, pixels += image.width)
     std::copy_n(pixels, image.width, image.row(y));
 }
 
 }  // namespace
+
+// Reads the grey levels of so many images one after the other, rows without gaps.
+class CVivoCapDoc::BlockJob : public Job {
+ public:
+  using Block = std::vector<uint8_t>;
+  BlockJob(CVivoCapDoc& video, int32_t firstImage, int32_t images, std::function<void(Block)> whenRead)
+      : doc(video), first(firstImage), count(images), after(std::move(whenRead)) {}
+  std::string title() const override { return "Reading images"; }
+  Progress progress() const override { return {title(), at, count}; }
+  bool step() override {
+    CZZMovie& movie = *doc.movie;
+    const CZZimage& form = movie.form();
+    const auto wide = static_cast<size_t>(form.width), bytes = wide * static_cast<size_t>(form.height);
+    if (block.empty()) block.resize(bytes * static_cast<size_t>(count));
+    movie.getImage(first + at, each);
+    if (!movie.hasRead()) throw ArchiveException(format("image %i can't be read", first + at));
+    uint8_t* to = block.data() + bytes * static_cast<size_t>(at);
+    for (int32_t y = 0; y < form.height; ++y, to += wide) std::copy_n(each.row(y), wide, to);
+    return ++at < count;
+  }
+  void end(bool cancelled) override {
+    const WaitScope wait;
+    if (!cancelled) after(std::move(block));
+  }
+
+ private:
+  CVivoCapDoc& doc;
+  int32_t first, count, at = 0;
+  std::function<void(Block)> after;
+  CZZimage each;
+  Block block;
+};
 
 ZBasicDoc* CVivoCapDoc::openImage(std::unique_ptr<CZZimage> pixels, const std::string& suffix) {
   ZBasicDoc* made = duplicate("");
@@ -95,14 +106,9 @@ void CVivoCapDoc::speedByRms() {
 
 void CVivoCapDoc::rmsSequence() {
   if (theImage()->colourset != kGrey) return report(text::kGreyOnly);
-  const WaitScope wait;
   const CZZMovie::Range range = selection();
-  auto deviation = std::make_unique<CZZimage>();
-  movie->forgetFailure();
-  if (movie->deviationInto(*deviation, range.first, range.last))
-    openImage(std::move(deviation), format("rms%1ito%1i", range.first, range.last));
-  else if (!movie->wasCancelled())
-    report(movie->failure().empty() ? text::kNoMemory : movie->failure());
+  makeImage(std::make_unique<MovieDeviation>(*movie, range.first, range.last),
+            format("rms%1ito%1i", range.first, range.last));
 }
 
 // Whether spectra of twice so many images can be had from one on; the user is told why not.
@@ -124,12 +130,17 @@ void CVivoCapDoc::fftPerPixel() {
   Form form("FFT per pixel sequence");
   form.add(text::kFftPointsOfPixel, points);
   if (!asked(form) || !hasImagesForFft(points, currentIndex())) return;
-  const WaitScope wait;
-  std::vector<uint8_t> block = blockOf(*movie, currentIndex(), 2 * points);
-  if (block.empty() || !tarnvisor::fftPerPixel(block, points)) return report(text::kNoMemory);
+  start(std::make_unique<BlockJob>(*this, currentIndex(), 2 * points,
+                                   [this, points, from = currentIndex()](std::vector<uint8_t> block) {
+                                     makeFftMovie(std::move(block), points, from);
+                                   }));
+}
+
+void CVivoCapDoc::makeFftMovie(std::vector<uint8_t> block, int32_t points, int32_t from) {
+  if (!tarnvisor::fftPerPixel(block, points)) return report(text::kNoMemory);
   const size_t pixels = block.size() / (2 * static_cast<size_t>(points));
   makeMovie(
-      format("FFT of %i points per pixel from image %i", points, currentIndex()),
+      format("FFT of %i points per pixel from image %i", points, from),
       rewritePlan(formLike(movie->image()), movie->count,
                   [movie = movie.get(), points, pixels, block = std::move(block)](int32_t k, CZZimage& made) {
                     movie->getImage(k, made);
@@ -155,11 +166,15 @@ void CVivoCapDoc::fluxConcSpeed() {
   settings.setInt("FCF", "LFcutoff", with.lowCutoff);
   settings.setInt("FCF", "Hfcutoff", with.highCutoff);
   if (!hasImagesForFft(with.n, 0)) return;
-  const WaitScope wait;
-  const std::vector<uint8_t> block = blockOf(*movie, 0, 2 * with.n);
+  start(std::make_unique<BlockJob>(*this, 0, 2 * with.n, [this, with](const std::vector<uint8_t>& block) {
+    openFluxConcSpeed(block, with);
+  }));
+}
+
+void CVivoCapDoc::openFluxConcSpeed(const std::vector<uint8_t>& block, const SpectralFlow& with) {
   const size_t pixels = block.size() / (2 * static_cast<size_t>(with.n));
   std::vector<uint8_t> flux(pixels), conc(pixels), speed(pixels);
-  if (block.empty() || !tarnvisor::fluxConcSpeed(block, with, flux.data(), conc.data(), speed.data()))
+  if (!tarnvisor::fluxConcSpeed(block, with, flux.data(), conc.data(), speed.data()))
     return report(text::kNoMemory);
   const std::string name = "FCF_of_" + stemOfTitle();
   const std::pair<const std::vector<uint8_t>*, const char*> images[] = {

@@ -108,7 +108,7 @@ class CVivoCapDoc::MovementJob : public Job {
     if (shows) doc.showStep();
     return true;
   }
-  void end(bool cancelled) override { doc.finishMovement(cancelled); }
+  void end(bool cancelled) override { doc.finishMovement(cancelled, shows); }
 
  private:
   CVivoCapDoc& doc;
@@ -174,7 +174,7 @@ Point CVivoCapDoc::endMovement() {
   return moved;
 }
 
-void CVivoCapDoc::finishMovement(bool cancelled) {
+void CVivoCapDoc::finishMovement(bool cancelled, bool eachWasShown) {
   const int32_t listBefore = amc.regionsEditing ? int32_t{kAmcList} : int32_t{kPlainList};
   const bool byRegions = amc.newRgnOld == kFastRegions;
   const int32_t first = amc.start, last = amc.currentIndex;
@@ -186,11 +186,19 @@ void CVivoCapDoc::finishMovement(bool cancelled) {
   if (byRegions) setCurrentList(listBefore);
   if (amc.regionsEditing) showMovementRegions();
   tellMovement(first, last, cancelled);
-  if (panoramicPending) averagePanorama();
-  if (process.batchMode) {
-    saveInBatchMode();
-    return;
-  }
+  const auto close = [this, eachWasShown] { closeMovement(eachWasShown); };
+  if (panoramicPending && !cancelled)
+    averagePanorama(close);
+  else
+    close();
+}
+
+// A run that was not shown ends at image 0.
+void CVivoCapDoc::closeMovement(bool eachWasShown) {
+  panoramicPending = 0;
+  if (!eachWasShown) movie->frameAt(0);
+  refreshImage();
+  if (process.batchMode) return saveInBatchMode();
   updateAllViews();
 }
 
@@ -261,11 +269,7 @@ void CVivoCapDoc::correctMovement() {
 
 void CVivoCapDoc::correctMovementWithoutDisplay() {
   logPrintf("OnAMCin1\n");
-  if (!initAMC()) return;
-  runToEnd(std::make_unique<MovementJob>(*this, false));
-  endMovement();  // with no start any more: image 0 is shown
-  refreshImage();
-  updateAllViews();
+  if (initAMC()) start(std::make_unique<MovementJob>(*this, false));
 }
 
 void CVivoCapDoc::movementSettings() {
@@ -436,13 +440,12 @@ void CVivoCapDoc::makePanorama() {
   if (!isBusy()) panoramicPending = 0;
 }
 
-void CVivoCapDoc::averagePanorama() {
-  const int32_t before = process.quietMode;
-  process.quietMode = 1;
-  averageInFocusCommand();
-  averageSelection();
-  process.quietMode = before;
-  panoramicPending = 0;
+// The one of the sharpest images needs no answer: the number of areas changes nothing.
+void CVivoCapDoc::averagePanorama(std::function<void()> whenDone) {
+  averageInFocus([this, whenDone = std::move(whenDone)](ZBasicDoc*, bool cancelled) {
+    if (cancelled) return whenDone();
+    averageSelection([whenDone](ZBasicDoc*, bool) { whenDone(); });
+  });
 }
 
 // --- how good it was

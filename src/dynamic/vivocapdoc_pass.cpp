@@ -10,6 +10,7 @@
 #include "framework/documenttype.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "movie/movieimage.h"
 #include "movie/movieoutput.h"
 #include "movie/moviepass.h"
 #include "movie/movierewrite.h"
@@ -37,7 +38,7 @@ class CVivoCapDoc::SelectionJob : public Job {
         operation(std::move(toEach)),
         before(video.movie->fileName),
         range(video.selection()),
-        pass(*video.movie, "", range) {
+        pass(*video.movie, range) {
     if (what.empty()) what = title();
     if (doc.isMovieOfOthers(before)) doc.movie->shared = 1;
     opened = pass.openInPlace(freeMovieName(doc.homeFolder() + withoutExtension(fileNameOf(before))));
@@ -158,32 +159,59 @@ bool CVivoCapDoc::makeMovie(const std::string& words, RewritePlan plan) {
   return true;
 }
 
-ZBasicDoc* CVivoCapDoc::averageSelection() {
-  return imageOfSelection(
-      "Av", [&](CZZimage& mean) { return movie->averageInto(mean, selectionFirst, selectionLast); });
+// Ends with a new document of the image.
+class CVivoCapDoc::ImageJob : public Job {
+ public:
+  ImageJob(CVivoCapDoc& video, std::unique_ptr<MovieImage> making, std::string titleWords,
+           AfterImage whenDone)
+      : doc(video), work(std::move(making)), suffix(std::move(titleWords)), after(std::move(whenDone)) {}
+  std::string title() const override { return "Making an image"; }
+  Progress progress() const override { return {work->words(), work->done(), work->total()}; }
+  bool step() override { return work->next(); }
+  void end(bool cancelled) override {
+    ZBasicDoc* made = nullptr;
+    if (!cancelled) {
+      if (std::unique_ptr<CZZimage> pixels = work->take())
+        made = doc.openImage(std::move(pixels), suffix);
+      else
+        doc.report(work->failure().empty() ? text::kNoMemory : work->failure());
+    }
+    if (after) after(made, cancelled);
+  }
+
+ private:
+  CVivoCapDoc& doc;
+  std::unique_ptr<MovieImage> work;
+  std::string suffix;
+  AfterImage after;
+};
+
+void CVivoCapDoc::makeImage(std::unique_ptr<MovieImage> making, const std::string& suffix, AfterImage after) {
+  start(std::make_unique<ImageJob>(*this, std::move(making), suffix, std::move(after)));
 }
 
-// A new document with the image that `make` fills; null when it can't.
-ZBasicDoc* CVivoCapDoc::imageOfSelection(const char* titleWords, const std::function<bool(CZZimage&)>& make) {
-  if (!hasMovie()) return nullptr;
-  const WaitScope wait;
-  auto pixels = std::make_unique<CZZimage>();
-  movie->forgetFailure();
-  if (!make(*pixels)) {
-    if (!movie->wasCancelled()) report(movie->failure().empty() ? text::kNoMemory : movie->failure());
-    return nullptr;
-  }
+void CVivoCapDoc::makeAverage(std::unique_ptr<MovieImage> averaging, const char* titleWords,
+                              AfterImage after) {
   const CZZMovie::Range range = selection();
-  ZBasicDoc* made = openImage(std::move(pixels), format("%s%1i-%1i", titleWords, range.first, range.last));
-  if (!made) return nullptr;
-  if (process.batchMode) {
-    made->keepwhole = 1;  // nobody is there to be asked
-    const std::string path =
-        freeName(folderOf(pathName().empty() ? moviePath : pathName()) + made->title(), ".tv1");
-    if (made->onSaveDocument(path)) made->setPathName(path);
-  }
-  made->updateAllViews();
-  return made;
+  makeImage(std::move(averaging), format("%s%1i-%1i", titleWords, range.first, range.last),
+            [this, after = std::move(after)](ZBasicDoc* made, bool cancelled) {
+              if (made && process.batchMode) saveUnasked(*made);
+              if (after) after(made, cancelled);
+            });
+}
+
+// Nobody is there to be asked.
+void CVivoCapDoc::saveUnasked(ZBasicDoc& made) const {
+  made.keepwhole = 1;
+  const std::string path =
+      freeName(folderOf(pathName().empty() ? moviePath : pathName()) + made.title(), ".tv1");
+  if (made.onSaveDocument(path)) made.setPathName(path);
+  made.updateAllViews();
+}
+
+void CVivoCapDoc::averageSelection(AfterImage after) {
+  if (!hasMovie()) return;
+  makeAverage(std::make_unique<MovieMean>(*movie, selectionFirst, selectionLast), "Av", std::move(after));
 }
 
 }  // namespace tarnvisor

@@ -1,6 +1,7 @@
 // Saving: the movie first, then the document. What lies beside the document moves and is copied with it, so a
 // movie of the work folder comes there; one from elsewhere comes there when the user wants it to.
 #include <cstdio>
+#include <optional>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -10,6 +11,7 @@
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "movie/moviesave.h"
 #include "results/resultdoc.h"
 #include "settings/log.h"
 #include "settings/settings.h"
@@ -47,44 +49,99 @@ struct CVivoCapDoc::BeforeSave {
 
 // The selection, in a file that goes with the document. A movie that has a file stays in it, or comes with
 // it beside the document.
-bool CVivoCapDoc::saveMovie(const std::string& documentPath) {
-  if (!hasMovie()) return true;
-  movie->forgetFailure();
+CVivoCapDoc::MovieMove CVivoCapDoc::moveOfMovie(const std::string& documentPath) {
+  if (!hasMovie()) return {MoviePlace::Stays};
   if (moviePath.empty() || movieChoice == MovieChoice::Copy)
-    return saveMovieAs(freeName(withoutExtension(documentPath), compressoutput ? ".z.avi" : ".mve"),
-                       selectionFirst, selectionLast) ||
-           tellUnsavedMovie();
+    return {MoviePlace::ComesIn, freeName(withoutExtension(documentPath), compressoutput ? ".z.avi" : ".mve"),
+            selection()};
   // Deleted or unplugged while it was shown: what can still be read of it.
   if (!fileExists(moviePath))
-    return saveMovieAs(freeName(withoutExtension(documentPath), ".mve"), -1, -1) || tellUnsavedMovie();
+    return {MoviePlace::ComesIn, freeName(withoutExtension(documentPath), ".mve"), movie->clamped(-1, -1)};
   if (sameFolder(folderOf(moviePath), folderOf(documentPath)))
-    return movie->recoveredFrames() == 0 || movie->save(movie->fileName) || tellUnsavedMovie();
-  switch (placeOfMovie(documentPath)) {
-    case MoviePlace::Stays:
-      return true;
-    case MoviePlace::ComesIn:
-      return bringMovieIn(documentPath);
-    default:
-      return false;
+    return movie->recoveredFrames() == 0
+               ? MovieMove{MoviePlace::Stays}
+               : MovieMove{MoviePlace::ComesIn, movie->fileName, movie->clamped(-1, -1)};
+  const MoviePlace place = placeOfMovie(documentPath);
+  return place == MoviePlace::ComesIn ? moveBeside(documentPath) : MovieMove{place};
+}
+
+// Moved when it is this document's alone, else copied; under its own name, or with a number where that is
+// taken. Where it can't be brought, the document is saved all the same: its link tells where the movie is.
+CVivoCapDoc::MovieMove CVivoCapDoc::moveBeside(const std::string& documentPath) const {
+  const std::string wanted = besideDocument(documentPath, moviePath);
+  return {MoviePlace::ComesIn, freeName(withoutExtension(wanted), "." + extensionOf(wanted)),
+          movie->clamped(-1, -1), !takenForMovie(wanted, moviePath)};
+}
+
+// The movie first; at its end the document.
+class CVivoCapDoc::SaveJob : public Job {
+ public:
+  SaveJob(CVivoCapDoc& video, const std::string& documentPath, MovieMove to, AfterSave whenDone)
+      : doc(video),
+        path(documentPath),
+        move(std::move(to)),
+        before(video),
+        fileBefore(video.movie->fileName),
+        stampBefore(fileStamp(documentPath)),
+        isPart(move.range.size() != video.imageCount()),
+        after(std::move(whenDone)) {
+    if (doc.isMovieOfOthers(doc.movie->fileName)) doc.movie->shared = 1;  // to be copied, never moved
+    saving.emplace(*doc.movie, move.name, move.range.first, move.range.last);
   }
-}
+  std::string title() const override { return "Saving " + fileNameOf(path); }
+  Progress progress() const override { return {saving->words(), saving->done(), saving->total()}; }
+  bool step() override { return saving->next(); }
+  void end(bool cancelled) override {
+    if (cancelled) saving->stop();
+    const bool moved = saving->finish();
+    if (doc.movie->fileName != fileBefore) doc.movieChanged();
+    if (moved && move.name != fileBefore) noteMove();
+    doc.refreshImage();
+    doc.updateAllViews();
+    after((moved || staysAllTheSame(cancelled)) && saveLinked());
+  }
 
-bool CVivoCapDoc::saveMovieAs(const std::string& name, int32_t first, int32_t last) {
-  const CZZMovie::Range saved = movie->clamped(first, last);
-  const bool part = saved.size() != imageCount();
-  const WaitScope wait;
-  if (isMovieOfOthers(movie->fileName)) movie->shared = 1;  // to be copied, never moved
-  if (!movie->save(name, first, last)) return false;
-  movieChanged();
-  if (part) selectionFirst = selectionLast = -1;
-  appendNotes(format("images %i to %i saved as %s", saved.first, saved.last, movie->fileName.c_str()) +
-              text::kLineEnd);
-  return true;
-}
+ private:
+  void noteMove() {
+    if (isPart) doc.selectionFirst = doc.selectionLast = -1;
+    doc.appendNotes(format("images %i to %i saved as %s", move.range.first, move.range.last,
+                           doc.movie->fileName.c_str()) +
+                    text::kLineEnd);
+  }
+  // Another document may have been saved under that name meanwhile.
+  bool saveLinked() {
+    if (fileStamp(path) == stampBefore) return doc.saveLinked(path, before);
+    doc.report(path + " was written meanwhile by another document. Choose another name.");
+    doc.goBackTo(before);
+    return false;
+  }
+  // Whether the document is saved though its movie did not come in.
+  bool staysAllTheSame(bool cancelled) const {
+    const std::string why = doc.movie->failure();
+    if (move.mayStay && !cancelled)
+      doc.report(format("%s stays where it is: %s", doc.moviePath.c_str(), why.c_str()));
+    else if (!cancelled)
+      doc.report(format("%s\n%s", text::kErrorSavingImage, why.c_str()));
+    return move.mayStay && !cancelled;
+  }
+  CVivoCapDoc& doc;
+  std::string path;
+  MovieMove move;
+  BeforeSave before;
+  std::string fileBefore, stampBefore;
+  bool isPart;
+  AfterSave after;
+  std::optional<MovieSave> saving;
+};
 
-bool CVivoCapDoc::tellUnsavedMovie() {
-  if (!movie->wasCancelled()) report(format("%s\n%s", text::kErrorSavingImage, movie->failure().c_str()));
-  return false;
+// The job that saves the document; null where its movie stays, and all is done.
+std::unique_ptr<Job> CVivoCapDoc::savingJob(const std::string& path, AfterSave after) {
+  MovieMove move = moveOfMovie(path);
+  if (move.place == MoviePlace::ComesIn)
+    return std::make_unique<SaveJob>(*this, path, std::move(move), std::move(after));
+  BeforeSave before(*this);
+  after(move.place == MoviePlace::Stays && saveLinked(path, before));
+  return nullptr;
 }
 
 // Another window shows the same file.
@@ -118,18 +175,6 @@ CVivoCapDoc::MoviePlace CVivoCapDoc::askForPlace() {
   return answer == Answer::Yes  ? MoviePlace::ComesIn
          : answer == Answer::No ? MoviePlace::Stays
                                 : MoviePlace::Cancelled;
-}
-
-// Moved when it is this document's alone, else copied; under its own name, or with a number where that is
-// taken. Where it can't be brought, the document is saved all the same: its link tells where the movie is.
-bool CVivoCapDoc::bringMovieIn(const std::string& documentPath) {
-  const std::string wanted = besideDocument(documentPath, moviePath);
-  const bool mistaken = takenForMovie(wanted, moviePath);
-  const std::string name = freeName(withoutExtension(wanted), "." + extensionOf(wanted));
-  if (saveMovieAs(name, -1, -1)) return true;
-  if (movie->wasCancelled() || mistaken) return tellUnsavedMovie();
-  report(format("%s stays where it is: %s", moviePath.c_str(), movie->failure().c_str()));
-  return true;
 }
 
 // The document could not be written, so it is the one before, with the movie of before.
@@ -174,15 +219,31 @@ bool CVivoCapDoc::saveResults(const std::string& stem) {
   return true;
 }
 
-// The save left the images where they were made, or brought them elsewhere.
-void CVivoCapDoc::settleUnsavedMovie() {
-  if (unsavedMovie.path() == moviePath || isMovieOfOthers(unsavedMovie.path())) unsavedMovie.keep();
-  unsavedMovie = {};
+// To its end: closing, scripts and what saves unasked go on with what it gives.
+bool CVivoCapDoc::onSaveDocument(const std::string& path) {
+  bool saved = false;
+  if (auto job = savingJob(path, [&saved](bool done) { saved = done; })) runToEnd(std::move(job));
+  return saved;
 }
 
-bool CVivoCapDoc::onSaveDocument(const std::string& path) {
-  BeforeSave before(*this);
-  if (!saveMovie(path)) return false;
+void CVivoCapDoc::saveVideo() {
+  if (needsPath()) return askAndSave();
+  if (auto job = savingJob(pathName(), [](bool) {})) start(std::move(job));
+}
+
+void CVivoCapDoc::askAndSave() {
+  const auto path = askForPath();
+  if (!path) return;
+  auto job = savingJob(*path, [this, path = *path](bool saved) {
+    if (!saved) return;
+    setPathName(path);
+    updateAllViews();
+  });
+  if (job) start(std::move(job));
+}
+
+// The document's own file, and its results.
+bool CVivoCapDoc::saveLinked(const std::string& path, BeforeSave& before) {
   updatePlayPeriod();
   // NOLINTNEXTLINE(bugprone-parent-virtual-call): the image document's would write a file of pixels.
   if (!saveResults(withoutExtension(path)) || !CdbDocument::onSaveDocument(path)) {

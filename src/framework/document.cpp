@@ -63,10 +63,8 @@ void CDocument::stopWork() {
   finishWork();
 }
 
-bool CDocument::goOnWorking() {
-  if (atWork && atWork->slice()) return true;
-  if (atWork) finishWork();
-  return false;
+void CDocument::goOnWorking() {
+  if (atWork && !atWork->slice()) finishWork();
 }
 
 void CDocument::finishWork() {
@@ -157,10 +155,7 @@ bool CDocument::storeTo(const std::string& path) {
 
 bool CDocument::onSaveDocument(const std::string& path) { return storeTo(path); }
 
-bool CDocument::save() {
-  if (filePath.empty() || !missing.empty()) return saveAs();
-  return onSaveDocument(filePath);
-}
+bool CDocument::save() { return needsPath() ? saveAs() : onSaveDocument(filePath); }
 
 std::string CDocument::defaultPathName() const {
   return windowTitle + (storedType() ? storedType()->filterExtension() : std::string());
@@ -188,7 +183,7 @@ bool CDocument::mayOfferFolder(const std::string& folder) {
   }
 }
 
-bool CDocument::saveAs() {
+std::optional<std::string> CDocument::askForPath() {
   FileRequest request;
   request.title = "Save As";
   if (const DocumentType* stored = storedType()) {
@@ -196,17 +191,22 @@ bool CDocument::saveAs() {
     request.filter = stored->filterName() + "|*" + request.defaultExtension + "||";
   }
   request.initialPath = filePath.empty() ? defaultPathName() : filePath;
-  if (!mayOfferFolder(folderOf(request.initialPath))) return false;
+  if (!mayOfferFolder(folderOf(request.initialPath))) return std::nullopt;
   const auto chosen = host().choosers.saveFile(request);
-  if (!chosen || chosen->empty()) return false;
+  if (!chosen || chosen->empty()) return std::nullopt;
   const std::string path = absolutePath(withOwnEnding(*chosen));
   // The chooser asked about the name that was typed, not about this one.
   if (path != absolutePath(*chosen) && fileExists(path) &&
       host().messages.show(path + " already exists. Replace it?", Buttons::YesNo, Icon::Warning) !=
           Answer::Yes)
-    return false;
-  if (!onSaveDocument(path)) return false;
-  setPathName(path);
+    return std::nullopt;
+  return path;
+}
+
+bool CDocument::saveAs() {
+  const auto path = askForPath();
+  if (!path || !onSaveDocument(*path)) return false;
+  setPathName(*path);
   updateAllViews();
   return true;
 }

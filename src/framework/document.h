@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,10 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // Saves under the present path, or asks for one. False when the user cancels or the save fails.
   virtual bool save();
   bool saveAs();
+  // Whether a save has to ask for a path.
+  bool needsPath() const { return filePath.empty() || !missing.empty(); }
+  // The path that the user wants to save as; nothing when they cancel.
+  std::optional<std::string> askForPath();
   // A path with the ending of the document's kind: one that has another would be taken for another kind of
   // file, or written over one.
   std::string withOwnEnding(const std::string& path) const;
@@ -88,8 +93,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   bool isBusy() const override { return atWork != nullptr; }
   // As by Cancel; the job has ended when it returns.
   void stopWork();
-  // Drives the job for a moment; false when there is none left.
-  bool goOnWorking();
+  // Drives the job for a moment. Its end may close the document.
+  void goOnWorking();
   const CDocument* documentOfCommands() const override { return this; }
 
   static const CommandTableBase& commandTable();

@@ -100,6 +100,7 @@ CDocument* DocumentType::importDocument(const std::string& path) {
 void DocumentType::discard(CDocument& document) {
   const auto at = std::find_if(open.begin(), open.end(), [&](const auto& d) { return d.get() == &document; });
   if (at == open.end()) return;
+  document.atWork.reset();  // it works on what goes now
   document.onCloseDocument();
   if (manager) manager->closing(document);
   std::erase_if(open, [&](const auto& d) { return d.get() == &document; });
@@ -168,10 +169,10 @@ WorkOf::~WorkOf() {
 
 bool DocumentManager::turnJobs() {
   const std::vector<CDocument*> all = order;
-  // The end of a job may close documents.
-  return std::ranges::count_if(all, [this](CDocument* document) {
-           return std::ranges::count(order, document) > 0 && document->goOnWorking();
-         }) > 0;
+  // The end of a job may close documents, and begin the next job.
+  for (CDocument* document : all)
+    if (std::ranges::count(order, document) > 0) document->goOnWorking();
+  return std::ranges::any_of(order, [](const CDocument* document) { return document->isBusy(); });
 }
 
 bool DocumentManager::close(CDocument& document) {

@@ -5,7 +5,6 @@
 #include "archive/archive.h"
 #include "base/files.h"
 #include "base/text.h"
-#include "host/host.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
 #include "settings/log.h"
@@ -13,13 +12,9 @@
 
 namespace tarnvisor {
 
-MoviePass::MoviePass(CZZMovie& walked, std::string words, int32_t steps)
-    : movie(walked), what(std::move(words)), total(steps) {
-  movie.cancelled = false;
-}
+MoviePass::MoviePass(CZZMovie& walked, int32_t steps) : movie(walked), total(steps) {}
 
-MoviePass::MoviePass(CZZMovie& walked, std::string words, CZZMovie::Range shown)
-    : MoviePass(walked, std::move(words), shown.size()) {
+MoviePass::MoviePass(CZZMovie& walked, CZZMovie::Range shown) : MoviePass(walked, shown.size()) {
   range = shown;
   shows = true;
   if (total > 0) movie.frameAt(range.first);
@@ -77,11 +72,6 @@ bool MoviePass::openAs(const std::string& path, const CZZimage& form) {
   return true;
 }
 
-bool MoviePass::goesOn(int64_t done, int64_t of) {
-  if (!what.empty() && !host().waitCursor.progress(what, done, of)) stopped = movie.cancelled = true;
-  return !stopped;
-}
-
 bool MoviePass::next() {
   if (stopped || failed()) return false;
   ++at;
@@ -91,7 +81,7 @@ bool MoviePass::next() {
     return false;
   }
   if (shows && at > 0) movie.nextFrame(range.last);
-  return goesOn(at, total) && !failed();
+  return !failed();
 }
 
 bool MoviePass::failed() const { return writes && (!movie.trouble.empty() || (output && output->failed())); }
@@ -116,7 +106,7 @@ bool MoviePass::put(CZZimage& made) {
 void MoviePass::writeShown() {
   if (!movie.isShown || failed() || !hasRead()) return;
   if (output) {
-    if (!put(movie.frame)) logPrintf("%s: %s\n", what.c_str(), output->why().c_str());  // the pass ends
+    if (!put(movie.frame)) logPrintf("a pass ends: %s\n", output->why().c_str());
     return;
   }
   try {
@@ -190,7 +180,7 @@ void MoviePass::abandon() {
 // --- the operations of the movie that are passes
 
 bool CZZMovie::openProcessing(bool inPlace, const std::string& name) {
-  ownPass = std::make_unique<MoviePass>(*this, "", 0);
+  ownPass = std::make_unique<MoviePass>(*this, 0);
   return inPlace ? ownPass->openInPlace(name) : ownPass->openBeside(name, frame);
 }
 

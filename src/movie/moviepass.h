@@ -1,6 +1,5 @@
-// A walk over a movie that takes long: it says what it does and how far it is, the user may stop it, and it
-// ends once. Most passes leave frames, in the movie's own file or in a new one; an average or an export
-// leaves none.
+// A walk over a movie that leaves frames, in the movie's own file or in a new one. It may be stopped, and
+// ends once.
 #pragma once
 
 #include <cstdint>
@@ -13,11 +12,10 @@ namespace tarnvisor {
 
 class MoviePass {
  public:
-  // words: what it does, for the user ("Exporting x.avi").
-  MoviePass(CZZMovie& walked, std::string words, int32_t steps);
+  MoviePass(CZZMovie& walked, int32_t steps);
   // A step shows the range's next frame, the first of which is shown at once. What is done to the frame shown
   // goes into the result.
-  MoviePass(CZZMovie& walked, std::string words, CZZMovie::Range shown);
+  MoviePass(CZZMovie& walked, CZZMovie::Range shown);
   // One that nobody finished ends without its result.
   ~MoviePass();
   MoviePass(const MoviePass&) = delete;
@@ -31,17 +29,15 @@ class MoviePass {
   // Exactly this file, which is replaced when the new one is whole.
   [[nodiscard]] bool openAs(const std::string& path, const CZZimage& form);
 
-  // To the next step; false at the end, after a failure, and once the user stopped it.
+  // To the next step; false at the end, after a failure, and once it was stopped.
   bool next();
   int32_t step() const { return at; }  // from 0
-  // Tells how far a step is that takes long itself; false once the user stopped it.
-  bool goesOn(int64_t done, int64_t total);
+  int32_t steps() const { return total; }
   // The next frame of the new movie; false when it could not be written.
   [[nodiscard]] bool put(CZZimage& made);
 
   bool isBeside() const { return output != nullptr; }
-  void stop() { stopped = movie.cancelled = true; }
-  bool wasStopped() const { return stopped; }
+  void stop() { stopped = true; }
   bool failed() const;
   // Ends it. False when there is no result: a pass that was stopped leaves the movie as it was, and so does
   // one that failed; but changes in place stay, as far as they went.
@@ -56,7 +52,6 @@ class MoviePass {
   void writeShown();
   bool takeOutput();
   CZZMovie& movie;
-  std::string what;
   CZZMovie::Range range{0, 0};
   bool shows = false;
   bool writes = false;  // it was opened for that

@@ -142,7 +142,7 @@ RewritePlan appendedFrames(CZZMovie& movie, CZZMovie& other, std::unique_ptr<CZZ
 // --- the work
 
 MovieRewrite::MovieRewrite(CZZMovie& rewritten, const std::string& name, RewritePlan how)
-    : plan(std::move(how)), pass(rewritten, "", plan.frames) {
+    : plan(std::move(how)), pass(rewritten, plan.frames) {
   opened = plan.maker && plan.frames > 0 && pass.openBeside(name, *plan.form);
 }
 

@@ -192,6 +192,20 @@ void CZZMovie::setOrigin(int32_t index, Point origin) {
   if (index == current) record.applyTo(frame);
 }
 
+CZZMovie::Extents CZZMovie::frameExtents(int32_t first, int32_t last) {
+  const Range range = clamped(first, last);
+  if (range.size() < 1) return {};
+  int64_t left = INT64_MAX, top = INT64_MAX, right = INT64_MIN, bottom = INT64_MIN;
+  for (int32_t i = range.first; i < range.last; ++i) {
+    const FrameRecord& record = recordOf(i);
+    left = std::min<int64_t>(left, record.xOrigin);
+    top = std::min<int64_t>(top, record.yOrigin);
+    right = std::max<int64_t>(right, record.xOrigin);
+    bottom = std::max<int64_t>(bottom, record.yOrigin);
+  }
+  return {right - left + holder.width, bottom - top + holder.frameHeight(), left, top};
+}
+
 // --- reading
 
 bool CZZMovie::readSlot(int32_t index, CZZimage& target) {
@@ -229,6 +243,19 @@ bool CZZMovie::readFromFile(int32_t slot, CZZimage& target) {
 void CZZMovie::keepRecord(int32_t slot, const CZZimage& image) {
   if (slot >= 0 && slot < static_cast<int32_t>(frameTable.size()))
     frameTable[static_cast<size_t>(slot)] = FrameRecord::of(image);
+}
+
+const uint8_t* CZZMovie::rowsOf(int32_t index, int32_t first, int32_t last, CZZimage& into) {
+  if (memory) return memory.get() + slotBytes() * slotOf(index) + int64_t{first} * holder.stride;
+  if (!readsRows()) {
+    getImage(index, into);
+    return into.empty() || !isRead ? nullptr : into.row(first);
+  }
+  if (into.height != last - first && !into.resizedata(holder.width, last - first, holder.bytesPerPixel))
+    return nullptr;
+  const auto bytes = static_cast<size_t>(int64_t{last - first} * holder.stride);
+  const int64_t at = dataOffset + frameBytes * slotOf(index) + int64_t{first} * holder.stride;
+  return file->read(into.pixels, bytes, at) == bytes ? into.pixels : nullptr;
 }
 
 // --- the end

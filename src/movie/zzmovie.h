@@ -8,9 +8,7 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -78,10 +76,7 @@ class CZZMovie {
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
   bool isRaw() const { return mode == kFile && dataOffset == 0; }
-  void forgetFailure() {
-    trouble.clear();
-    cancelled = false;
-  }
+  void forgetFailure() { trouble.clear(); }
   void close();
 
   // --- zzmovie_open.cpp
@@ -117,8 +112,9 @@ class CZZMovie {
   void abandonProcessing();
   bool processingFailed() const;
   const std::string& leftOver() const { return leftOverFile; }
-  // The user stopped the last pass, save, export or average.
-  bool wasCancelled() const { return cancelled; }
+
+  // --- moviesave.cpp
+  // All of a MovieSave at once.
   [[nodiscard]] bool save(const std::string& name, int32_t first = -1, int32_t last = -1);
   [[nodiscard]] bool saveFrames(const std::string& name, int32_t first, int32_t last);
 
@@ -138,22 +134,17 @@ class CZZMovie {
   // among colour. Empty when they fit.
   std::string whyNotAppended(const CZZMovie& other) const;
 
-  // --- zzmovie_statistics.cpp
   // The smallest canvas that holds the frames: its size and where it begins, in frame rows.
   struct Extents {
     int64_t width = 0, height = 0;
     int64_t x = 0, y = 0;
   };
   Extents frameExtents(int32_t first, int32_t last);
-  // The image becomes the canvas, with its origin. False without frames or memory.
-  [[nodiscard]] bool averageInto(CZZimage& image, int32_t first, int32_t last);
-  [[nodiscard]] bool deviationInto(CZZimage& image, int32_t first, int32_t last);
-  using FocusMeasure = std::function<double(const CZZimage&)>;
-  // The mean of the sharpest frames: for each cell of half a frame's width and height, the one of the
-  // greatest measure above 0 whose origin lies strictly inside. step: of the prompt that asks for it; the
-  // size of a cell is fixed all the same. How many frames that are: with none the image stays dark.
-  [[nodiscard]] std::optional<int32_t> bestFocusInto(CZZimage& image, const FocusMeasure& measure,
-                                                     int32_t step, int32_t first, int32_t last);
+  // Rows of a frame, one after the other; null when they can't be read. What they are read into is the
+  // caller's.
+  const uint8_t* rowsOf(int32_t index, int32_t first, int32_t last, CZZimage& into);
+  // Whether several threads may ask for rows at once.
+  bool sharesRows() const { return memory || readsRows(); }
 
   // --- movieexport.cpp
   // All of a MovieExport at once. The words of what happened come after `report`.
@@ -199,6 +190,7 @@ class CZZMovie {
 
  private:
   friend class MoviePass;
+  friend class MovieSave;
   struct FreeBlock {
     void operator()(uint8_t* block) const;
   };
@@ -220,16 +212,7 @@ class CZZMovie {
   void writeRecorded(const CZZimage& image);
   void readBack();
   void finishRecordedFile();
-  [[nodiscard]] bool copyOrRename(const std::string& name);
   [[nodiscard]] bool writeMissingTrailer();
-  [[nodiscard]] bool rewriteInOrder();
-  struct Placement;
-  std::vector<Placement> placements(const Range& range, const Extents& extents);
-  bool prepareCanvas(CZZimage& image, const Extents& extents);
-  const uint8_t* rowsOf(int32_t index, int32_t first, int32_t last, CZZimage& into);
-  void sumRows(CZZimage& image, const std::vector<Placement>& placed, int32_t from, int32_t to,
-               const std::function<bool(size_t)>& tell);
-  bool averageOf(CZZimage& image, const std::vector<Placement>& placed);
 
   CZZimage holder;      // one frame's buffer, or only its form while frames are in memory
   CZZchildimage frame;  // what callers see: a view onto holder or memory
@@ -247,7 +230,6 @@ class CZZMovie {
   int32_t recovered = 0;
   std::string trouble;
   std::string leftOverFile;
-  bool cancelled = false;
 };
 
 }  // namespace tarnvisor

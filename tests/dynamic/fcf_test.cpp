@@ -146,6 +146,27 @@ TEST_F(Flow, EndsWhereItsMapIsClosedMeanwhile) {
   EXPECT_EQ(process.videoTemplate->documents().size(), 1U);
 }
 
+TEST_F(Flow, SpectraReadTheirImagesWhileTheWindowLives) {
+  CVivoCapDoc& video = openFlow(40);
+  app->documents.drivesJobs = [] { return true; };
+  for (const char* command : {"FFT per pixel sequence", "Calculate Flux conc & speed"}) {
+    const auto begin = [&] {
+      host.fill({});
+      run(command);
+      EXPECT_TRUE(video.isBusy()) << command;
+    };
+    begin();
+    video.stopWork();
+    EXPECT_TRUE(host.messages.empty());
+    begin();
+    std::filesystem::resize_file(video.moviePath, 300);
+    while (app->documents.turnJobs()) continue;
+    EXPECT_THAT(host.messages.back(), HasSubstr("can't be read"));
+    EXPECT_EQ(app->documents.documents().size(), 1U);
+    host.messages.clear();
+  }
+}
+
 TEST_F(Flow, RefusesInWordsWhatItCannotMeasure) {
   CVivoCapDoc& video = openFlow(4);
   EXPECT_TRUE(video.select(1, 2));

@@ -98,12 +98,125 @@ TEST_F(VideoDocument, LeavesEverythingWhereThereIsNoMovie) {
   EXPECT_EQ(doc->theImage(), nullptr);
   doc->processImages("words", [](CZZimage&) { ADD_FAILURE(); });
   EXPECT_EQ(doc->notes, "words") << "what was asked for is told all the same";
-  EXPECT_EQ(doc->averageSelection(), nullptr);
+  doc->averageSelection();
+  EXPECT_EQ(app->documents.active(), doc);
   for (const CommandRow& row : doc->commands()->rows())
     if (row.id == cmd::MergeFields || row.id == cmd::AverageSequence ||
         row.id == cmd::ExportUncompressedAvi || row.id == cmd::DeleteSelectedImages) {
       EXPECT_FALSE(row.enabled(*doc)) << row.text;
     }
+}
+
+// What is made of many images, each by a command that begins it.
+class VideoWork : public VideoTest {
+ protected:
+  void SetUp() override {
+    VideoTest::SetUp();
+    app->documents.drivesJobs = [] { return true; };
+    doc = &openMovie("a.mve", 5);
+  }
+  void begin(const std::string& command) {
+    app->documents.activate(*doc);
+    if (command == "Average all in focus") host.fill({});
+    run(command);
+    EXPECT_TRUE(doc->isBusy()) << "the window lives on";
+  }
+  void finish() {
+    while (app->documents.turnJobs()) continue;
+  }
+  CVivoCapDoc* doc = nullptr;
+};
+constexpr const char* kImageCommands[] = {"Average whole sequence", "Average all in focus",
+                                          "rms of whole sequence", "Focus check video"};
+
+TEST_F(VideoWork, IsBegunByACommandAndEndsWithANewDocumentOfTheSameExam) {
+  std::tie(doc->patientId, doc->examIdOfDoc) = std::pair("of the video", 7);
+  for (const char* command : kImageCommands) {
+    SCOPED_TRACE(command);
+    begin(command);
+    finish();
+    const auto* made = dynamic_cast<CdbDocument*>(app->documents.active());
+    EXPECT_NE(made, doc);
+    EXPECT_EQ(made->measuredFor().subject, "of the video");
+  }
+}
+
+TEST_F(VideoWork, ThatIsStoppedMakesNothing) {
+  for (const char* command : kImageCommands) {
+    begin(command);
+    doc->stopWork();
+    EXPECT_EQ(app->documents.documents().size(), 1U) << command;
+  }
+  EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(VideoWork, GoesWithItsDocument) {
+  for (const char* command : kImageCommands) {
+    begin(command);
+    process.videoTemplate->discard(*doc);
+    doc = &openMovie("a.mve", 5);
+  }
+  begin("Negative");
+  process.videoTemplate->discard(*doc);
+  EXPECT_TRUE(app->documents.documents().empty());
+}
+
+TEST_F(VideoWork, EndsInWordsWhereTheMovieIsCutOff) {
+  for (const char* command : {"Average whole sequence", "Average all in focus", "rms of whole sequence"}) {
+    begin(command);
+    std::filesystem::resize_file(doc->moviePath, 300);
+    finish();
+    EXPECT_EQ(host.messages.back(), "image 2 can't be read") << command;
+    EXPECT_EQ(app->documents.documents().size(), 1U) << command;
+    process.videoTemplate->discard(*doc);
+    doc = &openMovie("a.mve", 5);
+  }
+}
+
+TEST_F(VideoWork, SavesACopyAndThenTheDocument) {
+  const auto saveAs = [&](const char* name) {
+    host.answers = {Answer::No};
+    host.paths = {folder.file(name)};
+    begin("Save As");
+    EXPECT_FALSE(fileExists(folder.file(name))) << "its movie comes first";
+  };
+  saveAs("stopped.dtv");
+  doc->stopWork();
+  saveAs("taken.dtv");
+  ASSERT_TRUE(replaceFile(folder.file("taken.dtv"), std::string_view("another's")));
+  finish();
+  EXPECT_THAT(host.messages.back(), HasSubstr("taken.dtv was written meanwhile by another document."));
+  EXPECT_EQ(readWholeText(folder.file("taken.dtv")), "another's");
+  EXPECT_EQ(doc->moviePath, folder.file("a.mve"));
+  for (const char* none : {"stopped.mve", "stopped.dtv", "taken.mve"})
+    EXPECT_FALSE(fileExists(folder.file(none))) << none;
+  saveAs("copy.dtv");
+  finish();
+  EXPECT_EQ(doc->moviePath, folder.file("copy.mve"));
+  EXPECT_EQ(doc->pathName(), folder.file("copy.dtv"));
+  EXPECT_FALSE(doc->isModified());
+  EXPECT_THAT(levels(), ElementsAre(10, 11, 12, 13, 14));
+}
+
+TEST_F(VideoWork, IsSavedInOneGoWhereItCloses) {
+  doc->moviePath.clear();
+  doc->setPathName(folder.file("b.dtv"));
+  host.answers = {Answer::Yes};
+  EXPECT_TRUE(app->documents.close(*doc));
+  EXPECT_TRUE(fileExists(folder.file("b.mve")));
+  EXPECT_TRUE(fileExists(folder.file("b.dtv")));
+}
+
+TEST_F(VideoWork, OfAPanoramaFollowsOneAfterTheOther) {
+  begin("create nailfold panoramic image");
+  finish();
+  EXPECT_EQ(app->documents.active()->title(), "aAv0-5");
+  EXPECT_EQ(doc->panoramicPending, 0);
+  EXPECT_EQ(app->documents.documents().size(), 3U);
+  begin("create nailfold panoramic image");
+  doc->stopWork();
+  EXPECT_FALSE(doc->isBusy()) << "nothing follows what was stopped";
+  EXPECT_EQ(app->documents.documents().size(), 3U);
 }
 
 TEST_F(VideoDocument, DeletesImagesIntoANewMovieAfterAsking) {

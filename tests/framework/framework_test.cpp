@@ -316,6 +316,9 @@ TEST(MessageLoop, ATimerStartedAnewByAnotherIsNotDueAtOnce) {
 // Counts to a number, a step each.
 struct Counting : Job {
   Counting(int toCount, std::vector<std::string>& told) : last(toCount), events(told) {}
+  ~Counting() override {
+    if (gone) gone();
+  }
   std::string title() const override { return "Counting"; }
   Progress progress() const override { return {"at " + std::to_string(at), at, last}; }
   bool step() override {
@@ -324,7 +327,9 @@ struct Counting : Job {
   }
   void end(bool cancelled) override {
     events.push_back((cancelled ? "stopped at " : "done at ") + std::to_string(at));
+    if (next) next();
   }
+  std::function<void()> next, gone;
   int at = 0, last, failsAt = -1;
   std::vector<std::string>& events;
 };
@@ -367,6 +372,25 @@ TEST_F(Jobs, EndBeforeTheirDocumentCloses) {
   text.start(std::make_unique<Counting>(5, told));
   EXPECT_TRUE(documents.close(text));
   EXPECT_EQ(told, std::vector<std::string>{"stopped at 0"});
+}
+
+TEST_F(Jobs, GoBeforeADocumentThatGoesUnasked) {
+  documents.drivesJobs = [] { return true; };
+  auto job = std::make_unique<Counting>(5, told);
+  job->gone = [this] { told.push_back("gone among " + std::to_string(documents.documents().size())); };
+  text.start(std::move(job));
+  text.type()->discard(text);
+  EXPECT_EQ(told, std::vector<std::string>{"gone among 1"});
+}
+
+TEST_F(Jobs, AreDrivenOnWhereOneBeginsTheNext) {
+  documents.drivesJobs = [] { return true; };
+  auto job = std::make_unique<Counting>(1, told);
+  job->next = [this] { text.start(std::make_unique<Counting>(5, told)); };
+  text.start(std::move(job));
+  EXPECT_TRUE(documents.turnJobs());
+  EXPECT_FALSE(documents.turnJobs());
+  EXPECT_EQ(told.back(), "done at 5");
 }
 
 TEST_F(Jobs, ThatFailAreToldAndStopped) {

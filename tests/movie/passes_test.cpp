@@ -2,7 +2,6 @@
 #include "movie/movieoutput.h"
 #include "movie/movierewrite.h"
 #include "movietests.h"
-#include "support/testhost.h"
 
 namespace tarnvisor {
 namespace {

@@ -1,8 +1,8 @@
 // Means, deviations and the sharpest of a movie's frames, held to plain loops.
 #include "base/parallel.h"
 #include "movie/bytesums.h"
+#include "movie/movieimage.h"
 #include "movietests.h"
-#include "support/testhost.h"
 
 namespace tarnvisor {
 namespace {
@@ -36,6 +36,14 @@ void expectMean(CZZMovie& movie, const CZZimage& mean, const Numbers& indices, c
 
 class MovieStatistics : public Movie {
  protected:
+  // All of it; null after a failure.
+  static std::unique_ptr<CZZimage> made(MovieImage&& work) {
+    while (work.next()) continue;
+    return work.take();
+  }
+  static std::unique_ptr<CZZimage> meanOf(CZZMovie& movie, int32_t first = -1, int32_t last = -1) {
+    return made(MovieMean(movie, first, last));
+  }
   ~MovieStatistics() override { setParallelThreads(0); }
 
   // Tall enough for three threads.
@@ -52,9 +60,9 @@ class MovieStatistics : public Movie {
     for (const auto& [first, last] : {std::pair{0, movie.count}, {1, 4}})
       for (const int threads : {1, 2, 3}) {
         setParallelThreads(threads);
-        CZZimage mean;
-        ASSERT_TRUE(movie.averageInto(mean, first, last)) << movie.failure();
-        expectMean(movie, mean, span(first, last), mean.frameOrigin());
+        const auto mean = meanOf(movie, first, last);
+        ASSERT_TRUE(mean);
+        expectMean(movie, *mean, span(first, last), mean->frameOrigin());
       }
   }
 };
@@ -68,8 +76,7 @@ TEST_F(MovieStatistics, TheExtentsHoldEveryFrame) {
     const CZZMovie::Extents e = movie.frameExtents(first, last);
     EXPECT_THAT((std::array{e.width, e.height, e.x, e.y}), ElementsAre(width, height, x, y)) << first;
   }
-  CZZimage image;
-  EXPECT_FALSE(movie.averageInto(image, 3, 3));
+  EXPECT_FALSE(meanOf(movie, 3, 3));
   ASSERT_TRUE(movie.open(built(-22, 3, {3, 3}, true)));  // each frame's header is read for it
   EXPECT_EQ(movie.frameExtents(-1, -1).width, kWidth + 2);
   EXPECT_EQ(movie.frameExtents(-1, -1).y, -2);
@@ -109,14 +116,12 @@ TEST_F(MovieStatistics, WideVectorsAddAsThePlainLoopDoes) {
   source.draw = [](CZZimage& image, int32_t number) { image.fill(number % 100 ? 255 : 254); };
   CZZMovie movie;
   fill(movie, "a.mve", 700, 700);  // more than 16 bits hold
-  CZZimage mean;
-  ASSERT_TRUE(movie.averageInto(mean, -1, -1));
-  EXPECT_EQ(mean.countValue(254), kFrame);
+  EXPECT_EQ(meanOf(movie)->countValue(254), kFrame);
 }
 
 TEST_F(MovieStatistics, FramesFarApartGiveNoImageAndAVastCanvasTheRightOne) {
   CZZMovie movie;
-  CZZimage mean, second;
+  CZZimage second;
   make(movie, "", Origins(2));
   const auto sharpness = [](const CZZimage&) { return 1.0; };
   const auto place = [&](const Point& first, const Point& last) {
@@ -124,37 +129,36 @@ TEST_F(MovieStatistics, FramesFarApartGiveNoImageAndAVastCanvasTheRightOne) {
     movie.setOrigin(1, last);
   };
   place({INT32_MIN, INT32_MIN}, {INT32_MAX, INT32_MAX});
-  EXPECT_FALSE(movie.averageInto(mean, -1, -1));
-  EXPECT_FALSE(movie.bestFocusInto(mean, sharpness, 2, -1, -1));
-  EXPECT_FALSE(movie.failure().empty());
+  EXPECT_FALSE(made(MovieSharpest(movie, sharpness, -1, -1)));
+  MovieMean tooFar(movie, -1, -1);
+  EXPECT_FALSE(tooFar.next());
+  EXPECT_FALSE(tooFar.take());
+  EXPECT_EQ(tooFar.failure(), "The frames lie too far apart for one image.");
   place({INT32_MIN, INT32_MIN}, {INT32_MIN, INT32_MIN});
-  EXPECT_TRUE(movie.bestFocusInto(mean, sharpness, 2, -1, -1));  // at once, however far out
-  place({0, 0}, {4976, 4950});                                   // summed in bands
-  ASSERT_TRUE(movie.averageInto(mean, -1, -1));
+  EXPECT_TRUE(made(MovieSharpest(movie, sharpness, -1, -1)));  // at once, however far out
+  place({0, 0}, {4976, 4950});                                 // summed in parts
+  const auto mean = meanOf(movie);
+  ASSERT_TRUE(mean);
   movie.getImage(1, second);
   for (int32_t y = 0; y < 50; ++y)
-    ASSERT_TRUE(std::equal(second.row(y), second.row(y) + 24, mean.row(4950 + y) + 4976));
-  EXPECT_EQ(mean.width, 5000);
-  EXPECT_GT(mean.countValue(0), 5000 * 5000 - 2 * 24 * 50);
+    ASSERT_TRUE(std::equal(second.row(y), second.row(y) + 24, mean->row(4950 + y) + 4976));
+  EXPECT_EQ(mean->width, 5000);
+  EXPECT_GT(mean->countValue(0), 5000 * 5000 - 2 * 24 * 50);
 }
 
-TEST_F(MovieStatistics, StopWhereTheUserSaysSo) {
-  TestHost user;
-  user.stopAt = 1;
+TEST_F(MovieStatistics, AnImageThatCannotBeReadEndsThemInWords) {
   CZZMovie movie;
-  CZZimage image;
-  make(movie, "", Origins(4));
-  EXPECT_FALSE(movie.averageInto(image, -1, -1));
-  EXPECT_TRUE(movie.wasCancelled());
-  EXPECT_FALSE(movie.deviationInto(image, -1, -1));
-  EXPECT_FALSE(movie.bestFocusInto(
-      image, [](const CZZimage&) { return 1.0; }, 2, -1, -1));
-  std::string told;
-  EXPECT_FALSE(movie.saveAVI(folder.file("none/x.avi"), 25, 0, 4, 1, nullptr, told));
-  EXPECT_FALSE(movie.wasCancelled()) << "a failure is told, whatever was cancelled before";
-  user.stopAt = INT64_MAX;
-  EXPECT_TRUE(movie.averageInto(image, -1, -1));
-  EXPECT_FALSE(movie.wasCancelled());
+  make(movie, "a.mve", Origins(9));
+  ASSERT_TRUE(movie.file->cutTo(movie.dataOffset + 7 * movie.frameBytes));
+  const auto sharpness = [](const CZZimage&) { return 1.0; };
+  const std::unique_ptr<MovieImage> all[] = {std::make_unique<MovieMean>(movie, -1, -1),
+                                             std::make_unique<MovieDeviation>(movie, -1, -1),
+                                             std::make_unique<MovieSharpest>(movie, sharpness, -1, -1)};
+  for (const auto& work : all) {
+    while (work->next()) continue;
+    EXPECT_EQ(work->failure(), "image 7 can't be read") << work->words();
+    EXPECT_FALSE(work->take());
+  }
 }
 
 TEST_F(MovieStatistics, TheDeviationIsTheRootOfTheMeanSquare) {
@@ -163,10 +167,8 @@ TEST_F(MovieStatistics, TheDeviationIsTheRootOfTheMeanSquare) {
     source.draw = [&](CZZimage& image, int32_t number) { image.fill(levels[static_cast<size_t>(number)]); };
     const auto n = static_cast<int32_t>(levels.size());
     CZZMovie movie;
-    CZZimage image;
     fill(movie, "a.mve", n, n);
-    ASSERT_TRUE(movie.deviationInto(image, -1, -1));
-    EXPECT_EQ(image.countValue(deviation), kFrame);
+    EXPECT_EQ(made(MovieDeviation(movie, -1, -1))->countValue(deviation), kFrame);
   }
 }
 
@@ -184,11 +186,11 @@ TEST_F(MovieStatistics, EachCellTakesItsSharpestFrame) {
     Origins moved = origins;
     for (Point& at : moved) at = {at.x + shift, at.y + shift};
     CZZMovie movie;
-    CZZimage image;
     make(movie, "", moved);
-    ASSERT_TRUE(movie.bestFocusInto(image, measure, 2, -1, -1));
-    EXPECT_EQ(image.frameRect(), (Rect{shift, shift, shift + 54, shift + 90}));
-    expectMean(movie, image, sharpest, {shift, shift});
+    const auto image = made(MovieSharpest(movie, measure, -1, -1));
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->frameRect(), (Rect{shift, shift, shift + 54, shift + 90}));
+    expectMean(movie, *image, sharpest, {shift, shift});
   }
 }
 
