@@ -242,6 +242,12 @@ void CVivoCapDoc::askAndSave() {
   if (job) start(std::move(job));
 }
 
+// The save left the images where they were made, or brought them elsewhere.
+void CVivoCapDoc::settleUnsavedMovie() {
+  if (unsavedMovie.path() == moviePath || isMovieOfOthers(unsavedMovie.path())) unsavedMovie.keep();
+  unsavedMovie = {};
+}
+
 // The document's own file, and its results.
 bool CVivoCapDoc::saveLinked(const std::string& path, BeforeSave& before) {
   updatePlayPeriod();
