@@ -284,6 +284,10 @@ TEST_F(StayingForm, WhatItCallsMayEndIt) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(window, nullptr);
   }
+  open({.onRefresh = ends});
+  exposure = 40;
+  shown->refresh();
+  EXPECT_EQ(line(0)->text(), "20") << "its variables may have gone with it";
 }
 
 TEST_F(StayingForm, KeepsItsPlaceWhenTheMainWindowTakesItAway) {
