@@ -63,6 +63,7 @@ class RecorderSink {
   virtual bool isRecording() const = 0;
   virtual void startRecording() = 0;
   virtual void stopRecording() = 0;
+  virtual void editSettings() {}
 };
 
 // The view of an image document, as far as loading on another program's request needs it.

@@ -19,10 +19,8 @@ Menu cameraMenu() {
   return {"&Camera",
           {cmd::StartVideo,
            cmd::FreezeVideo,
-           cmd::SaveImage,
            cmd::TimedSaves,
            K::Separator,
-           cmd::RecordSequence,
            cmd::FrameSkip,
            K::Separator,
            cmd::VideoInputControl,
@@ -68,7 +66,7 @@ const DocumentFace& recorderFace() {
     video.helpPage = "live";
     for (Menu& menu : video.menus)
       if (std::string_view(menu.title) == "Se&quence")
-        menu.entries = menu.entries + MenuEntries{K::Separator, cmd::ImageSequence, cmd::AllocateMemory};
+        menu.entries = menu.entries + MenuEntries{K::Separator, cmd::AllocateMemory};
     return video;
   }();
   return face;

@@ -189,7 +189,7 @@ void CVivoRecDoc::stopRecording() {
   updateAllViews();
 }
 
-void CVivoRecDoc::editSequenceSettings() {
+void CVivoRecDoc::editSettings() {
   sequence.load();
   if (!askSequenceSettings(sequence, liveSource(), fgState().actualFps)) return;
   sequence.store();
@@ -219,13 +219,7 @@ void CVivoRecDoc::allocateMemory() {
 const CommandTableBase& CVivoRecDoc::commandTable() {
   using D = CVivoRecDoc;
   static const CommandTable<D> table{
-      {{cmd::ImageSequence,
-        "&Image Sequence Settings...",
-        &D::editSequenceSettings,
-        &D::isIdle,
-        {.tip = "Image sequence settings",
-         .status = "How many frames are recorded, to where, and what that needs.",
-         .whyOff = "A recording is under way."}},
+      {{cmd::ImageSequence, "&Image sequence...", &D::editSettings, &D::isIdle},
        {cmd::AllocateMemory,
         "&Alloc memory",
         &D::allocateMemory,

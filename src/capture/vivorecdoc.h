@@ -34,7 +34,7 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
 
   // Of the present or last recording.
   int32_t framesRecorded() const;
-  void editSequenceSettings();
+  void editSettings() override;
   void allocateMemory();
 
   uint8_t recordingNow = 0;

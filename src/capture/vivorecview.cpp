@@ -38,9 +38,7 @@ void CVivoRecView::stop() {
 
 const CommandTableBase& CVivoRecView::commandTable() {
   using V = CVivoRecView;
-  static const CommandTable<V> table{
-      {{cmd::Stop, "", &V::stop, {.tip = "Stop", .status = "Stops the recording, or the playback."}}},
-      &CVivoCapView::commandTable()};
+  static const CommandTable<V> table{{{cmd::Stop, "", &V::stop}}, &CVivoCapView::commandTable()};
   return table;
 }
 

@@ -243,6 +243,13 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
         .keys = "F11",
         .icon = "record",
         .whyOff = kNoCamera}},
+      {cmd::ImageSequence,
+       "&Image sequence...",
+       &F::imageSequence,
+       &F::canRecord,
+       {.tip = "Image sequence",
+        .status = "How many frames are recorded, to where, and what that needs.",
+        .whyOff = kNoCamera}},
       {cmd::SaveImage,
        "Sa&ve Image",
        &F::saveImage,
@@ -305,7 +312,9 @@ Bars CBasicMainFrame::bars() const {
 
 void CBasicMainFrame::windowShown() {
   wanted.statusBar = settings.getInt(kSection, kStatusBarKey, 0) != 0;
-  showLive();
+  // The live window comes back where it was open: to look for a camera takes a second, and where there is
+  // none each start would say so.
+  if (settings.getInt(kSection, "fg", 0)) showLive();
   if (process.floEnabled && settings.getInt(kSection, "FLO1", 1)) flo1Monitor();
   refresh();
 }

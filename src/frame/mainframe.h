@@ -152,7 +152,10 @@ class CBasicMainFrame : public CommandTarget {
   bool showsFlo1() const { return app.flo1View != nullptr; }
   void openAcquisitionWindows();
   bool canAcquire() const { return canShowLive() || canShowFlo1(); }
+  bool openRecorder();
   void recordSequence();
+  void imageSequence();
+  bool canRecord() const { return canShowLive() && !isRecording(); }
   bool isRecording() const { return app.recorder && app.recorder->isRecording(); }
   void saveImage();
   void trigger();

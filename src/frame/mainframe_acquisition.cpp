@@ -113,9 +113,18 @@ void CBasicMainFrame::recordSequence() {
   if (isRecording()) return app.recorder->stopRecording();
   showLiveOfChain();
   takeRecordBar(recordBar());
+  if (openRecorder()) app.recorder->startRecording();
+}
+
+bool CBasicMainFrame::openRecorder() {
   if (!app.recorder && process.cytoTemplate && process.cytoTemplate->canOpen())
     process.cytoTemplate->newDocument();
-  if (app.recorder) app.recorder->startRecording();
+  return app.recorder != nullptr;
+}
+
+void CBasicMainFrame::imageSequence() {
+  showLiveOfChain();
+  if (app.liveView && openRecorder()) app.recorder->editSettings();
 }
 
 void CBasicMainFrame::saveImage() {

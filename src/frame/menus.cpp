@@ -24,7 +24,7 @@ Menu subjectMenu() {
 Menu acquisitionMenu() {
   return {"A&cquisition",
           {cmd::LiveVideo, cmd::Flo1Monitor, cmd::OpenAcquisitionWindows, K::Separator, cmd::RecordSequence,
-           cmd::SaveImage, cmd::Trigger, K::Separator, cmd::RecordFolder}};
+           cmd::ImageSequence, cmd::SaveImage, cmd::Trigger, K::Separator, cmd::RecordFolder}};
 }
 
 MenuEntries barEntries() {

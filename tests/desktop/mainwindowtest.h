@@ -21,7 +21,7 @@ class MainWindowTest : public ImageDocument {
     registerStoredClasses();
     options.documentTable = documentTable();
     options.dataFolder = folder.file("data");
-    writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n");
+    writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n[ueyeP]\ncamera=simulated\n");
     tool = kToolNone;
     begin();
   }

@@ -389,9 +389,9 @@ TEST_F(ProgramWindow, TheStatusWindowsCloseBoxTakesTheTickAway) {
 }
 
 TEST_F(ProgramWindow, WhatNeedsACameraSaysSo) {
-  const auto* live = window().findChild<QAction*>(QString::number(cmd::LiveVideo));
-  ASSERT_NE(live, nullptr);
-  EXPECT_THAT(live->statusTip().toStdString(), HasSubstr("needs a camera"));
+  const auto* save = window().findChild<QAction*>(QString::number(cmd::SaveImage));
+  ASSERT_NE(save, nullptr);
+  EXPECT_THAT(save->statusTip().toStdString(), HasSubstr("needs the live video"));
 }
 
 TEST_F(ProgramWindow, AViewThatIsGoneTakesNoFilesOfOthers) {

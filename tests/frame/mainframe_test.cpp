@@ -62,7 +62,8 @@ class Frame : public AppTest {
     frame = std::make_unique<CBasicMainFrame>(*app);
     frame->windowShown();
   }
-  void startWithInputs(const std::string& profileText) {
+  void startWithInputs(const std::string& text) {
+    const std::string profileText = text + "[MainWindow]\nfg=1\n";
     using G = DocumentRow::Gate;
     startFrame(profileText, {{G::Live,
                               {1, "\nLive\n\n\n\n", "", "", "", &makePlain, &make<LiveView>},
@@ -170,9 +171,10 @@ TEST_F(Frame, WithoutInputsTheChainAndItsButtonsDoNothing) {
   EXPECT_THAT(app->documents.documents(), IsEmpty());
 }
 
-// What the present version registers opens no live window, and says nothing about it.
+// A start looks for no camera that was not in use, and says nothing about it.
 TEST_F(Frame, TypesThatOpenNothingCountAsAbsent) {
-  startFrame("", {documentTable().begin(), documentTable().end()});
+  startFrame("[Settings]\nfloEN=1\nfgmode=0\n[MainWindow]\nFLO1=0\n",
+             {documentTable().begin(), documentTable().end()});
   EXPECT_EQ(run(cmd::LiveVideo), CommandResult::Disabled);
   EXPECT_EQ(run(cmd::AcquisitionChain), CommandResult::Done);
   EXPECT_THAT(host.messages, IsEmpty());

@@ -37,7 +37,7 @@ class Menus : public AppTest {
   void SetUp() override {
     registerStoredClasses();
     options.documentTable = documentTable();
-    writeProfile("[Settings]\nfloEN=1\nuser=x\n");
+    writeProfile("[Settings]\nfloEN=1\nuser=x\n[ueyeP]\ncamera=simulated\n");
     ASSERT_TRUE(start());
     frame = std::make_unique<CBasicMainFrame>(*app);
     gatherTables(nullptr);
