@@ -71,7 +71,6 @@ bool CDocument::goOnWorking() {
 
 void CDocument::finishWork() {
   const std::unique_ptr<JobAtWork> done = std::move(atWork);
-  const WorkOf working(this);
   done->finish();
 }
 
