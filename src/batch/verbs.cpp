@@ -246,9 +246,12 @@ StepResult saveDocument(StepContext& c) {
   if (!document) return noDocument();
   std::string path = c.step.args.empty() ? document->pathName() : c.step.args[0];
   // A name that nobody gave is not another document's: cameras begin their numbers anew.
-  if (path.empty())
-    path = freeName(withoutExtension(document->defaultPathName()),
-                    "." + extensionOf(document->defaultPathName()));
+  TakenName taken;
+  if (path.empty()) {
+    const std::string offered = document->defaultPathName();
+    taken = TakenName(withoutExtension(offered), "." + extensionOf(offered));
+    path = taken.path();
+  }
   const bool bare = !c.step.args.empty() && folderOf(path).empty();
   if (bare) path = folderOf(document->defaultPathName()) + path;
   path = absolutePath(document->withOwnEnding(path));
@@ -256,10 +259,10 @@ StepResult saveDocument(StepContext& c) {
   if (const int32_t other = bare && filed ? filed->otherExamWith(path) : -1; other >= 0)
     return StepResult::failure(format("%s is a document of exam %i", path.c_str(), other));
   const bool same = path == document->pathName();
-  const bool replaced = !same && fileExists(path);
   if (!(same ? document->save() : document->onSaveDocument(path)))
     return StepResult::failure(c.script.shown().empty() ? path + " was not saved" : c.script.shown());
   if (!same) document->setPathName(path);
+  const bool replaced = !same && taken.path().empty() && document->hasReplacedFile();
   // What the save had to say, of a movie that stays elsewhere.
   const std::string told = c.script.shown();
   const bool homeless = bare && filed && c.app.db && filed->examIdOfDoc < 0;

@@ -178,9 +178,8 @@ ZBasicDoc* CVivoCapDoc::imageOfSelection(const char* titleWords, const std::func
   if (!made) return nullptr;
   if (process.batchMode) {
     made->keepwhole = 1;  // nobody is there to be asked
-    const std::string path =
-        freeName(folderOf(pathName().empty() ? moviePath : pathName()) + made->title(), ".tv1");
-    if (made->onSaveDocument(path)) made->setPathName(path);
+    const TakenName taken(folderOf(pathName().empty() ? moviePath : pathName()) + made->title(), ".tv1");
+    if (made->onSaveDocument(taken.path())) made->setPathName(taken.path());
   }
   made->updateAllViews();
   return made;

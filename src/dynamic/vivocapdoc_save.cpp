@@ -51,12 +51,16 @@ bool CVivoCapDoc::saveMovie(const std::string& documentPath) {
   if (!hasMovie()) return true;
   movie->forgetFailure();
   if (moviePath.empty() || movieChoice == MovieChoice::Copy)
-    return saveMovieAs(freeName(withoutExtension(documentPath), compressoutput ? ".z.avi" : ".mve"),
+    return saveMovieAs(TakenName(withoutExtension(documentPath), compressoutput ? ".z.avi" : ".mve").path(),
                        selectionFirst, selectionLast) ||
            tellUnsavedMovie();
   // Deleted or unplugged while it was shown: what can still be read of it.
   if (!fileExists(moviePath))
-    return saveMovieAs(freeName(withoutExtension(documentPath), ".mve"), -1, -1) || tellUnsavedMovie();
+    return saveMovieAs(TakenName(withoutExtension(documentPath), ".mve").path(), -1, -1) ||
+           tellUnsavedMovie();
+  if (isUnattended() && movieChoice == MovieChoice::Usual && selection().size() != imageCount())
+    host().messages.show(
+        format("The video keeps all %i images; Save As... stores the selection alone.", imageCount()));
   if (sameFolder(folderOf(moviePath), folderOf(documentPath)))
     return movie->recoveredFrames() == 0 || movie->save(movie->fileName) || tellUnsavedMovie();
   switch (placeOfMovie(documentPath)) {
@@ -125,8 +129,8 @@ CVivoCapDoc::MoviePlace CVivoCapDoc::askForPlace() {
 bool CVivoCapDoc::bringMovieIn(const std::string& documentPath) {
   const std::string wanted = besideDocument(documentPath, moviePath);
   const bool mistaken = takenForMovie(wanted, moviePath);
-  const std::string name = freeName(withoutExtension(wanted), "." + extensionOf(wanted));
-  if (saveMovieAs(name, -1, -1)) return true;
+  const TakenName taken(withoutExtension(wanted), "." + extensionOf(wanted));
+  if (saveMovieAs(taken.path(), -1, -1)) return true;
   if (movie->wasCancelled() || mistaken) return tellUnsavedMovie();
   report(format("%s stays where it is: %s", moviePath.c_str(), movie->failure().c_str()));
   return true;
@@ -165,7 +169,9 @@ bool CVivoCapDoc::saveResults(const std::string& stem) {
     if (auto* rows = dynamic_cast<CResultDoc*>(document); rows && rows->pathName() == resultsPath) {
       // The table that is there already is another document's.
       const std::string wanted = stem + ".rst";
-      const std::string name = sameFile(wanted, resultsPath) ? resultsPath : freeName(stem, ".rst");
+      const bool stays = sameFile(wanted, resultsPath);
+      const TakenName taken = stays ? TakenName() : TakenName(stem, ".rst");
+      const std::string name = stays ? resultsPath : taken.path();
       if (!rows->onSaveDocument(name)) return false;
       rows->setPathName(name);
       resultsPath = name;

@@ -150,6 +150,7 @@ bool CDocument::storeTo(const std::string& path) {
   }
   missing.clear();
   stamp = fileStamp(path);
+  replacedFile = file.hasReplaced();
   setModified(false);
   return true;
 }

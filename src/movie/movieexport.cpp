@@ -66,7 +66,8 @@ bool MovieExport::begin(int32_t framesPerSecond, const CZZMovie::Compression* co
   format.scale = 1;
   format.colour = canvas.colourset != kGrey;
   std::string why;
-  made = nameBeside(name);
+  place = nameBeside(name);
+  made = place.path();
   writer = VideoWriter::create(made, format, why);
   return writer || fail((compression ? "compress start failed. " : "failed AVI file open. ") + why);
 }

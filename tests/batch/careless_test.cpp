@@ -254,6 +254,8 @@ TEST_F(Runner, WhatWasMadeUnderAnExamIsSavedIntoItThoughAnotherSubjectWasLookedU
 TEST_F(Runner, ASaveWithoutANameGoesOverNoOtherPicture) {
   ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave\nclose\nopen $shot.bmp").ok);
   EXPECT_EQ(fileNameOf(run("save").values[0].second), "shot-1.tv1");
+  EXPECT_THAT(run("close\nopen $shot.bmp\nsave").text, Not(HasSubstr("in place")));
+  EXPECT_THAT(run("close\nopen $shot.bmp\nsave shot.tv1").text, HasSubstr("in place of the file"));
 }
 
 }  // namespace
