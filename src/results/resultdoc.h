@@ -76,18 +76,17 @@ class CResultDoc : public CdbDocument {
   void loadRows(Archive& archive);
   bool tellsOwners() const;  // in columns, the last two
   void addOwnerColumns();
+  ResultOwner ownerOfAll() const;
   std::string ownerLines() const;
   std::vector<size_t> visiblePlaces() const;
   Selection selected;
   std::map<std::pair<size_t, size_t>, std::string> smallNumbers;  // by row and place
-  // Of all rows that were added, until there are columns for them.
-  std::string rowSubject;
-  int32_t rowExam = -1;
+  ResultOwner rowOwner;  // of all rows that were added, until there are columns for them
 };
 
 // Adds a row to the one table of a kind, which its first row makes and closing it ends. Null (and logged)
 // without memory. It is the measurement of the subject and exam that the measured document is bound to, else
-// of the selected ones.
+// of the selected ones; one of another data folder is never taken for the exam of the same number here.
 CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured = nullptr);
 // The open table with that title, from any kind or file; null when there is none.
 CResultDoc* findResultDocument(const std::string& title);

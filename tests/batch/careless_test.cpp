@@ -224,6 +224,29 @@ TEST_F(Runner, ADocumentOfACopiedDataFolderIsOfNoExamHere) {
   EXPECT_FALSE(run("save $data/A-ring/new.tv1").ok) << "nor is what is made of it";
 }
 
+TEST_F(Runner, RowsOfADocumentFromElsewhereTellTheirOwnFolder) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave hand.tv1").ok);
+  std::filesystem::copy(folder.file("data"), folder.file("copy"), std::filesystem::copy_options::recursive);
+  const std::string average = "\ncommand \"Calculate average of selection\"\n";
+  ASSERT_TRUE(run("close\nopen $copy/A-ring/hand.tv1" + average + "export $t.csv").ok);
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")),
+              EndsWith("Subject ID,A\nExam ID,1\n" + folder.file("copy/A-ring") + "\n"));
+  ASSERT_TRUE(run("close\nopen $data/A-ring/hand.tv1" + average + "export $t.csv").ok);
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")), HasSubstr(",A,1 in " + folder.file("copy/A-ring") + ","));
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")), EndsWith(",A,1,\n"));
+  EXPECT_THAT(run("close\nopen $copy/A-ring/hand.tv1\nsave $data/A-ring/new.tv1").why,
+              HasSubstr("from another folder (" + folder.file("copy/A-ring/")));
+}
+
+// The database was lost: exam 1 of subject A is another finger's now.
+TEST_F(Runner, RowsOfAnEarlierDatabasesExamAreNotThisOnes) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave hand.tv1\nclose").ok);
+  std::filesystem::rename(folder.file("data/A-ring"), folder.file("data/A-index"));
+  ASSERT_TRUE(
+      run("open $data/A-index/hand.tv1\ncommand \"Calculate average of selection\"\nexport $t.csv").ok);
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")), EndsWith("Subject ID,A\nExam ID,1\nA-index\n"));
+}
+
 TEST_F(Runner, WhatACommandMakesOfADocumentIsOfItsExam) {
   ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave a.tv1").ok);
   ASSERT_TRUE(run("subject B\nexam index\nopen $data/A-ring/a.tv1\ncommand Histogram").ok);
