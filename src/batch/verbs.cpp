@@ -93,12 +93,14 @@ std::string checkAnswer(Arguments a, const char* word) {
   const bool fits = a.size() < 2 || equalIgnoringCase(a[1], "yes") || equalIgnoringCase(a[1], "no");
   return fits ? "" : format("\"%s\" has too many arguments", word);
 }
-std::string checkSubject(Arguments a) { return checkAnswer(a, "subject"); }
+std::string checkSubject(Arguments a) {
+  return trimmed(a[0]).empty() ? "a subject needs an id" : checkAnswer(a, "subject");
+}
 
 StepResult selectSubject(StepContext& c) {
   if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
   SubjectDialog dialog;
-  dialog.id = replaced(c.step.args[0], ' ', '_');
+  dialog.id = replaced(std::string(trimmed(c.step.args[0])), ' ', '_');
   c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
   if (!c.app.db->readSubject(dialog.id) && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
   dialog.chooseId(dialog.id);
@@ -115,7 +117,7 @@ constexpr const char* kAgain = "--again";
 std::optional<ExamRow> lastExamAt(const CBasicApp& app, const std::string& site) {
   std::optional<ExamRow> last;
   for (ExamRow& exam : app.db->examsOf(theExams().subjectId()))
-    if (exam.site == site || (equalIgnoringCase(exam.site, site) && (!last || last->site != site)))
+    if (exam.site == site || (isSameName(exam.site, site) && (!last || last->site != site)))
       last = std::move(exam);
   return last;
 }

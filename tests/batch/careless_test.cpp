@@ -100,6 +100,9 @@ TEST_F(Runner, ASubjectThatDiffersByItsCapitalsAloneNeedsAnAnswer) {
   EXPECT_THAT(run("subject demo").why, HasSubstr("There is a subject \"DEMO\" already"));
   EXPECT_EQ(run("subject demo yes").values[0].second, "DEMO");
   EXPECT_EQ(run("subject demo no").values[0].second, "demo");
+  ASSERT_TRUE(run("subject M\u00fcller").ok);
+  EXPECT_THAT(run("subject MU\u0308LLER").why, HasSubstr("There is a subject \"M\u00fcller\" already"));
+  EXPECT_EQ(run("subject \" DEMO \"").values[0].second, "DEMO");
 }
 
 TEST_F(Runner, TracesWithUnevenTimesComeInOnlyWithAYes) {
@@ -135,6 +138,8 @@ TEST_F(Runner, AnExamIsTakenUpAgainWhereThatIsAskedFor) {
   EXPECT_EQ(exams.examFolder(), "A-right");
   ASSERT_TRUE(run("exam left").ok);
   EXPECT_EQ(exams.examFolder(), "A-left-2");
+  ASSERT_TRUE(run("exam \u00c4\nexam \u00e4 --again").ok);
+  EXPECT_EQ(exams.examFolder(), "A-\u00c4");
 }
 
 TEST_F(Runner, ADocumentOfOneExamIsNotFiledUnderAnotherUnasked) {
