@@ -78,6 +78,7 @@ StepResult CVivoCapDoc::tell(const std::string& what) {
   std::string text = statusText();
   text += format("images %i\nimage %i\nselection %i to %i\nfps %.10g\nmovie %s\n", imageCount(),
                  currentIndex(), range.first, range.last, fps, moviePath.c_str());
+  if (selectionStep > 1) text += format("step of compressed exports %i\n", selectionStep);
   if (!movementSummary.empty()) text += movementSummary + "\n";
   return {true, {}, {}, text};
 }
