@@ -277,9 +277,15 @@ Outcome CResultDoc::exportCsv(const std::string& path) const {
   return replaceFile(path, std::string_view(text));
 }
 
+Outcome CResultDoc::exportNow(const std::string& path) {
+  Outcome done = exportCsv(path);
+  if (done) exportedAt = changeCount();
+  return done;
+}
+
 StepResult CResultDoc::exportTo(const std::string& path) {
   if (!equalIgnoringCase(extensionOf(path), "csv")) return StepResult::failure("a table is exported as .csv");
-  const Outcome done = exportCsv(path);
+  const Outcome done = exportNow(path);
   return done ? StepResult{true, {}, {{"path", path}}, "exported " + path} : StepResult::failure(done.why());
 }
 
@@ -289,7 +295,7 @@ void CResultDoc::exportCommand() {
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   // The user chose the place, so a failure is not kept from them.
-  if (const Outcome done = exportCsv(*path); !done) report(done.why());
+  if (const Outcome done = exportNow(*path); !done) report(done.why());
 }
 
 std::string CResultDoc::asText() const {

@@ -36,6 +36,8 @@ class CResultDoc : public CdbDocument {
   // The column shown at a place: the first in the list whose `column` equals it, or the last if none does.
   const Ccolformat& columnAt(size_t place) const;
   size_t rowCount() const { return rows.size(); }
+  // Rows that are in no file, neither as a table nor as text.
+  bool hasUnkeptRows() const { return hasRows() && isModified() && exportedAt != changeCount(); }
 
   // Both ends included, put in order.
   void setselection(int32_t c1, int32_t r1, int32_t c2, int32_t r2);
@@ -69,6 +71,7 @@ class CResultDoc : public CdbDocument {
 
  private:
   void exportCommand();
+  Outcome exportNow(const std::string& path);
   bool hasRows() const { return !rows.empty(); }
   void printOn(PrintJob& job) const;
   void printCommand();
@@ -80,6 +83,7 @@ class CResultDoc : public CdbDocument {
   std::string ownerLines() const;
   std::vector<size_t> visiblePlaces() const;
   Selection selected;
+  uint64_t exportedAt = 0;                                        // the change count of then
   std::map<std::pair<size_t, size_t>, std::string> smallNumbers;  // by row and place
   ResultOwner rowOwner;  // of all rows that were added, until there are columns for them
 };

@@ -286,5 +286,23 @@ TEST_F(Runner, ASaveWithoutANameGoesOverNoOtherPicture) {
   EXPECT_THAT(run("close\nopen $shot.bmp\nsave shot.tv1").text, HasSubstr("in place of the file"));
 }
 
+TEST_F(Runner, WhatARunCollectedIsExportedThoughItsLastStepsFailed) {
+  std::vector<Step> steps;
+  const std::string lines =
+      "open $shot.bmp\ncommand \"Calculate average of selection\"\nexport $early.csv\n"
+      "open $shot.bmp\ncommand nonsense\nexport $night.csv\nsave $never.tv1\n";
+  ASSERT_EQ(parseScript(replacedAll("open $missing.bmp\nexport $no.csv\n" + lines), "test", steps), "");
+  EXPECT_EQ(runner.run(steps, true), 1);
+  EXPECT_FALSE(fileExists(folder.file("no.csv")));
+  EXPECT_TRUE(fileExists(folder.file("night.csv")));
+  EXPECT_FALSE(fileExists(folder.file("never.tv1")));
+  steps.erase(steps.begin() + 4);
+  steps.erase(steps.end() - 2);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(runner.run(steps, true), 1);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("the 2 rows of the table \"Image Results\" were neither saved nor exported"));
+}
+
 }  // namespace
 }  // namespace tarnvisor
