@@ -69,6 +69,7 @@ bool MovieExport::begin(int32_t framesPerSecond, const CZZMovie::Compression* co
   place = nameBeside(name);
   made = place.path();
   writer = VideoWriter::create(made, format, why);
+  if (!writer) std::remove(made.c_str());
   return writer || fail((compression ? "compress start failed. " : "failed AVI file open. ") + why);
 }
 

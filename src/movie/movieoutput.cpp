@@ -91,7 +91,9 @@ std::unique_ptr<MovieOutput> MovieOutput::create(const std::string& name, const 
     output->video = openVideo(output->path, form, rate, scale, why);
     if (output->video && form.colourset == kBayer)
       output->compressImage = std::make_unique<CZZimage>(form.width, form.height, -1, 0, kColour);
-    return output->video ? std::move(output) : nullptr;
+    if (output->video) return output;
+    std::remove(output->path.c_str());
+    return nullptr;
   }
   output->file = MovieFile::open(output->path, MovieFile::Access::Create);
   if (!output->file) {

@@ -8,6 +8,7 @@
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 #include "support/runnertest.h"
+#include "support/videotest.h"
 
 namespace tarnvisor {
 namespace {
@@ -30,10 +31,16 @@ TEST_F(Runner, AFileOfAnotherKindNeitherOpensNorIsSavedOver) {
 }
 
 TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
-  ASSERT_TRUE(run("open $shot.bmp\ncommand Histogram").ok);
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\ncommand Histogram").ok);
+  writeMovieFile(folder.file("a.mve"), 3, {16, 8}, [](CZZimage&, int32_t) {});
   for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
     ASSERT_TRUE(replaceFile(folder.file(file), std::string_view("earlier")));
-  for (const char* step : {"export $x.svg", "export $x.pdf", "command \"Print...\" $page.pdf"}) {
+  for (const char* step : {"export $x.svg", "export $x.pdf", "command \"Print...\" $page.pdf", "open $a.mve",
+                           "export $new.mve", "export $new.avi", "save"}) {
+    if (std::string_view(step).starts_with("open")) {
+      ASSERT_TRUE(run(step).ok);
+      continue;
+    }
     rlimit before{};
     ::getrlimit(RLIMIT_FSIZE, &before);
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
@@ -46,6 +53,8 @@ TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
   }
   for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
     EXPECT_EQ(readWholeText(folder.file(file)), "earlier") << file;
+  for (const char* file : {"new.mve", "new.avi", "data/A-ring/a.dtv"})
+    EXPECT_FALSE(fileExists(folder.file(file))) << file;
 }
 
 TEST_F(Runner, NoOutputReplacesAFileThatAnOpenDocumentUses) {
