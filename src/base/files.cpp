@@ -140,11 +140,35 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
   return readWhole<std::string>(path, maxBytes);
 }
 
-std::string freeName(const std::string& stem, const std::string& ending) {
-  std::string name = stem + ending;
-  for (int number = 1; fileExists(name); ++number)
-    name = format("%s-%i%s", stem.c_str(), number, ending.c_str());
-  return name;
+TakenName::TakenName(const std::function<std::string(int)>& nameOf, const std::string& own) {
+  for (int number = 0;; ++number) {
+    name = nameOf(number);
+    const int handle = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (handle >= 0) {
+      ::close(handle);
+      stamp = fileStamp(name);
+      return;
+    }
+    if (errno != EEXIST || (!own.empty() && sameFile(name, own))) return;
+  }
+}
+
+TakenName::TakenName(const std::string& stem, const std::string& ending, const std::string& own)
+    : TakenName(
+          [&](int number) { return stem + (number > 0 ? format("-%i", number) : std::string()) + ending; },
+          own) {}
+
+TakenName::TakenName(TakenName&& other) noexcept
+    : name(std::move(other.name)), stamp(std::exchange(other.stamp, {})) {}
+
+TakenName& TakenName::operator=(TakenName&& other) noexcept {
+  std::swap(name, other.name);
+  std::swap(stamp, other.stamp);
+  return *this;
+}
+
+TakenName::~TakenName() {
+  if (!stamp.empty() && fileStamp(name) == stamp) ::unlink(name.c_str());
 }
 
 bool mayReplace(const std::string& path) {
@@ -203,6 +227,14 @@ Outcome AtomicFile::failed(const char* what) {
   return Outcome::failure(format("%s: %s: %s", target.c_str(), what, std::strerror(error)));
 }
 
+// The first way tells whether there was a file even where another program makes one now; not every file
+// system knows it.
+bool AtomicFile::takePlace() {
+  if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return true;
+  replaced = fileExists(target);
+  return ::rename(temporary.c_str(), target.c_str()) == 0;
+}
+
 Outcome AtomicFile::commit(Flush flush) {
   if (temporary.empty()) return failed("can't be written");
   if (byName) {
@@ -218,7 +250,7 @@ Outcome AtomicFile::commit(Flush flush) {
   std::FILE* closing = stream;
   stream = nullptr;
   if (std::fclose(closing) != 0) return failed("writing failed");
-  if (::rename(temporary.c_str(), target.c_str()) != 0) return failed("can't be replaced");
+  if (!takePlace()) return failed("can't be replaced");
   temporary.clear();
   if (toDisc) syncFolder(target);
   return Outcome::success();

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -48,8 +49,25 @@ std::optional<std::string> readWholeText(const std::string& path, uint64_t maxBy
 
 // Whether nothing protects that name against a new content: there is no file, or one that may be written.
 bool mayReplace(const std::string& path);
-// A name that no file has: the first of stem, stem-1, stem-2...
-std::string freeName(const std::string& stem, const std::string& ending);
+// A name that no file has, taken by an empty file, so that programs that run side by side choose different
+// ones. The file goes with this object unless something was written to it or put in its place.
+class TakenName {
+ public:
+  TakenName() = default;
+  // The first that is free of those that nameOf gives, from 0; a file of the caller's own counts as free and
+  // is left alone. Where the folder takes no file, the name alone.
+  explicit TakenName(const std::function<std::string(int number)>& nameOf, const std::string& own = {});
+  // Of stem, stem-1, stem-2...
+  TakenName(const std::string& stem, const std::string& ending, const std::string& own = {});
+  TakenName(TakenName&& other) noexcept;
+  TakenName& operator=(TakenName&& other) noexcept;
+  ~TakenName();
+  const std::string& path() const { return name; }
+
+ private:
+  std::string name;
+  std::string stamp;  // of the empty file; empty where there is none
+};
 
 // Writes to a new file beside the wanted one. Until commit() succeeds the old file stays as it was; without
 // commit() the new one is removed. The mode of a file that is replaced is kept. A symbolic link is followed.
@@ -75,13 +93,17 @@ class AtomicFile {
   bool write(const void* bytes, size_t count);  // what fails here is told by commit()
   // Flushes to disc and renames. On failure the old file is untouched and the words say what failed.
   Outcome commit(Flush flush = Flush::ToDisc);
+  // Whether commit() took the place of a file, be it one that came after this object was made.
+  bool hasReplaced() const { return replaced; }
 
  private:
+  bool takePlace();
   Outcome failed(const char* what);
   std::string target;
   std::string temporary;
   std::FILE* stream = nullptr;
   bool byName = false;
+  bool replaced = false;
   int openError = 0;
   int writeError = 0;
 };

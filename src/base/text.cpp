@@ -1,7 +1,10 @@
 #include "base/text.h"
 
+#include <glib.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 namespace tarnvisor {
 
@@ -35,6 +38,21 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                     [](char x, char y) { return lowered(x) == lowered(y); });
 }
+
+namespace {
+// What is no UTF-8 keeps its other letters as they are.
+std::string foldedName(std::string_view text) {
+  const auto length = static_cast<gssize>(text.size());
+  if (!g_utf8_validate(text.data(), length, nullptr)) return lowerCase(text);
+  using Text = std::unique_ptr<char, decltype(&g_free)>;
+  const Text whole(g_utf8_normalize(text.data(), length, G_NORMALIZE_DEFAULT), g_free);
+  const Text folded(g_utf8_casefold(whole.get(), -1), g_free);
+  const Text result(g_utf8_normalize(folded.get(), -1, G_NORMALIZE_DEFAULT), g_free);
+  return result.get();
+}
+}  // namespace
+
+bool isSameName(std::string_view a, std::string_view b) { return foldedName(a) == foldedName(b); }
 
 std::string lowerCase(std::string_view text) {
   std::string result(text);

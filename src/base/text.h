@@ -23,6 +23,9 @@ std::string formatList(const char* pattern, va_list arguments);
 // Equality and folding for the ASCII letters only.
 bool equalIgnoringCase(std::string_view a, std::string_view b);
 std::string lowerCase(std::string_view text);
+// Whether people read both as one name: in UTF-8, whatever the capitals of any alphabet, and whether accents
+// are letters' own or follow them. For ids and sites; endings, keys and commands are ASCII.
+bool isSameName(std::string_view a, std::string_view b);
 
 std::string_view trimmed(std::string_view text);
 std::string replaced(std::string text, char from, char to);

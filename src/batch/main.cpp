@@ -1,6 +1,7 @@
 // tarnvisor-batch: the system without windows, driven by a script.
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -33,6 +34,7 @@ int main(int argc, char** argv) {
   if (!options.message.empty()) std::fputs(options.message.c_str(), options.exitCode == 0 ? stdout : stderr);
   if (options.exitCode >= 0) return options.exitCode;
 
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error in words
   registerStoredClasses();
   ScriptHost script;
   const HostScope scope(script.ports);

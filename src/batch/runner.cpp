@@ -1,7 +1,10 @@
 #include "batch/runner.h"
 
+#include <algorithm>
+
 #include "base/text.h"
 #include "batch/verbs.h"
+#include "results/resultdoc.h"
 
 namespace tarnvisor {
 
@@ -16,10 +19,17 @@ ScriptRunner::Scope ScriptRunner::scopeOf(const Step& step) {
 // Settings and tables are of the whole run.
 bool ScriptRunner::isOfTheRun(const Step& step) { return step.word == "set" || step.word == "results"; }
 
+bool ScriptRunner::begins(const Step& step) { return step.word == "open" || scopeOf(step) > Scope::Document; }
+
+// With no document left, a table is what such a step can mean.
+bool ScriptRunner::exportsWhatWasCollected(const Step& step) const {
+  return isAtItsEnd && step.word == "export" && endsWithIgnoringCase(step.args[0], ".csv") &&
+         lastResultDocument();
+}
+
 bool ScriptRunner::isSkipped(const Step& step) {
-  if (!failed || isOfTheRun(step)) return false;
-  const bool begins = step.word == "open" || scopeOf(step) > Scope::Document;
-  if (begins && scopeOf(step) >= *failed) {
+  if (!failed || isOfTheRun(step) || exportsWhatWasCollected(step)) return false;
+  if (begins(step) && scopeOf(step) >= *failed) {
     failed.reset();
     return false;
   }
@@ -40,9 +50,18 @@ void ScriptRunner::giveUp(const Step& step) {
   }
 }
 
+void ScriptRunner::tellLostRows() const {
+  for (const CDocument* document : app.documents.documents())
+    if (const auto* table = dynamic_cast<const CResultDoc*>(document); table && table->hasUnkeptRows())
+      std::fprintf(stderr, "the %zu rows of the table \"%s\" were neither saved nor exported\n",
+                   table->rowCount(), table->title().c_str());
+}
+
 int ScriptRunner::run(const std::vector<Step>& steps, bool keepGoing) {
   int code = 0;
+  const auto last = std::find_if(steps.rbegin(), steps.rend(), begins).base();
   for (const Step& step : steps) {
+    isAtItsEnd = &step - steps.data() >= last - steps.begin();
     const bool skipped = isSkipped(step);
     const StepResult result =
         skipped ? StepResult::failure("left out, because of the step that failed before") : runStep(step);
@@ -53,6 +72,7 @@ int ScriptRunner::run(const std::vector<Step>& steps, bool keepGoing) {
     if (!keepGoing) break;
     giveUp(step);
   }
+  if (code != 0) tellLostRows();
   return code;
 }
 

@@ -21,6 +21,7 @@ class ScriptRunner {
   // Exit code: 0, or 1 when a step failed. Without keepGoing the first failure ends the run. With it the
   // failure closes all documents but tables, so that no later step meets another than it was written for, and
   // the run goes on at the next open, exam or subject; after a failed exam or subject at the next of these.
+  // What a run collected in tables is exported at its end all the same.
   int run(const std::vector<Step>& steps, bool keepGoing);
   StepResult runStep(const Step& step);
 
@@ -28,9 +29,13 @@ class ScriptRunner {
   enum class Scope { Document, Exam, Subject };
   static Scope scopeOf(const Step& step);
   static bool isOfTheRun(const Step& step);
+  static bool begins(const Step& step);
+  bool exportsWhatWasCollected(const Step& step) const;
+  void tellLostRows() const;
   void giveUp(const Step& step);
   bool isSkipped(const Step& step);
   std::optional<Scope> failed;  // what can't go on
+  bool isAtItsEnd = false;      // no later step begins anything
   void report(const Step& step, const StepResult& result) const;
 
   CBasicApp& app;

@@ -100,12 +100,14 @@ std::string checkAnswer(Arguments a, const char* word) {
   const bool fits = a.size() < 2 || equalIgnoringCase(a[1], "yes") || equalIgnoringCase(a[1], "no");
   return fits ? "" : format("\"%s\" has too many arguments", word);
 }
-std::string checkSubject(Arguments a) { return checkAnswer(a, "subject"); }
+std::string checkSubject(Arguments a) {
+  return trimmed(a[0]).empty() ? "a subject needs an id" : checkAnswer(a, "subject");
+}
 
 StepResult selectSubject(StepContext& c) {
   if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
   SubjectDialog dialog;
-  dialog.id = replaced(c.step.args[0], ' ', '_');
+  dialog.id = replaced(std::string(trimmed(c.step.args[0])), ' ', '_');
   c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
   if (!c.app.db->readSubject(dialog.id) && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
   dialog.chooseId(dialog.id);
@@ -122,7 +124,7 @@ constexpr const char* kAgain = "--again";
 std::optional<ExamRow> lastExamAt(const CBasicApp& app, const std::string& site) {
   std::optional<ExamRow> last;
   for (ExamRow& exam : app.db->examsOf(theExams().subjectId()))
-    if (exam.site == site || (equalIgnoringCase(exam.site, site) && (!last || last->site != site)))
+    if (exam.site == site || (isSameName(exam.site, site) && (!last || last->site != site)))
       last = std::move(exam);
   return last;
 }
@@ -253,9 +255,12 @@ StepResult saveDocument(StepContext& c) {
   if (!document) return noDocument();
   std::string path = c.step.args.empty() ? document->pathName() : c.step.args[0];
   // A name that nobody gave is not another document's: cameras begin their numbers anew.
-  if (path.empty())
-    path = freeName(withoutExtension(document->defaultPathName()),
-                    "." + extensionOf(document->defaultPathName()));
+  TakenName taken;
+  if (path.empty()) {
+    const std::string offered = document->defaultPathName();
+    taken = TakenName(withoutExtension(offered), "." + extensionOf(offered));
+    path = taken.path();
+  }
   const bool bare = !c.step.args.empty() && folderOf(path).empty();
   if (bare) path = folderOf(document->defaultPathName()) + path;
   path = absolutePath(document->withOwnEnding(path));
@@ -263,10 +268,10 @@ StepResult saveDocument(StepContext& c) {
   if (const int32_t other = bare && filed ? filed->otherExamWith(path) : -1; other >= 0)
     return StepResult::failure(format("%s is a document of exam %i", path.c_str(), other));
   const bool same = path == document->pathName();
-  const bool replaced = !same && fileExists(path);
   if (!(same ? document->save() : document->onSaveDocument(path)))
     return StepResult::failure(c.script.shown().empty() ? path + " was not saved" : c.script.shown());
   if (!same) document->setPathName(path);
+  const bool replaced = !same && taken.path().empty() && document->hasReplacedFile();
   // What the save had to say, of a movie that stays elsewhere.
   const std::string told = c.script.shown();
   const bool homeless = bare && filed && c.app.db && filed->examIdOfDoc < 0;

@@ -45,7 +45,8 @@ Menu cameraMenu() {
 const DocumentFace& liveFace() {
   static const DocumentFace face{
       .tables = {&ZBasicfgView::commandTable()},
-      .menus = {fileMenu({cmd::FileSaveAs, K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
+      .menus = {fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage, K::Separator, cmd::Export,
+                          cmd::ImportDimensions, K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
                 imageEditMenu(), imageViewMenu(), cameraMenu(), processingMenu({}), measureMenu(),
                 analysisMenu(), subjectMenu(), acquisitionMenu(), windowMenu(), helpMenu()},
       .popups = imagePopups(),

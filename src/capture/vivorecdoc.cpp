@@ -77,9 +77,9 @@ bool CVivoRecDoc::saveModified() {
   return CVivoCapDoc::saveModified();
 }
 
-std::string CVivoRecDoc::recordingPath() const {
+TakenName CVivoRecDoc::takeRecordingName() const {
   if (!sequence.toDisc) return {};
-  return freeLetterName(ZBasicfgDoc::automaticStem("-%Y%m%d_%H%M%S"), sequence.compress ? ".z.avi" : ".mve");
+  return takeLetterName(ZBasicfgDoc::automaticStem("-%Y%m%d_%H%M%S"), sequence.compress ? ".z.avi" : ".mve");
 }
 
 void CVivoRecDoc::takeFromLive(ZBasicfgDoc& live, const Rect& source) {
@@ -139,7 +139,8 @@ bool CVivoRecDoc::begin(const Rect& source) {
   to.ringMode = sequence.loop;
   fgSetSkip(sequence.skip);
   if (!to.source || !hasRoomFor(sequence, source)) return false;
-  return to.record(sequence.frames, recordingPath(), source.left, source.top, source.width(), source.height(),
+  const TakenName name = takeRecordingName();
+  return to.record(sequence.frames, name.path(), source.left, source.top, source.width(), source.height(),
                    true) &&
          to.isRecording() && fgState().recording;
 }
@@ -177,7 +178,8 @@ void CVivoRecDoc::stopRecording() {
   if (!moviePath.empty()) {
     std::string stem = withoutExtension(moviePath);
     if (endsWithIgnoringCase(stem, ".z")) stem.resize(stem.size() - 2);
-    const std::string path = freeName(stem, ".dtv");
+    const TakenName taken(stem, ".dtv");
+    const std::string path = taken.path();
     if (CVivoCapDoc::onSaveDocument(path)) {
       setPathName(path);
       setTitle(text::kRecordedTitle + fileNameOf(path));
@@ -227,11 +229,7 @@ const CommandTableBase& CVivoRecDoc::commandTable() {
         {.tip = "allocate memory ready for recording",
          .status = "Makes the memory for a recording ready, so that it begins at once.",
          .whyOff = "A recording is under way."}},
-       {cmd::Stop,
-        "",
-        &D::stopRecording,
-        &D::isRecording,
-        {.tip = "Stop", .status = "Stops the recording."}}},
+       {cmd::Stop, "", &D::stopRecording, &D::isRecording}},
       &CVivoCapDoc::commandTable()};
   return table;
 }

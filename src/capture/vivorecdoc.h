@@ -44,7 +44,7 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
 
  private:
   void takeFromLive(ZBasicfgDoc& live, const Rect& source);
-  std::string recordingPath() const;
+  TakenName takeRecordingName() const;
   bool begin(const Rect& source);
   bool hasRoomFor(const SequenceSettings& wanted, const Rect& source);
   void tellOfLosses();

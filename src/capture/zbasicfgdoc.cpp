@@ -58,11 +58,14 @@ void storeRegion(const Rect& region) {
 
 }  // namespace
 
-std::string freeLetterName(const std::string& stem, const std::string& ending) {
-  if (!fileExists(stem + ending)) return stem + ending;
-  for (char letter = 'a'; letter <= 'z'; ++letter)
-    if (const std::string name = stem + letter + ending; !fileExists(name)) return name;
-  return freeName(stem, ending);
+TakenName takeLetterName(const std::string& stem, const std::string& ending) {
+  return TakenName([&](int number) {
+    const bool isLetter = number > 0 && number <= 26;
+    const std::string letter = isLetter     ? std::string(1, static_cast<char>('a' + number - 1))
+                               : number > 0 ? format("-%i", number)
+                                            : "";
+    return stem + letter + ending;
+  });
 }
 
 bool ZBasicfgDoc::onNewDocument() {
@@ -77,6 +80,7 @@ bool ZBasicfgDoc::onNewDocument() {
   timerint = settings.getInt(kSection, "timerint", timerint);
   timerN = settings.getInt(kSection, "timerN", timerN);
   frameSkip = settings.getInt("Dynamic settings", "skip frames", 0);
+  settings.setInt("MainWindow", "fg", 1);  // in use from now on: a new examination brings it again
   theApp().postMainCommand(cmd::AcquisitionStartCamera);
   return true;
 }
@@ -168,8 +172,7 @@ void ZBasicfgDoc::setPathName(const std::string&) {}
 std::string ZBasicfgDoc::defaultPathName() const {
   const std::string ofExam = folderOf(ZBasicDoc::defaultPathName());
   const std::string stem = automaticStem("-%y%m%d%H%M%S");
-  return freeLetterName((ofExam.empty() ? folderOf(stem) : ofExam) + fileNameOf(stem),
-                        storedType()->filterExtension());
+  return (ofExam.empty() ? folderOf(stem) : ofExam) + fileNameOf(stem) + storedType()->filterExtension();
 }
 
 std::string ZBasicfgDoc::automaticStem(const char* timePattern) {
@@ -189,9 +192,13 @@ bool ZBasicfgDoc::saveStill(const std::string& stem) {
   automatic = true;
   const std::string ending = storedType()->filterExtension();
   const bool named = equalIgnoringCase(extensionOf(stem), ending.substr(1));
-  saveName = stem.empty() ? freeLetterName(automaticStem("-%y%m%d%H%M%S") + "_000", ending)
-             : named      ? stem
-                          : freeLetterName(stem, ending);
+  TakenName taken;
+  if (!named) {
+    taken = takeLetterName(stem.empty() ? automaticStem("-%y%m%d%H%M%S") + "_000" : stem, ending);
+    saveName = taken.path();
+  } else {
+    saveName = stem;
+  }
   const bool saved = onSaveDocument(saveName);
   automatic = false;
   if (saved) host().windows.beep();

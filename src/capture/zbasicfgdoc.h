@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/files.h"
 #include "imagedoc/zbasicdoc.h"
 
 namespace tarnvisor {
@@ -54,7 +55,7 @@ class ZBasicfgDoc : public ZBasicDoc {
   bool frozen = false;
 };
 
-// What came before and a letter, the first that no file has; as it stands where none has it.
-std::string freeLetterName(const std::string& stem, const std::string& ending);
+// The name as it stands where no file has it, else with a letter behind the stem, then with a number.
+TakenName takeLetterName(const std::string& stem, const std::string& ending);
 
 }  // namespace tarnvisor

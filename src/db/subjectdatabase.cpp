@@ -14,7 +14,7 @@ constexpr const char* kInfo = "SELECT * FROM info;";
 constexpr const char* kUpgrade1 = "ALTER TABLE patients ADD COLUMN lastused TEXT;";
 constexpr const char* kUpgrade2 = "UPDATE info SET dbversion=2 WHERE dbversion=1;";
 constexpr const char* kReadSubject = "SELECT * FROM patients WHERE id=?;";
-constexpr const char* kSubjectSpeltLike = "SELECT id FROM patients WHERE id=? COLLATE NOCASE;";
+constexpr const char* kAllSubjects = "SELECT id FROM patients ORDER BY lastused DESC;";
 constexpr const char* kNewSubject = "INSERT INTO patients ( id, lastused ) VALUES ( ?444, datetime('now') );";
 constexpr const char* kUpdateSubject =
     "UPDATE patients SET name=?111, surname=?222, comments=?333, lastused=datetime('now') WHERE id=?444;";
@@ -138,9 +138,11 @@ std::string SubjectDatabase::description() const {
 }
 
 std::optional<std::string> SubjectDatabase::subjectSpeltLike(const std::string& id) const {
-  SqliteStatement s(database, sql::kSubjectSpeltLike);
-  const std::vector<std::string> all = firstColumns(s.bindFirst(id));
-  return all.empty() || std::ranges::find(all, id) != all.end() ? std::nullopt : std::optional(all.front());
+  SqliteStatement s(database, sql::kAllSubjects);
+  const std::vector<std::string> all = firstColumns(s);
+  if (std::ranges::find(all, id) != all.end()) return std::nullopt;
+  const auto alike = std::ranges::find_if(all, [&](const auto& known) { return isSameName(known, id); });
+  return alike == all.end() ? std::nullopt : std::optional(*alike);
 }
 
 std::optional<SubjectRow> SubjectDatabase::readSubject(const std::string& id) const {

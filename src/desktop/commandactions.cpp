@@ -12,7 +12,7 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr size_t kWindowsListed = 9;
+constexpr size_t kWindowsListed = 30;
 
 QString escaped(QString words) { return words.replace('&', "&&"); }
 
@@ -98,7 +98,9 @@ void CommandActions::addWindows(QMenu& menu) {
   for (const auto& type : app.documents.types())
     for (const auto& document : type->documents()) {
       if (++number > kWindowsListed) return;
-      QAction* entry = menu.addAction(QString("&%1 %2").arg(number).arg(escaped(toQt(document->title()))));
+      const char* key = number < 10 ? "&" : "";
+      QAction* entry =
+          menu.addAction(QString("%1%2 %3").arg(key).arg(number).arg(escaped(toQt(document->title()))));
       entry->setCheckable(true);
       entry->setChecked(document.get() == app.documents.active());
       QObject::connect(entry, &QAction::triggered, &window, [this, shown = document.get()] {

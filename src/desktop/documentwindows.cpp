@@ -33,10 +33,17 @@ class DocumentWindows::Window final : public QMdiSubWindow {
     const void* database = app.db.get();
     const auto now = bound ? std::tuple(database, bound->patientId, bound->examIdOfDoc, bound->pathName())
                            : std::tuple(database, std::string(), -1, std::string());
-    if (bound && now != ownerKey)
-      ownerWords = toQt(examWords(bound->patientId, bound->belongsHere() ? bound->examIdOfDoc : -1));
+    if (bound && now != ownerKey) {
+      isFromElsewhere = app.db && bound->isFromElsewhere();
+      ownerWords = toQt(isFromElsewhere ? bound->patientId + ", from another folder"
+                                        : examWords(bound->patientId, bound->examIdOfDoc));
+    }
     ownerKey = now;
     return ownerWords;
+  }
+  bool isForeign() {
+    owner();
+    return isFromElsewhere;
   }
 
   CDocument* document;  // null once it has closed
@@ -56,6 +63,7 @@ class DocumentWindows::Window final : public QMdiSubWindow {
   CBasicApp& app;
   std::tuple<const void*, std::string, int32_t, std::string> ownerKey{nullptr, "", -1, ""};
   QString ownerWords;
+  bool isFromElsewhere = false;
 };
 
 DocumentWindows::DocumentWindows(CBasicApp& application, QMdiArea& mdiArea)
@@ -96,7 +104,7 @@ QString DocumentWindows::foreignOwner() const {
   if (!window || bound->patientId.empty()) return {};
   const bool isSelected =
       bound->patientId == theExams().subjectId() && bound->examIdOfDoc == theExams().examId();
-  return isSelected ? QString() : window->owner();
+  return isSelected && !window->isForeign() ? QString() : window->owner();
 }
 
 void DocumentWindows::follow() {

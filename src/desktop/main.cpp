@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -94,6 +95,7 @@ int main(int argc, char** argv) {
     std::fputs(line.message.c_str(), line.exitCode == 0 ? stdout : stderr);
     return line.exitCode;
   }
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error in words
   const bool hasDisplay = isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
   if (!hasDisplay && !isForATask(line)) endWithoutDisplay("neither DISPLAY nor WAYLAND_DISPLAY is set.");
   if (!hasDisplay) setenv("QT_QPA_PLATFORM", "offscreen", 1);

@@ -308,7 +308,7 @@ void SubjectWindow::noteDetails() {
 void SubjectWindow::showOffered() {
   QStringList all;
   for (const std::string& id : model.offered()) all << shown(id);
-  const QString text = idText();
+  const QString text = idBox->lineEdit()->text();
   const QSignalBlocker quiet(idBox->lineEdit());
   offered->setStringList(all);
   idBox->setCurrentIndex(-1);
@@ -318,7 +318,7 @@ void SubjectWindow::showOffered() {
 void SubjectWindow::setIdText(const QString& text) {
   const QSignalBlocker quiet(idBox->lineEdit());
   const int cursor = idBox->lineEdit()->cursorPosition();
-  const bool same = idText() == text;
+  const bool same = idBox->lineEdit()->text() == text;
   idBox->setEditText(text);
   if (same) idBox->lineEdit()->setCursorPosition(cursor);
   idBeforeEdit = text;
@@ -330,7 +330,7 @@ void SubjectWindow::updateButtons() {
                          static_cast<QWidget*>(commentEdit)})
     field->setEnabled(writable);
   const bool subject = namesSubject() || isOffered(idText());
-  addButton->setEnabled(writable && !idText().trimmed().isEmpty() && !subject &&
+  addButton->setEnabled(writable && !idText().isEmpty() && !subject &&
                         !isOffered(idText().replace(' ', '_')));
   saveButton->setEnabled(writable && !shownId.empty() && detailsChanged());
   startButton->setEnabled(writable && subject);
@@ -339,7 +339,11 @@ void SubjectWindow::updateButtons() {
   viewButton->setEnabled(writable && subject);
 }
 
-QString SubjectWindow::idText() const { return idBox->lineEdit()->text(); }
+// Blanks at the ends are none of an id's, but where another program gave it some.
+QString SubjectWindow::idText() const {
+  const QString typed = idBox->lineEdit()->text();
+  return isOffered(typed) ? typed : typed.trimmed();
+}
 
 bool SubjectWindow::detailsChanged() const {
   return saved != std::array{nameEdit->text(), surnameEdit->text(), commentEdit->toPlainText()};

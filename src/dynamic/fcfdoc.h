@@ -66,6 +66,7 @@ class fcfdoc
 
  private:
   // fcfdoc_archive.cpp
+  [[nodiscard]] bool mayLieBeside(const std::string& file);
   void readMaps(const std::string& documentPath);
   bool makePicture(Point origin);
   // fcfdoc.cpp

@@ -133,7 +133,16 @@ bool fcfdoc::makePicture(Point origin) {
   return true;
 }
 
+// Opened again, it would show the measurement of the map whose file lies there.
+bool fcfdoc::mayLieBeside(const std::string& file) {
+  const bool isOwn = !pathName().empty() && sameFile(file, mapsFileOf(pathName()));
+  if (hasMaps() || placesOf(maps) == 0 || isOwn || !fileExists(file)) return true;
+  report(format(text::kMapsOfAnother, file.c_str()));
+  return false;
+}
+
 bool fcfdoc::onSaveDocument(const std::string& path) {
+  if (!mayLieBeside(mapsFileOf(path))) return false;
   if (hasMaps() && hasImage() && tellsFigures()) tellFigures();  // of the region as it is now
   std::optional<AtomicFile> raw;
   if (hasMaps()) {

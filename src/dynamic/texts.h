@@ -57,6 +57,8 @@ inline constexpr const char* kMapsStay =
 inline constexpr const char* kMapsAway = "The maps can't be read from %s. Zeros are shown in their place.";
 inline constexpr const char* kMapsDontFit =
     "%s holds %llu bytes, and maps of %i x %i take %llu. Zeros are shown in their place.";
+inline constexpr const char* kMapsOfAnother =
+    "%s holds the maps of another measurement, and those of this one are away. Choose another name.";
 inline constexpr const char* kMapsUnwritten = "%s is saved without its maps: %s";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 

@@ -152,7 +152,9 @@ class CVivoCapDoc : public ZBasicDoc {
     std::string name;  // that it comes in as
     CZZMovie::Range range{0, 0};
     bool mayStay = false;  // where it can't come in
+    TakenName taken = {};  // of a name that nobody gave
   };
+  static MovieMove comesIn(TakenName name, CZZMovie::Range range, bool mayStay = false);
   struct BeforeSave;
   class SaveJob;
   using AfterSave = std::function<void(bool saved)>;

@@ -430,7 +430,7 @@ void CVivoCapDoc::selectImages() {
       .add("last", last, {-1, count, {}})
       .add("step", step, {1, count, {}})
       .addNote(
-          "Images are counted from 0. The last one is the first that is left out; -1 stands for the start and the end.");
+          "Images are counted from 0. The last one is the first that is left out; -1 stands for the start and the end. The step is of compressed exports alone; all else takes every image.");
   if (!host().forms.run(form)) return;
   if (const Outcome done = select(first, last); !done)
     return report("Nothing was selected: " + done.why() + ".");

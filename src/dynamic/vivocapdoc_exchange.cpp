@@ -102,11 +102,13 @@ void CVivoCapDoc::exportUncompressedCommand() {
   const std::string stem = withoutExtension(!pathName().empty()  ? pathName()
                                             : !moviePath.empty() ? moviePath
                                                                  : title());
-  std::string name = stem + "-export.avi";
-  if (process.quietMode && fileExists(name)) name = freeName(stem + "-export", ".avi");  // nobody to ask
+  const bool asks = !process.quietMode;
+  const TakenName taken = asks ? TakenName() : TakenName(stem + "-export", ".avi");
+  const std::string name = asks ? stem + "-export.avi" : taken.path();
   if (const Outcome may = theApp().documents.mayOutputTo(name); !may) return report(may.why());
-  if (fileExists(name) && host().messages.show(name + " already exists. Replace it?", Buttons::YesNo,
-                                               Icon::Careful) != Answer::Yes)
+  if (asks && fileExists(name) &&
+      host().messages.show(name + " already exists. Replace it?", Buttons::YesNo, Icon::Careful) !=
+          Answer::Yes)
     return;
   logPrintf("converting %s\n", name.c_str());
   exportMovie(name, 1, nullptr, true);

@@ -231,12 +231,14 @@ void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
   appendNotes(words + text::kLineEnd);
   movementSummary = words;
   const bool tells = failed > 0 || std::ranges::any_of(amc.records, isDoubtful);
-  if (tells && !isUnattended() && !panoramicPending)
-    host().messages.show(words + "." + adviceOn(amc));
-  else if (tells && 2 * failed > count)
-    report(words + "." + adviceOn(amc));  // a script's step did not do its work
-  else if (tells)
-    logPrintf("%s.%s\n", words.c_str(), adviceOn(amc).c_str());
+  if (!tells) return;
+  words += "." + adviceOn(amc);
+  if (2 * failed > count && (isUnattended() || panoramicPending))
+    report(words);  // a script's step did not do its work
+  else if (!panoramicPending)
+    host().messages.show(words);
+  else
+    logPrintf("%s\n", words.c_str());
 }
 
 // The composite that the regions were compared with, as a still beside the video. One in which somebody

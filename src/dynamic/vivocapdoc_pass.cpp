@@ -203,9 +203,8 @@ void CVivoCapDoc::makeAverage(std::unique_ptr<MovieImage> averaging, const char*
 // Nobody is there to be asked.
 void CVivoCapDoc::saveUnasked(ZBasicDoc& made) const {
   made.keepwhole = 1;
-  const std::string path =
-      freeName(folderOf(pathName().empty() ? moviePath : pathName()) + made.title(), ".tv1");
-  if (made.onSaveDocument(path)) made.setPathName(path);
+  const TakenName taken(folderOf(pathName().empty() ? moviePath : pathName()) + made.title(), ".tv1");
+  if (made.onSaveDocument(taken.path())) made.setPathName(taken.path());
   made.updateAllViews();
 }
 

@@ -47,16 +47,24 @@ struct CVivoCapDoc::BeforeSave {
   std::string notes;
 };
 
+CVivoCapDoc::MovieMove CVivoCapDoc::comesIn(TakenName name, CZZMovie::Range range, bool mayStay) {
+  const std::string path = name.path();
+  return {MoviePlace::ComesIn, path, range, mayStay, std::move(name)};
+}
+
 // The selection, in a file that goes with the document. A movie that has a file stays in it, or comes with
 // it beside the document.
 CVivoCapDoc::MovieMove CVivoCapDoc::moveOfMovie(const std::string& documentPath) {
   if (!hasMovie()) return {MoviePlace::Stays};
   if (moviePath.empty() || movieChoice == MovieChoice::Copy)
-    return {MoviePlace::ComesIn, freeName(withoutExtension(documentPath), compressoutput ? ".z.avi" : ".mve"),
-            selection()};
+    return comesIn(TakenName(withoutExtension(documentPath), compressoutput ? ".z.avi" : ".mve"),
+                   selection());
   // Deleted or unplugged while it was shown: what can still be read of it.
   if (!fileExists(moviePath))
-    return {MoviePlace::ComesIn, freeName(withoutExtension(documentPath), ".mve"), movie->clamped(-1, -1)};
+    return comesIn(TakenName(withoutExtension(documentPath), ".mve"), movie->clamped(-1, -1));
+  if (isUnattended() && movieChoice == MovieChoice::Usual && selection().size() != imageCount())
+    host().messages.show(
+        format("The video keeps all %i images; Save As... stores the selection alone.", imageCount()));
   if (sameFolder(folderOf(moviePath), folderOf(documentPath)))
     return movie->recoveredFrames() == 0
                ? MovieMove{MoviePlace::Stays}
@@ -69,8 +77,9 @@ CVivoCapDoc::MovieMove CVivoCapDoc::moveOfMovie(const std::string& documentPath)
 // taken. Where it can't be brought, the document is saved all the same: its link tells where the movie is.
 CVivoCapDoc::MovieMove CVivoCapDoc::moveBeside(const std::string& documentPath) const {
   const std::string wanted = besideDocument(documentPath, moviePath);
-  return {MoviePlace::ComesIn, freeName(withoutExtension(wanted), "." + extensionOf(wanted)),
-          movie->clamped(-1, -1), !takenForMovie(wanted, moviePath)};
+  const bool mistaken = takenForMovie(wanted, moviePath);
+  return comesIn(TakenName(withoutExtension(wanted), "." + extensionOf(wanted)), movie->clamped(-1, -1),
+                 !mistaken);
 }
 
 // The movie first; at its end the document.
@@ -210,7 +219,9 @@ bool CVivoCapDoc::saveResults(const std::string& stem) {
     if (auto* rows = dynamic_cast<CResultDoc*>(document); rows && rows->pathName() == resultsPath) {
       // The table that is there already is another document's.
       const std::string wanted = stem + ".rst";
-      const std::string name = sameFile(wanted, resultsPath) ? resultsPath : freeName(stem, ".rst");
+      const bool stays = sameFile(wanted, resultsPath);
+      const TakenName taken = stays ? TakenName() : TakenName(stem, ".rst");
+      const std::string name = stays ? resultsPath : taken.path();
       if (!rows->onSaveDocument(name)) return false;
       rows->setPathName(name);
       resultsPath = name;

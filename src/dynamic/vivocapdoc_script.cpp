@@ -58,7 +58,10 @@ StepResult CVivoCapDoc::exportTo(const std::string& path) {
     CZZMovie copy;
     if (!copy.open(movie->fileName)) return StepResult::failure("only a video that is saved can be exported");
     copy.adoptTable(movie->frameTable);
-    if (!copy.saveFrames(path, range.first, range.last)) return StepResult::failure(copy.failure());
+    if (!copy.saveFrames(path, range.first, range.last)) {
+      std::remove(copy.leftOver().c_str());  // its images are in the video
+      return StepResult::failure(copy.failure());
+    }
   }
   return {true, {}, {{"path", path}, {"images", format("%i", range.size())}}, "exported " + path};
 }
@@ -78,6 +81,7 @@ StepResult CVivoCapDoc::tell(const std::string& what) {
   std::string text = statusText();
   text += format("images %i\nimage %i\nselection %i to %i\nfps %.10g\nmovie %s\n", imageCount(),
                  currentIndex(), range.first, range.last, fps, moviePath.c_str());
+  if (selectionStep > 1) text += format("step of compressed exports %i\n", selectionStep);
   if (!movementSummary.empty()) text += movementSummary + "\n";
   return {true, {}, {}, text};
 }

@@ -70,6 +70,17 @@ CdbDocument::Owner CdbDocument::measuredFor() const {
   return madeUnder >= 0 || isOfAnother ? Owner{madeFor, madeUnder} : owner();
 }
 
+std::string CdbDocument::examFolder() const {
+  if (isFromElsewhere()) {
+    const std::string lies = folderOf(pathName()), below = folderBelowData(lies);
+    return !below.empty() || lies.empty() ? below : lies.substr(0, lies.size() - 1);
+  }
+  const Owner of = measuredFor();
+  const SubjectDatabase* db = theApp().db.get();
+  const auto row = db && of.exam >= 0 ? db->exam(of.subject, of.exam) : std::nullopt;
+  return row ? row->folder : std::string();
+}
+
 CdbDocument::Owner CdbDocument::owner() const {
   if (examIdOfDoc >= 0) return {patientId, examIdOfDoc};
   const ExamSelection& now = theExams();
@@ -107,13 +118,17 @@ bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
   const int32_t own = isBoundToExam() ? examHere() : next.exam;
   const std::vector<int32_t> exams = theApp().db->examsIn(below);
   if (exams.empty() || std::ranges::find(exams, own) != exams.end()) return true;
-  const std::string whose = examIdOfDoc >= 0
-                                ? format("belongs to exam %i of subject %s", examIdOfDoc, patientId.c_str())
-                            : own >= 0 ? format("is to join exam %i of subject %s", own, next.subject.c_str())
-                                       : std::string("belongs to no exam");
+  const std::string elsewhere = !isFromElsewhere()   ? std::string()
+                                : pathName().empty() ? ", from another folder"
+                                                     : ", from another folder (" + folderOf(pathName()) + ")";
+  const std::string whose =
+      examIdOfDoc >= 0
+          ? format("belongs to exam %i of subject %s", examIdOfDoc, patientId.c_str()) + elsewhere
+      : own >= 0 ? format("is to join exam %i of subject %s", own, next.subject.c_str())
+                 : std::string("belongs to no exam");
   return host().messages.show(format("%s %s, and %s is the folder of exam %i. Save it there all the same?",
                                      title().c_str(), whose.c_str(), folder.c_str(), exams.front()),
-                              Buttons::YesNo, Icon::Question) == Answer::Yes;
+                              Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 
 // The document's exam in the open database; -1 for one of another data folder, whose numbers mean others.
@@ -256,7 +271,7 @@ std::string CdbDocument::defaultPathName() const {
   const std::string subject = isFree && found.exam >= 0 ? found.subject : patientId;
   const int32_t exam = isFree ? found.exam : examIdOfDoc;
   std::string folder;
-  const bool isOfOthers = examIdOfDoc >= 0 && !belongsHere();
+  const bool isOfOthers = isFromElsewhere();
   if (!subject.empty() && app.db && exam >= 0 && !isOfOthers)
     if (const auto row = app.db->exam(subject, exam)) folder = app.dataFolder + row->folder + kSeparator;
   if (folder.empty()) folder = folderOf(pathName());

@@ -23,6 +23,8 @@ class CdbDocument : public CDocument {
   // Its subject has its exam in the open database, and it lies in that exam's folder if it has a file: the
   // exam of that number of a copied data folder, or of another clinic's, may be another.
   bool belongsHere() const;
+  // Bound to an exam that is not, or not known to be, the one of that number here.
+  bool isFromElsewhere() const { return examIdOfDoc >= 0 && !belongsHere(); }
   // Whose it is or will be: the one it is bound to, else the exam that was selected when it was made, as long
   // as no other is selected, else what is selected.
   struct Owner {
@@ -33,6 +35,9 @@ class CdbDocument : public CDocument {
   Owner owner() const;
   // Whose its results are: the one it is bound to, else the one that was selected when it was made.
   Owner measuredFor() const;
+  // That exam's folder: its name below the data folder; of a document from elsewhere where the document lies.
+  // Empty when unknown.
+  std::string examFolder() const;
   // What a command of another document made is of that one's subject and exam.
   void madeFrom(const CDocument& source) override;
   StepResult tell(const std::string& what) override;  // "result"

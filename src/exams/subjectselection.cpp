@@ -39,7 +39,7 @@ void SubjectDialog::fillList() {
 }
 
 void SubjectDialog::typeId(const std::string& text) {
-  id = text.substr(0, kLongestId);
+  id = trimmed(text).substr(0, kLongestId);
   fillList();
   // An id that begins others may be on its way to one of them.
   if (ids.size() == 1 && ids.front() == id) readDetails();
@@ -62,9 +62,9 @@ void SubjectDialog::readDetails() {
   theExams().selectSubject(id, name + " " + surname);
 }
 
-// Two ids that differ by their capitals alone are most often one subject.
+// Two ids that differ by their capitals or by how accents are written are most often one subject.
 bool SubjectDialog::addAsNewId() {
-  id = replaced(id, ' ', '_');
+  id = replaced(std::string(trimmed(id)), ' ', '_');
   SubjectDatabase* db = theApp().db.get();
   const auto alike = db ? db->subjectSpeltLike(id) : std::nullopt;
   const Answer answer =

@@ -284,7 +284,7 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
         .whyOff = kNoCamera}},
       {cmd::AcquisitionChain,
        "",
-       &F::startChain,
+       &F::chainOfNewExam,
        {.tip = "Start acquisition", .status = "Starts the velocity input, then the camera."}},
       {cmd::AcquisitionStartVelocity,
        "",

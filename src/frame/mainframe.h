@@ -135,6 +135,7 @@ class CBasicMainFrame : public CommandTarget {
 
   // --- mainframe_acquisition.cpp
   void recordFolder();
+  void chainOfNewExam();
   void startChain();
   void startVelocity();
   void showLiveOfChain();
@@ -164,6 +165,7 @@ class CBasicMainFrame : public CommandTarget {
   CBasicApp& app;
   Timer acquisitionDelay{app.loop, kAcquisitionTimer};  // between the inputs of the start chain
   ExamList exams;
+  bool chainShowsLive = true;
   Bars wanted;  // without regard to expert mode and channels
 };
 

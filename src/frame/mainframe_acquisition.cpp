@@ -1,4 +1,6 @@
 // Starting and stopping the inputs, and recording from them.
+#include <utility>
+
 #include "frame/commandids.h"
 #include "frame/mainframe.h"
 #include "settings/settings.h"
@@ -70,6 +72,12 @@ void CBasicMainFrame::openAcquisitionWindows() {
   showFlo1();
 }
 
+// A new examination begins with its inputs, where they are in use.
+void CBasicMainFrame::chainOfNewExam() {
+  chainShowsLive = settings.getInt("MainWindow", "fg", 0) != 0;
+  startChain();
+}
+
 // The velocity input first, then the camera half a second later. Each step is a command of its own, so that
 // what the one before opened is in front by then; all pass over an input that isn't there.
 void CBasicMainFrame::startChain() {
@@ -86,6 +94,7 @@ void CBasicMainFrame::startVelocity() {
 
 void CBasicMainFrame::showLiveOfChain() {
   acquisitionDelay.stop();
+  if (!std::exchange(chainShowsLive, true)) return;
   showLive();
   activate(app, app.liveView);
   app.postMainCommand(cmd::AcquisitionStartCamera);

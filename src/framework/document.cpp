@@ -69,7 +69,6 @@ void CDocument::goOnWorking() {
 
 void CDocument::finishWork() {
   const std::unique_ptr<JobAtWork> done = std::move(atWork);
-  const WorkOf working(this);
   done->finish();
 }
 
@@ -149,6 +148,7 @@ bool CDocument::storeTo(const std::string& path) {
   }
   missing.clear();
   stamp = fileStamp(path);
+  replacedFile = file.hasReplaced();
   setModified(false);
   return true;
 }

@@ -59,6 +59,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   virtual void serialize(Archive& archive) = 0;
   // What the document answers to beside the file kinds its type opens: text to show when something failed.
   virtual void report(const std::string& words);
+  // Whether the last save took the place of a file.
+  bool hasReplacedFile() const { return replacedFile; }
 
   // Saves under the present path, or asks for one. False when the user cancels or the save fails.
   virtual bool save();
@@ -123,6 +125,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   std::string stamp;    // of the file, as it was read or written last
   std::string missing;  // why only a part of the file could be read; empty for all of it
   bool modified = false;
+  bool replacedFile = false;
   uint64_t changes = 0;
   DocumentType* documentType = nullptr;
   std::vector<std::unique_ptr<CView>> viewList;

@@ -108,7 +108,7 @@ class DocumentType {
   class DocumentManager* manager = nullptr;
 };
 
-// While a document's command runs or its job ends, new documents are told of it.
+// While a document's command or its job runs, new documents are told of it.
 class WorkOf {
  public:
   explicit WorkOf(const CDocument* working);

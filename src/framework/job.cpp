@@ -3,6 +3,7 @@
 #include "archive/archive.h"
 #include "base/clock.h"
 #include "framework/document.h"
+#include "framework/documenttype.h"
 #include "host/host.h"
 
 namespace tarnvisor {
@@ -12,6 +13,7 @@ JobAtWork::JobAtWork(CDocument& workedOn, std::unique_ptr<Job> work)
 JobAtWork::~JobAtWork() = default;
 
 bool JobAtWork::step() {
+  const WorkOf working(&document);
   try {
     return !stopped && job->step();
   } catch (const ArchiveException& problem) {
@@ -46,6 +48,7 @@ void JobAtWork::toEnd() {
 
 void JobAtWork::finish() {
   window.reset();
+  const WorkOf working(&document);
   job->end(stopped);
 }
 

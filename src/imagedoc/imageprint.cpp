@@ -110,7 +110,7 @@ SubjectWords subjectWords(const ZBasicDoc& document) {
   if (document.patientId.empty()) return {{"NO SUBJECT"}, {}};
   SubjectWords words;
   // A document of another data folder: people and exams of the same numbers here are others.
-  const bool foreign = document.examIdOfDoc >= 0 && !document.belongsHere();
+  const bool foreign = document.isFromElsewhere();
   const auto subject = foreign ? std::nullopt : db->readSubject(document.patientId);
   std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string();
   if (name.empty()) name = document.patientId;

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "base/files.h"
 #include "base/geometry.h"
 #include "exams/dbdocument.h"
 #include "exams/subjectselection.h"
@@ -236,13 +237,14 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // Whether the new pixels of that file still wait beside it, the save of this document having been killed.
   bool isSaveUnfinished(const std::string& path) const;
   bool hasPixelsAt(const std::string& path) const;
+  bool readImageFile(const std::string& path);
   [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
   bool trimLosesPixels(const std::string& documentPath) const;
   bool askTrim(const std::string& documentPath, bool& trim, bool& cancelled);
   bool writePixels(const std::string& documentPath, PixelSave& saved);
   Rect trimmedRect() const;
-  std::string pixelFileFor(const std::string& documentPath, const std::string& extension) const;
+  TakenName takePixelFile(const std::string& documentPath, const std::string& extension) const;
   bool copyAdoptedFile(const std::string& from, const std::string& documentPath, PixelSave& saved);
   void rememberImageFile(const std::string& full, const std::string& documentPath);
   void cutToTrim(const PixelSave& saved);
@@ -375,6 +377,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool canFilter() const { return canChangePixels() && theImage()->colourset != kColour; }
 
   bool ownsImageFile = false;  // the image file was written by, or named in, this document's own file
+  std::string imageStamp;      // of the image file, as it was read or written last
   std::unique_ptr<UndoState> undoState;
   // While the dust filter repairs the image: what it would be without, each step done on it too.
   std::unique_ptr<CZZimage> unrepaired;

@@ -157,6 +157,7 @@ bool ZBasicDoc::countCapillaries() {
   const int32_t marked = capillariesIn(currentlist);
   if (marked > 0) {
     reportDensity(marked);
+    setModified();
   } else {
     CZZimage working;
     if (!working.copyImage(*theImage()) || !makeGrey(working, *this)) {
@@ -167,7 +168,6 @@ bool ZBasicDoc::countCapillaries() {
     runFinder(working, roi);
     setModified();
   }
-  setModified();
   updateAllViews(CView::Change::Marks);
   return true;
 }

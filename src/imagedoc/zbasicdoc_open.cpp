@@ -161,9 +161,16 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
   return true;
 }
 
+bool ZBasicDoc::readImageFile(const std::string& path) {
+  const std::string asRead = fileStamp(path);
+  if (!loadImage(path)) return false;
+  imageStamp = asRead;
+  return true;
+}
+
 bool ZBasicDoc::adoptImageFile(const std::string& path) {
   originx = originy = 0;
-  if (!loadImage(path)) return false;
+  if (!readImageFile(path)) return false;
   std::error_code error;
   imagefile = std::filesystem::absolute(path, error).string();
   if (error) imagefile = path;

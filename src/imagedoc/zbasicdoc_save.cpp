@@ -78,7 +78,8 @@ std::vector<Waiting> waitingFiles(const std::string& path, int32_t count) {
 
 // What a save did to the pixels' side, to be undone when the document's own file can't be written.
 struct ZBasicDoc::PixelSave {
-  std::string file;     // the image file that the document will name; empty when nothing was written
+  TakenName taken;      // the image file that the document will name
+  std::string file;     // that; empty when nothing was written
   std::string written;  // where its new content waits until the document is written
   std::string oldImagefile;
   std::string oldNotes;
@@ -102,9 +103,10 @@ struct ZBasicDoc::PixelSave {
     for (const Waiting& left : waitingFiles(d.imagePath(), count))
       if (!left.isAtWork) ::unlink(left.path.c_str());
   }
-  void aimAt(const std::string& path) {
-    file = path;
-    written = waitingFile(path, count);
+  void aimAt(TakenName name) {
+    taken = std::move(name);
+    file = taken.path();
+    written = waitingFile(file, count);
   }
   bool finish() const { return file.empty() || std::rename(written.c_str(), file.c_str()) == 0; }
   void abandon() const {
@@ -123,12 +125,12 @@ bool ZBasicDoc::hasPixelsAt(const std::string& path) const {
 // Where the folder can't be written the pixels are read where they wait, and the next save writes them.
 bool ZBasicDoc::loadOwnPixels(const std::string& path) {
   const std::vector<Waiting> all = waitingFiles(path, saveCount);
-  if (all.empty()) return loadImage(path);
-  if (all.front().isAtWork) return loadImage(all.front().path);
+  if (all.empty()) return readImageFile(path);
+  if (all.front().isAtWork) return readImageFile(all.front().path);
   const std::string& waiting = all.front().path;
   logPrintf("the last save of %s was cut short: its pixels are those of %s\n", path.c_str(), waiting.c_str());
   const bool finished = std::rename(waiting.c_str(), path.c_str()) == 0;
-  return loadImage(finished ? path : waiting);
+  return readImageFile(finished ? path : waiting);
 }
 
 bool ZBasicDoc::saveImage(const std::string& path, const Rect& rect) {
@@ -199,15 +201,8 @@ bool ZBasicDoc::askTrim(const std::string& documentPath, bool& trim, bool& cance
 
 // The pixel file of a document: its own name with that ending. Only the file that this document wrote before
 // is written over; any other that is there is somebody else's.
-std::string ZBasicDoc::pixelFileFor(const std::string& documentPath, const std::string& extension) const {
-  const std::string stem = withoutExtension(documentPath);
-  std::string path = stem + extension;
-  std::error_code error;
-  for (int number = 1; fileExists(path) || folderExists(path); ++number) {
-    if (ownsImageFile && std::filesystem::equivalent(path, imagePath(), error)) break;
-    path = format("%s-%i%s", stem.c_str(), number, extension.c_str());
-  }
-  return path;
+TakenName ZBasicDoc::takePixelFile(const std::string& documentPath, const std::string& extension) const {
+  return {withoutExtension(documentPath), extension, ownsImageFile ? imagePath() : std::string()};
 }
 
 // A bare name where the file lies in the document's folder, so that both can move together. Links to either
@@ -220,7 +215,7 @@ void ZBasicDoc::rememberImageFile(const std::string& full, const std::string& do
 // A picture that the document was made around comes to lie beside it, byte for byte: from now on the document
 // has a file of its own to write over.
 bool ZBasicDoc::copyAdoptedFile(const std::string& from, const std::string& documentPath, PixelSave& saved) {
-  saved.aimAt(pixelFileFor(documentPath, "." + extensionOf(from)));
+  saved.aimAt(takePixelFile(documentPath, "." + extensionOf(from)));
   const auto bytes = readWholeFile(from);
   const Outcome copied = bytes ? replaceFile(saved.written, std::span<const uint8_t>(*bytes))
                                : Outcome::failure(from + " can't be read");
@@ -237,7 +232,7 @@ bool ZBasicDoc::writePixels(const std::string& documentPath, PixelSave& saved) {
   }
   const std::string wanted = settings.getString("settings", "imagetype", ".bmp");
   const std::string flaw = formatFlaw(wanted, *theImage(), saved.cut);
-  saved.aimAt(pixelFileFor(documentPath, flaw.empty() ? wanted : kWholeForm));
+  saved.aimAt(takePixelFile(documentPath, flaw.empty() ? wanted : kWholeForm));
   if (!mayReplace(saved.file)) {
     report(format("%s\n%s is protected against writing.", text::kErrorSavingImage, saved.file.c_str()));
     return false;
@@ -253,11 +248,15 @@ bool ZBasicDoc::savePixels(const std::string& documentPath, PixelSave& saved) {
   bool cancelled = false;
   if (!askTrim(documentPath, saved.trimmed, cancelled)) return false;
   const std::string present = imagePath();
-  if (!saved.trimmed && !imagedirty && fileExists(present)) {
+  // Another program put other pixels there: that file is its own now, and those of this document are in
+  // memory alone.
+  const bool isAsRead = !imageStamp.empty() && fileStamp(present) == imageStamp;
+  ownsImageFile = ownsImageFile && isAsRead;
+  if (!saved.trimmed && !imagedirty && isAsRead) {
     // With a ROI the whole image is written too; what its own file holds need not be written over. A document
     // of another name gets pixels of its own: the one that it was would change those under it.
     const bool stays = (roi.isEmpty() && sameFile(documentPath, pathName())) ||
-                       sameFile(pixelFileFor(documentPath, "." + extensionOf(present)), present);
+                       sameFile(takePixelFile(documentPath, "." + extensionOf(present)).path(), present);
     if (ownsImageFile && stays) {
       rememberImageFile(present, documentPath);
       return true;
@@ -294,6 +293,7 @@ void ZBasicDoc::cutToTrim(const PixelSave& saved) {
 bool ZBasicDoc::onSaveDocument(const std::string& path) {
   PixelSave saved(*this);
   bool done = !hasImage() || savePixels(linkTarget(path), saved);
+  const std::string asWritten = fileStamp(saved.written);
   done = done && storeBound(path);
   if (!done) {
     saved.abandon();
@@ -302,6 +302,7 @@ bool ZBasicDoc::onSaveDocument(const std::string& path) {
     done = false;
   }
   if (done) {
+    if (!saved.file.empty()) imageStamp = asWritten;
     storeResult(path);
     savedroi = saved.trimmed;
     if (saved.holdsPixels && unrepaired) repairIsStored = true;

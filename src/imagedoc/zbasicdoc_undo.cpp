@@ -47,6 +47,7 @@ struct ZBasicDoc::UndoState {
         imagedirty(doc.imagedirty),
         modified(doc.isModified()),
         ownsImageFile(doc.ownsImageFile),
+        imageStamp(doc.imageStamp),
         dustMask(process.dustMaskEnabled) {
     for (size_t i = 0; i < kListCount; ++i) lists[i] = doc.dimlists[i].clone();
     forEachField(fields, [&](auto member, auto& value) { value = doc.*member; });
@@ -86,7 +87,10 @@ struct ZBasicDoc::UndoState {
     });
     if (doc.calibrated != calibratedBefore) settings.setInt("settings", "calibrated", doc.calibrated);
     if (doc.userunits != unitsBefore) settings.setString("settings", "userunits", doc.userunits);
-    if (doc.imagefile != fileBefore) std::swap(doc.ownsImageFile, ownsImageFile);
+    if (doc.imagefile != fileBefore) {
+      std::swap(doc.ownsImageFile, ownsImageFile);
+      std::swap(doc.imageStamp, imageStamp);
+    }
     if (dustMask) {
       const int32_t now = process.dustMaskEnabled;
       setDustMaskFlag(*dustMask);
@@ -129,6 +133,7 @@ struct ZBasicDoc::UndoState {
   int32_t imagedirty;
   bool modified;
   bool ownsImageFile;
+  std::string imageStamp;
   std::optional<int32_t> dustMask;
   uint64_t changesHere = 0;  // the document's count when it came to the present side
   bool pixels = false;       // undoimage is the other side's image

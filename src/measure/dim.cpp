@@ -97,7 +97,10 @@ double CDim::LengthIn(const Rect& rect, bool circle, double sx, double sy) const
   double sum = 0.0;
   for (size_t i = 1; i < points.size(); ++i) {
     Point a = points[i - 1], b = points[i];
-    if (clipSegment(a, b, rect, circle)) sum += scaledDistance(a, b, sx, sy);
+    if (circle)
+      sum += scaledDistance(a, b, sx, sy) * shareInCircle(a, b, rect);
+    else if (clipSegment(a, b, rect, false))
+      sum += scaledDistance(a, b, sx, sy);
   }
   return sum;
 }
@@ -195,10 +198,14 @@ bool CDim::AnyPointIn(const Rect& rect, bool circle) const {
 bool CDim::PointIn(int32_t index, const Rect& rect, bool circle) const {
   if (!hasPoint(index)) return false;
   const Point point = points[static_cast<size_t>(index)];
-  if (!rect.contains(point)) return false;
+  return isWithin(point.x, point.y, rect, circle);
+}
+
+bool CDim::isWithin(double x, double y, const Rect& rect, bool circle) {
+  if (x < rect.left || x >= rect.right || y < rect.top || y >= rect.bottom) return false;
   if (!circle) return true;
-  const double dx = point.x - (double(rect.left) + rect.right) * 0.5;
-  const double dy = point.y - (double(rect.top) + rect.bottom) * 0.5;
+  const double dx = x - (double(rect.left) + rect.right) * 0.5;
+  const double dy = y - (double(rect.top) + rect.bottom) * 0.5;
   const double radius = (double(rect.bottom) - rect.top) * 0.5;
   return dx * dx + dy * dy <= radius * radius;
 }

@@ -104,6 +104,8 @@ class CDim : public ArchiveObject {
   int32_t width = 1;  // pixels
 
  protected:
+  // The rule for a point of a region: the circle is the one in the rectangle.
+  static bool isWithin(double x, double y, const Rect& rect, bool circle);
   bool hasPoint(int32_t index) const { return index >= 0 && index < pointCount(); }
   // Into a new object of the same kind.
   void copyTo(CDim& copy) const;

@@ -36,6 +36,18 @@ double CDimCircle::Area(double sx, double sy) const {
   return radius() * radius() * sx * sy * std::numbers::pi;
 }
 
+bool CDimCircle::Overlaps(const Rect& rect, bool circle) const {
+  if (points.size() < 2) return CDim::Overlaps(rect, circle);
+  Point middle;
+  double x = 0.0, y = 0.0;
+  Centre(middle, x, y);
+  return isWithin(x, y, rect, circle);
+}
+
+double CDimCircle::LengthIn(const Rect& rect, bool circle, double sx, double sy) const {
+  return Overlaps(rect, circle) ? Length(sx, sy) : 0.0;
+}
+
 bool CDimCircle::IsHit(double x, double y, double reach) const {
   if (points.size() != 2) return CDim::IsHit(x, y, reach);
   Point middle;

@@ -14,6 +14,9 @@ class CDimCircle : public CDim {
   void Update() override;
   std::unique_ptr<CDim> Clone() const override;
   double Area(double sx, double sy) const override;
+  // A circle is in a region, whole, where its centre is: whichever way its diameter was drawn.
+  bool Overlaps(const Rect& rect, bool circle) const override;
+  double LengthIn(const Rect& rect, bool circle, double sx, double sy) const override;
   // Anywhere on its rim.
   bool IsHit(double x, double y, double reach) const override;
   std::unique_ptr<CDim> Clipped(const Rect& rect, bool circle) const override;

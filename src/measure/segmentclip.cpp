@@ -58,6 +58,22 @@ bool clipToRect(Point& a, Point& b, const Rect& rect) {
 
 }  // namespace
 
+double shareInCircle(Point a, Point b, const Rect& rect) {
+  if (rect.isEmpty()) return 0.0;
+  const double radius = (double(rect.right) - rect.left) * 0.5;
+  const double ax = a.x - (double(rect.left) + rect.right) * 0.5;
+  const double ay = a.y - (double(rect.top) + rect.bottom) * 0.5;
+  const double dx = double(b.x) - a.x, dy = double(b.y) - a.y;
+  const double squaredLength = dx * dx + dy * dy;
+  if (squaredLength == 0.0) return 0.0;
+  const double foot = -(ax * dx + ay * dy) / squaredLength;
+  const double cross = ax * dy - ay * dx;
+  const double squaredHalfChord = radius * radius - cross * cross / squaredLength;
+  if (squaredHalfChord <= 0.0) return 0.0;
+  const double half = std::sqrt(squaredHalfChord / squaredLength);
+  return std::max(0.0, std::min(1.0, foot + half) - std::max(0.0, foot - half));
+}
+
 bool clipSegment(Point& a, Point& b, const Rect& rect, bool circle) {
   if (rect.isEmpty()) return false;
   if (!circle) return clipToRect(a, b, rect);

@@ -10,5 +10,7 @@ namespace tarnvisor {
 // truncated. With circle: the crossings of the segment's line with the circle about the rectangle's centre,
 // of half its width as radius, make up a rectangle that the segment is then clipped to.
 bool clipSegment(Point& a, Point& b, const Rect& rect, bool circle);
+// What part of the segment, from 0 to 1, lies in that circle: its ends are not rounded.
+double shareInCircle(Point a, Point b, const Rect& rect);
 
 }  // namespace tarnvisor

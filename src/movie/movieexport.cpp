@@ -66,8 +66,10 @@ bool MovieExport::begin(int32_t framesPerSecond, const CZZMovie::Compression* co
   format.scale = 1;
   format.colour = canvas.colourset != kGrey;
   std::string why;
-  made = nameBeside(name);
+  place = nameBeside(name);
+  made = place.path();
   writer = VideoWriter::create(made, format, why);
+  if (!writer) std::remove(made.c_str());
   return writer || fail((compression ? "compress start failed. " : "failed AVI file open. ") + why);
 }
 

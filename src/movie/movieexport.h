@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "base/files.h"
 #include "movie/zzmovie.h"
 
 namespace tarnvisor {
@@ -38,7 +39,8 @@ class MovieExport {
 
   CZZMovie& movie;
   std::string name;
-  std::string made;  // the new file beside it
+  TakenName place;
+  std::string made;  // the new file beside it, at that place
   int32_t from = 0, apart = 1, images = 0, written = 0;
   CZZMovie::Extents extents;
   CZZimage canvas, colour, each;

@@ -40,11 +40,12 @@ std::string freeMovieName(const std::string& wanted) {
   return "";
 }
 
-std::string nameBeside(const std::string& path) {
-  std::string name = path;
-  for (int number = 1; fileExists(name); ++number)
-    name = format("%s.new%i.%s", withoutExtension(path).c_str(), number, extensionOf(path).c_str());
-  return name;
+TakenName nameBeside(const std::string& path) {
+  return TakenName([&path](int number) {
+    return number == 0
+               ? path
+               : format("%s.new%i.%s", withoutExtension(path).c_str(), number, extensionOf(path).c_str());
+  });
 }
 
 bool isAviName(const std::string& path) { return equalIgnoringCase(extensionOf(path), "avi"); }
@@ -80,7 +81,9 @@ std::unique_ptr<MovieOutput> MovieOutput::create(const std::string& name, const 
                                                  int32_t scale, std::string& why) {
   std::unique_ptr<MovieOutput> output(new MovieOutput);
   output->wanted = name;
-  output->path = nameBeside(name);
+  output->replaces = fileExists(name);
+  output->place = nameBeside(name);
+  output->path = output->place.path();
   output->width = form.width;
   output->height = form.height;
   output->colourset = form.colourset;
@@ -88,7 +91,9 @@ std::unique_ptr<MovieOutput> MovieOutput::create(const std::string& name, const 
     output->video = openVideo(output->path, form, rate, scale, why);
     if (output->video && form.colourset == kBayer)
       output->compressImage = std::make_unique<CZZimage>(form.width, form.height, -1, 0, kColour);
-    return output->video ? std::move(output) : nullptr;
+    if (output->video) return output;
+    std::remove(output->path.c_str());
+    return nullptr;
   }
   output->file = MovieFile::open(output->path, MovieFile::Access::Create);
   if (!output->file) {
@@ -175,7 +180,8 @@ std::string MovieOutput::close() {
     std::remove(path.c_str());
     return "";
   }
-  if (failed() || path == wanted) return path;
+  // Where somebody else took the name since, both movies stay.
+  if (failed() || path == wanted || !replaces) return path;
   if (std::rename(path.c_str(), wanted.c_str()) != 0) {
     trouble = std::strerror(errno);
     return path;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "base/files.h"
 #include "image/zzimage.h"
 
 namespace tarnvisor {
@@ -36,7 +37,10 @@ class MovieOutput {
   bool appendRows(const CZZimage& image);
   bool appendCompressed(CZZimage& image);
 
-  std::string wanted, path;
+  std::string wanted;
+  TakenName place;
+  std::string path;                 // of that
+  bool replaces = false;            // a file that was there
   std::unique_ptr<MovieFile> file;  // of a .mve, else null
   int64_t end = 0;                  // of the whole frames in it
   int64_t frameBytes = 0;
@@ -51,7 +55,7 @@ class MovieOutput {
 // the ending of the setting `compressoutput`. Empty when all are taken.
 std::string freeMovieName(const std::string& base);
 // Where to write a file that may be there: its own name, or one beside it that no file has.
-std::string nameBeside(const std::string& path);
+TakenName nameBeside(const std::string& path);
 // Whether a movie's name is that of an AVI.
 bool isAviName(const std::string& path);
 // The codec that recordings and passes are compressed with.

@@ -23,7 +23,20 @@ constexpr size_t kMostColumns = 256;
 
 constexpr ColumnRecord kSubjectColumn{0, 1, "Subject ID", 16, 0, 0};
 constexpr ColumnRecord kExamColumn{0, 1, "Exam ID", 9, 0, 0};
-std::string examLabel(int32_t exam) { return exam >= 0 ? std::to_string(exam) : std::string(); }
+std::string examLabel(const ResultOwner& owner) {
+  const std::string number = owner.exam >= 0 ? std::to_string(owner.exam) : std::string();
+  return owner.isElsewhere && !owner.folder.empty() ? number + " in " + owner.folder : number;
+}
+
+ResultOwner ownerOf(const CdbDocument& document) {
+  const CdbDocument::Owner of = document.measuredFor();
+  return {of.subject, of.exam, document.examFolder(), document.isFromElsewhere()};
+}
+
+ResultOwner selectedOwner() {
+  const ExamSelection& now = theExams();
+  return {now.subjectId(), now.examId(), now.examFolder()};
+}
 
 struct KindDocument {
   CResultDoc* document = nullptr;
@@ -69,10 +82,7 @@ CResultDoc::~CResultDoc() {
 }
 
 CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured) {
-  const CdbDocument::Owner owner =
-      measured ? measured->measuredFor() : CdbDocument::Owner{theExams().subjectId(), theExams().examId()};
-  record.subject = owner.subject;
-  record.exam = owner.exam;
+  record.owner = measured ? ownerOf(*measured) : selectedOwner();
   CResultDoc* document = kindDocuments[&kind].document;
   if (!document) document = makeKindDocument(kind);
   if (!document || !document->addrow(record)) {
@@ -118,8 +128,7 @@ void CResultDoc::deleteContents() {
   smallNumbers.clear();
   ncolumns = marker = 0;
   selected = {};
-  rowSubject.clear();
-  rowExam = -1;
+  rowOwner = {};
 }
 
 void CResultDoc::addcolumns(std::span<const ColumnRecord> table) {
@@ -130,16 +139,15 @@ void CResultDoc::addcolumns(std::span<const ColumnRecord> table) {
 bool CResultDoc::addrow(const ResultRecord& record) {
   try {
     if (rows.empty()) {
-      rowSubject = record.subject;
-      rowExam = record.exam;
-    } else if (!tellsOwners() && (record.subject != rowSubject || record.exam != rowExam)) {
+      rowOwner = record.owner;
+    } else if (!tellsOwners() && record.owner != rowOwner) {
       addOwnerColumns();
     }
     std::vector<std::string> cells(columns.size());
     const size_t measured = columns.size() - (tellsOwners() ? 2 : 0);
     if (measured < columns.size()) {
-      cells[measured] = record.subject;
-      cells[measured + 1] = examLabel(record.exam);
+      cells[measured] = record.owner.subject;
+      cells[measured + 1] = examLabel(record.owner);
     }
     for (size_t i = 0; i < measured; ++i) {
       const Ccolformat& format = *columns[i];
@@ -176,8 +184,8 @@ void CResultDoc::addOwnerColumns() {
   columns.reserve(count + added.size());
   for (auto& row : rows) {
     row.resize(count + added.size());
-    row[count] = rowSubject;
-    row[count + 1] = examLabel(rowExam);
+    row[count] = rowOwner.subject;
+    row[count + 1] = examLabel(rowOwner);
   }
   for (auto& column : added) columns.push_back(std::move(column));
   ncolumns = static_cast<uint16_t>(columns.size());
@@ -235,25 +243,26 @@ void CResultDoc::copy() { host().clipboard.setText(selectionText()); }
 
 // Of one whose rows were measured with nobody selected, those that the table is bound to, or the selected
 // ones.
+ResultOwner CResultDoc::ownerOfAll() const {
+  ResultOwner all = rowOwner;
+  const auto completeBy = [&all](ResultOwner other) {
+    const bool isOfAnother = !all.subject.empty() && !other.subject.empty() && other.subject != all.subject;
+    if (all.exam >= 0 || isOfAnother) return;
+    if (!all.subject.empty()) other.subject = all.subject;
+    all = std::move(other);
+  };
+  if (examIdOfDoc >= 0)
+    completeBy({patientId, examIdOfDoc, examFolder(), isFromElsewhere()});
+  else
+    completeBy({patientId});
+  completeBy(selectedOwner());
+  return all;
+}
+
 std::string CResultDoc::ownerLines() const {
-  const CBasicApp& app = theApp();
-  std::string subject = rowSubject;
-  int32_t exam = rowExam;
-  if (exam < 0 && (subject.empty() || patientId.empty() || subject == patientId)) {
-    if (subject.empty()) subject = patientId;
-    exam = examIdOfDoc;
-  }
-  if (exam < 0 && (subject.empty() || subject == theExams().subjectId())) {
-    if (subject.empty()) subject = theExams().subjectId();
-    exam = theExams().examId();
-  }
-  const auto examRow = app.db && exam >= 0 ? app.db->exam(subject, exam) : std::nullopt;
-  // An exam that this database doesn't know must not go under the name of the selected one.
-  const std::string folder = examRow                       ? examRow->folder
-                             : exam == theExams().examId() ? theExams().examFolder()
-                                                           : std::string();
-  return std::string(kSubjectColumn.title) + "," + csvCell(subject) + "\n" +
-         format("%s,%i\n", kExamColumn.title, exam) + csvCell(folder) + "\n";
+  const ResultOwner all = ownerOfAll();
+  return std::string(kSubjectColumn.title) + "," + csvCell(all.subject) + "\n" +
+         format("%s,%i\n", kExamColumn.title, all.exam) + csvCell(all.folder) + "\n";
 }
 
 Outcome CResultDoc::exportCsv(const std::string& path) const {
@@ -268,9 +277,15 @@ Outcome CResultDoc::exportCsv(const std::string& path) const {
   return replaceFile(path, std::string_view(text));
 }
 
+Outcome CResultDoc::exportNow(const std::string& path) {
+  Outcome done = exportCsv(path);
+  if (done) exportedAt = changeCount();
+  return done;
+}
+
 StepResult CResultDoc::exportTo(const std::string& path) {
   if (!equalIgnoringCase(extensionOf(path), "csv")) return StepResult::failure("a table is exported as .csv");
-  const Outcome done = exportCsv(path);
+  const Outcome done = exportNow(path);
   return done ? StepResult{true, {}, {{"path", path}}, "exported " + path} : StepResult::failure(done.why());
 }
 
@@ -280,7 +295,7 @@ void CResultDoc::exportCommand() {
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   // The user chose the place, so a failure is not kept from them.
-  if (const Outcome done = exportCsv(*path); !done) report(done.why());
+  if (const Outcome done = exportNow(*path); !done) report(done.why());
 }
 
 std::string CResultDoc::asText() const {

@@ -36,6 +36,8 @@ class CResultDoc : public CdbDocument {
   // The column shown at a place: the first in the list whose `column` equals it, or the last if none does.
   const Ccolformat& columnAt(size_t place) const;
   size_t rowCount() const { return rows.size(); }
+  // Rows that are in no file, neither as a table nor as text.
+  bool hasUnkeptRows() const { return hasRows() && isModified() && exportedAt != changeCount(); }
 
   // Both ends included, put in order.
   void setselection(int32_t c1, int32_t r1, int32_t c2, int32_t r2);
@@ -69,6 +71,7 @@ class CResultDoc : public CdbDocument {
 
  private:
   void exportCommand();
+  Outcome exportNow(const std::string& path);
   bool hasRows() const { return !rows.empty(); }
   void printOn(PrintJob& job) const;
   void printCommand();
@@ -76,18 +79,18 @@ class CResultDoc : public CdbDocument {
   void loadRows(Archive& archive);
   bool tellsOwners() const;  // in columns, the last two
   void addOwnerColumns();
+  ResultOwner ownerOfAll() const;
   std::string ownerLines() const;
   std::vector<size_t> visiblePlaces() const;
   Selection selected;
+  uint64_t exportedAt = 0;                                        // the change count of then
   std::map<std::pair<size_t, size_t>, std::string> smallNumbers;  // by row and place
-  // Of all rows that were added, until there are columns for them.
-  std::string rowSubject;
-  int32_t rowExam = -1;
+  ResultOwner rowOwner;  // of all rows that were added, until there are columns for them
 };
 
 // Adds a row to the one table of a kind, which its first row makes and closing it ends. Null (and logged)
 // without memory. It is the measurement of the subject and exam that the measured document is bound to, else
-// of the selected ones.
+// of the selected ones; one of another data folder is never taken for the exam of the same number here.
 CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured = nullptr);
 // The open table with that title, from any kind or file; null when there is none.
 CResultDoc* findResultDocument(const std::string& title);

@@ -46,15 +46,22 @@ struct ResultTable {
   std::span<const ColumnRecord> columns;
 };
 
+// Whose measurement a row is; nobody's as it stands.
+struct ResultOwner {
+  std::string subject = {};
+  int32_t exam = -1;
+  std::string folder = {};  // of that exam: its name, or where the measured document lies; empty when unknown
+  bool isElsewhere = false;  // the exam of that number in the open database is another
+  bool operator==(const ResultOwner&) const = default;
+};
+
 // What a row of a table says. The first two columns of the list take the texts, column k from 2 on takes
 // value k - 2; a value that is lacking counts as 0.
 struct ResultRecord {
   std::string filename;
   std::string units;
   std::vector<double> values;
-  // Whose measurement it is; empty and -1 for nobody's.
-  std::string subject = {};
-  int32_t exam = -1;
+  ResultOwner owner = {};
 };
 // A record whose values are named by their columns' titles, in any order. A name that the table lacks is a
 // fault of the program.

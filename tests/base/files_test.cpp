@@ -145,5 +145,32 @@ TEST_F(Files, FoldersAreMadeFromTheFirstMissing) {
   EXPECT_FALSE(sameFolder(folder.file("a/b"), folder.file("a")));
 }
 
+TEST_F(Files, TakenNamesAreGivenOnceAndGoUnlessSomethingIsPutThere) {
+  const std::string stem = folder.file("hand");
+  const std::string kept = put("hand-1.bmp", "x");
+  {
+    const TakenName first(stem, ".bmp"), second(stem, ".bmp"), own(stem, ".bmp", kept);
+    EXPECT_EQ(first.path(), stem + ".bmp");
+    EXPECT_EQ(second.path(), stem + "-2.bmp");
+    EXPECT_EQ(own.path(), kept);
+    put("hand-2.bmp", "mine");
+  }
+  EXPECT_FALSE(fileExists(stem + ".bmp"));
+  EXPECT_EQ(readWholeText(stem + "-2.bmp"), "mine");
+  EXPECT_EQ(readWholeText(kept), "x");
+}
+
+TEST_F(Files, TellWhetherTheyTookAnothersPlace) {
+  for (const bool again : {false, true}) {
+    AtomicFile file(folder.file("a"));
+    ASSERT_TRUE(file.commit());
+    EXPECT_EQ(file.hasReplaced(), again);
+  }
+  AtomicFile late(folder.file("b"));
+  put("b", "another run's");
+  ASSERT_TRUE(late.commit());
+  EXPECT_TRUE(late.hasReplaced());
+}
+
 }  // namespace
 }  // namespace tarnvisor

@@ -137,6 +137,13 @@ TEST(Text, FoldsAsciiLettersOnly) {
   EXPECT_FALSE(endsWithIgnoringCase("tv1", "x.tv1"));
 }
 
+TEST(Text, NamesAreTheSameInWhateverCapitalsAndComposition) {
+  EXPECT_TRUE(isSameName("M\u00fcller", "M\u00dcLLER"));
+  EXPECT_TRUE(isSameName("M\u00fcller", "mu\u0308ller"));
+  EXPECT_FALSE(isSameName("M\u00fcller", "Muller"));
+  EXPECT_TRUE(isSameName("M\xfcLLER", "m\xfcller")) << "no UTF-8";
+}
+
 TEST(Text, IsTakenApartAndFilledIn) {
   EXPECT_EQ(trimmed(" \t a b\r\n"), "a b");
   EXPECT_EQ(trimmed(" \n"), "");

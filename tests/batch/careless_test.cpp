@@ -8,6 +8,7 @@
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 #include "support/runnertest.h"
+#include "support/videotest.h"
 
 namespace tarnvisor {
 namespace {
@@ -30,10 +31,16 @@ TEST_F(Runner, AFileOfAnotherKindNeitherOpensNorIsSavedOver) {
 }
 
 TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
-  ASSERT_TRUE(run("open $shot.bmp\ncommand Histogram").ok);
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\ncommand Histogram").ok);
+  writeMovieFile(folder.file("a.mve"), 3, {16, 8}, [](CZZimage&, int32_t) {});
   for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
     ASSERT_TRUE(replaceFile(folder.file(file), std::string_view("earlier")));
-  for (const char* step : {"export $x.svg", "export $x.pdf", "command \"Print...\" $page.pdf"}) {
+  for (const char* step : {"export $x.svg", "export $x.pdf", "command \"Print...\" $page.pdf", "open $a.mve",
+                           "export $new.mve", "export $new.avi", "save"}) {
+    if (std::string_view(step).starts_with("open")) {
+      ASSERT_TRUE(run(step).ok);
+      continue;
+    }
     rlimit before{};
     ::getrlimit(RLIMIT_FSIZE, &before);
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
@@ -46,6 +53,8 @@ TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
   }
   for (const char* file : {"x.svg", "x.pdf", "page.pdf"})
     EXPECT_EQ(readWholeText(folder.file(file)), "earlier") << file;
+  for (const char* file : {"new.mve", "new.avi", "data/A-ring/a.dtv"})
+    EXPECT_FALSE(fileExists(folder.file(file))) << file;
 }
 
 TEST_F(Runner, NoOutputReplacesAFileThatAnOpenDocumentUses) {
@@ -100,6 +109,9 @@ TEST_F(Runner, ASubjectThatDiffersByItsCapitalsAloneNeedsAnAnswer) {
   EXPECT_THAT(run("subject demo").why, HasSubstr("There is a subject \"DEMO\" already"));
   EXPECT_EQ(run("subject demo yes").values[0].second, "DEMO");
   EXPECT_EQ(run("subject demo no").values[0].second, "demo");
+  ASSERT_TRUE(run("subject M\u00fcller").ok);
+  EXPECT_THAT(run("subject MU\u0308LLER").why, HasSubstr("There is a subject \"M\u00fcller\" already"));
+  EXPECT_EQ(run("subject \" DEMO \"").values[0].second, "DEMO");
 }
 
 TEST_F(Runner, TracesWithUnevenTimesComeInOnlyWithAYes) {
@@ -135,6 +147,8 @@ TEST_F(Runner, AnExamIsTakenUpAgainWhereThatIsAskedFor) {
   EXPECT_EQ(exams.examFolder(), "A-right");
   ASSERT_TRUE(run("exam left").ok);
   EXPECT_EQ(exams.examFolder(), "A-left-2");
+  ASSERT_TRUE(run("exam \u00c4\nexam \u00e4 --again").ok);
+  EXPECT_EQ(exams.examFolder(), "A-\u00c4");
 }
 
 TEST_F(Runner, ADocumentOfOneExamIsNotFiledUnderAnotherUnasked) {
@@ -224,6 +238,29 @@ TEST_F(Runner, ADocumentOfACopiedDataFolderIsOfNoExamHere) {
   EXPECT_FALSE(run("save $data/A-ring/new.tv1").ok) << "nor is what is made of it";
 }
 
+TEST_F(Runner, RowsOfADocumentFromElsewhereTellTheirOwnFolder) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave hand.tv1").ok);
+  std::filesystem::copy(folder.file("data"), folder.file("copy"), std::filesystem::copy_options::recursive);
+  const std::string average = "\ncommand \"Calculate average of selection\"\n";
+  ASSERT_TRUE(run("close\nopen $copy/A-ring/hand.tv1" + average + "export $t.csv").ok);
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")),
+              EndsWith("Subject ID,A\nExam ID,1\n" + folder.file("copy/A-ring") + "\n"));
+  ASSERT_TRUE(run("close\nopen $data/A-ring/hand.tv1" + average + "export $t.csv").ok);
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")), HasSubstr(",A,1 in " + folder.file("copy/A-ring") + ","));
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")), EndsWith(",A,1,\n"));
+  EXPECT_THAT(run("close\nopen $copy/A-ring/hand.tv1\nsave $data/A-ring/new.tv1").why,
+              HasSubstr("from another folder (" + folder.file("copy/A-ring/")));
+}
+
+// The database was lost: exam 1 of subject A is another finger's now.
+TEST_F(Runner, RowsOfAnEarlierDatabasesExamAreNotThisOnes) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave hand.tv1\nclose").ok);
+  std::filesystem::rename(folder.file("data/A-ring"), folder.file("data/A-index"));
+  ASSERT_TRUE(
+      run("open $data/A-index/hand.tv1\ncommand \"Calculate average of selection\"\nexport $t.csv").ok);
+  EXPECT_THAT(*readWholeText(folder.file("t.csv")), EndsWith("Subject ID,A\nExam ID,1\nA-index\n"));
+}
+
 TEST_F(Runner, WhatACommandMakesOfADocumentIsOfItsExam) {
   ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave a.tv1").ok);
   ASSERT_TRUE(run("subject B\nexam index\nopen $data/A-ring/a.tv1\ncommand Histogram").ok);
@@ -254,6 +291,26 @@ TEST_F(Runner, WhatWasMadeUnderAnExamIsSavedIntoItThoughAnotherSubjectWasLookedU
 TEST_F(Runner, ASaveWithoutANameGoesOverNoOtherPicture) {
   ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave\nclose\nopen $shot.bmp").ok);
   EXPECT_EQ(fileNameOf(run("save").values[0].second), "shot-1.tv1");
+  EXPECT_THAT(run("close\nopen $shot.bmp\nsave").text, Not(HasSubstr("in place")));
+  EXPECT_THAT(run("close\nopen $shot.bmp\nsave shot.tv1").text, HasSubstr("in place of the file"));
+}
+
+TEST_F(Runner, WhatARunCollectedIsExportedThoughItsLastStepsFailed) {
+  std::vector<Step> steps;
+  const std::string lines =
+      "open $shot.bmp\ncommand \"Calculate average of selection\"\nexport $early.csv\n"
+      "open $shot.bmp\ncommand nonsense\nexport $night.csv\nsave $never.tv1\n";
+  ASSERT_EQ(parseScript(replacedAll("open $missing.bmp\nexport $no.csv\n" + lines), "test", steps), "");
+  EXPECT_EQ(runner.run(steps, true), 1);
+  EXPECT_FALSE(fileExists(folder.file("no.csv")));
+  EXPECT_TRUE(fileExists(folder.file("night.csv")));
+  EXPECT_FALSE(fileExists(folder.file("never.tv1")));
+  steps.erase(steps.begin() + 4);
+  steps.erase(steps.end() - 2);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(runner.run(steps, true), 1);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("the 2 rows of the table \"Image Results\" were neither saved nor exported"));
 }
 
 }  // namespace

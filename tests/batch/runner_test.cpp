@@ -181,6 +181,11 @@ TEST_F(Runner, VideosTellWhatTheyDoNotTakeAndWhatTheyLeave) {
   EXPECT_THAT(run("import " + movie("wide.mve", 24)).why, HasSubstr("can't be added to this video"));
   EXPECT_FALSE(run("import shot.bmp").ok) << "a still is no movie";
   EXPECT_THAT(run("select 2 2").why, HasSubstr("images 2 to 2 are none"));
+  EXPECT_THAT(run("select 1 2\nsave $part.dtv").text,
+              HasSubstr("keeps all 3 images; Save As... stores the selection alone"));
+  EXPECT_THAT(run("command \"Select images\" step=2\nprint status").text,
+              HasSubstr("step of compressed exports 2\n"));
+  ASSERT_TRUE(run("select -1 -1").ok);
   EXPECT_THAT(run("save " + folder.file("exam/a.dtv")).text,
               HasSubstr(folder.file("a.mve") + " stays where it is"));
   std::filesystem::remove(folder.file("a.mve"));

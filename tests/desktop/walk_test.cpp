@@ -54,6 +54,7 @@ TEST_F(Road, TheWindowMenuLeadsFromEveryKindToEveryOther) {
   for (const auto& type : app->documents.types())
     if (type->canOpen()) all.push_back(type->newDocument());
   settle();
+  app->liveView->stopCamera();  // its frames would be painted in between
   for (CDocument* from : all)
     for (CDocument* to : all) {
       app->documents.activate(*from);

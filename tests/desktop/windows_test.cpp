@@ -343,6 +343,12 @@ TEST_F(ProgramWindow, ADocumentOfAnotherExamThanTheSelectedSaysSo) {
   exams->selectSubject("P-2", "Ann");
   settle();
   EXPECT_THAT(window().windowTitle().toStdString(), StartsWith("P-2 Ann - document of P-1, left ring - "));
+  std::filesystem::copy(app->dataFolder + "P-1-left_ring", folder.file("copy"));
+  exams->selectSubject("P-1", "");
+  exams->selectExam(1, "P-1-left_ring");
+  ASSERT_NE(app->openDocumentFile(folder.file("copy/a.tv1")), nullptr);
+  settle();
+  EXPECT_THAT(window().windowTitle().toStdString(), HasSubstr("document of P-1, from another folder - "));
 }
 
 TEST_F(ProgramWindow, AClickThatBringsAWindowToTheFrontDoesNothingElse) {

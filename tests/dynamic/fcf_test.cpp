@@ -382,6 +382,19 @@ TEST_F(Flow, OpensWithZerosWhereTheMapsDontFitOrAreAway) {
   }
 }
 
+TEST_F(Flow, WhoseMapsAreAwayTakesNoOthers) {
+  openFlow(7);
+  calculate("-1");
+  for (const char* name : {"x.zzfcf", "y.zzfcf"}) ASSERT_TRUE(front().onSaveDocument(folder.file(name)));
+  process.fcfTemplate->discard(front());
+  ASSERT_TRUE(std::filesystem::remove(folder.file("x.zzrawfcf")));
+  ASSERT_TRUE(std::filesystem::remove(folder.file("y.zzfcf")));
+  opened("x.zzfcf");
+  EXPECT_FALSE(front().onSaveDocument(folder.file("y.zzfcf")));
+  EXPECT_THAT(host.messages, Contains(HasSubstr("y.zzrawfcf holds the maps of another measurement")));
+  EXPECT_TRUE(front().onSaveDocument(folder.file("z.zzfcf")));
+}
+
 TEST_F(Flow, OfTheFirstVersionHasNoMask) {
   openFlow(7);
   calculate("-1").maps.mask.clear();

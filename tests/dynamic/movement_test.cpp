@@ -180,6 +180,14 @@ TEST_F(Movement, ImagesThatFailAreToldWithWhatWouldLetThemPass) {
   EXPECT_THAT(doc.tell("status").text, HasSubstr("1 of 3 aligned"));
 }
 
+TEST_F(Movement, AFewThatFailAreToldWhereNobodyWatches) {
+  moving("a.mve", {{0, 0}, {2, 1}, {3, 0}, {500, 500}});
+  settings.setInt("movement", "autothreshold", 0);
+  process.quietMode = 1;
+  run("AMC without display");
+  EXPECT_THAT(host.messages, Contains(HasSubstr("3 of 4 aligned, 25.0 % failed: 3")));
+}
+
 TEST_F(Movement, APanoramaIsTheAverageOfTheCorrectedImages) {
   moving("a.mve", course);
   run("create nailfold panoramic image");

@@ -401,5 +401,29 @@ TEST_F(Jobs, ThatFailAreToldAndStopped) {
   EXPECT_EQ(host.messages.back(), text.title() + ": the disc is gone");
 }
 
+// Notes whose work made it.
+struct Made : Text {
+  void madeFrom(const CDocument& source) override { words = "of " + source.title(); }
+};
+
+TEST_F(Jobs, MakeDocumentsThatAreOfTheOneWorkedOn) {
+  struct Making : Counting {
+    using Counting::Counting;
+    bool step() override {
+      made = dynamic_cast<Made*>(type->newDocument());
+      return false;
+    }
+    void end(bool) override { events.push_back(made->words); }
+    DocumentType* type = nullptr;
+    Made* made = nullptr;
+  };
+  DocumentClass facts = kTexts;
+  facts.makeDocument = [] { return std::unique_ptr<CDocument>(std::make_unique<Made>()); };
+  auto job = std::make_unique<Making>(1, told);
+  job->type = documents.registerType(std::make_unique<DocumentType>(facts));
+  text.start(std::move(job));
+  EXPECT_EQ(told, std::vector<std::string>{"of " + text.title()});
+}
+
 }  // namespace
 }  // namespace tarnvisor

@@ -333,6 +333,23 @@ TEST_F(ImageDocument, APictureFromElsewhereIsNeverWrittenOver) {
   EXPECT_EQ(readWholeFile(folder.file("exam/x.bmp")), original) << "it comes along byte for byte";
 }
 
+TEST_F(ImageDocument, PixelsThatAnotherRunPutInItsFileAreNotTakenForItsOwn) {
+  ZBasicDoc& d = makeImage(40, 30);
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  d.setPathName(folder.file("a.tv1"));
+  CZZimage others(8, 8);
+  ASSERT_TRUE(others.save(folder.file("a.bmp")));
+  ASSERT_TRUE(d.onSaveDocument(folder.file("a.tv1")));
+  EXPECT_EQ(d.imagefile, "a-1.bmp");
+  ASSERT_TRUE(others.save(folder.file("a-1.bmp")));
+  ASSERT_TRUE(d.onSaveDocument(folder.file("b.tv1")));
+  for (const auto& [file, width] : {std::pair("a.bmp", 8), {"a-1.bmp", 8}, {"b.bmp", 40}}) {
+    CZZimage written;
+    ASSERT_TRUE(written.load(folder.file(file))) << file;
+    EXPECT_EQ(written.width, width) << file;
+  }
+}
+
 TEST_F(ImageDocument, ATrimmedFirstSaveCutsTheImageInMemoryToo) {
   ZBasicDoc& d = makeImage(40, 30);
   d.roi = {10, 10, 30, 25};
