@@ -44,7 +44,7 @@ bool CBasicApp::idleCamera() {
   if (!process.tarnvisorEnabled || !liveView || !camera) return false;
   if (camera->status() & CameraPoll::kNewPicture) liveView->redrawNow();
   if (camera->isTriggered()) postMainCommand(cmd::Trigger);
-  return camera->isRunning();
+  return camera->isRunning() && !camera->wakesTheLoop();
 }
 
 void CBasicApp::idleFrameCounter() {

@@ -38,6 +38,8 @@ class CameraPoll {
   virtual uint32_t status() = 0;
   virtual bool isTriggered() = 0;
   virtual bool isRunning() = 0;
+  // It wakes the message loop when a frame comes, so that nobody has to ask for one all the time.
+  virtual bool wakesTheLoop() const { return false; }
   virtual bool hasStoppedByItself() = 0;
   virtual int32_t frameCounter() = 0;       // frames since it was started; -1 when it counts none
   virtual double frameRate() { return 0; }  // a second, as the camera tells it

@@ -5,6 +5,7 @@
 #include <tuple>
 #include <utility>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "base/clock.h"
 #include "base/files.h"
@@ -13,6 +14,7 @@
 #include "capture/commandids.h"
 #include "capture/texts.h"
 #include "host/host.h"
+#include "settings/log.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -164,6 +166,8 @@ void ZBasicfgView::checkFrames() {
   if (asking) return;
   const std::string flaw = fgFrameCheck();
   if (flaw.empty()) return;
+  logPrintf("%s\n", flaw.c_str());
+  if (isUnattended()) return;
   asking = true;
   const Answer answer = host().messages.show(
       flaw + "\n\nYes: a lower pixel clock. No: go on. Cancel: go on, and check no more.",

@@ -37,6 +37,7 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   uint32_t status() override;
   bool isTriggered() override { return false; }
   bool isRunning() override;
+  bool wakesTheLoop() const override { return true; }
   bool hasStoppedByItself() override;
   int32_t frameCounter() override;
   double frameRate() override;
