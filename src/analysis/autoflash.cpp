@@ -141,24 +141,17 @@ void autoflashcontrol::stepByProportion() {
   flash = truncated(std::round(course.exact));
 }
 
-// An empty field, or tissue in too little light: that more light makes it brighter in proportion tells
-// tissue.
+// An empty field, or tissue in too little light: as much light as would bring it to the target tells.
 void autoflashcontrol::stepInTheDark() {
-  const double wanted = course.exact * target / std::max(brightness, 1);
-  if (course.tries) {
-    course.tries = brightness > course.before * 3 / 2 + 1;
-    if (course.tries) return change(wanted);
-    course.exact = flash = lastGood;
-    return;
-  }
-  if (course.wasGood && flash != lastGood) {
+  if (course.tries || (course.wasGood && flash != lastGood)) {
+    course.tries = false;
     course.exact = flash = lastGood;
     course.frames = 0;
     return;
   }
   if (course.wasGood && ++course.frames < kSecondsToTry * rate) return;
   course.tries = course.wasGood = true;  // the next try comes later
-  change(wanted);
+  change(course.exact * target / std::max(brightness, 1));
 }
 
 }  // namespace tarnvisor
