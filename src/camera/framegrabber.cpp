@@ -81,7 +81,9 @@ void forEachKey(Settings& s, Whole whole, Number number) {
 class Grabber final : public FrameSource {
  public:
   Grabber() {
-    hub.requeue = [this](uint8_t* block) { driver->requeue(block); };
+    hub.requeue = [this](uint8_t* block) {
+      if (driver) driver->requeue(block);
+    };
   }
 
   bool open();
