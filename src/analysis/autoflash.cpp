@@ -66,7 +66,7 @@ void autoflashcontrol::start(double framesPerSecond) {
 
 void autoflashcontrol::setFlash(int32_t microseconds) {
   flash = lastGood = microseconds;
-  course = {.exact = static_cast<double>(microseconds), .wasGood = true};
+  course = {.exact = static_cast<double>(microseconds)};
 }
 
 void autoflashcontrol::frame(const CZZimage& image) {
@@ -133,7 +133,7 @@ void autoflashcontrol::stepByProportion() {
     course.wasGood = true;
   }
   if (brightness >= kWhite && error < 0) return change(course.exact * kOfWhite);
-  if (brightness >= kNearlyWhite && error < 0) return change(course.exact * kOfNearlyWhite);
+  if (brightness >= kNearlyWhite && error < -kNear * target) return change(course.exact * kOfNearlyWhite);
   const double ratio = static_cast<double>(target) / std::max(brightness, 1);
   if (std::abs(error) > kNear * target) return change(course.exact * ratio);
   course.exact = std::clamp(course.exact * (1 + k * (ratio - 1)), double(flashMin),

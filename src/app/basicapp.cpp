@@ -258,6 +258,9 @@ void CBasicApp::endStartSwitch() {
 }
 
 int32_t CBasicApp::exitInstance() {
+  // While whoever owns subject and exam is still there.
+  if (recorder && recorder->isRecording()) recorder->stopRecording();
+  documents.discardAll();
   saveSettings();
   process.linescanTemplate = nullptr;
   unregistered.clear();

@@ -249,7 +249,7 @@ class AravisCamera : public CameraDriver {
 Outcome AravisCamera::set(CameraRole role, double value) {
   if (run && role == CameraRole::Binning)
     return Outcome::failure("The binning changes only while the camera is stopped.");
-  const Outcome done = roles.set(role, value);
+  Outcome done = roles.set(role, value);
   if (!run) return done;
   if (role == CameraRole::FrameRate || role == CameraRole::Exposure)
     run->setFrameSeconds(roles.frameSeconds());
@@ -297,7 +297,7 @@ Outcome AravisCamera::openStream() {
     if (type == ARV_STREAM_CALLBACK_TYPE_EXIT) static_cast<std::promise<void>*>(promise)->set_value();
   };
   const GDestroyNotify forget = [](gpointer promise) { delete static_cast<std::promise<void>*>(promise); };
-  const Outcome opened = features->call([&](ArvCamera* camera, GError** error) {
+  Outcome opened = features->call([&](ArvCamera* camera, GError** error) {
     stream.reset(arv_camera_create_stream_full(camera, told, ended, forget, error));
   });
   if (!opened) return opened;
@@ -318,8 +318,8 @@ void AravisCamera::closeStream() {
 
 Outcome AravisCamera::start(FrameReceiver& receiver) {
   if (run) return Outcome::failure("The camera is running already.");
-  if (const Outcome opened = openStream(); !opened) return opened;
-  const Outcome started = features->call(arv_camera_start_acquisition);
+  if (Outcome opened = openStream(); !opened) return opened;
+  Outcome started = features->call(arv_camera_start_acquisition);
   if (!started) {
     closeStream();
     return started;

@@ -37,7 +37,7 @@ Outcome chooseGreyPixels(AravisFeatures& features) {
 
 // Features that a camera keeps as they are do not keep it from being used: their values tell.
 Outcome settle(AravisFeatures& features) {
-  if (const Outcome grey = chooseGreyPixels(features); !grey) return grey;
+  if (Outcome grey = chooseGreyPixels(features); !grey) return grey;
   constexpr std::array<std::pair<const char*, const char*>, 8> kManual{{{"AcquisitionMode", "Continuous"},
                                                                         {"ExposureMode", "Timed"},
                                                                         {"ExposureAuto", "Off"},
@@ -276,7 +276,7 @@ Outcome AravisRoles::setArea(const Rect& wanted) {
                                                               {"OffsetY", inside.top}}};
   for (const auto& [feature, number] : steps) {
     if (!features.has(feature)) continue;
-    if (const Outcome done = features.setNumber(feature, number); !done) return done;
+    if (Outcome done = features.setNumber(feature, number); !done) return done;
   }
   return Outcome::success();
 }

@@ -94,6 +94,16 @@ class Grabber final : public FrameSource {
   bool record(CZZMovie& movie, int32_t skip, const Rect& part);
   void endRecording();
   void setRole(CameraRole role, double value, const char* failure);
+  double rateInUse() const { return state.set.flickerless ? state.set.flickerlessFps : state.set.fps; }
+  // None is left for a long one: all that the rate allows, where 0 would be taken for the shortest.
+  double longestExposure() {
+    const auto range = rangeOf(CameraRole::Exposure);
+    return range ? range->high : 0.0;
+  }
+  // The strobe's end is told from the exposure's, and without a strobe the exposure is the flash.
+  void sendFlashAgain() const {
+    if (driver && state.flashUs > 0) fgSetFlash(state.flashUs, true);
+  }
   std::optional<CameraRange> rangeOf(CameraRole role);
   void applyGain();
   void setClock();
@@ -231,9 +241,10 @@ bool Grabber::open() {
   takeDriversWords();
   if (!set.binning) {
     logPrintf("binning not implemented\n");
-  } else if (!rangeOf(CameraRole::Binning) || !driver->set(CameraRole::Binning, 2)) {
+  } else if (const Outcome binned = driver->set(CameraRole::Binning, 2);
+             !rangeOf(CameraRole::Binning) || !binned) {
     set.binning = 0;
-    logPrintf("set binning failed %x\n", 1);
+    logPrintf("set binning failed %s\n", binned.why().c_str());
   } else {
     logPrintf("set binning\n");
   }
@@ -244,7 +255,7 @@ bool Grabber::open() {
   if (set.softTrigger) logPrintf("softtrigger\n");
   setRole(CameraRole::SoftwareTrigger, set.softTrigger ? 1 : 0, "set trigger failed=");
   setClock();
-  fgSetFps(set.flickerless ? set.flickerlessFps : set.fps);
+  fgSetFps(rateInUse());
   logPrintf("set gamma NOT IMPLEMENTED\n");
   logPrintf("LUT NOT IMPLEMENTED\n");
   applyGain();
@@ -312,7 +323,7 @@ bool Grabber::grab() {
   hub.begin(static_cast<int32_t>(blocks.size()));
   checked = {};
   state.fieldCount = state.shownFrames = 0;
-  fgSetFps(state.set.flickerless ? state.set.flickerlessFps : state.set.fps);
+  fgSetFps(rateInUse());
   flashControl.start(std::max(1.0, state.actualFps));
   fgSetFlash(wantedFlash(), true);
   if (!state.set.noStrobe) setRole(CameraRole::Strobe, 1, "strobe failed=");
@@ -438,6 +449,10 @@ void GrabberSettings::store() const {
 const GrabberState& fgState() { return grabber().state; }
 void fgSetOnNews(std::function<void()> onNews) { grabber().hub.onNews = std::move(onNews); }
 
+void fgSetFrameListener(std::function<void(const FrameHub::Frame&)> listener) {
+  grabber().hub.onFrame = std::move(listener);
+}
+
 bool fginit() {
   if (grabber().driver || grabber().state.ready) fgterm();
   return grabber().open();
@@ -544,7 +559,7 @@ int32_t fgSetExposure(int32_t microseconds, bool force) {
   double sent = microseconds;
   const bool isFree =
       g.state.set.exposureTracksFlash || g.state.set.noStrobe || !g.rangeOf(CameraRole::StrobeEnd);
-  if (!isFree) sent = g.state.set.fps <= kFastRate ? kLongExposure : 0.0;
+  if (!isFree) sent = g.rateInUse() <= kFastRate ? kLongExposure : g.longestExposure();
   g.setRole(CameraRole::Exposure, sent, "set exp failed=");
   g.state.exposureUs = truncated(g.driver->value(CameraRole::Exposure).value_or(sent));
   return g.state.flashUs;
@@ -558,6 +573,7 @@ double fgSetFps(double framesPerSecond) {
   g.state.actualFps = g.driver->value(CameraRole::FrameRate).value_or(framesPerSecond);
   logPrintf("fps:%f -> %f\n", framesPerSecond, g.state.actualFps);
   fgSetExposure(g.state.set.exposure, true);
+  g.sendFlashAgain();
   return g.state.actualFps;
 }
 
@@ -573,7 +589,8 @@ int32_t fgGetPixelClockRange(int32_t& low, int32_t& high, int32_t& step) {
   low = truncated(range.low);
   high = truncated(range.high);
   step = truncated(range.step);
-  return grabber().state.set.pixelClock;
+  const auto now = grabber().driver ? grabber().driver->value(CameraRole::PixelClock) : std::nullopt;
+  return now ? truncated(*now) : grabber().state.set.pixelClock;
 }
 
 void fgSetZoom(int32_t x, int32_t y) {
@@ -591,11 +608,19 @@ bool fgSetBinning() {
   if (state.recording) return state.set.binning != 0;
   const bool on = !state.set.binning;
   state.set.binning = on ? 1 : 0;
-  for (int32_t* size : {&state.set.grabWidth, &state.set.grabHeight}) *size = on ? *size / 2 : *size * 2;
   const bool ran = state.grabbing;
   fgterm();
   state.set.store();
-  if (fginit() && ran) fggrab(true);
+  const bool opened = fginit();
+  if ((state.set.binning != 0) == on)
+    for (int32_t* size :
+         {&state.set.grabWidth, &state.set.grabHeight, &state.set.userGrabWidth, &state.set.userGrabHeight})
+      *size = on ? *size / 2 : *size * 2;
+  if (opened && state.set.grabArea) {
+    state.set.store();
+    fgReopen();
+  }
+  if (opened && ran) fggrab(true);
   return state.set.binning != 0;
 }
 
@@ -625,7 +650,9 @@ int32_t fgSetManualFlash(int32_t microseconds) {
 
 int32_t fgSetManualExposure(int32_t microseconds) {
   grabber().state.set.exposure = microseconds;
-  return fgSetExposure(microseconds, false);
+  fgSetExposure(microseconds, true);
+  grabber().sendFlashAgain();
+  return grabber().state.flashUs;
 }
 
 void fgSetStrobeUse(bool none, bool exposureTracksFlash) {
@@ -671,7 +698,7 @@ std::string fgFrameCheck() {
   g.checked = now;
   if (lost == 0) return {};
   return format("%lld of %lld frames of the camera did not arrive.", static_cast<long long>(lost),
-                static_cast<long long>(lost + came));
+                static_cast<long long>(lost) + static_cast<long long>(came));
 }
 
 }  // namespace tarnvisor

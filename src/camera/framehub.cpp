@@ -13,6 +13,8 @@ void FrameHub::begin(int32_t announced) {
   shown = nullptr;
   holders.clear();
   blocks = announced;
+  queue.resize(static_cast<size_t>(std::max(1, announced)));
+  first = 0;
   count = {};
   lastCounter = -1;
   lostWords.reset();
@@ -21,6 +23,9 @@ void FrameHub::begin(int32_t announced) {
 void FrameHub::addBlocks(int32_t added) {
   const std::lock_guard guard(lock);
   blocks += added;
+  std::rotate(queue.begin(), queue.begin() + static_cast<ptrdiff_t>(first), queue.end());
+  first = 0;
+  queue.resize(static_cast<size_t>(std::max(1, blocks)));
 }
 
 void FrameHub::end() {
@@ -32,8 +37,7 @@ void FrameHub::end() {
 
 void FrameHub::release(uint8_t* block) {
   const auto at = holders.find(block);
-  if (at == holders.end() || --at->second > 0) return;
-  holders.erase(at);
+  if (at == holders.end() || at->second == 0 || --at->second > 0) return;
   if (requeue) requeue(block);
 }
 
@@ -44,16 +48,29 @@ void FrameHub::take(const CameraFrame& came) {
     const int64_t gap = counts ? came.counter - lastCounter - 1 : 0;
     lastCounter = came.counter;
     count.lost += gap;
-    if (recording && !stopping) count.missed += gap;
+    if (recording && !stopping && !ended) missGap(gap);
     count.fields += static_cast<int32_t>(2 * (gap + 1));
     ++count.frames;
     const Frame frame{came, count.fields};
+    if (onFrame) onFrame(frame);
     holders[frame.block] = 1;
     if (waiting) release(waiting->block);
     waiting = frame;
     if (recording && !stopping && !ended) takeForRecording(frame);
   }
   if (onNews) onNews();
+}
+
+// Of frames that never came those count that would have been recorded.
+void FrameHub::missGap(int64_t gap) {
+  const int64_t each = int64_t{skip} + 1;
+  if (gap <= skipsLeft) {
+    skipsLeft -= static_cast<int32_t>(gap);
+    return;
+  }
+  const int64_t beyond = gap - skipsLeft;
+  count.missed += (beyond + each - 1) / each;
+  skipsLeft = static_cast<int32_t>((each - beyond % each) % each);
 }
 
 // The frames of a recording wait in the driver's blocks; the last of these are left to the display.
@@ -63,21 +80,21 @@ void FrameHub::takeForRecording(const Frame& frame) {
     return;
   }
   skipsLeft = skip;
-  if (static_cast<int32_t>(queue.size()) >= std::max(1, blocks - kForDisplay)) {
+  if (static_cast<int32_t>(waitingToBeWritten) >= std::max(1, blocks - kForDisplay)) {
     ++count.missed;
     return;
   }
   ++holders[frame.block];
-  queue.push_back(frame);
+  queue[(first + waitingToBeWritten++) % queue.size()] = frame;
   changed.notify_all();
 }
 
 void FrameHub::writeFrames() {
   std::unique_lock guard(lock);
   for (;;) {
-    changed.wait(guard, [this] { return stopping || !queue.empty(); });
-    if (queue.empty()) return;
-    const Frame frame = queue.front();
+    changed.wait(guard, [this] { return stopping || waitingToBeWritten > 0; });
+    if (waitingToBeWritten == 0) return;
+    const Frame frame = queue[first];
     bool takesMore = false;
     if (!ended) {
       guard.unlock();
@@ -85,7 +102,8 @@ void FrameHub::writeFrames() {
       guard.lock();
       ++count.recorded;
     }
-    queue.pop_front();
+    first = (first + 1) % queue.size();
+    --waitingToBeWritten;
     release(frame.block);
     changed.notify_all();
     if (ended || takesMore) continue;
@@ -149,7 +167,7 @@ void FrameHub::stopRecording() {
 
 void FrameHub::drain() {
   std::unique_lock guard(lock);
-  changed.wait(guard, [this] { return queue.empty(); });
+  changed.wait(guard, [this] { return waitingToBeWritten == 0; });
 }
 
 bool FrameHub::isRecording() const {

@@ -7,13 +7,13 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "camera/cameradriver.h"
 
@@ -38,6 +38,8 @@ class FrameHub final : public FrameReceiver {
 
   // Both from the driver's thread or the hub's.
   std::function<void(uint8_t*)> requeue;
+  // Every frame, on the driver's thread, before it goes anywhere: short work alone. Set while it is stopped.
+  std::function<void(const Frame&)> onFrame;
   std::function<void()> onNews;  // a frame, the end of a recording, a camera that was lost
 
   // Before the driver starts, which has so many blocks; and after it stopped, when it has them all again.
@@ -70,11 +72,12 @@ class FrameHub final : public FrameReceiver {
   static constexpr int32_t kForDisplay = 3;  // shown, newest, and one that the driver fills
   void release(uint8_t* block);              // with the lock held
   void takeForRecording(const Frame& frame);
+  void missGap(int64_t gap);
   void writeFrames();
 
   mutable std::mutex lock;
   std::condition_variable changed;
-  std::map<uint8_t*, int32_t> holders;  // of each block that is held, how many hold it
+  std::map<uint8_t*, int32_t> holders;  // of each block that came, how many hold it
   int32_t blocks = 0;
   Counts count;
   int64_t lastCounter = -1;
@@ -82,7 +85,9 @@ class FrameHub final : public FrameReceiver {
   uint8_t* shown = nullptr;
   std::optional<std::string> lostWords;
 
-  std::deque<Frame> queue;
+  // A ring of as many places as there are blocks.
+  std::vector<Frame> queue;
+  size_t first = 0, waitingToBeWritten = 0;
   Write write;
   int32_t skip = 0, skipsLeft = 0;
   bool recording = false, stopping = false, ended = false;

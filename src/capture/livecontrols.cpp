@@ -165,7 +165,12 @@ void LiveControls::applyAutoBrightness() {
   control.rc = flash.rc;
   control.gain = flash.gain;
   control.method = flash.method;
+  const int32_t now = control.flash;
   control.start(std::max(1.0, fgState().actualFps));
+  if (control.on)
+    control.setFlash(now);
+  else
+    fgSetManualFlash(now);
   control.storeSettings();
 }
 

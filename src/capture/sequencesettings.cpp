@@ -55,7 +55,8 @@ bool askSequenceSettings(SequenceSettings& sequence, const Rect& source, double 
     rate = sizeWords(sequence.bytesPerSecond(frame, framesPerSecond)) + " a second";
     const uint64_t room = freeDiscBytes(sequence.folder);
     disc = sizeWords(static_cast<double>(room));
-    if (sequence.toDisc && !sequence.compress && sequence.bytes(frame) > static_cast<double>(room))
+    if (sequence.toDisc && !sequence.compress && room > 0 &&
+        sequence.bytes(frame) > static_cast<double>(room))
       disc += ": too little for this recording";
   };
   tell();

@@ -147,7 +147,7 @@ bool CVivoRecDoc::begin(const Rect& source) {
 
 void CVivoRecDoc::tellOfLosses() {
   const FrameHub::Counts counts = fgCounts();
-  std::string words = format("\r\n%lld frames recorded", static_cast<long long>(counts.recorded));
+  std::string words = format("\r\n%i frames recorded", recordedFrames);
   if (counts.missed > 0) words += format(", %lld missed", static_cast<long long>(counts.missed));
   notes += words + "\r\n";
   std::string flaw = fgRecordingFailure();
@@ -179,7 +179,7 @@ void CVivoRecDoc::stopRecording() {
     std::string stem = withoutExtension(moviePath);
     if (endsWithIgnoringCase(stem, ".z")) stem.resize(stem.size() - 2);
     const TakenName taken(stem, ".dtv");
-    const std::string path = taken.path();
+    const std::string& path = taken.path();
     if (CVivoCapDoc::onSaveDocument(path)) {
       setPathName(path);
       setTitle(text::kRecordedTitle + fileNameOf(path));
@@ -195,8 +195,10 @@ void CVivoRecDoc::editSettings() {
   sequence.load();
   if (!askSequenceSettings(sequence, liveSource(), fgState().actualFps)) return;
   sequence.store();
-  frameCount = sequence.frames;
-  skipFrames = sequence.skip;
+  if (!hasMovie()) {
+    frameCount = sequence.frames;
+    skipFrames = sequence.skip;
+  }
   host().windows.refreshBars();
   updateAllViews();
 }

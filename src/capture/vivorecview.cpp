@@ -26,6 +26,7 @@ void CVivoRecView::draw(Canvas& canvas) {
 
 std::vector<StatusPane> CVivoRecView::panes() const {
   if (!doc.isRecording()) return CVivoCapView::panes();
+  // NOLINTNEXTLINE(bugprone-parent-virtual-call): there is no image of a sequence yet.
   std::vector<StatusPane> all = ZBasicView::panes();
   all.push_back({"image", format("%i frames", doc.framesRecorded())});
   return all;

@@ -4,6 +4,7 @@
 #include <array>
 #include <ctime>
 #include <memory>
+#include <utility>
 
 #include "analysis/autoflash.h"
 #include "app/asked.h"
@@ -76,6 +77,7 @@ bool ZBasicfgDoc::onNewDocument() {
     report(text::kNoVideoInput);
     return false;
   }
+  followBinning();
   setRoi(storedRegion(roi));
   timerint = settings.getInt(kSection, "timerint", timerint);
   timerN = settings.getInt(kSection, "timerN", timerN);
@@ -85,7 +87,21 @@ bool ZBasicfgDoc::onNewDocument() {
   return true;
 }
 
+// The scale is that of the pixels that come.
+void ZBasicfgDoc::followBinning() {
+  const int32_t now = fgState().set.binning;
+  if (now == binned) return;
+  const double factor = now ? 2.0 : 0.5;
+  magx *= factor;
+  magy *= factor;
+  binned = now;
+}
+
 void ZBasicfgDoc::onCloseDocument() {
+  if (RecorderSink* recorder = theApp().recorder; recorder && recorder->isRecording()) {
+    fgFreeze();
+    recorder->stopRecording();
+  }
   storeRegion(roi);
   fgterm();
 }
@@ -103,6 +119,7 @@ bool ZBasicfgDoc::refuses(int32_t command) const {
 
 bool ZBasicfgDoc::start() {
   if (isLive()) return true;
+  if (frozen && isModified() && !saveModified()) return false;
   if (!fggrab(true)) {
     report(fgState().lostWords);
     return false;
@@ -111,8 +128,11 @@ bool ZBasicfgDoc::start() {
     report(text::kNoVideoInput + ("\n" + fgState().lostWords));
     return false;
   }
-  frozen = false;
+  const bool measured = std::exchange(frozen, false);  // marks on it are no other picture's
   image.reset();
+  if (measured)
+    for (CDimList& list : dimlists) list.items.clear();
+  followBinning();
   notes.clear();
   resultText.clear();
   capturetime = 0;
@@ -160,6 +180,7 @@ void ZBasicfgDoc::describe() {
     notes += "Captured " + longDateTime(capturetime);
   }
   notes += inputParameters();
+  if (fgState().set.binning) notes += "binning on\r\n";
 }
 
 DocumentType* ZBasicfgDoc::storedType() const {

@@ -50,9 +50,11 @@ class ZBasicfgDoc : public ZBasicDoc {
 
  private:
   void describe();
+  void followBinning();
   void keepPicture();
   bool offersToOpen(const std::string& path);
   bool frozen = false;
+  int32_t binned = 0;  // whether the scale is that of two by two pixels
 };
 
 // The name as it stands where no file has it, else with a letter behind the stem, then with a number.

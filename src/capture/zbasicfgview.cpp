@@ -56,7 +56,9 @@ ZBasicfgView::~ZBasicfgView() {
 // --- the camera's life
 
 void ZBasicfgView::restoreZoom() {
-  const int32_t num = settings.getInt(kSection, "zoomnum", 1), den = settings.getInt(kSection, "zoomden", 1);
+  const int32_t whole = std::max(1, settings.getInt(kSection, "zoomx", 1));
+  const int32_t num = settings.getInt(kSection, "zoomnum", whole),
+                den = settings.getInt(kSection, "zoomden", 1);
   if (num > 0 && den > 0) std::tie(zoomnum, zoomden) = std::pair(num, den);
   contentChanged();
 }
@@ -74,7 +76,11 @@ void ZBasicfgView::storeZoom() const {
 void ZBasicfgView::startCamera() {
   if (isLive() || !doc.start()) return;
   restoreZoom();
-  site().resizeFrame(contentSize());
+  if (!std::exchange(wasSized, true)) {
+    const Size content = contentSize();
+    site().resizeFrame({settings.getInt(kSection, "wright", content.width),
+                        settings.getInt(kSection, "wbottom", content.height)});
+  }
   displayed = displayedAtTick = 0;
   tickedAt = steadySeconds();
   rate = fgState().actualFps;
@@ -138,10 +144,12 @@ void ZBasicfgView::takeLostCamera() {
   const std::string why = fgState().lostWords;
   host().windows.refreshBars();
   if (why.empty()) return;
-  if (RecorderSink* recorder = theApp().recorder; recorder && recorder->isRecording())
-    recorder->stopRecording();
-  host().messages.show(why + "\nWhat was recorded so far is kept. Start tries the camera again.", Buttons::Ok,
-                       Icon::Warning);
+  RecorderSink* recorder = theApp().recorder;
+  const bool recorded = recorder && recorder->isRecording();
+  if (recorded) recorder->stopRecording();
+  host().messages.show(
+      why + (recorded ? "\nWhat was recorded so far is kept." : "") + "\nStart tries the camera again.",
+      Buttons::Ok, Icon::Warning);
 }
 
 bool ZBasicfgView::hasStoppedByItself() { return fgTakeStopFlag(); }
@@ -167,7 +175,7 @@ void ZBasicfgView::checkFrames() {
   const std::string flaw = fgFrameCheck();
   if (flaw.empty()) return;
   logPrintf("%s\n", flaw.c_str());
-  if (isUnattended()) return;
+  if (isUnattended() || host().windows.asksSomething()) return;
   asking = true;
   const Answer answer = host().messages.show(
       flaw + "\n\nYes: a lower pixel clock. No: go on. Cancel: go on, and check no more.",
@@ -200,6 +208,8 @@ void ZBasicfgView::draw(Canvas& canvas) {
 
 std::vector<StatusPane> ZBasicfgView::panes() const {
   std::vector<StatusPane> all = ZBasicView::panes();
+  const LocalTime now = localTime(currentTime());
+  all.push_back({"clock", format("%02i:%02i", now.hour, now.minute)});
   all.push_back({"rate", isLive() ? format("fps=%3.1f", rate) : std::string()});
   return all;
 }
@@ -218,8 +228,11 @@ void ZBasicfgView::freezeAndSave(const std::string& path) {
 void ZBasicfgView::startTimedSaves() {
   saveTimer.stop();
   saved = 0;
-  saveStem = ZBasicfgDoc::automaticStem("-%y%m%d%H%M%S");
-  while (fileExists(saveStem + format("_%03i", 1) + doc.storedType()->filterExtension())) saveStem += 'a';
+  const std::string stem = ZBasicfgDoc::automaticStem("-%y%m%d%H%M%S");
+  saveStem = stem;
+  char letter = 'a';
+  while (fileExists(saveStem + format("_%03i", 1) + doc.storedType()->filterExtension()))
+    saveStem = stem + letter++;
   saveTimer.start(std::max(1, doc.timerint) * 1000, [this] { saveTimed(); });
   saveTimed();
 }
@@ -277,10 +290,7 @@ void ZBasicfgView::halfResolution() {
   if (ran) freeze();
   const bool is = fgSetBinning();
   if (is != was) {
-    const double factor = is ? 2.0 : 0.5;
-    doc.magx *= factor;
-    doc.magy *= factor;
-    doc.appendNotes(is ? "binning on" : "binning off");
+    doc.appendNotes(is ? "binning on\r\n" : "binning off\r\n");
     doc.setRoi({});
   } else {
     doc.report("This camera has no half resolution.");

@@ -92,6 +92,7 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   ZBasicfgDoc& doc;
   LiveControls controls;
   Timer rateTimer, checkTimer, saveTimer;
+  bool wasSized = false;
   bool text = false;  // over the picture
   bool asking = false;
   int64_t displayed = 0;

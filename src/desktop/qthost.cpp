@@ -30,6 +30,9 @@ void QtHost::closeMainFrame() {
   if (window) afterDialogs(window.get(), [this] { window->close(); });
 }
 
+void QtHost::beep() { QApplication::beep(); }
+bool QtHost::asksSomething() { return QApplication::activeModalWidget() != nullptr; }
+
 void QtHost::tile() {
   if (window) window->tile();
 }

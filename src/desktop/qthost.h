@@ -33,6 +33,8 @@ class QtHost final : public Windows {
   std::unique_ptr<ProgressWindow> openProgress(const std::string& title) override {
     return makeProgressWindow(title);
   }
+  void beep() override;
+  bool asksSomething() override;
   void tile() override;
   void cascade() override;
   void refreshBars() override;

@@ -119,10 +119,11 @@ void CBasicMainFrame::runOrStop() {
 }
 
 void CBasicMainFrame::recordSequence() {
+  takeRecordBar(recordBar());
   if (isRecording()) return app.recorder->stopRecording();
   showLiveOfChain();
   takeRecordBar(recordBar());
-  if (openRecorder()) app.recorder->startRecording();
+  if (app.liveView && openRecorder()) app.recorder->startRecording();
 }
 
 bool CBasicMainFrame::openRecorder() {

@@ -29,6 +29,7 @@ class Windows {
   // Asks the main frame to close, after the command now running.
   virtual void closeMainFrame() = 0;
   virtual void beep() {}
+  virtual bool asksSomething() { return false; }  // a dialog waits for its answer
   virtual void tile() = 0;
   virtual void cascade() = 0;
   // Shows the bars, menus and windows beside the documents as the main frame says that they are.

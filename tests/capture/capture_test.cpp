@@ -207,7 +207,11 @@ TEST_F(Capture, HalfResolutionTakesTheScaleAlong) {
   frames(1);
   EXPECT_EQ(live().theImage()->width, 64);
   EXPECT_EQ(live().magx, 3.0);
-  EXPECT_THAT(live().notes + log(), HasSubstr("set binning\n"));
+  EXPECT_THAT(log(), HasSubstr("set binning\n"));
+  process.liveTemplate->discard(live());
+  openLive();
+  EXPECT_EQ(live().magx, 2.0) << "the next live picture is binned from the start";
+  live().magx = live().magy = 3.0;
   runCommand(cmd::HalfResolution);
   EXPECT_EQ(live().magy, 1.5);
 }
@@ -224,6 +228,46 @@ TEST_F(Capture, LightIsSetByStrobeExposureOrNothing) {
   fgSetStrobeUse(true, false);
   fgSetFlash(900, false);
   EXPECT_EQ(fgState().exposureUs, 900);
+}
+
+TEST_F(Capture, TheLightStaysWhatItIsWhenTheRateChanges) {
+  openLive();
+  flashControl.on = 0;
+  fgSetFlash(500, false);
+  for (const double rate : {120.0, 30.0}) {
+    fgSetFps(rate);
+    frames(3);
+    const auto truth = camera->truthOf(fgState().liveImage->frameNumber / 2 - 1);
+    ASSERT_TRUE(truth);
+    EXPECT_NEAR(truth->lightMicroseconds, 500, 1) << rate << " a second";
+  }
+}
+
+TEST_F(Capture, WhatWasMeasuredOnAFrozenPictureIsAskedAboutAndGoesWithIt) {
+  openLive();
+  frames(1);
+  view().freezeAndSave("");
+  runCommand(cmd::FreezeVideo);
+  live().addDimension({1, 1}, 0);
+  live().setModified();
+  host.answers = {Answer::Cancel, Answer::No};
+  view().startCamera();
+  EXPECT_FALSE(live().isLive());
+  view().startCamera();
+  EXPECT_TRUE(live().isLive());
+  EXPECT_EQ(live().currentDims().size(), 0);
+}
+
+TEST_F(Capture, ClosingTheLivePictureEndsItsRecording) {
+  sequence(100, 0, 0, 1);
+  openLive();
+  runCommand(cmd::Trigger);
+  frames(3);
+  process.liveTemplate->discard(live());
+  EXPECT_FALSE(recorder().isRecording());
+  EXPECT_EQ(recorder().imageCount(), 3);
+  EXPECT_THAT(recorder().notes, HasSubstr("flash="));
+  EXPECT_TRUE(fileExists(recorder().pathName()));
 }
 
 }  // namespace
