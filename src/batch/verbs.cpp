@@ -274,7 +274,7 @@ StepResult saveDocument(StepContext& c) {
   const bool replaced = !same && taken.path().empty() && document->hasReplacedFile();
   // What the save had to say, of a movie that stays elsewhere.
   const std::string told = c.script.shown();
-  const bool homeless = bare && filed && c.app.db && filed->examIdOfDoc < 0;
+  const bool homeless = bare && filed && c.app.db && filed->owner().exam < 0;
   return {true,
           {},
           {{"path", path}},
@@ -345,7 +345,8 @@ bool turnUntil(const CBasicApp& app, double seconds, const Question& isDone) {
 
 // "5s", "0.5s" and "300" with the unit that stands behind.
 std::string checkLive(Arguments a) {
-  return a[0].size() > 1 && a[0].back() == 's' && isNumber(a[0].substr(0, a[0].size() - 1))
+  return a[0].size() > 1 && a[0].back() == 's' && isNumber(a[0].substr(0, a[0].size() - 1)) &&
+                 numberOf(a[0]) > 0
              ? ""
              : "a time is seconds with an s: 5s";
 }
@@ -357,6 +358,9 @@ bool runsLive(StepContext& c, StepResult& failed) {
     return false;
   }
   c.app.liveView->startCamera();
+  // Its first picture takes a moment to come.
+  turnUntil(c.app, 10,
+            [&] { return !c.app.camera || !c.app.camera->isRunning() || c.app.camera->frameCounter() > 0; });
   if (c.app.camera && c.app.camera->isRunning()) return true;
   failed = StepResult::failure(c.script.shown().empty() ? kNoLive : c.script.shown());
   return false;
@@ -394,17 +398,25 @@ StepResult record(StepContext& c) {
   const double rate = std::max(1.0, c.app.camera->frameRate());
   const int32_t skip = std::max(0, settings.getInt("Dynamic settings", "skip frames", 0));
   const double seconds = counted ? numberOf(c.step.args[0]) * (skip + 1) / rate : numberOf(c.step.args[0]);
-  if (counted) settings.setInt("Dynamic settings", "no of frames", truncated(numberOf(c.step.args[0])));
-  settings.setInt("Dynamic settings", "loop", counted ? 0 : 1);
-  if (c.app.runCommand(cmd::RecordSequence) != CommandResult::Done || !c.app.recorder ||
-      !c.app.recorder->isRecording() || c.script.hadError())
+  constexpr const char* kSection = "Dynamic settings";
+  const int32_t framesBefore = settings.getInt(kSection, "no of frames", 1800);
+  const int32_t loopBefore = settings.getInt(kSection, "loop", 1);
+  const double wanted = counted ? numberOf(c.step.args[0]) : std::ceil((seconds + 2) * rate / (skip + 1));
+  settings.setInt(kSection, "no of frames", truncated(wanted));
+  settings.setInt(kSection, "loop", 0);
+  const CommandResult begun = c.app.runCommand(cmd::RecordSequence);
+  settings.setInt(kSection, "no of frames", framesBefore);
+  settings.setInt(kSection, "loop", loopBefore);
+  if (begun != CommandResult::Done || !c.app.recorder || !c.app.recorder->isRecording() ||
+      c.script.hadError())
     return StepResult::failure(c.script.shown().empty() ? "the recording did not begin" : c.script.shown());
   const auto ended = [&] { return !c.app.recorder || !c.app.recorder->isRecording(); };
   const bool full = turnUntil(c.app, counted ? seconds * 1.5 + 10 : seconds, ended);
   if (c.app.recorder) c.app.recorder->stopRecording();
   if (c.script.hadError()) return StepResult::failure(c.script.shown());
+  auto* made = dynamic_cast<CDocument*>(c.app.recorder);
+  if (made) c.app.documents.activate(*made);
   if (counted && !full) return StepResult::failure("the camera gave fewer frames than asked for");
-  const CDocument* made = documentInFront(c.app);
   if (made) result.values = made->facts();
   result.text = c.script.shown().empty() && made ? "recorded " + made->title() : c.script.shown();
   return result;

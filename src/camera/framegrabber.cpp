@@ -26,6 +26,7 @@ constexpr int32_t kFewestBuffers = 4;
 constexpr double kAnalogueGain = 1.6;
 constexpr int32_t kShortestStrobe = 50;              // microseconds; no strobe can be shorter
 constexpr double kLongExposure = 10000.0;            // microseconds
+constexpr double kLeastRate = 0.1;                   // frames a second
 constexpr double kFastRate = 99.0;                   // frames a second: no time is left for the long one
 constexpr int64_t kReserveBytes = int64_t{1} << 28;  // of blocks that wait for a slow disc
 constexpr int32_t kMostReserve = 240;
@@ -436,6 +437,7 @@ void GrabberSettings::load() {
   forEachKey(
       *this, [](const char* key, int32_t& value) { value = settings.getInt(kSection, key, value); },
       [](const char* key, double& value) { value = settings.getDouble(kSection, key, value); });
+  if (!(fps >= kLeastRate)) fps = kLeastRate;
   camera = settings.getString(kSection, "camera", camera);
 }
 

@@ -74,6 +74,8 @@ bool askSequenceSettings(SequenceSettings& sequence, const Rect& source, double 
       .addReading("free on the disc", disc)
       .addNote(format("using current source ROI: %i, %i, %i, %i", source.left, source.top, source.right,
                       source.bottom))
+      .addNote(
+          "With loop on, the newest of so many frames are kept until the recording is stopped: older ones are overwritten.")
       .setOnChange(tell);
   return asked(form);
 }

@@ -22,6 +22,9 @@ namespace {
 constexpr std::array kWhileRecording{cmd::FileSave, cmd::FileSaveAs,    cmd::Stop,
                                      cmd::Trigger,  cmd::TriggerButton, cmd::RecordSequence};
 
+// The time of a day and a time.
+std::string withoutDate(const std::string& when) { return when.substr(when.rfind(' ') + 1); }
+
 }  // namespace
 
 ZBasicfgDoc* liveDocument() {
@@ -113,6 +116,7 @@ void CVivoRecDoc::startRecording() {
   }
   stopWork();
   deleteContents();
+  forgetOwner();
   forgetPathName();
   sequence.load();
   frameCount = sequence.frames;
@@ -148,6 +152,8 @@ bool CVivoRecDoc::begin(const Rect& source) {
 void CVivoRecDoc::tellOfLosses() {
   const FrameHub::Counts counts = fgCounts();
   std::string words = format("\r\n%i frames recorded", recordedFrames);
+  const int64_t older = counts.recorded - recordedFrames - (fgRecordingFailure().empty() ? 0 : 1);
+  if (older > 0) words += format(", %lld older ones overwritten", static_cast<long long>(older));
   if (counts.missed > 0) words += format(", %lld missed", static_cast<long long>(counts.missed));
   notes += words + "\r\n";
   std::string flaw = fgRecordingFailure();
@@ -167,7 +173,7 @@ void CVivoRecDoc::stopRecording() {
   recordingNow = 0;
   recordedFrames = recordingMovie ? recordingMovie->count : 0;
   if (const ZBasicfgDoc* live = liveDocument()) notes += live->inputParameters();
-  setTitle(text::kRecordedTitle);
+  setTitle(text::kRecordedTitle + withoutDate(longDateTime(capturetime)));
   if (!recordingMovie || !recordingMovie->isOpen()) {
     recordingMovie.reset();
     updateAllViews();
@@ -188,7 +194,15 @@ void CVivoRecDoc::stopRecording() {
   }
   host().windows.beep();
   host().windows.refreshBars();
+  theApp().documents.activate(*this);
   updateAllViews();
+}
+
+std::string CVivoRecDoc::defaultPathName() const {
+  if (!pathName().empty()) return CVivoCapDoc::defaultPathName();
+  const std::string folder = folderOf(CVivoCapDoc::defaultPathName());
+  const std::string stem = ZBasicfgDoc::automaticStem("-%Y%m%d_%H%M%S", capturetime);
+  return (folder.empty() ? folderOf(stem) : folder) + fileNameOf(stem) + storedType()->filterExtension();
 }
 
 void CVivoRecDoc::editSettings() {

@@ -21,6 +21,7 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
   bool onSaveDocument(const std::string& path) override;  // stops first
   bool saveModified() override;                           // the same
   DocumentType* storedType() const override;
+  std::string defaultPathName() const override;
   CZZimage* theImage() override;
   bool holdsPixels() const override { return !recordingNow; }
   bool refuses(int32_t command) const override;

@@ -154,6 +154,7 @@ void ZBasicfgDoc::freeze() {
   fgFreeze();
   keepPicture();
   frozen = true;
+  forgetOwner();
   imagedirty = 1;
   describe();
   setTitle(text::kFrozenTitle);
@@ -196,8 +197,8 @@ std::string ZBasicfgDoc::defaultPathName() const {
   return (ofExam.empty() ? folderOf(stem) : ofExam) + fileNameOf(stem) + storedType()->filterExtension();
 }
 
-std::string ZBasicfgDoc::automaticStem(const char* timePattern) {
-  const auto now = static_cast<std::time_t>(currentTime());
+std::string ZBasicfgDoc::automaticStem(const char* timePattern, int64_t seconds) {
+  const auto now = static_cast<std::time_t>(seconds);
   std::tm parts{};
   ::localtime_r(&now, &parts);
   char time[40] = {};
@@ -232,18 +233,21 @@ bool ZBasicfgDoc::onSaveDocument(const std::string& path) {
     return false;
   }
   const bool live = isLive();
-  if (live) describe();
+  if (live) {
+    forgetOwner();  // the picture is of now
+    describe();
+  }
   auto still = std::make_unique<ZBasicDoc>();
   still->setTitle(withoutExtension(fileNameOf(path)));
   still->silent = silent;
   bool saved = still->copyFrom(*this);
   if (saved) {
     still->madeFrom(*this);
+    still->notes = notes;
     still->imagefile.clear();
     still->imagedirty = 1;
     still->keepwhole = 1;
     saved = still->onSaveDocument(path);
-    if (saved) madeFrom(*still);
   } else {
     report("There is not enough memory to save the picture.");
   }

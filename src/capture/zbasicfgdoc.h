@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/clock.h"
 #include "base/files.h"
 #include "imagedoc/zbasicdoc.h"
 
@@ -37,7 +38,7 @@ class ZBasicfgDoc : public ZBasicDoc {
   // What the picture was taken by, for its notes.
   std::string inputParameters() const;
   // The folder and name of recordings with the time: "<folder>/<base>-261122131500".
-  static std::string automaticStem(const char* timePattern);
+  static std::string automaticStem(const char* timePattern, int64_t seconds = currentTime());
   // Under the automatic name with a number, or under a name without an ending.
   [[nodiscard]] bool saveStill(const std::string& stem);
 

@@ -54,7 +54,10 @@ FormRows::FormRows(Form& shown, Takes when) : form(shown), atOnce(when == Takes:
   for (const FormField& field : form.fields()) addRow(*grid, field);
   changes.setSingleShot(true);
   changes.setInterval(kTellWithinMs);
-  connect(&changes, &QTimer::timeout, this, [this] { form.changed(); });
+  connect(&changes, &QTimer::timeout, this, [this] {
+    form.changed();
+    refresh(Refreshes::Readings);
+  });
   // What the profile holds may be outside the limits too.
   for (size_t i = 0; i < rows.size(); ++i)
     if (rows[i].control) check(i);
@@ -368,9 +371,13 @@ void FormRows::putBack() {
 }
 
 void FormRows::refresh(Refreshes which) {
+  const auto isWanted = [which](const Row& row) {
+    if (which == Refreshes::Readings) return row.field->kind == FormField::Kind::Reading;
+    return which == Refreshes::All || !row.isEdited();
+  };
   refreshing = true;
   for (const Row& row : rows)
-    if (row.control && (which == Refreshes::All || !row.isEdited())) row.show(row.field->value());
+    if (row.control && isWanted(row)) row.show(row.field->value());
   refreshing = false;
 }
 

@@ -36,7 +36,7 @@ class FormRows final : public QWidget {
 
   void take();
   void putBack();  // the values that the variables had at first
-  enum class Refreshes { All, AllButTheEdited };
+  enum class Refreshes { All, AllButTheEdited, Readings };
   void refresh(Refreshes which);
   // The form's changes are told after short rests: at once, or no more.
   void tellPending();

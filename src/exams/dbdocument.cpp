@@ -47,15 +47,20 @@ std::string examWords(const std::string& subject, int32_t exam) {
   return row ? subject + ", " + row->site : subject;
 }
 
-bool CdbDocument::onNewDocument() {
-  saveCount = 0;
+void CdbDocument::forgetOwner() {
   patientId.clear();
   examIdOfDoc = -1;
+  isBound = 0;
+  isOfElsewhere = false;
+  notOf = {};
+  noteMadeHere();
+}
+
+bool CdbDocument::onNewDocument() {
+  forgetOwner();
+  saveCount = 0;
   userLabel.clear();
   resultText.clear();
-  isBound = 0;
-  noteMadeHere();
-  isOfElsewhere = false;
   return CDocument::onNewDocument();
 }
 

@@ -59,6 +59,8 @@ class CdbDocument : public CDocument {
   std::string stationIdFirst;  // the workstation of the first save
 
  protected:
+  // Bound to nothing any more: what comes next is of what is selected now.
+  void forgetOwner();
   // A new document, or one around a file of another kind, is of what is selected now.
   void noteMadeHere();
   // Binds the document and writes its file, without the row. On failure it is bound as before.

@@ -90,7 +90,7 @@ class CBasicMainFrame : public CommandTarget {
  private:
   // --- mainframe.cpp
   void selectSubject() { runSelectSubject(*subjectFace); }
-  bool canSelectSubject() const { return subjectFace != nullptr; }
+  bool canSelectSubject() const { return subjectFace != nullptr && !isRecording(); }
   void viewExams();
   bool canOpenVideos() const;
   void openCytoscan();

@@ -258,6 +258,28 @@ TEST_F(Capture, WhatWasMeasuredOnAFrozenPictureIsAskedAboutAndGoesWithIt) {
   EXPECT_EQ(live().currentDims().size(), 0);
 }
 
+TEST_F(Capture, PicturesAndRecordingsAreOfTheExamThatIsSelectedWhenTheyAreTaken) {
+  sequence(2, 0, 0, 1);
+  app->db->newSubject("A");
+  theExams().selectSubject("A", "");
+  for (const char* site : {"left", "right"}) {
+    const std::string below = std::string("A-") + site;
+    const int32_t exam = app->db->newExam("A", site, "", below);
+    ASSERT_TRUE(makeFolderPath(app->dataFolder + below));
+    theExams().selectExam(exam, below);
+    theExams().setRecordingFolder(app->dataFolder + below);
+    if (!app->liveView) openLive();
+    view().startCamera();
+    frames(1);
+    runCommand(cmd::SaveImage);
+    runCommand(cmd::RecordSequence);
+    frames(3);
+    EXPECT_EQ(recorder().examIdOfDoc, exam);
+    EXPECT_EQ(app->db->resultsOf(exam).size(), 2u) << site;
+    EXPECT_EQ(app->documents.active(), &recorder()) << "what was recorded is in front";
+  }
+}
+
 TEST_F(Capture, ClosingTheLivePictureEndsItsRecording) {
   sequence(100, 0, 0, 1);
   openLive();
