@@ -24,6 +24,7 @@ class Cameras : public testing::Test {
   }
   // Without a loopback network there is nothing to test.
   void plugIn() {
+    fake.reset();  // there is one at a time
     fake = std::make_unique<FakeCamera>();
     camera = openCamera("", why);
     if (!camera && !fake->isOnNetwork()) GTEST_SKIP() << "no loopback network";
