@@ -14,6 +14,7 @@
 #include "app/processstate.h"
 #include "assembly/assembly.h"
 #include "base/files.h"
+#include "capture/commandids.h"
 #include "charts/commandids.h"
 #include "charts/commonflodoc.h"
 #include "charts/xychart.h"
@@ -114,6 +115,7 @@ class Photographer {
   void flow();
   // Of the video that shakes.
   void movement();
+  void live();
   void charts();
   void chartDialogs(ZchartDoc& chart, ZchartView& view);
   void toolBox(ZchartDoc& chart, ZchartView& view);
@@ -191,6 +193,7 @@ void Photographer::documents() {
   discardAll();
   videos();
   movement();
+  live();
   charts();
 }
 
@@ -306,6 +309,21 @@ void Photographer::movement() {
   discardAll();
 }
 
+void Photographer::live() {
+  (void)app.runCommand(cmd::LiveVideo);
+  constexpr int kLongestStart = 20000;  // milliseconds
+  constexpr int32_t kSettled = 90;      // frames, until the light is right
+  const bool runs =
+      QTest::qWaitFor([&] { return app.camera && app.camera->frameCounter() > kSettled; }, kLongestStart);
+  if (!runs) return;
+  (void)app.runCommand(cmd::AutoBrightnessControl);
+  QTest::qWait(600);  // its values are read anew
+  keep(frameOf(*app.documents.active()), "live");
+  for (QWidget* each : QApplication::topLevelWidgets())
+    if (each->isVisible() && each->windowTitle() == "Auto Brightness") keep(*each, "auto-brightness");
+  discardAll();
+}
+
 void Photographer::charts() {
   auto* chart = dynamic_cast<ZchartDoc*>(app.openDocumentFile(examPath("pulse.zz1")));
   if (!chart) return;
@@ -407,8 +425,9 @@ int main(int argc, char** argv) {
   // A profile of its own beside the pictures, so that nobody's settings show or change.
   const std::string profile = withSeparator(argv[2]) + "pictures.ini";
   (void)makeFolderPath(argv[2]);
-  (void)replaceFile(profile,
-                    std::string_view("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\nw=1180\nh=800\n"));
+  (void)replaceFile(
+      profile, std::string_view("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\nw=1180\nh=800\n"
+                                "[ueyeP]\ncamera=simulated\n[autoflashcontrol]\nautoBrightnessMethod=1\n"));
   start.programPath = argv[0];
   start.profilePath = profile;
   start.documentTable = documentTable();
