@@ -108,6 +108,9 @@ void CVivoRecDoc::startRecording() {
   auto* view = dynamic_cast<ZBasicfgView*>(theApp().liveView);
   if (!view) return;
   if (recordingNow) return stopRecording();
+  // Not without the picture: a frozen one that was measured may be wanted first.
+  view->startCamera();
+  if (!view->liveDocument().isLive()) return;
   if (hasMovie() && isModified() && process.cytoTemplate) {
     theApp().recorder = nullptr;
     process.cytoTemplate->newDocument();
@@ -122,7 +125,6 @@ void CVivoRecDoc::startRecording() {
   frameCount = sequence.frames;
   skipFrames = sequence.skip;
   setTitle(text::kRecordingTitle);
-  view->startCamera();
   const Rect source = liveSource();
   takeFromLive(view->liveDocument(), source);
   recordingNow = 1;

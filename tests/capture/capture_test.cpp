@@ -250,9 +250,11 @@ TEST_F(Capture, WhatWasMeasuredOnAFrozenPictureIsAskedAboutAndGoesWithIt) {
   runCommand(cmd::FreezeVideo);
   live().addDimension({1, 1}, 0);
   live().setModified();
-  host.answers = {Answer::Cancel, Answer::No};
+  host.answers = {Answer::Cancel, Answer::Cancel, Answer::No};
   view().startCamera();
   EXPECT_FALSE(live().isLive());
+  runCommand(cmd::RecordSequence);
+  EXPECT_FALSE(recorder().isRecording()) << "nor behind the frozen picture";
   view().startCamera();
   EXPECT_TRUE(live().isLive());
   EXPECT_EQ(live().currentDims().size(), 0);
