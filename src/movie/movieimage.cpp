@@ -23,6 +23,7 @@ namespace {
 constexpr int64_t kMostCanvas = int64_t{1} << 28;  // pixels
 constexpr int64_t kLeastRows = 16;                 // for a thread
 constexpr int64_t kMostSums = int64_t{1} << 24;    // that a thread keeps
+constexpr double kWhile = 0.02;                    // seconds that a step lasts
 
 // A frame on a canvas: where its first pixel lies, in the canvas's own pixels and rows.
 struct Placement {
@@ -135,13 +136,18 @@ class Band {
       return false;
     }
   }
-  // Frames at the same place are added four at a time.
-  void add(std::span<const Placement> frames) {
-    for (const Placement& frame : frames) {
+  // As many of the frames as a short while lasts, from where the last call ended: threads that look at the
+  // clock each for itself need not wait for one another. Frames at the same place are added four at a time.
+  void addSome(std::span<const Placement> frames) {
+    const double end = steadySeconds() + kWhile;
+    for (; taken < frames.size(); ++taken) {
+      const Placement& frame = frames[taken];
       const auto [top, bottom] = rowsOf(frame);
       if (top >= bottom) continue;
-      if (!rows.empty() && (rows.size() == read.size() || frame.x != place.x || frame.y != place.y))
+      if (!rows.empty() && (rows.size() == read.size() || frame.x != place.x || frame.y != place.y)) {
         addRows();
+        if (steadySeconds() > end) return;
+      }
       const uint8_t* first = movie.rowsOf(frame.index, top - frame.y, bottom - frame.y, read[rows.size()]);
       if (!first) {
         missing = frame.index;
@@ -154,6 +160,7 @@ class Band {
     if (!rows.empty()) addRows();
   }
   int32_t unread() const { return missing; }  // the frame that could not be read; INT32_MAX for none
+  size_t done() const { return taken; }       // frames
 
   void writeMeans() {
     const uint32_t* sum = sums.sums().data();
@@ -195,22 +202,8 @@ class Band {
   std::array<CZZimage, 4> read;  // frames at `place` that wait to be added, and where they begin
   std::vector<const uint8_t*> rows;
   Placement place{};
+  size_t taken = 0;  // frames
   int32_t missing = INT32_MAX;
-};
-
-// How many frames a step takes: as many as a short while lasts, since the threads meet at its end.
-class StepLength {
- public:
-  size_t frames() const { return length; }
-  void lasted(double seconds) {
-    const double by = std::min(kWhile / std::max(seconds, 1e-6), 8.0);
-    length = std::clamp(static_cast<size_t>(static_cast<double>(length) * by), kLeast, kMost);
-  }
-
- private:
-  static constexpr double kWhile = 0.014;
-  static constexpr size_t kLeast = 4, kMost = 4096;
-  size_t length = kLeast;
 };
 
 }  // namespace
@@ -226,14 +219,13 @@ class FrameMean {
   // Throws std::bad_alloc.
   bool next() {
     if (bands.empty()) begin();
-    const double began = steadySeconds();
-    const size_t end = std::min(placed.size(), at + step.frames());
-    const std::span<const Placement> frames(placed.data() + at, end - at);
-    eachBand([&](Band& band) { band.add(frames); });
-    for (const Band& band : bands) missing = std::min(missing, band.unread());
+    eachBand([&](Band& band) { band.addSome(placed); });
+    at = placed.size();
+    for (const Band& band : bands) {
+      missing = std::min(missing, band.unread());
+      at = std::min(at, band.done());
+    }
     if (missing != INT32_MAX) return false;
-    step.lasted(steadySeconds() - began);
-    at = end;
     if (at < placed.size()) return true;
     eachBand([](Band& band) { band.writeMeans(); });
     bands.clear();
@@ -278,8 +270,7 @@ class FrameMean {
   CZZimage& canvas;
   Placements placed;
   std::deque<Band> bands;
-  StepLength step;
-  size_t at = 0;                // of the frames
+  size_t at = 0;                // frames that all bands have
   int32_t row = 0, rowEnd = 0;  // of the canvas, the part in work
   int32_t missing = INT32_MAX;
 };
