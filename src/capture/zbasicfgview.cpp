@@ -159,8 +159,6 @@ void ZBasicfgView::redrawNow() {
   CView::redrawNow();
 }
 
-void ZBasicfgView::framesPassed(int32_t, int32_t) {}
-
 void ZBasicfgView::measureRate() {
   const double now = steadySeconds();
   if (now <= tickedAt) return;

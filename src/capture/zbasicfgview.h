@@ -30,7 +30,6 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
 
   // --- as the application sees it
   void redrawNow() override;
-  void framesPassed(int32_t frames, int32_t counter) override;
   void freezeAndSave(const std::string& path) override;
   void startCamera() override;
   void stopCamera() override;
