@@ -1,10 +1,10 @@
 // Recording: rings and their ends, what a source may be, what a kill and a full disc leave.
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "archive/archive.h"
 #include "movietests.h"
+#include "support/fulldisc.h"
 
 extern std::atomic<int64_t> allocations;
 
@@ -236,23 +236,6 @@ TEST_F(Movie, ARingTellsWhichSlotWasInDoubt) {
 }
 
 // --- a full disc
-
-class FullDisc {
- public:
-  explicit FullDisc(int64_t bytes) {
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limited{static_cast<rlim_t>(bytes), before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limited);
-  }
-  ~FullDisc() {
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
-  }
-
- private:
-  void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit before{};
-};
 
 TEST_F(Movie, AFullDiscEndsARecordingAndKeepsItsFrames) {
   for (const int32_t spare : {0, 7, 8, kFrame / 2})
