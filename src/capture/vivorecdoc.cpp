@@ -135,7 +135,7 @@ void CVivoRecDoc::startRecording() {
   const Rect source = liveSource();
   takeFromLive(view->liveDocument(), source);
   recordingNow = 1;
-  const bool begun = begin(source);
+  begun = begin(source);
   host().windows.beep();
   host().windows.refreshBars();
   updateAllViews();
@@ -169,7 +169,8 @@ void CVivoRecDoc::noteCounts() {
 
 void CVivoRecDoc::tellOfLosses(const std::string& failure) {
   std::string flaw;
-  if (!failure.empty()) flaw = "The recording ended: " + failure + ".\n" + keptWords();
+  if (!failure.empty())
+    flaw = "The recording ended: " + failure + (failure.ends_with('.') ? "\n" : ".\n") + keptWords();
   if (const int64_t missed = fgCounts().missed; missed > 0)
     flaw += format("%s%lld frames were missed: the camera, its cable or the disc was too slow.",
                    flaw.empty() ? "" : "\n", static_cast<long long>(missed));
@@ -199,7 +200,8 @@ void CVivoRecDoc::stopRecording() {
   if (!recordingMovie || !recordingMovie->isOpen()) {
     recordingMovie.reset();
     updateAllViews();
-    return tellOfLosses(failure);
+    if (begun) tellOfLosses(failure);
+    return;
   }
   adoptMovie(std::move(recordingMovie), {}, rate);
   noteCounts();

@@ -175,6 +175,18 @@ TEST_F(Capture, AFullDiscKeepsWhatWasRecordedAndTellsWhere) {
   }
 }
 
+TEST_F(Capture, ARecordingThatCannotBeginSaysSoOnce) {
+  sequence(100, 0, 0, 1);
+  openLive();
+  process.recordDir = folder.file("none");
+  runCommand(cmd::Trigger);
+  EXPECT_THAT(host.messages.back(), StartsWith("failed to start recording!\nNo such file"));
+  const size_t told = host.messages.size();
+  runCommand(cmd::Trigger);
+  EXPECT_FALSE(recorder().isRecording());
+  EXPECT_EQ(host.messages.size(), told);
+}
+
 TEST_F(Capture, TheRecorderShowsThePartThatIsRecorded) {
   sequence(100, 0, 0, 1);
   openLive();

@@ -1,4 +1,7 @@
 // The program before a camera on the loopback network.
+#include <chrono>
+#include <thread>
+
 #include "camera/fakecamera.h"
 #include "capturetest.h"
 
