@@ -54,7 +54,7 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
   void tellOfLosses(const std::string& failure);
   bool isIdle() const { return !recordingNow; }
   std::unique_ptr<CZZMovie> recordingMovie;
-  bool begun = false;  // frames came to it, or could have
+  bool begun = false;         // frames came to it, or could have
   SequenceSettings sequence;  // of the present recording
   Rect recordedPart;          // of the live picture
   CZZchildimage shownPart{0, 0, nullptr, 0};
