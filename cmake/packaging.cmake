@@ -18,6 +18,7 @@ add_custom_command(OUTPUT ${TARNVISOR_TOLD}.desktop ${TARNVISOR_TOLD}.xml
 add_custom_target(filetypes ALL DEPENDS ${TARNVISOR_TOLD}.desktop ${TARNVISOR_TOLD}.xml)
 install(FILES ${TARNVISOR_TOLD}.desktop DESTINATION share/applications)
 install(FILES ${TARNVISOR_TOLD}.xml DESTINATION share/mime/packages)
+install(FILES packaging/60-tarnvisor-cameras.rules DESTINATION lib/udev/rules.d)
 install(FILES src/desktop/icons/tarnvisor.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES src/desktop/icons/document.svg DESTINATION share/icons/hicolor/scalable/mimetypes
         RENAME tarnvisor-document.svg)

@@ -140,7 +140,6 @@ class CBasicApp : public CommandTarget {
   bool openDatabaseFile();
   bool idleVelocityInput();
   bool idleCamera();
-  void idleFrameCounter();
   void idleCameraStop();
 
   std::vector<std::unique_ptr<DocumentType>> unregistered;  // types that match no file
@@ -152,7 +151,6 @@ class CBasicApp : public CommandTarget {
   bool switchFailed = false;
   bool ending = false;
   bool wasRecording = false;
-  int32_t lastFrameCounter = 0;
   std::string commandLine;
   std::string logLine;
 };

@@ -16,7 +16,6 @@ bool CBasicApp::onIdle(int32_t) {
   bool again = documents.turnJobs();
   again = idleVelocityInput() || again;
   again = idleCamera() || again;
-  idleFrameCounter();
   idleCameraStop();
   return again;
 }
@@ -45,17 +44,6 @@ bool CBasicApp::idleCamera() {
   if (camera->status() & CameraPoll::kNewPicture) liveView->redrawNow();
   if (camera->isTriggered()) postMainCommand(cmd::Trigger);
   return camera->isRunning() && !camera->wakesTheLoop();
-}
-
-void CBasicApp::idleFrameCounter() {
-  if (!process.dynamicChannel() || !camera) return;
-  const int32_t counter = camera->frameCounter();
-  if (counter == lastFrameCounter) return;
-  const int64_t passed = static_cast<int64_t>(counter) - lastFrameCounter;
-  lastFrameCounter = counter;
-  if (liveView)
-    liveView->framesPassed(passed < 0 ? 1 : static_cast<int32_t>(std::min<int64_t>(passed, INT32_MAX)),
-                           counter);
 }
 
 void CBasicApp::idleCameraStop() {

@@ -50,8 +50,6 @@ class LiveSink {
  public:
   virtual ~LiveSink() = default;
   virtual void redrawNow() = 0;
-  // frames: how many since the last pass, at least 1.
-  virtual void framesPassed(int32_t frames, int32_t counter) = 0;
   // Freezes and saves the present frame, under the automatic name when the path is empty.
   virtual void freezeAndSave(const std::string& path) = 0;
   virtual void startCamera() {}

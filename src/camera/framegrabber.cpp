@@ -1,167 +1,29 @@
 #include "camera/framegrabber.h"
 
 #include <algorithm>
-#include <cmath>
 #include <new>
-#include <set>
 #include <utility>
-#include <vector>
 
-#include "analysis/autoflash.h"
 #include "analysis/autofocus.h"
 #include "archive/archive.h"
-#include "base/numbers.h"
-#include "movie/framesource.h"
-#include "movie/zzmovie.h"
+#include "base/text.h"
+#include "grabber.h"
 #include "settings/log.h"
-#include "settings/settings.h"
 
 namespace tarnvisor {
 
 namespace {
 
-constexpr const char* kSection = "ueyeP";
 constexpr uint32_t kNewFrame = 6;
 constexpr int32_t kFewestBuffers = 4;
-constexpr double kAnalogueGain = 1.6;
-constexpr int32_t kShortestStrobe = 50;              // microseconds; no strobe can be shorter
-constexpr double kLongExposure = 10000.0;            // microseconds
-constexpr double kLeastRate = 0.1;                   // frames a second
-constexpr double kFastRate = 99.0;                   // frames a second: no time is left for the long one
 constexpr int64_t kReserveBytes = int64_t{1} << 28;  // of blocks that wait for a slow disc
 constexpr int32_t kMostReserve = 240;
 
-// Each value with its key, in the order of the fields.
-template <typename Settings, typename Whole, typename Number>
-void forEachKey(Settings& s, Whole whole, Number number) {
-  whole("whitelevel", s.whitelevel);
-  whole("blacklevel", s.blacklevel);
-  whole("gain", s.gain);
-  whole("DualMonitor", s.dualMonitor);
-  whole("InputChannel", s.inputChannel);
-  whole("grabLeft", s.grabLeft);
-  whole("grabTop", s.grabTop);
-  whole("grabwidth", s.grabWidth);
-  whole("grabHeight", s.grabHeight);
-  whole("IPstepx", s.ipStepX);
-  whole("IPstepy", s.ipStepY);
-  whole("zoomx", s.zoomX);
-  whole("zoomy", s.zoomY);
-  whole("CameraType", s.cameraType);
-  whole("ShowErrors", s.showErrors);
-  whole("grabcolour", s.grabColour);
-  whole("flashduration", s.flashDuration);
-  whole("redlevel", s.redLevel);
-  whole("greenlevel", s.greenLevel);
-  whole("bluelevel", s.blueLevel);
-  whole("binning", s.binning);
-  whole("grabfullsize", s.grabFullSize);
-  whole("grabfixedpixelsz", s.grabFixedPixelSize);
-  whole("grabarea", s.grabArea);
-  whole("usergrabwidth", s.userGrabWidth);
-  whole("usergrabHeight", s.userGrabHeight);
-  whole("bouncecount2", s.bounceCount);
-  whole("exposure", s.exposure);
-  whole("gainboost", s.gainBoost);
-  whole("gamma", s.gamma);
-  number("fps", s.fps);
-  whole("LUTorg", s.lutOrigin);
-  whole("LUTenabled", s.lutEnabled);
-  whole("nostrobe", s.noStrobe);
-  whole("pixclk", s.pixelClock);
-  whole("softtrigger", s.softTrigger);
-  whole("disabletrigger", s.disableTrigger);
-  whole("flessEN", s.flickerless);
-  whole("flessh", s.flickerlessHeight);
-  number("flessfps", s.flickerlessFps);
-  number("flessx", s.flickerlessX);
-  whole("usrexptracksflash", s.exposureTracksFlash);
-}
-
-// The camera and all that hangs on it.
-class Grabber final : public FrameSource {
- public:
-  Grabber() {
-    hub.requeue = [this](uint8_t* block) {
-      if (driver) driver->requeue(block);
-    };
-  }
-
-  bool open();
-  void close();
-  bool grab();
-  void freeze();
-  uint32_t checkFrame();
-  bool record(CZZMovie& movie, int32_t skip, const Rect& part);
-  void endRecording();
-  void setRole(CameraRole role, double value, const char* failure);
-  double rateInUse() const { return state.set.flickerless ? state.set.flickerlessFps : state.set.fps; }
-  // None is left for a long one: all that the rate allows, where 0 would be taken for the shortest.
-  double longestExposure() {
-    const auto range = rangeOf(CameraRole::Exposure);
-    return range ? range->high : 0.0;
-  }
-  // The strobe's end is told from the exposure's, and without a strobe the exposure is the flash.
-  void sendFlashAgain() const {
-    if (driver && state.flashUs > 0) fgSetFlash(state.flashUs, true);
-  }
-  std::optional<CameraRange> rangeOf(CameraRole role);
-  void applyGain();
-  void setClock();
-
-  int32_t colourset() const override { return kGrey; }
-  double rate() const override { return state.actualFps / (std::max(0, skipFrames) + 1); }
-  bool isProgressive() const override { return true; }
-  void setTarget(CZZMovie* movie, const Rect& window) override {
-    if (movie) fgAllocbufs(movie->slots, window.width(), window.height());
-    if (movie)
-      fgRecordMovie(*movie, skipFrames, window.left, window.top, window.width(), window.height());
-    else
-      fgStopRecording(recordMovie);
-  }
-
-  GrabberState state;
-  std::unique_ptr<CameraDriver> driver;
-  FrameHub hub;
-  CZZMovie* recordMovie = nullptr;
-  std::unique_ptr<CZZchildimage> recImage;  // the part of a picture that is recorded
-  int32_t skipFrames = 0;
-  CameraOpener opener;
-  std::function<void(const std::string&)> onError;
-  std::string failure;  // of the last recording; written by the hub's thread, read after it ended
-  FrameHub::Counts checked;
-
- private:
-  int32_t wantedFlash() const { return flashControl.on ? flashControl.flash : state.set.flashDuration; }
-  void takeDriversWords();
-  void chooseArea();
-  bool makeBuffers();
-  bool addBuffers(int32_t count);
-  bool add(const FrameHub::Frame& frame, Point corner);
-  void takeLost(const std::string& why);
-  std::vector<std::unique_ptr<uint8_t[]>> blocks;
-  std::set<CameraRole> missing;  // that were told of
-  std::set<std::string> told;
-};
+}  // namespace
 
 Grabber& grabber() {
   static Grabber one;
   return one;
-}
-
-std::optional<CameraRange> Grabber::rangeOf(CameraRole role) {
-  if (!driver) return std::nullopt;
-  const auto range = driver->range(role);
-  if (!range && missing.insert(role).second) logPrintf("the camera has no %s\n", nameOf(role));
-  return range;
-}
-
-void Grabber::setRole(CameraRole role, double value, const char* words) {
-  if (!rangeOf(role)) return;
-  const Outcome done = driver->set(role, value);
-  if (done) return;
-  logPrintf("%s%s\n", words, done.why().c_str());
-  if (state.set.showErrors && onError && told.insert(words).second) onError(words + done.why());
 }
 
 void Grabber::takeDriversWords() {
@@ -299,22 +161,6 @@ void Grabber::close() {
   logPrintf("fgterm ok\n");
 }
 
-void Grabber::setClock() {
-  if (!rangeOf(CameraRole::PixelClock)) return;
-  const auto done = driver->set(CameraRole::PixelClock, state.set.pixelClock);
-  if (!done) return void(logPrintf("set pixelclk %i failed %s\n", state.set.pixelClock, done.why().c_str()));
-  logPrintf("pixclk=%i.actual=%f\n", state.set.pixelClock,
-            driver->value(CameraRole::PixelClock).value_or(state.set.pixelClock));
-}
-
-// The setting counts in hundredths above the camera's own factor.
-void Grabber::applyGain() {
-  const auto range = rangeOf(CameraRole::Gain);
-  if (!range) return;
-  const double factor = state.set.gain > 0 ? state.set.gain / 100.0 * kAnalogueGain : range->low;
-  setRole(CameraRole::Gain, std::clamp(factor, range->low, range->high), "set gain failed=");
-}
-
 bool Grabber::grab() {
   if (state.grabbing) return true;
   if (!driver && !state.lostWords.empty() && !fginit()) return true;
@@ -431,23 +277,6 @@ void Grabber::endRecording() {
   recordMovie = nullptr;
 }
 
-}  // namespace
-
-void GrabberSettings::load() {
-  forEachKey(
-      *this, [](const char* key, int32_t& value) { value = settings.getInt(kSection, key, value); },
-      [](const char* key, double& value) { value = settings.getDouble(kSection, key, value); });
-  if (!(fps >= kLeastRate)) fps = kLeastRate;
-  camera = settings.getString(kSection, "camera", camera);
-}
-
-void GrabberSettings::store() const {
-  forEachKey(
-      *this, [](const char* key, const int32_t& value) { settings.setInt(kSection, key, value); },
-      [](const char* key, const double& value) { settings.setDouble(kSection, key, value); });
-  settings.setString(kSection, "camera", camera);
-}
-
 const GrabberState& fgState() { return grabber().state; }
 void fgSetOnNews(std::function<void()> onNews) { grabber().hub.onNews = std::move(onNews); }
 
@@ -525,164 +354,6 @@ FrameSource* fgSource() { return grabber().state.ready ? &grabber() : nullptr; }
 void fgSetSkip(int32_t skipFrames) { grabber().skipFrames = std::max(0, skipFrames); }
 FrameHub::Counts fgCounts() { return grabber().hub.counts(); }
 std::string fgRecordingFailure() { return grabber().failure; }
-
-namespace {
-
-// The light lasts for so long of the exposure: what its end is told from is the end of that.
-void setStrobe(Grabber& g, int32_t microseconds) {
-  const auto range = g.rangeOf(CameraRole::StrobeEnd);
-  if (!range) return;
-  if (g.state.set.exposureTracksFlash)
-    fgSetExposure(truncated(microseconds + std::max(range->step, 0.0)), false);
-  g.setRole(CameraRole::StrobeStart, 0, "flash start failed=");
-  const double end = std::clamp<double>(microseconds - g.state.exposureUs, range->low, range->high);
-  if (const Outcome done = g.driver->set(CameraRole::StrobeEnd, end); !done)
-    logPrintf("flash end=%f failed=%s\n", end, done.why().c_str());
-  g.state.flashUs = microseconds;
-}
-
-}  // namespace
-
-int32_t fgSetFlash(int32_t microseconds, bool force) {
-  Grabber& g = grabber();
-  if (!g.driver || (microseconds == g.state.flashUs && !force)) return g.state.flashUs;
-  if (g.state.set.noStrobe || !g.rangeOf(CameraRole::StrobeEnd)) {
-    if (microseconds > 0) fgSetExposure(microseconds, false);
-    g.state.flashUs = microseconds;
-  } else if (microseconds > kShortestStrobe) {
-    setStrobe(g, microseconds);
-  }
-  return g.state.flashUs;
-}
-
-int32_t fgSetExposure(int32_t microseconds, bool force) {
-  Grabber& g = grabber();
-  if (!g.driver || (!force && microseconds == g.state.exposureUs)) return g.state.flashUs;
-  double sent = microseconds;
-  const bool isFree =
-      g.state.set.exposureTracksFlash || g.state.set.noStrobe || !g.rangeOf(CameraRole::StrobeEnd);
-  if (!isFree) sent = g.rateInUse() <= kFastRate ? kLongExposure : g.longestExposure();
-  g.setRole(CameraRole::Exposure, sent, "set exp failed=");
-  g.state.exposureUs = truncated(g.driver->value(CameraRole::Exposure).value_or(sent));
-  return g.state.flashUs;
-}
-
-double fgSetFps(double framesPerSecond) {
-  Grabber& g = grabber();
-  if (!g.state.set.flickerless) g.state.set.fps = framesPerSecond;
-  if (!g.driver) return g.state.actualFps;
-  g.setRole(CameraRole::FrameRate, framesPerSecond, "set fps failed=");
-  g.state.actualFps = g.driver->value(CameraRole::FrameRate).value_or(framesPerSecond);
-  logPrintf("fps:%f -> %f\n", framesPerSecond, g.state.actualFps);
-  fgSetExposure(g.state.set.exposure, true);
-  g.sendFlashAgain();
-  return g.state.actualFps;
-}
-
-void fgSetPixelClock(int32_t megahertz) {
-  Grabber& g = grabber();
-  if (megahertz == g.state.set.pixelClock) return;
-  g.state.set.pixelClock = megahertz;
-  g.setClock();
-}
-
-int32_t fgGetPixelClockRange(int32_t& low, int32_t& high, int32_t& step) {
-  const CameraRange range = grabber().rangeOf(CameraRole::PixelClock).value_or(CameraRange{});
-  low = truncated(range.low);
-  high = truncated(range.high);
-  step = truncated(range.step);
-  const auto now = grabber().driver ? grabber().driver->value(CameraRole::PixelClock) : std::nullopt;
-  return now ? truncated(*now) : grabber().state.set.pixelClock;
-}
-
-void fgSetZoom(int32_t x, int32_t y) {
-  grabber().state.set.zoomX = std::max(1, x);
-  grabber().state.set.zoomY = std::max(1, y);
-}
-
-int32_t fgAlignedLeft(int32_t left) {
-  const int32_t step = 4 * grabber().state.set.zoomX;
-  return left / step * step;
-}
-
-bool fgSetBinning() {
-  GrabberState& state = grabber().state;
-  if (state.recording) return state.set.binning != 0;
-  const bool on = !state.set.binning;
-  state.set.binning = on ? 1 : 0;
-  const bool ran = state.grabbing;
-  fgterm();
-  state.set.store();
-  const bool opened = fginit();
-  if ((state.set.binning != 0) == on)
-    for (int32_t* size :
-         {&state.set.grabWidth, &state.set.grabHeight, &state.set.userGrabWidth, &state.set.userGrabHeight})
-      *size = on ? *size / 2 : *size * 2;
-  if (opened && state.set.grabArea) {
-    state.set.store();
-    fgReopen();
-  }
-  if (opened && ran) fggrab(true);
-  return state.set.binning != 0;
-}
-
-double fgSetADCgain(double gain) {
-  Grabber& g = grabber();
-  g.state.set.gain = truncated(gain);
-  g.applyGain();
-  return g.state.set.gain;
-}
-
-bool fgSetBoost(int32_t boost) {
-  grabber().state.set.gainBoost = boost;
-  logPrintf("NOT IMPLEMENTED setBoost=%i\n", boost);
-  return false;
-}
-
-void fgSetFlickerless(bool on) {
-  grabber().state.set.flickerless = on ? 1 : 0;
-  grabber().state.set.store();
-}
-
-int32_t fgSetManualFlash(int32_t microseconds) {
-  grabber().state.set.flashDuration = microseconds;
-  flashControl.setFlash(microseconds);
-  return fgSetFlash(microseconds, false);
-}
-
-int32_t fgSetManualExposure(int32_t microseconds) {
-  grabber().state.set.exposure = microseconds;
-  fgSetExposure(microseconds, true);
-  grabber().sendFlashAgain();
-  return grabber().state.flashUs;
-}
-
-void fgSetStrobeUse(bool none, bool exposureTracksFlash) {
-  GrabberState& state = grabber().state;
-  state.set.noStrobe = none ? 1 : 0;
-  state.set.exposureTracksFlash = exposureTracksFlash ? 1 : 0;
-  if (state.grabbing) grabber().setRole(CameraRole::Strobe, none ? 0 : 1, "strobe failed=");
-  fgSetExposure(state.set.exposure, true);
-  fgSetFlash(state.flashUs, true);
-}
-
-void fgSetGrabSize(int32_t width, int32_t height, bool whole) {
-  GrabberSettings& set = grabber().state.set;
-  set.userGrabWidth = width;
-  set.userGrabHeight = height;
-  set.grabArea = whole ? 0 : 1;
-  set.store();
-}
-
-void fgSetCamera(const std::string& id) {
-  grabber().state.set.camera = id;
-  grabber().state.set.store();
-}
-
-void fgSetShowErrors(bool on) {
-  grabber().state.set.showErrors = on ? 1 : 0;
-  grabber().state.set.store();
-}
 
 bool fgDriverInfo(int32_t index, std::string& text) {
   if (index != 0 || !grabber().driver) return false;

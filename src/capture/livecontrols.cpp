@@ -108,6 +108,7 @@ Form LiveControls::videoForm() {
       .addCheck("exposure follows the flash", input.tracksFlash)
       .addCheck("no strobe: the flash is the exposure", input.noStrobe)
       .addReading("camera", actual)
+      .addReading("shown", rate)
       .setOnChange([this] { takeVideo(); });
   return form;
 }

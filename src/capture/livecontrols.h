@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "analysis/autoflash.h"
 #include "analysis/autofocus.h"
@@ -24,6 +25,8 @@ class LiveControls {
   bool isShown(Which which) const;
   // Their places and which are open; section "fgip" and its neighbours.
   void storePlaces() const;
+  // Of the pictures on the screen, in words.
+  void showRate(std::string words) { rate = std::move(words); }
 
  private:
   void show(Which which);
@@ -46,7 +49,7 @@ class LiveControls {
   };
   Input input, shown;
   int32_t slider = 0;
-  std::string actual, measured, lastGood, flashNow, focusNow;
+  std::string rate, actual, measured, lastGood, flashNow, focusNow;
   autoflashcontrol flash;
   autofocuscontrol focus;
   int32_t flashOn = 1, focusOn = 1, boxPercent = 50;

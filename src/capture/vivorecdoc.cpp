@@ -57,8 +57,14 @@ DocumentType* CVivoRecDoc::storedType() const {
   return process.videoTemplate ? process.videoTemplate : CVivoCapDoc::storedType();
 }
 
+// While it records, the part of the live picture that is recorded.
 CZZimage* CVivoRecDoc::theImage() {
-  return recordingNow ? fgState().liveImage.get() : CVivoCapDoc::theImage();
+  if (!recordingNow) return CVivoCapDoc::theImage();
+  CZZimage* live = fgState().liveImage.get();
+  if (!live) return nullptr;
+  shownPart.usedataof(live, recordedPart);
+  shownPart.xOrigin = shownPart.yOrigin = 0;
+  return &shownPart;
 }
 
 bool CVivoRecDoc::refuses(int32_t command) const {
@@ -87,6 +93,7 @@ TakenName CVivoRecDoc::takeRecordingName() const {
 
 void CVivoRecDoc::takeFromLive(ZBasicfgDoc& live, const Rect& source) {
   takeScale(live);
+  recordedPart = {source.left, source.top, source.left + source.width() / 4 * 4, source.bottom};
   originx = source.left;
   originy = source.top;
   capturetime = static_cast<int32_t>(currentTime());
@@ -128,7 +135,7 @@ void CVivoRecDoc::startRecording() {
   const Rect source = liveSource();
   takeFromLive(view->liveDocument(), source);
   recordingNow = 1;
-  const bool begun = begin(source);
+  begun = begin(source);
   host().windows.beep();
   host().windows.refreshBars();
   updateAllViews();
@@ -151,18 +158,30 @@ bool CVivoRecDoc::begin(const Rect& source) {
          to.isRecording() && fgState().recording;
 }
 
-void CVivoRecDoc::tellOfLosses() {
+void CVivoRecDoc::noteCounts() {
   const FrameHub::Counts counts = fgCounts();
   std::string words = format("\r\n%i frames recorded", recordedFrames);
   const int64_t older = counts.recorded - recordedFrames - (fgRecordingFailure().empty() ? 0 : 1);
   if (older > 0) words += format(", %lld older ones overwritten", static_cast<long long>(older));
   if (counts.missed > 0) words += format(", %lld missed", static_cast<long long>(counts.missed));
   notes += words + "\r\n";
-  std::string flaw = fgRecordingFailure();
-  if (counts.missed > 0)
+}
+
+void CVivoRecDoc::tellOfLosses(const std::string& failure) {
+  std::string flaw;
+  if (!failure.empty())
+    flaw = "The recording ended: " + failure + (failure.ends_with('.') ? "\n" : ".\n") + keptWords();
+  if (const int64_t missed = fgCounts().missed; missed > 0)
     flaw += format("%s%lld frames were missed: the camera, its cable or the disc was too slow.",
-                   flaw.empty() ? "" : "\n", static_cast<long long>(counts.missed));
+                   flaw.empty() ? "" : "\n", static_cast<long long>(missed));
   if (!flaw.empty()) report(flaw);
+}
+
+std::string CVivoRecDoc::keptWords() const {
+  if (!hasMovie()) return "Nothing was recorded before.";
+  const std::string& place = movie->fileName;
+  return format("%i images were recorded and are kept", recordedFrames) +
+         (place.empty() ? " in the memory until the video is saved." : " in " + place + ".");
 }
 
 void CVivoRecDoc::stopRecording() {
@@ -174,15 +193,18 @@ void CVivoRecDoc::stopRecording() {
   }
   recordingNow = 0;
   recordedFrames = recordingMovie ? recordingMovie->count : 0;
+  std::string failure = fgRecordingFailure();
+  if (failure.empty() && recordingMovie) failure = recordingMovie->failure();
   if (const ZBasicfgDoc* live = liveDocument()) notes += live->inputParameters();
   setTitle(text::kRecordedTitle + withoutDate(longDateTime(capturetime)));
   if (!recordingMovie || !recordingMovie->isOpen()) {
     recordingMovie.reset();
     updateAllViews();
+    if (begun) tellOfLosses(failure);
     return;
   }
   adoptMovie(std::move(recordingMovie), {}, rate);
-  tellOfLosses();
+  noteCounts();
   if (!moviePath.empty()) {
     std::string stem = withoutExtension(moviePath);
     if (endsWithIgnoringCase(stem, ".z")) stem.resize(stem.size() - 2);
@@ -198,6 +220,7 @@ void CVivoRecDoc::stopRecording() {
   host().windows.refreshBars();
   theApp().documents.activate(*this);
   updateAllViews();
+  tellOfLosses(failure);
 }
 
 std::string CVivoRecDoc::defaultPathName() const {

@@ -35,6 +35,8 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
 
   // Of the present or last recording.
   int32_t framesRecorded() const;
+  // What is left of the last one, and where, in words.
+  std::string keptWords() const;
   void editSettings() override;
   void allocateMemory();
 
@@ -48,10 +50,14 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
   TakenName takeRecordingName() const;
   bool begin(const Rect& source);
   bool hasRoomFor(const SequenceSettings& wanted, const Rect& source);
-  void tellOfLosses();
+  void noteCounts();
+  void tellOfLosses(const std::string& failure);
   bool isIdle() const { return !recordingNow; }
   std::unique_ptr<CZZMovie> recordingMovie;
+  bool begun = false;         // frames came to it, or could have
   SequenceSettings sequence;  // of the present recording
+  Rect recordedPart;          // of the live picture
+  CZZchildimage shownPart{0, 0, nullptr, 0};
   int32_t recordedFrames = 0;
 };
 

@@ -91,10 +91,11 @@ bool ZBasicfgDoc::onNewDocument() {
 void ZBasicfgDoc::followBinning() {
   const int32_t now = fgState().set.binning;
   if (now == binned) return;
-  const double factor = now ? 2.0 : 0.5;
+  const double before = standardPixels();
+  binned = now;
+  const double factor = before / standardPixels();
   magx *= factor;
   magy *= factor;
-  binned = now;
 }
 
 void ZBasicfgDoc::onCloseDocument() {

@@ -29,6 +29,7 @@ class ZBasicfgDoc : public ZBasicDoc {
   CZZimage* theImage() override;
   bool holdsPixels() const override { return !isLive(); }
   bool refuses(int32_t command) const override;
+  double standardPixels() const override { return binned ? 0.5 : 1.0; }
 
   bool isLive() const;
   bool isFrozen() const { return frozen; }

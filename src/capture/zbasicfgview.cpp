@@ -13,6 +13,7 @@
 #include "camera/framegrabber.h"
 #include "capture/commandids.h"
 #include "capture/texts.h"
+#include "capture/vivorecdoc.h"
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/settings.h"
@@ -83,7 +84,7 @@ void ZBasicfgView::startCamera() {
   }
   displayed = displayedAtTick = 0;
   tickedAt = steadySeconds();
-  rate = fgState().actualFps;
+  takeRate(fgState().actualFps);
   rateTimer.start(kRateMs, [this] { measureRate(); });
   if (settings.getInt(kSection, "dograbchk", 1))
     checkTimer.start(std::max(100, settings.getInt(kSection, "grabchkmsecs", 5000)),
@@ -102,6 +103,7 @@ void ZBasicfgView::freeze() {
   storeZoom();
   stopTimers();
   doc.freeze();
+  takeRate(0);
   controls.storePlaces();
   if (RecorderSink* recorder = theApp().recorder; recorder && recorder->isRecording())
     recorder->stopRecording();
@@ -141,15 +143,16 @@ int32_t ZBasicfgView::frameCounter() { return fgState().fieldCount / 2; }
 void ZBasicfgView::takeLostCamera() {
   stopTimers();
   doc.freeze();
+  takeRate(0);
   const std::string why = fgState().lostWords;
   host().windows.refreshBars();
   if (why.empty()) return;
-  RecorderSink* recorder = theApp().recorder;
+  auto* recorder = dynamic_cast<CVivoRecDoc*>(theApp().recorder);
   const bool recorded = recorder && recorder->isRecording();
   if (recorded) recorder->stopRecording();
   host().messages.show(
-      why + (recorded ? "\nWhat was recorded so far is kept." : "") + "\nStart tries the camera again.",
-      Buttons::Ok, Icon::Warning);
+      why + (recorded ? "\n" + recorder->keptWords() : "") + "\nStart tries the camera again.", Buttons::Ok,
+      Icon::Warning);
 }
 
 bool ZBasicfgView::hasStoppedByItself() { return fgTakeStopFlag(); }
@@ -159,12 +162,17 @@ void ZBasicfgView::redrawNow() {
   CView::redrawNow();
 }
 
-void ZBasicfgView::framesPassed(int32_t, int32_t) {}
+void ZBasicfgView::takeRate(double measured) {
+  rate = measured;
+  controls.showRate(rateWords());
+}
+
+std::string ZBasicfgView::rateWords() const { return isLive() ? format("fps=%3.1f", rate) : std::string(); }
 
 void ZBasicfgView::measureRate() {
   const double now = steadySeconds();
   if (now <= tickedAt) return;
-  rate = static_cast<double>(displayed - displayedAtTick) / (now - tickedAt);
+  takeRate(static_cast<double>(displayed - displayedAtTick) / (now - tickedAt));
   displayedAtTick = displayed;
   tickedAt = now;
   site().panesChanged();
@@ -210,7 +218,7 @@ std::vector<StatusPane> ZBasicfgView::panes() const {
   std::vector<StatusPane> all = ZBasicView::panes();
   const LocalTime now = localTime(currentTime());
   all.push_back({"clock", format("%02i:%02i", now.hour, now.minute)});
-  all.push_back({"rate", isLive() ? format("fps=%3.1f", rate) : std::string()});
+  all.push_back({"rate", rateWords()});
   return all;
 }
 

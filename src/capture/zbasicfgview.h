@@ -30,7 +30,6 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
 
   // --- as the application sees it
   void redrawNow() override;
-  void framesPassed(int32_t frames, int32_t counter) override;
   void freezeAndSave(const std::string& path) override;
   void startCamera() override;
   void stopCamera() override;
@@ -45,13 +44,13 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 
-  double shownRate() const { return rate; }  // pictures a second on the screen
-
  private:
   void freeze();
   void stopTimers();
   void takeLostCamera();
   void measureRate();
+  void takeRate(double measured);
+  std::string rateWords() const;
   void checkFrames();
   void saveTimed();
   void startTimedSaves();

@@ -237,6 +237,10 @@ QWidget* FormRows::makeReading(Row& row) {
     if (fromQt(reading->text()) != text) reading->setText(toQt(text));  // leaves a selection alone
   };
   row.show(row.field->value());
+  if (atOnce) {  // a window that stays does not grow and shrink with what it tells
+    reading->setMinimumWidth(reading->sizeHint().width());
+    reading->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  }
   return reading;
 }
 

@@ -13,7 +13,8 @@ MagnificationFace* MagnificationDialog::face = nullptr;
 MagnificationDialog::MagnificationDialog(const ZBasicDoc& document)
     : entry{document.magx, document.magy, document.magname, document.magindex},
       unit(document.unitName() + text::kPerPixel),
-      before(entry) {
+      before(entry),
+      tablePixels(document.standardPixels()) {
   refresh();
 }
 
@@ -30,14 +31,21 @@ std::string MagnificationDialog::defaultLine() const {
   return magnificationLine(standard);
 }
 
+MagnificationEntry MagnificationDialog::inTable() const {
+  return {entry.magx * tablePixels, entry.magy * tablePixels, entry.magname, entry.magdate};
+}
+
 void MagnificationDialog::addToList() {
   entry.magdate = currentTime();
-  addMagnification(entry);
+  addMagnification(inTable());
   refresh();
 }
 
 void MagnificationDialog::select(int32_t row) {
-  if (readMagnification(row, entry)) wasSelected = true;
+  MagnificationEntry chosen = inTable();
+  if (!readMagnification(row, chosen)) return;
+  entry = {chosen.magx / tablePixels, chosen.magy / tablePixels, chosen.magname, chosen.magdate};
+  wasSelected = true;
 }
 
 bool MagnificationDialog::isGiven() const {

@@ -45,9 +45,11 @@ class MagnificationDialog {
  private:
   void refresh();
   bool runForm();
+  MagnificationEntry inTable() const;
   std::vector<std::string> lines;
   std::string unit;
   MagnificationEntry before;
+  double tablePixels;  // of one of the document's
   bool wasSelected = false;
 };
 

@@ -169,7 +169,8 @@ bool ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t da
     report(format("%g by %g is no scale: a pixel has a size above 0.", x, y));
     return false;
   }
-  const MagnificationEntry entry{x, y, name, date};
+  const double standard = standardPixels();
+  const MagnificationEntry entry{x * standard, y * standard, name, date};
   if (asDefault) writeDefaultMagnification(entry);
   magx = x;
   magy = y;

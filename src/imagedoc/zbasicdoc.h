@@ -116,6 +116,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
 
   // The scale of what this was made of, with its unit and name.
   void takeScale(const ZBasicDoc& of);
+  // How many of a pixel the default scale and the table of scales tell of: 0.5 where two by two were made
+  // one.
+  virtual double standardPixels() const { return 1.0; }
 
   // --- region of interest
   // Where the image's first pixel lies among the marks; (0, 0) without an image.

@@ -8,6 +8,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "archive/archive.h"
 #include "base/bytes.h"
@@ -69,13 +71,16 @@ namespace {
 // A movie of more frames is none: its table alone would take gigabytes.
 constexpr int64_t kMostFrames = int64_t{1} << 24;
 
-// Of a ring whose recording was cut off.
-bool takeOpenTrailer(int32_t count, int32_t oldest, int64_t held, MovieLayout& layout) {
+// Of a ring whose recording was cut off: with its frames' numbers, and without as it was once written.
+bool takeOpenTrailer(int32_t count, int32_t oldest, int64_t bytes, MovieLayout& layout) {
   const bool overwriting = count < 0;
   if (overwriting) count = ~count;
   oldest = ~oldest;
-  if (count != held || oldest >= count) return false;
+  if (count > kMostFrames || oldest >= count) return false;
+  layout.keepsNumbers = bytes == (layout.frameBytes + MovieLayout::kNumberBytes) * count;
+  if (!layout.keepsNumbers && bytes != layout.frameBytes * count) return false;
   layout.cutOff = layout.wrapped = true;
+  layout.slots = count;
   layout.count = overwriting ? count - 1 : count;
   layout.oldest = overwriting ? (oldest + 1) % count : oldest;
   return true;
@@ -85,14 +90,14 @@ bool takeOpenTrailer(int32_t count, int32_t oldest, int64_t held, MovieLayout& l
 // ends in pixels, and then its length is no whole number of frames and a trailer.
 bool readTrailer(const MovieFile& file, int64_t size, MovieLayout& layout) {
   std::array<uint8_t, MovieLayout::kTrailerBytes> bytes;
-  const int64_t frames = size - layout.dataOffset - MovieLayout::kTrailerBytes;
-  if (frames < 0 || frames % layout.frameBytes != 0) return false;
+  const int64_t held = size - layout.dataOffset - MovieLayout::kTrailerBytes;
+  if (held < 0) return false;
   if (file.read(bytes.data(), bytes.size(), size - MovieLayout::kTrailerBytes) != bytes.size()) return false;
   const auto count = getLittle<int32_t>(bytes.data());
   const auto oldest = getLittle<int32_t>(bytes.data() + 4);
-  const int64_t held = frames / layout.frameBytes;
   if (oldest < 0) return takeOpenTrailer(count, oldest, held, layout);
-  if (count < 1 || count > held || oldest > count) return false;
+  if (held % layout.frameBytes != 0 || count < 1 || count > held / layout.frameBytes || oldest > count)
+    return false;
   layout.slots = layout.count = count;
   layout.oldest = oldest;
   layout.wrapped = count != oldest;
@@ -150,7 +155,32 @@ void writeTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest) {
 }
 
 void writeOpenTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest, bool overwriting) {
-  writeTrailer(file, end, overwriting ? ~count : count, ~oldest);
+  writeTrailer(file, end + MovieLayout::kNumberBytes * count, overwriting ? ~count : count, ~oldest);
+}
+
+// With their bits turned over, so that a number that was not written yet reads as unknown.
+void writeOpenNumbers(MovieFile& file, int64_t end, int32_t slot, std::span<const FrameRecord> records) {
+  std::array<uint8_t, 1024 * MovieLayout::kNumberBytes> bytes;
+  size_t used = 0;
+  int64_t at = end + MovieLayout::kNumberBytes * slot;
+  for (const FrameRecord& record : records) {
+    putLittle(bytes.data() + used, ~record.number);
+    used += MovieLayout::kNumberBytes;
+    if (used < bytes.size() && &record != &records.back()) continue;
+    file.write(bytes.data(), used, at);
+    at += static_cast<int64_t>(std::exchange(used, 0));
+  }
+}
+
+void readOpenNumbers(const MovieFile& file, const MovieLayout& layout, FrameTable& table) {
+  if (!layout.keepsNumbers) return;
+  std::vector<uint8_t> bytes(table.size() * MovieLayout::kNumberBytes);
+  bytes.resize(file.read(bytes.data(), bytes.size(), layout.placeOfNumber(0)));
+  const size_t whole = bytes.size() / MovieLayout::kNumberBytes;
+  for (size_t slot = 0; slot < whole; ++slot) {
+    const uint32_t number = ~getLittle<uint32_t>(bytes.data() + slot * MovieLayout::kNumberBytes);
+    if (number != FrameRecord::kUnknown) table[slot] = {number, layout.form.interlace, 0, 0};
+  }
 }
 
 }  // namespace tarnvisor

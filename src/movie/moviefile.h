@@ -4,9 +4,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "image/imagefile.h"
+#include "movie/framerecord.h"
 
 namespace tarnvisor {
 
@@ -42,6 +44,7 @@ struct MovieLayout {
   static constexpr int32_t kPerFrameForm = -22;  // from here to -1 each frame has a header of its own
   static constexpr int64_t kDataOffset = 4 + ZzgHeader::kBytes;
   static constexpr int64_t kTrailerBytes = 8;
+  static constexpr int64_t kNumberBytes = 4;
 
   ZzgHeader form;  // of the first frame
   int32_t slots = 0;
@@ -51,9 +54,11 @@ struct MovieLayout {
   int64_t frameBytes = 0;  // of one frame on disc, its own header included where it has one
   int64_t dataOffset = 0;
   bool perFrameHeaders = false;
-  bool cutOff = false;  // no trailer that fits: count and order were rebuilt from the length
+  bool cutOff = false;        // no trailer that fits: count and order were rebuilt from the length
+  bool keepsNumbers = false;  // of a ring that was cut off, behind its slots
 
   int64_t placeOf(int32_t slot) const { return dataOffset + frameBytes * slot; }
+  int64_t placeOfNumber(int32_t slot) const { return placeOf(slots) + kNumberBytes * slot; }
 };
 
 // False when the file holds no frame that could be read.
@@ -62,10 +67,15 @@ bool readLayout(const MovieFile& file, MovieLayout& layout);
 void writeMovieStart(MovieFile& file, const CZZimage& form);
 // The trailer after `count` frames, where the file then ends; throws ArchiveException.
 void writeTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest);
-// The trailer of a ring whose recording goes on: `oldest` is the next slot to be overwritten, or is just
-// being overwritten. Both words of a closed movie are positive, so a reader knows a ring that was cut off
-// from it.
+// The trailer of a ring whose recording goes on, behind the numbers of its frames: `oldest` is the next slot
+// to be overwritten, or is just being overwritten. Both words of a closed movie are positive, so a reader
+// knows a ring that was cut off from it.
 void writeOpenTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldest, bool overwriting);
+// The numbers of the frames from a slot on, which the document keeps once the recording has ended; `end` is
+// that of the slots.
+void writeOpenNumbers(MovieFile& file, int64_t end, int32_t slot, std::span<const FrameRecord> records);
+// What the file keeps of its frames' numbers, slot by slot; a record without one is as it was.
+void readOpenNumbers(const MovieFile& file, const MovieLayout& layout, FrameTable& table);
 // The header of a frame that carries its own; false when there is none.
 bool readFrameHeader(const MovieFile& file, int64_t at, ZzgHeader& header);
 

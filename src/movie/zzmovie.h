@@ -210,6 +210,7 @@ class CZZMovie {
   void takeRateOfSource();
   [[nodiscard]] bool takeFrame(const CZZimage& image, int32_t field);
   void writeRecorded(const CZZimage& image);
+  void writeOpenEnd();
   void readBack();
   void finishRecordedFile();
   [[nodiscard]] bool writeMissingTrailer();

@@ -58,6 +58,7 @@ bool CZZMovie::openFile(const std::string& name) {
     return false;
   }
   trouble.clear();
+  readOpenNumbers(*file, layout, frameTable);
   count = layout.count;
   oldest = layout.oldest;
   wrapped = layout.wrapped;

@@ -113,6 +113,10 @@ void CZZMovie::writeRecorded(const CZZimage& image) {
       if (wrapped) writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, true);
       lastWritten = dataOffset + frameBytes * current;
       file->write(image.pixels, static_cast<size_t>(frameBytes), lastWritten);
+      if (wrapped) {
+        const FrameRecord record = FrameRecord::of(frame);
+        writeOpenNumbers(*file, dataOffset + frameBytes * slots, current, {&record, 1});
+      }
     } catch (const ArchiveException&) {
       // Without the part of a frame, so that the disc has room for the end.
       if (!wrapped && !file->cutTo(dataOffset + frameBytes * current))
@@ -122,6 +126,14 @@ void CZZMovie::writeRecorded(const CZZimage& image) {
   } else if (mode == kRecordingAvi && !output->append(frame) && output->failed()) {
     throw ArchiveException(output->why());
   }
+}
+
+// The file has its full length from here on, so that its end can tell the order even if the recording is cut
+// off, and which frame each slot holds.
+void CZZMovie::writeOpenEnd() {
+  const int64_t end = dataOffset + frameBytes * slots;
+  writeOpenTrailer(*file, end, count, oldest, false);
+  if (current == 0) writeOpenNumbers(*file, end, 0, frameTable);
 }
 
 int32_t CZZMovie::nextSlot() {
@@ -134,10 +146,7 @@ int32_t CZZMovie::nextSlot() {
   count = std::min(count + 1, slots);
   showSlot(current);
   oldest = current;
-  // The file has its full length from here on, so that its end can tell the order even if the recording is
-  // cut off.
-  if (wrapped && !full && mode == kRecordingFile)
-    writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, false);
+  if (wrapped && !full && mode == kRecordingFile) writeOpenEnd();
   return full ? -1 : count;
 }
 

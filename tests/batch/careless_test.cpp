@@ -1,12 +1,9 @@
 // What a careless script could lose.
-#include <sys/resource.h>
-
-#include <csignal>
-
 #include "charts/chartdoc.h"
 #include "movie/zzmovie.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
+#include "support/fulldisc.h"
 #include "support/runnertest.h"
 #include "support/videotest.h"
 
@@ -41,14 +38,11 @@ TEST_F(Runner, AFullDiscIsToldAndKeepsTheEarlierFile) {
       ASSERT_TRUE(run(step).ok);
       continue;
     }
-    rlimit before{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limited{64, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limited);
-    const bool done = run(step).ok;
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
+    bool done = true;
+    {
+      const FullDisc full(64);
+      done = run(step).ok;
+    }
     EXPECT_FALSE(done) << step;
   }
   for (const char* file : {"x.svg", "x.pdf", "page.pdf"})

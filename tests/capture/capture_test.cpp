@@ -1,80 +1,15 @@
-// The live picture and the recorder before a simulated camera that gives frames as the test asks.
+// The live picture and the recorder.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "base/clock.h"
-#include "camera/framegrabber.h"
-#include "camera/simulatedcamera.h"
-#include "capture/commandids.h"
 #include "capture/texts.h"
-#include "capture/vivorecdoc.h"
-#include "capture/zbasicfgview.h"
-#include "frame/mainframe.h"
-#include "support/imagedoctest.h"
+#include "capturetest.h"
+#include "imagedoc/magnification.h"
+#include "support/fulldisc.h"
 
 namespace tarnvisor {
 namespace {
-
-class Capture : public ImageDocument {
- protected:
-  void SetUp() override {
-    ImageDocument::SetUp();
-    frame = std::make_unique<CBasicMainFrame>(*app);
-    process.recordDir = folder.path();
-    process.baseName = "hand";
-    useCamera({});
-  }
-  void TearDown() override {
-    app->documents.discardAll();
-    fgOpenWith(nullptr);
-    frame.reset();
-    ImageDocument::TearDown();
-  }
-
-  void useCamera(SimulatedCameraSettings wanted) {
-    wanted.sensor = {128, 64};
-    wanted.pace = CameraPace::Step;
-    fgOpenWith([this, wanted](const std::string&, std::string& why) -> std::unique_ptr<CameraDriver> {
-      if (!plugged) {
-        why = "The camera is not there.";
-        return nullptr;
-      }
-      auto made = openSimulatedCamera(wanted);
-      camera = made.get();
-      return made;
-    });
-  }
-
-  void openLive() {
-    runCommand(cmd::LiveVideo);
-    turn();
-  }
-  void runCommand(int32_t id) { ASSERT_EQ(app->runCommand(id), CommandResult::Done) << id; }
-  void turn() {
-    for (int k = 0; k < 20; ++k) app->loop.turn();
-  }
-  void frames(int32_t count) {
-    camera->step(count);
-    fgDrain();
-    turn();
-  }
-  ZBasicfgDoc& live() { return *liveDocument(); }
-  ZBasicfgView& view() { return dynamic_cast<ZBasicfgView&>(*app->liveView); }
-  CVivoRecDoc& recorder() { return dynamic_cast<CVivoRecDoc&>(*app->recorder); }
-  static void sequence(int32_t count, int32_t skip, int32_t loop, int32_t toDisc) {
-    settings.setInt("Dynamic settings", "no of frames", count);
-    settings.setInt("Dynamic settings", "skip frames", skip);
-    settings.setInt("Dynamic settings", "loop", loop);
-    process.direct2disc = toDisc;
-    process.triggermovie = 1;
-  }
-  std::vector<uint32_t> numbersOf(CVivoCapDoc& doc) {
-    std::vector<uint32_t> numbers;
-    for (int32_t k = 0; k < doc.imageCount(); ++k) numbers.push_back(doc.movie->recordOf(k).number);
-    return numbers;
-  }
-
-  bool plugged = true;
-  SimulatedCamera* camera = nullptr;
-  std::unique_ptr<CBasicMainFrame> frame;
-};
 
 TEST_F(Capture, WithoutACameraThereAreWordsAndNoWindow) {
   plugged = false;
@@ -168,6 +103,103 @@ TEST_F(Capture, RecordsEachFrameToTheDiscAndToTheMemory) {
   runCommand(cmd::Trigger);
 }
 
+TEST_F(Capture, ALoopKeepsTheNumbersOfItsFrames) {
+  for (const int32_t toDisc : {0, 1}) {
+    sequence(3, 0, 1, toDisc);
+    openLive();
+    runCommand(cmd::Trigger);
+    frames(5);
+    runCommand(cmd::Trigger);
+    EXPECT_THAT(numbersOf(recorder()), ElementsAre(6, 8, 10));
+    const std::string path = toDisc ? recorder().pathName() : folder.file("loop.dtv");
+    ASSERT_TRUE(recorder().onSaveDocument(path));
+    app->documents.discardAll();
+    app->openDocumentFile(path);
+    EXPECT_THAT(numbersOf(dynamic_cast<CVivoCapDoc&>(*app->documents.active())), ElementsAre(6, 8, 10));
+    app->documents.discardAll();
+  }
+}
+
+// The frames so far, in the first round of a loop and in its second.
+TEST_F(Capture, AKilledRecordingOpensWithItsFrames) {
+  for (const auto& [count, numbers] : {std::pair{3, std::vector<uint32_t>{0, 2, 4}}, {6, {6, 8, 10, 12}}}) {
+    process.baseName = "killed" + std::to_string(count);
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      sequence(4, 0, 1, 1);
+      openLive();
+      runCommand(cmd::Trigger);
+      frames(count);
+      (void)!::write(ends[1], "x", 1);
+      for (;;) ::pause();
+    }
+    ::close(ends[1]);
+    char told = 0;
+    EXPECT_EQ(::read(ends[0], &told, 1), 1);
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    ::close(ends[0]);
+    for (const auto& file : std::filesystem::directory_iterator(folder.path()))
+      if (file.path().filename().string().starts_with(process.baseName)) app->openDocumentFile(file.path());
+    auto* opened = dynamic_cast<CVivoCapDoc*>(app->documents.active());
+    ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(numbersOf(*opened), numbers);
+    EXPECT_THAT(host.messages.back(), HasSubstr("was cut off"));
+    app->documents.discardAll();
+  }
+}
+
+TEST_F(Capture, AFullDiscKeepsWhatWasRecordedAndTellsWhere) {
+  sequence(100, 0, 0, 1);
+  openLive();
+  for (const int64_t room : {5 * 128 * 64 + 100, 100}) {
+    view().startCamera();
+    runCommand(cmd::Trigger);
+    {
+      const FullDisc full(room);
+      frames(9);
+    }
+    EXPECT_FALSE(recorder().isRecording());
+    EXPECT_THAT(host.messages.back(), HasSubstr("The recording ended: File too large."));
+    EXPECT_THAT(host.messages.back(),
+                HasSubstr(room > 100 ? "5 images were recorded and are kept in " + recorder().movie->fileName
+                                     : "Nothing was recorded before."));
+    if (room == 100) continue;
+    CZZMovie kept;
+    EXPECT_TRUE(kept.open(recorder().movie->fileName));
+    EXPECT_EQ(kept.count, 5);
+    EXPECT_EQ(kept.recoveredFrames(), 0);
+    EXPECT_FALSE(view().document().refuses(cmd::StartVideo)) << "the live picture is there";
+  }
+}
+
+TEST_F(Capture, ARecordingThatCannotBeginSaysSoOnce) {
+  sequence(100, 0, 0, 1);
+  openLive();
+  process.recordDir = folder.file("none");
+  runCommand(cmd::Trigger);
+  EXPECT_THAT(host.messages.back(), StartsWith("failed to start recording!\nNo such file"));
+  const size_t told = host.messages.size();
+  runCommand(cmd::Trigger);
+  EXPECT_FALSE(recorder().isRecording());
+  EXPECT_EQ(host.messages.size(), told);
+}
+
+TEST_F(Capture, TheRecorderShowsThePartThatIsRecorded) {
+  sequence(100, 0, 0, 1);
+  openLive();
+  frames(1);
+  live().setRoi({8, 4, 31, 24});
+  runCommand(cmd::Trigger);
+  frames(1);
+  const CZZimage& shown = *recorder().theImage();
+  EXPECT_EQ(shown.frameRect(), (Rect{0, 0, 20, 20}));
+  EXPECT_EQ(shown.row(0), fgState().liveImage->row(4) + 8);
+  runCommand(cmd::Trigger);
+}
+
 TEST_F(Capture, ACameraThatGoesLeavesWhatWasRecorded) {
   useCamera({.vanishesAfter = 4});
   sequence(100, 0, 0, 1);
@@ -176,6 +208,7 @@ TEST_F(Capture, ACameraThatGoesLeavesWhatWasRecorded) {
   frames(6);
   EXPECT_FALSE(recorder().isRecording());
   EXPECT_EQ(recorder().imageCount(), 4);
+  EXPECT_THAT(host.messages, Contains(HasSubstr("4 images were recorded and are kept in " + folder.path())));
   EXPECT_THAT(host.messages, Contains(HasSubstr("Start tries the camera again")));
   ASSERT_NE(app->liveView, nullptr) << "the window stays";
   EXPECT_GT(live().theImage()->width, 0);
@@ -211,9 +244,26 @@ TEST_F(Capture, HalfResolutionTakesTheScaleAlong) {
   process.liveTemplate->discard(live());
   openLive();
   EXPECT_EQ(live().magx, 2.0) << "the next live picture is binned from the start";
-  live().magx = live().magy = 3.0;
+  ASSERT_TRUE(live().setScale(3.0, 3.0, "10x", 0, true, true));
+  MagnificationEntry kept;
+  readDefaultMagnification(kept);
+  EXPECT_EQ(kept.magx, 1.5) << "what new pictures begin with is not binned";
+  host.fill({{"action", "2"}, {"row", "0"}});
+  runCommand(cmd::Magnification);
+  EXPECT_EQ(live().magx, 3.0) << "nor is the table";
+  live().setModified(false);
   runCommand(cmd::HalfResolution);
   EXPECT_EQ(live().magy, 1.5);
+}
+
+TEST_F(Capture, TheRateIsShownBesideThePictureToo) {
+  openLive();
+  runCommand(cmd::VideoInputControl);
+  host.shownForms.back()->refresh();
+  EXPECT_EQ(host.shownForms.back()->value("shown"), "fps=30.0");
+  runCommand(cmd::FreezeVideo);
+  host.shownForms.back()->refresh();
+  EXPECT_EQ(host.shownForms.back()->value("shown"), "");
 }
 
 TEST_F(Capture, LightIsSetByStrobeExposureOrNothing) {

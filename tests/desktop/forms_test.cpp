@@ -195,6 +195,16 @@ TEST_F(StayingForm, TakesEachRightValueAtOnceAndTellsIt) {
   EXPECT_EQ(exposure, 20);
 }
 
+TEST_F(StayingForm, DoesNotGrowWithWhatItTells) {
+  open({.onRefresh = [this] { rate = std::string(500, 'W'); }});
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+  const int before = window->width();
+  window->refresh();
+  for (int turn = 0; turn < kManyTurns; ++turn) QApplication::processEvents();
+  EXPECT_EQ(reading().size(), 500);
+  EXPECT_EQ(window->width(), before);
+}
+
 TEST_F(StayingForm, RefreshShowsAllButWhatIsBeingEdited) {
   open({.onRefresh = [this] { rate = "29.5"; }});
   enter(0);

@@ -17,7 +17,6 @@ struct LiveView : CView, LiveSink {
   explicit LiveView(CDocument& d) : CView(d) { theApp().liveView = this; }
   ~LiveView() override { theApp().liveView = nullptr; }
   void redrawNow() override {}
-  void framesPassed(int32_t, int32_t) override {}
   void freezeAndSave(const std::string& path) override { calls.push_back("save " + path); }
   void startCamera() override { calls.emplace_back("camera on"); }
   void stopCamera() override { calls.emplace_back("camera off"); }
