@@ -128,11 +128,10 @@ class TroughFit {
   Span after(Span inside) const { return {inside.to, std::min(levels.size(), inside.to + flankOf(inside))}; }
   double depthOf(Span inside) const;
   bool begin();
-  double squaresAt(const Vector& parameters) const;
-  void normalEquations(Matrix& products, Vector& gradient) const;
+  double equationsAt(const Vector& parameters, Matrix& matrix, Vector& towards) const;
   double noise() const;
   double strayFromUsual(const Vector& parameters) const { return parameters[kLogBlur] - kUsualBlur; }
-  bool improve();
+  bool improve(double tolerance);
   bool standsOut() const;
 
   static constexpr size_t kLeastFlank = 6;
@@ -142,8 +141,10 @@ class TroughFit {
   std::vector<double> sums;
   Span darkest;  // the clearest stretch, in whole samples
   Span window;   // what of the profile is looked at: the trough and its flanks
-  Vector at{};
-  double hold = 0;  // how strongly the blur is kept to the usual one: as far as noise leaves it open
+  Vector at{}, gradient{};
+  Matrix products{};
+  double squares = 0;  // at these parameters
+  double hold = 0;     // how strongly the blur is kept to the usual one: as far as noise leaves it open
 };
 
 // How clearly a stretch is darker than both its flanks.
@@ -154,7 +155,7 @@ double TroughFit::depthOf(Span inside) const {
   return lighter * std::sqrt(n * m / (n + m));
 }
 
-// The clearest stretch whose middle lies in the middle half.
+// The clearest stretch, but for those whose middle lies in the first or last eighth.
 bool TroughFit::begin() {
   constexpr size_t kLeastWidth = 2, kLeastOutside = 2;
   const size_t n = levels.size();
@@ -163,7 +164,7 @@ bool TroughFit::begin() {
   Span& best = darkest;
   for (size_t from = kLeastOutside; from < n; ++from)
     for (size_t to = from + kLeastWidth; to + kLeastOutside <= n; ++to) {
-      if (2 * (from + to) < n || 2 * (from + to) > 3 * n) continue;
+      if (4 * (from + to) < n || 4 * (from + to) > 7 * n) continue;
       const double depth = depthOf({from, to});
       if (!(depth > deepest)) continue;
       deepest = depth;
@@ -180,26 +181,16 @@ bool TroughFit::begin() {
   return true;
 }
 
-double TroughFit::squaresAt(const Vector& p) const {
+// The sum of squares at the parameters, and what a step to smaller ones is made of.
+double TroughFit::equationsAt(const Vector& p, Matrix& matrix, Vector& towards) const {
+  matrix = {};
+  towards = {};
+  double sum = hold * strayFromUsual(p) * strayFromUsual(p);
   const double perBlur = std::exp(-p[kLogBlur]);
-  double squares = 0;
+  const double depthBefore = p[kBefore] - p[kBottom], depthAfter = p[kAfter] - p[kBottom];
   for (size_t i = window.from; i < window.to; ++i) {
     const auto x = static_cast<double>(i);
-    const double model = p[kBottom] + (p[kBefore] - p[kBottom]) * risen((p[kLeft] - x) * perBlur) +
-                         (p[kAfter] - p[kBottom]) * risen((x - p[kRight]) * perBlur);
-    squares += (levels[i] - model) * (levels[i] - model);
-  }
-  return squares + hold * strayFromUsual(p) * strayFromUsual(p);
-}
-
-void TroughFit::normalEquations(Matrix& products, Vector& gradient) const {
-  products = {};
-  gradient = {};
-  const double perBlur = std::exp(-at[kLogBlur]);
-  const double depthBefore = at[kBefore] - at[kBottom], depthAfter = at[kAfter] - at[kBottom];
-  for (size_t i = window.from; i < window.to; ++i) {
-    const auto x = static_cast<double>(i);
-    const double u = (at[kLeft] - x) * perBlur, v = (x - at[kRight]) * perBlur;
+    const double u = (p[kLeft] - x) * perBlur, v = (x - p[kRight]) * perBlur;
     const double outLeft = risen(u), outRight = risen(v);
     const double slopeLeft = depthBefore * density(u), slopeRight = depthAfter * density(v);
     const Vector slopes{slopeLeft * perBlur,
@@ -208,42 +199,47 @@ void TroughFit::normalEquations(Matrix& products, Vector& gradient) const {
                         1 - outLeft - outRight,
                         outLeft,
                         outRight};
-    const double residual = levels[i] - at[kBottom] - depthBefore * outLeft - depthAfter * outRight;
+    const double residual = levels[i] - p[kBottom] - depthBefore * outLeft - depthAfter * outRight;
+    sum += residual * residual;
     for (size_t j = 0; j < kParameters; ++j) {
-      gradient[j] += slopes[j] * residual;
-      for (size_t k = 0; k <= j; ++k) products[j][k] += slopes[j] * slopes[k];
+      towards[j] += slopes[j] * residual;
+      for (size_t k = 0; k <= j; ++k) matrix[j][k] += slopes[j] * slopes[k];
     }
   }
   for (size_t j = 0; j < kParameters; ++j)
-    for (size_t k = j + 1; k < kParameters; ++k) products[j][k] = products[k][j];
-  gradient[kLogBlur] -= hold * strayFromUsual(at);
-  products[kLogBlur][kLogBlur] += hold + 1e-6;
+    for (size_t k = j + 1; k < kParameters; ++k) matrix[j][k] = matrix[k][j];
+  towards[kLogBlur] -= hold * strayFromUsual(p);
+  matrix[kLogBlur][kLogBlur] += hold + 1e-6;
+  return sum;
 }
 
 // By damped steps to the least squares; false where they lead to no trough.
-bool TroughFit::improve() {
+bool TroughFit::improve(double tolerance) {
   constexpr int32_t kMostSteps = 30;
   constexpr double kSharpest = -1.2, kSoftest = 1.6;  // logarithms of the blur in pixels
-  double squares = squaresAt(at), damping = 1e-3;
+  double damping = 1e-3;
+  squares = equationsAt(at, products, gradient);
   for (int32_t n = 0; n < kMostSteps; ++n) {
-    Matrix products, inverse;
-    Vector gradient;
-    normalEquations(products, gradient);
-    for (size_t j = 0; j < kParameters; ++j) products[j][j] *= 1 + damping;
-    if (!invert(products, inverse)) return false;
+    Matrix damped = products, inverse;
+    for (size_t j = 0; j < kParameters; ++j) damped[j][j] *= 1 + damping;
+    if (!invert(damped, inverse)) return false;
     Vector next = at;
     for (size_t j = 0; j < kParameters; ++j)
       for (size_t k = 0; k < kParameters; ++k) next[j] += inverse[j][k] * gradient[k];
     next[kLogBlur] = std::clamp(next[kLogBlur], kSharpest, kSoftest);
-    const double reached = squaresAt(next);
+    Matrix nextProducts;
+    Vector nextGradient;
+    const double reached = equationsAt(next, nextProducts, nextGradient);
     if (!(reached <= squares)) {
       damping *= 8;
       if (damping > 1e6) break;
       continue;
     }
-    const bool isThere = squares - reached <= 1e-7 * squares;
+    const bool isThere = squares - reached <= tolerance * squares;
     at = next;
     squares = reached;
+    products = nextProducts;
+    gradient = nextGradient;
     damping = std::max(damping / 8, 1e-9);
     if (isThere) break;
   }
@@ -255,26 +251,27 @@ bool TroughFit::improve() {
 double TroughFit::noise() const {
   constexpr double kLeast = 0.3;  // of levels that are whole numbers
   const double freedom = static_cast<double>(window.size()) - kParameters;
-  return std::max(std::sqrt(squaresAt(at) / std::max(1.0, freedom)), kLeast);
+  return std::max(std::sqrt(squares / std::max(1.0, freedom)), kLeast);
 }
 
 bool TroughFit::standsOut() const {
-  constexpr double kClear = 7.0;  // times the noise
-  Matrix products, inverse;
-  Vector gradient;
-  normalEquations(products, gradient);
+  constexpr double kClear = 7.0;          // times the noise
+  constexpr double kLeastContrast = 4.0;  // levels: skin is uneven by less
+  Matrix inverse;
   if (!invert(products, inverse)) return false;
   const double width = at[kRight] - at[kLeft];
+  const double contrast = std::min(at[kBefore], at[kAfter]) - at[kBottom];
   const double widthError =
       noise() * std::sqrt(inverse[kLeft][kLeft] + inverse[kRight][kRight] - 2 * inverse[kLeft][kRight]);
-  return depthOf(darkest) > kClear * noise() && std::min(at[kBefore], at[kAfter]) > at[kBottom] &&
+  return contrast > kLeastContrast && depthOf(darkest) > kClear * noise() &&
          widthError < std::max(0.7, 0.1 * width);
 }
 
 bool TroughFit::find() {
-  if (!begin() || !improve()) return false;
+  constexpr double kRoughly = 1e-2, kClosely = 1e-5;
+  if (!begin() || !improve(kRoughly)) return false;
   hold = noise() * noise() / (kUsualStray * kUsualStray);
-  return improve() && standsOut();
+  return improve(kClosely) && standsOut();
 }
 
 // Where a blurred edge has risen by that share, in units of its blur.

@@ -5,6 +5,7 @@
 
 #include "analysis/width.h"
 #include "app/processstate.h"
+#include "base/parallel.h"
 #include "base/text.h"
 #include "charts/chartdoc.h"
 #include "dynamic/texts.h"
@@ -59,7 +60,12 @@ class CVivoCapDoc::WidthJob : public Job {
     const int32_t index = range.first + done++;
     doc.movie->getImage(index, each);
     unread += !doc.movie->hasRead();
-    for (Line& line : lines) line.widths[static_cast<size_t>(index)] = widthOf(*line.mark);
+    parallelFor(static_cast<int64_t>(lines.size()), kLinesAtOnce, [&](int64_t from, int64_t to) {
+      for (int64_t i = from; i < to; ++i) {
+        Line& line = lines[static_cast<size_t>(i)];
+        line.widths[static_cast<size_t>(index)] = widthOf(*line.mark);
+      }
+    });
     return done < range.size();
   }
   void end(bool cancelled) override {
@@ -69,6 +75,7 @@ class CVivoCapDoc::WidthJob : public Job {
   }
 
  private:
+  static constexpr int64_t kLinesAtOnce = 4;  // by one thread
   struct Line {
     int32_t number;
     std::unique_ptr<CDim> mark;

@@ -196,7 +196,7 @@ const CommandTableBase& ZBasicView::commandTable() {
        &V::measureNailfoldLoops,
        &V::hasLines,
        {.tip = "Nailfold loops",
-        .status = "Measures loops by lines from outside across each apex: widths, row of apexes, density."}},
+        .status = "Measures loops by lines across each apex: widths, the row of apexes, density."}},
       {cmd::VignetteTest,
        "Vignette test",
        &V::vignetteCommand,
