@@ -34,13 +34,15 @@ void FlyingSpot::open() {
       .addNote("in " + doc.unitName() + "/s; a spot goes along the selected line")
       .addCheck("take the length of the selected line", takesLine)
       .addCheck("record", records);
-  window = host().forms.show(std::move(form), {.onClose =
-                                                   [this] {
-                                                     storePlace();
-                                                     host().windows.refreshBars();
-                                                   },
-                                               .place = Point{settings.getInt(kSection, "left", 500),
-                                                              settings.getInt(kSection, "top", 100)}});
+  FormEvents events{
+      .onClose =
+          [this] {
+            storePlace();
+            host().windows.refreshBars();
+            doc.updateAllViews(CView::Change::Marks);  // the spot goes
+          },
+      .place = Point{settings.getInt(kSection, "left", 500), settings.getInt(kSection, "top", 100)}};
+  window = host().forms.show(std::move(form), std::move(events));
 }
 
 void FlyingSpot::storePlace() const {

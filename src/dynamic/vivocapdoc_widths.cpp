@@ -96,7 +96,7 @@ class CVivoCapDoc::WidthJob : public Job {
     if (!chart) return;
     const TraceBatch batch(*chart);
     // Widths between the pixels can't be compared with others.
-    const std::string how = with.subSample && rule ? format(" %s, between the pixels", nameOf(*rule)) : "";
+    const std::string how = with.subSample ? " sub-pixel" : "";
     for (const Line& line : lines)
       if (!addTrace(*chart, doc, format("%i", line.number) + how, doc.unitName(), line.widths)) return;
     ZchartDoc::giveColours(chart->traces.items, 0);

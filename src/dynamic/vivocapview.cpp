@@ -100,7 +100,7 @@ const CommandTableBase& CVivoCapView::commandTable() {
             .status =
                 "Follow a feature with the button held, image after image: what it moves is taken off."}},
           {cmd::FlyingSpotWindow,
-           "Flying &Spot",
+           "Fl&ying Spot",
            &V::toggleSpot,
            &V::hasMovie,
            &V::showsSpot,

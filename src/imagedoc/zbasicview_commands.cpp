@@ -182,7 +182,7 @@ const CommandTableBase& ZBasicView::commandTable() {
         .status = "Shows the grey levels along the selected line.",
         .icon = "grey-level"}},
       {cmd::CapillaryWidthMethod,
-       "capillary width &method ...",
+       "capillary width m&ethod ...",
        &V::widthMethod,
        {.tip = "Capillary width method", .status = "Chooses what counts as the edges of a capillary."}},
       {cmd::FindCapillaryWidth,

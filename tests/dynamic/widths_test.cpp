@@ -60,11 +60,11 @@ TEST_F(VideoWidths, BetweenThePixelsSaySoAndAreNoneOutside) {
   line(d, {15, 20}, {85, 20});
   line(d, {45, 20}, {70, 20});
   run("Capillary Width vs. time");
-  EXPECT_THAT(valuesOf("1 edge detection, between the pixels"),
+  EXPECT_THAT(valuesOf("1 sub-pixel"),
               ElementsAre(testing::DoubleNear(8, 0.1), testing::DoubleNear(9, 0.1),
                           testing::DoubleNear(10, 0.1), testing::DoubleNear(11, 0.1)));
-  EXPECT_THAT(valuesOf("2 edge detection, between the pixels"), ElementsAre(-1, -1, -1, -1));
-  EXPECT_THAT(valuesOf("3 edge detection, between the pixels"), ElementsAre(-1, -1, -1, -1)) << "no vessel";
+  EXPECT_THAT(valuesOf("2 sub-pixel"), ElementsAre(-1, -1, -1, -1));
+  EXPECT_THAT(valuesOf("3 sub-pixel"), ElementsAre(-1, -1, -1, -1)) << "no vessel";
 }
 
 class FlyingSpotWindow : public VideoTest {
