@@ -150,7 +150,7 @@ void CVivoCapView::draw(Canvas& canvas) {
   ZBasicView::draw(canvas);
   if (const CDim* line = selectedLine(); line && showsSpot()) {
     constexpr int32_t kHalf = 4;
-    const Point at = toWindow(spot.placeOn(*line));
+    const Point at = toWindow(spot.placeOn(*line)) + pictureShift();
     for (const Pen& pen : {Pen{0, 3, false}, Pen{0xffff, 1, false}}) {
       canvas.setPen(pen);
       canvas.ellipse({at.x - kHalf, at.y - kHalf, at.x + kHalf + 1, at.y + kHalf + 1});
@@ -251,6 +251,12 @@ Cursor CVivoCapView::wantedCursor() const {
   return dragging ? Cursor::ClosedHand : Cursor::OpenHand;
 }
 
+Point CVivoCapView::pictureShift() const {
+  if (!dragging || !pulls()) return {};
+  const auto inWindow = [&](int32_t v) { return static_cast<int32_t>(int64_t{v} * zoomnum / zoomden); };
+  return {inWindow(pulled.x), inWindow(pulled.y)};
+}
+
 // Rows of fields count twice.
 Point CVivoCapView::draggedBy(Point windowPoint) const {
   const Point by = windowPoint - dragStart;
@@ -311,6 +317,7 @@ void CVivoCapView::endDrag(bool alsoRest) {
     doc.appendNotes(format(text::kMovedByHand, shown, std::max(rest.first, rest.last), by.x, by.y) +
                     text::kLineEnd);
   }
+  scrollTo(scrollPosition() - pictureShift());  // it stays where it was pulled, as far as that goes
   dragging = false;
   site().captureMouse(false);
   updateCursor();

@@ -43,6 +43,7 @@ class CVivoCapView : public ZBasicView {
 
  protected:
   Cursor wantedCursor() const override;
+  Point pictureShift() const override;  // as far as it is being pulled
 
  private:
   bool hasMovie() const { return doc.hasMovie(); }

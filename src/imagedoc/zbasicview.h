@@ -100,6 +100,8 @@ class ZBasicView : public CView, public AutoLoadSink {
  protected:
   void onSize() override;
   virtual Cursor wantedCursor() const;
+  // How far the picture is drawn out of its place, with the marks where they are in their frame.
+  virtual Point pictureShift() const { return {}; }
   void updateCursor();
   // In hand, whatever was before.
   void takeTool(int32_t wanted);

@@ -1,5 +1,6 @@
 // Widths of capillaries along a video, the velocities of the flying spot, and images moved by hand.
 #include "charts/chartdoc.h"
+#include "support/recordingcanvas.h"
 #include "support/videotest.h"
 
 namespace tarnvisor {
@@ -104,6 +105,10 @@ TEST_F(AlongVideo, DragMovesTheImageShownAndAllThatFollow) {
   ASSERT_TRUE(video().select(0, 4));
   view().mouseMove({{7, 8}});
   EXPECT_THAT(offsets(), ElementsAre(0, 2, 0, 0, 0));
+  RecordingCanvas canvas;
+  view().setWindowSize({16, 8});
+  view().draw(canvas);
+  EXPECT_EQ(canvas.lastPixels[3 * 16 + 2], 0xff010101u) << "the first pixel, under the mouse still";
   view().goTo(2);
   EXPECT_THAT(offsets(), ElementsAre(0, 2, 2, 0, 0));
   up({8, 9});
