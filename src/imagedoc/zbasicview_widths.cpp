@@ -151,6 +151,7 @@ void ZBasicView::findCapillaryWidth() {
   const auto before = dims.clone();
   std::vector<std::pair<int32_t, LineWidth>> widths;
   LineMeasure lines(doc, one && !isUnattended(), false);
+  widths.reserve(chosen.size());
   for (const int32_t i : chosen) widths.emplace_back(i, lines.measure(before->at(i)));
   theApp().documents.activate(doc);
   if (!dims.hasSameItems(*before)) return;  // changed behind the question
@@ -328,6 +329,7 @@ void ZBasicView::measureNailfoldLoops() {
   const auto before = dims.clone();
   LineMeasure lines(doc, !isUnattended(), true);
   std::vector<Loop> loops;
+  loops.reserve(chosen.size());
   for (const int32_t i : chosen) loops.push_back(measureLoop(lines, before->at(i), i, doc.scale()));
   theApp().documents.activate(doc);
   if (lines.isCancelled() || loops.empty() || !dims.hasSameItems(*before)) return;
