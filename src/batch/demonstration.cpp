@@ -16,6 +16,7 @@
 #include "exams/examselection.h"
 #include "exams/subjectselection.h"
 #include "imagedoc/zbasicdoc.h"
+#include "settings/settings.h"
 #include "synth/nailfold.h"
 
 namespace tarnvisor {
@@ -149,6 +150,7 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
     return 1;
   }
   const std::string folder = selectDemonstration(app);
+  settings.setInt("capwidth", "edgesub", 1);
   std::printf("Demonstration in %s\n\n%-12s %5s %6s  %-52s %s\n", folder.c_str(), "still", "true", "found",
               "density", "");
   ScriptRunner runner(app, script, false);

@@ -6,6 +6,7 @@
 
 #include "desktop/formrows.h"
 
+class QDialogButtonBox;
 class QPushButton;
 
 namespace tarnvisor {
@@ -23,8 +24,9 @@ class FormDialog final : public QDialog {
   void reject() override;
 
  private:
+  void addEndings(const FormField& field, QDialogButtonBox& buttons);
   FormRows* rows;
-  QPushButton* ok;
+  QPushButton* ok = nullptr;
 };
 
 }  // namespace tarnvisor

@@ -99,6 +99,7 @@ void FormRows::addRow(QGridLayout& grid, const FormField& field) {
   Row& row = rows.emplace_back();
   row.field = &field;
   row.before = valueOf(field);
+  if (field.ends) return;  // its buttons stand below
   const int line = grid.rowCount();
   if (field.kind == FormField::Kind::Note) {
     auto* note = new QLabel(toQt(field.label));

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "analysis/profile.h"
 #include "base/text.h"
 #include "image/palette.h"
-#include "imagedoc/levelchart.h"
 
 namespace tarnvisor {
 

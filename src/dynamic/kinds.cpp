@@ -35,8 +35,8 @@ Menu sequenceMenu() {
            {"&Movement",
             {cmd::MovementCorrection, cmd::MovementCorrectionWithoutDisplay, cmd::MovementQuality,
              K::Separator, cmd::EditMovementRegions, cmd::MovementErrorMap, cmd::CorrelateImages,
-             K::Separator, cmd::ResetOffsets, cmd::ExportOffsets, K::Separator, cmd::NailfoldPanorama,
-             K::Separator, cmd::MovementSettings}},
+             K::Separator, cmd::MoveByHand, cmd::TrackByHand, K::Separator, cmd::ResetOffsets,
+             cmd::ExportOffsets, K::Separator, cmd::NailfoldPanorama, K::Separator, cmd::MovementSettings}},
            {"&Fields",
             {cmd::MergeFields, cmd::SplitFields, K::Separator, cmd::SwitchFieldOrder, cmd::SwitchLines}}}};
 }
@@ -44,7 +44,8 @@ Menu sequenceMenu() {
 Menu flowMenu() {
   return {"F&low",
           {cmd::CalculateFcf, cmd::SpeedByRms, cmd::RmsSequence, K::Separator, cmd::FluxConcSpeed,
-           cmd::FftPerPixel}};
+           cmd::FftPerPixel, K::Separator, cmd::WidthAgainstTime, K::Separator, cmd::FlyingSpotWindow,
+           cmd::ChartFlyingSpot}};
 }
 
 Menu mapMenu() {

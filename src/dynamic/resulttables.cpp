@@ -4,11 +4,6 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr ColumnRecord kDiameter[] = {{0, 1, "filename", 20, 0, 0},
-                                      {1, 1, "units", 6, 0, 0},
-                                      {2, 1, "line", 5, 5, 0},
-                                      {3, 1, "width", 8, 7, 1}};
-
 constexpr ColumnRecord kFlow[] = {
     {0, 1, "filename", 20, 0, 0}, {1, 1, "units", 6, 0, 0},    {2, 1, "width", 8, 7, 2},
     {3, 1, "height", 8, 7, 2},    {4, 1, "area", 10, 7, 0},    {5, 1, "FCF", 8, 7, 3},
@@ -29,7 +24,6 @@ constexpr ColumnRecord kLinescan[] = {{0, 1, "filename", 40, 0, 0}, {1, 1, "trac
 
 }  // namespace
 
-const ResultTable kDiameterResults{11023, "Diameter Calculation Results", kDiameter};
 const ResultTable kFlowResults{11029, "Functional Capillary Flow and Density Results", kFlow};
 const ResultTable kCapillaryResults{11113, "Capillary Measurement Results", kCapillary};
 const ResultTable kLinescanResults{11112, "Linescan slope velocities", kLinescan};

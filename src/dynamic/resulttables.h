@@ -5,7 +5,6 @@
 
 namespace tarnvisor {
 
-extern const ResultTable kDiameterResults;
 extern const ResultTable kFlowResults;
 extern const ResultTable kCapillaryResults;
 extern const ResultTable kLinescanResults;

@@ -29,6 +29,8 @@ inline constexpr const char* kFocusAreas =
     "Number of areas per image area in which to find best focus. Minimum is 2.";
 inline constexpr const char* kNoImageInCell = "No image lies within a cell: correct the movement first.";
 inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
+inline constexpr const char* kUnreadForWidths = "%i images can't be read and were not measured.";
+inline constexpr const char* kMovedByHand = "images %i to %i moved by hand by (%i,%i)";
 inline constexpr const char* kUnreadImages = "%i images can't be read: their focus is shown as 0.";
 inline constexpr const char* kRegionOutside = "The region lies outside the images.";
 inline constexpr const char* kThresholdLabel =

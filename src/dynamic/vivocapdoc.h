@@ -78,6 +78,17 @@ class CVivoCapDoc : public ZBasicDoc {
   int32_t insertDimension(const CDim& dimension) override;
   const std::vector<MovementRecord>& movementRecords() const { return amc.records; }  // of the last run
 
+  // Images that are moved by hand, by whole frame pixels; of fields by even rows.
+  void moveImages(CZZMovie::Range images, Point by);
+
+  // --- widths and the flying spot (vivocapdoc_widths.cpp)
+  // A chart of the width along each line of the current list over the selected images.
+  void widthsAgainstTime();
+  // One for each image; those of another number of images are dropped.
+  void prepareSpotVelocities();
+  void chartSpotVelocities();
+  bool hasSpotVelocities() const { return hasMovie() && !spotVelocities.empty(); }
+
   // --- flow (vivocapdoc_flow.cpp)
   bool canMeasureFlow() const;
   // FCF of the selection, in chunks of so many images; asks how many.
@@ -182,6 +193,10 @@ class CVivoCapDoc : public ZBasicDoc {
 
   // vivocapdoc_focus.cpp
   class FocusJob;
+
+  // vivocapdoc_widths.cpp
+  class WidthJob;
+  bool hasLinesAcross() const;
 
   // vivocapdoc_exchange.cpp
   class ExportJob;

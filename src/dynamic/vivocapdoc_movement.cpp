@@ -417,6 +417,18 @@ void CVivoCapDoc::resetOffsets() {
   updateAllViews();
 }
 
+void CVivoCapDoc::moveImages(CZZMovie::Range images, Point by) {
+  const int32_t rows = isFieldMovie() ? by.y / 2 : by.y;
+  for (int32_t i = images.first; i < images.last; ++i) {
+    const FrameRecord& record = movie->recordOf(i);
+    movie->setOrigin(i, Point{record.xOrigin, record.yOrigin} + Point{by.x, rows});
+  }
+  for (MovementRecord& each : amc.records)
+    if (each.index >= images.first && each.index < images.last) each.moveBy(by);
+  setModified();
+  updateAllViews();
+}
+
 // The first image of the selection, which the others were laid over, has no row.
 void CVivoCapDoc::exportOffsets() {
   const std::string home = pathName().empty() ? homeFolder() + stemOfTitle() : withoutExtension(pathName());

@@ -7,8 +7,10 @@
 #include "base/clock.h"
 #include "base/text.h"
 #include "dynamic/commandids.h"
+#include "dynamic/texts.h"
 #include "framework/timetext.h"
 #include "host/host.h"
+#include "imagedoc/texts.h"
 
 namespace tarnvisor {
 
@@ -25,7 +27,7 @@ int32_t nextTimer() {
 }  // namespace
 
 CVivoCapView::CVivoCapView(CVivoCapDoc& document)
-    : ZBasicView(document), doc(document), timer(theApp().loop, nextTimer()) {}
+    : ZBasicView(document), doc(document), timer(theApp().loop, nextTimer()), spot(document) {}
 
 const CommandTableBase& CVivoCapView::commandTable() {
   using V = CVivoCapView;
@@ -82,6 +84,34 @@ const CommandTableBase& CVivoCapView::commandTable() {
            &V::editsMovementRegions,
            {.tip = "Edit regions",
             .status = "Draws the rectangles that movement correction compares; choose it again to leave."}},
+          {cmd::MoveByHand,
+           "Correct &Movement (drag image)",
+           &V::pullByHand,
+           &V::hasMovie,
+           &V::pulls,
+           {.tip = "Manual Movement correction. Drag with mouse",
+            .status = "Drag the image into place: it and all that follow are moved; with Shift it alone."}},
+          {cmd::TrackByHand,
+           "&Track movement",
+           &V::trackByHand,
+           &V::hasMovie,
+           &V::tracks,
+           {.tip = "Track movement",
+            .status =
+                "Follow a feature with the button held, image after image: what it moves is taken off."}},
+          {cmd::FlyingSpotWindow,
+           "Fl&ying Spot",
+           &V::toggleSpot,
+           &V::hasMovie,
+           &V::showsSpot,
+           {.tip = "Flying Spot",
+            .status = "Sets a velocity for each image by a spot that goes with the blood."}},
+          {cmd::ChartFlyingSpot,
+           "Chart flying spot velocities",
+           &V::chartSpot,
+           &V::hasSpotVelocities,
+           {.tip = "create chart of flying spot velocities",
+            .status = "Opens a chart of the velocities that were set for the images."}},
           {cmd::StepForward,
            "step one frame/field forwards",
            &V::stepForward,
@@ -118,6 +148,14 @@ std::vector<StatusPane> CVivoCapView::panes() const {
 
 void CVivoCapView::draw(Canvas& canvas) {
   ZBasicView::draw(canvas);
+  if (const CDim* line = selectedLine(); line && showsSpot()) {
+    constexpr int32_t kHalf = 4;
+    const Point at = toWindow(spot.placeOn(*line)) + pictureShift();
+    for (const Pen& pen : {Pen{0, 3, false}, Pen{0xffff, 1, false}}) {
+      canvas.setPen(pen);
+      canvas.ellipse({at.x - kHalf, at.y - kHalf, at.x + kHalf + 1, at.y + kHalf + 1});
+    }
+  }
   if (playStep <= 1) return;
   canvas.setFont("Arial", 120);
   const std::string words = format(">>x%1i", playStep);
@@ -131,6 +169,10 @@ void CVivoCapView::wheel(const WheelEvent& event) {
 }
 
 bool CVivoCapView::keyDown(const KeyEvent& event) {
+  if (event.key == Key::Escape && byHand != ByHand::Off) {
+    dragging ? cancelDrag() : setByHand(ByHand::Off);
+    return true;
+  }
   if (event.key == Key::Escape && isPlaying()) {
     stopPlayback();
     return true;
@@ -157,9 +199,22 @@ CView::Timeline CVivoCapView::timeline() const {
 }
 
 void CVivoCapView::goTo(int32_t index) {
-  if (!hasMovie()) return;
+  if (!hasMovie() || doc.isBusy()) return;
+  const int32_t before = doc.currentIndex();
+  const bool moves = dragging && index != before;
+  if (moves && tracks()) moveShown(Point{} - dragged);
   doc.showImage(index);
+  if (moves && pulls()) {
+    pulled = {};
+    pullShown();
+  }
+  spot.moved(doc.currentIndex() - before, selectedLine());
   redrawNow();
+}
+
+const CDim* CVivoCapView::selectedLine() const {
+  const CDimList& dims = doc.currentDims();
+  return dims.isValid(selected) ? &dims.at(selected) : nullptr;
 }
 
 bool CVivoCapView::thumbnail(int32_t index, int32_t width, Size& size, std::vector<uint32_t>& pixels) {
@@ -181,6 +236,101 @@ bool CVivoCapView::thumbnail(int32_t index, int32_t width, Size& size, std::vect
     }
   }
   return true;
+}
+
+// --- movement corrected by hand
+
+void CVivoCapView::setByHand(ByHand wanted) {
+  cancelDrag();
+  byHand = wanted;
+  updateCursor();
+}
+
+Cursor CVivoCapView::wantedCursor() const {
+  if (byHand == ByHand::Off) return ZBasicView::wantedCursor();
+  return dragging ? Cursor::ClosedHand : Cursor::OpenHand;
+}
+
+Point CVivoCapView::pictureShift() const {
+  if (!dragging || !pulls()) return {};
+  const auto inWindow = [&](int32_t v) { return static_cast<int32_t>(int64_t{v} * zoomnum / zoomden); };
+  return {inWindow(pulled.x), inWindow(pulled.y)};
+}
+
+// Rows of fields count twice.
+Point CVivoCapView::draggedBy(Point windowPoint) const {
+  const Point by = windowPoint - dragStart;
+  const auto inFrame = [&](int32_t v) { return static_cast<int32_t>(int64_t{v} * zoomden / zoomnum); };
+  const int32_t y = inFrame(by.y);
+  return {inFrame(by.x), doc.theImage()->isField() ? y / 2 * 2 : y};
+}
+
+// The image shown comes to where the mouse is.
+void CVivoCapView::pullShown() {
+  const Point by = dragged - pulled;
+  pulled = dragged;
+  if (by != Point{}) moveShown(by);
+}
+
+void CVivoCapView::beginDrag(Point windowPoint) {
+  dragStart = windowPoint;
+  dragged = pulled = {};
+  dragging = true;
+  site().captureMouse(true);
+  doc.setModified();
+}
+
+void CVivoCapView::mouseDown(const MouseEvent& event) {
+  if (byHand == ByHand::Off || event.button != MouseButton::Left || !hasMovie())
+    return ZBasicView::mouseDown(event);
+  site().setFocus();
+  if (!dragging) beginDrag(event.at);
+  updateCursor();
+}
+
+void CVivoCapView::mouseDouble(const MouseEvent& event) {
+  byHand == ByHand::Off ? ZBasicView::mouseDouble(event) : mouseDown(event);
+}
+
+void CVivoCapView::mouseMove(const MouseEvent& event) {
+  ZBasicView::mouseMove(event);
+  if (!dragging) return;
+  if (event.button != MouseButton::Left) return cancelDrag();  // its release was lost
+  dragged = draggedBy(event.at);
+  if (pulls()) pullShown();
+}
+
+void CVivoCapView::mouseUp(const MouseEvent& event) {
+  if (!dragging || event.button != MouseButton::Left) return ZBasicView::mouseUp(event);
+  mouseMove(event);  // the last place may have come with the release alone
+  endDrag(!event.shift);
+}
+
+// The images that follow the one shown, to the end of the selection, moved along with it.
+void CVivoCapView::endDrag(bool alsoRest) {
+  const Point by = tracks() ? Point{} - dragged : dragged;
+  const int32_t shown = doc.currentIndex();
+  const CZZMovie::Range rest{shown + 1, alsoRest ? doc.selection().last : shown + 1};
+  if (by != Point{}) {
+    if (tracks()) moveShown(by);
+    if (rest.first < rest.last) doc.moveImages(rest, by);
+    doc.appendNotes(format(text::kMovedByHand, shown, std::max(rest.first, rest.last), by.x, by.y) +
+                    text::kLineEnd);
+  }
+  scrollTo(scrollPosition() - pictureShift());  // it stays where it was pulled, as far as that goes
+  dragging = false;
+  site().captureMouse(false);
+  updateCursor();
+  redraw();
+}
+
+// The image shown goes back to where it was.
+void CVivoCapView::cancelDrag() {
+  if (!dragging) return;
+  if (pulls() && hasMovie()) moveShown(Point{} - pulled);
+  dragging = false;
+  site().captureMouse(false);
+  updateCursor();
 }
 
 // --- playback
@@ -207,7 +357,11 @@ void CVivoCapView::startPlayback(bool loops) {
   timer.start(period, [this] { tick(steadySeconds()); });
 }
 
+// What was dragged so far stays.
 void CVivoCapView::stopPlayback() {
+  if (dragging) endDrag(false);
+  byHand = ByHand::Off;
+  updateCursor();
   timer.stop();
   looping = false;
   playStep = 1;
@@ -224,8 +378,9 @@ void CVivoCapView::tick(double nowSeconds) {
   const int64_t step = doc.currentIndex() + int64_t{playStep};
   const int64_t wanted = doc.currentIndex() + late * playStep;
   if (step > last || (looping && wanted > last)) {  // past the end is the start
+    if (!looping) stopPlayback();                   // first, as a drag ends with the last image
     goTo(0);
-    if (!looping) return stopPlayback();
+    if (!isPlaying()) return;
     return restartClock(startedAt + static_cast<double>(due) * tickSeconds());
   }
   goTo(static_cast<int32_t>(std::min<int64_t>(wanted, last)));

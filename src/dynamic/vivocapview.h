@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "dynamic/flyingspot.h"
 #include "dynamic/vivocapdoc.h"
 #include "framework/messageloop.h"
 #include "imagedoc/zbasicview.h"
@@ -20,6 +21,10 @@ class CVivoCapView : public ZBasicView {
   void draw(Canvas& canvas) override;
   void wheel(const WheelEvent& event) override;  // with Shift along the sequence
   bool keyDown(const KeyEvent& event) override;
+  void mouseDown(const MouseEvent& event) override;
+  void mouseMove(const MouseEvent& event) override;
+  void mouseUp(const MouseEvent& event) override;
+  void mouseDouble(const MouseEvent& event) override;
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 
@@ -35,6 +40,10 @@ class CVivoCapView : public ZBasicView {
   void tick(double nowSeconds);
 
   int32_t playStep = 1;
+
+ protected:
+  Cursor wantedCursor() const override;
+  Point pictureShift() const override;  // as far as it is being pulled
 
  private:
   bool hasMovie() const { return doc.hasMovie(); }
@@ -53,11 +62,39 @@ class CVivoCapView : public ZBasicView {
   void stepForward() { goTo(doc.currentIndex() + 1); }
   void stepBack() { goTo(doc.currentIndex() - 1); }
 
+  // Movement corrected by dragging: the image is pulled into place, or what it shows is followed.
+  enum class ByHand { Off, Pulls, Tracks };
+  void setByHand(ByHand wanted);
+  void pullByHand() { setByHand(byHand == ByHand::Pulls ? ByHand::Off : ByHand::Pulls); }
+  void trackByHand() { setByHand(byHand == ByHand::Tracks ? ByHand::Off : ByHand::Tracks); }
+  bool pulls() const { return byHand == ByHand::Pulls; }
+  bool tracks() const { return byHand == ByHand::Tracks; }
+  Point draggedBy(Point windowPoint) const;
+  void pullShown();
+  void moveShown(Point by) { doc.moveImages({doc.currentIndex(), doc.currentIndex() + 1}, by); }
+  void beginDrag(Point windowPoint);
+  void endDrag(bool alsoRest);
+  void cancelDrag();
+
+  void toggleSpot() {
+    spot.toggle();
+    redraw();
+  }
+  void chartSpot() { doc.chartSpotVelocities(); }
+  bool hasSpotVelocities() const { return doc.hasSpotVelocities(); }
+  bool showsSpot() const { return spot.isOn(); }
+  const CDim* selectedLine() const;
+
   CVivoCapDoc& doc;
   Timer timer;  // runs while it plays
   bool looping = false;
   double startedAt = 0;
   int64_t ticksDone = 0;
+  FlyingSpot spot;
+  ByHand byHand = ByHand::Off;
+  bool dragging = false;
+  Point dragStart;        // window coordinates
+  Point dragged, pulled;  // since then, in frame pixels; and what of it the image shown has got
 };
 
 }  // namespace tarnvisor

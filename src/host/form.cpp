@@ -108,6 +108,11 @@ Form& Form::addCheck(std::string label, int32_t& value) {
 Form& Form::addChoice(std::string label, int32_t& index, std::vector<std::string> choices) {
   return addField({FormField::Kind::Choice, std::move(label), &index, {}, std::move(choices), false});
 }
+Form& Form::endWith(std::string label, int32_t& index, std::vector<std::string> buttons) {
+  addChoice(std::move(label), index, std::move(buttons));
+  rows.back().ends = true;
+  return *this;
+}
 Form& Form::addColour(std::string label, int32_t& colour) {
   return addField({FormField::Kind::ColourValue, std::move(label), &colour, {0, 0xffffff, {}}, {}, false});
 }

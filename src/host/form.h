@@ -34,6 +34,7 @@ struct FormField {
   std::string title;      // of the chooser of a File that is a folder; empty for a file
   int32_t decimals = -1;  // of a Number: how many it shows; -1 for as many as it has
   bool slides = false;    // of a Whole with both limits: a wide slider beside it, in a live form or not
+  bool ends = false;      // of a Choice: buttons, each of which ends the form, instead of OK and Cancel
 
   // The bound value as text: "1" or "0" for a check, the choice's words for a choice.
   std::string value() const;
@@ -59,6 +60,8 @@ class Form {
   // A line that the user only reads; what it shows may change while the form is open.
   Form& addReading(std::string label, std::string& text);
   Form& addSlider(std::string label, int32_t& value, int32_t low, int32_t high);
+  // The form ends by one of these buttons, the first of which is that of Enter; closing it is Cancel.
+  Form& endWith(std::string label, int32_t& index, std::vector<std::string> buttons);
   Form& withDecimals(int32_t count);  // of the Number just added
   Form& setOkLabel(std::string words);
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves

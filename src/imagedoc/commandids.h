@@ -101,6 +101,9 @@ inline constexpr int32_t VignetteTest = 34081;
 inline constexpr int32_t AutocalTest = 34082;
 inline constexpr int32_t VoronoiRegions = 34083;
 inline constexpr int32_t GreyWeights = 34115;
+inline constexpr int32_t CapillaryWidthMethod = 34130;
+inline constexpr int32_t FindCapillaryWidth = 34131;
+inline constexpr int32_t MeasureNailfoldLoops = 34132;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

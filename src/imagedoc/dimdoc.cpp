@@ -30,7 +30,7 @@ ZDimDoc::Row rowOf(CDim& dim, int index, Point offset, double sx, double sy) {
           format("%7.2f", dim.Tortuosity0()),
           format("%7.4f", tortuosity1),
           format("%3i", curves),
-          dim.label};
+          std::string(trimmed(dim.label))};
 }
 
 // Each text between double quotes and followed by a comma; quotes inside stay as they are.

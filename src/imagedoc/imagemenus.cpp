@@ -93,6 +93,10 @@ Menu analysisMenu() {
            cmd::CalculateAverage,
            cmd::ImageResults,
            K::Separator,
+           cmd::FindCapillaryWidth,
+           cmd::MeasureNailfoldLoops,
+           cmd::CapillaryWidthMethod,
+           K::Separator,
            cmd::FocusSettings,
            {"&Minima and regions",
             {cmd::Find8Regions, cmd::MinimaWithinWindow, cmd::MinimaWithinTolerance, cmd::WalkToMinima}}}};

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "analysis/profile.h"
 #include "app/basicapp.h"
 #include "base/clock.h"
 #include "base/files.h"

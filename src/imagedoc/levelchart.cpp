@@ -4,14 +4,13 @@
 #include <cmath>
 #include <numeric>
 
+#include "analysis/profile.h"
 #include "app/basicapp.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "charts/livechartdoc.h"
-#include "image/palette.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
-#include "measure/segmentclip.h"
 
 namespace tarnvisor {
 
@@ -27,11 +26,6 @@ Following following[2];
 Following& followingOf(LevelChart kind) { return following[static_cast<size_t>(kind)]; }
 const char* titleOf(LevelChart kind) {
   return kind == LevelChart::Profile ? text::kGreyLevelProfile : text::kHistogramTitle;
-}
-
-double greyOf(const uint8_t* blueGreenRed) {
-  const GreyWeights weights = weightsOfImages();
-  return blueGreenRed[0] * weights.blue + blueGreenRed[1] * weights.green + blueGreenRed[2] * weights.red;
 }
 
 // 256 counts of the levels in a rectangle, of colour those of its grey.
@@ -74,34 +68,8 @@ std::string summaryOfCounts(std::span<const double> counts) {
                 std::accumulate(counts.begin(), counts.end(), 0.0));
 }
 
-constexpr double kMostLevels = 1e8;
-
-// What of a path lies within the image, in its own frame rows.
-struct Piece {
-  Point from, to;
-  double length;
-};
-
-// What lies outside is cut off first: a damaged file's line may be of any length.
-std::vector<Piece> piecesWithin(const CZZimage& image, std::span<const Point> path) {
-  std::vector<Piece> pieces;
-  if (image.empty() || path.empty()) return pieces;
-  const Rect pixels{0, 0, image.width - 1, image.frameHeight() - 1};  // clipping counts both sides in
-  const Point origin = image.frameOrigin();
-  for (size_t i = 0; i < std::max<size_t>(1, path.size() - 1); ++i) {
-    Point a = path[i] - origin, b = path[std::min(i + 1, path.size() - 1)] - origin;
-    if (clipSegment(a, b, pixels, false)) pieces.push_back({a, b, std::hypot(b.x - a.x, b.y - a.y)});
-  }
-  return pieces;
-}
-
-double lengthOf(std::span<const Piece> pieces) {
-  double length = 0;
-  for (const Piece& piece : pieces) length += piece.length;
-  return length;
-}
-
-void showPath(ZliveChartDoc& chart, ZBasicDoc& document, std::span<const Point> path) {
+// Gives how many units a pixel along the path is.
+double showPath(ZliveChartDoc& chart, ZBasicDoc& document, std::span<const Point> path) {
   const Scale scale = document.scale();
   double pixels = 0, length = 0;
   for (size_t i = 1; i < path.size(); ++i) {
@@ -116,6 +84,7 @@ void showPath(ZliveChartDoc& chart, ZBasicDoc& document, std::span<const Point> 
                            ? lengthWithin(*document.theImage(), path) / static_cast<double>(levels.size() - 1)
                            : 1.0;
   fill(chart, levels, perPixel * apart, document.unitName(), document.title(), "level");
+  return perPixel;
 }
 
 void refresh(LevelChart kind, ZliveChartDoc& chart, ZBasicDoc& document, int32_t selected) {
@@ -130,7 +99,7 @@ void refresh(LevelChart kind, ZliveChartDoc& chart, ZBasicDoc& document, int32_t
   const CDimList& list = document.currentDims();
   if (list.isValid(selected)) dimension = selected;
   if (!list.isValid(dimension)) return;
-  showPath(chart, document, list.at(dimension).points);
+  (void)showPath(chart, document, list.at(dimension).points);
 }
 
 void show(LevelChart kind, ZBasicDoc& document, int32_t dimension) {
@@ -163,40 +132,18 @@ void refreshLevelCharts(ZBasicDoc& document, int32_t selectedDimension) {
         refresh(kind, *chart, document, selectedDimension);
 }
 
+void showProfileBetween(ZBasicDoc& document, std::span<const Point> path, double from, double to) {
+  ZliveChartDoc* chart = document.hasImage() ? showLiveChart(titleOf(LevelChart::Profile)) : nullptr;
+  if (!chart) return;
+  followingOf(LevelChart::Profile) = {&document, -1};
+  const double perPixel = showPath(*chart, document, path);
+  if (ZchartView* view = viewOf(*chart)) view->select(from * perPixel, to * perPixel);
+}
+
 void previewLevelProfile(ZBasicDoc& document, std::span<const Point> path) {
   const CZZimage* image = document.theImage();
   if (!image || image->empty() || followedBy(LevelChart::Profile) != &document) return;
   if (ZliveChartDoc* chart = findLiveChart(titleOf(LevelChart::Profile))) showPath(*chart, document, path);
-}
-
-double greyLevelAt(const CZZimage& image, Point at) {
-  const int32_t y = image.isField() ? at.y / 2 : at.y;
-  const uint8_t* p = image.row(y) + static_cast<ptrdiff_t>(at.x) * image.bytesPerPixel;
-  return image.bytesPerPixel == 1 ? p[0] : greyOf(p);
-}
-
-double lengthWithin(const CZZimage& image, std::span<const Point> path) {
-  return lengthOf(piecesWithin(image, path));
-}
-
-std::vector<double> levelsAlong(const CZZimage& image, std::span<const Point> path) {
-  std::vector<double> levels;
-  const std::vector<Piece> pieces = piecesWithin(image, path);
-  if (pieces.empty()) return levels;
-  const double length = lengthOf(pieces);
-  const double pixels = std::clamp(std::round(length), 1.0, kMostLevels);
-  const auto steps = static_cast<int32_t>(length > 0 ? pixels : 0);
-  auto piece = pieces.begin();
-  double before = 0;  // of the path, up to the piece
-  for (int32_t n = 0; n <= steps; ++n) {
-    const double at = steps > 0 ? length * n / steps : 0;
-    for (; at > before + piece->length && piece + 1 != pieces.end(); ++piece) before += piece->length;
-    const double part = piece->length > 0 ? std::min(1.0, (at - before) / piece->length) : 0;
-    const Point a = piece->from, b = piece->to;
-    levels.push_back(greyLevelAt(
-        image, {truncated(a.x + part * (b.x - a.x) + 0.5), truncated(a.y + part * (b.y - a.y) + 0.5)}));
-  }
-  return levels;
 }
 
 LevelSummary levelsWithin(const CZZimage& image, const Rect& rect) {

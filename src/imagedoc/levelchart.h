@@ -24,14 +24,9 @@ void refreshLevelCharts(ZBasicDoc& document, int32_t selectedDimension);
 // which no dimension has yet.
 void previewLevelProfile(ZBasicDoc& document, std::span<const Point> path);
 
-// The grey levels along a path through the points, from the first to the last, evenly and as near to one for
-// each pixel of its length as that comes; of colour the weighted grey. The points are the parent frame's, as
-// marks are. What lies outside the image is left out.
-std::vector<double> levelsAlong(const CZZimage& image, std::span<const Point> path);
-// The length in pixels from the first of these levels to the last.
-double lengthWithin(const CZZimage& image, std::span<const Point> path);
-// A pixel's level, weighted where it has colours, at a frame row of the image itself. No bounds are checked.
-double greyLevelAt(const CZZimage& image, Point at);
+// The profile along a path that need be no dimension, opened or raised, with the stretch between two places
+// selected, in pixels from its first point.
+void showProfileBetween(ZBasicDoc& document, std::span<const Point> path, double from, double to);
 
 struct LevelSummary {
   double mean = 0, minimum = 0, maximum = 0;

@@ -32,6 +32,11 @@ constexpr ColumnRecord kVoronoi[] = {
     {6, 1, "density", 8, 6, 2},   {7, 1, "#regions", 9, 7, 0},  {8, 1, "Av Area", 9, 8, 1},
     {9, 1, "#NN", 5, 4, 0},       {10, 1, "Av NN", 8, 7, 1},    {11, 1, "Av Krogh", 10, 9, 1}};
 
+constexpr ColumnRecord kDiameter[] = {{0, 1, "filename", 20, 0, 0},
+                                      {1, 1, "units", 6, 0, 0},
+                                      {2, 1, "line", 5, 5, 0},
+                                      {3, 1, "width", 8, 7, 1}};
+
 constexpr ColumnRecord kNailfold[] = {
     {0, 1, "filename", 20, 0, 0},    {1, 1, "units", 6, 0, 0},       {2, 1, "line", 5, 5, 0},
     {3, 1, "apex width", 10, 7, 1},  {4, 1, "loop width", 10, 7, 1}, {5, 1, "left width", 10, 7, 1},
@@ -42,6 +47,7 @@ constexpr ColumnRecord kNailfold[] = {
 
 const ResultTable kImageResults{11038, "Image Results", kImage};
 const ResultTable kVoronoiResults{0, "Voronoi-Results", kVoronoi};
+const ResultTable kDiameterResults{11023, "Diameter Calculation Results", kDiameter};
 const ResultTable kNailfoldResults{11066, "Nailfold Capillary loop measurements", kNailfold};
 
 }  // namespace tarnvisor

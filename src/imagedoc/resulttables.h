@@ -7,6 +7,7 @@ namespace tarnvisor {
 
 extern const ResultTable kImageResults;
 extern const ResultTable kVoronoiResults;
+extern const ResultTable kDiameterResults;
 extern const ResultTable kNailfoldResults;
 
 }  // namespace tarnvisor

@@ -99,6 +99,10 @@ class ZBasicView : public CView, public AutoLoadSink {
 
  protected:
   void onSize() override;
+  virtual Cursor wantedCursor() const;
+  // How far the picture is drawn out of its place, with the marks where they are in their frame.
+  virtual Point pictureShift() const { return {}; }
+  void updateCursor();
   // In hand, whatever was before.
   void takeTool(int32_t wanted);
 
@@ -145,7 +149,6 @@ class ZBasicView : public CView, public AutoLoadSink {
   void endMoveRoi();
   void endDragDimension();
   void changed();
-  void updateCursor();
   bool escape();
 
   // zbasicview_shapes.cpp: dimensions that grow click by click
@@ -196,6 +199,12 @@ class ZBasicView : public CView, public AutoLoadSink {
   void autocalCommand();
   void printCommand();
   void previewCommand();
+
+  // zbasicview_widths.cpp
+  bool hasLines() const;
+  void widthMethod();
+  void findCapillaryWidth();
+  void measureNailfoldLoops();
 
   ZBasicDoc& doc;
   std::unique_ptr<PicturePainter> painter;

@@ -29,10 +29,11 @@ void ZBasicView::draw(Canvas& canvas) {
     canvas.fill({0, 0, area.width, area.height}, PicturePainter::kSurround & 0xffffff);
     return;
   }
-  painter->paint(canvas, *doc.theImage(), zoomnum, zoomden, scrollPosition(), area);
-  ZoomCanvas zoomed(canvas, zoomnum, zoomden, scrollPosition(), {0, 0, area.width, area.height},
-                    doc.imageOrigin());
-  const Point first = toImage({0, 0}), last = toImage({area.width, area.height});
+  const Point from = scrollPosition() - pictureShift();
+  painter->paint(canvas, *doc.theImage(), zoomnum, zoomden, from, area);
+  ZoomCanvas zoomed(canvas, zoomnum, zoomden, from, {0, 0, area.width, area.height}, doc.imageOrigin());
+  const Point corner = Point{} - pictureShift();
+  const Point first = toImage(corner), last = toImage(corner + Point{area.width, area.height});
   drawOverlays(zoomed, doc, selected, {first.x, first.y, wrapAdd(last.x, 1), wrapAdd(last.y, 1)});
   if (dragmode != kNoDrag) drawRubber(zoomed, rubber, dragmode);
   if (showsScaleBar) drawScaleBar(canvas, scaleBarFor(doc, zoomnum, zoomden, area.width), area);

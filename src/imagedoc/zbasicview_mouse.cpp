@@ -68,16 +68,15 @@ void ZBasicView::changed() {
   doc.updateAllViews(CView::Change::Marks);
 }
 
+Cursor ZBasicView::wantedCursor() const {
+  if (grip == Grip::Scroll) return Cursor::ClosedHand;
+  if (tool == kToolPan) return Cursor::OpenHand;
+  if (tool == kToolDrag || tool == kToolMoveRoi) return Cursor::Move;
+  return tool == kToolNone ? Cursor::Arrow : Cursor::Cross;
+}
+
 void ZBasicView::updateCursor() {
-  Cursor wanted = Cursor::Cross;
-  if (grip == Grip::Scroll)
-    wanted = Cursor::ClosedHand;
-  else if (tool == kToolPan)
-    wanted = Cursor::OpenHand;
-  else if (tool == kToolDrag || tool == kToolMoveRoi)
-    wanted = Cursor::Move;
-  else if (tool == kToolNone)
-    wanted = Cursor::Arrow;
+  const Cursor wanted = wantedCursor();
   if (wanted != cursor) site().setCursor(wanted);
   cursor = wanted;
 }

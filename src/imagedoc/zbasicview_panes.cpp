@@ -1,8 +1,8 @@
 // The status texts of the image view.
 #include "analysis/autofocus.h"
+#include "analysis/profile.h"
 #include "base/text.h"
 #include "imagedoc/focusfigure.h"
-#include "imagedoc/levelchart.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {

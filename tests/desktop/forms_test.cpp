@@ -50,6 +50,23 @@ TEST(FormDialog, SaysBesideTheFieldWhatIsWrongAndTurnsOkOff) {
   EXPECT_EQ(angle, -2.5);
 }
 
+TEST(FormDialog, EndsByButtonsOfItsOwn) {
+  int32_t rest = 0, verdict = 0;
+  Form form("Result");
+  form.addNote("diameter = 5.0 um").addCheck("the rest", rest);
+  form.endWith("verdict", verdict, {"&Accept", "&Skip"});
+  FormDialog dialog(form, nullptr);
+  QStringList words;
+  for (const QPushButton* each : dialog.findChildren<QPushButton*>()) words << each->text();
+  EXPECT_EQ(words, QStringList({"&Accept", "&Skip"}));
+  EXPECT_TRUE(dialog.okButton()->isDefault());
+  dynamic_cast<QCheckBox*>(dialog.editor(1))->setChecked(true);
+  dialog.findChildren<QPushButton*>().back()->click();
+  EXPECT_EQ(dialog.result(), QDialog::Accepted);
+  EXPECT_EQ(verdict, 1);
+  EXPECT_EQ(rest, 1);
+}
+
 TEST(FormDialog, KeepsEverythingOnCancelAndRefusesEnterWhileAValueIsWrong) {
   int32_t whole = 5;
   std::string text = "before";

@@ -1,6 +1,7 @@
 // The tests of the optics, and the live charts of grey levels.
 #include "imagedoc/imagetests.h"
 
+#include "analysis/profile.h"
 #include "base/clock.h"
 #include "charts/livechartdoc.h"
 #include "imagedoc/levelchart.h"
