@@ -1,3 +1,5 @@
 bench_program(bench_synth SOURCES fingervideo.cpp DEPENDS synth)
 add_executable(bench_accuracy_flow accuracy_flow.cpp)
 target_link_libraries(bench_accuracy_flow PRIVATE analysis synth)
+add_executable(bench_accuracy_velocity accuracy_velocity.cpp)
+target_link_libraries(bench_accuracy_velocity PRIVATE analysis synth)

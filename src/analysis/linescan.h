@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -55,7 +56,7 @@ struct LinescanTraces {
   ZZTrace* cbvUncut = nullptr;
   ZZTrace* line1 = nullptr;
   ZZTrace* line2 = nullptr;
-  ZZTrace* peakratio = nullptr;  // of the highest peak to the next, times 1000
+  ZZTrace* peakratio = nullptr;  // of the highest peak to the next; 0 where there is none
 };
 
 // The trace whose rows the high pass reads, and whose width and units "difference" has; null for none.
@@ -74,8 +75,16 @@ class RowVelocity {
   void correlstep(const VelocityParameters& parameters, const LinescanTraces& traces, uint32_t row);
 
  private:
+  void highpass(const VelocityParameters& parameters, const C2DTrace& source, C2DTrace& difference,
+                uint32_t row);
+  bool canBeCompared(const VelocityParameters& parameters, const LinescanTraces& traces,
+                     const C2DTrace& source, uint32_t row);
+  void readPeak(const VelocityParameters& parameters, const LinescanTraces& traces);
+
   std::vector<double> runningMean;
   bool isFirst = true;
+  // Work of a row.
+  std::vector<double> values, earlier;
 };
 
 // One delay between the lines, for the samples up to these.
