@@ -12,9 +12,12 @@
 #include <string>
 #include <vector>
 
+#include "analysis/lagcorrelation.h"
 #include "traces/trace.h"
 
 namespace tarnvisor {
+
+struct LagPeak;
 
 inline constexpr double kNoReading = -1.0;
 
@@ -77,14 +80,30 @@ class RowVelocity {
  private:
   void highpass(const VelocityParameters& parameters, const C2DTrace& source, C2DTrace& difference,
                 uint32_t row);
+  double shareInMean(const VelocityParameters& parameters);
+  bool hasSettled(const VelocityParameters& parameters, const LinescanTraces& traces) const;
   bool canBeCompared(const VelocityParameters& parameters, const LinescanTraces& traces,
                      const C2DTrace& source, uint32_t row);
+  void passOver(C2DTrace& correllogram, const LinescanTraces& traces);
   void readPeak(const VelocityParameters& parameters, const LinescanTraces& traces);
+  void finestep(const VelocityParameters& parameters, const LinescanTraces& traces, const C2DTrace& source,
+                uint32_t row);
+  void refine(const VelocityParameters& parameters, size_t points, LagPeak& peak);
+  void followMotion(const VelocityParameters& parameters);
+  bool putStanding(const VelocityParameters& parameters, const LinescanTraces& traces, uint32_t row);
 
   std::vector<double> runningMean;
   bool isFirst = true;
-  // Work of a row.
-  std::vector<double> values, earlier;
+  // Of all lags both ways, averaged in time.
+  struct Averaged {
+    LagCorrelation lags;
+    std::vector<double> coefficients;
+    void average(int32_t rows, bool isFirst);
+  };
+  Averaged levels, rises;
+  double rowsInMean = 0;
+  double motion = 0;                    // share of a pattern in what is left of a row, averaged in time
+  std::vector<double> values, earlier;  // work of a row
 };
 
 // One delay between the lines, for the samples up to these.
@@ -125,10 +144,10 @@ struct LimitCurves {
 };
 LimitCurves limitCurves(const LinescanTraces& traces);
 
-// Rows [from, to) of the ring, all for from == to.
 struct VelocityStatistics {
   uint32_t rows = 0;  // that hold something
   uint32_t goodRows = 0;
+  uint32_t points = 0;  // of the line; 0 for two lines
   // Of the good rows alone; nothing where there are none.
   double mean = 0, least = 0, greatest = 0;
   double correlation = 0;  // r squared
@@ -136,16 +155,18 @@ struct VelocityStatistics {
   bool hasReading() const { return goodRows > 0; }
   double share() const { return rows > 0 ? static_cast<double>(goodRows) / rows : 0.0; }
 };
+// Of rows [from, to) of the ring, all for from == to. Rows whose reading looks back on rows that are not
+// there are no good ones.
 VelocityStatistics velocityStatistics(const LinescanTraces& traces, const VelocityParameters& parameters,
                                       uint32_t from, uint32_t to);
 
 enum class Reliability { None, Unreliable, Fair, Good };
-// Where it is Unreliable, words stand in place of the number.
+// Where it is Unreliable, its words stand in place of the number.
 Reliability reliabilityOf(const VelocityStatistics& statistics);
 const char* wordsFor(Reliability reliability);
-// What makes a velocity doubtful by its size; empty for nothing.
-std::string velocityWarning(const VelocityStatistics& statistics, const LinescanTraces& traces,
-                            const VelocityParameters& parameters);
+// What makes a velocity doubtful by its size; empty for nothing. period: of the rows.
+std::string velocityWarning(const VelocityStatistics& statistics, const VelocityParameters& parameters,
+                            double period);
 // What the additions in use do, for names and notes; empty without them.
 std::string additionWords(const VelocityParameters& parameters);
 

@@ -57,6 +57,7 @@ bool isGood(const LinescanTraces& traces, const VelocityParameters& parameters, 
 VelocityStatistics velocityStatistics(const LinescanTraces& traces, const VelocityParameters& parameters,
                                       uint32_t from, uint32_t to) {
   VelocityStatistics found;
+  if (parameters.cbvmethod != kTwoLines && traces.scan) found.points = traces.scan->width();
   const ZZTrace *cbv = traces.cbv, *correlation = traces.correlation;
   if (!cbv || !correlation || !cbv->data || correlation->size() != cbv->size()) return found;
   const uint32_t size = cbv->size(), back = rowsBack(parameters);
@@ -65,6 +66,7 @@ VelocityStatistics velocityStatistics(const LinescanTraces& traces, const Veloci
     return from == to || (from < to ? row >= from && row < to : row >= from || row < to);
   };
   const bool knowsRatio = traces.peakratio && traces.peakratio->size() == size;
+  uint32_t ratios = 0;
   uint64_t held = 0;  // rows without a break up to this one
   for (uint32_t i = 0; i < size; ++i) {
     const uint32_t row = static_cast<uint32_t>((uint64_t{cbv->origin} + i) % size);
@@ -79,11 +81,73 @@ VelocityStatistics velocityStatistics(const LinescanTraces& traces, const Veloci
     ++found.goodRows;
     found.mean += velocity;
     found.correlation += correlation->data->at(row) * 0.001;
-    if (knowsRatio) found.peakRatio += traces.peakratio->data->at(row);
+    const double ratio = knowsRatio ? traces.peakratio->data->at(row) : 0.0;
+    if (!(ratio > 0)) continue;
+    found.peakRatio += ratio;
+    ++ratios;
   }
   if (!found.hasReading()) return found;
-  for (double* sum : {&found.mean, &found.correlation, &found.peakRatio}) *sum /= found.goodRows;
+  found.mean /= found.goodRows;
+  found.correlation /= found.goodRows;
+  if (ratios > 0) found.peakRatio /= ratios;
   return found;
+}
+
+// Measured on cells of known velocity: beyond these lie most of what is wrong by more than a tenth, what
+// comes of noise, and flow the other way that is taken for forward.
+Reliability reliabilityOf(const VelocityStatistics& statistics) {
+  constexpr uint32_t kFewPoints = 32;
+  constexpr double kNearlyAlike = 0.7;  // leaves no doubt, whatever else is alike
+  if (!statistics.hasReading()) return Reliability::None;
+  const bool isShort = statistics.points > 0 && statistics.points < kFewPoints;
+  const auto hasRivals = [&](double ratio) {
+    return statistics.peakRatio > 0 && statistics.peakRatio < ratio && statistics.correlation < kNearlyAlike;
+  };
+  if (isShort || hasRivals(1.65) || statistics.share() < 0.1) return Reliability::Unreliable;
+  const bool isFair = hasRivals(2) || statistics.share() < 0.5 || statistics.correlation < 0.3;
+  return isFair ? Reliability::Fair : Reliability::Good;
+}
+
+const char* wordsFor(Reliability reliability) {
+  switch (reliability) {
+    case Reliability::Unreliable:
+      return "unreliable";
+    case Reliability::Fair:
+      return "fair";
+    case Reliability::Good:
+      return "good";
+    case Reliability::None:
+      break;
+  }
+  return "no reading";
+}
+
+namespace {
+
+constexpr const char* kTooFast = "too fast for the line and rate";
+constexpr const char* kTooSlow = "too slow to tell from standing still";
+
+}  // namespace
+
+std::string velocityWarning(const VelocityStatistics& statistics, const VelocityParameters& parameters,
+                            double period) {
+  // Half a line is the farthest that can be seen at all.
+  constexpr double kNearlyHalf = 0.45, kNearlyAll = 0.9, kFewRows = 2;
+  const double speed = std::abs(statistics.mean);
+  if (!statistics.hasReading() || speed == 0) return {};
+  if (parameters.cbvmethod == kTwoLines) {
+    const double delay = parameters.linedistance / (speed * period);
+    return delay < kFewRows ? kTooFast : delay > kNearlyAll * parameters.noofpoints ? kTooSlow : "";
+  }
+  const double shift = speed * period * parameters.gap;
+  // Of whole points one may as well be none.
+  const double least = parameters.subpoint ? 0.5 : 1.5;
+  return shift > kNearlyHalf * statistics.points ? kTooFast : shift < least ? kTooSlow : "";
+}
+
+std::string additionWords(const VelocityParameters& parameters) {
+  if (parameters.subpoint && parameters.bothways) return "between points, both ways";
+  return parameters.subpoint ? "between points" : parameters.bothways ? "both ways" : "";
 }
 
 }  // namespace tarnvisor

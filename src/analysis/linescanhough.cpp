@@ -1,7 +1,6 @@
 // Straight stripes of a scan, by a Hough transform.
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 #include "analysis/blur.h"
 #include "analysis/linescan.h"
@@ -31,7 +30,7 @@ struct Voter {
   double c;
 };
 
-// What lies above the threshold, in rows that hold something.
+// What lies above the threshold, in rows that hold something: from the greatest y on.
 std::vector<Voter> voters(const VelocityParameters& parameters, const C2DTrace& source, uint32_t rows) {
   std::vector<Voter> found;
   uint32_t first = 0, last = 0;
@@ -72,6 +71,72 @@ void vote(std::span<const Voter> cells, double step, C2DTrace& map) {
   });
   for (uint32_t rho = 0; rho < rows; ++rho)
     for (uint32_t k = 0; k < kHoughColumns; ++k) map.data->putcell(rho, k, votes[size_t{k} * rows + rho]);
+}
+
+// cos(theta) * y + sin(theta) * c = rho
+struct Line {
+  double theta;
+  double rho;
+};
+
+// The straight line nearest the cells of a stripe: those near the line at first, and then, since a broad
+// stripe's diagonal gets most votes, as far to both sides as the stripe goes on.
+Line fitted(Line line, std::span<const Voter> cells, double width) {
+  constexpr double kNear = 2.0, kFar = 12.0;
+  constexpr double kSides = 2.1;  // in deviations: a little more than an even band's half
+  constexpr int32_t kTurns = 16;
+  double reach = kNear;
+  for (int32_t turn = 0; turn < kTurns; ++turn) {
+    const double cosine = std::cos(line.theta), sine = std::sin(line.theta);
+    const double most = (line.rho + reach) / cosine, least = (line.rho - reach - sine * width) / cosine;
+    const auto first =
+        std::partition_point(cells.begin(), cells.end(), [&](const Voter& v) { return v.y > most; });
+    const auto last = std::partition_point(first, cells.end(), [&](const Voter& v) { return v.y >= least; });
+    double n = 0, y = 0, c = 0, yy = 0, cc = 0, yc = 0;
+    for (const Voter& cell : std::span(first, last)) {
+      if (std::abs(cosine * cell.y + sine * cell.c - line.rho) > reach) continue;
+      n += 1;
+      y += cell.y;
+      c += cell.c;
+      yy += cell.y * cell.y;
+      cc += cell.c * cell.c;
+      yc += cell.y * cell.c;
+    }
+    if (n < 2) return line;
+    // Across the line the cells scatter least.
+    const double spreadY = yy - y * y / n, spreadC = cc - c * c / n, both = yc - y * c / n;
+    const double along = 0.5 * std::atan2(2 * both, spreadY - spreadC);
+    const double theta = along > 0 ? along - kRightAngle : along + kRightAngle;
+    if (!(theta > 0) || !(theta < kRightAngle)) return line;
+    line = {theta, (std::cos(theta) * y + std::sin(theta) * c) / n};
+    const double across = (spreadY + spreadC - std::hypot(spreadY - spreadC, 2 * both)) / 2;
+    reach = std::clamp(kSides * std::sqrt(std::max(across, 0.0) / n), kNear, kFar);
+  }
+  return line;
+}
+
+// False for what is no stripe: a peak that the map's edge cuts off, or cells that lie along another line.
+bool fit(Line& line, std::span<const Voter> cells, double width, int32_t column) {
+  constexpr double kFaster = 1.4;
+  const double before = std::tan(line.theta);
+  line = fitted(line, cells, width);
+  const double changed = std::tan(line.theta) / before;
+  return column > 1 && changed < kFaster && changed > 1 / kFaster;
+}
+
+Slope slopeOf(const Line& line, double height, double width, const C2DTrace& scan) {
+  const double along = std::sin(line.theta) * line.rho, tangent = std::tan(line.theta);
+  const double top = height - std::cos(line.theta) * line.rho;
+  return {(top - along * tangent) * scan.period, 0.0, (top + (width - along) * tangent) * scan.period,
+          width * scan.ygain};
+}
+
+// How far the darkest pixel is from white.
+int32_t deepest(const CZZimage& image) {
+  int32_t darkest = 255;
+  for (int32_t y = 0; y < image.height; ++y)
+    darkest = std::min<int32_t>(darkest, *std::min_element(image.row(y), image.row(y) + image.width));
+  return 255 - darkest;
 }
 
 // The map as a grey image with dark peaks. False without any vote.
@@ -129,16 +194,17 @@ std::vector<Slope> houghSlopes(const VelocityParameters& parameters, const C2DTr
   CZZimage image;
   if (!makePeakImage(map, image)) return slopes;
   if (parameters.houghlowpass != 0) gaussianBlur(image, 1.0f);
-  const int32_t limit = truncated((1 - parameters.houghthreshold * 0.01) * 255);
+  const int32_t depth = parameters.subpoint ? deepest(image) : 255;
+  const int32_t limit = 255 - depth + truncated((1 - parameters.houghthreshold * 0.01) * depth);
   const double step = angleStep(parameters, scan);
-  const double height = scan.size(), width = source.width();
-  for (const MinimumPoint& peak : minimaInTolerance(image, limit, parameters.houghtol * 255 / 100)) {
+  const double height = scan.size();
+  const std::vector<Voter> cells =
+      parameters.subpoint ? voters(parameters, source, scan.size()) : std::vector<Voter>();
+  for (const MinimumPoint& peak : minimaInTolerance(image, limit, parameters.houghtol * depth / 100)) {
     if (slopes.size() == kMostSlopes) break;
-    const double theta = (kHoughColumns - 1 - peak.x) * step, rho = static_cast<double>(map.size()) - peak.y;
-    const double along = std::sin(theta) * rho, tangent = std::tan(theta);
-    const double top = height - std::cos(theta) * rho;
-    slopes.push_back({(top - along * tangent) * scan.period, 0.0,
-                      (top + (width - along) * tangent) * scan.period, width * scan.ygain});
+    Line line{(kHoughColumns - 1 - peak.x) * step, static_cast<double>(map.size()) - peak.y};
+    if (parameters.subpoint && !fit(line, cells, source.width(), peak.x)) continue;
+    slopes.push_back(slopeOf(line, height, source.width(), scan));
   }
   return slopes;
 }
