@@ -1,4 +1,6 @@
-// How right velocities from linescans are.
+// How right velocities from linescans are, as set and with the additions: on simulated columns of cells whose
+// velocity is known, and with the folder of the recorded pictures as argument (or in TARNVISOR_TEST_DATA)
+// along vessels whose speed others measured. What is told as unreliable counts as told, not as a number.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -6,233 +8,180 @@
 #include <string>
 #include <vector>
 
-#include "analysis/linescan.h"
-#include "synth/cellcolumn.h"
+#include "base/files.h"
+#include "support/linescans.h"
 
 namespace tarnvisor {
 namespace {
 
-// A linescan with all its traces, held as a document holds them.
-struct Scan {
-  Scan(const VelocityParameters& with, uint32_t rows, uint16_t points, double period)
-      : parameters(with),
-        scan(kWordRowsCode, rows, points),
-        difference(kDoubleRowsCode, rows, points),
-        correllogram(kWordRowsCode, rows, correllogramWidth(with, points)),
-        correlation(kDoubleCode, rows),
-        cbv(kDoubleCode, rows),
-        uncut(kDoubleCode, rows),
-        ratio(kDoubleCode, rows),
-        line1(kDoubleCode, rows),
-        line2(kDoubleCode, rows) {
-    traces = {&scan, &scan,  &difference, &correllogram, nullptr, &correlation,
-              &cbv,  &uncut, &line1,      &line2,        &ratio};
-    for (ZZTrace* t : all()) {
-      t->circular = 1;
-      t->period = period;
-    }
-    for (ZZTrace* t : {&correlation, &cbv, &uncut}) t->data->fill(kNoReading);
-  }
-  std::vector<ZZTrace*> all() {
-    return {&scan, &difference, &correllogram, &correlation, &cbv, &uncut, &ratio, &line1, &line2};
-  }
-  void put(const CellColumn& column) {
-    std::vector<double> values(scan.width());
-    for (uint32_t row = 0; row < scan.size(); ++row) {
-      column.row(row, values);
-      for (uint32_t i = 0; i < values.size(); ++i) scan.data->putcell(row, i, values[i]);
-      scan.setextent(row, scan.width());
-    }
-  }
-  void calculate() {
-    for (uint32_t row = 0; row < scan.size(); ++row) {
-      for (ZZTrace* t : all()) t->origin = row;
-      if (parameters.cbvmethod == kTwoLines)
-        twolinestep(parameters, traces, row, row);
-      else
-        stepper.rowstep(parameters, traces, row);
-    }
-    for (ZZTrace* t : all()) t->origin = 0;
-  }
+constexpr uint64_t kSeeds = 3;
+constexpr double kNoises[] = {0, 5, 10, 20};
 
-  VelocityParameters parameters;
-  C2DTrace scan, difference, correllogram;
-  ZZTrace correlation, cbv, uncut, ratio, line1, line2;
-  LinescanTraces traces;
-  RowVelocity stepper;
+VelocityParameters parametersFor(bool additions) { return {.subpoint = additions, .bothways = additions}; }
+
+double percentApart(double found, double truth) { return 100 * (found / truth - 1); }
+
+// --- shifts between rows
+
+struct Share {
+  int cases = 0, right = 0, told = 0;
 };
 
-uint32_t seeds = 3;
+// The gap is chosen for a shift of about 15 points, or a quarter of the line.
+void countRows(bool additions, CellColumn::Settings cells, uint16_t line, Share& share) {
+  VelocityParameters with = parametersFor(additions);
+  with.gap =
+      std::max(1, static_cast<int32_t>(std::lround(std::min(15, line / 4) * cells.rate / cells.velocity)));
+  if (cells.velocity / cells.rate * with.gap > line / 2 - 2) return;
+  for (cells.seed = 1; cells.seed <= kSeeds; ++cells.seed) {
+    SimulatedScan scan(with, static_cast<uint32_t>(std::max(300, 4 * with.gap)), line, cells.rate);
+    scan.fill(cells);
+    scan.calculate();
+    const VelocityStatistics found = scan.statistics();
+    const bool isNumber = reliabilityOf(found) > Reliability::Unreliable;
+    ++share.cases;
+    share.told += !isNumber;
+    share.right += found.hasReading() && std::abs(percentApart(found.mean, cells.velocity)) <= 3;
+  }
+}
 
-void rowsTable(bool additions, std::vector<uint16_t> lines) {
-  std::printf("rows, gap for 15 points, %s\n", additions ? "with the additions" : "as set");
-  std::printf("%8s %8s %8s %6s | share of cases within 3 %% at noise 0, 5, 10, 20\n", "points/s", "line",
-              "rate", "gap");
-  for (const bool slow : {true, false}) {
-    for (const uint16_t line : lines) {
-      for (const double noise : {0.0, 5.0, 10.0, 20.0}) {
-        int cases = 0, right = 0, none = 0;
-        double worst = 0;
-        std::string words;
-        for (const double rate : {30.0, 60.0, 120.0})
+void tellRows(bool additions, double columnLength) {
+  std::printf(
+      "\nrows, cells %.0f points long: percent of cases within 3 %% (told as unreliable or nothing)\n",
+      columnLength);
+  std::printf("%6s %10s", "line", "points/s");
+  for (const double noise : kNoises) std::printf("   at noise %2.0f ", noise);
+  for (const uint16_t line : {20, 64, 100, 200})
+    for (const bool slow : {true, false}) {
+      std::printf("\n%6d %10s", line, slow ? "2 to 20" : "30 to 2000");
+      for (const double noise : kNoises) {
+        Share share;
+        for (const double rate : {30, 60, 120})
           for (const double velocity : slow ? std::vector<double>{2, 5, 10, 20}
                                             : std::vector<double>{30, 50, 100, 200, 500, 1000, 2000})
-            for (uint64_t seed = 1; seed <= seeds; ++seed) {
-              const int32_t gap = std::max(1, static_cast<int32_t>(std::lround(15 * rate / velocity)));
-              if (velocity / rate * gap > line / 2 - 2) continue;
-              VelocityParameters with;
-              with.gap = gap;
-              with.subpoint = with.bothways = additions;
-              Scan scan(with, static_cast<uint32_t>(std::max(300, 4 * gap)), line, 1 / rate);
-              scan.put(CellColumn({.seed = seed, .velocity = velocity, .rate = rate, .noise = noise}));
-              scan.calculate();
-              const VelocityStatistics s = velocityStatistics(scan.traces, with, 0, 0);
-              ++cases;
-              none += !s.hasReading();
-              const double error = s.hasReading() ? s.mean / velocity - 1 : 1;
-              right += std::abs(error) <= 0.03;
-              if (std::getenv("VERBOSE"))
-                std::printf(
-                    "   v %5.0f rate %4.0f gap %4d noise %2.0f line %d: %8.2f %+6.1f%% share %.2f r2 %.2f ratio %.2f\n",
-                    velocity, rate, gap, noise, line, s.mean, 100 * error, s.share(), s.correlation,
-                    s.peakRatio);
-              worst = std::max(worst, std::abs(error));
-            }
-        std::printf("%8s line %3d noise %2.0f: %5.1f %% of %3d right, %5.1f %% none, worst %6.1f %%\n",
-                    slow ? "<30" : ">=30", line, noise, 100.0 * right / cases, cases, 100.0 * none / cases,
-                    100 * worst);
+            countRows(additions,
+                      {.velocity = velocity, .rate = rate, .noise = noise, .columnLength = columnLength},
+                      line, share);
+        std::printf("   %3.0f %% (%3.0f %%)", 100.0 * share.right / share.cases,
+                    100.0 * share.told / share.cases);
       }
     }
+  std::printf("\n");
+}
+
+double medianError(const std::function<double(uint64_t)>& errorOf) {
+  std::vector<double> errors;
+  for (uint64_t seed = 1; seed <= kSeeds; ++seed) errors.push_back(std::abs(errorOf(seed)));
+  std::sort(errors.begin(), errors.end());
+  return errors[errors.size() / 2];
+}
+
+void tellGapOfOne(bool additions) {
+  std::printf("\nrows, gap 1, line 64: median error at noise 0, 5, 10, 20\n");
+  for (const double shift : {0.5, 1.5, 2.5, 5.5, 16.5}) {
+    std::printf("%5.1f points a row", shift);
+    for (const double noise : kNoises)
+      std::printf("  %7.1f %%", medianError([&](uint64_t seed) {
+                    SimulatedScan scan(parametersFor(additions), 400, 64, 60);
+                    scan.fill({.seed = seed, .velocity = shift * 60, .noise = noise});
+                    scan.calculate();
+                    return percentApart(scan.statistics().mean, shift * 60);
+                  }));
+    std::printf("\n");
   }
 }
 
-void gapOne(bool additions) {
-  std::printf("rows, gap 1\n");
-  for (const double points : {0.5, 1.5, 2.5, 5.5, 16.5})
-    for (const double noise : {0.0, 5.0, 10.0, 20.0}) {
-      std::vector<double> errors;
-      for (uint64_t seed = 1; seed <= seeds; ++seed) {
-        VelocityParameters with;
-        with.subpoint = with.bothways = additions;
-        Scan scan(with, 400, 64, 1 / 60.0);
-        scan.put(CellColumn({.seed = seed, .velocity = points * 60, .rate = 60, .noise = noise}));
-        scan.calculate();
-        const VelocityStatistics s = velocityStatistics(scan.traces, with, 0, 0);
-        errors.push_back(100 * (s.mean / (points * 60) - 1));
-      }
-      std::sort(errors.begin(), errors.end());
-      std::printf("  %4.1f noise %2.0f: median error %+6.1f %% worst %+.1f %+.1f\n", points, noise,
-                  errors[errors.size() / 2], errors.front(), errors.back());
-    }
-}
-
-void twoLines(bool additions) {
-  std::printf("two lines\n");
-  for (const double delay : {1.5, 2.0, 2.5, 3.0, 5.0, 7.5, 10.0, 20.0})
-    for (const double noise : {0.0, 5.0}) {
-      std::vector<double> errors;
-      for (uint64_t seed = 1; seed <= seeds; ++seed) {
-        VelocityParameters with;
-        with.cbvmethod = kTwoLines;
-        with.noofpoints = 64;
-        with.linedistance = 20;
-        with.subpoint = with.bothways = additions;
-        Scan scan(with, 1000, 64, 1 / 60.0);
-        const CellColumn column({.seed = seed, .velocity = 20 / delay * 60, .rate = 60, .noise = noise});
-        std::vector<double> values(32);
-        for (uint32_t row = 0; row < 1000; ++row) {
-          column.row(row, values);
-          const auto meanAt = [&](size_t at) {
-            return (values[at] + values[at + 1] + values[at + 2] + values[at + 3]) / 4;
-          };
-          scan.line1.data->putval(row, meanAt(2));
-          scan.line2.data->putval(row, meanAt(22));
-        }
-        scan.calculate();
-        const VelocityStatistics s = velocityStatistics(scan.traces, with, 0, 0);
-        errors.push_back(100 * (s.mean / (20 / delay * 60) - 1));
-        if (std::getenv("VERBOSE"))
-          std::printf("   mean %f min %f max %f share %f r %f\n", s.mean, s.least, s.greatest, s.share(),
-                      s.correlation);
-      }
-      std::sort(errors.begin(), errors.end());
-      std::printf("  delay %4.1f noise %2.0f: median error %+6.1f %% worst %+.1f %+.1f\n", delay, noise,
-                  errors[errors.size() / 2], errors.front(), errors.back());
-    }
-}
-
-void hough(bool additions) {
-  std::printf("Hough, one stripe\n");
-  for (const double points : {0.5, 1.0, 2.0, 5.0, 10.0, 20.0, 40.0}) {
-    std::vector<double> errors;
-    size_t found = 0;
-    for (uint64_t seed = 1; seed <= 8; ++seed) {
-      VelocityParameters with;
-      with.houghmin = 10;
-      with.subpoint = additions;
-      Scan scan(with, 256, 128, 1 / 60.0);
-      for (uint32_t row = 0; row < 256; ++row) {
-        scan.difference.setextent(row, 128);
-        for (uint32_t c = 0; c < 128; ++c) {
-          const double away = c - 64.0 - points * (row - 128.0 + static_cast<double>(seed) * 0.37);
-          scan.difference.data->putcell(row, c, 64 + 60 * std::exp(-away * away / 8));
-        }
-      }
-      C2DTrace map(kWordRowsCode, houghRows(scan.difference, scan.scan), kHoughColumns);
-      houghMap(with, scan.difference, scan.scan, map);
-      const auto slopes = houghSlopes(with, scan.difference, scan.scan, map);
-      found += slopes.size();
-      if (!slopes.empty()) errors.push_back(100 * (slopes[0].velocity() / 60 / points - 1));
-    }
-    std::sort(errors.begin(), errors.end(), [](double a, double b) { return std::abs(a) < std::abs(b); });
-    if (errors.empty()) {
-      std::printf("  %4.1f: none\n", points);
-      continue;
-    }
-    std::printf("  %4.1f points a row: median %+6.1f %% worst %+6.1f %%, %.1f slopes\n", points,
-                errors[errors.size() / 2], errors.back(), static_cast<double>(found) / 8);
-  }
-}
-
-void others(bool additions) {
-  std::printf("standing, backward, noise\n");
-  for (const char* kind : {"standing", "backward", "noise"})
-    for (const uint16_t line : {uint16_t{20}, uint16_t{64}, uint16_t{128}})
+void tellOthers(bool additions) {
+  std::printf("\nstanding, backward at 300 points/s, noise alone: good rows, mean velocity, what is told\n");
+  struct Kind {
+    const char* name;
+    double velocity, depth;
+  };
+  for (const Kind& kind : {Kind{"standing", 0, 70}, {"backward", -300, 70}, {"noise", 0, 0}})
+    for (const uint16_t line : {20, 64, 128})
       for (const double noise : {2.0, 10.0, 20.0}) {
-        double share = 0, mean = 0, worst = 0;
-        for (uint64_t seed = 1; seed <= seeds; ++seed) {
-          VelocityParameters with;
-          with.subpoint = with.bothways = additions;
-          Scan scan(with, 400, line, 1 / 60.0);
-          CellColumn::Settings set{.seed = seed, .velocity = 0, .rate = 60, .noise = noise};
-          if (kind[0] == 'b') set.velocity = -300;
-          if (kind[0] == 'n') set.depth = 0;
-          scan.put(CellColumn(set));
-          scan.calculate();
-          const VelocityStatistics s = velocityStatistics(scan.traces, with, 0, 0);
-          share += s.share() / seeds;
-          mean += s.mean / seeds;
-          worst = std::max(worst, std::abs(s.mean));
-        }
-        std::printf("  %-9s line %3d noise %2.0f: good rows %5.1f %%, mean %8.1f worst |%.1f|\n", kind, line,
-                    noise, 100 * share, mean, worst);
+        SimulatedScan scan(parametersFor(additions), 400, line, 60);
+        scan.fill({.velocity = kind.velocity, .noise = noise, .depth = kind.depth});
+        scan.calculate();
+        const VelocityStatistics found = scan.statistics();
+        std::printf("%-9s line %3d noise %2.0f  %5.1f %%  %8.1f  %s\n", kind.name, line, noise,
+                    100 * found.share(), found.mean, wordsFor(reliabilityOf(found)));
       }
+}
+
+// --- two lines, stripes, a recording
+
+void tellTwoLines(bool additions) {
+  std::printf("\ntwo lines, 64 samples: median error\n");
+  for (const double delay : {2.0, 3.0, 5.0, 7.5, 10.0, 20.0})
+    std::printf("delay %4.1f  %7.1f %%\n", delay, medianError([&](uint64_t seed) {
+                  VelocityParameters with = parametersFor(additions);
+                  with.cbvmethod = kTwoLines;
+                  with.noofpoints = 64;
+                  with.linedistance = 20;
+                  SimulatedScan scan(with, 1000, 2, 60);
+                  scan.fillLines({.seed = seed, .velocity = 1200 / delay}, 20);
+                  scan.calculate();
+                  return percentApart(scan.statistics().mean, 1200 / delay);
+                }));
+}
+
+void tellHough(bool additions) {
+  std::printf("\nHough, one stripe 2, 4 and 8 points broad: greatest error (-: not found)\n");
+  for (const double shift : {0.5, 1.0, 2.0, 5.0, 10.0, 20.0, 40.0}) {
+    std::printf("%5.1f points a row", shift);
+    for (const double width : {2.0, 4.0, 8.0}) {
+      double worst = -1;
+      for (int32_t at = 0; at < 8; ++at) {
+        VelocityParameters with = parametersFor(additions);
+        with.houghmin = 10;
+        SimulatedScan scan(with, 256, 128, 60);
+        drawStripe(scan, shift, width, 0.37 * at);
+        for (const Slope& slope : scan.slopes())
+          worst = std::max(worst, std::abs(percentApart(slope.velocity(), shift * 60)));
+      }
+      worst < 0 ? std::printf("  %9s", "-") : std::printf("  %7.1f %%", worst);
+    }
+    std::printf("\n");
+  }
+}
+
+void tellRecording(bool additions, VideoReader& reader) {
+  std::printf(
+      "\nrecorded vessels: authors' speed, ours in um/s, good rows, r squared, peak ratio, what is told\n");
+  std::vector<RecordedVessel> vessels(std::begin(kRecordedVessels), std::end(kRecordedVessels));
+  vessels.push_back(kUnevenVessel);
+  for (const RecordedVessel& vessel : vessels)
+    for (const int32_t gap : {3, 4}) {
+      VelocityParameters with = parametersFor(additions);
+      with.gap = gap;
+      SimulatedScan scan(with, static_cast<uint32_t>(reader.frames()), vessel.points, kRecordedRate);
+      if (!fill(scan, reader, vessel)) return;
+      scan.calculate();
+      const VelocityStatistics found = scan.statistics();
+      const double speed = found.mean * kRecordedPixel;
+      std::printf("gap %d  %6.1f  %6.1f (%+5.1f %%)  %3.0f %%  %.2f  %4.1f  %s\n", gap, vessel.speed, speed,
+                  percentApart(speed, vessel.speed), 100 * found.share(), found.correlation, found.peakRatio,
+                  wordsFor(reliabilityOf(found)));
+    }
 }
 
 }  // namespace
-
-void printAll(bool additions, const std::string& what) {
-  if (what.find('r') != what.npos) rowsTable(additions, {20, 64, 100, 200});
-  if (what.find('g') != what.npos) gapOne(additions);
-  if (what.find('t') != what.npos) twoLines(additions);
-  if (what.find('h') != what.npos) hough(additions);
-  if (what.find('o') != what.npos) others(additions);
-}
 }  // namespace tarnvisor
 
 int main(int argc, char** argv) {
-  const std::string what = argc > 1 ? argv[1] : "rgtho";
-  if (argc > 3) tarnvisor::seeds = static_cast<uint32_t>(std::atoi(argv[3]));
-  if (argc <= 2 || argv[2][0] == '0') tarnvisor::printAll(false, what);
-  if (argc <= 2 || argv[2][0] == '1') tarnvisor::printAll(true, what);
+  using namespace tarnvisor;
+  const char* named = argc > 1 ? argv[1] : std::getenv("TARNVISOR_TEST_DATA");
+  std::string why;
+  const auto reader = named ? VideoReader::open(withSeparator(named) + kRecording, why) : nullptr;
+  for (const bool additions : {false, true}) {
+    std::printf("%s=== %s ===\n", additions ? "\n" : "", additions ? "with the additions" : "as set");
+    for (const double columnLength : {10.0, 40.0}) tellRows(additions, columnLength);
+    tellGapOfOne(additions);
+    tellTwoLines(additions);
+    tellHough(additions);
+    tellOthers(additions);
+    if (reader) tellRecording(additions, *reader);
+  }
+  return 0;
 }
