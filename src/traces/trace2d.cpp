@@ -201,15 +201,18 @@ void C2DTrace::correlatestep(uint32_t row, uint32_t lag, ZZTrace& target, uint32
   auto* rows = dynamic_cast<C2DTrace*>(&target);
   if (!rows || !data || row >= size() || targetrow >= rows->size()) return;
   const double own = extent(row);
-  if (own == 0 || lag == 0 || lag > size() || rows->width() < width() / 2) {
+  const uint32_t half = width() / 2;
+  const bool fits = step > 1 || rows->width() >= half;
+  if (own == 0 || lag == 0 || lag > size() || !fits) {
     rows->setextent(targetrow, 0.0);
     return;
   }
   rows->setextent(targetrow, own / lag * 0.5 / period);
-  if (step > 1)
-    data->correlaterowsstep(row, lag, *rows->data, targetrow, step, false);
-  else
-    data->correlaterows(row, lag, *rows->data, targetrow, false);
+  if (step <= 1) return data->correlaterows(row, lag, *rows->data, targetrow, false);
+  // As many lags as the target's rows take.
+  const auto before = data->getArray(static_cast<uint32_t>((uint64_t{row} + size() - lag) % size()));
+  const auto pairs = static_cast<uint32_t>(std::min<uint64_t>(half, uint64_t{rows->width()} * step));
+  before->correlatestep(0, *data->getArray(row), 0, *rows->data->getArray(targetrow), pairs, step, false);
 }
 
 void C2DTrace::peakmax(uint32_t row, ZZTrace* values, uint32_t vindex, ZZTrace* positions, uint32_t pindex,
