@@ -29,6 +29,7 @@ inline constexpr const char* kFocusAreas =
     "Number of areas per image area in which to find best focus. Minimum is 2.";
 inline constexpr const char* kNoImageInCell = "No image lies within a cell: correct the movement first.";
 inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
+inline constexpr const char* kUnreadImage = "image %i can't be read";
 inline constexpr const char* kUnreadImages = "%i images can't be read: their focus is shown as 0.";
 inline constexpr const char* kRegionOutside = "The region lies outside the images.";
 inline constexpr const char* kThresholdLabel =

@@ -7,6 +7,7 @@
 #include "base/clock.h"
 #include "base/text.h"
 #include "dynamic/commandids.h"
+#include "dynamic/texts.h"
 #include "framework/timetext.h"
 #include "host/host.h"
 
@@ -118,9 +119,11 @@ std::vector<StatusPane> CVivoCapView::panes() const {
 
 void CVivoCapView::draw(Canvas& canvas) {
   ZBasicView::draw(canvas);
-  if (playStep <= 1) return;
+  std::string words = playStep > 1 ? format(">>x%1i", playStep) : "";
+  // What is seen then is an image before it.
+  if (hasMovie() && !doc.movie->hasReadShown()) words = format(text::kUnreadImage, doc.currentIndex());
+  if (words.empty()) return;
   canvas.setFont("Arial", 120);
-  const std::string words = format(">>x%1i", playStep);
   canvas.text({6, 6}, words, 0x000000);
   canvas.text({5, 5}, words, 0xffffff);
 }

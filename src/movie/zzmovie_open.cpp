@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/files.h"
+#include "base/text.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
 #include "movie/zzmovie.h"
@@ -66,6 +67,16 @@ bool CZZMovie::openFile(const std::string& name) {
   perFrameHeaders = layout.perFrameHeaders;
   recovered = layout.cutOff ? count : 0;
   return true;
+}
+
+std::string CZZMovie::shortage() const {
+  const bool cutOff = recovered > 0 || (video && video->isCutOff());
+  if (const int64_t missing = video ? video->missingFrames() : 0; missing > 0)
+    return format("The recording %s %s. %i of the %lli images that it tells of were found", fileName.c_str(),
+                  cutOff ? "was cut off" : "is damaged or was cut off", count,
+                  count + static_cast<long long>(missing));
+  if (!cutOff) return "";
+  return format("The recording %s was cut off. %i images of it were saved", fileName.c_str(), count);
 }
 
 bool CZZMovie::openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames) {
