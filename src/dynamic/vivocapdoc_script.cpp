@@ -60,10 +60,7 @@ StepResult CVivoCapDoc::exportTo(const std::string& path) {
     CZZMovie copy;
     if (!copy.open(movie->fileName)) return StepResult::failure("only a video that is saved can be exported");
     copy.adoptTable(movie->frameTable);
-    if (!copy.saveFrames(path, range.first, range.last)) {
-      std::remove(copy.leftOver().c_str());  // its images are in the video
-      return StepResult::failure(copy.failure());
-    }
+    if (!copy.saveFrames(path, range.first, range.last)) return StepResult::failure(copy.failure());
   }
   return {true, {}, {{"path", path}, {"images", format("%i", range.size())}}, "exported " + path};
 }

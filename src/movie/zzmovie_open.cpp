@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -14,6 +15,7 @@ namespace tarnvisor {
 
 namespace {
 
+constexpr const char* kEmpty = "It is empty: whoever was to write it was stopped.";
 constexpr const char* kNotAMovie = "It is no movie, or holds no frames.";
 
 // Names that other programs give to videos of other kinds.
@@ -31,6 +33,8 @@ bool CZZMovie::open(const std::string& name) {
                       : isMovieName(name) ? openFile(name)
                                           : openFile(name) || openVideo(name);
   if (!opened) {
+    std::error_code error;
+    if (std::filesystem::file_size(name, error) == 0 && !error) trouble = kEmpty;
     file.reset();
     mode = kClosed;
     count = 0;
