@@ -109,7 +109,10 @@ StepResult selectSubject(StepContext& c) {
   SubjectDialog dialog;
   dialog.id = replaced(std::string(trimmed(c.step.args[0])), ' ', '_');
   c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
-  if (!c.app.db->readSubject(dialog.id) && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
+  const bool isThere = c.app.db->readSubject(dialog.id).has_value();
+  if (!isThere && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
+  // The next run of a script finds what the first one made, and is asked nothing.
+  if (isThere || (c.step.args.size() > 1 && equalIgnoringCase(c.step.args[1], "no"))) c.script.dropAnswers();
   dialog.chooseId(dialog.id);
   if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
