@@ -84,13 +84,16 @@ bool FrameDecoder::isSpoiled(int32_t number) const {
   return first != damaged.end() && *first <= number;
 }
 
-// Pictures come out in the order of showing: those of the decoder's errors are passed over.
-void FrameDecoder::noteLost(int32_t before) {
-  for (auto at = inside.begin(); at != inside.end();) {
-    const bool lost = index.isShownBefore(*at, before);
-    if (lost && startedAt <= index.keyFor(*at)) damaged.insert(*at);
-    at = lost ? inside.erase(at) : std::next(at);
+// Pictures come out in the order of showing: those of the decoder's errors are passed over. Whether there are
+// such.
+bool FrameDecoder::noteLost(int32_t before) {
+  bool any = false;
+  for (const int32_t each : inside) {
+    if (!index.isShownBefore(each, before) || (lastOut >= 0 && !index.isShownBefore(lastOut, each))) continue;
+    any = true;
+    if (startedAt <= index.keyFor(each)) damaged.insert(each);
   }
+  return any;
 }
 
 // Whether a picture that came out is the one that was stored. One that needs more than what was fed since the
@@ -120,6 +123,7 @@ void FrameDecoder::restart(int32_t key) {
   inside.clear();
   wentBack = wentBack || key < next;
   startedAt = next = key;
+  lastOut = -1;
   ended = erred = false;
 }
 
@@ -175,7 +179,8 @@ bool FrameDecoder::receive(int32_t wanted) {
     }
     const auto own = static_cast<int32_t>(number);
     inside.erase(own);
-    if (strict && erred) noteLost(own);
+    if (strict && erred) erred = !noteLost(own);
+    lastOut = own;
     if (!isSound(own, *received)) {
       av_frame_unref(received.get());
       if (own == wanted) return false;

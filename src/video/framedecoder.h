@@ -43,7 +43,7 @@ class FrameDecoder {
   bool receive(int32_t wanted);
   void keep(int32_t packet, ffmpeg::Frame picture);
   void feedNext();
-  void noteLost(int32_t before);
+  bool noteLost(int32_t before);
   bool isSound(int32_t number, const AVFrame& picture);
   bool isSpoiled(int32_t number) const;
 
@@ -68,7 +68,8 @@ class FrameDecoder {
   std::set<int32_t> damaged;      // that others may build on
   int32_t startedAt = -1;         // the key fed first, -1 before any
   int32_t next = 0;               // the packet to feed next
-  bool erred = false;             // the decoder failed at a packet since the last start
+  int32_t lastOut = -1;           // the picture that came out last, -1 before any
+  bool erred = false;             // the decoder failed at a packet that was not found yet
   bool ended = false;             // the decoder was told that no more comes
 };
 

@@ -18,19 +18,20 @@ SliceSums::SliceSums(const AVCodecParameters& codec)
     : possible(codec.codec_id == AV_CODEC_ID_FFV1 && codec.extradata_size > 0) {}
 
 bool SliceSums::fit(const AVPacket& packet) {
-  if (!possible) return true;
+  if (!possible || packet.size == 0) return true;
   const AVCRC* table = av_crc_get_table(AV_CRC_32_IEEE);
   bool chained = true, right = true;
-  for (int end = packet.size; end > 0 && chained;) {
-    const uint8_t* trailer = packet.data + end - kTrailer;
-    const int length = end < kTrailer ? 0 : (trailer[0] << 16 | trailer[1] << 8 | trailer[2]) + kTrailer;
-    chained = length > 0 && length <= end && trailer[3] == 0;
+  for (int end = packet.size; end > 0;) {
+    const uint8_t* trailer = packet.data + std::max(0, end - kTrailer);
+    const int length = (trailer[0] << 16 | trailer[1] << 8 | trailer[2]) + kTrailer;
+    chained = end >= length && trailer[3] == 0;
     if (!chained) break;
     end -= length;
     right = right && av_crc(table, 0, packet.data + end, static_cast<size_t>(length)) == 0;
   }
-  seen = seen || chained;
-  return !seen || (chained && right);
+  const bool fits = chained && right;
+  seen = seen || fits;
+  return fits || !seen;
 }
 
 }  // namespace tarnvisor
