@@ -331,6 +331,14 @@ bool staysNear(const CZZimage& image, const AMCparams& params) {
   return std::abs(int64_t{shift.x}) <= params.limitx && std::abs(int64_t{shift.y}) <= params.limity;
 }
 
+// Whether a place and the one found to a fraction are the same; an unknown fraction is nowhere.
+bool agree(const SubPixel& fraction, Point whole, int32_t rows) {
+  constexpr int32_t kMostApart = 2;  // pixels
+  return std::abs(fraction.x - whole.x) <= kMostApart && std::abs(fraction.y - whole.y) <= kMostApart * rows;
+}
+
+bool isPoorBase(const MovementRecord& base) { return !base.aligned || base.doubtful || base.hangs; }
+
 void keepResult(CZZMovie& movie, AMCparams& params, const CZZimage& image, bool aligned) {
   movie.setOrigin(params.currentIndex, image.frameOrigin());
   MovementRecord* record = recordOf(params, params.currentIndex);
@@ -343,12 +351,13 @@ void keepResult(CZZMovie& movie, AMCparams& params, const CZZimage& image, bool 
   if (!aligned) record->subPixel = {};
   const Point base{params.base->xOrigin, params.base->yOrigin};
   const Point shift = Point{image.xOrigin, image.yOrigin} - base;
-  const bool isNear =
-      std::abs(record->subPixel.x - shift.x) <= 2 && std::abs(record->subPixel.y - shift.y) <= 2;
-  record->doubtful = params.subPixel && aligned && !isNear;
+  const bool isNear = agree(record->subPixel, shift, 1);
   const int32_t rows = image.isField() ? 2 : 1;
   record->subPixel.x += params.baseSubPixel.x;
   record->subPixel.y = record->subPixel.y * rows + params.baseSubPixel.y;
+  record->doubtful = params.subPixel && aligned && !(isNear && agree(record->subPixel, record->offset, rows));
+  const MovementRecord* under = recordOf(params, std::max(params.baseIndex, 0));
+  record->hangs = aligned && under && under != record && isPoorBase(*under);
 }
 
 // With the low-pass filter: over a base that was filtered too.

@@ -33,9 +33,11 @@ struct MovementRecord {
       subPixel;  // the offset to a fraction; unknown for an image that failed, or where it isn't asked for
   int32_t baseIndex = 0;
   bool aligned = false;
-  // It fits there by the threshold, but the error is not lowest near there: a search that ended elsewhere.
-  // Told only where fractions are asked for.
+  // It fits there by the threshold, but the error is not lowest near there, or what fractions add up to is
+  // elsewhere: a search that ended at a wrong place. Told only where fractions are asked for.
   bool doubtful = false;
+  // Its base failed, is doubtful or hangs on such a one itself: an error there is one here.
+  bool hangs = false;
 
   void moveBy(Point added) {
     offset = offset + added;

@@ -18,6 +18,7 @@ class ScriptHost final : public NullHost {
   // Empty when the step went well so far; otherwise what was wrong with its answers.
   const std::string& problem() const { return wrong; }
   // Answers that no question asked for.
+  void dropAnswers() { answers.clear(); }  // those that are left aren't needed
   std::vector<std::string> unused() const { return {answers.begin(), answers.end()}; }
   // Messages shown since begin(); errors are those with a warning or error icon.
   std::string shown() const;

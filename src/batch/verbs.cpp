@@ -109,7 +109,10 @@ StepResult selectSubject(StepContext& c) {
   SubjectDialog dialog;
   dialog.id = replaced(std::string(trimmed(c.step.args[0])), ' ', '_');
   c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
-  if (!c.app.db->readSubject(dialog.id) && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
+  const bool isThere = c.app.db->readSubject(dialog.id).has_value();
+  if (!isThere && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
+  // The next run of a script finds what the first one made, and is asked nothing.
+  if (isThere || (c.step.args.size() > 1 && equalIgnoringCase(c.step.args[1], "no"))) c.script.dropAnswers();
   dialog.chooseId(dialog.id);
   if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
@@ -186,6 +189,20 @@ StepResult setValue(StepContext& c) {
   return {};
 }
 
+// In words where its row has some.
+std::string whyDisabled(const std::vector<CommandTarget*>& chain, const std::string& text, bool byId) {
+  for (const CommandTarget* target : chain) {
+    const CommandTableBase* table = target ? target->commands() : nullptr;
+    if (!table) continue;
+    const CommandRow* row =
+        byId ? table->find(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10))) : table->find(text);
+    if (row)
+      return "the command is not enabled now" +
+             (*row->words.whyOff ? std::string(". ") + row->words.whyOff : "");
+  }
+  return "the command is not enabled now";
+}
+
 StepResult runCommandText(StepContext& c, const std::string& text, std::vector<std::string> answers) {
   c.script.begin(std::move(answers));
   const std::vector<CommandTarget*> chain = c.app.commandChain(documentInFront(c.app));
@@ -197,7 +214,7 @@ StepResult runCommandText(StepContext& c, const std::string& text, std::vector<s
   if (done == CommandResult::Unknown)
     return StepResult::failure(documentInFront(c.app) ? "there is no such command here"
                                                       : "there is no such command; no document is open");
-  if (done == CommandResult::Disabled) return StepResult::failure("the command is not enabled now");
+  if (done == CommandResult::Disabled) return StepResult::failure(whyDisabled(chain, text, byId));
   StepResult result;
   if (!c.script.shown().empty()) {
     result.values.emplace_back("message", c.script.shown());

@@ -31,6 +31,7 @@ inline constexpr const char* kNoImageInCell = "No image lies within a cell: corr
 inline constexpr const char* kNoFocus = "The focus of each image is 0: see the focus measurement settings.";
 inline constexpr const char* kUnreadForWidths = "%i images can't be read and were not measured.";
 inline constexpr const char* kMovedByHand = "images %i to %i moved by hand by (%i,%i)";
+inline constexpr const char* kUnreadImage = "image %i can't be read";
 inline constexpr const char* kUnreadImages = "%i images can't be read: their focus is shown as 0.";
 inline constexpr const char* kRegionOutside = "The region lies outside the images.";
 inline constexpr const char* kThresholdLabel =

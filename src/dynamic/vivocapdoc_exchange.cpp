@@ -188,6 +188,8 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
     return false;
   }
   if (!agreesToRate(*other, path)) return false;
+  if (const std::string shortage = other->shortage(); !shortage.empty())
+    host().messages.show(shortage + " and are added.");
   CZZMovie& added = *other;
   return makeMovie(words, appendedFrames(*movie, added, std::move(other)));
 }

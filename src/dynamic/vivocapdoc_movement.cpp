@@ -55,6 +55,7 @@ Rect blocksOf(const Rect& region, Point shownFrom) {
 using MovementTest = bool (*)(const MovementRecord&);
 bool hasFailed(const MovementRecord& each) { return !each.aligned; }
 bool isDoubtful(const MovementRecord& each) { return each.doubtful; }
+bool hangsOnDoubt(const MovementRecord& each) { return each.hangs; }
 
 // Whether somebody drew in a document.
 bool hasMarks(const std::string& path) {
@@ -225,12 +226,14 @@ void CVivoCapDoc::tellMovement(int32_t first, int32_t last, bool cancelled) {
   std::string words = format("movement correction of images %i to %i", first, last);
   if (cancelled) words += " (stopped)";
   words += format(": %i of %i aligned", count - failed, count) +
-           imagesThat(&hasFailed, "failed", amc.records) + imagesThat(&isDoubtful, "doubtful", amc.records);
+           imagesThat(&hasFailed, "failed", amc.records) + imagesThat(&isDoubtful, "doubtful", amc.records) +
+           imagesThat(&hangsOnDoubt, "hang on doubtful references", amc.records);
   if (amc.newRgnOld == kFastWhole && !dimlists[kAmcList].items.empty())
     words += "; the regions that are drawn were not used: the method compares the whole image";
   appendNotes(words + text::kLineEnd);
   movementSummary = words;
-  const bool tells = failed > 0 || std::ranges::any_of(amc.records, isDoubtful);
+  const bool tells = failed > 0 || std::ranges::any_of(amc.records, isDoubtful) ||
+                     std::ranges::any_of(amc.records, hangsOnDoubt);
   if (!tells) return;
   words += "." + adviceOn(amc);
   if (2 * failed > count && (isUnattended() || panoramicPending))
@@ -522,7 +525,7 @@ void CVivoCapDoc::addQualityCurves(ZchartDoc& chart) {
     fineX->data->putval(at, shown(each.subPixel.x));
     fineY->data->putval(at, shown(each.subPixel.y));
     error->data->putval(at, shown(each.rms));
-    failed->data->putval(at, hasFailed(each) ? 100.0 : isDoubtful(each) ? 50.0 : 0.0);
+    failed->data->putval(at, hasFailed(each) ? 100.0 : isDoubtful(each) || hangsOnDoubt(each) ? 50.0 : 0.0);
   }
 }
 

@@ -215,10 +215,9 @@ void CVivoCapDoc::tellOfMovie() {
             "No decoder for the codec \"%s\" of %s is installed. Its images are shown as they are stored, and mean nothing.",
             codec.c_str(), movie->fileName.c_str()),
         Buttons::Ok, Icon::Warning);
-  if (const int32_t saved = movie->recoveredFrames(); saved > 0 && !silent)
-    host().messages.show(format(
-        "The recording %s was cut off. %i images of it were saved and are shown. The file stays as it is until you save the video.",
-        movie->fileName.c_str(), saved));
+  if (const std::string shortage = movie->shortage(); !shortage.empty() && !silent)
+    host().messages.show(shortage + " and are shown. The file stays as it is" +
+                         (movie->recoveredFrames() > 0 ? " until you save the video." : "."));
 }
 
 // A movie that was cut, or another one of that name: what the document measured may lie in images that it has

@@ -5,6 +5,7 @@
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
 #include "movie/movieoutput.h"
 
@@ -36,6 +37,7 @@ StepResult CVivoCapDoc::show(int32_t index) {
   if (index < 0 || index >= imageCount())
     return StepResult::failure(format("there is no image %i; the last is %i", index, imageCount() - 1));
   showImage(index);
+  if (!movie->hasReadShown()) return StepResult::failure(format(text::kUnreadImage, index));
   return {true, {}, {{"image", format("%i", index)}}, {}};
 }
 
@@ -58,10 +60,7 @@ StepResult CVivoCapDoc::exportTo(const std::string& path) {
     CZZMovie copy;
     if (!copy.open(movie->fileName)) return StepResult::failure("only a video that is saved can be exported");
     copy.adoptTable(movie->frameTable);
-    if (!copy.saveFrames(path, range.first, range.last)) {
-      std::remove(copy.leftOver().c_str());  // its images are in the video
-      return StepResult::failure(copy.failure());
-    }
+    if (!copy.saveFrames(path, range.first, range.last)) return StepResult::failure(copy.failure());
   }
   return {true, {}, {{"path", path}, {"images", format("%i", range.size())}}, "exported " + path};
 }

@@ -156,9 +156,11 @@ void CVivoCapView::draw(Canvas& canvas) {
       canvas.ellipse({at.x - kHalf, at.y - kHalf, at.x + kHalf + 1, at.y + kHalf + 1});
     }
   }
-  if (playStep <= 1) return;
+  std::string words = playStep > 1 ? format(">>x%1i", playStep) : "";
+  // What is seen then is an image before it.
+  if (hasMovie() && !doc.movie->hasReadShown()) words = format(text::kUnreadImage, doc.currentIndex());
+  if (words.empty()) return;
   canvas.setFont("Arial", 120);
-  const std::string words = format(">>x%1i", playStep);
   canvas.text({6, 6}, words, 0x000000);
   canvas.text({5, 5}, words, 0xffffff);
 }

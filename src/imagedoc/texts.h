@@ -3,9 +3,11 @@
 
 namespace tarnvisor::text {
 
-inline constexpr const char* kClockwiseRotation = "Clockwise rotation (degrees)";     // 11001
-inline constexpr const char* kCouldNotLoadImage = "Could not load image";             // 11005
-inline constexpr const char* kErrorSavingImage = "Error saving image.";               // 11006
+inline constexpr const char* kClockwiseRotation = "Clockwise rotation (degrees)";  // 11001
+inline constexpr const char* kCouldNotLoadImage = "Could not load image";          // 11005
+inline constexpr const char* kErrorSavingImage = "Error saving image.";            // 11006
+inline constexpr const char* kNeedsGrey =
+    "Needs an image of grey levels: \"Convert to grey\" makes one of a picture with colours.";
 inline constexpr const char* kGainAndOffset = "(x%5.2f + %5.1f)";                     // 11010
 inline constexpr const char* kCannotRegisterClipboard = "Cannot Register Clipboard";  // 11012
 inline constexpr const char* kCannotOpenClipboard = "Cannot Open Clipboard";          // 11013

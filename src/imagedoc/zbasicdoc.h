@@ -341,9 +341,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void adjust();
   void subtractImage();
   void bin();
-  bool canBin() const {
-    return canChangePixels() && undoimage && theImage()->width > 1 && theImage()->height > 1;
-  }
+  bool canBin() const { return canFilter() && undoimage && theImage()->width > 1 && theImage()->height > 1; }
   void binMarks();
   void threshold();
 

@@ -1,10 +1,7 @@
 #include "movie/movieexport.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <cstring>
 
 #include "base/files.h"
 #include "movie/movieoutput.h"
@@ -26,7 +23,7 @@ void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
 
 MovieExport::MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
                          int32_t step, const CZZMovie::Compression* compression)
-    : movie(exported), name(std::move(path)), apart(step) {
+    : movie(exported), name(std::move(path)), file(name), apart(step) {
   movie.forgetFailure();
   from = range.first >= 0 && range.first < movie.count ? range.first : 0;
   const int32_t to = range.last > 0 && range.last <= movie.count ? range.last : movie.count;
@@ -35,11 +32,7 @@ MovieExport::MovieExport(CZZMovie& exported, std::string path, int32_t framesPer
   if (!begin(framesPerSecond, compression)) writer.reset();
 }
 
-MovieExport::~MovieExport() {
-  if (!writer) return;
-  writer.reset();
-  std::remove(made.c_str());
-}
+MovieExport::~MovieExport() = default;
 
 bool MovieExport::fail(const std::string& why) {
   words += why;
@@ -66,18 +59,16 @@ bool MovieExport::begin(int32_t framesPerSecond, const CZZMovie::Compression* co
   format.scale = 1;
   format.colour = canvas.colourset != kGrey;
   std::string why;
-  place = nameBeside(name);
-  made = place.path();
-  writer = VideoWriter::create(made, format, why);
-  if (!writer) std::remove(made.c_str());
+  if (!file.isOpen()) return fail("failed AVI file open. " + file.commit().why());
+  file.releaseToWriterByName();
+  writer = VideoWriter::create(file.temporaryPath(), format, why);
   return writer || fail((compression ? "compress start failed. " : "failed AVI file open. ") + why);
 }
 
-// The canvas in the size that codecs take, and for a mosaic the picture with its colours.
+// The canvas, which is as large as the images need, and for a mosaic the picture with its colours.
 bool MovieExport::prepareImages(const CZZMovie::Extents& where) {
   const CZZimage& form = movie.form();
-  const auto upTo = [](int64_t v, int64_t unit) { return (v + unit - 1) / unit * unit; };
-  const int64_t width = upTo(where.width, 8), height = upTo(where.height / (form.isField() ? 2 : 1), 2);
+  const int64_t width = where.width, height = where.height / (form.isField() ? 2 : 1);
   canvas.colourset = form.colourset;
   colour.colourset = kColour;
   return width <= INT32_MAX && height <= INT32_MAX &&
@@ -103,15 +94,9 @@ bool MovieExport::finish() {
   if (!writer) return false;
   const std::unique_ptr<VideoWriter> ending = std::move(writer);
   const bool whole = ending->close();
-  if (stopped) {
-    std::remove(made.c_str());
-    return fail("cancelled.");
-  }
-  if (!whole) {
-    std::remove(made.c_str());
-    return fail(ending->why());
-  }
-  if (made != name && std::rename(made.c_str(), name.c_str()) != 0) return fail(std::strerror(errno));
+  if (stopped) return fail("cancelled.");
+  if (!whole) return fail(ending->why());
+  if (const Outcome placed = file.commit(); !placed) return fail(placed.why());
   words += "ok";
   return true;
 }

@@ -1,5 +1,5 @@
-// The export of a movie as AVI, image by image: the range, every step-th image, as it lies on one canvas. An
-// export that is there stays until the new one is whole.
+// The export of a movie as AVI, image by image: the range, every step-th image, as it lies on one canvas. It
+// has its name once it is whole; an export that is there stays until then.
 #pragma once
 
 #include <cstdint>
@@ -39,8 +39,7 @@ class MovieExport {
 
   CZZMovie& movie;
   std::string name;
-  TakenName place;
-  std::string made;  // the new file beside it, at that place
+  AtomicFile file;
   int32_t from = 0, apart = 1, images = 0, written = 0;
   CZZMovie::Extents extents;
   CZZimage canvas, colour, each;

@@ -124,6 +124,9 @@ void MovieSave::stop() {
 bool MovieSave::finish() {
   if (pass) {
     saved = opened && pass->finish();
+    // Its images are in the movie, which stays as it is.
+    if (const std::string part = std::exchange(movie.leftOverFile, {}); !saved && !part.empty())
+      std::remove(part.c_str());
     if (way == Way::Mending) movie.shared = 1;
     pass.reset();
   }

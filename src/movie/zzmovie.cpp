@@ -121,12 +121,13 @@ CZZimage& CZZMovie::frameAt(int32_t wanted) {
   current = index;
   pixelsInFile = false;
   isShown = count > 0;
+  isShownRead = true;
   if (!isShown) return frame;
   isRead = true;
   if (memory)
     showSlot(slotOf(index));
   else
-    isRead = readSlot(index, holder);
+    isShownRead = isRead = readSlot(index, holder);
   frameInfo(slotOf(index), frame);
   return frame;
 }

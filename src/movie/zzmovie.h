@@ -56,6 +56,8 @@ class CZZMovie {
   CZZimage& frameAt(int32_t index);
   // Whether the frame last asked for could be read; where it could not, the pixels are those before it.
   bool hasRead() const { return isRead; }
+  // The same of the frame that is shown.
+  bool hasReadShown() const { return isShownRead; }
   int32_t nextFrame(int32_t limit = -1);  // the index that is now current
   // Copies a frame into target, resizing it, and leaves the current one. The index used.
   int32_t getImage(int32_t index, CZZimage& target);
@@ -87,6 +89,9 @@ class CZZMovie {
   [[nodiscard]] bool openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames);
   // How many frames a recording that was cut off left; 0 for a file that was closed.
   int32_t recoveredFrames() const { return recovered; }
+  // In words, how many images of a file that was cut off or is damaged were found, without an end to the
+  // sentence; empty for a whole one.
+  std::string shortage() const;
   const std::string& failure() const { return trouble; }
   // Of a video whose frames nothing here decodes, so that they are read as they are stored; else empty.
   std::string unknownCodec() const;
@@ -226,6 +231,7 @@ class CZZMovie {
   bool full = false;     // a recording without ring has filled its slots
   bool isShown = false;  // `current` has been loaded
   bool isRead = true;
+  bool isShownRead = true;
   int64_t lastWritten = 0;    // where, in a file
   bool pixelsInFile = false;  // those of the frame just recorded went there only
   int32_t recovered = 0;

@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include "base/files.h"
+#include "base/text.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
 #include "movie/zzmovie.h"
@@ -13,6 +15,7 @@ namespace tarnvisor {
 
 namespace {
 
+constexpr const char* kEmpty = "It is empty: whoever was to write it was stopped.";
 constexpr const char* kNotAMovie = "It is no movie, or holds no frames.";
 
 // Names that other programs give to videos of other kinds.
@@ -30,6 +33,8 @@ bool CZZMovie::open(const std::string& name) {
                       : isMovieName(name) ? openFile(name)
                                           : openFile(name) || openVideo(name);
   if (!opened) {
+    std::error_code error;
+    if (std::filesystem::file_size(name, error) == 0 && !error) trouble = kEmpty;
     file.reset();
     mode = kClosed;
     count = 0;
@@ -67,6 +72,16 @@ bool CZZMovie::openFile(const std::string& name) {
   perFrameHeaders = layout.perFrameHeaders;
   recovered = layout.cutOff ? count : 0;
   return true;
+}
+
+std::string CZZMovie::shortage() const {
+  const bool cutOff = recovered > 0 || (video && video->isCutOff());
+  if (const int64_t missing = video ? video->missingFrames() : 0; missing > 0)
+    return format("The recording %s %s. %i of the %lli images that it tells of were found", fileName.c_str(),
+                  cutOff ? "was cut off" : "is damaged or was cut off", count,
+                  count + static_cast<long long>(missing));
+  if (!cutOff) return "";
+  return format("The recording %s was cut off. %i images of it were saved", fileName.c_str(), count);
 }
 
 bool CZZMovie::openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames) {

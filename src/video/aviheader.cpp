@@ -97,12 +97,19 @@ bool isFrameTag(uint32_t tag, int32_t stream) {
          kind != fourCharacters("00wb") >> 16 && kind != fourCharacters("00ix") >> 16;
 }
 
+// Of the file or a further part of it, which a writer that was stopped leaves without its length. Some
+// writers count the eight bytes before it as well.
+bool reachesPastEnd(const FileBytes& file, int64_t place, const ChunkHeader& part) {
+  return part.bytes == 0 || part.bytes == UINT32_MAX || place + part.bytes > file.size();
+}
+
 }  // namespace
 
 bool readAviHeader(const FileBytes& file, AviHeader& header) {
   ChunkHeader chunk;
   if (!readChunkHeader(file, 0, chunk) || chunk.tag != kRiff || tagAt(file, 8) != fourCharacters("AVI "))
     return false;
+  header.cutOff = reachesPastEnd(file, 0, chunk);
   for (int64_t at = 12; readChunkHeader(file, at, chunk); at = after(at, chunk)) {
     if (chunk.tag != kList) continue;
     const uint32_t kind = tagAt(file, at + 8);
@@ -114,19 +121,25 @@ bool readAviHeader(const FileBytes& file, AviHeader& header) {
   return true;
 }
 
-void walkChunks(const FileBytes& file, int64_t from, int32_t stream,
+bool walkChunks(const FileBytes& file, int64_t from, int32_t stream,
                 const std::function<void(const AviChunk&)>& found) {
   ChunkHeader chunk;
+  bool whole = true;
   for (int64_t at = from; at + 8 <= file.size() && readChunkHeader(file, at, chunk);) {
     if (chunk.tag == 0) break;  // room that nothing was written to
+    whole = whole && !(chunk.tag == kRiff && reachesPastEnd(file, at, chunk));
     if (chunk.tag == kRiff ||
         chunk.tag == kList) {  // their parts follow: a further part of the file, a list of frames
       at += 12;
       continue;
     }
-    if (isFrameTag(chunk.tag, stream) && at + 8 + chunk.bytes <= file.size()) found({at + 8, chunk.bytes});
+    if (isFrameTag(chunk.tag, stream)) {
+      if (at + 8 + chunk.bytes > file.size()) return false;
+      found({at + 8, chunk.bytes});
+    }
     at = after(at, chunk);
   }
+  return whole;
 }
 
 bool isChunkOf(const FileBytes& file, int64_t place, int32_t stream, uint32_t& bytes) {

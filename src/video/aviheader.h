@@ -29,6 +29,7 @@ struct AviHeader {
   uint32_t flags = 0, width = 0, height = 0, length = 0;
   uint32_t streamCount = 0;  // as told; `streams` are those that are there
   std::vector<StreamFacts> streams;
+  bool cutOff = false;     // the length that it tells was never written, or reaches past its end
   int64_t firstChunk = 0;  // where the first list of frames begins, 0 when there is none
 };
 // False when the file is no AVI.
@@ -39,8 +40,8 @@ struct AviChunk {
   uint32_t bytes = 0;
 };
 // Calls `found` for each whole chunk of frames of a stream, from the chunk header at `from` to the end of the
-// file.
-void walkChunks(const ffmpeg::FileBytes& file, int64_t from, int32_t stream,
+// file. False when one of them, or a further part of the file, reaches past that end.
+bool walkChunks(const ffmpeg::FileBytes& file, int64_t from, int32_t stream,
                 const std::function<void(const AviChunk&)>& found);
 // Whether the header of a chunk of frames of this stream stands before `place`; its length then goes to
 // `bytes`.

@@ -31,7 +31,8 @@ int64_t bytesOf(const AVFrame& frame) {
 
 }  // namespace
 
-bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t height) {
+bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t height, Damage damage) {
+  strict = damage == Damage::Refused;
   const AVCodec* decoder = avcodec_find_decoder(told.codec_id);
   if (!decoder || !packet || !received) return false;
   codec.reset(avcodec_alloc_context3(decoder));
@@ -41,12 +42,20 @@ bool FrameDecoder::open(const AVCodecParameters& told, int32_t width, int32_t he
   codec->max_pixels = (int64_t{width} + 512) * (int64_t{height} + 512);
   codec->thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostThreads));
   codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+  // Decoders of whole pictures have no other way to tell of damage.
+  const AVCodecDescriptor* kind = avcodec_descriptor_get(told.codec_id);
+  codec->err_recognition = AV_EF_CRCCHECK;
+  if (strict && kind && kind->props & AV_CODEC_PROP_INTRA_ONLY) codec->err_recognition |= AV_EF_EXPLODE;
   if (avcodec_open2(codec.get(), decoder, nullptr) < 0) return false;
   frameWidth = width;
   frameHeight = height;
   filter = unpackingFilter(told);
+  sums = SliceSums(told);
   keeps = told.codec_id != AV_CODEC_ID_RAWVIDEO;  // reading those again is as quick
   undecodable.assign(index.packets.size(), false);
+  damaged.clear();
+  inside.clear();
+  startedAt = -1;
   return true;
 }
 
@@ -58,13 +67,46 @@ void FrameDecoder::takeSizeOf(int32_t number) {
 
 const AVFrame* FrameDecoder::frameOf(int32_t wanted) {
   if (const auto found = kept.find(wanted); found != kept.end()) return found->second.get();
-  if (undecodable[static_cast<size_t>(wanted)]) return nullptr;
   wantedFrame.reset();
   int32_t key = index.keyFor(wanted);
-  for (int tries = 0; tries <= kEarlierStarts && key >= 0; ++tries, key = index.keyBefore(key))
+  for (int tries = 0; tries <= kEarlierStarts && key >= 0 && !isSpoiled(wanted);
+       ++tries, key = index.keyBefore(key))
     if (search(wanted, key)) return wantedFrame.get();
   undecodable[static_cast<size_t>(wanted)] = true;
   return nullptr;
+}
+
+// Whether the picture is damaged or builds on one that is.
+bool FrameDecoder::isSpoiled(int32_t number) const {
+  if (undecodable[static_cast<size_t>(number)]) return true;
+  if (damaged.empty()) return false;
+  const auto first = damaged.lower_bound(index.keyFor(number));
+  return first != damaged.end() && *first <= number;
+}
+
+// Pictures come out in the order of showing: those of the decoder's errors are passed over. Whether there are
+// such.
+bool FrameDecoder::noteLost(int32_t before) {
+  bool any = false;
+  for (const int32_t each : inside) {
+    if (!index.isShownBefore(each, before) || (lastOut >= 0 && !index.isShownBefore(lastOut, each))) continue;
+    any = true;
+    if (startedAt <= index.keyFor(each)) damaged.insert(each);
+  }
+  return any;
+}
+
+// Whether a picture that came out is the one that was stored. One that needs more than what was fed since the
+// start may be so after an earlier start.
+bool FrameDecoder::isSound(int32_t number, const AVFrame& picture) {
+  if (!strict) return true;
+  const bool toldOf = picture.flags & AV_FRAME_FLAG_CORRUPT || picture.decode_error_flags;
+  const bool own = picture.decode_error_flags & ~FF_DECODE_ERROR_MISSING_REFERENCE;
+  if (own && startedAt <= index.keyFor(number)) {
+    undecodable[static_cast<size_t>(number)] = true;
+    if (picture.pict_type != AV_PICTURE_TYPE_B) damaged.insert(number);
+  }
+  return !toldOf && !isSpoiled(number);
 }
 
 // Whether feeding on gives the picture with no more work than starting at its key.
@@ -81,7 +123,8 @@ void FrameDecoder::restart(int32_t key) {
   inside.clear();
   wentBack = wentBack || key < next;
   startedAt = next = key;
-  ended = false;
+  lastOut = -1;
+  ended = erred = false;
 }
 
 void FrameDecoder::feedNext() {
@@ -91,10 +134,19 @@ void FrameDecoder::feedNext() {
     return;
   }
   const int32_t number = next++;
-  if (!source.read(number, *packet) || !unpack(filter.get(), *packet)) return;
+  if (!source.read(number, *packet)) {
+    damaged.insert(number);
+    return;
+  }
+  if (strict && (packet->flags & AV_PKT_FLAG_CORRUPT || !sums.fit(*packet))) damaged.insert(number);
+  if (!unpack(filter.get(), *packet)) return;
   packet->pts = packet->dts = number;
   packet->duration = 0;
-  if (packet->size > 0 && avcodec_send_packet(codec.get(), packet.get()) >= 0) inside.insert(number);
+  if (packet->size > 0) {
+    // An error may be that of a packet before it.
+    erred = avcodec_send_packet(codec.get(), packet.get()) < 0 || erred;
+    inside.insert(number);
+  }
   av_packet_unref(packet.get());
 }
 
@@ -113,7 +165,8 @@ void FrameDecoder::keep(int32_t number, Frame picture) {
 
 // Takes what has come out. True when the wanted picture is among it.
 bool FrameDecoder::receive(int32_t wanted) {
-  while (avcodec_receive_frame(codec.get(), received.get()) >= 0) {
+  int got;
+  while ((got = avcodec_receive_frame(codec.get(), received.get())) >= 0) {
     const int64_t number = received->pts;
     if (std::exchange(takesSize, false)) {
       frameWidth = received->width;
@@ -126,6 +179,13 @@ bool FrameDecoder::receive(int32_t wanted) {
     }
     const auto own = static_cast<int32_t>(number);
     inside.erase(own);
+    if (strict && erred) erred = !noteLost(own);
+    lastOut = own;
+    if (!isSound(own, *received)) {
+      av_frame_unref(received.get());
+      if (own == wanted) return false;
+      continue;
+    }
     Frame picture(av_frame_alloc());
     if (!picture) return false;
     av_frame_move_ref(picture.get(), received.get());
@@ -133,6 +193,7 @@ bool FrameDecoder::receive(int32_t wanted) {
     if (keeps && kept.count(own) == 0) keep(own, std::move(picture));
     if (own == wanted && wantedFrame) return true;
   }
+  erred = erred || (got != AVERROR(EAGAIN) && got != AVERROR_EOF);
   return false;
 }
 
@@ -141,7 +202,7 @@ bool FrameDecoder::search(int32_t wanted, int32_t key) {
   const int64_t last = int64_t{wanted} + kMostReordered + codec->thread_count;
   for (;;) {
     if (receive(wanted)) return true;
-    if (ended || next > last) return false;
+    if (ended || next > last || isSpoiled(wanted)) return false;
     feedNext();
   }
 }

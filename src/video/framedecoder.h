@@ -1,6 +1,9 @@
 // Decodes the picture of any packet: on from where it stands when that leads there, otherwise from the key
 // packet that governs it. Pictures are told apart by the number of their packet, which the decoder hands
 // through, so that no count of what comes out is relied on. Those that come out are kept for a while.
+//
+// A picture that is damaged by what its decoder or its packet tells is none, and neither are those that build
+// on it, up to the next key packet: what a decoder puts in the place of damage is no image of anything.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +13,7 @@
 #include <vector>
 
 #include "packetsource.h"
+#include "slicesums.h"
 
 namespace tarnvisor {
 
@@ -18,8 +22,9 @@ class FrameDecoder {
   // Source and index are borrowed.
   FrameDecoder(PacketSource& packets, const VideoIndex& of) : source(packets), index(of) {}
 
-  // False when there is no decoder for it.
-  bool open(const AVCodecParameters& codec, int32_t width, int32_t height);
+  // False when there is no decoder for it. Lenient: what decodes somehow counts as a picture.
+  enum class Damage { Refused, Lenient };
+  bool open(const AVCodecParameters& codec, int32_t width, int32_t height, Damage damage = Damage::Refused);
   AVPixelFormat form() const { return codec->pix_fmt; }
 
   // Takes the size that the picture of a packet really has for that of the movie: containers tell it rounded
@@ -38,12 +43,17 @@ class FrameDecoder {
   bool receive(int32_t wanted);
   void keep(int32_t packet, ffmpeg::Frame picture);
   void feedNext();
+  bool noteLost(int32_t before);
+  bool isSound(int32_t number, const AVFrame& picture);
+  bool isSpoiled(int32_t number) const;
 
   PacketSource& source;
   const VideoIndex& index;
   int32_t frameWidth = 0, frameHeight = 0;
   ffmpeg::Codec codec;
   ffmpeg::Filter filter;
+  SliceSums sums;
+  bool strict = true;
   ffmpeg::Packet packet{av_packet_alloc()};
   ffmpeg::Frame received{av_frame_alloc()};
   ffmpeg::Frame wantedFrame;
@@ -55,8 +65,11 @@ class FrameDecoder {
   bool takesSize = false;         // of the next picture that comes out
   std::set<int32_t> inside;       // fed since the last start, not yet out
   std::vector<bool> undecodable;  // by packet
+  std::set<int32_t> damaged;      // that others may build on
   int32_t startedAt = -1;         // the key fed first, -1 before any
   int32_t next = 0;               // the packet to feed next
+  int32_t lastOut = -1;           // the picture that came out last, -1 before any
+  bool erred = false;             // the decoder failed at a packet that was not found yet
   bool ended = false;             // the decoder was told that no more comes
 };
 

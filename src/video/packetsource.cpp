@@ -13,12 +13,15 @@ namespace {
 
 class ChunkPackets : public PacketSource {
  public:
-  ChunkPackets(const FileBytes& from, const VideoIndex& of, const AVCodecParameters& codec)
-      : file(from), index(of), palette(paletteOf(codec)) {}
+  ChunkPackets(const FileBytes& from, int32_t number, const VideoIndex& of, const AVCodecParameters& codec)
+      : file(from), stream(number), index(of), palette(paletteOf(codec)) {}
 
   bool read(int32_t number, AVPacket& packet) override {
     const PacketRecord& record = index.packets[static_cast<size_t>(number)];
-    if (record.bytes > file.size() - record.place || av_new_packet(&packet, record.bytes) < 0) return false;
+    uint32_t told = 0;  // a place that no chunk begins at was overwritten
+    if (!isChunkOf(file, record.place, stream, told) || record.bytes > file.size() - record.place ||
+        av_new_packet(&packet, record.bytes) < 0)
+      return false;
     if (!file.readAt(record.place, packet.data, static_cast<size_t>(record.bytes)) || !addPalette(packet)) {
       av_packet_unref(&packet);
       return false;
@@ -37,6 +40,7 @@ class ChunkPackets : public PacketSource {
   }
 
   const FileBytes& file;
+  const int32_t stream;
   const VideoIndex& index;
   const std::vector<uint32_t> palette;
 };
@@ -142,9 +146,9 @@ std::vector<uint32_t> paletteOf(const AVCodecParameters& codec) {
   return palette;
 }
 
-std::unique_ptr<PacketSource> chunkPackets(const FileBytes& file, const VideoIndex& index,
+std::unique_ptr<PacketSource> chunkPackets(const FileBytes& file, int32_t stream, const VideoIndex& index,
                                            const AVCodecParameters& codec) {
-  return std::make_unique<ChunkPackets>(file, index, codec);
+  return std::make_unique<ChunkPackets>(file, stream, index, codec);
 }
 
 std::unique_ptr<PacketSource> demuxedPackets(AVFormatContext& format, int stream, const VideoIndex& index) {

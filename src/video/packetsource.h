@@ -16,9 +16,9 @@ class PacketSource {
   virtual bool read(int32_t number, AVPacket& packet) = 0;
 };
 
-// An AVI's chunks, straight from the file. All arguments are borrowed.
-std::unique_ptr<PacketSource> chunkPackets(const ffmpeg::FileBytes& file, const VideoIndex& index,
-                                           const AVCodecParameters& codec);
+// An AVI's chunks, straight from the file. What is borrowed: file and index.
+std::unique_ptr<PacketSource> chunkPackets(const ffmpeg::FileBytes& file, int32_t stream,
+                                           const VideoIndex& index, const AVCodecParameters& codec);
 // What a demuxer gives; it is taken back to the file's start first.
 std::unique_ptr<PacketSource> demuxedPackets(AVFormatContext& format, int stream, const VideoIndex& index);
 

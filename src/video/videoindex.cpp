@@ -11,6 +11,7 @@ using namespace ffmpeg;
 
 namespace {
 
+constexpr int kProbes = 16;
 constexpr int32_t kHeadBytes = 4096;  // more than what precedes the header of a first slice
 
 // Restarts of the picture numbers.
@@ -64,7 +65,12 @@ void takeEntries(const FileBytes& file, int32_t chunkStream, const AVStream& des
     uint32_t bytes = 0;
     return isChunkOf(file, entry->pos + 8, chunkStream, bytes) && static_cast<int64_t>(bytes) == entry->size;
   };
-  if (count == 0 || !fits(0) || !fits(count / 2) || !fits(count - 1)) return;
+  // Where the file is damaged some of them lead nowhere, and the others are still right.
+  const int probes = std::min(count, kProbes);
+  int fitting = 0;
+  for (int i = 0; i < probes; ++i)
+    fitting += fits(static_cast<int>(int64_t{count - 1} * i / std::max(1, probes - 1)));
+  if (count == 0 || 2 * fitting < probes) return;
   packets.reserve(static_cast<size_t>(count));
   for (int i = 0; i < count; ++i) {
     const AVIndexEntry* entry = avformat_index_get_entry(stream, i);
@@ -77,9 +83,10 @@ void takeEntries(const FileBytes& file, int32_t chunkStream, const AVStream& des
   }
 }
 
-// From where the entries end. A chunk without bytes takes a place in time and has no packet.
-void takeChunks(const FileBytes& file, const AviHeader& header, int32_t chunkStream,
-                std::vector<PacketRecord>& packets) {
+// From where the entries end. A chunk without bytes takes a place in time and has no packet. The number of
+// the chunk that would be next.
+int64_t takeChunks(const FileBytes& file, const AviHeader& header, int32_t chunkStream, VideoIndex& index) {
+  auto& packets = index.packets;
   int64_t from = header.firstChunk, chunk = 0;
   if (!packets.empty()) {
     const PacketRecord& last = packets.back();
@@ -87,7 +94,7 @@ void takeChunks(const FileBytes& file, const AviHeader& header, int32_t chunkStr
     chunk = last.decodeTime + 1;
   }
   const bool walkedOnly = packets.empty();
-  walkChunks(file, from, chunkStream, [&](const AviChunk& found) {
+  const bool whole = walkChunks(file, from, chunkStream, [&](const AviChunk& found) {
     const int64_t number = chunk++;
     if (found.bytes == 0 || found.bytes > INT32_MAX || packets.size() >= INT32_MAX) return;
     PacketRecord record;
@@ -97,6 +104,8 @@ void takeChunks(const FileBytes& file, const AviHeader& header, int32_t chunkStr
     record.key = walkedOnly && packets.empty();
     packets.push_back(record);
   });
+  index.cutOff = header.cutOff || !whole;
+  return chunk;
 }
 
 // What the beginnings of the packets tell of their pictures.
@@ -195,12 +204,14 @@ bool indexAvi(const FileBytes& file, const AviHeader& header, int32_t stream, co
   auto& packets = index.packets;
   takeEntries(file, stream, described, packets);
   const size_t indexed = packets.size();
-  takeChunks(file, header, stream, packets);
+  const int64_t chunks = takeChunks(file, header, stream, index);
   if (packets.empty()) return false;
   // The first chunk may stand for a later time; it is frame 0 all the same.
   const size_t number = static_cast<size_t>(stream);
-  const int64_t start = indexed > 0 && number < header.streams.size() ? header.streams[number].start : 0;
+  const StreamFacts facts = number < header.streams.size() ? header.streams[number] : StreamFacts();
+  const int64_t start = indexed > 0 ? facts.start : 0;
   const int64_t base = std::min(packets.front().decodeTime, start);
+  index.missing = std::max<int64_t>(0, facts.length - (chunks - base));
   for (PacketRecord& packet : packets) packet.decodeTime -= base;
   const AVCodecID codec = described.codecpar->codec_id;
   if (reorders(codec)) lookAtPictures(file, *described.codecpar, indexed, packets);
@@ -209,7 +220,27 @@ bool indexAvi(const FileBytes& file, const AviHeader& header, int32_t stream, co
   return true;
 }
 
+namespace {
+
+// The frames that a container tells of: by its table of them, or by how long its one stream lasts at a steady
+// rate. 0 where it tells nothing.
+int64_t toldFrames(const AVFormatContext& format, const AVStream& stream) {
+  const int entries = avformat_index_get_entries_count(&stream);
+  if (stream.nb_frames > 0)
+    return entries > 0 ? std::min<int64_t>(stream.nb_frames, entries) : stream.nb_frames;
+  const AVRational rate = stream.avg_frame_rate;
+  if (format.nb_streams != 1 || format.duration <= 0 || rate.num <= 0 || rate.den <= 0 ||
+      av_cmp_q(rate, stream.r_frame_rate) != 0)
+    return 0;
+  const int64_t start = format.start_time == AV_NOPTS_VALUE ? 0 : std::max<int64_t>(0, format.start_time);
+  return av_rescale_q(format.duration - start, {1, AV_TIME_BASE}, av_inv_q(rate));
+}
+
+}  // namespace
+
 void indexByReading(AVFormatContext& format, const AVStream& stream, VideoIndex& index) {
+  const int64_t told = toldFrames(format, stream);
+  bool whole = true;  // the packet before
   PictureParser parser(*stream.codecpar);
   const Packet packet(av_packet_alloc());
   const auto most = static_cast<uint64_t>(std::min<int64_t>(avio_size(format.pb), INT32_MAX));
@@ -221,15 +252,19 @@ void indexByReading(AVFormatContext& format, const AVStream& stream, VideoIndex&
       record.decodeTime = packet->dts;
       record.showTime = packet->pts;
       record.bytes = packet->size;
-      const bool told = packet->flags & AV_PKT_FLAG_KEY;
-      record.key = told;
+      const bool key = packet->flags & AV_PKT_FLAG_KEY;
+      record.key = key;
       if (packet->size == 0) record.role = PacketRole::Repeat;
       if (parsed) parser.look(*packet, record);
-      record.key = record.key && told;
+      record.key = record.key && key;
+      whole = !(packet->flags & AV_PKT_FLAG_CORRUPT);
       index.packets.push_back(record);
     }
     av_packet_unref(packet.get());
   }
+  if (!whole) index.packets.pop_back();  // the file ends within it
+  index.cutOff = !whole;
+  index.missing = std::max<int64_t>(0, told - static_cast<int64_t>(index.packets.size()));
   settleKeys(index.packets, stream.codecpar->codec_id);
   index.arrange(reorders(stream.codecpar->codec_id), false);
 }

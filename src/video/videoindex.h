@@ -31,6 +31,10 @@ struct PacketRecord {
 class VideoIndex {
  public:
   std::vector<PacketRecord> packets;
+  // What shows that more was meant to be there: a length that was never written or reaches past the file's
+  // end, and frames that the file tells of behind those that were found.
+  bool cutOff = false;
+  int64_t missing = 0;
 
   // To be called once, when all packets are there: sorts them into the order of showing.
   void arrange(bool mayReorder, bool framesByChunk);
@@ -42,6 +46,9 @@ class VideoIndex {
   // that it is stored after needs the group before.
   int32_t keyFor(int32_t packet) const;
   int32_t longestGroup() const { return longest; }  // packets from key packet to key packet
+  bool isShownBefore(int32_t packet, int32_t other) const {
+    return positionOf[static_cast<size_t>(packet)] < positionOf[static_cast<size_t>(other)];
+  }
   // The key packet before a key packet; -1 when there is none.
   int32_t keyBefore(int32_t key) const;
 

@@ -178,7 +178,7 @@ bool VideoReader::Parts::takeStream(int32_t number, std::string& why) {
 void VideoReader::Parts::buildIndex() {
   if (isAvi) {  // without any chunk it is a movie without frames
     if (indexAvi(file, header, stream->id, *stream, index))
-      packets = chunkPackets(file, index, *stream->codecpar);
+      packets = chunkPackets(file, stream->id, index, *stream->codecpar);
     return;
   }
   indexByReading(*format, *stream, index);
@@ -189,8 +189,12 @@ void VideoReader::Parts::openDecoder() {
   if (!packets) return;
   decoder = std::make_unique<FrameDecoder>(*packets, index);
   if (!decoder->open(*stream->codecpar, width, height)) return decoder.reset();
-  const int32_t first = index.packetOfFrame(0);
+  const int32_t first = index.packetOfFrame(0), second = index.packetOfFrame(1);
   if (isAvi && first >= 0) decoder->takeSizeOf(first);
+  // A writer whose pictures are all against the rules is not a damaged file.
+  const bool sloppy = first >= 0 && second > first && !decoder->frameOf(first) && !decoder->frameOf(second);
+  if (sloppy && decoder->open(*stream->codecpar, width, height, FrameDecoder::Damage::Lenient) && isAvi)
+    decoder->takeSizeOf(first);
   width = decoder->width();
   height = decoder->height();
 }
@@ -294,6 +298,8 @@ int32_t VideoReader::rate() const { return parts->rate; }
 int32_t VideoReader::scale() const { return parts->scale; }
 bool VideoReader::decodes() const { return parts->decoder != nullptr; }
 bool VideoReader::hasWeighedColours() const { return parts->pixels.hasWeighedColours(); }
+bool VideoReader::isCutOff() const { return parts->index.cutOff; }
+int64_t VideoReader::missingFrames() const { return parts->index.missing; }
 std::string VideoReader::unknownCodec() const { return parts->unknownCodec; }
 
 bool VideoReader::readGrey(int32_t index, uint8_t* target, int32_t stride) {

@@ -5,7 +5,8 @@
 // it.
 //
 // Opening logs each step. An AVI without an index, as a recording that was cut off leaves it, is read by its
-// chunks: every frame that is there whole is found. Nothing a file says opens another file.
+// chunks: every frame that is there whole is found, and where the file tells of more, so does the
+// reader. Nothing a file says opens another file.
 #pragma once
 
 #include <cstdint>
@@ -29,6 +30,9 @@ class VideoReader {
   int32_t scale() const;
   // False when no codec for the stream is there: readGrey then copies the packets' bytes.
   bool decodes() const;
+  // Whether the file ends before its end, and how many frames it tells of behind those that were found.
+  bool isCutOff() const;
+  int64_t missingFrames() const;
   // The four characters of the codec that nothing here decodes; empty where frames are decoded.
   std::string unknownCodec() const;
 

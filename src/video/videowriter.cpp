@@ -159,6 +159,10 @@ void VideoWriter::Parts::setQuality() {
     codec->max_b_frames = 0;
     codec->slices = 2;
   }
+  if (row->kind == Kind::Lossless) {
+    codec->level = 3;  // the form that has check sums
+    av_opt_set_int(codec->priv_data, "slicecrc", 1, 0);
+  }
   if (row->kind == Kind::Jpeg) {
     codec->flags |= AV_CODEC_FLAG_QSCALE;
     codec->qmin = 1;

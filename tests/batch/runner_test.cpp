@@ -40,6 +40,8 @@ TEST_F(Runner, AStillBecomesARowAndATable) {
 }
 
 TEST_F(Runner, StepsThatFailSayWhy) {
+  CZZimage colour(99, 70, -1, 0, kColour);
+  ASSERT_TRUE(colour.save(folder.file("colour.bmp")));
   const std::pair<const char*, const char*> cases[] = {
       {"save", "no document is open"},
       {"open $none.bmp", "does not exist"},
@@ -47,6 +49,8 @@ TEST_F(Runner, StepsThatFailSayWhy) {
       {"command nonsense", "no such command"},
       {"results x", "no result table"},
       {"open $shot.bmp\ncommand \"Convert to grey\"", "not enabled"},
+      {"open $colour.bmp\ncommand Blur", "not enabled now. Needs an image of grey levels"},
+      {"open $colour.bmp\ncommand Bin", "Convert to grey"},
       {"open $shot.bmp\ncommand Magnification \"action=Set as default\"", "has no row 0"},
       {"open $shot.bmp\ncommand \"High pass filter\" window=abc", "is not a number"},
       {"open $shot.bmp\ncommand Negative yes", "nothing asked for the answer"},

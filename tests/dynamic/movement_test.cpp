@@ -180,6 +180,14 @@ TEST_F(Movement, ImagesThatFailAreToldWithWhatWouldLetThemPass) {
   EXPECT_THAT(doc.tell("status").text, HasSubstr("1 of 3 aligned"));
 }
 
+TEST_F(Movement, ImagesOverAPoorReferenceAreNamed) {
+  CVivoCapDoc& doc = moving("a.mve", {{0, 0}, {3, -2}, {60, 40}, {62, 41}, {61, 43}});
+  settings.setInt("movement", "autothreshold", 0);
+  run("AMC without display");
+  EXPECT_THAT(doc.notes, HasSubstr("hang on doubtful references: 3 to 4"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("hang on doubtful references: 3 to 4"));
+}
+
 TEST_F(Movement, AFewThatFailAreToldWhereNobodyWatches) {
   moving("a.mve", {{0, 0}, {2, 1}, {3, 0}, {500, 500}});
   settings.setInt("movement", "autothreshold", 0);

@@ -4,6 +4,7 @@
 #include "archive/archive.h"
 #include "framework/documenttype.h"
 #include "image/palette.h"
+#include "support/recordingcanvas.h"
 #include "support/videotest.h"
 #include "video/videowriter.h"
 
@@ -316,6 +317,35 @@ TEST_F(VideoFiles, OpensRecordingsThatWereCutOffAndSaysSo) {
   EXPECT_EQ(readWholeFile(path), before) << "it stays as it is";
   ASSERT_TRUE(video().onSaveDocument(folder.file("cut.dtv")));
   EXPECT_EQ(std::filesystem::file_size(path), 40u + 16 * 8 * 3 + 8) << "until the user saves";
+}
+
+TEST_F(VideoFiles, TellsOfAVideoThatWasCutOffWhereverItComesIn) {
+  CVivoCapDoc& doc = openMovie("m.mve", 5);
+  useWorkFolder();
+  ASSERT_TRUE(doc.exportTo(folder.file("cut.avi")).ok);
+  const auto whole = std::filesystem::file_size(folder.file("cut.avi"));
+  std::filesystem::resize_file(folder.file("cut.avi"), whole - 200);  // the index, and a part of an image
+  host.paths = {folder.file("cut.avi")};
+  process.quietMode = 1;
+  run("Import AVI");
+  EXPECT_THAT(host.messages.back(),
+              HasSubstr("cut off. 4 of the 5 images that it tells of were found and are added"));
+  process.quietMode = 0;
+  ASSERT_NE(app->openDocumentFile(folder.file("cut.avi")), nullptr);
+  EXPECT_THAT(host.messages.back(), HasSubstr("4 of the 5 images that it tells of were found and are shown"));
+}
+
+TEST_F(VideoFiles, ShowsThatAnImageCantBeRead) {
+  CVivoCapDoc& doc = openMovie("m.mve", 3);
+  std::filesystem::resize_file(doc.moviePath, 40 + 16 * 8 * 2 + 10);
+  EXPECT_EQ(doc.show(2).why, "image 2 can't be read");
+  RecordingCanvas canvas;
+  view().draw(canvas);
+  EXPECT_THAT(canvas.calls, Contains(HasSubstr("image 2 can't be read")));
+  ASSERT_TRUE(doc.show(1).ok);
+  canvas.calls.clear();
+  view().draw(canvas);
+  EXPECT_THAT(canvas.calls, Not(Contains(HasSubstr("can't be read"))));
 }
 
 TEST_F(VideoFiles, TellsOfImagesThatTheMovieHasNoMore) {

@@ -169,6 +169,7 @@ TEST_F(ImageDocument, ConvertToGreyIsForColouredImages) {
   EXPECT_FALSE(isEnabled("Remove single dust mark")) << "without a ROI it would rebuild the whole picture";
   ASSERT_TRUE(d.theImage()->setColourset(kColour));
   EXPECT_FALSE(isEnabled("Blur"));
+  EXPECT_FALSE(isEnabled("Bin"));
   run("Convert to grey");
   EXPECT_EQ(d.theImage()->colourset, kGrey);
   EXPECT_THAT(d.notes, HasSubstr("convert to grey\r\n"));

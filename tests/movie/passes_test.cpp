@@ -1,4 +1,5 @@
 // Passes over a movie, new movies made of one, and the export to AVI.
+#include "movie/movieexport.h"
 #include "movie/movieoutput.h"
 #include "movie/movierewrite.h"
 #include "movietests.h"
@@ -167,7 +168,7 @@ TEST_F(Movie, PlanesBecomeColoursAndColoursGrey) {
 
 // --- export
 
-TEST_F(Movie, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
+TEST_F(Movie, TheExportPlacesFramesOnACanvasThatIsNotCleared) {
   source.draw = [](CZZimage& image, int32_t number) {
     image.fill(static_cast<uint8_t>(100 + number));
     image.xOrigin = 3 * number;
@@ -179,17 +180,16 @@ TEST_F(Movie, TheExportPlacesFramesOnARoundedCanvasThatIsNotCleared) {
   ASSERT_TRUE(movie.saveAVI(folder.file("x.avi"), 12, -1, 99, 1, nullptr, report));
   EXPECT_EQ(report, "saveAVI::ok");
   const auto reader = openVideo(folder.file("x.avi"));
-  EXPECT_EQ((Numbers{reader->frames(), reader->width(), reader->height()}),
-            (Numbers{3, 24, 8}));  // of 22 by 7
+  EXPECT_EQ((Numbers{reader->frames(), reader->width(), reader->height()}), (Numbers{3, 22, 7}));
   EXPECT_EQ(reader->rate(), 12 * reader->scale());
   for (int32_t k = 0; k < 3; ++k) {
     const Bytes canvas = greyOf(*reader, k);
-    for (int32_t y = 0; y < 8; ++y)
-      for (int32_t x = 0; x < 24; ++x) {
+    for (int32_t y = 0; y < 7; ++y)
+      for (int32_t x = 0; x < 22; ++x) {
         int32_t level = 0;  // that of the last frame that covers the place
         for (int32_t j = 0; j <= k; ++j)
           if (x >= 3 * j && x < 3 * j + 16 && y >= j % 2 && y < j % 2 + 6) level = 100 + j;
-        ASSERT_EQ(canvas[static_cast<size_t>(24 * y + x)], level) << k << ": " << x << "," << y;
+        ASSERT_EQ(canvas[static_cast<size_t>(22 * y + x)], level) << k << ": " << x << "," << y;
       }
   }
 }
@@ -213,6 +213,17 @@ TEST_F(Movie, TheExportTakesEveryStepthFrameOrSaysThatThereIsNone) {
   std::string report;
   EXPECT_FALSE(movie.saveAVI(folder.file("none/x.avi"), 25, 0, 8, 1, nullptr, report));
   EXPECT_TRUE(report.starts_with("saveAVI::failed AVI file open")) << report;
+}
+
+TEST_F(Movie, AnExportHasItsNameOnceItIsWhole) {
+  CZZMovie movie;
+  fill(movie, "a.mve", 3, 3);
+  MovieExport exporting(movie, folder.file("x.avi"), 25, {0, 3}, 1, nullptr);
+  ASSERT_TRUE(exporting.next());
+  EXPECT_FALSE(fileExists(folder.file("x.avi")));
+  while (exporting.next()) continue;
+  ASSERT_TRUE(exporting.finish());
+  EXPECT_EQ(openVideo(folder.file("x.avi"))->frames(), 3);
 }
 
 TEST_F(Movie, AnExportIsCompressedAsItIsTold) {

@@ -272,6 +272,29 @@ TEST_F(Movie, AFullDiscEndsARecordingToVideoAndLeavesAnExistingFile) {
   EXPECT_EQ(bytesOf(folder.file("a.avi")), (Bytes{1, 2, 3}));
 }
 
+TEST_F(Movie, ASaveThatFailsLeavesNoPartOfAMovie) {
+  CZZMovie movie;
+  ASSERT_TRUE(movie.open(recorded("a.mve", 20)));
+  putBytes(folder.file("there.mve"), {1, 2, 3});
+  for (const char* name : {"x.mve", "there.mve"}) {
+    const FullDisc full(kStart + 8 * kFrame + 50);
+    EXPECT_FALSE(movie.save(folder.file(name), 2, 18)) << name;
+    EXPECT_EQ(numbersOf(movie), span(0, 20)) << name;
+  }
+  EXPECT_EQ(bytesOf(folder.file("there.mve")), (Bytes{1, 2, 3}));
+  const std::filesystem::directory_iterator all(folder.path());
+  EXPECT_EQ(std::distance(begin(all), end(all)), 2) << "with the movie";
+}
+
+TEST_F(Movie, AnEmptyFileIsToldToBeOne) {
+  for (const char* name : {"x.mve", "x.avi"}) {
+    putBytes(folder.file(name), {});
+    CZZMovie movie;
+    EXPECT_FALSE(movie.open(folder.file(name)));
+    EXPECT_NE(movie.failure().find("It is empty"), std::string::npos) << movie.failure();
+  }
+}
+
 TEST_F(Movie, AFullDiscInAPassLeavesTheMovieAndTheFramesSoFar) {
   const std::string a = recorded("a.mve", 20);
   const Bytes whole = bytesOf(a);

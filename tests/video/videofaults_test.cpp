@@ -40,6 +40,11 @@ std::vector<Bytes> chunksOf(const Bytes& file) {
   return chunks;
 }
 
+std::span<uint8_t> chunkIn(Bytes& file, size_t number) {
+  const Bytes chunk = chunksOf(file)[number];
+  return {std::search(file.begin(), file.end(), chunk.begin(), chunk.end()), chunk.size()};
+}
+
 Bytes withoutHeader(const Bytes& chunk) { return Bytes(chunk.begin() + 8, chunk.end()); }
 
 class VideoFaults : public VideoFileTest {
@@ -171,6 +176,55 @@ TEST_F(VideoFaults, AFileWithoutItsEndOrItsIndexGivesItsWholeFrames) {
     const auto reader = openVideo(path);
     ASSERT_TRUE(reader);
     expectNumbers(*reader, upTo(25));
+  }
+}
+
+TEST_F(VideoFaults, AFileThatTellsOfMoreThanItHoldsSaysSo) {
+  const std::string path = numbered("n.avi", 40, "MJPG");
+  const Bytes whole = bytesOf(path);
+  Bytes unfinished = whole;
+  std::fill_n(unfinished.begin() + 4, 4, uint8_t{0xFF});
+  putBytes(path, unfinished);
+  EXPECT_TRUE(openVideo(path)->isCutOff());
+  EXPECT_EQ(openVideo(path)->missingFrames(), 0);
+  putBytes(path, Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(whole.size() / 2)));
+  const auto cut = openVideo(path);
+  EXPECT_TRUE(cut->isCutOff());
+  EXPECT_EQ(cut->missingFrames(), 40 - cut->frames());
+  if (!hasFfmpeg()) return;
+  const std::string other = folder.file("n.mkv");
+  ASSERT_TRUE(ffmpeg("-i " + numbered("n.avi", 40) + " -c:v mjpeg " + other));
+  Bytes half = bytesOf(other);
+  half.resize(half.size() / 2);
+  putBytes(other, half);
+  const auto reader = openVideo(other);
+  EXPECT_EQ(reader->missingFrames(), 40 - reader->frames());
+}
+
+TEST_F(VideoFaults, FramesBehindDamageAreThere) {
+  const std::string path = numbered("n.avi", 41);
+  Bytes bytes = bytesOf(path);
+  const std::span<uint8_t> middle = chunkIn(bytes, 20);
+  std::fill(middle.begin(), middle.end(), uint8_t{0x5A});
+  putBytes(path, bytes);
+  const auto reader = openVideo(path);
+  std::vector<int32_t> numbers = upTo(41);
+  numbers[20] = -1;
+  expectNumbers(*reader, numbers);
+}
+
+// What a decoder puts in the place of damage is no frame.
+TEST_F(VideoFaults, FramesThatAreDamagedAreNotRead) {
+  for (const auto& [codec, firstGood] : {std::pair{"FFV1", 21}, {"MJPG", 21}, {"x264", 30}}) {
+    const std::string path = numbered("n.avi", 41, codec);
+    Bytes bytes = bytesOf(path);
+    const std::span<uint8_t> chunk = chunkIn(bytes, 20);
+    std::fill(chunk.begin() + 40, chunk.end() - 40, uint8_t{0xFE});
+    putBytes(path, bytes);
+    std::vector<int32_t> numbers = upTo(41);
+    std::fill(numbers.begin() + 20, numbers.begin() + firstGood, -1);
+    SCOPED_TRACE(codec);
+    expectNumbers(*openVideo(path), numbers);
   }
 }
 

@@ -80,6 +80,8 @@ TEST_P(ForeignVideo, GivesEachFrameByItsIndex) {
   const auto reader = openVideo(path);
   ASSERT_TRUE(reader);
   expectNumbers(*reader, upTo(given.frames));
+  EXPECT_EQ(reader->missingFrames(), 0);
+  EXPECT_FALSE(reader->isCutOff());
 }
 
 constexpr const char* kH264 = "-pix_fmt yuv420p -c:v libx264 -preset veryfast -crf 20 ";
