@@ -139,6 +139,10 @@ ZchartDoc::Steps ZchartDoc::perform(Steps steps) {
         inverse.push_back({Step::Kind::Insert, at, std::move(*place)});
         items.erase(place);
         break;
+      case Step::Kind::Exchange:
+        step->exchange();
+        inverse.push_back(std::move(*step));
+        break;
     }
   }
   setModified();
@@ -211,6 +215,11 @@ void ZchartDoc::Change::replace(ZZTrace& trace, ZZTrace::Own by) {
   tellWatchers(doc, [&](ChartWatcher& w) { w.traceReplaced(trace, *by); });
   std::swap(doc.traces.items[static_cast<size_t>(index)], by);
   steps.push_back({Step::Kind::Replace, static_cast<size_t>(index), std::move(by)});
+}
+
+void ZchartDoc::Change::exchange(std::function<void()> twoValues) {
+  twoValues();
+  steps.push_back({Step::Kind::Exchange, 0, nullptr, std::move(twoValues)});
 }
 
 // --- the document's life

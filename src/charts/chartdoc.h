@@ -3,8 +3,10 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "charts/markerlist.h"
@@ -84,12 +86,13 @@ class ZchartDoc : public CdbDocument {
   virtual void serializeOwn(Archive&) {}
 
  private:
-  // One change of the list, or what takes it back: a trace in place of the one at the index, one put in
-  // there, or the one there taken out.
+  // One change, or what takes it back: a trace in place of the one at the index, one put in there, the one
+  // there taken out, or what a kind has beside its traces exchanged.
   struct Step {
-    enum class Kind { Replace, Insert, Remove } kind;
+    enum class Kind { Replace, Insert, Remove, Exchange } kind;
     size_t index;
-    ZZTrace::Own trace;  // null for Remove
+    ZZTrace::Own trace;                // null for Remove
+    std::function<void()> exchange{};  // of Exchange: done twice, it changes nothing
   };
   using Steps = std::vector<Step>;
   void serializeRest(Archive& archive);  // what follows the list
@@ -130,8 +133,15 @@ class ZchartDoc::Change {
   void remove(ZZTrace& trace);
   ZZTrace* add(ZZTrace::Own trace);  // null for one without data
   void replace(ZZTrace& trace, ZZTrace::Own by);
+  // Exchanges a kind's own value for another, which Undo exchanges again.
+  template <class Value>
+  void exchange(Value& own, Value fresh) {
+    auto kept = std::make_shared<Value>(std::move(fresh));
+    exchange([&own, kept] { std::swap(own, *kept); });
+  }
 
  private:
+  void exchange(std::function<void()> twoValues);
   ZchartDoc& doc;
   std::vector<Step> steps;
   TraceBatch batch;

@@ -109,8 +109,11 @@ class ZchartView : public CView, public ChartWatcher {
   TimeColumns columnsIn(const Rect& plot, const Rect& shownIn) const;
   double timeAtWindow(int32_t x) const;
   Strip* stripAt(Point at, std::vector<Strip>& all) const;
+  // What a kind draws over a strip whose trace is drawn.
+  virtual void drawOver(Canvas&, const Strip&, const TimeColumns&) {}
   void measure(const Canvas& canvas);
   void cursorMoved();  // another moment or trace was pointed at: refreshes the profile of rows
+  void remove();       // the selected marker, samples or trace
 
   ZchartDoc& doc;
 
@@ -203,7 +206,6 @@ class ZchartView : public CView, public ChartWatcher {
   void copy();
   void cut();
   void paste();
-  void remove();
   void clearTraces();
   bool toClipboard();
   void removeSelected();
@@ -228,6 +230,7 @@ class ZchartView : public CView, public ChartWatcher {
   void signalStrength();
   void powerContour();
   void levelContour();
+  void calculateVelocity();
   std::optional<Selection> selectionToWorkOn() const;
   template <class Act>
   void alter(Act act);

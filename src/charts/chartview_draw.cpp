@@ -124,6 +124,7 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   canvas.setClip(plot.intersected(visible));
   screen.draw(canvas, plot, columns);
   if (overColours) drawSelection(canvas, plot, columns, true);
+  drawOver(canvas, strip, columns);
   canvas.setClip(visible);
   canvas.setPen({isActive ? kActive : kFrame, 1, false});
   canvas.rectangle({plot.left - 1, plot.top, plot.right + 1, plot.bottom});

@@ -1,6 +1,7 @@
 // The tool box of a chart: filters over the selection, and traces made of the active one.
 #include <cmath>
 
+#include "analysis/linescan.h"
 #include "app/asked.h"
 #include "app/processstate.h"
 #include "base/text.h"
@@ -257,6 +258,15 @@ void ZchartView::levelContour() {
     return contoursOf(doc, trace, [&](C2DTrace& rows, const ReviewSettings& review) {
       return levelContours(rows, selection, review, levels);
     });
+  });
+}
+
+// Of rows that were sampled along a vessel. A linescan has its own way.
+void ZchartView::calculateVelocity() {
+  derive([](ZZTrace& trace, Selection selection) {
+    const auto* rows = dynamic_cast<const C2DTrace*>(&trace);
+    VelocityReview review = rows ? reviewVelocity(*rows, selection.from, selection.to) : VelocityReview{};
+    return listOf(std::move(review.correlation), std::move(review.cbv));
   });
 }
 

@@ -34,6 +34,7 @@ inline constexpr int32_t ChartResults = 33001;
 inline constexpr int32_t StopChart = 33018;
 inline constexpr int32_t HalvePoints = 33027;
 inline constexpr int32_t TraceProperties = 33029;
+inline constexpr int32_t CalculateVelocity = 33039;
 inline constexpr int32_t RaiseOffset = 33059;
 inline constexpr int32_t LowerOffset = 33061;
 inline constexpr int32_t ImageFromTrace = 33067;

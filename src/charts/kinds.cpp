@@ -42,6 +42,7 @@ std::vector<Menu> chartMenus() {
         cmd::ResistanceIndex,
         cmd::GoldenMaxima,
         cmd::PowerSpectrum,
+        cmd::CalculateVelocity,
         K::Separator,
         {"&Rows of a spectrum",
          {cmd::SignalStrength, cmd::PowerContour, cmd::LevelContour, K::Separator, cmd::NormaliseToSelection,
