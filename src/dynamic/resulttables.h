@@ -6,7 +6,5 @@
 namespace tarnvisor {
 
 extern const ResultTable kFlowResults;
-extern const ResultTable kCapillaryResults;
-extern const ResultTable kLinescanResults;
 
 }  // namespace tarnvisor

@@ -1,6 +1,7 @@
 #include "results/resultdoc.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 
 #include "app/basicapp.h"
@@ -153,9 +154,10 @@ bool CResultDoc::addrow(const ResultRecord& record) {
       const Ccolformat& format = *columns[i];
       if (format.column >= cells.size()) cells.resize(format.column + size_t{1});
       const double value = i >= 2 && i - 2 < record.values.size() ? record.values[i - 2] : 0.0;
-      cells[format.column] = i == 0   ? record.filename
-                             : i == 1 ? record.units
-                                      : resultNumber(value, format.fieldwidth, format.decimals);
+      cells[format.column] = i == 0              ? record.filename
+                             : i == 1            ? record.units
+                             : std::isnan(value) ? std::string()  // nothing was measured
+                                                 : resultNumber(value, format.fieldwidth, format.decimals);
       if (std::string small = i < 2 ? "" : smallNumber(value, format.decimals); !small.empty())
         smallNumbers[{rows.size(), format.column}] = std::move(small);
     }

@@ -56,7 +56,7 @@ struct ResultOwner {
 };
 
 // What a row of a table says. The first two columns of the list take the texts, column k from 2 on takes
-// value k - 2; a value that is lacking counts as 0.
+// value k - 2; a value that is lacking counts as 0, and what is no number leaves the cell empty.
 struct ResultRecord {
   std::string filename;
   std::string units;

@@ -2,6 +2,7 @@
 #include "base/clock.h"
 #include "charts/resulttables.h"
 #include "dynamic/resulttables.h"
+#include "linescan/resulttables.h"
 #include "imagedoc/resulttables.h"
 #include "results/resultview.h"
 #include "support/imagedoctest.h"

@@ -1,0 +1,110 @@
+#include "linescan/linefeed.h"
+
+#include <cmath>
+
+#include "app/asked.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kNoWindow = "Linescans are off.";
+constexpr const char* kTooLong = "The line is too long, or too wide, to be scanned.";
+constexpr const char* kTaken = "Another window's line is being scanned.";
+constexpr const char* kOtherMethod =
+    "The method in \"CBV calculation parameters\" is another: two lines are for the delay between them, one line is for all else.";
+constexpr const char* kNoFirst = "Choose the measuring line first.";
+
+Point middleOf(std::span<const Point> path) {
+  return path.empty() ? Point{}
+                      : Point{(path.front().x + path.back().x) / 2, (path.front().y + path.back().y) / 2};
+}
+
+}  // namespace
+
+bool samplesFields(const ZlineScanDoc& scan, const ImageFacts& images) {
+  return scan.useinterlace && !images.areFields;
+}
+
+// A line is set with half an image's time, which counts twice where only one of a frame's fields is sampled.
+ZlineScanDoc::LineFacts lineFacts(const ZlineScanDoc& scan, const ImageFacts& images,
+                                  const std::string& name) {
+  const bool isWhole = scan.useinterlace && images.areFields;
+  return {images.period * (isWhole ? 1.0 : 0.5), images.xScale, images.unit, name};
+}
+
+LineFeed::~LineFeed() { drop(); }
+
+void LineFeed::drop() {
+  if (ZlineScanDoc* scan = theLinescan()) scan->release(this);
+  first = second = {};
+  firstRow = secondRow = nullptr;
+}
+
+bool LineFeed::isFeeding() const { return theLinescan() && theLinescan()->isOf(this); }
+
+std::string LineFeed::take(std::span<const Point> path, int32_t across, bool isSecond,
+                           const ImageFacts& images, const std::string& name, const CDocument& video) {
+  ScanLine line(path, across, images.xScale / images.yScale);
+  if (line.isEmpty()) return kTooLong;
+  if (isSecond && first.isEmpty()) return kNoFirst;
+  facts = images;
+  (isSecond ? second : first) = std::move(line);
+  (isSecond ? secondMiddle : middle) = middleOf(path);
+  if (!isSecond) {
+    second = {};
+    lineName = name;
+  }
+  return begin(video);
+}
+
+std::string LineFeed::begin(const CDocument& video) {
+  ZlineScanDoc* scan = openLinescan();
+  if (!scan) return kNoWindow;
+  if (!scan->isOf(this)) {
+    if (scan->isTaken()) return kTaken;
+    if (!isUnattended() && !scan->saveModified()) return "The linescan that is open was kept.";
+    scan->beginOf(video);
+  }
+  const ZlineScanDoc::LineFacts line = lineFacts(*scan, facts, lineName);
+  if (scan->velocity.cbvmethod == kTwoLines) {
+    if (second.isEmpty()) return {};  // it waits for the other
+    distance = std::hypot((static_cast<double>(secondMiddle.x) - middle.x) * facts.xScale,
+                          (static_cast<double>(secondMiddle.y) - middle.y) * facts.yScale);
+    const auto rows = scan->settwolines(this, first.points() * first.across(),
+                                        second.points() * second.across(), distance, line);
+    firstRow = rows.first;
+    secondRow = rows.second;
+    if (!firstRow || !secondRow) return kTaken;
+  } else {
+    if (!second.isEmpty()) return kOtherMethod;
+    firstRow = scan->setline(this, first.points(), first.across(), line);
+    if (!firstRow) return kTaken;
+  }
+  scan->startCapture();
+  return {};
+}
+
+void LineFeed::sample(const CZZimage& image, int32_t imagesOn) {
+  ZlineScanDoc* scan = theLinescan();
+  if (!scan || !scan->isOf(this) || !firstRow) return;
+  scan->startCapture();
+  const bool fields = samplesFields(*scan, facts);
+  if (imagesOn > 1) scan->skiplines((imagesOn - 1) * (fields ? 2 : 1));
+  using R = ScanLine::Rows;
+  for (int32_t field = 0; field < (fields ? 2 : 1); ++field) {
+    const R rows = !fields ? R::All : field == 0 ? R::FirstField : R::SecondField;
+    const bool inside =
+        first.sample(image, *firstRow, rows) && (!secondRow || second.sample(image, *secondRow, rows));
+    if (inside)
+      scan->linesample(fields ? 1 : 2);
+    else
+      scan->skiplines(1);
+  }
+}
+
+void LineFeed::pause() {
+  if (ZlineScanDoc* scan = theLinescan(); scan && scan->isOf(this)) scan->stopCapture();
+}
+
+}  // namespace tarnvisor

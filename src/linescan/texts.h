@@ -1,0 +1,18 @@
+// Words that several sources of this room tell.
+#pragma once
+
+namespace tarnvisor::text {
+
+// The names by which the traces of a linescan are found.
+inline constexpr const char* kScan2D = "scan2D";
+inline constexpr const char* kDifference = "difference";
+inline constexpr const char* kCorrellogram = "correllogram";
+inline constexpr const char* kCbv = "cbv";
+inline constexpr const char* kCbvUncut = "cbv-uncut";
+inline constexpr const char* kCorrelation = "correlation";
+inline constexpr const char* kPeakRatio = "peak ratio";
+inline constexpr const char* kLine1 = "line1";
+inline constexpr const char* kLine2 = "line2";
+inline constexpr const char* kHough = "Hough";
+
+}  // namespace tarnvisor::text
