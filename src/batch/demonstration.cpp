@@ -151,6 +151,8 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
   }
   const std::string folder = selectDemonstration(app);
   settings.setInt("capwidth", "edgesub", 1);
+  settings.setInt("correlation", "subpoint", 1);
+  settings.setInt("correlation", "bothways", 1);
   std::printf("Demonstration in %s\n\n%-12s %5s %6s  %-52s %s\n", folder.c_str(), "still", "true", "found",
               "density", "");
   ScriptRunner runner(app, script, false);

@@ -59,6 +59,18 @@ std::string checkDim(Arguments a) {
   return {};
 }
 
+// "line X,Y X,Y ... [width N]", "dim N"
+bool tellsWidth(Arguments a) { return a.size() >= 3 && a[a.size() - 2] == "width"; }
+std::string checkScan(Arguments a) {
+  if (a[0] == "dim") return a.size() == 2 && hasNumbers(a[1], 1) ? "" : "scan dim N";
+  if (a[0] != "line") return "scan line X,Y X,Y width N, or scan dim N";
+  if (tellsWidth(a) && !hasNumbers(a.back(), 1)) return "\"" + a.back() + "\" is not a width";
+  const std::vector<std::string> points(a.begin() + 1, a.end() - (tellsWidth(a) ? 2 : 0));
+  for (const std::string& point : points)
+    if (!hasNumbers(point, 2)) return "\"" + point + "\" is not a point x,y";
+  return points.size() < 2 ? "a line has two points or more" : "";
+}
+
 std::string checkNumber(Arguments a) { return hasNumbers(a[0], 1) ? "" : "\"" + a[0] + "\" is not a number"; }
 
 bool isNumber(const std::string& text) {
@@ -74,9 +86,9 @@ std::string checkSelect(Arguments a) {
 }
 
 std::string checkPrint(Arguments a) {
-  return isOneOf(a[0], {"notes", "result", "dims", "traces", "offsets", "fps", "status"})
+  return isOneOf(a[0], {"notes", "result", "dims", "traces", "offsets", "fps", "velocity", "status"})
              ? ""
-             : "print what: notes, result, dims, traces, offsets, fps or status";
+             : "print what: notes, result, dims, traces, offsets, fps, velocity or status";
 }
 
 double numberOf(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
@@ -249,6 +261,18 @@ StepResult drawDimension(StepContext& c) {
     points.push_back({n[0], n[1]});
   }
   return ask(c, [&](ScriptTarget& t) { return t.drawDimension(c.step.args[0], points); });
+}
+
+StepResult scanLine(StepContext& c) {
+  const std::vector<std::string>& a = c.step.args;
+  if (a[0] == "dim") return ask(c, [&](ScriptTarget& t) { return t.scan(c.step.numbers(1)[0]); });
+  std::vector<Point> path;
+  for (size_t i = 1; i < a.size() - (tellsWidth(a) ? 2 : 0); ++i) {
+    const std::vector<int32_t> n = c.step.numbers(i);
+    path.push_back({n[0], n[1]});
+  }
+  const int32_t width = tellsWidth(a) ? c.step.numbers(a.size() - 1)[0] : 1;
+  return ask(c, [&](ScriptTarget& t) { return t.scan(path, width); });
 }
 
 StepResult selectRange(StepContext& c) {
@@ -447,6 +471,7 @@ constexpr Verb kVerbs[] = {{"subject", 1, 2, selectSubject, checkSubject},
                            {"roi", 1, 1, setRegion, checkRoi},
                            {"list", 1, 1, chooseList, checkList},
                            {"dim", 2, kAny, drawDimension, checkDim},
+                           {"scan", 2, kAny, scanLine, checkScan},
                            {"command", 1, kAny, runCommand},
                            {"import", 1, 2, importFile, checkImport},
                            {"select", 2, 2, selectRange, checkSelect},

@@ -43,9 +43,9 @@ Menu sequenceMenu() {
 
 Menu flowMenu() {
   return {"F&low",
-          {cmd::CalculateFcf, cmd::SpeedByRms, cmd::RmsSequence, K::Separator, cmd::FluxConcSpeed,
-           cmd::FftPerPixel, K::Separator, cmd::WidthAgainstTime, K::Separator, cmd::FlyingSpotWindow,
-           cmd::ChartFlyingSpot}};
+          {cmd::CalculateCbvOfLines, cmd::CalculateAllLines, K::Separator, cmd::CalculateFcf, cmd::SpeedByRms,
+           cmd::RmsSequence, K::Separator, cmd::FluxConcSpeed, cmd::FftPerPixel, K::Separator,
+           cmd::WidthAgainstTime, K::Separator, cmd::FlyingSpotWindow, cmd::ChartFlyingSpot}};
 }
 
 Menu mapMenu() {

@@ -63,6 +63,17 @@ inline constexpr const char* kMapsDontFit =
 inline constexpr const char* kMapsOfAnother =
     "%s holds the maps of another measurement, and those of this one are away. Choose another name.";
 inline constexpr const char* kMapsUnwritten = "%s is saved without its maps: %s";
+inline constexpr const char* kNoVelocity = "no velocity";
+inline constexpr const char* kVelocityRejected =
+    "Velocity rejected. Do you want to change the selected part of the velocity trace?";
+inline constexpr const char* kMarkGoodPart = "Mark good part in linescan, then click on Calculate";
+inline constexpr const char* kLinescansOff = "Linescans are off.";
+inline constexpr const char* kLineTooLong = "The line is too long, or too wide, to be scanned.";
+inline constexpr const char* kLinescanTaken =
+    "The linescan window is taking another line; stop that one first.";
+inline constexpr const char* kNoLinescan = "The linescan window does not take the line.";
+inline constexpr const char* kOneLineOnly =
+    "The method of the linescan window is the delay between two lines: choose another in \"CBV calculation parameters\".";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

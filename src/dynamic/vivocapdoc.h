@@ -18,11 +18,14 @@
 #include "base/files.h"
 #include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
+#include "linescan/linefeed.h"
 #include "movie/movieimage.h"
 #include "movie/movierewrite.h"
 #include "traces/trace.h"
 
 namespace tarnvisor {
+
+struct NamedValue;  // results/resultformat.h
 
 class CVivoCapDoc : public ZBasicDoc {
  public:
@@ -100,6 +103,9 @@ class CVivoCapDoc : public ZBasicDoc {
   void adoptMovie(std::unique_ptr<CZZMovie> made, TemporaryFile file, double framesPerSecond);
   std::string stemOfTitle() const;
 
+  // --- lines through the video (vivocapdoc_linescan.cpp)
+  ImageFacts imageFacts() const override;
+
   // --- exchange (vivocapdoc_exchange.cpp)
   bool importMovie(const std::string& path, bool avi);  // avi: by the command for AVI files
   // The work folder, asked for when there is none; empty when the user gives none.
@@ -113,6 +119,8 @@ class CVivoCapDoc : public ZBasicDoc {
   std::vector<std::string> filesInUse() const override;
   StepResult exportTo(const std::string& path) override;
   StepResult tell(const std::string& what) override;  // "offsets" and "fps", too
+  StepResult scan(std::span<const Point> path, int32_t width) override;
+  StepResult scan(int32_t dimension) override;
 
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
@@ -273,6 +281,28 @@ class CVivoCapDoc : public ZBasicDoc {
   void relink(const std::string& file);
   void modifiedLaplacian();
   void min3x3();
+  // vivocapdoc_linescan.cpp
+  // Scans lines over the selection into the linescan window, one after the other, each with its velocity.
+  // False, and the user told, when it can't begin; in windows the work goes on after the call.
+  struct ScanOrder {
+    std::vector<ScanLine> lines;
+    std::function<std::string(size_t)> nameOf;
+    std::function<void(ZlineScanDoc&, size_t)> afterEach = nullptr;
+    std::function<void()> atEnd = nullptr;
+    bool goesOn = false;  // the scan before was of the same work
+  };
+  bool scanLines(ScanOrder order);
+  bool scanLine(std::span<const Point> path, int32_t across, const std::string& name);
+  void calculateCbv();
+  void addLineRow(const CDim& line, size_t place, const ZlineScanDoc& scan, bool accepted, double diameter);
+  void addCapillaryRow(const std::vector<NamedValue>& values);
+  // One line after the other, each accepted by the user.
+  struct LineWalk;
+  void calculateAll();
+  void scanNext(const std::shared_ptr<LineWalk>& walk);
+  void evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& scan);
+  double diameterAcross(const CDim& line);
+  bool canScan() const { return hasMovie() && !currentDims().items.empty(); }
   // vivocapdoc_flow.cpp
   class BlockJob;
   void makeFftMovie(std::vector<uint8_t> block, int32_t points, int32_t from);

@@ -365,6 +365,7 @@ void CVivoCapView::stopPlayback() {
   byHand = ByHand::Off;
   updateCursor();
   timer.stop();
+  feed.pause();
   looping = false;
   playStep = 1;
   redraw();
@@ -383,9 +384,12 @@ void CVivoCapView::tick(double nowSeconds) {
     if (!looping) stopPlayback();                   // first, as a drag ends with the last image
     goTo(0);
     if (!isPlaying()) return;
+    feed.sample(*doc.theImage());
     return restartClock(startedAt + static_cast<double>(due) * tickSeconds());
   }
+  const int32_t before = doc.currentIndex();
   goTo(static_cast<int32_t>(std::min<int64_t>(wanted, last)));
+  feed.sample(*doc.theImage(), doc.currentIndex() - before);
 }
 
 void CVivoCapView::play() { isPlaying() ? stopPlayback() : startPlayback(false); }

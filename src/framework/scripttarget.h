@@ -44,6 +44,12 @@ class ScriptTarget {
   virtual StepResult drawDimension(const std::string& /*kind*/, std::span<const Point>) {
     return StepResult::nothing();
   }
+  // A linescan of the selected images: along a path, so many pixels wide; along a dimension of the list,
+  // from 1.
+  virtual StepResult scan(std::span<const Point> /*path*/, int32_t /*width*/) {
+    return StepResult::nothing();
+  }
+  virtual StepResult scan(int32_t /*dimension*/) { return StepResult::nothing(); }
 };
 
 }  // namespace tarnvisor

@@ -79,7 +79,11 @@ Menu measureMenu() {
            K::Separator,
            cmd::GreyLevel,
            cmd::Histogram,
-           cmd::DimensionListWindow}};
+           cmd::DimensionListWindow,
+           K::Separator,
+           cmd::MeasuringLine,
+           cmd::SecondMeasuringLine,
+           cmd::Linescan}};
 }
 
 Menu analysisMenu() {

@@ -21,6 +21,7 @@
 #include "exams/subjectselection.h"
 #include "image/imagetaker.h"
 #include "image/zzimage.h"
+#include "linescan/imagefacts.h"
 #include "measure/dimlist.h"
 
 namespace tarnvisor {
@@ -116,6 +117,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
 
   // The scale of what this was made of, with its unit and name.
   void takeScale(const ZBasicDoc& of);
+  // Of images that follow each other; of a still without a period.
+  virtual ImageFacts imageFacts() const { return {scale().x, scale().y, unitName()}; }
   // How many of a pixel the default scale and the table of scales tell of: 0.5 where two by two were made
   // one.
   virtual double standardPixels() const { return 1.0; }

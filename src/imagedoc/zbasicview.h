@@ -13,6 +13,7 @@
 #include "app/inputs.h"
 #include "drawing/zoomcanvas.h"
 #include "imagedoc/zbasicdoc.h"
+#include "linescan/linefeed.h"
 
 namespace tarnvisor {
 
@@ -105,6 +106,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   void updateCursor();
   // In hand, whatever was before.
   void takeTool(int32_t wanted);
+  LineFeed feed;  // of the view's measuring lines; who shows image after image samples them
 
  private:
   // What a held button does.
@@ -195,6 +197,13 @@ class ZBasicView : public CView, public AutoLoadSink {
   void histogram();
   void greyLevel();
   bool canShowGreyLevel() const { return hasImage() && hasSelection(); }
+  bool canScan() const;
+  bool isScanned() const { return feed.isFeeding(); }
+  bool isScannedTwice() const { return feed.isTwo(); }
+  void takeMeasuringLine();
+  void takeSecondMeasuringLine();
+  void takeLine(bool isSecond);
+  void linescanWindow();
   void vignetteCommand();
   void autocalCommand();
   void printCommand();

@@ -181,6 +181,28 @@ const CommandTableBase& ZBasicView::commandTable() {
        {.tip = "Grey level profile",
         .status = "Shows the grey levels along the selected line.",
         .icon = "grey-level"}},
+      {cmd::MeasuringLine,
+       "&Measuring line",
+       &V::takeMeasuringLine,
+       &V::canScan,
+       &V::isScanned,
+       {.tip = "Measuring line",
+        .status = "Makes the selected line the one that the linescan window samples; choose it again to end.",
+        .whyOff = "Select a line in a window that shows a video."}},
+      {cmd::SecondMeasuringLine,
+       "&Temporal 2nd Measuring line",
+       &V::takeSecondMeasuringLine,
+       &V::canScan,
+       &V::isScannedTwice,
+       {.tip = "Second measuring line",
+        .status =
+            "Makes the selected line the second one of the linescan window, for the delay between both.",
+        .whyOff = "Select a line in a window that shows a video."}},
+      {cmd::Linescan,
+       "&Linescan",
+       &V::linescanWindow,
+       &V::hasImage,
+       {.tip = "Linescan", .status = "Opens or raises the linescan window."}},
       {cmd::CapillaryWidthMethod,
        "capillary width m&ethod ...",
        &V::widthMethod,
@@ -434,6 +456,32 @@ bool ZBasicView::hasImageResults() const {
 void ZBasicView::dimensionList() { showDimensionList(doc); }
 void ZBasicView::histogram() { showHistogram(doc); }
 void ZBasicView::greyLevel() { showGreyLevelProfile(doc, selected); }
+
+// --- lines that are sampled in each image shown
+
+bool ZBasicView::canScan() const {
+  return feed.isFeeding() || (hasSelection() && doc.imageFacts().period > 0);
+}
+
+void ZBasicView::takeMeasuringLine() {
+  if (feed.isFeeding()) return feed.drop();
+  takeLine(false);
+}
+
+void ZBasicView::takeSecondMeasuringLine() { takeLine(true); }
+
+void ZBasicView::takeLine(bool isSecond) {
+  if (!hasSelection()) return;
+  const CDim& line = doc.currentDims().at(selected);
+  const std::string name = format("%s line%i", doc.title().c_str(), selected + 1);
+  if (const std::string trouble = feed.take(line.points, line.width, isSecond, doc.imageFacts(), name, doc);
+      !trouble.empty())
+    doc.report(trouble);
+}
+
+void ZBasicView::linescanWindow() {
+  if (!openLinescan()) doc.report("Linescans are off.");
+}
 
 void ZBasicView::vignetteCommand() {
   finishShape();

@@ -92,7 +92,7 @@ TEST(Script, EveryWrongFormEndsWithCode2AndItsPlace) {
       {"select nan 1", "\"nan\" is not a number"},
       {"select 1 inf", "\"inf\" is not a number"},
       {"select 1 1e999", "\"1e999\" is not a number"},
-      {"print all", "print what: notes, result, dims, traces, offsets, fps or status"}};
+      {"print all", "print what: notes, result, dims, traces, offsets, fps, velocity or status"}};
   TempFolder folder;
   std::string all;
   std::string text;

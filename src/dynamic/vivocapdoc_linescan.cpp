@@ -1,0 +1,256 @@
+// Commands that scan lines through a video, and measure the velocity along them.
+#include <cmath>
+#include <limits>
+
+#include "analysis/width.h"
+#include "app/asked.h"
+#include "base/text.h"
+#include "dynamic/texts.h"
+#include "dynamic/vivocapdoc.h"
+#include "host/host.h"
+#include "imagedoc/texts.h"
+#include "linescan/linefeed.h"
+#include "linescan/resulttables.h"
+#include "linescanrun.h"
+#include "measure/dimline.h"
+#include "results/resultdoc.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kNotMeasured = std::numeric_limits<double>::quiet_NaN();
+
+// What was sampled becomes the window's scan, in a ring of its own length.
+bool fillScan(ZlineScanDoc& scan, const void* source, const LinescanRun::Line& line, bool fields,
+              const ZlineScanDoc::LineFacts& facts) {
+  scan.setNoPtsToSample(static_cast<int32_t>(line.rows->size / static_cast<uint32_t>(scan.sampleperiod)));
+  CdataVect* row = scan.setline(source, line.pixels.points(), line.pixels.across(), facts);
+  if (!row) return false;
+  const TraceBatch batch(scan);
+  const bool calculates = std::exchange(scan.cbvON, false);  // all at once afterwards
+  scan.startCapture();
+  for (uint32_t i = 0; i < line.rows->size; ++i) {
+    if (line.stored[i]) {
+      row->copyfrom(0, *line.rows->getArray(i), row->size);
+      scan.linesample(fields ? 1 : 2);
+    } else {
+      scan.skiplines(1);
+    }
+  }
+  scan.cbvON = calculates;
+  scan.release(source);
+  return true;
+}
+
+}  // namespace
+
+ImageFacts CVivoCapDoc::imageFacts() const {
+  if (!hasMovie()) return ZBasicDoc::imageFacts();
+  const Scale s = scale();
+  return {s.x, s.y, unitName(), 1.0 / imagesPerSecond(), isFieldMovie()};
+}
+
+bool CVivoCapDoc::scanLines(ScanOrder order) {
+  const auto refuse = [this](const char* words) {
+    report(words);
+    return false;
+  };
+  if (!hasMovie()) return false;
+  ZlineScanDoc* scan = openLinescan();
+  if (!scan) return refuse(text::kLinescansOff);
+  if (scan->velocity.cbvmethod == kTwoLines) return refuse(text::kOneLineOnly);
+  if (scan->isTaken()) return refuse(text::kLinescanTaken);
+  if (!order.goesOn && !isUnattended() && !scan->saveModified()) return false;
+  const ImageFacts facts = imageFacts();
+  const bool fields = samplesFields(*scan, facts);
+  LinescanRun::Lines lines;
+  for (ScanLine& line : order.lines) lines.push_back({std::move(line)});
+  const auto ordered = std::make_shared<ScanOrder>(std::move(order));
+  auto run =
+      std::make_unique<LinescanRun>(*this, std::move(lines), fields, [=, this](LinescanRun::Lines all) {
+        ZlineScanDoc* to = openLinescan();
+        for (size_t i = 0; to && i < all.size(); ++i) {
+          to->beginOf(*this);
+          const std::string name = ordered->nameOf(i);
+          if (!fillScan(*to, this, all[i], fields, lineFacts(*to, facts, name)))
+            return report(text::kNoLinescan);
+          to->setTitle(name);
+          to->calculateVelocity();
+          if (ordered->afterEach) ordered->afterEach(*to, i);
+        }
+        if (ordered->atEnd) ordered->atEnd();
+      });
+  if (!run->prepare()) return refuse(text::kNoMemory);
+  start(std::move(run));
+  return true;
+}
+
+bool CVivoCapDoc::scanLine(std::span<const Point> path, int32_t across, const std::string& name) {
+  ScanOrder order;
+  order.lines.emplace_back(path, across, scale().x / scale().y);
+  if (order.lines.front().isEmpty()) {
+    report(text::kLineTooLong);
+    return false;
+  }
+  order.nameOf = [name](size_t) { return name; };
+  return scanLines(std::move(order));
+}
+
+StepResult CVivoCapDoc::scan(std::span<const Point> path, int32_t width) {
+  if (!hasMovie()) return StepResult::failure("the video has no images");
+  if (width < 1) return StepResult::failure("a line is a pixel wide or more");
+  return scanLine(path, width, title() + " line") ? StepResult{} : StepResult::failure({});
+}
+
+StepResult CVivoCapDoc::scan(int32_t dimension) {
+  if (!currentDims().isValid(dimension - 1))
+    return StepResult::failure(format("the list has no dimension %i", dimension));
+  if (!hasMovie()) return StepResult::failure("the video has no images");
+  const CDim& dim = currentDims().at(dimension - 1);
+  const std::string name = format("%s line%i", title().c_str(), dimension);
+  return scanLine(dim.points, dim.width, name) ? StepResult{} : StepResult::failure({});
+}
+
+// --- the lines of the list
+
+void CVivoCapDoc::addCapillaryRow(const std::vector<NamedValue>& values) {
+  if (!addResultRow(kCapillaryResults, recordOf(kCapillaryResults, title(), unitName(), values), this))
+    report(text::kNoMemory);
+}
+
+// A line whose velocity is not to be told has an empty one. Its number is `place` + 1.
+void CVivoCapDoc::addLineRow(const CDim& line, size_t place, const ZlineScanDoc& scan, bool accepted,
+                             double diameter) {
+  const VelocityStatistics found = scan.statistics();
+  const bool told = accepted && scan.hasNumber(found);
+  const Scale s = scale();
+  const double velocity = told ? found.mean : kNotMeasured;
+  Point anchor;
+  line.Anchor(anchor);
+  addCapillaryRow({{"line", static_cast<double>(place + 1)},
+                   {"length", line.Length(s.x, s.y)},
+                   {"diameter", diameter},
+                   {"velocity", velocity},
+                   {"flow", kPi * diameter * diameter * velocity * 0.25},
+                   {"x", anchor.x * s.x},
+                   {"y", anchor.y * s.y},
+                   {"av r", told ? found.correlation : kNotMeasured},
+                   {"%good", found.share() * 100}});
+}
+
+void CVivoCapDoc::calculateCbv() {
+  if (!canScan() || isBusy()) return;
+  ScanOrder order;
+  // What is measured, as it was: the list may change meanwhile.
+  struct Measured {
+    std::vector<std::unique_ptr<CDim>> lines;
+    std::vector<std::string> labels;
+    double velocity = 0, flow = 0;
+    int32_t told = 0;
+  };
+  const auto all = std::make_shared<Measured>();
+  for (const auto& dim : currentDims().items) {
+    order.lines.emplace_back(dim->points, dim->width, scale().x / scale().y);
+    if (order.lines.back().isEmpty()) return report(text::kLineTooLong);
+    all->lines.push_back(dim->Clone());
+  }
+  order.nameOf = [stem = title()](size_t i) {
+    return format("%s line%i", stem.c_str(), static_cast<int>(i + 1));
+  };
+  order.afterEach = [all, this](ZlineScanDoc& scan, size_t i) {
+    const double diameter = all->lines[i]->width * scale().x;
+    addLineRow(*all->lines[i], i, scan, true, diameter);
+    const VelocityStatistics found = scan.statistics();
+    const bool told = scan.hasNumber(found);
+    all->labels.push_back(told ? format("%.1f ", found.mean) + scan.velocityUnits() : text::kNoVelocity);
+    if (!told) return;
+    all->velocity += found.mean;
+    all->flow += kPi * diameter * diameter * found.mean * 0.25;
+    ++all->told;
+  };
+  order.atEnd = [all, this] {
+    const auto mean = [&](double sum) { return all->told ? sum / all->told : kNotMeasured; };
+    addCapillaryRow({{"velocity", mean(all->velocity)}, {"flow", mean(all->flow)}});
+    const Change change(*this);
+    for (size_t i = 0; i < all->labels.size(); ++i) {
+      const auto place = static_cast<int32_t>(i);
+      if (currentDims().isValid(place) && currentDims().at(place).isSame(*all->lines[i]))
+        currentDims().at(place).label = all->labels[i];
+    }
+    setModified();
+    updateAllViews();
+  };
+  scanLines(std::move(order));
+}
+
+// --- one after the other, each accepted
+
+struct CVivoCapDoc::LineWalk {
+  std::vector<std::unique_ptr<CDim>> lines;
+  size_t at = 0;
+};
+
+void CVivoCapDoc::calculateAll() {
+  if (!hasMovie() || isBusy()) return;
+  const auto walk = std::make_shared<LineWalk>();
+  for (const auto& dim : currentDims().items) walk->lines.push_back(dim->Clone());
+  scanNext(walk);
+}
+
+void CVivoCapDoc::scanNext(const std::shared_ptr<LineWalk>& walk) {
+  if (walk->at >= walk->lines.size()) return updateAllViews();
+  const CDim& line = *walk->lines[walk->at];
+  ScanOrder order;
+  order.lines.emplace_back(line.points, line.width, scale().x / scale().y);
+  if (order.lines.front().isEmpty()) return report(text::kLineTooLong);
+  order.nameOf = [this, walk](size_t) {
+    return format("%s line%i", title().c_str(), static_cast<int>(walk->at + 1));
+  };
+  order.afterEach = [this, walk](ZlineScanDoc& scan, size_t) { evaluate(walk, scan); };
+  order.goesOn = walk->at > 0;
+  scanLines(std::move(order));
+}
+
+void CVivoCapDoc::evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& scan) {
+  const size_t place = walk->at++;
+  const CDim& line = *walk->lines[place];
+  int32_t verdict = 0;
+  Form form("Velocity");
+  form.addNote(format("line %i\n", static_cast<int>(place + 1)) + scan.resultWords());
+  form.endWith("verdict", verdict, {"&OK", "&Reject"});
+  const bool accepted = isUnattended() || (host().forms.run(form) && verdict == 0);
+  if (!accepted &&
+      host().messages.show(text::kVelocityRejected, Buttons::YesNo, Icon::Question) == Answer::Yes) {
+    host().messages.show(text::kMarkGoodPart, Buttons::Ok, Icon::Information);
+    return;
+  }
+  const VelocityStatistics found = scan.statistics();
+  const auto index = static_cast<int32_t>(place);
+  if (accepted && scan.hasNumber(found) && currentDims().isValid(index) &&
+      currentDims().at(index).isSame(line)) {
+    const Change change(*this);
+    currentDims().at(index).label += format("%.1f ", found.mean) + scan.velocityUnits();
+    setModified();
+  }
+  addLineRow(line, place, scan, accepted, diameterAcross(line));
+  scanNext(walk);
+}
+
+// Of the capillary that a line runs along: across its middle, or the line's own width where nothing is found.
+double CVivoCapDoc::diameterAcross(const CDim& line) {
+  constexpr double kLeastAcross = 20, kWidths = 4;
+  WidthSettings with;
+  with.load();
+  const auto rule = with.ruleInImage();
+  const std::unique_ptr<CDimLine> across = line.Perpendicular(std::max(kLeastAcross, kWidths * line.width));
+  if (rule && across) {
+    const VesselWidth found = widthAlong(*theImage(), across->points, 1, *rule, with);
+    const double pixels = across->Length(1.0, 1.0);
+    if (found.width > 0 && pixels > 0) return found.width * across->Length(scale().x, scale().y) / pixels;
+  }
+  return line.width * scale().x;
+}
+
+}  // namespace tarnvisor
