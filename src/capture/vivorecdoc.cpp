@@ -124,6 +124,7 @@ void CVivoRecDoc::startRecording() {
     if (theApp().recorder) theApp().recorder->startRecording();
     return;
   }
+  if (!mayStopWork()) return;
   stopWork();
   deleteContents();
   forgetOwner();
