@@ -186,9 +186,10 @@ void CdbDocument::serialize(Archive& archive) {
   if (examIdOfDoc < 0 && !patientId.empty()) std::tie(madeFor, madeUnder) = std::pair(patientId, -1);
 }
 
-// The document itself is safe; its row in the database is not there, or is an older one.
-void CdbDocument::noteUnwritten(bool written, const std::string& name) {
-  if (written) return;
+// Whoever shows the rows shows this one, too. Where it isn't there, or is an older one, the document itself
+// is safe.
+void CdbDocument::tellOfRow(bool written, const std::string& name) {
+  if (written) return theExams().tell();
   logPrintf("the result of %s could not be written to the database\n", name.c_str());
   report("The result of " + name + " could not be written to the database.");
 }
@@ -237,7 +238,7 @@ void CdbDocument::storeResult(const std::string& path) {
   const std::string name = fileNameOf(path);
   bool failed = false;
   const bool present = db->resultOf(examIdOfDoc, name, &failed).has_value();
-  if (failed) return noteUnwritten(false, name);
+  if (failed) return tellOfRow(false, name);
   if (!liesInItsExam(path)) {
     // Saved it is all the same, so this is no failure.
     if (!toldForeign)
@@ -252,7 +253,7 @@ void CdbDocument::storeResult(const std::string& path) {
   if (present)
     updateResult(path);
   else
-    noteUnwritten(db->insertResult(examIdOfDoc, name, resultText), name);
+    tellOfRow(db->insertResult(examIdOfDoc, name, resultText), name);
 }
 
 // A row tells of the file of that name in the exam's folder, of no copy elsewhere and of no other data
@@ -266,7 +267,7 @@ bool CdbDocument::liesInItsExam(const std::string& path) const {
 void CdbDocument::updateResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
   if (!db || !liesInItsExam(path)) return;
-  noteUnwritten(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
+  tellOfRow(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
 }
 
 std::string CdbDocument::defaultPathName() const {

@@ -81,7 +81,7 @@ class CdbDocument : public CDocument {
   bool isExamKnown() const;    // a subject of that id has an exam of that number here
   bool isOfElsewhere = false;  // made from a document that doesn't belong here
   bool toldForeign = false;    // that its exam is not of this database
-  void noteUnwritten(bool written, const std::string& name);
+  void tellOfRow(bool written, const std::string& name);
 };
 
 // A subject and the site of its exam, for a title: "S-1, left ring". The subject alone where the open
