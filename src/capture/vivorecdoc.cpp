@@ -124,6 +124,7 @@ void CVivoRecDoc::startRecording() {
     if (theApp().recorder) theApp().recorder->startRecording();
     return;
   }
+  if (!mayStopWork()) return;
   stopWork();
   deleteContents();
   forgetOwner();
@@ -208,19 +209,25 @@ void CVivoRecDoc::stopRecording() {
   if (!moviePath.empty()) {
     std::string stem = withoutExtension(moviePath);
     if (endsWithIgnoringCase(stem, ".z")) stem.resize(stem.size() - 2);
-    const TakenName taken(stem, ".dtv");
-    const std::string& path = taken.path();
-    if (CVivoCapDoc::onSaveDocument(path)) {
-      setPathName(path);
-      setTitle(text::kRecordedTitle + fileNameOf(path));
-      setModified(false);
-    }
+    if (const auto folder = folderForUnnamed(folderOf(stem))) saveRecording(*folder + fileNameOf(stem));
   }
   host().windows.beep();
   host().windows.refreshBars();
   theApp().documents.activate(*this);
   updateAllViews();
   tellOfLosses(failure);
+}
+
+void CVivoRecDoc::saveRecording(const std::string& stem) {
+  const TakenName taken(stem, ".dtv");
+  const std::string& path = taken.path();
+  movie->shared = 0;  // no document knows of it yet: it moves along
+  const bool saved = CVivoCapDoc::onSaveDocument(path);
+  movie->shared = 1;
+  if (!saved) return;
+  setPathName(path);
+  setTitle(text::kRecordedTitle + fileNameOf(path));
+  setModified(false);
 }
 
 std::string CVivoRecDoc::defaultPathName() const {

@@ -51,6 +51,7 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
   bool begin(const Rect& source);
   bool hasRoomFor(const SequenceSettings& wanted, const Rect& source);
   void noteCounts();
+  void saveRecording(const std::string& stem);
   void tellOfLosses(const std::string& failure);
   bool isIdle() const { return !recordingNow; }
   std::unique_ptr<CZZMovie> recordingMovie;

@@ -212,16 +212,20 @@ std::string ZBasicfgDoc::automaticStem(const char* timePattern, int64_t seconds)
 }
 
 bool ZBasicfgDoc::saveStill(const std::string& stem) {
-  automatic = true;
   const std::string ending = storedType()->filterExtension();
   const bool named = equalIgnoringCase(extensionOf(stem), ending.substr(1));
   TakenName taken;
   if (!named) {
-    taken = takeLetterName(stem.empty() ? automaticStem("-%y%m%d%H%M%S") + "_000" : stem, ending);
+    if (isLive()) forgetOwner();  // the picture is of now
+    const std::string wanted = stem.empty() ? automaticStem("-%y%m%d%H%M%S") + "_000" : stem;
+    const auto folder = folderForUnnamed(folderOf(wanted));
+    if (!folder) return false;
+    taken = takeLetterName(*folder + fileNameOf(wanted), ending);
     saveName = taken.path();
   } else {
     saveName = stem;
   }
+  automatic = true;
   const bool saved = onSaveDocument(saveName);
   automatic = false;
   if (saved) host().windows.beep();

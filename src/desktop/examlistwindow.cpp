@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -110,7 +111,9 @@ void ExamListWindow::refresh() {
   if (choosing) return;  // the list that the user chooses in stays as it is
   heading->setText(QString::fromStdString(model.heading()));
   fillExams();
+  const int scrolled = results->verticalScrollBar()->value();
   fillResults();
+  results->verticalScrollBar()->setValue(scrolled);
 }
 
 void ExamListWindow::fillExams() {

@@ -93,6 +93,7 @@ void MainWindow::showPlaced() {
 
 // All questions come before the first document goes, so that Cancel keeps everything.
 bool MainWindow::saveAllModified() {
+  if (!app.documents.mayStopWork()) return false;
   const std::vector<CDocument*> open = app.documents.documents();
   for (CDocument* document : open) {
     if (!document->isModified()) continue;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "app/processstate.h"
 #include "archive/archive.h"
@@ -12,6 +13,7 @@
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
 #include "framework/documenttype.h"
+#include "host/host.h"
 #include "imagedoc/texts.h"
 #include "movie/movieoutput.h"
 
@@ -25,6 +27,27 @@ bool isCorrected(CZZMovie& movie, const CZZMovie::Range& range) {
   for (int32_t i = range.first; i < range.last; ++i)
     if (movie.recordOf(i).xOrigin != 0 || movie.recordOf(i).yOrigin != 0) return true;
   return false;
+}
+
+// What of a range a movement correction left out, in words; empty for nothing.
+std::string uncorrectedPart(CVivoCapDoc& video, const CZZMovie::Range& range) {
+  if (!isCorrected(*video.movie, range)) return "";
+  const CZZMovie::Range corrected = video.correctedImages();
+  std::string which;
+  if (range.first < corrected.first) which = format("before %i", corrected.first);
+  if (range.last > corrected.last)
+    which += (which.empty() ? "" : " and ") + format("from %i on", corrected.last);
+  return which.empty() ? which : format(text::kPartlyCorrected, which.c_str());
+}
+
+// A user may correct the rest first; a script goes on.
+bool agreesTo(const std::string& flaw) {
+  if (flaw.empty()) return true;
+  if (!isUnattended())
+    return host().messages.show(flaw + text::kMeasureAllTheSame, Buttons::YesNo, Icon::Careful) ==
+           Answer::Yes;
+  host().messages.show(flaw);
+  return true;
 }
 
 // What was measured lends its scale and its stations; subject and exam come with the command.
@@ -103,6 +126,8 @@ bool FlowRun::prepare() {
     video.report(may.why());
     return false;
   }
+  const std::string flaw = uncorrectedPart(video, {first, last});
+  if (!agreesTo(flaw)) return false;
   const std::string stem = video.stemOfTitle();
   if (makesMovie) {
     const std::string folder = video.workFolder();
@@ -130,6 +155,7 @@ bool FlowRun::prepare() {
                    text::kLineEnd);
   if (!isCorrected(*video.movie, {first, last}))
     map->appendNotes(std::string(text::kNotCorrected) + text::kLineEnd);
+  if (!flaw.empty()) map->appendNotes(flaw + text::kLineEnd);
   if (video.theImage()->isField()) map->appendNotes(std::string(text::kOfFields) + text::kLineEnd);
   return true;
 }

@@ -53,6 +53,9 @@ inline constexpr const char* kGreyOnly =
     "Flow is measured on grey images. Make them grey by \"Convert to grey\" first.";
 inline constexpr const char* kNotCorrected =
     "The video was not corrected for movement: all offsets of its images are 0, and what moved counts as flow.";
+inline constexpr const char* kPartlyCorrected =
+    "The images %s were not corrected for movement: they all have one offset, and what moved counts as flow.";
+inline constexpr const char* kMeasureAllTheSame = "\nMeasure the flow all the same?";
 inline constexpr const char* kOfFields =
     "The images are fields, which show the even and the odd rows in turn: edges count as flow.";
 inline constexpr const char* kMapsStay =

@@ -80,6 +80,8 @@ class CVivoCapDoc : public ZBasicDoc {
   int32_t addPointToDimension(int32_t index, Point point) override;
   int32_t insertDimension(const CDim& dimension) override;
   const std::vector<MovementRecord>& movementRecords() const { return amc.records; }  // of the last run
+  // Those before and after were left where they were; of a stored video only its offsets tell.
+  CZZMovie::Range correctedImages() const;
 
   // Images that are moved by hand, by whole frame pixels; of fields by even rows.
   void moveImages(CZZMovie::Range images, Point by);

@@ -75,6 +75,7 @@ class CVivoCapDoc::ExportJob : public Job {
                   compression),
         done(std::move(whenDone)) {}
   std::string title() const override { return "Exporting " + fileNameOf(path); }
+  std::string lostIfStopped() const override { return fileNameOf(path) + " is still being exported."; }
   Progress progress() const override { return {title(), exporting.done(), exporting.total()}; }
   bool step() override { return exporting.next(); }
   void end(bool cancelled) override {

@@ -263,6 +263,31 @@ void CVivoCapDoc::keepMovementBase() {
   process.imageTemplate->discard(*base);
 }
 
+// Images that no run came to have one offset: what was added to all, which is that of the base, too. After a
+// run those are told apart from images that an earlier one had moved; of a stored video an end of fewer than
+// three may lie there by chance.
+CZZMovie::Range CVivoCapDoc::correctedImages() const {
+  const auto offsetOf = [this](int32_t i) {
+    const FrameRecord& record = movie->recordOf(i);
+    return Point{record.xOrigin, record.yOrigin};
+  };
+  const auto standStill = [&offsetOf](int32_t from, int32_t to) {
+    for (int32_t i = from + 1; i < to; ++i)
+      if (offsetOf(i) != offsetOf(from)) return false;
+    return true;
+  };
+  const int32_t count = imageCount();
+  if (!amc.records.empty()) {
+    const int32_t first = amc.records.front().index, last = amc.records.back().index + 1;
+    return {standStill(0, first) ? first : 0, standStill(last, count) ? last : count};
+  }
+  int32_t last = count;
+  const Point atEnd = count > 0 ? offsetOf(count - 1) : Point{};
+  if (atEnd == Point{} || atEnd == offsetOf(0))
+    while (last > 0 && offsetOf(last - 1) == atEnd) --last;
+  return {0, count - last < 3 ? count : last};
+}
+
 // --- commands
 
 void CVivoCapDoc::correctMovement() {

@@ -98,6 +98,7 @@ class CVivoCapDoc::SaveJob : public Job {
     saving.emplace(*doc.movie, move.name, move.range.first, move.range.last);
   }
   std::string title() const override { return "Saving " + fileNameOf(path); }
+  std::string lostIfStopped() const override { return fileNameOf(path) + " is still being saved."; }
   Progress progress() const override { return {saving->words(), saving->done(), saving->total()}; }
   bool step() override { return saving->next(); }
   void end(bool cancelled) override {

@@ -115,14 +115,31 @@ std::optional<CdbDocument::Owner> CdbDocument::askOwner() {
   return maker;
 }
 
-// The folder of one patient's exam is no place for another's document.
-bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
+std::optional<std::string> CdbDocument::folderForUnnamed(const std::string& wanted) {
+  const std::optional<Owner> next = askOwner();
+  if (!next) {
+    host().messages.show(title() + " was not saved.", Buttons::Ok, Icon::Warning);
+    return std::nullopt;
+  }
+  if (!isBoundToExam()) std::tie(madeFor, madeUnder) = std::tie(next->subject, next->exam);
+  return strangerIn(wanted, *next) < 0 ? wanted : withSeparator(theApp().dataFolder + examFolder());
+}
+
+// The exam whose folder that is, and not the document's; -1 for none.
+int32_t CdbDocument::strangerIn(const std::string& folder, const Owner& next) const {
   const std::string below = folderBelowData(folder);
   const bool liesThere = !pathName().empty() && sameFolder(folderOf(pathName()), folder);
-  if (below.empty() || liesThere) return true;
+  if (below.empty() || liesThere) return -1;
   const int32_t own = isBoundToExam() ? examHere() : next.exam;
   const std::vector<int32_t> exams = theApp().db->examsIn(below);
-  if (exams.empty() || std::ranges::find(exams, own) != exams.end()) return true;
+  return exams.empty() || std::ranges::find(exams, own) != exams.end() ? -1 : exams.front();
+}
+
+// The folder of one patient's exam is no place for another's document.
+bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
+  const int32_t stranger = strangerIn(folder, next);
+  if (stranger < 0) return true;
+  const int32_t own = isBoundToExam() ? examHere() : next.exam;
   const std::string elsewhere = !isFromElsewhere()   ? std::string()
                                 : pathName().empty() ? ", from another folder"
                                                      : ", from another folder (" + folderOf(pathName()) + ")";
@@ -132,7 +149,7 @@ bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
       : own >= 0 ? format("is to join exam %i of subject %s", own, next.subject.c_str())
                  : std::string("belongs to no exam");
   return host().messages.show(format("%s %s, and %s is the folder of exam %i. Save it there all the same?",
-                                     title().c_str(), whose.c_str(), folder.c_str(), exams.front()),
+                                     title().c_str(), whose.c_str(), folder.c_str(), stranger),
                               Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 
@@ -186,9 +203,10 @@ void CdbDocument::serialize(Archive& archive) {
   if (examIdOfDoc < 0 && !patientId.empty()) std::tie(madeFor, madeUnder) = std::pair(patientId, -1);
 }
 
-// The document itself is safe; its row in the database is not there, or is an older one.
-void CdbDocument::noteUnwritten(bool written, const std::string& name) {
-  if (written) return;
+// Whoever shows the rows shows this one, too. Where it isn't there, or is an older one, the document itself
+// is safe.
+void CdbDocument::tellOfRow(bool written, const std::string& name) {
+  if (written) return theExams().tell();
   logPrintf("the result of %s could not be written to the database\n", name.c_str());
   report("The result of " + name + " could not be written to the database.");
 }
@@ -227,6 +245,7 @@ void CdbDocument::madeFrom(const CDocument& source) {
   isBound = from->isBound;
   madeFor = from->madeFor;
   madeUnder = from->madeUnder;
+  notOf = from->notOf;
   isOfElsewhere = from->isExamKnown() && !from->belongsHere();
 }
 
@@ -237,7 +256,7 @@ void CdbDocument::storeResult(const std::string& path) {
   const std::string name = fileNameOf(path);
   bool failed = false;
   const bool present = db->resultOf(examIdOfDoc, name, &failed).has_value();
-  if (failed) return noteUnwritten(false, name);
+  if (failed) return tellOfRow(false, name);
   if (!liesInItsExam(path)) {
     // Saved it is all the same, so this is no failure.
     if (!toldForeign)
@@ -252,7 +271,7 @@ void CdbDocument::storeResult(const std::string& path) {
   if (present)
     updateResult(path);
   else
-    noteUnwritten(db->insertResult(examIdOfDoc, name, resultText), name);
+    tellOfRow(db->insertResult(examIdOfDoc, name, resultText), name);
 }
 
 // A row tells of the file of that name in the exam's folder, of no copy elsewhere and of no other data
@@ -266,7 +285,7 @@ bool CdbDocument::liesInItsExam(const std::string& path) const {
 void CdbDocument::updateResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
   if (!db || !liesInItsExam(path)) return;
-  noteUnwritten(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
+  tellOfRow(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
 }
 
 std::string CdbDocument::defaultPathName() const {

@@ -61,6 +61,9 @@ class CdbDocument : public CDocument {
  protected:
   // Bound to nothing any more: what comes next is of what is selected now.
   void forgetOwner();
+  // Of a name that nobody gives: the wanted folder, or that of the own exam where the wanted one is another
+  // exam's. Asks once whose the document is to be; nothing, and the user told, where that is not answered.
+  std::optional<std::string> folderForUnnamed(const std::string& wanted);
   // A new document, or one around a file of another kind, is of what is selected now.
   void noteMadeHere();
   // Binds the document and writes its file, without the row. On failure it is bound as before.
@@ -75,13 +78,14 @@ class CdbDocument : public CDocument {
   int32_t madeUnder = -1;
   Owner notOf;  // somebody else's exam, which it was said not to be of
   std::optional<Owner> askOwner();
+  int32_t strangerIn(const std::string& folder, const Owner& next) const;
   bool mayLieIn(const std::string& folder, const Owner& next) const;
   int32_t examHere() const;
   bool liesInItsExam(const std::string& path) const;
   bool isExamKnown() const;    // a subject of that id has an exam of that number here
   bool isOfElsewhere = false;  // made from a document that doesn't belong here
   bool toldForeign = false;    // that its exam is not of this database
-  void noteUnwritten(bool written, const std::string& name);
+  void tellOfRow(bool written, const std::string& name);
 };
 
 // A subject and the site of its exam, for a title: "S-1, left ring". The subject alone where the open

@@ -57,6 +57,13 @@ void CDocument::runToEnd(std::unique_ptr<Job> job) {
   finishWork();
 }
 
+bool CDocument::mayStopWork() const {
+  if (!atWork || !documentType->drivesJobs()) return true;
+  const std::string lost = atWork->lostIfStopped();
+  return lost.empty() ||
+         host().messages.show(lost + " Stop it?", Buttons::YesNo, Icon::Careful) == Answer::Yes;
+}
+
 void CDocument::stopWork() {
   if (!atWork) return;
   atWork->stop();
@@ -216,6 +223,7 @@ bool CDocument::saveModified() {
   const std::string name = filePath.empty() ? windowTitle : filePath;
   switch (host().messages.show("Save changes to " + name + "?", Buttons::YesNoCancel, Icon::Question)) {
     case Answer::Yes:
+      stopWork();  // no other job begins meanwhile, a save neither
       return save();
     case Answer::No:
       return true;

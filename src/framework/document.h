@@ -93,6 +93,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // The same, ended when it returns.
   void runToEnd(std::unique_ptr<Job> job);
   bool isBusy() const override { return atWork != nullptr; }
+  // Asks before something goes with a job that is stopped; false when the user wants it to go on.
+  [[nodiscard]] bool mayStopWork() const;
   // As by Cancel; the job has ended when it returns.
   void stopWork();
   // Drives the job for a moment. Its end may close the document.

@@ -175,7 +175,16 @@ bool DocumentManager::turnJobs() {
   return std::ranges::any_of(order, [](const CDocument* document) { return document->isBusy(); });
 }
 
+bool DocumentManager::mayStopWork() const {
+  const std::vector<CDocument*> all = order;
+  return std::ranges::all_of(all, [](const CDocument* document) { return document->mayStopWork(); });
+}
+
 bool DocumentManager::close(CDocument& document) {
+  return document.mayStopWork() && closeWhoseWorkMayStop(document);
+}
+
+bool DocumentManager::closeWhoseWorkMayStop(CDocument& document) {
   document.stopWork();
   if (!document.saveModified()) return false;
   document.type()->discard(document);
@@ -183,8 +192,9 @@ bool DocumentManager::close(CDocument& document) {
 }
 
 bool DocumentManager::closeAll() {
+  if (!mayStopWork()) return false;
   while (CDocument* front = active())
-    if (!close(*front)) return false;
+    if (!closeWhoseWorkMayStop(*front)) return false;
   return true;
 }
 

@@ -143,10 +143,12 @@ class DocumentManager {
   // Exports, pictures and pages ask before they write: refused in words for a file that is in use.
   [[nodiscard]] Outcome mayOutputTo(const std::string& path) const;
 
-  // Closes after asking about changes; false when the user keeps it open.
+  // Closes after asking about its work and its changes; false when the user keeps it open.
   bool close(CDocument& document);
-  // Closes from the front until none is left or one stays open.
+  // Asks about the work of all; then closes from the front until none is left or one stays open.
   bool closeAll();
+  // Whether the work of all documents may be stopped.
+  [[nodiscard]] bool mayStopWork() const;
   void closeAllOf(DocumentType& type);
   // Destroys all without asking, while what they work with still stands.
   void discardAll();
@@ -162,6 +164,7 @@ class DocumentManager {
   friend class DocumentType;
   friend class WorkOf;
   const CDocument* atWork = nullptr;  // whose command runs
+  bool closeWhoseWorkMayStop(CDocument& document);
   void opened(CDocument& document);
   void closing(CDocument& document);
   std::vector<CDocument*> order;  // before the types, whose documents leave it as they go

@@ -23,6 +23,8 @@ class Job {
   virtual ~Job() = default;
   virtual std::string title() const = 0;  // of the window that shows the progress
   virtual Progress progress() const = 0;
+  // What would be lost if it were stopped, in a sentence; empty for what can be begun again as it was.
+  virtual std::string lostIfStopped() const { return ""; }
   // False when nothing is left to do.
   [[nodiscard]] virtual bool step() = 0;
   // Once, after the last step or when the user stopped it; the document is no longer busy then, and may begin
@@ -41,6 +43,7 @@ class JobAtWork {
   // All of it, behind the wait cursor.
   void toEnd();
   void stop() { stopped = true; }
+  std::string lostIfStopped() const { return job->lostIfStopped(); }
   void finish();
 
  private:

@@ -332,6 +332,58 @@ TEST_F(Capture, PicturesAndRecordingsAreOfTheExamThatIsSelectedWhenTheyAreTaken)
   }
 }
 
+// The exams 1 and 2 of a subject, in folders of their own.
+class CaptureForTwo : public Capture {
+ protected:
+  void SetUp() override {
+    Capture::SetUp();
+    app->db->newSubject("A");
+    theExams().selectSubject("A", "");
+    for (const char* below : {"A-left", "A-right"}) {
+      app->db->newExam("A", below, "", below);
+      ASSERT_TRUE(makeFolderPath(app->dataFolder + below));
+    }
+    theExams().selectExam(1, "A-left");
+    openLive();
+    frames(1);
+  }
+  size_t resultsOf(int32_t exam) { return app->db->resultsOf(exam).size(); }
+};
+
+TEST_F(CaptureForTwo, AFrozenPictureIsSavedUnaskedInTheFolderOfTheExamThatItIsOf) {
+  runCommand(cmd::FreezeVideo);
+  theExams().selectExam(2, "A-right");
+  host.answers = {Answer::Cancel};
+  runCommand(cmd::SaveImage);
+  EXPECT_THAT(host.messages.back(), HasSubstr("was not saved"));
+  host.answers = {Answer::No};
+  for (const size_t times : {1u, 2u}) {  // asked about once
+    runCommand(cmd::SaveImage);
+    EXPECT_EQ(folderOf(live().saveName), app->dataFolder + "A-left/");
+    EXPECT_EQ(resultsOf(1), times);
+  }
+  view().startCamera();
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  theExams().selectExam(1, "A-left");
+  host.answers = {Answer::Yes};
+  runCommand(cmd::SaveImage);
+  EXPECT_EQ(resultsOf(1), 3u);
+  EXPECT_EQ(resultsOf(2), 0u);
+}
+
+TEST_F(CaptureForTwo, ARecordingToTheDiscGoesToTheExamThatItIsGivenTo) {
+  sequence(9, 0, 0, 1);
+  runCommand(cmd::RecordSequence);
+  frames(3);
+  theExams().selectExam(2, "A-right");
+  host.answers = {Answer::Yes};
+  runCommand(cmd::RecordSequence);
+  EXPECT_EQ(folderOf(recorder().pathName()), app->dataFolder + "A-right/");
+  EXPECT_EQ(folderOf(recorder().moviePath), app->dataFolder + "A-right/");
+  EXPECT_EQ(resultsOf(2), 1u);
+}
+
 TEST_F(Capture, ClosingTheLivePictureEndsItsRecording) {
   sequence(100, 0, 0, 1);
   openLive();

@@ -230,6 +230,18 @@ class ExamChoice : public DialogTest {
   }
 };
 
+TEST_F(ExamChoice, ListsAResultThatIsWrittenMeanwhile) {
+  CBasicMainFrame frame(*app);
+  QWidget main;
+  DesktopDialogs dialogs(frame, &main);
+  (void)app->runCommand(cmd::ViewExams);
+  makeImage(20, 10);
+  ASSERT_TRUE(image()->onSaveDocument(theExams().folder() + "later.tv1"));
+  auto* results = find<QTreeWidget>(main, "results");
+  ASSERT_EQ(results->topLevelItemCount(), 2);
+  EXPECT_EQ(results->topLevelItem(1)->text(2), "later.tv1");
+}
+
 TEST_F(ExamChoice, SelectsAnExamAndOpensItsResults) {
   CBasicMainFrame frame(*app);
   QWidget main;

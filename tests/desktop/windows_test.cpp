@@ -425,6 +425,25 @@ TEST_F(ProgramWindow, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
   for (const auto& [key, value] : kept) EXPECT_EQ(settings.getInt("MainWindow", key, -1), value) << key;
 }
 
+TEST_F(ProgramWindow, ClosingTheProgramAsksBeforeItStopsASave) {
+  struct Saving : Job {
+    std::string title() const override { return "Saving"; }
+    Progress progress() const override { return {}; }
+    std::string lostIfStopped() const override { return "a is still being saved."; }
+    bool step() override { return true; }
+    void end(bool) override {}
+  };
+  ZBasicDoc& saved = makeImage(40, 30);
+  saved.setModified(false);
+  saved.start(std::make_unique<Saving>());
+  host.answers = {Answer::No};
+  EXPECT_FALSE(window().close());
+  EXPECT_TRUE(saved.isBusy());
+  host.answers = {Answer::Yes};
+  EXPECT_TRUE(window().close());
+  EXPECT_TRUE(app->documents.documents().empty());
+}
+
 TEST_F(ProgramWindow, TheWindowComesBackWhereItWasAndAMinimisedOneKeepsItsPlace) {
   EXPECT_TRUE(window().isMaximized()) << "the whole screen at first";
   window().showNormal();

@@ -110,7 +110,10 @@ TEST_F(Flow, LeavesOutAnEndTooShortToTellOfFlow) {
 }
 
 TEST_F(Flow, FollowsTheOffsetsAndMeasuresWhatAllImagesShare) {
-  openFlow(6, [](CVivoCapDoc& video) { video.movie->setOrigin(1, {-2, 1}); });
+  openFlow(6, [](CVivoCapDoc& video) {
+    video.movie->setOrigin(1, {-2, 1});
+    video.movie->setOrigin(5, {-2, 1});
+  });
   fcfdoc& map = calculate("-1");
   EXPECT_EQ(map.roi, (Rect{0, 1, 14, 8}));
   EXPECT_EQ(map.imageOrigin(), (Point{-2, 0}));
@@ -118,6 +121,30 @@ TEST_F(Flow, FollowsTheOffsetsAndMeasuresWhatAllImagesShare) {
   EXPECT_EQ(map.maps.height, 9);
   EXPECT_THAT(map.notes, Not(HasSubstr("not corrected")));
   EXPECT_DOUBLE_EQ(map.shownValueAt({0, 1}), map.fcf[18 + 2]);
+}
+
+TEST_F(Flow, OfAHalfCorrectedVideoIsMeasuredOnlyWhenWantedAndItsNotesTell) {
+  CVivoCapDoc& video = openFlow(9, [](CVivoCapDoc& each) {
+    for (int32_t i = 1; i < 5; ++i) each.movie->setOrigin(i, {i % 2, 1});
+  });
+  const std::string told = "images from 5 on were not corrected";
+  host.answers = {Answer::No};
+  host.fill({{kChunk, "-1"}});
+  run("Calculate FCF");
+  EXPECT_THAT(host.messages.back(), HasSubstr(told));
+  EXPECT_EQ(app->documents.active(), &video) << "nothing was measured";
+  host.answers = {Answer::Yes};
+  EXPECT_THAT(calculate("-1").notes, HasSubstr(told));
+  app->documents.activate(video);
+  ASSERT_TRUE(video.select(0, 5));
+  EXPECT_THAT(calculate("-1").notes, Not(HasSubstr("not corrected"))) << "only what was";
+  app->documents.activate(video);
+  ASSERT_TRUE(video.select(-1, -1));
+  process.quietMode = 1;
+  run("Calculate FCF");
+  process.quietMode = 0;
+  EXPECT_THAT(front().notes, HasSubstr(told));
+  EXPECT_THAT(host.messages.back(), HasSubstr(told)) << "a script prints it";
 }
 
 TEST_F(Flow, CancelKeepsWhatIsDone) {

@@ -46,6 +46,7 @@ TEST_F(Movement, IsCorrectedAndToldInTheNotes) {
   CVivoCapDoc& doc = moving("a.mve", course);
   run("Automatic Movement Correction");
   EXPECT_EQ(offsets(), corrected);
+  EXPECT_EQ(doc.correctedImages().last, 5);
   EXPECT_THAT(doc.notes, HasSubstr("movement correction of images 0 to 5: 5 of 5 aligned\r\n"));
   EXPECT_TRUE(doc.isModified());
   EXPECT_FALSE(doc.amc.running);
@@ -63,6 +64,7 @@ TEST_F(Movement, CorrectionBeginsAtTheImageShownAndMovesTheMarksAlong) {
   EXPECT_EQ(offsets(), (std::vector<Point>{{10, 0}, {10, 0}, {10, 0}, {0, 4}, {6, 1}}));
   EXPECT_EQ(doc.roi, (Rect{20, 10, 60, 50}));
   EXPECT_EQ(doc.currentIndex(), 0);
+  EXPECT_EQ(doc.correctedImages().first, 2);
 }
 
 TEST_F(Movement, CorrectionStopsWhereTheUserWants) {
@@ -72,6 +74,7 @@ TEST_F(Movement, CorrectionStopsWhereTheUserWants) {
   EXPECT_EQ(offsets()[2], (Point{6, 3}));
   EXPECT_EQ(offsets()[3], offsets()[0]) << "those not reached keep their offsets";
   EXPECT_THAT(doc.notes, HasSubstr("images 0 to 3 (stopped): 3 of 3 aligned"));
+  EXPECT_EQ(doc.correctedImages().last, 3);
 }
 
 TEST_F(Movement, RegionsAreDrawnRememberTheirImageAndLeaveTheirBase) {

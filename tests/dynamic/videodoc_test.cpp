@@ -198,6 +198,23 @@ TEST_F(VideoWork, SavesACopyAndThenTheDocument) {
   EXPECT_THAT(levels(), ElementsAre(10, 11, 12, 13, 14));
 }
 
+TEST_F(VideoWork, ThatSavesOrExportsGoesOnUnlessTheUserStopsIt) {
+  const auto keeps = [&](const std::string& told) {
+    host.answers = {Answer::No};
+    EXPECT_FALSE(app->documents.closeAll());
+    EXPECT_EQ(host.messages.back(), told);
+    finish();
+  };
+  host.answers = {Answer::No};
+  host.paths = {folder.file("copy.dtv")};
+  begin("Save As");
+  keeps("copy.dtv is still being saved. Stop it?");
+  EXPECT_TRUE(fileExists(folder.file("copy.dtv")));
+  begin("Export uncompressed avi");
+  keeps("copy-export.avi is still being exported. Stop it?");
+  EXPECT_TRUE(fileExists(folder.file("copy-export.avi")));
+}
+
 TEST_F(VideoWork, IsSavedInOneGoWhereItCloses) {
   doc->moviePath.clear();
   doc->setPathName(folder.file("b.dtv"));

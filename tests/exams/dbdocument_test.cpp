@@ -81,6 +81,20 @@ TEST_F(Selection, BindsADocumentAtItsFirstSaveForGood) {
   EXPECT_EQ(app->db->resultsOf(first)[0].result, "") << "a number that no longer holds is not left behind";
 }
 
+TEST_F(Selection, WhoeverShowsTheResultsIsToldOfEachThatIsWritten) {
+  selectNewExam("anna", "e1");
+  CdbDocument document;
+  document.onNewDocument();
+  ExamList list;
+  exams->listen(this, [&list] { list.refresh(); });
+  ASSERT_TRUE(document.onSaveDocument(inExam("x.tv1")));
+  ASSERT_EQ(list.results().size(), 1u);
+  document.resultText = "10 loops";
+  document.updateResult(inExam("x.tv1"));
+  EXPECT_EQ(list.results()[0].result, "10 loops");
+  exams->forget(this);
+}
+
 TEST_F(Selection, AnExamsFolderThatHasGoneIsMadeAgainOrAnotherIsChosen) {
   selectNewExam("anna", "e1");
   ASSERT_TRUE(std::filesystem::remove(app->dataFolder + "e1"));

@@ -320,6 +320,7 @@ struct Counting : Job {
     if (gone) gone();
   }
   std::string title() const override { return "Counting"; }
+  std::string lostIfStopped() const override { return lost; }
   Progress progress() const override { return {"at " + std::to_string(at), at, last}; }
   bool step() override {
     if (at == failsAt) throw ArchiveException("the disc is gone");
@@ -330,6 +331,7 @@ struct Counting : Job {
     if (next) next();
   }
   std::function<void()> next, gone;
+  std::string lost;
   int at = 0, last, failsAt = -1;
   std::vector<std::string>& events;
 };
@@ -371,6 +373,37 @@ TEST_F(Jobs, EndBeforeTheirDocumentCloses) {
   documents.drivesJobs = [] { return true; };
   text.start(std::make_unique<Counting>(5, told));
   EXPECT_TRUE(documents.close(text));
+  EXPECT_EQ(told, std::vector<std::string>{"stopped at 0"});
+}
+
+TEST_F(Jobs, AreStoppedForAClosingOnlyWhenWantedWhereSomethingIsLost) {
+  bool isDriven = true;
+  documents.drivesJobs = [&isDriven] { return isDriven; };
+  auto job = std::make_unique<Counting>(5, told);
+  job->lost = "b is still being made.";
+  text.start(std::move(job));
+  text.type()->newDocument();
+  host.answers = {Answer::No, Answer::No};
+  EXPECT_FALSE(documents.close(text));
+  EXPECT_FALSE(documents.closeAll());
+  EXPECT_EQ(host.messages.back(), "b is still being made. Stop it?");
+  EXPECT_EQ(documents.documents().size(), 2U) << "nothing closes, not those in front either";
+  EXPECT_TRUE(told.empty());
+  isDriven = false;
+  EXPECT_TRUE(text.mayStopWork()) << "nobody is asked by a quiet program";
+  isDriven = true;
+  host.answers = {Answer::Yes};
+  EXPECT_TRUE(documents.closeAll());
+  EXPECT_EQ(told, std::vector<std::string>{"stopped at 0"});
+}
+
+TEST_F(Jobs, AreStoppedByASaveThatComesBeforeAClosing) {
+  documents.drivesJobs = [] { return true; };
+  text.start(std::make_unique<Counting>(5, told));
+  text.setModified();
+  host.answers = {Answer::Yes};
+  host.paths = {std::nullopt};
+  EXPECT_FALSE(text.saveModified());
   EXPECT_EQ(told, std::vector<std::string>{"stopped at 0"});
 }
 
