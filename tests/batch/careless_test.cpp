@@ -103,7 +103,8 @@ TEST_F(Runner, ASubjectThatDiffersByItsCapitalsAloneNeedsAnAnswer) {
   EXPECT_THAT(run("subject demo").why, HasSubstr("There is a subject \"DEMO\" already"));
   EXPECT_EQ(run("subject demo yes").values[0].second, "DEMO");
   EXPECT_EQ(run("subject demo no").values[0].second, "demo");
-  for (const char* again : {"subject demo no", "subject demo yes", "subject \"a 1\" no", "subject \"a 1\" no"})
+  for (const char* again :
+       {"subject demo no", "subject demo yes", "subject \"a 1\" no", "subject \"a 1\" no"})
     EXPECT_TRUE(run(again).ok) << again;
   EXPECT_EQ(run("subject \"a 1\" no").values[0].second, "a_1");
   EXPECT_FALSE(run("subject other yes").ok) << "there is none like it";

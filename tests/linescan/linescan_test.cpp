@@ -181,7 +181,7 @@ TEST_F(Linescan, ReadsAllItsStoredVersions) {
   take(8, 2);
   scan->velocity.gap = 7;
   scan->velocity.houghtol = 3;
-  const std::pair<uint32_t, size_t> kVersions[] = {{4, 8},  {5, 12},  {6, 60},  {7, 68},
+  const std::pair<uint32_t, size_t> kVersions[] = {{4, 8},  {5, 12}, {6, 60},   {7, 68},
                                                    {8, 72}, {9, 80}, {10, 104}, {11, 116}};
   for (const auto& [version, bytes] : kVersions) {
     ZlineScanBaseDoc read;
