@@ -59,7 +59,7 @@ void LagCorrelation::begin(size_t count, int32_t first, int32_t last) {
   points = count;
   firstLag = first;
   allA = allB = 0;
-  const auto lags = static_cast<size_t>(last - first + 1);
+  const auto lags = static_cast<size_t>(last - first) + 1;
   own.resize(points);
   other.assign(points + lags, 0.0);
   dots.resize(lags);

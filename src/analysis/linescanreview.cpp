@@ -72,7 +72,8 @@ double lowestFromMiddle(const CdataVect& rows, uint32_t row) {
     least = value;
     position = static_cast<int32_t>(i);
   }
-  return position - (rows.width - 1) / 2;
+  const int32_t middle = (rows.width - 1) / 2;
+  return position - middle;
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ TraceSummary summaryOf(const ZZTrace& trace, uint32_t from, uint32_t count) {
     if (trace.data->getcopy(items.data(), index, 1) < 1) continue;
     const uint64_t before = used;
     for (const double item : items) {
-      if (std::isnan(item)) continue;
+      if (trace.isAbsent(item)) continue;
       extent.take(item);
       sum += item;
       ++used;

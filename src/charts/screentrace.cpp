@@ -97,9 +97,17 @@ Extent CScreenTrace::extentOfAges(uint32_t from, uint32_t to) {
   const uint32_t oldest = data.size - shownTrace->origin % data.size;  // ages before the end of the ring
   Extent extent;
   if (from < oldest)
-    extent = extents.of(data, indexOfAge(from), indexOfAge(from) + (std::min(to, oldest) - from));
-  if (to > oldest) extent.take(extents.of(data, std::max(from, oldest) - oldest, to - oldest));
+    extent = extents.of(data, indexOfAge(from), indexOfAge(from) + (std::min(to, oldest) - from),
+                        shownTrace->absent);
+  if (to > oldest)
+    extent.take(extents.of(data, std::max(from, oldest) - oldest, to - oldest, shownTrace->absent));
   return extent;
+}
+
+// NaN where nothing was measured.
+double CScreenTrace::valueOfAge(double age) const {
+  const double raw = shownTrace->data->at(indexOfAge(static_cast<uint32_t>(age)));
+  return shownTrace->isAbsent(raw) ? std::numeric_limits<double>::quiet_NaN() : shownTrace->displayed(raw);
 }
 
 uint32_t CScreenTrace::indexOfAge(uint32_t age) const {
@@ -210,7 +218,7 @@ void CScreenTrace::drawCurve(Canvas& canvas, const Rect& plot, const TimeColumns
   };
   const double columnOfFirst = columns.columnOf(shownTrace->starttime * 0.001);
   for (double age = from; age < to; ++age) {
-    const double value = shownTrace->displayed(shownTrace->data->at(indexOfAge(static_cast<uint32_t>(age))));
+    const double value = valueOfAge(age);
     if (std::isnan(value)) {
       flush();
       continue;
@@ -229,7 +237,7 @@ void CScreenTrace::drawDots(Canvas& canvas, const Rect& plot, const TimeColumns&
   const double columnOfFirst = columns.columnOf(shownTrace->starttime * 0.001);
   Point last{INT32_MIN, 0};
   for (double age = from; age < to; ++age) {
-    const double value = shownTrace->displayed(shownTrace->data->at(indexOfAge(static_cast<uint32_t>(age))));
+    const double value = valueOfAge(age);
     if (std::isnan(value)) continue;
     const double column = std::clamp(columnOfFirst + age * shownTrace->period / columns.perColumn, -1e6, 1e6);
     const Point at{plot.left + static_cast<int32_t>(std::lround(column)), yOf(value, plot)};
@@ -247,7 +255,7 @@ void C2DScreenTrace::dataChanged() {
 
 // The whole extent of the rows.
 void C2DScreenTrace::selfScale() {
-  OS = 0.0;
+  OS = isUsable(shownTrace->yoffset) ? shownTrace->yoffset : 0.0;
   FS = fullScaleOf(*shownTrace);
   const C2DTrace& trace = rows();
   if (!trace.data || !trace.rowvalues) return;
@@ -268,9 +276,10 @@ int32_t C2DScreenTrace::paletteIndex(double value, double fullscale, double fsof
 void C2DScreenTrace::mapItems(int32_t height, double extent) {
   const auto items = static_cast<double>(row.size());
   const double itemsPerPixel = FS / height / extent * items;
+  const double bottom = (OS - shownTrace->yoffset) / extent * items;
   spans.assign(static_cast<size_t>(height), {0, 0});
   for (int32_t y = 0; y < height; ++y) {
-    const double from = OS / extent * items + y * itemsPerPixel;
+    const double from = bottom + y * itemsPerPixel;
     if (!(from > -itemsPerPixel) || from >= items) continue;
     const auto first = static_cast<uint32_t>(std::max(0.0, from));
     const auto end = static_cast<uint32_t>(std::min(items, std::max(from + itemsPerPixel, 0.0)));

@@ -57,6 +57,7 @@ class CScreenTrace {
 
  protected:
   Extent extentOfAges(uint32_t from, uint32_t to);
+  double valueOfAge(double age) const;
   ZZTrace* shownTrace;
 
  private:

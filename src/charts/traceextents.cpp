@@ -10,13 +10,14 @@ namespace tarnvisor {
 
 namespace {
 
-Extent walked(const CdataVect& data, uint32_t from, uint32_t to) {
+Extent walked(const CdataVect& data, uint32_t from, uint32_t to, double absent) {
   std::array<double, 256> values;
   Extent extent;
   while (from < to) {
     const uint32_t count = std::min<uint32_t>(to - from, static_cast<uint32_t>(values.size()));
     if (data.getcopy(values.data(), from, count) < count) break;
-    for (uint32_t i = 0; i < count; ++i) extent.take(values[i]);
+    for (uint32_t i = 0; i < count; ++i)
+      if (values[i] != absent) extent.take(values[i]);
     from += count;
   }
   return extent;
@@ -24,11 +25,11 @@ Extent walked(const CdataVect& data, uint32_t from, uint32_t to) {
 
 }  // namespace
 
-void SampleExtents::build(const CdataVect& data) {
+void SampleExtents::build(const CdataVect& data, double absent) {
   std::vector<Extent> level;
   level.reserve(data.size / kBlock + 1);
   for (uint32_t at = 0; at < data.size; at += std::min(kBlock, data.size - at))
-    level.push_back(walked(data, at, at + std::min(kBlock, data.size - at)));
+    level.push_back(walked(data, at, at + std::min(kBlock, data.size - at), absent));
   levels.push_back(std::move(level));
   while (levels.back().size() > kFactor) {
     const std::vector<Extent>& below = levels.back();
@@ -38,14 +39,14 @@ void SampleExtents::build(const CdataVect& data) {
   }
 }
 
-Extent SampleExtents::of(const CdataVect& data, uint32_t from, uint32_t to) {
+Extent SampleExtents::of(const CdataVect& data, uint32_t from, uint32_t to, double absent) {
   to = std::min(to, data.size);
   if (from >= to) return {};
-  if (to - from <= 2 * kBlock) return walked(data, from, to);
-  if (levels.empty()) build(data);
+  if (to - from <= 2 * kBlock) return walked(data, from, to, absent);
+  if (levels.empty()) build(data, absent);
   uint64_t first = (uint64_t{from} + kBlock - 1) / kBlock, end = to / kBlock;  // whole blocks
-  Extent extent = walked(data, from, static_cast<uint32_t>(std::min<uint64_t>(first * kBlock, to)));
-  extent.take(walked(data, static_cast<uint32_t>(std::max<uint64_t>(end * kBlock, from)), to));
+  Extent extent = walked(data, from, static_cast<uint32_t>(std::min<uint64_t>(first * kBlock, to)), absent);
+  extent.take(walked(data, static_cast<uint32_t>(std::max<uint64_t>(end * kBlock, from)), to, absent));
   // Up the levels: what has no whole block above is taken here.
   for (size_t level = 0; first < end; ++level) {
     const std::vector<Extent>& here = levels[level];

@@ -32,13 +32,14 @@ struct Extent {
 class SampleExtents {
  public:
   void clear() { levels.clear(); }
-  // Of the samples [from, to), an end beyond the vector being its end.
-  Extent of(const CdataVect& data, uint32_t from, uint32_t to);
+  // Of the samples [from, to) but those that are absent (ZZTrace), an end beyond the vector being its end.
+  Extent of(const CdataVect& data, uint32_t from, uint32_t to,
+            double absent = std::numeric_limits<double>::quiet_NaN());
 
  private:
   static constexpr uint32_t kBlock = 256;
   static constexpr uint32_t kFactor = 8;
-  void build(const CdataVect& data);
+  void build(const CdataVect& data, double absent);
   std::vector<std::vector<Extent>> levels;
 };
 

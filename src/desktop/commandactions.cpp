@@ -15,6 +15,8 @@ namespace {
 constexpr size_t kWindowsListed = 30;
 
 QString escaped(QString words) { return words.replace('&', "&&"); }
+// The "&" of "this & that" marks no letter.
+QString menuWords(QString words) { return words.replace("& ", "&& "); }
 
 }  // namespace
 
@@ -118,7 +120,7 @@ void CommandActions::refresh() {
     shown->setStatusTip(toQt(state.enabled || !*words.whyOff ? words.status : words.whyOff));
     shown->setCheckable(state.ticked);
     shown->setChecked(state.ticked);
-    if (!state.text.empty()) shown->setText(toQt(state.text));
+    if (!state.text.empty()) shown->setText(menuWords(toQt(state.text)));
   }
 }
 

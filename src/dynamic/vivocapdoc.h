@@ -292,6 +292,7 @@ class CVivoCapDoc : public ZBasicDoc {
     std::function<void(ZlineScanDoc&, size_t)> afterEach = nullptr;
     std::function<void()> atEnd = nullptr;
     bool goesOn = false;  // the scan before was of the same work
+    bool ofMany = false;
   };
   bool scanLines(ScanOrder order);
   bool scanLine(std::span<const Point> path, int32_t across, const std::string& name);

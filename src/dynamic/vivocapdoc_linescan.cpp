@@ -77,7 +77,7 @@ bool CVivoCapDoc::scanLines(ScanOrder order) {
           if (!fillScan(*to, this, all[i], fields, lineFacts(*to, facts, name)))
             return report(text::kNoLinescan);
           to->setTitle(name);
-          to->calculateVelocity();
+          to->calculateVelocity(!ordered->ofMany);
           if (ordered->afterEach) ordered->afterEach(*to, i);
         }
         if (ordered->atEnd) ordered->atEnd();
@@ -170,6 +170,7 @@ void CVivoCapDoc::calculateCbv() {
     all->flow += kPi * diameter * diameter * found.mean * 0.25;
     ++all->told;
   };
+  order.ofMany = all->lines.size() > 1;
   order.atEnd = [all, this] {
     const auto mean = [&](double sum) { return all->told ? sum / all->told : kNotMeasured; };
     addCapillaryRow({{"velocity", mean(all->velocity)}, {"flow", mean(all->flow)}});
@@ -210,6 +211,7 @@ void CVivoCapDoc::scanNext(const std::shared_ptr<LineWalk>& walk) {
   };
   order.afterEach = [this, walk](ZlineScanDoc& scan, size_t) { evaluate(walk, scan); };
   order.goesOn = walk->at > 0;
+  order.ofMany = walk->lines.size() > 1;
   scanLines(std::move(order));
 }
 

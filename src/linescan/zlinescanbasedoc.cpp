@@ -293,6 +293,7 @@ bool ZlineScanBaseDoc::makeDerivedTraces() {
   } else {
     correllogram->tracetype = kPlainTrace;
   }
+  markNoReadings();
   for (ZZTrace* each : {static_cast<ZZTrace*>(correllogram), correlation, cbv, uncut, ratio,
                         static_cast<ZZTrace*>(difference)}) {
     if (!each) continue;
@@ -301,6 +302,12 @@ bool ZlineScanBaseDoc::makeDerivedTraces() {
     each->starttime = leader->starttime;
   }
   return true;
+}
+
+void ZlineScanBaseDoc::markNoReadings() const {
+  const LinescanTraces set = traceSet();
+  for (ZZTrace* each : {set.cbv, set.cbvUncut, set.correlation})
+    if (each) each->absent = kNoReading;
 }
 
 std::string ZlineScanBaseDoc::velocityUnits() const {

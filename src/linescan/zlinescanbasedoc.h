@@ -35,8 +35,9 @@ class ZlineScanBaseDoc : public ZchartDoc {
   double velocityGain() const;
 
   // --- velocity
-  // All rows anew, then the charts and slopes that are wanted.
-  void calculateVelocity();
+  // All rows anew, then the slopes and, unless many scans follow one another, the charts that are wanted.
+  void calculateVelocity() { calculateVelocity(true); }
+  void calculateVelocity(bool withCharts);
   bool canCalculate() const { return hasScan() || hasLines(); }
   // Of rows [from, to), all for equal ends; in units of velocityUnits().
   VelocityStatistics statistics(uint32_t from = 0, uint32_t to = 0) const;
@@ -95,10 +96,11 @@ class ZlineScanBaseDoc : public ZchartDoc {
   void serializeOwn(Archive& archive) override;
   void serializeParameters(Archive& archive, uint32_t version);
   void bindTraces();
+  void markNoReadings() const;
   void put(ZZTrace* present, ZZTrace::Own made);
   void walkRing();
   double rowPeriod() const;
-  void postCalculate();
+  void postCalculate(bool withCharts);
   ZchartDoc* chartTitled(const std::string& title);
   void refreshLimitChart();
   void refreshScatter();

@@ -20,7 +20,7 @@ constexpr double kLimitStep = 1.0 / LimitCurves::kLimits;
 
 }  // namespace
 
-void ZlineScanBaseDoc::calculateVelocity() {
+void ZlineScanBaseDoc::calculateVelocity(bool withCharts) {
   if (!canCalculate()) return;
   const WaitScope wait;
   if (makeDerivedTraces()) {
@@ -32,7 +32,7 @@ void ZlineScanBaseDoc::calculateVelocity() {
       if (each && !change.altering(*each)) return;
     walkRing();
   }
-  postCalculate();
+  postCalculate(withCharts);
 }
 
 // Once round: each row is computed with the rings of all traces where they were when it was sampled.
@@ -57,10 +57,11 @@ void ZlineScanBaseDoc::walkRing() {
   for (size_t i = 0; i < origins.size(); ++i) traces.items[i]->origin = origins[i];
 }
 
-void ZlineScanBaseDoc::postCalculate() {
+void ZlineScanBaseDoc::postCalculate(bool withCharts) {
   // Charts to look at: with nobody there they would only stand between the documents of a script.
-  if (showcbvvcoef && !isUnattended()) refreshLimitChart();
-  if (showcbvcorrel && !isUnattended()) refreshScatter();
+  withCharts = withCharts && !isUnattended();
+  if (showcbvvcoef && withCharts) refreshLimitChart();
+  if (showcbvcorrel && withCharts) refreshScatter();
   if (dohough)
     houghVelocities();
   else if (C2DTrace* hough = traceSet().hough)

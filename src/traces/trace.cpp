@@ -98,6 +98,7 @@ void ZZTrace::copyprops(const ZZTrace& other) {
   origin = other.origin;
   ygain = other.ygain;
   yoffset = other.yoffset;
+  absent = other.absent;
   period = other.period;
   colour = other.colour;
   xscale = other.xscale;

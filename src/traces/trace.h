@@ -7,8 +7,10 @@
 // raw * ygain + yoffset. Out of memory shows "Low memory.  Save all data & exit.".
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <iosfwd>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -132,6 +134,9 @@ class ZZTrace : public ArchiveObject {
   int32_t starttime = 0;  // milliseconds, of the sample at the origin
   double ygain = 1.0;
   double yoffset = 0.0;
+  // A raw sample that says that nothing was measured: it is neither drawn nor counted. Not stored.
+  double absent = std::numeric_limits<double>::quiet_NaN();
+  bool isAbsent(double raw) const { return raw == absent || std::isnan(raw); }
   double period = 1.0;  // seconds a sample
   uint32_t colour = 0;  // 0x00BBGGRR
   std::string name;

@@ -1,5 +1,6 @@
 // What a chart's document does with its traces, and how the drawing prepares them.
 
+#include "charts/chartmeasures.h"
 #include "charts/screentrace.h"
 #include "support/charttest.h"
 #include "traces/tracetests.h"
@@ -49,6 +50,22 @@ TEST_F(ChartDocument, TellsItsViewsOnceOfABatch) {
   EXPECT_EQ(counter.told, 2);
   EXPECT_EQ(doc->addtrace(kWordRowsCode, 3), nullptr) << "rows need a width";
   EXPECT_EQ(counter.told, 2);
+}
+
+TEST_F(ChartDocument, NeitherDrawsNorCountsSamplesThatStandForNone) {
+  ZZTrace& ramp = addRamp();
+  ramp.absent = 0;
+  EXPECT_EQ(summaryOf(ramp, 0, 3).mean, 1.5);
+  SampleExtents extents;
+  EXPECT_EQ(extents.of(*ramp.data, 0, 640, ramp.absent), (Extent{1, 639}));
+}
+
+TEST_F(ChartDocument, ShowsRowsFromTheirOffsetOn) {
+  C2DTrace& rows = addRows();
+  rows.yoffset = -2;
+  CScreenTrace& shown = view().screenTrace(rows);
+  shown.selfScale();
+  EXPECT_EQ(shown.OS, -2.0);
 }
 
 TEST_F(ChartDocument, MakesTracesAsTheSettingsSayAndFindsThem) {
