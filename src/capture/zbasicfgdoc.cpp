@@ -87,6 +87,13 @@ bool ZBasicfgDoc::onNewDocument() {
   return true;
 }
 
+ImageFacts ZBasicfgDoc::imageFacts() const {
+  ImageFacts facts = ZBasicDoc::imageFacts();
+  const double rate = fgState().actualFps;
+  if (isLive() && rate > 0) facts.period = 1.0 / rate;
+  return facts;
+}
+
 // The scale is that of the pixels that come.
 void ZBasicfgDoc::followBinning() {
   const int32_t now = fgState().set.binning;

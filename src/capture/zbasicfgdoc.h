@@ -10,6 +10,7 @@
 #include "base/clock.h"
 #include "base/files.h"
 #include "imagedoc/zbasicdoc.h"
+#include "linescan/imagefacts.h"
 
 namespace tarnvisor {
 
@@ -29,6 +30,7 @@ class ZBasicfgDoc : public ZBasicDoc {
   CZZimage* theImage() override;
   bool holdsPixels() const override { return !isLive(); }
   bool refuses(int32_t command) const override;
+  ImageFacts imageFacts() const override;
   double standardPixels() const override { return binned ? 0.5 : 1.0; }
 
   bool isLive() const;

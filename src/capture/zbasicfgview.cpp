@@ -103,6 +103,7 @@ void ZBasicfgView::freeze() {
   storeZoom();
   stopTimers();
   doc.freeze();
+  feed.pause();
   takeRate(0);
   controls.storePlaces();
   if (RecorderSink* recorder = theApp().recorder; recorder && recorder->isRecording())
@@ -132,6 +133,7 @@ uint32_t ZBasicfgView::status() {
   const bool was = isLive();
   const uint32_t events = fgCheckFrame();
   if (was && !isLive()) takeLostCamera();
+  if (events && doc.theImage()) feed.sample(*doc.theImage(), frameCounter());
   return events;
 }
 

@@ -384,12 +384,11 @@ void CVivoCapView::tick(double nowSeconds) {
     if (!looping) stopPlayback();                   // first, as a drag ends with the last image
     goTo(0);
     if (!isPlaying()) return;
-    feed.sample(*doc.theImage());
+    feed.sample(*doc.theImage(), doc.currentIndex());
     return restartClock(startedAt + static_cast<double>(due) * tickSeconds());
   }
-  const int32_t before = doc.currentIndex();
   goTo(static_cast<int32_t>(std::min<int64_t>(wanted, last)));
-  feed.sample(*doc.theImage(), doc.currentIndex() - before);
+  feed.sample(*doc.theImage(), doc.currentIndex());
 }
 
 void CVivoCapView::play() { isPlaying() ? stopPlayback() : startPlayback(false); }

@@ -188,7 +188,7 @@ const CommandTableBase& ZBasicView::commandTable() {
        &V::isScanned,
        {.tip = "Measuring line",
         .status = "Makes the selected line the one that the linescan window samples; choose it again to end.",
-        .whyOff = "Select a line in a window that shows a video."}},
+        .whyOff = "Select a line in a window that shows live or recorded video."}},
       {cmd::SecondMeasuringLine,
        "&Temporal 2nd Measuring line",
        &V::takeSecondMeasuringLine,
@@ -197,7 +197,7 @@ const CommandTableBase& ZBasicView::commandTable() {
        {.tip = "Second measuring line",
         .status =
             "Makes the selected line the second one of the linescan window, for the delay between both.",
-        .whyOff = "Select a line in a window that shows a video."}},
+        .whyOff = "Select a line in a window that shows live or recorded video."}},
       {cmd::Linescan,
        "&Linescan",
        &V::linescanWindow,

@@ -1,5 +1,6 @@
 #include "linescan/linefeed.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "app/asked.h"
@@ -85,12 +86,15 @@ std::string LineFeed::begin(const CDocument& video) {
   return {};
 }
 
-void LineFeed::sample(const CZZimage& image, int32_t imagesOn) {
+void LineFeed::sample(const CZZimage& image, int64_t number) {
   ZlineScanDoc* scan = theLinescan();
   if (!scan || !scan->isOf(this) || !firstRow) return;
   scan->startCapture();
   const bool fields = samplesFields(*scan, facts);
-  if (imagesOn > 1) scan->skiplines((imagesOn - 1) * (fields ? 2 : 1));
+  constexpr int64_t kMostPassedOver = 1 << 20;
+  const int64_t passedOver = lastNumber >= 0 && number > lastNumber ? number - lastNumber - 1 : 0;
+  lastNumber = number;
+  scan->skiplines(static_cast<int32_t>(std::min(passedOver, kMostPassedOver)) * (fields ? 2 : 1));
   using R = ScanLine::Rows;
   for (int32_t field = 0; field < (fields ? 2 : 1); ++field) {
     const R rows = !fields ? R::All : field == 0 ? R::FirstField : R::SecondField;
@@ -104,6 +108,7 @@ void LineFeed::sample(const CZZimage& image, int32_t imagesOn) {
 }
 
 void LineFeed::pause() {
+  lastNumber = -1;
   if (ZlineScanDoc* scan = theLinescan(); scan && scan->isOf(this)) scan->stopCapture();
 }
 

@@ -32,9 +32,9 @@ class LineFeed {
   bool isFeeding() const;
   bool isTwo() const { return isFeeding() && !second.isEmpty(); }
 
-  // The image that is shown now, so many after the last that was sampled. What lies outside it, and images
-  // that were passed over, leave rows without values.
-  void sample(const CZZimage& image, int32_t imagesOn = 1);
+  // The image that is shown now, by its number in the sequence. What lies outside it, and images that were
+  // passed over since the last one, leave rows without values.
+  void sample(const CZZimage& image, int64_t number);
   void pause();  // until the next sample
 
  private:
@@ -44,6 +44,7 @@ class LineFeed {
   std::string lineName;
   double distance = 0;
   Point middle, secondMiddle;
+  int64_t lastNumber = -1;  // sampled; -1 for none since the last pause
   CdataVect* firstRow = nullptr;
   CdataVect* secondRow = nullptr;
 };

@@ -203,7 +203,7 @@ void ZlineScanDoc::twolinesample() {
 }
 
 void ZlineScanDoc::skiplines(int32_t fields) {
-  if (!running || !sourceview) return;
+  if (!running || !sourceview || fields < 1) return;
   for (int32_t i = 0; i < fields; ++i) advanceRing();
   clock += period * fields / sampleperiod;
   tracesChanged();

@@ -6,6 +6,7 @@
 #include "capture/texts.h"
 #include "capturetest.h"
 #include "imagedoc/magnification.h"
+#include "linescan/zlinescandoc.h"
 #include "support/fulldisc.h"
 
 namespace tarnvisor {
@@ -48,6 +49,26 @@ TEST_F(Capture, ALivePictureIsFrozenMeasuredAndSavedAsAStill) {
   frames(1);
   EXPECT_EQ(live().notes, "");
   EXPECT_EQ(live().theImage()->frameNumber, 2);
+}
+
+TEST_F(Capture, ALineIsSampledInEachPictureThatIsShown) {
+  openLive();
+  frames(1);
+  live().addDimension({10, 20}, CDimList::kLine);
+  live().addPointToDimension(0, {60, 20});
+  view().selected = 0;
+  runCommand(cmd::MeasuringLine);
+  frames(1);
+  const ZlineScanDoc& scan = *theLinescan();
+  const uint32_t before = scan.traceSet().scan2D->origin;
+  frames(3);
+  const LinescanTraces set = scan.traceSet();
+  EXPECT_EQ(set.scan2D->origin, before + 3) << "two pictures were never shown";
+  EXPECT_EQ(set.scan2D->extent(before), 0.0);
+  EXPECT_EQ(set.scan2D->extent(before + 2), 50.0);
+  EXPECT_DOUBLE_EQ(set.scan2D->period, 1.0 / fgState().actualFps);
+  view().stopCamera();
+  EXPECT_FALSE(scan.isCapturing());
 }
 
 TEST_F(Capture, SavesByTheTimeAndByTheTimer) {
