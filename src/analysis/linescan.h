@@ -94,6 +94,7 @@ class RowVelocity {
 
   std::vector<double> runningMean;
   bool isFirst = true;
+  bool wasPassedOver = false;  // the row before
   // Of all lags both ways, averaged in time.
   struct Averaged {
     LagCorrelation lags;

@@ -125,6 +125,7 @@ const char* wordsFor(Reliability reliability) {
 namespace {
 
 constexpr const char* kTooFast = "too fast for the line and rate";
+constexpr const char* kStanding = "nothing moves along the line: blood that stands, or no vessel";
 constexpr const char* kTooSlow = "too slow to tell from standing still";
 
 }  // namespace
@@ -134,7 +135,8 @@ std::string velocityWarning(const VelocityStatistics& statistics, const Velocity
   // Half a line is the farthest that can be seen at all.
   constexpr double kNearlyHalf = 0.45, kNearlyAll = 0.9, kFewRows = 2;
   const double speed = std::abs(statistics.mean);
-  if (!statistics.hasReading() || speed == 0) return {};
+  if (!statistics.hasReading()) return {};
+  if (speed == 0) return kStanding;
   if (parameters.cbvmethod == kTwoLines) {
     const double delay = parameters.linedistance / (speed * period);
     return delay < kFewRows ? kTooFast : delay > kNearlyAll * parameters.noofpoints ? kTooSlow : "";

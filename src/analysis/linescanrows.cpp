@@ -201,12 +201,15 @@ void RowVelocity::correlstep(const VelocityParameters& parameters, const Linesca
   if (isFine) return finestep(parameters, traces, *source, row);
   source->correlatestep(row, static_cast<uint32_t>(parameters.gap), *correllogram, at,
                         columnsApart(parameters));
-  if (!isFirst && parameters.filter > 1) correllogram->data->lowpassat(at, parameters.filter);
+  if (!isFirst && !wasPassedOver && parameters.filter > 1)
+    correllogram->data->lowpassat(at, parameters.filter);
+  wasPassedOver = false;
   readPeak(parameters, traces);
 }
 
 // No reading, and nothing that the next row could be averaged with.
 void RowVelocity::passOver(C2DTrace& correllogram, const LinescanTraces& traces) {
+  wasPassedOver = true;
   correllogram.data->putval(correllogram.origin, 0.0);
   levels.coefficients.clear();
   rises.coefficients.clear();

@@ -60,8 +60,7 @@ VesselWidth widthOf(const std::vector<double>& levels, WidthRule rule, double po
   const int32_t samples = rule == WidthRule::Threshold ? profile.troughwidth(pointOnRise, left, right)
                           : rule == WidthRule::Edge    ? profile.troughwidthchecked(left, right)
                                                        : profile.edgewidth(0, 0, left, right);
-  return {static_cast<double>(samples < 1 ? -1 : samples), static_cast<double>(left),
-          static_cast<double>(right)};
+  return {static_cast<double>(samples), static_cast<double>(left), static_cast<double>(right)};
 }
 
 // --- edges between the samples: a trough with blurred edges is laid over the profile by least squares

@@ -30,8 +30,7 @@ struct WidthSettings {
 };
 
 struct VesselWidth {
-  double width =
-      0;  // pixels along the line; below 1: -1 where there is no width, 0 where there is no profile
+  double width = 0;            // pixels along the line; below 1 where there is none
   double left = 0, right = 0;  // where the edges lie, pixels from the line's first point
 };
 // Of the vessel that a line of so many pixels' width crosses.

@@ -255,7 +255,7 @@ void C2DScreenTrace::dataChanged() {
 
 // The whole extent of the rows.
 void C2DScreenTrace::selfScale() {
-  OS = isUsable(shownTrace->yoffset) ? shownTrace->yoffset : 0.0;
+  OS = isUsable(rows().lowest) ? rows().lowest : 0.0;
   FS = fullScaleOf(*shownTrace);
   const C2DTrace& trace = rows();
   if (!trace.data || !trace.rowvalues) return;
@@ -276,7 +276,7 @@ int32_t C2DScreenTrace::paletteIndex(double value, double fullscale, double fsof
 void C2DScreenTrace::mapItems(int32_t height, double extent) {
   const auto items = static_cast<double>(row.size());
   const double itemsPerPixel = FS / height / extent * items;
-  const double bottom = (OS - shownTrace->yoffset) / extent * items;
+  const double bottom = (OS - rows().lowest) / extent * items;
   spans.assign(static_cast<size_t>(height), {0, 0});
   for (int32_t y = 0; y < height; ++y) {
     const double from = bottom + y * itemsPerPixel;

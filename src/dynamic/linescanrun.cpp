@@ -78,7 +78,7 @@ void LinescanRun::sampleImage(int32_t index) {
 
 void LinescanRun::end(bool cancelled) {
   if (cancelled) return;
-  if (unread > 0) doc.report(format(text::kUnreadImages, unread));
+  if (unread > 0) doc.report(format(text::kUnreadForWidths, unread));
   after(std::move(lines));
 }
 

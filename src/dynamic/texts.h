@@ -66,6 +66,8 @@ inline constexpr const char* kMapsDontFit =
 inline constexpr const char* kMapsOfAnother =
     "%s holds the maps of another measurement, and those of this one are away. Choose another name.";
 inline constexpr const char* kMapsUnwritten = "%s is saved without its maps: %s";
+inline constexpr const char* kTooFewImages =
+    "The selection has fewer images than one sample is taken of: see \"Set sample rate\".";
 inline constexpr const char* kNoVelocity = "no velocity";
 inline constexpr const char* kVelocityRejected =
     "Velocity rejected. Do you want to change the selected part of the velocity trace?";

@@ -23,22 +23,25 @@ constexpr double kPi = 3.14159265358979323846;
 constexpr double kNotMeasured = std::numeric_limits<double>::quiet_NaN();
 
 // What was sampled becomes the window's scan, in a ring of its own length.
-bool fillScan(ZlineScanDoc& scan, const void* source, const LinescanRun::Line& line, bool fields,
+bool fillScan(ZlineScanDoc& scan, const void* source, const LinescanRun::Line& line,
               const ZlineScanDoc::LineFacts& facts) {
-  scan.setNoPtsToSample(static_cast<int32_t>(line.rows->size / static_cast<uint32_t>(scan.sampleperiod)));
+  const uint32_t rows = line.rows->size / static_cast<uint32_t>(scan.sampleperiod);
+  scan.setNoPtsToSample(static_cast<int32_t>(rows));
   CdataVect* row = scan.setline(source, line.pixels.points(), line.pixels.across(), facts);
   if (!row) return false;
   const TraceBatch batch(scan);
   const bool calculates = std::exchange(scan.cbvON, false);  // all at once afterwards
+  scan.setZeroing(false);
   scan.startCapture();
-  for (uint32_t i = 0; i < line.rows->size; ++i) {
+  for (uint32_t i = 0; i < rows * static_cast<uint32_t>(scan.sampleperiod); ++i) {
     if (line.stored[i]) {
       row->copyfrom(0, *line.rows->getArray(i), row->size);
-      scan.linesample(fields ? 1 : 2);
+      scan.linesample(1);
     } else {
       scan.skiplines(1);
     }
   }
+  scan.setZeroing(true);
   scan.cbvON = calculates;
   scan.release(source);
   return true;
@@ -62,9 +65,10 @@ bool CVivoCapDoc::scanLines(ScanOrder order) {
   if (!scan) return refuse(text::kLinescansOff);
   if (scan->velocity.cbvmethod == kTwoLines) return refuse(text::kOneLineOnly);
   if (scan->isTaken()) return refuse(text::kLinescanTaken);
-  if (!order.goesOn && !isUnattended() && !scan->saveModified()) return false;
   const ImageFacts facts = imageFacts();
   const bool fields = samplesFields(*scan, facts);
+  if (selection().size() * (fields ? 2 : 1) < scan->sampleperiod) return refuse(text::kTooFewImages);
+  if (!order.goesOn && !isUnattended() && !scan->saveModified()) return false;
   LinescanRun::Lines lines;
   for (ScanLine& line : order.lines) lines.push_back({std::move(line)});
   const auto ordered = std::make_shared<ScanOrder>(std::move(order));
@@ -74,8 +78,7 @@ bool CVivoCapDoc::scanLines(ScanOrder order) {
         for (size_t i = 0; to && i < all.size(); ++i) {
           to->beginOf(*this);
           const std::string name = ordered->nameOf(i);
-          if (!fillScan(*to, this, all[i], fields, lineFacts(*to, facts, name)))
-            return report(text::kNoLinescan);
+          if (!fillScan(*to, this, all[i], lineFacts(*to, facts, name))) return report(text::kNoLinescan);
           to->setTitle(name);
           to->calculateVelocity(!ordered->ofMany);
           if (ordered->afterEach) ordered->afterEach(*to, i);
@@ -220,7 +223,10 @@ void CVivoCapDoc::evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& 
   const CDim& line = *walk->lines[place];
   int32_t verdict = 0;
   Form form("Velocity");
+  const double diameter = diameterAcross(line);
   form.addNote(format("line %i\n", static_cast<int>(place + 1)) + scan.resultWords());
+  form.addNote(std::isnan(diameter) ? "The diameter can't be measured across the middle of the line."
+                                    : format("diameter = %.1f ", diameter) + unitName());
   form.endWith("verdict", verdict, {"&OK", "&Reject"});
   const bool accepted = isUnattended() || (host().forms.run(form) && verdict == 0);
   if (!accepted &&
@@ -236,11 +242,11 @@ void CVivoCapDoc::evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& 
     currentDims().at(index).label += format("%.1f ", found.mean) + scan.velocityUnits();
     setModified();
   }
-  addLineRow(line, place, scan, accepted, diameterAcross(line));
+  addLineRow(line, place, scan, accepted, diameter);
   scanNext(walk);
 }
 
-// Of the capillary that a line runs along: across its middle, or the line's own width where nothing is found.
+// Of the capillary that a line runs along, across its middle; not measured where none is found.
 double CVivoCapDoc::diameterAcross(const CDim& line) {
   constexpr double kLeastAcross = 20, kWidths = 4;
   WidthSettings with;
@@ -252,7 +258,7 @@ double CVivoCapDoc::diameterAcross(const CDim& line) {
     const double pixels = across->Length(1.0, 1.0);
     if (found.width > 0 && pixels > 0) return found.width * across->Length(scale().x, scale().y) / pixels;
   }
-  return line.width * scale().x;
+  return kNotMeasured;
 }
 
 }  // namespace tarnvisor

@@ -78,7 +78,10 @@ LineWidth LineMeasure::measure(const CDim& line) {
   if (line.pointCount() < 2 || cancelled || !doc.hasImage()) return result;
   result.found.width = -1;
   if (rule) result.found = widthAlong(*doc.theImage(), line.points, line.width, *rule, with);
-  if (result.found.width < 1) return result;
+  if (result.found.width < 1) {
+    result.found.width = -1;
+    return result;
+  }
   result.units = result.found.width * unitsAlong(line, doc.scale());
   result.words = format("%.1f ", result.units) + doc.unitName();
   if (!asks) return result;

@@ -14,6 +14,8 @@ constexpr const char* kTooLong = "The line is too long, or too wide, to be scann
 constexpr const char* kTaken = "Another window's line is being scanned.";
 constexpr const char* kOtherMethod =
     "The method in \"CBV calculation parameters\" is another: two lines are for the delay between them, one line is for all else.";
+constexpr const char* kOnePlace =
+    "Both lines have their middle at one place: there is no delay between them.";
 constexpr const char* kNoFirst = "Choose the measuring line first.";
 
 Point middleOf(std::span<const Point> path) {
@@ -62,11 +64,11 @@ std::string LineFeed::take(std::span<const Point> path, int32_t across, bool isS
 std::string LineFeed::begin(const CDocument& video) {
   ZlineScanDoc* scan = openLinescan();
   if (!scan) return kNoWindow;
-  if (!scan->isOf(this)) {
-    if (scan->isTaken()) return kTaken;
-    if (!isUnattended() && !scan->saveModified()) return "The linescan that is open was kept.";
-    scan->beginOf(video);
-  }
+  if (scan->isTaken() && !scan->isOf(this)) return kTaken;
+  if (!isUnattended() && !scan->traces.items.empty() && !scan->saveModified())
+    return "The linescan that is open was kept.";
+  scan->beginOf(video);
+  scan->setTitle(lineName);
   const ZlineScanDoc::LineFacts line = lineFacts(*scan, facts, lineName);
   if (scan->velocity.cbvmethod == kTwoLines) {
     if (second.isEmpty()) return {};  // it waits for the other
@@ -76,7 +78,7 @@ std::string LineFeed::begin(const CDocument& video) {
                                         second.points() * second.across(), distance, line);
     firstRow = rows.first;
     secondRow = rows.second;
-    if (!firstRow || !secondRow) return kTaken;
+    if (!firstRow || !secondRow) return distance > 0 ? kTaken : kOnePlace;
   } else {
     if (!second.isEmpty()) return kOtherMethod;
     firstRow = scan->setline(this, first.points(), first.across(), line);
@@ -101,7 +103,7 @@ void LineFeed::sample(const CZZimage& image, int64_t number) {
     const bool inside =
         first.sample(image, *firstRow, rows) && (!secondRow || second.sample(image, *secondRow, rows));
     if (inside)
-      scan->linesample(fields ? 1 : 2);
+      scan->linesample(1);
     else
       scan->skiplines(1);
   }

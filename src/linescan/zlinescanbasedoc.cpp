@@ -32,9 +32,27 @@ constexpr std::array kRowsKinds{RowsKind{text::kScan2D, kScan2DTrace, 255, 10, 5
                                 RowsKind{text::kHough, kHoughTrace, 1000, 10, 51200, false}};
 constexpr double kScaleStep = 1.25;
 
+// What stands behind the names of traces that were computed with additions.
+const std::vector<std::string>& additions() {
+  static const std::vector<std::string> all = [] {
+    std::vector<std::string> made{""};
+    for (const auto& [subpoint, bothways] : {std::pair(true, false), {false, true}, {true, true}}) {
+      VelocityParameters with;
+      with.subpoint = subpoint;
+      with.bothways = bothways;
+      made.push_back(" (" + additionWords(with) + ")");
+    }
+    return made;
+  }();
+  return all;
+}
+
 bool isNamed(const std::string& name, const char* plain) {
   const size_t length = std::strlen(plain);
-  return name.compare(0, length, plain) == 0 && (name.size() == length || name.compare(length, 2, " (") == 0);
+  if (name.compare(0, length, plain) != 0) return false;
+  return std::ranges::any_of(additions(), [&](const std::string& words) {
+    return name.compare(length, std::string::npos, words) == 0;
+  });
 }
 
 // Every setting but the limit of r squared, which is kept in thousandths.
@@ -55,8 +73,6 @@ void eachSetting(Document& doc, Visit visit) {
   visit(correlation, "subpoint", v.subpoint);
   visit(correlation, "bothways", v.bothways);
   visit(linescan, "cbvmethod", v.cbvmethod);
-  visit(linescan, "sampleperiod", doc.sampleperiod);
-  visit(linescan, "useinterlace", doc.useinterlace);
   visit(linescan, "houghdifthreshold", v.houghdifthreshold);
   visit(linescan, "dohough", doc.dohough);
   visit(linescan, "houghpeakwindow", doc.houghpeakwindow);
@@ -101,6 +117,9 @@ void ZlineScanBaseDoc::readSettings() {
       settings.getInt(kCorrelationSection, "coeflimit", truncated(velocity.coeflimit * 1000.0)) * 0.001;
   eachSetting(*this,
               [](const char* section, const char* key, auto& value) { readSetting(section, key, value); });
+  // How lines are sampled from now on is no matter of the form that calculates an old scan anew.
+  readSetting(kLinescanSection, "sampleperiod", sampleperiod);
+  readSetting(kLinescanSection, "useinterlace", useinterlace);
   makeSensible();
 }
 
@@ -144,10 +163,11 @@ void ZlineScanBaseDoc::deleteContents() {
 
 // --- the traces
 
+// The scan itself has whatever name its line has.
 ZZTrace* ZlineScanBaseDoc::find(const char* name) const {
   const auto& all = traces.items;
-  const auto at =
-      std::find_if(all.begin(), all.end(), [&](const auto& trace) { return isNamed(trace->name, name); });
+  const auto at = std::ranges::find_if(
+      all, [&](const auto& trace) { return trace->tracetype != kScanTrace && isNamed(trace->name, name); });
   return at != all.end() ? at->get() : nullptr;
 }
 
@@ -205,7 +225,8 @@ C2DTrace* ZlineScanBaseDoc::makeRows(const char* name, int32_t code, uint32_t wi
   made->circular = 1;
   made->xunits = "s";
   made->palette.readSettings();
-  made->palette.setColour(false);
+  if (kind->traceType == kScanTrace || kind->traceType == kScan2DTrace) made->palette.setColour(false);
+  if (kind->traceType == kHoughTrace) made->palette.setBackgnd(true);
   C2DTrace* rows = made.get();
   put(present, std::move(made));
   return rows;
@@ -284,16 +305,13 @@ bool ZlineScanBaseDoc::makeDerivedTraces() {
   if (ratio) ratio->hidden = true;
   correllogram->yunits = twoLines ? "s/" + leader->yunits : velocityUnits();
   correllogram->ygain = twoLines ? 1.0 : set.scan->ygain;
-  // Both ways no shift stands in the middle.
-  const double fastest = twoLines ? 0.0 : points * 0.5 / (velocity.gap * leader->period);
-  correllogram->yoffset = velocity.bothways ? -fastest * correllogram->ygain : 0.0;
   if (twoLines) {
     correllogram->xscale = leader->period / velocity.linedistance;
     correllogram->tracetype = kTwoLineTrace;
   } else {
     correllogram->tracetype = kPlainTrace;
   }
-  markNoReadings();
+  markTraces();
   for (ZZTrace* each : {static_cast<ZZTrace*>(correllogram), correlation, cbv, uncut, ratio,
                         static_cast<ZZTrace*>(difference)}) {
     if (!each) continue;
@@ -304,10 +322,16 @@ bool ZlineScanBaseDoc::makeDerivedTraces() {
   return true;
 }
 
-void ZlineScanBaseDoc::markNoReadings() const {
+// What the stored form doesn't tell.
+void ZlineScanBaseDoc::markTraces() const {
   const LinescanTraces set = traceSet();
   for (ZZTrace* each : {set.cbv, set.cbvUncut, set.correlation})
     if (each) each->absent = kNoReading;
+  if (set.hough) set.hough->lowest = set.hough->yoffset;
+  if (!set.correllogram || !set.scan || !(set.scan->period > 0)) return;
+  // Both ways no shift stands in the middle.
+  const double fastest = set.scan->width() * 0.5 / (velocity.gap * set.scan->period);
+  set.correllogram->lowest = velocity.bothways ? -fastest * set.correllogram->ygain : 0.0;
 }
 
 std::string ZlineScanBaseDoc::velocityUnits() const {

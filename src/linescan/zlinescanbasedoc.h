@@ -25,6 +25,7 @@ class ZlineScanBaseDoc : public ZchartDoc {
   void deleteContents() override;
   void readSettings() override;
   StepResult tell(const std::string& what) override;  // "velocity" too
+  StepResult tellVelocity(uint32_t from, uint32_t to) const;
 
   // --- the traces, by name and kind as they are now; what is not there is null
   LinescanTraces traceSet() const;
@@ -62,6 +63,8 @@ class ZlineScanBaseDoc : public ZchartDoc {
 
   // The trace becomes the scan, of so many columns a point.
   void setAsScan(C2DTrace& trace, int32_t linesperpoint);
+  // The line gets so many points, which lie closer together or farther apart. Both with their velocity anew.
+  void interpolateScan(uint16_t points);
 
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
@@ -89,6 +92,7 @@ class ZlineScanBaseDoc : public ZchartDoc {
   C2DTrace* scantrace() const;
   ZZTrace* find(const char* name) const;
   virtual bool isCapturing() const { return false; }
+  virtual bool isTaken() const { return false; }  // a view gives it lines
   RowVelocity rowVelocity;
   double fieldrate = 50.0;  // fields a second
 
@@ -96,7 +100,7 @@ class ZlineScanBaseDoc : public ZchartDoc {
   void serializeOwn(Archive& archive) override;
   void serializeParameters(Archive& archive, uint32_t version);
   void bindTraces();
-  void markNoReadings() const;
+  void markTraces() const;
   void put(ZZTrace* present, ZZTrace::Own made);
   void walkRing();
   double rowPeriod() const;
@@ -119,7 +123,7 @@ class ZlineScanBaseDoc : public ZchartDoc {
     return this->*Flag;
   }
   void toggleInterlace();
-  bool mayToggleInterlace() const { return !isCapturing(); }
+  bool mayToggleInterlace() const { return !isCapturing() && !isTaken(); }
   void toggleScatter();
   void toggleLimitChart();
   std::vector<Slope> slopeList;

@@ -107,7 +107,6 @@ void ZlineScanBaseDoc::bindTraces() {
       NoPtsToSample = held;
     }
   }
-  markNoReadings();
   if (set.cbv && set.cbv->pixelperiod > 0) fieldrate = 1.0 / set.cbv->pixelperiod;
   // It goes on as it was computed: the stored form has no place for the additions but the name.
   if (!set.cbv) return;
@@ -120,6 +119,7 @@ void ZlineScanBaseDoc::bindTraces() {
       velocity.subpoint = subpoint;
       velocity.bothways = bothways;
     }
+  markTraces();
 }
 
 }  // namespace tarnvisor

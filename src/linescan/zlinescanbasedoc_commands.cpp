@@ -1,6 +1,8 @@
 // The commands of a linescan, and its forms.
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <limits>
 
 #include "app/asked.h"
 #include "app/processstate.h"
@@ -20,7 +22,14 @@ namespace tarnvisor {
 
 namespace {
 
+constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();  // shows as an empty cell
 constexpr double kPi = 3.14159265358979323846;
+
+// Of "hand line3" 3; 0 for none.
+int32_t trailingNumber(const std::string& name) {
+  const size_t at = name.find_last_not_of("0123456789");
+  return at + 1 < name.size() ? std::atoi(name.c_str() + at + 1) : 0;
+}
 
 std::vector<ZZTrace*> seriesOf(const ZchartDoc& document) {
   std::vector<ZZTrace*> found;
@@ -38,7 +47,6 @@ const CommandTableBase& ZlineScanBaseDoc::commandTable() {
         "CBV calculation &parameters...",
         &D::editParameters,
         {.tip = "Velocity parameters", .status = "Changes how velocity is calculated, and calculates it."}},
-       {cmd::CalculateVelocity, "&Calculate velocity", &D::calculateVelocity, &D::canCalculate},
        {cmd::CbvUsingFft,
         "CBV using FFT",
         &D::cbvUsingFft,
@@ -237,11 +245,13 @@ void ZlineScanBaseDoc::addVelocityResult(uint32_t from, uint32_t to) {
       scan ? static_cast<const C2DTrace*>(scan)->width() * pointLength : velocity.linedistance;
   if (!addResultRow(kCapillaryResults,
                     recordOf(kCapillaryResults, title(), scan ? scan->yunits : "",
-                             {{"line", 1},
+                             {{"line", static_cast<double>(trailingNumber(scan ? scan->name : ""))},
                               {"length", length},
                               {"diameter", diameter},
                               {"velocity", found.mean},
                               {"flow", kPi * diameter * diameter * found.mean * 0.25},
+                              {"x", kUnknown},
+                              {"y", kUnknown},
                               {"av r", found.correlation},
                               {"%good", found.share() * 100}}),
                     this))

@@ -1,6 +1,7 @@
 // What is computed of a scan, and what is made of that.
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "app/asked.h"
 #include "app/processstate.h"
@@ -23,7 +24,8 @@ constexpr double kLimitStep = 1.0 / LimitCurves::kLimits;
 void ZlineScanBaseDoc::calculateVelocity(bool withCharts) {
   if (!canCalculate()) return;
   const WaitScope wait;
-  if (makeDerivedTraces()) {
+  const bool isKnown = velocity.cbvmethod == kRowCorrelation || velocity.cbvmethod == kTwoLines;
+  if (isKnown && makeDerivedTraces()) {
     const LinescanTraces set = traceSet();
     Change change(*this);
     for (ZZTrace* each : {static_cast<ZZTrace*>(set.scan2D == set.scan ? nullptr : set.scan),
@@ -47,6 +49,11 @@ void ZlineScanBaseDoc::walkRing() {
   rowVelocity.restart();
   for (ZZTrace* each : {set.cbv, set.cbvUncut, set.correlation, set.peakratio})
     if (each) each->data->fill(kNoReading);
+  // The first rows are compared with none: what the last calculation left there is another scan's.
+  if (set.difference && !twoLines) {
+    set.difference->data->fill(0.0);
+    set.difference->rowvalues->fill(0.0);
+  }
   for (uint32_t n = 0; n < leader->size(); ++n) {
     if (twoLines)
       twolinestep(velocity, set, set.line1->origin, set.line2->origin);
@@ -95,9 +102,12 @@ std::string ZlineScanBaseDoc::judgement(uint32_t from, uint32_t to) const {
 }
 
 StepResult ZlineScanBaseDoc::tell(const std::string& what) {
-  if (what != "velocity") return ZchartDoc::tell(what);
+  return what == "velocity" ? tellVelocity(0, 0) : ZchartDoc::tell(what);
+}
+
+StepResult ZlineScanBaseDoc::tellVelocity(uint32_t from, uint32_t to) const {
   if (!traceSet().cbv) return StepResult::failure("no velocity has been calculated");
-  const VelocityStatistics found = statistics();
+  const VelocityStatistics found = statistics(from, to);
   StepResult told;
   if (hasNumber(found))
     told.values = {{"velocity", format("%.3f", found.mean)},
@@ -106,8 +116,8 @@ StepResult ZlineScanBaseDoc::tell(const std::string& what) {
                    {"correlation", format("%.3f", found.correlation)}};
   told.values.emplace_back("unit", velocityUnits());
   told.values.emplace_back("good", format("%.1f", found.share() * 100));
-  told.values.emplace_back("judgement", judgement());
-  told.text = resultWords() + "\n";
+  told.values.emplace_back("judgement", judgement(from, to));
+  told.text = resultWords(from, to) + "\n";
   return told;
 }
 
@@ -200,6 +210,7 @@ void ZlineScanBaseDoc::houghVelocities() {
   if (!map) return;
   map->hidden = false;
   houghMap(velocity, *source, *set.scan, *map);
+  map->lowest = map->yoffset;
   setSlopes(houghSlopes(velocity, *source, *set.scan, *map));
 }
 
@@ -264,32 +275,54 @@ void ZlineScanBaseDoc::endSlope(std::vector<Slope> before) {
 void ZlineScanBaseDoc::setAsScan(C2DTrace& trace, int32_t linesperpoint) {
   const int32_t points = trace.width() / std::max(1, linesperpoint);
   if (linesperpoint < 1 || points < 1) return;
+  std::optional<Change> changing(*this);
+  Change& change = *changing;
+  for (C2DTrace* old : {traceSet().scan2D, scantrace()})
+    if (old && old != &trace && indexOfTrace(old) >= 0) change.remove(*old);
+  if (!change.altering(trace)) return;
+  change.exchange(velocity.linesperpoint, linesperpoint);
+  change.exchange(NoPtsToSample, static_cast<int32_t>(trace.size()));
+  const std::string name = trace.name;
+  trace.name = text::kScan2D;
+  trace.tracetype = kScan2DTrace;
+  trace.circular = 1;
+  trace.hidden = true;
+  trace.rowvalues->fill(static_cast<double>(trace.width()) / linesperpoint);
+  C2DTrace* scan = makeRows("", rowsCodeOf(trace), static_cast<uint32_t>(points), trace.size());
+  if (!scan) return;
+  change.added(*scan);
+  scan->name = name;
+  scan->ygain = trace.ygain;
+  scan->yunits = trace.yunits;
+  scan->xunits = trace.xunits;
+  scan->period = trace.period;
+  scan->starttime = trace.starttime;
+  scan->setorigin(trace.origin);
+  for (uint32_t row = 0; row < trace.size(); ++row)
+    trace.rowaverage(row, *scan, static_cast<uint32_t>(linesperpoint));
+  changing.reset();
+  calculateVelocity();
+}
+
+void ZlineScanBaseDoc::interpolateScan(uint16_t points) {
+  const LinescanTraces set = traceSet();
+  if (!set.scan || !set.scan->width() || points < 1) return;
+  const int32_t across = velocity.linesperpoint;
+  if (int64_t{points} * across > UINT16_MAX) return report("The line would have too many points.");
   {
-    const TraceBatch batch(*this);
-    if (C2DTrace* old = traceSet().scan2D; old && old != &trace) deletetrace(*old, false);
-    if (C2DTrace* old = scantrace(); old && old != &trace) deletetrace(*old, false);
-    velocity.linesperpoint = linesperpoint;
-    const std::string name = trace.name;
-    trace.name = text::kScan2D;
-    trace.tracetype = kScan2DTrace;
-    trace.circular = 1;
-    trace.rowvalues->fill(static_cast<double>(trace.width()) / linesperpoint);
-    NoPtsToSample = static_cast<int32_t>(trace.size());
-    C2DTrace* scan = makeRows("", rowsCodeOf(trace), static_cast<uint32_t>(points), trace.size());
-    if (!scan) return;
-    scan->name = name;
-    scan->ygain = trace.ygain;
-    scan->yunits = trace.yunits;
-    scan->xunits = trace.xunits;
-    scan->period = trace.period;
-    scan->starttime = trace.starttime;
-    scan->setorigin(trace.origin);
-    for (uint32_t row = 0; row < trace.size(); ++row)
-      trace.rowaverage(row, *scan, static_cast<uint32_t>(linesperpoint));
-    trace.hidden = true;
-    (void)makeDerivedTraces();
+    Change change(*this);
+    const double apart = static_cast<double>(set.scan->width()) / points;
+    for (C2DTrace* each : {set.scan, set.scan2D}) {
+      if (each == set.scan2D && set.scan2D == set.scan) continue;
+      if (!change.altering(*each)) return;
+      each->setrowwidth(static_cast<uint16_t>(each == set.scan ? points : points * across));
+      each->ygain *= apart;
+      each->xscale *= apart;
+      for (uint32_t row = 0; row < each->size(); ++row)
+        if (each->extent(row) != 0) each->setextent(row, points);
+    }
   }
-  tracesChanged();
+  calculateVelocity();
 }
 
 }  // namespace tarnvisor

@@ -5,6 +5,7 @@
 
 #include "app/asked.h"
 #include "app/processstate.h"
+#include "charts/chartview.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
 #include "linescan/commandids.h"
@@ -48,6 +49,7 @@ DocumentType* ZlineScanDoc::storedType() const {
 
 void ZlineScanDoc::readSettings() {
   ZlineScanBaseDoc::readSettings();
+  usualRows = NoPtsToSample;
   subtracting = settings.getInt(kSection, "subtracting", 0) != 0;
   cbvON = settings.getInt(kSection, "cbvON", 1) != 0;
 }
@@ -103,7 +105,7 @@ CdataVect* ZlineScanDoc::setline(const void* source, int32_t points, int32_t lin
   const int32_t code = subtracting ? kDoubleRowsCode : kWordRowsCode;
   C2DTrace* scan2D = makeRows(text::kScan2D, code, items, rows);
   C2DTrace* scan = makeRows("", code, static_cast<uint32_t>(points), rows);
-  if (!scan2D || !scan || !line1.resize(items)) return nullptr;
+  if (!scan2D || !scan || !line1.resize(items)) return release(source), nullptr;
   for (C2DTrace* each : {scan2D, scan}) {
     each->ygain = facts.pointlength;
     each->xscale = facts.pointlength;
@@ -113,7 +115,10 @@ CdataVect* ZlineScanDoc::setline(const void* source, int32_t points, int32_t lin
   scan->setorigin(scan2D->origin);
   scan->name = facts.name;
   scan->slot = static_cast<int32_t>(facts.pointlength);
-  if (cbvON && !makeDerivedTraces()) return nullptr;
+  if (cbvON && !makeDerivedTraces()) return release(source), nullptr;
+  for (ZZTrace* each : {static_cast<ZZTrace*>(find(text::kCorrellogram)), find(text::kCbv),
+                        find(text::kCbvUncut), find(text::kCorrelation), find(text::kDifference)})
+    if (each) each->period = period;
   rowVelocity.restart();
   rowVelocity.resetMean();
   return line1.scanline.get();
@@ -130,7 +135,7 @@ ZlineScanDoc::TwoLines ZlineScanDoc::settwolines(const void* source, int32_t poi
   ZZTrace* second = makeSeries(text::kLine2, text::kLine2, samples);
   if (!first || !second || !line1.resize(static_cast<uint32_t>(points1)) ||
       !line2.resize(static_cast<uint32_t>(points2)))
-    return {};
+    return release(source), TwoLines{};
   const ZZTrace* scan2D = find(text::kScan2D);
   for (ZZTrace* each : {first, second}) {
     each->tracetype = kLineTrace;
@@ -140,12 +145,13 @@ ZlineScanDoc::TwoLines ZlineScanDoc::settwolines(const void* source, int32_t poi
     each->setorigin(scan2D ? scan2D->origin : 0);
   }
   velocity.linedistance = distance;
-  if (cbvON && !makeDerivedTraces()) return {};
+  if (cbvON && !makeDerivedTraces()) return release(source), TwoLines{};
   rowVelocity.restart();
   return {line1.scanline.get(), line2.scanline.get()};
 }
 
 void ZlineScanDoc::beginOf(const CDocument& video) {
+  NoPtsToSample = usualRows;
   deleteContents();
   forgetPathName();
   forgetOwner();
@@ -163,6 +169,9 @@ void ZlineScanDoc::stopCapture() {
   if (!running) return;
   running = 0;
   updateAllViews();
+  // What came since the window opened is seen whole.
+  for (const auto& view : views())
+    if (auto* chart = dynamic_cast<ZchartView*>(view.get())) chart->fit();
 }
 
 // --- samples
@@ -185,7 +194,8 @@ void ZlineScanDoc::onelinesample() {
   const uint32_t row = set.scan2D->origin;
   if (!line1.scanline || set.scan2D->width() != line1.scanline->size) return;
   set.scan2D->setextent(row, static_cast<double>(set.scan2D->width()) / velocity.linesperpoint);
-  const CdataVect& sampled = line1.next(subtracting);
+  // Rows without a sign take no differences.
+  const CdataVect& sampled = line1.next(subtracting && rowsCodeOf(*set.scan2D) == kDoubleRowsCode);
   const CdataVect::Own stored = set.scan2D->data->getArray(row);
   stored->copyfrom(0, sampled, sampled.size);
   if (cbvON)
@@ -216,9 +226,9 @@ void ZlineScanDoc::advanceRing() {
   for (const auto& trace : traces.items) {
     if (!trace->circular) continue;
     trace->advance(1);
-    trace->zeroat(trace->origin);
+    if (zeroes) trace->zeroat(trace->origin);
   }
-  storeNothing();
+  if (zeroes) storeNothing();
 }
 
 // A velocity of 0 is one that was measured.

@@ -37,7 +37,7 @@ class ZlineScanDoc final : public ZlineScanBaseDoc {
                        const LineFacts& facts);
   // Empty, and of that document's subject and exam.
   void beginOf(const CDocument& video);
-  bool isTaken() const { return sourceview != nullptr; }
+  bool isTaken() const override { return sourceview != nullptr; }
   bool isOf(const void* source) const { return sourceview == source; }
   // The view that gives lines gives none any more.
   void release(const void* source);
@@ -46,6 +46,8 @@ class ZlineScanDoc final : public ZlineScanBaseDoc {
   void startCapture() { running = 1; }
   void stopCapture();
   bool isCapturing() const override { return running != 0; }
+  // While a whole ring is stored at once: nothing that is stored is emptied again.
+  void setZeroing(bool on) { zeroes = on; }
   // Stores what was put where setline told, as the sample of so many fields.
   void linesample(int32_t fields);
   // The same time, of which nothing is stored.
@@ -79,6 +81,8 @@ class ZlineScanDoc final : public ZlineScanBaseDoc {
   const void* sourceview = nullptr;  // for comparison
   Line line1, line2;
   double period = 1.0;
+  bool zeroes = true;
+  int32_t usualRows = 500;   // of a line that is followed
   int32_t sinceAdvance = 0;  // samples
   bool justReset = true;
 };

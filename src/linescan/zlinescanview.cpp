@@ -22,7 +22,8 @@ constexpr int32_t kReach = 5;  // window pixels
 const CommandTableBase& ZlineScanBaseView::commandTable() {
   using V = ZlineScanBaseView;
   static const CommandTable<V> table{
-      {{cmd::DeleteFromTrace, "&Delete", &V::deleteSlope, &V::mayDelete},
+      {{cmd::CalculateVelocity, "&Calculate velocity", &V::calculateScan, &V::canCalculateScan},
+       {cmd::DeleteFromTrace, "&Delete", &V::deleteSlope, &V::mayDelete},
        {cmd::SetAsLinescan,
         "Set trace as linescan",
         &V::setAsLinescan,
@@ -164,6 +165,14 @@ void ZlineScanBaseView::velocityResult() {
   scan.addVelocityResult(range->from, range->to);
 }
 
+StepResult ZlineScanBaseView::tell(const std::string& what) {
+  const ZZTrace* cbv = what == "velocity" ? scan.traceSet().cbv : nullptr;
+  if (!cbv) return ZchartView::tell(what);
+  const auto range = rangeIn(*cbv);
+  return range ? scan.tellVelocity(range->from, range->to)
+               : StepResult::failure("the selection holds no rows");
+}
+
 void ZlineScanBaseView::interpolate() {
   auto* rows = dynamic_cast<C2DTrace*>(active());
   if (!rows) return;
@@ -172,6 +181,8 @@ void ZlineScanBaseView::interpolate() {
   form.add("Enter new size", size, {1, UINT16_MAX, {}});
   if (!asked(form) || active() != rows) return;
   const WaitScope wait;
+  const LinescanTraces set = scan.traceSet();
+  if (rows == set.scan || rows == set.scan2D) return scan.interpolateScan(static_cast<uint16_t>(size));
   ZchartDoc::Change change(scan);
   if (change.altering(*rows)) rows->setrowwidth(static_cast<uint16_t>(size));
 }

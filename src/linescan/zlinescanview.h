@@ -16,7 +16,8 @@ class ZlineScanBaseView : public ZchartView {
   void mouseDown(const MouseEvent& event) override;
   void mouseMove(const MouseEvent& event) override;
   void mouseUp(const MouseEvent& event) override;
-  std::vector<StatusPane> panes() const override;  // beside the chart's: "velocity"
+  std::vector<StatusPane> panes() const override;     // beside the chart's: "velocity"
+  StepResult tell(const std::string& what) override;  // "velocity" of the selection
 
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
@@ -37,6 +38,9 @@ class ZlineScanBaseView : public ZchartView {
   void deleteSlope();
   bool hasSlope() const;
   bool mayDelete() const { return hasSlope() || active(); }
+  // In place of the chart's, which is for rows of any kind.
+  void calculateScan() { scan.calculateVelocity(); }
+  bool canCalculateScan() const { return scan.canCalculate(); }
   void setAsLinescan();
   void interpolate();
   void velocityResult();

@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "base/files.h"
+#include "base/text.h"
 #include "movie/movieoutput.h"
 #include "video/videowriter.h"
 
@@ -80,6 +81,10 @@ bool MovieExport::next() {
   if (!writer || stopped || writer->failed() || written >= images) return false;
   const int32_t index = from + written++ * apart;
   movie.getImage(index, each);
+  if (!movie.hasRead()) {
+    unread = index;
+    return false;
+  }
   const FrameRecord& record = movie.recordOf(index);
   placeInto(canvas, each, record.xOrigin - extents.x,
             (record.yOrigin - extents.y) / (movie.isFieldMovie() ? 2 : 1));
@@ -94,6 +99,7 @@ bool MovieExport::finish() {
   if (!writer) return false;
   const std::unique_ptr<VideoWriter> ending = std::move(writer);
   const bool whole = ending->close();
+  if (unread >= 0) return fail(format("image %i can't be read", unread));
   if (stopped) return fail("cancelled.");
   if (!whole) return fail(ending->why());
   if (const Outcome placed = file.commit(); !placed) return fail(placed.why());

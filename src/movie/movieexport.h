@@ -46,6 +46,7 @@ class MovieExport {
   std::unique_ptr<VideoWriter> writer;
   std::string words;
   bool stopped = false;
+  int32_t unread = -1;  // an image that could not be read
 };
 
 }  // namespace tarnvisor

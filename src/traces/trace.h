@@ -204,6 +204,7 @@ class C2DTrace : public ZZTrace {
   void validrange(uint32_t& first, uint32_t& last) const;
   uint16_t width() const { return data ? data->width : 0; }
 
+  double lowest = 0.0;       // what a row's first item stands for along y; not stored
   double fullscale = 500.0;  // the value shown as the top of the palette
   double fsstep = 2.0;
   double fsmin = 1.0;

@@ -128,6 +128,7 @@ void C2DTrace::copyprops(const ZZTrace& other) {
   if (!rows) return setdisplaydefaults();
   setdisplay(rows->fullscale, rows->fsstep, rows->fsmin, rows->fsmax);
   fsoffset = rows->fsoffset;
+  lowest = rows->lowest;
   palette = rows->palette;
 }
 

@@ -60,9 +60,9 @@ TEST_F(ChartDocument, NeitherDrawsNorCountsSamplesThatStandForNone) {
   EXPECT_EQ(extents.of(*ramp.data, 0, 640, ramp.absent), (Extent{1, 639}));
 }
 
-TEST_F(ChartDocument, ShowsRowsFromTheirOffsetOn) {
+TEST_F(ChartDocument, ShowsRowsFromTheirLowestPlaceOn) {
   C2DTrace& rows = addRows();
-  rows.yoffset = -2;
+  rows.lowest = -2;
   CScreenTrace& shown = view().screenTrace(rows);
   shown.selfScale();
   EXPECT_EQ(shown.OS, -2.0);

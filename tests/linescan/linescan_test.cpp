@@ -113,6 +113,22 @@ TEST_F(Linescan, CalculatesTheVelocityOfWhatMovesAlongIt) {
   EXPECT_EQ(traces().cbv->size(), 40U);
 }
 
+TEST_F(Linescan, CalculatesAnewWithTheSameNumbersWhateverItsLineIsCalled) {
+  scan->setNoPtsToSample(40);
+  row = scan->setline(&source, 64, 1, {0.02, 2.0, "um", "difference"});
+  ASSERT_NE(row, nullptr);
+  scan->startCapture();
+  scan->velocity.gap = 3;
+  sampleFlow(40, 4);
+  run("Calculate velocity");
+  const std::vector<double> first = samplesOf(*traces().cbvUncut);
+  EXPECT_DOUBLE_EQ(traces().cbv->displayed(traces().cbv->data->at(30)), 4 / 0.04 * 2.0);
+  run("Calculate velocity");
+  EXPECT_EQ(samplesOf(*traces().cbvUncut), first);
+  scan->interpolateScan(128);
+  EXPECT_NEAR(traces().cbv->displayed(traces().cbv->data->at(30)), 4 / 0.04 * 2.0, 10);
+}
+
 TEST_F(Linescan, TellsWhatIsSeenBesideAVelocityAndAddsItWhenAccepted) {
   take(64);
   sampleFlow(40, 8);
@@ -231,6 +247,9 @@ TEST_F(Linescan, TakesRowsOfAChartAsItsScan) {
   EXPECT_EQ(traces().scan->width(), 4);
   EXPECT_EQ(traces().scan2D->extent(0), 4.0);
   EXPECT_EQ(traces().cbv->size(), 20U);
+  scan->undo();  // the velocity
+  scan->undo();
+  EXPECT_FALSE(scan->hasScan());
 }
 
 TEST(ScanLines, HaveAPointAPixelAndPixelsAtRightAnglesToIt) {
