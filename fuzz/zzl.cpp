@@ -26,8 +26,8 @@ size_t itemsOf(const ZchartDoc& document) {
 }
 
 void run(ZlineScanBaseDoc& document, int32_t id) {
-  const CommandRow* row = document.commands()->find(id);
-  if (row->enabled(document)) row->execute(document);
+  CommandTarget* const chain[] = {document.views().front().get(), &document};
+  (void)routeCommand(chain, id);
 }
 
 void saveAndReload(ZlineScanBaseDoc& document) {
