@@ -96,6 +96,7 @@ void ZBasicfgView::startCamera() {
 void ZBasicfgView::stopTimers() {
   rateTimer.stop();
   checkTimer.stop();
+  saveTimer.stop();
 }
 
 void ZBasicfgView::freeze() {
@@ -109,11 +110,6 @@ void ZBasicfgView::freeze() {
   if (RecorderSink* recorder = theApp().recorder; recorder && recorder->isRecording())
     recorder->stopRecording();
   host().windows.refreshBars();
-}
-
-void ZBasicfgView::stopCamera() {
-  saveTimer.stop();
-  freeze();
 }
 
 void ZBasicfgView::restart() {
@@ -227,7 +223,7 @@ std::vector<StatusPane> ZBasicfgView::panes() const {
 // --- saving
 
 void ZBasicfgView::freezeAndSave(const std::string& path) {
-  if (!path.empty() || doc.timerN < 1) {
+  if (!path.empty() || doc.timerN < 1 || !isLive()) {
     (void)doc.saveStill(path);
     return;
   }

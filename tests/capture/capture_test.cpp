@@ -90,6 +90,18 @@ TEST_F(Capture, SavesByTheTimeAndByTheTimer) {
   host.calls.clear();
 }
 
+TEST_F(Capture, TimedSavesEndWithThePicture) {
+  openLive();
+  frames(1);
+  live().timerN = 3;
+  view().freezeAndSave("");
+  ASSERT_TRUE(app->loop.hasTimer(ZBasicfgView::kSaveTimer));
+  runCommand(cmd::FreezeVideo);
+  EXPECT_FALSE(app->loop.hasTimer(ZBasicfgView::kSaveTimer));
+  view().freezeAndSave("");
+  EXPECT_FALSE(app->loop.hasTimer(ZBasicfgView::kSaveTimer)) << "a picture that stays is saved once";
+}
+
 TEST_F(Capture, RecordsEachFrameToTheDiscAndToTheMemory) {
   sequence(3, 0, 0, 1);
   openLive();
