@@ -266,6 +266,21 @@ TEST_F(Capture, FramesThatAreLostAreTold) {
   EXPECT_THAT(fgFrameCheck(), ContainsRegex("[0-9]+ of [0-9]+ frames of the camera did not arrive."));
 }
 
+TEST_F(Capture, TheWindowsOfLightAndFocusLeaveEachOtherAlone) {
+  openLive();
+  runCommand(cmd::AutoBrightnessControl);
+  ShownForm& light = *host.shownForms.back();
+  light.change("min (usec)", "77");
+  runCommand(cmd::AutoFocusControl);
+  EXPECT_EQ(light.value("min (usec)"), "77");
+  flashControl.lastGood = 1234;
+  light.press("Apply");
+  EXPECT_EQ(flashControl.lastGood, 1234) << "found by the picture, not by the user";
+  focusControl.position = 9;
+  host.shownForms.back()->press("Apply");
+  EXPECT_EQ(focusControl.position, 9);
+}
+
 TEST_F(Capture, HalfResolutionTakesTheScaleAlong) {
   openLive();
   live().magx = live().magy = 1.5;
