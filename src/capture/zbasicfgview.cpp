@@ -295,12 +295,7 @@ void ZBasicfgView::halfResolution() {
   const bool was = isHalfResolution(), ran = isLive();
   if (ran) freeze();
   const bool is = fgSetBinning();
-  if (is != was) {
-    doc.appendNotes(is ? "binning on\r\n" : "binning off\r\n");
-    doc.setRoi({});
-  } else {
-    doc.report("This camera has no half resolution.");
-  }
+  if (is == was) doc.report("This camera has no half resolution.");
   if (ran) startCamera();
   doc.updateAllViews();
 }
@@ -317,7 +312,6 @@ void ZBasicfgView::grabImageSize() {
           "The middle of the sensor, rounded down to multiples of 4 and 2. A smaller area allows more frames a second.");
   if (!host().forms.run(form)) return;
   fgSetGrabSize(width, height, whole != 0);
-  doc.setRoi({});
   restart();
 }
 
@@ -355,7 +349,6 @@ void ZBasicfgView::selectCamera() {
   form.addChoice("Camera", chosen, words);
   if (!host().forms.run(form) || chosen == before) return;
   fgSetCamera(chosen == 0 ? std::string() : found[static_cast<size_t>(chosen - 1)].id);
-  doc.setRoi({});
   restart();
 }
 

@@ -281,6 +281,32 @@ TEST_F(Capture, TheWindowsOfLightAndFocusLeaveEachOtherAlone) {
   EXPECT_EQ(focusControl.position, 9);
 }
 
+TEST_F(Capture, AFrozenPictureStaysAsItWasTaken) {
+  const Rect part{8, 4, 40, 28};
+  openLive();
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  live().setRoi(part);
+  const std::string before = live().notes;
+  runCommand(cmd::HalfResolution);
+  EXPECT_EQ(live().notes, before);
+  EXPECT_EQ(live().roi, part);
+  view().startCamera();
+  EXPECT_EQ(live().notes, "binning on\r\n");
+  EXPECT_EQ(live().roi, Rect{});
+  live().setRoi(part);
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  host.fill({{"whole sensor", "0"}, {"width (pixels)", "32"}, {"height (pixels)", "16"}});
+  runCommand(cmd::GrabImageSize);
+  EXPECT_EQ(live().roi, part);
+  view().startCamera();
+  EXPECT_EQ(live().roi, Rect{}) << "the next is of another size";
+  host.fill({{"whole sensor", "1"}});
+  runCommand(cmd::GrabImageSize);
+  runCommand(cmd::HalfResolution);
+}
+
 TEST_F(Capture, HalfResolutionTakesTheScaleAlong) {
   openLive();
   live().magx = live().magy = 1.5;
