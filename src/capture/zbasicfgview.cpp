@@ -181,19 +181,38 @@ void ZBasicfgView::checkFrames() {
   const std::string flaw = fgFrameCheck();
   if (flaw.empty()) return;
   logPrintf("%s\n", flaw.c_str());
+  if (fgState().recording) return;
   if (isUnattended() || host().windows.asksSomething()) return;
   asking = true;
+  tellOfLostFrames(flaw);
+  asking = false;
+}
+
+// Where nothing can be done about them it is said once a start.
+void ZBasicfgView::tellOfLostFrames(const std::string& flaw) {
+  int32_t low = 0, high = 0, step = 0;
+  const int32_t clock = fgGetPixelClockRange(low, high, step);
+  if (high <= 0) {
+    checkTimer.stop();
+    host().messages.show(flaw, Buttons::Ok, Icon::Warning);
+    return;
+  }
   const Answer answer = host().messages.show(
       flaw + "\n\nYes: a lower pixel clock. No: go on. Cancel: go on, and check no more.",
       Buttons::YesNoCancel, Icon::Question);
-  asking = false;
   if (answer == Answer::Yes) {
-    fgSetPixelClock(fgState().set.pixelClock * 9 / 10);
-    restart();
+    changeClock(clock * 9 / 10);
   } else if (answer == Answer::Cancel) {
     settings.setInt(kSection, "dograbchk", 0);
     checkTimer.stop();
   }
+}
+
+void ZBasicfgView::changeClock(int32_t megahertz) {
+  const bool ran = isLive();
+  if (ran) freeze();
+  fgSetPixelClock(megahertz);
+  if (ran) startCamera();
 }
 
 // --- drawing
@@ -275,11 +294,8 @@ void ZBasicfgView::pixelClock() {
       .addNote(format("min clk = %i MHz\nmax clk = %i MHz\ninc = %i MHz", low, high, step))
       .add("Pixel clock (MHz)", clock, {static_cast<double>(low), static_cast<double>(high), {}});
   if (!host().forms.run(form)) return;
-  const bool ran = isLive();
-  if (ran) freeze();
-  fgSetPixelClock(clock);
   settings.setInt(kSection, "dograbchk", 1);
-  if (ran) startCamera();
+  changeClock(clock);
 }
 
 bool ZBasicfgView::isFlickerless() const { return fgState().set.flickerless != 0; }

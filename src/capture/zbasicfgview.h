@@ -52,6 +52,8 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   void takeRate(double measured);
   std::string rateWords() const;
   void checkFrames();
+  void tellOfLostFrames(const std::string& flaw);
+  void changeClock(int32_t megahertz);
   void saveTimed();
   void startTimedSaves();
   void restoreZoom();

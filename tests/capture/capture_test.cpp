@@ -307,6 +307,39 @@ TEST_F(Capture, AFrozenPictureStaysAsItWasTaken) {
   runCommand(cmd::HalfResolution);
 }
 
+TEST_F(Capture, LostFramesOfferALowerClockThanThatInUse) {
+  settings.setInt("fgdoc", "grabchkmsecs", 100);
+  useCamera({.losesEvery = 3});
+  openLive();
+  ASSERT_TRUE(camera->set(CameraRole::PixelClock, 20));
+  frames(8);
+  host.answers = {Answer::Yes};
+  awaitCheck();
+  EXPECT_EQ(camera->value(CameraRole::PixelClock), 18);
+  EXPECT_TRUE(live().isLive());
+}
+
+TEST_F(Capture, LostFramesAreOnlyToldWithoutAClock) {
+  settings.setInt("fgdoc", "grabchkmsecs", 100);
+  useCamera({.without = {CameraRole::PixelClock}, .losesEvery = 3});
+  openLive();
+  frames(8);
+  awaitCheck();
+  EXPECT_THAT(host.messages.back(), EndsWith("did not arrive."));
+}
+
+TEST_F(Capture, LostFramesDoNotDisturbARecording) {
+  settings.setInt("fgdoc", "grabchkmsecs", 100);
+  useCamera({.losesEvery = 3});
+  sequence(4, 0, 1, 0);
+  openLive();
+  runCommand(cmd::Trigger);
+  frames(8);
+  awaitCheck();
+  EXPECT_THAT(host.messages, IsEmpty());
+  runCommand(cmd::Trigger);
+}
+
 TEST_F(Capture, HalfResolutionTakesTheScaleAlong) {
   openLive();
   live().magx = live().magy = 1.5;
