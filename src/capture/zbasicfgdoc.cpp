@@ -258,6 +258,7 @@ bool ZBasicfgDoc::onSaveDocument(const std::string& path) {
     return false;
   }
   const bool live = isLive();
+  const std::string typed = notes;
   if (live) {
     forgetOwner();  // the picture is of now
     describe();
@@ -278,7 +279,7 @@ bool ZBasicfgDoc::onSaveDocument(const std::string& path) {
   }
   still.reset();
   if (live) {
-    notes.clear();
+    notes = typed;
     capturetime = 0;
   }
   if (!saved) return false;

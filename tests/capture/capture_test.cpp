@@ -102,6 +102,14 @@ TEST_F(Capture, TimedSavesEndWithThePicture) {
   EXPECT_FALSE(app->loop.hasTimer(ZBasicfgView::kSaveTimer)) << "a picture that stays is saved once";
 }
 
+TEST_F(Capture, WhatIsTypedIntoTheNotesGoesWithEachSave) {
+  openLive();
+  frames(1);
+  live().notes = "left hand\r\n";
+  view().freezeAndSave("");
+  EXPECT_EQ(live().notes, "left hand\r\n");
+}
+
 TEST_F(Capture, RecordsEachFrameToTheDiscAndToTheMemory) {
   sequence(3, 0, 0, 1);
   openLive();
