@@ -168,7 +168,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   std::string resultLines() const;
   // False where the image only shows what the document stores as something else: no command changes it then.
   virtual bool holdsPixels() const { return true; }
-  void analyseAutomatically() override { countCapillaries(); }
+  bool isMarked() const override { return hasDimensions(); }
+  bool analyseAutomatically() override { return countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
   std::vector<std::pair<std::string, std::string>> facts() const override;
