@@ -188,11 +188,9 @@ std::string ZBasicfgDoc::inputParameters() const {
                              camera.flashUs, camera.set.blacklevel, camera.set.whitelevel, camera.exposureUs,
                              camera.set.gain, camera.actualFps);
   if (flashControl.on) words += "auto flash\r\n";
-  if (camera.set.grabColour)
+  if (isColoured())
     words += format("red=%i\r\ngreen=%i\r\nblue=%i\r\n", camera.set.redLevel, camera.set.greenLevel,
                     camera.set.blueLevel);
-  if (camera.set.gamma) words += "Gamma on\r\n";
-  if (camera.set.lutEnabled) words += format("LUT=%i\r\n", camera.set.lutOrigin);
   return words;
 }
 

@@ -98,6 +98,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   virtual CZZimage* theImage() { return image.get(); }
   const CZZimage* theImage() const { return const_cast<ZBasicDoc*>(this)->theImage(); }
   bool hasImage() const { return theImage() && !theImage()->empty(); }
+  bool isColoured() const { return hasImage() && theImage()->colourset != kGrey; }
   // Takes over everything, through the stored form, and a copy of the image.
   [[nodiscard]] virtual bool copyFrom(ZBasicDoc& other);
   virtual void setColourset(int32_t value);
@@ -271,7 +272,6 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void duplicateCommand();
   void convertToGrey();
   void greyWeightsCommand();
-  bool isColoured() const { return hasImage() && theImage()->colourset != kGrey; }
   void zeroAsBlack();
   bool isZeroBlack() const { return zeroasblack != 0; }
   void autoAdjustDisplay();

@@ -110,6 +110,13 @@ TEST_F(Capture, WhatIsTypedIntoTheNotesGoesWithEachSave) {
   EXPECT_EQ(live().notes, "left hand\r\n");
 }
 
+TEST_F(Capture, NotesTellOnlyWhatTheCameraIsSetTo) {
+  for (const char* key : {"grabcolour", "gamma", "LUTenabled"}) settings.setInt("ueyeP", key, 1);
+  openLive();
+  frames(1);
+  EXPECT_THAT(live().inputParameters(), EndsWith("fps=30.00\r\nauto flash\r\n"));
+}
+
 TEST_F(Capture, RecordsEachFrameToTheDiscAndToTheMemory) {
   sequence(3, 0, 0, 1);
   openLive();
