@@ -402,6 +402,46 @@ TEST_F(Capture, LightIsSetByStrobeExposureOrNothing) {
   EXPECT_EQ(fgState().exposureUs, 900);
 }
 
+// One that takes any exposure, and slows down for it.
+class PatientCamera final : public CameraDriver {
+ public:
+  CameraInfo info() const override { return inner->info(); }
+  std::optional<CameraRange> range(CameraRole role) override {
+    return role == CameraRole::Exposure ? CameraRange{20, 1e6, 1} : inner->range(role);
+  }
+  std::optional<double> value(CameraRole role) override {
+    return role == CameraRole::Exposure ? exposure : inner->value(role);
+  }
+  Outcome set(CameraRole role, double value) override {
+    if (role == CameraRole::Exposure) exposure = value;
+    return inner->set(role, value);
+  }
+  Size sensor() const override { return inner->sensor(); }
+  Rect area() const override { return inner->area(); }
+  Outcome setArea(const Rect& area) override { return inner->setArea(area); }
+  int32_t bufferCount() const override { return inner->bufferCount(); }
+  int64_t bufferSize() const override { return inner->bufferSize(); }
+  Outcome announce(uint8_t* block, int64_t bytes) override { return inner->announce(block, bytes); }
+  void revokeAll() override { inner->revokeAll(); }
+  void requeue(uint8_t* block) override { inner->requeue(block); }
+  Outcome start(FrameReceiver& receiver) override { return inner->start(receiver); }
+  void stop() override { inner->stop(); }
+
+ private:
+  std::unique_ptr<SimulatedCamera> inner =
+      openSimulatedCamera({.sensor = {128, 64}, .pace = CameraPace::Step});
+  double exposure = 0;
+};
+
+TEST_F(Capture, AFastRateIsNotSlowedByTheExposure) {
+  fgOpenWith([](const std::string&, std::string&) { return std::make_unique<PatientCamera>(); });
+  openLive();
+  fgSetStrobeUse(false, false);
+  fgSetFps(125);
+  EXPECT_EQ(fgState().exposureUs, 8000 - 50);
+  fgSetFps(30);
+}
+
 TEST_F(Capture, TheLightStaysWhatItIsWhenTheRateChanges) {
   openLive();
   flashControl.on = 0;
