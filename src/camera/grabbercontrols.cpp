@@ -12,6 +12,7 @@ namespace {
 constexpr double kAnalogueGain = 1.6;
 constexpr int32_t kShortestStrobe = 50;    // microseconds; no strobe can be shorter
 constexpr double kLongExposure = 10000.0;  // microseconds
+constexpr double kReadout = 50.0;          // microseconds between two exposures
 constexpr double kFastRate = 99.0;         // frames a second: no time is left for the long one
 
 }  // namespace
@@ -52,10 +53,12 @@ void Grabber::sendFlashAgain() {
   if (driver && state.flashUs > 0) fgSetFlash(state.flashUs, true);
 }
 
-// None is left for a long one: all that the rate allows, where 0 would be taken for the shortest.
+// None is left for a long one: all that the rate allows, where 0 would be taken for the shortest. A camera
+// that offers more would slow down for it.
 double Grabber::longestExposure() {
   const auto range = rangeOf(CameraRole::Exposure);
-  return range ? range->high : 0.0;
+  const double between = 1e6 / state.actualFps - kReadout;
+  return range ? std::min(range->high, std::max(range->low, between)) : 0.0;
 }
 
 // The light lasts for so long of the exposure: what its end is told from is the end of that.

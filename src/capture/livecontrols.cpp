@@ -67,12 +67,14 @@ void LiveControls::show(Which which) {
                     .refreshMs = kRefreshMs,
                     .onRefresh = [this] { read(); },
                     .place = placeOf(kSections[static_cast<size_t>(which)])};
-  if (which == AutoBrightness) events.buttons.push_back({"Apply", [this] { applyAutoBrightness(); }, true});
-  if (which == AutoFocus) events.buttons.push_back({"Apply", [this] { applyAutoFocus(); }, true});
-  if (which >= AutoBrightness) {
+  if (which == AutoBrightness) {
+    events.buttons.push_back({"Apply", [this] { applyAutoBrightness(); }, true});
     flash = flashControl;
-    focus = focusControl;
     flashOn = flash.on;
+  }
+  if (which == AutoFocus) {
+    events.buttons.push_back({"Apply", [this] { applyAutoFocus(); }, true});
+    focus = focusControl;
     focusOn = focus.on;
     boxPercent = truncated(std::round(focus.boxFraction * 100));
   }
@@ -166,12 +168,13 @@ void LiveControls::applyAutoBrightness() {
   control.rc = flash.rc;
   control.gain = flash.gain;
   control.method = flash.method;
-  const int32_t now = control.flash;
+  const int32_t now = control.flash, found = control.lastGood;
   control.start(std::max(1.0, fgState().actualFps));
   if (control.on)
     control.setFlash(now);
   else
     fgSetManualFlash(now);
+  control.lastGood = found;  // by a picture, which the light of now need not give
   control.storeSettings();
 }
 
@@ -192,11 +195,19 @@ Form LiveControls::autoFocusForm() {
 }
 
 void LiveControls::applyAutoFocus() {
-  focus.on = focusOn != 0;
-  focus.boxFraction = boxPercent * 0.01;
-  focus.box = {};
-  focusControl = focus;
-  focusControl.storeSettings();
+  autofocuscontrol& control = focusControl;
+  control.on = focusOn != 0;
+  control.boxFraction = boxPercent * 0.01;
+  control.box = {};
+  control.gap = focus.gap;
+  control.noise = focus.noise;
+  control.method = focus.method;
+  control.hyst = focus.hyst;
+  control.focusness = focus.focusness;
+  control.refocusN = focus.refocusN;
+  control.refocusStep = focus.refocusStep;
+  control.search.tolerance = focus.search.tolerance;
+  control.storeSettings();
 }
 
 }  // namespace tarnvisor

@@ -24,6 +24,8 @@ namespace tarnvisor {
 namespace {
 
 constexpr const char* kSection = "fgdoc";
+constexpr const char* kBinningOn = "binning on\r\n";
+constexpr const char* kBinningOff = "binning off\r\n";
 // What needs a picture that stays.
 constexpr std::array kNeedAStill{cmd::FilePrint,
                                  cmd::FilePrintPreview,
@@ -57,6 +59,8 @@ void storeRegion(const Rect& region) {
   settings.setInt(kSection, "srcbottom", region.bottom);
 }
 
+Size sizeOfPictures() { return {fgState().imageWidth, fgState().imageHeight}; }
+
 }  // namespace
 
 TakenName takeLetterName(const std::string& stem, const std::string& ending) {
@@ -77,7 +81,8 @@ bool ZBasicfgDoc::onNewDocument() {
     report(text::kNoVideoInput);
     return false;
   }
-  followBinning();
+  (void)followBinning();
+  whole = sizeOfPictures();
   setRoi(storedRegion(roi));
   timerint = settings.getInt(kSection, "timerint", timerint);
   timerN = settings.getInt(kSection, "timerN", timerN);
@@ -95,14 +100,22 @@ ImageFacts ZBasicfgDoc::imageFacts() const {
 }
 
 // The scale is that of the pixels that come.
-void ZBasicfgDoc::followBinning() {
+bool ZBasicfgDoc::followBinning() {
   const int32_t now = fgState().set.binning;
-  if (now == binned) return;
+  if (now == binned) return false;
   const double before = standardPixels();
   binned = now;
   const double factor = before / standardPixels();
   magx *= factor;
   magy *= factor;
+  return true;
+}
+
+// What was changed while a picture stood still is told of, and holds for, the next ones.
+void ZBasicfgDoc::followCamera() {
+  if (followBinning()) appendNotes(binned ? kBinningOn : kBinningOff);
+  const Size before = std::exchange(whole, sizeOfPictures());
+  if (whole != before) setRoi({});
 }
 
 void ZBasicfgDoc::onCloseDocument() {
@@ -140,8 +153,8 @@ bool ZBasicfgDoc::start() {
   image.reset();
   if (measured)
     for (CDimList& list : dimlists) list.items.clear();
-  followBinning();
   notes.clear();
+  followCamera();
   resultText.clear();
   capturetime = 0;
   setModified(false);
@@ -175,11 +188,9 @@ std::string ZBasicfgDoc::inputParameters() const {
                              camera.flashUs, camera.set.blacklevel, camera.set.whitelevel, camera.exposureUs,
                              camera.set.gain, camera.actualFps);
   if (flashControl.on) words += "auto flash\r\n";
-  if (camera.set.grabColour)
+  if (isColoured())
     words += format("red=%i\r\ngreen=%i\r\nblue=%i\r\n", camera.set.redLevel, camera.set.greenLevel,
                     camera.set.blueLevel);
-  if (camera.set.gamma) words += "Gamma on\r\n";
-  if (camera.set.lutEnabled) words += format("LUT=%i\r\n", camera.set.lutOrigin);
   return words;
 }
 
@@ -189,7 +200,7 @@ void ZBasicfgDoc::describe() {
     notes += "Captured " + longDateTime(capturetime);
   }
   notes += inputParameters();
-  if (fgState().set.binning) notes += "binning on\r\n";
+  if (binned && notes.find(kBinningOn) == std::string::npos) notes += kBinningOn;
 }
 
 DocumentType* ZBasicfgDoc::storedType() const {
@@ -245,6 +256,7 @@ bool ZBasicfgDoc::onSaveDocument(const std::string& path) {
     return false;
   }
   const bool live = isLive();
+  const std::string typed = notes;
   if (live) {
     forgetOwner();  // the picture is of now
     describe();
@@ -265,7 +277,7 @@ bool ZBasicfgDoc::onSaveDocument(const std::string& path) {
   }
   still.reset();
   if (live) {
-    notes.clear();
+    notes = typed;
     capturetime = 0;
   }
   if (!saved) return false;

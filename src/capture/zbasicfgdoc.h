@@ -54,11 +54,13 @@ class ZBasicfgDoc : public ZBasicDoc {
 
  private:
   void describe();
-  void followBinning();
+  bool followBinning();  // true when it changed
+  void followCamera();
   void keepPicture();
   bool offersToOpen(const std::string& path);
   bool frozen = false;
   int32_t binned = 0;  // whether the scale is that of two by two pixels
+  Size whole;          // of the pictures that the region is drawn on
 };
 
 // The name as it stands where no file has it, else with a letter behind the stem, then with a number.

@@ -96,6 +96,7 @@ void ZBasicfgView::startCamera() {
 void ZBasicfgView::stopTimers() {
   rateTimer.stop();
   checkTimer.stop();
+  saveTimer.stop();
 }
 
 void ZBasicfgView::freeze() {
@@ -109,11 +110,6 @@ void ZBasicfgView::freeze() {
   if (RecorderSink* recorder = theApp().recorder; recorder && recorder->isRecording())
     recorder->stopRecording();
   host().windows.refreshBars();
-}
-
-void ZBasicfgView::stopCamera() {
-  saveTimer.stop();
-  freeze();
 }
 
 void ZBasicfgView::restart() {
@@ -185,19 +181,38 @@ void ZBasicfgView::checkFrames() {
   const std::string flaw = fgFrameCheck();
   if (flaw.empty()) return;
   logPrintf("%s\n", flaw.c_str());
+  if (fgState().recording) return;
   if (isUnattended() || host().windows.asksSomething()) return;
   asking = true;
+  tellOfLostFrames(flaw);
+  asking = false;
+}
+
+// Where nothing can be done about them it is said once a start.
+void ZBasicfgView::tellOfLostFrames(const std::string& flaw) {
+  int32_t low = 0, high = 0, step = 0;
+  const int32_t clock = fgGetPixelClockRange(low, high, step);
+  if (high <= 0) {
+    checkTimer.stop();
+    host().messages.show(flaw, Buttons::Ok, Icon::Warning);
+    return;
+  }
   const Answer answer = host().messages.show(
       flaw + "\n\nYes: a lower pixel clock. No: go on. Cancel: go on, and check no more.",
       Buttons::YesNoCancel, Icon::Question);
-  asking = false;
   if (answer == Answer::Yes) {
-    fgSetPixelClock(fgState().set.pixelClock * 9 / 10);
-    restart();
+    changeClock(clock * 9 / 10);
   } else if (answer == Answer::Cancel) {
     settings.setInt(kSection, "dograbchk", 0);
     checkTimer.stop();
   }
+}
+
+void ZBasicfgView::changeClock(int32_t megahertz) {
+  const bool ran = isLive();
+  if (ran) freeze();
+  fgSetPixelClock(megahertz);
+  if (ran) startCamera();
 }
 
 // --- drawing
@@ -227,7 +242,7 @@ std::vector<StatusPane> ZBasicfgView::panes() const {
 // --- saving
 
 void ZBasicfgView::freezeAndSave(const std::string& path) {
-  if (!path.empty() || doc.timerN < 1) {
+  if (!path.empty() || doc.timerN < 1 || !isLive()) {
     (void)doc.saveStill(path);
     return;
   }
@@ -279,11 +294,8 @@ void ZBasicfgView::pixelClock() {
       .addNote(format("min clk = %i MHz\nmax clk = %i MHz\ninc = %i MHz", low, high, step))
       .add("Pixel clock (MHz)", clock, {static_cast<double>(low), static_cast<double>(high), {}});
   if (!host().forms.run(form)) return;
-  const bool ran = isLive();
-  if (ran) freeze();
-  fgSetPixelClock(clock);
   settings.setInt(kSection, "dograbchk", 1);
-  if (ran) startCamera();
+  changeClock(clock);
 }
 
 bool ZBasicfgView::isFlickerless() const { return fgState().set.flickerless != 0; }
@@ -299,12 +311,7 @@ void ZBasicfgView::halfResolution() {
   const bool was = isHalfResolution(), ran = isLive();
   if (ran) freeze();
   const bool is = fgSetBinning();
-  if (is != was) {
-    doc.appendNotes(is ? "binning on\r\n" : "binning off\r\n");
-    doc.setRoi({});
-  } else {
-    doc.report("This camera has no half resolution.");
-  }
+  if (is == was) doc.report("This camera has no half resolution.");
   if (ran) startCamera();
   doc.updateAllViews();
 }
@@ -321,7 +328,6 @@ void ZBasicfgView::grabImageSize() {
           "The middle of the sensor, rounded down to multiples of 4 and 2. A smaller area allows more frames a second.");
   if (!host().forms.run(form)) return;
   fgSetGrabSize(width, height, whole != 0);
-  doc.setRoi({});
   restart();
 }
 
@@ -359,7 +365,6 @@ void ZBasicfgView::selectCamera() {
   form.addChoice("Camera", chosen, words);
   if (!host().forms.run(form) || chosen == before) return;
   fgSetCamera(chosen == 0 ? std::string() : found[static_cast<size_t>(chosen - 1)].id);
-  doc.setRoi({});
   restart();
 }
 

@@ -32,7 +32,7 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   void redrawNow() override;
   void freezeAndSave(const std::string& path) override;
   void startCamera() override;
-  void stopCamera() override;
+  void stopCamera() override { freeze(); }
   uint32_t status() override;
   bool isTriggered() override { return false; }
   bool isRunning() override;
@@ -52,6 +52,8 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   void takeRate(double measured);
   std::string rateWords() const;
   void checkFrames();
+  void tellOfLostFrames(const std::string& flaw);
+  void changeClock(int32_t megahertz);
   void saveTimed();
   void startTimedSaves();
   void restoreZoom();

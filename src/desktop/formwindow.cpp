@@ -53,7 +53,9 @@ void FormWindow::press(const FormButton& button) {
   refresh(button.takesValues ? Which::All : Which::AllButTheEdited);
 }
 
+// What is asked for now would go over a change that waits to be told.
 void FormWindow::refresh(FormRows::Refreshes which) {
+  if (!ended) rows->tellPending();
   if (ended) return;
   if (events.onRefresh) events.onRefresh();
   if (!ended) rows->refresh(which);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -254,6 +255,26 @@ void ExamList::openResult(size_t row) const {
   theApp().runCommand(cmd::WindowTile);
 }
 
+namespace {
+
+// Nobody is asked about each of many documents.
+struct QuietScope {
+  QuietScope() : before(std::exchange(process.quietMode, 1)) {}
+  ~QuietScope() { process.quietMode = before; }
+  QuietScope(const QuietScope&) = delete;
+  QuietScope& operator=(const QuietScope&) = delete;
+  const int32_t before;
+};
+
+// What was open with changes, or had marks, is the user's to save.
+bool analyseAndSave(CDocument& document, AutomaticAnalysis& still) {
+  const QuietScope quiet;
+  const bool isTheirs = document.isModified() || still.isMarked();
+  return still.analyseAutomatically() && (isTheirs || document.save());
+}
+
+}  // namespace
+
 void runProcessResults() {
   CBasicApp& app = theApp();
   if (!theExams().hasExam()) {
@@ -264,12 +285,17 @@ void runProcessResults() {
   if (process.liveTemplate) app.documents.closeAllOf(*process.liveTemplate);
   if (!app.db || !process.imageTemplate) return;
   const bool analyse = settings.getInt("settings", "postprocess", 0) != 0;
+  std::string failed;
   for (const ResultRow& row : app.db->resultsOf(theExams().examId())) {
     const std::string path = theExams().folder() + row.filename;
     CDocument* document = app.openDocumentFile(path);
     if (!analyse || !document || document->type() != process.imageTemplate) continue;
-    if (auto* still = dynamic_cast<AutomaticAnalysis*>(document)) still->analyseAutomatically();
+    auto* still = dynamic_cast<AutomaticAnalysis*>(document);
+    if (still && !analyseAndSave(*document, *still)) failed += "\n" + row.filename;
   }
+  if (!failed.empty())
+    host().messages.show("These images could not be processed and saved:" + failed, Buttons::Ok,
+                         Icon::Warning);
   app.postMainCommand(cmd::WindowTile);
   app.postMainCommand(cmd::ViewExams);
 }

@@ -88,13 +88,16 @@ class ExamList {
   std::vector<ResultRow> resultRows;
 };
 
-// Opens every result of the selected exam through the image type and, with key `postprocess` of section
-// `settings` set, runs the automatic analysis of each.
 class AutomaticAnalysis {
  public:
   virtual ~AutomaticAnalysis() = default;
-  virtual void analyseAutomatically() = 0;
+  // Whether somebody marked it before.
+  virtual bool isMarked() const = 0;
+  // False when it can't be.
+  [[nodiscard]] virtual bool analyseAutomatically() = 0;
 };
+// Opens every result of the selected exam through the image type and, with key `postprocess` of section
+// `settings` set, runs the automatic analysis of each and saves those that nobody had marked.
 void runProcessResults();
 
 }  // namespace tarnvisor

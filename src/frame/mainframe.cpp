@@ -256,7 +256,7 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        &F::saveImage,
        &F::showsLive,
        {.tip = "Save image",
-        .status = "Freezes the live video and saves the present picture.",
+        .status = "Saves the present picture of the live video.",
         .keys = "F12",
         .icon = "save-image",
         .whyOff = kNoLive}},

@@ -98,6 +98,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   virtual CZZimage* theImage() { return image.get(); }
   const CZZimage* theImage() const { return const_cast<ZBasicDoc*>(this)->theImage(); }
   bool hasImage() const { return theImage() && !theImage()->empty(); }
+  bool isColoured() const { return hasImage() && theImage()->colourset != kGrey; }
   // Takes over everything, through the stored form, and a copy of the image.
   [[nodiscard]] virtual bool copyFrom(ZBasicDoc& other);
   virtual void setColourset(int32_t value);
@@ -168,7 +169,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   std::string resultLines() const;
   // False where the image only shows what the document stores as something else: no command changes it then.
   virtual bool holdsPixels() const { return true; }
-  void analyseAutomatically() override { countCapillaries(); }
+  bool isMarked() const override { return hasDimensions(); }
+  bool analyseAutomatically() override { return countCapillaries(); }
 
   // --- what scripts ask (zbasicdoc_script.cpp)
   std::vector<std::pair<std::string, std::string>> facts() const override;
@@ -270,7 +272,6 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void duplicateCommand();
   void convertToGrey();
   void greyWeightsCommand();
-  bool isColoured() const { return hasImage() && theImage()->colourset != kGrey; }
   void zeroAsBlack();
   bool isZeroBlack() const { return zeroasblack != 0; }
   void autoAdjustDisplay();

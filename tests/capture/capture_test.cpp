@@ -90,6 +90,33 @@ TEST_F(Capture, SavesByTheTimeAndByTheTimer) {
   host.calls.clear();
 }
 
+TEST_F(Capture, TimedSavesEndWithThePicture) {
+  openLive();
+  frames(1);
+  live().timerN = 3;
+  view().freezeAndSave("");
+  ASSERT_TRUE(app->loop.hasTimer(ZBasicfgView::kSaveTimer));
+  runCommand(cmd::FreezeVideo);
+  EXPECT_FALSE(app->loop.hasTimer(ZBasicfgView::kSaveTimer));
+  view().freezeAndSave("");
+  EXPECT_FALSE(app->loop.hasTimer(ZBasicfgView::kSaveTimer)) << "a picture that stays is saved once";
+}
+
+TEST_F(Capture, WhatIsTypedIntoTheNotesGoesWithEachSave) {
+  openLive();
+  frames(1);
+  live().notes = "left hand\r\n";
+  view().freezeAndSave("");
+  EXPECT_EQ(live().notes, "left hand\r\n");
+}
+
+TEST_F(Capture, NotesTellOnlyWhatTheCameraIsSetTo) {
+  for (const char* key : {"grabcolour", "gamma", "LUTenabled"}) settings.setInt("ueyeP", key, 1);
+  openLive();
+  frames(1);
+  EXPECT_THAT(live().inputParameters(), EndsWith("fps=30.00\r\nauto flash\r\n"));
+}
+
 TEST_F(Capture, RecordsEachFrameToTheDiscAndToTheMemory) {
   sequence(3, 0, 0, 1);
   openLive();
@@ -254,6 +281,80 @@ TEST_F(Capture, FramesThatAreLostAreTold) {
   EXPECT_THAT(fgFrameCheck(), ContainsRegex("[0-9]+ of [0-9]+ frames of the camera did not arrive."));
 }
 
+TEST_F(Capture, TheWindowsOfLightAndFocusLeaveEachOtherAlone) {
+  openLive();
+  runCommand(cmd::AutoBrightnessControl);
+  ShownForm& light = *host.shownForms.back();
+  light.change("min (usec)", "77");
+  runCommand(cmd::AutoFocusControl);
+  EXPECT_EQ(light.value("min (usec)"), "77");
+  flashControl.lastGood = 1234;
+  light.press("Apply");
+  EXPECT_EQ(flashControl.lastGood, 1234) << "found by the picture, not by the user";
+  focusControl.position = 9;
+  host.shownForms.back()->press("Apply");
+  EXPECT_EQ(focusControl.position, 9);
+}
+
+TEST_F(Capture, AFrozenPictureStaysAsItWasTaken) {
+  const Rect part{8, 4, 40, 28};
+  openLive();
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  live().setRoi(part);
+  const std::string before = live().notes;
+  runCommand(cmd::HalfResolution);
+  EXPECT_EQ(live().notes, before);
+  EXPECT_EQ(live().roi, part);
+  view().startCamera();
+  EXPECT_EQ(live().notes, "binning on\r\n");
+  EXPECT_EQ(live().roi, Rect{});
+  live().setRoi(part);
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  host.fill({{"whole sensor", "0"}, {"width (pixels)", "32"}, {"height (pixels)", "16"}});
+  runCommand(cmd::GrabImageSize);
+  EXPECT_EQ(live().roi, part);
+  view().startCamera();
+  EXPECT_EQ(live().roi, Rect{}) << "the next is of another size";
+  host.fill({{"whole sensor", "1"}});
+  runCommand(cmd::GrabImageSize);
+  runCommand(cmd::HalfResolution);
+}
+
+TEST_F(Capture, LostFramesOfferALowerClockThanThatInUse) {
+  settings.setInt("fgdoc", "grabchkmsecs", 100);
+  useCamera({.losesEvery = 3});
+  openLive();
+  ASSERT_TRUE(camera->set(CameraRole::PixelClock, 20));
+  frames(8);
+  host.answers = {Answer::Yes};
+  awaitCheck();
+  EXPECT_EQ(camera->value(CameraRole::PixelClock), 18);
+  EXPECT_TRUE(live().isLive());
+}
+
+TEST_F(Capture, LostFramesAreOnlyToldWithoutAClock) {
+  settings.setInt("fgdoc", "grabchkmsecs", 100);
+  useCamera({.without = {CameraRole::PixelClock}, .losesEvery = 3});
+  openLive();
+  frames(8);
+  awaitCheck();
+  EXPECT_THAT(host.messages.back(), EndsWith("did not arrive."));
+}
+
+TEST_F(Capture, LostFramesDoNotDisturbARecording) {
+  settings.setInt("fgdoc", "grabchkmsecs", 100);
+  useCamera({.losesEvery = 3});
+  sequence(4, 0, 1, 0);
+  openLive();
+  runCommand(cmd::Trigger);
+  frames(8);
+  awaitCheck();
+  EXPECT_THAT(host.messages, IsEmpty());
+  runCommand(cmd::Trigger);
+}
+
 TEST_F(Capture, HalfResolutionTakesTheScaleAlong) {
   openLive();
   live().magx = live().magy = 1.5;
@@ -299,6 +400,46 @@ TEST_F(Capture, LightIsSetByStrobeExposureOrNothing) {
   fgSetStrobeUse(true, false);
   fgSetFlash(900, false);
   EXPECT_EQ(fgState().exposureUs, 900);
+}
+
+// One that takes any exposure, and slows down for it.
+class PatientCamera final : public CameraDriver {
+ public:
+  CameraInfo info() const override { return inner->info(); }
+  std::optional<CameraRange> range(CameraRole role) override {
+    return role == CameraRole::Exposure ? CameraRange{20, 1e6, 1} : inner->range(role);
+  }
+  std::optional<double> value(CameraRole role) override {
+    return role == CameraRole::Exposure ? exposure : inner->value(role);
+  }
+  Outcome set(CameraRole role, double value) override {
+    if (role == CameraRole::Exposure) exposure = value;
+    return inner->set(role, value);
+  }
+  Size sensor() const override { return inner->sensor(); }
+  Rect area() const override { return inner->area(); }
+  Outcome setArea(const Rect& area) override { return inner->setArea(area); }
+  int32_t bufferCount() const override { return inner->bufferCount(); }
+  int64_t bufferSize() const override { return inner->bufferSize(); }
+  Outcome announce(uint8_t* block, int64_t bytes) override { return inner->announce(block, bytes); }
+  void revokeAll() override { inner->revokeAll(); }
+  void requeue(uint8_t* block) override { inner->requeue(block); }
+  Outcome start(FrameReceiver& receiver) override { return inner->start(receiver); }
+  void stop() override { inner->stop(); }
+
+ private:
+  std::unique_ptr<SimulatedCamera> inner =
+      openSimulatedCamera({.sensor = {128, 64}, .pace = CameraPace::Step});
+  double exposure = 0;
+};
+
+TEST_F(Capture, AFastRateIsNotSlowedByTheExposure) {
+  fgOpenWith([](const std::string&, std::string&) { return std::make_unique<PatientCamera>(); });
+  openLive();
+  fgSetStrobeUse(false, false);
+  fgSetFps(125);
+  EXPECT_EQ(fgState().exposureUs, 8000 - 50);
+  fgSetFps(30);
 }
 
 TEST_F(Capture, TheLightStaysWhatItIsWhenTheRateChanges) {

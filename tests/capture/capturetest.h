@@ -54,6 +54,11 @@ class Capture : public ImageDocument {
     fgDrain();
     turn();
   }
+  // Until the next time that lost frames are found.
+  void awaitCheck() {
+    const size_t before = log().size();
+    while (log().find("did not arrive", before) == std::string::npos) app->loop.turn();
+  }
   ZBasicfgDoc& live() { return *liveDocument(); }
   ZBasicfgView& view() { return dynamic_cast<ZBasicfgView&>(*app->liveView); }
   CVivoRecDoc& recorder() { return dynamic_cast<CVivoRecDoc&>(*app->recorder); }

@@ -301,6 +301,14 @@ TEST_F(StayingForm, TellsWhatIsPendingBeforeItCloses) {
   EXPECT_FALSE(shown->isOpen());
 }
 
+TEST_F(StayingForm, TellsWhatIsPendingBeforeItShowsWhatHolds) {
+  int seen = 0;
+  open({.onRefresh = [&] { seen = changes; }});
+  type(line(0), "30");
+  shown->refresh();
+  EXPECT_EQ(seen, 1);
+}
+
 TEST_F(StayingForm, WhatItCallsMayEndIt) {
   const auto ends = [this] { shown.reset(); };
   for (const char* by : {"Stop", "Close"}) {

@@ -10,7 +10,14 @@ namespace tarnvisor {
 namespace {
 
 struct ImageDocument : CdbDocument, AutomaticAnalysis {
-  void analyseAutomatically() override { ++analysed; }
+  bool isMarked() const override { return resultText == "marked"; }
+  bool analyseAutomatically() override {
+    ++analysed;
+    if (resultText == "bad") return false;
+    resultText = "7 loops";
+    setModified();
+    return true;
+  }
   int analysed = 0;
 };
 
@@ -386,6 +393,21 @@ TEST_F(Selection, SelectSubjectGoesOnAsTheDialogEnded) {
   runSelectSubject(face);
   EXPECT_THAT(posted(), ElementsAre(32970));
   EXPECT_EQ(app->db->exam("anna", exams->examId())->folder, "anna-left");
+}
+
+TEST_F(Selection, ProcessResultsSavesWhatNobodyHadMarked) {
+  const int32_t exam = selectNewExam("anna", "e1");
+  for (const char* result : {"new", "marked", "bad"}) {
+    CdbDocument written;
+    written.resultText = result;
+    ASSERT_TRUE(written.onSaveDocument(inExam(std::string(result) + ".tv1")));
+  }
+  settings.setInt("settings", "postprocess", 1);
+  runProcessResults();
+  EXPECT_THAT(host.messages, ElementsAre("These images could not be processed and saved:\nbad.tv1"));
+  app->documents.discardAll();
+  for (const ResultRow& row : app->db->resultsOf(exam))
+    EXPECT_EQ(row.result, row.filename == "new.tv1" ? "7 loops" : withoutExtension(row.filename));
 }
 
 TEST_F(Selection, ProcessResultsOpensAllAndAnalysesOnRequest) {

@@ -122,6 +122,8 @@ TEST_F(Menus, EachCommandHasASentenceForTheStatusBarAndATip) {
   for (const auto& [kind, commands] : known)
     for (const auto& [id, text] : commands) EXPECT_TRUE(directory.all().contains(id)) << id << " " << text;
   EXPECT_STREQ(directory.words(1).status, "");
+  EXPECT_STREQ(directory.words(cmd::SaveImage).status, "Saves the present picture of the live video.")
+      << "which goes on";
 }
 
 // Else a tip would tell of another command than the one that runs.
