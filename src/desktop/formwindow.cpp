@@ -53,7 +53,7 @@ void FormWindow::press(const FormButton& button) {
   refresh(button.takesValues ? Which::All : Which::AllButTheEdited);
 }
 
-// What is asked for now would go over a change that waits to be told.
+// A change that was typed just before is told first: what the owner reads anew would undo it.
 void FormWindow::refresh(FormRows::Refreshes which) {
   if (!ended) rows->tellPending();
   if (ended) return;

@@ -72,10 +72,10 @@ inline constexpr const char* kNoVelocity = "no velocity";
 inline constexpr const char* kVelocityRejected =
     "Velocity rejected. Do you want to change the selected part of the velocity trace?";
 inline constexpr const char* kMarkGoodPart = "Mark good part in linescan, then click on Calculate";
-inline constexpr const char* kLinescansOff = "Linescans are off.";
-inline constexpr const char* kLineTooLong = "The line is too long, or too wide, to be scanned.";
 inline constexpr const char* kLinescanTaken =
     "The linescan window is taking another line; stop that one first.";
+inline constexpr const char* kLinescanChanged =
+    "The linescan window was changed while the lines were sampled: nothing was stored. Scan them once more.";
 inline constexpr const char* kNoLinescan = "The linescan window does not take the line.";
 inline constexpr const char* kOneLineOnly =
     "The method of the linescan window is the delay between two lines: choose another in \"CBV calculation parameters\".";

@@ -1,6 +1,7 @@
 // Commands that scan lines through a video, and measure the velocity along them.
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "analysis/width.h"
 #include "app/asked.h"
@@ -11,6 +12,7 @@
 #include "imagedoc/texts.h"
 #include "linescan/linefeed.h"
 #include "linescan/resulttables.h"
+#include "linescan/texts.h"
 #include "linescanrun.h"
 #include "measure/dimline.h"
 #include "results/resultdoc.h"
@@ -19,7 +21,6 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kNotMeasured = std::numeric_limits<double>::quiet_NaN();
 
 // What was sampled becomes the window's scan, in a ring of its own length.
@@ -69,13 +70,20 @@ bool CVivoCapDoc::scanLines(ScanOrder order) {
   const bool fields = samplesFields(*scan, facts);
   if (selection().size() * (fields ? 2 : 1) < scan->sampleperiod) return refuse(text::kTooFewImages);
   if (!order.goesOn && !isUnattended() && !scan->saveModified()) return false;
+  const uint64_t changedAt = scan->changeCount();
+  const int32_t period = scan->sampleperiod;
   LinescanRun::Lines lines;
   for (ScanLine& line : order.lines) lines.push_back({std::move(line)});
   const auto ordered = std::make_shared<ScanOrder>(std::move(order));
   auto run =
       std::make_unique<LinescanRun>(*this, std::move(lines), fields, [=, this](LinescanRun::Lines all) {
         ZlineScanDoc* to = openLinescan();
-        for (size_t i = 0; to && i < all.size(); ++i) {
+        // It stayed in use meanwhile.
+        if (!to || to->isTaken() || to->velocity.cbvmethod == kTwoLines ||
+            samplesFields(*to, facts) != fields || to->sampleperiod != period)
+          return report(text::kLinescanChanged);
+        if (to->changeCount() != changedAt && !isUnattended() && !to->saveModified()) return;
+        for (size_t i = 0; i < all.size(); ++i) {
           to->beginOf(*this);
           const std::string name = ordered->nameOf(i);
           if (!fillScan(*to, this, all[i], lineFacts(*to, facts, name))) return report(text::kNoLinescan);
@@ -136,7 +144,7 @@ void CVivoCapDoc::addLineRow(const CDim& line, size_t place, const ZlineScanDoc&
                    {"length", line.Length(s.x, s.y)},
                    {"diameter", diameter},
                    {"velocity", velocity},
-                   {"flow", kPi * diameter * diameter * velocity * 0.25},
+                   {"flow", std::numbers::pi * diameter * diameter * velocity * 0.25},
                    {"x", anchor.x * s.x},
                    {"y", anchor.y * s.y},
                    {"av r", told ? found.correlation : kNotMeasured},
@@ -170,7 +178,7 @@ void CVivoCapDoc::calculateCbv() {
     all->labels.push_back(told ? format("%.1f ", found.mean) + scan.velocityUnits() : text::kNoVelocity);
     if (!told) return;
     all->velocity += found.mean;
-    all->flow += kPi * diameter * diameter * found.mean * 0.25;
+    all->flow += std::numbers::pi * diameter * diameter * found.mean * 0.25;
     ++all->told;
   };
   order.ofMany = all->lines.size() > 1;

@@ -17,6 +17,7 @@
 #include "imagedoc/resulttables.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicview.h"
+#include "linescan/texts.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 
@@ -480,7 +481,7 @@ void ZBasicView::takeLine(bool isSecond) {
 }
 
 void ZBasicView::linescanWindow() {
-  if (!openLinescan()) doc.report("Linescans are off.");
+  if (!openLinescan()) doc.report(text::kLinescansOff);
 }
 
 void ZBasicView::vignetteCommand() {

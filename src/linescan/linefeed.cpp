@@ -4,13 +4,12 @@
 #include <cmath>
 
 #include "app/asked.h"
+#include "linescan/texts.h"
 
 namespace tarnvisor {
 
 namespace {
 
-constexpr const char* kNoWindow = "Linescans are off.";
-constexpr const char* kTooLong = "The line is too long, or too wide, to be scanned.";
 constexpr const char* kTaken = "Another window's line is being scanned.";
 constexpr const char* kOtherMethod =
     "The method in \"CBV calculation parameters\" is another: two lines are for the delay between them, one line is for all else.";
@@ -49,7 +48,7 @@ bool LineFeed::isFeeding() const { return theLinescan() && theLinescan()->isOf(t
 std::string LineFeed::take(std::span<const Point> path, int32_t across, bool isSecond,
                            const ImageFacts& images, const std::string& name, const CDocument& video) {
   ScanLine line(path, across, images.xScale / images.yScale);
-  if (line.isEmpty()) return kTooLong;
+  if (line.isEmpty()) return text::kLineTooLong;
   if (isSecond && first.isEmpty()) return kNoFirst;
   facts = images;
   (isSecond ? second : first) = std::move(line);
@@ -63,7 +62,7 @@ std::string LineFeed::take(std::span<const Point> path, int32_t across, bool isS
 
 std::string LineFeed::begin(const CDocument& video) {
   ZlineScanDoc* scan = openLinescan();
-  if (!scan) return kNoWindow;
+  if (!scan) return text::kLinescansOff;
   if (scan->isTaken() && !scan->isOf(this)) return kTaken;
   if (!isUnattended() && !scan->traces.items.empty() && !scan->saveModified())
     return "The linescan that is open was kept.";

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <numeric>
 
+#include "analysis/profile.h"
 #include "base/numbers.h"
-#include "image/palette.h"
 
 namespace tarnvisor {
 
@@ -81,13 +81,10 @@ bool ScanLine::sample(const CZZimage& image, CdataVect& row, Rows rows) {
     std::transform(pixels.begin(), pixels.end(), indices.begin(),
                    [&](Point at) { return static_cast<uint32_t>(offsetOf(at)); });
   } else {
-    const GreyWeights weights = weightsOfImages();
     greys.resize(pixels.size());
     std::iota(indices.begin(), indices.end(), 0U);
-    std::transform(pixels.begin(), pixels.end(), greys.begin(), [&](Point at) {
-      const uint8_t* colour = plane + offsetOf(at);
-      return truncatedToByte(colour[0] * weights.blue + colour[1] * weights.green + colour[2] * weights.red);
-    });
+    std::transform(pixels.begin(), pixels.end(), greys.begin(),
+                   [&](Point at) { return truncatedToByte(greyOf(plane + offsetOf(at))); });
     plane = greys.data();
   }
   row.sampleavg(plane, {indices, 1, static_cast<uint32_t>(indices.size())});

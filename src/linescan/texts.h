@@ -15,4 +15,7 @@ inline constexpr const char* kLine1 = "line1";
 inline constexpr const char* kLine2 = "line2";
 inline constexpr const char* kHough = "Hough";
 
+inline constexpr const char* kLinescansOff = "Linescans are off.";
+inline constexpr const char* kLineTooLong = "The line is too long, or too wide, to be scanned.";
+
 }  // namespace tarnvisor::text

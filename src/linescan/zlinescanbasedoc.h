@@ -11,8 +11,6 @@
 
 namespace tarnvisor {
 
-class Form;
-
 // The code that a trace of such rows is made by.
 int32_t rowsCodeOf(const C2DTrace& rows);
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <numbers>
 
 #include "app/asked.h"
 #include "app/processstate.h"
@@ -23,7 +24,6 @@ namespace tarnvisor {
 namespace {
 
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();  // shows as an empty cell
-constexpr double kPi = 3.14159265358979323846;
 
 // Of "hand line3" 3; 0 for none.
 int32_t trailingNumber(const std::string& name) {
@@ -249,7 +249,7 @@ void ZlineScanBaseDoc::addVelocityResult(uint32_t from, uint32_t to) {
                               {"length", length},
                               {"diameter", diameter},
                               {"velocity", found.mean},
-                              {"flow", kPi * diameter * diameter * found.mean * 0.25},
+                              {"flow", std::numbers::pi * diameter * diameter * found.mean * 0.25},
                               {"x", kUnknown},
                               {"y", kUnknown},
                               {"av r", found.correlation},
