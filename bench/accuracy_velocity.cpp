@@ -92,20 +92,28 @@ void tellGapOfOne(bool additions) {
 }
 
 void tellOthers(bool additions) {
-  std::printf("\nstanding, backward at 300 points/s, noise alone: good rows, mean velocity, what is told\n");
+  std::printf(
+      "\nstanding, forward and backward at 300 points/s, noise alone: good rows, mean velocity, what is told; Hough\n");
   struct Kind {
     const char* name;
     double velocity, depth;
   };
-  for (const Kind& kind : {Kind{"standing", 0, 70}, {"backward", -300, 70}, {"noise", 0, 0}})
+  for (const Kind& kind :
+       {Kind{"standing", 0, 70}, {"forward", 300, 70}, {"backward", -300, 70}, {"noise", 0, 0}})
     for (const uint16_t line : {20, 64, 128})
       for (const double noise : {2.0, 10.0, 20.0}) {
         SimulatedScan scan(parametersFor(additions), 400, line, 60);
         scan.fill({.velocity = kind.velocity, .noise = noise, .depth = kind.depth});
         scan.calculate();
         const VelocityStatistics found = scan.statistics();
-        std::printf("%-9s line %3d noise %2.0f  %5.1f %%  %8.1f  %s\n", kind.name, line, noise,
+        std::vector<double> stripes;
+        for (const Slope& slope : scan.slopes()) stripes.push_back(slope.velocity());
+        std::sort(stripes.begin(), stripes.end());
+        std::printf("%-9s line %3d noise %2.0f  %5.1f %%  %8.1f  %-10s", kind.name, line, noise,
                     100 * found.share(), found.mean, wordsFor(reliabilityOf(found)));
+        stripes.empty()
+            ? std::printf("  no stripes\n")
+            : std::printf("  %zu stripes, median %.1f\n", stripes.size(), stripes[stripes.size() / 2]);
       }
 }
 

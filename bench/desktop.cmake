@@ -6,3 +6,7 @@ add_dependencies(bench_windows tarnvisor)
 
 add_executable(bench_playback playback.cpp)
 target_link_libraries(bench_playback PRIVATE desktop assembly synth)
+
+# Lines through a video, with nobody watching.
+add_executable(bench_linescans linescans.cpp)
+target_link_libraries(bench_linescans PRIVATE frame assembly synth)

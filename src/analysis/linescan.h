@@ -99,6 +99,7 @@ class RowVelocity {
   struct Averaged {
     LagCorrelation lags;
     std::vector<double> coefficients;
+    int32_t averaged = 0;  // rows
     void average(int32_t rows, bool isFirst);
   };
   Averaged levels, rises;
@@ -127,11 +128,14 @@ inline constexpr uint16_t kHoughColumns = 256;
 // What is transformed; null for none.
 C2DTrace* houghSource(const VelocityParameters& parameters, const LinescanTraces& traces);
 uint32_t houghRows(const C2DTrace& source, const C2DTrace& scan);
+// Which way the stripes of a map go. With `bothways` the map is of the way that has the higher peak, where
+// one stands out of the other; else of the forward one.
+enum class Stripes { None, Forward, Backward };
 // The votes, and the map's display fields. The map has houghRows rows of kHoughColumns.
-void houghMap(const VelocityParameters& parameters, const C2DTrace& source, const C2DTrace& scan,
-              C2DTrace& map);
+Stripes houghMap(const VelocityParameters& parameters, const C2DTrace& source, const C2DTrace& scan,
+                 C2DTrace& map);
 std::vector<Slope> houghSlopes(const VelocityParameters& parameters, const C2DTrace& source,
-                               const C2DTrace& scan, const C2DTrace& map);
+                               const C2DTrace& scan, const C2DTrace& map, Stripes stripes);
 // One for each of the best rows, from the best on.
 std::vector<Slope> slopesFromCorrelation(const VelocityParameters& parameters, const LinescanTraces& traces);
 void sortSlopes(std::vector<Slope>& slopes);  // by their middles

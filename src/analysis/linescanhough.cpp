@@ -52,9 +52,13 @@ std::vector<Voter> voters(const VelocityParameters& parameters, const C2DTrace& 
   return found;
 }
 
-// The map's items as columns, each vote in place.
-void vote(std::span<const Voter> cells, double step, C2DTrace& map) {
-  const uint32_t rows = map.size();
+// The same seen from the line's other end: what moves backward goes forward there.
+void turnRound(std::vector<Voter>& cells, double width) {
+  for (Voter& cell : cells) cell.c = width - 1 - cell.c;
+}
+
+// Items of a map, column after column.
+std::vector<uint16_t> votesOf(std::span<const Voter> cells, double step, uint32_t rows) {
   std::vector<double> angles(kHoughColumns);
   double theta = 0;
   for (size_t k = kHoughColumns; k-- > 0; theta += step) angles[k] = theta;
@@ -69,8 +73,18 @@ void vote(std::span<const Voter> cells, double step, C2DTrace& map) {
       }
     }
   });
+  return votes;
+}
+
+void put(std::span<const uint16_t> votes, C2DTrace& map) {
+  const uint32_t rows = map.size();
   for (uint32_t rho = 0; rho < rows; ++rho)
     for (uint32_t k = 0; k < kHoughColumns; ++k) map.data->putcell(rho, k, votes[size_t{k} * rows + rho]);
+}
+
+// Leaving out the edges of the map, where what stands still has its votes.
+double greatest(std::span<const uint16_t> votes, uint32_t rows) {
+  return *std::max_element(votes.begin() + 2 * rows, votes.end() - rows);
 }
 
 // cos(theta) * y + sin(theta) * c = rho
@@ -166,10 +180,11 @@ uint32_t houghRows(const C2DTrace& source, const C2DTrace& scan) {
   return static_cast<uint32_t>(std::sqrt(rows * rows + width * width));
 }
 
-void houghMap(const VelocityParameters& parameters, const C2DTrace& source, const C2DTrace& scan,
-              C2DTrace& map) {
+Stripes houghMap(const VelocityParameters& parameters, const C2DTrace& source, const C2DTrace& scan,
+                 C2DTrace& map) {
   const uint32_t rows = houghRows(source, scan);
-  if (!source.size() || !scan.size() || map.size() != rows || map.width() != kHoughColumns) return;
+  if (!source.size() || !scan.size() || map.size() != rows || map.width() != kHoughColumns)
+    return Stripes::None;
   const double start = startAngle(parameters, scan) * kDegrees;
   map.name = "Hough";
   map.yunits = "degrees";
@@ -184,13 +199,27 @@ void houghMap(const VelocityParameters& parameters, const C2DTrace& source, cons
   map.origin = 0;
   map.hidden = false;
   map.rowvalues->fill(90 - start);
-  vote(voters(parameters, source, scan.size()), angleStep(parameters, scan), map);
+  const double step = angleStep(parameters, scan);
+  std::vector<Voter> cells = voters(parameters, source, scan.size());
+  const std::vector<uint16_t> forward = votesOf(cells, step, rows);
+  put(forward, map);
+  if (!parameters.bothways) return Stripes::Forward;
+  // Noise has peaks of the same height either way.
+  constexpr double kStandsOut = 1.3;
+  turnRound(cells, source.width());
+  const std::vector<uint16_t> backward = votesOf(cells, step, rows);
+  const double one = greatest(forward, rows), other = greatest(backward, rows);
+  if (one > other * kStandsOut) return Stripes::Forward;
+  if (!(other > one * kStandsOut)) return Stripes::None;
+  put(backward, map);
+  return Stripes::Backward;
 }
 
 std::vector<Slope> houghSlopes(const VelocityParameters& parameters, const C2DTrace& source,
-                               const C2DTrace& scan, const C2DTrace& map) {
+                               const C2DTrace& scan, const C2DTrace& map, Stripes stripes) {
   std::vector<Slope> slopes;
-  if (!source.size() || !scan.size() || map.width() != kHoughColumns) return slopes;
+  if (stripes == Stripes::None || !source.size() || !scan.size() || map.width() != kHoughColumns)
+    return slopes;
   CZZimage image;
   if (!makePeakImage(map, image)) return slopes;
   if (parameters.houghlowpass != 0) gaussianBlur(image, 1.0f);
@@ -198,13 +227,15 @@ std::vector<Slope> houghSlopes(const VelocityParameters& parameters, const C2DTr
   const int32_t limit = 255 - depth + truncated((1 - parameters.houghthreshold * 0.01) * depth);
   const double step = angleStep(parameters, scan);
   const double height = scan.size();
-  const std::vector<Voter> cells =
+  std::vector<Voter> cells =
       parameters.subpoint ? voters(parameters, source, scan.size()) : std::vector<Voter>();
+  if (stripes == Stripes::Backward) turnRound(cells, source.width());
   for (const MinimumPoint& peak : minimaInTolerance(image, limit, parameters.houghtol * depth / 100)) {
     if (slopes.size() == kMostSlopes) break;
     Line line{(kHoughColumns - 1 - peak.x) * step, static_cast<double>(map.size()) - peak.y};
     if (parameters.subpoint && !fit(line, cells, source.width(), peak.x)) continue;
     slopes.push_back(slopeOf(line, height, source.width(), scan));
+    if (stripes == Stripes::Backward) std::swap(slopes.back().y0, slopes.back().y1);
   }
   return slopes;
 }

@@ -295,9 +295,11 @@ bool RowVelocity::hasSettled(const VelocityParameters& parameters, const Linesca
 void RowVelocity::Averaged::average(int32_t rows, bool isFirst) {
   const std::span<const double> own = lags.finish();
   const bool isNew = isFirst || coefficients.size() != own.size() || rows <= 1;
+  // The first rows weigh no more than those after them.
+  averaged = isNew ? 1 : std::min(averaged + 1, rows);
   coefficients.resize(own.size());
   for (size_t i = 0; i < own.size(); ++i)
-    coefficients[i] = isNew ? own[i] : coefficients[i] + (own[i] - coefficients[i]) / rows;
+    coefficients[i] = isNew ? own[i] : coefficients[i] + (own[i] - coefficients[i]) / averaged;
 }
 
 // The share of what is alike in points that lie two apart, in all that varies in the row: of noise it is 0.

@@ -68,6 +68,10 @@ class ZchartDoc : public CdbDocument {
   virtual void saveSettings() const;
 
   CTraceArray traces;
+  // What stands at the axes in place of the unit, and at traces without a name. Not stored.
+  struct AxisTitles {
+    std::string along, up;
+  } titles;
   double clock = 0.0;  // the current running time, in seconds
   CMarkerList markers;
   int32_t lastTCradio = 0;  // the last choice of a time constant

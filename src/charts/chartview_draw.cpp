@@ -83,7 +83,7 @@ void ZchartView::drawChart(Canvas& canvas, const Rect& area, int32_t scrolled, c
   axis.measureAlong(canvas);
   axis.pos = left;
   axis.size = columns.count;
-  if (!isTimeAxis()) axis.units = unitAlongX();
+  if (!isTimeAxis()) axis.units = doc.titles.along.empty() ? unitAlongX() : doc.titles.along;
   axis.setScale(columns.perColumn);
   axis.paintBelow(canvas, {plot.left, plot.top, plot.right, bottom}, kInk);
 }
@@ -110,8 +110,9 @@ void ZchartView::drawStrip(Canvas& canvas, const Strip& strip, const TimeColumns
   ZZTrace& trace = *strip.trace;
   CScreenTrace& screen = screenTrace(trace);
   const bool isActive = &trace == active();
-  const std::string label =
-      trace.name.empty() ? format("trace %i", doc.indexOfTrace(&trace) + 1) : trace.name;
+  const std::string unnamed =
+      doc.titles.up.empty() ? format("trace %i", doc.indexOfTrace(&trace) + 1) : doc.titles.up;
+  const std::string& label = trace.name.empty() ? unnamed : trace.name;
   const Rect& plot = strip.plot;
   if (isActive)
     canvas.fill({plot.left - axisWidth + 1, plot.top, plot.left - axisWidth + 4, plot.bottom}, kActive);

@@ -1,6 +1,8 @@
-// LinescanRun: samples lines in all images of a video's selection, each image read once.
+// LinescanRun: samples lines in all images of a video's selection, each image read once, several at a time
+// where the movie can give them so.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -28,16 +30,21 @@ class LinescanRun final : public Job {
   void end(bool cancelled) override;
 
  private:
-  void sampleImage(int32_t index);
+  // Who samples an image, with the room that it takes.
+  struct Sampler {
+    std::vector<ScanLine> lines;
+    CZZimage each;
+    int32_t unread = 0;
+  };
+  void sampleImage(int32_t place, Sampler& by);
   CVivoCapDoc& doc;
   Lines lines;
   CZZMovie::Range range;
   int32_t perImage;
   std::function<void(Lines)> after;
   int32_t at = 0;
-  int32_t unread = 0;
   Rect bounds;  // of all lines
-  CZZimage each;
+  std::deque<Sampler> samplers;
 };
 
 }  // namespace tarnvisor

@@ -5,6 +5,7 @@
 
 #include "analysis/width.h"
 #include "app/asked.h"
+#include "base/parallel.h"
 #include "base/text.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
@@ -83,14 +84,29 @@ bool CVivoCapDoc::scanLines(ScanOrder order) {
             samplesFields(*to, facts) != fields || to->sampleperiod != period)
           return report(text::kLinescanChanged);
         if (to->changeCount() != changedAt && !isUnattended() && !to->saveModified()) return;
-        for (size_t i = 0; i < all.size(); ++i) {
-          to->beginOf(*this);
-          const std::string name = ordered->nameOf(i);
-          if (!fillScan(*to, this, all[i], lineFacts(*to, facts, name))) return report(text::kNoLinescan);
-          to->setTitle(name);
-          to->calculateVelocity(!ordered->ofMany);
-          if (ordered->afterEach) ordered->afterEach(*to, i);
+        const auto fill = [&](ZlineScanDoc& into, size_t i) {
+          return fillScan(into, this, all[i], lineFacts(into, facts, ordered->nameOf(i)));
+        };
+        // All but the last are computed beside each other; what the window shows at the end is the last.
+        const size_t beside = all.size() - 1, atOnce = static_cast<size_t>(parallelThreads());
+        for (size_t from = 0; from < beside; from += atOnce) {
+          std::vector<std::unique_ptr<ZlineScanDoc>> scans;
+          for (size_t i = from; i < std::min(beside, from + atOnce); ++i) {
+            scans.push_back(to->makeAlike());
+            if (!fill(*scans.back(), i) || !scans.back()->prepareVelocity()) return report(text::kNoLinescan);
+            all[i].rows.reset();
+          }
+          parallelFor(static_cast<int64_t>(scans.size()), 1, [&](int64_t begin, int64_t end) {
+            for (int64_t k = begin; k < end; ++k) scans[static_cast<size_t>(k)]->computeVelocity();
+          });
+          for (size_t k = 0; k < scans.size(); ++k)
+            if (ordered->afterEach) ordered->afterEach(*scans[k], from + k);
         }
+        to->beginOf(*this);
+        if (!fill(*to, beside)) return report(text::kNoLinescan);
+        to->setTitle(ordered->nameOf(beside));
+        to->calculateVelocity(!ordered->ofMany);
+        if (ordered->afterEach) ordered->afterEach(*to, beside);
         if (ordered->atEnd) ordered->atEnd();
       });
   if (!run->prepare()) return refuse(text::kNoMemory);

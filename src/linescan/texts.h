@@ -16,6 +16,7 @@ inline constexpr const char* kLine2 = "line2";
 inline constexpr const char* kHough = "Hough";
 
 inline constexpr const char* kLinescansOff = "Linescans are off.";
+inline constexpr const char* kNoStripes = "No stripes stand out of the noise.";
 inline constexpr const char* kLineTooLong = "The line is too long, or too wide, to be scanned.";
 
 }  // namespace tarnvisor::text

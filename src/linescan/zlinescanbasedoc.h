@@ -38,6 +38,11 @@ class ZlineScanBaseDoc : public ZchartDoc {
   void calculateVelocity() { calculateVelocity(true); }
   void calculateVelocity(bool withCharts);
   bool canCalculate() const { return hasScan() || hasLines(); }
+  // The same in two steps, with nothing kept for Undo, and no slopes or charts: several documents may be
+  // computed at once, each by one thread, after the main one has prepared them. False where what is needed
+  // can't be made.
+  [[nodiscard]] bool prepareVelocity();
+  void computeVelocity();
   // Of rows [from, to), all for equal ends; in units of velocityUnits().
   VelocityStatistics statistics(uint32_t from = 0, uint32_t to = 0) const;
   bool hasNumber(const VelocityStatistics& found) const;
@@ -100,13 +105,14 @@ class ZlineScanBaseDoc : public ZchartDoc {
   void bindTraces();
   void markTraces() const;
   void put(ZZTrace* present, ZZTrace::Own made);
-  void walkRing();
+  bool correlates() const;  // by the method that is chosen
   double rowPeriod() const;
   void postCalculate(bool withCharts);
   ZchartDoc* chartTitled(const std::string& title);
   void refreshLimitChart();
   void refreshScatter();
-  void houghVelocities();
+  void houghVelocities() { houghVelocities(true); }
+  void houghVelocities(bool tells);
 
   // --- zlinescanbasedoc_commands.cpp
   void editParameters();

@@ -21,24 +21,30 @@ constexpr double kLimitStep = 1.0 / LimitCurves::kLimits;
 
 }  // namespace
 
+bool ZlineScanBaseDoc::correlates() const {
+  return velocity.cbvmethod == kRowCorrelation || velocity.cbvmethod == kTwoLines;
+}
+
+bool ZlineScanBaseDoc::prepareVelocity() { return !correlates() || makeDerivedTraces(); }
+
 void ZlineScanBaseDoc::calculateVelocity(bool withCharts) {
   if (!canCalculate()) return;
   const WaitScope wait;
-  const bool isKnown = velocity.cbvmethod == kRowCorrelation || velocity.cbvmethod == kTwoLines;
-  if (isKnown && makeDerivedTraces()) {
+  if (correlates() && prepareVelocity()) {
     const LinescanTraces set = traceSet();
     Change change(*this);
     for (ZZTrace* each : {static_cast<ZZTrace*>(set.scan2D == set.scan ? nullptr : set.scan),
                           static_cast<ZZTrace*>(set.difference), static_cast<ZZTrace*>(set.correllogram),
                           set.correlation, set.cbv, set.cbvUncut, set.peakratio})
       if (each && !change.altering(*each)) return;
-    walkRing();
+    computeVelocity();
   }
   postCalculate(withCharts);
 }
 
 // Once round: each row is computed with the rings of all traces where they were when it was sampled.
-void ZlineScanBaseDoc::walkRing() {
+void ZlineScanBaseDoc::computeVelocity() {
+  if (!correlates()) return;
   const LinescanTraces set = traceSet();
   const bool twoLines = velocity.cbvmethod == kTwoLines;
   const ZZTrace* leader = twoLines ? set.line1 : static_cast<ZZTrace*>(set.scan2D);
@@ -55,7 +61,11 @@ void ZlineScanBaseDoc::walkRing() {
     set.difference->rowvalues->fill(0.0);
   }
   for (uint32_t n = 0; n < leader->size(); ++n) {
-    if (twoLines)
+    // Means of pixels are 0 only where nothing was sampled.
+    if (twoLines && set.line1->data->at(set.line1->origin) == 0 &&
+        set.line2->data->at(set.line2->origin) == 0)
+      set.correllogram->setextent(set.correllogram->origin, 0);
+    else if (twoLines)
       twolinestep(velocity, set, set.line1->origin, set.line2->origin);
     else if (set.scan2D->extent(set.scan2D->origin) != 0)
       rowVelocity.rowstep(velocity, set, set.scan2D->origin);
@@ -70,7 +80,7 @@ void ZlineScanBaseDoc::postCalculate(bool withCharts) {
   if (showcbvvcoef && withCharts) refreshLimitChart();
   if (showcbvcorrel && withCharts) refreshScatter();
   if (dohough)
-    houghVelocities();
+    houghVelocities(false);
   else if (C2DTrace* hough = traceSet().hough)
     hough->hidden = true;
   if (correl2velo) setSlopes(slopesFromCorrelation(velocity, traceSet()));
@@ -144,6 +154,7 @@ void ZlineScanBaseDoc::refreshLimitChart() {
   const LimitCurves curves = limitCurves(set);
   const TraceBatch batch(*chart);
   chart->deleteContents();
+  chart->titles = {"correlation limit", "average cbv"};
   const auto add = [&](const std::vector<double>& values, const char* name, uint32_t colour) {
     ZZTrace* trace = chart->addtrace(kDoubleCode, LimitCurves::kLimits);
     if (!trace) return trace;
@@ -201,7 +212,7 @@ void ZlineScanBaseDoc::refreshScatter() {
 
 // --- stripes and slopes
 
-void ZlineScanBaseDoc::houghVelocities() {
+void ZlineScanBaseDoc::houghVelocities(bool tells) {
   const LinescanTraces set = traceSet();
   C2DTrace* source = houghSource(velocity, set);
   if (!source || !set.scan) return tracesChanged();
@@ -209,9 +220,10 @@ void ZlineScanBaseDoc::houghVelocities() {
   C2DTrace* map = makeRows(text::kHough, kWordRowsCode, kHoughColumns, houghRows(*source, *set.scan));
   if (!map) return;
   map->hidden = false;
-  houghMap(velocity, *source, *set.scan, *map);
+  const Stripes stripes = houghMap(velocity, *source, *set.scan, *map);
   map->lowest = map->yoffset;
-  setSlopes(houghSlopes(velocity, *source, *set.scan, *map));
+  setSlopes(houghSlopes(velocity, *source, *set.scan, *map, stripes));
+  if (tells && stripes == Stripes::None) report(text::kNoStripes);
 }
 
 void ZlineScanBaseDoc::setSlopes(std::vector<Slope> fresh) {

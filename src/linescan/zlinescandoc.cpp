@@ -150,6 +150,17 @@ ZlineScanDoc::TwoLines ZlineScanDoc::settwolines(const void* source, int32_t poi
   return {line1.scanline.get(), line2.scanline.get()};
 }
 
+std::unique_ptr<ZlineScanDoc> ZlineScanDoc::makeAlike() const {
+  auto made = std::make_unique<ZlineScanDoc>();
+  made->velocity = velocity;
+  made->sampleperiod = sampleperiod;
+  made->useinterlace = useinterlace;
+  made->subtracting = subtracting;
+  made->cbvON = cbvON;
+  made->circular = circular;
+  return made;
+}
+
 void ZlineScanDoc::beginOf(const CDocument& video) {
   NoPtsToSample = usualRows;
   deleteContents();

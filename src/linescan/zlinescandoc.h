@@ -35,6 +35,8 @@ class ZlineScanDoc final : public ZlineScanBaseDoc {
   };
   TwoLines settwolines(const void* source, int32_t points1, int32_t points2, double distance,
                        const LineFacts& facts);
+  // One that no window shows, which samples and computes as this one does.
+  std::unique_ptr<ZlineScanDoc> makeAlike() const;
   // Empty, and of that document's subject and exam.
   void beginOf(const CDocument& video);
   bool isTaken() const override { return sourceview != nullptr; }

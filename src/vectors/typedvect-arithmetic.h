@@ -121,11 +121,16 @@ void TypedVect<Item>::stretch(const CdataVect& source) {
 template <class Item>
 void TypedVect<Item>::binaverage(const CdataVect& source, uint32_t n) {
   if (n == 0 || !data || source.size < uint64_t{size} * n) return;
+  const auto* alike = dynamic_cast<const TypedVect*>(&source);
+  const Item* items = alike && alike->width == 1 ? alike->data : nullptr;
   for (uint32_t i = 0; i < size; ++i) {
     double total = 0;
     for (uint32_t j = 0; j < n; ++j) {
       double value = 0;
-      source.getval(i * n + j, value);
+      if (items)
+        value = static_cast<double>(items[i * n + j]);
+      else
+        source.getval(i * n + j, value);
       total += value;
     }
     data[i] = itemCast<Item>(total / n);

@@ -364,6 +364,32 @@ TEST(FineHoughSlopes, HitAStripeOfAnySpeed) {
   }
 }
 
+TEST(FineHoughSlopes, GoTheWayOfTheCellsAndNoiseHasNone) {
+  const auto slopesOf = [](double velocity, double depth) {
+    SimulatedScan scan(kFine, 400, 64, 60);
+    scan.fill({.velocity = velocity, .noise = 10, .depth = depth});
+    scan.calculate();
+    return scan.slopes();
+  };
+  const std::vector<Slope> backward = slopesOf(-300, 70);
+  ASSERT_FALSE(backward.empty());
+  EXPECT_NEAR(backward[backward.size() / 2].velocity(), -300, 9);
+  EXPECT_TRUE(slopesOf(0, 0).empty());
+}
+
+TEST(FineVelocities, ChangeLittleWithLongAveraging) {
+  VelocityParameters with = kFine;
+  with.gap = 15;
+  std::vector<double> means;
+  for (with.filter = 4; with.filter <= 64; with.filter *= 16) {
+    SimulatedScan scan(with, 300, 64, 30);
+    scan.fill({.velocity = 10, .noise = 5});
+    scan.calculate();
+    means.push_back(scan.statistics().mean);
+  }
+  EXPECT_NEAR(means[1] / means[0], 1, 0.06);
+}
+
 TEST(FineVelocities, AreThoseOfRecordedVessels) {
   const char* named = std::getenv("TARNVISOR_TEST_DATA");
   const std::string data = withSeparator(named ? named : TEST_DATA_FOLDER);

@@ -87,6 +87,29 @@ TEST_F(LinesThroughAVideo, YieldARowEachAndTheirMeans) {
   EXPECT_EQ(flow->currentDims().at(1).label, "no velocity");
 }
 
+TEST_F(LinesThroughAVideo, AreMeasuredBesideEachOtherAsTheyAreAlone) {
+  const auto lineAt = [&](int32_t place, int32_t y) {
+    flow->addDimension({5, y}, CDimList::kLine);
+    flow->addPointToDimension(place, {70 + y, y});
+  };
+  CommandTarget* const chain[] = {&view(), flow};
+  std::vector<std::string> alone;
+  for (const int32_t y : {2, 8, 14}) {
+    flow->currentDims().items.clear();
+    lineAt(0, y);
+    (void)routeCommand(chain, cmd::CalculateCbvOfLines);
+    theLinescan()->setModified(false);
+    alone.push_back(flow->currentDims().at(0).label);
+  }
+  flow->currentDims().items.clear();
+  for (int32_t i = 0; i < 3; ++i) lineAt(i, 2 + 6 * i);
+  (void)routeCommand(chain, cmd::CalculateCbvOfLines);
+  std::vector<std::string> together;
+  for (const auto& line : flow->currentDims().items) together.push_back(line->label);
+  EXPECT_EQ(together, alone);
+  EXPECT_EQ(theLinescan()->title(), flow->title() + " line3");
+}
+
 TEST_F(LinesThroughAVideo, AreSampledWhileItPlays) {
   flow->addDimension({5, 10}, CDimList::kLine);
   flow->addPointToDimension(0, {85, 10});

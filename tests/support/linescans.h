@@ -69,8 +69,7 @@ struct SimulatedScan {
   }
   VelocityStatistics statistics() const { return velocityStatistics(traces, parameters, 0, 0); }
   std::vector<Slope> slopes() {
-    houghMap(parameters, difference, scan, map);
-    return houghSlopes(parameters, difference, scan, map);
+    return houghSlopes(parameters, difference, scan, map, houghMap(parameters, difference, scan, map));
   }
 
   VelocityParameters parameters;
