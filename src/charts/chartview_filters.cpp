@@ -13,6 +13,7 @@
 #include "traces/contours.h"
 #include "traces/derivedtraces.h"
 #include "traces/firfilter.h"
+#include "traces/gaps.h"
 #include "traces/maxima.h"
 #include "traces/pulsatility.h"
 #include "traces/rowfilters.h"
@@ -52,7 +53,10 @@ void ZchartView::alter(Act act) {
   ZchartDoc::Change change(doc);
   ZZTrace& trace = *active();
   if (!change.altering(trace)) return;
-  act(trace, *selection);
+  {
+    const GapBridge bridge(trace);
+    act(trace, *selection);
+  }
   if (C2DTrace* rows = rowsOf(&trace)) rows->reachGreatestItem();
 }
 
@@ -63,6 +67,7 @@ void ZchartView::derive(Make make) {
   if (!selection) return;
   const WaitScope wait;
   ZchartDoc::Change change(doc);
+  const GapBridge bridge(*active());
   for (ZZTrace::Own& made : make(*active(), *selection))
     if (ZZTrace* added = change.add(std::move(made))) activeTrace = added;
 }

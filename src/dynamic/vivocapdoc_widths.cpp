@@ -50,8 +50,8 @@ class CVivoCapDoc::WidthJob : public Job {
     const CDimList& dims = doc.currentDims();
     for (int32_t i = 0; i < dims.size(); ++i)
       if (isAcross(dims.at(i)))
-        lines.push_back(
-            {i + 1, dims.at(i).Clone(), std::vector<double>(static_cast<size_t>(doc.imageCount()))});
+        lines.push_back({i + 1, dims.at(i).Clone(),
+                         std::vector<double>(static_cast<size_t>(doc.imageCount()), notMeasured())});
   }
   std::string title() const override { return "Capillary widths"; }
   Progress progress() const override { return {"Measuring widths", done, range.size()}; }
@@ -79,15 +79,17 @@ class CVivoCapDoc::WidthJob : public Job {
   struct Line {
     int32_t number;
     std::unique_ptr<CDim> mark;
-    std::vector<double> widths;  // of every image; 0 where the line was not measured
+    std::vector<double> widths;  // of every image
   };
-  // In units; by edges between the pixels -1 where there is none, also outside the image.
+  // Of an image that was not looked at, a line outside it, and where there are no edges. By edges between the
+  // pixels it is no number, which is neither drawn nor counted, also in a file.
+  double notMeasured() const { return with.subSample ? std::numeric_limits<double>::quiet_NaN() : 0; }
+  // In units.
   double widthOf(const CDim& mark) const {
-    const double none = with.subSample ? -1 : 0;
-    if (!rule) return 0;
-    if (!doc.movie->hasRead() || !mark.AllInside(each.frameRect())) return none;
+    if (!rule || !doc.movie->hasRead() || !mark.AllInside(each.frameRect())) return notMeasured();
     const double width = widthAlong(each, mark.points, mark.width, *rule, with).width;
     const double pixels = mark.Length(1.0, 1.0);
+    if (with.subSample && !(width > 0)) return notMeasured();
     if (!(width > 0) || !(pixels > 0)) return width;
     return width * mark.Length(doc.scale().x, doc.scale().y) / pixels;
   }

@@ -2,6 +2,7 @@
 
 #include "support/logcapture.h"
 #include "traces/firfilter.h"
+#include "traces/gaps.h"
 #include "traces/maxima.h"
 #include "traces/pulsatility.h"
 #include "traces/smoothing.h"
@@ -33,6 +34,25 @@ TEST(ArtifactCheck, RejectsTwiceAndLetsTheThirdThrough) {
   // The first test that rejects decides.
   const ArtifactSettings both{.lowaction = 1, .lowlimit = 8, .equalaction = 0, .fixedvalue = 7};
   EXPECT_THAT(checked(&both, 9, {7}), ElementsAre(9, 9));
+}
+
+TEST(Gaps, AreBridgedForAFilterAndStayGaps) {
+  ZZTrace trace(kDoubleCode, 7);
+  const double samples[] = {-1, 4, -1, -1, 10, -1, 6};
+  for (uint32_t i = 0; i < 7; ++i) trace.data->putval(i, samples[i]);
+  trace.absent = -1;
+  trace.origin = 6;  // the oldest
+  const auto all = [&] {
+    Doubles values;
+    for (uint32_t i = 0; i < 7; ++i) values.push_back(trace.data->at(i));
+    return values;
+  };
+  {
+    const GapBridge bridge(trace);
+    EXPECT_THAT(all(), ElementsAre(5, 4, 6, 8, 10, 10, 6));
+    trace.data->putval(2, 77);
+  }
+  EXPECT_THAT(all(), ElementsAre(-1, 4, -1, -1, 10, -1, 6));
 }
 
 TEST(ArtifactCheck, TakesLimitsInPercentOfThePreviousSample) {
