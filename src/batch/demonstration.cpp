@@ -9,6 +9,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "batch/demonstrationchart.h"
+#include "batch/demonstrationscan.h"
 #include "batch/demonstrationvideo.h"
 #include "batch/runner.h"
 #include "batch/script.h"
@@ -16,6 +17,7 @@
 #include "exams/examselection.h"
 #include "exams/subjectselection.h"
 #include "imagedoc/zbasicdoc.h"
+#include "linescan/zlinescanbasedoc.h"
 #include "settings/settings.h"
 #include "synth/nailfold.h"
 
@@ -27,6 +29,7 @@ constexpr const char* kSubject = "DEMO-1";
 constexpr const char* kSite = "left ring finger";
 constexpr const char* kTruthFile = "truth.csv";
 constexpr const char* kChart = "pulse.zz1";
+constexpr const char* kScan = "demo.zzl";
 constexpr const char* kChartTruthFile = "pulse-truth.csv";
 constexpr const char* kRawFolder = "stills/";  // below the exam's folder; documents get copies beside them
 
@@ -101,6 +104,11 @@ std::string drawPulse(const std::string& folder) {
   return done ? std::string() : done.why();
 }
 
+std::string drawScan(const std::string& folder) {
+  const Outcome saved = saveDemonstrationScan(folder + kScan);
+  return saved ? std::string() : saved.why();
+}
+
 std::string makeVideos(const std::string& folder) {
   for (const DemonstrationVideo& video : kDemonstrationVideos)
     if (const Outcome saved = saveDemonstrationVideo(video, folder); !saved) return saved.why();
@@ -139,7 +147,7 @@ std::string makeDemonstration(CBasicApp& app) {
   dialog.finish(SubjectDialog::Result::StartNewExamination);
   if (!makeExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
   const std::string folder = theExams().folder();
-  for (const auto make : {drawStills, drawPulse, makeVideos})
+  for (const auto make : {drawStills, drawPulse, drawScan, makeVideos})
     if (std::string problem = make(folder); !problem.empty()) return problem;
   return {};
 }
@@ -183,6 +191,15 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
     std::printf("\n%-12s %9s %12s %12s  beats a minute\n%-12s %9.2f %12.2f %12.2f\n", "chart", "true pulse",
                 "of maxima", "of spectra", kChart, truePulse(folder), found.ofMaxima, found.ofSpectra);
     chart->resultText = format("Pulse %.1f a minute", found.ofMaxima);
+    if (!must("save", {}) || !must("close", {})) return 1;
+  }
+  if (fileExists(folder + kScan)) {
+    if (!must("open", {folder + kScan})) return 1;
+    auto* scan = dynamic_cast<ZlineScanBaseDoc*>(app.documents.active());
+    if (!scan || !must("command", {"Calculate velocity"})) return 1;
+    scan->resultText = format("Velocity %.1f um/s, %s", scan->statistics().mean, scan->judgement().c_str());
+    std::printf("\n%-12s %9s %12s  um/s\n%-12s %9.1f %12.1f  %s\n", "linescan", "true", "found", kScan,
+                kDemonstrationVelocity, scan->statistics().mean, scan->judgement().c_str());
     if (!must("save", {}) || !must("close", {})) return 1;
   }
   std::printf("\n");

@@ -224,7 +224,7 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
         "colour.bmp      45     45", "field.zzg       45     45"})
     EXPECT_THAT(first, HasSubstr(good));
   const auto rows = app.db->resultsOf(exams.examId());
-  EXPECT_EQ(rows.size(), 10u);
+  EXPECT_EQ(rows.size(), 11u);
   // The chart: bound to the exam, its rate found both ways, and not made again.
   EXPECT_EQ(1, std::count_if(rows.begin(), rows.end(), [](const ResultRow& row) {
               return row.filename == "pulse.zz1" && row.result == "Pulse 72.0 a minute";
@@ -236,6 +236,11 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
   EXPECT_NEAR(drawn, 72.0, 0.3);
   EXPECT_NEAR(maxima, drawn, 0.1);
   EXPECT_NEAR(spectra, drawn, 0.5);
+  const size_t scan = first.find("\ndemo.zzl ");
+  ASSERT_NE(scan, std::string::npos);
+  double velocity = 0;
+  ASSERT_EQ(std::sscanf(first.c_str() + scan, " demo.zzl 300.0 %lf", &velocity), 1);
+  EXPECT_NEAR(velocity, 300, 3);
   EXPECT_THAT(first, HasSubstr("flow.dtv     120 images, mean velocity 400 um/s, skin moves up to 0.0 um"));
   ASSERT_TRUE(run("open " + app.dataFolder + exams.examFolder() + "/shake.dtv\nframe 100").ok);
   EXPECT_THAT(run("print status").text, HasSubstr("images 120\nimage 100\nselection 0 to 120\nfps 60\n"));
