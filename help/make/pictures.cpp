@@ -10,6 +10,7 @@
 #include <QToolBar>
 #include <clocale>
 #include <cstdio>
+#include <utility>
 
 #include "app/processstate.h"
 #include "assembly/assembly.h"
@@ -26,7 +27,10 @@
 #include "dynamic/vivocapview.h"
 #include "frame/mainframe.h"
 #include "imagedoc/zbasicview.h"
+#include "linescan/commandids.h"
+#include "linescan/zlinescandoc.h"
 #include "results/resultdoc.h"
+#include "settings/settings.h"
 
 namespace {
 
@@ -65,14 +69,15 @@ class Photographer {
     QTest::qWait(250);
   }
 
-  // Runs a command, and keeps and cancels the dialogs that it opens.
+  // Runs a command, keeps the first dialog that it opens, and cancels all.
   void keepDialog(int32_t command, const char* name) {
     QTimer watch;
+    bool kept = false;
     QObject::connect(&watch, &QTimer::timeout, &watch, [&] {
       QWidget* dialog = QApplication::activeModalWidget();
       if (!dialog || busy) return;
       busy = true;
-      keep(*dialog, name);
+      if (!std::exchange(kept, true)) keep(*dialog, name);
       dialog->close();
       busy = false;
     });
@@ -113,6 +118,8 @@ class Photographer {
   void levelCharts(ZBasicDoc& image);
   void videos();
   void flow();
+  // A line along a loop of the video that is at rest, and one across it.
+  void linescans();
   // Of the video that shakes.
   void movement();
   void live();
@@ -192,6 +199,7 @@ void Photographer::documents() {
   levelCharts(image);
   discardAll();
   videos();
+  linescans();
   movement();
   live();
   charts();
@@ -290,6 +298,50 @@ void Photographer::flow() {
   keep(frameOf(*map), "flow");
   keepMenus("flow-menu-");
   keepDialog(cmd::RecalculateFcf, "recalculate-flow");
+}
+
+void Photographer::linescans() {
+  auto* video = dynamic_cast<CVivoCapDoc*>(app.openDocumentFile(examPath("flow.dtv")));
+  if (!video) return;
+  for (const char* addition : {"subpoint", "bothways"}) settings.setInt("correlation", addition, 1);
+  settings.setInt("correlation", "gap", 2);
+  settings.setInt("capwidth", "edgesub", 1);
+  // Up the limb that blood comes by.
+  const int32_t along = video->addDimension({434, 160}, CDimList::kPolyline);
+  for (const Point p : {Point{435, 115}, Point{437, 91}, Point{438, 70}})
+    video->addPointToDimension(along, p);
+  video->currentDims().at(along).width = 9;
+  viewOf(*video).selected = along;
+  video->updateAllViews();
+  keep(frameOf(*video), "line-along-loop");
+  keepDialog(cmd::CalculateAllLines, "velocity");
+  app.documents.activate(*video);
+  runWithoutAsking(cmd::CalculateAllLines);
+  ZlineScanDoc* scan = theLinescan();
+  if (!scan) return;
+  app.documents.activate(*scan);
+  runWithoutAsking(cmd::HoughVelocities);
+  frameOf(*scan).resize(1000, 700);
+  static_cast<ZchartView&>(*scan->views().front()).fit();
+  keep(frameOf(*scan), "linescan");
+  keepMenus("linescan-menu-");
+  keepDialog(cmd::VelocityForm, "velocity-settings");
+  keepDialog(cmd::VelocityResult, "velocity-result");
+  if (CResultDoc* table = findResultDocument("Capillary Measurement Results")) {
+    app.documents.activate(*table);
+    frameOf(*table).resize(1000, 220);
+    keep(frameOf(*table), "capillary-results");
+  }
+  app.documents.activate(*video);
+  video->currentDims().removeAll();
+  const int32_t across = video->addDimension({412, 115}, CDimList::kLine);
+  video->addPointToDimension(across, {458, 115});
+  (void)app.runCommand(cmd::WidthAgainstTime);
+  constexpr int kLongestRun = 60000;  // milliseconds
+  if (!QTest::qWaitFor([&] { return !video->isBusy(); }, kLongestRun)) return;
+  frameOf(*app.documents.active()).resize(1000, 420);
+  keep(frameOf(*app.documents.active()), "widths");
+  discardAll();
 }
 
 void Photographer::movement() {

@@ -1,4 +1,5 @@
 // Commands that scan lines through a video, and measure the velocity along them.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -270,19 +271,30 @@ void CVivoCapDoc::evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& 
   scanNext(walk);
 }
 
-// Of the capillary that a line runs along, across its middle; not measured where none is found.
+// Of the capillary that a line runs along, across its middle: the median of what some images of the selection
+// show, as plasma that passes by looks like a narrow vessel, or none. Not measured where none is found.
 double CVivoCapDoc::diameterAcross(const CDim& line) {
   constexpr double kLeastAcross = 20, kWidths = 4;
+  constexpr int32_t kImages = 25;
   WidthSettings with;
   with.load();
   const auto rule = with.ruleInImage();
   const std::unique_ptr<CDimLine> across = line.Perpendicular(std::max(kLeastAcross, kWidths * line.width));
-  if (rule && across) {
-    const VesselWidth found = widthAlong(*theImage(), across->points, 1, *rule, with);
-    const double pixels = across->Length(1.0, 1.0);
-    if (found.width > 0 && pixels > 0) return found.width * across->Length(scale().x, scale().y) / pixels;
+  const double pixels = across ? across->Length(1.0, 1.0) : 0;
+  if (!rule || !(pixels > 0)) return kNotMeasured;
+  std::vector<double> widths;
+  CZZimage each;
+  const CZZMovie::Range range = selection();
+  for (int32_t i = 0, images = std::min(range.size(), kImages); i < images; ++i) {
+    movie->getImage(range.first + static_cast<int32_t>(int64_t{i} * range.size() / images), each);
+    const double width =
+        movie->hasRead() && !each.empty() ? widthAlong(each, across->points, 1, *rule, with).width : 0;
+    if (width > 0) widths.push_back(width);
   }
-  return kNotMeasured;
+  if (widths.empty()) return kNotMeasured;
+  const auto middle = widths.begin() + static_cast<ptrdiff_t>(widths.size() / 2);
+  std::nth_element(widths.begin(), middle, widths.end());
+  return *middle * across->Length(scale().x, scale().y) / pixels;
 }
 
 }  // namespace tarnvisor
