@@ -280,9 +280,7 @@ void Grabber::endRecording() {
 const GrabberState& fgState() { return grabber().state; }
 void fgSetOnNews(std::function<void()> onNews) { grabber().hub.onNews = std::move(onNews); }
 
-void fgSetFrameListener(std::function<void(const FrameHub::Frame&)> listener) {
-  grabber().hub.onFrame = std::move(listener);
-}
+void fgSetFrameListener(FrameHub::Listener listener) { grabber().hub.setListener(std::move(listener)); }
 
 bool fginit() {
   if (grabber().driver || grabber().state.ready) fgterm();

@@ -25,7 +25,16 @@ namespace {
 constexpr const char* kSection = "fgdoc";
 constexpr Colour kRed = 0x0000ff, kGreen = 0x00ff00;
 constexpr int32_t kTextMargin = 5, kTextAboveBottom = 50;
-constexpr int32_t kMostTimedSaves = 999;  // of a name with three digits
+constexpr int32_t kMostTimedSaves = 999;       // of a name with three digits
+constexpr int32_t kFramesThatWait = 60 * 120;  // of a sampled line, while a dialog stands open
+
+// Each frame that the camera gives is sampled as it comes, shown or not.
+void sampleFrames(const std::shared_ptr<LineQueue>& rows) {
+  if (!rows) return fgSetFrameListener(nullptr);
+  fgSetFrameListener([rows](const FrameHub::Frame& frame) {
+    rows->sample(CZZchildimage(frame.width, frame.height, frame.block, frame.stride), frame.fields / 2);
+  });
+}
 
 }  // namespace
 
@@ -40,6 +49,7 @@ ZBasicfgView::ZBasicfgView(ZBasicfgDoc& document)
   app.camera = this;
   fgSetOnNews([&app] { app.loop.wakeFromAnyThread(); });
   fgSetOnError([this](const std::string& words) { doc.report(words); });
+  feed.sampleElsewhere(kFramesThatWait, sampleFrames);
   controls.open();
 }
 
@@ -128,8 +138,8 @@ void ZBasicfgView::restart() {
 uint32_t ZBasicfgView::status() {
   const bool was = isLive();
   const uint32_t events = fgCheckFrame();
+  feed.takeUp();
   if (was && !isLive()) takeLostCamera();
-  if (events && doc.theImage()) feed.sample(*doc.theImage(), frameCounter());
   return events;
 }
 
@@ -141,6 +151,7 @@ int32_t ZBasicfgView::frameCounter() { return fgState().fieldCount / 2; }
 void ZBasicfgView::takeLostCamera() {
   stopTimers();
   doc.freeze();
+  feed.pause();
   takeRate(0);
   const std::string why = fgState().lostWords;
   host().windows.refreshBars();

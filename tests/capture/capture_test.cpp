@@ -2,6 +2,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <ranges>
+
 #include "base/clock.h"
 #include "capture/texts.h"
 #include "capturetest.h"
@@ -51,22 +54,30 @@ TEST_F(Capture, ALivePictureIsFrozenMeasuredAndSavedAsAStill) {
   EXPECT_EQ(live().theImage()->frameNumber, 2);
 }
 
-TEST_F(Capture, ALineIsSampledInEachPictureThatIsShown) {
+TEST_F(Capture, ALineIsSampledInEveryFrameThoughAFormStandsOpen) {
   openLive();
   frames(1);
   live().addDimension({10, 20}, CDimList::kLine);
   live().addPointToDimension(0, {60, 20});
   view().selected = 0;
   runCommand(cmd::MeasuringLine);
-  frames(1);
   const ZlineScanDoc& scan = *theLinescan();
   const uint32_t before = scan.traceSet().scan2D->origin;
-  frames(3);
+  const int32_t shownBefore = fgState().shownFrames;
+  host.fills.push_back([this](Form&) {
+    camera->step(30);
+    return false;
+  });
+  app->documents.activate(live());
+  runCommand(cmd::TimedSaves);
+  turn();
   const LinescanTraces set = scan.traceSet();
-  EXPECT_EQ(set.scan2D->origin, before + 3) << "two pictures were never shown";
-  EXPECT_EQ(set.scan2D->extent(before), 0.0);
-  EXPECT_EQ(set.scan2D->extent(before + 2), 50.0);
+  EXPECT_EQ(fgState().shownFrames, shownBefore + 1);
+  ASSERT_EQ(set.scan2D->origin, before + 30);
   EXPECT_DOUBLE_EQ(set.scan2D->period, 1.0 / fgState().actualFps);
+  const auto isFull = [&](uint32_t row) { return set.scan2D->extent(row) == 50.0; };
+  EXPECT_TRUE(std::ranges::all_of(std::views::iota(before, before + 30), isFull));
+  EXPECT_EQ(set.scan2D->data->at(before + 29, 3), live().theImage()->pixelAt(13, 20)) << "in order";
   view().stopCamera();
   EXPECT_FALSE(scan.isCapturing());
 }
