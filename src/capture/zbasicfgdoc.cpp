@@ -140,7 +140,7 @@ bool ZBasicfgDoc::refuses(int32_t command) const {
 
 bool ZBasicfgDoc::start() {
   if (isLive()) return true;
-  if (frozen && isModified() && !saveModified()) return false;
+  if (frozen && isModified() && changeCount() != keptAt && !saveModified()) return false;
   if (!fggrab(true)) {
     report(fgState().lostWords);
     return false;
@@ -180,6 +180,12 @@ void ZBasicfgDoc::freeze() {
   describe();
   setTitle(text::kFrozenTitle);
   updateAllViews();
+}
+
+void ZBasicfgDoc::keepFrozen() {
+  if (!frozen || isModified() || isUnattended()) return;
+  setModified();
+  keptAt = changeCount();
 }
 
 std::string ZBasicfgDoc::inputParameters() const {
@@ -292,7 +298,8 @@ bool ZBasicfgDoc::offersToOpen(const std::string& path) {
          Answer::Yes;
 }
 
-// A live picture changes for ever; only what was frozen and measured is asked about.
+// A live picture changes for ever; only what a user froze or measured is asked about, and the next picture
+// takes the place of one that was frozen alone.
 bool ZBasicfgDoc::saveModified() {
   if (isLive()) setModified(false);
   return ZBasicDoc::saveModified();

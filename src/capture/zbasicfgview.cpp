@@ -122,6 +122,12 @@ void ZBasicfgView::freeze() {
   host().windows.refreshBars();
 }
 
+void ZBasicfgView::stopCamera() {
+  if (!isLive()) return;
+  freeze();
+  doc.keepFrozen();
+}
+
 void ZBasicfgView::restart() {
   const bool ran = isLive();
   if (ran) freeze();
@@ -404,7 +410,7 @@ const CommandTableBase& ZBasicfgView::commandTable() {
          .whyOff = "It is running."}},
        {cmd::FreezeVideo,
         "Free&ze video",
-        &V::freeze,
+        &V::stopCamera,
         &V::isLive,
         {.tip = "Freeze the live video",
          .status = "Stops the camera and keeps its last picture, to be measured and saved.",

@@ -32,7 +32,7 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   void redrawNow() override;
   void freezeAndSave(const std::string& path) override;
   void startCamera() override;
-  void stopCamera() override { freeze(); }
+  void stopCamera() override;
   uint32_t status() override;
   bool isTriggered() override { return false; }
   bool isRunning() override;

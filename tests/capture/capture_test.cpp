@@ -8,6 +8,7 @@
 #include "base/clock.h"
 #include "capture/texts.h"
 #include "capturetest.h"
+#include "exams/subjectselection.h"
 #include "imagedoc/magnification.h"
 #include "linescan/zlinescandoc.h"
 #include "support/fulldisc.h"
@@ -481,6 +482,36 @@ TEST_F(Capture, WhatWasMeasuredOnAFrozenPictureIsAskedAboutAndGoesWithIt) {
   view().startCamera();
   EXPECT_TRUE(live().isLive());
   EXPECT_EQ(live().currentDims().size(), 0);
+}
+
+struct Subjects final : SubjectDialogFace {
+  SubjectDialog::Result run(SubjectDialog&) override { return result; }
+  SubjectDialog::Result result = SubjectDialog::Result::Cancel;
+};
+
+TEST_F(Capture, AFrozenPictureIsAskedAboutBeforeAnotherSubjectIsSelected) {
+  Subjects face;
+  openLive();
+  frames(1);
+  runSelectSubject(face);
+  EXPECT_TRUE(live().isLive()) << "as before";
+  runCommand(cmd::FreezeVideo);
+  host.answers = {Answer::Cancel};
+  runSelectSubject(face);
+  EXPECT_THAT(host.messages.back(), HasSubstr("Save changes to Frozen Video Input?"));
+  host.answers = {Answer::Yes, Answer::No};
+  host.paths = {folder.file("kept.tv1")};
+  face.result = SubjectDialog::Result::ViewExaminations;
+  runSelectSubject(face);
+  EXPECT_TRUE(fileExists(folder.file("kept.tv1")));
+  EXPECT_EQ(app->liveView, nullptr);
+  openLive();
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  view().startCamera();
+  EXPECT_TRUE(live().isLive()) << "the next picture takes its place";
+  runSelectSubject(face);
+  EXPECT_EQ(app->liveView, nullptr) << "unasked";
 }
 
 TEST_F(Capture, PicturesAndRecordingsAreOfTheExamThatIsSelectedWhenTheyAreTaken) {
