@@ -53,7 +53,7 @@ void fgSetOnNews(std::function<void()> onNews);
 // How a camera is opened by the id of the settings, in place of openCamera(); an empty function for that.
 using CameraOpener = std::function<std::unique_ptr<CameraDriver>(const std::string& id, std::string& why)>;
 void fgOpenWith(CameraOpener opener);
-// Told of each failure of the camera that "Show all errors" shows, once.
+// Told of each failure of the camera that "Show all errors" shows, once; at once of those when it was opened.
 void fgSetOnError(std::function<void(const std::string&)> onError);
 // Closes the camera and opens the one that the settings name now; a picture that ran runs again.
 bool fgReopen();
@@ -96,7 +96,7 @@ void fgSetShowErrors(bool on);
 // False, with the text untouched, for an index of no board.
 bool fgDriverInfo(int32_t index, std::string& text);
 const char* fgBoardName(int32_t index);
-// Where a picture of the zoomed display may begin, at or before a place asked for.
+// Where the camera's area may begin, at or before a column asked for.
 int32_t fgAlignedLeft(int32_t left);
 // Not empty when frames were lost since the last call, by how many.
 std::string fgFrameCheck();
