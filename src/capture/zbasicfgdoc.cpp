@@ -4,6 +4,7 @@
 #include <array>
 #include <ctime>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "analysis/autoflash.h"
@@ -16,6 +17,7 @@
 #include "capture/texts.h"
 #include "exams/examselection.h"
 #include "host/host.h"
+#include "imagedoc/texts.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 
@@ -136,6 +138,12 @@ CZZimage* ZBasicfgDoc::theImage() {
 bool ZBasicfgDoc::refuses(int32_t command) const {
   return ZBasicDoc::refuses(command) ||
          (isLive() && std::ranges::find(kNeedAStill, command) != kNeedAStill.end());
+}
+
+// A live picture is grey: what is said to need that needs one that stays.
+const char* ZBasicfgDoc::whyOff(int32_t command, const char* usual) const {
+  const bool needsAStill = refuses(command) || std::string_view(usual) == text::kNeedsGrey;
+  return isLive() && needsAStill ? text::kFreezeFirst : ZBasicDoc::whyOff(command, usual);
 }
 
 bool ZBasicfgDoc::start() {

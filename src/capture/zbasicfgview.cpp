@@ -84,14 +84,16 @@ void ZBasicfgView::storeZoom() const {
   settings.setInt(kSection, "wbottom", windowSize().height);
 }
 
+void ZBasicfgView::restoreSize() {
+  const Size content = contentSize();
+  site().resizeFrame({settings.getInt(kSection, "wright", content.width),
+                      settings.getInt(kSection, "wbottom", content.height)});
+}
+
 void ZBasicfgView::startCamera() {
   if (isLive() || !doc.start()) return;
   restoreZoom();
-  if (!std::exchange(wasSized, true)) {
-    const Size content = contentSize();
-    site().resizeFrame({settings.getInt(kSection, "wright", content.width),
-                        settings.getInt(kSection, "wbottom", content.height)});
-  }
+  if (!std::exchange(wasSized, true)) restoreSize();
   displayed = displayedAtTick = 0;
   tickedAt = steadySeconds();
   takeRate(fgState().actualFps);
@@ -273,15 +275,14 @@ void ZBasicfgView::startTimedSaves() {
   const std::string stem = ZBasicfgDoc::automaticStem("-%y%m%d%H%M%S");
   saveStem = stem;
   char letter = 'a';
-  while (fileExists(saveStem + format("_%03i", 1) + doc.storedType()->filterExtension()))
+  while (fileExists(saveStem + format("_%03i", 0) + doc.storedType()->filterExtension()))
     saveStem = stem + letter++;
   saveTimer.start(std::max(1, doc.timerint) * 1000, [this] { saveTimed(); });
   saveTimed();
 }
 
 void ZBasicfgView::saveTimed() {
-  ++saved;
-  const bool done = doc.saveStill(saveStem + format("_%03i", saved));
+  const bool done = doc.saveStill(saveStem + format("_%03i", saved++));
   if (!done || saved >= doc.timerN) saveTimer.stop();
 }
 
@@ -380,6 +381,8 @@ void ZBasicfgView::selectCamera() {
   const int32_t before = chosen;
   Form form("Select camera");
   form.addChoice("Camera", chosen, words);
+  if (std::string inUse; fgDriverInfo(0, inUse))
+    form.addNote(format("In use: %s (%s)", inUse.c_str(), fgBoardName(0)));
   if (!host().forms.run(form) || chosen == before) return;
   fgSetCamera(chosen == 0 ? std::string() : found[static_cast<size_t>(chosen - 1)].id);
   restart();
@@ -399,7 +402,7 @@ void ZBasicfgView::focusDrive() {}
 const CommandTableBase& ZBasicfgView::commandTable() {
   using V = ZBasicfgView;
   static constexpr const char* kNoDrive = "This camera has no focus drive.";
-  static constexpr const char* kRecording = "A recording is under way.";
+  static constexpr const char* kRecording = text::kUnderWay;
   static const CommandTable<V> table{
       {{cmd::StartVideo,
         "&Start video",

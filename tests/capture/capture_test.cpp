@@ -10,6 +10,7 @@
 #include "capturetest.h"
 #include "exams/subjectselection.h"
 #include "imagedoc/magnification.h"
+#include "imagedoc/texts.h"
 #include "linescan/zlinescandoc.h"
 #include "support/fulldisc.h"
 
@@ -96,7 +97,7 @@ TEST_F(Capture, SavesByTheTimeAndByTheTimer) {
   host.fill({{"number of images", "2"}, {"interval (seconds)", "1"}});
   runCommand(cmd::TimedSaves);
   runCommand(cmd::SaveImage);
-  EXPECT_THAT(live().saveName, EndsWith("_001.tv1"));
+  EXPECT_THAT(live().saveName, EndsWith("a_000.tv1"));
   EXPECT_TRUE(app->loop.hasTimer(ZBasicfgView::kSaveTimer));
   EXPECT_EQ(settings.getInt("fgdoc", "timerint", 0), 1);
   host.calls.clear();
@@ -414,20 +415,13 @@ TEST_F(Capture, LightIsSetByStrobeExposureOrNothing) {
   EXPECT_EQ(fgState().exposureUs, 900);
 }
 
-// One that takes any exposure, and slows down for it.
-class PatientCamera final : public CameraDriver {
+// A camera before another, which does what is not told otherwise.
+class OddCamera : public CameraDriver {
  public:
   CameraInfo info() const override { return inner->info(); }
-  std::optional<CameraRange> range(CameraRole role) override {
-    return role == CameraRole::Exposure ? CameraRange{20, 1e6, 1} : inner->range(role);
-  }
-  std::optional<double> value(CameraRole role) override {
-    return role == CameraRole::Exposure ? exposure : inner->value(role);
-  }
-  Outcome set(CameraRole role, double value) override {
-    if (role == CameraRole::Exposure) exposure = value;
-    return inner->set(role, value);
-  }
+  std::optional<CameraRange> range(CameraRole role) override { return inner->range(role); }
+  std::optional<double> value(CameraRole role) override { return inner->value(role); }
+  Outcome set(CameraRole role, double value) override { return inner->set(role, value); }
   Size sensor() const override { return inner->sensor(); }
   Rect area() const override { return inner->area(); }
   Outcome setArea(const Rect& area) override { return inner->setArea(area); }
@@ -439,11 +433,125 @@ class PatientCamera final : public CameraDriver {
   Outcome start(FrameReceiver& receiver) override { return inner->start(receiver); }
   void stop() override { inner->stop(); }
 
- private:
+ protected:
   std::unique_ptr<SimulatedCamera> inner =
       openSimulatedCamera({.sensor = {128, 64}, .pace = CameraPace::Step});
+};
+
+// One that takes any exposure, and slows down for it.
+struct PatientCamera final : OddCamera {
+  std::optional<CameraRange> range(CameraRole role) override {
+    return role == CameraRole::Exposure ? CameraRange{20, 1e6, 1} : inner->range(role);
+  }
+  std::optional<double> value(CameraRole role) override {
+    return role == CameraRole::Exposure ? exposure : inner->value(role);
+  }
+  Outcome set(CameraRole role, double value) override {
+    if (role == CameraRole::Exposure) exposure = value;
+    return inner->set(role, value);
+  }
   double exposure = 0;
 };
+
+struct FailingCamera final : OddCamera {
+  Outcome set(CameraRole, double) override { return Outcome::failure("no"); }
+  Outcome setArea(const Rect&) override { return Outcome::failure("no"); }
+  Outcome announce(uint8_t* block, int64_t bytes) override {
+    return ++announced > 8 ? Outcome::failure("no") : inner->announce(block, bytes);
+  }
+  int announced = 0;
+};
+
+TEST_F(Capture, AllErrorsAreShownEachOnce) {
+  for (const char* key : {"ShowErrors", "binning", "grabarea"}) settings.setInt("ueyeP", key, 1);
+  settings.setInt("ueyeP", "usergrabwidth", 32);
+  settings.setInt("ueyeP", "usergrabHeight", 16);
+  fgOpenWith([](const std::string&, std::string&) { return std::make_unique<FailingCamera>(); });
+  openLive();
+  fgSetFlash(700, true);
+  fgSetFlash(800, true);
+  sequence(9, 0, 0, 0);
+  runCommand(cmd::Trigger);
+  for (const char* flaw : {"set binning failed no", "set pixelclk 35 failed no", "set roi failed no",
+                           "announce buffer 8 failed=no"})
+    EXPECT_THAT(host.messages, Contains(flaw));
+  EXPECT_THAT(host.messages, Contains(StartsWith("flash end=")).Times(1));
+  EXPECT_THAT(host.messages, Contains(StartsWith("set exp failed=")).Times(1));
+}
+
+TEST_F(Capture, WhatTheCameraDoesNotGiveIsInTheLog) {
+  EXPECT_FALSE(fgAllocbufs(1, 8, 8));
+  EXPECT_THAT(log(), HasSubstr("fgAllocbufs. new recimage exception!\n"));
+  useCamera({.without = {CameraRole::StrobeEnd}});
+  openLive();
+  EXPECT_THAT(log(), HasSubstr("flashend get range fail=1\n"));
+}
+
+TEST_F(Capture, AnAreaBeginsAtAMultipleOfFourTimesTheZoom) {
+  settings.setInt("ueyeP", "grabarea", 1);
+  settings.setInt("ueyeP", "usergrabwidth", 40);
+  settings.setInt("ueyeP", "usergrabHeight", 16);
+  for (const auto& [zoom, left] : {std::pair{0, 44}, {1, 44}, {2, 40}}) {
+    settings.setInt("ueyeP", "zoomx", zoom);
+    openLive();
+    EXPECT_EQ(camera->area().left, left);
+    process.liveTemplate->discard(live());
+  }
+}
+
+TEST_F(Capture, TheDialogOfCamerasTellsWhichIsInUse) {
+  openLive();
+  host.fills.push_back([](Form& form) {
+    std::string all;
+    for (const FormField& field : form.fields()) all += field.label + "\n";
+    EXPECT_THAT(all, HasSubstr("In use: ueye-1 Simulated finger (ueyezz)"));
+    return false;
+  });
+  runCommand(cmd::SelectCamera);
+}
+
+TEST_F(Capture, TheFlickerlessWindowHasItsSizeBackAfterARecording) {
+  struct Site final : ViewSite {
+    void resizeFrame(Size content) override { size = content; }
+    Size size;
+  } site;
+  sequence(9, 0, 0, 0);
+  for (const int32_t flickerless : {0, 1}) {
+    settings.setInt("ueyeP", "flessEN", flickerless);
+    openLive();
+    view().setWindowSize({300, 200});
+    runCommand(cmd::Trigger);
+    view().attach(&site);
+    frames(1);
+    runCommand(cmd::Trigger);
+    EXPECT_EQ(site.size, (flickerless ? Size{300, 200} : Size{}));
+    view().attach(nullptr);
+    app->documents.discardAll();
+  }
+}
+
+TEST_F(Capture, CommandsSayThatThePictureIsLive) {
+  openLive();
+  frames(1);
+  EXPECT_STREQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kFreezeFirst);
+  EXPECT_STREQ(live().whyOff(cmd::FilePrint, ""), text::kFreezeFirst);
+  EXPECT_STREQ(live().whyOff(cmd::Copy, "other"), "other");
+  view().stopCamera();
+  EXPECT_STREQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kNeedsGrey);
+}
+
+TEST_F(Capture, AStillOfABinnedPictureHasItsScaleAndSaysSo) {
+  openLive();
+  live().magx = live().magy = 1.5;
+  runCommand(cmd::HalfResolution);
+  frames(1);
+  ASSERT_TRUE(live().saveStill(folder.file("half")));
+  app->openDocumentFile(folder.file("half.tv1"));
+  EXPECT_EQ(image()->theImage()->width, 64);
+  EXPECT_EQ(image()->magx, 3.0);
+  EXPECT_EQ(image()->magy, 3.0);
+  EXPECT_THAT(image()->notes, HasSubstr("binning on"));
+}
 
 TEST_F(Capture, AFastRateIsNotSlowedByTheExposure) {
   fgOpenWith([](const std::string&, std::string&) { return std::make_unique<PatientCamera>(); });
