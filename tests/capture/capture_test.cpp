@@ -183,7 +183,7 @@ TEST_F(Capture, ALoopKeepsTheNumbersOfItsFrames) {
 
 // The frames so far, in the first round of a loop and in its second.
 TEST_F(Capture, AKilledRecordingOpensWithItsFrames) {
-  for (const auto& [count, numbers] : {std::pair{3, std::vector<uint32_t>{0, 2, 4}}, {6, {6, 8, 10, 12}}}) {
+  for (const auto& [count, numbers] : {std::pair{3, std::vector<uint32_t>{4, 6, 8}}, {6, {8, 10, 12, 14}}}) {
     process.baseName = "killed" + std::to_string(count);
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
@@ -191,6 +191,7 @@ TEST_F(Capture, AKilledRecordingOpensWithItsFrames) {
     if (child == 0) {
       sequence(4, 0, 1, 1);
       openLive();
+      frames(1);
       runCommand(cmd::Trigger);
       frames(count);
       (void)!::write(ends[1], "x", 1);
@@ -203,11 +204,16 @@ TEST_F(Capture, AKilledRecordingOpensWithItsFrames) {
     ::waitpid(child, nullptr, 0);
     ::close(ends[0]);
     for (const auto& file : std::filesystem::directory_iterator(folder.path()))
-      if (file.path().filename().string().starts_with(process.baseName)) app->openDocumentFile(file.path());
+      if (file.path().filename().string().starts_with(process.baseName) && file.path().extension() == ".mve")
+        app->openDocumentFile(file.path());
     auto* opened = dynamic_cast<CVivoCapDoc*>(app->documents.active());
     ASSERT_NE(opened, nullptr);
     EXPECT_EQ(numbersOf(*opened), numbers);
     EXPECT_THAT(host.messages.back(), HasSubstr("was cut off"));
+    const std::string beside = opened->movie->fileName + ".numbers";
+    EXPECT_TRUE(fileExists(beside));
+    ASSERT_TRUE(opened->onSaveDocument(folder.file("saved.dtv")));
+    EXPECT_FALSE(fileExists(beside));
     app->documents.discardAll();
   }
 }
