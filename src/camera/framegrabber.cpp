@@ -93,7 +93,6 @@ bool Grabber::open() {
   set.load();
   missing.clear();
   told.clear();
-  untold.clear();
   std::string why;
   driver = opener ? opener(set.camera, why) : openCamera(set.camera, why);
   if (!driver) {
@@ -303,9 +302,7 @@ bool fgFreeze() {
 uint32_t fgCheckFrame() { return grabber().checkFrame(); }
 
 void fgOpenWith(CameraOpener opener) { grabber().opener = std::move(opener); }
-void fgSetOnError(std::function<void(const std::string&)> onError) {
-  grabber().setOnError(std::move(onError));
-}
+void fgSetOnError(std::function<void(const std::string&)> onError) { grabber().onError = std::move(onError); }
 
 bool fgReopen() {
   const bool ran = grabber().state.grabbing;

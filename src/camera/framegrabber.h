@@ -53,7 +53,7 @@ void fgSetOnNews(std::function<void()> onNews);
 // How a camera is opened by the id of the settings, in place of openCamera(); an empty function for that.
 using CameraOpener = std::function<std::unique_ptr<CameraDriver>(const std::string& id, std::string& why)>;
 void fgOpenWith(CameraOpener opener);
-// Told of each failure of the camera that "Show all errors" shows, once; at once of those when it was opened.
+// Told of each failure of the camera that "Show all errors" shows, once.
 void fgSetOnError(std::function<void(const std::string&)> onError);
 // Closes the camera and opens the one that the settings name now; a picture that ran runs again.
 bool fgReopen();

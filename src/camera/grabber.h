@@ -39,7 +39,6 @@ class Grabber final : public FrameSource {
   void setRole(CameraRole role, double value, const char* failure);
   // For the log; and once for each `what` for whoever is shown all errors.
   void fail(const std::string& what, const std::string& words);
-  void setOnError(std::function<void(const std::string&)> teller);
   void applyGain();
   void setClock();
   void setStrobe(int32_t microseconds);
@@ -64,6 +63,7 @@ class Grabber final : public FrameSource {
   std::unique_ptr<CZZchildimage> recImage;  // the part of a picture that is recorded
   int32_t skipFrames = 0;
   CameraOpener opener;
+  std::function<void(const std::string&)> onError;
   std::string failure;  // of the last recording; written by the hub's thread, read after it ended
   FrameHub::Counts checked;
 
@@ -77,9 +77,7 @@ class Grabber final : public FrameSource {
   void takeLost(const std::string& why);
   std::vector<std::unique_ptr<uint8_t[]>> blocks;
   std::set<CameraRole> missing;  // that were told of
-  std::function<void(const std::string&)> onError;
   std::set<std::string> told;
-  std::vector<std::string> untold;  // while nobody was there to be told
 };
 
 Grabber& grabber();

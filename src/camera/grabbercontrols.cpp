@@ -1,6 +1,5 @@
 // What the camera is set to, role by role: light, exposure, rate, gain, clock, and the settings kept of them.
 #include <algorithm>
-#include <utility>
 
 #include "base/numbers.h"
 #include "base/text.h"
@@ -31,17 +30,7 @@ std::optional<CameraRange> Grabber::rangeOf(CameraRole role) {
 
 void Grabber::fail(const std::string& what, const std::string& words) {
   logPrintf("%s\n", words.c_str());
-  if (!state.set.showErrors || !told.insert(what).second) return;
-  if (onError)
-    onError(words);
-  else
-    untold.push_back(words);
-}
-
-void Grabber::setOnError(std::function<void(const std::string&)> teller) {
-  onError = std::move(teller);
-  if (!onError) return;
-  for (const std::string& words : std::exchange(untold, {})) onError(words);
+  if (state.set.showErrors && onError && told.insert(what).second) onError(words);
 }
 
 void Grabber::setRole(CameraRole role, double value, const char* words) {

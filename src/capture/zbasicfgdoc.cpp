@@ -78,7 +78,9 @@ TakenName takeLetterName(const std::string& stem, const std::string& ending) {
 bool ZBasicfgDoc::onNewDocument() {
   if (!ZBasicDoc::onNewDocument()) return false;
   const WaitScope wait;
+  fgSetOnError([this](const std::string& words) { report(words); });
   if (!fginit()) {
+    fgSetOnError(nullptr);
     logPrintf("nofg\n");
     report(text::kNoVideoInput);
     return false;
@@ -127,6 +129,7 @@ void ZBasicfgDoc::onCloseDocument() {
   }
   storeRegion(roi);
   fgterm();
+  fgSetOnError(nullptr);
 }
 
 bool ZBasicfgDoc::isLive() const { return fgState().grabbing; }

@@ -48,7 +48,6 @@ ZBasicfgView::ZBasicfgView(ZBasicfgDoc& document)
   app.liveView = this;
   app.camera = this;
   fgSetOnNews([&app] { app.loop.wakeFromAnyThread(); });
-  fgSetOnError([this](const std::string& words) { doc.report(words); });
   feed.sampleElsewhere(kFramesThatWait, sampleFrames);
   controls.open();
 }
@@ -59,7 +58,6 @@ ZBasicfgView::~ZBasicfgView() {
   storeZoom();
   fgFreeze();
   fgSetOnNews(nullptr);
-  fgSetOnError(nullptr);
   if (app.liveView == this) app.liveView = nullptr;
   if (app.camera == this) app.camera = nullptr;
 }
