@@ -315,6 +315,16 @@ TEST_F(Capture, TheWindowsOfLightAndFocusLeaveEachOtherAlone) {
   EXPECT_EQ(focusControl.position, 9);
 }
 
+TEST_F(Capture, FocusIsMeasuredFromTheFirstPictureOn) {
+  openLive();
+  runCommand(cmd::AutoFocusControl);
+  ShownForm& form = *host.shownForms.back();
+  EXPECT_EQ(form.value(""), "") << "the camera still fills the block";
+  frames(1);
+  form.refresh();
+  EXPECT_THAT(form.value(""), StartsWith("focus="));
+}
+
 TEST_F(Capture, AFrozenPictureStaysAsItWasTaken) {
   const Rect part{8, 4, 40, 28};
   openLive();
