@@ -49,12 +49,11 @@ void Grabber::chooseArea() {
   width = width / 4 * 4;
   height = height / 2 * 2;
   if (width > 0 && height > 0) {
-    const int32_t x = (sensor.width - width) / 2, y = (sensor.height - height) / 2;
+    const int32_t x = fgAlignedLeft((sensor.width - width) / 2), y = (sensor.height - height) / 2;
     area = {x, y, x + width, y + height};
   }
   if (area != driver->area())
-    if (const Outcome done = driver->setArea(area); !done)
-      logPrintf("set roi failed %s\n", done.why().c_str());
+    if (const Outcome done = driver->setArea(area); !done) fail("area", "set roi failed " + done.why());
   area = driver->area();
   state.imageWidth = area.width();
   state.imageHeight = area.height();
@@ -66,7 +65,8 @@ bool Grabber::addBuffers(int32_t count) {
     std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[static_cast<size_t>(state.bufferSize)]);
     if (!block) return false;
     if (const Outcome done = driver->announce(block.get(), state.bufferSize); !done) {
-      logPrintf("announce buffer %i failed=%s\n", static_cast<int32_t>(blocks.size()), done.why().c_str());
+      fail("buffer",
+           format("announce buffer %i failed=%s", static_cast<int32_t>(blocks.size()), done.why().c_str()));
       return false;
     }
     blocks.push_back(std::move(block));
@@ -107,10 +107,11 @@ bool Grabber::open() {
   } else if (const Outcome binned = driver->set(CameraRole::Binning, 2);
              !rangeOf(CameraRole::Binning) || !binned) {
     set.binning = 0;
-    logPrintf("set binning failed %s\n", binned.why().c_str());
+    fail("binning", "set binning failed " + binned.why());
   } else {
     logPrintf("set binning\n");
   }
+  fgSetZoom(set.zoomX, set.zoomY);
   logPrintf("forcing softrigger\n");
   if (set.softTrigger == -1) set.softTrigger = 1;
   chooseArea();
@@ -131,7 +132,6 @@ bool Grabber::open() {
   state.liveImage = std::make_unique<CZZchildimage>(state.imageWidth, state.imageHeight, blocks.front().get(),
                                                     state.imageWidth);
   std::fill_n(blocks.front().get(), state.bufferSize, uint8_t{0});
-  fgSetZoom(set.zoomX, set.zoomY);
   state.recording = state.stopFlag = false;
   state.ready = true;
   flashControl.loadSettings();
@@ -280,9 +280,7 @@ void Grabber::endRecording() {
 const GrabberState& fgState() { return grabber().state; }
 void fgSetOnNews(std::function<void()> onNews) { grabber().hub.onNews = std::move(onNews); }
 
-void fgSetFrameListener(std::function<void(const FrameHub::Frame&)> listener) {
-  grabber().hub.onFrame = std::move(listener);
-}
+void fgSetFrameListener(FrameHub::Listener listener) { grabber().hub.setListener(std::move(listener)); }
 
 bool fginit() {
   if (grabber().driver || grabber().state.ready) fgterm();
@@ -314,11 +312,11 @@ bool fgReopen() {
 
 bool fgAllocbufs(int32_t /*count*/, int32_t width, int32_t height) {
   Grabber& g = grabber();
-  if (!g.state.liveImage) return false;
-  g.recImage =
-      std::make_unique<CZZchildimage>(width, height, g.state.liveImage->pixels, g.state.liveImage->stride);
-  logPrintf("fgAllocbufs. new recimage ok\n");
-  return true;
+  const CZZchildimage* live = g.state.liveImage.get();
+  g.recImage.reset(live ? new (std::nothrow) CZZchildimage(width, height, live->pixels, live->stride)
+                        : nullptr);
+  logPrintf(g.recImage ? "fgAllocbufs. new recimage ok\n" : "fgAllocbufs. new recimage exception!\n");
+  return g.recImage != nullptr;
 }
 
 bool fgRecordMovie(CZZMovie& movie, int32_t skipFrames, int32_t left, int32_t top, int32_t width,

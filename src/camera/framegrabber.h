@@ -45,8 +45,9 @@ bool fggrab(bool capture);
 bool fgFreeze();
 // Takes the newest picture: 6 when there is one, else 0. To be called when onNews was.
 uint32_t fgCheckFrame();
-// Who looks at every frame beside display and recording (FrameHub::onFrame); an empty function for nobody.
-void fgSetFrameListener(std::function<void(const FrameHub::Frame&)> listener);
+// Who looks at every frame beside display and recording (FrameHub::setListener); an empty function for
+// nobody.
+void fgSetFrameListener(FrameHub::Listener listener);
 // Called from threads of the camera's: a picture came, a recording ended, the camera is lost.
 void fgSetOnNews(std::function<void()> onNews);
 // How a camera is opened by the id of the settings, in place of openCamera(); an empty function for that.
@@ -95,7 +96,7 @@ void fgSetShowErrors(bool on);
 // False, with the text untouched, for an index of no board.
 bool fgDriverInfo(int32_t index, std::string& text);
 const char* fgBoardName(int32_t index);
-// Where a picture of the zoomed display may begin, at or before a place asked for.
+// Where the camera's area may begin, at or before a column asked for.
 int32_t fgAlignedLeft(int32_t left);
 // Not empty when frames were lost since the last call, by how many.
 std::string fgFrameCheck();

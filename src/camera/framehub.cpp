@@ -35,6 +35,11 @@ void FrameHub::end() {
   holders.clear();
 }
 
+void FrameHub::setListener(Listener listener) {
+  const std::lock_guard guard(lock);
+  onFrame = std::move(listener);
+}
+
 void FrameHub::release(uint8_t* block) {
   const auto at = holders.find(block);
   if (at == holders.end() || at->second == 0 || --at->second > 0) return;

@@ -38,9 +38,12 @@ class FrameHub final : public FrameReceiver {
 
   // Both from the driver's thread or the hub's.
   std::function<void(uint8_t*)> requeue;
-  // Every frame, on the driver's thread, before it goes anywhere: short work alone. Set while it is stopped.
-  std::function<void(const Frame&)> onFrame;
   std::function<void()> onNews;  // a frame, the end of a recording, a camera that was lost
+
+  // Every frame, on the driver's thread, before it goes anywhere: short work alone. The one before runs no
+  // more when this returns.
+  using Listener = std::function<void(const Frame&)>;
+  void setListener(Listener listener);
 
   // Before the driver starts, which has so many blocks; and after it stopped, when it has them all again.
   void begin(int32_t blocks);
@@ -79,6 +82,7 @@ class FrameHub final : public FrameReceiver {
   std::condition_variable changed;
   std::map<uint8_t*, int32_t> holders;  // of each block that came, how many hold it
   int32_t blocks = 0;
+  Listener onFrame;
   Counts count;
   int64_t lastCounter = -1;
   std::optional<Frame> waiting;  // for the display

@@ -37,6 +37,8 @@ class Grabber final : public FrameSource {
   // --- grabbercontrols.cpp
   std::optional<CameraRange> rangeOf(CameraRole role);
   void setRole(CameraRole role, double value, const char* failure);
+  // For the log; and once for each `what` for whoever is shown all errors.
+  void fail(const std::string& what, const std::string& words);
   void applyGain();
   void setClock();
   void setStrobe(int32_t microseconds);

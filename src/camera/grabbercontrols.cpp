@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "base/numbers.h"
+#include "base/text.h"
 #include "grabber.h"
 #include "settings/log.h"
 
@@ -20,22 +21,28 @@ constexpr double kFastRate = 99.0;         // frames a second: no time is left f
 std::optional<CameraRange> Grabber::rangeOf(CameraRole role) {
   if (!driver) return std::nullopt;
   const auto range = driver->range(role);
-  if (!range && missing.insert(role).second) logPrintf("the camera has no %s\n", nameOf(role));
+  if (!range && missing.insert(role).second) {
+    logPrintf("the camera has no %s\n", nameOf(role));
+    if (role == CameraRole::StrobeEnd) logPrintf("flashend get range fail=%i\n", 1);
+  }
   return range;
+}
+
+void Grabber::fail(const std::string& what, const std::string& words) {
+  logPrintf("%s\n", words.c_str());
+  if (state.set.showErrors && onError && told.insert(what).second) onError(words);
 }
 
 void Grabber::setRole(CameraRole role, double value, const char* words) {
   if (!rangeOf(role)) return;
-  const Outcome done = driver->set(role, value);
-  if (done) return;
-  logPrintf("%s%s\n", words, done.why().c_str());
-  if (state.set.showErrors && onError && told.insert(words).second) onError(words + done.why());
+  if (const Outcome done = driver->set(role, value); !done) fail(words, words + done.why());
 }
 
 void Grabber::setClock() {
   if (!rangeOf(CameraRole::PixelClock)) return;
   const auto done = driver->set(CameraRole::PixelClock, state.set.pixelClock);
-  if (!done) return void(logPrintf("set pixelclk %i failed %s\n", state.set.pixelClock, done.why().c_str()));
+  if (!done)
+    return fail("pixel clock", format("set pixelclk %i failed %s", state.set.pixelClock, done.why().c_str()));
   logPrintf("pixclk=%i.actual=%f\n", state.set.pixelClock,
             driver->value(CameraRole::PixelClock).value_or(state.set.pixelClock));
 }
@@ -70,7 +77,7 @@ void Grabber::setStrobe(int32_t microseconds) {
   setRole(CameraRole::StrobeStart, 0, "flash start failed=");
   const double end = std::clamp<double>(microseconds - state.exposureUs, range->low, range->high);
   if (const Outcome done = driver->set(CameraRole::StrobeEnd, end); !done)
-    logPrintf("flash end=%f failed=%s\n", end, done.why().c_str());
+    fail("strobe end", format("flash end=%f failed=%s", end, done.why().c_str()));
   state.flashUs = microseconds;
 }
 

@@ -6,7 +6,8 @@
 
 namespace tarnvisor {
 
-// Section "ueyeP" of the settings: read by fginit, written by fgterm.
+// Section "ueyeP" of the settings: read by fginit, written by fgterm. What no camera takes any more, as
+// `flessx`, is kept.
 struct GrabberSettings {
   int32_t whitelevel = 0, blacklevel = 0, gain = 0;
   int32_t dualMonitor = 0;

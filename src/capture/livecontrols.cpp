@@ -96,7 +96,9 @@ void LiveControls::read() {
   measured = format("brightness=%i", flashControl.brightness);
   lastGood = format("lastgood=%i", flashControl.lastGood);
   flashNow = format("flash=%i", flashControl.flash);
-  if (isShown(AutoFocus) && camera.liveImage && !camera.liveImage->empty())
+  // Before the first picture of a start what is shown is a block that the camera fills.
+  if (isShown(AutoFocus) && camera.liveImage && !camera.liveImage->empty() &&
+      (camera.shownFrames > 0 || !camera.grabbing))
     focusNow = format("focus=%.1f", focusControl.measureFocus(*camera.liveImage));
 }
 

@@ -72,6 +72,10 @@ bool CVivoRecDoc::refuses(int32_t command) const {
          (recordingNow && std::ranges::find(kWhileRecording, command) == kWhileRecording.end());
 }
 
+const char* CVivoRecDoc::whyOff(int32_t command, const char* usual) const {
+  return recordingNow && refuses(command) ? text::kUnderWay : CVivoCapDoc::whyOff(command, usual);
+}
+
 int32_t CVivoRecDoc::framesRecorded() const {
   return recordingNow ? static_cast<int32_t>(fgCounts().recorded) : recordedFrames;
 }
@@ -115,6 +119,7 @@ void CVivoRecDoc::startRecording() {
   auto* view = dynamic_cast<ZBasicfgView*>(theApp().liveView);
   if (!view) return;
   if (recordingNow) return stopRecording();
+  if (view->isRunning()) view->storeZoom();
   // Not without the picture: a frozen one that was measured may be wanted first.
   view->startCamera();
   if (!view->liveDocument().isLive()) return;
@@ -196,7 +201,10 @@ void CVivoRecDoc::stopRecording() {
   recordedFrames = recordingMovie ? recordingMovie->count : 0;
   std::string failure = fgRecordingFailure();
   if (failure.empty() && recordingMovie) failure = recordingMovie->failure();
-  if (const ZBasicfgDoc* live = liveDocument()) notes += live->inputParameters();
+  if (auto* view = dynamic_cast<ZBasicfgView*>(theApp().liveView)) {
+    notes += view->liveDocument().inputParameters();
+    if (fgState().set.flickerless) view->restoreSize();
+  }
   setTitle(text::kRecordedTitle + withoutDate(longDateTime(capturetime)));
   if (!recordingMovie || !recordingMovie->isOpen()) {
     recordingMovie.reset();
@@ -276,7 +284,7 @@ const CommandTableBase& CVivoRecDoc::commandTable() {
         &D::isIdle,
         {.tip = "allocate memory ready for recording",
          .status = "Makes the memory for a recording ready, so that it begins at once.",
-         .whyOff = "A recording is under way."}},
+         .whyOff = text::kUnderWay}},
        {cmd::Stop, "", &D::stopRecording, &D::isRecording}},
       &CVivoCapDoc::commandTable()};
   return table;

@@ -4,6 +4,7 @@
 #include <array>
 #include <ctime>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "analysis/autoflash.h"
@@ -16,6 +17,7 @@
 #include "capture/texts.h"
 #include "exams/examselection.h"
 #include "host/host.h"
+#include "imagedoc/texts.h"
 #include "settings/log.h"
 #include "settings/settings.h"
 
@@ -76,7 +78,9 @@ TakenName takeLetterName(const std::string& stem, const std::string& ending) {
 bool ZBasicfgDoc::onNewDocument() {
   if (!ZBasicDoc::onNewDocument()) return false;
   const WaitScope wait;
+  fgSetOnError([this](const std::string& words) { report(words); });
   if (!fginit()) {
+    fgSetOnError(nullptr);
     logPrintf("nofg\n");
     report(text::kNoVideoInput);
     return false;
@@ -125,6 +129,7 @@ void ZBasicfgDoc::onCloseDocument() {
   }
   storeRegion(roi);
   fgterm();
+  fgSetOnError(nullptr);
 }
 
 bool ZBasicfgDoc::isLive() const { return fgState().grabbing; }
@@ -138,9 +143,15 @@ bool ZBasicfgDoc::refuses(int32_t command) const {
          (isLive() && std::ranges::find(kNeedAStill, command) != kNeedAStill.end());
 }
 
+// A live picture is grey: what is said to need that needs one that stays.
+const char* ZBasicfgDoc::whyOff(int32_t command, const char* usual) const {
+  const bool needsAStill = refuses(command) || std::string_view(usual) == text::kNeedsGrey;
+  return isLive() && needsAStill ? text::kFreezeFirst : ZBasicDoc::whyOff(command, usual);
+}
+
 bool ZBasicfgDoc::start() {
   if (isLive()) return true;
-  if (frozen && isModified() && !saveModified()) return false;
+  if (frozen && isModified() && changeCount() != keptAt && !saveModified()) return false;
   if (!fggrab(true)) {
     report(fgState().lostWords);
     return false;
@@ -180,6 +191,12 @@ void ZBasicfgDoc::freeze() {
   describe();
   setTitle(text::kFrozenTitle);
   updateAllViews();
+}
+
+void ZBasicfgDoc::keepFrozen() {
+  if (!frozen || isModified() || isUnattended()) return;
+  setModified();
+  keptAt = changeCount();
 }
 
 std::string ZBasicfgDoc::inputParameters() const {
@@ -292,7 +309,8 @@ bool ZBasicfgDoc::offersToOpen(const std::string& path) {
          Answer::Yes;
 }
 
-// A live picture changes for ever; only what was frozen and measured is asked about.
+// A live picture changes for ever; only what a user froze or measured is asked about, and the next picture
+// takes the place of one that was frozen alone.
 bool ZBasicfgDoc::saveModified() {
   if (isLive()) setModified(false);
   return ZBasicDoc::saveModified();

@@ -30,6 +30,7 @@ class ZBasicfgDoc : public ZBasicDoc {
   CZZimage* theImage() override;
   bool holdsPixels() const override { return !isLive(); }
   bool refuses(int32_t command) const override;
+  const char* whyOff(int32_t command, const char* usual) const override;
   ImageFacts imageFacts() const override;
   double standardPixels() const override { return binned ? 0.5 : 1.0; }
 
@@ -38,6 +39,8 @@ class ZBasicfgDoc : public ZBasicDoc {
   // False, after the user was told, when the camera can't be started.
   [[nodiscard]] bool start();
   void freeze();
+  // A user froze it: a picture that closing asks about.
+  void keepFrozen();
   // What the picture was taken by, for its notes.
   std::string inputParameters() const;
   // The folder and name of recordings with the time: "<folder>/<base>-261122131500".
@@ -59,8 +62,9 @@ class ZBasicfgDoc : public ZBasicDoc {
   void keepPicture();
   bool offersToOpen(const std::string& path);
   bool frozen = false;
-  int32_t binned = 0;  // whether the scale is that of two by two pixels
-  Size whole;          // of the pictures that the region is drawn on
+  uint64_t keptAt = 0;  // changeCount() when a user froze it
+  int32_t binned = 0;   // whether the scale is that of two by two pixels
+  Size whole;           // of the pictures that the region is drawn on
 };
 
 // The name as it stands where no file has it, else with a letter behind the stem, then with a number.

@@ -25,7 +25,16 @@ namespace {
 constexpr const char* kSection = "fgdoc";
 constexpr Colour kRed = 0x0000ff, kGreen = 0x00ff00;
 constexpr int32_t kTextMargin = 5, kTextAboveBottom = 50;
-constexpr int32_t kMostTimedSaves = 999;  // of a name with three digits
+constexpr int32_t kMostTimedSaves = 999;       // of a name with three digits
+constexpr int32_t kFramesThatWait = 60 * 120;  // of a sampled line, while a dialog stands open
+
+// Each frame that the camera gives is sampled as it comes, shown or not.
+void sampleFrames(const std::shared_ptr<LineQueue>& rows) {
+  if (!rows) return fgSetFrameListener(nullptr);
+  fgSetFrameListener([rows](const FrameHub::Frame& frame) {
+    rows->sample(CZZchildimage(frame.width, frame.height, frame.block, frame.stride), frame.fields / 2);
+  });
+}
 
 }  // namespace
 
@@ -39,7 +48,7 @@ ZBasicfgView::ZBasicfgView(ZBasicfgDoc& document)
   app.liveView = this;
   app.camera = this;
   fgSetOnNews([&app] { app.loop.wakeFromAnyThread(); });
-  fgSetOnError([this](const std::string& words) { doc.report(words); });
+  feed.sampleElsewhere(kFramesThatWait, sampleFrames);
   controls.open();
 }
 
@@ -49,7 +58,6 @@ ZBasicfgView::~ZBasicfgView() {
   storeZoom();
   fgFreeze();
   fgSetOnNews(nullptr);
-  fgSetOnError(nullptr);
   if (app.liveView == this) app.liveView = nullptr;
   if (app.camera == this) app.camera = nullptr;
 }
@@ -74,14 +82,16 @@ void ZBasicfgView::storeZoom() const {
   settings.setInt(kSection, "wbottom", windowSize().height);
 }
 
+void ZBasicfgView::restoreSize() {
+  const Size content = contentSize();
+  site().resizeFrame({settings.getInt(kSection, "wright", content.width),
+                      settings.getInt(kSection, "wbottom", content.height)});
+}
+
 void ZBasicfgView::startCamera() {
   if (isLive() || !doc.start()) return;
   restoreZoom();
-  if (!std::exchange(wasSized, true)) {
-    const Size content = contentSize();
-    site().resizeFrame({settings.getInt(kSection, "wright", content.width),
-                        settings.getInt(kSection, "wbottom", content.height)});
-  }
+  if (!std::exchange(wasSized, true)) restoreSize();
   displayed = displayedAtTick = 0;
   tickedAt = steadySeconds();
   takeRate(fgState().actualFps);
@@ -112,6 +122,12 @@ void ZBasicfgView::freeze() {
   host().windows.refreshBars();
 }
 
+void ZBasicfgView::stopCamera() {
+  if (!isLive()) return;
+  freeze();
+  doc.keepFrozen();
+}
+
 void ZBasicfgView::restart() {
   const bool ran = isLive();
   if (ran) freeze();
@@ -128,8 +144,8 @@ void ZBasicfgView::restart() {
 uint32_t ZBasicfgView::status() {
   const bool was = isLive();
   const uint32_t events = fgCheckFrame();
+  feed.takeUp();
   if (was && !isLive()) takeLostCamera();
-  if (events && doc.theImage()) feed.sample(*doc.theImage(), frameCounter());
   return events;
 }
 
@@ -141,6 +157,7 @@ int32_t ZBasicfgView::frameCounter() { return fgState().fieldCount / 2; }
 void ZBasicfgView::takeLostCamera() {
   stopTimers();
   doc.freeze();
+  feed.pause();
   takeRate(0);
   const std::string why = fgState().lostWords;
   host().windows.refreshBars();
@@ -256,15 +273,14 @@ void ZBasicfgView::startTimedSaves() {
   const std::string stem = ZBasicfgDoc::automaticStem("-%y%m%d%H%M%S");
   saveStem = stem;
   char letter = 'a';
-  while (fileExists(saveStem + format("_%03i", 1) + doc.storedType()->filterExtension()))
+  while (fileExists(saveStem + format("_%03i", 0) + doc.storedType()->filterExtension()))
     saveStem = stem + letter++;
   saveTimer.start(std::max(1, doc.timerint) * 1000, [this] { saveTimed(); });
   saveTimed();
 }
 
 void ZBasicfgView::saveTimed() {
-  ++saved;
-  const bool done = doc.saveStill(saveStem + format("_%03i", saved));
+  const bool done = doc.saveStill(saveStem + format("_%03i", saved++));
   if (!done || saved >= doc.timerN) saveTimer.stop();
 }
 
@@ -363,6 +379,8 @@ void ZBasicfgView::selectCamera() {
   const int32_t before = chosen;
   Form form("Select camera");
   form.addChoice("Camera", chosen, words);
+  if (std::string inUse; fgDriverInfo(0, inUse))
+    form.addNote(format("In use: %s (%s)", inUse.c_str(), fgBoardName(0)));
   if (!host().forms.run(form) || chosen == before) return;
   fgSetCamera(chosen == 0 ? std::string() : found[static_cast<size_t>(chosen - 1)].id);
   restart();
@@ -382,7 +400,7 @@ void ZBasicfgView::focusDrive() {}
 const CommandTableBase& ZBasicfgView::commandTable() {
   using V = ZBasicfgView;
   static constexpr const char* kNoDrive = "This camera has no focus drive.";
-  static constexpr const char* kRecording = "A recording is under way.";
+  static constexpr const char* kRecording = text::kUnderWay;
   static const CommandTable<V> table{
       {{cmd::StartVideo,
         "&Start video",
@@ -393,7 +411,7 @@ const CommandTableBase& ZBasicfgView::commandTable() {
          .whyOff = "It is running."}},
        {cmd::FreezeVideo,
         "Free&ze video",
-        &V::freeze,
+        &V::stopCamera,
         &V::isLive,
         {.tip = "Freeze the live video",
          .status = "Stops the camera and keeps its last picture, to be measured and saved.",

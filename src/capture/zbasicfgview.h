@@ -28,11 +28,15 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   std::vector<StatusPane> panes() const override;
   bool keepsPlace() const override { return true; }
 
+  // The window's size and zoom, as they are kept; and the size as it was stored last.
+  void storeZoom() const;
+  void restoreSize();
+
   // --- as the application sees it
   void redrawNow() override;
   void freezeAndSave(const std::string& path) override;
   void startCamera() override;
-  void stopCamera() override { freeze(); }
+  void stopCamera() override;
   uint32_t status() override;
   bool isTriggered() override { return false; }
   bool isRunning() override;
@@ -57,7 +61,6 @@ class ZBasicfgView final : public ZBasicView, public LiveSink, public CameraPoll
   void saveTimed();
   void startTimedSaves();
   void restoreZoom();
-  void storeZoom() const;
   void restart();  // after a change that the camera takes only while it is stopped
 
   // --- commands

@@ -117,7 +117,8 @@ void CommandActions::refresh() {
     const CommandState state = commandState(chain, id);
     shown->setEnabled(state.enabled);
     const CommandWords& words = commands.words(id);
-    shown->setStatusTip(toQt(state.enabled || !*words.whyOff ? words.status : words.whyOff));
+    const char* whyOff = state.target ? state.target->whyOff(id, words.whyOff) : words.whyOff;
+    shown->setStatusTip(toQt(state.enabled || !*whyOff ? words.status : whyOff));
     shown->setCheckable(state.ticked);
     shown->setChecked(state.ticked);
     if (!state.text.empty()) shown->setText(menuWords(toQt(state.text)));

@@ -47,6 +47,8 @@ inline constexpr int32_t SubtractTrace = 33019;
 inline constexpr int32_t SwitchFieldOrder = 33022;
 inline constexpr int32_t SwitchLines = 33023;
 inline constexpr int32_t CalculateAllLines = 4041;
+inline constexpr int32_t DrawDensityLines = 4106;
+inline constexpr int32_t DrawVelocityLines = 4339;
 inline constexpr int32_t TrackByHand = 33032;
 inline constexpr int32_t CalculateCbvOfLines = 33037;
 inline constexpr int32_t ExportUncompressedAvi = 33064;
@@ -69,6 +71,7 @@ inline constexpr int32_t VideoProperties = 34109;
 inline constexpr int32_t ExportCompressedAvi = 34110;
 inline constexpr int32_t MovementQuality = 34116;
 inline constexpr int32_t AddFcdRow = 34117;
+inline constexpr int32_t DensityOfLines = 34133;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

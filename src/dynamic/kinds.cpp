@@ -43,7 +43,8 @@ Menu sequenceMenu() {
 
 Menu flowMenu() {
   return {"F&low",
-          {cmd::CalculateCbvOfLines, cmd::CalculateAllLines, K::Separator, cmd::CalculateFcf, cmd::SpeedByRms,
+          {cmd::DrawVelocityLines, cmd::CalculateCbvOfLines, cmd::CalculateAllLines, K::Separator,
+           cmd::DrawDensityLines, cmd::DensityOfLines, K::Separator, cmd::CalculateFcf, cmd::SpeedByRms,
            cmd::RmsSequence, K::Separator, cmd::FluxConcSpeed, cmd::FftPerPixel, K::Separator,
            cmd::WidthAgainstTime, K::Separator, cmd::FlyingSpotWindow, cmd::ChartFlyingSpot}};
 }

@@ -305,6 +305,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void scanNext(const std::shared_ptr<LineWalk>& walk);
   void evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& scan);
   double diameterAcross(const CDim& line);
+  void densityOfLines();
   bool canScan() const { return hasMovie() && !currentDims().items.empty(); }
   // vivocapdoc_flow.cpp
   class BlockJob;

@@ -271,6 +271,23 @@ void CVivoCapDoc::evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& 
   scanNext(walk);
 }
 
+// By the thousand: of micrometres, millimetres a square millimetre.
+void CVivoCapDoc::densityOfLines() {
+  if (!hasMovie() || isBusy()) return;
+  const Rect region = roi.isEmpty() ? theImage()->frameRect() : roi;
+  const Scale s = scale();
+  const double area = static_cast<double>(region.width()) * region.height() * s.x * s.y;
+  const std::string words =
+      format("functional capillary density = %.1f ", currentDims().totalLength(s.x, s.y) * 1000.0 / area);
+  Form form("Capillary density");
+  form.addNote(words);
+  if (!asked(form)) return;
+  const Change change(*this);
+  appendNotes(words + text::kLineEnd);
+  setModified();
+  updateAllViews();
+}
+
 // Of the capillary that a line runs along, across its middle: the median of what some images of the selection
 // show, as plasma that passes by looks like a narrow vessel, or none. Not measured where none is found.
 double CVivoCapDoc::diameterAcross(const CDim& line) {

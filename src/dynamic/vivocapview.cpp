@@ -11,6 +11,7 @@
 #include "framework/timetext.h"
 #include "host/host.h"
 #include "imagedoc/texts.h"
+#include "settings/settings.h"
 
 namespace tarnvisor {
 
@@ -84,6 +85,19 @@ const CommandTableBase& CVivoCapView::commandTable() {
            &V::editsMovementRegions,
            {.tip = "Edit regions",
             .status = "Draws the rectangles that movement correction compares; choose it again to leave."}},
+          {cmd::DrawVelocityLines,
+           "Draw lines for &velocities",
+           &V::drawVelocityLines,
+           &V::hasMovie,
+           {.tip = "Lines for velocities",
+            .status =
+                "Takes the tool for lines along capillaries, and leaves the regions of movement correction."}},
+          {cmd::DrawDensityLines,
+           "Draw lines for capillary &density",
+           &V::drawDensityLines,
+           &V::hasMovie,
+           {.tip = "Lines for capillary density",
+            .status = "Takes the tool for lines over all perfused capillaries, for their density."}},
           {cmd::MoveByHand,
            "Correct &Movement (drag image)",
            &V::pullByHand,
@@ -193,6 +207,12 @@ void CVivoCapView::editMovementRegions() {
   takeTool(kToolNone);  // a shape that is begun belongs to the list that is left
   doc.editMovementRegions();
   if (doc.editsMovementRegions()) takeTool(kToolDust);
+}
+
+void CVivoCapView::drawLines(const char* key, Tool usual) {
+  if (doc.editsMovementRegions()) editMovementRegions();
+  const int32_t wanted = settings.getInt("auto", key, usual);
+  takeTool(wanted >= kToolCounting && wanted <= kToolFreehandArea ? wanted : usual);
 }
 
 CView::Timeline CVivoCapView::timeline() const {

@@ -57,6 +57,10 @@ class CVivoCapView : public ZBasicView {
   void playbackSkip();
   void editMovementRegions();
   bool editsMovementRegions() const { return doc.editsMovementRegions(); }
+  // Takes the tool of the settings that such lines are drawn with.
+  void drawLines(const char* key, Tool usual);
+  void drawVelocityLines() { drawLines("linetype", kToolLines); }
+  void drawDensityLines() { drawLines("FCDtype", kToolFreehand); }
   void faster();
   void slower();
   void stepForward() { goTo(doc.currentIndex() + 1); }

@@ -180,15 +180,32 @@ bool startNewExamination(const std::string& site, const std::string& comment) {
   return theApp().documents.closeAll() && makeExamination(site, comment);
 }
 
+namespace {
+
+// What was frozen is asked about while its own subject is still selected.
+bool mayCloseLive() {
+  return !process.liveTemplate || theApp().documents.mayCloseAllOf(*process.liveTemplate);
+}
+
+void closeLive() {
+  if (process.liveTemplate) theApp().documents.discardAllOf(*process.liveTemplate);
+  host().windows.refreshBars();
+}
+
+}  // namespace
+
 void runSelectSubject(SubjectDialogFace& face) {
   CBasicApp& app = theApp();
-  if (process.liveTemplate) app.documents.closeAllOf(*process.liveTemplate);
-  host().windows.refreshBars();
+  if (!mayCloseLive()) return;
   SubjectDialog dialog;
   const SubjectDialog::Result result = face.run(dialog);
   dialog.finish(result);
-  if (result == SubjectDialog::Result::ViewExaminations) app.postMainCommand(cmd::ViewExams);
-  if (result != SubjectDialog::Result::StartNewExamination) return;
+  host().windows.refreshBars();
+  if (result == SubjectDialog::Result::Cancel) return;
+  if (result == SubjectDialog::Result::ViewExaminations) {
+    closeLive();
+    return app.postMainCommand(cmd::ViewExams);
+  }
   std::string site;
   std::string comment;
   Form form("New Examination");
@@ -199,6 +216,7 @@ void runSelectSubject(SubjectDialogFace& face) {
     app.postMainCommand(cmd::SelectSubject);
     return;
   } while (!namesSite(site) && !isUnattended());
+  closeLive();
   if (!startNewExamination(site, comment)) return;
   host().windows.refreshBars();
   app.postMainCommand(cmd::AcquisitionChain);
@@ -282,7 +300,8 @@ void runProcessResults() {
                          Icon::Warning);
     return;
   }
-  if (process.liveTemplate) app.documents.closeAllOf(*process.liveTemplate);
+  if (!mayCloseLive()) return;
+  closeLive();
   if (!app.db || !process.imageTemplate) return;
   const bool analyse = settings.getInt("settings", "postprocess", 0) != 0;
   std::string failed;

@@ -94,7 +94,7 @@ CommandState commandState(std::span<CommandTarget* const> chain, int32_t id) {
   for (const CommandTarget* target : chain) {
     const CommandTableBase* table = target ? target->commands() : nullptr;
     const CommandRow* row = table ? table->find(id) : nullptr;
-    if (row) return {true, row->enabled(*target), row->ticked(*target), row->text};
+    if (row) return {true, row->enabled(*target), row->ticked(*target), row->text, target};
   }
   return {};
 }

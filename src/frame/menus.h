@@ -43,6 +43,7 @@ struct CommandState {
   bool enabled = false;
   bool ticked = false;
   std::string text;  // with "&"
+  const CommandTarget* target = nullptr;
 };
 CommandState commandState(std::span<CommandTarget* const> chain, int32_t id);
 

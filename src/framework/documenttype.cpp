@@ -202,9 +202,15 @@ void DocumentManager::discardAll() {
   while (CDocument* front = active()) front->type()->discard(*front);
 }
 
-void DocumentManager::closeAllOf(DocumentType& type) {
-  while (!type.documents().empty())
-    if (!close(*type.documents().back())) return;
+bool DocumentManager::mayCloseAllOf(const DocumentType& type) const {
+  const std::vector<CDocument*> all = order;
+  return std::ranges::all_of(all, [&type](CDocument* document) {
+    return document->type() != &type || (document->mayStopWork() && document->saveModified());
+  });
+}
+
+void DocumentManager::discardAllOf(DocumentType& type) {
+  while (!type.documents().empty()) type.discard(*type.documents().back());
 }
 
 }  // namespace tarnvisor

@@ -149,7 +149,9 @@ class DocumentManager {
   bool closeAll();
   // Whether the work of all documents may be stopped.
   [[nodiscard]] bool mayStopWork() const;
-  void closeAllOf(DocumentType& type);
+  // Asks about each as closing does, and closes none yet; false when one is to stay.
+  [[nodiscard]] bool mayCloseAllOf(const DocumentType& type) const;
+  void discardAllOf(DocumentType& type);
   // Destroys all without asking, while what they work with still stands.
   void discardAll();
 

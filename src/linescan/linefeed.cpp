@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "app/asked.h"
+#include "base/text.h"
 #include "linescan/texts.h"
 
 namespace tarnvisor {
@@ -15,6 +17,8 @@ constexpr const char* kOtherMethod =
     "The method in \"CBV calculation parameters\" is another: two lines are for the delay between them, one line is for all else.";
 constexpr const char* kOnePlace =
     "Both lines have their middle at one place: there is no delay between them.";
+constexpr const char* kRowsLost =
+    "%lld rows of the linescan were lost, and their places are empty: the program was kept waiting for too long.";
 constexpr const char* kNoFirst = "Choose the measuring line first.";
 
 Point middleOf(std::span<const Point> path) {
@@ -38,9 +42,21 @@ ZlineScanDoc::LineFacts lineFacts(const ZlineScanDoc& scan, const ImageFacts& im
 LineFeed::~LineFeed() { drop(); }
 
 void LineFeed::drop() {
+  finish();
   if (ZlineScanDoc* scan = theLinescan()) scan->release(this);
+  giveQueue(nullptr);
   first = second = {};
   firstRow = secondRow = nullptr;
+}
+
+void LineFeed::sampleElsewhere(int32_t images, Sampler other) {
+  imagesThatWait = images;
+  sampler = std::move(other);
+}
+
+void LineFeed::giveQueue(std::shared_ptr<LineQueue> queue) {
+  rows = std::move(queue);
+  if (sampler) sampler(rows);
 }
 
 bool LineFeed::isFeeding() const { return theLinescan() && theLinescan()->isOf(this); }
@@ -61,6 +77,7 @@ std::string LineFeed::take(std::span<const Point> path, int32_t across, bool isS
 }
 
 std::string LineFeed::begin(const CDocument& video) {
+  giveQueue(nullptr);
   ZlineScanDoc* scan = openLinescan();
   if (!scan) return text::kLinescansOff;
   if (scan->isTaken() && !scan->isOf(this)) return kTaken;
@@ -73,10 +90,10 @@ std::string LineFeed::begin(const CDocument& video) {
     if (second.isEmpty()) return {};  // it waits for the other
     distance = std::hypot((static_cast<double>(secondMiddle.x) - middle.x) * facts.xScale,
                           (static_cast<double>(secondMiddle.y) - middle.y) * facts.yScale);
-    const auto rows = scan->settwolines(this, first.points() * first.across(),
-                                        second.points() * second.across(), distance, line);
-    firstRow = rows.first;
-    secondRow = rows.second;
+    const auto places = scan->settwolines(this, first.points() * first.across(),
+                                          second.points() * second.across(), distance, line);
+    firstRow = places.first;
+    secondRow = places.second;
     if (!firstRow || !secondRow) return distance > 0 ? kTaken : kOnePlace;
   } else {
     if (!second.isEmpty()) return kOtherMethod;
@@ -84,31 +101,52 @@ std::string LineFeed::begin(const CDocument& video) {
     if (!firstRow) return kTaken;
   }
   scan->startCapture();
+  giveQueue(std::make_shared<LineQueue>(first, second, samplesFields(*scan, facts), imagesThatWait));
   return {};
 }
 
 void LineFeed::sample(const CZZimage& image, int64_t number) {
+  if (!rows) return;
+  rows->sample(image, number);
+  takeUp();
+}
+
+void LineFeed::takeUp() {
+  if (!rows || rows->isEmpty()) return;
   ZlineScanDoc* scan = theLinescan();
-  if (!scan || !scan->isOf(this) || !firstRow) return;
+  if (!scan || !scan->isOf(this)) return giveQueue(nullptr);
   scan->startCapture();
-  const bool fields = samplesFields(*scan, facts);
+  const TraceBatch batch(*scan);
+  for (; !rows->isEmpty(); rows->pop()) store(*scan);
+}
+
+// The rows of the oldest image that waits.
+void LineFeed::store(ZlineScanDoc& scan) {
   constexpr int64_t kMostPassedOver = 1 << 20;
+  const int64_t number = rows->number();
   const int64_t passedOver = lastNumber >= 0 && number > lastNumber ? number - lastNumber - 1 : 0;
   lastNumber = number;
-  scan->skiplines(static_cast<int32_t>(std::min(passedOver, kMostPassedOver)) * (fields ? 2 : 1));
-  using R = ScanLine::Rows;
-  for (int32_t field = 0; field < (fields ? 2 : 1); ++field) {
-    const R rows = !fields ? R::All : field == 0 ? R::FirstField : R::SecondField;
-    const bool inside =
-        first.sample(image, *firstRow, rows) && (!secondRow || second.sample(image, *secondRow, rows));
-    if (inside)
-      scan->linesample(1);
-    else
-      scan->skiplines(1);
+  scan.skiplines(static_cast<int32_t>(std::min(passedOver, kMostPassedOver)) * rows->rowsAnImage);
+  for (int32_t field = 0; field < rows->rowsAnImage; ++field) {
+    const LineQueue::Row row = rows->row(field);
+    if (!row.inside) {
+      scan.skiplines(1);
+      continue;
+    }
+    rows->first.put(row.first, *firstRow);
+    if (secondRow) rows->second.put(row.second, *secondRow);
+    scan.linesample(1);
   }
 }
 
+void LineFeed::finish() {
+  takeUp();
+  const int64_t lost = rows && isFeeding() ? rows->takeLost() : 0;
+  if (lost > 0) theLinescan()->report(format(kRowsLost, static_cast<long long>(lost)));
+}
+
 void LineFeed::pause() {
+  finish();
   lastNumber = -1;
   if (ZlineScanDoc* scan = theLinescan(); scan && scan->isOf(this)) scan->stopCapture();
 }

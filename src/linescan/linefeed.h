@@ -1,12 +1,15 @@
-// What ties a view's line, or two, to the linescan window: the view that a line was chosen in samples it in
-// each image it shows, and the window stores the rows.
+// What ties a view's line, or two, to the linescan window: the line is sampled in each image that the view
+// that it was chosen in shows, or that comes on another thread, and the window stores the rows.
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <span>
 #include <string>
 
 #include "linescan/imagefacts.h"
+#include "linescan/linequeue.h"
 #include "linescan/scanline.h"
 #include "linescan/zlinescandoc.h"
 
@@ -32,14 +35,27 @@ class LineFeed {
   bool isFeeding() const;
   bool isTwo() const { return isFeeding() && !second.isEmpty(); }
 
+  // Where images come on another thread: that one has them sampled into the queue which it is given here when
+  // a line is taken, and nullptr when it goes. The rows of so many images wait there.
+  using Sampler = std::function<void(std::shared_ptr<LineQueue>)>;
+  void sampleElsewhere(int32_t images, Sampler sampler);
+
   // The image that is shown now, by its number in the sequence. What lies outside it, and images that were
   // passed over since the last one, leave rows without values.
   void sample(const CZZimage& image, int64_t number);
-  void pause();  // until the next sample
+  // Stores the rows that wait. The places of those that were lost for want of room stay without values.
+  void takeUp();
+  void pause();  // until the next sample; lost rows are told
 
  private:
   std::string begin(const CDocument& video);
+  void giveQueue(std::shared_ptr<LineQueue> queue);
+  void store(ZlineScanDoc& scan);
+  void finish();
   ScanLine first, second;
+  std::shared_ptr<LineQueue> rows;
+  int32_t imagesThatWait = 1;
+  Sampler sampler;
   ImageFacts facts;
   std::string lineName;
   double distance = 0;

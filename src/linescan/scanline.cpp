@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <numeric>
 
 #include "analysis/profile.h"
 #include "base/numbers.h"
@@ -54,6 +53,7 @@ void ScanLine::add(double x, double y, double alongX, double alongY, double aspe
     box = pixels.empty() ? own
                          : Rect{std::min(box.left, own.left), std::min(box.top, own.top),
                                 std::max(box.right, own.right), std::max(box.bottom, own.bottom)};
+    indices.push_back(static_cast<uint32_t>(pixels.size()));
     pixels.push_back(pixel);
   }
   ++count;
@@ -63,31 +63,30 @@ bool ScanLine::liesIn(const CZZimage& image) const {
   return !isEmpty() && !image.empty() && box.intersected(image.frameRect()) == box;
 }
 
-bool ScanLine::sample(const CZZimage& image, CdataVect& row, Rows rows) {
-  if (!liesIn(image)) return false;
+bool ScanLine::levels(const CZZimage& image, std::span<uint8_t> to, Rows rows) const {
+  if (!liesIn(image) || to.size() < pixels.size()) return false;
   const Point origin = image.frameOrigin();
-  const auto offsetOf = [&](Point at) {
-    at = at - origin;
+  const bool isGrey = image.bytesPerPixel == 1;
+  for (size_t i = 0; i < pixels.size(); ++i) {
+    Point at = pixels[i] - origin;
     if (image.isField())
       at.y /= 2;
     else if (rows != Rows::All)
       at.y = std::min((at.y & ~1) + (rows == Rows::SecondField ? 1 : 0), image.height - 1);
-    return static_cast<size_t>(at.y) * static_cast<size_t>(image.stride) +
-           static_cast<size_t>(at.x) * static_cast<size_t>(image.bytesPerPixel);
-  };
-  indices.resize(pixels.size());
-  const uint8_t* plane = image.row(0);
-  if (image.bytesPerPixel == 1) {
-    std::transform(pixels.begin(), pixels.end(), indices.begin(),
-                   [&](Point at) { return static_cast<uint32_t>(offsetOf(at)); });
-  } else {
-    greys.resize(pixels.size());
-    std::iota(indices.begin(), indices.end(), 0U);
-    std::transform(pixels.begin(), pixels.end(), greys.begin(),
-                   [&](Point at) { return truncatedToByte(greyOf(plane + offsetOf(at))); });
-    plane = greys.data();
+    const uint8_t* pixel = image.row(at.y) + static_cast<ptrdiff_t>(at.x) * image.bytesPerPixel;
+    to[i] = isGrey ? *pixel : truncatedToByte(greyOf(pixel));
   }
-  row.sampleavg(plane, {indices, 1, static_cast<uint32_t>(indices.size())});
+  return true;
+}
+
+void ScanLine::put(std::span<const uint8_t> levels, CdataVect& row) const {
+  row.sampleavg(levels.data(), {indices, 1, static_cast<uint32_t>(std::min(indices.size(), levels.size()))});
+}
+
+bool ScanLine::sample(const CZZimage& image, CdataVect& row, Rows rows) {
+  greys.resize(pixels.size());
+  if (!levels(image, greys, rows)) return false;
+  put(greys, row);
   return true;
 }
 

@@ -172,10 +172,17 @@ void writeOpenNumbers(MovieFile& file, int64_t end, int32_t slot, std::span<cons
   }
 }
 
-void readOpenNumbers(const MovieFile& file, const MovieLayout& layout, FrameTable& table) {
-  if (!layout.keepsNumbers) return;
+std::string pathOfOpenNumbers(const std::string& movie) { return movie + ".numbers"; }
+
+void readOpenNumbers(const MovieFile& file, const std::string& path, const MovieLayout& layout,
+                     FrameTable& table) {
+  if (!layout.cutOff) return;
+  const auto beside =
+      layout.keepsNumbers ? nullptr : MovieFile::open(pathOfOpenNumbers(path), MovieFile::Access::Update);
+  if (!layout.keepsNumbers && !beside) return;
   std::vector<uint8_t> bytes(table.size() * MovieLayout::kNumberBytes);
-  bytes.resize(file.read(bytes.data(), bytes.size(), layout.placeOfNumber(0)));
+  bytes.resize(beside ? beside->read(bytes.data(), bytes.size(), 0)
+                      : file.read(bytes.data(), bytes.size(), layout.placeOfNumber(0)));
   const size_t whole = bytes.size() / MovieLayout::kNumberBytes;
   for (size_t slot = 0; slot < whole; ++slot) {
     const uint32_t number = ~getLittle<uint32_t>(bytes.data() + slot * MovieLayout::kNumberBytes);

@@ -74,8 +74,12 @@ void writeOpenTrailer(MovieFile& file, int64_t end, int32_t count, int32_t oldes
 // The numbers of the frames from a slot on, which the document keeps once the recording has ended; `end` is
 // that of the slots.
 void writeOpenNumbers(MovieFile& file, int64_t end, int32_t slot, std::span<const FrameRecord> records);
-// What the file keeps of its frames' numbers, slot by slot; a record without one is as it was.
-void readOpenNumbers(const MovieFile& file, const MovieLayout& layout, FrameTable& table);
+// The file beside a movie that is being recorded, with the numbers of the first round; gone with its end.
+std::string pathOfOpenNumbers(const std::string& movie);
+// What is kept of the frames' numbers of a movie that was cut off, slot by slot; a record without one is as
+// it was.
+void readOpenNumbers(const MovieFile& file, const std::string& path, const MovieLayout& layout,
+                     FrameTable& table);
 // The header of a frame that carries its own; false when there is none.
 bool readFrameHeader(const MovieFile& file, int64_t at, ZzgHeader& header);
 

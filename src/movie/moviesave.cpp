@@ -109,6 +109,7 @@ bool MovieSave::takeCopy(const Outcome& made) {
   saved = movie.open(name);
   if (moves && std::remove(from.c_str()) != 0)
     logPrintf("%s was copied and could not be removed: %s\n", from.c_str(), std::strerror(errno));
+  if (moves && cutOff) std::remove(pathOfOpenNumbers(from).c_str());
   if (!saved) return false;
   movie.rate = oldRate;
   movie.scale = oldScale;
@@ -128,6 +129,7 @@ bool MovieSave::finish() {
     if (const std::string part = std::exchange(movie.leftOverFile, {}); !saved && !part.empty())
       std::remove(part.c_str());
     if (way == Way::Mending) movie.shared = 1;
+    if (way == Way::Mending && saved) movie.dropOpenNumbers();
     pass.reset();
   }
   copy.reset();
@@ -160,6 +162,7 @@ bool CZZMovie::writeMissingTrailer() {
     if (!file->cutTo(end)) throw ArchiveException(std::strerror(errno));
     writeTrailer(*file, end, count, oldest);
     recovered = 0;
+    dropOpenNumbers();
     return true;
   } catch (const ArchiveException& e) {
     trouble = e.what();

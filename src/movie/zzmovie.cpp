@@ -265,7 +265,10 @@ void CZZMovie::close() {
   if (modified) logPrintf("closing modified movie!\n");
   abandonProcessing();
   try {
-    if (mode == kRecordingFile && file) finishRecordedFile();
+    if (mode == kRecordingFile && file) {
+      finishRecordedFile();
+      dropOpenNumbers();
+    }
   } catch (const ArchiveException& e) {
     // The frames are there all the same: opening the file finds them by its length.
     logPrintf("closing %s: %s\n", fileName.c_str(), e.what());
@@ -278,6 +281,7 @@ void CZZMovie::close() {
   video.reset();
   if (mode == kAvi) logPrintf("closeAVI done\n");
   file.reset();
+  openNumbers.reset();
   processingFile = nullptr;
   frameTable.clear();
   fileName.clear();

@@ -216,6 +216,7 @@ class CZZMovie {
   [[nodiscard]] bool takeFrame(const CZZimage& image, int32_t field);
   void writeRecorded(const CZZimage& image);
   void writeOpenEnd();
+  void dropOpenNumbers();
   void readBack();
   void finishRecordedFile();
   [[nodiscard]] bool writeMissingTrailer();
@@ -224,9 +225,10 @@ class CZZMovie {
   CZZchildimage frame;  // what callers see: a view onto holder or memory
   std::unique_ptr<uint8_t, FreeBlock> memory;  // slot k at k times the bytes of a slot
   std::unique_ptr<VideoReader> video;
-  std::unique_ptr<MovieOutput> output;  // of a recording to AVI
-  MoviePass* pass = nullptr;            // that the frame shown belongs to; borrowed
-  std::unique_ptr<MoviePass> ownPass;   // of openProcessing
+  std::unique_ptr<MovieOutput> output;     // of a recording to AVI
+  MoviePass* pass = nullptr;               // that the frame shown belongs to; borrowed
+  std::unique_ptr<MoviePass> ownPass;      // of openProcessing
+  std::unique_ptr<MovieFile> openNumbers;  // of a recording in its first round; null without
   bool recording = false;
   bool full = false;     // a recording without ring has filled its slots
   bool isShown = false;  // `current` has been loaded

@@ -63,7 +63,7 @@ bool CZZMovie::openFile(const std::string& name) {
     return false;
   }
   trouble.clear();
-  readOpenNumbers(*file, layout, frameTable);
+  readOpenNumbers(*file, name, layout, frameTable);
   count = layout.count;
   oldest = layout.oldest;
   wrapped = layout.wrapped;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "archive/archive.h"
@@ -57,6 +58,7 @@ bool CZZMovie::record(int32_t frames, const std::string& name, int32_t x, int32_
     try {
       if (!file) throw ArchiveException(std::strerror(errno));
       writeMovieStart(*file, holder);
+      openNumbers = MovieFile::open(pathOfOpenNumbers(name), MovieFile::Access::Create);
     } catch (const ArchiveException& e) {
       logPrintf("record file open %s failed\n", name.c_str());
       trouble = e.what();
@@ -113,10 +115,11 @@ void CZZMovie::writeRecorded(const CZZimage& image) {
       if (wrapped) writeOpenTrailer(*file, dataOffset + frameBytes * slots, count, oldest, true);
       lastWritten = dataOffset + frameBytes * current;
       file->write(image.pixels, static_cast<size_t>(frameBytes), lastWritten);
-      if (wrapped) {
-        const FrameRecord record = FrameRecord::of(frame);
+      const FrameRecord record = FrameRecord::of(frame);
+      if (wrapped)
         writeOpenNumbers(*file, dataOffset + frameBytes * slots, current, {&record, 1});
-      }
+      else if (openNumbers)
+        writeOpenNumbers(*openNumbers, 0, current, {&record, 1});
     } catch (const ArchiveException&) {
       // Without the part of a frame, so that the disc has room for the end.
       if (!wrapped && !file->cutTo(dataOffset + frameBytes * current))
@@ -134,6 +137,11 @@ void CZZMovie::writeOpenEnd() {
   const int64_t end = dataOffset + frameBytes * slots;
   writeOpenTrailer(*file, end, count, oldest, false);
   if (current == 0) writeOpenNumbers(*file, end, 0, frameTable);
+}
+
+void CZZMovie::dropOpenNumbers() {
+  openNumbers.reset();
+  std::remove(pathOfOpenNumbers(fileName).c_str());
 }
 
 int32_t CZZMovie::nextSlot() {

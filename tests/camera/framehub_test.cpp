@@ -65,6 +65,23 @@ TEST_F(FrameHubThreads, TheNewestIsShownAndGapsAreCounted) {
   EXPECT_FALSE(hub.lostCamera());
 }
 
+TEST_F(FrameHubThreads, AListenerHasEachFrameUntilItIsTakenAway) {
+  std::vector<int> heard;
+  hub.setListener([&](const FrameHub::Frame& frame) { heard.push_back(*frame.block); });
+  std::atomic<int64_t> came = 0;
+  std::thread driver([&] {
+    for (; came < 200; std::this_thread::yield())
+      if (bring(came)) ++came;
+  });
+  while (came < 100) std::this_thread::yield();
+  hub.setListener(nullptr);
+  const size_t before = heard.size();  // on no other thread any more
+  driver.join();
+  EXPECT_EQ(heard.size(), before);
+  EXPECT_GE(before, 100u);
+  EXPECT_EQ(heard[99], 99);
+}
+
 TEST_F(FrameHubThreads, EveryFrameIsRecordedWhileNobodyLooks) {
   std::vector<int> written;
   hub.startRecording(0, [&](const FrameHub::Frame& frame) {

@@ -2,10 +2,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <ranges>
+
 #include "base/clock.h"
 #include "capture/texts.h"
 #include "capturetest.h"
+#include "exams/subjectselection.h"
 #include "imagedoc/magnification.h"
+#include "imagedoc/texts.h"
 #include "linescan/zlinescandoc.h"
 #include "support/fulldisc.h"
 
@@ -51,22 +56,30 @@ TEST_F(Capture, ALivePictureIsFrozenMeasuredAndSavedAsAStill) {
   EXPECT_EQ(live().theImage()->frameNumber, 2);
 }
 
-TEST_F(Capture, ALineIsSampledInEachPictureThatIsShown) {
+TEST_F(Capture, ALineIsSampledInEveryFrameThoughAFormStandsOpen) {
   openLive();
   frames(1);
   live().addDimension({10, 20}, CDimList::kLine);
   live().addPointToDimension(0, {60, 20});
   view().selected = 0;
   runCommand(cmd::MeasuringLine);
-  frames(1);
   const ZlineScanDoc& scan = *theLinescan();
   const uint32_t before = scan.traceSet().scan2D->origin;
-  frames(3);
+  const int32_t shownBefore = fgState().shownFrames;
+  host.fills.push_back([this](Form&) {
+    camera->step(30);
+    return false;
+  });
+  app->documents.activate(live());
+  runCommand(cmd::TimedSaves);
+  turn();
   const LinescanTraces set = scan.traceSet();
-  EXPECT_EQ(set.scan2D->origin, before + 3) << "two pictures were never shown";
-  EXPECT_EQ(set.scan2D->extent(before), 0.0);
-  EXPECT_EQ(set.scan2D->extent(before + 2), 50.0);
+  EXPECT_EQ(fgState().shownFrames, shownBefore + 1);
+  ASSERT_EQ(set.scan2D->origin, before + 30);
   EXPECT_DOUBLE_EQ(set.scan2D->period, 1.0 / fgState().actualFps);
+  const auto isFull = [&](uint32_t row) { return set.scan2D->extent(row) == 50.0; };
+  EXPECT_TRUE(std::ranges::all_of(std::views::iota(before, before + 30), isFull));
+  EXPECT_EQ(set.scan2D->data->at(before + 29, 3), live().theImage()->pixelAt(13, 20)) << "in order";
   view().stopCamera();
   EXPECT_FALSE(scan.isCapturing());
 }
@@ -84,7 +97,7 @@ TEST_F(Capture, SavesByTheTimeAndByTheTimer) {
   host.fill({{"number of images", "2"}, {"interval (seconds)", "1"}});
   runCommand(cmd::TimedSaves);
   runCommand(cmd::SaveImage);
-  EXPECT_THAT(live().saveName, EndsWith("_001.tv1"));
+  EXPECT_THAT(live().saveName, EndsWith("a_000.tv1"));
   EXPECT_TRUE(app->loop.hasTimer(ZBasicfgView::kSaveTimer));
   EXPECT_EQ(settings.getInt("fgdoc", "timerint", 0), 1);
   host.calls.clear();
@@ -170,7 +183,7 @@ TEST_F(Capture, ALoopKeepsTheNumbersOfItsFrames) {
 
 // The frames so far, in the first round of a loop and in its second.
 TEST_F(Capture, AKilledRecordingOpensWithItsFrames) {
-  for (const auto& [count, numbers] : {std::pair{3, std::vector<uint32_t>{0, 2, 4}}, {6, {6, 8, 10, 12}}}) {
+  for (const auto& [count, numbers] : {std::pair{3, std::vector<uint32_t>{4, 6, 8}}, {6, {8, 10, 12, 14}}}) {
     process.baseName = "killed" + std::to_string(count);
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
@@ -178,6 +191,7 @@ TEST_F(Capture, AKilledRecordingOpensWithItsFrames) {
     if (child == 0) {
       sequence(4, 0, 1, 1);
       openLive();
+      frames(1);
       runCommand(cmd::Trigger);
       frames(count);
       (void)!::write(ends[1], "x", 1);
@@ -190,11 +204,16 @@ TEST_F(Capture, AKilledRecordingOpensWithItsFrames) {
     ::waitpid(child, nullptr, 0);
     ::close(ends[0]);
     for (const auto& file : std::filesystem::directory_iterator(folder.path()))
-      if (file.path().filename().string().starts_with(process.baseName)) app->openDocumentFile(file.path());
+      if (file.path().filename().string().starts_with(process.baseName) && file.path().extension() == ".mve")
+        app->openDocumentFile(file.path());
     auto* opened = dynamic_cast<CVivoCapDoc*>(app->documents.active());
     ASSERT_NE(opened, nullptr);
     EXPECT_EQ(numbersOf(*opened), numbers);
     EXPECT_THAT(host.messages.back(), HasSubstr("was cut off"));
+    const std::string beside = opened->movie->fileName + ".numbers";
+    EXPECT_TRUE(fileExists(beside));
+    ASSERT_TRUE(opened->onSaveDocument(folder.file("saved.dtv")));
+    EXPECT_FALSE(fileExists(beside));
     app->documents.discardAll();
   }
 }
@@ -294,6 +313,16 @@ TEST_F(Capture, TheWindowsOfLightAndFocusLeaveEachOtherAlone) {
   focusControl.position = 9;
   host.shownForms.back()->press("Apply");
   EXPECT_EQ(focusControl.position, 9);
+}
+
+TEST_F(Capture, FocusIsMeasuredFromTheFirstPictureOn) {
+  openLive();
+  runCommand(cmd::AutoFocusControl);
+  ShownForm& form = *host.shownForms.back();
+  EXPECT_EQ(form.value(""), "") << "the camera still fills the block";
+  frames(1);
+  form.refresh();
+  EXPECT_THAT(form.value(""), StartsWith("focus="));
 }
 
 TEST_F(Capture, AFrozenPictureStaysAsItWasTaken) {
@@ -402,20 +431,13 @@ TEST_F(Capture, LightIsSetByStrobeExposureOrNothing) {
   EXPECT_EQ(fgState().exposureUs, 900);
 }
 
-// One that takes any exposure, and slows down for it.
-class PatientCamera final : public CameraDriver {
+// A camera before another, which does what is not told otherwise.
+class OddCamera : public CameraDriver {
  public:
   CameraInfo info() const override { return inner->info(); }
-  std::optional<CameraRange> range(CameraRole role) override {
-    return role == CameraRole::Exposure ? CameraRange{20, 1e6, 1} : inner->range(role);
-  }
-  std::optional<double> value(CameraRole role) override {
-    return role == CameraRole::Exposure ? exposure : inner->value(role);
-  }
-  Outcome set(CameraRole role, double value) override {
-    if (role == CameraRole::Exposure) exposure = value;
-    return inner->set(role, value);
-  }
+  std::optional<CameraRange> range(CameraRole role) override { return inner->range(role); }
+  std::optional<double> value(CameraRole role) override { return inner->value(role); }
+  Outcome set(CameraRole role, double value) override { return inner->set(role, value); }
   Size sensor() const override { return inner->sensor(); }
   Rect area() const override { return inner->area(); }
   Outcome setArea(const Rect& area) override { return inner->setArea(area); }
@@ -427,11 +449,125 @@ class PatientCamera final : public CameraDriver {
   Outcome start(FrameReceiver& receiver) override { return inner->start(receiver); }
   void stop() override { inner->stop(); }
 
- private:
+ protected:
   std::unique_ptr<SimulatedCamera> inner =
       openSimulatedCamera({.sensor = {128, 64}, .pace = CameraPace::Step});
+};
+
+// One that takes any exposure, and slows down for it.
+struct PatientCamera final : OddCamera {
+  std::optional<CameraRange> range(CameraRole role) override {
+    return role == CameraRole::Exposure ? CameraRange{20, 1e6, 1} : inner->range(role);
+  }
+  std::optional<double> value(CameraRole role) override {
+    return role == CameraRole::Exposure ? exposure : inner->value(role);
+  }
+  Outcome set(CameraRole role, double value) override {
+    if (role == CameraRole::Exposure) exposure = value;
+    return inner->set(role, value);
+  }
   double exposure = 0;
 };
+
+struct FailingCamera final : OddCamera {
+  Outcome set(CameraRole, double) override { return Outcome::failure("no"); }
+  Outcome setArea(const Rect&) override { return Outcome::failure("no"); }
+  Outcome announce(uint8_t* block, int64_t bytes) override {
+    return ++announced > 8 ? Outcome::failure("no") : inner->announce(block, bytes);
+  }
+  int announced = 0;
+};
+
+TEST_F(Capture, AllErrorsAreShownEachOnce) {
+  for (const char* key : {"ShowErrors", "binning", "grabarea"}) settings.setInt("ueyeP", key, 1);
+  settings.setInt("ueyeP", "usergrabwidth", 32);
+  settings.setInt("ueyeP", "usergrabHeight", 16);
+  fgOpenWith([](const std::string&, std::string&) { return std::make_unique<FailingCamera>(); });
+  openLive();
+  fgSetFlash(700, true);
+  fgSetFlash(800, true);
+  sequence(9, 0, 0, 0);
+  runCommand(cmd::Trigger);
+  for (const char* flaw : {"set binning failed no", "set pixelclk 35 failed no", "set roi failed no",
+                           "announce buffer 8 failed=no"})
+    EXPECT_THAT(host.messages, Contains(flaw));
+  EXPECT_THAT(host.messages, Contains(StartsWith("flash end=")).Times(1));
+  EXPECT_THAT(host.messages, Contains(StartsWith("set exp failed=")).Times(1));
+}
+
+TEST_F(Capture, WhatTheCameraDoesNotGiveIsInTheLog) {
+  EXPECT_FALSE(fgAllocbufs(1, 8, 8));
+  EXPECT_THAT(log(), HasSubstr("fgAllocbufs. new recimage exception!\n"));
+  useCamera({.without = {CameraRole::StrobeEnd}});
+  openLive();
+  EXPECT_THAT(log(), HasSubstr("flashend get range fail=1\n"));
+}
+
+TEST_F(Capture, AnAreaBeginsAtAMultipleOfFourTimesTheZoom) {
+  settings.setInt("ueyeP", "grabarea", 1);
+  settings.setInt("ueyeP", "usergrabwidth", 40);
+  settings.setInt("ueyeP", "usergrabHeight", 16);
+  for (const auto& [zoom, left] : {std::pair{0, 44}, {1, 44}, {2, 40}}) {
+    settings.setInt("ueyeP", "zoomx", zoom);
+    openLive();
+    EXPECT_EQ(camera->area().left, left);
+    process.liveTemplate->discard(live());
+  }
+}
+
+TEST_F(Capture, TheDialogOfCamerasTellsWhichIsInUse) {
+  openLive();
+  host.fills.push_back([](Form& form) {
+    std::string all;
+    for (const FormField& field : form.fields()) all += field.label + "\n";
+    EXPECT_THAT(all, HasSubstr("In use: ueye-1 Simulated finger (ueyezz)"));
+    return false;
+  });
+  runCommand(cmd::SelectCamera);
+}
+
+TEST_F(Capture, TheFlickerlessWindowHasItsSizeBackAfterARecording) {
+  struct Site final : ViewSite {
+    void resizeFrame(Size content) override { size = content; }
+    Size size;
+  } site;
+  sequence(9, 0, 0, 0);
+  for (const int32_t flickerless : {0, 1}) {
+    settings.setInt("ueyeP", "flessEN", flickerless);
+    openLive();
+    view().setWindowSize({300, 200});
+    runCommand(cmd::Trigger);
+    view().attach(&site);
+    frames(1);
+    runCommand(cmd::Trigger);
+    EXPECT_EQ(site.size, (flickerless ? Size{300, 200} : Size{}));
+    view().attach(nullptr);
+    app->documents.discardAll();
+  }
+}
+
+TEST_F(Capture, CommandsSayThatThePictureIsLive) {
+  openLive();
+  frames(1);
+  EXPECT_STREQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kFreezeFirst);
+  EXPECT_STREQ(live().whyOff(cmd::FilePrint, ""), text::kFreezeFirst);
+  EXPECT_STREQ(live().whyOff(cmd::Copy, "other"), "other");
+  view().stopCamera();
+  EXPECT_STREQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kNeedsGrey);
+}
+
+TEST_F(Capture, AStillOfABinnedPictureHasItsScaleAndSaysSo) {
+  openLive();
+  live().magx = live().magy = 1.5;
+  runCommand(cmd::HalfResolution);
+  frames(1);
+  ASSERT_TRUE(live().saveStill(folder.file("half")));
+  app->openDocumentFile(folder.file("half.tv1"));
+  EXPECT_EQ(image()->theImage()->width, 64);
+  EXPECT_EQ(image()->magx, 3.0);
+  EXPECT_EQ(image()->magy, 3.0);
+  EXPECT_THAT(image()->notes, HasSubstr("binning on"));
+}
 
 TEST_F(Capture, AFastRateIsNotSlowedByTheExposure) {
   fgOpenWith([](const std::string&, std::string&) { return std::make_unique<PatientCamera>(); });
@@ -470,6 +606,36 @@ TEST_F(Capture, WhatWasMeasuredOnAFrozenPictureIsAskedAboutAndGoesWithIt) {
   view().startCamera();
   EXPECT_TRUE(live().isLive());
   EXPECT_EQ(live().currentDims().size(), 0);
+}
+
+struct Subjects final : SubjectDialogFace {
+  SubjectDialog::Result run(SubjectDialog&) override { return result; }
+  SubjectDialog::Result result = SubjectDialog::Result::Cancel;
+};
+
+TEST_F(Capture, AFrozenPictureIsAskedAboutBeforeAnotherSubjectIsSelected) {
+  Subjects face;
+  openLive();
+  frames(1);
+  runSelectSubject(face);
+  EXPECT_TRUE(live().isLive()) << "as before";
+  runCommand(cmd::FreezeVideo);
+  host.answers = {Answer::Cancel};
+  runSelectSubject(face);
+  EXPECT_THAT(host.messages.back(), HasSubstr("Save changes to Frozen Video Input?"));
+  host.answers = {Answer::Yes, Answer::No};
+  host.paths = {folder.file("kept.tv1")};
+  face.result = SubjectDialog::Result::ViewExaminations;
+  runSelectSubject(face);
+  EXPECT_TRUE(fileExists(folder.file("kept.tv1")));
+  EXPECT_EQ(app->liveView, nullptr);
+  openLive();
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  view().startCamera();
+  EXPECT_TRUE(live().isLive()) << "the next picture takes its place";
+  runSelectSubject(face);
+  EXPECT_EQ(app->liveView, nullptr) << "unasked";
 }
 
 TEST_F(Capture, PicturesAndRecordingsAreOfTheExamThatIsSelectedWhenTheyAreTaken) {

@@ -16,6 +16,7 @@ class Capture : public ImageDocument {
   void SetUp() override {
     ImageDocument::SetUp();
     frame = std::make_unique<CBasicMainFrame>(*app);
+    GrabberSettings{}.store();  // not those of the test before
     process.recordDir = folder.path();
     process.baseName = "hand";
     useCamera({});

@@ -129,5 +129,26 @@ TEST_F(LinesThroughAVideo, AreSampledWhileItPlays) {
   EXPECT_FALSE(theLinescan()->isCapturing());
 }
 
+TEST_F(LinesThroughAVideo, AreDrawnWithTheToolOfTheirKindForTheirDensity) {
+  run("Edit AMC regions");
+  ASSERT_TRUE(flow->editsMovementRegions());
+  EXPECT_EQ(app->runCommand(cmd::DrawDensityLines), CommandResult::Done);
+  EXPECT_FALSE(flow->editsMovementRegions());
+  EXPECT_EQ(tool, kToolFreehand);
+  settings.setInt("auto", "linetype", kToolPolyline);
+  EXPECT_EQ(app->runCommand(cmd::DrawVelocityLines), CommandResult::Done);
+  EXPECT_EQ(tool, kToolPolyline);
+  tool = kToolNone;
+  flow->addDimension({10, 5}, CDimList::kLine);
+  flow->addPointToDimension(0, {40, 5});
+  flow->magx = flow->magy = 2;
+  flow->calibrated = 1;
+  flow->setRoi({0, 0, 50, 10});
+  host.fill({});
+  run("Capillary density of the lines (FCD)");
+  EXPECT_THAT(flow->notes, EndsWith("functional capillary density = 30.0 \r\n"));
+  EXPECT_TRUE(flow->isModified());
+}
+
 }  // namespace
 }  // namespace tarnvisor

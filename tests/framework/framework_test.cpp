@@ -163,7 +163,8 @@ TEST_F(Kinds, StandInTheOrderOfTheirActivationAndCloseFromTheFront) {
   EXPECT_FALSE(manager.closeAll());
   EXPECT_THAT(manager.documents(), ElementsAre(&b, &c)) << "the one that stays and all behind it";
   host.answers = {Answer::No};
-  manager.closeAllOf(first);
+  EXPECT_TRUE(manager.mayCloseAllOf(first));
+  manager.discardAllOf(first);
   EXPECT_THAT(manager.documents(), ElementsAre(&b));
   second.discard(b);
   EXPECT_EQ(manager.active(), nullptr);

@@ -1,5 +1,8 @@
 // A line that is sampled, what is kept of it, and the velocity of what moves along it.
+#include <algorithm>
+#include <memory>
 #include <random>
+#include <thread>
 
 #include "linescan/linefeed.h"
 #include "linescan/resulttables.h"
@@ -281,6 +284,49 @@ TEST(ScanLines, SampleImagesWhereTheyLie) {
   EXPECT_EQ(row->at(0), 21) << "an even row";
   image.xOrigin = 3;
   EXPECT_FALSE(line.sample(image, *row)) << "its start is outside";
+}
+
+// Twice as many images as there is room for, while rows are taken on another thread.
+TEST(LineQueues, BringEachRowInOrderOrCountIt) {
+  CZZimage image(4, 2);
+  const Point path[] = {{1, 1}, {3, 1}};
+  LineQueue queue(ScanLine(path, 1, 1.0), {}, false, 8);
+  std::thread camera([&] {
+    for (int32_t number = 0; number < 16; ++number) {
+      image.row(1)[2] = static_cast<uint8_t>(number);
+      queue.sample(image, number);
+    }
+  });
+  std::vector<int64_t> numbers;
+  const auto take = [&] {
+    for (; !queue.isEmpty(); queue.pop()) {
+      numbers.push_back(queue.number());
+      EXPECT_EQ(queue.row(0).first[1], numbers.back());
+    }
+  };
+  while (numbers.size() < 8) take();
+  camera.join();
+  take();
+  EXPECT_TRUE(std::ranges::is_sorted(numbers));
+  EXPECT_EQ(static_cast<int64_t>(numbers.size()) + queue.takeLost(), 16);
+}
+
+TEST_F(Linescan, TellsOfRowsThatWereLostAndLeavesTheirPlacesEmpty) {
+  std::shared_ptr<LineQueue> queue;
+  LineFeed feed;
+  feed.sampleElsewhere(2, [&](std::shared_ptr<LineQueue> given) { queue = std::move(given); });
+  const Point path[] = {{0, 0}, {4, 0}};
+  ASSERT_EQ(feed.take(path, 1, false, {}, "line", *scan), "");
+  const CZZimage image(8, 1);
+  for (int64_t number = 1; number < 6; ++number) queue->sample(image, number);
+  feed.takeUp();
+  queue->sample(image, 6);
+  feed.pause();
+  EXPECT_THAT(host.messages.back(), StartsWith("3 rows of the linescan were lost"));
+  EXPECT_EQ(traces().scan2D->origin, 6U);
+  EXPECT_EQ(traces().scan2D->extent(3), 0.0);
+  feed.drop();
+  EXPECT_EQ(queue, nullptr);
 }
 
 }  // namespace
