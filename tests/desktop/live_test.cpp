@@ -3,7 +3,8 @@
 #include "camera/simulatedcamera.h"
 #include "capture/commandids.h"
 #include "capture/vivorecdoc.h"
-#include "capture/zbasicfgdoc.h"
+#include "capture/zbasicfgview.h"
+#include "linescan/zlinescandoc.h"
 #include "walktest.h"
 
 namespace tarnvisor {
@@ -78,6 +79,26 @@ TEST_F(LiveWindow, RecordsEveryFrameBehindDialogsMenusAndChoosers) {
   ASSERT_EQ(recorder().imageCount(), 5 * kFrames);
   for (int32_t i = 1; i < recorder().imageCount(); ++i)
     EXPECT_EQ(recorder().movie->recordOf(i).number, recorder().movie->recordOf(i - 1).number + 2);
+}
+
+TEST_F(LiveWindow, SamplesALineInEveryFrameBehindADialog) {
+  ZBasicfgDoc& live = *liveDocument();
+  live.addDimension({10, 20}, CDimList::kLine);
+  live.addPointToDimension(0, {60, 20});
+  dynamic_cast<ZBasicfgView&>(*app->liveView).selected = 0;
+  ASSERT_EQ(app->runCommand(cmd::MeasuringLine), CommandResult::Done);
+  app->documents.activate(live);
+  settle();
+  const uint32_t before = theLinescan()->traceSet().scan2D->origin;
+  answers.expect("Timer", [this](QWidget& dialog) {
+    camera->step(kFrames);
+    click(dialog, "Cancel");
+  });
+  app->loop.post(cmd::TimedSaves);
+  settle();
+  const LinescanTraces set = theLinescan()->traceSet();
+  ASSERT_EQ(set.scan2D->origin, before + kFrames);
+  for (uint32_t row = before; row < before + kFrames; ++row) EXPECT_EQ(set.scan2D->extent(row), 50.0);
 }
 
 }  // namespace
