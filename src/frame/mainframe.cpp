@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "frame/commandids.h"
 #include "frame/commandwords.h"
+#include "frame/hdrfileopendlg.h"
 #include "frame/menus.h"
 #include "frame/profileselection.h"
 #include "framework/documenttype.h"
@@ -353,9 +354,7 @@ bool CBasicMainFrame::canOpenVideos() const {
 
 // A video document takes the header for what it is.
 void CBasicMainFrame::openCytoscan() {
-  const auto header = host().choosers.openFile(
-      {"Open Cytoscan file", "cytoscan files (*.*)|*.*||", "", settings.getString("hdr", "header", "")});
-  if (header && !header->empty()) process.videoTemplate->importDocument(*header);
+  if (const auto header = HdrFileOpenDlg().run()) process.videoTemplate->importDocument(*header);
 }
 
 void CBasicMainFrame::viewExams() {
