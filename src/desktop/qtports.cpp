@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QImage>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -228,10 +229,16 @@ void addPreview(QFileDialog& dialog, const std::function<std::string(const std::
   field->setFixedHeight(field->fontMetrics().lineSpacing() * 5);
   if (auto* grid = qobject_cast<QGridLayout*>(dialog.layout()))
     grid->addWidget(field, grid->rowCount(), 0, 1, grid->columnCount());
-  QObject::connect(&dialog, &QFileDialog::currentChanged, field, [field, preview](const QString& path) {
+  const auto show = [field, preview](const QString& path) {
     constexpr size_t kShown = 10000;
     field->setPlainText(QFileInfo(path).isFile() ? toQt(preview(fromQt(path)).substr(0, kShown)) : QString());
-  });
+  };
+  QObject::connect(&dialog, &QFileDialog::currentChanged, field, show);
+  // A name that is typed selects nothing.
+  if (const auto* name = dialog.findChild<QLineEdit*>("fileNameEdit"))
+    QObject::connect(name, &QLineEdit::textChanged, field, [&dialog, show](const QString& typed) {
+      show(dialog.directory().absoluteFilePath(typed));
+    });
 }
 
 void prepare(QFileDialog& dialog, const FileRequest& request) {

@@ -6,6 +6,7 @@
 #include "frame/commandids.h"
 #include "frame/hdrfileopendlg.h"
 #include "support/apptest.h"
+#include "support/recordingcanvas.h"
 
 namespace tarnvisor {
 namespace {
@@ -322,6 +323,19 @@ TEST_F(Frame, FourFilesAreKeptAsRecent) {
   process.quietMode = 1;
   ASSERT_NE(app->openDocumentFile(paths[3]), nullptr);
   EXPECT_EQ(recentFiles().front(), paths[4]);
+}
+
+TEST_F(Frame, AnyViewGoesOutAsAMetafile) {
+  using G = DocumentRow::Gate;
+  startFrame("", {{G::Image,
+                   {1, "\nPlain\n\n\n\n", "", "", "", &makePlain, &make<CView>},
+                   &ProcessState::imageTemplate}});
+  EXPECT_NE(run(cmd::ExportMetafile), CommandResult::Done) << "without a view";
+  ASSERT_NE(process.imageTemplate->newDocument(), nullptr);
+  RecordingCanvas canvas;
+  host.pictureCanvas = &canvas;
+  host.paths = {folder.file("a.wmf")};
+  EXPECT_EQ(run(cmd::ExportMetafile), CommandResult::Done);
 }
 
 TEST(HeaderChooser, ShowsTheHeaderOfWhatIsSelected) {
