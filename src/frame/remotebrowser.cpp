@@ -57,6 +57,10 @@ bool isPlainName(const std::string& name) {
   });
 }
 
+std::string below(const std::string& folder, const std::string& name) {
+  return folder.empty() || folder.ends_with('/') ? folder + name : folder + "/" + name;
+}
+
 std::string shown(const std::string& name) {
   std::string text = recoded(name).value_or(name);
   for (char& c : text)
@@ -242,8 +246,7 @@ void RemoteBrowser::choose(size_t row) {
     refuse("The server gives a name that could lead elsewhere: " + shown(entry.name));
     return;
   }
-  if (entry.isFolder)
-    return list(path.empty() || path.ends_with('/') ? path + entry.name : path + "/" + entry.name);
+  if (entry.isFolder) return list(below(path, entry.name));
   parts.clear();
   if (!plan(entry)) return;
   part = 0;
@@ -257,7 +260,7 @@ bool RemoteBrowser::plan(const RemoteEntry& entry) {
   if (!second && isNeeded)
     return refuse("error getting second file: " + shown(path) + " holds none that belongs to " +
                   shown(entry.name));
-  return addPart(entry) && (!second || (isPlainName(second->name) && addPart(*second)));
+  return addPart(entry) && (!second || addPart(*second));
 }
 
 // What is there is written over only where the user says so.
@@ -290,11 +293,11 @@ int64_t RemoteBrowser::total() const {
 void RemoteBrowser::beginPart() {
   const Part& next = parts[part];
   statusText = "attempting to read " + shown(next.name);
-  const std::string from = path.empty() || path.ends_with('/') ? path + next.name : path + "/" + next.name;
   AtomicFile* file = next.file.get();
-  begin(host().remoteFiles.fetch(
-            account(), from, [file](const void* bytes, size_t count) { return file->write(bytes, count); }),
-        [this] { partEnded(); });
+  begin(
+      host().remoteFiles.fetch(account(), below(path, next.name),
+                               [file](const void* bytes, size_t count) { return file->write(bytes, count); }),
+      [this] { partEnded(); });
 }
 
 void RemoteBrowser::partEnded() {
@@ -302,7 +305,7 @@ void RemoteBrowser::partEnded() {
   const int64_t came = transfer->done();
   const Part& ended = parts[part];
   transfer.reset();
-  if (result && ended.size >= 0 && came != ended.size)
+  if (result && came < ended.size)
     result = Outcome::failure(format("%lli of its %lli bytes came.", static_cast<long long>(came),
                                      static_cast<long long>(ended.size)));
   if (!result) {
