@@ -102,9 +102,10 @@ class Desk {
 
   QtHost windows;
   DrivenForms forms;
-  Host ports{windows.ports.messages,  windows.ports.choosers,  forms,
-             windows.ports.clipboard, windows.ports.windows,   windows.ports.waitCursor,
-             windows.ports.printer,   windows.ports.processes, windows.ports.pictures};
+  Host ports{windows.ports.messages,   windows.ports.choosers,  forms,
+             windows.ports.clipboard,  windows.ports.windows,   windows.ports.waitCursor,
+             windows.ports.printer,    windows.ports.processes, windows.ports.pictures,
+             windows.ports.remoteFiles};
   HostScope scope{ports};
   CBasicApp app;
   const ExamSelection exams{app};

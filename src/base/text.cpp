@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <memory>
 
@@ -58,6 +59,50 @@ std::string lowerCase(std::string_view text) {
   std::string result(text);
   std::transform(result.begin(), result.end(), result.begin(), lowered);
   return result;
+}
+
+namespace {
+
+void appendCharacter(std::string& text, uint32_t code) {
+  std::array<char, 6> bytes;
+  text.append(bytes.data(), static_cast<size_t>(g_unichar_to_utf8(code, bytes.data())));
+}
+
+// Half of a pair of its own counts as a character that can't be read.
+std::string ofUtf16(std::string_view bytes, bool bigEndian) {
+  const auto unitAt = [&](size_t at) -> uint32_t {
+    const auto a = static_cast<uint8_t>(bytes[at]), b = static_cast<uint8_t>(bytes[at + 1]);
+    return bigEndian ? a << 8 | b : b << 8 | a;
+  };
+  constexpr uint32_t kUnreadable = 0xfffd;
+  std::string text;
+  for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
+    uint32_t code = unitAt(at);
+    if (code >= 0xd800 && code < 0xe000) {
+      const uint32_t second = code < 0xdc00 && at + 3 < bytes.size() ? unitAt(at + 2) : 0;
+      const bool pair = second >= 0xdc00 && second < 0xe000;
+      code = pair ? 0x10000 + ((code - 0xd800) << 10 | (second - 0xdc00)) : kUnreadable;
+      if (pair) at += 2;
+    }
+    appendCharacter(text, code);
+  }
+  return text;
+}
+
+}  // namespace
+
+std::optional<std::string> recoded(std::string_view text) {
+  if (text.starts_with("\xff\xfe")) return ofUtf16(text.substr(2), false);
+  if (text.starts_with("\xfe\xff")) return ofUtf16(text.substr(2), true);
+  if (g_utf8_validate_len(text.data(), text.size(), nullptr)) return std::nullopt;
+  std::string own;
+  own.reserve(text.size());
+  for (const char c : text)
+    if (static_cast<uint8_t>(c) < 0x80)
+      own += c;
+    else
+      appendCharacter(own, static_cast<uint8_t>(c));
+  return own;
 }
 
 std::string_view trimmed(std::string_view text) {

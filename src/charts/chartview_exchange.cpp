@@ -13,11 +13,6 @@
 
 namespace tarnvisor {
 
-namespace {
-constexpr const char* kExportFilter =
-    "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
-}
-
 ExportRange ZchartView::exportRange(bool ofSelection) const {
   ExportRange range;
   range.whole = !ofSelection || !hasSelection();
@@ -54,7 +49,7 @@ void ZchartView::exportTraces() {
   if (!askExport(settings, choice, hasSelection())) return;
   FileRequest request;
   request.title = "Export";
-  request.filter = kExportFilter;
+  request.filter = CTextSettings::kFileFilter;
   request.defaultExtension = settings.binary ? ".bin" : ".txt";
   request.initialPath =
       withoutExtension(doc.pathName().empty() ? doc.title() : doc.pathName()) + request.defaultExtension;

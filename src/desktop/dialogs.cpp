@@ -10,16 +10,19 @@ DesktopDialogs::DesktopDialogs(CBasicMainFrame& frame, QWidget* parent)
       subject(parent),
       exams(parent),
       magnification(parent),
-      profiles(parent) {
+      profiles(parent),
+      remote(parent) {
   frame.subjectFace = &subject;
   frame.examFace = &exams;
   frame.profileFace = &profiles;
+  frame.remoteFace = &remote;
 }
 
 DesktopDialogs::~DesktopDialogs() {
   mainFrame.subjectFace = nullptr;
   mainFrame.examFace = nullptr;
   mainFrame.profileFace = nullptr;
+  mainFrame.remoteFace = nullptr;
   delete shortcuts;
 }
 

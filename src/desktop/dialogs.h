@@ -10,6 +10,7 @@
 #include "desktop/examlistwindow.h"
 #include "desktop/magnificationwindow.h"
 #include "desktop/profiledialog.h"
+#include "desktop/remotewindow.h"
 #include "desktop/subjectdialog.h"
 #include "frame/mainframe.h"
 
@@ -35,6 +36,7 @@ class DesktopDialogs {
   ExamFace exams;
   MagnificationTableFace magnification;
   ProfileTableFace profiles;
+  RemoteWindowFace remote;
   QPointer<ShortcutList> shortcuts;  // goes with its parent, or with this
 };
 

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "desktop/paintercanvas.h"
 #include "desktop/qttext.h"
+#include "drawing/metafilecanvas.h"
 
 namespace tarnvisor {
 
@@ -62,6 +63,17 @@ QString writePdf(QIODevice& file, Size size, const Draw& draw) {
   return drawOn(writer, draw);
 }
 
+QString writeMetafile(QIODevice& file, Size size, const Draw& draw) {
+  QImage device(1, 1, QImage::Format_RGB32);
+  QPainter painter(&device);
+  PainterCanvas ruler(painter);
+  MetafileCanvas canvas(ruler, size);
+  draw(canvas);
+  const std::vector<uint8_t> bytes = canvas.file();
+  file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<qint64>(bytes.size()));
+  return {};
+}
+
 }  // namespace
 
 Outcome writeWhole(const std::string& path, const std::function<QString(QIODevice&)>& make) {
@@ -75,13 +87,14 @@ Outcome writeWhole(const std::string& path, const std::function<QString(QIODevic
 
 Outcome QtPictureWriter::write(const std::string& path, Size size, const Draw& draw) {
   const std::string kind = lowerCase(extensionOf(path));
-  const bool strokes = kind == "svg" || kind == "pdf";
+  const bool strokes = kind == "svg" || kind == "pdf" || kind == "wmf";
   if (!strokes && (kind.empty() || !QImageWriter::supportedImageFormats().contains(kind.c_str())))
-    return Outcome::failure(path + ": pictures are written as png, jpg, bmp, svg or pdf");
+    return Outcome::failure(path + ": pictures are written as png, jpg, bmp, svg, pdf or wmf");
   if (size.width < 1 || size.height < 1 || size.width > kLargestSide || size.height > kLargestSide)
     return Outcome::failure(path + ": the view is too large for a picture");
   return writeWhole(path, [&](QIODevice& file) {
-    return kind == "svg"   ? writeSvg(file, size, draw)
+    return kind == "wmf"   ? writeMetafile(file, size, draw)
+           : kind == "svg" ? writeSvg(file, size, draw)
            : kind == "pdf" ? writePdf(file, size, draw)
                            : writePixels(file, kind, size, draw);
   });

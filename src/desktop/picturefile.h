@@ -1,4 +1,4 @@
-// Pictures as files, drawn by Qt: pixels as png, jpg or bmp, strokes and letters as svg or pdf.
+// Pictures as files, drawn by Qt: pixels as png, jpg or bmp, strokes and letters as svg, pdf or wmf.
 #pragma once
 
 #include <QIODevice>

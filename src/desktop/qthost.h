@@ -9,6 +9,7 @@
 #include "desktop/qtports.h"
 #include "desktop/qtprinter.h"
 #include "frame/mainframe.h"
+#include "remote/ftpfiles.h"
 
 namespace tarnvisor {
 
@@ -50,9 +51,11 @@ class QtHost final : public Windows {
   QtPrinter printer;
   SystemProcesses processes;
   QtPictureWriter pictures;
+  FtpFiles remoteFiles;
 
  public:
-  Host ports{messages, choosers, forms, clipboard, *this, waitCursor, printer, processes, pictures};
+  Host ports{messages,   choosers, forms,     clipboard, *this,
+             waitCursor, printer,  processes, pictures,  remoteFiles};
 
  private:
   CBasicApp* app = nullptr;

@@ -5,9 +5,13 @@
 #include <QBuffer>
 #include <QClipboard>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QGridLayout>
 #include <QImage>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <cmath>
 
 #include "app/basicapp.h"
@@ -214,6 +218,29 @@ QString nearestFolder(std::string path) {
   return toQt(path.empty() ? workingFolder() : path);
 }
 
+// A text of the selected file below the list; only Qt's own dialog has room for one.
+void addPreview(QFileDialog& dialog, const std::function<std::string(const std::string&)>& preview) {
+  dialog.setOption(QFileDialog::DontUseNativeDialog);
+  auto* field = new QPlainTextEdit(&dialog);
+  field->setObjectName("preview");
+  field->setReadOnly(true);
+  field->setTabChangesFocus(true);
+  field->setPlaceholderText("The header of the selected file");
+  field->setFixedHeight(field->fontMetrics().lineSpacing() * 5);
+  if (auto* grid = qobject_cast<QGridLayout*>(dialog.layout()))
+    grid->addWidget(field, grid->rowCount(), 0, 1, grid->columnCount());
+  const auto show = [field, preview](const QString& path) {
+    constexpr size_t kShown = 10000;
+    field->setPlainText(QFileInfo(path).isFile() ? toQt(preview(fromQt(path)).substr(0, kShown)) : QString());
+  };
+  QObject::connect(&dialog, &QFileDialog::currentChanged, field, show);
+  // A name that is typed selects nothing.
+  if (const auto* name = dialog.findChild<QLineEdit*>("fileNameEdit"))
+    QObject::connect(name, &QLineEdit::textChanged, field, [&dialog, show](const QString& typed) {
+      show(dialog.directory().absoluteFilePath(typed));
+    });
+}
+
 void prepare(QFileDialog& dialog, const FileRequest& request) {
   dialog.setWindowTitle(toQt(request.title));
   const QStringList filters = qtFilters(request.filter);
@@ -244,6 +271,7 @@ std::optional<std::string> QtChoosers::openFile(const FileRequest& request) {
   if (process.quietMode) return std::nullopt;
   QFileDialog dialog(dialogParent());
   dialog.setFileMode(QFileDialog::ExistingFile);
+  if (request.preview) addPreview(dialog, request.preview);
   prepare(dialog, request);
   return firstOf(chosen(dialog));
 }

@@ -123,7 +123,8 @@ const DocumentFace& videoFace() {
                  .openPlace = 2,
                  .mimeType = "application/x-tarnvisor-video",
                  .mimeComment = "Tarnvisor video document"},
-                {.ending = ".mve", .mimeType = "video/x-tarnvisor-movie", .mimeComment = "Tarnvisor movie"}});
+                {.ending = ".mve", .mimeType = "video/x-tarnvisor-movie", .mimeComment = "Tarnvisor movie"},
+                {.ending = ".raw", .openWords = "Raw frames (*.raw)", .openPlace = 9, .ofOthers = true}});
   return face;
 }
 
@@ -158,7 +159,7 @@ DocumentRow videoKind() {
   return {DocumentRow::Gate::Image,
           {10021, "\nVideo\nVideo\nVideos (*.dtv)\n.dtv\nTarnvisor.Video\nTarnvisor Video Document",
            "CVivoCapDoc", "CVivoCapView", kChildFrame, &makeDocument<CVivoCapDoc>,
-           &makeView<CVivoCapDoc, CVivoCapView>, &isMovieFile, kMovieFilter, &videoFace},
+           &makeView<CVivoCapDoc, CVivoCapView>, &isVideoImport, kMovieFilter, &videoFace},
           &ProcessState::videoTemplate};
 }
 

@@ -4,6 +4,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "movie/rawheader.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -17,10 +18,12 @@ CVivoCapDoc::~CVivoCapDoc() {
 
 bool isMovieFile(const std::string& path) {
   const std::string kind = lowerCase(extensionOf(path));
-  for (const std::string& pattern : split(std::string(kMovieFilter).substr(7), ';'))
+  for (const std::string& pattern : split(split(kMovieFilter, '|')[1], ';'))
     if (pattern == "*." + kind) return true;
   return false;
 }
+
+bool isVideoImport(const std::string& path) { return isMovieFile(path) || isRawFile(path); }
 
 CZZimage* CVivoCapDoc::theImage() { return hasMovie() ? &movie->image() : nullptr; }
 

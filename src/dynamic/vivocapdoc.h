@@ -42,8 +42,8 @@ class CVivoCapDoc : public ZBasicDoc {
   DocumentType* storedType() const override;  // never that of the video file it came from
   void deleteContents() override;
   void serialize(Archive& archive) override;
-  // The raw frames beside a header file of tagged text.
-  [[nodiscard]] bool openRawFrames(const std::string& headerPath);
+  // Raw frames: their file, or the header beside it.
+  [[nodiscard]] bool openRawFrames(const std::string& path);
 
   // --- images (vivocapdoc.cpp)
   CZZimage* theImage() override;
@@ -325,6 +325,8 @@ class CVivoCapDoc : public ZBasicDoc {
 
 // By its ending: a movie file that a video document can be made around. AVI files have a type of their own.
 bool isMovieFile(const std::string& path);
-inline constexpr const char* kMovieFilter = "Videos|*.mve;*.mp4;*.mov;*.mkv;*.wmv;*.mpg;*.mpeg;*.webm";
+bool isVideoImport(const std::string& path);  // such a one, or raw frames
+inline constexpr const char* kMovieFilter =
+    "Videos|*.mve;*.mp4;*.mov;*.mkv;*.wmv;*.mpg;*.mpeg;*.webm|Raw frames|*.raw";
 
 }  // namespace tarnvisor

@@ -16,7 +16,7 @@
 #include "imagedoc/texts.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
-#include "movie/tagreader.h"
+#include "movie/rawheader.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 
@@ -232,36 +232,39 @@ void CVivoCapDoc::tellOfMissing(size_t known) {
       Buttons::Ok, Icon::Warning);
 }
 
-// The pixels in a file beside the header, as the header tells of them.
-bool CVivoCapDoc::openRawFrames(const std::string& headerPath) {
-  constexpr uint64_t kLongestHeader = uint64_t{1} << 20;
-  const auto header = readWholeText(headerPath, kLongestHeader);
-  if (!header) {
-    report(headerPath + " can't be read.");
+// The pixels, as the header beside them tells of them; without one they have the usual size.
+bool CVivoCapDoc::openRawFrames(const std::string& path) {
+  const bool isFrames = isRawFile(path);
+  const std::string headerPath = isFrames ? rawHeaderBeside(path) : path;
+  const std::string rawPath = isFrames ? path : rawFramesBeside(path);
+  const auto refuse = [this](const std::string& why) {
+    report(why);
     return false;
-  }
-  std::string told;
-  xmlToText(replaced(replaced(*header, '\n', ' '), '\r', ' '), told);
-  int32_t width = 640, height = 480, frames = 0;
-  double magnification = 0;
-  xmlInt(told, "WIDTH", width);
-  xmlInt(told, "HEIGHT", height);
-  xmlInt(told, "NUMBER_OF_FRAMES", frames);
-  const std::string raw = withoutExtension(headerPath) + ".raw";
-  if (!freshMovie().openRaw(raw, width, height, frames)) {
-    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, raw.c_str(), movie->failure().c_str()));
+  };
+  RawHeader header;
+  if (!headerPath.empty())
+    if (const Outcome read = readRawHeader(headerPath, header); !read) return refuse(read.why());
+  if (rawPath.empty()) return refuse(format("%s: there is no .raw of this name beside it.", path.c_str()));
+  if (!freshMovie().openRaw(rawPath, header.width, header.height, header.frames)) {
+    const std::string why = movie->failure();
     movie.reset();
-    return false;
+    return refuse(format("%s\n%s\n%s", text::kCouldNotLoadImage, rawPath.c_str(), why.c_str()));
   }
-  if (xmlDouble(told, "MAGNIFICATION", magnification) && isScale(magnification))
-    (void)setScale(magnification, magnification, fileNameOf(headerPath), 0, false, false);
+  if (header.magnification)
+    (void)setScale(*header.magnification, *header.magnification, fileNameOf(headerPath), 0, false, false);
   movieChanged();
   moviePath.clear();  // a save makes a movie of its own
   interlaced = 0;
   fps = 30.0;
   updatePlayPeriod();
+  if (const std::string_view told = trimmed(header.text); !told.empty())
+    appendNotes(std::string(told) + text::kLineEnd);
   appendNotes(std::string("raw ops") + text::kLineEnd);
-  setTitle(withoutExtension(fileNameOf(headerPath)));
+  if (const std::string mismatch = movie->rawMismatch(); !mismatch.empty()) {
+    appendNotes(mismatch + text::kLineEnd);
+    if (!silent) host().messages.show(mismatch, Buttons::Ok, Icon::Warning);
+  }
+  setTitle(withoutExtension(fileNameOf(path)));
   setModified();
   updateAllViews();
   return true;

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "frame/commandids.h"
 #include "frame/commandwords.h"
+#include "frame/hdrfileopendlg.h"
 #include "frame/menus.h"
 #include "frame/profileselection.h"
 #include "framework/documenttype.h"
@@ -20,6 +21,7 @@ constexpr const char* kNoInput = "This needs a camera or the velocity input, and
 constexpr const char* kNoLive = "This needs the live video, which is not open.";
 constexpr const char* kSection = "MainWindow";
 constexpr const char* kStatusBarKey = "statusbar";
+constexpr const char* kMetafileFilter = "Windows Meta files (*.wmf)|*.wmf||";
 constexpr Point kPopupPlace{100, 100};
 }  // namespace
 
@@ -75,6 +77,16 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        &F::openCytoscan,
        &F::canOpenVideos,
        {.tip = "Open Cytoscan file", .status = "Opens raw frames by the header file that tells of them."}},
+      {cmd::OpenRemote,
+       "Open from &server...",
+       &F::openRemote,
+       &F::canOpenRemote,
+       {.tip = "Open from server", .status = "Gets a file from an FTP server, and opens it."}},
+      {cmd::ExportMetafile,
+       "Export &metafile...",
+       &F::exportMetafile,
+       &F::hasView,
+       {.tip = "Export metafile", .status = "Writes the view in front as a Windows metafile."}},
       {cmd::ViewExams,
        "View Exams",
        &F::viewExams,
@@ -353,9 +365,37 @@ bool CBasicMainFrame::canOpenVideos() const {
 
 // A video document takes the header for what it is.
 void CBasicMainFrame::openCytoscan() {
-  const auto header = host().choosers.openFile(
-      {"Open Cytoscan file", "cytoscan files (*.*)|*.*||", "", settings.getString("hdr", "header", "")});
-  if (header && !header->empty()) process.videoTemplate->importDocument(*header);
+  if (const auto header = HdrFileOpenDlg().run()) process.videoTemplate->importDocument(*header);
+}
+
+void CBasicMainFrame::openRemote() {
+  // The profile may be another than at the last time.
+  if (!remoteFace->isOpen()) {
+    remoteFace->letGo();
+    remote = std::make_unique<RemoteBrowser>(app);
+  }
+  remoteFace->openOrRaise(*remote);
+}
+
+bool CBasicMainFrame::hasView() const {
+  const CDocument* front = app.documents.active();
+  return front && !front->views().empty();
+}
+
+// What the window shows; one that has none shows all.
+void CBasicMainFrame::exportMetafile() {
+  CDocument& front = *app.documents.active();
+  CView& view = *front.views().front();
+  const std::string stem = withoutExtension(front.pathName().empty() ? front.title() : front.pathName());
+  const auto path = host().choosers.saveFile({"Export metafile", kMetafileFilter, ".wmf", stem + ".wmf"});
+  if (!path || path->empty()) return;
+  Size size = view.windowSize();
+  if (size == Size{}) size = view.contentSize();
+  if (size == Size{}) size = kPlainWindow;
+  view.setWindowSize(size);
+  Outcome done = app.documents.mayOutputTo(*path);
+  if (done) done = host().pictures.write(*path, size, [&view](Canvas& canvas) { view.draw(canvas); });
+  if (!done) front.report(done.why());
 }
 
 void CBasicMainFrame::viewExams() {

@@ -8,6 +8,7 @@
 #include "app/basicapp.h"
 #include "exams/examselection.h"
 #include "exams/subjectselection.h"
+#include "frame/remotebrowser.h"
 #include "host/host.h"
 #include "settings/profile.h"
 
@@ -86,6 +87,7 @@ class CBasicMainFrame : public CommandTarget {
   SubjectDialogFace* subjectFace = nullptr;
   ExamListFace* examFace = nullptr;
   ProfileFace* profileFace = nullptr;
+  RemoteFace* remoteFace = nullptr;
 
  private:
   // --- mainframe.cpp
@@ -94,6 +96,10 @@ class CBasicMainFrame : public CommandTarget {
   void viewExams();
   bool canOpenVideos() const;
   void openCytoscan();
+  void openRemote();
+  bool canOpenRemote() const { return remoteFace != nullptr; }
+  void exportMetafile();
+  bool hasView() const;
   bool canViewExams() const { return examFace != nullptr; }
   bool showsExams() const { return examFace && examFace->isOpen(); }
   void processResults() { runProcessResults(); }
@@ -165,6 +171,7 @@ class CBasicMainFrame : public CommandTarget {
   CBasicApp& app;
   Timer acquisitionDelay{app.loop, kAcquisitionTimer};  // between the inputs of the start chain
   ExamList exams;
+  std::unique_ptr<RemoteBrowser> remote;  // of the window that was opened last
   bool chainShowsLive = true;
   Bars wanted;  // without regard to expert mode and channels
 };

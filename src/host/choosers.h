@@ -1,6 +1,7 @@
 // The port for file and folder dialogs. A filter is pairs of words and patterns: "Images (*.tv1)|*.tv1||".
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,8 @@ struct FileRequest {
   std::string filter;
   std::string defaultExtension;  // with its dot; added to a typed name that has none
   std::string initialPath;       // folder or file to start from; empty for the working folder
+  // Shown beside the files, of the one that is selected; for opening one file.
+  std::function<std::string(const std::string& path)> preview = {};
 };
 
 class Choosers {

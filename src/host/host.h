@@ -9,6 +9,7 @@
 #include "host/pictures.h"
 #include "host/printer.h"
 #include "host/processes.h"
+#include "host/remotefiles.h"
 #include "host/waitcursor.h"
 #include "host/windows.h"
 
@@ -24,6 +25,7 @@ struct Host {
   Printer& printer;
   Processes& processes;
   PictureWriter& pictures;
+  RemoteFiles& remoteFiles;
 };
 
 Host& host();

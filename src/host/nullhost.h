@@ -16,7 +16,8 @@ class NullHost : public Messages,
                  public WaitCursor,
                  public Printer,
                  public Processes,
-                 public PictureWriter {
+                 public PictureWriter,
+                 public RemoteFiles {
  public:
   // What the message says goes to standard error.
   Answer show(const std::string& text, Buttons buttons, Icon icon) override;
@@ -60,10 +61,18 @@ class NullHost : public Messages,
   Outcome write(const std::string& path, Size, const std::function<void(Canvas&)>&) override {
     return Outcome::failure(path + ": there is nothing to draw with");
   }
+  std::unique_ptr<RemoteTransfer> list(const RemoteAccount&, const std::string&,
+                                       std::vector<RemoteEntry>&) override {
+    return nullptr;
+  }
+  std::unique_ptr<RemoteTransfer> fetch(const RemoteAccount&, const std::string&,
+                                        std::function<bool(const void*, size_t)>) override {
+    return nullptr;
+  }
 
   std::optional<std::string> clipboardText;
   std::map<std::string, std::vector<uint8_t>> clipboardData;
-  Host ports{*this, *this, *this, *this, *this, *this, *this, *this, *this};
+  Host ports{*this, *this, *this, *this, *this, *this, *this, *this, *this, *this};
 };
 
 }  // namespace tarnvisor

@@ -68,15 +68,12 @@ bool MovieFile::flushToDisc() { return ::fdatasync(descriptor) == 0; }
 
 namespace {
 
-// A movie of more frames is none: its table alone would take gigabytes.
-constexpr int64_t kMostFrames = int64_t{1} << 24;
-
 // Of a ring whose recording was cut off: with its frames' numbers, and without as it was once written.
 bool takeOpenTrailer(int32_t count, int32_t oldest, int64_t bytes, MovieLayout& layout) {
   const bool overwriting = count < 0;
   if (overwriting) count = ~count;
   oldest = ~oldest;
-  if (count > kMostFrames || oldest >= count) return false;
+  if (count > MovieFile::kMostFrames || oldest >= count) return false;
   layout.keepsNumbers = bytes == (layout.frameBytes + MovieLayout::kNumberBytes) * count;
   if (!layout.keepsNumbers && bytes != layout.frameBytes * count) return false;
   layout.cutOff = layout.wrapped = true;
@@ -131,7 +128,7 @@ bool readLayout(const MovieFile& file, MovieLayout& layout) {
       layout.frameBytes > size - layout.dataOffset)
     return false;
   const int64_t places = (size - layout.dataOffset) / layout.frameBytes;
-  if (places > kMostFrames) return false;
+  if (places > MovieFile::kMostFrames) return false;
   const auto held = static_cast<int32_t>(places);
   layout.slots = held;
   if (signature < 0 && readTrailer(file, size, layout)) return layout.count > 0;

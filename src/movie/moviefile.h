@@ -14,6 +14,8 @@ namespace tarnvisor {
 
 class MovieFile {
  public:
+  // A movie of more frames is none: its table alone would take gigabytes.
+  static constexpr int64_t kMostFrames = int64_t{1} << 24;
   // Update: an existing file, to be read only where it may not be written. Create: an empty one.
   enum class Access { Update, Create };
   // Null when it can't be opened; errno tells why.

@@ -288,6 +288,7 @@ void CZZMovie::close() {
   mode = kClosed;
   count = current = oldest = perFrameHeaders = modified = recovered = 0;
   wrapped = 0;
+  rawFrames = {};
   recording = full = isShown = pixelsInFile = false;
 }
 

@@ -87,6 +87,8 @@ class CZZMovie {
   [[nodiscard]] bool open(const std::string& name);
   // Raw pixels without a header, rows without gaps; frames of 0: as many as there are.
   [[nodiscard]] bool openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames);
+  // In sentences, what of such a file is not as it was told; empty where all is.
+  std::string rawMismatch() const;
   // How many frames a recording that was cut off left; 0 for a file that was closed.
   int32_t recoveredFrames() const { return recovered; }
   // In words, how many images of a file that was cut off or is damaged were found, without an end to the
@@ -237,6 +239,11 @@ class CZZMovie {
   int64_t lastWritten = 0;    // where, in a file
   bool pixelsInFile = false;  // those of the frame just recorded went there only
   int32_t recovered = 0;
+  struct {
+    int32_t told = 0;  // 0: not told
+    int64_t whole = 0;
+    int64_t left = 0;  // bytes behind the whole ones
+  } rawFrames;
   std::string trouble;
   std::string leftOverFile;
 };

@@ -74,6 +74,20 @@ bool CZZMovie::openFile(const std::string& name) {
   return true;
 }
 
+std::string CZZMovie::rawMismatch() const {
+  std::string words;
+  if (rawFrames.told > rawFrames.whole)
+    words = format("The header tells of %i images, but %s holds %lli: these are shown.", rawFrames.told,
+                   fileName.c_str(), static_cast<long long>(rawFrames.whole));
+  else if (rawFrames.told > 0 && rawFrames.told < rawFrames.whole)
+    words = format("The header tells of %i images, which are shown; %s holds %lli.", rawFrames.told,
+                   fileName.c_str(), static_cast<long long>(rawFrames.whole));
+  if (rawFrames.left > 0)
+    words += format("%sThe last %lli bytes of it are no whole image: is the size right?",
+                    words.empty() ? "" : " ", static_cast<long long>(rawFrames.left));
+  return words;
+}
+
 std::string CZZMovie::shortage() const {
   const bool cutOff = recovered > 0 || (video && video->isCutOff());
   if (const int64_t missing = video ? video->missingFrames() : 0; missing > 0)
@@ -91,17 +105,28 @@ bool CZZMovie::openRaw(const std::string& name, int32_t width, int32_t height, i
   file = MovieFile::open(name, MovieFile::Access::Update);
   const int64_t bytes = int64_t{width} * height;
   const bool possible = file && width > 0 && height > 0 && bytes <= file->size();
-  const int64_t held =
-      possible ? std::min<int64_t>(file->size() / bytes, frames > 0 ? frames : INT32_MAX) : 0;
-  if (held < 1) {
-    trouble = file ? "It holds no image of that size." : std::strerror(errno);
-    file.reset();
+  const int64_t whole = possible ? file->size() / bytes : 0;
+  const int64_t held = frames > 0 ? std::min<int64_t>(whole, frames) : whole;
+  const auto refuse = [this](std::string why) {
+    close();
+    trouble = std::move(why);
     return false;
-  }
+  };
+  if (!file) return refuse(std::strerror(errno));
+  if (held < 1)
+    return refuse(format("It holds no image of %i by %i pixels: it has %lli bytes.", width, height,
+                         static_cast<long long>(file->size())));
+  if (held > MovieFile::kMostFrames)
+    return refuse(format("It would hold %lli images of %i by %i pixels, which is more than a movie can have.",
+                         static_cast<long long>(held), width, height));
   mode = kFile;
   holder.interlace = 0;
-  createImages(static_cast<int32_t>(held), width, height, kGrey);
-  count = oldest = static_cast<int32_t>(held);
+  const auto wanted = static_cast<int32_t>(held);
+  createImages(wanted, width, height, kGrey);
+  if (slots != wanted || holder.width != width || holder.height != height)
+    return refuse("There is not enough memory for a frame.");
+  rawFrames = {frames, whole, file->size() - whole * bytes};
+  count = oldest = wanted;
   frameBytes = bytes;
   dataOffset = 0;
   fileName = absolutePath(name);

@@ -73,7 +73,7 @@ bool parse(std::string_view cell, char delimiter, double& value) {
   std::array<char, kLongestNumber> own;
   if (cell.empty() || cell.size() > own.size()) return false;
   std::ranges::copy(cell, own.begin());
-  if (delimiter == '\t' || delimiter == ';') std::replace(own.begin(), own.begin() + cell.size(), ',', '.');
+  if (delimiter != ',') std::replace(own.begin(), own.begin() + cell.size(), ',', '.');
   const char* end = own.data() + cell.size();
   const auto [at, error] = std::from_chars(own.data(), end, value);
   return error == std::errc() && at == end && std::isfinite(value);
@@ -94,12 +94,6 @@ int8_t lastDigitOf(std::string_view cell) {
   return static_cast<int8_t>(std::clamp(power, INT8_MIN, INT8_MAX));
 }
 
-char delimiterOf(std::string_view line) {
-  for (const char c : {'\t', ';', ','})
-    if (line.find(c) != std::string_view::npos) return c;
-  return kBlanks;
-}
-
 bool isNumbers(std::string_view line, char delimiter) {
   bool any = false;
   const bool all = eachCell(line, delimiter, [&](std::string_view cell) {
@@ -111,6 +105,13 @@ bool isNumbers(std::string_view line, char delimiter) {
   return all && any;
 }
 
+// A comma may be the decimal mark of numbers between blanks.
+char delimiterOf(std::string_view line) {
+  for (const char c : {'\t', ';', ','})
+    if (line.find(c) != std::string_view::npos && (c != ',' || isNumbers(line, c))) return c;
+  return kBlanks;
+}
+
 struct Column {
   std::string name;
   size_t first = 0;  // row
@@ -120,6 +121,7 @@ struct Column {
 
 struct Table {
   char delimiter = kBlanks;
+  char decimalMark = 0;  // the first in a number; 0: none yet
   bool hasHeader = false;
   size_t rows = 0;
   std::vector<Column> columns;
@@ -149,9 +151,26 @@ void nameColumns(Table& table, std::string_view header) {
   for (size_t i = 0; i < std::min(names.size(), table.columns.size()); ++i) table.columns[i].name = names[i];
 }
 
+// Whether the numbers of a row have the decimal mark of those before them. A lone one with a point among
+// pairs of whole numbers says that the commas are no delimiters.
+bool agreesInMark(Table& table, std::string_view line) {
+  const bool commasPart = table.delimiter == ',';
+  const size_t at = line.find_first_of(commasPart ? "." : ".,");
+  if (at == std::string_view::npos) return true;
+  if (commasPart && table.decimalMark == 0 && table.columns.size() == 2 && line.find(',') == line.npos)
+    return false;
+  if (table.decimalMark == 0) table.decimalMark = line[at];
+  const char other = table.decimalMark == '.' ? ',' : '.';
+  return commasPart || line.find(other) == line.npos;
+}
+
 bool takeRow(Table& table, std::string_view line, size_t number) {
   size_t column = 0;
   const size_t row = table.rows++;
+  if (!agreesInMark(table, line)) {
+    table.failure = lineWords(number, "has another decimal mark than the lines before it");
+    return false;
+  }
   return eachCell(line, table.delimiter, [&](std::string_view cell) {
     const size_t at = column++;
     if (cell.empty()) return true;
@@ -159,7 +178,8 @@ bool takeRow(Table& table, std::string_view line, size_t number) {
     if (!parse(cell, table.delimiter, value))
       table.failure = lineWords(number, "holds something that is no number");
     else if (at >= kMostColumns)
-      table.failure = lineWords(number, "has too many columns");
+      table.failure =
+          lineWords(number, format("has too many columns: at most %zu can be read", kMostColumns).c_str());
     if (!table.failure.empty()) return false;
     if (at >= table.columns.size()) table.columns.resize(at + 1);
     Column& own = table.columns[at];
@@ -187,7 +207,9 @@ Table measureText(std::string_view text) {
     if (tries == 0) header = line;
   }
   if (!found) {
-    table.failure = "It holds no numbers in columns.";
+    table.failure = text.find('\0') == text.npos
+                        ? "It holds no numbers in columns."
+                        : "It is no text, or of an encoding that it doesn't tell: save it as UTF-8.";
     return table;
   }
   do {
@@ -339,6 +361,8 @@ std::optional<std::string> linesOfOneRow(std::string_view text, const CTextSetti
 }  // namespace
 
 Imported importText(std::string_view text, const std::string& name, const CTextSettings& settings) {
+  const auto utf8 = recoded(text);
+  if (utf8) text = *utf8;
   const auto column = linesOfOneRow(text, settings);
   if (column) text = *column;
   Table table = measureText(text);

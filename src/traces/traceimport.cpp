@@ -143,7 +143,8 @@ bool isSound(std::span<const uint8_t> bytes) {
 }
 
 bool isBinary(std::span<const uint8_t> bytes) {
-  return bytes.size() >= ZZTrace::kBinaryHeader && getLittle<uint16_t>(&bytes[10]) == kHeaderMark &&
+  return !startsWith(bytes, "\xff\xfe") && bytes.size() >= ZZTrace::kBinaryHeader &&
+         getLittle<uint16_t>(&bytes[10]) == kHeaderMark &&
          std::find(bytes.begin(), bytes.begin() + ZZTrace::kBinaryHeader, 0) != bytes.end();
 }
 

@@ -2,9 +2,9 @@
 // Memory stays in proportion to the file. On failure there are no traces, and words that can be shown.
 //
 // Text: the delimiter is the first of tab, semicolon, comma and blanks that the first line of numbers holds;
-// with tabs and semicolons a comma in a number is its decimal point. A first line that is not all numbers
-// gives the names. A row may lack cells at its end, and a column may begin late and end early, but has no
-// gap. One trace a column, of doubles.
+// unless a comma parts columns it may be the decimal mark, which is the same in all lines. UTF-8, Latin-1, or
+// UTF-16 with its mark. A first line that is not all numbers gives the names. A row may lack cells at its
+// end, and a column may begin late and end early, but has no gap. One trace a column, of doubles.
 //   The first of several columns is time if it rises by a constant step (each value within a quarter of it)
 // and either its name says so ("t", "time", "s", "sec", "seconds", "ms", "min", "minutes", "h", "hours", also
 // as "time (ms)" or "time [s]") or x_scaled is 1. It gives period and start instead of a trace. With x_scaled

@@ -204,13 +204,15 @@ TEST(PictureFile, IsWrittenInTheFormatOfItsEndingOrNotAtAll) {
   EXPECT_EQ(read.pixel(10, 3), kRedPixel);
   EXPECT_THAT(bytesOf("a.svg"),
               testing::AllOf(testing::HasSubstr("viewBox=\"0 0 40 30\""), testing::HasSubstr("mm/s")));
+  ASSERT_TRUE(writer.write(folder.file("a.wmf"), {40, 30}, draw));
+  EXPECT_THAT(bytesOf("a.wmf"), testing::HasSubstr("mm/s"));
   // Nothing that was there is lost.
   const std::string before = bytesOf("a.png");
   EXPECT_FALSE(writer.write(folder.file("a.png"), {0, 30}, draw));
   EXPECT_FALSE(writer.write(folder.file("a.png"), {40, 1 << 20}, draw));
   EXPECT_EQ(bytesOf("a.png"), before);
   EXPECT_THAT(writer.write(folder.file("a.xyz"), {40, 30}, draw).why(),
-              testing::HasSubstr("png, jpg, bmp, svg or pdf"));
+              testing::HasSubstr("png, jpg, bmp, svg, pdf or wmf"));
   EXPECT_FALSE(writer.write(folder.file("none/a.svg"), {40, 30}, draw));
 }
 

@@ -285,7 +285,7 @@ class MarkerWindow : public Faces {
   }
   QMainWindow main;
   QtForms forms;
-  Host withForms{host, host, forms, host, host, host, host, host, host};
+  Host withForms{host, host, forms, host, host, host, host, host, host, host};
   const HostScope withWindows{withForms};
 };
 

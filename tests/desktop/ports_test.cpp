@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <csignal>
 
 #include "base/version.h"
@@ -66,6 +67,25 @@ TEST(QtChoosers, BeginWhereSomethingIsLeftOfAFolderThatIsGone) {
     dialog->reject();
   });
   EXPECT_FALSE(QtChoosers().chooseFolder("Data", folder.file("gone/tarn.db")));
+}
+
+TEST(QtChoosers, ShowWhatIsToldOfTheSelectedFile) {
+  TestHost host;
+  const TempFolder folder;
+  ASSERT_TRUE(replaceFile(folder.file("a.hdr"), std::string_view("x")));
+  QTimer::singleShot(0, qApp, [&] {
+    auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    ASSERT_NE(dialog, nullptr);
+    auto* field = dialog->findChild<QPlainTextEdit*>("preview");
+    ASSERT_NE(field, nullptr);
+    Q_EMIT dialog->currentChanged(folder.file("a.hdr").c_str());
+    EXPECT_EQ(field->toPlainText(), "told of a.hdr");
+    Q_EMIT dialog->currentChanged(folder.path().c_str());
+    EXPECT_EQ(field->toPlainText(), "");
+    dialog->reject();
+  });
+  const auto told = [](const std::string& path) { return "told of " + fileNameOf(path); };
+  EXPECT_FALSE(QtChoosers().openFile({"Open", "", "", folder.path(), told}));
 }
 
 TEST(QtWaitCursor, NestsAndMakesRoomForADialog) {

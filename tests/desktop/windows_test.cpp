@@ -108,7 +108,7 @@ class ProgramWindow : public MainWindowTest {
   }
 
   // Questions go to the test, windows are real.
-  Host ports{host, host, host, host, windows, host, host, host, host};
+  Host ports{host, host, host, host, windows, host, host, host, host, host};
   HostScope scope{ports};
 };
 

@@ -421,5 +421,42 @@ TEST_F(VideoFiles, ReadsRawFramesByTheirHeader) {
   EXPECT_EQ(video().imageCount(), 3);
 }
 
+TEST_F(VideoFiles, OpensRawFramesByTheirKeyLines) {
+  const std::vector<uint8_t> raw(6 * 2 * 3 + 1, 7);
+  ASSERT_TRUE(replaceFile(folder.file("scan.raw"), std::span<const uint8_t>(raw)));
+  const std::pair<const char*, int32_t> told[] = {
+      {"NUMBER_OF_FRAMES 9", 3}, {"NUMBER_OF_FRAMES 2", 2}, {"", 3}};
+  for (const auto& [words, images] : told) {
+    const std::string header = std::string("WIDTH 6\r\nHEIGHT 2\n") + words;
+    ASSERT_TRUE(replaceFile(folder.file("scan.txt"), std::string_view(header)));
+    ASSERT_NE(app->openDocumentFile(folder.file("scan.raw")), nullptr);
+    EXPECT_EQ(video().imageCount(), images) << words;
+    EXPECT_EQ(video().fps, 30);
+    EXPECT_THAT(video().notes, HasSubstr("WIDTH 6  HEIGHT 2"));
+    EXPECT_THAT(video().notes, HasSubstr("raw ops"));
+    EXPECT_THAT(host.messages.back(), HasSubstr("The last 1 bytes of it are no whole image"));
+    EXPECT_EQ(host.messages.back().find("The header tells of") == std::string::npos, *words == 0);
+    process.videoTemplate->discard(video());
+  }
+}
+
+TEST_F(VideoFiles, RefusesRawFramesThatTheirHeaderDoesNotFit) {
+  const std::vector<uint8_t> raw(20'000'000, 7);
+  ASSERT_TRUE(replaceFile(folder.file("scan.raw"), std::span<const uint8_t>(raw)));
+  const std::pair<const char*, const char*> lies[] = {
+      {"WIDTH 60000\nHEIGHT 60000", "It holds no image of 60000 by 60000 pixels: it has 20000000 bytes."},
+      {"WIDTH 2147483647\nHEIGHT 2147483647", "It holds no image"},
+      {"WIDTH 1\nHEIGHT 1", "more than a movie can have"},
+      {"WIDTH -1", "Its WIDTH is"}};
+  for (const auto& [header, words] : lies) {
+    ASSERT_TRUE(replaceFile(folder.file("scan.hdr"), std::string_view(header)));
+    EXPECT_EQ(app->openDocumentFile(folder.file("scan.raw")), nullptr) << header;
+    EXPECT_THAT(host.messages.back(), HasSubstr(words));
+  }
+  ASSERT_EQ(::unlink(folder.file("scan.hdr").c_str()), 0);
+  ASSERT_NE(app->openDocumentFile(folder.file("scan.raw")), nullptr) << "of 640 by 480 without a header";
+  EXPECT_EQ(video().imageCount(), 65);
+}
+
 }  // namespace
 }  // namespace tarnvisor

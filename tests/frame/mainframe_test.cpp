@@ -4,7 +4,9 @@
 #include "app/recentfiles.h"
 #include "assembly/assembly.h"
 #include "frame/commandids.h"
+#include "frame/hdrfileopendlg.h"
 #include "support/apptest.h"
+#include "support/recordingcanvas.h"
 
 namespace tarnvisor {
 namespace {
@@ -321,6 +323,29 @@ TEST_F(Frame, FourFilesAreKeptAsRecent) {
   process.quietMode = 1;
   ASSERT_NE(app->openDocumentFile(paths[3]), nullptr);
   EXPECT_EQ(recentFiles().front(), paths[4]);
+}
+
+TEST_F(Frame, AnyViewGoesOutAsAMetafile) {
+  using G = DocumentRow::Gate;
+  startFrame("", {{G::Image,
+                   {1, "\nPlain\n\n\n\n", "", "", "", &makePlain, &make<CView>},
+                   &ProcessState::imageTemplate}});
+  EXPECT_NE(run(cmd::ExportMetafile), CommandResult::Done) << "without a view";
+  ASSERT_NE(process.imageTemplate->newDocument(), nullptr);
+  RecordingCanvas canvas;
+  host.pictureCanvas = &canvas;
+  host.paths = {folder.file("a.wmf")};
+  EXPECT_EQ(run(cmd::ExportMetafile), CommandResult::Done);
+}
+
+TEST(HeaderChooser, ShowsTheHeaderOfWhatIsSelected) {
+  const TempFolder folder;
+  ASSERT_TRUE(replaceFile(folder.file("a.hdr"), std::string_view("WIDTH 6\r\nHEIGHT 2")));
+  ASSERT_TRUE(replaceFile(folder.file("b.hdr"), std::string_view("WIDTH none")));
+  EXPECT_EQ(HdrFileOpenDlg::headerOf(folder.file("a.hdr")), "WIDTH 6  HEIGHT 2");
+  EXPECT_EQ(HdrFileOpenDlg::headerOf(folder.file("a.raw")), "WIDTH 6  HEIGHT 2");
+  EXPECT_THAT(HdrFileOpenDlg::headerOf(folder.file("b.hdr")), HasSubstr("Its WIDTH is \"none\""));
+  EXPECT_THAT(HdrFileOpenDlg::headerOf(folder.file("c.raw")), HasSubstr("640 by 480"));
 }
 
 }  // namespace

@@ -143,7 +143,7 @@ TEST_F(Menus, NoCommandHasTwoWordings) {
 TEST_F(Menus, OpenOffersTheKindsInTheirKnownOrder) {
   EXPECT_EQ(
       openFilter(documentTable()),
-      "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi|Images (*.tv1)|*.tv1|Videos (*.dtv)|*.dtv|AVI Videos (*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF (*.zzfcf)|*.zzfcf|XY charts (*.zzxy)|*.zzxy|All files (*.*)|*.*||");
+      "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi;*.raw|Images (*.tv1)|*.tv1|Videos (*.dtv)|*.dtv|AVI Videos (*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF (*.zzfcf)|*.zzfcf|XY charts (*.zzxy)|*.zzxy|Raw frames (*.raw)|*.raw|All files (*.*)|*.*||");
 }
 
 TEST_F(Menus, NoShortcutStandsTwiceBeforeOneKindOfDocument) {

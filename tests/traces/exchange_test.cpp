@@ -338,14 +338,49 @@ TEST(TextImport, AsksAboutTimesThatAreUnevenBeyondTheirRounding) {
   }
 }
 
+TEST(TextImport, ReadsEncodingsAndDecimalCommasOfOtherPrograms) {
+  const std::string latin = "Flu\xdf [\xb5m/s]\n1,5 2\n-2,5 3";
+  std::string little = "\xff\xfe", big = "\xfe\xff";
+  for (const char c : latin) {
+    little += {c, '\0'};
+    big += {'\0', c};
+  }
+  for (const std::string& text : {latin, little, big}) {
+    const Imported back = importText(text, "file", {});
+    ASSERT_EQ(back.traces.size(), 2u) << back.failure;
+    EXPECT_EQ(back.traces[0]->name, "Flu\u00df");
+    EXPECT_EQ(back.traces[1]->name, "[\u00b5m/s]");
+    EXPECT_EQ(samplesOf(*back.traces[0]), (Doubles{1.5, -2.5}));
+  }
+}
+
+TEST(TextImport, OfAMillionColumnsIsRefusedInTheWordsOfOneLine) {
+  std::string text;
+  for (int row = 0; row < 2; ++row) {
+    for (int i = 0; i < 1'000'000; ++i) text += "7,";
+    text += "7\n";
+  }
+  EXPECT_EQ(importText(text, "file", {}).failure, "Line 1 has too many columns: at most 4096 can be read.");
+}
+
 TEST(TextImport, TellsWhatItCannotRead) {
   const std::string wide(2 * 5000, '\t');
   const std::pair<std::string, const char*> cases[] = {
-      {"", "no numbers"},        {"\n \n", "no numbers"},
-      {"a\nb\n1", "no numbers"}, {"a,b", "no numbers"},
-      {"1\n2\nx\n", "Line 3"},   {"1,2\n,3\n2,4", "follows a gap"},
-      {"1\nnan", "Line 2"},      {"1\n1e999", "Line 2"},
-      {"1\n0x10", "Line 2"},     {"1" + wide + "2", "too many columns"}};
+      {"", "no numbers"},
+      {"\n \n", "no numbers"},
+      {"a\nb\n1", "no numbers"},
+      {"a,b", "no numbers"},
+      {"1\n2\nx\n", "Line 3"},
+      {"1,2\n,3\n2,4", "follows a gap"},
+      {"1\nnan", "Line 2"},
+      {"1\n1e999", "Line 2"},
+      {"1\n0x10", "Line 2"},
+      {"1" + wide + "2", "too many columns: at most 4096"},
+      {"1.5\n2,5", "Line 2 has another decimal mark"},
+      {"1,5\n2.5", "Line 2 has another decimal mark"},
+      {"1,5\t2.5", "Line 1 has another decimal mark"},
+      {"1;2,5\n2;1.234,5", "Line 2 has another decimal mark"},
+      {std::string("1\0002\000", 4), "save it as UTF-8"}};
   for (const auto& [text, words] : cases) {
     const Imported back = importText(text, "file", {});
     EXPECT_THAT(back.failure, HasSubstr(words)) << text.substr(0, 30);

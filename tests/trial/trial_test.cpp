@@ -95,8 +95,8 @@ TEST_F(TrialKind, BringsItsMenusWordsFilesAndHelpPage) {
   EXPECT_EQ(popupMenuFor(&made), kRemarkPopup);
   EXPECT_EQ(told(popupMenuOf(app->documents, kRemarkPopup)), "34901 ()34902 ()");
   EXPECT_THAT(CommandDirectory(*app).shortcutList(), HasSubstr("Ctrl+Alt+D      Add the date\n"));
-  EXPECT_THAT(openFilter(rows), HasSubstr(";*.zzxy;*.trm;*.avi|"));
-  EXPECT_THAT(openFilter(rows), HasSubstr("|XY charts (*.zzxy)|*.zzxy|Remarks (*.trm)|*.trm|All files"));
+  EXPECT_THAT(openFilter(rows), HasSubstr(";*.zzxy;*.trm;*.avi;*.raw|"));
+  EXPECT_THAT(openFilter(rows), HasSubstr("|Raw frames (*.raw)|*.raw|Remarks (*.trm)|*.trm|All files"));
   EXPECT_STREQ(made.type()->face().files[0].mimeType, "application/x-tarnvisor-remark");
   EXPECT_STREQ(made.type()->face().helpPage, "remark");
 }
