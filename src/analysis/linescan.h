@@ -180,7 +180,9 @@ std::string additionWords(const VelocityParameters& parameters);
 // Their correlation at the lags of half the shorter one; null without samples or memory.
 ZZTrace::Own correlateTraces(const ZZTrace& first, const ZZTrace& second);
 
-// Rows against the rows before them, half against half; null without rows or memory.
+// The velocity of rows that were sampled along a line, as a linescan computes it when nothing else is set. In
+// points a second, through the gain of the source in its units; kNoReading is absent. Null without rows or
+// memory.
 struct VelocityReview {
   std::unique_ptr<C2DTrace> correlation;
   std::unique_ptr<CTrace> cbv;

@@ -58,10 +58,11 @@ double LagPeak::ratio() const { return ratioOf(square, next); }
 // (R. A. Fisher, 1921).
 bool LagPeak::isBeyondChance(double deviations, double averaged) const {
   const double independent = pairs * averaged / kSmoothed;
-  if (square * independent <= deviations * deviations) return false;
-  constexpr double kNearlyOne = 0.9999;
-  const double higher =
-      std::atanh(std::sqrt(std::min(square, kNearlyOne))) - std::atanh(std::sqrt(std::min(next, kNearlyOne)));
+  constexpr double kNearlyOne = 0.9999, kLostInFit = 3;
+  const double own = std::atanh(std::sqrt(std::min(square, kNearlyOne)));
+  // Of few pairs the deviation is the distribution's own; of many both are the same.
+  if (own * std::sqrt(std::max(independent - kLostInFit, 0.0)) <= deviations) return false;
+  const double higher = own - std::atanh(std::sqrt(std::min(next, kNearlyOne)));
   return higher * std::sqrt(independent / 2) > kHigher;
 }
 

@@ -76,7 +76,6 @@ inline constexpr const char* kLinescanTaken =
     "The linescan window is taking another line; stop that one first.";
 inline constexpr const char* kLinescanChanged =
     "The linescan window was changed while the lines were sampled: nothing was stored. Scan them once more.";
-inline constexpr const char* kNoLinescan = "The linescan window does not take the line.";
 inline constexpr const char* kOneLineOnly =
     "The method of the linescan window is the delay between two lines: choose another in \"CBV calculation parameters\".";
 inline constexpr const char* kNoMemory = "There is not enough memory.";

@@ -298,6 +298,7 @@ class CVivoCapDoc : public ZBasicDoc {
   bool scanLine(std::span<const Point> path, int32_t across, const std::string& name);
   void calculateCbv();
   void addLineRow(const CDim& line, size_t place, const ZlineScanDoc& scan, bool accepted, double diameter);
+  void noteAdditions(const ZlineScanDoc& scan);
   void addCapillaryRow(const std::vector<NamedValue>& values);
   // One line after the other, each accepted by the user.
   struct LineWalk;

@@ -148,6 +148,12 @@ void CVivoCapDoc::addCapillaryRow(const std::vector<NamedValue>& values) {
     report(text::kNoMemory);
 }
 
+// Velocities computed with additions can't be compared with others.
+void CVivoCapDoc::noteAdditions(const ZlineScanDoc& scan) {
+  const std::string words = additionWords(scan.velocity);
+  if (!words.empty()) appendNotes("Velocities: " + words + text::kLineEnd);
+}
+
 // A line whose velocity is not to be told has an empty one. Its number is `place` + 1.
 void CVivoCapDoc::addLineRow(const CDim& line, size_t place, const ZlineScanDoc& scan, bool accepted,
                              double diameter) {
@@ -200,6 +206,7 @@ void CVivoCapDoc::calculateCbv() {
   };
   order.ofMany = all->lines.size() > 1;
   order.atEnd = [all, this] {
+    const ZlineScanDoc* scan = theLinescan();
     const auto mean = [&](double sum) { return all->told ? sum / all->told : kNotMeasured; };
     addCapillaryRow({{"velocity", mean(all->velocity)}, {"flow", mean(all->flow)}});
     const Change change(*this);
@@ -208,6 +215,7 @@ void CVivoCapDoc::calculateCbv() {
       if (currentDims().isValid(place) && currentDims().at(place).isSame(*all->lines[i]))
         currentDims().at(place).label = all->labels[i];
     }
+    if (scan) noteAdditions(*scan);
     setModified();
     updateAllViews();
   };
@@ -265,6 +273,7 @@ void CVivoCapDoc::evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& 
       currentDims().at(index).isSame(line)) {
     const Change change(*this);
     currentDims().at(index).label += format("%.1f ", found.mean) + scan.velocityUnits();
+    noteAdditions(scan);
     setModified();
   }
   addLineRow(line, place, scan, accepted, diameter);

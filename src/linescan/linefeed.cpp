@@ -66,42 +66,48 @@ std::string LineFeed::take(std::span<const Point> path, int32_t across, bool isS
   ScanLine line(path, across, images.xScale / images.yScale);
   if (line.isEmpty()) return text::kLineTooLong;
   if (isSecond && first.isEmpty()) return kNoFirst;
-  facts = images;
-  (isSecond ? second : first) = std::move(line);
-  (isSecond ? secondMiddle : middle) = middleOf(path);
-  if (!isSecond) {
-    second = {};
-    lineName = name;
-  }
-  return begin(video);
-}
-
-std::string LineFeed::begin(const CDocument& video) {
-  giveQueue(nullptr);
+  // What is refused leaves the line before at work.
   ZlineScanDoc* scan = openLinescan();
   if (!scan) return text::kLinescansOff;
   if (scan->isTaken() && !scan->isOf(this)) return kTaken;
+  if (isSecond) {
+    if (scan->velocity.cbvmethod != kTwoLines) return kOtherMethod;
+    const Point at = middleOf(path);
+    distance = std::hypot((static_cast<double>(at.x) - middle.x) * images.xScale,
+                          (static_cast<double>(at.y) - middle.y) * images.yScale);
+    if (!(distance > 0)) return kOnePlace;
+  }
   if (!isUnattended() && !scan->traces.items.empty() && !scan->saveModified())
     return "The linescan that is open was kept.";
-  scan->beginOf(video);
-  scan->setTitle(lineName);
-  const ZlineScanDoc::LineFacts line = lineFacts(*scan, facts, lineName);
-  if (scan->velocity.cbvmethod == kTwoLines) {
+  giveQueue(nullptr);
+  facts = images;
+  (isSecond ? second : first) = std::move(line);
+  if (!isSecond) {
+    middle = middleOf(path);
+    second = {};
+    lineName = name;
+  }
+  return begin(*scan, video);
+}
+
+std::string LineFeed::begin(ZlineScanDoc& scan, const CDocument& video) {
+  scan.beginOf(video);
+  scan.setTitle(lineName);
+  const ZlineScanDoc::LineFacts line = lineFacts(scan, facts, lineName);
+  if (scan.velocity.cbvmethod == kTwoLines) {
     if (second.isEmpty()) return {};  // it waits for the other
-    distance = std::hypot((static_cast<double>(secondMiddle.x) - middle.x) * facts.xScale,
-                          (static_cast<double>(secondMiddle.y) - middle.y) * facts.yScale);
-    const auto places = scan->settwolines(this, first.points() * first.across(),
-                                          second.points() * second.across(), distance, line);
+    const auto places = scan.settwolines(this, first.points() * first.across(),
+                                         second.points() * second.across(), distance, line);
     firstRow = places.first;
     secondRow = places.second;
-    if (!firstRow || !secondRow) return distance > 0 ? kTaken : kOnePlace;
+    if (!firstRow || !secondRow) return text::kNoLinescan;
   } else {
-    if (!second.isEmpty()) return kOtherMethod;
-    firstRow = scan->setline(this, first.points(), first.across(), line);
-    if (!firstRow) return kTaken;
+    firstRow = scan.setline(this, first.points(), first.across(), line);
+    secondRow = nullptr;
+    if (!firstRow) return text::kNoLinescan;
   }
-  scan->startCapture();
-  giveQueue(std::make_shared<LineQueue>(first, second, samplesFields(*scan, facts), imagesThatWait));
+  scan.startCapture();
+  giveQueue(std::make_shared<LineQueue>(first, second, samplesFields(scan, facts), imagesThatWait));
   return {};
 }
 

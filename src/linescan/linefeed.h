@@ -48,7 +48,7 @@ class LineFeed {
   void pause();  // until the next sample; lost rows are told
 
  private:
-  std::string begin(const CDocument& video);
+  std::string begin(ZlineScanDoc& scan, const CDocument& video);
   void giveQueue(std::shared_ptr<LineQueue> queue);
   void store(ZlineScanDoc& scan);
   void finish();
@@ -59,7 +59,7 @@ class LineFeed {
   ImageFacts facts;
   std::string lineName;
   double distance = 0;
-  Point middle, secondMiddle;
+  Point middle;             // of the first line
   int64_t lastNumber = -1;  // sampled; -1 for none since the last pause
   CdataVect* firstRow = nullptr;
   CdataVect* secondRow = nullptr;

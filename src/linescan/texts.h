@@ -16,7 +16,10 @@ inline constexpr const char* kLine2 = "line2";
 inline constexpr const char* kHough = "Hough";
 
 inline constexpr const char* kLinescansOff = "Linescans are off.";
+inline constexpr const char* kStripesNeedHighPass =
+    "Stripes are looked for in what the high pass filter leaves of the scan: enable it first.";
 inline constexpr const char* kNoStripes = "No stripes stand out of the noise.";
+inline constexpr const char* kNoLinescan = "The linescan window does not take the line.";
 inline constexpr const char* kLineTooLong = "The line is too long, or too wide, to be scanned.";
 
 }  // namespace tarnvisor::text

@@ -142,6 +142,8 @@ void ZlineScanBaseDoc::makeSensible() {
   velocity.linesperpoint = std::clamp(velocity.linesperpoint, 1, int32_t{UINT16_MAX});
   sampleperiod = std::clamp(sampleperiod, 1, kMostRows);
   NoPtsToSample = std::clamp(NoPtsToSample, 1, kMostRows);
+  velocity.houghtol = std::clamp(velocity.houghtol, 0, 100);
+  velocity.houghthreshold = std::clamp(velocity.houghthreshold, 0, 100);
   if (!std::isfinite(velocity.smoothing)) velocity.smoothing = usual.smoothing;
   if (!std::isfinite(velocity.coeflimit)) velocity.coeflimit = usual.coeflimit;
   if (!std::isfinite(velocity.linedistance)) velocity.linedistance = usual.linedistance;
@@ -253,7 +255,11 @@ ZZTrace* ZlineScanBaseDoc::makeSeries(const char* name, const std::string& fullN
 }
 
 void ZlineScanBaseDoc::put(ZZTrace* present, ZZTrace::Own made) {
-  if (present)
+  if (recording && present)
+    recording->replace(*present, std::move(made));
+  else if (recording)
+    recording->add(std::move(made));
+  else if (present)
     replacetrace(*present, std::move(made));
   else
     addtrace(std::move(made));

@@ -105,6 +105,10 @@ class ZlineScanBaseDoc : public ZchartDoc {
   void bindTraces();
   void markTraces() const;
   void put(ZZTrace* present, ZZTrace::Own made);
+  // The change that a command makes, which what is computed for it belongs to; null: nothing is kept for
+  // Undo.
+  Change* recording = nullptr;
+  void calculateVelocity(Change& change, bool withCharts);
   bool correlates() const;  // by the method that is chosen
   double rowPeriod() const;
   void postCalculate(bool withCharts);

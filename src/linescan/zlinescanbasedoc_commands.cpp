@@ -130,12 +130,12 @@ void ZlineScanBaseDoc::editParameters() {
   fresh.zeropeak = zeropeak != 0;
   fresh.subpoint = subpoint != 0;
   fresh.bothways = bothways != 0;
-  velocity = fresh;
-  correl2velo = slopesWanted != 0;
-  dohough = hough != 0;
+  Change change(*this);
+  change.exchange(velocity, fresh);
+  change.exchange(correl2velo, slopesWanted != 0);
+  change.exchange(dohough, hough != 0);
   saveVelocitySettings();
-  setModified();
-  calculateVelocity();
+  if (canCalculate()) calculateVelocity(change, true);
 }
 
 void ZlineScanBaseDoc::toggleInterlace() {
@@ -221,7 +221,8 @@ std::string ZlineScanBaseDoc::resultWords(uint32_t from, uint32_t to) const {
   const VelocityStatistics found = statistics(from, to);
   const std::string judged = judgement(from, to);
   const std::string unit = velocityUnits();
-  if (!found.hasReading()) return "There is no velocity: no row's correlation passes the limit.";
+  if (!found.hasReading())
+    return "There is no velocity: no row's correlation passes the limit and stands out of chance.";
   if (!hasNumber(found))
     return format("There is no velocity to be told: %s\npercent good = %.1f %%\n", judged.c_str(),
                   found.share() * 100);
@@ -229,7 +230,7 @@ std::string ZlineScanBaseDoc::resultWords(uint32_t from, uint32_t to) const {
              "velocity = %.1f %s\n%.3f to %.3f %s\npercent good = %.1f %%\nwith average correlation = %0.2f\n",
              found.mean, unit.c_str(), found.least, found.greatest, unit.c_str(), found.share() * 100,
              found.correlation) +
-         judgement();
+         (found.peakRatio > 0 ? format("peak ratio = %.1f\n", found.peakRatio) : "") + judged;
 }
 
 void ZlineScanBaseDoc::addVelocityResult(uint32_t from, uint32_t to) {
@@ -240,11 +241,11 @@ void ZlineScanBaseDoc::addVelocityResult(uint32_t from, uint32_t to) {
   if (!asked(form)) return;
   const ZZTrace* scan = scantrace();
   const double pointLength = scan ? scan->ygain : 0.0;
-  const double diameter = velocity.linesperpoint * pointLength;
+  const double diameter = scan ? velocity.linesperpoint * pointLength : kUnknown;
   const double length =
       scan ? static_cast<const C2DTrace*>(scan)->width() * pointLength : velocity.linedistance;
   if (!addResultRow(kCapillaryResults,
-                    recordOf(kCapillaryResults, title(), scan ? scan->yunits : "",
+                    recordOf(kCapillaryResults, title(), scan ? scan->yunits : traceSet().line1->yunits,
                              {{"line", static_cast<double>(trailingNumber(scan ? scan->name : ""))},
                               {"length", length},
                               {"diameter", diameter},

@@ -19,6 +19,20 @@ namespace {
 constexpr uint32_t kGreen = 0xFF00, kRed = 0xFF, kBlue = 0xFF0000;
 constexpr double kLimitStep = 1.0 / LimitCurves::kLimits;
 
+// Where what is computed goes, for one block.
+template <class Change>
+class Recording {
+ public:
+  Recording(Change*& where, Change& change) : place(where), before(std::exchange(where, &change)) {}
+  ~Recording() { place = before; }
+  Recording(const Recording&) = delete;
+  Recording& operator=(const Recording&) = delete;
+
+ private:
+  Change*& place;
+  Change* before;
+};
+
 }  // namespace
 
 bool ZlineScanBaseDoc::correlates() const {
@@ -29,15 +43,25 @@ bool ZlineScanBaseDoc::prepareVelocity() { return !correlates() || makeDerivedTr
 
 void ZlineScanBaseDoc::calculateVelocity(bool withCharts) {
   if (!canCalculate()) return;
+  Change change(*this);
+  calculateVelocity(change, withCharts);
+}
+
+void ZlineScanBaseDoc::calculateVelocity(Change& change, bool withCharts) {
   const WaitScope wait;
-  if (correlates() && prepareVelocity()) {
-    const LinescanTraces set = traceSet();
-    Change change(*this);
-    for (ZZTrace* each : {static_cast<ZZTrace*>(set.scan2D == set.scan ? nullptr : set.scan),
-                          static_cast<ZZTrace*>(set.difference), static_cast<ZZTrace*>(set.correllogram),
-                          set.correlation, set.cbv, set.cbvUncut, set.peakratio})
+  const Recording scope(recording, change);
+  const LinescanTraces set = traceSet();
+  const std::initializer_list<ZZTrace*> computed{set.scan2D == set.scan ? nullptr : set.scan,
+                                                 set.difference,
+                                                 set.correllogram,
+                                                 set.correlation,
+                                                 set.cbv,
+                                                 set.cbvUncut,
+                                                 set.peakratio};
+  if (correlates()) {
+    for (ZZTrace* each : computed)
       if (each && !change.altering(*each)) return;
-    computeVelocity();
+    if (prepareVelocity()) computeVelocity();
   }
   postCalculate(withCharts);
 }
@@ -124,6 +148,8 @@ StepResult ZlineScanBaseDoc::tellVelocity(uint32_t from, uint32_t to) const {
                    {"least", format("%.3f", found.least)},
                    {"greatest", format("%.3f", found.greatest)},
                    {"correlation", format("%.3f", found.correlation)}};
+  if (hasNumber(found) && found.peakRatio > 0)
+    told.values.emplace_back("ratio", format("%.2f", found.peakRatio));
   told.values.emplace_back("unit", velocityUnits());
   told.values.emplace_back("good", format("%.1f", found.share() * 100));
   told.values.emplace_back("judgement", judgement(from, to));
@@ -215,8 +241,13 @@ void ZlineScanBaseDoc::refreshScatter() {
 void ZlineScanBaseDoc::houghVelocities(bool tells) {
   const LinescanTraces set = traceSet();
   C2DTrace* source = houghSource(velocity, set);
-  if (!source || !set.scan) return tracesChanged();
+  if (tells && set.scan && !velocity.hipass) report(text::kStripesNeedHighPass);
+  if (!source || !set.scan || !velocity.hipass) return tracesChanged();
   const WaitScope wait;
+  std::optional<Change> own;
+  if (!recording) own.emplace(*this);
+  const Recording scope(recording, own ? *own : *recording);
+  if (set.hough && !recording->altering(*set.hough)) return;
   C2DTrace* map = makeRows(text::kHough, kWordRowsCode, kHoughColumns, houghRows(*source, *set.scan));
   if (!map) return;
   map->hidden = false;
@@ -230,7 +261,10 @@ void ZlineScanBaseDoc::setSlopes(std::vector<Slope> fresh) {
   sortSlopes(fresh);
   selectedslope = -1;
   if (fresh == slopeList) return tracesChanged();
-  Change(*this).exchange(slopeList, std::move(fresh));
+  if (recording)
+    recording->exchange(slopeList, std::move(fresh));
+  else
+    Change(*this).exchange(slopeList, std::move(fresh));
 }
 
 bool ZlineScanBaseDoc::takeSlopeEnd(double time, double value, double timeReach, double valueReach) {
@@ -287,8 +321,8 @@ void ZlineScanBaseDoc::endSlope(std::vector<Slope> before) {
 void ZlineScanBaseDoc::setAsScan(C2DTrace& trace, int32_t linesperpoint) {
   const int32_t points = trace.width() / std::max(1, linesperpoint);
   if (linesperpoint < 1 || points < 1) return;
-  std::optional<Change> changing(*this);
-  Change& change = *changing;
+  Change change(*this);
+  const Recording scope(recording, change);
   for (C2DTrace* old : {traceSet().scan2D, scantrace()})
     if (old && old != &trace && indexOfTrace(old) >= 0) change.remove(*old);
   if (!change.altering(trace)) return;
@@ -302,7 +336,8 @@ void ZlineScanBaseDoc::setAsScan(C2DTrace& trace, int32_t linesperpoint) {
   trace.rowvalues->fill(static_cast<double>(trace.width()) / linesperpoint);
   C2DTrace* scan = makeRows("", rowsCodeOf(trace), static_cast<uint32_t>(points), trace.size());
   if (!scan) return;
-  change.added(*scan);
+  change.exchange(slopeList, {});
+  selectedslope = -1;
   scan->name = name;
   scan->ygain = trace.ygain;
   scan->yunits = trace.yunits;
@@ -312,8 +347,7 @@ void ZlineScanBaseDoc::setAsScan(C2DTrace& trace, int32_t linesperpoint) {
   scan->setorigin(trace.origin);
   for (uint32_t row = 0; row < trace.size(); ++row)
     trace.rowaverage(row, *scan, static_cast<uint32_t>(linesperpoint));
-  changing.reset();
-  calculateVelocity();
+  calculateVelocity(change, true);
 }
 
 void ZlineScanBaseDoc::interpolateScan(uint16_t points) {
@@ -321,20 +355,18 @@ void ZlineScanBaseDoc::interpolateScan(uint16_t points) {
   if (!set.scan || !set.scan->width() || points < 1) return;
   const int32_t across = velocity.linesperpoint;
   if (int64_t{points} * across > UINT16_MAX) return report("The line would have too many points.");
-  {
-    Change change(*this);
-    const double apart = static_cast<double>(set.scan->width()) / points;
-    for (C2DTrace* each : {set.scan, set.scan2D}) {
-      if (each == set.scan2D && set.scan2D == set.scan) continue;
-      if (!change.altering(*each)) return;
-      each->setrowwidth(static_cast<uint16_t>(each == set.scan ? points : points * across));
-      each->ygain *= apart;
-      each->xscale *= apart;
-      for (uint32_t row = 0; row < each->size(); ++row)
-        if (each->extent(row) != 0) each->setextent(row, points);
-    }
+  Change change(*this);
+  const double apart = static_cast<double>(set.scan->width()) / points;
+  for (C2DTrace* each : {set.scan, set.scan2D}) {
+    if (each == set.scan2D && set.scan2D == set.scan) continue;
+    if (!change.altering(*each)) return;
+    each->setrowwidth(static_cast<uint16_t>(each == set.scan ? points : points * across));
+    each->ygain *= apart;
+    each->xscale *= apart;
+    for (uint32_t row = 0; row < each->size(); ++row)
+      if (each->extent(row) != 0) each->setextent(row, points);
   }
-  calculateVelocity();
+  calculateVelocity(change, true);
 }
 
 }  // namespace tarnvisor

@@ -261,7 +261,7 @@ const CommandTableBase& ZlineScanDoc::commandTable() {
        {cmd::SubtractScans,
         "&Subtract scans",
         &D::toggleSubtracting,
-        nullptr,
+        &D::mayToggleSubtracting,
         &D::isSubtracting,
         {.tip = "Subtract scans",
          .status = "Stores the change over two samples: what stands still goes away."}},

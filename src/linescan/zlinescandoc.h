@@ -76,6 +76,7 @@ class ZlineScanDoc final : public ZlineScanBaseDoc {
   void storeNothing();
   void changeSampleRate();
   void toggleSubtracting();
+  bool mayToggleSubtracting() const { return !isTaken(); }
   void toggleCbv();
   bool isSubtracting() const { return subtracting; }
   bool isCbvOn() const { return cbvON; }

@@ -231,23 +231,13 @@ TEST(TracePairs, CorrelateOverHalfTheShorterOne) {
   EXPECT_EQ(correlateTraces(CTrace(kDoubleCode, 1), second), nullptr);
 }
 
-TEST(VelocityReviews, PlaceTheLeastCorrelationOfEachRow) {
-  C2DTrace source(kWordRowsCode, 4, 8);
-  source.period = 0.5;
-  const std::array<double, 8> values{9, 1, 7, 2, 8, 3, 1, 5};
-  for (const uint32_t row : {0u, 1u, 3u}) {
-    source.setextent(row, 8);
-    for (uint32_t i = 0; i < 8; ++i) source.data->putcell(row, i, values[i]);
-  }
-  const VelocityReview made = reviewVelocity(source, 0, 0);
-  EXPECT_EQ(made.correlation->width(), 5);
-  EXPECT_EQ(made.correlation->extent(0), 0);
-  EXPECT_EQ(made.correlation->extent(1), 8);
-  EXPECT_EQ(made.correlation->extent(2), 0);
-  EXPECT_EQ(made.correlation->extent(3), 8);  // against the last one that holds something
-  EXPECT_EQ(made.correlation->data->at(1, 4), 1000);
-  EXPECT_EQ(made.cbv->size(), 4);
-  EXPECT_EQ(made.cbv->data->at(2), 0);
+TEST(VelocityReviews, AreComputedAsALinescanIs) {
+  Flowing scan({});
+  const VelocityReview made = reviewVelocity(scan.scan, 0, 0);
+  ASSERT_NE(made.cbv, nullptr);
+  EXPECT_EQ(made.correlation->width(), scan.correllogram.width());
+  for (const uint32_t row : {0U, 20U, 40U}) EXPECT_EQ(made.cbv->data->at(row), scan.cbv.data->at(row)) << row;
+  EXPECT_TRUE(made.cbv->isAbsent(kNoReading));
 }
 
 TEST(VelocityFigures, SayHowFarTheyCanBeTrusted) {
@@ -350,6 +340,16 @@ TEST(FineTwoLineVelocities, HaveTheTrueDelayAndItsSign) {
     scan.calculate();
     EXPECT_NEAR(scan.statistics().mean * delay / 200, 1, 0.03) << delay;
   }
+}
+
+TEST(FineTwoLineVelocities, AreReadOfFewSamplesToo) {
+  VelocityParameters with = kFine;
+  with.cbvmethod = kTwoLines;
+  with.linedistance = 20;
+  SimulatedScan scan(with, 400, 2, 10);
+  scan.fillLines({.velocity = 200 / 3.0, .noise = 0}, 20);
+  scan.calculate();
+  EXPECT_NEAR(scan.statistics().mean * 3 / 200, 1, 0.03);
 }
 
 TEST(FineHoughSlopes, HitAStripeOfAnySpeed) {

@@ -112,7 +112,6 @@ TEST_F(Linescan, CalculatesTheVelocityOfWhatMovesAlongIt) {
   EXPECT_EQ(samplesOf(*traces().cbv), first);
   EXPECT_EQ(traces().scan2D->origin, 0U);
   scan->undo();
-  scan->undo();
   EXPECT_EQ(traces().cbv->size(), 40U);
 }
 
@@ -250,9 +249,46 @@ TEST_F(Linescan, TakesRowsOfAChartAsItsScan) {
   EXPECT_EQ(traces().scan->width(), 4);
   EXPECT_EQ(traces().scan2D->extent(0), 4.0);
   EXPECT_EQ(traces().cbv->size(), 20U);
-  scan->undo();  // the velocity
   scan->undo();
   EXPECT_FALSE(scan->hasScan());
+  EXPECT_EQ(traces().cbv, nullptr) << "one step with the velocity";
+}
+
+TEST_F(Linescan, UndoBringsBackTheVelocityAndHowItWasCalculated) {
+  take(64);
+  sampleFlow(40, 8);
+  run("Calculate velocity");
+  const auto seen = [this] {
+    std::vector<std::string> all;
+    for (const auto& trace : scan->traces.items)
+      all.push_back(format("%s %i %.17g", trace->name.c_str(), trace->data->width, trace->data->at(30)));
+    return all;
+  };
+  const std::vector<std::string> before = seen();
+  host.fill({{"Flow both ways, and standing", "1"},
+             {"No. of linescan sample periods between correlations", "3"},
+             {"Enable Hough calculation", "1"}});
+  run("CBV calculation parameters");
+  EXPECT_NE(seen(), before);
+  scan->undo();
+  EXPECT_EQ(seen(), before);
+  EXPECT_EQ(scan->velocity.gap, 1);
+  EXPECT_FALSE(scan->dohough);
+  scan->interpolateScan(128);
+  scan->undo();
+  EXPECT_EQ(seen(), before);
+}
+
+TEST_F(Linescan, GoesOnWithItsLineWhenASecondIsRefused) {
+  LineFeed feed;
+  const Point path[] = {{2, 5}, {40, 5}}, beside[] = {{2, 9}, {40, 9}};
+  const ImageFacts facts{1, 1, "um", 0.02, false};
+  ASSERT_EQ(feed.take(path, 1, false, facts, "line1", *scan), "");
+  const CZZimage image(50, 20);
+  feed.sample(image, 0);
+  EXPECT_NE(feed.take(beside, 1, true, facts, "line2", *scan), "") << "the method is for one";
+  feed.sample(image, 1);
+  EXPECT_EQ(traces().scan2D->origin, 2U);
 }
 
 TEST(ScanLines, HaveAPointAPixelAndPixelsAtRightAnglesToIt) {
