@@ -4,6 +4,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "imagedoc/otherpictures.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -21,6 +22,8 @@ bool isMovieFile(const std::string& path) {
     if (pattern == "*." + kind) return true;
   return false;
 }
+
+bool isVideoFile(const std::string& path) { return isMovieFile(path) || isSequenceFile(path); }
 
 CZZimage* CVivoCapDoc::theImage() { return hasMovie() ? &movie->image() : nullptr; }
 

@@ -7,6 +7,7 @@
 #include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "dicom/dicomwriter.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
@@ -73,6 +74,12 @@ class CVivoCapDoc::ExportJob : public Job {
         path(name),
         exporting(*video.movie, name, static_cast<int32_t>(std::lround(video.imagesPerSecond())), range, step,
                   compression),
+        done(std::move(whenDone)) {}
+  ExportJob(CVivoCapDoc& video, const std::string& name, CZZMovie::Range range, int32_t step,
+            const MovieExport::MakeSink& makeSink, std::function<void(const Outcome&)> whenDone)
+      : doc(video),
+        path(name),
+        exporting(*video.movie, name, range, step, makeSink),
         done(std::move(whenDone)) {}
   std::string title() const override { return "Exporting " + fileNameOf(path); }
   std::string lostIfStopped() const override { return fileNameOf(path) + " is still being exported."; }
@@ -142,6 +149,36 @@ Outcome CVivoCapDoc::exportAvi(const std::string& path) {
   const CZZMovie::Range range = selection();
   runToEnd(std::make_unique<ExportJob>(*this, path, range, 1, nullptr,
                                        [&result](const Outcome& made) { result = made; }));
+  return result;
+}
+
+namespace {
+
+MovieExport::MakeSink dicomOf(const DicomFacts& facts) {
+  return [facts](const std::string& path, const MovieExport::Pictures& pictures,
+                 std::string& why) -> std::unique_ptr<FrameSink> {
+    return DicomWriter::create(path, facts, pictures.size, pictures.colour, pictures.count, why);
+  };
+}
+
+}  // namespace
+
+std::unique_ptr<Job> CVivoCapDoc::dicomJob(const std::string& path, DicomFacts facts,
+                                           std::function<void(const Outcome&)> done) {
+  const int32_t step = std::max(1, selectionStep);
+  facts.frameSeconds = step / imagesPerSecond();
+  return std::make_unique<ExportJob>(*this, path, selection(), step, dicomOf(facts), std::move(done));
+}
+
+void CVivoCapDoc::exportDicomAs(const std::string& path, const DicomFacts& facts) {
+  start(dicomJob(path, facts, [this](const Outcome& made) {
+    if (!made && !made.why().empty()) report(made.why());
+  }));
+}
+
+Outcome CVivoCapDoc::exportDicomSequence(const std::string& path, const DicomFacts& facts) {
+  Outcome result = Outcome::success();
+  runToEnd(dicomJob(path, facts, [&result](const Outcome& made) { result = made; }));
   return result;
 }
 
