@@ -11,6 +11,7 @@
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
+#include "imagedoc/otherpictures.h"
 #include "imagedoc/texts.h"
 #include "movie/movieexport.h"
 #include "movie/movieoutput.h"
@@ -211,14 +212,22 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
                     moviePath.c_str()));
       return false;
     }
+    if (isSequenceFile(path)) return takeSequence(path);
     if (!takeVideo(path)) return false;
     appendNotes(words + text::kLineEnd);
     updateAllViews();
     return true;
   }
   auto other = std::make_unique<CZZMovie>();
-  if (!other->open(path)) {
-    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), other->failure().c_str()));
+  std::string problem;
+  if (isSequenceFile(path)) {
+    auto pictures = openPictures(path, problem);
+    if (pictures && !other->openStills(std::move(pictures), path)) problem = other->failure();
+  } else if (!other->open(path)) {
+    problem = other->failure();
+  }
+  if (!problem.empty()) {
+    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), problem.c_str()));
     return false;
   }
   if (const std::string why = movie->whyNotAppended(*other); !why.empty()) {

@@ -41,6 +41,21 @@ TEST_F(Sequences, ShareOneRangeOfLevels) {
   EXPECT_THAT(video().notes, HasSubstr("tells no rate"));
 }
 
+TEST_F(Sequences, AreAddedBehindTheImagesThereAre) {
+  const std::string path = writePages({{1, 10}, {1, 20}}, 8, "");
+  ASSERT_NE(app->openDocumentFile(path), nullptr);
+  useWorkFolder();
+  ASSERT_TRUE(video().importMovie(path, false));
+  EXPECT_EQ(levels(), (std::vector<int>{10, 20, 10, 20}));
+}
+
+TEST_F(Sequences, ThatAreDamagedOpenNothing) {
+  const std::string path = writePages({{1, 10}, {1, 20}}, 8, "");
+  std::filesystem::resize_file(path, 60);
+  EXPECT_EQ(app->openDocumentFile(path), nullptr);
+  EXPECT_FALSE(host.messages.empty());
+}
+
 TEST_F(Sequences, GoOutAsDicomAndComeBack) {
   openMovie("a.mve", 5);
   video().fps = 20;
