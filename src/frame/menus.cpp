@@ -12,13 +12,15 @@ using K = MenuEntry::Kind;
 }
 
 Menu fileMenu(const MenuEntries& ofDocument) {
-  return {"&File", MenuEntries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::FileClose} + ofDocument +
-                       MenuEntries{K::Separator, cmd::DataFolder, cmd::SelectProfile, K::Separator,
-                                   K::RecentFiles, K::Separator, cmd::AppExit}};
+  return {"&File",
+          MenuEntries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::FileClose} + ofDocument +
+              MenuEntries{K::Separator, cmd::ExportPicture, K::Separator, cmd::DataFolder, cmd::SelectProfile,
+                          K::Separator, K::RecentFiles, K::Separator, cmd::AppExit}};
 }
 
 Menu subjectMenu() {
-  return {"&Subject", {cmd::SelectSubject, cmd::ViewExams, K::Separator, cmd::ProcessResults}};
+  return {"&Subject",
+          {cmd::SelectSubject, cmd::ViewExams, K::Separator, cmd::ProcessResults, cmd::ExportStudy}};
 }
 
 Menu acquisitionMenu() {
