@@ -27,7 +27,7 @@ void put(DcmDataset& set, const DcmTagKey& tag, const std::string& text) {
 void putNumber(DcmDataset& set, const DcmTagKey& tag, Uint16 number) { set.putAndInsertUint16(tag, number); }
 
 // A decimal number has 16 characters at most.
-std::string decimal(double value) { return format("%.9g", value); }
+std::string decimal(double value) { return format("%.10g", value); }
 
 void putSubject(DcmDataset& set, const DicomFacts& facts) {
   set.insertEmptyElement(DCM_PatientBirthDate);

@@ -72,6 +72,9 @@ void CdbDocument::noteMadeHere() {
 
 CdbDocument::Owner CdbDocument::measuredFor() const {
   if (examIdOfDoc >= 0) return {patientId, examIdOfDoc};
+  // Nobody said yet that it is the selected one's.
+  if (const Owner next = owner(); !subjectOfFile.empty() && subjectOfFile != next.subject)
+    return {subjectOfFile, -1};
   const bool isOfAnother = !madeFor.empty() && madeFor != theExams().subjectId();
   return madeUnder >= 0 || isOfAnother ? Owner{madeFor, madeUnder} : owner();
 }

@@ -33,7 +33,8 @@ class CdbDocument : public CDocument {
     bool operator==(const Owner&) const = default;
   };
   Owner owner() const;
-  // Whose its results are: the one it is bound to, else the one that was selected when it was made.
+  // Whose its results are: the one it is bound to, else the one that its file names, else the one that was
+  // selected when it was made.
   Owner measuredFor() const;
   // That exam's folder: its name below the data folder; of a document from elsewhere where the document lies.
   // Empty when unknown.

@@ -77,6 +77,7 @@ TEST_F(ImportedStills, OfDicomNameTheirPatientAndAreNobodyElsesUnasked) {
   EXPECT_DOUBLE_EQ(image()->scale().y, 3);
   ASSERT_TRUE(app->db->newSubject("S-2"));
   theExams().selectSubject("S-2", "Another");
+  EXPECT_EQ(image()->measuredFor().subject, "S-1");
   host.answers = {Answer::No};
   EXPECT_FALSE(image()->onSaveDocument(folder.file("a.tv1")));
   EXPECT_THAT(host.messages.back(), HasSubstr("names the subject S-1"));
@@ -84,6 +85,7 @@ TEST_F(ImportedStills, OfDicomNameTheirPatientAndAreNobodyElsesUnasked) {
   host.answers = {Answer::Yes};
   EXPECT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
   EXPECT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));  // asked once
+  EXPECT_EQ(image()->measuredFor().subject, "S-2");
 }
 
 TEST_F(ImportedStills, GoOutAsDicomWithTheirSubjectExamAndScale) {
