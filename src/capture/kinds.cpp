@@ -46,7 +46,8 @@ const DocumentFace& liveFace() {
   static const DocumentFace face{
       .tables = {&ZBasicfgView::commandTable()},
       .menus = {fileMenu({cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage, K::Separator, cmd::Export,
-                          cmd::ImportDimensions, K::Separator, cmd::FilePrint, cmd::FilePrintPreview}),
+                          cmd::ExportDicom, cmd::ImportDimensions, K::Separator, cmd::FilePrint,
+                          cmd::FilePrintPreview}),
                 imageEditMenu(), imageViewMenu(), cameraMenu(), processingMenu({}), measureMenu(),
                 analysisMenu(), subjectMenu(), acquisitionMenu(), windowMenu(), helpMenu()},
       .popups = imagePopups(),

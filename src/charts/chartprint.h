@@ -1,4 +1,4 @@
-// A chart on paper and as a picture, for all kinds of charts.
+// A chart on paper, for all kinds of charts.
 #pragma once
 
 #include <functional>
@@ -13,7 +13,5 @@ using DrawChart = std::function<void(Canvas&, const Rect&)>;
 
 // The page: when it was printed, the document's title, the chart below.
 void printChart(PrintJob& job, const ZchartDoc& document, const DrawChart& draw);
-// Asks for a path; as large as the window, in the format of the path's ending.
-void exportChartPicture(ZchartDoc& document, Size size, const DrawChart& draw);
 
 }  // namespace tarnvisor

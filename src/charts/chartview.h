@@ -62,6 +62,11 @@ class ZchartView : public CView, public ChartWatcher {
   void draw(Canvas& canvas) override;
   // All that the window shows, in an area of another canvas.
   void drawIn(Canvas& canvas, const Rect& area);
+  bool hasPicture() const override { return hasTraces(); }
+  Size pictureSize(int32_t times) const override {
+    return {windowSize().width * times, windowSize().height * times};
+  }
+  void drawPicture(Canvas& canvas, Size size, const PictureWish& wish) override;
 
   // --- chartview_mouse.cpp
   void mouseDown(const MouseEvent& event) override;
@@ -193,7 +198,6 @@ class ZchartView : public CView, public ChartWatcher {
   ExportRange exportRange(bool ofSelection) const;
   void exportTraces();
   void importTracesCommand();
-  void exportPicture();
   void chartResults();
   void imageFromTrace();
   void xyChart();

@@ -197,13 +197,6 @@ const CommandTableBase& ZchartView::commandTable() {
         .icon = "export"}},
       {cmd::Export, "", &V::exportTraces, &V::hasData},
       {cmd::Import, "&Import...", &V::importTracesCommand},
-      {cmd::ExportPicture,
-       "Export &picture...",
-       &V::exportPicture,
-       &V::hasTraces,
-       {.tip = "Export picture",
-        .status = "Writes the chart as a picture: png, svg or pdf.",
-        .keys = "Ctrl+Shift+X"}},
       {cmd::ChartResults,
        "Chart &Results",
        &V::chartResults,
@@ -501,8 +494,8 @@ void ZchartView::previewCommand() {
   host().printer.preview(doc.title(), [this](PrintJob& job) { printOn(job); });
 }
 
-void ZchartView::exportPicture() {
-  exportChartPicture(doc, windowSize(), [this](Canvas& canvas, const Rect& area) { drawIn(canvas, area); });
+void ZchartView::drawPicture(Canvas& canvas, Size size, const PictureWish&) {
+  drawIn(canvas, {0, 0, size.width, size.height});
 }
 
 // Rows can't be drawn against anything.

@@ -56,7 +56,10 @@ void ZchartView::exportTraces() {
   const auto path = host().choosers.saveFile(request);
   if (!path) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return doc.report(may.why());
-  if (const Outcome done = exportTo(*path, settings, choice.allTraces != 0, choice.selection != 0); !done)
+  const bool isCsv = equalIgnoringCase(extensionOf(*path), "csv");
+  if (const Outcome done =
+          exportTo(*path, isCsv ? settings.asCsv() : settings, choice.allTraces != 0, choice.selection != 0);
+      !done)
     return doc.report(done.why());
   if (isUnattended()) host().messages.show("exported " + *path + ": " + lastExport);
   settings.store();

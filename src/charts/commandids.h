@@ -51,7 +51,6 @@ inline constexpr int32_t GoldenMaxima = 34098;
 inline constexpr int32_t SignalStrength = 34099;
 inline constexpr int32_t PowerContour = 34100;
 inline constexpr int32_t LevelContour = 34101;
-inline constexpr int32_t ExportPicture = 34102;
 inline constexpr int32_t XyChart = 34103;
 inline constexpr int32_t ZoomValueIn = 34104;
 inline constexpr int32_t ZoomValueOut = 34105;

@@ -14,8 +14,8 @@ namespace {
 using K = MenuEntry::Kind;
 
 std::vector<Menu> chartMenus() {
-  const MenuEntries ofFile{cmd::FileSave,      cmd::FileSaveAs, K::Separator,   cmd::ExportTrace,
-                           cmd::ExportPicture, K::Separator,    cmd::FilePrint, cmd::FilePrintPreview};
+  const MenuEntries ofFile{cmd::FileSave, cmd::FileSaveAs, K::Separator,         cmd::ExportTrace,
+                           K::Separator,  cmd::FilePrint,  cmd::FilePrintPreview};
   return {
       fileMenu(ofFile),
       {"&Edit",
@@ -81,8 +81,8 @@ const DocumentFace& profileFace() {
 
 const DocumentFace& xyChartFace() {
   static const DocumentFace face{.tables = {&xychartvw::commandTable(), &xychartdoc::commandTable()},
-                                 .menus = plainMenus({cmd::FileSave, cmd::FileSaveAs, cmd::ExportPicture,
-                                                      K::Separator, cmd::FilePrint, cmd::FilePrintPreview},
+                                 .menus = plainMenus({cmd::FileSave, cmd::FileSaveAs, K::Separator,
+                                                      cmd::FilePrint, cmd::FilePrintPreview},
                                                      {cmd::Undo, cmd::RedoTrace}),
                                  .files = {{.ending = ".zzxy",
                                             .openWords = "XY charts (*.zzxy)",

@@ -147,7 +147,6 @@ const CommandTableBase& xychartvw::commandTable() {
   static const CommandTable<V> table{
       {cmd::FilePrint, "&Print...", &V::printCommand, &V::hasPairs},
       {cmd::FilePrintPreview, "Print Pre&view", &V::previewCommand, &V::hasPairs},
-      {cmd::ExportPicture, "Export &picture...", &V::exportPicture, &V::hasPairs},
   };
   return table;
 }
@@ -161,8 +160,8 @@ void xychartvw::printCommand() {
 void xychartvw::previewCommand() {
   host().printer.preview(doc.title(), [this](PrintJob& job) { printOn(job); });
 }
-void xychartvw::exportPicture() {
-  exportChartPicture(doc, windowSize(), [this](Canvas& canvas, const Rect& area) { drawIn(canvas, area); });
+void xychartvw::drawPicture(Canvas& canvas, Size size, const PictureWish&) {
+  drawIn(canvas, {0, 0, size.width, size.height});
 }
 
 xychartdoc* makeXyChart(const ZZTrace& x, const ZZTrace& y, const std::string& title) {

@@ -31,6 +31,11 @@ class xychartvw : public CView {
   void onUpdate(Change what) override;
   void draw(Canvas& canvas) override;
   void drawIn(Canvas& canvas, const Rect& area);
+  bool hasPicture() const override { return hasPairs(); }
+  Size pictureSize(int32_t times) const override {
+    return {windowSize().width * times, windowSize().height * times};
+  }
+  void drawPicture(Canvas& canvas, Size size, const PictureWish& wish) override;
   void mouseMove(const MouseEvent& event) override;
   std::vector<StatusPane> panes() const override;  // "x", "y", "points"
   bool keepsPlace() const override { return true; }
@@ -42,7 +47,6 @@ class xychartvw : public CView {
   const std::vector<xychartdoc::Pair>& points() const;
   void printCommand();
   void previewCommand();
-  void exportPicture();
   void printOn(PrintJob& job);
 
   xychartdoc& doc;

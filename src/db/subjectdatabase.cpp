@@ -137,9 +137,13 @@ std::string SubjectDatabase::description() const {
          "\r\nFolder:" + place;
 }
 
-std::optional<std::string> SubjectDatabase::subjectSpeltLike(const std::string& id) const {
+std::vector<std::string> SubjectDatabase::allSubjects() const {
   SqliteStatement s(database, sql::kAllSubjects);
-  const std::vector<std::string> all = firstColumns(s);
+  return firstColumns(s);
+}
+
+std::optional<std::string> SubjectDatabase::subjectSpeltLike(const std::string& id) const {
+  const std::vector<std::string> all = allSubjects();
   if (std::ranges::find(all, id) != all.end()) return std::nullopt;
   const auto alike = std::ranges::find_if(all, [&](const auto& known) { return isSameName(known, id); });
   return alike == all.end() ? std::nullopt : std::optional(*alike);

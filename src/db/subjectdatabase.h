@@ -48,7 +48,8 @@ class SubjectDatabase {
   [[nodiscard]] bool updateSubject(const std::string& id, const std::string& name, const std::string& surname,
                                    const std::string& comments);
   bool touchSubject(const std::string& id);
-  std::vector<std::string> recentSubjects() const;  // the last used first, at most 30
+  std::vector<std::string> allSubjects() const;                              // the last used first
+  std::vector<std::string> recentSubjects() const;                           // likewise, at most 30
   std::vector<std::string> searchSubjects(const std::string& prefix) const;  // likewise
 
   // Holds other programs' writes off for its life, so that what was asked still holds when it is written.

@@ -10,6 +10,7 @@
 #include "desktop/paintercanvas.h"
 #include "desktop/qttext.h"
 #include "drawing/metafilecanvas.h"
+#include "image/imagefile.h"
 
 namespace tarnvisor {
 
@@ -21,17 +22,42 @@ constexpr int kScreenPixelsPerInch = 96;
 // What a drawing on a device left behind: empty when all is well.
 using Draw = std::function<void(Canvas&)>;
 
-QString writePixels(QIODevice& file, const std::string& kind, Size size, const Draw& draw) {
+// Null without memory.
+QImage drawn(Size size, const Draw& draw) {
   QImage picture(size.width, size.height, QImage::Format_RGB32);
-  if (picture.isNull()) return "there is not enough memory";
+  if (picture.isNull()) return picture;
   picture.fill(Qt::white);
-  {
-    QPainter painter(&picture);
-    PainterCanvas canvas(painter);
-    draw(canvas);
-  }
+  QPainter painter(&picture);
+  PainterCanvas canvas(painter);
+  draw(canvas);
+  return picture;
+}
+
+QString writePixels(QIODevice& file, const std::string& kind, Size size, const Draw& draw) {
+  const QImage picture = drawn(size, draw);
+  if (picture.isNull()) return "there is not enough memory";
   QImageWriter writer(&file, kind.c_str());
+  constexpr int kJpegQuality = 95;
+  if (kind.starts_with("jp")) writer.setQuality(kJpegQuality);
   return writer.write(picture) ? QString() : writer.errorString();
+}
+
+// Not every installation of Qt writes this kind.
+Outcome writeTiff(const std::string& path, const QImage& picture) {
+  CZZimage image(0, 0, -1, 0, kColour);
+  if (picture.isNull() || !image.setColourset(kColour) ||
+      !image.resizedata(picture.width(), picture.height(), 3))
+    return Outcome::failure(path + " could not be written: there is not enough memory");
+  for (int y = 0; y < picture.height(); ++y) {
+    const auto* from = reinterpret_cast<const QRgb*>(picture.constScanLine(y));
+    uint8_t* to = image.row(y);
+    for (int x = 0; x < picture.width(); ++x, to += 3) {
+      to[0] = static_cast<uint8_t>(qBlue(from[x]));
+      to[1] = static_cast<uint8_t>(qGreen(from[x]));
+      to[2] = static_cast<uint8_t>(qRed(from[x]));
+    }
+  }
+  return exportStill(image, path);
 }
 
 QString drawOn(QPaintDevice& device, const Draw& draw) {
@@ -87,11 +113,13 @@ Outcome writeWhole(const std::string& path, const std::function<QString(QIODevic
 
 Outcome QtPictureWriter::write(const std::string& path, Size size, const Draw& draw) {
   const std::string kind = lowerCase(extensionOf(path));
+  const bool isTiff = kind == "tif" || kind == "tiff";
   const bool strokes = kind == "svg" || kind == "pdf" || kind == "wmf";
-  if (!strokes && (kind.empty() || !QImageWriter::supportedImageFormats().contains(kind.c_str())))
-    return Outcome::failure(path + ": pictures are written as png, jpg, bmp, svg, pdf or wmf");
+  if (!strokes && !isTiff && (kind.empty() || !QImageWriter::supportedImageFormats().contains(kind.c_str())))
+    return Outcome::failure(path + ": pictures are written as png, jpg, tif, bmp, svg, pdf or wmf");
   if (size.width < 1 || size.height < 1 || size.width > kLargestSide || size.height > kLargestSide)
     return Outcome::failure(path + ": the view is too large for a picture");
+  if (isTiff) return writeTiff(path, drawn(size, draw));
   return writeWhole(path, [&](QIODevice& file) {
     return kind == "wmf"   ? writeMetafile(file, size, draw)
            : kind == "svg" ? writeSvg(file, size, draw)

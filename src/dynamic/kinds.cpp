@@ -5,6 +5,7 @@
 #include "dynamic/vivocapview.h"
 #include "frame/menus.h"
 #include "imagedoc/imagemenus.h"
+#include "imagedoc/otherpictures.h"
 #include "movie/movieoutput.h"
 
 namespace tarnvisor {
@@ -57,9 +58,9 @@ Menu mapMenu() {
 }
 
 std::vector<Menu> mapMenus() {
-  const MenuEntries ofFile{cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage,
-                           K::Separator,  cmd::Export,     cmd::ImportDimensions,
-                           K::Separator,  cmd::FilePrint,  cmd::FilePrintPreview};
+  const MenuEntries ofFile{cmd::FileSave,  cmd::FileSaveAs,      cmd::DuplicateImage,   K::Separator,
+                           cmd::Export,    cmd::ExportDicom,     cmd::ImportDimensions, K::Separator,
+                           cmd::FilePrint, cmd::FilePrintPreview};
   return {fileMenu(ofFile),   imageEditMenu(), imageViewMenu(), mapMenu(),
           processingMenu({}), measureMenu(),   analysisMenu(),  subjectMenu(),
           acquisitionMenu(),  windowMenu(),    helpMenu()};
@@ -75,6 +76,7 @@ std::vector<Menu> videoMenus() {
                            cmd::ExportCompressedAvi,
                            cmd::CompressVideoOutput,
                            cmd::Export,
+                           cmd::ExportDicom,
                            cmd::ImportDimensions,
                            K::Separator,
                            cmd::VideoProperties,
@@ -156,10 +158,11 @@ const DocumentFace& fcfFace() {
 }  // namespace
 
 DocumentRow videoKind() {
+  static const std::string videoImports = std::string(kMovieFilter) + "|" + kSequenceFilter;
   return {DocumentRow::Gate::Image,
           {10021, "\nVideo\nVideo\nVideos (*.dtv)\n.dtv\nTarnvisor.Video\nTarnvisor Video Document",
            "CVivoCapDoc", "CVivoCapView", kChildFrame, &makeDocument<CVivoCapDoc>,
-           &makeView<CVivoCapDoc, CVivoCapView>, &isVideoImport, kMovieFilter, &videoFace},
+           &makeView<CVivoCapDoc, CVivoCapView>, &isVideoFile, videoImports.c_str(), &videoFace},
           &ProcessState::videoTemplate};
 }
 

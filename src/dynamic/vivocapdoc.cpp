@@ -4,6 +4,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "imagedoc/otherpictures.h"
 #include "movie/rawheader.h"
 #include "settings/settings.h"
 
@@ -23,7 +24,9 @@ bool isMovieFile(const std::string& path) {
   return false;
 }
 
-bool isVideoImport(const std::string& path) { return isMovieFile(path) || isRawFile(path); }
+bool isVideoFile(const std::string& path) {
+  return isMovieFile(path) || isRawFile(path) || isSequenceFile(path);
+}
 
 CZZimage* CVivoCapDoc::theImage() { return hasMovie() ? &movie->image() : nullptr; }
 

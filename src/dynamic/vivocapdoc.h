@@ -160,6 +160,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void openResults(const std::string& documentPath);
   [[nodiscard]] bool openMovie(const std::string& path);
   [[nodiscard]] bool takeVideo(const std::string& path);
+  [[nodiscard]] bool takeSequence(const std::string& path);
   void tellOfMovie();                // that it was cut off, or can't be decoded
   void tellOfMissing(size_t known);  // images that the document's table has, and the movie has not
 
@@ -214,6 +215,10 @@ class CVivoCapDoc : public ZBasicDoc {
   void exportMovie(const std::string& path, int32_t step, const CZZMovie::Compression* compression,
                    bool tells);
   [[nodiscard]] Outcome exportAvi(const std::string& path);
+  void exportDicomAs(const std::string& path, const DicomFacts& facts) override;
+  [[nodiscard]] Outcome exportDicomSequence(const std::string& path, const DicomFacts& facts);
+  std::unique_ptr<Job> dicomJob(const std::string& path, DicomFacts facts,
+                                std::function<void(const Outcome&)> done);
 
   // vivocapdoc_movement.cpp
   class MovementJob;
@@ -326,7 +331,8 @@ class CVivoCapDoc : public ZBasicDoc {
 
 // By its ending: a movie file that a video document can be made around. AVI files have a type of their own.
 bool isMovieFile(const std::string& path);
-bool isVideoImport(const std::string& path);  // such a one, or raw frames
+// Or raw frames, or one of many pictures.
+bool isVideoFile(const std::string& path);
 inline constexpr const char* kMovieFilter =
     "Videos|*.mve;*.mp4;*.mov;*.mkv;*.wmv;*.mpg;*.mpeg;*.webm|Raw frames|*.raw";
 

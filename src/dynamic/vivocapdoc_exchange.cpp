@@ -7,9 +7,11 @@
 #include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "dicom/dicomwriter.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
 #include "host/host.h"
+#include "imagedoc/otherpictures.h"
 #include "imagedoc/texts.h"
 #include "movie/movieexport.h"
 #include "movie/movieoutput.h"
@@ -73,6 +75,12 @@ class CVivoCapDoc::ExportJob : public Job {
         path(name),
         exporting(*video.movie, name, static_cast<int32_t>(std::lround(video.imagesPerSecond())), range, step,
                   compression),
+        done(std::move(whenDone)) {}
+  ExportJob(CVivoCapDoc& video, const std::string& name, CZZMovie::Range range, int32_t step,
+            const MovieExport::MakeSink& makeSink, std::function<void(const Outcome&)> whenDone)
+      : doc(video),
+        path(name),
+        exporting(*video.movie, name, range, step, makeSink),
         done(std::move(whenDone)) {}
   std::string title() const override { return "Exporting " + fileNameOf(path); }
   std::string lostIfStopped() const override { return fileNameOf(path) + " is still being exported."; }
@@ -145,6 +153,36 @@ Outcome CVivoCapDoc::exportAvi(const std::string& path) {
   return result;
 }
 
+namespace {
+
+MovieExport::MakeSink dicomOf(const DicomFacts& facts) {
+  return [facts](const std::string& path, const MovieExport::Pictures& pictures,
+                 std::string& why) -> std::unique_ptr<FrameSink> {
+    return DicomWriter::create(path, facts, pictures.size, pictures.colour, pictures.count, why);
+  };
+}
+
+}  // namespace
+
+std::unique_ptr<Job> CVivoCapDoc::dicomJob(const std::string& path, DicomFacts facts,
+                                           std::function<void(const Outcome&)> done) {
+  const int32_t step = std::max(1, selectionStep);
+  facts.frameSeconds = step / imagesPerSecond();
+  return std::make_unique<ExportJob>(*this, path, selection(), step, dicomOf(facts), std::move(done));
+}
+
+void CVivoCapDoc::exportDicomAs(const std::string& path, const DicomFacts& facts) {
+  start(dicomJob(path, facts, [this](const Outcome& made) {
+    if (!made && !made.why().empty()) report(made.why());
+  }));
+}
+
+Outcome CVivoCapDoc::exportDicomSequence(const std::string& path, const DicomFacts& facts) {
+  Outcome result = Outcome::success();
+  runToEnd(dicomJob(path, facts, [&result](const Outcome& made) { result = made; }));
+  return result;
+}
+
 // Images that were taken at another rate than this video's are played and timed at this one's. A movie file
 // tells no rate.
 bool CVivoCapDoc::agreesToRate(const CZZMovie& other, const std::string& path) {
@@ -174,14 +212,22 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
                     moviePath.c_str()));
       return false;
     }
+    if (isSequenceFile(path)) return takeSequence(path);
     if (!takeVideo(path)) return false;
     appendNotes(words + text::kLineEnd);
     updateAllViews();
     return true;
   }
   auto other = std::make_unique<CZZMovie>();
-  if (!other->open(path)) {
-    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), other->failure().c_str()));
+  std::string problem;
+  if (isSequenceFile(path)) {
+    auto pictures = openPictures(path, problem);
+    if (pictures && !other->openStills(std::move(pictures), path)) problem = other->failure();
+  } else if (!other->open(path)) {
+    problem = other->failure();
+  }
+  if (!problem.empty()) {
+    report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(), problem.c_str()));
     return false;
   }
   if (const std::string why = movie->whyNotAppended(*other); !why.empty()) {

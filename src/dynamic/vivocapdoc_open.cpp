@@ -13,6 +13,7 @@
 #include "host/host.h"
 #include "image/palette.h"
 #include "imagedoc/magnification.h"
+#include "imagedoc/otherpictures.h"
 #include "imagedoc/texts.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
@@ -64,6 +65,7 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
 }
 
 bool CVivoCapDoc::onImportFile(const std::string& path) {
+  if (isSequenceFile(path)) return takeSequence(path);
   if (!isMovieFile(path) && !isAviName(path)) return openRawFrames(path);
   if (!takeVideo(path)) return false;
   setTitle(withoutExtension(fileNameOf(path)));
@@ -90,6 +92,40 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
   if (movie->hasWeighedColours())
     appendNotes("made grey by " + greyWeightsText(weightsOfRows()) + text::kLineEnd);
   setModified();
+  return true;
+}
+
+// Pages of a TIFF or DICOM file, read where they are; a save makes a movie of them.
+bool CVivoCapDoc::takeSequence(const std::string& path) {
+  const WaitScope wait;
+  std::string why;
+  auto pictures = openPictures(path, why);
+  if (!pictures) {
+    report(path + " can't be read: " + why);
+    return false;
+  }
+  appendNotes(format("Import %s, %i pictures", fileNameOf(path).c_str(), pictures->frames()) +
+              text::kLineEnd);
+  takeTold(*pictures);
+  const double interval = pictures->scale().interval;
+  auto fresh = std::make_unique<CZZMovie>();
+  if (!fresh->openStills(std::move(pictures), path)) {
+    report(path + " can't be read: " + fresh->failure());
+    return false;
+  }
+  movie = std::move(fresh);
+  if (interval > 1e-6 && interval < 1e6)
+    fps = 1 / interval;
+  else
+    appendNotes(format("%s tells no rate: %.10g frames a second are assumed", fileNameOf(path).c_str(), fps) +
+                text::kLineEnd);
+  interlaced = 0;
+  movieChanged();
+  updatePlayPeriod();
+  giveRate();
+  setTitle(withoutExtension(fileNameOf(path)));
+  setModified();
+  updateAllViews();
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
+#include "imagedoc/otherpictures.h"
 #include "movie/movieoutput.h"
 
 namespace tarnvisor {
@@ -49,16 +50,19 @@ std::vector<std::string> CVivoCapDoc::filesInUse() const {
 
 // The selection, uncompressed as AVI or as it is stored.
 StepResult CVivoCapDoc::exportTo(const std::string& path) {
-  if (!isVideoName(path)) return ZBasicDoc::exportTo(path);
+  const bool isDicom = equalIgnoringCase(extensionOf(path), "dcm");
+  if (!isVideoName(path) && !isDicom) return ZBasicDoc::exportTo(path);
   const CZZMovie::Range range = selection();
   if (!hasMovie()) return StepResult::failure("the video has no images");
   if (const Outcome may = theApp().documents.mayOutputTo(path); !may) return StepResult::failure(may.why());
-  if (isAviName(path)) {
-    if (const Outcome made = exportAvi(path); !made) return StepResult::failure(made.why());
+  if (isDicom || isAviName(path)) {
+    const Outcome made = isDicom ? exportDicomSequence(path, dicomFactsOf(*this)) : exportAvi(path);
+    if (!made) return StepResult::failure(made.why());
   } else {
     // By a movie of its own, so that the video stays linked to the file it has.
     CZZMovie copy;
-    if (!copy.open(movie->fileName)) return StepResult::failure("only a video that is saved can be exported");
+    if (movie->isRaw() || !copy.open(movie->fileName))
+      return StepResult::failure("only a video that is saved can be exported");
     copy.adoptTable(movie->frameTable);
     if (!copy.saveFrames(path, range.first, range.last)) return StepResult::failure(copy.failure());
   }

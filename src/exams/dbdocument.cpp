@@ -53,6 +53,7 @@ void CdbDocument::forgetOwner() {
   isBound = 0;
   isOfElsewhere = false;
   notOf = {};
+  subjectOfFile.clear();
   noteMadeHere();
 }
 
@@ -71,6 +72,9 @@ void CdbDocument::noteMadeHere() {
 
 CdbDocument::Owner CdbDocument::measuredFor() const {
   if (examIdOfDoc >= 0) return {patientId, examIdOfDoc};
+  // Nobody said yet that it is the selected one's.
+  if (const Owner next = owner(); !subjectOfFile.empty() && subjectOfFile != next.subject)
+    return {subjectOfFile, -1};
   const bool isOfAnother = !madeFor.empty() && madeFor != theExams().subjectId();
   return madeUnder >= 0 || isOfAnother ? Owner{madeFor, madeUnder} : owner();
 }
@@ -96,6 +100,24 @@ CdbDocument::Owner CdbDocument::owner() const {
 // What was measured while one subject was selected is not another's because it is saved later. Nothing for a
 // save that is not wanted at all.
 std::optional<CdbDocument::Owner> CdbDocument::askOwner() {
+  std::optional<Owner> next = ownerByHistory();
+  if (next && !mayBecome(*next)) return std::nullopt;
+  return next;
+}
+
+bool CdbDocument::mayBecome(const Owner& next) {
+  const bool isOther = !subjectOfFile.empty() && !next.subject.empty() && subjectOfFile != next.subject;
+  if (isBoundToExam() || !isOther) return true;
+  if (host().messages.show(
+          format("%s was made of a file that names the subject %s. Save it as a document of subject %s?",
+                 title().c_str(), subjectOfFile.c_str(), next.subject.c_str()),
+          Buttons::YesNo, Icon::Careful) != Answer::Yes)
+    return false;
+  subjectOfFile.clear();
+  return true;
+}
+
+std::optional<CdbDocument::Owner> CdbDocument::ownerByHistory() {
   if (isBoundToExam()) return Owner{patientId, examIdOfDoc};
   const Owner next = owner(), maker{madeFor, madeUnder};
   const bool wasNobodys = madeUnder < 0 && (madeFor.empty() || collectsOverExams());
@@ -246,6 +268,7 @@ void CdbDocument::madeFrom(const CDocument& source) {
   madeFor = from->madeFor;
   madeUnder = from->madeUnder;
   notOf = from->notOf;
+  subjectOfFile = from->subjectOfFile;
   isOfElsewhere = from->isExamKnown() && !from->belongsHere();
 }
 

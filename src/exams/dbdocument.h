@@ -33,7 +33,8 @@ class CdbDocument : public CDocument {
     bool operator==(const Owner&) const = default;
   };
   Owner owner() const;
-  // Whose its results are: the one it is bound to, else the one that was selected when it was made.
+  // Whose its results are: the one it is bound to, else the one that its file names, else the one that was
+  // selected when it was made.
   Owner measuredFor() const;
   // That exam's folder: its name below the data folder; of a document from elsewhere where the document lies.
   // Empty when unknown.
@@ -57,6 +58,9 @@ class CdbDocument : public CDocument {
   int32_t isBound = 0;         // also 1 after loading
   std::string stationId;       // the workstation, set at binding
   std::string stationIdFirst;  // the workstation of the first save
+  // Whom the file of another program names that this was made of; not stored. Who selected another subject is
+  // asked before the document becomes that one's.
+  std::string subjectOfFile;
 
  protected:
   // Bound to nothing any more: what comes next is of what is selected now.
@@ -78,6 +82,8 @@ class CdbDocument : public CDocument {
   int32_t madeUnder = -1;
   Owner notOf;  // somebody else's exam, which it was said not to be of
   std::optional<Owner> askOwner();
+  std::optional<Owner> ownerByHistory();
+  bool mayBecome(const Owner& owner);
   int32_t strangerIn(const std::string& folder, const Owner& next) const;
   bool mayLieIn(const std::string& folder, const Owner& next) const;
   int32_t examHere() const;

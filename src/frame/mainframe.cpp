@@ -55,6 +55,18 @@ CBasicMainFrame::CBasicMainFrame(CBasicApp& application) : app(application) {
   });
 }
 
+CView* CBasicMainFrame::viewInFront() const {
+  const CDocument* front = app.documents.active();
+  return front && !front->views().empty() ? front->views().front().get() : nullptr;
+}
+
+// Null where no kind of document holds results.
+void (*CBasicMainFrame::studyExport() const)() {
+  for (const auto& type : app.documents.types())
+    if (type->face().exportStudy) return type->face().exportStudy;
+  return nullptr;
+}
+
 CBasicMainFrame::~CBasicMainFrame() {
   app.mainFrame = nullptr;
   theExams().forget(this);
@@ -102,6 +114,20 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        {.tip = "Process results",
         .status = "Opens all images of the exam and, where the profile says so, analyses them.",
         .icon = "process-results"}},
+      {cmd::ExportPicture,
+       "Export &picture...",
+       &F::exportPictureOfView,
+       &F::canExportPicture,
+       {.tip = "Export picture",
+        .status = "Writes what the window shows as a picture: png, jpg, tif, svg or pdf.",
+        .keys = "Ctrl+Alt+X"}},
+      {cmd::ExportStudy,
+       "Export st&udy results...",
+       &F::exportStudy,
+       &F::canExportStudy,
+       {.tip = "Export study results",
+        .status =
+            "Writes the results of the open tables, of a subject or of all, as one table for statistics."}},
       {cmd::CloseAll,
        "Close All",
        &F::closeAll,

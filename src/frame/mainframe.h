@@ -8,6 +8,7 @@
 #include "app/basicapp.h"
 #include "exams/examselection.h"
 #include "exams/subjectselection.h"
+#include "frame/pictureexport.h"
 #include "frame/remotebrowser.h"
 #include "host/host.h"
 #include "settings/profile.h"
@@ -103,6 +104,12 @@ class CBasicMainFrame : public CommandTarget {
   bool canViewExams() const { return examFace != nullptr; }
   bool showsExams() const { return examFace && examFace->isOpen(); }
   void processResults() { runProcessResults(); }
+  CView* viewInFront() const;
+  void exportPictureOfView() { exportPicture(*viewInFront()); }
+  bool canExportPicture() const { return viewInFront() && viewInFront()->hasPicture(); }
+  void (*studyExport() const)();
+  void exportStudy() { studyExport()(); }
+  bool canExportStudy() const { return studyExport() != nullptr; }
   void closeAll() { app.documents.closeAll(); }
   void toggleExpertMode();
   bool isExpertMode() const { return app.expertMode != 0; }

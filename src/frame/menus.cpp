@@ -15,12 +15,13 @@ Menu fileMenu(const MenuEntries& ofDocument) {
   return {"&File",
           MenuEntries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::OpenRemote, cmd::FileClose} +
               ofDocument +
-              MenuEntries{cmd::ExportMetafile, K::Separator, cmd::DataFolder, cmd::SelectProfile,
+              MenuEntries{K::Separator, cmd::ExportPicture, cmd::ExportMetafile, K::Separator, cmd::DataFolder, cmd::SelectProfile,
                           K::Separator, K::RecentFiles, K::Separator, cmd::AppExit}};
 }
 
 Menu subjectMenu() {
-  return {"&Subject", {cmd::SelectSubject, cmd::ViewExams, K::Separator, cmd::ProcessResults}};
+  return {"&Subject",
+          {cmd::SelectSubject, cmd::ViewExams, K::Separator, cmd::ProcessResults, cmd::ExportStudy}};
 }
 
 Menu acquisitionMenu() {

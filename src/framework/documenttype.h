@@ -42,6 +42,7 @@ struct DocumentFace {
   std::vector<int32_t> keysOnly;       // commands that answer to their keys though no menu holds them
   std::vector<FileKind> files;
   std::vector<StartSwitch> startSwitches;
+  void (*exportStudy)() = nullptr;   // of the kind that holds results: those of a whole study into a file
   void (*readSettings)() = nullptr;  // what the kind keeps of the profile beside its documents, read anew
   const char* icon = "document";     // of its windows, and of its files on the desktop
   const char* helpPage = "index";    // in help/, without ending

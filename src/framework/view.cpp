@@ -71,4 +71,20 @@ bool CView::keyDown(const KeyEvent& event) {
   }
 }
 
+// What has no size of its own, or fills its window, is as large as that.
+Size CView::pictureSize(int32_t times) const {
+  const Size content = contentSize();
+  return content == Size{} || content == window ? Size{window.width * times, window.height * times} : content;
+}
+
+void CView::drawPicture(Canvas& canvas, Size size, const PictureWish&) {
+  const Size shown = window;
+  const Point at = scroll;
+  window = size;
+  scroll = {};
+  draw(canvas);
+  window = shown;
+  scroll = at;
+}
+
 }  // namespace tarnvisor

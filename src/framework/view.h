@@ -83,6 +83,13 @@ struct StatusPane {
 // Of a picture of a view that fills whatever window it gets.
 inline constexpr Size kPlainWindow{960, 600};
 
+// What goes into a picture of a view.
+struct PictureWish {
+  int32_t times = 1;  // pixels across one of the view's content
+  bool overlays = true;
+  bool scaleBar = false;
+};
+
 class CView : public CommandTarget, public ScriptTarget {
  public:
   explicit CView(CDocument& shown) : shownDocument(shown) {}
@@ -136,6 +143,13 @@ class CView : public CommandTarget, public ScriptTarget {
                          std::vector<uint32_t>& /*pixels*/) {
     return false;
   }
+
+  // --- as a picture file: all of the content, however far it is scrolled
+  virtual bool hasPicture() const { return true; }
+  virtual bool hasOverlays() const { return false; }  // they, and a scale bar, may be left out
+  virtual PictureWish usualPicture() const { return {}; }
+  virtual Size pictureSize(int32_t times) const;
+  virtual void drawPicture(Canvas& canvas, Size size, const PictureWish& wish);
 
   // Whether the place of its window is kept in the profile, for the next one of its class.
   virtual bool keepsPlace() const { return false; }

@@ -31,6 +31,8 @@ const ImageFormat* imageFormatOf(const std::string& path);
 // after the ending's name: "does not keep fields". Empty when it does. `.zzg` always does.
 std::string formatFlaw(const std::string& path, const CZZimage& image, const Rect& rect = {});
 
+// The picture as it is seen: of a mosaic the colours, of a field each row twice. False without memory.
+[[nodiscard]] bool makeShown(const CZZimage& image, CZZimage& shown);
 // Writes a picture as other programs read it, which a document's own pixel file need not be: rows where the
 // format has them, colours in colour, a mosaic in its colours, a field in the frame's height. By the ending,
 // in any case: bmp, tif, tiff; or zzg, which is this system's own and keeps everything.

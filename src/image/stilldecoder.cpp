@@ -8,9 +8,8 @@ extern "C" {
 #include <cstring>
 
 #include "base/files.h"
-#include "decodedstill.h"
 #include "ffmpeg/ffmpeghandles.h"
-#include "image/stillimport.h"
+#include "image/decodedstill.h"
 
 namespace tarnvisor {
 
@@ -47,13 +46,6 @@ struct Bytes {
     return wanted;
   }
 };
-
-// A picture of one colour may be as small as its codec's header, one that shows something is not: no more
-// pixels are decoded than the best compression of single bits can bring out of that many bytes.
-int64_t mostPixels(size_t bytes) {
-  constexpr int64_t kAlways = int64_t{4} << 20, kOfAByte = 8 * 1032;
-  return std::min(kMostImportedPixels, kAlways + static_cast<int64_t>(bytes) * kOfAByte);
-}
 
 // False also where a picture is larger than that: it is not decoded even to learn its kind.
 bool findStreams(AVFormatContext& format, int64_t most) {
@@ -144,10 +136,6 @@ bool convert(const AVFrame& frame, DecodedStill& still) {
 }
 
 }  // namespace
-
-bool isPossibleStill(int64_t width, int64_t height) {
-  return width > 0 && height > 0 && width <= kMostImportedPixels / height;
-}
 
 std::string decodeStill(const std::string& path, DecodedStill& still) {
   av_log_set_level(AV_LOG_QUIET);

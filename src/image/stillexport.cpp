@@ -6,9 +6,6 @@
 
 namespace tarnvisor {
 
-namespace {
-
-// As it is seen: of a mosaic the colours, of a field each row twice.
 bool makeShown(const CZZimage& image, CZZimage& shown) {
   const bool mosaic = image.colourset == kBayer;
   shown.colourset = mosaic ? int32_t{kColour} : image.colourset;
@@ -23,8 +20,6 @@ bool makeShown(const CZZimage& image, CZZimage& shown) {
   }
   return true;
 }
-
-}  // namespace
 
 Outcome exportStill(const CZZimage& image, const std::string& path) {
   const std::string ending = lowerCase(extensionOf(path));

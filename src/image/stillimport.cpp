@@ -7,7 +7,7 @@
 #include "base/bytes.h"
 #include "base/files.h"
 #include "base/text.h"
-#include "decodedstill.h"
+#include "image/decodedstill.h"
 #include "image/imagefile.h"
 
 namespace tarnvisor {
@@ -45,17 +45,6 @@ bool isPlainBitmap(const std::string& path) {
          getLittle<uint32_t>(head.data() + 30) == 0;
 }
 
-// The smallest sample becomes 0, the largest 255; a flat picture keeps its high bytes.
-void stretchTo8(DecodedStill& still) {
-  const auto [low, high] = std::minmax_element(still.wide.begin(), still.wide.end());
-  const uint32_t base = *low, range = static_cast<uint32_t>(*high) - base;
-  still.samples.resize(still.wide.size());
-  std::transform(still.wide.begin(), still.wide.end(), still.samples.begin(), [&](uint16_t v) {
-    return static_cast<uint8_t>(range ? ((v - base) * 255u + range / 2) / range : v >> 8);
-  });
-  still.wide.clear();
-}
-
 }  // namespace
 
 bool isStillFile(const std::string& path) {
@@ -79,19 +68,23 @@ Outcome importStill(const std::string& path, int32_t page, CZZimage& image) {
   try {
     const std::string problem = isTiff(path) ? decodeTiff(path, page, still) : decodeStill(path, still);
     if (!problem.empty()) return Outcome::failure(path + " can't be read: " + problem);
-    if (!still.wide.empty()) stretchTo8(still);
+    LevelRange range;
+    range.include(still.wide);
+    if (makeImage(still, range, image)) return Outcome::success();
   } catch (const std::bad_alloc&) {
-    return Outcome::failure(path + " can't be read: there is not enough memory.");
   }
-  CZZimage decoded(0, 0, -1, 0, still.channels == 3 ? kColour : kGrey);
-  if (!decoded.setColourset(still.channels == 3 ? kColour : kGrey) ||
-      !decoded.resizedata(still.width, still.height, still.channels))
-    return Outcome::failure(path + " can't be read: there is not enough memory.");
-  const size_t bytes = static_cast<size_t>(still.width) * static_cast<size_t>(still.channels);
-  for (int32_t y = 0; y < still.height; ++y)
-    std::copy_n(still.samples.data() + static_cast<size_t>(y) * bytes, bytes, decoded.row(y));
-  return image.copyImage(decoded) ? Outcome::success()
-                                  : Outcome::failure(path + " can't be read: there is not enough memory.");
+  return Outcome::failure(path + " can't be read: there is not enough memory.");
 }
+
+ToldScale stillScale(const std::string& path, int32_t page) {
+  return isTiff(path) ? tiffScale(path, page) : ToldScale();
+}
+
+std::unique_ptr<StillSequence> openStills(const std::string& path, std::string& why) {
+  why.clear();
+  return isTiff(path) ? openTiffSequence(path, why) : nullptr;
+}
+
+bool holdsStills(const std::string& path) { return isTiff(path) && isTiffSequence(path); }
 
 }  // namespace tarnvisor

@@ -4,9 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "base/outcome.h"
+#include "image/stillsequence.h"
+#include "image/toldscale.h"
 #include "image/zzimage.h"
 
 namespace tarnvisor {
@@ -26,6 +29,14 @@ int32_t stillPages(const std::string& path);
 // Decodes a page (from 0) into the image. On failure the image is as it was, and the words name the file and
 // tell why. Pictures of more than kMostImportedPixels are refused.
 Outcome importStill(const std::string& path, int32_t page, CZZimage& image);
+
+// What a file tells of the size of its pixels.
+ToldScale stillScale(const std::string& path, int32_t page);
+
+// Whether a TIFF file holds several pages of one size and kind, one after the other as a sequence does.
+bool holdsStills(const std::string& path);
+// Those pages, read one at a time. Null for any other file; why is then empty unless it can't be read.
+std::unique_ptr<StillSequence> openStills(const std::string& path, std::string& why);
 
 inline constexpr int64_t kMostImportedPixels = 200'000'000;
 

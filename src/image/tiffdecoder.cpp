@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-#include "decodedstill.h"
+#include "image/decodedstill.h"
 #include "image/tiffbound.h"
 
 namespace tarnvisor {
@@ -138,27 +138,138 @@ bool isPlainGreyTiff(const std::string& path) {
          !TIFFIsTiled(tiff.get()) && !TIFFReadDirectory(tiff.get());
 }
 
-std::string decodeTiff(const std::string& path, int32_t page, DecodedStill& still) {
-  const OpenTiff tiff = openTiff(path);
-  if (!tiff) return "it is no TIFF file.";
-  if (page < 0 || page > 65535 || !TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page)))
-    return "it has no page of that number.";
-  const Facts f = factsOf(tiff.get());
+namespace {
+
+// Of the present page.
+std::string decodePage(TIFF* tiff, DecodedStill& still) {
+  const Facts f = factsOf(tiff);
   if (!isPossibleStill(f.width, f.height)) return "it is damaged or too large.";
-  if (!holdsItsPixels(tiff.get())) return kFewerPixels;
+  if (!holdsItsPixels(tiff)) return kFewerPixels;
   still.width = static_cast<int32_t>(f.width);
   still.height = static_cast<int32_t>(f.height);
   still.channels = isGreyKind(f) ? 1 : 3;
   bool done = false;
   if (isWide(f)) {
     still.wide.resize(size_t{f.width} * f.height * static_cast<size_t>(still.channels));
-    done = TIFFIsTiled(tiff.get()) ? readWideTiles(tiff.get(), f, still) : readWideRows(tiff.get(), f, still);
+    done = TIFFIsTiled(tiff) ? readWideTiles(tiff, f, still) : readWideRows(tiff, f, still);
   } else {
     char why[1024] = "";
-    if (!TIFFRGBAImageOK(tiff.get(), why)) return "its kind of pixels is not known.";
-    done = readPicture(tiff.get(), f, still);
+    if (!TIFFRGBAImageOK(tiff, why)) return "its kind of pixels is not known.";
+    done = readPicture(tiff, f, still);
   }
   return done ? "" : "it is damaged.";
+}
+
+// Of the present page; the description is the file's, which stands at the first.
+TiffWords wordsOf(TIFF* tiff, const std::string& description) {
+  const Facts f = factsOf(tiff);
+  TiffWords words{static_cast<int32_t>(f.width), static_cast<int32_t>(f.height), description};
+  float x = 0, y = 0;
+  uint16_t unit = RESUNIT_NONE;
+  TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &x);
+  TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &y);
+  TIFFGetField(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
+  words.xResolution = x;
+  words.yResolution = y;
+  words.unit = unit == RESUNIT_INCH         ? TiffWords::Unit::Inch
+               : unit == RESUNIT_CENTIMETER ? TiffWords::Unit::Centimetre
+                                            : TiffWords::Unit::None;
+  return words;
+}
+
+std::string descriptionOf(TIFF* tiff) {
+  const char* text = nullptr;
+  return TIFFGetField(tiff, TIFFTAG_IMAGEDESCRIPTION, &text) && text ? text : "";
+}
+
+bool isOfOneKind(const Facts& a, const Facts& b) {
+  return a.width == b.width && a.height == b.height && a.bits == b.bits && isGreyKind(a) == isGreyKind(b) &&
+         isWide(a) == isWide(b);
+}
+
+// Where the pages lie, if they are several of one kind; else nothing.
+std::vector<uint64_t> placesOfPages(TIFF* tiff) {
+  constexpr size_t kMost = size_t{1} << 20;
+  const Facts first = factsOf(tiff);
+  std::vector<uint64_t> places;
+  do {
+    if (!isOfOneKind(first, factsOf(tiff))) return {};
+    places.push_back(TIFFCurrentDirOffset(tiff));
+  } while (places.size() < kMost && TIFFReadDirectory(tiff));
+  if (places.size() < 2) places.clear();
+  return places;
+}
+
+class TiffSequence final : public DecodedSequence {
+ public:
+  TiffSequence(OpenTiff file, std::vector<uint64_t> pages) : tiff(std::move(file)), places(std::move(pages)) {
+    TIFFSetSubDirectory(tiff.get(), places.front());
+    const Facts f = factsOf(tiff.get());
+    extent = {static_cast<int32_t>(f.width), static_cast<int32_t>(f.height)};
+    colours = isGreyKind(f) ? kGrey : kColour;
+    told = scaleOf(wordsOf(tiff.get(), descriptionOf(tiff.get())));
+    if (isWide(f)) findRange();
+  }
+  int32_t frames() const override { return static_cast<int32_t>(places.size()); }
+  Size size() const override { return extent; }
+  int32_t colourset() const override { return colours; }
+  const ToldScale& scale() const override { return told; }
+
+ protected:
+  bool decode(int32_t index, DecodedStill& still) override {
+    return TIFFSetSubDirectory(tiff.get(), places[static_cast<size_t>(index)]) &&
+           decodePage(tiff.get(), still).empty();
+  }
+
+ private:
+  OpenTiff tiff;
+  std::vector<uint64_t> places;
+  Size extent;
+  int32_t colours = kGrey;
+  ToldScale told;
+};
+
+}  // namespace
+
+std::string decodeTiff(const std::string& path, int32_t page, DecodedStill& still) {
+  const OpenTiff tiff = openTiff(path);
+  if (!tiff) return "it is no TIFF file.";
+  if (page < 0 || page > 65535 || !TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page)))
+    return "it has no page of that number.";
+  return decodePage(tiff.get(), still);
+}
+
+ToldScale tiffScale(const std::string& path, int32_t page) {
+  const OpenTiff tiff = openTiff(path);
+  if (!tiff) return {};
+  const std::string description = descriptionOf(tiff.get());
+  if (page > 0 && !TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page))) return {};
+  return scaleOf(wordsOf(tiff.get(), description));
+}
+
+bool isTiffSequence(const std::string& path) {
+  const OpenTiff tiff = openTiff(path);
+  return tiff && !placesOfPages(tiff.get()).empty();
+}
+
+std::unique_ptr<StillSequence> openTiffSequence(const std::string& path, std::string& why) {
+  OpenTiff tiff = openTiff(path);
+  if (!tiff) {
+    why = "it is no TIFF file.";
+    return nullptr;
+  }
+  std::vector<uint64_t> places = placesOfPages(tiff.get());
+  if (places.empty()) return nullptr;
+  TIFFSetSubDirectory(tiff.get(), places.front());
+  try {
+    DecodedStill first;
+    why = decodePage(tiff.get(), first);
+    if (!why.empty()) return nullptr;
+    return std::make_unique<TiffSequence>(std::move(tiff), std::move(places));
+  } catch (const std::bad_alloc&) {
+    why = "there is not enough memory.";
+    return nullptr;
+  }
 }
 
 }  // namespace tarnvisor

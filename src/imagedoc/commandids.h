@@ -104,6 +104,7 @@ inline constexpr int32_t GreyWeights = 34115;
 inline constexpr int32_t CapillaryWidthMethod = 34130;
 inline constexpr int32_t FindCapillaryWidth = 34131;
 inline constexpr int32_t MeasureNailfoldLoops = 34132;
+inline constexpr int32_t ExportDicom = 34180;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

@@ -6,6 +6,7 @@
 #include "imagedoc/dimdoc.h"
 #include "imagedoc/focusfigure.h"
 #include "imagedoc/imagemenus.h"
+#include "imagedoc/otherpictures.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/zbasicdoc.h"
 #include "imagedoc/zbasicview.h"
@@ -23,9 +24,9 @@ void readSettingsOfImages() {
 }
 
 std::vector<Menu> imageMenus() {
-  const MenuEntries ofFile{cmd::FileSave, cmd::FileSaveAs, cmd::DuplicateImage,
-                           K::Separator,  cmd::Export,     cmd::ImportDimensions,
-                           K::Separator,  cmd::FilePrint,  cmd::FilePrintPreview};
+  const MenuEntries ofFile{cmd::FileSave,  cmd::FileSaveAs,      cmd::DuplicateImage,   K::Separator,
+                           cmd::Export,    cmd::ExportDicom,     cmd::ImportDimensions, K::Separator,
+                           cmd::FilePrint, cmd::FilePrintPreview};
   return {fileMenu(ofFile), imageEditMenu(), imageViewMenu(),   processingMenu({}), measureMenu(),
           analysisMenu(),   subjectMenu(),   acquisitionMenu(), windowMenu(),       helpMenu()};
 }
@@ -70,7 +71,7 @@ DocumentRow imageKind() {
   return {DocumentRow::Gate::Image,
           {10002, "\nImage\nImage\nImages (*.tv1)\n.tv1\nTarnvisor.Image\nTarnvisor Document", "ZBasicDoc",
            "ZBasicView", kChildFrame, &makeDocument<ZBasicDoc>, &makeView<ZBasicDoc, ZBasicView>,
-           &isStillFile, kStillFilter, &imageFace},
+           &isPictureFile, kPictureFilter, &imageFace},
           &ProcessState::imageTemplate};
 }
 

@@ -20,11 +20,14 @@
 #include "exams/dbdocument.h"
 #include "exams/subjectselection.h"
 #include "image/imagetaker.h"
+#include "image/stillsequence.h"
 #include "image/zzimage.h"
 #include "linescan/imagefacts.h"
 #include "measure/dimlist.h"
 
 namespace tarnvisor {
+
+struct DicomFacts;
 
 struct Scale {
   double x = 1.0;
@@ -66,12 +69,18 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool saveImage(const std::string& path, const Rect& rect = {});
   // Writes the image for other programs. On failure the user is told, unless silent.
   bool exportImage(const std::string& path);
+  // Of a document of many images those that are selected.
+  virtual void exportDicomAs(const std::string& path, const DicomFacts& facts);
   // Makes a file of pixels this document's image without taking the file over: the first save copies it, and
   // none writes over it.
   bool adoptImageFile(const std::string& path);
   // Any still: one that the image buffer loads as it stands is adopted, another is decoded (asking for the
   // page of one that has several) and waits for its first save to get a pixel file.
   bool onImportFile(const std::string& path) override;
+  // The size of a pixel as a file told it, if it did; the notes say who.
+  void takeToldScale(const ToldScale& told);
+  // What a sequence of another program tells beside its pixels.
+  void takeTold(const StillSequence& pictures);
   // Makes these pixels, which no file holds yet, the document's.
   void takeImage(std::unique_ptr<CZZimage> pixels) override;
   std::vector<std::string> filesInUse() const override;
@@ -237,6 +246,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool isScaleTold() const { return magindex != 0 || magx != 1.0 || magy != 1.0; }
   // zbasicdoc_open.cpp
   bool resolveImageFile(const std::string& documentPath);
+  bool importDicom(const std::string& path);
   void afterImageLoaded();
   void forgetResult();
   void loadListSettings();
@@ -282,6 +292,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void displayDarknessDown();
   void moveDisplayLimits(int32_t white, int32_t black);
   void exportCommand();
+  void exportDicomCommand();
   void importCommand();
   void toggleCircularRoi();
   bool hasRoi() const { return !roi.isEmpty(); }

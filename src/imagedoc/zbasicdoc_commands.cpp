@@ -4,12 +4,15 @@
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "dicom/dicomreader.h"
+#include "dicom/dicomwriter.h"
 #include "exams/examselection.h"
 #include "host/host.h"
 #include "image/palette.h"
 #include "image/stillimport.h"
 #include "imagedoc/commandids.h"
 #include "imagedoc/focusfigure.h"
+#include "imagedoc/otherpictures.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
 #include "settings/settings.h"
@@ -131,6 +134,13 @@ const CommandTableBase& ZBasicDoc::commandTable() {
             .status = "Raises the grey level that is shown as black.",
             .icon = "darkness-down"}},
           {cmd::Export, "&Export...", &D::exportCommand, &D::hasImage},
+          {cmd::ExportDicom,
+           "Export &DICOM...",
+           &D::exportDicomCommand,
+           &D::hasImage,
+           {.tip = "Export DICOM",
+            .status =
+                "Writes the image, or the selected images of a video, for archives and viewers of hospitals."}},
           {cmd::Import, "&Import...", &D::importCommand},
           {cmd::UseDustMask,
            "&Use Dust Mask filter",
@@ -541,11 +551,25 @@ void ZBasicDoc::exportCommand() {
   if (path && !path->empty()) exportImage(*path);
 }
 
+void ZBasicDoc::exportDicomCommand() {
+  const std::string stem = withoutExtension(pathName().empty() ? title() : pathName());
+  const auto path =
+      host().choosers.saveFile({"Export DICOM", "DICOM (*.dcm)|*.dcm||", ".dcm", stem + ".dcm"});
+  if (!path || path->empty()) return;
+  if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
+  DicomFacts facts = dicomFactsOf(*this);
+  if (askDicomFacts(facts)) exportDicomAs(*path, facts);
+}
+
+void ZBasicDoc::exportDicomAs(const std::string& path, const DicomFacts& facts) {
+  if (const Outcome done = exportDicom(*theImage(), facts, path); !done) report(done.why());
+}
+
 // What somebody chooses comes in as what it is, whatever is in front; a script means the image in front.
 void ZBasicDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kImageFilter, "", ""});
   if (!path || path->empty()) return;
-  if (!hasImage() && imagefile.empty() && (isStillFile(*path) || isUnattended())) {
+  if (!hasImage() && imagefile.empty() && (isPictureFile(*path) || isUnattended())) {
     if (onImportFile(*path)) updateAllViews();
     return;
   }
@@ -554,7 +578,7 @@ void ZBasicDoc::importCommand() {
     return;
   }
   // What the image buffer doesn't load becomes a document of its own.
-  if (!loadsAsItStands(*path) && isStillFile(*path)) {
+  if (!loadsAsItStands(*path) && (isStillFile(*path) || isDicomFile(*path))) {
     theApp().openDocumentFile(*path);
     return;
   }

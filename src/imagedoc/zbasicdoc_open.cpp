@@ -3,13 +3,16 @@
 
 #include "app/asked.h"
 #include "app/basicapp.h"
+#include "base/clock.h"
 #include "base/files.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "dicom/dicomreader.h"
 #include "drawing/metafile.h"
 #include "host/host.h"
 #include "image/stillimport.h"
 #include "imagedoc/magnification.h"
+#include "imagedoc/otherpictures.h"
 #include "imagedoc/processing.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
@@ -181,8 +184,51 @@ bool ZBasicDoc::adoptImageFile(const std::string& path) {
   return true;
 }
 
+// A scale that the file tells is this document's alone: new images go on with the default one.
+void ZBasicDoc::takeToldScale(const ToldScale& told) {
+  if (!told.doubt.empty()) appendNotes(told.doubt + text::kLineEnd);
+  if (!told.isTold()) return;
+  magx = told.x;
+  magy = told.y;
+  magname = told.source;
+  magindex = static_cast<int32_t>(currentTime());
+  userunits = "um";
+  calibrated = 1;
+  appendNotes(format("scale %.6g x %.6g um/pixel by %s", magx, magy, told.source.c_str()) + text::kLineEnd);
+}
+
+void ZBasicDoc::takeTold(const StillSequence& pictures) {
+  for (const std::string& line : pictures.remarks()) appendNotes(line + text::kLineEnd);
+  subjectOfFile = pictures.subject();
+  takeToldScale(pictures.scale());
+}
+
+bool ZBasicDoc::importDicom(const std::string& path) {
+  const WaitScope wait;
+  std::string why;
+  const auto pictures = openPictures(path, why);
+  auto first = std::make_unique<CZZimage>();
+  if (!pictures || !pictures->read(0, *first)) {
+    report(path + " can't be read: " + (why.empty() ? "it is damaged." : why));
+    return false;
+  }
+  setTitle(withoutExtension(fileNameOf(path)));
+  appendNotes("Import " + fileNameOf(path) + text::kLineEnd);
+  if (pictures->frames() > 1)
+    appendNotes(format("the first of %i pictures", pictures->frames()) + text::kLineEnd);
+  takeTold(*pictures);
+  takeImage(std::move(first));
+  importedFrom = absolutePath(path);
+  return true;
+}
+
 bool ZBasicDoc::onImportFile(const std::string& path) {
-  if (loadsAsItStands(path)) return adoptImageFile(path);
+  if (isDicomFile(path)) return importDicom(path);
+  if (loadsAsItStands(path)) {
+    if (!adoptImageFile(path)) return false;
+    takeToldScale(stillScale(path, 0));
+    return true;
+  }
   const WaitScope wait;
   int32_t page = 1;
   const int32_t pages = stillPages(path);
@@ -200,6 +246,7 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
   const std::string ofPages = pages > 1 ? format(" page %i", page) : std::string();
   setTitle(withoutExtension(fileNameOf(path)) + ofPages);
   appendNotes("Import " + fileNameOf(path) + ofPages + text::kLineEnd);
+  takeToldScale(stillScale(path, page - 1));
   takeImage(std::move(decoded));
   importedFrom = absolutePath(path);
   return true;

@@ -1,8 +1,11 @@
 // What scripts ask of an image.
 #include <algorithm>
 
+#include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "dicom/dicomwriter.h"
+#include "imagedoc/otherpictures.h"
 #include "imagedoc/zbasicdoc.h"
 
 namespace tarnvisor {
@@ -72,6 +75,12 @@ StepResult ZBasicDoc::tell(const std::string& what) {
 
 StepResult ZBasicDoc::exportTo(const std::string& path) {
   if (!hasImage() || equalIgnoringCase(extensionOf(path), "csv")) return StepResult::nothing();
+  if (equalIgnoringCase(extensionOf(path), "dcm")) {
+    if (const Outcome may = theApp().documents.mayOutputTo(path); !may) return StepResult::failure(may.why());
+    const Outcome done = exportDicom(*theImage(), dicomFactsOf(*this), path);
+    return done ? StepResult{true, {}, {{"path", path}}, "exported " + path}
+                : StepResult::failure(done.why());
+  }
   if (!exportImage(path)) return StepResult::failure({});
   return {true, {}, {{"path", path}}, "exported " + path};
 }

@@ -81,6 +81,11 @@ class ZBasicView : public CView, public AutoLoadSink {
 
   // --- zbasicview_draw.cpp
   void draw(Canvas& canvas) override;
+  bool hasPicture() const override { return doc.hasImage(); }
+  bool hasOverlays() const override { return true; }
+  PictureWish usualPicture() const override { return {.scaleBar = showsScaleBar}; }
+  Size pictureSize(int32_t times) const override;
+  void drawPicture(Canvas& canvas, Size size, const PictureWish& wish) override;
 
   // --- zbasicview_commands.cpp
   static const CommandTableBase& commandTable();

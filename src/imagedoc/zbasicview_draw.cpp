@@ -39,4 +39,23 @@ void ZBasicView::draw(Canvas& canvas) {
   if (showsScaleBar) drawScaleBar(canvas, scaleBarFor(doc, zoomnum, zoomden, area.width), area);
 }
 
+Size ZBasicView::pictureSize(int32_t times) const {
+  const CZZimage* image = doc.theImage();
+  if (!image) return {};
+  constexpr int32_t kFar = 1 << 20;  // more is refused by whoever writes it
+  return {std::min(image->width, kFar) * times, std::min(image->frameHeight(), kFar) * times};
+}
+
+// The image at a whole number of pixels for each of its own, whatever the zoom.
+void ZBasicView::drawPicture(Canvas& canvas, Size size, const PictureWish& wish) {
+  PicturePainter own;
+  own.paint(canvas, *doc.theImage(), wish.times, 1, {}, size);
+  if (wish.overlays) {
+    ZoomCanvas zoomed(canvas, wish.times, 1, {}, {0, 0, size.width, size.height}, doc.imageOrigin());
+    const Rect frame = doc.theImage()->frameRect();
+    drawOverlays(zoomed, doc, -1, {frame.left, frame.top, wrapAdd(frame.right, 1), wrapAdd(frame.bottom, 1)});
+  }
+  if (wish.scaleBar) drawScaleBar(canvas, scaleBarFor(doc, wish.times, 1, size.width), size);
+}
+
 }  // namespace tarnvisor

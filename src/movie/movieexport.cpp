@@ -12,6 +12,8 @@ namespace tarnvisor {
 
 namespace {
 
+constexpr std::string_view kBegin = "saveAVI::";
+
 // Into the canvas at a place, as far as they meet; the rest of the canvas keeps what earlier frames left.
 void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
   const int64_t columns = std::min<int64_t>(image.width, canvas.width - x);
@@ -22,15 +24,48 @@ void placeInto(CZZimage& canvas, const CZZimage& image, int64_t x, int64_t y) {
 
 }  // namespace
 
-MovieExport::MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
-                         int32_t step, const CZZMovie::Compression* compression)
+MovieExport::MovieExport(CZZMovie& exported, std::string path, CZZMovie::Range range, int32_t step,
+                         const MakeSink& makeSink)
     : movie(exported), name(std::move(path)), file(name), apart(step) {
   movie.forgetFailure();
   from = range.first >= 0 && range.first < movie.count ? range.first : 0;
   const int32_t to = range.last > 0 && range.last <= movie.count ? range.last : movie.count;
   images = step > 0 && to > from ? (to - from) / step : 0;
   extents = movie.frameExtents(from, to);
-  if (!begin(framesPerSecond, compression)) writer.reset();
+  if (!begin(makeSink)) writer.reset();
+}
+
+namespace {
+
+MovieExport::MakeSink aviOf(int32_t framesPerSecond, const CZZMovie::Compression* compression) {
+  VideoFormat format;
+  format.codec = "DIB ";
+  if (compression) {
+    format.codec = compression->codec;
+    format.quality = compression->quality;
+    format.keyEvery = compression->keyEvery;
+  }
+  format.rate = std::max(1, framesPerSecond);
+  format.scale = 1;
+  const bool compresses = compression != nullptr;
+  return [format, compresses](const std::string& path, const MovieExport::Pictures& pictures,
+                              std::string& why) -> std::unique_ptr<FrameSink> {
+    VideoFormat whole = format;
+    whole.width = pictures.size.width;
+    whole.height = pictures.size.height;
+    whole.colour = pictures.colour;
+    auto made = VideoWriter::create(path, whole, why);
+    if (!made) why.insert(0, compresses ? "compress start failed. " : "failed AVI file open. ");
+    return made;
+  };
+}
+
+}  // namespace
+
+MovieExport::MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
+                         int32_t step, const CZZMovie::Compression* compression)
+    : MovieExport(exported, std::move(path), range, step, aviOf(framesPerSecond, compression)) {
+  if (compression && compression->codec == "DIB ") words.insert(kBegin.size(), "not compressing.");
 }
 
 MovieExport::~MovieExport() = default;
@@ -40,30 +75,18 @@ bool MovieExport::fail(const std::string& why) {
   return false;
 }
 
-bool MovieExport::begin(int32_t framesPerSecond, const CZZMovie::Compression* compression) {
-  words = "saveAVI::";
+bool MovieExport::begin(const MakeSink& makeSink) {
+  words = kBegin;
   if (images < 1) return fail("failed:n<1");
   if (!mayReplace(name)) return fail("the file may not be written.");
   if (sameFile(name, movie.fileName)) return fail("a movie can't be exported over itself.");
-  VideoFormat format;
-  format.codec = "DIB ";
-  if (compression && compression->codec == format.codec) words += "not compressing.";
-  if (compression) {
-    format.codec = compression->codec;
-    format.quality = compression->quality;
-    format.keyEvery = compression->keyEvery;
-  }
   if (!prepareImages(extents)) return fail("not enough memory.");
-  format.width = canvas.width;
-  format.height = canvas.height;
-  format.rate = std::max(1, framesPerSecond);
-  format.scale = 1;
-  format.colour = canvas.colourset != kGrey;
-  std::string why;
   if (!file.isOpen()) return fail("failed AVI file open. " + file.commit().why());
   file.releaseToWriterByName();
-  writer = VideoWriter::create(file.temporaryPath(), format, why);
-  return writer || fail((compression ? "compress start failed. " : "failed AVI file open. ") + why);
+  std::string why;
+  writer =
+      makeSink(file.temporaryPath(), {{canvas.width, canvas.height}, canvas.colourset != kGrey, images}, why);
+  return writer || fail(why);
 }
 
 // The canvas, which is as large as the images need, and for a mosaic the picture with its colours.
@@ -97,7 +120,7 @@ bool MovieExport::next() {
 
 bool MovieExport::finish() {
   if (!writer) return false;
-  const std::unique_ptr<VideoWriter> ending = std::move(writer);
+  const std::unique_ptr<FrameSink> ending = std::move(writer);
   const bool whole = ending->close();
   if (unread >= 0) return fail(format("image %i can't be read", unread));
   if (stopped) return fail("cancelled.");

@@ -1,21 +1,33 @@
-// The export of a movie as AVI, image by image: the range, every step-th image, as it lies on one canvas. It
-// has its name once it is whole; an export that is there stays until then.
+// The export of a movie as AVI, or as whatever takes its pictures, image by image: the range, every step-th
+// image, as it lies on one canvas. It has its name once it is whole; an export that is there stays until
+// then.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "base/files.h"
 #include "movie/zzmovie.h"
+#include "video/framesink.h"
 
 namespace tarnvisor {
 
-class VideoWriter;
-
 class MovieExport {
  public:
-  // Uncompressed without a compression. The range as saveAVI takes it.
+  // What takes the pictures into a file: grey, or blue, green and red bytes. Null where it can't be made.
+  struct Pictures {
+    Size size;
+    bool colour = false;
+    int32_t count = 0;
+  };
+  using MakeSink = std::function<std::unique_ptr<FrameSink>(const std::string& path, const Pictures& pictures,
+                                                            std::string& why)>;
+  // The range as saveAVI takes it.
+  MovieExport(CZZMovie& exported, std::string path, CZZMovie::Range range, int32_t step,
+              const MakeSink& makeSink);
+  // As an AVI, uncompressed without a compression.
   MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
               int32_t step, const CZZMovie::Compression* compression);
   // One that nobody finished leaves no file.
@@ -33,7 +45,7 @@ class MovieExport {
   const std::string& report() const { return words; }
 
  private:
-  bool begin(int32_t framesPerSecond, const CZZMovie::Compression* compression);
+  bool begin(const MakeSink& makeSink);
   [[nodiscard]] bool fail(const std::string& why);
   bool prepareImages(const CZZMovie::Extents& where);
 
@@ -43,7 +55,7 @@ class MovieExport {
   int32_t from = 0, apart = 1, images = 0, written = 0;
   CZZMovie::Extents extents;
   CZZimage canvas, colour, each;
-  std::unique_ptr<VideoWriter> writer;
+  std::unique_ptr<FrameSink> writer;
   std::string words;
   bool stopped = false;
   int32_t unread = -1;  // an image that could not be read

@@ -6,6 +6,7 @@
 
 #include "archive/archive.h"
 #include "base/numbers.h"
+#include "image/stillsequence.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
 #include "movie/moviepass.h"
@@ -216,8 +217,9 @@ bool CZZMovie::readSlot(int32_t index, CZZimage& target) {
       std::copy_n(memory.get() + slotBytes() * slot, slotBytes(), target.pixels);
     return true;
   }
-  const bool read =
-      video ? video->readGrey(index, target.pixels, target.stride) : file && readFromFile(slot, target);
+  const bool read = video    ? video->readGrey(index, target.pixels, target.stride)
+                    : stills ? stills->read(index, target)
+                             : file && readFromFile(slot, target);
   if (video && !read) logPrintf("NULL%i\n", index);
   recordOf(index);
   return read;
@@ -279,6 +281,7 @@ void CZZMovie::close() {
   output.reset();
   if (video) logPrintf("closeavi\n");
   video.reset();
+  stills.reset();
   if (mode == kAvi) logPrintf("closeAVI done\n");
   file.reset();
   openNumbers.reset();

@@ -22,6 +22,7 @@ class MovieFile;
 class MovieOutput;
 class MoviePass;
 struct RewritePlan;
+class StillSequence;
 class VideoReader;
 
 // Shared by all movies: recordings and passes go to AVI rather than to .mve.
@@ -77,6 +78,7 @@ class CZZMovie {
   const CZZimage& form() const { return holder; }
   bool isRecording() const { return recording; }
   bool isFieldMovie() const { return frame.isField(); }
+  // Whether the file is of another kind, so that a save makes a movie file.
   bool isRaw() const { return mode == kFile && dataOffset == 0; }
   void forgetFailure() { trouble.clear(); }
   void close();
@@ -89,6 +91,8 @@ class CZZMovie {
   [[nodiscard]] bool openRaw(const std::string& name, int32_t width, int32_t height, int32_t frames);
   // In sentences, what of such a file is not as it was told; empty where all is.
   std::string rawMismatch() const;
+  // Pictures of a file of that name.
+  [[nodiscard]] bool openStills(std::unique_ptr<StillSequence> pictures, const std::string& name);
   // How many frames a recording that was cut off left; 0 for a file that was closed.
   int32_t recoveredFrames() const { return recovered; }
   // In words, how many images of a file that was cut off or is damaged were found, without an end to the
@@ -227,6 +231,7 @@ class CZZMovie {
   CZZchildimage frame;  // what callers see: a view onto holder or memory
   std::unique_ptr<uint8_t, FreeBlock> memory;  // slot k at k times the bytes of a slot
   std::unique_ptr<VideoReader> video;
+  std::unique_ptr<StillSequence> stills;
   std::unique_ptr<MovieOutput> output;     // of a recording to AVI
   MoviePass* pass = nullptr;               // that the frame shown belongs to; borrowed
   std::unique_ptr<MoviePass> ownPass;      // of openProcessing

@@ -5,6 +5,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "image/stillsequence.h"
 #include "movie/moviefile.h"
 #include "movie/movieoutput.h"
 #include "movie/zzmovie.h"
@@ -129,6 +130,29 @@ bool CZZMovie::openRaw(const std::string& name, int32_t width, int32_t height, i
   count = oldest = wanted;
   frameBytes = bytes;
   dataOffset = 0;
+  fileName = absolutePath(name);
+  frameAt(0);
+  return true;
+}
+
+bool CZZMovie::openStills(std::unique_ptr<StillSequence> pictures, const std::string& name) {
+  close();
+  trouble.clear();
+  rate = scale = 1;
+  shared = 1;
+  stills = std::move(pictures);
+  mode = kFile;
+  dataOffset = 0;
+  holder.interlace = 0;
+  const auto [width, height] = stills->size();
+  createImages(stills->frames(), width, height, stills->colourset());
+  if (slots != stills->frames() || holder.width != width || holder.height != height) {
+    trouble = "There is not enough memory for a frame.";
+    close();
+    return false;
+  }
+  count = oldest = slots;
+  frameBytes = slotBytes();
   fileName = absolutePath(name);
   frameAt(0);
   return true;

@@ -3,6 +3,7 @@
 #include "frame/menus.h"
 #include "results/commandids.h"
 #include "results/resultview.h"
+#include "results/studyresults.h"
 
 namespace tarnvisor {
 
@@ -21,6 +22,7 @@ const DocumentFace& resultFace() {
                  .mimeType = "application/x-tarnvisor-results",
                  .mimeComment = "Tarnvisor result table",
                  .mimeWeight = 40}},
+      .exportStudy = &exportStudyCommand,
       .helpPage = "results"};
   return face;
 }

@@ -24,11 +24,6 @@ constexpr size_t kMostColumns = 256;
 
 constexpr ColumnRecord kSubjectColumn{0, 1, "Subject ID", 16, 0, 0};
 constexpr ColumnRecord kExamColumn{0, 1, "Exam ID", 9, 0, 0};
-std::string examLabel(const ResultOwner& owner) {
-  const std::string number = owner.exam >= 0 ? std::to_string(owner.exam) : std::string();
-  return owner.isElsewhere && !owner.folder.empty() ? number + " in " + owner.folder : number;
-}
-
 ResultOwner ownerOf(const CdbDocument& document) {
   const CdbDocument::Owner of = document.measuredFor();
   return {of.subject, of.exam, document.examFolder(), document.isFromElsewhere()};

@@ -57,6 +57,9 @@ class CResultDoc : public CdbDocument {
   std::string asText() const;
   void print(PrintContext& context) const;
 
+  bool tellsOwners() const;  // in columns, the last two
+  // Of rows that have no such columns.
+  ResultOwner ownerOfAll() const;
   StepResult exportTo(const std::string& path) override;  // .csv
   bool collectsOverExams() const override { return true; }
   void serialize(Archive& archive) override;
@@ -77,9 +80,7 @@ class CResultDoc : public CdbDocument {
   void printCommand();
   void previewCommand();
   void loadRows(Archive& archive);
-  bool tellsOwners() const;  // in columns, the last two
   void addOwnerColumns();
-  ResultOwner ownerOfAll() const;
   std::string ownerLines() const;
   std::vector<size_t> visiblePlaces() const;
   Selection selected;

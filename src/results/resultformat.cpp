@@ -11,6 +11,11 @@
 
 namespace tarnvisor {
 
+std::string examLabel(const ResultOwner& owner) {
+  const std::string number = owner.exam >= 0 ? std::to_string(owner.exam) : std::string();
+  return owner.isElsewhere && !owner.folder.empty() ? number + " in " + owner.folder : number;
+}
+
 ResultRecord recordOf(const ResultTable& table, std::string filename, std::string units,
                       const std::vector<NamedValue>& values) {
   ResultRecord record{std::move(filename), std::move(units), {}};

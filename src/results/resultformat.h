@@ -55,6 +55,8 @@ struct ResultOwner {
   bool operator==(const ResultOwner&) const = default;
 };
 
+std::string examLabel(const ResultOwner& owner);  // the exam as a cell; empty for none
+
 // What a row of a table says. The first two columns of the list take the texts, column k from 2 on takes
 // value k - 2; a value that is lacking counts as 0, and what is no number leaves the cell empty.
 struct ResultRecord {

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <thread>
@@ -176,6 +177,22 @@ double CSettingsFile::getDouble(const std::string& section, const std::string& k
 std::string CSettingsFile::getString(const std::string& section, const std::string& key,
                                      const std::string& missing) const {
   return readValue(file, section, key).value_or(missing.substr(0, kLongestValue));
+}
+
+std::vector<CSettingsFile::Entry> CSettingsFile::entries() const {
+  const auto text = readWholeText(file, kLongestProfile);
+  std::map<std::pair<std::string, std::string>, std::string> found;
+  std::string section;
+  eachLine(text.value_or(std::string()), [&](std::string_view line, size_t, size_t) {
+    if (const auto name = sectionName(line))
+      section = lowerCase(*name);
+    else if (const auto each = keyOf(line))
+      found.try_emplace({section, lowerCase(each->key)}, withoutQuotes(each->value));  // the first counts
+    return false;
+  });
+  std::vector<Entry> all;
+  for (const auto& [name, value] : found) all.push_back({name.first, name.second, value});
+  return all;
 }
 
 void CSettingsFile::setInt(const std::string& section, const std::string& key, int32_t value) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tarnvisor {
 
@@ -24,6 +25,13 @@ class CSettingsFile {
   // The default passes through the text form, so it comes back rounded to six decimals.
   double getDouble(const std::string& section, const std::string& key, double missing) const;
   std::string getString(const std::string& section, const std::string& key, const std::string& missing) const;
+
+  // All that is set, by section and key in small letters and in their order.
+  struct Entry {
+    std::string section, key, value;
+    auto operator<=>(const Entry&) const = default;
+  };
+  std::vector<Entry> entries() const;
 
   // Writing keeps all other lines and their order. The file is replaced in one step, so a second program that
   // reads or writes at the same moment never sees half of it.

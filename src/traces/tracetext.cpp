@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/files.h"
+#include "base/text.h"
 
 namespace tarnvisor {
 
@@ -88,11 +89,23 @@ class Row {
   bool first = true;
 };
 
+bool isSeconds(const std::string& unit) { return unit.empty() || unit == "s" || unit == "seconds"; }
+
+std::string withUnit(const std::string& name, const std::string& unit) {
+  return csvCell(unit.empty() ? name : name + " (" + unit + ")");
+}
+
 void appendHeader(std::string& text, std::span<const ZZTrace* const> traces, const CTextSettings& settings) {
   Row row(text, settings.columnDelimiter());
-  if (settings.xscaled != 0) row.next() += nameFor(traces.front()->xunits, settings);
+  const std::string along = traces.front()->xunits;
+  if (settings.xscaled != 0)
+    row.next() += !settings.unitsInHeads  ? nameFor(along, settings)
+                  : settings.xscaled == 2 ? std::string("sample")
+                  : isSeconds(along)      ? "time (s)"
+                                          : csvCell(along);
   for (const ZZTrace* trace : traces) {
-    row.next() += nameFor(trace->name, settings);
+    row.next() +=
+        settings.unitsInHeads ? withUnit(trace->name, trace->yunits) : nameFor(trace->name, settings);
     for (uint32_t i = 1; i < columnsOf(*trace); ++i) row.next();
   }
   text += settings.rowDelimiter();
@@ -201,6 +214,18 @@ bool sampleAt(const ZZTrace& trace, double seconds, uint32_t& index) {
     return true;
   }
   return false;
+}
+
+CTextSettings CTextSettings::asCsv() const {
+  CTextSettings csv = *this;
+  csv.binary = 0;
+  csv.headers = 1;
+  csv.coldelim = 1;
+  csv.rowdelim = 2;
+  csv.yscaled = csv.zscaled = 1;
+  if (csv.xscaled == 0) csv.xscaled = 1;
+  csv.unitsInHeads = true;
+  return csv;
 }
 
 Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,

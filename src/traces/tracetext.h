@@ -39,7 +39,11 @@ struct CTextSettings {
   int32_t rowdelim = 0;  // 0 CR LF, 1 CR, 2 LF, 3 the column delimiter, 4 none
   int32_t format = 2;    // 0 "E", 1 "f", 2 "g" (with one digit more)
   int32_t precision = 6;
-  int32_t swapbytes = 0;  // of each item in binary
+  int32_t swapbytes = 0;      // of each item in binary
+  bool unitsInHeads = false;  // heads as "CBV (mm/s)", in quotes where they need them; never stored
+
+  // For a .csv file: commas, lines that end in LF, shown values by time, and heads with units.
+  CTextSettings asCsv() const;
 };
 
 // Columns [from, to) of the chart's view, the selection; or the whole.

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "video/framesink.h"
+
 namespace tarnvisor {
 
 struct VideoCodec {
@@ -27,25 +29,21 @@ struct VideoFormat {
   int32_t keyEvery = 10;  // frames from key frame to key frame, for codecs that have others
 };
 
-class VideoWriter {
+class VideoWriter final : public FrameSink {
  public:
   // Null on failure: `why` says what failed.
   static std::unique_ptr<VideoWriter> create(const std::string& path, const VideoFormat& format,
                                              std::string& why);
-  ~VideoWriter();  // closes
-  VideoWriter(const VideoWriter&) = delete;
-  VideoWriter& operator=(const VideoWriter&) = delete;
+  ~VideoWriter() override;  // closes
 
-  // One frame, top row first, rows `stride` bytes apart. False when it could not be compressed or written.
-  // Once the file can't be written no more is tried.
-  [[nodiscard]] bool write(const uint8_t* rows, int32_t stride);
-  bool failed() const;             // a write to the file failed
-  const std::string& why() const;  // the first failure in words; empty while there is none
-  int64_t framesWritten() const;   // handed to the file; a codec may hold back a few until close
+  // False also for a frame that could not be compressed. Once the file can't be written no more is tried.
+  [[nodiscard]] bool write(const uint8_t* rows, int32_t stride) override;
+  bool failed() const override;
+  const std::string& why() const override;
+  int64_t framesWritten() const;  // handed to the file; a codec may hold back a few until close
   // Writes what the codec holds back, the index and the lengths. False when the file is not whole: it then
-  // ends after the last frame that fitted, without an index, and can be read. A second call gives the same
-  // answer.
-  bool close();
+  // ends after the last frame that fitted, without an index, and can be read.
+  bool close() override;
 
  private:
   struct Parts;

@@ -481,6 +481,10 @@ TEST_F(ChartCommands, ExportAndImportTraces) {
   EXPECT_EQ(view().active(), doc->traces.items[1].get());
   EXPECT_NE(doc->traces.items[1]->colour, 0u);
   run("Undo");
+  host.fill({});
+  host.paths = {folder.file("out.csv")};
+  run(cmd::ExportTrace);
+  EXPECT_THAT(readWholeText(folder.file("out.csv")).value_or(""), StartsWith("time (s),"));
   host.paths = {folder.file("missing.txt")};
   run(cmd::Import);
   EXPECT_THAT(lastMessage(), HasSubstr("missing.txt"));

@@ -2,6 +2,7 @@
 
 #include "base/clock.h"
 #include "charts/markereditor.h"
+#include "frame/pictureexport.h"
 #include "results/resultdoc.h"
 #include "support/charttest.h"
 #include "traces/tracetests.h"
@@ -389,14 +390,15 @@ TEST_F(ChartWindow, PrintsTheTimeTheTitleAndWhatTheWindowShows) {
 }
 
 TEST_F(ChartWindow, WritesAPictureThroughTheHost) {
-  EXPECT_FALSE(isEnabled(cmd::ExportPicture));
+  EXPECT_FALSE(view().hasPicture());
   addRamp("shown");
   RecordingCanvas picture;
   host.pictureCanvas = &picture;
   host.paths = {std::nullopt, folder.file("chart.svg")};
-  run(cmd::ExportPicture);
+  exportPicture(view());
   EXPECT_THAT(picture.calls, IsEmpty());
-  run(cmd::ExportPicture);
+  host.fill({{"Magnification", "1"}});
+  exportPicture(view());
   draw();
   EXPECT_EQ(picture.calls, canvas.calls) << "as the window shows it";
 }

@@ -195,7 +195,11 @@ TEST(PictureFile, IsWrittenInTheFormatOfItsEndingOrNotAtAll) {
     canvas.text({5, 10}, "mm/s", 0);
   };
   const auto bytesOf = [&](const char* name) { return readWholeText(folder.file(name)).value_or(""); };
-  for (const auto& [name, start] : {std::pair{"a.png", "\x89PNG"}, {"a.svg", "<?xml"}, {"a.pdf", "%PDF"}}) {
+  for (const auto& [name, start] : {std::pair{"a.png", "\x89PNG"},
+                                    {"a.svg", "<?xml"},
+                                    {"a.pdf", "%PDF"},
+                                    {"a.jpg", "\xff\xd8"},
+                                    {"a.tif", "II*"}}) {
     ASSERT_TRUE(writer.write(folder.file(name), {40, 30}, draw)) << name;
     EXPECT_THAT(bytesOf(name), testing::StartsWith(start));
   }
@@ -212,7 +216,7 @@ TEST(PictureFile, IsWrittenInTheFormatOfItsEndingOrNotAtAll) {
   EXPECT_FALSE(writer.write(folder.file("a.png"), {40, 1 << 20}, draw));
   EXPECT_EQ(bytesOf("a.png"), before);
   EXPECT_THAT(writer.write(folder.file("a.xyz"), {40, 30}, draw).why(),
-              testing::HasSubstr("png, jpg, bmp, svg, pdf or wmf"));
+              testing::HasSubstr("png, jpg, tif, bmp, svg, pdf or wmf"));
   EXPECT_FALSE(writer.write(folder.file("none/a.svg"), {40, 30}, draw));
 }
 

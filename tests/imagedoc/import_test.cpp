@@ -1,3 +1,5 @@
+#include "dicom/dicomreader.h"
+#include "dicom/dicomwriter.h"
 #include "image/palette.h"
 #include "support/imagedoctest.h"
 #include "support/tifffile.h"
@@ -8,10 +10,13 @@ namespace {
 class ImportedStills : public ImageDocument {
  protected:
   static std::string still(const std::string& name) { return std::string(STILLS_FOLDER) + name; }
-  // A TIFF file of 2 x 1 pixels a page, each page filled with its value.
+  // A TIFF file of a row a page, one pixel more than on the page before, each filled with its value.
   std::string writePages(const std::vector<uint8_t>& levels) {
     std::vector<TiffPage> pages;
-    for (const uint8_t level : levels) pages.push_back({.width = 2, .height = 1, .lines = {{level, level}}});
+    for (const uint8_t level : levels) {
+      const auto width = static_cast<uint32_t>(pages.size() + 1);
+      pages.push_back({.width = width, .height = 1, .lines = {Bytes(width, level)}});
+    }
     return writeTiff(folder.file("stack.tif"), pages);
   }
 };
@@ -30,18 +35,82 @@ TEST_F(ImportedStills, BecomeDocumentsWhosePixelsAreSavedApart) {
   EXPECT_EQ(pixelsOf(*image()->theImage()), pixels);
 }
 
-TEST_F(ImportedStills, OfSeveralPagesAskForOne) {
+TEST_F(ImportedStills, OfPagesOfSeveralSizesAskForOne) {
   const std::string path = writePages({10, 20, 30});
   host.fill({{"Page", "3"}});
   ASSERT_NE(app->openDocumentFile(path), nullptr);
   EXPECT_EQ(image()->title(), "stack page 3");
-  EXPECT_EQ(pixelsOf(*image()->theImage()), (std::vector<uint8_t>{30, 30}));
+  EXPECT_EQ(pixelsOf(*image()->theImage()), (std::vector<uint8_t>{30, 30, 30}));
   host.fills.push_back([](Form& form) {
     EXPECT_NE(form.find("Page")->take("4"), "");
     return false;
   });
   EXPECT_EQ(app->openDocumentFile(path), nullptr);  // cancelled
   EXPECT_EQ(app->documents.documents().size(), 1u);
+}
+
+TEST_F(ImportedStills, HaveTheScaleThatTheirFileTells) {
+  TiffPage page{.width = 2, .height = 1, .lines = {{1, 2}}};
+  page.resolution = 4000;
+  page.resolutionUnit = RESUNIT_CENTIMETER;
+  ASSERT_NE(app->openDocumentFile(writeTiff(folder.file("a.tif"), {page})), nullptr);
+  EXPECT_DOUBLE_EQ(image()->scale().x, 2.5);
+  EXPECT_EQ(image()->unitName(), "um");
+  EXPECT_THAT(image()->notes, HasSubstr("scale 2.5 x 2.5 um/pixel by the TIFF resolution"));
+  EXPECT_EQ(settings.getInt("settings", "calibrated", 0), 0);
+  page.bits = 16;
+  page.lines = {{1, 0, 2, 0}};
+  page.resolution = 300;
+  page.resolutionUnit = RESUNIT_INCH;
+  ASSERT_NE(app->openDocumentFile(writeTiff(folder.file("b.tif"), {page})), nullptr);
+  EXPECT_EQ(image()->unitName(), "pixel");
+}
+
+TEST_F(ImportedStills, OfDicomNameTheirPatientAndAreNobodyElsesUnasked) {
+  const DicomFacts facts{
+      .subjectId = "S-1", .surname = "Doe", .name = "Ann", .pixelWidth = 2, .pixelHeight = 3};
+  CZZimage picture(3, 2);
+  ASSERT_TRUE(exportDicom(picture, facts, folder.file("a.dcm")));
+  ASSERT_NE(app->openDocumentFile(folder.file("a.dcm")), nullptr);
+  EXPECT_THAT(image()->notes, HasSubstr("DICOM patient: S-1 Doe Ann"));
+  EXPECT_DOUBLE_EQ(image()->scale().x, 2);
+  EXPECT_DOUBLE_EQ(image()->scale().y, 3);
+  ASSERT_TRUE(app->db->newSubject("S-2"));
+  theExams().selectSubject("S-2", "Another");
+  EXPECT_EQ(image()->measuredFor().subject, "S-1");
+  host.answers = {Answer::No};
+  EXPECT_FALSE(image()->onSaveDocument(folder.file("a.tv1")));
+  EXPECT_THAT(host.messages.back(), HasSubstr("names the subject S-1"));
+  EXPECT_FALSE(fileExists(folder.file("a.tv1")));
+  host.answers = {Answer::Yes};
+  EXPECT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));
+  EXPECT_TRUE(image()->onSaveDocument(folder.file("a.tv1")));  // asked once
+  EXPECT_EQ(image()->measuredFor().subject, "S-2");
+}
+
+TEST_F(ImportedStills, GoOutAsDicomWithTheirSubjectExamAndScale) {
+  ASSERT_TRUE(app->db->newSubject("S-1"));
+  ASSERT_TRUE(app->db->updateSubject("S-1", "Ann", "Doe", ""));
+  const int32_t exam = app->db->newExam("S-1", "left ring", "cold", "e1");
+  theExams().selectSubject("S-1", "Ann Doe");
+  theExams().selectExam(exam, "e1");
+  ZBasicDoc& d = makeImage(5, 3);
+  ASSERT_TRUE(d.setScale(0.5, 0.25, "mm now", 1, false, false));
+  d.userunits = "mm";
+  host.paths = {folder.file("a.dcm")};
+  host.fill({{"Series", "after cold"}});
+  run("Export DICOM...");
+  std::string why;
+  const auto back = openDicom(folder.file("a.dcm"), why);
+  ASSERT_NE(back, nullptr) << why;
+  EXPECT_EQ(back->subject(), "S-1");
+  EXPECT_DOUBLE_EQ(back->scale().x, 500);
+  EXPECT_DOUBLE_EQ(back->scale().y, 250);
+  EXPECT_THAT(back->remarks(), ::testing::Contains(HasSubstr("left ring, cold")));
+  EXPECT_THAT(back->remarks(), ::testing::Contains("DICOM series: after cold"));
+  CZZimage pixels;
+  ASSERT_TRUE(back->read(0, pixels));
+  EXPECT_EQ(pixelsOf(pixels), pixelsOf(*d.theImage()));
 }
 
 TEST_F(ImportedStills, ComeInThroughImportBesideWhatIsOpen) {

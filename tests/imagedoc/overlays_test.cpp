@@ -1,5 +1,6 @@
 // What lies over the picture: order, pens, crosses, grid, rubber band, scale bar.
 
+#include "frame/pictureexport.h"
 #include "imagedoc/grid.h"
 #include "imagedoc/overlay.h"
 #include "imagedoc/zbasicview.h"
@@ -245,6 +246,27 @@ TEST_F(Overlays, ScaleBarStandsAtTheBottomRight) {
   EXPECT_THAT(Calls(all.end() - 4, all.end()),
               ElementsAre("font \"\" 90", "fill 20,30-88,68 202020", "text 26,36 ffffff \"20 pixel\"",
                           "fill 44,58-64,62 ffffff"));
+}
+
+TEST_F(Overlays, GoIntoPicturesAsTheyAreWanted) {
+  ZBasicDoc& d = makeImage(400, 100);
+  d.showtarget = 0;
+  d.roi = {10, 20, 30, 40};
+  CView& shown = *d.views().front();
+  RecordingCanvas picture;
+  host.pictureCanvas = &picture;
+  const auto written = [&](const char* times, const char* overlays, const char* bar) {
+    picture.calls.clear();
+    host.paths = {folder.file("a.png")};
+    host.fill({{"Magnification", times}, {"Overlays", overlays}, {"Scale bar", bar}});
+    exportPicture(shown);
+    return picture.calls;
+  };
+  EXPECT_EQ(written("1", "0", "0"), (Calls{"pixels 400x100 0,0-400,100"}));
+  const Calls all = written("2", "1", "1");
+  EXPECT_EQ(all.front(), "pixels 800x200 0,0-800,200");
+  EXPECT_THAT(all, Contains("rectangle 20,40-60,80"));
+  EXPECT_THAT(all, Contains(HasSubstr("\"100 pixel\"")));
 }
 
 }  // namespace

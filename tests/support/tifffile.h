@@ -13,6 +13,9 @@ struct TiffPage {
   uint32_t bits = 8, samples = 1;
   uint32_t photometric = PHOTOMETRIC_MINISBLACK, planar = PLANARCONFIG_CONTIG, compression = COMPRESSION_NONE;
   uint32_t tileSide = 0;
+  std::string description = {};
+  double resolution = 0;  // pixels in a unit, both ways
+  int resolutionUnit = 0;
 };
 
 inline std::string writeTiff(const std::string& path, const std::vector<TiffPage>& pages) {
@@ -24,6 +27,11 @@ inline std::string writeTiff(const std::string& path, const std::vector<TiffPage
         {TIFFTAG_PLANARCONFIG, page.planar},    {TIFFTAG_PHOTOMETRIC, page.photometric},
         {TIFFTAG_COMPRESSION, page.compression}};
     for (const auto& [tag, value] : facts) TIFFSetField(tiff, tag, value);
+    if (!page.description.empty()) TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, page.description.c_str());
+    if (page.resolution > 0)
+      for (const uint32_t tag : {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION})
+        TIFFSetField(tiff, tag, page.resolution);
+    if (page.resolutionUnit) TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, page.resolutionUnit);
     if (page.tileSide)
       for (const uint32_t tag : {TIFFTAG_TILEWIDTH, TIFFTAG_TILELENGTH})
         TIFFSetField(tiff, tag, page.tileSide);

@@ -55,6 +55,16 @@ TEST(NumbersAsText, AreWhatPrintfMakesOfThem) {
   }
 }
 
+TEST(TextSettings, AsCsvPutUnitsIntoTheHeads) {
+  const auto one = traced(kFloatCode, {1, 2}, 0.5, "CBV"), other = traced(kFloatCode, {3}, 0.5, "p, \"x\"");
+  one->yunits = "mm/s";
+  other->yunits = "";
+  CTextSettings how = plainText();
+  how.coldelim = how.xscaled = how.headers = 0;
+  EXPECT_EQ(exported({one.get(), other.get()}, how.asCsv()),
+            "time (s),CBV (mm/s),\"p, \"\"x\"\"\"\n0.0,1.0,3.0\n0.5,2.0,\n");
+}
+
 TEST(TextSettings, AreStoredInTheirSectionAndPutRightWhenRead) {
   const TempFolder folder;
   settings.setPath(folder.file("a.ini"));

@@ -1,0 +1,44 @@
+#include "frame/pictureexport.h"
+
+#include "app/asked.h"
+#include "app/basicapp.h"
+#include "base/files.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr const char* kFilter =
+    "Pictures (*.png)|*.png|JPEG (*.jpg)|*.jpg|TIFF (*.tif)|*.tif|Scalable Vector Graphics (*.svg)|*.svg|"
+    "Portable Document Format (*.pdf)|*.pdf||";
+
+bool askWish(const CView& view, PictureWish& wish) {
+  int32_t overlays = wish.overlays, scaleBar = wish.scaleBar;
+  Form form("Export picture");
+  form.add("Magnification", wish.times, {1, 8, {}});
+  if (view.hasOverlays()) form.addCheck("Overlays", overlays).addCheck("Scale bar", scaleBar);
+  if (!asked(form)) return false;
+  wish.overlays = overlays != 0;
+  wish.scaleBar = scaleBar != 0;
+  return true;
+}
+
+}  // namespace
+
+void exportPicture(CView& view) {
+  CDocument& document = view.document();
+  const std::string stem =
+      withoutExtension(document.pathName().empty() ? document.title() : document.pathName());
+  const auto path = host().choosers.saveFile({"Export picture", kFilter, ".png", stem + ".png"});
+  if (!path || path->empty()) return;
+  PictureWish wish = view.usualPicture();
+  if (!askWish(view, wish)) return;
+  Outcome done = theApp().documents.mayOutputTo(*path);
+  const Size size = view.pictureSize(wish.times);
+  if (done)
+    done = host().pictures.write(*path, size, [&](Canvas& canvas) { view.drawPicture(canvas, size, wish); });
+  if (!done) document.report(done.why());
+}
+
+}  // namespace tarnvisor

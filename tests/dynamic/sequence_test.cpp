@@ -1,0 +1,74 @@
+// Sequences of other programs as videos.
+#include "dicom/dicomreader.h"
+#include "support/tifffile.h"
+#include "support/videotest.h"
+
+namespace tarnvisor {
+namespace {
+
+class Sequences : public VideoTest {
+ protected:
+  // 2 x 1 pixels a page.
+  std::string writePages(const std::vector<Bytes>& pages, uint32_t bits, const std::string& description) {
+    std::vector<TiffPage> all;
+    for (const Bytes& page : pages)
+      all.push_back({.width = 2, .height = 1, .lines = {page}, .bits = bits, .description = description});
+    return writeTiff(folder.file("stack.tif"), all);
+  }
+};
+
+TEST_F(Sequences, OfTiffPagesAreVideosWithTheirRateAndScale) {
+  const std::string path = writePages(
+      {{1, 10}, {1, 20}, {1, 30}}, 8,
+      "<OME><Image><Pixels SizeX='2' SizeY='1' PhysicalSizeX='0.5' TimeIncrement='0.1'/></Image></OME>");
+  ASSERT_NE(app->openDocumentFile(path), nullptr);
+  EXPECT_EQ(levels(), (std::vector<int>{10, 20, 30}));
+  EXPECT_DOUBLE_EQ(video().fps, 10);
+  EXPECT_DOUBLE_EQ(video().scale().x, 0.5);
+  EXPECT_THAT(video().notes, HasSubstr("Import stack.tif, 3 pictures"));
+  ASSERT_TRUE(video().onSaveDocument(folder.file("a.dtv")));
+  app->documents.discardAll();
+  std::filesystem::remove(path);
+  ASSERT_NE(app->openDocumentFile(folder.file("a.dtv")), nullptr);
+  EXPECT_EQ(levels(), (std::vector<int>{10, 20, 30}));
+  EXPECT_DOUBLE_EQ(video().scale().x, 0.5);
+}
+
+TEST_F(Sequences, ShareOneRangeOfLevels) {
+  ASSERT_NE(app->openDocumentFile(writePages({{0, 0, 0, 1}, {0, 2, 0, 4}}, 16, "")), nullptr);
+  EXPECT_EQ(levels(), (std::vector<int>{64, 255}));
+  EXPECT_THAT(video().notes, HasSubstr("levels 0 to 1024 became 0 to 255"));
+  EXPECT_THAT(video().notes, HasSubstr("tells no rate"));
+}
+
+TEST_F(Sequences, AreAddedBehindTheImagesThereAre) {
+  const std::string path = writePages({{1, 10}, {1, 20}}, 8, "");
+  ASSERT_NE(app->openDocumentFile(path), nullptr);
+  useWorkFolder();
+  ASSERT_TRUE(video().importMovie(path, false));
+  EXPECT_EQ(levels(), (std::vector<int>{10, 20, 10, 20}));
+}
+
+TEST_F(Sequences, ThatAreDamagedOpenNothing) {
+  const std::string path = writePages({{1, 10}, {1, 20}}, 8, "");
+  std::filesystem::resize_file(path, 60);
+  EXPECT_EQ(app->openDocumentFile(path), nullptr);
+  EXPECT_FALSE(host.messages.empty());
+}
+
+TEST_F(Sequences, GoOutAsDicomAndComeBack) {
+  openMovie("a.mve", 5);
+  video().fps = 20;
+  ASSERT_TRUE(video().setScale(3, 3, "", 1, false, false));
+  video().selectionFirst = 1;
+  video().selectionLast = 4;
+  const StepResult done = video().exportTo(folder.file("a.dcm"));
+  ASSERT_TRUE(done.ok) << done.why;
+  ASSERT_NE(app->openDocumentFile(folder.file("a.dcm")), nullptr);
+  EXPECT_EQ(levels(), (std::vector<int>{11, 12, 13}));
+  EXPECT_DOUBLE_EQ(video().fps, 20);
+  EXPECT_DOUBLE_EQ(video().scale().y, 3);
+}
+
+}  // namespace
+}  // namespace tarnvisor

@@ -1,0 +1,134 @@
+#include "results/studyresults.h"
+
+#include "assembly/assembly.h"
+#include "frame/mainframe.h"
+#include "imagedoc/resulttables.h"
+#include "support/apptest.h"
+
+namespace tarnvisor {
+namespace {
+
+class StudyResults : public AppTest {
+ protected:
+  void SetUp() override {
+    registerStoredClasses();
+    options.documentTable = documentTable();
+    ASSERT_TRUE(startWithData());
+  }
+  // A subject with an exam, both selected.
+  int32_t select(const std::string& subject, const std::string& folderName) {
+    (void)app->db->newSubject(subject);
+    const int32_t exam = app->db->newExam(subject, "hand", "", folderName);
+    makeFolderPath(app->dataFolder + folderName);
+    theExams().selectSubject(subject, "");
+    theExams().selectExam(exam, folderName);
+    return exam;
+  }
+  static CResultDoc& addWidth(const std::string& file, double width) {
+    return *addResultRow(kDiameterResults,
+                         recordOf(kDiameterResults, file, "um", {{"line", 2}, {"width", width}}));
+  }
+  std::vector<std::string> exported(StudyScope scope = StudyScope::OpenTables) {
+    unread.clear();
+    const Outcome done = exportStudy(folder.file("study.csv"), scope, unread);
+    EXPECT_TRUE(done) << done.why();
+    std::vector<std::string> lines = split(readWholeText(folder.file("study.csv")).value_or(""), '\n');
+    lines.pop_back();
+    return lines;
+  }
+  // What a row says before the version.
+  static std::string measure(const std::string& line) { return line.substr(0, line.find(",4.60")); }
+
+  std::string unread;
+};
+
+TEST_F(StudyResults, AreARowAMeasure) {
+  const std::string exam = std::to_string(select("S, 1", "e1"));
+  addWidth("a \"b\".tv1", 12.5);
+  addWidth("c.tv1", std::nan(""));
+  const std::vector<std::string> lines = exported();
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0], "subject,exam,document,list,mark,quantity,value,unit,program version,settings,table");
+  EXPECT_EQ(measure(lines[1]), "\"S, 1\"," + exam + ",\"a \"\"b\"\".tv1\",,2,width,12.5,um");
+  EXPECT_EQ(measure(lines[2]), "\"S, 1\"," + exam + ",c.tv1,,2,width,,um");
+  EXPECT_THAT(lines[1], HasSubstr(settingsFingerprint()));
+}
+
+TEST_F(StudyResults, TakeInStoredTablesOfASubjectOrOfAll) {
+  for (const std::string subject : {"S-1", "S-2"}) {
+    select(subject, subject);
+    CResultDoc& table = addWidth(subject + ".tv1", 7);
+    ASSERT_TRUE(table.onSaveDocument(app->dataFolder + subject + "/w.rst"));
+    table.type()->discard(table);
+  }
+  EXPECT_EQ(exported(StudyScope::AllSubjects).size(), 3u);
+  const std::vector<std::string> lines = exported(StudyScope::SelectedSubject);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_TRUE(lines[1].starts_with("S-2,"));
+  ASSERT_NE(app->openDocumentFile(app->dataFolder + "S-2/w.rst"), nullptr);
+  EXPECT_EQ(exported(StudyScope::SelectedSubject).size(), 2u);  // once, though it is open
+  ASSERT_TRUE(replaceFile(app->dataFolder + "S-1/w.rst", std::string_view("no table")));
+  EXPECT_EQ(exported(StudyScope::AllSubjects).size(), 2u);
+  EXPECT_THAT(unread, HasSubstr("S-1/w.rst"));
+}
+
+TEST_F(StudyResults, FailInWordsAndLeaveTheFileThatIsThere) {
+  EXPECT_THAT(exportStudy(folder.file("study.csv"), StudyScope::OpenTables, unread).why(),
+              HasSubstr("no results"));
+  EXPECT_FALSE(fileExists(folder.file("study.csv")));
+  EXPECT_THAT(exportStudy(folder.file("study.csv"), StudyScope::SelectedSubject, unread).why(),
+              HasSubstr("No subject"));
+}
+
+TEST_F(StudyResults, GoOutByACommandOfTheFrame) {
+  CBasicMainFrame frame(*app);
+  select("S-1", "e1");
+  addWidth("a.tv1", 1);
+  host.fill({{"Tables", "open tables"}});
+  host.paths = {folder.file("x.csv")};
+  EXPECT_EQ(routeCommand(app->commandChain(), "Export study results..."), CommandResult::Done);
+  EXPECT_TRUE(fileExists(folder.file("x.csv")));
+}
+
+TEST_F(StudyResults, HaveTheUnitsOfTheirQuantity) {
+  const auto unit = [](const ResultTable& kind, const char* title) {
+    CResultDoc table;
+    table.addcolumns(kind.columns);
+    return unitOfMeasure(table, title, "um");
+  };
+  EXPECT_EQ(unit(kImageResults, "ROI area"), "um^2");
+  EXPECT_EQ(unit(kImageResults, "Count density"), "1/mm^2");
+  EXPECT_EQ(unit(kVoronoiResults, "density"), "1/mm^2");
+  EXPECT_EQ(unit(kNailfoldResults, "density"), "1/mm");
+  EXPECT_EQ(unit(kImageResults, "density (%)"), "%");
+  EXPECT_EQ(unit(kImageResults, "Tortuosity0"), "");
+}
+
+TEST_F(StudyResults, FingerprintChangesWithWhatMeasuresAlone) {
+  const std::string before = settingsFingerprint();
+  EXPECT_EQ(before.size(), 64u);
+  settings.setInt("MainWindow", "left", 77);
+  settings.setString("settings", "directory", "/elsewhere");
+  EXPECT_EQ(settingsFingerprint(), before);
+  settings.setDouble("minima", "sigma", 9);
+  EXPECT_NE(settingsFingerprint(), before);
+}
+
+TEST_F(StudyResults, ReadBackByOtherReaders) {
+  if (std::system("python3 -c 'import csv' > /dev/null 2>&1") != 0) GTEST_SKIP() << "python3 is missing";
+  select("M\xc3\xbcller, \"x\"", "e1");
+  addWidth("a\nb.tv1", 12.5);
+  exported();
+  const std::string program =
+      "import csv,sys; rows=list(csv.DictReader(open(sys.argv[1],encoding='utf-8',newline=''))); "
+      "print(len(rows),rows[0]['subject'],repr(rows[0]['document']),float(rows[0]['value']))";
+  ASSERT_TRUE(replaceFile(folder.file("read.py"), std::string_view(program)));
+  ASSERT_EQ(std::system(("PYTHONIOENCODING=utf-8 python3 " + folder.file("read.py") + " " +
+                         folder.file("study.csv") + " > " + folder.file("out.txt"))
+                            .c_str()),
+            0);
+  EXPECT_EQ(readWholeText(folder.file("out.txt")), "1 M\xc3\xbcller, \"x\" 'a\\nb.tv1' 12.5\n");
+}
+
+}  // namespace
+}  // namespace tarnvisor
