@@ -7,7 +7,7 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr double kShortest = 0.01, kLongest = 0.03;  // seconds in the beam
+constexpr double kShortest = 0.003, kLongest = 0.008;  // seconds in the beam
 // Mean square of smoothStep over a rise and a fall, times that of a sine.
 constexpr double kMeanSquare = 13.0 / 35 / 2;
 

@@ -20,7 +20,7 @@ struct ScattererSettings {
   double deviation = 1;        // of the signal, without noise; 0 for noise alone
   double noiseDecibels = -20;  // power of the noise, against a signal of deviation 1 times `scale`
   double scale = 1;            // of both
-  int32_t scatterers = 120;
+  int32_t scatterers = 60;
   uint64_t seed = 1;
 };
 
