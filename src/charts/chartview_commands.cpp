@@ -340,6 +340,7 @@ void ZchartView::scaleFull(bool up) {
   const double wanted = up ? rows->fullscale * rows->fsstep : rows->fullscale / rows->fsstep;
   if (!std::isfinite(wanted)) return;
   rows->fullscale = std::clamp(wanted, low, high);
+  fullScaleChanged(*rows);
   doc.setModified();
   if (!doc.running) redraw();  // otherwise the next data shows it
   site().panesChanged();

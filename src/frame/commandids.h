@@ -50,6 +50,7 @@ inline constexpr int32_t StatusBar = 34088;
 inline constexpr int32_t FilePrint = 57607;
 inline constexpr int32_t FilePrintPreview = 57609;
 inline constexpr int32_t Toolbar = 59392;
+inline constexpr int32_t HardwareSettings = 34152;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd
