@@ -1,7 +1,6 @@
 // The stored form of the live input's charts. docs/formats/zz1.md tells it.
 #include <algorithm>
 
-#include "app/processstate.h"
 #include "archive/archive.h"
 #include "base/numbers.h"
 #include "base/text.h"
@@ -82,9 +81,8 @@ C2DTrace* ZcommonFLODoc::makeSpectrumTrace(uint32_t rows, double period) {
   trace->ygain = trace->xscale = dopplerscale;
   trace->circular = 1;
   trace->period = period;
-  const double ratio = process.velocity.fsThreshold;
-  const double wanted = process.velocity.fsLinkThreshold && ratio > 0 ? analysis.threshold / ratio : 500.0;
-  trace->setdisplay(std::clamp(wanted, 1.0, 65535.0), 2.0, 1.0, 65535.0);
+  constexpr double kShown = 4000, kHighest = 65535;
+  trace->setdisplay(kShown, 2.0, 1.0, kHighest);
   return trace;
 }
 

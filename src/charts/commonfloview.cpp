@@ -66,8 +66,8 @@ void ZcommonFLOView::cbvParameters() {
   int32_t threshold = flo.analysis.threshold;
   Form form("CBV parameters");
   form.addChoice("method", v.cbvMethod,
-                 {"&max frequency shift", "&peak frequency shift", "&percent of total power",
-                  "a&verage speed", "&automatic", "&first moment above noise"});
+                 {"max frequency shift", "peak frequency shift", "percent of total power", "average speed",
+                  "automatic", "first moment above noise"});
   form.add("threshold", threshold, {0, 1e9});
   form.add("least mean power", v.minThreshold, {0, 1e9});
   form.addCheck("Auto Noise Threshold: &Enable", v.autonoise);

@@ -16,8 +16,8 @@ constexpr const char* kSection = "flo1";  // of the computer's settings
 constexpr const char* kOwnChoice = "The system's choice";
 constexpr const char* kFile = "A sound file";
 
-std::unique_ptr<SoundDriver> openBySettings(std::string& why) {
-  return openSoundInput(hwSettings.getString(kSection, "input", ""), why);
+std::unique_ptr<SoundDriver> openBySettings(std::string&) {
+  return openSoundInput(hwSettings.getString(kSection, "input", ""));
 }
 
 }  // namespace
@@ -44,9 +44,14 @@ void DopplerInput::initialise(int32_t channels) {
   if (!why.empty()) logPrintf("%s\n", why.c_str());
 }
 
+bool DopplerInput::endsByItself() const {
+  return hwSettings.getString(kSection, "input", "").starts_with(kSoundFile);
+}
+
 int32_t DopplerInput::availableSamples() {
   if (flo1.blockready()) return static_cast<int32_t>(FLO1::kSamplesTaken);
-  if (const auto why = flo1.takeLost(); why && onLost) onLost(*why);
+  const auto tell = onLost;  // which ends the recording, and with it what was to be called
+  if (const auto why = flo1.takeLost(); why && tell) tell(*why);
   return 0;
 }
 

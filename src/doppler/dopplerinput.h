@@ -29,6 +29,8 @@ class DopplerInput final : public VelocityInput {
   bool wakesTheLoop() override { return !flo1.blockready(); }
   void chooseHardware() override;
 
+  bool endsByItself() const;  // a file, whose end is no failure
+
   // Null without a serial line. Another may be put in its place.
   std::unique_ptr<AuxiliarySource> auxiliary;
   int32_t auxiliaryChannels = 1;

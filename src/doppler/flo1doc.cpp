@@ -8,6 +8,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "doppler/dopplerinput.h"
+#include "host/host.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -149,8 +150,12 @@ void Cflo1Doc::runSource() {
   if (!input->flo1.start()) return report(std::string(kNoVelocityInput) + " " + input->flo1.failure());
   applyBandwidth();
   makeAuxiliaryTraces();
-  input->onLost = [this](const std::string& why) {
+  input->onLost = [this, input](const std::string& why) {
     stopSource();
+    if (input->endsByItself()) {
+      host().messages.show(why, Buttons::Ok, Icon::Information);
+      return;
+    }
     report(why + " What was recorded is kept.");
   };
   slowDue = 0;

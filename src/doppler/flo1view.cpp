@@ -1,7 +1,10 @@
 #include "doppler/flo1view.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
+#include "app/asked.h"
 #include "base/text.h"
 #include "doppler/dopplerinput.h"
 
@@ -43,12 +46,36 @@ void Cflo1View::takeSamples(std::span<const int16_t> samples) {
 void Cflo1View::onUpdate(Change what) {
   ZcommonFLOView::onUpdate(what);
   const bool runs = live.running != 0;
+  if (runs) keepInSight();
   if (runs == wasRunning) return;
   wasRunning = runs;
-  if (!runs) return watch.stop();
+  if (!runs) {
+    watch.stop();
+    if (isUnattended()) fit();  // for pictures, which show all of it
+    return;
+  }
   lastNumber = -1;
   watch.start(kWatchMs, [this] { site().panesChanged(); });
   showNewest();
+}
+
+// Spectra fill their place up to the bandwidth. Samples that leave theirs get a larger one.
+void Cflo1View::keepInSight() {
+  constexpr uint32_t kNewest = 512;
+  for (ZZTrace* trace : shownTraces()) {
+    CScreenTrace& screen = screenTrace(*trace);
+    if (const C2DTrace* rows = rowsOf(trace)) {
+      const double extent = rows->extent(rows->ringadd(rows->origin, -1)) * std::abs(rows->ygain);
+      if (extent > 0 && extent != std::exchange(shownExtent, extent)) screen.selfScale();
+      continue;
+    }
+    bool leaves = false;
+    for (uint32_t back = 1; back <= std::min(kNewest, trace->size()); ++back) {
+      const double value = trace->displayed(trace->data->at(trace->ringadd(trace->origin, -int64_t{back})));
+      leaves = leaves || value < screen.OS || value > screen.OS + screen.FS;
+    }
+    if (leaves) screen.selfScale();
+  }
 }
 
 // The newest sample stands at the right end, and the rest moves on to the left.

@@ -20,10 +20,12 @@ class Cflo1View final : public ZcommonFLOView, public VelocitySink {
 
  private:
   void showNewest();
+  void keepInSight();
   Cflo1Doc& live;
   Timer watch;              // asks after an input that gives nothing
   int64_t lastNumber = -1;  // of the block taken last
   bool wasRunning = false;
+  double shownExtent = 0;  // of the spectra, displayed
 };
 
 }  // namespace tarnvisor

@@ -13,11 +13,10 @@ using K = MenuEntry::Kind;
 
 const DocumentFace& flo1Face() {
   static const DocumentFace face = [] {
-    DocumentFace own =
-        dopplerFaceWith({cmd::RunChart, cmd::StopChart, cmd::Laser, K::Separator, cmd::IncreaseBandwidth,
-                         cmd::DecreaseBandwidth, K::Separator, cmd::InputSettings, cmd::InputChannel,
-                         cmd::AuxiliarySettings, cmd::Cuff, K::Separator},
-                        {});
+    DocumentFace own = dopplerFaceWith(
+        {cmd::Laser, K::Separator, cmd::IncreaseBandwidth, cmd::DecreaseBandwidth, K::Separator,
+         cmd::InputSettings, cmd::InputChannel, cmd::AuxiliarySettings, cmd::Cuff, K::Separator},
+        {});
     own.tables.push_back(&Cflo1Doc::commandTable());
     own.icon = "velocity";
     own.helpPage = "doppler";

@@ -10,12 +10,12 @@ std::vector<SoundChoice> findSoundInputs() {
   return all;
 }
 
-std::unique_ptr<SoundDriver> openSoundInput(const std::string& id, std::string& why) {
+std::unique_ptr<SoundDriver> openSoundInput(const std::string& id) {
   if (id == kSimulatedSound) return std::make_unique<PacedSound>(simulatedSound(), SoundPace::Clock);
   if (id.starts_with(kSoundFile))
     return std::make_unique<PacedSound>(soundFile(id.substr(std::string(kSoundFile).size())),
                                         SoundPace::Clock);
-  return openPortAudioInput(id, why);
+  return openPortAudioInput(id);
 }
 
 }  // namespace tarnvisor

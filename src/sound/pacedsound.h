@@ -56,7 +56,7 @@ class PacedSound final : public SoundDriver {
 // A WAV file of 16-bit samples, whose rate must be the one asked for; any other file is raw samples of one
 // channel, little-endian.
 std::unique_ptr<SoundSource> soundFile(const std::string& path);
-// Red cells in parabolic flow whose speed beats, about eight steps of a sample strong.
+// Red cells in parabolic flow whose speed beats; as strong as spectra of 16 bits can hold.
 std::unique_ptr<SoundSource> simulatedSound(uint64_t seed = 1);
 
 }  // namespace tarnvisor

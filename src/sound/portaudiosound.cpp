@@ -67,17 +67,18 @@ class PortAudioSound final : public SoundDriver {
  public:
   explicit PortAudioSound(std::string wanted) : id(std::move(wanted)) {}
   ~PortAudioSound() override { close(); }
-  bool isThere() const { return session.ok && deviceOf(id) != paNoDevice; }
 
   Outcome open(uint32_t rate, int32_t channel) override {
     close();
     taken = channel;
     PaStreamParameters wanted{};
-    wanted.device = deviceOf(id);
+    wanted.device = session.ok ? deviceOf(id) : paNoDevice;
     wanted.channelCount = channel + 1;
     wanted.sampleFormat = paInt16;
     failed = wanted.device == paNoDevice ? paInvalidDevice : paNoError;
-    if (failed != paNoError) return failure();
+    if (failed != paNoError)
+      return Outcome::failure(id.empty() ? "There is no sound input."
+                                         : "The sound input \"" + id + "\" is not there.");
     wanted.suggestedLatency = Pa_GetDeviceInfo(wanted.device)->defaultHighInputLatency;
     const QuietErrors quiet;
     failed =
@@ -167,11 +168,8 @@ std::vector<SoundChoice> findPortAudioInputs() {
   return all;
 }
 
-std::unique_ptr<SoundDriver> openPortAudioInput(const std::string& id, std::string& why) {
-  auto sound = std::make_unique<PortAudioSound>(id);
-  if (sound->isThere()) return sound;
-  why = id.empty() ? "There is no sound input." : "The sound input \"" + id + "\" is not there.";
-  return nullptr;
+std::unique_ptr<SoundDriver> openPortAudioInput(const std::string& id) {
+  return std::make_unique<PortAudioSound>(id);
 }
 
 }  // namespace tarnvisor

@@ -10,7 +10,7 @@
 namespace tarnvisor {
 
 std::vector<SoundChoice> findPortAudioInputs();
-// By its id; with an empty one the system's own choice.
-std::unique_ptr<SoundDriver> openPortAudioInput(const std::string& id, std::string& why);
+// By its id; with an empty one the system's own choice. One that isn't there can't be opened.
+std::unique_ptr<SoundDriver> openPortAudioInput(const std::string& id);
 
 }  // namespace tarnvisor

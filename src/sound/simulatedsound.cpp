@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kBeatSeconds = 0.85;
 constexpr double kDiastolicHertz = 1000, kRiseHertz = 2000;  // of the mean speed
-constexpr double kDeviation = 8;                             // in steps of a sample
+constexpr double kDeviation = 1.5;                           // in steps of a sample
 
 class SimulatedSound final : public SoundSource {
  public:

@@ -49,7 +49,7 @@ inline constexpr const char* kSoundFile = "file:";  // before the path of a WAV 
 
 // The sound inputs that are there now, the simulated one last.
 std::vector<SoundChoice> findSoundInputs();
-// By its id; with an empty one the system's own choice. Null, and why in words, when there is none.
-std::unique_ptr<SoundDriver> openSoundInput(const std::string& id, std::string& why);
+// By its id; with an empty one the system's own choice. One that isn't there can't be opened.
+std::unique_ptr<SoundDriver> openSoundInput(const std::string& id);
 
 }  // namespace tarnvisor
