@@ -63,7 +63,7 @@ class FLO1 {
 
  private:
   struct Buffer {
-    SoundBlock block;
+    SoundBlock block{};
     bool isGiven = false, isDone = false;
   };
   bool openAt(uint32_t rate);

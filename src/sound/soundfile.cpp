@@ -27,8 +27,10 @@ class SoundFile final : public SoundSource {
     file.seekg(0);
     channels = 1;
     left = size;
-    const bool isWav = equalIgnoringCase(extensionOf(path), "wav");
-    if (isWav)
+    const bool isWav = take(4) && std::memcmp(bytes.data(), "RIFF", 4) == 0;
+    file.clear();
+    file.seekg(0);
+    if (isWav || equalIgnoringCase(extensionOf(path), "wav"))
       if (const Outcome read = readHeader(size, rate); !read) return read;
     if (channel < 0 || channel >= channels)
       return Outcome::failure(format("%s has no channel %i: it has %i.", path.c_str(),

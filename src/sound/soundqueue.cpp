@@ -16,11 +16,10 @@ void SoundQueue::begin() {
 void SoundQueue::take(std::span<const int16_t> samples, double seconds) {
   while (!samples.empty()) {
     if (filled == 0)
-      hasPlace =
-          written.load(std::memory_order_relaxed) - taken.load(std::memory_order_acquire) < ring.size();
+      hasPlace = written.load(std::memory_order_relaxed) - taken.load(std::memory_order_acquire) < kBlocks;
     const size_t count = std::min(samples.size(), SoundBlock::kSamples - filled);
     if (hasPlace) {
-      SoundBlock& block = ring[written.load(std::memory_order_relaxed) % ring.size()];
+      SoundBlock& block = ring[written.load(std::memory_order_relaxed) % kBlocks];
       std::copy_n(samples.begin(), count, block.samples.begin() + static_cast<ptrdiff_t>(filled));
     }
     filled += count;
@@ -37,7 +36,7 @@ void SoundQueue::endBlock(double seconds) {
     return;
   }
   const size_t at = written.load(std::memory_order_relaxed);
-  SoundBlock& block = ring[at % ring.size()];
+  SoundBlock& block = ring[at % kBlocks];
   block.number = number;
   block.seconds = seconds;
   written.store(at + 1, std::memory_order_release);
@@ -55,7 +54,7 @@ void SoundQueue::lost(const std::string& why) {
 bool SoundQueue::pop(SoundBlock& block) {
   const size_t at = taken.load(std::memory_order_relaxed);
   if (at == written.load(std::memory_order_acquire)) return false;
-  block = ring[at % ring.size()];
+  block = ring[at % kBlocks];
   taken.store(at + 1, std::memory_order_release);
   return true;
 }

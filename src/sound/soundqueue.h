@@ -1,4 +1,4 @@
-// Where a driver's samples go: blocks of fixed size, numbered, in a ring that holds many seconds. Whoever
+// Where a driver's samples go: blocks of fixed size, numbered, in a ring that holds some minutes. Whoever
 // processes them takes them when there is time, so that a slow paint or an open dialog costs display and no
 // block. One thread puts in and one takes out, and neither waits for the other.
 #pragma once
@@ -7,10 +7,10 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "sound/sounddriver.h"
 
@@ -19,16 +19,15 @@ namespace tarnvisor {
 struct SoundBlock {
   static constexpr size_t kBytes = 16384;
   static constexpr size_t kSamples = kBytes / sizeof(int16_t);
-  std::array<int16_t, kSamples> samples{};
-  int64_t number = 0;  // since begin(): a gap tells of blocks that found no place
-  double seconds = 0;  // when its last samples came, by the driver's clock
+  std::array<int16_t, kSamples> samples;
+  int64_t number;  // since begin(): a gap tells of blocks that found no place
+  double seconds;  // when its last samples came, by the driver's clock
 };
 
 class SoundQueue final : public SoundReceiver {
  public:
-  static constexpr size_t kBlocks = 256;  // 22 seconds at 96000 samples a second
+  static constexpr size_t kBlocks = 4096;  // five minutes and a half at 96000 samples a second
 
-  explicit SoundQueue(size_t blocks = kBlocks) : ring(blocks) {}
   // Called from the driver's thread: a block, or the end of the input. Set while no driver runs.
   std::function<void()> onNews;
 
@@ -44,7 +43,8 @@ class SoundQueue final : public SoundReceiver {
  private:
   void endBlock(double seconds);
 
-  std::vector<SoundBlock> ring;
+  // Memory that was never written to costs none.
+  std::unique_ptr<SoundBlock[]> ring = std::make_unique_for_overwrite<SoundBlock[]>(kBlocks);
   std::atomic<size_t> written{0}, taken{0};  // blocks; only ever rise
   std::atomic<int64_t> blocksCame{0}, blocksLost{0};
   size_t filled = 0;  // of the block that is being filled; these are the driver's thread's
