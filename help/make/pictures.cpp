@@ -22,6 +22,8 @@
 #include "desktop/paintercanvas.h"
 #include "desktop/qthost.h"
 #include "desktop/qttext.h"
+#include "doppler/commandids.h"
+#include "doppler/dopplerinput.h"
 #include "dynamic/commandids.h"
 #include "dynamic/fcfdoc.h"
 #include "dynamic/vivocapview.h"
@@ -31,6 +33,7 @@
 #include "linescan/zlinescandoc.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
+#include "sound/pacedsound.h"
 
 namespace {
 
@@ -56,8 +59,11 @@ QPalette darkPalette() {
 
 class Photographer {
  public:
-  Photographer(CBasicApp& application, QtHost& qtHost, std::string outputFolder)
-      : app(application), host(qtHost), folder(withSeparator(std::move(outputFolder))) {}
+  Photographer(CBasicApp& application, QtHost& qtHost, PacedSound*& sound, std::string outputFolder)
+      : app(application),
+        host(qtHost),
+        velocitySound(sound),
+        folder(withSeparator(std::move(outputFolder))) {}
 
   void keep(QWidget& widget, const char* name) {
     settle();
@@ -123,6 +129,7 @@ class Photographer {
   // Of the video that shakes.
   void movement();
   void live();
+  void velocityInput();
   void charts();
   void chartDialogs(ZchartDoc& chart, ZchartView& view);
   void toolBox(ZchartDoc& chart, ZchartView& view);
@@ -139,6 +146,7 @@ class Photographer {
 
   CBasicApp& app;
   QtHost& host;
+  PacedSound*& velocitySound;  // of the velocity input, once it is open
   std::string folder;
   bool busy = false;
 };
@@ -202,6 +210,7 @@ void Photographer::documents() {
   linescans();
   movement();
   live();
+  velocityInput();
   charts();
 }
 
@@ -376,6 +385,30 @@ void Photographer::live() {
   discardAll();
 }
 
+void Photographer::velocityInput() {
+  constexpr int kBlocks = 330;  // 28 seconds
+  (void)app.runCommand(cmd::Flo1Monitor);
+  if (!app.flo1View) return;
+  CDocument& document = *app.documents.active();
+  frameOf(document).resize(1000, 620);
+  settle();
+  app.flo1View->start();
+  for (int block = 0; block < kBlocks; ++block) {
+    velocitySound->step(SoundBlock::kSamples);
+    app.loop.turn();
+  }
+  keep(frameOf(document), "doppler");
+  keepMenus("doppler-menu-");
+  app.flo1View->stop();
+  for (const int32_t command : {cmd::InputSettings, cmd::InputChannel, cmd::AuxiliarySettings,
+                                cmd::CbvParameters, cmd::HardwareSettings, cmd::RecalculateShift})
+    keepDialog(command, ("doppler-" + std::to_string(command)).c_str());
+  for (const int32_t command : {cmd::ThresholdWindow, cmd::Cuff}) (void)app.runCommand(command);
+  keepTop("Threshold", "doppler-threshold");
+  keepTop("CUFF", "doppler-cuff");
+  discardAll();
+}
+
 void Photographer::charts() {
   auto* chart = dynamic_cast<ZchartDoc*>(app.openDocumentFile(examPath("pulse.zz1")));
   if (!chart) return;
@@ -470,6 +503,13 @@ int main(int argc, char** argv) {
   const HostScope scope(windows.ports);
   CBasicApp app;
   const ExamSelection exams(app);
+  // Its sound comes when it is asked for, the same each time.
+  PacedSound* sound = nullptr;
+  DopplerInput velocity(app, [&](std::string&) {
+    auto made = std::make_unique<PacedSound>(simulatedSound(), SoundPace::Step);
+    sound = made.get();
+    return made;
+  });
   CBasicMainFrame frame(app);
   windows.connect(app, frame);
   StartOptions start;
@@ -478,8 +518,11 @@ int main(int argc, char** argv) {
   const std::string profile = withSeparator(argv[2]) + "pictures.ini";
   (void)makeFolderPath(argv[2]);
   (void)replaceFile(
-      profile, std::string_view("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\nw=1180\nh=800\n"
-                                "[ueyeP]\ncamera=simulated\n[autoflashcontrol]\nautoBrightnessMethod=1\n"));
+      profile,
+      std::string_view(
+          "[Settings]\nshowdb=0\nfloEN=1\n[MainWindow]\nstatusbar=1\nw=1180\nh=800\nFLO1=0\n"
+          "[Cflo1Doc]\nrawenabled=1\nrawnpts=600\nflonpts=600\ndopnpts=600\nstopmode=0\n[FLOcalcs]\ncbvMethod=5\n"
+          "[ueyeP]\ncamera=simulated\n[autoflashcontrol]\nautoBrightnessMethod=1\n"));
   start.programPath = argv[0];
   start.profilePath = profile;
   start.documentTable = documentTable();
@@ -490,7 +533,7 @@ int main(int argc, char** argv) {
   bool done = false;
   {
     const QtLoop loop(app.loop, [&] { windows.mainWindow()->updateSoon(); });
-    done = Photographer(app, windows, argv[2]).all();
+    done = Photographer(app, windows, sound, argv[2]).all();
   }
   windows.closeWindows();
   app.exitInstance();

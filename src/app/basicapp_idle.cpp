@@ -36,7 +36,7 @@ bool CBasicApp::idleVelocityInput() {
     flo1View->takeSamples(std::span<const int16_t>(sampleBuffer).first(static_cast<size_t>(got)));
     samplesRead += got;
   }
-  return true;
+  return !velocityInput->wakesTheLoop();
 }
 
 bool CBasicApp::idleCamera() {

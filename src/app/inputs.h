@@ -19,6 +19,10 @@ class VelocityInput {
   // Reads up to the buffer's length; returns how many there were.
   virtual int32_t read(std::span<int16_t> buffer) = 0;
   virtual void stop() = 0;
+  // Nothing waits now, and it wakes the message loop when something comes, so that nobody has to ask for it
+  // all the time.
+  virtual bool wakesTheLoop() { return false; }
+  virtual void chooseHardware() {}  // asks which device it is
 };
 
 // The open velocity view, as far as the idle pass sees it.

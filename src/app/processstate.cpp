@@ -47,6 +47,7 @@ std::vector<Key> keysBeforeLogging() {
       {"FLOcalcs", "FFTwindow", &v.fftWindow},
       {"FLOcalcs", "FSlinkthreshold", &v.fsLinkThreshold, Keep::Yes, As::Flag},
       {"FLOcalcs", "FSthreshold", &v.fsThreshold, Keep::Yes, As::Number},
+      {"FLOcalcs", "momentRows", &v.momentRows},
   };
 }
 

@@ -14,6 +14,7 @@
 #include "batch/runner.h"
 #include "batch/script.h"
 #include "batch/scripthost.h"
+#include "doppler/dopplerinput.h"
 #include "frame/mainframe.h"
 #include "settings/profileuse.h"
 
@@ -41,6 +42,9 @@ int main(int argc, char** argv) {
   CBasicApp app;
   const ExamSelection exams(app);
   const CBasicMainFrame frame(app);
+  // The computer's sound is left alone by runs that don't use it.
+  std::optional<DopplerInput> velocity;
+  if (std::ranges::find(options.steps, "doppler", &Step::word) != options.steps.end()) velocity.emplace(app);
   StartOptions start;
   start.programPath = workstationPath();
   start.profilePath = options.profile;

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <thread>
 
+#include "app/processstate.h"
 #include "base/clock.h"
 #include "base/files.h"
 #include "base/numbers.h"
@@ -425,6 +426,28 @@ StepResult freezeLive(StepContext& c) {
   return {};
 }
 
+// The window of the velocity input, for so long or until a buffer is full.
+StepResult runVelocity(StepContext& c) {
+  const auto failed = [&](const char* why) {
+    return StepResult::failure(c.script.shown().empty() ? why : c.script.shown());
+  };
+  if (!process.floEnabled)
+    return failed("the velocity input is switched off: key floEN of section Settings in the profile is 0");
+  const CommandResult opened = c.app.runCommand(cmd::Flo1Monitor);
+  if (opened != CommandResult::Done || !c.app.flo1View) return failed("the velocity input is not available");
+  const int64_t before = c.app.samplesRead;
+  c.app.flo1View->start();
+  if (!c.app.flo1View->isRecording()) return failed("the velocity input did not start");
+  turnUntil(c.app, numberOf(c.step.args[0]),
+            [&] { return !c.app.flo1View || !c.app.flo1View->isRecording(); });
+  if (!c.app.flo1View) return failed("the window of the velocity input was closed");
+  c.app.flo1View->stop();
+  if (auto* view = dynamic_cast<CView*>(c.app.flo1View)) c.app.documents.activate(view->document());
+  const std::string samples = format("%lld", static_cast<long long>(c.app.samplesRead - before));
+  const std::string told = c.script.shown().empty() ? "" : "\n" + c.script.shown();
+  return {true, {}, {{"samples", samples}}, samples + " samples" + told};
+}
+
 std::string checkRecord(Arguments a) {
   if (a.size() == 1) return checkLive(a);
   return a.size() == 2 && a[1] == "frames" && hasNumbers(a[0], 1) && numberOf(a[0]) >= 1
@@ -483,6 +506,7 @@ constexpr Verb kVerbs[] = {{"subject", 1, 2, selectSubject, checkSubject},
                            {"print", 1, 1, print, checkPrint},
                            {"snapshot", 1, 1, takeSnapshot},
                            {"live", 1, 1, runLive, checkLive},
+                           {"doppler", 1, 1, runVelocity, checkLive},
                            {"freeze", 0, 0, freezeLive},
                            {"record", 1, 2, record, checkRecord},
                            {"close", 0, 0, closeDocument}};

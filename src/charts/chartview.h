@@ -23,6 +23,9 @@
 
 namespace tarnvisor {
 
+struct ArtifactSettings;
+ArtifactSettings& chartArtifacts();  // the artifact filter of all charts
+
 class ZchartView : public CView, public ChartWatcher {
  public:
   explicit ZchartView(ZchartDoc& shown);
@@ -119,6 +122,8 @@ class ZchartView : public CView, public ChartWatcher {
   void measure(const Canvas& canvas);
   void cursorMoved();  // another moment or trace was pointed at: refreshes the profile of rows
   void remove();       // the selected marker, samples or trace
+  static C2DTrace* rowsOf(ZZTrace* trace) { return dynamic_cast<C2DTrace*>(trace); }
+  virtual void fullScaleChanged(const C2DTrace&) {}  // by the user
 
   ZchartDoc& doc;
 
@@ -147,7 +152,6 @@ class ZchartView : public CView, public ChartWatcher {
   bool hasData() const { return active() && active()->size(); }
   bool hasRows() const { return rowsOf(active()) != nullptr; }
   bool hasTraces() const { return !doc.traces.items.empty(); }
-  static C2DTrace* rowsOf(ZZTrace* trace) { return dynamic_cast<C2DTrace*>(trace); }
   void scaleFull(bool up);
   void reduceFullScale() { scaleFull(false); }
   void increaseFullScale() { scaleFull(true); }

@@ -150,7 +150,7 @@ const CommandTableBase& ZchartView::commandTable() {
        "&Edit Marker",
        &V::editMarker,
        &V::hasMarker,
-       {.tip = "Edit marker", .status = "Shows and edits the text of the selected marker.", .keys = "F2"}},
+       {.tip = "Edit marker", .status = "Shows and edits the text of the selected marker.", .keys = "F4"}},
       {cmd::EditNewMarks,
        "&Edit new marks",
        &V::editNewMarks,
@@ -299,7 +299,7 @@ const CommandTableBase& ZchartView::commandTable() {
        &V::hasRows,
        {.tip = "Calculate velocity",
         .status = "Calculates the velocity of what moves along the rows of the scan, or of the active trace.",
-        .keys = "F9"}},
+        .keys = "Shift+F9"}},
       {cmd::DpsHistogram,
        "DPS histogram",
        &V::dpsHistogram,
@@ -333,6 +333,7 @@ void ZchartView::scaleFull(bool up) {
   const double wanted = up ? rows->fullscale * rows->fsstep : rows->fullscale / rows->fsstep;
   if (!std::isfinite(wanted)) return;
   rows->fullscale = std::clamp(wanted, low, high);
+  fullScaleChanged(*rows);
   doc.setModified();
   if (!doc.running) redraw();  // otherwise the next data shows it
   site().panesChanged();

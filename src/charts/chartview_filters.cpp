@@ -32,6 +32,8 @@ ArtifactSettings artifactSettings;  // of all charts, for the life of the proces
 
 }  // namespace
 
+ArtifactSettings& chartArtifacts() { return artifactSettings; }
+
 // What is selected of the active trace. A trace with no data ends a command with no message.
 std::optional<Selection> ZchartView::selectionToWorkOn() const {
   const ZZTrace* trace = active();
@@ -224,14 +226,12 @@ void ZchartView::signalStrength() {
 
 namespace {
 
-// Contours of a document that has an analysis of its own change its threshold for a while; others lend one.
 template <class Contours>
 std::vector<ZZTrace::Own> contoursOf(ZchartDoc& doc, ZZTrace& trace, Contours contours) {
   auto* rows = dynamic_cast<C2DTrace*>(&trace);
   if (!rows) return {};
-  CbvAnalysis lent;
-  auto* common = dynamic_cast<ZcommonFLODoc*>(&doc);
-  CbvAnalysis& analysis = common ? common->analysis : lent;
+  const auto* common = dynamic_cast<const ZcommonFLODoc*>(&doc);
+  CbvAnalysis analysis = common ? common->reviewAnalysis() : CbvAnalysis{};
   analysis.parameters = process.velocity;
   ReviewSettings review;
   review.analysis = &analysis;

@@ -1,5 +1,8 @@
 #include "charts/kinds.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "charts/commandids.h"
 #include "charts/commonflodoc.h"
 #include "charts/livechartdoc.h"
@@ -54,6 +57,14 @@ std::vector<Menu> chartMenus() {
       helpMenu()};
 }
 
+const MenuEntries& spectrumEntries() {
+  static const MenuEntries entries{
+      cmd::CalculateCbv,  cmd::RecalculateShift, cmd::TrimSpectrum,    cmd::SwapUnits,    K::Separator,
+      cmd::FindMoment,    cmd::FindMaximum,      cmd::FindPeak,        cmd::FindPercent,  cmd::FindAverage,
+      cmd::FindAutomatic, K::Separator,          cmd::ThresholdWindow, cmd::CbvParameters};
+  return entries;
+}
+
 DocumentFace chartFaceWith(std::vector<FileKind> files) {
   return {.tables = {&ZchartView::commandTable(), &ZchartDoc::commandTable()},
           .menus = chartMenus(),
@@ -65,12 +76,25 @@ DocumentFace chartFaceWith(std::vector<FileKind> files) {
           .helpPage = "chart"};
 }
 
+}  // namespace
+
+DocumentFace dopplerFaceWith(const MenuEntries& before, std::vector<FileKind> files) {
+  DocumentFace face = chartFaceWith(std::move(files));
+  face.tables = {&ZcommonFLOView::commandTable(), &ZchartView::commandTable(), &ZchartDoc::commandTable()};
+  const auto analysis = std::ranges::find_if(
+      face.menus, [](const Menu& menu) { return std::string_view(menu.title) == "&Analysis"; });
+  face.menus.insert(analysis + 1, Menu{"&Doppler", before + spectrumEntries()});
+  return face;
+}
+
+namespace {
+
 const DocumentFace& chartFace() {
-  static const DocumentFace face = chartFaceWith({{.ending = ".zz1",
-                                                   .openWords = "Charts (*.zz1)",
-                                                   .openPlace = 4,
-                                                   .mimeType = "application/x-tarnvisor-chart",
-                                                   .mimeComment = "Tarnvisor chart"}});
+  static const DocumentFace face = dopplerFaceWith({}, {{.ending = ".zz1",
+                                                         .openWords = "Charts (*.zz1)",
+                                                         .openPlace = 4,
+                                                         .mimeType = "application/x-tarnvisor-chart",
+                                                         .mimeComment = "Tarnvisor chart"}});
   return face;
 }
 

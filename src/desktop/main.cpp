@@ -12,6 +12,7 @@
 #include "base/files.h"
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
+#include "doppler/dopplerinput.h"
 #include "frame/mainframe.h"
 
 namespace {
@@ -58,6 +59,7 @@ int runWorkstation(const CommandLine& line, bool hasDisplay) {
   const HostScope scope(windows.ports);
   CBasicApp app;
   const ExamSelection exams(app);
+  DopplerInput velocity(app);
   CBasicMainFrame frame(app);
   windows.connect(app, frame);
   const QtLoop loop(app.loop, [&] {

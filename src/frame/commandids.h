@@ -54,6 +54,7 @@ inline constexpr int32_t ExportStudy = 34181;
 inline constexpr int32_t FilePrint = 57607;
 inline constexpr int32_t FilePrintPreview = 57609;
 inline constexpr int32_t Toolbar = 59392;
+inline constexpr int32_t HardwareSettings = 34152;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

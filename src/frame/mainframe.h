@@ -162,6 +162,8 @@ class CBasicMainFrame : public CommandTarget {
   void showFlo1();
   bool canShowFlo1() const;
   void flo1Monitor();
+  void velocityHardware() { app.velocityInput->chooseHardware(); }
+  bool hasVelocityHardware() const { return process.floEnabled && app.velocityInput; }
   bool hasVelocityChannel() const { return process.floEnabled != 0; }
   bool showsFlo1() const { return app.flo1View != nullptr; }
   void openAcquisitionWindows();

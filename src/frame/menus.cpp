@@ -26,8 +26,9 @@ Menu subjectMenu() {
 
 Menu acquisitionMenu() {
   return {"A&cquisition",
-          {cmd::LiveVideo, cmd::Flo1Monitor, cmd::OpenAcquisitionWindows, K::Separator, cmd::RecordSequence,
-           cmd::ImageSequence, cmd::SaveImage, cmd::Trigger, K::Separator, cmd::RecordFolder}};
+          {cmd::LiveVideo, cmd::Flo1Monitor, cmd::OpenAcquisitionWindows, cmd::HardwareSettings, K::Separator,
+           cmd::RecordSequence, cmd::ImageSequence, cmd::SaveImage, cmd::Trigger, K::Separator,
+           cmd::RecordFolder}};
 }
 
 MenuEntries barEntries() {

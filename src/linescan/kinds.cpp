@@ -38,7 +38,7 @@ MenuEntries velocityEntries() {
 
 // A chart's, with a menu of its own behind that of analysis.
 DocumentFace faceWith(std::vector<const CommandTableBase*> tables, const MenuEntries& velocity) {
-  DocumentFace face = chartKind().classes.faceOf();
+  DocumentFace face = profileKind().classes.faceOf();
   face.tables = std::move(tables);
   face.files.clear();
   const auto analysis = std::find_if(face.menus.begin(), face.menus.end(), [](const Menu& menu) {

@@ -5,7 +5,7 @@ namespace tarnvisor {
 namespace {
 
 constexpr int32_t kLetThrough = 3;
-int32_t rejectionsInARow = 0;
+ArtifactRun rejectionsInARow;
 
 double limitOf(float limit, int32_t mode, double previous) {
   return mode == ArtifactSettings::kPercent ? limit * previous * 0.01 : limit;
@@ -24,8 +24,8 @@ int32_t actionFor(const ArtifactSettings& settings, double previous, double samp
   return ArtifactSettings::kOff;
 }
 
-bool pass(double& previous, double sample) {
-  rejectionsInARow = 0;
+bool pass(double& previous, double sample, ArtifactRun& run) {
+  run.rejections = 0;
   previous = sample;
   return true;
 }
@@ -36,16 +36,18 @@ bool turnedAbsolute(int32_t before, int32_t now) {
 
 }  // namespace
 
-bool artifactcheck(const ArtifactSettings* settings, double& previous, double& sample) {
-  if (!settings) return pass(previous, sample);
+ArtifactRun& processArtifactRun() { return rejectionsInARow; }
+
+bool artifactcheck(const ArtifactSettings* settings, double& previous, double& sample, ArtifactRun& run) {
+  if (!settings) return pass(previous, sample, run);
   const int32_t action = actionFor(*settings, previous, sample);
-  if (action == ArtifactSettings::kOff || ++rejectionsInARow >= kLetThrough) return pass(previous, sample);
+  if (action == ArtifactSettings::kOff || ++run.rejections >= kLetThrough) return pass(previous, sample, run);
   const bool takesPrevious = action == ArtifactSettings::kPrevious;
   sample = takesPrevious ? previous : settings->fixedvalue;
   return takesPrevious;
 }
 
-void resetArtifactCount() { rejectionsInARow = 0; }
+void resetArtifactCount() { rejectionsInARow = {}; }
 
 void changeArtifactSettings(ArtifactSettings& held, const ArtifactSettings& fresh) {
   if (turnedAbsolute(held.lowmode, fresh.lowmode) || turnedAbsolute(held.highmode, fresh.highmode))

@@ -11,7 +11,7 @@ namespace tarnvisor {
 namespace {
 
 constexpr size_t kNoiseBins = 16;
-double noiseFloor = 0;
+NoiseFloor noiseFloor;
 
 // The top of the first run from above; 0 for none.
 int32_t topOfRun(std::span<const double> spectrum, double threshold, int32_t runLength) {
@@ -39,7 +39,8 @@ void zero(std::span<double> spectrum, int32_t from, size_t to) {
 
 double cbvfind(CbvAnalysis& analysis, std::span<double> spectrum) {
   const VelocitySettings& parameters = analysis.parameters;
-  if (parameters.autonoise) analysis.threshold = truncated(autothreshold(parameters, spectrum));
+  if (parameters.autonoise)
+    analysis.threshold = truncated(autothreshold(parameters, spectrum, *analysis.noise));
   switch (parameters.cbvMethod) {
     case kMaxFrequency:
       return maxfrequency(parameters, spectrum, analysis.threshold, false);
@@ -51,24 +52,34 @@ double cbvfind(CbvAnalysis& analysis, std::span<double> spectrum) {
       return averagespeed(spectrum, analysis.threshold);
     case kAutomatic:
       return automatic(analysis, spectrum);
+    case kFirstMoment:
+      return firstmoment(analysis, spectrum);
     default:
       return 0;
   }
 }
 
-double autothreshold(const VelocitySettings& parameters, std::span<const double> spectrum) {
+NoiseFloor& processNoiseFloor() { return noiseFloor; }
+void resetNoiseFloor() { noiseFloor = {}; }
+
+void CbvAnalysis::beginSignal() {
+  *noise = {};
+  moment = {};
+}
+
+double autothreshold(const VelocitySettings& parameters, std::span<const double> spectrum,
+                     NoiseFloor& noise) {
   const auto top = spectrum.last(std::min(kNoiseBins, spectrum.size()));
   const double mean = std::accumulate(top.begin(), top.end(), 0.0) * 0.0625;
   double squares = 0;
   for (const double bin : top) squares += (bin - mean) * (bin - mean);
   const double deviation = std::sqrt(squares * 0.06666666666666667);
   const double timeConstant = parameters.noisefloorRC == 0 ? 1.0 : parameters.noisefloorRC;
-  noiseFloor = (parameters.threshOfAv2 * deviation * 0.01 + mean - noiseFloor) / timeConstant + noiseFloor;
-  if (!std::isfinite(noiseFloor)) noiseFloor = 0;  // it would never come back
-  return noiseFloor;
+  double& held = noise.held;
+  held = (parameters.threshOfAv2 * deviation * 0.01 + mean - held) / timeConstant + held;
+  if (!std::isfinite(held)) held = 0;  // it would never come back
+  return held;
 }
-
-void resetNoiseFloor() { noiseFloor = 0; }
 
 int32_t maxfrequency(const VelocitySettings& parameters, std::span<double> spectrum, double threshold,
                      bool peak) {
@@ -134,6 +145,84 @@ int32_t automatic(CbvAnalysis& analysis, std::span<double> spectrum) {
   if (parameters.cutDopTop)
     zero(spectrum, index + 1, parameters.keepDop ? spectrum.size() : static_cast<size_t>(count));
   return index;
+}
+
+namespace {
+
+constexpr size_t kLeastMomentBins = 16;
+constexpr size_t kReach = 3;      // bins to each side that a bin is judged with
+constexpr double kStandsOut = 8;  // deviations of the noise
+constexpr double kSureTo = 0.85;  // bins, a deviation of the mean
+
+// The mean of each bin and its neighbours, from bin 1 on.
+double around(std::span<const double> power, size_t bin) {
+  const size_t from = bin > kReach ? bin - kReach : 1;
+  const size_t to = std::min(bin + kReach + 1, power.size());
+  double sum = 0;
+  for (size_t i = from; i < to; ++i) sum += power[i];
+  return sum / static_cast<double>(to - from);
+}
+
+// The mean of the quietest quarter in a row.
+double quietLevel(std::span<const double> power) {
+  const size_t length = power.size() / 4;
+  double sum = std::accumulate(power.begin() + 1, power.begin() + 1 + static_cast<ptrdiff_t>(length), 0.0);
+  double least = sum;
+  for (size_t i = 1 + length; i < power.size(); ++i) {
+    sum += power[i] - power[i - length];
+    least = std::min(least, sum);
+  }
+  return std::max(0.0, least / static_cast<double>(length));
+}
+
+void average(MomentState& state, std::span<const double> spectrum) {
+  if (state.average.size() != spectrum.size()) {
+    state.average.assign(spectrum.begin(), spectrum.end());
+    state.share = 1;
+    return;
+  }
+  const double weight = 1.0 / state.rows;
+  for (size_t i = 0; i < spectrum.size(); ++i) state.average[i] += (spectrum[i] - state.average[i]) * weight;
+  state.share = (1 - weight) * (1 - weight) * state.share + weight * weight;
+}
+
+}  // namespace
+
+double firstmoment(CbvAnalysis& analysis, std::span<const double> spectrum) {
+  MomentState& state = analysis.moment;
+  state.spread = 0;
+  if (spectrum.size() < kLeastMomentBins) return 0;
+  average(state, spectrum);
+  const double mostRows = std::max(1, analysis.parameters.momentRows);
+  state.rows = mostRows;
+  const std::span<const double> power = state.average;
+  const double noise = quietLevel(power);
+  const double level = noise * (1 + kStandsOut * std::sqrt(state.share / (2 * kReach + 1)));
+  size_t first = 0, last = 0;
+  for (size_t i = 1; i < power.size(); ++i)
+    if (around(power, i) > level) {
+      if (first == 0) first = i;
+      last = i;
+    }
+  if (first == 0) return 0;
+  double total = 0, moment = 0, square = 0;
+  for (size_t i = first; i <= last; ++i) {
+    const auto bin = static_cast<double>(i);
+    total += power[i] - noise;
+    moment += bin * (power[i] - noise);
+    square += bin * bin * (power[i] - noise);
+  }
+  if (!(total > 0) || !std::isfinite(moment)) return 0;
+  const double mean = std::clamp(moment / total, static_cast<double>(first), static_cast<double>(last));
+  state.spread = std::sqrt(std::max(0.0, square / total - mean * mean));
+  // Of one spectrum, whose bins scatter as much as they hold.
+  double variance = 0;
+  for (size_t i = first; i <= last; ++i) {
+    const double weighed = (static_cast<double>(i) - mean) * power[i] / total;
+    variance += weighed * weighed;
+  }
+  state.rows = std::clamp((variance / (kSureTo * kSureTo) + 1) / 2, 1.0, mostRows);
+  return mean;
 }
 
 // The quarters are not whole bins: 4 * i is compared.

@@ -71,7 +71,7 @@ ZZTrace::Own contour(const C2DTrace& spectrum, std::string name, uint32_t colour
 // the selection gives sample k of the target, or, `aligned`, the sample of the row's own index. Samples that
 // the target hasn't are left out. The target's scale takes in itemStep.
 void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review, ZZTrace& target,
-                bool aligned) {
+                bool aligned, ZZTrace* spread = nullptr) {
   const RingSpan span = ringSpan(spectrum, selection);
   if (!hasRowData(spectrum) || !hasSamples(target) || span.count == 0) return;
   const uint16_t width = spectrum.width();
@@ -79,23 +79,25 @@ void reviewRows(const C2DTrace& spectrum, Selection selection, const ReviewSetti
   if (!buffer.isReady()) return noteLowMemory();
   const double scale = extentScale(spectrum) / itemStep(spectrum);
   const ShownValues power(spectrum), shownResult(target);
-  // What other spectra left would change the first of these.
-  resetNoiseFloor();
-  resetArtifactCount();
+  review.analysis->beginSignal();
+  *review.run = {};
   double accepted = 0;
   for (uint32_t k = 0; k < span.count; ++k) {
     const uint32_t row = span.at(k);
     const std::span<double> bins = buffer.read(*spectrum.data, row);
     for (double& bin : bins) bin = power.of(bin);
-    double value = cbvfind(*review.analysis, bins) * (spectrum.extent(row) * scale) / width;
+    const double extent = spectrum.extent(row) * scale;
+    double value = shiftOfBins(cbvfind(*review.analysis, bins), extent, width);
     double shown = shownResult.of(value);
     if (k == 0)
       accepted = shown;
     else
-      artifactcheck(review.artifacts, accepted, shown);
+      artifactcheck(review.artifacts, accepted, shown, *review.run);
     if (shown != shownResult.of(value) && shownResult.hasItems()) value = shownResult.item(shown);
     const uint32_t index = aligned ? row : k;
     if (index < target.size()) target.data->putval(index, value);
+    if (spread && index < spread->size())
+      spread->data->putval(index, shiftOfBins(review.analysis->moment.spread, extent, width));
   }
 }
 
@@ -109,7 +111,7 @@ Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target) {
 }
 
 ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
-                          double dopplerscale) {
+                          double dopplerscale, ZZTrace::Own* spread) {
   const RingSpan span = ringSpan(spectrum, selection);
   if (!hasRowData(spectrum) || span.count == 0) return nullptr;
   auto cbv = std::make_unique<CTrace>(kUint16Code, span.count);
@@ -122,8 +124,27 @@ ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const R
   cbv->yunits = spectrum.yunits;
   cbv->ygain = dopplerscale * itemStep(spectrum);
   if (spectrum.ygain != 0) cbv->xscale = spectrum.xscale / spectrum.ygain * dopplerscale;
-  reviewRows(spectrum, selection, review, *cbv, false);
+  ZZTrace::Own beside;
+  if (spread && review.analysis->parameters.cbvMethod == kFirstMoment && (beside = cbv->clone()))
+    beside->name = "CBV spread";
+  reviewRows(spectrum, selection, review, *cbv, false, beside.get());
+  if (spread) *spread = std::move(beside);
   return cbv;
+}
+
+// Where both have the same time, row by row; else the rows that a sample of the target is for.
+void recalculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
+                    ZZTrace& target) {
+  const RingSpan span = ringSpan(spectrum, selection);
+  const ZZTrace::Own fresh = calculateCbv(spectrum, selection, review, target.ygain / itemStep(spectrum));
+  if (!fresh || !hasSamples(target)) return;
+  for (uint32_t k = 0; k < span.count; ++k) {
+    const double time = spectrum.timeof(span.at(k)) + 0.5 * spectrum.period;
+    const double age = std::floor((time - target.starttime * 0.001) / target.period);
+    if (!(age >= 0 && age < target.size())) continue;
+    const auto index = static_cast<uint32_t>((target.origin + static_cast<uint64_t>(age)) % target.size());
+    target.data->putval(index, fresh->data->at(k));
+  }
 }
 
 ZZTrace::Own signalStrength(const C2DTrace& spectrum) {

@@ -15,14 +15,19 @@ namespace tarnvisor {
 struct ReviewSettings {
   CbvAnalysis* analysis = nullptr;              // required
   const ArtifactSettings* artifacts = nullptr;  // none: every value passes
+  ArtifactRun* run = &processArtifactRun();
 };
 
 // Whether a chosen trace can take the result: it must be plain, and of the same period.
 Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target);
 
-// "CBV" of the selection, a CTrace that starts at its time. Null without spectra or memory.
+// "CBV" of the selection, a CTrace that starts at its time. Null without spectra or memory. kFirstMoment also
+// gives "CBV spread", the deviation of the speeds about the mean, to whoever asks for it.
 ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
-                          double dopplerscale = kDefaultDopplerScale);
+                          double dopplerscale = kDefaultDopplerScale, ZZTrace::Own* spread = nullptr);
+// The same into the samples of a trace that checkReviewTarget lets pass, at the times of the rows.
+void recalculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
+                    ZZTrace& target);
 
 // The sum of each row's shown values from bin 1, over the whole trace, 0 of rows that hold nothing; looks by
 // section `PowerTrace`. Null as above.

@@ -58,6 +58,17 @@ void cutPedestal(ZZTrace& trace, Selection selection, const VelocitySettings& pa
            [&](std::span<double> row) { pedestalcut(parameters, row, parameters.minThreshold); });
 }
 
+void trimSpectrum(ZZTrace& trace, Selection selection, CbvAnalysis& analysis) {
+  analysis.beginSignal();
+  std::vector<double> work;
+  editRows(trace, selection, [&](std::span<double> row) {
+    work.assign(row.begin(), row.end());
+    const double top = std::clamp(cbvfind(analysis, work), 0.0, static_cast<double>(row.size()));
+    const auto kept = std::min(row.size(), static_cast<size_t>(top) + 1);
+    std::fill(row.begin() + static_cast<ptrdiff_t>(kept), row.end(), 0.0);
+  });
+}
+
 void cutPsdArtifacts(ZZTrace& trace, Selection selection) {
   constexpr double kSpike = 3.0;
   editRows(trace, selection, [](std::span<double> row) { spikecut(row, kSpike); });

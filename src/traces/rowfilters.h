@@ -12,6 +12,8 @@ namespace tarnvisor {
 void cutToAverage(ZZTrace& trace, Selection selection);
 // pedestalcut at minThreshold, row by row.
 void cutPedestal(ZZTrace& trace, Selection selection, const VelocitySettings& parameters);
+// What lies above the velocity that the analysis finds in a row becomes 0.
+void trimSpectrum(ZZTrace& trace, Selection selection, CbvAnalysis& analysis);
 // spikecut at 3, row by row.
 void cutPsdArtifacts(ZZTrace& trace, Selection selection);
 // Each row becomes its table of half waves: the highest value of each run at or above zero is added, the

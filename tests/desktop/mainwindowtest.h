@@ -21,7 +21,8 @@ class MainWindowTest : public ImageDocument {
     registerStoredClasses();
     options.documentTable = documentTable();
     options.dataFolder = folder.file("data");
-    writeProfile("[Settings]\nshowdb=0\n[MainWindow]\nstatusbar=1\n[ueyeP]\ncamera=simulated\n");
+    writeProfile("[Settings]\nshowdb=0\n" + settingsKeys +
+                 "[MainWindow]\nstatusbar=1\n[ueyeP]\ncamera=simulated\n");
     tool = kToolNone;
     begin();
   }
@@ -29,12 +30,15 @@ class MainWindowTest : public ImageDocument {
     end();
     tool = kToolNone;
   }
+  virtual void prepare() {}  // between the making of the application and its start
+  std::string settingsKeys;  // of its section, beside those that all have
   void begin() {
     app = std::make_unique<CBasicApp>();
     exams = std::make_unique<ExamSelection>(*app);
     frame = std::make_unique<CBasicMainFrame>(*app);
     windows.connect(*app, *frame);
     loop = std::make_unique<QtLoop>(app->loop, [this] { window().updateSoon(); });
+    prepare();
     ASSERT_TRUE(app->initInstance(options));
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window(), kLongestMs));
   }

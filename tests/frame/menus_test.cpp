@@ -2,10 +2,12 @@
 #include "frame/menus.h"
 
 #include "assembly/assembly.h"
+#include "doppler/dopplerinput.h"
 #include "frame/commandwords.h"
 #include "frame/mainframe.h"
 #include "imagedoc/commandids.h"
 #include "results/commandids.h"
+#include "sound/pacedsound.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {
@@ -38,7 +40,10 @@ class Menus : public AppTest {
     registerStoredClasses();
     options.documentTable = documentTable();
     writeProfile("[Settings]\nfloEN=1\nuser=x\n[ueyeP]\ncamera=simulated\n");
-    ASSERT_TRUE(start());
+    makeApp();
+    velocity = std::make_unique<DopplerInput>(
+        *app, [](std::string&) { return std::make_unique<PacedSound>(simulatedSound(), SoundPace::Step); });
+    ASSERT_TRUE(app->initInstance(options));
     frame = std::make_unique<CBasicMainFrame>(*app);
     gatherTables(nullptr);
     for (const auto& type : app->documents.types()) {
@@ -52,6 +57,7 @@ class Menus : public AppTest {
   ~Menus() override {
     if (app) (void)app->documents.closeAll();
     frame.reset();
+    velocity.reset();
   }
 
   void gatherTables(const DocumentType* kind) {
@@ -69,6 +75,7 @@ class Menus : public AppTest {
     return commandsWithKeysOnly(kind ? kind->documents().front().get() : nullptr);
   }
 
+  std::unique_ptr<DopplerInput> velocity;
   std::unique_ptr<CBasicMainFrame> frame;
   std::map<const DocumentType*, std::map<int32_t, std::string>>
       known;  // ids and texts of a kind's whole chain

@@ -1,5 +1,6 @@
 #include "traces/cbv.h"
 
+#include "support/dopplerrows.h"
 #include "traces/tracetests.h"
 
 namespace tarnvisor {
@@ -127,6 +128,42 @@ TEST(SpikeCut, TakesTheMeanOfTheNeighboursOfASpike) {
   Doubles brief{1, 2};
   spikecut(brief, 3.0);
   EXPECT_THAT(brief, ElementsAre(1, 2));
+}
+
+TEST(FirstMoment, IsTheMeanAboveTheNoise) {
+  CbvAnalysis analysis;
+  analysis.parameters.cbvMethod = kFirstMoment;
+  Doubles spectrum(64, 10.0);
+  EXPECT_EQ(cbvfind(analysis, spectrum), 0) << "nothing stands out";
+  for (size_t bin = 20; bin < 30; ++bin) spectrum[bin] = 110;
+  analysis.beginSignal();
+  EXPECT_NEAR(cbvfind(analysis, spectrum), 24.5, 1e-9);
+  EXPECT_NEAR(analysis.moment.spread, std::sqrt(99.0 / 12), 1e-9);
+  Doubles few(8, 1.0);
+  EXPECT_EQ(cbvfind(analysis, few), 0);
+}
+
+TEST(FirstMoment, IsRightOnMovingScatterersAndReadsNothingInNoise) {
+  for (const auto profile : {FlowProfile::Plug, FlowProfile::Parabolic})
+    for (const double noise : {-20.0, -10.0})
+      for (const double bin : {20.0, 38.0}) {
+        const auto words = std::to_string(static_cast<int>(profile)) + " " + std::to_string(noise);
+        const DopplerErrors errors =
+            dopplerErrors(kFirstMoment, {.profile = profile, .noiseDecibels = noise, .meanBin = bin}, 120);
+        EXPECT_LT(errors.ofMean, 1) << words;
+        EXPECT_GE(errors.withinTwo, 0.9) << words;
+      }
+  EXPECT_EQ(dopplerErrors(kFirstMoment, {.noiseDecibels = 0, .noiseAlone = true}, 500).read, 0);
+}
+
+TEST(NoiseFloor, OfTwoSignalsIsFollowedSideBySide) {
+  NoiseFloor first, second;
+  VelocitySettings parameters;
+  parameters.noisefloorRC = 2;
+  autothreshold(parameters, Doubles(16, 8.0), first);
+  autothreshold(parameters, Doubles(16, 80.0), second);
+  EXPECT_EQ(first.held, 4);
+  EXPECT_EQ(second.held, 40);
 }
 
 }  // namespace
