@@ -81,6 +81,7 @@ class RowVelocity {
   void highpass(const VelocityParameters& parameters, const C2DTrace& source, C2DTrace& difference,
                 uint32_t row);
   double shareInMean(const VelocityParameters& parameters);
+  bool hasFaded(const LinescanTraces& traces, const C2DTrace& source, uint32_t row);
   bool hasSettled(const VelocityParameters& parameters, const LinescanTraces& traces) const;
   bool canBeCompared(const VelocityParameters& parameters, const LinescanTraces& traces,
                      const C2DTrace& source, uint32_t row);

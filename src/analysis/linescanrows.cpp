@@ -57,9 +57,7 @@ uint32_t columnsPerPoint(const VelocityParameters& parameters) {
 }
 
 // As many rows alike say as much.
-double averagedRows(const VelocityParameters& parameters) {
-  return std::max(2.0 * parameters.filter - 1, 1.0);
-}
+double averagedRows(int32_t rows) { return std::max(2.0 * rows - 1, 1.0); }
 
 // Light that falls off along the line is no pattern.
 void takeOffSlope(std::vector<double>& row) {
@@ -72,6 +70,14 @@ void takeOffSlope(std::vector<double>& row) {
   }
   if (!(spread > 0)) return;
   for (size_t i = 0; i < row.size(); ++i) row[i] -= moment / spread * (static_cast<double>(i) - middle);
+}
+
+double varianceOf(std::span<const double> row) {
+  double sum = 0, squares = 0;
+  for (const double x : row) sum += x;
+  const double mean = sum / static_cast<double>(row.size());
+  for (const double x : row) squares += (x - mean) * (x - mean);
+  return squares;
 }
 
 // Columns of a point within the rows that are correlated.
@@ -198,6 +204,13 @@ void RowVelocity::correlstep(const VelocityParameters& parameters, const Linesca
     if (hasBoth) putStanding(parameters, traces, row);
     return;
   }
+  const bool hasFadedRow =
+      isFine && source == traces.difference &&
+      (hasFaded(traces, *source, row) || hasFaded(traces, *source, rowBefore(*source, row, parameters.gap)));
+  if (hasFadedRow) {
+    correllogram->setextent(at, extentOf(parameters, *source, row));
+    return passOver(*correllogram, traces);
+  }
   if (isFine) return finestep(parameters, traces, *source, row);
   source->correlatestep(row, static_cast<uint32_t>(parameters.gap), *correllogram, at,
                         columnsApart(parameters));
@@ -261,7 +274,7 @@ void RowVelocity::finestep(const VelocityParameters& parameters, const LinescanT
   const bool isSettled = hasSettled(parameters, traces);
   const double velocity = peak.pairs > 0 ? readingOf(peak.lag / moved) : kNoReading;
   const bool isGood = isSettled && peak.square > parameters.coeflimit &&
-                      peak.isBeyondChance(kBeyondChance, averagedRows(parameters));
+                      peak.isBeyondChance(kBeyondChance, averagedRows(levels.averaged));
   if (!isGood && putStanding(parameters, traces, row)) return;
   putAtOrigin(traces.correlation, peak.pairs > 0 ? peak.square * 1000 : kNoReading);
   putAtOrigin(traces.cbvUncut, velocity);
@@ -283,7 +296,18 @@ void RowVelocity::refine(const VelocityParameters& parameters, size_t points, La
                              at + kNear, true);
   near.pairs *= step;
   near.next = 0;
-  if (near.isBeyondChance(kBeyondChance, averagedRows(parameters))) peak.lag = near.lag;
+  if (near.isBeyondChance(kBeyondChance, averagedRows(rises.averaged))) peak.lag = near.lag;
+}
+
+// Of a row with little in it, as when finger or light is gone, the high pass leaves the mean of those before,
+// turned over: that stands, whatever the blood does.
+bool RowVelocity::hasFaded(const LinescanTraces& traces, const C2DTrace& source, uint32_t row) {
+  constexpr double kLeastShare = 0.6;  // less of noise that is left, and the mean would pass the limit
+  const C2DTrace* sampled = source.width() == traces.scan->width() ? traces.scan : traces.scan2D;
+  if (!has(sampled, row)) return false;
+  readRow(*sampled, row, values);
+  readRow(source, row, earlier);
+  return varianceOf(values) < kLeastShare * varianceOf(earlier);
 }
 
 // A mean of few rows holds much of the pattern that it is taken off of.
@@ -323,7 +347,7 @@ bool RowVelocity::putStanding(const VelocityParameters& parameters, const Linesc
   if (!parameters.bothways || !parameters.hipass || !has(sampled, row)) return false;
   if (!hasSettled(parameters, traces)) return false;
   const auto points = static_cast<double>(sampled->width());
-  if (motion > kBeyondNoise / std::sqrt(points * averagedRows(parameters))) return false;
+  if (motion > kBeyondNoise / std::sqrt(points * averagedRows(parameters.filter))) return false;
   readRow(*sampled, rowBefore(*sampled, row, parameters.gap), earlier);
   readRow(*sampled, row, values);
   if (!varies(earlier) || !varies(values)) return false;

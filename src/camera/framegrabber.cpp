@@ -175,6 +175,12 @@ bool Grabber::grab() {
   fgSetFlash(wantedFlash(), true);
   if (!state.set.noStrobe) setRole(CameraRole::Strobe, 1, "strobe failed=");
   fgSetFlash(wantedFlash(), true);
+  // Before the first frame, which may be recorded; some cameras take it only while they run.
+  const auto mirror = [this] {
+    setRole(CameraRole::MirrorLeftRight, 1, "mirror leftright failed ");
+    setRole(CameraRole::MirrorUpDown, 1, "mirror updown failed ");
+  };
+  mirror();
   const Outcome started = driver->start(hub);
   logPrintf("fggrab capture=%i\n", started ? 0 : 1);
   if (!started) {
@@ -182,8 +188,7 @@ bool Grabber::grab() {
     return false;
   }
   state.grabbing = true;
-  setRole(CameraRole::MirrorLeftRight, 1, "mirror leftright failed ");
-  setRole(CameraRole::MirrorUpDown, 1, "mirror updown failed ");
+  mirror();
   logPrintf("set gamma NOT IMPLEMENTED\n");
   applyGain();
   return true;
@@ -212,6 +217,14 @@ void Grabber::takeLost(const std::string& why) {
   if (wasRecording) state.stopFlag = true;
 }
 
+// Of a camera that does not tell its rate: what came in the time since the first.
+void Grabber::takeRateOfFrames() {
+  constexpr double kLongEnough = 0.5;  // seconds
+  const FrameHub::Counts came = hub.counts();
+  const double seconds = came.lastSeconds - came.firstSeconds;
+  if (seconds > kLongEnough) state.actualFps = (came.fields / 2 - 1) / seconds;
+}
+
 uint32_t Grabber::checkFrame() {
   if (!state.grabbing || !driver) return 0;
   const auto frame = hub.newest();
@@ -228,6 +241,7 @@ uint32_t Grabber::checkFrame() {
       live.rowBytes = shape.rowBytes;
     }
     ++state.shownFrames;
+    if (missing.contains(CameraRole::FrameRate)) takeRateOfFrames();
   }
   if (hub.hasEnded() && !state.stopFlag) {
     state.stopFlag = true;

@@ -55,7 +55,8 @@ void FrameHub::take(const CameraFrame& came) {
     count.lost += gap;
     if (recording && !stopping && !ended) missGap(gap);
     count.fields += static_cast<int32_t>(2 * (gap + 1));
-    ++count.frames;
+    if (++count.frames == 1) count.firstSeconds = came.seconds;
+    count.lastSeconds = came.seconds;
     const Frame frame{came, count.fields};
     if (onFrame) onFrame(frame);
     holders[frame.block] = 1;

@@ -33,6 +33,7 @@ class Grabber final : public FrameSource {
   bool record(CZZMovie& movie, int32_t skip, const Rect& part);
   void endRecording();
   double rateInUse() const { return state.set.flickerless ? state.set.flickerlessFps : state.set.fps; }
+  void takeRateOfFrames();
 
   // --- grabbercontrols.cpp
   std::optional<CameraRange> rangeOf(CameraRole role);

@@ -107,7 +107,7 @@ int32_t fgSetExposure(int32_t microseconds, bool force) {
 
 double fgSetFps(double framesPerSecond) {
   Grabber& g = grabber();
-  if (!g.state.set.flickerless) g.state.set.fps = framesPerSecond;
+  (g.state.set.flickerless ? g.state.set.flickerlessFps : g.state.set.fps) = framesPerSecond;
   if (!g.driver) return g.state.actualFps;
   g.setRole(CameraRole::FrameRate, framesPerSecond, "set fps failed=");
   g.state.actualFps = g.driver->value(CameraRole::FrameRate).value_or(framesPerSecond);

@@ -87,9 +87,12 @@ void LiveControls::show(Which which) {
 
 void LiveControls::read() {
   const GrabberState& camera = fgState();
-  input = {
-      camera.flashUs,     camera.exposureUs, camera.set.gain, camera.set.fps, camera.set.exposureTracksFlash,
-      camera.set.noStrobe};
+  input = {camera.flashUs,
+           camera.exposureUs,
+           camera.set.gain,
+           camera.set.flickerless ? camera.set.flickerlessFps : camera.set.fps,
+           camera.set.exposureTracksFlash,
+           camera.set.noStrobe};
   shown = input;
   slider = camera.flashUs;
   actual = format("%.1f frames a second, exposure %i us", camera.actualFps, camera.exposureUs);
@@ -160,6 +163,8 @@ Form LiveControls::autoBrightnessForm() {
 
 void LiveControls::applyAutoBrightness() {
   autoflashcontrol& control = flashControl;
+  // While it was off it knows nothing of the light.
+  const int32_t now = control.on ? control.flash : fgState().flashUs;
   control.on = flashOn != 0;
   control.lines = flash.lines;
   control.target = flash.target;
@@ -170,7 +175,7 @@ void LiveControls::applyAutoBrightness() {
   control.rc = flash.rc;
   control.gain = flash.gain;
   control.method = flash.method;
-  const int32_t now = control.flash, found = control.lastGood;
+  const int32_t found = control.lastGood;
   control.start(std::max(1.0, fgState().actualFps));
   if (control.on)
     control.setFlash(now);

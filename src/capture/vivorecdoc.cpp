@@ -125,7 +125,9 @@ void CVivoRecDoc::startRecording() {
   if (!view->liveDocument().isLive()) return;
   if (hasMovie() && isModified() && process.cytoTemplate) {
     theApp().recorder = nullptr;
-    process.cytoTemplate->newDocument();
+    auto* next = dynamic_cast<CVivoRecDoc*>(process.cytoTemplate->newDocument());
+    if (next && recordingMovie && recordingMovie->memorySize > 0)
+      next->recordingMovie = std::move(recordingMovie);
     if (theApp().recorder) theApp().recorder->startRecording();
     return;
   }
@@ -134,6 +136,7 @@ void CVivoRecDoc::startRecording() {
   deleteContents();
   forgetOwner();
   forgetPathName();
+  sequence = {};
   sequence.load();
   frameCount = sequence.frames;
   skipFrames = sequence.skip;
@@ -246,9 +249,11 @@ std::string CVivoRecDoc::defaultPathName() const {
 }
 
 void CVivoRecDoc::editSettings() {
-  sequence.load();
-  if (!askSequenceSettings(sequence, liveSource(), fgState().actualFps)) return;
-  sequence.store();
+  SequenceSettings wanted;
+  wanted.load();
+  if (!askSequenceSettings(wanted, liveSource(), fgState().actualFps)) return;
+  wanted.store();
+  sequence = wanted;
   if (!hasMovie()) {
     frameCount = sequence.frames;
     skipFrames = sequence.skip;
@@ -259,6 +264,7 @@ void CVivoRecDoc::editSettings() {
 
 // For a recording to memory: touched beforehand, so that its first frames come at once.
 void CVivoRecDoc::allocateMemory() {
+  sequence = {};
   sequence.load();
   const Rect source = liveSource();
   const WaitScope wait;

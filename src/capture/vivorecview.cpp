@@ -2,6 +2,7 @@
 
 #include "app/basicapp.h"
 #include "base/text.h"
+#include "camera/framegrabber.h"
 #include "capture/commandids.h"
 
 namespace tarnvisor {
@@ -21,7 +22,7 @@ void CVivoRecView::onUpdate(Change what) {
 
 void CVivoRecView::draw(Canvas& canvas) {
   CVivoCapView::draw(canvas);
-  if (doc.isRecording()) canvas.text({5, 5}, "RECORDING", 0x0000ff);
+  if (fgState().recording) canvas.text({5, 5}, "RECORDING", 0x0000ff);
 }
 
 std::vector<StatusPane> CVivoRecView::panes() const {

@@ -47,14 +47,17 @@ constexpr std::array kNeedAStill{cmd::FilePrint,
                                  cmd::ConvertToGrey,
                                  cmd::ThresholdPreprocessCheck};
 
+// One that was drawn in another examination would cut recordings of this one.
 Rect storedRegion(const Rect& present) {
+  if (settings.getInt(kSection, "srcexam", -1) != theExams().examId()) return {};
   return {settings.getInt(kSection, "srcleft", present.left),
           settings.getInt(kSection, "srctop", present.top),
           settings.getInt(kSection, "srcright", present.right),
           settings.getInt(kSection, "srcbottom", present.bottom)};
 }
 
-void storeRegion(const Rect& region) {
+void storeRegion(const Rect& region, int32_t exam) {
+  settings.setInt(kSection, "srcexam", exam);
   settings.setInt(kSection, "srcleft", region.left);
   settings.setInt(kSection, "srctop", region.top);
   settings.setInt(kSection, "srcright", region.right);
@@ -87,6 +90,7 @@ bool ZBasicfgDoc::onNewDocument() {
   }
   (void)followBinning();
   whole = sizeOfPictures();
+  openedUnder = theExams().examId();
   setRoi(storedRegion(roi));
   timerint = settings.getInt(kSection, "timerint", timerint);
   timerN = settings.getInt(kSection, "timerN", timerN);
@@ -127,7 +131,7 @@ void ZBasicfgDoc::onCloseDocument() {
     fgFreeze();
     recorder->stopRecording();
   }
-  storeRegion(roi);
+  storeRegion(roi, openedUnder);
   fgterm();
   fgSetOnError(nullptr);
 }
@@ -139,12 +143,14 @@ CZZimage* ZBasicfgDoc::theImage() {
 }
 
 bool ZBasicfgDoc::refuses(int32_t command) const {
-  return ZBasicDoc::refuses(command) ||
+  // The scale that it doubles is that of the pictures that follow.
+  return ZBasicDoc::refuses(command) || command == cmd::Bin ||
          (isLive() && std::ranges::find(kNeedAStill, command) != kNeedAStill.end());
 }
 
 // A live picture is grey: what is said to need that needs one that stays.
 const char* ZBasicfgDoc::whyOff(int32_t command, const char* usual) const {
+  if (command == cmd::Bin) return text::kBinTheSaved;
   const bool needsAStill = refuses(command) || std::string_view(usual) == text::kNeedsGrey;
   return isLive() && needsAStill ? text::kFreezeFirst : ZBasicDoc::whyOff(command, usual);
 }
@@ -161,7 +167,7 @@ bool ZBasicfgDoc::start() {
     return false;
   }
   const bool measured = std::exchange(frozen, false);  // marks on it are no other picture's
-  image.reset();
+  forgetPixels();
   if (measured)
     for (CDimList& list : dimlists) list.items.clear();
   notes.clear();
@@ -178,7 +184,8 @@ bool ZBasicfgDoc::start() {
 void ZBasicfgDoc::keepPicture() {
   const CZZimage* shown = fgState().liveImage.get();
   auto kept = std::make_unique<CZZimage>();
-  if (shown && !shown->empty() && kept->copyImage(*shown)) image = std::move(kept);
+  if (fgState().shownFrames > 0 && shown && !shown->empty() && kept->copyImage(*shown))
+    image = std::move(kept);
 }
 
 void ZBasicfgDoc::freeze() {
@@ -268,11 +275,12 @@ bool ZBasicfgDoc::saveStill(const std::string& stem) {
 }
 
 bool ZBasicfgDoc::onSaveDocument(const std::string& path) {
-  if (!hasImage()) {
+  const bool live = isLive();
+  if (live && fgState().shownFrames == 0) (void)fgCheckFrame();
+  if (!hasImage() || (live && fgState().shownFrames == 0)) {
     report(text::kNoPicture);
     return false;
   }
-  const bool live = isLive();
   const std::string typed = notes;
   if (live) {
     forgetOwner();  // the picture is of now

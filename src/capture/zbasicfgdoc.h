@@ -62,9 +62,10 @@ class ZBasicfgDoc : public ZBasicDoc {
   void keepPicture();
   bool offersToOpen(const std::string& path);
   bool frozen = false;
-  uint64_t keptAt = 0;  // changeCount() when a user froze it
-  int32_t binned = 0;   // whether the scale is that of two by two pixels
-  Size whole;           // of the pictures that the region is drawn on
+  uint64_t keptAt = 0;       // changeCount() when a user froze it
+  int32_t binned = 0;        // whether the scale is that of two by two pixels
+  int32_t openedUnder = -1;  // exam
+  Size whole;                // of the pictures that the region is drawn on
 };
 
 // The name as it stands where no file has it, else with a letter behind the stem, then with a number.

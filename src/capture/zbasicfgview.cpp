@@ -358,6 +358,7 @@ void ZBasicfgView::timerCommand() {
 }
 
 void ZBasicfgView::frameSkipCommand() {
+  doc.frameSkip = settings.getInt("Dynamic settings", "skip frames", 0);
   Form form("Frame Skip");
   form.add("frames to skip between each saved frame", doc.frameSkip, {0, 100000, {}});
   if (!host().forms.run(form)) return;

@@ -106,6 +106,9 @@ class CVivoCapDoc : public ZBasicDoc {
   std::string stemOfTitle() const;
 
   // --- lines through the video (vivocapdoc_linescan.cpp)
+  // The velocities that lines tell are of another scale then, and go.
+  [[nodiscard]] bool setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
+                              bool addToTable) override;
   ImageFacts imageFacts() const override;
 
   // --- exchange (vivocapdoc_exchange.cpp)

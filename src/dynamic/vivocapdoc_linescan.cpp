@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <regex>
 
 #include "analysis/width.h"
 #include "app/asked.h"
@@ -22,6 +23,12 @@
 namespace tarnvisor {
 
 namespace {
+
+// A label without the velocities that it tells.
+std::string withoutVelocity(const std::string& label) {
+  static const std::regex told("-?[0-9]+\\.[0-9] [^ ]+/s");
+  return std::string(trimmed(std::regex_replace(label, told, "")));
+}
 
 constexpr double kNotMeasured = std::numeric_limits<double>::quiet_NaN();
 
@@ -56,6 +63,16 @@ ImageFacts CVivoCapDoc::imageFacts() const {
   if (!hasMovie()) return ZBasicDoc::imageFacts();
   const Scale s = scale();
   return {s.x, s.y, unitName(), 1.0 / imagesPerSecond(), isFieldMovie()};
+}
+
+bool CVivoCapDoc::setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
+                           bool addToTable) {
+  const Scale before = scale();
+  if (!ZBasicDoc::setScale(x, y, name, date, asDefault, addToTable)) return false;
+  if (scale().x == before.x && scale().y == before.y) return true;
+  for (CDimList& list : dimlists)
+    for (const auto& line : list.items) line->label = withoutVelocity(line->label);
+  return true;
 }
 
 bool CVivoCapDoc::scanLines(ScanOrder order) {
@@ -269,12 +286,16 @@ void CVivoCapDoc::evaluate(const std::shared_ptr<LineWalk>& walk, ZlineScanDoc& 
   }
   const VelocityStatistics found = scan.statistics();
   const auto index = static_cast<int32_t>(place);
-  if (accepted && scan.hasNumber(found) && currentDims().isValid(index) &&
-      currentDims().at(index).isSame(line)) {
-    const Change change(*this);
-    currentDims().at(index).label += format("%.1f ", found.mean) + scan.velocityUnits();
-    noteAdditions(scan);
-    setModified();
+  if (currentDims().isValid(index) && currentDims().at(index).isSame(line)) {
+    const bool told = accepted && scan.hasNumber(found);
+    const std::string rest = withoutVelocity(line.label);
+    const std::string label = told ? rest + format("%.1f ", found.mean) + scan.velocityUnits() : rest;
+    if (label != line.label) {
+      const Change change(*this);
+      currentDims().at(index).label = label;
+      if (told) noteAdditions(scan);
+      setModified();
+    }
   }
   addLineRow(line, place, scan, accepted, diameter);
   scanNext(walk);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <tuple>
 
+#include "app/asked.h"
 #include "app/basicapp.h"
 #include "archive/archive.h"
 #include "base/files.h"
@@ -143,6 +144,13 @@ std::optional<std::string> CdbDocument::folderForUnnamed(const std::string& want
     host().messages.show(title() + " was not saved.", Buttons::Ok, Icon::Warning);
     return std::nullopt;
   }
+  const bool isFiledNowhere = !isBoundToExam() && next->exam < 0 && !next->subject.empty() && !isUnattended();
+  if (isFiledNowhere &&
+      host().messages.show(format("No examination of subject %s is selected: %s will belong to none. Save it in %s "
+                                  "all the same?",
+                                  next->subject.c_str(), title().c_str(), wanted.c_str()),
+                           Buttons::YesNo, Icon::Careful) != Answer::Yes)
+    return std::nullopt;
   if (!isBoundToExam()) std::tie(madeFor, madeUnder) = std::tie(next->subject, next->exam);
   return strangerIn(wanted, *next) < 0 ? wanted : withSeparator(theApp().dataFolder + examFolder());
 }

@@ -142,6 +142,13 @@ struct ZBasicDoc::UndoState {
 };
 
 // Here, where what they make and end is known whole.
+void ZBasicDoc::forgetPixels() {
+  image.reset();
+  unrepaired.reset();
+  repairIsStored = false;
+  forgetUndo();
+}
+
 ZBasicDoc::ZBasicDoc() : undoimage(std::make_unique<CZZimage>()) {}
 ZBasicDoc::~ZBasicDoc() { forgetDimensionsOf(*this); }
 

@@ -96,6 +96,9 @@ void ZlineScanBaseView::mouseDown(const MouseEvent& event) {
   dragging = event.control ? scan.beginSlope(place.time, place.value)
                            : scan.takeSlopeEnd(place.time, place.value, place.timeReach, place.valueReach);
   if (!dragging) return ZchartView::mouseDown(event);
+  const Slope& slope = scan.slopes()[static_cast<size_t>(scan.selectedslope)];
+  grabbedTime = slope.t0 - place.time;
+  grabbedValue = slope.y0 - place.value;
   site().setFocus();
   site().captureMouse(true);
   redraw();
@@ -104,7 +107,7 @@ void ZlineScanBaseView::mouseDown(const MouseEvent& event) {
 void ZlineScanBaseView::moveEnd(Point at) {
   const Place place = placeAt(at);
   if (!place.known) return;
-  scan.moveSlopeEnd(place.time, place.value);
+  scan.moveSlopeEnd(place.time + grabbedTime, place.value + grabbedValue);
 }
 
 void ZlineScanBaseView::mouseMove(const MouseEvent& event) {

@@ -49,6 +49,7 @@ class ZlineScanBaseView : public ZchartView {
 
   ZlineScanBaseDoc& scan;
   std::vector<Slope> before;  // while one is dragged
+  double grabbedTime = 0, grabbedValue = 0;  // from the mouse to the end that it took
   bool dragging = false;
 };
 

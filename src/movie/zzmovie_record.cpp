@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "archive/archive.h"
 #include "base/files.h"
@@ -173,6 +174,7 @@ void CZZMovie::stopRecording() {
   if (mode == kRecordingFile || mode == kRecordingAvi) {
     FrameTable table = std::move(frameTable);
     std::string name = fileName, why;
+    const bool none = mode == kRecordingFile && count == 0;
     if (output) {
       name = output->close();  // beside the wanted one after a failure, none without frames
       why = output->why();
@@ -182,6 +184,7 @@ void CZZMovie::stopRecording() {
     trouble.clear();
     close();
     if (why.empty()) why = trouble;
+    if (none) std::remove(std::exchange(name, {}).c_str());
     if (!name.empty() && open(name)) adoptTable(std::move(table));
     if (trouble.empty()) trouble = why;
   } else if (mode == kMemory) {

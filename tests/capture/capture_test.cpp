@@ -608,6 +608,47 @@ TEST_F(Capture, WhatWasMeasuredOnAFrozenPictureIsAskedAboutAndGoesWithIt) {
   EXPECT_EQ(live().currentDims().size(), 0);
 }
 
+TEST_F(Capture, NothingBringsBackThePictureBeforeThatOfNow) {
+  openLive();
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  runCommand(cmd::Negative);
+  ASSERT_TRUE(live().canUndo());
+  EXPECT_TRUE(live().refuses(cmd::Bin)) << "the scale is that of the next pictures too";
+  live().setModified(false);
+  view().startCamera();
+  runCommand(cmd::FreezeVideo);
+  EXPECT_FALSE(live().canUndo());
+}
+
+TEST_F(Capture, NothingIsSavedBeforeTheFirstPictureOfAStart) {
+  openLive();
+  frames(1);
+  runCommand(cmd::FreezeVideo);
+  live().setModified(false);
+  view().startCamera();
+  host.messages.clear();
+  view().freezeAndSave("");
+  EXPECT_THAT(host.messages, Contains(HasSubstr("has not given a picture yet")));
+}
+
+TEST_F(Capture, CancelledSettingsOfASequenceAreNotThoseOfTheNext) {
+  openLive();
+  runCommand(cmd::RecordSequence);
+  std::string shown;
+  host.fills.push_back([](Form& form) {
+    EXPECT_EQ(form.find("Number of frames to aquire")->take("7"), "");
+    return false;
+  });
+  host.fills.push_back([&shown](Form& form) {
+    shown = form.find("Number of frames to aquire")->value();
+    return false;
+  });
+  recorder().editSettings();
+  recorder().editSettings();
+  EXPECT_NE(shown, "7");
+}
+
 struct Subjects final : SubjectDialogFace {
   SubjectDialog::Result run(SubjectDialog&) override { return result; }
   SubjectDialog::Result result = SubjectDialog::Result::Cancel;

@@ -87,6 +87,41 @@ TEST_F(LinesThroughAVideo, YieldARowEachAndTheirMeans) {
   EXPECT_EQ(flow->currentDims().at(1).label, "no velocity");
 }
 
+TEST_F(LinesThroughAVideo, KeepNoVelocityOfAnotherScaleNorARejectedOne) {
+  flow->addDimension({5, 10}, CDimList::kLine);
+  flow->addPointToDimension(0, {85, 10});
+  CommandTarget* const chain[] = {&view(), flow};
+  (void)routeCommand(chain, cmd::CalculateCbvOfLines);
+  ASSERT_THAT(flow->currentDims().at(0).label, testing::HasSubstr("/s"));
+  host.fills.push_back([](Form&) { return false; });
+  host.answers = {Answer::No, Answer::No};
+  (void)routeCommand(chain, cmd::CalculateAllLines);
+  EXPECT_EQ(flow->currentDims().at(0).label, "");
+  flow->currentDims().at(0).label = "a 12.5 um/s";
+  ASSERT_TRUE(flow->setScale(2, 2, "", 0, false, false));
+  EXPECT_EQ(flow->currentDims().at(0).label, "a");
+}
+
+TEST_F(LinesThroughAVideo, HaveNoVelocityInImagesWithoutAPicture) {
+  const std::string dark =
+      writeMovieFile(folder.file("dark.mve"), 60, {90, 20}, [this](CZZimage& image, int32_t k) {
+        CZZimage own;
+        flow->movie->getImage(k, own);
+        std::minstd_rand noise(static_cast<uint32_t>(k));
+        noise.discard(5);
+        for (int32_t y = 0; y < image.height; ++y)
+          for (int32_t x = 0; x < image.width; ++x)
+            image.row(y)[x] = k < 30 ? own.row(y)[x] : static_cast<uint8_t>(10 + noise() / 64 % 3);
+      });
+  auto* half = dynamic_cast<CVivoCapDoc*>(app->openDocumentFile(dark));
+  ASSERT_NE(half, nullptr);
+  half->fps = 25;
+  const Point path[] = {{5, 10}, {85, 10}};
+  ASSERT_TRUE(half->scan(path, 1).ok);
+  EXPECT_NEAR(theLinescan()->statistics().mean, 6 * 25, 3);
+  EXPECT_LE(theLinescan()->statistics().share(), 0.5);
+}
+
 TEST_F(LinesThroughAVideo, AreMeasuredBesideEachOtherAsTheyAreAlone) {
   const auto lineAt = [&](int32_t place, int32_t y) {
     flow->addDimension({5, y}, CDimList::kLine);
