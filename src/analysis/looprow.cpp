@@ -1,0 +1,393 @@
+#include "analysis/looprow.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "analysis/loopscores.h"
+
+namespace tarnvisor {
+
+int32_t LoopFrame::pixels(double micrometres) const {
+  return static_cast<int32_t>(std::lround(micrometres / grid));
+}
+
+namespace {
+
+float meanAbout(const LoopPlane& plane, int32_t x, int32_t y, int32_t halfWidth, int32_t halfHeight) {
+  float sum = 0;
+  int32_t count = 0;
+  for (int32_t j = std::max(0, y - halfHeight); j <= std::min(plane.height - 1, y + halfHeight); ++j)
+    for (int32_t i = std::max(0, x - halfWidth); i <= std::min(plane.width - 1, x + halfWidth); ++i, ++count)
+      sum += plane.at(i, j);
+  return count ? sum / static_cast<float>(count) : 0.0f;
+}
+
+// Sums of a plane, and how much of it is there, over any box.
+class BoxMeans {
+ public:
+  BoxMeans(const LoopPlane& plane, const LoopPlane& weight, int32_t step)
+      : coarse(coarsened(plane, weight, step)), stride(static_cast<size_t>(coarse.sum.width) + 1) {
+    sums.resize(stride * (static_cast<size_t>(coarse.sum.height) + 1));
+    counts.resize(sums.size());
+    for (int32_t y = 0; y < coarse.sum.height; ++y)
+      for (int32_t x = 0; x < coarse.sum.width; ++x) {
+        const size_t to = index(x + 1, y + 1), left = to - 1, above = index(x + 1, y), corner = above - 1;
+        sums[to] = coarse.sum.at(x, y) + sums[left] + sums[above] - sums[corner];
+        counts[to] = coarse.weight.at(x, y) + counts[left] + counts[above] - counts[corner];
+      }
+  }
+  struct Mean {
+    double value = 0, share = 0;
+  };
+  Mean over(double left, double top, double right, double bottom) const {
+    const auto cell = [&](double v, int32_t end) {
+      return std::clamp(static_cast<int32_t>(std::lround(v / coarse.step)), 0, end);
+    };
+    const int32_t x0 = cell(left, coarse.sum.width), x1 = cell(right, coarse.sum.width);
+    const int32_t y0 = cell(top, coarse.sum.height), y1 = cell(bottom, coarse.sum.height);
+    const double count = box(counts, x0, y0, x1, y1);
+    if (count <= 0) return {};
+    return {box(sums, x0, y0, x1, y1) / count, count / ((right - left) * (bottom - top))};
+  }
+
+ private:
+  size_t index(int32_t x, int32_t y) const {
+    return static_cast<size_t>(y) * stride + static_cast<size_t>(x);
+  }
+  double box(const std::vector<double>& of, int32_t x0, int32_t y0, int32_t x1, int32_t y1) const {
+    return of[index(x1, y1)] - of[index(x0, y1)] - of[index(x1, y0)] + of[index(x0, y0)];
+  }
+  LoopCoarse coarse;
+  size_t stride;
+  std::vector<double> sums, counts;
+};
+
+// --- Tips
+
+constexpr double kLeastCandidate = 0.5;
+
+bool isHighest(const LoopPlane& score, int32_t x, int32_t y, int32_t halfWidth, int32_t halfHeight) {
+  const float own = score.at(x, y);
+  for (int32_t j = std::max(0, y - halfHeight); j <= std::min(score.height - 1, y + halfHeight); ++j)
+    for (int32_t i = std::max(0, x - halfWidth); i <= std::min(score.width - 1, x + halfWidth); ++i) {
+      const float other = score.at(i, j);
+      if (other > own || (other == own && (j < y || (j == y && i < x)))) return false;
+    }
+  return true;
+}
+
+// From inside the body upwards along what is darkest, to where it ends.
+LoopTip climbed(const LoopFrame& frame, LoopTip tip) {
+  const auto level = [&](int32_t x, int32_t y) {
+    return meanAbout(frame.darkness, x, y, frame.pixels(10), frame.pixels(6));
+  };
+  const int32_t down = frame.pixels(std::max(24.0, 0.55 * tip.body));
+  const int32_t half = frame.pixels(tip.body / 2);
+  int32_t y = std::min(static_cast<int32_t>(tip.y) + down, frame.darkness.height - 1);
+  const auto middle = static_cast<int32_t>(std::lround(tip.x + tip.shear * down));
+  int32_t x = std::clamp(middle, 0, frame.darkness.width - 1);
+  for (int32_t i = middle - half; i <= middle + half; ++i)
+    if (frame.darkness.has(i, y) && frame.darkness.at(i, y) > frame.darkness.at(x, y)) x = i;
+  const float start = level(x, y);
+  const int32_t most = frame.pixels(std::max(160.0, tip.body + 40));
+  for (int32_t i = 0; i < most && y > 0; ++i) {
+    int32_t best = x;
+    float darkest = level(x, y - 1);
+    for (const int32_t next : {x - 1, x + 1}) {
+      if (!frame.darkness.has(next, y - 1)) continue;
+      const float there = level(next, y - 1);
+      if (there > darkest) darkest = there, best = next;
+    }
+    if (darkest < 0.4f * start) break;
+    x = best;
+    --y;
+  }
+  tip.x = x;
+  tip.y = y;
+  tip.depth = start;
+  return tip;
+}
+
+class Gate {
+ public:
+  explicit Gate(const LoopFrame& of) : frame(of), glints(of.glint, of.weight, 1) {}
+  double at(const LoopTip& tip) const {
+    const auto x = static_cast<int32_t>(tip.x), y = static_cast<int32_t>(tip.y);
+    const int32_t half = frame.pixels(18);
+    const float magenta = meanAbout(frame.magenta, x, y + frame.pixels(20), half, half);
+    const std::vector<float>& ranks = frame.magentaRanks;
+    const double rank =
+        static_cast<double>(std::lower_bound(ranks.begin(), ranks.end(), magenta) - ranks.begin()) /
+        static_cast<double>(std::max<size_t>(ranks.size(), 1));
+    const int32_t wide = frame.pixels(122);
+    const double glint = glints.over(x - wide, y - wide, x + wide + 1, y + wide + 1).value;
+    return std::clamp((rank - 0.10) / 0.12, 0.0, 1.0) * std::clamp((0.20 - glint) / 0.10, 0.0, 1.0);
+  }
+
+ private:
+  const LoopFrame& frame;
+  BoxMeans glints;
+};
+
+std::vector<LoopTip> tipsOf(const LoopFrame& frame, const LoopScores& scores) {
+  const auto least = static_cast<float>(kLeastCandidate * frame.unit);
+  std::vector<LoopTip> all;
+  for (int32_t y = 0; y < scores.score.height; y += 2)
+    for (int32_t x = 0; x < scores.score.width; ++x) {
+      if (scores.score.at(x, y) < least || !isHighest(scores.score, x, y, 1, 2)) continue;
+      if (!isHighest(scores.score, x, y, frame.pixels(22), frame.pixels(42))) continue;
+      const auto kind = static_cast<size_t>(scores.kind.at(x, y));
+      LoopTip tip;
+      tip.x = x;
+      tip.y = y;
+      tip.score = scores.score.at(x, y) / static_cast<float>(frame.unit);
+      tip.body = kLoopBodies[kind % 3];
+      tip.shear = kLoopShears[kind / 3];
+      all.push_back(climbed(frame, tip));
+    }
+  std::stable_sort(all.begin(), all.end(),
+                   [](const LoopTip& a, const LoopTip& b) { return a.score > b.score; });
+  std::vector<LoopTip> kept;
+  const Gate gate(frame);
+  for (LoopTip& tip : all) {
+    const auto same = [&](const LoopTip& other) {
+      return std::abs(other.x - tip.x) * frame.grid < 24 && std::abs(other.y - tip.y) * frame.grid < 40;
+    };
+    if (std::any_of(kept.begin(), kept.end(), same)) continue;
+    tip.gate = gate.at(tip);
+    kept.push_back(tip);
+  }
+  return kept;
+}
+
+// --- The curve
+
+constexpr double kCell = 16;
+
+class RowPath {
+ public:
+  RowPath(const LoopFrame& of, const std::vector<LoopTip>& tips)
+      : frame(of),
+        cell(kCell / of.grid),
+        columns(static_cast<int32_t>(std::ceil(of.darkness.width / cell))),
+        lines(static_cast<int32_t>(std::ceil(of.darkness.height / cell))),
+        gains(static_cast<size_t>(columns) * static_cast<size_t>(lines)),
+        redder(gains.size()) {
+    deposit(tips);
+    fillGains();
+  }
+
+  void trace(LoopRow& row) const {
+    const std::vector<int32_t> path = best();
+    std::vector<double> smooth(path.begin(), path.end());
+    smoothen(smooth);
+    row.curve.resize(static_cast<size_t>(frame.darkness.width));
+    row.seen.resize(row.curve.size());
+    int32_t seen = 0, steps = 0, atEdge = 0;
+    for (int32_t x = 0; x < frame.darkness.width; ++x) {
+      const auto i = static_cast<size_t>(x);
+      const double place = std::clamp((x + 0.5) / cell - 0.5, 0.0, columns - 1.0);
+      const auto c = static_cast<size_t>(place);
+      const double next = smooth[std::min(c + 1, smooth.size() - 1)];
+      row.curve[i] = (smooth[c] + (place - static_cast<double>(c)) * (next - smooth[c]) + 0.5) * cell;
+      row.seen[i] = row.curve[i] - frame.top[i] >= 100 / frame.grid && row.curve[i] < frame.bottom[i];
+      if (frame.bottom[i] > frame.top[i] && row.curve[i] < frame.bottom[i])
+        atEdge += row.curve[i] - frame.top[i] < 160 / frame.grid;
+      seen += row.seen[i];
+    }
+    int32_t inPicture = 0;
+    for (size_t i = 0; i < row.curve.size(); ++i)
+      inPicture += frame.bottom[i] > frame.top[i] && row.curve[i] < frame.bottom[i];
+    int32_t cells = 0;
+    row.total = 0;
+    for (int32_t c = 0; c < columns; ++c) {
+      const auto x = std::min(static_cast<size_t>((c + 0.5) * cell), row.seen.size() - 1);
+      if (!row.seen[x]) continue;
+      const size_t at = index(c, path[static_cast<size_t>(c)]);
+      row.total += gains[at];
+      steps += redder[at] > 0.05f;
+      ++cells;
+    }
+    row.stepShare = cells ? static_cast<double>(steps) / cells : 0;
+    row.atEdgeShare = inPicture ? static_cast<double>(atEdge) / inPicture : 1;
+  }
+
+ private:
+  size_t index(int32_t c, int32_t l) const {
+    return static_cast<size_t>(c) * static_cast<size_t>(lines) + static_cast<size_t>(l);
+  }
+
+  // What each column holds, from its top: a running sum of what tips bring.
+  void deposit(const std::vector<LoopTip>& tips) {
+    held.assign(static_cast<size_t>(columns) * static_cast<size_t>(lines + 1), 0);
+    constexpr double kSigma = 80 / kCell;
+    for (const LoopTip& tip : tips) {
+      const double worth = std::clamp((tip.score - 0.8) / 1.6, 0.0, 1.0) * tip.gate;
+      if (worth <= 0) continue;
+      const double c = tip.x / cell;
+      const auto l = std::min(static_cast<int32_t>(tip.y / cell), lines - 1);
+      constexpr double kNorm = 1 / (kSigma * 2.5066282746310002);
+      for (auto i = std::max(0, static_cast<int32_t>(c - 4 * kSigma));
+           i < std::min<double>(columns, c + 4 * kSigma); ++i) {
+        const double away = (i + 0.5 - c) / kSigma;
+        held[heldAt(i, l + 1)] += worth * kNorm * std::exp(-0.5 * away * away);
+      }
+    }
+    for (int32_t c = 0; c < columns; ++c)
+      for (int32_t l = 0; l < lines; ++l) held[heldAt(c, l + 1)] += held[heldAt(c, l)];
+  }
+  size_t heldAt(int32_t c, int32_t l) const {
+    return static_cast<size_t>(c) * static_cast<size_t>(lines + 1) + static_cast<size_t>(l);
+  }
+  double heldIn(int32_t c, double from, double to) const {
+    const auto line = [&](double l) { return std::clamp(static_cast<int32_t>(std::lround(l)), 0, lines); };
+    return held[heldAt(c, line(to))] - held[heldAt(c, line(from))];
+  }
+
+  void fillGains() {
+    const BoxMeans magenta(frame.magenta, frame.weight, std::max(1, frame.pixels(8)));
+    const double wide = 100 / frame.grid, deep = 400 / frame.grid, before = 100 / frame.grid;
+    for (int32_t c = 0; c < columns; ++c) {
+      const double x = (c + 0.5) * cell;
+      const auto column = std::min(static_cast<size_t>(x), frame.top.size() - 1);
+      for (int32_t l = 0; l < lines; ++l) {
+        const double y = (l + 0.5) * cell;
+        if (frame.top[column] >= frame.bottom[column] || y - frame.top[column] < before ||
+            y > frame.bottom[column])
+          continue;
+        const BoxMeans::Mean behind = magenta.over(x - wide, y, x + wide, y + deep);
+        const BoxMeans::Mean beyond = magenta.over(x - wide, y - deep, x + wide, y);
+        double step = 0;
+        if (behind.share >= 0.25 && beyond.share >= 0.10 && frame.magentaSpan > 0)
+          step = std::clamp((behind.value - beyond.value) / frame.magentaSpan, -0.5, 0.5);
+        redder[index(c, l)] = static_cast<float>(step);
+        const double own = heldIn(c, l + 0.5 - 40 / kCell, l + 0.5 + 120 / kCell);
+        const double left = heldIn(c, l + 0.5 - 880 / kCell, l + 0.5 - 56 / kCell);
+        gains[index(c, l)] = static_cast<float>(own - 1.5 * left + kCell / 4 * (0.06 * step - 0.003));
+      }
+    }
+  }
+
+  std::vector<int32_t> best() const {
+    constexpr float kMove = 0.03f;
+    std::vector<float> sum(gains.begin(), gains.begin() + lines), next(sum.size());
+    std::vector<int8_t> moves(gains.size());
+    for (int32_t c = 1; c < columns; ++c) {
+      for (int32_t l = 0; l < lines; ++l) {
+        float most = sum[static_cast<size_t>(l)];
+        int8_t move = 0;
+        for (const int8_t m : {int8_t{-1}, int8_t{1}}) {
+          if (l + m < 0 || l + m >= lines) continue;
+          const float other = sum[static_cast<size_t>(l + m)] - kMove;
+          if (other > most) most = other, move = m;
+        }
+        next[static_cast<size_t>(l)] = most + gains[index(c, l)];
+        moves[index(c, l)] = move;
+      }
+      sum.swap(next);
+    }
+    std::vector<int32_t> path(static_cast<size_t>(columns));
+    auto l = static_cast<int32_t>(std::max_element(sum.begin(), sum.end()) - sum.begin());
+    for (int32_t c = columns - 1; c >= 0; --c) {
+      path[static_cast<size_t>(c)] = l;
+      if (c > 0) l += moves[index(c, l)];
+    }
+    return path;
+  }
+
+  static void smoothen(std::vector<double>& path) {
+    constexpr double kSigma = 60 / kCell;
+    constexpr int32_t kReach = 12;
+    const std::vector<double> source = path;
+    for (size_t i = 0; i < path.size(); ++i) {
+      double sum = 0, weights = 0;
+      for (int32_t d = -kReach; d <= kReach; ++d) {
+        const auto j = static_cast<int64_t>(i) + d;
+        if (j < 0 || j >= static_cast<int64_t>(source.size())) continue;
+        const double weight = std::exp(-0.5 * d * d / (kSigma * kSigma));
+        sum += weight * source[static_cast<size_t>(j)];
+        weights += weight;
+      }
+      path[i] = sum / weights;
+    }
+  }
+
+  const LoopFrame& frame;
+  double cell;
+  int32_t columns, lines;
+  std::vector<double> held;
+  std::vector<float> gains, redder;
+};
+
+// --- Which belong
+
+constexpr float kLeastScore = 1.1f;
+
+// Dark all the way from one to the other: one crooked or ramified loop, or a bleeding.
+bool areBridged(const LoopFrame& frame, const LoopTip& a, const LoopTip& b) {
+  const auto level = static_cast<float>(0.6 * std::min(a.depth, b.depth));
+  for (const double down : {16.0, 32.0, 56.0}) {
+    const double shift = down / frame.grid;
+    const auto steps = static_cast<int32_t>(std::ceil(std::max(std::abs(a.x - b.x), std::abs(a.y - b.y))));
+    bool dark = true;
+    for (int32_t i = 0; i <= steps && dark; ++i) {
+      const double t = steps ? static_cast<double>(i) / steps : 0;
+      dark = frame.darkness.between(a.x + t * (b.x - a.x), a.y + t * (b.y - a.y) + shift) >= level;
+    }
+    if (dark) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+LoopRow findRow(const LoopFrame& frame, std::span<const double> shears) {
+  LoopRow row;
+  row.tips = tipsOf(frame, loopScores(frame.darkness, frame.redness, frame.weight, frame.grid, shears));
+  RowPath(frame, row.tips).trace(row);
+  return row;
+}
+
+std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
+  constexpr double kBeyond = 120, kBehind = 300, kBehindOther = 80, kOtherShare = 0.35;
+  std::vector<LoopTip> near;
+  for (const LoopTip& tip : row.tips) {
+    const auto x = static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0));
+    const double behind = (tip.y - row.curve[x]) * frame.grid;
+    if (tip.score >= kLeastScore && tip.gate >= 0.3 && row.seen[x] && behind > -kBeyond && behind < kBehind)
+      near.push_back(tip);
+  }
+  std::vector<LoopTip> kept;
+  for (const LoopTip& tip : near) {
+    bool stands = true;
+    std::vector<size_t> behindIt;
+    for (size_t i = 0; i < kept.size() && stands; ++i) {
+      const LoopTip& other = kept[i];
+      const double dx = std::abs(tip.x - other.x) * frame.grid, dy = (tip.y - other.y) * frame.grid;
+      if (dx < std::max(36.0, 0.6 * std::max(tip.body, other.body)) && std::abs(dy) < 240) {
+        const bool wins = dy < -kBehindOther && tip.score >= kOtherShare * other.score;
+        if (wins) behindIt.push_back(i);
+        stands = wins;
+      } else if (dx < 152 && std::abs(dy) < 120 && areBridged(frame, tip, other)) {
+        stands = false;
+      }
+    }
+    if (!stands) continue;
+    for (size_t i = behindIt.size(); i > 0; --i)
+      kept.erase(kept.begin() + static_cast<ptrdiff_t>(behindIt[i - 1]));
+    kept.push_back(tip);
+  }
+  std::vector<LoopTip> first;
+  for (const LoopTip& tip : kept) {
+    const auto standsBehind = [&](const LoopTip& other) {
+      return std::abs(tip.x - other.x) * frame.grid < 36 && (tip.y - other.y) * frame.grid > kBehindOther &&
+             other.score >= kOtherShare * tip.score;
+    };
+    if (std::none_of(kept.begin(), kept.end(), standsBehind)) first.push_back(tip);
+  }
+  std::sort(first.begin(), first.end(), [](const LoopTip& a, const LoopTip& b) { return a.x < b.x; });
+  return first;
+}
+
+}  // namespace tarnvisor
