@@ -32,17 +32,17 @@ void simulated(size_t count) {
   LoopTally all;
   for (size_t kind = 0; kind < kFoldKinds; ++kind) {
     LoopTally tally;
-    for (uint64_t seed = 1; seed <= count; ++seed) {
-      const WideField field = usualField(static_cast<FoldKind>(kind), seed);
-      WideFieldTruth truth;
-      const auto image = renderWideField(field, truth);
-      if (!image) std::abort();
-      const LoopJudgement one = judge(findLoops(*image, {field.pixelSize, {}}), truth, field.pixelSize);
+    std::vector<LoopJudgement> found(count);
+    parallelFor(static_cast<int64_t>(count), 1, [&](int64_t begin, int64_t end) {
+      for (int64_t i = begin; i < end; ++i)
+        found[static_cast<size_t>(i)] =
+            judged(usualField(static_cast<FoldKind>(kind), static_cast<uint64_t>(i) + 1));
+    });
+    for (const LoopJudgement& one : found) {
       tally.take(one);
-      if (canBeCounted(field.kind)) all.take(one);
+      if (canBeCounted(static_cast<FoldKind>(kind))) all.take(one);
     }
     print(nameOf(static_cast<FoldKind>(kind)), tally);
-    std::fflush(stdout);
   }
   print("all countable", all);
 }
@@ -108,7 +108,6 @@ void changed(size_t count) {
     const auto n = static_cast<double>(std::max<size_t>(pairs, 1));
     std::printf("%-14s %6zu %7zu %8.2f %8.2f %8.2f %8.0f\n", change.name, pairs, refusals, sum / n,
                 absolute / n, worst, 100 * static_cast<double>(within) / n);
-    std::fflush(stdout);
   }
 }
 
@@ -140,7 +139,7 @@ void recorded(const std::string& folder) {
 
 void timed() {
   setParallelThreads(1);
-  std::printf("\ntime on one core, the best of seven\n");
+  std::printf("time on one core, the best of seven\n");
   const struct {
     int32_t width, height;
     double pixelSize;
@@ -159,6 +158,7 @@ void timed() {
     }
     std::printf("%5d x %-5d %7.1f ms\n", size.width, size.height, best);
   }
+  setParallelThreads(0);
 }
 
 }  // namespace
@@ -167,6 +167,7 @@ void timed() {
 int main(int argc, char** argv) {
   const size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 200;
   const char* folder = argc > 2 ? argv[2] : std::getenv("TARNVISOR_TEST_DATA");
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
   tarnvisor::timed();
   if (folder) tarnvisor::recorded(tarnvisor::withSeparator(folder) + "nailfold-still/");
   tarnvisor::simulated(count);

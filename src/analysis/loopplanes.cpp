@@ -138,10 +138,13 @@ LoopCoarse coarsened(const LoopPlane& plane, const LoopPlane& weight, int32_t st
         weights[x] += share[x];
       }
     }
-    for (size_t x = 0; x < sums.size(); ++x) {
-      out.sum.row(y)[x / static_cast<size_t>(step)] += sums[x];
-      out.weight.row(y)[x / static_cast<size_t>(step)] += weights[x];
-    }
+    float *sum = out.sum.row(y), *share = out.weight.row(y);
+    const auto each = static_cast<size_t>(step);
+    for (size_t x = 0; x < sums.size(); ++sum, ++share)
+      for (const size_t end = std::min(x + each, sums.size()); x < end; ++x) {
+        *sum += sums[x];
+        *share += weights[x];
+      }
   }
   return out;
 }
@@ -201,31 +204,55 @@ LoopTurn turnTo(double px, double py, int32_t width, int32_t height) {
 
 namespace {
 
-// Calls take(x, y, gridX, gridY) for all that lies in a grid of that size.
-template <typename Take>
-void walk(const LoopTurn& turn, int32_t width, int32_t height, Take take) {
-  for (int32_t y = 0; y < turn.height; ++y)
-    for (int32_t x = 0; x < turn.width; ++x) {
-      const double gx = turn.gridX(x, y), gy = turn.gridY(x, y);
-      if (gx > -0.5 && gy > -0.5 && gx < width - 0.5 && gy < height - 0.5) take(x, y, gx, gy);
-    }
+// The pixels of a line that stay within (low, high), of a value that begins at `start` and changes by `step`.
+void narrow(double start, double step, double low, double high, int32_t& first, int32_t& end) {
+  if (std::abs(step) < 1e-12) {
+    if (start <= low || start >= high) end = first;
+    return;
+  }
+  const double a = (low - start) / step, b = (high - start) / step;
+  first = std::max(first, static_cast<int32_t>(std::floor(std::clamp(std::min(a, b), -1.0, 1e8))) + 1);
+  end = std::min(end, static_cast<int32_t>(std::ceil(std::clamp(std::max(a, b), 0.0, 1e8))));
 }
 
 }  // namespace
 
-LoopPlane turned(const LoopPlane& plane, const LoopTurn& turn) {
-  LoopPlane out(turn.width, turn.height);
-  walk(turn, plane.width, plane.height,
-       [&](int32_t x, int32_t y, double gx, double gy) { out.row(y)[x] = plane.between(gx, gy); });
-  return out;
+LoopSpan turnedSpan(const LoopTurn& turn, int32_t width, int32_t height, int32_t y) {
+  LoopSpan span{0, turn.width};
+  narrow(turn.gridX(0, y), turn.py, -0.5, width - 0.5, span.first, span.end);
+  narrow(turn.gridY(0, y), -turn.px, -0.5, height - 0.5, span.first, span.end);
+  span.end = std::max(span.first, span.end);
+  return span;
 }
 
-LoopPlane turnedMask(const LoopPlane& plane, const LoopTurn& turn) {
-  LoopPlane out(turn.width, turn.height);
-  walk(turn, plane.width, plane.height, [&](int32_t x, int32_t y, double gx, double gy) {
-    out.row(y)[x] = plane.at(static_cast<int32_t>(gx + 0.5), static_cast<int32_t>(gy + 0.5));
-  });
-  return out;
+void turnAll(const LoopTurn& turn, std::initializer_list<Turned> smooth,
+             std::initializer_list<Turned> masks) {
+  for (const auto& list : {smooth, masks})
+    for (const Turned& one : list) one.to = LoopPlane(turn.width, turn.height);
+  const LoopPlane& any = smooth.begin()->from;
+  const int32_t w = any.width, h = any.height;
+  for (int32_t y = 0; y < turn.height; ++y) {
+    const LoopSpan span = turnedSpan(turn, w, h, y);
+    const double startX = turn.gridX(0, y), startY = turn.gridY(0, y);
+    for (int32_t x = span.first; x < span.end; ++x) {
+      const auto gx = static_cast<float>(startX + turn.py * x), gy = static_cast<float>(startY - turn.px * x);
+      const int32_t nearX = std::clamp(static_cast<int32_t>(gx + 0.5f), 0, w - 1);
+      const int32_t nearY = std::clamp(static_cast<int32_t>(gy + 0.5f), 0, h - 1);
+      const int32_t x0 = std::clamp(static_cast<int32_t>(gx), 0, std::max(w - 2, 0));
+      const int32_t y0 = std::clamp(static_cast<int32_t>(gy), 0, std::max(h - 2, 0));
+      const float tx = std::clamp(gx - static_cast<float>(x0), 0.0f, 1.0f);
+      const float ty = std::clamp(gy - static_cast<float>(y0), 0.0f, 1.0f);
+      const size_t right = w > 1 ? 1 : 0, below = h > 1 ? static_cast<size_t>(w) : 0;
+      const size_t corner = static_cast<size_t>(y0) * static_cast<size_t>(w) + static_cast<size_t>(x0);
+      for (const Turned& one : smooth) {
+        const float* a = one.from.values.data() + corner;
+        const float* b = a + below;
+        const float upper = a[0] + tx * (a[right] - a[0]), lower = b[0] + tx * (b[right] - b[0]);
+        one.to.row(y)[x] = upper + ty * (lower - upper);
+      }
+      for (const Turned& one : masks) one.to.row(y)[x] = one.from.at(nearX, nearY);
+    }
+  }
 }
 
 }  // namespace tarnvisor

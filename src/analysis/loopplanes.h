@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <vector>
 
 #include "image/zzimage.h"
@@ -52,8 +53,16 @@ struct LoopTurn {
   double gridY(double x, double y) const { return fromY - px * (x - toX) + py * (y - toY); }
 };
 LoopTurn turnTo(double px, double py, int32_t width, int32_t height);
-LoopPlane turned(const LoopPlane& plane, const LoopTurn& turn);
-// The nearest pixel; 0 outside.
-LoopPlane turnedMask(const LoopPlane& plane, const LoopTurn& turn);
+// What of a row of the frame lies in a grid of that size, half-open.
+struct LoopSpan {
+  int32_t first = 0, end = 0;
+};
+LoopSpan turnedSpan(const LoopTurn& turn, int32_t width, int32_t height, int32_t y);
+struct Turned {
+  const LoopPlane& from;
+  LoopPlane& to;
+};
+// Interpolated, or of masks the nearest pixel; 0 outside. All of one size.
+void turnAll(const LoopTurn& turn, std::initializer_list<Turned> smooth, std::initializer_list<Turned> masks);
 
 }  // namespace tarnvisor

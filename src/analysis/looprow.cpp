@@ -111,7 +111,7 @@ LoopTip climbed(const LoopFrame& frame, LoopTip tip) {
 
 class Gate {
  public:
-  explicit Gate(const LoopFrame& of) : frame(of), glints(of.glint, of.weight, 1) {}
+  explicit Gate(const LoopFrame& of) : frame(of), glints(of.glint, of.weight, std::max(1, of.pixels(12))) {}
   double at(const LoopTip& tip) const {
     const auto x = static_cast<int32_t>(tip.x), y = static_cast<int32_t>(tip.y);
     const int32_t half = frame.pixels(18);
@@ -163,15 +163,20 @@ std::vector<LoopTip> tipsOf(const LoopFrame& frame, const LoopScores& scores) {
 
 // --- The curve
 
-constexpr double kCell = 16;
+// Columns are twice as wide as high, so that seven moves reach from -37 to 37 degrees.
+constexpr double kLine = 12, kColumn = 32;
+constexpr int32_t kSteepest = 3, kMoves = 2 * kSteepest + 1;
+// Rows of loops are smooth: what a change of direction costs by its square, and a slant.
+constexpr float kBend = 0.12f, kSlant = 0.012f;
 
 class RowPath {
  public:
   RowPath(const LoopFrame& of, const std::vector<LoopTip>& tips)
       : frame(of),
-        cell(kCell / of.grid),
-        columns(static_cast<int32_t>(std::ceil(of.darkness.width / cell))),
-        lines(static_cast<int32_t>(std::ceil(of.darkness.height / cell))),
+        wide(kColumn / of.grid),
+        high(kLine / of.grid),
+        columns(static_cast<int32_t>(std::ceil(of.darkness.width / wide))),
+        lines(static_cast<int32_t>(std::ceil(of.darkness.height / high))),
         gains(static_cast<size_t>(columns) * static_cast<size_t>(lines)),
         redder(gains.size()) {
     deposit(tips);
@@ -184,25 +189,23 @@ class RowPath {
     smoothen(smooth);
     row.curve.resize(static_cast<size_t>(frame.darkness.width));
     row.seen.resize(row.curve.size());
-    int32_t seen = 0, steps = 0, atEdge = 0;
+    int32_t inPicture = 0, atEdge = 0;
     for (int32_t x = 0; x < frame.darkness.width; ++x) {
       const auto i = static_cast<size_t>(x);
-      const double place = std::clamp((x + 0.5) / cell - 0.5, 0.0, columns - 1.0);
+      const double place = std::clamp((x + 0.5) / wide - 0.5, 0.0, columns - 1.0);
       const auto c = static_cast<size_t>(place);
       const double next = smooth[std::min(c + 1, smooth.size() - 1)];
-      row.curve[i] = (smooth[c] + (place - static_cast<double>(c)) * (next - smooth[c]) + 0.5) * cell;
-      row.seen[i] = row.curve[i] - frame.top[i] >= 100 / frame.grid && row.curve[i] < frame.bottom[i];
-      if (frame.bottom[i] > frame.top[i] && row.curve[i] < frame.bottom[i])
-        atEdge += row.curve[i] - frame.top[i] < 160 / frame.grid;
-      seen += row.seen[i];
+      row.curve[i] = (smooth[c] + (place - static_cast<double>(c)) * (next - smooth[c]) + 0.5) * high;
+      const bool within = row.curve[i] >= frame.top[i] && row.curve[i] < frame.bottom[i];
+      row.seen[i] = within && row.curve[i] - frame.top[i] >= 100 / frame.grid && isLit(x, row.curve[i]);
+      inPicture += within;
+      atEdge += within && row.curve[i] - frame.top[i] < 160 / frame.grid;
     }
-    int32_t inPicture = 0;
-    for (size_t i = 0; i < row.curve.size(); ++i)
-      inPicture += frame.bottom[i] > frame.top[i] && row.curve[i] < frame.bottom[i];
-    int32_t cells = 0;
+    row.atEdgeShare = inPicture ? static_cast<double>(atEdge) / inPicture : 1;
+    int32_t cells = 0, steps = 0;
     row.total = 0;
     for (int32_t c = 0; c < columns; ++c) {
-      const auto x = std::min(static_cast<size_t>((c + 0.5) * cell), row.seen.size() - 1);
+      const auto x = std::min(static_cast<size_t>((c + 0.5) * wide), row.seen.size() - 1);
       if (!row.seen[x]) continue;
       const size_t at = index(c, path[static_cast<size_t>(c)]);
       row.total += gains[at];
@@ -210,7 +213,6 @@ class RowPath {
       ++cells;
     }
     row.stepShare = cells ? static_cast<double>(steps) / cells : 0;
-    row.atEdgeShare = inPicture ? static_cast<double>(atEdge) / inPicture : 1;
   }
 
  private:
@@ -218,18 +220,25 @@ class RowPath {
     return static_cast<size_t>(c) * static_cast<size_t>(lines) + static_cast<size_t>(l);
   }
 
+  // Glare about the curve hides loops.
+  bool isLit(int32_t x, double y) const {
+    const int32_t half = frame.pixels(60);
+    const auto line = std::clamp(static_cast<int32_t>(y), 0, frame.weight.height - 1);
+    return meanAbout(frame.weight, x, line, 2, half) >= 0.4f;
+  }
+
   // What each column holds, from its top: a running sum of what tips bring.
   void deposit(const std::vector<LoopTip>& tips) {
     held.assign(static_cast<size_t>(columns) * static_cast<size_t>(lines + 1), 0);
-    constexpr double kSigma = 80 / kCell;
+    constexpr double kSigma = 80 / kColumn;
     for (const LoopTip& tip : tips) {
       const double worth = std::clamp((tip.score - 0.8) / 1.6, 0.0, 1.0) * tip.gate;
       if (worth <= 0) continue;
-      const double c = tip.x / cell;
-      const auto l = std::min(static_cast<int32_t>(tip.y / cell), lines - 1);
+      const double c = tip.x / wide;
+      const auto l = std::min(static_cast<int32_t>(tip.y / high), lines - 1);
       constexpr double kNorm = 1 / (kSigma * 2.5066282746310002);
-      for (auto i = std::max(0, static_cast<int32_t>(c - 4 * kSigma));
-           i < std::min<double>(columns, c + 4 * kSigma); ++i) {
+      const auto from = std::max(0, static_cast<int32_t>(c - 4 * kSigma));
+      for (int32_t i = from; i < std::min<double>(columns, c + 4 * kSigma); ++i) {
         const double away = (i + 0.5 - c) / kSigma;
         held[heldAt(i, l + 1)] += worth * kNorm * std::exp(-0.5 * away * away);
       }
@@ -245,60 +254,71 @@ class RowPath {
     return held[heldAt(c, line(to))] - held[heldAt(c, line(from))];
   }
 
+  // Loops that stand on the curve speak for it, and more so those left before it against it.
   void fillGains() {
-    const BoxMeans magenta(frame.magenta, frame.weight, std::max(1, frame.pixels(8)));
-    const double wide = 100 / frame.grid, deep = 400 / frame.grid, before = 100 / frame.grid;
+    const BoxMeans magenta(frame.magenta, frame.weight, std::max(1, frame.pixels(16)));
+    const double aside = 100 / frame.grid, deep = 400 / frame.grid, before = 100 / frame.grid;
     for (int32_t c = 0; c < columns; ++c) {
-      const double x = (c + 0.5) * cell;
+      const double x = (c + 0.5) * wide;
       const auto column = std::min(static_cast<size_t>(x), frame.top.size() - 1);
       for (int32_t l = 0; l < lines; ++l) {
-        const double y = (l + 0.5) * cell;
-        if (frame.top[column] >= frame.bottom[column] || y - frame.top[column] < before ||
-            y > frame.bottom[column])
-          continue;
-        const BoxMeans::Mean behind = magenta.over(x - wide, y, x + wide, y + deep);
-        const BoxMeans::Mean beyond = magenta.over(x - wide, y - deep, x + wide, y);
+        const double y = (l + 0.5) * high;
+        if (y - frame.top[column] < before || y > frame.bottom[column]) continue;
+        const BoxMeans::Mean behind = magenta.over(x - aside, y, x + aside, y + deep);
+        const BoxMeans::Mean beyond = magenta.over(x - aside, y - deep, x + aside, y);
         double step = 0;
         if (behind.share >= 0.25 && beyond.share >= 0.10 && frame.magentaSpan > 0)
           step = std::clamp((behind.value - beyond.value) / frame.magentaSpan, -0.5, 0.5);
         redder[index(c, l)] = static_cast<float>(step);
-        const double own = heldIn(c, l + 0.5 - 40 / kCell, l + 0.5 + 120 / kCell);
-        const double left = heldIn(c, l + 0.5 - 880 / kCell, l + 0.5 - 56 / kCell);
-        gains[index(c, l)] = static_cast<float>(own - 1.5 * left + kCell / 4 * (0.06 * step - 0.003));
+        const double own = heldIn(c, l + 0.5 - 40 / kLine, l + 0.5 + 120 / kLine);
+        const double left = heldIn(c, l + 0.5 - 880 / kLine, l + 0.5 - 56 / kLine);
+        gains[index(c, l)] = static_cast<float>(own - 1.5 * left + kColumn / 4 * (0.06 * step - 0.003));
       }
     }
   }
 
+  // A state is a line and the move that led to it.
   std::vector<int32_t> best() const {
-    constexpr float kMove = 0.03f;
-    std::vector<float> sum(gains.begin(), gains.begin() + lines), next(sum.size());
-    std::vector<int8_t> moves(gains.size());
+    const auto states = static_cast<size_t>(lines) * kMoves;
+    const auto state = [](int32_t l, int32_t m) { return static_cast<size_t>(l * kMoves + m); };
+    std::vector<float> sum(states), next(states);
+    std::vector<int8_t> before(states * static_cast<size_t>(columns));
+    for (int32_t l = 0; l < lines; ++l)
+      for (int32_t m = 0; m < kMoves; ++m) sum[state(l, m)] = gains[index(0, l)];
     for (int32_t c = 1; c < columns; ++c) {
-      for (int32_t l = 0; l < lines; ++l) {
-        float most = sum[static_cast<size_t>(l)];
-        int8_t move = 0;
-        for (const int8_t m : {int8_t{-1}, int8_t{1}}) {
-          if (l + m < 0 || l + m >= lines) continue;
-          const float other = sum[static_cast<size_t>(l + m)] - kMove;
-          if (other > most) most = other, move = m;
+      int8_t* from = before.data() + states * static_cast<size_t>(c);
+      for (int32_t l = 0; l < lines; ++l)
+        for (int32_t m = 0; m < kMoves; ++m) {
+          const int32_t source = l - (m - kSteepest);
+          float most = -1e30f;
+          int32_t way = m;
+          for (int32_t old = std::max(0, m - 2);
+               source >= 0 && source < lines && old <= std::min(kMoves - 1, m + 2); ++old) {
+            const auto bend = static_cast<float>(m - old);
+            const float value = sum[state(source, old)] - kBend * bend * bend;
+            if (value > most) most = value, way = old;
+          }
+          next[state(l, m)] =
+              most + gains[index(c, l)] - kSlant * static_cast<float>(std::abs(m - kSteepest));
+          from[state(l, m)] = static_cast<int8_t>(way);
         }
-        next[static_cast<size_t>(l)] = most + gains[index(c, l)];
-        moves[index(c, l)] = move;
-      }
       sum.swap(next);
     }
     std::vector<int32_t> path(static_cast<size_t>(columns));
-    auto l = static_cast<int32_t>(std::max_element(sum.begin(), sum.end()) - sum.begin());
+    const auto last = static_cast<int32_t>(std::max_element(sum.begin(), sum.end()) - sum.begin());
+    int32_t l = last / kMoves, m = last % kMoves;
     for (int32_t c = columns - 1; c >= 0; --c) {
       path[static_cast<size_t>(c)] = l;
-      if (c > 0) l += moves[index(c, l)];
+      const int8_t way = before[states * static_cast<size_t>(c) + state(l, m)];
+      l = std::clamp(l - (m - kSteepest), 0, lines - 1);
+      m = way;
     }
     return path;
   }
 
   static void smoothen(std::vector<double>& path) {
-    constexpr double kSigma = 60 / kCell;
-    constexpr int32_t kReach = 12;
+    constexpr double kSigma = 60 / kColumn;
+    constexpr int32_t kReach = 6;
     const std::vector<double> source = path;
     for (size_t i = 0; i < path.size(); ++i) {
       double sum = 0, weights = 0;
@@ -314,7 +334,7 @@ class RowPath {
   }
 
   const LoopFrame& frame;
-  double cell;
+  double wide, high;
   int32_t columns, lines;
   std::vector<double> held;
   std::vector<float> gains, redder;

@@ -17,6 +17,10 @@ constexpr double kFinestGrid = 4, kCoarsestGrid = 6;
 constexpr double kMostArea = 60;           // square millimetres that a nailfold still may show
 constexpr double kWorkPixels = 1'200'000;  // of the turned frame
 
+constexpr float kClipped = 250;  // levels above tell nothing
+// Common contrast of skin in focus; with less than that, grain would count.
+constexpr double kLeastUnit = 0.008;
+
 // --- Preparation
 
 struct Prepared {
@@ -79,8 +83,7 @@ LoopPlane specularOf(const LoopColours& colours, double grid) {
   LoopPlane mask(all.width, all.height);
   for (size_t i = 0; i < mask.values.size(); ++i) {
     const float g = colours.green.values[i];
-    const bool white = std::min({colours.red.values[i], g, colours.blue.values[i]}) > 250;
-    mask.values[i] = white || g > 1.25f * broad.values[i] + 10 ? 1.0f : 0.0f;
+    mask.values[i] = g > kClipped || g > 1.25f * broad.values[i] + 10 ? 1.0f : 0.0f;
   }
   dilate(mask, std::max(1, static_cast<int32_t>(std::lround(14 / grid))));
   return mask;
@@ -108,6 +111,29 @@ double unitOf(const LoopPlane& darkness, const LoopPlane& weight, double grid) {
   for (size_t i = 0; i < boxes.sum.values.size(); ++i)
     if (boxes.weight.values[i] > 0) sizes.push_back(std::abs(boxes.sum.values[i] / boxes.weight.values[i]));
   return sizes.empty() ? 0 : percentile(sizes, 0.5);
+}
+
+void flatten(const LoopPlane& redness, Prepared& work) {
+  work.darkness = flattened(work.green, work.weight, 100 / work.grid);
+  work.redness = flattened(redness, work.weight, 100 / work.grid);
+}
+
+// Hair and dirt are dark in all colours: what is no blood counts as not there. Whether there is any.
+bool maskNeutral(Prepared& work) {
+  constexpr float kDark = 0.15f, kRedShare = 0.25f;
+  LoopPlane neutral(work.weight.width, work.weight.height);
+  size_t count = 0;
+  for (size_t i = 0; i < neutral.values.size(); ++i) {
+    if (work.darkness.values[i] < kDark || work.redness.values[i] > kRedShare * work.darkness.values[i])
+      continue;
+    neutral.values[i] = work.weight.values[i];
+    ++count;
+  }
+  if (count < neutral.values.size() / 2000) return false;
+  dilate(neutral, std::max(1, static_cast<int32_t>(std::lround(12 / work.grid))));
+  for (size_t i = 0; i < neutral.values.size(); ++i)
+    if (neutral.values[i] > 0) work.weight.values[i] = 0;
+  return true;
 }
 
 Prepared prepared(const CZZimage& image, double pixelSize) {
@@ -140,8 +166,8 @@ Prepared prepared(const CZZimage& image, double pixelSize) {
   for (size_t i = 0; i < dim.values.size(); ++i)
     if (greenBand.values[i] < -0.03f && (redBand.values[i] < -0.012f || colours.red.values[i] > 238))
       out.glint.values[i] = 1;
-  out.darkness = flattened(out.green, out.weight, 100 / out.grid);
-  out.redness = flattened(redness, out.weight, 100 / out.grid);
+  flatten(redness, out);
+  if (maskNeutral(out)) flatten(redness, out);
   out.unit = unitOf(out.darkness, out.weight, out.grid);
   for (size_t i = 0; i < out.magenta.values.size(); i += 17)
     if (out.weight.values[i] > 0) out.magentaRanks.push_back(out.magenta.values[i]);
@@ -181,27 +207,21 @@ Prepared halved(const Prepared& from) {
 LoopFrame frameOf(const Prepared& from, double px, double py) {
   LoopFrame frame;
   frame.grid = from.grid;
-  frame.unit = from.unit;
+  frame.unit = std::max(from.unit, kLeastUnit);
   frame.magentaSpan = from.magentaSpan;
   frame.magentaRanks = from.magentaRanks;
   frame.turn = turnTo(px, py, from.weight.width, from.weight.height);
-  frame.darkness = turned(from.darkness, frame.turn);
-  frame.redness = turned(from.redness, frame.turn);
-  frame.magenta = turned(from.magenta, frame.turn);
-  frame.weight = turnedMask(from.weight, frame.turn);
-  frame.glint = turnedMask(from.glint, frame.turn);
-  frame.top.assign(static_cast<size_t>(frame.turn.width), 0);
+  turnAll(frame.turn,
+          {{from.darkness, frame.darkness}, {from.redness, frame.redness}, {from.magenta, frame.magenta}},
+          {{from.weight, frame.weight}, {from.glint, frame.glint}});
+  frame.top.assign(static_cast<size_t>(frame.turn.width), frame.turn.height);
   frame.bottom.assign(frame.top.size(), 0);
-  for (int32_t x = 0; x < frame.turn.width; ++x) {
-    const auto inside = [&](int32_t y) {
-      const double gx = frame.turn.gridX(x, y), gy = frame.turn.gridY(x, y);
-      return gx > -0.5 && gy > -0.5 && gx < from.weight.width - 0.5 && gy < from.weight.height - 0.5;
-    };
-    int32_t top = 0, bottom = frame.turn.height;
-    while (top < bottom && !inside(top)) ++top;
-    while (bottom > top && !inside(bottom - 1)) --bottom;
-    frame.top[static_cast<size_t>(x)] = top;
-    frame.bottom[static_cast<size_t>(x)] = bottom;
+  for (int32_t y = 0; y < frame.turn.height; ++y) {
+    const LoopSpan span = turnedSpan(frame.turn, from.weight.width, from.weight.height, y);
+    for (auto x = static_cast<size_t>(span.first); x < static_cast<size_t>(span.end); ++x) {
+      frame.top[x] = std::min(frame.top[x], y);
+      frame.bottom[x] = y + 1;
+    }
   }
   return frame;
 }

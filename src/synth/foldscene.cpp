@@ -50,7 +50,7 @@ Plan commonPlan(uint64_t seed) {
   RowPlan& r = plan.row;
   r.density = random.between(7, 10.5);
   r.behind = random.between(0.9, 1.3);
-  r.blood = random.between(0.12, 0.26);
+  r.blood = random.between(0.16, 0.34);
   r.faint = random.between(0.15, 0.4);
   r.firstBehind = random.between(200, 400);
   return plan;

@@ -225,7 +225,12 @@ class Picture {
       return ValueNoise(field.seed, grainStream + i, view.pixels(cell), view.pixels(cell));
     };
     const std::array<ValueNoise, 3> texture{fine(1, 45), fine(2, 18), fine(3, 9)};
-    const std::array<double, 3> marked{0.018, 0.016, 0.012};
+    // Out of focus the finest go first.
+    const double blurred = rootOfSquares(t.blur + 0.5 * t.unevenBlur, field.extraBlur);
+    const auto marked = [&](double amplitude, double cell) {
+      return amplitude * expMinus(std::min(5 * blurred * blurred / (cell * cell), 20.0));
+    };
+    const std::array<double, 3> amplitudes{marked(0.02, 45), marked(0.03, 18), marked(0.05, 9)};
     Random tint(field.seed, grainStream);
     const double green = t.light * field.exposure / expMinus(t.skin);
     const double blue = green * tint.between(0.7, 1.1) * (1 - field.warmth);
@@ -238,7 +243,7 @@ class Picture {
       std::vector<float> grain(static_cast<size_t>(field.width));
       for (auto y = static_cast<int32_t>(begin); y < end; ++y) {
         std::fill(grain.begin(), grain.end(), 0.0f);
-        for (size_t i = 0; i < texture.size(); ++i) texture[i].addTo(grain, y, marked[i]);
+        for (size_t i = 0; i < texture.size(); ++i) texture[i].addTo(grain, y, amplitudes[i]);
         Random noise(field.seed, grainStream + 10 + static_cast<uint64_t>(y));
         uint8_t* out = image.row(y);
         const double v = 2.0 * y / field.height - 1;

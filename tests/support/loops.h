@@ -61,6 +61,13 @@ inline LoopJudgement judge(const NailfoldLoops& found, const WideFieldTruth& tru
   return out;
 }
 
+inline LoopJudgement judged(const WideField& field) {
+  WideFieldTruth truth;
+  const auto image = renderWideField(field, truth);
+  if (!image) return {};
+  return judge(findLoops(*image, {field.pixelSize, {}}), truth, field.pixelSize);
+}
+
 struct LoopTally {
   size_t stills = 0, told = 0, good = 0, directed = 0, onRow = 0, badGood = 0;
   LoopJudgement sum;
