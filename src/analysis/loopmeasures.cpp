@@ -126,7 +126,7 @@ MeasuredLoop measureLoop(const LoopFrame& frame, const LoopTip& tip) {
   out.loop.apexWidth = withoutBlur(widthOver(profileOf(frame, tip, course, 8, 40, half)) * frame.grid);
   const std::vector<float> limbs = profileOf(frame, tip, course, 40, 88, half);
   measureLimbs(limbs, frame.grid, out.loop);
-  out.sharpness = sharpnessOf(profileOf(frame, tip, course, 16, 64, half), frame.grid);
+  out.sharpness = sharpnessOf(profileOf(frame, tip, course, 16, 112, half), frame.grid);
   const double length = static_cast<double>(course.size()) * frame.grid;
   const bool ends =
       tip.y + static_cast<double>(course.size()) + 1 < frame.darkness.height && length < kLongest;

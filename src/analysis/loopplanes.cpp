@@ -231,26 +231,39 @@ void turnAll(const LoopTurn& turn, std::initializer_list<Turned> smooth,
     for (const Turned& one : list) one.to = LoopPlane(turn.width, turn.height);
   const LoopPlane& any = smooth.begin()->from;
   const int32_t w = any.width, h = any.height;
+  struct Source {
+    int32_t corner, near;
+    float tx, ty;
+  };
+  std::vector<Source> sources(static_cast<size_t>(turn.width));
+  const int32_t right = w > 1 ? 1 : 0, below = h > 1 ? w : 0;
   for (int32_t y = 0; y < turn.height; ++y) {
     const LoopSpan span = turnedSpan(turn, w, h, y);
-    const double startX = turn.gridX(0, y), startY = turn.gridY(0, y);
+    const auto startX = static_cast<float>(turn.gridX(0, y)), startY = static_cast<float>(turn.gridY(0, y));
+    const auto stepX = static_cast<float>(turn.py), stepY = static_cast<float>(-turn.px);
     for (int32_t x = span.first; x < span.end; ++x) {
-      const auto gx = static_cast<float>(startX + turn.py * x), gy = static_cast<float>(startY - turn.px * x);
-      const int32_t nearX = std::clamp(static_cast<int32_t>(gx + 0.5f), 0, w - 1);
-      const int32_t nearY = std::clamp(static_cast<int32_t>(gy + 0.5f), 0, h - 1);
-      const int32_t x0 = std::clamp(static_cast<int32_t>(gx), 0, std::max(w - 2, 0));
-      const int32_t y0 = std::clamp(static_cast<int32_t>(gy), 0, std::max(h - 2, 0));
-      const float tx = std::clamp(gx - static_cast<float>(x0), 0.0f, 1.0f);
-      const float ty = std::clamp(gy - static_cast<float>(y0), 0.0f, 1.0f);
-      const size_t right = w > 1 ? 1 : 0, below = h > 1 ? static_cast<size_t>(w) : 0;
-      const size_t corner = static_cast<size_t>(y0) * static_cast<size_t>(w) + static_cast<size_t>(x0);
-      for (const Turned& one : smooth) {
-        const float* a = one.from.values.data() + corner;
-        const float* b = a + below;
-        const float upper = a[0] + tx * (a[right] - a[0]), lower = b[0] + tx * (b[right] - b[0]);
-        one.to.row(y)[x] = upper + ty * (lower - upper);
+      const float gx = std::clamp(startX + stepX * static_cast<float>(x), 0.0f, static_cast<float>(w - 1));
+      const float gy = std::clamp(startY + stepY * static_cast<float>(x), 0.0f, static_cast<float>(h - 1));
+      const int32_t x0 = std::min(static_cast<int32_t>(gx), std::max(w - 2, 0));
+      const int32_t y0 = std::min(static_cast<int32_t>(gy), std::max(h - 2, 0));
+      sources[static_cast<size_t>(x)] = {
+          y0 * w + x0, static_cast<int32_t>(gy + 0.5f) * w + static_cast<int32_t>(gx + 0.5f),
+          gx - static_cast<float>(x0), gy - static_cast<float>(y0)};
+    }
+    for (const Turned& one : smooth) {
+      const float* from = one.from.values.data();
+      float* to = one.to.row(y);
+      for (int32_t x = span.first; x < span.end; ++x) {
+        const Source& at = sources[static_cast<size_t>(x)];
+        const float *a = from + at.corner, *b = a + below;
+        const float upper = a[0] + at.tx * (a[right] - a[0]), lower = b[0] + at.tx * (b[right] - b[0]);
+        to[x] = upper + at.ty * (lower - upper);
       }
-      for (const Turned& one : masks) one.to.row(y)[x] = one.from.at(nearX, nearY);
+    }
+    for (const Turned& one : masks) {
+      const float* from = one.from.values.data();
+      float* to = one.to.row(y);
+      for (int32_t x = span.first; x < span.end; ++x) to[x] = from[sources[static_cast<size_t>(x)].near];
     }
   }
 }

@@ -189,7 +189,7 @@ class RowPath {
     smoothen(smooth);
     row.curve.resize(static_cast<size_t>(frame.darkness.width));
     row.seen.resize(row.curve.size());
-    int32_t inPicture = 0, atEdge = 0;
+    int32_t inPicture = 0, atEdge = 0, inField = 0, hidden = 0;
     for (int32_t x = 0; x < frame.darkness.width; ++x) {
       const auto i = static_cast<size_t>(x);
       const double place = std::clamp((x + 0.5) / wide - 0.5, 0.0, columns - 1.0);
@@ -197,11 +197,15 @@ class RowPath {
       const double next = smooth[std::min(c + 1, smooth.size() - 1)];
       row.curve[i] = (smooth[c] + (place - static_cast<double>(c)) * (next - smooth[c]) + 0.5) * high;
       const bool within = row.curve[i] >= frame.top[i] && row.curve[i] < frame.bottom[i];
-      row.seen[i] = within && row.curve[i] - frame.top[i] >= 100 / frame.grid && isLit(x, row.curve[i]);
+      const bool open = within && row.curve[i] - frame.top[i] >= 100 / frame.grid;
+      row.seen[i] = open && isLit(x, row.curve[i]);
+      inField += open;
+      hidden += open && !row.seen[i];
       inPicture += within;
       atEdge += within && row.curve[i] - frame.top[i] < 160 / frame.grid;
     }
     row.atEdgeShare = inPicture ? static_cast<double>(atEdge) / inPicture : 1;
+    row.hiddenShare = inField ? static_cast<double>(hidden) / inField : 0;
     int32_t cells = 0, steps = 0;
     row.total = 0;
     for (int32_t c = 0; c < columns; ++c) {
@@ -292,8 +296,11 @@ class RowPath {
           const int32_t source = l - (m - kSteepest);
           float most = -1e30f;
           int32_t way = m;
-          for (int32_t old = std::max(0, m - 2);
-               source >= 0 && source < lines && old <= std::min(kMoves - 1, m + 2); ++old) {
+          if (source < 0 || source >= lines) {
+            next[state(l, m)] = most;
+            continue;
+          }
+          for (int32_t old = std::max(0, m - 1); old <= std::min(kMoves - 1, m + 1); ++old) {
             const auto bend = static_cast<float>(m - old);
             const float value = sum[state(source, old)] - kBend * bend * bend;
             if (value > most) most = value, way = old;
@@ -343,6 +350,19 @@ class RowPath {
 // --- Which belong
 
 constexpr float kLeastScore = 1.1f;
+// Faint ones count where the row is expected: of what its clear ones show on average, so much at least.
+constexpr float kLeastOnRow = 0.75f, kFaintShare = 0.22f;
+constexpr double kOnRow = 100;
+
+float leastOnRow(const std::vector<LoopTip>& near) {
+  std::vector<float> scores;
+  for (const LoopTip& tip : near)
+    if (tip.score >= kLeastScore) scores.push_back(tip.score);
+  if (scores.empty()) return kLeastScore;
+  const auto middle = scores.begin() + static_cast<ptrdiff_t>(scores.size() / 2);
+  std::nth_element(scores.begin(), middle, scores.end());
+  return std::clamp(kFaintShare * *middle, kLeastOnRow, kLeastScore);
+}
 
 // Dark all the way from one to the other: one crooked or ramified loop, or a bleeding.
 bool areBridged(const LoopFrame& frame, const LoopTip& a, const LoopTip& b) {
@@ -370,14 +390,19 @@ LoopRow findRow(const LoopFrame& frame, std::span<const double> shears) {
 }
 
 std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
-  constexpr double kBeyond = 120, kBehind = 300, kBehindOther = 80, kOtherShare = 0.35;
+  constexpr double kBeyond = 120, kBehind = 280, kBehindOther = 80, kOtherShare = 0.35;
+  // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
+  constexpr double kInGapBehind = 180, kGap = 100;
   std::vector<LoopTip> near;
   for (const LoopTip& tip : row.tips) {
     const auto x = static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0));
     const double behind = (tip.y - row.curve[x]) * frame.grid;
-    if (tip.score >= kLeastScore && tip.gate >= 0.3 && row.seen[x] && behind > -kBeyond && behind < kBehind)
+    if (tip.score >= (std::abs(behind) < kOnRow ? kLeastOnRow : kLeastScore) && tip.gate >= 0.3 &&
+        row.seen[x] && behind > -kBeyond && behind < kBehind)
       near.push_back(tip);
   }
+  const float least = leastOnRow(near);
+  std::erase_if(near, [&](const LoopTip& tip) { return tip.score < least; });
   std::vector<LoopTip> kept;
   for (const LoopTip& tip : near) {
     bool stands = true;
@@ -401,8 +426,10 @@ std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
   std::vector<LoopTip> first;
   for (const LoopTip& tip : kept) {
     const auto standsBehind = [&](const LoopTip& other) {
-      return std::abs(tip.x - other.x) * frame.grid < 36 && (tip.y - other.y) * frame.grid > kBehindOther &&
-             other.score >= kOtherShare * tip.score;
+      const auto x = static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0));
+      const double aside = (tip.y - row.curve[x]) * frame.grid > kInGapBehind ? kGap : 36;
+      return std::abs(tip.x - other.x) * frame.grid < aside &&
+             (tip.y - other.y) * frame.grid > kBehindOther && other.score >= kOtherShare * tip.score;
     };
     if (std::none_of(kept.begin(), kept.end(), standsBehind)) first.push_back(tip);
   }

@@ -35,6 +35,7 @@ struct LoopRow {
   double total = 0;
   double stepShare = 0;    // of its seen columns, those behind which it gets redder
   double atEdgeShare = 0;  // those where it runs along the picture's distal edge
+  double hiddenShare = 0;  // of those within the picture, those under glare
 };
 
 LoopRow findRow(const LoopFrame& frame, std::span<const double> shears);
