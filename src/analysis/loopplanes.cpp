@@ -228,7 +228,7 @@ LoopSpan turnedSpan(const LoopTurn& turn, int32_t width, int32_t height, int32_t
 void turnAll(const LoopTurn& turn, std::initializer_list<Turned> smooth,
              std::initializer_list<Turned> masks) {
   for (const auto& list : {smooth, masks})
-    for (const Turned& one : list) one.to = LoopPlane(turn.width, turn.height);
+    for (const Turned& one : list) one.to.reset(turn.width, turn.height);
   const LoopPlane& any = smooth.begin()->from;
   const int32_t w = any.width, h = any.height;
   struct Source {

@@ -16,6 +16,12 @@ struct LoopPlane {
   LoopPlane() = default;
   LoopPlane(int32_t w, int32_t h, float value = 0)
       : width(w), height(h), values(static_cast<size_t>(w) * static_cast<size_t>(h), value) {}
+  // All 0; keeps its memory.
+  void reset(int32_t w, int32_t h) {
+    width = w;
+    height = h;
+    values.assign(static_cast<size_t>(w) * static_cast<size_t>(h), 0.0f);
+  }
   float* row(int32_t y) { return values.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
   const float* row(int32_t y) const { return const_cast<LoopPlane*>(this)->row(y); }
   float at(int32_t x, int32_t y) const { return row(y)[x]; }

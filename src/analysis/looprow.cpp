@@ -4,8 +4,6 @@
 #include <array>
 #include <cmath>
 
-#include "analysis/loopscores.h"
-
 namespace tarnvisor {
 
 int32_t LoopFrame::pixels(double micrometres) const {
@@ -382,9 +380,10 @@ bool areBridged(const LoopFrame& frame, const LoopTip& a, const LoopTip& b) {
 
 }  // namespace
 
-LoopRow findRow(const LoopFrame& frame, std::span<const double> shears) {
+LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScores& scores) {
   LoopRow row;
-  row.tips = tipsOf(frame, loopScores(frame.darkness, frame.redness, frame.weight, frame.grid, shears));
+  scores.fill(frame.darkness, frame.redness, frame.weight, frame.grid, shears);
+  row.tips = tipsOf(frame, scores);
   RowPath(frame, row.tips).trace(row);
   return row;
 }

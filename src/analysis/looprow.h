@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "analysis/loopplanes.h"
+#include "analysis/loopscores.h"
 
 namespace tarnvisor {
 
@@ -38,7 +39,8 @@ struct LoopRow {
   double hiddenShare = 0;  // of those within the picture, those under glare
 };
 
-LoopRow findRow(const LoopFrame& frame, std::span<const double> shears);
+// The scores are looked at no more afterwards.
+LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScores& scores);
 // From left to right.
 std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row);
 

@@ -207,8 +207,7 @@ Prepared halved(const Prepared& from) {
   return out;
 }
 
-LoopFrame frameOf(const Prepared& from, double px, double py) {
-  LoopFrame frame;
+void turnFrame(const Prepared& from, double px, double py, LoopFrame& frame) {
   frame.grid = from.grid;
   frame.unit = std::max(from.unit, kLeastUnit);
   frame.magentaSpan = from.magentaSpan;
@@ -226,7 +225,6 @@ LoopFrame frameOf(const Prepared& from, double px, double py) {
       frame.bottom[x] = y + 1;
     }
   }
-  return frame;
 }
 
 // --- Direction
@@ -350,15 +348,16 @@ Direction directionOf(const Prepared& from) {
 }
 
 // Of a direction and its quarter turns the one whose row holds most; told is how far it leads the next.
-double chooseTurn(const Prepared& from, Direction& direction) {
+double chooseTurn(const Prepared& from, Direction& direction, LoopScores& scores) {
   const Prepared coarse = halved(from);
   const Direction base = direction;
   std::array<std::pair<double, double>, 4> ways{
       {{base.px, base.py}, {-base.py, base.px}, {-base.px, -base.py}, {base.py, -base.px}}};
   double best = -1e9, second = -1e9;
+  LoopFrame frame;
   for (const auto& [px, py] : ways) {
-    const LoopFrame frame = frameOf(coarse, px, py);
-    const double total = findRow(frame, std::span(kLoopShears).first(1)).total;
+    turnFrame(coarse, px, py, frame);
+    const double total = findRow(frame, std::span(kLoopShears).first(1), scores).total;
     if (total > best) {
       second = best;
       best = total;
@@ -471,7 +470,7 @@ constexpr const char* kByHand = "not enough loops in focus: count by hand";
 constexpr float kClear = 1.6f;
 // The steepest step across limbs: a pair of them shows about 0.27 in focus, and 0.13 where optics of 14
 // micrometres blur it, from where on loops are lost.
-constexpr double kBlurred = 0.13, kSoft = 0.155;
+constexpr double kBlurred = 0.135, kSoft = 0.165;
 
 }  // namespace
 
@@ -505,6 +504,7 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   if (!(work.unit > 1e-5)) return refused("the picture is flat: there is nothing to count");
   if (work.magentaSpan < 0.15)
     return refused(format("%s (the skin shows no reddening behind a pale border)", kByHand));
+  LoopScores scores;
   Direction direction;
   double lead = 1e9;
   if (request.distal) {
@@ -515,10 +515,11 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
     direction.concentration = direction.strength = 2;
   } else {
     direction = directionOf(work);
-    lead = chooseTurn(work, direction);
+    lead = chooseTurn(work, direction, scores);
   }
-  const LoopFrame frame = frameOf(work, direction.px, direction.py);
-  const LoopRow row = findRow(frame, kLoopShears);
+  LoopFrame frame;
+  turnFrame(work, direction.px, direction.py, frame);
+  const LoopRow row = findRow(frame, kLoopShears, scores);
   const std::vector<LoopTip> tips = loopsOfRow(frame, row);
   NailfoldLoops out;
   tellRow(frame, work, row, out);
@@ -533,6 +534,11 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   if (row.atEdgeShare > 0.4) return refused(format("%s (the row lies at the picture's edge)", kByHand));
   if (std::none_of(tips.begin(), tips.end(), [](const LoopTip& t) { return t.score >= kClear; }))
     return refused(format("%s (no clear apex was found)", kByHand));
+  std::vector<float> contrasts;
+  for (const LoopTip& tip : tips) contrasts.push_back(tip.score);
+  // Skin alone has no common direction, and nothing on it stands out.
+  if (direction.concentration < 1.5 && percentile(contrasts, 0.5) < 1.8f)
+    return refused(format("%s (nothing stands out from the skin)", kByHand));
   std::vector<double> sharpness;
   for (const LoopTip& tip : tips) {
     MeasuredLoop measured = measureLoop(frame, tip);

@@ -125,7 +125,10 @@ void LoopSums::fill(const LoopPlane& darkness, const LoopPlane& redness, const L
   width = darkness.width + highest - lowest;
   stride = width + 2 * kMargin + 1;
   const auto cells = static_cast<size_t>(stride) * static_cast<size_t>(height + 2 * kMargin + 1);
-  for (std::vector<int32_t>* table : {&dark, &red, &there}) table->assign(cells, 0);
+  for (std::vector<int32_t>* table : {&dark, &red, &there}) {
+    table->resize(cells);
+    std::fill_n(table->begin(), static_cast<size_t>(stride) * (kMargin + 1), 0);
+  }
   for (int32_t line = kMargin; line < height + 2 * kMargin; ++line) {
     const int32_t y = line - kMargin;
     uint32_t darkSum = 0, redSum = 0;
@@ -137,20 +140,25 @@ void LoopSums::fill(const LoopPlane& darkness, const LoopPlane& redness, const L
       red[here + i] = static_cast<int32_t>(static_cast<uint32_t>(red[above + i]) + redSum);
       there[here + i] = there[above + i] + thereSum;
     };
-    const auto first = static_cast<size_t>(kMargin + 1 + (y < height ? movedBy(y) : 0));
+    if (y >= height) {
+      for (std::vector<int32_t>* table : {&dark, &red, &there})
+        std::copy_n(table->begin() + static_cast<ptrdiff_t>(above), stride,
+                    table->begin() + static_cast<ptrdiff_t>(here));
+      continue;
+    }
+    const auto first = static_cast<size_t>(kMargin + 1 + movedBy(y));
     for (size_t i = 0; i < first; ++i) put(i);
     size_t next = first;
-    if (y < height)
-      for (int32_t x = 0; x < darkness.width; ++x, ++next) {
-        if (weight.at(x, y) > 0) {
-          darkSum +=
-              static_cast<uint32_t>(static_cast<int32_t>(kUnit * std::clamp(darkness.at(x, y), -2.0f, 2.0f)));
-          redSum += static_cast<uint32_t>(
-              static_cast<int32_t>(kUnit / kRedOfBlood * std::clamp(redness.at(x, y), -1.3f, 1.3f)));
-          ++thereSum;
-        }
-        put(next);
+    const float *darkRow = darkness.row(y), *redRow = redness.row(y), *weightRow = weight.row(y);
+    for (int32_t x = 0; x < darkness.width; ++x, ++next) {
+      if (weightRow[x] > 0) {
+        darkSum += static_cast<uint32_t>(static_cast<int32_t>(kUnit * std::clamp(darkRow[x], -2.0f, 2.0f)));
+        redSum += static_cast<uint32_t>(
+            static_cast<int32_t>(kUnit / kRedOfBlood * std::clamp(redRow[x], -1.3f, 1.3f)));
+        ++thereSum;
       }
+      put(next);
+    }
     for (; next < static_cast<size_t>(stride); ++next) put(next);
   }
 }
@@ -161,10 +169,10 @@ void scoreLoopRow(const LoopSums& sums, int32_t y, const LoopBoxes& boxes, float
   (sums, y, boxes, factor, kind, best.data(), kinds.data(), best.size());
 }
 
-LoopScores loopScores(const LoopPlane& darkness, const LoopPlane& redness, const LoopPlane& weight,
+void LoopScores::fill(const LoopPlane& darkness, const LoopPlane& redness, const LoopPlane& weight,
                       double grid, std::span<const double> shears) {
-  LoopScores out{LoopPlane(darkness.width, darkness.height), LoopPlane(darkness.width, darkness.height)};
-  LoopSums sums;
+  score.reset(darkness.width, darkness.height);
+  kind.reset(darkness.width, darkness.height);
   const auto wide = static_cast<size_t>(darkness.width);
   for (size_t s = 0; s < shears.size(); ++s) {
     sums.fill(darkness, redness, weight, shears[s]);
@@ -172,9 +180,8 @@ LoopScores loopScores(const LoopPlane& darkness, const LoopPlane& redness, const
     for (int32_t y = 0; y < darkness.height; y += 2)
       for (size_t b = 0; b < std::size(kLoopBodies); ++b)
         scoreLoopRow(sums, y, loopBoxes(kLoopBodies[b], grid), factor, static_cast<float>(b + 3 * s),
-                     {out.score.row(y), wide}, {out.kind.row(y), wide});
+                     {score.row(y), wide}, {kind.row(y), wide});
   }
-  return out;
 }
 
 }  // namespace tarnvisor

@@ -34,13 +34,18 @@ struct LoopSums {
   std::vector<int32_t> moved;
 };
 
-struct LoopScores {
+// Keeps its memory.
+class LoopScores {
+ public:
+  // Of every second row. redness is taken in units of what blood shows for its darkness.
+  void fill(const LoopPlane& darkness, const LoopPlane& redness, const LoopPlane& weight, double grid,
+            std::span<const double> shears);
   LoopPlane score;  // 0 and above
   LoopPlane kind;   // body + 3 * shear
+
+ private:
+  LoopSums sums;
 };
-// Of every second row. redness is taken in units of what blood shows for its darkness.
-LoopScores loopScores(const LoopPlane& darkness, const LoopPlane& redness, const LoopPlane& weight,
-                      double grid, std::span<const double> shears);
 
 // The scores of row y, for boxes of one kind, where they beat what stands in best.
 void scoreLoopRow(const LoopSums& sums, int32_t y, const LoopBoxes& boxes, float factor, float kind,

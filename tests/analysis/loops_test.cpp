@@ -76,7 +76,8 @@ void plainScore(const Fields& f, int32_t x, int32_t y, const LoopBoxes& b, doubl
 TEST(LoopScores, EqualThosePlainlySummed) {
   for (const auto& [width, height] : {std::array{61, 50}, {7, 64}, {130, 9}, {1, 1}}) {
     const Fields f = fieldsOf(width, height, static_cast<uint64_t>(width));
-    const LoopScores fast = loopScores(f.dark, f.red, f.weight, 4.5, kLoopShears);
+    LoopScores fast;
+    fast.fill(f.dark, f.red, f.weight, 4.5, kLoopShears);
     LoopPlane score(width, height), kind(width, height);
     for (int32_t y = 0; y < height; y += 2)
       for (int32_t x = 0; x < width; ++x)
