@@ -68,15 +68,17 @@ void blurBy(LoopPlane& plane, const std::vector<float>& half, Place place) {
       for (int32_t x = 0; x < plane.width; ++x) row[x] += share * (middle[x - i] + middle[x + i]);
     }
   }
-  const LoopPlane source = plane;
+  // Rows that were replaced already are kept as long as they are needed.
+  LoopPlane kept(plane.width, reach + 1);
   for (int32_t y = 0; y < plane.height; ++y) {
     float* out = plane.row(y);
+    std::copy_n(out, plane.width, kept.row(y % (reach + 1)));
     for (int32_t x = 0; x < plane.width; ++x) out[x] *= half[0];
     for (int32_t i = -reach; i <= reach; ++i) {
       const int32_t from = place(y + i, plane.height);
       if (i == 0 || from < 0) continue;
       const float share = half[static_cast<size_t>(std::abs(i))];
-      const float* in = source.row(from);
+      const float* in = from <= y ? kept.row(from % (reach + 1)) : plane.row(from);
       for (int32_t x = 0; x < plane.width; ++x) out[x] += share * in[x];
     }
   }

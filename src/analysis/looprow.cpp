@@ -40,7 +40,7 @@ class BoxMeans {
   };
   Mean over(double left, double top, double right, double bottom) const {
     const auto cell = [&](double v, int32_t end) {
-      return std::clamp(static_cast<int32_t>(std::lround(v / coarse.step)), 0, end);
+      return std::clamp(static_cast<int32_t>(v * inverse + 0.5), 0, end);
     };
     const int32_t x0 = cell(left, coarse.sum.width), x1 = cell(right, coarse.sum.width);
     const int32_t y0 = cell(top, coarse.sum.height), y1 = cell(bottom, coarse.sum.height);
@@ -57,6 +57,7 @@ class BoxMeans {
     return of[index(x1, y1)] - of[index(x0, y1)] - of[index(x1, y0)] + of[index(x0, y0)];
   }
   LoopCoarse coarse;
+  double inverse = 1.0 / coarse.step;
   size_t stride;
   std::vector<double> sums, counts;
 };
@@ -252,7 +253,7 @@ class RowPath {
     return static_cast<size_t>(c) * static_cast<size_t>(lines + 1) + static_cast<size_t>(l);
   }
   double heldIn(int32_t c, double from, double to) const {
-    const auto line = [&](double l) { return std::clamp(static_cast<int32_t>(std::lround(l)), 0, lines); };
+    const auto line = [&](double l) { return std::clamp(static_cast<int32_t>(l + 0.5), 0, lines); };
     return held[heldAt(c, line(to))] - held[heldAt(c, line(from))];
   }
 

@@ -46,8 +46,7 @@ void transform(Block& block, const Block& basis, bool back) {
   }
 }
 
-void lose(Plane& plane, const std::array<uint8_t, 64>& table, int32_t quality) {
-  static const Block basis = cosines();
+void lose(Plane& plane, const Block& basis, const std::array<uint8_t, 64>& table, int32_t quality) {
   const int32_t percent = quality < 50 ? 5000 / quality : 200 - 2 * quality;
   Block step;
   for (size_t i = 0; i < step.size(); ++i)
@@ -93,9 +92,10 @@ void loseAsJpeg(CZZimage& image, int32_t quality) {
     blue.values[i] = blue.values[i] / count.values[i] + 128;
     red.values[i] = red.values[i] / count.values[i] + 128;
   }
-  lose(luma, kLuma, quality);
-  lose(blue, kChroma, quality);
-  lose(red, kChroma, quality);
+  const Block basis = cosines();
+  lose(luma, basis, kLuma, quality);
+  lose(blue, basis, kChroma, quality);
+  lose(red, basis, kChroma, quality);
   for (int32_t y = 0; y < image.height; ++y)
     for (int32_t x = 0; x < image.width; ++x) {
       uint8_t* p = image.row(y) + 3 * static_cast<ptrdiff_t>(x);
