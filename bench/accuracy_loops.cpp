@@ -171,6 +171,6 @@ int main(int argc, char** argv) {
   tarnvisor::timed();
   if (folder) tarnvisor::recorded(tarnvisor::withSeparator(folder) + "nailfold-still/");
   tarnvisor::simulated(count);
-  tarnvisor::changed(std::max<size_t>(count / 10, 1));
+  tarnvisor::changed(std::max<size_t>(count / 16, 1));
   return 0;
 }

@@ -260,18 +260,22 @@ class RowPath {
   // Loops that stand on the curve speak for it, and more so those left before it against it.
   void fillGains() {
     const BoxMeans magenta(frame.magenta, frame.weight, std::max(1, frame.pixels(16)));
+    constexpr double kUnknown = 9;
     const double aside = 100 / frame.grid, deep = 400 / frame.grid, before = 100 / frame.grid;
     for (int32_t c = 0; c < columns; ++c) {
       const double x = (c + 0.5) * wide;
       const auto column = std::min(static_cast<size_t>(x), frame.top.size() - 1);
+      double step = kUnknown;  // broad: every second line tells it
       for (int32_t l = 0; l < lines; ++l) {
         const double y = (l + 0.5) * high;
         if (y - frame.top[column] < before || y > frame.bottom[column]) continue;
-        const BoxMeans::Mean behind = magenta.over(x - aside, y, x + aside, y + deep);
-        const BoxMeans::Mean beyond = magenta.over(x - aside, y - deep, x + aside, y);
-        double step = 0;
-        if (behind.share >= 0.25 && beyond.share >= 0.10 && frame.magentaSpan > 0)
-          step = std::clamp((behind.value - beyond.value) / frame.magentaSpan, -0.5, 0.5);
+        if (l % 2 == 0 || step == kUnknown) {
+          const BoxMeans::Mean behind = magenta.over(x - aside, y, x + aside, y + deep);
+          const BoxMeans::Mean beyond = magenta.over(x - aside, y - deep, x + aside, y);
+          step = 0;
+          if (behind.share >= 0.25 && beyond.share >= 0.10 && frame.magentaSpan > 0)
+            step = std::clamp((behind.value - beyond.value) / frame.magentaSpan, -0.5, 0.5);
+        }
         redder[index(c, l)] = static_cast<float>(step);
         const double own = heldIn(c, l + 0.5 - 40 / kLine, l + 0.5 + 120 / kLine);
         const double left = heldIn(c, l + 0.5 - 880 / kLine, l + 0.5 - 56 / kLine);
@@ -352,6 +356,18 @@ constexpr float kLeastScore = 1.1f;
 // Faint ones count where the row is expected: of what its clear ones show on average, so much at least.
 constexpr float kLeastOnRow = 0.75f, kFaintShare = 0.22f;
 constexpr double kOnRow = 100;
+// What stands as far before the curve is none of the row's.
+constexpr double kBeyond = 120;
+
+// How far behind the curve, in micrometres.
+double behindCurve(const LoopFrame& frame, const LoopRow& row, const LoopTip& tip) {
+  const auto x = static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0));
+  return (tip.y - row.curve[x]) * frame.grid;
+}
+
+bool isSeen(const LoopFrame& frame, const LoopRow& row, const LoopTip& tip) {
+  return row.seen[static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0))];
+}
 
 float leastOnRow(const std::vector<LoopTip>& near) {
   std::vector<float> scores;
@@ -389,16 +405,22 @@ LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScor
   return row;
 }
 
+size_t loopsBefore(const LoopFrame& frame, const LoopRow& row) {
+  return static_cast<size_t>(std::count_if(row.tips.begin(), row.tips.end(), [&](const LoopTip& tip) {
+    return tip.score >= kLeastScore && tip.gate >= 0.3 && isSeen(frame, row, tip) &&
+           behindCurve(frame, row, tip) <= -kBeyond;
+  }));
+}
+
 std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
-  constexpr double kBeyond = 120, kBehind = 280, kBehindOther = 80, kOtherShare = 0.35;
+  constexpr double kBehind = 300, kBehindOther = 80, kOtherShare = 0.35;
   // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
-  constexpr double kInGapBehind = 180, kGap = 100;
+  constexpr double kInGapBehind = 180, kGap = 48;
   std::vector<LoopTip> near;
   for (const LoopTip& tip : row.tips) {
-    const auto x = static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0));
-    const double behind = (tip.y - row.curve[x]) * frame.grid;
+    const double behind = behindCurve(frame, row, tip);
     if (tip.score >= (std::abs(behind) < kOnRow ? kLeastOnRow : kLeastScore) && tip.gate >= 0.3 &&
-        row.seen[x] && behind > -kBeyond && behind < kBehind)
+        isSeen(frame, row, tip) && behind > -kBeyond && behind < kBehind)
       near.push_back(tip);
   }
   const float least = leastOnRow(near);
@@ -426,8 +448,7 @@ std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
   std::vector<LoopTip> first;
   for (const LoopTip& tip : kept) {
     const auto standsBehind = [&](const LoopTip& other) {
-      const auto x = static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0));
-      const double aside = (tip.y - row.curve[x]) * frame.grid > kInGapBehind ? kGap : 36;
+      const double aside = behindCurve(frame, row, tip) > kInGapBehind ? kGap : 36;
       return std::abs(tip.x - other.x) * frame.grid < aside &&
              (tip.y - other.y) * frame.grid > kBehindOther && other.score >= kOtherShare * tip.score;
     };

@@ -563,6 +563,8 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   out.centralPerMm = loopsAbout(out.centre, out, request.pixelSize);
   if (sharp < kSoft) out.reasons.emplace_back("the loops are soft");
   if (length < 2) out.reasons.push_back(format("only %.2f mm of the row can be seen", length));
+  if (const size_t before = loopsBefore(frame, row); before > 1 && 10 * before >= tips.size())
+    out.reasons.emplace_back("loops stand before the row that was found");
   if (row.hiddenShare > 0.15) out.reasons.emplace_back("glare hides a part of the row");
   if (work.neutralShare > 0.004) out.reasons.emplace_back("a hair or dirt lies on the skin");
   if (row.stepShare < 0.5) out.reasons.emplace_back("the skin hardly reddens behind the row");
