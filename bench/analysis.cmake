@@ -24,3 +24,7 @@ endif()
 bench_program(bench_flow SOURCES flow.cpp DEPENDS analysis)
 add_executable(bench_accuracy_width accuracy_width.cpp)
 target_link_libraries(bench_accuracy_width PRIVATE analysis synth)
+# Nailfold loops: how right, how steady, how fast.
+add_executable(bench_accuracy_loops accuracy_loops.cpp)
+target_include_directories(bench_accuracy_loops PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+target_link_libraries(bench_accuracy_loops PRIVATE analysis synth stillimport)

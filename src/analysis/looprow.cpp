@@ -1,0 +1,461 @@
+#include "analysis/looprow.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace tarnvisor {
+
+int32_t LoopFrame::pixels(double micrometres) const {
+  return static_cast<int32_t>(std::lround(micrometres / grid));
+}
+
+namespace {
+
+float meanAbout(const LoopPlane& plane, int32_t x, int32_t y, int32_t halfWidth, int32_t halfHeight) {
+  float sum = 0;
+  int32_t count = 0;
+  for (int32_t j = std::max(0, y - halfHeight); j <= std::min(plane.height - 1, y + halfHeight); ++j)
+    for (int32_t i = std::max(0, x - halfWidth); i <= std::min(plane.width - 1, x + halfWidth); ++i, ++count)
+      sum += plane.at(i, j);
+  return count ? sum / static_cast<float>(count) : 0.0f;
+}
+
+// Sums of a plane, and how much of it is there, over any box.
+class BoxMeans {
+ public:
+  BoxMeans(const LoopPlane& plane, const LoopPlane& weight, int32_t step)
+      : coarse(coarsened(plane, weight, step)), stride(static_cast<size_t>(coarse.sum.width) + 1) {
+    sums.resize(stride * (static_cast<size_t>(coarse.sum.height) + 1));
+    counts.resize(sums.size());
+    for (int32_t y = 0; y < coarse.sum.height; ++y)
+      for (int32_t x = 0; x < coarse.sum.width; ++x) {
+        const size_t to = index(x + 1, y + 1), left = to - 1, above = index(x + 1, y), corner = above - 1;
+        sums[to] = coarse.sum.at(x, y) + sums[left] + sums[above] - sums[corner];
+        counts[to] = coarse.weight.at(x, y) + counts[left] + counts[above] - counts[corner];
+      }
+  }
+  struct Mean {
+    double value = 0, share = 0;
+  };
+  Mean over(double left, double top, double right, double bottom) const {
+    const auto cell = [&](double v, int32_t end) {
+      return std::clamp(static_cast<int32_t>(v * inverse + 0.5), 0, end);
+    };
+    const int32_t x0 = cell(left, coarse.sum.width), x1 = cell(right, coarse.sum.width);
+    const int32_t y0 = cell(top, coarse.sum.height), y1 = cell(bottom, coarse.sum.height);
+    const double count = box(counts, x0, y0, x1, y1);
+    if (count <= 0) return {};
+    return {box(sums, x0, y0, x1, y1) / count, count / ((right - left) * (bottom - top))};
+  }
+
+ private:
+  size_t index(int32_t x, int32_t y) const {
+    return static_cast<size_t>(y) * stride + static_cast<size_t>(x);
+  }
+  double box(const std::vector<double>& of, int32_t x0, int32_t y0, int32_t x1, int32_t y1) const {
+    return of[index(x1, y1)] - of[index(x0, y1)] - of[index(x1, y0)] + of[index(x0, y0)];
+  }
+  LoopCoarse coarse;
+  double inverse = 1.0 / coarse.step;
+  size_t stride;
+  std::vector<double> sums, counts;
+};
+
+// --- Tips
+
+constexpr double kLeastCandidate = 0.5;
+
+bool isHighest(const LoopPlane& score, int32_t x, int32_t y, int32_t halfWidth, int32_t halfHeight) {
+  const float own = score.at(x, y);
+  for (int32_t j = std::max(0, y - halfHeight); j <= std::min(score.height - 1, y + halfHeight); ++j)
+    for (int32_t i = std::max(0, x - halfWidth); i <= std::min(score.width - 1, x + halfWidth); ++i) {
+      const float other = score.at(i, j);
+      if (other > own || (other == own && (j < y || (j == y && i < x)))) return false;
+    }
+  return true;
+}
+
+// From inside the body upwards along what is darkest, to where it ends.
+LoopTip climbed(const LoopFrame& frame, LoopTip tip) {
+  const auto level = [&](int32_t x, int32_t y) {
+    return meanAbout(frame.darkness, x, y, frame.pixels(10), frame.pixels(6));
+  };
+  const int32_t down = frame.pixels(std::max(24.0, 0.55 * tip.body));
+  const int32_t half = frame.pixels(tip.body / 2);
+  int32_t y = std::min(static_cast<int32_t>(tip.y) + down, frame.darkness.height - 1);
+  const auto middle = static_cast<int32_t>(std::lround(tip.x + tip.shear * down));
+  int32_t x = std::clamp(middle, 0, frame.darkness.width - 1);
+  for (int32_t i = middle - half; i <= middle + half; ++i)
+    if (frame.darkness.has(i, y) && frame.darkness.at(i, y) > frame.darkness.at(x, y)) x = i;
+  const float start = level(x, y);
+  const int32_t most = frame.pixels(std::max(160.0, tip.body + 40));
+  for (int32_t i = 0; i < most && y > 0; ++i) {
+    int32_t best = x;
+    float darkest = level(x, y - 1);
+    for (const int32_t next : {x - 1, x + 1}) {
+      if (!frame.darkness.has(next, y - 1)) continue;
+      const float there = level(next, y - 1);
+      if (there > darkest) darkest = there, best = next;
+    }
+    if (darkest < 0.4f * start) break;
+    x = best;
+    --y;
+  }
+  tip.x = x;
+  tip.y = y;
+  tip.depth = start;
+  return tip;
+}
+
+class Gate {
+ public:
+  explicit Gate(const LoopFrame& of) : frame(of), glints(of.glint, of.weight, std::max(1, of.pixels(12))) {}
+  double at(const LoopTip& tip) const {
+    const auto x = static_cast<int32_t>(tip.x), y = static_cast<int32_t>(tip.y);
+    const int32_t half = frame.pixels(18);
+    const float magenta = meanAbout(frame.magenta, x, y + frame.pixels(20), half, half);
+    const std::vector<float>& ranks = frame.magentaRanks;
+    const double rank =
+        static_cast<double>(std::lower_bound(ranks.begin(), ranks.end(), magenta) - ranks.begin()) /
+        static_cast<double>(std::max<size_t>(ranks.size(), 1));
+    const int32_t wide = frame.pixels(122);
+    const double glint = glints.over(x - wide, y - wide, x + wide + 1, y + wide + 1).value;
+    return std::clamp((rank - 0.10) / 0.12, 0.0, 1.0) * std::clamp((0.20 - glint) / 0.10, 0.0, 1.0);
+  }
+
+ private:
+  const LoopFrame& frame;
+  BoxMeans glints;
+};
+
+std::vector<LoopTip> tipsOf(const LoopFrame& frame, const LoopScores& scores) {
+  const auto least = static_cast<float>(kLeastCandidate * frame.unit);
+  std::vector<LoopTip> all;
+  for (int32_t y = 0; y < scores.score.height; y += 2)
+    for (int32_t x = 0; x < scores.score.width; ++x) {
+      if (scores.score.at(x, y) < least || !isHighest(scores.score, x, y, 1, 2)) continue;
+      if (!isHighest(scores.score, x, y, frame.pixels(22), frame.pixels(42))) continue;
+      const auto kind = static_cast<size_t>(scores.kind.at(x, y));
+      LoopTip tip;
+      tip.x = x;
+      tip.y = y;
+      tip.score = scores.score.at(x, y) / static_cast<float>(frame.unit);
+      tip.body = kLoopBodies[kind % 3];
+      tip.shear = kLoopShears[kind / 3];
+      all.push_back(climbed(frame, tip));
+    }
+  std::stable_sort(all.begin(), all.end(),
+                   [](const LoopTip& a, const LoopTip& b) { return a.score > b.score; });
+  std::vector<LoopTip> kept;
+  const Gate gate(frame);
+  for (LoopTip& tip : all) {
+    const auto same = [&](const LoopTip& other) {
+      return std::abs(other.x - tip.x) * frame.grid < 24 && std::abs(other.y - tip.y) * frame.grid < 40;
+    };
+    if (std::any_of(kept.begin(), kept.end(), same)) continue;
+    tip.gate = gate.at(tip);
+    kept.push_back(tip);
+  }
+  return kept;
+}
+
+// --- The curve
+
+// Columns are twice as wide as high, so that seven moves reach from -37 to 37 degrees.
+constexpr double kLine = 12, kColumn = 32;
+constexpr int32_t kSteepest = 3, kMoves = 2 * kSteepest + 1;
+// Rows of loops are smooth: what a change of direction costs by its square, and a slant.
+constexpr float kBend = 0.12f, kSlant = 0.012f;
+
+class RowPath {
+ public:
+  RowPath(const LoopFrame& of, const std::vector<LoopTip>& tips)
+      : frame(of),
+        wide(kColumn / of.grid),
+        high(kLine / of.grid),
+        columns(static_cast<int32_t>(std::ceil(of.darkness.width / wide))),
+        lines(static_cast<int32_t>(std::ceil(of.darkness.height / high))),
+        gains(static_cast<size_t>(columns) * static_cast<size_t>(lines)),
+        redder(gains.size()) {
+    deposit(tips);
+    fillGains();
+  }
+
+  void trace(LoopRow& row) const {
+    const std::vector<int32_t> path = best();
+    std::vector<double> smooth(path.begin(), path.end());
+    smoothen(smooth);
+    row.curve.resize(static_cast<size_t>(frame.darkness.width));
+    row.seen.resize(row.curve.size());
+    int32_t inPicture = 0, atEdge = 0, inField = 0, hidden = 0;
+    for (int32_t x = 0; x < frame.darkness.width; ++x) {
+      const auto i = static_cast<size_t>(x);
+      const double place = std::clamp((x + 0.5) / wide - 0.5, 0.0, columns - 1.0);
+      const auto c = static_cast<size_t>(place);
+      const double next = smooth[std::min(c + 1, smooth.size() - 1)];
+      row.curve[i] = (smooth[c] + (place - static_cast<double>(c)) * (next - smooth[c]) + 0.5) * high;
+      const bool within = row.curve[i] >= frame.top[i] && row.curve[i] < frame.bottom[i];
+      const bool open = within && row.curve[i] - frame.top[i] >= 100 / frame.grid;
+      row.seen[i] = open && isLit(x, row.curve[i]);
+      inField += open;
+      hidden += open && !row.seen[i];
+      inPicture += within;
+      atEdge += within && row.curve[i] - frame.top[i] < 160 / frame.grid;
+    }
+    row.atEdgeShare = inPicture ? static_cast<double>(atEdge) / inPicture : 1;
+    row.hiddenShare = inField ? static_cast<double>(hidden) / inField : 0;
+    int32_t cells = 0, steps = 0;
+    row.total = 0;
+    for (int32_t c = 0; c < columns; ++c) {
+      const auto x = std::min(static_cast<size_t>((c + 0.5) * wide), row.seen.size() - 1);
+      if (!row.seen[x]) continue;
+      const size_t at = index(c, path[static_cast<size_t>(c)]);
+      row.total += gains[at];
+      steps += redder[at] > 0.05f;
+      ++cells;
+    }
+    row.stepShare = cells ? static_cast<double>(steps) / cells : 0;
+  }
+
+ private:
+  size_t index(int32_t c, int32_t l) const {
+    return static_cast<size_t>(c) * static_cast<size_t>(lines) + static_cast<size_t>(l);
+  }
+
+  // Glare about the curve hides loops.
+  bool isLit(int32_t x, double y) const {
+    const int32_t half = frame.pixels(60);
+    const auto line = std::clamp(static_cast<int32_t>(y), 0, frame.weight.height - 1);
+    return meanAbout(frame.weight, x, line, 2, half) >= 0.4f;
+  }
+
+  // What each column holds, from its top: a running sum of what tips bring.
+  void deposit(const std::vector<LoopTip>& tips) {
+    held.assign(static_cast<size_t>(columns) * static_cast<size_t>(lines + 1), 0);
+    constexpr double kSigma = 80 / kColumn;
+    for (const LoopTip& tip : tips) {
+      const double worth = std::clamp((tip.score - 0.8) / 1.6, 0.0, 1.0) * tip.gate;
+      if (worth <= 0) continue;
+      const double c = tip.x / wide;
+      const auto l = std::min(static_cast<int32_t>(tip.y / high), lines - 1);
+      constexpr double kNorm = 1 / (kSigma * 2.5066282746310002);
+      const auto from = std::max(0, static_cast<int32_t>(c - 4 * kSigma));
+      for (int32_t i = from; i < std::min<double>(columns, c + 4 * kSigma); ++i) {
+        const double away = (i + 0.5 - c) / kSigma;
+        held[heldAt(i, l + 1)] += worth * kNorm * std::exp(-0.5 * away * away);
+      }
+    }
+    for (int32_t c = 0; c < columns; ++c)
+      for (int32_t l = 0; l < lines; ++l) held[heldAt(c, l + 1)] += held[heldAt(c, l)];
+  }
+  size_t heldAt(int32_t c, int32_t l) const {
+    return static_cast<size_t>(c) * static_cast<size_t>(lines + 1) + static_cast<size_t>(l);
+  }
+  double heldIn(int32_t c, double from, double to) const {
+    const auto line = [&](double l) { return std::clamp(static_cast<int32_t>(l + 0.5), 0, lines); };
+    return held[heldAt(c, line(to))] - held[heldAt(c, line(from))];
+  }
+
+  // Loops that stand on the curve speak for it, and more so those left before it against it.
+  void fillGains() {
+    const BoxMeans magenta(frame.magenta, frame.weight, std::max(1, frame.pixels(16)));
+    constexpr double kUnknown = 9;
+    const double aside = 100 / frame.grid, deep = 400 / frame.grid, before = 100 / frame.grid;
+    for (int32_t c = 0; c < columns; ++c) {
+      const double x = (c + 0.5) * wide;
+      const auto column = std::min(static_cast<size_t>(x), frame.top.size() - 1);
+      double step = kUnknown;  // broad: every second line tells it
+      for (int32_t l = 0; l < lines; ++l) {
+        const double y = (l + 0.5) * high;
+        if (y - frame.top[column] < before || y > frame.bottom[column]) continue;
+        if (l % 2 == 0 || step == kUnknown) {
+          const BoxMeans::Mean behind = magenta.over(x - aside, y, x + aside, y + deep);
+          const BoxMeans::Mean beyond = magenta.over(x - aside, y - deep, x + aside, y);
+          step = 0;
+          if (behind.share >= 0.25 && beyond.share >= 0.10 && frame.magentaSpan > 0)
+            step = std::clamp((behind.value - beyond.value) / frame.magentaSpan, -0.5, 0.5);
+        }
+        redder[index(c, l)] = static_cast<float>(step);
+        const double own = heldIn(c, l + 0.5 - 40 / kLine, l + 0.5 + 120 / kLine);
+        const double left = heldIn(c, l + 0.5 - 880 / kLine, l + 0.5 - 56 / kLine);
+        gains[index(c, l)] = static_cast<float>(own - 1.5 * left + kColumn / 4 * (0.06 * step - 0.003));
+      }
+    }
+  }
+
+  // A state is a line and the move that led to it.
+  std::vector<int32_t> best() const {
+    const auto states = static_cast<size_t>(lines) * kMoves;
+    const auto state = [](int32_t l, int32_t m) { return static_cast<size_t>(l * kMoves + m); };
+    std::vector<float> sum(states), next(states);
+    std::vector<int8_t> before(states * static_cast<size_t>(columns));
+    for (int32_t l = 0; l < lines; ++l)
+      for (int32_t m = 0; m < kMoves; ++m) sum[state(l, m)] = gains[index(0, l)];
+    for (int32_t c = 1; c < columns; ++c) {
+      int8_t* from = before.data() + states * static_cast<size_t>(c);
+      for (int32_t l = 0; l < lines; ++l)
+        for (int32_t m = 0; m < kMoves; ++m) {
+          const int32_t source = l - (m - kSteepest);
+          float most = -1e30f;
+          int32_t way = m;
+          if (source < 0 || source >= lines) {
+            next[state(l, m)] = most;
+            continue;
+          }
+          for (int32_t old = std::max(0, m - 1); old <= std::min(kMoves - 1, m + 1); ++old) {
+            const auto bend = static_cast<float>(m - old);
+            const float value = sum[state(source, old)] - kBend * bend * bend;
+            if (value > most) most = value, way = old;
+          }
+          next[state(l, m)] =
+              most + gains[index(c, l)] - kSlant * static_cast<float>(std::abs(m - kSteepest));
+          from[state(l, m)] = static_cast<int8_t>(way);
+        }
+      sum.swap(next);
+    }
+    std::vector<int32_t> path(static_cast<size_t>(columns));
+    const auto last = static_cast<int32_t>(std::max_element(sum.begin(), sum.end()) - sum.begin());
+    int32_t l = last / kMoves, m = last % kMoves;
+    for (int32_t c = columns - 1; c >= 0; --c) {
+      path[static_cast<size_t>(c)] = l;
+      const int8_t way = before[states * static_cast<size_t>(c) + state(l, m)];
+      l = std::clamp(l - (m - kSteepest), 0, lines - 1);
+      m = way;
+    }
+    return path;
+  }
+
+  static void smoothen(std::vector<double>& path) {
+    constexpr double kSigma = 60 / kColumn;
+    constexpr int32_t kReach = 6;
+    const std::vector<double> source = path;
+    for (size_t i = 0; i < path.size(); ++i) {
+      double sum = 0, weights = 0;
+      for (int32_t d = -kReach; d <= kReach; ++d) {
+        const auto j = static_cast<int64_t>(i) + d;
+        if (j < 0 || j >= static_cast<int64_t>(source.size())) continue;
+        const double weight = std::exp(-0.5 * d * d / (kSigma * kSigma));
+        sum += weight * source[static_cast<size_t>(j)];
+        weights += weight;
+      }
+      path[i] = sum / weights;
+    }
+  }
+
+  const LoopFrame& frame;
+  double wide, high;
+  int32_t columns, lines;
+  std::vector<double> held;
+  std::vector<float> gains, redder;
+};
+
+// --- Which belong
+
+constexpr float kLeastScore = 1.1f;
+// Faint ones count where the row is expected: of what its clear ones show on average, so much at least.
+constexpr float kLeastOnRow = 0.75f, kFaintShare = 0.22f;
+constexpr double kOnRow = 100;
+// What stands as far before the curve is none of the row's.
+constexpr double kBeyond = 120;
+
+// How far behind the curve, in micrometres.
+double behindCurve(const LoopFrame& frame, const LoopRow& row, const LoopTip& tip) {
+  const auto x = static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0));
+  return (tip.y - row.curve[x]) * frame.grid;
+}
+
+bool isSeen(const LoopFrame& frame, const LoopRow& row, const LoopTip& tip) {
+  return row.seen[static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0))];
+}
+
+float leastOnRow(const std::vector<LoopTip>& near) {
+  std::vector<float> scores;
+  for (const LoopTip& tip : near)
+    if (tip.score >= kLeastScore) scores.push_back(tip.score);
+  if (scores.empty()) return kLeastScore;
+  const auto middle = scores.begin() + static_cast<ptrdiff_t>(scores.size() / 2);
+  std::nth_element(scores.begin(), middle, scores.end());
+  return std::clamp(kFaintShare * *middle, kLeastOnRow, kLeastScore);
+}
+
+// Dark all the way from one to the other: one crooked or ramified loop, or a bleeding.
+bool areBridged(const LoopFrame& frame, const LoopTip& a, const LoopTip& b) {
+  const auto level = static_cast<float>(0.6 * std::min(a.depth, b.depth));
+  for (const double down : {16.0, 32.0, 56.0}) {
+    const double shift = down / frame.grid;
+    const auto steps = static_cast<int32_t>(std::ceil(std::max(std::abs(a.x - b.x), std::abs(a.y - b.y))));
+    bool dark = true;
+    for (int32_t i = 0; i <= steps && dark; ++i) {
+      const double t = steps ? static_cast<double>(i) / steps : 0;
+      dark = frame.darkness.between(a.x + t * (b.x - a.x), a.y + t * (b.y - a.y) + shift) >= level;
+    }
+    if (dark) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScores& scores) {
+  LoopRow row;
+  scores.fill(frame.darkness, frame.redness, frame.weight, frame.grid, shears);
+  row.tips = tipsOf(frame, scores);
+  RowPath(frame, row.tips).trace(row);
+  return row;
+}
+
+size_t loopsBefore(const LoopFrame& frame, const LoopRow& row) {
+  return static_cast<size_t>(std::count_if(row.tips.begin(), row.tips.end(), [&](const LoopTip& tip) {
+    return tip.score >= kLeastScore && tip.gate >= 0.3 && isSeen(frame, row, tip) &&
+           behindCurve(frame, row, tip) <= -kBeyond;
+  }));
+}
+
+std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
+  constexpr double kBehind = 300, kBehindOther = 80, kOtherShare = 0.35;
+  // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
+  constexpr double kInGapBehind = 180, kGap = 48;
+  std::vector<LoopTip> near;
+  for (const LoopTip& tip : row.tips) {
+    const double behind = behindCurve(frame, row, tip);
+    if (tip.score >= (std::abs(behind) < kOnRow ? kLeastOnRow : kLeastScore) && tip.gate >= 0.3 &&
+        isSeen(frame, row, tip) && behind > -kBeyond && behind < kBehind)
+      near.push_back(tip);
+  }
+  const float least = leastOnRow(near);
+  std::erase_if(near, [&](const LoopTip& tip) { return tip.score < least; });
+  std::vector<LoopTip> kept;
+  for (const LoopTip& tip : near) {
+    bool stands = true;
+    std::vector<size_t> behindIt;
+    for (size_t i = 0; i < kept.size() && stands; ++i) {
+      const LoopTip& other = kept[i];
+      const double dx = std::abs(tip.x - other.x) * frame.grid, dy = (tip.y - other.y) * frame.grid;
+      if (dx < std::max(36.0, 0.6 * std::max(tip.body, other.body)) && std::abs(dy) < 240) {
+        const bool wins = dy < -kBehindOther && tip.score >= kOtherShare * other.score;
+        if (wins) behindIt.push_back(i);
+        stands = wins;
+      } else if (dx < 152 && std::abs(dy) < 120 && areBridged(frame, tip, other)) {
+        stands = false;
+      }
+    }
+    if (!stands) continue;
+    for (size_t i = behindIt.size(); i > 0; --i)
+      kept.erase(kept.begin() + static_cast<ptrdiff_t>(behindIt[i - 1]));
+    kept.push_back(tip);
+  }
+  std::vector<LoopTip> first;
+  for (const LoopTip& tip : kept) {
+    const auto standsBehind = [&](const LoopTip& other) {
+      const double aside = behindCurve(frame, row, tip) > kInGapBehind ? kGap : 36;
+      return std::abs(tip.x - other.x) * frame.grid < aside &&
+             (tip.y - other.y) * frame.grid > kBehindOther && other.score >= kOtherShare * tip.score;
+    };
+    if (std::none_of(kept.begin(), kept.end(), standsBehind)) first.push_back(tip);
+  }
+  std::sort(first.begin(), first.end(), [](const LoopTip& a, const LoopTip& b) { return a.x < b.x; });
+  return first;
+}
+
+}  // namespace tarnvisor
