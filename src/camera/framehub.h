@@ -26,11 +26,11 @@ class FrameHub final : public FrameReceiver {
   };
   struct Counts {
     int32_t fields = 0;
-    int64_t frames = 0;    // that came
+    int64_t frames = 0;                        // that came
     double firstSeconds = 0, lastSeconds = 0;  // when the first and the last of them did
-    int64_t lost = 0;      // that the camera took and that never came
-    int64_t recorded = 0;  // of the present or last recording
-    int64_t missed = 0;    // that the recording could not hold, and those lost meanwhile
+    int64_t lost = 0;                          // that the camera took and that never came
+    int64_t recorded = 0;                      // of the present or last recording
+    int64_t missed = 0;                        // that the recording could not hold, and those lost meanwhile
   };
   // False when no more frames can be taken. Runs on the hub's thread.
   using Write = std::function<bool(const Frame&)>;

@@ -146,10 +146,11 @@ std::optional<std::string> CdbDocument::folderForUnnamed(const std::string& want
   }
   const bool isFiledNowhere = !isBoundToExam() && next->exam < 0 && !next->subject.empty() && !isUnattended();
   if (isFiledNowhere &&
-      host().messages.show(format("No examination of subject %s is selected: %s will belong to none. Save it in %s "
-                                  "all the same?",
-                                  next->subject.c_str(), title().c_str(), wanted.c_str()),
-                           Buttons::YesNo, Icon::Careful) != Answer::Yes)
+      host().messages.show(
+          format("No examination of subject %s is selected: %s will belong to none. Save it in %s "
+                 "all the same?",
+                 next->subject.c_str(), title().c_str(), wanted.c_str()),
+          Buttons::YesNo, Icon::Careful) != Answer::Yes)
     return std::nullopt;
   if (!isBoundToExam()) std::tie(madeFor, madeUnder) = std::tie(next->subject, next->exam);
   return strangerIn(wanted, *next) < 0 ? wanted : withSeparator(theApp().dataFolder + examFolder());

@@ -12,11 +12,12 @@ using K = MenuEntry::Kind;
 }
 
 Menu fileMenu(const MenuEntries& ofDocument) {
-  return {"&File",
-          MenuEntries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::OpenRemote, cmd::FileClose} +
-              ofDocument +
-              MenuEntries{K::Separator, cmd::ExportPicture, cmd::ExportMetafile, K::Separator, cmd::DataFolder, cmd::SelectProfile,
-                          K::Separator, K::RecentFiles, K::Separator, cmd::AppExit}};
+  return {
+      "&File",
+      MenuEntries{cmd::FileOpen, cmd::Import, cmd::OpenCytoscan, cmd::OpenRemote, cmd::FileClose} +
+          ofDocument +
+          MenuEntries{K::Separator, cmd::ExportPicture, cmd::ExportMetafile, K::Separator, cmd::DataFolder,
+                      cmd::SelectProfile, K::Separator, K::RecentFiles, K::Separator, cmd::AppExit}};
 }
 
 Menu subjectMenu() {

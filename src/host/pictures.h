@@ -12,8 +12,8 @@ namespace tarnvisor {
 class PictureWriter {
  public:
   virtual ~PictureWriter() = default;
-  // Draws a picture of that size in the format that the path's ending names: png, jpg, tif, bmp, svg, pdf or wmf.
-  // On failure an old file of that name stays as it was.
+  // Draws a picture of that size in the format that the path's ending names: png, jpg, tif, bmp, svg, pdf or
+  // wmf. On failure an old file of that name stays as it was.
   virtual Outcome write(const std::string& path, Size size, const std::function<void(Canvas&)>& draw) = 0;
 };
 

@@ -122,8 +122,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool hasScale() const { return calibrated || isScaleTold(); }
   std::string unitName() const { return calibrated ? userunits : "pixel"; }
   // False, and the user told, for what is no scale (isScale): nothing is then changed.
-  [[nodiscard]] virtual bool setScale(double x, double y, const std::string& name, int64_t date, bool asDefault,
-                                      bool addToTable);
+  [[nodiscard]] virtual bool setScale(double x, double y, const std::string& name, int64_t date,
+                                      bool asDefault, bool addToTable);
 
   // The scale of what this was made of, with its unit and name.
   void takeScale(const ZBasicDoc& of);

@@ -48,7 +48,7 @@ class ZlineScanBaseView : public ZchartView {
   bool hasRowsActive() const { return dynamic_cast<C2DTrace*>(active()) != nullptr; }
 
   ZlineScanBaseDoc& scan;
-  std::vector<Slope> before;  // while one is dragged
+  std::vector<Slope> before;                 // while one is dragged
   double grabbedTime = 0, grabbedValue = 0;  // from the mouse to the end that it took
   bool dragging = false;
 };
