@@ -525,8 +525,7 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   tellRow(frame, work, row, out);
   const Along along(out.row);
   const double length = along.length() * request.pixelSize / 1000;
-  // Where the skin's colour hardly tells the side, the rows have to.
-  if (lead < (direction.strength < 0.6 ? 2.5 : 1.15))
+  if (direction.strength < 0.6 || lead < 1.15)
     return refused(format("%s (no side of the picture is clearly the nail's)", kByHand));
   if (direction.concentration < 1.1) return refused(format("%s (no common direction of limbs)", kByHand));
   if (length < 1) return refused(format("%s (only %.2f mm of the row can be seen)", kByHand, length));
