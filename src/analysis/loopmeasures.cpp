@@ -48,7 +48,7 @@ std::vector<float> profileOf(const LoopFrame& frame, const LoopTip& tip, const s
   for (int32_t i = frame.pixels(from); i < std::min(frame.pixels(to), static_cast<int32_t>(course.size()));
        ++i, ++rows)
     for (int32_t d = -half; d <= half; ++d)
-      profile[static_cast<size_t>(d + half)] +=
+      profile[static_cast<size_t>(int64_t{d} + half)] +=
           static_cast<float>(frame.darkness.between(course[static_cast<size_t>(i)] + d, tip.y + i));
   for (float& p : profile) p /= static_cast<float>(std::max(rows, 1));
   return rows > 0 ? profile : std::vector<float>();

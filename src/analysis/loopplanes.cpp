@@ -59,7 +59,7 @@ void blurBy(LoopPlane& plane, const std::vector<float>& half, Place place) {
     float* row = plane.row(y);
     for (int32_t i = -reach; i < plane.width + reach; ++i) {
       const int32_t from = place(i, plane.width);
-      line[static_cast<size_t>(i + reach)] = from < 0 ? 0.0f : row[from];
+      line[static_cast<size_t>(int64_t{i} + reach)] = from < 0 ? 0.0f : row[from];
     }
     const float* middle = line.data() + reach;
     for (int32_t x = 0; x < plane.width; ++x) row[x] = half[0] * middle[x];
@@ -248,9 +248,10 @@ void turnAll(const LoopTurn& turn, std::initializer_list<Turned> smooth,
       const float gy = std::clamp(startY + stepY * static_cast<float>(x), 0.0f, static_cast<float>(h - 1));
       const int32_t x0 = std::min(static_cast<int32_t>(gx), std::max(w - 2, 0));
       const int32_t y0 = std::min(static_cast<int32_t>(gy), std::max(h - 2, 0));
-      sources[static_cast<size_t>(x)] = {
-          y0 * w + x0, static_cast<int32_t>(gy + 0.5f) * w + static_cast<int32_t>(gx + 0.5f),
-          gx - static_cast<float>(x0), gy - static_cast<float>(y0)};
+      const float beyondX = gx + 0.5f, beyondY = gy + 0.5f;
+      sources[static_cast<size_t>(x)] = {y0 * w + x0,
+                                         static_cast<int32_t>(beyondY) * w + static_cast<int32_t>(beyondX),
+                                         gx - static_cast<float>(x0), gy - static_cast<float>(y0)};
     }
     for (const Turned& one : smooth) {
       const float* from = one.from.values.data();

@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+#include "base/numbers.h"
+
 namespace tarnvisor {
 
 int32_t LoopFrame::pixels(double micrometres) const {
@@ -39,9 +41,7 @@ class BoxMeans {
     double value = 0, share = 0;
   };
   Mean over(double left, double top, double right, double bottom) const {
-    const auto cell = [&](double v, int32_t end) {
-      return std::clamp(static_cast<int32_t>(v * inverse + 0.5), 0, end);
-    };
+    const auto cell = [&](double v, int32_t end) { return std::clamp(truncated(v * inverse + 0.5), 0, end); };
     const int32_t x0 = cell(left, coarse.sum.width), x1 = cell(right, coarse.sum.width);
     const int32_t y0 = cell(top, coarse.sum.height), y1 = cell(bottom, coarse.sum.height);
     const double count = box(counts, x0, y0, x1, y1);
@@ -253,7 +253,7 @@ class RowPath {
     return static_cast<size_t>(c) * static_cast<size_t>(lines + 1) + static_cast<size_t>(l);
   }
   double heldIn(int32_t c, double from, double to) const {
-    const auto line = [&](double l) { return std::clamp(static_cast<int32_t>(l + 0.5), 0, lines); };
+    const auto line = [&](double l) { return std::clamp(truncated(l + 0.5), 0, lines); };
     return held[heldAt(c, line(to))] - held[heldAt(c, line(from))];
   }
 
@@ -287,13 +287,13 @@ class RowPath {
   // A state is a line and the move that led to it.
   std::vector<int32_t> best() const {
     const auto states = static_cast<size_t>(lines) * kMoves;
-    const auto state = [](int32_t l, int32_t m) { return static_cast<size_t>(l * kMoves + m); };
+    const auto state = [](int32_t l, int32_t m) { return static_cast<size_t>(int64_t{l} * kMoves + m); };
     std::vector<float> sum(states), next(states);
-    std::vector<int8_t> before(states * static_cast<size_t>(columns));
+    std::vector<uint8_t> before(states * static_cast<size_t>(columns));
     for (int32_t l = 0; l < lines; ++l)
       for (int32_t m = 0; m < kMoves; ++m) sum[state(l, m)] = gains[index(0, l)];
     for (int32_t c = 1; c < columns; ++c) {
-      int8_t* from = before.data() + states * static_cast<size_t>(c);
+      uint8_t* from = before.data() + states * static_cast<size_t>(c);
       for (int32_t l = 0; l < lines; ++l)
         for (int32_t m = 0; m < kMoves; ++m) {
           const int32_t source = l - (m - kSteepest);
@@ -310,7 +310,7 @@ class RowPath {
           }
           next[state(l, m)] =
               most + gains[index(c, l)] - kSlant * static_cast<float>(std::abs(m - kSteepest));
-          from[state(l, m)] = static_cast<int8_t>(way);
+          from[state(l, m)] = static_cast<uint8_t>(way);
         }
       sum.swap(next);
     }
@@ -319,7 +319,7 @@ class RowPath {
     int32_t l = last / kMoves, m = last % kMoves;
     for (int32_t c = columns - 1; c >= 0; --c) {
       path[static_cast<size_t>(c)] = l;
-      const int8_t way = before[states * static_cast<size_t>(c) + state(l, m)];
+      const uint8_t way = before[states * static_cast<size_t>(c) + state(l, m)];
       l = std::clamp(l - (m - kSteepest), 0, lines - 1);
       m = way;
     }

@@ -534,6 +534,7 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   if (std::none_of(tips.begin(), tips.end(), [](const LoopTip& t) { return t.score >= kClear; }))
     return refused(format("%s (no clear apex was found)", kByHand));
   std::vector<float> contrasts;
+  contrasts.reserve(tips.size());
   for (const LoopTip& tip : tips) contrasts.push_back(tip.score);
   // Skin alone has no common direction, and nothing on it stands out.
   if (direction.concentration < 1.5 && percentile(contrasts, 0.5) < 1.8f)

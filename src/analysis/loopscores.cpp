@@ -146,7 +146,7 @@ void LoopSums::fill(const LoopPlane& darkness, const LoopPlane& redness, const L
                     table->begin() + static_cast<ptrdiff_t>(here));
       continue;
     }
-    const auto first = static_cast<size_t>(kMargin + 1 + movedBy(y));
+    const auto first = static_cast<size_t>(int64_t{kMargin} + 1 + movedBy(y));
     for (size_t i = 0; i < first; ++i) put(i);
     size_t next = first;
     const float *darkRow = darkness.row(y), *redRow = redness.row(y), *weightRow = weight.row(y);

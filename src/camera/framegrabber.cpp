@@ -222,7 +222,7 @@ void Grabber::takeRateOfFrames() {
   constexpr double kLongEnough = 0.5;  // seconds
   const FrameHub::Counts came = hub.counts();
   const double seconds = came.lastSeconds - came.firstSeconds;
-  if (seconds > kLongEnough) state.actualFps = (came.fields / 2 - 1) / seconds;
+  if (seconds > kLongEnough) state.actualFps = (came.fields * 0.5 - 1) / seconds;
 }
 
 uint32_t Grabber::checkFrame() {

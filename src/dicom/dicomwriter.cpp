@@ -22,7 +22,7 @@ namespace {
 constexpr size_t kShort = 16, kLong = 64;  // characters of a value
 
 void put(DcmDataset& set, const DcmTagKey& tag, const std::string& text) {
-  if (!text.empty()) set.putAndInsertOFStringArray(tag, text.c_str());
+  if (!text.empty()) set.putAndInsertOFStringArray(tag, OFString(text.data(), text.size()));
 }
 void putNumber(DcmDataset& set, const DcmTagKey& tag, Uint16 number) { set.putAndInsertUint16(tag, number); }
 

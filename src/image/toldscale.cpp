@@ -46,7 +46,7 @@ using Reader = std::unique_ptr<xmlTextReader, FreeReader>;
 
 std::string attribute(xmlTextReader* reader, const char* name) {
   xmlChar* value = xmlTextReaderGetAttribute(reader, reinterpret_cast<const xmlChar*>(name));
-  const std::string text = value ? reinterpret_cast<const char*>(value) : "";
+  std::string text = value ? reinterpret_cast<const char*>(value) : "";
   xmlFree(value);
   return text;
 }

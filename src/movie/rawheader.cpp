@@ -76,7 +76,7 @@ std::string besideWith(const std::string& path, std::initializer_list<const char
     for (const bool capitals : {false, true}) {
       if (capitals)
         for (char& c : ending) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
-      const std::string name = withoutExtension(path) + ending;
+      std::string name = withoutExtension(path) + ending;
       if (fileExists(name)) return name;
     }
   return "";

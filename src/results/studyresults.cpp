@@ -140,7 +140,7 @@ std::string settingsFingerprint() {
                       "wleft",     "wtop",     "wright",     "wbottom", "show",    "showcmd", "minx", "miny",
                       "maxx",      "maxy",     "showtarget", "targetx", "targety", "gridshow"}))
       continue;
-    counted += section + "/" + key + "=" + value + "\n";
+    counted.append(section).append("/").append(key).append("=").append(value).append("\n");
   }
   return sha256(counted);
 }

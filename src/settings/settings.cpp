@@ -191,6 +191,7 @@ std::vector<CSettingsFile::Entry> CSettingsFile::entries() const {
     return false;
   });
   std::vector<Entry> all;
+  all.reserve(found.size());
   for (const auto& [name, value] : found) all.push_back({name.first, name.second, value});
   return all;
 }

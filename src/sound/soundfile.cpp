@@ -31,7 +31,7 @@ class SoundFile final : public SoundSource {
     file.clear();
     file.seekg(0);
     if (isWav || equalIgnoringCase(extensionOf(path), "wav"))
-      if (const Outcome read = readHeader(size, rate); !read) return read;
+      if (Outcome read = readHeader(size, rate); !read) return read;
     if (channel < 0 || channel >= channels)
       return Outcome::failure(format("%s has no channel %i: it has %i.", path.c_str(),
                                      static_cast<int>(channel) + 1, static_cast<int>(channels)));
@@ -63,7 +63,7 @@ class SoundFile final : public SoundSource {
 
   // Up to the first sample. What the header says beyond the file's end is not there.
   Outcome readHeader(uint64_t size, uint32_t rate) {
-    const Outcome none = Outcome::failure(path + " is no WAV file of 16-bit samples.");
+    Outcome none = Outcome::failure(path + " is no WAV file of 16-bit samples.");
     if (!take(12) || std::memcmp(bytes.data(), "RIFF", 4) != 0 ||
         std::memcmp(bytes.data() + 8, "WAVE", 4) != 0)
       return none;

@@ -29,7 +29,7 @@ Block cosines() {
   Block basis;
   for (int32_t k = 0; k < kSide; ++k)
     for (int32_t n = 0; n < kSide; ++n)
-      basis[static_cast<size_t>(k * kSide + n)] =
+      basis[static_cast<size_t>(int64_t{k} * kSide + n)] =
           static_cast<float>(std::sqrt((k ? 2.0 : 1.0) / kSide) * sineOfTurns((2 * n + 1) * k / 32.0 + 0.25));
   return basis;
 }
@@ -57,14 +57,14 @@ void lose(Plane& plane, const Block& basis, const std::array<uint8_t, 64>& table
         Block block;
         for (int32_t y = 0; y < kSide; ++y)
           for (int32_t x = 0; x < kSide; ++x)
-            block[static_cast<size_t>(y * kSide + x)] =
+            block[static_cast<size_t>(int64_t{y} * kSide + x)] =
                 plane.row(std::min(top + y, plane.height - 1))[std::min(left + x, plane.width - 1)] - 128;
         transform(block, basis, false);
         for (size_t i = 0; i < block.size(); ++i) block[i] = step[i] * std::floor(block[i] / step[i] + 0.5f);
         transform(block, basis, true);
         for (int32_t y = 0; y < std::min(kSide, plane.height - top); ++y)
           for (int32_t x = 0; x < std::min(kSide, plane.width - left); ++x)
-            plane.row(top + y)[left + x] = block[static_cast<size_t>(y * kSide + x)] + 128;
+            plane.row(top + y)[left + x] = block[static_cast<size_t>(int64_t{y} * kSide + x)] + 128;
       }
   });
 }
