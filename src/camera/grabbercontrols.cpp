@@ -119,7 +119,8 @@ double fgSetFps(double framesPerSecond) {
 
 void fgSetPixelClock(int32_t megahertz) {
   Grabber& g = grabber();
-  if (megahertz == g.state.set.pixelClock) return;
+  const auto now = g.driver ? g.driver->value(CameraRole::PixelClock) : std::nullopt;
+  if (megahertz == g.state.set.pixelClock && (!now || truncated(*now) == megahertz)) return;
   g.state.set.pixelClock = megahertz;
   g.setClock();
 }
@@ -166,7 +167,9 @@ bool fgSetBinning() {
 
 double fgSetADCgain(double gain) {
   Grabber& g = grabber();
-  g.state.set.gain = truncated(gain);
+  // What the camera can't give is not what is in use.
+  const auto range = g.rangeOf(CameraRole::Gain);
+  g.state.set.gain = truncated(range ? std::min(gain, range->high / kAnalogueGain * 100.0) : gain);
   g.applyGain();
   return g.state.set.gain;
 }
