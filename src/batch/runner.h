@@ -10,6 +10,7 @@
 #include "app/basicapp.h"
 #include "batch/script.h"
 #include "batch/scripthost.h"
+#include "batch/verbs.h"
 
 namespace tarnvisor {
 
@@ -41,6 +42,7 @@ class ScriptRunner {
   CBasicApp& app;
   ScriptHost& script;
   bool asJson;
+  SavedFiles saved;
 };
 
 }  // namespace tarnvisor

@@ -201,7 +201,7 @@ void ZBasicfgDoc::freeze() {
 }
 
 void ZBasicfgDoc::keepFrozen() {
-  if (!frozen || isModified() || isUnattended()) return;
+  if (!frozen || isModified()) return;
   setModified();
   keptAt = changeCount();
 }

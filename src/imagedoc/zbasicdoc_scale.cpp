@@ -29,7 +29,7 @@ void ZBasicDoc::magnificationCommand() {
       host().messages.show(format("Only one scale was changed: x is %g, y is %g. Are the pixels not square?",
                                   entry.magx, entry.magy),
                            Buttons::YesNo, Icon::Careful) != Answer::Yes)
-    return;
+    return report("The scale stays as it was: give both.");
   const Change change(*this);
   if (dialog.isGiven()) {
     if (!setScale(entry.magx, entry.magy, entry.magname, entry.magdate, false, false)) return;

@@ -308,7 +308,7 @@ TEST_F(ImageDocument, AScaleOfOneDirectionAloneIsAskedAbout) {
   host.answers = {Answer::No};
   host.fill({{"x scale", "1.68"}});
   run("Magnification");
-  EXPECT_THAT(host.messages.back(), HasSubstr("x is 1.68, y is 1."));
+  EXPECT_THAT(host.messages, testing::Contains(HasSubstr("x is 1.68, y is 1.")));
   EXPECT_EQ(d.magx, 1);
   host.fill({{"x scale", "1.68"}, {"y scale", "1.68"}});
   run("Magnification");
