@@ -111,7 +111,8 @@ TEST_F(LinesThroughAVideo, HaveNoVelocityInImagesWithoutAPicture) {
         noise.discard(5);
         for (int32_t y = 0; y < image.height; ++y)
           for (int32_t x = 0; x < image.width; ++x)
-            image.row(y)[x] = k < 30 ? own.row(y)[x] : static_cast<uint8_t>(10 + noise() / 64 % 3);
+            image.row(y)[x] =
+                k < 30 ? own.row(y)[std::min(x, own.width - 1)] : static_cast<uint8_t>(10 + noise() / 64 % 3);
       });
   auto* half = dynamic_cast<CVivoCapDoc*>(app->openDocumentFile(dark));
   ASSERT_NE(half, nullptr);
