@@ -260,8 +260,12 @@ bool ZBasicfgDoc::saveStill(const std::string& stem) {
   if (!named) {
     if (isLive()) forgetOwner();  // the picture is of now
     const std::string wanted = stem.empty() ? automaticStem("-%y%m%d%H%M%S") + "_000" : stem;
-    const auto folder = folderForUnnamed(folderOf(wanted));
+    // Once agreed to, it is not asked again for each picture of a series.
+    const std::string subject = theExams().examId() < 0 ? theExams().subjectId() : std::string();
+    const bool agreed = isLive() && !subject.empty() && subject == unfiledFor;
+    const auto folder = agreed ? std::optional(folderOf(wanted)) : folderForUnnamed(folderOf(wanted));
     if (!folder) return false;
+    unfiledFor = subject;
     taken = takeLetterName(*folder + fileNameOf(wanted), ending);
     saveName = taken.path();
   } else {

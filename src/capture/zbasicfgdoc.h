@@ -65,7 +65,8 @@ class ZBasicfgDoc : public ZBasicDoc {
   uint64_t keptAt = 0;       // changeCount() when a user froze it
   int32_t binned = 0;        // whether the scale is that of two by two pixels
   int32_t openedUnder = -1;  // exam
-  Size whole;                // of the pictures that the region is drawn on
+  std::string unfiledFor;  // the subject whose live pictures are saved without an examination, as was agreed
+  Size whole;              // of the pictures that the region is drawn on
 };
 
 // The name as it stands where no file has it, else with a letter behind the stem, then with a number.

@@ -649,6 +649,18 @@ TEST_F(Capture, CancelledSettingsOfASequenceAreNotThoseOfTheNext) {
   EXPECT_NE(shown, "7");
 }
 
+TEST_F(Capture, ASubjectWithoutAnExaminationIsAskedAboutOnce) {
+  app->db->newSubject("A");
+  theExams().selectSubject("A", "");
+  openLive();
+  frames(1);
+  host.answers = {Answer::No};
+  view().freezeAndSave("");
+  EXPECT_THAT(host.messages, Contains(HasSubstr("No examination of subject A is selected")));
+  host.answers = {Answer::Yes};
+  for (int k = 0; k < 2; ++k) view().freezeAndSave("");
+}
+
 struct Subjects final : SubjectDialogFace {
   SubjectDialog::Result run(SubjectDialog&) override { return result; }
   SubjectDialog::Result result = SubjectDialog::Result::Cancel;
