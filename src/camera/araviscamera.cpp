@@ -54,7 +54,12 @@ bool isDone(const std::future<void>& errand) {
 // Closing asks the camera, and the library may just be asking it.
 void release(std::shared_ptr<AravisFeatures> features) {
   const bool isGone = features->isGone();
-  const auto closed = startErrand([owned = std::move(features)] {});
+  // The library tells of the loss on a thread that the last owner joins: that thread must not be the last
+  // owner.
+  static constexpr auto kTold = std::chrono::milliseconds(100);
+  const auto closed = startErrand([owned = std::move(features), isGone] {
+    if (isGone) std::this_thread::sleep_for(kTold);
+  });
   if (!isGone) (void)isDone(closed);
 }
 
