@@ -95,7 +95,7 @@ void ScriptRunner::report(const Step& step, const StepResult& result) const {
 StepResult ScriptRunner::runStep(const Step& step) {
   script.begin({});
   if (CDocument* front = documentInFront(app)) app.documents.activate(*front);
-  StepContext context{app, script, step, saved};
+  StepContext context{app, script, step};
   const Verb* verb = findVerb(step.word);
   StepResult result = verb ? verb->run(context) : unavailable(context);
   // What a command posted belongs to its step, and so does a timer that is due.

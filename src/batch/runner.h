@@ -10,7 +10,6 @@
 #include "app/basicapp.h"
 #include "batch/script.h"
 #include "batch/scripthost.h"
-#include "batch/verbs.h"
 
 namespace tarnvisor {
 
@@ -42,7 +41,6 @@ class ScriptRunner {
   CBasicApp& app;
   ScriptHost& script;
   bool asJson;
-  SavedFiles saved;
 };
 
 }  // namespace tarnvisor

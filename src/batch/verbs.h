@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,19 +10,14 @@
 #include "app/basicapp.h"
 #include "batch/script.h"
 #include "batch/scripthost.h"
-#include "exams/dbdocument.h"
 
 namespace tarnvisor {
 
 // What a verb works with.
-// Whose document this run saved at each path.
-using SavedFiles = std::map<std::string, CdbDocument::Owner>;
-
 struct StepContext {
   CBasicApp& app;
   ScriptHost& script;
   const Step& step;
-  SavedFiles& saved;
 };
 
 struct Verb {

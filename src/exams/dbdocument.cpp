@@ -13,6 +13,7 @@
 #include "base/geometry.h"
 #include "base/text.h"
 #include "exams/examselection.h"
+#include "framework/documenttype.h"
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/settings.h"
@@ -184,6 +185,37 @@ bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
                               Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 
+CdbDocument::Owner CdbDocument::ownerInFile(const std::string& path) const {
+  const auto made =
+      storedType() && storedType()->canOpen() ? storedType()->classes().makeDocument() : nullptr;
+  auto* there = dynamic_cast<CdbDocument*>(made.get());
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), &std::fclose);
+  if (!there || !file) return {};
+  try {
+    FileStream stream(file.get());
+    Archive archive(stream, Archive::Direction::Loading);
+    there->serialize(archive);
+  } catch (const std::exception&) {
+    return {};  // a name that was only taken, or no document at all
+  }
+  return {there->patientId, there->examIdOfDoc};
+}
+
+// Names are given anew in each exam, and by other programs: what lies there may be another patient's.
+bool CdbDocument::mayTakePlaceOf(const std::string& path, const Owner& next) const {
+  if (collectsOverExams() || !fileExists(path) || sameFile(path, pathName())) return true;
+  const Owner there = ownerInFile(path);
+  if (there.subject.empty() || there == next) return true;
+  const auto words = [](const Owner& of) {
+    return of.subject.empty() ? std::string("no subject")
+           : of.exam < 0      ? "subject " + of.subject
+                              : format("exam %i of subject %s", of.exam, of.subject.c_str());
+  };
+  return host().messages.show(format("%s holds a document of %s. Replace it by one of %s?", path.c_str(),
+                                     words(there).c_str(), words(next).c_str()),
+                              Buttons::YesNo, Icon::Careful) == Answer::Yes;
+}
+
 // The document's exam in the open database; -1 for one of another data folder, whose numbers mean others.
 int32_t CdbDocument::examHere() const {
   if (examIdOfDoc < 0) return owner().exam;
@@ -192,7 +224,7 @@ int32_t CdbDocument::examHere() const {
 
 bool CdbDocument::storeBound(const std::string& path) {
   const std::optional<Owner> next = askOwner();
-  if (!next || !mayLieIn(folderOf(path), *next)) return false;
+  if (!next || !mayLieIn(folderOf(path), *next) || !mayTakePlaceOf(path, *next)) return false;
   userLabel = currentUserLabel();
   const Binding before{isBound, patientId, examIdOfDoc, stationId, stationIdFirst};
   if (!isBoundToExam()) bindTo(*next);

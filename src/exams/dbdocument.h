@@ -33,6 +33,8 @@ class CdbDocument : public CDocument {
     bool operator==(const Owner&) const = default;
   };
   Owner owner() const;
+  // Whose the document in a file of this kind is; nobody's for a file that can't be read.
+  Owner ownerInFile(const std::string& path) const;
   // Whose its results are: the one it is bound to, else the one that its file names, else the one that was
   // selected when it was made.
   Owner measuredFor() const;
@@ -86,6 +88,7 @@ class CdbDocument : public CDocument {
   bool mayBecome(const Owner& owner);
   int32_t strangerIn(const std::string& folder, const Owner& next) const;
   bool mayLieIn(const std::string& folder, const Owner& next) const;
+  bool mayTakePlaceOf(const std::string& path, const Owner& next) const;
   int32_t examHere() const;
   bool liesInItsExam(const std::string& path) const;
   bool isExamKnown() const;    // a subject of that id has an exam of that number here

@@ -294,6 +294,15 @@ TEST_F(Runner, ASaveWithoutANameGoesOverNoOtherPicture) {
   EXPECT_THAT(run("close\nopen $shot.bmp\nsave shot.tv1").text, HasSubstr("in place of the file"));
 }
 
+TEST_F(Runner, OneSubjectsFileIsNotReplacedByAnothers) {
+  ASSERT_TRUE(run("subject A\nexam ring\nopen $shot.bmp\nsave $out.tv1\nclose").ok);
+  const auto before = readWholeText(folder.file("out.tv1"));
+  ASSERT_TRUE(run("subject B\nexam ring\nopen $shot.bmp").ok);
+  EXPECT_THAT(run("save $out.tv1").why, HasSubstr("holds a document of exam 1 of subject A"));
+  EXPECT_EQ(readWholeText(folder.file("out.tv1")), before);
+  EXPECT_TRUE(run("command \"Save As...\" $out.tv1 yes").ok);
+}
+
 TEST_F(Runner, WhatARunCollectedIsExportedThoughItsLastStepsFailed) {
   std::vector<Step> steps;
   const std::string lines =
