@@ -34,6 +34,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   virtual std::vector<std::string> filesInUse() const { return {filePath}; }
   // The file of another kind that it was made from; empty for none. No output replaces that either.
   const std::string& source() const { return sourceFile; }
+  // What a reader of its numbers must know: "not calibrated"; empty for nothing.
+  virtual std::string caution() const { return {}; }
   bool isModified() const { return modified; }
   void setModified(bool on = true) {
     modified = on;

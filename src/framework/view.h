@@ -17,6 +17,7 @@
 namespace tarnvisor {
 
 class CDocument;
+class SidePanel;
 
 enum class MouseButton { None, Left, Middle, Right };
 
@@ -122,6 +123,9 @@ class CView : public CommandTarget, public ScriptTarget {
 
   // --- what the window shows beside the drawing
   virtual std::vector<StatusPane> panes() const { return {}; }
+
+  // What the dock beside the windows shows while this one is in front; null for nothing. The view's own.
+  virtual SidePanel* sidePanel() { return nullptr; }
 
   // --- scrolling: the content's pixel that lies at the window's top left
   virtual Size contentSize() const { return {}; }  // nothing to scroll over with (0, 0)
