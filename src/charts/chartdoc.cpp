@@ -246,10 +246,14 @@ bool ZchartDoc::onNewDocument() {
   return true;
 }
 
-void ZchartDoc::deleteContents() {
-  for (const auto& trace : traces.items) tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(*trace); });
+void ZchartDoc::forgetUndo() {
   undoable.clear();
   redoable.clear();
+}
+
+void ZchartDoc::deleteContents() {
+  for (const auto& trace : traces.items) tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(*trace); });
+  forgetUndo();
   traces.items.clear();
   markers.Clear();
   clock = 0.0;

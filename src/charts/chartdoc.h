@@ -54,6 +54,7 @@ class ZchartDoc : public CdbDocument {
   class Change;
   void undo();
   void redo();
+  void forgetUndo();
   bool canUndo() const { return !undoable.empty(); }
   bool canRedo() const { return !redoable.empty(); }
 

@@ -27,7 +27,6 @@ void ZcommonFLODoc::readSettings() {
 void ZcommonFLODoc::saveSettings() const {
   ZchartDoc::saveSettings();
   settings.setInt(kSection, "threshold", analysis.threshold);
-  settings.setInt(kSection, "fftpoints", fftpoints);
   settings.setString(kSection, "dopplerscale", format("%.17g", dopplerscale));
 }
 

@@ -117,10 +117,17 @@ ZZTrace* ZcommonFLODoc::makeAuxiliaryTrace(size_t channel, uint32_t samples, dou
 // --- the form
 
 void ZcommonFLODoc::storeLive(Archive& archive, const LiveBlock& block) {
-  ZZTrace* const fed[] = {findtrace(kCbv), findtrace(kSpectrum), findtrace(kRaw)};
+  // What has the name but not the form of these is one of the further ones.
+  const auto plain = [this](const std::string& name) {
+    ZZTrace* trace = findtrace(name);
+    return dynamic_cast<CTrace*>(trace) ? trace : nullptr;
+  };
+  ZZTrace* raw = plain(kRaw);
+  if (raw && (fftpoints == 0 || raw->size() % (2u * fftpoints) != 0)) raw = nullptr;
+  ZZTrace* const fed[] = {plain(kCbv), dynamic_cast<C2DTrace*>(findtrace(kSpectrum)), raw};
   std::vector<ZZTrace*> auxiliary;
   for (size_t channel = 0; channel < kMostAuxiliary; ++channel)
-    auxiliary.push_back(findtrace(auxiliaryName(channel)));
+    auxiliary.push_back(plain(auxiliaryName(channel)));
   while (!auxiliary.empty() && !auxiliary.back()) auxiliary.pop_back();
   const auto sizeOf = [](const ZZTrace* trace) { return trace ? static_cast<int32_t>(trace->size()) : 0; };
 
@@ -161,7 +168,7 @@ ZcommonFLODoc::LiveBlock ZcommonFLODoc::readLive(Archive& archive) {
   LiveBlock block;
   serializeSettings(archive);
   const int32_t version = archive.getInt();
-  if (version < 1 || version > kVersion)
+  if (version < 0 || version > kVersion)
     throw ArchiveException(
         format("it is of version %i of the velocity input's charts", static_cast<int>(version)));
   block.kept = archive.getDouble();

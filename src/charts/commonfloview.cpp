@@ -10,6 +10,7 @@
 #include "host/host.h"
 #include "traces/contours.h"
 #include "traces/rowfilters.h"
+#include "traces/shownvalues.h"
 
 namespace tarnvisor {
 
@@ -46,7 +47,8 @@ std::vector<StatusPane> ZcommonFLOView::panes() const {
 void ZcommonFLOView::fullScaleChanged(const C2DTrace& rows) {
   const VelocitySettings& velocity = process.velocity;
   if (velocity.fsLinkThreshold && !velocity.autonoise)
-    flo.setThreshold(static_cast<int32_t>(std::clamp(rows.fullscale * velocity.fsThreshold, 0.0, 1e9)));
+    flo.setThreshold(static_cast<int32_t>(
+        std::clamp(ShownValues(rows).of(rows.fullscale) * velocity.fsThreshold, 0.0, 1e9)));
 }
 
 // --- how a velocity is found
@@ -87,6 +89,7 @@ void ZcommonFLOView::cbvParameters() {
   form.addNote("The filter of the Doppler power spectrum drops what lies below so many hertz.");
   if (!asked(form)) return;
   process.velocity = v;
+  if (threshold == flo.analysis.threshold) return;  // a stored chart's is no setting of the next one
   flo.setThreshold(threshold);
   flo.saveSettings();
 }

@@ -47,7 +47,7 @@ void Cflo1Doc::readSettings() {
   rawnpts = std::max(1, settings.getInt(kSection, "rawnpts", 12000));
   flonpts = std::max(1, settings.getInt(kSection, "flonpts", 12000));
   dopnpts = std::max(1, settings.getInt(kSection, "dopnpts", 12000));
-  NoPtsToSample = std::max(1, settings.getInt(kSection, "NoPtsToSample", 12000));
+  stopPointCount = std::max(1, settings.getInt(kSection, "NoPtsToSample", 12000));
   stopMode =
       std::clamp(settings.getInt(kSection, "stopmode", kOnCbvFull), int32_t{kCircular}, int32_t{kOnRawFull});
   inputGain = settings.getDouble(kSection, "InputGain", 1.0);
@@ -58,6 +58,7 @@ void Cflo1Doc::readSettings() {
 void Cflo1Doc::saveSettings() const {
   ZcommonFLODoc::saveSettings();
   settings.setDouble(kSection, "SlowSampleRate", SlowSampleRate);
+  settings.setInt("commonflodoc", "fftpoints", fftpoints);
   settings.setInt(kSection, "Bandwidthi", Bandwidthi);
   settings.setInt(kSection, "ipchannel", ipchannel);
   settings.setInt(kSection, "rawenabled", rawenabled);
@@ -66,7 +67,7 @@ void Cflo1Doc::saveSettings() const {
   settings.setInt(kSection, "rawnpts", rawnpts);
   settings.setInt(kSection, "flonpts", flonpts);
   settings.setInt(kSection, "dopnpts", dopnpts);
-  settings.setInt(kSection, "NoPtsToSample", NoPtsToSample);
+  settings.setInt(kSection, "NoPtsToSample", stopPointCount);
   settings.setInt(kSection, "stopmode", stopMode);
   settings.setDouble(kSection, "InputGain", inputGain);
 }
@@ -89,17 +90,22 @@ void Cflo1Doc::makeTraces() {
   tellLowMemory();
 }
 
-// As many as the serial line has channels.
-void Cflo1Doc::makeAuxiliaryTraces() {
+int32_t Cflo1Doc::auxiliaryChannels() const {
   const DopplerInput* input = dopplerInput();
-  const int32_t channels = input && input->auxiliary ? input->auxiliaryChannels : 0;
-  for (int32_t channel = 0; channel < static_cast<int32_t>(kAuxiliaryChannels); ++channel) {
-    ZZTrace* trace = findtrace(auxiliaryName(static_cast<size_t>(channel)));
-    if (trace && channel >= channels) deletetrace(*trace);
-    if (!trace && channel < channels)
-      makeAuxiliaryTrace(static_cast<size_t>(channel), static_cast<uint32_t>(flonpts), 1 / SlowSampleRate);
+  return input && input->auxiliary ? input->auxiliaryChannels : 0;
+}
+
+// As many as the serial line has channels. One that is there holds what was recorded, and stays.
+void Cflo1Doc::makeAuxiliaryTraces() {
+  for (int32_t i = 0; i < auxiliaryChannels(); ++i) {
+    const auto channel = static_cast<size_t>(i);
+    if (!findtrace(auxiliaryName(channel)))
+      makeAuxiliaryTrace(channel, static_cast<uint32_t>(flonpts), 1 / SlowSampleRate);
   }
 }
+
+// A block is stored as at most so many samples.
+double Cflo1Doc::fastestRate() const { return kMostSteps * blockRate; }
 
 void Cflo1Doc::serialize(Archive& archive) {
   if (archive.isLoading() && !isLiveForm(archive)) return ZcommonFLODoc::serialize(archive);
@@ -159,6 +165,8 @@ void Cflo1Doc::runSource() {
     report(why + " What was recorded is kept.");
   };
   slowDue = 0;
+  overRangeBlocks = 0;
+  forgetUndo();  // what it holds is of times that are written over
   analysis.beginSignal();
   running = 1;
   updateAllViews();
@@ -177,10 +185,14 @@ void Cflo1Doc::stopSource() {
 void Cflo1Doc::takeBlock(std::span<const int16_t> block, int64_t blocksLost) {
   DopplerInput* input = dopplerInput();
   slowDue += static_cast<double>(1 + std::max<int64_t>(0, blocksLost)) * SlowSampleRate / blockRate;
-  const double steps = std::floor(slowDue);
+  // What is more, of blocks that were lost, comes with the next ones.
+  const double steps = std::min<double>(std::floor(slowDue), kMostSteps);
   slowDue -= steps;
   processblock(block, truncated(steps),
                input && input->auxiliary ? input->auxiliary->values() : AuxiliaryValues{});
+  if (const std::string lost = input && input->auxiliary ? input->auxiliary->takeFailure() : "";
+      !lost.empty())
+    report(lost);
 }
 
 // --- a block
@@ -206,7 +218,7 @@ void Cflo1Doc::processblock(std::span<const int16_t> block, int32_t slowcount, c
   const std::span<double> row = std::span(spectrum).first(fftpoints);
   const int32_t before = analysis.threshold;
   int32_t value = 0;
-  if (findtrace(kCbv)) {
+  if (floenabled && findtrace(kCbv)) {
     analysis.parameters = process.velocity;
     const double bins = cbvfind(analysis, row);
     value = truncated(std::min(shiftOfBins(bins, samplerate() * 0.5, fftpoints), kHighestItem));
@@ -235,19 +247,20 @@ bool Cflo1Doc::storeStep(std::span<const int16_t> block, int32_t value, const Au
     trace.advance(1);
     trace.cursorvalue += (sample - trace.cursorvalue) * smoothing;
   };
-  if (ZZTrace* cbv = findtrace(kCbv); cbv && cbv->size()) store(*cbv, value);
-  if (auto* rows = dynamic_cast<C2DTrace*>(findtrace(kSpectrum)); rows && rows->size()) {
+  if (ZZTrace* cbv = floenabled ? findtrace(kCbv) : nullptr; cbv && cbv->size()) store(*cbv, value);
+  auto* rows = dopenabled ? dynamic_cast<C2DTrace*>(findtrace(kSpectrum)) : nullptr;
+  if (rows && rows->size()) {
     const uint32_t width = std::min<uint32_t>(rows->width(), fftpoints);
     for (uint32_t bin = 0; bin < width; ++bin) rows->data->putcell(rows->origin, bin, spectrum[bin]);
     rows->setextent(rows->origin, samplerate() * 0.5);
     rows->advance(1);
     rows->cursorvalue += (value - rows->cursorvalue) * smoothing;
   }
-  if (ZZTrace* raw = findtrace(kRaw); raw && raw->size()) storeRaw(*raw, block);
+  if (ZZTrace* raw = rawenabled ? findtrace(kRaw) : nullptr; raw && raw->size()) storeRaw(*raw, block);
   for (size_t channel = 0; channel < kAuxiliaryChannels; ++channel)
     if (ZZTrace* trace = findtrace(auxiliaryName(channel)); trace && trace->size() > 1)
       store(*trace, aux[channel]);
-  if (++sampleCount < NoPtsToSample) return true;
+  if (++sampleCount < stopPointCount) return true;
   sampleCount = 0;
   if (!stopsOnFull()) return true;
   stopSource();

@@ -45,6 +45,7 @@ class Cflo1Doc final : public ZcommonFLODoc {
   int32_t rawenabled = 0, floenabled = 1, dopenabled = 1;
   int32_t rawnpts = 12000, flonpts = 12000, dopnpts = 12000;
   int32_t stopMode = kOnCbvFull;
+  int32_t stopPointCount = 12000;  // points of the buffer that ends a recording
   double smoothing = 0;
   double inputGain = 1;  // samples are multiplied by it
   bool stopsOnFull() const { return stopMode != kCircular; }
@@ -52,9 +53,11 @@ class Cflo1Doc final : public ZcommonFLODoc {
   // --- for the status bar
   std::string bandwidthWords() const;
   std::string spreadWords() const;
-  bool isOverRange() const { return overRangeBlocks > 0; }
+  bool isOverRange() const { return running && overRangeBlocks > 0; }
 
   // --- flo1doc_commands.cpp
+  void toggleLaser();
+  bool isLaserOn() const { return laserOn; }
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
   std::unique_ptr<PressureCuff> cuff = std::make_unique<NoCuff>();
@@ -65,7 +68,9 @@ class Cflo1Doc final : public ZcommonFLODoc {
   bool storeStep(std::span<const int16_t> block, int32_t value, const AuxiliaryValues& aux);
   void storeRaw(ZZTrace& raw, std::span<const int16_t> block) const;
   void makeTraces();
+  int32_t auxiliaryChannels() const;
   void makeAuxiliaryTraces();
+  double fastestRate() const;  // of the samples of the chart
   int32_t stopPoint();
   void applyBandwidth();
 
@@ -75,8 +80,6 @@ class Cflo1Doc final : public ZcommonFLODoc {
   void changeInput(double rate, uint16_t fft, const std::vector<Buffer>& wanted, int32_t mode);
   void auxiliarySettings();
   void inputChannel();
-  void toggleLaser();
-  bool isLaserOn() const { return laserOn; }
   void changeBandwidth(int32_t by);
   void increaseBandwidth() { changeBandwidth(-1); }
   void decreaseBandwidth() { changeBandwidth(1); }

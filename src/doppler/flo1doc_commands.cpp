@@ -22,9 +22,13 @@ struct Cflo1Doc::Buffer {
   double bytesPerPoint = 0;
   int32_t on = 0, hours = 0, minutes = 0, seconds = 0;
   std::string memory = {};
+  int64_t shownDuration = 0;  // whole seconds of what may have a part of one more
+  double shownRate = 0;
+  int64_t shownPoints = 0;
 
   int64_t duration() const { return (int64_t{hours} * 60 + minutes) * 60 + seconds; }
   int64_t pointsAt(double rate) const {
+    if (rate == shownRate && duration() == shownDuration) return shownPoints;
     return std::max<int64_t>(1, std::llround(static_cast<double>(duration()) * rate));
   }
 };
@@ -60,6 +64,9 @@ void Cflo1Doc::inputSettings() {
     each.hours = static_cast<int32_t>(seconds / 3600);
     each.minutes = static_cast<int32_t>(seconds / 60 % 60);
     each.seconds = static_cast<int32_t>(seconds % 60);
+    each.shownDuration = each.duration();
+    each.shownRate = SlowSampleRate;
+    each.shownPoints = this->*each.points;
     const std::string name = each.words;
     form.addCheck(name, each.on);
     form.add(name + ": hours", each.hours, {0, 99});
@@ -74,6 +81,11 @@ void Cflo1Doc::inputSettings() {
   form.setOnChange(tell);
   tell();
   if (!asked(form)) return;
+  if (rate > fastestRate())
+    return report(
+        format("The input gives %.1f blocks a second, each of which is stored at most %.0f times: a rate of "
+               "%g is too high.",
+               blockRate, fastestRate() / blockRate, rate));
   for (const Buffer& each : buffers)
     if (each.on && each.pointsAt(rate) > kMostPoints)
       return report(
@@ -91,10 +103,13 @@ void Cflo1Doc::changeInput(double rate, uint16_t fft, const std::vector<Buffer>&
     return !isThere || otherRate || rowsChange || each.pointsAt(rate) != this->*each.points;
   };
   if (std::ranges::any_of(wanted, isChanged) && !saveModified()) return;
-  if (running) stopSource();
   std::vector<const Buffer*> changed;
   for (const size_t i : {1, 0, 2})
     if (isChanged(wanted[i])) changed.push_back(&wanted[i]);
+  if (!changed.empty() || otherRate) {
+    if (running) stopSource();
+    sampleCount = 0;
+  }
   {
     const TraceBatch batch(*this);
     SlowSampleRate = rate;
@@ -111,13 +126,12 @@ void Cflo1Doc::changeInput(double rate, uint16_t fft, const std::vector<Buffer>&
     }
     // Beside a trace that began anew, what the others hold would be of another time.
     for (const ZZTrace::Own& trace : traces.items)
-      if (!changed.empty() && trace->name.starts_with("IP")) trace->period = 1 / rate;
+      if ((otherRate || !changed.empty()) && trace->name.starts_with("IP")) trace->period = 1 / rate;
   }
-  sampleCount = 0;
   stopMode = mode;
   const int32_t point = stopPoint();
   if (point == 0) stopMode = kCircular;
-  if (point > 0) NoPtsToSample = point;
+  if (point > 0) stopPointCount = point;
   saveSettings();
   updateAllViews();
 }
@@ -137,8 +151,14 @@ void Cflo1Doc::auxiliarySettings() {
   form.add("number of channels", channels, {0, static_cast<double>(kAuxiliaryChannels)});
   form.addNote("They come over the serial line of \"Hardware settings\".");
   if (!asked(form)) return;
+  std::vector<ZZTrace*> left;  // their recordings go
+  for (const ZZTrace::Own& trace : traces.items)
+    if (int32_t number = 0; std::sscanf(trace->name.c_str(), "IP%d", &number) == 1 && number > channels)
+      left.push_back(trace.get());
+  if (!left.empty() && !saveModified()) return;
   settings.setInt(kFloCalcs, "numberofchannels", channels);
   if (DopplerInput* input = dopplerInput()) input->auxiliaryChannels = channels;
+  for (ZZTrace* trace : left) deletetrace(*trace);
   makeAuxiliaryTraces();
 }
 
@@ -153,6 +173,7 @@ void Cflo1Doc::inputChannel() {
   if (goesOn && channel != ipchannel + 1) stopSource();
   ipchannel = static_cast<uint16_t>(channel - 1);
   inputGain = gain;
+  overRangeBlocks = 0;
   saveSettings();
   if (goesOn) runSource();
 }
@@ -216,12 +237,6 @@ const CommandTableBase& Cflo1Doc::commandTable() {
         {.tip = "Decrease bandwidth",
          .status = "Halves the highest frequency of the spectra.",
          .keys = "Shift+F2"}},
-       {cmd::Laser,
-        "&Laser",
-        &D::toggleLaser,
-        nullptr,
-        &D::isLaserOn,
-        {.tip = "Laser", .status = "Switches the instrument's laser on and off.", .keys = "F9"}},
        {cmd::InputChannel,
         "&Input channel...",
         &D::inputChannel,

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/numbers.h"
 #include "base/text.h"
@@ -53,11 +54,13 @@ class SerialLine final : public AuxiliarySource {
     char piece[256];
     for (int reads = 0; reads < 64; ++reads) {
       const ssize_t got = ::read(file, piece, sizeof piece);
+      if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) noteLost(got < 0 ? errno : EPIPE);
       if (got <= 0) break;
       for (ssize_t i = 0; i < got; ++i) take(piece[i]);
     }
     return held;
   }
+  std::string takeFailure() override { return std::exchange(lost, {}); }
   Outcome setBandwidth(double hertz) override {
     return send(format("B%03i\r", std::clamp(truncated(std::round(hertz / kHertzPerStep)), 0, kHighestStep)));
   }
@@ -78,8 +81,14 @@ class SerialLine final : public AuxiliarySource {
       line += letter;
     }
   }
+  void noteLost(int error) {
+    if (std::exchange(wasLost, true)) return;
+    lost = format("The serial line %s gives nothing any more: %s. Its last values are recorded on.",
+                  path.c_str(), std::strerror(error));
+  }
   int file;
-  std::string path, line;
+  std::string path, line, lost;
+  bool wasLost = false;
   AuxiliaryValues held{};
 };
 

@@ -20,6 +20,8 @@ class AuxiliarySource {
   virtual ~AuxiliarySource() = default;
   // The newest of each channel; one that never came is 0.
   virtual AuxiliaryValues values() = 0;
+  // In words, once: why nothing comes any more.
+  virtual std::string takeFailure() { return {}; }
   virtual Outcome setBandwidth(double hertz) = 0;
   virtual Outcome send(const std::string& command) = 0;
 };

@@ -86,8 +86,10 @@ bool FLO1::start() {
   const Outcome started = waveinhandle->start(queue);
   why = started.why();
   running = static_cast<bool>(started);
-  if (!running) logPrintf("flo1::start %s\n", why.c_str());
-  return running;
+  if (running) return true;
+  logPrintf("flo1::start %s\n", why.c_str());
+  closeaudio();  // one that is plugged in again is another
+  return false;
 }
 
 void FLO1::addbuffer(size_t index) {
