@@ -33,8 +33,6 @@ class VelocitySink {
   virtual void takeSamples(std::span<const int16_t> samples) = 0;
   virtual void start() {}
   virtual void stop() {}
-  virtual void toggleLaser() {}
-  virtual bool isLaserOn() const { return false; }
 };
 
 class CameraPoll {

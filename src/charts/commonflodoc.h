@@ -51,6 +51,7 @@ class ZcommonFLODoc : public ZchartDoc {
   ZZTrace* makeCbvTrace(uint32_t samples, double period);
   C2DTrace* makeSpectrumTrace(uint32_t rows, double period);
   ZZTrace* makeRawTrace(uint32_t rows, double period);
+  static std::string auxiliaryName(size_t channel);  // "IP1" for the first
   ZZTrace* makeAuxiliaryTrace(size_t channel, uint32_t samples, double period);
 
  private:

@@ -39,8 +39,6 @@ class LentTraces {
   std::vector<ZZTrace::Own>& owner;
 };
 
-std::string auxiliaryName(size_t channel) { return format("IP%i", static_cast<int>(channel) + 1); }
-
 int32_t sizeFrom(Archive& archive) {
   const int32_t size = archive.getInt();
   if (size < 0) throw ArchiveException("a trace of the velocity input has a size below zero");
@@ -102,6 +100,10 @@ ZZTrace* ZcommonFLODoc::makeRawTrace(uint32_t rows, double period) {
   trace->period = period / (2.0 * fftpoints);
   trace->data->fill(32768.0);
   return trace;
+}
+
+std::string ZcommonFLODoc::auxiliaryName(size_t channel) {
+  return format("IP%i", static_cast<int>(channel) + 1);
 }
 
 ZZTrace* ZcommonFLODoc::makeAuxiliaryTrace(size_t channel, uint32_t samples, double period) {

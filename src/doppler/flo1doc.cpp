@@ -8,6 +8,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "doppler/dopplerinput.h"
+#include "exams/examselection.h"
 #include "host/host.h"
 #include "settings/settings.h"
 
@@ -22,8 +23,6 @@ constexpr const char* kRaw = "raw";
 constexpr int32_t kMostSteps = 100, kStepsOfNone = 110;
 constexpr double kHighestItem = 65535;
 constexpr int32_t kBlocksTold = 12;  // that a range exceeded once is told of
-
-std::string auxiliaryName(size_t channel) { return format("IP%i", static_cast<int>(channel) + 1); }
 
 }  // namespace
 
@@ -87,7 +86,91 @@ void Cflo1Doc::makeTraces() {
   if (dopenabled) makeSpectrumTrace(static_cast<uint32_t>(dopnpts), period);
   if (rawenabled) makeRawTrace(static_cast<uint32_t>(rawnpts), period);
   makeAuxiliaryTraces();
+  recorded = 0;
+  alignEnds();
   tellLowMemory();
+}
+
+// What follows is another recording than the one that a file holds.
+void Cflo1Doc::makeNew() {
+  forgetOwner();
+  if (pathName().empty()) return;
+  forgetPathName();
+  if (type()) setTitle(type()->documentName());
+}
+
+// What was recorded of one subject is not gone on with for another.
+bool Cflo1Doc::mayGoOn() {
+  const Owner now{theExams().subjectId(), theExams().examId()};
+  if (recorded == 0 && pathName().empty()) {
+    forgetOwner();
+    return true;
+  }
+  const Owner mine = measuredFor();
+  if (mine == now) return true;
+  if (host().messages.show(format("%s is of %s. Begin a new recording of %s?", title().c_str(),
+                                  ownerWords(mine).c_str(), ownerWords(now).c_str()),
+                           Buttons::YesNo, Icon::Careful) != Answer::Yes ||
+      !saveModified())
+    return false;
+  const TraceBatch batch(*this);
+  for (const Fed& each : fedTraces()) deletetrace(*each.trace, false);
+  makeNew();
+  makeTraces();
+  setModified(false);
+  return true;
+}
+
+std::vector<Cflo1Doc::Fed> Cflo1Doc::fedTraces() const {
+  std::vector<Fed> fed;
+  const auto add = [&](bool isOn, const std::string& name, uint32_t points) {
+    ZZTrace* trace = isOn ? findtrace(name) : nullptr;
+    if (trace && trace->data) fed.push_back({trace, points});
+  };
+  add(floenabled, kCbv, static_cast<uint32_t>(flonpts));
+  add(dopenabled, kSpectrum, static_cast<uint32_t>(dopnpts));
+  add(rawenabled, kRaw, static_cast<uint32_t>(rawnpts) * 2 * fftpoints);
+  for (size_t channel = 0; channel < kAuxiliaryChannels; ++channel)
+    add(true, auxiliaryName(channel), static_cast<uint32_t>(flonpts));
+  return fed;
+}
+
+// Their newest samples are of one moment.
+void Cflo1Doc::alignEnds() {
+  double longest = 0;
+  for (const Fed& each : fedTraces()) longest = std::max(longest, each.trace->size() * each.trace->period);
+  for (const Fed& each : fedTraces())
+    each.trace->setstarttime(longest - each.trace->size() * each.trace->period);
+}
+
+// Of a buffer that was not filled only what was recorded stays: the rest would count as no flow.
+void Cflo1Doc::keepRecorded() {
+  const TraceBatch batch(*this);
+  for (const Fed& each : fedTraces()) {
+    ZZTrace& trace = *each.trace;
+    const bool isRaw = trace.name == kRaw;
+    const int64_t held = std::min<int64_t>(recorded, INT32_MAX) * (isRaw ? 2 * fftpoints : 1);
+    if (held <= 0 || held >= trace.size()) continue;
+    const ZZTrace::Own ordered = trace.clone(0, 0);
+    if (ordered && ordered->data)
+      trace.copyfrom(*ordered, trace.size() - static_cast<uint32_t>(held), trace.size());
+  }
+  alignEnds();
+}
+
+// The oldest place of a ring is at its origin.
+void Cflo1Doc::makeRoom() {
+  const TraceBatch batch(*this);
+  for (const Fed& each : fedTraces()) {
+    ZZTrace& trace = *each.trace;
+    const uint32_t held = trace.size();
+    if (held >= each.points || held == 0 || recorded == 0) continue;
+    if (!trace.resizedata(each.points)) continue;
+    trace.setorigin(held);
+    if (trace.name == kRaw)
+      for (uint32_t i = held; i < each.points; ++i) trace.data->putval(i, 32768.0);
+  }
+  alignEnds();
 }
 
 int32_t Cflo1Doc::auxiliaryChannels() const {
@@ -123,11 +206,6 @@ void Cflo1Doc::serialize(Archive& archive) {
 }
 
 // What is being recorded is not asked about before it is stopped.
-bool Cflo1Doc::saveModified() {
-  if (running) stopSource();
-  return ZcommonFLODoc::saveModified();
-}
-
 // --- running
 
 void Cflo1Doc::setInput(double samplesPerSecond, double blocksPerSecond) {
@@ -149,6 +227,7 @@ void Cflo1Doc::runSource() {
   if (running) return;
   DopplerInput* input = dopplerInput();
   if (!input || !input->isReady()) return report(kNoVelocityInput);
+  if (!mayGoOn()) return;
   if (input->flo1.channel != ipchannel) {
     input->flo1.closeaudio();
     input->flo1.channel = ipchannel;
@@ -166,6 +245,7 @@ void Cflo1Doc::runSource() {
   };
   slowDue = 0;
   overRangeBlocks = 0;
+  makeRoom();
   forgetUndo();  // what it holds is of times that are written over
   analysis.beginSignal();
   running = 1;
@@ -179,6 +259,7 @@ void Cflo1Doc::stopSource() {
     input->onLost = nullptr;
     input->flo1.stop();
   }
+  keepRecorded();
   updateAllViews();
 }
 
@@ -260,6 +341,7 @@ bool Cflo1Doc::storeStep(std::span<const int16_t> block, int32_t value, const Au
   for (size_t channel = 0; channel < kAuxiliaryChannels; ++channel)
     if (ZZTrace* trace = findtrace(auxiliaryName(channel)); trace && trace->size() > 1)
       store(*trace, aux[channel]);
+  ++recorded;
   if (++sampleCount < stopPointCount) return true;
   sampleCount = 0;
   if (!stopsOnFull()) return true;

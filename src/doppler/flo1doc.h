@@ -27,7 +27,6 @@ class Cflo1Doc final : public ZcommonFLODoc {
   bool hasSource() const override { return true; }
   void runSource() override;
   void stopSource() override;
-  bool saveModified() override;
 
   // --- flo1doc.cpp: what comes
   // The next of the input's blocks; those lost before it count as time.
@@ -68,6 +67,17 @@ class Cflo1Doc final : public ZcommonFLODoc {
   bool storeStep(std::span<const int16_t> block, int32_t value, const AuxiliaryValues& aux);
   void storeRaw(ZZTrace& raw, std::span<const int16_t> block) const;
   void makeTraces();
+  void makeNew();
+  [[nodiscard]] bool mayGoOn();
+  // The traces that the input feeds, with the points of each at full length.
+  struct Fed {
+    ZZTrace* trace;
+    uint32_t points;
+  };
+  std::vector<Fed> fedTraces() const;
+  void makeRoom();
+  void keepRecorded();
+  void alignEnds();
   int32_t auxiliaryChannels() const;
   void makeAuxiliaryTraces();
   double fastestRate() const;  // of the samples of the chart
@@ -95,6 +105,7 @@ class Cflo1Doc final : public ZcommonFLODoc {
   double inputRate = 48000, blockRate = 96000.0 / 8192;
   double slowDue = 0;  // samples of the chart that the blocks so far leave over
   int32_t sampleCount = 0;
+  int64_t recorded = 0;  // samples of the chart, since its traces are empty
   int32_t overRangeBlocks = 0;
   bool laserOn = false;
   std::unique_ptr<OpenForm> cuffForm;

@@ -109,6 +109,10 @@ void Cflo1Doc::changeInput(double rate, uint16_t fft, const std::vector<Buffer>&
   if (!changed.empty() || otherRate) {
     if (running) stopSource();
     sampleCount = 0;
+    // A trace beside one that began anew would be of another time.
+    for (const size_t i : {1, 0, 2})
+      if (wanted[i].on && !isChanged(wanted[i])) changed.push_back(&wanted[i]);
+    makeNew();
   }
   {
     const TraceBatch batch(*this);
@@ -124,9 +128,11 @@ void Cflo1Doc::changeInput(double rate, uint16_t fft, const std::vector<Buffer>&
       if (each == &wanted[1]) makeSpectrumTrace(points, 1 / rate);
       if (each == &wanted[2]) makeRawTrace(points, 1 / rate);
     }
-    // Beside a trace that began anew, what the others hold would be of another time.
-    for (const ZZTrace::Own& trace : traces.items)
-      if ((otherRate || !changed.empty()) && trace->name.starts_with("IP")) trace->period = 1 / rate;
+    for (size_t channel = 0; !changed.empty() && channel < kAuxiliaryChannels; ++channel)
+      if (ZZTrace* trace = findtrace(auxiliaryName(channel))) deletetrace(*trace, false);
+    if (!changed.empty()) recorded = 0;
+    makeAuxiliaryTraces();
+    alignEnds();
   }
   stopMode = mode;
   const int32_t point = stopPoint();
@@ -139,10 +145,8 @@ void Cflo1Doc::changeInput(double rate, uint16_t fft, const std::vector<Buffer>&
 // The size of the buffer that ends a recording; 0 where there is none.
 int32_t Cflo1Doc::stopPoint() {
   const char* const names[] = {"", "CBV", "Doppler spectrum", "raw"};
-  const ZZTrace* trace = stopMode == kCircular ? nullptr : findtrace(names[stopMode]);
-  if (!trace) return 0;
-  const uint32_t perPoint = stopMode == kOnRawFull ? 2u * fftpoints : 1u;
-  return static_cast<int32_t>(trace->size() / perPoint);
+  const int32_t points[] = {0, flonpts, dopnpts, rawnpts};
+  return findtrace(names[stopMode]) ? points[stopMode] : 0;
 }
 
 void Cflo1Doc::auxiliarySettings() {
@@ -237,6 +241,12 @@ const CommandTableBase& Cflo1Doc::commandTable() {
         {.tip = "Decrease bandwidth",
          .status = "Halves the highest frequency of the spectra.",
          .keys = "Shift+F2"}},
+       {cmd::Laser,
+        "&Laser",
+        &D::toggleLaser,
+        nullptr,
+        &D::isLaserOn,
+        {.tip = "Laser", .status = "Switches the instrument's laser on and off.", .keys = "F9"}},
        {cmd::InputChannel,
         "&Input channel...",
         &D::inputChannel,

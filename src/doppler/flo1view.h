@@ -15,8 +15,6 @@ class Cflo1View final : public ZcommonFLOView, public VelocitySink {
   void takeSamples(std::span<const int16_t> samples) override;
   void start() override;
   void stop() override;
-  void toggleLaser() override { live.toggleLaser(); }
-  bool isLaserOn() const override { return live.isLaserOn(); }
   void onUpdate(Change what) override;
   std::vector<StatusPane> panes() const override;
 

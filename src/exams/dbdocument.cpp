@@ -49,6 +49,11 @@ std::string examWords(const std::string& subject, int32_t exam) {
   return row ? subject + ", " + row->site : subject;
 }
 
+std::string ownerWords(const CdbDocument::Owner& of) {
+  if (of.subject.empty()) return "no subject";
+  return of.exam < 0 ? "subject " + of.subject : format("exam %i of subject %s", of.exam, of.subject.c_str());
+}
+
 void CdbDocument::forgetOwner() {
   patientId.clear();
   examIdOfDoc = -1;
@@ -126,12 +131,9 @@ std::optional<CdbDocument::Owner> CdbDocument::ownerByHistory() {
   const bool isSame = madeFor == next.subject && (madeUnder < 0 || madeUnder == next.exam);
   if (wasNobodys || isSame || next.subject.empty()) return next;
   if (next == notOf) return maker;
-  const auto words = [](const Owner& of) {
-    return (of.exam >= 0 ? format("exam %i of ", of.exam) : std::string()) + "subject " + of.subject;
-  };
   const Answer answer = host().messages.show(
       format("%s was made in %s. Save it as a document of %s?\nNo saves it as a document of %s.",
-             title().c_str(), words(maker).c_str(), words(next).c_str(), words(maker).c_str()),
+             title().c_str(), ownerWords(maker).c_str(), ownerWords(next).c_str(), ownerWords(maker).c_str()),
       Buttons::YesNoCancel, Icon::Careful);
   if (answer == Answer::Yes) return next;
   if (answer != Answer::No) return std::nullopt;
@@ -206,13 +208,8 @@ bool CdbDocument::mayTakePlaceOf(const std::string& path, const Owner& next) con
   if (collectsOverExams() || !fileExists(path) || sameFile(path, pathName())) return true;
   const Owner there = ownerInFile(path);
   if (there.subject.empty() || there == next) return true;
-  const auto words = [](const Owner& of) {
-    return of.subject.empty() ? std::string("no subject")
-           : of.exam < 0      ? "subject " + of.subject
-                              : format("exam %i of subject %s", of.exam, of.subject.c_str());
-  };
   return host().messages.show(format("%s holds a document of %s. Replace it by one of %s?", path.c_str(),
-                                     words(there).c_str(), words(next).c_str()),
+                                     ownerWords(there).c_str(), ownerWords(next).c_str()),
                               Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 

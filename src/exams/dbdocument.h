@@ -101,6 +101,9 @@ class CdbDocument : public CDocument {
 // database doesn't have that exam of it.
 std::string examWords(const std::string& subject, int32_t exam);
 
+// "exam 3 of subject S-1", "subject S-1" or "no subject".
+std::string ownerWords(const CdbDocument::Owner& of);
+
 // What identifies the person and the machine: key `user` and key `station` of section `Settings` where a
 // laboratory sets them, otherwise the login's and the computer's name.
 std::string currentUserLabel();

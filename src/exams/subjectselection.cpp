@@ -6,6 +6,7 @@
 
 #include "app/asked.h"
 #include "app/basicapp.h"
+#include "app/processstate.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "exams/commandids.h"
@@ -183,12 +184,18 @@ bool startNewExamination(const std::string& site, const std::string& comment) {
 namespace {
 
 // What was frozen is asked about while its own subject is still selected.
+// What records: it goes on with nobody else's recording.
+constexpr DocumentType* ProcessState::*kLive[] = {&ProcessState::liveTemplate, &ProcessState::flo1Template};
+
 bool mayCloseLive() {
-  return !process.liveTemplate || theApp().documents.mayCloseAllOf(*process.liveTemplate);
+  return std::ranges::all_of(kLive, [](DocumentType* ProcessState::*type) {
+    return !(process.*type) || theApp().documents.mayCloseAllOf(*(process.*type));
+  });
 }
 
 void closeLive() {
-  if (process.liveTemplate) theApp().documents.discardAllOf(*process.liveTemplate);
+  for (DocumentType* ProcessState::*type : kLive)
+    if (process.*type) theApp().documents.discardAllOf(*(process.*type));
   host().windows.refreshBars();
 }
 

@@ -164,9 +164,6 @@ class CBasicMainFrame : public CommandTarget {
   void flo1Monitor();
   void velocityHardware() { app.velocityInput->chooseHardware(); }
   bool hasVelocityHardware() const { return process.floEnabled && app.velocityInput; }
-  void toggleLaser() { app.flo1View->toggleLaser(); }
-  bool hasVelocityView() const { return app.flo1View != nullptr; }
-  bool isLaserOn() const { return app.flo1View && app.flo1View->isLaserOn(); }
   bool hasVelocityChannel() const { return process.floEnabled != 0; }
   bool showsFlo1() const { return app.flo1View != nullptr; }
   void openAcquisitionWindows();

@@ -89,8 +89,7 @@ const MenuEntries& popupMenuOf(const DocumentManager& documents, int32_t menuId)
 }
 
 std::vector<int32_t> commandsWithKeysOnly(const CDocument* front) {
-  std::vector<int32_t> ids{cmd::RunStop,   cmd::Stop,        cmd::Laser,
-                           cmd::MainPopup, cmd::SecondPopup, cmd::RestoreMainMenu};
+  std::vector<int32_t> ids{cmd::RunStop, cmd::Stop, cmd::MainPopup, cmd::SecondPopup, cmd::RestoreMainMenu};
   const DocumentFace& face = faceOf(front);
   ids.insert(ids.end(), face.keysOnly.begin(), face.keysOnly.end());
   return ids;

@@ -133,13 +133,15 @@ TEST_F(LiveDoppler, LimitsTheStepsOfABlock) {
 }
 
 TEST_F(LiveDoppler, StopsInTheMiddleOfABlock) {
-  doc->NoPtsToSample = 7;
+  doc->stopPointCount = 7;
   take(10);
-  EXPECT_EQ(spectrum().origin, 7u);
+  EXPECT_EQ(spectrum().size(), 7u) << "what was not recorded would count as no flow";
   EXPECT_FALSE(doc->running);
   doc->stopMode = Cflo1Doc::kCircular;
+  doc->runSource();
   take(10);
   EXPECT_TRUE(doc->running);
+  EXPECT_EQ(spectrum().size(), 12000u);
   EXPECT_EQ(spectrum().origin, 17u);
   doc->running = 0;
 }
@@ -165,7 +167,7 @@ TEST_F(LiveDoppler, KeepsWhatWasRecordedWhenTheInputGoes) {
   run(4);
   EXPECT_FALSE(doc->running);
   EXPECT_THAT(host.messages, ::testing::ElementsAre("It was unplugged. What was recorded is kept."));
-  EXPECT_EQ(spectrum().origin, 5u);
+  EXPECT_EQ(spectrum().size(), 5u);
   doc->setModified(false);
 }
 
@@ -196,6 +198,31 @@ TEST_F(LiveDoppler, ChangesWhatIsRecorded) {
   doc->setModified(false);
 }
 
+TEST_F(LiveDoppler, KeepsBuffersOfDifferentLengthAtTheSameTime) {
+  app->documents.activate(*doc);
+  host.fill({{"CBV Input Buffer: minutes", "0"},
+             {"CBV Input Buffer: seconds", "1"},
+             {"Stop", "Use circular buffer"}});
+  ASSERT_EQ(app->runCommand(cmd::InputSettings), CommandResult::Done);
+  run(36);
+  doc->stopSource();
+  const ZZTrace& cbv = *doc->findtrace("CBV");
+  ASSERT_EQ(cbv.size(), 20u);
+  const auto newest = [](const ZZTrace& t) { return t.timeof(t.origin ? t.origin - 1 : t.size() - 1); };
+  EXPECT_NEAR(newest(cbv), newest(spectrum()), 0.002);
+}
+
+TEST_F(LiveDoppler, BeginsAnewWhereItsTracesDo) {
+  run(6);
+  doc->stopSource();
+  ASSERT_TRUE(doc->onSaveDocument(folder.file("first.zz1")));
+  doc->setPathName(folder.file("first.zz1"));
+  host.fill({{"CBV Input Buffer: seconds", "9"}});
+  ASSERT_EQ(app->runCommand(cmd::InputSettings), CommandResult::Done);
+  EXPECT_EQ(doc->pathName(), "");
+  EXPECT_EQ(spectrum().data->at(3, 40), 0);
+}
+
 TEST_F(LiveDoppler, StoresAChartThatOpensWithAllItsTraces) {
   run(6);
   doc->stopSource();
@@ -206,7 +233,7 @@ TEST_F(LiveDoppler, StoresAChartThatOpensWithAllItsTraces) {
   ASSERT_TRUE(stored) << host.messages.back();
   ASSERT_EQ(stored->traces.items.size(), traces);
   EXPECT_EQ(stored->findtrace("CBV")->data->at(3), doc->findtrace("CBV")->data->at(3));
-  EXPECT_EQ(stored->findtrace("Doppler spectrum")->origin, 10u);
+  EXPECT_EQ(stored->findtrace("Doppler spectrum")->size(), 10u);
   EXPECT_EQ(stored->traces.items.back()->name, doc->traces.items.back()->name);
 }
 
