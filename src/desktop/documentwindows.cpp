@@ -126,7 +126,7 @@ void DocumentWindows::follow() {
 
 void DocumentWindows::removeClosed() {
   const auto& open = app.documents.documents();
-  std::erase_if(windows, [&](Window* window) {
+  const size_t gone = std::erase_if(windows, [&](Window* window) {
     if (std::ranges::find(open, window->document) != open.end()) return false;
     storePlace(*window);
     window->document = nullptr;
@@ -136,6 +136,7 @@ void DocumentWindows::removeClosed() {
     window->deleteLater();
     return true;
   });
+  if (gone > 0 && onGone) onGone();
 }
 
 // By the class of the view.

@@ -33,6 +33,7 @@ class DocumentWindows {
 
   std::function<void()> onTouched;       // see ViewWidget
   std::function<void()> onPanesChanged;  // of the document in front
+  std::function<void()> onGone;          // documents went with their views
   std::function<void()> onFrontChanged;  // another document is in front, or none
   std::function<void(QPoint)> onContextMenu;
 

@@ -20,6 +20,7 @@
 #include "desktop/opening.h"
 #include "desktop/qttext.h"
 #include "frame/commandids.h"
+#include "settings/settings.h"
 
 namespace tarnvisor {
 
@@ -36,6 +37,8 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
       documents(application, *area),
       panes(*statusBar()),
       dialogs(mainFrame, this),
+      patientBar(new PatientBar(this)),
+      marksDock(new SideDock(this)),
       mainBar(makeBar("Main", Qt::TopToolBarArea)),
       opsBar(makeBar("Operations", Qt::LeftToolBarArea)),
       programName(title) {
@@ -46,6 +49,11 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
   area->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   area->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   area->setFocusPolicy(Qt::StrongFocus);
+  insertToolBar(mainBar, patientBar);
+  insertToolBarBreak(mainBar);
+  placeDock(*marksDock, Qt::RightDockWidgetArea);
+  marksDock->onTouched = [this] { updateSoon(); };
+  marksDock->onClosed = [this] { trigger(cmd::MarksDock); };
   setContextMenuPolicy(Qt::NoContextMenu);
   update.setSingleShot(true);
   update.setInterval(kUpdateMs);
@@ -61,6 +69,7 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
   };
   documents.onTouched = [this] { updateSoon(); };
   documents.onPanesChanged = [this] { updateSoon(); };
+  documents.onGone = [this] { marksDock->show(nullptr); };
   documents.onFrontChanged = [this] { updateNow(); };
   documents.onContextMenu = [this](QPoint at) { openPopup(popupMenuFor(app.documents.active()), at); };
   if (frame.hasRecordBar()) addToolBar(Qt::BottomToolBarArea, recordBar = new RecordBar(frame, this));
@@ -81,6 +90,30 @@ void MainWindow::place() {
   statusPlace = wanted.status;
   fillsScreen = wanted.width >= room.width() && wanted.height >= room.height();
   layout()->activate();
+}
+
+// Each dock where it was: at a side and so wide, or by itself.
+void MainWindow::placeDock(QDockWidget& dock, Qt::DockWidgetArea usual) {
+  constexpr int kUsualWidth = 260, kNarrowest = 120;
+  const std::string section = fromQt(dock.objectName());
+  const auto key = [&](const char* name, int standard) { return settings.getInt(section, name, standard); };
+  addDockWidget(
+      key("area", usual) == Qt::LeftDockWidgetArea ? Qt::LeftDockWidgetArea : Qt::RightDockWidgetArea, &dock);
+  resizeDocks({&dock}, {std::max(kNarrowest, key("w", kUsualWidth))}, Qt::Horizontal);
+  if (!key("floating", 0)) return;
+  dock.setFloating(true);
+  const QRect wanted(key("left", 100), key("top", 100), key("w", kUsualWidth), key("h", 400));
+  dock.setGeometry(wanted.intersected(screen()->availableGeometry()));
+}
+
+void MainWindow::storeDock(const QDockWidget& dock) {
+  const std::string section = fromQt(dock.objectName());
+  settings.setInt(section, "area", dockWidgetArea(const_cast<QDockWidget*>(&dock)));
+  settings.setInt(section, "floating", dock.isFloating());
+  const QRect g = dock.geometry();
+  const std::pair<const char*, int> keys[] = {
+      {"left", g.x()}, {"top", g.y()}, {"w", g.width()}, {"h", g.height()}};
+  for (const auto& [name, value] : keys) settings.setInt(section, name, value);
 }
 
 void MainWindow::showPlaced() {
@@ -111,6 +144,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   if (statusWindow) statusPlace = {statusWindow->x(), statusWindow->y()};
   // One that fills the screen is to fill it again, though its frame takes a part of the height.
   const QRect g = isMaximized() ? screen()->availableGeometry() : geometry();
+  storeDock(*marksDock);
   frame.storePlacement({g.x(), g.y(), g.width(), g.height(), statusPlace}, isMinimized());
   while (CDocument* front = app.documents.active()) front->type()->discard(*front);
   if (onClosed) onClosed();
@@ -166,6 +200,8 @@ void MainWindow::updateNow() {
   update.stop();
   documents.refreshTitles();
   showSubject();
+  patientBar->show(patient.of(app.documents.active()), documents.foreignOwner());
+  marksDock->show(documents.activeView());
   rebuildMenus();
   actions.refresh();
   showPanes();
@@ -237,6 +273,7 @@ void MainWindow::refreshBars() {
   if (opsBar->actions().isEmpty() || shown.opsGroups != shownGroups)
     fillBar(*opsBar, ToolBarGroup::Bar::Ops, shown);
   shownGroups = shown.opsGroups;
+  marksDock->setVisible(shown.marksDock);
   mainBar->setVisible(shown.main);
   opsBar->setVisible(shown.ops);
   if (recordBar) {

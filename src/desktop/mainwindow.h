@@ -10,7 +10,9 @@
 #include "desktop/commandactions.h"
 #include "desktop/dialogs.h"
 #include "desktop/documentwindows.h"
+#include "desktop/patientbar.h"
 #include "desktop/recordbar.h"
+#include "desktop/sidedock.h"
 #include "desktop/statuspanes.h"
 #include "desktop/statuswindow.h"
 
@@ -49,6 +51,8 @@ class MainWindow final : public QMainWindow {
   void trigger(int32_t id);
   void openHelp();
   void place();
+  void placeDock(QDockWidget& dock, Qt::DockWidgetArea usual);
+  void storeDock(const QDockWidget& dock);
   void updateNow();
   void showSubject();
   void showPanes();
@@ -68,6 +72,9 @@ class MainWindow final : public QMainWindow {
   StatusPanes panes;
   DesktopDialogs dialogs;
   const std::vector<Menu>* shownMenus = nullptr;  // a kind's
+  PatientStripModel patient;
+  PatientBar* patientBar;
+  SideDock* marksDock;
   QToolBar* mainBar;
   QToolBar* opsBar;
   QString programName;

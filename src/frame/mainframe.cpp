@@ -195,6 +195,22 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        nullptr,
        &F::shows<&Bars::statusBar>,
        {.tip = "Status bar", .status = "Shows or hides the status bar."}},
+      {cmd::MarksDock,
+       "&Marks",
+       &F::toggleMarksDock,
+       nullptr,
+       &F::shows<&Bars::marksDock>,
+       {.tip = "Marks",
+        .status = "Shows or hides the table of the marks beside the windows.",
+        .keys = "Ctrl+F3"}},
+      {cmd::ExamDock,
+       "&Examination",
+       &F::toggleExamDock,
+       nullptr,
+       &F::shows<&Bars::examDock>,
+       {.tip = "Examination",
+        .status = "Shows or hides the documents of the examination beside the windows.",
+        .keys = "Ctrl+F4"}},
       {cmd::ToggleOpsGroup1,
        "T&ools",
        &F::toggleOpsGroup<0>,
@@ -358,6 +374,8 @@ Bars CBasicMainFrame::bars() const {
 
 void CBasicMainFrame::windowShown() {
   wanted.statusBar = settings.getInt(kSection, kStatusBarKey, 0) != 0;
+  wanted.marksDock = settings.getInt(kSection, "marksdock", 1) != 0;
+  wanted.examDock = settings.getInt(kSection, "examdock", 1) != 0;
   // The live window comes back where it was open: to look for a camera takes a second, and where there is
   // none each start would say so.
   if (settings.getInt(kSection, "fg", 0)) showLive();
@@ -460,6 +478,12 @@ void CBasicMainFrame::toggleStatusBar() {
 }
 
 // The third group takes the bar along, which is there as long as any group is; each brings it back.
+void CBasicMainFrame::toggleDock(bool Bars::*dock, const char* key) {
+  wanted.*dock = !(wanted.*dock);
+  settings.setInt(kSection, key, wanted.*dock);
+  refresh();
+}
+
 void CBasicMainFrame::setOpsGroup(size_t group, bool shown) {
   wanted.opsGroups[group] = shown;
   if (shown || group == 2) wanted.ops = std::ranges::find(wanted.opsGroups, true) != wanted.opsGroups.end();

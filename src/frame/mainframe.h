@@ -32,6 +32,8 @@ struct Bars {
   bool statusWindow = false;
   bool statusBar = false;
   bool alwaysOnTop = false;
+  bool marksDock = true;
+  bool examDock = true;
   std::array<bool, 3> opsGroups{true, true, true};
 };
 
@@ -128,6 +130,9 @@ class CBasicMainFrame : public CommandTarget {
     return wanted.*Part;
   }
   void toggleStatusBar();
+  void toggleMarksDock() { toggleDock(&Bars::marksDock, "marksdock"); }
+  void toggleExamDock() { toggleDock(&Bars::examDock, "examdock"); }
+  void toggleDock(bool Bars::*dock, const char* key);
   template <size_t Group>
   void toggleOpsGroup() {
     setOpsGroup(Group, !wanted.opsGroups[Group]);

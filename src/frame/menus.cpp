@@ -37,6 +37,8 @@ MenuEntries barEntries() {
           cmd::RecordBar,
           cmd::StatusBar,
           cmd::StatusWindow,
+          cmd::MarksDock,
+          cmd::ExamDock,
           {"&Groups of the tool bar", {cmd::ToggleOpsGroup1, cmd::ToggleOpsGroup2, cmd::ToggleOpsGroup3}},
           K::Separator,
           cmd::ExpertMode,

@@ -19,6 +19,7 @@
 #include "base/geometry.h"
 #include "exams/dbdocument.h"
 #include "exams/subjectselection.h"
+#include "framework/sidepanel.h"
 #include "image/imagetaker.h"
 #include "image/stillsequence.h"
 #include "image/zzimage.h"
@@ -176,6 +177,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void dropStaleResult();
   // The result, and below a density what it counts and is per.
   std::string resultLines() const;
+  // The same, a line for each figure.
+  std::vector<SideFact> densityFacts() const;
   // False where the image only shows what the document stores as something else: no command changes it then.
   virtual bool holdsPixels() const { return true; }
   bool isMarked() const override { return hasDimensions(); }
@@ -188,6 +191,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   StepResult setRegion(Region kind, const Rect& wanted) override;
   StepResult chooseList(int32_t list) override;
   StepResult drawDimension(const std::string& kind, std::span<const Point> points) override;
+  std::string caution() const override { return hasImage() && !calibrated ? "not calibrated" : ""; }
   // Size, region, list and scale, a line each.
   std::string statusText() const;
 
@@ -375,6 +379,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void minimaWithinTolerance();
   void walkToMinima();
   void reportDensity(int64_t count);
+  bool isCounted(const CDim& mark) const;
   int32_t capillariesIn(int32_t list) const;
   std::string countedWords() const;
   std::string densityOf(int32_t list) const;
@@ -421,6 +426,9 @@ class ZBasicDoc::Change {
   std::unique_ptr<UndoState> before;
   std::unique_ptr<CZZimage> pixels;
 };
+
+// Of a list, as the status bar tells it; empty for the first.
+const char* listName(int32_t list);
 
 // The word for its kind that scripts and the status bar use.
 const char* kindOf(const CDim& dimension);

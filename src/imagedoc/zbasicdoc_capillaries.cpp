@@ -1,6 +1,7 @@
 // Finding and counting capillaries, and the smaller finders beside it.
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <span>
 
 #include "analysis/finder.h"
@@ -68,12 +69,14 @@ void ZBasicDoc::reportDensity(int64_t count) {
 }
 
 // A line that calibrated the image is no capillary.
+bool ZBasicDoc::isCounted(const CDim& mark) const {
+  return !mark.label.starts_with(text::kCalibrationLabel) && mark.Overlaps(roiOrWhole(), hasCircularRoi());
+}
+
 int32_t ZBasicDoc::capillariesIn(int32_t list) const {
   const auto& marks = dimlists[static_cast<size_t>(list)].items;
-  const Rect area = roiOrWhole();
-  return static_cast<int32_t>(std::ranges::count_if(marks, [&](const auto& mark) {
-    return !mark->label.starts_with(text::kCalibrationLabel) && mark->Overlaps(area, hasCircularRoi());
-  }));
+  return static_cast<int32_t>(
+      std::ranges::count_if(marks, [&](const auto& mark) { return isCounted(*mark); }));
 }
 
 // What the result counts and is per; empty where it is no density of marks that are there.
@@ -86,6 +89,31 @@ std::string ZBasicDoc::countedWords() const {
 std::string ZBasicDoc::resultLines() const {
   const std::string counted = countedWords();
   return counted.empty() ? resultText : resultText + "\n" + counted;
+}
+
+std::vector<SideFact> ZBasicDoc::densityFacts() const {
+  if (resultText.empty()) return {};
+  if (countedList < 0) return {{"Result", resultText}};
+  std::map<std::string, int> kinds;
+  for (const auto& mark : dimlists[static_cast<size_t>(countedList)].items)
+    if (isCounted(*mark)) ++kinds[kindOf(*mark)];
+  std::string counted;
+  for (const auto& [kind, count] : kinds)
+    counted += format("%s%i %s%s", counted.empty() ? "" : ", ", count, kind.c_str(), count == 1 ? "" : "s");
+  const double count = capillariesIn(countedList), area = roiArea();
+  const bool isLength = calibrated && userunits == "um";
+  std::vector<SideFact> all{
+      {"Counted", counted.empty() ? "nothing" : counted},
+      {"Density",
+       format("%.2f per %s%s", count * 1e6 / area, densityUnit(unitName()).c_str(),
+              calibrated ? "" : ", not calibrated"),
+       !calibrated},
+      {"Area", isLength ? format("%.3f mm²", area * 1e-6) : format("%.0f %s²", area, unitName().c_str())}};
+  if (isLength) {
+    const double width = roiOrWhole().width() * scale().x * 1e-3;
+    all.push_back({"Per mm of width", format("%.2f", count / width)});
+  }
+  return all;
 }
 
 std::string ZBasicDoc::densityOf(int32_t list) const { return densityText(capillariesIn(list), roiArea()); }

@@ -36,6 +36,12 @@ std::string dimensionLines(const ZBasicDoc& document) {
 
 }  // namespace
 
+const char* listName(int32_t list) {
+  static constexpr const char* kNames[kListCount] = {"",        "amber", "fcd", "Nailfold", "NN",
+                                                     "Voronoi", "Krogh", "amc", "Dustmask"};
+  return kNames[list];
+}
+
 const char* kindOf(const CDim& dimension) {
   const std::string name = dimension.classRecord().name;
   if (name == "CDimCircle") return "circle";

@@ -7,11 +7,13 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "app/inputs.h"
 #include "drawing/zoomcanvas.h"
+#include "imagedoc/markspanel.h"
 #include "imagedoc/zbasicdoc.h"
 #include "linescan/linefeed.h"
 
@@ -65,6 +67,12 @@ class ZBasicView : public CView, public AutoLoadSink {
   // A step of the zoom that keeps the image point under a window point where it is, as far as it can be
   // scrolled there.
   void zoomAbout(Point windowPoint, bool in);
+
+  // --- markspanel.h
+  SidePanel* sidePanel() override { return &marks; }
+  void takeList(int32_t list);
+  void selectMarks(std::span<const size_t> rows);  // and no others
+  void deleteSelected();
 
   // --- zbasicview_panes.cpp
   // "position", "pixel", "dimension", "list", "roi", "focus" where it is wanted, "magnification", "zoom", in
@@ -189,7 +197,6 @@ class ZBasicView : public CView, public AutoLoadSink {
   void actualSize();
   void toggleScaleBar();
   bool hasScaleBar() const { return showsScaleBar; }
-  void deleteSelected();
   void switchList();
   void setLineWidth();
   void rotateSelected();
@@ -221,6 +228,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   void measureNailfoldLoops();
 
   ZBasicDoc& doc;
+  MarksPanel marks{*this};
   std::unique_ptr<PicturePainter> painter;
   bool hasFrame = false;  // a window told its size
   bool wasShown = false;  // the first image has met its frame

@@ -299,6 +299,29 @@ void ZBasicView::deleteSelected() {
   changed();
 }
 
+void ZBasicView::takeList(int32_t list) {
+  if (list == doc.currentlist) return;
+  cancelGrip();
+  finishShape();
+  clearSelections();
+  doc.setCurrentList(list);
+}
+
+void ZBasicView::selectMarks(std::span<const size_t> rows) {
+  CDimList& dims = doc.currentDims();
+  finishShape();
+  clearSelections();
+  dims.clearSelection();
+  for (const size_t row : rows)
+    if (dims.isValid(static_cast<int32_t>(row))) dims.items[row]->selected = true;
+  if (rows.size() == 1 && dims.isValid(static_cast<int32_t>(rows[0]))) {
+    selected = static_cast<int32_t>(rows[0]);
+    dims.items[rows[0]]->selected = false;
+  }
+  selectionChanged();
+  redraw();
+}
+
 void ZBasicView::switchList() {
   cancelGrip();
   finishShape();

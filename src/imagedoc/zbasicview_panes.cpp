@@ -9,9 +9,6 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr const char* kListNames[kListCount] = {"",        "amber", "fcd", "Nailfold", "NN",
-                                                "Voronoi", "Krogh", "amc", "Dustmask"};
-
 std::string positionText(const ZBasicDoc& doc, Point at) {
   if (!doc.calibrated) return format("pos=%5i,%5i", at.x, at.y);
   const Scale s = doc.scale();
@@ -31,7 +28,7 @@ std::string dimensionText(const ZBasicDoc& doc, int32_t index) {
   const Scale s = doc.scale();
   const CDim& dimension = doc.currentDims().at(index);
   const double area = dimension.Area(s.x, s.y);
-  const char* name = kListNames[doc.currentlist];
+  const char* name = listName(doc.currentlist);
   const std::string list = *name ? std::string(name) + " " : std::string();
   if (area != 0.0) return list + format("%s%i area=%5.1f", kindOf(dimension), index + 1, area);
   return list + format("line%i=%5.1f", index + 1, dimension.Length(s.x, s.y));
@@ -55,7 +52,7 @@ std::vector<StatusPane> ZBasicView::panes() const {
   std::vector<StatusPane> all{{"position", positionText(doc, position)},
                               {"pixel", pixelText(doc, position)},
                               {"dimension", dimensionText(doc, selected)},
-                              {"list", format("dimlist%i %s", doc.currentlist, kListNames[doc.currentlist])},
+                              {"list", format("dimlist%i %s", doc.currentlist, listName(doc.currentlist))},
                               {"roi", roi}};
   if (showsFocus) all.push_back({"focus", focusText()});
   all.push_back({"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)});

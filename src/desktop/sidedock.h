@@ -1,0 +1,57 @@
+// The dock at the right: what the view in front tells of its document, and its marks as a table that is bound
+// to the picture.
+#pragma once
+
+#include <QDockWidget>
+#include <functional>
+
+#include "framework/view.h"
+
+class QCheckBox;
+class QComboBox;
+class QFormLayout;
+class QLabel;
+class QSortFilterProxyModel;
+class QTableView;
+
+namespace tarnvisor {
+
+class SideModel;
+
+class SideDock final : public QDockWidget {
+ public:
+  explicit SideDock(QWidget* parent);
+  ~SideDock() override;
+  // Shows what the view tells now; null for none. The view is asked only until the next call.
+  void show(CView* view);
+
+  std::function<void()> onClosed;   // its cross was clicked
+  std::function<void()> onTouched;  // the user chose or changed something in it
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;  // Delete in the table
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void build();
+  void showFacts();
+  void showGroups();
+  void showSelection();
+  void showSums();
+  void rowsChosen();
+
+  CView* shown = nullptr;
+  std::string key;  // of what the table shows
+  bool following = false;
+  SideModel* model;
+  QSortFilterProxyModel* sorted;
+  QWidget* factsBox;
+  QFormLayout* facts;
+  QComboBox* groups;
+  QCheckBox* groupShown;
+  QTableView* table;
+  QLabel* sums;
+  QLabel* nothing;
+};
+
+}  // namespace tarnvisor

@@ -1,0 +1,46 @@
+#include "frame/patientstrip.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+#include "exams/examselection.h"
+#include "framework/document.h"
+
+namespace tarnvisor {
+
+PatientStripModel::PatientStripModel() {
+  theExams().listen(this, [this] { isStale = true; });
+}
+
+PatientStripModel::~PatientStripModel() { theExams().forget(this); }
+
+void PatientStripModel::readExam() {
+  const ExamSelection& now = theExams();
+  strip.subject = now.subjectId().empty() ? "no subject selected"
+                                          : std::string(trimmed(now.subjectId() + "  " + now.subjectName()));
+  strip.hasExam = now.hasExam();
+  strip.exam = "no exam selected";
+  strip.holdings.clear();
+  const SubjectDatabase* db = theApp().db.get();
+  const auto row = db && now.hasExam() ? db->exam(now.subjectId(), now.examId()) : std::nullopt;
+  if (!row) return;
+  constexpr size_t kToMinutes = 16;  // of "2026-11-22 21:50:03"
+  strip.exam = row->site + ", " + row->created.substr(0, kToMinutes);
+  const std::vector<ResultRow> rows = db->resultsOf(now.examId());
+  const auto results = std::ranges::count_if(rows, [](const ResultRow& r) { return !r.result.empty(); });
+  strip.holdings = format("%zu document%s, %i result%s", rows.size(), rows.size() == 1 ? "" : "s",
+                          static_cast<int>(results), results == 1 ? "" : "s");
+}
+
+const PatientStrip& PatientStripModel::of(const CDocument* front) {
+  if (isStale) readExam();
+  isStale = false;
+  strip.document = !front ? ""
+                          : front->title() + (front->isModified()         ? ": changed"
+                                              : front->pathName().empty() ? ": not saved yet"
+                                                                          : ": saved");
+  strip.caution = front ? front->caution() : "";
+  return strip;
+}
+
+}  // namespace tarnvisor
