@@ -16,14 +16,17 @@ struct CTextSettings {
   static constexpr int32_t kMostDigits = 30;
 
   static constexpr const char* kSection = "Export";
-  static constexpr const char* kFileFilter =
-      "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
 
   // What is stored out of range is put right: any other delimiter is none, another style is "g", precision is
   // clipped to 0..30.
   void read(const std::string& section = kSection);
   void store(const std::string& section = kSection) const;
 
+  // Of a chooser; the kind that is set comes first.
+  const char* fileFilter() const {
+    return binary ? "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||"
+                  : "Text Files (*.txt)|*.txt|Binary Files (*.bin)|*.bin|All Files (*.*)|*.*||";
+  }
   std::string fileExtension() const { return binary ? ".bin" : ".txt"; }
   std::string columnDelimiter() const;
   std::string rowDelimiter() const;

@@ -60,6 +60,7 @@ TEST(TextSettings, AsCsvPutUnitsIntoTheHeads) {
   one->yunits = "mm/s";
   other->yunits = "";
   CTextSettings how = plainText();
+  EXPECT_THAT(how.fileFilter(), testing::StartsWith("Text Files"));
   how.coldelim = how.xscaled = how.headers = 0;
   EXPECT_EQ(exported({one.get(), other.get()}, how.asCsv()),
             "time (s),CBV (mm/s),\"p, \"\"x\"\"\"\n0.0,1.0,3.0\n0.5,2.0,\n");
