@@ -9,4 +9,12 @@ namespace tarnvisor {
 // that is no unit of length.
 double micrometresOf(std::string_view unit);
 
+// Of a pixel, in micrometres; 0 where nobody knows.
+struct PixelSize {
+  double x = 0, y = 0;
+
+  bool isKnown() const { return x > 0 && y > 0; }
+  PixelSize operator/(double times) const { return {x / times, y / times}; }
+};
+
 }  // namespace tarnvisor

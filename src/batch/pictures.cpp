@@ -44,9 +44,10 @@ class PdfJob final : public PrintJob {
 
 }  // namespace
 
-Outcome savePicture(const std::string& path, Size size, const std::function<void(Canvas&)>& draw) {
+Outcome savePicture(const std::string& path, Size size, PixelSize pixel,
+                    const std::function<void(Canvas&)>& draw) {
   needFonts();
-  return QtPictureWriter().write(path, size, draw);
+  return QtPictureWriter().write(path, size, pixel, draw);
 }
 
 Outcome saveSnapshot(CView& view, const std::string& path) {
@@ -58,7 +59,7 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
   Size size = view.contentSize();
   if (size == Size{}) size = kPlainWindow;
   view.setWindowSize(size);
-  return savePicture(path, size, [&view](Canvas& canvas) { view.draw(canvas); });
+  return savePicture(path, size, {}, [&view](Canvas& canvas) { view.draw(canvas); });
 }
 
 Outcome printToPdf(const std::string& title, const Printer::Draw& draw, const std::string& path) {

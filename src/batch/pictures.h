@@ -13,7 +13,8 @@ namespace tarnvisor {
 
 // What is drawn, in the format that the path's ending names (png, jpg, bmp, svg, pdf). On failure an old file
 // of that name stays as it was.
-Outcome savePicture(const std::string& path, Size size, const std::function<void(Canvas&)>& draw);
+Outcome savePicture(const std::string& path, Size size, PixelSize pixel,
+                    const std::function<void(Canvas&)>& draw);
 // The whole content of a view at its zoom, overlays included; in the format that the path's ending names
 // (png, jpg, bmp). On failure an old file of that name stays as it was.
 Outcome saveSnapshot(CView& view, const std::string& path);

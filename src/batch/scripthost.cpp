@@ -116,16 +116,25 @@ bool ScriptHost::print(const std::string& title, const Draw& draw) {
   return static_cast<bool>(done);
 }
 
+namespace {
+
+// The field whose label an answer names.
+const FormField* labelled(const Form& form, const std::string& answer) {
+  const size_t equals = answer.find('=');
+  return equals == std::string::npos ? nullptr : form.find(answer.substr(0, equals));
+}
+
+}  // namespace
+
 // Answers of the form label=value whose label the form has.
 bool ScriptHost::applyLabelled(const Form& form) {
   for (auto at = answers.begin(); at != answers.end();) {
-    const size_t equals = at->find('=');
-    const FormField* field = equals == std::string::npos ? nullptr : form.find(at->substr(0, equals));
+    const FormField* field = labelled(form, *at);
     if (!field) {
       ++at;
       continue;
     }
-    wrong = field->take(at->substr(equals + 1));
+    wrong = field->take(at->substr(at->find('=') + 1));
     if (!wrong.empty()) return false;
     at = answers.erase(at);
   }
@@ -137,7 +146,8 @@ bool ScriptHost::run(Form& form) {
   if (takeWord({"cancel"}, word)) return false;
   std::vector<std::string> before;
   for (const FormField& field : form.fields()) before.push_back(field.value());
-  if (!applyLabelled(form) || !applyPlain(form)) {
+  const bool beginsWithLabel = !answers.empty() && labelled(form, answers.front());
+  if (!applyLabelled(form) || (!beginsWithLabel && !applyPlain(form))) {
     // A refused form stores nothing.
     for (size_t i = 0; i < before.size(); ++i)
       if (form.fields()[i].kind != FormField::Kind::Note && !form.fields()[i].readOnly)
@@ -149,7 +159,8 @@ bool ScriptHost::run(Form& form) {
   return true;
 }
 
-// One answer without a label goes to the first field; words for later questions stay.
+// One answer without a label, before those that have one, goes to the first field. What stands behind is for
+// later questions.
 bool ScriptHost::applyPlain(const Form& form) {
   for (const FormField& field : form.fields()) {
     if (field.kind == FormField::Kind::Note || field.readOnly) continue;

@@ -38,8 +38,10 @@ class ScriptHost final : public NullHost {
   bool print(const std::string& title, const Draw& draw) override;
   bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }
 
-  Outcome write(const std::string& path, Size size, const std::function<void(Canvas&)>& draw) override {
-    return savePicture(path, size, draw);
+  using PictureWriter::write;
+  Outcome write(const std::string& path, Size size, PixelSize pixel,
+                const std::function<void(Canvas&)>& draw) override {
+    return savePicture(path, size, pixel, draw);
   }
 
  private:

@@ -49,10 +49,9 @@ void ZchartView::exportTraces() {
   if (!askExport(settings, choice, hasSelection())) return;
   FileRequest request;
   request.title = "Export";
-  request.filter = CTextSettings::kFileFilter;
+  request.filter = settings.fileFilter();
   request.defaultExtension = settings.binary ? ".bin" : ".txt";
-  request.initialPath =
-      withoutExtension(doc.pathName().empty() ? doc.title() : doc.pathName()) + request.defaultExtension;
+  request.initialPath = doc.exportPath(request.defaultExtension);
   const auto path = host().choosers.saveFile(request);
   if (!path) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return doc.report(may.why());

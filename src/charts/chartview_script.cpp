@@ -3,6 +3,7 @@
 #include "base/text.h"
 #include "charts/chartview.h"
 #include "host/host.h"
+#include "results/resultdoc.h"
 
 namespace tarnvisor {
 
@@ -20,16 +21,19 @@ StepResult ZchartView::chooseTrace(const std::string& name) {
   return {true, {}, {{"trace", trace->name}}, {}};
 }
 
-// The active trace's selection as text or binary, by the ending; any other ending is a picture's.
+// The active trace's selection as text or binary, by the ending; any other ending is a picture's. A table
+// that was filled goes before the trace.
 StepResult ZchartView::exportTo(const std::string& path) {
   const std::string kind = lowerCase(extensionOf(path));
-  if (kind == "csv") return StepResult::nothing();
+  if (const CResultDoc* table = lastResultDocument(); kind == "csv" && table && table->rowCount() > 0)
+    return StepResult::nothing();
   Outcome done = Outcome::success();
   std::string part;
-  if (kind == "txt" || kind == "bin") {
+  if (kind == "txt" || kind == "bin" || kind == "csv") {
     CTextSettings exchange;
     exchange.read();
     exchange.binary = kind == "bin";
+    if (kind == "csv") exchange = exchange.asCsv();
     // No window tells how long a line stands for: a line a sample.
     const ZZTrace* trace = active();
     const double perColumn = secondsPerColumn;

@@ -43,7 +43,7 @@ QString writePixels(QIODevice& file, const std::string& kind, Size size, const D
 }
 
 // Not every installation of Qt writes this kind.
-Outcome writeTiff(const std::string& path, const QImage& picture) {
+Outcome writeTiff(const std::string& path, const QImage& picture, PixelSize pixel) {
   CZZimage image(0, 0, -1, 0, kColour);
   if (picture.isNull() || !image.setColourset(kColour) ||
       !image.resizedata(picture.width(), picture.height(), 3))
@@ -57,7 +57,7 @@ Outcome writeTiff(const std::string& path, const QImage& picture) {
       to[2] = static_cast<uint8_t>(qRed(from[x]));
     }
   }
-  return exportStill(image, path);
+  return exportStill(image, path, pixel);
 }
 
 QString drawOn(QPaintDevice& device, const Draw& draw) {
@@ -111,7 +111,7 @@ Outcome writeWhole(const std::string& path, const std::function<QString(QIODevic
   return replaceFile(path, std::string_view(bytes.constData(), static_cast<size_t>(bytes.size())));
 }
 
-Outcome QtPictureWriter::write(const std::string& path, Size size, const Draw& draw) {
+Outcome QtPictureWriter::write(const std::string& path, Size size, PixelSize pixel, const Draw& draw) {
   const std::string kind = lowerCase(extensionOf(path));
   const bool isTiff = kind == "tif" || kind == "tiff";
   const bool strokes = kind == "svg" || kind == "pdf" || kind == "wmf";
@@ -119,7 +119,7 @@ Outcome QtPictureWriter::write(const std::string& path, Size size, const Draw& d
     return Outcome::failure(path + ": pictures are written as png, jpg, tif, bmp, svg, pdf or wmf");
   if (size.width < 1 || size.height < 1 || size.width > kLargestSide || size.height > kLargestSide)
     return Outcome::failure(path + ": the view is too large for a picture");
-  if (isTiff) return writeTiff(path, drawn(size, draw));
+  if (isTiff) return writeTiff(path, drawn(size, draw), pixel);
   return writeWhole(path, [&](QIODevice& file) {
     return kind == "wmf"   ? writeMetafile(file, size, draw)
            : kind == "svg" ? writeSvg(file, size, draw)

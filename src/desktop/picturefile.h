@@ -14,7 +14,9 @@ Outcome writeWhole(const std::string& path, const std::function<QString(QIODevic
 
 class QtPictureWriter final : public PictureWriter {
  public:
-  Outcome write(const std::string& path, Size size, const std::function<void(Canvas&)>& draw) override;
+  using PictureWriter::write;
+  Outcome write(const std::string& path, Size size, PixelSize pixel,
+                const std::function<void(Canvas&)>& draw) override;
 };
 
 }  // namespace tarnvisor

@@ -265,6 +265,15 @@ class DicomSequence final : public DecodedSequence {
 
   // Rows first, in millimetres. What was measured at the object goes before what the detector saw.
   void readSpacing(DcmDataset& set) {
+    readSpacingOf(set);
+    // Of many pictures the spacing may stand with what all of them share.
+    DcmItem *shared = nullptr, *measures = nullptr;
+    if (!told.isTold() && set.findAndGetSequenceItem(DCM_SharedFunctionalGroupsSequence, shared).good() &&
+        shared->findAndGetSequenceItem(DCM_PixelMeasuresSequence, measures).good())
+      readSpacingOf(*measures);
+  }
+
+  void readSpacingOf(DcmItem& set) {
     const std::pair<DcmTagKey, const char*> tags[] = {
         {DCM_PixelSpacing, "DICOM PixelSpacing"},
         {DCM_ImagerPixelSpacing, "DICOM ImagerPixelSpacing"},
@@ -313,6 +322,15 @@ bool hasDicomHead(const std::string& path) {
   return whole && std::string_view(head.data() + 128, 4) == "DICM";
 }
 
+// All but the pixels.
+bool loadFacts(const std::string& path, DcmFileFormat& whole) {
+  registerDecoders();
+  return whole
+      .loadFileUntilTag(path.c_str(), EXS_Unknown, EGL_noChange, DCM_MaxReadLength, ERM_autoDetect,
+                        DCM_PixelData)
+      .good();
+}
+
 }  // namespace
 
 bool isDicomFile(const std::string& path) {
@@ -322,13 +340,14 @@ bool isDicomFile(const std::string& path) {
 
 int32_t dicomFrames(const std::string& path) {
   DcmFileFormat whole;
-  registerDecoders();
-  if (whole
-          .loadFileUntilTag(path.c_str(), EXS_Unknown, EGL_noChange, DCM_MaxReadLength, ERM_autoDetect,
-                            DCM_PixelData)
-          .bad())
-    return 0;
-  return framesOf(*whole.getDataset());
+  return loadFacts(path, whole) ? framesOf(*whole.getDataset()) : 0;
+}
+
+std::string dicomSubject(const std::string& path) {
+  DcmFileFormat whole;
+  if (!loadFacts(path, whole)) return {};
+  (void)whole.getDataset()->convertToUTF8();
+  return textOf(*whole.getDataset(), DCM_PatientID);
 }
 
 std::unique_ptr<StillSequence> openDicom(const std::string& path, std::string& why) {

@@ -48,7 +48,10 @@ void putStudy(DcmDataset& set, const DicomFacts& facts) {
   put(set, DCM_SeriesDescription, dicomText(facts.seriesDescription, kLong));
   constexpr size_t kComments = 10240;
   put(set, DCM_ImageComments, dicomText(facts.comments, kComments));
-  put(set, DCM_StudyInstanceUID, freshDicomUid());
+  // A file that names another subject than the exam's is of another study.
+  put(set, DCM_StudyInstanceUID,
+      facts.study.empty() ? freshDicomUid()
+                          : dicomUidOf(facts.study + "\n" + facts.subjectId + "\n" + facts.studyId));
   put(set, DCM_SeriesInstanceUID, freshDicomUid());
   put(set, DCM_SOPInstanceUID, freshDicomUid());
   put(set, DCM_SeriesNumber, "1");
@@ -71,6 +74,7 @@ void putSpacing(DcmDataset& set, const DicomFacts& facts) {
   const std::string spacing = decimal(facts.pixelHeight / 1000) + "\\" + decimal(facts.pixelWidth / 1000);
   put(set, DCM_NominalScannedPixelSpacing, spacing);
   put(set, DCM_PixelSpacing, spacing);
+  if (!facts.isCalibrated) return;
   put(set, DCM_PixelSpacingCalibrationType, "FIDUCIAL");
   put(set, DCM_PixelSpacingCalibrationDescription, "measured on an object of known size");
 }

@@ -281,7 +281,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void exportUncompressedCommand();
   void exportCompressedCommand();
   void importCommand();
-  bool agreesToRate(const CZZMovie& other, const std::string& path);
+  bool agreesToRate(double theirs, const std::string& path);  // images a second; 0: none is told
   Answer askToAdd(const std::string& path);
   void importAviCommand();
   void toggleCompression();

@@ -183,13 +183,20 @@ Outcome CVivoCapDoc::exportDicomSequence(const std::string& path, const DicomFac
   return result;
 }
 
-// Images that were taken at another rate than this video's are played and timed at this one's. A movie file
-// tells no rate.
-bool CVivoCapDoc::agreesToRate(const CZZMovie& other, const std::string& path) {
+namespace {
+
+// Images a second; 0 for a movie file, which tells none.
+double rateOf(const CZZMovie& movie) {
+  return movie.mode == CZZMovie::kAvi && movie.scale > 0 ? static_cast<double>(movie.rate) / movie.scale : 0;
+}
+
+}  // namespace
+
+// Images that were taken at another rate than this video's are played and timed at this one's.
+bool CVivoCapDoc::agreesToRate(double theirs, const std::string& path) {
   constexpr double kSameRate = 0.002;  // 29.97 and 30 go for one
-  if (other.mode != CZZMovie::kAvi || other.scale <= 0) return true;
-  const double theirs = static_cast<double>(other.rate) / other.scale, mine = imagesPerSecond();
-  if (std::abs(theirs - mine) <= kSameRate * mine) return true;
+  const double mine = imagesPerSecond();
+  if (theirs <= 0 || std::abs(theirs - mine) <= kSameRate * mine) return true;
   const std::string words =
       format("%s has %.6g images a second, this video %.6g: they are timed at the rate of this video.",
              fileNameOf(path).c_str(), theirs, mine);
@@ -206,13 +213,19 @@ bool CVivoCapDoc::agreesToRate(const CZZMovie& other, const std::string& path) {
 bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
   const std::string words =
       avi ? "imported avi " + fileNameOf(path) + " imported" : "imported " + fileNameOf(path);
+  if (!mayTakeFrom(path)) return false;
   if (!hasMovie()) {
     if (!moviePath.empty()) {
       report(format("%s can't be added: the movie of this video, %s, is away.", path.c_str(),
                     moviePath.c_str()));
       return false;
     }
-    if (isSequenceFile(path)) return takeSequence(path);
+    if (isSequenceFile(path)) {
+      const bool isSomebodys = !measuredFor().subject.empty();
+      if (!takeSequence(path)) return false;
+      if (isSomebodys) subjectOfFile.clear();  // who it is of was settled
+      return true;
+    }
     if (!takeVideo(path)) return false;
     appendNotes(words + text::kLineEnd);
     updateAllViews();
@@ -220,8 +233,10 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
   }
   auto other = std::make_unique<CZZMovie>();
   std::string problem;
+  ToldScale told;
   if (isSequenceFile(path)) {
     auto pictures = openPictures(path, problem);
+    if (pictures) told = pictures->scale();
     if (pictures && !other->openStills(std::move(pictures), path)) problem = other->failure();
   } else if (!other->open(path)) {
     problem = other->failure();
@@ -234,7 +249,8 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
     report(format("%s can't be added to this video: %s.", path.c_str(), why.c_str()));
     return false;
   }
-  if (!agreesToRate(*other, path)) return false;
+  if (!agreesToRate(told.interval > 0 ? 1 / told.interval : rateOf(*other), path)) return false;
+  tellOfOtherScale(path, told);
   if (const std::string shortage = other->shortage(); !shortage.empty())
     host().messages.show(shortage + " and are added.");
   CZZMovie& added = *other;

@@ -296,9 +296,14 @@ bool CVivoCapDoc::openRawFrames(const std::string& path) {
   if (const std::string_view told = trimmed(header.text); !told.empty())
     appendNotes(std::string(told) + text::kLineEnd);
   appendNotes(std::string("raw ops") + text::kLineEnd);
-  if (const std::string mismatch = movie->rawMismatch(); !mismatch.empty()) {
-    appendNotes(mismatch + text::kLineEnd);
-    if (!silent) host().messages.show(mismatch, Buttons::Ok, Icon::Warning);
+  std::string doubts = movie->rawMismatch();
+  if (!headerPath.empty() && header.isSilent)
+    doubts = format("%s tells no size: %i x %i pixels are taken.", fileNameOf(headerPath).c_str(),
+                    header.width, header.height) +
+             (doubts.empty() ? "" : text::kLineEnd + doubts);
+  if (!doubts.empty()) {
+    appendNotes(doubts + text::kLineEnd);
+    if (!silent) host().messages.show(doubts, Buttons::Ok, Icon::Warning);
   }
   setTitle(withoutExtension(fileNameOf(path)));
   setModified();

@@ -112,6 +112,15 @@ std::optional<CdbDocument::Owner> CdbDocument::askOwner() {
   return next;
 }
 
+bool CdbDocument::agreesToSubject(const std::string& path, const std::string& fileSubject) const {
+  const std::string own = measuredFor().subject;
+  if (fileSubject.empty() || own.empty() || fileSubject == own) return true;
+  return host().messages.show(
+             format("%s names the subject %s, and %s is of subject %s. Import it all the same?",
+                    fileNameOf(path).c_str(), fileSubject.c_str(), title().c_str(), own.c_str()),
+             Buttons::YesNo, Icon::Careful) == Answer::Yes;
+}
+
 bool CdbDocument::mayBecome(const Owner& next) {
   const bool isOther = !subjectOfFile.empty() && !next.subject.empty() && subjectOfFile != next.subject;
   if (isBoundToExam() || !isOther) return true;
@@ -347,6 +356,16 @@ void CdbDocument::updateResult(const std::string& path) {
   SubjectDatabase* db = theApp().db.get();
   if (!db || !liesInItsExam(path)) return;
   tellOfRow(db->updateResult(examIdOfDoc, fileNameOf(path), resultText), fileNameOf(path));
+}
+
+std::string CdbDocument::exportPath(const std::string& ending) const {
+  const bool hasPlace = !pathName().empty() && !isFetched();
+  const Owner of = measuredFor();
+  const SubjectDatabase* db = theApp().db.get();
+  const bool isSought = db && !hasPlace && !isUnattended() && (isFetched() || !isFromElsewhere());
+  const auto exam = isSought && of.exam >= 0 ? db->exam(of.subject, of.exam) : std::nullopt;
+  if (!exam) return CDocument::exportPath(ending);
+  return withSeparator(theApp().dataFolder + exam->folder) + replaced(title(), kSeparator, '_') + ending;
 }
 
 std::string CdbDocument::defaultPathName() const {

@@ -41,6 +41,7 @@ class CdbDocument : public CDocument {
   // That exam's folder: its name below the data folder; of a document from elsewhere where the document lies.
   // Empty when unknown.
   std::string examFolder() const;
+  std::string exportPath(const std::string& ending) const override;  // a document without a place: its exam's
   // What a command of another document made is of that one's subject and exam.
   void madeFrom(const CDocument& source) override;
   StepResult tell(const std::string& what) override;  // "result"
@@ -63,6 +64,8 @@ class CdbDocument : public CDocument {
   // Whom the file of another program names that this was made of; not stored. Who selected another subject is
   // asked before the document becomes that one's.
   std::string subjectOfFile;
+  // Asked before pixels of a file that names a subject come into a document of another one's.
+  bool agreesToSubject(const std::string& path, const std::string& fileSubject) const;
 
  protected:
   // Bound to nothing any more: what comes next is of what is selected now.

@@ -437,8 +437,8 @@ bool CBasicMainFrame::hasView() const {
 void CBasicMainFrame::exportMetafile() {
   CDocument& front = *app.documents.active();
   CView& view = *front.views().front();
-  const std::string stem = withoutExtension(front.pathName().empty() ? front.title() : front.pathName());
-  const auto path = host().choosers.saveFile({"Export metafile", kMetafileFilter, ".wmf", stem + ".wmf"});
+  const auto path =
+      host().choosers.saveFile({"Export metafile", kMetafileFilter, ".wmf", front.exportPath(".wmf")});
   if (!path || path->empty()) return;
   Size size = view.windowSize();
   if (size == Size{}) size = view.contentSize();

@@ -28,16 +28,16 @@ bool askWish(const CView& view, PictureWish& wish) {
 
 void exportPicture(CView& view) {
   CDocument& document = view.document();
-  const std::string stem =
-      withoutExtension(document.pathName().empty() ? document.title() : document.pathName());
-  const auto path = host().choosers.saveFile({"Export picture", kFilter, ".png", stem + ".png"});
+  const auto path =
+      host().choosers.saveFile({"Export picture", kFilter, ".png", document.exportPath(".png")});
   if (!path || path->empty()) return;
   PictureWish wish = view.usualPicture();
   if (!askWish(view, wish)) return;
   Outcome done = theApp().documents.mayOutputTo(*path);
   const Size size = view.pictureSize(wish.times);
   if (done)
-    done = host().pictures.write(*path, size, [&](Canvas& canvas) { view.drawPicture(canvas, size, wish); });
+    done = host().pictures.write(*path, size, view.pixelSize() / wish.times,
+                                 [&](Canvas& canvas) { view.drawPicture(canvas, size, wish); });
   if (!done) document.report(done.why());
 }
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <span>
 
@@ -19,32 +20,43 @@ namespace {
 
 constexpr const char* kSection = "ftp";
 constexpr int32_t kDriveMs = 10;
-constexpr size_t kLongestPassword = 4096;
+constexpr size_t kLongestFile = 8192;
 
 // --- the password
 
 std::string passwordFile() { return withoutExtension(settings.path()) + ".ftp-password"; }
 
-// Nobody else can read it at any moment: it is made so, and renamed.
-bool keepPassword(const std::string& password) {
+// Nobody else can read it at any moment: it is made so, and renamed. Lines of the server, its port, the user
+// and the password.
+bool keepPassword(const RemoteAccount& account) {
+  const std::string text =
+      account.server + format("\n%i\n", account.port) + account.username + "\n" + account.password;
   const std::string path = passwordFile(), beside = path + ".new";
   ::unlink(beside.c_str());
   const int file = ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
   if (file < 0) return false;
   const bool written =
-      ::write(file, password.data(), password.size()) == static_cast<ssize_t>(password.size()) &&
-      ::fsync(file) == 0;
+      ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) && ::fsync(file) == 0;
   const bool kept = ::close(file) == 0 && written && ::rename(beside.c_str(), path.c_str()) == 0;
   if (!kept) ::unlink(beside.c_str());
   return kept;
 }
 
-std::string keptPassword() { return readWholeText(passwordFile(), kLongestPassword).value_or(""); }
+// A file of the password alone is of the account that the profile names.
+RemoteAccount keptAccount(RemoteAccount account) {
+  const std::string text = readWholeText(passwordFile(), kLongestFile).value_or("");
+  const std::vector<std::string> lines = split(text, '\n');
+  if (lines.size() < 4) {
+    account.password = text;
+    return account;
+  }
+  return {lines[0], std::atoi(lines[1].c_str()), lines[2], lines[3]};
+}
 
 // One that somebody wrote into the profile goes to where it is safe.
-void movePasswordOutOfProfile() {
-  const std::string written = settings.getString(kSection, "password", "");
-  if (!written.empty() && keepPassword(written)) settings.setString(kSection, "password", "");
+void movePasswordOutOfProfile(RemoteAccount account) {
+  account.password = settings.getString(kSection, "password", "");
+  if (!account.password.empty() && keepPassword(account)) settings.setString(kSection, "password", "");
 }
 
 // --- names
@@ -127,15 +139,16 @@ RemoteBrowser::RemoteBrowser(CBasicApp& application)
       localFolder(folderForFiles()),
       app(application),
       driver(app.loop, cmd::OpenRemote) {
-  movePasswordOutOfProfile();
-  password = keptPassword();
+  login = {server, port, username, ""};
+  movePasswordOutOfProfile(login);
+  kept = keptAccount(login);
 }
 
 RemoteBrowser::~RemoteBrowser() { transfer.reset(); }
 
-bool RemoteBrowser::keepsPassword() const { return !password.empty(); }
-
-RemoteAccount RemoteBrowser::account() const { return {server, port, username, password}; }
+bool RemoteBrowser::keepsPassword() const {
+  return !kept.password.empty() && kept.isOfSameUser({server, port, username, ""});
+}
 
 void RemoteBrowser::say(const std::string& words) {
   statusText = words;
@@ -187,11 +200,9 @@ void RemoteBrowser::connect(const std::string& typedPassword) {
   settings.setString(kSection, "server", server);
   settings.setInt(kSection, "port", port);
   settings.setString(kSection, "username", username);
-  if (!typedPassword.empty()) {
-    password = typedPassword;
-    if (!keepPassword(password))
-      host().messages.show("The password can't be kept: " + passwordFile(), Buttons::Ok, Icon::Warning);
-  }
+  login = {server, port, username, typedPassword};
+  isTyped = !typedPassword.empty();
+  if (!isTyped && keepsPassword()) login.password = kept.password;
   if (server.empty()) return say(kNoConnection);
   list(path);
 }
@@ -199,19 +210,29 @@ void RemoteBrowser::connect(const std::string& typedPassword) {
 void RemoteBrowser::list(const std::string& folder) {
   statusText = "attempting to read " + (folder.empty() ? std::string("/") : shown(folder));
   doneBefore = 0;
-  begin(host().remoteFiles.list(account(), folder, incoming), [this, folder] { listed(folder); });
+  begin(host().remoteFiles.list(login, folder, incoming), [this, folder] { listed(folder); });
 }
 
 void RemoteBrowser::listed(const std::string& folder) {
   const Outcome result = transfer->result();
   transfer.reset();
   if (!result) return say(result.why());
+  keepTypedPassword();
   entries = std::move(incoming);
   incoming.clear();
   connected = true;
   path = folder;
   settings.setString(kSection, "path", path);
   say(entries.empty() ? "This folder is empty." : "");
+}
+
+// Once the server took it, and for nobody else.
+void RemoteBrowser::keepTypedPassword() {
+  if (!isTyped) return;
+  isTyped = false;
+  kept = login;
+  if (!keepPassword(kept))
+    host().messages.show("The password can't be kept: " + passwordFile(), Buttons::Ok, Icon::Warning);
 }
 
 void RemoteBrowser::goUp() {
@@ -295,7 +316,7 @@ void RemoteBrowser::beginPart() {
   statusText = "attempting to read " + shown(next.name);
   AtomicFile* file = next.file.get();
   begin(
-      host().remoteFiles.fetch(account(), below(path, next.name),
+      host().remoteFiles.fetch(login, below(path, next.name),
                                [file](const void* bytes, size_t count) { return file->write(bytes, count); }),
       [this] { partEnded(); });
 }
@@ -331,10 +352,9 @@ void RemoteBrowser::open() {
   const std::string local = parts[0].localPath;
   parts.clear();
   say(shown(fileNameOf(local)) + " is in " + localFolder);
-  if (isHeader(local) && process.videoTemplate)
-    process.videoTemplate->importDocument(local);
-  else
-    app.openDocumentFile(local);
+  CDocument* opened = isHeader(local) && process.videoTemplate ? process.videoTemplate->importDocument(local)
+                                                               : app.openDocumentFile(local);
+  if (opened) opened->noteFetched();
 }
 
 }  // namespace tarnvisor

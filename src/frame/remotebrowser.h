@@ -25,8 +25,8 @@ class RemoteBrowser {
   RemoteBrowser(const RemoteBrowser&) = delete;
   RemoteBrowser& operator=(const RemoteBrowser&) = delete;
 
-  // Lists the path of the fields, which the profile then keeps. An empty password leaves the one that is
-  // kept.
+  // Lists the path of the fields, which the profile then keeps. An empty password stands for the one
+  // that is kept for this server, port and user; another is kept once the server took it.
   void connect(const std::string& password);
   // A folder is listed; a file, and the second one that belongs to it, is got and opened.
   void choose(size_t row);
@@ -72,11 +72,13 @@ class RemoteBrowser {
   void begin(std::unique_ptr<RemoteTransfer> begun, std::function<void()> then);
   void drive();
   void say(const std::string& words);
-  RemoteAccount account() const;
+  void keepTypedPassword();
 
   std::string localFolder;
   CBasicApp& app;
-  std::string password;
+  RemoteAccount login;  // of the connection
+  RemoteAccount kept;   // whose password lies in the file
+  bool isTyped = false;
   std::vector<RemoteEntry> entries, incoming;
   bool connected = false;
   std::vector<Part> parts;

@@ -190,6 +190,10 @@ bool CDocument::mayOfferFolder(const std::string& folder) {
   }
 }
 
+std::string CDocument::exportPath(const std::string& ending) const {
+  return withoutExtension(filePath.empty() || isFetched() ? title() : filePath) + ending;
+}
+
 std::optional<std::string> CDocument::askForPath() {
   FileRequest request;
   request.title = "Save As";

@@ -76,6 +76,11 @@ class CDocument : public CommandTarget, public ScriptTarget {
   std::string withOwnEnding(const std::string& path) const;
   // The path that Save As offers.
   virtual std::string defaultPathName() const;
+  // What an export is offered as: beside the file, or by the title alone.
+  virtual std::string exportPath(const std::string& ending) const;
+  // The file came from a server, to a place where nobody keeps anything.
+  void noteFetched() { fetchedAs = filePath; }
+  bool isFetched() const { return !fetchedAs.empty() && fetchedAs == filePath; }
   // Asks whether to save a changed document. False when the user cancels, or a wanted save fails.
   [[nodiscard]] virtual bool saveModified();
   // Stays open when a script goes on to the next exam.
@@ -124,7 +129,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void finishWork();
   std::unique_ptr<JobAtWork> atWork;
   std::string windowTitle;
-  std::string filePath;
+  std::string filePath, fetchedAs;
   std::string sourceFile;
   std::string stamp;    // of the file, as it was read or written last
   std::string missing;  // why only a part of the file could be read; empty for all of it

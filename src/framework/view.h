@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/geometry.h"
+#include "base/lengthunits.h"
 #include "framework/command.h"
 #include "framework/scripttarget.h"
 #include "host/canvas.h"
@@ -153,6 +154,7 @@ class CView : public CommandTarget, public ScriptTarget {
   virtual bool hasOverlays() const { return false; }  // they, and a scale bar, may be left out
   virtual PictureWish usualPicture() const { return {}; }
   virtual Size pictureSize(int32_t times) const;
+  virtual PixelSize pixelSize() const { return {}; }  // of its content
   virtual void drawPicture(Canvas& canvas, Size size, const PictureWish& wish);
 
   // Whether the place of its window is kept in the profile, for the next one of its class.

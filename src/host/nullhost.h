@@ -58,7 +58,8 @@ class NullHost : public Messages,
   int32_t run(const std::vector<std::string>& programAndArguments) override {
     return SystemProcesses().run(programAndArguments);
   }
-  Outcome write(const std::string& path, Size, const std::function<void(Canvas&)>&) override {
+  using PictureWriter::write;
+  Outcome write(const std::string& path, Size, PixelSize, const std::function<void(Canvas&)>&) override {
     return Outcome::failure(path + ": there is nothing to draw with");
   }
   std::unique_ptr<RemoteTransfer> list(const RemoteAccount&, const std::string&,

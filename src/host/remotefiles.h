@@ -18,6 +18,10 @@ struct RemoteAccount {
   int32_t port = 21;
   std::string username;  // empty: a guest
   std::string password;
+
+  bool isOfSameUser(const RemoteAccount& other) const {
+    return server == other.server && port == other.port && username == other.username;
+  }
 };
 
 struct RemoteEntry {

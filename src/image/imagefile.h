@@ -9,6 +9,7 @@
 #include <string>
 
 #include "base/geometry.h"
+#include "base/lengthunits.h"
 #include "base/outcome.h"
 #include "image/zzimage.h"
 
@@ -36,7 +37,8 @@ std::string formatFlaw(const std::string& path, const CZZimage& image, const Rec
 // Writes a picture as other programs read it, which a document's own pixel file need not be: rows where the
 // format has them, colours in colour, a mosaic in its colours, a field in the frame's height. By the ending,
 // in any case: bmp, tif, tiff; or zzg, which is this system's own and keeps everything.
-[[nodiscard]] Outcome exportStill(const CZZimage& image, const std::string& path);
+// A tif tells the size of its pixels where that is known.
+[[nodiscard]] Outcome exportStill(const CZZimage& image, const std::string& path, PixelSize pixel = {});
 
 // The numbers at the start of a .zzg file, in any of its three forms.
 struct ZzgHeader {
@@ -75,7 +77,8 @@ const char* bmpFlaw(const CZZimage& image, const Rect& part);
 [[nodiscard]] Outcome saveTiff(CZZimage& image, const std::string& path,
                                const Rect& rect);  // the rectangle is ignored
 const char* tiffFlaw(const CZZimage& image, const Rect& part);
-[[nodiscard]] Outcome exportTiff(CZZimage& image, const std::string& path);  // of a grey or colour frame
+[[nodiscard]] Outcome exportTiff(CZZimage& image, const std::string& path,
+                                 PixelSize pixel);  // of a grey or colour frame
 
 // Memory that a load may take beyond the size of its file.
 inline constexpr int64_t kLoadAllowance = int64_t{64} << 20;

@@ -21,7 +21,7 @@ bool makeShown(const CZZimage& image, CZZimage& shown) {
   return true;
 }
 
-Outcome exportStill(const CZZimage& image, const std::string& path) {
+Outcome exportStill(const CZZimage& image, const std::string& path, PixelSize pixel) {
   const std::string ending = lowerCase(extensionOf(path));
   const bool bitmap = ending == "bmp", tiff = ending == "tif" || ending == "tiff";
   if (!bitmap && !tiff && ending != "zzg")
@@ -30,7 +30,7 @@ Outcome exportStill(const CZZimage& image, const std::string& path) {
   CZZimage shown;
   const bool made = bitmap || tiff ? makeShown(image, shown) : shown.copyImage(image);
   if (!made) return Outcome::failure("there is not enough memory");
-  return bitmap ? exportBmp(shown, path) : tiff ? exportTiff(shown, path) : saveZzg(shown, path, {});
+  return bitmap ? exportBmp(shown, path) : tiff ? exportTiff(shown, path, pixel) : saveZzg(shown, path, {});
 }
 
 }  // namespace tarnvisor

@@ -156,6 +156,24 @@ void setFields(TIFF* tiff, const CZZimage& image, int32_t samples) {
       format("%04i:%02i:%02i %02i:%02i:%02i", t.year, t.month, t.day, t.hour, t.minute, t.second).c_str());
 }
 
+// For programs that read the resolution, and for those that read OME-XML, whose lengths are micrometres.
+void tellScale(TIFF* tiff, const CZZimage& image, int32_t samples, PixelSize pixel) {
+  constexpr double kCentimetre = 1e4;
+  if (!pixel.isKnown()) return;
+  TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
+  TIFFSetField(tiff, TIFFTAG_XRESOLUTION, kCentimetre / pixel.x);
+  TIFFSetField(tiff, TIFFTAG_YRESOLUTION, kCentimetre / pixel.y);
+  TIFFSetField(
+      tiff, TIFFTAG_IMAGEDESCRIPTION,
+      format(
+          "<?xml version=\"1.0\" encoding=\"UTF-8\"?><OME xmlns=\"http://www.openmicroscopy.org/Schemas/OME/2016-06\">"
+          "<Image ID=\"Image:0\"><Pixels ID=\"Pixels:0\" DimensionOrder=\"XYCZT\" Type=\"uint8\" SizeX=\"%i\" "
+          "SizeY=\"%i\" SizeZ=\"1\" SizeC=\"%i\" SizeT=\"1\" PhysicalSizeX=\"%.10g\" PhysicalSizeY=\"%.10g\">"
+          "<Channel ID=\"Channel:0:0\" SamplesPerPixel=\"%i\"/><TiffData/></Pixels></Image></OME>",
+          image.width, image.height, samples, pixel.x, pixel.y, samples)
+          .c_str());
+}
+
 // Rows of as many bytes as there are samples; the library's are red, green, blue.
 bool writeRows(TIFF* tiff, const CZZimage& image, int32_t samples) {
   std::vector<uint8_t> line(static_cast<size_t>(image.width) * static_cast<size_t>(samples));
@@ -168,7 +186,7 @@ bool writeRows(TIFF* tiff, const CZZimage& image, int32_t samples) {
   return TIFFFlush(tiff) == 1;
 }
 
-Outcome writeTiff(const std::string& path, const CZZimage& image, int32_t samples) {
+Outcome writeTiff(const std::string& path, const CZZimage& image, int32_t samples, PixelSize pixel) {
   AtomicFile file(path);
   if (!file.isOpen()) return file.commit();
   file.releaseToWriterByName();
@@ -176,6 +194,7 @@ Outcome writeTiff(const std::string& path, const CZZimage& image, int32_t sample
     const OpenTiff tiff = openTiff(file.temporaryPath(), "w");
     if (!tiff) return Outcome::failure(path + ": can't be written");
     setFields(tiff.get(), image, samples);
+    tellScale(tiff.get(), image, samples, pixel);
     errno = 0;
     if (!writeRows(tiff.get(), image, samples))
       return Outcome::failure(format("%s: writing failed: %s", path.c_str(), std::strerror(errno)));
@@ -210,7 +229,9 @@ bool loadTiff(CZZimage& image, const std::string& path, std::string& why) {
 }
 
 // Of colours a row's first third, as grey: stored files are so.
-Outcome saveTiff(CZZimage& image, const std::string& path, const Rect&) { return writeTiff(path, image, 1); }
+Outcome saveTiff(CZZimage& image, const std::string& path, const Rect&) {
+  return writeTiff(path, image, 1, {});
+}
 
 const char* tiffFlaw(const CZZimage& image, const Rect& part) {
   if (image.isField()) return "does not keep fields";
@@ -219,8 +240,8 @@ const char* tiffFlaw(const CZZimage& image, const Rect& part) {
   return part == Rect{0, 0, image.width, image.height} ? nullptr : "does not keep a region alone";
 }
 
-Outcome exportTiff(CZZimage& image, const std::string& path) {
-  return writeTiff(path, image, image.bytesPerPixel);
+Outcome exportTiff(CZZimage& image, const std::string& path, PixelSize pixel) {
+  return writeTiff(path, image, image.bytesPerPixel, pixel);
 }
 
 }  // namespace tarnvisor

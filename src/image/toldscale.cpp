@@ -75,7 +75,14 @@ double physicalSize(xmlTextReader* reader, const std::string& name) {
 }
 
 double secondsOf(const std::string& unit) {
-  return unit.empty() || unit == "s" ? 1 : unit == "ms" ? 1e-3 : unit == "min" ? 60 : 0;
+  static constexpr std::pair<const char*, double> kUnits[] = {
+      {"", 1},        {"s", 1},           {"sec", 1},   {"second", 1},       {"seconds", 1},
+      {"ms", 1e-3},   {"msec", 1e-3},     {"us", 1e-6}, {"\xc2\xb5s", 1e-6}, {"\xce\xbcs", 1e-6},
+      {"ns", 1e-9},   {"\\u00b5s", 1e-6}, {"min", 60},  {"minutes", 60},     {"h", 3600},
+      {"hour", 3600}, {"hours", 3600},    {"d", 86400}};
+  for (const auto& [name, seconds] : kUnits)
+    if (equalIgnoringCase(trimmed(unit), name)) return seconds;
+  return 0;
 }
 
 void readOme(xmlTextReader* reader, const TiffWords& words, ToldScale& told) {
@@ -119,7 +126,11 @@ void readImageJ(const TiffWords& words, ToldScale& told) {
   const std::string unit = lineOf(words.description, "unit"), unitY = lineOf(words.description, "yunit");
   const auto seconds = numberIn(lineOf(words.description, "finterval"));
   const auto rate = numberIn(lineOf(words.description, "fps"));
-  told.interval = seconds ? *seconds : rate ? 1 / *rate : 0;
+  const double tick = secondsOf(lineOf(words.description, "tunit"));
+  // Of a stack in depth or of channels the rate is that of looking through it.
+  const bool isInTime =
+      lineOf(words.description, "slices").empty() && lineOf(words.description, "channels").empty();
+  told.interval = seconds ? *seconds * tick : rate && isInTime ? 1 / *rate : 0;
   const double x = micrometresOf(unit), y = unitY.empty() ? x : micrometresOf(unitY);
   // Of a picture without a scale it names the inch of its resolution.
   if (x > 0 && y > 0 && x != kInch) takeResolution(told, words, x, y, "ImageJ");

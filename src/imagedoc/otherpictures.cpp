@@ -37,14 +37,16 @@ DicomFacts dicomFactsOf(const ZBasicDoc& document) {
     if (const auto exam = owner.exam >= 0 ? db->exam(owner.subject, owner.exam) : std::nullopt) {
       facts.studyId = std::to_string(exam->id);
       facts.studyTime = exam->created;
+      facts.study = format("%s\n%s\n%i\n", theApp().dataFolder.c_str(), owner.subject.c_str(), exam->id) +
+                    exam->created;
       facts.studyDescription = exam->site + (exam->comment.empty() ? "" : ", " + exam->comment);
     }
   }
-  const double unit = micrometresOf(document.userunits);
-  if (document.calibrated && unit > 0) {
+  if (const PixelSize pixel = document.pixelSize(); pixel.isKnown()) {
     const bool isField = document.theImage() && document.theImage()->isField();
-    facts.pixelWidth = document.magx * unit;
-    facts.pixelHeight = document.magy * unit * (isField ? 2 : 1);
+    facts.pixelWidth = pixel.x;
+    facts.pixelHeight = pixel.y * (isField ? 2 : 1);
+    facts.isCalibrated = document.wasCalibratedHere();
   }
   return facts;
 }

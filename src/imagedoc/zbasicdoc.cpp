@@ -184,6 +184,11 @@ bool ZBasicDoc::setScale(double x, double y, const std::string& name, int64_t da
   return true;
 }
 
+PixelSize ZBasicDoc::pixelSize() const {
+  const double unit = calibrated ? micrometresOf(userunits) : 0;
+  return {magx * unit, magy * unit};
+}
+
 void ZBasicDoc::takeScale(const ZBasicDoc& of) {
   magx = of.magx;
   magy = of.magy;

@@ -17,6 +17,7 @@
 
 #include "base/files.h"
 #include "base/geometry.h"
+#include "base/lengthunits.h"
 #include "exams/dbdocument.h"
 #include "exams/subjectselection.h"
 #include "framework/sidepanel.h"
@@ -121,6 +122,11 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   Scale scale() const { return calibrated ? Scale{magx, magy} : Scale{}; }
   // Whether anybody told one, in use or not.
   bool hasScale() const { return calibrated || isScaleTold(); }
+  // Of pixels that come into this document: who they are of is asked, where that is somebody else.
+  bool mayTakeFrom(const std::string& path);
+  void tellOfOtherScale(const std::string& path, const ToldScale& told);
+  bool wasCalibratedHere() const;  // by a mark of known length in this picture
+  PixelSize pixelSize() const;     // of a frame; unknown without a unit of length
   std::string unitName() const { return calibrated ? userunits : "pixel"; }
   // False, and the user told, for what is no scale (isScale): nothing is then changed.
   [[nodiscard]] virtual bool setScale(double x, double y, const std::string& name, int64_t date,

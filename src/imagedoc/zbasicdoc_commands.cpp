@@ -547,14 +547,15 @@ void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
 
 void ZBasicDoc::exportCommand() {
   const std::string extension = settings.getString("settings", "imagetype", ".bmp");
-  const auto path = host().choosers.saveFile({"Export", text::kImageFilter, extension, ""});
+  // Scripts name the file.
+  const std::string folder = isUnattended() ? "" : folderOf(exportPath(extension));
+  const auto path = host().choosers.saveFile({"Export", text::kImageFilter, extension, folder});
   if (path && !path->empty()) exportImage(*path);
 }
 
 void ZBasicDoc::exportDicomCommand() {
-  const std::string stem = withoutExtension(pathName().empty() ? title() : pathName());
   const auto path =
-      host().choosers.saveFile({"Export DICOM", "DICOM (*.dcm)|*.dcm||", ".dcm", stem + ".dcm"});
+      host().choosers.saveFile({"Export DICOM", "DICOM (*.dcm)|*.dcm||", ".dcm", exportPath(".dcm")});
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   DicomFacts facts = dicomFactsOf(*this);
@@ -570,7 +571,10 @@ void ZBasicDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kImageFilter, "", ""});
   if (!path || path->empty()) return;
   if (!hasImage() && imagefile.empty() && (isPictureFile(*path) || isUnattended())) {
-    if (onImportFile(*path)) updateAllViews();
+    const bool isSomebodys = !measuredFor().subject.empty();
+    if (!mayTakeFrom(*path) || !onImportFile(*path)) return;
+    if (isSomebodys) subjectOfFile.clear();  // who it is of was settled
+    updateAllViews();
     return;
   }
   if (!isUnattended()) {
@@ -587,6 +591,7 @@ void ZBasicDoc::importCommand() {
   if (!loadImage(*path)) return change.abandon();
   forgetResult();
   appendNotes("pixels imported from " + fileNameOf(*path) + text::kLineEnd);
+  tellOfOtherScale(*path, stillScale(*path, 0));
   imagedirty = 1;
   setModified();
 }

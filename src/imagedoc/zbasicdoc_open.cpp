@@ -1,4 +1,5 @@
 // New and opened documents: settings, and the search for the pixel file.
+#include <cmath>
 #include <filesystem>
 
 #include "app/asked.h"
@@ -201,6 +202,25 @@ void ZBasicDoc::takeTold(const StillSequence& pictures) {
   for (const std::string& line : pictures.remarks()) appendNotes(line + text::kLineEnd);
   subjectOfFile = pictures.subject();
   takeToldScale(pictures.scale());
+}
+
+// The scale stays this document's: its measures were made by it.
+void ZBasicDoc::tellOfOtherScale(const std::string& path, const ToldScale& told) {
+  constexpr double kSame = 1e-3;
+  if (!told.isTold()) return;
+  const PixelSize mine = pixelSize();
+  const auto agrees = [](double theirs, double own) { return std::abs(theirs - own) <= kSame * theirs; };
+  if (agrees(told.x, mine.x) && agrees(told.y, mine.y)) return;
+  const std::string words =
+      format("%s tells %.6g x %.6g um/pixel by %s: the scale of this document stays, %.6g x %.6g %s/pixel.",
+             fileNameOf(path).c_str(), told.x, told.y, told.source.c_str(), scale().x, scale().y,
+             unitName().c_str());
+  appendNotes(words + text::kLineEnd);
+  host().messages.show(words);
+}
+
+bool ZBasicDoc::mayTakeFrom(const std::string& path) {
+  return !isDicomFile(path) || agreesToSubject(path, dicomSubject(path));
 }
 
 bool ZBasicDoc::importDicom(const std::string& path) {

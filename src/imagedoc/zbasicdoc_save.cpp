@@ -143,7 +143,7 @@ bool ZBasicDoc::saveImage(const std::string& path, const Rect& rect) {
 bool ZBasicDoc::exportImage(const std::string& path) {
   if (!theImage()) return false;
   Outcome exported = theApp().documents.mayOutputTo(path);
-  if (exported) exported = exportStill(*theImage(), path);
+  if (exported) exported = exportStill(*theImage(), path, pixelSize());
   if (!exported) report(format("%s\n%s", text::kErrorSavingImage, exported.why().c_str()));
   return static_cast<bool>(exported);
 }

@@ -85,6 +85,13 @@ void labelCalibration(CDim& line) {
 
 }  // namespace
 
+bool ZBasicDoc::wasCalibratedHere() const {
+  return calibrated && std::ranges::any_of(dimlists, [](const CDimList& dims) {
+           return std::ranges::any_of(
+               dims.items, [](const auto& mark) { return mark->label.starts_with(text::kCalibrationLabel); });
+         });
+}
+
 void ZBasicDoc::calibrateCommand() {
   const CDimList& dims = currentDims();
   const std::vector<int32_t> lines = linesOf(dims);

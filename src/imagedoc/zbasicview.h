@@ -93,6 +93,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   bool hasOverlays() const override { return true; }
   PictureWish usualPicture() const override { return {.scaleBar = showsScaleBar}; }
   Size pictureSize(int32_t times) const override;
+  PixelSize pixelSize() const override { return doc.pixelSize(); }
   void drawPicture(Canvas& canvas, Size size, const PictureWish& wish) override;
 
   // --- zbasicview_commands.cpp

@@ -67,7 +67,18 @@ Outcome takeAll(const std::vector<std::string_view>& words, RawHeader& header) {
   header.height = height.value_or(header.height);
   header.frames = frames.value_or(header.frames);
   header.magnification = scale;
+  header.isSilent = !width && !height && !frames && !scale;
   return Outcome::success();
+}
+
+// Tags in a remark are none.
+std::string withoutComments(std::string text) {
+  constexpr std::string_view kStart = "<!--", kEnd = "-->";
+  for (size_t at = 0; (at = text.find(kStart, at)) != text.npos;) {
+    const size_t end = text.find(kEnd, at + kStart.size());
+    text.erase(at, end == text.npos ? end : end + kEnd.size() - at);
+  }
+  return text;
 }
 
 // The first file of that stem with one of the endings, however these are written.
@@ -86,12 +97,14 @@ std::string besideWith(const std::string& path, std::initializer_list<const char
 
 Outcome parseRawHeader(std::string_view text, bool xml, RawHeader& header) {
   header = {};
+  constexpr std::string_view kUtf8Mark = "\xef\xbb\xbf";
+  if (text.starts_with(kUtf8Mark)) text.remove_prefix(kUtf8Mark.size());
   header.text = replaced(replaced(std::string(text), '\n', ' '), '\r', ' ');
   if (header.text.find('\0') != std::string::npos) return Outcome::failure("It is no text.");
   std::string told = header.text;
   if (xml || trimmed(text).starts_with('<')) {
     told.clear();
-    if (!xmlToText(header.text, told)) return Outcome::failure("It holds no whole XML tag.");
+    if (!xmlToText(withoutComments(header.text), told)) return Outcome::failure("It holds no whole XML tag.");
     told = replaced(told, '\n', ' ');
   }
   return takeAll(wordsOf(told), header);

@@ -16,6 +16,7 @@ struct RawHeader {
   int32_t height = 480;
   int32_t frames = 0;                   // 0: as many as the file holds
   std::optional<double> magnification;  // user units a pixel
+  bool isSilent = true;                 // none of the keys was there
   std::string text;                     // all of it, line ends as blanks
 };
 

@@ -1,13 +1,18 @@
 #include "remote/ftpfiles.h"
 
 #include <curl/curl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <thread>
 #include <utility>
 
-#include "base/clock.h"
 #include "base/text.h"
 #include "remote/ftplisting.h"
 
@@ -16,8 +21,7 @@ namespace tarnvisor {
 namespace {
 
 constexpr size_t kLongestListing = size_t{1} << 24;
-// As long as a window may stand still.
-constexpr double kSliceSeconds = 0.008;
+constexpr size_t kMostAhead = size_t{1} << 22;  // bytes that wait to be taken
 
 bool isServerName(const std::string& name) {
   constexpr std::string_view kOthers = ".-_:[]";
@@ -42,6 +46,7 @@ std::string addressOf(CURL* curl, const RemoteAccount& account, const std::strin
   return address;
 }
 
+// The library waits in places for seconds: it works on a thread of its own, and what comes is taken in steps.
 class FtpTransfer final : public RemoteTransfer {
  public:
   using Take = std::function<bool(const void*, size_t)>;
@@ -49,7 +54,15 @@ class FtpTransfer final : public RemoteTransfer {
 
   FtpTransfer(RemoteAccount of, Take taker, End whenWhole)
       : account(std::move(of)), take(std::move(taker)), end(std::move(whenWhole)) {}
+  // No wait of the library outlives its sockets, not even for the last word after a file or after QUIT.
   ~FtpTransfer() override {
+    {
+      const std::lock_guard lock(guard);
+      stopped = true;
+      for (const int each : sockets) ::shutdown(each, SHUT_RDWR);
+    }
+    if (multi) curl_multi_wakeup(multi);
+    if (worker.joinable()) worker.join();
     if (multi && easy) curl_multi_remove_handle(multi, easy);
     if (easy) curl_easy_cleanup(easy);
     if (multi) curl_multi_cleanup(multi);
@@ -65,10 +78,27 @@ class FtpTransfer final : public RemoteTransfer {
  private:
   static size_t onBytes(char* data, size_t one, size_t count, void* self) {
     auto& own = *static_cast<FtpTransfer*>(self);
-    if (!own.take(data, one * count)) return 0;
-    own.bytes += static_cast<int64_t>(one * count);
+    const std::lock_guard lock(own.guard);
+    if (own.stopped) return 0;
+    if (own.arrived.size() > kMostAhead) return CURL_WRITEFUNC_PAUSE;
+    own.arrived.append(data, one * count);
     return one * count;
   }
+  static curl_socket_t onOpen(void* self, curlsocktype, curl_sockaddr* to) {
+    auto& own = *static_cast<FtpTransfer*>(self);
+    const std::lock_guard lock(own.guard);
+    if (own.stopped) return CURL_SOCKET_BAD;
+    const int made = ::socket(to->family, to->socktype | SOCK_CLOEXEC, to->protocol);
+    if (made >= 0) own.sockets.insert(made);
+    return made;
+  }
+  static int onClose(void* self, curl_socket_t given) {
+    auto& own = *static_cast<FtpTransfer*>(self);
+    const std::lock_guard lock(own.guard);
+    own.sockets.erase(given);
+    return ::close(given);
+  }
+  void work();
   bool finish(CURLcode code);
   std::string wordsFor(CURLcode code) const;
 
@@ -80,6 +110,12 @@ class FtpTransfer final : public RemoteTransfer {
   std::array<char, CURL_ERROR_SIZE> trouble{};
   int64_t bytes = 0;
   bool atWork = true;
+  std::thread worker;
+  std::mutex guard;  // of what follows
+  std::set<int> sockets;
+  std::string arrived;
+  std::optional<CURLcode> over;
+  bool stopped = false;
   Outcome ended = Outcome::success();
 };
 
@@ -114,20 +150,49 @@ bool FtpTransfer::begin(const std::string& path, bool isFolder, double patience)
   set(CURLOPT_SERVER_RESPONSE_TIMEOUT, seconds);
   set(CURLOPT_LOW_SPEED_LIMIT, 1L);
   set(CURLOPT_LOW_SPEED_TIME, seconds);
-  return right && curl_multi_add_handle(multi, easy) == CURLM_OK;
+  set(CURLOPT_OPENSOCKETFUNCTION, &onOpen);
+  set(CURLOPT_OPENSOCKETDATA, this);
+  set(CURLOPT_CLOSESOCKETFUNCTION, &onClose);
+  set(CURLOPT_CLOSESOCKETDATA, this);
+  if (!right || curl_multi_add_handle(multi, easy) != CURLM_OK) return false;
+  worker = std::thread([this] { work(); });
+  return true;
+}
+
+void FtpTransfer::work() {
+  constexpr int kWaitMs = 100;
+  CURLcode code = CURLE_FAILED_INIT;
+  for (bool running = true; running;) {
+    int left = 0, ready = 0, active = 0;
+    {
+      const std::lock_guard lock(guard);
+      if (stopped) return;
+    }
+    if (curl_multi_perform(multi, &active) != CURLM_OK) break;
+    while (const CURLMsg* told = curl_multi_info_read(multi, &left))
+      if (told->msg == CURLMSG_DONE) {
+        code = told->data.result;
+        running = false;
+      }
+    if (running) curl_multi_poll(multi, nullptr, 0, kWaitMs, &ready);
+    if (running) curl_easy_pause(easy, CURLPAUSE_CONT);
+  }
+  const std::lock_guard lock(guard);
+  over = code;
 }
 
 bool FtpTransfer::step() {
-  const double until = steadySeconds() + kSliceSeconds;
-  while (atWork) {
-    int running = 0, left = 0, ready = 0;
-    if (curl_multi_perform(multi, &running) != CURLM_OK) return finish(CURLE_FAILED_INIT);
-    while (const CURLMsg* told = curl_multi_info_read(multi, &left))
-      if (told->msg == CURLMSG_DONE) return finish(told->data.result);
-    if (curl_multi_poll(multi, nullptr, 0, 0, &ready) != CURLM_OK || ready == 0 || steadySeconds() > until)
-      return true;
+  if (!atWork) return false;
+  std::string part;
+  std::optional<CURLcode> code;
+  {
+    const std::lock_guard lock(guard);
+    part.swap(arrived);
+    code = over;
   }
-  return false;
+  if (!part.empty() && !take(part.data(), part.size())) return finish(CURLE_WRITE_ERROR);
+  bytes += static_cast<int64_t>(part.size());
+  return code ? finish(*code) : true;
 }
 
 bool FtpTransfer::finish(CURLcode code) {

@@ -38,6 +38,7 @@ class CResultDoc : public CdbDocument {
   size_t rowCount() const { return rows.size(); }
   // Rows that are in no file, neither as a table nor as text.
   bool hasUnkeptRows() const { return hasRows() && isModified() && exportedAt != changeCount(); }
+  void noteExported() { exportedAt = changeCount(); }  // all rows are in a file of text
 
   // Both ends included, put in order.
   void setselection(int32_t c1, int32_t r1, int32_t c2, int32_t r2);

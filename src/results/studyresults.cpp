@@ -160,7 +160,11 @@ Outcome exportStudy(const std::string& path, StudyScope scope, std::string& unre
     for (const std::string& subject : subjects) addStored(rows, *db, subject, unread);
   }
   if (rows.text == kHeading) return Outcome::failure("There are no results.");
-  return replaceFile(path, std::string_view(rows.text));
+  Outcome written = replaceFile(path, std::string_view(rows.text));
+  if (written)
+    for (CDocument* document : theApp().documents.documents())
+      if (auto* table = dynamic_cast<CResultDoc*>(document)) table->noteExported();
+  return written;
 }
 
 void exportStudyCommand() {

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <numeric>
 #include <optional>
 
@@ -48,6 +49,17 @@ class Lines {
   size_t count = 0;
 };
 
+// Where a cell ends; a delimiter between its quotes is none.
+size_t endOfCell(std::string_view line, char delimiter) {
+  const size_t start = line.find_first_not_of(delimiter == '\t' ? " " : " \t");
+  const bool isQuoted = start != line.npos && line[start] == '"';
+  const size_t plain = line.find(delimiter);
+  if (!isQuoted) return plain;
+  for (size_t at = start + 1; (at = line.find('"', at)) != line.npos; at += 2)
+    if (line.substr(at + 1, 1) != "\"") return line.find(delimiter, at);
+  return plain;  // the quotes are left open
+}
+
 // Calls back for each cell until one says no. Blanks part cells in runs of any length.
 template <class Take>
 bool eachCell(std::string_view line, char delimiter, const Take& take) {
@@ -61,19 +73,33 @@ bool eachCell(std::string_view line, char delimiter, const Take& take) {
     }
   }
   for (;;) {
-    const size_t end = line.find(delimiter);
+    const size_t end = endOfCell(line, delimiter);
     if (!take(trimmed(line.substr(0, end)))) return false;
     if (end == std::string_view::npos) return true;
     line.remove_prefix(end + 1);
   }
 }
 
+size_t countCells(std::string_view line, char delimiter) {
+  size_t count = 0;
+  return eachCell(line, delimiter, [&](std::string_view) { return ++count <= kMostColumns; }), count;
+}
+
+bool isQuoted(std::string_view cell) { return cell.size() >= 2 && cell.front() == '"' && cell.back() == '"'; }
+
+// A cell of "nan" says that nothing was measured.
 bool parse(std::string_view cell, char delimiter, double& value) {
+  const bool quotes = isQuoted(cell);
+  if (quotes) cell = trimmed(cell.substr(1, cell.size() - 2));
+  if (equalIgnoringCase(cell, "nan")) {
+    value = std::numeric_limits<double>::quiet_NaN();
+    return true;
+  }
   if (cell.starts_with('+')) cell.remove_prefix(1);
   std::array<char, kLongestNumber> own;
   if (cell.empty() || cell.size() > own.size()) return false;
   std::ranges::copy(cell, own.begin());
-  if (delimiter != ',') std::replace(own.begin(), own.begin() + cell.size(), ',', '.');
+  if (delimiter != ',' || quotes) std::replace(own.begin(), own.begin() + cell.size(), ',', '.');
   const char* end = own.data() + cell.size();
   const auto [at, error] = std::from_chars(own.data(), end, value);
   return error == std::errc() && at == end && std::isfinite(value);
@@ -81,6 +107,7 @@ bool parse(std::string_view cell, char delimiter, double& value) {
 
 // The power of ten of a number's last digit.
 int8_t lastDigitOf(std::string_view cell) {
+  if (isQuoted(cell)) cell = cell.substr(1, cell.size() - 2);
   const size_t exponentAt = cell.find_first_of("eE");
   int power = 0;
   if (exponentAt != std::string_view::npos) {
@@ -108,7 +135,7 @@ bool isNumbers(std::string_view line, char delimiter) {
 // A comma may be the decimal mark of numbers between blanks.
 char delimiterOf(std::string_view line) {
   for (const char c : {'\t', ';', ','})
-    if (line.find(c) != std::string_view::npos && (c != ',' || isNumbers(line, c))) return c;
+    if (countCells(line, c) > 1 && (c != ',' || isNumbers(line, c))) return c;
   return kBlanks;
 }
 
@@ -124,6 +151,7 @@ struct Table {
   char decimalMark = 0;  // the first in a number; 0: none yet
   bool hasHeader = false;
   size_t rows = 0;
+  size_t cells = 0;  // of the longest row
   std::vector<Column> columns;
   std::vector<double> firstColumn;
   std::vector<int8_t> lastDigits;  // of the first column
@@ -133,8 +161,13 @@ struct Table {
 std::string lineWords(size_t number, const char* what) { return format("Line %zu %s.", number, what); }
 
 std::string unquoted(std::string_view name) {
-  if (name.size() >= 2 && name.front() == '"' && name.back() == '"') name = name.substr(1, name.size() - 2);
-  return std::string(name);
+  if (!isQuoted(name)) return std::string(name);
+  std::string plain;
+  for (size_t at = 1; at + 1 < name.size(); ++at) {
+    plain += name[at];
+    if (name.substr(at, 2) == "\"\"" && at + 2 < name.size()) ++at;
+  }
+  return plain;
 }
 
 void nameColumns(Table& table, std::string_view header) {
@@ -151,31 +184,35 @@ void nameColumns(Table& table, std::string_view header) {
   for (size_t i = 0; i < std::min(names.size(), table.columns.size()); ++i) table.columns[i].name = names[i];
 }
 
-// Whether the numbers of a row have the decimal mark of those before them. A lone one with a point among
-// pairs of whole numbers says that the commas are no delimiters.
-bool agreesInMark(Table& table, std::string_view line) {
-  const bool commasPart = table.delimiter == ',';
-  const size_t at = line.find_first_of(commasPart ? "." : ".,");
-  if (at == std::string_view::npos) return true;
-  if (commasPart && table.decimalMark == 0 && table.columns.size() == 2 && line.find(',') == line.npos)
-    return false;
-  if (table.decimalMark == 0) table.decimalMark = line[at];
-  const char other = table.decimalMark == '.' ? ',' : '.';
-  return commasPart || line.find(other) == line.npos;
+// Whether a number has the decimal mark of those before it.
+bool agreesInMark(Table& table, std::string_view cell) {
+  const size_t at = cell.find_first_of(".,");
+  if (at == cell.npos) return true;
+  if (table.decimalMark == 0) table.decimalMark = cell[at];
+  return cell.find(table.decimalMark == '.' ? ',' : '.') == cell.npos;
+}
+
+// A lone number with a point among pairs of whole ones says that the commas are no delimiters.
+bool isLoneAmongPairs(const Table& table, std::string_view line) {
+  return table.delimiter == ',' && table.decimalMark == 0 && table.cells == 2 &&
+         line.find(',') == line.npos && line.find('.') != line.npos;
 }
 
 bool takeRow(Table& table, std::string_view line, size_t number) {
   size_t column = 0;
   const size_t row = table.rows++;
-  if (!agreesInMark(table, line)) {
-    table.failure = lineWords(number, "has another decimal mark than the lines before it");
+  const std::string otherMark = lineWords(number, "has another decimal mark than the lines before it");
+  if (isLoneAmongPairs(table, line)) {
+    table.failure = otherMark;
     return false;
   }
-  return eachCell(line, table.delimiter, [&](std::string_view cell) {
+  const bool taken = eachCell(line, table.delimiter, [&](std::string_view cell) {
     const size_t at = column++;
     if (cell.empty()) return true;
     double value = 0;
-    if (!parse(cell, table.delimiter, value))
+    if (!agreesInMark(table, cell))
+      table.failure = otherMark;
+    else if (!parse(cell, table.delimiter, value))
       table.failure = lineWords(number, "holds something that is no number");
     else if (at >= kMostColumns)
       table.failure =
@@ -185,13 +222,25 @@ bool takeRow(Table& table, std::string_view line, size_t number) {
     Column& own = table.columns[at];
     if (own.count++ == 0) own.first = row;
     own.last = row;
-    if (own.last - own.first + 1 != own.count) table.failure = lineWords(number, "follows a gap in a column");
-    if (at == 0) {
+    if (at == 0 && !std::isnan(value)) {
       table.firstColumn.push_back(value);
       table.lastDigits.push_back(lastDigitOf(cell));
     }
-    return table.failure.empty();
+    return true;
   });
+  table.cells = std::max(table.cells, column);
+  return taken;
+}
+
+// Commas part columns where there are as many names as cells. Under a single name they are decimal marks.
+Outcome settleCommas(Table& table, std::string_view header, std::string_view line, size_t number) {
+  const size_t names = countCells(header, ','), cells = countCells(line, ',');
+  if (names == 1 && cells == 2)
+    table.delimiter = kBlanks;
+  else if (cells > names)
+    return Outcome::failure(lineWords(
+        number, format("has %zu numbers between commas under names of %zu columns", cells, names).c_str()));
+  return Outcome::success();
 }
 
 Table measureText(std::string_view text) {
@@ -213,9 +262,16 @@ Table measureText(std::string_view text) {
     return table;
   }
   do {
+    if (table.hasHeader && table.delimiter == ',')
+      if (const Outcome settled = settleCommas(table, header, line, lines.number()); !settled) {
+        table.failure = settled.why();
+        return table;
+      }
     if (!takeRow(table, line, lines.number())) return table;
   } while (lines.next(line));
   if (table.hasHeader) nameColumns(table, header);
+  if (table.hasHeader && table.delimiter == ',' && countCells(header, ',') > table.cells)
+    table.failure = "Line 1 names more columns than there are.";
   return table;
 }
 
@@ -242,13 +298,22 @@ std::optional<double> unitOf(std::string name) {
   return isTime ? std::optional(1.0) : std::nullopt;
 }
 
-// The constant step of values that rise; 0 for none.
-double stepOf(const std::vector<double>& values, size_t rows) {
+// By how much a written time may be off for its digits.
+double roundingOf(const Table& table, size_t row) {
+  return kRounding * std::pow(10.0, table.lastDigits[row]);
+}
+
+// The constant step of values that rise; 0 for none. What is named as time may be off by its rounding too.
+double stepOf(const Table& table, bool isNamedTime) {
+  const std::vector<double>& values = table.firstColumn;
+  const size_t rows = table.rows;
   if (values.size() != rows || rows < 2) return 0.0;
   const double step = (values.back() - values.front()) / static_cast<double>(rows - 1);
   if (!(std::isfinite(step) && step > 0)) return 0.0;
-  for (size_t i = 0; i < rows; ++i)
-    if (std::abs(values[i] - (values[0] + static_cast<double>(i) * step)) > kStepTolerance * step) return 0.0;
+  for (size_t i = 0; i < rows; ++i) {
+    const double off = std::abs(values[i] - (values[0] + static_cast<double>(i) * step));
+    if (off > std::max(kStepTolerance * step, isNamedTime ? roundingOf(table, i) : 0.0)) return 0.0;
+  }
   return step;
 }
 
@@ -273,18 +338,23 @@ EvenLine evenLineOf(const std::vector<double>& values) {
 bool isEven(const Table& table, const EvenLine& line) {
   for (size_t i = 0; i < table.rows; ++i) {
     const double off = std::abs(table.firstColumn[i] - (line.start + static_cast<double>(i) * line.step));
-    if (off > std::max(kEvenTolerance * line.step, kRounding * std::pow(10.0, table.lastDigits[i])))
-      return false;
+    if (off > std::max(kEvenTolerance * line.step, roundingOf(table, i))) return false;
   }
   return true;
 }
 
-// What has to be asked about times whose steps differ by more than rounding; empty where nothing has.
-std::string questionAbout(const Table& table, bool takenAsEven, bool isNamedTime) {
+// What has to be asked about times whose steps differ by more than rounding, or that it makes the same; empty
+// where nothing has.
+std::string questionAboutTimes(const Table& table, bool takenAsEven, bool isNamedTime) {
   const std::vector<double>& times = table.firstColumn;
-  if (!(takenAsEven || isNamedTime) || table.columns.size() < 2 || times.size() != table.rows ||
-      table.rows < 3 || std::ranges::adjacent_find(times, std::greater_equal<>()) != times.end())
-    return {};
+  if (!(takenAsEven || isNamedTime) || table.columns.size() < 2 || table.rows < 3) return {};
+  const char* taken = takenAsEven ? "Take them as even all the same?" : "Take them as a trace of their own?";
+  if (times.size() != table.rows) return isNamedTime ? std::string("The times have gaps. ") + taken : "";
+  const auto still = std::ranges::adjacent_find(times, std::greater_equal<>());
+  if (still != times.end())
+    return format("The times don't rise: row %td has no later one than the row before. ",
+                  still - times.begin() + 2) +
+           taken;
   const EvenLine line = evenLineOf(times);
   if (isEven(table, line)) return {};
   std::vector<double> steps(table.rows);
@@ -298,7 +368,17 @@ std::string questionAbout(const Table& table, bool takenAsEven, bool isNamedTime
     if (std::abs(steps[i] - usual) > kClearly * std::abs(steps[worst] - usual)) worst = i;
   return format("The times are uneven: row %zu comes %g after the row before, the others about %g. ",
                 worst + 1, steps[worst], usual) +
-         (takenAsEven ? "Take them as even all the same?" : "Take them as a trace of their own?");
+         taken;
+}
+
+// Pairs of numbers with a comma between may as well be one with its decimals.
+std::string questionAboutCommas(const Table& table, const CTextSettings& settings) {
+  const bool mayBeDecimals = table.delimiter == ',' && !table.hasHeader && table.cells == 2 &&
+                             table.decimalMark == 0 && settings.columnDelimiter() != ",";
+  return mayBeDecimals
+             ? "Each line holds two numbers with a comma between them. Take them as two columns? (Where "
+               "the commas are decimal marks, give the column a name in the first line.)"
+             : "";
 }
 
 struct TimeColumn {
@@ -310,9 +390,10 @@ struct TimeColumn {
 
 TimeColumn timeOf(const Table& table, const CTextSettings& settings) {
   TimeColumn time;
-  const double step = stepOf(table.firstColumn, table.rows);
-  if (table.columns.size() < 2 || step == 0) return time;
+  if (table.columns.empty()) return time;
   const auto unit = unitOf(table.columns[0].name);
+  const double step = stepOf(table, unit.has_value());
+  if (table.columns.size() < 2 || step == 0) return time;
   if (!unit && settings.xscaled == 0) return time;
   time.present = true;
   const double period = step * unit.value_or(1.0);
@@ -324,8 +405,10 @@ TimeColumn timeOf(const Table& table, const CTextSettings& settings) {
 }
 
 ZZTrace::Own traceOf(const Column& column, const TimeColumn& time) {
-  auto trace = std::make_unique<CTrace>(kDoubleCode, static_cast<uint32_t>(column.count));
+  auto trace = std::make_unique<CTrace>(kDoubleCode, static_cast<uint32_t>(column.last - column.first + 1));
   if (!trace->data) return nullptr;
+  std::fill_n(static_cast<double*>(trace->data->dataat(0)), trace->size(),
+              std::numeric_limits<double>::quiet_NaN());
   trace->name = column.name;
   trace->period = trace->pixelperiod = time.period;
   if (time.known) trace->xunits = "seconds";
@@ -338,12 +421,13 @@ void fill(std::string_view text, const Table& table, std::vector<double*>& targe
   Lines lines(text);
   std::string_view line;
   if (table.hasHeader) lines.next(line);
-  while (lines.next(line)) {
+  for (size_t row = 0; lines.next(line); ++row) {
     size_t column = 0;
     eachCell(line, table.delimiter, [&](std::string_view cell) {
       const size_t at = column++;
       double value = 0;
-      if (at < targets.size() && targets[at] && parse(cell, table.delimiter, value)) *targets[at]++ = value;
+      if (at < targets.size() && targets[at] && parse(cell, table.delimiter, value))
+        targets[at][row - table.columns[at].first] = value;
       return true;
     });
   }
@@ -369,7 +453,9 @@ Imported importText(std::string_view text, const std::string& name, const CTextS
   if (!table.failure.empty()) return {{}, table.failure};
   const TimeColumn time = timeOf(table, settings);
   Imported result;
-  result.question = questionAbout(table, time.known, unitOf(table.columns[0].name).has_value());
+  const bool isNamedTime = unitOf(table.columns[0].name).has_value() && time.present == time.known;
+  result.question = questionAboutTimes(table, time.known, isNamedTime);
+  if (result.question.empty()) result.question = questionAboutCommas(table, settings);
   table.firstColumn = {};
   table.lastDigits = {};
   std::vector<double*> targets(table.columns.size());

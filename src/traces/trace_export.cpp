@@ -1,7 +1,11 @@
 // A trace as a plain binary file, for other programs.
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
 #include <ostream>
+#include <vector>
 
 #include "base/bytes.h"
 #include "traces/trace.h"
@@ -26,10 +30,29 @@ void writeSwapped(std::ostream& file, const char* items, size_t bytes, size_t it
   }
 }
 
-void writeRows(std::ostream& file, const CdataVect& data, uint32_t first, uint32_t count, bool swap) {
+// Floats say themselves that nothing was measured.
+template <class T>
+void unsetAbsent(std::vector<char>& items, double absent) {
+  constexpr T kNone = std::numeric_limits<T>::quiet_NaN();
+  for (size_t at = 0; at < items.size(); at += sizeof(T)) {
+    T item;
+    std::memcpy(&item, &items[at], sizeof item);
+    if (item == absent || std::isnan(item)) std::memcpy(&items[at], &kNone, sizeof item);
+  }
+}
+
+void writeRows(std::ostream& file, const ZZTrace& trace, uint32_t first, uint32_t count, bool swap) {
   if (count == 0) return;
+  const CdataVect& data = *trace.data;
   const auto* items = static_cast<const char*>(data.dataat(first));
   const size_t bytes = size_t{count} * data.width * data.elementsize;
+  const int32_t kind = trace.typecode();
+  std::vector<char> shown;
+  if (kind == kFloatCode || kind == kDoubleCode) {
+    shown.assign(items, items + bytes);
+    kind == kFloatCode ? unsetAbsent<float>(shown, trace.absent) : unsetAbsent<double>(shown, trace.absent);
+    items = shown.data();
+  }
   if (swap && data.elementsize > 1) return writeSwapped(file, items, bytes, data.elementsize);
   file.write(items, static_cast<std::streamsize>(bytes));
 }
@@ -66,10 +89,10 @@ bool ZZTrace::exportbin(std::ostream& file, const BinarySettings& settings, int6
   const uint32_t count = rangecount(first, end);
   if (settings.withheader) writeHeader(file, *this, count);
   if (first < end) {
-    writeRows(file, *data, first, count, settings.swapbytes);
+    writeRows(file, *this, first, count, settings.swapbytes);
   } else {
-    writeRows(file, *data, first, size() - first, settings.swapbytes);
-    writeRows(file, *data, 0, end, settings.swapbytes);
+    writeRows(file, *this, first, size() - first, settings.swapbytes);
+    writeRows(file, *this, 0, end, settings.swapbytes);
   }
   return file.good();
 }

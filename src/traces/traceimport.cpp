@@ -2,9 +2,11 @@
 #include "traces/traceimport.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "base/bytes.h"
@@ -57,6 +59,8 @@ std::string wrongIn(const Header& header, uint16_t mark, uint64_t left) {
   return "";
 }
 
+constexpr auto kNotMeasured = std::bit_cast<uint32_t>(std::numeric_limits<float>::quiet_NaN());
+
 template <class T>
 T itemAt(const uint8_t* bytes, bool swap) {
   T value;
@@ -69,11 +73,13 @@ T itemAt(const uint8_t* bytes, bool swap) {
   return value;
 }
 
-// Whole numbers of a common size, taken for floats, are denormal or no number at all.
+// Whole numbers of a common size, taken for floats, are denormal or no number at all; a value that was not
+// measured is written as this one.
 bool holdsFloats(std::span<const uint8_t> items, bool swap) {
   for (size_t at = 0; at < items.size(); at += sizeof(float)) {
     const auto value = itemAt<float>(&items[at], swap);
-    if (value != 0 && !std::isnormal(value)) return false;
+    const bool isNone = std::bit_cast<uint32_t>(value) == kNotMeasured;
+    if (value != 0 && !isNone && !std::isnormal(value)) return false;
   }
   return true;
 }

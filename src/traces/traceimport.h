@@ -3,13 +3,16 @@
 //
 // Text: the delimiter is the first of tab, semicolon, comma and blanks that the first line of numbers holds;
 // unless a comma parts columns it may be the decimal mark, which is the same in all lines. UTF-8, Latin-1, or
-// UTF-16 with its mark. A first line that is not all numbers gives the names. A row may lack cells at its
-// end, and a column may begin late and end early, but has no gap. One trace a column, of doubles.
-//   The first of several columns is time if it rises by a constant step (each value within a quarter of it)
-// and either its name says so ("t", "time", "s", "sec", "seconds", "ms", "min", "minutes", "h", "hours", also
-// as "time (ms)" or "time [s]") or x_scaled is 1. It gives period and start instead of a trace. With x_scaled
-// 2 such a column counts samples and is left out. Without time a period is 1 second. Where its times differ
-// from even ones by more than a hundredth of a step and than they are rounded, that is a question.
+// UTF-16 with its mark. Cells may stand in quotes. A first line that is not all numbers gives the names;
+// commas part as many columns as it names, and under a single name they are decimal marks. An empty cell
+// within a column, or one of "nan", was not measured and becomes NaN. One trace a column, of doubles.
+//   The first of several columns is time if it rises by a constant step (each value within a quarter of it,
+// or under the name of a time within its rounding) and either its name says so ("t", "time", "s", "sec",
+// "seconds", "ms", "min", "minutes", "h", "hours", also as "time (ms)" or "time [s]") or x_scaled is 1. It
+// gives period and start instead of a trace. With x_scaled 2 such a column counts samples and is left out.
+// Without time a period is 1 second. Where its times differ from even ones by more than a hundredth of a step
+// and than they are rounded, where they don't rise or have gaps, and where two whole numbers a line may be
+// one with decimals, that is a question.
 //   Text of one row (row delimiter 3, the column delimiter) is one column.
 //
 // Binary: one block after another, each with its header. The header doesn't tell the kind of items: 1 byte is

@@ -17,6 +17,7 @@ constexpr double kMostRows = 1e8;
 constexpr size_t kBlock = size_t{1} << 16;
 // A multiple of a period may come out just below the sample that it means.
 constexpr double kNudge = 1e-6;
+constexpr const char* kNoReading = "nan";
 
 bool isDrawable(const ZZTrace& trace) {
   return trace.data && trace.data->size > 0 && std::isfinite(trace.period) && trace.period > 0;
@@ -82,17 +83,46 @@ class Row {
     first = false;
     return text;
   }
+  // Where nothing was measured. Among blanks an empty cell would not be seen.
+  void skip() {
+    std::string& cell = next();
+    if (between == " ") cell += kNoReading;
+  }
+  bool isEmpty() const { return text.find_first_not_of(between, start) == text.npos; }
+  // A line of nothing would not be counted as one.
+  void end(const std::string& lineEnd) {
+    if (isEmpty()) text.insert(start, kNoReading);
+    text += lineEnd;
+  }
 
  private:
   std::string& text;
   std::string between;
+  size_t start = text.size();
   bool first = true;
 };
+
+// So many digits that times of a row and the next differ enough to show an even step.
+CTextSettings forTimes(const CTextSettings& settings, const ExportRange& range) {
+  constexpr double kHalfADigit = 0.69;
+  CTextSettings times = settings;
+  if (settings.xscaled == 2) return times;
+  const double rows =
+      std::max({1.0, std::abs(static_cast<double>(range.from)), std::abs(static_cast<double>(range.to))});
+  const double digits = settings.format != 1         ? std::log10(rows) + 2
+                        : range.secondsPerColumn < 1 ? kHalfADigit - std::log10(range.secondsPerColumn)
+                                                     : 0;
+  times.precision = std::max(times.precision, static_cast<int32_t>(std::min(std::ceil(digits), 30.0)));
+  return times;
+}
 
 bool isSeconds(const std::string& unit) { return unit.empty() || unit == "s" || unit == "seconds"; }
 
 std::string withUnit(const std::string& name, const std::string& unit) {
-  return csvCell(unit.empty() ? name : name + " (" + unit + ")");
+  std::string head = unit.empty() ? name : name + " (" + unit + ")";
+  for (char& c : head)
+    if (c == '\r' || c == '\n') c = '_';
+  return csvCell(head);
 }
 
 void appendHeader(std::string& text, std::span<const ZZTrace* const> traces, const CTextSettings& settings) {
@@ -117,10 +147,11 @@ void appendValues(Row& row, const ZZTrace& trace, double seconds, const CTextSet
   const bool rows = dynamic_cast<const C2DTrace*>(&trace) != nullptr;
   const bool scaled = (rows ? settings.zscaled : settings.yscaled) != 0;
   for (uint32_t column = 0; column < columnsOf(trace); ++column) {
-    std::string& text = row.next();
-    if (!found) continue;
-    const double raw = rows ? trace.data->at(index, column) : trace.data->at(index);
-    settings.appendNumber(text, scaled ? trace.displayed(raw) : raw);
+    const double raw = !found ? trace.absent : rows ? trace.data->at(index, column) : trace.data->at(index);
+    if (!found || trace.isAbsent(raw))
+      row.skip();
+    else
+      settings.appendNumber(row.next(), scaled ? trace.displayed(raw) : raw);
   }
 }
 
@@ -128,15 +159,16 @@ Outcome exportText(std::ostream& file, std::span<const ZZTrace* const> traces, c
                    ExportRange range) {
   if (Outcome settled = settleRange(traces, range); !settled) return settled;
   const std::string delimiter = settings.columnDelimiter(), lineEnd = settings.rowDelimiter();
+  const CTextSettings times = forTimes(settings, range);
   std::string text;
   if (settings.headers) appendHeader(text, traces, settings);
   for (int64_t i = range.from; i < range.to && file; ++i) {
     Row row(text, delimiter);
     const double seconds = static_cast<double>(i) * range.secondsPerColumn;
     if (settings.xscaled != 0)
-      settings.appendNumber(row.next(), settings.xscaled == 2 ? static_cast<double>(i) : seconds);
+      times.appendNumber(row.next(), settings.xscaled == 2 ? static_cast<double>(i) : seconds);
     for (const ZZTrace* trace : traces) appendValues(row, *trace, seconds, settings);
-    text += lineEnd;
+    row.end(lineEnd);
     if (text.size() < kBlock) continue;
     file.write(text.data(), static_cast<std::streamsize>(text.size()));
     text.clear();

@@ -16,14 +16,17 @@ struct CTextSettings {
   static constexpr int32_t kMostDigits = 30;
 
   static constexpr const char* kSection = "Export";
-  static constexpr const char* kFileFilter =
-      "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||";
 
   // What is stored out of range is put right: any other delimiter is none, another style is "g", precision is
   // clipped to 0..30.
   void read(const std::string& section = kSection);
   void store(const std::string& section = kSection) const;
 
+  // Of a chooser; the kind that is set comes first.
+  const char* fileFilter() const {
+    return binary ? "Binary Files (*.bin)|*.bin|Text Files (*.txt)|*.txt|All Files (*.*)|*.*||"
+                  : "Text Files (*.txt)|*.txt|Binary Files (*.bin)|*.bin|All Files (*.*)|*.*||";
+  }
   std::string fileExtension() const { return binary ? ".bin" : ".txt"; }
   std::string columnDelimiter() const;
   std::string rowDelimiter() const;
@@ -56,10 +59,12 @@ struct ExportRange {
 
 // Text: a line for each column of the view; for the whole, a column of the trace with the shortest period,
 // from the earliest start to the latest end. A trace's value in it is the sample at index * seconds per
-// column, so that traces of different periods stand side by side; outside its samples the cell is empty.
-// Binary: each trace's samples of that time after another. A delimiter or line end within a name becomes "_".
-// Hidden traces are left out, unless it is the only one. A failure when there is nothing to write or too
-// much; what the stream could not take it tells itself.
+// column, so that traces of different periods stand side by side; outside its samples, and where nothing was
+// measured, the cell is empty; among blanks, and where a line would hold nothing else, it is "nan". Times
+// have as many digits more as it takes to tell them apart.
+// Binary: each trace's samples of that time after another; NaN in floats where nothing was measured. A
+// delimiter or line end within a name becomes "_". Hidden traces are left out, unless it is the only one. A
+// failure when there is nothing to write or too much; what the stream could not take it tells itself.
 Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
                      const CTextSettings& settings, const ExportRange& range);
 // Replaces the file in one step; on failure the old one stays.

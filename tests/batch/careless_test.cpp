@@ -94,6 +94,10 @@ TEST_F(Runner, AnExportThatNamesNoFileGoesOverNoneUnaskedAndTellsWhatItWrote) {
               HasSubstr("the whole, 4 rows"));
   EXPECT_THAT(run("export $part.txt").text, HasSubstr("part.txt: selection 1 to 3 s, 2 rows of 4"));
   EXPECT_THAT(run("print status").text, HasSubstr("exported selection 1 to 3 s"));
+  ASSERT_TRUE(run("export $part.csv").ok);
+  EXPECT_EQ(readWholeText(folder.file("part.csv")), "time (s),x\n1,6\n2,7\n");
+  EXPECT_EQ(run("command \"Export...\" \"Traces=All traces\" $all.txt").why, "");
+  EXPECT_TRUE(fileExists(folder.file("all.txt")));
   EXPECT_TRUE(run("command \"Export...\" Binary=0 Range=Selection Headers=1 yes yes").ok);
   EXPECT_NE(readWholeText(folder.file("even.txt")), even);
 }

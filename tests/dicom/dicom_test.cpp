@@ -156,6 +156,19 @@ TEST_F(DicomTest, OfSeveralSpacingsTheCalibratedOneCounts) {
   EXPECT_DOUBLE_EQ(scaleOf("-1\\0"), 500);
 }
 
+TEST_F(DicomTest, SpacingThatAllPicturesShareCounts) {
+  const auto pictures = openDicom(write([&](DcmDataset& s) {
+                                    setPixels(s, {1, 2});
+                                    DcmItem *shared = nullptr, *measures = nullptr;
+                                    s.findOrCreateSequenceItem(DCM_SharedFunctionalGroupsSequence, shared);
+                                    shared->findOrCreateSequenceItem(DCM_PixelMeasuresSequence, measures);
+                                    measures->putAndInsertString(DCM_PixelSpacing, "0.003\\0.002");
+                                  }),
+                                  why);
+  ASSERT_NE(pictures, nullptr) << why;
+  EXPECT_DOUBLE_EQ(pictures->scale().x, 2);
+}
+
 TEST_F(DicomTest, WritesSequencesThatReadBack) {
   const DicomFacts facts{.subjectId = "a\\b",
                          .surname = "M\xc3\xbcller",
@@ -185,6 +198,9 @@ TEST_F(DicomTest, IdentifiersAreFreshAndOfTheirForm) {
   EXPECT_EQ(uid.find_first_not_of("0123456789."), std::string::npos);
   EXPECT_LE(uid.size(), 44u);
   EXPECT_NE(uid, freshDicomUid());
+  EXPECT_EQ(dicomUidOf("exam 1"), dicomUidOf("exam 1"));
+  EXPECT_NE(dicomUidOf("exam 1"), dicomUidOf("exam 2"));
+  EXPECT_TRUE(dicomUidOf("exam 1").starts_with("2.25."));
   EXPECT_EQ(dicomText("\xc3\xa4^\\x", 3), "\xc3\xa4  ");
 }
 
@@ -192,13 +208,15 @@ TEST_F(DicomTest, OtherToolsOpenWhatIsWritten) {
   if (std::system("dcmdump --version > /dev/null 2>&1") != 0) GTEST_SKIP() << "dcmtk's tools are missing";
   CZZimage image(5, 3);
   image.fill(90);
-  const DicomFacts facts{.subjectId = "S-1", .pixelWidth = 2, .pixelHeight = 3};
+  DicomFacts facts{.subjectId = "S-1", .study = "exam 1", .pixelWidth = 2, .pixelHeight = 3};
   const std::string path = folder.file("a.dcm"), text = folder.file("a.txt"), pgm = folder.file("a.pgm");
   ASSERT_TRUE(exportDicom(image, facts, path));
   EXPECT_EQ(std::system(("dcmdump " + path + " > " + text).c_str()), 0);
   const std::string dump = readWholeText(text).value_or("");
   EXPECT_THAT(dump, HasSubstr("[S-1]"));
   EXPECT_THAT(dump, HasSubstr("[0.003\\0.002]"));
+  EXPECT_THAT(dump, Not(HasSubstr("FIDUCIAL")));
+  EXPECT_THAT(dump, HasSubstr(dicomUidOf("exam 1\nS-1\n")));
   EXPECT_EQ(std::system(("dcm2pnm " + path + " " + pgm + " > /dev/null 2>&1").c_str()), 0);
   EXPECT_THAT(readWholeText(pgm).value_or(""), HasSubstr("5 3"));
 }

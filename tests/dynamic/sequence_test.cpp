@@ -49,6 +49,27 @@ TEST_F(Sequences, AreAddedBehindTheImagesThereAre) {
   EXPECT_EQ(levels(), (std::vector<int>{10, 20, 10, 20}));
 }
 
+TEST_F(Sequences, OfAnotherPatientOrScaleAreNotAddedWithoutAWord) {
+  for (const char* subject : {"S-1", "S-2"}) ASSERT_TRUE(app->db->newSubject(subject));
+  theExams().selectSubject("S-1", "One");
+  openMovie("a.mve", 2);
+  ASSERT_TRUE(video().setScale(3, 3, "", 1, false, false));
+  video().userunits = "um";
+  ASSERT_TRUE(video().exportTo(folder.file("a.dcm")).ok);
+  app->documents.discardAll();
+  theExams().selectSubject("S-2", "Two");
+  openMovie("b.mve", 2);
+  ASSERT_TRUE(video().setScale(2, 2, "", 1, false, false));
+  useWorkFolder();
+  host.answers = {Answer::No};
+  EXPECT_FALSE(video().importMovie(folder.file("a.dcm"), false));
+  EXPECT_THAT(host.messages.back(), HasSubstr("a.dcm names the subject S-1"));
+  host.answers = {Answer::Yes};
+  EXPECT_TRUE(video().importMovie(folder.file("a.dcm"), false));
+  EXPECT_EQ(video().imageCount(), 4);
+  EXPECT_THAT(video().notes, HasSubstr("a.dcm tells 3 x 3 um/pixel"));
+}
+
 TEST_F(Sequences, ThatAreDamagedOpenNothing) {
   const std::string path = writePages({{1, 10}, {1, 20}}, 8, "");
   std::filesystem::resize_file(path, 60);

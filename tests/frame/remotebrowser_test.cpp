@@ -142,6 +142,22 @@ TEST_F(ServerFiles, PasswordLeavesTheProfileForAFileOfTheUsersOwn) {
   EXPECT_EQ(readWholeText(settings.path())->find("other"), std::string::npos);
 }
 
+TEST_F(ServerFiles, PasswordIsKeptOnceTakenAndGivenToNobodyElse) {
+  const auto isIn = [&](const char* password) {
+    browser->connect(password);
+    wait();
+    return browser->isConnected();
+  };
+  EXPECT_FALSE(isIn("wrong"));
+  EXPECT_TRUE(isIn("")) << "the wrong one is not kept";
+  browser->username = "somebody";
+  EXPECT_FALSE(browser->keepsPassword());
+  EXPECT_FALSE(isIn(""));
+  browser->username = "me";
+  browser->port = server.port + 1;
+  EXPECT_FALSE(browser->keepsPassword());
+}
+
 TEST_F(ServerFiles, WithoutAnyConnectionSaySo) {
   const HostScope faceless(host.ports);
   browser->connect("");

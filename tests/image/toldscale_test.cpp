@@ -55,6 +55,10 @@ TEST(ToldScales, AreThoseOfImageJ) {
   EXPECT_DOUBLE_EQ(told.y, 250);
   EXPECT_DOUBLE_EQ(told.interval, 0.1);
   EXPECT_DOUBLE_EQ(described("ImageJ=1.53t\nfps=25.0\n").interval, 0.04);
+  EXPECT_DOUBLE_EQ(described("ImageJ=1.53t\ntunit=ms\nfinterval=40\n").interval, 0.04);
+  EXPECT_DOUBLE_EQ(described("ImageJ=1.53t\ntunit=Min\nfinterval=2\n").interval, 120);
+  EXPECT_EQ(described("ImageJ=1.53t\nslices=9\nfps=25\n").interval, 0);
+  EXPECT_DOUBLE_EQ(described(ome("TimeIncrement='40000' TimeIncrementUnit='\xc2\xb5s'")).interval, 0.04);
   EXPECT_FALSE(described("ImageJ=1.53t\nunit=pixel\n", 4).isTold());
   EXPECT_FALSE(described("ImageJ=1.53t\nunit=inch\n", 72).isTold());
 }

@@ -1,6 +1,8 @@
 #include "dicom/dicomreader.h"
 #include "dicom/dicomwriter.h"
 #include "image/palette.h"
+#include "image/stillimport.h"
+#include "imagedoc/otherpictures.h"
 #include "support/imagedoctest.h"
 #include "support/tifffile.h"
 
@@ -88,6 +90,42 @@ TEST_F(ImportedStills, OfDicomNameTheirPatientAndAreNobodyElsesUnasked) {
   EXPECT_EQ(image()->measuredFor().subject, "S-2");
 }
 
+TEST_F(ImportedStills, OfAnotherPatientComeIntoNoOpenDocumentUnasked) {
+  ASSERT_TRUE(exportDicom(CZZimage(3, 2), {.subjectId = "S-1"}, folder.file("a.dcm")));
+  ASSERT_TRUE(app->db->newSubject("S-2"));
+  theExams().selectSubject("S-2", "Another");
+  ZBasicDoc& d = makeImage(5, 3);
+  EXPECT_TRUE(d.agreesToSubject("a.dcm", "S-2"));
+  host.answers = {Answer::No};
+  EXPECT_FALSE(d.mayTakeFrom(folder.file("a.dcm")));
+  EXPECT_THAT(host.messages.back(), HasSubstr("a.dcm names the subject S-1"));
+}
+
+TEST_F(ImportedStills, KeepTheirScaleInATiffThatGoesOut) {
+  ZBasicDoc& d = makeImage(5, 3);
+  ASSERT_TRUE(d.setScale(0.5, 0.25, "", 1, false, false));
+  d.userunits = "um";
+  ASSERT_TRUE(d.exportImage(folder.file("out.tif")));
+  const ToldScale told = stillScale(folder.file("out.tif"), 0);
+  EXPECT_DOUBLE_EQ(told.x, 0.5);
+  EXPECT_DOUBLE_EQ(told.y, 0.25);
+  if (std::system("tiffinfo -h > /dev/null 2>&1") / 256 == 127) GTEST_SKIP() << "libtiff's tools are missing";
+  const std::string text = folder.file("out.txt");
+  EXPECT_EQ(std::system(("tiffinfo " + folder.file("out.tif") + " > " + text).c_str()), 0);
+  EXPECT_THAT(readWholeText(text).value_or(""), HasSubstr("Resolution: 20000, 40000 pixels/cm"));
+}
+
+TEST_F(ImportedStills, TellOfAScaleThatIsNotTaken) {
+  ZBasicDoc& d = makeImage(5, 3);
+  ASSERT_TRUE(d.setScale(2, 2, "", 1, false, false));
+  d.userunits = "um";
+  d.tellOfOtherScale("a.tif", {.x = 2.0001, .y = 2, .source = "OME-XML"});
+  EXPECT_TRUE(host.messages.empty());
+  d.tellOfOtherScale("a.tif", {.x = 0.5, .y = 0.5, .source = "OME-XML"});
+  EXPECT_THAT(host.messages.back(), HasSubstr("a.tif tells 0.5 x 0.5 um/pixel by OME-XML"));
+  EXPECT_THAT(d.notes, HasSubstr("the scale of this document stays"));
+}
+
 TEST_F(ImportedStills, GoOutAsDicomWithTheirSubjectExamAndScale) {
   ASSERT_TRUE(app->db->newSubject("S-1"));
   ASSERT_TRUE(app->db->updateSubject("S-1", "Ann", "Doe", ""));
@@ -104,10 +142,17 @@ TEST_F(ImportedStills, GoOutAsDicomWithTheirSubjectExamAndScale) {
   const auto back = openDicom(folder.file("a.dcm"), why);
   ASSERT_NE(back, nullptr) << why;
   EXPECT_EQ(back->subject(), "S-1");
+  EXPECT_EQ(folderOf(d.exportPath(".png")), app->dataFolder + "e1/") << "it lies nowhere yet";
+  EXPECT_THAT(dicomFactsOf(d).study, HasSubstr("S-1"));
+  EXPECT_FALSE(dicomFactsOf(d).isCalibrated);
   EXPECT_DOUBLE_EQ(back->scale().x, 500);
   EXPECT_DOUBLE_EQ(back->scale().y, 250);
   EXPECT_THAT(back->remarks(), ::testing::Contains(HasSubstr("left ring, cold")));
   EXPECT_THAT(back->remarks(), ::testing::Contains("DICOM series: after cold"));
+  d.setPathName(folder.file("a.tv1"));
+  EXPECT_EQ(d.exportPath(".png"), folder.file("a.png"));
+  d.noteFetched();
+  EXPECT_EQ(folderOf(d.exportPath(".png")), app->dataFolder + "e1/");
   CZZimage pixels;
   ASSERT_TRUE(back->read(0, pixels));
   EXPECT_EQ(pixelsOf(pixels), pixelsOf(*d.theImage()));

@@ -26,7 +26,11 @@ TEST(RawHeader, HasLinesOfKeysOrTags) {
       {"WIDTH and HEIGHT of a frame\nWIDTH 6\nHEIGHT 2\nNUMBER_OF_FRAMES 9\nMAGNIFICATION .5", false},
       {"<?xml version=\"1\"?>\n<H><WIDTH>6</WIDTH>\r\n<HEIGHT>2</HEIGHT><NUMBER_OF_FRAMES>9</NUMBER_OF_FRAMES>"
        "<MAGNIFICATION>0.5</MAGNIFICATION></H>",
-       true}};
+       true},
+      {"\xef\xbb\xbfWIDTH 6\nHEIGHT 2\nNUMBER_OF_FRAMES 9\nMAGNIFICATION 0.5", false},
+      {"<H><!-- <WIDTH>7</WIDTH> --><WIDTH>6</WIDTH><HEIGHT>2</HEIGHT><NUMBER_OF_FRAMES>9</NUMBER_OF_FRAMES>"
+       "<MAGNIFICATION>0.5</MAGNIFICATION></H>",
+       false}};
   for (const auto& [text, xml] : forms) {
     const RawHeader header = read(text, xml);
     EXPECT_EQ(header.width, 6) << text;
@@ -43,6 +47,8 @@ TEST(RawHeader, LeavesDefaultsForWhatIsMissing) {
   EXPECT_EQ(header.height, 480);
   EXPECT_EQ(header.frames, 0);
   EXPECT_FALSE(header.magnification);
+  EXPECT_TRUE(header.isSilent);
+  EXPECT_FALSE(read("WIDTH 7").isSilent);
 }
 
 TEST(RawHeader, ThatLiesIsRefusedInWords) {

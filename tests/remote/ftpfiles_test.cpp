@@ -60,6 +60,19 @@ TEST_F(Server, ThatRefusesHangsOrSendsHalfIsToldOf) {
   }
 }
 
+TEST_F(Server, IsNotWaitedForAtTheEnd) {
+  FtpFiles patient{10};
+  for (const FtpServer::Mood mood : {FtpServer::Mood::KeepsLastWord, FtpServer::Mood::IgnoresQuit}) {
+    server.mood = mood;
+    server.files["a"] = "whole";
+    auto transfer = patient.fetch(account, "a", [](const void*, size_t) { return true; });
+    while (transfer->done() < 5 && transfer->step()) std::this_thread::yield();
+    EXPECT_TRUE(transfer->step() || transfer->result());
+    transfer.reset();
+    EXPECT_FALSE(server.gaveUp);
+  }
+}
+
 TEST_F(Server, NamesThatCannotBeOnesAreRefused) {
   for (const char* name : {"", "a/b", "user@host", "x y", "h\r\nDELE a"}) {
     account.server = name;

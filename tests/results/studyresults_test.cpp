@@ -45,8 +45,10 @@ class StudyResults : public AppTest {
 TEST_F(StudyResults, AreARowAMeasure) {
   const std::string exam = std::to_string(select("S, 1", "e1"));
   addWidth("a \"b\".tv1", 12.5);
-  addWidth("c.tv1", std::nan(""));
+  const CResultDoc& table = addWidth("c.tv1", std::nan(""));
+  EXPECT_TRUE(table.hasUnkeptRows());
   const std::vector<std::string> lines = exported();
+  EXPECT_FALSE(table.hasUnkeptRows());
   ASSERT_EQ(lines.size(), 3u);
   EXPECT_EQ(lines[0], "subject,exam,document,list,mark,quantity,value,unit,program version,settings,table");
   EXPECT_EQ(measure(lines[1]), "\"S, 1\"," + exam + ",\"a \"\"b\"\".tv1\",,2,width,12.5,um");

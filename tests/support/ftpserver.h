@@ -15,13 +15,14 @@ namespace tarnvisor {
 
 class FtpServer {
  public:
-  enum class Mood { Fair, RefusesUsers, IsSilent, HangsInFile, SendsHalf };
+  enum class Mood { Fair, RefusesUsers, IsSilent, HangsInFile, SendsHalf, KeepsLastWord, IgnoresQuit };
 
   std::map<std::string, std::string> files;  // by name, in whatever folder
   std::string listing;
   std::string password = "secret";
   std::atomic<Mood> mood = Mood::Fair;
   std::atomic<int> commands = 0;
+  std::atomic<bool> gaveUp = false;  // the other side stayed, though it was left without an answer
 
   FtpServer() : listener(listening(port)), worker([this] { serve(); }) {}
   ~FtpServer() {
@@ -49,6 +50,11 @@ class FtpServer {
     while (!stopped)
       if (::poll(&wanted, 1, 10) > 0) return true;
     return false;
+  }
+  void leaveWaiting(int socket) {
+    constexpr int kPatienceMs = 3000;
+    pollfd wanted{socket, POLLIN, 0};
+    gaveUp = ::poll(&wanted, 1, kPatienceMs) == 0;
   }
   static void say(int socket, const std::string& text) {
     (void)::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
@@ -97,19 +103,25 @@ class FtpServer {
     if (word == "LIST") send(control, data, listing);
     if (word == "RETR" && file == files.end()) say(control, "550 none\r\n");
     if (word == "RETR" && file != files.end()) return send(control, data, file->second);
-    if (word == "QUIT") say(control, "221 bye\r\n");
+    if (word == "QUIT" && mood == Mood::IgnoresQuit)
+      leaveWaiting(control);
+    else if (word == "QUIT")
+      say(control, "221 bye\r\n");
     return word != "QUIT";
   }
   bool send(int control, int& data, const std::string& bytes) {
     say(control, "150 it comes\r\n");
     const int wire = isReady(data) ? ::accept(data, nullptr, nullptr) : -1;
-    const bool all = mood == Mood::Fair || &bytes == &listing;
+    const bool all = (mood != Mood::HangsInFile && mood != Mood::SendsHalf) || &bytes == &listing;
     say(wire, all ? bytes : bytes.substr(0, bytes.size() / 2));
     while (!all && mood == Mood::HangsInFile && !stopped) std::this_thread::yield();
     ::close(wire);
     ::close(data);
     data = -1;
-    if (all) say(control, "226 whole\r\n");
+    if (mood == Mood::KeepsLastWord)
+      leaveWaiting(control);
+    else if (all)
+      say(control, "226 whole\r\n");
     return all;
   }
   int listener;

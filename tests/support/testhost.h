@@ -133,7 +133,8 @@ class TestHost final : public NullHost {
     if (printJob) draw(*printJob);
     return printJob != nullptr;
   }
-  Outcome write(const std::string& path, Size, const std::function<void(Canvas&)>& draw) override {
+  using PictureWriter::write;
+  Outcome write(const std::string& path, Size, PixelSize, const std::function<void(Canvas&)>& draw) override {
     EXPECT_TRUE(pictureCanvas) << "an unexpected picture: " << path;
     if (!pictureCanvas) return Outcome::failure(path);
     draw(*pictureCanvas);

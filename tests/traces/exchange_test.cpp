@@ -60,6 +60,7 @@ TEST(TextSettings, AsCsvPutUnitsIntoTheHeads) {
   one->yunits = "mm/s";
   other->yunits = "";
   CTextSettings how = plainText();
+  EXPECT_THAT(how.fileFilter(), testing::StartsWith("Text Files"));
   how.coldelim = how.xscaled = how.headers = 0;
   EXPECT_EQ(exported({one.get(), other.get()}, how.asCsv()),
             "time (s),CBV (mm/s),\"p, \"\"x\"\"\"\n0.0,1.0,3.0\n0.5,2.0,\n");
@@ -348,6 +349,50 @@ TEST(TextImport, AsksAboutTimesThatAreUnevenBeyondTheirRounding) {
   }
 }
 
+TEST(TextImport, AsksWhetherPairsAreDecimals) {
+  EXPECT_THAT(importText("1,5\n2,5", "file", {}).question, HasSubstr("as two columns"));
+  EXPECT_EQ(importText("1,5\n2,5", "file", plainText()).question, "");
+  EXPECT_EQ(importText("0.5,5\n2,5", "file", {}).question, "");
+  EXPECT_EQ(samplesOf(*importText("CBV\n1,5\n2,5", "file", {}).traces.at(0)), (Doubles{1.5, 2.5}));
+}
+
+TEST(TextImport, KeepsDelimitersBetweenQuotes) {
+  const Imported back = importText("\"t\",\"p, \"\"x\"\"\"\n\"0\",\"1,5\"\n\"1\",\"2,5\"\n", "file", {});
+  ASSERT_EQ(back.traces.size(), 1u) << back.failure;
+  EXPECT_EQ(back.traces[0]->name, "p, \"x\"");
+  EXPECT_EQ(samplesOf(*back.traces[0]), (Doubles{1.5, 2.5}));
+}
+
+TEST(Readings, ThatAreAbsentGoOutAndInAsSuch) {
+  auto velocity = traced(kFloatCode, {1, -1, 3}, 0.5, "v"),
+       width = traced(kDoubleCode, {4, NAN, 6}, 0.5, "w");
+  velocity->absent = -1;
+  CTextSettings how = plainText();
+  EXPECT_EQ(exported({velocity.get(), width.get()}, how), "s,v,w\n0.0,1.0,4.0\n0.5,,\n1.0,3.0,6.0\n");
+  for (const int32_t delimiter : {0, 1, 3})
+    for (const int32_t binary : {0, 1}) {
+      how.xscaled = 0;
+      how.coldelim = delimiter;
+      how.binary = static_cast<uint8_t>(binary);
+      const std::string out = exported({velocity.get(), width.get()}, how);
+      const Imported back = binary ? importBinary(bytesOf(out), how) : importText(out, "file", how);
+      ASSERT_EQ(back.traces.size(), 2u) << back.failure;
+      for (const auto& trace : back.traces) EXPECT_TRUE(std::isnan(trace->data->at(1)));
+      EXPECT_EQ(back.traces[0]->data->at(2), 3);
+    }
+}
+
+TEST(TextExport, TellsLateTimesApart) {
+  const auto late = traced(kFloatCode, Doubles(6, 1), 0.001, "x");
+  late->starttime = 100'000'000;
+  const Imported back = importText(exported({late.get()}, {}), "file", {});
+  ASSERT_EQ(back.traces.size(), 1u) << back.failure;
+  EXPECT_NEAR(back.traces[0]->period, 0.001, 1e-6);
+  const char* coarse = "time,x\n100000,1\n100000,2\n100000.1,3\n100000.1,4";
+  EXPECT_EQ(importText(coarse, "file", {}).traces.size(), 1u);
+  EXPECT_THAT(importText(coarse, "file", {}).question, HasSubstr("row 2 has no later one"));
+}
+
 TEST(TextImport, ReadsEncodingsAndDecimalCommasOfOtherPrograms) {
   const std::string latin = "Flu\xdf [\xb5m/s]\n1,5 2\n-2,5 3";
   std::string little = "\xff\xfe", big = "\xfe\xff";
@@ -381,8 +426,9 @@ TEST(TextImport, TellsWhatItCannotRead) {
       {"a\nb\n1", "no numbers"},
       {"a,b", "no numbers"},
       {"1\n2\nx\n", "Line 3"},
-      {"1,2\n,3\n2,4", "follows a gap"},
-      {"1\nnan", "Line 2"},
+      {"a,b\n1,2,3", "Line 2 has 3 numbers between commas under names of 2"},
+      {"a,b,c\n1,2", "names more columns"},
+      {"1\nnanny", "Line 2"},
       {"1\n1e999", "Line 2"},
       {"1\n0x10", "Line 2"},
       {"1" + wide + "2", "too many columns: at most 4096"},
