@@ -209,9 +209,9 @@ std::string whyDisabled(const std::vector<CommandTarget*>& chain, const std::str
     if (!table) continue;
     const CommandRow* row =
         byId ? table->find(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10))) : table->find(text);
-    if (row)
-      return "the command is not enabled now" +
-             (*row->words.whyOff ? std::string(". ") + row->words.whyOff : "");
+    if (!row) continue;
+    const std::string why = target->whyOff(row->id, row->words.whyOff);
+    return "the command is not enabled now" + (why.empty() ? why : ". " + why);
   }
   return "the command is not enabled now";
 }
@@ -445,7 +445,8 @@ StepResult runVelocity(StepContext& c) {
   if (auto* view = dynamic_cast<CView*>(c.app.flo1View)) c.app.documents.activate(view->document());
   const std::string samples = format("%lld", static_cast<long long>(c.app.samplesRead - before));
   const std::string told = c.script.shown().empty() ? "" : "\n" + c.script.shown();
-  return {true, {}, {{"samples", samples}}, samples + " samples" + told};
+  return {
+      true, {}, {{"samples", samples}}, samples + " samples taken for spectra, of those that came" + told};
 }
 
 std::string checkRecord(Arguments a) {

@@ -72,7 +72,7 @@ bool CVivoRecDoc::refuses(int32_t command) const {
          (recordingNow && std::ranges::find(kWhileRecording, command) == kWhileRecording.end());
 }
 
-const char* CVivoRecDoc::whyOff(int32_t command, const char* usual) const {
+std::string CVivoRecDoc::whyOff(int32_t command, const char* usual) const {
   return recordingNow && refuses(command) ? text::kUnderWay : CVivoCapDoc::whyOff(command, usual);
 }
 

@@ -25,7 +25,7 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
   CZZimage* theImage() override;
   bool holdsPixels() const override { return !recordingNow; }
   bool refuses(int32_t command) const override;
-  const char* whyOff(int32_t command, const char* usual) const override;
+  std::string whyOff(int32_t command, const char* usual) const override;
 
   // --- as the frame sees it
   bool isRecording() const override { return recordingNow != 0; }

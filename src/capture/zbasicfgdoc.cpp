@@ -149,7 +149,7 @@ bool ZBasicfgDoc::refuses(int32_t command) const {
 }
 
 // A live picture is grey: what is said to need that needs one that stays.
-const char* ZBasicfgDoc::whyOff(int32_t command, const char* usual) const {
+std::string ZBasicfgDoc::whyOff(int32_t command, const char* usual) const {
   if (command == cmd::Bin) return text::kBinTheSaved;
   const bool needsAStill = refuses(command) || std::string_view(usual) == text::kNeedsGrey;
   return isLive() && needsAStill ? text::kFreezeFirst : ZBasicDoc::whyOff(command, usual);

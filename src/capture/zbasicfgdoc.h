@@ -30,7 +30,7 @@ class ZBasicfgDoc : public ZBasicDoc {
   CZZimage* theImage() override;
   bool holdsPixels() const override { return !isLive(); }
   bool refuses(int32_t command) const override;
-  const char* whyOff(int32_t command, const char* usual) const override;
+  std::string whyOff(int32_t command, const char* usual) const override;
   ImageFacts imageFacts() const override;
   double standardPixels() const override { return binned ? 0.5 : 1.0; }
 

@@ -105,6 +105,8 @@ bool ZchartDoc::onImportFile(const std::string& path) {
     return false;
   }
   if (!mayTake(imported) || !onNewDocument()) return false;
+  if (!imported.shortage.empty())
+    host().messages.show(path + "\n" + imported.shortage, Buttons::Ok, Icon::Warning);
   {
     const TraceBatch batch(*this);
     giveColours(imported.traces, 0);

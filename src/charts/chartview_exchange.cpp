@@ -1,6 +1,4 @@
 // Export... and Import... of a chart.
-#include <cmath>
-
 #include "app/asked.h"
 #include "app/basicapp.h"
 #include "base/files.h"
@@ -16,8 +14,8 @@ namespace tarnvisor {
 ExportRange ZchartView::exportRange(bool ofSelection) const {
   ExportRange range;
   range.whole = !ofSelection || !hasSelection();
-  range.from = static_cast<int64_t>(std::llround(selfrom / secondsPerColumn));
-  range.to = static_cast<int64_t>(std::llround(selto / secondsPerColumn));
+  range.from = selfrom;
+  range.to = selto;
   range.secondsPerColumn = secondsPerColumn;
   return range;
 }
@@ -85,6 +83,8 @@ void ZchartView::importTracesCommand() {
   }
   if (!imported.failure.empty()) return doc.report(imported.failure);
   if (!ZchartDoc::mayTake(imported)) return;
+  if (!imported.shortage.empty())
+    host().messages.show(*path + "\n" + imported.shortage, Buttons::Ok, Icon::Warning);
   ZchartDoc::giveColours(imported.traces, doc.traces.size());
   ZchartDoc::Change change(doc);
   for (ZZTrace::Own& trace : imported.traces)

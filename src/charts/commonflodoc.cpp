@@ -50,6 +50,15 @@ CbvAnalysis ZcommonFLODoc::reviewAnalysis() const {
   return own;
 }
 
+Outcome ZcommonFLODoc::checkThreshold() const {
+  const VelocitySettings& velocity = process.velocity;
+  if (velocity.cbvMethod != kPercentPower || velocity.autonoise || analysis.threshold <= 100)
+    return Outcome::success();
+  return Outcome::failure(format(
+      "The threshold is percent here: %i %% of the total power are more than there is. Set it to 0 to 100.",
+      analysis.threshold));
+}
+
 void ZcommonFLODoc::setThreshold(int32_t wanted) {
   if (wanted == analysis.threshold) return;
   analysis.threshold = wanted;

@@ -28,6 +28,8 @@ class ZcommonFLODoc : public ZchartDoc {
   void setThreshold(int32_t wanted);
   const std::string& thresholdWords() const { return words; }  // since it changed; before, none
   // Those of speed in the one unit become those in the other.
+  // A failure where the method in force reads the threshold as percent and it is none.
+  Outcome checkThreshold() const;
   void swapUnits();
 
   CbvAnalysis analysis;  // its threshold is the document's

@@ -34,6 +34,10 @@ std::optional<Selection> ZcommonFLOView::selectedRows() const {
     doc.report(rows ? "The selection holds no spectra." : kNoSpectra);
     return std::nullopt;
   }
+  if (const Outcome may = flo.checkThreshold(); !may) {
+    doc.report(may.why());
+    return std::nullopt;
+  }
   return Selection{range->from, range->to};
 }
 

@@ -117,8 +117,9 @@ void CommandActions::refresh() {
     const CommandState state = commandState(chain, id);
     shown->setEnabled(state.enabled);
     const CommandWords& words = commands.words(id);
-    const char* whyOff = state.target ? state.target->whyOff(id, words.whyOff) : words.whyOff;
-    shown->setStatusTip(toQt(state.enabled || !*whyOff ? words.status : whyOff));
+    const std::string whyOff =
+        state.target ? state.target->whyOff(id, words.whyOff) : std::string(words.whyOff);
+    shown->setStatusTip(toQt(state.enabled || whyOff.empty() ? words.status : whyOff));
     shown->setCheckable(state.ticked);
     shown->setChecked(state.ticked);
     if (!state.text.empty()) shown->setText(menuWords(toQt(state.text)));

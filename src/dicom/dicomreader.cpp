@@ -3,6 +3,7 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dccodec.h>
 #include <dcmtk/dcmdata/dcfcache.h>
+#include <dcmtk/dcmdata/dcpixseq.h>
 #include <dcmtk/dcmdata/dcpxitem.h>
 #include <dcmtk/dcmdata/dcrledrg.h>
 #include <dcmtk/dcmdata/dctk.h>
@@ -20,6 +21,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "image/decodedstill.h"
+#include "image/jpegcheck.h"
 
 namespace tarnvisor {
 
@@ -194,6 +196,7 @@ class DicomSequence final : public DecodedSequence {
     bytes.resize(static_cast<size_t>(form.bytes() + form.bytes() % 2));
     Uint32 fragment = 0;
     OFString kind;
+    if (isPacked && !isRle && isDamagedFrame(static_cast<uint32_t>(index))) return false;
     if (pixels
             ->getUncompressedFrame(&set, static_cast<Uint32>(index), fragment, bytes.data(),
                                    static_cast<Uint32>(bytes.size()), kind, &cache)
@@ -223,6 +226,26 @@ class DicomSequence final : public DecodedSequence {
     return "its transfer syntax" + (uid.empty() ? "" : " (" + uid + ")") + " is not known.";
   }
 
+  // Frames that lie in one piece each; the library's decoder fills what it can't read, without a word.
+  bool isDamagedFrame(uint32_t index) {
+    DcmPixelSequence* pieces = nullptr;
+    const DcmRepresentationParameter* any = nullptr;
+    E_TransferSyntax coding = EXS_Unknown;
+    pixels->getOriginalRepresentationKey(coding, any);
+    if (pixels->getEncapsulatedRepresentation(coding, any, pieces).bad() || !pieces) return false;
+    std::vector<uint8_t> codes;
+    for (unsigned long i = 1; i < pieces->card(); ++i) {  // the first one is the table of places
+      if (form.frames > 1 &&
+          (pieces->card() != static_cast<unsigned long>(form.frames) + 1 || i != index + 1ul))
+        continue;
+      DcmPixelItem* piece = nullptr;
+      Uint8* held = nullptr;
+      if (pieces->getItem(piece, i).bad() || piece->getUint8Array(held).bad() || !held) return false;
+      codes.insert(codes.end(), held, held + piece->getLength());
+    }
+    return isDamagedJpeg(codes);
+  }
+
   // The words of what is wrong.
   std::string take(uint64_t fileBytes) {
     DcmDataset& set = *whole.getDataset();
@@ -242,6 +265,11 @@ class DicomSequence final : public DecodedSequence {
     readFacts(set);
     DecodedStill first;
     if (!decode(0, first)) return kDamaged;
+    if (form.isSigned) lowest = -(1 << (form.stored - 1));
+    if (form.isInverted) {
+      lowest += (1 << form.stored) - 1;
+      direction = -1;
+    }
     if (form.isWide()) findRange();
     return {};
   }

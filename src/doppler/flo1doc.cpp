@@ -225,6 +225,7 @@ void Cflo1Doc::applyBandwidth() {
 
 void Cflo1Doc::runSource() {
   if (running) return;
+  if (const Outcome may = checkThreshold(); !may) return report(may.why());
   DopplerInput* input = dopplerInput();
   if (!input || !input->isReady()) return report(kNoVelocityInput);
   if (!mayGoOn()) return;

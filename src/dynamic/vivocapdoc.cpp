@@ -1,9 +1,13 @@
 #include "dynamic/vivocapdoc.h"
 
 #include <algorithm>
+#include <array>
 
 #include "base/files.h"
+#include "base/fraction.h"
 #include "base/text.h"
+#include "dynamic/commandids.h"
+#include "dynamic/texts.h"
 #include "imagedoc/otherpictures.h"
 #include "movie/rawheader.h"
 #include "settings/settings.h"
@@ -29,6 +33,43 @@ bool isVideoFile(const std::string& path) {
 }
 
 CZZimage* CVivoCapDoc::theImage() { return hasMovie() ? &movie->image() : nullptr; }
+
+namespace {
+
+// What reads the pixels of the image that is shown.
+constexpr std::array kReadPixels{cmd::FilePrint,
+                                 cmd::FilePrintPreview,
+                                 cmd::Export,
+                                 cmd::ExportDicom,
+                                 cmd::DuplicateImage,
+                                 cmd::FindCapillaries,
+                                 cmd::Find8Regions,
+                                 cmd::ThresholdCapillaries,
+                                 cmd::CalculateAverage,
+                                 cmd::ImageResults,
+                                 cmd::Histogram,
+                                 cmd::GreyLevel,
+                                 cmd::FindCapillaryWidth,
+                                 cmd::MeasureNailfoldLoops,
+                                 cmd::VignetteTest,
+                                 cmd::AutocalTest,
+                                 cmd::ThresholdPreprocessCheck,
+                                 cmd::SquareOfDifferencesToCurrent};
+
+}  // namespace
+
+// In place of an image that can't be read stand the pixels of the one before it, or none.
+bool CVivoCapDoc::showsUnread() const { return hasMovie() && !movie->hasReadShown(); }
+
+bool CVivoCapDoc::refuses(int32_t command) const {
+  return ZBasicDoc::refuses(command) ||
+         (showsUnread() && std::ranges::find(kReadPixels, command) != kReadPixels.end());
+}
+
+std::string CVivoCapDoc::whyOff(int32_t command, const char* usual) const {
+  return !isBusy() && showsUnread() && refuses(command) ? format(text::kUnreadImage, currentIndex())
+                                                        : ZBasicDoc::whyOff(command, usual);
+}
 
 CZZMovie& CVivoCapDoc::freshMovie() {
   if (!movie) movie = std::make_unique<CZZMovie>();
@@ -81,8 +122,9 @@ void CVivoCapDoc::updatePlayPeriod() {
 // What a movie file doesn't keep. A video file tells its own.
 void CVivoCapDoc::giveRate() {
   if (!movie || movie->mode == CZZMovie::kAvi) return;
-  movie->rate = std::max(1, static_cast<int32_t>(std::min(imagesPerSecond() * 1000 + 0.5, 2e9)));
-  movie->scale = 1000;
+  const Fraction rate = fractionOf(imagesPerSecond());
+  movie->rate = rate.above;
+  movie->scale = rate.below;
 }
 
 std::string CVivoCapDoc::stemOfTitle() const {

@@ -48,6 +48,7 @@ class CVivoCapDoc : public ZBasicDoc {
   // --- images (vivocapdoc.cpp)
   CZZimage* theImage() override;
   bool hasMovie() const { return movie && movie->isOpen(); }
+  bool showsUnread() const;
   int32_t imageCount() const { return hasMovie() ? movie->count : 0; }
   int32_t currentIndex() const { return hasMovie() ? movie->current : 0; }
   // Out of range shows image 0.
@@ -119,6 +120,8 @@ class CVivoCapDoc : public ZBasicDoc {
   std::string homeFolder() const;
 
   // --- what scripts ask (vivocapdoc_script.cpp)
+  bool refuses(int32_t command) const override;
+  std::string whyOff(int32_t command, const char* usual) const override;
   StepResult selectRange(double first, double last) override;
   StepResult show(int32_t index) override;
   std::vector<std::string> filesInUse() const override;

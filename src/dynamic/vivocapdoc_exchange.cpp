@@ -73,8 +73,7 @@ class CVivoCapDoc::ExportJob : public Job {
             const CZZMovie::Compression* compression, std::function<void(const Outcome&)> whenDone)
       : doc(video),
         path(name),
-        exporting(*video.movie, name, static_cast<int32_t>(std::lround(video.imagesPerSecond())), range, step,
-                  compression),
+        exporting(*video.movie, name, video.imagesPerSecond(), range, step, compression),
         done(std::move(whenDone)) {}
   ExportJob(CVivoCapDoc& video, const std::string& name, CZZMovie::Range range, int32_t step,
             const MovieExport::MakeSink& makeSink, std::function<void(const Outcome&)> whenDone)

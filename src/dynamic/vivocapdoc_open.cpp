@@ -107,6 +107,10 @@ bool CVivoCapDoc::takeSequence(const std::string& path) {
   appendNotes(format("Import %s, %i pictures", fileNameOf(path).c_str(), pictures->frames()) +
               text::kLineEnd);
   takeTold(*pictures);
+  if (const std::string shortage = pictures->shortage(); !shortage.empty()) {
+    appendNotes(shortage + text::kLineEnd);
+    host().messages.show(path + "\n" + shortage, Buttons::Ok, Icon::Warning);
+  }
   const double interval = pictures->scale().interval;
   auto fresh = std::make_unique<CZZMovie>();
   if (!fresh->openStills(std::move(pictures), path)) {

@@ -51,6 +51,8 @@ std::vector<std::string> CVivoCapDoc::filesInUse() const {
 // The selection, uncompressed as AVI or as it is stored.
 StepResult CVivoCapDoc::exportTo(const std::string& path) {
   const bool isDicom = equalIgnoringCase(extensionOf(path), "dcm");
+  if (!isVideoName(path) && !isDicom && showsUnread())
+    return StepResult::failure(format(text::kUnreadImage, currentIndex()));
   if (!isVideoName(path) && !isDicom) return ZBasicDoc::exportTo(path);
   const CZZMovie::Range range = selection();
   if (!hasMovie()) return StepResult::failure("the video has no images");

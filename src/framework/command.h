@@ -64,7 +64,7 @@ class CommandTarget {
   // Commands that its present state rules out, whatever their own tests say.
   virtual bool refuses(int32_t /*command*/) const { return isBusy(); }
   // Why one is off in its present state; `usual` is what the command's words say.
-  virtual const char* whyOff(int32_t /*command*/, const char* usual) const { return usual; }
+  virtual std::string whyOff(int32_t /*command*/, const char* usual) const { return usual; }
   // The document that its commands work on; null for none.
   virtual const CDocument* documentOfCommands() const { return nullptr; }
 };

@@ -15,7 +15,7 @@ ViewSite& CView::site() const {
 
 bool CView::isBusy() const { return shownDocument.isBusy(); }
 bool CView::refuses(int32_t command) const { return shownDocument.refuses(command); }
-const char* CView::whyOff(int32_t command, const char* usual) const {
+std::string CView::whyOff(int32_t command, const char* usual) const {
   return shownDocument.whyOff(command, usual);
 }
 

@@ -100,7 +100,7 @@ class CView : public CommandTarget, public ScriptTarget {
   // work.
   bool isBusy() const override;
   bool refuses(int32_t command) const override;
-  const char* whyOff(int32_t command, const char* usual) const override;
+  std::string whyOff(int32_t command, const char* usual) const override;
   const CDocument* documentOfCommands() const override { return &shownDocument; }
 
   // --- told by the document and the window: what changed, so that a view keeps what it has made of the rest

@@ -64,7 +64,8 @@ void DecodedSequence::findRange() {
 
 std::vector<std::string> DecodedSequence::remarks() const {
   if (range.isEmpty()) return {};
-  return {format("levels %u to %u became 0 to 255", range.low, range.high)};
+  const auto stored = [this](uint32_t level) { return lowest + direction * static_cast<int32_t>(level); };
+  return {format("levels %i to %i became 0 to 255", stored(range.low), stored(range.high))};
 }
 
 }  // namespace tarnvisor

@@ -18,6 +18,7 @@ struct DecodedStill {
   int32_t channels = 1;          // 1 or 3
   std::vector<uint8_t> samples;  // of 8 bits
   std::vector<uint16_t> wide;    // of more; one of the two is empty
+  bool isDamaged = false;        // some of it could not be read
 };
 
 // Of samples of more than 8 bits the smallest becomes 0, the largest 255; of a flat picture the high bytes
@@ -52,6 +53,9 @@ class DecodedSequence : public StillSequence {
   // Looks through all pictures, which takes as long as to read them; those that can't be decoded count for
   // nothing.
   void findRange();
+  // What a level of 0 stands for in the file, and whether higher ones stand for less.
+  int32_t lowest = 0;
+  int32_t direction = 1;
 
  private:
   DecodedStill each;

@@ -10,6 +10,7 @@ extern "C" {
 #include "base/files.h"
 #include "ffmpeg/ffmpeghandles.h"
 #include "image/decodedstill.h"
+#include "image/jpegcheck.h"
 
 namespace tarnvisor {
 
@@ -57,7 +58,8 @@ bool findStreams(AVFormatContext& format, int64_t most) {
 }
 
 // The first picture of the best video stream; null when there is none.
-Frame firstFrame(AVFormatContext& format, int64_t most) {
+// strict: null also where a part of it is damaged.
+Frame firstFrame(AVFormatContext& format, int64_t most, bool strict) {
   const AVCodec* decoder = nullptr;
   const int stream = av_find_best_stream(&format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
   if (stream < 0 || !decoder) return nullptr;
@@ -66,6 +68,7 @@ Frame firstFrame(AVFormatContext& format, int64_t most) {
   if (!codec || avcodec_parameters_to_context(codec.get(), &told) < 0) return nullptr;
   codec->max_pixels = most;
   codec->thread_count = 1;
+  if (strict) codec->err_recognition = AV_EF_CRCCHECK | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_EXPLODE;
   if (avcodec_open2(codec.get(), decoder, nullptr) < 0) return nullptr;
   const Packet packet(av_packet_alloc());
   Frame frame(av_frame_alloc());
@@ -78,7 +81,8 @@ Frame firstFrame(AVFormatContext& format, int64_t most) {
       avcodec_send_packet(codec.get(), packet.get());
     if (!draining) av_packet_unref(packet.get());
     const int got = avcodec_receive_frame(codec.get(), frame.get());
-    if (got == 0) return frame;
+    const bool isDamaged = frame->decode_error_flags != 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0;
+    if (got == 0) return strict && isDamaged ? nullptr : std::move(frame);
     if (got != AVERROR(EAGAIN) || draining) return nullptr;
   }
   return nullptr;
@@ -135,6 +139,24 @@ bool convert(const AVFrame& frame, DecodedStill& still) {
   return true;
 }
 
+// The words of what is wrong in why.
+Frame pictureIn(Bytes& bytes, bool strict, std::string& why) {
+  bytes.at = 0;
+  const BytesContext context = bytesContext(&bytes, &Bytes::read, &Bytes::seek);
+  why = "there is not enough memory.";
+  if (!context) return nullptr;
+  const Format format = openFormat(*context, kSinglePictures);
+  const int64_t most = mostPixels(bytes.all.size());
+  why = "it is no picture of a known kind.";
+  if (!format || !findStreams(*format, most)) return nullptr;
+  why = "it is damaged or too large.";
+  return firstFrame(*format, most, strict);
+}
+
+bool isJpeg(const std::vector<uint8_t>& bytes) {
+  return bytes.size() > 2 && bytes[0] == 0xff && bytes[1] == 0xd8;
+}
+
 }  // namespace
 
 std::string decodeStill(const std::string& path, DecodedStill& still) {
@@ -142,14 +164,11 @@ std::string decodeStill(const std::string& path, DecodedStill& still) {
   auto whole = readWholeFile(path, kLargestFile);
   if (!whole) return "it can't be opened.";
   Bytes bytes{std::move(*whole)};
-  const BytesContext context = bytesContext(&bytes, &Bytes::read, &Bytes::seek);
-  if (!context) return "there is not enough memory.";
-  const Format format = openFormat(*context, kSinglePictures);
-  if (!format) return "it is no picture of a known kind.";
-  const int64_t most = mostPixels(bytes.all.size());
-  if (!findStreams(*format, most)) return "it is no picture of a known kind.";
-  const Frame frame = firstFrame(*format, most);
-  if (!frame) return "it is damaged or too large.";
+  std::string why;
+  Frame frame = pictureIn(bytes, true, why);
+  still.isDamaged = !frame || (isJpeg(bytes.all) && isDamagedJpeg(bytes.all));
+  if (!frame) frame = pictureIn(bytes, false, why);
+  if (!frame) return why;
   return convert(*frame, still) ? "" : "its kind of pixels is not known.";
 }
 

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "image/decodedstill.h"
 #include "image/imagefile.h"
+#include "image/tiffbound.h"
 
 namespace tarnvisor {
 
@@ -62,12 +63,14 @@ bool loadsAsItStands(const std::string& path) {
 
 int32_t stillPages(const std::string& path) { return isTiff(path) ? tiffPages(path) : 1; }
 
-Outcome importStill(const std::string& path, int32_t page, CZZimage& image) {
+Outcome importStill(const std::string& path, int32_t page, CZZimage& image, std::string* flaw) {
   if (!fileExists(path)) return Outcome::failure(path + " does not exist.");
   DecodedStill still;
   try {
     const std::string problem = isTiff(path) ? decodeTiff(path, page, still) : decodeStill(path, still);
     if (!problem.empty()) return Outcome::failure(path + " can't be read: " + problem);
+    if (still.isDamaged && !flaw) return Outcome::failure(path + " can't be read: it is damaged.");
+    if (flaw) *flaw = still.isDamaged ? kDamagedPicture : "";
     LevelRange range;
     range.include(still.wide);
     if (makeImage(still, range, image)) return Outcome::success();

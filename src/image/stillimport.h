@@ -27,8 +27,9 @@ bool loadsAsItStands(const std::string& path);
 // Pages of a TIFF file; 1 for any other file, 0 for a TIFF file that can't be read.
 int32_t stillPages(const std::string& path);
 // Decodes a page (from 0) into the image. On failure the image is as it was, and the words name the file and
-// tell why. Pictures of more than kMostImportedPixels are refused.
-Outcome importStill(const std::string& path, int32_t page, CZZimage& image);
+// tell why. Pictures of more than kMostImportedPixels are refused. What a damaged file still shows comes with
+// words in flaw; without a place for them it is refused.
+Outcome importStill(const std::string& path, int32_t page, CZZimage& image, std::string* flaw = nullptr);
 
 // What a file tells of the size of its pixels.
 ToldScale stillScale(const std::string& path, int32_t page);

@@ -26,6 +26,8 @@ class StillSequence {
   virtual const ToldScale& scale() const = 0;
   // Who is shown, as the file names that subject; empty where it names none.
   virtual std::string subject() const { return {}; }
+  // A sentence about pictures that the file tells of and has not; empty where all are there.
+  virtual std::string shortage() const { return {}; }
   // What else is to be known of the pictures, in lines for the notes.
   virtual std::vector<std::string> remarks() const { return {}; }
 };

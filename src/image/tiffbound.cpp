@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 namespace tarnvisor {
 
@@ -47,7 +48,22 @@ uint64_t pictureBytes(TIFF* tiff) {
   return __builtin_mul_overflow(one, count, &all) ? 0 : all;
 }
 
+// The JPEG decoder goes on with grey after a warning; the others fail.
+int noteDamage(TIFF*, void* isDamaged, const char* module, const char*, va_list) {
+  if (module && std::string_view(module) == "JPEGLib") *static_cast<bool*>(isDamaged) = true;
+  return 1;
+}
+
 }  // namespace
+
+TIFF* openTiffToRead(const std::string& path, const char* mode, bool& isDamaged) {
+  TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+  if (!options) return nullptr;
+  TIFFOpenOptionsSetWarningHandlerExtR(options, noteDamage, &isDamaged);
+  TIFF* tiff = TIFFOpenExt(path.c_str(), mode, options);
+  TIFFOpenOptionsFree(options);
+  return tiff;
+}
 
 bool holdsItsPixels(TIFF* tiff) {
   const auto fileBytes = static_cast<uint64_t>(TIFFGetSizeProc(tiff)(TIFFClientdata(tiff)));

@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <utility>
 
+#include "base/text.h"
 #include "image/decodedstill.h"
 #include "image/tiffbound.h"
 
@@ -12,16 +14,25 @@ namespace tarnvisor {
 
 namespace {
 
-struct CloseTiff {
-  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
-};
-using OpenTiff = std::unique_ptr<TIFF, CloseTiff>;
+class OpenTiff {
+ public:
+  explicit OpenTiff(const std::string& path) {
+    TIFFSetErrorHandler(nullptr);
+    TIFFSetWarningHandler(nullptr);
+    tiff.reset(openTiffToRead(path, "r", *isDamaged));
+  }
+  TIFF* get() const { return tiff.get(); }
+  explicit operator bool() const { return tiff != nullptr; }
+  // Since the last call.
+  [[nodiscard]] bool takeDamage() const { return std::exchange(*isDamaged, false); }
 
-OpenTiff openTiff(const std::string& path) {
-  TIFFSetErrorHandler(nullptr);
-  TIFFSetWarningHandler(nullptr);
-  return OpenTiff(TIFFOpen(path.c_str(), "r"));
-}
+ private:
+  struct Close {
+    void operator()(TIFF* file) const { TIFFClose(file); }
+  };
+  std::unique_ptr<bool> isDamaged = std::make_unique<bool>(false);  // the library keeps its address
+  std::unique_ptr<TIFF, Close> tiff;
+};
 
 struct Facts {
   uint32_t width = 0, height = 0;
@@ -123,7 +134,7 @@ bool readPicture(TIFF* tiff, const Facts& f, DecodedStill& still) {
 
 int32_t tiffPages(const std::string& path) {
   constexpr int32_t kMost = 65535;
-  const OpenTiff tiff = openTiff(path);
+  const OpenTiff tiff(path);
   if (!tiff) return 0;
   int32_t pages = 1;
   while (pages < kMost && TIFFReadDirectory(tiff.get())) ++pages;
@@ -131,7 +142,7 @@ int32_t tiffPages(const std::string& path) {
 }
 
 bool isPlainGreyTiff(const std::string& path) {
-  const OpenTiff tiff = openTiff(path);
+  const OpenTiff tiff(path);
   if (!tiff) return false;
   const Facts f = factsOf(tiff.get());
   return f.bits == 8 && f.samples == 1 && f.photometric == PHOTOMETRIC_MINISBLACK &&
@@ -141,7 +152,9 @@ bool isPlainGreyTiff(const std::string& path) {
 namespace {
 
 // Of the present page.
-std::string decodePage(TIFF* tiff, DecodedStill& still) {
+std::string decodePage(const OpenTiff& file, DecodedStill& still) {
+  TIFF* tiff = file.get();
+  static_cast<void>(file.takeDamage());
   const Facts f = factsOf(tiff);
   if (!isPossibleStill(f.width, f.height)) return "it is damaged or too large.";
   if (!holdsItsPixels(tiff)) return kFewerPixels;
@@ -157,6 +170,7 @@ std::string decodePage(TIFF* tiff, DecodedStill& still) {
     if (!TIFFRGBAImageOK(tiff, why)) return "its kind of pixels is not known.";
     done = readPicture(tiff, f, still);
   }
+  still.isDamaged = file.takeDamage();
   return done ? "" : "it is damaged.";
 }
 
@@ -187,43 +201,79 @@ bool isOfOneKind(const Facts& a, const Facts& b) {
          isWide(a) == isWide(b);
 }
 
+struct Places {
+  std::vector<uint64_t> pages;
+  std::vector<std::string> remarks;
+  std::string shortage;
+};
+
+// Of several channels or layers the first ones, as far as the file tells which they are.
+void keepMoments(Places& places, const ToldPages& told) {
+  const auto found = static_cast<int64_t>(places.pages.size());
+  if (told.isTold && found < told.count())
+    places.shortage =
+        format("The file is damaged or was cut off: it holds %lli of the %lli pages that it tells of.",
+               static_cast<long long>(found), static_cast<long long>(told.count()));
+  if (!told.isTold || found > told.count() || told.channels * told.layers == 1) return;
+  std::vector<uint64_t> kept;
+  for (int64_t i = 0; i < told.moments && i * told.apart < found; ++i)
+    kept.push_back(places.pages[static_cast<size_t>(i * told.apart)]);
+  places.remarks.push_back(format("of %lli channels and %lli layers at each moment the first",
+                                  static_cast<long long>(told.channels),
+                                  static_cast<long long>(told.layers)));
+  places.pages = std::move(kept);
+}
+
 // Where the pages lie, if they are several of one kind; else nothing.
-std::vector<uint64_t> placesOfPages(TIFF* tiff) {
+Places placesOfPages(TIFF* tiff) {
   constexpr size_t kMost = size_t{1} << 20;
   const Facts first = factsOf(tiff);
-  std::vector<uint64_t> places;
+  const ToldPages told = pagesOf(descriptionOf(tiff), first.samples);
+  Places places;
+  bool goesOn = false;
   do {
     if (!isOfOneKind(first, factsOf(tiff))) return {};
-    places.push_back(TIFFCurrentDirOffset(tiff));
-  } while (places.size() < kMost && TIFFReadDirectory(tiff));
-  if (places.size() < 2) places.clear();
+    places.pages.push_back(TIFFCurrentDirOffset(tiff));
+    goesOn = places.pages.size() < kMost && !TIFFLastDirectory(tiff);
+  } while (goesOn && TIFFReadDirectory(tiff));
+  if (goesOn)
+    places.shortage =
+        "The file is damaged or was cut off: pages behind the last one that is shown can't be read.";
+  keepMoments(places, told);
+  if (places.pages.size() < 2) places = {};
   return places;
 }
 
 class TiffSequence final : public DecodedSequence {
  public:
-  TiffSequence(OpenTiff file, std::vector<uint64_t> pages) : tiff(std::move(file)), places(std::move(pages)) {
-    TIFFSetSubDirectory(tiff.get(), places.front());
+  TiffSequence(OpenTiff file, Places found) : tiff(std::move(file)), places(std::move(found)) {
+    TIFFSetSubDirectory(tiff.get(), places.pages.front());
     const Facts f = factsOf(tiff.get());
     extent = {static_cast<int32_t>(f.width), static_cast<int32_t>(f.height)};
     colours = isGreyKind(f) ? kGrey : kColour;
     told = scaleOf(wordsOf(tiff.get(), descriptionOf(tiff.get())));
     if (isWide(f)) findRange();
   }
-  int32_t frames() const override { return static_cast<int32_t>(places.size()); }
+  int32_t frames() const override { return static_cast<int32_t>(places.pages.size()); }
   Size size() const override { return extent; }
   int32_t colourset() const override { return colours; }
   const ToldScale& scale() const override { return told; }
+  std::string shortage() const override { return places.shortage; }
+  std::vector<std::string> remarks() const override {
+    std::vector<std::string> lines = DecodedSequence::remarks();
+    lines.insert(lines.end(), places.remarks.begin(), places.remarks.end());
+    return lines;
+  }
 
  protected:
   bool decode(int32_t index, DecodedStill& still) override {
-    return TIFFSetSubDirectory(tiff.get(), places[static_cast<size_t>(index)]) &&
-           decodePage(tiff.get(), still).empty();
+    return TIFFSetSubDirectory(tiff.get(), places.pages[static_cast<size_t>(index)]) &&
+           decodePage(tiff, still).empty() && !still.isDamaged;
   }
 
  private:
   OpenTiff tiff;
-  std::vector<uint64_t> places;
+  Places places;
   Size extent;
   int32_t colours = kGrey;
   ToldScale told;
@@ -232,15 +282,15 @@ class TiffSequence final : public DecodedSequence {
 }  // namespace
 
 std::string decodeTiff(const std::string& path, int32_t page, DecodedStill& still) {
-  const OpenTiff tiff = openTiff(path);
+  const OpenTiff tiff(path);
   if (!tiff) return "it is no TIFF file.";
   if (page < 0 || page > 65535 || !TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page)))
     return "it has no page of that number.";
-  return decodePage(tiff.get(), still);
+  return decodePage(tiff, still);
 }
 
 ToldScale tiffScale(const std::string& path, int32_t page) {
-  const OpenTiff tiff = openTiff(path);
+  const OpenTiff tiff(path);
   if (!tiff) return {};
   const std::string description = descriptionOf(tiff.get());
   if (page > 0 && !TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page))) return {};
@@ -248,22 +298,22 @@ ToldScale tiffScale(const std::string& path, int32_t page) {
 }
 
 bool isTiffSequence(const std::string& path) {
-  const OpenTiff tiff = openTiff(path);
-  return tiff && !placesOfPages(tiff.get()).empty();
+  const OpenTiff tiff(path);
+  return tiff && !placesOfPages(tiff.get()).pages.empty();
 }
 
 std::unique_ptr<StillSequence> openTiffSequence(const std::string& path, std::string& why) {
-  OpenTiff tiff = openTiff(path);
+  OpenTiff tiff(path);
   if (!tiff) {
     why = "it is no TIFF file.";
     return nullptr;
   }
-  std::vector<uint64_t> places = placesOfPages(tiff.get());
-  if (places.empty()) return nullptr;
-  TIFFSetSubDirectory(tiff.get(), places.front());
+  Places places = placesOfPages(tiff.get());
+  if (places.pages.empty()) return nullptr;
+  TIFFSetSubDirectory(tiff.get(), places.pages.front());
   try {
     DecodedStill first;
-    why = decodePage(tiff.get(), first);
+    why = decodePage(tiff, first);
     if (!why.empty()) return nullptr;
     return std::make_unique<TiffSequence>(std::move(tiff), std::move(places));
   } catch (const std::bad_alloc&) {

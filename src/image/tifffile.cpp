@@ -32,15 +32,14 @@ void logError(const char* module, const char* pattern, va_list arguments) {
   logPrintf("tiff %s: %s\n", module ? module : "", formatList(pattern, arguments).c_str());
 }
 
-OpenTiff openTiff(const std::string& path, const char* mode) {
-  // The library would print on standard error.
+// The library would print on standard error.
+void quietTiff() {
   static const bool quiet = [] {
     TIFFSetErrorHandler(logError);
     TIFFSetWarningHandler(nullptr);
     return true;
   }();
   static_cast<void>(quiet);
-  return OpenTiff(TIFFOpen(path.c_str(), mode));
 }
 
 struct TiffFacts {
@@ -191,7 +190,8 @@ Outcome writeTiff(const std::string& path, const CZZimage& image, int32_t sample
   if (!file.isOpen()) return file.commit();
   file.releaseToWriterByName();
   {
-    const OpenTiff tiff = openTiff(file.temporaryPath(), "w");
+    quietTiff();
+    const OpenTiff tiff(TIFFOpen(file.temporaryPath().c_str(), "w"));
     if (!tiff) return Outcome::failure(path + ": can't be written");
     setFields(tiff.get(), image, samples);
     tellScale(tiff.get(), image, samples, pixel);
@@ -206,7 +206,9 @@ Outcome writeTiff(const std::string& path, const CZZimage& image, int32_t sample
 
 bool loadTiff(CZZimage& image, const std::string& path, std::string& why) {
   if (!fileExists(path)) return false;
-  const OpenTiff tiff = openTiff(path, "rm");
+  quietTiff();
+  bool isDamaged = false;
+  const OpenTiff tiff(openTiffToRead(path, "rm", isDamaged));
   if (!tiff) return false;
   const TiffFacts facts = factsOf(tiff.get());
   if (facts.bits != 8) {
@@ -223,6 +225,7 @@ bool loadTiff(CZZimage& image, const std::string& path, std::string& why) {
   if (!readRows(tiff.get(), facts, CZZimage::strideFor(width, image.bytesPerPixel), rows)) return false;
   if (!image.resizedata(width, height, image.bytesPerPixel)) return false;
   placeRows(image, rows);
+  if (isDamaged) why = kDamagedPicture;
   image.frameNumber = 0;
   image.interlace = 0;
   return true;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "base/lengthunits.h"
 #include "base/text.h"
@@ -136,6 +137,34 @@ void readImageJ(const TiffWords& words, ToldScale& told) {
   if (x > 0 && y > 0 && x != kInch) takeResolution(told, words, x, y, "ImageJ");
 }
 
+constexpr double kMostTold = 1e6;
+
+int64_t countIn(const std::string& text) {
+  return static_cast<int64_t>(std::clamp(numberIn(text).value_or(1), 1.0, kMostTold));
+}
+
+ToldPages omePages(xmlTextReader* reader, int32_t samples) {
+  ToldPages told{countIn(attribute(reader, "SizeC")), countIn(attribute(reader, "SizeZ")),
+                 countIn(attribute(reader, "SizeT")), 1, true};
+  if (told.channels % samples == 0) told.channels /= samples;
+  const std::string order = attribute(reader, "DimensionOrder");
+  for (const char axis : std::string_view(order).substr(0, order.find('T'))) {
+    if (axis == 'C') told.apart *= told.channels;
+    if (axis == 'Z') told.apart *= told.layers;
+  }
+  return told;
+}
+
+// Of a stack it says layers, also of a video: without moments the layers are these.
+ToldPages imageJPages(const std::string& text) {
+  ToldPages told{countIn(lineOf(text, "channels")), countIn(lineOf(text, "slices")),
+                 countIn(lineOf(text, "frames")), 1, !lineOf(text, "images").empty()};
+  if (told.count() == 1) told.moments = countIn(lineOf(text, "images"));
+  if (told.moments == 1) std::swap(told.layers, told.moments);
+  told.apart = told.channels * told.layers;
+  return told;
+}
+
 void readResolution(const TiffWords& words, ToldScale& told) {
   if (words.unit == TiffWords::Unit::None) return;
   const double unit = words.unit == TiffWords::Unit::Inch ? kInch : kCentimetre;
@@ -148,6 +177,11 @@ void readResolution(const TiffWords& words, ToldScale& told) {
 }  // namespace
 
 bool isPixelSize(double micrometres) { return micrometres >= 1e-4 && micrometres <= 1e5; }
+
+ToldPages pagesOf(const std::string& description, int32_t samples) {
+  if (const Reader pixels = pixelsOf(description)) return omePages(pixels.get(), std::max(samples, 1));
+  return description.starts_with("ImageJ=") ? imageJPages(description) : ToldPages();
+}
 
 ToldScale scaleOf(const TiffWords& words) {
   ToldScale told;

@@ -26,6 +26,15 @@ struct TiffWords {
 // By OME-XML or the words of ImageJ in the description, else by the resolution.
 ToldScale scaleOf(const TiffWords& words);
 
+// What a TIFF description says that its pages are, where it does; each page of so many samples.
+struct ToldPages {
+  int64_t channels = 1, layers = 1, moments = 1;
+  int64_t apart = 1;  // pages from the first of a moment to that of the next
+  bool isTold = false;
+  int64_t count() const { return channels * layers * moments; }
+};
+ToldPages pagesOf(const std::string& description, int32_t samples);
+
 // Sizes beyond these are mistakes; of a pixel in micrometres.
 bool isPixelSize(double micrometres);
 

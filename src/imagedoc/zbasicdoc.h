@@ -268,6 +268,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool isSaveUnfinished(const std::string& path) const;
   bool hasPixelsAt(const std::string& path) const;
   bool readImageFile(const std::string& path);
+  void tellOfFlaw(const std::string& path, const std::string& flaw);
   [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
   bool trimLosesPixels(const std::string& documentPath) const;

@@ -153,7 +153,7 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
         format("%s\n%s%s", text::kCouldNotLoadImage, path.c_str(), (why.empty() ? why : "\n" + why).c_str()));
     return false;
   }
-  if (!why.empty()) report(path + "\n" + why);
+  if (!why.empty()) tellOfFlaw(path, why);
   if (fresh) {
     image = std::move(fresh);
     image->xOrigin = originx;
@@ -163,6 +163,13 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
   afterImageLoaded();
   updateAllViews();
   return true;
+}
+
+// Of pixels that were read all the same: told now, and to whoever reads the notes later.
+void ZBasicDoc::tellOfFlaw(const std::string& path, const std::string& flaw) {
+  report(path + "\n" + flaw);
+  const std::string line = fileNameOf(path) + ": " + flaw + text::kLineEnd;
+  if (notes.find(line) == std::string::npos) appendNotes(line);
 }
 
 bool ZBasicDoc::readImageFile(const std::string& path) {
@@ -259,7 +266,8 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
     if (!asked(form)) return false;
   }
   auto decoded = std::make_unique<CZZimage>();
-  if (const Outcome done = importStill(path, page - 1, *decoded); !done) {
+  std::string flaw;
+  if (const Outcome done = importStill(path, page - 1, *decoded, &flaw); !done) {
     report(done.why());
     return false;
   }
@@ -267,6 +275,7 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
   setTitle(withoutExtension(fileNameOf(path)) + ofPages);
   appendNotes("Import " + fileNameOf(path) + ofPages + text::kLineEnd);
   takeToldScale(stillScale(path, page - 1));
+  if (!flaw.empty()) tellOfFlaw(path, flaw);
   takeImage(std::move(decoded));
   importedFrom = absolutePath(path);
   return true;

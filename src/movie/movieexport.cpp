@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "base/files.h"
+#include "base/fraction.h"
 #include "base/text.h"
 #include "movie/movieoutput.h"
 #include "video/videowriter.h"
@@ -37,7 +38,7 @@ MovieExport::MovieExport(CZZMovie& exported, std::string path, CZZMovie::Range r
 
 namespace {
 
-MovieExport::MakeSink aviOf(int32_t framesPerSecond, const CZZMovie::Compression* compression) {
+MovieExport::MakeSink aviOf(double framesPerSecond, const CZZMovie::Compression* compression) {
   VideoFormat format;
   format.codec = "DIB ";
   if (compression) {
@@ -45,8 +46,9 @@ MovieExport::MakeSink aviOf(int32_t framesPerSecond, const CZZMovie::Compression
     format.quality = compression->quality;
     format.keyEvery = compression->keyEvery;
   }
-  format.rate = std::max(1, framesPerSecond);
-  format.scale = 1;
+  const Fraction rate = fractionOf(framesPerSecond);
+  format.rate = rate.above;
+  format.scale = rate.below;
   const bool compresses = compression != nullptr;
   return [format, compresses](const std::string& path, const MovieExport::Pictures& pictures,
                               std::string& why) -> std::unique_ptr<FrameSink> {
@@ -62,7 +64,7 @@ MovieExport::MakeSink aviOf(int32_t framesPerSecond, const CZZMovie::Compression
 
 }  // namespace
 
-MovieExport::MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
+MovieExport::MovieExport(CZZMovie& exported, std::string path, double framesPerSecond, CZZMovie::Range range,
                          int32_t step, const CZZMovie::Compression* compression)
     : MovieExport(exported, std::move(path), range, step, aviOf(framesPerSecond, compression)) {
   if (compression && compression->codec == "DIB ") words.insert(kBegin.size(), "not compressing.");
@@ -130,7 +132,7 @@ bool MovieExport::finish() {
   return true;
 }
 
-bool CZZMovie::saveAVI(const std::string& name, int32_t framesPerSecond, int32_t first, int32_t last,
+bool CZZMovie::saveAVI(const std::string& name, double framesPerSecond, int32_t first, int32_t last,
                        int32_t step, const Compression* compression, std::string& report) {
   MovieExport exporting(*this, name, framesPerSecond, {first, last}, step, compression);
   while (exporting.next()) {

@@ -28,7 +28,7 @@ class MovieExport {
   MovieExport(CZZMovie& exported, std::string path, CZZMovie::Range range, int32_t step,
               const MakeSink& makeSink);
   // As an AVI, uncompressed without a compression.
-  MovieExport(CZZMovie& exported, std::string path, int32_t framesPerSecond, CZZMovie::Range range,
+  MovieExport(CZZMovie& exported, std::string path, double framesPerSecond, CZZMovie::Range range,
               int32_t step, const CZZMovie::Compression* compression);
   // One that nobody finished leaves no file.
   ~MovieExport();

@@ -160,8 +160,8 @@ class CZZMovie {
   // --- movieexport.cpp
   // All of a MovieExport at once. The words of what happened come after `report`.
   struct Compression;
-  [[nodiscard]] bool saveAVI(const std::string& name, int32_t rate, int32_t first, int32_t last, int32_t step,
-                             const Compression* compression, std::string& report);
+  [[nodiscard]] bool saveAVI(const std::string& name, double framesPerSecond, int32_t first, int32_t last,
+                             int32_t step, const Compression* compression, std::string& report);
 
   struct Range {
     int32_t first, last;

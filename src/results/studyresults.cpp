@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -42,13 +43,23 @@ bool hasColumn(const CResultDoc& table, const char* title) {
   return std::ranges::any_of(table.columns, [&](const auto& column) { return column->title == title; });
 }
 
+// The mean behind the lines of a video has no number, place or size of its own, and is no measure.
+bool isMeanOfLines(const CResultDoc& table, size_t row) {
+  if (!hasColumn(table, "av r") || !hasColumn(table, "line")) return false;
+  return std::ranges::all_of(std::array{"line", "length", "diameter"}, [&](const char* title) {
+    const std::string cell = cellOf(table, row, title);
+    return !cell.empty() && std::strtod(cell.c_str(), nullptr) == 0;
+  });
+}
+
 struct StudyRows {
   std::string text = kHeading;
   std::string ending = "," + csvCell(versionText()) + "," + settingsFingerprint() + ",";
 
   // all: whose the rows are that don't tell it themselves
   void add(const CResultDoc& table, const ResultOwner& all) {
-    for (size_t row = 0; row < table.rowCount(); ++row) addRow(table, row, all);
+    for (size_t row = 0; row < table.rowCount(); ++row)
+      if (!isMeanOfLines(table, row)) addRow(table, row, all);
   }
 
  private:

@@ -110,8 +110,11 @@ Outcome checkReviewTarget(const C2DTrace& spectrum, const ZZTrace& target) {
   return Outcome::success();
 }
 
-ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
-                          double dopplerscale, ZZTrace::Own* spread) {
+namespace {
+
+// gain: what a hertz counts for in the spectra's unit
+ZZTrace::Own reviewedCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
+                         double gain, ZZTrace::Own* spread) {
   const RingSpan span = ringSpan(spectrum, selection);
   if (!hasRowData(spectrum) || span.count == 0) return nullptr;
   auto cbv = std::make_unique<CTrace>(kUint16Code, span.count);
@@ -122,8 +125,8 @@ ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const R
   cbv->setstarttime(spectrum.timeof(span.first));
   cbv->name = "CBV";
   cbv->yunits = spectrum.yunits;
-  cbv->ygain = dopplerscale * itemStep(spectrum);
-  if (spectrum.ygain != 0) cbv->xscale = spectrum.xscale / spectrum.ygain * dopplerscale;
+  cbv->ygain = gain * itemStep(spectrum);
+  if (spectrum.ygain != 0) cbv->xscale = spectrum.xscale / spectrum.ygain * gain;
   ZZTrace::Own beside;
   if (spread && review.analysis->parameters.cbvMethod == kFirstMoment && (beside = cbv->clone()))
     beside->name = "CBV spread";
@@ -132,11 +135,20 @@ ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const R
   return cbv;
 }
 
+}  // namespace
+
+ZZTrace::Own calculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
+                          double dopplerscale, ZZTrace::Own* spread) {
+  const bool isFrequency = spectrum.yunits == "kHz";
+  return reviewedCbv(spectrum, selection, review, isFrequency ? kKiloHertz : dopplerscale, spread);
+}
+
 // Where both have the same time, row by row; else the rows that a sample of the target is for.
 void recalculateCbv(const C2DTrace& spectrum, Selection selection, const ReviewSettings& review,
                     ZZTrace& target) {
   const RingSpan span = ringSpan(spectrum, selection);
-  const ZZTrace::Own fresh = calculateCbv(spectrum, selection, review, target.ygain / itemStep(spectrum));
+  const ZZTrace::Own fresh =
+      reviewedCbv(spectrum, selection, review, target.ygain / itemStep(spectrum), nullptr);
   if (!fresh || !hasSamples(target)) return;
   for (uint32_t k = 0; k < span.count; ++k) {
     const double time = spectrum.timeof(span.at(k)) + 0.5 * spectrum.period;

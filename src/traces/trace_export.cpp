@@ -57,14 +57,14 @@ void writeRows(std::ostream& file, const ZZTrace& trace, uint32_t first, uint32_
   file.write(items, static_cast<std::streamsize>(bytes));
 }
 
-void writeHeader(std::ostream& file, const ZZTrace& trace, uint32_t count) {
+void writeHeader(std::ostream& file, const ZZTrace& trace, uint32_t count, double start) {
   std::array<uint8_t, ZZTrace::kBinaryHeader> header{};
   putLittle(&header[0], count);
   putLittle(&header[4], static_cast<uint32_t>(trace.data->width));
   putLittle(&header[8], trace.data->elementsize);
   putLittle(&header[10], kHeaderMark);
   putLittleDouble(&header[12], trace.period);
-  putLittleDouble(&header[20], trace.starttime * 0.001);
+  putLittleDouble(&header[20], start);
   putLittleDouble(&header[28], trace.ygain);
   putLittleDouble(&header[36], trace.yoffset);
   putLittleDouble(&header[44], 0.0);
@@ -78,7 +78,8 @@ void writeHeader(std::ostream& file, const ZZTrace& trace, uint32_t count) {
 bool ZZTrace::exportbin(std::ostream& file, const BinarySettings& settings, int64_t from, int64_t to) const {
   if (!data || data->size == 0) return true;
   const int64_t rows = data->size;
-  if (from < 0 || to < 0) {
+  const bool whole = from < 0 || to < 0;
+  if (whole) {
     from = to = origin;
     if (origin == 0) to = rows;
   } else if (from == to) {
@@ -87,7 +88,7 @@ bool ZZTrace::exportbin(std::ostream& file, const BinarySettings& settings, int6
   const auto first = static_cast<uint32_t>(std::min(from, rows));
   const auto end = static_cast<uint32_t>(std::min(to, rows));
   const uint32_t count = rangecount(first, end);
-  if (settings.withheader) writeHeader(file, *this, count);
+  if (settings.withheader) writeHeader(file, *this, count, whole ? starttime * 0.001 : timeof(first));
   if (first < end) {
     writeRows(file, *this, first, count, settings.swapbytes);
   } else {

@@ -42,6 +42,7 @@ struct Imported {
   std::vector<ZZTrace::Own> traces;
   std::string failure = {};   // empty on success
   std::string question = {};  // to be answered with yes before the traces are taken; empty for none
+  std::string shortage = {};  // what the file tells of and lacks, in a sentence; empty where all is there
 };
 
 // The kind is told by the file's first bytes and, for binary, by its extension .bin too.

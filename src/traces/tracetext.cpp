@@ -36,32 +36,40 @@ std::vector<const ZZTrace*> shownOf(Traces traces) {
   return shown;
 }
 
-// All columns of the traces' time; of so many seconds, or with 0 of the shortest period.
-Outcome settleWhole(Traces traces, double secondsPerColumn, ExportRange& range) {
-  double start = 0, end = 0, step = 0;
-  for (const ZZTrace* trace : traces) {
-    if (!isDrawable(*trace)) continue;
-    start = step == 0 ? startOf(*trace) : std::min(start, startOf(*trace));
-    end = step == 0 ? endOf(*trace) : std::max(end, endOf(*trace));
-    step = step == 0 ? trace->period : std::min(step, trace->period);
-  }
-  if (step == 0) return Outcome::failure("There are no samples to export.");
-  if (secondsPerColumn > 0) step = secondsPerColumn;
-  const double first = std::ceil(start / step - kNudge), last = std::ceil(end / step - kNudge);
-  if (!(last - first <= kMostRows && std::abs(first) < 1e15))
-    return Outcome::failure("The traces' periods differ too much for one table.");
-  range = {false, static_cast<int64_t>(first), static_cast<int64_t>(last), step};
-  return Outcome::success();
+// Every stride-th moment from `first` up to `last` of the trace that is sampled most often, counted from its
+// start.
+struct Lines {
+  int64_t first = 0, last = 0, stride = 1;
+  double start = 0, period = 0;
+  int64_t count() const { return last > first ? (last - first - 1) / stride + 1 : 0; }
+  double timeOf(int64_t line) const { return start + static_cast<double>(line) * period; }
+};
+
+// The first sample at a time or after it, counted from the trace's start.
+double ageFrom(const ZZTrace& trace, double seconds) {
+  return std::ceil((seconds - startOf(trace)) / trace.period - kNudge);
 }
 
-// The same for the text of every trace: columns [from, to) of so many seconds.
-Outcome settleRange(Traces traces, ExportRange& range) {
-  if (range.whole)
-    if (Outcome settled = settleWhole(traces, 0, range); !settled) return settled;
-  if (!(std::isfinite(range.secondsPerColumn) && range.secondsPerColumn > 0 && range.to > range.from))
-    return Outcome::failure("There are no samples to export.");
-  if (static_cast<double>(range.to) - static_cast<double>(range.from) > kMostRows)
-    return Outcome::failure("That is too much for one table.");
+Outcome settleLines(Traces traces, const ExportRange& range, Lines& lines) {
+  const ZZTrace* finest = nullptr;
+  double start = HUGE_VAL, end = -HUGE_VAL;
+  for (const ZZTrace* trace : traces) {
+    if (!isDrawable(*trace)) continue;
+    if (!finest || trace->period < finest->period) finest = trace;
+    start = std::min(start, startOf(*trace));
+    end = std::max(end, endOf(*trace));
+  }
+  if (!finest) return Outcome::failure("There are no samples to export.");
+  if (!range.whole) start = range.from, end = range.to;
+  const double stride = range.whole ? 1 : std::floor(range.secondsPerColumn / finest->period + kNudge);
+  const double first = ageFrom(*finest, start), last = ageFrom(*finest, end);
+  if (!(last > first)) return Outcome::failure("There are no samples to export.");
+  if (!((last - first) / std::max(stride, 1.0) <= kMostRows && std::abs(first) < 1e15 &&
+        std::abs(last) < 1e15))
+    return Outcome::failure(range.whole ? "The traces' periods differ too much for one table."
+                                        : "That is too much for one table.");
+  lines = {static_cast<int64_t>(first), static_cast<int64_t>(last),
+           static_cast<int64_t>(std::clamp(stride, 1.0, 1e15)), startOf(*finest), finest->period};
   return Outcome::success();
 }
 
@@ -102,16 +110,19 @@ class Row {
   bool first = true;
 };
 
-// So many digits that times of a row and the next differ enough to show an even step.
-CTextSettings forTimes(const CTextSettings& settings, const ExportRange& range) {
-  constexpr double kHalfADigit = 0.69;
+// So many digits that times of a row and the next differ enough to show an even step, and where it begins.
+CTextSettings forTimes(const CTextSettings& settings, const Lines& lines) {
+  constexpr double kHalfADigit = 0.69, kHundredth = 2, kNearlyWhole = 1e-6;
   CTextSettings times = settings;
   if (settings.xscaled == 2) return times;
+  const double step = lines.period * static_cast<double>(lines.stride);
+  const double ahead = lines.start / step;
+  const bool isWhole = std::abs(ahead - std::round(ahead)) < kNearlyWhole;
   const double rows =
-      std::max({1.0, std::abs(static_cast<double>(range.from)), std::abs(static_cast<double>(range.to))});
-  const double digits = settings.format != 1         ? std::log10(rows) + 2
-                        : range.secondsPerColumn < 1 ? kHalfADigit - std::log10(range.secondsPerColumn)
-                                                     : 0;
+      std::max({1.0, std::abs(lines.timeOf(lines.first)) / step, std::abs(lines.timeOf(lines.last)) / step});
+  const double digits = settings.format != 1 ? std::log10(rows) + kHundredth
+                        : step < 1           ? (isWhole ? kHalfADigit : kHundredth) - std::log10(step)
+                                             : (isWhole ? 0 : kHundredth);
   times.precision = std::max(times.precision, static_cast<int32_t>(std::min(std::ceil(digits), 30.0)));
   return times;
 }
@@ -156,17 +167,19 @@ void appendValues(Row& row, const ZZTrace& trace, double seconds, const CTextSet
 }
 
 Outcome exportText(std::ostream& file, std::span<const ZZTrace* const> traces, const CTextSettings& settings,
-                   ExportRange range) {
-  if (Outcome settled = settleRange(traces, range); !settled) return settled;
+                   const ExportRange& range) {
+  Lines lines;
+  if (Outcome settled = settleLines(traces, range, lines); !settled) return settled;
   const std::string delimiter = settings.columnDelimiter(), lineEnd = settings.rowDelimiter();
-  const CTextSettings times = forTimes(settings, range);
+  const double samplesAhead = std::ceil(lines.start / lines.period - kNudge);
+  const CTextSettings times = forTimes(settings, lines);
   std::string text;
   if (settings.headers) appendHeader(text, traces, settings);
-  for (int64_t i = range.from; i < range.to && file; ++i) {
+  for (int64_t i = lines.first; i < lines.last && file; i += lines.stride) {
     Row row(text, delimiter);
-    const double seconds = static_cast<double>(i) * range.secondsPerColumn;
+    const double seconds = lines.timeOf(i);
     if (settings.xscaled != 0)
-      times.appendNumber(row.next(), settings.xscaled == 2 ? static_cast<double>(i) : seconds);
+      times.appendNumber(row.next(), settings.xscaled == 2 ? samplesAhead + static_cast<double>(i) : seconds);
     for (const ZZTrace* trace : traces) appendValues(row, *trace, seconds, settings);
     row.end(lineEnd);
     if (text.size() < kBlock) continue;
@@ -185,9 +198,8 @@ struct Ages {
 Ages agesIn(const ZZTrace& trace, const ExportRange& range) {
   const int64_t size = trace.data->size;
   if (range.whole) return {0, size};
-  const auto ageAt = [&](int64_t column) {
-    const double seconds = static_cast<double>(column) * range.secondsPerColumn - startOf(trace);
-    const double age = std::floor(seconds / trace.period + kNudge);
+  const auto ageAt = [&](double seconds) {
+    const double age = ageFrom(trace, seconds);
     return static_cast<int64_t>(std::isnan(age) ? 0.0 : std::clamp(age, 0.0, static_cast<double>(size)));
   };
   return {ageAt(range.from), ageAt(range.to)};
@@ -269,7 +281,7 @@ Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
 }
 
 ExportedRows exportedRows(std::span<const ZZTrace* const> traces, const CTextSettings& settings,
-                          ExportRange range) {
+                          const ExportRange& range) {
   const std::vector<const ZZTrace*> shown = shownOf(traces);
   ExportedRows rows;
   if (settings.binary) {
@@ -281,9 +293,10 @@ ExportedRows exportedRows(std::span<const ZZTrace* const> traces, const CTextSet
     }
     return rows;
   }
-  ExportRange whole;
-  if (!settleRange(shown, range) || !settleWhole(shown, range.secondsPerColumn, whole)) return rows;
-  return {range.to - range.from, whole.to - whole.from};
+  Lines lines, all;
+  if (!settleLines(shown, range, lines) || !settleLines(shown, {}, all)) return rows;
+  all.stride = lines.stride;
+  return {lines.count(), all.count()};
 }
 
 Outcome exportTraces(const std::string& path, std::span<const ZZTrace* const> traces,

@@ -49,19 +49,19 @@ struct CTextSettings {
   CTextSettings asCsv() const;
 };
 
-// Columns [from, to) of the chart's view, the selection; or the whole.
+// The samples whose time lies in [from, to), seconds, or the whole.
 struct ExportRange {
   bool whole = true;
-  int64_t from = 0;
-  int64_t to = 0;
-  double secondsPerColumn = 1.0;
+  double from = 0;
+  double to = 0;
+  double secondsPerColumn = 0;  // of the view; text of a part tells a sample for each column
 };
 
-// Text: a line for each column of the view; for the whole, a column of the trace with the shortest period,
-// from the earliest start to the latest end. A trace's value in it is the sample at index * seconds per
-// column, so that traces of different periods stand side by side; outside its samples, and where nothing was
-// measured, the cell is empty; among blanks, and where a line would hold nothing else, it is "nan". Times
-// have as many digits more as it takes to tell them apart.
+// Text: a line for each sample of the trace with the shortest period, from the earliest start to the latest
+// end or within the range, where the view's columns are wider of as many as they are. The other traces tell
+// what they have at its time, so that traces of different periods stand side by side; outside its samples, and
+// where nothing was measured, the cell is empty; among blanks, and where a line would hold nothing else, it is
+// "nan". Times have as many digits more as it takes to tell them apart.
 // Binary: each trace's samples of that time after another; NaN in floats where nothing was measured. A
 // delimiter or line end within a name becomes "_". Hidden traces are left out, unless it is the only one. A
 // failure when there is nothing to write or too much; what the stream could not take it tells itself.
@@ -77,7 +77,7 @@ struct ExportedRows {
   int64_t all = 0;
 };
 ExportedRows exportedRows(std::span<const ZZTrace* const> traces, const CTextSettings& settings,
-                          ExportRange range);
+                          const ExportRange& range);
 
 // The index of a trace's sample at a time, round the ring's end; false outside its samples.
 bool sampleAt(const ZZTrace& trace, double seconds, uint32_t& index);

@@ -4,10 +4,15 @@ extern "C" {
 #include <libavutil/samplefmt.h>
 }
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "base/bytes.h"
+#include "base/text.h"
 #include "ffmpeg/ffmpeghandles.h"
 #include "traces/traceimport.h"
 
@@ -131,6 +136,34 @@ ZZTrace::Own traceOf(Channels& channels, size_t channel, int rate, const std::st
 
 }  // namespace
 
+namespace {
+
+// Bytes of samples that the file tells of and has not; found in its chunks, as sizes that lie are not
+// believed by the decoder.
+uint64_t missingBytes(const std::string& path) {
+  std::FILE* file = std::fopen(path.c_str(), "rbe");
+  if (!file) return 0;
+  uint64_t missing = 0;
+  std::array<uint8_t, 12> head{};
+  std::fseek(file, 0, SEEK_END);
+  const auto size = static_cast<uint64_t>(std::max(0L, std::ftell(file)));
+  for (uint64_t at = 12; at + 8 <= size;) {
+    std::fseek(file, static_cast<long>(at), SEEK_SET);
+    if (std::fread(head.data(), 1, 8, file) != 8) break;
+    const uint64_t bytes = getLittle<uint32_t>(&head[4]), end = at + 8 + bytes;
+    // A writer that can't go back leaves the greatest number, or none, for "up to the end".
+    if (std::memcmp(head.data(), "data", 4) == 0) {
+      if (bytes != UINT32_MAX && end > size) missing = end - size;
+      break;
+    }
+    at = end + bytes % 2;
+  }
+  std::fclose(file);
+  return missing;
+}
+
+}  // namespace
+
 Imported importWav(const std::string& path, const std::string& name) {
   av_log_set_level(AV_LOG_QUIET);
   const auto failed = [](const char* why) { return Imported{{}, why}; };
@@ -162,6 +195,10 @@ Imported importWav(const std::string& path, const std::string& name) {
     if (!trace) return failed(kLowMemory);
     result.traces.push_back(std::move(trace));
   }
+  if (const uint64_t missing = missingBytes(path); missing > 0)
+    result.shortage = tarnvisor::format(
+        "The file was cut off or is damaged: %llu bytes of samples that it tells of are missing.",
+        static_cast<unsigned long long>(missing));
   return result.traces.empty() ? failed("It holds no samples.") : std::move(result);
 }
 

@@ -82,6 +82,14 @@ TEST_F(Runner, WhatIsNotAnsweredOrCancelledIsNotDone) {
   EXPECT_EQ(app.documents.active()->pathName(), folder.file("here.tv1"));
 }
 
+TEST_F(Runner, ADamagedPictureOpensWithAWordAndTheStepFails) {
+  ASSERT_TRUE(run("open $shot.bmp\nsnapshot $half.jpg\nclose").ok);
+  const std::string path = folder.file("half.jpg");
+  std::filesystem::resize_file(path, std::filesystem::file_size(path) * 3 / 4);
+  EXPECT_THAT(run("open $half.jpg").why, HasSubstr("damaged or was cut off"));
+  EXPECT_THAT(run("print notes").text, HasSubstr("half.jpg: The file is damaged or was cut off"));
+}
+
 TEST_F(Runner, AnExportThatNamesNoFileGoesOverNoneUnaskedAndTellsWhatItWrote) {
   const std::string even = "t,x\n0,5\n1,6\n2,7\n3,8\n";
   for (const char* name : {"source.txt", "even.txt"})

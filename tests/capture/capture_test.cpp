@@ -549,11 +549,11 @@ TEST_F(Capture, TheFlickerlessWindowHasItsSizeBackAfterARecording) {
 TEST_F(Capture, CommandsSayThatThePictureIsLive) {
   openLive();
   frames(1);
-  EXPECT_STREQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kFreezeFirst);
-  EXPECT_STREQ(live().whyOff(cmd::FilePrint, ""), text::kFreezeFirst);
-  EXPECT_STREQ(live().whyOff(cmd::Copy, "other"), "other");
+  EXPECT_EQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kFreezeFirst);
+  EXPECT_EQ(live().whyOff(cmd::FilePrint, ""), text::kFreezeFirst);
+  EXPECT_EQ(live().whyOff(cmd::Copy, "other"), "other");
   view().stopCamera();
-  EXPECT_STREQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kNeedsGrey);
+  EXPECT_EQ(live().whyOff(cmd::Negative, text::kNeedsGrey), text::kNeedsGrey);
 }
 
 TEST_F(Capture, AStillOfABinnedPictureHasItsScaleAndSaysSo) {

@@ -43,6 +43,28 @@ TEST_F(StoredSpectra, GiveVelocitiesOfTheSelection) {
   EXPECT_EQ(doc->traces.items.back()->data->at(0), 0);
 }
 
+TEST_F(StoredSpectra, ThatAreShownInKiloHertzGiveAVelocityInThat) {
+  run(cmd::SwapUnits);
+  run(cmd::CalculateCbv);
+  const ZZTrace& cbv = *doc->traces.items.back();
+  EXPECT_EQ(cbv.yunits, "kHz");
+  EXPECT_DOUBLE_EQ(cbv.displayed(1000), 1.0);
+  EXPECT_EQ(cbv.data->at(0), 1000);
+  run(cmd::SwapUnits);
+  EXPECT_DOUBLE_EQ(cbv.displayed(1000), 1000 * kDefaultDopplerScale);
+}
+
+TEST_F(StoredSpectra, TakeNoThresholdAboveAHundredPercent) {
+  run(cmd::FindPercent);
+  doc->analysis.threshold = 101;
+  for (const int32_t id : {cmd::CalculateCbv, cmd::RecalculateShift, cmd::TrimSpectrum}) {
+    host.messages.clear();
+    run(id);
+    EXPECT_THAT(lastMessage(), HasSubstr("The threshold is percent here"));
+  }
+  EXPECT_EQ(doc->traces.items.size(), 1u);
+}
+
 TEST_F(StoredSpectra, GiveTheSpreadBesideTheFirstMoment) {
   run(cmd::FindMoment);
   run(cmd::CalculateCbv);

@@ -99,9 +99,24 @@ TEST_F(DicomTest, SignedSamplesKeepTheirOrder) {
             (Values{0, 255}));
 }
 
+TEST_F(DicomTest, TellsTheStoredLevelsThatWereStretched) {
+  for (const bool isInverted : {false, true}) {
+    const auto pictures = openDicom(write([&](DcmDataset& s) {
+                                      makeWide(s, {static_cast<Uint16>(-456 & 0xfff), 496});
+                                      s.putAndInsertUint16(DCM_PixelRepresentation, 1);
+                                      if (isInverted)
+                                        s.putAndInsertString(DCM_PhotometricInterpretation, "MONOCHROME1");
+                                    }),
+                                    why);
+    ASSERT_NE(pictures, nullptr) << why;
+    EXPECT_EQ(pictures->remarks().back(),
+              isInverted ? "levels 496 to -456 became 0 to 255" : "levels -456 to 496 became 0 to 255");
+  }
+}
+
 TEST_F(DicomTest, ReadsJpeg) {
   DJEncoderRegistration::registerCodecs();
-  const Values pixels = read(write(
+  const std::string path = write(
       [](DcmDataset& s) {
         s.putAndInsertUint16(DCM_Rows, 8);
         s.putAndInsertUint16(DCM_Columns, 8);
@@ -109,10 +124,15 @@ TEST_F(DicomTest, ReadsJpeg) {
         for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<uint8_t>(i % 8 * 255 / 7);
         setPixels(s, ramp);
       },
-      EXS_JPEGProcess1));
+      EXS_JPEGProcess1);
   DJEncoderRegistration::cleanup();
+  const Values pixels = read(path);
   ASSERT_EQ(pixels.size(), 8u);
   EXPECT_NEAR(pixels[3], 109, 8);
+  std::string damaged = *readWholeText(path);
+  damaged.replace(damaged.rfind("\xff\xd9") - 4, 4, "\xff\xd9\xff\xd9");  // where its last pixels were
+  ASSERT_TRUE(replaceFile(path, std::string_view(damaged)));
+  EXPECT_THAT(refusal(path), HasSubstr("damaged"));
 }
 
 TEST_F(DicomTest, TellsWhatItCantRead) {

@@ -34,6 +34,34 @@ TEST_F(Sequences, OfTiffPagesAreVideosWithTheirRateAndScale) {
   EXPECT_DOUBLE_EQ(video().scale().x, 0.5);
 }
 
+TEST_F(Sequences, TellOfPagesThatAreAway) {
+  const char* descriptions[] = {
+      "<OME><Image><Pixels SizeX='2' SizeY='1' DimensionOrder='XYCZT' SizeT='5'/></Image></OME>",
+      "ImageJ=1.53\nimages=5\nslices=5\n"};
+  for (const char* description : descriptions) {
+    ASSERT_NE(app->openDocumentFile(writePages({{1, 10}, {1, 20}, {1, 30}}, 8, description)), nullptr);
+    EXPECT_EQ(levels(), (std::vector<int>{10, 20, 30}));
+    EXPECT_THAT(host.messages.back(), HasSubstr("it holds 3 of the 5 pages"));
+    EXPECT_THAT(video().notes, HasSubstr("it holds 3 of the 5 pages"));
+  }
+}
+
+TEST_F(Sequences, OfSeveralChannelsOrLayersShowTheFirst) {
+  const std::pair<const char*, std::vector<int>> cases[] = {
+      {"<OME><Image><Pixels SizeX='2' SizeY='1' DimensionOrder='XYCTZ' SizeC='2' SizeZ='2' SizeT='2'/></Image></OME>",
+       {1, 3}},
+      {"<OME><Image><Pixels SizeX='2' SizeY='1' DimensionOrder='XYTZC' SizeC='2' SizeZ='2' SizeT='2'/></Image></OME>",
+       {1, 2}},
+      {"ImageJ=1.53\nimages=8\nchannels=2\nslices=2\nframes=2\n", {1, 5}}};
+  for (const auto& [description, shown] : cases) {
+    std::vector<Bytes> pages;
+    for (uint8_t i = 1; i <= 8; ++i) pages.push_back({0, i});
+    ASSERT_NE(app->openDocumentFile(writePages(pages, 8, description)), nullptr);
+    EXPECT_EQ(levels(), shown) << description;
+    EXPECT_THAT(video().notes, HasSubstr("of 2 channels and 2 layers at each moment the first"));
+  }
+}
+
 TEST_F(Sequences, ShareOneRangeOfLevels) {
   ASSERT_NE(app->openDocumentFile(writePages({{0, 0, 0, 1}, {0, 2, 0, 4}}, 16, "")), nullptr);
   EXPECT_EQ(levels(), (std::vector<int>{64, 255}));

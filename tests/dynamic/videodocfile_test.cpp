@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "archive/archive.h"
+#include "dynamic/commandids.h"
 #include "framework/documenttype.h"
 #include "image/palette.h"
 #include "support/recordingcanvas.h"
@@ -276,7 +277,7 @@ TEST_F(VideoFiles, ExportsAndImportsAvi) {
   process.videoTemplate->discard(doc);
   ASSERT_NE(app->openDocumentFile(avi), nullptr);
   EXPECT_EQ(video().pathName(), folder.file("hand-export.dtv"));
-  EXPECT_EQ(video().fps, 30);
+  EXPECT_EQ(video().fps, 29.97);
   EXPECT_THAT(levels(), ElementsAre(11, 12, 13));
   EXPECT_EQ(video().movie->recordOf(2).number, 4u);
   ASSERT_TRUE(video().save()) << "under its own kind's ending, beside the AVI";
@@ -342,7 +343,14 @@ TEST_F(VideoFiles, ShowsThatAnImageCantBeRead) {
   RecordingCanvas canvas;
   view().draw(canvas);
   EXPECT_THAT(canvas.calls, Contains(HasSubstr("image 2 can't be read")));
+  doc.setRegion(ScriptTarget::Region::Rectangle, {0, 0, 4, 4});
+  for (const int32_t id : {cmd::FindCapillaries, cmd::CalculateAverage, cmd::Histogram}) {
+    EXPECT_EQ(app->runCommand(id), CommandResult::Disabled) << id;
+    EXPECT_EQ(doc.whyOff(id, ""), "image 2 can't be read");
+  }
+  EXPECT_EQ(doc.exportTo(folder.file("still.bmp")).why, "image 2 can't be read");
   ASSERT_TRUE(doc.show(1).ok);
+  EXPECT_EQ(app->runCommand(cmd::CalculateAverage), CommandResult::Done);
   canvas.calls.clear();
   view().draw(canvas);
   EXPECT_THAT(canvas.calls, Not(Contains(HasSubstr("can't be read"))));

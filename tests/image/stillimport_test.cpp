@@ -166,11 +166,22 @@ TEST_F(StillImport, RefusesWhatIsNoPictureInWords) {
   ASSERT_TRUE(
       replaceFile(folder.file("b.png"), "ffconcat version 1.0\nfile '" + still("colour.png") + "'\n"));
   EXPECT_NE(refusal(folder.file("b.png")).find("no picture"), std::string::npos);
-  const auto whole = readWholeFile(still("colour.jpg"));
-  ASSERT_TRUE(whole);
-  for (const size_t cut : {size_t{3}, size_t{100}, whole->size() / 2}) {
-    ASSERT_TRUE(replaceFile(folder.file("cut.jpg"), std::span(*whole).first(cut)));
-    (void)importStill(folder.file("cut.jpg"), 0, image);
+}
+
+TEST_F(StillImport, TellsOfDamageThatTheDecoderFillsWithGrey) {
+  auto whole = *readWholeFile(still("grey.jpg"));
+  std::string flaw;
+  EXPECT_TRUE(importStill(still("grey.jpg"), 0, image, &flaw));
+  EXPECT_EQ(flaw, "");
+  for (const size_t cut : {size_t{3}, size_t{100}, whole.size() - 5, whole.size()}) {
+    std::vector<uint8_t> bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(cut));
+    if (cut == whole.size()) bytes[cut - 10] ^= 0x55;
+    ASSERT_TRUE(replaceFile(folder.file("cut.jpg"), std::span<const uint8_t>(bytes)));
+    EXPECT_NE(refusal(folder.file("cut.jpg")).find("damaged"), std::string::npos) << cut;
+    if (cut > 100) {
+      EXPECT_TRUE(importStill(folder.file("cut.jpg"), 0, image, &flaw)) << cut;
+      EXPECT_NE(flaw.find("grey or out of place"), std::string::npos) << cut;
+    }
   }
 }
 

@@ -182,6 +182,11 @@ TEST_F(Movie, TheExportPlacesFramesOnACanvasThatIsNotCleared) {
   const auto reader = openVideo(folder.file("x.avi"));
   EXPECT_EQ((Numbers{reader->frames(), reader->width(), reader->height()}), (Numbers{3, 22, 7}));
   EXPECT_EQ(reader->rate(), 12 * reader->scale());
+  for (const double exact : {2.5, 29.97, 30000.0 / 1001, 10000000.0 / 333333, 0.01}) {
+    ASSERT_TRUE(movie.saveAVI(folder.file("y.avi"), exact, -1, 99, 1, nullptr, report));
+    const auto back = openVideo(folder.file("y.avi"));
+    EXPECT_EQ(static_cast<double>(back->rate()) / back->scale(), exact);
+  }
   for (int32_t k = 0; k < 3; ++k) {
     const Bytes canvas = greyOf(*reader, k);
     for (int32_t y = 0; y < 7; ++y)

@@ -3,6 +3,7 @@
 #include "assembly/assembly.h"
 #include "frame/mainframe.h"
 #include "imagedoc/resulttables.h"
+#include "linescan/resulttables.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {
@@ -54,6 +55,16 @@ TEST_F(StudyResults, AreARowAMeasure) {
   EXPECT_EQ(measure(lines[1]), "\"S, 1\"," + exam + ",\"a \"\"b\"\".tv1\",,2,width,12.5,um");
   EXPECT_EQ(measure(lines[2]), "\"S, 1\"," + exam + ",c.tv1,,2,width,,um");
   EXPECT_THAT(lines[1], HasSubstr(settingsFingerprint()));
+}
+
+TEST_F(StudyResults, LeaveOutTheMeanBehindLines) {
+  const auto add = [](const std::vector<NamedValue>& values) {
+    addResultRow(kCapillaryResults, recordOf(kCapillaryResults, "a.dtv", "um", values));
+  };
+  add({{"line", 1}, {"length", 50}, {"diameter", 10}, {"velocity", std::nan("")}});
+  const size_t ofOne = exported().size();
+  add({{"velocity", 100}, {"flow", 7}});
+  EXPECT_EQ(exported().size(), ofOne);
 }
 
 TEST_F(StudyResults, TakeInStoredTablesOfASubjectOrOfAll) {

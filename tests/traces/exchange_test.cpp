@@ -123,12 +123,29 @@ TEST(TextExport, PutsTracesOfDifferentPeriodsSideBySide) {
             "s,fast_1,slow\n0.0,1.0,\n0.5,2.0,21.0\n1.0,3.0,21.0\n1.5,4.0,41.0\n2.0,5.0,41.0\n");
   how.yscaled = 0;
   how.xscaled = 2;
-  EXPECT_EQ(exported({slow.get(), fast.get()}, how, {false, 2, 4, 0.25}),
-            "s,slow,fast_1\n2.0,10.0,2.0\n3.0,10.0,2.0\n");
+  EXPECT_EQ(exported({slow.get(), fast.get()}, how, {false, 0.5, 2, 0.25}),
+            "s,slow,fast_1\n1.0,10.0,2.0\n2.0,10.0,3.0\n3.0,20.0,4.0\n");
+  EXPECT_EQ(exported({slow.get(), fast.get()}, how, {false, 0.5, 2, 1.2}),
+            "s,slow,fast_1\n1.0,10.0,2.0\n3.0,20.0,4.0\n")
+      << "a line a column";
   how.headers = how.xscaled = 0;
   slow->starttime = 300;  // between two lines
   EXPECT_EQ(exported({slow.get()}, how), "10.0\n20.0\n");
   EXPECT_EQ(exported({hidden.get()}, how), "7.0\n") << "the active trace, though it be hidden";
+}
+
+TEST(TextExport, TellsEachSamplesOwnTimeWhenTheStartIsNoMultipleOfThePeriod) {
+  const auto late = traced(kFloatCode, {10, 20, 30, 40, 50}, 1, "late");
+  late->starttime = 300;
+  CTextSettings how = plainText();
+  how.headers = 0;
+  EXPECT_EQ(exported({late.get()}, how), "0.3,10.0\n1.3,20.0\n2.3,30.0\n3.3,40.0\n4.3,50.0\n");
+  EXPECT_EQ(exported({late.get()}, how, {false, 1, 3, 1}), "1.3,20.0\n2.3,30.0\n");
+  how.binary = how.headers = 1;
+  const Imported back = importBinary(bytesOf(exported({late.get()}, how, {false, 1, 3})), how);
+  ASSERT_EQ(back.traces.size(), 1u) << back.failure;
+  EXPECT_EQ(samplesOf(*back.traces[0]), (Doubles{20, 30}));
+  EXPECT_EQ(back.traces[0]->starttime, 1300);
 }
 
 TEST(TextExport, HasAColumnForEachItemOfARow) {
@@ -173,7 +190,7 @@ TEST(TextExport, RefusesWhatMakesNoTable) {
   }
   const auto finest = traced(kFloatCode, {1, 2}, 1e-300, "fine");
   EXPECT_THAT(exported({normal.get(), finest.get()}, plainText()), HasSubstr("differ too much"));
-  EXPECT_THAT(exported({normal.get()}, plainText(), {false, 0, int64_t{1} << 62, 1}), HasSubstr("too much"));
+  EXPECT_THAT(exported({normal.get()}, plainText(), {false, 0, 1e30, 1}), HasSubstr("too much"));
   EXPECT_THAT(exported({&empty}, plainText()), HasSubstr("no samples"));
   EXPECT_THAT(exported({}, plainText()), HasSubstr("no trace"));
 }
@@ -235,15 +252,14 @@ TEST(BinaryTraces, HoldTheSelectedTimeRoundTheRingsEnd) {
   auto ring = traced(kInt16Code, {30, 40, 0, 10, 20}, 0.5, "ring");
   ring->circular = 1;
   ring->origin = 2;
-  const std::tuple<int64_t, int64_t, Doubles> cases[] = {
-      {0, 100, {0, 10, 20, 30, 40}}, {4, 6, {20}}, {4, 10, {20, 30, 40}}, {-9, 4, {0, 10}}};
+  const std::tuple<double, double, Doubles> cases[] = {
+      {0, 25, {0, 10, 20, 30, 40}}, {1, 1.5, {20}}, {1, 2.5, {20, 30, 40}}, {-3, 1, {0, 10}}};
   for (const auto& [from, to, values] : cases) {
-    const Imported back =
-        importBinary(bytesOf(exported({ring.get()}, binary(false), {false, from, to, 0.25})), {});
+    const Imported back = importBinary(bytesOf(exported({ring.get()}, binary(false), {false, from, to})), {});
     ASSERT_EQ(back.traces.size(), 1u) << back.failure;
     EXPECT_EQ(samplesOf(*back.traces[0]), values);
   }
-  EXPECT_THAT(exported({ring.get()}, binary(false), {false, 10, 20, 0.25}), HasSubstr("no samples"));
+  EXPECT_THAT(exported({ring.get()}, binary(false), {false, 2.5, 5}), HasSubstr("no samples"));
 }
 
 TEST(BinaryTraces, WithALyingHeaderAreRefused) {
@@ -543,6 +559,8 @@ TEST_F(Sound, ThatEndsEarlyGivesWhatItHas) {
   const Imported back = read(bytes);
   ASSERT_EQ(back.traces.size(), 1u) << back.failure;
   EXPECT_EQ(samplesOf(*back.traces[0]), (Doubles{1, 2, 3}));
+  EXPECT_THAT(back.shortage, HasSubstr("2147483626 bytes of samples that it tells of are missing"));
+  EXPECT_EQ(read(wav(1, 1, 16, {1, 0, 2, 0})).shortage, "");
 }
 
 TEST_F(Sound, OfOddKindsIsRefusedInWords) {

@@ -203,7 +203,7 @@ TEST(BinaryExport, BeginsWithAHeaderOf128Bytes) {
   trace->name = std::string(70, 'n');
   FileBytes expected;
   expected.hex("02 00 00 00  03 00 00 00  02 00  3F 00");
-  expected.hex("00 00 00 00 00 00 00 40  00 00 00 00 00 00 F8 3F");
+  expected.hex("00 00 00 00 00 00 00 40  00 00 00 00 00 00 16 40");  // the time of row 2
   expected.hex("00 00 00 00 00 00 E0 3F  00 00 00 00 00 00 F0 BF");
   expected.real(0).real(0).text(std::string(67, 'n').c_str()).hex("00");
   expected.hex("07 00 08 00 09 00 01 00 02 00 03 00");
