@@ -68,8 +68,8 @@ LoopScale ZBasicDoc::loopScale() const {
   return hasScale() && unit > 0 ? LoopScale{magx * unit, magy * unit} : LoopScale{};
 }
 
-int32_t ZBasicDoc::sideOfNail() { return settings.getInt("nailfold loops", "nail", 0); }
-void ZBasicDoc::setSideOfNail(int32_t side) { settings.setInt("nailfold loops", "nail", side); }
+int32_t ZBasicDoc::sideOfNail() { return settings.getInt("loops", "nail", 0); }
+void ZBasicDoc::setSideOfNail(int32_t side) { settings.setInt("loops", "nail", side); }
 
 std::string ZBasicDoc::objectionToLoops() const {
   if (!hasImage()) return "There is no image to find loops in.";
@@ -171,18 +171,6 @@ void ZBasicDoc::addLoopsToResults() {
   const LoopCount none{.rowLength = -1, .avascularShare = -0.01};
   const LoopCount& told = counted ? *counted : none;
   const auto numberOf = [&](size_t count) { return counted ? static_cast<double>(count) : -1.0; };
-  addResultRow(kLoopResults,
-               recordOf(kLoopResults, title(), counted ? marks.verdict : "refused",
-                        {{"row mm", told.rowLength},
-                         {"loops", numberOf(marks.loops.size())},
-                         {"clear", numberOf(marks.clear())},
-                         {"per mm", told.perMm},
-                         {"+- per mm", told.perMmError},
-                         {"central per mm", told.centralPerMm},
-                         {"giant", numberOf(marks.giant())},
-                         {"widest apex um", widest},
-                         {"avascular %", 100 * told.avascularShare}}),
-               this);
   for (size_t i = 0; i < loops.size(); ++i)
     addResultRow(kLoopMeasureResults,
                  recordOf(kLoopMeasureResults, title(), nameOf(marks.loops[i].kind),
@@ -196,17 +184,31 @@ void ZBasicDoc::addLoopsToResults() {
                            {"tortuosity", loops[i].tortuosity},
                            {"to next", loops[i].neighbour}}),
                  this);
+  // Last, so that a script exports this table.
+  addResultRow(
+      kLoopResults,
+      recordOf(kLoopResults, title(), counted ? marks.verdict.substr(0, marks.verdict.find(" (")) : "refused",
+               {{"row mm", told.rowLength},
+                {"loops", numberOf(marks.loops.size())},
+                {"clear", numberOf(marks.clear())},
+                {"per mm", told.perMm},
+                {"+- per mm", told.perMmError},
+                {"central per mm", told.centralPerMm},
+                {"giant", numberOf(marks.giant())},
+                {"widest apex um", widest},
+                {"avascular %", 100 * told.avascularShare}}),
+      this);
 }
 
 void ZBasicDoc::chartLoopMeasures() {
   std::vector<std::string> names;
   for (const LoopMeasure& measure : kMeasures) names.emplace_back(measure.name);
-  int32_t chosen = std::clamp<int32_t>(settings.getInt("nailfold loops", "chart", 0), 0,
-                                       static_cast<int32_t>(names.size()) - 1);
+  int32_t chosen =
+      std::clamp<int32_t>(settings.getInt("loops", "chart", 0), 0, static_cast<int32_t>(names.size()) - 1);
   Form form("Chart of loop measures");
   form.addChoice("Measure", chosen, names);
   if (!asked(form)) return;
-  settings.setInt("nailfold loops", "chart", chosen);
+  settings.setInt("loops", "chart", chosen);
   const LoopMeasure& measure = kMeasures[chosen];
   const std::vector<double> bars = barsOf(measuresOfLoops(), measure);
   if (bars.empty()) return report(format("There is no loop whose %s can be told.", measure.name));
