@@ -15,6 +15,7 @@ struct AvascularStretch {
   LoopPoint from, to;
   double length = 0;  // micrometres
 };
+// Over the outer edges of an apex, and along the row.
 inline constexpr double kGiantLoop = 50, kAvascularStretch = 500;
 
 // The places of points along a polyline, in its units. It must outlive this.

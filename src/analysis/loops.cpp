@@ -417,6 +417,8 @@ std::string objection(const CZZimage& image, double pixelSize) {
 
 constexpr const char* kByHand = "not enough loops in focus: count by hand";
 constexpr float kClear = 1.6f;
+// What optics and grid may add to a width: a loop is called giant only where it surely is.
+constexpr double kWidthError = 6;
 // The steepest step across limbs: a pair of them shows about 0.27 in focus, and 0.13 where optics of 14
 // micrometres blur it, from where on loops are lost.
 constexpr double kBlurred = 0.135, kSoft = 0.165;
@@ -487,7 +489,7 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
     loop.apex = toImage(frame, work, tip.x, tip.y);
     loop.score = tip.score;
     loop.clear = tip.score >= kClear;
-    loop.giant = loop.apexWidth > kGiantLoop;
+    loop.giant = loop.apexWidth > kGiantLoop + kWidthError;
     out.loops.push_back(loop);
   }
   const double sharp = percentile(sharpness, 0.5);
