@@ -2,6 +2,8 @@
 // turn, a mirror, another scale, light, colour or compression changes, the real still where it is (the folder
 // of the recorded pictures as second argument or in TARNVISOR_TEST_DATA), and the time. bench_accuracy_loops
 // [stills of each kind] [folder]
+#include <sys/resource.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -161,6 +163,30 @@ void timed() {
   setParallelThreads(0);
 }
 
+// Of the process; it never falls, so what is measured must need more than all before.
+double mostMegabytes() {
+  rusage used{};
+  getrusage(RUSAGE_SELF, &used);
+  return static_cast<double>(used.ru_maxrss) / 1024;
+}
+
+// What the largest still that is looked at takes beside its own pixels.
+void remembered() {
+  constexpr int32_t kWidth = 12000, kHeight = 9000, kTimes = 4;
+  WideFieldTruth truth;
+  const auto small =
+      renderWideField({.width = kWidth / kTimes, .height = kHeight / kTimes, .pixelSize = 2.8}, truth);
+  CZZimage large(kWidth, kHeight, -1, 0, kColour);
+  if (!small || large.empty()) std::abort();
+  for (int32_t y = 0; y < kHeight; ++y)
+    for (int32_t x = 0; x < kWidth; ++x)
+      std::copy_n(small->row(y / kTimes) + 3 * (x / kTimes), 3, large.row(y) + 3 * x);
+  const double before = mostMegabytes();
+  const NailfoldLoops found = findLoops(large, {0.7, {}});
+  std::printf("%5d x %-5d %7.0f MB beside the picture, %s, %.1f per mm of %.1f\n", kWidth, kHeight,
+              mostMegabytes() - before, nameOf(found.verdict), found.perMm, truth.densityPerMm());
+}
+
 }  // namespace
 }  // namespace tarnvisor
 
@@ -168,6 +194,7 @@ int main(int argc, char** argv) {
   const size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 200;
   const char* folder = argc > 2 ? argv[2] : std::getenv("TARNVISOR_TEST_DATA");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  tarnvisor::remembered();  // first, before anything else took memory
   tarnvisor::timed();
   if (folder) tarnvisor::recorded(tarnvisor::withSeparator(folder) + "nailfold-still/");
   tarnvisor::simulated(count);

@@ -6,7 +6,7 @@ find_package(OpenCV QUIET COMPONENTS core imgproc)
 if(OpenCV_FOUND)
   add_executable(bench_peers EXCLUDE_FROM_ALL peers.cpp)
   target_include_directories(bench_peers SYSTEM PRIVATE ${OpenCV_INCLUDE_DIRS})
-  target_link_libraries(bench_peers PRIVATE analysis ${OpenCV_LIBS})
+  target_link_libraries(bench_peers PRIVATE analysis synth ${OpenCV_LIBS})
 endif()
 bench_program(bench_trace SOURCES trace.cpp DEPENDS analysis)
 # Movement correction: how right it is, and how fast beside OpenCV.

@@ -176,10 +176,14 @@ std::string densityText(int64_t count, double area) {
   return format("%7.3f, capillary density, %7.3f, area", static_cast<double>(count) / shown, shown);
 }
 
-std::string densityUnit(const std::string& unit) {
+double micrometresIn(const std::string& unit) {
   for (const char* micrometre : {"um", "\u00b5m", "\u03bcm", "micron", "microns", "micrometre", "micrometer"})
-    if (equalIgnoringCase(unit, micrometre)) return "mm2";
-  return "million " + unit + "2";
+    if (equalIgnoringCase(unit, micrometre)) return 1;
+  return equalIgnoringCase(unit, "mm") ? 1000 : 0;
+}
+
+std::string densityUnit(const std::string& unit) {
+  return micrometresIn(unit) == 1 ? "mm2" : "million " + unit + "2";
 }
 
 }  // namespace tarnvisor

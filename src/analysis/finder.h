@@ -93,5 +93,6 @@ std::string densityText(int64_t count, double area);
 // What such a density is per, of an image that is measured in that unit: square millimetres only where the
 // unit is the micrometre.
 std::string densityUnit(const std::string& unit);
+double micrometresIn(const std::string& unit);  // 0 of a unit that is no known length
 
 }  // namespace tarnvisor

@@ -378,42 +378,6 @@ LoopPoint toImage(const LoopFrame& frame, const Prepared& from, double x, double
           (frame.turn.gridY(x, y) + 0.5) * from.pixels - 0.5};
 }
 
-double distance(LoopPoint a, LoopPoint b) { return std::hypot(a.x - b.x, a.y - b.y); }
-
-// The places of points along a polyline, in its units.
-class Along {
- public:
-  explicit Along(const std::vector<LoopPoint>& line) : points(line), until(line.size()) {
-    for (size_t i = 1; i < points.size(); ++i) until[i] = until[i - 1] + distance(points[i - 1], points[i]);
-  }
-  double length() const { return until.empty() ? 0 : until.back(); }
-  double placeOf(LoopPoint p) const {
-    double place = 0, least = 1e300;
-    for (size_t i = 1; i < points.size(); ++i) {
-      const LoopPoint a = points[i - 1], b = points[i];
-      const double dx = b.x - a.x, dy = b.y - a.y, square = std::max(dx * dx + dy * dy, 1e-12);
-      const double t = std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / square, 0.0, 1.0);
-      const double away = distance(p, {a.x + t * dx, a.y + t * dy});
-      if (away < least) least = away, place = until[i - 1] + t * std::sqrt(square);
-    }
-    return place;
-  }
-  LoopPoint at(double place) const {
-    for (size_t i = 1; i < points.size(); ++i) {
-      if (until[i] < place && i + 1 < points.size()) continue;
-      const double step = std::max(until[i] - until[i - 1], 1e-12),
-                   t = std::clamp((place - until[i - 1]) / step, 0.0, 1.0);
-      return {points[i - 1].x + t * (points[i].x - points[i - 1].x),
-              points[i - 1].y + t * (points[i].y - points[i - 1].y)};
-    }
-    return points.empty() ? LoopPoint{} : points.front();
-  }
-
- private:
-  const std::vector<LoopPoint>& points;
-  std::vector<double> until;
-};
-
 void tellRow(const LoopFrame& frame, const Prepared& from, const LoopRow& row, NailfoldLoops& out) {
   const auto step = static_cast<size_t>(std::max(1, frame.pixels(40)));
   size_t last = 0, first = row.seen.size();
@@ -424,25 +388,10 @@ void tellRow(const LoopFrame& frame, const Prepared& from, const LoopRow& row, N
       out.row.push_back(toImage(frame, from, static_cast<double>(x), row.curve[x]));
 }
 
-void tellAvascular(const Along& along, double pixelSize, NailfoldLoops& out) {
-  std::vector<double> places{0};
-  for (const NailfoldLoop& loop : out.loops) places.push_back(along.placeOf(loop.apex));
-  std::sort(places.begin(), places.end());
-  places.push_back(along.length());
-  for (size_t i = 1; i < places.size(); ++i) {
-    const double length = (places[i] - places[i - 1]) * pixelSize;
-    if (length > kAvascularStretch)
-      out.avascular.push_back({along.at(places[i - 1]), along.at(places[i]), length});
-  }
-}
-
-void tellNeighbours(double pixelSize, NailfoldLoops& out) {
-  for (NailfoldLoop& loop : out.loops)
-    for (const NailfoldLoop& other : out.loops) {
-      if (&other == &loop) continue;
-      const double away = distance(loop.apex, other.apex) * pixelSize;
-      if (loop.neighbour < 0 || away < loop.neighbour) loop.neighbour = away;
-    }
+std::vector<LoopPoint> apexesOf(const NailfoldLoops& found) {
+  std::vector<LoopPoint> apexes;
+  for (const NailfoldLoop& loop : found.loops) apexes.push_back(loop.apex);
+  return apexes;
 }
 
 NailfoldLoops refused(std::string why) {
@@ -468,6 +417,8 @@ std::string objection(const CZZimage& image, double pixelSize) {
 
 constexpr const char* kByHand = "not enough loops in focus: count by hand";
 constexpr float kClear = 1.6f;
+// What optics and grid may add to a width: a loop is called giant only where it surely is.
+constexpr double kWidthError = 6;
 // The steepest step across limbs: a pair of them shows about 0.27 in focus, and 0.13 where optics of 14
 // micrometres blur it, from where on loops are lost.
 constexpr double kBlurred = 0.135, kSoft = 0.165;
@@ -485,16 +436,7 @@ size_t NailfoldLoops::clearLoops() const {
 }
 
 double loopsAbout(LoopPoint centre, const NailfoldLoops& found, double pixelSize) {
-  const Along along(found.row);
-  const double window = 1000 / pixelSize;
-  if (along.length() < window) return -1;
-  const double from = std::clamp(along.placeOf(centre) - window / 2, 0.0, along.length() - window);
-  double count = 0;
-  for (const NailfoldLoop& loop : found.loops) {
-    const double place = along.placeOf(loop.apex);
-    count += place >= from && place < from + window;
-  }
-  return count;
+  return countLoops(found.row, apexesOf(found), centre, pixelSize).centralPerMm;
 }
 
 NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
@@ -523,7 +465,7 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   const std::vector<LoopTip> tips = loopsOfRow(frame, row);
   NailfoldLoops out;
   tellRow(frame, work, row, out);
-  const Along along(out.row);
+  const LoopRowPath along(out.row);
   const double length = along.length() * request.pixelSize / 1000;
   if (direction.strength < 0.6 || lead < 1.15)
     return refused(format("%s (no side of the picture is clearly the nail's)", kByHand));
@@ -547,20 +489,23 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
     loop.apex = toImage(frame, work, tip.x, tip.y);
     loop.score = tip.score;
     loop.clear = tip.score >= kClear;
-    loop.giant = loop.apexWidth > kGiantLoop;
+    loop.giant = loop.apexWidth > kGiantLoop + kWidthError;
     out.loops.push_back(loop);
   }
   const double sharp = percentile(sharpness, 0.5);
   if (sharp < kBlurred) return refused(format("%s (it is out of focus)", kByHand));
   out.distal = {-direction.px, -direction.py};
   out.rowLength = length;
-  tellNeighbours(request.pixelSize, out);
-  tellAvascular(along, request.pixelSize, out);
-  const auto count = static_cast<double>(out.loops.size());
-  out.perMm = count / length;
-  out.perMmError = std::sqrt(count) / length;
+  const std::vector<LoopPoint> apexes = apexesOf(out);
+  const std::vector<double> neighbours = neighbourDistances(apexes);
+  for (size_t i = 0; i < neighbours.size(); ++i)
+    if (neighbours[i] >= 0) out.loops[i].neighbour = neighbours[i] * request.pixelSize;
   out.centre = along.at(along.placeOf({0.5 * image.width, 0.5 * image.height}));
-  out.centralPerMm = loopsAbout(out.centre, out, request.pixelSize);
+  const LoopCount counted = countLoops(out.row, apexes, out.centre, request.pixelSize);
+  out.avascular = counted.avascular;
+  out.perMm = counted.perMm;
+  out.perMmError = counted.perMmError;
+  out.centralPerMm = counted.centralPerMm;
   if (sharp < kSoft) out.reasons.emplace_back("the loops are soft");
   if (length < 2) out.reasons.push_back(format("only %.2f mm of the row can be seen", length));
   if (const size_t before = loopsBefore(frame, row); before > 1 && 10 * before >= tips.size())

@@ -7,21 +7,17 @@
 #include <string>
 #include <vector>
 
+#include "analysis/loopcount.h"
 #include "image/zzimage.h"
 
 namespace tarnvisor {
-
-// Image pixels; a pixel's centre is a whole number.
-struct LoopPoint {
-  double x = 0, y = 0;
-};
 
 enum class LoopVerdict { Good, Low, Refused };
 const char* nameOf(LoopVerdict verdict);
 
 // Micrometres; -1 is what can't be told.
 struct NailfoldLoop {
-  LoopPoint apex;
+  LoopPoint apex;    // image pixels; a pixel's centre is a whole number
   double score = 0;  // contrast of its three sides, in units of the still's own
   bool clear = false;
   bool giant = false;
@@ -30,11 +26,6 @@ struct NailfoldLoop {
   double length = -1;      // as far as it can be followed
   double tortuosity = -1;  // of the way to its chord
   double neighbour = -1;   // to the nearest other apex of the row
-};
-
-struct AvascularStretch {
-  LoopPoint from, to;
-  double length = 0;
 };
 
 struct NailfoldLoops {
@@ -51,8 +42,6 @@ struct NailfoldLoops {
   LoopPoint centre;
   size_t clearLoops() const;
 };
-
-inline constexpr double kGiantLoop = 50, kAvascularStretch = 500;
 
 struct LoopRequest {
   double pixelSize = 0;             // micrometres; 0 is unknown

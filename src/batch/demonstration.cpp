@@ -9,6 +9,7 @@
 #include "base/files.h"
 #include "base/text.h"
 #include "batch/demonstrationchart.h"
+#include "batch/demonstrationloops.h"
 #include "batch/demonstrationscan.h"
 #include "batch/demonstrationvideo.h"
 #include "batch/runner.h"
@@ -30,6 +31,7 @@ constexpr const char* kSite = "left ring finger";
 constexpr const char* kTruthFile = "truth.csv";
 constexpr const char* kChart = "pulse.zz1";
 constexpr const char* kScan = "demo.zzl";
+constexpr const char* kLoopTruthFile = "loops-truth.csv";
 constexpr const char* kChartTruthFile = "pulse-truth.csv";
 constexpr const char* kRawFolder = "stills/";  // below the exam's folder; documents get copies beside them
 
@@ -94,6 +96,11 @@ std::string drawStills(const std::string& folder) {
   return done ? std::string() : done.why();
 }
 
+std::string drawLoops(const std::string& folder) {
+  const Outcome saved = saveDemonstrationLoops(folder + kRawFolder, folder + kLoopTruthFile);
+  return saved ? std::string() : saved.why();
+}
+
 std::string drawPulse(const std::string& folder) {
   DopplerTruth truth;
   if (const Outcome saved = saveDemonstrationChart(folder + kChart, truth); !saved) return saved.why();
@@ -147,7 +154,7 @@ std::string makeDemonstration(CBasicApp& app) {
   dialog.finish(SubjectDialog::Result::StartNewExamination);
   if (!makeExamination(kSite, "demonstration")) return "The demonstration's examination can't be made.";
   const std::string folder = theExams().folder();
-  for (const auto make : {drawStills, drawPulse, drawScan, makeVideos})
+  for (const auto make : {drawStills, drawLoops, drawPulse, drawScan, makeVideos})
     if (std::string problem = make(folder); !problem.empty()) return problem;
   return {};
 }
@@ -182,6 +189,22 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
     std::fputs(stillLine(still, *document).c_str(), stdout);
     if (!must("save", {saved}) || !must("close", {})) return 1;
   }
+  if (!must("export", {folder + "image-results.csv"})) return 1;
+  const std::vector<KnownRow> wide = readLoopTruth(folder + kLoopTruthFile);
+  if (!wide.empty()) std::printf("\n%-16s %7s  %s\n", "wide field", "true/mm", "found");
+  for (const KnownRow& still : wide) {
+    const std::string saved = folder + withoutExtension(still.file) + ".tv1";
+    if (!must("open", {fileExists(saved) ? saved : folder + kRawFolder + still.file})) return 1;
+    auto* document = dynamic_cast<ZBasicDoc*>(app.documents.active());
+    document->magx = document->magy = kWideFieldPixel;
+    document->calibrated = 1;
+    document->userunits = "um";
+    if (!must("command", {"Find nailfold loops"}) || !must("command", {"Add loops to results"})) return 1;
+    std::printf("%-16s %7.2f  %s (%s)\n", still.file.c_str(), still.perMm, document->resultText.c_str(),
+                still.about.c_str());
+    if (!must("save", {saved}) || !must("close", {})) return 1;
+  }
+  if (!wide.empty() && !must("export", {folder + "loop-results.csv"})) return 1;
   // A folder may stem from before there was a chart.
   if (fileExists(folder + kChart)) {
     if (!must("open", {folder + kChart})) return 1;
@@ -214,7 +237,8 @@ int runDemonstration(CBasicApp& app, ScriptHost& script) {
   std::printf("\nImage Results\n");
   const StepResult table = runner.runStep({"results", {"Image Results"}, "demonstration", 0});
   std::fputs(table.text.c_str(), stdout);
-  if (!must("export", {folder + "image-results.csv"})) return 1;
+  const StepResult loops = runner.runStep({"results", {"Nailfold Loops"}, "demonstration", 0});
+  if (loops.ok) std::printf("\nNailfold Loops\n%s", loops.text.c_str());
   std::printf("\nRows of the database\n");
   for (const ResultRow& row : app.db->resultsOf(theExams().examId()))
     std::printf("%4i  %s  %-12s %s\n", row.id, row.created.c_str(), row.filename.c_str(), row.result.c_str());

@@ -72,6 +72,8 @@ class CVivoCapDoc : public ZBasicDoc {
   void averageSelection(AfterImage after = nullptr);
   // The same of the sharpest images by focusControl, each where it lies (MovieSharpest).
   void averageInFocus(AfterImage after = nullptr);
+  // In a new image document with the mean of the sharper half of the selection.
+  void findNailfoldLoops() override;
 
   // --- movement correction (vivocapdoc_movement.cpp)
   // Begins a run at the image shown; false without a movie, or while one is under way.

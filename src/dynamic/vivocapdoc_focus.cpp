@@ -112,6 +112,25 @@ void CVivoCapDoc::averageInFocus(AfterImage after) {
               });
 }
 
+// Where the movement was corrected the mean has a border that not all images show: nothing is looked for
+// there.
+void CVivoCapDoc::findNailfoldLoops() {
+  if (const std::string why = objectionToLoops(); !why.empty()) return report(why);
+  const Size each{movie->form().width, movie->form().frameHeight()};
+  auto averaging = std::make_unique<MovieSharpest>(
+      *movie, [control = focusControl](const CZZimage& one) mutable { return control.measureFocus(one); },
+      selectionFirst, selectionLast, MovieSharpest::Choice::SharperHalf);
+  makeAverage(std::move(averaging), "sharpAv", [each](ZBasicDoc* made, bool cancelled) {
+    if (!made || cancelled) return;
+    const Rect whole = made->theImage()->frameRect();
+    const Rect common{whole.right - each.width, whole.bottom - each.height, whole.left + each.width,
+                      whole.top + each.height};
+    if (common != whole) made->setRoi(common);
+    made->findNailfoldLoops();
+    if (!made->pathName().empty()) made->save();  // it was saved unasked
+  });
+}
+
 // The number of areas changes nothing: cells have half the size of an image.
 void CVivoCapDoc::averageInFocusCommand() {
   int32_t areas = std::max(2, settings.getInt("focus", "divs", 2));

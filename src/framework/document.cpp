@@ -239,6 +239,7 @@ bool CDocument::saveModified() {
 void CDocument::addView(std::unique_ptr<CView> view) { viewList.push_back(std::move(view)); }
 
 void CDocument::updateAllViews(CView::Change what) {
+  beforeUpdate();
   for (const auto& view : viewList) view->onUpdate(what);
 }
 

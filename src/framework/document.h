@@ -114,6 +114,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void saveAsCommand() { saveAs(); }
 
  protected:
+  // Called before the views hear of a change: what the document derives from its contents follows them here.
+  virtual void beforeUpdate() {}
   // The two halves of opening and saving that a document with more than one file puts its own work around.
   [[nodiscard]] bool loadFrom(const std::string& path);
   [[nodiscard]] bool storeTo(const std::string& path);

@@ -105,6 +105,14 @@ inline constexpr int32_t CapillaryWidthMethod = 34130;
 inline constexpr int32_t FindCapillaryWidth = 34131;
 inline constexpr int32_t MeasureNailfoldLoops = 34132;
 inline constexpr int32_t ExportDicom = 34180;
+inline constexpr int32_t FindNailfoldLoops = 34190;
+inline constexpr int32_t NailSideAutomatic = 34191;
+inline constexpr int32_t NailAtTop = 34192;
+inline constexpr int32_t NailAtRight = 34193;
+inline constexpr int32_t NailAtBottom = 34194;
+inline constexpr int32_t NailAtLeft = 34195;
+inline constexpr int32_t AddLoopsToResults = 34196;
+inline constexpr int32_t ChartLoopMeasures = 34197;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

@@ -89,6 +89,10 @@ Menu measureMenu() {
 Menu analysisMenu() {
   return {"&Analysis",
           {cmd::FindCapillaries,
+           cmd::FindNailfoldLoops,
+           {"Nailfold l&oops",
+            {cmd::AddLoopsToResults, cmd::ChartLoopMeasures, K::Separator, cmd::NailSideAutomatic,
+             cmd::NailAtTop, cmd::NailAtRight, cmd::NailAtBottom, cmd::NailAtLeft}},
            cmd::ThresholdCapillaries,
            cmd::ThresholdPreprocessCheck,
            cmd::Processing,

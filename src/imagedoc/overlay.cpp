@@ -25,6 +25,8 @@ void drawDimensions(Canvas& canvas, const ZBasicDoc& document, int32_t selected)
   for (int32_t i = 0; i < kListCount; ++i)
     if (i != document.currentlist) document.dimlists[static_cast<size_t>(i)].draw(canvas, -1);
   document.currentDims().draw(canvas, selected);
+  if (!document.loopDensityText().empty())
+    drawLoopStretches(canvas, document.dimlists[kNailfoldList], document.loopScale());
 }
 
 }  // namespace

@@ -43,11 +43,26 @@ constexpr ColumnRecord kNailfold[] = {
     {6, 1, "right width", 10, 7, 1}, {7, 1, "x", 8, 7, 2},           {8, 1, "y", 8, 7, 2},
     {9, 1, "density", 8, 7, 2},      {10, 1, "fit", 8, 7, 3},        {11, 1, "cord", 8, 7, 2}};
 
+// -1 is what can't be told.
+constexpr ColumnRecord kLoops[] = {
+    {0, 1, "filename", 20, 0, 0},       {1, 1, "verdict", 12, 0, 0},        {2, 1, "row mm", 8, 6, 2},
+    {3, 1, "loops", 6, 4, 0},           {4, 1, "clear", 6, 4, 0},           {5, 1, "per mm", 8, 6, 2},
+    {6, 1, "+- per mm", 9, 6, 2},       {7, 1, "central per mm", 14, 6, 0}, {8, 1, "giant", 6, 4, 0},
+    {9, 1, "widest apex um", 14, 7, 1}, {10, 1, "avascular %", 11, 6, 0}};
+
+constexpr ColumnRecord kLoopMeasures[] = {
+    {0, 1, "filename", 20, 0, 0},   {1, 1, "kind", 6, 0, 0},        {2, 1, "loop", 5, 4, 0},
+    {3, 1, "x", 8, 6, 0},           {4, 1, "y", 8, 6, 0},           {5, 1, "apex width", 10, 7, 1},
+    {6, 1, "limb width", 10, 7, 1}, {7, 1, "other limb", 10, 7, 1}, {8, 1, "length", 8, 7, 1},
+    {9, 1, "tortuosity", 10, 7, 3}, {10, 1, "to next", 8, 7, 1}};
+
 }  // namespace
 
 const ResultTable kImageResults{11038, "Image Results", kImage};
 const ResultTable kVoronoiResults{0, "Voronoi-Results", kVoronoi};
 const ResultTable kDiameterResults{11023, "Diameter Calculation Results", kDiameter};
 const ResultTable kNailfoldResults{11066, "Nailfold Capillary loop measurements", kNailfold};
+const ResultTable kLoopResults{0, "Nailfold Loops", kLoops};
+const ResultTable kLoopMeasureResults{0, "Nailfold Loop Measures", kLoopMeasures};
 
 }  // namespace tarnvisor

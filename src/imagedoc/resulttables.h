@@ -9,5 +9,7 @@ extern const ResultTable kImageResults;
 extern const ResultTable kVoronoiResults;
 extern const ResultTable kDiameterResults;
 extern const ResultTable kNailfoldResults;
+extern const ResultTable kLoopResults;
+extern const ResultTable kLoopMeasureResults;
 
 }  // namespace tarnvisor

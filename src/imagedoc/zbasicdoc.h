@@ -24,6 +24,7 @@
 #include "image/imagetaker.h"
 #include "image/stillsequence.h"
 #include "image/zzimage.h"
+#include "imagedoc/loopmarks.h"
 #include "linescan/imagefacts.h"
 #include "measure/dimlist.h"
 
@@ -155,6 +156,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool canBeCircular() const { return hasCircularRoi() || std::min(roi.width(), roi.height()) >= 2; }
   // Of what measures count in, in square units: of a circle only what lies in it.
   double roiArea() const;
+  // Where the first pixel of the image's part in the ROI lies.
+  Point cornerOfRegion() const { return roiOrWhole().topLeft(); }
   bool isInRoi(Point at) const;  // in the circle of a circular one; false without a ROI
   std::string roiText() const;
 
@@ -181,6 +184,14 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // The density goes when its marks, the scale or the region are no longer those that it was counted from.
   // Called where a result is stored, printed or told, and after each command that Undo takes back.
   void dropStaleResult();
+  // Finds the distal row of loops and marks it in list "Nailfold", as one change, or tells why it can't be
+  // counted.
+  virtual void findNailfoldLoops();
+  // Why no loops can be looked for, whatever the pixels; empty when they can.
+  std::string objectionToLoops() const;
+  // Of the status bar; empty where the result is no count of loops.
+  std::string loopDensityText() const;
+  LoopScale loopScale() const;
   // The result, and below a density what it counts and is per.
   std::string resultLines() const;
   // The same, a line for each figure.
@@ -244,6 +255,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
  protected:
   // Of a document whose picture is another from now on: nothing brings back the one before.
   void forgetPixels();
+  // The result that tells of loops, from their marks as they now are.
+  void beforeUpdate() override { followLoops(); }
   // Finds out which list a density that was loaded was counted in.
   void recogniseResult();
 
@@ -398,6 +411,27 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   template <class Points>
   void addMinima(const Points& points, bool labelled);
   void discard();
+  // zbasicdoc_loops.cpp
+  NailfoldLoops loopsInRegion();
+  void takeLoops(const NailfoldLoops& found);
+  bool tellsLoops() const;
+  void followLoops();
+  // Of each marked loop, in the order of the marks; of one that the finder doesn't find there the distance to
+  // the next alone.
+  std::vector<NailfoldLoop> measuresOfLoops();
+  void addLoopsToResults();
+  void chartLoopMeasures();
+  // 0 is found from the picture; up, right, down, left.
+  static int32_t sideOfNail();
+  static void setSideOfNail(int32_t side);
+  template <int32_t N>
+  void nailCommand() {
+    setSideOfNail(N);
+  }
+  template <int32_t N>
+  bool hasNail() const {
+    return sideOfNail() == N;
+  }
   // zbasicdoc_voronoi.cpp
   void calculateVoronoiRegions();
   bool canCalculateVoronoi() const { return hasImage() && currentDims().size() >= 4; }

@@ -131,6 +131,7 @@ std::string ZBasicDoc::countingBasis(int32_t list) const {
 
 // What moved with all else, or beside the region, leaves the density what it was.
 void ZBasicDoc::dropStaleResult() {
+  followLoops();
   if (resultText.empty() || countedList < 0 || !hasImage()) return;
   if (countingBasis(countedList) != countedFrom && densityOf(countedList) != resultText) forgetResult();
 }

@@ -75,8 +75,8 @@ class ZBasicView : public CView, public AutoLoadSink {
   void deleteSelected();
 
   // --- zbasicview_panes.cpp
-  // "position", "pixel", "dimension", "list", "roi", "focus" where it is wanted, "magnification", "zoom", in
-  // that order; one that has nothing to say is empty.
+  // "position", "pixel", "dimension", "list", "roi", "loops" and "focus" where they are wanted,
+  // "magnification", "zoom", in that order; one that has nothing to say is empty.
   std::vector<StatusPane> panes() const override;
 
   // --- zbasicview_mouse.cpp

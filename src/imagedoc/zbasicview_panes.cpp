@@ -54,6 +54,7 @@ std::vector<StatusPane> ZBasicView::panes() const {
                               {"dimension", dimensionText(doc, selected)},
                               {"list", format("dimlist%i %s", doc.currentlist, listName(doc.currentlist))},
                               {"roi", roi}};
+  if (std::string loops = doc.loopDensityText(); !loops.empty()) all.push_back({"loops", std::move(loops)});
   if (showsFocus) all.push_back({"focus", focusText()});
   all.push_back({"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)});
   all.push_back({"zoom", format("zoom=%4.0f%%", 100.0 * zoomnum / zoomden)});

@@ -336,9 +336,10 @@ std::unique_ptr<CZZimage> MovieDeviation::take() {
 
 // --- the sharpest
 
-MovieSharpest::MovieSharpest(CZZMovie& shown, Measure sharpness, int32_t first, int32_t last)
+MovieSharpest::MovieSharpest(CZZMovie& shown, Measure sharpness, int32_t first, int32_t last, Choice choice)
     : MovieImage(shown, first, last),
       measure(std::move(sharpness)),
+      wanted(choice),
       extents(shown.frameExtents(range.first, range.last)) {
   image = canvasOf(movie, extents, trouble);
 }
@@ -364,10 +365,22 @@ bool MovieSharpest::next() {
   return true;
 }
 
+namespace {
+
+// At least one of some; the order of the images stays.
+Placements sharperHalf(const Placements& all, const std::vector<double>& focus) {
+  std::vector<double> sorted = focus;
+  std::ranges::sort(sorted);
+  Placements sharp;
+  for (size_t i = 0; i < all.size(); ++i)
+    if (focus[i] > 0.0 && focus[i] >= sorted[sorted.size() / 2]) sharp.push_back(all[i]);
+  return sharp;
+}
+
 // From the canvas's corner on, but only while it is below the room for movement as such: it has always been
 // so. An origin on an edge lies in no cell.
-void MovieSharpest::choose() {
-  const Placements all = placements(movie, range, extents);
+Placements sharpestOfCells(CZZMovie& movie, const CZZMovie::Extents& extents, const Placements& all,
+                           const std::vector<double>& focus) {
   const int32_t width = movie.form().width, height = movie.form().frameHeight();
   const int64_t stepX = std::max(1, width / 2), stepY = std::max(1, height / 2);
   std::map<std::pair<int64_t, int64_t>, size_t> best;
@@ -384,6 +397,15 @@ void MovieSharpest::choose() {
   Placements sharpest;
   sharpest.reserve(best.size());
   for (const auto& [cell, i] : best) sharpest.push_back(all[i]);
+  return sharpest;
+}
+
+}  // namespace
+
+void MovieSharpest::choose() {
+  const Placements all = placements(movie, range, extents);
+  Placements sharpest =
+      wanted == Choice::EachCell ? sharpestOfCells(movie, extents, all, focus) : sharperHalf(all, focus);
   used = sharpest.size();
   mean = std::make_unique<FrameMean>(movie, *image, std::move(sharpest));
 }

@@ -76,7 +76,10 @@ class MovieDeviation final : public MovieImage {
 class MovieSharpest final : public MovieImage {
  public:
   using Measure = std::function<double(const CZZimage&)>;
-  MovieSharpest(CZZMovie& shown, Measure sharpness, int32_t first, int32_t last);
+  // The sharpest image of each cell of half an image's size that it was moved to, or the sharper half of all.
+  enum class Choice { EachCell, SharperHalf };
+  MovieSharpest(CZZMovie& shown, Measure sharpness, int32_t first, int32_t last,
+                Choice choice = Choice::EachCell);
   ~MovieSharpest() override;
   std::string words() const override;
   int64_t done() const override;
@@ -88,6 +91,7 @@ class MovieSharpest final : public MovieImage {
  private:
   void choose();
   Measure measure;
+  Choice wanted;
   std::vector<double> focus;  // of the range's frames so far
   CZZimage each;
   CZZMovie::Extents extents;

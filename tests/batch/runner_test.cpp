@@ -224,11 +224,14 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
         "colour.bmp      45     45", "field.zzg       45     45"})
     EXPECT_THAT(first, HasSubstr(good));
   const auto rows = app.db->resultsOf(exams.examId());
-  EXPECT_EQ(rows.size(), 11u);
+  EXPECT_EQ(rows.size(), 14u);
   // The chart: bound to the exam, its rate found both ways, and not made again.
   EXPECT_EQ(1, std::count_if(rows.begin(), rows.end(), [](const ResultRow& row) {
               return row.filename == "pulse.zz1" && row.result == "Pulse 72.0 a minute";
             }));
+  for (const char* wide : {"wide-healthy.bmp    6.73  Nailfold loops: 22 on ", "wide-giant.bmp      3.61  ",
+                           " verdict good (healthy)\n", "Nailfold loops refused: not enough loops in focus"})
+    EXPECT_THAT(first, HasSubstr(wide));
   double drawn = 0, maxima = 0, spectra = 0;
   const size_t line = first.find("\npulse.zz1 ");
   ASSERT_NE(line, std::string::npos);

@@ -3,6 +3,7 @@
 #include "charts/chartdoc.h"
 #include "imagedoc/focusfigure.h"
 #include "support/videotest.h"
+#include "synth/widefield.h"
 
 namespace tarnvisor {
 namespace {
@@ -70,6 +71,23 @@ TEST_F(VideoFocus, SharpestImagesOfTheCellsAreAveraged) {
   EXPECT_EQ(image()->theImage()->pixelAt(7, 6), 20);
   EXPECT_EQ(image()->theImage()->pixelAt(13, 13), 40);
   EXPECT_EQ(image()->theImage()->countValue(0), 17 * 17 - 2);
+}
+
+TEST_F(VideoFocus, LoopsAreFoundInTheMeanOfTheSharperHalf) {
+  run("Find nailfold loops");
+  EXPECT_THAT(host.messages.back(), HasSubstr("needs a colour image"));
+  WideFieldTruth truth;
+  ASSERT_TRUE(doc->movie->rewrite(
+      folder.file("c.mve"),
+      rewritePlan(formLike(*renderWideField({}, truth)), 2, [&](int32_t k, CZZimage& made) {
+        return made.copyImage(*renderWideField({.extraBlur = 30.0 * k}, truth));
+      })));
+  doc->movie->setOrigin(1, {5, 0});
+  ASSERT_TRUE(doc->setScale(2.61, 2.61, "x", 0, false, false));
+  run("Find nailfold loops");
+  EXPECT_EQ(image()->title(), doc->title() + "sharpAv0-2");
+  EXPECT_THAT(image()->resultText, StartsWith("Nailfold loops: "));
+  EXPECT_EQ(image()->roi.left, 5);
 }
 
 }  // namespace
