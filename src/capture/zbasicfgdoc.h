@@ -23,6 +23,7 @@ class ZBasicfgDoc : public ZBasicDoc {
   bool onSaveDocument(const std::string& path) override;
   bool save() override { return saveAs(); }
   bool saveModified() override;
+  bool wantsCopy() const override { return isModified() && !isLive(); }
   void setPathName(const std::string& path) override;
   std::string defaultPathName() const override;
   DocumentType* storedType() const override;

@@ -1,5 +1,6 @@
 // Opening: the document's file, then its movie, beside it, where its link says or where the user says.
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 
 #include "app/asked.h"
@@ -234,6 +235,38 @@ void CVivoCapDoc::linkMovie(const std::string& documentPath) {
   tellOfMovie();
   tellOfMissing(known);
   setModified(away);
+}
+
+// Pictures and raw frames that a save would make a movie of have no link in the archive.
+void CVivoCapDoc::tellUnsaved(UnsavedCopy& copy) {
+  ZBasicDoc::tellUnsaved(copy);
+  copy.facts["ownmovie"] = unsavedMovie.path();
+  if (!hasMovie() || !movie->isRaw()) return;
+  copy.facts["pictures"] = movie->fileName;
+  copy.facts["size"] = format("%i %i %i", movie->form().width, movie->form().frameHeight(), movie->slots);
+}
+
+void CVivoCapDoc::takeUnsaved(const LeftCopy& left) {
+  ZBasicDoc::takeUnsaved(left);
+  unsavedMovie = TemporaryFile(left.fact("ownmovie"));
+  int32_t width = 0, height = 0, frames = 0;
+  const std::string size = left.fact("size");
+  if (!hasMovie() && std::sscanf(size.c_str(), "%i %i %i", &width, &height, &frames) == 3)
+    openPicturesAgain(left.fact("pictures"), width, height, frames);
+}
+
+void CVivoCapDoc::openPicturesAgain(const std::string& path, int32_t width, int32_t height, int32_t frames) {
+  std::string why;
+  FrameTable table = std::move(freshMovie().frameTable);
+  auto pictures = isSequenceFile(path) ? openPictures(path, why) : nullptr;
+  const bool opened =
+      pictures ? movie->openStills(std::move(pictures), path) : movie->openRaw(path, width, height, frames);
+  if (!opened)
+    return report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(),
+                         (why.empty() ? movie->failure() : why).c_str()));
+  movie->adoptTable(std::move(table));
+  movieChanged();
+  giveRate();
 }
 
 // Found as the movie is.

@@ -97,6 +97,17 @@ CDocument* DocumentType::importDocument(const std::string& path) {
                                                                                  : nullptr;
 }
 
+CDocument* DocumentType::restoreDocument(const LeftCopy& left) {
+  auto document = make();
+  if (!document) return nullptr;
+  if (const std::string path = left.fact("path"); !path.empty()) document->setPathName(path);
+  return document->restore(left) ? keep(std::move(document)) : nullptr;
+}
+
+void DocumentType::tellSettled(const CDocument& document) const {
+  if (manager && manager->onSettled) manager->onSettled(document);
+}
+
 void DocumentType::discard(CDocument& document) {
   const auto at = std::find_if(open.begin(), open.end(), [&](const auto& d) { return d.get() == &document; });
   if (at == open.end()) return;
@@ -138,6 +149,7 @@ void DocumentManager::opened(CDocument& document) {
 }
 
 void DocumentManager::closing(CDocument& document) {
+  if (onSettled) onSettled(document);
   std::erase(order, &document);
   if (atWork == &document) atWork = nullptr;
 }

@@ -87,12 +87,16 @@ class DocumentType {
   CDocument* openDocument(const std::string& path);
   // A new document filled from a file of another kind. Null after the document told the user why.
   CDocument* importDocument(const std::string& path);
+  // A changed document from the copy that an earlier run left of it. Null after the user was told why.
+  CDocument* restoreDocument(const LeftCopy& left);
   const std::vector<std::unique_ptr<CDocument>>& documents() const { return open; }
   CDocument* findOpen(const std::string& path) const;
   // Destroys a document without asking.
   void discard(CDocument& document);
   // Whether a message loop goes on with what its documents begin.
   bool drivesJobs() const;
+  // A document of this type was saved.
+  void tellSettled(const CDocument& document) const;
   class DocumentManager* owner() const {
     return manager;
   }
@@ -162,6 +166,8 @@ class DocumentManager {
   std::function<bool()> drivesJobs;
   // Told of each document opened, activated or closed (windows).
   std::function<void()> onChange;
+  // Told of each document that was saved or is about to close: nothing of it is left to lose.
+  std::function<void(const CDocument&)> onSettled;
 
  private:
   friend class DocumentType;
