@@ -117,9 +117,8 @@ void Cflo1Doc::serialize(Archive& archive) {
 }
 
 // What is being recorded is not asked about before it is stopped.
-bool Cflo1Doc::saveModified() {
+void Cflo1Doc::beforeClosing() {
   if (running) stopSource();
-  return ZcommonFLODoc::saveModified();
 }
 
 // --- running

@@ -27,7 +27,7 @@ class Cflo1Doc final : public ZcommonFLODoc {
   bool hasSource() const override { return true; }
   void runSource() override;
   void stopSource() override;
-  bool saveModified() override;
+  void beforeClosing() override;
 
   // --- flo1doc.cpp: what comes
   // The next of the input's blocks; those lost before it count as time.

@@ -262,9 +262,10 @@ bool CDocument::saveAs() {
 }
 
 bool CDocument::saveModified() {
+  beforeClosing();
   if (!modified) return true;
-  const std::string name = filePath.empty() ? windowTitle : filePath;
-  switch (host().messages.show("Save changes to " + name + "?", Buttons::YesNoCancel, Icon::Question)) {
+  switch (
+      host().messages.show("Save changes to " + nameToSave() + "?", Buttons::YesNoCancel, Icon::Question)) {
     case Answer::Yes:
       stopWork();  // no other job begins meanwhile, a save neither
       return save();

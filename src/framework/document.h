@@ -76,7 +76,11 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // The path that Save As offers.
   virtual std::string defaultPathName() const;
   // Asks whether to save a changed document. False when the user cancels, or a wanted save fails.
-  [[nodiscard]] virtual bool saveModified();
+  [[nodiscard]] bool saveModified();
+  // How that question names it.
+  const std::string& nameToSave() const { return filePath.empty() ? windowTitle : filePath; }
+  // Ends what still changes it, before its changes are asked about.
+  virtual void beforeClosing() {}
 
   // --- what the next run finds should this one fall over (framework/unsaved.h)
   // Whether a copy is wanted of it as it is now.

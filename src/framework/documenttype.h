@@ -150,8 +150,11 @@ class DocumentManager {
 
   // Closes after asking about its work and its changes; false when the user keeps it open.
   bool close(CDocument& document);
-  // Asks about the work of all; then closes from the front until none is left or one stays open.
+  // Asks about the work and the changes of all; then closes all, or none.
   bool closeAll();
+  // Asks about the changes of all, of several by one form. True when each is saved or given up; none has
+  // closed yet.
+  [[nodiscard]] bool settleChanges();
   // Whether the work of all documents may be stopped.
   [[nodiscard]] bool mayStopWork() const;
   // Asks about each as closing does, and closes none yet; false when one is to stay.
@@ -174,6 +177,7 @@ class DocumentManager {
   friend class WorkOf;
   const CDocument* atWork = nullptr;  // whose command runs
   bool closeWhoseWorkMayStop(CDocument& document);
+  bool settleByForm(const std::vector<CDocument*>& changed);
   void opened(CDocument& document);
   void closing(CDocument& document);
   std::vector<CDocument*> order;  // before the types, whose documents leave it as they go
