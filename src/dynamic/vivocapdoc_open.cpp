@@ -284,21 +284,26 @@ void CVivoCapDoc::tellOfMovie() {
             "No decoder for the codec \"%s\" of %s is installed. Its images are shown as they are stored, and mean nothing.",
             codec.c_str(), movie->fileName.c_str()),
         Buttons::Ok, Icon::Warning);
-  if (const std::string shortage = movie->shortage(); !shortage.empty() && !silent)
-    host().messages.show(shortage + " and are shown. The file stays as it is" +
-                         (movie->recoveredFrames() > 0 ? " until you save the video." : "."));
+  if (const std::string shortage = movie->shortage(); !shortage.empty())
+    tellShortage(shortage + " and are shown.",
+                 std::string(" The file stays as it is") +
+                     (movie->recoveredFrames() > 0 ? " until you save the video." : "."));
+}
+
+// Each opening says so, the notes once.
+void CVivoCapDoc::tellShortage(const std::string& fact, const std::string& consequence) {
+  if (notes.find(fact) == std::string::npos) appendNotes(fact + text::kLineEnd);
+  if (!silent) host().messages.show(fact + consequence, Buttons::Ok, Icon::Warning);
 }
 
 // A movie that was cut, or another one of that name: what the document measured may lie in images that it has
 // no more.
 void CVivoCapDoc::tellOfMissing(size_t known) {
   const auto held = static_cast<size_t>(std::max(0, movie->slots));
-  if (held >= known || silent) return;
-  host().messages.show(
-      format(
-          "%s has %zu images, but its document was saved with %zu: %zu are missing. A save keeps only those that are there.",
-          movie->fileName.c_str(), held, known, known - held),
-      Buttons::Ok, Icon::Warning);
+  if (held >= known) return;
+  tellShortage(format("%s has %zu images, but its document was saved with %zu: %zu are missing.",
+                      movie->fileName.c_str(), held, known, known - held),
+               " A save keeps only those that are there.");
 }
 
 // The pixels, as the header beside them tells of them; without one they have the usual size.

@@ -18,6 +18,7 @@ struct DecodedStill {
   int32_t channels = 1;          // 1 or 3
   std::vector<uint8_t> samples;  // of 8 bits
   std::vector<uint16_t> wide;    // of more; one of the two is empty
+  bool isCutOff = false;         // its file ends before its picture does
 };
 
 // Of samples of more than 8 bits the smallest becomes 0, the largest 255; of a flat picture the high bytes

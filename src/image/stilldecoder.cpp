@@ -6,6 +6,8 @@ extern "C" {
 }
 
 #include <cstring>
+#include <span>
+#include <string_view>
 
 #include "base/files.h"
 #include "ffmpeg/ffmpeghandles.h"
@@ -135,12 +137,36 @@ bool convert(const AVFrame& frame, DecodedStill& still) {
   return true;
 }
 
+// Whether the end of the picture is there; what decoders make of one that was cut off looks like a picture.
+bool hasJpegEnd(std::span<const uint8_t> bytes) {
+  for (size_t at = 2; at + 1 < bytes.size();) {
+    const uint8_t marker = bytes[at + 1];
+    const bool isMarker = bytes[at] == 0xff && marker != 0 && marker != 0xff;
+    const bool standsAlone = marker == 1 || (marker >= 0xd0 && marker <= 0xd8);
+    if (isMarker && marker == 0xd9) return true;
+    if (!isMarker || standsAlone)
+      ++at;  // a sample, or a mark between samples
+    else if (at + 3 < bytes.size())
+      at += 2 + (size_t{bytes[at + 2]} << 8 | bytes[at + 3]);
+    else
+      return false;
+  }
+  return false;
+}
+
+bool isCutOff(std::span<const uint8_t> bytes) {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  if (text.starts_with("\xff\xd8")) return !hasJpegEnd(bytes);
+  return text.starts_with("\x89PNG") && text.find("IEND") == std::string_view::npos;
+}
+
 }  // namespace
 
 std::string decodeStill(const std::string& path, DecodedStill& still) {
   av_log_set_level(AV_LOG_QUIET);
   auto whole = readWholeFile(path, kLargestFile);
   if (!whole) return "it can't be opened.";
+  still.isCutOff = isCutOff(*whole);
   Bytes bytes{std::move(*whole)};
   const BytesContext context = bytesContext(&bytes, &Bytes::read, &Bytes::seek);
   if (!context) return "there is not enough memory.";

@@ -62,12 +62,13 @@ bool loadsAsItStands(const std::string& path) {
 
 int32_t stillPages(const std::string& path) { return isTiff(path) ? tiffPages(path) : 1; }
 
-Outcome importStill(const std::string& path, int32_t page, CZZimage& image) {
+Outcome importStill(const std::string& path, int32_t page, CZZimage& image, std::string* doubt) {
   if (!fileExists(path)) return Outcome::failure(path + " does not exist.");
   DecodedStill still;
   try {
     const std::string problem = isTiff(path) ? decodeTiff(path, page, still) : decodeStill(path, still);
     if (!problem.empty()) return Outcome::failure(path + " can't be read: " + problem);
+    if (doubt && still.isCutOff) *doubt = path + " was cut off: a part of its image is missing.";
     LevelRange range;
     range.include(still.wide);
     if (makeImage(still, range, image)) return Outcome::success();

@@ -27,8 +27,9 @@ bool loadsAsItStands(const std::string& path);
 // Pages of a TIFF file; 1 for any other file, 0 for a TIFF file that can't be read.
 int32_t stillPages(const std::string& path);
 // Decodes a page (from 0) into the image. On failure the image is as it was, and the words name the file and
-// tell why. Pictures of more than kMostImportedPixels are refused.
-Outcome importStill(const std::string& path, int32_t page, CZZimage& image);
+// tell why. Pictures of more than kMostImportedPixels are refused. doubt: what is wrong with a picture that
+// was read all the same, in a sentence; empty for nothing.
+Outcome importStill(const std::string& path, int32_t page, CZZimage& image, std::string* doubt = nullptr);
 
 // What a file tells of the size of its pixels.
 ToldScale stillScale(const std::string& path, int32_t page);

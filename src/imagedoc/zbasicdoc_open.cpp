@@ -243,13 +243,18 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
     if (!asked(form)) return false;
   }
   auto decoded = std::make_unique<CZZimage>();
-  if (const Outcome done = importStill(path, page - 1, *decoded); !done) {
+  std::string doubt;
+  if (const Outcome done = importStill(path, page - 1, *decoded, &doubt); !done) {
     report(done.why());
     return false;
   }
   const std::string ofPages = pages > 1 ? format(" page %i", page) : std::string();
   setTitle(withoutExtension(fileNameOf(path)) + ofPages);
   appendNotes("Import " + fileNameOf(path) + ofPages + text::kLineEnd);
+  if (!doubt.empty()) {
+    appendNotes(doubt + text::kLineEnd);
+    if (!silent) host().messages.show(doubt, Buttons::Ok, Icon::Warning);
+  }
   takeToldScale(stillScale(path, page - 1));
   takeImage(std::move(decoded));
   importedFrom = absolutePath(path);

@@ -35,6 +35,20 @@ TEST_F(ImportedStills, BecomeDocumentsWhosePixelsAreSavedApart) {
   EXPECT_EQ(pixelsOf(*image()->theImage()), pixels);
 }
 
+TEST_F(ImportedStills, SayWhereTheirFileWasCutOff) {
+  for (const char* name : {"colour.jpg", "colour.png"}) {
+    const auto whole = readWholeFile(still(name));
+    ASSERT_TRUE(whole);
+    ASSERT_TRUE(replaceFile(folder.file(name), std::span(*whole)));
+    ASSERT_NE(app->openDocumentFile(folder.file(name)), nullptr);
+    EXPECT_THAT(image()->notes, Not(HasSubstr("cut off"))) << name;
+    ASSERT_TRUE(replaceFile(folder.file(name), std::span(*whole).first(whole->size() - 20)));
+    if (!app->openDocumentFile(folder.file(name))) continue;  // refused in words
+    EXPECT_THAT(host.messages.back(), HasSubstr("was cut off")) << name;
+    EXPECT_THAT(image()->notes, HasSubstr("was cut off")) << name;
+  }
+}
+
 TEST_F(ImportedStills, OfPagesOfSeveralSizesAskForOne) {
   const std::string path = writePages({10, 20, 30});
   host.fill({{"Page", "3"}});
