@@ -5,12 +5,17 @@
 #include <unistd.h>
 
 #include "assembly/assembly.h"
+#include "charts/chartdoc.h"
 #include "image/zzimage.h"
 #include "imagedoc/zbasicdoc.h"
-#include "support/apptest.h"
+#include "support/videotest.h"
 
 namespace tarnvisor {
 namespace {
+
+constexpr ColumnRecord kColumns[] = {
+    {0, 1, "Name", 8, 0, 0}, {1, 1, "Units", 8, 0, 0}, {2, 1, "Value", 8, 8, 1}};
+const ResultTable kTable{0, "Rows", kColumns};
 
 class Unsaved : public AppTest {
  protected:
@@ -104,6 +109,27 @@ TEST_F(Unsaved, SavesToWhereItBelongedAndAsksWhereThatHasChanged) {
   host.answers = {Answer::No};
   EXPECT_FALSE(restored().save());
   EXPECT_THAT(host.messages.back(), HasSubstr("was changed since"));
+}
+
+TEST_F(Unsaved, IsAnyKindOfDocumentAndAVideoFindsItsMovie) {
+  const std::string movie = writeMovieFile(folder.file("m.mve"), 5, {16, 8}, [](CZZimage& image, int32_t k) {
+    image.fill(static_cast<uint8_t>(k));
+  });
+  inARunThatFallsOver([&] {
+    auto& video = dynamic_cast<CVivoCapDoc&>(*app->openDocumentFile(movie));
+    video.addDimension({3, 2}, 0);
+    auto& chart = static_cast<ZchartDoc&>(*process.reviewTemplate->newDocument());
+    chart.addtrace(kDoubleCode, 9)->name = "pulse";
+    ASSERT_NE(addResultRow(kTable, {.filename = "row", .values = {1}}), nullptr);
+    keepAll();
+  });
+  restoreAll();
+  ASSERT_EQ(app->documents.documents().size(), 3U);
+  auto& video = dynamic_cast<CVivoCapDoc&>(*app->documents.documents()[0]);
+  EXPECT_EQ(video.currentDims().items.size(), 1U);
+  EXPECT_EQ(video.imageCount(), 5);
+  EXPECT_EQ(dynamic_cast<ZchartDoc&>(*app->documents.documents()[2]).firsttrace()->name, "pulse");
+  EXPECT_EQ(dynamic_cast<CResultDoc&>(*app->documents.documents()[1]).cell(0, 0), "row");
 }
 
 TEST_F(Unsaved, LeavesTheDocumentAndItsFileAsTheyAre) {
