@@ -167,7 +167,7 @@ class CVivoCapDoc : public ZBasicDoc {
   [[nodiscard]] bool openMovie(const std::string& path);
   [[nodiscard]] bool takeVideo(const std::string& path);
   [[nodiscard]] bool takeSequence(const std::string& path);
-  void tellShortage(const std::string& fact, const std::string& consequence);
+  void tellShortage(const std::string& fact, const std::string& consequence, Icon icon);
   void tellOfMovie();                // that it was cut off, or can't be decoded
   void tellOfMissing(size_t known);  // images that the document's table has, and the movie has not
 

@@ -287,13 +287,14 @@ void CVivoCapDoc::tellOfMovie() {
   if (const std::string shortage = movie->shortage(); !shortage.empty())
     tellShortage(shortage + " and are shown.",
                  std::string(" The file stays as it is") +
-                     (movie->recoveredFrames() > 0 ? " until you save the video." : "."));
+                     (movie->recoveredFrames() > 0 ? " until you save the video." : "."),
+                 Icon::Information);
 }
 
 // Each opening says so, the notes once.
-void CVivoCapDoc::tellShortage(const std::string& fact, const std::string& consequence) {
+void CVivoCapDoc::tellShortage(const std::string& fact, const std::string& consequence, Icon icon) {
   if (notes.find(fact) == std::string::npos) appendNotes(fact + text::kLineEnd);
-  if (!silent) host().messages.show(fact + consequence, Buttons::Ok, Icon::Warning);
+  if (!silent) host().messages.show(fact + consequence, Buttons::Ok, icon);
 }
 
 // A movie that was cut, or another one of that name: what the document measured may lie in images that it has
@@ -303,7 +304,7 @@ void CVivoCapDoc::tellOfMissing(size_t known) {
   if (held >= known) return;
   tellShortage(format("%s has %zu images, but its document was saved with %zu: %zu are missing.",
                       movie->fileName.c_str(), held, known, known - held),
-               " A save keeps only those that are there.");
+               " A save keeps only those that are there.", Icon::Warning);
 }
 
 // The pixels, as the header beside them tells of them; without one they have the usual size.

@@ -7,7 +7,6 @@ extern "C" {
 
 #include <cstring>
 #include <span>
-#include <string_view>
 
 #include "base/files.h"
 #include "ffmpeg/ffmpeghandles.h"
@@ -137,6 +136,10 @@ bool convert(const AVFrame& frame, DecodedStill& still) {
   return true;
 }
 
+bool isJpeg(std::span<const uint8_t> bytes) {
+  return bytes.size() > 1 && bytes[0] == 0xff && bytes[1] == 0xd8;
+}
+
 // Whether the end of the picture is there; what decoders make of one that was cut off looks like a picture.
 bool hasJpegEnd(std::span<const uint8_t> bytes) {
   for (size_t at = 2; at + 1 < bytes.size();) {
@@ -154,19 +157,13 @@ bool hasJpegEnd(std::span<const uint8_t> bytes) {
   return false;
 }
 
-bool isCutOff(std::span<const uint8_t> bytes) {
-  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  if (text.starts_with("\xff\xd8")) return !hasJpegEnd(bytes);
-  return text.starts_with("\x89PNG") && text.find("IEND") == std::string_view::npos;
-}
-
 }  // namespace
 
 std::string decodeStill(const std::string& path, DecodedStill& still) {
   av_log_set_level(AV_LOG_QUIET);
   auto whole = readWholeFile(path, kLargestFile);
   if (!whole) return "it can't be opened.";
-  still.isCutOff = isCutOff(*whole);
+  still.isCutOff = isJpeg(*whole) && !hasJpegEnd(*whole);
   Bytes bytes{std::move(*whole)};
   const BytesContext context = bytesContext(&bytes, &Bytes::read, &Bytes::seek);
   if (!context) return "there is not enough memory.";

@@ -253,7 +253,7 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
   appendNotes("Import " + fileNameOf(path) + ofPages + text::kLineEnd);
   if (!doubt.empty()) {
     appendNotes(doubt + text::kLineEnd);
-    if (!silent) host().messages.show(doubt, Buttons::Ok, Icon::Warning);
+    if (!silent) host().messages.show(doubt);
   }
   takeToldScale(stillScale(path, page - 1));
   takeImage(std::move(decoded));

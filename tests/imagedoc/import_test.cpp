@@ -36,17 +36,15 @@ TEST_F(ImportedStills, BecomeDocumentsWhosePixelsAreSavedApart) {
 }
 
 TEST_F(ImportedStills, SayWhereTheirFileWasCutOff) {
-  for (const char* name : {"colour.jpg", "colour.png"}) {
-    const auto whole = readWholeFile(still(name));
-    ASSERT_TRUE(whole);
-    ASSERT_TRUE(replaceFile(folder.file(name), std::span(*whole)));
-    ASSERT_NE(app->openDocumentFile(folder.file(name)), nullptr);
-    EXPECT_THAT(image()->notes, Not(HasSubstr("cut off"))) << name;
-    ASSERT_TRUE(replaceFile(folder.file(name), std::span(*whole).first(whole->size() - 20)));
-    if (!app->openDocumentFile(folder.file(name))) continue;  // refused in words
-    EXPECT_THAT(host.messages.back(), HasSubstr("was cut off")) << name;
-    EXPECT_THAT(image()->notes, HasSubstr("was cut off")) << name;
-  }
+  const auto whole = readWholeFile(still("colour.jpg"));
+  ASSERT_TRUE(whole);
+  ASSERT_TRUE(replaceFile(folder.file("cut.jpg"), std::span(*whole)));
+  ASSERT_NE(app->openDocumentFile(folder.file("cut.jpg")), nullptr);
+  EXPECT_THAT(image()->notes, Not(HasSubstr("cut off")));
+  ASSERT_TRUE(replaceFile(folder.file("cut.jpg"), std::span(*whole).first(whole->size() - 4)));
+  ASSERT_NE(app->openDocumentFile(folder.file("cut.jpg")), nullptr);
+  EXPECT_THAT(host.messages, Contains(HasSubstr("was cut off")));
+  EXPECT_THAT(image()->notes, HasSubstr("was cut off"));
 }
 
 TEST_F(ImportedStills, OfPagesOfSeveralSizesAskForOne) {
