@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarnvisor {
@@ -30,6 +31,7 @@ class MemoryStream final : public ByteStream {
   uint64_t remaining() const override { return content.size() - at; }
   void rewind() { at = 0; }
   const std::vector<uint8_t>& bytes() const { return content; }
+  std::vector<uint8_t> takeBytes() { return std::move(content); }
 
  private:
   std::vector<uint8_t> content;

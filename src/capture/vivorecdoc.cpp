@@ -85,10 +85,7 @@ bool CVivoRecDoc::onSaveDocument(const std::string& path) {
   return CVivoCapDoc::onSaveDocument(path);
 }
 
-bool CVivoRecDoc::saveModified() {
-  stopRecording();
-  return CVivoCapDoc::saveModified();
-}
+void CVivoRecDoc::beforeClosing() { stopRecording(); }
 
 TakenName CVivoRecDoc::takeRecordingName() const {
   if (!sequence.toDisc) return {};

@@ -19,7 +19,8 @@ class CVivoRecDoc final : public CVivoCapDoc, public RecorderSink {
   bool onNewDocument() override;
   void onCloseDocument() override;
   bool onSaveDocument(const std::string& path) override;  // stops first
-  bool saveModified() override;                           // the same
+  void beforeClosing() override;                          // the same
+  bool wantsCopy() const override { return isModified() && !recordingNow; }
   DocumentType* storedType() const override;
   std::string defaultPathName() const override;
   CZZimage* theImage() override;

@@ -323,9 +323,8 @@ bool ZBasicfgDoc::offersToOpen(const std::string& path) {
 
 // A live picture changes for ever; only what a user froze or measured is asked about, and the next picture
 // takes the place of one that was frozen alone.
-bool ZBasicfgDoc::saveModified() {
+void ZBasicfgDoc::beforeClosing() {
   if (isLive()) setModified(false);
-  return ZBasicDoc::saveModified();
 }
 
 }  // namespace tarnvisor

@@ -22,7 +22,8 @@ class ZBasicfgDoc : public ZBasicDoc {
   // A still of the picture as it is, with the parameters that it was taken by in its notes.
   bool onSaveDocument(const std::string& path) override;
   bool save() override { return saveAs(); }
-  bool saveModified() override;
+  void beforeClosing() override;
+  bool wantsCopy() const override { return isModified() && !isLive(); }
   void setPathName(const std::string& path) override;
   std::string defaultPathName() const override;
   DocumentType* storedType() const override;

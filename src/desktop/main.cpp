@@ -1,6 +1,7 @@
 // tarnvisor: the workstation.
 
 #include <QApplication>
+#include <QTimer>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include "desktop/opening.h"
 #include "desktop/qthost.h"
 #include "doppler/dopplerinput.h"
+#include "frame/autosave.h"
 #include "frame/mainframe.h"
 
 namespace {
@@ -52,6 +54,24 @@ bool isForATask(const CommandLine& line) {
   return given.size() > 2 && given[0] == '/' && given[2] == ' ';
 }
 
+// Turns go on behind dialogs, whose answer may take long. The first one offers what was left, before anything
+// else is asked.
+class AutoSaveTimer {
+ public:
+  explicit AutoSaveTimer(CBasicApp& app) : autoSave(app) {
+    QObject::connect(&timer, &QTimer::timeout, &timer, [this] { turn(); });
+    turn();
+  }
+
+ private:
+  void turn() {
+    timer.start(AutoSave::turnMs());
+    autoSave.turn();
+  }
+  AutoSave autoSave;
+  QTimer timer;
+};
+
 int runWorkstation(const CommandLine& line, bool hasDisplay) {
   registerStoredClasses();
   QtHost windows;
@@ -82,8 +102,11 @@ int runWorkstation(const CommandLine& line, bool hasDisplay) {
   if (!app.initInstance(start)) return 1;
   windows.mainWindow()->openFiles(line.otherFiles);
   if (app.documents.documents().size() > 1) windows.tile();
+  std::optional<AutoSaveTimer> autoSave;
+  if (hasDisplay && !isForATask(line)) autoSave.emplace(app);
   QApplication::exec();
   const bool failed = app.startSwitchFailed() || windows.toldError();
+  autoSave.reset();
   windows.closeWindows();
   const int code = app.exitInstance();
   return code == 0 && failed ? 1 : code;

@@ -125,19 +125,8 @@ void MainWindow::showPlaced() {
 }
 
 // All questions come before the first document goes, so that Cancel keeps everything.
-bool MainWindow::saveAllModified() {
-  if (!app.documents.mayStopWork()) return false;
-  const std::vector<CDocument*> open = app.documents.documents();
-  for (CDocument* document : open) {
-    if (!document->isModified()) continue;
-    app.documents.activate(*document);
-    if (!document->saveModified()) return false;
-  }
-  return true;
-}
-
 void MainWindow::closeEvent(QCloseEvent* event) {
-  if (!closed && !saveAllModified()) return event->ignore();
+  if (!closed && !(app.documents.mayStopWork() && app.documents.settleChanges())) return event->ignore();
   event->accept();
   if (closed) return;
   closed = true;

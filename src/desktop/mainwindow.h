@@ -62,7 +62,6 @@ class MainWindow final : public QMainWindow {
   void showStatusWindow(bool shown);
   void showShortcuts();
   void openPopup(int32_t menuId, QPoint screenPoint);
-  bool saveAllModified();
 
   CBasicApp& app;
   CBasicMainFrame& frame;

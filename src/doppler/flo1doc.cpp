@@ -205,7 +205,6 @@ void Cflo1Doc::serialize(Archive& archive) {
   storeLive(archive, kept);
 }
 
-// What is being recorded is not asked about before it is stopped.
 // --- running
 
 void Cflo1Doc::setInput(double samplesPerSecond, double blocksPerSecond) {

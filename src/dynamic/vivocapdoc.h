@@ -42,6 +42,9 @@ class CVivoCapDoc : public ZBasicDoc {
   DocumentType* storedType() const override;  // never that of the video file it came from
   void deleteContents() override;
   void serialize(Archive& archive) override;
+  // The movie is not copied, but for the link to it.
+  void tellUnsaved(UnsavedCopy& copy) override;
+  void takeUnsaved(const LeftCopy& left) override;
   // Raw frames: their file, or the header beside it.
   [[nodiscard]] bool openRawFrames(const std::string& path);
 
@@ -169,8 +172,11 @@ class CVivoCapDoc : public ZBasicDoc {
   [[nodiscard]] bool openMovie(const std::string& path);
   [[nodiscard]] bool takeVideo(const std::string& path);
   [[nodiscard]] bool takeSequence(const std::string& path);
+  void tellShortage(const std::string& fact, const std::string& consequence, Icon icon);
   void tellOfMovie();                // that it was cut off, or can't be decoded
   void tellOfMissing(size_t known);  // images that the document's table has, and the movie has not
+
+  void openPicturesAgain(const std::string& path, int32_t width, int32_t height, int32_t frames);
 
   // vivocapdoc_save.cpp
   // What a save does with the file of the movie; but for Usual the user chose it, for that save alone.

@@ -486,10 +486,13 @@ void CVivoCapDoc::properties() {
       .add("avi scale", scale, {1, 2147483647, {}});
   if (!host().forms.run(form)) return;
   const bool newRate = fps != framesPerSecond;
+  const bool newFile = file != moviePath && !file.empty();
+  const auto hasNewAviRate = [&] { return movie && (rate != movie->rate || scale != movie->scale); };
+  if (!newRate && !newFile && !hasNewAviRate()) return;
   fps = framesPerSecond;
   if (newRate) updatePlayPeriod();
-  if (file != moviePath && !file.empty()) relink(file);
-  if (movie && (rate != movie->rate || scale != movie->scale)) {
+  if (newFile) relink(file);
+  if (hasNewAviRate()) {
     movie->rate = rate;
     movie->scale = scale;
   } else if (newRate) {

@@ -1,5 +1,6 @@
 // Opening: the document's file, then its movie, beside it, where its link says or where the user says.
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 
 #include "app/asked.h"
@@ -240,6 +241,38 @@ void CVivoCapDoc::linkMovie(const std::string& documentPath) {
   setModified(away);
 }
 
+// Pictures and raw frames that a save would make a movie of have no link in the archive.
+void CVivoCapDoc::tellUnsaved(UnsavedCopy& copy) {
+  ZBasicDoc::tellUnsaved(copy);
+  copy.facts["ownmovie"] = unsavedMovie.path();
+  if (!hasMovie() || !movie->isRaw()) return;
+  copy.facts["pictures"] = movie->fileName;
+  copy.facts["size"] = format("%i %i %i", movie->form().width, movie->form().frameHeight(), movie->slots);
+}
+
+void CVivoCapDoc::takeUnsaved(const LeftCopy& left) {
+  ZBasicDoc::takeUnsaved(left);
+  unsavedMovie = TemporaryFile(left.fact("ownmovie"));
+  int32_t width = 0, height = 0, frames = 0;
+  const std::string size = left.fact("size");
+  if (!hasMovie() && std::sscanf(size.c_str(), "%i %i %i", &width, &height, &frames) == 3)
+    openPicturesAgain(left.fact("pictures"), width, height, frames);
+}
+
+void CVivoCapDoc::openPicturesAgain(const std::string& path, int32_t width, int32_t height, int32_t frames) {
+  std::string why;
+  FrameTable table = std::move(freshMovie().frameTable);
+  auto pictures = isSequenceFile(path) ? openPictures(path, why) : nullptr;
+  const bool opened =
+      pictures ? movie->openStills(std::move(pictures), path) : movie->openRaw(path, width, height, frames);
+  if (!opened)
+    return report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(),
+                         (why.empty() ? movie->failure() : why).c_str()));
+  movie->adoptTable(std::move(table));
+  movieChanged();
+  giveRate();
+}
+
 // Found as the movie is.
 void CVivoCapDoc::openResults(const std::string& documentPath) {
   if (resultsPath.empty()) return;
@@ -255,21 +288,27 @@ void CVivoCapDoc::tellOfMovie() {
             "No decoder for the codec \"%s\" of %s is installed. Its images are shown as they are stored, and mean nothing.",
             codec.c_str(), movie->fileName.c_str()),
         Buttons::Ok, Icon::Warning);
-  if (const std::string shortage = movie->shortage(); !shortage.empty() && !silent)
-    host().messages.show(shortage + " and are shown. The file stays as it is" +
-                         (movie->recoveredFrames() > 0 ? " until you save the video." : "."));
+  if (const std::string shortage = movie->shortage(); !shortage.empty())
+    tellShortage(shortage + " and are shown.",
+                 std::string(" The file stays as it is") +
+                     (movie->recoveredFrames() > 0 ? " until you save the video." : "."),
+                 Icon::Information);
+}
+
+// Each opening says so, the notes once.
+void CVivoCapDoc::tellShortage(const std::string& fact, const std::string& consequence, Icon icon) {
+  if (notes.find(fact) == std::string::npos) appendNotes(fact + text::kLineEnd);
+  if (!silent) host().messages.show(fact + consequence, Buttons::Ok, icon);
 }
 
 // A movie that was cut, or another one of that name: what the document measured may lie in images that it has
 // no more.
 void CVivoCapDoc::tellOfMissing(size_t known) {
   const auto held = static_cast<size_t>(std::max(0, movie->slots));
-  if (held >= known || silent) return;
-  host().messages.show(
-      format(
-          "%s has %zu images, but its document was saved with %zu: %zu are missing. A save keeps only those that are there.",
-          movie->fileName.c_str(), held, known, known - held),
-      Buttons::Ok, Icon::Warning);
+  if (held >= known) return;
+  tellShortage(format("%s has %zu images, but its document was saved with %zu: %zu are missing.",
+                      movie->fileName.c_str(), held, known, known - held),
+               " A save keeps only those that are there.", Icon::Warning);
 }
 
 // The pixels, as the header beside them tells of them; without one they have the usual size.

@@ -299,7 +299,6 @@ void CVivoCapView::beginDrag(Point windowPoint) {
   dragged = pulled = {};
   dragging = true;
   site().captureMouse(true);
-  doc.setModified();
 }
 
 void CVivoCapView::mouseDown(const MouseEvent& event) {

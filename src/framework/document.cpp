@@ -81,7 +81,8 @@ void CDocument::finishWork() {
 
 void CDocument::report(const std::string& words) { host().messages.show(words, Buttons::Ok, Icon::Error); }
 
-bool CDocument::loadFrom(const std::string& path) {
+bool CDocument::loadFrom(const std::string& named) {
+  const std::string& path = left ? left->file : named;
   std::FILE* file = fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr;
   if (!file) {
     report(format("%s can't be opened: %s", path.c_str(), std::strerror(fileExists(path) ? errno : ENOENT)));
@@ -89,7 +90,7 @@ bool CDocument::loadFrom(const std::string& path) {
   }
   deleteContents();
   missing.clear();
-  stamp = fileStamp(path);
+  stamp = left ? left->fact("stamp") : fileStamp(path);
   bool loaded = false;
   try {
     FileStream stream(file);
@@ -108,6 +109,47 @@ bool CDocument::loadFrom(const std::string& path) {
   std::fclose(file);
   setModified(false);
   return loaded;
+}
+
+void CDocument::tellUnsaved(UnsavedCopy& copy) {
+  copy.ending = storedType() ? storedType()->filterExtension() : std::string();
+  copy.facts["title"] = windowTitle;
+  copy.facts["path"] = filePath;
+  copy.facts["stamp"] = stamp;
+  copy.facts["source"] = sourceFile;
+  copy.facts["missing"] = missing;
+}
+
+void CDocument::takeUnsaved(const LeftCopy& from) {
+  windowTitle = from.fact("title");
+  sourceFile = from.fact("source");
+  missing = from.fact("missing");
+}
+
+std::optional<UnsavedCopy> CDocument::copyOfUnsaved() {
+  UnsavedCopy copy;
+  try {
+    MemoryStream stream;
+    Archive archive(stream, Archive::Direction::Storing);
+    storeCopy(archive);
+    archive.close();
+    copy.archive = stream.takeBytes();
+    tellUnsaved(copy);
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+  copy.count = changes;
+  return copy;
+}
+
+// Opened as its own file would be, so that it finds beside that what belongs to it.
+bool CDocument::restore(const LeftCopy& from) {
+  left = &from;
+  const bool opened = onOpenDocument(filePath.empty() ? from.file : filePath);
+  if (opened) takeUnsaved(from);
+  left = nullptr;
+  if (opened) setModified();
+  return opened;
 }
 
 bool CDocument::onImportFile(const std::string& path) {
@@ -157,6 +199,7 @@ bool CDocument::storeTo(const std::string& path) {
   stamp = fileStamp(path);
   replacedFile = file.hasReplaced();
   setModified(false);
+  if (documentType) documentType->tellSettled(*this);
   return true;
 }
 
@@ -223,9 +266,10 @@ bool CDocument::saveAs() {
 }
 
 bool CDocument::saveModified() {
+  beforeClosing();
   if (!modified) return true;
-  const std::string name = filePath.empty() ? windowTitle : filePath;
-  switch (host().messages.show("Save changes to " + name + "?", Buttons::YesNoCancel, Icon::Question)) {
+  switch (
+      host().messages.show("Save changes to " + nameToSave() + "?", Buttons::YesNoCancel, Icon::Question)) {
     case Answer::Yes:
       stopWork();  // no other job begins meanwhile, a save neither
       return save();

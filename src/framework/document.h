@@ -10,6 +10,7 @@
 #include "framework/command.h"
 #include "framework/job.h"
 #include "framework/scripttarget.h"
+#include "framework/unsaved.h"
 #include "framework/view.h"
 
 namespace tarnvisor {
@@ -82,7 +83,18 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void noteFetched() { fetchedAs = filePath; }
   bool isFetched() const { return !fetchedAs.empty() && fetchedAs == filePath; }
   // Asks whether to save a changed document. False when the user cancels, or a wanted save fails.
-  [[nodiscard]] virtual bool saveModified();
+  [[nodiscard]] bool saveModified();
+  // How that question names it.
+  const std::string& nameToSave() const { return filePath.empty() ? windowTitle : filePath; }
+  // Ends what still changes it, before its changes are asked about.
+  virtual void beforeClosing() {}
+
+  // --- what the next run finds should this one fall over (framework/unsaved.h)
+  // Whether a copy is wanted of it as it is now.
+  virtual bool wantsCopy() const { return modified; }
+  // Of what is not saved. The document stays as it is. Nothing where it can't be stored.
+  [[nodiscard]] std::optional<UnsavedCopy> copyOfUnsaved();
+
   // Stays open when a script goes on to the next exam.
   virtual bool collectsOverExams() const { return false; }
   // Told of the document whose command made this new one.
@@ -124,12 +136,23 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void tookOnlyAPart(std::string why) { missing = std::move(why); }
   const std::string& whatIsMissing() const { return missing; }
 
+  // Writes what a save would write, and leaves the document as it is.
+  virtual void storeCopy(Archive& archive) { serialize(archive); }
+  // What the document knows beside its archive: facts by names of its own, and maybe a second file.
+  virtual void tellUnsaved(UnsavedCopy& copy);
+  // Takes that back, once the copy is loaded.
+  virtual void takeUnsaved(const LeftCopy& left);
+  // While the document opens from a copy in place of its file; null otherwise.
+  const LeftCopy* openingFrom() const { return left; }
+
  private:
   friend class DocumentType;
   [[nodiscard]] bool mayGoOver(const std::string& path);
   [[nodiscard]] bool mayOfferFolder(const std::string& folder);
   void finishWork();
+  [[nodiscard]] bool restore(const LeftCopy& from);
   std::unique_ptr<JobAtWork> atWork;
+  const LeftCopy* left = nullptr;
   std::string windowTitle;
   std::string filePath, fetchedAs;
   std::string sourceFile;

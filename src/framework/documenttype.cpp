@@ -97,6 +97,17 @@ CDocument* DocumentType::importDocument(const std::string& path) {
                                                                                  : nullptr;
 }
 
+CDocument* DocumentType::restoreDocument(const LeftCopy& left) {
+  auto document = make();
+  if (!document) return nullptr;
+  if (const std::string path = left.fact("path"); !path.empty()) document->setPathName(path);
+  return document->restore(left) ? keep(std::move(document)) : nullptr;
+}
+
+void DocumentType::tellSettled(const CDocument& document) const {
+  if (manager && manager->onSettled) manager->onSettled(document);
+}
+
 void DocumentType::discard(CDocument& document) {
   const auto at = std::find_if(open.begin(), open.end(), [&](const auto& d) { return d.get() == &document; });
   if (at == open.end()) return;
@@ -138,6 +149,7 @@ void DocumentManager::opened(CDocument& document) {
 }
 
 void DocumentManager::closing(CDocument& document) {
+  if (onSettled) onSettled(document);
   std::erase(order, &document);
   if (atWork == &document) atWork = nullptr;
 }
@@ -192,9 +204,44 @@ bool DocumentManager::closeWhoseWorkMayStop(CDocument& document) {
 }
 
 bool DocumentManager::closeAll() {
-  if (!mayStopWork()) return false;
-  while (CDocument* front = active())
-    if (!closeWhoseWorkMayStop(*front)) return false;
+  if (!mayStopWork() || !settleChanges()) return false;
+  const std::vector<CDocument*> settled = order;
+  while (CDocument* front = active()) {
+    front->stopWork();
+    // The end of its work may have made another.
+    if (std::ranges::count(settled, front) == 0 && !front->saveModified()) return false;
+    front->type()->discard(*front);
+  }
+  return true;
+}
+
+bool DocumentManager::settleChanges() {
+  std::vector<CDocument*> changed(order.rbegin(), order.rend());
+  for (CDocument* document : changed) document->beforeClosing();
+  std::erase_if(changed, [](const CDocument* document) { return !document->isModified(); });
+  if (changed.size() > 1 && host().choosers.asksSomebody()) return settleByForm(changed);
+  return std::ranges::all_of(changed, [this](CDocument* document) {
+    activate(*document);
+    return document->saveModified();
+  });
+}
+
+bool DocumentManager::settleByForm(const std::vector<CDocument*>& changed) {
+  enum Choice : int32_t { SaveAll, SaveTicked, DiscardAll, Cancel };
+  int32_t choice = Cancel;
+  std::vector<int32_t> ticks(changed.size(), 1);
+  Form form("Save changes?");
+  form.addNote(format("%zu documents have changed. Those that are not saved close without their changes.",
+                      changed.size()));
+  for (size_t i = 0; i < ticks.size(); ++i) form.addCheck(changed[i]->nameToSave(), ticks[i]);
+  form.endWith("Do", choice, {"Save all", "Save ticked", "Discard all", "Cancel"});
+  if (!host().forms.run(form) || choice == Cancel) return false;
+  for (size_t i = 0; i < ticks.size(); ++i) {
+    if (choice == DiscardAll || (choice == SaveTicked && !ticks[i])) continue;
+    activate(*changed[i]);
+    changed[i]->stopWork();
+    if (!changed[i]->save()) return false;
+  }
   return true;
 }
 

@@ -87,12 +87,16 @@ class DocumentType {
   CDocument* openDocument(const std::string& path);
   // A new document filled from a file of another kind. Null after the document told the user why.
   CDocument* importDocument(const std::string& path);
+  // A changed document from the copy that an earlier run left of it. Null after the user was told why.
+  CDocument* restoreDocument(const LeftCopy& left);
   const std::vector<std::unique_ptr<CDocument>>& documents() const { return open; }
   CDocument* findOpen(const std::string& path) const;
   // Destroys a document without asking.
   void discard(CDocument& document);
   // Whether a message loop goes on with what its documents begin.
   bool drivesJobs() const;
+  // A document of this type was saved.
+  void tellSettled(const CDocument& document) const;
   class DocumentManager* owner() const {
     return manager;
   }
@@ -146,8 +150,11 @@ class DocumentManager {
 
   // Closes after asking about its work and its changes; false when the user keeps it open.
   bool close(CDocument& document);
-  // Asks about the work of all; then closes from the front until none is left or one stays open.
+  // Asks about the work and the changes of all; then closes all, or none.
   bool closeAll();
+  // Asks about the changes of all, of several by one form. True when each is saved or given up; none has
+  // closed yet.
+  [[nodiscard]] bool settleChanges();
   // Whether the work of all documents may be stopped.
   [[nodiscard]] bool mayStopWork() const;
   // Asks about each as closing does, and closes none yet; false when one is to stay.
@@ -162,12 +169,15 @@ class DocumentManager {
   std::function<bool()> drivesJobs;
   // Told of each document opened, activated or closed (windows).
   std::function<void()> onChange;
+  // Told of each document that was saved or is about to close: nothing of it is left to lose.
+  std::function<void(const CDocument&)> onSettled;
 
  private:
   friend class DocumentType;
   friend class WorkOf;
   const CDocument* atWork = nullptr;  // whose command runs
   bool closeWhoseWorkMayStop(CDocument& document);
+  bool settleByForm(const std::vector<CDocument*>& changed);
   void opened(CDocument& document);
   void closing(CDocument& document);
   std::vector<CDocument*> order;  // before the types, whose documents leave it as they go

@@ -6,6 +6,7 @@ extern "C" {
 }
 
 #include <cstring>
+#include <span>
 
 #include "base/files.h"
 #include "ffmpeg/ffmpeghandles.h"

@@ -259,6 +259,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void beforeUpdate() override { followLoops(); }
   // Finds out which list a density that was loaded was counted in.
   void recogniseResult();
+  // zbasicdoc_unsaved.cpp
+  void storeCopy(Archive& archive) override;
+  void tellUnsaved(UnsavedCopy& copy) override;
+  void takeUnsaved(const LeftCopy& left) override;
 
  private:
   // zbasicdoc_archive.cpp
@@ -275,6 +279,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void afterImageLoaded();
   void forgetResult();
   void loadListSettings();
+  bool arePixelsUnsaved() const;  // zbasicdoc_unsaved.cpp
   // zbasicdoc_save.cpp
   struct PixelSave;
   // Whether the new pixels of that file still wait beside it, the save of this document having been killed.

@@ -548,7 +548,7 @@ void ZBasicDoc::notesCommand() {
   Form form("Notes");
   form.add("Image file", file).addNote(time).addLongText("Notes", edited);
   form.addNote(subject).addNote(exam).addNote(userLabel).addNote(stationId).addNote(stationIdFirst);
-  if (!host().forms.run(form)) return;
+  if (!host().forms.run(form) || (file == imagefile && edited == notes)) return;
   const Change change(*this);
   if (file != imagefile) {
     imagefile = file;

@@ -97,7 +97,11 @@ bool ZBasicDoc::onOpenDocument(const std::string& path) {
   loadSettings();
   if (!loadFrom(path)) return false;
   isBound = 1;
-  if (!imagefile.empty() && !resolveImageFile(path)) return false;
+  if (const LeftCopy* left = openingFrom(); left && !left->second.empty()) {
+    if (!loadImage(left->second)) return false;
+  } else if (!imagefile.empty() && !resolveImageFile(path)) {
+    return false;
+  }
   recogniseResult();
   return true;
 }

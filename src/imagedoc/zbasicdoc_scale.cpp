@@ -149,7 +149,7 @@ void ZBasicDoc::unitsCommand() {
   std::string name = userunits;
   Form form("Units");
   form.addChoice("Units", useUnits, {"pixels", "user units"}).add("Name", name);
-  if (!host().forms.run(form)) return;
+  if (!host().forms.run(form) || (useUnits == (calibrated != 0) && name == userunits)) return;
   const Change change(*this);
   // A scale of 1 without a date would be taken for none.
   if (calibrated && !isScaleTold()) magindex = static_cast<int32_t>(currentTime());

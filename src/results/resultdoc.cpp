@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 
 #include "app/basicapp.h"
@@ -350,6 +351,20 @@ void CResultDoc::print(PrintContext& context) const {
     context.endPage();
     row += static_cast<size_t>(perPage);
   } while (row < rows.size());
+}
+
+void CResultDoc::tellUnsaved(UnsavedCopy& copy) {
+  CdbDocument::tellUnsaved(copy);
+  copy.facts["rowsubject"] = rowOwner.subject;
+  copy.facts["rowexam"] = format("%i", rowOwner.exam);
+  copy.facts["rowfolder"] = rowOwner.folder;
+  copy.facts["rowelsewhere"] = rowOwner.isElsewhere ? "1" : "0";
+}
+
+void CResultDoc::takeUnsaved(const LeftCopy& left) {
+  CdbDocument::takeUnsaved(left);
+  rowOwner = {left.fact("rowsubject"), std::atoi(left.fact("rowexam").c_str()), left.fact("rowfolder"),
+              left.fact("rowelsewhere") == "1"};
 }
 
 void CResultDoc::serialize(Archive& archive) {

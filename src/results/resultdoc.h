@@ -68,6 +68,10 @@ class CResultDoc : public CdbDocument {
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 
+  // Whose the rows are that have no columns for it.
+  void tellUnsaved(UnsavedCopy& copy) override;
+  void takeUnsaved(const LeftCopy& left) override;
+
   uint16_t ncolumns = 0;
   uint16_t marker = 0;
   std::vector<std::unique_ptr<Ccolformat>> columns;

@@ -43,6 +43,16 @@ TEST_F(ChartWindow, SelectsByADragUnlessDataIsComingIn) {
   EXPECT_FALSE(view().hasSelection());
 }
 
+TEST_F(ChartWindow, LeavesTheChartUnchangedWhereItOnlyShowsIt) {
+  addRamp();
+  doc->setModified(false);
+  drag(32, 96);
+  view().zoomTime(2, 3);
+  view().fit();
+  view().keyDown({Key::Right});
+  EXPECT_FALSE(doc->isModified());
+}
+
 TEST_F(ChartWindow, FindsTheSelectionInATraceRoundTheRingsEnd) {
   auto ring = traceOf(Doubles(10));
   ring->period = 0.5;

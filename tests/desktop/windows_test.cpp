@@ -412,13 +412,13 @@ TEST_F(ProgramWindow, ClosingTheProgramAsksForEachChangeBeforeAnythingGoes) {
   makeImage(40, 30).setModified();
   makeImage(40, 30).setModified();
   (void)makeImage(40, 30);
-  host.answers = {Answer::No, Answer::Cancel};
+  host.fill({{"Do", "Cancel"}});
   EXPECT_FALSE(window().close());
   EXPECT_EQ(app->documents.documents().size(), 3u);
   EXPECT_EQ(settings.getInt("MainWindow", "w", -1), -1);
   window().showNormal();
   window().setGeometry(50, 60, 900, 700);
-  host.answers = {Answer::No, Answer::No};
+  host.fill({{"Do", "Discard all"}});
   EXPECT_TRUE(window().close());
   EXPECT_TRUE(app->documents.documents().empty());
   const std::pair<const char*, int> kept[] = {{"left", 50}, {"top", 60}, {"w", 900}, {"h", 700}};

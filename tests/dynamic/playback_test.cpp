@@ -57,6 +57,28 @@ TEST_F(Playback, TellsImageFieldAndTime) {
   EXPECT_FALSE(view().thumbnail(200, 8, size, pixels));
 }
 
+TEST_F(Playback, AndAllThatOnlyLooksLeavesTheVideoUnchanged) {
+  open(20, 10);
+  ASSERT_TRUE(video().onSaveDocument(folder.file("a.dtv")));
+  play(false);
+  at(0.5);
+  view().stopPlayback();
+  run("Zoom In");
+  view().scrollTo({3, 2});
+  EXPECT_TRUE(video().select(2, 6));
+  host.fill({});
+  run("Properties");
+  host.fill({});
+  run("Notes");
+  host.fill({});
+  run("Units");
+  EXPECT_FALSE(video().isModified());
+  run("Correct Movement (drag image)");
+  view().mouseDown({{5, 5}});
+  view().mouseUp({{5, 5}});
+  EXPECT_FALSE(video().isModified()) << "the image was not moved";
+}
+
 TEST_F(Playback, KeepsTheTrueRateAndDropsImagesWhenLate) {
   open(100, 60);
   play(false);

@@ -334,6 +334,7 @@ TEST_F(VideoFiles, TellsOfAVideoThatWasCutOffWhereverItComesIn) {
   process.quietMode = 0;
   ASSERT_NE(app->openDocumentFile(folder.file("cut.avi")), nullptr);
   EXPECT_THAT(host.messages.back(), HasSubstr("4 of the 5 images that it tells of were found and are shown"));
+  EXPECT_THAT(video().notes, HasSubstr("4 of the 5 images that it tells of were found"));
 }
 
 TEST_F(VideoFiles, ShowsThatAnImageCantBeRead) {

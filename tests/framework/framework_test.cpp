@@ -161,14 +161,37 @@ TEST_F(Kinds, StandInTheOrderOfTheirActivationAndCloseFromTheFront) {
   EXPECT_EQ(told, 4);
   host.answers = {Answer::Cancel};
   EXPECT_FALSE(manager.closeAll());
-  EXPECT_THAT(manager.documents(), ElementsAre(&b, &c)) << "the one that stays and all behind it";
+  EXPECT_THAT(manager.documents(), ElementsAre(&b, &a, &c))
+      << "all stay, in front the one that was asked about";
   host.answers = {Answer::No};
   EXPECT_TRUE(manager.mayCloseAllOf(first));
   manager.discardAllOf(first);
   EXPECT_THAT(manager.documents(), ElementsAre(&b));
   second.discard(b);
   EXPECT_EQ(manager.active(), nullptr);
-  EXPECT_EQ(told, 7);
+  EXPECT_EQ(told, 8);
+}
+
+TEST_F(Kinds, AskByOneFormWhereSeveralHaveChangedAndCloseAllOrNone) {
+  Text &a = made(first, "a"), &b = made(first, "b");
+  made(first);
+  host.paths = {folder.file("a.txt"), folder.file("b.txt")};
+  ASSERT_TRUE(a.saveAs());
+  ASSERT_TRUE(b.saveAs());
+  const auto closes = [&](const std::string& choice, bool ticksA) {
+    for (Text* text : {&a, &b}) text->words += "+", text->setModified();
+    host.fill({{a.pathName(), ticksA ? "1" : "0"}, {"Do", choice}});
+    return manager.closeAll();
+  };
+  EXPECT_FALSE(closes("Cancel", true));
+  ASSERT_TRUE(replaceFile(a.pathName(), std::string_view("of another program")));
+  host.answers = {Answer::No};
+  EXPECT_FALSE(closes("Save all", true)) << "one that can't be saved keeps all";
+  EXPECT_EQ(manager.documents().size(), 3U);
+  EXPECT_TRUE(closes("Save ticked", false));
+  EXPECT_EQ(readWholeText(folder.file("a.txt")), "of another program");
+  EXPECT_EQ(readWholeText(folder.file("b.txt")), "b+++");
+  EXPECT_EQ(manager.active(), nullptr);
 }
 
 TEST_F(Kinds, OpenAFileOnceAndImportWhatNobodyClaims) {

@@ -37,6 +37,18 @@ TEST_F(ImportedStills, BecomeDocumentsWhosePixelsAreSavedApart) {
   EXPECT_EQ(pixelsOf(*image()->theImage()), pixels);
 }
 
+TEST_F(ImportedStills, SayWhereTheirFileWasCutOff) {
+  const auto whole = readWholeFile(still("colour.jpg"));
+  ASSERT_TRUE(whole);
+  ASSERT_TRUE(replaceFile(folder.file("cut.jpg"), std::span(*whole)));
+  ASSERT_NE(app->openDocumentFile(folder.file("cut.jpg")), nullptr);
+  EXPECT_THAT(image()->notes, Not(HasSubstr("damaged")));
+  ASSERT_TRUE(replaceFile(folder.file("cut.jpg"), std::span(*whole).first(whole->size() - 4)));
+  ASSERT_NE(app->openDocumentFile(folder.file("cut.jpg")), nullptr);
+  EXPECT_THAT(host.messages, Contains(HasSubstr("damaged")));
+  EXPECT_THAT(image()->notes, HasSubstr("damaged"));
+}
+
 TEST_F(ImportedStills, OfPagesOfSeveralSizesAskForOne) {
   const std::string path = writePages({10, 20, 30});
   host.fill({{"Page", "3"}});
