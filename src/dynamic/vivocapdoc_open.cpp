@@ -238,7 +238,7 @@ void CVivoCapDoc::linkMovie(const std::string& documentPath) {
 
 // Found as the movie is.
 void CVivoCapDoc::openResults(const std::string& documentPath) {
-  if (resultsPath.empty()) return;
+  if (resultsPath.empty() || silent) return;
   const std::string beside = folderOf(documentPath) + fileNameOf(resultsPath);
   if (fileExists(beside)) resultsPath = beside;
   if (fileExists(resultsPath)) theApp().openDocumentFile(resultsPath);

@@ -176,6 +176,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void dropStaleResult();
   // The result, and below a density what it counts and is per.
   std::string resultLines() const;
+  std::string unitOfResult(const std::string& quantity) const override;
   // False where the image only shows what the document stores as something else: no command changes it then.
   virtual bool holdsPixels() const { return true; }
   bool isMarked() const override { return hasDimensions(); }
