@@ -40,7 +40,6 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return lowered(x) == lowered(y); });
 }
 
-namespace {
 // What is no UTF-8 keeps its other letters as they are.
 std::string foldedName(std::string_view text) {
   const auto length = static_cast<gssize>(text.size());
@@ -51,7 +50,6 @@ std::string foldedName(std::string_view text) {
   const Text result(g_utf8_normalize(folded.get(), -1, G_NORMALIZE_DEFAULT), g_free);
   return result.get();
 }
-}  // namespace
 
 bool isSameName(std::string_view a, std::string_view b) { return foldedName(a) == foldedName(b); }
 

@@ -27,6 +27,8 @@ std::string lowerCase(std::string_view text);
 // Whether people read both as one name: in UTF-8, whatever the capitals of any alphabet, and whether accents
 // are letters' own or follow them. For ids and sites; endings, keys and commands are ASCII.
 bool isSameName(std::string_view a, std::string_view b);
+// What such names have in common, to look for one within another.
+std::string foldedName(std::string_view text);
 
 // Text of other programs as UTF-8: UTF-16 by the mark that it begins with; what is no UTF-8 counts as
 // Latin-1. Nothing when it is UTF-8 as it stands.

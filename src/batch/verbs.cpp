@@ -113,22 +113,51 @@ std::string checkAnswer(Arguments a, const char* word) {
   const bool fits = a.size() < 2 || equalIgnoringCase(a[1], "yes") || equalIgnoringCase(a[1], "no");
   return fits ? "" : format("\"%s\" has too many arguments", word);
 }
+
+constexpr std::string_view kBorn = "born=", kSex = "sex=";
+
 std::string checkSubject(Arguments a) {
-  return trimmed(a[0]).empty() ? "a subject needs an id" : checkAnswer(a, "subject");
+  if (trimmed(a[0]).empty()) return "a subject needs an id";
+  std::vector<std::string> others{a[0]};
+  for (const std::string& argument : std::vector(a.begin() + 1, a.end()))
+    if (argument.starts_with(kBorn)) {
+      if (!dateOfBirth(argument.substr(kBorn.size())))
+        return "\"" + argument + "\" tells no date of birth: write born=1970-02-03";
+    } else if (argument.starts_with(kSex)) {
+      if (std::ranges::find(sexes(), argument.substr(kSex.size())) == sexes().end())
+        return "write sex=f, sex=m or sex=x";
+    } else {
+      others.push_back(argument);
+    }
+  return checkAnswer(others, "subject");
+}
+
+// What the arguments tell of the person; false when it can't be written.
+bool tellPerson(SubjectDialog& dialog, Arguments a) {
+  const auto before = std::pair(dialog.born, dialog.sex);
+  for (const std::string& argument : a) {
+    if (argument.starts_with(kBorn)) dialog.born = *dateOfBirth(argument.substr(kBorn.size()));
+    if (argument.starts_with(kSex)) dialog.sex = argument.substr(kSex.size());
+  }
+  return before == std::pair(dialog.born, dialog.sex) || dialog.saveDetails();
 }
 
 StepResult selectSubject(StepContext& c) {
   if (!c.app.db) return StepResult::failure("there is no subject database; name a data folder with --data");
   SubjectDialog dialog;
   dialog.id = replaced(std::string(trimmed(c.step.args[0])), ' ', '_');
-  c.script.begin({c.step.args.begin() + 1, c.step.args.end()});
+  std::vector<std::string> answers{c.step.args.begin() + 1, c.step.args.end()};
+  std::erase_if(answers, [](const auto& a) { return a.starts_with(kBorn) || a.starts_with(kSex); });
+  c.script.begin(answers);
   const bool isThere = c.app.db->readSubject(dialog.id).has_value();
   if (!isThere && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
   // The next run of a script finds what the first one made, and is asked nothing.
-  if (isThere || (c.step.args.size() > 1 && equalIgnoringCase(c.step.args[1], "no"))) c.script.dropAnswers();
+  if (isThere || (!answers.empty() && equalIgnoringCase(answers[0], "no"))) c.script.dropAnswers();
   dialog.chooseId(dialog.id);
   if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
+  if (!tellPerson(dialog, {c.step.args.begin() + 1, c.step.args.end()}))
+    return StepResult::failure(c.script.shown());
   theExams().leaveExam();
   dialog.finish(SubjectDialog::Result::ViewExaminations);
   return {true, {}, {{"subject", theExams().subjectId()}}, {}};
@@ -488,7 +517,7 @@ StepResult record(StepContext& c) {
 }
 
 constexpr size_t kAny = 1u << 20;
-constexpr Verb kVerbs[] = {{"subject", 1, 2, selectSubject, checkSubject},
+constexpr Verb kVerbs[] = {{"subject", 1, 4, selectSubject, checkSubject},
                            {"exam", 1, 3, startExam, checkExam},
                            {"open", 1, 2, openFile, checkOpen},
                            {"set", 3, 3, setValue},

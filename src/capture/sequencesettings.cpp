@@ -61,6 +61,7 @@ bool askSequenceSettings(SequenceSettings& sequence, const Rect& source, double 
   };
   tell();
   Form form("Image Sequence Settings");
+  form.addNote(theExams().words());
   form.add("Number of frames to aquire", sequence.frames, {1, 10000000, {}})
       .add("Frames to skip between each saved frame", sequence.skip, {0, 100000, {}})
       .addCheck("Loop (record until stopped)", sequence.loop)

@@ -14,6 +14,7 @@
 #include "capture/commandids.h"
 #include "capture/texts.h"
 #include "capture/vivorecdoc.h"
+#include "exams/examselection.h"
 #include "host/host.h"
 #include "settings/log.h"
 #include "settings/settings.h"
@@ -349,6 +350,7 @@ void ZBasicfgView::grabImageSize() {
 
 void ZBasicfgView::timerCommand() {
   Form form("Timer");
+  form.addNote(theExams().words());
   form.add("number of images", doc.timerN, {0, static_cast<double>(kMostTimedSaves), {}})
       .add("interval (seconds)", doc.timerint, {1, 86400, {}})
       .addNote("0 images: Save Image saves one. Otherwise it saves so many, one at each interval.");

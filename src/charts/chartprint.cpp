@@ -20,7 +20,9 @@ void printChart(PrintJob& job, const ZchartDoc& document, const DrawChart& draw)
   const int32_t line = TextMeasure::of(canvas).line;
   canvas.text({0, 0}, "printed:" + longDateTime(currentTime()), 0);
   canvas.text({0, line}, document.title(), 0);
-  draw(canvas, {0, 3 * line, page.width, page.height});
+  const CdbDocument::Owner owner = document.measuredFor();
+  canvas.text({0, 2 * line}, pageWords(owner, document.isFromElsewhere()), 0);
+  draw(canvas, {0, 4 * line, page.width, page.height});
 }
 
 }  // namespace tarnvisor

@@ -20,6 +20,8 @@ constexpr Colour kPaper = 0xffffff;
 constexpr Colour kInk = 0x303030;
 constexpr int32_t kTenthsOfPoint = 90;
 constexpr double kMargin = 0.05;
+constexpr size_t kFewPoints = 40;
+constexpr size_t kAxisUnit = 10;     // characters of a unit that stand beside the axis
 constexpr double kFarthest = 1e300;  // the distance between two values must be a number too
 
 // A range to show, a little wider than what it has to hold.
@@ -57,6 +59,24 @@ const std::vector<xychartdoc::Pair>& xychartvw::points() const {
   if (!isKnown) known = doc.pairs();
   isKnown = true;
   return known;
+}
+
+bool xychartdoc::takeCourse(const Course& course) {
+  const TraceBatch batch(*this);
+  const auto count = static_cast<uint32_t>(course.values.size());
+  ZZTrace* const day = addtrace(kDoubleCode, count);
+  ZZTrace* const mean = day ? addtrace(kDoubleCode, count) : nullptr;
+  if (!mean) return false;
+  setTitle(course.subject + " " + course.quantity);
+  day->name = "since " + course.firstDay;
+  day->yunits = "days";
+  mean->name = course.subject + ": " + wordsOf({course.quantity, 0, course.unit});
+  if (course.unit.size() <= kAxisUnit) mean->yunits = course.unit;
+  for (uint32_t i = 0; i < count; ++i) {
+    day->data->putval(i, course.values[i].day);
+    mean->data->putval(i, course.values[i].mean);
+  }
+  return true;
 }
 
 void xychartvw::onUpdate(Change) {
@@ -105,6 +125,9 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
     if (trace.marked) canvas.point(at);
   }
   if (!trace.marked) canvas.polyline(curve);
+  // Of a few each is a reading of its own.
+  if (curve.size() <= kFewPoints)
+    for (const Point at : curve) canvas.fill({at.x - 3, at.y - 3, at.x + 4, at.y + 4}, drawnColour(trace));
   canvas.setClip({});
   canvas.setPen({0xb0b0b0, 1, false});
   canvas.rectangle(inner);

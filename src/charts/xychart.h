@@ -7,12 +7,14 @@
 #include "charts/chartdoc.h"
 #include "charts/chartwatcher.h"
 #include "charts/traceextents.h"
+#include "exams/resultfigures.h"
 #include "host/printer.h"
 
 namespace tarnvisor {
 
-class xychartdoc : public ZchartDoc {
+class xychartdoc : public ZchartDoc, public CourseTaker {
  public:
+  [[nodiscard]] bool takeCourse(const Course& course) override;
   const ZZTrace* xTrace() const { return traceAt(0); }
   const ZZTrace* yTrace() const { return traceAt(1); }
   // A value of y for each moment at which x has a sample too; in order of time, as displayed.

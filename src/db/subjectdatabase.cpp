@@ -1,6 +1,7 @@
 #include "db/subjectdatabase.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 #include "base/text.h"
 #include "settings/log.h"
@@ -22,6 +23,16 @@ constexpr const char* kTouchSubject = "UPDATE patients SET lastused=datetime('no
 constexpr const char* kRecentSubjects = "SELECT id FROM patients ORDER BY lastused DESC limit 30;";
 constexpr const char* kSearchSubjects =
     "SELECT id FROM patients WHERE id LIKE ? ORDER BY lastused DESC limit 30;";
+constexpr const char* kPersons =
+    "create table if not exists persons ( id TEXT PRIMARY KEY, born TEXT, sex TEXT );";
+constexpr const char* kPerson = "SELECT born, sex FROM persons WHERE id=?;";
+constexpr const char* kAllPersons = "SELECT id, born, sex FROM persons;";
+constexpr const char* kSetPerson =
+    "INSERT OR REPLACE INTO persons ( id, born, sex ) VALUES ( ?111, ?222, ?333 );";
+constexpr const char* kSummaries =
+    "SELECT patients.id, name, surname, last, count FROM patients LEFT JOIN "
+    "( SELECT patientid, max(created) AS last, count(*) AS count FROM exams GROUP BY patientid ) AS done "
+    "ON done.patientid=patients.id ORDER BY lastused DESC;";
 constexpr const char* kNewExam =
     "INSERT INTO exams ( patientid, created, site, comment, folder )VALUES ( ?222, datetime('now'), ?444, ?555, ?666 );";
 constexpr const char* kItsId = "SELECT last_insert_rowid();";
@@ -169,6 +180,30 @@ bool SubjectDatabase::updateSubject(const std::string& id, const std::string& na
 bool SubjectDatabase::touchSubject(const std::string& id) {
   SqliteStatement s(database, sql::kTouchSubject);
   return write(s.bind(111, id), "the subject");
+}
+
+// Without their table nobody is told of.
+PersonRow SubjectDatabase::person(const std::string& id) const {
+  SqliteStatement s(database, sql::kPerson);
+  return s.bindFirst(id).step() ? PersonRow{s.text(0), s.text(1)} : PersonRow();
+}
+
+bool SubjectDatabase::setPerson(const std::string& id, const PersonRow& person) {
+  if (const std::string problem = database.execute(sql::kPersons); !problem.empty())
+    logPrintf("%s\n", problem.c_str());
+  SqliteStatement s(database, sql::kSetPerson);
+  return write(s.bind(111, id).bind(222, person.born).bind(333, person.sex), "the subject");
+}
+
+std::vector<SubjectSummary> SubjectDatabase::summaries() const {
+  std::unordered_map<std::string, PersonRow> persons;
+  SqliteStatement all(database, sql::kAllPersons);
+  while (all.step()) persons[all.text(0)] = {all.text(1), all.text(2)};
+  std::vector<SubjectSummary> rows;
+  SqliteStatement s(database, sql::kSummaries);
+  while (s.step())
+    rows.push_back({s.text(0), s.text(1), s.text(2), persons[s.text(0)], s.text(3), s.integer(4)});
+  return rows;
 }
 
 std::vector<std::string> SubjectDatabase::recentSubjects() const {

@@ -19,6 +19,18 @@ namespace tarnvisor {
 struct SubjectRow {
   std::string id, name, surname, comments;
 };
+struct PersonRow {
+  std::string born;  // "1970-02-03"
+  std::string sex;   // "f", "m" or "x"
+  bool operator==(const PersonRow&) const = default;
+};
+// A subject as one of a long list.
+struct SubjectSummary {
+  std::string id, name, surname;
+  PersonRow person;
+  std::string lastExam;  // when the newest was made; empty without one
+  int32_t exams = 0;
+};
 struct ExamRow {
   int32_t id = -1;
   std::string patient, created, site, comment, folder;  // folder: a name below the data folder
@@ -47,8 +59,12 @@ class SubjectDatabase {
   [[nodiscard]] bool newSubject(const std::string& id);  // the details come by updateSubject
   [[nodiscard]] bool updateSubject(const std::string& id, const std::string& name, const std::string& surname,
                                    const std::string& comments);
+  // Of one about whom nothing was told all is empty. Their table is made by the first that is written.
+  PersonRow person(const std::string& id) const;
+  [[nodiscard]] bool setPerson(const std::string& id, const PersonRow& person);
   bool touchSubject(const std::string& id);
   std::vector<std::string> allSubjects() const;                              // the last used first
+  std::vector<SubjectSummary> summaries() const;                             // likewise
   std::vector<std::string> recentSubjects() const;                           // likewise, at most 30
   std::vector<std::string> searchSubjects(const std::string& prefix) const;  // likewise
 

@@ -9,11 +9,13 @@ DesktopDialogs::DesktopDialogs(CBasicMainFrame& frame, QWidget* parent)
       parentWindow(parent),
       subject(parent),
       exams(parent),
+      overview(parent),
       magnification(parent),
       profiles(parent),
       remote(parent) {
   frame.subjectFace = &subject;
   frame.examFace = &exams;
+  frame.overviewFace = &overview;
   frame.profileFace = &profiles;
   frame.remoteFace = &remote;
 }
@@ -21,6 +23,7 @@ DesktopDialogs::DesktopDialogs(CBasicMainFrame& frame, QWidget* parent)
 DesktopDialogs::~DesktopDialogs() {
   mainFrame.subjectFace = nullptr;
   mainFrame.examFace = nullptr;
+  mainFrame.overviewFace = nullptr;
   mainFrame.profileFace = nullptr;
   mainFrame.remoteFace = nullptr;
   delete shortcuts;

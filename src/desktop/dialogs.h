@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "desktop/examlistwindow.h"
+#include "desktop/examoverviewwindow.h"
 #include "desktop/magnificationwindow.h"
 #include "desktop/profiledialog.h"
 #include "desktop/remotewindow.h"
@@ -34,6 +35,7 @@ class DesktopDialogs {
   QWidget* parentWindow;  // borrowed
   SubjectFace subject;
   ExamFace exams;
+  OverviewFace overview;
   MagnificationTableFace magnification;
   ProfileTableFace profiles;
   RemoteWindowFace remote;

@@ -158,8 +158,22 @@ void FormRows::addControl(Row& row, QGridLayout& grid, int line) {
   if (tall) grid.setRowStretch(line, 1);
 }
 
+// A list to choose from around a line to type in, which stays as it is typed.
+QComboBox* FormRows::makeOffers(const FormField& field) {
+  auto* list = new QComboBox;
+  list->setEditable(true);
+  list->setInsertPolicy(QComboBox::NoInsert);
+  list->setCompleter(nullptr);
+  for (const std::string& text : field.choices) list->addItem(toQt(text));
+  list->setCurrentIndex(-1);
+  list->setMaxVisibleItems(list->count());
+  return list;
+}
+
 QWidget* FormRows::makeLine(Row& row, size_t index) {
-  auto* line = new QLineEdit(toQt(row.field->value()));
+  QComboBox* offers = row.field->choices.empty() ? nullptr : makeOffers(*row.field);
+  auto* line = offers ? offers->lineEdit() : new QLineEdit;
+  line->setText(toQt(row.field->value()));
   line->setReadOnly(row.field->readOnly);
   const bool number = row.field->kind != FormField::Kind::Text;
   line->setMinimumWidth(number ? 110 : 240);
@@ -172,6 +186,7 @@ QWidget* FormRows::makeLine(Row& row, size_t index) {
   connect(line, &QLineEdit::textChanged, this, [this, index] { edited(index); });
   connect(line, &QLineEdit::editingFinished, line, [line] { line->setModified(false); });
   const bool slides = row.field->slides || (form.isLive() && number && hasLimits(*row.field));
+  if (offers) return offers;
   return slides ? withSlider(line, row, index) : line;
 }
 

@@ -10,6 +10,7 @@
 
 #include "host/form.h"
 
+class QComboBox;
 class QDialog;
 class QDialogButtonBox;
 class QGridLayout;
@@ -59,6 +60,7 @@ class FormRows final : public QWidget {
   void addRow(QGridLayout& grid, const FormField& field);
   void addControl(Row& row, QGridLayout& grid, int line);
   QWidget* makeLine(Row& row, size_t index);
+  static QComboBox* makeOffers(const FormField& field);
   QWidget* makeLongText(Row& row, size_t index);
   QWidget* makeReading(Row& row);
   QWidget* makeCheck(Row& row, size_t index);

@@ -9,19 +9,23 @@
 
 class QComboBox;
 class QCompleter;
+class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
 class QStringListModel;
+class QTreeView;
 
 namespace tarnvisor {
+
+class DirectoryModel;
 
 class SubjectWindow final : public QDialog {
  public:
   SubjectWindow(SubjectDialog& dialog, QWidget* parent);
   ~SubjectWindow() override;
 
-  // How the dialog was left; Cancel until a button says otherwise.
+  // How the dialog was left: Nothing, as by Escape, until a button says otherwise.
   SubjectDialog::Result result() const { return outcome; }
   void reject() override;
 
@@ -31,6 +35,7 @@ class SubjectWindow final : public QDialog {
  private:
   void build();
   void connectAll();
+  QWidget* buildDirectory();
   QWidget* buildId();
   QWidget* buildDetails();
   QWidget* buildButtons();
@@ -38,6 +43,10 @@ class SubjectWindow final : public QDialog {
   void idEdited(const QString& text);
   void chooseId(const QString& text);
   void offer();
+  void chooseRow(int row);  // of the list of all subjects
+  void readDirectory();
+  void showRow();  // the one of the id
+  void cancel();
   bool chooseTyped();  // the subject that the typed id names; false when it names none
   void addAsNewId();
   bool saveDetails();  // false when they could not be written
@@ -47,26 +56,35 @@ class SubjectWindow final : public QDialog {
 
   // The model's subject into the fields; without one they are empty.
   void showDetails();
-  void noteDetails();
+  void showModel();
   void showOffered();
   void setIdText(const QString& text);
   void updateButtons();
   QString idText() const;
   bool detailsChanged() const;
-  bool isOffered(const QString& text) const;
+  bool isKnown(const QString& text) const;  // exactly so, in the list of the last used or not
   bool namesSubject() const;
 
   SubjectDialog& model;
-  SubjectDialog::Result outcome = SubjectDialog::Result::Cancel;
-  std::string shownId;           // whose details the fields hold; empty for nobody's
-  std::array<QString, 3> saved;  // the fields as the database has them
+  SubjectDialog::Result outcome = SubjectDialog::Result::Nothing;
+  std::string shownId;  // whose details the fields hold; empty for nobody's
+  using Fields = std::array<QString, 5>;
+  Fields fields() const;
+  void setFields(const Fields& texts);
+  Fields saved;  // the fields as the database has them
   QString idBeforeEdit;
 
   QComboBox* idBox;
   QStringListModel* offered;
   QCompleter* completer;
+  QLineEdit* searchEdit;
+  QLabel* countLabel;
+  QTreeView* list;
+  DirectoryModel* listed;
   QLineEdit* nameEdit;
   QLineEdit* surnameEdit;
+  QLineEdit* bornEdit;
+  QComboBox* sexBox;
   QPlainTextEdit* commentEdit;
   QPlainTextEdit* descriptionBox;
   QPushButton* addButton;

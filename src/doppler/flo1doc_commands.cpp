@@ -155,14 +155,14 @@ void Cflo1Doc::auxiliarySettings() {
   form.add("number of channels", channels, {0, static_cast<double>(kAuxiliaryChannels)});
   form.addNote("They come over the serial line of \"Hardware settings\".");
   if (!asked(form)) return;
-  std::vector<ZZTrace*> left;  // their recordings go
+  std::vector<ZZTrace*> dropped;  // their recordings go
   for (const ZZTrace::Own& trace : traces.items)
     if (int32_t number = 0; std::sscanf(trace->name.c_str(), "IP%d", &number) == 1 && number > channels)
-      left.push_back(trace.get());
-  if (!left.empty() && !saveModified()) return;
+      dropped.push_back(trace.get());
+  if (!dropped.empty() && !saveModified()) return;
   settings.setInt(kFloCalcs, "numberofchannels", channels);
   if (DopplerInput* input = dopplerInput()) input->auxiliaryChannels = channels;
-  for (ZZTrace* trace : left) deletetrace(*trace);
+  for (ZZTrace* trace : dropped) deletetrace(*trace);
   makeAuxiliaryTraces();
 }
 

@@ -275,7 +275,7 @@ void CVivoCapDoc::openPicturesAgain(const std::string& path, int32_t width, int3
 
 // Found as the movie is.
 void CVivoCapDoc::openResults(const std::string& documentPath) {
-  if (resultsPath.empty()) return;
+  if (resultsPath.empty() || silent) return;
   const std::string beside = folderOf(documentPath) + fileNameOf(resultsPath);
   if (fileExists(beside)) resultsPath = beside;
   if (fileExists(resultsPath)) theApp().openDocumentFile(resultsPath);

@@ -13,6 +13,8 @@ namespace tarnvisor::cmd {
 inline constexpr int32_t ProcessResults = 32956;
 inline constexpr int32_t AcquisitionChain = 32970;
 inline constexpr int32_t ViewExams = 33051;
+inline constexpr int32_t ExamsOfSubject = 34212;
+inline constexpr int32_t CourseOfResults = 34213;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

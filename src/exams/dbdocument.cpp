@@ -13,6 +13,7 @@
 #include "base/geometry.h"
 #include "base/text.h"
 #include "exams/examselection.h"
+#include "exams/subjectdirectory.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
 #include "settings/log.h"
@@ -52,6 +53,18 @@ std::string examWords(const std::string& subject, int32_t exam) {
 std::string ownerWords(const CdbDocument::Owner& of) {
   if (of.subject.empty()) return "no subject";
   return of.exam < 0 ? "subject " + of.subject : format("exam %i of subject %s", of.exam, of.subject.c_str());
+}
+
+std::string pageWords(const CdbDocument::Owner& owner, bool isFromElsewhere) {
+  if (owner.subject.empty()) return "No subject";
+  const SubjectDatabase* db = isFromElsewhere ? nullptr : theApp().db.get();
+  const auto subject = db ? db->readSubject(owner.subject) : std::nullopt;
+  const auto exam = db && owner.exam >= 0 ? db->exam(owner.subject, owner.exam) : std::nullopt;
+  const std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : "";
+  std::string words = "Subject " + owner.subject + (name.empty() ? "" : ", " + name);
+  if (owner.exam < 0) return words + "; no exam";
+  words += format("; exam %i", owner.exam);
+  return words + (exam ? " of " + localDay(exam->created) + ", " + exam->site : " of another data folder");
 }
 
 void CdbDocument::forgetOwner() {
@@ -196,20 +209,34 @@ bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
                               Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 
-CdbDocument::Owner CdbDocument::ownerInFile(const std::string& path) const {
-  const auto made =
-      storedType() && storedType()->canOpen() ? storedType()->classes().makeDocument() : nullptr;
+namespace {
+
+// Nothing for a name that was only taken, or no document at all.
+std::unique_ptr<CdbDocument> readAs(const DocumentType* type, const std::string& path) {
+  std::unique_ptr<CDocument> made = type && type->canOpen() ? type->classes().makeDocument() : nullptr;
   auto* there = dynamic_cast<CdbDocument*>(made.get());
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), &std::fclose);
-  if (!there || !file) return {};
+  if (!there || !file) return nullptr;
   try {
     FileStream stream(file.get());
     Archive archive(stream, Archive::Direction::Loading);
     there->serialize(archive);
   } catch (const std::exception&) {
-    return {};  // a name that was only taken, or no document at all
+    return nullptr;
   }
-  return {there->patientId, there->examIdOfDoc};
+  (void)made.release();
+  return std::unique_ptr<CdbDocument>(there);
+}
+
+}  // namespace
+
+std::unique_ptr<CdbDocument> CdbDocument::readAlone(const std::string& path) {
+  return readAs(theApp().documents.typeFor(path), path);
+}
+
+CdbDocument::Owner CdbDocument::ownerInFile(const std::string& path) const {
+  const auto there = readAs(storedType(), path);
+  return there ? Owner{there->patientId, there->examIdOfDoc} : Owner{};
 }
 
 // Names are given anew in each exam, and by other programs: what lies there may be another patient's.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -33,6 +34,10 @@ class CdbDocument : public CDocument {
     bool operator==(const Owner&) const = default;
   };
   Owner owner() const;
+  // What a file holds beside its pixels and images, unseen; null where it can't be read.
+  static std::unique_ptr<CdbDocument> readAlone(const std::string& path);
+  // What a number of its result text is told in; empty where nobody knows.
+  virtual std::string unitOfResult(const std::string& /*quantity*/) const { return {}; }
   // Whose the document in a file of this kind is; nobody's for a file that can't be read.
   Owner ownerInFile(const std::string& path) const;
   // Whose its results are: the one it is bound to, else the one that its file names, else the one that was
@@ -103,6 +108,9 @@ class CdbDocument : public CDocument {
 // A subject and the site of its exam, for a title: "S-1, left ring". The subject alone where the open
 // database doesn't have that exam of it.
 std::string examWords(const std::string& subject, int32_t exam);
+// All of them for a page: "Subject S-1, Ann Lee; exam 3 of 2025-03-14, left ring". Of one from elsewhere id
+// and number alone.
+std::string pageWords(const CdbDocument::Owner& owner, bool isFromElsewhere);
 
 // "exam 3 of subject S-1", "subject S-1" or "no subject".
 std::string ownerWords(const CdbDocument::Owner& of);

@@ -1,6 +1,7 @@
 #include "exams/examselection.h"
 
 #include "base/files.h"
+#include "base/text.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -23,6 +24,14 @@ ExamSelection::~ExamSelection() {
 
 std::string ExamSelection::folder() const {
   return hasExam() ? app.dataFolder + folderName + kSeparator : std::string();
+}
+
+std::string ExamSelection::words() const {
+  if (subject.empty()) return "No subject is selected.";
+  const std::string person(trimmed(name));
+  std::string text = "Subject " + subject + (person.empty() ? "" : ": " + person);
+  const auto row = app.db && hasExam() ? app.db->exam(exam) : std::nullopt;
+  return text + (row ? ", " + row->site : hasExam() ? "" : ", no examination selected");
 }
 
 void ExamSelection::setRecordingFolder(const std::string& recordings) {
@@ -56,6 +65,19 @@ void ExamSelection::clear() {
   subject.clear();
   name.clear();
   leaveExam();
+}
+
+ExamSelection::State ExamSelection::state() const {
+  return {subject, name, exam, folderName, process.recordDir};
+}
+
+void ExamSelection::restore(const State& before) {
+  subject = before.subject;
+  name = before.name;
+  exam = before.exam;
+  folderName = before.folderName;
+  setRecordingFolder(before.recordings);
+  tell();
 }
 
 void ExamSelection::tell() const {

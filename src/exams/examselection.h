@@ -33,6 +33,17 @@ class ExamSelection {
   void selectExam(int32_t id, const std::string& folderBelowData);
   void leaveExam();
   void clear();
+  // All of it, for whom may have to bring it back.
+  struct State {
+    std::string subject, name;
+    int32_t exam = -1;
+    std::string folderName, recordings;
+  };
+  State state() const;
+  void restore(const State& before);
+  // "Subject S-17: Ann Lee, left ring finger"; of nobody says that no subject is selected. For the first line
+  // of forms that file something.
+  std::string words() const;
   // Kept in the profile.
   void setRecordingFolder(const std::string& folder);
 

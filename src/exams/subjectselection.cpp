@@ -24,7 +24,7 @@ void tellUnlessWritten(bool written) {
 }
 }  // namespace
 
-SubjectDialog::SubjectDialog() : id(theExams().subjectId()) {
+SubjectDialog::SubjectDialog() : id(theExams().subjectId()), before(theExams().state()) {
   if (SubjectDatabase* db = theApp().db.get()) {
     dbDescription = db->description();
     logPrintf("dbinfo=%s\n", dbDescription.c_str());
@@ -47,6 +47,11 @@ void SubjectDialog::typeId(const std::string& text) {
   if (ids.size() == 1 && ids.front() == id) readDetails();
 }
 
+bool SubjectDialog::knows(const std::string& text) const {
+  const auto& db = theApp().db;
+  return !text.empty() && db && db->readSubject(text);
+}
+
 void SubjectDialog::chooseId(const std::string& text) {
   id = text;
   readDetails();
@@ -60,7 +65,8 @@ void SubjectDialog::readDetails() {
   name = row->name;
   surname = row->surname;
   comment = row->comments;
-  detailsRead = {name, surname, comment};
+  std::tie(born, sex) = std::pair(app.db->person(id).born, app.db->person(id).sex);
+  detailsRead = details();
   theExams().selectSubject(id, name + " " + surname);
 }
 
@@ -89,28 +95,44 @@ bool SubjectDialog::addAsNewId() {
 bool SubjectDialog::saveDetails() {
   SubjectDatabase* db = theApp().db.get();
   if (!db) return false;
-  if (const auto now = db->readSubject(id)) {
-    const auto clashes = [](const std::string& mine, const std::string& read, const std::string& there) {
-      return mine != read && there != read && mine != there;
-    };
-    if ((clashes(name, detailsRead[0], now->name) || clashes(surname, detailsRead[1], now->surname) ||
-         clashes(comment, detailsRead[2], now->comments)) &&
-        host().messages.show(
-            format("The details of %s were changed meanwhile: %s %s, \"%s\". Replace that?", id.c_str(),
-                   now->name.c_str(), now->surname.c_str(), now->comments.c_str()),
-            Buttons::YesNo, Icon::Careful) != Answer::Yes)
-      return false;
-    if (name == detailsRead[0]) name = now->name;
-    if (surname == detailsRead[1]) surname = now->surname;
-    if (comment == detailsRead[2]) comment = now->comments;
+  const auto birth = dateOfBirth(born);
+  if (!birth) {
+    host().messages.show(
+        format("\"%s\" is no date of birth: write it as 1970-02-03 or 3.2.1970.", born.c_str()), Buttons::Ok,
+        Icon::Warning);
+    return false;
   }
-  const bool written = db->updateSubject(id, name, surname, comment);
+  born = *birth;
+  PersonRow person = db->person(id);
+  if (const auto now = db->readSubject(id)) {
+    const Details there{now->name, now->surname, now->comments, person.born, person.sex};
+    Details mine = details();
+    bool clashes = false;
+    for (size_t i = 0; i < mine.size(); ++i) {
+      clashes |= mine[i] != detailsRead[i] && there[i] != detailsRead[i] && mine[i] != there[i];
+      if (mine[i] == detailsRead[i]) mine[i] = there[i];
+    }
+    if (clashes && host().messages.show(
+                       format("The details of %s were changed meanwhile: %s %s, \"%s\". Replace that?",
+                              id.c_str(), now->name.c_str(), now->surname.c_str(), now->comments.c_str()),
+                       Buttons::YesNo, Icon::Careful) != Answer::Yes)
+      return false;
+    setDetails(mine);
+  }
+  bool written = db->updateSubject(id, name, surname, comment);
+  if (const PersonRow wanted{born, sex}; written && wanted != person) written = db->setPerson(id, wanted);
   tellUnlessWritten(written);
   readDetails();
   return written;
 }
 
+bool SubjectDialog::mayCancel() const {
+  return before.exam < 0 || host().messages.show(format("Stop working with %s?", before.subject.c_str()),
+                                                 Buttons::YesNo, Icon::Careful) == Answer::Yes;
+}
+
 void SubjectDialog::finish(Result result) {
+  if (result == Result::Nothing) return theExams().restore(before);
   if (result == Result::Cancel) return theExams().clear();
   if (const auto& db = theApp().db) db->touchSubject(theExams().subjectId());
 }
@@ -145,6 +167,13 @@ bool namesSite(const std::string& site) {
   return false;
 }
 }  // namespace
+
+const std::vector<std::string>& fingers() {
+  static const std::vector<std::string> names{
+      "right index finger", "right middle finger", "right ring finger", "right little finger",
+      "left index finger",  "left middle finger",  "left ring finger",  "left little finger"};
+  return names;
+}
 
 bool makeExamination(const std::string& site, const std::string& comment) {
   const CBasicApp& app = theApp();
@@ -208,7 +237,7 @@ void runSelectSubject(SubjectDialogFace& face) {
   const SubjectDialog::Result result = face.run(dialog);
   dialog.finish(result);
   host().windows.refreshBars();
-  if (result == SubjectDialog::Result::Cancel) return;
+  if (result == SubjectDialog::Result::Cancel || result == SubjectDialog::Result::Nothing) return;
   if (result == SubjectDialog::Result::ViewExaminations) {
     closeLive();
     return app.postMainCommand(cmd::ViewExams);
@@ -217,7 +246,7 @@ void runSelectSubject(SubjectDialogFace& face) {
   std::string comment;
   Form form("New Examination");
   form.addNote("Subject " + theExams().subjectId() + ": " + theExams().subjectName());
-  form.add("Site", site).addLongText("Comment", comment).setOkLabel("Start");
+  form.add("Site", site).offering(fingers()).addLongText("Comment", comment).setOkLabel("Start");
   do {
     if (host().forms.run(form)) continue;
     app.postMainCommand(cmd::SelectSubject);

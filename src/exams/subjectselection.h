@@ -5,16 +5,20 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "db/subjectdatabase.h"
+#include "exams/examselection.h"
+#include "exams/subjectdirectory.h"
 
 namespace tarnvisor {
 
 // The dialog "Select Subject".
 class SubjectDialog {
  public:
-  enum class Result { StartNewExamination, ViewExaminations, Cancel };
+  // Nothing leaves all as it was.
+  enum class Result { StartNewExamination, ViewExaminations, Cancel, Nothing };
   static constexpr size_t kLongestId = 65535;
 
   // Opens on the present selection.
@@ -30,10 +34,14 @@ class SubjectDialog {
   // Writes what was changed here; what another program changed meanwhile in other fields stays. False when it
   // was not written, and the user was told.
   bool saveDetails();
+  // Asks, where an exam was selected, whether to stop working with its subject.
+  bool mayCancel() const;
   // Ends the dialog; leaving it for an examination marks the subject as used just now. Cancel clears the
-  // selection.
+  // selection, Nothing brings back the one before.
   void finish(Result result);
 
+  // Whether there is a subject of exactly that id.
+  bool knows(const std::string& text) const;
   const std::vector<std::string>& offered() const { return ids; }
   const std::string& description() const { return dbDescription; }  // lines about the database
 
@@ -41,15 +49,24 @@ class SubjectDialog {
   std::string name;
   std::string surname;
   std::string comment;
+  std::string born;  // see PersonRow; here also as it was typed
+  std::string sex;
+  SubjectDirectory directory;
 
  private:
   void fillList();
   void readDetails();
-  std::array<std::string, 3> detailsRead;  // name, surname and comment, as the database had them
+  using Details = std::array<std::string, 5>;
+  Details details() const { return {name, surname, comment, born, sex}; }
+  void setDetails(const Details& now) { std::tie(name, surname, comment, born, sex) = std::tuple_cat(now); }
+  const ExamSelection::State before;
+  Details detailsRead;  // as the database had them
   std::vector<std::string> ids;
   std::string dbDescription;
 };
 
+// The eight fingers that are looked at.
+const std::vector<std::string>& fingers();
 // Makes the exam's folder and row for the selected subject and selects it. False without a database,
 // subject or site, or when the row can't be written (the user is told).
 [[nodiscard]] bool makeExamination(const std::string& site, const std::string& comment);

@@ -51,6 +51,10 @@ CBasicMainFrame::CBasicMainFrame(CBasicApp& application) : app(application) {
   theExams().listen(this, [this] {
     exams.refresh();
     if (examFace) examFace->refreshIfOpen(exams);
+    if (showsOverview()) {
+      overview.refresh();
+      overviewFace->refresh();
+    }
     refresh();
   });
 }
@@ -108,6 +112,21 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
         .status = "Lists the subject's examinations and their results.",
         .keys = "Ctrl+Shift+E",
         .icon = "exams"}},
+      {cmd::ExamsOfSubject,
+       "Exams of subject...",
+       &F::examsOfSubject,
+       &F::canShowOverview,
+       &F::showsOverview,
+       {.tip = "Exams of subject",
+        .status =
+            "Shows all examinations of the subject with small pictures of their documents and the results.",
+        .keys = "Ctrl+Alt+B",
+        .icon = "exams"}},
+      {cmd::CourseOfResults,
+       "&Course of results...",
+       &F::courseOfResults,
+       &F::canChartCourse,
+       {.tip = "Course of results", .status = "Makes a chart of a result over the subject's examinations."}},
       {cmd::ProcessResults,
        "Process Results",
        &F::processResults,
@@ -452,6 +471,11 @@ void CBasicMainFrame::exportMetafile() {
 void CBasicMainFrame::viewExams() {
   exams.refresh();
   examFace->openOrRefresh(exams);
+}
+
+void CBasicMainFrame::examsOfSubject() {
+  overview.refresh();
+  overviewFace->open(overview);
 }
 
 void CBasicMainFrame::toggleExpertMode() {

@@ -6,7 +6,9 @@
 #include <array>
 
 #include "app/basicapp.h"
+#include "exams/examoverview.h"
 #include "exams/examselection.h"
+#include "exams/resultfigures.h"
 #include "exams/subjectselection.h"
 #include "frame/pictureexport.h"
 #include "frame/remotebrowser.h"
@@ -20,6 +22,14 @@ class ExamListFace {
   virtual ~ExamListFace() = default;
   virtual void openOrRefresh(ExamList& list) = 0;
   virtual void refreshIfOpen(ExamList& list) = 0;
+  virtual bool isOpen() const = 0;
+};
+
+class ExamOverviewFace {
+ public:
+  virtual ~ExamOverviewFace() = default;
+  virtual void open(ExamOverview& overview) = 0;  // or brings it to the front
+  virtual void refresh() = 0;                     // of one that is open
   virtual bool isOpen() const = 0;
 };
 
@@ -89,6 +99,7 @@ class CBasicMainFrame : public CommandTarget {
   // Borrowed; null when there is no face.
   SubjectDialogFace* subjectFace = nullptr;
   ExamListFace* examFace = nullptr;
+  ExamOverviewFace* overviewFace = nullptr;
   ProfileFace* profileFace = nullptr;
   RemoteFace* remoteFace = nullptr;
 
@@ -97,6 +108,11 @@ class CBasicMainFrame : public CommandTarget {
   void selectSubject() { runSelectSubject(*subjectFace); }
   bool canSelectSubject() const { return subjectFace != nullptr && !isRecording(); }
   void viewExams();
+  void examsOfSubject();
+  bool canShowOverview() const { return overviewFace != nullptr; }
+  bool showsOverview() const { return overviewFace && overviewFace->isOpen(); }
+  void courseOfResults() { runCourse(); }
+  bool canChartCourse() const { return process.xyChartTemplate != nullptr; }
   bool canOpenVideos() const;
   void openCytoscan();
   void openRemote();
@@ -185,6 +201,7 @@ class CBasicMainFrame : public CommandTarget {
   CBasicApp& app;
   Timer acquisitionDelay{app.loop, kAcquisitionTimer};  // between the inputs of the start chain
   ExamList exams;
+  ExamOverview overview;
   std::unique_ptr<RemoteBrowser> remote;  // of the window that was opened last
   bool chainShowsLive = true;
   Bars wanted;  // without regard to expert mode and channels

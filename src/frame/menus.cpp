@@ -22,7 +22,8 @@ Menu fileMenu(const MenuEntries& ofDocument) {
 
 Menu subjectMenu() {
   return {"&Subject",
-          {cmd::SelectSubject, cmd::ViewExams, K::Separator, cmd::ProcessResults, cmd::ExportStudy}};
+          {cmd::SelectSubject, cmd::ViewExams, cmd::ExamsOfSubject, K::Separator, cmd::CourseOfResults,
+           cmd::ProcessResults, cmd::ExportStudy}};
 }
 
 Menu acquisitionMenu() {

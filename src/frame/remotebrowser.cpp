@@ -342,9 +342,9 @@ void RemoteBrowser::partEnded() {
 // All parts are there: those that belong to the file first, so that it is never seen without them.
 void RemoteBrowser::open() {
   for (size_t i = parts.size(); i-- > 0;)
-    if (const Outcome kept = parts[i].file->commit(); !kept) {
+    if (const Outcome done = parts[i].file->commit(); !done) {
       const std::string words =
-          (i == 0 ? "error getting file: " : "error getting second file: ") + kept.why();
+          (i == 0 ? "error getting file: " : "error getting second file: ") + done.why();
       if (i == 0 && parts.size() > 1 && !parts[1].file->hasReplaced()) ::unlink(parts[1].localPath.c_str());
       refuse(words);
       return;

@@ -82,7 +82,7 @@ void CDocument::finishWork() {
 void CDocument::report(const std::string& words) { host().messages.show(words, Buttons::Ok, Icon::Error); }
 
 bool CDocument::loadFrom(const std::string& named) {
-  const std::string& path = left ? left->file : named;
+  const std::string& path = unsaved ? unsaved->file : named;
   std::FILE* file = fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr;
   if (!file) {
     report(format("%s can't be opened: %s", path.c_str(), std::strerror(fileExists(path) ? errno : ENOENT)));
@@ -90,7 +90,7 @@ bool CDocument::loadFrom(const std::string& named) {
   }
   deleteContents();
   missing.clear();
-  stamp = left ? left->fact("stamp") : fileStamp(path);
+  stamp = unsaved ? unsaved->fact("stamp") : fileStamp(path);
   bool loaded = false;
   try {
     FileStream stream(file);
@@ -144,10 +144,10 @@ std::optional<UnsavedCopy> CDocument::copyOfUnsaved() {
 
 // Opened as its own file would be, so that it finds beside that what belongs to it.
 bool CDocument::restore(const LeftCopy& from) {
-  left = &from;
+  unsaved = &from;
   const bool opened = onOpenDocument(filePath.empty() ? from.file : filePath);
   if (opened) takeUnsaved(from);
-  left = nullptr;
+  unsaved = nullptr;
   if (opened) setModified();
   return opened;
 }

@@ -143,7 +143,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   // Takes that back, once the copy is loaded.
   virtual void takeUnsaved(const LeftCopy& left);
   // While the document opens from a copy in place of its file; null otherwise.
-  const LeftCopy* openingFrom() const { return left; }
+  const LeftCopy* openingFrom() const { return unsaved; }
 
  private:
   friend class DocumentType;
@@ -152,7 +152,7 @@ class CDocument : public CommandTarget, public ScriptTarget {
   void finishWork();
   [[nodiscard]] bool restore(const LeftCopy& from);
   std::unique_ptr<JobAtWork> atWork;
-  const LeftCopy* left = nullptr;
+  const LeftCopy* unsaved = nullptr;
   std::string windowTitle;
   std::string filePath, fetchedAs;
   std::string sourceFile;

@@ -139,6 +139,10 @@ Form& Form::withDecimals(int32_t count) {
   rows.back().decimals = count;
   return *this;
 }
+Form& Form::offering(std::vector<std::string> texts) {
+  rows.back().choices = std::move(texts);
+  return *this;
+}
 Form& Form::setOkLabel(std::string words) {
   okWords = std::move(words);
   return *this;

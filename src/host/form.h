@@ -28,7 +28,8 @@ struct FormField {
   // What an accepted form is stored to; a Note has none.
   std::variant<std::monostate, int32_t*, double*, std::string*> target;
   Limits limits;
-  std::vector<std::string> choices;  // of a Choice, whose target is the chosen index
+  // Of a Choice, whose target is the chosen index; of a Text what is offered beside typing.
+  std::vector<std::string> choices;
   bool readOnly = false;
   std::string filter;     // of a File: what its chooser shows (host/choosers.h)
   std::string title;      // of the chooser of a File that is a folder; empty for a file
@@ -62,7 +63,8 @@ class Form {
   Form& addSlider(std::string label, int32_t& value, int32_t low, int32_t high);
   // The form ends by one of these buttons, the first of which is that of Enter; closing it is Cancel.
   Form& endWith(std::string label, int32_t& index, std::vector<std::string> buttons);
-  Form& withDecimals(int32_t count);  // of the Number just added
+  Form& withDecimals(int32_t count);               // of the Number just added
+  Form& offering(std::vector<std::string> texts);  // for the Text just added, which may be another
   Form& setOkLabel(std::string words);
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves
   // undoing to whoever runs the form.

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "drawing/picturepainter.h"
 #include "drawing/textmeasure.h"
+#include "exams/subjectdirectory.h"
 #include "host/host.h"
 #include "imagedoc/overlay.h"
 #include "imagedoc/texts.h"
@@ -118,6 +119,8 @@ SubjectWords subjectWords(const ZBasicDoc& document) {
   const auto exam = foreign ? std::nullopt : db->exam(document.patientId, document.examIdOfDoc);
   words.lines.push_back(format("exam: %li  Site: %s Copy: %i", static_cast<long>(document.examIdOfDoc),
                                exam ? exam->site.c_str() : "", document.saveCount));
+  words.lines.push_back("id: " + document.patientId +
+                        (exam ? "  exam date: " + localDay(exam->created) : std::string()));
   if (subject) words.comments = subject->comments;
   if (exam && !exam->comment.empty()) words.comments += (words.comments.empty() ? "" : "\n") + exam->comment;
   return words;

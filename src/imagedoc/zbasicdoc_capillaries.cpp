@@ -59,6 +59,12 @@ void askNumbers(const char* title, std::span<AskedNumber> numbers) {
 
 }  // namespace
 
+// Of the words of a density (densityText).
+std::string ZBasicDoc::unitOfResult(const std::string& quantity) const {
+  const std::string area = densityUnit(unitName());
+  return quantity == "capillary density" ? "per " + area : quantity == "area" ? area : std::string();
+}
+
 void ZBasicDoc::reportDensity(int64_t count) {
   const std::string density = densityText(count, roiArea());
   if (density.empty()) return;

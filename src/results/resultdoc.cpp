@@ -335,17 +335,19 @@ void CResultDoc::previewCommand() {
 
 void CResultDoc::print(PrintContext& context) const {
   const std::vector<size_t> places = visiblePlaces();
-  const int perPage = std::max(1, context.linesPerPage() - 3);
+  const int perPage = std::max(1, context.linesPerPage() - 4);
+  const ResultOwner all = ownerOfAll();
   size_t row = 0;
   do {
     context.beginPage();
     context.text(0, 0, title());
     context.text(1, 0, longDateTime(currentTime()));
+    if (!tellsOwners()) context.text(2, 0, pageWords({all.subject, all.exam}, all.isElsewhere));
     int column = 0;
     for (const size_t place : places) {
-      context.text(2, column, columnAt(place).title);
+      context.text(3, column, columnAt(place).title);
       for (int i = 0; i < perPage && row + static_cast<size_t>(i) < rows.size(); ++i)
-        context.text(3 + i, column, shownCell(row + static_cast<size_t>(i), place));
+        context.text(4 + i, column, shownCell(row + static_cast<size_t>(i), place));
       column += columnAt(place).width;
     }
     context.endPage();

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <map>
+#include <set>
+#include <tuple>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -12,6 +15,8 @@
 #include "base/version.h"
 #include "db/subjectdatabase.h"
 #include "exams/examselection.h"
+#include "exams/resultfigures.h"
+#include "exams/subjectdirectory.h"
 #include "host/host.h"
 #include "settings/settings.h"
 
@@ -52,9 +57,34 @@ bool isMeanOfLines(const CResultDoc& table, size_t row) {
   });
 }
 
+struct Measure {
+  std::string subject, exam, document, list, mark, quantity, value, unit, table;
+};
+
+std::string withUnit(const std::string& quantity, const std::string& unit) {
+  return unit.empty() ? quantity : quantity + " (" + unit + ")";
+}
+
+// Whether a quantity is among those that are asked for.
+class WantedQuantities {
+ public:
+  explicit WantedQuantities(const std::string& listed) {
+    for (const std::string& name : split(listed, ','))
+      if (!trimmed(name).empty()) names.emplace_back(trimmed(name));
+  }
+  bool has(const std::string& quantity, const std::string& unit) const {
+    return names.empty() || std::ranges::any_of(names, [&](const std::string& name) {
+             return isSameName(name, quantity) || isSameName(name, withUnit(quantity, unit));
+           });
+  }
+
+ private:
+  std::vector<std::string> names;
+};
+
 struct StudyRows {
-  std::string text = kHeading;
-  std::string ending = "," + csvCell(versionText()) + "," + settingsFingerprint() + ",";
+  WantedQuantities wanted;
+  std::vector<Measure> measures;
 
   // all: whose the rows are that don't tell it themselves
   void add(const CResultDoc& table, const ResultOwner& all) {
@@ -65,24 +95,112 @@ struct StudyRows {
  private:
   void addRow(const CResultDoc& table, size_t row, const ResultOwner& all) {
     const bool tells = table.tellsOwners();
-    const std::string subject = tells ? cellOf(table, row, "Subject ID") : all.subject;
-    const std::string exam = tells ? cellOf(table, row, "Exam ID") : examLabel(all);
     const std::string line = cellOf(table, row, "line"), trace = cellOf(table, row, "trace");
     const std::string units = cellOf(table, row, "units");
-    const std::string head = csvCell(subject) + "," + csvCell(exam) + "," +
-                             csvCell(cellOf(table, row, "filename")) + "," +
-                             csvCell(cellOf(table, row, "list")) + "," +
-                             csvCell(trace.empty()  ? line
-                                     : line.empty() ? trace
-                                                    : trace + " " + line) +
-                             ",";
+    Measure measure{.subject = tells ? cellOf(table, row, "Subject ID") : all.subject,
+                    .exam = tells ? cellOf(table, row, "Exam ID") : examLabel(all),
+                    .document = cellOf(table, row, "filename"),
+                    .list = cellOf(table, row, "list"),
+                    .mark = trace.empty()  ? line
+                            : line.empty() ? trace
+                                           : trace + " " + line,
+                    .table = table.title()};
     for (size_t place = 0; place < table.columns.size(); ++place) {
-      const std::string& title = table.columnAt(place).title;
-      if (isKey(title)) continue;
-      text += head + csvCell(title) + "," + csvCell(std::string(trimmed(table.shownCell(row, place)))) + "," +
-              csvCell(unitOfMeasure(table, title, units)) + ending + csvCell(table.title()) + "\n";
+      measure.quantity = table.columnAt(place).title;
+      measure.unit = unitOfMeasure(table, measure.quantity, units);
+      if (isKey(measure.quantity) || !wanted.has(measure.quantity, measure.unit)) continue;
+      measure.value = std::string(trimmed(table.shownCell(row, place)));
+      measures.push_back(measure);
     }
   }
+};
+
+std::string rowsOfMeasures(const std::vector<Measure>& measures) {
+  std::string text = kHeading;
+  const std::string ending = "," + csvCell(versionText()) + "," + settingsFingerprint() + ",";
+  for (const Measure& m : measures) {
+    for (const std::string* cell :
+         {&m.subject, &m.exam, &m.document, &m.list, &m.mark, &m.quantity, &m.value})
+      text += csvCell(*cell) + ",";
+    text += csvCell(m.unit) + ending + csvCell(m.table) + "\n";
+  }
+  return text;
+}
+
+// --- a row an exam
+
+struct Mean {
+  double sum = 0;
+  int count = 0;
+  void add(double value) {
+    sum += value;
+    ++count;
+  }
+};
+
+struct StudyExam {
+  std::string subject, exam;
+  PersonRow person;
+  std::string day, site, comment;
+  size_t documents = 0;
+  std::map<std::string, Mean> means;
+};
+
+class ExamTable {
+ public:
+  // All exams of a subject, with what its documents' results say.
+  void addExams(const SubjectDatabase& db, const std::string& subject, const WantedQuantities& wanted) {
+    const PersonRow person = db.person(subject);
+    for (const ExamRow& exam : db.examsOf(subject)) {
+      StudyExam& row = rowOf(subject, format("%i", exam.id));
+      const std::vector<ResultRow> results = db.resultsOf(exam.id);
+      row.person = person;
+      std::tie(row.day, row.site, row.comment) = std::tuple(localDay(exam.created), exam.site, exam.comment);
+      row.documents = results.size();
+      for (const ResultRow& result : results)
+        for (const ResultFigure& figure : figuresOf(exam, result))
+          if (wanted.has(figure.quantity, figure.unit)) add(row, wordsOf(figure), figure.value);
+    }
+  }
+  void add(const Measure& measure) {
+    char* end = nullptr;
+    const double value = std::strtod(measure.value.c_str(), &end);
+    if (!measure.value.empty() && *end == '\0')
+      add(rowOf(measure.subject, measure.exam), withUnit(measure.quantity, measure.unit), value);
+  }
+  bool isEmpty() const { return rows.empty(); }
+  std::string text() const {
+    std::string all = "subject,born,sex,exam,date,site,comment,documents";
+    for (const std::string& quantity : quantities) all += "," + csvCell(quantity);
+    all += "\n";
+    for (const StudyExam& row : rows) {
+      for (const std::string* cell :
+           {&row.subject, &row.person.born, &row.person.sex, &row.exam, &row.day, &row.site, &row.comment})
+        all += csvCell(*cell) + ",";
+      all += format("%zu", row.documents);
+      for (const std::string& quantity : quantities) {
+        const auto mean = row.means.find(quantity);
+        all += ",";
+        if (mean != row.means.end()) all += format("%.6g", mean->second.sum / mean->second.count);
+      }
+      all += "\n";
+    }
+    return all;
+  }
+
+ private:
+  StudyExam& rowOf(const std::string& subject, const std::string& exam) {
+    const auto [place, isNew] = places.emplace(std::pair(subject, exam), rows.size());
+    if (isNew) rows.push_back({.subject = subject, .exam = exam});
+    return rows[place->second];
+  }
+  void add(StudyExam& row, const std::string& quantity, double value) {
+    if (std::ranges::find(quantities, quantity) == quantities.end()) quantities.push_back(quantity);
+    row.means[quantity].add(value);
+  }
+  std::vector<StudyExam> rows;
+  std::map<std::pair<std::string, std::string>, size_t> places;
+  std::vector<std::string> quantities;
 };
 
 // --- tables that are stored
@@ -156,41 +274,78 @@ std::string settingsFingerprint() {
   return sha256(counted);
 }
 
-Outcome exportStudy(const std::string& path, StudyScope scope, std::string& unread) {
-  StudyRows rows;
+Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread) {
+  StudyRows rows{.wanted = WantedQuantities(wish.quantities), .measures = {}};
   for (const CDocument* document : theApp().documents.documents())
     if (const auto* table = dynamic_cast<const CResultDoc*>(document)) rows.add(*table, table->ownerOfAll());
-  if (scope != StudyScope::OpenTables) {
+  ExamTable exams;
+  if (wish.scope != StudyScope::OpenTables) {
     const SubjectDatabase* db = theApp().db.get();
     if (!db) return Outcome::failure("There is no database with stored tables.");
     const std::string selected = theExams().subjectId();
-    if (scope == StudyScope::SelectedSubject && selected.empty())
+    if (wish.scope == StudyScope::SelectedSubject && selected.empty())
       return Outcome::failure("No subject is selected.");
-    const std::vector<std::string> subjects =
-        scope == StudyScope::AllSubjects ? db->allSubjects() : std::vector<std::string>{selected};
+    std::vector<std::string> subjects =
+        wish.scope == StudyScope::AllSubjects ? db->allSubjects() : std::vector<std::string>{selected};
+    if (wish.layout == StudyLayout::Exams) {
+      std::ranges::sort(subjects);
+      for (const std::string& subject : subjects) exams.addExams(*db, subject, rows.wanted);
+    }
     for (const std::string& subject : subjects) addStored(rows, *db, subject, unread);
   }
-  if (rows.text == kHeading) return Outcome::failure("There are no results.");
-  Outcome written = replaceFile(path, std::string_view(rows.text));
+  std::string text;
+  if (wish.layout == StudyLayout::Measures) {
+    if (rows.measures.empty()) return Outcome::failure("There are no results.");
+    text = rowsOfMeasures(rows.measures);
+  } else {
+    for (const Measure& measure : rows.measures) exams.add(measure);
+    if (exams.isEmpty()) return Outcome::failure("There are no examinations.");
+    text = exams.text();
+  }
+  Outcome written = replaceFile(path, std::string_view(text));
   if (written)
     for (CDocument* document : theApp().documents.documents())
       if (auto* table = dynamic_cast<CResultDoc*>(document)) table->noteExported();
   return written;
 }
 
+namespace {
+
+// What the open tables and the selected subject's documents tell.
+std::vector<std::string> knownQuantities() {
+  StudyRows rows{.wanted = WantedQuantities(""), .measures = {}};
+  for (const CDocument* document : theApp().documents.documents())
+    if (const auto* table = dynamic_cast<const CResultDoc*>(document)) rows.add(*table, {});
+  std::set<std::string> names;
+  for (const Measure& measure : rows.measures) names.insert(measure.quantity);
+  for (const Course& course : coursesOf(theExams().subjectId())) names.insert(course.quantity);
+  return {names.begin(), names.end()};
+}
+
+}  // namespace
+
 void exportStudyCommand() {
   const auto path =
       host().choosers.saveFile({"Export study results", "csv files (*.csv)|*.csv||", ".csv", "study.csv"});
   if (!path || path->empty()) return;
-  int32_t scope = 0;
+  int32_t scope = 0, layout = 0;
+  std::string quantities;
   Form form("Export study results");
   form.addChoice("Tables", scope, {"open tables", "and those of the subject", "and those of all subjects"});
-  form.addNote("A row a measure, as comma-separated text. Tables of subjects are those that were saved.");
+  form.addChoice("Rows", layout, {"a row a measure", "a row an exam"});
+  form.add("Results", quantities).offering(knownQuantities());
+  form.addNote(
+      "Comma-separated text. Tables of subjects are those that were saved.\n"
+      "A row an exam holds all exams of the subject, or of all subjects, with the mean of each result, also of those "
+      "that documents tell. Results are named as in the tables, several with commas between them: "
+      "capillary density, velocity.");
   if (!asked(form)) return;
   Outcome done = theApp().documents.mayOutputTo(*path);
   std::string unread;
   const WaitScope wait;
-  if (done) done = exportStudy(*path, static_cast<StudyScope>(scope), unread);
+  if (done)
+    done = exportStudy(*path, {static_cast<StudyScope>(scope), static_cast<StudyLayout>(layout), quantities},
+                       unread);
   if (!done)
     host().messages.show(done.why(), Buttons::Ok, Icon::Warning);
   else if (!unread.empty())

@@ -1,5 +1,5 @@
-// The results of a study as one table for statistics programs: a row a measure. docs/formats/study-csv.md
-// tells the columns.
+// The results of a study as one table for statistics programs: a row a measure, or a row an exam.
+// docs/formats/study-csv.md tells the columns.
 #pragma once
 
 #include <string>
@@ -11,10 +11,19 @@ namespace tarnvisor {
 
 // Which tables go into it beside those that are open.
 enum class StudyScope { OpenTables, SelectedSubject, AllSubjects };
+// A row an exam: of all exams of the database that the scope takes in, also those without a result. Its
+// columns are the quantities, of tables and of documents' result texts, each the mean of the exam.
+enum class StudyLayout { Measures, Exams };
+struct StudyWish {
+  StudyScope scope = StudyScope::OpenTables;
+  StudyLayout layout = StudyLayout::Measures;
+  // With commas between them; empty for all. One is meant by its whole name, with or without its unit.
+  std::string quantities = {};
+};
 
 // Tables that can't be read, as lines for the user, come in `unread`.
-[[nodiscard]] Outcome exportStudy(const std::string& path, StudyScope scope, std::string& unread);
-// The command: asks for scope and place.
+[[nodiscard]] Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread);
+// The command: asks for what goes into it, and for the place.
 void exportStudyCommand();
 
 // The unit of a measure by its column, of a table in these units; empty where it has none or nobody knows.

@@ -110,6 +110,16 @@ TEST_F(Runner, AnExportThatNamesNoFileGoesOverNoneUnaskedAndTellsWhatItWrote) {
   EXPECT_NE(readWholeText(folder.file("even.txt")), even);
 }
 
+TEST_F(Runner, ASubjectsDateOfBirthAndSexAreTold) {
+  ASSERT_TRUE(run("subject A born=3.2.1970 sex=f").ok);
+  EXPECT_EQ(app.db->person("A"), (PersonRow{"1970-02-03", "f"}));
+  EXPECT_TRUE(run("subject a no sex=m").ok);
+  EXPECT_EQ(app.db->person("A"), (PersonRow{"1970-02-03", "f"})) << "another subject's";
+  std::vector<Step> steps;
+  for (const char* wrong : {"subject A born=1970-02-30", "subject A sex=y"})
+    EXPECT_NE(parseScript(wrong, "test", steps), "") << wrong;
+}
+
 TEST_F(Runner, ASubjectThatDiffersByItsCapitalsAloneNeedsAnAnswer) {
   ASSERT_TRUE(run("subject DEMO").ok);
   EXPECT_THAT(run("subject demo").why, HasSubstr("There is a subject \"DEMO\" already"));

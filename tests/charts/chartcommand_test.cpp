@@ -2,6 +2,7 @@
 
 #include "charts/livechartdoc.h"
 #include "charts/xychart.h"
+#include "frame/mainframe.h"
 #include "imagedoc/zbasicdoc.h"
 #include "support/charttest.h"
 #include "traces/artifact.h"
@@ -343,6 +344,29 @@ TEST_F(ChartCommands, FillALiveChartsOneTraceAgainAndAgain) {
   for (const StatusPane& p : viewOf(*chart)->panes()) texts.push_back(p.text);
   EXPECT_EQ(std::vector<std::string>(texts.end() - 3, texts.end()),
             (std::vector<std::string>{"mean=  4.0", "min=  3.0", "max= 10.0"}));
+}
+
+TEST_F(ChartCommands, ChartAResultOverTheExamsOfASubject) {
+  CBasicMainFrame frame(*app);
+  ASSERT_TRUE(app->db->newSubject("S-1"));
+  exams->selectSubject("S-1", "");
+  for (const auto& [day, density] : {std::pair("2020-01-11", "8"), std::pair("2020-01-01", "9.5")}) {
+    const int32_t exam = app->db->newExam("S-1", "left", "", day);
+    ASSERT_TRUE(
+        app->db->insertResult(exam, "a.tv1", std::string(density) + ", capillary density, 0.4, area"));
+    ASSERT_TRUE(app->db->insertResult(exam, "b.tv1", "10, capillary density"));
+    SqliteDatabase(app->dbPath)
+        .execute(std::string("update exams set created='") + day + " 12:00:00' where folder='" + day + "';");
+  }
+  host.fill({{"Result", "capillary density"}});
+  ASSERT_EQ(routeCommand(app->commandChain(), std::string_view("Course of results...")), CommandResult::Done);
+  auto* chart = dynamic_cast<xychartdoc*>(app->documents.active());
+  ASSERT_NE(chart, nullptr);
+  EXPECT_EQ(chart->title(), "S-1 capillary density");
+  EXPECT_EQ(chart->xTrace()->name, "since 2020-01-01");
+  std::vector<std::pair<double, double>> found;
+  for (const xychartdoc::Pair& p : chart->pairs()) found.emplace_back(p.x, p.y);
+  EXPECT_THAT(found, ElementsAre(std::pair(0, 9.75), std::pair(10, 9)));
 }
 
 TEST_F(ChartCommands, DrawATraceAgainstAnotherOfAnotherPeriod) {

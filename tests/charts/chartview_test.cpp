@@ -379,6 +379,9 @@ TEST_F(ChartWindow, PrintsTheTimeTheTitleAndWhatTheWindowShows) {
   const FixedClock clock(795184889);
   addRamp("shown");
   doc->setTitle("Chart of S-17");
+  ASSERT_TRUE(app->db->newSubject("S-17") && app->db->updateSubject("S-17", "Ann", "Lee", ""));
+  doc->patientId = "S-17";
+  doc->examIdOfDoc = app->db->newExam("S-17", "left ring", "", "e");
   CMarker& marker = addMarker(2, "here");
   view().screenTrace(*doc->firsttrace()).scaleAbout(0, 0.5);
   RecordingJob job({2000, 3000});
@@ -388,7 +391,8 @@ TEST_F(ChartWindow, PrintsTheTimeTheTitleAndWhatTheWindowShows) {
     job.pages[0].calls.clear();
     run(id);
     const auto texts = job.texts(0);
-    ASSERT_GE(texts.size(), 2u);
+    ASSERT_GE(texts.size(), 3u);
+    EXPECT_THAT(texts[2], MatchesRegex("Subject S-17, Ann Lee; exam 1 of ....-..-.., left ring"));
     EXPECT_EQ(texts[0], "printed:Tuesday, March 14, 1995, 12:41:29");
     EXPECT_EQ(texts[1], "Chart of S-17");
     for (const char* words : {"\"shown\"", "\"here\""})

@@ -250,5 +250,23 @@ TEST_F(Subjects, WriteThatStaysLockedOutIsReportedAndLogged) {
   EXPECT_TRUE(db->newSubject("ours"));
 }
 
+TEST_F(Subjects, TheTableOfPersonsIsMadeByTheFirstThatIsWritten) {
+  open();
+  ASSERT_TRUE(db->newSubject("anna") && db->newSubject("ben"));
+  EXPECT_EQ(db->person("anna"), PersonRow());
+  EXPECT_EQ(get("SELECT name FROM sqlite_master WHERE name='persons';"), "-");
+  EXPECT_TRUE(db->setPerson("anna", {"1970-02-03", "f"}));
+  open();
+  EXPECT_EQ(db->person("anna"), (PersonRow{"1970-02-03", "f"}));
+  EXPECT_EQ(get("SELECT dbversion FROM info;"), "2");
+  put("insert into exams (patientid, created) values ('anna', '2020-01-01'), ('anna', '2021-01-01');"
+      "update patients set lastused='2000-01-01' where id='ben';");
+  const std::vector<SubjectSummary> all = db->summaries();
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[0].lastExam, "2021-01-01");
+  EXPECT_EQ(all[0].person.sex, "f");
+  EXPECT_EQ(all[1].exams, 0);
+}
+
 }  // namespace
 }  // namespace tarnvisor

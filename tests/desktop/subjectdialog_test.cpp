@@ -2,8 +2,11 @@
 #include <QCompleter>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPlainTextEdit>
+#include <QTableWidget>
 #include <QTimer>
+#include <QTreeView>
 #include <QTreeWidget>
 
 #include "desktop/dialogs.h"
@@ -25,9 +28,9 @@ class SubjectEntry : public DialogTest {
   void open() {
     window = std::make_unique<SubjectWindow>(dialog.emplace(), nullptr);
     window->show();
-    id = find<QComboBox>(*window)->lineEdit();
-    for (QLineEdit* edit : window->findChildren<QLineEdit*>())
-      if (edit != id) (name ? surname : name) = edit;
+    id = find<QComboBox>(*window, "id")->lineEdit();
+    name = find<QLineEdit>(*window, "name");
+    surname = find<QLineEdit>(*window, "surname");
   }
   void type(const char* text) { QTest::keyClicks(id, text); }
   void key(Qt::Key k) { QTest::keyClick(id, k); }
@@ -46,7 +49,7 @@ class SubjectEntry : public DialogTest {
 
 TEST_F(SubjectEntry, OffersTheMatchesWhileTheTextStaysAsTyped) {
   open();
-  auto* box = find<QComboBox>(*window);
+  auto* box = find<QComboBox>(*window, "id");
   EXPECT_EQ(box->count(), 3);
   EXPECT_EQ(id->maxLength(), 65535);
   type("S");
@@ -125,7 +128,6 @@ TEST_F(SubjectEntry, AsksBeforeChangedDetailsAreLeft) {
       if (stays) {
         EXPECT_EQ(name->text(), "name of S-17 changed");
       }
-      name = surname = nullptr;
     }
   }
 }
@@ -174,24 +176,100 @@ TEST_F(SubjectEntry, LineEndsOfOtherSystemsAreNoChange) {
   EXPECT_FALSE(window->isVisible());
 }
 
+TEST_F(SubjectEntry, AnIdBeyondThoseOfferedCountsOnceItIsTyped) {
+  ASSERT_TRUE(app->db->newSubject("P-104"));
+  for (int i = 0; i < 31; ++i) ASSERT_TRUE(app->db->newSubject("P-104" + std::to_string(i)));
+  SqliteDatabase(app->dbPath).execute("update patients set lastused='2000-01-01' where id='P-104';");
+  open();
+  type("P-104");
+  EXPECT_FALSE(isEnabled(*window, "Add as new ID"));
+  key(Qt::Key_Return);
+  EXPECT_EQ(exams->subjectId(), "P-104");
+}
+
+TEST_F(SubjectEntry, FindsASubjectByWordsOfItsDetailsAmongAll) {
+  app->db->updateSubject("S-17", "Ada", "Löwe", "");
+  ASSERT_TRUE(app->db->setPerson("S-17", {"1970-02-03", "f"}));
+  open();
+  auto* search = find<QLineEdit>(*window, "search");
+  auto* list = find<QTreeView>(*window, "subjects");
+  EXPECT_EQ(list->model()->rowCount(), 3);
+  for (const char* words : {"ada LÖWE", "3.02.1970", "s-17"}) {
+    search->clear();
+    QTest::keyClicks(search, QString::fromUtf8(words));
+    EXPECT_EQ(list->model()->rowCount(), 1) << words;
+  }
+  QTest::keyClick(search, Qt::Key_Return);
+  EXPECT_EQ(exams->subjectId(), "S-17");
+  EXPECT_EQ(find<QLineEdit>(*window, "born")->text(), "1970-02-03");
+  search->clear();
+  list->setCurrentIndex(list->model()->index(0, 0));
+  QTest::keyClick(list, Qt::Key_Return);
+  EXPECT_EQ(exams->subjectId(), list->model()->index(0, 0).data().toString().toStdString());
+  EXPECT_TRUE(window->isVisible());
+}
+
+TEST_F(SubjectEntry, EscapeLeavesTheSelectionAsItWas) {
+  exams->selectSubject("S-17", "Ada");
+  ASSERT_TRUE(makeExamination("left", ""));
+  const int32_t exam = exams->examId();
+  open();
+  typeWhole("T-2");
+  key(Qt::Key_Return);
+  QTest::keyClick(window.get(), Qt::Key_Escape);
+  dialog->finish(window->result());
+  EXPECT_EQ(exams->subjectId(), "S-17");
+  EXPECT_EQ(exams->examId(), exam);
+  EXPECT_EQ(process.recordDir, app->dataFolder + "S-17-left");
+}
+
+TEST_F(SubjectEntry, CancelAsksBeforeItStopsAnExamination) {
+  exams->selectSubject("S-17", "Ada");
+  ASSERT_TRUE(makeExamination("left", ""));
+  open();
+  host.answers.push_back(Answer::No);
+  click(*window, "Cancel");
+  EXPECT_EQ(host.messages.back(), "Stop working with S-17?");
+  EXPECT_TRUE(window->isVisible());
+  host.answers.push_back(Answer::Yes);
+  click(*window, "Cancel");
+  EXPECT_EQ(window->result(), SubjectDialog::Result::Cancel);
+}
+
+TEST_F(SubjectEntry, KeepsDateOfBirthAndSex) {
+  exams->selectSubject("T-2", "");
+  open();
+  auto* born = find<QLineEdit>(*window, "born");
+  QTest::keyClicks(born, "30.2.1970");
+  click(*window, "Save / Update Details");
+  EXPECT_EQ(host.messages.back(), "\"30.2.1970\" is no date of birth: write it as 1970-02-03 or 3.2.1970.");
+  born->clear();
+  QTest::keyClicks(born, "3.2.1970");
+  find<QComboBox>(*window, "sex")->setCurrentText("female");
+  click(*window, "Save / Update Details");
+  EXPECT_EQ(app->db->person("T-2"), (PersonRow{"1970-02-03", "f"}));
+  EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
+}
+
 TEST_F(SubjectEntry, TabGoesFromTheIdThroughTheDetailsToTheButtons) {
   exams->selectSubject("T-2", "");
   open();
   QStringList order;
   QWidget* at = id;
   QTest::keyClick(at, Qt::Key_Tab);
-  for (int i = 0; i < 5 && window->focusWidget(); ++i) {
+  for (int i = 0; i < 7 && window->focusWidget(); ++i) {
     auto* b = qobject_cast<QPushButton*>(window->focusWidget());
     order << (b ? b->text().remove('&') : QString(window->focusWidget()->metaObject()->className()));
     QTest::keyClick(window->focusWidget(), Qt::Key_Tab);
   }
-  EXPECT_EQ(order.join(','), "QLineEdit,QLineEdit,QPlainTextEdit,Start New Examination,View Examinations");
+  EXPECT_EQ(order.join(','),
+            "QLineEdit,QLineEdit,QLineEdit,QComboBox,QPlainTextEdit,Start New Examination,View Examinations");
 }
 
 TEST_F(SubjectEntry, WithoutADatabaseThereIsNothingToTypeInto) {
   app->closeDatabase();
   open();
-  EXPECT_EQ(find<QComboBox>(*window)->count(), 0);
+  EXPECT_EQ(find<QComboBox>(*window, "id")->count(), 0);
   EXPECT_FALSE(name->isEnabled());
   type("S-1");
   for (const char* words :
@@ -290,6 +368,34 @@ TEST_F(ExamChoice, SelectsAnExamAndOpensItsResults) {
   EXPECT_THAT(posted(), ElementsAre(32982, 32802));
   QTest::keyClick(window, Qt::Key_Escape);
   EXPECT_FALSE(frame.examFace->isOpen());
+}
+
+TEST_F(ExamChoice, ShowsAllExamsWithPicturesOfTheirDocuments) {
+  CBasicMainFrame frame(*app);
+  QWidget main;
+  DesktopDialogs dialogs(frame, &main);
+  ASSERT_TRUE(app->db->insertResult(theExams().examId(), "lost.tv1", "9, capillary density"));
+  (void)app->runCommand(cmd::ExamsOfSubject);
+  auto* table = find<QTableWidget>(main, "overview");
+  ASSERT_EQ(table->rowCount(), 2);
+  EXPECT_EQ(table->item(0, 1)->text(), "left");
+  EXPECT_EQ(table->item(1, 3)->text(), "capillary density 9");
+  auto* strip = qobject_cast<QListWidget*>(table->cellWidget(1, 4));
+  ASSERT_EQ(strip->count(), 2);
+  const auto middle = [strip](int row) {
+    const QImage icon = strip->item(row)->icon().pixmap(128, 96).toImage();
+    return icon.pixelColor(icon.width() / 2, icon.height() / 2).alpha();
+  };
+  EXPECT_TRUE(QTest::qWaitFor([&] { return middle(0) == 255; }, 60'000));
+  EXPECT_THAT(host.messages, IsEmpty()) << "what can't be read has no picture, and no words";
+  EXPECT_THAT(app->documents.documents(), IsEmpty());
+  table->selectRow(0);
+  EXPECT_EQ(theExams().examFolder(), "S-1-left");
+  table->selectRow(1);
+  const QPoint at = strip->visualItemRect(strip->item(0)).center();
+  QTest::mouseClick(strip->viewport(), Qt::LeftButton, {}, at);
+  QTest::mouseDClick(strip->viewport(), Qt::LeftButton, {}, at);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return image() != nullptr; }, 60'000));
 }
 
 }  // namespace

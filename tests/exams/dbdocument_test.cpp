@@ -3,6 +3,8 @@
 #include <filesystem>
 
 #include "archive/archive.h"
+#include "base/clock.h"
+#include "exams/resultfigures.h"
 #include "exams/subjectselection.h"
 #include "support/apptest.h"
 
@@ -393,6 +395,51 @@ TEST_F(Selection, SelectSubjectGoesOnAsTheDialogEnded) {
   runSelectSubject(face);
   EXPECT_THAT(posted(), ElementsAre(32970));
   EXPECT_EQ(app->db->exam("anna", exams->examId())->folder, "anna-left");
+}
+
+TEST_F(Selection, ADateOfBirthIsADayThatWas) {
+  const FixedClock clock(1'700'000'000);
+  EXPECT_EQ(dateOfBirth(" 3.2.1970 "), "1970-02-03");
+  EXPECT_EQ(dateOfBirth("1970-02-03"), "1970-02-03");
+  EXPECT_EQ(dateOfBirth(""), "");
+  for (const char* wrong : {"30.2.1970", "1970-02-03x", "2970-01-01", "3.2.70", "soon"})
+    EXPECT_EQ(dateOfBirth(wrong), std::nullopt) << wrong;
+}
+
+TEST_F(Selection, TheListOfSubjectsIsSortedByAnyColumn) {
+  for (const char* id : {"b", "C", "a"}) ASSERT_TRUE(app->db->newSubject(id));
+  SubjectDirectory all;
+  all.read();
+  all.sort(0, true);
+  EXPECT_EQ(all.id(0) + all.id(1) + all.id(2), "Cba");
+  all.filter("b");
+  EXPECT_EQ(all.find("b"), 0);
+  EXPECT_EQ(all.find("a"), -1);
+}
+
+TEST_F(Selection, ANewExaminationOffersTheFingersAndTakesOthers) {
+  selectNewExam("anna", "e1");
+  Dialog face;
+  face.result = SubjectDialog::Result::StartNewExamination;
+  std::vector<std::string> offered;
+  host.fills.push_back([&](Form& form) {
+    offered = form.find("Site")->choices;
+    return form.find("Site")->take("lip").empty();
+  });
+  runSelectSubject(face);
+  EXPECT_EQ(offered.size(), 8u);
+  EXPECT_THAT(offered, Contains("left ring finger"));
+  EXPECT_EQ(app->db->exam("anna", exams->examId())->site, "lip");
+}
+
+TEST(ResultText, TellsItsFigures) {
+  EXPECT_THAT(figuresIn("  12.500, capillary density,   0.400, area"),
+              ElementsAre(ResultFigure{"capillary density", 12.5, ""}, ResultFigure{"area", 0.4, ""}));
+  EXPECT_THAT(figuresIn("Velocity 512.1 um/s, reliable"),
+              ElementsAre(ResultFigure{"Velocity", 512.1, "um/s"}));
+  EXPECT_THAT(figuresIn("FCD 1.500 %, FCF 0.250 1/frame in 0,0,64,48 by CONC"),
+              ElementsAre(ResultFigure{"FCD", 1.5, "%"}, ResultFigure{"FCF", 0.25, "1/frame"}));
+  EXPECT_THAT(figuresIn("no capillaries"), IsEmpty());
 }
 
 TEST_F(Selection, ProcessResultsSavesWhatNobodyHadMarked) {

@@ -1,6 +1,7 @@
 // The printed page, on a job that writes down its pages.
 
 #include "base/clock.h"
+#include "exams/subjectdirectory.h"
 #include "imagedoc/imageprint.h"
 #include "support/imagedoctest.h"
 #include "support/recordingcanvas.h"
@@ -42,9 +43,10 @@ TEST_F(PrintedPage, HeaderHasItsLinesInTheirOrder) {
   EXPECT_THAT(
       printheader(*doc, 4, 254),
       ElementsAre("T a r n v i s o r", "Subject: Ann Other",
-                  format("exam: %i  Site: left ring finger Copy: 3", doc->examIdOfDoc), "Filename : hand.tv1",
-                  "Image : hand.bmp", "Captured : " + longDateTime(1'600'000'000), "Captured by lab",
-                  "magnification : x,    1.68  y,    2.00 um / pixel",
+                  format("exam: %i  Site: left ring finger Copy: 3", doc->examIdOfDoc),
+                  "id: S-1  exam date: " + localDay(app->db->exam(doc->examIdOfDoc)->created),
+                  "Filename : hand.tv1", "Image : hand.bmp", "Captured : " + longDateTime(1'600'000'000),
+                  "Captured by lab", "magnification : x,    1.68  y,    2.00 um / pixel",
                   "Print scale : x,   42.00  y,   50.00 um / cm", "Printed : " + longDateTime(1'700'000'000),
                   "Result:", "density 8.1", "spacing 120", "comments", "left handed", "no medication",
                   "baseline"));
@@ -62,7 +64,7 @@ TEST_F(PrintedPage, HeaderTellsTheStatesOfTheDatabase) {
   EXPECT_THAT(subjectLines(), ElementsAre("NO SUBJECT"));
   doc->patientId = "S-9";
   doc->examIdOfDoc = 77;
-  EXPECT_THAT(subjectLines(), ElementsAre("Subject: S-9", "exam: 77  Site:  Copy: 0"));
+  EXPECT_THAT(subjectLines(), ElementsAre("Subject: S-9", "exam: 77  Site:  Copy: 0", "id: S-9"));
   app->closeDatabase();
   EXPECT_THAT(subjectLines(), ElementsAre("NO DATABASE"));
 }

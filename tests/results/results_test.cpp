@@ -251,7 +251,7 @@ TEST_F(Results, AnExportThatFailsSaysSoAndLeavesNothing) {
 
 TEST_F(Results, PrintsPageByPage) {
   struct Pages : PrintContext {
-    int linesPerPage() const override { return 5; }
+    int linesPerPage() const override { return 6; }
     int columnsPerLine() const override { return 80; }
     void beginPage() override { printed += "<"; }
     void text(int line, int column, const std::string& words) override {
@@ -263,12 +263,14 @@ TEST_F(Results, PrintsPageByPage) {
   const FixedClock clock(795184889);
   CResultDoc table;
   table.setTitle("T");
+  table.patientId = "S-1";
   table.addcolumns(std::span(kDiameterResults.columns).first(2));
   for (const char* name : {"a", "b", "c"}) table.addrow({name, "um", {}});
   table.print(pages);
-  const std::string head = "<0,0 T;1,0 Tuesday, March 14, 1995, 12:41:29;2,0 filename;";
+  const std::string head =
+      "<0,0 T;1,0 Tuesday, March 14, 1995, 12:41:29;2,0 Subject S-1; no exam;3,0 filename;";
   EXPECT_EQ(pages.printed,
-            head + "3,0 a;4,0 b;2,20 units;3,20 um;4,20 um;>" + head + "3,0 c;2,20 units;3,20 um;>");
+            head + "4,0 a;5,0 b;3,20 units;4,20 um;5,20 um;>" + head + "4,0 c;3,20 units;4,20 um;>");
 }
 
 TEST_F(Results, TheViewScrollsToNewRowsUnderAHeadThatStays) {

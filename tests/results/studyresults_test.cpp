@@ -1,6 +1,7 @@
 #include "results/studyresults.h"
 
 #include "assembly/assembly.h"
+#include "exams/subjectdirectory.h"
 #include "frame/mainframe.h"
 #include "imagedoc/resulttables.h"
 #include "linescan/resulttables.h"
@@ -31,7 +32,7 @@ class StudyResults : public AppTest {
   }
   std::vector<std::string> exported(StudyScope scope = StudyScope::OpenTables) {
     unread.clear();
-    const Outcome done = exportStudy(folder.file("study.csv"), scope, unread);
+    const Outcome done = exportStudy(folder.file("study.csv"), {scope}, unread);
     EXPECT_TRUE(done) << done.why();
     std::vector<std::string> lines = split(readWholeText(folder.file("study.csv")).value_or(""), '\n');
     lines.pop_back();
@@ -85,11 +86,33 @@ TEST_F(StudyResults, TakeInStoredTablesOfASubjectOrOfAll) {
   EXPECT_THAT(unread, HasSubstr("S-1/w.rst"));
 }
 
+TEST_F(StudyResults, AreARowAnExamWithTheMeansOfWhatIsAskedFor) {
+  const int32_t first = select("S-1", "e1");
+  ASSERT_TRUE(app->db->setPerson("S-1", {"1970-02-03", "f"}));
+  for (const double width : {7, 8}) addWidth("a.tv1", width);
+  ASSERT_TRUE(app->db->insertResult(first, "a.tv1", " 12.500, capillary density,  0.400, area"));
+  const int32_t empty = select("S-2", "e2");
+  const StudyWish wish{StudyScope::AllSubjects, StudyLayout::Exams, "Width (um), capillary density"};
+  ASSERT_TRUE(exportStudy(folder.file("study.csv"), wish, unread));
+  const std::string day = localDay(app->db->exam(first)->created);
+  EXPECT_EQ(readWholeText(folder.file("study.csv")),
+            "subject,born,sex,exam,date,site,comment,documents,capillary density,width (um)\n" +
+                format("S-1,1970-02-03,f,%i,%s,hand,,1,12.5,7.5\n", first, day.c_str()) +
+                format("S-2,,,%i,%s,hand,,0,,\n", empty, day.c_str()));
+}
+
+TEST_F(StudyResults, LeaveOutWhatIsNotAskedFor) {
+  select("S-1", "e1");
+  addWidth("a.tv1", 7);
+  EXPECT_THAT(exportStudy(folder.file("study.csv"), {.quantities = "length"}, unread).why(),
+              HasSubstr("no results"));
+}
+
 TEST_F(StudyResults, FailInWordsAndLeaveTheFileThatIsThere) {
-  EXPECT_THAT(exportStudy(folder.file("study.csv"), StudyScope::OpenTables, unread).why(),
+  EXPECT_THAT(exportStudy(folder.file("study.csv"), {StudyScope::OpenTables}, unread).why(),
               HasSubstr("no results"));
   EXPECT_FALSE(fileExists(folder.file("study.csv")));
-  EXPECT_THAT(exportStudy(folder.file("study.csv"), StudyScope::SelectedSubject, unread).why(),
+  EXPECT_THAT(exportStudy(folder.file("study.csv"), {StudyScope::SelectedSubject}, unread).why(),
               HasSubstr("No subject"));
 }
 

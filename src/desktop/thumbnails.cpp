@@ -1,0 +1,78 @@
+#include "desktop/thumbnails.h"
+
+#include <QFileInfo>
+#include <QImage>
+#include <QPainter>
+
+#include "app/basicapp.h"
+#include "desktop/paintercanvas.h"
+#include "desktop/qttext.h"
+#include "framework/view.h"
+#include "host/nullhost.h"
+#include "imagedoc/zbasicdoc.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr Size kUsual{480, 320};          // of a view that fills its window
+constexpr int64_t kMostPixels = 1 << 26;  // of a picture to be made small
+
+// Who is told nothing.
+struct Nobody final : NullHost {
+  Answer show(const std::string&, Buttons buttons, Icon) override {
+    return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
+  }
+};
+
+int64_t writtenAt(const std::string& path) {
+  return QFileInfo(toQt(path)).lastModified().toMSecsSinceEpoch();
+}
+
+QImage drawn(CView& view) {
+  view.setWindowSize(kUsual);
+  if (!view.hasPicture()) return {};
+  const Size size = view.pictureSize(1);
+  if (size.width < 1 || size.height < 1 || int64_t{size.width} * size.height > kMostPixels) return {};
+  QImage picture(size.width, size.height, QImage::Format_RGB32);
+  if (picture.isNull()) return {};
+  picture.fill(Qt::white);
+  QPainter painter(&picture);
+  PainterCanvas canvas(painter);
+  view.drawPicture(canvas, size, {});
+  return picture;
+}
+
+QImage pictureOf(const std::string& path) {
+  const DocumentType* type = theApp().documents.typeFor(path);
+  if (!type || !type->canOpen() || !type->classes().makeView) return {};
+  Nobody nobody;
+  const HostScope unseen(nobody.ports);
+  const std::unique_ptr<CDocument> document = type->classes().makeDocument();
+  if (auto* image = dynamic_cast<ZBasicDoc*>(document.get())) image->silent = 1;
+  document->setPathName(path);
+  if (!document->onOpenDocument(path)) return {};
+  document->addView(type->classes().makeView(*document));
+  document->updateAllViews();
+  return drawn(*document->views().front());
+}
+
+}  // namespace
+
+const QPixmap* Thumbnails::known(const std::string& path) const {
+  const auto made = pictures.find(path);
+  return made == pictures.end() || made->second.written != writtenAt(path) ? nullptr : &made->second.picture;
+}
+
+const QPixmap& Thumbnails::make(const std::string& path) {
+  Made& made = pictures[path];
+  made.written = writtenAt(path);
+  const QImage picture = pictureOf(path);
+  made.picture =
+      picture.isNull()
+          ? QPixmap()
+          : QPixmap::fromImage(picture.scaled(largest, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+  return made.picture;
+}
+
+}  // namespace tarnvisor

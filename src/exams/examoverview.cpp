@@ -1,0 +1,70 @@
+#include "exams/examoverview.h"
+
+#include <algorithm>
+
+#include "app/basicapp.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "exams/examselection.h"
+#include "exams/resultfigures.h"
+#include "exams/subjectdirectory.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+namespace {
+
+std::string lineOf(const MeanFigure& figure) {
+  const std::string& unit = figure.mean.unit;
+  return format("%s %.4g%s%s\n", figure.mean.quantity.c_str(), figure.mean.value,
+                unit.empty() ? "" : (" " + unit).c_str(),
+                figure.count > 1 ? format(", mean of %i", figure.count).c_str() : "");
+}
+
+}  // namespace
+
+void ExamOverview::refresh() {
+  rows.clear();
+  const SubjectDatabase* db = theApp().db.get();
+  if (!db || theExams().subjectId().empty()) return;
+  for (ExamRow& exam : db->examsOf(theExams().subjectId())) {
+    Exam& row = rows.emplace_back();
+    row.day = localDay(exam.created);
+    const std::vector<ResultRow> results = db->resultsOf(exam.id);
+    for (const MeanFigure& figure : meansOf(exam, results)) row.results += lineOf(figure);
+    for (const ResultRow& result : results)
+      row.documents.push_back({result.filename,
+                               theApp().dataFolder + exam.folder + kSeparator + result.filename,
+                               std::string(trimmed(result.result))});
+    row.row = std::move(exam);
+  }
+  std::ranges::stable_sort(rows, {}, [](const Exam& exam) { return exam.row.created; });
+}
+
+std::string ExamOverview::heading() const {
+  const ExamSelection& selected = theExams();
+  if (selected.subjectId().empty()) return selected.words();
+  return format("Subject %s: %s, %i examination%s", selected.subjectId().c_str(),
+                selected.subjectName().c_str(), static_cast<int>(rows.size()), rows.size() == 1 ? "" : "s");
+}
+
+int ExamOverview::selectedRow() const {
+  const auto at =
+      std::ranges::find_if(rows, [](const Exam& exam) { return exam.row.id == theExams().examId(); });
+  return at == rows.end() ? -1 : static_cast<int>(at - rows.begin());
+}
+
+void ExamOverview::select(size_t row) const {
+  if (row >= rows.size() || rows[row].row.id == theExams().examId()) return;
+  theExams().selectExam(rows[row].row.id, rows[row].row.folder);
+  host().windows.refreshBars();
+}
+
+void ExamOverview::open(size_t row, size_t document) const {
+  if (row >= rows.size() || document >= rows[row].documents.size()) return;
+  const std::string path = rows[row].documents[document].path;
+  select(row);
+  theApp().openDocumentFile(path);
+}
+
+}  // namespace tarnvisor

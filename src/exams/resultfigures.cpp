@@ -1,0 +1,153 @@
+#include "exams/resultfigures.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+
+#include "app/asked.h"
+#include "app/basicapp.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "exams/dbdocument.h"
+#include "exams/examselection.h"
+#include "exams/subjectdirectory.h"
+#include "framework/documenttype.h"
+#include "host/host.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr double kSecondsOfDay = 86400;
+
+// All of the text; nothing where it is no number.
+std::optional<double> numberIn(std::string_view text) {
+  const std::string all(trimmed(text));
+  char* end = nullptr;
+  const double value = std::strtod(all.c_str(), &end);
+  const bool isOne = !all.empty() && *end == '\0' && all.find_first_of("0123456789") != std::string::npos;
+  return isOne ? std::optional(value) : std::nullopt;
+}
+
+bool hasDigit(std::string_view text) { return text.find_first_of("0123456789") != std::string_view::npos; }
+
+// "Velocity 512.1 um/s in ..."; nothing without words before the number.
+std::optional<ResultFigure> figureIn(std::string_view piece) {
+  std::vector<std::string> words = split(trimmed(piece), ' ');
+  std::erase(words, "");
+  const auto number =
+      std::ranges::find_if(words, [](const auto& word) { return numberIn(word).has_value(); });
+  if (number == words.begin() || number == words.end()) return std::nullopt;
+  ResultFigure figure;
+  const auto join = [](std::string& to, const std::string& word) { to += (to.empty() ? "" : " ") + word; };
+  for (auto word = words.begin(); word != number; ++word)
+    if (*word != "=") join(figure.quantity, *word);
+  figure.value = *numberIn(*number);
+  for (auto word = number + 1; word != words.end() && *word != "in" && *word != "by"; ++word)
+    join(figure.unit, *word);
+  return figure.quantity.empty() ? std::nullopt : std::optional(figure);
+}
+
+}  // namespace
+
+std::vector<ResultFigure> figuresIn(const std::string& result) {
+  std::vector<ResultFigure> figures;
+  for (const std::string& line : split(result, '\n')) {
+    const std::vector<std::string> pieces = split(line, ',');
+    for (size_t i = 0; i < pieces.size(); ++i) {
+      const auto alone = numberIn(pieces[i]);
+      const bool isNamed =
+          alone && i + 1 < pieces.size() && !hasDigit(pieces[i + 1]) && !trimmed(pieces[i + 1]).empty();
+      if (isNamed)
+        figures.push_back({std::string(trimmed(pieces[i + 1])), *alone, ""});
+      else if (auto figure = figureIn(pieces[i]))
+        figures.push_back(std::move(*figure));
+    }
+  }
+  return figures;
+}
+
+std::vector<ResultFigure> figuresOf(const ExamRow& exam, const ResultRow& result) {
+  std::vector<ResultFigure> figures = figuresIn(result.result);
+  const bool lacksUnits =
+      std::ranges::any_of(figures, [](const auto& figure) { return figure.unit.empty(); });
+  if (!lacksUnits) return figures;
+  const auto document =
+      CdbDocument::readAlone(theApp().dataFolder + exam.folder + kSeparator + result.filename);
+  for (ResultFigure& figure : figures)
+    if (document && figure.unit.empty()) figure.unit = document->unitOfResult(figure.quantity);
+  return figures;
+}
+
+std::vector<MeanFigure> meansOf(const ExamRow& exam, const std::vector<ResultRow>& results) {
+  std::map<std::string, MeanFigure> found;
+  for (const ResultRow& result : results)
+    for (const ResultFigure& figure : figuresOf(exam, result)) {
+      MeanFigure& sum =
+          found.try_emplace(wordsOf(figure), MeanFigure{{figure.quantity, 0, figure.unit}, 0}).first->second;
+      sum.mean.value += figure.value;
+      ++sum.count;
+    }
+  std::vector<MeanFigure> means;
+  for (auto& [words, figure] : found) {
+    figure.mean.value /= figure.count;
+    means.push_back(std::move(figure));
+  }
+  return means;
+}
+
+std::string wordsOf(const ResultFigure& figure) {
+  return figure.quantity + (figure.unit.empty() ? "" : " (" + figure.unit + ")");
+}
+
+std::vector<Course> coursesOf(const std::string& subject) {
+  const SubjectDatabase* db = theApp().db.get();
+  if (!db) return {};
+  std::vector<ExamRow> exams = db->examsOf(subject);
+  std::ranges::stable_sort(exams, {}, &ExamRow::created);
+  std::map<std::string, Course> found;
+  for (const ExamRow& exam : exams) {
+    const double day =
+        static_cast<double>(secondsOf(exam.created) - secondsOf(exams.front().created)) / kSecondsOfDay;
+    for (const MeanFigure& figure : meansOf(exam, db->resultsOf(exam.id))) {
+      Course& course = found[wordsOf(figure.mean)];
+      if (course.values.empty())
+        course = {figure.mean.quantity, figure.mean.unit, subject, localDay(exams.front().created), {}};
+      course.values.push_back({day, figure.mean.value});
+    }
+  }
+  std::vector<Course> courses;
+  for (auto& [words, course] : found) courses.push_back(std::move(course));
+  return courses;
+}
+
+void runCourse() {
+  const ExamSelection& selected = theExams();
+  const std::vector<Course> courses = coursesOf(selected.subjectId());
+  if (courses.empty()) {
+    host().messages.show(selected.subjectId().empty()
+                             ? std::string("No subject is selected.")
+                             : format("No saved document of %s has a result.", selected.subjectId().c_str()),
+                         Buttons::Ok, Icon::Warning);
+    return;
+  }
+  std::vector<std::string> names;
+  names.reserve(courses.size());
+  for (const Course& course : courses) names.push_back(wordsOf({course.quantity, 0, course.unit}));
+  // At first the density that most exams have.
+  const auto likely = std::ranges::max_element(courses, {}, [](const Course& course) {
+    return std::pair(course.quantity.ends_with("density"), course.values.size());
+  });
+  auto wanted = static_cast<int32_t>(likely - courses.begin());
+  Form form("Course of results");
+  form.addNote(selected.words());
+  form.addChoice("Result", wanted, names);
+  if (!asked(form)) return;
+  const Course& course = courses[static_cast<size_t>(wanted)];
+  CDocument* fresh = process.xyChartTemplate ? process.xyChartTemplate->newDocument() : nullptr;
+  auto* taker = dynamic_cast<CourseTaker*>(fresh);
+  if (!taker || !taker->takeCourse(course))
+    host().messages.show("The chart can't be made.", Buttons::Ok, Icon::Error);
+}
+
+}  // namespace tarnvisor
