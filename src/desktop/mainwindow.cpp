@@ -39,6 +39,7 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
       dialogs(mainFrame, this),
       patientBar(new PatientBar(this)),
       marksDock(new SideDock(this)),
+      examDock(new ExamDock(this)),
       mainBar(makeBar("Main", Qt::TopToolBarArea)),
       opsBar(makeBar("Operations", Qt::LeftToolBarArea)),
       programName(title) {
@@ -52,6 +53,8 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
   insertToolBar(mainBar, patientBar);
   insertToolBarBreak(mainBar);
   placeDock(*marksDock, Qt::RightDockWidgetArea);
+  placeDock(*examDock, Qt::LeftDockWidgetArea);
+  examDock->onClosed = [this] { trigger(cmd::ExamDock); };
   marksDock->onTouched = [this] { updateSoon(); };
   marksDock->onClosed = [this] { trigger(cmd::MarksDock); };
   setContextMenuPolicy(Qt::NoContextMenu);
@@ -134,6 +137,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   // One that fills the screen is to fill it again, though its frame takes a part of the height.
   const QRect g = isMaximized() ? screen()->availableGeometry() : geometry();
   storeDock(*marksDock);
+  storeDock(*examDock);
   frame.storePlacement({g.x(), g.y(), g.width(), g.height(), statusPlace}, isMinimized());
   while (CDocument* front = app.documents.active()) front->type()->discard(*front);
   if (onClosed) onClosed();
@@ -191,6 +195,7 @@ void MainWindow::updateNow() {
   showSubject();
   patientBar->show(patient.of(app.documents.active()), documents.foreignOwner());
   marksDock->show(documents.activeView());
+  examDock->follow();
   rebuildMenus();
   actions.refresh();
   showPanes();
@@ -263,6 +268,7 @@ void MainWindow::refreshBars() {
     fillBar(*opsBar, ToolBarGroup::Bar::Ops, shown);
   shownGroups = shown.opsGroups;
   marksDock->setVisible(shown.marksDock);
+  examDock->setVisible(shown.examDock);
   mainBar->setVisible(shown.main);
   opsBar->setVisible(shown.ops);
   if (recordBar) {

@@ -10,6 +10,7 @@
 #include "desktop/commandactions.h"
 #include "desktop/dialogs.h"
 #include "desktop/documentwindows.h"
+#include "desktop/examdock.h"
 #include "desktop/patientbar.h"
 #include "desktop/recordbar.h"
 #include "desktop/sidedock.h"
@@ -74,6 +75,7 @@ class MainWindow final : public QMainWindow {
   PatientStripModel patient;
   PatientBar* patientBar;
   SideDock* marksDock;
+  ExamDock* examDock;
   QToolBar* mainBar;
   QToolBar* opsBar;
   QString programName;

@@ -275,27 +275,33 @@ Table measureText(std::string_view text) {
   return table;
 }
 
-// Seconds that a name of a time column counts in; nothing for other names.
-std::optional<double> unitOf(std::string name) {
-  name = lowerCase(name);
-  const size_t open = name.find_first_of("([");
-  const std::string word(trimmed(std::string_view(name).substr(0, open)));
+// Seconds that a name of a time column counts in, "time (ms)", "Time_ms", "ms"; nothing for other names, and
+// for a unit that is not known.
+std::optional<double> unitOf(const std::string& name) {
+  constexpr const char* kBetween = " \t_/()[],;:";
+  std::vector<std::string> words;
+  const std::string lower = lowerCase(name);
+  for (size_t at = lower.find_first_not_of(kBetween); at != lower.npos;) {
+    const size_t end = lower.find_first_of(kBetween, at);
+    words.push_back(lower.substr(at, end - at));
+    at = end == lower.npos ? end : lower.find_first_not_of(kBetween, end);
+  }
   const struct {
     std::initializer_list<const char*> names;
     double seconds;
-  } units[] = {{{"s", "sec", "second", "seconds"}, 1.0},
-               {{"ms", "milliseconds"}, 0.001},
-               {{"min", "minute", "minutes"}, 60.0},
-               {{"h", "hour", "hours"}, 3600.0}};
-  const bool isTime = word == "t" || word == "time";
-  std::string unit = word;
-  if (isTime && open != std::string::npos)
-    unit = trimmed(std::string_view(name).substr(open + 1, name.find_first_of(")]") - open - 1));
-  else if (isTime)
-    return 1.0;
+  } units[] = {
+      {{"s", "sec", "secs", "second", "seconds"}, 1.0},
+      {{"ms", "msec", "millisec", "millisecond", "milliseconds"}, 1e-3},
+      {{"us", "usec", "\u00b5s", "\u03bcs", "\u00b5sec", "\u03bcsec", "microsecond", "microseconds"}, 1e-6},
+      {{"min", "minute", "minutes"}, 60.0},
+      {{"h", "hour", "hours"}, 3600.0}};
+  constexpr const char* kTimes[] = {"t", "time", "times", "zeit", "temps", "tempo", "tiempo"};
+  const bool isTime = !words.empty() && std::ranges::find(kTimes, words[0]) != std::end(kTimes);
+  if (words.size() != (isTime ? 2u : 1u))
+    return isTime && words.size() == 1 ? std::optional(1.0) : std::nullopt;
   for (const auto& row : units)
-    if (std::ranges::find(row.names, unit) != row.names.end()) return row.seconds;
-  return isTime ? std::optional(1.0) : std::nullopt;
+    if (std::ranges::find(row.names, words.back()) != row.names.end()) return row.seconds;
+  return std::nullopt;
 }
 
 // By how much a written time may be off for its digits.
@@ -394,7 +400,8 @@ TimeColumn timeOf(const Table& table, const CTextSettings& settings) {
   const auto unit = unitOf(table.columns[0].name);
   const double step = stepOf(table, unit.has_value());
   if (table.columns.size() < 2 || step == 0) return time;
-  if (!unit && settings.xscaled == 0) return time;
+  const bool mayBeTime = settings.xscaled == 2 || (settings.xscaled == 1 && table.columns[0].name.empty());
+  if (!unit && !mayBeTime) return time;
   time.present = true;
   const double period = step * unit.value_or(1.0);
   if (settings.xscaled == 2 || !(std::isnormal(period))) return time;
