@@ -77,8 +77,9 @@ void ExamDock::build() {
   documents->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   layout->addWidget(heading);
   layout->addWidget(exams);
-  layout->addWidget(documents, 1);
+  layout->addWidget(documents, 1000);  // all that the rest leaves
   layout->addWidget(select);
+  layout->addStretch();
   setWidget(body);
 }
 

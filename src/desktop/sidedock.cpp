@@ -124,8 +124,9 @@ void SideDock::build() {
   layout->addWidget(nothing);
   layout->addWidget(factsBox);
   layout->addLayout(listRow);
-  layout->addWidget(table, 1);
+  layout->addWidget(table, 1000);  // all that the rest leaves
   layout->addWidget(sums);
+  layout->addStretch();
   setWidget(body);
 }
 

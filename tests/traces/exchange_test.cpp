@@ -139,8 +139,8 @@ TEST(TextExport, TellsEachSamplesOwnTimeWhenTheStartIsNoMultipleOfThePeriod) {
   late->starttime = 300;
   CTextSettings how = plainText();
   how.headers = 0;
-  EXPECT_EQ(exported({late.get()}, how), "0.3,10.0\n1.3,20.0\n2.3,30.0\n3.3,40.0\n4.3,50.0\n");
-  EXPECT_EQ(exported({late.get()}, how, {false, 1, 3, 1}), "1.3,20.0\n2.3,30.0\n");
+  EXPECT_EQ(exported({late.get()}, how), "0.30,10.0\n1.30,20.0\n2.30,30.0\n3.30,40.0\n4.30,50.0\n");
+  EXPECT_EQ(exported({late.get()}, how, {false, 1, 3, 1}), "1.30,20.0\n2.30,30.0\n");
   how.binary = how.headers = 1;
   const Imported back = importBinary(bytesOf(exported({late.get()}, how, {false, 1, 3})), how);
   ASSERT_EQ(back.traces.size(), 1u) << back.failure;
