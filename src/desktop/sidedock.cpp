@@ -6,7 +6,6 @@
 #include <QComboBox>
 #include <QFormLayout>
 #include <QHeaderView>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QSortFilterProxyModel>
 #include <QTableView>
@@ -117,7 +116,6 @@ void SideDock::build() {
   table->verticalHeader()->hide();
   table->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
   table->horizontalHeader()->setStretchLastSection(true);
-  table->installEventFilter(this);
   sums = new QLabel;
   sums->setWordWrap(true);
   sums->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -260,16 +258,6 @@ void SideDock::rowsChosen() {
 void SideDock::closeEvent(QCloseEvent* event) {
   event->ignore();
   if (onClosed) onClosed();
-}
-
-bool SideDock::eventFilter(QObject* watched, QEvent* event) {
-  SidePanel* panel = shown ? shown->sidePanel() : nullptr;
-  const bool isDelete = watched == table && panel && event->type() == QEvent::KeyPress &&
-                        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete;
-  if (!isDelete || shown->isBusy()) return QDockWidget::eventFilter(watched, event);
-  panel->removeSelected();
-  if (onTouched) onTouched();
-  return true;
 }
 
 }  // namespace tarnvisor

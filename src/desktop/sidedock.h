@@ -29,7 +29,6 @@ class SideDock final : public QDockWidget {
   std::function<void()> onTouched;  // the user chose or changed something in it
 
  protected:
-  bool eventFilter(QObject* watched, QEvent* event) override;  // Delete in the table
   void closeEvent(QCloseEvent* event) override;
 
  private:

@@ -45,7 +45,6 @@ class SidePanel {
 
   virtual bool isSelected(size_t row) const = 0;
   virtual void select(std::span<const size_t> rows) = 0;
-  virtual void removeSelected() = 0;
 };
 
 }  // namespace tarnvisor

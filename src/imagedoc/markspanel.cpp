@@ -144,6 +144,5 @@ bool MarksPanel::isSelected(size_t row) const {
 }
 
 void MarksPanel::select(std::span<const size_t> rows) { view.selectMarks(rows); }
-void MarksPanel::removeSelected() { view.deleteSelected(); }
 
 }  // namespace tarnvisor

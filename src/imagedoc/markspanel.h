@@ -26,7 +26,6 @@ class MarksPanel : public SidePanel {
   double number(size_t row, size_t column) const override;
   bool isSelected(size_t row) const override;
   void select(std::span<const size_t> rows) override;
-  void removeSelected() override;
 
  private:
   ZBasicView& view;

@@ -72,7 +72,6 @@ class ZBasicView : public CView, public AutoLoadSink {
   SidePanel* sidePanel() override { return &marks; }
   void takeList(int32_t list);
   void selectMarks(std::span<const size_t> rows);  // and no others
-  void deleteSelected();
 
   // --- zbasicview_panes.cpp
   // "position", "pixel", "dimension", "list", "roi", "loops" and "focus" where they are wanted,
@@ -198,6 +197,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   void actualSize();
   void toggleScaleBar();
   bool hasScaleBar() const { return showsScaleBar; }
+  void deleteSelected();
   void switchList();
   void setLineWidth();
   void rotateSelected();
