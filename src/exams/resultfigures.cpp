@@ -117,6 +117,7 @@ std::vector<Course> coursesOf(const std::string& subject) {
     }
   }
   std::vector<Course> courses;
+  courses.reserve(found.size());
   for (auto& [words, course] : found) courses.push_back(std::move(course));
   return courses;
 }

@@ -1,5 +1,5 @@
-// What stands beside the picture of a document, as data: facts, a line each, and a table whose rows are things
-// in the document, a picture's marks for one. A dock shows it; a test reads it.
+// What stands beside the picture of a document, as data: facts, a line each, and a table whose rows are
+// things in the document, a picture's marks for one. A dock shows it; a test reads it.
 #pragma once
 
 #include <cstdint>

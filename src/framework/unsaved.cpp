@@ -197,10 +197,10 @@ Outcome UnsavedCopies::openFolder() {
 }
 
 Outcome UnsavedCopies::write(int32_t id, const UnsavedCopy& copy) {
-  if (const Outcome open = openFolder(); !open) return open;
+  if (Outcome open = openFolder(); !open) return open;
   Files& before = present[id];
   Files now;
-  const Outcome done = writeFiles(id, copy, before, now);
+  Outcome done = writeFiles(id, copy, before, now);
   removeFiles(done ? before : now, done ? now : before);
   if (done) before = std::move(now);
   return done;

@@ -44,6 +44,7 @@ LoopPoint inMicrometres(Point p, LoopScale scale) { return {p.x * scale.x, p.y *
 
 std::vector<LoopPoint> inMicrometres(const std::vector<Point>& points, LoopScale scale) {
   std::vector<LoopPoint> out;
+  out.reserve(points.size());
   for (const Point p : points) out.push_back(inMicrometres(p, scale));
   return out;
 }
@@ -176,6 +177,7 @@ void drawLoopStretches(Canvas& canvas, const CDimList& list, LoopScale scale) {
   if (!counted || marks.verdict.empty()) return;
   const auto draw = [&](const std::vector<LoopPoint>& stretch, Colour colour) {
     std::vector<Point> path;
+    path.reserve(stretch.size());
     for (const LoopPoint p : stretch) path.push_back(rounded({p.x / scale.x, p.y / scale.y}));
     canvas.setPen({colour, kStretchWidth, false});
     canvas.polyline(path);

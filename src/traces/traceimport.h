@@ -8,11 +8,11 @@
 // within a column, or one of "nan", was not measured and becomes NaN. One trace a column, of doubles.
 //   The first of several columns is time if it rises by a constant step (each value within a quarter of it,
 // or under the name of a time within its rounding) and either its name says so ("t", "time", "s", "sec",
-// "seconds", "ms", "min", "minutes", "h", "hours", "us", also as "time (ms)", "Time_ms" or "t [s]") or it has no name and x_scaled is 1. It
-// gives period and start instead of a trace. With x_scaled 2 such a column counts samples and is left out.
-// Without time a period is 1 second. Where its times differ from even ones by more than a hundredth of a step
-// and than they are rounded, where they don't rise or have gaps, and where two whole numbers a line may be
-// one with decimals, that is a question.
+// "seconds", "ms", "min", "minutes", "h", "hours", "us", also as "time (ms)", "Time_ms" or "t [s]") or it has
+// no name and x_scaled is 1. It gives period and start instead of a trace. With x_scaled 2 such a column
+// counts samples and is left out. Without time a period is 1 second. Where its times differ from even ones by
+// more than a hundredth of a step and than they are rounded, where they don't rise or have gaps, and where
+// two whole numbers a line may be one with decimals, that is a question.
 //   Text of one row (row delimiter 3, the column delimiter) is one column.
 //
 // Binary: one block after another, each with its header. The header doesn't tell the kind of items: 1 byte is

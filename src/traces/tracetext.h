@@ -59,12 +59,12 @@ struct ExportRange {
 
 // Text: a line for each sample of the trace with the shortest period, from the earliest start to the latest
 // end or within the range, where the view's columns are wider of as many as they are. The other traces tell
-// what they have at its time, so that traces of different periods stand side by side; outside its samples, and
-// where nothing was measured, the cell is empty; among blanks, and where a line would hold nothing else, it is
-// "nan". Times have as many digits more as it takes to tell them apart.
-// Binary: each trace's samples of that time after another; NaN in floats where nothing was measured. A
-// delimiter or line end within a name becomes "_". Hidden traces are left out, unless it is the only one. A
-// failure when there is nothing to write or too much; what the stream could not take it tells itself.
+// what they have at its time, so that traces of different periods stand side by side; outside its samples,
+// and where nothing was measured, the cell is empty; among blanks, and where a line would hold nothing else,
+// it is "nan". Times have as many digits more as it takes to tell them apart. Binary: each trace's samples of
+// that time after another; NaN in floats where nothing was measured. A delimiter or line end within a name
+// becomes "_". Hidden traces are left out, unless it is the only one. A failure when there is nothing to
+// write or too much; what the stream could not take it tells itself.
 Outcome exportTraces(std::ostream& file, std::span<const ZZTrace* const> traces,
                      const CTextSettings& settings, const ExportRange& range);
 // Replaces the file in one step; on failure the old one stays.
