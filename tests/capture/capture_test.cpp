@@ -356,8 +356,8 @@ TEST_F(Capture, LostFramesOfferALowerClockThanThatInUse) {
   useCamera({.losesEvery = 3});
   openLive();
   ASSERT_TRUE(camera->set(CameraRole::PixelClock, 20));
-  frames(8);
   host.answers = {Answer::Yes};
+  frames(8);
   awaitCheck();
   EXPECT_EQ(camera->value(CameraRole::PixelClock), 18);
   EXPECT_TRUE(live().isLive());

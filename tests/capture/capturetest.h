@@ -55,10 +55,9 @@ class Capture : public ImageDocument {
     fgDrain();
     turn();
   }
-  // Until the next time that lost frames are found.
+  // Until lost frames were found, which may have been while they came.
   void awaitCheck() {
-    const size_t before = log().size();
-    while (log().find("did not arrive", before) == std::string::npos) app->loop.turn();
+    while (log().find("did not arrive") == std::string::npos) app->loop.turn();
   }
   ZBasicfgDoc& live() { return *liveDocument(); }
   ZBasicfgView& view() { return dynamic_cast<ZBasicfgView&>(*app->liveView); }
