@@ -107,12 +107,19 @@ bool Cflo1Doc::mayGoOn() {
     return true;
   }
   const Owner mine = measuredFor();
+  // One that was to end when it is full would lose its beginning to the next.
+  const bool isFull = stopsOnFull() && sampleCount == 0 && recorded >= stopPointCount;
+  if (mine == now && isFull) return beginAnew();
   if (mine == now) return true;
   if (host().messages.show(format("%s is of %s. Begin a new recording of %s?", title().c_str(),
                                   ownerWords(mine).c_str(), ownerWords(now).c_str()),
-                           Buttons::YesNo, Icon::Careful) != Answer::Yes ||
-      !saveModified())
+                           Buttons::YesNo, Icon::Careful) != Answer::Yes)
     return false;
+  return beginAnew();
+}
+
+bool Cflo1Doc::beginAnew() {
+  if (!saveModified()) return false;
   const TraceBatch batch(*this);
   for (const Fed& each : fedTraces()) deletetrace(*each.trace, false);
   makeNew();
@@ -197,12 +204,17 @@ void Cflo1Doc::serialize(Archive& archive) {
     SlowSampleRate = kept.slowSampleRate;
     Bandwidthi = std::min<int32_t>(kept.bandwidth, kNarrowest);
     ipchannel = kept.channel;
+    for (const Fed& each : fedTraces())
+      if (each.trace->name != kRaw) recorded = std::max<int64_t>(recorded, each.trace->size());
     return;
   }
   kept.slowSampleRate = SlowSampleRate;
   kept.bandwidth = static_cast<uint16_t>(Bandwidthi);
   kept.channel = ipchannel;
+  // Of a recording that goes on, too, only what was recorded.
+  if (running) keepRecorded();
   storeLive(archive, kept);
+  if (running) makeRoom();
 }
 
 // --- running

@@ -69,6 +69,7 @@ class Cflo1Doc final : public ZcommonFLODoc {
   void makeTraces();
   void makeNew();
   [[nodiscard]] bool mayGoOn();
+  [[nodiscard]] bool beginAnew();  // after asking about what is there
   // The traces that the input feeds, with the points of each at full length.
   struct Fed {
     ZZTrace* trace;

@@ -231,7 +231,12 @@ void ZBasicDoc::tellOfOtherScale(const std::string& path, const ToldScale& told)
 }
 
 bool ZBasicDoc::mayTakeFrom(const std::string& path) {
-  return !isDicomFile(path) || agreesToSubject(path, dicomSubject(path));
+  if (!isDicomFile(path)) return true;
+  const std::string subject = dicomSubject(path);
+  if (!agreesToSubject(path, subject)) return false;
+  if (!subject.empty() && hasImage() && subject != measuredFor().subject)
+    appendNotes(fileNameOf(path) + " names the subject " + subject + text::kLineEnd);
+  return true;
 }
 
 bool ZBasicDoc::importDicom(const std::string& path) {

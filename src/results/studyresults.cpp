@@ -61,6 +61,13 @@ struct Measure {
   std::string subject, exam, document, list, mark, quantity, value, unit, table;
 };
 
+// Measures of loops have no negative values: -1 stands where one can't be told.
+bool isUntold(const CResultDoc& table, const Measure& measure) {
+  const bool isOfLoops = hasColumn(table, "loops") || hasColumn(table, "other limb");
+  const bool isPlace = measure.quantity == "x" || measure.quantity == "y";
+  return isOfLoops && !isPlace && !measure.value.empty() && std::strtod(measure.value.c_str(), nullptr) == -1;
+}
+
 std::string withUnit(const std::string& quantity, const std::string& unit) {
   return unit.empty() ? quantity : quantity + " (" + unit + ")";
 }
@@ -110,6 +117,7 @@ struct StudyRows {
       measure.unit = unitOfMeasure(table, measure.quantity, units);
       if (isKey(measure.quantity) || !wanted.has(measure.quantity, measure.unit)) continue;
       measure.value = std::string(trimmed(table.shownCell(row, place)));
+      if (isUntold(table, measure)) measure.value.clear();
       measures.push_back(measure);
     }
   }

@@ -212,9 +212,22 @@ TEST_F(LiveDoppler, KeepsBuffersOfDifferentLengthAtTheSameTime) {
   EXPECT_NEAR(newest(cbv), newest(spectrum()), 0.002);
 }
 
+TEST_F(LiveDoppler, BeginsAnewAfterABufferWasFull) {
+  doc->stopPointCount = 7;
+  run(6);
+  ASSERT_FALSE(doc->running);
+  host.answers = {Answer::Cancel};
+  doc->runSource();
+  EXPECT_FALSE(doc->running) << "the recording is not saved";
+  doc->setModified(false);
+  doc->runSource();
+  EXPECT_TRUE(doc->running);
+  EXPECT_EQ(spectrum().data->at(3, 40), 0);
+  doc->stopSource();
+}
+
 TEST_F(LiveDoppler, BeginsAnewWhereItsTracesDo) {
   run(6);
-  doc->stopSource();
   ASSERT_TRUE(doc->onSaveDocument(folder.file("first.zz1")));
   doc->setPathName(folder.file("first.zz1"));
   host.fill({{"CBV Input Buffer: seconds", "9"}});
