@@ -7,6 +7,7 @@
 #include "archive/archive.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "charts/commandids.h"
 #include "doppler/dopplerinput.h"
 #include "exams/examselection.h"
 #include "host/host.h"
@@ -232,6 +233,19 @@ void Cflo1Doc::applyBandwidth() {
   setInput(flo1.outputRate(), flo1.blockrate);
   if (!input->auxiliary) return;
   if (const Outcome told = input->auxiliary->setBandwidth(inputRate / 2); !told) report(told.why());
+}
+
+bool Cflo1Doc::refuses(int32_t command) const {
+  const bool isResult = command == cmd::ChartResults && running;
+  return ZcommonFLODoc::refuses(command) ||
+         (isResult && std::ranges::any_of(fedTraces(), [this](const Fed& each) {
+            return each.trace->size() > recorded * (each.trace->name == kRaw ? 2 * fftpoints : 1);
+          }));
+}
+
+std::string Cflo1Doc::whyOff(int32_t command, const char* usual) const {
+  return command == cmd::ChartResults && running ? "Stop first: a part of the chart is not recorded yet."
+                                                 : ZcommonFLODoc::whyOff(command, usual);
 }
 
 void Cflo1Doc::runSource() {

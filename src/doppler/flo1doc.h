@@ -27,6 +27,9 @@ class Cflo1Doc final : public ZcommonFLODoc {
   bool hasSource() const override { return true; }
   void runSource() override;
   void stopSource() override;
+  // Results of what is not recorded yet.
+  bool refuses(int32_t command) const override;
+  std::string whyOff(int32_t command, const char* usual) const override;
 
   // --- flo1doc.cpp: what comes
   // The next of the input's blocks; those lost before it count as time.
