@@ -106,7 +106,9 @@ class CBasicMainFrame : public CommandTarget {
  private:
   // --- mainframe.cpp
   void selectSubject() { runSelectSubject(*subjectFace); }
-  bool canSelectSubject() const { return subjectFace != nullptr && !isRecording(); }
+  bool canSelectSubject() const {
+    return subjectFace != nullptr && !isRecording() && !(app.flo1View && app.flo1View->isRecording());
+  }
   void viewExams();
   void examsOfSubject();
   bool canShowOverview() const { return overviewFace != nullptr; }
