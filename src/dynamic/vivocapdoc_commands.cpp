@@ -104,8 +104,6 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
             .status = "Makes a colour movie of images that hold their three planes one above the other."}},
           {cmd::ConvertToGrey, "Convert to &grey", &D::toGrey, &D::isColourMovie},
           {cmd::Bin, "&Bin", &D::noCommand, &D::never},
-          {cmd::Undo, "&Undo", &D::noCommand, &D::never},
-          {cmd::Redo, "&Redo", &D::noCommand, &D::never},
           {cmd::MovementCorrection,
            "&Automatic Movement Correction",
            &D::correctMovement,

@@ -65,7 +65,7 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::importDimensionsCommand,
            {.tip = "Import dimensions", .status = "Adds points from a text file to the current list."}},
           {cmd::Undo, "&Undo", &D::undo, &D::canUndo},
-          {cmd::Redo, "&Redo", &D::undo, &D::canUndo},
+          {cmd::Redo, "&Redo", &D::redo, &D::canRedo},
           {cmd::DuplicateImage,
            "&Duplicate image in new window",
            &D::duplicateCommand,
