@@ -99,6 +99,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // -1 when there is no such dimension. In list 7 a second point is pushed to at least 64 pixels from the
   // first.
   virtual int32_t addPointToDimension(int32_t index, Point point);
+  // Where in that list the second point of a mark comes to lie; as wanted in the others.
+  Point placeOfSecond(Point first, Point wanted) const;
   bool deleteDimension(int32_t index);
   // The corners of regions for movement correction lie eight pixels apart, as those of its coarsest scale do.
   static Point snappedToBlocks(Point point) { return {point.x & ~7, point.y & ~7}; }
@@ -330,6 +332,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void exportDicomCommand();
   void importCommand();
   void toggleCircularRoi();
+  void clearRoi();
   bool hasRoi() const { return !roi.isEmpty(); }
   template <int32_t N>
   void paletteCommand() {

@@ -172,6 +172,13 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            {.tip = "Circular region",
             .status = "Makes the region of interest a circle, or a rectangle again.",
             .icon = "roi-circle"}},
+          {cmd::ClearRoi,
+           "&Clear ROI",
+           &D::clearRoi,
+           &D::hasRoi,
+           {.tip = "Clear ROI",
+            .status = "Takes the region of interest away: the whole image counts.",
+            .whyOff = "There is no region of interest."}},
           {cmd::PaletteGreylevel,
            "&Greylevel",
            &D::paletteCommand<0>,
@@ -587,6 +594,15 @@ void ZBasicDoc::importDimensionsCommand() {
 }
 
 void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
+
+void ZBasicDoc::clearRoi() {
+  {
+    const Change change(*this);
+    setRoi({});
+    setModified();
+  }
+  updateAllViews();
+}
 
 void ZBasicDoc::toggleCircularRoi() {
   const Change change(*this);
