@@ -114,6 +114,8 @@ inline constexpr int32_t NailAtLeft = 34195;
 inline constexpr int32_t AddLoopsToResults = 34196;
 inline constexpr int32_t ChartLoopMeasures = 34197;
 inline constexpr int32_t ClearRoi = 34230;
+inline constexpr int32_t ReviewMarks = 34235;
+inline constexpr int32_t FindAgain = 34236;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

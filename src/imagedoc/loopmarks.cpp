@@ -154,16 +154,18 @@ void removeFoundLoops(CDimList& list) {
   }
 }
 
-void putLoopMarks(CDimList& list, const NailfoldLoops& found, double pixelSize, Point corner) {
+void putLoopMarks(CDimList& list, const NailfoldLoops& found, double pixelSize, Point corner,
+                  const CDimList& rejected) {
   removeFoundLoops(list);
   if (found.row.size() < 2) return;
-  const std::vector<LoopMark> drawn = loopMarksOf(list).loops;
+  std::vector<LoopMark> taken = loopMarksOf(list).loops;
+  std::ranges::copy(loopMarksOf(rejected).loops, std::back_inserter(taken));
   addPath(list, found.row, corner, kRowColour, kRow + verdictOf(found));
   if (const LoopCount counted = countLoops(found.row, {}, found.centre, pixelSize); !counted.central.empty())
     addPath(list, counted.central, corner, kCentralColour, kCentral);
   for (const NailfoldLoop& loop : found.loops) {
     const Point at = rounded(loop.apex) + corner;
-    if (std::ranges::none_of(drawn, [&](const LoopMark& mark) {
+    if (std::ranges::none_of(taken, [&](const LoopMark& mark) {
           return std::hypot(mark.apex.x - at.x, mark.apex.y - at.y) * pixelSize < kSameLoop;
         }))
       addApex(list, loop, corner);

@@ -44,7 +44,9 @@ std::string wordsOf(const LoopMarks& marks, const LoopCount& counted);
 
 // What an earlier run put there goes; points that a user drew stay, and stand for the loops they lie on.
 // corner: where the image's first pixel lies among the marks.
-void putLoopMarks(CDimList& list, const NailfoldLoops& found, double pixelSize, Point corner);
+// rejected: points where no loop is put.
+void putLoopMarks(CDimList& list, const NailfoldLoops& found, double pixelSize, Point corner,
+                  const CDimList& rejected = {});
 void removeFoundLoops(CDimList& list);
 
 // The central millimetre and the avascular stretches, where they now lie on the row.

@@ -75,7 +75,8 @@ void ZBasicDoc::setCurrentList(int32_t index) {
 
 void ZBasicDoc::move(int32_t dx, int32_t dy) {
   dropStaleResult();
-  for (CDimList& list : dimlists) list.offset(dx, dy);
+  for (auto* lists : {&dimlists, &rejected})
+    for (CDimList& list : *lists) list.offset(dx, dy);
   roi = roi.offsetBy(dx, dy);
   target = target + Point{dx, dy};
   imageoffset = imageoffset + Point{dx, dy};

@@ -25,6 +25,7 @@
 #include "image/imagetaker.h"
 #include "image/stillsequence.h"
 #include "image/zzimage.h"
+#include "imagedoc/handles.h"
 #include "imagedoc/loopmarks.h"
 #include "linescan/imagefacts.h"
 #include "measure/dimlist.h"
@@ -193,6 +194,18 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // Finds the distal row of loops and marks it in list "Nailfold", as one change, or tells why it can't be
   // counted.
   virtual void findNailfoldLoops();
+  // --- what a user corrects of it (zbasicdoc_review.cpp)
+  // Takes away the mark there, brings back one that was taken away, or adds one; the density follows.
+  void reviewAt(const Aim& aim);
+  // What was taken away, of each list.
+  std::array<CDimList, kListCount> rejected;
+  // Of the current list: "3 rejected, 1 added or moved".
+  std::string reviewWords() const;
+  bool isReviewed() const;
+  // A mark that the user altered stays where a finder looks again.
+  void tellByHand(CDim& mark) const;
+  // "32 circles, 1 line"
+  std::string kindsCounted(int32_t list) const;
   // Why no loops can be looked for, whatever the pixels; empty when they can.
   std::string objectionToLoops() const;
   // Of the status bar; empty where the result is no count of loops.
@@ -423,12 +436,22 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   std::string finderLimits() const;
   void tellFinderLimits() const;
   void runFinder(CZZimage& working, const Rect& rect);
+  void markFound(CZZimage& working, const Rect& rect);
+  [[nodiscard]] bool copyForFinder(CZZimage& working);
+  // zbasicdoc_review.cpp
+  void findAgain();
+  bool isFound(const CDim& mark) const;
+  void recountReviewed();
+  void offerToLeaveOut();
+  void storeLists(Archive& archive);
+  void takeRejectedMarks();
   template <class Points>
   void addMinima(const Points& points, bool labelled);
   void discard();
   // zbasicdoc_loops.cpp
   NailfoldLoops loopsInRegion();
   void takeLoops(const NailfoldLoops& found);
+  void findLoopsAnew(bool keepsRejected);
   bool tellsLoops() const;
   void followLoops();
   // Of each marked loop, in the order of the marks; of one that the finder doesn't find there the distance to

@@ -51,7 +51,7 @@ void ZBasicDoc::storeFields(Archive& archive) {
   archive.writeString(stationIdFirst);
   archive.putInt(originx);
   archive.putInt(originy);
-  for (CDimList& list : dimlists) list.serialize(archive);
+  storeLists(archive);
   CdbDocument::serialize(archive);
 }
 
@@ -95,6 +95,7 @@ void ZBasicDoc::loadFields(Archive& archive) {
   originx = version > 10 ? archive.getInt() : 0;
   originy = version > 10 ? archive.getInt() : 0;
   loadLists(archive, version, count);
+  takeRejectedMarks();
   if (version > 8) {
     const std::string kept = stationIdFirst;
     CdbDocument::serialize(archive);

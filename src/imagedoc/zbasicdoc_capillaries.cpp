@@ -1,7 +1,6 @@
 // Finding and counting capillaries, and the smaller finders beside it.
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 #include <span>
 
 #include "analysis/finder.h"
@@ -88,7 +87,9 @@ int32_t ZBasicDoc::capillariesIn(int32_t list) const {
 // What the result counts and is per; empty where it is no density of marks that are there.
 std::string ZBasicDoc::countedWords() const {
   if (resultText.empty() || countedList < 0) return {};
-  return format("%i counted in list %i, per %s", capillariesIn(countedList), countedList,
+  const std::string kinds = kindsCounted(countedList);
+  return format("%i counted in list %i%s, per %s", capillariesIn(countedList), countedList,
+                kinds.find(',') == std::string::npos ? "" : (" (" + kinds + ")").c_str(),
                 densityUnit(unitName()).c_str());
 }
 
@@ -100,12 +101,7 @@ std::string ZBasicDoc::resultLines() const {
 std::vector<SideFact> ZBasicDoc::densityFacts() const {
   if (resultText.empty()) return {};
   if (countedList < 0) return {{"Result", resultText}};
-  std::map<std::string, int> kinds;
-  for (const auto& mark : dimlists[static_cast<size_t>(countedList)].items)
-    if (isCounted(*mark)) ++kinds[kindOf(*mark)];
-  std::string counted;
-  for (const auto& [kind, count] : kinds)
-    counted += format("%s%i %s%s", counted.empty() ? "" : ", ", count, kind.c_str(), count == 1 ? "" : "s");
+  const std::string counted = kindsCounted(countedList);
   const double count = capillariesIn(countedList), area = roiArea();
   const bool isLength = calibrated && userunits == "um";
   std::vector<SideFact> all{
@@ -115,6 +111,7 @@ std::vector<SideFact> ZBasicDoc::densityFacts() const {
               calibrated ? "" : ", not calibrated"),
        !calibrated},
       {"Area", isLength ? format("%.3f mm²", area * 1e-6) : format("%.0f %s²", area, unitName().c_str())}};
+  if (countedList == currentlist && isReviewed()) all.push_back({"Reviewed", reviewWords()});
   if (isLength) {
     const double width = roiOrWhole().width() * scale().x * 1e-3;
     all.push_back({"Per mm of width", format("%.2f", count / width)});
@@ -166,7 +163,7 @@ std::string ZBasicDoc::finderLimits() const {
 }
 
 // What is found in the corners of a circular ROI's rectangle lies outside and is no mark.
-void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
+void ZBasicDoc::markFound(CZZimage& working, const Rect& rect) {
   if (const std::string limits = finderLimits(); !limits.empty()) appendNotes(limits + text::kLineEnd);
   const Rect area = roiOrWhole();
   for (const CapillaryRegion& region :
@@ -178,7 +175,15 @@ void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
     addPointToDimension(index, second);
     if (!currentDims().at(index).Overlaps(area, hasCircularRoi())) currentDims().remove(index);
   }
+}
+
+void ZBasicDoc::runFinder(CZZimage& working, const Rect& rect) {
+  markFound(working, rect);
   reportDensity(capillariesIn(currentlist));
+}
+
+bool ZBasicDoc::copyForFinder(CZZimage& working) {
+  return working.copyImage(*theImage()) && makeGrey(working, *this);
 }
 
 bool ZBasicDoc::countCapillaries() {
@@ -190,17 +195,17 @@ bool ZBasicDoc::countCapillaries() {
     return false;
   }
   const int32_t marked = capillariesIn(currentlist);
-  if (marked > 0) {
-    reportDensity(marked);
-    setModified();
-  } else {
-    CZZimage working;
-    if (!working.copyImage(*theImage()) || !makeGrey(working, *this)) {
+  {
+    const Change change(*this);
+    if (CZZimage working; marked > 0) {
+      reportDensity(marked);
+    } else if (copyForFinder(working)) {
+      rejected[static_cast<size_t>(currentlist)].removeAll();
+      runFinder(working, roi);
+    } else {
       report("There is not enough memory.");
       return false;
     }
-    const Change change(*this);
-    runFinder(working, roi);
     setModified();
   }
   updateAllViews(CView::Change::Marks);
@@ -208,7 +213,7 @@ bool ZBasicDoc::countCapillaries() {
 }
 
 void ZBasicDoc::findCapillaries() {
-  if (capillariesIn(currentlist) == 0) tellFinderLimits();
+  capillariesIn(currentlist) == 0 ? tellFinderLimits() : offerToLeaveOut();
   if (countCapillaries()) host().messages.show(resultLines());
 }
 

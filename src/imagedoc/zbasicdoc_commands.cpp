@@ -404,6 +404,13 @@ const CommandTableBase& ZBasicDoc::commandTable() {
             .status = "Finds and counts capillaries in the region, or counts those that are marked.",
             .keys = "Ctrl+F",
             .icon = "find-capillaries"}},
+          {cmd::FindAgain,
+           "Find &again",
+           &D::findAgain,
+           &D::hasImage,
+           {.tip = "Find again",
+            .status =
+                "Finds anew what the current list marks, and keeps what you added, moved or rejected."}},
           {cmd::FindNailfoldLoops,
            "Find nailfold &loops",
            &D::findNailfoldLoops,

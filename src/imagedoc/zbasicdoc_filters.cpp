@@ -244,7 +244,8 @@ void ZBasicDoc::binMarks() {
   }
   magx *= 2;
   magy *= 2;
-  for (CDimList& list : dimlists) list.scale(1, 2);
+  for (auto* lists : {&dimlists, &rejected})
+    for (CDimList& list : *lists) list.scale(1, 2);
   target = {target.x / 2, target.y / 2};
   imageoffset = {imageoffset.x / 2, imageoffset.y / 2};
   if (roi.isEmpty()) return;

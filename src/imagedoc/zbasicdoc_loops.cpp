@@ -87,13 +87,16 @@ NailfoldLoops ZBasicDoc::loopsInRegion() {
   return findLoops(*roiChild(), requestFor(loopScale(), sideOfNail()));
 }
 
-void ZBasicDoc::findNailfoldLoops() {
+void ZBasicDoc::findNailfoldLoops() { findLoopsAnew(false); }
+
+void ZBasicDoc::findLoopsAnew(bool keepsRejected) {
   if (const std::string why = objectionToLoops(); !why.empty()) return report(why);
   if (roiOrWhole().isEmpty())
     return report("The region lies outside the image: there is nothing to find in.");
   {
     const WaitScope wait;
     const Change change(*this);
+    if (!keepsRejected) rejected[kNailfoldList].removeAll();
     takeLoops(loopsInRegion());
   }
   updateAllViews();
@@ -103,7 +106,7 @@ void ZBasicDoc::findNailfoldLoops() {
 void ZBasicDoc::takeLoops(const NailfoldLoops& found) {
   forgetResult();
   CDimList& list = dimlists[kNailfoldList];
-  putLoopMarks(list, found, loopScale().x, cornerOfRegion());
+  putLoopMarks(list, found, loopScale().x, cornerOfRegion(), rejected[kNailfoldList]);
   list.hidden = false;
   setCurrentList(kNailfoldList);
   if (found.verdict == LoopVerdict::Refused) {

@@ -72,7 +72,8 @@ void ZBasicDoc::loadSettings() {
 }
 
 void ZBasicDoc::deleteContents() {
-  for (CDimList& list : dimlists) list.removeAll();
+  for (auto* lists : {&dimlists, &rejected})
+    for (CDimList& list : *lists) list.removeAll();
   currentlist = kPlainList;
   image.reset();
   unrepaired.reset();

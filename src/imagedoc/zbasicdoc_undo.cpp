@@ -38,6 +38,13 @@ void forEachField(KeptValues& values, const Work& work) {
   (std::make_index_sequence<kFieldCount>());
 }
 
+// The lists, and behind them what was rejected in each.
+constexpr size_t kAllLists = size_t{2} * kListCount;
+const CDimList& listAt(const D& doc, size_t i) {
+  return i < kListCount ? doc.dimlists[i] : doc.rejected[i - kListCount];
+}
+CDimList& listAt(D& doc, size_t i) { return const_cast<CDimList&>(listAt(std::as_const(doc), i)); }
+
 }  // namespace
 
 // One side of a change. Before the change it holds everything; kept, only what the change altered.
@@ -49,15 +56,15 @@ struct ZBasicDoc::UndoState {
         ownsImageFile(doc.ownsImageFile),
         imageStamp(doc.imageStamp),
         dustMask(process.dustMaskEnabled) {
-    for (size_t i = 0; i < kListCount; ++i) lists[i] = doc.dimlists[i].clone();
+    for (size_t i = 0; i < kAllLists; ++i) lists[i] = listAt(doc, i).clone();
     forEachField(fields, [&](auto member, auto& value) { value = doc.*member; });
   }
 
   // Lets go of what the document still holds alike. False when nothing is left.
   bool keepWhatDiffers(const ZBasicDoc& doc) {
     bool any = image || notes != doc.notes || dustMask != process.dustMaskEnabled;
-    for (size_t i = 0; i < kListCount; ++i) {
-      const CDimList& now = doc.dimlists[i];
+    for (size_t i = 0; i < kAllLists; ++i) {
+      const CDimList& now = listAt(doc, i);
       if (lists[i]->hasSameItems(now) && lists[i]->width == now.width) lists[i].reset();
       any = any || lists[i];
     }
@@ -71,12 +78,13 @@ struct ZBasicDoc::UndoState {
   }
 
   void exchange(ZBasicDoc& doc) {
-    for (size_t i = 0; i < kListCount; ++i) {
+    for (size_t i = 0; i < kAllLists; ++i) {
       if (!lists[i]) continue;
-      std::swap(doc.dimlists[i].items, lists[i]->items);
-      std::swap(doc.dimlists[i].width, lists[i]->width);
-      std::swap(doc.dimlists[i].hidden, lists[i]->hidden);
-      doc.dimlists[i].selectedindex = -1;
+      CDimList& now = listAt(doc, i);
+      std::swap(now.items, lists[i]->items);
+      std::swap(now.width, lists[i]->width);
+      std::swap(now.hidden, lists[i]->hidden);
+      now.selectedindex = -1;
     }
     const int32_t calibratedBefore = doc.calibrated;
     const std::string unitsBefore = doc.userunits;
@@ -128,7 +136,7 @@ struct ZBasicDoc::UndoState {
     return all;
   }
 
-  std::array<std::unique_ptr<CDimList>, kListCount> lists;
+  std::array<std::unique_ptr<CDimList>, kAllLists> lists;
   KeptValues fields;
   std::string notes, notesHere;
   int32_t imagedirty;

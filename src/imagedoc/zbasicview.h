@@ -38,8 +38,9 @@ enum Tool : int32_t {
   kToolCircle = 13,
   kToolPolygon = 14,
   kToolFreehandArea = 15,
-  kToolTrace = 16,  // click traces capillaries
-  kToolDust = 18,   // two corners of a rectangle in list 8
+  kToolTrace = 16,   // click traces capillaries
+  kToolDust = 18,    // two corners of a rectangle in list 8
+  kToolReview = 19,  // click takes a mark away, or adds one
 };
 // One for the process. The internal values 1 and 6 stand only while a button is held.
 extern int32_t tool;
@@ -192,6 +193,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   }
 
   // zbasicview_draw.cpp
+  void drawRejected(Canvas& zoomed) const;
   void drawHovered(Canvas& canvas, Canvas& zoomed) const;
   void drawInHand(Canvas& canvas, Canvas& zoomed) const;
   std::string figures() const;

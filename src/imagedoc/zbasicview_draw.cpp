@@ -1,5 +1,7 @@
 // What the image view draws: the picture, its overlays, and on top what only the window shows.
+#include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "drawing/picturepainter.h"
 #include "imagedoc/livefigures.h"
@@ -57,6 +59,21 @@ std::string ZBasicView::figures() const {
   return figuresOf(doc, *shapes[0], vertex);
 }
 
+// A pale cross where a mark was.
+void ZBasicView::drawRejected(Canvas& zoomed) const {
+  if (tool != kToolReview) return;
+  for (const auto& mark : doc.rejected[static_cast<size_t>(doc.currentlist)].items) {
+    Point at;
+    double x = 0, y = 0;
+    mark->Centre(at, x, y);
+    const int32_t half = std::max(3, static_cast<int32_t>(std::sqrt(mark->Area(1, 1)) / 3));
+    drawTwice(zoomed, false, [&] {
+      zoomed.polyline(std::array{Point{at.x - half, at.y - half}, Point{at.x + half, at.y + half}});
+      zoomed.polyline(std::array{Point{at.x - half, at.y + half}, Point{at.x + half, at.y - half}});
+    });
+  }
+}
+
 void ZBasicView::drawInHand(Canvas& canvas, Canvas& zoomed) const {
   if (holdsRoi()) {
     const Rect area = roiToBe();
@@ -89,6 +106,7 @@ void ZBasicView::draw(Canvas& canvas) {
   const Point corner = Point{} - pictureShift();
   const Point first = toImage(corner), last = toImage(corner + Point{area.width, area.height});
   drawOverlays(zoomed, doc, selected, {first.x, first.y, wrapAdd(last.x, 1), wrapAdd(last.y, 1)});
+  drawRejected(zoomed);
   drawHovered(canvas, zoomed);
   drawInHand(canvas, zoomed);
   if (showsScaleBar) drawScaleBar(canvas, scaleBarFor(doc, zoomnum, zoomden, area.width), area);

@@ -128,6 +128,9 @@ void ZBasicView::press(const MouseEvent& event) {
       return;
     case kToolTrace:
       return traceCapillaries();
+    case kToolReview:
+      clearSelections();
+      return doc.reviewAt(aimAt(event.at));
     default:
       return clickShape();
   }
@@ -309,7 +312,10 @@ void ZBasicView::endGrip(const MouseEvent& event) {
 void ZBasicView::endDragDimension() {
   Point first;
   if (!hasSelection() || !doc.currentDims().at(selected).GetPoint(0, first)) return;
-  edit([&] { doc.currentDims().drag(selected, first + draggedBy()); });
+  edit([&] {
+    for (const int32_t i : doc.currentDims().selection(selected)) doc.tellByHand(doc.currentDims().at(i));
+    doc.currentDims().drag(selected, first + draggedBy());
+  });
 }
 
 void ZBasicView::endReshape(std::vector<std::unique_ptr<CDim>> shapes) {
@@ -317,6 +323,7 @@ void ZBasicView::endReshape(std::vector<std::unique_ptr<CDim>> shapes) {
   CDimList& dims = doc.currentDims();
   edit([&] {
     shapes[0]->selected = dims.at(held.mark).selected;
+    doc.tellByHand(*shapes[0]);
     dims.items[static_cast<size_t>(held.mark)] = std::move(shapes[0]);
   });
 }
@@ -394,7 +401,10 @@ bool ZBasicView::nudge(const KeyEvent& event) {
   Point first;
   if (!doc.currentDims().at(moved[0]).GetPoint(0, first)) return false;
   finishShape();
-  edit([&] { doc.currentDims().drag(moved[0], first + by); });
+  edit([&] {
+    for (const int32_t i : moved) doc.tellByHand(doc.currentDims().at(i));
+    doc.currentDims().drag(moved[0], first + by);
+  });
   return true;
 }
 

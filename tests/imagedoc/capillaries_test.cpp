@@ -43,7 +43,9 @@ TEST_F(Capillaries, AreFoundCountedAndRecountedByASecondPress) {
   EXPECT_EQ(d.currentDims().size(), count + 1) << "no mark changes";
   EXPECT_EQ(d.resultText,
             format("%7.3f, capillary density, %7.3f, area", (count + 1) / (4 * area), 4 * area));
-  EXPECT_THAT(d.tell("result").text, EndsWith(format("\n%i counted in list 0, per mm2\n", count + 1)));
+  EXPECT_THAT(
+      d.tell("result").text,
+      EndsWith(format("\n%i counted in list 0 (%i circles, 2 points), per mm2\n", count + 1, count - 1)));
   d.userunits = "mm";
   EXPECT_THAT(d.tell("result").text, EndsWith("per million mm2\n"));
 }
