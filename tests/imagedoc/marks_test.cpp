@@ -104,6 +104,8 @@ TEST_F(Marks, WhatThePointerMeetsStandsOut) {
   }
   play("move 50,20");
   EXPECT_EQ(countDrawn("polyline 20,20 80,20"), 3U) << "the mark itself, and twice upon it";
+  view->mouseLeft();
+  EXPECT_EQ(countDrawn("polyline 20,20 80,20"), 1U);
 }
 
 TEST_F(Marks, EachGestureIsOneStepOfUndo) {
