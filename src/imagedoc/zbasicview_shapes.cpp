@@ -147,10 +147,10 @@ bool ZBasicView::holdsFound(int32_t list) const {
 void ZBasicView::keepCountApart() {
   if (isUnattended() || !measures(tool) || !hasImage() || !holdsFound(doc.currentlist)) return;
   const auto isFree = [this](int32_t list) { return doc.dimlists[static_cast<size_t>(list)].items.empty(); };
-  int32_t wanted = measuresHere;
+  int32_t wanted = measuresHere >= 0 && !holdsFound(measuresHere) ? measuresHere : -1;
   for (int32_t list = kPlainList; list <= kFcdList && wanted < 0; ++list)
     if (isFree(list)) wanted = list;
-  if (wanted < 0 || holdsFound(wanted)) return;
+  if (wanted < 0) return;
   countKept = doc.currentlist;
   measuresHere = wanted;
   takeList(wanted);
