@@ -235,6 +235,11 @@ void ViewWidget::mouseMoveEvent(QMouseEvent* event) {
   touched();
 }
 
+bool ViewWidget::viewportEvent(QEvent* event) {
+  if (event->type() == QEvent::Leave && viewShown) viewShown->mouseLeft();
+  return QAbstractScrollArea::viewportEvent(event);
+}
+
 void ViewWidget::wheelEvent(QWheelEvent* event) {
   if (!viewShown) return;
   wheelRest += event->angleDelta();

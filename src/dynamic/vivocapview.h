@@ -43,6 +43,7 @@ class CVivoCapView : public ZBasicView {
 
  protected:
   Cursor wantedCursor() const override;
+  bool takesHold() const override { return byHand == ByHand::Off && ZBasicView::takesHold(); }
   Point pictureShift() const override;  // as far as it is being pulled
 
  private:

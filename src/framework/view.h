@@ -127,6 +127,7 @@ class CView : public CommandTarget, public ScriptTarget {
   virtual void draw(Canvas&) {}
   virtual void mouseDown(const MouseEvent&) {}
   virtual void mouseMove(const MouseEvent&) {}
+  virtual void mouseLeft() {}  // the window, no button being held
   virtual void mouseUp(const MouseEvent&) {}
   virtual void mouseDouble(const MouseEvent&) {}
   // Scrolls, unless a view has its own use for the wheel.

@@ -83,6 +83,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   // --- zbasicview_mouse.cpp
   void mouseDown(const MouseEvent& event) override;
   void mouseMove(const MouseEvent& event) override;
+  void mouseLeft() override;
   void mouseUp(const MouseEvent& event) override;
   void mouseDouble(const MouseEvent& event) override;
   void wheel(const WheelEvent& event) override;
@@ -118,6 +119,8 @@ class ZBasicView : public CView, public AutoLoadSink {
   virtual Cursor wantedCursor() const;
   // How far the picture is drawn out of its place, with the marks where they are in their frame.
   virtual Point pictureShift() const { return {}; }
+  // Whether a press would take hold of what lies under it.
+  virtual bool takesHold() const { return tool == kToolNone; }
   void updateCursor();
   // In hand, whatever was before.
   void takeTool(int32_t wanted);
@@ -167,7 +170,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   void pressWithoutTool(const MouseEvent& event);
   void pressHandle();
   void beginRoi(Point from, bool chosen);
-  void hover(Point windowPoint);
+  void meet(const Handle& under);
   void endGrip(const MouseEvent& event);
   void endDragDimension();
   void endReshape(std::vector<std::unique_ptr<CDim>> shapes);

@@ -201,7 +201,7 @@ void ZBasicView::mouseMove(const MouseEvent& event) {
       if (isFar(event.at, pressedAt)) dragmode = kRectRubber;
       break;
     case Grip::None:
-      hover(event.at);
+      meet(takesHold() ? handleUnder(doc, selected, aimAt(event.at)) : Handle{});
       break;
     case Grip::Freehand:
       addFreehandPoint();
@@ -218,13 +218,13 @@ void ZBasicView::mouseMove(const MouseEvent& event) {
   updateCursor();
 }
 
-// What a press here would take hold of.
-void ZBasicView::hover(Point windowPoint) {
-  const Handle under = tool == kToolNone ? handleUnder(doc, selected, aimAt(windowPoint)) : Handle{};
+void ZBasicView::meet(const Handle& under) {
   if (under == hovered) return;
   hovered = under;
   redraw();
 }
+
+void ZBasicView::mouseLeft() { meet({}); }
 
 std::vector<std::unique_ptr<CDim>> ZBasicView::dimensionsToBe() const {
   std::vector<std::unique_ptr<CDim>> all;
@@ -271,9 +271,7 @@ void ZBasicView::mouseUp(const MouseEvent& event) {
   if (!hasImage()) return cancelGrip();
   mouseMove(event);  // the last point may have come with the release alone
   endGrip(event);
-  hover(event.at);
-  site().panesChanged();
-  updateCursor();
+  mouseMove(event);  // over what lies there now
 }
 
 void ZBasicView::endGrip(const MouseEvent& event) {

@@ -1,6 +1,7 @@
 // Dimensions that the mouse draws: the tools that add one, and its growth from the first click to the last.
 #include <algorithm>
 
+#include "app/asked.h"
 #include "host/host.h"
 #include "imagedoc/commandids.h"
 #include "imagedoc/zbasicview.h"
@@ -142,14 +143,14 @@ bool ZBasicView::holdsFound(int32_t list) const {
          });
 }
 
-// Measures begin in the first empty list of the plain ones, and go on in that.
+// Measures begin in the first empty list of the plain ones, and go on in that. A script chooses lists itself.
 void ZBasicView::keepCountApart() {
-  if (!measures(tool) || !hasImage() || !holdsFound(doc.currentlist)) return;
+  if (isUnattended() || !measures(tool) || !hasImage() || !holdsFound(doc.currentlist)) return;
   const auto isFree = [this](int32_t list) { return doc.dimlists[static_cast<size_t>(list)].items.empty(); };
-  int32_t wanted = measuresHere;
+  int32_t wanted = measuresHere >= 0 && !holdsFound(measuresHere) ? measuresHere : -1;
   for (int32_t list = kPlainList; list <= kFcdList && wanted < 0; ++list)
     if (isFree(list)) wanted = list;
-  if (wanted < 0 || holdsFound(wanted)) return;
+  if (wanted < 0) return;
   countKept = doc.currentlist;
   measuresHere = wanted;
   takeList(wanted);

@@ -52,7 +52,9 @@ const CommandTableBase& TableView::commandTable() {
        "Select &all",
        &V::selectAll,
        &V::hasRows,
-       {.tip = "Select all", .status = "Selects all cells of the table.", .keys = "Ctrl+A"}},
+       {.tip = "Select all",
+        .status = "Selects all cells of the table, or all marks of the current list.",
+        .keys = "Ctrl+A"}},
   };
   return table;
 }

@@ -117,5 +117,28 @@ TEST_F(MouseTools, ASessionByMouseComesBackWhole) {
   EXPECT_FALSE(image()->isModified());
 }
 
+TEST_F(MouseTools, MarksAndTheRegionAreCorrectedByMouseAndKeys) {
+  using Points = std::vector<Point>;
+  draw(shapes()[1]);  // (30, 600) to (130, 600)
+  draw(shapes()[0]);
+  click({80, 600});
+  drag({{130, 600}, {140, 590}, {150, 580}});
+  EXPECT_EQ(image()->currentDims().at(0).points, (Points{{30, 600}, {150, 580}}));
+  drag({{20, 20}, {40, 100}, {200, 500}});
+  press(Qt::Key_Left, Qt::ShiftModifier);
+  EXPECT_EQ(image()->currentDims().at(1).points, (Points{{30, 50}}));
+  press(Qt::Key_A, Qt::ControlModifier);
+  press(Qt::Key_Delete);
+  EXPECT_EQ(count(), 0);
+  press(Qt::Key_Z, Qt::ControlModifier);
+  EXPECT_EQ(count(), 2);
+  press(Qt::Key_F3);
+  drag({{100, 60}, {300, 200}, {740, 540}});
+  drag({{740, 540}, {700, 510}, {700, 500}});
+  EXPECT_EQ(image()->roi, (Rect{100, 60, 700, 500}));
+  choose({"Image", "Clear ROI"});
+  EXPECT_TRUE(image()->roi.isEmpty());
+}
+
 }  // namespace
 }  // namespace tarnvisor

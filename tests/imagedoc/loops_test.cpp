@@ -38,6 +38,9 @@ TEST_F(NailfoldRow, IsMarkedCountedAndTakenBackByUndo) {
   const int32_t count = marksOf(d).size();
   run("Find nailfold loops");
   EXPECT_EQ(marksOf(d).size(), count);
+  run("Dimension Lines");
+  EXPECT_EQ(d.currentlist, kPlainList) << "measures keep apart from them";
+  run("Dimension Lines");
   makeStill();
   run("Find nailfold loops");
   run("Undo");
