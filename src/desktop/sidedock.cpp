@@ -7,7 +7,9 @@
 #include <QFormLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QPushButton>
 #include <QSortFilterProxyModel>
+#include <QTabBar>
 #include <QTableView>
 #include <QVBoxLayout>
 #include <cmath>
@@ -70,16 +72,19 @@ SideDock::SideDock(QWidget* parent)
   sorted->setSortRole(Qt::UserRole);
   table->setModel(sorted);
   connect(groups, &QComboBox::activated, this, [this](int chosen) {
-    SidePanel* panel = shown ? shown->sidePanel() : nullptr;
+    SidePanel* panel = panelShown();
     if (!panel) return;
     panel->chooseGroup(static_cast<size_t>(chosen));
     shown->document().updateAllViews(CView::Change::Marks);
     if (onTouched) onTouched();
   });
   connect(groupShown, &QCheckBox::clicked, this, [this](bool on) {
-    SidePanel* panel = shown ? shown->sidePanel() : nullptr;
+    SidePanel* panel = panelShown();
     if (panel) panel->showGroup(panel->currentGroup(), on);
     if (onTouched) onTouched();
+  });
+  connect(tabs, &QTabBar::currentChanged, this, [this] {
+    if (!following) show(shown);
   });
   connect(table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { rowsChosen(); });
 }
@@ -90,6 +95,10 @@ void SideDock::build() {
   auto* body = new QWidget;
   auto* layout = new QVBoxLayout(body);
   layout->setContentsMargins(6, 6, 6, 6);
+  tabs = new QTabBar;
+  tabs->setObjectName("panels");
+  tabs->setAccessibleName("What the dock shows");
+  tabs->setExpanding(false);
   nothing = new QLabel("No picture is in front.");
   nothing->setEnabled(false);
   factsBox = new QWidget;
@@ -119,10 +128,13 @@ void SideDock::build() {
   sums = new QLabel;
   sums->setWordWrap(true);
   sums->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  actionRow = new QHBoxLayout;
+  layout->addWidget(tabs);
   layout->addWidget(nothing);
   layout->addWidget(factsBox);
   layout->addLayout(listRow);
   layout->addWidget(table, 1000);  // all that the rest leaves
+  layout->addLayout(actionRow);
   layout->addWidget(sums);
   layout->addStretch();
   setWidget(body);
@@ -130,7 +142,8 @@ void SideDock::build() {
 
 void SideDock::show(CView* view) {
   shown = view && view->sidePanel() ? view : nullptr;
-  SidePanel* panel = shown ? shown->sidePanel() : nullptr;
+  showTabs();
+  SidePanel* panel = panelShown();
   const bool other = model->panel != panel;
   if (!panel) model->forget();
   if (!isVisible()) {
@@ -138,9 +151,11 @@ void SideDock::show(CView* view) {
     return model->forget();
   }
   nothing->setVisible(!panel);
-  for (QWidget* part : {factsBox, static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown),
-                        static_cast<QWidget*>(table), static_cast<QWidget*>(sums)})
+  for (QWidget* part : {factsBox, static_cast<QWidget*>(table), static_cast<QWidget*>(sums)})
     part->setVisible(panel != nullptr);
+  for (QWidget* part : {static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown)})
+    part->setVisible(panel && !panel->groups().empty());
+  showActions();
   if (!panel) {
     if (other || !key.empty()) model->take(nullptr);
     return key.clear();
@@ -159,15 +174,60 @@ void SideDock::show(CView* view) {
     key = now;
     showGroups();
   }
-  groupShown->setChecked(panel->groups()[panel->currentGroup()].isShown);
+  if (const auto all = panel->groups(); !all.empty())
+    groupShown->setChecked(all[panel->currentGroup()].isShown);
   showFacts();
   showSelection();
   showSums();
   following = false;
 }
 
+SidePanel* SideDock::panelShown() const {
+  if (!shown) return nullptr;
+  const std::vector<SidePanel*> all = shown->sidePanels();
+  const auto chosen = static_cast<size_t>(std::max(0, tabs->currentIndex()));
+  return all[chosen < all.size() ? chosen : 0];
+}
+
+// The one that was chosen stays so from one view to the next that has it.
+void SideDock::showTabs() {
+  const std::vector<SidePanel*> all = shown ? shown->sidePanels() : std::vector<SidePanel*>{};
+  following = true;
+  for (size_t i = 0; i < all.size(); ++i) {
+    const int at = static_cast<int>(i);
+    if (at >= tabs->count()) tabs->addTab({});
+    tabs->setTabText(at, toQt(all[i]->title()));
+  }
+  if (shown)
+    while (tabs->count() > static_cast<int>(all.size())) tabs->removeTab(tabs->count() - 1);
+  tabs->setVisible(all.size() > 1);
+  following = false;
+}
+
+void SideDock::showActions() {
+  SidePanel* panel = panelShown();
+  const std::vector<std::string> wanted = panel ? panel->actions() : std::vector<std::string>{};
+  while (actions.size() < wanted.size()) {
+    const size_t which = actions.size();
+    auto* button = new QPushButton;
+    connect(button, &QPushButton::clicked, this, [this, which] {
+      SidePanel* acting = panelShown();
+      if (acting && acting->canAct(which)) acting->act(which);
+      if (onTouched) onTouched();
+    });
+    actionRow->addWidget(button);
+    actions.push_back(button);
+  }
+  for (size_t i = 0; i < actions.size(); ++i) {
+    actions[i]->setVisible(i < wanted.size());
+    if (i >= wanted.size()) continue;
+    actions[i]->setText(toQt(wanted[i]));
+    actions[i]->setEnabled(panel->canAct(i));
+  }
+}
+
 void SideDock::showFacts() {
-  const std::vector<SideFact> told = shown->sidePanel()->facts();
+  const std::vector<SideFact> told = panelShown()->facts();
   while (facts->rowCount() > static_cast<int>(told.size())) facts->removeRow(facts->rowCount() - 1);
   for (size_t i = 0; i < told.size(); ++i) {
     const int row = static_cast<int>(i);
@@ -187,7 +247,7 @@ void SideDock::showFacts() {
 }
 
 void SideDock::showGroups() {
-  SidePanel* panel = shown->sidePanel();
+  SidePanel* panel = panelShown();
   const QSignalBlocker quiet(groups);
   const std::vector<SidePanel::Group> all = panel->groups();
   groups->clear();
@@ -197,7 +257,7 @@ void SideDock::showGroups() {
 }
 
 void SideDock::showSelection() {
-  SidePanel* panel = shown->sidePanel();
+  SidePanel* panel = panelShown();
   QItemSelection wanted;
   const auto last = static_cast<int>(model->columns.size()) - 1;
   QModelIndex first;
@@ -219,7 +279,7 @@ void SideDock::showSelection() {
 
 // Of the rows that are selected, or of all.
 void SideDock::showSums() {
-  SidePanel* panel = shown->sidePanel();
+  SidePanel* panel = panelShown();
   std::vector<size_t> rows;
   for (const QModelIndex& at : table->selectionModel()->selectedRows())
     rows.push_back(static_cast<size_t>(sorted->mapToSource(at).row()));
@@ -230,27 +290,30 @@ void SideDock::showSums() {
   }
   std::string words = format("%zu %s", rows.size(), isSelection ? "selected" : "in the list");
   for (size_t column = 1; column < model->columns.size(); ++column) {
-    if (!model->columns[column].isNumber) continue;
+    const SidePanel::Column& told = model->columns[column];
+    if (!told.isNumber || !(told.hasMean || told.isSummed)) continue;
     double sum = 0;
     size_t count = 0;
     for (const size_t row : rows)
       if (const double value = panel->number(row, column); value > 0) sum += value, ++count;
-    const SidePanel::Column& told = model->columns[column];
     if (count == 0) continue;
-    words += format("\n%s: mean %.1f%s%s", told.heading.c_str(), sum / static_cast<double>(count),
-                    told.unit.empty() ? "" : " ", told.unit.c_str());
-    if (told.isSummed) words += format(", sum %.0f", sum);
+    const std::string unit = (told.unit.empty() ? "" : " ") + told.unit;
+    words += format("\n%s:", told.heading.c_str());
+    if (told.hasMean) words += format(" mean %.1f%s", sum / static_cast<double>(count), unit.c_str());
+    if (told.isSummed)
+      words += told.hasMean ? format(", sum %.0f", sum) : format(" sum %.1f%s", sum, unit.c_str());
   }
   if (sums->text() != toQt(words)) sums->setText(toQt(words));
 }
 
 void SideDock::rowsChosen() {
-  SidePanel* panel = shown ? shown->sidePanel() : nullptr;
+  SidePanel* panel = panelShown();
   if (following || !panel) return;
   std::vector<size_t> rows;
   for (const QModelIndex& at : table->selectionModel()->selectedRows())
     rows.push_back(static_cast<size_t>(sorted->mapToSource(at).row()));
   panel->select(rows);
+  showActions();
   if (onTouched) onTouched();
 }
 

@@ -4,19 +4,24 @@
 
 #include <QDockWidget>
 #include <functional>
+#include <vector>
 
 #include "framework/view.h"
 
 class QCheckBox;
 class QComboBox;
 class QFormLayout;
+class QHBoxLayout;
 class QLabel;
 class QSortFilterProxyModel;
+class QPushButton;
+class QTabBar;
 class QTableView;
 
 namespace tarnvisor {
 
 class SideModel;
+class SidePanel;
 
 class SideDock final : public QDockWidget {
  public:
@@ -33,15 +38,21 @@ class SideDock final : public QDockWidget {
 
  private:
   void build();
+  void showTabs();
+  void showActions();
   void showFacts();
   void showGroups();
   void showSelection();
   void showSums();
   void rowsChosen();
+  SidePanel* panelShown() const;  // null for none
 
   CView* shown = nullptr;
   std::string key;  // of what the table shows
   bool following = false;
+  QTabBar* tabs;  // a panel each, where there are several
+  QHBoxLayout* actionRow;
+  std::vector<QPushButton*> actions;
   SideModel* model;
   QSortFilterProxyModel* sorted;
   QWidget* factsBox;

@@ -6,6 +6,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "framework/timetext.h"
 
@@ -15,6 +16,8 @@ namespace {
 
 constexpr int kMargin = 10, kTrackTop = 7, kTrackHeight = 6, kHandle = 5;
 constexpr int kPreviewWidth = 160;
+constexpr int kReach = 6;   // of the mouse to an end of the selection
+constexpr int kJitter = 3;  // of a click
 
 QString timeText(double seconds, bool withFractions) {
   const MinuteTime time(seconds);
@@ -64,7 +67,7 @@ void TimelineBar::paintEvent(QPaintEvent*) {
   painter.setPen(Qt::NoPen);
   painter.setBrush(palette().color(QPalette::Mid));
   painter.drawRoundedRect(track(), 3, 3);
-  if (line.last - line.first < line.count) {
+  if (hasSelection()) {
     QRect selected = track();
     selected.setLeft(placeOf(line.first));
     selected.setRight(std::max(selected.left() + 2, placeOf(line.last - 1)));
@@ -72,6 +75,7 @@ void TimelineBar::paintEvent(QPaintEvent*) {
     painter.drawRoundedRect(selected, 3, 3);
   }
   paintScale(painter, track());
+  if (hasSelection()) paintHandles(painter);
   painter.setPen(QPen(palette().color(QPalette::Base), 1));
   painter.setBrush(palette().color(QPalette::WindowText));
   painter.drawRoundedRect(
@@ -99,19 +103,73 @@ void TimelineBar::paintScale(QPainter& painter, const QRect& line) const {
   }
 }
 
+// --- the selection
+
+bool TimelineBar::hasSelection() const {
+  const CView::Timeline line = view.timeline();
+  return line.last - line.first < line.count;
+}
+
+// Below the track, outside of what is selected.
+void TimelineBar::paintHandles(QPainter& painter) const {
+  const CView::Timeline line = view.timeline();
+  const int top = track().bottom() + 2, bottom = height() - 2;
+  const int left = placeOf(line.first), right = placeOf(line.last - 1);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(palette().color(QPalette::Highlight));
+  painter.drawPolygon(QPolygon({{left, top}, {left, bottom}, {left - kReach, bottom}}));
+  painter.drawPolygon(QPolygon({{right, top}, {right, bottom}, {right + kReach, bottom}}));
+}
+
+// The other end of the selection whose end lies there in the lower half; -1 for none.
+int32_t TimelineBar::heldEndAt(QPoint at) const {
+  const CView::Timeline line = view.timeline();
+  if (!hasSelection() || at.y() <= track().bottom()) return -1;
+  const int toFirst = std::abs(at.x() - placeOf(line.first)),
+            toLast = std::abs(at.x() - placeOf(line.last - 1));
+  if (std::min(toFirst, toLast) > kReach) return -1;
+  return toFirst < toLast ? line.last - 1 : line.first;
+}
+
+void TimelineBar::selectTo(int32_t image) {
+  view.selectImages(std::min(held, image), std::max(held, image) + 1);
+  update();
+}
+
 void TimelineBar::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || view.timeline().count < 1) return;
-  view.goTo(imageAt(event->position().toPoint().x()));
+  const QPoint at = event->position().toPoint();
+  pressedAt = at.x();
+  const int32_t end = heldEndAt(at);
+  held = end >= 0 ? end : imageAt(at.x());
+  const bool selects = event->modifiers().testFlag(Qt::ShiftModifier) || at.y() > track().bottom() + 2;
+  drag = selects || end >= 0 ? Drag::Selects : Drag::Moves;
+  if (drag == Drag::Moves) view.goTo(imageAt(at.x()));
+  update();
+}
+
+// A click where a drag would select moves along, too.
+void TimelineBar::mouseReleaseEvent(QMouseEvent* event) {
+  if (event->button() != Qt::LeftButton) return;
+  const int x = event->position().toPoint().x();
+  if (drag == Drag::Selects && std::abs(x - pressedAt) <= kJitter && view.timeline().count > 0)
+    view.goTo(imageAt(x));
+  drag = Drag::None;
   update();
 }
 
 void TimelineBar::mouseMoveEvent(QMouseEvent* event) {
   const int x = event->position().toPoint().x();
   if (view.timeline().count < 1) return;
-  if (event->buttons() & Qt::LeftButton) {
-    view.goTo(imageAt(x));
-    update();
+  if (!(event->buttons() & Qt::LeftButton)) drag = Drag::None;
+  if (drag == Drag::Moves) view.goTo(imageAt(x));
+  if (drag == Drag::Selects && std::abs(x - pressedAt) > kJitter) {
+    pressedAt = -2 * width();  // from now on each move counts
+    selectTo(imageAt(x));
   }
+  setCursor(drag == Drag::Selects || heldEndAt(event->position().toPoint()) >= 0 ? Qt::SizeHorCursor
+                                                                                 : Qt::ArrowCursor);
+  update();
   showPreview(x);
 }
 

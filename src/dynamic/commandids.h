@@ -72,6 +72,12 @@ inline constexpr int32_t ExportCompressedAvi = 34110;
 inline constexpr int32_t MovementQuality = 34116;
 inline constexpr int32_t AddFcdRow = 34117;
 inline constexpr int32_t DensityOfLines = 34133;
+inline constexpr int32_t GoToVersion = 34240;
+inline constexpr int32_t CompareVersion = 34241;
+inline constexpr int32_t DeleteVersion = 34242;
+inline constexpr int32_t MarkIn = 34243;
+inline constexpr int32_t MarkOut = 34244;
+inline constexpr int32_t SelectAllImages = 34245;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

@@ -78,6 +78,10 @@ inline constexpr const char* kLinescanChanged =
     "The linescan window was changed while the lines were sampled: nothing was stored. Scan them once more.";
 inline constexpr const char* kOneLineOnly =
     "The method of the linescan window is the delay between two lines: choose another in \"CBV calculation parameters\".";
+inline constexpr const char* kNoVersions =
+    "There is one version alone: a filter or another pass over the images makes the next.";
+inline constexpr const char* kPassIsAVersion =
+    "A pass over the images that something else followed is taken back by \"Go to version...\".";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

@@ -19,6 +19,7 @@ CVivoCapDoc::CVivoCapDoc() {
 }
 CVivoCapDoc::~CVivoCapDoc() {
   if (!unsavedMovie.path().empty() && isMovieOfOthers(unsavedMovie.path())) unsavedMovie.keep();
+  dropUnsavedVersions();
 }
 
 bool isMovieFile(const std::string& path) {
@@ -67,8 +68,9 @@ bool CVivoCapDoc::refuses(int32_t command) const {
 }
 
 std::string CVivoCapDoc::whyOff(int32_t command, const char* usual) const {
-  return !isBusy() && showsUnread() && refuses(command) ? format(text::kUnreadImage, currentIndex())
-                                                        : ZBasicDoc::whyOff(command, usual);
+  if (!isBusy() && showsUnread() && refuses(command)) return format(text::kUnreadImage, currentIndex());
+  if (!isBusy() && command == cmd::Undo && hasVersions()) return text::kPassIsAVersion;
+  return ZBasicDoc::whyOff(command, usual);
 }
 
 CZZMovie& CVivoCapDoc::freshMovie() {

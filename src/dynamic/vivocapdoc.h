@@ -11,11 +11,13 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "analysis/movement.h"
 #include "base/files.h"
+#include "dynamic/movieversions.h"
 #include "host/messages.h"
 #include "imagedoc/zbasicdoc.h"
 #include "linescan/linefeed.h"
@@ -77,6 +79,17 @@ class CVivoCapDoc : public ZBasicDoc {
   void averageInFocus(AfterImage after = nullptr);
   // In a new image document with the mean of the sharper half of the selection.
   void findNailfoldLoops() override;
+
+  // --- versions (vivocapdoc_versions.cpp)
+  // Whether a pass leaves the movie before as it is, and a way back to it.
+  bool keepsVersions() const;
+  const MovieVersions& movieVersions() const { return versions; }
+  int32_t currentVersion() const;  // its number; 0 for none of the list
+  // Each tells why it can't be done.
+  Outcome goToVersion(int32_t number);
+  Outcome deleteVersion(int32_t number);  // asks
+  bool mayDeleteVersion(int32_t number) const;
+  Outcome compareVersion(int32_t number);  // in a new window
 
   // --- movement correction (vivocapdoc_movement.cpp)
   // Begins a run at the image shown; false without a movie, or while one is under way.
@@ -176,7 +189,10 @@ class CVivoCapDoc : public ZBasicDoc {
   void tellOfMovie();                // that it was cut off, or can't be decoded
   void tellOfMissing(size_t known);  // images that the document's table has, and the movie has not
 
-  void openPicturesAgain(const std::string& path, int32_t width, int32_t height, int32_t frames);
+  // Those that a save would make a movie of.
+  static bool openPictures(CZZMovie& into, const std::string& path, Size size, int32_t frames,
+                           std::string& why);
+  void openPicturesAgain(const std::string& path, Size size, int32_t frames);
 
   // vivocapdoc_save.cpp
   // What a save does with the file of the movie; but for Usual the user chose it, for that save alone.
@@ -204,6 +220,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void goBackTo(BeforeSave& before);
   bool isMovieOfOthers(const std::string& file) const;
   void settleUnsavedMovie();
+  void tellFewerImages();
   [[nodiscard]] bool saveResults(const std::string& stem);
   // vivocapdoc_pass.cpp
   class SelectionJob;
@@ -215,6 +232,39 @@ class CVivoCapDoc : public ZBasicDoc {
   void makeImage(std::unique_ptr<MovieImage> making, const std::string& suffix, AfterImage after = nullptr);
   void makeAverage(std::unique_ptr<MovieImage> averaging, const char* titleWords, AfterImage after);
   void saveUnasked(ZBasicDoc& made) const;
+
+  // vivocapdoc_versions.cpp
+  MovieVersion presentVersion(const std::string& what) const;
+  MovieVersion* noteVersion();
+  [[nodiscard]] bool makeVersion();
+  [[nodiscard]] bool bringToFile();
+  void addVersion(const std::string& what, int32_t madeOf);
+  void endPass();
+  [[nodiscard]] static Outcome openVersion(const MovieVersion& version, CZZMovie& into);
+  std::string whyNotDeleted(const MovieVersion& version) const;
+  bool mayRemoveFile(const MovieVersion& version) const;
+  void loadVersions(const std::string& documentPath);
+  void bringVersionsIn(const std::string& documentPath);
+  void saveVersions(const std::string& documentPath);
+  void dropUnsavedVersions();
+  bool hasVersions() const;
+  std::optional<int32_t> askVersion(const char* title, bool ownOnly);
+  void goToVersionCommand();
+  void compareVersionCommand();
+  void deleteVersionCommand();
+  // The pass that Undo takes back as long as nothing else was changed since.
+  bool isAtPass(bool back) const;
+  void leavePass();
+  bool canUndoVideo() const;
+  bool canRedoVideo() const;
+  void undoVideo();
+  void redoVideo();
+
+  // --- room on the disc (vivocapdoc_room.cpp)
+  // Asks before much of it is taken. False where there is too little, and the user was told.
+  [[nodiscard]] bool hasRoomFor(const std::string& folder, uint64_t bytes);
+  bool goesBeside() const;  // a pass, which then takes the selection alone
+  uint64_t exportBytes(int32_t step) const;
 
   // vivocapdoc_focus.cpp
   class FocusJob;
@@ -299,6 +349,7 @@ class CVivoCapDoc : public ZBasicDoc {
   void directories();
   void selectImages();
   void properties();
+  std::vector<std::pair<std::string, std::string>> fileFacts() const;
   void relink(const std::string& file);
   void modifiedLaplacian();
   void min3x3();
@@ -340,8 +391,22 @@ class CVivoCapDoc : public ZBasicDoc {
   std::string movementSummary;  // of the last run
   MovieChoice movieChoice = MovieChoice::Usual;
   TemporaryFile unsavedMovie;  // was made for this document
-  std::string leftOutside;     // the movie file that the user left where it is, away from the document
+  MovieVersions versions;
+  std::string savedMovie;  // that the document's file names
+  struct {
+    int32_t from = 0, to = 0;  // numbers of versions
+    uint64_t changes = 0;      // of the document, when it was done or taken back
+    bool isBack = false;
+  } passDone;
+  int32_t imagesOpened = 0;  // what a save tells the number of images by
+  std::string leftOutside;   // the movie file that the user left where it is, away from the document
 };
+
+// On disc, as .mve.
+uint64_t movieBytes(const CZZimage& form, int32_t images);
+std::string roomInWords(const std::string& folder, uint64_t bytes);
+// Fails, in words, where the disc has too little.
+[[nodiscard]] Outcome roomFor(const std::string& folder, uint64_t bytes);
 
 // By its ending: a movie file that a video document can be made around. AVI files have a type of their own.
 bool isMovieFile(const std::string& path);

@@ -13,6 +13,7 @@
 #include "dynamic/commandids.h"
 #include "dynamic/texts.h"
 #include "dynamic/vivocapdoc.h"
+#include "framework/timetext.h"
 #include "host/host.h"
 #include "image/palette.h"
 #include "imagedoc/texts.h"
@@ -104,6 +105,29 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
             .status = "Makes a colour movie of images that hold their three planes one above the other."}},
           {cmd::ConvertToGrey, "Convert to &grey", &D::toGrey, &D::isColourMovie},
           {cmd::Bin, "&Bin", &D::noCommand, &D::never},
+          {cmd::Undo, "&Undo", &D::undoVideo, &D::canUndoVideo},
+          {cmd::Redo, "&Redo", &D::redoVideo, &D::canRedoVideo},
+          {cmd::GoToVersion,
+           "&Go to version...",
+           &D::goToVersionCommand,
+           &D::hasVersions,
+           {.tip = "Go to version",
+            .status = "Shows the movie as it was before or after another pass.",
+            .whyOff = text::kNoVersions}},
+          {cmd::CompareVersion,
+           "&Compare with version...",
+           &D::compareVersionCommand,
+           &D::hasVersions,
+           {.tip = "Compare with version",
+            .status = "Opens another version of the movie in a window beside this one.",
+            .whyOff = text::kNoVersions}},
+          {cmd::DeleteVersion,
+           "&Delete version...",
+           &D::deleteVersionCommand,
+           &D::hasVersions,
+           {.tip = "Delete version",
+            .status = "Deletes the movie that a pass made.",
+            .whyOff = text::kNoVersions}},
           {cmd::MovementCorrection,
            "&Automatic Movement Correction",
            &D::correctMovement,
@@ -162,7 +186,7 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
            &D::exportUncompressedCommand,
            &D::hasMovie,
            {.tip = "Export uncompressed",
-            .status = "Writes the selected images as an uncompressed AVI.",
+            .status = "Writes the selected images as an uncompressed AVI, under a name that it asks for.",
             .keys = "Ctrl+Shift+X",
             .icon = "export"}},
           {cmd::ExportCompressedAvi,
@@ -473,6 +497,22 @@ void CVivoCapDoc::relink(const std::string& file) {
   movieChanged();
 }
 
+// What there is to read of the images and their file.
+std::vector<std::pair<std::string, std::string>> CVivoCapDoc::fileFacts() const {
+  if (!hasMovie()) return {};
+  const CZZimage& form = movie->form();
+  const MinuteTime time(timeOf(movie->count));
+  const char* kind = form.colourset == kGrey ? "grey" : form.colourset == kBayer ? "mosaic" : "colour";
+  return {{"Size",
+           format("%i x %i pixels, %i bit %s", form.width, form.frameHeight(), 8 * form.bytesPerPixel, kind)},
+          {"Images", format("%i%s", movie->count, isFieldMovie() ? " fields" : "")},
+          {"Duration", format("%i:%05.2f at %.6g images a second", time.minutes, time.hundredths / 100.0,
+                              imagesPerSecond())},
+          {"Codec", movie->codec()},
+          {"Disc space", sizeInWords(fileSize(movie->fileName)) + ", " +
+                             sizeInWords(freeDiscBytes(folderOf(movie->fileName))) + " free"}};
+}
+
 void CVivoCapDoc::properties() {
   std::string file = moviePath;
   double framesPerSecond = fps;
@@ -482,6 +522,8 @@ void CVivoCapDoc::properties() {
       .add("Frames per second", framesPerSecond, {0.001, 100000, {}})
       .add("avi rate", rate, {1, 2147483647, {}})
       .add("avi scale", scale, {1, 2147483647, {}});
+  std::vector<std::pair<std::string, std::string>> told = fileFacts();
+  for (auto& [name, value] : told) form.addReading(name, value);
   if (!host().forms.run(form)) return;
   const bool newRate = fps != framesPerSecond;
   const bool newFile = file != moviePath && !file.empty();

@@ -24,7 +24,7 @@ namespace tarnvisor {
 namespace {
 
 // Codec and quality; nothing when the user cancels. A codec that leaves the pixels as they are is one, too.
-std::optional<CZZMovie::Compression> askCompression() {
+std::optional<CZZMovie::Compression> askCompression(const std::string& room) {
   const std::vector<VideoCodec> codecs = videoCodecs();
   std::vector<std::string> labels;
   int32_t chosen = 0;
@@ -37,6 +37,7 @@ std::optional<CZZMovie::Compression> askCompression() {
   form.addChoice("Compressor", chosen, labels);
   form.add("Quality (100: nothing is lost)", wanted.quality, {.low = 0, .high = 100});
   form.add("Key frame every", wanted.keyEvery, {.low = 1, .high = 1000});
+  form.addNote(room);
   const bool agreed = asked(form);
   logPrintf("fcctype=%lu.fcchandler=%lu.Iq=%li.Ikey=%li,Idatarate=%li\n", 0x63646976UL,
             static_cast<unsigned long>(chosen), long{wanted.quality}, long{wanted.keyEvery}, 0L);
@@ -105,19 +106,37 @@ class CVivoCapDoc::ExportJob : public Job {
   std::function<void(const Outcome&)> done;
 };
 
-// Beside the document.
+namespace {
+
+// A name that no file has yet is offered.
+std::optional<std::string> askExportName(const std::string& stem, const std::string& ending) {
+  const std::string free = TakenName(stem, ending).path();
+  const auto path = host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi", free});
+  return path && !path->empty() ? path : std::nullopt;
+}
+
+}  // namespace
+
+// Beside the document, unless the user says where.
 void CVivoCapDoc::exportUncompressedCommand() {
   const std::string stem = withoutExtension(!pathName().empty()  ? pathName()
                                             : !moviePath.empty() ? moviePath
-                                                                 : title());
-  const bool asks = !process.quietMode;
-  const TakenName taken = asks ? TakenName() : TakenName(stem + "-export", ".avi");
-  const std::string name = asks ? stem + "-export.avi" : taken.path();
+                                                                 : title()) +
+                           "-export";
+  const TakenName taken = process.quietMode ? TakenName(stem, ".avi") : TakenName();
+  std::string name = process.quietMode ? taken.path() : stem + ".avi";
+  if (!isUnattended()) {
+    const auto path = askExportName(stem, ".avi");
+    if (!path) return;
+    name = *path;
+  }
   if (const Outcome may = theApp().documents.mayOutputTo(name); !may) return report(may.why());
-  if (asks && fileExists(name) &&
+  // A chooser has asked that.
+  if (isUnattended() && !process.quietMode && fileExists(name) &&
       host().messages.show(name + " already exists. Replace it?", Buttons::YesNo, Icon::Careful) !=
           Answer::Yes)
     return;
+  if (!hasRoomFor(folderOf(name), exportBytes(1))) return;
   logPrintf("converting %s\n", name.c_str());
   exportMovie(name, 1, nullptr, true);
 }
@@ -134,19 +153,19 @@ void CVivoCapDoc::exportMovie(const std::string& path, int32_t step, const CZZMo
 
 void CVivoCapDoc::exportCompressedCommand() {
   const std::string stem = withoutExtension(pathName().empty() ? moviePath : pathName());
-  const auto path =
-      host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi",
-                                stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
-  if (!path || path->empty()) return;
+  const auto path = askExportName(stem + (stem + ".z.avi" == moviePath ? "-export" : ""), ".z.avi");
+  if (!path) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
-  if (const auto compression = askCompression())
-    exportMovie(*path, std::max(1, selectionStep), &*compression, false);
+  const int32_t step = std::max(1, selectionStep);
+  if (const auto compression = askCompression("At most " + roomInWords(folderOf(*path), exportBytes(step))))
+    exportMovie(*path, step, &*compression, false);
 }
 
 // For scripts: the words of a failure, or none for an export that was stopped.
 Outcome CVivoCapDoc::exportAvi(const std::string& path) {
   Outcome result = Outcome::success();
   const CZZMovie::Range range = selection();
+  if (const Outcome room = roomFor(folderOf(path), exportBytes(1)); !room) return room;
   runToEnd(std::make_unique<ExportJob>(*this, path, range, 1, nullptr,
                                        [&result](const Outcome& made) { result = made; }));
   return result;
@@ -171,12 +190,15 @@ std::unique_ptr<Job> CVivoCapDoc::dicomJob(const std::string& path, DicomFacts f
 }
 
 void CVivoCapDoc::exportDicomAs(const std::string& path, const DicomFacts& facts) {
+  if (!hasRoomFor(folderOf(path), exportBytes(std::max(1, selectionStep)))) return;
   start(dicomJob(path, facts, [this](const Outcome& made) {
     if (!made && !made.why().empty()) report(made.why());
   }));
 }
 
 Outcome CVivoCapDoc::exportDicomSequence(const std::string& path, const DicomFacts& facts) {
+  if (const Outcome room = roomFor(folderOf(path), exportBytes(std::max(1, selectionStep))); !room)
+    return room;
   Outcome result = Outcome::success();
   runToEnd(dicomJob(path, facts, [&result](const Outcome& made) { result = made; }));
   return result;
@@ -234,7 +256,7 @@ bool CVivoCapDoc::importMovie(const std::string& path, bool avi) {
   std::string problem;
   ToldScale told;
   if (isSequenceFile(path)) {
-    auto pictures = openPictures(path, problem);
+    auto pictures = tarnvisor::openPictures(path, problem);
     if (pictures) told = pictures->scale();
     if (pictures && !other->openStills(std::move(pictures), path)) problem = other->failure();
   } else if (!other->open(path)) {

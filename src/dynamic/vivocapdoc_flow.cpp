@@ -68,6 +68,7 @@ ZBasicDoc* CVivoCapDoc::openImage(std::unique_ptr<CZZimage> pixels, const std::s
 void CVivoCapDoc::adoptMovie(std::unique_ptr<CZZMovie> made, TemporaryFile file, double framesPerSecond) {
   movie = std::move(made);
   unsavedMovie = std::move(file);
+  dropUnsavedVersions();
   fps = framesPerSecond;
   movieChanged();
   updatePlayPeriod();

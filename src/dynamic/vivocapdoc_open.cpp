@@ -32,6 +32,9 @@ void CVivoCapDoc::deleteContents() {
   ZBasicDoc::deleteContents();
   if (movie) movie->close();
   movie.reset();
+  dropUnsavedVersions();
+  passDone = {};
+  imagesOpened = 0;
   overlayTraces.items.clear();
   moviePath.clear();
   resultsPath.clear();
@@ -60,6 +63,8 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
   if (!loadFrom(path)) return false;
   isBound = 1;
   if (!moviePath.empty()) linkMovie(path);
+  loadVersions(path);
+  imagesOpened = imageCount();
   recogniseResult();
   openResults(path);
   return true;
@@ -100,7 +105,7 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
 bool CVivoCapDoc::takeSequence(const std::string& path) {
   const WaitScope wait;
   std::string why;
-  auto pictures = openPictures(path, why);
+  auto pictures = tarnvisor::openPictures(path, why);
   if (!pictures) {
     report(path + " can't be read: " + why);
     return false;
@@ -245,27 +250,42 @@ void CVivoCapDoc::linkMovie(const std::string& documentPath) {
 void CVivoCapDoc::tellUnsaved(UnsavedCopy& copy) {
   ZBasicDoc::tellUnsaved(copy);
   copy.facts["ownmovie"] = unsavedMovie.path();
+  copy.facts["savedmovie"] = savedMovie;
+  if (hasVersions())
+    copy.second = {".versions",
+                   [this] { return format("%llu", static_cast<unsigned long long>(changeCount())); },
+                   [list = versions](const std::string& path) { return list.write(path); }};
   if (!hasMovie() || !movie->isRaw()) return;
   copy.facts["pictures"] = movie->fileName;
   copy.facts["size"] = format("%i %i %i", movie->form().width, movie->form().frameHeight(), movie->slots);
 }
 
 void CVivoCapDoc::takeUnsaved(const LeftCopy& left) {
-  ZBasicDoc::takeUnsaved(left);
+  LeftCopy facts = left;
+  facts.second.clear();  // holds no pixels
+  ZBasicDoc::takeUnsaved(facts);
   unsavedMovie = TemporaryFile(left.fact("ownmovie"));
+  savedMovie = left.fact("savedmovie");
+  if (!left.second.empty())
+    if (const Outcome read = versions.read(left.second); !read)
+      appendNotes("the versions are not known: " + read.why() + text::kLineEnd);
   int32_t width = 0, height = 0, frames = 0;
   const std::string size = left.fact("size");
   if (!hasMovie() && std::sscanf(size.c_str(), "%i %i %i", &width, &height, &frames) == 3)
-    openPicturesAgain(left.fact("pictures"), width, height, frames);
+    openPicturesAgain(left.fact("pictures"), {width, height}, frames);
 }
 
-void CVivoCapDoc::openPicturesAgain(const std::string& path, int32_t width, int32_t height, int32_t frames) {
+bool CVivoCapDoc::openPictures(CZZMovie& into, const std::string& path, Size size, int32_t frames,
+                               std::string& why) {
+  auto pictures = isSequenceFile(path) ? tarnvisor::openPictures(path, why) : nullptr;
+  return pictures ? into.openStills(std::move(pictures), path)
+                  : into.openRaw(path, size.width, size.height, frames);
+}
+
+void CVivoCapDoc::openPicturesAgain(const std::string& path, Size size, int32_t frames) {
   std::string why;
   FrameTable table = std::move(freshMovie().frameTable);
-  auto pictures = isSequenceFile(path) ? openPictures(path, why) : nullptr;
-  const bool opened =
-      pictures ? movie->openStills(std::move(pictures), path) : movie->openRaw(path, width, height, frames);
-  if (!opened)
+  if (!openPictures(*movie, path, size, frames, why))
     return report(format("%s\n%s\n%s", text::kCouldNotLoadImage, path.c_str(),
                          (why.empty() ? movie->failure() : why).c_str()));
   movie->adoptTable(std::move(table));

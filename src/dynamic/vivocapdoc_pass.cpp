@@ -37,18 +37,24 @@ class CVivoCapDoc::SelectionJob : public Job {
         what(trimmed(words.substr(0, words.find('\r')))),
         operation(std::move(toEach)),
         before(video.movie->fileName),
+        sharedBefore(video.movie->shared),
+        version(video.currentVersion()),
         range(video.selection()),
-        pass(*video.movie, range) {
+        copiesRest(video.keepsVersions() && !video.goesBeside()),
+        pass(*video.movie, copiesRest ? video.movie->clamped(-1, -1) : range) {
     if (what.empty()) what = title();
-    if (doc.isMovieOfOthers(before)) doc.movie->shared = 1;
+    if (copiesRest || doc.isMovieOfOthers(before)) doc.movie->shared = 1;
+    if (!compressoutput && (copiesRest || doc.goesBeside()))
+      taken = " (" + sizeInWords(movieBytes(doc.movie->form(), pass.steps())) + ")";
     opened = pass.openInPlace(freeMovieName(doc.homeFolder() + withoutExtension(fileNameOf(before))));
   }
   std::string title() const override { return "Processing images"; }
-  Progress progress() const override { return {what, done, range.size()}; }
+  Progress progress() const override { return {what + taken, done, pass.steps()}; }
   bool step() override {
     if (!opened || !pass.next()) return false;
     doc.refreshImage();
-    operation(*doc.theImage());
+    if (const int32_t shown = doc.currentIndex(); shown >= range.first && shown < range.last)
+      operation(*doc.theImage());
     ++done;
     doc.showStep();
     return true;
@@ -57,12 +63,14 @@ class CVivoCapDoc::SelectionJob : public Job {
     if (!opened) doc.report(doc.movie->failure());
     if (opened && cancelled && (pass.isBeside() || done == 0)) {
       pass.abandon();
+      doc.movie->shared = sharedBefore;
       doc.showImage(range.first);
       return;
     }
     if (opened) keep(cancelled);
     doc.appendNotes(words);
     doc.setModified();
+    doc.endPass();
     doc.updateAllViews();
   }
 
@@ -72,22 +80,33 @@ class CVivoCapDoc::SelectionJob : public Job {
     if (cancelled) doc.appendNotes(format("the first %i images: ", done));
     const bool kept = pass.finish();
     // The new movie is what was selected.
-    if (doc.movie->fileName != before) doc.selectionFirst = doc.selectionLast = -1;
+    if (doc.movie->fileName != before && !copiesRest) doc.selectionFirst = doc.selectionLast = -1;
+    if (doc.movie->fileName == before) doc.movie->shared = sharedBefore;
     doc.movieChanged();
+    if (kept) doc.addVersion(what, version);
     if (!kept) doc.tellFailedPass(before);
   }
   CVivoCapDoc& doc;
-  std::string words, what;
+  std::string words, what, taken;
   std::function<void(CZZimage&)> operation;
   std::string before;
+  uint8_t sharedBefore;
+  int32_t version;
   CZZMovie::Range range;
+  bool copiesRest;  // of a movie that would be changed in place
   MoviePass pass;
   bool opened = false;
   int32_t done = 0;
 };
 
 void CVivoCapDoc::processImages(const std::string& words, const std::function<void(CZZimage&)>& operation) {
-  if (hasMovie()) return start(std::make_unique<SelectionJob>(*this, words, operation));
+  if (hasMovie()) {
+    const int32_t images = goesBeside() ? selection().size() : imageCount();
+    const uint64_t bytes = compressoutput ? 0 : movieBytes(movie->form(), images);
+    const bool isNew = goesBeside() || keepsVersions();
+    if (!makeVersion() || (isNew && !hasRoomFor(homeFolder(), bytes))) return;
+    return start(std::make_unique<SelectionJob>(*this, words, operation));
+  }
   appendNotes(words);
   setModified();
   updateAllViews();
@@ -115,20 +134,26 @@ void CVivoCapDoc::tellFailedPass(const std::string& before) {
 class CVivoCapDoc::RewriteJob : public Job {
  public:
   RewriteJob(CVivoCapDoc& video, std::string notesWords, const std::string& name, RewritePlan plan)
-      : doc(video), words(std::move(notesWords)), before(video.movie->fileName) {
+      : doc(video),
+        words(std::move(notesWords)),
+        before(video.movie->fileName),
+        version(video.currentVersion()) {
     doc.movie->forgetFailure();
+    if (!compressoutput && plan.form) taken = " (" + sizeInWords(movieBytes(*plan.form, plan.frames)) + ")";
     work.emplace(*doc.movie, name, std::move(plan));
   }
   std::string title() const override { return "Making a new movie"; }
-  Progress progress() const override { return {title(), work->done(), work->total()}; }
+  Progress progress() const override { return {title() + taken, work->done(), work->total()}; }
   bool step() override { return work->next(); }
   void end(bool cancelled) override {
     if (cancelled) work->stop();
     if (work->finish()) {
       doc.selectionFirst = doc.selectionLast = -1;
       doc.movieChanged();
+      doc.addVersion(words, version);
       doc.appendNotes(words + text::kLineEnd);
       doc.setModified();
+      doc.endPass();
     } else if (!cancelled) {
       if (doc.movie->failure().empty())
         doc.report("That would leave no images.");
@@ -140,14 +165,16 @@ class CVivoCapDoc::RewriteJob : public Job {
 
  private:
   CVivoCapDoc& doc;
-  std::string words, before;
+  std::string words, before, taken;
+  int32_t version;
   std::optional<MovieRewrite> work;
 };
 
 bool CVivoCapDoc::makeMovie(const std::string& words, RewritePlan plan) {
   if (!hasMovie()) return false;
   const std::string folder = workFolder();
-  if (folder.empty()) return false;
+  if (folder.empty() || !makeVersion()) return false;
+  if (!compressoutput && plan.form && !hasRoomFor(folder, movieBytes(*plan.form, plan.frames))) return false;
   const std::string before = movie->fileName;
   const std::string stem = before.empty() ? stemOfTitle() : withoutExtension(fileNameOf(before));
   const std::string name = freeMovieName(folder + stem);

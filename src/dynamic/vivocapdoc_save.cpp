@@ -2,6 +2,7 @@
 // movie of the work folder comes there; one from elsewhere comes there when the user wants it to.
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -32,7 +33,8 @@ struct CVivoCapDoc::BeforeSave {
       : selectionFirst(d.selectionFirst),
         selectionLast(d.selectionLast),
         frameCount(d.frameCount),
-        notes(d.notes) {
+        notes(d.notes),
+        versions(d.versions) {
     if (!d.hasMovie() || d.movie->isRaw()) return;
     file = d.movie->fileName;
     table = d.movie->frameTable;
@@ -45,6 +47,7 @@ struct CVivoCapDoc::BeforeSave {
   uint8_t shared = 1;
   int32_t selectionFirst, selectionLast, frameCount;
   std::string notes;
+  MovieVersions versions;
 };
 
 CVivoCapDoc::MovieMove CVivoCapDoc::comesIn(TakenName name, CZZMovie::Range range, bool mayStay) {
@@ -105,6 +108,7 @@ class CVivoCapDoc::SaveJob : public Job {
     if (cancelled) saving->stop();
     const bool moved = saving->finish();
     if (doc.movie->fileName != fileBefore) doc.movieChanged();
+    if (moved && doc.movie->fileName != fileBefore) followMove();
     if (moved && move.name != fileBefore) noteMove();
     doc.refreshImage();
     doc.updateAllViews();
@@ -112,6 +116,14 @@ class CVivoCapDoc::SaveJob : public Job {
   }
 
  private:
+  void followMove() {
+    const MovieVersion* version = doc.versions.ofFile(fileBefore);
+    if (!version) return;
+    if (isPart)
+      doc.addVersion(format("images %i to %i", move.range.first, move.range.last), version->number);
+    else
+      doc.versions.ofFile(fileBefore)->file = doc.movie->fileName;
+  }
   void noteMove() {
     if (isPart) doc.selectionFirst = doc.selectionLast = -1;
     doc.appendNotes(format("images %i to %i saved as %s", move.range.first, move.range.last,
@@ -210,6 +222,7 @@ void CVivoCapDoc::goBackTo(BeforeSave& before) {
   selectionLast = before.selectionLast;
   frameCount = before.frameCount;
   notes = before.notes;
+  versions = std::move(before.versions);
   if (!made.empty() && std::remove(made.c_str()) != 0) logPrintf("%s can't be removed\n", made.c_str());
   updateAllViews();
 }
@@ -256,13 +269,25 @@ void CVivoCapDoc::askAndSave() {
 
 // The save left the images where they were made, or brought them elsewhere.
 void CVivoCapDoc::settleUnsavedMovie() {
-  if (unsavedMovie.path() == moviePath || isMovieOfOthers(unsavedMovie.path())) unsavedMovie.keep();
+  const std::string& made = unsavedMovie.path();
+  if (made == moviePath || isMovieOfOthers(made) || (!made.empty() && versions.ofFile(made)))
+    unsavedMovie.keep();
   unsavedMovie = {};
+}
+
+// Once for each number.
+void CVivoCapDoc::tellFewerImages() {
+  const int32_t opened = std::exchange(imagesOpened, imageCount());
+  if (isUnattended() || imageCount() >= opened) return;
+  host().messages.show(format("%s was saved with %i images, and was opened with %i.%s",
+                              fileNameOf(moviePath).c_str(), imageCount(), opened,
+                              hasVersions() ? " \"Go to version...\" goes back to the others." : ""));
 }
 
 // The document's own file, and its results.
 bool CVivoCapDoc::saveLinked(const std::string& path, BeforeSave& before) {
   updatePlayPeriod();
+  if (hasVersions()) noteVersion();
   // NOLINTNEXTLINE(bugprone-parent-virtual-call): the image document's would write a file of pixels.
   if (!saveResults(withoutExtension(path)) || !CdbDocument::onSaveDocument(path)) {
     goBackTo(before);
@@ -271,6 +296,8 @@ bool CVivoCapDoc::saveLinked(const std::string& path, BeforeSave& before) {
   // From now on the movie is a stored document's, which finds it by its name and as it is now.
   if (movie) movie->shared = 1;
   settleUnsavedMovie();
+  saveVersions(path);
+  tellFewerImages();
   return true;
 }
 

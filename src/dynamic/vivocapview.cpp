@@ -126,6 +126,21 @@ const CommandTableBase& CVivoCapView::commandTable() {
            &V::hasSpotVelocities,
            {.tip = "create chart of flying spot velocities",
             .status = "Opens a chart of the velocities that were set for the images."}},
+          {cmd::MarkIn,
+           "Mark in",
+           &V::markIn,
+           &V::hasMovie,
+           {.tip = "Mark in", .status = "Begins the selection with the image shown.", .keys = "I"}},
+          {cmd::MarkOut,
+           "Mark out",
+           &V::markOut,
+           &V::hasMovie,
+           {.tip = "Mark out", .status = "Ends the selection with the image shown.", .keys = "O"}},
+          {cmd::SelectAllImages,
+           "Select all images",
+           &V::selectAllImages,
+           &V::hasPart,
+           {.tip = "Select all images", .status = "Makes the selection the whole movie."}},
           {cmd::StepForward,
            "step one frame/field forwards",
            &V::stepForward,
@@ -193,12 +208,52 @@ bool CVivoCapView::keyDown(const KeyEvent& event) {
     stopPlayback();
     return true;
   }
-  if (hasMovie() && event.control && (event.key == Key::Home || event.key == Key::End)) {
-    goTo(event.key == Key::Home ? 0 : doc.imageCount() - 1);
-    return true;
-  }
-  return ZBasicView::keyDown(event);
+  return moveByKey(event) || ZBasicView::keyDown(event);
 }
+
+// Marks that are selected are moved by the arrows.
+bool CVivoCapView::moveByKey(const KeyEvent& event) {
+  if (!hasMovie()) return false;
+  const CZZMovie::Range selection = doc.selection();
+  const bool marksAreSelected = !doc.currentDims().selection(selected).empty();
+  const int32_t last = doc.imageCount() - 1, apart = event.shift ? 10 : 1;
+  const auto move = [&](int32_t index) {
+    goTo(std::clamp(index, 0, last));
+    return true;
+  };
+  switch (event.key) {
+    case Key::Home:
+      return move(event.control ? selection.first : 0);
+    case Key::End:
+      return move(event.control ? selection.last - 1 : last);
+    case Key::Left:
+      return !marksAreSelected && move(doc.currentIndex() - apart);
+    case Key::Right:
+      return !marksAreSelected && move(doc.currentIndex() + apart);
+    case Key::Space:
+      play();
+      return true;
+    default:
+      return false;
+  }
+}
+
+// --- the selection
+
+void CVivoCapView::selectImages(int32_t first, int32_t last) {
+  if (hasMovie() && !doc.isBusy()) (void)doc.select(first, last);
+}
+
+// An end that would leave no images takes the other with it.
+void CVivoCapView::markIn() {
+  const int32_t shown = doc.currentIndex(), last = doc.selection().last;
+  selectImages(shown, shown < last ? last : -1);
+}
+void CVivoCapView::markOut() {
+  const int32_t shown = doc.currentIndex(), first = doc.selection().first;
+  selectImages(shown >= first ? first : -1, shown + 1);
+}
+void CVivoCapView::selectAllImages() { selectImages(-1, -1); }
 
 // --- the sequence
 

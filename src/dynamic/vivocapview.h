@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "dynamic/flyingspot.h"
+#include "dynamic/versionspanel.h"
 #include "dynamic/vivocapdoc.h"
 #include "framework/messageloop.h"
 #include "imagedoc/zbasicview.h"
@@ -28,8 +29,10 @@ class CVivoCapView : public ZBasicView {
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 
+  std::vector<SidePanel*> sidePanels() override { return {sidePanel(), &versions}; }
   Timeline timeline() const override;
   void goTo(int32_t index) override;
+  void selectImages(int32_t first, int32_t last) override;
   bool thumbnail(int32_t index, int32_t width, Size& size, std::vector<uint32_t>& pixels) override;
 
   bool isPlaying() const { return timer.isRunning(); }
@@ -64,6 +67,11 @@ class CVivoCapView : public ZBasicView {
   void drawDensityLines() { drawLines("FCDtype", kToolFreehand); }
   void faster();
   void slower();
+  bool hasPart() const { return doc.hasMovie() && doc.selection().size() < doc.imageCount(); }
+  bool moveByKey(const KeyEvent& event);
+  void markIn();
+  void markOut();
+  void selectAllImages();
   void stepForward() { goTo(doc.currentIndex() + 1); }
   void stepBack() { goTo(doc.currentIndex() - 1); }
 
@@ -91,6 +99,7 @@ class CVivoCapView : public ZBasicView {
   const CDim* selectedLine() const;
 
   CVivoCapDoc& doc;
+  VersionsPanel versions{doc};
   Timer timer;  // runs while it plays
   bool looping = false;
   double startedAt = 0;

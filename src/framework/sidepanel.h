@@ -21,6 +21,7 @@ class SidePanel {
     bool isNumber = false;
     std::string unit = {};  // "um"; empty for none
     bool isSummed = false;  // its sum says something
+    bool hasMean = true;    // so does its mean
   };
   struct Group {  // of rows, of which one is shown at a time
     std::string name;
@@ -33,10 +34,11 @@ class SidePanel {
   virtual std::string title() const = 0;
   virtual std::vector<SideFact> facts() const = 0;
 
-  virtual std::vector<Group> groups() const = 0;
-  virtual size_t currentGroup() const = 0;
-  virtual void chooseGroup(size_t group) = 0;
-  virtual void showGroup(size_t group, bool shown) = 0;
+  // None where all rows are shown.
+  virtual std::vector<Group> groups() const { return {}; }
+  virtual size_t currentGroup() const { return 0; }
+  virtual void chooseGroup(size_t /*group*/) {}
+  virtual void showGroup(size_t /*group*/, bool /*shown*/) {}
 
   virtual std::vector<Column> columns() const = 0;
   virtual size_t rowCount() const = 0;
@@ -45,6 +47,11 @@ class SidePanel {
 
   virtual bool isSelected(size_t row) const = 0;
   virtual void select(std::span<const size_t> rows) = 0;
+
+  // What buttons below the table do with the rows that are selected.
+  virtual std::vector<std::string> actions() const { return {}; }
+  virtual bool canAct(size_t /*action*/) const { return false; }
+  virtual void act(size_t /*action*/) {}
 };
 
 }  // namespace tarnvisor

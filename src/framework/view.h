@@ -140,6 +140,11 @@ class CView : public CommandTarget, public ScriptTarget {
 
   // What the dock beside the windows shows while this one is in front; null for nothing. The view's own.
   virtual SidePanel* sidePanel() { return nullptr; }
+  // Where there are several; the first is that one.
+  virtual std::vector<SidePanel*> sidePanels() {
+    SidePanel* only = sidePanel();
+    return only ? std::vector{only} : std::vector<SidePanel*>{};
+  }
 
   // --- scrolling: the content's pixel that lies at the window's top left
   virtual Size contentSize() const { return {}; }  // nothing to scroll over with (0, 0)
@@ -156,6 +161,7 @@ class CView : public CommandTarget, public ScriptTarget {
   };
   virtual Timeline timeline() const { return {}; }
   virtual void goTo(int32_t) {}
+  virtual void selectImages(int32_t /*first*/, int32_t /*last*/) {}  // half-open; nothing without images
   // A small picture of an image of the sequence, as wide as told, 32-bit rows without gaps; false for none.
   virtual bool thumbnail(int32_t /*index*/, int32_t /*width*/, Size& /*size*/,
                          std::vector<uint32_t>& /*pixels*/) {

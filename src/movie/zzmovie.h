@@ -101,6 +101,7 @@ class CZZMovie {
   const std::string& failure() const { return trouble; }
   // Of a video whose frames nothing here decodes, so that they are read as they are stored; else empty.
   std::string unknownCodec() const;
+  std::string codec() const;  // in words, for any movie
   // Whether a frame of a video that was read had colours, which became grey by weightsOfRows.
   bool hasWeighedColours() const;
 

@@ -20,6 +20,7 @@ bool CZZMovie::openVideo(const std::string& name) {
 }
 
 bool CZZMovie::hasWeighedColours() const { return video && video->hasWeighedColours(); }
+std::string CZZMovie::codec() const { return video ? video->codec() : "none: the pixels as they are"; }
 std::string CZZMovie::unknownCodec() const { return video ? video->unknownCodec() : std::string(); }
 
 }  // namespace tarnvisor

@@ -301,6 +301,10 @@ bool VideoReader::hasWeighedColours() const { return parts->pixels.hasWeighedCol
 bool VideoReader::isCutOff() const { return parts->index.cutOff; }
 int64_t VideoReader::missingFrames() const { return parts->index.missing; }
 std::string VideoReader::unknownCodec() const { return parts->unknownCodec; }
+std::string VideoReader::codec() const {
+  const AVCodecDescriptor* kind = avcodec_descriptor_get(parts->stream->codecpar->codec_id);
+  return kind && kind->long_name ? kind->long_name : parts->unknownCodec;
+}
 
 bool VideoReader::readGrey(int32_t index, uint8_t* target, int32_t stride) {
   return parts->read(index, target, stride, false);

@@ -35,6 +35,7 @@ class VideoReader {
   int64_t missingFrames() const;
   // The four characters of the codec that nothing here decodes; empty where frames are decoded.
   std::string unknownCodec() const;
+  std::string codec() const;  // in words
 
   // Frame `index` as grey, top row first, into rows `stride` (at least the width) bytes apart; bytes between
   // the rows stay as they are. Pictures without colour come with their levels as stored, spread to 0..255

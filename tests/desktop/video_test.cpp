@@ -1,6 +1,9 @@
 // The video window, led by mouse and keys.
 #include <QMdiSubWindow>
+#include <QPushButton>
 #include <QStatusBar>
+#include <QTabBar>
+#include <QTableView>
 #include <QWheelEvent>
 
 #include "desktop/timelinebar.h"
@@ -66,6 +69,50 @@ TEST_F(VideoWindow, MovesAlongByTheBarOfTime) {
   QEvent leave(QEvent::Leave);
   QApplication::sendEvent(bar, &leave);
   EXPECT_EQ(previews(), 0);
+}
+
+TEST_F(VideoWindow, SelectsOnTheBarOfTime) {
+  const auto at = [&](double part, int y) { return QPoint(placeOf(part).x(), y); };
+  const auto dragTo = [&](QPoint from, QPoint to, Qt::KeyboardModifiers keys) {
+    QTest::mousePress(bar, Qt::LeftButton, keys, from);
+    QMouseEvent drag(QEvent::MouseMove, to, bar->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, keys);
+    QApplication::sendEvent(bar, &drag);
+    QTest::mouseRelease(bar, Qt::LeftButton, keys, to);
+  };
+  const int low = TimelineBar::kHeight - 4;
+  dragTo(at(0.5, low), at(0.25, low), {});
+  EXPECT_NEAR(doc->selection().first, 15, 1);
+  EXPECT_NEAR(doc->selection().last, 31, 1);
+  dragTo({at(doc->selection().first / 60.0, low)}, at(0.1, low), {});
+  EXPECT_NEAR(doc->selection().first, 6, 1) << "by its end";
+  EXPECT_NEAR(doc->selection().last, 31, 1);
+  dragTo(placeOf(0.8), placeOf(0.9), Qt::ShiftModifier);
+  EXPECT_NEAR(doc->selection().first, 48, 1);
+  EXPECT_EQ(doc->currentIndex(), 0) << "a selection moves nothing";
+  QTest::mouseClick(bar, Qt::LeftButton, {}, at(0.3, low));
+  EXPECT_NEAR(doc->currentIndex(), 18, 1);
+  QTest::keyClick(widget, Qt::Key_I);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->selection().first == doc->currentIndex(); }, kLongestMs));
+  QTest::keyClick(widget, Qt::Key_Right);
+  QTest::keyClick(widget, Qt::Key_O);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return doc->selection().size() == 2; }, kLongestMs));
+}
+
+TEST_F(VideoWindow, GoesBackToAVersionInTheDock) {
+  doc->processImages("Invert", [](CZZimage& each) { each.fill(200); });
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !doc->isBusy(); }, kLongestMs));
+  settle();
+  auto& tabs = *window().findChild<QTabBar*>("panels");
+  ASSERT_EQ(tabs.count(), 2);
+  tabs.setCurrentIndex(1);
+  settle();
+  auto& table = *window().findChild<QTableView*>("marks");
+  ASSERT_EQ(table.model()->rowCount(), 2);
+  table.selectRow(0);
+  for (QPushButton* each : window().findChildren<QPushButton*>())
+    if (each->text() == "Go to") each->click();
+  EXPECT_EQ(doc->currentVersion(), 1);
+  EXPECT_EQ(greyShown(), 0);
 }
 
 TEST_F(VideoWindow, PlaysAndProcessesBeforeTheEyes) {

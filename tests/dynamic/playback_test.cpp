@@ -157,5 +157,55 @@ TEST_F(Playback, RunsByTheTimerOfTheLoop) {
   (void)app->loop.turn();  // its timer went with the view
 }
 
+TEST_F(Playback, KeysMoveSelectAndPlay) {
+  CVivoCapDoc& doc = openMovie("keys.mve", 30);
+  const auto press = [&](KeyEvent key) {
+    EXPECT_TRUE(view().keyDown(key));
+    return doc.currentIndex();
+  };
+  EXPECT_EQ(press({Key::Right}), 1);
+  EXPECT_EQ(press({Key::Right, true}), 11);
+  EXPECT_EQ(press({Key::Left}), 10);
+  run("Mark in");
+  EXPECT_EQ(press({Key::Right, true}), 20);
+  run("Mark out");
+  EXPECT_EQ(doc.selection().first, 10);
+  EXPECT_EQ(doc.selection().last, 21);
+  EXPECT_EQ(press({Key::Home}), 0);
+  EXPECT_EQ(press({Key::End, false, true}), 20);
+  EXPECT_EQ(press({Key::End}), 29);
+  EXPECT_EQ(press({Key::Home, false, true}), 10);
+  press({Key::Space});
+  EXPECT_TRUE(view().isPlaying());
+  press({Key::Space});
+  EXPECT_FALSE(view().isPlaying());
+  doc.showImage(5);
+  run("Mark out");
+  EXPECT_EQ(doc.selection().size(), 6) << "from the start, as the beginning lay behind";
+  run("Select all images");
+  EXPECT_EQ(doc.selection().size(), 30);
+  doc.addDimension({3, 3}, CDimList::kPoint);
+  view().selectMarks(std::array<size_t, 1>{0});
+  press({Key::Right});
+  EXPECT_EQ(doc.currentIndex(), 5) << "the arrows are the mark's";
+}
+
+TEST_F(Playback, LookingAtAVideoDoesNotChangeIt) {
+  openMovie("a.mve", 5);
+  ASSERT_TRUE(video().onSaveDocument(folder.file("v.dtv")));
+  process.videoTemplate->discard(video());
+  ASSERT_NE(app->openDocumentFile(folder.file("v.dtv")), nullptr);
+  EXPECT_FALSE(video().isModified()) << "opened";
+  view().startPlayback(false);
+  view().tick(steadySeconds() + 1);
+  view().stopPlayback();
+  view().goTo(3);
+  view().selectImages(1, 3);
+  view().wheel({.at = {5, 5}, .steps = 1, .control = true});
+  view().scrollTo({3, 3});
+  run("Zoom in");
+  EXPECT_FALSE(video().isModified());
+}
+
 }  // namespace
 }  // namespace tarnvisor

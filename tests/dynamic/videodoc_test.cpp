@@ -36,6 +36,7 @@ TEST_F(VideoDocument, RunsAStepOverTheSelectionWhoseEndIsExclusive) {
   EXPECT_EQ(doc.selection().size(), 3) << "a selection that no longer fits becomes the whole movie";
   EXPECT_EQ(doc.movie->recordOf(0).number, 2u) << "the records are those of the frames written";
   EXPECT_THAT(doc.notes, HasSubstr("Invert"));
+  settings.setInt("Dynamic settings", "keepversions", 0);
   run("Negative");
   EXPECT_THAT(levels(), ElementsAre(11, 12, 13));
   EXPECT_EQ(doc.movie->fileName, folder.file("aA.mve")) << "a movie of its own is changed in place";
@@ -56,6 +57,7 @@ TEST_F(VideoDocument, ChangesNothingWhenAPassIsStopped) {
   host.answers = {Answer::Yes};
   EXPECT_TRUE(doc.select(1, 4));
   run("Delete nonselected images");
+  host.paths = {folder.file("a-export.avi")};
   run("Export uncompressed avi");
   doc.moviePath.clear();
   EXPECT_FALSE(doc.onSaveDocument(folder.file("b.dtv")));
@@ -71,6 +73,7 @@ TEST_F(VideoDocument, ChangesNothingWhenAPassIsStopped) {
 }
 
 TEST_F(VideoDocument, AStepInPlaceThatIsStoppedSaysHowManyItChanged) {
+  settings.setInt("Dynamic settings", "keepversions", 0);
   CVivoCapDoc& doc = openMovie("a.mve", 5);
   run("Negative");
   host.stopAt = 3;
@@ -214,6 +217,7 @@ TEST_F(VideoWork, ThatSavesOrExportsGoesOnUnlessTheUserStopsIt) {
   begin("Save As");
   keeps("copy.dtv is still being saved. Stop it?");
   EXPECT_TRUE(fileExists(folder.file("copy.dtv")));
+  host.paths = {folder.file("copy-export.avi")};
   begin("Export uncompressed avi");
   keeps("copy-export.avi is still being exported. Stop it?");
   EXPECT_TRUE(fileExists(folder.file("copy-export.avi")));
@@ -383,6 +387,17 @@ TEST_F(VideoDocument, EditsSelectionPropertiesAndFolders) {
   EXPECT_EQ(doc.selection().first, 2);
   EXPECT_EQ(doc.selection().last, 7);
   EXPECT_EQ(doc.selectionStep, 2);
+  std::map<std::string, std::string> told;
+  host.fills.push_back([&told](Form& form) {
+    for (const FormField& field : form.fields()) told[field.label] = field.value();
+    return false;
+  });
+  run("Properties");
+  EXPECT_EQ(told["Size"], "16 x 8 pixels, 8 bit grey");
+  EXPECT_EQ(told["Images"], "9");
+  EXPECT_EQ(told["Duration"], "0:00.30 at 30 images a second");
+  EXPECT_EQ(told["Codec"], "none: the pixels as they are");
+  EXPECT_THAT(told["Disc space"], StartsWith("1.2 kB, "));
   host.fill({{"Frames per second", "60"}, {"avi rate", "60"}, {"avi scale", "1"}});
   run("Properties");
   EXPECT_EQ(doc.fps, 60);

@@ -237,13 +237,16 @@ TEST_F(VideoFiles, ExportsNothingOverTheMovieItIsReading) {
   CVivoCapDoc& doc = openMovie("hand.mve", 3);
   ASSERT_TRUE(doc.onSaveDocument(folder.file("hand.dtv")));
   doc.setPathName(folder.file("hand.dtv"));
-  run("Export uncompressed avi");
   const std::string avi = folder.file("hand-export.avi");
+  host.paths = {avi, avi};
+  run("Export uncompressed avi");
+  EXPECT_EQ(host.offered, avi);
   const auto exported = readWholeFile(avi);
   process.videoTemplate->discard(doc);
   ASSERT_NE(app->openDocumentFile(avi), nullptr);
   video().setPathName(folder.file("hand.dtv"));
   run("Export uncompressed avi");
+  EXPECT_EQ(host.offered, folder.file("hand-export-1.avi")) << "not the one before";
   EXPECT_THAT(host.messages.back(), HasSubstr("in use by the open document"));
   EXPECT_EQ(readWholeFile(avi), exported);
   ASSERT_NE(app->openDocumentFile(folder.file("hand-export.avi")), nullptr);
@@ -271,8 +274,9 @@ TEST_F(VideoFiles, ExportsAndImportsAvi) {
   doc.setPathName(folder.file("hand.dtv"));
   doc.fps = 29.97;
   EXPECT_TRUE(doc.select(1, 4));
-  run("Export uncompressed avi");
   const std::string avi = folder.file("hand-export.avi");
+  host.paths = {avi};
+  run("Export uncompressed avi");
   ASSERT_TRUE(fileExists(avi));
   process.videoTemplate->discard(doc);
   ASSERT_NE(app->openDocumentFile(avi), nullptr);
@@ -383,10 +387,10 @@ TEST_F(VideoFiles, TellsOfAPassThatCouldNotBeWritten) {
 
 TEST_F(VideoFiles, TellsOfACodecThatIsNotThere) {
   CVivoCapDoc& doc = openMovie("m.mve", 3);
+  host.paths = {folder.file("m-export.avi"), folder.file("m-export.avi")};
   run("Export uncompressed avi");
   const std::string bystander = folder.file("m-export.new1.avi");
   ASSERT_TRUE(replaceFile(bystander, std::string_view("somebody's")));
-  host.answers = {Answer::Yes};
   run("Export uncompressed avi");  // beside the one that is there, then in its place
   EXPECT_EQ(readWholeText(bystander), "somebody's");
   process.quietMode = 1;

@@ -53,6 +53,7 @@ class TestHost final : public NullHost {
   std::deque<std::optional<std::string>> paths;        // for choosers; nothing is Cancel
   std::deque<std::function<bool(Form&)>> fills;        // for forms; false is Cancel
   std::vector<std::shared_ptr<ShownForm>> shownForms;  // that stay open; also those closed again
+  std::string offered;                                 // by the last chooser for saving
   std::vector<std::string> messages;
   std::vector<std::string> calls;  // of windows
   std::optional<std::vector<uint8_t>> clipboardBitmap;
@@ -87,7 +88,10 @@ class TestHost final : public NullHost {
     return take(answers, Answer::Cancel, text);
   }
   std::optional<std::string> openFile(const FileRequest& r) override { return take(paths, {}, r.title); }
-  std::optional<std::string> saveFile(const FileRequest& r) override { return take(paths, {}, r.title); }
+  std::optional<std::string> saveFile(const FileRequest& r) override {
+    offered = r.initialPath;
+    return take(paths, {}, r.title);
+  }
   std::vector<std::string> openFiles(const FileRequest&) override {
     std::vector<std::string> all;
     for (const auto& path : paths) all.push_back(path.value_or(""));
