@@ -132,6 +132,8 @@ class CView : public CommandTarget, public ScriptTarget {
   virtual Size contentSize() const { return {}; }  // nothing to scroll over with (0, 0)
   Point scrollPosition() const { return scroll; }
   void scrollTo(Point wanted);  // kept within the content
+  // What is smaller than the window lies in its middle: the scroll position is then less than 0.
+  virtual bool centresContent() const { return false; }
   virtual int32_t lineStep() const { return 16; }
 
   // --- a sequence that the window shows a bar for
