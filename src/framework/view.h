@@ -113,6 +113,8 @@ class CView : public CommandTarget, public ScriptTarget {
   void redrawNow() { site().redrawNow(); }  // before it returns
   // Draws what the window shows.
   virtual void draw(Canvas&) {}
+  // On a dark desktop its window is dark too; pages and pictures stay as they are. Not for what shows pixels.
+  virtual bool followsTheme() const { return false; }
   virtual void mouseDown(const MouseEvent&) {}
   virtual void mouseMove(const MouseEvent&) {}
   virtual void mouseUp(const MouseEvent&) {}
