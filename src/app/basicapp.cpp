@@ -4,6 +4,7 @@
 
 #include <cctype>
 
+#include "app/about.h"
 #include "app/commandids.h"
 #include "app/recentfiles.h"
 #include "base/clock.h"
@@ -117,7 +118,7 @@ const CommandTableBase& CBasicApp::commandTable() {
        "&About Tarnvisor...",
        &CBasicApp::about,
        {.tip = "About",
-        .status = "Shows the version, the memory and the room on the disc.",
+        .status = "Shows version, licence and libraries, the memory and the room on the disc.",
         .icon = "about"}},
       {cmd::AppExit,
        "E&xit",
@@ -372,7 +373,8 @@ void CBasicApp::about() {
              title.c_str(), static_cast<unsigned long long>(memory.totalPhysical >> 10),
              static_cast<unsigned long long>(memory.availablePhysical >> 10), memory.loadPercent,
              static_cast<unsigned long long>((memory.totalVirtual - memory.availableVirtual) >> 10),
-             static_cast<unsigned long long>(freeDiscBytes(workingFolder()) >> 10)));
+             static_cast<unsigned long long>(freeDiscBytes(workingFolder()) >> 10)) +
+      "\n\n" + licenceWords());
 }
 
 bool CBasicApp::isOpenView(const CView* view) const {

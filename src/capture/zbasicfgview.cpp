@@ -69,8 +69,7 @@ void ZBasicfgView::restoreZoom() {
   const int32_t whole = std::max(1, settings.getInt(kSection, "zoomx", 1));
   const int32_t num = settings.getInt(kSection, "zoomnum", whole),
                 den = settings.getInt(kSection, "zoomden", 1);
-  if (num > 0 && den > 0) std::tie(zoomnum, zoomden) = std::pair(num, den);
-  contentChanged();
+  if (num > 0 && den > 0) setZoom(num, den);
 }
 
 void ZBasicfgView::storeZoom() const {

@@ -30,6 +30,7 @@ class ZchartView : public CView, public ChartWatcher {
  public:
   explicit ZchartView(ZchartDoc& shown);
   ZchartDoc& chartDocument() const { return doc; }
+  bool followsTheme() const override { return true; }
 
   // --- chartview.cpp: traces, selection, zoom
   void onUpdate(Change what) override;

@@ -30,6 +30,7 @@ class xychartdoc : public ZchartDoc, public CourseTaker {
 class xychartvw : public CView {
  public:
   explicit xychartvw(xychartdoc& shown) : CView(shown), doc(shown) {}
+  bool followsTheme() const override { return true; }
   void onUpdate(Change what) override;
   void draw(Canvas& canvas) override;
   void drawIn(Canvas& canvas, const Rect& area);

@@ -82,6 +82,18 @@ void FormRows::fill(QDialog& dialog, QDialogButtonBox& buttons) {
   if (tall) dialog.resize(QSize(640, 420).expandedTo(dialog.sizeHint()));
 }
 
+// What is shown first is there to be typed over.
+void FormRows::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  const auto first = std::ranges::find_if(rows, [](const Row& row) {
+    return row.control && !row.field->readOnly && row.control->focusPolicy() != Qt::NoFocus;
+  });
+  auto* line = first == rows.end() ? nullptr : qobject_cast<QLineEdit*>(first->control);
+  if (!line || event->spontaneous()) return;
+  line->setFocus(Qt::OtherFocusReason);
+  line->selectAll();
+}
+
 FormRows::Value FormRows::valueOf(const FormField& field) {
   if (const auto* whole = std::get_if<int32_t*>(&field.target)) return **whole;
   if (const auto* number = std::get_if<double*>(&field.target)) return **number;
@@ -154,6 +166,16 @@ void FormRows::addControl(Row& row, QGridLayout& grid, int line) {
   label->setBuddy(row.control);
   const bool tall = row.field->kind == Kind::LongText;
   grid.addWidget(label, line, 0, tall ? Qt::AlignTop | Qt::AlignLeft : Qt::AlignVCenter | Qt::AlignLeft);
+  row.control->setAccessibleName(toQt(row.field->label).remove('&'));
+  if (!row.field->unit.empty()) {
+    row.control->setAccessibleDescription(toQt(row.field->unit));
+    auto* both = new QWidget;
+    auto* layout = new QHBoxLayout(both);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(placed, 1);
+    layout->addWidget(new QLabel(toQt(row.field->unit)));
+    placed = both;
+  }
   grid.addWidget(placed, line, 1);
   if (tall) grid.setRowStretch(line, 1);
 }

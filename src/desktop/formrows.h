@@ -43,6 +43,9 @@ class FormRows final : public QWidget {
   void tellPending();
   void tellNoMore() { changes.stop(); }
 
+ protected:
+  void showEvent(QShowEvent* event) override;
+
  private:
   using Value = std::variant<std::monostate, int32_t, double, std::string>;
   struct Row {

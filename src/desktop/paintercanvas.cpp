@@ -19,6 +19,41 @@ bool isLight(Colour c) { return 3 * (c & 0xff) + 6 * (c >> 8 & 0xff) + (c >> 16 
 
 constexpr int kShadowAlpha = 110;
 
+// --- on a dark desktop
+
+constexpr double kReadable = 0.24;  // of the luminance: 4.5 to 1 on the darkest ground
+
+double luminance(const QColor& c) {
+  const auto linear = [](double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+  return 0.2126 * linear(c.redF()) + 0.7152 * linear(c.greenF()) + 0.0722 * linear(c.blueF());
+}
+
+bool isGreyish(const QColor& c) {
+  constexpr int kColoured = 64;
+  const auto [least, most] = std::minmax({c.red(), c.green(), c.blue()});
+  return most - least < kColoured;
+}
+
+QColor inverted(const QColor& c) {
+  constexpr double kDarkest = 0.12, kLightest = 0.92;
+  const double lightness = kDarkest + (1 - c.lightnessF()) * (kLightest - kDarkest);
+  return QColor::fromHslF(c.hslHueF(), c.hslSaturationF(), static_cast<float>(lightness));
+}
+
+QColor darkInk(const QColor& given) {
+  constexpr double kStep = 0.02;
+  QColor ink = isGreyish(given) ? inverted(given) : given;
+  for (double l = ink.lightnessF(); luminance(ink) < kReadable && l < 1; l += kStep)
+    ink = QColor::fromHslF(ink.hslHueF(), ink.hslSaturationF(), static_cast<float>(l));
+  return ink;
+}
+
+// What is filled is a ground, or a spot of ink.
+QColor darkGround(const QColor& given) {
+  constexpr double kLight = 0.75;
+  return given.lightnessF() > kLight || isGreyish(given) ? inverted(given) : darkInk(given);
+}
+
 }  // namespace
 
 const QStaticText* LaidOutTexts::find(const std::string& words) {
@@ -44,9 +79,14 @@ PainterCanvas::PainterCanvas(QPainter& borrowed, bool forPrinter, LaidOutTexts* 
   setPen({});
 }
 
+QColor PainterCanvas::asInk(Colour colour) const { return isDark ? darkInk(toQt(colour)) : toQt(colour); }
+QColor PainterCanvas::asGround(Colour colour) const {
+  return isDark ? darkGround(toQt(colour)) : toQt(colour);
+}
+
 void PainterCanvas::setPen(const Pen& pen) {
   const int32_t width = std::max(1, pen.width);
-  QPen own(toQt(pen.colour));
+  QPen own(asInk(pen.colour));
   own.setWidth(width);
   own.setCosmetic(ratio == 1.0 && width == 1);
   own.setCapStyle(width > 1 ? Qt::RoundCap : Qt::SquareCap);
@@ -110,24 +150,24 @@ void PainterCanvas::text(Point at, const std::string& words, Colour colour) {
       painter.drawText(corner + by + QPointF(0, metrics.ascent()), line);
   };
   const QPen kept = painter.pen();
-  if (!printer) {
+  if (!printer && !isDark) {
     QColor shadow(isLight(colour) ? Qt::black : Qt::white);
     shadow.setAlpha(kShadowAlpha);
     draw(shadow, {1, 1});
   }
-  draw(toQt(colour), {0, 0});
+  draw(asInk(colour), {0, 0});
   painter.setPen(kept);
 }
 
 void PainterCanvas::fill(const Rect& bounds, Colour colour) {
-  if (!bounds.isEmpty()) painter.fillRect(asQt(bounds), toQt(colour));
+  if (!bounds.isEmpty()) painter.fillRect(asQt(bounds), asGround(colour));
 }
 
 void PainterCanvas::fillPolygon(std::span<const Point> points, Colour colour) {
   if (points.size() < 3) return;
   const QPen kept = painter.pen();
   painter.setPen(Qt::NoPen);
-  painter.setBrush(toQt(colour));
+  painter.setBrush(asGround(colour));
   painter.drawPolygon(outlineOf(points));
   painter.setBrush(Qt::NoBrush);
   painter.setPen(kept);

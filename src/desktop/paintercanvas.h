@@ -30,6 +30,9 @@ class PainterCanvas final : public Canvas {
   // Borrows a painter that has begun; its coordinates are the canvas's. For a printer, pictures are kept with
   // the page and text has no shadow. Borrows the texts too.
   explicit PainterCanvas(QPainter& borrowed, bool forPrinter = false, LaidOutTexts* laidOut = nullptr);
+  // Light grounds become dark, and greys the other way round; inks keep their hue and are lightened until
+  // they are readable. Pixels stay.
+  void showDark() { isDark = true; }
 
   void setPen(const Pen& pen) override;
   void polyline(std::span<const Point> points) override;
@@ -54,7 +57,10 @@ class PainterCanvas final : public Canvas {
   QPainter& painter;
   double ratio;
   bool printer;
+  bool isDark = false;
   LaidOutTexts* texts;
+  QColor asInk(Colour colour) const;
+  QColor asGround(Colour colour) const;
   // What moves a line of an odd number of the screen's own pixels onto the pixels that it names.
   double shift = 0;
   QFontMetrics metrics;

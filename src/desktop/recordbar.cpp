@@ -56,6 +56,7 @@ RecordBar::RecordBar(CBasicMainFrame& mainFrame, QWidget* parent)
   choose->setAutoRaise(true);
   choose->setObjectName("choose");
   choose->setToolTip("Select Recording folder");
+  choose->setAccessibleName("Select Recording folder");
   connect(choose, &QToolButton::clicked, this, [] { theApp().postMainCommand(cmd::RecordFolder); });
   addWidget(labelled("Recording folder", {recordDir, choose}));
   addWidget(labelled("Base name", {baseName}));

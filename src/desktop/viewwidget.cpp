@@ -128,6 +128,8 @@ void ViewWidget::paintEvent(QPaintEvent*) {
   painter.fillRect(viewport()->rect(), palette().color(QPalette::Mid));
   if (!viewShown) return;
   PainterCanvas canvas(painter, false, &texts);
+  constexpr int kDark = 128;
+  if (viewShown->followsTheme() && palette().color(QPalette::Window).lightness() < kDark) canvas.showDark();
   viewShown->draw(canvas);
 }
 

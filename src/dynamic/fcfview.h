@@ -16,6 +16,7 @@ class fcfview : public ZBasicView {  // NOLINT(readability-identifier-naming): t
   void draw(Canvas& canvas) override;
   // With room below for the scale of a picture that it would hide.
   Size contentSize() const override;
+  bool centresContent() const override { return false; }  // the scale lies beside the picture
 
  private:
   bool hidesPicture() const;

@@ -29,8 +29,11 @@ void CView::setWindowSize(Size size) {
 
 void CView::scrollTo(Point wanted) {
   const Size content = contentSize();
-  scroll = {std::clamp(wanted.x, 0, std::max(0, content.width - window.width)),
-            std::clamp(wanted.y, 0, std::max(0, content.height - window.height))};
+  const bool centres = centresContent() && content != Size{};
+  const auto kept = [&](int32_t at, int32_t extent, int32_t room) {
+    return extent > room ? std::clamp(at, 0, extent - room) : centres ? -((room - extent) / 2) : 0;
+  };
+  scroll = {kept(wanted.x, content.width, window.width), kept(wanted.y, content.height, window.height)};
   site().scrollChanged();
   redraw();
 }

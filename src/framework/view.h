@@ -125,6 +125,8 @@ class CView : public CommandTarget, public ScriptTarget {
   void redrawNow() { site().redrawNow(); }  // before it returns
   // Draws what the window shows.
   virtual void draw(Canvas&) {}
+  // On a dark desktop its window is dark too; pages and pictures stay as they are. Not for what shows pixels.
+  virtual bool followsTheme() const { return false; }
   virtual void mouseDown(const MouseEvent&) {}
   virtual void mouseMove(const MouseEvent&) {}
   virtual void mouseLeft() {}  // the window, no button being held
@@ -150,6 +152,8 @@ class CView : public CommandTarget, public ScriptTarget {
   virtual Size contentSize() const { return {}; }  // nothing to scroll over with (0, 0)
   Point scrollPosition() const { return scroll; }
   void scrollTo(Point wanted);  // kept within the content
+  // What is smaller than the window lies in its middle: the scroll position is then less than 0.
+  virtual bool centresContent() const { return false; }
   virtual int32_t lineStep() const { return 16; }
 
   // --- a sequence that the window shows a bar for

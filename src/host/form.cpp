@@ -135,6 +135,11 @@ Form& Form::addSlider(std::string label, int32_t& value, int32_t low, int32_t hi
   rows.back().slides = true;
   return *this;
 }
+Form& Form::withUnit(std::string words) {
+  rows.back().unit = std::move(words);
+  return *this;
+}
+
 Form& Form::withDecimals(int32_t count) {
   rows.back().decimals = count;
   return *this;

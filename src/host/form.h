@@ -34,6 +34,7 @@ struct FormField {
   std::string filter;     // of a File: what its chooser shows (host/choosers.h)
   std::string title;      // of the chooser of a File that is a folder; empty for a file
   int32_t decimals = -1;  // of a Number: how many it shows; -1 for as many as it has
+  std::string unit = {};  // shown beside it
   bool slides = false;    // of a Whole with both limits: a wide slider beside it, in a live form or not
   bool ends = false;      // of a Choice: buttons, each of which ends the form, instead of OK and Cancel
 
@@ -64,6 +65,7 @@ class Form {
   // The form ends by one of these buttons, the first of which is that of Enter; closing it is Cancel.
   Form& endWith(std::string label, int32_t& index, std::vector<std::string> buttons);
   Form& withDecimals(int32_t count);               // of the Number just added
+  Form& withUnit(std::string words);               // beside the field just added
   Form& offering(std::vector<std::string> texts);  // for the Text just added, which may be another
   Form& setOkLabel(std::string words);
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves

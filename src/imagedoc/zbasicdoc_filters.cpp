@@ -57,7 +57,7 @@ bool ZBasicDoc::askWindow(const char* title, const char* key, int32_t standard, 
   window = settings.getInt("WINDOWSZ", key, standard);
   Form form(title);
   form.addNote("The window must be smaller than the region, which is " + regionSize() + ".");
-  form.add("window", window, {static_cast<double>(smallest), 1e9, {}});
+  form.add("window", window, {static_cast<double>(smallest), 1e9, {}}).withUnit("pixels");
   if (!asked(form)) return false;
   settings.setInt("WINDOWSZ", key, window);
   return true;
@@ -103,7 +103,7 @@ void ZBasicDoc::lowPass() {
 void ZBasicDoc::blur() {
   double value = std::strtod(settings.getString("blur", "sigma", "1.0").c_str(), nullptr);
   Form form("Blur");
-  form.add("sigma", value, {0.01, 1000, {}});
+  form.add("sigma", value, {0.01, 1000, {}}).withUnit("pixels");
   if (!asked(form)) return;
   // The number as people write it, with at least one decimal.
   std::string sigma = format("%.6g", value);
@@ -270,7 +270,7 @@ void ZBasicDoc::threshold() {
     updateAllViews();
   };
   Form form("Threshold");
-  form.add("threshold", level, {0, 255, {}}).setOnChange(apply);
+  form.add("threshold", level, {0, 255, {}}).withUnit("grey levels").setOnChange(apply);
   if (!asked(form)) {
     child->copyPixels(*before);
     updateAllViews();

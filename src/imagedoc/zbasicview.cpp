@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <limits>
+#include <numeric>
+#include <utility>
 
 #include "app/processstate.h"
 #include "base/numbers.h"
@@ -24,10 +26,27 @@ int32_t scaled(int64_t value, int32_t numerator, int32_t denominator) {
   return saturated(value * numerator / denominator);
 }
 
-// Whether the ratio can take factors of this size and still be held.
-bool canGrow(int32_t num, int32_t den, int64_t numFactor, int64_t denFactor) {
-  return num * numFactor <= kLargest && den * denFactor <= kLargest;
-}
+struct ZoomRatio {
+  int32_t num = 1;
+  int32_t den = 1;
+  // A step from 1:1 or from where steps led; false for one that can't be held.
+  bool move(bool in) {
+    if (in && num < den) return divide(3);
+    if (!in && num > den) return divide(5);
+    const int64_t factor = in ? 5 : 3;
+    if (num * factor > kLargest || den * int64_t{4} > kLargest) return false;
+    num *= static_cast<int32_t>(factor);
+    den *= 4;
+    return true;
+  }
+
+ private:
+  bool divide(int32_t factor) {
+    num /= factor;
+    den /= 4;
+    return true;
+  }
+};
 
 }  // namespace
 
@@ -59,6 +78,7 @@ void ZBasicView::onUpdate(Change what) {
   }
   checkSelections();
   showFirst();
+  keepFitted();
   contentChanged();
   selectionChanged();
 }
@@ -72,6 +92,7 @@ void ZBasicView::onActivate() {
 void ZBasicView::onSize() {
   hasFrame = true;
   showFirst();
+  keepFitted();
 }
 
 void ZBasicView::showFirst() {
@@ -79,9 +100,17 @@ void ZBasicView::showFirst() {
   wasShown = true;
   const Size content = contentSize();
   if (content.width <= windowSize().width && content.height <= windowSize().height) return;
-  fitTo(windowSize());
+  keepFitted();
   const Size fitted = contentSize();
   site().resizeFrame({fitted.width + 2, fitted.height + 2});
+}
+
+// A picture is wholly seen in whatever window it gets, until the user wants it otherwise.
+void ZBasicView::keepFitted() {
+  const CZZimage* image = doc.theImage();
+  if (!isFitted || !hasFrame || !image) return;
+  const std::pair now(windowSize(), Size{image->width, image->frameHeight()});
+  if (std::exchange(metFrame, now) != now) fitTo(windowSize());
 }
 
 // --- selection
@@ -128,50 +157,47 @@ Point ZBasicView::toWindow(Point imagePoint) const {
          scrollPosition();
 }
 
-void ZBasicView::zoomIn() {
-  if (zoomnum < zoomden) {
-    zoomnum /= 3;
-    zoomden /= 4;
-  } else if (canGrow(zoomnum, zoomden, 5, 4)) {
-    zoomnum *= 5;
-    zoomden *= 4;
+void ZBasicView::zoomIn() { takeStep(true); }
+void ZBasicView::zoomOut() { takeStep(false); }
+
+// From a ratio between the steps to the next one.
+void ZBasicView::takeStep(bool in) {
+  const ZoomRatio from{zoomnum, zoomden};
+  const bool enlarged = zoomnum >= zoomden;
+  ZoomRatio step;
+  const auto isShort = [&] {
+    const int64_t there = int64_t{step.num} * from.den, here = int64_t{from.num} * step.den;
+    return enlarged ? there < here : there > here;
+  };
+  while (isShort() && step.move(enlarged)) {
   }
-  contentChanged();
-  site().panesChanged();
+  const bool isBeyond = int64_t{step.num} * from.den != int64_t{from.num} * step.den;
+  if (!(isBeyond && in == enlarged)) step.move(in);
+  setZoom(step.num, step.den);
 }
 
-void ZBasicView::zoomOut() {
-  if (zoomnum > zoomden) {
-    zoomnum /= 5;
-    zoomden /= 4;
-  } else if (canGrow(zoomnum, zoomden, 3, 4)) {
-    zoomnum *= 3;
-    zoomden *= 4;
-  }
+void ZBasicView::setZoom(int32_t num, int32_t den) {
+  zoomnum = num;
+  zoomden = den;
+  isFitted = false;
   contentChanged();
   site().panesChanged();
 }
 
 void ZBasicView::fitTo(Size area) {
-  constexpr double kSmallest = 1.0 / 13, kLargestFit = 13;
+  constexpr int32_t kMost = 13;
   if (!hasImage() || area.width <= 0 || area.height <= 0) return;
-  const CZZimage& image = *doc.theImage();
-  const double ai = static_cast<double>(image.width) / image.frameHeight();
+  const Size image{doc.theImage()->width, doc.theImage()->frameHeight()};
+  const double ai = static_cast<double>(image.width) / image.height;
   const double aw = static_cast<double>(area.width) / area.height;
-  const double wanted = ai >= aw ? static_cast<double>(area.width) / image.width
-                                 : static_cast<double>(area.height) / image.frameHeight();
-  const double z = std::clamp(wanted, kSmallest, kLargestFit);
+  ZoomRatio wanted = ai >= aw ? ZoomRatio{area.width, image.width} : ZoomRatio{area.height, image.height};
+  if (wanted.num > int64_t{wanted.den} * kMost) wanted = {kMost, 1};
+  if (wanted.den > int64_t{wanted.num} * kMost) wanted = {1, kMost};
   logPrintf("zoomfit %i,%i\n", area.width, area.height);
-  logPrintf("ai %f aw %f z %f\n", ai, aw, z);
-  const auto ratio = [this] { return static_cast<double>(zoomnum) / zoomden; };
-  zoomnum = zoomden = 1;
-  if (z < 1) {
-    while (ratio() > z) zoomOut();
-  } else {
-    while (ratio() <= z) zoomIn();
-    zoomOut();
-  }
-  scrollTo({0, 0});
+  logPrintf("ai %f aw %f z %f\n", ai, aw, static_cast<double>(wanted.num) / wanted.den);
+  const int32_t common = std::gcd(wanted.num, wanted.den);
+  setZoom(wanted.num / common, wanted.den / common);
+  isFitted = true;
 }
 
 void ZBasicView::zoomAbout(Point windowPoint, bool in) {

@@ -60,15 +60,17 @@ class ZBasicView : public CView, public AutoLoadSink {
   // Between the window and the parent frame. Coordinates saturate; neither needs an image.
   Point toImage(Point windowPoint) const;
   Point toWindow(Point imagePoint) const;
-  // The ratio steps; each comes back exactly. A step that 32 bits can't hold is not taken: in beyond some 18,
-  // out beyond some 1/75.
+  // The ratio steps from 1:1; each comes back exactly, and from between the steps it is the next. A step that
+  // 32 bits can't hold is not taken: in beyond some 18, out beyond some 1/75.
   void zoomIn();
   void zoomOut();
-  // The whole image in a window of that size, within 1/13 and 13. Nothing without an image or area.
+  // The whole image in a window of that size, within 1/13 and 13, and so again whenever either changes its
+  // size, until the zoom is set otherwise. Nothing without an image or area.
   void fitTo(Size area);
   // A step of the zoom that keeps the image point under a window point where it is, as far as it can be
   // scrolled there.
   void zoomAbout(Point windowPoint, bool in);
+  bool centresContent() const override { return hasFrame; }
 
   // --- markspanel.h
   SidePanel* sidePanel() override { return &marks; }
@@ -116,6 +118,7 @@ class ZBasicView : public CView, public AutoLoadSink {
 
  protected:
   void onSize() override;
+  void setZoom(int32_t num, int32_t den);  // by hand
   virtual Cursor wantedCursor() const;
   // How far the picture is drawn out of its place, with the marks where they are in their frame.
   virtual Point pictureShift() const { return {}; }
@@ -151,6 +154,8 @@ class ZBasicView : public CView, public AutoLoadSink {
   void selectionChanged();
   void checkSelections();
   void showFirst();
+  void keepFitted();
+  void takeStep(bool in);
   Point windowCentre() const { return {windowSize().width / 2, windowSize().height / 2}; }
   Rect banded() const { return Rect{rubber.from.x, rubber.from.y, rubber.to.x, rubber.to.y}.normalised(); }
 
@@ -271,9 +276,11 @@ class ZBasicView : public CView, public AutoLoadSink {
   ZBasicDoc& doc;
   MarksPanel marks{*this};
   std::unique_ptr<PicturePainter> painter;
-  bool hasFrame = false;  // a window told its size
-  bool wasShown = false;  // the first image has met its frame
-  int32_t shownList = 0;  // the selections' list
+  bool hasFrame = false;           // a window told its size
+  bool wasShown = false;           // the first image has met its frame
+  bool isFitted = true;            // the user set no other zoom
+  std::pair<Size, Size> metFrame;  // the window and the image that were fitted last
+  int32_t shownList = 0;           // the selections' list
 
   Grip grip = Grip::None;
   MouseButton gripButton = MouseButton::None;

@@ -291,9 +291,8 @@ void ZBasicView::runOnDocument(int32_t command) {
 
 void ZBasicView::actualSize() {
   const Point centre = toImage(windowCentre()) - doc.imageOrigin();
-  zoomnum = zoomden = 1;
+  setZoom(1, 1);
   scrollTo(centre - windowCentre());
-  site().panesChanged();
 }
 
 void ZBasicView::toggleScaleBar() {

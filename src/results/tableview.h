@@ -17,6 +17,7 @@ namespace tarnvisor {
 class TableView : public CView {
  public:
   using CView::CView;
+  bool followsTheme() const override { return true; }
 
   struct CellAddress {
     size_t row, column;

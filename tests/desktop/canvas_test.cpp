@@ -49,6 +49,28 @@ TEST(PainterCanvas, LinesCoverBothTheirEndsAndNothingElse) {
   EXPECT_EQ(drawn({2, 2}, 2, dot), (Rows{"....", "....", "..##", "..##"}));
 }
 
+TEST(PainterCanvas, OnADarkDesktopGroundsAreDarkAndEveryInkIsReadable) {
+  const auto shown = [](const std::function<void(Canvas&)>& draw) {
+    QImage picture(8, 4, QImage::Format_RGB32);
+    QPainter painter(&picture);
+    PainterCanvas canvas(painter);
+    canvas.showDark();
+    draw(canvas);
+    return picture.pixelColor(2, 1);
+  };
+  const auto ink = [&](Colour colour) {
+    return shown([&](Canvas& canvas) {
+      canvas.setPen({colour, 1, false});
+      canvas.polyline(kAcross);
+    });
+  };
+  EXPECT_LT(shown([](Canvas& canvas) { canvas.fill({0, 0, 8, 4}, 0xffffff); }).lightness(), 40);
+  for (const Colour each : {0x000000, 0xff0000, 0x0000ff, 0x800000, 0x303030, 0xffffff})
+    EXPECT_GT(qGray(ink(each).rgb()), 90) << each;
+  EXPECT_EQ(ink(0x00ff00).rgb(), 0xff00ff00u) << "what is readable keeps its colour";
+  EXPECT_EQ(ink(0x800000).hslHue(), QColor(0, 0, 128).hslHue());
+}
+
 TEST(PainterCanvas, TextsThatAreKeptLaidOutLookLikeFreshOnes) {
   LaidOutTexts kept;
   const auto picture = [](double ratio, int32_t size, LaidOutTexts* texts) {

@@ -82,6 +82,19 @@ TEST(FormDialog, KeepsEverythingOnCancelAndRefusesEnterWhileAValueIsWrong) {
   EXPECT_EQ(text, "before");
 }
 
+TEST(FormDialog, OpensWithItsFirstValueSelectedAndUnitsBeside) {
+  double size = 4.5;
+  Form form("Title");
+  form.addNote("Words").add("size", size).withUnit("mm");
+  FormDialog dialog(form, nullptr);
+  dialog.show();
+  EXPECT_EQ(line(dialog, 1)->selectedText(), "4.5");
+  EXPECT_EQ(line(dialog, 1)->accessibleName(), "size");
+  QStringList words;
+  for (const QLabel* label : dialog.findChildren<QLabel*>()) words << label->text();
+  EXPECT_TRUE(words.contains("mm"));
+}
+
 TEST(FormDialog, AStoredValueOutsideItsLimitsIsSaidAtOnce) {
   int32_t whole = 500;
   Form form("Title");

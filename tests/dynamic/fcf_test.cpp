@@ -352,8 +352,9 @@ TEST_F(Flow, TheLegendLeavesThePictureToBeSeen) {
   fcfdoc& map = calculate("-1");
   auto& view = dynamic_cast<fcfview&>(*map.views().front());
   const auto legendAt = [&](int32_t zoom, Size window) {
-    view.zoomnum = zoom;
     view.setWindowSize(window);
+    view.zoomnum = zoom;
+    view.zoomden = 1;
     RecordingCanvas canvas;
     view.draw(canvas);
     std::erase_if(canvas.calls, [](const std::string& call) { return !call.ends_with(" 202020"); });

@@ -158,7 +158,7 @@ TEST_F(ImageView, ForeignOrDamagedDataIsNotPasted) {
 }
 
 TEST_F(ImageView, TheAutocalTestTakesTheRowUnderTheMouseAndOpensTheNotesOnce) {
-  ZBasicDoc& d = show({64, 20});
+  ZBasicDoc& d = show({64, 20}, {64, 20});
   for (int32_t x = 0; x < 64; ++x) d.image->setPixel(x, 9, x % 8 < 4 ? 200 : 50);
   d.image->xOrigin = 300;
   d.image->yOrigin = 400;
