@@ -1,6 +1,7 @@
 // What a user waits for in the real windows: a 2048 x 1536 still from the disc to its first paint, a click to
-// its paint, a step of panning or zooming, a move of a live slider; each drawn into the window's backing
-// store at one and at two pixels a point.
+// its paint, a step of panning or zooming, a move of a live slider, a mark until it stands in its table, an
+// exam until its documents are listed; each drawn into the window's backing store, the picture at one and at
+// two pixels a point.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -23,6 +24,7 @@
 #include "desktop/formdialog.h"
 #include "desktop/qthost.h"
 #include "exams/examselection.h"
+#include "frame/commandids.h"
 #include "frame/mainframe.h"
 #include "imagedoc/commandids.h"
 #include "imagedoc/zbasicview.h"
@@ -77,7 +79,7 @@ class Desk {
     options.keepWorkingFolder = true;
     windows.connect(app, frame);
     (void)app.initInstance(options);
-    QApplication::processEvents();
+    showDocks(false);
   }
   ~Desk() { windows.closeWindows(); }
 
@@ -100,6 +102,18 @@ class Desk {
     return document;
   }
 
+  void showDocks(bool on) {
+    for (const int32_t dock : {cmd::MarksDock, cmd::ExamDock})
+      if (docksShown != on) (void)app.runCommand(dock);
+    docksShown = on;
+    QApplication::processEvents();
+  }
+  void refresh() {
+    ports.windows.refreshBars();
+    QApplication::processEvents();
+  }
+
+  bool docksShown = true;  // as the program starts
   QtHost windows;
   DrivenForms forms;
   Host ports{windows.ports.messages,   windows.ports.choosers,  forms,
@@ -108,7 +122,7 @@ class Desk {
              windows.ports.remoteFiles};
   HostScope scope{ports};
   CBasicApp app;
-  const ExamSelection exams{app};
+  ExamSelection selection{app};
   CBasicMainFrame frame{app};
 };
 Desk* desk = nullptr;
@@ -229,6 +243,51 @@ BENCHMARK(sliderMove)
     ->Arg(cmd::Threshold)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
+
+// What the docks tell comes a moment after the paint; here at once.
+void drawAMark(benchmark::State& state) {
+  ZBasicDoc& document = *desk->openLarge(1);
+  desk->showDocks(state.range(1) != 0);
+  addLabelled(document, state.range(0));
+  document.updateAllViews();
+  QApplication::processEvents();
+  QWidget* area = desk->widgetOf(document).viewport();
+  for (auto _ : state) {
+    addLabelled(document, 1);
+    document.updateAllViews(CView::Change::Marks);
+    area->repaint();
+    desk->refresh();
+    document.currentDims().remove(document.currentDims().size() - 1);
+  }
+  desk->showDocks(false);
+  close(document);
+}
+BENCHMARK(drawAMark)
+    ->ArgNames({"marks", "docks"})
+    ->ArgsProduct({{10, 1000}, {0, 1}})
+    ->Unit(benchmark::kMillisecond);
+
+void chooseAnExam(benchmark::State& state) {
+  SubjectDatabase& db = *desk->app.db;
+  (void)db.newSubject("bench");
+  std::vector<int32_t> exams;
+  for (int64_t i = 0; i < 2; ++i) {
+    const int32_t exam = db.newExam("bench", "left ring finger", "", "bench");
+    for (int64_t k = 0; k < state.range(0); ++k)
+      (void)db.insertResult(exam, format("hand%i.tv1", static_cast<int>(k)), "Density=45.21 no/mm");
+    exams.push_back(exam);
+  }
+  desk->showDocks(true);
+  desk->selection.selectSubject("bench", "Ann Lee");
+  size_t turn = 0;
+  for (auto _ : state) {
+    desk->selection.selectExam(exams[++turn % 2], "bench");
+    desk->refresh();
+  }
+  desk->selection.clear();
+  desk->showDocks(false);
+}
+BENCHMARK(chooseAnExam)->ArgName("documents")->Arg(10)->Arg(500)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace tarnvisor

@@ -13,7 +13,6 @@ namespace {
 
 constexpr const char* kSection = "chartdoc";
 // What Undo may keep: the last change always, older ones while they fit.
-constexpr uint64_t kUndoBytes = uint64_t{256} << 20;
 
 uint64_t bytesOf(const ZZTrace* trace) {
   if (!trace || !trace->data) return 0;
@@ -33,15 +32,15 @@ ZchartDoc::~ZchartDoc() = default;
 
 const CommandTableBase& ZchartDoc::commandTable() {
   using D = ZchartDoc;
-  static const CommandTable<D> table{
-      {{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
-       {cmd::RedoTrace,
-        "&Redo",
-        &D::redo,
-        &D::canRedo,
-        {.tip = "Redo", .status = "Does again what was taken back.", .keys = "Ctrl+Shift+Z", .icon = "redo"}},
-       {cmd::Redo, "", &D::redo, &D::canRedo}},
-      &CdbDocument::commandTable()};
+  static const CommandTable<D> table{{{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
+                                      {cmd::Redo, "&Redo", &D::redo, &D::canRedo},
+                                      // Its number in scripts.
+                                      {cmd::RedoTrace,
+                                       "",
+                                       &D::redo,
+                                       &D::canRedo,
+                                       {.tip = "Redo", .status = "Does again what was taken back."}}},
+                                     &CdbDocument::commandTable()};
   return table;
 }
 
@@ -87,8 +86,7 @@ void ZchartDoc::deletetrace(ZZTrace& trace, bool notify) {
   tellWatchers(*this, [&](ChartWatcher& w) { w.traceGone(trace); });
   traces.items.erase(traces.items.begin() + index);
   // Their steps count places in a list that is now another one.
-  undoable.clear();
-  redoable.clear();
+  forgetUndo();
   setModified();
   if (notify) tracesChanged();
 }
@@ -151,33 +149,22 @@ ZchartDoc::Steps ZchartDoc::perform(Steps steps) {
 }
 
 void ZchartDoc::undo() {
-  if (!canUndo()) return;
-  Steps steps = std::move(undoable.back());
-  undoable.pop_back();
-  redoable.push_back(perform(std::move(steps)));
+  if (canUndo()) history.undo([this](Steps steps) { return perform(std::move(steps)); });
 }
 
 void ZchartDoc::redo() {
-  if (!canRedo()) return;
-  Steps steps = std::move(redoable.back());
-  redoable.pop_back();
-  undoable.push_back(perform(std::move(steps)));
+  if (canRedo()) history.redo([this](Steps steps) { return perform(std::move(steps)); });
 }
 
 ZchartDoc::Change::~Change() {
   doc.tellLowMemory();
   if (steps.empty()) return;
   doc.setModified();
-  doc.redoable.clear();
-  doc.undoable.push_back(std::move(steps));
-  uint64_t kept = 0;
-  auto oldest = doc.undoable.end();
-  while (oldest != doc.undoable.begin()) {
-    for (const Step& step : *(oldest - 1)) kept += bytesOf(step.trace.get());
-    if (kept > kUndoBytes && oldest != doc.undoable.end()) break;
-    --oldest;
-  }
-  doc.undoable.erase(doc.undoable.begin(), oldest);
+  doc.history.add(std::move(steps), [](const Steps& made) {
+    uint64_t bytes = 0;
+    for (const Step& step : made) bytes += bytesOf(step.trace.get());
+    return bytes;
+  });
 }
 
 bool ZchartDoc::Change::altering(ZZTrace& trace) {
@@ -217,6 +204,24 @@ void ZchartDoc::Change::replace(ZZTrace& trace, ZZTrace::Own by) {
   steps.push_back({Step::Kind::Replace, static_cast<size_t>(index), std::move(by)});
 }
 
+void ZchartDoc::Change::changedMarkers(CMarkerList::Items before) {
+  CMarkerList& list = doc.markers;
+  const auto isSame = [](const auto& one, const auto& other) { return *one == *other; };
+  if (std::ranges::equal(before, list.items, isSame)) return;
+  const auto kept = std::make_shared<CMarkerList::Items>(std::move(before));
+  // Who watches a marker sees it go, and takes up the one that comes in its place.
+  steps.push_back({Step::Kind::Exchange, 0, nullptr, [&list, kept] {
+                     CMarkerList::Items now = list.clones();
+                     list.items = std::exchange(*kept, std::move(now));
+                   }});
+}
+
+void ZchartDoc::changeMarkers(const std::function<void()>& work) {
+  CMarkerList::Items before = markers.clones();
+  work();
+  Change(*this).changedMarkers(std::move(before));
+}
+
 void ZchartDoc::Change::exchange(std::function<void()> twoValues) {
   twoValues();
   steps.push_back({Step::Kind::Exchange, 0, nullptr, std::move(twoValues)});
@@ -244,11 +249,6 @@ bool ZchartDoc::onNewDocument() {
   if (!CdbDocument::onNewDocument()) return false;
   readSettings();
   return true;
-}
-
-void ZchartDoc::forgetUndo() {
-  undoable.clear();
-  redoable.clear();
 }
 
 void ZchartDoc::deleteContents() {

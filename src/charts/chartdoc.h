@@ -11,6 +11,7 @@
 
 #include "charts/markerlist.h"
 #include "exams/dbdocument.h"
+#include "framework/history.h"
 #include "traces/trace.h"
 
 namespace tarnvisor {
@@ -52,11 +53,13 @@ class ZchartDoc : public CdbDocument {
 
   // --- undo: a command says beforehand what it will change
   class Change;
+  // As one change: adds, removes or alters markers.
+  void changeMarkers(const std::function<void()>& work);
   void undo();
   void redo();
-  void forgetUndo();
-  bool canUndo() const { return !undoable.empty(); }
-  bool canRedo() const { return !redoable.empty(); }
+  void forgetUndo() { history.clear(); }
+  bool canUndo() const { return history.canUndo(); }
+  bool canRedo() const { return history.canRedo(); }
 
   bool onNewDocument() override;
   bool onOpenDocument(const std::string& path) override;
@@ -102,7 +105,7 @@ class ZchartDoc : public CdbDocument {
   using Steps = std::vector<Step>;
   void serializeRest(Archive& archive);  // what follows the list
   Steps perform(Steps steps);
-  std::vector<Steps> undoable, redoable;
+  History<Steps> history;
   std::array<int32_t, 2> counters{};  // of the instrument's programs, kept as the file brought them
 };
 
@@ -138,6 +141,8 @@ class ZchartDoc::Change {
   void remove(ZZTrace& trace);
   ZZTrace* add(ZZTrace::Own trace);  // null for one without data
   void replace(ZZTrace& trace, ZZTrace::Own by);
+  // Clones of the markers, from before something was done to them.
+  void changedMarkers(CMarkerList::Items before);
   // Exchanges a kind's own value for another, which Undo exchanges again.
   template <class Value>
   void exchange(Value& own, Value fresh) {

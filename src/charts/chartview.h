@@ -259,6 +259,7 @@ class ZchartView : public CView, public ChartWatcher {
   Point pressedAt;
   Point mouse{-1, -1};  // window
   CMarker* gripped = nullptr;
+  CMarkerList::Items beforeDrag;
 };
 
 }  // namespace tarnvisor

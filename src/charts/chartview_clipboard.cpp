@@ -133,9 +133,7 @@ void ZchartView::cut() {
 // A marker in hand goes at once: it is small, and drawn again by a key.
 void ZchartView::remove() {
   if (const CMarker* marker = selectedMarker()) {
-    doc.markers.remove(*marker);
-    doc.setModified();
-    return doc.updateAllViews();
+    return doc.changeMarkers([&] { doc.markers.remove(*marker); });
   }
   ZZTrace* trace = active();
   if (!trace) return;

@@ -453,10 +453,9 @@ void ZchartView::insertMarker() {
   marker->id = static_cast<uint16_t>(last + 1);
   marker->time = std::max(0.0, cursor);
   marker->SetLabel(format("%i", marker->id));
-  CMarker& placed = doc.markers.add(std::move(marker));
-  doc.setModified();
-  doc.updateAllViews();
-  if (editsNewMarks()) openEditor(placed);
+  CMarker* placed = nullptr;
+  doc.changeMarkers([&] { placed = &doc.markers.add(std::move(marker)); });
+  if (editsNewMarks()) openEditor(*placed);
 }
 
 void ZchartView::editMarker() {
@@ -465,9 +464,8 @@ void ZchartView::editMarker() {
 
 void ZchartView::openEditor(CMarker& marker) {
   // The marker goes with its document, and the editor with the marker.
-  MarkerEditor::shared().onUpdated = [&shown = doc](CMarker&) {
-    shown.setModified();
-    shown.updateAllViews();
+  MarkerEditor::shared().onUpdate = [&shown = doc](const std::function<void()>& update) {
+    shown.changeMarkers(update);
   };
   MarkerEditor::shared().open(marker);
 }

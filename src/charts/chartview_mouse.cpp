@@ -42,6 +42,7 @@ void ZchartView::mouseDown(const MouseEvent& event) {
   if (MarkerPlacement* placement = markerAt(event.at)) {
     placement->selected = true;
     gripped = placement->marker;
+    beforeDrag = doc.markers.clones();
     grip = Grip::Marker;
   } else {
     std::vector<Strip> all = strips(plotArea());
@@ -73,6 +74,7 @@ void ZchartView::mouseMove(const MouseEvent& event) {
 void ZchartView::mouseUp(const MouseEvent& event) {
   if (grip == Grip::None || event.button != MouseButton::Left) return;
   mouseMove(event);
+  if (grip == Grip::Marker) ZchartDoc::Change(doc).changedMarkers(std::move(beforeDrag));
   grip = Grip::None;
   gripped = nullptr;
   site().captureMouse(false);

@@ -22,9 +22,8 @@ std::vector<Menu> chartMenus() {
   return {
       fileMenu(ofFile),
       {"&Edit",
-       {cmd::Undo, cmd::RedoTrace, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste,
-        cmd::DeleteFromTrace, K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks,
-        K::Separator, cmd::ClearTraces}},
+       {cmd::Undo, cmd::Redo, K::Separator, cmd::EditCopy, cmd::EditCut, cmd::EditPaste, cmd::DeleteFromTrace,
+        K::Separator, cmd::InsertMarker, cmd::EditMarker, cmd::EditNewMarks, K::Separator, cmd::ClearTraces}},
       {"&View", zoomEntries() +
                     MenuEntries{cmd::ZoomValueIn, cmd::ZoomValueOut, cmd::SameScale, K::Separator,
                                 cmd::ReduceFullScale, cmd::IncreaseFullScale, cmd::RaiseOffset,
@@ -107,7 +106,7 @@ const DocumentFace& xyChartFace() {
   static const DocumentFace face{.tables = {&xychartvw::commandTable(), &xychartdoc::commandTable()},
                                  .menus = plainMenus({cmd::FileSave, cmd::FileSaveAs, K::Separator,
                                                       cmd::FilePrint, cmd::FilePrintPreview},
-                                                     {cmd::Undo, cmd::RedoTrace}),
+                                                     {cmd::Undo, cmd::Redo}),
                                  .files = {{.ending = ".zzxy",
                                             .openWords = "XY charts (*.zzxy)",
                                             .openPlace = 8,

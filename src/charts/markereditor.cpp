@@ -51,6 +51,13 @@ void MarkerEditor::takeFields() {
 
 void MarkerEditor::update() {
   if (!shown) return;
+  if (onUpdate)
+    onUpdate([this] { giveFields(); });
+  else
+    giveFields();
+}
+
+void MarkerEditor::giveFields() {
   const bool newWidth = width != shown->boxwidth;
   if (label != shown->label) shown->SetLabel(label);
   if (newWidth) shown->boxwidth = clipped(width);
@@ -58,7 +65,6 @@ void MarkerEditor::update() {
   shown->boxheight = clipped(height);
   shown->pole = clipped(pole);
   takeFields();
-  if (onUpdated) onUpdated(*shown);
 }
 
 Form MarkerEditor::form() {

@@ -31,10 +31,12 @@ class MarkerEditor final : public MarkerWatcher {
   int32_t height = 0;
   int32_t pole = 0;
 
-  std::function<void(CMarker&)> onUpdated;  // for the chart that shows the marker
+  // Does the update; for the chart that shows the marker.
+  std::function<void(const std::function<void()>& update)> onUpdate;
 
  private:
   void takeFields();
+  void giveFields();
   Form form();
   void openWindow();
   void closeWindow();

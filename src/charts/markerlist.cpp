@@ -22,6 +22,12 @@ bool CMarkerList::remove(const CMarker& marker) {
   return std::erase_if(items, [&](const auto& item) { return item.get() == &marker; }) > 0;
 }
 
+CMarkerList::Items CMarkerList::clones() const {
+  Items copies;
+  for (const auto& item : items) copies.push_back(item->Clone());
+  return copies;
+}
+
 void CMarkerList::Shift(double seconds) {
   for (const auto& item : items) item->time += seconds;
 }

@@ -29,7 +29,10 @@ class CMarkerList : public ArchiveObject {
   // True if any moved.
   bool Merge(CMarkerList& other);
 
-  std::vector<std::unique_ptr<CMarker>> items;
+  using Items = std::vector<std::unique_ptr<CMarker>>;
+  Items clones() const;
+
+  Items items;
 };
 
 }  // namespace tarnvisor

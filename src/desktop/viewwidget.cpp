@@ -74,8 +74,18 @@ Qt::CursorShape shapeOf(Cursor cursor) {
       return Qt::OpenHandCursor;
     case Cursor::ClosedHand:
       return Qt::ClosedHandCursor;
+    case Cursor::Hand:
+      return Qt::PointingHandCursor;
     case Cursor::Move:
       return Qt::SizeAllCursor;
+    case Cursor::SizeAcross:
+      return Qt::SizeHorCursor;
+    case Cursor::SizeUpDown:
+      return Qt::SizeVerCursor;
+    case Cursor::SizeFalling:
+      return Qt::SizeFDiagCursor;
+    case Cursor::SizeRising:
+      return Qt::SizeBDiagCursor;
     case Cursor::Wait:
       return Qt::WaitCursor;
     default:

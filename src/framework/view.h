@@ -60,7 +60,19 @@ struct KeyEvent {
   bool control = false;
 };
 
-enum class Cursor { Arrow, Cross, OpenHand, ClosedHand, Move, Wait };
+enum class Cursor {
+  Arrow,
+  Cross,
+  OpenHand,
+  ClosedHand,
+  Hand,  // that points
+  Move,
+  SizeAcross,
+  SizeUpDown,
+  SizeFalling,  // from the top left to the bottom right
+  SizeRising,
+  Wait
+};
 
 // What a view asks of its window. A view without a window has one that does nothing.
 class ViewSite {

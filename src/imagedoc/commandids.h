@@ -113,6 +113,7 @@ inline constexpr int32_t NailAtBottom = 34194;
 inline constexpr int32_t NailAtLeft = 34195;
 inline constexpr int32_t AddLoopsToResults = 34196;
 inline constexpr int32_t ChartLoopMeasures = 34197;
+inline constexpr int32_t ClearRoi = 34230;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

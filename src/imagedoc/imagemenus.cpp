@@ -2,6 +2,7 @@
 
 #include "frame/menus.h"
 #include "imagedoc/commandids.h"
+#include "results/commandids.h"
 
 namespace tarnvisor {
 
@@ -46,8 +47,9 @@ MenuEntry dustMenu() {
 
 Menu imageEditMenu() {
   return {"&Edit",
-          {cmd::Undo, cmd::Redo, K::Separator, cmd::Copy, cmd::Paste, cmd::DeleteDimension, K::Separator,
-           cmd::RotateSelected, cmd::SetLineWidth, cmd::ClearAllDimensions, K::Separator, cmd::Notes}};
+          {cmd::Undo, cmd::Redo, K::Separator, cmd::Copy, cmd::Paste, cmd::DeleteDimension, cmd::SelectAll,
+           K::Separator, cmd::RotateSelected, cmd::SetLineWidth, cmd::ClearAllDimensions, K::Separator,
+           cmd::Notes}};
 }
 
 Menu imageViewMenu() {
@@ -59,11 +61,11 @@ Menu imageViewMenu() {
 }
 
 Menu processingMenu(const MenuEntries& ofKind) {
-  return {"&Image",
-          MenuEntries{cmd::AdjustBrightnessContrast, cmd::Threshold, cmd::Equalise, cmd::Negative,
-                      cmd::ConvertToGrey, cmd::GreyWeights, cmd::Bin, cmd::SubtractImage} +
-              ofKind +
-              MenuEntries{K::Separator, filterMenu(), dustMenu(), K::Separator, cmd::MakeRoiCircular}};
+  return {"&Image", MenuEntries{cmd::AdjustBrightnessContrast, cmd::Threshold, cmd::Equalise, cmd::Negative,
+                                cmd::ConvertToGrey, cmd::GreyWeights, cmd::Bin, cmd::SubtractImage} +
+                        ofKind +
+                        MenuEntries{K::Separator, filterMenu(), dustMenu(), K::Separator,
+                                    cmd::MakeRoiCircular, cmd::ClearRoi}};
 }
 
 Menu measureMenu() {
@@ -112,9 +114,9 @@ Menu analysisMenu() {
 
 std::vector<PopupMenu> imagePopups() {
   const MenuEntries tools =
-      toolEntries() + MenuEntries{K::Separator,         cmd::Copy,         cmd::Paste,
-                                  cmd::DeleteDimension, cmd::SetLineWidth, cmd::RotateSelected,
-                                  K::Separator,         cmd::SwitchList,   cmd::MakeRoiCircular};
+      toolEntries() +
+      MenuEntries{K::Separator,        cmd::Copy,    cmd::Paste,      cmd::DeleteDimension, cmd::SetLineWidth,
+                  cmd::RotateSelected, K::Separator, cmd::SwitchList, cmd::MakeRoiCircular, cmd::ClearRoi};
   const MenuEntries display =
       zoomEntries() + MenuEntries{K::Separator,       cmd::ScaleBar,           cmd::Grid,
                                   cmd::ShowCrosshair, cmd::HideShowDimensions, K::Separator,

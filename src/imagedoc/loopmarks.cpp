@@ -114,7 +114,7 @@ LoopMarks loopMarksOf(const CDimList& list) {
       marks.verdict = mark->label.substr(std::string_view(kRow).size());
     } else if (isDrawnRow(*mark) && marks.row.empty()) {
       marks.row = mark->points;
-      marks.verdict = "by hand";
+      marks.verdict = kDrawnByHand;
     }
   }
   return marks;

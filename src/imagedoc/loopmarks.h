@@ -24,11 +24,13 @@ struct LoopMark {
 };
 const char* nameOf(LoopMark::Kind kind);
 
+inline constexpr const char* kDrawnByHand = "by hand";
+
 struct LoopMarks {
   std::vector<LoopMark> loops;
   std::vector<Point> row;       // the finder's, else the first polyline that a user drew
   std::optional<Point> centre;  // the middle of the central millimetre, wherever it was dragged
-  std::string verdict;          // the finder's with its reasons, or "by hand"
+  std::string verdict;          // the finder's with its reasons, or kDrawnByHand
   size_t clear() const;         // all that the finder didn't call faint
   size_t giant() const;
 };

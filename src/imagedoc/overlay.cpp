@@ -87,4 +87,18 @@ void drawScaleBar(Canvas& canvas, const ScaleBar& bar, Size window) {
   canvas.fill({left, bottom - kThickness, left + bar.pixels, bottom}, kInk);
 }
 
+void drawBeside(Canvas& canvas, Point at, const std::string& words, Size window) {
+  constexpr int32_t kAway = 18, kInside = 4;
+  constexpr Colour kPanel = 0x202020, kInk = 0xffffff;
+  canvas.setFont("", 90);
+  const Size size = canvas.textSize(words);
+  const Size panel{size.width + 2 * kInside, size.height + 2 * kInside};
+  const auto placed = [](int32_t mouse, int32_t length, int32_t room) {
+    return mouse + kAway + length <= room ? mouse + kAway : std::max(0, mouse - kAway - length);
+  };
+  const Point corner{placed(at.x, panel.width, window.width), placed(at.y, panel.height, window.height)};
+  canvas.fill({corner.x, corner.y, corner.x + panel.width, corner.y + panel.height}, kPanel);
+  canvas.text(corner + Point{kInside, kInside}, words, kInk);
+}
+
 }  // namespace tarnvisor

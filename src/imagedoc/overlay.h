@@ -29,4 +29,7 @@ ScaleBar scaleBarFor(const ZBasicDoc& document, int32_t zoomnum, int32_t zoomden
 // At the bottom right; canvas takes window pixels.
 void drawScaleBar(Canvas& canvas, const ScaleBar& bar, Size window);
 
+// Words on a dark ground beside a place of the window, and within it.
+void drawBeside(Canvas& canvas, Point at, const std::string& words, Size window);
+
 }  // namespace tarnvisor

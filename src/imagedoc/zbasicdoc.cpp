@@ -38,18 +38,20 @@ int32_t ZBasicDoc::addPointToDimension(int32_t index, Point point) {
   auto& items = currentDims().items;
   if (index < 0 || static_cast<size_t>(index) >= items.size()) return -1;
   CDim& dimension = *items[static_cast<size_t>(index)];
-  if (currentlist == kAmcList && dimension.points.size() == 1) {
-    // An area for movement correction is never smaller than what the coarsest scale needs.
-    constexpr int32_t kSmallest = 64;
-    const Point first = dimension.points.front();
-    const auto push = [](int32_t from, int32_t to) {
-      if (std::abs(static_cast<int64_t>(to) - from) >= kSmallest) return to;
-      return to < from ? wrapSub(from, kSmallest) : wrapAdd(from, kSmallest);
-    };
-    point = {push(first.x, point.x), push(first.y, point.y)};
-  }
+  if (dimension.points.size() == 1) point = placeOfSecond(dimension.points.front(), point);
   setModified();
   return dimension.AddPoint(point);
+}
+
+Point ZBasicDoc::placeOfSecond(Point first, Point wanted) const {
+  if (currentlist != kAmcList) return wanted;
+  // An area for movement correction is never smaller than what the coarsest scale needs.
+  constexpr int32_t kSmallest = 64;
+  const auto push = [](int32_t from, int32_t to) {
+    if (std::abs(static_cast<int64_t>(to) - from) >= kSmallest) return to;
+    return to < from ? wrapSub(from, kSmallest) : wrapAdd(from, kSmallest);
+  };
+  return {push(first.x, wanted.x), push(first.y, wanted.y)};
 }
 
 bool ZBasicDoc::deleteDimension(int32_t index) {

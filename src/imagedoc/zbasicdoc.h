@@ -20,6 +20,7 @@
 #include "base/lengthunits.h"
 #include "exams/dbdocument.h"
 #include "exams/subjectselection.h"
+#include "framework/history.h"
 #include "framework/sidepanel.h"
 #include "image/imagetaker.h"
 #include "image/stillsequence.h"
@@ -98,6 +99,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // -1 when there is no such dimension. In list 7 a second point is pushed to at least 64 pixels from the
   // first.
   virtual int32_t addPointToDimension(int32_t index, Point point);
+  // Where in that list the second point of a mark comes to lie; as wanted in the others.
+  Point placeOfSecond(Point first, Point wanted) const;
   bool deleteDimension(int32_t index);
   // The corners of regions for movement correction lie eight pixels apart, as those of its coarsest scale do.
   static Point snappedToBlocks(Point point) { return {point.x & ~7, point.y & ~7}; }
@@ -165,7 +168,10 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // changed comes back with Undo, the notes and the flags of unsaved changes too
   class Change;
   bool canUndo() const;
+  bool canRedo() const;
   void undo();
+  void redo();
+  const CZZimage* undoimage() const;  // that Undo brings back; null where it brings back no pixels
 
   // --- processing. Each step keeps the image for Undo, works on the ROI, appends to the notes.
   std::unique_ptr<CZZchildimage> roiChild();
@@ -249,8 +255,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   int32_t savedroi = 0;   // the last save trimmed the image
   int32_t colourset = 0;  // the display palette, 0 to 9
   uint8_t zeroasblack = 1;
-  std::unique_ptr<CZZimage> undoimage;  // empty where Undo brings back no pixels
-  int32_t originx = 0;                  // of the image in the full sensor frame
+  int32_t originx = 0;  // of the image in the full sensor frame
   int32_t originy = 0;
 
  protected:
@@ -327,6 +332,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void exportDicomCommand();
   void importCommand();
   void toggleCircularRoi();
+  void clearRoi();
   bool hasRoi() const { return !roi.isEmpty(); }
   template <int32_t N>
   void paletteCommand() {
@@ -339,8 +345,11 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
 
   // zbasicdoc_undo.cpp
   struct UndoState;
+  using Turn = std::unique_ptr<UndoState>;
+  void turnHistory(void (History<Turn>::*way)(const std::function<Turn(Turn)>&));
   void forgetUndo();
   void tellUndoSaved();
+  void tellUntrackedChanges();
 
   // --- dust (zbasicdoc_dust.cpp)
   static void setDustMaskFlag(int32_t on);
@@ -388,7 +397,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void adjust();
   void subtractImage();
   void bin();
-  bool canBin() const { return canFilter() && undoimage && theImage()->width > 1 && theImage()->height > 1; }
+  bool canBin() const { return canFilter() && theImage()->width > 1 && theImage()->height > 1; }
   void binMarks();
   void threshold();
 
@@ -448,14 +457,17 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
 
   bool ownsImageFile = false;  // the image file was written by, or named in, this document's own file
   std::string imageStamp;      // of the image file, as it was read or written last
-  std::unique_ptr<UndoState> undoState;
+  History<Turn> history;
+  Change* openChange = nullptr;
+  uint64_t changesKnown = 0;  // changeCount() when Undo knew of every change
   // While the dust filter repairs the image: what it would be without, each step done on it too.
   std::unique_ptr<CZZimage> unrepaired;
   bool repairIsStored = false;  // in the image file
 };
 
-// What one command does to the document, so that Undo can take it back. Made before the change; it takes
-// effect when it goes, unless nothing was changed.
+// What one command, or one gesture of the mouse, does to the document, so that Undo can take it back. Made
+// before the change; it takes effect when it goes, unless nothing was changed. One within another is a part
+// of that.
 class ZBasicDoc::Change {
  public:
   enum class Alters { Document, Pixels };
@@ -464,14 +476,16 @@ class ZBasicDoc::Change {
   Change(const Change&) = delete;
   Change& operator=(const Change&) = delete;
   // False without memory: the user has been told, and the change should not be made.
-  bool isReady() const { return before != nullptr; }
+  bool isReady() const { return !lacksMemory; }
   void abandon();
-  const CZZimage* imageBefore() const { return pixels.get(); }
+  const CZZimage* imageBefore() const;
 
  private:
+  UndoState* stateBefore() const;
   ZBasicDoc& doc;
+  Change* outer;
   std::unique_ptr<UndoState> before;
-  std::unique_ptr<CZZimage> pixels;
+  bool lacksMemory = false;
 };
 
 // Of a list, as the status bar tells it; empty for the first.

@@ -65,7 +65,7 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::importDimensionsCommand,
            {.tip = "Import dimensions", .status = "Adds points from a text file to the current list."}},
           {cmd::Undo, "&Undo", &D::undo, &D::canUndo},
-          {cmd::Redo, "&Redo", &D::undo, &D::canUndo},
+          {cmd::Redo, "&Redo", &D::redo, &D::canRedo},
           {cmd::DuplicateImage,
            "&Duplicate image in new window",
            &D::duplicateCommand,
@@ -172,6 +172,13 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            {.tip = "Circular region",
             .status = "Makes the region of interest a circle, or a rectangle again.",
             .icon = "roi-circle"}},
+          {cmd::ClearRoi,
+           "&Clear ROI",
+           &D::clearRoi,
+           &D::hasRoi,
+           {.tip = "Clear ROI",
+            .status = "Takes the region of interest away: the whole image counts.",
+            .whyOff = "There is no region of interest."}},
           {cmd::PaletteGreylevel,
            "&Greylevel",
            &D::paletteCommand<0>,
@@ -587,6 +594,15 @@ void ZBasicDoc::importDimensionsCommand() {
 }
 
 void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
+
+void ZBasicDoc::clearRoi() {
+  {
+    const Change change(*this);
+    setRoi({});
+    setModified();
+  }
+  updateAllViews();
+}
 
 void ZBasicDoc::toggleCircularRoi() {
   const Change change(*this);

@@ -1,4 +1,4 @@
-// Undo, of one level: a command says beforehand that it changes the document, and what it changed is kept.
+// Undo and Redo: a command says beforehand that it changes the document, and what it changed is kept.
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -55,7 +55,7 @@ struct ZBasicDoc::UndoState {
 
   // Lets go of what the document still holds alike. False when nothing is left.
   bool keepWhatDiffers(const ZBasicDoc& doc) {
-    bool any = pixels || notes != doc.notes || dustMask != process.dustMaskEnabled;
+    bool any = image || notes != doc.notes || dustMask != process.dustMaskEnabled;
     for (size_t i = 0; i < kListCount; ++i) {
       const CDimList& now = doc.dimlists[i];
       if (lists[i]->hasSameItems(now) && lists[i]->width == now.width) lists[i].reset();
@@ -67,7 +67,6 @@ struct ZBasicDoc::UndoState {
     });
     if (dustMask == process.dustMaskEnabled) dustMask.reset();
     notesHere = doc.notes;
-    changesHere = doc.changeCount();
     return any;
   }
 
@@ -96,20 +95,17 @@ struct ZBasicDoc::UndoState {
       setDustMaskFlag(*dustMask);
       dustMask = now;
     }
-    if (pixels) {
-      std::swap(doc.image, doc.undoimage);
+    if (image) {
+      std::swap(doc.image, image);
       std::swap(doc.unrepaired, unrepaired);
       std::swap(doc.repairIsStored, repairIsStored);
       doc.image->blackZero = doc.zeroasblack;
     }
-    exchangeNotes(doc.notes);
+    if (image || notes != notesHere) exchangeNotes(doc.notes);
     std::swap(doc.imagedirty, imagedirty);
-    // Something else may have changed since, which must still be saved.
-    const bool untouched = doc.changeCount() == changesHere;
     const bool here = doc.isModified();
-    doc.setModified(modified || !untouched);
+    doc.setModified(modified);
     modified = here;
-    changesHere = doc.changeCount();
   }
 
   // The command's own words go, what was written after them stays.
@@ -121,10 +117,15 @@ struct ZBasicDoc::UndoState {
     now += "undo\r\n";
   }
 
-  // The file now holds the present side.
-  void saved() {
-    modified = true;
-    imagedirty = imagedirty || pixels;
+  uint64_t bytes() const {
+    uint64_t all = notes.size() + notesHere.size();
+    for (const CZZimage* pixels : {image.get(), unrepaired.get()})
+      if (pixels) all += static_cast<uint64_t>(pixels->stride) * static_cast<uint64_t>(pixels->height);
+    for (const auto& list : lists) {
+      if (!list) continue;
+      for (const auto& item : list->items) all += sizeof(CDim) + item->points.size() * sizeof(Point);
+    }
+    return all;
   }
 
   std::array<std::unique_ptr<CDimList>, kListCount> lists;
@@ -135,8 +136,7 @@ struct ZBasicDoc::UndoState {
   bool ownsImageFile;
   std::string imageStamp;
   std::optional<int32_t> dustMask;
-  uint64_t changesHere = 0;  // the document's count when it came to the present side
-  bool pixels = false;       // undoimage is the other side's image
+  std::unique_ptr<CZZimage> image;  // null where both sides have the same pixels
   std::unique_ptr<CZZimage> unrepaired;
   bool repairIsStored = false;
 };
@@ -149,53 +149,103 @@ void ZBasicDoc::forgetPixels() {
   forgetUndo();
 }
 
-ZBasicDoc::ZBasicDoc() : undoimage(std::make_unique<CZZimage>()) {}
+ZBasicDoc::ZBasicDoc() = default;
 ZBasicDoc::~ZBasicDoc() { forgetDimensionsOf(*this); }
 
-ZBasicDoc::Change::Change(ZBasicDoc& document, Alters what)
-    : doc(document), before(std::make_unique<UndoState>(document)) {
+ZBasicDoc::Change::Change(ZBasicDoc& document, Alters what) : doc(document), outer(document.openChange) {
+  if (!outer) {
+    doc.tellUntrackedChanges();
+    before = std::make_unique<UndoState>(doc);
+    doc.openChange = this;
+  }
+  UndoState* kept = stateBefore();
   // An image that isn't the document's own, of a movie, is brought back by reading it again.
-  if (what != Alters::Pixels || !doc.image || doc.image.get() != doc.theImage()) return;
+  if (!kept || what != Alters::Pixels || kept->image || !doc.image || doc.image.get() != doc.theImage())
+    return;
   const auto copyOf = [](const CZZimage& original) {
     auto copy = std::make_unique<CZZimage>();
     return copy->copyImage(original) ? std::move(copy) : nullptr;
   };
-  pixels = copyOf(*doc.image);
-  if (doc.unrepaired) before->unrepaired = copyOf(*doc.unrepaired);
-  before->repairIsStored = doc.repairIsStored;
-  before->pixels = true;
-  if (pixels && !before->unrepaired == !doc.unrepaired) return;
+  kept->image = copyOf(*doc.image);
+  if (doc.unrepaired) kept->unrepaired = copyOf(*doc.unrepaired);
+  kept->repairIsStored = doc.repairIsStored;
+  if (kept->image && !kept->unrepaired == !doc.unrepaired) return;
   doc.report("There is not enough memory.");
+  kept->image.reset();
   before.reset();
+  lacksMemory = true;
 }
 
 ZBasicDoc::Change::~Change() {
   doc.dropStaleResult();
-  if (!before || !before->keepWhatDiffers(doc)) return;
-  if (before->pixels)
-    doc.undoimage = std::move(pixels);
-  else
-    doc.undoimage->reset();
-  doc.undoState = std::move(before);
+  if (outer) return;
+  doc.openChange = nullptr;
+  if (before && before->keepWhatDiffers(doc))
+    doc.history.add(std::move(before), [](const auto& state) { return state->bytes(); });
+  doc.changesKnown = doc.changeCount();
+}
+
+ZBasicDoc::UndoState* ZBasicDoc::Change::stateBefore() const {
+  return outer ? outer->stateBefore() : before.get();
+}
+
+const CZZimage* ZBasicDoc::Change::imageBefore() const {
+  const UndoState* kept = stateBefore();
+  return kept ? kept->image.get() : nullptr;
 }
 
 void ZBasicDoc::Change::abandon() { before.reset(); }
 
-bool ZBasicDoc::canUndo() const { return undoState != nullptr; }
+const CZZimage* ZBasicDoc::undoimage() const {
+  return history.canUndo() ? history.toUndo().back()->image.get() : nullptr;
+}
+
+// The only change swaps there and back, by Undo as well.
+bool ZBasicDoc::canUndo() const {
+  return !openChange && (history.canUndo() || (history.size() == 1 && history.canRedo()));
+}
+
+bool ZBasicDoc::canRedo() const { return !openChange && history.canRedo(); }
 
 void ZBasicDoc::undo() {
-  undoState->exchange(*this);
+  if (canUndo()) turnHistory(history.canUndo() ? &History<Turn>::undo : &History<Turn>::redo);
+}
+
+void ZBasicDoc::redo() {
+  if (canRedo()) turnHistory(&History<Turn>::redo);
+}
+
+void ZBasicDoc::turnHistory(void (History<Turn>::*way)(const std::function<Turn(Turn)>&)) {
+  tellUntrackedChanges();
+  (history.*way)([this](Turn state) {
+    state->exchange(*this);
+    return state;
+  });
+  changesKnown = changeCount();
   setColourset(colourset);
   updateAllViews();
 }
 
-void ZBasicDoc::forgetUndo() {
-  undoState.reset();
-  undoimage->reset();
+void ZBasicDoc::forgetUndo() { history.clear(); }
+
+// What no Change tells of must be saved as well, wherever Undo and Redo lead.
+void ZBasicDoc::tellUntrackedChanges() {
+  if (changeCount() != changesKnown && isModified())
+    for (std::vector<Turn>* way : {&history.toUndo(), &history.toRedo()})
+      for (Turn& state : *way) state->modified = true;
+  changesKnown = changeCount();
 }
 
+// The file now holds what the document does: all else that there is to go to differs from it.
 void ZBasicDoc::tellUndoSaved() {
-  if (undoState) undoState->saved();
+  for (std::vector<Turn>* way : {&history.toUndo(), &history.toRedo()}) {
+    bool otherPixels = false;
+    for (auto state = way->rbegin(); state != way->rend(); ++state) {
+      otherPixels = otherPixels || (*state)->image;
+      (*state)->modified = true;
+      (*state)->imagedirty = (*state)->imagedirty || otherPixels;
+    }
+  }
 }
 
 }  // namespace tarnvisor

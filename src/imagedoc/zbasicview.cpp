@@ -64,6 +64,7 @@ void ZBasicView::onUpdate(Change what) {
 }
 
 void ZBasicView::onActivate() {
+  keepCountApart();
   site().panesChanged();
   refreshLevelCharts(doc, selected);
 }
@@ -91,7 +92,11 @@ void ZBasicView::checkSelections() {
   if (!doc.currentDims().isValid(selected)) selected = -1;
   if (!doc.currentDims().isValid(secondselected)) secondselected = -1;
   if (drawn && !isShapeAlive()) finishShape();
-  if (grip == Grip::Dimension && selected < 0) cancelGrip();
+  const bool isGone = (grip == Grip::Dimension && selected < 0) ||
+                      (grip == Grip::Part && !doc.currentDims().isValid(held.mark));
+  if (isGone) cancelGrip();
+  hovered = {};
+  if (doc.countedList >= 0) countedHere = doc.countedList;
 }
 
 void ZBasicView::selectionChanged() {

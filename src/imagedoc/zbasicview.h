@@ -13,6 +13,7 @@
 
 #include "app/inputs.h"
 #include "drawing/zoomcanvas.h"
+#include "imagedoc/handles.h"
 #include "imagedoc/markspanel.h"
 #include "imagedoc/zbasicdoc.h"
 #include "linescan/linefeed.h"
@@ -23,11 +24,11 @@ class PicturePainter;
 
 // What the mouse does, chosen from the menu and shared by all views.
 enum Tool : int32_t {
-  kToolNone = 0,      // select and drag a dimension, or drag to draw the ROI
-  kToolDrag = 1,      // dragging the selected dimension
+  kToolNone = 0,      // select, drag and alter dimensions and the ROI
+  kToolDrag = 1,      // dragging the selected dimension, or a part of it
   kToolPan = 4,       // dragging moves the scroll position
   kToolRoi = 5,       // dragging draws the ROI
-  kToolMoveRoi = 6,   // dragging inside the ROI moves it
+  kToolMoveRoi = 6,   // dragging the ROI's border or a part of it
   kToolOrigin = 7,    // click sets imageoffset
   kToolCounting = 8,  // each click adds a point
   kToolLines = 9,
@@ -123,7 +124,19 @@ class ZBasicView : public CView, public AutoLoadSink {
 
  private:
   // What a held button does.
-  enum class Grip { None, Scroll, Dimension, MoveRoi, MayDrawRoi, DrawRoi, FirstCorner, Freehand };
+  enum class Grip {
+    None,
+    Scroll,
+    Dimension,
+    Part,  // of a dimension
+    MoveRoi,
+    ReshapeRoi,
+    MayDrawRoi,
+    DrawRoi,
+    Band,  // that selects
+    FirstCorner,
+    Freehand
+  };
 
   // zbasicview.cpp
   uint64_t changesWhenLoaded = 0;
@@ -135,9 +148,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   void checkSelections();
   void showFirst();
   Point windowCentre() const { return {windowSize().width / 2, windowSize().height / 2}; }
-  Rect roiBeingDrawn() const {
-    return Rect{rubber.from.x, rubber.from.y, rubber.to.x, rubber.to.y}.normalised();
-  }
+  Rect banded() const { return Rect{rubber.from.x, rubber.from.y, rubber.to.x, rubber.to.y}.normalised(); }
 
   // zbasicview_panes.cpp
   mutable std::optional<double> focusShown;  // measured when it is first told, of the image as it is
@@ -145,12 +156,7 @@ class ZBasicView : public CView, public AutoLoadSink {
 
   // zbasicview_mouse.cpp
   void takePosition(Point windowPoint);
-  // A place under the mouse and how far a mark may be from it, five pixels of the window, in the parent
-  // frame.
-  struct Aim {
-    double x, y, reach;
-  };
-  Aim aimAt(Point windowPoint) const;
+  Aim aimAt(Point windowPoint) const;  // within five pixels of the window
   Point withinImage(Point imagePoint) const;
   void hold(Grip wanted);
   void releaseGrip();
@@ -158,13 +164,37 @@ class ZBasicView : public CView, public AutoLoadSink {
   void beginScroll(const MouseEvent& event);
   void press(const MouseEvent& event);
   void pressWithoutTool(const MouseEvent& event);
+  void pressHandle();
   void beginRoi(Point from, bool chosen);
-  void previewProfile();
-  void endRoi();
-  void endMoveRoi();
+  void hover(Point windowPoint);
+  void endGrip(const MouseEvent& event);
   void endDragDimension();
-  void changed();
+  void endReshape(std::vector<std::unique_ptr<CDim>> shapes);
+  void selectBand(const Rect& band);
+  void walkOn(Point windowPoint);
+  bool nudge(const KeyEvent& event);
   bool escape();
+  // What is in hand, as it would be if the button went up here: the dimensions that move, change or grow, and
+  // the ROI.
+  std::vector<std::unique_ptr<CDim>> dimensionsToBe() const;
+  Rect roiToBe() const;
+  bool holdsRoi() const { return grip == Grip::MoveRoi || grip == Grip::ReshapeRoi || grip == Grip::DrawRoi; }
+  Point draggedBy() const { return position - rubber.from; }
+  // One step of Undo.
+  template <class Work>
+  void edit(const Work& work) {
+    {
+      const ZBasicDoc::Change change(doc);
+      work();
+      doc.setModified();
+    }
+    doc.updateAllViews(Change::Marks);
+  }
+
+  // zbasicview_draw.cpp
+  void drawHovered(Canvas& canvas, Canvas& zoomed) const;
+  void drawInHand(Canvas& canvas, Canvas& zoomed) const;
+  std::string figures() const;
 
   // zbasicview_shapes.cpp: dimensions that grow click by click
   static int32_t shapeType();
@@ -176,6 +206,9 @@ class ZBasicView : public CView, public AutoLoadSink {
   void addFreehandPoint();
   void finishShape();
   void abandonShape();
+  std::unique_ptr<CDim> takeShapeBack();
+  bool holdsFound(int32_t list) const;
+  void keepCountApart();
   void traceCapillaries();
 
   // zbasicview_commands.cpp
@@ -198,6 +231,8 @@ class ZBasicView : public CView, public AutoLoadSink {
   void toggleScaleBar();
   bool hasScaleBar() const { return showsScaleBar; }
   void deleteSelected();
+  void selectAll();
+  bool hasMarks() const { return !doc.currentDims().items.empty() && !doc.currentDims().hidden; }
   void switchList();
   void setLineWidth();
   void rotateSelected();
@@ -239,11 +274,21 @@ class ZBasicView : public CView, public AutoLoadSink {
   MouseButton gripButton = MouseButton::None;
   Point pressedAt;         // window coordinates
   Point pressedScroll;     // the scroll position then
+  Point mouseAt;           // likewise, wherever it was last
   bool roiChosen = false;  // the ROI is drawn by its tool, so that an empty one is meant
+  bool bandAdds = false;   // to what is selected
+  Handle held, hovered;
+  bool wasSelected = false;  // what was pressed, before that
   Cursor cursor = Cursor::Arrow;
 
   const CDim* drawn = nullptr;  // the shape that grows, at `selected`; only compared
   int32_t drawnWith = kToolNone;
+  bool changedBefore = false;     // the document, when it began
+  uint64_t changesWhenGrown = 0;  // the document's count at its last point
+
+  int32_t countedHere = -1;   // the list whose marks were counted last in this window
+  int32_t measuresHere = -1;  // the list that measures were sent to
+  int32_t countKept = -1;     // the list that they were sent away from
 };
 
 }  // namespace tarnvisor

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <new>
 #include <numbers>
+#include <numeric>
 
 #include "app/basicapp.h"
 #include "archive/archive.h"
@@ -18,6 +19,7 @@
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicview.h"
 #include "linescan/texts.h"
+#include "results/commandids.h"
 #include "results/resultdoc.h"
 #include "settings/settings.h"
 
@@ -151,6 +153,11 @@ const CommandTableBase& ZBasicView::commandTable() {
         .status = "Turns the selected dimensions by an angle.",
         .keys = "Ctrl+R",
         .icon = "rotate"}},
+      {cmd::SelectAll,
+       "Select &all",
+       &V::selectAll,
+       &V::hasMarks,
+       {.tip = "Select all", .status = "Selects all marks of the current list.", .keys = "Ctrl+A"}},
       {cmd::Copy, "&Copy", &V::copy, &V::hasAnySelection},
       {cmd::Paste, "&Paste", &V::paste},
       {cmd::ImageResults,
@@ -251,7 +258,9 @@ void ZBasicView::chooseTool(int32_t wanted) {
     clearSelections();
   } else {
     tool = wanted;
+    keepCountApart();
   }
+  hovered = {};
   selectionChanged();
   updateCursor();
 }
@@ -294,9 +303,13 @@ void ZBasicView::deleteSelected() {
   cancelGrip();
   const int32_t index = selected;
   clearSelections();
-  const ZBasicDoc::Change change(doc);
-  doc.currentDims().removeSelected(index);
-  changed();
+  edit([&] { doc.currentDims().removeSelected(index); });
+}
+
+void ZBasicView::selectAll() {
+  std::vector<size_t> rows(doc.currentDims().items.size());
+  std::iota(rows.begin(), rows.end(), size_t{0});
+  selectMarks(rows);
 }
 
 void ZBasicView::takeList(int32_t list) {
@@ -336,13 +349,13 @@ void ZBasicView::setLineWidth() {
   Form form("Set line width");
   form.add(text::kNewLineWidth, width, {1, 399});
   if (!host().forms.run(form) || !hasSelection()) return;
-  const ZBasicDoc::Change change(doc);
-  dims.at(selected).width = width;
-  dims.at(selected).Update();
-  dims.width = width;
   // The section has always had the list's number here, though lists 4 to 8 read one that has a letter.
   settings.setInt(format("dimlist_%i", doc.currentlist), "width", width);
-  changed();
+  edit([&] {
+    dims.at(selected).width = width;
+    dims.at(selected).Update();
+    dims.width = width;
+  });
 }
 
 void ZBasicView::rotateSelected() {
@@ -353,10 +366,8 @@ void ZBasicView::rotateSelected() {
   if (!host().forms.run(form)) return;
   settings.setDouble("settings", "angle", degrees);
   finishShape();
-  const ZBasicDoc::Change change(doc);
   // Dimensions turn the other way.
-  doc.currentDims().rotate(selected, -degrees * std::numbers::pi / 180);
-  changed();
+  edit([&] { doc.currentDims().rotate(selected, -degrees * std::numbers::pi / 180); });
 }
 
 // --- clipboard

@@ -46,7 +46,7 @@ std::vector<StatusPane> ZBasicView::panes() const {
   const Scale s = doc.scale();
   std::string roi;
   if (tool == kToolRoi) {
-    const Rect area = grip == Grip::DrawRoi ? roiBeingDrawn() : doc.roi;
+    const Rect area = grip == Grip::DrawRoi ? banded() : doc.roi;
     roi = format("size=%5.1fx%5.1f", area.width() * s.x, area.height() * s.y);
   }
   std::vector<StatusPane> all{{"position", positionText(doc, position)},
@@ -54,6 +54,8 @@ std::vector<StatusPane> ZBasicView::panes() const {
                               {"dimension", dimensionText(doc, selected)},
                               {"list", format("dimlist%i %s", doc.currentlist, listName(doc.currentlist))},
                               {"roi", roi}};
+  if (countKept >= 0 && doc.currentlist == measuresHere)
+    all.push_back({"apart", format("measures go here: list %i is counted", countKept)});
   if (std::string loops = doc.loopDensityText(); !loops.empty()) all.push_back({"loops", std::move(loops)});
   if (showsFocus) all.push_back({"focus", focusText()});
   all.push_back({"magnification", format("mag=%5.3f, %5.3f", s.x, s.y)});

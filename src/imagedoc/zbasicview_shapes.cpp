@@ -1,4 +1,6 @@
 // Dimensions that the mouse draws: the tools that add one, and its growth from the first click to the last.
+#include <algorithm>
+
 #include "host/host.h"
 #include "imagedoc/commandids.h"
 #include "imagedoc/zbasicview.h"
@@ -31,11 +33,9 @@ bool ZBasicView::isShapeAlive() const {
 void ZBasicView::clickShape() {
   if (!drawn) return beginShape();
   addShapePoint();
-  if (!growsByClicks()) {
-    secondselected = -1;
-    finishShape();
-  }
-  doc.updateAllViews(CView::Change::Marks);
+  if (growsByClicks()) return doc.updateAllViews(CView::Change::Marks);
+  secondselected = -1;
+  finishShape();
 }
 
 void ZBasicView::beginShape() {
@@ -43,12 +43,13 @@ void ZBasicView::beginShape() {
   // correction, which it draws too, are in theirs already.
   if (tool == kToolDust && doc.currentlist != kDustList && doc.currentlist != kAmcList)
     runOnDocument(cmd::EditDustMask);
-  selected = doc.addDimension(position, shapeType());
   rubber = {position, position};
-  if (tool != kToolCounting) {
-    drawn = &doc.currentDims().at(selected);
-    drawnWith = tool;
-  }
+  if (tool == kToolCounting) return edit([this] { selected = doc.addDimension(position, shapeType()); });
+  changedBefore = doc.isModified();
+  selected = doc.addDimension(position, shapeType());
+  changesWhenGrown = doc.changeCount();
+  drawn = &doc.currentDims().at(selected);
+  drawnWith = tool;
   switch (tool) {
     case kToolLines:
     case kToolCircle:
@@ -71,7 +72,9 @@ void ZBasicView::beginShape() {
 }
 
 void ZBasicView::addShapePoint() {
+  const bool isOnlyChange = doc.changeCount() == changesWhenGrown;
   doc.addPointToDimension(selected, position);
+  if (isOnlyChange) changesWhenGrown = doc.changeCount();
   // The document may have pushed the point.
   rubber.from = doc.currentDims().at(selected).points.back();
 }
@@ -82,27 +85,75 @@ void ZBasicView::addFreehandPoint() {
   redraw();
 }
 
-void ZBasicView::finishShape() {
-  if (!drawn) return;
-  if (isShapeAlive()) doc.currentDims().at(selected).Close();
+// The document as it was before the shape was begun, so that all of it becomes one step of Undo, or none.
+std::unique_ptr<CDim> ZBasicView::takeShapeBack() {
+  std::unique_ptr<CDim> shape;
+  if (isShapeAlive()) {
+    auto& items = doc.currentDims().items;
+    const auto place = items.begin() + selected;
+    shape = std::move(*place);
+    items.erase(place);
+    if (doc.changeCount() == changesWhenGrown) doc.setModified(changedBefore);
+  }
   drawn = nullptr;
   drawnWith = kToolNone;
   if (grip == Grip::FirstCorner || grip == Grip::Freehand) releaseGrip();
   dragmode = kNoDrag;
-  redraw();
+  return shape;
+}
+
+void ZBasicView::finishShape() {
+  if (!drawn) return;
+  auto shape = takeShapeBack();
+  if (!shape) return redraw();
+  shape->Close();
+  edit([&] {
+    auto& items = doc.currentDims().items;
+    items.insert(items.begin() + selected, std::move(shape));
+  });
 }
 
 // A shape of one point that was never meant goes; what has more points stays.
 void ZBasicView::abandonShape() {
-  const bool onlyBegun = isShapeAlive() && doc.currentDims().at(selected).points.size() == 1;
-  const int32_t index = selected;
-  finishShape();
-  if (onlyBegun) {
-    clearSelections();
-    doc.deleteDimension(index);
-  } else {
-    doc.updateAllViews(CView::Change::Marks);
+  if (!isShapeAlive() || doc.currentDims().at(selected).points.size() > 1) return finishShape();
+  takeShapeBack();
+  clearSelections();
+  doc.updateAllViews(CView::Change::Marks);
+}
+
+namespace {
+
+bool measures(int32_t chosen) {
+  return chosen == kToolLines || chosen == kToolPolyline || chosen == kToolFreehand ||
+         chosen == kToolPolygon || chosen == kToolFreehandArea;
+}
+
+}  // namespace
+
+// A line drawn to measure would count among what was found.
+bool ZBasicView::holdsFound(int32_t list) const {
+  const auto& items = doc.dimlists[static_cast<size_t>(list)].items;
+  if (list == kNailfoldList && !doc.loopDensityText().empty()) {
+    const LoopMarks loops = loopMarksOf(doc.dimlists[kNailfoldList]);
+    return !loops.loops.empty() && loops.verdict != kDrawnByHand;
   }
+  return (list == doc.countedList || list == countedHere) && std::ranges::any_of(items, [](const auto& mark) {
+           return kindOf(*mark) == std::string_view("circle");
+         });
+}
+
+// Measures begin in the first empty list of the plain ones, and go on in that.
+void ZBasicView::keepCountApart() {
+  if (!measures(tool) || !hasImage() || !holdsFound(doc.currentlist)) return;
+  const auto isFree = [this](int32_t list) { return doc.dimlists[static_cast<size_t>(list)].items.empty(); };
+  int32_t wanted = measuresHere;
+  for (int32_t list = kPlainList; list <= kFcdList && wanted < 0; ++list)
+    if (isFree(list)) wanted = list;
+  if (wanted < 0 || holdsFound(wanted)) return;
+  countKept = doc.currentlist;
+  measuresHere = wanted;
+  takeList(wanted);
+  doc.updateAllViews(CView::Change::Marks);
 }
 
 void ZBasicView::traceCapillaries() {

@@ -158,24 +158,24 @@ void ZBasicView::findCapillaryWidth() {
   for (const int32_t i : chosen) widths.emplace_back(i, lines.measure(before->at(i)));
   theApp().documents.activate(doc);
   if (!dims.hasSameItems(*before)) return;  // changed behind the question
-  const ZBasicDoc::Change change(doc);
   int32_t found = 0;
-  for (const auto& [i, width] : widths) {
-    CDim& line = dims.at(i);
-    if (width.isAccepted()) {
-      ++found;
-      line.label = kWidthLabel + width.words;
-      addResultRow(kDiameterResults,
-                   recordOf(kDiameterResults, doc.title(), doc.unitName(),
-                            {{"line", i + 1.0}, {"width", width.units}}),
-                   &doc);
-    } else if (width.found.width < 0 && line.label.starts_with(kWidthLabel)) {
-      line.label.clear();  // what was measured there before holds no more
+  edit([&] {
+    for (const auto& [i, width] : widths) {
+      CDim& line = dims.at(i);
+      if (width.isAccepted()) {
+        ++found;
+        line.label = kWidthLabel + width.words;
+        addResultRow(kDiameterResults,
+                     recordOf(kDiameterResults, doc.title(), doc.unitName(),
+                              {{"line", i + 1.0}, {"width", width.units}}),
+                     &doc);
+      } else if (width.found.width < 0 && line.label.starts_with(kWidthLabel)) {
+        line.label.clear();  // what was measured there before holds no more
+      }
     }
-  }
-  if (found > 0 && lines.isSubSampled()) doc.appendNotes(lines.words());
+    if (found > 0 && lines.isSubSampled()) doc.appendNotes(lines.words());
+  });
   if (found == 0 && !one) doc.report("No line has a width that can be told.");
-  changed();
 }
 
 // --- loops
@@ -336,14 +336,14 @@ void ZBasicView::measureNailfoldLoops() {
   for (const int32_t i : chosen) loops.push_back(measureLoop(lines, before->at(i), i, doc.scale()));
   theApp().documents.activate(doc);
   if (lines.isCancelled() || loops.empty() || !dims.hasSameItems(*before)) return;
-  const ZBasicDoc::Change change(doc);
-  for (const Loop& loop : loops)
-    if (loop.apex.isAccepted()) dims.at(loop.line).label = kWidthLabel + loop.apex.words + "\n";
-  CDimList& found = doc.dimlists[kNailfoldList];
-  found.removeAll();
-  tellLoops(doc, loops, found);
-  if (lines.isSubSampled()) doc.appendNotes(lines.words());
-  changed();
+  edit([&] {
+    for (const Loop& loop : loops)
+      if (loop.apex.isAccepted()) dims.at(loop.line).label = kWidthLabel + loop.apex.words + "\n";
+    CDimList& found = doc.dimlists[kNailfoldList];
+    found.removeAll();
+    tellLoops(doc, loops, found);
+    if (lines.isSubSampled()) doc.appendNotes(lines.words());
+  });
 }
 
 }  // namespace tarnvisor

@@ -10,6 +10,7 @@
 #include "measure/dimlist.h"
 #include "measure/dimpolygon.h"
 #include "measure/dimrect.h"
+#include "measure/distance.h"
 #include "measure/segmentclip.h"
 
 namespace tarnvisor {
@@ -164,9 +165,13 @@ void CDim::Anchor(Point& out) const {
   Centre(out, x, y);
 }
 
-bool CDim::IsHit(double x, double y, double reach) const {
-  return !points.empty() && std::abs(x - points.front().x) <= reach &&
-         std::abs(y - points.front().y) <= reach;
+double CDim::DistanceTo(double x, double y) const {
+  double nearest = kNever;
+  for (size_t i = 0; i < points.size(); ++i) {
+    nearest = std::min(nearest, distanceToPoint(x, y, points[i]));
+    if (i > 0) nearest = std::min(nearest, distanceToSegment(x, y, points[i - 1], points[i]));
+  }
+  return nearest;
 }
 
 bool CDim::isSame(const CDim& other) const {

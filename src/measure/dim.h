@@ -56,12 +56,15 @@ class CDim : public ArchiveObject {
   // On the straight line from the first point to the last, though the distance is a part of Length(1.0, 1.0).
   virtual void PointAtDistance(double length, Point& out) const;
   virtual void PointAtFraction(double fraction, Point& out) const;
-  // Whether a place takes hold of the shape: within reach of its first point on each axis.
-  virtual bool IsHit(double x, double y, double reach) const;
+  // How far a place is from what is drawn: from a point on the farther axis, as from its cross. Infinite
+  // without points.
+  virtual double DistanceTo(double x, double y) const;
   // One point: that it is inside (PointIn). More: that some segment is cut to something (clipSegment).
   virtual bool Overlaps(const Rect& rect, bool circle) const;
   virtual bool AllInside(const Rect& rect) const;
   virtual void MoveTo(Point point);  // the first point lands there
+  // One of its points goes there, which alters the shape; nothing for an index past the end.
+  virtual void MovePoint(int32_t index, Point to);
   // Radians, from y towards x (anticlockwise on the screen); truncating.
   virtual void Rotate(double angle, double cx, double cy);
   // Rebuilds what is derived from the points.

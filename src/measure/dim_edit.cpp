@@ -45,6 +45,12 @@ void CDim::MoveTo(Point point) {
   Update();
 }
 
+void CDim::MovePoint(int32_t index, Point to) {
+  if (!hasPoint(index)) return;
+  points[static_cast<size_t>(index)] = to;
+  Update();
+}
+
 void CDim::Rotate(double angle, double cx, double cy) {
   const double c = std::cos(angle), s = std::sin(angle);
   for (Point& p : points) {

@@ -48,12 +48,21 @@ double CDimCircle::LengthIn(const Rect& rect, bool circle, double sx, double sy)
   return Overlaps(rect, circle) ? Length(sx, sy) : 0.0;
 }
 
-bool CDimCircle::IsHit(double x, double y, double reach) const {
-  if (points.size() != 2) return CDim::IsHit(x, y, reach);
+double CDimCircle::DistanceTo(double x, double y) const {
+  if (points.size() != 2) return CDim::DistanceTo(x, y);
   Point middle;
   double cx = 0.0, cy = 0.0;
   Centre(middle, cx, cy);
-  return std::abs(std::hypot(x - cx, y - cy) - radius()) <= reach;
+  const double off = std::hypot(x - cx, y - cy);
+  return std::min(off, std::abs(off - radius()));
+}
+
+void CDimCircle::MovePoint(int32_t index, Point to) {
+  if (points.size() != 2 || !hasPoint(index)) return CDim::MovePoint(index, to);
+  const Point ends = points[0] + points[1];  // twice the centre, whole where half of it is not
+  points[static_cast<size_t>(index)] = to;
+  points[static_cast<size_t>(1 - index)] = ends - to;
+  Update();
 }
 
 std::unique_ptr<CDim> CDimCircle::Clipped(const Rect& rect, bool circle) const {

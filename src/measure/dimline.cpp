@@ -26,6 +26,11 @@ void CDimLine::Centre(Point& out, double& x, double& y) const {
   out = {truncated(x), truncated(y)};
 }
 
+double CDimLine::DistanceTo(double x, double y) const {
+  const double fromMiddle = CDim::DistanceTo(x, y);
+  return outline.empty() ? fromMiddle : std::max(0.0, fromMiddle - width * 0.5);
+}
+
 void CDimLine::Paint(Canvas& canvas, bool isSelected) const {
   if (outline.empty()) {
     CDim::Paint(canvas, isSelected);

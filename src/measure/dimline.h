@@ -19,6 +19,8 @@ class CDimLine : public CDim {
   // The sum of the excess arc-over-chord ratios of the curves, times the number of inflections, per unit of
   // length walked, under tortuositySettings. Refills breaks. 0.0 with under two curves.
   double Tortuosity1(double sx, double sy, int32_t& curves) override;
+  // From anywhere within a wide one it is 0.
+  double DistanceTo(double x, double y) const override;
   void Paint(Canvas& canvas, bool isSelected) const override;
 
   // The polygon around a line wider than a pixel with two or more points: one side from first to last point,

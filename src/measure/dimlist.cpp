@@ -161,15 +161,38 @@ int32_t CDimList::hit(double x, double y, double reach, int32_t startIndex) {
   selectedindex = -1;
   for (int32_t n = 0; n < count; ++n) {
     const int32_t i = start < count - n ? start + n : start - (count - n);
-    if (!at(i).IsHit(x, y, reach)) continue;
+    if (at(i).DistanceTo(x, y) > reach) continue;
     selectedindex = i;
     break;
   }
   return selectedindex;
 }
 
+int32_t CDimList::nearest(double x, double y, double reach) const {
+  return nearestOf(x, y, reach, [](int32_t) { return true; });
+}
+
+int32_t CDimList::nearestSelected(double x, double y, double reach, int32_t index) const {
+  return nearestOf(x, y, reach, [&](int32_t i) { return i == index || at(i).selected; });
+}
+
+int32_t CDimList::nearestOf(double x, double y, double reach,
+                            const std::function<bool(int32_t)>& isAsked) const {
+  int32_t found = -1;
+  double least = reach;
+  for (int32_t i = 0; i < size(); ++i) {
+    if (!isAsked(i)) continue;
+    const double distance = at(i).DistanceTo(x, y);
+    if (distance > least || (found >= 0 && distance == least)) continue;
+    found = i;
+    least = distance;
+  }
+  return found;
+}
+
 int32_t CDimList::toggleSelect(double x, double y, double reach) {
-  if (hit(x, y, reach, -1) >= 0) at(selectedindex).selected = !at(selectedindex).selected;
+  selectedindex = nearest(x, y, reach);
+  if (selectedindex >= 0) at(selectedindex).selected = !at(selectedindex).selected;
   return selectedindex;
 }
 

@@ -68,10 +68,14 @@ class CDimList : public ArchiveObject {
 
   // Nothing if hidden. selectedIndex: drawn as selected; -1 for none.
   void draw(Canvas& canvas, int32_t selectedIndex) const;
-  // The first item that is hit (CDim::IsHit), looking from the one after startIndex round to startIndex
-  // itself. It becomes selectedindex, -1 when there is none.
+  // The first item within reach of a place, looking from the one after startIndex round to startIndex itself.
+  // It becomes selectedindex, -1 when there is none.
   int32_t hit(double x, double y, double reach, int32_t startIndex);
-  // The first item hit flips its selection; selectedindex becomes it, or -1.
+  // The nearest within reach, of several alike the first; -1 for none. The second looks at selection(index)
+  // alone.
+  int32_t nearest(double x, double y, double reach) const;
+  int32_t nearestSelected(double x, double y, double reach, int32_t index) const;
+  // The nearest item within reach flips its selection; selectedindex becomes it, or -1.
   int32_t toggleSelect(double x, double y, double reach);
 
   void offset(int32_t dx, int32_t dy);
@@ -93,6 +97,7 @@ class CDimList : public ArchiveObject {
 
  private:
   int32_t append(std::unique_ptr<CDim> item);
+  int32_t nearestOf(double x, double y, double reach, const std::function<bool(int32_t)>& isAsked) const;
   double sumOf(const std::function<double(CDim&)>& measure) const;
   void withSelected(int32_t index, const std::function<void(CDim&)>& work);
 };

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/numbers.h"
+#include "measure/distance.h"
 
 namespace tarnvisor {
 
@@ -51,6 +52,18 @@ void CDimPolygon::Anchor(Point& out) const {
     y += points[i].y;
   }
   out = {truncated(x / static_cast<double>(corners)), truncated(y / static_cast<double>(corners))};
+}
+
+double CDimPolygon::DistanceTo(double x, double y) const {
+  if (points.empty()) return CDim::DistanceTo(x, y);
+  return std::min(CDim::DistanceTo(x, y), distanceToSegment(x, y, points.back(), points.front()));
+}
+
+void CDimPolygon::MovePoint(int32_t index, Point to) {
+  const bool isClosed = points.size() > 2 && points.back() == points.front();
+  const bool isSeam = index == 0 || index == pointCount() - 1;
+  if (isClosed && isSeam) CDim::MovePoint(pointCount() - 1 - index, to);
+  CDim::MovePoint(index, to);
 }
 
 void CDimPolygon::Paint(Canvas& canvas, bool isSelected) const {

@@ -17,6 +17,10 @@ class CDimPolygon : public CDim {
   void Anchor(Point& out) const override;
   // Adds a copy of the first point if there are over two and the last differs from it.
   void Close() override;
+  // From the segment that closes it too.
+  double DistanceTo(double x, double y) const override;
+  // The point that closes it stays on the first.
+  void MovePoint(int32_t index, Point to) override;
   std::unique_ptr<CDim> Clipped(const Rect& rect, bool circle) const override;
   void Paint(Canvas& canvas, bool isSelected) const override;
 };

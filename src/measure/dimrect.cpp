@@ -1,5 +1,7 @@
 #include "measure/dimrect.h"
 
+#include "measure/distance.h"
+
 namespace tarnvisor {
 
 namespace {
@@ -41,6 +43,10 @@ std::unique_ptr<CDim> CDimRect::Clipped(const Rect& rect, bool circle) const {
   left->points = {part.topLeft(), {part.right, part.bottom}};
   left->Update();
   return left;
+}
+
+double CDimRect::DistanceTo(double x, double y) const {
+  return points.size() == 2 ? distanceToBox(x, y, bounds) : CDim::DistanceTo(x, y);
 }
 
 void CDimRect::Paint(Canvas& canvas, bool isSelected) const {

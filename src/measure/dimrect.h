@@ -16,6 +16,7 @@ class CDimRect : public CDim {
   // What of it lies in the rectangle, or in its inscribed circle.
   double AreaIn(const Rect& rect, bool circle, double sx, double sy) const override;
   std::unique_ptr<CDim> Clipped(const Rect& rect, bool circle) const override;
+  double DistanceTo(double x, double y) const override;
   void Paint(Canvas& canvas, bool isSelected) const override;
 
   Rect bounds;  // normalised

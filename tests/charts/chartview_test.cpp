@@ -324,6 +324,17 @@ TEST_F(ChartWindow, PutsMarkersAtTheCursorAndDragsAndDeletesThem) {
     run(cmd::InsertMarker);
     EXPECT_EQ(doc->markers.items.back()->label, label);
   }
+  for (const size_t left : {1, 0}) {
+    run(cmd::Undo);
+    EXPECT_EQ(doc->markers.size(), left);
+  }
+  for (const double time : {0.0, 4.875, 2.0}) {
+    run(cmd::Undo);
+    ASSERT_EQ(doc->markers.size(), 1u);
+    EXPECT_EQ(doc->markers.items[0]->time, time);
+  }
+  run(cmd::Redo);
+  EXPECT_EQ(doc->markers.items[0]->time, 4.875);
 }
 
 TEST_F(ChartWindow, PlacesMarkersOnlyWithinWhatIsShown) {

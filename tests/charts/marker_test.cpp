@@ -204,9 +204,9 @@ TEST(MarkersAreDrawn, WithTheLabelCutToTheBoxOnScreensOnly) {
 }
 
 struct Editor : ::testing::Test {
-  Editor() { editor.onUpdated = nullptr; }  // of a chart that is gone
+  Editor() { editor.onUpdate = nullptr; }  // of a chart that is gone
   ~Editor() override {
-    editor.onUpdated = nullptr;
+    editor.onUpdate = nullptr;
     editor.close();
   }
   TestHost host;

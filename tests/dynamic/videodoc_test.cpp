@@ -93,6 +93,10 @@ TEST_F(VideoDocument, ProcessesOneImageAndARegion) {
   EXPECT_EQ(one.theImage()->pixelAt(4, 2), 255);
   EXPECT_EQ(settings.getInt("movie", "simpleimagethreshold", 0), 100);
   EXPECT_FALSE(isEnabled("Bin"));
+  one.addDimension({1, 1}, CDimList::kPoint);
+  run("Clear all dimensions");
+  run("Undo");
+  EXPECT_EQ(one.currentDims().size(), 1);
 }
 
 TEST_F(VideoDocument, LeavesEverythingWhereThereIsNoMovie) {

@@ -2,6 +2,7 @@
 #include "frame/menus.h"
 
 #include "assembly/assembly.h"
+#include "charts/commandids.h"
 #include "doppler/dopplerinput.h"
 #include "frame/commandwords.h"
 #include "frame/mainframe.h"
@@ -31,8 +32,8 @@ std::vector<int32_t> idsOf(const std::vector<Menu>& menus) {
 }
 
 // Only ever posted by other commands.
-const Ids kPosted{cmd::AcquisitionChain, cmd::AcquisitionStartVelocity, cmd::AcquisitionShowLive,
-                  cmd::AcquisitionStartCamera};
+const Ids kPosted{cmd::RedoTrace, cmd::AcquisitionChain, cmd::AcquisitionStartVelocity,
+                  cmd::AcquisitionShowLive, cmd::AcquisitionStartCamera};
 
 class Menus : public AppTest {
  protected:

@@ -42,7 +42,7 @@ TEST_F(ImageDocument, EachProcessingStepLeavesItsWordsAnUndoCopyAndAChangedDocum
       EXPECT_EQ(d.notes, std::string("+") + words + (region ? " ROI (8,8)-(32,30).\r\n" : "\r\n")) << command;
       EXPECT_EQ(d.imagedirty, 1) << command;
       EXPECT_TRUE(d.isModified()) << command;
-      EXPECT_EQ(pixelsOf(*d.undoimage), before) << command;
+      EXPECT_EQ(pixelsOf(*d.undoimage()), before) << command;
       const bool changes = std::string(command) != "MLULU" && std::string(words).rfind("(x", 0) != 0;
       EXPECT_EQ(pixelsOf(*d.theImage()) != before, changes) << command;
       EXPECT_EQ(d.theImage()->pixelAt(2, 2), region ? before[2 * 40 + 2] : d.theImage()->pixelAt(2, 2))
@@ -135,7 +135,7 @@ TEST_F(ImageDocument, BinHalvesTheScaleAndTheListsToo) {
   EXPECT_EQ(d.theImage()->height, 4);
   EXPECT_EQ(d.magx, 3.0);
   EXPECT_EQ(d.currentDims().at(0).points[0], (Point{2, 3}));
-  EXPECT_EQ(d.undoimage->width, 10);
+  EXPECT_EQ(d.undoimage()->width, 10);
 }
 
 TEST_F(ImageDocument, BinTakesTheRegionAlong) {

@@ -42,7 +42,7 @@ TEST_F(Tracing, WithoutAGreyPixelUnderTheClickNothingHappens) {
   d.roi = {20, 10, 60, 90};
   for (const Point seed : {Point{40, 0}, {0, 80}, {-1, 0}}) EXPECT_FALSE(d.trace(seed));
   EXPECT_FALSE(d.isModified());
-  EXPECT_TRUE(d.undoimage->empty());
+  EXPECT_EQ(d.undoimage(), nullptr);
   ZBasicDoc& coloured = makeVessels(kColour);
   EXPECT_FALSE(coloured.trace({5, 5}));
   EXPECT_EQ(host.messages.back(), "Only a grey image can be traced.");

@@ -39,14 +39,15 @@ class ImageView : public ImageDocument {
   }
 
   // Words in order: "click", "shift", "double", "down", "move", "up", each before any number of places "x,y"
-  // in image pixels; and the keys "Escape", "Enter", "Delete", each true if the view had a use for it.
+  // in image pixels, "ctrldown" and "shiftdown" with those keys held; and the keys "Escape", "Enter",
+  // "Delete", each true if the view had a use for it.
   bool play(const std::string& script) {
     bool used = false;
     std::string verb;
     for (const std::string& word : split(script, ' ')) {
       Point p;
       if (std::sscanf(word.c_str(), "%d,%d", &p.x, &p.y) == 2)
-        act(verb, {view->toWindow(p), MouseButton::Left, verb == "shift", false});
+        act(verb, {view->toWindow(p), MouseButton::Left, verb.starts_with("shift"), verb == "ctrldown"});
       else if (word == "Escape" || word == "Enter" || word == "Delete")
         used = key(word == "Escape" ? Key::Escape : word == "Enter" ? Key::Enter : Key::Delete);
       else
@@ -55,10 +56,10 @@ class ImageView : public ImageDocument {
     return used;
   }
   void act(const std::string& verb, const MouseEvent& event) {
-    if (verb == "click" || verb == "shift" || verb == "down") view->mouseDown(event);
+    if (verb == "click" || verb == "shift" || verb.ends_with("down")) view->mouseDown(event);
     if (verb == "double") view->mouseDouble(event);
     if (verb == "move") view->mouseMove(event);
-    if (verb != "down" && verb != "move") view->mouseUp(event);
+    if (!verb.ends_with("down") && verb != "move") view->mouseUp(event);
   }
   bool key(Key k) { return view->keyDown({k, false, false}); }
 

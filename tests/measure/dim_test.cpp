@@ -50,7 +50,7 @@ TEST(DimensionMeasures, ShapesWithoutEnoughPointsMeasureNothing) {
         EXPECT_EQ(none, 0.0);
       EXPECT_EQ(dim->AreaIn({0, 0, 9, 9}, true, 1, 1), 0.0);
       EXPECT_EQ(dim->Perpendicular(5), nullptr);
-      EXPECT_EQ(dim->IsHit(7, 2, 3), !points.empty());
+      EXPECT_EQ(dim->DistanceTo(7, 2) <= 3, !points.empty());
       EXPECT_EQ(dim->Overlaps({4, 5, 5, 6}, false), !points.empty());
       dim->Close();
       EXPECT_EQ(dim->points, points);
@@ -121,16 +121,28 @@ TEST(DimensionMeasures, RectanglesAreNormalisedAndPolygonsClosed) {
   EXPECT_EQ(anchor, (Point{5, 5}));
 }
 
-TEST(DimensionEditing, HitsWithinReachOfTheFirstPointOrOfACirclesRim) {
+TEST(DimensionEditing, TellsTheDistanceToWhatIsDrawn) {
   const auto line = made<CDimLine>({{10, 20}, {50, 50}});
-  for (const Point hit : {Point{13, 23}, Point{7, 17}}) EXPECT_TRUE(line.IsHit(hit.x, hit.y, 3));
-  for (const Point miss : {Point{14, 20}, Point{10, 16}, Point{50, 50}})
-    EXPECT_FALSE(line.IsHit(miss.x, miss.y, 3));
+  EXPECT_DOUBLE_EQ(line.DistanceTo(13, 16), 4) << "the square of a point's cross";
+  EXPECT_DOUBLE_EQ(line.DistanceTo(36, 27), 10) << "at right angles from the middle";
+  EXPECT_DOUBLE_EQ(made<CDimLine>({{10, 20}, {50, 50}}, 20).DistanceTo(36, 27), 0);
   const auto circle = made<CDimCircle>({{20, 50}, {80, 50}});
-  for (const Point rim : {Point{50, 20}, Point{50, 83}, Point{80, 50}})
-    EXPECT_TRUE(circle.IsHit(rim.x, rim.y, 3));
-  for (const Point miss : {Point{50, 50}, Point{50, 84}, Point{16, 50}})
-    EXPECT_FALSE(circle.IsHit(miss.x, miss.y, 3));
+  EXPECT_DOUBLE_EQ(circle.DistanceTo(50, 83), 3);
+  EXPECT_DOUBLE_EQ(circle.DistanceTo(50, 54), 4) << "from its centre";
+  EXPECT_DOUBLE_EQ(made<CDimRect>({{20, 30}, {4, 10}}).DistanceTo(18, 20), 2);
+  EXPECT_DOUBLE_EQ(made<CDimPolygon>({{0, 0}, {20, 0}, {20, 20}, {0, 20}}).DistanceTo(3, 10), 3);
+}
+
+TEST(DimensionEditing, APointThatIsMovedAltersTheShape) {
+  auto circle = made<CDimCircle>({{20, 50}, {81, 50}});
+  circle.MovePoint(1, {61, 50});
+  EXPECT_EQ(circle.points, (Points{{40, 50}, {61, 50}})) << "the centre stays";
+  auto polygon = made<CDimPolygon>({{0, 0}, {20, 0}, {20, 20}, {0, 0}});
+  polygon.MovePoint(0, {1, 2});
+  EXPECT_EQ(polygon.points, (Points{{1, 2}, {20, 0}, {20, 20}, {1, 2}})) << "it stays closed";
+  auto line = made<CDimLine>({{0, 0}, {20, 0}});
+  line.MovePoint(2, {5, 5});
+  EXPECT_EQ(line.points, (Points{{0, 0}, {20, 0}}));
 }
 
 TEST(DimensionEditing, MovesTurnsAndScalesTruncating) {

@@ -78,6 +78,9 @@ TEST(DimensionLists, HitsWalkOnFromAnItemAndWrapOnce) {
   EXPECT_EQ(list.selectedindex, -1);
   EXPECT_EQ(list.toggleSelect(11, 11, 3), 0);
   EXPECT_TRUE(list.at(0).selected);
+  EXPECT_EQ(list.nearest(12, 11, 3), 2) << "the first of several alike";
+  EXPECT_EQ(list.nearestSelected(12, 11, 3, -1), 0);
+  EXPECT_EQ(list.nearestSelected(12, 11, 3, 2), 2);
   EXPECT_EQ(list.toggleSelect(11, 11, 3), 0);
   EXPECT_FALSE(list.at(0).selected);
   EXPECT_EQ(list.toggleSelect(60, 60, 3), -1);
