@@ -94,6 +94,7 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
   movieChanged();
   updatePlayPeriod();
   giveRate();
+  imagesOpened = imageCount();
   tellOfMovie();
   if (movie->hasWeighedColours())
     appendNotes("made grey by " + greyWeightsText(weightsOfRows()) + text::kLineEnd);
@@ -133,6 +134,7 @@ bool CVivoCapDoc::takeSequence(const std::string& path) {
   movieChanged();
   updatePlayPeriod();
   giveRate();
+  imagesOpened = imageCount();
   setTitle(withoutExtension(fileNameOf(path)));
   setModified();
   updateAllViews();
@@ -353,6 +355,7 @@ bool CVivoCapDoc::openRawFrames(const std::string& path) {
     (void)setScale(*header.magnification, *header.magnification, fileNameOf(headerPath), 0, false, false);
   movieChanged();
   moviePath.clear();  // a save makes a movie of its own
+  imagesOpened = imageCount();
   interlaced = 0;
   fps = 30.0;
   updatePlayPeriod();
