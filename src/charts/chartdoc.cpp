@@ -41,7 +41,8 @@ const CommandTableBase& ZchartDoc::commandTable() {
         &D::canRedo,
         {.tip = "Redo", .status = "Does again what was taken back.", .keys = "Ctrl+Shift+Z", .icon = "redo"}},
        {cmd::Redo, "", &D::redo, &D::canRedo}},
-      &CdbDocument::commandTable()};
+      &CdbDocument::commandTable(),
+      {{&D::canUndo, "There is nothing to undo."}, {&D::canRedo, "There is nothing to do again."}}};
   return table;
 }
 

@@ -36,7 +36,7 @@ std::optional<CZZMovie::Compression> askCompression() {
   Form form("Video Compression");
   form.addChoice("Compressor", chosen, labels);
   form.add("Quality (100: nothing is lost)", wanted.quality, {.low = 0, .high = 100});
-  form.add("Key frame every", wanted.keyEvery, {.low = 1, .high = 1000});
+  form.add("Key frame every", wanted.keyEvery, {.low = 1, .high = 1000}).withUnit("images");
   const bool agreed = asked(form);
   logPrintf("fcctype=%lu.fcchandler=%lu.Iq=%li.Ikey=%li,Idatarate=%li\n", 0x63646976UL,
             static_cast<unsigned long>(chosen), long{wanted.quality}, long{wanted.keyEvery}, 0L);
@@ -126,7 +126,7 @@ void CVivoCapDoc::exportMovie(const std::string& path, int32_t step, const CZZMo
                               bool tells) {
   start(std::make_unique<ExportJob>(*this, path, CZZMovie::Range{selectionFirst, selectionLast}, step,
                                     compression, [this, path, tells](const Outcome& made) {
-                                      if (!made && !made.why().empty()) report(made.why());
+                                      if (made || !made.why().empty()) tellExported(made, path);
                                       if (made && tells && !process.quietMode)
                                         host().messages.show("Exported as " + path + ".");
                                     }));
@@ -134,9 +134,8 @@ void CVivoCapDoc::exportMovie(const std::string& path, int32_t step, const CZZMo
 
 void CVivoCapDoc::exportCompressedCommand() {
   const std::string stem = withoutExtension(pathName().empty() ? moviePath : pathName());
-  const auto path =
-      host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi",
-                                stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
+  const auto path = askExportPath({"Export", "Videos (*.avi)|*.avi||", ".avi",
+                                   stem + (stem + ".z.avi" == moviePath ? "-export" : "") + ".z.avi"});
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   if (const auto compression = askCompression())
@@ -171,8 +170,8 @@ std::unique_ptr<Job> CVivoCapDoc::dicomJob(const std::string& path, DicomFacts f
 }
 
 void CVivoCapDoc::exportDicomAs(const std::string& path, const DicomFacts& facts) {
-  start(dicomJob(path, facts, [this](const Outcome& made) {
-    if (!made && !made.why().empty()) report(made.why());
+  start(dicomJob(path, facts, [this, path](const Outcome& made) {
+    if (made || !made.why().empty()) tellExported(made, path);
   }));
 }
 

@@ -46,13 +46,17 @@ const CommandTableBase& TableView::commandTable() {
        {.tip = "Copy cells",
         .status = "Copies the selected cells, or the whole table, as tab-separated text.",
         .keys = "Ctrl+C",
-        .icon = "copy"}},
+        .icon = "copy",
+        .whyOff = "The table is empty."}},
       {cmd::Copy, "", &V::copy, &V::hasRows},
       {cmd::SelectAll,
        "Select &all",
        &V::selectAll,
        &V::hasRows,
-       {.tip = "Select all", .status = "Selects all cells of the table.", .keys = "Ctrl+A"}},
+       {.tip = "Select all",
+        .status = "Selects all cells of the table.",
+        .keys = "Ctrl+A",
+        .whyOff = "The table is empty."}},
   };
   return table;
 }
@@ -150,7 +154,10 @@ std::string TableView::selectionText() const {
   return text;
 }
 
-void TableView::copy() { host().clipboard.setText(selectionText()); }
+void TableView::copy() {
+  host().clipboard.setText(selectionText());
+  host().messages.notice({"Copied the selected cells"});
+}
 
 void TableView::mouseDown(const MouseEvent& event) {
   if (event.button != MouseButton::Left) return;

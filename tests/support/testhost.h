@@ -54,6 +54,9 @@ class TestHost final : public NullHost {
   std::deque<std::function<bool(Form&)>> fills;        // for forms; false is Cancel
   std::vector<std::shared_ptr<ShownForm>> shownForms;  // that stay open; also those closed again
   std::vector<std::string> messages;
+  std::vector<std::string> notices;
+  Notice lastNotice;
+  std::string whoseIsSaved;        // by the chooser's first line
   std::vector<std::string> calls;  // of windows
   std::optional<std::vector<uint8_t>> clipboardBitmap;
   ClipboardResult clipboardResult = ClipboardResult::Done;
@@ -81,13 +84,20 @@ class TestHost final : public NullHost {
     });
   }
 
+  void notice(const Notice& told) override {
+    notices.push_back(told.words);
+    lastNotice = told;
+  }
   Answer show(const std::string& text, Buttons buttons, Icon) override {
     messages.push_back(text);
     if (buttons == Buttons::Ok) return Answer::Ok;
     return take(answers, Answer::Cancel, text);
   }
   std::optional<std::string> openFile(const FileRequest& r) override { return take(paths, {}, r.title); }
-  std::optional<std::string> saveFile(const FileRequest& r) override { return take(paths, {}, r.title); }
+  std::optional<std::string> saveFile(const FileRequest& r) override {
+    whoseIsSaved = r.whose;
+    return take(paths, {}, r.title);
+  }
   std::vector<std::string> openFiles(const FileRequest&) override {
     std::vector<std::string> all;
     for (const auto& path : paths) all.push_back(path.value_or(""));
