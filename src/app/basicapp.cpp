@@ -44,6 +44,10 @@ CBasicApp::CBasicApp() {
                          Buttons::Ok, Icon::Error);
   };
   loop.onIdle = [this](int32_t count) { return onIdle(count); };
+  documents.onSaved = [this](const std::string& path) {
+    remember(path);
+    host().messages.notice({"Saved " + fileNameOf(path)});
+  };
   // Only a window system turns the loop by itself; a start switch does one thing after the other.
   documents.drivesJobs = [this] { return loop.isDriven() && !process.quietMode; };
 }
@@ -282,17 +286,23 @@ CDocument* CBasicApp::openDocumentFile(const std::string& path) {
   CDocument* document = type ? type->openDocument(path) : importer->importDocument(path);
   if (!document) return nullptr;
   rememberFolder(path);
-  // A run over a study is no history of what somebody looked at.
-  if (remembersFiles && !process.quietMode) addRecentFile(absolutePath(path));
+  remember(path);
   return document;
+}
+
+// A run over a study is no history of what somebody looked at.
+void CBasicApp::remember(const std::string& path) {
+  if (remembersFiles && !process.quietMode) addRecentFile(absolutePath(path));
 }
 
 void CBasicApp::openRecentFile(size_t index) {
   const std::vector<std::string> files = recentFiles();
-  if (index >= files.size()) return;
-  const std::string& path = files[index];
+  if (index < files.size()) openRecentFile(files[index]);
+}
+
+void CBasicApp::openRecentFile(const std::string& path) {
   const bool there = fileExists(path);
-  if (there && openDocumentFile(path)) return;
+  if (there && importFile(path)) return;
   removeRecentFile(path);
   host().messages.show(path + (there ? " could not be opened" : " is no longer there") +
                            " and has been taken off the list of recent files.",
@@ -304,6 +314,7 @@ void CBasicApp::onFileOpen() {
   FileRequest request;
   request.title = "Open";
   request.filter = openFilter(documentTable);
+  if (folderOfExam) request.initialPath = folderOfExam();
   int opened = 0;
   for (const std::string& path : host().choosers.openFiles(request))
     if (openDocumentFile(path)) ++opened;
@@ -320,7 +331,10 @@ DocumentType* CBasicApp::importType() const {
 CDocument* CBasicApp::importFile(const std::string& path) {
   const bool claimed = documents.typeFor(path) || documents.importerFor(path);
   DocumentType* tries = claimed ? nullptr : importType();
-  return tries ? tries->importDocument(path) : openDocumentFile(path);
+  if (!tries) return openDocumentFile(path);
+  CDocument* document = tries->importDocument(path);
+  if (document) remember(path);
+  return document;
 }
 
 void CBasicApp::onFileImport() {

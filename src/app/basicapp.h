@@ -78,6 +78,9 @@ class CBasicApp : public CommandTarget {
   // Asks for another data folder, closes all documents and goes on there, with no subject selected; the
   // profile keeps the choice. With a folder that can't be used the present one stays.
   void chooseDataFolder();
+  // Goes on in another one, with no subject selected, without keeping the choice; all documents are closed.
+  // With a folder that can't be used the present one stays, and false.
+  bool useDataFolder(const std::string& folder);
 
   // Messages between processes.
   void receiveAutoLoad(const std::string& path);
@@ -90,6 +93,7 @@ class CBasicApp : public CommandTarget {
   void closeDocument();  // the one in front, after asking about changes
   // The recent file at an index (app/recentfiles.h); one that can't be opened leaves the list.
   void openRecentFile(size_t index);
+  void openRecentFile(const std::string& path);
   void closeProgram();
   // The file of a start switch did not open, or what it asks for was not there to be done.
   bool startSwitchFailed() const { return switchFailed; }
@@ -121,9 +125,12 @@ class CBasicApp : public CommandTarget {
   std::function<void()> onSwitchDone;
   // Told when another data folder was opened while the program runs.
   std::function<void()> onDataFolderChanged;
+  // Where Open begins; empty for where the user last worked.
+  std::function<std::string()> folderOfExam;
 
  private:
   DocumentType* importType() const;
+  void remember(const std::string& path);
   bool canImport() const { return importType() != nullptr; }
   template <size_t N>
   void openRecent() {

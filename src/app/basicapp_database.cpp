@@ -69,19 +69,23 @@ void CBasicApp::chooseDataFolder() {
   const auto folder = meantFolder(
       host().choosers.chooseFolder("Open or create a new data folder\ncurrently " + dbPath, dataFolder));
   if (!folder || folder->empty() || (db && sameFolder(*folder, dataFolder))) return;
-  if (!documents.closeAll()) return;
+  if (!documents.closeAll() || !useDataFolder(*folder)) return;
+  settings.setString("Settings", "database", dbPath);
+}
+
+bool CBasicApp::useDataFolder(const std::string& folder) {
   const std::string before = dataFolder;
   closeDatabase();
-  if (!openDatabaseIn(*folder)) {
+  if (!openDatabaseIn(folder)) {
     dbPath.clear();
     dataFolder.clear();
     if (!before.empty()) openDatabaseIn(before);
-    return;
+    return false;
   }
-  settings.setString("Settings", "database", dbPath);
   logPrintf("choose db=%s\n", dbPath.c_str());
   if (onDataFolderChanged) onDataFolderChanged();
   host().windows.refreshBars();
+  return true;
 }
 
 bool CBasicApp::openDatabaseFile() {

@@ -21,8 +21,8 @@ struct DocumentRow {
 // Whether a row's channels are on.
 bool gateOpen(DocumentRow::Gate gate);
 
-// The filter of Open: all files of the system, each kind, all files. A channel that is off leaves it as it
-// is.
+// The filter of Open: all that is read, what is brought in, all files of the system, each kind, all files. A
+// channel that is off leaves it as it is.
 std::string openFilter(std::span<const DocumentRow> table);
 
 // The makers that a row names.

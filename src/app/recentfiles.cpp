@@ -53,7 +53,7 @@ std::string recentFileLabel(const std::vector<std::string>& files, size_t index)
   std::string words;
   for (const char c : same > 1 ? files[index] : name)
     words += c == '&' ? std::string("&&") : std::string(1, c);
-  return format("&%zu %s", index + 1, words.c_str());
+  return format("%s%zu %s", index < 9 ? "&" : "", index + 1, words.c_str());
 }
 
 }  // namespace tarnvisor

@@ -40,7 +40,8 @@ const CommandTableBase& ZchartDoc::commandTable() {
                                        &D::redo,
                                        &D::canRedo,
                                        {.tip = "Redo", .status = "Does again what was taken back."}}},
-                                     &CdbDocument::commandTable()};
+                                     &CdbDocument::commandTable(),
+                                     {{&D::canUndo, "There is nothing to undo."}, {&D::canRedo, "There is nothing to do again."}}};
   return table;
 }
 

@@ -87,6 +87,7 @@ class ZchartView : public CView, public ChartWatcher {
   // --- chartview_commands.cpp
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
+  std::string whyOff(int32_t command, const char* usual) const override;
 
   // --- what scripts ask (chartview_script.cpp)
   StepResult selectRange(double from, double to) override;

@@ -113,6 +113,7 @@ bool ZchartView::toClipboard() {
       doc.report("Cannot Register Clipboard");
       return false;
     case ClipboardResult::Done:
+      host().messages.notice({"Copied the trace"});
       return true;
   }
   return false;

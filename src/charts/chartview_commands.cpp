@@ -26,6 +26,16 @@ constexpr const char* kSection = "chartdoc";
 constexpr double kZoomStep = 1.25;
 }  // namespace
 
+// What most of them need, in the order in which it comes.
+std::string ZchartView::whyOff(int32_t command, const char* usual) const {
+  const char* why = *usual         ? usual
+                    : !hasTraces() ? "The chart has no traces."
+                    : !hasActive() ? "Choose a trace first."
+                    : !hasData()   ? "The chosen trace is empty."
+                                   : "The chosen trace is of another kind, or nothing is selected in it.";
+  return CView::whyOff(command, why);
+}
+
 const CommandTableBase& ZchartView::commandTable() {
   using V = ZchartView;
   using P = DisplayPalette;

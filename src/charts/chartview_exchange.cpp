@@ -50,14 +50,14 @@ void ZchartView::exportTraces() {
   request.filter = settings.fileFilter();
   request.defaultExtension = settings.binary ? ".bin" : ".txt";
   request.initialPath = doc.exportPath(request.defaultExtension);
-  const auto path = host().choosers.saveFile(request);
+  const auto path = doc.askExportPath(request);
   if (!path) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return doc.report(may.why());
   const bool isCsv = equalIgnoringCase(extensionOf(*path), "csv");
-  if (const Outcome done =
-          exportTo(*path, isCsv ? settings.asCsv() : settings, choice.allTraces != 0, choice.selection != 0);
-      !done)
-    return doc.report(done.why());
+  const Outcome done =
+      exportTo(*path, isCsv ? settings.asCsv() : settings, choice.allTraces != 0, choice.selection != 0);
+  doc.tellExported(done, *path);
+  if (!done) return;
   if (isUnattended()) host().messages.show("exported " + *path + ": " + lastExport);
   settings.store();
 }

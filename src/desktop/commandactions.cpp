@@ -5,6 +5,7 @@
 
 #include "app/commandids.h"
 #include "app/recentfiles.h"
+#include "base/files.h"
 #include "desktop/icons.h"
 #include "desktop/qttext.h"
 
@@ -39,17 +40,23 @@ QAction* CommandActions::action(int32_t id) {
   return kept;
 }
 
+QString CommandActions::tipOf(int32_t id) const {
+  const CommandWords& words = commands.words(id);
+  const QKeySequence keys(toQt(words.keys), QKeySequence::PortableText);
+  return toQt(words.tip) +
+         (keys.isEmpty() ? QString() : " (" + keys.toString(QKeySequence::NativeText) + ")");
+}
+
 void CommandActions::setWords(QAction& action, int32_t id) const {
   const CommandWords& words = commands.words(id);
-  const QString tip = toQt(words.tip);
-  const QKeySequence keys(toQt(words.keys), QKeySequence::PortableText);
-  action.setText(escaped(tip));
+  action.setText(escaped(toQt(words.tip)));
   action.setStatusTip(toQt(words.status));
-  action.setToolTip(keys.isEmpty() ? tip : tip + " (" + keys.toString(QKeySequence::NativeText) + ")");
+  action.setToolTip(tipOf(id));
   if (*words.icon) action.setIcon(commandIcon(words.icon, window.palette()));
 }
 
 void CommandActions::fill(QMenu& menu, const std::vector<MenuEntry>& entries) {
+  menu.setToolTipsVisible(true);  // they tell why an entry is off
   const std::vector<CommandTarget*> chain = app.commandChain();
   for (const MenuEntry& entry : entries) {
     switch (entry.kind) {
@@ -63,7 +70,7 @@ void CommandActions::fill(QMenu& menu, const std::vector<MenuEntry>& entries) {
         fill(*menu.addMenu(toQt(entry.title)), entry.entries);
         break;
       case MenuEntry::Kind::RecentFiles:
-        addRecentFiles(menu);
+        addRecentFiles(*menu.addMenu("&Recent files"));
         break;
       case MenuEntry::Kind::Windows:
         addWindows(menu);
@@ -82,16 +89,22 @@ void CommandActions::giveKeysTo(const std::vector<int32_t>& ids) {
 }
 
 void CommandActions::addRecentFiles(QMenu& menu) {
-  const std::vector<std::string> files = recentFiles();
-  for (size_t i = 0; i < files.size(); ++i) {
-    const int32_t id = cmd::RecentFile1 + static_cast<int32_t>(i);
-    QAction* entry = menu.addAction(toQt(recentFileLabel(files, i)));
-    entry->setStatusTip(toQt(files[i]));
-    QObject::connect(entry, &QAction::triggered, &window, [this, id] {
-      if (onTriggered) onTriggered(id);
-    });
-  }
-  if (files.empty()) menu.addAction("No recent files")->setEnabled(false);
+  menu.setObjectName("recentFiles");
+  // Whether the files are still there is asked when somebody looks.
+  QObject::connect(&menu, &QMenu::aboutToShow, &window, [this, &menu] {
+    menu.clear();
+    const std::vector<std::string> files = recentFiles();
+    for (size_t i = 0; i < files.size(); ++i) {
+      QAction* entry = menu.addAction(toQt(recentFileLabel(files, i)));
+      const bool isThere = fileExists(files[i]);
+      entry->setEnabled(isThere);
+      entry->setStatusTip(toQt(files[i] + (isThere ? "" : " is no longer there")));
+      QObject::connect(entry, &QAction::triggered, &window, [this, path = files[i]] {
+        if (onFileChosen) onFileChosen(path);
+      });
+    }
+    if (files.empty()) menu.addAction("No recent files")->setEnabled(false);
+  });
 }
 
 // The document in front is ticked.
@@ -117,12 +130,12 @@ void CommandActions::refresh() {
     const CommandState state = commandState(chain, id);
     shown->setEnabled(state.enabled);
     const CommandWords& words = commands.words(id);
-    const std::string whyOff =
-        state.target ? state.target->whyOff(id, words.whyOff) : std::string(words.whyOff);
-    shown->setStatusTip(toQt(state.enabled || whyOff.empty() ? words.status : whyOff));
+    const QString why = toQt(state.whyOff.empty() && !state.enabled ? words.whyOff : state.whyOff);
+    shown->setStatusTip(why.isEmpty() ? toQt(words.status) : why);
+    shown->setToolTip(tipOf(id) + (why.isEmpty() ? "" : "\n" + why));
     shown->setCheckable(state.ticked);
     shown->setChecked(state.ticked);
-    if (!state.text.empty()) shown->setText(menuWords(toQt(state.text)));
+    if (!state.text.empty()) shown->setText(menuWords(toQt(shownCommandText(state.text))));
   }
 }
 

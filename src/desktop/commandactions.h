@@ -33,8 +33,10 @@ class CommandActions {
 
   std::function<void(int32_t)> onTriggered;
   std::function<void(CDocument*)> onWindowChosen;
+  std::function<void(const std::string& path)> onFileChosen;
 
  private:
+  QString tipOf(int32_t id) const;
   void setWords(QAction& action, int32_t id) const;
   void addRecentFiles(QMenu& menu);
   void addWindows(QMenu& menu);

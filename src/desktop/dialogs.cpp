@@ -1,5 +1,6 @@
 #include "desktop/dialogs.h"
 
+#include "desktop/helpwindow.h"
 #include "desktop/shortcutlist.h"
 
 namespace tarnvisor {
@@ -27,6 +28,12 @@ DesktopDialogs::~DesktopDialogs() {
   mainFrame.profileFace = nullptr;
   mainFrame.remoteFace = nullptr;
   delete shortcuts;
+  delete help;
+}
+
+void DesktopDialogs::showHelp(const std::string& page) {
+  if (!help) help = new HelpWindow(parentWindow);
+  help->open(page);
 }
 
 void DesktopDialogs::showShortcuts(const std::vector<std::pair<std::string, std::string>>& commands) {

@@ -17,6 +17,7 @@
 
 namespace tarnvisor {
 
+class HelpWindow;
 class ShortcutList;
 
 class DesktopDialogs {
@@ -29,6 +30,7 @@ class DesktopDialogs {
 
   // Opens the window, or brings it to the front. Pairs of a command's words and its keys.
   void showShortcuts(const std::vector<std::pair<std::string, std::string>>& commands);
+  void showHelp(const std::string& page);
 
  private:
   CBasicMainFrame& mainFrame;
@@ -39,7 +41,9 @@ class DesktopDialogs {
   MagnificationTableFace magnification;
   ProfileTableFace profiles;
   RemoteWindowFace remote;
-  QPointer<ShortcutList> shortcuts;  // goes with its parent, or with this
+  // Go with their parent, or with this.
+  QPointer<ShortcutList> shortcuts;
+  QPointer<HelpWindow> help;
 };
 
 }  // namespace tarnvisor

@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDesktopServices>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QLayout>
@@ -37,6 +36,8 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
       documents(application, *area),
       panes(*statusBar()),
       dialogs(mainFrame, this),
+      startPage(new StartPage(*area, application)),
+      notices(new NoticeLine(*area)),
       patientBar(new PatientBar(this)),
       marksDock(new SideDock(this)),
       examDock(new ExamDock(this)),
@@ -70,6 +71,10 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
         app.documents.activate(*document);
     });
   };
+  actions.onFileChosen = startPage->onFile = [this](const std::string& path) {
+    afterDialogs(this, [this, path] { app.openRecentFile(path); });
+  };
+  startPage->onCommand = [this](int32_t id) { trigger(id); };
   documents.onTouched = [this] { updateSoon(); };
   documents.onPanesChanged = [this] { updateSoon(); };
   documents.onGone = [this] { marksDock->show(nullptr); };
@@ -168,8 +173,8 @@ void MainWindow::showShortcuts() {
 
 void MainWindow::openHelp() {
   const std::string page = helpPage(app.documents.active());
-  if (page.empty() || !QDesktopServices::openUrl(QUrl::fromLocalFile(toQt(page))))
-    app.postMainCommand(cmd::HelpContents);
+  if (page.empty()) return app.postMainCommand(cmd::HelpContents);
+  dialogs.showHelp(page);
 }
 
 // Whose exam it is stands where no window hides it.
@@ -196,6 +201,7 @@ void MainWindow::updateNow() {
   patientBar->show(patient.of(app.documents.active()), documents.foreignOwner());
   marksDock->show(documents.activeView());
   examDock->follow();
+  startPage->follow();
   rebuildMenus();
   actions.refresh();
   showPanes();

@@ -11,9 +11,11 @@
 #include "desktop/dialogs.h"
 #include "desktop/documentwindows.h"
 #include "desktop/examdock.h"
+#include "desktop/noticeline.h"
 #include "desktop/patientbar.h"
 #include "desktop/recordbar.h"
 #include "desktop/sidedock.h"
+#include "desktop/startpage.h"
 #include "desktop/statuspanes.h"
 #include "desktop/statuswindow.h"
 
@@ -34,6 +36,7 @@ class MainWindow final : public QMainWindow {
   void popupMenu(int32_t menuId, Point at);
   // Commands, titles and status texts, soon; many calls make one.
   void updateSoon();
+  void tell(const Notice& told) { notices->tell(told); }
   void openFiles(const std::vector<std::string>& paths);
 
   CommandActions& commandActions() { return actions; }
@@ -72,6 +75,8 @@ class MainWindow final : public QMainWindow {
   StatusPanes panes;
   DesktopDialogs dialogs;
   const std::vector<Menu>* shownMenus = nullptr;  // a kind's
+  StartPage* startPage;
+  NoticeLine* notices;
   PatientStripModel patient;
   PatientBar* patientBar;
   SideDock* marksDock;

@@ -18,6 +18,7 @@ void QtHost::connect(CBasicApp& application, CBasicMainFrame& mainFrame) {
 bool QtHost::createMainFrame(const std::string& title) {
   if (!app) return false;
   window = std::make_unique<MainWindow>(*app, *frame, toQt(title));
+  messages.onNotice = [this](const Notice& told) { window->tell(told); };
   window->onClosed = [] { QCoreApplication::quit(); };
   return true;
 }

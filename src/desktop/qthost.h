@@ -20,7 +20,10 @@ class QtHost final : public Windows {
   // Before the application's initInstance, which makes the main window. Borrowed until closeWindows().
   void connect(CBasicApp& application, CBasicMainFrame& mainFrame);
   // Takes the main window away; the application may go then.
-  void closeWindows() { window.reset(); }
+  void closeWindows() {
+    messages.onNotice = nullptr;
+    window.reset();
+  }
   MainWindow* mainWindow() const { return window.get(); }  // null until it is made
   // For runs that nobody watches: what would be told or asked in a box is printed, and questions are
   // declined.

@@ -4,10 +4,12 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QImage>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
@@ -193,6 +195,10 @@ Answer QtMessages::show(const std::string& text, Buttons buttons, Icon icon) {
   }
 }
 
+void QtMessages::notice(const Notice& told) {
+  if (!onStandardError && !process.quietMode && onNotice) onNotice(told);
+}
+
 // --- choosers
 
 QStringList qtFilters(const std::string& filter) {
@@ -243,8 +249,20 @@ void addPreview(QFileDialog& dialog, const std::function<std::string(const std::
 
 void prepare(QFileDialog& dialog, const FileRequest& request) {
   dialog.setWindowTitle(toQt(request.title));
+  // Native dialogs have no room for a line of one's own.
+  if (!request.whose.empty()) {
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    auto* whose = new QLabel(toQt(request.whose));
+    whose->setObjectName("whose");
+    whose->setTextFormat(Qt::PlainText);
+    whose->setMargin(8);
+    dialog.layout()->setMenuBar(whose);
+  }
   const QStringList filters = qtFilters(request.filter);
   if (!filters.isEmpty()) dialog.setNameFilters(filters);
+  // A long list of endings must not make the dialog wider than the screen.
+  if (auto* kinds = dialog.findChild<QComboBox*>("fileTypeCombo"))
+    kinds->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
   if (request.defaultExtension.size() > 1) dialog.setDefaultSuffix(toQt(request.defaultExtension.substr(1)));
   // Where nobody says: where the user last worked.
   const bool placed = !folderOf(request.initialPath).empty();

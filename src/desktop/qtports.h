@@ -45,8 +45,10 @@ std::unique_ptr<ProgressWindow> makeProgressWindow(const std::string& title);
 class QtMessages final : public Messages {
  public:
   Answer show(const std::string& text, Buttons buttons, Icon icon) override;
-  bool onStandardError = false;  // as in quiet mode
-  bool toldError = false;        // there
+  void notice(const Notice& told) override;
+  std::function<void(const Notice&)> onNotice;  // the main window shows it
+  bool onStandardError = false;                 // as in quiet mode
+  bool toldError = false;                       // there
 };
 
 class QtChoosers final : public Choosers {

@@ -209,8 +209,8 @@ void Cflo1Doc::cuffWindow() {
   Form form("CUFF");
   form.add("Set Pressure mmHg", cuffSettings.pressure, {0, 300});
   form.add("Cuff Duration (secs)", cuffSettings.duration, {0, 3600});
-  form.add("Holding pressure", cuffSettings.holding, {0, 300});
-  form.add("Hysteresis", cuffSettings.hysteresis, {0, 100});
+  form.add("Holding pressure", cuffSettings.holding, {0, 300}).withUnit("mmHg");
+  form.add("Hysteresis", cuffSettings.hysteresis, {0, 100}).withUnit("mmHg");
   form.addCheck("postprocessing", cuffSettings.postprocessing);
   form.addReading("state", cuffState);
   cuffForm = host().forms.show(
@@ -233,14 +233,16 @@ const CommandTableBase& Cflo1Doc::commandTable() {
         &D::canIncrease,
         {.tip = "Increase bandwidth",
          .status = "Doubles the highest frequency of the spectra.",
-         .keys = "F2"}},
+         .keys = "F2",
+         .whyOff = "The bandwidth is at its greatest."}},
        {cmd::DecreaseBandwidth,
         "&Decrease Bandwidth",
         &D::decreaseBandwidth,
         &D::canDecrease,
         {.tip = "Decrease bandwidth",
          .status = "Halves the highest frequency of the spectra.",
-         .keys = "Shift+F2"}},
+         .keys = "Shift+F2",
+         .whyOff = "The bandwidth is at its least."}},
        {cmd::Laser,
         "&Laser",
         &D::toggleLaser,

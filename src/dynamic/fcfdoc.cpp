@@ -83,7 +83,8 @@ const CommandTableBase& fcfdoc::commandTable() {
            {.tip = "Add to results",
             .status = "Adds FCF and FCD of the region to the results of functional capillary flow."}},
       },
-      &ZBasicDoc::commandTable());
+      &ZBasicDoc::commandTable(),
+      {{&D::hasMaps, "The maps have not been calculated."}, {&D::hasMaskMap, "The maps have no mask."}});
   return table;
 }
 

@@ -276,7 +276,14 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
           {cmd::ModifiedLaplacian, "Modified Laplacian", &D::modifiedLaplacian, &D::canFilterMovie},
           {cmd::Min3x3, "Min3x3", &D::min3x3, &D::canFilterMovie},
       },
-      &ZBasicDoc::commandTable());
+      &ZBasicDoc::commandTable(),
+      {{&D::hasMovie, "This needs a video."},
+       {&D::canFilterMovie, "This needs a video in grey."},
+       {&D::hasLinesAcross, "Draw a line across a vessel first."},
+       {&D::hasPart, "Select a part of the images first."},
+       {&D::isFieldMovie, "This needs a video of fields."},
+       {&D::isFrameMovie, "This needs a video of whole frames."},
+       {&D::isColourMovie, "This needs a video in colour."}});
   return table;
 }
 
@@ -309,7 +316,7 @@ void CVivoCapDoc::saveVideoAs() {
 void CVivoCapDoc::simpleThreshold() {
   int32_t level = settings.getInt("movie", "simpleimagethreshold", 128);
   Form form("Simple threshold");
-  form.add("threshold", level, {0, 255, {}});
+  form.add("threshold", level, {0, 255, {}}).withUnit("grey levels");
   if (!asked(form)) return;
   settings.setInt("movie", "simpleimagethreshold", level);
   runStep(text::kSimpleThreshold, StepArea::Roi, [level](CZZimage& area) { area.threshold({}, level); });

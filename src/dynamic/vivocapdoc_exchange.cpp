@@ -36,7 +36,7 @@ std::optional<CZZMovie::Compression> askCompression(const std::string& room) {
   Form form("Video Compression");
   form.addChoice("Compressor", chosen, labels);
   form.add("Quality (100: nothing is lost)", wanted.quality, {.low = 0, .high = 100});
-  form.add("Key frame every", wanted.keyEvery, {.low = 1, .high = 1000});
+  form.add("Key frame every", wanted.keyEvery, {.low = 1, .high = 1000}).withUnit("images");
   form.addNote(room);
   const bool agreed = asked(form);
   logPrintf("fcctype=%lu.fcchandler=%lu.Iq=%li.Ikey=%li,Idatarate=%li\n", 0x63646976UL,
@@ -109,9 +109,10 @@ class CVivoCapDoc::ExportJob : public Job {
 namespace {
 
 // A name that no file has yet is offered.
-std::optional<std::string> askExportName(const std::string& stem, const std::string& ending) {
+std::optional<std::string> askExportName(const CDocument& document, const std::string& stem,
+                                         const std::string& ending) {
   const std::string free = TakenName(stem, ending).path();
-  const auto path = host().choosers.saveFile({"Export", "Videos (*.avi)|*.avi||", ".avi", free});
+  const auto path = document.askExportPath({"Export", "Videos (*.avi)|*.avi||", ".avi", free});
   return path && !path->empty() ? path : std::nullopt;
 }
 
@@ -126,7 +127,7 @@ void CVivoCapDoc::exportUncompressedCommand() {
   const TakenName taken = process.quietMode ? TakenName(stem, ".avi") : TakenName();
   std::string name = process.quietMode ? taken.path() : stem + ".avi";
   if (!isUnattended()) {
-    const auto path = askExportName(stem, ".avi");
+    const auto path = askExportName(*this, stem, ".avi");
     if (!path) return;
     name = *path;
   }
@@ -145,15 +146,15 @@ void CVivoCapDoc::exportMovie(const std::string& path, int32_t step, const CZZMo
                               bool tells) {
   start(std::make_unique<ExportJob>(*this, path, CZZMovie::Range{selectionFirst, selectionLast}, step,
                                     compression, [this, path, tells](const Outcome& made) {
-                                      if (!made && !made.why().empty()) report(made.why());
-                                      if (made && tells && !process.quietMode)
+                                      if (made || !made.why().empty()) tellExported(made, path);
+                                      if (made && tells && isUnattended() && !process.quietMode)
                                         host().messages.show("Exported as " + path + ".");
                                     }));
 }
 
 void CVivoCapDoc::exportCompressedCommand() {
   const std::string stem = withoutExtension(pathName().empty() ? moviePath : pathName());
-  const auto path = askExportName(stem + (stem + ".z.avi" == moviePath ? "-export" : ""), ".z.avi");
+  const auto path = askExportName(*this, stem + (stem + ".z.avi" == moviePath ? "-export" : ""), ".z.avi");
   if (!path) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   const int32_t step = std::max(1, selectionStep);
@@ -191,8 +192,8 @@ std::unique_ptr<Job> CVivoCapDoc::dicomJob(const std::string& path, DicomFacts f
 
 void CVivoCapDoc::exportDicomAs(const std::string& path, const DicomFacts& facts) {
   if (!hasRoomFor(folderOf(path), exportBytes(std::max(1, selectionStep)))) return;
-  start(dicomJob(path, facts, [this](const Outcome& made) {
-    if (!made && !made.why().empty()) report(made.why());
+  start(dicomJob(path, facts, [this, path](const Outcome& made) {
+    if (made || !made.why().empty()) tellExported(made, path);
   }));
 }
 

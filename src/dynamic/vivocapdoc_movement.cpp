@@ -460,7 +460,7 @@ void CVivoCapDoc::moveImages(CZZMovie::Range images, Point by) {
 // The first image of the selection, which the others were laid over, has no row.
 void CVivoCapDoc::exportOffsets() {
   const std::string home = pathName().empty() ? homeFolder() + stemOfTitle() : withoutExtension(pathName());
-  const auto path = host().choosers.saveFile(
+  const auto path = askExportPath(
       {"Export Movement correction results", text::kOffsetsFilter, ".txt", home + "-offsets.txt"});
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
@@ -472,7 +472,7 @@ void CVivoCapDoc::exportOffsets() {
   }
   AtomicFile file(*path);
   file.write(rows.data(), rows.size());
-  if (const Outcome written = file.commit(); !written) report(written.why());
+  tellExported(file.commit(), *path);
 }
 
 void CVivoCapDoc::makePanorama() {

@@ -158,7 +158,7 @@ const CommandTableBase& CVivoCapView::commandTable() {
             .keys = "Ctrl+Left",
             .icon = "step-back"}},
       },
-      &ZBasicView::commandTable());
+      &ZBasicView::commandTable(), {{&V::hasMovie, "This needs a video."}});
   return table;
 }
 

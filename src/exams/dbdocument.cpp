@@ -67,6 +67,8 @@ std::string pageWords(const CdbDocument::Owner& owner, bool isFromElsewhere) {
   return words + (exam ? " of " + localDay(exam->created) + ", " + exam->site : " of another data folder");
 }
 
+std::string CdbDocument::whoseWords() const { return pageWords(measuredFor(), isFromElsewhere()); }
+
 void CdbDocument::forgetOwner() {
   patientId.clear();
   examIdOfDoc = -1;

@@ -43,6 +43,7 @@ class CdbDocument : public CDocument {
   // Whose its results are: the one it is bound to, else the one that its file names, else the one that was
   // selected when it was made.
   Owner measuredFor() const;
+  std::string whoseWords() const override;
   // That exam's folder: its name below the data folder; of a document from elsewhere where the document lies.
   // Empty when unknown.
   std::string examFolder() const;

@@ -15,10 +15,12 @@ ExamSelection& theExams() { return *present; }
 ExamSelection::ExamSelection(CBasicApp& application) : app(application) {
   present = this;
   app.onDataFolderChanged = [this] { clear(); };
+  app.folderOfExam = [this] { return folder(); };
 }
 
 ExamSelection::~ExamSelection() {
   app.onDataFolderChanged = nullptr;
+  app.folderOfExam = nullptr;
   present = nullptr;
 }
 

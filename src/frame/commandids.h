@@ -53,6 +53,7 @@ inline constexpr int32_t ExportMetafile = 34161;
 inline constexpr int32_t ExportStudy = 34181;
 inline constexpr int32_t MarksDock = 34210;
 inline constexpr int32_t ExamDock = 34211;
+inline constexpr int32_t Demonstration = 34260;
 inline constexpr int32_t FilePrint = 57607;
 inline constexpr int32_t FilePrintPreview = 57609;
 inline constexpr int32_t Toolbar = 59392;

@@ -1,5 +1,11 @@
 #include "frame/commandwords.h"
 
+#include <algorithm>
+#include <cctype>
+#include <iterator>
+#include <set>
+#include <utility>
+
 #include "base/text.h"
 #include "frame/commandids.h"
 #include "frame/mainframe.h"
@@ -14,20 +20,35 @@ struct SharedWords {
 };
 constexpr SharedWords kShared[] = {
     {cmd::FilePrint,
-     {.tip = "Print", .status = "Prints the document in front.", .keys = "Ctrl+P", .icon = "print"}},
+     {.tip = "Print",
+      .status = "Prints the document in front.",
+      .keys = "Ctrl+P",
+      .icon = "print",
+      .whyOff = "There is nothing to print."}},
     {cmd::FilePrintPreview,
      {.tip = "Print preview",
       .status = "Shows the pages as they would be printed.",
       .keys = "Ctrl+Shift+P",
-      .icon = "print-preview"}},
-    {cmd::Undo, {.tip = "Undo", .status = "Takes the last change back.", .keys = "Ctrl+Z", .icon = "undo"}},
+      .icon = "print-preview",
+       .whyOff = "There is nothing to print."}},
+    {cmd::Undo,
+     {.tip = "Undo",
+      .status = "Takes the last change back.",
+      .keys = "Ctrl+Z",
+      .icon = "undo",
+      .whyOff = "There is nothing to undo."}},
     {cmd::Redo,
-     {.tip = "Redo", .status = "Does again what was taken back.", .keys = "Ctrl+Shift+Z", .icon = "redo"}},
+     {.tip = "Redo",
+      .status = "Does again what was taken back.",
+      .keys = "Ctrl+Shift+Z",
+      .icon = "redo",
+      .whyOff = "There is nothing to do again."}},
     {cmd::Copy,
      {.tip = "Copy",
       .status = "Copies the selected dimension, or the selected cells of a table.",
       .keys = "Ctrl+C",
-      .icon = "copy"}},
+      .icon = "copy",
+      .whyOff = "Nothing is selected."}},
     {cmd::Paste,
      {.tip = "Paste",
       .status = "Adds the copied dimension to the current list, or opens a copied picture.",
@@ -60,6 +81,53 @@ constexpr SharedWords kShared[] = {
 };
 
 }  // namespace
+
+namespace {
+
+// Texts that say another thing than they do, or are misspelled; scripts go by them as they are.
+constexpr std::pair<const char*, const char*> kShownOtherwise[] = {
+    {"Open &aquisition windows", "Open &acquisition windows"},
+    {"Auxillary Input settings...", "Auxiliary input settings..."},
+    {"&Sum Modified Lapalacian", "&Sum of modified Laplacian"},
+    {"set re&gion", "&Fit to window"},
+    {"display darkeness up", "Display darkness up"},
+    {"average cbv vs correlation limit", "Average CBV vs. correlation limit"},
+    {"cvb vs correlation points", "CBV vs. correlation points"},
+    {"&rms of whole sequence", "&RMS of whole sequence"},
+};
+
+bool isName(const std::string& word) {
+  static const std::set<std::string> names{"Laplacian", "Krogh",     "Voronoi", "Doppler", "Hough",
+                                           "Cytoscan",  "Tarnvisor", "Fourier", "Gauss",   "Sobel"};
+  return names.contains(word);
+}
+
+bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
+
+// One capital, at its beginning: not an abbreviation.
+bool isCapitalised(const std::string& word) {
+  return word.size() > 1 && isUpper(word[0]) && std::ranges::count_if(word, isUpper) == 1;
+}
+
+}  // namespace
+
+std::string shownCommandText(const std::string& text) {
+  for (const auto& [given, shown] : kShownOtherwise)
+    if (text == given) return shown;
+  std::string sentence;
+  for (std::string word : split(text, ' ')) {
+    const size_t first = word.find_first_not_of('&');
+    std::string letters;
+    std::ranges::copy_if(word, std::back_inserter(letters),
+                         [](char c) { return std::isalpha(static_cast<unsigned char>(c)); });
+    if (first != std::string::npos && sentence.empty())
+      word[first] = static_cast<char>(std::toupper(static_cast<unsigned char>(word[first])));
+    else if (first != std::string::npos && isCapitalised(letters) && !isName(letters))
+      word[first] = static_cast<char>(std::tolower(static_cast<unsigned char>(word[first])));
+    sentence += (sentence.empty() ? "" : " ") + word;
+  }
+  return sentence;
+}
 
 CommandDirectory::CommandDirectory(const CBasicApp& app) {
   for (const SharedWords& shared : kShared) known.emplace(shared.id, shared.words);

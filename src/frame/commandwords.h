@@ -11,6 +11,9 @@
 
 namespace tarnvisor {
 
+// How menus show a command's text, by which scripts name it: in sentence case, and spelled right.
+std::string shownCommandText(const std::string& text);
+
 class CommandDirectory {
  public:
   // Of an application whose kinds of document are registered.

@@ -1,6 +1,7 @@
 #include "frame/mainframe.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -11,6 +12,7 @@
 #include "frame/profileselection.h"
 #include "framework/documenttype.h"
 #include "host/host.h"
+#include "settings/profile.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -23,6 +25,24 @@ constexpr const char* kSection = "MainWindow";
 constexpr const char* kStatusBarKey = "statusbar";
 constexpr const char* kMetafileFilter = "Windows Meta files (*.wmf)|*.wmf||";
 constexpr Point kPopupPlace{100, 100};
+}  // namespace
+
+namespace {
+
+// Looking for one that nobody names takes a second, and opens it.
+bool namesCamera() { return !settings.getString("ueyeP", "camera", "").empty(); }
+
+// Of the user's own data, where programs keep such.
+std::string demonstrationFolder() {
+  const auto variable = [](const char* name) {
+    const char* value = std::getenv(name);
+    return std::string(value ? value : "");
+  };
+  const std::string given = variable("XDG_DATA_HOME");
+  const std::string home = given.empty() ? variable("HOME") + "/.local/share" : given;
+  return withSeparator(home) + "tarnvisor/demonstration/";
+}
+
 }  // namespace
 
 Placement readPlacement(Size screen) {
@@ -139,7 +159,8 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        &F::canExportPicture,
        {.tip = "Export picture",
         .status = "Writes what the window shows as a picture: png, jpg, tif, svg or pdf.",
-        .keys = "Ctrl+Alt+X"}},
+        .keys = "Ctrl+Alt+X",
+        .whyOff = "The window shows nothing yet."}},
       {cmd::ExportStudy,
        "Export st&udy results...",
        &F::exportStudy,
@@ -161,6 +182,11 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        {.tip = "Select profile",
         .status = "Chooses the profile that keeps the settings, and copies, removes or resets profiles.",
         .icon = "profile"}},
+      {cmd::Demonstration,
+       "&Demonstration",
+       &F::openDemonstration,
+       {.tip = "Demonstration",
+        .status = "Opens a data folder with simulated examinations; your own comes back at the next start."}},
       {cmd::ShortcutList,
        "&Keyboard shortcuts",
        &F::listShortcuts,
@@ -198,7 +224,8 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        &F::showsRecordBar,
        {.tip = "Record bar",
         .status = "Shows or hides the bar with the recording folder and the name of recordings.",
-        .icon = "record-bar"}},
+        .icon = "record-bar",
+        .whyOff = kNoCamera}},
       {cmd::StatusWindow,
        "&Status",
        &F::toggle<&Bars::statusWindow>,
@@ -395,6 +422,7 @@ void CBasicMainFrame::windowShown() {
   wanted.statusBar = settings.getInt(kSection, kStatusBarKey, 0) != 0;
   wanted.marksDock = settings.getInt(kSection, "marksdock", 1) != 0;
   wanted.examDock = settings.getInt(kSection, "examdock", 1) != 0;
+  cameraIsNamed = namesCamera();
   // The live window comes back where it was open: to look for a camera takes a second, and where there is
   // none each start would say so.
   if (settings.getInt(kSection, "fg", 0)) showLive();
@@ -433,6 +461,33 @@ bool CBasicMainFrame::canOpenVideos() const {
   return process.videoTemplate && process.videoTemplate->canOpen();
 }
 
+// In a data folder of its own, which the profile does not keep: the user's is there again at the next start.
+void CBasicMainFrame::openDemonstration() {
+  const std::string folder = demonstrationFolder();
+  if (!app.documents.closeAll()) return;
+  const std::string complete = folder + "complete";
+  if (!fileExists(complete)) {
+    const WaitScope wait;
+    host().messages.notice({"The demonstration is being made. This takes some seconds."});
+    const bool made = makeFolderPath(folder) &&
+                      host().processes.run({installedFolder() + "tarnvisor-batch", "--demonstration",
+                                            "--data", folder}) == 0 &&
+                      replaceFile(complete, std::string_view());
+    if (!made) {
+      host().messages.show("The demonstration could not be made in " + folder + ".", Buttons::Ok,
+                           Icon::Error);
+      return;
+    }
+  }
+  if (!app.useDataFolder(folder)) return;
+  SubjectDialog dialog;
+  dialog.chooseId("DEMO-1");
+  exams.refresh();
+  if (!exams.exams().empty()) exams.select(0);
+  refresh();
+  host().messages.notice({"The demonstration's examination is selected: open its documents at the left."});
+}
+
 // A video document takes the header for what it is.
 void CBasicMainFrame::openCytoscan() {
   if (const auto header = HdrFileOpenDlg().run()) process.videoTemplate->importDocument(*header);
@@ -457,7 +512,7 @@ void CBasicMainFrame::exportMetafile() {
   CDocument& front = *app.documents.active();
   CView& view = *front.views().front();
   const auto path =
-      host().choosers.saveFile({"Export metafile", kMetafileFilter, ".wmf", front.exportPath(".wmf")});
+      front.askExportPath({"Export metafile", kMetafileFilter, ".wmf", front.exportPath(".wmf")});
   if (!path || path->empty()) return;
   Size size = view.windowSize();
   if (size == Size{}) size = view.contentSize();
@@ -465,7 +520,7 @@ void CBasicMainFrame::exportMetafile() {
   view.setWindowSize(size);
   Outcome done = app.documents.mayOutputTo(*path);
   if (done) done = host().pictures.write(*path, size, [&view](Canvas& canvas) { view.draw(canvas); });
-  if (!done) front.report(done.why());
+  front.tellExported(done, *path);
 }
 
 void CBasicMainFrame::viewExams() {
@@ -527,6 +582,7 @@ void CBasicMainFrame::selectProfile() {
   ProfileDialog dialog = presentProfiles(app.programPath);
   const bool chosen = profileFace->run(dialog);
   applyProfile(app, chosen ? dialog.pathOf(dialog.selected()) : settings.path());
+  cameraIsNamed = namesCamera();
   refresh();
 }
 

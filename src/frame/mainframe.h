@@ -88,6 +88,7 @@ class CBasicMainFrame : public CommandTarget {
   // window is minimised.
   void storePlacement(const Placement& placement, bool minimised) const;
   bool hasRecordBar() const { return app.fgMode != 0; }
+  bool hasCamera() const { return app.liveView || cameraIsNamed; }
   RecordBarValues recordBar() const;  // what its face shows; without one what is kept
   // Reads the face of the record bar; null without one.
   std::function<RecordBarValues()> onReadRecordBar;
@@ -109,6 +110,7 @@ class CBasicMainFrame : public CommandTarget {
   bool canSelectSubject() const {
     return subjectFace != nullptr && !isRecording() && !(app.flo1View && app.flo1View->isRecording());
   }
+  void openDemonstration();
   void viewExams();
   void examsOfSubject();
   bool canShowOverview() const { return overviewFace != nullptr; }
@@ -136,7 +138,7 @@ class CBasicMainFrame : public CommandTarget {
   void toggleToolbar();
   bool showsToolbar() const { return bars().main; }
   void toggleRecordBar();
-  bool canShowRecordBar() const { return hasRecordBar() && isExpertMode(); }
+  bool canShowRecordBar() const { return hasRecordBar() && hasCamera() && isExpertMode(); }
   bool showsRecordBar() const { return bars().record; }
   template <bool Bars::*Part>
   void toggle() {
@@ -206,7 +208,8 @@ class CBasicMainFrame : public CommandTarget {
   ExamOverview overview;
   std::unique_ptr<RemoteBrowser> remote;  // of the window that was opened last
   bool chainShowsLive = true;
-  Bars wanted;  // without regard to expert mode and channels
+  bool cameraIsNamed = false;  // in the profile
+  Bars wanted;                 // without regard to expert mode and channels
 };
 
 }  // namespace tarnvisor

@@ -50,7 +50,9 @@ Menu windowMenu() {
   return {"&Window", {cmd::WindowCascade, cmd::WindowTile, cmd::CloseAll, K::Separator, K::Windows}};
 }
 
-Menu helpMenu() { return {"&Help", {cmd::HelpContents, cmd::ShortcutList, K::Separator, cmd::AppAbout}}; }
+Menu helpMenu() {
+  return {"&Help", {cmd::HelpContents, cmd::ShortcutList, cmd::Demonstration, K::Separator, cmd::AppAbout}};
+}
 
 MenuEntries zoomEntries() { return {cmd::ZoomIn, cmd::ZoomOut, cmd::ZoomFit, cmd::ZoomActualSize}; }
 
@@ -102,9 +104,15 @@ CommandState commandState(std::span<CommandTarget* const> chain, int32_t id) {
   for (const CommandTarget* target : chain) {
     const CommandTableBase* table = target ? target->commands() : nullptr;
     const CommandRow* row = table ? table->find(id) : nullptr;
-    if (row) return {true, row->enabled(*target), row->ticked(*target), row->text, target};
+    if (!row) continue;
+    CommandState state{true, row->enabled(*target), row->ticked(*target), row->text};
+    if (!state.enabled) state.whyOff = target->whyOff(id, row->words.whyOff);
+    return state;
   }
-  return {};
+  const bool hasDocument = std::ranges::any_of(
+      chain, [](const CommandTarget* target) { return target && target->documentOfCommands(); });
+  return {.whyOff = hasDocument ? "This is for another kind of document than the one in front."
+                                : "This needs an open document."};
 }
 
 std::vector<ToolBarGroup> toolBarGroups(const DocumentManager& documents) {

@@ -16,7 +16,7 @@ constexpr const char* kFilter =
 bool askWish(const CView& view, PictureWish& wish) {
   int32_t overlays = wish.overlays, scaleBar = wish.scaleBar;
   Form form("Export picture");
-  form.add("Magnification", wish.times, {1, 8, {}});
+  form.add("Magnification", wish.times, {1, 8, {}}).withUnit("times");
   if (view.hasOverlays()) form.addCheck("Overlays", overlays).addCheck("Scale bar", scaleBar);
   if (!asked(form)) return false;
   wish.overlays = overlays != 0;
@@ -28,8 +28,7 @@ bool askWish(const CView& view, PictureWish& wish) {
 
 void exportPicture(CView& view) {
   CDocument& document = view.document();
-  const auto path =
-      host().choosers.saveFile({"Export picture", kFilter, ".png", document.exportPath(".png")});
+  const auto path = document.askExportPath({"Export picture", kFilter, ".png", document.exportPath(".png")});
   if (!path || path->empty()) return;
   PictureWish wish = view.usualPicture();
   if (!askWish(view, wish)) return;
@@ -38,7 +37,7 @@ void exportPicture(CView& view) {
   if (done)
     done = host().pictures.write(*path, size, view.pixelSize() / wish.times,
                                  [&](Canvas& canvas) { view.drawPicture(canvas, size, wish); });
-  if (!done) document.report(done.why());
+  document.tellExported(done, *path);
 }
 
 }  // namespace tarnvisor

@@ -21,7 +21,8 @@ struct CommandWords {
   const char* status = "";  // a sentence, for the status bar
   const char* keys = "";    // "Ctrl+S"; empty for none
   const char* icon = "";    // of a tool bar button: the file's name without ending; empty for none
-  const char* whyOff = "";  // a sentence for the status bar while the command is off; empty for the usual one
+  const char* whyOff =
+      "";  // a sentence for its tip while the command is off; empty for that of its condition
   bool isEmpty() const { return !*tip; }
 };
 
@@ -95,9 +96,21 @@ class CommandTable : public CommandTableBase {
     CommandWords words;
   };
 
-  CommandTable(std::initializer_list<Row> rowList, const CommandTableBase* baseTable = nullptr)
+  // What a test asks for, in a sentence: why commands are off that it rules out.
+  struct Condition {
+    Test test;
+    const char* otherwise;
+  };
+
+  CommandTable(std::initializer_list<Row> rowList, const CommandTableBase* baseTable = nullptr,
+               std::initializer_list<Condition> conditions = {})
       : CommandTableBase(baseTable), typedRows(rowList) {
-    for (const Row& row : typedRows) all.push_back({row.id, row.text, row.words, &runRow, &testRow, &row});
+    for (const Row& row : typedRows) {
+      CommandRow& added = all.emplace_back(CommandRow{row.id, row.text, row.words, &runRow, &testRow, &row});
+      for (const Condition& condition : conditions)
+        if (row.enabledWhen && !*added.words.whyOff && row.enabledWhen == condition.test)
+          added.words.whyOff = condition.otherwise;
+    }
   }
   CommandTable(const CommandTable&) = delete;
   CommandTable& operator=(const CommandTable&) = delete;

@@ -81,6 +81,17 @@ void CDocument::finishWork() {
 
 void CDocument::report(const std::string& words) { host().messages.show(words, Buttons::Ok, Icon::Error); }
 
+std::optional<std::string> CDocument::askExportPath(FileRequest request) const {
+  request.whose = whoseWords();
+  return host().choosers.saveFile(request);
+}
+
+void CDocument::tellExported(const Outcome& done, const std::string& path) {
+  if (!done) return report(done.why());
+  host().messages.notice({"Exported " + fileNameOf(path), "Open folder",
+                          [path] { host().windows.openWithDesktop(folderOf(absolutePath(path))); }});
+}
+
 bool CDocument::loadFrom(const std::string& named) {
   const std::string& path = unsaved ? unsaved->file : named;
   std::FILE* file = fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr;
@@ -199,7 +210,7 @@ bool CDocument::storeTo(const std::string& path) {
   stamp = fileStamp(path);
   replacedFile = file.hasReplaced();
   setModified(false);
-  if (documentType) documentType->tellSettled(*this);
+  if (documentType) documentType->tellSaved(*this, path);
   return true;
 }
 
@@ -246,7 +257,7 @@ std::optional<std::string> CDocument::askForPath() {
   }
   request.initialPath = filePath.empty() ? defaultPathName() : filePath;
   if (!mayOfferFolder(folderOf(request.initialPath))) return std::nullopt;
-  const auto chosen = host().choosers.saveFile(request);
+  const auto chosen = askExportPath(std::move(request));
   if (!chosen || chosen->empty()) return std::nullopt;
   const std::string path = absolutePath(withOwnEnding(*chosen));
   // The chooser asked about the name that was typed, not about this one.

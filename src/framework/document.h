@@ -12,6 +12,7 @@
 #include "framework/scripttarget.h"
 #include "framework/unsaved.h"
 #include "framework/view.h"
+#include "host/choosers.h"
 
 namespace tarnvisor {
 
@@ -62,6 +63,12 @@ class CDocument : public CommandTarget, public ScriptTarget {
   virtual void serialize(Archive& archive) = 0;
   // What the document answers to beside the file kinds its type opens: text to show when something failed.
   virtual void report(const std::string& words);
+  // Whose it is, for the first line of forms that file something of it; empty for a kind that is nobody's.
+  virtual std::string whoseWords() const { return {}; }
+  // Asks for the file of an export. Nothing when the user cancels.
+  std::optional<std::string> askExportPath(FileRequest request) const;
+  // A file went out of the document, or why it did not.
+  void tellExported(const Outcome& done, const std::string& path);
   // Whether the last save took the place of a file.
   bool hasReplacedFile() const { return replacedFile; }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <utility>
 
 #include "base/files.h"
@@ -104,8 +105,9 @@ CDocument* DocumentType::restoreDocument(const LeftCopy& left) {
   return document->restore(left) ? keep(std::move(document)) : nullptr;
 }
 
-void DocumentType::tellSettled(const CDocument& document) const {
+void DocumentType::tellSaved(const CDocument& document, const std::string& path) const {
   if (manager && manager->onSettled) manager->onSettled(document);
+  if (manager && manager->onSaved) manager->onSaved(path);
 }
 
 void DocumentType::discard(CDocument& document) {
@@ -231,9 +233,16 @@ bool DocumentManager::settleByForm(const std::vector<CDocument*>& changed) {
   int32_t choice = Cancel;
   std::vector<int32_t> ticks(changed.size(), 1);
   Form form("Save changes?");
+  std::set<std::string> whose;
+  for (const CDocument* document : changed) whose.insert(document->whoseWords());
+  whose.erase("");
+  for (const std::string& words : whose) form.addNote(words);
   form.addNote(format("%zu documents have changed. Those that are not saved close without their changes.",
                       changed.size()));
-  for (size_t i = 0; i < ticks.size(); ++i) form.addCheck(changed[i]->nameToSave(), ticks[i]);
+  for (size_t i = 0; i < ticks.size(); ++i) {
+    const std::string owner = whose.size() > 1 ? changed[i]->whoseWords() : "";
+    form.addCheck(changed[i]->nameToSave() + (owner.empty() ? "" : " - " + owner), ticks[i]);
+  }
   form.endWith("Do", choice, {"Save all", "Save ticked", "Discard all", "Cancel"});
   if (!host().forms.run(form) || choice == Cancel) return false;
   for (size_t i = 0; i < ticks.size(); ++i) {

@@ -95,8 +95,8 @@ class DocumentType {
   void discard(CDocument& document);
   // Whether a message loop goes on with what its documents begin.
   bool drivesJobs() const;
-  // A document of this type was saved.
-  void tellSettled(const CDocument& document) const;
+  // A document of this type was saved there.
+  void tellSaved(const CDocument& document, const std::string& path) const;
   class DocumentManager* owner() const {
     return manager;
   }
@@ -171,6 +171,8 @@ class DocumentManager {
   std::function<void()> onChange;
   // Told of each document that was saved or is about to close: nothing of it is left to lose.
   std::function<void(const CDocument&)> onSettled;
+  // Told of each file that a document was saved to.
+  std::function<void(const std::string& path)> onSaved;
 
  private:
   friend class DocumentType;

@@ -15,6 +15,8 @@ struct FileRequest {
   std::string initialPath;       // folder or file to start from; empty for the working folder
   // Shown beside the files, of the one that is selected; for opening one file.
   std::function<std::string(const std::string& path)> preview = {};
+  // Whose what is saved is: the first line.
+  std::string whose = {};
 };
 
 class Choosers {

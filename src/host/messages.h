@@ -1,6 +1,7 @@
 // The port for message boxes.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace tarnvisor {
@@ -10,6 +11,13 @@ enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
 enum class Icon { Information, Question, Careful, Warning, Error };
 enum class Answer { Ok, Cancel, Yes, No };
 
+// What a command did, told without a question.
+struct Notice {
+  std::string words;
+  std::string link = {};              // of a button beside the words; empty for none
+  std::function<void()> follow = {};  // what it does; called while the main window stands
+};
+
 class Messages {
  public:
   virtual ~Messages() = default;
@@ -17,6 +25,8 @@ class Messages {
   // (No where there is no Cancel).
   virtual Answer show(const std::string& text, Buttons buttons = Buttons::Ok,
                       Icon icon = Icon::Information) = 0;
+  // Shows the words for a while, and waits for nobody. Nothing where nobody looks.
+  virtual void notice(const Notice& /*told*/) {}
 };
 
 }  // namespace tarnvisor

@@ -78,7 +78,10 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            "Convert to &grey",
            &D::convertToGrey,
            &D::isColoured,
-           {.tip = "Convert to grey", .status = "Makes a grey image of the colours.", .icon = "to-grey"}},
+           {.tip = "Convert to grey",
+            .status = "Makes a grey image of the colours.",
+            .icon = "to-grey",
+            .whyOff = "This needs a picture in colour."}},
           {cmd::GreyWeights,
            "Grey &weights...",
            &D::greyWeightsCommand,
@@ -163,7 +166,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::canRemoveDustMark,
            {.tip = "Remove dust mark",
             .status = "Repairs the region as a single mark of dust.",
-            .icon = "dust-mark"}},
+            .icon = "dust-mark",
+            .whyOff = "Draw a region round the mark in a grey picture first."}},
           {cmd::MakeRoiCircular,
            "&Make ROI circular",
            &D::toggleCircularRoi,
@@ -382,7 +386,9 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            "Su&btract image",
            &D::subtractImage,
            &D::canChangePixels,
-           {.tip = "Subtract image", .status = "Subtracts another image from this one."}},
+           {.tip = "Subtract image",
+            .status = "Subtracts another image from this one.",
+            .whyOff = "This needs a picture."}},
           {cmd::Bin,
            "&Bin",
            &D::bin,
@@ -530,7 +536,14 @@ const CommandTableBase& ZBasicDoc::commandTable() {
             .status = "Walks downhill from a point to the nearest minimum, in a new window.",
             .whyOff = text::kNeedsGrey}},
       },
-      &CdbDocument::commandTable());
+      &CdbDocument::commandTable(),
+      {{&D::hasImage, "This needs a picture."},
+       {&D::hasDimensions, "There are no marks in the current list."},
+       {&D::canFilter, "This needs a grey picture. Processing, Convert to grey makes one."},
+       {&D::canTrim, "This needs a region and marks."},
+       {&D::canBeCircular, "Draw a region first."},
+       {&D::canCalculateVoronoi, "This needs a picture and four marks or more in the current list."},
+       {&D::canUndo, "There is nothing to undo."}});
   return table;
 }
 

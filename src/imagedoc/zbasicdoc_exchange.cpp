@@ -17,13 +17,12 @@ void ZBasicDoc::exportCommand() {
   const std::string extension = settings.getString("settings", "imagetype", ".bmp");
   // Scripts name the file.
   const std::string folder = isUnattended() ? "" : folderOf(exportPath(extension));
-  const auto path = host().choosers.saveFile({"Export", text::kImageFilter, extension, folder});
-  if (path && !path->empty()) exportImage(*path);
+  const auto path = askExportPath({"Export", text::kImageFilter, extension, folder});
+  if (path && !path->empty() && exportImage(*path)) tellExported(Outcome::success(), *path);
 }
 
 void ZBasicDoc::exportDicomCommand() {
-  const auto path =
-      host().choosers.saveFile({"Export DICOM", "DICOM (*.dcm)|*.dcm||", ".dcm", exportPath(".dcm")});
+  const auto path = askExportPath({"Export DICOM", "DICOM (*.dcm)|*.dcm||", ".dcm", exportPath(".dcm")});
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   DicomFacts facts = dicomFactsOf(*this);
@@ -31,7 +30,7 @@ void ZBasicDoc::exportDicomCommand() {
 }
 
 void ZBasicDoc::exportDicomAs(const std::string& path, const DicomFacts& facts) {
-  if (const Outcome done = exportDicom(*theImage(), facts, path); !done) report(done.why());
+  tellExported(exportDicom(*theImage(), facts, path), path);
 }
 
 // What somebody chooses comes in as what it is, whatever is in front; a script means the image in front.

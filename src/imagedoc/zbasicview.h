@@ -103,6 +103,7 @@ class ZBasicView : public CView, public AutoLoadSink {
   // --- zbasicview_commands.cpp
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
+  std::string whyOff(int32_t command, const char* usual) const override;
 
   int32_t zoomnum = 1;
   int32_t zoomden = 1;

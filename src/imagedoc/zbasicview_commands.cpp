@@ -26,7 +26,12 @@
 namespace tarnvisor {
 
 namespace {
+constexpr const char* kNeedsMark = "Select a mark first.";
 constexpr const char* kDimensionFormat = "CDim";  // of the clipboard
+}  // namespace
+
+std::string ZBasicView::whyOff(int32_t command, const char* usual) const {
+  return CView::whyOff(command, *usual || hasImage() ? usual : "This needs a picture.");
 }
 
 const CommandTableBase& ZBasicView::commandTable() {
@@ -145,7 +150,8 @@ const CommandTableBase& ZBasicView::commandTable() {
        {.tip = "Delete dimension",
         .status = "Deletes the selected dimensions.",
         .keys = "Del",
-        .icon = "delete"}},
+        .icon = "delete",
+        .whyOff = kNeedsMark}},
       {cmd::SwitchList, "S&witch List", &V::switchList},
       {cmd::SetLineWidth,
        "Set &line width",
@@ -153,7 +159,8 @@ const CommandTableBase& ZBasicView::commandTable() {
        &V::hasSelection,
        {.tip = "Line width",
         .status = "Sets the line width of the selected dimension and of its list.",
-        .icon = "line-width"}},
+        .icon = "line-width",
+        .whyOff = kNeedsMark}},
       {cmd::RotateSelected,
        "&Rotate selected dimensions",
        &V::rotateSelected,
@@ -161,7 +168,8 @@ const CommandTableBase& ZBasicView::commandTable() {
        {.tip = "Rotate dimensions",
         .status = "Turns the selected dimensions by an angle.",
         .keys = "Ctrl+R",
-        .icon = "rotate"}},
+        .icon = "rotate",
+        .whyOff = kNeedsMark}},
       {cmd::SelectAll, "Select &all", &V::selectAll, &V::hasMarks},
       {cmd::Copy, "&Copy", &V::copy, &V::hasAnySelection},
       {cmd::Paste, "&Paste", &V::paste},
@@ -172,7 +180,8 @@ const CommandTableBase& ZBasicView::commandTable() {
        {.tip = "Image results",
         .status = "Brings the table of image results to the front.",
         .keys = "Ctrl+Shift+R",
-        .icon = "results"}},
+        .icon = "results",
+        .whyOff = "No image has been measured yet."}},
       {cmd::DimensionListWindow,
        "Dime&nsion list",
        &V::dimensionList,
@@ -193,7 +202,8 @@ const CommandTableBase& ZBasicView::commandTable() {
        &V::canShowGreyLevel,
        {.tip = "Grey level profile",
         .status = "Shows the grey levels along the selected line.",
-        .icon = "grey-level"}},
+        .icon = "grey-level",
+        .whyOff = kNeedsMark}},
       {cmd::MeasuringLine,
        "&Measuring line",
        &V::takeMeasuringLine,
@@ -225,13 +235,15 @@ const CommandTableBase& ZBasicView::commandTable() {
        &V::findCapillaryWidth,
        &V::hasLines,
        {.tip = "Capillary width",
-        .status = "Measures the capillary that the selected line, or each line of the list, crosses."}},
+        .status = "Measures the capillary that the selected line, or each line of the list, crosses.",
+        .whyOff = "Draw a line first."}},
       {cmd::MeasureNailfoldLoops,
        "Measure nailfold &loops",
        &V::measureNailfoldLoops,
        &V::hasLines,
        {.tip = "Nailfold loops",
-        .status = "Measures loops by lines across each apex: widths, the row of apexes, density."}},
+        .status = "Measures loops by lines across each apex: widths, the row of apexes, density.",
+        .whyOff = "Draw a line first."}},
       {cmd::VignetteTest,
        "Vignette test",
        &V::vignetteCommand,
@@ -388,7 +400,7 @@ void ZBasicView::copy() {
     case ClipboardResult::CannotRegister:
       return doc.report(text::kCannotRegisterClipboard);
     case ClipboardResult::Done:
-      return;
+      host().messages.notice({"Copied the selected marks"});
   }
 }
 

@@ -92,7 +92,10 @@ const CommandTableBase& ZlineScanBaseDoc::commandTable() {
         &D::listSlopes,
         &D::hasSlopes,
         {.tip = "List the slopes", .status = "Adds the velocities of all slopes to their table."}}},
-      &ZchartDoc::commandTable()};
+      &ZchartDoc::commandTable(),
+      {{&D::hasScan, "This needs a scan."},
+       {&D::hasTwoSeries, "This needs two traces."},
+       {&D::hasSlopes, "Draw slopes in the scan first."}}};
   return table;
 }
 

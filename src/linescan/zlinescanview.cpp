@@ -42,7 +42,8 @@ const CommandTableBase& ZlineScanBaseView::commandTable() {
          .status =
              "Shows the mean velocity of the selection and how good it is; adds it to the results when accepted.",
          .keys = "Ctrl+Shift+R"}}},
-      &ZchartView::commandTable()};
+      &ZchartView::commandTable(),
+      {{&V::hasVelocity, "No velocity has been calculated."}}};
   return table;
 }
 

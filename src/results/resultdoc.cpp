@@ -78,6 +78,22 @@ CResultDoc::~CResultDoc() {
   if (lastAddedTo == this) lastAddedTo = nullptr;
 }
 
+namespace {
+
+void tellRowAdded(const CResultDoc& table) {
+  const std::string title = table.title();
+  Notice added{"Row added to " + title};
+  if (table.type()) {
+    added.link = "Show the table";
+    added.follow = [title] {
+      if (CResultDoc* found = findResultDocument(title)) theApp().documents.activate(*found);
+    };
+  }
+  host().messages.notice(added);
+}
+
+}  // namespace
+
 CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const CdbDocument* measured) {
   record.owner = measured ? ownerOf(*measured) : selectedOwner();
   CResultDoc* document = kindDocuments[&kind].document;
@@ -87,6 +103,7 @@ CResultDoc* addResultRow(const ResultTable& kind, ResultRecord record, const Cdb
     return nullptr;
   }
   lastAddedTo = document;
+  tellRowAdded(*document);
   return document;
 }
 
@@ -115,7 +132,7 @@ const CommandTableBase& CResultDoc::commandTable() {
        {cmd::CopyResults, "&Copy", &D::copy, &D::hasRows},
        {cmd::FilePrint, "&Print...", &D::printCommand, &D::hasRows},
        {cmd::FilePrintPreview, "Print Pre&view", &D::previewCommand, &D::hasRows}},
-      &CdbDocument::commandTable());
+      &CdbDocument::commandTable(), {{&D::hasRows, "The table is empty."}});
   return table;
 }
 
@@ -237,7 +254,10 @@ std::string CResultDoc::selectionText() const {
   return text;
 }
 
-void CResultDoc::copy() { host().clipboard.setText(selectionText()); }
+void CResultDoc::copy() {
+  host().clipboard.setText(selectionText());
+  host().messages.notice({"Copied the selected cells"});
+}
 
 // Of one whose rows were measured with nobody selected, those that the table is bound to, or the selected
 // ones.
@@ -255,6 +275,12 @@ ResultOwner CResultDoc::ownerOfAll() const {
     completeBy({patientId});
   completeBy(selectedOwner());
   return all;
+}
+
+std::string CResultDoc::whoseWords() const {
+  if (tellsOwners()) return "Rows of several examinations";
+  const ResultOwner all = ownerOfAll();
+  return pageWords({all.subject, all.exam}, all.isElsewhere);
 }
 
 std::string CResultDoc::ownerLines() const {
@@ -288,12 +314,11 @@ StepResult CResultDoc::exportTo(const std::string& path) {
 }
 
 void CResultDoc::exportCommand() {
-  const auto path =
-      host().choosers.saveFile({"Export", "csv files (*.csv)|*.csv||", ".csv", title() + ".csv"});
+  const auto path = askExportPath({"Export", "csv files (*.csv)|*.csv||", ".csv", title() + ".csv"});
   if (!path || path->empty()) return;
   if (const Outcome may = theApp().documents.mayOutputTo(*path); !may) return report(may.why());
   // The user chose the place, so a failure is not kept from them.
-  if (const Outcome done = exportNow(*path); !done) report(done.why());
+  tellExported(exportNow(*path), *path);
 }
 
 std::string CResultDoc::asText() const {

@@ -61,6 +61,7 @@ class CResultDoc : public CdbDocument {
   bool tellsOwners() const;  // in columns, the last two
   // Of rows that have no such columns.
   ResultOwner ownerOfAll() const;
+  std::string whoseWords() const override;
   StepResult exportTo(const std::string& path) override;  // .csv
   bool collectsOverExams() const override { return true; }
   void serialize(Archive& archive) override;

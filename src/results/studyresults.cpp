@@ -356,7 +356,9 @@ void exportStudyCommand() {
                        unread);
   if (!done)
     host().messages.show(done.why(), Buttons::Ok, Icon::Warning);
-  else if (!unread.empty())
+  else
+    host().messages.notice({"Exported " + fileNameOf(*path)});
+  if (done && !unread.empty())
     host().messages.show("These tables can't be read and are left out:\n" + unread, Buttons::Ok,
                          Icon::Warning);
 }

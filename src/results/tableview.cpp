@@ -46,7 +46,8 @@ const CommandTableBase& TableView::commandTable() {
        {.tip = "Copy cells",
         .status = "Copies the selected cells, or the whole table, as tab-separated text.",
         .keys = "Ctrl+C",
-        .icon = "copy"}},
+        .icon = "copy",
+        .whyOff = "The table is empty."}},
       {cmd::Copy, "", &V::copy, &V::hasRows},
       {cmd::SelectAll,
        "Select &all",
@@ -54,7 +55,8 @@ const CommandTableBase& TableView::commandTable() {
        &V::hasRows,
        {.tip = "Select all",
         .status = "Selects all cells of the table, or all marks of the current list.",
-        .keys = "Ctrl+A"}},
+        .keys = "Ctrl+A",
+        .whyOff = "There is nothing to select."}},
   };
   return table;
 }
@@ -152,7 +154,10 @@ std::string TableView::selectionText() const {
   return text;
 }
 
-void TableView::copy() { host().clipboard.setText(selectionText()); }
+void TableView::copy() {
+  host().clipboard.setText(selectionText());
+  host().messages.notice({"Copied the selected cells"});
+}
 
 void TableView::mouseDown(const MouseEvent& event) {
   if (event.button != MouseButton::Left) return;

@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QFileDialog>
 #include <QImage>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
@@ -86,6 +87,21 @@ TEST(QtChoosers, ShowWhatIsToldOfTheSelectedFile) {
   });
   const auto told = [](const std::string& path) { return "told of " + fileNameOf(path); };
   EXPECT_FALSE(QtChoosers().openFile({"Open", "", "", folder.path(), told}));
+}
+
+TEST(QtChoosers, SayFirstWhoseTheFileIs) {
+  TestHost host;
+  const TempFolder folder;
+  QTimer::singleShot(0, qApp, [&] {
+    auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    ASSERT_NE(dialog, nullptr);
+    auto* whose = dialog->findChild<QLabel*>("whose");
+    ASSERT_NE(whose, nullptr);
+    EXPECT_TRUE(whose->isVisible());
+    EXPECT_EQ(whose->y(), 0);
+    dialog->reject();
+  });
+  EXPECT_FALSE(QtChoosers().saveFile({"Save As", "", "", folder.path(), {}, "Subject S-1"}));
 }
 
 TEST(QtWaitCursor, NestsAndMakesRoomForADialog) {

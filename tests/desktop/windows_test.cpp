@@ -1,13 +1,18 @@
 // The main window, driven by mouse, keys and menus.
+#include <QAccessible>
 #include <QDialog>
 #include <QDropEvent>
+#include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QTextBrowser>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QUrl>
@@ -19,6 +24,8 @@
 #include "desktop/mainwindowtest.h"
 #include "desktop/opening.h"
 #include "imagedoc/commandids.h"
+#include "imagedoc/resulttables.h"
+#include "results/resultdoc.h"
 #include "settings/profile.h"
 
 namespace tarnvisor {
@@ -229,12 +236,25 @@ TEST_F(ProgramWindow, CommandsAreOnWhenSomebodyTakesThem) {
 
 TEST_F(ProgramWindow, MenusAreTheTables) {
   EXPECT_TRUE(entries("&File").contains("&Open..."));
-  EXPECT_TRUE(entries("&File").contains("No recent files"));
-  settings.setString("Recent File List", "File1", "/data/a.tv1");
+  const auto recent = [this] {
+    (void)entries("&File");
+    auto* list = menu("&File")->findChild<QMenu*>("recentFiles");
+    Q_EMIT list->aboutToShow();
+    return list->actions();
+  };
+  EXPECT_EQ(recent().front()->text(), "No recent files");
+  ASSERT_TRUE(replaceFile(folder.file("a.tv1"), std::string_view()));
+  settings.setString("Recent File List", "File1", folder.file("a.tv1"));
   settings.setString("Recent File List", "File2", "/data/b.tv1");
-  const QStringList file = entries("&File");
-  EXPECT_THAT(file, IsSupersetOf<QString>({"&1 a.tv1", "&2 b.tv1"}));
-  EXPECT_FALSE(file.contains("No recent files"));
+  const QList<QAction*> files = recent();
+  ASSERT_EQ(files.size(), 2);
+  EXPECT_EQ(files[0]->text(), "&1 a.tv1");
+  EXPECT_TRUE(files[0]->isEnabled());
+  EXPECT_EQ(files[1]->text(), "&2 b.tv1");
+  EXPECT_FALSE(files[1]->isEnabled()) << "it is gone";
+  EXPECT_EQ(action(cmd::FileSave)->toolTip(), "Save (Ctrl+S)\nThis needs an open document.");
+  makeImage(40, 30).setModified();
+  settle();
   EXPECT_EQ(action(cmd::FileSave)->toolTip(), "Save (Ctrl+S)");
   EXPECT_EQ(action(cmd::FileSave)->statusTip(), "Saves the document in front.");
 }
@@ -370,6 +390,110 @@ TEST_F(ProgramWindow, StrayKeysMeetNoFieldWhileNothingIsOpen) {
   ZBasicDoc& image = makeImage(40, 30);
   process.imageTemplate->discard(image);
   EXPECT_EQ(window().focusWidget(), window().centralWidget());
+}
+
+TEST_F(ProgramWindow, WithNothingOpenItSaysHowToBegin) {
+  auto* page = window().findChild<QWidget*>("startPage");
+  ASSERT_NE(page, nullptr);
+  EXPECT_TRUE(page->isVisible());
+  for (const int32_t id : {cmd::SelectSubject, cmd::FileOpen, cmd::Demonstration, cmd::HelpContents})
+    EXPECT_NE(page->findChild<QPushButton*>(QString("start%1").arg(id)), nullptr) << id;
+  ZBasicDoc& image = makeImage(40, 30);
+  settle();
+  EXPECT_FALSE(page->isVisible());
+  ASSERT_TRUE(image.onSaveDocument(folder.file("hand.tv1")));
+  process.imageTemplate->discard(image);
+  settle();
+  EXPECT_TRUE(page->isVisible());
+  const auto buttons = page->findChildren<QPushButton*>();
+  const auto recent = std::ranges::find(buttons, QString("hand.tv1"), &QPushButton::text);
+  ASSERT_NE(recent, buttons.end());
+  (*recent)->click();
+  settle();
+  EXPECT_TRUE(QTest::qWaitFor([this] { return app->documents.active() != nullptr; }, kLongestMs));
+}
+
+TEST_F(ProgramWindow, ARowThatWasAddedHasAWayToItsTable) {
+  ZBasicDoc& image = makeImage(40, 30);
+  ASSERT_NE(addResultRow(kImageResults, {}), nullptr);
+  EXPECT_EQ(app->documents.active(), &image);
+  EXPECT_EQ(host.notices.back(), "Row added to Image Results");
+  host.lastNotice.follow();
+  EXPECT_EQ(app->documents.active()->title(), "Image Results");
+}
+
+TEST_F(ProgramWindow, WhatWasDoneIsToldInALineWithItsLink) {
+  bool followed = false;
+  windows.ports.messages.notice({"Row added", "Show", [&] { followed = true; }});
+  auto* line = window().findChild<QWidget*>("notice");
+  EXPECT_TRUE(line->isVisible());
+  EXPECT_EQ(line->findChild<QLabel*>()->text(), "Row added");
+  line->findChild<QPushButton*>()->click();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return followed; }, kLongestMs));
+  EXPECT_FALSE(line->isVisible());
+  process.quietMode = 1;
+  windows.ports.messages.notice({"Unseen"});
+  process.quietMode = 0;
+  EXPECT_FALSE(line->isVisible());
+}
+
+TEST_F(ProgramWindow, TheManualIsReadWithinTheProgram) {
+  ASSERT_TRUE(makeFolderPath(folder.file("help")));
+  const auto write = [this](const char* page, std::string_view text) {
+    ASSERT_TRUE(replaceFile(folder.file("help/") + page, text));
+  };
+  write("index.html", "<nav>all</nav><table><tr><td><a href=\"image.html\">Images</a></td></tr></table>");
+  write("image.html", "<h1>Images</h1><p>loops and loops</p>");
+  makeImage(40, 30);
+  action(cmd::HelpContents)->trigger();
+  auto* help = window().findChild<QDialog*>("help");
+  ASSERT_NE(help, nullptr);
+  auto* text = help->findChild<QTextBrowser*>();
+  EXPECT_THAT(text->toPlainText().toStdString(), HasSubstr("loops and loops"));
+  auto* words = help->findChild<QLineEdit*>();
+  words->setText("LOOPS");
+  QTest::keyClick(words, Qt::Key_Return);
+  EXPECT_EQ(text->textCursor().selectedText(), "loops");
+  help->findChild<QListWidget*>()->setCurrentRow(0);
+  EXPECT_EQ(text->source().fileName(), "index.html");
+  EXPECT_THAT(text->toPlainText().toStdString(), Not(HasSubstr("all")));
+  text->backward();
+  EXPECT_EQ(text->source().fileName(), "image.html");
+}
+
+TEST_F(ProgramWindow, WhatTakesKeysHasANameForScreenReaders) {
+  makeImage(40, 30);
+  settle();
+  for (QWidget* each : window().findChildren<QWidget*>()) {
+    if (!each->isVisible() || each->focusPolicy() == Qt::NoFocus || !each->parentWidget()) continue;
+    if (dynamic_cast<ViewWidget*>(each) || qobject_cast<QMdiArea*>(each) || qobject_cast<QScrollArea*>(each))
+      continue;
+    QAccessibleInterface* told = QAccessible::queryAccessibleInterface(each);
+    EXPECT_FALSE(told && told->text(QAccessible::Name).isEmpty())
+        << each->metaObject()->className() << " " << each->objectName().toStdString() << " in "
+        << each->parentWidget()->metaObject()->className();
+  }
+}
+
+TEST_F(ProgramWindow, FormsThatFileSomethingNameTheSubject) {
+  app->db->newSubject("S-1");
+  exams->selectSubject("S-1", "");
+  ASSERT_TRUE(makeExamination("left", ""));
+  ZBasicDoc& first = makeImage(40, 30);
+  host.paths = {std::nullopt, std::nullopt};
+  EXPECT_FALSE(first.saveAs());
+  EXPECT_THAT(host.whoseIsSaved, StartsWith("Subject S-1; exam 1 of "));
+  host.whoseIsSaved.clear();
+  (void)app->runCommand(cmd::ExportPicture);
+  EXPECT_THAT(host.whoseIsSaved, EndsWith(", left"));
+  first.setModified();
+  makeImage(40, 30).setModified();
+  host.fills.push_back([](Form& form) {
+    EXPECT_THAT(form.fields().front().label, StartsWith("Subject S-1; exam 1 of "));
+    return false;
+  });
+  EXPECT_FALSE(app->documents.settleChanges());
+  app->documents.discardAll();
 }
 
 TEST_F(ProgramWindow, TheRecordBarFollowsTheExamThatIsSelected) {

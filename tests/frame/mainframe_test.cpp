@@ -5,6 +5,7 @@
 #include "assembly/assembly.h"
 #include "frame/commandids.h"
 #include "frame/hdrfileopendlg.h"
+#include "image/zzimage.h"
 #include "support/apptest.h"
 #include "support/recordingcanvas.h"
 
@@ -108,7 +109,7 @@ TEST_F(Frame, BarsFollowExpertModeChannelsAndTheirCommands) {
       {"", {cmd::Toolbar, cmd::ToggleOpsGroup3}, false, true, true},
   };
   for (const auto& [keys, commands, main, ops, record] : cases) {
-    startFrame(std::string("[Settings]\n") + keys);
+    startFrame(std::string("[ueyeP]\ncamera=simulated\n[Settings]\n") + keys);
     for (const int32_t id : commands) EXPECT_EQ(run(id), CommandResult::Done) << id;
     const Bars bars = frame->bars();
     EXPECT_EQ(bars.main, main) << keys << commands.size();
@@ -117,6 +118,40 @@ TEST_F(Frame, BarsFollowExpertModeChannelsAndTheirCommands) {
     frame.reset();
     stop();
   }
+}
+
+TEST_F(Frame, TheRecordBarIsThereOnlyWithACamera) {
+  startFrame("");
+  EXPECT_FALSE(frame->bars().record);
+  EXPECT_EQ(run(cmd::RecordBar), CommandResult::Disabled);
+  startWithInputs("");
+  EXPECT_TRUE(frame->bars().record) << "the live window is open";
+}
+
+TEST_F(Frame, TheDemonstrationLeavesTheUsersDataFolderInTheProfile) {
+  startFrame("");
+  const std::string before = settings.getString("Settings", "database", "");
+  ::setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
+  std::vector<std::string> started;
+  host.program = [&](const std::vector<std::string>& arguments) {
+    started = arguments;
+    return 0;
+  };
+  EXPECT_EQ(run(cmd::Demonstration), CommandResult::Done);
+  EXPECT_EQ(app->dataFolder, folder.file("tarnvisor/demonstration/"));
+  EXPECT_EQ(started.back(), app->dataFolder);
+  EXPECT_EQ(settings.getString("Settings", "database", ""), before);
+  started.clear();
+  run(cmd::Demonstration);
+  EXPECT_TRUE(started.empty()) << "it is made once";
+  ::unsetenv("XDG_DATA_HOME");
+}
+
+TEST_F(Frame, AboutTellsVersionLicenceAndLibraries) {
+  startFrame("");
+  run(cmd::AppAbout);
+  for (const char* told : {"4.60.0.0", "free disc space", "GNU General Public License", "Qt 6.", "SQLite 3."})
+    EXPECT_THAT(host.messages.back(), HasSubstr(told));
 }
 
 TEST_F(Frame, CytoModeLeavesTheOpsBarAlone) {
@@ -295,34 +330,48 @@ TEST_F(Frame, AFolderWithinADataFolderIsNoDataFolderUnasked) {
   EXPECT_FALSE(fileExists(folder.file("other/S-left/tarn.db")));
 }
 
-TEST_F(Frame, FourFilesAreKeptAsRecent) {
+TEST_F(Frame, TwentyFilesAreKeptAsRecent) {
   startFrame("", {documentTable().begin(), documentTable().end()});
   std::vector<std::string> paths;
-  for (int i = 0; i < 5; ++i) {
+  for (int i = 0; i < 21; ++i) {
     paths.push_back(folder.file("f" + std::to_string(i) + ".csv"));
     ASSERT_TRUE(replaceFile(paths.back(), std::string_view("\"Subject ID\",\"\",\r\n")));
     ASSERT_NE(app->openDocumentFile(paths.back()), nullptr);
   }
-  EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[2], paths[1]));
-  EXPECT_EQ(settings.getString("Recent File List", "File4", ""), paths[1]);
-  ASSERT_NE(app->openDocumentFile(folder.file("./f4.csv")), nullptr) << "one file in other words";
-  EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[2], paths[1]));
-  EXPECT_EQ(recentFileLabel(recentFiles(), 1), "&2 f3.csv");
+  EXPECT_THAT(recentFiles(), ElementsAreArray(std::vector<std::string>(paths.rbegin(), paths.rend() - 1)));
+  EXPECT_EQ(settings.getString("Recent File List", "File20", ""), paths[1]);
+  ASSERT_NE(app->openDocumentFile(folder.file("./f20.csv")), nullptr) << "one file in other words";
+  EXPECT_EQ(recentFiles().size(), 20u);
+  EXPECT_EQ(recentFileLabel(recentFiles(), 1), "&2 f19.csv");
+  EXPECT_EQ(recentFileLabel(recentFiles(), 9), "10 f11.csv");
   EXPECT_EQ(recentFileLabel({"/a/x&y", "/b/x&y"}, 0), "&1 /a/x&&y") << "two of one name";
   run(cmd::RecentFile3);
-  EXPECT_EQ(app->documents.active()->pathName(), paths[2]);
-  EXPECT_THAT(recentFiles(), ElementsAre(paths[2], paths[4], paths[3], paths[1]));
+  EXPECT_EQ(app->documents.active()->pathName(), paths[18]);
+  EXPECT_EQ(recentFiles()[0], paths[18]);
+  EXPECT_EQ(recentFiles()[1], paths[20]);
   run(cmd::FileClose);
-  ASSERT_EQ(std::remove(paths[2].c_str()), 0);
+  ASSERT_EQ(std::remove(paths[18].c_str()), 0);
   run(cmd::RecentFile1);
   EXPECT_THAT(host.messages.back(), HasSubstr("taken off the list"));
-  EXPECT_THAT(recentFiles(), ElementsAre(paths[4], paths[3], paths[1]));
-  run(cmd::RecentFile4);  // no such entry
+  EXPECT_EQ(recentFiles().front(), paths[20]);
+  app->openRecentFile(size_t{19});  // no such entry
   addRecentFile("/" + std::string(250, 'p'));
-  EXPECT_EQ(recentFiles().size(), 3u) << "the profile could not hold it whole";
+  EXPECT_EQ(recentFiles().size(), 19u) << "the profile could not hold it whole";
   process.quietMode = 1;
   ASSERT_NE(app->openDocumentFile(paths[3]), nullptr);
-  EXPECT_EQ(recentFiles().front(), paths[4]);
+  EXPECT_EQ(recentFiles().front(), paths[20]);
+}
+
+TEST_F(Frame, SavedAndImportedFilesAreRecentAndSavingIsTold) {
+  startFrame("", {documentTable().begin(), documentTable().end()});
+  CDocument& document = *process.imageTemplate->newDocument();
+  ASSERT_TRUE(document.onSaveDocument(folder.file("hand.tv1")));
+  EXPECT_THAT(recentFiles(), ElementsAre(folder.file("hand.tv1")));
+  EXPECT_THAT(host.notices, ElementsAre("Saved hand.tv1"));
+  ASSERT_TRUE(CZZimage(8, 6).save(folder.file("odd.bmp")));
+  ASSERT_NE(app->importFile(folder.file("odd.bmp")), nullptr);
+  EXPECT_EQ(recentFiles().front(), folder.file("odd.bmp"));
+  app->documents.active()->setModified(false);
 }
 
 TEST_F(Frame, AnyViewGoesOutAsAMetafile) {

@@ -148,10 +148,47 @@ TEST_F(Menus, NoCommandHasTwoWordings) {
           }
 }
 
-TEST_F(Menus, OpenOffersTheKindsInTheirKnownOrder) {
-  EXPECT_EQ(
-      openFilter(documentTable()),
-      "ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi;*.raw|Images (*.tv1)|*.tv1|Videos (*.dtv)|*.dtv|AVI Videos (*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF (*.zzfcf)|*.zzfcf|XY charts (*.zzxy)|*.zzxy|Raw frames (*.raw)|*.raw|All files (*.*)|*.*||");
+TEST_F(Menus, AnEntryThatIsOffSaysWhy) {
+  const CommandDirectory directory(*app);
+  for (const auto& type : app->documents.types()) {
+    if (type->documents().empty()) continue;
+    CDocument& front = *type->documents().front();
+    for (const int32_t id : idsOf(menusOf(&front))) {
+      const CommandState state = commandState(app->commandChain(&front), id);
+      // Their windows come with the desktop.
+      if (Ids{cmd::ViewExams, cmd::ExamsOfSubject, cmd::SelectProfile, cmd::OpenRemote}.contains(id))
+        continue;
+      if (!state.known || state.enabled) continue;
+      EXPECT_FALSE(state.whyOff.empty() && !*directory.words(id).whyOff)
+          << type->documentName() << ": " << state.text;
+    }
+  }
+  EXPECT_EQ(commandState(app->commandChain(nullptr), cmd::FileSave).whyOff, "This needs an open document.");
+}
+
+TEST_F(Menus, EntriesStandInSentenceCaseAndScriptsGoByTheTextsAsTheyAre) {
+  for (const auto& [text, shown] : {std::pair{"Select Subject...", "Select subject..."},
+                                    {"Open C&ytoscan file...", "Open C&ytoscan file..."},
+                                    {"Open &aquisition windows", "Open &acquisition windows"},
+                                    {"FLO1 &Monitor", "FLO1 &monitor"},
+                                    {"trace capillaries", "Trace capillaries"},
+                                    {"&Make ROI circular", "&Make ROI circular"},
+                                    {"Print Pre&view", "Print pre&view"},
+                                    {"set re&gion", "&Fit to window"}})
+    EXPECT_EQ(shownCommandText(text), shown);
+  EXPECT_NE(app->mainFrame->commands()->find("Open aquisition windows"), nullptr);
+}
+
+TEST_F(Menus, OpenOffersEverythingThenTheKindsInTheirKnownOrder) {
+  const std::string filter = openFilter(documentTable());
+  EXPECT_TRUE(filter.starts_with("Everything Tarnvisor reads|*.tv1;*.dtv;")) << filter;
+  const std::vector<std::string> parts = split(filter, '|');
+  EXPECT_EQ(parts[2], "Pictures");
+  for (const char* read : {"*.jpeg", "*.png", "*.dcm", "*.mp4", "*.wav", "*.avi", "*.zzxy"})
+    EXPECT_THAT(split(parts[1], ';'), Contains(read));
+  EXPECT_TRUE(filter.ends_with(
+      "|ZZ files|*.tv1;*.dtv;*.zz1;*.rst;*.zzl;*.zzfcf;*.zzxy;*.avi;*.raw|Images (*.tv1)|*.tv1|Videos (*.dtv)|*.dtv|AVI Videos (*.avi)|*.avi|Charts (*.zz1)|*.zz1|Results (*.rst)|*.rst|Linescans (*.zzl)|*.zzl|FCF (*.zzfcf)|*.zzfcf|XY charts (*.zzxy)|*.zzxy|Raw frames (*.raw)|*.raw|All files (*.*)|*.*||"))
+      << filter;
 }
 
 TEST_F(Menus, NoShortcutStandsTwiceBeforeOneKindOfDocument) {

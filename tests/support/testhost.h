@@ -55,6 +55,9 @@ class TestHost final : public NullHost {
   std::vector<std::shared_ptr<ShownForm>> shownForms;  // that stay open; also those closed again
   std::string offered;                                 // by the last chooser for saving
   std::vector<std::string> messages;
+  std::vector<std::string> notices;
+  Notice lastNotice;
+  std::string whoseIsSaved;        // by the chooser's first line
   std::vector<std::string> calls;  // of windows
   std::optional<std::vector<uint8_t>> clipboardBitmap;
   ClipboardResult clipboardResult = ClipboardResult::Done;
@@ -82,6 +85,10 @@ class TestHost final : public NullHost {
     });
   }
 
+  void notice(const Notice& told) override {
+    notices.push_back(told.words);
+    lastNotice = told;
+  }
   Answer show(const std::string& text, Buttons buttons, Icon) override {
     messages.push_back(text);
     if (buttons == Buttons::Ok) return Answer::Ok;
@@ -90,6 +97,7 @@ class TestHost final : public NullHost {
   std::optional<std::string> openFile(const FileRequest& r) override { return take(paths, {}, r.title); }
   std::optional<std::string> saveFile(const FileRequest& r) override {
     offered = r.initialPath;
+    whoseIsSaved = r.whose;
     return take(paths, {}, r.title);
   }
   std::vector<std::string> openFiles(const FileRequest&) override {
