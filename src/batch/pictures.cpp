@@ -54,8 +54,8 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
   needFonts();
   // A table knows its size once it has measured its words.
   if (view.contentSize() == Size{}) renderView(view, kPlainWindow);
-  // A chart fills whatever window it gets; a picture may fill that of the snapshot before.
-  if (view.contentSize() == view.windowSize()) view.setWindowSize(kPlainWindow);
+  // A chart fills whatever window it gets. A picture keeps that of the snapshot before, which it fits.
+  if (view.contentSize() == view.windowSize() && !view.centresContent()) view.setWindowSize(kPlainWindow);
   Size size = view.contentSize();
   if (size == Size{}) size = kPlainWindow;
   view.setWindowSize(size);
