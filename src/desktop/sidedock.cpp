@@ -81,6 +81,10 @@ SideDock::SideDock(QWidget* parent)
     if (panel) panel->showGroup(panel->currentGroup(), on);
     if (onTouched) onTouched();
   });
+  connect(labelsShown, &QCheckBox::clicked, this, [this](bool on) {
+    if (SidePanel* panel = shown ? shown->sidePanel() : nullptr) panel->showLabels(on);
+    if (onTouched) onTouched();
+  });
   connect(table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { rowsChosen(); });
 }
 
@@ -101,9 +105,12 @@ void SideDock::build() {
   groups->setToolTip("The list whose marks are shown; new marks go into it");
   groupShown = new QCheckBox("Shown");
   groupShown->setToolTip("Draws the marks of this list in the picture");
+  labelsShown = new QCheckBox("Labels");
+  labelsShown->setToolTip("Draws the numbers and labels of marks in the picture");
   auto* listRow = new QHBoxLayout;
   listRow->addWidget(groups, 1);
   listRow->addWidget(groupShown);
+  listRow->addWidget(labelsShown);
   table = new QTableView;
   table->setObjectName("marks");
   table->setAccessibleName("Marks");
@@ -138,8 +145,9 @@ void SideDock::show(CView* view) {
     return model->forget();
   }
   nothing->setVisible(!panel);
-  for (QWidget* part : {factsBox, static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown),
-                        static_cast<QWidget*>(table), static_cast<QWidget*>(sums)})
+  for (QWidget* part :
+       {factsBox, static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown),
+        static_cast<QWidget*>(labelsShown), static_cast<QWidget*>(table), static_cast<QWidget*>(sums)})
     part->setVisible(panel != nullptr);
   if (!panel) {
     if (other || !key.empty()) model->take(nullptr);
@@ -160,6 +168,7 @@ void SideDock::show(CView* view) {
     showGroups();
   }
   groupShown->setChecked(panel->groups()[panel->currentGroup()].isShown);
+  labelsShown->setChecked(panel->showsLabels());
   showFacts();
   showSelection();
   showSums();

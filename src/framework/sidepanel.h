@@ -38,6 +38,10 @@ class SidePanel {
   virtual void chooseGroup(size_t group) = 0;
   virtual void showGroup(size_t group, bool shown) = 0;
 
+  // Whether things have their numbers and labels in the picture.
+  virtual bool showsLabels() const = 0;
+  virtual void showLabels(bool shown) = 0;
+
   virtual std::vector<Column> columns() const = 0;
   virtual size_t rowCount() const = 0;
   virtual std::string cell(size_t row, size_t column) const = 0;
