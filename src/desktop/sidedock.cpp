@@ -83,6 +83,11 @@ SideDock::SideDock(QWidget* parent)
     if (panel) panel->showGroup(panel->currentGroup(), on);
     if (onTouched) onTouched();
   });
+  connect(labelsShown, &QCheckBox::clicked, this, [this](bool on) {
+    SidePanel* panel = panelShown();
+    if (panel) panel->showLabels(on);
+    if (onTouched) onTouched();
+  });
   connect(tabs, &QTabBar::currentChanged, this, [this] {
     if (!following) show(shown);
   });
@@ -110,9 +115,12 @@ void SideDock::build() {
   groups->setToolTip("The list whose marks are shown; new marks go into it");
   groupShown = new QCheckBox("Shown");
   groupShown->setToolTip("Draws the marks of this list in the picture");
+  labelsShown = new QCheckBox("Labels");
+  labelsShown->setToolTip("Draws the numbers and labels of marks in the picture");
   auto* listRow = new QHBoxLayout;
   listRow->addWidget(groups, 1);
   listRow->addWidget(groupShown);
+  listRow->addWidget(labelsShown);
   table = new QTableView;
   table->setObjectName("marks");
   table->setAccessibleName("Marks");
@@ -153,7 +161,8 @@ void SideDock::show(CView* view) {
   nothing->setVisible(!panel);
   for (QWidget* part : {factsBox, static_cast<QWidget*>(table), static_cast<QWidget*>(sums)})
     part->setVisible(panel != nullptr);
-  for (QWidget* part : {static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown)})
+  for (QWidget* part : {static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown),
+                        static_cast<QWidget*>(labelsShown)})
     part->setVisible(panel && !panel->groups().empty());
   showActions();
   if (!panel) {
@@ -174,8 +183,10 @@ void SideDock::show(CView* view) {
     key = now;
     showGroups();
   }
-  if (const auto all = panel->groups(); !all.empty())
+  if (const auto all = panel->groups(); !all.empty()) {
     groupShown->setChecked(all[panel->currentGroup()].isShown);
+    labelsShown->setChecked(panel->showsLabels());
+  }
   showFacts();
   showSelection();
   showSums();

@@ -58,7 +58,7 @@ class SideDock final : public QDockWidget {
   QWidget* factsBox;
   QFormLayout* facts;
   QComboBox* groups;
-  QCheckBox* groupShown;
+  QCheckBox *groupShown, *labelsShown;
   QTableView* table;
   QLabel* sums;
   QLabel* nothing;

@@ -40,6 +40,10 @@ class SidePanel {
   virtual void chooseGroup(size_t /*group*/) {}
   virtual void showGroup(size_t /*group*/, bool /*shown*/) {}
 
+  // Whether things have their numbers and labels in the picture.
+  virtual bool showsLabels() const { return true; }
+  virtual void showLabels(bool /*shown*/) {}
+
   virtual std::vector<Column> columns() const = 0;
   virtual size_t rowCount() const = 0;
   virtual std::string cell(size_t row, size_t column) const = 0;

@@ -8,6 +8,7 @@
 #include "analysis/finder.h"
 #include "analysis/profile.h"
 #include "base/text.h"
+#include "imagedoc/overlay.h"
 #include "imagedoc/zbasicview.h"
 
 namespace tarnvisor {
@@ -100,6 +101,13 @@ void MarksPanel::showGroup(size_t group, bool shown) {
   ZBasicDoc& doc = view.imageDocument();
   doc.dimlists[group].hidden = !shown;
   doc.updateAllViews(CView::Change::Marks);
+}
+
+bool MarksPanel::showsLabels() const { return drawsLabels(); }
+
+void MarksPanel::showLabels(bool shown) {
+  setDrawsLabels(shown);
+  view.imageDocument().updateAllViews(CView::Change::Marks);
 }
 
 std::vector<SidePanel::Column> MarksPanel::columns() const {

@@ -20,6 +20,8 @@ class MarksPanel : public SidePanel {
   size_t currentGroup() const override;
   void chooseGroup(size_t group) override;
   void showGroup(size_t group, bool shown) override;
+  bool showsLabels() const override;
+  void showLabels(bool shown) override;  // of each picture of this profile
   std::vector<Column> columns() const override;
   size_t rowCount() const override;
   std::string cell(size_t row, size_t column) const override;

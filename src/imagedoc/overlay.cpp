@@ -22,14 +22,18 @@ void drawDimensions(Canvas& canvas, const ZBasicDoc& document, int32_t selected)
   if (canvas.isPrinter())
     canvas.setFont(settings.getString("settings", "overlayfont", "Arial"),
                    settings.getInt("settings", "overlayptsz", 100));
+  const bool labels = drawsLabels();
   for (int32_t i = 0; i < kListCount; ++i)
-    if (i != document.currentlist) document.dimlists[static_cast<size_t>(i)].draw(canvas, -1);
-  document.currentDims().draw(canvas, selected);
+    if (i != document.currentlist) document.dimlists[static_cast<size_t>(i)].draw(canvas, -1, labels);
+  document.currentDims().draw(canvas, selected, labels);
   if (!document.loopDensityText().empty())
     drawLoopStretches(canvas, document.dimlists[kNailfoldList], document.loopScale());
 }
 
 }  // namespace
+
+bool drawsLabels() { return settings.getInt("settings", "marklabels", 1) != 0; }
+void setDrawsLabels(bool on) { settings.setInt("settings", "marklabels", on); }
 
 void drawGappedCross(Canvas& canvas, Point at, int32_t halfSize, Colour colour) {
   canvas.setPen({colour, 1, false});

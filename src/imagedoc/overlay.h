@@ -13,6 +13,10 @@ class ZBasicDoc;
 // A cross whose middle pixel stays free.
 void drawGappedCross(Canvas& canvas, Point at, int32_t halfSize, Colour colour);
 
+// Whether marks have their numbers and labels, on the screen and on paper: a choice of the profile.
+bool drawsLabels();
+void setDrawsLabels(bool on);
+
 // In this order: the grid, the region of interest, the target, the origin, the lists that are not current,
 // the current list with the selected dimension. canvas takes pixels of the image's parent frame; visible is
 // the part of that plane that is seen, and may reach beyond the image.

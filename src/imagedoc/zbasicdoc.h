@@ -52,6 +52,8 @@ enum DimensionList : int32_t {
   kListCount
 };
 
+struct FinderParameters;
+
 class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTaker {
  public:
   ZBasicDoc();
@@ -430,6 +432,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool isCounted(const CDim& mark) const;
   int32_t capillariesIn(int32_t list) const;
   std::string countedWords() const;
+  std::string countedPer(const std::string& unit) const;
+  std::string shownDensityUnit() const;
+  std::string windowSizes(const FinderParameters& parameters) const;
   std::string densityOf(int32_t list) const;
   std::string countingBasis(int32_t list) const;
   // What of the finder's windows can't run in the region; empty when all do.

@@ -84,17 +84,23 @@ int32_t ZBasicDoc::capillariesIn(int32_t list) const {
       std::ranges::count_if(marks, [&](const auto& mark) { return isCounted(*mark); }));
 }
 
-// What the result counts and is per; empty where it is no density of marks that are there.
-std::string ZBasicDoc::countedWords() const {
+// Whoever reads a density sees that it is none of the skin.
+std::string ZBasicDoc::shownDensityUnit() const {
+  return calibrated ? densityUnit(unitName()) : "megapixel, not calibrated";
+}
+
+std::string ZBasicDoc::countedPer(const std::string& unit) const {
   if (resultText.empty() || countedList < 0) return {};
   const std::string kinds = kindsCounted(countedList);
   return format("%i counted in list %i%s, per %s", capillariesIn(countedList), countedList,
-                kinds.find(',') == std::string::npos ? "" : (" (" + kinds + ")").c_str(),
-                densityUnit(unitName()).c_str());
+                kinds.find(',') == std::string::npos ? "" : (" (" + kinds + ")").c_str(), unit.c_str());
 }
 
+// What the result counts and is per, as stored; empty where it is no density of marks that are there.
+std::string ZBasicDoc::countedWords() const { return countedPer(densityUnit(unitName())); }
+
 std::string ZBasicDoc::resultLines() const {
-  const std::string counted = countedWords();
+  const std::string counted = countedPer(shownDensityUnit());
   return counted.empty() ? resultText : resultText + "\n" + counted;
 }
 
@@ -106,10 +112,7 @@ std::vector<SideFact> ZBasicDoc::densityFacts() const {
   const bool isLength = calibrated && userunits == "um";
   std::vector<SideFact> all{
       {"Counted", counted.empty() ? "nothing" : counted},
-      {"Density",
-       format("%.2f per %s%s", count * 1e6 / area, densityUnit(unitName()).c_str(),
-              calibrated ? "" : ", not calibrated"),
-       !calibrated},
+      {"Density", format("%.2f per %s", count * 1e6 / area, shownDensityUnit().c_str()), !calibrated},
       {"Area", isLength ? format("%.3f mm²", area * 1e-6) : format("%.0f %s²", area, unitName().c_str())}};
   if (countedList == currentlist && isReviewed()) all.push_back({"Reviewed", reviewWords()});
   if (isLength) {
@@ -259,6 +262,21 @@ void ZBasicDoc::thresholdPreprocessCheck() {
   copy->updateAllViews();
 }
 
+// The windows as lengths where there is a scale, and what of them does not fit.
+std::string ZBasicDoc::windowSizes(const FinderParameters& parameters) const {
+  std::string words;
+  for (const int32_t window : {parameters.uw1, parameters.uw2, parameters.w3, parameters.w4}) {
+    if (window == 0) continue;
+    words += format("%s%i", words.empty() ? "" : ", ", window);
+    words += calibrated ? format(" (%.3g %s)", std::abs(window) * scale().x, userunits.c_str()) : " pixels";
+  }
+  if (!hasImage()) return words;
+  const Rect area = theImage()->clipToImage(roi);
+  for (const int32_t window : windowsTooLarge(parameters, {area.width(), area.height()}))
+    words += format("\n%i is too large for the region of %s", window, regionSize().c_str());
+  return words;
+}
+
 void ZBasicDoc::processing() {
   FinderParameters edited = finderParameters;
   Form form("Processing");
@@ -268,6 +286,9 @@ void ZBasicDoc::processing() {
       .add("window 2", edited.uw2)
       .add("window 3", edited.w3)
       .add("window 4", edited.w4);
+  const auto sizes = [this, &edited] { return windowSizes(edited); };
+  std::string shown = sizes();
+  form.addReading("window sizes", shown).setOnChange([&] { shown = sizes(); });
   form.add("maximum capillary area (pixels)", edited.umax, {0, 1e9, {}});
   form.add("minimum capillary area (pixels)", edited.umin, {0, 1e9, {}});
   if (!host().forms.run(form)) return;
@@ -276,6 +297,7 @@ void ZBasicDoc::processing() {
                          edited.umin, edited.umax));
   finderParameters = edited;
   writeProcessingSettings();
+  if (hasImage() && !isUnattended()) tellFinderLimits();
 }
 
 void ZBasicDoc::apexFilterCommand() {

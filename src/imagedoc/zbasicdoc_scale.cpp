@@ -4,8 +4,12 @@
 #include <tuple>
 #include <utility>
 
+#include "app/asked.h"
 #include "base/clock.h"
+#include "base/lengthunits.h"
 #include "base/text.h"
+#include "framework/sidepanel.h"
+#include "framework/view.h"
 #include "host/host.h"
 #include "imagedoc/magnification.h"
 #include "imagedoc/magnificationdialog.h"
@@ -77,6 +81,42 @@ double scaleOf(const MeasuredLine& axis, double present) {
   return untouched ? present : axis.length / axis.pixels;
 }
 
+// One line of known length that gives both axes at once.
+struct KnownLength {
+  int32_t line = 0;
+  double length = 0;  // 0: not told, the axes are measured each by itself
+  std::string unit;
+  int32_t bothAxes = 1;
+
+  bool isTold() const { return bothAxes && length > 0; }
+};
+
+// In the unit of the scale; 0 where one of them is no unit of length.
+double inUnit(const KnownLength& known, const std::string& unit) {
+  if (known.unit == unit) return known.length;
+  const double from = micrometresOf(known.unit), to = micrometresOf(unit);
+  return to > 0 ? known.length * from / to : 0;
+}
+
+// The line that is selected in a view, the first of all lines where none is.
+int32_t chosenLine(const ZBasicDoc& document, const std::vector<int32_t>& lines) {
+  for (const auto& view : document.views())
+    for (const int32_t line : lines)
+      if (SidePanel* marks = view->sidePanel(); marks && marks->isSelected(static_cast<size_t>(line - 1)))
+        return line;
+  return lines.empty() ? 0 : lines[0];
+}
+
+// A wrong line or a wrong length shows in pixels that are far from square.
+bool agreesToAspect(double x, double y) {
+  constexpr double kUsual = 1.2;
+  const double aspect = std::max(x, y) / std::min(x, y);
+  return aspect <= kUsual ||
+         host().messages.show(
+             format("A pixel would be %g wide and %g high, 1 to %.2f. Is that so?", x, y, y / x),
+             Buttons::YesNo, Icon::Careful) == Answer::Yes;
+}
+
 // Found again by the label, so that the line counts as no capillary after a save either.
 void labelCalibration(CDim& line) {
   if (line.label.starts_with(text::kCalibrationLabel)) return;
@@ -116,17 +156,31 @@ void ZBasicDoc::calibrateCommand() {
   std::string name = magname;
   int32_t asDefault = 0;
   const Limits length{0, 1e12, "A length must be above 0."};
+  KnownLength told{chosenLine(*this, lines), 0, userunits};
   Form form("Calibrate");
   form.addNote(
       "Create two dimension lines of known true length onto image.  Magnification will be calibrated automatically.");
+  form.add("Line", told.line).add("Known length", told.length, {0, 1e12, "A length must be above 0."});
+  form.add("Unit", told.unit).offering({"um", "mm"}).addCheck("Both axes at once", told.bothAxes);
+  form.addNote("Without a known length, or for pixels that are not square, each axis by itself:");
   form.add("X line", x.line).add("X true length", x.length, length);
   form.add("Y line", y.line).add("Y true length", y.length, length);
   form.add("Name", name).addCheck("Set as default maginification for new images.", asDefault);
   if (!host().forms.run(form)) return;
+  if (told.isTold()) {
+    const double trueLength = inUnit(told, userunits);
+    if (!(trueLength > 0))
+      return report(format("A length in \"%s\" is none in %s, the unit of this image.", told.unit.c_str(),
+                           userunits.c_str()));
+    x = y = {told.line, trueLength};
+  }
   for (const MeasuredLine* axis : {&x, &y})
     if (known(*axis) && !isLine(dims.at(axis->line - 1)))
       return report(format("Number %i is no line: calibrate by a line of known length.", axis->line));
-  std::tie(x.pixels, y.pixels) = measure(1.0, 1.0);
+  if (told.isTold())
+    x.pixels = y.pixels = known(x) ? dims.length(x.line - 1, 1, 1) : 0;
+  else
+    std::tie(x.pixels, y.pixels) = measure(1.0, 1.0);
   if (x.pixels == 0 && y.pixels == 0)
     return report("Nothing is measured: the lines have no length, or there are no such lines.");
   for (const MeasuredLine* axis : {&x, &y})
@@ -137,8 +191,12 @@ void ZBasicDoc::calibrateCommand() {
   const double toldX = scaleOf(x, magx), toldY = scaleOf(y, magy);
   // An axis that was not measured keeps a scale that it has; otherwise pixels are square.
   const double newX = toldX != 0 ? toldX : calibrated ? magx : toldY;
+  const double newY = toldY != 0 ? toldY : newX;
+  const bool isKnownAspect = calibrated && newX * magy == newY * magx;
+  if (!isUnattended() && !isKnownAspect && !agreesToAspect(newX, newY))
+    return report("The scale stays as it was.");
   const Change change(*this);
-  if (!setScale(newX, toldY != 0 ? toldY : newX, name, currentTime(), asDefault != 0, true)) return;
+  if (!setScale(newX, newY, name, currentTime(), asDefault != 0, true)) return;
   for (const MeasuredLine* axis : {&x, &y})
     if (axis->pixels != 0) labelCalibration(currentDims().at(axis->line - 1));
   updateAllViews();

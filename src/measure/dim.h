@@ -49,6 +49,8 @@ class CDim : public ArchiveObject {
   // The number and the label beside the first point, then Paint, dashed if selected here or by the user. The
   // canvas takes image pixels: one that zooms does so by itself.
   virtual void Draw(Canvas& canvas, bool isSelected, const std::string& number) const;
+  // Draw without number and label.
+  void DrawBare(Canvas& canvas, bool isSelected) const;
   virtual void DrawCross(Canvas& canvas, int32_t index) const;  // of half size 3
   // How many points remain. An index past the end removes nothing.
   virtual int32_t RemovePoint(int32_t index);

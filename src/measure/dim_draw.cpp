@@ -22,6 +22,12 @@ void CDim::Draw(Canvas& canvas, bool isSelected, const std::string& number) cons
   Paint(canvas, isSelected);
 }
 
+void CDim::DrawBare(Canvas& canvas, bool isSelected) const {
+  if (points.empty()) return;
+  canvas.setPen({colour, 1, isSelected || selected});
+  Paint(canvas, isSelected);
+}
+
 void CDim::DrawCross(Canvas& canvas, int32_t index) const {
   if (!hasPoint(index)) return;
   const Point p = drawable(points[static_cast<size_t>(index)]);

@@ -151,9 +151,11 @@ double CDimList::totalTortuosity1(double sx, double sy, int32_t& curves) {
   });
 }
 
-void CDimList::draw(Canvas& canvas, int32_t selectedIndex) const {
+void CDimList::draw(Canvas& canvas, int32_t selectedIndex, bool withLabels) const {
   if (hidden) return;
-  for (int32_t i = 0; i < size(); ++i) at(i).Draw(canvas, i == selectedIndex, format("%1i", i + 1));
+  for (int32_t i = 0; i < size(); ++i)
+    withLabels ? at(i).Draw(canvas, i == selectedIndex, format("%1i", i + 1))
+               : at(i).DrawBare(canvas, i == selectedIndex);
 }
 
 int32_t CDimList::hit(double x, double y, double reach, int32_t startIndex) {

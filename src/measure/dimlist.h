@@ -66,8 +66,8 @@ class CDimList : public ArchiveObject {
   double lengthX(int32_t index, double sx) const { return at(index).LengthX(sx); }
   double lengthY(int32_t index, double sy) const { return at(index).LengthY(sy); }
 
-  // Nothing if hidden. selectedIndex: drawn as selected; -1 for none.
-  void draw(Canvas& canvas, int32_t selectedIndex) const;
+  // Nothing if hidden. selectedIndex: drawn as selected; -1 for none. Labels: number and label of each.
+  void draw(Canvas& canvas, int32_t selectedIndex, bool withLabels = true) const;
   // The first item within reach of a place, looking from the one after startIndex round to startIndex itself.
   // It becomes selectedindex, -1 when there is none.
   int32_t hit(double x, double y, double reach, int32_t startIndex);

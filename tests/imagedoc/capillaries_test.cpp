@@ -30,7 +30,8 @@ TEST_F(Capillaries, AreFoundCountedAndRecountedByASecondPress) {
   const std::string text = format("%7.3f, capillary density, %7.3f, area", count / area, area);
   EXPECT_EQ(d.resultText, text);
   const std::string counted = format("%i counted in list 0, per million pixel2", count);
-  EXPECT_EQ(host.messages.back(), text + "\n" + counted);
+  EXPECT_EQ(host.messages.back(),
+            text + "\n" + format("%i counted in list 0, per megapixel, not calibrated", count));
   EXPECT_EQ(d.notes, text + ", " + counted + "\r\n");
   EXPECT_STREQ(d.currentDims().at(0).classRecord().name, "CDimCircle");
 
@@ -62,6 +63,34 @@ TEST_F(Capillaries, AreNoLinesThatCalibratedTheImage) {
   const std::string found = image()->resultText;
   run("Find Capillaries");
   EXPECT_EQ(image()->resultText, found);
+}
+
+TEST_F(Capillaries, OfAnImageWithoutScaleArePerMegapixelWhereverTheyAreShown) {
+  ZBasicDoc& d = makeFinger(sparseNailfold());
+  run("Find Capillaries");
+  EXPECT_THAT(d.densityFacts().at(1).value, EndsWith(" per megapixel, not calibrated"));
+  EXPECT_THAT(d.tell("result").text, EndsWith("per million pixel2\n")) << "scripts read what they read";
+}
+
+TEST_F(Capillaries, KnowTheWindowsOfTheFinderAsLengths) {
+  ZBasicDoc& d = makeFinger(sparseNailfold());
+  const auto shown = [&] {
+    std::string sizes;
+    host.fills.emplace_back([&](Form& form) {
+      sizes = form.find("window sizes")->value();
+      return true;
+    });
+    run("Processing");
+    return sizes;
+  };
+  host.fill({{"window 1", "31"}, {"window 2", "0"}});
+  run("Processing");
+  EXPECT_EQ(shown(), "31 pixels");
+  d.setScale(1.5, 1.5, "", 0, false, false);
+  EXPECT_EQ(shown(), "31 (46.5 um)");
+  d.setRoi({10, 10, 30, 30});
+  EXPECT_THAT(shown(), EndsWith("31 is too large for the region of 20 x 20 pixels"));
+  EXPECT_THAT(host.messages.back(), HasSubstr("(window 31): too large"));
 }
 
 TEST_F(Capillaries, CalibrateNothing) {

@@ -5,6 +5,7 @@
 #include "imagedoc/magnification.h"
 #include "imagedoc/magnificationdialog.h"
 #include "imagedoc/processing.h"
+#include "imagedoc/zbasicview.h"
 #include "measure/dimlist.h"
 #include "support/imagedoctest.h"
 
@@ -345,13 +346,14 @@ TEST_F(ImageDocument, CalibratesFromDrawnLines) {
     double x, y;
     int32_t before = 0;  // whether there was a scale
     bool taken = true;
+    bool asked = false;  // about pixels far from square
   };
   const Case cases[] = {
-      {slope, {{"X true length", "60"}, {"Y true length", "20"}}, 2.0, 0.5},
+      {slope, {{"X true length", "60"}, {"Y true length", "20"}}, 2.0, 0.5, 0, true, true},
       {{{{0, 0}, {10, 0}}}, {{"X true length", "5"}}, 0.5, 0.5},  // no height: square pixels
       {{{{0, 0}, {0, 20}}}, {{"Y true length", "5"}}, 0.25, 0.25},
-      {{{{0, 0}, {0, 20}}}, {{"Y true length", "5"}}, 1.5, 0.25, 1},
-      {two, {{"X true length", "100"}, {"Y true length", "10"}}, 2.0, 0.5},
+      {{{{0, 0}, {0, 20}}}, {{"Y true length", "5"}}, 1.5, 0.25, 1, true, true},
+      {two, {{"X true length", "100"}, {"Y true length", "10"}}, 2.0, 0.5, 0, true, true},
       {slope, {}, 1.5, 2.5, 1},  // the lengths offered are those in the present scale
       {two, {}, 1.5, 2.5, 1},
       {slope, {}, 1.5, 2.5, 0, false},  // nobody measured
@@ -370,14 +372,48 @@ TEST_F(ImageDocument, CalibratesFromDrawnLines) {
     const int32_t before = magnificationCount();
     host.messages.clear();
     host.fill(c.answers);
+    if (c.asked) host.answers = {Answer::Yes};
     run("Calibrate magnification");
     EXPECT_DOUBLE_EQ(d.magx, c.x);
     EXPECT_DOUBLE_EQ(d.magy, c.y);
     EXPECT_EQ(d.calibrated, c.taken ? 1 : c.before);
     EXPECT_EQ(d.magindex, c.taken ? 1000 : 0);
     EXPECT_EQ(magnificationCount(), before + (c.taken ? 1 : 0));
-    EXPECT_EQ(host.messages.empty(), c.taken);
+    EXPECT_EQ(host.messages.empty(), c.taken && !c.asked);
   }
+}
+
+TEST_F(ImageDocument, OneKnownLengthOfTheSelectedLineCalibratesBothAxes) {
+  ZBasicDoc& d = makeImage(80, 80);
+  auto* view = dynamic_cast<ZBasicView*>(d.views().at(0).get());
+  ASSERT_NE(view, nullptr);
+  d.addPointToDimension(d.addDimension({0, 0}, CDimList::kLine), {10, 0});
+  d.addPointToDimension(d.addDimension({0, 0}, CDimList::kLine), {30, 40});
+  view->selected = 1;
+  host.fill({{"Known length", "0.1"}, {"Unit", "mm"}});
+  run("Calibrate magnification");
+  EXPECT_DOUBLE_EQ(d.magx, 2);
+  EXPECT_DOUBLE_EQ(d.magy, 2);
+  EXPECT_EQ(d.unitName(), "um");
+  host.fill({{"Known length", "7"}, {"Unit", "furlong"}});
+  run("Calibrate magnification");
+  EXPECT_THAT(host.messages.back(), testing::HasSubstr("none in um"));
+  EXPECT_DOUBLE_EQ(d.magx, 2);
+}
+
+TEST_F(ImageDocument, ACalibrationToPixelsFarFromSquareIsAskedAbout) {
+  ZBasicDoc& d = makeImage(80, 80);
+  d.addPointToDimension(d.addDimension({0, 0}, CDimList::kLine), {30, 40});
+  for (const auto& [answer, taken] : {std::pair{Answer::No, 0}, {Answer::Yes, 1}}) {
+    host.answers = {answer};
+    host.fill({{"Both axes at once", "0"}, {"X true length", "30"}, {"Y true length", "50"}});
+    run("Calibrate magnification");
+    EXPECT_EQ(d.calibrated, taken);
+  }
+  host.answers.clear();
+  host.fill({{"Both axes at once", "0"}, {"X true length", "30"}, {"Y true length", "46"}});
+  run("Calibrate magnification");
+  EXPECT_DOUBLE_EQ(d.magy, 1.15) << "not asked";
 }
 
 TEST_F(ImageDocument, AScaleIsAboveZeroThroughEveryDoor) {

@@ -49,6 +49,18 @@ class Overlays : public ImageDocument {
   std::unique_ptr<ZBasicView> view;
 };
 
+TEST_F(Overlays, MarksAreDrawnWithoutLabelsWhereTheProfileSaysSo) {
+  doc->addPointToDimension(doc->addDimension({10, 10}, CDimList::kLine), {40, 10});
+  const auto hasText = [&] {
+    return std::ranges::any_of(drawn(), [](const auto& call) { return call.starts_with("text"); });
+  };
+  EXPECT_TRUE(hasText());
+  view->sidePanel()->showLabels(false);
+  EXPECT_FALSE(hasText());
+  EXPECT_THAT(profile(), testing::HasSubstr("marklabels=0"));
+  EXPECT_TRUE(std::ranges::count(drawn(), "polyline 10,10 40,10") == 1);
+}
+
 TEST_F(Overlays, ComeInTheirOrderWithTheirPens) {
   doc->gridshow = 1;
   doc->gridspacing = 60;

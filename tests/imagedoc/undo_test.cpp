@@ -50,7 +50,7 @@ TEST_F(Undo, BringsBackAllThatACommandChanged) {
       {"Negative", {}},
       {"Make ROI circular", {}},
       {"find minima within window", {}},
-      {"Calibrate magnification", {{"X true length", "7"}, {"Y true length", "8"}}},
+      {"Calibrate magnification", {{"X true length", "7"}, {"Y true length", "6"}}},
       {"Magnification", {{"x scale", "3"}, {"y scale", "3"}}},
       {"Units", {{"Name", "mm"}}},
       {"Notes", {{"Notes", "others"}}},
