@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 
 #include "base/numbers.h"
 
@@ -64,7 +65,7 @@ class BoxMeans {
 
 // --- Tips
 
-constexpr double kLeastCandidate = 0.5;
+constexpr double kLeastCandidate = 0.4;
 
 bool isHighest(const LoopPlane& score, int32_t x, int32_t y, int32_t halfWidth, int32_t halfHeight) {
   const float own = score.at(x, y);
@@ -98,7 +99,7 @@ LoopTip climbed(const LoopFrame& frame, LoopTip tip) {
       const float there = level(next, y - 1);
       if (there > darkest) darkest = there, best = next;
     }
-    if (darkest < 0.4f * start) break;
+    if (darkest < 0.3f * start) break;
     x = best;
     --y;
   }
@@ -135,7 +136,7 @@ std::vector<LoopTip> tipsOf(const LoopFrame& frame, const LoopScores& scores) {
   for (int32_t y = 0; y < scores.score.height; y += 2)
     for (int32_t x = 0; x < scores.score.width; ++x) {
       if (scores.score.at(x, y) < least || !isHighest(scores.score, x, y, 1, 2)) continue;
-      if (!isHighest(scores.score, x, y, frame.pixels(22), frame.pixels(42))) continue;
+      if (!isHighest(scores.score, x, y, frame.pixels(16), frame.pixels(30))) continue;
       const auto kind = static_cast<size_t>(scores.kind.at(x, y));
       LoopTip tip;
       tip.x = x;
@@ -352,10 +353,10 @@ class RowPath {
 
 // --- Which belong
 
-constexpr float kLeastScore = 1.1f;
+constexpr double kLeastGate = 0.3;
 // Faint ones count where the row is expected: of what its clear ones show on average, so much at least.
-constexpr float kLeastOnRow = 0.75f, kFaintShare = 0.22f;
-constexpr double kOnRow = 100;
+constexpr float kLeastOnRow = 0.6f, kFaintShare = 0.2f;
+constexpr double kOnRow = 140;
 // What stands as far before the curve is none of the row's.
 constexpr double kBeyond = 120;
 
@@ -369,14 +370,45 @@ bool isSeen(const LoopFrame& frame, const LoopRow& row, const LoopTip& tip) {
   return row.seen[static_cast<size_t>(std::clamp(tip.x, 0.0, frame.darkness.width - 1.0))];
 }
 
-float leastOnRow(const std::vector<LoopTip>& near) {
+double seenMillimetres(const LoopFrame& frame, const LoopRow& row) {
+  return static_cast<double>(std::count(row.seen.begin(), row.seen.end(), 1)) * frame.grid / 1000;
+}
+
+// What skin of the row's colours shows by itself: a score that on the row's own area would be passed so many
+// times. Looked at where no loop can stand, towards the nail.
+float skinScore(const LoopFrame& frame, const LoopRow& row, double times) {
+  constexpr double kFrom = 130, kTo = 530;
+  double area = 0;
+  for (size_t x = 0; x < row.seen.size(); ++x)
+    if (row.seen[x]) area += std::clamp((row.curve[x] - frame.top[x]) * frame.grid, kFrom, kTo) - kFrom;
+  std::vector<float> scores;
+  for (const LoopTip& tip : row.tips) {
+    const double before = -behindCurve(frame, row, tip);
+    if (tip.gate >= kLeastGate && isSeen(frame, row, tip) && before > kFrom && before < kTo)
+      scores.push_back(tip.score);
+  }
+  std::sort(scores.begin(), scores.end(), std::greater<>());
+  const double own = std::max(seenMillimetres(frame, row) * 1000 / frame.grid * 2 * kOnRow, 1.0);
+  const auto borne = static_cast<size_t>(times * area / own);
+  return borne < scores.size() ? scores[borne] : 0.0f;
+}
+
+// The denser a row is, the rather a faint mark on it is a loop; where few stand it must show by itself.
+float leastOnRow(const LoopFrame& frame, const LoopRow& row, const std::vector<LoopTip>& near) {
+  constexpr double kFalseShare = 0.04, kAlone = 1.0, kEachPerMm = 0.06;
   std::vector<float> scores;
   for (const LoopTip& tip : near)
-    if (tip.score >= kLeastScore) scores.push_back(tip.score);
-  if (scores.empty()) return kLeastScore;
+    if (tip.score >= kLeastLoopScore && std::abs(behindCurve(frame, row, tip)) < kOnRow)
+      scores.push_back(tip.score);
+  if (scores.empty()) return kLeastLoopScore;
   const auto middle = scores.begin() + static_cast<ptrdiff_t>(scores.size() / 2);
   std::nth_element(scores.begin(), middle, scores.end());
-  return std::clamp(kFaintShare * *middle, kLeastOnRow, kLeastScore);
+  const auto count = static_cast<double>(scores.size());
+  const auto byDensity =
+      static_cast<float>(kAlone - kEachPerMm * count / std::max(seenMillimetres(frame, row), 0.1));
+  const float least =
+      std::max({kLeastOnRow, byDensity, kFaintShare * *middle, skinScore(frame, row, kFalseShare * count)});
+  return std::min(least, kLeastLoopScore);
 }
 
 // Dark all the way from one to the other: one crooked or ramified loop, or a bleeding.
@@ -407,23 +439,23 @@ LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScor
 
 size_t loopsBefore(const LoopFrame& frame, const LoopRow& row) {
   return static_cast<size_t>(std::count_if(row.tips.begin(), row.tips.end(), [&](const LoopTip& tip) {
-    return tip.score >= kLeastScore && tip.gate >= 0.3 && isSeen(frame, row, tip) &&
+    return tip.score >= kLeastLoopScore && tip.gate >= kLeastGate && isSeen(frame, row, tip) &&
            behindCurve(frame, row, tip) <= -kBeyond;
   }));
 }
 
 std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
-  constexpr double kBehind = 300, kBehindOther = 80, kOtherShare = 0.35;
+  constexpr double kBehind = 260, kBehindOther = 50, kOtherShare = 0.35;
   // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
   constexpr double kInGapBehind = 180, kGap = 48;
   std::vector<LoopTip> near;
   for (const LoopTip& tip : row.tips) {
     const double behind = behindCurve(frame, row, tip);
-    if (tip.score >= (std::abs(behind) < kOnRow ? kLeastOnRow : kLeastScore) && tip.gate >= 0.3 &&
+    if (tip.score >= (std::abs(behind) < kOnRow ? kLeastOnRow : kLeastLoopScore) && tip.gate >= kLeastGate &&
         isSeen(frame, row, tip) && behind > -kBeyond && behind < kBehind)
       near.push_back(tip);
   }
-  const float least = leastOnRow(near);
+  const float least = leastOnRow(frame, row, near);
   std::erase_if(near, [&](const LoopTip& tip) { return tip.score < least; });
   std::vector<LoopTip> kept;
   for (const LoopTip& tip : near) {

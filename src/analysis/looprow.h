@@ -29,6 +29,9 @@ struct LoopTip {
   double gate = 0;   // 0..1: whether colour and glints about it speak for a loop
 };
 
+// What counts by itself wherever it stands near the row; fainter marks need more to speak for them.
+inline constexpr float kLeastLoopScore = 1.1f;
+
 struct LoopRow {
   std::vector<LoopTip> tips;
   std::vector<double> curve;  // y of each column

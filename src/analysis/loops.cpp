@@ -476,15 +476,16 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   if (std::none_of(tips.begin(), tips.end(), [](const LoopTip& t) { return t.score >= kClear; }))
     return refused(format("%s (no clear apex was found)", kByHand));
   std::vector<float> contrasts;
-  contrasts.reserve(tips.size());
-  for (const LoopTip& tip : tips) contrasts.push_back(tip.score);
+  for (const LoopTip& tip : tips)
+    if (tip.score >= kLeastLoopScore) contrasts.push_back(tip.score);
   // Skin alone has no common direction, and nothing on it stands out.
   if (direction.concentration < 1.5 && percentile(contrasts, 0.5) < 1.8f)
     return refused(format("%s (nothing stands out from the skin)", kByHand));
   std::vector<double> sharpness;
   for (const LoopTip& tip : tips) {
     MeasuredLoop measured = measureLoop(frame, tip);
-    sharpness.push_back(measured.sharpness);
+    // Grain makes faint ones steep.
+    if (tip.score >= kLeastLoopScore) sharpness.push_back(measured.sharpness);
     NailfoldLoop& loop = measured.loop;
     loop.apex = toImage(frame, work, tip.x, tip.y);
     loop.score = tip.score;

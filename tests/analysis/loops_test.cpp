@@ -141,8 +141,8 @@ TEST(Loops, AreFoundOnTheKindsThatAreHardest) {
   EXPECT_EQ(all.directed, all.stills);
   EXPECT_EQ(all.badGood, 0u);
   EXPECT_GE(all.onRow + 2, all.stills);
-  EXPECT_GE(all.recall(), 0.8);
-  EXPECT_GE(all.clearPrecision(), 0.65);
+  EXPECT_GE(all.recall(), 0.85);
+  EXPECT_GE(all.clearPrecision(), 0.72);
   EXPECT_LE(all.absoluteError(), 1.6);
 }
 
