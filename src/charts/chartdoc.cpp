@@ -32,16 +32,17 @@ ZchartDoc::~ZchartDoc() = default;
 
 const CommandTableBase& ZchartDoc::commandTable() {
   using D = ZchartDoc;
-  static const CommandTable<D> table{{{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
-                                      {cmd::Redo, "&Redo", &D::redo, &D::canRedo},
-                                      // Its number in scripts.
-                                      {cmd::RedoTrace,
-                                       "",
-                                       &D::redo,
-                                       &D::canRedo,
-                                       {.tip = "Redo", .status = "Does again what was taken back."}}},
-                                     &CdbDocument::commandTable(),
-                                     {{&D::canUndo, "There is nothing to undo."}, {&D::canRedo, "There is nothing to do again."}}};
+  static const CommandTable<D> table{
+      {{cmd::Undo, "&Undo", &D::undo, &D::canUndo},
+       {cmd::Redo, "&Redo", &D::redo, &D::canRedo},
+       // Its number in scripts.
+       {cmd::RedoTrace,
+        "",
+        &D::redo,
+        &D::canRedo,
+        {.tip = "Redo", .status = "Does again what was taken back."}}},
+      &CdbDocument::commandTable(),
+      {{&D::canUndo, "There is nothing to undo."}, {&D::canRedo, "There is nothing to do again."}}};
   return table;
 }
 

@@ -161,8 +161,8 @@ void SideDock::show(CView* view) {
   nothing->setVisible(!panel);
   for (QWidget* part : {factsBox, static_cast<QWidget*>(table), static_cast<QWidget*>(sums)})
     part->setVisible(panel != nullptr);
-  for (QWidget* part : {static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown),
-                        static_cast<QWidget*>(labelsShown)})
+  for (QWidget* part :
+       {static_cast<QWidget*>(groups), static_cast<QWidget*>(groupShown), static_cast<QWidget*>(labelsShown)})
     part->setVisible(panel && !panel->groups().empty());
   showActions();
   if (!panel) {

@@ -30,7 +30,7 @@ constexpr SharedWords kShared[] = {
       .status = "Shows the pages as they would be printed.",
       .keys = "Ctrl+Shift+P",
       .icon = "print-preview",
-       .whyOff = "There is nothing to print."}},
+      .whyOff = "There is nothing to print."}},
     {cmd::Undo,
      {.tip = "Undo",
       .status = "Takes the last change back.",
