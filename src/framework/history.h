@@ -2,6 +2,7 @@
 // own: what turns it hands back the change that turns it round.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <utility>
