@@ -168,6 +168,8 @@ QWidget* SubjectWindow::buildId() {
   // Not the combo box's own: that one would open its list after each key.
   idBox->setCompleter(nullptr);
   completer->setWidget(idBox->lineEdit());
+  // The box has the focus, and hands keys on to its field past any filter.
+  idBox->installEventFilter(this);
   idBox->lineEdit()->installEventFilter(this);
   auto* label = new QLabel("&Id");
   label->setBuddy(idBox);
@@ -250,8 +252,8 @@ void SubjectWindow::connectAll() {
   connect(cancelButton, &QPushButton::clicked, this, [this] { cancel(); });
 }
 
-// Enter in the id box chooses the subject; only with one chosen does it press the dialog's button. Leaving
-// the box chooses too.
+// Enter in the id box chooses the subject of that id, or adds it; only with one chosen does it press the
+// dialog's button. Leaving the box chooses too.
 bool SubjectWindow::eventFilter(QObject* watched, QEvent* event) {
   // In the list Enter chooses, and begins nothing.
   if (watched == list && event->type() == QEvent::KeyPress && list->currentIndex().isValid()) {
@@ -273,12 +275,12 @@ bool SubjectWindow::eventFilter(QObject* watched, QEvent* event) {
     }
     return true;
   }
-  if (watched != idBox->lineEdit()) return QDialog::eventFilter(watched, event);
+  if (watched != idBox && watched != idBox->lineEdit()) return QDialog::eventFilter(watched, event);
   if (event->type() == QEvent::KeyPress) {
     const int key = static_cast<QKeyEvent*>(event)->key();
     if ((key == Qt::Key_Return || key == Qt::Key_Enter) && !namesSubject()) {
       completer->popup()->hide();
-      if (!chooseTyped() && addButton->isEnabled()) addButton->setFocus();
+      if (!chooseTyped() && addButton->isEnabled()) addAsNewId();
       return true;
     }
   }

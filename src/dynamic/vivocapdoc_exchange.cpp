@@ -166,7 +166,7 @@ void CVivoCapDoc::exportCompressedCommand() {
 Outcome CVivoCapDoc::exportAvi(const std::string& path) {
   Outcome result = Outcome::success();
   const CZZMovie::Range range = selection();
-  if (const Outcome room = roomFor(folderOf(path), exportBytes(1)); !room) return room;
+  if (Outcome room = roomFor(folderOf(path), exportBytes(1)); !room) return room;
   runToEnd(std::make_unique<ExportJob>(*this, path, range, 1, nullptr,
                                        [&result](const Outcome& made) { result = made; }));
   return result;
@@ -198,8 +198,7 @@ void CVivoCapDoc::exportDicomAs(const std::string& path, const DicomFacts& facts
 }
 
 Outcome CVivoCapDoc::exportDicomSequence(const std::string& path, const DicomFacts& facts) {
-  if (const Outcome room = roomFor(folderOf(path), exportBytes(std::max(1, selectionStep))); !room)
-    return room;
+  if (Outcome room = roomFor(folderOf(path), exportBytes(std::max(1, selectionStep))); !room) return room;
   Outcome result = Outcome::success();
   runToEnd(dicomJob(path, facts, [&result](const Outcome& made) { result = made; }));
   return result;

@@ -145,7 +145,7 @@ Outcome CVivoCapDoc::goToVersion(int32_t number) {
   if (!wanted) return Outcome::failure(format("there is no version %i", number));
   if (number == currentVersion()) return Outcome::success();
   auto other = std::make_unique<CZZMovie>();
-  if (const Outcome opened = openVersion(*wanted, *other); !opened) return opened;
+  if (Outcome opened = openVersion(*wanted, *other); !opened) return opened;
   noteVersion();
   wanted = versions.find(number);
   other->shared = wanted->isOwn && !wanted->isSaved ? 0 : 1;
@@ -210,7 +210,7 @@ Outcome CVivoCapDoc::compareVersion(int32_t number) {
   const MovieVersion* version = versions.find(number);
   if (!version) return Outcome::failure(format("there is no version %i", number));
   auto other = std::make_unique<CZZMovie>();
-  if (const Outcome opened = openVersion(*version, *other); !opened) return opened;
+  if (Outcome opened = openVersion(*version, *other); !opened) return opened;
   DocumentType* videos = process.videoTemplate;
   auto* made = videos ? dynamic_cast<CVivoCapDoc*>(videos->newDocument()) : nullptr;
   if (!made) return Outcome::failure("there is no window for it");

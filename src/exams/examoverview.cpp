@@ -45,7 +45,8 @@ std::string ExamOverview::heading() const {
   const ExamSelection& selected = theExams();
   if (selected.subjectId().empty()) return selected.words();
   return format("Subject %s: %s, %i examination%s", selected.subjectId().c_str(),
-                selected.subjectName().c_str(), static_cast<int>(rows.size()), rows.size() == 1 ? "" : "s");
+                std::string(trimmed(selected.subjectName())).c_str(), static_cast<int>(rows.size()),
+                rows.size() == 1 ? "" : "s");
 }
 
 int ExamOverview::selectedRow() const {

@@ -48,7 +48,9 @@ int32_t markUnder(const CDimList& list, const Aim& aim) {
     if (!isCircle(mark) && !isPoint(mark)) continue;
     const Spot spot = spotOf(mark);
     const double distance = apart(spot, {aim.x, aim.y});
-    if (distance > spot.radius + aim.reach || (nearest >= 0 && distance >= least)) continue;
+    // A point is small, and its loop is not.
+    const double reach = isPoint(mark) ? 2.2 * aim.reach : aim.reach;
+    if (distance > spot.radius + reach || (nearest >= 0 && distance >= least)) continue;
     nearest = i;
     least = distance;
   }

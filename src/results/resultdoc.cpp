@@ -81,11 +81,11 @@ CResultDoc::~CResultDoc() {
 namespace {
 
 void tellRowAdded(const CResultDoc& table) {
-  const std::string title = table.title();
+  const std::string& title = table.title();
   Notice added{"Row added to " + title};
   if (table.type()) {
     added.link = "Show the table";
-    added.follow = [title] {
+    added.follow = [title = title] {
       if (CResultDoc* found = findResultDocument(title)) theApp().documents.activate(*found);
     };
   }

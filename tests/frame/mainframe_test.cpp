@@ -55,6 +55,7 @@ class Frame : public AppTest {
  protected:
   // Returns with the start's own windows open.
   void startFrame(const std::string& profileText, std::vector<DocumentRow> rows = {}) {
+    frame.reset();  // of an application before
     writeProfile(profileText);
     table = std::move(rows);
     options.documentTable = table;

@@ -8,10 +8,10 @@ namespace {
 
 class Marks : public ImageView {
  protected:
-  ZBasicDoc& showMarked(int32_t kind, std::initializer_list<Point> points) {
+  ZBasicDoc& showMarked(int32_t kind, const std::vector<Point>& points) {
     ZBasicDoc& d = show();
-    const int32_t index = d.addDimension(*points.begin(), kind);
-    for (const Point* p = points.begin() + 1; p != points.end(); ++p) d.addPointToDimension(index, *p);
+    const int32_t index = d.addDimension(points[0], kind);
+    for (size_t i = 1; i < points.size(); ++i) d.addPointToDimension(index, points[i]);
     d.currentDims().at(index).Close();
     view->selected = index;
     d.setModified(false);
@@ -33,7 +33,7 @@ class Marks : public ImageView {
 };
 
 TEST_F(Marks, AreAlteredByTheirParts) {
-  const std::tuple<int32_t, std::initializer_list<Point>, const char*, const char*> cases[] = {
+  const std::tuple<int32_t, std::vector<Point>, const char*, const char*> cases[] = {
       {CDimList::kLine, {{20, 20}, {80, 20}}, "down 80,20 up 90,40", "*L20,20 90,40"},
       {CDimList::kLine, {{20, 20}, {80, 20}}, "down 50,21 up 60,31", "*L30,30 90,30"},
       {CDimList::kLine, {{20, 20}, {28, 20}}, "down 24,20 up 24,30", "*L20,30 28,30"},
