@@ -24,6 +24,7 @@ void MarkerEditor::open(CMarker& marker) {
 
 void MarkerEditor::close() {
   shown = nullptr;
+  onUpdate = nullptr;  // of a chart that may be gone
   closeWindow();
 }
 
