@@ -550,6 +550,7 @@ const CommandTableBase& ZBasicDoc::commandTable() {
 void ZBasicDoc::clearAllDimensions() {
   const Change change(*this);
   currentDims().removeAll();
+  rejected[static_cast<size_t>(currentlist)].removeAll();
   setModified();
   updateAllViews(CView::Change::Marks);
 }

@@ -103,16 +103,29 @@ void takeRejected(const std::string& words, CDimList& marks) {
 
 }  // namespace
 
+// The carriers live until all lists are stored, since an archive tells objects apart by their address, and
+// leave the lists even where a write fails.
 void ZBasicDoc::storeLists(Archive& archive) {
-  for (size_t list = 0; list < kListCount; ++list) {
-    std::vector<std::unique_ptr<CDim>>& items = dimlists[list].items;
-    const bool carries = !rejected[list].items.empty();
-    if (carries) {
-      items.push_back(std::make_unique<CDimLine>());
-      items.back()->label = wordsOfRejected(rejected[list]);
+  struct Carried {
+    std::vector<std::unique_ptr<CDim>>& items;
+    std::vector<std::unique_ptr<CDim>>& carriers;
+    ~Carried() {
+      carriers.push_back(std::move(items.back()));
+      items.pop_back();
     }
+  };
+  std::vector<std::unique_ptr<CDim>> carriers;
+  carriers.reserve(kListCount);
+  for (size_t list = 0; list < kListCount; ++list) {
+    if (rejected[list].items.empty()) {
+      dimlists[list].serialize(archive);
+      continue;
+    }
+    auto carrier = std::make_unique<CDimLine>();
+    carrier->label = wordsOfRejected(rejected[list]);
+    dimlists[list].items.push_back(std::move(carrier));
+    const Carried carried{dimlists[list].items, carriers};
     dimlists[list].serialize(archive);
-    if (carries) items.pop_back();
   }
 }
 

@@ -52,9 +52,14 @@ TEST_F(Review, OutlivesStoringAndFindingAgain) {
     ZBasicDoc& d = makeSpots();
     clickAt(d, middle(d.currentDims().at(0)));
     clickAt(d, {2, 2});
+    d.setCurrentList(kFcdList);
+    d.addPointToDimension(d.addDimension({90, 90}, CDimList::kCircle), {99, 90});
+    clickAt(d, {95, 90});
+    d.setCurrentList(kPlainList);
     d.keepwhole = 1;
     reopen("a.tv1");
   }
+  EXPECT_EQ(image()->rejected[kFcdList].size(), 1) << "each list has its own";
   ZBasicDoc& d = *image();
   EXPECT_EQ(d.reviewWords(), "1 rejected, 1 added or moved");
   const int32_t marks = d.currentDims().size();
