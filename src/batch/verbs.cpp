@@ -132,14 +132,23 @@ std::string checkSubject(Arguments a) {
   return checkAnswer(others, "subject");
 }
 
-// What the arguments tell of the person; false when it can't be written.
-bool tellPerson(SubjectDialog& dialog, Arguments a) {
+// Takes what the arguments tell of the person. Who has another date of birth or sex is most likely another
+// person: that is replaced only by "yes". Empty, or what is wrong.
+std::string tellPerson(SubjectDialog& dialog, Arguments a, bool replaces) {
+  std::string wrong;
+  const auto take = [&](std::string& known, const std::string& told) {
+    if (!known.empty() && known != told && !replaces)
+      wrong = format("%s is known as \"%s\", not \"%s\"; yes replaces it", dialog.id.c_str(), known.c_str(),
+                     told.c_str());
+    known = told;
+  };
   const auto before = std::pair(dialog.born, dialog.sex);
   for (const std::string& argument : a) {
-    if (argument.starts_with(kBorn)) dialog.born = *dateOfBirth(argument.substr(kBorn.size()));
-    if (argument.starts_with(kSex)) dialog.sex = argument.substr(kSex.size());
+    if (argument.starts_with(kBorn)) take(dialog.born, *dateOfBirth(argument.substr(kBorn.size())));
+    if (argument.starts_with(kSex)) take(dialog.sex, argument.substr(kSex.size()));
   }
-  return before == std::pair(dialog.born, dialog.sex) || dialog.saveDetails();
+  if (!wrong.empty() || before == std::pair(dialog.born, dialog.sex) || dialog.saveDetails()) return wrong;
+  return "what was told of the subject can't be written";
 }
 
 StepResult selectSubject(StepContext& c) {
@@ -156,8 +165,10 @@ StepResult selectSubject(StepContext& c) {
   dialog.chooseId(dialog.id);
   if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
-  if (!tellPerson(dialog, {c.step.args.begin() + 1, c.step.args.end()}))
-    return StepResult::failure(c.script.shown());
+  const bool replaces = !answers.empty() && equalIgnoringCase(answers[0], "yes");
+  if (const auto wrong = tellPerson(dialog, {c.step.args.begin() + 1, c.step.args.end()}, replaces);
+      !wrong.empty())
+    return StepResult::failure(wrong);
   theExams().leaveExam();
   dialog.finish(SubjectDialog::Result::ViewExaminations);
   return {true, {}, {{"subject", theExams().subjectId()}}, {}};

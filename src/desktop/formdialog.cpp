@@ -5,11 +5,13 @@
 #include <algorithm>
 
 #include "desktop/qttext.h"
+#include "host/host.h"
 
 namespace tarnvisor {
 
 FormDialog::FormDialog(Form& shown, QWidget* parent)
     : QDialog(parent),
+      form(shown),
       rows(new FormRows(shown, shown.isLive() ? FormRows::Takes::AtOnce : FormRows::Takes::Later)) {
   setWindowTitle(toQt(shown.title()));
   auto* buttons = new QDialogButtonBox;
@@ -44,7 +46,10 @@ void FormDialog::addEndings(const FormField& field, QDialogButtonBox& buttons) {
 void FormDialog::accept() {
   if (!ok->isEnabled()) return;
   rows->take();
-  QDialog::accept();
+  if (const std::string problem = form.problem(); !problem.empty())
+    host().messages.show(problem, Buttons::Ok, Icon::Warning);
+  else
+    QDialog::accept();
 }
 
 void FormDialog::reject() {

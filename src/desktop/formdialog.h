@@ -25,6 +25,7 @@ class FormDialog final : public QDialog {
 
  private:
   void addEndings(const FormField& field, QDialogButtonBox& buttons);
+  Form& form;
   FormRows* rows;
   QPushButton* ok = nullptr;
 };

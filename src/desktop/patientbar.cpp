@@ -1,5 +1,6 @@
 #include "desktop/patientbar.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 
 #include "desktop/caution.h"
@@ -18,6 +19,7 @@ void show(QLabel& label, const QString& text) {
 
 PatientBar::PatientBar(QWidget* parent)
     : QToolBar("Patient", parent),
+      place(new QLabel),
       subject(new QLabel),
       exam(new QLabel),
       holdings(new QLabel),
@@ -32,7 +34,7 @@ PatientBar::PatientBar(QWidget* parent)
   QFont bold = subject->font();
   bold.setBold(true);
   subject->setFont(bold);
-  for (QLabel* label : {subject, exam, holdings, document, caution}) {
+  for (QLabel* label : {place, subject, exam, holdings, document, caution}) {
     label->setTextFormat(Qt::PlainText);
     layout->addWidget(label);
     if (label == holdings) layout->addStretch(1);
@@ -42,10 +44,14 @@ PatientBar::PatientBar(QWidget* parent)
   holdings->setObjectName("holdings");
   document->setObjectName("document");
   caution->setObjectName("caution");
+  caution->installEventFilter(this);
+  place->setObjectName("place");
   addWidget(strip);
 }
 
 void PatientBar::show(const PatientStrip& strip, const QString& foreign) {
+  tarnvisor::show(*place, toQt(strip.place));
+  markCaution(*place, true);
   tarnvisor::show(*subject, toQt(strip.subject));
   tarnvisor::show(*exam, toQt(strip.exam));
   markCaution(*exam, !strip.hasExam);
@@ -55,6 +61,15 @@ void PatientBar::show(const PatientStrip& strip, const QString& foreign) {
   markCaution(*document, !foreign.isEmpty());
   tarnvisor::show(*caution, toQt(strip.caution));
   markCaution(*caution, true);
+  mends = strip.mends;
+  caution->setCursor(mends ? Qt::PointingHandCursor : Qt::ArrowCursor);
+  caution->setToolTip(mends ? "Click to mend this" : "");
+}
+
+bool PatientBar::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == caution && event->type() == QEvent::MouseButtonRelease && mends && onCommand)
+    onCommand(mends);
+  return QToolBar::eventFilter(watched, event);
 }
 
 }  // namespace tarnvisor

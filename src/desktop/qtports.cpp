@@ -313,7 +313,7 @@ std::vector<std::string> QtChoosers::openFiles(const FileRequest& request) {
 
 std::optional<std::string> QtChoosers::chooseFolder(const std::string& title, const std::string& current) {
   if (process.quietMode) return std::nullopt;
-  QFileDialog dialog(dialogParent(), toQt(title), nearestFolder(current));
+  QFileDialog dialog(dialogParent(), toQt(title).section('\n', 0, 0), nearestFolder(current));
   dialog.setFileMode(QFileDialog::Directory);
   dialog.setOption(QFileDialog::ShowDirsOnly);
   return firstOf(chosen(dialog));

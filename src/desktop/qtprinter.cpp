@@ -118,7 +118,11 @@ bool QtPrinter::print(const std::string& title, const Draw& draw) {
     dialog.setWindowTitle("Print");
     if (dialog.exec() != QDialog::Accepted) return false;
   }
-  return printChosen(printer, draw);
+  const bool isPrinted = printChosen(printer, draw);
+  if (isPrinted)
+    host().messages.notice({fromQt(writesPdf(printer) ? "Printed to " + printer.outputFileName()
+                                                      : "Sent to " + printer.printerName())});
+  return isPrinted;
 }
 
 bool QtPrinter::preview(const std::string& title, const Draw& draw) {

@@ -45,7 +45,8 @@ class SideModel final : public QAbstractTableModel {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
     const SidePanel::Column& column = columns[static_cast<size_t>(section)];
     if (role == Qt::ToolTipRole && !column.unit.empty()) return toQt(column.heading + " in " + column.unit);
-    return role == Qt::DisplayRole ? toQt(column.heading) : QVariant();
+    if (role != Qt::DisplayRole) return {};
+    return toQt(column.heading + (column.unit.empty() ? "" : " " + column.unit));
   }
   QVariant data(const QModelIndex& index, int role) const override {
     const auto row = static_cast<size_t>(index.row()), column = static_cast<size_t>(index.column());

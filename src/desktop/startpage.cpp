@@ -90,6 +90,8 @@ void StartPage::listRecent() {
     button->setStyleSheet("text-align: left; padding: 3px;");
     button->setToolTip(toQt(files[i]));
     button->setMaximumWidth(kColumn);
+    constexpr int kRoomBeside = 16;
+    button->setText(button->fontMetrics().elidedText(button->text(), Qt::ElideMiddle, kColumn - kRoomBeside));
     connect(button, &QPushButton::clicked, this, [this, path = files[i]] {
       if (onFile) onFile(path);
     });

@@ -211,7 +211,10 @@ void CVivoCapDoc::calculateCbv() {
     return format("%s line%i", stem.c_str(), static_cast<int>(i + 1));
   };
   order.afterEach = [all, this](ZlineScanDoc& scan, size_t i) {
-    const double diameter = all->lines[i]->width * scale().x;
+    // A line as it is drawn is one pixel wide: nobody told the vessel's width by it, and a flow would be made
+    // up.
+    const int32_t width = all->lines[i]->width;
+    const double diameter = width > 1 ? width * scale().x : kNotMeasured;
     addLineRow(*all->lines[i], i, scan, true, diameter);
     const VelocityStatistics found = scan.statistics();
     const bool told = scan.hasNumber(found);

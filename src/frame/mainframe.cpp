@@ -1,12 +1,12 @@
 #include "frame/mainframe.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "base/files.h"
 #include "base/text.h"
 #include "frame/commandids.h"
 #include "frame/commandwords.h"
+#include "frame/demonstrationfolder.h"
 #include "frame/hdrfileopendlg.h"
 #include "frame/menus.h"
 #include "frame/profileselection.h"
@@ -31,17 +31,6 @@ namespace {
 
 // Looking for one that nobody names takes a second, and opens it.
 bool namesCamera() { return !settings.getString("ueyeP", "camera", "").empty(); }
-
-// Of the user's own data, where programs keep such.
-std::string demonstrationFolder() {
-  const auto variable = [](const char* name) {
-    const char* value = std::getenv(name);
-    return std::string(value ? value : "");
-  };
-  const std::string given = variable("XDG_DATA_HOME");
-  const std::string home = given.empty() ? variable("HOME") + "/.local/share" : given;
-  return withSeparator(home) + "tarnvisor/demonstration/";
-}
 
 }  // namespace
 
@@ -185,8 +174,10 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
       {cmd::Demonstration,
        "&Demonstration",
        &F::openDemonstration,
+       nullptr,
+       &F::isInDemonstration,
        {.tip = "Demonstration",
-        .status = "Opens a data folder with simulated examinations; your own comes back at the next start."}},
+        .status = "Opens a data folder with simulated examinations, or goes back from it to your own."}},
       {cmd::ShortcutList,
        "&Keyboard shortcuts",
        &F::listShortcuts,
@@ -462,10 +453,21 @@ bool CBasicMainFrame::canOpenVideos() const {
   return process.videoTemplate && process.videoTemplate->canOpen();
 }
 
-// In a data folder of its own, which the profile does not keep: the user's is there again at the next start.
+bool CBasicMainFrame::isInDemonstration() const { return isDemonstration(app.dataFolder); }
+
+// In a data folder of its own, which the profile does not keep: the user's comes back by the same command, or
+// at the next start.
 void CBasicMainFrame::openDemonstration() {
   const std::string folder = demonstrationFolder();
   if (!app.documents.closeAll()) return;
+  if (isInDemonstration()) {
+    if (ownDataFolder.empty()) ownDataFolder = folderOf(settings.getString("Settings", "database", ""));
+    if (ownDataFolder.empty() || isDemonstration(ownDataFolder))
+      host().messages.show("There is no other data folder yet: File, Data folder chooses one.");
+    else if (app.useDataFolder(ownDataFolder))
+      host().messages.notice({"Your own data folder is back: " + ownDataFolder});
+    return;
+  }
   const std::string complete = folder + "complete";
   if (!fileExists(complete)) {
     const WaitScope wait;
@@ -480,7 +482,9 @@ void CBasicMainFrame::openDemonstration() {
       return;
     }
   }
+  const std::string before = app.dataFolder;
   if (!app.useDataFolder(folder)) return;
+  ownDataFolder = before;
   SubjectDialog dialog;
   dialog.chooseId("DEMO-1");
   exams.refresh();

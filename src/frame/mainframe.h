@@ -111,6 +111,7 @@ class CBasicMainFrame : public CommandTarget {
     return subjectFace != nullptr && !isRecording() && !(app.flo1View && app.flo1View->isRecording());
   }
   void openDemonstration();
+  bool isInDemonstration() const;
   void viewExams();
   void examsOfSubject();
   bool canShowOverview() const { return overviewFace != nullptr; }
@@ -203,6 +204,7 @@ class CBasicMainFrame : public CommandTarget {
   bool canTrigger() const { return process.triggermovie ? canShowLive() : showsLive(); }
 
   CBasicApp& app;
+  std::string ownDataFolder;                            // in use before the demonstration's
   Timer acquisitionDelay{app.loop, kAcquisitionTimer};  // between the inputs of the start chain
   ExamList exams;
   ExamOverview overview;

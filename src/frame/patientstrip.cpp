@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "app/basicapp.h"
 #include "base/text.h"
 #include "exams/examselection.h"
+#include "frame/demonstrationfolder.h"
 #include "framework/document.h"
 
 namespace tarnvisor {
@@ -36,10 +38,12 @@ const PatientStrip& PatientStripModel::of(const CDocument* front) {
   if (isStale) readExam();
   isStale = false;
   strip.document = !front ? ""
-                          : front->title() + (front->isModified()         ? ": changed"
-                                              : front->pathName().empty() ? ": not saved yet"
-                                                                          : ": saved");
+                          : front->title() + (front->pathName().empty() ? ": not saved yet"
+                                              : front->isModified()     ? ": changed"
+                                                                        : ": saved");
   strip.caution = front ? front->caution() : "";
+  strip.mends = front ? front->cautionCommand() : 0;
+  strip.place = isDemonstration(theApp().dataFolder) ? "demonstration" : "";
   return strip;
 }
 

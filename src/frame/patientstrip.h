@@ -2,6 +2,7 @@
 // and what a reader of the document in front must know.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace tarnvisor {
@@ -14,6 +15,8 @@ struct PatientStrip {
   std::string holdings;  // "11 documents, 9 results"; empty without an exam
   std::string document;  // of the one in front: "hand.tv1: changed"; empty for none
   std::string caution;   // of it: "not calibrated"
+  int32_t mends = 0;     // the command that mends what the caution tells; 0 for none
+  std::string place;     // "demonstration" where the data are that; else empty
   bool hasExam = false;
 };
 

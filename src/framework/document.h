@@ -38,6 +38,8 @@ class CDocument : public CommandTarget, public ScriptTarget {
   const std::string& source() const { return sourceFile; }
   // What a reader of its numbers must know: "not calibrated"; empty for nothing.
   virtual std::string caution() const { return {}; }
+  // The command that mends it; 0 for none.
+  virtual int32_t cautionCommand() const { return 0; }
   bool isModified() const { return modified; }
   void setModified(bool on = true) {
     modified = on;

@@ -158,6 +158,11 @@ Form& Form::setOnChange(std::function<void()> handler) {
   return *this;
 }
 
+Form& Form::setCheck(std::function<std::string()> words) {
+  check = std::move(words);
+  return *this;
+}
+
 const FormField* Form::find(const std::string& label) const {
   for (const FormField& field : rows)
     if (field.kind != FormField::Kind::Note && plainLabel(field.label) == plainLabel(label)) return &field;

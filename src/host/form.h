@@ -71,6 +71,9 @@ class Form {
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves
   // undoing to whoever runs the form.
   Form& setOnChange(std::function<void()> handler);
+  // What is wrong with all values together; empty for nothing. A person who accepts the form is told, and
+  // stays in it. Whoever runs a form asks it too, since a script's answers come unchecked.
+  Form& setCheck(std::function<std::string()> words);
 
   const std::string& title() const { return heading; }
   const std::string& okLabel() const { return okWords; }
@@ -79,6 +82,7 @@ class Form {
   void changed() const {
     if (onChange) onChange();
   }
+  std::string problem() const { return check ? check() : std::string(); }
   // The field whose label matches without regard to case, "&" and a trailing ":"; null when there is none.
   const FormField* find(const std::string& label) const;
 
@@ -88,6 +92,7 @@ class Form {
   std::string okWords = "OK";
   std::vector<FormField> rows;
   std::function<void()> onChange;
+  std::function<std::string()> check;
 };
 
 // A form that stays open beside the windows until this object goes or the user closes it.

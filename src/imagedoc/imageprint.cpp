@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "drawing/picturepainter.h"
 #include "drawing/textmeasure.h"
+#include "exams/examselection.h"
 #include "exams/subjectdirectory.h"
 #include "host/host.h"
 #include "imagedoc/overlay.h"
@@ -108,19 +109,23 @@ struct SubjectWords {
 SubjectWords subjectWords(const ZBasicDoc& document) {
   const SubjectDatabase* db = theApp().db.get();
   if (!db) return {{"NO DATABASE"}, {}};
-  if (document.patientId.empty()) return {{"NO SUBJECT"}, {}};
+  // What was never saved would be filed under the selected exam, and its page is signed beside that patient.
+  const bool isUnfiled = document.patientId.empty() && document.pathName().empty() && theExams().hasExam();
+  const std::string& id = isUnfiled ? theExams().subjectId() : document.patientId;
+  const int32_t examId = isUnfiled ? theExams().examId() : document.examIdOfDoc;
+  if (id.empty()) return {{"NO SUBJECT"}, {}};
   SubjectWords words;
   // A document of another data folder: people and exams of the same numbers here are others.
-  const bool foreign = document.isFromElsewhere();
-  const auto subject = foreign ? std::nullopt : db->readSubject(document.patientId);
+  const bool foreign = !isUnfiled && document.isFromElsewhere();
+  const auto subject = foreign ? std::nullopt : db->readSubject(id);
   std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string();
-  if (name.empty()) name = document.patientId;
+  if (name.empty()) name = id;
   words.lines.push_back("Subject: " + name);
-  const auto exam = foreign ? std::nullopt : db->exam(document.patientId, document.examIdOfDoc);
-  words.lines.push_back(format("exam: %li  Site: %s Copy: %i", static_cast<long>(document.examIdOfDoc),
+  const auto exam = foreign ? std::nullopt : db->exam(id, examId);
+  words.lines.push_back(format("exam: %li  Site: %s Copy: %i", static_cast<long>(examId),
                                exam ? exam->site.c_str() : "", document.saveCount));
-  words.lines.push_back("id: " + document.patientId +
-                        (exam ? "  exam date: " + localDay(exam->created) : std::string()));
+  words.lines.push_back("id: " + id + (exam ? "  exam date: " + localDay(exam->created) : std::string()));
+  if (isUnfiled) words.lines.push_back("not saved with this examination yet");
   if (subject) words.comments = subject->comments;
   if (exam && !exam->comment.empty()) words.comments += (words.comments.empty() ? "" : "\n") + exam->comment;
   return words;

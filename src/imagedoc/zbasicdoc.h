@@ -231,6 +231,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   StepResult chooseList(int32_t list) override;
   StepResult drawDimension(const std::string& kind, std::span<const Point> points) override;
   std::string caution() const override { return hasImage() && !calibrated ? "not calibrated" : ""; }
+  int32_t cautionCommand() const override;
   // Size, region, list and scale, a line each.
   std::string statusText() const;
 

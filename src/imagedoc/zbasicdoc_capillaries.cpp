@@ -44,16 +44,16 @@ struct AskedNumber {
   int32_t value = 0;
 };
 
-// Asks for the numbers one after the other and stores what is shown at the end. Cancel isn't told from OK:
-// the shown value counts.
-void askNumbers(const char* title, std::span<AskedNumber> numbers) {
+// Asks for the numbers one after the other. False for Cancel.
+[[nodiscard]] bool askNumbers(const char* title, std::span<AskedNumber> numbers) {
   for (AskedNumber& n : numbers) {
     n.value = storedNumber(n.key, n.standard);
     Form form(title);
     form.add(n.label, n.value, {n.low, 1e9, {}});
-    [[maybe_unused]] const bool agreed = tarnvisor::asked(form);  // Cancel isn't told from OK
+    if (!tarnvisor::asked(form)) return false;
     settings.setString("minima", n.key, format("%i", n.value));
   }
+  return true;
 }
 
 }  // namespace
@@ -91,9 +91,11 @@ std::string ZBasicDoc::shownDensityUnit() const {
 
 std::string ZBasicDoc::countedPer(const std::string& unit) const {
   if (resultText.empty() || countedList < 0) return {};
+  const int32_t count = capillariesIn(countedList);
   const std::string kinds = kindsCounted(countedList);
-  return format("%i counted in list %i%s, per %s", capillariesIn(countedList), countedList,
-                kinds.find(',') == std::string::npos ? "" : (" (" + kinds + ")").c_str(), unit.c_str());
+  const bool areCircles = count == 0 || kinds == format("%i circle%s", count, count == 1 ? "" : "s");
+  return format("%i counted in list %i%s, per %s", count, countedList,
+                areCircles ? "" : (" (" + kinds + ")").c_str(), unit.c_str());
 }
 
 // What the result counts and is per, as stored; empty where it is no density of marks that are there.
@@ -151,6 +153,8 @@ void ZBasicDoc::forgetResult() {
 void ZBasicDoc::recogniseResult() {
   countedList = -1;
   if (resultText.empty() || !hasImage()) return;
+  // What corrects marks, or finds them again, means those that the result tells of.
+  if (tellsLoops() && !dimlists[kNailfoldList].items.empty()) setCurrentList(kNailfoldList);
   for (int32_t list = kListCount - 1; list >= 0; --list)
     if (densityOf(list) == resultText) countedList = list;
   if (countedList >= 0) countedFrom = countingBasis(countedList);
@@ -197,6 +201,11 @@ bool ZBasicDoc::countCapillaries() {
     report("The region lies outside the image: there is nothing to count in.");
     return false;
   }
+  if (currentlist == kNailfoldList && !loopDensityText().empty()) {
+    report(
+        "This list holds a row of nailfold loops and its curve, which are no capillaries of a field: switch to another list.");
+    return false;
+  }
   const int32_t marked = capillariesIn(currentlist);
   {
     const Change change(*this);
@@ -236,6 +245,7 @@ void ZBasicDoc::thresholdCapillaries() {
   if (!copy) return;
   if (!makeGrey(*copy->theImage(), *copy)) return copy->discard();
   const WaitScope wait;
+  copy->currentDims().removeAll();  // what is found is counted, not what was marked before
   copy->runFinder(*copy->theImage(), roi);
   copy->imagedirty = 1;
   copy->setModified();
@@ -339,7 +349,7 @@ void ZBasicDoc::minimaWithinWindow() {
   AskedNumber asked[] = {{"threshold", "threshold", "128", 0},
                          {"window width", "width", "50", 0},
                          {"window height", "height", "50", 0}};
-  askNumbers("find minima within window", asked);
+  if (!askNumbers("find minima within window", asked)) return;
   const WaitScope wait;
   const Change change(*this);
   currentDims().removeAll();
@@ -356,7 +366,7 @@ void ZBasicDoc::minimaWithinWindow() {
 void ZBasicDoc::minimaWithinTolerance() {
   if (roiChild()->empty()) return;
   AskedNumber asked[] = {{"threshold", "threshold", "128", 0}, {"tolerance", "tolerance", "50", 0}};
-  askNumbers("find minima within tolerance", asked);
+  if (!askNumbers("find minima within tolerance", asked)) return;
   const WaitScope wait;
   const Change change(*this);
   currentDims().removeAll();
@@ -374,10 +384,10 @@ void ZBasicDoc::walkToMinima() {
   const auto ask = [](const char* label, int32_t& value, int32_t end) {
     Form form("Walk to minima");
     form.add(label, value, {0, end - 1.0, {}});
-    [[maybe_unused]] const bool agreed = tarnvisor::asked(form);  // Cancel isn't told from OK
+    return tarnvisor::asked(form);
   };
-  ask("start at x=", start.x, theImage()->width);
-  ask("start at y=", start.y, theImage()->height);
+  if (!ask("start at x=", start.x, theImage()->width) || !ask("start at y=", start.y, theImage()->height))
+    return;
   ZBasicDoc* copy = duplicate("-walk2min");
   if (!copy) return;
   const WaitScope wait;

@@ -259,16 +259,13 @@ std::string ZBasicDoc::kindsCounted(int32_t list) const {
   return words;
 }
 
-// A line that measures something counts as a capillary where it lies among them.
+// A line that measures something counts as a capillary where it lies among them, or instead of them.
 void ZBasicDoc::offerToLeaveOut() {
   const auto isMeasure = [&](const auto& mark) {
     return isCounted(*mark) && !isCircle(*mark) && !isPoint(*mark);
   };
   auto& items = currentDims().items;
-  const bool hasFound = std::ranges::any_of(items, [](const auto& mark) { return isCircle(*mark); });
-  if (process.quietMode || !host().choosers.asksSomebody() || !hasFound ||
-      std::ranges::none_of(items, isMeasure))
-    return;
+  if (process.quietMode || !host().choosers.asksSomebody() || std::ranges::none_of(items, isMeasure)) return;
   size_t to = kPlainList;
   while (to < kFcdList && !dimlists[to].items.empty()) ++to;
   if (static_cast<int32_t>(to) == currentlist ||

@@ -333,10 +333,18 @@ std::vector<std::string> knownQuantities() {
 }  // namespace
 
 void exportStudyCommand() {
-  const auto path =
-      host().choosers.saveFile({"Export study results", "csv files (*.csv)|*.csv||", ".csv", "study.csv"});
-  if (!path || path->empty()) return;
-  int32_t scope = 0, layout = 0;
+  // Scripts answer with the file first; a person would lose the way to it where there is nothing to write.
+  const bool fileFirst = isUnattended();
+  const auto choose = [] {
+    return host().choosers.saveFile(
+        {"Export study results", "csv files (*.csv)|*.csv||", ".csv", "study.csv"});
+  };
+  auto path = fileFirst ? choose() : std::nullopt;
+  if (fileFirst && (!path || path->empty())) return;
+  const auto& all = theApp().documents.documents();
+  const bool hasTables = std::ranges::any_of(
+      all, [](const CDocument* d) { return dynamic_cast<const CResultDoc*>(d) != nullptr; });
+  int32_t scope = fileFirst || hasTables ? 0 : theExams().subjectId().empty() ? 2 : 1, layout = 0;
   std::string quantities;
   Form form("Export study results");
   form.addChoice("Tables", scope, {"open tables", "and those of the subject", "and those of all subjects"});
@@ -348,6 +356,8 @@ void exportStudyCommand() {
       "that documents tell. Results are named as in the tables, several with commas between them: "
       "capillary density, velocity.");
   if (!asked(form)) return;
+  if (!fileFirst) path = choose();
+  if (!path || path->empty()) return;
   Outcome done = theApp().documents.mayOutputTo(*path);
   std::string unread;
   const WaitScope wait;

@@ -115,6 +115,9 @@ TEST_F(Runner, ASubjectsDateOfBirthAndSexAreTold) {
   EXPECT_EQ(app.db->person("A"), (PersonRow{"1970-02-03", "f"}));
   EXPECT_TRUE(run("subject a no sex=m").ok);
   EXPECT_EQ(app.db->person("A"), (PersonRow{"1970-02-03", "f"})) << "another subject's";
+  EXPECT_THAT(run("subject A born=4.2.1970").why, HasSubstr("known as \"1970-02-03\""));
+  EXPECT_TRUE(run("subject A yes born=4.2.1970").ok);
+  EXPECT_EQ(app.db->person("A").born, "1970-02-04");
   std::vector<Step> steps;
   for (const char* wrong : {"subject A born=1970-02-30", "subject A sex=y"})
     EXPECT_NE(parseScript(wrong, "test", steps), "") << wrong;

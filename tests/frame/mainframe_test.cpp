@@ -143,6 +143,10 @@ TEST_F(Frame, TheDemonstrationLeavesTheUsersDataFolderInTheProfile) {
   EXPECT_EQ(started.back(), app->dataFolder);
   EXPECT_EQ(settings.getString("Settings", "database", ""), before);
   started.clear();
+  const std::string own = folder.file("own/");
+  settings.setString("Settings", "database", own + "tarn.db");
+  run(cmd::Demonstration);
+  EXPECT_EQ(app->dataFolder, own) << "back";
   run(cmd::Demonstration);
   EXPECT_TRUE(started.empty()) << "it is made once";
   ::unsetenv("XDG_DATA_HOME");

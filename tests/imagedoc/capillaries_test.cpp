@@ -267,9 +267,14 @@ TEST_F(Capillaries, ThresholdAndPreprocessWindowsKeepTheOriginal) {
   ZBasicDoc& d = makeFinger(sparseNailfold());
   const auto before = pixelsOf(*d.theImage());
   d.roi = {100, 100, 1000, 900};
+  d.addPointToDimension(d.addDimension({300, 300}, CDimList::kCircle), {303, 300});
   run("Threshold Capillaries");
   ZBasicDoc& binary = *image();
   ASSERT_NE(&binary, &d);
+  EXPECT_TRUE(std::ranges::none_of(binary.currentDims().items, [&](const auto& mark) {
+    return mark->isSame(d.currentDims().at(0));
+  })) << "what was marked before is not counted again";
+  d.currentDims().removeAll();
   EXPECT_GT(binary.theImage()->countValue(0) + binary.theImage()->countValue(255), 900 * 800 * 9 / 10);
   EXPECT_THAT(binary.resultText, HasSubstr("capillary density"));
   EXPECT_EQ(d.resultText, "");
@@ -302,7 +307,11 @@ TEST_F(ImageDocument, MinimaLandAtFullImagePositions) {
 
   d.notes.clear();
   host.fill({{"threshold", "100"}});
-  host.fills.push_back([](Form&) { return false; });  // Cancel: the shown value counts
+  host.fills.push_back([](Form&) { return false; });
+  run("find minima within tolerance");
+  EXPECT_EQ(d.notes, "") << "cancelled";
+  host.fill({{"threshold", "100"}});
+  host.fill({{"tolerance", "50"}});
   run("find minima within tolerance");
   ASSERT_EQ(d.currentDims().size(), 2);
   EXPECT_EQ(d.currentDims().at(0).label, "50");

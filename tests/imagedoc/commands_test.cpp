@@ -399,6 +399,9 @@ TEST_F(ImageDocument, OneKnownLengthOfTheSelectedLineCalibratesBothAxes) {
   run("Calibrate magnification");
   EXPECT_THAT(host.messages.back(), testing::HasSubstr("none in um"));
   EXPECT_DOUBLE_EQ(d.magx, 2);
+  host.fill({{"Size of a pixel", "0.00084"}, {"Unit", "mm"}});
+  run("Calibrate magnification");
+  EXPECT_DOUBLE_EQ(d.magy, 0.84);
 }
 
 TEST_F(ImageDocument, ACalibrationToPixelsFarFromSquareIsAskedAbout) {

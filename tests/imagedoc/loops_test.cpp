@@ -63,7 +63,9 @@ TEST_F(NailfoldRow, DensityFollowsItsMarksAndASave) {
   const std::string edited = d.resultText;
   reopen("a.tv1");
   EXPECT_EQ(image()->resultText, edited);
-  image()->chooseList(kNailfoldList);
+  EXPECT_EQ(image()->currentlist, kNailfoldList) << "which is corrected and found again";
+  run("Find Capillaries");
+  EXPECT_EQ(image()->resultText, edited) << "the row and its curve are no capillaries";
   image()->deleteDimension(marksOf(*image()).size() - 1);
   EXPECT_THAT(resultOf(*image()), StartsWith(format("Nailfold loops: %zu on ", loops - 2)));
   marksOf(*image()).remove(0);
