@@ -3,6 +3,8 @@
 #include <QGuiApplication>
 #include <QPdfWriter>
 #include <clocale>
+#include <cstdlib>
+#include <string>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -19,6 +21,9 @@ constexpr int kPixelsPerInch = 300;
 // Fonts need one; it is made for the first picture and wants no display.
 void needFonts() {
   if (QCoreApplication::instance()) return;
+  // Of the process's other windows, and of programs that it starts, this says nothing.
+  const char* set = std::getenv("QT_QPA_PLATFORM");
+  const std::string before = set ? set : "";
   ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
   // What it finds missing of a desktop is of no concern here.
   qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
@@ -27,6 +32,10 @@ void needFonts() {
   static char* arguments[] = {name, nullptr};
   static const QGuiApplication application(count, arguments);
   std::setlocale(LC_NUMERIC, "C");
+  if (set)
+    ::setenv("QT_QPA_PLATFORM", before.c_str(), 1);
+  else
+    ::unsetenv("QT_QPA_PLATFORM");
 }
 
 class PdfJob final : public PrintJob {
