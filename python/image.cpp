@@ -16,19 +16,25 @@ const char* coloursOf(const CZZimage& image) {
   return image.colourset == kColour ? "colour" : image.colourset == kBayer ? "mosaic" : "grey";
 }
 
+// One that can't be read has no pages, and says why when its first is read.
+void requirePage(int32_t page, int32_t pages) {
+  if (page != 0 && page >= pages)
+    throw py::index_error(format("there is no page %i: there are %i", page, pages));
+}
+
 // By the road that an image document takes to a file of pixels, without the scale that the settings lend it.
 void read(const std::string& path, int32_t page, Image& image) {
   if (isDicomFile(path)) {
     std::string why;
     const auto pictures = openDicom(path, why);
     if (!pictures) throw Failure(path + " can't be read: " + why);
-    if (page >= pictures->frames())
-      throw Failure(format("%s has %i pictures.", path.c_str(), pictures->frames()));
+    requirePage(page, pictures->frames());
     if (!pictures->read(page, *image.pixels)) throw Failure(path + " can't be read: it is damaged.");
     image.pixel = {pictures->scale().x, pictures->scale().y};
     for (const std::string& line : pictures->remarks()) image.notes += line + "\n";
     return;
   }
+  requirePage(page, stillPages(path));
   std::string flaw;
   if (page == 0 && loadsAsItStands(path)) {
     if (!image.pixels->load(path, {}, &flaw))
@@ -44,7 +50,7 @@ void read(const std::string& path, int32_t page, Image& image) {
 
 Image readImage(const py::object& path, int32_t page) {
   const std::string file = existingFile(path);
-  if (page < 0) throw py::index_error("pages count from 0");
+  if (page < 0) throw py::index_error("pages are counted from 0");
   Image image{std::make_shared<CZZimage>(), {}, {}, false};
   const Turn turn;
   read(file, page, image);

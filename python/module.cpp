@@ -28,7 +28,7 @@ std::string existingFile(const py::object& path) {
   std::string file = pathOf(path);
   if (fileExists(file)) return file;
   errno = folderExists(file) ? EISDIR : ENOENT;
-  PyErr_SetFromErrnoWithFilenameObject(PyExc_OSError, path.ptr());
+  PyErr_SetFromErrnoWithFilename(PyExc_OSError, file.c_str());
   throw py::error_already_set();
 }
 

@@ -41,7 +41,7 @@ py::array frame(const Movie& movie, py::ssize_t index) {
 py::array_t<double> timestamps(const Movie& movie) {
   py::array_t<double> times(framesOf(movie).count);
   for (py::ssize_t i = 0; i < times.size(); ++i)
-    times.mutable_at(i) = static_cast<double>(i) / movie.framesPerSecond;
+    times.mutable_at(i) = movie.framesPerSecond > 0 ? static_cast<double>(i) / movie.framesPerSecond : 0.0;
   return times;
 }
 

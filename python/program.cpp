@@ -83,14 +83,16 @@ Program::~Program() {
 }
 
 void Program::with(const std::function<void(ScriptProgram&)>& work) {
-  if (theRunning) {
-    work(theRunning->script());
-    theRunning->throwInterruption();
-    return;
+  std::unique_ptr<Program> own;
+  if (!theRunning) own = std::make_unique<Program>(Options());
+  Program& program = *theRunning;
+  try {
+    work(program.script());
+  } catch (const Failure&) {
+    program.throwInterruption();  // why it failed
+    throw;
   }
-  Program own({});
-  work(own.script());
-  own.throwInterruption();
+  program.throwInterruption();
 }
 
 bool Program::mayGoOn() {

@@ -1,5 +1,6 @@
 // The steps of the script language, and the session in which they run.
 #include <algorithm>
+#include <cstdlib>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -8,6 +9,7 @@
 #include "batch/verbs.h"
 #include "program.h"
 #include "reading.h"
+#include "results/resultdoc.h"
 
 namespace tarnvisor::python {
 
@@ -56,14 +58,15 @@ py::list resultsOf(const std::vector<StepRun>& done) {
   return results;
 }
 
-// ScriptError, with what a program wants to know of it.
-[[noreturn]] void raise(const std::string& words, const std::vector<StepRun>& done) {
+// ScriptError, with what a program wants to know of it. step: empty for one that could not be read.
+[[noreturn]] void raise(const std::string& words, const std::string& source, int line,
+                        const std::string& step, const std::vector<StepRun>& done) {
   const py::object type = py::module_::import("tarnvisor._core").attr("ScriptError");
   py::object error = type(text(words));
   error.attr("results") = resultsOf(done);
-  error.attr("source") = done.empty() ? py::object(py::none()) : text(done.back().step.source);
-  error.attr("line") = done.empty() ? py::object(py::none()) : py::int_(done.back().step.lineNumber);
-  error.attr("step") = done.empty() ? py::object(py::none()) : text(done.back().step.line());
+  error.attr("source") = text(source);
+  error.attr("line") = line;
+  error.attr("step") = text(step);
   PyErr_SetObject(type.ptr(), error.ptr());
   throw py::error_already_set();
 }
@@ -82,8 +85,9 @@ std::vector<Step> stepsOf(const py::object& given) {
     for (const py::handle line : given) script += line.cast<std::string>() + "\n";
   }
   std::vector<Step> steps;
+  // Its words begin with source and line.
   if (const std::string wrong = parseScript(script, source, steps); !wrong.empty())
-    raise(std::string(trimmed(wrong)), {});
+    raise(std::string(trimmed(wrong)), source, std::atoi(wrong.c_str() + source.size() + 1), "", {});
   return steps;
 }
 
@@ -134,7 +138,8 @@ class Session {
     }
     if (!keepGoing && !done.empty() && !done.back().ok) {
       const Step& step = done.back().step;
-      raise(step.where() + ": " + step.line() + ": " + done.back().why, done);
+      raise(step.where() + ": " + step.line() + ": " + done.back().why, step.source, step.lineNumber,
+            step.line(), done);
     }
     return resultsOf(done);
   }
@@ -144,6 +149,13 @@ class Session {
     const Turn turn;
     CDocument* front = documentInFront(open().script().app);
     return front ? std::optional(copyOf(*front)) : std::nullopt;
+  }
+
+  std::optional<DocumentContents> table(const std::string& title) {
+    const Turn turn;
+    static_cast<void>(open());
+    CResultDoc* found = findResultDocument(title);
+    return found ? std::optional(copyOf(*found)) : std::nullopt;
   }
 
   std::string makeDemonstration() {
@@ -186,6 +198,13 @@ void bindScript(py::module_& module) {
           "unless keep_going.")
       .def("document", &Session::document,
            "A copy of the document that steps mean, as it stands; None without one.")
+      .def(
+          "table",
+          [](Session& s, const std::string& title) {
+            const auto found = s.table(title);
+            return found ? found->table : nullptr;
+          },
+          py::arg("title"), "A copy of the open result Table of that title; None when there is none.")
       .def(
           "make_demonstration", [](Session& s) { return text(s.makeDemonstration()); },
           "Makes the demonstration's subject in the data folder and selects its exam; the folder of that.")

@@ -37,3 +37,7 @@ __all__ = [
     "read_image",
     "run",
 ]
+
+for _name in __all__:
+    globals()[_name].__module__ = __name__
+del _name
