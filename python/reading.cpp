@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/files.h"
 #include "base/text.h"
 #include "charts/chartdoc.h"
 #include "dynamic/vivocapdoc.h"
@@ -107,7 +108,7 @@ void takeBinding(CdbDocument& document, DocumentContents& contents) {
 
 DocumentContents contentsOf(CDocument& document, Leaves leaves) {
   DocumentContents contents;
-  contents.path = document.pathName();
+  if (fileExists(document.pathName())) contents.path = document.pathName();  // others are for a save to come
   contents.title = document.title();
   if (const DocumentType* type = document.storedType()) contents.kind = lowerCase(type->documentName());
   if (auto* filed = dynamic_cast<CdbDocument*>(&document)) takeBinding(*filed, contents);

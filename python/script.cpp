@@ -82,7 +82,10 @@ std::vector<Step> stepsOf(const py::object& given) {
     if (!read) throw Failure(source + " can't be read");
     script.assign(read->begin(), read->end());
   } else {
-    for (const py::handle line : given) script += line.cast<std::string>() + "\n";
+    for (const py::handle line : given) {
+      if (!py::isinstance<py::str>(line)) throw py::type_error("a step is a str");
+      script += line.cast<std::string>() + "\n";
+    }
   }
   std::vector<Step> steps;
   // Its words begin with source and line.
