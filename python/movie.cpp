@@ -95,7 +95,7 @@ void bindMovie(py::module_& module) {
           "Where each frame lies among the marks of its document, int32 of shape (frames, 2): x and y in pixels.")
       .def_property_readonly("closed", [](const Movie& m) { return m.frames == nullptr; })
       .def("close", &closeMovie, "Closes the file. Arrays that were read stay.")
-      .def("__enter__", [](std::shared_ptr<Movie> m) { return framesOf(*m), m; })
+      .def("__enter__", [](const std::shared_ptr<Movie>& m) { return framesOf(*m), m; })
       .def("__exit__", [](Movie& m, const py::args&) { closeMovie(m); })
       .def("__repr__", [](const Movie& m) {
         return m.frames ? format("<tarnvisor.Movie %i frames %s>", m.frames->count, m.path.c_str())

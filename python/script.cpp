@@ -214,7 +214,7 @@ void bindScript(py::module_& module) {
       .def("close", &Session::close,
            "Closes all documents without saving and ends the system. Once is enough.")
       .def_property_readonly("closed", &Session::isClosed)
-      .def("__enter__", [](std::shared_ptr<Session> s) { return s; })
+      .def("__enter__", [](const std::shared_ptr<Session>& s) { return s; })
       .def("__exit__", [](Session& s, const py::args&) { s.close(); });
   module.def(
       "run",
