@@ -40,9 +40,13 @@ Turn::Turn() {
     throw Failure("A handler of signals can't call the system that it interrupts.");
   turns.lock();
   whoseTurn = std::this_thread::get_id();
+  own = ::newlocale(LC_NUMERIC_MASK, "C", ::duplocale(LC_GLOBAL_LOCALE));
+  before = ::uselocale(own);
 }
 
 Turn::~Turn() {
+  ::uselocale(before);
+  if (own) ::freelocale(own);
   whoseTurn = std::thread::id();
   turns.unlock();
 }

@@ -2,6 +2,8 @@
 // once, so calls take turns, whatever thread they come from.
 #pragma once
 
+#include <locale.h>
+
 #include <exception>
 #include <functional>
 #include <memory>
@@ -24,6 +26,7 @@ class Turn {
 
  private:
   py::gil_scoped_release released;
+  locale_t own = nullptr, before = nullptr;
 };
 
 // The running system. Its settings are a copy in a folder of its own, which goes with it, and so does its

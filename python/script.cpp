@@ -121,8 +121,7 @@ class Session {
 
   void close() {
     const Turn turn;
-    program.reset();
-    if (last == this) last = nullptr;
+    end();
   }
   static void closeLast() {
     if (last) last->close();
@@ -138,6 +137,7 @@ class Session {
       GatheringRunner runner(open());
       static_cast<void>(runner.run(steps, keepGoing));
       done = std::move(runner.done);
+      if (open().script().host.closeWanted()) end();  // a step was the command Exit
     }
     if (!keepGoing && !done.empty() && !done.back().ok) {
       const Step& step = done.back().step;
@@ -173,6 +173,10 @@ class Session {
   Program& open() {
     if (!program) throw Failure("The session is closed.");
     return *program;
+  }
+  void end() {
+    program.reset();
+    if (last == this) last = nullptr;
   }
   inline static Session* last = nullptr;  // that is open
   std::unique_ptr<Program> program;

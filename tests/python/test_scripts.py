@@ -59,7 +59,7 @@ class Sessions(Case):
             with self.assertRaisesRegex(tarnvisor.Error, "open in this process already"):
                 tarnvisor.Session()
         session = tarnvisor.Session()
-        session.close()
+        session.run("command Exit")
         session.close()
         with self.assertRaisesRegex(tarnvisor.Error, "closed"):
             session.run("print status")
