@@ -46,4 +46,24 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qhull-bin, fonts-dejavu-core")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_SOURCE_DIR}/packaging/postrm)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+# The Python module is a package beside the main one, which stays what it is without it.
+if(TARNVISOR_PYTHON)
+  set(CPACK_DEB_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENTS_ALL Unspecified python3-tarnvisor)
+  set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_NAME tarnvisor)
+  set(CPACK_DEBIAN_UNSPECIFIED_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION_SUMMARY}\n${CPACK_PACKAGE_DESCRIPTION}")
+  set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_CONTROL_EXTRA ${CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA})
+  set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_DEPENDS ${CPACK_DEBIAN_PACKAGE_DEPENDS})
+  unset(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA)
+  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each description begins with its own
+  set(CPACK_DEBIAN_PYTHON3-TARNVISOR_PACKAGE_NAME python3-tarnvisor)
+  set(CPACK_DEBIAN_PYTHON3-TARNVISOR_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON3-TARNVISOR_DESCRIPTION "capillaroscopy in Python\nImages, movies, marks, traces and documents of \
+Tarnvisor as numpy arrays, and its\nscript language.")
+  # What is compiled for one Python is for that one alone.
+  math(EXPR next "${Python_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PYTHON3-TARNVISOR_PACKAGE_DEPENDS
+      "python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${next}), \
+python3-numpy, ${CPACK_DEBIAN_PACKAGE_DEPENDS}")
+endif()
 include(CPack)

@@ -8,14 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "assembly/assembly.h"
 #include "base/files.h"
 #include "batch/demonstration.h"
 #include "batch/runner.h"
 #include "batch/script.h"
-#include "batch/scripthost.h"
-#include "doppler/dopplerinput.h"
-#include "frame/mainframe.h"
+#include "batch/scriptprogram.h"
 #include "settings/profileuse.h"
 
 namespace {
@@ -36,23 +33,12 @@ int main(int argc, char** argv) {
   if (options.exitCode >= 0) return options.exitCode;
 
   std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error in words
-  registerStoredClasses();
-  ScriptHost script;
-  const HostScope scope(script.ports);
-  CBasicApp app;
-  const ExamSelection exams(app);
-  const CBasicMainFrame frame(app);
-  // The computer's sound is left alone by runs that don't use it.
-  std::optional<DopplerInput> velocity;
-  if (std::ranges::find(options.steps, "doppler", &Step::word) != options.steps.end()) velocity.emplace(app);
+  ScriptProgram program;
+  if (std::ranges::find(options.steps, "doppler", &Step::word) != options.steps.end())
+    program.useVelocityInput();
   StartOptions start;
   start.programPath = workstationPath();
   start.profilePath = options.profile;
-  start.documentTable = documentTable();
-  start.listenForOthers = false;
-  start.askForDataFolder = false;
-  start.keepWorkingFolder = true;
-  start.remembersFiles = false;
   start.dataFolder = options.dataFolder;
   const bool made = !options.profile.empty() && !fileExists(options.profile);
   const ProfileClaim claim(options.profile);
@@ -62,8 +48,8 @@ int main(int argc, char** argv) {
   if (!claim.isOurs())
     std::fprintf(stderr, "%s is in use by another run: this one works on a copy\n", options.profile.c_str());
   for (int i = 0; i < argc; ++i) start.logLine += std::string(i ? " " : "") + argv[i];
-  if (!app.initInstance(start)) {
-    std::fprintf(stderr, "tarnvisor-batch can't start: %s\n", script.shown().c_str());
+  if (!program.start(start)) {
+    std::fprintf(stderr, "tarnvisor-batch can't start: %s\n", program.host.shown().c_str());
     return 1;
   }
   if (made)
@@ -71,14 +57,14 @@ int main(int argc, char** argv) {
                  fileExists(options.profile) ? "is made from the factory settings"
                                              : "can't be made; the settings are not kept");
   int code = 0;
-  if (script.hadError()) {
-    std::fprintf(stderr, "%s\n", script.shown().c_str());
+  if (program.host.hadError()) {
+    std::fprintf(stderr, "%s\n", program.host.shown().c_str());
     code = 1;
   }
-  while (app.loop.hasPosted() && !app.loop.hasQuit()) app.loop.turn();
-  if (code == 0 && options.demonstration) code = runDemonstration(app, script);
+  if (code == 0 && options.demonstration) code = runDemonstration(program.app, program.host);
   if (code == 0 || options.keepGoing)
-    code = std::max(code, ScriptRunner(app, script, options.json).run(options.steps, options.keepGoing));
-  app.exitInstance();
+    code = std::max(
+        code, ScriptRunner(program.app, program.host, options.json).run(options.steps, options.keepGoing));
+  program.app.exitInstance();
   return code;
 }

@@ -3,6 +3,10 @@
 #include <QGuiApplication>
 #include <QPdfWriter>
 #include <clocale>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -16,17 +20,39 @@ namespace {
 
 constexpr int kPixelsPerInch = 300;
 
+// What Qt's application changes as it begins, which other parts of the process and programs that it starts
+// have their own way.
+class KeptForOthers {
+ public:
+  KeptForOthers() {
+    for (const int category : kCategories) locales.emplace_back(std::setlocale(category, nullptr));
+    if (const char* set = std::getenv(kPlatform)) platform = set;
+    ::setenv(kPlatform, "offscreen", 1);
+  }
+  ~KeptForOthers() {
+    for (size_t i = 0; i < locales.size(); ++i) std::setlocale(kCategories[i], locales[i].c_str());
+    platform ? ::setenv(kPlatform, platform->c_str(), 1) : ::unsetenv(kPlatform);
+  }
+  KeptForOthers(const KeptForOthers&) = delete;
+  KeptForOthers& operator=(const KeptForOthers&) = delete;
+
+ private:
+  static constexpr const char* kPlatform = "QT_QPA_PLATFORM";
+  static constexpr int kCategories[] = {LC_NUMERIC, LC_TIME, LC_COLLATE, LC_MONETARY, LC_MESSAGES};
+  std::vector<std::string> locales;
+  std::optional<std::string> platform;
+};
+
 // Fonts need one; it is made for the first picture and wants no display.
 void needFonts() {
   if (QCoreApplication::instance()) return;
-  ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+  const KeptForOthers kept;
   // What it finds missing of a desktop is of no concern here.
   qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
   static int count = 1;
   static char name[] = "tarnvisor-batch";
   static char* arguments[] = {name, nullptr};
   static const QGuiApplication application(count, arguments);
-  std::setlocale(LC_NUMERIC, "C");
 }
 
 class PdfJob final : public PrintJob {

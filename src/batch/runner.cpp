@@ -1,6 +1,7 @@
 #include "batch/runner.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "base/text.h"
 #include "batch/verbs.h"
@@ -44,17 +45,16 @@ void ScriptRunner::giveUp(const Step& step) {
   const std::vector<CDocument*> open = app.documents.documents();
   for (CDocument* document : open) {
     if (document->collectsOverExams()) continue;
-    if (document->isModified())
-      std::fprintf(stderr, "%s: %s is closed unsaved\n", step.where().c_str(), document->title().c_str());
+    if (document->isModified()) warn(step.where() + ": " + document->title() + " is closed unsaved");
     document->type()->discard(*document);
   }
 }
 
-void ScriptRunner::tellLostRows() const {
+void ScriptRunner::tellLostRows() {
   for (const CDocument* document : app.documents.documents())
     if (const auto* table = dynamic_cast<const CResultDoc*>(document); table && table->hasUnkeptRows())
-      std::fprintf(stderr, "the %zu rows of the table \"%s\" were neither saved nor exported\n",
-                   table->rowCount(), table->title().c_str());
+      warn(format("the %zu rows of the table \"%s\" were neither saved nor exported", table->rowCount(),
+                  table->title().c_str()));
 }
 
 int ScriptRunner::run(const std::vector<Step>& steps, bool keepGoing) {
@@ -76,20 +76,25 @@ int ScriptRunner::run(const std::vector<Step>& steps, bool keepGoing) {
   return code;
 }
 
-void ScriptRunner::report(const Step& step, const StepResult& result) const {
+void ScriptRunner::warn(const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); }
+
+std::string jsonOf(const Step& step, const StepResult& result) {
+  std::string line = "{\"step\":" + jsonQuoted(step.line()) + ",\"ok\":" + (result.ok ? "true" : "false");
+  if (!result.ok) line += ",\"error\":" + jsonQuoted(result.why);
+  for (const auto& [name, value] : result.values) line += "," + jsonQuoted(name) + ":" + jsonQuoted(value);
+  if (!result.text.empty()) line += ",\"text\":" + jsonQuoted(result.text);
+  return line + "}";
+}
+
+void ScriptRunner::report(const Step& step, const StepResult& result) {
   if (asJson) {
-    std::string line = "{\"step\":" + jsonQuoted(step.line()) + ",\"ok\":" + (result.ok ? "true" : "false");
-    if (!result.ok) line += ",\"error\":" + jsonQuoted(result.why);
-    for (const auto& [name, value] : result.values) line += "," + jsonQuoted(name) + ":" + jsonQuoted(value);
-    if (!result.text.empty()) line += ",\"text\":" + jsonQuoted(result.text);
-    std::printf("%s}\n", line.c_str());
+    std::printf("%s\n", jsonOf(step, result).c_str());
   } else if (!result.text.empty()) {
     std::fputs(result.text.c_str(), stdout);
     if (result.text.back() != '\n') std::fputc('\n', stdout);
   }
   std::fflush(stdout);
-  if (!result.ok)
-    std::fprintf(stderr, "%s: %s: %s\n", step.where().c_str(), step.line().c_str(), result.why.c_str());
+  if (!result.ok) warn(step.where() + ": " + step.line() + ": " + result.why);
 }
 
 StepResult ScriptRunner::runStep(const Step& step) {

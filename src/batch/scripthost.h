@@ -2,6 +2,7 @@
 // not answered takes its stored or default value. Messages are gathered for the step's report.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ class ScriptHost final : public NullHost {
   std::string shown() const;
   bool hadError() const { return sawError; }
   bool closeWanted() const { return closing; }
+  // Asked while long work runs; false stops it as Cancel does. None: it runs to its end.
+  std::function<bool()> mayGoOn;
 
   using NullHost::show;
   Answer show(const std::string& text, Buttons buttons, Icon icon) override;
@@ -34,6 +37,7 @@ class ScriptHost final : public NullHost {
   using NullHost::run;
   bool run(Form& form) override;
   bool asksSomebody() const override { return false; }
+  bool progress(const std::string&, int64_t, int64_t) override { return !mayGoOn || mayGoOn(); }
   void closeMainFrame() override { closing = true; }
   bool print(const std::string& title, const Draw& draw) override;
   bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }

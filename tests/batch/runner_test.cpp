@@ -210,6 +210,17 @@ TEST_F(Runner, FlowOfAVideoBecomesATableAndAPicture) {
   EXPECT_THAT(run("close\nopen $a.zzfcf\nprint status").text, HasSubstr("FCD 100.000 %"));
 }
 
+TEST_F(Runner, LongWorkEndsWhenItsDriverWantsToStop) {
+  writeMovieFile(folder.file("a.mve"), 6, {16, 8}, [](CZZimage& image, int32_t k) { image.fill(40 * k); });
+  ASSERT_TRUE(run("open $a.mve").ok);
+  int asked = 0;
+  script.mayGoOn = [&] { return ++asked < 3; };
+  run("command Negative");
+  EXPECT_EQ(asked, 3);
+  script.mayGoOn = nullptr;
+  EXPECT_TRUE(run("command Negative").ok);
+}
+
 TEST_F(Runner, AProgramMayEndWhileAVideoPlays) {
   const std::string movie = writeMovieFile(folder.file("a.mve"), 3, {16, 8}, [](CZZimage&, int32_t) {});
   ASSERT_TRUE(run("open " + movie + "\ncommand \"play image sequence\"").ok);
