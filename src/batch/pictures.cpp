@@ -1,20 +1,13 @@
 #include "batch/pictures.h"
 
 #include <QGuiApplication>
-#include <QPdfWriter>
 #include <clocale>
 
-#include "base/files.h"
-#include "base/text.h"
-#include "desktop/paintercanvas.h"
 #include "desktop/picturefile.h"
-#include "desktop/qttext.h"
 
 namespace tarnvisor {
 
 namespace {
-
-constexpr int kPixelsPerInch = 300;
 
 // Fonts need one; it is made for the first picture and wants no display.
 void needFonts() {
@@ -28,19 +21,6 @@ void needFonts() {
   static const QGuiApplication application(count, arguments);
   std::setlocale(LC_NUMERIC, "C");
 }
-
-class PdfJob final : public PrintJob {
- public:
-  PdfJob(QPdfWriter& target, QPainter& borrowed) : writer(target), page(borrowed, true) {}
-  Size pageSize() const override { return {writer.width(), writer.height()}; }
-  double pixelsPerInch() const override { return kPixelsPerInch; }
-  Canvas& canvas() override { return page; }
-  bool nextPage() override { return writer.newPage(); }
-
- private:
-  QPdfWriter& writer;
-  PainterCanvas page;
-};
 
 }  // namespace
 
@@ -63,20 +43,8 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
 }
 
 Outcome printToPdf(const std::string& title, const Printer::Draw& draw, const std::string& path) {
-  if (!equalIgnoringCase(extensionOf(path), "pdf"))
-    return Outcome::failure(path + ": pages are written as pdf");
   needFonts();
-  return writeWhole(path, [&](QIODevice& file) -> QString {
-    QPdfWriter writer(&file);
-    writer.setResolution(kPixelsPerInch);
-    writer.setPageSize(QPageSize(QPageSize::A4));
-    writer.setTitle(toQt(title));
-    QPainter painter;
-    if (!painter.begin(&writer)) return "it can't be drawn";
-    PdfJob job(writer, painter);
-    draw(job);
-    return painter.end() ? "" : "it can't be drawn";
-  });
+  return writePages(path, title, draw);
 }
 
 }  // namespace tarnvisor

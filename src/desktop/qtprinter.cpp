@@ -11,6 +11,7 @@
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "desktop/paintercanvas.h"
+#include "desktop/picturefile.h"
 #include "desktop/qtports.h"
 #include "desktop/qttext.h"
 #include "settings/profile.h"
@@ -119,6 +120,10 @@ bool QtPrinter::print(const std::string& title, const Draw& draw) {
     if (dialog.exec() != QDialog::Accepted) return false;
   }
   return printChosen(printer, draw);
+}
+
+Outcome QtPrinter::writePdf(const std::string& path, const std::string& title, const Draw& draw) {
+  return writePages(path, title, draw);
 }
 
 bool QtPrinter::preview(const std::string& title, const Draw& draw) {

@@ -100,10 +100,11 @@ std::string wordsOf(const ResultFigure& figure) {
   return figure.quantity + (figure.unit.empty() ? "" : " (" + figure.unit + ")");
 }
 
-std::vector<Course> coursesOf(const std::string& subject) {
+std::vector<Course> coursesOf(const std::string& subject, const std::optional<std::string>& site) {
   const SubjectDatabase* db = theApp().db.get();
   if (!db) return {};
   std::vector<ExamRow> exams = db->examsOf(subject);
+  if (site) std::erase_if(exams, [&](const ExamRow& exam) { return exam.site != *site; });
   std::ranges::stable_sort(exams, {}, &ExamRow::created);
   std::map<std::string, Course> found;
   for (const ExamRow& exam : exams) {
