@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <clocale>
 
+#include "desktop/paintercanvas.h"
 #include "desktop/picturefile.h"
 
 namespace tarnvisor {

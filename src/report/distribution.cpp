@@ -62,7 +62,7 @@ Histogram histogramOf(std::span<const double> values) {
   if (!(width > 0)) width = std::max(std::abs(d.least) / 10, 1e-9);
   Histogram h;
   h.width = roundedUp(std::max(width, range / kMostBins));
-  const double from = std::floor(d.least / h.width);
+  const double from = std::floor(d.least / h.width + 1e-9);
   h.first = from * h.width;
   const auto bins = static_cast<size_t>(std::max(1.0, std::ceil(d.most / h.width - from - 1e-9)));
   h.counts.resize(bins);

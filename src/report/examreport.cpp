@@ -222,8 +222,8 @@ void examReportCommand() {
   }
   const std::string offered = (selected.hasExam() ? selected.folder() : theApp().dataFolder) + "report-" +
                               replaced(selected.subjectId(), kSeparator, '_') + ".pdf";
-  const auto path =
-      host().choosers.saveFile({"Exam report", "Portable Document Format (*.pdf)|*.pdf||", ".pdf", offered});
+  const auto path = host().choosers.saveFile(
+      {"Exam report", "Portable Document Format (*.pdf)|*.pdf||", ".pdf", offered, {}, selected.words()});
   if (!path || path->empty()) return;
   int32_t scope = selected.hasExam() ? 0 : 1;
   Form form("Exam report");
