@@ -40,7 +40,9 @@ ReportPart ZBasicView::reportPart() {
     if (list == kAmcList || list == kDustList) continue;
     const std::string counted = doc.kindsCounted(list);
     std::string title =
-        nameOfList(list) + ": " + (counted.empty() ? format("%zu marks", dims.items.size()) : counted);
+        nameOfList(list) + ": " +
+        (counted.empty() ? format("%zu mark%s", dims.items.size(), dims.items.size() == 1 ? "" : "s")
+                         : counted);
     if (dims.hidden) title += "; not shown in the picture";
     part.tables.push_back(tableOf(marks, std::move(title)));
   }

@@ -63,7 +63,7 @@ class ExamReport {
     for (size_t i = 0; i < reported.size(); ++i) {
       // The first stands below the head.
       if (i > 0) pages.newPage();
-      writeExam(pages, reported[i]);
+      writeExam(pages, reported[i], i == 0);
     }
     writeCourses(pages);
   }
@@ -75,7 +75,7 @@ class ExamReport {
     pages.caution(words);
   }
   void writeHead(ReportPages& pages) const;
-  void writeExam(ReportPages& pages, const ReportedExam& exam);
+  void writeExam(ReportPages& pages, const ReportedExam& exam, bool isFirst);
   void writeUnstored(ReportPages& pages, const ReportedExam& exam);
   void writeDocument(ReportPages& pages, const ReportedExam& exam, const ResultRow& result);
   void writeCourses(ReportPages& pages) const;
@@ -105,12 +105,11 @@ void ExamReport::writeHead(ReportPages& pages) const {
   pages.table(list, list.rows.size());
 }
 
-void ExamReport::writeExam(ReportPages& pages, const ReportedExam& exam) {
+void ExamReport::writeExam(ReportPages& pages, const ReportedExam& exam, bool isFirst) {
   const ExamRow& row = exam.row;
-  pages.heading(siteOf(row) + ", " + localDay(row.created), 6);
-  pages.facts({{"Subject", id},
-               {"Examination", format("%i of %s", row.id, localDay(row.created).c_str())},
-               {"Site", siteOf(row)},
+  pages.heading(siteOf(row) + ", " + localDay(row.created));
+  pages.facts({{"Subject", isFirst ? std::string() : id},
+               {"Examination", format("%i", row.id)},
                {"Comment", row.comment}});
   writeUnstored(pages, exam);
   if (exam.documents.empty()) pages.paragraph("No document of this examination is saved.");
@@ -133,37 +132,39 @@ void ExamReport::writeUnstored(ReportPages& pages, const ReportedExam& exam) {
 }
 
 // A view that fills any window gets one of the page's width.
-void writePicture(ReportPages& pages, CView& view, bool fillsWindow) {
-  Size window = view.pictureSize(1);
-  if (fillsWindow) {
-    constexpr int32_t kWidth = ReportPages::kScreenWidth;
-    window = {kWidth, kWidth * 2 / 5};
-    view.setWindowSize(window);
-    // Many strips don't fit into that.
-    window.height = std::clamp(view.contentSize().height, window.height, kWidth);
-    view.setWindowSize(window);
-  }
-  pages.picture(window, fillsWindow ? kChartHeight : kPictureHeight, [&](Canvas& canvas) {
-    view.drawPicture(canvas, window, {.times = 1, .overlays = true, .scaleBar = true});
-  });
+Size windowOf(CView& view, bool fillsWindow) {
+  if (!fillsWindow) return view.pictureSize(1);
+  constexpr int32_t kWidth = ReportPages::kScreenWidth;
+  Size window{kWidth, kWidth * 2 / 5};
+  view.setWindowSize(window);
+  // Many strips don't fit into that.
+  window.height = std::clamp(view.contentSize().height, window.height, kWidth);
+  view.setWindowSize(window);
+  return window;
 }
 
 void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, const ResultRow& result) {
   std::string whynot;
   const std::unique_ptr<CDocument> document = openUnseen(pathOf(exam.row, result.filename), whynot);
   if (!document) {
-    pages.heading(result.filename, 2);
+    pages.heading(result.filename);
     const std::vector<std::string> lines = split(whynot, '\n');
     return tell(pages, result.filename + " could not be opened: " + lines.front());
   }
   CView& view = *document->views().front();
   const ReportPart part = view.reportPart();
-  pages.heading(result.filename, part.hasPicture ? 12 : 6);
+  const Size window = part.hasPicture ? windowOf(view, part.fillsWindow) : Size{};
+  const double most = part.fillsWindow ? kChartHeight : kPictureHeight;
+  pages.heading(result.filename, part.hasPicture ? pages.heightOf(window, most) : 0);
+  if (part.hasPicture)
+    pages.picture(window, most, [&](Canvas& canvas) {
+      view.drawPicture(canvas, window, {.times = 1, .overlays = true, .scaleBar = true});
+    });
   const auto* bound = dynamic_cast<const CdbDocument*>(document.get());
-  std::vector<SideFact> facts{{"Result", bound ? bound->resultText : result.result}};
-  facts.insert(facts.end(), part.facts.begin(), part.facts.end());
-  if (part.hasPicture) writePicture(pages, view, part.fillsWindow);
-  pages.facts(facts);
+  const std::string& words = bound ? bound->resultText : result.result;
+  const bool isTold = std::ranges::any_of(part.facts, [&](const auto& fact) { return fact.value == words; });
+  pages.facts({{"Result", isTold ? std::string() : words}});
+  pages.facts(part.facts);
   for (const ReportTable& table : part.tables) pages.table(table, kMostRows);
   if (trimmed(part.notes).empty()) return;
   pages.gap();
@@ -174,6 +175,7 @@ void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, con
 void ExamReport::writeCourses(ReportPages& pages) const {
   std::set<std::string> sites;
   for (const ReportedExam& exam : reported) sites.insert(exam.row.site);
+  constexpr Size kCourse{ReportPages::kScreenWidth, ReportPages::kScreenWidth * 3 / 10};
   bool isFirst = true;
   for (const std::string& site : sites) {
     std::vector<Course> courses = coursesOf(id, site);
@@ -183,16 +185,16 @@ void ExamReport::writeCourses(ReportPages& pages) const {
     if (isFirst) pages.newPage();
     if (isFirst) pages.title("Course over time");
     isFirst = false;
-    pages.heading("Site: " + (trimmed(site).empty() ? std::string("not told") : site), 14);
+    pages.heading("Site: " + (trimmed(site).empty() ? std::string("not told") : site),
+                  pages.heightOf(kCourse, 1));
     for (const Course& course : courses) {
       const std::unique_ptr<CDocument> chart = type->classes().makeDocument();
       auto* taker = dynamic_cast<CourseTaker*>(chart.get());
       if (!taker || !taker->takeCourse(course)) continue;
       chart->addView(type->classes().makeView(*chart));
       CView& view = *chart->views().front();
-      const Size window{ReportPages::kScreenWidth, ReportPages::kScreenWidth * 3 / 10};
-      view.setWindowSize(window);
-      pages.picture(window, kChartHeight, [&](Canvas& canvas) { view.drawPicture(canvas, window, {}); });
+      view.setWindowSize(kCourse);
+      pages.picture(kCourse, 1, [&](Canvas& canvas) { view.drawPicture(canvas, kCourse, {}); });
     }
   }
 }

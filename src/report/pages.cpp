@@ -1,6 +1,7 @@
 #include "report/pages.h"
 
 #include <algorithm>
+#include <numeric>
 #include <optional>
 
 #include "app/basicapp.h"
@@ -96,9 +97,9 @@ void ReportPages::title(const std::string& words) {
   y += line / 2;
 }
 
-void ReportPages::heading(const std::string& words, int32_t linesBelow) {
+void ReportPages::heading(const std::string& words, int32_t below) {
   gap();
-  needs(line * (linesBelow + 2));
+  needs(2 * line + std::max(below, 4 * line));
   useFont(kHeading);
   write(words, 0, page.width, kHeadingInk);
   useFont(kBody);
@@ -111,7 +112,8 @@ void ReportPages::caution(const std::string& text) { write(text, 0, page.width, 
 void ReportPages::facts(const std::vector<SideFact>& all) {
   int32_t left = 0;
   for (const SideFact& fact : all) left = std::max(left, job.canvas().textSize(fact.name).width + line);
-  left = std::min(left, page.width / 3);
+  // The same in most blocks.
+  left = std::clamp(left, page.width / 6, page.width / 3);
   for (const SideFact& fact : all) {
     if (linesOf(fact.value).empty()) continue;
     needs(line);
@@ -120,7 +122,7 @@ void ReportPages::facts(const std::vector<SideFact>& all) {
     const int32_t below = y, last = number;
     // Beside its name, as long as that is on one page.
     if (first == last) y = top;
-    write(fact.value, left, page.width, fact.isCaution ? kCaution : kInk);
+    write(std::string(trimmed(fact.value)), left, page.width, fact.isCaution ? kCaution : kInk);
     if (number == last) y = std::max(y, below);
   }
 }
@@ -150,43 +152,59 @@ std::vector<ReportPages::Block> ReportPages::blocksOf(const ReportTable& shown, 
 }
 
 void ReportPages::writeCells(const ReportTable& shown, const Block& block,
-                             const std::vector<std::string>* cells) {
-  std::vector<std::vector<std::string>> pieces;
+                             const std::vector<const Cells*>& parts) {
+  struct Piece {
+    int32_t left;
+    Colour ink;
+    std::vector<std::string> lines;
+    bool isNumber;
+    int32_t width;
+  };
+  std::vector<Piece> pieces;
   size_t lines = 1;
-  for (size_t i = 0; i < block.columns.size(); ++i) {
-    const ReportTable::Column& column = shown.columns[block.columns[i]];
-    const std::string& words = cells ? (*cells)[block.columns[i]] : column.heading;
-    pieces.push_back(wrapped(job.canvas(), replaced(words, '\n', ' '), block.widths[i] - line));
-    lines = std::max(lines, pieces.back().size());
-  }
+  int32_t left = 0;
+  for (const Cells* cells : parts)
+    for (size_t i = 0; i < block.columns.size(); ++i) {
+      const ReportTable::Column& column = shown.columns[block.columns[i]];
+      const std::string words = replaced(cells ? (*cells)[block.columns[i]] : column.heading, '\n', ' ');
+      const int32_t width = block.widths[i] - line;
+      pieces.push_back(
+          {left, cells ? kInk : kFaint, wrapped(job.canvas(), words, width), column.isNumber, width});
+      lines = std::max(lines, pieces.back().lines.size());
+      left += block.widths[i];
+    }
+  // No cell is higher than a page.
   lines = std::min(lines, static_cast<size_t>(std::max(1, bottom() / line)));
   needs(static_cast<int32_t>(lines) * line);
-  int32_t left = 0;
-  for (size_t i = 0; i < pieces.size(); ++i) {
-    const bool isNumber = shown.columns[block.columns[i]].isNumber;
-    for (size_t k = 0; draws() && k < std::min(lines, pieces[i].size()); ++k) {
-      const int32_t room = block.widths[i] - line - job.canvas().textSize(pieces[i][k]).width;
-      job.canvas().text({left + (isNumber ? room : 0), y + static_cast<int32_t>(k) * line}, pieces[i][k],
-                        cells ? kInk : kFaint);
+  for (const Piece& piece : pieces)
+    for (size_t k = 0; draws() && k < std::min(lines, piece.lines.size()); ++k) {
+      const int32_t room = piece.width - job.canvas().textSize(piece.lines[k]).width;
+      job.canvas().text({piece.left + (piece.isNumber ? room : 0), y + static_cast<int32_t>(k) * line},
+                        piece.lines[k], piece.ink);
     }
-    left += block.widths[i];
-  }
   y += static_cast<int32_t>(lines) * line;
 }
 
 void ReportPages::writeBlock(const ReportTable& shown, const Block& block, size_t rows) {
+  constexpr size_t kFewRows = 6;  // stay below each other
+  const int32_t width = std::accumulate(block.widths.begin(), block.widths.end(), 0);
+  const size_t most = rows > kFewRows ? static_cast<size_t>(std::max(1, (page.width + line) / width)) : 1;
+  const size_t below = (rows + most - 1) / most;
+  const size_t parts = below == 0 ? 1 : (rows + below - 1) / below;
   const auto head = [&] {
     needs(3 * line);
-    writeCells(shown, block, nullptr);
+    writeCells(shown, block, std::vector<const Cells*>(parts, nullptr));
     rule(y, kRule);
     y += line / 4;
   };
   head();
-  for (size_t row = 0; row < rows; ++row) {
+  for (size_t row = 0; row < below; ++row) {
     const int32_t before = number;
-    if (y + line > bottom()) newPage();
+    needs(line);
     if (number != before) head();
-    writeCells(shown, block, &shown.rows[row]);
+    std::vector<const Cells*> beside;
+    for (size_t at = row; at < rows; at += below) beside.push_back(&shown.rows[at]);
+    writeCells(shown, block, beside);
   }
 }
 
@@ -204,24 +222,28 @@ void ReportPages::table(const ReportTable& shown, size_t most) {
   if (rows < shown.rows.size()) paragraph(format("... and %zu more", shown.rows.size() - rows));
 }
 
+// Of the page's width where that isn't too high; no picture of few pixels fills the page.
+Size ReportPages::sizeOf(Size window, double mostOfHeight) const {
+  constexpr double kLargestPixel = 1.0 / 48;  // inches
+  const double width = std::min({double(page.width), window.width * job.pixelsPerInch() * kLargestPixel,
+                                 mostOfHeight * bottom() * window.width / window.height});
+  return {std::max(1, static_cast<int32_t>(width)),
+          std::max(1, static_cast<int32_t>(width * window.height / window.width))};
+}
+
 void ReportPages::picture(Size window, double mostOfHeight, const std::function<void(Canvas&)>& draw) {
   if (window.width < 1 || window.height < 1) return;
   gap();
-  // No picture of few pixels fills the page.
-  constexpr double kLargestPixel = 1.0 / 48;  // inches
-  const double most = std::min({double(page.width), window.width * job.pixelsPerInch() * kLargestPixel,
-                                mostOfHeight * bottom() * window.width / window.height});
-  const auto width = std::max(1, static_cast<int32_t>(most));
-  const auto height = std::max(1, static_cast<int32_t>(most * window.height / window.width));
-  needs(height);
+  const Size size = sizeOf(window, mostOfHeight);
+  needs(size.height);
   if (draws()) {
     {
-      PartCanvas part(job.canvas(), {0, y, width, y + height}, window);
+      PartCanvas part(job.canvas(), {0, y, size.width, y + size.height}, window);
       draw(part);
     }
     useFont(kBody);
   }
-  y += height;
+  y += size.height;
   gap();
 }
 
@@ -234,28 +256,60 @@ class PagesOfPicture final : public PrintJob {
  public:
   static constexpr Size kPage{794, 1123};
   explicit PagesOfPicture(Canvas& canvas) : picture(canvas) { (void)nextPage(); }
-  Size pageSize() const override { return {kPage.width - 2 * kMargin, kPage.height - 2 * kMargin}; }
+  Size pageSize() const override { return kPage; }
   double pixelsPerInch() const override { return 96; }
   Canvas& canvas() override { return *page; }
   bool nextPage() override {
     page.reset();
     const int32_t top = begun++ * kPage.height;
-    picture.fill({0, top, kPage.width, top + kPage.height}, 0xffffff);
-    const Rect place{kMargin, top + kMargin, kPage.width - kMargin, top + kPage.height - kMargin};
-    page.emplace(picture, place, Size{place.width(), place.height()});
+    const Rect place{0, top, kPage.width, top + kPage.height};
+    picture.fill(place, 0xffffff);
+    page.emplace(picture, place, kPage);
     return true;
   }
   int32_t count() const { return begun; }
 
  private:
-  static constexpr int32_t kMargin = 38;
   Canvas& picture;
   std::optional<PartCanvas> page;
   int32_t begun = 0;
 };
 
-void drawReport(PrintJob& job, const ReportContent& content) {
-  if (job.pageSize().width < 1 || job.pageSize().height < 1) return;
+// The same pages with a margin: what can be printed on reaches to the paper's edge.
+class Inset final : public PrintJob {
+ public:
+  explicit Inset(PrintJob& whole)
+      : job(whole), margin(static_cast<int32_t>(whole.pixelsPerInch() * kInches)) {
+    const Size size = job.pageSize();
+    if (std::min(size.width, size.height) < 8 * margin) margin = 0;
+    lay();
+  }
+  Size pageSize() const override {
+    return {job.pageSize().width - 2 * margin, job.pageSize().height - 2 * margin};
+  }
+  double pixelsPerInch() const override { return job.pixelsPerInch(); }
+  Canvas& canvas() override { return *page; }
+  bool nextPage() override {
+    page.reset();
+    const bool begun = job.nextPage();
+    lay();
+    return begun;
+  }
+
+ private:
+  static constexpr double kInches = 0.35;
+  void lay() {
+    const Size size = pageSize();
+    page.emplace(job.canvas(), Rect{margin, margin, margin + size.width, margin + size.height}, size);
+  }
+  PrintJob& job;
+  int32_t margin;
+  std::optional<PartCanvas> page;
+};
+
+void drawReport(PrintJob& whole, const ReportContent& content) {
+  if (whole.pageSize().width < 1 || whole.pageSize().height < 1) return;
+  Inset job(whole);
   const std::string foot = footOfToday();
   const auto count = [&](int32_t total) {
     ReportPages pages(job, foot, total);

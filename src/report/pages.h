@@ -21,15 +21,17 @@ class ReportPages {
   ReportPages& operator=(const ReportPages&) = delete;
 
   void title(const std::string& words);
-  // Stays with so much of what follows it, in lines of text.
-  void heading(const std::string& words, int32_t linesBelow = 4);
+  // Stays with some lines of what follows it, or with so much of it, in pixels.
+  void heading(const std::string& words, int32_t below = 0);
   void paragraph(const std::string& text);
   void caution(const std::string& text);  // what a reader must not overlook
   void facts(const std::vector<SideFact>& all);
-  // In blocks of columns where it is wider than the page. More rows than `most` are counted, and told.
+  // In blocks of columns where it is wider than the page, and in parts side by side where it is narrow. More
+  // rows than `most` are counted, and told.
   void table(const ReportTable& shown, size_t most);
   // A picture of a window of that size, at most as high as that share of the page; on the next page where it
   // doesn't fit. draw takes coordinates of the window.
+  int32_t heightOf(Size window, double mostOfHeight) const { return sizeOf(window, mostOfHeight).height; }
   void picture(Size window, double mostOfHeight, const std::function<void(Canvas&)>& draw);
   void gap();
   void newPage();  // unless this one is empty
@@ -46,7 +48,10 @@ class ReportPages {
   void write(const std::string& text, int32_t left, int32_t right, Colour colour);
   std::vector<Block> blocksOf(const ReportTable& shown, size_t rows);
   void writeBlock(const ReportTable& shown, const Block& block, size_t rows);
-  void writeCells(const ReportTable& shown, const Block& block, const std::vector<std::string>* cells);
+  using Cells = std::vector<std::string>;
+  // Rows of parts that stand side by side; null for the heading.
+  void writeCells(const ReportTable& shown, const Block& block, const std::vector<const Cells*>& parts);
+  Size sizeOf(Size window, double mostOfHeight) const;
   void needs(int32_t height);  // turns the page where it isn't there
   int32_t bottom() const;
   void rule(int32_t at, Colour colour);

@@ -34,7 +34,8 @@ std::vector<Quantity> quantitiesOf(const std::vector<StudyMeasure>& measures) {
   std::vector<Quantity> all;
   std::map<std::pair<std::string, std::string>, size_t> places;
   for (const StudyMeasure& measure : measures) {
-    const std::string name = wordsOf({measure.quantity, 0, measure.unit});
+    const bool tellsUnit = measure.quantity.ends_with("(" + measure.unit + ")");
+    const std::string name = wordsOf({measure.quantity, 0, tellsUnit ? "" : measure.unit});
     const auto [place, isNew] = places.emplace(std::pair(measure.table, name), all.size());
     if (isNew) all.push_back({.name = name, .table = measure.table});
     Quantity& quantity = all[place->second];
@@ -77,7 +78,8 @@ void writeNumbers(ReportPages& pages, const Quantity& quantity, const Distributi
   if (quantity.missing) count += format("; %zu missing", quantity.missing);
   if (quantity.noNumbers) count += format("; %zu that are no numbers", quantity.noNumbers);
   pages.facts({{"n", count}});
-  if (d.count == 0) return;
+  if (d.count == 1) pages.facts({{"Value", shown(d.mean)}});
+  if (d.count < 2) return;
   pages.facts({{"Mean, deviation", shown(d.mean) + ", " + shown(d.deviation)},
                {"Median, quartiles",
                 shown(d.median) + ", " + shown(d.lowerQuartile) + " and " + shown(d.upperQuartile)},
@@ -118,17 +120,18 @@ void writeSites(ReportPages& pages, const Quantity& quantity, Sites& sites) {
 }
 
 void writeQuantity(ReportPages& pages, const Quantity& quantity, Sites& sites) {
-  constexpr Size kChart{ReportPages::kScreenWidth, 260};
+  constexpr Size kChart{ReportPages::kScreenWidth, 230};
+  constexpr size_t kFewest = 3;  // have a distribution
+  const Distribution d = distributionOf(quantity.values);
+  const bool hasChart = d.count >= kFewest && d.most > d.least;
   pages.heading(
       quantity.name + (quantity.table.empty() ? ", as documents tell it" : ", of " + quantity.table),
-      quantity.values.empty() ? 2 : 20);
-  const Distribution d = distributionOf(quantity.values);
+      hasChart ? pages.heightOf(kChart, 1) * 3 / 2 : 0);
   writeNumbers(pages, quantity, d);
-  if (d.count == 0) return;
-  if (d.count > 1)
+  if (hasChart)
     pages.picture(kChart, 1,
                   [&](Canvas& canvas) { drawDistribution(canvas, kChart, quantity.values, quantity.name); });
-  writeOutliers(pages, quantity, d);
+  if (d.count > 1) writeOutliers(pages, quantity, d);
   writeSites(pages, quantity, sites);
 }
 
@@ -147,7 +150,8 @@ void writeHead(ReportPages& pages, const StudyWish& wish, const std::vector<Stud
     exams.emplace(measure.subject, measure.exam);
   }
   pages.title("Study summary");
-  pages.facts({{"Of", scopes()[static_cast<size_t>(wish.scope)]},
+  const bool isOpenOnly = wish.scope == StudyScope::OpenTables;
+  pages.facts({{"Tables", (isOpenOnly ? "" : "open tables ") + scopes()[static_cast<size_t>(wish.scope)]},
                {"Results", wish.quantities.empty() ? "all" : wish.quantities},
                {"Subjects", format("%zu", subjects.size())},
                {"Examinations", format("%zu", exams.size())},
