@@ -143,13 +143,19 @@ Size windowOf(CView& view, bool fillsWindow) {
   return window;
 }
 
+// Its folder is the exam's, which everybody knows.
+std::string whyLeftOut(const std::string& name, const std::string& path, const std::string& whynot) {
+  const std::string first = split(whynot, '\n').front();
+  return first.starts_with(path) ? name + first.substr(path.size()) : name + " could not be opened: " + first;
+}
+
 void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, const ResultRow& result) {
   std::string whynot;
   const std::unique_ptr<CDocument> document = openUnseen(pathOf(exam.row, result.filename), whynot);
   if (!document) {
     pages.heading(result.filename);
-    const std::vector<std::string> lines = split(whynot, '\n');
-    return tell(pages, result.filename + " could not be opened: " + lines.front());
+    tell(pages, whyLeftOut(result.filename, pathOf(exam.row, result.filename), whynot));
+    return pages.facts({{"Result as noted", result.result}});
   }
   CView& view = *document->views().front();
   const ReportPart part = view.reportPart();

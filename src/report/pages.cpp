@@ -113,7 +113,7 @@ void ReportPages::facts(const std::vector<SideFact>& all) {
   int32_t left = 0;
   for (const SideFact& fact : all) left = std::max(left, job.canvas().textSize(fact.name).width + line);
   // The same in most blocks.
-  left = std::clamp(left, page.width / 6, page.width / 3);
+  left = std::clamp(left, page.width / 5, page.width / 3);
   for (const SideFact& fact : all) {
     if (linesOf(fact.value).empty()) continue;
     needs(line);
@@ -171,7 +171,7 @@ void ReportPages::writeCells(const ReportTable& shown, const Block& block,
       pieces.push_back(
           {left, cells ? kInk : kFaint, wrapped(job.canvas(), words, width), column.isNumber, width});
       lines = std::max(lines, pieces.back().lines.size());
-      left += block.widths[i];
+      left += block.widths[i] + (i + 1 == block.columns.size() ? line : 0);
     }
   // No cell is higher than a page.
   lines = std::min(lines, static_cast<size_t>(std::max(1, bottom() / line)));
@@ -188,7 +188,8 @@ void ReportPages::writeCells(const ReportTable& shown, const Block& block,
 void ReportPages::writeBlock(const ReportTable& shown, const Block& block, size_t rows) {
   constexpr size_t kFewRows = 6;  // stay below each other
   const int32_t width = std::accumulate(block.widths.begin(), block.widths.end(), 0);
-  const size_t most = rows > kFewRows ? static_cast<size_t>(std::max(1, (page.width + line) / width)) : 1;
+  const size_t most =
+      rows > kFewRows ? static_cast<size_t>(std::max(1, (page.width + 2 * line) / (width + line))) : 1;
   const size_t below = (rows + most - 1) / most;
   const size_t parts = below == 0 ? 1 : (rows + below - 1) / below;
   const auto head = [&] {

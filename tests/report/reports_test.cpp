@@ -84,6 +84,18 @@ TEST_F(Reports, TellWhatIsStoredAndNameWhatIsNot) {
   EXPECT_THAT(text(), Not(HasSubstr("new result")));
 }
 
+TEST_F(Reports, ShowTheRowsOfAStoredTable) {
+  const int32_t exam = select("left ring", "e1");
+  CResultDoc& table = *addResultRow(
+      kDiameterResults, recordOf(kDiameterResults, "f.tv1", "um", {{"line", 1}, {"width", 12.5}}));
+  table.setPathName(app->dataFolder + "e1/widths.rst");
+  ASSERT_TRUE(table.save());
+  EXPECT_EQ(app->db->resultsOf(exam).size(), 1u);
+  left();
+  EXPECT_THAT(text(), HasSubstr("\"width\""));
+  EXPECT_THAT(text(), HasSubstr("\"12.5\""));
+}
+
 TEST_F(Reports, GiveEachSiteAPageAndTheCourseOfEachAPart) {
   for (const std::string name : {"a1", "a2", "b1"}) {
     select(name.substr(0, 1) == "a" ? "left ring" : "right ring", name);
