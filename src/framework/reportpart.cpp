@@ -15,7 +15,8 @@ ReportTable tableOf(const SidePanel& panel, std::string title) {
     }
     if (isEmpty) continue;
     const auto& [heading, isNumber, unit, isSummed, hasMean] = columns[column];
-    table.columns.push_back({heading + (unit.empty() ? "" : " (" + unit + ")"), isNumber});
+    table.columns.push_back({heading, isNumber});
+    if (!unit.empty()) table.columns.back().heading.append(" (").append(unit).append(")");
     for (size_t row = 0; row < cells.size(); ++row) table.rows[row].push_back(std::move(cells[row]));
   }
   return table;

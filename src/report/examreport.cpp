@@ -210,7 +210,7 @@ void ExamReport::writeCourses(ReportPages& pages) const {
 Outcome writeExamReport(const std::string& path, const std::string& subject,
                         const std::vector<ExamRow>& exams, std::vector<std::string>& left) {
   ExamReport report(subject, exams);
-  const Outcome done =
+  Outcome done =
       writeReport(path, "Examination report of " + subject, [&](ReportPages& pages) { report.write(pages); });
   left = report.whatIsLeft();
   return done;

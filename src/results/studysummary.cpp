@@ -88,7 +88,7 @@ void writeNumbers(ReportPages& pages, const Quantity& quantity, const Distributi
 
 void writeOutliers(ReportPages& pages, const Quantity& quantity, const Distribution& d) {
   ReportTable table{
-      .title = format("Outside %s to %s", shown(d.lowerFence).c_str(), shown(d.upperFence).c_str()),
+      .title = format("Outliers, outside %s to %s", shown(d.lowerFence).c_str(), shown(d.upperFence).c_str()),
       .columns = {{"Subject"}, {"Exam"}, {"Document"}, {"Mark"}, {"Value", true}}};
   for (size_t i = 0; i < quantity.values.size(); ++i) {
     const StudyMeasure& of = *quantity.measures[i];
