@@ -160,7 +160,10 @@ const CommandTableBase& ZchartView::commandTable() {
        "&Edit Marker",
        &V::editMarker,
        &V::hasMarker,
-       {.tip = "Edit marker", .status = "Shows and edits the text of the selected marker.", .keys = "F4"}},
+       {.tip = "Edit marker",
+        .status = "Shows and edits the text of the selected marker.",
+        .keys = "F4",
+        .asks = true}},
       {cmd::EditNewMarks,
        "&Edit new marks",
        &V::editNewMarks,
@@ -425,11 +428,11 @@ void ZchartView::properties() {
   int32_t width = trace->linewidth, auxiliary = trace->hidden;
   Form form("Trace properties");
   form.add("name", name).add("y units", yunits).add("x units", xunits);
-  form.add("scale", gain).add("offset", offset);
-  form.add("sample period", period, {1e-12, 1e12});
+  form.add("scale", gain).add("offset", offset).withUnit(yunits);
+  form.add("sample period", period, {1e-12, 1e12}).withUnit(xunits);
   form.addColour("colour", colour);
   form.addCheck("draw as dots", dots);
-  form.add("width of dots", width, {1, 64});
+  form.add("width of dots", width, {1, 64}).withUnit("pixels");
   form.addCheck("auxiliary trace", auxiliary);
   if (!host().forms.run(form) || active() != trace) return;
   ZchartDoc::Change change(doc);

@@ -135,7 +135,7 @@ void CommandActions::refresh() {
     shown->setToolTip(tipOf(id) + (why.isEmpty() ? "" : "\n" + why));
     shown->setCheckable(state.ticked);
     shown->setChecked(state.ticked);
-    if (!state.text.empty()) shown->setText(menuWords(toQt(shownCommandText(state.text))));
+    if (!state.text.empty()) shown->setText(menuWords(toQt(state.text)));
   }
 }
 

@@ -16,7 +16,7 @@ namespace tarnvisor {
 
 namespace {
 
-constexpr int kColumn = 340;
+constexpr int kColumn = 420;
 constexpr int kMargin = 32;
 
 QLabel* heading(const char* words) {
@@ -67,8 +67,8 @@ StartPage::StartPage(QWidget& over, CBasicApp& application)
 void StartPage::addWay(int32_t command, const char* words, const char* about) {
   auto* button = new QCommandLinkButton(words, about);
   button->setObjectName(QString("start%1").arg(command));
-  button->setFixedWidth(kColumn);
-  button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Maximum);
+  // Its own hint is that of a narrower button, whose lines are more.
+  button->setFixedSize(kColumn, button->heightForWidth(kColumn));
   button->setAccessibleDescription(about);
   connect(button, &QPushButton::clicked, this, [this, command] {
     if (onCommand) onCommand(command);

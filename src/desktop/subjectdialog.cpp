@@ -368,6 +368,7 @@ void SubjectWindow::addAsNewId() {
   readDirectory();
   if (shownId.empty())
     host().messages.show("The new id could not be written to the database.", Buttons::Ok, Icon::Error);
+  newId = shownId;
   if (keep) setFields(typed);
   nameEdit->setFocus();
 }
@@ -408,7 +409,9 @@ bool SubjectWindow::settleDetails() {
 
 void SubjectWindow::leave(SubjectDialog::Result how) {
   if (!namesSubject() && !chooseTyped()) return;
-  if (!settleDetails()) return;
+  // Of a subject that was added here and now nothing else is known that could be lost.
+  const bool isNew = !newId.empty() && shownId == newId;
+  if (isNew && detailsChanged() ? !saveDetails() : !settleDetails()) return;
   outcome = how;
   accept();
 }

@@ -68,6 +68,7 @@ class SubjectWindow final : public QDialog {
   SubjectDialog& model;
   SubjectDialog::Result outcome = SubjectDialog::Result::Nothing;
   std::string shownId;  // whose details the fields hold; empty for nobody's
+  std::string newId;    // of the subject that was added last
   using Fields = std::array<QString, 5>;
   Fields fields() const;
   void setFields(const Fields& texts);

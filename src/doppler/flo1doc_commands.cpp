@@ -50,7 +50,7 @@ void Cflo1Doc::inputSettings() {
       {"Doppler spectrum", "Doppler Spectrum Input Buffer", &Cflo1Doc::dopenabled, &Cflo1Doc::dopnpts},
       {"raw", "Raw data input buffer", &Cflo1Doc::rawenabled, &Cflo1Doc::rawnpts}};
   Form form("Input settings");
-  form.add("&Recorded Data Rate", rate, {0.01, 1000});
+  form.add("&Recorded Data Rate", rate, {0.01, 1000}).withUnit("Hz");
   const auto tell = [&] {
     const int32_t fft = size == 0 ? 64 : 256;
     const double bytes[] = {2.0, 2.0 * fft, 4.0 * fft};
@@ -257,7 +257,9 @@ const CommandTableBase& Cflo1Doc::commandTable() {
        {cmd::AuxiliarySettings,
         "Auxillary Input settings...",
         &D::auxiliarySettings,
-        {.tip = "Auxiliary input", .status = "Sets how many values come beside the sound."}},
+        {.tip = "Auxiliary input",
+         .status = "Sets how many values come beside the sound.",
+         .shown = "Auxiliary input settings..."}},
        {cmd::Cuff,
         "C&UFF...",
         &D::cuffWindow,

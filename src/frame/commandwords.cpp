@@ -84,18 +84,6 @@ constexpr SharedWords kShared[] = {
 
 namespace {
 
-// Texts that say another thing than they do, or are misspelled; scripts go by them as they are.
-constexpr std::pair<const char*, const char*> kShownOtherwise[] = {
-    {"Open &aquisition windows", "Open &acquisition windows"},
-    {"Auxillary Input settings...", "Auxiliary input settings..."},
-    {"&Sum Modified Lapalacian", "&Sum of modified Laplacian"},
-    {"set re&gion", "&Fit to window"},
-    {"display darkeness up", "Display darkness up"},
-    {"average cbv vs correlation limit", "Average CBV vs. correlation limit"},
-    {"cvb vs correlation points", "CBV vs. correlation points"},
-    {"&rms of whole sequence", "&RMS of whole sequence"},
-};
-
 bool isName(const std::string& word) {
   static const std::set<std::string> names{"Laplacian", "Krogh",     "Voronoi", "Doppler", "Hough",
                                            "Cytoscan",  "Tarnvisor", "Fourier", "Gauss",   "Sobel"};
@@ -111,9 +99,11 @@ bool isCapitalised(const std::string& word) {
 
 }  // namespace
 
-std::string shownCommandText(const std::string& text) {
-  for (const auto& [given, shown] : kShownOtherwise)
-    if (text == given) return shown;
+std::string shownCommandText(const CommandRow& row) {
+  if (*row.words.shown) return row.words.shown + std::string(row.words.asks ? "..." : "");
+  std::string text = row.text;
+  const bool asks = row.words.asks || text.ends_with("...");
+  while (text.ends_with('.') || text.ends_with(' ')) text.pop_back();
   std::string sentence;
   for (std::string word : split(text, ' ')) {
     const size_t first = word.find_first_not_of('&');
@@ -126,7 +116,7 @@ std::string shownCommandText(const std::string& text) {
       word[first] = static_cast<char>(std::tolower(static_cast<unsigned char>(word[first])));
     sentence += (sentence.empty() ? "" : " ") + word;
   }
-  return sentence;
+  return sentence + (asks ? "..." : "");
 }
 
 CommandDirectory::CommandDirectory(const CBasicApp& app) {

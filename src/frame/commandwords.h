@@ -11,8 +11,8 @@
 
 namespace tarnvisor {
 
-// How menus show a command's text, by which scripts name it: in sentence case, and spelled right.
-std::string shownCommandText(const std::string& text);
+// How menus show a command: in sentence case, spelled right, and with dots where it asks something.
+std::string shownCommandText(const CommandRow& row);
 
 class CommandDirectory {
  public:

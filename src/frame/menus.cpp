@@ -4,6 +4,7 @@
 
 #include "app/processstate.h"
 #include "frame/commandids.h"
+#include "frame/commandwords.h"
 
 namespace tarnvisor {
 
@@ -105,7 +106,7 @@ CommandState commandState(std::span<CommandTarget* const> chain, int32_t id) {
     const CommandTableBase* table = target ? target->commands() : nullptr;
     const CommandRow* row = table ? table->find(id) : nullptr;
     if (!row) continue;
-    CommandState state{true, row->enabled(*target), row->ticked(*target), row->text};
+    CommandState state{true, row->enabled(*target), row->ticked(*target), shownCommandText(*row)};
     if (!state.enabled) state.whyOff = target->whyOff(id, row->words.whyOff);
     return state;
   }

@@ -42,7 +42,7 @@ struct CommandState {
   bool known = false;
   bool enabled = false;
   bool ticked = false;
-  std::string text;         // with "&"
+  std::string text = {};    // as its menu shows it, with "&"
   std::string whyOff = {};  // why it is off, where that is known
 };
 CommandState commandState(std::span<CommandTarget* const> chain, int32_t id);

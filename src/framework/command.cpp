@@ -40,6 +40,9 @@ const CommandRow* CommandTableBase::find(std::string_view text) const {
   for (const CommandTableBase* table = this; table; table = table->base)
     for (const CommandRow& row : table->all)
       if (sameCommandText(row.text, text)) return &row;
+  for (const CommandTableBase* table = this; table; table = table->base)
+    for (const CommandRow& row : table->all)
+      if (sameCommandText(row.words.shown, text)) return &row;
   return nullptr;
 }
 

@@ -22,7 +22,9 @@ struct CommandWords {
   const char* keys = "";    // "Ctrl+S"; empty for none
   const char* icon = "";    // of a tool bar button: the file's name without ending; empty for none
   const char* whyOff =
-      "";  // a sentence for its tip while the command is off; empty for that of its condition
+      "";                  // a sentence for its tip while the command is off; empty for that of its condition
+  bool asks = false;       // a form or chooser follows: its entry ends in dots also where its text doesn't
+  const char* shown = "";  // what menus show where the text, which scripts go by, is misspelled or says less
   bool isEmpty() const { return !*tip; }
 };
 
@@ -44,7 +46,7 @@ class CommandTableBase {
  public:
   explicit CommandTableBase(const CommandTableBase* baseTable) : base(baseTable) {}
   const CommandRow* find(int32_t id) const;             // null when neither this table nor its base knows it
-  const CommandRow* find(std::string_view text) const;  // by sameCommandText
+  const CommandRow* find(std::string_view text) const;  // by sameCommandText, or by what menus show
   std::span<const CommandRow> rows() const { return all; }
   const CommandTableBase* baseTable() const { return base; }
 

@@ -23,7 +23,9 @@ void editFocusSettings() {
   int32_t percent = truncated(std::round(control.boxFraction * 100));
   Form form("Focus Measurement");
   form.add("gap", control.gap, {1, 10000, {}})
+      .withUnit("pixels")
       .add("noise threshold", control.noise, {0, 1020, {}})
+      .withUnit("grey levels")
       .add("method", control.method, {1, autofocuscontrol::kAllMethods, {}})
       .addNote(
           "1 steps along rows, 2 peaks along rows, 4 peaks along rows and columns; of a sum the highest counts.")

@@ -319,7 +319,8 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void rememberImageFile(const std::string& full, const std::string& documentPath);
   void cutToTrim(const PixelSave& saved);
 
-  // --- commands (zbasicdoc_commands.cpp)
+  // --- commands: their table (zbasicdoc_commands.cpp), and those on lists, notes and region
+  // (zbasicdoc_lists.cpp)
   void clearAllDimensions();
   bool hasDimensions() const { return !currentDims().items.empty(); }
   void notesCommand();

@@ -283,9 +283,13 @@ void ZBasicDoc::processing() {
   form.addNote(
       "enter negative window size for lowpass (smoothing), and positive window size for highpasss (sharpen) or  zero for no filter.");
   form.add("window 1", edited.uw1)
+      .withUnit("pixels")
       .add("window 2", edited.uw2)
+      .withUnit("pixels")
       .add("window 3", edited.w3)
-      .add("window 4", edited.w4);
+      .withUnit("pixels")
+      .add("window 4", edited.w4)
+      .withUnit("pixels");
   const auto sizes = [this, &edited] { return windowSizes(edited); };
   std::string shown = sizes();
   form.addReading("window sizes", shown).setOnChange([&] { shown = sizes(); });

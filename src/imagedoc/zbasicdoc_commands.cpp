@@ -1,15 +1,7 @@
-// The command table, and the commands that need no subject of their own.
-#include "app/basicapp.h"
-#include "base/clock.h"
-#include "base/text.h"
-#include "exams/examselection.h"
-#include "host/host.h"
-#include "image/palette.h"
+// The command table.
 #include "imagedoc/commandids.h"
-#include "imagedoc/focusfigure.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
-#include "settings/settings.h"
 
 namespace tarnvisor {
 
@@ -122,7 +114,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::hasImage,
            {.tip = "Darker black",
             .status = "Lowers the grey level that is shown as black.",
-            .icon = "darkness-up"}},
+            .icon = "darkness-up",
+            .shown = "Display darkness up"}},
           {cmd::DisplayDarknessDown,
            "display darkness down",
            &D::displayDarknessDown,
@@ -149,11 +142,11 @@ const CommandTableBase& ZBasicDoc::commandTable() {
           {cmd::SaveDustMask,
            "&Save Dust Mask",
            &D::saveDustMask,
-           {.tip = "Save dust mask", .status = "Writes the dust mask to a file."}},
+           {.tip = "Save dust mask", .status = "Writes the dust mask to a file.", .asks = true}},
           {cmd::LoadDustMask,
            "&Load dust mask",
            &D::loadDustMaskCommand,
-           {.tip = "Load dust mask", .status = "Reads a dust mask from a file."}},
+           {.tip = "Load dust mask", .status = "Reads a dust mask from a file.", .asks = true}},
           {cmd::EditDustMask,
            "&Edit dust mask",
            &D::editDustMask,
@@ -303,7 +296,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            {.tip = "High pass filter",
             .status = "Sharpens: takes the mean of a window from each pixel.",
             .icon = "high-pass",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::LowPassFilter,
            "&Low pass filter",
            &D::lowPass,
@@ -311,7 +305,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            {.tip = "Low pass filter",
             .status = "Smooths: makes each pixel the mean of a window.",
             .icon = "low-pass",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::Blur,
            "&Blur",
            &D::blur,
@@ -319,7 +314,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            {.tip = "Blur",
             .status = "Blurs the region by a Gaussian.",
             .icon = "blur",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::LaplacianFilter,
            "La&placian filter",
            &D::laplacian,
@@ -334,7 +330,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::canFilter,
            {.tip = "Custom filter",
             .status = "Filters by a kernel of your own.",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::ModifiedLaplacian,
            "&Modified Laplacian",
            &D::modifiedLaplacian,
@@ -348,7 +345,9 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::canFilter,
            {.tip = "Sum modified Laplacian",
             .status = "Filters by the sum of the modified Laplacian, a measure of focus.",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true,
+            .shown = "&Sum of modified Laplacian"}},
           {cmd::LuluLower,
            "L&3",
            &D::luluLower,
@@ -381,14 +380,16 @@ const CommandTableBase& ZBasicDoc::commandTable() {
             .status = "Changes brightness and contrast of the pixels with two sliders.",
             .keys = "Ctrl+K",
             .icon = "brightness-contrast",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::SubtractImage,
            "Su&btract image",
            &D::subtractImage,
            &D::canChangePixels,
            {.tip = "Subtract image",
             .status = "Subtracts another image from this one.",
-            .whyOff = "This needs a picture."}},
+            .whyOff = "This needs a picture.",
+            .asks = true}},
           {cmd::Bin,
            "&Bin",
            &D::bin,
@@ -401,7 +402,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            {.tip = "Threshold",
             .status = "Turns the image into black and white at a grey level.",
             .icon = "threshold",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::FindCapillaries,
            "&Find Capillaries",
            &D::findCapillaries,
@@ -520,21 +522,24 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::canFilter,
            {.tip = "Minima within a window",
             .status = "Marks the darkest points within windows.",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::MinimaWithinTolerance,
            "find minima within t&olerance",
            &D::minimaWithinTolerance,
            &D::canFilter,
            {.tip = "Minima within a tolerance",
             .status = "Marks dark points that stand out by a tolerance.",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
           {cmd::WalkToMinima,
            "&Walk to minima",
            &D::walkToMinima,
            &D::canFilter,
            {.tip = "Walk to minima",
             .status = "Walks downhill from a point to the nearest minimum, in a new window.",
-            .whyOff = text::kNeedsGrey}},
+            .whyOff = text::kNeedsGrey,
+            .asks = true}},
       },
       &CdbDocument::commandTable(),
       {{&D::hasImage, "This needs a picture."},
@@ -545,90 +550,6 @@ const CommandTableBase& ZBasicDoc::commandTable() {
        {&D::canCalculateVoronoi, "This needs a picture and four marks or more in the current list."},
        {&D::canUndo, "There is nothing to undo."}});
   return table;
-}
-
-void ZBasicDoc::clearAllDimensions() {
-  const Change change(*this);
-  currentDims().removeAll();
-  rejected[static_cast<size_t>(currentlist)].removeAll();
-  setModified();
-  updateAllViews(CView::Change::Marks);
-}
-
-void ZBasicDoc::focusSettings() { editFocusSettings(); }
-
-void ZBasicDoc::notesCommand() {
-  std::string file = imagefile;
-  std::string time = capturetime ? longDateTime(capturetime) : std::string();
-  std::string edited = notes;
-  // The document's own subject, by the name that this database has for it.
-  const auto own = theApp().db && belongsHere() ? theApp().db->readSubject(patientId) : std::nullopt;
-  std::string subject = "Subject: " + (patientId.empty() ? theExams().subjectName()
-                                       : own             ? own->name + " " + own->surname
-                                                         : patientId);
-  std::string exam = format("Exam:%li", static_cast<long>(examIdOfDoc));
-  Form form("Notes");
-  form.add("Image file", file).addNote(time).addLongText("Notes", edited);
-  form.addNote(subject).addNote(exam).addNote(userLabel).addNote(stationId).addNote(stationIdFirst);
-  if (!host().forms.run(form) || (file == imagefile && edited == notes)) return;
-  const Change change(*this);
-  if (file != imagefile) {
-    imagefile = file;
-    imagedirty = 1;
-    ownsImageFile = false;
-  }
-  notes = edited;
-  setModified();
-  updateAllViews();
-}
-
-void ZBasicDoc::showCrosshair() {
-  showtarget = !showtarget;
-  settings.setInt("settings", "showtarget", showtarget);
-  updateAllViews(CView::Change::Marks);
-}
-
-void ZBasicDoc::hideShowDimensions() {
-  currentDims().hidden = !currentDims().hidden;
-  updateAllViews(CView::Change::Marks);
-}
-
-void ZBasicDoc::switchList() {
-  // The dust marks stand behind the last list and are reached only by their own command.
-  setCurrentList(currentlist >= kAmcList ? kPlainList : currentlist + 1);
-  updateAllViews(CView::Change::Marks);
-}
-
-void ZBasicDoc::trimToRoi() {
-  const Change change(*this);
-  currentDims().clip(roi, hasCircularRoi());
-  setModified();
-  updateAllViews(CView::Change::Marks);
-}
-
-void ZBasicDoc::importDimensionsCommand() {
-  const auto path = host().choosers.openFile(
-      {"Import Dimensions", "Text files (*.txt)|*.txt|All files (*.*)|*.*||", "", ""});
-  if (!path) return;
-  const Change change(*this);
-  importDimensions(*path);
-}
-
-void ZBasicDoc::duplicateCommand() { duplicate("-copy"); }
-
-void ZBasicDoc::clearRoi() {
-  {
-    const Change change(*this);
-    setRoi({});
-    setModified();
-  }
-  updateAllViews();
-}
-
-void ZBasicDoc::toggleCircularRoi() {
-  const Change change(*this);
-  makeRoiCircular();
-  updateAllViews();
 }
 
 }  // namespace tarnvisor

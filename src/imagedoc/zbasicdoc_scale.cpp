@@ -163,8 +163,8 @@ void ZBasicDoc::calibrateCommand() {
   form.add("Line", told.line).add("Known length", told.length, {0, 1e12, "A length must be above 0."});
   form.add("Unit", told.unit).offering({"um", "mm"}).addCheck("Both axes at once", told.bothAxes);
   form.addNote("Without a known length, or for pixels that are not square, each axis by itself:");
-  form.add("X line", x.line).add("X true length", x.length, length);
-  form.add("Y line", y.line).add("Y true length", y.length, length);
+  form.add("X line", x.line).add("X true length", x.length, length).withUnit(userunits);
+  form.add("Y line", y.line).add("Y true length", y.length, length).withUnit(userunits);
   form.add("Name", name).addCheck("Set as default maginification for new images.", asDefault);
   if (!host().forms.run(form)) return;
   if (told.isTold()) {
@@ -245,7 +245,7 @@ void ZBasicDoc::gridSettingsCommand() {
   Form form("Grid Settings");
   form.addChoice("Style", gridstyle, {"lines", "points", "Chalkley Grid", "User"});
   form.addChoice("Units", gridunits, {"pixels", "user units"});
-  form.add("Spacing", gridspacing, {0.001, 1e9, "The spacing must be above 0."});
+  form.add("Spacing", gridspacing, {0.001, 1e9, "The spacing must be above 0."}).withUnit("of these units");
   form.addColour("Colour", colour);
   form.addFile("Metafile", userfilename, text::kMetafileFilter);
   if (!host().forms.run(form)) return;

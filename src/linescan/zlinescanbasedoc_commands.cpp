@@ -56,7 +56,7 @@ const CommandTableBase& ZlineScanBaseDoc::commandTable() {
         "correlate",
         &D::correlateTwo,
         &D::hasTwoSeries,
-        {.tip = "Correlate", .status = "Adds the correlation of two traces."}},
+        {.tip = "Correlate", .status = "Adds the correlation of two traces.", .asks = true}},
        {cmd::DeleteSlopes,
         "Delete all &velocity slopes",
         &D::deleteAllSlopes,
@@ -73,14 +73,17 @@ const CommandTableBase& ZlineScanBaseDoc::commandTable() {
         &D::toggleScatter,
         nullptr,
         &D::isOn<&D::showcbvcorrel>,
-        {.tip = "Velocity against correlation", .status = "Shows each velocity against its correlation."}},
+        {.tip = "Velocity against correlation",
+         .status = "Shows each velocity against its correlation.",
+         .shown = "CBV vs. correlation points"}},
        {cmd::CbvVersusLimit,
         "average cbv vs correlation limit",
         &D::toggleLimitChart,
         nullptr,
         &D::isOn<&D::showcbvvcoef>,
         {.tip = "Velocity against limit",
-         .status = "Shows how the average velocity depends on the limit of the correlation."}},
+         .status = "Shows how the average velocity depends on the limit of the correlation.",
+         .shown = "Average CBV vs. correlation limit"}},
        {cmd::HoughVelocities,
         "Calculate &Hough Velocities",
         &D::houghVelocities,
@@ -123,7 +126,8 @@ void ZlineScanBaseDoc::editParameters() {
       .add("Hough greylevel threshold (no. of Standard deviations)", fresh.houghdifthreshold)
       .add("minimum peak height (% of maximum)", fresh.houghthreshold, percent)
       .add("Peak detection noise threshold (% of maximum)", fresh.houghtol, percent)
-      .add("minimum velocity", fresh.houghmin, {0, 1e9, {}});
+      .add("minimum velocity", fresh.houghmin, {0, 1e9, {}})
+      .withUnit("points a second");
   if (!asked(form)) return;
   fresh.cbvmethod = method == 0 ? kRowCorrelation : method == 1 ? kTwoLines : velocity.cbvmethod;
   if (method == 2 && (fresh.cbvmethod == kRowCorrelation || fresh.cbvmethod == kTwoLines))

@@ -182,7 +182,7 @@ void ZlineScanBaseView::interpolate() {
   if (!rows) return;
   int32_t size = 2048;
   Form form("Interpolate");
-  form.add("Enter new size", size, {1, UINT16_MAX, {}});
+  form.add("Enter new size", size, {1, UINT16_MAX, {}}).withUnit("points a row");
   if (!asked(form) || active() != rows) return;
   const WaitScope wait;
   const LinescanTraces set = scan.traceSet();

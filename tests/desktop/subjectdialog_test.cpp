@@ -102,6 +102,9 @@ TEST_F(SubjectEntry, AddsAnIdAndKeepsWhatWasTypedBefore) {
   click(*window, "Save / Update Details");
   EXPECT_EQ(nameOf("New_One"), "Ada");
   EXPECT_FALSE(isEnabled(*window, "Save / Update Details"));
+  QTest::keyClicks(name, " Byron");
+  click(*window, "Start New Examination");  // unasked: the subject is new
+  EXPECT_EQ(nameOf("New_One"), "Ada Byron");
   EXPECT_TRUE(isEnabled(*window, "Start New Examination"));
 }
 

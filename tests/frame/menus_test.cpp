@@ -169,14 +169,14 @@ TEST_F(Menus, AnEntryThatIsOffSaysWhy) {
 TEST_F(Menus, EntriesStandInSentenceCaseAndScriptsGoByTheTextsAsTheyAre) {
   for (const auto& [text, shown] : {std::pair{"Select Subject...", "Select subject..."},
                                     {"Open C&ytoscan file...", "Open C&ytoscan file..."},
-                                    {"Open &aquisition windows", "Open &acquisition windows"},
                                     {"FLO1 &Monitor", "FLO1 &monitor"},
-                                    {"trace capillaries", "Trace capillaries"},
-                                    {"&Make ROI circular", "&Make ROI circular"},
-                                    {"Print Pre&view", "Print pre&view"},
-                                    {"set re&gion", "&Fit to window"}})
-    EXPECT_EQ(shownCommandText(text), shown);
-  EXPECT_NE(app->mainFrame->commands()->find("Open aquisition windows"), nullptr);
+                                    {"capillary width m&ethod ...", "Capillary width m&ethod..."},
+                                    {"&Make ROI circular", "&Make ROI circular"}})
+    EXPECT_EQ(shownCommandText({.text = text}), shown);
+  EXPECT_EQ(shownCommandText({.text = "set re&gion", .words = {.shown = "&Fit"}}), "&Fit");
+  EXPECT_EQ(shownCommandText({.text = "&Custom Filter", .words = {.asks = true}}), "&Custom filter...");
+  for (const char* text : {"Open aquisition windows", "Open acquisition windows"})
+    EXPECT_NE(app->mainFrame->commands()->find(text), nullptr) << text;
 }
 
 TEST_F(Menus, OpenOffersEverythingThenTheKindsInTheirKnownOrder) {
@@ -236,7 +236,7 @@ TEST_F(Menus, TellHowACommandStands) {
   const CommandState crosshair = commandState(chain, cmd::ShowCrosshair);
   EXPECT_THAT(crosshair,
               AllOf(Field(&CommandState::known, true), Field(&CommandState::enabled, true),
-                    Field(&CommandState::ticked, true), Field(&CommandState::text, "&Show Crosshair")));
+                    Field(&CommandState::ticked, true), Field(&CommandState::text, "&Show crosshair")));
   const CommandState undo = commandState(chain, cmd::Undo);
   EXPECT_THAT(undo, AllOf(Field(&CommandState::known, true), Field(&CommandState::enabled, false),
                           Field(&CommandState::ticked, false)));
