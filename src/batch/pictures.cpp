@@ -1,24 +1,18 @@
 #include "batch/pictures.h"
 
 #include <QGuiApplication>
-#include <QPdfWriter>
 #include <clocale>
 #include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "base/files.h"
-#include "base/text.h"
 #include "desktop/paintercanvas.h"
 #include "desktop/picturefile.h"
-#include "desktop/qttext.h"
 
 namespace tarnvisor {
 
 namespace {
-
-constexpr int kPixelsPerInch = 300;
 
 // What Qt's application changes as it begins, which other parts of the process and programs that it starts
 // have their own way.
@@ -55,19 +49,6 @@ void needFonts() {
   static const QGuiApplication application(count, arguments);
 }
 
-class PdfJob final : public PrintJob {
- public:
-  PdfJob(QPdfWriter& target, QPainter& borrowed) : writer(target), page(borrowed, true) {}
-  Size pageSize() const override { return {writer.width(), writer.height()}; }
-  double pixelsPerInch() const override { return kPixelsPerInch; }
-  Canvas& canvas() override { return page; }
-  bool nextPage() override { return writer.newPage(); }
-
- private:
-  QPdfWriter& writer;
-  PainterCanvas page;
-};
-
 }  // namespace
 
 Outcome savePicture(const std::string& path, Size size, PixelSize pixel,
@@ -89,20 +70,8 @@ Outcome saveSnapshot(CView& view, const std::string& path) {
 }
 
 Outcome printToPdf(const std::string& title, const Printer::Draw& draw, const std::string& path) {
-  if (!equalIgnoringCase(extensionOf(path), "pdf"))
-    return Outcome::failure(path + ": pages are written as pdf");
   needFonts();
-  return writeWhole(path, [&](QIODevice& file) -> QString {
-    QPdfWriter writer(&file);
-    writer.setResolution(kPixelsPerInch);
-    writer.setPageSize(QPageSize(QPageSize::A4));
-    writer.setTitle(toQt(title));
-    QPainter painter;
-    if (!painter.begin(&writer)) return "it can't be drawn";
-    PdfJob job(writer, painter);
-    draw(job);
-    return painter.end() ? "" : "it can't be drawn";
-  });
+  return writePages(path, title, draw);
 }
 
 }  // namespace tarnvisor

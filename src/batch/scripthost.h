@@ -42,6 +42,10 @@ class ScriptHost final : public NullHost {
   bool print(const std::string& title, const Draw& draw) override;
   bool preview(const std::string& title, const Draw& draw) override { return print(title, draw); }
 
+  Outcome writePdf(const std::string& path, const std::string& title, const Draw& draw) override {
+    return printToPdf(title, draw, path);
+  }
+
   using PictureWriter::write;
   Outcome write(const std::string& path, Size size, PixelSize pixel,
                 const std::function<void(Canvas&)>& draw) override {

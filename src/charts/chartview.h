@@ -71,6 +71,7 @@ class ZchartView : public CView, public ChartWatcher {
     return {windowSize().width * times, windowSize().height * times};
   }
   void drawPicture(Canvas& canvas, Size size, const PictureWish& wish) override;
+  ReportPart reportPart() override;  // with what the traces come to
 
   // --- chartview_mouse.cpp
   void mouseDown(const MouseEvent& event) override;

@@ -3,6 +3,7 @@
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "charts/chartmeasures.h"
 #include "charts/chartview.h"
 #include "charts/exportform.h"
 #include "host/host.h"
@@ -90,6 +91,34 @@ void ZchartView::importTracesCommand() {
   for (ZZTrace::Own& trace : imported.traces)
     if (ZZTrace* added = change.add(std::move(trace))) activeTrace = added;
   fitted = true;
+}
+
+// Of all samples, also those of hidden traces, which the picture leaves out.
+ReportPart ZchartView::reportPart() {
+  ReportPart part{.hasPicture = hasPicture(), .fillsWindow = true};
+  ReportTable table{.title = "Traces",
+                    .columns = {{"Trace"},
+                                {"Unit"},
+                                {"Samples", true},
+                                {"Mean", true},
+                                {"Least", true},
+                                {"Most", true},
+                                {"% used", true}}};
+  for (const auto& item : doc.traces.items) {
+    const ZZTrace& trace = *item;
+    const auto shown = [](double value) { return format("%.4g", value); };
+    const TraceSummary all = summaryOf(trace, 0, trace.size());
+    std::vector<std::string> row{
+        trace.name.empty() ? format("trace %i", doc.indexOfTrace(&trace) + 1) : trace.name, trace.yunits,
+        format("%u", trace.size())};
+    // Of no sample there is no mean.
+    if (all.percentUsed > 0) row.insert(row.end(), {shown(all.mean), shown(all.minimum), shown(all.maximum)});
+    row.resize(table.columns.size() - 1);
+    row.push_back(format("%.0f", all.percentUsed));
+    table.rows.push_back(std::move(row));
+  }
+  part.tables.push_back(std::move(table));
+  return part;
 }
 
 }  // namespace tarnvisor

@@ -79,12 +79,14 @@ ExamOverviewWindow::ExamOverviewWindow(ExamOverview& shown, QWidget* parent)
   table->setColumnWidth(kResults, 34 * digit);
   auto* chart = new QPushButton("&Course of results...");
   connect(chart, &QPushButton::clicked, [] { theApp().postMainCommand(cmd::CourseOfResults); });
+  auto* report = new QPushButton("Exam &report...");
+  connect(report, &QPushButton::clicked, [] { theApp().postMainCommand(cmd::ExamReport); });
   auto* study = new QPushButton("&Export study results...");
   connect(study, &QPushButton::clicked, [] { theApp().postMainCommand(cmd::ExportStudy); });
   auto* subject = new QPushButton("&Select Subject...");
   connect(subject, &QPushButton::clicked, [] { theApp().postMainCommand(cmd::SelectSubject); });
   auto* buttons = new QHBoxLayout;
-  for (QPushButton* button : {subject, chart, study}) buttons->addWidget(button);
+  for (QPushButton* button : {subject, chart, report, study}) buttons->addWidget(button);
   buttons->addStretch();
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(heading);

@@ -70,6 +70,7 @@ PainterCanvas::PainterCanvas(QPainter& borrowed, bool forPrinter, LaidOutTexts* 
     : painter(borrowed),
       ratio(forPrinter ? 1.0 : borrowed.device()->devicePixelRatioF()),
       printer(forPrinter),
+      ownFamily(borrowed.font().family()),
       texts(laidOut),
       shift(ratio > 1.0 ? 0.5 : 0.0),
       metrics(borrowed.font(), borrowed.device()) {
@@ -183,7 +184,7 @@ void PainterCanvas::pixels(const PixelBlock& block, const Rect& target) {
 
 void PainterCanvas::setFont(const std::string& family, int32_t tenthsOfPoint) {
   QFont font = painter.font();
-  if (!family.empty()) font.setFamily(toQt(family));
+  font.setFamily(family.empty() ? ownFamily : toQt(family));
   if (tenthsOfPoint > 0) font.setPointSizeF(tenthsOfPoint / 10.0);
   painter.setFont(font);
   metrics = QFontMetrics(font, painter.device());

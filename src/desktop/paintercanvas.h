@@ -57,6 +57,7 @@ class PainterCanvas final : public Canvas {
   QPainter& painter;
   double ratio;
   bool printer;
+  QString ownFamily;  // of the device, which a view may leave for another
   bool isDark = false;
   LaidOutTexts* texts;
   QColor asInk(Colour colour) const;

@@ -18,6 +18,7 @@ namespace {
 
 constexpr int32_t kLargestSide = 16384;
 constexpr int kScreenPixelsPerInch = 96;
+constexpr int kPagePixelsPerInch = 300;
 
 // What a drawing on a device left behind: empty when all is well.
 using Draw = std::function<void(Canvas&)>;
@@ -100,6 +101,19 @@ QString writeMetafile(QIODevice& file, Size size, const Draw& draw) {
   return {};
 }
 
+class PdfJob final : public PrintJob {
+ public:
+  PdfJob(QPdfWriter& target, QPainter& borrowed) : writer(target), page(borrowed, true) {}
+  Size pageSize() const override { return {writer.width(), writer.height()}; }
+  double pixelsPerInch() const override { return kPagePixelsPerInch; }
+  Canvas& canvas() override { return page; }
+  bool nextPage() override { return writer.newPage(); }
+
+ private:
+  QPdfWriter& writer;
+  PainterCanvas page;
+};
+
 }  // namespace
 
 Outcome writeWhole(const std::string& path, const std::function<QString(QIODevice&)>& make) {
@@ -109,6 +123,22 @@ Outcome writeWhole(const std::string& path, const std::function<QString(QIODevic
     return Outcome::failure(path + " could not be written: " + fromQt(problem));
   const QByteArray& bytes = made.data();
   return replaceFile(path, std::string_view(bytes.constData(), static_cast<size_t>(bytes.size())));
+}
+
+Outcome writePages(const std::string& path, const std::string& title, const Printer::Draw& draw) {
+  if (!equalIgnoringCase(extensionOf(path), "pdf"))
+    return Outcome::failure(path + ": pages are written as pdf");
+  return writeWhole(path, [&](QIODevice& file) -> QString {
+    QPdfWriter writer(&file);
+    writer.setResolution(kPagePixelsPerInch);
+    writer.setPageSize(QPageSize(QPageSize::A4));
+    writer.setTitle(toQt(title));
+    QPainter painter;
+    if (!painter.begin(&writer)) return "it can't be drawn";
+    PdfJob job(writer, painter);
+    draw(job);
+    return painter.end() ? "" : "it can't be drawn";
+  });
 }
 
 Outcome QtPictureWriter::write(const std::string& path, Size size, PixelSize pixel, const Draw& draw) {

@@ -11,6 +11,7 @@
 #include "app/basicapp.h"
 #include "base/files.h"
 #include "desktop/paintercanvas.h"
+#include "desktop/picturefile.h"
 #include "desktop/qtports.h"
 #include "desktop/qttext.h"
 #include "settings/profile.h"
@@ -123,6 +124,10 @@ bool QtPrinter::print(const std::string& title, const Draw& draw) {
     host().messages.notice({fromQt(writesPdf(printer) ? "Printed to " + printer.outputFileName()
                                                       : "Sent to " + printer.printerName())});
   return isPrinted;
+}
+
+Outcome QtPrinter::writePdf(const std::string& path, const std::string& title, const Draw& draw) {
+  return writePages(path, title, draw);
 }
 
 bool QtPrinter::preview(const std::string& title, const Draw& draw) {

@@ -16,6 +16,8 @@ class QtPrinter final : public Printer {
   bool print(const std::string& title, const Draw& draw) override;
   bool preview(const std::string& title, const Draw& draw) override;
 
+  Outcome writePdf(const std::string& path, const std::string& title, const Draw& draw) override;
+
   // Draws the pages on a printer or file that has been chosen. False after telling the user why it failed.
   static bool drawOn(QPrinter& printer, const Draw& draw);
 };

@@ -4,12 +4,10 @@
 #include <QImage>
 #include <QPainter>
 
-#include "app/basicapp.h"
+#include "app/unseen.h"
 #include "desktop/paintercanvas.h"
 #include "desktop/qttext.h"
 #include "framework/view.h"
-#include "host/nullhost.h"
-#include "imagedoc/zbasicdoc.h"
 
 namespace tarnvisor {
 
@@ -17,13 +15,6 @@ namespace {
 
 constexpr Size kUsual{480, 320};          // of a view that fills its window
 constexpr int64_t kMostPixels = 1 << 26;  // of a picture to be made small
-
-// Who is told nothing.
-struct Nobody final : NullHost {
-  Answer show(const std::string&, Buttons buttons, Icon) override {
-    return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
-  }
-};
 
 int64_t writtenAt(const std::string& path) {
   return QFileInfo(toQt(path)).lastModified().toMSecsSinceEpoch();
@@ -44,17 +35,9 @@ QImage drawn(CView& view) {
 }
 
 QImage pictureOf(const std::string& path) {
-  const DocumentType* type = theApp().documents.typeFor(path);
-  if (!type || !type->canOpen() || !type->classes().makeView) return {};
-  Nobody nobody;
-  const HostScope unseen(nobody.ports);
-  const std::unique_ptr<CDocument> document = type->classes().makeDocument();
-  if (auto* image = dynamic_cast<ZBasicDoc*>(document.get())) image->silent = 1;
-  document->setPathName(path);
-  if (!document->onOpenDocument(path)) return {};
-  document->addView(type->classes().makeView(*document));
-  document->updateAllViews();
-  return drawn(*document->views().front());
+  std::string whynot;
+  const std::unique_ptr<CDocument> document = openUnseen(path, whynot);
+  return document ? drawn(*document->views().front()) : QImage();
 }
 
 }  // namespace

@@ -31,19 +31,24 @@ std::optional<double> numberIn(std::string_view text) {
 
 bool hasDigit(std::string_view text) { return text.find_first_of("0123456789") != std::string_view::npos; }
 
-// "Velocity 512.1 um/s in ..."; nothing without words before the number.
-std::optional<ResultFigure> figureIn(std::string_view piece) {
+// "Velocity 512.1 um/s in ..."; a number with its error, "6.8 +- 1.4 per mm", is of what the line is about.
+// Nothing else without words before the number.
+std::optional<ResultFigure> figureIn(std::string_view piece, const std::string& about) {
   std::vector<std::string> words = split(trimmed(piece), ' ');
   std::erase(words, "");
   const auto number =
       std::ranges::find_if(words, [](const auto& word) { return numberIn(word).has_value(); });
-  if (number == words.begin() || number == words.end()) return std::nullopt;
+  const bool hasError = words.size() > 3 && number == words.begin() && words[1] == "+-" && !about.empty();
+  if (number == words.end() || (number == words.begin() && !hasError)) return std::nullopt;
   ResultFigure figure;
+  if (hasError) figure.quantity = about;
   const auto join = [](std::string& to, const std::string& word) { to += (to.empty() ? "" : " ") + word; };
   for (auto word = words.begin(); word != number; ++word)
     if (*word != "=") join(figure.quantity, *word);
   figure.value = *numberIn(*number);
-  for (auto word = number + 1; word != words.end() && *word != "in" && *word != "by"; ++word)
+  if (figure.quantity.ends_with(':')) figure.quantity.pop_back();
+  for (auto word = number + (hasError ? 3 : 1);
+       word != words.end() && *word != "in" && *word != "by" && *word != "on"; ++word)
     join(figure.unit, *word);
   return figure.quantity.empty() ? std::nullopt : std::optional(figure);
 }
@@ -54,13 +59,15 @@ std::vector<ResultFigure> figuresIn(const std::string& result) {
   std::vector<ResultFigure> figures;
   for (const std::string& line : split(result, '\n')) {
     const std::vector<std::string> pieces = split(line, ',');
+    const size_t colon = line.find(':');
+    const std::string about = colon == std::string::npos ? "" : std::string(trimmed(line.substr(0, colon)));
     for (size_t i = 0; i < pieces.size(); ++i) {
       const auto alone = numberIn(pieces[i]);
       const bool isNamed =
           alone && i + 1 < pieces.size() && !hasDigit(pieces[i + 1]) && !trimmed(pieces[i + 1]).empty();
       if (isNamed)
         figures.push_back({std::string(trimmed(pieces[i + 1])), *alone, ""});
-      else if (auto figure = figureIn(pieces[i]))
+      else if (auto figure = figureIn(pieces[i], about))
         figures.push_back(std::move(*figure));
     }
   }
@@ -100,10 +107,11 @@ std::string wordsOf(const ResultFigure& figure) {
   return figure.quantity + (figure.unit.empty() ? "" : " (" + figure.unit + ")");
 }
 
-std::vector<Course> coursesOf(const std::string& subject) {
+std::vector<Course> coursesOf(const std::string& subject, const std::optional<std::string>& site) {
   const SubjectDatabase* db = theApp().db.get();
   if (!db) return {};
   std::vector<ExamRow> exams = db->examsOf(subject);
+  if (site) std::erase_if(exams, [&](const ExamRow& exam) { return exam.site != *site; });
   std::ranges::stable_sort(exams, {}, &ExamRow::created);
   std::map<std::string, Course> found;
   for (const ExamRow& exam : exams) {

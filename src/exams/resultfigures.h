@@ -1,6 +1,7 @@
 // The numbers that stand in the result texts of documents, and their course over the exams of a subject.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,8 +44,8 @@ struct Course {
   std::vector<Value> values;
 };
 
-// All courses of the subject, by name.
-std::vector<Course> coursesOf(const std::string& subject);
+// All courses of the subject, by name; of the exams of one site where one is told.
+std::vector<Course> coursesOf(const std::string& subject, const std::optional<std::string>& site = {});
 
 // A document that a course can be shown in.
 class CourseTaker {

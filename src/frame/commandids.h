@@ -54,6 +54,7 @@ inline constexpr int32_t ExportStudy = 34181;
 inline constexpr int32_t MarksDock = 34210;
 inline constexpr int32_t ExamDock = 34211;
 inline constexpr int32_t Demonstration = 34260;
+inline constexpr int32_t StudySummary = 34271;
 inline constexpr int32_t FilePrint = 57607;
 inline constexpr int32_t FilePrintPreview = 57609;
 inline constexpr int32_t Toolbar = 59392;

@@ -74,9 +74,9 @@ CView* CBasicMainFrame::viewInFront() const {
 }
 
 // Null where no kind of document holds results.
-void (*CBasicMainFrame::studyExport() const)() {
+void (*CBasicMainFrame::ofStudy(void (*DocumentFace::*what)()) const)() {
   for (const auto& type : app.documents.types())
-    if (type->face().exportStudy) return type->face().exportStudy;
+    if (type->face().*what) return type->face().*what;
   return nullptr;
 }
 
@@ -136,6 +136,14 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        &F::courseOfResults,
        &F::canChartCourse,
        {.tip = "Course of results", .status = "Makes a chart of a result over the subject's examinations."}},
+      {cmd::ExamReport,
+       "Exam &report...",
+       &F::examReport,
+       &F::canReportExams,
+       {.tip = "Exam report",
+        .status =
+            "Writes a PDF of the examination, or of all of the subject: pictures, results and their course.",
+        .whyOff = "There is no database of subjects."}},
       {cmd::ProcessResults,
        "Process Results",
        &F::processResults,
@@ -157,6 +165,13 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        {.tip = "Export study results",
         .status =
             "Writes the results of the open tables, of a subject or of all, as one table for statistics."}},
+      {cmd::StudySummary,
+       "Study s&ummary...",
+       &F::summariseStudy,
+       &F::canSummariseStudy,
+       {.tip = "Study summary",
+        .status =
+            "Writes how the results of a study are distributed, with their outliers, as PDF or picture."}},
       {cmd::CloseAll,
        "Close All",
        &F::closeAll,

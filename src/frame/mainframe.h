@@ -13,6 +13,7 @@
 #include "frame/pictureexport.h"
 #include "frame/remotebrowser.h"
 #include "host/host.h"
+#include "report/examreport.h"
 #include "settings/profile.h"
 
 namespace tarnvisor {
@@ -117,6 +118,8 @@ class CBasicMainFrame : public CommandTarget {
   bool canShowOverview() const { return overviewFace != nullptr; }
   bool showsOverview() const { return overviewFace && overviewFace->isOpen(); }
   void courseOfResults() { runCourse(); }
+  void examReport() { examReportCommand(); }
+  bool canReportExams() const { return app.db != nullptr; }
   bool canChartCourse() const { return process.xyChartTemplate != nullptr; }
   bool canOpenVideos() const;
   void openCytoscan();
@@ -130,9 +133,11 @@ class CBasicMainFrame : public CommandTarget {
   CView* viewInFront() const;
   void exportPictureOfView() { exportPicture(*viewInFront()); }
   bool canExportPicture() const { return viewInFront() && viewInFront()->hasPicture(); }
-  void (*studyExport() const)();
-  void exportStudy() { studyExport()(); }
-  bool canExportStudy() const { return studyExport() != nullptr; }
+  void (*ofStudy(void (*DocumentFace::*what)()) const)();
+  void exportStudy() { ofStudy (&DocumentFace::exportStudy)(); }
+  bool canExportStudy() const { return ofStudy(&DocumentFace::exportStudy) != nullptr; }
+  void summariseStudy() { ofStudy (&DocumentFace::studySummary)(); }
+  bool canSummariseStudy() const { return ofStudy(&DocumentFace::studySummary) != nullptr; }
   void closeAll() { app.documents.closeAll(); }
   void toggleExpertMode();
   bool isExpertMode() const { return app.expertMode != 0; }

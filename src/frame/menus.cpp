@@ -24,7 +24,7 @@ Menu fileMenu(const MenuEntries& ofDocument) {
 Menu subjectMenu() {
   return {"&Subject",
           {cmd::SelectSubject, cmd::ViewExams, cmd::ExamsOfSubject, K::Separator, cmd::CourseOfResults,
-           cmd::ProcessResults, cmd::ExportStudy}};
+           cmd::ExamReport, cmd::ProcessResults, cmd::ExportStudy, cmd::StudySummary}};
 }
 
 Menu acquisitionMenu() {

@@ -43,6 +43,7 @@ struct DocumentFace {
   std::vector<FileKind> files;
   std::vector<StartSwitch> startSwitches;
   void (*exportStudy)() = nullptr;   // of the kind that holds results: those of a whole study into a file
+  void (*studySummary)() = nullptr;  // likewise, their distributions
   void (*readSettings)() = nullptr;  // what the kind keeps of the profile beside its documents, read anew
   const char* icon = "document";     // of its windows, and of its files on the desktop
   const char* helpPage = "index";    // in help/, without ending

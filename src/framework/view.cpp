@@ -74,6 +74,13 @@ bool CView::keyDown(const KeyEvent& event) {
   }
 }
 
+ReportPart CView::reportPart() {
+  ReportPart part{.hasPicture = hasPicture(),
+                  .fillsWindow = contentSize() == Size{} || contentSize() == window};
+  if (const SidePanel* panel = sidePanel()) part.facts = panel->facts();
+  return part;
+}
+
 // What has no size of its own, or fills its window, is as large as that.
 Size CView::pictureSize(int32_t times) const {
   const Size content = contentSize();

@@ -12,6 +12,7 @@
 #include "base/geometry.h"
 #include "base/lengthunits.h"
 #include "framework/command.h"
+#include "framework/reportpart.h"
 #include "framework/scripttarget.h"
 #include "host/canvas.h"
 
@@ -179,6 +180,9 @@ class CView : public CommandTarget, public ScriptTarget {
   virtual Size pictureSize(int32_t times) const;
   virtual PixelSize pixelSize() const { return {}; }  // of its content
   virtual void drawPicture(Canvas& canvas, Size size, const PictureWish& wish);
+
+  // --- in a report: by itself the picture, if there is one, and the facts of the panel beside it
+  virtual ReportPart reportPart();
 
   // Whether the place of its window is kept in the profile, for the next one of its class.
   virtual bool keepsPlace() const { return false; }

@@ -54,6 +54,9 @@ class NullHost : public Messages,
   void end() override {}
   bool print(const std::string&, const Draw&) override { return false; }
   bool preview(const std::string&, const Draw&) override { return false; }
+  Outcome writePdf(const std::string& path, const std::string&, const Draw&) override {
+    return Outcome::failure(path + ": there is nothing to draw with");
+  }
   // Programs are started for real.
   int32_t run(const std::vector<std::string>& programAndArguments) override {
     return SystemProcesses().run(programAndArguments);

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "base/outcome.h"
 #include "host/canvas.h"
 
 namespace tarnvisor {
@@ -27,6 +28,9 @@ class Printer {
   virtual bool print(const std::string& title, const Draw& draw) = 0;
   // Shows the pages; the user may print them from there. draw may be called any number of times.
   virtual bool preview(const std::string& title, const Draw& draw) = 0;
+  // The pages as a PDF file of that name, A4 where no printer tells another size. Asks nothing; on failure an
+  // old file of that name stays as it was.
+  virtual Outcome writePdf(const std::string& path, const std::string& title, const Draw& draw) = 0;
 };
 
 }  // namespace tarnvisor

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "drawing/picturepainter.h"
 #include "drawing/textmeasure.h"
+#include "drawing/textwrap.h"
 #include "exams/examselection.h"
 #include "exams/subjectdirectory.h"
 #include "host/host.h"
@@ -20,15 +21,6 @@ namespace {
 
 constexpr int32_t kTenthsOfPoint = 100;
 
-// The lines of a text with any kind of line end, without an empty one at its end.
-std::vector<std::string> linesOf(const std::string& words) {
-  std::vector<std::string> lines = split(words, '\n');
-  for (std::string& line : lines)
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-  while (!lines.empty() && lines.back().empty()) lines.pop_back();
-  return lines;
-}
-
 void append(std::vector<std::string>& to, const std::vector<std::string>& lines) {
   to.insert(to.end(), lines.begin(), lines.end());
 }
@@ -41,20 +33,11 @@ class PageWriter {
     job.canvas().setFont("", kTenthsOfPoint);
     lineHeight = TextMeasure::of(job.canvas()).line;
   }
-  // The line, broken at blanks where it is wider than the page.
-  std::vector<std::string> wrapped(const std::string& line) const {
-    std::vector<std::string> pieces;
-    std::string rest = line;
-    do {
-      const size_t fits = fitting(rest);
-      pieces.push_back(rest.substr(0, fits));
-      rest.erase(0, fits);
-      rest.erase(0, rest.find_first_not_of(' '));
-    } while (!rest.empty());
-    return pieces;
+  std::vector<std::string> piecesOf(const std::string& line) const {
+    return wrapped(job.canvas(), line, page.width);
   }
   void write(const std::string& line) {
-    for (const std::string& piece : wrapped(line)) {
+    for (const std::string& piece : piecesOf(line)) {
       if (y + lineHeight > page.height && y > 0 && !turn()) return;
       job.canvas().text({0, y}, piece, 0);
       y += lineHeight;
@@ -62,7 +45,7 @@ class PageWriter {
   }
   int32_t heightOf(const std::vector<std::string>& lines) const {
     size_t count = 0;
-    for (const std::string& line : lines) count += wrapped(line).size();
+    for (const std::string& line : lines) count += piecesOf(line).size();
     return static_cast<int32_t>(std::min<size_t>(count, 1 << 16)) * lineHeight;
   }
   void skipLine() { y += lineHeight; }
@@ -80,22 +63,6 @@ class PageWriter {
   int32_t lineHeight = 1;
 
  private:
-  // How many characters of a line fit the page's width, at least 1 of a line that has some; up to a blank
-  // where there is one.
-  size_t fitting(const std::string& line) const {
-    const auto wide = [&](size_t count) {
-      return job.canvas().textSize(line.substr(0, count)).width > page.width;
-    };
-    if (line.empty() || !wide(line.size())) return line.size();
-    size_t low = 1, high = line.size();
-    while (high - low > 1) {
-      const size_t middle = (low + high) / 2;
-      (wide(middle) ? high : low) = middle;
-    }
-    const size_t blank = line.rfind(' ', low);
-    return blank == std::string::npos || blank == 0 ? low : blank;
-  }
-
   PrintJob& job;
   Size page;
   bool gaveUp = false;

@@ -100,6 +100,9 @@ class ZBasicView : public CView, public AutoLoadSink {
   PixelSize pixelSize() const override { return doc.pixelSize(); }
   void drawPicture(Canvas& canvas, Size size, const PictureWish& wish) override;
 
+  // --- zbasicview_report.cpp
+  ReportPart reportPart() override;
+
   // --- zbasicview_commands.cpp
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }

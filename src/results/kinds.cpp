@@ -4,6 +4,7 @@
 #include "results/commandids.h"
 #include "results/resultview.h"
 #include "results/studyresults.h"
+#include "results/studysummary.h"
 
 namespace tarnvisor {
 
@@ -23,6 +24,7 @@ const DocumentFace& resultFace() {
                  .mimeComment = "Tarnvisor result table",
                  .mimeWeight = 40}},
       .exportStudy = &exportStudyCommand,
+      .studySummary = &studySummaryCommand,
       .helpPage = "results"};
   return face;
 }

@@ -1,5 +1,7 @@
 #include "results/resultview.h"
 
+#include "base/text.h"
+
 namespace tarnvisor {
 
 TableView::Cells CResultView::selectedCells() const {
@@ -25,6 +27,22 @@ void CResultView::onUpdate(Change what) {
   TableView::onUpdate(what);
   if (table.rowCount() > rowsSeen) scrollTo({scrollPosition().x, contentSize().height});
   rowsSeen = table.rowCount();
+}
+
+ReportPart CResultView::reportPart() {
+  ReportTable shown{.title = ""};
+  std::vector<size_t> places;
+  for (size_t place = 0; place < table.columns.size(); ++place)
+    if (table.columnAt(place).visible) places.push_back(place);
+  for (const size_t place : places) {
+    const std::string& title = table.columnAt(place).title;
+    shown.columns.push_back({title, isNumber(place)});
+  }
+  for (size_t row = 0; row < table.rowCount(); ++row) {
+    std::vector<std::string>& cells = shown.rows.emplace_back();
+    for (const size_t place : places) cells.emplace_back(trimmed(table.shownCell(row, place)));
+  }
+  return {.tables = {std::move(shown)}};
 }
 
 }  // namespace tarnvisor

@@ -20,6 +20,7 @@ class CResultView : public TableView {
   }
   std::string selectionText() const override { return table.selectionText(); }
   void onUpdate(Change what) override;
+  ReportPart reportPart() override;  // its visible columns
 
  private:
   std::vector<int32_t> columnWidths() const override;

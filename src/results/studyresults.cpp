@@ -9,7 +9,6 @@
 
 #include "app/asked.h"
 #include "app/basicapp.h"
-#include "base/checksum.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "base/version.h"
@@ -18,7 +17,7 @@
 #include "exams/resultfigures.h"
 #include "exams/subjectdirectory.h"
 #include "host/host.h"
-#include "settings/settings.h"
+#include "settings/fingerprint.h"
 
 namespace tarnvisor {
 
@@ -57,9 +56,7 @@ bool isMeanOfLines(const CResultDoc& table, size_t row) {
   });
 }
 
-struct Measure {
-  std::string subject, exam, document, list, mark, quantity, value, unit, table;
-};
+using Measure = StudyMeasure;
 
 // Measures of loops have no negative values: -1 stands where one can't be told.
 bool isUntold(const CResultDoc& table, const Measure& measure) {
@@ -248,6 +245,36 @@ void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& su
     }
 }
 
+void addOpenTables(StudyRows& rows) {
+  for (const CDocument* document : theApp().documents.documents())
+    if (const auto* table = dynamic_cast<const CResultDoc*>(document)) rows.add(*table, table->ownerOfAll());
+}
+
+// None where open tables are all that is wanted.
+Outcome subjectsOf(StudyScope scope, std::vector<std::string>& subjects) {
+  if (scope == StudyScope::OpenTables) return Outcome::success();
+  const SubjectDatabase* db = theApp().db.get();
+  if (!db) return Outcome::failure("There is no database with stored tables.");
+  const std::string selected = theExams().subjectId();
+  if (scope == StudyScope::SelectedSubject && selected.empty())
+    return Outcome::failure("No subject is selected.");
+  subjects = scope == StudyScope::AllSubjects ? db->allSubjects() : std::vector<std::string>{selected};
+  return Outcome::success();
+}
+
+void addDocuments(StudyRows& rows, const SubjectDatabase& db, const std::string& subject) {
+  for (const ExamRow& exam : db.examsOf(subject))
+    for (const ResultRow& result : db.resultsOf(exam.id))
+      for (const ResultFigure& figure : figuresOf(exam, result))
+        if (rows.wanted.has(figure.quantity, figure.unit))
+          rows.measures.push_back({.subject = subject,
+                                   .exam = format("%i", exam.id),
+                                   .document = result.filename,
+                                   .quantity = figure.quantity,
+                                   .value = format("%.9g", figure.value),
+                                   .unit = figure.unit});
+}
+
 }  // namespace
 
 std::string unitOfMeasure(const CResultDoc& table, const std::string& title, const std::string& units) {
@@ -269,38 +296,31 @@ std::string unitOfMeasure(const CResultDoc& table, const std::string& title, con
   return {};
 }
 
-std::string settingsFingerprint() {
-  std::string counted;
-  for (const auto& [section, key, value] : settings.entries()) {
-    if (isOneOf(section, {"MainWindow", "WINDOWSZ", "directories", "Recent File List"}) ||
-        isOneOf(key, {"directory", "database", "left",       "top",     "right",   "bottom",  "w",    "h",
-                      "wleft",     "wtop",     "wright",     "wbottom", "show",    "showcmd", "minx", "miny",
-                      "maxx",      "maxy",     "showtarget", "targetx", "targety", "gridshow"}))
-      continue;
-    counted.append(section).append("/").append(key).append("=").append(value).append("\n");
+Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures, std::string& unread) {
+  StudyRows rows{.wanted = WantedQuantities(wish.quantities), .measures = {}};
+  addOpenTables(rows);
+  std::vector<std::string> subjects;
+  if (Outcome found = subjectsOf(wish.scope, subjects); !found) return found;
+  for (const std::string& subject : subjects) {
+    addStored(rows, *theApp().db, subject, unread);
+    addDocuments(rows, *theApp().db, subject);
   }
-  return sha256(counted);
+  if (rows.measures.empty()) return Outcome::failure("There are no results.");
+  measures = std::move(rows.measures);
+  return Outcome::success();
 }
 
 Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread) {
   StudyRows rows{.wanted = WantedQuantities(wish.quantities), .measures = {}};
-  for (const CDocument* document : theApp().documents.documents())
-    if (const auto* table = dynamic_cast<const CResultDoc*>(document)) rows.add(*table, table->ownerOfAll());
+  addOpenTables(rows);
   ExamTable exams;
-  if (wish.scope != StudyScope::OpenTables) {
-    const SubjectDatabase* db = theApp().db.get();
-    if (!db) return Outcome::failure("There is no database with stored tables.");
-    const std::string selected = theExams().subjectId();
-    if (wish.scope == StudyScope::SelectedSubject && selected.empty())
-      return Outcome::failure("No subject is selected.");
-    std::vector<std::string> subjects =
-        wish.scope == StudyScope::AllSubjects ? db->allSubjects() : std::vector<std::string>{selected};
-    if (wish.layout == StudyLayout::Exams) {
-      std::ranges::sort(subjects);
-      for (const std::string& subject : subjects) exams.addExams(*db, subject, rows.wanted);
-    }
-    for (const std::string& subject : subjects) addStored(rows, *db, subject, unread);
+  std::vector<std::string> subjects;
+  if (Outcome found = subjectsOf(wish.scope, subjects); !found) return found;
+  if (wish.layout == StudyLayout::Exams) {
+    std::ranges::sort(subjects);
+    for (const std::string& subject : subjects) exams.addExams(*theApp().db, subject, rows.wanted);
   }
+  for (const std::string& subject : subjects) addStored(rows, *theApp().db, subject, unread);
   std::string text;
   if (wish.layout == StudyLayout::Measures) {
     if (rows.measures.empty()) return Outcome::failure("There are no results.");
@@ -317,9 +337,6 @@ Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string&
   return written;
 }
 
-namespace {
-
-// What the open tables and the selected subject's documents tell.
 std::vector<std::string> knownQuantities() {
   StudyRows rows{.wanted = WantedQuantities(""), .measures = {}};
   for (const CDocument* document : theApp().documents.documents())
@@ -329,8 +346,6 @@ std::vector<std::string> knownQuantities() {
   for (const Course& course : coursesOf(theExams().subjectId())) names.insert(course.quantity);
   return {names.begin(), names.end()};
 }
-
-}  // namespace
 
 void exportStudyCommand() {
   // Scripts answer with the file first; a person would lose the way to it where there is nothing to write.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "base/outcome.h"
 #include "results/resultdoc.h"
@@ -21,6 +22,18 @@ struct StudyWish {
   std::string quantities = {};
 };
 
+// A number of a table, or of what a document's result says: those have no table.
+struct StudyMeasure {
+  std::string subject, exam, document, list, mark, quantity;
+  std::string value;  // empty where nothing was measured
+  std::string unit, table;
+};
+// Those of the tables, and of the subjects' documents what their results say. Fails where there is none.
+[[nodiscard]] Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures,
+                                  std::string& unread);
+// What the open tables and the selected subject's documents tell.
+std::vector<std::string> knownQuantities();
+
 // Tables that can't be read, as lines for the user, come in `unread`.
 [[nodiscard]] Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread);
 // The command: asks for what goes into it, and for the place.
@@ -28,7 +41,5 @@ void exportStudyCommand();
 
 // The unit of a measure by its column, of a table in these units; empty where it has none or nobody knows.
 std::string unitOfMeasure(const CResultDoc& table, const std::string& title, const std::string& units);
-// Of what the profile tells of measuring: windows, folders and files used last don't count.
-std::string settingsFingerprint();
 
 }  // namespace tarnvisor

@@ -5,6 +5,7 @@
 #include "frame/mainframe.h"
 #include "imagedoc/resulttables.h"
 #include "linescan/resulttables.h"
+#include "settings/fingerprint.h"
 #include "support/apptest.h"
 
 namespace tarnvisor {

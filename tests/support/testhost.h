@@ -145,6 +145,9 @@ class TestHost final : public NullHost {
     if (printJob) draw(*printJob);
     return printJob != nullptr;
   }
+  Outcome writePdf(const std::string& path, const std::string& title, const Draw& draw) override {
+    return print(title, draw) ? Outcome::success() : Outcome::failure(path);
+  }
   using PictureWriter::write;
   Outcome write(const std::string& path, Size, PixelSize, const std::function<void(Canvas&)>& draw) override {
     EXPECT_TRUE(pictureCanvas) << "an unexpected picture: " << path;

@@ -1,0 +1,45 @@
+#include "app/unseen.h"
+
+#include "app/basicapp.h"
+#include "base/files.h"
+#include "host/nullhost.h"
+
+namespace tarnvisor {
+
+namespace {
+
+// Who is told nothing, and loses nothing by an answer.
+struct Nobody final : NullHost {
+  std::string told;
+  Answer show(const std::string& text, Buttons buttons, Icon) override {
+    told = text;
+    return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<CDocument> openUnseen(const std::string& path, std::string& whynot) {
+  const DocumentType* type = theApp().documents.typeFor(path);
+  if (!fileExists(path)) {
+    whynot = "the file is not there";
+    return nullptr;
+  }
+  if (!type || !type->canOpen() || !type->classes().makeView) {
+    whynot = "no kind of document opens it";
+    return nullptr;
+  }
+  Nobody nobody;
+  const HostScope unseen(nobody.ports);
+  std::unique_ptr<CDocument> document = type->classes().makeDocument();
+  document->setPathName(path);
+  if (!document->onOpenDocument(path)) {
+    whynot = nobody.told.empty() ? "it can't be read" : nobody.told;
+    return nullptr;
+  }
+  document->addView(type->classes().makeView(*document));
+  document->updateAllViews();
+  return document;
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,16 @@
+// A document that is opened to be looked at, without a window and without a question: small pictures,
+// reports.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "framework/document.h"
+
+namespace tarnvisor {
+
+// With its view; what the file holds, whether or not it is open in a window too. Null where it can't be
+// opened, and whynot then tells what a user would have been told.
+std::unique_ptr<CDocument> openUnseen(const std::string& path, std::string& whynot);
+
+}  // namespace tarnvisor
