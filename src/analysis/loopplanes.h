@@ -5,13 +5,14 @@
 #include <initializer_list>
 #include <vector>
 
+#include "analysis/workmemory.h"
 #include "image/zzimage.h"
 
 namespace tarnvisor {
 
 struct LoopPlane {
   int32_t width = 0, height = 0;
-  std::vector<float> values;
+  WorkVector<float> values;
 
   LoopPlane() = default;
   LoopPlane(int32_t w, int32_t h, float value = 0)

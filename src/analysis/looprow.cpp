@@ -29,8 +29,8 @@ class BoxMeans {
  public:
   BoxMeans(const LoopPlane& plane, const LoopPlane& weight, int32_t step)
       : coarse(coarsened(plane, weight, step)), stride(static_cast<size_t>(coarse.sum.width) + 1) {
-    sums.resize(stride * (static_cast<size_t>(coarse.sum.height) + 1));
-    counts.resize(sums.size());
+    sums.resize(stride * (static_cast<size_t>(coarse.sum.height) + 1), 0.0);
+    counts.resize(sums.size(), 0.0);
     for (int32_t y = 0; y < coarse.sum.height; ++y)
       for (int32_t x = 0; x < coarse.sum.width; ++x) {
         const size_t to = index(x + 1, y + 1), left = to - 1, above = index(x + 1, y), corner = above - 1;
@@ -54,13 +54,13 @@ class BoxMeans {
   size_t index(int32_t x, int32_t y) const {
     return static_cast<size_t>(y) * stride + static_cast<size_t>(x);
   }
-  double box(const std::vector<double>& of, int32_t x0, int32_t y0, int32_t x1, int32_t y1) const {
+  double box(const WorkVector<double>& of, int32_t x0, int32_t y0, int32_t x1, int32_t y1) const {
     return of[index(x1, y1)] - of[index(x0, y1)] - of[index(x1, y0)] + of[index(x0, y0)];
   }
   LoopCoarse coarse;
   double inverse = 1.0 / coarse.step;
   size_t stride;
-  std::vector<double> sums, counts;
+  WorkVector<double> sums, counts;
 };
 
 // --- Tips

@@ -440,6 +440,7 @@ double loopsAbout(LoopPoint centre, const NailfoldLoops& found, double pixelSize
 }
 
 NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
+  const WorkMemory memory;
   if (const std::string why = objection(image, request.pixelSize); !why.empty()) return refused(why);
   const Prepared work = prepared(image, request.pixelSize);
   if (work.magentaRanks.size() < 100) return refused("glare or clipping hides the skin");

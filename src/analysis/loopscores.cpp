@@ -125,7 +125,8 @@ void LoopSums::fill(const LoopPlane& darkness, const LoopPlane& redness, const L
   width = darkness.width + highest - lowest;
   stride = width + 2 * kMargin + 1;
   const auto cells = static_cast<size_t>(stride) * static_cast<size_t>(height + 2 * kMargin + 1);
-  for (std::vector<int32_t>* table : {&dark, &red, &there}) {
+  for (WorkVector<int32_t>* table : {&dark, &red, &there}) {
+    if (table->capacity() < cells) table->clear();  // nothing of it is copied
     table->resize(cells);
     std::fill_n(table->begin(), static_cast<size_t>(stride) * (kMargin + 1), 0);
   }
@@ -141,7 +142,7 @@ void LoopSums::fill(const LoopPlane& darkness, const LoopPlane& redness, const L
       there[here + i] = there[above + i] + thereSum;
     };
     if (y >= height) {
-      for (std::vector<int32_t>* table : {&dark, &red, &there})
+      for (WorkVector<int32_t>* table : {&dark, &red, &there})
         std::copy_n(table->begin() + static_cast<ptrdiff_t>(above), stride,
                     table->begin() + static_cast<ptrdiff_t>(here));
       continue;

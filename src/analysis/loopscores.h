@@ -26,7 +26,7 @@ struct LoopSums {
   static constexpr int32_t kMargin = 48;
   static constexpr float kUnit = 16384;
   int32_t width = 0, height = 0, stride = 0;
-  std::vector<int32_t> dark, red, there;
+  WorkVector<int32_t> dark, red, there;
   // Rows are moved by the shear times their number.
   void fill(const LoopPlane& darkness, const LoopPlane& redness, const LoopPlane& weight, double shear);
   // Where a row of the picture begins in the sums.
