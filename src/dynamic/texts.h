@@ -81,7 +81,7 @@ inline constexpr const char* kOneLineOnly =
 inline constexpr const char* kNoVersions =
     "There is one version alone: a filter or another pass over the images makes the next.";
 inline constexpr const char* kPassIsAVersion =
-    "A pass over the images that something else followed is taken back by \"Go to version...\".";
+    "What was done before the video was opened is taken back by \"Go to version...\".";
 inline constexpr const char* kNoMemory = "There is not enough memory.";
 
 }  // namespace tarnvisor::text

@@ -239,7 +239,6 @@ class CVivoCapDoc : public ZBasicDoc {
   [[nodiscard]] bool makeVersion();
   [[nodiscard]] bool bringToFile();
   void addVersion(const std::string& what, int32_t madeOf);
-  void endPass();
   [[nodiscard]] static Outcome openVersion(const MovieVersion& version, CZZMovie& into);
   std::string whyNotDeleted(const MovieVersion& version) const;
   bool mayRemoveFile(const MovieVersion& version) const;
@@ -252,13 +251,8 @@ class CVivoCapDoc : public ZBasicDoc {
   void goToVersionCommand();
   void compareVersionCommand();
   void deleteVersionCommand();
-  // The pass that Undo takes back as long as nothing else was changed since.
-  bool isAtPass(bool back) const;
-  void leavePass();
-  bool canUndoVideo() const;
-  bool canRedoVideo() const;
-  void undoVideo();
-  void redoVideo();
+  Outcome showVersion(int32_t number);
+  void rememberVersions(int32_t from, int32_t to);
 
   // --- room on the disc (vivocapdoc_room.cpp)
   // Asks before much of it is taken. False where there is too little, and the user was told.
@@ -392,12 +386,7 @@ class CVivoCapDoc : public ZBasicDoc {
   MovieChoice movieChoice = MovieChoice::Usual;
   TemporaryFile unsavedMovie;  // was made for this document
   MovieVersions versions;
-  std::string savedMovie;  // that the document's file names
-  struct {
-    int32_t from = 0, to = 0;  // numbers of versions
-    uint64_t changes = 0;      // of the document, when it was done or taken back
-    bool isBack = false;
-  } passDone;
+  std::string savedMovie;    // that the document's file names
   int32_t imagesOpened = 0;  // what a save tells the number of images by
   std::string leftOutside;   // the movie file that the user left where it is, away from the document
 };

@@ -108,8 +108,6 @@ const CommandTableBase& CVivoCapDoc::commandTable() {
             .status = "Makes a colour movie of images that hold their three planes one above the other."}},
           {cmd::ConvertToGrey, "Convert to &grey", &D::toGrey, &D::isColourMovie},
           {cmd::Bin, "&Bin", &D::noCommand, &D::never},
-          {cmd::Undo, "&Undo", &D::undoVideo, &D::canUndoVideo},
-          {cmd::Redo, "&Redo", &D::redoVideo, &D::canRedoVideo},
           {cmd::GoToVersion,
            "&Go to version...",
            &D::goToVersionCommand,

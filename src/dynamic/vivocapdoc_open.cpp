@@ -33,7 +33,6 @@ void CVivoCapDoc::deleteContents() {
   if (movie) movie->close();
   movie.reset();
   dropUnsavedVersions();
-  passDone = {};
   imagesOpened = 0;
   overlayTraces.items.clear();
   moviePath.clear();

@@ -70,7 +70,6 @@ class CVivoCapDoc::SelectionJob : public Job {
     if (opened) keep(cancelled);
     doc.appendNotes(words);
     doc.setModified();
-    doc.endPass();
     doc.updateAllViews();
   }
 
@@ -153,7 +152,6 @@ class CVivoCapDoc::RewriteJob : public Job {
       doc.addVersion(words, version);
       doc.appendNotes(words + text::kLineEnd);
       doc.setModified();
-      doc.endPass();
     } else if (!cancelled) {
       if (doc.movie->failure().empty())
         doc.report("That would leave no images.");

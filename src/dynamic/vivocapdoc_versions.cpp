@@ -109,20 +109,27 @@ void CVivoCapDoc::addVersion(const std::string& what, int32_t madeOf) {
   if (!hasMovie() || versions.all().empty()) return;
   if (MovieVersion* same = versions.ofFile(movie->fileName)) {
     same->what += ", " + what;
-    passDone = {};
     return;
   }
   MovieVersion made = presentVersion(what);
   made.madeOf = madeOf;
   made.isOwn = 1;
   versions.add(std::move(made));
-  passDone = {madeOf, versions.all().back().number};
+  rememberVersions(madeOf, versions.all().back().number);
 }
 
-// What Undo takes back until something else is changed.
-void CVivoCapDoc::endPass() {
-  if (passDone.to == 0 || passDone.to != currentVersion()) passDone = {};
-  passDone.changes = changeCount();
+// Also where the way led through others meanwhile.
+void CVivoCapDoc::rememberVersions(int32_t from, int32_t to) {
+  rememberStep([this, from, to](bool back) {
+    if (const Outcome went = showVersion(back ? from : to); !went) report(went.why());
+  });
+}
+
+Outcome CVivoCapDoc::goToVersion(int32_t number) {
+  const int32_t from = currentVersion();
+  const Outcome went = showVersion(number);
+  if (went && from != number) rememberVersions(from, number);
+  return went;
 }
 
 Outcome CVivoCapDoc::openVersion(const MovieVersion& version, CZZMovie& into) {
@@ -140,7 +147,7 @@ Outcome CVivoCapDoc::openVersion(const MovieVersion& version, CZZMovie& into) {
   return Outcome::success();
 }
 
-Outcome CVivoCapDoc::goToVersion(int32_t number) {
+Outcome CVivoCapDoc::showVersion(int32_t number) {
   const MovieVersion* wanted = versions.find(number);
   if (!wanted) return Outcome::failure(format("there is no version %i", number));
   if (number == currentVersion()) return Outcome::success();
@@ -284,32 +291,6 @@ void CVivoCapDoc::dropUnsavedVersions() {
       logPrintf("%s can't be removed\n", each.file.c_str());
   versions.clear();
 }
-
-// --- Undo
-
-namespace {
-const CommandRow& rowOfImage(int32_t command) { return *ZBasicDoc::commandTable().find(command); }
-}  // namespace
-
-bool CVivoCapDoc::isAtPass(bool back) const {
-  return passDone.to != 0 && passDone.isBack == back && passDone.changes == changeCount();
-}
-
-void CVivoCapDoc::leavePass() {
-  passDone.isBack = !passDone.isBack;
-  if (const Outcome went = goToVersion(passDone.isBack ? passDone.from : passDone.to); !went) {
-    passDone = {};
-    return report(went.why());
-  }
-  passDone.changes = changeCount();
-}
-
-bool CVivoCapDoc::canUndoVideo() const { return isAtPass(false) || rowOfImage(cmd::Undo).enabled(*this); }
-bool CVivoCapDoc::canRedoVideo() const { return isAtPass(true) || rowOfImage(cmd::Redo).enabled(*this); }
-
-// Steps of the image document are left to it.
-void CVivoCapDoc::undoVideo() { isAtPass(false) ? leavePass() : rowOfImage(cmd::Undo).execute(*this); }
-void CVivoCapDoc::redoVideo() { isAtPass(true) ? leavePass() : rowOfImage(cmd::Redo).execute(*this); }
 
 // --- commands
 

@@ -78,8 +78,8 @@ bool removeMagnification(int32_t index) {
 }
 
 std::string magnificationLine(const MagnificationEntry& entry) {
-  return format("%8.3f %8.3f %-25s %s", entry.magx, entry.magy, entry.magname.c_str(),
-                longDateTime(entry.magdate).c_str());
+  const std::string date = entry.magdate > 0 ? longDateTime(entry.magdate) : "never set";
+  return format("%8.3f %8.3f %-25s %s", entry.magx, entry.magy, entry.magname.c_str(), date.c_str());
 }
 
 }  // namespace tarnvisor

@@ -12,7 +12,8 @@ MagnificationFace* MagnificationDialog::face = nullptr;
 
 MagnificationDialog::MagnificationDialog(const ZBasicDoc& document)
     : entry{document.magx, document.magy, document.magname, document.magindex},
-      unit(document.unitName() + text::kPerPixel),
+      // What is typed here is in this unit, also where the image has no scale yet.
+      unit(document.userunits + text::kPerPixel + (document.calibrated ? "" : " (not calibrated)")),
       before(entry),
       tablePixels(document.standardPixels()) {
   refresh();

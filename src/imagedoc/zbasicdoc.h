@@ -361,6 +361,11 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   }
 
   // zbasicdoc_undo.cpp
+ protected:
+  // A step of Undo that is not this class's own: what turns it, called with true to take it back.
+  void rememberStep(std::function<void(bool back)> turn);
+
+ private:
   struct UndoState;
   using Turn = std::unique_ptr<UndoState>;
   void turnHistory(void (History<Turn>::*way)(const std::function<Turn(Turn)>&));

@@ -1,6 +1,7 @@
 // Undo and Redo: a command says beforehand that it changes the document, and what it changed is kept.
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <optional>
 #include <tuple>
 #include <utility>
@@ -110,6 +111,7 @@ struct ZBasicDoc::UndoState {
       doc.image->blackZero = doc.zeroasblack;
     }
     if (image || notes != notesHere) exchangeNotes(doc.notes);
+    if (turn) turn(std::exchange(isDone, !isDone));
     std::swap(doc.imagedirty, imagedirty);
     const bool here = doc.isModified();
     doc.setModified(modified);
@@ -147,7 +149,17 @@ struct ZBasicDoc::UndoState {
   std::unique_ptr<CZZimage> image;  // null where both sides have the same pixels
   std::unique_ptr<CZZimage> unrepaired;
   bool repairIsStored = false;
+  std::function<void(bool back)> turn;
+  bool isDone = true;
 };
+
+void ZBasicDoc::rememberStep(std::function<void(bool back)> turn) {
+  auto step = std::make_unique<UndoState>(*this);
+  step->keepWhatDiffers(*this);
+  step->turn = std::move(turn);
+  history.add(std::move(step), [](const auto& state) { return state->bytes(); });
+  changesKnown = changeCount();
+}
 
 // Here, where what they make and end is known whole.
 void ZBasicDoc::forgetPixels() {

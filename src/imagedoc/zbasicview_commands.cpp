@@ -278,7 +278,7 @@ void ZBasicView::chooseTool(int32_t wanted) {
   } else {
     tool = wanted;
     // In an empty list a click would begin a count of its own in place of the one that is there.
-    if (tool == kToolReview && !doc.hasDimensions() && doc.countedList >= 0)
+    if (tool == kToolReview && doc.currentDims().items.empty() && doc.countedList >= 0)
       doc.setCurrentList(doc.countedList);
     keepCountApart();
   }

@@ -136,17 +136,25 @@ TEST_F(Versions, AMovieThatANeighbourNamesIsNotDeletedFromTheDisc) {
   EXPECT_TRUE(fileExists(folder.file("aA.mve")));
 }
 
-TEST_F(Versions, UndoTakesAPassBackAsLongAsNothingFollowedIt) {
+TEST_F(Versions, PassesAndMarksAreTakenBackInTheirOrder) {
   CVivoCapDoc& doc = openMovie("a.mve", 2);
-  doc.addDimension({1, 1}, CDimList::kPoint);
   run("Negative");
-  run("Undo");
-  EXPECT_EQ(doc.currentVersion(), 1);
-  run("Redo");
-  EXPECT_THAT(levels(), ElementsAre(245, 244));
+  doc.addDimension({1, 1}, CDimList::kPoint);
   doc.setModified();
-  EXPECT_FALSE(isEnabled("Undo"));
-  EXPECT_THAT(doc.whyOff(cmd::Undo, ""), HasSubstr("Go to version"));
+  run("Negative");
+  const auto state = [&] { return std::pair(doc.currentVersion(), doc.currentDims().size()); };
+  run("Undo");
+  EXPECT_EQ(state(), std::pair(2, 1));
+  run("Undo");
+  EXPECT_EQ(state(), std::pair(1, 1));
+  for (const int32_t version : {2, 3}) {
+    run("Redo");
+    EXPECT_EQ(doc.currentVersion(), version);
+  }
+  EXPECT_THAT(levels(), ElementsAre(10, 11));
+  ASSERT_TRUE(doc.goToVersion(1));
+  run("Undo");
+  EXPECT_EQ(doc.currentVersion(), 3);
 }
 
 TEST_F(Versions, AreComparedInASecondWindow) {
