@@ -1,7 +1,7 @@
 // How right the finder of nailfold loops is: simulated stills of many kinds whose loops are known, what a
 // turn, a mirror, another scale, light, colour or compression changes, the real still where it is (the folder
 // of the recorded pictures as second argument or in TARNVISOR_TEST_DATA), and the time. bench_accuracy_loops
-// [stills of each kind] [folder]
+// [stills of each kind] [folder]; or: turns [stills of each kind], what changes alone
 #include <sys/resource.h>
 
 #include <cstdio>
@@ -85,15 +85,20 @@ double densityOf(const WideField& field, void (*change)(CZZimage&)) {
   return findLoops(*image, {field.pixelSize, {}}).perMm;
 }
 
+constexpr FoldKind kChangedKinds[] = {FoldKind::Healthy, FoldKind::Sharp, FoldKind::Rarefied,
+                                      FoldKind::Giant};
+
+// How much each change moves the density, and its largest move in each kind.
 void changed(size_t count) {
-  std::printf("\n%-14s %6s %7s %8s %8s %8s %8s\n", "changed", "pairs", "refused", "mean", "abs", "worst",
-              "<0.5 %");
+  std::printf("\n%-14s %6s %7s %7s %7s %7s |", "changed", "pairs", "refused", "mean", "abs", "<0.5 %");
+  for (const FoldKind kind : kChangedKinds) std::printf(" %9s", nameOf(kind));
+  std::printf("\n");
   for (const Change& change : kChanges) {
     size_t pairs = 0, refusals = 0, within = 0;
-    double sum = 0, absolute = 0, worst = 0;
-    for (const FoldKind kind : {FoldKind::Healthy, FoldKind::Sharp, FoldKind::Rarefied, FoldKind::Giant})
+    double sum = 0, absolute = 0, worst[std::size(kChangedKinds)] = {};
+    for (size_t k = 0; k < std::size(kChangedKinds); ++k)
       for (uint64_t seed = 1; seed <= count; ++seed) {
-        WideField field = usualField(kind, seed);
+        WideField field = usualField(kChangedKinds[k], seed);
         const double before = densityOf(field, nullptr);
         if (before < 0) continue;
         if (change.field) change.field(field);
@@ -104,12 +109,14 @@ void changed(size_t count) {
         const double off = after - before;
         sum += off;
         absolute += std::abs(off);
-        worst = std::max(worst, std::abs(off));
+        worst[k] = std::max(worst[k], std::abs(off));
         within += std::abs(off) < 0.5;
       }
     const auto n = static_cast<double>(std::max<size_t>(pairs, 1));
-    std::printf("%-14s %6zu %7zu %8.2f %8.2f %8.2f %8.0f\n", change.name, pairs, refusals, sum / n,
-                absolute / n, worst, 100 * static_cast<double>(within) / n);
+    std::printf("%-14s %6zu %7zu %7.2f %7.2f %7.0f |", change.name, pairs, refusals, sum / n, absolute / n,
+                100 * static_cast<double>(within) / n);
+    for (const double w : worst) std::printf(" %9.2f", w);
+    std::printf("\n");
   }
 }
 
@@ -191,6 +198,10 @@ void remembered() {
 }  // namespace tarnvisor
 
 int main(int argc, char** argv) {
+  if (argc > 1 && std::string(argv[1]) == "turns") {
+    tarnvisor::changed(argc > 2 ? std::strtoul(argv[2], nullptr, 10) : 12);
+    return 0;
+  }
   const size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 200;
   const char* folder = argc > 2 ? argv[2] : std::getenv("TARNVISOR_TEST_DATA");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);

@@ -65,7 +65,7 @@ class BoxMeans {
 
 // --- Tips
 
-constexpr double kLeastCandidate = 0.4;
+constexpr double kLeastCandidate = 0.3;
 
 bool isHighest(const LoopPlane& score, int32_t x, int32_t y, int32_t halfWidth, int32_t halfHeight) {
   const float own = score.at(x, y);
@@ -90,6 +90,8 @@ LoopTip climbed(const LoopFrame& frame, LoopTip tip) {
   for (int32_t i = middle - half; i <= middle + half; ++i)
     if (frame.darkness.has(i, y) && frame.darkness.at(i, y) > frame.darkness.at(x, y)) x = i;
   const float start = level(x, y);
+  // What skin without a loop shows, too, ends a faint one.
+  constexpr float kSkin = 0.6f;
   const int32_t most = frame.pixels(std::max(160.0, tip.body + 40));
   for (int32_t i = 0; i < most && y > 0; ++i) {
     int32_t best = x;
@@ -99,7 +101,7 @@ LoopTip climbed(const LoopFrame& frame, LoopTip tip) {
       const float there = level(next, y - 1);
       if (there > darkest) darkest = there, best = next;
     }
-    if (darkest < 0.3f * start) break;
+    if (darkest < std::max(0.3f * start, kSkin * static_cast<float>(frame.unit))) break;
     x = best;
     --y;
   }
@@ -427,6 +429,26 @@ bool areBridged(const LoopFrame& frame, const LoopTip& a, const LoopTip& b) {
   return false;
 }
 
+// In a dense row, a faint mark that stands as far from its neighbours as loops stand apart is one of them.
+void fillGaps(const LoopFrame& frame, const LoopRow& row, float least, std::vector<LoopTip>& loops) {
+  constexpr double kDense = 160, kLeastApart = 50, kShareOfStep = 0.7, kOnCurve = 100;
+  constexpr float kShareOfLeast = 0.6f;
+  if (loops.size() < 4) return;
+  std::vector<double> steps;
+  for (size_t i = 1; i < loops.size(); ++i) steps.push_back((loops[i].x - loops[i - 1].x) * frame.grid);
+  const auto middle = steps.begin() + static_cast<ptrdiff_t>(steps.size() / 2);
+  std::nth_element(steps.begin(), middle, steps.end());
+  if (*middle > kDense) return;
+  const double apart = std::max(kShareOfStep * *middle, kLeastApart);
+  for (const LoopTip& tip : row.tips) {  // the stronger first
+    if (tip.score < kShareOfLeast * least || tip.gate < kLeastGate || !isSeen(frame, row, tip) ||
+        std::abs(behindCurve(frame, row, tip)) > kOnCurve)
+      continue;
+    const auto isNear = [&](const LoopTip& other) { return std::abs(other.x - tip.x) * frame.grid < apart; };
+    if (std::ranges::none_of(loops, isNear)) loops.push_back(tip);
+  }
+}
+
 }  // namespace
 
 LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScores& scores) {
@@ -445,7 +467,7 @@ size_t loopsBefore(const LoopFrame& frame, const LoopRow& row) {
 }
 
 std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
-  constexpr double kBehind = 260, kBehindOther = 50, kOtherShare = 0.35;
+  constexpr double kBehind = 220, kBehindOther = 50, kOtherShare = 0.35;
   // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
   constexpr double kInGapBehind = 180, kGap = 48;
   std::vector<LoopTip> near;
@@ -486,7 +508,10 @@ std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
     };
     if (std::none_of(kept.begin(), kept.end(), standsBehind)) first.push_back(tip);
   }
-  std::sort(first.begin(), first.end(), [](const LoopTip& a, const LoopTip& b) { return a.x < b.x; });
+  const auto byPlace = [](const LoopTip& a, const LoopTip& b) { return a.x < b.x; };
+  std::sort(first.begin(), first.end(), byPlace);
+  fillGaps(frame, row, least, first);
+  std::sort(first.begin(), first.end(), byPlace);
   return first;
 }
 

@@ -62,7 +62,7 @@ void plainScore(const Fields& f, int32_t x, int32_t y, const LoopBoxes& b, doubl
     float mean[4];
     for (size_t i = 0; i < 4; ++i)
       mean[i] = share[i] * plainSum(f, x, y, boxes[i], shear, [&](int32_t px, int32_t py) {
-                  return red ? static_cast<int32_t>(16384 / 0.65f * std::clamp(f.red.at(px, py), -1.3f, 1.3f))
+                  return red ? static_cast<int32_t>(16384 / 0.61f * std::clamp(f.red.at(px, py), -1.3f, 1.3f))
                              : static_cast<int32_t>(16384 * std::clamp(f.dark.at(px, py), -2.0f, 2.0f));
                 });
     score = std::min(score, 0.8f * (mean[0] - 0.5f * (mean[1] + mean[2])));
