@@ -454,6 +454,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void findAgain();
   bool isFound(const CDim& mark) const;
   void recountReviewed();
+  bool marksRowOfLoops() const { return currentlist == kNailfoldList && !loopDensityText().empty(); }
   void offerToLeaveOut();
   void storeLists(Archive& archive);
   void takeRejectedMarks();

@@ -201,7 +201,7 @@ bool ZBasicDoc::countCapillaries() {
     report("The region lies outside the image: there is nothing to count in.");
     return false;
   }
-  if (currentlist == kNailfoldList && !loopDensityText().empty()) {
+  if (marksRowOfLoops()) {
     report(
         "This list holds a row of nailfold loops and its curve, which are no capillaries of a field: switch to another list.");
     return false;
@@ -225,7 +225,7 @@ bool ZBasicDoc::countCapillaries() {
 }
 
 void ZBasicDoc::findCapillaries() {
-  capillariesIn(currentlist) == 0 ? tellFinderLimits() : offerToLeaveOut();
+  if (!marksRowOfLoops()) capillariesIn(currentlist) == 0 ? tellFinderLimits() : offerToLeaveOut();
   if (countCapillaries()) host().messages.show(resultLines());
 }
 
