@@ -369,6 +369,11 @@ StepResult saveDocument(StepContext& c) {
 StepResult exportDocument(StepContext& c) {
   const std::string path = absolutePath(c.step.args[0]);
   if (const Outcome may = c.app.documents.mayOutputTo(path); !may) return StepResult::failure(may.why());
+  if (c.step.args.size() > 1) {  // a table by its title, whatever is in front
+    CResultDoc* named = findResultDocument(c.step.args[1]);
+    return named ? named->exportTo(path)
+                 : StepResult::failure("there is no result table \"" + c.step.args[1] + "\"");
+  }
   StepResult result = ask(c, [&](ScriptTarget& t) { return t.exportTo(path); });
   if (result.known || c.app.documents.documents().empty() || !equalIgnoringCase(extensionOf(path), "csv"))
     return result;
@@ -542,7 +547,7 @@ constexpr Verb kVerbs[] = {{"subject", 1, 4, selectSubject, checkSubject},
                            {"frame", 1, 1, showImage, checkNumber},
                            {"trace", 1, 1, chooseTrace},
                            {"save", 0, 1, saveDocument},
-                           {"export", 1, 1, exportDocument},
+                           {"export", 1, 2, exportDocument},
                            {"results", 1, 1, printTable},
                            {"print", 1, 1, print, checkPrint},
                            {"snapshot", 1, 1, takeSnapshot},

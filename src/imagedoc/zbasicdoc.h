@@ -463,7 +463,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   void discard();
   // zbasicdoc_loops.cpp
   NailfoldLoops loopsInRegion();
-  void takeLoops(const NailfoldLoops& found);
+  void takeLoops(NailfoldLoops found);
   void findLoopsAnew(bool keepsRejected);
   bool tellsLoops() const;
   void followLoops();

@@ -103,7 +103,10 @@ void ZBasicDoc::findLoopsAnew(bool keepsRejected) {
   host().messages.show(resultText);
 }
 
-void ZBasicDoc::takeLoops(const NailfoldLoops& found) {
+void ZBasicDoc::takeLoops(NailfoldLoops found) {
+  static constexpr const char* kSides[] = {"top", "right", "bottom", "left"};
+  if (const int32_t side = sideOfNail(); found.verdict != LoopVerdict::Refused && side >= 1 && side <= 4)
+    found.reasons.push_back(format("nail at the %s, set by hand", kSides[side - 1]));
   forgetResult();
   CDimList& list = dimlists[kNailfoldList];
   putLoopMarks(list, found, loopScale().x, cornerOfRegion(), rejected[kNailfoldList]);

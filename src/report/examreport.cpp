@@ -157,6 +157,11 @@ void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, con
     tell(pages, whyLeftOut(result.filename, pathOf(exam.row, result.filename), whynot));
     return pages.facts({{"Result as noted", result.result}});
   }
+  const auto* bound = dynamic_cast<const CdbDocument*>(document.get());
+  if (bound && !bound->patientId.empty() && bound->patientId != id) {
+    pages.heading(result.filename);
+    return tell(pages, result.filename + " is a document of " + bound->patientId + ", and is left out.");
+  }
   CView& view = *document->views().front();
   const ReportPart part = view.reportPart();
   const Size window = part.hasPicture ? windowOf(view, part.fillsWindow) : Size{};
@@ -166,7 +171,6 @@ void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, con
     pages.picture(window, most, [&](Canvas& canvas) {
       view.drawPicture(canvas, window, {.times = 1, .overlays = true, .scaleBar = true});
     });
-  const auto* bound = dynamic_cast<const CdbDocument*>(document.get());
   const std::string& words = bound ? bound->resultText : result.result;
   const bool isTold = std::ranges::any_of(part.facts, [&](const auto& fact) { return fact.value == words; });
   pages.facts({{"Result", isTold ? std::string() : words}});

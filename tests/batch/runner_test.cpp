@@ -34,6 +34,8 @@ TEST_F(Runner, AStillBecomesARowAndATable) {
   EXPECT_THAT(readWholeText(folder.file("r.csv")).value_or(""), HasSubstr(format(",%8.3f,", density)));
   EXPECT_THAT(run("print dims").text, HasSubstr("1,circle,"));
   EXPECT_THAT(run("results \"image results\"").text, HasSubstr("shot.tv1"));
+  EXPECT_TRUE(run("export " + folder.file("named.csv") + " \"image results\"").ok);
+  EXPECT_EQ(run("export no.csv \"no such\"").why, "there is no result table \"no such\"");
   // A second exam closes the still and keeps the table.
   EXPECT_TRUE(run("exam right").ok);
   EXPECT_EQ(app.documents.documents().size(), 1u);

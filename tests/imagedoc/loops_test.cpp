@@ -126,6 +126,9 @@ TEST_F(NailfoldRow, TakesTheSideOfTheNailThatIsSet) {
   run(sides[(side + 2) % 4]);
   run("Find nailfold loops");
   EXPECT_NE(d.resultText, automatic);
+  run(sides[side]);
+  run("Find nailfold loops");
+  EXPECT_THAT(d.resultText, HasSubstr(", set by hand)"));
 }
 
 }  // namespace

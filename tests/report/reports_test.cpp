@@ -74,6 +74,15 @@ TEST_F(Reports, GoOnWithoutADocumentThatCantBeOpenedAndSaySo) {
   EXPECT_THAT(text(), HasSubstr("1, mark"));
 }
 
+TEST_F(Reports, LeaveOutTheDocumentOfSomebodyElse) {
+  select("left ring", "e1");
+  ZBasicDoc& image = saveImage("e1", "1, mark");
+  image.patientId = "S-9";
+  ASSERT_TRUE(image.onSaveDocument(image.pathName()));
+  EXPECT_THAT(left(), ElementsAre("hand.tv1 is a document of S-9, and is left out."));
+  EXPECT_THAT(text(), Not(HasSubstr("1, mark")));
+}
+
 TEST_F(Reports, TellWhatIsStoredAndNameWhatIsNot) {
   select("left ring", "e1");
   ZBasicDoc& image = saveImage("e1", "old result");
