@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "base/commit.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "base/version.h"
@@ -155,7 +156,8 @@ BatchOptions parseBatchOptions(const std::vector<std::string>& arguments) {
   for (size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (argument == "--help") return end(0, kUsage);
-    if (argument == "--version") return end(0, "tarnvisor-batch " + versionText() + "\n");
+    if (argument == "--version")
+      return end(0, "tarnvisor-batch " + versionText() + " (commit " + programCommit() + ")\n");
     if (argument == "--json")
       options.json = true;
     else if (argument == "--keep-going")

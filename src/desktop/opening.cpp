@@ -4,6 +4,7 @@
 #include <array>
 
 #include "app/inputs.h"
+#include "base/commit.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "base/version.h"
@@ -55,7 +56,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
   for (size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (!onlyFiles && argument == "--help") return end(0, kUsage);
-    if (!onlyFiles && argument == "--version") return end(0, "tarnvisor " + versionText() + "\n");
+    if (!onlyFiles && argument == "--version")
+      return end(0, "tarnvisor " + versionText() + " (commit " + programCommit() + ")\n");
     if (!onlyFiles && argument == "--") {
       onlyFiles = true;
     } else if (!onlyFiles && (argument == "--data" || argument == "--profile")) {

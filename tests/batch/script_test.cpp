@@ -1,5 +1,6 @@
 #include "batch/script.h"
 
+#include "base/commit.h"
 #include "base/version.h"
 #include "support/tempfolder.h"
 #include "support/testing.h"
@@ -132,7 +133,7 @@ TEST(Script, OptionsEndAtOnceWithACodeAndWords) {
       {{"--json"}, 2, "usage: "},
       {{"--help"}, 0, "usage: "},
       {{"-e", "wrong", "--help"}, 0, "usage: "},
-      {{"--version"}, 0, "tarnvisor-batch " + versionText() + "\n"},
+      {{"--version"}, 0, "tarnvisor-batch " + versionText() + " (commit " + programCommit() + ")\n"},
       {{"-e"}, 2, "-e needs a value\n"},
       {{"--data"}, 2, "--data needs a value\n"},
       {{"-e", "close", "--profile"}, 2, "--profile needs a value\n"},
