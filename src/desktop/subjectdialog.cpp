@@ -198,7 +198,7 @@ QWidget* SubjectWindow::buildDetails() {
   commentEdit->setTabChangesFocus(true);
   commentEdit->setMinimumHeight(3 * fontMetrics().lineSpacing() + 12);
   saveButton = new QPushButton("Save / &Update Details");
-  layout->addRow("&Name", nameEdit);
+  layout->addRow("First &name", nameEdit);
   layout->addRow("Su&rname", surnameEdit);
   layout->addRow("Date of &birth", bornEdit);
   layout->addRow("Se&x", sexBox);

@@ -141,7 +141,7 @@ std::string Calibration::presentLength() const {
 }
 
 bool Calibration::ask() {
-  const Limits length{0, 1e12, "A length must be above 0."};
+  const Limits length{.low = 0, .wrong = "A length must be above 0."};  // without a high end no slider
   std::string present = presentLength();
   Form form("Calibrate");
   form.addNote("By a line that you drew along something of known length:");

@@ -93,6 +93,8 @@ const char* nameOf(LoopMark::Kind kind) {
   return names[static_cast<size_t>(kind)];
 }
 
+std::string loopKind(const CDim& mark) { return isPoint(mark) ? nameOf(kindOfPoint(mark)) : ""; }
+
 size_t LoopMarks::clear() const {
   return loops.size() -
          static_cast<size_t>(std::ranges::count(loops, LoopMark::Kind::Faint, &LoopMark::kind));

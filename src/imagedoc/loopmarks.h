@@ -23,6 +23,8 @@ struct LoopMark {
   enum class Kind { Clear, Faint, Giant, Drawn } kind;
 };
 const char* nameOf(LoopMark::Kind kind);
+// Of a mark of the list: "clear", "faint", "giant" or "drawn" for an apex, else empty.
+std::string loopKind(const CDim& mark);
 
 inline constexpr const char* kDrawnByHand = "by hand";
 

@@ -8,6 +8,7 @@
 #include "analysis/finder.h"
 #include "analysis/profile.h"
 #include "base/text.h"
+#include "imagedoc/loopmarks.h"
 #include "imagedoc/overlay.h"
 #include "imagedoc/zbasicview.h"
 
@@ -112,7 +113,9 @@ void MarksPanel::showLabels(bool shown) {
 
 std::vector<SidePanel::Column> MarksPanel::columns() const {
   const std::string unit = view.imageDocument().unitName();
-  return {{"No", true},    {"Kind"},   {"Length", true, unit, true}, {"Area", true, unit + "²", true},
+  // A row of loops and its central millimetre have nothing to add up.
+  const bool adds = view.imageDocument().currentlist != kNailfoldList;
+  return {{"No", true},    {"Kind"},   {"Length", true, unit, adds, adds}, {"Area", true, unit + "²", true},
           {"Level", true}, {"Comment"}};
 }
 
@@ -138,7 +141,10 @@ double MarksPanel::number(size_t row, size_t column) const {
 
 std::string MarksPanel::cell(size_t row, size_t column) const {
   const CDim& mark = *view.imageDocument().currentDims().items[row];
-  if (column == kKind) return kindOf(mark);
+  if (column == kKind) {
+    const std::string loop = view.imageDocument().currentlist == kNailfoldList ? loopKind(mark) : "";
+    return loop.empty() ? kindOf(mark) : loop + " loop";
+  }
   if (column == kComment) return std::string(trimmed(mark.label));
   const double value = number(row, column);
   if (column == kNumber) return format("%zu", row + 1);

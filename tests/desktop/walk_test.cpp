@@ -22,7 +22,7 @@ class Road : public WalkTest {
     answers.expect("Select Subject", [this](QWidget& dialog) {
       QTest::keyClicks(QApplication::focusWidget(), "WALK 7");
       click(dialog, "Add as new ID");
-      type(dialog, "Name", "Ada");
+      type(dialog, "First name", "Ada");
       type(dialog, "Surname", "Walker");
       type(dialog, "Comment", "right handed");
       click(dialog, "Save / Update Details");
