@@ -127,7 +127,7 @@ void CVivoCapDoc::rememberVersions(int32_t from, int32_t to) {
 
 Outcome CVivoCapDoc::goToVersion(int32_t number) {
   const int32_t from = currentVersion();
-  const Outcome went = showVersion(number);
+  Outcome went = showVersion(number);
   if (went && from != number) rememberVersions(from, number);
   return went;
 }
