@@ -1,0 +1,222 @@
+#include "results/measures.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <set>
+
+#include "app/basicapp.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "db/subjectdatabase.h"
+#include "exams/examselection.h"
+#include "exams/resultfigures.h"
+
+namespace tarnvisor {
+
+namespace {
+
+bool isOneOf(std::string_view word, std::initializer_list<std::string_view> words) {
+  return std::ranges::any_of(words, [&](std::string_view each) { return equalIgnoringCase(each, word); });
+}
+
+// --- a table as measures
+
+// Columns that tell what was measured, not how much.
+bool isKey(const std::string& title) {
+  return isOneOf(title, {"filename", "units", "trace", "list", "line", "Subject ID", "Exam ID"});
+}
+
+std::string cellOf(const CResultDoc& table, size_t row, const char* title) {
+  for (size_t place = 0; place < table.columns.size(); ++place)
+    if (table.columnAt(place).title == title) return std::string(trimmed(table.cell(row, place)));
+  return {};
+}
+
+bool hasColumn(const CResultDoc& table, const char* title) {
+  return std::ranges::any_of(table.columns, [&](const auto& column) { return column->title == title; });
+}
+
+// The mean behind the lines of a video has no number, place or size of its own, and is no measure.
+bool isMeanOfLines(const CResultDoc& table, size_t row) {
+  if (!hasColumn(table, "av r") || !hasColumn(table, "line")) return false;
+  return std::ranges::all_of(std::array{"line", "length", "diameter"}, [&](const char* title) {
+    const std::string cell = cellOf(table, row, title);
+    return !cell.empty() && std::strtod(cell.c_str(), nullptr) == 0;
+  });
+}
+
+// Measures of loops have no negative values: -1 stands where one can't be told.
+bool isUntold(const CResultDoc& table, const StudyMeasure& measure) {
+  const bool isOfLoops = hasColumn(table, "loops") || hasColumn(table, "other limb");
+  const bool isPlace = measure.quantity == "x" || measure.quantity == "y";
+  return isOfLoops && !isPlace && !measure.value.empty() && std::strtod(measure.value.c_str(), nullptr) == -1;
+}
+
+struct StudyRows {
+  const WantedQuantities& wanted;
+  std::vector<StudyMeasure> measures = {};
+
+  // all: whose the rows are that don't tell it themselves
+  void add(const CResultDoc& table, const ResultOwner& all) {
+    for (size_t row = 0; row < table.rowCount(); ++row)
+      if (!isMeanOfLines(table, row)) addRow(table, row, all);
+  }
+
+ private:
+  void addRow(const CResultDoc& table, size_t row, const ResultOwner& all) {
+    const bool tells = table.tellsOwners();
+    const std::string line = cellOf(table, row, "line"), trace = cellOf(table, row, "trace");
+    const std::string units = cellOf(table, row, "units");
+    StudyMeasure measure{.subject = tells ? cellOf(table, row, "Subject ID") : all.subject,
+                         .exam = tells ? cellOf(table, row, "Exam ID") : examLabel(all),
+                         .document = cellOf(table, row, "filename"),
+                         .list = cellOf(table, row, "list"),
+                         .mark = trace.empty()  ? line
+                                 : line.empty() ? trace
+                                                : trace + " " + line,
+                         .table = table.title()};
+    for (size_t place = 0; place < table.columns.size(); ++place) {
+      measure.quantity = table.columnAt(place).title;
+      measure.unit = unitOfMeasure(table, measure.quantity, units);
+      if (isKey(measure.quantity) || !wanted.has(measure.quantity, measure.unit)) continue;
+      measure.value = std::string(trimmed(table.shownCell(row, place)));
+      if (isUntold(table, measure)) measure.value.clear();
+      measures.push_back(measure);
+    }
+  }
+};
+
+// --- tables that are stored
+
+bool isOpen(const std::string& path) {
+  return std::ranges::any_of(theApp().documents.documents(), [&](const CDocument* open) {
+    return !open->pathName().empty() && sameFile(open->pathName(), path);
+  });
+}
+
+// One that is read without a window, and without a word where it can't be.
+class StoredTable final : public CResultDoc {
+ public:
+  [[nodiscard]] bool load(const std::string& path) {
+    setPathName(path);
+    return loadFrom(path);
+  }
+  void report(const std::string&) override {}
+};
+
+void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& subject, std::string& unread) {
+  for (const ExamRow& exam : db.examsOf(subject))
+    for (const ResultRow& result : db.resultsOf(exam.id)) {
+      if (!equalIgnoringCase(extensionOf(result.filename), "rst")) continue;
+      const std::string path = withSeparator(theApp().dataFolder + exam.folder) + fileNameOf(result.filename);
+      if (isOpen(path)) continue;
+      StoredTable table;
+      if (!table.load(path)) {
+        unread += path + "\n";
+        continue;
+      }
+      table.setTitle(withoutExtension(fileNameOf(path)));
+      const bool isBound = table.examIdOfDoc >= 0;
+      rows.add(table, isBound ? ResultOwner{table.patientId, table.examIdOfDoc, table.examFolder(),
+                                            table.isFromElsewhere()}
+                              : ResultOwner{subject, exam.id, exam.folder});
+    }
+}
+
+void addOpenTables(StudyRows& rows) {
+  for (const CDocument* document : theApp().documents.documents())
+    if (const auto* table = dynamic_cast<const CResultDoc*>(document)) rows.add(*table, table->ownerOfAll());
+}
+
+void addDocuments(StudyRows& rows, const SubjectDatabase& db, const std::string& subject) {
+  for (const ExamRow& exam : db.examsOf(subject))
+    for (const ResultRow& result : db.resultsOf(exam.id))
+      for (const ResultFigure& figure : figuresOf(exam, result))
+        if (rows.wanted.has(figure.quantity, figure.unit))
+          rows.measures.push_back({.subject = subject,
+                                   .exam = format("%i", exam.id),
+                                   .document = result.filename,
+                                   .quantity = figure.quantity,
+                                   .value = format("%.9g", figure.value),
+                                   .unit = figure.unit});
+}
+
+}  // namespace
+
+WantedQuantities::WantedQuantities(const std::string& listed) {
+  for (const std::string& name : split(listed, ','))
+    if (!trimmed(name).empty()) names.emplace_back(trimmed(name));
+}
+
+bool WantedQuantities::has(const std::string& quantity, const std::string& unit) const {
+  return names.empty() || std::ranges::any_of(names, [&](const std::string& name) {
+           return isSameName(name, quantity) || isSameName(name, withUnit(quantity, unit));
+         });
+}
+
+std::string withUnit(const std::string& quantity, const std::string& unit) {
+  return unit.empty() ? quantity : quantity + " (" + unit + ")";
+}
+
+Outcome subjectsOf(StudyScope scope, std::vector<std::string>& subjects) {
+  if (scope == StudyScope::OpenTables) return Outcome::success();
+  const SubjectDatabase* db = theApp().db.get();
+  if (!db) return Outcome::failure("There is no database with stored tables.");
+  const std::string selected = theExams().subjectId();
+  if (scope == StudyScope::SelectedSubject && selected.empty())
+    return Outcome::failure("No subject is selected.");
+  subjects = scope == StudyScope::AllSubjects ? db->allSubjects() : std::vector<std::string>{selected};
+  return Outcome::success();
+}
+
+std::string unitOfMeasure(const CResultDoc& table, const std::string& title, const std::string& units) {
+  if (isOneOf(title, {"density (%)", "FCD (%)", "%good", "% used"})) return "%";
+  if (isOneOf(title, {"Av. Level", "min", "max"})) return hasColumn(table, "Av. Level") ? "level" : "";
+  if (isOneOf(title, {"start", "end"})) return "s";
+  if (units.empty()) return {};
+  if (isOneOf(title, {"ROI w", "ROI h", "total L", "Av. L", "width", "height", "apex width", "loop width",
+                      "left width", "right width", "Av NN", "Av Krogh", "length", "diameter"}))
+    return units;
+  if (isOneOf(title, {"ROI area", "total Area", "Av. Area", "Av Area", "area"})) return units + "^2";
+  if (title == "velocity") return units + "/s";
+  if (title == "flow") return units + "^3/s";
+  // Per a thousand units of length, or a million of area.
+  const std::string thousand = units == "um" ? "mm" : "(1000 " + units + ")";
+  const bool isOfRow = hasColumn(table, "apex width");
+  if (title == "Linear density" || (title == "density" && isOfRow)) return "1/" + thousand;
+  if (isOneOf(title, {"Count density", "Dim count density", "density"})) return "1/" + thousand + "^2";
+  return {};
+}
+
+std::vector<StudyMeasure> measuresOfTables(const std::vector<std::string>& subjects,
+                                           const WantedQuantities& wanted, std::string& unread) {
+  StudyRows rows{.wanted = wanted};
+  addOpenTables(rows);
+  for (const std::string& subject : subjects) addStored(rows, *theApp().db, subject, unread);
+  return std::move(rows.measures);
+}
+
+Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures, std::string& unread) {
+  std::vector<std::string> subjects;
+  if (Outcome found = subjectsOf(wish.scope, subjects); !found) return found;
+  const WantedQuantities wanted(wish.quantities);
+  measures = measuresOfTables(subjects, wanted, unread);
+  StudyRows documents{.wanted = wanted};
+  for (const std::string& subject : subjects) addDocuments(documents, *theApp().db, subject);
+  std::ranges::move(documents.measures, std::back_inserter(measures));
+  return measures.empty() ? Outcome::failure("There are no results.") : Outcome::success();
+}
+
+std::vector<std::string> knownQuantities() {
+  const WantedQuantities all("");
+  StudyRows rows{.wanted = all};
+  for (const CDocument* document : theApp().documents.documents())
+    if (const auto* table = dynamic_cast<const CResultDoc*>(document)) rows.add(*table, {});
+  std::set<std::string> names;
+  for (const StudyMeasure& measure : rows.measures) names.insert(measure.quantity);
+  for (const Course& course : coursesOf(theExams().subjectId())) names.insert(course.quantity);
+  return {names.begin(), names.end()};
+}
+
+}  // namespace tarnvisor

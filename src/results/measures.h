@@ -1,0 +1,60 @@
+// What tables and documents tell, as numbers that know whose they are and in what unit: what exports,
+// summaries and studies are made of.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/outcome.h"
+#include "results/resultdoc.h"
+
+namespace tarnvisor {
+
+// Which tables go into it beside those that are open.
+enum class StudyScope { OpenTables, SelectedSubject, AllSubjects };
+// A row an exam: of all exams of the database that the scope takes in, also those without a result. Its
+// columns are the quantities, of tables and of documents' result texts, each the mean of the exam.
+enum class StudyLayout { Measures, Exams };
+struct StudyWish {
+  StudyScope scope = StudyScope::OpenTables;
+  StudyLayout layout = StudyLayout::Measures;
+  // With commas between them; empty for all. One is meant by its whole name, with or without its unit.
+  std::string quantities = {};
+};
+
+// A number of a table, or of what a document's result says: those have no table.
+struct StudyMeasure {
+  std::string subject, exam, document, list, mark, quantity;
+  std::string value;  // empty where nothing was measured
+  std::string unit, table;
+};
+
+// Whether a quantity is among those that are asked for.
+class WantedQuantities {
+ public:
+  explicit WantedQuantities(const std::string& listed);  // as in StudyWish
+  bool has(const std::string& quantity, const std::string& unit) const;
+
+ private:
+  std::vector<std::string> names;
+};
+
+// "width (um)"
+std::string withUnit(const std::string& quantity, const std::string& unit);
+
+// The subjects that a scope takes in beside the open tables: none of those alone.
+[[nodiscard]] Outcome subjectsOf(StudyScope scope, std::vector<std::string>& subjects);
+// Of the open tables, and of those that are stored for the subjects. Tables that can't be read, as lines for
+// the user, come in `unread`.
+std::vector<StudyMeasure> measuresOfTables(const std::vector<std::string>& subjects,
+                                           const WantedQuantities& wanted, std::string& unread);
+// Those, and of the subjects' documents what their results say. Fails where there is none.
+[[nodiscard]] Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures,
+                                  std::string& unread);
+// What the open tables and the selected subject's documents tell.
+std::vector<std::string> knownQuantities();
+
+// The unit of a measure by its column, of a table in these units; empty where it has none or nobody knows.
+std::string unitOfMeasure(const CResultDoc& table, const std::string& title, const std::string& units);
+
+}  // namespace tarnvisor
