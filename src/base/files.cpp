@@ -28,14 +28,6 @@ size_t extensionDot(std::string_view path) {
   return dot == std::string_view::npos || dot < afterLastSeparator(path) ? std::string_view::npos : dot;
 }
 
-void syncFolder(const std::string& path) {
-  const std::string folder = folderOf(path);
-  const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (handle < 0) return;
-  ::fsync(handle);
-  ::close(handle);
-}
-
 template <class Container>
 std::optional<Container> readWhole(const std::string& path, uint64_t maxBytes) {
   if (!fileExists(path)) return std::nullopt;
@@ -243,7 +235,7 @@ Outcome AtomicFile::commit(Flush flush) {
   }
   if (!stream) return failed("can't be written");
   openError = 0;
-  const bool toDisc = flush == Flush::ToDisc;
+  const bool toDisc = flush == Flush::ToDisc && !FlushLater::isOn();
   if (writeError || std::fflush(stream) != 0 || std::ferror(stream) ||
       (toDisc && ::fsync(fileno(stream)) != 0))
     return failed("writing failed");
@@ -252,8 +244,31 @@ Outcome AtomicFile::commit(Flush flush) {
   if (std::fclose(closing) != 0) return failed("writing failed");
   if (!takePlace()) return failed("can't be replaced");
   temporary.clear();
-  if (toDisc) syncFolder(target);
+  if (toDisc) flushName(target);
   return Outcome::success();
+}
+
+void flushName(const std::string& path) {
+  const std::string folder = folderOf(path);
+  const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (handle < 0) return;
+  ::fsync(handle);
+  ::close(handle);
+}
+
+Outcome flushFolder(const std::string& folder) {
+  const auto flush = [](const fs::path& path) {
+    const int handle = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    const bool flushed = handle >= 0 && ::fsync(handle) == 0;
+    const std::string why = flushed ? "" : std::strerror(errno);
+    if (handle >= 0) ::close(handle);
+    return flushed ? Outcome::success() : Outcome::failure(path.string() + ": " + why);
+  };
+  std::error_code error;
+  for (const auto& entry : fs::recursive_directory_iterator(folder, error))
+    if (entry.is_regular_file() || (entry.is_directory() && !entry.is_symlink()))
+      if (Outcome flushed = flush(entry.path()); !flushed) return flushed;
+  return error ? Outcome::failure(folder + ": " + error.message()) : flush(folder);
 }
 
 FileCopy::FileCopy(const std::string& original, const std::string& to)

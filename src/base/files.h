@@ -108,6 +108,24 @@ class AtomicFile {
   int writeError = 0;
 };
 
+// While one lives, no file waits for the disc: for a folder that nobody relies on before it was flushed as a
+// whole (flushFolder). Of the process; the database keeps to it, too.
+class FlushLater {
+ public:
+  FlushLater() { ++alive; }
+  ~FlushLater() { --alive; }
+  FlushLater(const FlushLater&) = delete;
+  FlushLater& operator=(const FlushLater&) = delete;
+  static bool isOn() { return alive > 0; }
+
+ private:
+  static inline int alive = 0;
+};
+// All that lies in a folder, and the folder.
+Outcome flushFolder(const std::string& folder);
+// That a file or folder has this name.
+void flushName(const std::string& path);
+
 // A copy byte by byte, a block a step. A file of the new name is replaced at once by commit(); without it
 // there is no copy.
 class FileCopy {

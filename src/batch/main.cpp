@@ -1,4 +1,4 @@
-// tarnvisor-batch: the system without windows, driven by a script.
+// tarnvisor-batch: the system without windows, driven by a script; and tarnvisor-study, many exams in chunks.
 
 #include <algorithm>
 #include <csignal>
@@ -13,6 +13,7 @@
 #include "batch/runner.h"
 #include "batch/script.h"
 #include "batch/scriptprogram.h"
+#include "batch/study.h"
 #include "settings/profileuse.h"
 
 namespace {
@@ -28,6 +29,9 @@ std::string workstationPath() {
 
 int main(int argc, char** argv) {
   using namespace tarnvisor;
+  // The same program by another name, a link to it.
+  if (argc > 0 && fileNameOf(argv[0]) == kStudyProgram)
+    return runStudy({argv + 1, argv + argc}, workstationPath());
   const BatchOptions options = parseBatchOptions({argv + 1, argv + argc});
   if (!options.message.empty()) std::fputs(options.message.c_str(), options.exitCode == 0 ? stdout : stderr);
   if (options.exitCode >= 0) return options.exitCode;

@@ -30,6 +30,8 @@ constexpr const char* kUsage =
     "  --version, --help\n"
     "Exit codes: 0 done, 1 a step failed, 2 a malformed step or option (nothing was run).\n";
 
+}  // namespace
+
 std::string checkStep(const Step& step) {
   const Verb* verb = findVerb(step.word);
   if (!verb) return "unknown step \"" + step.word + "\"";
@@ -37,8 +39,6 @@ std::string checkStep(const Step& step) {
   if (step.args.size() > verb->most) return "\"" + step.word + "\" has too many arguments";
   return verb->check ? verb->check(step.args) : std::string();
 }
-
-}  // namespace
 
 bool parseNumbers(std::string_view text, std::vector<int32_t>& numbers) {
   numbers.clear();

@@ -40,6 +40,8 @@ struct BatchOptions {
 bool parseNumbers(std::string_view text, std::vector<int32_t>& numbers);
 // The words of one line; false when a quote is left open.
 bool splitStep(std::string_view line, std::vector<std::string>& words);
+// Empty when such a step can run, otherwise what is wrong with its word or its arguments.
+std::string checkStep(const Step& step);
 // Adds the step of a line, if it has one. Empty on success, otherwise what is wrong with it.
 std::string parseStep(std::string_view line, const std::string& source, int lineNumber,
                       std::vector<Step>& steps);

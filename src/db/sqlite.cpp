@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include "base/files.h"
+
 namespace tarnvisor {
 
 void SqliteDatabase::Closer::operator()(sqlite3* c) const { sqlite3_close(c); }
@@ -13,6 +15,7 @@ SqliteDatabase::SqliteDatabase(const std::string& path) {
   connection.reset(opened);
   if (code == SQLITE_OK) {
     sqlite3_busy_timeout(opened, kBusyMs);
+    if (FlushLater::isOn()) sqlite3_exec(opened, "PRAGMA synchronous=OFF;", nullptr, nullptr, nullptr);
     return;
   }
   openError = opened ? sqlite3_errmsg(opened) : sqlite3_errstr(code);
@@ -45,6 +48,11 @@ SqliteStatement& SqliteStatement::bind(int number, const std::string& text) {
 
 SqliteStatement& SqliteStatement::bind(int number, int32_t value) {
   if (statement) sqlite3_bind_int(statement.get(), number, value);
+  return *this;
+}
+
+SqliteStatement& SqliteStatement::again() {
+  if (statement) sqlite3_reset(statement.get());
   return *this;
 }
 

@@ -43,6 +43,8 @@ class SqliteStatement {
   // The only parameter of a statement with a plain "?".
   SqliteStatement& bindFirst(const std::string& text) { return bind(1, text); }
 
+  // Ready to run once more, with other values.
+  SqliteStatement& again();
   // True when there is a row; anything else counts as no data.
   bool step();
   // Whether the last step ended in an error, such as a database that stayed locked.

@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "base/text.h"
+#include "db/schema.h"
 #include "settings/log.h"
 
 namespace tarnvisor {
@@ -48,11 +49,6 @@ constexpr const char* kNewResult =
     "INSERT INTO results ( examid, created, filename, result ) VALUES ( ?111, datetime('now'), ?333, ?444 );";
 constexpr const char* kUpdatedResult =
     "UPDATE results SET result=?111,created=datetime('now') WHERE examid=?222 AND filename=?333;";
-constexpr const char* kTables[] = {
-    "create table info ( dbversion INTEGER, tarnversion TEXT, created TEXT, folder TEXT );",
-    "create table patients ( id TEXT PRIMARY KEY, name TEXT, surname TEXT, comments TEXT, lastused TEXT );",
-    "create table exams ( id integer primary key, patientid TEXT, created TEXT, site TEXT, comment TEXT, folder TEXT );",
-    "create table results ( id integer primary key, examid integer, created TEXT, filename TEXT, result TEXT );"};
 }  // namespace sql
 
 namespace {
@@ -127,7 +123,7 @@ void SubjectDatabase::createTables(const std::string& dataFolder, const int32_t 
   // The folder is pasted in, not bound: with a quote in its name this one statement fails.
   statements.push_back(
       format("insert into info ( dbversion, tarnversion, created, folder ) values ( %i, ", kSchemaVersion) +
-      format("'%02i.%02i.%02i.%02i'", v[0], v[1], v[2], v[3]) + ", datetime('now'),'" + dataFolder + "' );");
+      "'" + sql::versionText(v) + "'" + ", datetime('now'),'" + dataFolder + "' );");
   for (const std::string& statement : statements) {
     logPrintf("%s\n", statement.c_str());
     const std::string problem = database.execute(statement);

@@ -145,6 +145,7 @@ class CVivoCapDoc : public ZBasicDoc {
   std::vector<std::string> filesInUse() const override;
   StepResult exportTo(const std::string& path) override;
   StepResult tell(const std::string& what) override;  // "offsets" and "fps", too
+  std::string judgementOfResult() const override;     // of the last movement correction, too
   StepResult scan(std::span<const Point> path, int32_t width) override;
   StepResult scan(int32_t dimension) override;
 

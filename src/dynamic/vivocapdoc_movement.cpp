@@ -507,6 +507,12 @@ ZZTrace* addCurve(ZchartDoc& chart, const char* name, const char* label, const s
 
 }  // namespace
 
+std::string CVivoCapDoc::judgementOfResult() const {
+  const auto failed = std::ranges::count_if(amc.records, hasFailed);
+  return failed > 0 ? format("low: %td of %zu images could not be aligned", failed, amc.records.size())
+                    : ZBasicDoc::judgementOfResult();
+}
+
 void CVivoCapDoc::movementQuality() {
   auto* chart =
       process.reviewTemplate ? dynamic_cast<ZchartDoc*>(process.reviewTemplate->newDocument()) : nullptr;

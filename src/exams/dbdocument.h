@@ -38,6 +38,9 @@ class CdbDocument : public CDocument {
   static std::unique_ptr<CdbDocument> readAlone(const std::string& path);
   // What a number of its result text is told in; empty where nobody knows.
   virtual std::string unitOfResult(const std::string& /*quantity*/) const { return {}; }
+  // How far its result can be believed: one word (good, fair, low, unreliable, refused...), then why. Empty
+  // where nothing judged it.
+  virtual std::string judgementOfResult() const { return {}; }
   // Whose the document in a file of this kind is; nobody's for a file that can't be read.
   Owner ownerInFile(const std::string& path) const;
   // Whose its results are: the one it is bound to, else the one that its file names, else the one that was

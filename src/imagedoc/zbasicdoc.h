@@ -218,6 +218,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // The same, a line for each figure.
   std::vector<SideFact> densityFacts() const;
   std::string unitOfResult(const std::string& quantity) const override;
+  std::string judgementOfResult() const override;  // of nailfold loops
   // False where the image only shows what the document stores as something else: no command changes it then.
   virtual bool holdsPixels() const { return true; }
   bool isMarked() const override { return hasDimensions(); }

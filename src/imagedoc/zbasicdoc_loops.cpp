@@ -127,6 +127,12 @@ bool ZBasicDoc::tellsLoops() const {
   return resultText.starts_with(kFound) || resultText.starts_with(kRefused);
 }
 
+std::string ZBasicDoc::judgementOfResult() const {
+  if (resultText.starts_with(kRefused))
+    return "refused: " + resultText.substr(std::string_view(kRefused).size());
+  return resultText.starts_with(kFound) ? loopMarksOf(dimlists[kNailfoldList]).verdict : std::string();
+}
+
 // A refusal holds until somebody draws a row.
 void ZBasicDoc::followLoops() {
   if (!tellsLoops()) return;

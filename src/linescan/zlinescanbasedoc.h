@@ -48,6 +48,7 @@ class ZlineScanBaseDoc : public ZchartDoc {
   bool hasNumber(const VelocityStatistics& found) const;
   // What is to be read beside a velocity: how good it is, and what makes it doubtful.
   std::string judgement(uint32_t from = 0, uint32_t to = 0) const;
+  std::string judgementOfResult() const override { return traceSet().cbv ? judgement() : std::string(); }
   // Both in words, for the user to accept.
   std::string resultWords(uint32_t from = 0, uint32_t to = 0) const;
   // Shows them, and adds the velocity to the results when it is accepted.

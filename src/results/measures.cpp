@@ -156,7 +156,8 @@ bool WantedQuantities::has(const std::string& quantity, const std::string& unit)
 }
 
 std::string withUnit(const std::string& quantity, const std::string& unit) {
-  return unit.empty() ? quantity : quantity + " (" + unit + ")";
+  const std::string ending = " (" + unit + ")";
+  return unit.empty() || quantity.ends_with(ending) ? quantity : quantity + ending;
 }
 
 Outcome subjectsOf(StudyScope scope, std::vector<std::string>& subjects) {

@@ -1,0 +1,189 @@
+#include "batch/studychunk.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "base/clock.h"
+#include "base/commit.h"
+#include "base/text.h"
+#include "base/version.h"
+#include "db/databasewriter.h"
+#include "exams/dbdocument.h"
+
+namespace tarnvisor {
+
+namespace fs = std::filesystem;
+
+const std::vector<std::string>& chunkTables() {
+  static const std::vector<std::string> names{
+      chunkfiles::kExams,    examfiles::kMeasures, examfiles::kResults,    examfiles::kReview,
+      chunkfiles::kFailures, examfiles::kInputs,   chunkfiles::kProvenance};
+  return names;
+}
+
+std::vector<std::string> examsHeading(const StudyPlan& plan) {
+  std::vector<std::string> heading{"exam", "state", "documents"};
+  heading.insert(heading.end(), plan.columns().begin(), plan.columns().end());
+  return heading;
+}
+
+namespace {
+
+class Chunk {
+ public:
+  Chunk(const StudyPlan& ofStudy, int32_t which) : plan(ofStudy), number(which), began(currentTime()) {}
+  ~Chunk() {
+    std::error_code error;
+    if (!part.empty()) fs::remove_all(part, error);
+  }
+  Chunk(const Chunk&) = delete;
+  Chunk& operator=(const Chunk&) = delete;
+
+  Outcome run(const ExamLimits& limits, int32_t& failures) {
+    std::vector<StudyExam> exams;
+    if (Outcome read = plan.examsOf(number, exams); !read) return read;
+    part = newFolder(plan.partFolder() + chunkName(number) + "." + currentStationId() + "." +
+                     format("%i.", ::getpid()));
+    if (part.empty())
+      return Outcome::failure(plan.partFolder() + " can't be written: " + std::strerror(errno));
+    const FlushLater later;
+    Outcome done = measure(exams, limits, failures);
+    if (done) done = tellProvenance();
+    if (done) done = sign();
+    if (done) done = flushFolder(part);
+    if (done) done = takePlace();
+    return done;
+  }
+
+ private:
+  std::string file(const std::string& name) const { return part + name; }
+
+  Outcome measure(const std::vector<StudyExam>& exams, const ExamLimits& limits, int32_t& failures) {
+    for (const char* below : {examfiles::kData, examfiles::kPictures, "exam/", "logs/"})
+      if (!makeFolderPath(part + below)) return Outcome::failure(part + below + " can't be made");
+    TableFile list(file(chunkfiles::kExams), examsHeading(plan));
+    TableFile measures(file(examfiles::kMeasures), measuresHeading());
+    TableFile results(file(examfiles::kResults), resultsHeading());
+    TableFile review(file(examfiles::kReview), reviewHeading());
+    TableFile inputs(file(examfiles::kInputs), inputsHeading());
+    TableFile failed(file(chunkfiles::kFailures), failuresHeading());
+    DatabaseWriter database(file(std::string(examfiles::kData) + "tarn.db"), plan.fact("day") + " 12:00:00",
+                            kVersion);
+    for (const StudyExam& exam : exams) {
+      const std::string work = part + "exam/";
+      const bool went = makeFolderPath(work) && runExam(plan, exam, work, limits);
+      std::vector<CsvRow> rows, stored;
+      if (went) {
+        // A folder that is short of space may have lost a table.
+        Outcome read = append(work + examfiles::kInputs, inputsHeading(), inputs, rows);
+        if (read) read = append(work + examfiles::kMeasures, measuresHeading(), measures, rows);
+        if (read) read = append(work + examfiles::kReview, reviewHeading(), review, rows);
+        if (read) read = append(work + examfiles::kResults, resultsHeading(), results, stored);
+        if (read) read = keep(exam, work);
+        if (!read) return read;
+        addToDatabase(database, exam, stored);
+      } else {
+        ++failures;
+        if (Outcome read = append(work + examfiles::kFailure, failuresHeading(), failed, rows); !read)
+          return read;
+        for (const CsvRow& row : rows)
+          review.add({row.cells[0], row.cells[1], row.cells[2], "",
+                      "failed: " + row.cells[5] + (row.cells[4].empty() ? "" : " (" + row.cells[4] + ")"),
+                      row.cells[3]});
+      }
+      std::vector<std::string> cells{format("%i", exam.number), went ? "done" : "failed",
+                                     format("%zu", stored.size())};
+      cells.insert(cells.end(), exam.cells.begin(), exam.cells.end());
+      list.add(cells);
+      std::error_code error;
+      fs::rename(work + examfiles::kLog, file("logs/" + plan.key(exam) + ".txt"), error);
+      fs::remove_all(work, error);
+    }
+    for (TableFile* table : {&list, &measures, &results, &review, &inputs, &failed})
+      if (Outcome written = table->finish(); !written) return written;
+    return database.finish();
+  }
+  static Outcome append(const std::string& path, const std::vector<std::string>& heading, TableFile& table,
+                        std::vector<CsvRow>& rows) {
+    Outcome read = readTable(path, heading, rows);
+    if (read)
+      for (const CsvRow& row : rows) table.add(row.cells);
+    return read;
+  }
+  // Documents and pictures of an exam that went well.
+  Outcome keep(const StudyExam& exam, const std::string& work) const {
+    std::error_code error;
+    fs::rename(work + examfiles::kData + plan.key(exam), file(examfiles::kData + plan.key(exam)), error);
+    for (const auto& picture : fs::directory_iterator(work + examfiles::kPictures, error)) {
+      if (error) break;
+      fs::rename(picture.path(), file(examfiles::kPictures + picture.path().filename().string()), error);
+    }
+    return error ? Outcome::failure(plan.key(exam) + ": " + error.message()) : Outcome::success();
+  }
+  void addToDatabase(DatabaseWriter& database, const StudyExam& exam,
+                     const std::vector<CsvRow>& stored) const {
+    const std::string subject = plan.cell(exam, "subject"), created = plan.created(exam);
+    database.addSubject(subject, created);
+    database.addExam(
+        {exam.number, subject, created, plan.cell(exam, "site"), plan.cell(exam, "comment"), plan.key(exam)});
+    for (const CsvRow& row : stored) database.addResult(exam.number, created, row.cells[2], row.cells[3]);
+  }
+
+  Outcome tellProvenance() const {
+    if (Outcome written = writeFacts(file(chunkfiles::kProvenance),
+                                     {{"program", versionText()},
+                                      {"commit", programCommit()},
+                                      {"sha256 of settings.ini", plan.fact("sha256 of settings.ini")},
+                                      {"sha256 of steps.txt", plan.fact("sha256 of steps.txt")}});
+        !written)
+      return written;
+    return writeFacts(file(chunkfiles::kRun),
+                      {{"computer", currentStationId()},
+                       {"user", currentUserLabel()},
+                       {"process", format("%i", ::getpid())},
+                       {"began", longDateTime(began)},
+                       {"seconds", format("%lli", static_cast<long long>(currentTime() - began))}});
+  }
+  Outcome sign() const {
+    std::error_code error;
+    fs::remove_all(file("exam"), error);
+    std::string sums;
+    for (const std::string& name : chunkTables()) sums += sha256OfFile(file(name)) + "  " + name + "\n";
+    return replaceFile(file(chunkfiles::kDone), sums);
+  }
+  // Whole, or not at all: where another worker was first, its chunk stands and is the same.
+  Outcome takePlace() {
+    const std::string done = plan.folder() + "done/" + chunkName(number);
+    if (::rename(part.c_str(), done.c_str()) == 0) {
+      part.clear();
+      flushName(done);
+      return Outcome::success();
+    }
+    const int why = errno;
+    return plan.isDone(number) ? Outcome::success() : Outcome::failure(done + ": " + std::strerror(why));
+  }
+
+  const StudyPlan& plan;
+  int32_t number;
+  int64_t began;
+  std::string part;  // empty once it has its place
+};
+
+}  // namespace
+
+Outcome runChunk(const StudyPlan& plan, int32_t chunk, const ExamLimits& limits, int32_t& failures) {
+  failures = 0;
+  for (const auto& [fact, present] :
+       {std::pair{"program", versionText()}, {"commit", std::string(programCommit())}})
+    if (plan.fact(fact) != present)
+      return Outcome::failure(
+          format("the study was planned by another program (%s %s, this one has %s): plan anew, or "
+                 "run that one",
+                 fact, plan.fact(fact).c_str(), present.c_str()));
+  return plan.isDone(chunk) ? Outcome::success() : Chunk(plan, chunk).run(limits, failures);
+}
+
+}  // namespace tarnvisor

@@ -1,0 +1,312 @@
+#include "batch/studyexam.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <map>
+
+#include "app/unseen.h"
+#include "base/parallel.h"
+#include "base/text.h"
+#include "base/version.h"
+#include "batch/pictures.h"
+#include "batch/runner.h"
+#include "batch/scriptprogram.h"
+#include "db/databasewriter.h"
+#include "exams/dbdocument.h"
+#include "exams/examselection.h"
+#include "results/measures.h"
+
+namespace tarnvisor {
+
+namespace fs = std::filesystem;
+
+const std::vector<std::string>& measuresHeading() {
+  static const std::vector<std::string> names{"key",      "subject", "exam", "document", "list", "mark",
+                                              "quantity", "value",   "unit", "quality",  "table"};
+  return names;
+}
+const std::vector<std::string>& resultsHeading() {
+  static const std::vector<std::string> names{"key", "exam", "document", "result"};
+  return names;
+}
+const std::vector<std::string>& reviewHeading() {
+  static const std::vector<std::string> names{"key", "subject", "exam", "document", "why", "link"};
+  return names;
+}
+const std::vector<std::string>& inputsHeading() {
+  static const std::vector<std::string> names{"key", "file", "sha256"};
+  return names;
+}
+const std::vector<std::string>& failuresHeading() {
+  static const std::vector<std::string> names{"key", "subject", "exam", "file", "step", "why"};
+  return names;
+}
+
+namespace {
+
+constexpr double kFewGood = 50;  // percent of what was tried
+
+// "low (blurred)" is low.
+std::string firstWord(const std::string& judgement) {
+  return judgement.substr(0, judgement.find_first_of(" ,;:("));
+}
+bool isWorthALook(const std::string& quality) {
+  return !quality.empty() && quality != "good" && quality != "fair" && quality != "drawn";
+}
+
+// Of documents by their names, as they were when a step was through: later ones may close them.
+class Judgements {
+ public:
+  void note(const CBasicApp& app) {
+    for (const CDocument* open : app.documents.documents())
+      if (const auto* document = dynamic_cast<const CdbDocument*>(open)) {
+        const std::string words = document->judgementOfResult();
+        if (words.empty()) continue;
+        of[document->title()] = words;
+        if (!document->pathName().empty()) of[fileNameOf(document->pathName())] = words;
+      }
+  }
+  std::string wordsOf(const std::string& document) const {
+    const auto found = of.find(document);
+    return found == of.end() ? std::string() : found->second;
+  }
+
+ private:
+  std::map<std::string, std::string> of;
+};
+
+class ExamRunner final : public ScriptRunner {
+ public:
+  ExamRunner(ScriptProgram& running) : ScriptRunner(running.app, running.host, false), program(running) {}
+  Judgements judgements;
+  std::string failedStep, why;
+
+ protected:
+  void report(const Step& step, const StepResult& result) override {
+    ScriptRunner::report(step, result);
+    judgements.note(program.app);
+    if (result.ok || !failedStep.empty()) return;
+    failedStep = step.where() + ": " + step.line();
+    why = result.why;
+  }
+
+ private:
+  ScriptProgram& program;
+};
+
+// What the process of an exam does.
+class ExamProcess {
+ public:
+  ExamProcess(const StudyPlan& ofStudy, const StudyExam& ofList, const std::string& folder)
+      : plan(ofStudy), exam(ofList), work(folder), key(plan.key(exam)), subject(plan.cell(exam, "subject")) {}
+
+  Outcome run(std::string& failedStep) {
+    for (const char* below : {examfiles::kData, examfiles::kPictures})
+      if (!makeFolderPath(work + below)) return Outcome::failure(work + below + " can't be made");
+    std::vector<std::string> values = exam.cells;
+    std::vector<Step> steps;
+    if (Outcome summed = sumInputs(values); !summed) return summed;
+    if (Outcome made = plan.steps().stepsFor(values, steps); !made) return made;
+    if (Outcome copied = copyFile(plan.settingsFile(), work + "settings.ini"); !copied) return copied;
+    if (Outcome made = makeData(); !made) return made;
+    ScriptProgram program;
+    if (std::ranges::find(steps, "doppler", &Step::word) != steps.end()) program.useVelocityInput();
+    StartOptions start;
+    start.programPath = "/proc/self/exe";
+    std::error_code error;
+    if (const fs::path self = fs::read_symlink(start.programPath, error); !error)
+      start.programPath = (self.parent_path() / "tarnvisor").string();
+    start.profilePath = work + "settings.ini";
+    start.dataFolder = work + examfiles::kData;
+    if (!program.start(start) || program.host.hadError()) return Outcome::failure(program.host.shown());
+    theExams().selectSubject(subject, "");
+    theExams().selectExam(exam.number, key);
+    if (::chdir(theExams().folder().c_str()) != 0)
+      return Outcome::failure("the exam's folder can't be entered");
+    ExamRunner runner(program);
+    if (runner.run(steps, false) != 0) {
+      failedStep = runner.failedStep;
+      return Outcome::failure(runner.why);
+    }
+    Outcome told = tell(runner.judgements);
+    program.app.exitInstance();
+    return told;
+  }
+
+ private:
+  // Gives {file...} the places of the files.
+  Outcome sumInputs(std::vector<std::string>& values) const {
+    TableFile inputs(work + examfiles::kInputs, inputsHeading());
+    for (size_t i = 0; i < plan.columns().size(); ++i) {
+      if (!plan.columns()[i].starts_with("file") || values[i].empty()) continue;
+      const std::string path = plan.pathOf(values[i]);
+      const std::string sum = sha256OfFile(path);
+      if (sum.empty()) return Outcome::failure(values[i] + " can't be read");
+      inputs.add({key, fileNameOf(values[i]), sum});
+      values[i] = path;
+    }
+    return inputs.finish();
+  }
+  Outcome makeData() const {
+    if (!makeFolderPath(work + examfiles::kData + key))
+      return Outcome::failure("the exam's folder can't be made");
+    DatabaseWriter database(work + examfiles::kData + "tarn.db", plan.created(exam), kVersion);
+    database.addSubject(subject, plan.created(exam));
+    database.addExam(
+        {exam.number, subject, plan.created(exam), plan.cell(exam, "site"), plan.cell(exam, "comment"), key});
+    return database.finish();
+  }
+
+  Outcome tell(const Judgements& judgements) const {
+    const std::vector<ResultRow> results = theApp().db->resultsOf(exam.number);
+    std::vector<StudyMeasure> measures;
+    std::string unread;
+    const Outcome gathered = gatherStudy({.scope = StudyScope::AllSubjects}, measures, unread);
+    if (!unread.empty()) return Outcome::failure("tables can't be read: " + unread);
+    if (!gathered && !measures.empty()) return gathered;
+    if (Outcome written = tellMeasures(measures, judgements); !written) return written;
+    if (Outcome written = tellResults(results); !written) return written;
+    if (Outcome written = tellReview(results, measures, judgements); !written) return written;
+    return plan.wantsPictures() ? takePictures(results) : Outcome::success();
+  }
+  Outcome tellMeasures(const std::vector<StudyMeasure>& measures, const Judgements& judgements) const {
+    TableFile table(work + examfiles::kMeasures, measuresHeading());
+    for (const StudyMeasure& m : measures)
+      table.add({key, subject, format("%i", exam.number), m.document, m.list, m.mark, m.quantity, m.value,
+                 m.unit, firstWord(judgements.wordsOf(m.document)), m.table});
+    return table.finish();
+  }
+  Outcome tellResults(const std::vector<ResultRow>& results) const {
+    TableFile table(work + examfiles::kResults, resultsHeading());
+    for (const ResultRow& row : results)
+      table.add({key, format("%i", exam.number), row.filename, row.result});
+    return table.finish();
+  }
+  Outcome tellReview(const std::vector<ResultRow>& results, const std::vector<StudyMeasure>& measures,
+                     const Judgements& judgements) const {
+    TableFile table(work + examfiles::kReview, reviewHeading());
+    const auto add = [&](const std::string& document, const std::string& why) {
+      const bool isStored = std::ranges::find(results, document, &ResultRow::filename) != results.end();
+      table.add({key, subject, format("%i", exam.number), document, why,
+                 isStored ? key + "/" + document : plan.cell(exam, "file")});
+    };
+    std::map<std::string, std::string> documents;
+    for (const StudyMeasure& m : measures) documents[m.document] = judgements.wordsOf(m.document);
+    for (const ResultRow& row : results) documents[row.filename] = judgements.wordsOf(row.filename);
+    for (const auto& [document, words] : documents)
+      if (isWorthALook(firstWord(words))) add(document, words);
+    for (const StudyMeasure& m : measures)
+      if ((m.quantity == "%good" || m.quantity == "% used") && !m.value.empty() &&
+          std::strtod(m.value.c_str(), nullptr) < kFewGood)
+        add(m.document,
+            m.table + ": " + m.quantity + " " + m.value + (m.mark.empty() ? "" : " of " + m.mark));
+    if (results.empty() && measures.empty()) add("", "the steps measured and stored nothing");
+    return table.finish();
+  }
+  // As their windows show them, with what was drawn in.
+  Outcome takePictures(const std::vector<ResultRow>& results) const {
+    for (const ResultRow& row : results) {
+      std::string whynot;
+      const auto document = openUnseen(theExams().folder() + row.filename, whynot);
+      if (!document) return Outcome::failure(row.filename + ": " + whynot);
+      const std::string name = key + "-" + replaced(row.filename, '.', '-') + ".png";
+      if (document->views().empty()) continue;
+      if (Outcome saved = saveSnapshot(*document->views().front(), work + examfiles::kPictures + name);
+          !saved)
+        return saved;
+    }
+    return Outcome::success();
+  }
+
+  const StudyPlan& plan;
+  const StudyExam& exam;
+  const std::string& work;
+  const std::string key, subject;
+};
+
+void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
+                  const std::string& step, const std::string& why) {
+  TableFile table(work + examfiles::kFailure, failuresHeading());
+  table.add({plan.key(exam), plan.cell(exam, "subject"), format("%i", exam.number), plan.cell(exam, "file"),
+             step, std::string(trimmed(why))});
+  if (const Outcome written = table.finish(); !written) std::fprintf(stderr, "%s\n", written.why().c_str());
+}
+
+[[noreturn]] void beExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work, int threads) {
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error in words
+  // What the steps print is of the exam.
+  if (const int log =
+          ::open((work + examfiles::kLog).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+      log >= 0)
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(log, stream);
+  setParallelThreads(threads);
+  std::string step;
+  Outcome done = Outcome::success();
+  {
+    const FlushLater later;  // the chunk's folder is flushed as a whole
+    done = ExamProcess(plan, exam, work).run(step);
+    if (!done) writeFailure(plan, exam, work, step, done.why());
+  }
+  std::fflush(nullptr);
+  ::_exit(done ? 0 : 1);
+}
+
+// Whether it ended in time; otherwise it was killed.
+bool awaitEnd(pid_t child, int itsPipe, double seconds, int& status) {
+  struct pollfd ended {
+    .fd = itsPipe, .events = POLLIN
+  };
+  const double limit = std::min(seconds * 1000, 2e9);
+  int got = 0;
+  while ((got = ::poll(&ended, 1, static_cast<int>(limit))) < 0 && errno == EINTR) continue;
+  if (got == 0) ::kill(child, SIGKILL);
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+  return got != 0;
+}
+
+}  // namespace
+
+bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
+             const ExamLimits& limits) {
+  const FlushLater later;
+  const auto failed = [&](const std::string& why) {
+    writeFailure(plan, exam, work, "", why);
+    return false;
+  };
+  for (bool again = false;; again = true) {
+    int ends[2];  // the child's end closes with it
+    if (::pipe2(ends, O_CLOEXEC) != 0) return failed(std::strerror(errno));
+    std::fflush(nullptr);
+    const pid_t child = ::fork();
+    if (child == 0) beExam(plan, exam, work, limits.threads);
+    const std::string why = child < 0 ? std::strerror(errno) : "";
+    ::close(ends[1]);
+    int status = 0;
+    const bool inTime = child < 0 || awaitEnd(child, ends[0], limits.seconds, status);
+    ::close(ends[0]);
+    if (child < 0) return failed("no process could be made: " + why);
+    if (!inTime) return failed(format("it took longer than %g seconds and was stopped", limits.seconds));
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
+    if (WIFEXITED(status))
+      return fileExists(work + examfiles::kFailure) ? false : failed("its process ended early");
+    // Somebody, or want of memory, ended it: that may be no fault of the exam's.
+    const int signal = WTERMSIG(status);
+    if (again || (signal != SIGKILL && signal != SIGTERM))
+      return failed(format("its process ended by signal %i (%s)", signal, ::strsignal(signal)));
+    std::error_code error;
+    for (const auto& left : fs::directory_iterator(work, error)) fs::remove_all(left.path(), error);
+  }
+}
+
+}  // namespace tarnvisor

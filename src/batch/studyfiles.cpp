@@ -1,0 +1,66 @@
+#include "batch/studyfiles.h"
+
+#include <cstdlib>
+
+#include "base/checksum.h"
+#include "base/text.h"
+
+namespace tarnvisor {
+
+namespace {
+const std::vector<std::string> kFacts{"fact", "value"};
+}
+
+std::string csvLine(const std::vector<std::string>& cells) {
+  std::string line;
+  for (size_t i = 0; i < cells.size(); ++i) line += (i ? "," : "") + csvCell(cells[i]);
+  return line + "\n";
+}
+
+Outcome readTable(const std::string& path, const std::vector<std::string>& heading,
+                  std::vector<CsvRow>& rows) {
+  const auto text = readWholeText(path);
+  if (!text) return Outcome::failure(path + " can't be read");
+  if (Outcome read = readCsv(*text, rows); !read) return Outcome::failure(path + ": " + read.why());
+  if (rows.empty() || rows.front().cells != heading)
+    return Outcome::failure(path + " has other columns than " + std::string(trimmed(csvLine(heading))));
+  rows.erase(rows.begin());
+  for (const CsvRow& row : rows)
+    if (row.cells.size() != heading.size())
+      return Outcome::failure(format("%s: line %zu has %zu cells, not %zu", path.c_str(), row.line,
+                                     row.cells.size(), heading.size()));
+  return Outcome::success();
+}
+
+Outcome readFacts(const std::string& path, Facts& facts) {
+  std::vector<CsvRow> rows;
+  if (Outcome read = readTable(path, kFacts, rows); !read) return read;
+  facts.clear();
+  for (CsvRow& row : rows) facts[row.cells[0]] = std::move(row.cells[1]);
+  return Outcome::success();
+}
+
+Outcome writeFacts(const std::string& path, const Facts& facts) {
+  TableFile file(path, kFacts);
+  for (const auto& [fact, value] : facts) file.add({fact, value});
+  return file.finish();
+}
+
+std::string sha256OfFile(const std::string& path) {
+  Sha256 sum;
+  std::FILE* file = fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr;
+  if (!file) return {};
+  std::vector<char> block(size_t{1} << 20);
+  for (size_t got = 0; (got = std::fread(block.data(), 1, block.size(), file)) > 0;)
+    sum.add({block.data(), got});
+  const bool isWhole = !std::ferror(file);
+  std::fclose(file);
+  return isWhole ? sum.digits() : std::string();
+}
+
+std::string newFolder(const std::string& beginning) {
+  std::string name = beginning + "XXXXXX";
+  return ::mkdtemp(name.data()) ? withSeparator(name) : std::string();
+}
+
+}  // namespace tarnvisor

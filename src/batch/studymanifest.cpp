@@ -1,0 +1,153 @@
+#include "batch/studymanifest.h"
+
+#include <algorithm>
+#include <cctype>
+#include <functional>
+#include <unordered_map>
+
+#include "base/csv.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "exams/subjectdirectory.h"
+
+namespace tarnvisor {
+
+namespace {
+
+constexpr size_t kLongestKey = 100;  // a folder's name
+constexpr size_t kMostProblems = 20;
+
+// A folder is named so, on any file system.
+bool isKey(const std::string& text) {
+  const auto mayStand = [](unsigned char c) {
+    return (c < 0x80 && std::isalnum(c)) || c == '-' || c == '_' || c == '.';
+  };
+  return !text.empty() && text.size() <= kLongestKey && text[0] != '.' && std::ranges::all_of(text, mayStand);
+}
+
+class Problems {
+ public:
+  void add(size_t line, const std::string& what) {
+    if (++count <= kMostProblems) lines += format("line %zu: %s\n", line, what.c_str());
+  }
+  std::string words() const {
+    return count <= kMostProblems ? lines : lines + format("and %zu more\n", count - kMostProblems);
+  }
+  bool isEmpty() const { return count == 0; }
+
+ private:
+  std::string lines;
+  size_t count = 0;
+};
+
+// Ids of subjects that differ by their capitals, or by how an accent is written, are most likely one
+// person's.
+class SpelltSubjects {
+ public:
+  // The line of the other one; 0 for none.
+  size_t otherSpelling(const std::string& subject, size_t line) {
+    const std::hash<std::string> hash;
+    const auto [known, isNew] = firsts.try_emplace(hash(foldedName(subject)), hash(subject), line);
+    return isNew || known->second.first == hash(subject) ? 0 : known->second.second;
+  }
+
+ private:
+  std::unordered_map<size_t, std::pair<size_t, size_t>> firsts;
+};
+
+}  // namespace
+
+size_t StudyManifest::placeOf(const std::string& column) const {
+  return static_cast<size_t>(std::ranges::find(heading, column) - heading.begin());
+}
+
+std::vector<size_t> StudyManifest::fileColumns() const {
+  std::vector<size_t> places;
+  for (size_t i = 0; i < heading.size(); ++i)
+    if (heading[i].starts_with("file")) places.push_back(i);
+  return places;
+}
+
+std::string StudyManifest::checkHeading() const {
+  for (const char* needed : {"key", "subject", "file"})
+    if (placeOf(needed) == heading.size())
+      return format("there is no column \"%s\"", needed) +
+             (heading.size() == 1 && heading[0].find_first_of(";\t") != std::string::npos
+                  ? ": cells must be parted by commas"
+                  : "");
+  for (size_t i = 0; i < heading.size(); ++i) {
+    if (heading[i].empty() || heading[i].find_first_of("{}") != std::string::npos)
+      return format("the name of column %zu is empty or has braces", i + 1);
+    if (placeOf(heading[i]) != i) return "there are two columns \"" + heading[i] + "\"";
+    if (heading[i] == "exam" || heading[i] == "state" || heading[i] == "documents")
+      return "a column \"" + heading[i] + "\" is made by the study itself: name it otherwise";
+  }
+  return {};
+}
+
+std::string StudyManifest::check(const std::vector<std::string>& cells) const {
+  if (cells.size() != heading.size())
+    return format("%zu cells, where the first line has %zu", cells.size(), heading.size());
+  if (!isKey(cells[placeOf("key")]))
+    return "the key \"" + cells[placeOf("key")] +
+           "\" names a folder: letters from a to z, digits, \"-\", \"_\" and \".\" alone";
+  if (trimmed(cells[placeOf("subject")]).empty()) return "there is no subject";
+  if (const size_t date = placeOf("date"); date < cells.size() && !cells[date].empty())
+    if (dateOfBirth(cells[date]) != cells[date])
+      return "\"" + cells[date] + "\" is no date of the form 2025-03-14, or lies in the future";
+  for (const size_t place : fileColumns()) {
+    const bool isNeeded = heading[place] == "file";
+    if (cells[place].empty()
+            ? isNeeded
+            : !fileExists(isAbsolutePath(cells[place]) ? cells[place] : folder + cells[place]))
+      return cells[place].empty() ? "there is no file" : cells[place] + " is not there";
+  }
+  return {};
+}
+
+Outcome StudyManifest::read(const std::string& path) {
+  folder = folderOf(path);
+  rows.clear();
+  heading.clear();
+  auto whole = readWholeText(path);
+  if (!whole) return Outcome::failure(path + " can't be read");
+  text = std::move(*whole);
+  if (auto utf8 = recoded(text)) text = std::move(*utf8);
+  CsvReader reader(text);
+  CsvRow row;
+  if (reader.next(row)) heading = row.cells;
+  if (const auto wrong = checkHeading(); !wrong.empty()) return Outcome::failure(path + ": " + wrong);
+  Problems problems;
+  SpelltSubjects subjects;
+  while (reader.next(row)) {
+    if (const auto wrong = check(row.cells); !wrong.empty()) {
+      problems.add(row.line, wrong);
+      continue;
+    }
+    rows.push_back({row.cells[placeOf("key")], reader.rowBegin(), static_cast<uint32_t>(row.line)});
+    const std::string& subject = row.cells[placeOf("subject")];
+    if (const size_t other = subjects.otherSpelling(subject, row.line))
+      problems.add(row.line,
+                   "the subject \"" + subject + format("\" is spelled otherwise in line %zu", other));
+  }
+  if (!reader.problem().empty()) return Outcome::failure(path + ": " + reader.problem());
+  std::ranges::sort(
+      rows, [](const Row& a, const Row& b) { return std::tie(a.key, a.line) < std::tie(b.key, b.line); });
+  for (size_t i = 1; i < rows.size(); ++i)
+    if (rows[i].key == rows[i - 1].key)
+      problems.add(rows[i].line,
+                   "the key \"" + rows[i].key + format("\" stands in line %u, too", rows[i - 1].line));
+  if (!problems.isEmpty()) return Outcome::failure(path + ":\n" + problems.words());
+  return rows.empty() ? Outcome::failure(path + " lists no exam") : Outcome::success();
+}
+
+std::vector<std::string> StudyManifest::row(size_t place) const {
+  CsvReader reader(std::string_view(text).substr(rows[place].begin));
+  CsvRow row;
+  if (!reader.next(row)) row.cells.resize(heading.size());  // it was read before
+  std::string& subject = row.cells[placeOf("subject")];
+  subject = replaced(std::string(trimmed(subject)), ' ', '_');
+  return std::move(row.cells);
+}
+
+}  // namespace tarnvisor

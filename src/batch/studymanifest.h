@@ -1,0 +1,42 @@
+// The list of a study's exams: comma-separated text with a row an exam, and at least the columns key, subject
+// and file; site, comment and date where they are wanted, and any others.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/outcome.h"
+
+namespace tarnvisor {
+
+class StudyManifest {
+ public:
+  // Fails with a line for each row that is wrong, the first twenty of them. Text that is no UTF-8 is taken
+  // for Latin-1 or UTF-16. Files are looked for from the list's own folder.
+  [[nodiscard]] Outcome read(const std::string& path);
+  const std::vector<std::string>& columns() const { return heading; }
+  // Place of a column; columns().size() where there is none.
+  size_t placeOf(const std::string& column) const;
+  // Columns that name files: those that begin with "file".
+  std::vector<size_t> fileColumns() const;
+  size_t count() const { return rows.size(); }
+  // In the order of the keys' bytes, with the subject's blanks as "_".
+  std::vector<std::string> row(size_t place) const;
+  size_t line(size_t place) const { return rows[place].line; }
+
+ private:
+  // Rows stay text until they are wanted: a study may have a million.
+  struct Row {
+    std::string key;
+    uint64_t begin = 0;
+    uint32_t line = 0;
+  };
+  std::string checkHeading() const;
+  std::string check(const std::vector<std::string>& cells) const;
+  std::string text, folder;
+  std::vector<std::string> heading;
+  std::vector<Row> rows;
+};
+
+}  // namespace tarnvisor

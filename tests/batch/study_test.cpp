@@ -1,0 +1,159 @@
+#include "batch/study.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "base/text.h"
+#include "batch/studychunk.h"
+#include "batch/studymerge.h"
+#include "batch/studystatus.h"
+#include "db/subjectdatabase.h"
+#include "support/tempfolder.h"
+#include "support/testing.h"
+#include "synth/nailfold.h"
+
+namespace tarnvisor {
+namespace {
+
+using ::testing::HasSubstr;
+namespace fs = std::filesystem;
+
+class Study : public ::testing::Test {
+ protected:
+  Study() {
+    for (const int seed : {1, 2}) {
+      NailfoldTruth truth;
+      const NailfoldStill still{.width = 320, .height = 256, .rows = 2, .seed = static_cast<uint64_t>(seed)};
+      EXPECT_TRUE(renderNailfold(still, truth)->save(folder.file(format("%i.bmp", seed))));
+    }
+    put("cut.bmp", "BM, and no more");
+    put("set.ini", "[ProcessingArgs]\numin=40\n");
+    put("steps.txt",
+        "open {file}\ncommand \"Find Capillaries\"\ncommand \"Calculate average of selection\"\n"
+        "set ProcessingArgs umin 99999\nsave {key}.tv1\n");
+    put("list.csv",
+        "key,subject,site,comment,file,date,group\nb-2,P 1,left,,2.bmp,2025-03-02,x\n"
+        "b-10,P 2,right,\"a \"\"quoted\"\" # {key}\nclose\",1.bmp,2025-03-01,y\na,P 1,,,cut.bmp,,x\n");
+  }
+  void put(const std::string& name, const std::string& text) {
+    ASSERT_TRUE(replaceFile(folder.file(name), std::string_view(text)));
+  }
+  std::string get(const std::string& name) { return readWholeText(folder.file(name)).value_or("-"); }
+  int plan(const std::string& study, const std::string& size) {
+    return runStudy({"plan", folder.file("list.csv"), folder.file("steps.txt"), folder.file(study), "--chunk",
+                     size, "--profile", folder.file("set.ini"), "--date", "2025-01-01"},
+                    "");
+  }
+  int make(const std::string& study, const std::string& size, const std::vector<std::string>& chunks) {
+    EXPECT_EQ(plan(study, size), 0);
+    for (const std::string& chunk : chunks) EXPECT_EQ(runStudy({"chunk", folder.file(study), chunk}, ""), 0);
+    return runStudy({"merge", folder.file(study)}, "");
+  }
+  std::string planProblem(const std::string& list) {
+    put("wrong.csv", list);
+    return makePlan({.manifest = folder.file("wrong.csv"),
+                     .steps = folder.file("steps.txt"),
+                     .folder = folder.file("never"),
+                     .settings = folder.file("set.ini")})
+        .why();
+  }
+  std::string mergeProblem(const std::string& study) {
+    StudyPlan opened;
+    int64_t failures = 0;
+    EXPECT_TRUE(opened.open(folder.file(study)));
+    return mergeStudy(opened, {.folder = folder.file(study + "/merged")}, failures).why();
+  }
+  TempFolder folder;
+};
+
+TEST_F(Study, TheCutIntoChunksChangesNothingAndADamagedPictureCostsItsExamAlone) {
+  EXPECT_EQ(make("whole", "9", {"1"}), 3);
+  EXPECT_EQ(make("cut", "1", {"3", "1", "2"}), 3);
+  for (const char* name :
+       {"measures.csv", "exams.csv", "failures.csv", "review.csv", "inputs.csv", "provenance.csv", "tarn.db"})
+    EXPECT_EQ(get(std::string("whole/merged/") + name), get(std::string("cut/merged/") + name)) << name;
+  EXPECT_THAT(get("cut/merged/failures.csv"), HasSubstr("\na,P_1,1,cut.bmp,steps.txt:1: open "));
+  EXPECT_THAT(get("cut/merged/measures.csv"),
+              HasSubstr("\nb-10,P_2,2,1,0,,ROI w,320.0,pixel,,Image Results\n"));
+  EXPECT_THAT(get("cut/merged/exams.csv"),
+              HasSubstr("\n2,done,1,b-10,P_2,right,\"a \"\"quoted\"\" # {key}\nclose\","));
+  EXPECT_TRUE(fileExists(folder.file("cut/merged/b-2/b-2.tv1")));
+  std::string problem;
+  const auto db = SubjectDatabase::open(folder.file("cut/merged/tarn.db"), "", {4, 60, 0, 0}, problem);
+  ASSERT_TRUE(db);
+  EXPECT_EQ(db->exam("P_1", 3)->created, "2025-03-02 12:00:00");
+  EXPECT_EQ(db->resultsOf(3).size(), 1u);
+}
+
+TEST_F(Study, WhatIsDoneIsNotDoneAgainAndLeftoversGoByAge) {
+  EXPECT_EQ(make("study", "2", {"1"}), 1);
+  EXPECT_THAT(mergeProblem("study"), HasSubstr("1 of 2 chunks are not done: 000002"));
+  StudyPlan opened;
+  ASSERT_TRUE(opened.open(folder.file("study")));
+  EXPECT_EQ(statusOf(opened).left, std::vector<int32_t>{2});
+  const std::string stamp = fileStamp(folder.file("study/done/000001/run.csv"));
+  EXPECT_EQ(runStudy({"chunk", folder.file("study"), "1", "2"}, ""), 0);
+  EXPECT_EQ(fileStamp(folder.file("study/done/000001/run.csv")), stamp);
+  EXPECT_EQ(runStudy({"status", folder.file("study")}, ""), 3);
+  fs::create_directory(folder.file("study/part/old"));
+  fs::create_directory(folder.file("study/part/new"));
+  fs::last_write_time(folder.file("study/part/old"),
+                      fs::file_time_type::clock::now() - std::chrono::hours(30));
+  EXPECT_EQ(sweepParts(opened, 24), 1u);
+  EXPECT_EQ(statusOf(opened).parts, 1u);
+}
+
+TEST_F(Study, ChunksThatDoNotBelongTogetherAreNamedAndRefused) {
+  EXPECT_EQ(make("study", "1", {"1", "2", "3"}), 3);
+  const std::string before = get("study/merged/tarn.db");
+  const auto with = [&](const std::string& file, const std::string& from, const std::string& to) {
+    const std::string kept = get("study/done/000002/" + file);
+    std::string changed = kept;
+    const size_t at = changed.find(from);
+    if (at != std::string::npos) changed.replace(at, from.size(), to);
+    put("study/done/000002/" + file, changed);
+    const std::string why = mergeProblem("study");
+    put("study/done/000002/" + file, kept);
+    return why;
+  };
+  EXPECT_THAT(with("exams.csv", "b-10", "a"), HasSubstr("chunk 000002: it lacks b-10"));
+  EXPECT_THAT(with("exams.csv", "\n2,", "\n2,done,1,b-10,P,,,,,\n2,"), HasSubstr("it has twice"));
+  EXPECT_THAT(with("measures.csv", "unit", "units"), HasSubstr("has other columns"));
+  EXPECT_THAT(with("measures.csv", "320.0", "321.0"), HasSubstr("chunk 000002: its tables were changed"));
+  EXPECT_THAT(with("provenance.csv", "program,", "program,3"),
+              HasSubstr("chunk 000002: it was made with program 3"));
+  EXPECT_EQ(get("study/merged/tarn.db"), before);
+  put("study/settings.ini", "[ProcessingArgs]\numin=41\n");
+  EXPECT_EQ(runStudy({"chunk", folder.file("study"), "1"}, ""), 1);
+}
+
+TEST_F(Study, AListThatIsWrongIsToldByItsLines) {
+  EXPECT_THAT(planProblem("key;subject;file\n"),
+              HasSubstr("no column \"key\": cells must be parted by commas"));
+  const std::string why = planProblem(
+      "key,subject,file\nx,P-1,1.bmp\nx,P-2,1.bmp\n../y,P-3,1.bmp\nz,p-1,gone.bmp\nu,p-1,1.bmp\nv,P\n");
+  EXPECT_THAT(why, HasSubstr("line 3: the key \"x\" stands in line 2, too"));
+  EXPECT_THAT(why, HasSubstr("line 4: the key \"../y\" names a folder"));
+  EXPECT_THAT(why, HasSubstr("line 5: gone.bmp is not there"));
+  EXPECT_THAT(why, HasSubstr("line 6: the subject \"p-1\" is spelled otherwise in line 2"));
+  EXPECT_THAT(why, HasSubstr("line 7: 2 cells, where the first line has 3"));
+  put("steps.txt", "open {file}\nroi {region}\nexam x\nfly\n");
+  const std::string steps = planProblem("key,subject,file\nx,P-1,1.bmp\n");
+  EXPECT_THAT(steps, HasSubstr("steps.txt:2: {region} is no column of the list of exams, which has {key}"));
+  EXPECT_THAT(steps, HasSubstr("steps.txt:3: the list of exams tells subject and site"));
+  put("steps.txt", "open {file}\nroi {region}\n");
+  EXPECT_THAT(planProblem("key,subject,file,region\nx,P,1.bmp,\"0,0,9,9\"\ny,P,1.bmp,left\n"),
+              HasSubstr("wrong.csv:3: with this exam"));
+  EXPECT_FALSE(folderExists(folder.file("never")));
+}
+
+TEST_F(Study, AnExamThatTakesTooLongIsStoppedAndTold) {
+  put("steps.txt", "open {file}\nlive 60s\n");
+  ASSERT_EQ(plan("slow", "9"), 0);
+  EXPECT_EQ(runStudy({"chunk", folder.file("slow"), "1", "--limit", "0.3"}, ""), 0);
+  EXPECT_THAT(get("slow/done/000001/failures.csv"), HasSubstr("it took longer than 0.3 seconds"));
+}
+
+}  // namespace
+}  // namespace tarnvisor
