@@ -24,10 +24,13 @@ install(FILES src/desktop/icons/document.svg DESTINATION share/icons/hicolor/sca
         RENAME tarnvisor-document.svg)
 install(FILES src/desktop/icons/flow.svg DESTINATION share/icons/hicolor/scalable/mimetypes
         RENAME tarnvisor-flow.svg)
-foreach(program IN ITEMS tarnvisor tarnvisor-batch)
+install(DIRECTORY docs/studies DESTINATION share/doc/tarnvisor USE_SOURCE_PERMISSIONS)
+install(FILES docs/studies.md DESTINATION share/doc/tarnvisor)
+foreach(program IN ITEMS tarnvisor tarnvisor-batch tarnvisor-study)
+  string(REPLACE study batch file ${program})  # a link by whose name it is another
   install(CODE "
     file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")
-    file(CREATE_LINK ../${TARNVISOR_HOME}/${program} \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin/${program}\" SYMBOLIC)")
+    file(CREATE_LINK ../${TARNVISOR_HOME}/${file} \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin/${program}\" SYMBOLIC)")
 endforeach()
 
 set(CPACK_GENERATOR DEB)
@@ -38,7 +41,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "workstation for nailfold and dynamic capi
 set(CPACK_PACKAGE_DESCRIPTION
     "Looks at, keeps and measures pictures of the capillaries in the skin of a finger:
 density, spacing, tortuosity and size, with a database of subjects and exams.
-The program tarnvisor-batch repeats an analysis over a whole study.")
+The program tarnvisor-batch repeats an analysis over a whole study,
+tarnvisor-study in chunks on one computer or many.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)

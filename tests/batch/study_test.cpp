@@ -1,6 +1,7 @@
 #include "batch/study.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -154,6 +155,39 @@ TEST_F(Study, AnExamThatTakesTooLongIsStoppedAndTold) {
   EXPECT_EQ(runStudy({"chunk", folder.file("slow"), "1", "--limit", "0.3"}, ""), 0);
   EXPECT_THAT(get("slow/done/000001/failures.csv"), HasSubstr("it took longer than 0.3 seconds"));
 }
+
+// The ready files of the documentation, each where its programs are installed.
+struct Engine {
+  const char* program;
+  std::string command;  // with the study's folder behind it
+  friend std::ostream& operator<<(std::ostream& out, const Engine& engine) { return out << engine.program; }
+};
+class StudyEngine : public Study, public ::testing::WithParamInterface<Engine> {};
+
+TEST_P(StudyEngine, RunsWhatIsLeftAndMergesTheSame) {
+  const auto runs = [](const std::string& command) { return std::system(command.c_str()) == 0; };
+  if (!runs(std::string("command -v ") + GetParam().program + " >/dev/null"))
+    GTEST_SKIP() << GetParam().program << " is not installed (scripts/install-dependencies studies)";
+  if (GetParam().program == std::string("slurmctld") && ::geteuid() != 0)
+    GTEST_SKIP() << "a trial of Slurm wants root";
+  put("list.csv", "key,subject,file\na,P 1,1.bmp\nb,P 2,2.bmp\n");
+  ASSERT_EQ(make("whole", "9", {"1"}), 0);
+  ASSERT_EQ(plan("cut", "1"), 0);
+  ASSERT_EQ(runStudy({"chunk", folder.file("cut"), "2"}, ""), 0);
+  EXPECT_TRUE(runs("cd " + folder.path() +
+                   " && PATH=" TARNVISOR_BIN ":$PATH POLL_SECONDS=1 PARALLEL_OPTIONS= " + GetParam().command +
+                   folder.file("cut") + " >engine.log 2>&1"))
+      << get("engine.log");
+  EXPECT_EQ(get("cut/merged/measures.csv"), get("whole/merged/measures.csv"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ready, StudyEngine,
+                         ::testing::Values(Engine{"xargs", STUDY_ENGINES "/xargs.sh "},
+                                           Engine{"parallel", STUDY_ENGINES "/parallel.sh "},
+                                           Engine{"snakemake", "snakemake -s " STUDY_ENGINES
+                                                               "/Snakefile -j 2 --config study="},
+                                           Engine{"slurmctld", STUDY_CLUSTER " " STUDY_ENGINES "/slurm.sh "}),
+                         [](const auto& engine) { return std::string(engine.param.program); });
 
 }  // namespace
 }  // namespace tarnvisor

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Gives what is left of a study to Slurm, as arrays of up to a thousand chunks, and waits for it; then merged. Started
+# again it gives what is left then.   slurm.sh STUDY     Options for sbatch: SBATCH_PARTITION and its like.
+set -eu
+study=$(realpath "$1")
+here=$(dirname "$(realpath "$0")")
+jobs=""
+for offset in $(tarnvisor-study status "$study" --left | awk '{ print int(($1 - 1) / 1000) * 1000 }' | uniq); do
+  tasks=$(tarnvisor-study status "$study" --left | awk -v o="$offset" '$1 > o && $1 <= o + 1000 { print $1 - o }' | paste -sd,)
+  job=$(sbatch --parsable --array="$tasks" --export="ALL,STUDY=$study,OFFSET=$offset" \
+    --output="$study/part/slurm-%A_%a.txt" "$here/slurm-chunk.sh")
+  jobs="$jobs${jobs:+,}${job%%;*}"
+done
+while [ -n "$jobs" ] && [ -n "$(squeue -h -j "$jobs" 2>/dev/null)" ]; do sleep "${POLL_SECONDS:-10}"; done
+tarnvisor-study merge "$study"
