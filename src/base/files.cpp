@@ -248,6 +248,14 @@ Outcome AtomicFile::commit(Flush flush) {
   return Outcome::success();
 }
 
+namespace {
+int flushLaters = 0;
+}
+
+FlushLater::FlushLater() { ++flushLaters; }
+FlushLater::~FlushLater() { --flushLaters; }
+bool FlushLater::isOn() { return flushLaters > 0; }
+
 void flushName(const std::string& path) {
   const std::string folder = folderOf(path);
   const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

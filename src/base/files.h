@@ -112,14 +112,11 @@ class AtomicFile {
 // whole (flushFolder). Of the process; the database keeps to it, too.
 class FlushLater {
  public:
-  FlushLater() { ++alive; }
-  ~FlushLater() { --alive; }
+  FlushLater();
+  ~FlushLater();
   FlushLater(const FlushLater&) = delete;
   FlushLater& operator=(const FlushLater&) = delete;
-  static bool isOn() { return alive > 0; }
-
- private:
-  static inline int alive = 0;
+  static bool isOn();
 };
 // All that lies in a folder, and the folder.
 Outcome flushFolder(const std::string& folder);
