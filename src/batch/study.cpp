@@ -120,7 +120,7 @@ int runChunks(const Arguments& a, const std::string&) {
     if (const Outcome done = runChunk(study, number, limits, failures); !done)
       return fail(kFailed, "chunk " + chunkName(number) + ": " + done.why());
     std::printf("chunk %s %s\n", chunkName(number).c_str(),
-                wasDone ? "was done already" : format("done, %i exams failed", failures).c_str());
+                wasDone ? "was done already" : format("done; failed exams: %i", failures).c_str());
   }
   return kDone;
 }
@@ -148,7 +148,7 @@ int merge(const Arguments& a, const std::string&) {
   if (const Outcome merged = mergeStudy(study, wish, failures); !merged) return fail(kFailed, merged.why());
   std::printf("%s: %lli exams\n", wish.folder.c_str(), static_cast<long long>(study.exams() - failures));
   if (failures == 0) return kDone;
-  return fail(kExamsFailed, format("%lli exams failed: %s/failures.csv tells which and why",
+  return fail(kExamsFailed, format("failed exams: %lli; %s/failures.csv tells which and why",
                                    static_cast<long long>(failures), wish.folder.c_str()));
 }
 

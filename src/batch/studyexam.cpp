@@ -64,39 +64,61 @@ bool isWorthALook(const std::string& quality) {
   return !quality.empty() && quality != "good" && quality != "fair" && quality != "drawn";
 }
 
-// Of documents by their names, as they were when a step was through: later ones may close them.
-class Judgements {
+// What is told of documents while the steps run, by the names that they have: a picture has its own before it
+// is saved as a document, and later steps may close it.
+class NotedDocuments {
  public:
   void note(const CBasicApp& app) {
-    for (const CDocument* open : app.documents.documents())
-      if (const auto* document = dynamic_cast<const CdbDocument*>(open)) {
-        const std::string words = document->judgementOfResult();
-        if (words.empty()) continue;
-        of[document->title()] = words;
-        if (!document->pathName().empty()) of[fileNameOf(document->pathName())] = words;
+    std::map<const CDocument*, std::string> open;
+    for (const CDocument* each : app.documents.documents())
+      if (const auto* document = dynamic_cast<const CdbDocument*>(each)) {
+        open[each] = document->title();
+        noteName(each, *document);
+        if (const std::string words = document->judgementOfResult(); !words.empty())
+          judged[nameOf(document->title())] = words;
       }
+    titles = std::move(open);
   }
-  std::string wordsOf(const std::string& document) const {
-    const auto found = of.find(document);
-    return found == of.end() ? std::string() : found->second;
+  // The file's, once there is one.
+  std::string nameOf(const std::string& title) const {
+    const auto saved = files.find(title);
+    return saved == files.end() || saved->second.empty() ? title : saved->second;
+  }
+  std::string judgementOf(const std::string& title) const {
+    const auto found = judged.find(nameOf(title));
+    return found == judged.end() ? std::string() : found->second;
   }
 
  private:
-  std::map<std::string, std::string> of;
+  // Of one that a step saved under another name. A title that two documents had means neither.
+  void noteName(const CDocument* open, const CdbDocument& document) {
+    const auto before = titles.find(open);
+    if (before == titles.end() || before->second == document.title() || document.pathName().empty()) return;
+    const std::string file = fileNameOf(document.pathName());
+    if (const auto [known, isNew] = files.try_emplace(before->second, file); !isNew && known->second != file)
+      known->second.clear();
+    if (auto kept = judged.extract(before->second)) {
+      kept.key() = file;
+      judged.insert(std::move(kept));
+    }
+  }
+  std::map<const CDocument*, std::string> titles;  // of those that were open after the step before
+  std::map<std::string, std::string> files, judged;
 };
 
 class ExamRunner final : public ScriptRunner {
  public:
   ExamRunner(ScriptProgram& running) : ScriptRunner(running.app, running.host, false), program(running) {}
-  Judgements judgements;
-  std::string failedStep, why;
+  NotedDocuments noted;
+  int failedLine = 0;
+  std::string why;
 
  protected:
   void report(const Step& step, const StepResult& result) override {
     ScriptRunner::report(step, result);
-    judgements.note(program.app);
-    if (result.ok || !failedStep.empty()) return;
-    failedStep = step.where() + ": " + step.line();
+    noted.note(program.app);
+    if (result.ok || failedLine > 0) return;
+    failedLine = step.lineNumber;
     why = result.why;
   }
 
@@ -110,7 +132,7 @@ class ExamProcess {
   ExamProcess(const StudyPlan& ofStudy, const StudyExam& ofList, const std::string& folder)
       : plan(ofStudy), exam(ofList), work(folder), key(plan.key(exam)), subject(plan.cell(exam, "subject")) {}
 
-  Outcome run(std::string& failedStep) {
+  Outcome run(int& failedLine) {
     for (const char* below : {examfiles::kData, examfiles::kPictures})
       if (!makeFolderPath(work + below)) return Outcome::failure(work + below + " can't be made");
     std::vector<std::string> values = exam.cells;
@@ -135,10 +157,10 @@ class ExamProcess {
       return Outcome::failure("the exam's folder can't be entered");
     ExamRunner runner(program);
     if (runner.run(steps, false) != 0) {
-      failedStep = runner.failedStep;
+      failedLine = runner.failedLine;
       return Outcome::failure(runner.why);
     }
-    Outcome told = tell(runner.judgements);
+    Outcome told = tell(runner.noted);
     program.app.exitInstance();
     return told;
   }
@@ -167,23 +189,24 @@ class ExamProcess {
     return database.finish();
   }
 
-  Outcome tell(const Judgements& judgements) const {
+  Outcome tell(const NotedDocuments& noted) const {
     const std::vector<ResultRow> results = theApp().db->resultsOf(exam.number);
     std::vector<StudyMeasure> measures;
     std::string unread;
     const Outcome gathered = gatherStudy({.scope = StudyScope::AllSubjects}, measures, unread);
     if (!unread.empty()) return Outcome::failure("tables can't be read: " + unread);
     if (!gathered && !measures.empty()) return gathered;
-    if (Outcome written = tellMeasures(measures, judgements); !written) return written;
+    for (StudyMeasure& measure : measures) measure.document = noted.nameOf(measure.document);
+    if (Outcome written = tellMeasures(measures, noted); !written) return written;
     if (Outcome written = tellResults(results); !written) return written;
-    if (Outcome written = tellReview(results, measures, judgements); !written) return written;
+    if (Outcome written = tellReview(results, measures, noted); !written) return written;
     return plan.wantsPictures() ? takePictures(results) : Outcome::success();
   }
-  Outcome tellMeasures(const std::vector<StudyMeasure>& measures, const Judgements& judgements) const {
+  Outcome tellMeasures(const std::vector<StudyMeasure>& measures, const NotedDocuments& noted) const {
     TableFile table(work + examfiles::kMeasures, measuresHeading());
     for (const StudyMeasure& m : measures)
       table.add({key, subject, format("%i", exam.number), m.document, m.list, m.mark, m.quantity, m.value,
-                 m.unit, firstWord(judgements.wordsOf(m.document)), m.table});
+                 m.unit, firstWord(noted.judgementOf(m.document)), m.table});
     return table.finish();
   }
   Outcome tellResults(const std::vector<ResultRow>& results) const {
@@ -193,7 +216,7 @@ class ExamProcess {
     return table.finish();
   }
   Outcome tellReview(const std::vector<ResultRow>& results, const std::vector<StudyMeasure>& measures,
-                     const Judgements& judgements) const {
+                     const NotedDocuments& noted) const {
     TableFile table(work + examfiles::kReview, reviewHeading());
     const auto add = [&](const std::string& document, const std::string& why) {
       const bool isStored = std::ranges::find(results, document, &ResultRow::filename) != results.end();
@@ -201,8 +224,8 @@ class ExamProcess {
                  isStored ? key + "/" + document : plan.cell(exam, "file")});
     };
     std::map<std::string, std::string> documents;
-    for (const StudyMeasure& m : measures) documents[m.document] = judgements.wordsOf(m.document);
-    for (const ResultRow& row : results) documents[row.filename] = judgements.wordsOf(row.filename);
+    for (const StudyMeasure& m : measures) documents[m.document] = noted.judgementOf(m.document);
+    for (const ResultRow& row : results) documents[row.filename] = noted.judgementOf(row.filename);
     for (const auto& [document, words] : documents)
       if (isWorthALook(firstWord(words))) add(document, words);
     for (const StudyMeasure& m : measures)
@@ -234,11 +257,30 @@ class ExamProcess {
   const std::string key, subject;
 };
 
+void replaceAll(std::string& text, const std::string& what, const std::string& by) {
+  for (size_t at = text.find(what); !what.empty() && at != std::string::npos;
+       at = text.find(what, at + by.size()))
+    text.replace(at, what.size(), by);
+}
+
+// In words that are the same wherever the study is run: one line, and files as the list names them.
+std::string withoutPlaces(std::string why, const StudyPlan& plan, const StudyExam& exam,
+                          const std::string& work) {
+  for (size_t i = 0; i < plan.columns().size(); ++i)
+    if (plan.columns()[i].starts_with("file")) replaceAll(why, plan.pathOf(exam.cells[i]), exam.cells[i]);
+  replaceAll(why, work, "");
+  why = trimmed(why);
+  replaceAll(why, "\r", "");
+  replaceAll(why, ".\n", ". ");
+  replaceAll(why, "\n", ": ");
+  return why;
+}
+
 void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
                   const std::string& step, const std::string& why) {
   TableFile table(work + examfiles::kFailure, failuresHeading());
   table.add({plan.key(exam), plan.cell(exam, "subject"), format("%i", exam.number), plan.cell(exam, "file"),
-             step, std::string(trimmed(why))});
+             step, withoutPlaces(why, plan, exam, work)});
   if (const Outcome written = table.finish(); !written) std::fprintf(stderr, "%s\n", written.why().c_str());
 }
 
@@ -251,12 +293,12 @@ void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::strin
       log >= 0)
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(log, stream);
   setParallelThreads(threads);
-  std::string step;
+  int failedLine = 0;
   Outcome done = Outcome::success();
   {
     const FlushLater later;  // the chunk's folder is flushed as a whole
-    done = ExamProcess(plan, exam, work).run(step);
-    if (!done) writeFailure(plan, exam, work, step, done.why());
+    done = ExamProcess(plan, exam, work).run(failedLine);
+    if (!done) writeFailure(plan, exam, work, plan.steps().stepAt(failedLine), done.why());
   }
   std::fflush(nullptr);
   ::_exit(done ? 0 : 1);

@@ -44,7 +44,7 @@ Outcome StudySteps::read(std::string_view text, const std::string& source,
     std::string problem;
     if (!splitStep(line, words)) problem = "a quote is not closed";
     if (words.empty() && problem.empty()) continue;
-    Line read{.number = number, .words = std::vector<Word>(words.size())};
+    Line read{.number = number, .text = std::string(trimmed(line)), .words = std::vector<Word>(words.size())};
     for (size_t i = 0; i < words.size() && problem.empty(); ++i)
       problem = parse(words[i], columns, read.words[i]);
     if (problem.empty() && (words[0] == "subject" || words[0] == "exam"))
@@ -56,6 +56,11 @@ Outcome StudySteps::read(std::string_view text, const std::string& source,
   }
   if (problems.empty() && lines.empty()) problems = name + " has no steps\n";
   return problems.empty() ? Outcome::success() : Outcome::failure(problems);
+}
+
+std::string StudySteps::stepAt(int lineNumber) const {
+  const auto found = std::ranges::find(lines, lineNumber, &Line::number);
+  return found == lines.end() ? std::string() : format("%s:%i: ", name.c_str(), lineNumber) + found->text;
 }
 
 Outcome StudySteps::stepsFor(const std::vector<std::string>& values, std::vector<Step>& steps) const {

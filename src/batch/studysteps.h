@@ -21,7 +21,8 @@ class StudySteps {
   // With the values of one exam, in the order of the columns. Fails with a line for each step that they make
   // wrong.
   [[nodiscard]] Outcome stepsFor(const std::vector<std::string>& values, std::vector<Step>& steps) const;
-  bool isEmpty() const { return lines.empty(); }
+  // "steps.txt:3: save {key}.tv1": the step as it was written.
+  std::string stepAt(int lineNumber) const;
 
  private:
   // What a word is put together of: text, and the columns between.
@@ -31,6 +32,7 @@ class StudySteps {
   };
   struct Line {
     int number = 0;
+    std::string text;
     std::vector<Word> words;
   };
   static std::string parse(const std::string& text, const std::vector<std::string>& columns, Word& word);

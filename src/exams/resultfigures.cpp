@@ -53,14 +53,29 @@ std::optional<ResultFigure> figureIn(std::string_view piece, const std::string& 
   return figure.quantity.empty() ? std::nullopt : std::optional(figure);
 }
 
+// Without the remarks in brackets that have numbers of their own: "low (only 1.68 mm of the row can be
+// seen)".
+std::string withoutRemarks(std::string line) {
+  for (size_t begin = line.find('('); begin != std::string::npos; begin = line.find('(', begin)) {
+    const size_t end = std::min(line.find(')', begin), line.size() - 1);
+    if (hasDigit(std::string_view(line).substr(begin, end - begin)))
+      line.erase(begin, end + 1 - begin);
+    else
+      begin = end;
+  }
+  return line;
+}
+
 }  // namespace
 
 std::vector<ResultFigure> figuresIn(const std::string& result) {
   std::vector<ResultFigure> figures;
-  for (const std::string& line : split(result, '\n')) {
+  for (const std::string& whole : split(result, '\n')) {
+    const std::string line = withoutRemarks(whole);
     const std::vector<std::string> pieces = split(line, ',');
     const size_t colon = line.find(':');
     const std::string about = colon == std::string::npos ? "" : std::string(trimmed(line.substr(0, colon)));
+    if (about.ends_with("refused")) continue;  // it tells why, and no result
     for (size_t i = 0; i < pieces.size(); ++i) {
       const auto alone = numberIn(pieces[i]);
       const bool isNamed =

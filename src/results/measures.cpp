@@ -175,6 +175,9 @@ std::string unitOfMeasure(const CResultDoc& table, const std::string& title, con
   if (isOneOf(title, {"density (%)", "FCD (%)", "%good", "% used"})) return "%";
   if (isOneOf(title, {"Av. Level", "min", "max"})) return hasColumn(table, "Av. Level") ? "level" : "";
   if (isOneOf(title, {"start", "end"})) return "s";
+  const bool isOfLoop = hasColumn(table, "other limb");  // always told in micrometres
+  if (isOfLoop && isOneOf(title, {"apex width", "limb width", "other limb", "length", "to next"}))
+    return "um";
   if (units.empty()) return {};
   if (isOneOf(title, {"ROI w", "ROI h", "total L", "Av. L", "width", "height", "apex width", "loop width",
                       "left width", "right width", "Av NN", "Av Krogh", "length", "diameter"}))

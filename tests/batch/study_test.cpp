@@ -74,9 +74,10 @@ TEST_F(Study, TheCutIntoChunksChangesNothingAndADamagedPictureCostsItsExamAlone)
   for (const char* name :
        {"measures.csv", "exams.csv", "failures.csv", "review.csv", "inputs.csv", "provenance.csv", "tarn.db"})
     EXPECT_EQ(get(std::string("whole/merged/") + name), get(std::string("cut/merged/") + name)) << name;
-  EXPECT_THAT(get("cut/merged/failures.csv"), HasSubstr("\na,P_1,1,cut.bmp,steps.txt:1: open "));
+  EXPECT_THAT(get("cut/merged/failures.csv"), HasSubstr("\na,P_1,1,cut.bmp,steps.txt:1: open {file},"));
+  EXPECT_THAT(get("cut/merged/measures.csv"), HasSubstr("\nb-10,P_2,2,b-10.tv1,,,capillary density,"));
   EXPECT_THAT(get("cut/merged/measures.csv"),
-              HasSubstr("\nb-10,P_2,2,1,0,,ROI w,320.0,pixel,,Image Results\n"));
+              HasSubstr("\nb-10,P_2,2,b-10.tv1,0,,ROI w,320.0,pixel,,Image Results\n"));
   EXPECT_THAT(get("cut/merged/exams.csv"),
               HasSubstr("\n2,done,1,b-10,P_2,right,\"a \"\"quoted\"\" # {key}\nclose\","));
   EXPECT_TRUE(fileExists(folder.file("cut/merged/b-2/b-2.tv1")));
