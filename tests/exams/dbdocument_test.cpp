@@ -443,8 +443,7 @@ TEST(ResultText, TellsItsFigures) {
       figuresIn("Nailfold loops: 23 on 3.36 mm of row, 21 clear, 6.8 +- 1.4 per mm, verdict good"),
       ElementsAre(ResultFigure{"Nailfold loops", 23, ""}, ResultFigure{"Nailfold loops", 6.8, "per mm"}));
   EXPECT_THAT(figuresIn("no capillaries"), IsEmpty());
-  EXPECT_THAT(figuresIn("verdict low (only 1.68 mm, as seen)"),
-              IsEmpty());
+  EXPECT_THAT(figuresIn("verdict low (only 1.68 mm, as seen)"), IsEmpty());
   EXPECT_THAT(figuresIn("Nailfold loops refused: a field of 0.40 x 0.30 mm is too small"), IsEmpty());
 }
 
