@@ -7,7 +7,8 @@ here=$(dirname "$(realpath "$0")")
 jobs=""
 for offset in $(tarnvisor-study status "$study" --left | awk '{ print int(($1 - 1) / 1000) * 1000 }' | uniq); do
   tasks=$(tarnvisor-study status "$study" --left | awk -v o="$offset" '$1 > o && $1 <= o + 1000 { print $1 - o }' | paste -sd,)
-  job=$(sbatch --parsable --array="$tasks" --export="ALL,STUDY=$study,OFFSET=$offset" \
+  # By the environment: a comma in the name would part what --export is told.
+  job=$(STUDY=$study OFFSET=$offset sbatch --parsable --array="$tasks" --export=ALL \
     --output="$study/part/slurm-%A_%a.txt" "$here/slurm-chunk.sh")
   jobs="$jobs${jobs:+,}${job%%;*}"
 done

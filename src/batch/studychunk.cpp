@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -87,8 +88,9 @@ class Chunk {
         addToDatabase(database, exam, stored);
       } else {
         ++failures;
-        if (Outcome read = append(work + examfiles::kFailure, failuresHeading(), failed, rows); !read)
-          return read;
+        const Outcome read = append(work + examfiles::kFailure, failuresHeading(), failed, rows);
+        if (!read || lacksRoom(rows))
+          return Outcome::failure("there is no room left on the disc of " + plan.folder());
         for (const CsvRow& row : rows)
           review.add({row.cells[0], row.cells[1], row.cells[2], "",
                       "failed: " + row.cells[5] + (row.cells[4].empty() ? "" : " (" + row.cells[4] + ")"),
@@ -105,6 +107,16 @@ class Chunk {
     for (TableFile* table : {&list, &measures, &results, &review, &inputs, &failed})
       if (Outcome written = table->finish(); !written) return written;
     return database.finish();
+  }
+  // Then an exam fails that would go well elsewhere, or later.
+  bool lacksRoom(const std::vector<CsvRow>& failed) const {
+    constexpr uint64_t kLeastBytes = 16u << 20;
+    const uint64_t room = freeDiscBytes(part);  // 0 where nobody knows
+    if (room > 0 && room < kLeastBytes) return true;
+    return std::ranges::any_of(failed, [](const CsvRow& row) {
+      return row.cells[5].find(std::strerror(ENOSPC)) != std::string::npos ||
+             row.cells[5].find(std::strerror(EDQUOT)) != std::string::npos;
+    });
   }
   static Outcome append(const std::string& path, const std::vector<std::string>& heading, TableFile& table,
                         std::vector<CsvRow>& rows) {

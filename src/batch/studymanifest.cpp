@@ -25,6 +25,12 @@ bool isKey(const std::string& text) {
   return !text.empty() && text.size() <= kLongestKey && text[0] != '.' && std::ranges::all_of(text, mayStand);
 }
 
+// What lies beside the exams' folders.
+bool isTaken(const std::string& key) {
+  return equalIgnoringCase(key, "tarn.db") || equalIgnoringCase(key, "pictures") ||
+         endsWithIgnoringCase(key, ".csv");
+}
+
 class Problems {
  public:
   void add(size_t line, const std::string& what) {
@@ -91,6 +97,8 @@ std::string StudyManifest::check(const std::vector<std::string>& cells) const {
   if (!isKey(cells[placeOf("key")]))
     return "the key \"" + cells[placeOf("key")] +
            "\" names a folder: letters from a to z, digits, \"-\", \"_\" and \".\" alone";
+  if (isTaken(cells[placeOf("key")]))
+    return "the key \"" + cells[placeOf("key")] + "\" is the name of a file or folder of every study";
   if (trimmed(cells[placeOf("subject")]).empty()) return "there is no subject";
   if (const size_t date = placeOf("date"); date < cells.size() && !cells[date].empty())
     if (dateOfBirth(cells[date]) != cells[date])

@@ -134,11 +134,12 @@ TEST_F(Study, AListThatIsWrongIsToldByItsLines) {
   EXPECT_THAT(planProblem("key;subject;file\n"),
               HasSubstr("no column \"key\": cells must be parted by commas"));
   const std::string why = planProblem(
-      "key,subject,file\nx,P-1,1.bmp\nx,P-2,1.bmp\n../y,P-3,1.bmp\nz,p-1,gone.bmp\nu,p-1,1.bmp\nv,P\n");
+      "key,subject,file\nx,P-1,1.bmp\nx,P-2,1.bmp\n../y,P-3,1.bmp\nz,p-1,gone.bmp\nu,p-1,1.bmp\nv,P\nTarn.db,Q,1.bmp\n");
   EXPECT_THAT(why, HasSubstr("line 3: the key \"x\" stands in line 2, too"));
   EXPECT_THAT(why, HasSubstr("line 4: the key \"../y\" names a folder"));
   EXPECT_THAT(why, HasSubstr("line 5: gone.bmp is not there"));
   EXPECT_THAT(why, HasSubstr("line 6: the subject \"p-1\" is spelled otherwise in line 2"));
+  EXPECT_THAT(why, HasSubstr("line 8: the key \"Tarn.db\" is the name of a file"));
   EXPECT_THAT(why, HasSubstr("line 7: 2 cells, where the first line has 3"));
   put("steps.txt", "open {file}\nroi {region}\nexam x\nfly\n");
   const std::string steps = planProblem("key,subject,file\nx,P-1,1.bmp\n");

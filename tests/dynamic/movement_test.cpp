@@ -179,6 +179,7 @@ TEST_F(Movement, ImagesThatFailAreToldWithWhatWouldLetThemPass) {
   settings.setInt("movement", "autothreshold", 0);
   run("AMC without display");
   EXPECT_THAT(doc.notes, HasSubstr("1 of 3 aligned, 66.7 % failed: 1 to 2\r\n"));
+  EXPECT_EQ(doc.judgementOfResult(), "low: 2 of 3 images could not be aligned");
   EXPECT_THAT(host.messages.back(), HasSubstr("and the threshold was 15.0"));
   EXPECT_THAT(doc.tell("status").text, HasSubstr("1 of 3 aligned"));
 }

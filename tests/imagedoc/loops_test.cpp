@@ -76,6 +76,7 @@ TEST_F(NailfoldRow, IsRefusedInWords) {
   ZBasicDoc& d = makeStill(FoldKind::Blurred);
   run("Find nailfold loops");
   EXPECT_THAT(d.resultText, StartsWith("Nailfold loops refused: not enough loops in focus"));
+  EXPECT_THAT(d.judgementOfResult(), StartsWith("refused: not enough loops in focus"));
   EXPECT_EQ(marksOf(d).size(), 0);
   d.addPointToDimension(d.addDimension({100, 500}, CDimList::kPolyline), {1100, 500});
   d.addDimension({300, 480}, CDimList::kPoint);
