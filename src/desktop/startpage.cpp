@@ -11,6 +11,7 @@
 #include "desktop/qttext.h"
 #include "frame/commandids.h"
 #include "frame/commandwords.h"
+#include "frame/demonstrationfolder.h"
 
 namespace tarnvisor {
 
@@ -18,6 +19,11 @@ namespace {
 
 constexpr int kColumn = 420;
 constexpr int kMargin = 32;
+constexpr const char* kTry = "Try the demonstration";
+constexpr const char* kTryAbout =
+    "A subject with simulated pictures, videos and charts whose results are known. Your own data stay apart.";
+constexpr const char* kBack = "Back to your own data";
+constexpr const char* kBackAbout = "Leaves the demonstration, which stays as it is.";
 
 QLabel* heading(const char* words) {
   auto* label = new QLabel(words);
@@ -55,9 +61,7 @@ StartPage::StartPage(QWidget& over, CBasicApp& application)
          "Choose or add a subject, and start an examination. What you open or record is filed there.");
   addWay(cmd::FileOpen, "Open a picture or video",
          "Any file the program reads. Files can also be dropped here.");
-  addWay(
-      cmd::Demonstration, "Try the demonstration",
-      "A subject with simulated pictures, videos and charts whose results are known. Your own data stay apart.");
+  addWay(cmd::Demonstration, kTry, kTryAbout);
   addWay(cmd::HelpContents, "Read the first steps",
          "The manual. F1 opens it at the page of what is in front.");
   ways->addStretch(1);
@@ -100,7 +104,19 @@ void StartPage::listRecent() {
   recent->addStretch();
 }
 
+// The command that makes the demonstration leads back from it.
+void StartPage::nameTheDemonstration() {
+  auto* way = findChild<QCommandLinkButton*>(QString("start%1").arg(cmd::Demonstration));
+  const bool leadsBack = isDemonstration(app.dataFolder);
+  const char* about = leadsBack ? kBackAbout : kTryAbout;
+  if (way->description() == about) return;
+  way->setText(leadsBack ? kBack : kTry);
+  way->setDescription(about);
+  way->setAccessibleDescription(about);
+}
+
 void StartPage::follow() {
+  nameTheDemonstration();
   const bool wanted = app.documents.documents().empty();
   if (wanted == isVisibleTo(parentWidget())) return;
   setGeometry(parentWidget()->rect());

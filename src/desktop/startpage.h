@@ -26,6 +26,7 @@ class StartPage final : public QWidget {
  private:
   void addWay(int32_t command, const char* words, const char* about);
   void listRecent();
+  void nameTheDemonstration();
   CBasicApp& app;
   QVBoxLayout* recent;
 };

@@ -1,6 +1,7 @@
 #include "exams/examoverview.h"
 
 #include <algorithm>
+#include <map>
 
 #include "app/basicapp.h"
 #include "base/files.h"
@@ -39,6 +40,11 @@ void ExamOverview::refresh() {
     row.row = std::move(exam);
   }
   std::ranges::stable_sort(rows, {}, [](const Exam& exam) { return exam.row.created; });
+  // Two of one day at one site are told apart by the hour.
+  std::map<std::pair<std::string, std::string>, int> alike;
+  for (const Exam& exam : rows) ++alike[{exam.day, exam.row.site}];
+  for (Exam& exam : rows)
+    if (alike[{exam.day, exam.row.site}] > 1) exam.day = localMinute(exam.row.created);
 }
 
 std::string ExamOverview::heading() const {

@@ -69,6 +69,13 @@ std::string localDay(const std::string& utc) {
   return format("%04d-%02d-%02d", there.year, there.month + 1, there.day);
 }
 
+std::string localMinute(const std::string& utc) {
+  const int64_t seconds = secondsOf(utc);
+  if (!seconds) return utc;
+  const LocalTime there = localTime(seconds);
+  return localDay(utc) + format(" %02d:%02d", there.hour, there.minute);
+}
+
 const std::vector<std::string>& SubjectDirectory::columns() {
   static const std::vector<std::string> names{"Id", "Surname", "First name", "Born", "Sex", "Last exam"};
   return names;

@@ -51,5 +51,6 @@ std::string sexInWords(const std::string& sex);
 int64_t secondsOf(const std::string& utc);
 // Its day, here; what is no time as it stands.
 std::string localDay(const std::string& utc);
+std::string localMinute(const std::string& utc);  // "2025-03-14 12:41"
 
 }  // namespace tarnvisor

@@ -5,6 +5,7 @@
 #include "app/basicapp.h"
 #include "base/text.h"
 #include "exams/examselection.h"
+#include "exams/subjectdirectory.h"
 #include "frame/demonstrationfolder.h"
 #include "framework/document.h"
 
@@ -26,8 +27,7 @@ void PatientStripModel::readExam() {
   const SubjectDatabase* db = theApp().db.get();
   const auto row = db && now.hasExam() ? db->exam(now.subjectId(), now.examId()) : std::nullopt;
   if (!row) return;
-  constexpr size_t kToMinutes = 16;  // of "2026-11-22 21:50:03"
-  strip.exam = row->site + ", " + row->created.substr(0, kToMinutes);
+  strip.exam = row->site + ", " + localMinute(row->created);
   const std::vector<ResultRow> rows = db->resultsOf(now.examId());
   const auto results = std::ranges::count_if(rows, [](const ResultRow& r) { return !r.result.empty(); });
   strip.holdings = format("%zu document%s, %i result%s", rows.size(), rows.size() == 1 ? "" : "s",

@@ -48,7 +48,7 @@ std::string withUnit(const std::string& quantity, const std::string& unit);
 // the user, come in `unread`.
 std::vector<StudyMeasure> measuresOfTables(const std::vector<std::string>& subjects,
                                            const WantedQuantities& wanted, std::string& unread);
-// Those, and of the subjects' documents what their results say. Fails where there is none.
+// Those, and of the scope's documents what their results say. Fails where there is none.
 [[nodiscard]] Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures,
                                   std::string& unread);
 // What the open tables and the selected subject's documents tell.

@@ -112,27 +112,28 @@ class ExamTable {
   std::vector<std::string> quantities;
 };
 
-}  // namespace
-
-Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread) {
+// Means of exams: documents' results come with the exam, others with the tables.
+Outcome textOfExams(const StudyWish& wish, std::string& text, std::string& unread) {
   std::vector<std::string> subjects;
   if (Outcome found = subjectsOf(wish.scope, subjects); !found) return found;
   const WantedQuantities wanted(wish.quantities);
+  std::ranges::sort(subjects);
   ExamTable exams;
-  if (wish.layout == StudyLayout::Exams) {
-    std::ranges::sort(subjects);
-    for (const std::string& subject : subjects) exams.addExams(*theApp().db, subject, wanted);
-  }
-  const std::vector<StudyMeasure> measures = measuresOfTables(subjects, wanted, unread);
+  for (const std::string& subject : subjects) exams.addExams(*theApp().db, subject, wanted);
+  for (const StudyMeasure& measure : measuresOfTables(subjects, wanted, unread)) exams.add(measure);
+  text = exams.text();
+  return exams.isEmpty() ? Outcome::failure("There are no examinations.") : Outcome::success();
+}
+
+}  // namespace
+
+Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread) {
   std::string text;
-  if (wish.layout == StudyLayout::Measures) {
-    if (measures.empty()) return Outcome::failure("There are no results.");
-    text = rowsOfMeasures(measures);
-  } else {
-    for (const StudyMeasure& measure : measures) exams.add(measure);
-    if (exams.isEmpty()) return Outcome::failure("There are no examinations.");
-    text = exams.text();
-  }
+  std::vector<StudyMeasure> measures;
+  const bool byExams = wish.layout == StudyLayout::Exams;
+  if (Outcome found = byExams ? textOfExams(wish, text, unread) : gatherStudy(wish, measures, unread); !found)
+    return found;
+  if (!byExams) text = rowsOfMeasures(measures);
   Outcome written = replaceFile(path, std::string_view(text));
   if (written)
     for (CDocument* document : theApp().documents.documents())
@@ -160,8 +161,8 @@ void exportStudyCommand() {
   form.add("Results", quantities).offering(knownQuantities());
   form.addNote(
       "Comma-separated text. Tables of subjects are those that were saved.\n"
-      "A row an exam holds all exams of the subject, or of all subjects, with the mean of each result, also of those "
-      "that documents tell. Results are named as in the tables, several with commas between them: "
+      "A row an exam holds all exams of the subject, or of all subjects, with the mean of each result, also where there "
+      "is none. Results are named as in the tables, several with commas between them: "
       "capillary density, velocity.");
   if (!asked(form)) return;
   if (!fileFirst) path = choose();
