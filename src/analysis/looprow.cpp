@@ -329,20 +329,23 @@ class RowPath {
     return path;
   }
 
+  // The row is a smooth line that apexes stand about: following each of them would lengthen it. By a straight
+  // line through what is near, so that ends keep their slope.
   static void smoothen(std::vector<double>& path) {
-    constexpr double kSigma = 60 / kColumn;
-    constexpr int32_t kReach = 6;
+    constexpr double kSigma = 120 / kColumn;
+    constexpr int32_t kReach = 12;
     const std::vector<double> source = path;
     for (size_t i = 0; i < path.size(); ++i) {
-      double sum = 0, weights = 0;
+      double n = 0, x = 0, y = 0, xx = 0, xy = 0;
       for (int32_t d = -kReach; d <= kReach; ++d) {
         const auto j = static_cast<int64_t>(i) + d;
         if (j < 0 || j >= static_cast<int64_t>(source.size())) continue;
-        const double weight = std::exp(-0.5 * d * d / (kSigma * kSigma));
-        sum += weight * source[static_cast<size_t>(j)];
-        weights += weight;
+        const double weight = std::exp(-0.5 * d * d / (kSigma * kSigma)),
+                     line = source[static_cast<size_t>(j)];
+        n += weight, x += weight * d, y += weight * line, xx += weight * d * d, xy += weight * d * line;
       }
-      path[i] = sum / weights;
+      const double determinant = n * xx - x * x;
+      path[i] = determinant > 1e-9 ? (xx * y - x * xy) / determinant : y / n;
     }
   }
 

@@ -139,6 +139,22 @@ bool maskNeutral(Prepared& work) {
   return true;
 }
 
+// Small and brighter than what is near, in red as well: beside blood, skin is brighter in green above all.
+// Hair must be known by then, or the skin beside it would shine.
+LoopPlane glintOf(const LoopPlane& red, const LoopPlane& dim, const LoopPlane& specular,
+                  const Prepared& work) {
+  constexpr float kRedOfShine = 0.33f, kRedFull = 238;
+  const LoopPlane greenBand = bandOf(work.green, work.weight, 4 / work.grid, 24 / work.grid);
+  const LoopPlane redBand = bandOf(dim, work.weight, 4 / work.grid, 24 / work.grid);
+  LoopPlane glint = specular;
+  for (size_t i = 0; i < glint.values.size(); ++i) {
+    const float inGreen = greenBand.values[i], inRed = redBand.values[i];
+    if (inGreen < -0.03f && (inRed < std::min(-0.012f, kRedOfShine * inGreen) || red.values[i] > kRedFull))
+      glint.values[i] = 1;
+  }
+  return glint;
+}
+
 Prepared prepared(const CZZimage& image, double pixelSize) {
   Prepared out;
   const double finest = image.width * pixelSize / kFinestGrid * (image.height * pixelSize / kFinestGrid);
@@ -163,14 +179,9 @@ Prepared prepared(const CZZimage& image, double pixelSize) {
     redness.values[i] = r - g;
     out.magenta.values[i] = r + b - 2 * g;
   }
-  const LoopPlane greenBand = bandOf(out.green, out.weight, 4 / out.grid, 24 / out.grid);
-  const LoopPlane redBand = bandOf(dim, out.weight, 4 / out.grid, 24 / out.grid);
-  out.glint = specular;
-  for (size_t i = 0; i < dim.values.size(); ++i)
-    if (greenBand.values[i] < -0.03f && (redBand.values[i] < -0.012f || colours.red.values[i] > 238))
-      out.glint.values[i] = 1;
   flatten(redness, out);
   if (maskNeutral(out)) flatten(redness, out);
+  out.glint = glintOf(colours.red, dim, specular, out);
   out.unit = unitOf(out.darkness, out.weight, out.grid);
   for (size_t i = 0; i < out.magenta.values.size(); i += 17)
     if (out.weight.values[i] > 0) out.magentaRanks.push_back(out.magenta.values[i]);

@@ -146,6 +146,13 @@ TEST(Loops, AreFoundOnTheKindsThatAreHardest) {
   EXPECT_LE(all.absoluteError(), 1.6);
 }
 
+TEST(Loops, AreSeenBesidePaleSkinAndBesideAHair) {
+  for (const auto& [kind, seed] : {std::pair{FoldKind::Sharp, 12}, std::pair{FoldKind::Hair, 8}}) {
+    const LoopJudgement one = judged(usualField(kind, static_cast<uint64_t>(seed)));
+    EXPECT_GE(one.foundOfClear + 2, one.trueClear) << nameOf(kind);
+  }
+}
+
 TEST(Loops, AreTheSameInAMirroredPictureAndWithTheNailSetByHand) {
   const WideField field = usualField(FoldKind::Rarefied, 4);
   WideFieldTruth truth;
