@@ -4,5 +4,5 @@ set -eu
 study=$1
 workers=${2:-$(nproc)}
 tarnvisor-study status "$study" --left |
-  parallel --will-cite -j "$workers" --retries 3 ${PARALLEL_OPTIONS---eta} tarnvisor-study chunk "$study" {}
+  parallel --will-cite -q -j "$workers" --retries 3 ${PARALLEL_OPTIONS---eta} tarnvisor-study chunk "$study" {}
 tarnvisor-study merge "$study"

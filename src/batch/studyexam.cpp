@@ -193,7 +193,7 @@ class ExamProcess {
     const std::vector<ResultRow> results = theApp().db->resultsOf(exam.number);
     std::vector<StudyMeasure> measures;
     std::string unread;
-    const Outcome gathered = gatherStudy({.scope = StudyScope::AllSubjects}, measures, unread);
+    Outcome gathered = gatherStudy({.scope = StudyScope::AllSubjects}, measures, unread);
     if (!unread.empty()) return Outcome::failure("tables can't be read: " + unread);
     if (!gathered && !measures.empty()) return gathered;
     for (StudyMeasure& measure : measures) measure.document = noted.nameOf(measure.document);

@@ -31,6 +31,9 @@ bool isTaken(const std::string& key) {
          endsWithIgnoringCase(key, ".csv");
 }
 
+// As the database has it.
+std::string idOf(const std::string& subject) { return replaced(std::string(trimmed(subject)), ' ', '_'); }
+
 class Problems {
  public:
   void add(size_t line, const std::string& what) {
@@ -46,14 +49,14 @@ class Problems {
   size_t count = 0;
 };
 
-// Ids of subjects that differ by their capitals, or by how an accent is written, are most likely one
-// person's.
+// Ids of subjects that differ by their capitals, by blanks for "_", or by how an accent is written, are most
+// likely one person's.
 class SpelltSubjects {
  public:
   // The line of the other one; 0 for none.
   size_t otherSpelling(const std::string& subject, size_t line) {
     const std::hash<std::string> hash;
-    const auto [known, isNew] = firsts.try_emplace(hash(foldedName(subject)), hash(subject), line);
+    const auto [known, isNew] = firsts.try_emplace(hash(foldedName(idOf(subject))), hash(subject), line);
     return isNew || known->second.first == hash(subject) ? 0 : known->second.second;
   }
 
@@ -154,7 +157,7 @@ std::vector<std::string> StudyManifest::row(size_t place) const {
   CsvRow row;
   if (!reader.next(row)) row.cells.resize(heading.size());  // it was read before
   std::string& subject = row.cells[placeOf("subject")];
-  subject = replaced(std::string(trimmed(subject)), ' ', '_');
+  subject = idOf(subject);
   return std::move(row.cells);
 }
 

@@ -51,7 +51,8 @@ class DoneChunk {
     if (Outcome read = readFacts(path(chunkfiles::kProvenance), facts); !read) return read;
     for (const auto& [fact, value] : first)
       if (facts[fact] != value)
-        return wrong("it was made with " + fact + " " + facts[fact] + ", the first chunk with " + value);
+        return wrong(format("it was made with %s %s, the first chunk with %s", fact.c_str(),
+                            facts[fact].c_str(), value.c_str()));
     return Outcome::success();
   }
   // That it holds the planned exams, each once.
@@ -70,8 +71,16 @@ class DoneChunk {
     if (!odd.empty()) return wrong("it has twice, or has though it is not of it, " + named(odd));
     return Outcome::success();
   }
+  Outcome checkDocuments(const std::vector<CsvRow>& results) const {
+    for (const CsvRow& row : results)
+      if (const std::string document = format("%s/%s", row.cells[0].c_str(), row.cells[2].c_str());
+          !fileExists(path(examfiles::kData + document)))
+        return wrong("its document " + document + " is gone");
+    return Outcome::success();
+  }
   Outcome wrong(const std::string& what) const {
-    return Outcome::failure("chunk " + chunkName(chunk) + ": " + what);
+    return Outcome::failure(format("chunk %s: %s; remove %s and run it again", chunkName(chunk).c_str(),
+                                   what.c_str(), folder.c_str()));
   }
 
  private:
@@ -129,6 +138,7 @@ class Merger {
 
   Outcome run(int64_t& failures) {
     if (Outcome free = checkPlace(); !free) return free;
+    if (Outcome same = plan.checkCopy("exams.csv"); !same) return same;
     if (Outcome checked = checkChunks(); !checked) return checked;
     if (const std::string above = folderOf(target()); !above.empty() && !makeFolderPath(above))
       return Outcome::failure(above + " can't be made");
@@ -183,6 +193,8 @@ class Merger {
     if (fine) fine = chunk.rows(examfiles::kMeasures, measuresHeading(), rows);
     if (fine) wide.know(rows);
     if (fine) fine = chunk.checkSums();
+    if (fine) fine = chunk.rows(examfiles::kResults, resultsHeading(), rows);
+    if (fine && wish.withDocuments) fine = chunk.checkDocuments(rows);
     return fine;
   }
 

@@ -21,6 +21,7 @@ namespace {
 constexpr const char* kForm = "1";
 constexpr const char* kPlanFile = "plan.csv";
 constexpr const char* kStepsFile = "steps.txt";
+constexpr const char* kSumsFile = "chunks/sums.txt";
 constexpr uint64_t kLongestSteps = 16u << 20;
 
 std::string today() {
@@ -107,6 +108,7 @@ class Planner {
                       {"folder of files", listFolderOf(wish)},
                       {"day", wish.day.empty() ? today() : wish.day},
                       {"pictures", wish.pictures ? "1" : "0"},
+                      {std::string("sha256 of ") + kSumsFile, sha256OfFile(part + kSumsFile)},
                       {"sha256 of exams.csv", sha256OfFile(part + "exams.csv")},
                       {"sha256 of settings.ini", sha256OfFile(part + "settings.ini")},
                       {"sha256 of steps.txt", sha256OfFile(part + kStepsFile)}};
@@ -119,6 +121,7 @@ class Planner {
   }
   Outcome writeChunks(const std::string& part) const {
     size_t at = 0;
+    std::string sums;
     for (int32_t chunk = 1; chunk <= chunkCount(); ++chunk) {
       TableFile table(chunkFile(part, chunk), chunkHeading(manifest.columns()));
       for (int32_t i = 0; i < wish.chunkSize && at < manifest.count(); ++i, ++at) {
@@ -127,8 +130,9 @@ class Planner {
         table.add(cells);
       }
       if (Outcome written = table.finish(); !written) return written;
+      sums += sha256OfFile(chunkFile(part, chunk)) + "\n";
     }
-    return Outcome::success();
+    return replaceFile(part + kSumsFile, sums);
   }
 
   const PlanWish& wish;
@@ -158,9 +162,9 @@ Outcome StudyPlan::open(const std::string& studyFolder) {
   pictures = fact("pictures") == "1";
   if (examCount < 1 || chunkCount < 1 || chunkCount > examCount)
     return Outcome::failure(place + kPlanFile + " tells no number of exams and chunks");
-  for (const char* name : {"settings.ini", kStepsFile})
-    if (sha256OfFile(place + name) != fact(std::string("sha256 of ") + name))
-      return Outcome::failure(place + name + " is not the one that was planned: plan anew, or bring it back");
+  for (const char* name : {"settings.ini", kStepsFile, kSumsFile})
+    if (Outcome same = checkCopy(name); !same) return same;
+  sums = split(readWholeText(place + kSumsFile).value_or(""), '\n');
   const auto text = readWholeText(place + kStepsFile, kLongestSteps);
   std::vector<CsvRow> first;
   const auto list = readWholeText(chunkFile(place, 1));
@@ -170,19 +174,30 @@ Outcome StudyPlan::open(const std::string& studyFolder) {
   return script.read(*text, kStepsFile, heading);
 }
 
+Outcome StudyPlan::checkCopy(const std::string& name) const {
+  return sha256OfFile(place + name) == fact("sha256 of " + name)
+             ? Outcome::success()
+             : Outcome::failure(place + name +
+                                " is not the one that was planned: plan anew, or bring it back");
+}
+
 Outcome StudyPlan::examsOf(int32_t chunk, std::vector<StudyExam>& exams) const {
   if (chunk < 1 || chunk > chunkCount)
     return Outcome::failure(format("there is no chunk %i: the study has 1 to %i", chunk, chunkCount));
   std::vector<CsvRow> rows;
+  const auto number = static_cast<size_t>(chunk);
+  if (number > sums.size() || sha256OfFile(chunkFile(place, chunk)) != sums[number - 1])
+    return Outcome::failure(chunkFile(place, chunk) +
+                            " is not the one that was planned: plan anew, or bring it back");
   if (Outcome read = readTable(chunkFile(place, chunk), chunkHeading(heading), rows); !read) return read;
   exams.clear();
   for (CsvRow& row : rows) {
-    const int64_t number = numberIn(row.cells[0]);
-    if (number < 1 || number > examCount)
+    const int64_t exam = numberIn(row.cells[0]);
+    if (exam < 1 || exam > examCount)
       return Outcome::failure(
           format("%s: line %zu has no exam's number", chunkFile(place, chunk).c_str(), row.line));
     row.cells.erase(row.cells.begin());
-    exams.push_back({static_cast<int32_t>(number), std::move(row.cells)});
+    exams.push_back({static_cast<int32_t>(exam), std::move(row.cells)});
   }
   return Outcome::success();
 }

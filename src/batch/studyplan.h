@@ -51,6 +51,8 @@ class StudyPlan {
 
   const std::string& folder() const { return place; }  // with its separator
   std::string settingsFile() const { return place + "settings.ini"; }
+  // That one of its copies is the one that was planned.
+  [[nodiscard]] Outcome checkCopy(const std::string& name) const;
   std::string doneFolder(int32_t chunk) const;
   bool isDone(int32_t chunk) const;
   std::string partFolder() const { return place + "part/"; }
@@ -60,6 +62,7 @@ class StudyPlan {
   Facts facts;
   std::vector<std::string> heading;
   StudySteps script;
+  std::vector<std::string> sums;  // of the chunks' lists
   int32_t chunkCount = 0;
   int64_t examCount = 0;
   bool pictures = false;

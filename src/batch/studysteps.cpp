@@ -23,7 +23,8 @@ std::string StudySteps::parse(const std::string& text, const std::vector<std::st
     if (end == std::string::npos || known == columns.end()) {
       std::string names;
       for (const std::string& each : columns) names += (names.empty() ? "{" : ", {") + each + "}";
-      return "{" + column + "} is no column of the list of exams, which has " + names + " ({{ stands for {)";
+      return format("{%s} is no column of the list of exams, which has %s ({{ stands for {)", column.c_str(),
+                    names.c_str());
     }
     word.columns.push_back(static_cast<size_t>(known - columns.begin()));
     word.texts.emplace_back();

@@ -125,7 +125,13 @@ TEST_F(Study, ChunksThatDoNotBelongTogetherAreNamedAndRefused) {
   EXPECT_THAT(with("measures.csv", "320.0", "321.0"), HasSubstr("chunk 000002: its tables were changed"));
   EXPECT_THAT(with("provenance.csv", "program,", "program,3"),
               HasSubstr("chunk 000002: it was made with program 3"));
+  fs::remove(folder.file("study/done/000002/data/b-10/b-10.tv1"));
+  EXPECT_THAT(mergeProblem("study"), HasSubstr("chunk 000002: its document b-10/b-10.tv1 is gone"));
   EXPECT_EQ(get("study/merged/tarn.db"), before);
+  const std::string list = get("study/chunks/000002.csv");
+  put("study/chunks/000002.csv", get("study/chunks/000003.csv"));
+  EXPECT_THAT(mergeProblem("study"), HasSubstr("000002.csv is not the one that was planned"));
+  put("study/chunks/000002.csv", list);
   put("study/settings.ini", "[ProcessingArgs]\numin=41\n");
   EXPECT_EQ(runStudy({"chunk", folder.file("study"), "1"}, ""), 1);
 }
