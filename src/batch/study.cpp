@@ -47,7 +47,6 @@ constexpr const char* kUsage =
 
 // Options stand anywhere; those with a value take the next argument.
 struct Arguments {
-  std::string command;
   std::vector<std::string> places;
   std::map<std::string, std::string> options;
   bool has(const std::string& option) const { return options.contains(option); }
@@ -144,12 +143,15 @@ int merge(const Arguments& a, const std::string&) {
   if (const Outcome opened = study.open(a.places[0]); !opened) return fail(kFailed, opened.why());
   const MergeWish wish{.folder = a.of("--to", study.folder() + "merged"),
                        .withDocuments = !a.has("--without-documents")};
-  int64_t failures = 0;
-  if (const Outcome merged = mergeStudy(study, wish, failures); !merged) return fail(kFailed, merged.why());
-  std::printf("%s: %lli exams\n", wish.folder.c_str(), static_cast<long long>(study.exams() - failures));
-  if (failures == 0) return kDone;
+  MergedStudy merged;
+  if (const Outcome done = mergeStudy(study, wish, merged); !done) return fail(kFailed, done.why());
+  std::printf("%s: %lli exams\n", wish.folder.c_str(),
+              static_cast<long long>(study.exams() - merged.failures));
+  if (!merged.before.empty())
+    std::printf("what was merged before is kept, with what was corrected in it: %s\n", merged.before.c_str());
+  if (merged.failures == 0) return kDone;
   return fail(kExamsFailed, format("failed exams: %lli; %s/failures.csv tells which and why",
-                                   static_cast<long long>(failures), wish.folder.c_str()));
+                                   static_cast<long long>(merged.failures), wish.folder.c_str()));
 }
 
 int sweep(const Arguments& a, const std::string&) {
@@ -206,7 +208,7 @@ int runStudy(const std::vector<std::string>& given, const std::string& workstati
   const auto command = std::ranges::find(commands(), word, &Command::word);
   if (command == commands().end())
     return fail(kMalformed, (word.empty() ? "" : "unknown command \"" + word + "\"\n") + kUsage);
-  Arguments arguments{.command = word};
+  Arguments arguments;
   if (const std::string wrong = read(given, *command, arguments); !wrong.empty())
     return fail(kMalformed, wrong + "\n" + kUsage);
   const int code = command->run(arguments, workstation);

@@ -89,8 +89,8 @@ class Chunk {
       } else {
         ++failures;
         const Outcome read = append(work + examfiles::kFailure, failuresHeading(), failed, rows);
-        if (!read || lacksRoom(rows))
-          return Outcome::failure("there is no room left on the disc of " + plan.folder());
+        if (lacksRoom(rows)) return Outcome::failure("there is no room left on the disc of " + plan.folder());
+        if (!read) return read;
         for (const CsvRow& row : rows)
           review.add({row.cells[0], row.cells[1], row.cells[2], "",
                       "failed: " + row.cells[5] + (row.cells[4].empty() ? "" : " (" + row.cells[4] + ")"),
@@ -137,11 +137,10 @@ class Chunk {
   }
   void addToDatabase(DatabaseWriter& database, const StudyExam& exam,
                      const std::vector<CsvRow>& stored) const {
-    const std::string subject = plan.cell(exam, "subject"), created = plan.created(exam);
-    database.addSubject(subject, created);
-    database.addExam(
-        {exam.number, subject, created, plan.cell(exam, "site"), plan.cell(exam, "comment"), plan.key(exam)});
-    for (const CsvRow& row : stored) database.addResult(exam.number, created, row.cells[2], row.cells[3]);
+    const ExamRow row = plan.rowOf(exam);
+    database.addSubject(row.patient, row.created);
+    database.addExam(row);
+    for (const CsvRow& each : stored) database.addResult(row.id, row.created, each.cells[2], each.cells[3]);
   }
 
   Outcome tellProvenance() const {

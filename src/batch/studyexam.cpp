@@ -182,10 +182,10 @@ class ExamProcess {
   Outcome makeData() const {
     if (!makeFolderPath(work + examfiles::kData + key))
       return Outcome::failure("the exam's folder can't be made");
-    DatabaseWriter database(work + examfiles::kData + "tarn.db", plan.created(exam), kVersion);
-    database.addSubject(subject, plan.created(exam));
-    database.addExam(
-        {exam.number, subject, plan.created(exam), plan.cell(exam, "site"), plan.cell(exam, "comment"), key});
+    const ExamRow row = plan.rowOf(exam);
+    DatabaseWriter database(work + examfiles::kData + "tarn.db", row.created, kVersion);
+    database.addSubject(row.patient, row.created);
+    database.addExam(row);
     return database.finish();
   }
 
@@ -294,12 +294,9 @@ void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::strin
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(log, stream);
   setParallelThreads(threads);
   int failedLine = 0;
-  Outcome done = Outcome::success();
-  {
-    const FlushLater later;  // the chunk's folder is flushed as a whole
-    done = ExamProcess(plan, exam, work).run(failedLine);
-    if (!done) writeFailure(plan, exam, work, plan.steps().stepAt(failedLine), done.why());
-  }
+  const FlushLater later;  // of this process: the chunk's folder is flushed as a whole
+  const Outcome done = ExamProcess(plan, exam, work).run(failedLine);
+  if (!done) writeFailure(plan, exam, work, plan.steps().stepAt(failedLine), done.why());
   std::fflush(nullptr);
   ::_exit(done ? 0 : 1);
 }
@@ -321,7 +318,6 @@ bool awaitEnd(pid_t child, int itsPipe, double seconds, int& status) {
 
 bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
              const ExamLimits& limits) {
-  const FlushLater later;
   const auto failed = [&](const std::string& why) {
     writeFailure(plan, exam, work, "", why);
     return false;

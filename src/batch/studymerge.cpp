@@ -136,7 +136,7 @@ class Merger {
   Merger(const Merger&) = delete;
   Merger& operator=(const Merger&) = delete;
 
-  Outcome run(int64_t& failures) {
+  Outcome run(MergedStudy& merged) {
     if (Outcome free = checkPlace(); !free) return free;
     if (Outcome same = plan.checkCopy("exams.csv"); !same) return same;
     if (Outcome checked = checkChunks(); !checked) return checked;
@@ -146,9 +146,9 @@ class Merger {
     part = newFolder(folderOf(target()) == plan.folder() ? plan.partFolder() + "merged." : target() + ".");
     if (part.empty()) return Outcome::failure(target() + " can't be made");
     const FlushLater later;
-    Outcome done = write(failures);
+    Outcome done = write(merged.failures);
     if (done) done = flushFolder(part);
-    return done ? takePlace() : done;
+    return done ? takePlace(merged.before) : done;
   }
 
  private:
@@ -261,21 +261,21 @@ class Merger {
       if (row.cells[1] != "done") failed.insert(row.cells[keyColumn]);
     size_t result = 0;
     for (const StudyExam& exam : planned) {
-      const std::string key = plan.key(exam), subject = plan.cell(exam, "subject"),
-                        created = plan.created(exam);
-      if (failed.contains(key)) continue;
-      database.addSubject(subject, created);
-      database.addExam(
-          {exam.number, subject, created, plan.cell(exam, "site"), plan.cell(exam, "comment"), key});
-      for (; result < results.size() && results[result].cells[0] == key; ++result)
-        database.addResult(exam.number, created, results[result].cells[2], results[result].cells[3]);
+      const ExamRow row = plan.rowOf(exam);
+      if (failed.contains(row.folder)) continue;
+      database.addSubject(row.patient, row.created);
+      database.addExam(row);
+      for (; result < results.size() && results[result].cells[0] == row.folder; ++result)
+        database.addResult(row.id, row.created, results[result].cells[2], results[result].cells[3]);
     }
     return Outcome::success();
   }
-  // A link, or a copy where the file system has none. Saved anew, a document parts from the chunk's.
+  // A link, or a copy where the file system has none. Saved anew, a document parts from the chunk's; a movie
+  // may be worked on in its place, and is copied.
   static void place(const fs::path& from, const fs::path& to, std::error_code& error) {
-    fs::create_hard_link(from, to, error);
-    if (error) fs::copy_file(from, to, error);
+    const bool isMovie = equalIgnoringCase(extensionOf(from.string()), "mve");
+    if (!isMovie) fs::create_hard_link(from, to, error);
+    if (isMovie || error) fs::copy_file(from, to, error);
   }
   Outcome takeDocuments(const DoneChunk& chunk, const std::string& key) const {
     const fs::path from = chunk.path(examfiles::kData + key), to = part + key;
@@ -298,15 +298,16 @@ class Merger {
     }
     return error ? chunk.wrong("pictures: " + error.message()) : Outcome::success();
   }
-  Outcome takePlace() {
+  Outcome takePlace(std::string& before) {
     std::error_code error;
-    const std::string old = folderExists(target()) ? newFolder(target() + ".old-") : std::string();
-    if (!old.empty()) fs::rename(target(), old, error);
+    if (isMerged()) {
+      before = newFolder(target() + ".before-");
+      fs::rename(target(), before, error);
+    }
     if (!error) fs::rename(part, target(), error);
     if (error) return Outcome::failure(target() + ": " + error.message());
     part.clear();
     flushName(target());
-    if (!old.empty()) fs::remove_all(old, error);
     return Outcome::success();
   }
 
@@ -320,8 +321,8 @@ class Merger {
 
 }  // namespace
 
-Outcome mergeStudy(const StudyPlan& plan, const MergeWish& wish, int64_t& failures) {
-  return Merger(plan, wish).run(failures);
+Outcome mergeStudy(const StudyPlan& plan, const MergeWish& wish, MergedStudy& merged) {
+  return Merger(plan, wish).run(merged);
 }
 
 }  // namespace tarnvisor

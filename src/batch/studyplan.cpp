@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <filesystem>
 
-#include "base/checksum.h"
 #include "base/clock.h"
 #include "base/commit.h"
 #include "base/text.h"
@@ -25,10 +23,8 @@ constexpr const char* kSumsFile = "chunks/sums.txt";
 constexpr uint64_t kLongestSteps = 16u << 20;
 
 std::string today() {
-  const int64_t days = currentTime() / 86400;
-  const std::chrono::year_month_day day{std::chrono::sys_days(std::chrono::days(days))};
-  return format("%04i-%02u-%02u", static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
-                static_cast<unsigned>(day.day()));
+  const LocalTime now = localTime(currentTime());
+  return format("%04i-%02i-%02i", now.year, now.month + 1, now.day);
 }
 
 std::string chunkFile(const std::string& folder, int32_t chunk) {
@@ -207,10 +203,11 @@ std::string StudyPlan::cell(const StudyExam& exam, const std::string& column) co
   return found == heading.end() ? std::string() : exam.cells[static_cast<size_t>(found - heading.begin())];
 }
 
-// At noon, so that the day is the same in most of the world.
-std::string StudyPlan::created(const StudyExam& exam) const {
+ExamRow StudyPlan::rowOf(const StudyExam& exam) const {
   const std::string date = cell(exam, "date");
-  return (date.empty() ? fact("day") : date) + " 12:00:00";
+  // At noon, so that the day is the same in most of the world.
+  return {exam.number,        cell(exam, "subject"), (date.empty() ? fact("day") : date) + " 12:00:00",
+          cell(exam, "site"), cell(exam, "comment"), key(exam)};
 }
 
 std::string StudyPlan::pathOf(const std::string& file) const {

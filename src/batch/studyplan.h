@@ -10,6 +10,7 @@
 #include "base/outcome.h"
 #include "batch/studyfiles.h"
 #include "batch/studysteps.h"
+#include "db/subjectdatabase.h"
 
 namespace tarnvisor {
 
@@ -44,8 +45,7 @@ class StudyPlan {
   // Of an exam's row; empty where there is no such column.
   std::string cell(const StudyExam& exam, const std::string& column) const;
   std::string key(const StudyExam& exam) const { return cell(exam, "key"); }
-  // When the exam was, as the database writes times.
-  std::string created(const StudyExam& exam) const;
+  ExamRow rowOf(const StudyExam& exam) const;  // of the database, its folder named by the key
   // Where a file that the list names lies.
   std::string pathOf(const std::string& file) const;
 

@@ -61,10 +61,10 @@ class Study : public ::testing::Test {
   }
   std::string mergeProblem(const std::string& study) {
     StudyPlan opened;
-    int64_t failures = 0;
     EXPECT_TRUE(opened.open(folder.file(study)));
-    return mergeStudy(opened, {.folder = folder.file(study + "/merged")}, failures).why();
+    return mergeStudy(opened, {.folder = folder.file(study + "/merged")}, merged).why();
   }
+  MergedStudy merged;
   TempFolder folder;
 };
 
@@ -98,6 +98,10 @@ TEST_F(Study, WhatIsDoneIsNotDoneAgainAndLeftoversGoByAge) {
   EXPECT_EQ(runStudy({"chunk", folder.file("study"), "1", "2"}, ""), 0);
   EXPECT_EQ(fileStamp(folder.file("study/done/000001/run.csv")), stamp);
   EXPECT_EQ(runStudy({"status", folder.file("study")}, ""), 3);
+  EXPECT_EQ(mergeProblem("study"), "");
+  put("study/merged/b-2/b-2.tv1", "corrected");
+  EXPECT_EQ(mergeProblem("study"), "");
+  EXPECT_EQ(readWholeText(merged.before + "b-2/b-2.tv1"), "corrected");
   fs::create_directory(folder.file("study/part/old"));
   fs::create_directory(folder.file("study/part/new"));
   fs::last_write_time(folder.file("study/part/old"),
