@@ -88,7 +88,7 @@ class Chunk {
         addToDatabase(database, exam, stored);
       } else {
         ++failures;
-        const Outcome read = append(work + examfiles::kFailure, failuresHeading(), failed, rows);
+        Outcome read = append(work + examfiles::kFailure, failuresHeading(), failed, rows);
         if (lacksRoom(rows)) return Outcome::failure("there is no room left on the disc of " + plan.folder());
         if (!read) return read;
         for (const CsvRow& row : rows)
