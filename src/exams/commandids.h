@@ -16,6 +16,7 @@ inline constexpr int32_t ViewExams = 33051;
 inline constexpr int32_t ExamsOfSubject = 34212;
 inline constexpr int32_t CourseOfResults = 34213;
 inline constexpr int32_t ExamReport = 34270;
+inline constexpr int32_t NewExamination = 34272;
 // NOLINTEND(readability-identifier-naming)
 
 }  // namespace tarnvisor::cmd

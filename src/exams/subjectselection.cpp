@@ -212,10 +212,10 @@ bool startNewExamination(const std::string& site, const std::string& comment) {
 
 namespace {
 
-// What was frozen is asked about while its own subject is still selected.
 // What records: it goes on with nobody else's recording.
 constexpr DocumentType* ProcessState::*kLive[] = {&ProcessState::liveTemplate, &ProcessState::flo1Template};
 
+// What was frozen is asked about while its own subject is still selected.
 bool mayCloseLive() {
   return std::ranges::all_of(kLive, [](DocumentType* ProcessState::*type) {
     return !(process.*type) || theApp().documents.mayCloseAllOf(*(process.*type));
@@ -226,6 +226,23 @@ void closeLive() {
   for (DocumentType* ProcessState::*type : kLive)
     if (process.*type) theApp().documents.discardAllOf(*(process.*type));
   host().windows.refreshBars();
+}
+
+// False when the form was cancelled.
+bool askForExamination() {
+  std::string site;
+  std::string comment;
+  Form form("New Examination");
+  form.addNote("Subject " + theExams().subjectId() + ": " + theExams().subjectName());
+  form.add("Site", site).offering(fingers()).addLongText("Comment", comment).setOkLabel("Start");
+  do {
+    if (!host().forms.run(form)) return false;
+  } while (!namesSite(site) && !isUnattended());
+  closeLive();
+  if (!startNewExamination(site, comment)) return true;
+  host().windows.refreshBars();
+  theApp().postMainCommand(cmd::AcquisitionChain);
+  return true;
 }
 
 }  // namespace
@@ -242,20 +259,12 @@ void runSelectSubject(SubjectDialogFace& face) {
     closeLive();
     return app.postMainCommand(cmd::ViewExams);
   }
-  std::string site;
-  std::string comment;
-  Form form("New Examination");
-  form.addNote("Subject " + theExams().subjectId() + ": " + theExams().subjectName());
-  form.add("Site", site).offering(fingers()).addLongText("Comment", comment).setOkLabel("Start");
-  do {
-    if (host().forms.run(form)) continue;
-    app.postMainCommand(cmd::SelectSubject);
-    return;
-  } while (!namesSite(site) && !isUnattended());
-  closeLive();
-  if (!startNewExamination(site, comment)) return;
-  host().windows.refreshBars();
-  app.postMainCommand(cmd::AcquisitionChain);
+  if (!askForExamination()) app.postMainCommand(cmd::SelectSubject);
+}
+
+void runNewExamination(SubjectDialogFace& face) {
+  if (theExams().subjectId().empty()) return runSelectSubject(face);
+  if (mayCloseLive()) askForExamination();
 }
 
 const std::vector<std::string>& ExamList::examColumns() {

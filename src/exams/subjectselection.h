@@ -80,6 +80,8 @@ class SubjectDialogFace {
   virtual SubjectDialog::Result run(SubjectDialog& dialog) = 0;
 };
 void runSelectSubject(SubjectDialogFace& face);
+// An examination of the selected subject; where none is selected, one is chosen first.
+void runNewExamination(SubjectDialogFace& face);
 
 // The window "Select Exam".
 class ExamList {

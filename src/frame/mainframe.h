@@ -108,6 +108,7 @@ class CBasicMainFrame : public CommandTarget {
  private:
   // --- mainframe.cpp
   void selectSubject() { runSelectSubject(*subjectFace); }
+  void newExamination() { runNewExamination(*subjectFace); }
   bool canSelectSubject() const {
     return subjectFace != nullptr && !isRecording() && !(app.flo1View && app.flo1View->isRecording());
   }

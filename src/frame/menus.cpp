@@ -23,8 +23,8 @@ Menu fileMenu(const MenuEntries& ofDocument) {
 
 Menu subjectMenu() {
   return {"&Subject",
-          {cmd::SelectSubject, cmd::ViewExams, cmd::ExamsOfSubject, K::Separator, cmd::CourseOfResults,
-           cmd::ExamReport, cmd::ProcessResults, cmd::ExportStudy, cmd::StudySummary}};
+          {cmd::SelectSubject, cmd::NewExamination, cmd::ViewExams, cmd::ExamsOfSubject, K::Separator,
+           cmd::CourseOfResults, cmd::ExamReport, cmd::ProcessResults, cmd::ExportStudy, cmd::StudySummary}};
 }
 
 Menu acquisitionMenu() {

@@ -397,6 +397,18 @@ TEST_F(Selection, SelectSubjectGoesOnAsTheDialogEnded) {
   EXPECT_EQ(app->db->exam("anna", exams->examId())->folder, "anna-left");
 }
 
+TEST_F(Selection, ANewExaminationIsOfTheSelectedSubjectAndCancelLeavesAllAsItWas) {
+  selectNewExam("bert", "e1");
+  Dialog face;  // would choose anna
+  host.fills.push_back([](Form&) { return false; });
+  runNewExamination(face);
+  EXPECT_EQ(exams->examFolder(), "e1");
+  EXPECT_THAT(posted(), IsEmpty());
+  host.fill({{"Site", "left"}, {"Comment", ""}});
+  runNewExamination(face);
+  EXPECT_EQ(exams->examFolder(), "bert-left");
+}
+
 TEST_F(Selection, ADateOfBirthIsADayThatWas) {
   const FixedClock clock(1'700'000'000);
   EXPECT_EQ(dateOfBirth(" 3.2.1970 "), "1970-02-03");
