@@ -270,7 +270,12 @@ bool CdbDocument::storeBound(const std::string& path) {
 
 // The row tells of a file, so it comes when the file is there.
 bool CdbDocument::onSaveDocument(const std::string& path) {
+  const bool liesThere = path == pathName() || sameFile(path, pathName());
   if (!storeBound(path)) return false;
+  // The user agreed to take that place: the other's number is in no file any more.
+  if (const int32_t other = liesThere ? -1 : otherExamWith(path); other >= 0)
+    tellOfRow(theApp().db->updateResult(other, fileNameOf(path), "replaced by a document of another exam"),
+              fileNameOf(path));
   storeResult(path);
   return true;
 }

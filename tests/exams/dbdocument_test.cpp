@@ -368,6 +368,9 @@ TEST_F(Selection, ADocumentOfAnotherDataFolderTakesNobodysRow) {
   for (int time = 0; time < 2; ++time) ASSERT_TRUE(document.onSaveDocument(inExam("shot.tv1")));
   EXPECT_EQ(app->db->resultsOf(exam)[0].result, "10 loops");
   EXPECT_EQ(host.messages.size(), 1u) << "it is told once";
+  document.setPathName(inExam("other.tv1"));
+  ASSERT_TRUE(document.onSaveDocument(inExam("shot.tv1")));
+  EXPECT_EQ(app->db->resultsOf(exam)[0].result, "replaced by a document of another exam");
 }
 
 struct Dialog : SubjectDialogFace {
