@@ -171,9 +171,12 @@ constexpr int32_t kSteepest = 3, kMoves = 2 * kSteepest + 1;
 // Rows of loops are smooth: what a change of direction costs by its square, and a slant.
 constexpr float kBend = 0.12f, kSlant = 0.012f;
 
+constexpr double kLeastOfCurve = 0.8;
+
 class RowPath {
  public:
-  RowPath(const LoopFrame& of, const std::vector<LoopTip>& tips)
+  // Tips of less than that score say nothing.
+  RowPath(const LoopFrame& of, const std::vector<LoopTip>& tips, double least)
       : frame(of),
         wide(kColumn / of.grid),
         high(kLine / of.grid),
@@ -181,7 +184,7 @@ class RowPath {
         lines(static_cast<int32_t>(std::ceil(of.darkness.height / high))),
         gains(static_cast<size_t>(columns) * static_cast<size_t>(lines)),
         redder(gains.size()) {
-    deposit(tips);
+    deposit(tips, least);
     fillGains();
   }
 
@@ -234,11 +237,11 @@ class RowPath {
   }
 
   // What each column holds, from its top: a running sum of what tips bring.
-  void deposit(const std::vector<LoopTip>& tips) {
+  void deposit(const std::vector<LoopTip>& tips, double least) {
     held.assign(static_cast<size_t>(columns) * static_cast<size_t>(lines + 1), 0);
     constexpr double kSigma = 80 / kColumn;
     for (const LoopTip& tip : tips) {
-      const double worth = std::clamp((tip.score - 0.8) / 1.6, 0.0, 1.0) * tip.gate;
+      const double worth = std::clamp((tip.score - least) / 1.6, 0.0, 1.0) * tip.gate;
       if (worth <= 0) continue;
       const double c = tip.x / wide;
       const auto l = std::min(static_cast<int32_t>(tip.y / high), lines - 1);
@@ -398,6 +401,21 @@ float skinScore(const LoopFrame& frame, const LoopRow& row, double times) {
   return borne < scores.size() ? scores[borne] : 0.0f;
 }
 
+// Where the skin towards the nail is full of marks, as noise makes them, only more than that speaks for a
+// row.
+double grainScore(const LoopFrame& frame, const LoopRow& row) {
+  constexpr double kFrom = 130, kMost = 1.6, kQuantile = 0.3, kTimes = 2;
+  constexpr size_t kEnough = 12;
+  std::vector<float> scores;
+  for (const LoopTip& tip : row.tips)
+    if (tip.gate >= kLeastGate && isSeen(frame, row, tip) && behindCurve(frame, row, tip) < -kFrom)
+      scores.push_back(tip.score);
+  if (scores.size() < kEnough) return 0;
+  const auto usual = scores.begin() + static_cast<ptrdiff_t>(kQuantile * static_cast<double>(scores.size()));
+  std::nth_element(scores.begin(), usual, scores.end());
+  return std::min(kTimes * static_cast<double>(*usual), kMost);
+}
+
 // The denser a row is, the rather a faint mark on it is a loop; where few stand it must show by itself.
 float leastOnRow(const LoopFrame& frame, const LoopRow& row, const std::vector<LoopTip>& near) {
   constexpr double kFalseShare = 0.04, kAlone = 1.0, kEachPerMm = 0.06;
@@ -458,14 +476,16 @@ LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScor
   LoopRow row;
   scores.fill(frame.darkness, frame.redness, frame.weight, frame.grid, shears);
   row.tips = tipsOf(frame, scores);
-  RowPath(frame, row.tips).trace(row);
+  RowPath(frame, row.tips, kLeastOfCurve).trace(row);
+  if (const double least = grainScore(frame, row); least > kLeastOfCurve)
+    RowPath(frame, row.tips, least).trace(row);
   return row;
 }
 
-size_t loopsBefore(const LoopFrame& frame, const LoopRow& row) {
+size_t loopsBefore(const LoopFrame& frame, const LoopRow& row, float least) {
   return static_cast<size_t>(std::count_if(row.tips.begin(), row.tips.end(), [&](const LoopTip& tip) {
-    return tip.score >= kLeastLoopScore && tip.gate >= kLeastGate && isSeen(frame, row, tip) &&
-           behindCurve(frame, row, tip) <= -kBeyond;
+    return tip.score >= std::max(kLeastLoopScore, least) && tip.gate >= kLeastGate &&
+           isSeen(frame, row, tip) && behindCurve(frame, row, tip) <= -kBeyond;
   }));
 }
 

@@ -44,8 +44,8 @@ struct LoopRow {
 
 // The scores are looked at no more afterwards.
 LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScores& scores);
-// Those that stand before the curve, where the row should have none.
-size_t loopsBefore(const LoopFrame& frame, const LoopRow& row);
+// Those of at least that score that stand before the curve, where the row should have none.
+size_t loopsBefore(const LoopFrame& frame, const LoopRow& row, float least);
 // From left to right.
 std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row);
 

@@ -17,6 +17,7 @@ struct RowPlan {
   double blood = 0.08;  // optical density of a clear limb
   double faint = 0.33;  // share of faint loops
   double giant = 0, bushy = 0;
+  double twisted = 0;  // share of loops whose limbs cross
   double bleedings = 0;
   double gaps = 0;           // share of the row without loops
   double firstBehind = 250;  // how far the second row stands behind
@@ -61,6 +62,26 @@ void makeDiseased(RowPlan& row, Random& random, double low, double high) {
   row.behind = random.between(1.1, 2.0);
   row.blood = random.between(0.18, 0.4);
   row.firstBehind = random.between(300, 900);
+}
+
+// As 48 fields of a contact lens with automatic white balance had it: colours, noise and contrast are theirs.
+void makePale(FoldTissue& tissue, Random& random) {
+  tissue.bed = random.between(0.06, 0.22);
+  tissue.onset = random.between(0, 600);
+  tissue.brown *= 0.4;
+  tissue.nailRed = 0;
+  tissue.glints *= 0.6;
+  tissue.light = random.between(150, 190);
+  tissue.blur = random.between(4, 8);
+  tissue.unevenBlur = 0;
+  tissue.noise = random.between(3.5, 5);
+  tissue.bloodRed = random.between(0.38, 0.65);
+  tissue.bloodBlue = random.between(1.0, 1.3);
+  tissue.dip = random.between(14, 26);
+  tissue.blotches = random.between(0.04, 0.10);
+  tissue.colourNoise = random.between(7, 10);
+  tissue.sharpened = random.between(0.3, 0.9);
+  tissue.tint = 0.25;
 }
 
 Plan planOf(FoldKind kind, uint64_t seed) {
@@ -132,6 +153,12 @@ Plan planOf(FoldKind kind, uint64_t seed) {
     case FoldKind::Blurred:
       t.blur = random.between(22, 35);
       break;
+    case FoldKind::Pale:
+      makePale(t, random);
+      r.blood = random.between(0.35, 0.7);
+      r.faint = random.between(0.2, 0.45);
+      r.twisted = 0.45;
+      break;
     default:
       break;
   }
@@ -183,7 +210,7 @@ class Layout {
     if (bushy)
       layBush(u, v, density);
     else
-      layHairpin(u, v, width, length, density, giant);
+      layHairpin(u, v, width, length, density, giant, std::min(behind / 500, 0.9));
     if (distal) scene.loops.push_back({u, v, width, faint});
     if (distal && random.unit() < plan.row.bleedings * 0.06)
       scene.bleedings.push_back({u + random.between(-150, 150), v - random.between(-60, 250),
@@ -191,7 +218,8 @@ class Layout {
   }
 
   // Limbs sway; one of them is often out of sight; deep down both are.
-  void layHairpin(double u, double v, double width, double length, double density, bool giant) {
+  void layHairpin(double u, double v, double width, double length, double density, bool giant,
+                  double sunk = 0) {
     const double radius = giant ? width * random.between(0.18, 0.3) : random.between(4.5, 7);
     const double half = std::max(width / 2 - radius, radius);
     const double lean = tilt + 0.12 * random.normal();
@@ -199,18 +227,24 @@ class Layout {
     const double waist = giant ? random.between(0.3, 0.7) : random.between(0.6, 1.1);
     const double hidden = random.unit();
     const double left = hidden < 0.2 ? 0.15 : 1.0, right = hidden > 0.8 ? 0.15 : 1.0;
+    // No kind but those with twisted limbs draws for it: the others stay as they are.
+    const bool mayTwist = plan.row.twisted > 0;
+    const double turns = mayTwist && random.unit() < plan.row.twisted ? random.between(0.3, 0.9) : 0;
+    const double beads = mayTwist ? random.between(0.1, 0.4) : 0, bead = mayTwist ? random.unit() : 0;
     FoldVessel vessel;
     constexpr int32_t kSteps = 16;
     const auto put = [&](double side, double down) {
       const double along = down / length;
       const double squeeze =
           down < half ? 1.0 : waist + (1 - waist) * expMinus((down - half) / (1.2 * width));
-      const double across =
-          side * half * squeeze + sway * sineOfTurns(phase + 2 * along) * std::min(1.0, 2 * along);
+      const double across = side * half * squeeze * (turns > 0 ? sineOfTurns(0.25 + turns * along) : 1) +
+                            sway * sineOfTurns(phase + 2 * along) * std::min(1.0, 2 * along);
       const double share = side < 0 ? left : right;
       const double fade = std::clamp(2.4 * (1 - along), 0.0, 1.0);
       vessel.push_back({u + across + lean * down, v + down, radius * (side < 0 ? 0.85 : 1.15),
-                        density * fade * (1 - (1 - share) * std::min(1.0, along * 6))});
+                        density * fade * (1 - (1 - share) * std::min(1.0, along * 6)) *
+                            (1 + beads * sineOfTurns(bead + 0.5 * side + down / 70)),
+                        std::clamp(2 * along - 0.15, sunk, 1.0)});
     };
     for (int32_t i = kSteps; i > 0; --i) put(-1, half + (length - half) * i / kSteps);
     for (int32_t i = 0; i <= 8; ++i) {

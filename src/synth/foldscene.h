@@ -23,12 +23,19 @@ struct FoldTissue {
   double blur = 5, unevenBlur = 2;
   double light = 175;  // level of green on pale skin
   double noise = 2.5;
-  double turn = 0;  // of the picture, in turns
+  double bloodRed = 0.25, bloodBlue = 0.9;  // optical density of blood, of that in green
+  double dip = 0;                           // how far out of focus the ends of limbs are, micrometres
+  double blotches = 0;                      // hues that change over the skin, optical density
+  double colourNoise = 0;                   // levels, a few pixels wide
+  double sharpened = 0;                     // by the camera
+  double tint = 1;                          // how far the light's colour strays
+  double turn = 0;                          // of the picture, in turns
   double rowAt(double u) const { return row + 1e-3 * slope * u + 1e-6 * bend * u * u; }
 };
 
 struct FoldVesselPoint {
   double u = 0, v = 0, radius = 0, density = 0;
+  double deep = 0;  // share of it that lies out of focus
 };
 using FoldVessel = std::vector<FoldVesselPoint>;
 

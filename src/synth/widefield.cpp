@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <new>
 
 #include "base/numbers.h"
@@ -20,7 +21,7 @@ enum Stream : uint64_t { mottleStream = 1u << 23, edgeStream = mottleStream + 10
 using Rgb = std::array<double, 3>;  // blue, green, red, as pixels lie
 
 // Optical densities, relative to green's.
-constexpr Rgb kBlood{0.9, 1.0, 0.25}, kBed{0.72, 1.0, 0.22}, kPigment{1.6, 0.8, 0.35}, kStain{1.5, 1.0, 0.3};
+constexpr Rgb kBed{0.72, 1.0, 0.22}, kPigment{1.6, 0.8, 0.35}, kStain{1.5, 1.0, 0.3};
 constexpr int32_t kCoarse = 8;  // pixels from node to node of what is broad
 // Seeds place the finger for fields of any size.
 constexpr double kReach = 4000;
@@ -70,8 +71,8 @@ class Passed {
 };
 
 struct Planes {
-  Plane blood, neutral, glint;
-  Planes(int32_t w, int32_t h) : blood(w, h, 0), neutral(w, h, 0), glint(w, h, 0) {}
+  Plane blood, deep, neutral, glint;
+  Planes(int32_t w, int32_t h) : blood(w, h, 0), deep(w, h, 0), neutral(w, h, 0), glint(w, h, 0) {}
 };
 
 // A tube's darkening goes with the chord of light through it.
@@ -120,10 +121,15 @@ class Picture {
     for (const FoldVessel& vessel : scene.vessels)
       for (size_t i = 1; i < vessel.size(); ++i) {
         const FoldVesselPoint &a = vessel[i - 1], &b = vessel[i];
-        Plane& plane = a.density < 0 ? planes.neutral : planes.blood;
-        drawTube(plane, view.toImage(a.u, a.v), view.toImage(b.u, b.v),
-                 std::max(view.pixels(0.5 * (a.radius + b.radius)), 0.6), std::abs(a.density),
-                 std::abs(b.density));
+        const auto draw = [&](Plane& plane, double from, double to) {
+          if (from <= 0 && to <= 0) return;
+          drawTube(plane, view.toImage(a.u, a.v), view.toImage(b.u, b.v),
+                   std::max(view.pixels(0.5 * (a.radius + b.radius)), 0.6), from, to);
+        };
+        const bool dips = scene.tissue.dip > 0;
+        draw(planes.neutral, -a.density, -b.density);
+        draw(planes.blood, a.density * (dips ? 1 - a.deep : 1), b.density * (dips ? 1 - b.deep : 1));
+        if (dips) draw(planes.deep, a.density * a.deep, b.density * b.deep);
       }
     for (size_t i = 0; i < scene.bleedings.size(); ++i) {
       const FoldVesselPoint& b = scene.bleedings[i];
@@ -162,6 +168,8 @@ class Picture {
     blur(planes.blood, view.pixels(least));
     blur(planes.neutral, view.pixels(least));
     blur(planes.glint, view.pixels(rootOfSquares(3, field.extraBlur)));
+    addDeep(rootOfSquares(least, t.dip));
+    if (t.sharpened > 0) sharpen(planes.blood);
     if (t.unevenBlur <= 0.5) return;
     blur(far, view.pixels(most));
     for (int32_t y = 0; y < far.height; ++y)
@@ -169,6 +177,26 @@ class Picture {
         const double share = static_cast<double>(x) / far.width;
         float& out = planes.blood.row(y)[x];
         out += static_cast<float>(share) * (far.row(y)[x] - out);
+      }
+  }
+
+  void addDeep(double sigma) {
+    if (scene.tissue.dip <= 0) return;
+    blur(planes.deep, view.pixels(sigma));
+    for (int32_t y = 0; y < field.height; ++y)
+      std::transform(planes.blood.row(y), planes.blood.row(y) + field.width, planes.deep.row(y),
+                     planes.blood.row(y), std::plus<>());
+  }
+
+  // As cameras do it, with the bright seams that it leaves.
+  void sharpen(Plane& plane) {
+    Plane smooth = plane;
+    blur(smooth, view.pixels(2.5 * scene.tissue.blur));
+    const auto amount = static_cast<float>(scene.tissue.sharpened);
+    for (int32_t y = 0; y < plane.height; ++y)
+      for (int32_t x = 0; x < plane.width; ++x) {
+        float& out = plane.row(y)[x];
+        out += amount * (out - smooth.row(y)[x]);
       }
   }
 
@@ -189,6 +217,10 @@ class Picture {
     Rgb density;
     for (size_t i = 0; i < 3; ++i)
       density[i] = mottle + bed * kBed[i] + pigment * kPigment[i] + spots * kStain[i];
+    if (t.blotches > 0) {
+      density[0] += t.blotches * noise[1].at(p.x - 700, p.y - 300);
+      density[2] += 1.5 * t.blotches * noise[0].at(p.x - 400, p.y + 800);
+    }
     return density;
   }
 
@@ -232,18 +264,29 @@ class Picture {
     };
     const std::array<double, 3> amplitudes{marked(0.02, 45), marked(0.03, 18), marked(0.05, 9)};
     Random tint(field.seed, grainStream);
+    const auto strayed = [&](double less, double more) {
+      return tint.between(1 - t.tint * less, 1 + t.tint * more);
+    };
     const double green = t.light * field.exposure / expMinus(t.skin);
-    const double blue = green * tint.between(0.7, 1.1) * (1 - field.warmth);
-    const double red = green * tint.between(0.85, 1.2) * (1 + field.warmth);
+    const double blue = green * strayed(0.3, 0.1) * (1 - field.warmth);
+    const double red = green * strayed(0.15, 0.2) * (1 + field.warmth);
     const std::array<float, 3> light{static_cast<float>(blue), static_cast<float>(green),
                                      static_cast<float>(red)};
     const double slope = tint.between(-0.2, 0.2), vignette = tint.between(0.05, 0.3);
+    const Rgb taken{t.bloodBlue, 1.0, t.bloodRed};
+    const auto mixed = [&](uint64_t i) { return ValueNoise(field.seed, grainStream - 10 - i, 3, 3); };
+    const std::array<ValueNoise, 3> hues{mixed(0), mixed(1), mixed(2)};
     const bool noisy = field.kind == FoldKind::Noise;
     parallelFor(field.height, 32, [&](int64_t begin, int64_t end) {
       std::vector<float> grain(static_cast<size_t>(field.width));
+      std::array<std::vector<float>, 3> hue{grain, grain, grain};
       for (auto y = static_cast<int32_t>(begin); y < end; ++y) {
         std::fill(grain.begin(), grain.end(), 0.0f);
         for (size_t i = 0; i < texture.size(); ++i) texture[i].addTo(grain, y, amplitudes[i]);
+        for (size_t i = 0; i < 3 && t.colourNoise > 0; ++i) {
+          std::fill(hue[i].begin(), hue[i].end(), 0.0f);
+          hues[i].addTo(hue[i], y, t.colourNoise);
+        }
         Random noise(field.seed, grainStream + 10 + static_cast<uint64_t>(y));
         uint8_t* out = image.row(y);
         const double v = 2.0 * y / field.height - 1;
@@ -253,9 +296,10 @@ class Picture {
           const float blood = planes.blood.row(y)[x],
                       other = planes.neutral.row(y)[x] + grain[static_cast<size_t>(x)];
           for (size_t i = 0; i < 3; ++i) {
-            const float density = between(nodes[i], x, y) + blood * static_cast<float>(kBlood[i]) + other;
+            const float density = between(nodes[i], x, y) + blood * static_cast<float>(taken[i]) + other;
             const float level = light[i] * shade * passed(density) +
-                                planes.glint.row(y)[x] * static_cast<float>(field.exposure);
+                                planes.glint.row(y)[x] * static_cast<float>(field.exposure) +
+                                hue[i][static_cast<size_t>(x)];
             const double sensed = level + t.noise * noise.normal() + 0.5;
             *out++ = truncatedToByte(noisy ? 128 + 60 * noise.normal() : sensed);
           }
@@ -301,11 +345,11 @@ const char* nameOf(FoldKind kind) {
   static constexpr std::array<const char*, kFoldKinds> names{
       "healthy",       "sharp",       "soft",     "rarefied", "sparse",   "giant", "bushy",
       "gaps",          "slanted",     "late red", "stained",  "red nail", "glare", "hair",
-      "proximal only", "distal only", "bare",     "grey",     "blurred",  "noise"};
+      "proximal only", "distal only", "bare",     "grey",     "blurred",  "noise", "pale"};
   return names[static_cast<size_t>(kind)];
 }
 
-bool canBeCounted(FoldKind kind) { return kind < FoldKind::ProximalOnly; }
+bool canBeCounted(FoldKind kind) { return kind < FoldKind::ProximalOnly || kind == FoldKind::Pale; }
 
 std::unique_ptr<CZZimage> renderWideField(const WideField& field, WideFieldTruth& truth) {
   truth = {};

@@ -31,9 +31,10 @@ enum class FoldKind {
   Bare,  // skin without a loop
   Grey,
   Blurred,
-  Noise
+  Noise,
+  Pale  // little red; brown loops whose limbs soon dip out of focus, as a contact lens shows them. Counted
 };
-inline constexpr size_t kFoldKinds = static_cast<size_t>(FoldKind::Noise) + 1;
+inline constexpr size_t kFoldKinds = static_cast<size_t>(FoldKind::Pale) + 1;
 const char* nameOf(FoldKind kind);
 bool canBeCounted(FoldKind kind);
 

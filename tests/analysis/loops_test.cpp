@@ -153,6 +153,16 @@ TEST(Loops, AreSeenBesidePaleSkinAndBesideAHair) {
   }
 }
 
+// Brown blood, sharpened seams that are no shine, and grain before the row.
+TEST(Loops, AreFoundWhereAContactLensShowsThemPale) {
+  LoopTally all;
+  for (const uint64_t seed : {6, 13, 14, 21, 24, 33}) all.take(judged(usualField(FoldKind::Pale, seed)));
+  EXPECT_EQ(all.told, all.stills);
+  EXPECT_EQ(all.badGood, 0u);
+  EXPECT_GE(all.recall(), 0.85);
+  EXPECT_LE(all.absoluteError(), 1.0);
+}
+
 TEST(Loops, AreTheSameInAMirroredPictureAndWithTheNailSetByHand) {
   const WideField field = usualField(FoldKind::Rarefied, 4);
   WideFieldTruth truth;
