@@ -9,7 +9,7 @@ for offset in $(tarnvisor-study status "$study" --left | awk '{ print int(($1 - 
   tasks=$(tarnvisor-study status "$study" --left | awk -v o="$offset" '$1 > o && $1 <= o + 1000 { print $1 - o }' | paste -sd,)
   # By the environment: a comma in the name would part what --export is told.
   job=$(STUDY=$study OFFSET=$offset sbatch --parsable --array="$tasks" --export=ALL \
-    --output="$study/part/slurm-%A_%a.txt" "$here/slurm-chunk.sh")
+    --output="${study//%/%%}/part/slurm-%A_%a.txt" "$here/slurm-chunk.sh")
   jobs="$jobs${jobs:+,}${job%%;*}"
 done
 while [ -n "$jobs" ] && [ -n "$(squeue -h -j "$jobs" 2>/dev/null)" ]; do sleep "${POLL_SECONDS:-10}"; done

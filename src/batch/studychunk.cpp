@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <map>
 
 #include "base/clock.h"
 #include "base/commit.h"
@@ -20,18 +21,36 @@ namespace fs = std::filesystem;
 
 const std::vector<std::string>& chunkTables() {
   static const std::vector<std::string> names{
-      chunkfiles::kExams,    examfiles::kMeasures, examfiles::kResults,    examfiles::kReview,
-      chunkfiles::kFailures, examfiles::kInputs,   chunkfiles::kProvenance};
+      chunkfiles::kExams,    examfiles::kMeasures, examfiles::kResults,     examfiles::kReview,
+      chunkfiles::kFailures, examfiles::kInputs,   chunkfiles::kProvenance, chunkfiles::kFiles};
+  return names;
+}
+
+const std::vector<std::string>& filesHeading() {
+  static const std::vector<std::string> names{"file", "bytes"};
   return names;
 }
 
 std::vector<std::string> examsHeading(const StudyPlan& plan) {
-  std::vector<std::string> heading{"exam", "state", "documents"};
+  std::vector<std::string> heading{"exam", "state", "documents", "quality"};
   heading.insert(heading.end(), plan.columns().begin(), plan.columns().end());
   return heading;
 }
 
 namespace {
+
+// The worst word that was said of anything in the exam; empty where nothing judged it.
+std::string worstQuality(const std::vector<CsvRow>& measures, const std::vector<CsvRow>& review) {
+  static const std::vector<std::string> worstFirst{"refused", "unreliable", "low", "fair", "drawn", "good"};
+  size_t worst = worstFirst.size();
+  const auto take = [&](const std::string& words) {
+    const auto place = std::ranges::find(worstFirst, firstWord(words)) - worstFirst.begin();
+    worst = std::min(worst, static_cast<size_t>(place));
+  };
+  for (const CsvRow& row : measures) take(row.cells[9]);
+  for (const CsvRow& row : review) take(row.cells[4]);
+  return worst < worstFirst.size() ? worstFirst[worst] : std::string();
+}
 
 class Chunk {
  public:
@@ -46,6 +65,7 @@ class Chunk {
   Outcome run(const ExamLimits& limits, int32_t& failures) {
     std::vector<StudyExam> exams;
     if (Outcome read = plan.examsOf(number, exams); !read) return read;
+    if (Outcome seen = seesPictures(exams); !seen) return seen;
     part = newFolder(plan.partFolder() + chunkName(number) + "." + currentStationId() + "." +
                      format("%i.", ::getpid()));
     if (part.empty())
@@ -62,6 +82,16 @@ class Chunk {
  private:
   std::string file(const std::string& name) const { return part + name; }
 
+  // Of a share that isn't there no exam is to blame.
+  Outcome seesPictures(const std::vector<StudyExam>& exams) const {
+    const auto folder = [&](const StudyExam& exam) { return folderOf(plan.pathOf(plan.cell(exam, "file"))); };
+    const bool seesAny =
+        std::ranges::any_of(exams, [&](const StudyExam& exam) { return folderExists(folder(exam)); });
+    return seesAny ? Outcome::success()
+                   : Outcome::failure("no folder of its pictures is there, such as " + folder(exams.front()) +
+                                      ": is the disc connected?");
+  }
+
   Outcome measure(const std::vector<StudyExam>& exams, const ExamLimits& limits, int32_t& failures) {
     for (const char* below : {examfiles::kData, examfiles::kPictures, "exam/", "logs/"})
       if (!makeFolderPath(part + below)) return Outcome::failure(part + below + " can't be made");
@@ -76,12 +106,12 @@ class Chunk {
     for (const StudyExam& exam : exams) {
       const std::string work = part + "exam/";
       const bool went = makeFolderPath(work) && runExam(plan, exam, work, limits);
-      std::vector<CsvRow> rows, stored;
+      std::vector<CsvRow> rows, told, looked, stored;
       if (went) {
         // A folder that is short of space may have lost a table.
         Outcome read = append(work + examfiles::kInputs, inputsHeading(), inputs, rows);
-        if (read) read = append(work + examfiles::kMeasures, measuresHeading(), measures, rows);
-        if (read) read = append(work + examfiles::kReview, reviewHeading(), review, rows);
+        if (read) read = append(work + examfiles::kMeasures, measuresHeading(), measures, told);
+        if (read) read = append(work + examfiles::kReview, reviewHeading(), review, looked);
         if (read) read = append(work + examfiles::kResults, resultsHeading(), results, stored);
         if (read) read = keep(exam, work);
         if (!read) return read;
@@ -89,15 +119,18 @@ class Chunk {
       } else {
         ++failures;
         Outcome read = append(work + examfiles::kFailure, failuresHeading(), failed, rows);
+        std::vector<CsvRow> summed;
+        if (read && fileExists(work + examfiles::kInputs))
+          read = append(work + examfiles::kInputs, inputsHeading(), inputs, summed);
         if (lacksRoom(rows)) return Outcome::failure("there is no room left on the disc of " + plan.folder());
         if (!read) return read;
         for (const CsvRow& row : rows)
           review.add({row.cells[0], row.cells[1], row.cells[2], "",
                       "failed: " + row.cells[5] + (row.cells[4].empty() ? "" : " (" + row.cells[4] + ")"),
-                      row.cells[3]});
+                      plan.linkOf(row.cells[3])});
       }
       std::vector<std::string> cells{format("%i", exam.number), went ? "done" : "failed",
-                                     format("%zu", stored.size())};
+                                     format("%zu", stored.size()), worstQuality(told, looked)};
       cells.insert(cells.end(), exam.cells.begin(), exam.cells.end());
       list.add(cells);
       std::error_code error;
@@ -161,13 +194,34 @@ class Chunk {
   Outcome sign() const {
     std::error_code error;
     fs::remove_all(file("exam"), error);
+    if (Outcome listed = listFiles(); !listed) return listed;
     std::string sums;
     for (const std::string& name : chunkTables()) sums += sha256OfFile(file(name)) + "  " + name + "\n";
     return replaceFile(file(chunkfiles::kDone), sums);
   }
+  // Of documents and pictures, so that one that is cut off later is known.
+  Outcome listFiles() const {
+    std::map<std::string, uintmax_t> sizes;
+    std::error_code error;
+    for (const char* below : {examfiles::kData, examfiles::kPictures})
+      for (const auto& entry : fs::recursive_directory_iterator(file(below), error)) {
+        if (error) break;
+        if (entry.is_regular_file())
+          sizes[entry.path().lexically_relative(part).string()] = entry.file_size(error);
+      }
+    if (error) return Outcome::failure(part + ": " + error.message());
+    TableFile files(file(chunkfiles::kFiles), filesHeading());
+    for (const auto& [name, bytes] : sizes)
+      files.add({name, format("%llu", static_cast<unsigned long long>(bytes))});
+    return files.finish();
+  }
   // Whole, or not at all: where another worker was first, its chunk stands and is the same.
   Outcome takePlace() {
     const std::string done = plan.folder() + "done/" + chunkName(number);
+    std::error_code error;
+    // What an engine left of one that it wanted anew is no chunk: it is swept with other leftovers.
+    if (!plan.isDone(number) && fs::exists(done, error))
+      fs::rename(done, newFolder(plan.partFolder() + chunkName(number) + ".left."), error);
     if (::rename(part.c_str(), done.c_str()) == 0) {
       part.clear();
       flushName(done);

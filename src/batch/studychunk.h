@@ -12,11 +12,13 @@ inline constexpr const char* kExams = "exams.csv";
 inline constexpr const char* kFailures = "failures.csv";
 inline constexpr const char* kProvenance = "provenance.csv";  // what numbers depend on
 inline constexpr const char* kRun = "run.csv";                // where, by whom and when: not compared
+inline constexpr const char* kFiles = "files.csv";            // the size of each document and picture
 inline constexpr const char* kDone = "done";                  // SHA-256 of each table
 }  // namespace chunkfiles
 
 // The tables whose sums `done` tells, in its order.
 const std::vector<std::string>& chunkTables();
+const std::vector<std::string>& filesHeading();
 // The plan's columns with number and state of each exam.
 std::vector<std::string> examsHeading(const StudyPlan& plan);
 

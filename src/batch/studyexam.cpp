@@ -13,8 +13,10 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include "app/unseen.h"
+#include "base/confine.h"
 #include "base/parallel.h"
 #include "base/text.h"
 #include "base/version.h"
@@ -25,6 +27,7 @@
 #include "exams/dbdocument.h"
 #include "exams/examselection.h"
 #include "results/measures.h"
+#include "settings/settings.h"
 
 namespace tarnvisor {
 
@@ -52,14 +55,14 @@ const std::vector<std::string>& failuresHeading() {
   return names;
 }
 
+std::string firstWord(const std::string& judgement) {
+  return judgement.substr(0, judgement.find_first_of(" ,;:("));
+}
+
 namespace {
 
 constexpr double kFewGood = 50;  // percent of what was tried
 
-// "low (blurred)" is low.
-std::string firstWord(const std::string& judgement) {
-  return judgement.substr(0, judgement.find_first_of(" ,;:("));
-}
 bool isWorthALook(const std::string& quality) {
   return !quality.empty() && quality != "good" && quality != "fair" && quality != "drawn";
 }
@@ -108,14 +111,18 @@ class NotedDocuments {
 
 class ExamRunner final : public ScriptRunner {
  public:
-  ExamRunner(ScriptProgram& running) : ScriptRunner(running.app, running.host, false), program(running) {}
+  ExamRunner(ScriptProgram& running, const std::string& folder)
+      : ScriptRunner(running.app, running.host, false), program(running), own(folder) {}
   NotedDocuments noted;
+  std::map<std::string, std::string> others;  // documents that are another subject's, and whose
+  std::set<std::string> read;                 // files outside the study that documents work on
   int failedLine = 0;
   std::string why;
 
  protected:
   void report(const Step& step, const StepResult& result) override {
     ScriptRunner::report(step, result);
+    takeOver();
     noted.note(program.app);
     if (result.ok || failedLine > 0) return;
     failedLine = step.lineNumber;
@@ -123,7 +130,19 @@ class ExamRunner final : public ScriptRunner {
   }
 
  private:
+  // A document that the list names is copied, as pictures are: its own file and exam are left alone.
+  void takeOver() {
+    for (CDocument* each : program.app.documents.documents()) {
+      for (const std::string& file : each->filesInUse())
+        if (!file.empty() && !file.starts_with(own)) read.insert(file);
+      auto* document = dynamic_cast<CdbDocument*>(each);
+      if (!document || document->patientId.empty() || document->pathName().starts_with(own)) continue;
+      if (document->patientId != theExams().subjectId()) others[document->title()] = document->patientId;
+      document->forgetOwner();
+    }
+  }
   ScriptProgram& program;
+  const std::string own;
 };
 
 // What the process of an exam does.
@@ -150,34 +169,52 @@ class ExamProcess {
       start.programPath = (self.parent_path() / "tarnvisor").string();
     start.profilePath = work + "settings.ini";
     start.dataFolder = work + examfiles::kData;
+    // Where the system can't see to it, steps that write under other names than bare ones do so.
+    if (!confineWrites(work)) std::fputs("what the steps write is not confined to the study\n", stderr);
+    ::setenv("TMPDIR", work.c_str(), 1);
     if (!program.start(start) || program.host.hadError()) return Outcome::failure(program.host.shown());
     theExams().selectSubject(subject, "");
     theExams().selectExam(exam.number, key);
     if (::chdir(theExams().folder().c_str()) != 0)
       return Outcome::failure("the exam's folder can't be entered");
-    ExamRunner runner(program);
+    // Movies that passes make of others' lie beside those otherwise.
+    settings.setString("directories", "tempdir", theExams().folder());
+    ExamRunner runner(program, work);
     if (runner.run(steps, false) != 0) {
       failedLine = runner.failedLine;
       return Outcome::failure(runner.why);
     }
-    Outcome told = tell(runner.noted);
+    sumFurtherInputs(runner.read, values);
+    if (Outcome written = tellInputs(); !written) return written;
+    Outcome told = tell(runner);
     program.app.exitInstance();
     return told;
   }
 
  private:
   // Gives {file...} the places of the files.
-  Outcome sumInputs(std::vector<std::string>& values) const {
-    TableFile inputs(work + examfiles::kInputs, inputsHeading());
+  Outcome sumInputs(std::vector<std::string>& values) {
     for (size_t i = 0; i < plan.columns().size(); ++i) {
       if (!plan.columns()[i].starts_with("file") || values[i].empty()) continue;
       const std::string path = plan.pathOf(values[i]);
       const std::string sum = sha256OfFile(path);
       if (sum.empty()) return Outcome::failure(values[i] + " can't be read");
-      inputs.add({key, fileNameOf(values[i]), sum});
+      inputs.emplace_back(values[i], sum);
       values[i] = path;
     }
-    return inputs.finish();
+    return tellInputs();
+  }
+  // Pixels and movies of listed documents; by their names, as documents name them.
+  void sumFurtherInputs(const std::set<std::string>& read, const std::vector<std::string>& listed) {
+    for (const std::string& path : read)
+      if (std::ranges::find(listed, path) == listed.end())
+        if (const std::string sum = sha256OfFile(path); !sum.empty())
+          inputs.emplace_back(fileNameOf(path), sum);
+  }
+  Outcome tellInputs() const {
+    TableFile table(work + examfiles::kInputs, inputsHeading());
+    for (const auto& [file, sum] : inputs) table.add({key, file, sum});
+    return table.finish();
   }
   Outcome makeData() const {
     if (!makeFolderPath(work + examfiles::kData + key))
@@ -189,7 +226,8 @@ class ExamProcess {
     return database.finish();
   }
 
-  Outcome tell(const NotedDocuments& noted) const {
+  Outcome tell(const ExamRunner& runner) const {
+    const NotedDocuments& noted = runner.noted;
     const std::vector<ResultRow> results = theApp().db->resultsOf(exam.number);
     std::vector<StudyMeasure> measures;
     std::string unread;
@@ -199,14 +237,14 @@ class ExamProcess {
     for (StudyMeasure& measure : measures) measure.document = noted.nameOf(measure.document);
     if (Outcome written = tellMeasures(measures, noted); !written) return written;
     if (Outcome written = tellResults(results); !written) return written;
-    if (Outcome written = tellReview(results, measures, noted); !written) return written;
+    if (Outcome written = tellReview(results, measures, runner); !written) return written;
     return plan.wantsPictures() ? takePictures(results) : Outcome::success();
   }
   Outcome tellMeasures(const std::vector<StudyMeasure>& measures, const NotedDocuments& noted) const {
     TableFile table(work + examfiles::kMeasures, measuresHeading());
     for (const StudyMeasure& m : measures)
       table.add({key, subject, format("%i", exam.number), m.document, m.list, m.mark, m.quantity, m.value,
-                 m.unit, firstWord(noted.judgementOf(m.document)), m.table});
+                 m.unit, firstWord(noted.judgementOf(m.document)), m.kind});
     return table.finish();
   }
   Outcome tellResults(const std::vector<ResultRow>& results) const {
@@ -216,12 +254,15 @@ class ExamProcess {
     return table.finish();
   }
   Outcome tellReview(const std::vector<ResultRow>& results, const std::vector<StudyMeasure>& measures,
-                     const NotedDocuments& noted) const {
+                     const ExamRunner& runner) const {
+    const NotedDocuments& noted = runner.noted;
     TableFile table(work + examfiles::kReview, reviewHeading());
+    bool isFine = true;
     const auto add = [&](const std::string& document, const std::string& why) {
+      isFine = false;
       const bool isStored = std::ranges::find(results, document, &ResultRow::filename) != results.end();
       table.add({key, subject, format("%i", exam.number), document, why,
-                 isStored ? key + "/" + document : plan.cell(exam, "file")});
+                 isStored ? key + "/" + document : plan.linkOf(plan.cell(exam, "file"))});
     };
     std::map<std::string, std::string> documents;
     for (const StudyMeasure& m : measures) documents[m.document] = noted.judgementOf(m.document);
@@ -233,7 +274,10 @@ class ExamProcess {
           std::strtod(m.value.c_str(), nullptr) < kFewGood)
         add(m.document,
             m.table + ": " + m.quantity + " " + m.value + (m.mark.empty() ? "" : " of " + m.mark));
-    if (results.empty() && measures.empty()) add("", "the steps measured and stored nothing");
+    for (const auto& [title, whose] : runner.others)
+      add(noted.nameOf(title), title + " was a document of subject " + whose);
+    if (measures.empty() && isFine)
+      add("", results.empty() ? "the steps measured and stored nothing" : "the steps measured nothing");
     return table.finish();
   }
   // As their windows show them, with what was drawn in.
@@ -242,7 +286,8 @@ class ExamProcess {
       std::string whynot;
       const auto document = openUnseen(theExams().folder() + row.filename, whynot);
       if (!document) return Outcome::failure(row.filename + ": " + whynot);
-      const std::string name = key + "-" + replaced(row.filename, '.', '-') + ".png";
+      // No key has a "+", so no other exam's document is named so.
+      const std::string name = key + "+" + row.filename + ".png";
       if (document->views().empty()) continue;
       if (Outcome saved = saveSnapshot(*document->views().front(), work + examfiles::kPictures + name);
           !saved)
@@ -255,6 +300,7 @@ class ExamProcess {
   const StudyExam& exam;
   const std::string& work;
   const std::string key, subject;
+  std::vector<std::pair<std::string, std::string>> inputs;  // file and sum
 };
 
 void replaceAll(std::string& text, const std::string& what, const std::string& by) {

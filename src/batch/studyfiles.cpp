@@ -1,5 +1,7 @@
 #include "batch/studyfiles.h"
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 
 #include "base/checksum.h"
@@ -60,7 +62,12 @@ std::string sha256OfFile(const std::string& path) {
 
 std::string newFolder(const std::string& beginning) {
   std::string name = beginning + "XXXXXX";
-  return ::mkdtemp(name.data()) ? withSeparator(name) : std::string();
+  if (!::mkdtemp(name.data())) return {};
+  // It is nobody's secret: others of a group work on the same study, if the user lets them.
+  const mode_t kept = ::umask(0);
+  ::umask(kept);
+  ::chmod(name.c_str(), 0777 & ~kept);
+  return withSeparator(name);
 }
 
 }  // namespace tarnvisor

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <functional>
+#include <tuple>
 #include <unordered_map>
 
 #include "base/csv.h"
@@ -27,7 +28,7 @@ bool isKey(const std::string& text) {
 
 // What lies beside the exams' folders.
 bool isTaken(const std::string& key) {
-  return equalIgnoringCase(key, "tarn.db") || equalIgnoringCase(key, "pictures") ||
+  return lowerCase(key).starts_with("tarn.db") || equalIgnoringCase(key, "pictures") ||
          endsWithIgnoringCase(key, ".csv");
 }
 
@@ -88,7 +89,7 @@ std::string StudyManifest::checkHeading() const {
     if (heading[i].empty() || heading[i].find_first_of("{}") != std::string::npos)
       return format("the name of column %zu is empty or has braces", i + 1);
     if (placeOf(heading[i]) != i) return "there are two columns \"" + heading[i] + "\"";
-    if (heading[i] == "exam" || heading[i] == "state" || heading[i] == "documents")
+    if (heading[i] == "exam" || heading[i] == "state" || heading[i] == "documents" || heading[i] == "quality")
       return "a column \"" + heading[i] + "\" is made by the study itself: name it otherwise";
   }
   return {};
@@ -114,6 +115,20 @@ std::string StudyManifest::check(const std::vector<std::string>& cells) const {
       return cells[place].empty() ? "there is no file" : cells[place] + " is not there";
   }
   return {};
+}
+
+// Keys name folders, also on a share that knows no capitals.
+std::vector<std::pair<uint32_t, uint32_t>> StudyManifest::doubles() const {
+  const std::hash<std::string> hash;
+  std::vector<std::pair<size_t, uint32_t>> order(rows.size());  // small, as there may be millions
+  for (size_t i = 0; i < rows.size(); ++i)
+    order[i] = {hash(lowerCase(rows[i].key)), static_cast<uint32_t>(i)};
+  std::ranges::sort(order);
+  std::vector<std::pair<uint32_t, uint32_t>> found;
+  for (size_t i = 1; i < order.size(); ++i)
+    if (order[i].first == order[i - 1].first) found.emplace_back(order[i].second, order[i - 1].second);
+  std::ranges::sort(found);
+  return found;
 }
 
 Outcome StudyManifest::read(const std::string& path) {
@@ -144,10 +159,10 @@ Outcome StudyManifest::read(const std::string& path) {
   if (!reader.problem().empty()) return Outcome::failure(path + ": " + reader.problem());
   std::ranges::sort(
       rows, [](const Row& a, const Row& b) { return std::tie(a.key, a.line) < std::tie(b.key, b.line); });
-  for (size_t i = 1; i < rows.size(); ++i)
-    if (rows[i].key == rows[i - 1].key)
-      problems.add(rows[i].line,
-                   "the key \"" + rows[i].key + format("\" stands in line %u, too", rows[i - 1].line));
+  for (const auto& [second, first] : doubles())
+    problems.add(rows[second].line, "the key \"" + rows[second].key +
+                                        format("\" stands in line %u, too", rows[first].line) +
+                                        (rows[second].key == rows[first].key ? "" : ", with other capitals"));
   if (!problems.isEmpty()) return Outcome::failure(path + ":\n" + problems.words());
   return rows.empty() ? Outcome::failure(path + " lists no exam") : Outcome::success();
 }

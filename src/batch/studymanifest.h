@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/outcome.h"
@@ -34,6 +35,8 @@ class StudyManifest {
   };
   std::string checkHeading() const;
   std::string check(const std::vector<std::string>& cells) const;
+  // Places of rows whose keys are the same but for capitals, each with that of another one.
+  std::vector<std::pair<uint32_t, uint32_t>> doubles() const;
   std::string text, folder;
   std::vector<std::string> heading;
   std::vector<Row> rows;

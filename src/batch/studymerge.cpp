@@ -1,9 +1,15 @@
 #include "batch/studymerge.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <optional>
+#include <iterator>
+#include <map>
 #include <set>
 
 #include "base/text.h"
@@ -45,14 +51,14 @@ class DoneChunk {
     return sums == present ? Outcome::success()
                            : wrong("its tables were changed since it was done, or are damaged");
   }
-  // What it was made of, against that of the first.
-  Outcome checkProvenance(const Facts& first) const {
+  // What it was made of, against what was planned.
+  Outcome checkProvenance() const {
     Facts facts;
     if (Outcome read = readFacts(path(chunkfiles::kProvenance), facts); !read) return read;
-    for (const auto& [fact, value] : first)
-      if (facts[fact] != value)
-        return wrong(format("it was made with %s %s, the first chunk with %s", fact.c_str(),
-                            facts[fact].c_str(), value.c_str()));
+    for (const auto& [fact, value] : facts)
+      if (plan.fact(fact) != value)
+        return wrong(format("it was made with %s %s, and the study was planned with %s", fact.c_str(),
+                            value.c_str(), plan.fact(fact).c_str()));
     return Outcome::success();
   }
   // That it holds the planned exams, each once.
@@ -60,22 +66,41 @@ class DoneChunk {
     std::vector<StudyExam> exams;
     if (Outcome read = plan.examsOf(chunk, exams); !read) return read;
     std::multiset<std::string> missing;
-    std::vector<std::string> odd;
-    for (const StudyExam& exam : exams) missing.insert(plan.key(exam));
-    for (const CsvRow& row : listed)
-      if (const auto known = missing.find(row.cells[keyColumn]); known != missing.end())
+    std::vector<std::string> odd, changed;
+    std::map<std::string, const StudyExam*> planned;
+    for (const StudyExam& exam : exams) {
+      missing.insert(plan.key(exam));
+      planned[plan.key(exam)] = &exam;
+    }
+    for (const CsvRow& row : listed) {
+      const std::string& key = row.cells[keyColumn];
+      if (const auto known = missing.find(key); known != missing.end())
         missing.erase(known);
       else
-        odd.push_back(row.cells[keyColumn]);
+        odd.push_back(key);
+      // The list's columns are the last.
+      if (const auto exam = planned.find(key);
+          exam != planned.end() &&
+          !std::equal(exam->second->cells.rbegin(), exam->second->cells.rend(), row.cells.rbegin()))
+        changed.push_back(key);
+    }
     if (!missing.empty()) return wrong("it lacks " + named({missing.begin(), missing.end()}));
     if (!odd.empty()) return wrong("it has twice, or has though it is not of it, " + named(odd));
+    if (!changed.empty())
+      return wrong("it was made of another list, which tells otherwise of " + named(changed));
     return Outcome::success();
   }
-  Outcome checkDocuments(const std::vector<CsvRow>& results) const {
-    for (const CsvRow& row : results)
-      if (const std::string document = format("%s/%s", row.cells[0].c_str(), row.cells[2].c_str());
-          !fileExists(path(examfiles::kData + document)))
-        return wrong("its document " + document + " is gone");
+  Outcome checkFiles() const {
+    std::vector<CsvRow> files;
+    if (Outcome read = rows(chunkfiles::kFiles, filesHeading(), files); !read) return read;
+    for (const CsvRow& row : files) {
+      std::error_code error;
+      const uintmax_t bytes = fs::file_size(path(row.cells[0]), error);
+      if (error) return wrong("its file " + row.cells[0] + " is gone");
+      if (std::to_string(bytes) != row.cells[1])
+        return wrong(format("its file %s has %s bytes, and had %s", row.cells[0].c_str(),
+                            std::to_string(bytes).c_str(), row.cells[1].c_str()));
+    }
     return Outcome::success();
   }
   Outcome wrong(const std::string& what) const {
@@ -89,41 +114,22 @@ class DoneChunk {
   std::string folder;
 };
 
-// The mean of each quantity of an exam, a column each in the order in which they first come.
-class WideTable {
+// Of two merges at once the second waits: it may be a better one. Where the file system has no locks, it is
+// the one that takes its place last.
+class MergeTurn {
  public:
-  using Means = std::map<std::string, std::pair<double, int>>;
-  static std::string quantityOf(const CsvRow& row) { return withUnit(row.cells[6], row.cells[8]); }
-  static std::optional<double> valueOf(const CsvRow& row) {
-    char* end = nullptr;
-    const double value = std::strtod(row.cells[7].c_str(), &end);
-    return row.cells[7].empty() || *end != '\0' ? std::nullopt : std::optional(value);
+  explicit MergeTurn(const StudyPlan& plan)
+      : file(::open((plan.folder() + "plan.csv").c_str(), O_RDONLY | O_CLOEXEC)) {
+    while (file >= 0 && ::flock(file, LOCK_EX) != 0 && errno == EINTR) continue;
   }
-  void know(const std::vector<CsvRow>& measures) {
-    for (const CsvRow& row : measures)
-      if (std::string quantity = quantityOf(row); valueOf(row) && known.insert(quantity).second)
-        quantities.push_back(std::move(quantity));
+  ~MergeTurn() {
+    if (file >= 0) ::close(file);
   }
-  static std::map<std::string, Means> meansOf(const std::vector<CsvRow>& measures) {
-    std::map<std::string, Means> exams;  // by key
-    for (const CsvRow& row : measures)
-      if (const auto value = valueOf(row)) {
-        auto& [sum, count] = exams[row.cells[0]][quantityOf(row)];
-        sum += *value;
-        ++count;
-      }
-    return exams;
-  }
-  void addCells(const Means& means, std::vector<std::string>& cells) const {
-    for (const std::string& quantity : quantities) {
-      const auto mean = means.find(quantity);
-      cells.push_back(mean == means.end() ? "" : format("%.6g", mean->second.first / mean->second.second));
-    }
-  }
-  std::vector<std::string> quantities;
+  MergeTurn(const MergeTurn&) = delete;
+  MergeTurn& operator=(const MergeTurn&) = delete;
 
  private:
-  std::set<std::string> known;
+  const int file;
 };
 
 class Merger {
@@ -137,6 +143,7 @@ class Merger {
   Merger& operator=(const Merger&) = delete;
 
   Outcome run(MergedStudy& merged) {
+    const MergeTurn turn(plan);
     if (Outcome free = checkPlace(); !free) return free;
     if (Outcome same = plan.checkCopy("exams.csv"); !same) return same;
     if (Outcome checked = checkChunks(); !checked) return checked;
@@ -159,6 +166,9 @@ class Merger {
   }
   bool isMerged() const { return fileExists(target() + "/" + kRuns); }
   Outcome checkPlace() const {
+    for (const char* own : {"part", "done", "chunks"})
+      if (withSeparator(target()).starts_with(plan.folder() + own + "/"))
+        return Outcome::failure(target() + " is the study's own: choose another folder");
     std::error_code error;
     const bool isFree =
         !fs::exists(target(), error) || (folderExists(target()) && fs::is_empty(target(), error));
@@ -173,8 +183,6 @@ class Merger {
     if (!left.empty())
       return Outcome::failure(format("%zu of %i chunks are not done: ", left.size(), plan.chunks()) +
                               named(left));
-    if (Outcome read = readFacts(DoneChunk(plan, 1).path(chunkfiles::kProvenance), provenance); !read)
-      return read;
     const std::vector<std::string> heading = examsHeading(plan);
     keyColumn = static_cast<size_t>(std::ranges::find(heading, "key") - heading.begin());
     std::string problems;
@@ -187,20 +195,25 @@ class Merger {
   }
   Outcome check(const DoneChunk& chunk) {
     std::vector<CsvRow> rows;
-    Outcome fine = chunk.checkProvenance(provenance);
+    Outcome fine = chunk.checkProvenance();
     if (fine) fine = chunk.rows(chunkfiles::kExams, examsHeading(plan), rows);
     if (fine) fine = chunk.checkKeys(rows, keyColumn);
     if (fine) fine = chunk.rows(examfiles::kMeasures, measuresHeading(), rows);
-    if (fine) wide.know(rows);
+    if (fine)
+      for (const CsvRow& row : rows)
+        if (numberOf(row.cells[7])) columnOf(row);
     if (fine) fine = chunk.checkSums();
-    if (fine) fine = chunk.rows(examfiles::kResults, resultsHeading(), rows);
-    if (fine && wish.withDocuments) fine = chunk.checkDocuments(rows);
+    if (fine && wish.withDocuments) fine = chunk.checkFiles();
     return fine;
+  }
+
+  size_t columnOf(const CsvRow& measure) {
+    return columns.place(withUnit(measure.cells[6], measure.cells[8]), measure.cells[10]);
   }
 
   Outcome write(int64_t& failures) {
     std::vector<std::string> wideHeading = examsHeading(plan);
-    wideHeading.insert(wideHeading.end(), wide.quantities.begin(), wide.quantities.end());
+    std::ranges::move(columns.names(wideHeading), std::back_inserter(wideHeading));
     TableFile exams(part + chunkfiles::kExams, wideHeading), runs(part + kRuns, {"chunk", "fact", "value"});
     struct Joined {
       const char* name;
@@ -219,17 +232,22 @@ class Merger {
       std::vector<CsvRow> rows, measures, listed, results;
       for (Joined& each : joined) {
         if (Outcome read = chunk.rows(each.name, each.heading, rows); !read) return read;
-        for (const CsvRow& row : rows) each.table.add(row.cells);
+        for (CsvRow& row : rows) {
+          if (each.name == std::string(examfiles::kReview)) row.cells[5] = linkFromHere(row.cells[5], chunk);
+          each.table.add(row.cells);
+        }
         if (each.name == std::string(examfiles::kMeasures)) measures = std::move(rows);
       }
       if (Outcome read = chunk.rows(chunkfiles::kExams, examsHeading(plan), listed); !read) return read;
       if (Outcome read = chunk.rows(examfiles::kResults, resultsHeading(), results); !read) return read;
-      const auto means = WideTable::meansOf(measures);
+      std::map<std::string, MeasureMeans> means;  // by key
+      for (const CsvRow& row : measures)
+        if (const auto value = numberOf(row.cells[7])) means[row.cells[0]].add(columnOf(row), *value);
       for (CsvRow& row : listed) {
         const std::string key = row.cells[keyColumn];
         const bool isDone = row.cells[1] == "done";
-        const auto known = means.find(key);
-        wide.addCells(known == means.end() ? WideTable::Means() : known->second, row.cells);
+        const MeasureMeans& exam = means[key];
+        for (size_t place = 0; place < columns.count(); ++place) row.cells.push_back(exam.cell(place));
         exams.add(row.cells);
         failures += isDone ? 0 : 1;
         if (Outcome taken = isDone && wish.withDocuments ? takeDocuments(chunk, key) : Outcome::success();
@@ -247,8 +265,10 @@ class Merger {
       if (Outcome written = each.table.finish(); !written) return written;
     for (TableFile* table : {&exams, &runs})
       if (Outcome written = table->finish(); !written) return written;
-    Facts facts = provenance;
-    for (const char* fact : {"exams", "day", "sha256 of exams.csv"}) facts[fact] = plan.fact(fact);
+    Facts facts;
+    for (const char* fact : {"program", "commit", "exams", "day", "sha256 of exams.csv",
+                             "sha256 of settings.ini", "sha256 of steps.txt"})
+      facts[fact] = plan.fact(fact);
     if (Outcome written = writeFacts(part + chunkfiles::kProvenance, facts); !written) return written;
     return database.finish();
   }
@@ -270,12 +290,25 @@ class Merger {
     }
     return Outcome::success();
   }
-  // A link, or a copy where the file system has none. Saved anew, a document parts from the chunk's; a movie
-  // may be worked on in its place, and is copied.
+  // As the list of exams links from the folder that is merged usually, and documents from their own.
+  std::string linkFromHere(const std::string& link, const DoneChunk& chunk) const {
+    const std::string usual = plan.folder() + "merged";
+    if (link.empty() || isAbsolutePath(link)) return link;
+    const bool isInput = link.starts_with("..");
+    if (isInput ? target() == usual : wish.withDocuments) return link;
+    const fs::path there = isInput ? fs::path(usual) / link : fs::path(chunk.path(examfiles::kData + link));
+    return there.lexically_normal().lexically_relative(target()).string();
+  }
+  // Pixels are linked, or copied where the file system has no links. What is small, and movies, may be
+  // written over in its place: it is copied, and the chunk's own stays as it is.
   static void place(const fs::path& from, const fs::path& to, std::error_code& error) {
-    const bool isMovie = equalIgnoringCase(extensionOf(from.string()), "mve");
-    if (!isMovie) fs::create_hard_link(from, to, error);
-    if (isMovie || error) fs::copy_file(from, to, error);
+    constexpr uintmax_t kSmall = 64u << 10;
+    const bool isLinked =
+        fs::file_size(from, error) >= kSmall && !equalIgnoringCase(extensionOf(from.string()), "mve");
+    if (isLinked) fs::create_hard_link(from, to, error);
+    if (isLinked && !error) return;
+    fs::copy_file(from, to, error);
+    if (!error) fs::last_write_time(to, fs::last_write_time(from, error), error);
   }
   Outcome takeDocuments(const DoneChunk& chunk, const std::string& key) const {
     const fs::path from = chunk.path(examfiles::kData + key), to = part + key;
@@ -286,7 +319,7 @@ class Merger {
       const fs::path there = to / entry.path().lexically_relative(from);
       entry.is_directory() ? void(fs::create_directory(there, error)) : place(entry.path(), there, error);
     }
-    return error ? chunk.wrong(key + ": " + error.message()) : Outcome::success();
+    return error ? Outcome::failure(key + ": " + error.message()) : Outcome::success();
   }
   Outcome takePictures(const DoneChunk& chunk) const {
     std::error_code error;
@@ -296,7 +329,7 @@ class Merger {
       if (error) break;
       place(entry.path(), to / entry.path().filename(), error);
     }
-    return error ? chunk.wrong("pictures: " + error.message()) : Outcome::success();
+    return error ? Outcome::failure("pictures: " + error.message()) : Outcome::success();
   }
   Outcome takePlace(std::string& before) {
     std::error_code error;
@@ -308,14 +341,34 @@ class Merger {
     if (error) return Outcome::failure(target() + ": " + error.message());
     part.clear();
     flushName(target());
+    if (!before.empty() && isSameFolder(before, target())) {
+      fs::remove_all(before, error);
+      before.clear();
+    }
     return Outcome::success();
+  }
+  static bool isSameFile(const fs::path& a, const fs::path& b) {
+    std::error_code error;
+    if (fs::equivalent(a, b, error)) return true;
+    if (fs::file_size(a, error) != fs::file_size(b, error) || error) return false;
+    if (fs::last_write_time(a, error) == fs::last_write_time(b, error)) return true;
+    const std::string sum = sha256OfFile(a.string());
+    return !sum.empty() && sum == sha256OfFile(b.string());
+  }
+  // Nothing in it but who ran the chunks would be lost with the one before.
+  static bool isSameFolder(const fs::path& before, const fs::path& now) {
+    std::error_code error;
+    for (const auto& entry : fs::recursive_directory_iterator(before, error))
+      if (entry.is_regular_file() && entry.path().filename() != kRuns &&
+          !isSameFile(entry.path(), now / entry.path().lexically_relative(before)))
+        return false;
+    return !error;
   }
 
   const StudyPlan& plan;
   const MergeWish& wish;
   std::string part;
-  Facts provenance;
-  WideTable wide;
+  MeasureColumns columns;
   size_t keyColumn = 0;
 };
 

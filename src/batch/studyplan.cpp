@@ -43,10 +43,18 @@ int64_t numberIn(const std::string& text) {
   return error == std::errc() && end == text.data() + text.size() ? number : -1;
 }
 
+// Through all links: however the study is reached, the list lies in the same direction from it.
+std::string realPath(const std::string& folder) {
+  std::error_code error;
+  const fs::path real = fs::weakly_canonical(absolutePath(folder), error);
+  const std::string path = error ? absolutePath(folder) : real.string();
+  return path.size() > 1 && path.back() == kSeparator ? path.substr(0, path.size() - 1) : path;
+}
+
 // From the study's folder: whoever moves study and pictures together finds them again.
 std::string listFolderOf(const PlanWish& wish) {
-  const fs::path folder = absolutePath(withSeparator(folderOf(absolutePath(wish.manifest))));
-  return withSeparator(folder.lexically_relative(absolutePath(withSeparator(wish.folder))).string());
+  const fs::path folder = realPath(folderOf(absolutePath(wish.manifest)));
+  return withSeparator(folder.lexically_relative(realPath(wish.folder)).string());
 }
 
 class Planner {
@@ -149,7 +157,7 @@ const std::string& StudyPlan::fact(const std::string& name) const {
 }
 
 Outcome StudyPlan::open(const std::string& studyFolder) {
-  place = withSeparator(absolutePath(studyFolder));  // exams are run in folders of their own
+  place = withSeparator(realPath(studyFolder));  // exams are run in folders of their own
   if (Outcome read = readFacts(place + kPlanFile, facts); !read)
     return Outcome::failure(place + " is no study: " + read.why());
   if (fact("form") != kForm) return Outcome::failure(place + " is of another form of study: " + fact("form"));
@@ -212,6 +220,12 @@ ExamRow StudyPlan::rowOf(const StudyExam& exam) const {
 
 std::string StudyPlan::pathOf(const std::string& file) const {
   return file.empty() || isAbsolutePath(file) ? file : absolutePath(place + fact("folder of files") + file);
+}
+
+std::string StudyPlan::linkOf(const std::string& file) const {
+  return file.empty() || isAbsolutePath(file)
+             ? file
+             : (fs::path("..") / fact("folder of files") / file).lexically_normal().string();
 }
 
 std::string StudyPlan::doneFolder(int32_t chunk) const { return place + "done/" + chunkName(chunk) + "/"; }

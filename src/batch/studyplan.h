@@ -48,6 +48,8 @@ class StudyPlan {
   ExamRow rowOf(const StudyExam& exam) const;  // of the database, its folder named by the key
   // Where a file that the list names lies.
   std::string pathOf(const std::string& file) const;
+  // The same, as seen from the merged study.
+  std::string linkOf(const std::string& file) const;
 
   const std::string& folder() const { return place; }  // with its separator
   std::string settingsFile() const { return place + "settings.ini"; }

@@ -1,10 +1,17 @@
 #include "batch/studystatus.h"
 
+#include <sys/types.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 
+#include "base/text.h"
 #include "batch/studychunk.h"
+#include "exams/dbdocument.h"
 
 namespace tarnvisor {
 
@@ -23,6 +30,17 @@ fs::file_time_type lastTouched(const fs::path& folder) {
     if (!gone) last = std::max(last, touched);
   }
   return last;
+}
+
+// A chunk's folder is named by its number, the computer and the process; that one is at work on it.
+bool isAtWork(const std::string& name) {
+  const std::vector<std::string> parts = split(name, '.');
+  if (parts.size() < 4) return false;
+  const size_t last = parts.size() - 2;
+  std::string computer = parts[1];
+  for (size_t i = 2; i < last; ++i) computer += "." + parts[i];
+  const pid_t process = std::atoi(parts[last].c_str());
+  return computer == currentStationId() && process > 0 && (::kill(process, 0) == 0 || errno == EPERM);
 }
 
 }  // namespace
@@ -49,7 +67,8 @@ size_t sweepParts(const StudyPlan& plan, double hours) {
   size_t swept = 0;
   std::error_code error;
   for (const auto& part : fs::directory_iterator(plan.partFolder(), error)) {
-    if (!part.is_directory() || lastTouched(part.path()) > limit) continue;
+    if (!part.is_directory() || lastTouched(part.path()) > limit || isAtWork(part.path().filename().string()))
+      continue;
     std::error_code kept;
     fs::remove_all(part.path(), kept);
     swept += kept ? 0 : 1;

@@ -18,9 +18,11 @@ std::string StudySteps::parse(const std::string& text, const std::vector<std::st
       continue;
     }
     const size_t end = text.find('}', at);
-    const std::string column = text.substr(at + 1, end == std::string::npos ? end : end - at - 1);
+    if (end == std::string::npos)
+      return text.substr(at) + " is not closed by }; a word with blanks stands in quotes ({{ stands for {)";
+    const std::string column = text.substr(at + 1, end - at - 1);
     const auto known = std::ranges::find(columns, column);
-    if (end == std::string::npos || known == columns.end()) {
+    if (known == columns.end()) {
       std::string names;
       for (const std::string& each : columns) names += (names.empty() ? "{" : ", {") + each + "}";
       return format("{%s} is no column of the list of exams, which has %s ({{ stands for {)", column.c_str(),

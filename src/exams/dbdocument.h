@@ -76,9 +76,10 @@ class CdbDocument : public CDocument {
   // Asked before pixels of a file that names a subject come into a document of another one's.
   bool agreesToSubject(const std::string& path, const std::string& fileSubject) const;
 
- protected:
   // Bound to nothing any more: what comes next is of what is selected now.
   void forgetOwner();
+
+ protected:
   // Of a name that nobody gives: the wanted folder, or that of the own exam where the wanted one is another
   // exam's. Asks once whose the document is to be; nothing, and the user told, where that is not answered.
   std::optional<std::string> folderForUnnamed(const std::string& wanted);

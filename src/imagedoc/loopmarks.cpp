@@ -106,9 +106,11 @@ size_t LoopMarks::giant() const {
 
 LoopMarks loopMarksOf(const CDimList& list) {
   LoopMarks marks;
+  size_t number = 0;
   for (const auto& mark : list.items) {
+    ++number;
     if (isPoint(*mark)) {
-      marks.loops.push_back({mark->points.front(), kindOfPoint(*mark)});
+      marks.loops.push_back({mark->points.front(), kindOfPoint(*mark), number});
     } else if (isCentral(*mark)) {
       marks.centre = middleOf(*mark);
     } else if (isFoundRow(*mark)) {

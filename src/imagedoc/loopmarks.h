@@ -21,6 +21,7 @@ struct LoopScale {
 struct LoopMark {
   Point apex;
   enum class Kind { Clear, Faint, Giant, Drawn } kind;
+  size_t number = 0;  // as picture and list of marks count, the row and the central millimetre among them
 };
 const char* nameOf(LoopMark::Kind kind);
 // Of a mark of the list: "clear", "faint", "giant" or "drawn" for an apex, else empty.

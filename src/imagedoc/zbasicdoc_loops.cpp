@@ -186,7 +186,7 @@ void ZBasicDoc::addLoopsToResults() {
   for (size_t i = 0; i < loops.size(); ++i)
     addResultRow(kLoopMeasureResults,
                  recordOf(kLoopMeasureResults, title(), nameOf(marks.loops[i].kind),
-                          {{"loop", static_cast<double>(i + 1)},
+                          {{"loop", static_cast<double>(marks.loops[i].number)},
                            {"x", static_cast<double>(marks.loops[i].apex.x)},
                            {"y", static_cast<double>(marks.loops[i].apex.y)},
                            {"apex width", loops[i].apexWidth},

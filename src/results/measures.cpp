@@ -24,7 +24,7 @@ bool isOneOf(std::string_view word, std::initializer_list<std::string_view> word
 
 // Columns that tell what was measured, not how much.
 bool isKey(const std::string& title) {
-  return isOneOf(title, {"filename", "units", "trace", "list", "line", "Subject ID", "Exam ID"});
+  return isOneOf(title, {"filename", "units", "trace", "list", "line", "loop", "Subject ID", "Exam ID"});
 }
 
 std::string cellOf(const CResultDoc& table, size_t row, const char* title) {
@@ -53,6 +53,12 @@ bool isUntold(const CResultDoc& table, const StudyMeasure& measure) {
   return isOfLoops && !isPlace && !measure.value.empty() && std::strtod(measure.value.c_str(), nullptr) == -1;
 }
 
+// A saved one is titled by its file.
+std::string kindOf(const CResultDoc& table) {
+  return table.pathName().empty() ? table.title()
+                                  : format("saved table of %zu columns", table.columns.size());
+}
+
 struct StudyRows {
   const WantedQuantities& wanted;
   std::vector<StudyMeasure> measures = {};
@@ -66,7 +72,9 @@ struct StudyRows {
  private:
   void addRow(const CResultDoc& table, size_t row, const ResultOwner& all) {
     const bool tells = table.tellsOwners();
-    const std::string line = cellOf(table, row, "line"), trace = cellOf(table, row, "trace");
+    const std::string number = cellOf(table, row, "line");
+    const std::string line = number.empty() ? cellOf(table, row, "loop") : number,
+                      trace = cellOf(table, row, "trace");
     const std::string units = cellOf(table, row, "units");
     StudyMeasure measure{.subject = tells ? cellOf(table, row, "Subject ID") : all.subject,
                          .exam = tells ? cellOf(table, row, "Exam ID") : examLabel(all),
@@ -75,7 +83,8 @@ struct StudyRows {
                          .mark = trace.empty()  ? line
                                  : line.empty() ? trace
                                                 : trace + " " + line,
-                         .table = table.title()};
+                         .table = table.title(),
+                         .kind = kindOf(table)};
     for (size_t place = 0; place < table.columns.size(); ++place) {
       measure.quantity = table.columnAt(place).title;
       measure.unit = unitOfMeasure(table, measure.quantity, units);
@@ -143,6 +152,39 @@ void addDocuments(StudyRows& rows, const SubjectDatabase& db, const std::string&
 }
 
 }  // namespace
+
+size_t MeasureColumns::place(const std::string& quantity, const std::string& kind) {
+  const auto [known, isNew] = places.try_emplace({quantity, kind}, columns.size());
+  if (isNew) columns.emplace_back(quantity, kind);
+  return known->second;
+}
+
+std::vector<std::string> MeasureColumns::names(const std::vector<std::string>& taken) const {
+  std::map<std::string, int> alike;
+  for (const std::string& name : taken) ++alike[name];
+  for (const auto& [quantity, kind] : columns) ++alike[quantity];
+  std::vector<std::string> all;
+  for (const auto& [quantity, kind] : columns)
+    all.push_back(alike[quantity] == 1 ? quantity : quantity + ", " + (kind.empty() ? "documents" : kind));
+  return all;
+}
+
+void MeasureMeans::add(size_t place, double value) {
+  auto& [sum, count] = sums[place];
+  sum += value;
+  ++count;
+}
+
+std::string MeasureMeans::cell(size_t place) const {
+  const auto found = sums.find(place);
+  return found == sums.end() ? "" : format("%.9g", found->second.first / found->second.second);
+}
+
+std::optional<double> numberOf(const std::string& text) {
+  char* end = nullptr;
+  const double value = std::strtod(text.c_str(), &end);
+  return text.empty() || *end != '\0' ? std::nullopt : std::optional(value);
+}
 
 WantedQuantities::WantedQuantities(const std::string& listed) {
   for (const std::string& name : split(listed, ','))

@@ -2,7 +2,10 @@
 // summaries and studies are made of.
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/outcome.h"
@@ -27,7 +30,36 @@ struct StudyMeasure {
   std::string subject, exam, document, list, mark, quantity;
   std::string value;  // empty where nothing was measured
   std::string unit, table;
+  std::string kind = {};  // of the table: the same in all exams, also where each has a file of its own
 };
+
+// Columns of quantities in the order in which they first come. What tables of different kinds, or the results
+// of documents, call alike are quantities of their own.
+class MeasureColumns {
+ public:
+  // Its place; it is added where it is new.
+  size_t place(const std::string& quantity, const std::string& kind);
+  // With the table's kind behind those that would be called alike, or as one of the taken names.
+  std::vector<std::string> names(const std::vector<std::string>& taken) const;
+  size_t count() const { return columns.size(); }
+
+ private:
+  using Column = std::pair<std::string, std::string>;
+  std::map<Column, size_t> places;
+  std::vector<Column> columns;
+};
+
+// Of an exam, by the columns' places.
+class MeasureMeans {
+ public:
+  void add(size_t place, double value);
+  std::string cell(size_t place) const;  // empty where nothing was measured
+
+ private:
+  std::map<size_t, std::pair<double, int>> sums;
+};
+// A whole text that is a number.
+std::optional<double> numberOf(const std::string& text);
 
 // Whether a quantity is among those that are asked for.
 class WantedQuantities {

@@ -38,21 +38,12 @@ std::string rowsOfMeasures(const std::vector<StudyMeasure>& measures) {
 
 // --- a row an exam
 
-struct Mean {
-  double sum = 0;
-  int count = 0;
-  void add(double value) {
-    sum += value;
-    ++count;
-  }
-};
-
 struct StudyExam {
   std::string subject, exam;
   PersonRow person;
   std::string day, site, comment;
   size_t documents = 0;
-  std::map<std::string, Mean> means;
+  MeasureMeans means;
 };
 
 class ExamTable {
@@ -68,30 +59,29 @@ class ExamTable {
       row.documents = results.size();
       for (const ResultRow& result : results)
         for (const ResultFigure& figure : figuresOf(exam, result))
-          if (wanted.has(figure.quantity, figure.unit)) add(row, wordsOf(figure), figure.value);
+          if (wanted.has(figure.quantity, figure.unit))
+            row.means.add(columns.place(wordsOf(figure), ""), figure.value);
     }
   }
   void add(const StudyMeasure& measure) {
-    char* end = nullptr;
-    const double value = std::strtod(measure.value.c_str(), &end);
-    if (!measure.value.empty() && *end == '\0')
-      add(rowOf(measure.subject, measure.exam), withUnit(measure.quantity, measure.unit), value);
+    if (const auto value = numberOf(measure.value))
+      rowOf(measure.subject, measure.exam)
+          .means.add(columns.place(withUnit(measure.quantity, measure.unit), measure.kind), *value);
   }
   bool isEmpty() const { return rows.empty(); }
   std::string text() const {
-    std::string all = "subject,born,sex,exam,date,site,comment,documents";
-    for (const std::string& quantity : quantities) all += "," + csvCell(quantity);
+    const std::vector<std::string> own{"subject", "born", "sex",     "exam",
+                                       "date",    "site", "comment", "documents"};
+    std::string all;
+    for (const std::string& name : own) all += (all.empty() ? "" : ",") + name;
+    for (const std::string& name : columns.names(own)) all += "," + csvCell(name);
     all += "\n";
     for (const StudyExam& row : rows) {
       for (const std::string* cell :
            {&row.subject, &row.person.born, &row.person.sex, &row.exam, &row.day, &row.site, &row.comment})
         all += csvCell(*cell) + ",";
       all += format("%zu", row.documents);
-      for (const std::string& quantity : quantities) {
-        const auto mean = row.means.find(quantity);
-        all += ",";
-        if (mean != row.means.end()) all += format("%.6g", mean->second.sum / mean->second.count);
-      }
+      for (size_t place = 0; place < columns.count(); ++place) all += "," + row.means.cell(place);
       all += "\n";
     }
     return all;
@@ -103,13 +93,9 @@ class ExamTable {
     if (isNew) rows.push_back({.subject = subject, .exam = exam});
     return rows[place->second];
   }
-  void add(StudyExam& row, const std::string& quantity, double value) {
-    if (std::ranges::find(quantities, quantity) == quantities.end()) quantities.push_back(quantity);
-    row.means[quantity].add(value);
-  }
   std::vector<StudyExam> rows;
   std::map<std::pair<std::string, std::string>, size_t> places;
-  std::vector<std::string> quantities;
+  MeasureColumns columns;
 };
 
 // Means of exams: documents' results come with the exam, others with the tables.

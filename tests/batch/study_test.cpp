@@ -79,7 +79,7 @@ TEST_F(Study, TheCutIntoChunksChangesNothingAndADamagedPictureCostsItsExamAlone)
   EXPECT_THAT(get("cut/merged/measures.csv"),
               HasSubstr("\nb-10,P_2,2,b-10.tv1,0,,ROI w,320.0,pixel,,Image Results\n"));
   EXPECT_THAT(get("cut/merged/exams.csv"),
-              HasSubstr("\n2,done,1,b-10,P_2,right,\"a \"\"quoted\"\" # {key}\nclose\","));
+              HasSubstr("\n2,done,1,,b-10,P_2,right,\"a \"\"quoted\"\" # {key}\nclose\","));
   EXPECT_TRUE(fileExists(folder.file("cut/merged/b-2/b-2.tv1")));
   std::string problem;
   const auto db = SubjectDatabase::open(folder.file("cut/merged/tarn.db"), "", {4, 60, 0, 0}, problem);
@@ -124,13 +124,14 @@ TEST_F(Study, ChunksThatDoNotBelongTogetherAreNamedAndRefused) {
     return why;
   };
   EXPECT_THAT(with("exams.csv", "b-10", "a"), HasSubstr("chunk 000002: it lacks b-10"));
-  EXPECT_THAT(with("exams.csv", "\n2,", "\n2,done,1,b-10,P,,,,,\n2,"), HasSubstr("it has twice"));
+  EXPECT_THAT(with("exams.csv", "\n2,", "\n2,done,1,,b-10,P,,,,,\n2,"), HasSubstr("it has twice"));
   EXPECT_THAT(with("measures.csv", "unit", "units"), HasSubstr("has other columns"));
   EXPECT_THAT(with("measures.csv", "320.0", "321.0"), HasSubstr("chunk 000002: its tables were changed"));
   EXPECT_THAT(with("provenance.csv", "program,", "program,3"),
               HasSubstr("chunk 000002: it was made with program 3"));
+  EXPECT_THAT(with("data/b-10/b-10.tv1", "", "x"), HasSubstr("its file data/b-10/b-10.tv1 has "));
   fs::remove(folder.file("study/done/000002/data/b-10/b-10.tv1"));
-  EXPECT_THAT(mergeProblem("study"), HasSubstr("chunk 000002: its document b-10/b-10.tv1 is gone"));
+  EXPECT_THAT(mergeProblem("study"), HasSubstr("chunk 000002: its file data/b-10/b-10.tv1 is gone"));
   EXPECT_EQ(get("study/merged/tarn.db"), before);
   const std::string list = get("study/chunks/000002.csv");
   put("study/chunks/000002.csv", get("study/chunks/000003.csv"));
@@ -138,6 +139,36 @@ TEST_F(Study, ChunksThatDoNotBelongTogetherAreNamedAndRefused) {
   put("study/chunks/000002.csv", list);
   put("study/settings.ini", "[ProcessingArgs]\numin=41\n");
   EXPECT_EQ(runStudy({"chunk", folder.file("study"), "1"}, ""), 1);
+}
+
+TEST_F(Study, ADocumentOfTheClinicIsMeasuredAndLeftAsItWas) {
+  put("steps.txt", "open {file}\ncommand \"Find Capillaries\"\nsave K.tv1\n");
+  ASSERT_EQ(make("first", "9", {"1"}), 3);  // makes a document as a clinic has them
+  const std::string theirs = folder.file("first/merged/b-2/K.tv1");
+  const std::string stamp = fileStamp(theirs);
+  put("list.csv", "key,subject,file\nx,P 9," + theirs + "\n");
+  EXPECT_EQ(make("second", "9", {"1"}), 0);
+  EXPECT_EQ(fileStamp(theirs), stamp);
+  EXPECT_TRUE(fileExists(folder.file("second/merged/x/K.tv1")));
+  EXPECT_THAT(get("second/merged/review.csv"), HasSubstr("K.tv1 was a document of subject P_1"));
+  EXPECT_THAT(get("second/merged/inputs.csv"), HasSubstr("\nx,K.bmp,")) << "its pixels are summed, too";
+  put("steps.txt", "open {file}\ncommand \"Find Capillaries\"\nsave\n");
+  EXPECT_EQ(make("third", "9", {"1"}), 3) << "its name leads out of the study";
+  EXPECT_EQ(fileStamp(theirs), stamp);
+}
+
+TEST_F(Study, AChunkThatAnEngineTookApartIsRunAnew) {
+  ASSERT_EQ(make("study", "9", {"1"}), 3);
+  fs::remove(folder.file("study/done/000001/done"));
+  EXPECT_EQ(runStudy({"chunk", folder.file("study"), "1"}, ""), 0);
+  EXPECT_EQ(mergeProblem("study"), "");
+  fs::rename(folder.file("study"), folder.file("elsewhere"));
+  ASSERT_TRUE(makeFolderPath(folder.file("deep/er")));
+  fs::create_directory_symlink(folder.file("elsewhere"), folder.file("deep/er/study"));
+  fs::remove_all(folder.file("elsewhere/done/000001"));
+  EXPECT_EQ(runStudy({"chunk", folder.file("deep/er/study"), "1"}, ""), 0);
+  EXPECT_EQ(mergeProblem("deep/er/study"), "") << "its pictures are found through a link";
+  EXPECT_EQ(merged.failures, 1);
 }
 
 TEST_F(Study, AListThatIsWrongIsToldByItsLines) {

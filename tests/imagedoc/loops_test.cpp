@@ -114,7 +114,7 @@ TEST_F(NailfoldRow, FillsItsTablesAndItsChart) {
   const CResultDoc* loops = findResultDocument("Nailfold Loop Measures");
   ASSERT_EQ(loops->rowCount(), marks.loops.size());
   EXPECT_THAT(resultCells(marks.loops.size() - 1, 1, 6, "Nailfold Loop Measures"),
-              ElementsAre("drawn", format("%zu", marks.loops.size()), "3", "3", "-1.0"));
+              ElementsAre("drawn", format("%zu", marks.loops.size() + 2), "3", "3", "-1.0"));
 }
 
 TEST_F(NailfoldRow, TakesTheSideOfTheNailThatIsSet) {
