@@ -409,7 +409,7 @@ float skinScore(const LoopFrame& frame, const LoopRow& row, double times) {
 
 // The denser a row is, the rather a faint mark on it is a loop; where few stand it must show by itself.
 float leastOnRow(const LoopFrame& frame, const LoopRow& row, const std::vector<LoopTip>& near) {
-  constexpr double kFalseShare = 0.12, kAlone = 0.8, kEachPerMm = 0.06;
+  constexpr double kFalseShare = 0.12, kAlone = 1.1, kEachPerMm = 0.1;
   std::vector<float> scores;
   for (const LoopTip& tip : near)
     if (tip.score >= kLeastLoopScore && std::abs(behindCurve(frame, row, tip)) < kOnRow)
@@ -455,7 +455,7 @@ std::vector<LoopTip> weighedByLimbs(const LoopFrame& frame, const LoopRow& row) 
 
 // In a dense row, a faint mark that stands as far from its neighbours as loops stand apart is one of them.
 void fillGaps(const LoopFrame& frame, const LoopRow& row, float least, std::vector<LoopTip>& loops) {
-  constexpr double kDense = 200, kLeastApart = 50, kShareOfStep = 0.7, kOnCurve = 100;
+  constexpr double kDense = 160, kLeastApart = 50, kShareOfStep = 0.7, kOnCurve = 100;
   constexpr float kShareOfLeast = 0.6f;
   if (loops.size() < 4) return;
   std::vector<double> steps;
