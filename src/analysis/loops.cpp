@@ -427,8 +427,8 @@ std::string objection(const CZZimage& image, double pixelSize) {
 }
 
 constexpr const char* kByHand = "not enough loops in focus: count by hand";
-// What optics and grid may add to a width: a loop is called giant only where it surely is.
-constexpr double kWidthError = 6;
+// What the grid may add to a width: a loop is called giant only where it surely is, so no faint one.
+constexpr double kWidthError = 4;
 // The steepest step across limbs: a pair of them shows about 0.27 in focus, and 0.13 where optics of 14
 // micrometres blur it, from where on loops are lost.
 constexpr double kBlurred = 0.135, kSoft = 0.165;
@@ -501,7 +501,7 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
     loop.apex = toImage(frame, work, tip.x, tip.y);
     loop.score = tip.score;
     loop.clear = tip.score >= kClearLoopScore;
-    loop.giant = loop.apexWidth > kGiantLoop + kWidthError;
+    loop.giant = loop.clear && loop.apexWidth > kGiantLoop + kWidthError;
     out.loops.push_back(loop);
   }
   const double sharp = percentile(sharpness, 0.5);
