@@ -52,9 +52,9 @@ float limbContrast(const LoopFrame& frame, const LoopTip& tip) {
       until[i + 1].count += 1;
     }
     for (int32_t slant = -kSlants; slant <= kSlants; ++slant) {
-      const auto which = static_cast<size_t>(slant + kSlants);
+      const auto which = static_cast<size_t>(int64_t{slant} + kSlants);
       const auto middle = reach + static_cast<int32_t>(std::lround(slant * kSlant * down));
-      const auto at = [&](int32_t aside) { return until[static_cast<size_t>(middle + aside)]; };
+      const auto at = [&](int32_t aside) { return until[static_cast<size_t>(int64_t{middle} + aside)]; };
       strips[which].add(at(-half), at(half + 1));
       besides[which].add(at(-outer), at(-inner));
       besides[which].add(at(inner + 1), at(outer + 1));
