@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 
+#include "analysis/looplimbs.h"
 #include "base/numbers.h"
 
 namespace tarnvisor {
@@ -77,6 +78,14 @@ bool isHighest(const LoopPlane& score, int32_t x, int32_t y, int32_t halfWidth, 
   return true;
 }
 
+// Highest all about; of what is clear by itself, a little about it: beside a wide body that stands higher
+// there may be the apex of the next loop.
+bool isCandidate(const LoopFrame& frame, const LoopPlane& score, int32_t x, int32_t y) {
+  if (score.at(x, y) < kLeastCandidate * frame.unit || !isHighest(score, x, y, 1, 2)) return false;
+  const int32_t share = score.at(x, y) < kClearLoopScore * frame.unit ? 1 : 2;
+  return isHighest(score, x, y, frame.pixels(16.0 / share), frame.pixels(30.0 / share));
+}
+
 // From inside the body upwards along what is darkest, to where it ends.
 LoopTip climbed(const LoopFrame& frame, LoopTip tip) {
   const auto level = [&](int32_t x, int32_t y) {
@@ -133,12 +142,10 @@ class Gate {
 };
 
 std::vector<LoopTip> tipsOf(const LoopFrame& frame, const LoopScores& scores) {
-  const auto least = static_cast<float>(kLeastCandidate * frame.unit);
   std::vector<LoopTip> all;
   for (int32_t y = 0; y < scores.score.height; y += 2)
     for (int32_t x = 0; x < scores.score.width; ++x) {
-      if (scores.score.at(x, y) < least || !isHighest(scores.score, x, y, 1, 2)) continue;
-      if (!isHighest(scores.score, x, y, frame.pixels(16), frame.pixels(30))) continue;
+      if (!isCandidate(frame, scores.score, x, y)) continue;
       const auto kind = static_cast<size_t>(scores.kind.at(x, y));
       LoopTip tip;
       tip.x = x;
@@ -335,7 +342,7 @@ class RowPath {
   // The row is a smooth line that apexes stand about: following each of them would lengthen it. By a straight
   // line through what is near, so that ends keep their slope.
   static void smoothen(std::vector<double>& path) {
-    constexpr double kSigma = 120 / kColumn;
+    constexpr double kSigma = 200 / kColumn;
     constexpr int32_t kReach = 12;
     const std::vector<double> source = path;
     for (size_t i = 0; i < path.size(); ++i) {
@@ -363,10 +370,12 @@ class RowPath {
 
 constexpr double kLeastGate = 0.3;
 // Faint ones count where the row is expected: of what its clear ones show on average, so much at least.
-constexpr float kLeastOnRow = 0.6f, kFaintShare = 0.2f;
+constexpr float kLeastOnRow = 0.3f, kFaintShare = 0.15f;
 constexpr double kOnRow = 140;
-// What stands as far before the curve is none of the row's.
-constexpr double kBeyond = 120;
+// What stands as far before the curve, or behind it, is none of the row's.
+constexpr double kBeyond = 120, kBehind = 220;
+// Where before the curve no loop can stand, and still the skin is the row's.
+constexpr double kSkinFrom = 130, kSkinTo = 530;
 
 // How far behind the curve, in micrometres.
 double behindCurve(const LoopFrame& frame, const LoopRow& row, const LoopTip& tip) {
@@ -385,14 +394,14 @@ double seenMillimetres(const LoopFrame& frame, const LoopRow& row) {
 // What skin of the row's colours shows by itself: a score that on the row's own area would be passed so many
 // times. Looked at where no loop can stand, towards the nail.
 float skinScore(const LoopFrame& frame, const LoopRow& row, double times) {
-  constexpr double kFrom = 130, kTo = 530;
   double area = 0;
   for (size_t x = 0; x < row.seen.size(); ++x)
-    if (row.seen[x]) area += std::clamp((row.curve[x] - frame.top[x]) * frame.grid, kFrom, kTo) - kFrom;
+    if (row.seen[x])
+      area += std::clamp((row.curve[x] - frame.top[x]) * frame.grid, kSkinFrom, kSkinTo) - kSkinFrom;
   std::vector<float> scores;
   for (const LoopTip& tip : row.tips) {
     const double before = -behindCurve(frame, row, tip);
-    if (tip.gate >= kLeastGate && isSeen(frame, row, tip) && before > kFrom && before < kTo)
+    if (tip.gate >= kLeastGate && isSeen(frame, row, tip) && before > kSkinFrom && before < kSkinTo)
       scores.push_back(tip.score);
   }
   std::sort(scores.begin(), scores.end(), std::greater<>());
@@ -418,7 +427,7 @@ double grainScore(const LoopFrame& frame, const LoopRow& row) {
 
 // The denser a row is, the rather a faint mark on it is a loop; where few stand it must show by itself.
 float leastOnRow(const LoopFrame& frame, const LoopRow& row, const std::vector<LoopTip>& near) {
-  constexpr double kFalseShare = 0.04, kAlone = 1.0, kEachPerMm = 0.06;
+  constexpr double kFalseShare = 0.12, kAlone = 1.1, kEachPerMm = 0.1;
   std::vector<float> scores;
   for (const LoopTip& tip : near)
     if (tip.score >= kLeastLoopScore && std::abs(behindCurve(frame, row, tip)) < kOnRow)
@@ -448,6 +457,18 @@ bool areBridged(const LoopFrame& frame, const LoopTip& a, const LoopTip& b) {
     if (dark) return true;
   }
   return false;
+}
+
+// What is faint counts for no more than its limbs show: specks of skin have none.
+std::vector<LoopTip> weighedByLimbs(const LoopFrame& frame, const LoopRow& row) {
+  std::vector<LoopTip> tips = row.tips;
+  for (LoopTip& tip : tips) {
+    const double behind = behindCurve(frame, row, tip);
+    if (tip.score < kLeastLoopScore && tip.gate >= kLeastGate && behind > -kSkinTo && behind < kBehind)
+      tip.score = std::min(tip.score, limbContrast(frame, tip));
+  }
+  std::ranges::stable_sort(tips, std::greater<>(), &LoopTip::score);
+  return tips;
 }
 
 // In a dense row, a faint mark that stands as far from its neighbours as loops stand apart is one of them.
@@ -489,10 +510,12 @@ size_t loopsBefore(const LoopFrame& frame, const LoopRow& row, float least) {
   }));
 }
 
-std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& row) {
-  constexpr double kBehind = 220, kBehindOther = 50, kOtherShare = 0.35;
+std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& found) {
+  constexpr double kBehindOther = 50, kOtherShare = 0.35;
   // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
   constexpr double kInGapBehind = 180, kGap = 48;
+  LoopRow row = found;
+  row.tips = weighedByLimbs(frame, found);
   std::vector<LoopTip> near;
   for (const LoopTip& tip : row.tips) {
     const double behind = behindCurve(frame, row, tip);

@@ -31,6 +31,8 @@ struct LoopTip {
 
 // What counts by itself wherever it stands near the row; fainter marks need more to speak for them.
 inline constexpr float kLeastLoopScore = 1.1f;
+// What anybody would call a loop.
+inline constexpr float kClearLoopScore = 1.6f;
 
 struct LoopRow {
   std::vector<LoopTip> tips;

@@ -440,9 +440,8 @@ std::string objection(const CZZimage& image, double pixelSize) {
 }
 
 constexpr const char* kByHand = "not enough loops in focus: count by hand";
-constexpr float kClear = 1.6f;
-// What optics and grid may add to a width: a loop is called giant only where it surely is.
-constexpr double kWidthError = 6;
+// What the grid may add to a width: a loop is called giant only where it surely is, so no faint one.
+constexpr double kWidthError = 4;
 // The steepest step across limbs: a pair of them shows about 0.27 in focus, and 0.13 where optics of 14
 // micrometres blur it, from where on loops are lost.
 constexpr double kBlurred = 0.135, kSoft = 0.165;
@@ -498,7 +497,7 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   if (length < 1) return refused(format("%s (only %.2f mm of the row can be seen)", kByHand, length));
   if (row.hiddenShare > 0.4) return refused(format("%s (glare hides the row)", kByHand));
   if (row.atEdgeShare > 0.4) return refused(format("%s (the row lies at the picture's edge)", kByHand));
-  if (std::none_of(tips.begin(), tips.end(), [](const LoopTip& t) { return t.score >= kClear; }))
+  if (std::none_of(tips.begin(), tips.end(), [](const LoopTip& t) { return t.score >= kClearLoopScore; }))
     return refused(format("%s (no clear apex was found)", kByHand));
   std::vector<float> contrasts;
   for (const LoopTip& tip : tips)
@@ -514,8 +513,8 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
     NailfoldLoop& loop = measured.loop;
     loop.apex = toImage(frame, work, tip.x, tip.y);
     loop.score = tip.score;
-    loop.clear = tip.score >= kClear;
-    loop.giant = loop.apexWidth > kGiantLoop + kWidthError;
+    loop.clear = tip.score >= kClearLoopScore;
+    loop.giant = loop.clear && loop.apexWidth > kGiantLoop + kWidthError;
     out.loops.push_back(loop);
   }
   const double sharp = percentile(sharpness, 0.5);

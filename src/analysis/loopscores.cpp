@@ -97,9 +97,6 @@ HWY_EXPORT(scoreRowWide);
 
 namespace {
 
-// Of what blood shows in green, so much is redness; less of a thin loop whose colour compression spread.
-constexpr float kRedOfBlood = 0.61f;
-
 int32_t inPixels(double micrometres, double grid) {
   return std::max(1, static_cast<int32_t>(std::lround(micrometres / grid)));
 }

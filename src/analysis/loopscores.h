@@ -16,6 +16,8 @@ struct LoopBoxes {
 };
 // For a body of so many micrometres on a grid.
 LoopBoxes loopBoxes(double body, double grid);
+// Of what blood shows in green, so much is redness; less of a thin loop whose colour compression spread.
+inline constexpr float kRedOfBlood = 0.61f;
 inline constexpr double kLoopBodies[] = {24, 40, 72};
 // Sideways for each pixel downwards.
 inline constexpr double kLoopShears[] = {0, 0.35, -0.35};

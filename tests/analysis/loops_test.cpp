@@ -1,5 +1,6 @@
 #include "analysis/loops.h"
 
+#include "analysis/looplimbs.h"
 #include "analysis/loopscores.h"
 #include "support/loops.h"
 #include "support/testing.h"
@@ -130,6 +131,28 @@ TEST(Loops, AreRefusedOnStillsThatShowNoRow) {
     WideFieldTruth truth;
     refusalOf(*renderWideField(field, truth), field.pixelSize);
   }
+}
+
+// --- Limbs: a strip 40 micrometres wide, as dark as 0.1
+
+float contrastOfStrip(int32_t length, float redOfDark, double slant) {
+  LoopFrame frame;
+  frame.unit = 0.05;
+  frame.darkness = frame.redness = LoopPlane(120, 80);
+  frame.weight = LoopPlane(120, 80, 1);
+  for (int32_t y = 20; y < 20 + length; ++y)
+    for (auto i = -5, x = 60 + static_cast<int32_t>(std::lround(slant * (y - 20))); i <= 5; ++i) {
+      frame.darkness.row(y)[x + i] = 0.1f;
+      frame.redness.row(y)[x + i] = 0.1f * redOfDark;
+    }
+  return limbContrast(frame, {.x = 60, .y = 20});
+}
+
+TEST(LoopLimbs, AreToldFromSpecksAndFromWhatIsNoBlood) {
+  EXPECT_NEAR(contrastOfStrip(50, kRedOfBlood, 0), 2, 1e-3);
+  EXPECT_NEAR(contrastOfStrip(50, kRedOfBlood, 0.3), 2, 0.1);
+  EXPECT_LT(contrastOfStrip(14, kRedOfBlood, 0), 0.7f);
+  EXPECT_LT(contrastOfStrip(50, 0.1f, 0), 0.4f);
 }
 
 // --- The worst kinds, few stills of each
