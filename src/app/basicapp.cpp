@@ -213,7 +213,9 @@ bool CBasicApp::initInstance(const StartOptions& options) {
   }
   host().windows.showMainFrame();
   logPrintf("%s\n", logLine.c_str());
-  if (commandLine.empty() && db && showDb) postMainCommand(cmd::SelectSubject);
+  // Nobody can be chosen on the first day: then the page below says how to begin.
+  if (commandLine.empty() && db && showDb && !db->recentSubjects().empty())
+    postMainCommand(cmd::SelectSubject);
   if (isSwitch) runStartSwitch(commandLine[1]);
   logPrintf("initinst ok\n");
   return true;

@@ -69,11 +69,17 @@ bool xychartdoc::takeCourse(const Course& course) {
   if (!mean) return false;
   setTitle(course.subject + " " + course.quantity);
   day->name = "since " + course.firstDay;
-  day->yunits = "days";
-  mean->name = course.subject + ": " + wordsOf({course.quantity, 0, course.unit});
+  // Exams of one day are parted, too.
+  const double span = course.values.empty() ? 0 : course.values.back().day;
+  const auto [units, perDay] = span >= 2          ? std::pair("days", 1)
+                               : span >= 2.0 / 24 ? std::pair("hours", 24)
+                                                  : std::pair("minutes", 24 * 60);
+  day->yunits = units;
+  mean->name =
+      course.subject + ": " + wordsOf({course.quantity, 0, course.unit}) + ", mean of each exam's documents";
   if (course.unit.size() <= kAxisUnit) mean->yunits = course.unit;
   for (uint32_t i = 0; i < count; ++i) {
-    day->data->putval(i, course.values[i].day);
+    day->data->putval(i, course.values[i].day * perDay);
     mean->data->putval(i, course.values[i].mean);
   }
   return true;

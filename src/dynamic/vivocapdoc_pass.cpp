@@ -34,7 +34,8 @@ class CVivoCapDoc::SelectionJob : public Job {
   SelectionJob(CVivoCapDoc& video, std::string notesWords, std::function<void(CZZimage&)> toEach)
       : doc(video),
         words(std::move(notesWords)),
-        what(trimmed(words.substr(0, words.find('\r')))),
+        what(video.stepCalled.empty() ? std::string(trimmed(words.substr(0, words.find('\r'))))
+                                      : video.stepCalled),
         operation(std::move(toEach)),
         before(video.movie->fileName),
         sharedBefore(video.movie->shared),

@@ -172,6 +172,8 @@ void runCourse() {
   auto* taker = dynamic_cast<CourseTaker*>(fresh);
   if (!taker || !taker->takeCourse(course))
     host().messages.show("The chart can't be made.", Buttons::Ok, Icon::Error);
+  else
+    fresh->setModified(false);  // it can be made again at any time
 }
 
 }  // namespace tarnvisor

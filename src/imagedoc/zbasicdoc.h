@@ -185,6 +185,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // A document of many images runs it on each, and goes on with that after the call: a step holds what it
   // needs by value.
   virtual void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step);
+  std::string stepCalled;  // what a step is shown as, where its notes say another
   void appendNotes(const std::string& text) { notes += text; }
   // Traces the capillary that holds a seed, in pixels of the ROI's child view. False when nothing was done.
   bool trace(Point seed);

@@ -96,8 +96,10 @@ void ZBasicDoc::highPass() {
 void ZBasicDoc::lowPass() {
   int32_t window = 0;
   if (!askWindow("Low pass filter", "wlpf", 5, 1, window)) return;
+  stepCalled = format("Low pass (%ix%i)", window, window);
   runWindowStep(format(text::kHighPass, window, window), window,
                 [window](CZZimage& child) { windowFilter(child, WindowMode::LowPass, child, {}, window); });
+  stepCalled.clear();
 }
 
 void ZBasicDoc::blur() {

@@ -202,7 +202,11 @@ std::string ZBasicDoc::reviewWords() const {
   const auto byHand =
       std::ranges::count_if(currentDims().items, [](const auto& mark) { return mark->colour == kByHand; });
   const size_t away = rejected[static_cast<size_t>(currentlist)].items.size();
-  if (currentlist == kNailfoldList) return format("%zu rejected", away);
+  if (currentlist == kNailfoldList) {
+    const auto isDrawn = [](const LoopMark& loop) { return loop.kind == LoopMark::Kind::Drawn; };
+    const auto added = std::ranges::count_if(loopMarksOf(currentDims()).loops, isDrawn);
+    return format("%zu rejected, %i added or moved", away, static_cast<int>(added));
+  }
   return format("%zu rejected, %i added or moved", away, static_cast<int>(byHand));
 }
 

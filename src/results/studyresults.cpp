@@ -22,16 +22,27 @@ namespace tarnvisor {
 namespace {
 
 constexpr const char* kHeading =
-    "subject,exam,document,list,mark,quantity,value,unit,program version,settings,table\n";
+    "subject,exam,document,list,mark,quantity,value,unit,program version,settings,table,date,site\n";
+
+// "date,site" of an exam of the database; nothing between for one that it doesn't have.
+std::string whenAndWhere(const StudyMeasure& of) {
+  const SubjectDatabase* db = theApp().db.get();
+  const auto id = numberOf(of.exam);
+  const auto exam = db && id ? db->exam(of.subject, static_cast<int32_t>(*id)) : std::nullopt;
+  return exam ? csvCell(localDay(exam->created)) + "," + csvCell(exam->site) : ",";
+}
 
 std::string rowsOfMeasures(const std::vector<StudyMeasure>& measures) {
   std::string text = kHeading;
   const std::string ending = "," + csvCell(versionText()) + "," + settingsFingerprint() + ",";
+  std::map<std::pair<std::string, std::string>, std::string> exams;
   for (const StudyMeasure& m : measures) {
+    std::string& exam = exams[{m.subject, m.exam}];
+    if (exam.empty()) exam = whenAndWhere(m);
     for (const std::string* cell :
          {&m.subject, &m.exam, &m.document, &m.list, &m.mark, &m.quantity, &m.value})
       text += csvCell(*cell) + ",";
-    text += csvCell(m.unit) + ending + csvCell(m.table) + "\n";
+    text += csvCell(m.unit) + ending + csvCell(m.table) + "," + exam + "\n";
   }
   return text;
 }

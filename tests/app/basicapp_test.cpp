@@ -137,6 +137,7 @@ TEST_F(BasicApp, PostsWhatTheCommandLineAsksFor) {
   PlainDocument written;
   ASSERT_TRUE(written.onSaveDocument(folder.file("x.tv1")));
   const std::tuple<std::string, std::vector<int32_t>, int32_t, bool> cases[] = {
+      {"", {}, 0, false},  // nobody can be chosen yet
       {"", {cmd::SelectSubject}, 0, false},
       {folder.file("x.tv1"), {}, 0, true},
       {"/a " + folder.file("x.tv1"), {33064, cmd::AppExit}, 1, true},
@@ -160,6 +161,7 @@ TEST_F(BasicApp, PostsWhatTheCommandLineAsksFor) {
     EXPECT_EQ(process.quietMode, quiet) << line;
     EXPECT_EQ(process.batchMode, quiet) << line;
     EXPECT_EQ(app->documents.active() != nullptr, opens) << line;
+    if (app->db) app->db->newSubject("anna");
     stop();
   }
 }

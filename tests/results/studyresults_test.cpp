@@ -53,7 +53,8 @@ TEST_F(StudyResults, AreARowAMeasure) {
   const std::vector<std::string> lines = exported();
   EXPECT_FALSE(table.hasUnkeptRows());
   ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0], "subject,exam,document,list,mark,quantity,value,unit,program version,settings,table");
+  EXPECT_EQ(lines[0],
+            "subject,exam,document,list,mark,quantity,value,unit,program version,settings,table,date,site");
   EXPECT_EQ(measure(lines[1]), "\"S, 1\"," + exam + ",\"a \"\"b\"\".tv1\",,2,width,12.5,um");
   EXPECT_EQ(measure(lines[2]), "\"S, 1\"," + exam + ",c.tv1,,2,width,,um");
   EXPECT_THAT(lines[1], HasSubstr(settingsFingerprint()));
