@@ -24,6 +24,7 @@
 #include "batch/runner.h"
 #include "batch/scriptprogram.h"
 #include "db/databasewriter.h"
+#include "dynamic/vivocapdoc.h"
 #include "exams/dbdocument.h"
 #include "exams/examselection.h"
 #include "results/measures.h"
@@ -130,15 +131,24 @@ class ExamRunner final : public ScriptRunner {
   }
 
  private:
-  // A document that the list names is copied, as pictures are: its own file and exam are left alone.
+  // A document that the list names is copied, as pictures are: its own file and exam are left alone, and it
+  // is from now on one of this exam, not saved yet.
   void takeOver() {
     for (CDocument* each : program.app.documents.documents()) {
       for (const std::string& file : each->filesInUse())
         if (!file.empty() && !file.starts_with(own)) read.insert(file);
       auto* document = dynamic_cast<CdbDocument*>(each);
-      if (!document || document->patientId.empty() || document->pathName().starts_with(own)) continue;
-      if (document->patientId != theExams().subjectId()) others[document->title()] = document->patientId;
+      if (!document || document->pathName().starts_with(own)) continue;
+      if (document->pathName().empty()) {
+        // Passes make movies beside the document, else beside the movie.
+        if (dynamic_cast<CVivoCapDoc*>(document))
+          document->setPathName(theExams().folder() + withoutExtension(document->title()) + ".dtv");
+        continue;
+      }
+      const std::string& whose = document->patientId;
+      if (!whose.empty() && whose != theExams().subjectId()) others[document->title()] = whose;
       document->forgetOwner();
+      document->setPathName(theExams().folder() + fileNameOf(document->pathName()));
     }
   }
   ScriptProgram& program;

@@ -152,8 +152,8 @@ TEST_F(Study, ADocumentOfTheClinicIsMeasuredAndLeftAsItWas) {
   EXPECT_TRUE(fileExists(folder.file("second/merged/x/K.tv1")));
   EXPECT_THAT(get("second/merged/review.csv"), HasSubstr("K.tv1 was a document of subject P_1"));
   EXPECT_THAT(get("second/merged/inputs.csv"), HasSubstr("\nx,K.bmp,")) << "its pixels are summed, too";
-  put("steps.txt", "open {file}\ncommand \"Find Capillaries\"\nsave\n");
-  EXPECT_EQ(make("third", "9", {"1"}), 3) << "its name leads out of the study";
+  put("steps.txt", "open {file}\ncommand \"Find Capillaries\"\nsave\nsave {file}\n");
+  EXPECT_EQ(make("third", "9", {"1"}), 3) << "a whole name leads out of the study";
   EXPECT_EQ(fileStamp(theirs), stamp);
 }
 
