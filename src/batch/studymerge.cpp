@@ -164,7 +164,10 @@ class Merger {
     while (path.size() > 1 && path.back() == kSeparator) path.pop_back();
     return path;
   }
-  bool isMerged() const { return fileExists(target() + "/" + kRuns); }
+  // Engines take kRuns away, by which they know it, before they merge anew.
+  bool isMerged() const {
+    return fileExists(target() + "/" + chunkfiles::kProvenance) && fileExists(target() + "/tarn.db");
+  }
   Outcome checkPlace() const {
     for (const char* own : {"part", "done", "chunks"})
       if (withSeparator(target()).starts_with(plan.folder() + own + "/"))

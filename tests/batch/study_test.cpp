@@ -160,6 +160,7 @@ TEST_F(Study, ADocumentOfTheClinicIsMeasuredAndLeftAsItWas) {
 TEST_F(Study, AChunkThatAnEngineTookApartIsRunAnew) {
   ASSERT_EQ(make("study", "9", {"1"}), 3);
   fs::remove(folder.file("study/done/000001/done"));
+  fs::remove(folder.file("study/merged/runs.csv"));
   EXPECT_EQ(runStudy({"chunk", folder.file("study"), "1"}, ""), 0);
   EXPECT_EQ(mergeProblem("study"), "");
   fs::rename(folder.file("study"), folder.file("elsewhere"));
