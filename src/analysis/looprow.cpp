@@ -503,6 +503,19 @@ LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScor
   return row;
 }
 
+double hiddenBefore(const LoopFrame& frame, const LoopRow& row) {
+  constexpr double kFrom = 60, kTo = 400;
+  size_t all = 0, hidden = 0;
+  for (size_t x = 0; x < row.seen.size(); ++x) {
+    if (!row.seen[x]) continue;
+    const auto last = static_cast<int32_t>(row.curve[x] - kFrom / frame.grid);
+    const auto first = std::max(static_cast<int32_t>(row.curve[x] - kTo / frame.grid), frame.top[x]);
+    for (int32_t y = first; y <= last; ++y, ++all)
+      hidden += frame.weight.at(static_cast<int32_t>(x), y) < 0.5f;
+  }
+  return all ? static_cast<double>(hidden) / static_cast<double>(all) : 0.0;
+}
+
 size_t loopsBefore(const LoopFrame& frame, const LoopRow& row, float least) {
   return static_cast<size_t>(std::count_if(row.tips.begin(), row.tips.end(), [&](const LoopTip& tip) {
     return tip.score >= std::max(kLeastLoopScore, least) && tip.gate >= kLeastGate &&

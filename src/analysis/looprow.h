@@ -46,6 +46,9 @@ struct LoopRow {
 
 // The scores are looked at no more afterwards.
 LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScores& scores);
+// Of the skin before the curve, to 400 micrometres from it, the share that glare or clipping hides: what is
+// hidden there can't say that the row begins behind it.
+double hiddenBefore(const LoopFrame& frame, const LoopRow& row);
 // Those of at least that score that stand before the curve, where the row should have none.
 size_t loopsBefore(const LoopFrame& frame, const LoopRow& row, float least);
 // From left to right.

@@ -539,6 +539,8 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
       before > 1 && 10 * before >= tips.size())
     out.reasons.emplace_back("loops stand before the row that was found");
   if (row.hiddenShare > 0.15) out.reasons.emplace_back("glare hides a part of the row");
+  if (hiddenBefore(frame, row) > 0.25)
+    out.reasons.emplace_back("the skin before the row is too bright to be seen");
   if (work.neutralShare > 0.004) out.reasons.emplace_back("a hair or dirt lies on the skin");
   if (row.stepShare < 0.5) out.reasons.emplace_back("the skin hardly reddens behind the row");
   if (out.loops.size() < 3) out.reasons.emplace_back("there are fewer than three loops");

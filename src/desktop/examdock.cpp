@@ -35,6 +35,7 @@ ExamDock::ExamDock(QWidget* parent)
       heading(new QLabel),
       exams(new QComboBox),
       documents(new QListWidget),
+      nothing(new QLabel("No document is saved here yet. Open, drop or record a picture, and save it.")),
       select(new QPushButton("Select Subject...")) {
   setObjectName("examDock");
   setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
@@ -77,6 +78,8 @@ void ExamDock::build() {
   documents->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   layout->addWidget(heading);
   layout->addWidget(exams);
+  nothing->setWordWrap(true);
+  layout->addWidget(nothing);
   layout->addWidget(documents, 1000);  // all that the rest leaves
   layout->addWidget(select);
   layout->addStretch();
@@ -113,7 +116,9 @@ void ExamDock::fillDocuments() {
   const int scrolled = documents->verticalScrollBar()->value();
   documents->clear();
   const ExamOverview::Exam* exam = chosen();
-  documents->setVisible(exam != nullptr);
+  const bool isEmpty = exam && exam->documents.empty();
+  documents->setVisible(exam && !isEmpty);
+  nothing->setVisible(isEmpty);
   QPixmap blank(kPicture);
   blank.fill(Qt::transparent);
   for (const ExamOverview::Document& document :

@@ -44,6 +44,7 @@ class ExamDock final : public QDockWidget {
   QLabel* heading;
   QComboBox* exams;
   QListWidget* documents;
+  QLabel* nothing;
   QPushButton* select;
   QTimer making;
 };

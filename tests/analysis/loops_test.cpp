@@ -176,6 +176,14 @@ TEST(Loops, AreSeenBesidePaleSkinAndBesideAHair) {
   }
 }
 
+// What clips looks like shine, and the curve goes where the skin can be seen.
+TEST(Loops, AreNotToldAsGoodWhereTheSkinBeforeThemIsClipped) {
+  WideField field = usualField(FoldKind::Sharp, 5);
+  EXPECT_TRUE(judged(field).good);
+  field.exposure = 1.5;
+  EXPECT_FALSE(judged(field).good);
+}
+
 // Brown blood, sharpened seams that are no shine, and grain before the row.
 TEST(Loops, AreFoundWhereAContactLensShowsThemPale) {
   LoopTally all;
