@@ -343,6 +343,9 @@ StepResult saveDocument(StepContext& c) {
     taken = TakenName(withoutExtension(offered), "." + extensionOf(offered));
     path = taken.path();
   }
+  // Other systems part folders by it, and documents are known by what stands behind.
+  if (!c.step.args.empty() && path.find('\\', path.rfind('/') + 1) != std::string::npos)
+    return StepResult::failure(path + ": a document's name has no \"\\\"");
   const bool bare = !c.step.args.empty() && folderOf(path).empty();
   if (bare) path = folderOf(document->defaultPathName()) + path;
   path = absolutePath(document->withOwnEnding(path));
