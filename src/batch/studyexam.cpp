@@ -285,7 +285,7 @@ class ExamProcess {
         add(m.document,
             m.table + ": " + m.quantity + " " + m.value + (m.mark.empty() ? "" : " of " + m.mark));
     for (const auto& [title, whose] : runner.others)
-      add(noted.nameOf(title), title + " was a document of subject " + whose);
+      add(noted.nameOf(title), format("%s was a document of subject %s", title.c_str(), whose.c_str()));
     if (measures.empty() && isFine)
       add("", results.empty() ? "the steps measured and stored nothing" : "the steps measured nothing");
     return table.finish();
@@ -297,7 +297,7 @@ class ExamProcess {
       const auto document = openUnseen(theExams().folder() + row.filename, whynot);
       if (!document) return Outcome::failure(row.filename + ": " + whynot);
       // No key has a "+", so no other exam's document is named so.
-      const std::string name = key + "+" + row.filename + ".png";
+      const std::string name = format("%s+%s.png", key.c_str(), row.filename.c_str());
       if (document->views().empty()) continue;
       if (Outcome saved = saveSnapshot(*document->views().front(), work + examfiles::kPictures + name);
           !saved)

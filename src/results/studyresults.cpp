@@ -42,7 +42,12 @@ std::string rowsOfMeasures(const std::vector<StudyMeasure>& measures) {
     for (const std::string* cell :
          {&m.subject, &m.exam, &m.document, &m.list, &m.mark, &m.quantity, &m.value})
       text += csvCell(*cell) + ",";
-    text += csvCell(m.unit) + ending + csvCell(m.table) + "," + exam + "\n";
+    text.append(csvCell(m.unit))
+        .append(ending)
+        .append(csvCell(m.table))
+        .append(",")
+        .append(exam)
+        .append("\n");
   }
   return text;
 }
