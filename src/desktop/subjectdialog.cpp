@@ -159,7 +159,7 @@ QWidget* SubjectWindow::buildId() {
   idBox->setInsertPolicy(QComboBox::NoInsert);
   idBox->setMaxVisibleItems(15);
   idBox->lineEdit()->setMaxLength(SubjectDialog::kLongestId);
-  idBox->lineEdit()->setPlaceholderText("Type an id, or choose one that was used lately");
+  idBox->lineEdit()->setPlaceholderText("Type or choose an id");
   offered = new QStringListModel(this);
   idBox->setModel(offered);
   completer = new QCompleter(offered, this);

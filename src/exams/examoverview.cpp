@@ -50,8 +50,9 @@ void ExamOverview::refresh() {
 std::string ExamOverview::heading() const {
   const ExamSelection& selected = theExams();
   if (selected.subjectId().empty()) return selected.words();
-  return format("Subject %s: %s, %i examination%s", selected.subjectId().c_str(),
-                std::string(trimmed(selected.subjectName())).c_str(), static_cast<int>(rows.size()),
+  const std::string name(trimmed(selected.subjectName()));
+  return format("Subject %s%s, %i examination%s", selected.subjectId().c_str(),
+                (name.empty() ? "" : ": " + name).c_str(), static_cast<int>(rows.size()),
                 rows.size() == 1 ? "" : "s");
 }
 
