@@ -413,11 +413,11 @@ float skinScore(const LoopFrame& frame, const LoopRow& row, double times) {
 // Where the skin towards the nail is full of marks, as noise makes them, only more than that speaks for a
 // row.
 double grainScore(const LoopFrame& frame, const LoopRow& row) {
-  constexpr double kFrom = 130, kMost = 1.6, kQuantile = 0.3, kTimes = 2;
+  constexpr double kMost = 1.6, kQuantile = 0.3, kTimes = 2;
   constexpr size_t kEnough = 12;
   std::vector<float> scores;
   for (const LoopTip& tip : row.tips)
-    if (tip.gate >= kLeastGate && isSeen(frame, row, tip) && behindCurve(frame, row, tip) < -kFrom)
+    if (tip.gate >= kLeastGate && isSeen(frame, row, tip) && behindCurve(frame, row, tip) < -kSkinFrom)
       scores.push_back(tip.score);
   if (scores.size() < kEnough) return 0;
   const auto usual = scores.begin() + static_cast<ptrdiff_t>(kQuantile * static_cast<double>(scores.size()));

@@ -88,15 +88,16 @@ std::string linkTarget(const std::string& path) {
   return error ? path : resolved.string();
 }
 
-bool sameFolder(std::string_view a, std::string_view b) {
-  const auto resolve = [](std::string_view folder) {
-    std::error_code error;
-    const fs::path path = folder.empty() ? fs::path(".") : fs::path(std::string(folder));
-    const fs::path resolved = fs::weakly_canonical(path, error);
-    return withSeparator(error ? path.string() : resolved.string());
-  };
-  return resolve(a) == resolve(b);
+std::string realPath(std::string_view path) {
+  std::error_code error;
+  const fs::path given = fs::absolute(path.empty() ? "." : std::string(path), error);
+  const fs::path resolved = error ? given : fs::weakly_canonical(given, error);
+  std::string real = (error ? given : resolved).string();
+  while (real.size() > 1 && real.back() == kSeparator) real.pop_back();
+  return real;
 }
+
+bool sameFolder(std::string_view a, std::string_view b) { return realPath(a) == realPath(b); }
 
 bool sameFile(const std::string& a, const std::string& b) {
   std::error_code error;

@@ -33,6 +33,9 @@ bool isAbsolutePath(std::string_view path);
 std::string absolutePath(const std::string& path);
 // Where a path leads when it is a symbolic link; any other as it stands.
 std::string linkTarget(const std::string& path);
+// From the root, through all links as far as it is there, without a separator at its end: the same however it
+// is reached.
+std::string realPath(std::string_view path);
 bool sameFolder(std::string_view a, std::string_view b);  // after resolving; missing folders compare as text
 
 // What a file is now; another after each time that it was replaced or written to. Empty when it isn't there.

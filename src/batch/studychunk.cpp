@@ -85,11 +85,14 @@ class Chunk {
   // Of a share that isn't there no exam is to blame.
   Outcome seesPictures(const std::vector<StudyExam>& exams) const {
     const auto folder = [&](const StudyExam& exam) { return folderOf(plan.pathOf(plan.cell(exam, "file"))); };
-    const bool seesAny =
-        std::ranges::any_of(exams, [&](const StudyExam& exam) { return folderExists(folder(exam)); });
+    // Where a disc would be, an empty folder is left.
+    const bool seesAny = std::ranges::any_of(exams, [&](const StudyExam& exam) {
+      std::error_code error;
+      return folderExists(folder(exam)) && !fs::is_empty(folder(exam), error);
+    });
     return seesAny ? Outcome::success()
-                   : Outcome::failure("no folder of its pictures is there, such as " + folder(exams.front()) +
-                                      ": is the disc connected?");
+                   : Outcome::failure("no folder of its pictures is there, or they are empty, such as " +
+                                      folder(exams.front()) + ": is the disc connected?");
   }
 
   Outcome measure(const std::vector<StudyExam>& exams, const ExamLimits& limits, int32_t& failures) {

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <regex>
 #include <set>
 
 #include "app/unseen.h"
@@ -20,11 +21,10 @@
 #include "base/parallel.h"
 #include "base/text.h"
 #include "base/version.h"
+#include "batch/examrunner.h"
 #include "batch/pictures.h"
-#include "batch/runner.h"
 #include "batch/scriptprogram.h"
 #include "db/databasewriter.h"
-#include "dynamic/vivocapdoc.h"
 #include "exams/dbdocument.h"
 #include "exams/examselection.h"
 #include "results/measures.h"
@@ -56,10 +56,6 @@ const std::vector<std::string>& failuresHeading() {
   return names;
 }
 
-std::string firstWord(const std::string& judgement) {
-  return judgement.substr(0, judgement.find_first_of(" ,;:("));
-}
-
 namespace {
 
 constexpr double kFewGood = 50;  // percent of what was tried
@@ -67,93 +63,6 @@ constexpr double kFewGood = 50;  // percent of what was tried
 bool isWorthALook(const std::string& quality) {
   return !quality.empty() && quality != "good" && quality != "fair" && quality != "drawn";
 }
-
-// What is told of documents while the steps run, by the names that they have: a picture has its own before it
-// is saved as a document, and later steps may close it.
-class NotedDocuments {
- public:
-  void note(const CBasicApp& app) {
-    std::map<const CDocument*, std::string> open;
-    for (const CDocument* each : app.documents.documents())
-      if (const auto* document = dynamic_cast<const CdbDocument*>(each)) {
-        open[each] = document->title();
-        noteName(each, *document);
-        if (const std::string words = document->judgementOfResult(); !words.empty())
-          judged[nameOf(document->title())] = words;
-      }
-    titles = std::move(open);
-  }
-  // The file's, once there is one.
-  std::string nameOf(const std::string& title) const {
-    const auto saved = files.find(title);
-    return saved == files.end() || saved->second.empty() ? title : saved->second;
-  }
-  std::string judgementOf(const std::string& title) const {
-    const auto found = judged.find(nameOf(title));
-    return found == judged.end() ? std::string() : found->second;
-  }
-
- private:
-  // Of one that a step saved under another name. A title that two documents had means neither.
-  void noteName(const CDocument* open, const CdbDocument& document) {
-    const auto before = titles.find(open);
-    if (before == titles.end() || before->second == document.title() || document.pathName().empty()) return;
-    const std::string file = fileNameOf(document.pathName());
-    if (const auto [known, isNew] = files.try_emplace(before->second, file); !isNew && known->second != file)
-      known->second.clear();
-    if (auto kept = judged.extract(before->second)) {
-      kept.key() = file;
-      judged.insert(std::move(kept));
-    }
-  }
-  std::map<const CDocument*, std::string> titles;  // of those that were open after the step before
-  std::map<std::string, std::string> files, judged;
-};
-
-class ExamRunner final : public ScriptRunner {
- public:
-  ExamRunner(ScriptProgram& running, const std::string& folder)
-      : ScriptRunner(running.app, running.host, false), program(running), own(folder) {}
-  NotedDocuments noted;
-  std::map<std::string, std::string> others;  // documents that are another subject's, and whose
-  std::set<std::string> read;                 // files outside the study that documents work on
-  int failedLine = 0;
-  std::string why;
-
- protected:
-  void report(const Step& step, const StepResult& result) override {
-    ScriptRunner::report(step, result);
-    takeOver();
-    noted.note(program.app);
-    if (result.ok || failedLine > 0) return;
-    failedLine = step.lineNumber;
-    why = result.why;
-  }
-
- private:
-  // A document that the list names is copied, as pictures are: its own file and exam are left alone, and it
-  // is from now on one of this exam, not saved yet.
-  void takeOver() {
-    for (CDocument* each : program.app.documents.documents()) {
-      for (const std::string& file : each->filesInUse())
-        if (!file.empty() && !file.starts_with(own)) read.insert(file);
-      auto* document = dynamic_cast<CdbDocument*>(each);
-      if (!document || document->pathName().starts_with(own)) continue;
-      if (document->pathName().empty()) {
-        // Passes make movies beside the document, else beside the movie.
-        if (dynamic_cast<CVivoCapDoc*>(document))
-          document->setPathName(theExams().folder() + withoutExtension(document->title()) + ".dtv");
-        continue;
-      }
-      const std::string& whose = document->patientId;
-      if (!whose.empty() && whose != theExams().subjectId()) others[document->title()] = whose;
-      document->forgetOwner();
-      document->setPathName(theExams().folder() + fileNameOf(document->pathName()));
-    }
-  }
-  ScriptProgram& program;
-  const std::string own;
-};
 
 // What the process of an exam does.
 class ExamProcess {
@@ -284,10 +193,10 @@ class ExamProcess {
           std::strtod(m.value.c_str(), nullptr) < kFewGood)
         add(m.document,
             m.table + ": " + m.quantity + " " + m.value + (m.mark.empty() ? "" : " of " + m.mark));
-    for (const auto& [title, whose] : runner.others)
-      add(noted.nameOf(title), format("%s was a document of subject %s", title.c_str(), whose.c_str()));
     if (measures.empty() && isFine)
-      add("", results.empty() ? "the steps measured and stored nothing" : "the steps measured nothing");
+      add("", results.empty() ? "the steps measured nothing and saved no document"
+                              : "the steps measured nothing");
+    for (const auto& [title, words] : runner.others) add(noted.nameOf(title), words);
     return table.finish();
   }
   // As their windows show them, with what was drawn in.
@@ -325,6 +234,8 @@ std::string withoutPlaces(std::string why, const StudyPlan& plan, const StudyExa
   for (size_t i = 0; i < plan.columns().size(); ++i)
     if (plan.columns()[i].starts_with("file")) replaceAll(why, plan.pathOf(exam.cells[i]), exam.cells[i]);
   replaceAll(why, work, "");
+  // Of a file that was being written: it is named by its process.
+  why = std::regex_replace(why, std::regex("~new[0-9]+-[0-9]+"), "");
   why = trimmed(why);
   replaceAll(why, "\r", "");
   replaceAll(why, ".\n", ". ");

@@ -27,8 +27,6 @@ const std::vector<std::string>& resultsHeading();
 const std::vector<std::string>& reviewHeading();
 const std::vector<std::string>& inputsHeading();
 const std::vector<std::string>& failuresHeading();
-// "low (blurred)" is low.
-std::string firstWord(const std::string& judgement);
 
 struct ExamLimits {
   int threads = 1;        // results don't depend on it

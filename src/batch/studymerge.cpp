@@ -134,7 +134,8 @@ class MergeTurn {
 
 class Merger {
  public:
-  Merger(const StudyPlan& ofStudy, const MergeWish& what) : plan(ofStudy), wish(what) {}
+  Merger(const StudyPlan& ofStudy, const MergeWish& what)
+      : plan(ofStudy), wish(what), target(realPath(what.folder)) {}
   ~Merger() {
     std::error_code error;
     if (!part.empty()) fs::remove_all(part, error);
@@ -147,11 +148,11 @@ class Merger {
     if (Outcome free = checkPlace(); !free) return free;
     if (Outcome same = plan.checkCopy("exams.csv"); !same) return same;
     if (Outcome checked = checkChunks(); !checked) return checked;
-    if (const std::string above = folderOf(target()); !above.empty() && !makeFolderPath(above))
+    if (const std::string above = folderOf(target); !above.empty() && !makeFolderPath(above))
       return Outcome::failure(above + " can't be made");
     // Where leftovers are swept, if that is on the same disc.
-    part = newFolder(folderOf(target()) == plan.folder() ? plan.partFolder() + "merged." : target() + ".");
-    if (part.empty()) return Outcome::failure(target() + " can't be made");
+    part = newFolder(folderOf(target) == plan.folder() ? plan.partFolder() + "merged." : target + ".");
+    if (part.empty()) return Outcome::failure(target + " can't be made");
     const FlushLater later;
     Outcome done = write(merged.failures);
     if (done) done = flushFolder(part);
@@ -159,24 +160,18 @@ class Merger {
   }
 
  private:
-  std::string target() const {
-    std::string path = wish.folder;
-    while (path.size() > 1 && path.back() == kSeparator) path.pop_back();
-    return path;
-  }
   // Engines take kRuns away, by which they know it, before they merge anew.
   bool isMerged() const {
-    return fileExists(target() + "/" + chunkfiles::kProvenance) && fileExists(target() + "/tarn.db");
+    return fileExists(target + "/" + chunkfiles::kProvenance) && fileExists(target + "/tarn.db");
   }
   Outcome checkPlace() const {
     for (const char* own : {"part", "done", "chunks"})
-      if (withSeparator(target()).starts_with(plan.folder() + own + "/"))
-        return Outcome::failure(target() + " is the study's own: choose another folder");
+      if (withSeparator(target).starts_with(plan.folder() + own + "/"))
+        return Outcome::failure(target + " is the study's own: choose another folder");
     std::error_code error;
-    const bool isFree =
-        !fs::exists(target(), error) || (folderExists(target()) && fs::is_empty(target(), error));
+    const bool isFree = !fs::exists(target, error) || (folderExists(target) && fs::is_empty(target, error));
     return isFree || isMerged() ? Outcome::success()
-                                : Outcome::failure(target() + " is there already and is no merged study");
+                                : Outcome::failure(target + " is there already and is no merged study");
   }
 
   Outcome checkChunks() {
@@ -298,9 +293,9 @@ class Merger {
     const std::string usual = plan.folder() + "merged";
     if (link.empty() || isAbsolutePath(link)) return link;
     const bool isInput = link.starts_with("..");
-    if (isInput ? target() == usual : wish.withDocuments) return link;
+    if (isInput ? target == usual : wish.withDocuments) return link;
     const fs::path there = isInput ? fs::path(usual) / link : fs::path(chunk.path(examfiles::kData + link));
-    return there.lexically_normal().lexically_relative(target()).string();
+    return there.lexically_normal().lexically_relative(target).string();
   }
   // Pixels are linked, or copied where the file system has no links. What is small, and movies, may be
   // written over in its place: it is copied, and the chunk's own stays as it is.
@@ -313,6 +308,10 @@ class Merger {
     fs::copy_file(from, to, error);
     if (!error) fs::last_write_time(to, fs::last_write_time(from, error), error);
   }
+  Outcome cantCopy(const std::string& what, const std::error_code& error) const {
+    return Outcome::failure(
+        format("%s can't be copied to %s: %s", what.c_str(), target.c_str(), error.message().c_str()));
+  }
   Outcome takeDocuments(const DoneChunk& chunk, const std::string& key) const {
     const fs::path from = chunk.path(examfiles::kData + key), to = part + key;
     std::error_code error;
@@ -322,7 +321,7 @@ class Merger {
       const fs::path there = to / entry.path().lexically_relative(from);
       entry.is_directory() ? void(fs::create_directory(there, error)) : place(entry.path(), there, error);
     }
-    return error ? Outcome::failure(key + ": " + error.message()) : Outcome::success();
+    return error ? cantCopy(key, error) : Outcome::success();
   }
   Outcome takePictures(const DoneChunk& chunk) const {
     std::error_code error;
@@ -332,19 +331,19 @@ class Merger {
       if (error) break;
       place(entry.path(), to / entry.path().filename(), error);
     }
-    return error ? Outcome::failure("pictures: " + error.message()) : Outcome::success();
+    return error ? cantCopy("pictures", error) : Outcome::success();
   }
   Outcome takePlace(std::string& before) {
     std::error_code error;
     if (isMerged()) {
-      before = newFolder(target() + ".before-");
-      fs::rename(target(), before, error);
+      before = newFolder(target + ".before-");
+      fs::rename(target, before, error);
     }
-    if (!error) fs::rename(part, target(), error);
-    if (error) return Outcome::failure(target() + ": " + error.message());
+    if (!error) fs::rename(part, target, error);
+    if (error) return Outcome::failure(target + ": " + error.message());
     part.clear();
-    flushName(target());
-    if (!before.empty() && isSameFolder(before, target())) {
+    flushName(target);
+    if (!before.empty() && isSameFolder(before, target)) {
       fs::remove_all(before, error);
       before.clear();
     }
@@ -370,6 +369,7 @@ class Merger {
 
   const StudyPlan& plan;
   const MergeWish& wish;
+  const std::string target;  // without a separator
   std::string part;
   MeasureColumns columns;
   size_t keyColumn = 0;

@@ -43,17 +43,9 @@ int64_t numberIn(const std::string& text) {
   return error == std::errc() && end == text.data() + text.size() ? number : -1;
 }
 
-// Through all links: however the study is reached, the list lies in the same direction from it.
-std::string realPath(const std::string& folder) {
-  std::error_code error;
-  const fs::path real = fs::weakly_canonical(absolutePath(folder), error);
-  const std::string path = error ? absolutePath(folder) : real.string();
-  return path.size() > 1 && path.back() == kSeparator ? path.substr(0, path.size() - 1) : path;
-}
-
 // From the study's folder: whoever moves study and pictures together finds them again.
 std::string listFolderOf(const PlanWish& wish) {
-  const fs::path folder = realPath(folderOf(absolutePath(wish.manifest)));
+  const fs::path folder = realPath(folderOf(wish.manifest));
   return withSeparator(folder.lexically_relative(realPath(wish.folder)).string());
 }
 

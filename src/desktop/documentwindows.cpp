@@ -26,6 +26,11 @@ class DocumentWindows::Window final : public QMdiSubWindow {
     // Its own menu's keys would contend with the program's, and then neither has them.
     for (QAction* entry : actions()) entry->setShortcut({});
   }
+  // Stays in sight when docks and bars take room, and comes back to its place when they give it back.
+  void stayWithin(QWidget& viewport) {
+    room = &viewport;
+    viewport.installEventFilter(this);
+  }
 
   // Whose document it is; empty for nobody's. Asked of the database only when that changed.
   const QString& owner() {
@@ -58,8 +63,37 @@ class DocumentWindows::Window final : public QMdiSubWindow {
       if (document) app.documents.close(*document);
     });
   }
+  void moveEvent(QMoveEvent* event) override {
+    QMdiSubWindow::moveEvent(event);
+    notePlace();
+  }
+  void resizeEvent(QResizeEvent* event) override {
+    QMdiSubWindow::resizeEvent(event);
+    notePlace();
+  }
+  bool eventFilter(QObject* object, QEvent* event) override {
+    if (room && object == room && event->type() == QEvent::Resize) fitIn(room->rect());
+    return QMdiSubWindow::eventFilter(object, event);
+  }
 
  private:
+  // One that the user put over the edge is left there.
+  void notePlace() {
+    if (isFitting || !room || isMaximized() || isMinimized()) return;
+    wanted = room->rect().contains(geometry()) ? geometry() : QRect();
+  }
+  void fitIn(const QRect& all) {
+    if (wanted.isNull() || isMaximized() || isMinimized()) return;
+    const QSize size = wanted.size().boundedTo(all.size());
+    const QPoint at(std::clamp(wanted.x(), 0, all.width() - size.width()),
+                    std::clamp(wanted.y(), 0, all.height() - size.height()));
+    isFitting = true;
+    setGeometry(QRect(at, size));
+    isFitting = false;
+  }
+  QWidget* room = nullptr;
+  QRect wanted;  // where the user left it; null where that isn't all in sight
+  bool isFitting = false;
   CBasicApp& app;
   std::tuple<const void*, std::string, int32_t, std::string> ownerKey{nullptr, "", -1, ""};
   QString ownerWords;
@@ -198,6 +232,7 @@ void DocumentWindows::add(CDocument& document) {
   widget->onResizeFrame = [this, window](Size content) { resizeFrame(*window, content); };
   const bool maximised = area.activeSubWindow() && area.activeSubWindow()->isMaximized();
   area.addSubWindow(window);
+  window->stayWithin(*area.viewport());
   window->section = placeSection(document);
   // Before the main window is shown nothing tells how much room there will be.
   const QSize wanted = window->sizeHint();

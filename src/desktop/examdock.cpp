@@ -21,10 +21,13 @@ namespace tarnvisor {
 namespace {
 
 constexpr QSize kPicture{104, 78};
+constexpr int kQuality = Qt::UserRole;  // of an item
 
-// The first line of a result, or what stands for it.
-QString resultWords(const ExamOverview::Document& document) {
-  return document.result.empty() ? "no result" : toQt(document.result).section('\n', 0, 0).trimmed();
+// How far it can be believed is known once its file was read.
+QString resultWords(const ExamOverview::Document& document, const QString& quality) {
+  if (document.result.empty()) return "no result";
+  const QString words = toQt(document.shown);
+  return quality.isEmpty() || words.contains(quality) ? words : words + "\nquality: " + quality;
 }
 
 }  // namespace
@@ -124,8 +127,9 @@ void ExamDock::fillDocuments() {
   for (const ExamOverview::Document& document :
        exam ? exam->documents : std::vector<ExamOverview::Document>()) {
     auto* item = new QListWidgetItem(documents);
-    const QPixmap* known = thumbnails.known(document.path);
-    item->setIcon(known ? *known : blank);
+    const Thumbnail* known = thumbnails.known(document.path);
+    item->setIcon(known ? known->picture : blank);
+    item->setData(kQuality, known ? known->quality : QString());
     item->setToolTip(toQt(document.filename + "\n" + document.result).trimmed());
     item->setSizeHint({kPicture.width() + 60, kPicture.height() + 6});
   }
@@ -143,8 +147,9 @@ void ExamDock::showStates() {
     const ExamOverview::Document& document = exam->documents[static_cast<size_t>(i)];
     const auto at = open.find(document.path);
     const QString state = at == open.end() ? "" : at->second->isModified() ? "\nchanged" : "\nopen";
-    const QString words = toQt(document.filename) + state + "\n" + resultWords(document);
     QListWidgetItem* item = documents->item(i);
+    const QString words =
+        toQt(document.filename) + state + "\n" + resultWords(document, item->data(kQuality).toString());
     if (item->text() != words) item->setText(words);
   }
 }
@@ -158,7 +163,10 @@ void ExamDock::makeNext() {
     if (thumbnails.known(path) ||
         !documents->viewport()->rect().intersects(documents->visualItemRect(documents->item(i))))
       continue;
-    documents->item(i)->setIcon(thumbnails.make(path));
+    const Thumbnail& seen = thumbnails.make(path);
+    documents->item(i)->setIcon(seen.picture);
+    documents->item(i)->setData(kQuality, seen.quality);
+    showStates();
     return making.start(0);
   }
 }

@@ -41,11 +41,7 @@ QPixmap framed(const QPixmap& picture, const QPalette& colours) {
 
 // A document's name, and the first number of its result below it.
 QString labelOf(const ExamOverview::Document& document) {
-  const std::vector<ResultFigure> figures = figuresIn(document.result);
-  const QString name = toQt(document.filename);
-  return figures.empty()
-             ? name
-             : name + '\n' + QString::number(figures.front().value) + ' ' + toQt(figures.front().quantity);
+  return toQt(document.filename + (document.first.empty() ? "" : "\n") + document.first);
 }
 
 }  // namespace
@@ -160,10 +156,10 @@ QListWidget* ExamOverviewWindow::makeStrip(int row) {
   for (const ExamOverview::Document& document : model.exams()[static_cast<size_t>(row)].documents) {
     auto* item = new QListWidgetItem(labelOf(document), strip);
     item->setToolTip(toQt(document.filename + "\n" + document.result).trimmed());
-    const QPixmap* known = thumbnails.known(document.path);
+    const Thumbnail* known = thumbnails.known(document.path);
     QPixmap blank(kPicture);
     blank.fill(Qt::transparent);
-    item->setIcon(known ? framed(*known, palette()) : blank);
+    item->setIcon(known ? framed(known->picture, palette()) : blank);
   }
   connect(strip, &QListWidget::itemDoubleClicked, this,
           [this, strip, row](QListWidgetItem* item) { open(row, strip->row(item)); });
@@ -200,7 +196,7 @@ void ExamOverviewWindow::makeNext() {
     for (size_t i = 0; i < documents.size(); ++i) {
       const auto at = static_cast<int>(i);
       if (thumbnails.known(documents[i].path) || !isInSight(*strips[row], at)) continue;
-      strips[row]->item(at)->setIcon(framed(thumbnails.make(documents[i].path), palette()));
+      strips[row]->item(at)->setIcon(framed(thumbnails.make(documents[i].path).picture, palette()));
       return making.start(0);
     }
   }

@@ -43,6 +43,7 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
       examDock(new ExamDock(this)),
       mainBar(makeBar("Main", Qt::TopToolBarArea)),
       opsBar(makeBar("Operations", Qt::LeftToolBarArea)),
+      measureBar(makeBar("Zoom and measuring", Qt::TopToolBarArea)),
       programName(title) {
   setWindowTitle(title);
   setWindowIcon(programIcon());
@@ -271,13 +272,16 @@ void MainWindow::fillBar(QToolBar& bar, ToolBarGroup::Bar place, const Bars& sho
 void MainWindow::refreshBars() {
   const Bars shown = frame.bars();
   if (mainBar->actions().isEmpty()) fillBar(*mainBar, ToolBarGroup::Bar::Main, shown);
-  if (opsBar->actions().isEmpty() || shown.opsGroups != shownGroups)
+  if (opsBar->actions().isEmpty() || shown.opsGroups != shownGroups) {
     fillBar(*opsBar, ToolBarGroup::Bar::Ops, shown);
+    fillBar(*measureBar, ToolBarGroup::Bar::Measure, shown);
+  }
   shownGroups = shown.opsGroups;
   marksDock->setVisible(shown.marksDock);
   examDock->setVisible(shown.examDock);
   mainBar->setVisible(shown.main);
   opsBar->setVisible(shown.ops);
+  measureBar->setVisible(shown.ops && !measureBar->actions().isEmpty());
   if (recordBar) {
     recordBar->showState();
     recordBar->setVisible(shown.record);

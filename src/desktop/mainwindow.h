@@ -83,6 +83,7 @@ class MainWindow final : public QMainWindow {
   ExamDock* examDock;
   QToolBar* mainBar;
   QToolBar* opsBar;
+  QToolBar* measureBar;
   QString programName;
   RecordBar* recordBar = nullptr;        // null without a camera
   StatusWindow* statusWindow = nullptr;  // made when first shown

@@ -7,6 +7,7 @@
 #include "app/unseen.h"
 #include "desktop/paintercanvas.h"
 #include "desktop/qttext.h"
+#include "exams/dbdocument.h"
 #include "framework/view.h"
 
 namespace tarnvisor {
@@ -34,28 +35,25 @@ QImage drawn(CView& view) {
   return picture;
 }
 
-QImage pictureOf(const std::string& path) {
-  std::string whynot;
-  const std::unique_ptr<CDocument> document = openUnseen(path, whynot);
-  return document ? drawn(*document->views().front()) : QImage();
-}
-
 }  // namespace
 
-const QPixmap* Thumbnails::known(const std::string& path) const {
+const Thumbnail* Thumbnails::known(const std::string& path) const {
   const auto made = pictures.find(path);
-  return made == pictures.end() || made->second.written != writtenAt(path) ? nullptr : &made->second.picture;
+  return made == pictures.end() || made->second.written != writtenAt(path) ? nullptr : &made->second.seen;
 }
 
-const QPixmap& Thumbnails::make(const std::string& path) {
+const Thumbnail& Thumbnails::make(const std::string& path) {
   Made& made = pictures[path];
-  made.written = writtenAt(path);
-  const QImage picture = pictureOf(path);
-  made.picture =
-      picture.isNull()
-          ? QPixmap()
-          : QPixmap::fromImage(picture.scaled(largest, Qt::KeepAspectRatio, Qt::SmoothTransformation));
-  return made.picture;
+  made = {writtenAt(path), {}};
+  std::string whynot;
+  const std::unique_ptr<CDocument> document = openUnseen(path, whynot);
+  if (!document) return made.seen;
+  if (const auto* judged = dynamic_cast<const CdbDocument*>(document.get()))
+    made.seen.quality = toQt(firstWord(judged->judgementOfResult()));
+  if (const QImage picture = drawn(*document->views().front()); !picture.isNull())
+    made.seen.picture =
+        QPixmap::fromImage(picture.scaled(largest, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+  return made.seen;
 }
 
 }  // namespace tarnvisor

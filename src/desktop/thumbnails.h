@@ -3,25 +3,31 @@
 
 #include <QPixmap>
 #include <QSize>
+#include <QString>
 #include <cstdint>
 #include <map>
 #include <string>
 
 namespace tarnvisor {
 
+struct Thumbnail {
+  QPixmap picture;
+  QString quality;  // the one word that judges the result; empty where nothing does
+};
+
 class Thumbnails {
  public:
   explicit Thumbnails(QSize most) : largest(most) {}
   // Null unless it was made since the file was written last.
-  const QPixmap* known(const std::string& path) const;
+  const Thumbnail* known(const std::string& path) const;
   // Reads the document, without a word where it can't be; such a one, and a kind that has no picture, has an
   // empty one.
-  const QPixmap& make(const std::string& path);
+  const Thumbnail& make(const std::string& path);
 
  private:
   struct Made {
     int64_t written = 0;
-    QPixmap picture;
+    Thumbnail seen;
   };
   const QSize largest;
   std::map<std::string, Made> pictures;

@@ -115,6 +115,8 @@ void CVivoCapDoc::addVersion(const std::string& what, int32_t madeOf) {
   made.madeOf = madeOf;
   made.isOwn = 1;
   versions.add(std::move(made));
+  host().messages.notice({format("Version %i: %s, %i images. The versions in the dock lead back.",
+                                 versions.all().back().number, what.c_str(), movie->count)});
   rememberVersions(madeOf, versions.all().back().number);
 }
 

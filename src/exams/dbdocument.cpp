@@ -232,6 +232,10 @@ std::unique_ptr<CdbDocument> readAs(const DocumentType* type, const std::string&
 
 }  // namespace
 
+std::string firstWord(const std::string& judgement) {
+  return judgement.substr(0, judgement.find_first_of(" ,;:("));
+}
+
 std::unique_ptr<CdbDocument> CdbDocument::readAlone(const std::string& path) {
   return readAs(theApp().documents.typeFor(path), path);
 }

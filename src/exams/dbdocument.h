@@ -12,6 +12,9 @@
 
 namespace tarnvisor {
 
+// Of a judgement (CdbDocument::judgementOfResult): "low" of "low: 3 of 20 images could not be aligned".
+std::string firstWord(const std::string& judgement);
+
 class CdbDocument : public CDocument {
  public:
   bool onNewDocument() override;

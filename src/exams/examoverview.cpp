@@ -15,11 +15,13 @@ namespace tarnvisor {
 
 namespace {
 
+std::string briefly(const ResultFigure& figure) {
+  return format("%s %.4g%s%s", figure.quantity.c_str(), figure.value, figure.unit.empty() ? "" : " ",
+                figure.unit.c_str());
+}
+
 std::string lineOf(const MeanFigure& figure) {
-  const std::string& unit = figure.mean.unit;
-  return format("%s %.4g%s%s\n", figure.mean.quantity.c_str(), figure.mean.value,
-                unit.empty() ? "" : (" " + unit).c_str(),
-                figure.count > 1 ? format(", mean of %i", figure.count).c_str() : "");
+  return briefly(figure.mean) + (figure.count > 1 ? format(", mean of %i", figure.count) : "") + "\n";
 }
 
 }  // namespace
@@ -32,11 +34,16 @@ void ExamOverview::refresh() {
     Exam& row = rows.emplace_back();
     row.day = localDay(exam.created);
     const std::vector<ResultRow> results = db->resultsOf(exam.id);
-    for (const MeanFigure& figure : meansOf(exam, results)) row.results += lineOf(figure);
-    for (const ResultRow& result : results)
-      row.documents.push_back({result.filename,
-                               theApp().dataFolder + exam.folder + kSeparator + result.filename,
-                               std::string(trimmed(result.result))});
+    std::vector<std::vector<ResultFigure>> figures;
+    for (const ResultRow& result : results) {
+      const auto& own = figures.emplace_back(figuresOf(exam, result));
+      row.documents.push_back({.filename = result.filename,
+                               .path = theApp().dataFolder + exam.folder + kSeparator + result.filename,
+                               .result = std::string(trimmed(result.result)),
+                               .shown = shownResult(result.result, own),
+                               .first = own.empty() ? "" : briefly(own.front())});
+    }
+    for (const MeanFigure& figure : meansOf(figures)) row.results += lineOf(figure);
     row.row = std::move(exam);
   }
   std::ranges::stable_sort(rows, {}, [](const Exam& exam) { return exam.row.created; });
@@ -50,9 +57,7 @@ void ExamOverview::refresh() {
 std::string ExamOverview::heading() const {
   const ExamSelection& selected = theExams();
   if (selected.subjectId().empty()) return selected.words();
-  const std::string name(trimmed(selected.subjectName()));
-  return format("Subject %s%s, %i examination%s", selected.subjectId().c_str(),
-                (name.empty() ? "" : ": " + name).c_str(), static_cast<int>(rows.size()),
+  return format("%s, %i examination%s", selected.subjectWords().c_str(), static_cast<int>(rows.size()),
                 rows.size() == 1 ? "" : "s");
 }
 

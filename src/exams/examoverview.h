@@ -15,6 +15,8 @@ class ExamOverview {
     std::string filename;
     std::string path;
     std::string result;
+    std::string shown;  // its first line, with units
+    std::string first;  // its first number with quantity and unit; empty where it has none
   };
   struct Exam {
     ExamRow row;

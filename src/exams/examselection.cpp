@@ -28,10 +28,14 @@ std::string ExamSelection::folder() const {
   return hasExam() ? app.dataFolder + folderName + kSeparator : std::string();
 }
 
+std::string ExamSelection::subjectWords() const {
+  const std::string person(trimmed(name));
+  return "Subject " + subject + (person.empty() ? "" : ": " + person);
+}
+
 std::string ExamSelection::words() const {
   if (subject.empty()) return "No subject is selected.";
-  const std::string person(trimmed(name));
-  std::string text = "Subject " + subject + (person.empty() ? "" : ": " + person);
+  const std::string text = subjectWords();
   const auto row = app.db && hasExam() ? app.db->exam(exam) : std::nullopt;
   return text + (row ? ", " + row->site : hasExam() ? "" : ", no examination selected");
 }

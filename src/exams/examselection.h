@@ -41,6 +41,8 @@ class ExamSelection {
   };
   State state() const;
   void restore(const State& before);
+  // "Subject S-17: Ann Lee"; of a subject without a name the id alone.
+  std::string subjectWords() const;
   // "Subject S-17: Ann Lee, left ring finger"; of nobody says that no subject is selected. For the first line
   // of forms that file something.
   std::string words() const;

@@ -101,10 +101,19 @@ std::vector<ResultFigure> figuresOf(const ExamRow& exam, const ResultRow& result
   return figures;
 }
 
-std::vector<MeanFigure> meansOf(const ExamRow& exam, const std::vector<ResultRow>& results) {
+std::string shownResult(const std::string& result, const std::vector<ResultFigure>& figures) {
+  if (figures == figuresIn(result)) return std::string(trimmed(split(result + "\n", '\n').front()));
+  std::string words;
+  for (const ResultFigure& figure : figures)
+    words += format("%s%s %.4g %s", words.empty() ? "" : ", ", figure.quantity.c_str(), figure.value,
+                    figure.unit.c_str());
+  return words;
+}
+
+std::vector<MeanFigure> meansOf(const std::vector<std::vector<ResultFigure>>& documents) {
   std::map<std::string, MeanFigure> found;
-  for (const ResultRow& result : results)
-    for (const ResultFigure& figure : figuresOf(exam, result)) {
+  for (const std::vector<ResultFigure>& figures : documents)
+    for (const ResultFigure& figure : figures) {
       MeanFigure& sum =
           found.try_emplace(wordsOf(figure), MeanFigure{{figure.quantity, 0, figure.unit}, 0}).first->second;
       sum.mean.value += figure.value;
@@ -132,7 +141,9 @@ std::vector<Course> coursesOf(const std::string& subject, const std::optional<st
   for (const ExamRow& exam : exams) {
     const double day =
         static_cast<double>(secondsOf(exam.created) - secondsOf(exams.front().created)) / kSecondsOfDay;
-    for (const MeanFigure& figure : meansOf(exam, db->resultsOf(exam.id))) {
+    std::vector<std::vector<ResultFigure>> figures;
+    for (const ResultRow& result : db->resultsOf(exam.id)) figures.push_back(figuresOf(exam, result));
+    for (const MeanFigure& figure : meansOf(figures)) {
       Course& course = found[wordsOf(figure.mean)];
       if (course.values.empty())
         course = {figure.mean.quantity, figure.mean.unit, subject, localDay(exams.front().created), {}};

@@ -22,12 +22,16 @@ struct ResultFigure {
 std::vector<ResultFigure> figuresIn(const std::string& result);
 // Likewise of a document's row, with the units that its file tells.
 std::vector<ResultFigure> figuresOf(const ExamRow& exam, const ResultRow& result);
-// The mean of each quantity over the documents of an exam, by name; what differs in its unit is another one.
+// The first line of a result as it is shown in lists: numbers that the text leaves without a unit have the
+// one that the file tells.
+std::string shownResult(const std::string& result, const std::vector<ResultFigure>& figures);
+// The mean of each quantity over the figures of an exam's documents, by name; what differs in its unit is
+// another one.
 struct MeanFigure {
   ResultFigure mean;
   int count = 0;
 };
-std::vector<MeanFigure> meansOf(const ExamRow& exam, const std::vector<ResultRow>& results);
+std::vector<MeanFigure> meansOf(const std::vector<std::vector<ResultFigure>>& documents);
 // A quantity with its unit, as it is shown and asked for.
 std::string wordsOf(const ResultFigure& figure);
 

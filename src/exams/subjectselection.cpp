@@ -233,7 +233,7 @@ bool askForExamination() {
   std::string site;
   std::string comment;
   Form form("New Examination");
-  form.addNote("Subject " + theExams().subjectId() + ": " + theExams().subjectName());
+  form.addNote(theExams().subjectWords());
   form.add("Site", site).offering(fingers()).addLongText("Comment", comment).setOkLabel("Start");
   do {
     if (!host().forms.run(form)) return false;
@@ -259,7 +259,10 @@ void runSelectSubject(SubjectDialogFace& face) {
     closeLive();
     return app.postMainCommand(cmd::ViewExams);
   }
-  if (!askForExamination()) app.postMainCommand(cmd::SelectSubject);
+  if (askForExamination()) return;
+  dialog.finish(SubjectDialog::Result::Nothing);  // Escape in the next one leads back to what was before
+  host().windows.refreshBars();
+  app.postMainCommand(cmd::SelectSubject);
 }
 
 void runNewExamination(SubjectDialogFace& face) {

@@ -47,6 +47,21 @@ const CommandRow* CommandTableBase::find(std::string_view text) const {
 }
 
 namespace {
+std::string atWork;
+
+// Also of a command that throws, and of one that runs a loop of its own.
+struct AtWork {
+  explicit AtWork(const CommandRow& row) : isOuter(atWork.empty()) {
+    if (isOuter) atWork = plainCommandText(*row.words.shown ? row.words.shown : row.text);
+  }
+  ~AtWork() {
+    if (isOuter) atWork.clear();
+  }
+  AtWork(const AtWork&) = delete;
+  AtWork& operator=(const AtWork&) = delete;
+  const bool isOuter;
+};
+
 template <class Key>
 CommandResult route(std::span<CommandTarget* const> chain, const Key& key) {
   for (CommandTarget* target : chain) {
@@ -55,12 +70,15 @@ CommandResult route(std::span<CommandTarget* const> chain, const Key& key) {
     if (!row) continue;
     if (!row->enabled(*target)) return CommandResult::Disabled;
     const WorkOf working(target->documentOfCommands());
+    const AtWork named(*row);
     row->execute(*target);
     return CommandResult::Done;
   }
   return CommandResult::Unknown;
 }
 }  // namespace
+
+const std::string& commandAtWork() { return atWork; }
 
 CommandResult routeCommand(std::span<CommandTarget* const> chain, int32_t id) { return route(chain, id); }
 CommandResult routeCommand(std::span<CommandTarget* const> chain, std::string_view text) {

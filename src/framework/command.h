@@ -133,6 +133,10 @@ class CommandTable : public CommandTableBase {
 bool sameCommandText(std::string_view a, std::string_view b);
 std::string plainCommandText(std::string_view menuText);
 
+// The text of the command that runs now, as menus show it without its mark and dots; of one within another
+// the outer. Empty while none runs.
+const std::string& commandAtWork();
+
 enum class CommandResult { Unknown, Disabled, Done };
 // Routes to the first target that knows the command; null targets are passed over.
 CommandResult routeCommand(std::span<CommandTarget* const> chain, int32_t id);

@@ -38,7 +38,8 @@ struct PopupMenu {
 };
 
 struct ToolBarGroup {
-  enum class Bar { Main, Ops };
+  // Each fits a screen of 1366 x 768: Main and Measure lie beside each other at the top, Ops at the left.
+  enum class Bar { Main, Ops, Measure };
   enum class Gate { Always, Velocity, Image, Camera, Dynamic };
   int32_t id;
   Bar bar;

@@ -137,7 +137,7 @@ std::vector<ToolBarGroup> imageToolBars() {
         cmd::ToolPolyline, cmd::ToolFreehandLines, cmd::ToolCircle, cmd::ToolPolygon},
        0},
       {10011,
-       B::Ops,
+       B::Measure,
        G::Image,
        {cmd::ToolFreehandArea, cmd::ToolTrace, cmd::ZoomIn, cmd::ZoomOut, cmd::ZoomFit, cmd::ZoomActualSize,
         cmd::ScaleBar, cmd::Grid, cmd::SwitchList, cmd::HideShowDimensions, cmd::SetLineWidth,

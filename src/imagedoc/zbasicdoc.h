@@ -205,8 +205,12 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // Of the current list: "3 rejected, 1 added or moved".
   std::string reviewWords() const;
   bool isReviewed() const;
-  // A mark that the user altered stays where a finder looks again.
+  // Whether marks of the list were counted or reviewed: the hand's are told apart from those found there.
+  bool holdsCounted(int32_t list) const;
+  // A mark that the user drew or altered stays where a finder looks again.
   void tellByHand(CDim& mark) const;
+  // The mark at the index, if any, and those that the user selected. Found ones are kept as rejected.
+  void deleteMarks(int32_t index);
   // "32 circles, 1 line"
   std::string kindsCounted(int32_t list) const;
   // Why no loops can be looked for, whatever the pixels; empty when they can.
@@ -255,8 +259,9 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   std::string notes;
   std::array<CDimList, kListCount> dimlists;
   int32_t currentlist = 0;
-  int32_t countedList = -1;  // whose marks resultText counts; -1: it is no density, or nobody knows
-  std::string countedFrom;   // those marks, scale and region, in words
+  int32_t countedList = -1;    // whose marks resultText counts; -1: it is no density, or nobody knows
+  int32_t countedBefore = -1;  // of a result that holds no longer
+  std::string countedFrom;     // those marks, scale and region, in words
   std::unique_ptr<CZZimage> image;
   std::string imagefile;     // a bare name lies in the document's folder; empty until saved
   std::string importedFrom;  // the still that was decoded for it, for as long as the document is open
@@ -455,6 +460,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // zbasicdoc_review.cpp
   void findAgain();
   bool isFound(const CDim& mark) const;
+  void takeAway(int32_t index);
   void recountReviewed();
   bool marksRowOfLoops() const { return currentlist == kNailfoldList && !loopDensityText().empty(); }
   void offerToLeaveOut();

@@ -60,8 +60,9 @@ struct AskedNumber {
 
 // Of the words of a density (densityText).
 std::string ZBasicDoc::unitOfResult(const std::string& quantity) const {
-  const std::string area = densityUnit(unitName());
-  return quantity == "capillary density" ? "per " + area : quantity == "area" ? area : std::string();
+  if (quantity == "capillary density") return "per " + shownDensityUnit();
+  if (quantity != "area") return {};
+  return calibrated ? densityUnit(unitName()) : "megapixel";
 }
 
 void ZBasicDoc::reportDensity(int64_t count) {
@@ -145,13 +146,14 @@ void ZBasicDoc::dropStaleResult() {
 }
 
 void ZBasicDoc::forgetResult() {
+  if (countedList >= 0) countedBefore = countedList;
   resultText.clear();
   countedList = -1;
   countedFrom.clear();
 }
 
 void ZBasicDoc::recogniseResult() {
-  countedList = -1;
+  countedList = countedBefore = -1;
   if (resultText.empty() || !hasImage()) return;
   // What corrects marks, or finds them again, means those that the result tells of.
   if (tellsLoops() && !dimlists[kNailfoldList].items.empty()) setCurrentList(kNailfoldList);

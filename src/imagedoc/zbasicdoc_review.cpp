@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 #include <numbers>
+#include <ranges>
 
 #include "app/processstate.h"
 #include "base/text.h"
@@ -24,6 +25,7 @@ constexpr double kNearLoop = 40;     // micrometres from an apex
 
 bool isCircle(const CDim& mark) { return kindOf(mark) == std::string_view("circle"); }
 bool isPoint(const CDim& mark) { return mark.points.size() == 1; }
+bool isByHand(const std::unique_ptr<CDim>& mark) { return mark->colour == kByHand; }
 
 struct Spot {
   double x = 0, y = 0, radius = 0;
@@ -146,13 +148,36 @@ bool ZBasicDoc::isFound(const CDim& mark) const {
          mark.points[0].y == mark.points[1].y;
 }
 
+bool ZBasicDoc::holdsCounted(int32_t list) const {
+  const auto place = static_cast<size_t>(list);
+  return list == countedList || list == countedBefore || !rejected[place].items.empty() ||
+         std::ranges::any_of(dimlists[place].items, isByHand);
+}
+
 // Marks of loops are told by their colours (loopmarks.h).
 void ZBasicDoc::tellByHand(CDim& mark) const {
   if (currentlist == kNailfoldList && isPoint(mark) && tellsLoops()) {
     mark.colour = currentDims().colour;
     mark.label.clear();
-  } else if (countedList == currentlist && isCircle(mark)) {
+  } else if (isCircle(mark) && holdsCounted(currentlist)) {
     mark.colour = kByHand;
+  }
+}
+
+// What was drawn by hand goes altogether, what was found is kept as rejected.
+void ZBasicDoc::takeAway(int32_t index) {
+  CDimList& dims = currentDims();
+  isByHand(dims.items[static_cast<size_t>(index)])
+      ? dims.remove(index)
+      : moveMark(dims, index, rejected[static_cast<size_t>(currentlist)]);
+}
+
+void ZBasicDoc::deleteMarks(int32_t index) {
+  const bool isReview = currentlist == kNailfoldList ? tellsLoops() : holdsCounted(currentlist);
+  const std::vector<int32_t> chosen = currentDims().selection(index);
+  for (const int32_t i : std::views::reverse(chosen)) {
+    const CDim& mark = currentDims().at(i);
+    isReview && (isCircle(mark) || isPoint(mark)) ? takeAway(i) : currentDims().remove(i);
   }
 }
 
@@ -164,8 +189,7 @@ void ZBasicDoc::reviewAt(const Aim& aim) {
   {
     const Change change(*this);
     if (const int32_t taken = markUnder(dims, aim); taken >= 0) {
-      const bool isOwn = dims.at(taken).colour == kByHand;
-      isOwn ? dims.remove(taken) : moveMark(dims, taken, away);
+      takeAway(taken);
     } else if (const int32_t back = markUnder(away, aim); back >= 0) {
       moveMark(away, back, dims);
     } else {
@@ -199,8 +223,7 @@ void ZBasicDoc::recountReviewed() {
 }
 
 std::string ZBasicDoc::reviewWords() const {
-  const auto byHand =
-      std::ranges::count_if(currentDims().items, [](const auto& mark) { return mark->colour == kByHand; });
+  const auto byHand = std::ranges::count_if(currentDims().items, isByHand);
   const size_t away = rejected[static_cast<size_t>(currentlist)].items.size();
   if (currentlist == kNailfoldList) {
     const auto isDrawn = [](const LoopMark& loop) { return loop.kind == LoopMark::Kind::Drawn; };
@@ -211,7 +234,6 @@ std::string ZBasicDoc::reviewWords() const {
 }
 
 bool ZBasicDoc::isReviewed() const {
-  const auto isByHand = [](const auto& mark) { return mark->colour == kByHand; };
   return !rejected[static_cast<size_t>(currentlist)].items.empty() ||
          std::ranges::any_of(currentDims().items, isByHand);
 }
@@ -248,7 +270,7 @@ void ZBasicDoc::findAgain() {
     setModified();
   }
   updateAllViews(CView::Change::Marks);
-  host().messages.show(resultLines());
+  host().messages.show(resultLines() + (isReviewed() ? "\n" + reviewWords() : ""));
 }
 
 // --- what a count is made of

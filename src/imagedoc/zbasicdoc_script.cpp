@@ -131,7 +131,9 @@ StepResult ZBasicDoc::drawDimension(const std::string& kind, std::span<const Poi
       return StepResult::failure("the point can't be added");
     }
   }
-  if (kind == "polygon") currentDims().items[static_cast<size_t>(index)]->Close();
+  CDim& drawn = currentDims().at(index);
+  if (kind == "polygon") drawn.Close();
+  tellByHand(drawn);
   updateAllViews();
   return {true, {}, {{"dimension", format("%i", index + 1)}}, {}};
 }

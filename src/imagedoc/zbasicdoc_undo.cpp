@@ -217,7 +217,7 @@ const CZZimage* ZBasicDoc::Change::imageBefore() const {
 void ZBasicDoc::Change::abandon() { before.reset(); }
 
 const CZZimage* ZBasicDoc::undoimage() const {
-  return history.canUndo() ? history.toUndo().back()->image.get() : nullptr;
+  return history.canUndo() ? history.toUndo().back().entry->image.get() : nullptr;
 }
 
 // The only change swaps there and back, by Undo as well.
@@ -251,19 +251,19 @@ void ZBasicDoc::forgetUndo() { history.clear(); }
 // What no Change tells of must be saved as well, wherever Undo and Redo lead.
 void ZBasicDoc::tellUntrackedChanges() {
   if (changeCount() != changesKnown && isModified())
-    for (std::vector<Turn>* way : {&history.toUndo(), &history.toRedo()})
-      for (Turn& state : *way) state->modified = true;
+    for (auto* way : {&history.toUndo(), &history.toRedo()})
+      for (auto& state : *way) state.entry->modified = true;
   changesKnown = changeCount();
 }
 
 // The file now holds what the document does: all else that there is to go to differs from it.
 void ZBasicDoc::tellUndoSaved() {
-  for (std::vector<Turn>* way : {&history.toUndo(), &history.toRedo()}) {
+  for (auto* way : {&history.toUndo(), &history.toRedo()}) {
     bool otherPixels = false;
     for (auto state = way->rbegin(); state != way->rend(); ++state) {
-      otherPixels = otherPixels || (*state)->image;
-      (*state)->modified = true;
-      (*state)->imagedirty = (*state)->imagedirty || otherPixels;
+      otherPixels = otherPixels || state->entry->image;
+      state->entry->modified = true;
+      state->entry->imagedirty = state->entry->imagedirty || otherPixels;
     }
   }
 }

@@ -125,7 +125,6 @@ void ZBasicView::checkSelections() {
                       (grip == Grip::Part && !doc.currentDims().isValid(held.mark));
   if (isGone) cancelGrip();
   hovered = {};
-  if (doc.countedList >= 0) countedHere = doc.countedList;
 }
 
 void ZBasicView::selectionChanged() {

@@ -302,7 +302,6 @@ class ZBasicView : public CView, public AutoLoadSink {
   bool changedBefore = false;     // the document, when it began
   uint64_t changesWhenGrown = 0;  // the document's count at its last point
 
-  int32_t countedHere = -1;   // the list whose marks were counted last in this window
   int32_t measuresHere = -1;  // the list that measures were sent to
   int32_t countKept = -1;     // the list that they were sent away from
 };

@@ -324,7 +324,7 @@ void ZBasicView::deleteSelected() {
   cancelGrip();
   const int32_t index = selected;
   clearSelections();
-  edit([&] { doc.currentDims().removeSelected(index); });
+  edit([&] { doc.deleteMarks(index); });
 }
 
 void ZBasicView::selectAll() {

@@ -110,6 +110,7 @@ void ZBasicView::finishShape() {
   shape->Close();
   edit([&] {
     auto& items = doc.currentDims().items;
+    doc.tellByHand(*shape);
     items.insert(items.begin() + selected, std::move(shape));
   });
 }
@@ -138,7 +139,7 @@ bool ZBasicView::holdsFound(int32_t list) const {
     const LoopMarks loops = loopMarksOf(doc.dimlists[kNailfoldList]);
     return !loops.loops.empty() && loops.verdict != kDrawnByHand;
   }
-  return (list == doc.countedList || list == countedHere) && std::ranges::any_of(items, [](const auto& mark) {
+  return doc.holdsCounted(list) && std::ranges::any_of(items, [](const auto& mark) {
            return kindOf(*mark) == std::string_view("circle");
          });
 }

@@ -80,11 +80,6 @@ std::vector<int32_t> CDimList::selection(int32_t index) const {
   return indices;
 }
 
-void CDimList::removeSelected(int32_t index) {
-  const std::vector<int32_t> indices = selection(index);
-  for (auto i = indices.rbegin(); i != indices.rend(); ++i) remove(*i);
-}
-
 void CDimList::clearSelection() {
   for (const auto& item : items) item->selected = false;
 }

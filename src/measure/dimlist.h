@@ -47,7 +47,6 @@ class CDimList : public ArchiveObject {
   // Of an item and all that the user selected: what a command takes that works on the selection. An index of
   // no item adds none.
   std::vector<int32_t> selection(int32_t index) const;
-  void removeSelected(int32_t index);
   void clearSelection();
   // The same items, in the same order; not the selection.
   bool hasSameItems(const CDimList& other) const;

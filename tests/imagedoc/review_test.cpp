@@ -1,6 +1,9 @@
 // Correcting what a finder marked: taken away, added, found again, stored.
 
+#include <array>
+
 #include "imagedoc/commandids.h"
+#include "imagedoc/zbasicview.h"
 #include "support/imagedoctest.h"
 
 namespace tarnvisor {
@@ -70,6 +73,20 @@ TEST_F(Review, OutlivesStoringAndFindingAgain) {
       << "without the one that was rejected, with the one that was drawn";
   run("Find again");
   EXPECT_EQ(d.currentDims().size(), marks);
+}
+
+TEST_F(Review, FindingAgainKeepsWhatEachToolDid) {
+  ZBasicDoc& d = makeSpots();
+  const int32_t found = d.currentDims().size();
+  auto& view = static_cast<ZBasicView&>(*d.views().front());
+  view.selectMarks(std::array<size_t, 2>{0, 1});
+  run("Delete");
+  EXPECT_EQ(d.reviewWords(), "2 rejected, 0 added or moved");
+  d.drawDimension("circle", std::array{Point{2, 2}, Point{8, 2}});
+  run("Find again");
+  EXPECT_EQ(d.currentDims().size(), found - 1) << "without the two, with the one that was drawn";
+  run("Undo");
+  EXPECT_EQ(host.notices.back(), "Undone: Find again");
 }
 
 TEST_F(Review, TellsWhatACountIsMadeOfAndLeavesMeasuresOut) {

@@ -57,10 +57,6 @@ TEST(DimensionLists, RemovingMovesTheSelectedIndexOnlyFromTheRemovedItem) {
   list.selectedindex = 0;
   list.remove(0);
   EXPECT_EQ(list.selectedindex, -1);
-  list.at(0).selected = true;
-  list.removeSelected(-1);
-  ASSERT_EQ(list.size(), 1);
-  EXPECT_EQ(list.at(0).points, (Points{{30, 0}}));
   list.removeAll();
   EXPECT_EQ(list.size(), 0);
 }

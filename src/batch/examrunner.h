@@ -1,0 +1,51 @@
+// The steps of an exam of a study, and what they do to documents.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "batch/runner.h"
+#include "batch/scriptprogram.h"
+
+namespace tarnvisor {
+
+class CdbDocument;
+
+// What is told of documents while the steps run, by the names that they have: a picture has its own before it
+// is saved as a document, and later steps may close it.
+class NotedDocuments {
+ public:
+  void note(const CBasicApp& app);
+  // The file's, once there is one.
+  std::string nameOf(const std::string& title) const;
+  std::string judgementOf(const std::string& title) const;
+
+ private:
+  void noteName(const CDocument* open, const CdbDocument& document);
+  std::map<const CDocument*, std::string> titles;  // of those that were open after the step before
+  std::map<std::string, std::string> files, judged;
+};
+
+class ExamRunner final : public ScriptRunner {
+ public:
+  // folder: the one, with its separator, that the exam writes in; the exam is selected.
+  ExamRunner(ScriptProgram& running, const std::string& folder)
+      : ScriptRunner(running.app, running.host, false), program(running), own(folder) {}
+  NotedDocuments noted;
+  std::map<std::string, std::string> others;  // documents that are another subject's, and words that say so
+  std::set<std::string> read;                 // files outside the study that documents work on
+  int failedLine = 0;
+  std::string why;
+
+ protected:
+  void report(const Step& step, const StepResult& result) override;
+
+ private:
+  void takeOver();
+  std::string freePath(const std::string& name) const;
+  ScriptProgram& program;
+  const std::string own;
+};
+
+}  // namespace tarnvisor
