@@ -12,5 +12,11 @@ for offset in $(tarnvisor-study status "$study" --left | awk '{ print int(($1 - 
     --output="${study//%/%%}/part/slurm-%A_%a.txt" "$here/slurm-chunk.sh")
   jobs="$jobs${jobs:+,}${job%%;*}"
 done
-while [ -n "$jobs" ] && [ -n "$(squeue -h -j "$jobs" 2>/dev/null)" ]; do sleep "${POLL_SECONDS:-10}"; done
+# Of all of one's own: asked for a job that it has forgotten, Slurm fails. While it can't be asked, it may still run them.
+waits() {
+  local own
+  own=$(squeue -h --me -o %F 2>/dev/null) || return 0
+  echo "$own" | grep -qxF "${jobs//,/$'\n'}"
+}
+while [ -n "$jobs" ] && waits; do sleep "${POLL_SECONDS:-10}"; done
 tarnvisor-study merge "$study"

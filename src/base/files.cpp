@@ -67,10 +67,14 @@ bool isAbsolutePath(std::string_view path) {
   return path.front() == '/' || path.front() == '\\' || (path.size() > 1 && path[1] == ':');
 }
 
+// What ".." leads to behind a link only the file system knows.
 std::string absolutePath(const std::string& path) {
   std::error_code error;
   const fs::path full = fs::absolute(path, error);
-  return error ? path : full.lexically_normal().string();
+  if (error) return path;
+  if (std::find(full.begin(), full.end(), "..") == full.end()) return full.lexically_normal().string();
+  const fs::path folder = realPath(full.parent_path().string());
+  return (folder / full.filename()).lexically_normal().string();
 }
 
 std::string fileStamp(const std::string& path) {
@@ -273,11 +277,37 @@ Outcome flushFolder(const std::string& folder) {
     if (handle >= 0) ::close(handle);
     return flushed ? Outcome::success() : Outcome::failure(path.string() + ": " + why);
   };
+  Outcome all = walkFolder(folder, Depth::All, [&](const fs::directory_entry& entry) {
+    std::error_code error;
+    const fs::file_type type = entry.symlink_status(error).type();
+    return type == fs::file_type::regular || type == fs::file_type::directory ? flush(entry.path())
+                                                                              : Outcome::success();
+  });
+  return all ? flush(folder) : all;
+}
+
+Outcome flushGreatFolder(const std::string& folder) {
+  const int handle = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const bool flushed = handle >= 0 && ::syncfs(handle) == 0;
+  if (handle >= 0) ::close(handle);
+  return flushed ? Outcome::success() : flushFolder(folder);
+}
+
+namespace {
+
+template <class Iterator>
+Outcome walk(const std::string& folder, const EntryWork& work) {
   std::error_code error;
-  for (const auto& entry : fs::recursive_directory_iterator(folder, error))
-    if (entry.is_regular_file() || (entry.is_directory() && !entry.is_symlink()))
-      if (Outcome flushed = flush(entry.path()); !flushed) return flushed;
-  return error ? Outcome::failure(folder + ": " + error.message()) : flush(folder);
+  for (Iterator at(folder, error), end; !error && at != end; at.increment(error))
+    if (Outcome done = work(*at); !done) return done;
+  return error ? Outcome::failure(folder + ": " + error.message()) : Outcome::success();
+}
+
+}  // namespace
+
+Outcome walkFolder(const std::string& folder, Depth depth, const EntryWork& work) {
+  return depth == Depth::Own ? walk<fs::directory_iterator>(folder, work)
+                             : walk<fs::recursive_directory_iterator>(folder, work);
 }
 
 FileCopy::FileCopy(const std::string& original, const std::string& to)

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -45,6 +46,12 @@ bool fileExists(const std::string& path);                   // a regular file (o
 bool folderExists(const std::string& path);
 std::string workingFolder();                        // with a separator at its end
 uint64_t freeDiscBytes(const std::string& folder);  // what may still be written there; 0 when unknown
+
+// Each entry of a folder, or of all below it as well, until the work fails or one can't be read. Links are
+// not followed.
+enum class Depth { Own, All };
+using EntryWork = std::function<Outcome(const std::filesystem::directory_entry&)>;
+Outcome walkFolder(const std::string& folder, Depth depth, const EntryWork& work);
 
 // The bytes of a file; nothing when it can't be opened or read, or is longer than maxBytes.
 std::optional<std::vector<uint8_t>> readWholeFile(const std::string& path, uint64_t maxBytes = UINT64_MAX);
@@ -123,6 +130,8 @@ class FlushLater {
 };
 // All that lies in a folder, and the folder.
 Outcome flushFolder(const std::string& folder);
+// The same by one call for the whole disc: for folders of thousands of files.
+Outcome flushGreatFolder(const std::string& folder);
 // That a file or folder has this name.
 void flushName(const std::string& path);
 

@@ -48,6 +48,8 @@ void NotedDocuments::noteName(const CDocument* open, const CdbDocument& document
 void ExamRunner::report(const Step& step, const StepResult& result) {
   ScriptRunner::report(step, result);
   takeOver();
+  if (result.ok && step.word == "import" && !step.args.empty() && fileExists(step.args[0]))
+    read.insert(absolutePath(step.args[0]));
   noted.note(program.app);
   if (result.ok || failedLine > 0) return;
   failedLine = step.lineNumber;
@@ -57,22 +59,37 @@ void ExamRunner::report(const Step& step, const StepResult& result) {
 // A document that the list names is copied, as pictures are: its own file and exam are left alone, and it is
 // from now on one of this exam, not saved yet.
 void ExamRunner::takeOver() {
-  for (CDocument* each : program.app.documents.documents()) {
+  const std::vector<CDocument*> open = program.app.documents.documents();
+  for (auto& [title, document] : titled)
+    if (std::ranges::find(open, document) == open.end()) document = nullptr;
+  for (CDocument* each : open) {
     for (const std::string& file : each->filesInUse())
       if (!file.empty() && !file.starts_with(own)) read.insert(file);
     auto* document = dynamic_cast<CdbDocument*>(each);
     if (!document || document->pathName().starts_with(own)) continue;
-    if (document->pathName().empty()) {
-      // Passes make movies beside the document, else beside the movie.
-      if (dynamic_cast<CVivoCapDoc*>(document))
-        document->setPathName(freePath(withoutExtension(document->title()) + ".dtv"));
-      continue;
-    }
-    const std::string name = fileNameOf(document->pathName()), whose = document->patientId;
-    document->forgetOwner();
-    document->setPathName(freePath(name));
+    const std::string name =
+        document->pathName().empty() ? document->title() : fileNameOf(document->pathName());
+    const std::string whose = document->patientId.empty() ? document->otherSubject() : document->patientId;
+    if (!document->pathName().empty() || !whose.empty()) document->forgetOwner();
+    if (!document->pathName().empty())
+      document->setPathName(freePath(name));
+    else if (dynamic_cast<CVivoCapDoc*>(document))  // passes make movies beside it, else beside the movie
+      document->setPathName(freePath(withoutExtension(name) + ".dtv"));
+    else
+      giveTitle(*document);
     if (!whose.empty() && whose != theExams().subjectId())
       others[document->title()] = format("%s was a document of subject %s", name.c_str(), whose.c_str());
+  }
+}
+
+// Of pictures that are called alike, each has its own: tables and judgements tell of them by their titles.
+void ExamRunner::giveTitle(CDocument& document) {
+  const std::string first = document.title();
+  for (int number = 1;; ++number) {
+    const auto [known, isNew] = titled.try_emplace(document.title(), &document);
+    if (isNew && !document.filesInUse().empty()) madeOf[document.title()] = document.filesInUse().back();
+    if (isNew || known->second == &document) return;
+    document.setTitle(format("%s-%i", first.c_str(), number));
   }
 }
 

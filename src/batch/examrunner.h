@@ -35,6 +35,7 @@ class ExamRunner final : public ScriptRunner {
   NotedDocuments noted;
   std::map<std::string, std::string> others;  // documents that are another subject's, and words that say so
   std::set<std::string> read;                 // files outside the study that documents work on
+  std::map<std::string, std::string> madeOf;  // files of the pictures with these titles
   int failedLine = 0;
   std::string why;
 
@@ -43,9 +44,11 @@ class ExamRunner final : public ScriptRunner {
 
  private:
   void takeOver();
+  void giveTitle(CDocument& document);
   std::string freePath(const std::string& name) const;
   ScriptProgram& program;
   const std::string own;
+  std::map<std::string, const CDocument*> titled;  // without a file; null once they are closed
 };
 
 }  // namespace tarnvisor

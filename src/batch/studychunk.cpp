@@ -41,15 +41,14 @@ namespace {
 
 // The worst word that was said of anything in the exam; empty where nothing judged it.
 std::string worstQuality(const std::vector<CsvRow>& measures, const std::vector<CsvRow>& review) {
-  static const std::vector<std::string> worstFirst{"refused", "unreliable", "low", "fair", "drawn", "good"};
-  size_t worst = worstFirst.size();
+  const Quality* worst = nullptr;
   const auto take = [&](const std::string& words) {
-    const auto place = std::ranges::find(worstFirst, firstWord(words)) - worstFirst.begin();
-    worst = std::min(worst, static_cast<size_t>(place));
+    const Quality* quality = qualityOf(words);
+    if (quality && (!worst || quality < worst)) worst = quality;
   };
   for (const CsvRow& row : measures) take(row.cells[9]);
   for (const CsvRow& row : review) take(row.cells[4]);
-  return worst < worstFirst.size() ? worstFirst[worst] : std::string();
+  return worst ? worst->word : std::string();
 }
 
 class Chunk {
@@ -62,7 +61,7 @@ class Chunk {
   Chunk(const Chunk&) = delete;
   Chunk& operator=(const Chunk&) = delete;
 
-  Outcome run(const ExamLimits& limits, int32_t& failures) {
+  Outcome run(ExamLimits limits, int32_t& failures) {
     std::vector<StudyExam> exams;
     if (Outcome read = plan.examsOf(number, exams); !read) return read;
     if (Outcome seen = seesPictures(exams); !seen) return seen;
@@ -71,7 +70,10 @@ class Chunk {
     if (part.empty())
       return Outcome::failure(plan.partFolder() + " can't be written: " + std::strerror(errno));
     const FlushLater later;
-    Outcome done = measure(exams, limits, failures);
+    limits.settings = file("settings.ini");
+    limit = limits.seconds;
+    Outcome done = takeSettings(limits.settings);
+    if (done) done = measure(exams, limits, failures);
     if (done) done = tellProvenance();
     if (done) done = sign();
     if (done) done = flushFolder(part);
@@ -82,6 +84,13 @@ class Chunk {
  private:
   std::string file(const std::string& name) const { return part + name; }
 
+  // The study's own may change while the chunk runs.
+  Outcome takeSettings(const std::string& copy) const {
+    if (Outcome copied = copyFile(plan.settingsFile(), copy); !copied) return copied;
+    return sha256OfFile(copy) == plan.fact("sha256 of settings.ini")
+               ? Outcome::success()
+               : Outcome::failure(plan.settingsFile() + " is not the one that was planned");
+  }
   // Of a share that isn't there no exam is to blame.
   Outcome seesPictures(const std::vector<StudyExam>& exams) const {
     const auto folder = [&](const StudyExam& exam) { return folderOf(plan.pathOf(plan.cell(exam, "file"))); };
@@ -165,11 +174,11 @@ class Chunk {
   Outcome keep(const StudyExam& exam, const std::string& work) const {
     std::error_code error;
     fs::rename(work + examfiles::kData + plan.key(exam), file(examfiles::kData + plan.key(exam)), error);
-    for (const auto& picture : fs::directory_iterator(work + examfiles::kPictures, error)) {
-      if (error) break;
+    if (error) return Outcome::failure(plan.key(exam) + ": " + error.message());
+    return walkFolder(work + examfiles::kPictures, Depth::Own, [&](const fs::directory_entry& picture) {
       fs::rename(picture.path(), file(examfiles::kPictures + picture.path().filename().string()), error);
-    }
-    return error ? Outcome::failure(plan.key(exam) + ": " + error.message()) : Outcome::success();
+      return error ? Outcome::failure(plan.key(exam) + ": " + error.message()) : Outcome::success();
+    });
   }
   void addToDatabase(DatabaseWriter& database, const StudyExam& exam,
                      const std::vector<CsvRow>& stored) const {
@@ -191,12 +200,14 @@ class Chunk {
                       {{"computer", currentStationId()},
                        {"user", currentUserLabel()},
                        {"process", format("%i", ::getpid())},
+                       {"seconds that an exam may take", format("%g", limit)},
                        {"began", longDateTime(began)},
                        {"seconds", format("%lli", static_cast<long long>(currentTime() - began))}});
   }
   Outcome sign() const {
     std::error_code error;
     fs::remove_all(file("exam"), error);
+    fs::remove(file("settings.ini"), error);
     if (Outcome listed = listFiles(); !listed) return listed;
     std::string sums;
     for (const std::string& name : chunkTables()) sums += sha256OfFile(file(name)) + "  " + name + "\n";
@@ -205,14 +216,18 @@ class Chunk {
   // Of documents and pictures, so that one that is cut off later is known.
   Outcome listFiles() const {
     std::map<std::string, uintmax_t> sizes;
-    std::error_code error;
     for (const char* below : {examfiles::kData, examfiles::kPictures})
-      for (const auto& entry : fs::recursive_directory_iterator(file(below), error)) {
-        if (error) break;
-        if (entry.is_regular_file())
-          sizes[entry.path().lexically_relative(part).string()] = entry.file_size(error);
-      }
-    if (error) return Outcome::failure(part + ": " + error.message());
+      if (Outcome told =
+              walkFolder(file(below), Depth::All,
+                         [&](const fs::directory_entry& entry) {
+                           std::error_code error;
+                           if (entry.is_regular_file(error) && !error)
+                             sizes[entry.path().lexically_relative(part).string()] = entry.file_size(error);
+                           return error ? Outcome::failure(entry.path().string() + ": " + error.message())
+                                        : Outcome::success();
+                         });
+          !told)
+        return told;
     TableFile files(file(chunkfiles::kFiles), filesHeading());
     for (const auto& [name, bytes] : sizes)
       files.add({name, format("%llu", static_cast<unsigned long long>(bytes))});
@@ -221,22 +236,34 @@ class Chunk {
   // Whole, or not at all: where another worker was first, its chunk stands and is the same.
   Outcome takePlace() {
     const std::string done = plan.folder() + "done/" + chunkName(number);
-    std::error_code error;
-    // What an engine left of one that it wanted anew is no chunk: it is swept with other leftovers.
-    if (!plan.isDone(number) && fs::exists(done, error))
-      fs::rename(done, newFolder(plan.partFolder() + chunkName(number) + ".left."), error);
-    if (::rename(part.c_str(), done.c_str()) == 0) {
-      part.clear();
-      flushName(done);
-      return Outcome::success();
+    if (::rename(part.c_str(), done.c_str()) != 0) {
+      const int why = errno;
+      if (plan.isDone(number)) return Outcome::success();
+      if (why != ENOTEMPTY && why != EEXIST) return Outcome::failure(done + ": " + std::strerror(why));
+      // What an engine left of one that it wanted anew is no chunk: it is swept with other leftovers.
+      const std::string left = newFolder(plan.partFolder() + chunkName(number) + ".left.");
+      std::error_code error;
+      fs::rename(done, left, error);
+      // Another worker's, which took its place meanwhile.
+      if (fileExists(left + chunkfiles::kDone)) return putBack(left, done);
+      if (::rename(part.c_str(), done.c_str()) != 0)
+        return plan.isDone(number) ? Outcome::success()
+                                   : Outcome::failure(done + ": " + std::strerror(errno));
     }
-    const int why = errno;
-    return plan.isDone(number) ? Outcome::success() : Outcome::failure(done + ": " + std::strerror(why));
+    part.clear();
+    flushName(done);
+    return Outcome::success();
+  }
+  static Outcome putBack(const std::string& from, const std::string& to) {
+    std::error_code error;
+    fs::rename(from, to, error);
+    return error ? Outcome::failure(to + ": " + error.message() + "; it is " + from) : Outcome::success();
   }
 
   const StudyPlan& plan;
   int32_t number;
   int64_t began;
+  double limit = 0;
   std::string part;  // empty once it has its place
 };
 

@@ -34,11 +34,6 @@ namespace tarnvisor {
 
 namespace fs = std::filesystem;
 
-const std::vector<std::string>& measuresHeading() {
-  static const std::vector<std::string> names{"key",      "subject", "exam", "document", "list", "mark",
-                                              "quantity", "value",   "unit", "quality",  "table"};
-  return names;
-}
 const std::vector<std::string>& resultsHeading() {
   static const std::vector<std::string> names{"key", "exam", "document", "result"};
   return names;
@@ -60,15 +55,17 @@ namespace {
 
 constexpr double kFewGood = 50;  // percent of what was tried
 
-bool isWorthALook(const std::string& quality) {
-  return !quality.empty() && quality != "good" && quality != "fair" && quality != "drawn";
-}
-
 // What the process of an exam does.
 class ExamProcess {
  public:
-  ExamProcess(const StudyPlan& ofStudy, const StudyExam& ofList, const std::string& folder)
-      : plan(ofStudy), exam(ofList), work(folder), key(plan.key(exam)), subject(plan.cell(exam, "subject")) {}
+  ExamProcess(const StudyPlan& ofStudy, const StudyExam& ofList, const std::string& folder,
+              const ExamLimits& given)
+      : plan(ofStudy),
+        exam(ofList),
+        work(folder),
+        limits(given),
+        key(plan.key(exam)),
+        subject(plan.cell(exam, "subject")) {}
 
   Outcome run(int& failedLine) {
     for (const char* below : {examfiles::kData, examfiles::kPictures})
@@ -77,7 +74,7 @@ class ExamProcess {
     std::vector<Step> steps;
     if (Outcome summed = sumInputs(values); !summed) return summed;
     if (Outcome made = plan.steps().stepsFor(values, steps); !made) return made;
-    if (Outcome copied = copyFile(plan.settingsFile(), work + "settings.ini"); !copied) return copied;
+    if (Outcome copied = copyFile(limits.settings, work + "settings.ini"); !copied) return copied;
     if (Outcome made = makeData(); !made) return made;
     ScriptProgram program;
     if (std::ranges::find(steps, "doppler", &Step::word) != steps.end()) program.useVelocityInput();
@@ -163,7 +160,7 @@ class ExamProcess {
     TableFile table(work + examfiles::kMeasures, measuresHeading());
     for (const StudyMeasure& m : measures)
       table.add({key, subject, format("%i", exam.number), m.document, m.list, m.mark, m.quantity, m.value,
-                 m.unit, firstWord(noted.judgementOf(m.document)), m.kind});
+                 m.unit, qualityWord(noted.judgementOf(m.document)), m.kind});
     return table.finish();
   }
   Outcome tellResults(const std::vector<ResultRow>& results) const {
@@ -181,16 +178,16 @@ class ExamProcess {
       isFine = false;
       const bool isStored = std::ranges::find(results, document, &ResultRow::filename) != results.end();
       table.add({key, subject, format("%i", exam.number), document, why,
-                 isStored ? key + "/" + document : plan.linkOf(plan.cell(exam, "file"))});
+                 isStored ? key + "/" + document : linkTo(document, runner)});
     };
     std::map<std::string, std::string> documents;
     for (const StudyMeasure& m : measures) documents[m.document] = noted.judgementOf(m.document);
     for (const ResultRow& row : results) documents[row.filename] = noted.judgementOf(row.filename);
     for (const auto& [document, words] : documents)
-      if (isWorthALook(firstWord(words))) add(document, words);
+      if (const Quality* quality = qualityOf(words); quality && quality->isWorthALook) add(document, words);
     for (const StudyMeasure& m : measures)
-      if ((m.quantity == "%good" || m.quantity == "% used") && !m.value.empty() &&
-          std::strtod(m.value.c_str(), nullptr) < kFewGood)
+      if ((m.quantity == "%good" || m.quantity == "% used") &&
+          numberOf(m.value).value_or(kFewGood) < kFewGood)
         add(m.document,
             m.table + ": " + m.quantity + " " + m.value + (m.mark.empty() ? "" : " of " + m.mark));
     if (measures.empty() && isFine)
@@ -198,6 +195,14 @@ class ExamProcess {
                               : "the steps measured nothing");
     for (const auto& [title, words] : runner.others) add(noted.nameOf(title), words);
     return table.finish();
+  }
+  // The listed file that it was made of, if one, else the exam's first.
+  std::string linkTo(const std::string& title, const ExamRunner& runner) const {
+    const auto made = runner.madeOf.find(title);
+    for (size_t i = 0; i < plan.columns().size() && made != runner.madeOf.end(); ++i)
+      if (plan.columns()[i].starts_with("file") && plan.pathOf(exam.cells[i]) == made->second)
+        return plan.linkOf(exam.cells[i]);
+    return plan.linkOf(plan.cell(exam, "file"));
   }
   // As their windows show them, with what was drawn in.
   Outcome takePictures(const std::vector<ResultRow>& results) const {
@@ -218,6 +223,7 @@ class ExamProcess {
   const StudyPlan& plan;
   const StudyExam& exam;
   const std::string& work;
+  const ExamLimits& limits;
   const std::string key, subject;
   std::vector<std::pair<std::string, std::string>> inputs;  // file and sum
 };
@@ -233,7 +239,9 @@ std::string withoutPlaces(std::string why, const StudyPlan& plan, const StudyExa
                           const std::string& work) {
   for (size_t i = 0; i < plan.columns().size(); ++i)
     if (plan.columns()[i].starts_with("file")) replaceAll(why, plan.pathOf(exam.cells[i]), exam.cells[i]);
-  replaceAll(why, work, "");
+  for (const std::string& place :
+       {work, folderOf(work.substr(0, work.size() - 1)), plan.folder(), plan.pathOf("")})
+    if (place != "/") replaceAll(why, place, "");
   // Of a file that was being written: it is named by its process.
   why = std::regex_replace(why, std::regex("~new[0-9]+-[0-9]+"), "");
   why = trimmed(why);
@@ -251,18 +259,20 @@ void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::strin
   if (const Outcome written = table.finish(); !written) std::fprintf(stderr, "%s\n", written.why().c_str());
 }
 
-[[noreturn]] void beExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work, int threads) {
+[[noreturn]] void beExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
+                         const ExamLimits& limits, pid_t parent) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error in words
+  if (::getppid() != parent) ::_exit(1);  // it went before it could be told
+  std::signal(SIGXFSZ, SIG_IGN);          // a file that may not grow is an error in words
   // What the steps print is of the exam.
   if (const int log =
           ::open((work + examfiles::kLog).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
       log >= 0)
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(log, stream);
-  setParallelThreads(threads);
+  setParallelThreads(limits.threads);
   int failedLine = 0;
   const FlushLater later;  // of this process: the chunk's folder is flushed as a whole
-  const Outcome done = ExamProcess(plan, exam, work).run(failedLine);
+  const Outcome done = ExamProcess(plan, exam, work, limits).run(failedLine);
   if (!done) writeFailure(plan, exam, work, plan.steps().stepAt(failedLine), done.why());
   std::fflush(nullptr);
   ::_exit(done ? 0 : 1);
@@ -293,8 +303,8 @@ bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& wo
     int ends[2];  // the child's end closes with it
     if (::pipe2(ends, O_CLOEXEC) != 0) return failed(std::strerror(errno));
     std::fflush(nullptr);
-    const pid_t child = ::fork();
-    if (child == 0) beExam(plan, exam, work, limits.threads);
+    const pid_t self = ::getpid(), child = ::fork();
+    if (child == 0) beExam(plan, exam, work, limits, self);
     const std::string why = child < 0 ? std::strerror(errno) : "";
     ::close(ends[1]);
     int status = 0;
@@ -310,7 +320,8 @@ bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& wo
     if (again || (signal != SIGKILL && signal != SIGTERM))
       return failed(format("its process ended by signal %i (%s)", signal, ::strsignal(signal)));
     std::error_code error;
-    for (const auto& left : fs::directory_iterator(work, error)) fs::remove_all(left.path(), error);
+    fs::remove_all(work, error);
+    if (!makeFolderPath(work)) return failed(work + " can't be made");
   }
 }
 

@@ -6,12 +6,13 @@
 #include <vector>
 
 #include "batch/studyplan.h"
+#include "results/measures.h"
 
 namespace tarnvisor {
 
 // What an exam's own folder holds once it was run.
 namespace examfiles {
-inline constexpr const char* kMeasures = "measures.csv";
+inline constexpr const char* kMeasures = kMeasuresFile;
 inline constexpr const char* kResults = "results.csv";  // of tarn.db
 inline constexpr const char* kReview = "review.csv";    // what somebody should look at
 inline constexpr const char* kInputs = "inputs.csv";
@@ -22,13 +23,13 @@ inline constexpr const char* kLog = "log.txt";
 }  // namespace examfiles
 
 // The columns of the tables, the same in an exam, a chunk and the whole.
-const std::vector<std::string>& measuresHeading();
 const std::vector<std::string>& resultsHeading();
 const std::vector<std::string>& reviewHeading();
 const std::vector<std::string>& inputsHeading();
 const std::vector<std::string>& failuresHeading();
 
 struct ExamLimits {
+  std::string settings;   // the chunk's own copy
   int threads = 1;        // results don't depend on it
   double seconds = 3600;  // an exam that takes longer has failed
 };

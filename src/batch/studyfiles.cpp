@@ -19,19 +19,27 @@ std::string csvLine(const std::vector<std::string>& cells) {
   return line + "\n";
 }
 
-Outcome readTable(const std::string& path, const std::vector<std::string>& heading,
-                  std::vector<CsvRow>& rows) {
+Outcome forEachRow(const std::string& path, const std::vector<std::string>& heading,
+                   const std::function<void(CsvRow&)>& work) {
   const auto text = readWholeText(path);
   if (!text) return Outcome::failure(path + " can't be read");
-  if (Outcome read = readCsv(*text, rows); !read) return Outcome::failure(path + ": " + read.why());
-  if (rows.empty() || rows.front().cells != heading)
+  CsvReader reader(*text);
+  CsvRow row;
+  if ((!reader.next(row) || row.cells != heading) && reader.problem().empty())
     return Outcome::failure(path + " has other columns than " + std::string(trimmed(csvLine(heading))));
-  rows.erase(rows.begin());
-  for (const CsvRow& row : rows)
+  while (reader.next(row)) {
     if (row.cells.size() != heading.size())
       return Outcome::failure(format("%s: line %zu has %zu cells, not %zu", path.c_str(), row.line,
                                      row.cells.size(), heading.size()));
-  return Outcome::success();
+    work(row);
+  }
+  return reader.problem().empty() ? Outcome::success() : Outcome::failure(path + ": " + reader.problem());
+}
+
+Outcome readTable(const std::string& path, const std::vector<std::string>& heading,
+                  std::vector<CsvRow>& rows) {
+  rows.clear();
+  return forEachRow(path, heading, [&](CsvRow& row) { rows.push_back(std::move(row)); });
 }
 
 Outcome readFacts(const std::string& path, Facts& facts) {

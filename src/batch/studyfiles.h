@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -17,7 +18,10 @@ namespace tarnvisor {
 // With a line's end.
 std::string csvLine(const std::vector<std::string>& cells);
 
-// Rows below their heading. Fails where the heading is another, or a row has another number of cells.
+// Rows below their heading, one after the other. Fails where the heading is another, or a row has another
+// number of cells.
+[[nodiscard]] Outcome forEachRow(const std::string& path, const std::vector<std::string>& heading,
+                                 const std::function<void(CsvRow&)>& work);
 [[nodiscard]] Outcome readTable(const std::string& path, const std::vector<std::string>& heading,
                                 std::vector<CsvRow>& rows);
 

@@ -119,7 +119,7 @@ class DoneChunk {
 class MergeTurn {
  public:
   explicit MergeTurn(const StudyPlan& plan)
-      : file(::open((plan.folder() + "plan.csv").c_str(), O_RDONLY | O_CLOEXEC)) {
+      : file(::open((plan.partFolder() + "merge.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
     while (file >= 0 && ::flock(file, LOCK_EX) != 0 && errno == EINTR) continue;
   }
   ~MergeTurn() {
@@ -155,7 +155,7 @@ class Merger {
     if (part.empty()) return Outcome::failure(target + " can't be made");
     const FlushLater later;
     Outcome done = write(merged.failures);
-    if (done) done = flushFolder(part);
+    if (done) done = flushGreatFolder(part);
     return done ? takePlace(merged.before) : done;
   }
 
@@ -189,6 +189,9 @@ class Merger {
       if (const Outcome checked = check(DoneChunk(plan, chunk)); !checked && ++wrong <= kMostNamed)
         problems += checked.why() + "\n";
     if (wrong > kMostNamed) problems += format("and %zu chunks more\n", wrong - kMostNamed);
+    if (wrong == 0 && static_cast<int64_t>(held) != plan.exams())
+      return Outcome::failure(format("the chunks have %zu exams, and %lli were planned: plan anew", held,
+                                     static_cast<long long>(plan.exams())));
     return wrong == 0 ? Outcome::success() : Outcome::failure(problems);
   }
   Outcome check(const DoneChunk& chunk) {
@@ -196,15 +199,19 @@ class Merger {
     Outcome fine = chunk.checkProvenance();
     if (fine) fine = chunk.rows(chunkfiles::kExams, examsHeading(plan), rows);
     if (fine) fine = chunk.checkKeys(rows, keyColumn);
-    if (fine) fine = chunk.rows(examfiles::kMeasures, measuresHeading(), rows);
+    held += rows.size();
     if (fine)
-      for (const CsvRow& row : rows)
-        if (numberOf(row.cells[7])) columnOf(row);
+      fine = forEachRow(chunk.path(examfiles::kMeasures), measuresHeading(), [&](const CsvRow& row) {
+        if (meanValue(row)) columnOf(row);
+      });
     if (fine) fine = chunk.checkSums();
     if (fine && wish.withDocuments) fine = chunk.checkFiles();
     return fine;
   }
 
+  static std::optional<double> meanValue(const CsvRow& measure) {
+    return hasMean(measure.cells[6]) ? numberOf(measure.cells[7]) : std::nullopt;
+  }
   size_t columnOf(const CsvRow& measure) {
     return columns.place(withUnit(measure.cells[6], measure.cells[8]), measure.cells[10]);
   }
@@ -227,20 +234,21 @@ class Merger {
     failures = 0;
     for (int32_t number = 1; number <= plan.chunks(); ++number) {
       const DoneChunk chunk(plan, number);
-      std::vector<CsvRow> rows, measures, listed, results;
+      std::vector<CsvRow> listed, results;
+      std::map<std::string, MeasureMeans> means;  // by key
       for (Joined& each : joined) {
-        if (Outcome read = chunk.rows(each.name, each.heading, rows); !read) return read;
-        for (CsvRow& row : rows) {
-          if (each.name == std::string(examfiles::kReview)) row.cells[5] = linkFromHere(row.cells[5], chunk);
+        const bool isReview = each.name == std::string(examfiles::kReview),
+                   areMeasures = each.name == std::string(examfiles::kMeasures);
+        Outcome read = forEachRow(chunk.path(each.name), each.heading, [&](CsvRow& row) {
+          if (isReview) row.cells[5] = linkFromHere(row.cells[5], chunk);
+          if (const auto value = areMeasures ? meanValue(row) : std::nullopt)
+            means[row.cells[0]].add(columnOf(row), *value);
           each.table.add(row.cells);
-        }
-        if (each.name == std::string(examfiles::kMeasures)) measures = std::move(rows);
+        });
+        if (!read) return read;
       }
       if (Outcome read = chunk.rows(chunkfiles::kExams, examsHeading(plan), listed); !read) return read;
       if (Outcome read = chunk.rows(examfiles::kResults, resultsHeading(), results); !read) return read;
-      std::map<std::string, MeasureMeans> means;  // by key
-      for (const CsvRow& row : measures)
-        if (const auto value = numberOf(row.cells[7])) means[row.cells[0]].add(columnOf(row), *value);
       for (CsvRow& row : listed) {
         const std::string key = row.cells[keyColumn];
         const bool isDone = row.cells[1] == "done";
@@ -286,7 +294,8 @@ class Merger {
       for (; result < results.size() && results[result].cells[0] == row.folder; ++result)
         database.addResult(row.id, row.created, results[result].cells[2], results[result].cells[3]);
     }
-    return Outcome::success();
+    return result == results.size() ? Outcome::success()
+                                    : DoneChunk(plan, chunk).wrong("it has results of no exam of its list");
   }
   // As the list of exams links from the folder that is merged usually, and documents from their own.
   std::string linkFromHere(const std::string& link, const DoneChunk& chunk) const {
@@ -316,30 +325,40 @@ class Merger {
     const fs::path from = chunk.path(examfiles::kData + key), to = part + key;
     std::error_code error;
     fs::create_directory(to, error);
-    for (const auto& entry : fs::recursive_directory_iterator(from, error)) {
-      if (error) break;
+    const Outcome walked = walkFolder(from.string(), Depth::All, [&](const fs::directory_entry& entry) {
       const fs::path there = to / entry.path().lexically_relative(from);
-      entry.is_directory() ? void(fs::create_directory(there, error)) : place(entry.path(), there, error);
-    }
-    return error ? cantCopy(key, error) : Outcome::success();
+      if (entry.is_directory(error))
+        fs::create_directory(there, error);
+      else if (!error)
+        place(entry.path(), there, error);
+      return error ? cantCopy(key, error) : Outcome::success();
+    });
+    return error ? cantCopy(key, error) : walked;
   }
   Outcome takePictures(const DoneChunk& chunk) const {
     std::error_code error;
     const fs::path to = part + examfiles::kPictures;
     fs::create_directory(to, error);
-    for (const auto& entry : fs::directory_iterator(chunk.path(examfiles::kPictures), error)) {
-      if (error) break;
+    return walkFolder(chunk.path(examfiles::kPictures), Depth::Own, [&](const fs::directory_entry& entry) {
       place(entry.path(), to / entry.path().filename(), error);
-    }
-    return error ? cantCopy("pictures", error) : Outcome::success();
+      return error ? cantCopy("pictures", error) : Outcome::success();
+    });
   }
+  // The one before is exchanged for it, so that one stands at any time, and the other beside it.
   Outcome takePlace(std::string& before) {
     std::error_code error;
-    if (isMerged()) {
+    if (!isMerged()) {
+      fs::rename(part, target, error);
+    } else {
       before = newFolder(target + ".before-");
-      fs::rename(target, before, error);
+      fs::rename(part, before, error);
+      if (!error) part = before;
+      if (!error && ::renameat2(AT_FDCWD, before.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) != 0) {
+        before = newFolder(target + ".before-");  // the file system can't
+        fs::rename(target, before, error);
+        if (!error) fs::rename(part, target, error);
+      }
     }
-    if (!error) fs::rename(part, target, error);
     if (error) return Outcome::failure(target + ": " + error.message());
     part.clear();
     flushName(target);
@@ -359,12 +378,12 @@ class Merger {
   }
   // Nothing in it but who ran the chunks would be lost with the one before.
   static bool isSameFolder(const fs::path& before, const fs::path& now) {
-    std::error_code error;
-    for (const auto& entry : fs::recursive_directory_iterator(before, error))
-      if (entry.is_regular_file() && entry.path().filename() != kRuns &&
-          !isSameFile(entry.path(), now / entry.path().lexically_relative(before)))
-        return false;
-    return !error;
+    return static_cast<bool>(walkFolder(before.string(), Depth::All, [&](const fs::directory_entry& entry) {
+      std::error_code error;
+      const bool isFine = entry.is_directory(error) || entry.path() == before / kRuns ||
+                          isSameFile(entry.path(), now / entry.path().lexically_relative(before));
+      return isFine ? Outcome::success() : Outcome::failure(entry.path().string());
+    }));
   }
 
   const StudyPlan& plan;
@@ -373,6 +392,7 @@ class Merger {
   std::string part;
   MeasureColumns columns;
   size_t keyColumn = 0;
+  size_t held = 0;  // exams that the chunks hold
 };
 
 }  // namespace

@@ -58,16 +58,18 @@ class Planner {
     if (!text) return Outcome::failure(wish.steps + " can't be read");
     if (Outcome read = steps.read(*text, wish.steps, manifest.columns()); !read) return read;
     if (Outcome checked = checkSteps(); !checked) return checked;
-    if (fs::exists(wish.folder) && !fs::is_empty(wish.folder))
+    std::error_code error;
+    if (fs::exists(wish.folder, error) && !(folderExists(wish.folder) && fs::is_empty(wish.folder, error)))
       return Outcome::failure(wish.folder + " is there already: a plan gets a folder of its own");
+    if (error) return Outcome::failure(wish.folder + ": " + error.message());
     const std::string whole = withoutSeparator(wish.folder);
     if (const std::string above = folderOf(whole); !above.empty() && !makeFolderPath(above))
       return Outcome::failure(above + " can't be made");
     const std::string part = newFolder(whole + ".");
     if (part.empty()) return Outcome::failure(wish.folder + " can't be made");
     Outcome written = write(part, *text);
-    std::error_code error;
     if (written) fs::rename(part, whole, error);
+    if (written && !error) flushName(whole);
     if (error) written = Outcome::failure(whole + ": " + error.message());
     if (!written) fs::remove_all(part, error);
     return written;
@@ -161,6 +163,10 @@ Outcome StudyPlan::open(const std::string& studyFolder) {
   for (const char* name : {"settings.ini", kStepsFile, kSumsFile})
     if (Outcome same = checkCopy(name); !same) return same;
   sums = split(readWholeText(place + kSumsFile).value_or(""), '\n');
+  while (!sums.empty() && sums.back().empty()) sums.pop_back();
+  if (sums.size() != static_cast<size_t>(chunkCount))
+    return Outcome::failure(format("%s tells of %i chunks, and %zu were planned", (place + kPlanFile).c_str(),
+                                   chunkCount, sums.size()));
   const auto text = readWholeText(place + kStepsFile, kLongestSteps);
   std::vector<CsvRow> first;
   const auto list = readWholeText(chunkFile(place, 1));
@@ -211,13 +217,15 @@ ExamRow StudyPlan::rowOf(const StudyExam& exam) const {
 }
 
 std::string StudyPlan::pathOf(const std::string& file) const {
-  return file.empty() || isAbsolutePath(file) ? file : absolutePath(place + fact("folder of files") + file);
+  return isAbsolutePath(file) ? file : absolutePath(place + fact("folder of files") + file);
 }
 
 std::string StudyPlan::linkOf(const std::string& file) const {
-  return file.empty() || isAbsolutePath(file)
-             ? file
-             : (fs::path("..") / fact("folder of files") / file).lexically_normal().string();
+  if (file.empty() || isAbsolutePath(file)) return file;
+  const fs::path told = fs::path("..") / fact("folder of files") / file;
+  const bool leadsUp = ("/" + file + "/").find("/../") != std::string::npos;
+  return leadsUp ? fs::path(pathOf(file)).lexically_relative(place + "merged").string()
+                 : told.lexically_normal().string();
 }
 
 std::string StudyPlan::doneFolder(int32_t chunk) const { return place + "done/" + chunkName(chunk) + "/"; }

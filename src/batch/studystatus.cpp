@@ -23,12 +23,12 @@ namespace {
 fs::file_time_type lastTouched(const fs::path& folder) {
   std::error_code error;
   fs::file_time_type last = fs::last_write_time(folder, error);
-  for (const auto& entry : fs::directory_iterator(folder, error)) {
-    if (error) break;
+  (void)walkFolder(folder.string(), Depth::Own, [&](const fs::directory_entry& entry) {
     std::error_code gone;
     const fs::file_time_type touched = entry.last_write_time(gone);
     if (!gone) last = std::max(last, touched);
-  }
+    return Outcome::success();
+  });
   return last;
 }
 
@@ -54,25 +54,26 @@ StudyStatus statusOf(const StudyPlan& plan) {
     else if (readTable(plan.doneFolder(chunk) + chunkfiles::kFailures, failuresHeading(), failed))
       status.failures += static_cast<int64_t>(failed.size());
   }
-  std::error_code error;
-  for (const auto& part : fs::directory_iterator(plan.partFolder(), error))
-    status.parts += part.is_directory() ? 1 : 0;
+  (void)walkFolder(plan.partFolder(), Depth::Own, [&](const fs::directory_entry& part) {
+    std::error_code error;
+    status.parts += part.is_directory(error) ? 1 : 0;
+    return Outcome::success();
+  });
   return status;
 }
 
 size_t sweepParts(const StudyPlan& plan, double hours) {
-  const auto limit =
-      fs::file_time_type::clock::now() -
-      std::chrono::duration_cast<fs::file_time_type::duration>(std::chrono::duration<double>(hours * 3600));
+  using Hours = std::chrono::duration<double, std::ratio<3600>>;
   size_t swept = 0;
-  std::error_code error;
-  for (const auto& part : fs::directory_iterator(plan.partFolder(), error)) {
-    if (!part.is_directory() || lastTouched(part.path()) > limit || isAtWork(part.path().filename().string()))
-      continue;
-    std::error_code kept;
-    fs::remove_all(part.path(), kept);
-    swept += kept ? 0 : 1;
-  }
+  (void)walkFolder(plan.partFolder(), Depth::Own, [&](const fs::directory_entry& part) {
+    std::error_code error;
+    const Hours age = fs::file_time_type::clock::now() - lastTouched(part.path());
+    if (!part.is_directory(error) || age.count() < hours || isAtWork(part.path().filename().string()))
+      return Outcome::success();
+    fs::remove_all(part.path(), error);
+    swept += error ? 0 : 1;
+    return Outcome::success();
+  });
   return swept;
 }
 

@@ -49,7 +49,7 @@ const Thumbnail& Thumbnails::make(const std::string& path) {
   const std::unique_ptr<CDocument> document = openUnseen(path, whynot);
   if (!document) return made.seen;
   if (const auto* judged = dynamic_cast<const CdbDocument*>(document.get()))
-    made.seen.quality = toQt(firstWord(judged->judgementOfResult()));
+    made.seen.quality = qualityWord(judged->judgementOfResult());
   if (const QImage picture = drawn(*document->views().front()); !picture.isNull())
     made.seen.picture =
         QPixmap::fromImage(picture.scaled(largest, Qt::KeepAspectRatio, Qt::SmoothTransformation));

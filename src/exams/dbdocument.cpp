@@ -92,11 +92,21 @@ void CdbDocument::noteMadeHere() {
   madeUnder = theExams().examId();
 }
 
+namespace {
+// The database has ids without blanks.
+bool isSameId(const std::string& a, const std::string& b) {
+  return replaced(std::string(trimmed(a)), ' ', '_') == replaced(std::string(trimmed(b)), ' ', '_');
+}
+}  // namespace
+
+std::string CdbDocument::otherSubject() const {
+  return isSameId(subjectOfFile, owner().subject) ? std::string() : subjectOfFile;
+}
+
 CdbDocument::Owner CdbDocument::measuredFor() const {
   if (examIdOfDoc >= 0) return {patientId, examIdOfDoc};
   // Nobody said yet that it is the selected one's.
-  if (const Owner next = owner(); !subjectOfFile.empty() && subjectOfFile != next.subject)
-    return {subjectOfFile, -1};
+  if (const std::string other = otherSubject(); !other.empty()) return {other, -1};
   const bool isOfAnother = !madeFor.empty() && madeFor != theExams().subjectId();
   return madeUnder >= 0 || isOfAnother ? Owner{madeFor, madeUnder} : owner();
 }
@@ -129,7 +139,7 @@ std::optional<CdbDocument::Owner> CdbDocument::askOwner() {
 
 bool CdbDocument::agreesToSubject(const std::string& path, const std::string& fileSubject) const {
   const std::string own = measuredFor().subject;
-  if (fileSubject.empty() || own.empty() || fileSubject == own) return true;
+  if (fileSubject.empty() || own.empty() || isSameId(fileSubject, own)) return true;
   return host().messages.show(
              format("%s names the subject %s, and %s is of subject %s. Import it all the same?",
                     fileNameOf(path).c_str(), fileSubject.c_str(), title().c_str(), own.c_str()),
@@ -137,7 +147,8 @@ bool CdbDocument::agreesToSubject(const std::string& path, const std::string& fi
 }
 
 bool CdbDocument::mayBecome(const Owner& next) {
-  const bool isOther = !subjectOfFile.empty() && !next.subject.empty() && subjectOfFile != next.subject;
+  const bool isOther =
+      !subjectOfFile.empty() && !next.subject.empty() && !isSameId(subjectOfFile, next.subject);
   if (isBoundToExam() || !isOther) return true;
   if (host().messages.show(
           format("%s was made of a file that names the subject %s. Save it as a document of subject %s?",
@@ -232,8 +243,10 @@ std::unique_ptr<CdbDocument> readAs(const DocumentType* type, const std::string&
 
 }  // namespace
 
-std::string firstWord(const std::string& judgement) {
-  return judgement.substr(0, judgement.find_first_of(" ,;:("));
+const Quality* qualityOf(std::string_view judgement) {
+  const auto* found = std::ranges::find_if(
+      kQualities, [&](const Quality& quality) { return judgement.starts_with(quality.word); });
+  return found == std::end(kQualities) ? nullptr : found;
 }
 
 std::unique_ptr<CdbDocument> CdbDocument::readAlone(const std::string& path) {

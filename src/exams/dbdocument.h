@@ -6,14 +6,28 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 
 #include "framework/document.h"
 
 namespace tarnvisor {
 
-// Of a judgement (CdbDocument::judgementOfResult): "low" of "low: 3 of 20 images could not be aligned".
-std::string firstWord(const std::string& judgement);
+// What a judgement (CdbDocument::judgementOfResult) begins with: "low" of "low: 3 of 20 images could not be
+// aligned". Worst first; others are no judgement.
+struct Quality {
+  const char* word;
+  bool isWorthALook;
+};
+inline constexpr Quality kQualities[] = {{"refused", true}, {"no reading", true}, {"unreliable", true},
+                                         {"low", true},     {"fair", false},      {"by hand", false},
+                                         {"good", false}};
+// Null for none of them.
+const Quality* qualityOf(std::string_view judgement);
+inline const char* qualityWord(std::string_view judgement) {
+  const Quality* quality = qualityOf(judgement);
+  return quality ? quality->word : "";
+}
 
 class CdbDocument : public CDocument {
  public:
@@ -41,9 +55,11 @@ class CdbDocument : public CDocument {
   static std::unique_ptr<CdbDocument> readAlone(const std::string& path);
   // What a number of its result text is told in; empty where nobody knows.
   virtual std::string unitOfResult(const std::string& /*quantity*/) const { return {}; }
-  // How far its result can be believed: one word (good, fair, low, unreliable, refused...), then why. Empty
+  // How far its result can be believed: one of kQualities, then why. Empty
   // where nothing judged it.
   virtual std::string judgementOfResult() const { return {}; }
+  // The subject whom the file that it was made of names, where that is another one; empty otherwise.
+  std::string otherSubject() const;
   // Whose the document in a file of this kind is; nobody's for a file that can't be read.
   Owner ownerInFile(const std::string& path) const;
   // Whose its results are: the one it is bound to, else the one that its file names, else the one that was

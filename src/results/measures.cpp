@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <set>
 
 #include "app/basicapp.h"
+#include "base/csv.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "db/subjectdatabase.h"
@@ -49,14 +52,15 @@ bool isMeanOfLines(const CResultDoc& table, size_t row) {
 // Measures of loops have no negative values: -1 stands where one can't be told.
 bool isUntold(const CResultDoc& table, const StudyMeasure& measure) {
   const bool isOfLoops = hasColumn(table, "loops") || hasColumn(table, "other limb");
-  const bool isPlace = measure.quantity == "x" || measure.quantity == "y";
-  return isOfLoops && !isPlace && !measure.value.empty() && std::strtod(measure.value.c_str(), nullptr) == -1;
+  return isOfLoops && hasMean(measure.quantity) && !measure.value.empty() &&
+         std::strtod(measure.value.c_str(), nullptr) == -1;
 }
+
+constexpr const char* kSaved = "saved table of ";
 
 // A saved one is titled by its file.
 std::string kindOf(const CResultDoc& table) {
-  return table.pathName().empty() ? table.title()
-                                  : format("saved table of %zu columns", table.columns.size());
+  return table.pathName().empty() ? table.title() : format("%s%zu columns", kSaved, table.columns.size());
 }
 
 struct StudyRows {
@@ -133,6 +137,33 @@ void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& su
     }
 }
 
+bool isNewer(const std::string& file, const std::string& other) {
+  std::error_code error;
+  const auto written = std::filesystem::last_write_time(file, error);
+  return !error && written > std::filesystem::last_write_time(other, error) && !error;
+}
+
+// Those of the exams of a merged study that no exam saved: they stand nowhere else. What they tell of a
+// document that was corrected since is no longer so.
+void addMerged(StudyRows& rows, const std::vector<std::string>& subjects, std::string& unread) {
+  const std::string path = theApp().dataFolder + kMeasuresFile;
+  const auto text = subjects.empty() || !fileExists(path) ? std::nullopt : readWholeText(path);
+  if (!text) return;
+  const std::set<std::string> wanted(subjects.begin(), subjects.end());
+  CsvReader reader(*text);
+  CsvRow row;
+  if (!reader.next(row) || row.cells != measuresHeading()) return;  // it is no study's
+  while (reader.next(row)) {
+    const std::vector<std::string>& c = row.cells;
+    if (c.size() != measuresHeading().size()) break;
+    if (c[10].empty() || c[10].starts_with(kSaved) || !wanted.contains(c[1]) ||
+        !rows.wanted.has(c[6], c[8]) || isNewer(theApp().dataFolder + c[0] + kSeparator + c[3], path))
+      continue;
+    rows.measures.push_back({c[1], c[2], c[3], c[4], c[5], c[6], c[7], c[8], c[10], c[10]});
+  }
+  if (!reader.problem().empty() || row.cells.size() != measuresHeading().size()) unread += path + "\n";
+}
+
 void addOpenTables(StudyRows& rows) {
   for (const CDocument* document : theApp().documents.documents())
     if (const auto* table = dynamic_cast<const CResultDoc*>(document)) rows.add(*table, table->ownerOfAll());
@@ -152,6 +183,12 @@ void addDocuments(StudyRows& rows, const SubjectDatabase& db, const std::string&
 }
 
 }  // namespace
+
+const std::vector<std::string>& measuresHeading() {
+  static const std::vector<std::string> names{"key",      "subject", "exam", "document", "list", "mark",
+                                              "quantity", "value",   "unit", "quality",  "table"};
+  return names;
+}
 
 size_t MeasureColumns::place(const std::string& quantity, const std::string& kind) {
   const auto [known, isNew] = places.try_emplace({quantity, kind}, columns.size());
@@ -183,8 +220,10 @@ std::string MeasureMeans::cell(size_t place) const {
 std::optional<double> numberOf(const std::string& text) {
   char* end = nullptr;
   const double value = std::strtod(text.c_str(), &end);
-  return text.empty() || *end != '\0' ? std::nullopt : std::optional(value);
+  return text.empty() || *end != '\0' || !std::isfinite(value) ? std::nullopt : std::optional(value);
 }
+
+bool hasMean(const std::string& quantity) { return quantity != "x" && quantity != "y"; }
 
 WantedQuantities::WantedQuantities(const std::string& listed) {
   for (const std::string& name : split(listed, ','))
@@ -240,6 +279,7 @@ std::vector<StudyMeasure> measuresOfTables(const std::vector<std::string>& subje
   StudyRows rows{.wanted = wanted};
   addOpenTables(rows);
   for (const std::string& subject : subjects) addStored(rows, *theApp().db, subject, unread);
+  addMerged(rows, subjects, unread);
   return std::move(rows.measures);
 }
 

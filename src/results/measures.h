@@ -33,6 +33,10 @@ struct StudyMeasure {
   std::string kind = {};  // of the table: the same in all exams, also where each has a file of its own
 };
 
+// Of the table of measures that a merged study holds (docs/formats/study.md): its name, and its columns.
+inline constexpr const char* kMeasuresFile = "measures.csv";
+const std::vector<std::string>& measuresHeading();
+
 // Columns of quantities in the order in which they first come. What tables of different kinds, or the results
 // of documents, call alike are quantities of their own.
 class MeasureColumns {
@@ -49,6 +53,9 @@ class MeasureColumns {
   std::vector<Column> columns;
 };
 
+// A place in the picture has none.
+bool hasMean(const std::string& quantity);
+
 // Of an exam, by the columns' places.
 class MeasureMeans {
  public:
@@ -58,7 +65,7 @@ class MeasureMeans {
  private:
   std::map<size_t, std::pair<double, int>> sums;
 };
-// A whole text that is a number.
+// A whole text that is a finite number.
 std::optional<double> numberOf(const std::string& text);
 
 // Whether a quantity is among those that are asked for.
@@ -76,8 +83,9 @@ std::string withUnit(const std::string& quantity, const std::string& unit);
 
 // The subjects that a scope takes in beside the open tables: none of those alone.
 [[nodiscard]] Outcome subjectsOf(StudyScope scope, std::vector<std::string>& subjects);
-// Of the open tables, and of those that are stored for the subjects. Tables that can't be read, as lines for
-// the user, come in `unread`.
+// Of the open tables, and of those that are stored for the subjects; where the data folder is a merged study,
+// of the tables that its exams made as well. Tables that can't be read, as lines for the user, come in
+// `unread`.
 std::vector<StudyMeasure> measuresOfTables(const std::vector<std::string>& subjects,
                                            const WantedQuantities& wanted, std::string& unread);
 // Those, and of the scope's documents what their results say. Fails where there is none.

@@ -80,7 +80,7 @@ class ExamTable {
     }
   }
   void add(const StudyMeasure& measure) {
-    if (const auto value = numberOf(measure.value))
+    if (const auto value = numberOf(measure.value); value && hasMean(measure.quantity))
       rowOf(measure.subject, measure.exam)
           .means.add(columns.place(withUnit(measure.quantity, measure.unit), measure.kind), *value);
   }

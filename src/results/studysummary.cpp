@@ -39,15 +39,11 @@ std::vector<Quantity> quantitiesOf(const std::vector<StudyMeasure>& measures) {
     const auto [place, isNew] = places.emplace(std::pair(measure.table, name), all.size());
     if (isNew) all.push_back({.name = name, .table = measure.table});
     Quantity& quantity = all[place->second];
-    char* end = nullptr;
-    const double value = std::strtod(measure.value.c_str(), &end);
-    if (measure.value.empty()) {
-      ++quantity.missing;
-    } else if (*end != '\0' || !std::isfinite(value)) {
-      ++quantity.noNumbers;
-    } else {
+    if (const auto value = numberOf(measure.value)) {
       quantity.measures.push_back(&measure);
-      quantity.values.push_back(value);
+      quantity.values.push_back(*value);
+    } else {
+      ++(measure.value.empty() ? quantity.missing : quantity.noNumbers);
     }
   }
   return all;

@@ -99,13 +99,14 @@ TEST_F(Study, WhatIsDoneIsNotDoneAgainAndLeftoversGoByAge) {
   EXPECT_EQ(fileStamp(folder.file("study/done/000001/run.csv")), stamp);
   EXPECT_EQ(runStudy({"status", folder.file("study")}, ""), 3);
   EXPECT_EQ(mergeProblem("study"), "");
-  put("study/merged/b-2/b-2.tv1", "corrected");
+  put("study/merged/b-2/runs.csv", "by hand");
   EXPECT_EQ(mergeProblem("study"), "");
-  EXPECT_EQ(readWholeText(merged.before + "b-2/b-2.tv1"), "corrected");
+  EXPECT_EQ(readWholeText(merged.before + "b-2/runs.csv"), "by hand");
   fs::create_directory(folder.file("study/part/old"));
   fs::create_directory(folder.file("study/part/new"));
   fs::last_write_time(folder.file("study/part/old"),
                       fs::file_time_type::clock::now() - std::chrono::hours(30));
+  EXPECT_EQ(sweepParts(opened, 1e8), 0u);
   EXPECT_EQ(sweepParts(opened, 24), 1u);
   EXPECT_EQ(statusOf(opened).parts, 1u);
 }
@@ -155,6 +156,21 @@ TEST_F(Study, ADocumentOfTheClinicIsMeasuredAndLeftAsItWas) {
   put("steps.txt", "open {file}\ncommand \"Find Capillaries\"\nsave\nsave {file}\n");
   EXPECT_EQ(make("third", "9", {"1"}), 3) << "a whole name leads out of the study";
   EXPECT_EQ(fileStamp(theirs), stamp);
+}
+
+TEST_F(Study, PicturesThatAreCalledAlikeAreToldApart) {
+  for (const char* below : {"x", "y/z"}) ASSERT_TRUE(makeFolderPath(folder.file(below)));
+  fs::copy_file(folder.file("1.bmp"), folder.file("x/p.bmp"));
+  fs::copy_file(folder.file("2.bmp"), folder.file("y/p.bmp"));
+  fs::create_directory_symlink(folder.file("y/z"), folder.file("x/away"));
+  put("list.csv", "key,subject,file,file2\na,S,x/p.bmp,x/away/../p.bmp\n");
+  const std::string count = "}\ncommand \"Calculate average of selection\"\n";
+  put("steps.txt", "open {file" + count + "open {file2" + count);
+  EXPECT_EQ(make("study", "9", {"1"}), 0) << get("study/merged/failures.csv");
+  EXPECT_THAT(get("study/merged/measures.csv"), HasSubstr("a,S,1,p-1,"));
+  EXPECT_THAT(get("study/merged/inputs.csv"),
+              HasSubstr("a,x/away/../p.bmp," + sha256OfFile(folder.file("y/p.bmp"))))
+      << "what lies behind the link, not beside it";
 }
 
 TEST_F(Study, AChunkThatAnEngineTookApartIsRunAnew) {

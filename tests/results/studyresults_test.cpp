@@ -1,5 +1,8 @@
 #include "results/studyresults.h"
 
+#include <chrono>
+#include <filesystem>
+
 #include "assembly/assembly.h"
 #include "exams/subjectdirectory.h"
 #include "frame/mainframe.h"
@@ -101,6 +104,26 @@ TEST_F(StudyResults, AreARowAnExamWithTheMeansOfWhatIsAskedFor) {
             "subject,born,sex,exam,date,site,comment,documents,capillary density,width (um)\n" +
                 format("S-1,1970-02-03,f,%i,%s,hand,,1,12.5,7.5\n", first, day.c_str()) +
                 format("S-2,,,%i,%s,hand,,0,,\n", empty, day.c_str()));
+}
+
+TEST_F(StudyResults, OfAMergedStudyTakeInWhatItsTablesToldUnlessTheDocumentWasCorrected) {
+  select("S", "k");
+  const std::string row = "width,12.5,um,,Diameter\n";
+  const std::string table = app->dataFolder + "measures.csv";
+  const auto put = [](const std::string& path, std::string_view text) {
+    ASSERT_TRUE(replaceFile(path, text));
+  };
+  put(app->dataFolder + "k/b.tv1", "");
+  put(table, "key,subject,exam,document,list,mark,quantity,value,unit,quality,table\nk,S,1,a.tv1,,," + row +
+                 "k,S,1,b.tv1,,," + row +
+                 "k,S,1,a.tv1,,,area,2,um,,\nk,S,1,a.tv1,,,area,2,,,saved table of 9 columns\n" +
+                 "k,T,1,a.tv1,,," + row);
+  EXPECT_EQ(exported(StudyScope::AllSubjects).size(), 3u);
+  std::filesystem::last_write_time(table,
+                                   std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  const auto lines = exported(StudyScope::AllSubjects);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_THAT(lines[1], testing::HasSubstr("a.tv1"));
 }
 
 TEST_F(StudyResults, LeaveOutWhatIsNotAskedFor) {
