@@ -12,11 +12,10 @@ for offset in $(tarnvisor-study status "$study" --left | awk '{ print int(($1 - 
     --output="${study//%/%%}/part/slurm-%A_%a.txt" "$here/slurm-chunk.sh")
   jobs="$jobs${jobs:+,}${job%%;*}"
 done
-# Of all of one's own: asked for a job that it has forgotten, Slurm fails. While it can't be asked, it may still run them.
+# While Slurm can't be asked it may still run them; jobs that it has forgotten are none.
 waits() {
-  local own
-  own=$(squeue -h --me -o %F 2>/dev/null) || return 0
-  echo "$own" | grep -qxF "${jobs//,/$'\n'}"
+  local told
+  if told=$(squeue -h -j "$jobs" 2>&1); then [ -n "$told" ]; else ! grep -q "Invalid job id" <<<"$told"; fi
 }
 while [ -n "$jobs" ] && waits; do sleep "${POLL_SECONDS:-10}"; done
 tarnvisor-study merge "$study"

@@ -11,22 +11,23 @@ namespace {
 // Who is told nothing, and loses nothing by an answer.
 struct Nobody final : NullHost {
   std::string told;
+  bool asksSomebody() const override { return false; }
   Answer show(const std::string& text, Buttons buttons, Icon) override {
-    told = text;
+    told += (told.empty() ? "" : "\n") + text;
     return buttons == Buttons::Ok ? Answer::Ok : buttons == Buttons::YesNo ? Answer::No : Answer::Cancel;
   }
 };
 
 }  // namespace
 
-std::unique_ptr<CDocument> openUnseen(const std::string& path, std::string& whynot) {
+std::unique_ptr<CDocument> openUnseen(const std::string& path, std::string& heard) {
   const DocumentType* type = theApp().documents.typeFor(path);
   if (!fileExists(path)) {
-    whynot = "the file is not there";
+    heard = "the file is not there";
     return nullptr;
   }
   if (!type || !type->canOpen() || !type->classes().makeView) {
-    whynot = "no kind of document opens it";
+    heard = "no kind of document opens it";
     return nullptr;
   }
   Nobody nobody;
@@ -34,9 +35,10 @@ std::unique_ptr<CDocument> openUnseen(const std::string& path, std::string& whyn
   std::unique_ptr<CDocument> document = type->classes().makeDocument();
   document->setPathName(path);
   if (!document->onOpenDocument(path)) {
-    whynot = nobody.told.empty() ? "it can't be read" : nobody.told;
+    heard = nobody.told.empty() ? "it can't be read" : nobody.told;
     return nullptr;
   }
+  heard = nobody.told;
   document->addView(type->classes().makeView(*document));
   document->updateAllViews();
   return document;

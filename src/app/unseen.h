@@ -10,7 +10,7 @@
 namespace tarnvisor {
 
 // With its view; what the file holds, whether or not it is open in a window too. Null where it can't be
-// opened, and whynot then tells what a user would have been told.
-std::unique_ptr<CDocument> openUnseen(const std::string& path, std::string& whynot);
+// opened. `heard` is what a user would have been told: why it can't, or what is wrong with it.
+std::unique_ptr<CDocument> openUnseen(const std::string& path, std::string& heard);
 
 }  // namespace tarnvisor

@@ -103,6 +103,12 @@ std::optional<std::string> recoded(std::string_view text) {
   return own;
 }
 
+std::string joined(const std::vector<std::string>& parts, std::string_view between) {
+  std::string all;
+  for (const std::string& part : parts) all.append(&part == &parts.front() ? "" : between).append(part);
+  return all;
+}
+
 std::string_view trimmed(std::string_view text) {
   while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
   while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);

@@ -35,6 +35,7 @@ std::string foldedName(std::string_view text);
 std::optional<std::string> recoded(std::string_view text);
 
 std::string_view trimmed(std::string_view text);
+std::string joined(const std::vector<std::string>& parts, std::string_view between);
 std::string replaced(std::string text, char from, char to);
 // Replaces every "%1" in a message by the text.
 std::string filledIn(std::string message, std::string_view text);

@@ -160,12 +160,14 @@ StepResult selectSubject(StepContext& c) {
   c.script.begin(answers);
   const bool isThere = c.app.db->readSubject(dialog.id).has_value();
   if (!isThere && !dialog.addAsNewId()) return StepResult::failure(c.script.shown());
+  // One that another spelling led to is the same person only if what is told of it fits.
+  const bool isAnswered = !isThere && answers.size() == 1;
   // The next run of a script finds what the first one made, and is asked nothing.
   if (isThere || (!answers.empty() && equalIgnoringCase(answers[0], "no"))) c.script.dropAnswers();
   dialog.chooseId(dialog.id);
   if (theExams().subjectId() != dialog.id)
     return StepResult::failure("the subject can't be written to the database");
-  const bool replaces = !answers.empty() && equalIgnoringCase(answers[0], "yes");
+  const bool replaces = !isAnswered && !answers.empty() && equalIgnoringCase(answers[0], "yes");
   if (const auto wrong = tellPerson(dialog, {c.step.args.begin() + 1, c.step.args.end()}, replaces);
       !wrong.empty())
     return StepResult::failure(wrong);

@@ -487,6 +487,7 @@ void SubjectWindow::updateButtons() {
   addButton->setEnabled(writable && !idText().isEmpty() && !subject && !isKnown(idText().replace(' ', '_')));
   saveButton->setEnabled(writable && !shownId.empty() && detailsChanged());
   startButton->setEnabled(writable && subject);
+  startButton->setToolTip(subject ? "" : "Choose a subject, or add the id as a new one first.");
   // Enter in a field saves what was changed there, and otherwise goes on.
   (saveButton->isEnabled() ? saveButton : startButton)->setDefault(true);
   viewButton->setEnabled(writable && subject);

@@ -122,7 +122,7 @@ void CVivoCapDoc::addVersion(const std::string& what, int32_t madeOf) {
 
 // Also where the way led through others meanwhile.
 void CVivoCapDoc::rememberVersions(int32_t from, int32_t to) {
-  rememberStep([this, from, to](bool back) {
+  rememberStep(format("version %i", to), [this, from, to](bool back) {
     if (const Outcome went = showVersion(back ? from : to); !went) report(went.why());
   });
 }

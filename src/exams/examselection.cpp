@@ -2,6 +2,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "exams/dbdocument.h"
 #include "settings/settings.h"
 
 namespace tarnvisor {
@@ -16,11 +17,18 @@ ExamSelection::ExamSelection(CBasicApp& application) : app(application) {
   present = this;
   app.onDataFolderChanged = [this] { clear(); };
   app.folderOfExam = [this] { return folder(); };
+  app.documents.filesOfStored = [](const std::string& path) {
+    const auto document = CdbDocument::readAlone(path);
+    if (!document) return std::vector<std::string>();
+    document->setPathName(path);
+    return document->filesInUse();
+  };
 }
 
 ExamSelection::~ExamSelection() {
   app.onDataFolderChanged = nullptr;
   app.folderOfExam = nullptr;
+  app.documents.filesOfStored = nullptr;
   present = nullptr;
 }
 

@@ -135,7 +135,8 @@ std::vector<Course> coursesOf(const std::string& subject, const std::optional<st
   const SubjectDatabase* db = theApp().db.get();
   if (!db) return {};
   std::vector<ExamRow> exams = db->examsOf(subject);
-  if (site) std::erase_if(exams, [&](const ExamRow& exam) { return exam.site != *site; });
+  if (site)
+    std::erase_if(exams, [&](const ExamRow& exam) { return foldedName(exam.site) != foldedName(*site); });
   std::ranges::stable_sort(exams, {}, &ExamRow::created);
   std::map<std::string, Course> found;
   for (const ExamRow& exam : exams) {

@@ -28,7 +28,7 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
        &F::canSelectSubject,
        {.tip = "New examination",
         .status = "Starts an examination of the selected subject: asks for its site and makes its folder.",
-        .whyOff = "A recording is under way."}},
+        .whyOff = "A recording is under way, or there is no window to ask in: scripts have the step exam."}},
       {cmd::OpenCytoscan,
        "Open C&ytoscan file...",
        &F::openCytoscan,

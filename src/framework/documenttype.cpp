@@ -167,9 +167,30 @@ CDocument* DocumentManager::userOf(const std::string& path) const {
 
 Outcome DocumentManager::mayOutputTo(const std::string& path) const {
   const CDocument* user = userOf(path);
-  return user ? Outcome::failure(path + " is in use by the open document " + user->title() +
-                                 ": choose another name")
-              : Outcome::success();
+  if (user)
+    return Outcome::failure(path + " is in use by the open document " + user->title() +
+                            ": choose another name");
+  const std::string holder = storedHolderOf(path);
+  return holder.empty()
+             ? Outcome::success()
+             : Outcome::failure(path + " belongs to the stored document " + holder + ": choose another name");
+}
+
+// Documents hold names as they are: only one with the name somewhere in it is worth reading.
+std::string DocumentManager::storedHolderOf(const std::string& path) const {
+  std::string holder;
+  if (!filesOfStored || !fileExists(path)) return holder;
+  const std::string name = fileNameOf(path), folder = folderOf(absolutePath(path));
+  (void)walkFolder(folder, Depth::Own, [&](const std::filesystem::directory_entry& entry) {
+    const std::string beside = entry.path().string();
+    const auto text = typeFor(beside) && !sameFile(beside, path) ? readWholeText(beside) : std::nullopt;
+    if (!text || text->find(name) == std::string::npos) return Outcome::success();
+    const auto isIt = [&](const std::string& file) { return sameFile(file, path); };
+    if (!std::ranges::any_of(filesOfStored(beside), isIt)) return Outcome::success();
+    holder = fileNameOf(beside);
+    return Outcome::failure(holder);  // found
+  });
+  return holder;
 }
 
 WorkOf::WorkOf(const CDocument* working)

@@ -146,6 +146,8 @@ class DocumentManager {
 
   // The open document that has that file in use; null for none.
   CDocument* userOf(const std::string& path) const;
+  // The files that a stored document is, by its path; set by those who know how to read it without a window.
+  std::function<std::vector<std::string>(const std::string& path)> filesOfStored;
   // Exports, pictures and pages ask before they write: refused in words for a file that is in use.
   [[nodiscard]] Outcome mayOutputTo(const std::string& path) const;
 
@@ -181,6 +183,7 @@ class DocumentManager {
   const CDocument* atWork = nullptr;  // whose command runs
   bool closeWhoseWorkMayStop(CDocument& document);
   bool settleByForm(const std::vector<CDocument*>& changed);
+  std::string storedHolderOf(const std::string& path) const;
   void opened(CDocument& document);
   void closing(CDocument& document);
   std::vector<CDocument*> order;  // before the types, whose documents leave it as they go

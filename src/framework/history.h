@@ -26,9 +26,10 @@ class History {
   size_t size() const { return done.size() + undone.size(); }
   // What was taken back before can't be made again. Of the others the newest stay that have room, one at
   // least.
-  void add(Entry made, const std::function<uint64_t(const Entry&)>& bytesOf) {
+  // what: of a change that no command made that is still at work.
+  void add(Entry made, const std::function<uint64_t(const Entry&)>& bytesOf, const std::string& what = {}) {
     undone.clear();
-    done.push_back({std::move(made), commandAtWork()});
+    done.push_back({std::move(made), commandAtWork().empty() ? what : commandAtWork()});
     uint64_t bytes = 0;
     size_t fitting = 0;
     while (fitting < done.size()) {

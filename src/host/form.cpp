@@ -62,6 +62,8 @@ std::string FormField::take(const std::string& text) const {
         *std::get<int32_t*>(target) = static_cast<int32_t>(i);
         return {};
       }
+    if (double number = 0; !parseNumber(text, number))
+      return format("%s: \"%s\" is none of %s.", label.c_str(), text.c_str(), joined(choices, ", ").c_str());
   }
   if (kind == Kind::Check && (equalIgnoringCase(text, "yes") || equalIgnoringCase(text, "no"))) {
     *std::get<int32_t*>(target) = equalIgnoringCase(text, "yes") ? 1 : 0;

@@ -146,7 +146,8 @@ std::string wordsOf(const LoopMarks& marks, const LoopCount& counted) {
   if (!counted.avascular.empty())
     words += format(", %zu avascular (over %.0f um without a loop, %.0f %% of the row)",
                     counted.avascular.size(), kAvascularStretch, 100 * counted.avascularShare);
-  return words + ", verdict " + marks.verdict;
+  // Of the count, not of the density: "low" alone would be read as few loops.
+  return words + (marks.verdict == kDrawnByHand ? ", marked " : ", reliability ") + marks.verdict;
 }
 
 void removeFoundLoops(CDimList& list) {

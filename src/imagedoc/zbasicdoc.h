@@ -370,7 +370,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   // zbasicdoc_undo.cpp
  protected:
   // A step of Undo that is not this class's own: what turns it, called with true to take it back.
-  void rememberStep(std::function<void(bool back)> turn);
+  void rememberStep(const std::string& what, std::function<void(bool back)> turn);
 
  private:
   struct UndoState;

@@ -425,7 +425,8 @@ const CommandTableBase& ZBasicDoc::commandTable() {
            &D::hasImage,
            {.tip = "Find nailfold loops",
             .status =
-                "Marks the distal row of loops in a colour image with a scale, and counts them a millimetre."}},
+                "Marks the distal row of loops in a colour image with a scale, and counts them a millimetre.",
+            .icon = "find-loops"}},
           {cmd::AddLoopsToResults,
            "&Add loops to results",
            &D::addLoopsToResults,

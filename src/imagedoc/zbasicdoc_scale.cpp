@@ -1,6 +1,7 @@
 // The commands of magnification, units and grid.
 #include <algorithm>
 
+#include "analysis/finder.h"
 #include "app/asked.h"
 #include "base/clock.h"
 #include "base/text.h"
@@ -51,6 +52,15 @@ bool agreesToAspect(double x, double y) {
              Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 
+// Nor does any microscope of the skin have pixels of such a size.
+bool agreesToSize(double size, const std::string& unit) {
+  constexpr double kLeast = 0.05, kMost = 100;  // micrometres
+  const double micrometres = size * micrometresIn(unit);
+  return micrometres == 0 || (micrometres >= kLeast && micrometres <= kMost) ||
+         host().messages.show(format("A pixel would be %g %s wide. Is that so?", size, unit.c_str()),
+                              Buttons::YesNo, Icon::Careful) == Answer::Yes;
+}
+
 // Found again by the label, so that the line counts as no capillary after a save either.
 void labelCalibration(CDim& line) {
   if (line.label.starts_with(text::kCalibrationLabel)) return;
@@ -74,7 +84,8 @@ void ZBasicDoc::calibrateCommand() {
   if (const std::string wrong = calibration.problem(); !wrong.empty()) return report(wrong);
   const Scale told = calibration.pixelSize();
   const bool isKnownAspect = calibrated && told.x * magy == told.y * magx;
-  if (!isUnattended() && !isKnownAspect && !agreesToAspect(told.x, told.y))
+  if (!agreesToSize(told.x, userunits) ||
+      (!isUnattended() && !isKnownAspect && !agreesToAspect(told.x, told.y)))
     return report("The scale stays as it was.");
   const Change change(*this);
   if (!setScale(told.x, told.y, calibration.name, currentTime(), calibration.asDefault != 0, true)) return;

@@ -78,6 +78,14 @@ struct ZBasicDoc::UndoState {
     return any;
   }
 
+  // What the user changed by mouse and keys.
+  std::string words() const {
+    if (std::ranges::any_of(lists, [](const auto& list) { return list != nullptr; })) return "marks";
+    constexpr size_t kRegion = 2;
+    static_assert(std::get<kRegion>(kKeptFields) == &D::roi);
+    return std::get<kRegion>(fields) ? "region" : "";
+  }
+
   void exchange(ZBasicDoc& doc) {
     for (size_t i = 0; i < kAllLists; ++i) {
       if (!lists[i]) continue;
@@ -153,11 +161,12 @@ struct ZBasicDoc::UndoState {
   bool isDone = true;
 };
 
-void ZBasicDoc::rememberStep(std::function<void(bool back)> turn) {
+void ZBasicDoc::rememberStep(const std::string& what, std::function<void(bool back)> turn) {
   auto step = std::make_unique<UndoState>(*this);
   step->keepWhatDiffers(*this);
   step->turn = std::move(turn);
-  history.add(std::move(step), [](const auto& state) { return state->bytes(); });
+  history.add(
+      std::move(step), [](const auto& state) { return state->bytes(); }, what);
   changesKnown = changeCount();
 }
 
@@ -200,8 +209,11 @@ ZBasicDoc::Change::~Change() {
   doc.dropStaleResult();
   if (outer) return;
   doc.openChange = nullptr;
-  if (before && before->keepWhatDiffers(doc))
-    doc.history.add(std::move(before), [](const auto& state) { return state->bytes(); });
+  if (before && before->keepWhatDiffers(doc)) {
+    const std::string what = before->words();
+    doc.history.add(
+        std::move(before), [](const auto& state) { return state->bytes(); }, what);
+  }
   doc.changesKnown = doc.changeCount();
 }
 

@@ -30,7 +30,9 @@ std::string nameOfList(int32_t list) {
 
 ReportPart ZBasicView::reportPart() {
   ReportPart part{.hasPicture = hasPicture(), .facts = marks.facts(), .notes = doc.notes};
-  if (!doc.hasImage()) part.facts.push_back({"Picture", "its pixels are missing: " + doc.imagefile, true});
+  if (!doc.hasImage())
+    part.facts.push_back(
+        {"Picture", "its pixels are missing" + (doc.imagefile.empty() ? "" : ": " + doc.imagefile), true});
   for (int32_t list = 0; list < kListCount; ++list) {
     const CDimList& dims = doc.dimlists[static_cast<size_t>(list)];
     if (dims.items.empty()) continue;

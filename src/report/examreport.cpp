@@ -1,7 +1,7 @@
 #include "report/examreport.h"
 
 #include <algorithm>
-#include <set>
+#include <map>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -149,6 +149,13 @@ std::string whyLeftOut(const std::string& name, const std::string& path, const s
   return first.starts_with(path) ? name + first.substr(path.size()) : name + " could not be opened: " + first;
 }
 
+// Of a document that opened all the same: it may be cut off.
+std::string inItsFolder(std::string words, const std::string& folder) {
+  for (size_t at = 0; !folder.empty() && (at = words.find(folder)) != std::string::npos;)
+    words.erase(at, folder.size());
+  return replaced(std::move(words), '\n', ' ');
+}
+
 void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, const ResultRow& result) {
   std::string whynot;
   const std::unique_ptr<CDocument> document = openUnseen(pathOf(exam.row, result.filename), whynot);
@@ -167,6 +174,7 @@ void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, con
   const Size window = part.hasPicture ? windowOf(view, part.fillsWindow) : Size{};
   const double most = part.fillsWindow ? kChartHeight : kPictureHeight;
   pages.heading(result.filename, part.hasPicture ? pages.heightOf(window, most) : 0);
+  if (!whynot.empty()) tell(pages, inItsFolder(whynot, folderOf(pathOf(exam.row, result.filename))));
   if (part.hasPicture)
     pages.picture(window, most, [&](Canvas& canvas) {
       view.drawPicture(canvas, window, {.times = 1, .overlays = true, .scaleBar = true});
@@ -183,11 +191,11 @@ void ExamReport::writeDocument(ReportPages& pages, const ReportedExam& exam, con
 
 // A site's own: the mean of fingers that change from one exam to the next is no course.
 void ExamReport::writeCourses(ReportPages& pages) const {
-  std::set<std::string> sites;
-  for (const ReportedExam& exam : reported) sites.insert(exam.row.site);
+  std::map<std::string, std::string> sites;  // by how they are compared
+  for (const ReportedExam& exam : reported) sites.try_emplace(foldedName(exam.row.site), exam.row.site);
   constexpr Size kCourse{ReportPages::kScreenWidth, ReportPages::kScreenWidth * 3 / 10};
   bool isFirst = true;
-  for (const std::string& site : sites) {
+  for (const auto& [folded, site] : sites) {
     std::vector<Course> courses = coursesOf(id, site);
     std::erase_if(courses, [](const Course& course) { return course.values.size() < 2; });
     const DocumentType* type = process.xyChartTemplate;
@@ -214,8 +222,8 @@ void ExamReport::writeCourses(ReportPages& pages) const {
 Outcome writeExamReport(const std::string& path, const std::string& subject,
                         const std::vector<ExamRow>& exams, std::vector<std::string>& left) {
   ExamReport report(subject, exams);
-  Outcome done =
-      writeReport(path, "Examination report of " + subject, [&](ReportPages& pages) { report.write(pages); });
+  Outcome done = writeReport(path, "Examination report of " + subject, {"pdf"},
+                             [&](ReportPages& pages) { report.write(pages); });
   left = report.whatIsLeft();
   return done;
 }
@@ -261,8 +269,9 @@ void examReportCommand() {
   host().messages.notice({"Wrote " + fileNameOf(*path)});
   std::string lines;
   for (const std::string& line : left) lines += "\n" + line;
-  // No failure: the report is there, and says so too.
-  if (!left.empty()) host().messages.show("The report was written.\n" + lines.substr(1));
+  // The report is there, and says so too; a script learns that it lacks something.
+  if (!left.empty())
+    host().messages.show("The report was written.\n" + lines.substr(1), Buttons::Ok, Icon::Warning);
 }
 
 }  // namespace tarnvisor

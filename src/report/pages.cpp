@@ -322,26 +322,27 @@ void drawReport(PrintJob& whole, const ReportContent& content) {
 
 }  // namespace
 
-Outcome writeReport(const std::string& path, const std::string& title, const ReportContent& content) {
+Outcome writeReport(const std::string& path, const std::string& title, const std::vector<std::string>& kinds,
+                    const ReportContent& content) {
+  if (std::ranges::find(kinds, lowerCase(extensionOf(path))) == kinds.end())
+    return Outcome::failure(path + ": it is written as " + joined(kinds, " or "));
   if (Outcome may = theApp().documents.mayOutputTo(path); !may) return may;
   if (equalIgnoringCase(extensionOf(path), "pdf"))
     return host().printer.writePdf(path, title, [&](PrintJob& job) { drawReport(job, content); });
   // How many pages there are is known once they were drawn.
   int32_t room = 1, count = 1;
-  const auto write = [&] {
+  const auto write = [&](const std::string& to) {
     const Size size{PagesOfPicture::kPage.width, PagesOfPicture::kPage.height * room};
-    return host().pictures.write(path, size, [&](Canvas& canvas) {
+    return host().pictures.write(to, size, [&](Canvas& canvas) {
       PagesOfPicture job(canvas);
       drawReport(job, content);
       count = job.count();
     });
   };
-  Outcome done = write();
-  if (done && count > room) {
-    room = count;
-    done = write();
-  }
-  return done;
+  const TemporaryFolder trial("report");
+  if (Outcome drawn = write(trial.file("pages." + extensionOf(path))); !drawn) return drawn;
+  room = count;
+  return write(path);
 }
 
 }  // namespace tarnvisor

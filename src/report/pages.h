@@ -73,6 +73,6 @@ using ReportContent = std::function<void(ReportPages&)>;
 // As pdf, or as a picture of all pages below each other, as the path's ending names it. What the program, its
 // settings and the day were stands in the foot. Files in use are refused.
 [[nodiscard]] Outcome writeReport(const std::string& path, const std::string& title,
-                                  const ReportContent& content);
+                                  const std::vector<std::string>& kinds, const ReportContent& content);
 
 }  // namespace tarnvisor

@@ -99,15 +99,20 @@ void writeOutliers(ReportPages& pages, const Quantity& quantity, const Distribut
 
 // Nothing where all are of one site.
 void writeSites(ReportPages& pages, const Quantity& quantity, Sites& sites) {
-  std::map<std::string, std::vector<double>> groups;
-  for (size_t i = 0; i < quantity.values.size(); ++i)
-    groups[sites.of(*quantity.measures[i])].push_back(quantity.values[i]);
+  std::map<std::string, std::pair<std::string, std::vector<double>>> groups;  // by how sites are compared
+  for (size_t i = 0; i < quantity.values.size(); ++i) {
+    const std::string& site = sites.of(*quantity.measures[i]);
+    auto& [shownSite, values] =
+        groups.try_emplace(foldedName(site), site, std::vector<double>()).first->second;
+    values.push_back(quantity.values[i]);
+  }
   if (groups.size() < 2) return;
   ReportTable table{
       .title = "By site",
       .columns = {
           {"Site"}, {"n", true}, {"Mean", true}, {"Deviation", true}, {"Median", true}, {"Quartiles"}}};
-  for (const auto& [site, values] : groups) {
+  for (const auto& [folded, group] : groups) {
+    const auto& [site, values] = group;
     const Distribution d = distributionOf(values);
     table.rows.push_back({site, format("%zu", d.count), shown(d.mean), shown(d.deviation), shown(d.median),
                           shown(d.lowerQuartile) + " and " + shown(d.upperQuartile)});
@@ -165,7 +170,7 @@ Outcome writeStudySummary(const std::string& path, const StudyWish& wish, std::s
   if (Outcome found = gatherStudy(wish, measures, unread); !found) return found;
   const std::vector<Quantity> quantities = quantitiesOf(measures);
   Sites sites;
-  return writeReport(path, "Study summary", [&](ReportPages& pages) {
+  return writeReport(path, "Study summary", {"pdf", "png"}, [&](ReportPages& pages) {
     writeHead(pages, wish, measures, unread);
     for (const Quantity& quantity : quantities) writeQuantity(pages, quantity, sites);
   });

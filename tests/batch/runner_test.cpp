@@ -242,8 +242,9 @@ TEST_F(Runner, TheDemonstrationFindsWhatItDrew) {
   EXPECT_EQ(1, std::count_if(rows.begin(), rows.end(), [](const ResultRow& row) {
               return row.filename == "pulse.zz1" && row.result == "Pulse 72.0 a minute";
             }));
-  for (const char* wide : {"wide-healthy.bmp    6.73  Nailfold loops: 23 on ", "wide-giant.bmp      3.61  ",
-                           " verdict good (healthy)\n", "Nailfold loops refused: not enough loops in focus"})
+  for (const char* wide :
+       {"wide-healthy.bmp    6.73  Nailfold loops: 23 on ", "wide-giant.bmp      3.61  ",
+        " reliability good (healthy)\n", "Nailfold loops refused: not enough loops in focus"})
     EXPECT_THAT(first, HasSubstr(wide));
   double drawn = 0, maxima = 0, spectra = 0;
   const size_t line = first.find("\npulse.zz1 ");

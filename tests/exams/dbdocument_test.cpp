@@ -455,7 +455,7 @@ TEST(ResultText, TellsItsFigures) {
   EXPECT_THAT(figuresIn("FCD 1.500 %, FCF 0.250 1/frame in 0,0,64,48 by CONC"),
               ElementsAre(ResultFigure{"FCD", 1.5, "%"}, ResultFigure{"FCF", 0.25, "1/frame"}));
   EXPECT_THAT(
-      figuresIn("Nailfold loops: 23 on 3.36 mm of row, 21 clear, 6.8 +- 1.4 per mm, verdict good"),
+      figuresIn("Nailfold loops: 23 on 3.36 mm of row, 21 clear, 6.8 +- 1.4 per mm, reliability good"),
       ElementsAre(ResultFigure{"Nailfold loops", 23, ""}, ResultFigure{"Nailfold loops", 6.8, "per mm"}));
   EXPECT_THAT(figuresIn("no capillaries"), IsEmpty());
   EXPECT_THAT(figuresIn("verdict low (only 1.68 mm, as seen)"), IsEmpty());

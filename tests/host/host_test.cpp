@@ -61,7 +61,7 @@ TEST_F(FormFields, FieldsTakeOnlyWhatTheirLimitsAllow) {
       {"Finger", "3", "", "3"},
       {"Finger", "4", "Finger must be from 0 to 2.", "3"},
       {"Finger", "-1", "Finger must be from 0 to 2.", "3"},
-      {"Finger", "thumb", "Finger: \"thumb\" is not a number.", "3"}};
+      {"Finger", "thumb", "Finger: \"thumb\" is none of Index, Ring, 3.", "3"}};
   for (const auto& [label, typed, problem, value] : cases) {
     const FormField* field = form.find(label);
     ASSERT_NE(field, nullptr) << label;

@@ -32,7 +32,7 @@ TEST_F(NailfoldRow, IsMarkedCountedAndTakenBackByUndo) {
   EXPECT_EQ(marks.loops[0].apex, (Point{3, 3})) << "a drawn one stays";
   EXPECT_EQ(marks.verdict, "good");
   EXPECT_THAT(d.resultText, StartsWith(format("Nailfold loops: %zu on ", marks.loops.size())));
-  EXPECT_THAT(d.resultText, EndsWith(" in the central mm, verdict good"));
+  EXPECT_THAT(d.resultText, EndsWith(" in the central mm, reliability good"));
   EXPECT_THAT(d.notes, HasSubstr(d.resultText));
   EXPECT_EQ(host.messages.back(), d.resultText);
   const int32_t count = marksOf(d).size();
@@ -81,7 +81,7 @@ TEST_F(NailfoldRow, IsRefusedInWords) {
   d.addPointToDimension(d.addDimension({100, 500}, CDimList::kPolyline), {1100, 500});
   d.addDimension({300, 480}, CDimList::kPoint);
   EXPECT_THAT(resultOf(d), StartsWith("Nailfold loops: 1 on 2.61 mm of row, 1 clear, 0.4 +- 0.4 per mm"));
-  EXPECT_THAT(resultOf(d), EndsWith("verdict by hand"));
+  EXPECT_THAT(resultOf(d), EndsWith("marked by hand"));
   d.userunits = "parsec";
   run("Find nailfold loops");
   EXPECT_THAT(host.messages.back(), HasSubstr("needs a scale in um or mm"));
