@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "analysis/loopmeasures.h"
+#include "analysis/loopnoise.h"
 #include "analysis/looprow.h"
 #include "analysis/loopscores.h"
 #include "base/text.h"
@@ -533,9 +534,14 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   out.centralPerMm = counted.centralPerMm;
   if (sharp < kSoft) out.reasons.emplace_back("the loops are soft");
   if (length < 2) out.reasons.push_back(format("only %.2f mm of the row can be seen", length));
+  const float contrast = percentile(contrasts, 0.5);
+  // Faint loops come and go with what compression and a dim light leave of their colour.
+  constexpr double kMostNoise = 0.3;
+  if (colourNoise(frame, row) > kMostNoise * contrast)
+    out.reasons.emplace_back("compression or noise hides the colour of faint loops");
   // Beside a row of dark loops, what grain makes is none of them.
   constexpr float kShareOfRow = 0.4f;
-  if (const size_t before = loopsBefore(frame, row, kShareOfRow * percentile(contrasts, 0.5));
+  if (const size_t before = loopsBefore(frame, row, kShareOfRow * contrast);
       before > 1 && 10 * before >= tips.size())
     out.reasons.emplace_back("loops stand before the row that was found");
   if (row.hiddenShare > 0.15) out.reasons.emplace_back("glare hides a part of the row");
