@@ -102,6 +102,8 @@ LoopColours resampledColours(const CZZimage& image, double pixels) {
   const auto w = std::max(1, static_cast<int32_t>(image.width / pixels));
   const auto h = std::max(1, static_cast<int32_t>(image.height / pixels));
   LoopColours out{LoopPlane(w, h), LoopPlane(w, h), LoopPlane(w, h)};
+  out.left = 0.5 * (image.width - w * pixels);
+  out.top = 0.5 * (image.height - h * pixels);
   const auto put = [&](int32_t x, int32_t y, const std::array<float, 3>& of) {
     out.blue.row(y)[x] = of[0];
     out.green.row(y)[x] = of[1];
@@ -111,17 +113,17 @@ LoopColours resampledColours(const CZZimage& image, double pixels) {
   for (int32_t y = 0; y < h; ++y) {
     if (pixels <= 1) {
       for (int32_t x = 0; x < w; ++x)
-        put(x, y, interpolated(image, (x + 0.5) * pixels - 0.5, (y + 0.5) * pixels - 0.5));
+        put(x, y, interpolated(image, out.left + (x + 0.5) * pixels - 0.5, out.top + (y + 0.5) * pixels - 0.5));
       continue;
     }
     std::fill(sums.begin(), sums.end(), 0.0f);
-    const double begin = y * pixels, end = (y + 1) * pixels;
+    const double begin = out.top + y * pixels, end = begin + pixels;
     for (auto line = static_cast<int32_t>(begin); line < std::min<double>(std::ceil(end), image.height);
          ++line) {
       const double from = std::max<double>(begin, line), to = std::min(end, line + 1.0);
       addRow(sums, image.row(line), static_cast<float>((to - from) / pixels));
     }
-    for (int32_t x = 0; x < w; ++x) put(x, y, meanOf(sums, x * pixels, (x + 1) * pixels));
+    for (int32_t x = 0; x < w; ++x) put(x, y, meanOf(sums, out.left + x * pixels, out.left + (x + 1) * pixels));
   }
   return out;
 }

@@ -33,8 +33,10 @@ struct LoopPlane {
 
 struct LoopColours {
   LoopPlane blue, green, red;
+  double left = 0, top = 0;  // source pixels beside the grid
 };
-// So many source pixels for each of the grid: areas are averaged, and what is enlarged is interpolated.
+// So many source pixels for each of the grid, about the image's middle, so that a turned image has the same
+// ones: areas are averaged, and what is enlarged is interpolated.
 LoopColours resampledColours(const CZZimage& image, double pixels);
 
 // The share of each square of so many pixels that weight lets through, and what the plane is there on

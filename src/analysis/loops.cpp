@@ -27,6 +27,7 @@ constexpr double kLeastUnit = 0.008;
 struct Prepared {
   double grid = kFinestGrid;
   double pixels = 1;  // of the source, for each of the grid
+  double left = 0, top = 0;
   LoopPlane green, magenta, darkness, redness, weight, glint;
   std::vector<float> magentaRanks;
   double magentaSpan = 0, unit = 0;
@@ -175,6 +176,8 @@ Prepared prepared(const CZZimage& image, double pixelSize) {
   out.grid = std::clamp(kFinestGrid * std::sqrt(2 * finest / kWorkPixels), kFinestGrid, kCoarsestGrid);
   out.pixels = out.grid / pixelSize;
   LoopColours colours = resampledColours(image, out.pixels);
+  out.left = colours.left;
+  out.top = colours.top;
   for (LoopPlane* plane : {&colours.blue, &colours.green, &colours.red}) blurFinely(*plane, 3.2 / out.grid);
   const LoopPlane specular = specularOf(colours, out.grid);
   const int32_t w = specular.width, h = specular.height;
@@ -399,8 +402,8 @@ double chooseTurn(const Prepared& from, Direction& direction, LoopScores& scores
 // --- What is told
 
 LoopPoint toImage(const LoopFrame& frame, const Prepared& from, double x, double y) {
-  return {(frame.turn.gridX(x, y) + 0.5) * from.pixels - 0.5,
-          (frame.turn.gridY(x, y) + 0.5) * from.pixels - 0.5};
+  return {from.left + (frame.turn.gridX(x, y) + 0.5) * from.pixels - 0.5,
+          from.top + (frame.turn.gridY(x, y) + 0.5) * from.pixels - 0.5};
 }
 
 void tellRow(const LoopFrame& frame, const Prepared& from, const LoopRow& row, NailfoldLoops& out) {
