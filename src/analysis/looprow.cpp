@@ -44,8 +44,10 @@ class BoxMeans {
   };
   Mean over(double left, double top, double right, double bottom) const {
     const auto cell = [&](double v, int32_t end) { return std::clamp(truncated(v * inverse + 0.5), 0, end); };
-    const int32_t x0 = cell(left, coarse.sum.width), x1 = cell(right, coarse.sum.width);
-    const int32_t y0 = cell(top, coarse.sum.height), y1 = cell(bottom, coarse.sum.height);
+    const int32_t x0 = cell(left + coarse.left, coarse.sum.width);
+    const int32_t x1 = cell(right + coarse.left, coarse.sum.width);
+    const int32_t y0 = cell(top + coarse.top, coarse.sum.height);
+    const int32_t y1 = cell(bottom + coarse.top, coarse.sum.height);
     const double count = box(counts, x0, y0, x1, y1);
     if (count <= 0) return {};
     return {box(sums, x0, y0, x1, y1) / count, count / ((right - left) * (bottom - top))};

@@ -200,7 +200,8 @@ Prepared prepared(const CZZimage& image, double pixelSize) {
   if (maskNeutral(out)) flatten(redness, out);
   out.glint = glintOf(colours.red, dim, specular, out);
   out.unit = unitOf(out.darkness, out.weight, out.grid);
-  for (size_t i = 0; i < out.magenta.values.size(); i += 17)
+  // Every 17th pixel, and of an image turned by half the same ones.
+  for (size_t i = (out.magenta.values.size() - 1) * 9 % 17; i < out.magenta.values.size(); i += 17)
     if (out.weight.values[i] > 0) out.magentaRanks.push_back(out.magenta.values[i]);
   std::sort(out.magentaRanks.begin(), out.magentaRanks.end());
   const auto rank = [&](double share) {
@@ -285,7 +286,7 @@ Slope slopeOf(const LoopPlane& plane, const LoopPlane& weight) {
 struct RednessMap {
   LoopPlane level;  // 0..1
   Slope slope;
-  int32_t step = 4;
+  int32_t step = 4, left = 0, top = 0;
 };
 
 RednessMap rednessMap(const Prepared& from) {
@@ -300,6 +301,8 @@ RednessMap rednessMap(const Prepared& from) {
     if (there.values[i] > 0) levels.push_back(coarse.sum.values[i]);
   }
   map.level = std::move(coarse.sum);
+  map.left = coarse.left;
+  map.top = coarse.top;
   if (levels.empty()) return map;
   const float low = percentile(levels, 0.1), high = percentile(levels, 0.9);
   for (float& level : map.level.values)
@@ -333,7 +336,8 @@ std::array<double, kBins> ridgeDirections(const Prepared& from, const RednessMap
       const float root = std::sqrt(0.25f * (a - c) * (a - c) + b * b), mean = 0.5f * (a + c);
       const float strength = -(mean - root) - std::abs(mean + root);
       if (strength <= 0) continue;
-      const double level = red.level.between((2 * x + 1.0) / red.step - 0.5, (2 * y + 1.0) / red.step - 0.5);
+      const double level = red.level.between((2 * x + 1.0 + red.left) / red.step - 0.5,
+                                             (2 * y + 1.0 + red.top) / red.step - 0.5);
       const auto share = static_cast<float>(std::clamp((level - 0.2) / 0.4, 0.0, 1.0));
       strengths.push_back(strength);
       if (share > 0)
