@@ -77,44 +77,57 @@ constexpr Change kChanges[] = {
     {"blur 8 um", [](WideField& f) { f.extraBlur = 8; }, nullptr},
     {"blur 16 um", [](WideField& f) { f.extraBlur = 16; }, nullptr}};
 
-double densityOf(const WideField& field, void (*change)(CZZimage&)) {
+NailfoldLoops foundIn(const WideField& field, void (*change)(CZZimage&)) {
   WideFieldTruth truth;
   const auto image = renderWideField(field, truth);
   if (!image) std::abort();
   if (change) change(*image);
-  return findLoops(*image, {field.pixelSize, {}}).perMm;
+  return findLoops(*image, {field.pixelSize, {}});
 }
+
+// Of pairs of densities.
+struct Moves {
+  size_t pairs = 0, within = 0;
+  double sum = 0, absolute = 0;
+  void take(double off) { ++pairs, within += std::abs(off) < 0.5, sum += off, absolute += std::abs(off); }
+  double mean(double of) const { return of / static_cast<double>(std::max<size_t>(pairs, 1)); }
+  double share() const { return 100 * LoopTally::share(within, pairs); }
+};
 
 constexpr FoldKind kChangedKinds[] = {FoldKind::Healthy, FoldKind::Sharp, FoldKind::Rarefied,
                                       FoldKind::Giant};
 
-// How much each change moves the density, and its largest move in each kind.
+// How much each change moves the density, by itself and where both verdicts are good, and its largest move in
+// each kind.
 void changed(size_t count) {
-  std::printf("\n%-14s %6s %7s %7s %7s %7s |", "changed", "pairs", "refused", "mean", "abs", "<0.5 %");
-  for (const FoldKind kind : kChangedKinds) std::printf(" %9s", nameOf(kind));
+  std::printf("\n%-14s %6s %7s %7s %7s %7s | %6s %7s %7s |", "changed", "pairs", "refused", "mean", "abs",
+              "<0.5 %", "good", "abs", "<0.5 %");
+  std::vector<NailfoldLoops> usual;
+  for (const FoldKind kind : kChangedKinds) {
+    std::printf(" %9s", nameOf(kind));
+    for (uint64_t seed = 1; seed <= count; ++seed) usual.push_back(foundIn(usualField(kind, seed), nullptr));
+  }
   std::printf("\n");
   for (const Change& change : kChanges) {
-    size_t pairs = 0, refusals = 0, within = 0;
-    double sum = 0, absolute = 0, worst[std::size(kChangedKinds)] = {};
-    for (size_t k = 0; k < std::size(kChangedKinds); ++k)
-      for (uint64_t seed = 1; seed <= count; ++seed) {
-        WideField field = usualField(kChangedKinds[k], seed);
-        const double before = densityOf(field, nullptr);
-        if (before < 0) continue;
-        if (change.field) change.field(field);
-        const double after = densityOf(field, change.image);
-        refusals += after < 0;
-        if (after < 0) continue;
-        ++pairs;
-        const double off = after - before;
-        sum += off;
-        absolute += std::abs(off);
-        worst[k] = std::max(worst[k], std::abs(off));
-        within += std::abs(off) < 0.5;
-      }
-    const auto n = static_cast<double>(std::max<size_t>(pairs, 1));
-    std::printf("%-14s %6zu %7zu %7.2f %7.2f %7.0f |", change.name, pairs, refusals, sum / n, absolute / n,
-                100 * static_cast<double>(within) / n);
+    size_t refusals = 0;
+    Moves all, good;
+    double worst[std::size(kChangedKinds)] = {};
+    for (size_t i = 0; i < usual.size(); ++i) {
+      const NailfoldLoops& before = usual[i];
+      if (before.perMm < 0) continue;
+      WideField field = usualField(kChangedKinds[i / count], i % count + 1);
+      if (change.field) change.field(field);
+      const NailfoldLoops after = foundIn(field, change.image);
+      refusals += after.perMm < 0;
+      if (after.perMm < 0) continue;
+      const double off = after.perMm - before.perMm;
+      all.take(off);
+      if (before.verdict == LoopVerdict::Good && after.verdict == LoopVerdict::Good) good.take(off);
+      worst[i / count] = std::max(worst[i / count], std::abs(off));
+    }
+    std::printf("%-14s %6zu %7zu %7.2f %7.2f %7.0f | %6zu %7.2f %7.0f |", change.name, all.pairs, refusals,
+                all.mean(all.sum), all.mean(all.absolute), all.share(), good.pairs, good.mean(good.absolute),
+                good.share());
     for (const double w : worst) std::printf(" %9.2f", w);
     std::printf("\n");
   }

@@ -99,9 +99,11 @@ float LoopPlane::between(double x, double y) const {
 }
 
 LoopColours resampledColours(const CZZimage& image, double pixels) {
-  const auto w = std::max(1, static_cast<int32_t>(image.width / pixels));
-  const auto h = std::max(1, static_cast<int32_t>(image.height / pixels));
+  const auto evenly = [&](int32_t side) { return std::max(2, static_cast<int32_t>(side / pixels / 2) * 2); };
+  const int32_t w = evenly(image.width), h = evenly(image.height);
   LoopColours out{LoopPlane(w, h), LoopPlane(w, h), LoopPlane(w, h)};
+  out.left = std::max(0.0, 0.5 * (image.width - w * pixels));
+  out.top = std::max(0.0, 0.5 * (image.height - h * pixels));
   const auto put = [&](int32_t x, int32_t y, const std::array<float, 3>& of) {
     out.blue.row(y)[x] = of[0];
     out.green.row(y)[x] = of[1];
@@ -111,29 +113,38 @@ LoopColours resampledColours(const CZZimage& image, double pixels) {
   for (int32_t y = 0; y < h; ++y) {
     if (pixels <= 1) {
       for (int32_t x = 0; x < w; ++x)
-        put(x, y, interpolated(image, (x + 0.5) * pixels - 0.5, (y + 0.5) * pixels - 0.5));
+        put(x, y,
+            interpolated(image, out.left + (x + 0.5) * pixels - 0.5, out.top + (y + 0.5) * pixels - 0.5));
       continue;
     }
     std::fill(sums.begin(), sums.end(), 0.0f);
-    const double begin = y * pixels, end = (y + 1) * pixels;
+    const double begin = out.top + y * pixels, end = begin + pixels;
     for (auto line = static_cast<int32_t>(begin); line < std::min<double>(std::ceil(end), image.height);
          ++line) {
       const double from = std::max<double>(begin, line), to = std::min(end, line + 1.0);
       addRow(sums, image.row(line), static_cast<float>((to - from) / pixels));
     }
-    for (int32_t x = 0; x < w; ++x) put(x, y, meanOf(sums, x * pixels, (x + 1) * pixels));
+    for (int32_t x = 0; x < w; ++x)
+      put(x, y, meanOf(sums, out.left + x * pixels, out.left + (x + 1) * pixels));
   }
   return out;
 }
 
 LoopCoarse coarsened(const LoopPlane& plane, const LoopPlane& weight, int32_t step) {
-  const int32_t w = (plane.width + step - 1) / step, h = (plane.height + step - 1) / step;
+  const auto squares = [&](int32_t side) {
+    const int32_t count = (side + step - 1) / step;
+    return (count * step - side) % 2 && step % 2 ? count + 1 : count;
+  };
+  const int32_t w = squares(plane.width), h = squares(plane.height);
   LoopCoarse out{LoopPlane(w, h), LoopPlane(w, h), step};
+  out.left = (w * step - plane.width) / 2;
+  out.top = (h * step - plane.height) / 2;
   std::vector<float> sums(static_cast<size_t>(plane.width)), weights(sums.size());
   for (int32_t y = 0; y < h; ++y) {
     std::fill(sums.begin(), sums.end(), 0.0f);
     std::fill(weights.begin(), weights.end(), 0.0f);
-    for (int32_t line = y * step; line < std::min((y + 1) * step, plane.height); ++line) {
+    const int32_t first = y * step - out.top;
+    for (int32_t line = std::max(first, 0); line < std::min(first + step, plane.height); ++line) {
       const float *value = plane.row(line), *share = weight.row(line);
       for (size_t x = 0; x < sums.size(); ++x) {
         sums[x] += value[x] * share[x];
@@ -142,8 +153,9 @@ LoopCoarse coarsened(const LoopPlane& plane, const LoopPlane& weight, int32_t st
     }
     float *sum = out.sum.row(y), *share = out.weight.row(y);
     const auto each = static_cast<size_t>(step);
-    for (size_t x = 0; x < sums.size(); ++sum, ++share)
-      for (const size_t end = std::min(x + each, sums.size()); x < end; ++x) {
+    size_t next = each - static_cast<size_t>(out.left);  // where the next square begins
+    for (size_t x = 0; x < sums.size(); ++sum, ++share, next += each)
+      for (const size_t end = std::min(next, sums.size()); x < end; ++x) {
         *sum += sums[x];
         *share += weights[x];
       }
@@ -174,13 +186,13 @@ LoopPlane blurredBroadly(const LoopPlane& plane, const LoopPlane& weight, double
     return std::clamp((i + 0.5) / coarse.step - 0.5, 0.0, count - 1.0);
   };
   for (int32_t y = 0; y < out.height; ++y) {
-    const double cy = place(y, nodes.height);
+    const double cy = place(y + coarse.top, nodes.height);
     const auto y0 = static_cast<int32_t>(cy);
     const auto ty = static_cast<float>(cy - y0);
     const float *a = nodes.row(y0), *b = nodes.row(std::min(y0 + 1, nodes.height - 1));
     for (size_t i = 0; i < line.size(); ++i) line[i] = a[i] + ty * (b[i] - a[i]);
     for (int32_t x = 0; x < out.width; ++x) {
-      const double cx = place(x, nodes.width);
+      const double cx = place(x + coarse.left, nodes.width);
       const auto x0 = static_cast<size_t>(cx);
       const float from = line[x0], to = line[std::min(x0 + 1, line.size() - 1)];
       out.row(y)[x] = from + static_cast<float>(cx - static_cast<double>(x0)) * (to - from);

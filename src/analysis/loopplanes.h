@@ -33,15 +33,18 @@ struct LoopPlane {
 
 struct LoopColours {
   LoopPlane blue, green, red;
+  double left = 0, top = 0;  // source pixels beside the grid
 };
-// So many source pixels for each of the grid: areas are averaged, and what is enlarged is interpolated.
+// So many source pixels for each of the grid, about the image's middle, so that a turned image has the same
+// ones: areas are averaged, and what is enlarged is interpolated.
 LoopColours resampledColours(const CZZimage& image, double pixels);
 
-// The share of each square of so many pixels that weight lets through, and what the plane is there on
-// average.
+// Of each square of so many pixels what weight lets through, and the sum of the plane there. Squares lie
+// about the middle, so that a turned plane has the same ones.
 struct LoopCoarse {
   LoopPlane sum, weight;
   int32_t step = 1;
+  int32_t left = 0, top = 0;  // pixels of the first squares that lie beside the plane
 };
 LoopCoarse coarsened(const LoopPlane& plane, const LoopPlane& weight, int32_t step);
 // Separable, in place; nothing lies beyond the edges.

@@ -44,8 +44,10 @@ class BoxMeans {
   };
   Mean over(double left, double top, double right, double bottom) const {
     const auto cell = [&](double v, int32_t end) { return std::clamp(truncated(v * inverse + 0.5), 0, end); };
-    const int32_t x0 = cell(left, coarse.sum.width), x1 = cell(right, coarse.sum.width);
-    const int32_t y0 = cell(top, coarse.sum.height), y1 = cell(bottom, coarse.sum.height);
+    const int32_t x0 = cell(left + coarse.left, coarse.sum.width);
+    const int32_t x1 = cell(right + coarse.left, coarse.sum.width);
+    const int32_t y0 = cell(top + coarse.top, coarse.sum.height);
+    const int32_t y1 = cell(bottom + coarse.top, coarse.sum.height);
     const double count = box(counts, x0, y0, x1, y1);
     if (count <= 0) return {};
     return {box(sums, x0, y0, x1, y1) / count, count / ((right - left) * (bottom - top))};
@@ -425,9 +427,10 @@ double grainScore(const LoopFrame& frame, const LoopRow& row) {
   return std::min(kTimes * static_cast<double>(*usual), kMost);
 }
 
-// The denser a row is, the rather a faint mark on it is a loop; where few stand it must show by itself.
-float leastOnRow(const LoopFrame& frame, const LoopRow& row, const std::vector<LoopTip>& near) {
-  constexpr double kFalseShare = 0.12, kAlone = 1.1, kEachPerMm = 0.1;
+// The denser a row is of what surely are loops, the rather a faint mark on it is one; where few stand it must
+// show by itself. Marks by themselves would tell too dense a row where grain adds to them.
+float leastOnRow(const LoopFrame& frame, const LoopRow& row, const std::vector<LoopTip>& near, size_t sure) {
+  constexpr double kFalseShare = 0.12, kAlone = 1.15, kEachPerMm = 0.12;
   std::vector<float> scores;
   for (const LoopTip& tip : near)
     if (tip.score >= kLeastLoopScore && std::abs(behindCurve(frame, row, tip)) < kOnRow)
@@ -436,8 +439,8 @@ float leastOnRow(const LoopFrame& frame, const LoopRow& row, const std::vector<L
   const auto middle = scores.begin() + static_cast<ptrdiff_t>(scores.size() / 2);
   std::nth_element(scores.begin(), middle, scores.end());
   const auto count = static_cast<double>(scores.size());
-  const auto byDensity =
-      static_cast<float>(kAlone - kEachPerMm * count / std::max(seenMillimetres(frame, row), 0.1));
+  const auto byDensity = static_cast<float>(kAlone - kEachPerMm * static_cast<double>(sure) /
+                                                         std::max(seenMillimetres(frame, row), 0.1));
   const float least =
       std::max({kLeastOnRow, byDensity, kFaintShare * *middle, skinScore(frame, row, kFalseShare * count)});
   return std::min(least, kLeastLoopScore);
@@ -491,6 +494,45 @@ void fillGaps(const LoopFrame& frame, const LoopRow& row, float least, std::vect
   }
 }
 
+// Of marks on one loop, or behind one, that which is the loop's apex; the stronger come first. From left to
+// right.
+std::vector<LoopTip> oneEach(const LoopFrame& frame, const LoopRow& row, const std::vector<LoopTip>& near) {
+  constexpr double kBehindOther = 50, kOtherShare = 0.35;
+  // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
+  constexpr double kInGapBehind = 180, kGap = 48;
+  std::vector<LoopTip> kept;
+  for (const LoopTip& tip : near) {
+    bool stands = true;
+    std::vector<size_t> behindIt;
+    for (size_t i = 0; i < kept.size() && stands; ++i) {
+      const LoopTip& other = kept[i];
+      const double dx = std::abs(tip.x - other.x) * frame.grid, dy = (tip.y - other.y) * frame.grid;
+      if (dx < std::max(36.0, 0.6 * std::max(tip.body, other.body)) && std::abs(dy) < 240) {
+        const bool wins = dy < -kBehindOther && tip.score >= kOtherShare * other.score;
+        if (wins) behindIt.push_back(i);
+        stands = wins;
+      } else if (dx < 152 && std::abs(dy) < 120 && areBridged(frame, tip, other)) {
+        stands = false;
+      }
+    }
+    if (!stands) continue;
+    for (size_t i = behindIt.size(); i > 0; --i)
+      kept.erase(kept.begin() + static_cast<ptrdiff_t>(behindIt[i - 1]));
+    kept.push_back(tip);
+  }
+  std::vector<LoopTip> first;
+  for (const LoopTip& tip : kept) {
+    const auto standsBehind = [&](const LoopTip& other) {
+      const double aside = behindCurve(frame, row, tip) > kInGapBehind ? kGap : 36;
+      return std::abs(tip.x - other.x) * frame.grid < aside &&
+             (tip.y - other.y) * frame.grid > kBehindOther && other.score >= kOtherShare * tip.score;
+    };
+    if (std::none_of(kept.begin(), kept.end(), standsBehind)) first.push_back(tip);
+  }
+  std::ranges::sort(first, {}, &LoopTip::x);
+  return first;
+}
+
 }  // namespace
 
 LoopRow findRow(const LoopFrame& frame, std::span<const double> shears, LoopScores& scores) {
@@ -524,9 +566,6 @@ size_t loopsBefore(const LoopFrame& frame, const LoopRow& row, float least) {
 }
 
 std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& found) {
-  constexpr double kBehindOther = 50, kOtherShare = 0.35;
-  // As far behind the curve as this, only what stands in a gap between loops of the row is one of them.
-  constexpr double kInGapBehind = 180, kGap = 48;
   LoopRow row = found;
   row.tips = weighedByLimbs(frame, found);
   std::vector<LoopTip> near;
@@ -536,42 +575,14 @@ std::vector<LoopTip> loopsOfRow(const LoopFrame& frame, const LoopRow& found) {
         isSeen(frame, row, tip) && behind > -kBeyond && behind < kBehind)
       near.push_back(tip);
   }
-  const float least = leastOnRow(frame, row, near);
+  std::vector<LoopTip> sure = near;
+  std::erase_if(sure, [&](const LoopTip& tip) { return tip.score < kLeastLoopScore; });
+  const float least = leastOnRow(frame, row, near, oneEach(frame, row, sure).size());
   std::erase_if(near, [&](const LoopTip& tip) { return tip.score < least; });
-  std::vector<LoopTip> kept;
-  for (const LoopTip& tip : near) {
-    bool stands = true;
-    std::vector<size_t> behindIt;
-    for (size_t i = 0; i < kept.size() && stands; ++i) {
-      const LoopTip& other = kept[i];
-      const double dx = std::abs(tip.x - other.x) * frame.grid, dy = (tip.y - other.y) * frame.grid;
-      if (dx < std::max(36.0, 0.6 * std::max(tip.body, other.body)) && std::abs(dy) < 240) {
-        const bool wins = dy < -kBehindOther && tip.score >= kOtherShare * other.score;
-        if (wins) behindIt.push_back(i);
-        stands = wins;
-      } else if (dx < 152 && std::abs(dy) < 120 && areBridged(frame, tip, other)) {
-        stands = false;
-      }
-    }
-    if (!stands) continue;
-    for (size_t i = behindIt.size(); i > 0; --i)
-      kept.erase(kept.begin() + static_cast<ptrdiff_t>(behindIt[i - 1]));
-    kept.push_back(tip);
-  }
-  std::vector<LoopTip> first;
-  for (const LoopTip& tip : kept) {
-    const auto standsBehind = [&](const LoopTip& other) {
-      const double aside = behindCurve(frame, row, tip) > kInGapBehind ? kGap : 36;
-      return std::abs(tip.x - other.x) * frame.grid < aside &&
-             (tip.y - other.y) * frame.grid > kBehindOther && other.score >= kOtherShare * tip.score;
-    };
-    if (std::none_of(kept.begin(), kept.end(), standsBehind)) first.push_back(tip);
-  }
-  const auto byPlace = [](const LoopTip& a, const LoopTip& b) { return a.x < b.x; };
-  std::sort(first.begin(), first.end(), byPlace);
-  fillGaps(frame, row, least, first);
-  std::sort(first.begin(), first.end(), byPlace);
-  return first;
+  std::vector<LoopTip> loops = oneEach(frame, row, near);
+  fillGaps(frame, row, least, loops);
+  std::ranges::sort(loops, {}, &LoopTip::x);
+  return loops;
 }
 
 }  // namespace tarnvisor

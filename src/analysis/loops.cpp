@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "analysis/loopmeasures.h"
+#include "analysis/loopnoise.h"
 #include "analysis/looprow.h"
 #include "analysis/loopscores.h"
 #include "base/text.h"
@@ -26,6 +27,7 @@ constexpr double kLeastUnit = 0.008;
 struct Prepared {
   double grid = kFinestGrid;
   double pixels = 1;  // of the source, for each of the grid
+  double left = 0, top = 0;
   LoopPlane green, magenta, darkness, redness, weight, glint;
   std::vector<float> magentaRanks;
   double magentaSpan = 0, unit = 0;
@@ -174,6 +176,8 @@ Prepared prepared(const CZZimage& image, double pixelSize) {
   out.grid = std::clamp(kFinestGrid * std::sqrt(2 * finest / kWorkPixels), kFinestGrid, kCoarsestGrid);
   out.pixels = out.grid / pixelSize;
   LoopColours colours = resampledColours(image, out.pixels);
+  out.left = colours.left;
+  out.top = colours.top;
   for (LoopPlane* plane : {&colours.blue, &colours.green, &colours.red}) blurFinely(*plane, 3.2 / out.grid);
   const LoopPlane specular = specularOf(colours, out.grid);
   const int32_t w = specular.width, h = specular.height;
@@ -196,7 +200,8 @@ Prepared prepared(const CZZimage& image, double pixelSize) {
   if (maskNeutral(out)) flatten(redness, out);
   out.glint = glintOf(colours.red, dim, specular, out);
   out.unit = unitOf(out.darkness, out.weight, out.grid);
-  for (size_t i = 0; i < out.magenta.values.size(); i += 17)
+  // Every 17th pixel, and of an image turned by half the same ones.
+  for (size_t i = (out.magenta.values.size() - 1) * 9 % 17; i < out.magenta.values.size(); i += 17)
     if (out.weight.values[i] > 0) out.magentaRanks.push_back(out.magenta.values[i]);
   std::sort(out.magentaRanks.begin(), out.magentaRanks.end());
   const auto rank = [&](double share) {
@@ -281,7 +286,7 @@ Slope slopeOf(const LoopPlane& plane, const LoopPlane& weight) {
 struct RednessMap {
   LoopPlane level;  // 0..1
   Slope slope;
-  int32_t step = 4;
+  int32_t step = 4, left = 0, top = 0;
 };
 
 RednessMap rednessMap(const Prepared& from) {
@@ -296,6 +301,8 @@ RednessMap rednessMap(const Prepared& from) {
     if (there.values[i] > 0) levels.push_back(coarse.sum.values[i]);
   }
   map.level = std::move(coarse.sum);
+  map.left = coarse.left;
+  map.top = coarse.top;
   if (levels.empty()) return map;
   const float low = percentile(levels, 0.1), high = percentile(levels, 0.9);
   for (float& level : map.level.values)
@@ -329,7 +336,8 @@ std::array<double, kBins> ridgeDirections(const Prepared& from, const RednessMap
       const float root = std::sqrt(0.25f * (a - c) * (a - c) + b * b), mean = 0.5f * (a + c);
       const float strength = -(mean - root) - std::abs(mean + root);
       if (strength <= 0) continue;
-      const double level = red.level.between((2 * x + 1.0) / red.step - 0.5, (2 * y + 1.0) / red.step - 0.5);
+      const double level = red.level.between((2 * x + 1.0 + red.left) / red.step - 0.5,
+                                             (2 * y + 1.0 + red.top) / red.step - 0.5);
       const auto share = static_cast<float>(std::clamp((level - 0.2) / 0.4, 0.0, 1.0));
       strengths.push_back(strength);
       if (share > 0)
@@ -398,8 +406,8 @@ double chooseTurn(const Prepared& from, Direction& direction, LoopScores& scores
 // --- What is told
 
 LoopPoint toImage(const LoopFrame& frame, const Prepared& from, double x, double y) {
-  return {(frame.turn.gridX(x, y) + 0.5) * from.pixels - 0.5,
-          (frame.turn.gridY(x, y) + 0.5) * from.pixels - 0.5};
+  return {from.left + (frame.turn.gridX(x, y) + 0.5) * from.pixels - 0.5,
+          from.top + (frame.turn.gridY(x, y) + 0.5) * from.pixels - 0.5};
 }
 
 void tellRow(const LoopFrame& frame, const Prepared& from, const LoopRow& row, NailfoldLoops& out) {
@@ -533,9 +541,14 @@ NailfoldLoops findLoops(const CZZimage& image, const LoopRequest& request) {
   out.centralPerMm = counted.centralPerMm;
   if (sharp < kSoft) out.reasons.emplace_back("the loops are soft");
   if (length < 2) out.reasons.push_back(format("only %.2f mm of the row can be seen", length));
+  const float contrast = percentile(contrasts, 0.5);
+  // Faint loops come and go with what compression and a dim light leave of their colour.
+  constexpr double kMostNoise = 0.3;
+  if (colourNoise(frame, row) > kMostNoise * contrast)
+    out.reasons.emplace_back("compression or noise hides the colour of faint loops");
   // Beside a row of dark loops, what grain makes is none of them.
   constexpr float kShareOfRow = 0.4f;
-  if (const size_t before = loopsBefore(frame, row, kShareOfRow * percentile(contrasts, 0.5));
+  if (const size_t before = loopsBefore(frame, row, kShareOfRow * contrast);
       before > 1 && 10 * before >= tips.size())
     out.reasons.emplace_back("loops stand before the row that was found");
   if (row.hiddenShare > 0.15) out.reasons.emplace_back("glare hides a part of the row");
