@@ -1,6 +1,8 @@
 // What stands beside the windows: the patient strip, the marks and the examination.
 #include <QLabel>
 #include <QListWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QTableView>
 
 #include "desktop/mainwindowtest.h"
@@ -55,6 +57,29 @@ TEST_F(Docks, TellWhoseExaminationItIs) {
   auto& documents = *window().findChild<QListWidget*>("documents");
   ASSERT_EQ(documents.count(), 1);
   EXPECT_EQ(documents.item(0)->text(), "hand.tv1\nopen\nno result");
+  ZBasicDoc& other = makeImage(32, 32);
+  settle();
+  ASSERT_EQ(app->documents.active(), &other);
+  QTest::mouseClick(documents.viewport(), Qt::LeftButton, {},
+                    documents.visualItemRect(documents.item(0)).center());
+  settle();
+  EXPECT_EQ(app->documents.active(), &d);
+}
+
+TEST_F(Docks, LeaveTheWindowsInSight) {
+  ZBasicDoc& d = makeImage(64, 48);
+  settle();
+  QMdiSubWindow& shown = windowOf(d);
+  const QWidget* room = shown.mdiArea()->viewport();
+  shown.showNormal();
+  const QRect place(room->width() - 320, 10, 320, 240);
+  shown.setGeometry(place);
+  window().resize(window().width() - 150, window().height());
+  settle();
+  EXPECT_TRUE(room->rect().contains(shown.geometry()));
+  window().resize(window().width() + 150, window().height());
+  settle();
+  EXPECT_EQ(shown.geometry(), place);
 }
 
 }  // namespace

@@ -140,5 +140,24 @@ TEST_F(MouseTools, MarksAndTheRegionAreCorrectedByMouseAndKeys) {
   EXPECT_TRUE(image()->roi.isEmpty());
 }
 
+TEST_F(MouseTools, WhatWasFoundIsReviewedByClicksAndFoundAgain) {
+  answers.answerAll([](QWidget& box) { click(box, "OK"); });
+  choose({"Analysis", "Find capillaries"});
+  const int32_t found = count();
+  ASSERT_GT(found, 2);
+  Point middle;
+  double x = 0, y = 0;
+  image()->currentDims().at(0).Centre(middle, x, y);
+  press(Qt::Key_F9, Qt::ShiftModifier);
+  click({static_cast<int32_t>(x), static_cast<int32_t>(y)});
+  EXPECT_EQ(count(), found - 1);
+  click({6, 630});
+  EXPECT_EQ(image()->reviewWords(), "1 rejected, 1 added or moved");
+  press(Qt::Key_Escape);
+  choose({"Analysis", "Find again"});
+  EXPECT_EQ(count(), found);
+  EXPECT_EQ(image()->reviewWords(), "1 rejected, 1 added or moved");
+}
+
 }  // namespace
 }  // namespace tarnvisor
