@@ -39,11 +39,9 @@ std::string siteOf(const ExamRow& exam) {
 // In order of the sites as they first occur, and of time within each.
 std::vector<ReportedExam> inOrder(std::vector<ExamRow> exams) {
   std::ranges::stable_sort(exams, {}, &ExamRow::created);
-  std::vector<std::string> sites;
-  for (const ExamRow& exam : exams)
-    if (std::ranges::find(sites, exam.site) == sites.end()) sites.push_back(exam.site);
-  std::ranges::stable_sort(
-      exams, {}, [&](const ExamRow& exam) { return std::ranges::find(sites, exam.site) - sites.begin(); });
+  std::map<std::string, size_t> sites;  // their order, by how they are compared
+  for (const ExamRow& exam : exams) sites.try_emplace(foldedName(exam.site), sites.size());
+  std::ranges::stable_sort(exams, {}, [&](const ExamRow& exam) { return sites.at(foldedName(exam.site)); });
   std::vector<ReportedExam> all;
   for (ExamRow& exam : exams) {
     std::vector<ResultRow> documents = theApp().db->resultsOf(exam.id);

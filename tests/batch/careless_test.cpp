@@ -118,6 +118,9 @@ TEST_F(Runner, ASubjectsDateOfBirthAndSexAreTold) {
   EXPECT_THAT(run("subject A born=4.2.1970").why, HasSubstr("known as \"1970-02-03\""));
   EXPECT_TRUE(run("subject A yes born=4.2.1970").ok);
   EXPECT_EQ(app.db->person("A").born, "1970-02-04");
+  EXPECT_THAT(run("subject \xc3\x84 born=1.1.1970\nsubject \xc3\xa4 yes born=2.2.1980").why,
+              HasSubstr("known as"))
+      << "yes is whose it is, and not when that one was born";
   std::vector<Step> steps;
   for (const char* wrong : {"subject A born=1970-02-30", "subject A sex=y"})
     EXPECT_NE(parseScript(wrong, "test", steps), "") << wrong;

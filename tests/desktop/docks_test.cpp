@@ -47,16 +47,18 @@ TEST_F(Docks, TellWhoseExaminationItIs) {
   ASSERT_TRUE(makeExamination("left ring", ""));
   ZBasicDoc& d = makeImage(64, 48);
   d.calibrated = 0;
+  d.resultText = "12.5, capillary density, 0.4, area";
   ASSERT_TRUE(d.onSaveDocument(theExams().folder() + "hand.tv1"));
   d.setPathName(theExams().folder() + "hand.tv1");
   settle();
   EXPECT_EQ(strip("patient"), "P-104  Anna Berg");
-  EXPECT_EQ(strip("holdings"), "1 document, 0 results");
+  EXPECT_EQ(strip("holdings"), "1 document, 1 result");
   EXPECT_EQ(strip("document"), "hand.tv1: saved");
   EXPECT_EQ(strip("caution"), "not calibrated");
   auto& documents = *window().findChild<QListWidget*>("documents");
   ASSERT_EQ(documents.count(), 1);
-  EXPECT_EQ(documents.item(0)->text(), "hand.tv1\nopen\nno result");
+  EXPECT_EQ(documents.item(0)->text(),
+            "hand.tv1\nopen\ncapillary density 12.5 per megapixel, not calibrated, area 0.4 megapixel");
   ZBasicDoc& other = makeImage(32, 32);
   settle();
   ASSERT_EQ(app->documents.active(), &other);

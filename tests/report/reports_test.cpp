@@ -1,4 +1,7 @@
+#include <filesystem>
+
 #include "assembly/assembly.h"
+#include "exams/resultfigures.h"
 #include "frame/mainframe.h"
 #include "imagedoc/resulttables.h"
 #include "imagedoc/zbasicdoc.h"
@@ -72,6 +75,25 @@ TEST_F(Reports, GoOnWithoutADocumentThatCantBeOpenedAndSaySo) {
   EXPECT_THAT(left(), ElementsAre("gone.tv1 could not be opened: the file is not there"));
   EXPECT_THAT(text(), HasSubstr("gone.tv1 could not be opened"));
   EXPECT_THAT(text(), HasSubstr("1, mark"));
+  CDocument& chart = *process.xyChartTemplate->newDocument();
+  const std::string path = app->dataFolder + "e1/c.zz1";
+  ASSERT_TRUE(dynamic_cast<CourseTaker&>(chart).takeCourse(
+      {"width", "um", "S-1", "2025-01-01", std::vector<Course::Value>(400)}));
+  chart.setPathName(path);
+  ASSERT_TRUE(chart.save());
+  std::filesystem::resize_file(path, std::filesystem::file_size(path) * 3 / 4);
+  EXPECT_THAT(left(), ::testing::Contains(HasSubstr("Only a part of c.")));
+}
+
+TEST_F(Reports, AreWrittenOverNoStoredDocument) {
+  select("left ring", "e1");
+  process.imageTemplate->discard(saveImage("e1", "1, mark"));
+  EXPECT_THAT(app->documents.mayOutputTo(app->dataFolder + "e1/hand.bmp").why(),
+              HasSubstr("belongs to the stored document hand.tv1"));
+  EXPECT_TRUE(app->documents.mayOutputTo(app->dataFolder + "e1/other.bmp"));
+  std::vector<std::string> lines;
+  EXPECT_THAT(writeExamReport(folder.file("r.bmp"), "S-1", app->db->examsOf("S-1"), lines).why(),
+              HasSubstr("written as pdf"));
 }
 
 TEST_F(Reports, LeaveOutTheDocumentOfSomebodyElse) {
@@ -107,7 +129,7 @@ TEST_F(Reports, ShowTheRowsOfAStoredTable) {
 
 TEST_F(Reports, GiveEachSiteAPageAndTheCourseOfEachAPart) {
   for (const std::string name : {"a1", "a2", "b1"}) {
-    select(name.substr(0, 1) == "a" ? "left ring" : "right ring", name);
+    select(name == "a1" ? "left ring" : name == "a2" ? "Left Ring" : "right ring", name);
     saveImage(name, "4.5, loop width");
   }
   left();
