@@ -102,7 +102,7 @@ std::string ExamRunner::freePath(const std::string& name) const {
            std::ranges::any_of(program.app.documents.documents(),
                                [&](const CDocument* open) { return open->pathName() == path; });
   };
-  for (int number = 1; isTaken(); ++number) path = stem + format("-%i", number) + ending;
+  for (int number = 1; isTaken(); ++number) path = format("%s-%i%s", stem.c_str(), number, ending.c_str());
   return path;
 }
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <map>
 #include <numbers>
-#include <ranges>
 
 #include "app/processstate.h"
 #include "base/text.h"
@@ -175,9 +174,9 @@ void ZBasicDoc::takeAway(int32_t index) {
 void ZBasicDoc::deleteMarks(int32_t index) {
   const bool isReview = currentlist == kNailfoldList ? tellsLoops() : holdsCounted(currentlist);
   const std::vector<int32_t> chosen = currentDims().selection(index);
-  for (const int32_t i : std::views::reverse(chosen)) {
-    const CDim& mark = currentDims().at(i);
-    isReview && (isCircle(mark) || isPoint(mark)) ? takeAway(i) : currentDims().remove(i);
+  for (auto i = chosen.rbegin(); i != chosen.rend(); ++i) {
+    const CDim& mark = currentDims().at(*i);
+    isReview && (isCircle(mark) || isPoint(mark)) ? takeAway(*i) : currentDims().remove(*i);
   }
 }
 
