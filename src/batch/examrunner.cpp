@@ -84,10 +84,14 @@ void ExamRunner::takeOver() {
 
 // Of pictures that are called alike, each has its own: tables and judgements tell of them by their titles.
 void ExamRunner::giveTitle(CDocument& document) {
+  std::string file;
+  for (const std::string& used : document.filesInUse())
+    if (!used.empty()) file = used;
+  if (file.empty()) return;  // tables are known by their titles
   const std::string first = document.title();
   for (int number = 1;; ++number) {
     const auto [known, isNew] = titled.try_emplace(document.title(), &document);
-    if (isNew && !document.filesInUse().empty()) madeOf[document.title()] = document.filesInUse().back();
+    if (isNew) madeOf[document.title()] = file;
     if (isNew || known->second == &document) return;
     document.setTitle(format("%s-%i", first.c_str(), number));
   }

@@ -176,14 +176,17 @@ Outcome DocumentManager::mayOutputTo(const std::string& path) const {
              : Outcome::failure(path + " belongs to the stored document " + holder + ": choose another name");
 }
 
-// Documents hold names as they are: only one with the name somewhere in it is worth reading.
+// Documents hold names as they are: only one with the name somewhere in it is worth reading. What names other
+// files is small, unlike movies.
 std::string DocumentManager::storedHolderOf(const std::string& path) const {
+  constexpr uint64_t kLongest = 32u << 20;
   std::string holder;
   if (!filesOfStored || !fileExists(path)) return holder;
   const std::string name = fileNameOf(path), folder = folderOf(absolutePath(path));
   (void)walkFolder(folder, Depth::Own, [&](const std::filesystem::directory_entry& entry) {
     const std::string beside = entry.path().string();
-    const auto text = typeFor(beside) && !sameFile(beside, path) ? readWholeText(beside) : std::nullopt;
+    const auto text =
+        typeFor(beside) && !sameFile(beside, path) ? readWholeText(beside, kLongest) : std::nullopt;
     if (!text || text->find(name) == std::string::npos) return Outcome::success();
     const auto isIt = [&](const std::string& file) { return sameFile(file, path); };
     if (!std::ranges::any_of(filesOfStored(beside), isIt)) return Outcome::success();
