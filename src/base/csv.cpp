@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 }
 
-CsvReader::CsvReader(std::string_view all) : text(all) {
+CsvReader::CsvReader(std::string_view all, size_t firstLine) : text(all), line(firstLine) {
   if (text.starts_with(kByteOrderMark)) at = kByteOrderMark.size();
 }
 

@@ -20,12 +20,15 @@ struct CsvRow {
 // stand, blanks included.
 class CsvReader {
  public:
-  explicit CsvReader(std::string_view text);
+  // firstLine: that the text begins with, of a longer one.
+  explicit CsvReader(std::string_view text, size_t firstLine = 1);
   // False at the end, and where a quote is open, or stands within or behind a cell: problem() then tells the
   // line and what is wrong.
   [[nodiscard]] bool next(CsvRow& row);
   const std::string& problem() const { return wrongWords; }
   size_t rowBegin() const { return begun; }  // where the last row began, in bytes
+  size_t position() const { return at; }     // behind it
+  size_t lineThere() const { return line; }
 
  private:
   bool takeCell(std::string& cell);

@@ -6,7 +6,6 @@
 #include <tuple>
 #include <unordered_map>
 
-#include "base/csv.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "exams/subjectdirectory.h"
@@ -16,6 +15,7 @@ namespace tarnvisor {
 namespace {
 
 constexpr size_t kLongestKey = 100;  // a folder's name
+constexpr size_t kBlock = 1 << 22;   // bytes of the list that are looked at together
 constexpr size_t kMostProblems = 20;
 
 // A folder is named so, on any file system.
@@ -131,32 +131,80 @@ std::vector<std::pair<uint32_t, uint32_t>> StudyManifest::doubles() const {
   return found;
 }
 
+std::string StudyManifest::piece(uint64_t from, size_t bytes) const {
+  if (!file) return from < own.size() ? own.substr(from, bytes) : std::string();
+  std::string text(bytes, '\0');
+  if (::fseeko(file.get(), static_cast<off_t>(from), SEEK_SET) != 0) return {};
+  text.resize(std::fread(text.data(), 1, bytes, file.get()));
+  return text;
+}
+
+// Lines are looked at whole, so that no character is cut.
+bool StudyManifest::isUtf8() const {
+  for (uint64_t from = 0;;) {
+    std::string text = piece(from, kBlock);
+    const bool isLast = text.size() < kBlock;
+    if (!isLast) text.resize(text.rfind('\n') + 1);
+    if ((!isLast && text.empty()) || recoded(text)) return false;
+    if (isLast) return true;
+    from += text.size();
+  }
+}
+
+// A block of text after the other: a row that one cuts off begins the next.
+Outcome StudyManifest::eachRow(const std::function<void(const CsvRow&, uint64_t)>& work) const {
+  uint64_t from = 0;
+  size_t line = 1;
+  for (size_t bytes = kBlock;;) {
+    const std::string text = piece(from, bytes);
+    const bool isLast = text.size() < bytes;
+    CsvReader reader(text, line);
+    CsvRow row;
+    size_t done = 0;
+    while (reader.next(row) && (isLast || reader.position() < text.size())) {
+      work(row, from + reader.rowBegin());
+      done = reader.position();
+      line = reader.lineThere();
+    }
+    if (isLast && file && std::ferror(file.get())) return Outcome::failure("it can't be read to its end");
+    if (isLast) return reader.problem().empty() ? Outcome::success() : Outcome::failure(reader.problem());
+    if (done == 0) bytes *= 2;
+    from += done;
+  }
+}
+
+Outcome StudyManifest::open(const std::string& path) {
+  file.reset(fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr);
+  if (file && isUtf8()) return Outcome::success();
+  const auto whole = file ? readWholeText(path) : std::nullopt;
+  if (!whole) return Outcome::failure(path + " can't be read");
+  own = recoded(*whole).value_or(*whole);
+  file.reset();
+  return Outcome::success();
+}
+
 Outcome StudyManifest::read(const std::string& path) {
   folder = folderOf(path);
-  rows.clear();
-  heading.clear();
-  auto whole = readWholeText(path);
-  if (!whole) return Outcome::failure(path + " can't be read");
-  text = std::move(*whole);
-  if (auto utf8 = recoded(text)) text = std::move(*utf8);
-  CsvReader reader(text);
-  CsvRow row;
-  if (reader.next(row)) heading = row.cells;
-  if (const auto wrong = checkHeading(); !wrong.empty()) return Outcome::failure(path + ": " + wrong);
+  if (Outcome opened = open(path); !opened) return opened;
   Problems problems;
   SpelltSubjects subjects;
-  while (reader.next(row)) {
-    if (const auto wrong = check(row.cells); !wrong.empty()) {
-      problems.add(row.line, wrong);
-      continue;
+  std::string wrongHeading;
+  const Outcome all = eachRow([&](const CsvRow& row, uint64_t begin) {
+    if (heading.empty()) {
+      heading = row.cells;
+      wrongHeading = checkHeading();
+    } else if (wrongHeading.empty()) {
+      if (const auto wrong = check(row.cells); !wrong.empty()) return problems.add(row.line, wrong);
+      rows.push_back({row.cells[placeOf("key")], begin, static_cast<uint32_t>(row.line)});
+      const std::string& subject = row.cells[placeOf("subject")];
+      if (const size_t other = subjects.otherSpelling(subject, row.line))
+        problems.add(row.line,
+                     "the subject \"" + subject + format("\" is spelled otherwise in line %zu", other));
     }
-    rows.push_back({row.cells[placeOf("key")], reader.rowBegin(), static_cast<uint32_t>(row.line)});
-    const std::string& subject = row.cells[placeOf("subject")];
-    if (const size_t other = subjects.otherSpelling(subject, row.line))
-      problems.add(row.line,
-                   "the subject \"" + subject + format("\" is spelled otherwise in line %zu", other));
-  }
-  if (!reader.problem().empty()) return Outcome::failure(path + ": " + reader.problem());
+  });
+  if (heading.empty()) wrongHeading = checkHeading();
+  if (!wrongHeading.empty()) return Outcome::failure(path + ": " + wrongHeading);
+  if (!all) return Outcome::failure(path + ": " + all.why());
   std::ranges::sort(
       rows, [](const Row& a, const Row& b) { return std::tie(a.key, a.line) < std::tie(b.key, b.line); });
   for (const auto& [second, first] : doubles())
@@ -168,9 +216,14 @@ Outcome StudyManifest::read(const std::string& path) {
 }
 
 std::vector<std::string> StudyManifest::row(size_t place) const {
-  CsvReader reader(std::string_view(text).substr(rows[place].begin));
   CsvRow row;
-  if (!reader.next(row)) row.cells.resize(heading.size());  // it was read before
+  for (size_t bytes = 1u << 12;; bytes *= 2) {
+    const std::string text = piece(rows[place].begin, bytes);
+    CsvReader reader(text);
+    const bool isWhole = reader.next(row) && reader.position() < text.size();
+    if (isWhole || text.size() < bytes) break;
+  }
+  row.cells.resize(heading.size());  // it was read before
   std::string& subject = row.cells[placeOf("subject")];
   subject = idOf(subject);
   return std::move(row.cells);

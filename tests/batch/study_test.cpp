@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "batch/studychunk.h"
+#include "batch/studymanifest.h"
 #include "batch/studymerge.h"
 #include "batch/studystatus.h"
 #include "db/subjectdatabase.h"
@@ -207,6 +208,18 @@ TEST_F(Study, AListThatIsWrongIsToldByItsLines) {
   EXPECT_THAT(planProblem("key,subject,file,region\nx,P,1.bmp,\"0,0,9,9\"\ny,P,1.bmp,left\n"),
               HasSubstr("wrong.csv:3: with this exam"));
   EXPECT_FALSE(folderExists(folder.file("never")));
+}
+
+TEST_F(Study, AListIsReadInPartsAndItsRowsAreWhole) {
+  std::string lines, comment;
+  for (int i = 0; i < 150'000; ++i) comment += format("Müller, %i\n", i);
+  for (const char* key : {"c", "a", "b"}) lines += std::string(key) + ",S,1.bmp,\"" + key + comment + "\"\n";
+  put("great.csv", "key,subject,file,comment\n" + lines);
+  StudyManifest list;
+  ASSERT_TRUE(list.read(folder.file("great.csv")));
+  ASSERT_EQ(list.count(), 3u);
+  EXPECT_EQ(list.row(2), (std::vector<std::string>{"c", "S", "1.bmp", "c" + comment}));
+  EXPECT_EQ(list.line(1), 300'004u);
 }
 
 TEST_F(Study, AnExamThatTakesTooLongIsStoppedAndTold) {
