@@ -53,7 +53,8 @@ std::string worstQuality(const std::vector<CsvRow>& measures, const std::vector<
 
 class Chunk {
  public:
-  Chunk(const StudyPlan& ofStudy, int32_t which) : plan(ofStudy), number(which), began(currentTime()) {}
+  Chunk(const StudyPlan& ofStudy, int32_t which, const ExamLimits& given)
+      : plan(ofStudy), number(which), limits(given), began(currentTime()) {}
   ~Chunk() {
     std::error_code error;
     if (!part.empty()) fs::remove_all(part, error);
@@ -61,7 +62,7 @@ class Chunk {
   Chunk(const Chunk&) = delete;
   Chunk& operator=(const Chunk&) = delete;
 
-  Outcome run(ExamLimits limits, int32_t& failures) {
+  Outcome run(int32_t& failures) {
     std::vector<StudyExam> exams;
     if (Outcome read = plan.examsOf(number, exams); !read) return read;
     if (Outcome seen = seesPictures(exams); !seen) return seen;
@@ -70,10 +71,8 @@ class Chunk {
     if (part.empty())
       return Outcome::failure(plan.partFolder() + " can't be written: " + std::strerror(errno));
     const FlushLater later;
-    limits.settings = file("settings.ini");
-    limit = limits.seconds;
-    Outcome done = takeSettings(limits.settings);
-    if (done) done = measure(exams, limits, failures);
+    Outcome done = takeSettings();
+    if (done) done = measure(exams, failures);
     if (done) done = tellProvenance();
     if (done) done = sign();
     if (done) done = flushFolder(part);
@@ -85,7 +84,8 @@ class Chunk {
   std::string file(const std::string& name) const { return part + name; }
 
   // The study's own may change while the chunk runs.
-  Outcome takeSettings(const std::string& copy) const {
+  Outcome takeSettings() const {
+    const std::string copy = file(chunkfiles::kSettings);
     if (Outcome copied = copyFile(plan.settingsFile(), copy); !copied) return copied;
     return sha256OfFile(copy) == plan.fact("sha256 of settings.ini")
                ? Outcome::success()
@@ -104,7 +104,7 @@ class Chunk {
                                       folder(exams.front()) + ": is the disc connected?");
   }
 
-  Outcome measure(const std::vector<StudyExam>& exams, const ExamLimits& limits, int32_t& failures) {
+  Outcome measure(const std::vector<StudyExam>& exams, int32_t& failures) {
     for (const char* below : {examfiles::kData, examfiles::kPictures, "exam/", "logs/"})
       if (!makeFolderPath(part + below)) return Outcome::failure(part + below + " can't be made");
     TableFile list(file(chunkfiles::kExams), examsHeading(plan));
@@ -117,7 +117,8 @@ class Chunk {
                             kVersion);
     for (const StudyExam& exam : exams) {
       const std::string work = part + "exam/";
-      const bool went = makeFolderPath(work) && runExam(plan, exam, work, limits);
+      const bool went =
+          makeFolderPath(work) && runExam(plan, exam, file(chunkfiles::kSettings), work, limits);
       std::vector<CsvRow> rows, told, looked, stored;
       if (went) {
         // A folder that is short of space may have lost a table.
@@ -200,14 +201,14 @@ class Chunk {
                       {{"computer", currentStationId()},
                        {"user", currentUserLabel()},
                        {"process", format("%i", ::getpid())},
-                       {"seconds that an exam may take", format("%g", limit)},
+                       {"seconds that an exam may take", format("%g", limits.seconds)},
                        {"began", longDateTime(began)},
                        {"seconds", format("%lli", static_cast<long long>(currentTime() - began))}});
   }
   Outcome sign() const {
     std::error_code error;
     fs::remove_all(file("exam"), error);
-    fs::remove(file("settings.ini"), error);
+    fs::remove(file(chunkfiles::kSettings), error);
     if (Outcome listed = listFiles(); !listed) return listed;
     std::string sums;
     for (const std::string& name : chunkTables()) sums += sha256OfFile(file(name)) + "  " + name + "\n";
@@ -262,8 +263,8 @@ class Chunk {
 
   const StudyPlan& plan;
   int32_t number;
+  ExamLimits limits;
   int64_t began;
-  double limit = 0;
   std::string part;  // empty once it has its place
 };
 
@@ -278,7 +279,7 @@ Outcome runChunk(const StudyPlan& plan, int32_t chunk, const ExamLimits& limits,
           format("the study was planned by another program (%s %s, this one has %s): plan anew, or "
                  "run that one",
                  fact, plan.fact(fact).c_str(), present.c_str()));
-  return plan.isDone(chunk) ? Outcome::success() : Chunk(plan, chunk).run(limits, failures);
+  return plan.isDone(chunk) ? Outcome::success() : Chunk(plan, chunk, limits).run(failures);
 }
 
 }  // namespace tarnvisor

@@ -11,6 +11,7 @@ namespace chunkfiles {
 inline constexpr const char* kExams = "exams.csv";
 inline constexpr const char* kFailures = "failures.csv";
 inline constexpr const char* kProvenance = "provenance.csv";  // what numbers depend on
+inline constexpr const char* kSettings = "settings.ini";      // while it runs
 inline constexpr const char* kRun = "run.csv";                // where, by whom and when: not compared
 inline constexpr const char* kFiles = "files.csv";            // the size of each document and picture
 inline constexpr const char* kDone = "done";                  // SHA-256 of each table

@@ -58,12 +58,12 @@ constexpr double kFewGood = 50;  // percent of what was tried
 // What the process of an exam does.
 class ExamProcess {
  public:
-  ExamProcess(const StudyPlan& ofStudy, const StudyExam& ofList, const std::string& folder,
-              const ExamLimits& given)
+  ExamProcess(const StudyPlan& ofStudy, const StudyExam& ofList, const std::string& ofChunk,
+              const std::string& folder)
       : plan(ofStudy),
         exam(ofList),
+        chunkSettings(ofChunk),
         work(folder),
-        limits(given),
         key(plan.key(exam)),
         subject(plan.cell(exam, "subject")) {}
 
@@ -74,7 +74,7 @@ class ExamProcess {
     std::vector<Step> steps;
     if (Outcome summed = sumInputs(values); !summed) return summed;
     if (Outcome made = plan.steps().stepsFor(values, steps); !made) return made;
-    if (Outcome copied = copyFile(limits.settings, work + "settings.ini"); !copied) return copied;
+    if (Outcome copied = copyFile(chunkSettings, work + "settings.ini"); !copied) return copied;
     if (Outcome made = makeData(); !made) return made;
     ScriptProgram program;
     if (std::ranges::find(steps, "doppler", &Step::word) != steps.end()) program.useVelocityInput();
@@ -222,8 +222,8 @@ class ExamProcess {
 
   const StudyPlan& plan;
   const StudyExam& exam;
+  const std::string& chunkSettings;
   const std::string& work;
-  const ExamLimits& limits;
   const std::string key, subject;
   std::vector<std::pair<std::string, std::string>> inputs;  // file and sum
 };
@@ -259,8 +259,8 @@ void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::strin
   if (const Outcome written = table.finish(); !written) std::fprintf(stderr, "%s\n", written.why().c_str());
 }
 
-[[noreturn]] void beExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
-                         const ExamLimits& limits, pid_t parent) {
+[[noreturn]] void beExam(const StudyPlan& plan, const StudyExam& exam, const std::string& chunkSettings,
+                         const std::string& work, int threads, pid_t parent) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != parent) ::_exit(1);  // it went before it could be told
   std::signal(SIGXFSZ, SIG_IGN);          // a file that may not grow is an error in words
@@ -269,10 +269,10 @@ void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::strin
           ::open((work + examfiles::kLog).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
       log >= 0)
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(log, stream);
-  setParallelThreads(limits.threads);
+  setParallelThreads(threads);
   int failedLine = 0;
   const FlushLater later;  // of this process: the chunk's folder is flushed as a whole
-  const Outcome done = ExamProcess(plan, exam, work, limits).run(failedLine);
+  const Outcome done = ExamProcess(plan, exam, chunkSettings, work).run(failedLine);
   if (!done) writeFailure(plan, exam, work, plan.steps().stepAt(failedLine), done.why());
   std::fflush(nullptr);
   ::_exit(done ? 0 : 1);
@@ -293,8 +293,8 @@ bool awaitEnd(pid_t child, int itsPipe, double seconds, int& status) {
 
 }  // namespace
 
-bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
-             const ExamLimits& limits) {
+bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& chunkSettings,
+             const std::string& work, const ExamLimits& limits) {
   const auto failed = [&](const std::string& why) {
     writeFailure(plan, exam, work, "", why);
     return false;
@@ -304,7 +304,7 @@ bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& wo
     if (::pipe2(ends, O_CLOEXEC) != 0) return failed(std::strerror(errno));
     std::fflush(nullptr);
     const pid_t self = ::getpid(), child = ::fork();
-    if (child == 0) beExam(plan, exam, work, limits, self);
+    if (child == 0) beExam(plan, exam, chunkSettings, work, limits.threads, self);
     const std::string why = child < 0 ? std::strerror(errno) : "";
     ::close(ends[1]);
     int status = 0;

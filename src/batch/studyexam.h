@@ -29,14 +29,14 @@ const std::vector<std::string>& inputsHeading();
 const std::vector<std::string>& failuresHeading();
 
 struct ExamLimits {
-  std::string settings;   // the chunk's own copy
   int threads = 1;        // results don't depend on it
   double seconds = 3600;  // an exam that takes longer has failed
 };
 
-// Runs the exam in `work`, a folder of its own with a separator, and returns when its process has ended.
+// Runs the exam in `work`, a folder of its own with a separator, with a copy of `settings`, and returns when
+// its process has ended.
 // False where it failed: kFailure then tells at which step and why.
-[[nodiscard]] bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
-                           const ExamLimits& limits);
+[[nodiscard]] bool runExam(const StudyPlan& plan, const StudyExam& exam, const std::string& settings,
+                           const std::string& work, const ExamLimits& limits);
 
 }  // namespace tarnvisor

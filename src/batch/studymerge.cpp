@@ -357,6 +357,7 @@ class Merger {
         before = newFolder(target + ".before-");  // the file system can't
         fs::rename(target, before, error);
         if (!error) fs::rename(part, target, error);
+        if (std::error_code again; error) fs::rename(before, target, again);
       }
     }
     if (error) return Outcome::failure(target + ": " + error.message());

@@ -52,9 +52,13 @@ bool CVivoCapDoc::hasRoomFor(const std::string& folder, uint64_t bytes) {
     return false;
   }
   const uint64_t free = freeIn(folder);
-  return free == 0 || bytes < free / kMuch || isUnattended() ||
-         host().messages.show(roomInWords(folder, bytes) + "\nGo on?", Buttons::OkCancel, Icon::Question) ==
-             Answer::Ok;
+  if (free == 0 || isUnattended()) return true;
+  if (bytes < free / kMuch) {
+    host().messages.notice({roomInWords(folder, bytes)});
+    return true;
+  }
+  return host().messages.show(roomInWords(folder, bytes) + "\nGo on?", Buttons::OkCancel, Icon::Question) ==
+         Answer::Ok;
 }
 
 bool CVivoCapDoc::goesBeside() const {

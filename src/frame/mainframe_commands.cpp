@@ -62,7 +62,8 @@ const CommandTableBase& CBasicMainFrame::commandTable() {
         .status =
             "Shows all examinations of the subject with small pictures of their documents and the results.",
         .keys = "Ctrl+Alt+B",
-        .icon = "exams"}},
+        .icon = "exams",
+        .shown = "Exams of subject"}},
       {cmd::CourseOfResults,
        "&Course of results...",
        &F::courseOfResults,

@@ -11,10 +11,13 @@
 namespace tarnvisor {
 
 void ZBasicDoc::clearAllDimensions() {
-  const Change change(*this);
-  currentDims().removeAll();
-  rejected[static_cast<size_t>(currentlist)].removeAll();
-  setModified();
+  {
+    const Change change(*this);
+    currentDims().removeAll();
+    rejected[static_cast<size_t>(currentlist)].removeAll();
+    setModified();
+  }
+  if (countedBefore == currentlist) countedBefore = -1;  // what is drawn next is no correction
   updateAllViews(CView::Change::Marks);
 }
 
