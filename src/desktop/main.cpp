@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 #include "assembly/assembly.h"
@@ -55,20 +56,30 @@ bool isForATask(const CommandLine& line) {
 }
 
 // Turns go on behind dialogs, whose answer may take long. The first one offers what was left, before anything
-// else is asked.
+// else is asked; another data folder is seen at once.
 class AutoSaveTimer {
  public:
-  explicit AutoSaveTimer(CBasicApp& app) : autoSave(app) {
+  explicit AutoSaveTimer(CBasicApp& application)
+      : app(application), autoSave(app), toldBefore(app.onDataFolderChanged) {
     QObject::connect(&timer, &QTimer::timeout, &timer, [this] { turn(); });
+    app.onDataFolderChanged = [this] {
+      if (toldBefore) toldBefore();
+      timer.start(0);
+    };
     turn();
   }
+  ~AutoSaveTimer() { app.onDataFolderChanged = toldBefore; }
+  AutoSaveTimer(const AutoSaveTimer&) = delete;
+  AutoSaveTimer& operator=(const AutoSaveTimer&) = delete;
 
  private:
   void turn() {
     timer.start(AutoSave::turnMs());
     autoSave.turn();
   }
+  CBasicApp& app;
   AutoSave autoSave;
+  std::function<void()> toldBefore;
   QTimer timer;
 };
 

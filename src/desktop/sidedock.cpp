@@ -177,9 +177,11 @@ void SideDock::show(CView* view) {
   if (now != key) {
     const bool isFirst = key.empty() || other;
     model->take(panel);
-    if (isFirst) {
+    if (isFirst) setWindowTitle(toQt(panel->title()));
+    // To the first rows that there are; from then on they are as wide as the user wants them.
+    if (isFirst || !fitsRows) {
       table->resizeColumnsToContents();
-      setWindowTitle(toQt(panel->title()));
+      fitsRows = panel->rowCount() > 0;
     }
     key = now;
     showGroups();

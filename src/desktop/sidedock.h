@@ -50,7 +50,8 @@ class SideDock final : public QDockWidget {
   CView* shown = nullptr;
   std::string key;  // of what the table shows
   bool following = false;
-  QTabBar* tabs;  // a panel each, where there are several
+  bool fitsRows = false;  // the columns are as wide as what stood in them first
+  QTabBar* tabs;          // a panel each, where there are several
   QHBoxLayout* actionRow;
   std::vector<QPushButton*> actions;
   SideModel* model;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/recentfiles.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "frame/commandids.h"
@@ -144,8 +145,12 @@ void CBasicMainFrame::openDemonstration() {
     if (ownDataFolder.empty()) ownDataFolder = folderOf(settings.getString("Settings", "database", ""));
     if (ownDataFolder.empty() || isDemonstration(ownDataFolder))
       host().messages.show("There is no other data folder yet: File, Data folder chooses one.");
-    else if (app.useDataFolder(ownDataFolder))
+    else if (app.useDataFolder(ownDataFolder)) {
+      // They would stand among the user's own.
+      for (const std::string& path : recentFiles())
+        if (path.starts_with(folder)) removeRecentFile(path);
       host().messages.notice({"Your own data folder is back: " + ownDataFolder});
+    }
     return;
   }
   const std::string complete = folder + "complete";

@@ -15,6 +15,7 @@
 namespace tarnvisor {
 
 int32_t tool = kToolNone;
+const ZBasicDoc* reviewed = nullptr;
 
 namespace {
 
@@ -84,6 +85,7 @@ void ZBasicView::onUpdate(Change what) {
 }
 
 void ZBasicView::onActivate() {
+  if (tool == kToolReview && reviewed != &doc) chooseTool(kToolReview);
   keepCountApart();
   site().panesChanged();
   refreshLevelCharts(doc, selected);

@@ -45,6 +45,9 @@ enum Tool : int32_t {
 // One for the process. The internal values 1 and 6 stand only while a button is held.
 extern int32_t tool;
 
+// Whose review was begun last: a click in another document is no correction. Only compared.
+extern const ZBasicDoc* reviewed;
+
 class ZBasicView : public CView, public AutoLoadSink {
  public:
   explicit ZBasicView(ZBasicDoc& document);

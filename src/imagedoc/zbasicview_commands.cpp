@@ -280,9 +280,11 @@ void ZBasicView::chooseTool(int32_t wanted) {
     // In an empty list a click would begin a count of its own in place of the one that is there.
     if (tool == kToolReview && doc.currentDims().items.empty() && doc.countedList >= 0)
       doc.setCurrentList(doc.countedList);
-    if (tool == kToolReview)
+    if (tool == kToolReview) {
+      reviewed = &doc;
       host().messages.notice(
           {"A click on a mark takes it away, a click elsewhere adds one. Esc ends the review."});
+    }
     keepCountApart();
   }
   hovered = {};

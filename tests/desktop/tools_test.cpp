@@ -153,7 +153,13 @@ TEST_F(MouseTools, WhatWasFoundIsReviewedByClicksAndFoundAgain) {
   EXPECT_EQ(count(), found - 1);
   click({6, 630});
   EXPECT_EQ(image()->reviewWords(), "1 rejected, 1 added or moved");
-  press(Qt::Key_Escape);
+  CDocument& reviewedPicture = *app->documents.active();
+  CDocument* const other = process.imageTemplate->newDocument();
+  settle();
+  EXPECT_EQ(tool, kToolNone) << "a click in another picture would be no correction";
+  process.imageTemplate->discard(*other);
+  app->documents.activate(reviewedPicture);
+  settle();
   choose({"Analysis", "Find again"});
   EXPECT_EQ(count(), found);
 }

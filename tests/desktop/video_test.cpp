@@ -108,11 +108,25 @@ TEST_F(VideoWindow, GoesBackToAVersionInTheDock) {
   settle();
   auto& table = *window().findChild<QTableView*>("marks");
   ASSERT_EQ(table.model()->rowCount(), 2);
-  table.selectRow(0);
-  for (QPushButton* each : window().findChildren<QPushButton*>())
-    if (each->text() == "Go to") each->click();
+  const auto act = [&](int row, const char* words) {
+    table.selectRow(row);
+    click(window(), words);
+    settle();
+  };
+  act(0, "Go to");
   EXPECT_EQ(doc->currentVersion(), 1);
   EXPECT_EQ(greyShown(), 0);
+  act(1, "Compare");
+  auto* beside = dynamic_cast<CVivoCapDoc*>(app->documents.active());
+  ASSERT_NE(beside, doc);
+  EXPECT_EQ(beside->theImage()->pixelAt(100, 100), 200) << "the other version, in a window of its own";
+  process.videoTemplate->discard(*beside);
+  settle();
+  for (const QString answer : {"No", "Yes"}) {
+    answers.expect(programTitle().c_str(), [answer](QWidget& box) { click(box, answer); });
+    act(1, "Delete");
+    EXPECT_EQ(table.model()->rowCount(), answer == "No" ? 2 : 1);
+  }
 }
 
 TEST_F(VideoWindow, PlaysAndProcessesBeforeTheEyes) {
