@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QColorDialog>
 #include <QComboBox>
+#include <QCompleter>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QGridLayout>
@@ -43,6 +44,22 @@ void showSwatch(QPushButton& button, const std::string& colour) {
   button.setIcon(swatch);
   button.setIconSize(swatch.size());
   button.setProperty("colour", toQt(colour));
+}
+
+// Offers in a list what of the choices holds the words typed. The combo box's own would write into the line.
+void offerWhileTyping(QComboBox& list) {
+  auto* offered = new QCompleter(list.model(), &list);
+  offered->setFilterMode(Qt::MatchContains);
+  offered->setCaseSensitivity(Qt::CaseInsensitive);
+  offered->setWidget(list.lineEdit());
+  QObject::connect(list.lineEdit(), &QLineEdit::textEdited, offered, [offered](const QString& words) {
+    offered->setCompletionPrefix(words);
+    const bool tellsMore = offered->completionCount() > 1 || offered->currentCompletion() != words;
+    if (words.isEmpty() || offered->completionCount() == 0 || !tellsMore) return offered->popup()->hide();
+    offered->complete();
+  });
+  QObject::connect(offered, qOverload<const QString&>(&QCompleter::activated), list.lineEdit(),
+                   &QLineEdit::setText);
 }
 
 }  // namespace
@@ -186,6 +203,7 @@ QComboBox* FormRows::makeOffers(const FormField& field) {
   list->setEditable(true);
   list->setInsertPolicy(QComboBox::NoInsert);
   list->setCompleter(nullptr);
+  offerWhileTyping(*list);
   for (const std::string& text : field.choices) list->addItem(toQt(text));
   list->setCurrentIndex(-1);
   list->setMaxVisibleItems(list->count());

@@ -157,6 +157,50 @@ std::vector<Course> coursesOf(const std::string& subject, const std::optional<st
   return courses;
 }
 
+namespace {
+
+// At first that of the selected exam, and of all in scripts. Fingers differ: one at the first exam and
+// another at the next would look like a change.
+class SiteChoice {
+ public:
+  explicit SiteChoice(const ExamSelection& selected) {
+    std::map<std::string, std::string> known;  // by how they are compared
+    std::string here;
+    for (const ExamRow& exam : theApp().db->examsOf(selected.subjectId())) {
+      known.try_emplace(foldedName(exam.site), exam.site);
+      if (exam.id == selected.examId() && !isUnattended()) here = foldedName(exam.site);
+    }
+    for (const auto& [folded, site] : known) {
+      if (folded == here) chosen = static_cast<int32_t>(names.size());
+      names.push_back(site);
+    }
+    if (chosen < 0) chosen = static_cast<int32_t>(names.size());
+    names.emplace_back("all sites");
+  }
+  void addTo(Form& form) {
+    if (isAsked()) form.addChoice("Site", chosen, names);
+  }
+  // Nothing where the site has none.
+  std::optional<Course> of(Course all) const {
+    if (!isAsked()) return all;
+    const std::string& name = names[static_cast<size_t>(chosen)];
+    const bool ofAll = static_cast<size_t>(chosen) + 1 == names.size();
+    std::vector<Course> there = ofAll ? std::vector{all} : coursesOf(all.subject, name);
+    const auto same = std::ranges::find_if(
+        there, [&](const Course& each) { return each.quantity == all.quantity && each.unit == all.unit; });
+    if (same == there.end()) return std::nullopt;
+    same->subject += ", " + name;
+    return std::move(*same);
+  }
+
+ private:
+  bool isAsked() const { return names.size() > 2; }
+  std::vector<std::string> names;
+  int32_t chosen = -1;
+};
+
+}  // namespace
+
 void runCourse() {
   const ExamSelection& selected = theExams();
   const std::vector<Course> courses = coursesOf(selected.subjectId());
@@ -178,11 +222,17 @@ void runCourse() {
   Form form("Course of results");
   form.addNote(selected.words());
   form.addChoice("Result", wanted, names);
+  SiteChoice site(selected);
+  site.addTo(form);
   if (!asked(form)) return;
-  const Course& course = courses[static_cast<size_t>(wanted)];
+  const auto course = site.of(courses[static_cast<size_t>(wanted)]);
+  if (!course) {
+    host().messages.show("No saved document of that site has this result.", Buttons::Ok, Icon::Warning);
+    return;
+  }
   CDocument* fresh = process.xyChartTemplate ? process.xyChartTemplate->newDocument() : nullptr;
   auto* taker = dynamic_cast<CourseTaker*>(fresh);
-  if (!taker || !taker->takeCourse(course))
+  if (!taker || !taker->takeCourse(*course))
     host().messages.show("The chart can't be made.", Buttons::Ok, Icon::Error);
   else
     fresh->setModified(false);  // it can be made again at any time

@@ -367,6 +367,15 @@ TEST_F(ChartCommands, ChartAResultOverTheExamsOfASubject) {
   std::vector<std::pair<double, double>> found;
   for (const xychartdoc::Pair& p : chart->pairs()) found.emplace_back(p.x, p.y);
   EXPECT_THAT(found, ElementsAre(std::pair(0, 9.75), std::pair(10, 9)));
+  const int32_t other = app->db->newExam("S-1", "right", "", "r");
+  ASSERT_TRUE(app->db->insertResult(other, "a.tv1", "30, capillary density"));
+  exams->selectExam(other, "r");
+  host.fill({{"Result", "capillary density"}});
+  routeCommand(app->commandChain(), std::string_view("Course of results..."));
+  chart = dynamic_cast<xychartdoc*>(app->documents.active());
+  EXPECT_EQ(chart->title(), "S-1, right capillary density");
+  ASSERT_EQ(chart->pairs().size(), 1U) << "of the selected exam's site alone";
+  EXPECT_EQ(chart->pairs()[0].y, 30);
 }
 
 TEST_F(ChartCommands, DrawATraceAgainstAnotherOfAnotherPeriod) {

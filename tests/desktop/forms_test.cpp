@@ -1,7 +1,9 @@
 // Forms as dialogs.
 
+#include <QAbstractItemView>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCompleter>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
@@ -48,6 +50,23 @@ TEST(FormDialog, SaysBesideTheFieldWhatIsWrongAndTurnsOkOff) {
   dialog.accept();
   EXPECT_EQ(area, 77);
   EXPECT_EQ(angle, -2.5);
+}
+
+TEST(FormDialog, OffersWhatHoldsTheWordsTypedAndLeavesThemToTheUser) {
+  std::string site;
+  Form form("New Examination");
+  form.add("Site", site).offering({"right ring finger", "left ring finger", "left thumb"});
+  FormDialog dialog(form, nullptr);
+  dialog.show();
+  const QCompleter& offered = *dialog.findChild<QCompleter*>();
+  QTest::keyClicks(line(dialog, 0), "Ring");
+  EXPECT_EQ(offered.completionCount(), 2);
+  EXPECT_TRUE(offered.popup()->isVisible());
+  EXPECT_EQ(line(dialog, 0)->text(), "Ring");
+  QTest::keyClick(offered.popup(), Qt::Key_Down);
+  QTest::keyClick(offered.popup(), Qt::Key_Return);
+  dialog.accept();
+  EXPECT_EQ(site, "right ring finger");
 }
 
 TEST(FormDialog, EndsByButtonsOfItsOwn) {
