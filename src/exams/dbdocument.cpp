@@ -60,7 +60,7 @@ std::string pageWords(const CdbDocument::Owner& owner, bool isFromElsewhere) {
   const SubjectDatabase* db = isFromElsewhere ? nullptr : theApp().db.get();
   const auto subject = db ? db->readSubject(owner.subject) : std::nullopt;
   const auto exam = db && owner.exam >= 0 ? db->exam(owner.subject, owner.exam) : std::nullopt;
-  const std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : "";
+  const std::string name = fullNameOf(subject);
   std::string words = "Subject " + owner.subject + (name.empty() ? "" : ", " + name);
   if (owner.exam < 0) return words + "; no exam";
   words += format("; exam %i", owner.exam);

@@ -51,6 +51,10 @@ const std::vector<std::string>& sexes() {
   return kept;
 }
 
+std::string fullNameOf(const std::optional<SubjectRow>& subject) {
+  return subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string();
+}
+
 std::string sexInWords(const std::string& sex) {
   return sex == "f" ? "female" : sex == "m" ? "male" : sex == "x" ? "other" : sex;
 }

@@ -15,6 +15,9 @@ namespace tarnvisor {
 // stays empty. Nothing for what is no date, or lies in the future.
 std::optional<std::string> dateOfBirth(const std::string& typed);
 
+// First name and surname; empty for nobody.
+std::string fullNameOf(const std::optional<SubjectRow>& subject);
+
 // All subjects of the database as a list to search and to sort.
 class SubjectDirectory {
  public:

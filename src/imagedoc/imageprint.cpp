@@ -85,13 +85,15 @@ SubjectWords subjectWords(const ZBasicDoc& document) {
   // A document of another data folder: people and exams of the same numbers here are others.
   const bool foreign = !isUnfiled && document.isFromElsewhere();
   const auto subject = foreign ? std::nullopt : db->readSubject(id);
-  std::string name = subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string();
+  std::string name = fullNameOf(subject);
   if (name.empty()) name = id;
   words.lines.push_back("Subject: " + name);
   const auto exam = foreign ? std::nullopt : db->exam(id, examId);
   words.lines.push_back(format("exam: %li  Site: %s Copy: %i", static_cast<long>(examId),
                                exam ? exam->site.c_str() : "", document.saveCount));
-  words.lines.push_back("id: " + id + (exam ? "  exam date: " + localDay(exam->created) : std::string()));
+  const std::string born = subject ? db->person(id).born : std::string();
+  words.lines.push_back("id: " + id + (born.empty() ? "" : "  born: " + born) +
+                        (exam ? "  exam date: " + localDay(exam->created) : std::string()));
   if (isUnfiled) words.lines.push_back("not saved with this examination yet");
   if (subject) words.comments = subject->comments;
   if (exam && !exam->comment.empty()) words.comments += (words.comments.empty() ? "" : "\n") + exam->comment;

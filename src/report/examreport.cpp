@@ -36,6 +36,8 @@ std::string siteOf(const ExamRow& exam) {
   return site.empty() ? "site not told" : site;
 }
 
+std::string placeOf(const ExamRow& exam) { return siteOf(exam) + ", " + localDay(exam.created); }
+
 // In order of the sites as they first occur, and of time within each.
 std::vector<ReportedExam> inOrder(std::vector<ExamRow> exams) {
   std::ranges::stable_sort(exams, {}, &ExamRow::created);
@@ -58,11 +60,15 @@ class ExamReport {
   void write(ReportPages& pages) {
     problems.clear();
     writeHead(pages);
+    const std::string name = fullNameOf(theApp().db->readSubject(id));
+    const std::string whose = name.empty() ? id : id + ", " + name;
     for (size_t i = 0; i < reported.size(); ++i) {
+      pages.beginPagesOf(whose + ", " + placeOf(reported[i].row));
       // The first stands below the head.
       if (i > 0) pages.newPage();
-      writeExam(pages, reported[i], i == 0);
+      writeExam(pages, reported[i]);
     }
+    pages.beginPagesOf(whose);
     writeCourses(pages);
   }
   const std::vector<std::string>& whatIsLeft() const { return problems; }
@@ -73,7 +79,7 @@ class ExamReport {
     pages.caution(words);
   }
   void writeHead(ReportPages& pages) const;
-  void writeExam(ReportPages& pages, const ReportedExam& exam, bool isFirst);
+  void writeExam(ReportPages& pages, const ReportedExam& exam);
   void writeUnstored(ReportPages& pages, const ReportedExam& exam);
   void writeDocument(ReportPages& pages, const ReportedExam& exam, const ResultRow& result);
   void writeCourses(ReportPages& pages) const;
@@ -87,12 +93,11 @@ void ExamReport::writeHead(ReportPages& pages) const {
   const auto subject = db.readSubject(id);
   const PersonRow person = db.person(id);
   pages.title("Examination report");
-  std::vector<SideFact> facts{
-      {"Subject", id},
-      {"Name", subject ? std::string(trimmed(subject->name + " " + subject->surname)) : std::string()},
-      {"Born", person.born},
-      {"Sex", person.sex.empty() ? std::string() : sexInWords(person.sex)},
-      {"About the subject", subject ? subject->comments : std::string()}};
+  std::vector<SideFact> facts{{"Subject", id},
+                              {"Name", fullNameOf(subject)},
+                              {"Born", person.born},
+                              {"Sex", person.sex.empty() ? std::string() : sexInWords(person.sex)},
+                              {"About the subject", subject ? subject->comments : std::string()}};
   pages.facts(facts);
   if (reported.size() < 2) return;
   ReportTable list{.title = "",
@@ -103,12 +108,10 @@ void ExamReport::writeHead(ReportPages& pages) const {
   pages.table(list, list.rows.size());
 }
 
-void ExamReport::writeExam(ReportPages& pages, const ReportedExam& exam, bool isFirst) {
+void ExamReport::writeExam(ReportPages& pages, const ReportedExam& exam) {
   const ExamRow& row = exam.row;
-  pages.heading(siteOf(row) + ", " + localDay(row.created));
-  pages.facts({{"Subject", isFirst ? std::string() : id},
-               {"Examination", format("%i", row.id)},
-               {"Comment", row.comment}});
+  pages.heading(placeOf(row));
+  pages.facts({{"Examination", format("%i", row.id)}, {"Comment", row.comment}});
   writeUnstored(pages, exam);
   if (exam.documents.empty()) pages.paragraph("No document of this examination is saved.");
   for (const ResultRow& document : exam.documents) writeDocument(pages, exam, document);
@@ -121,6 +124,7 @@ void ExamReport::writeUnstored(ReportPages& pages, const ReportedExam& exam) {
     if (!document || document->isFromElsewhere() ||
         document->measuredFor() != CdbDocument::Owner{id, exam.row.id})
       continue;
+    if (document->needsPath() && !document->isModified()) continue;  // made again at any time
     if (document->needsPath())
       tell(pages, document->title() + " is open and was never saved: it is not in this report.");
     else if (document->isModified())

@@ -62,12 +62,22 @@ void ReportPages::writeFoot() {
 }
 
 void ReportPages::newPage() {
-  if (y == 0) return;
+  if (y == begin) return;
   writeFoot();
   if (draws() && !job.nextPage()) gaveUp = true;
   ++number;
   y = 0;
   useFont(kBody);
+  writeWhose();
+  begin = y;
+}
+
+void ReportPages::writeWhose() {
+  if (whose.empty()) return;
+  if (draws()) job.canvas().text({0, y}, wrapped(job.canvas(), whose, page.width).front(), kFaint);
+  y += line * 5 / 4;
+  rule(y, kRule);
+  y += line / 2;
 }
 
 void ReportPages::needs(int32_t height) {
@@ -75,7 +85,7 @@ void ReportPages::needs(int32_t height) {
 }
 
 void ReportPages::gap() {
-  if (y > 0) y += line / 2;
+  if (y > begin) y += line / 2;
 }
 
 void ReportPages::write(const std::string& text, int32_t left, int32_t right, Colour colour) {

@@ -20,6 +20,8 @@ class ReportPages {
   ReportPages(const ReportPages&) = delete;
   ReportPages& operator=(const ReportPages&) = delete;
 
+  // Whose the pages are that begin from now on, in one line above each: sheets get mixed.
+  void beginPagesOf(std::string words) { whose = std::move(words); }
   void title(const std::string& words);
   // Stays with some lines of what follows it, or with so much of it, in pixels.
   void heading(const std::string& words, int32_t below = 0);
@@ -56,12 +58,15 @@ class ReportPages {
   int32_t bottom() const;
   void rule(int32_t at, Colour colour);
   void writeFoot();
+  void writeWhose();
   bool draws() const { return pages > 0 && !gaveUp; }
 
   PrintJob& job;
   std::string foot;
   int32_t pages;
   Size page;
+  std::string whose;
+  int32_t begin = 0;  // of what is written on the page, below whose it is
   int32_t y = 0, line = 1, footLine = 1;
   int32_t number = 1;
   bool gaveUp = false;

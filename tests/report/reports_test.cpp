@@ -68,6 +68,17 @@ TEST_F(Reports, TellOfAnImageWithoutScaleThatItHasNone) {
   EXPECT_THAT(text(), Not(HasSubstr("um\"")));
 }
 
+TEST_F(Reports, SayOnEachPageWhoseItIs) {
+  select("left ring", "e1");
+  ZBasicDoc& image = saveImage("e1", "");
+  for (int i = 0; i < 200; ++i) image.notes += "a line\r\n";
+  ASSERT_TRUE(image.save());
+  EXPECT_THAT(left(), ElementsAre());
+  ASSERT_GE(job.pages.size(), 2U);
+  for (size_t i = 1; i < job.pages.size(); ++i)
+    EXPECT_THAT(job.pages[i].calls, ::testing::Contains(HasSubstr("S-1, Ann Lee, left ring, 20")));
+}
+
 TEST_F(Reports, GoOnWithoutADocumentThatCantBeOpenedAndSaySo) {
   const int32_t exam = select("left ring", "e1");
   saveImage("e1", "1, mark");
