@@ -52,7 +52,8 @@ struct Started {
 
 Started startOnce(const std::string& folder, const std::string& file) {
   const std::string profile = folder + "/bench.ini", log = folder + "/bench.log";
-  (void)replaceFile(profile, std::string_view("[Settings]\nshowdb=0\n"));
+  // A killed program would offer what it had not saved at the next start.
+  (void)replaceFile(profile, std::string_view("[Settings]\nshowdb=0\nautosave=0\n"));
   std::filesystem::remove(log);
   std::vector<std::string> words{PROGRAM, "--profile", profile, "--data", folder + "/data"};
   if (!file.empty()) words.push_back(file);

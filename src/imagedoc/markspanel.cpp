@@ -121,6 +121,16 @@ std::vector<SidePanel::Column> MarksPanel::columns() const {
 
 size_t MarksPanel::rowCount() const { return view.imageDocument().currentDims().items.size(); }
 
+double MarksPanel::levelAt(size_t row) const {
+  const ZBasicDoc& doc = view.imageDocument();
+  const CDim& mark = *doc.currentDims().items[row];
+  if (levels.size() <= row) levels.resize(rowCount());
+  Level& known = levels[row];
+  if (known.points != mark.points || known.kind != kindOf(mark))
+    known = {kindOf(mark), mark.points, doc.hasImage() ? levelOf(*doc.theImage(), mark) : kNone};
+  return known.level;
+}
+
 double MarksPanel::number(size_t row, size_t column) const {
   const ZBasicDoc& doc = view.imageDocument();
   const CDim& mark = *doc.currentDims().items[row];
@@ -133,7 +143,7 @@ double MarksPanel::number(size_t row, size_t column) const {
     case kArea:
       return mark.Area(s.x, s.y);
     case kLevel:
-      return doc.hasImage() ? levelOf(*doc.theImage(), mark) : kNone;
+      return levelAt(row);
     default:
       return kNone;
   }

@@ -1,6 +1,10 @@
 // The marks of an image's current list as a table beside the picture, and what they come to.
 #pragma once
 
+#include <string>
+#include <vector>
+
+#include "base/geometry.h"
 #include "framework/sidepanel.h"
 
 namespace tarnvisor {
@@ -28,9 +32,19 @@ class MarksPanel : public SidePanel {
   double number(size_t row, size_t column) const override;
   bool isSelected(size_t row) const override;
   void select(std::span<const size_t> rows) override;
+  // The view shows other pixels from now on.
+  void forgetLevels() { levels.clear(); }
 
  private:
+  double levelAt(size_t row) const;
   ZBasicView& view;
+  // A thousand marks are more pixels than a picture takes to paint.
+  struct Level {
+    std::string kind;
+    std::vector<Point> points;
+    double level = 0;
+  };
+  mutable std::vector<Level> levels;  // of the rows, as far as they were asked for
 };
 
 // The mean grey level of what a mark covers: of a point its pixel's, of lines along them, of shapes with an

@@ -75,6 +75,7 @@ ZBasicView::~ZBasicView() {
 void ZBasicView::onUpdate(Change what) {
   if (what == Change::All || what == Change::Pixels) {
     painter->invalidate();
+    marks.forgetLevels();
     focusShown.reset();
   }
   checkSelections();

@@ -61,6 +61,20 @@ TEST_F(Overlays, MarksAreDrawnWithoutLabelsWhereTheProfileSaysSo) {
   EXPECT_TRUE(std::ranges::count(drawn(), "polyline 10,10 40,10") == 1);
 }
 
+TEST_F(Overlays, TheLevelsToldOfMarksFollowPixelsAndMarks) {
+  const auto level = [&] { return view->sidePanel()->number(0, 4); };
+  doc->addDimension({10, 10}, CDimList::kPoint);
+  doc->theImage()->fill(40);
+  view->onUpdate(CView::Change::Pixels);
+  EXPECT_EQ(level(), 40);
+  doc->theImage()->fill(50);
+  view->onUpdate(CView::Change::Pixels);
+  EXPECT_EQ(level(), 50);
+  doc->theImage()->row(20)[10] = 90;
+  doc->currentDims().items[0]->points[0] = {10, 20};
+  EXPECT_EQ(level(), 90);
+}
+
 TEST_F(Overlays, ComeInTheirOrderWithTheirPens) {
   doc->gridshow = 1;
   doc->gridspacing = 60;
