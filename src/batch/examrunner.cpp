@@ -51,9 +51,28 @@ void ExamRunner::report(const Step& step, const StepResult& result) {
   if (result.ok && step.word == "import" && !step.args.empty() && fileExists(step.args[0]))
     read.insert(absolutePath(step.args[0]));
   noted.note(program.app);
-  if (result.ok || failedLine > 0) return;
+  if (!result.ok) return fail(step, result.why);
+  noteSaved(step);
+}
+
+void ExamRunner::fail(const Step& step, const std::string& words) {
+  if (failedLine > 0) return;
   failedLine = step.lineNumber;
-  why = result.why;
+  why = words;
+}
+
+// The exam's folder was empty: what a save replaces is this exam's own.
+void ExamRunner::noteSaved(const Step& step) {
+  const std::vector<CDocument*> open = program.app.documents.documents();
+  for (auto& [path, document] : files)
+    if (std::ranges::find(open, document) == open.end()) document = nullptr;
+  for (const CDocument* each : open) {
+    if (each->pathName().empty() || !fileExists(each->pathName())) continue;
+    const auto [known, isNew] = files.try_emplace(each->pathName(), each);
+    if (!isNew && known->second != each && step.word == "save")
+      fail(step, "another document of this exam was saved as " + fileNameOf(each->pathName()) + " before");
+    known->second = each;
+  }
 }
 
 // A document that the list names is copied, as pictures are: its own file and exam are left alone, and it is
@@ -71,12 +90,14 @@ void ExamRunner::takeOver() {
         document->pathName().empty() ? document->title() : fileNameOf(document->pathName());
     const std::string whose = document->patientId.empty() ? document->otherSubject() : document->patientId;
     if (!document->pathName().empty() || !whose.empty()) document->forgetOwner();
-    if (!document->pathName().empty())
+    const bool isListed = !document->pathName().empty();
+    if (isListed)
       document->setPathName(freePath(name));
     else if (dynamic_cast<CVivoCapDoc*>(document))  // passes make movies beside it, else beside the movie
       document->setPathName(freePath(withoutExtension(name) + ".dtv"));
     else
       giveTitle(*document);
+    if (isListed && !document->resultText.empty()) resultsBefore[document->title()] = document->resultText;
     if (!whose.empty() && whose != theExams().subjectId())
       others[document->title()] = format("%s was a document of subject %s", name.c_str(), whose.c_str());
   }

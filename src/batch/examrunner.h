@@ -34,8 +34,9 @@ class ExamRunner final : public ScriptRunner {
       : ScriptRunner(running.app, running.host, false), program(running), own(folder) {}
   NotedDocuments noted;
   std::map<std::string, std::string> others;  // documents that are another subject's, and words that say so
-  std::set<std::string> read;                 // files outside the study that documents work on
-  std::map<std::string, std::string> madeOf;  // files of the pictures with these titles
+  std::map<std::string, std::string> resultsBefore;  // what listed documents told when they were opened
+  std::set<std::string> read;                        // files outside the study that documents work on
+  std::map<std::string, std::string> madeOf;         // files of the pictures with these titles
   int failedLine = 0;
   std::string why;
 
@@ -44,11 +45,14 @@ class ExamRunner final : public ScriptRunner {
 
  private:
   void takeOver();
+  void fail(const Step& step, const std::string& words);
+  void noteSaved(const Step& step);
   void giveTitle(CDocument& document);
   std::string freePath(const std::string& name) const;
   ScriptProgram& program;
   const std::string own;
   std::map<std::string, const CDocument*> titled;  // without a file; null once they are closed
+  std::map<std::string, const CDocument*> files;   // by path, likewise
 };
 
 }  // namespace tarnvisor

@@ -91,6 +91,9 @@ int plan(const Arguments& a, const std::string& workstation) {
     wish.settings = settings.path();
   }
   if (!fileExists(wish.settings)) return fail(kMalformed, wish.settings + " is not there");
+  // Of another kind of file no setting would be read, and the factory's would be the study's.
+  if (("\n" + readWholeText(wish.settings).value_or("")).find("\n[") == std::string::npos)
+    return fail(kMalformed, wish.settings + " is no settings file: it has no line such as [Settings]");
   if (const Outcome made = makePlan(wish); !made) return fail(kMalformed, made.why());
   StudyPlan made;
   if (const Outcome opened = made.open(wish.folder); !opened) return fail(kFailed, opened.why());
@@ -148,7 +151,8 @@ int merge(const Arguments& a, const std::string&) {
   std::printf("%s: %lli exams\n", wish.folder.c_str(),
               static_cast<long long>(study.exams() - merged.failures));
   if (!merged.before.empty())
-    std::printf("what was merged before is kept, with what was corrected in it: %s\n", merged.before.c_str());
+    std::printf("what was merged before is another, and is kept with all that was corrected in it: %s\n",
+                merged.before.c_str());
   if (merged.failures == 0) return kDone;
   return fail(kExamsFailed, format("failed exams: %lli; %s/failures.csv tells which and why",
                                    static_cast<long long>(merged.failures), wish.folder.c_str()));

@@ -54,6 +54,7 @@ const std::vector<std::string>& failuresHeading() {
 namespace {
 
 constexpr double kFewGood = 50;  // percent of what was tried
+constexpr const char* kTemporary = "temporary/";
 
 // What the process of an exam does.
 class ExamProcess {
@@ -68,12 +69,14 @@ class ExamProcess {
         subject(plan.cell(exam, "subject")) {}
 
   Outcome run(int& failedLine) {
-    for (const char* below : {examfiles::kData, examfiles::kPictures})
+    for (const char* below : {examfiles::kData, examfiles::kPictures, kTemporary})
       if (!makeFolderPath(work + below)) return Outcome::failure(work + below + " can't be made");
     std::vector<std::string> values = exam.cells;
     std::vector<Step> steps;
     if (Outcome summed = sumInputs(values); !summed) return summed;
     if (Outcome made = plan.steps().stepsFor(values, steps); !made) return made;
+    sumNamedFiles(steps, values);
+    if (Outcome told = tellInputs(); !told) return told;
     if (Outcome copied = copyFile(chunkSettings, work + "settings.ini"); !copied) return copied;
     if (Outcome made = makeData(); !made) return made;
     ScriptProgram program;
@@ -87,7 +90,7 @@ class ExamProcess {
     start.dataFolder = work + examfiles::kData;
     // Where the system can't see to it, steps that write under other names than bare ones do so.
     if (!confineWrites(work)) std::fputs("what the steps write is not confined to the study\n", stderr);
-    ::setenv("TMPDIR", work.c_str(), 1);
+    ::setenv("TMPDIR", (work + kTemporary).c_str(), 1);
     if (!program.start(start) || program.host.hadError()) return Outcome::failure(program.host.shown());
     theExams().selectSubject(subject, "");
     theExams().selectExam(exam.number, key);
@@ -96,10 +99,15 @@ class ExamProcess {
     // Movies that passes make of others' lie beside those otherwise.
     settings.setString("directories", "tempdir", theExams().folder());
     ExamRunner runner(program, work);
-    if (runner.run(steps, false) != 0) {
+    const std::set<std::string> before = namesBeside();
+    const int code = runner.run(steps, false);
+    if (code != 0 || runner.failedLine > 0) {
       failedLine = runner.failedLine;
       return Outcome::failure(runner.why);
     }
+    for (const std::string& name : namesBeside())
+      if (!before.contains(name))
+        return Outcome::failure(name + " was written beside the exam's folder, where nothing is kept");
     sumFurtherInputs(runner.read, values);
     if (Outcome written = tellInputs(); !written) return written;
     Outcome told = tell(runner);
@@ -115,17 +123,45 @@ class ExamProcess {
       const std::string path = plan.pathOf(values[i]);
       const std::string sum = sha256OfFile(path);
       if (sum.empty()) return Outcome::failure(values[i] + " can't be read");
-      inputs.emplace_back(values[i], sum);
+      if (std::ranges::find(inputs, values[i], &Input::first) == inputs.end())
+        inputs.emplace_back(values[i], sum);
       values[i] = path;
     }
-    return tellInputs();
+    return Outcome::success();
   }
-  // Pixels and movies of listed documents; by their names, as documents name them.
+  // A flat field, a mask: what the steps themselves name, in an answer too ("File=/share/flat.bmp").
+  void sumNamedFiles(const std::vector<Step>& steps, const std::vector<std::string>& listed) {
+    for (const Step& step : steps)
+      for (const std::string& word : step.args)
+        for (const std::string& path : {word, word.substr(word.find('=') + 1)})
+          if (isAbsolutePath(path) && std::ranges::find(listed, path) == listed.end() &&
+              std::ranges::find(inputs, path, &Input::first) == inputs.end())
+            if (const std::string sum = sha256OfFile(path); !sum.empty()) inputs.emplace_back(path, sum);
+  }
+  // Pixels and movies of listed documents, named as those are.
   void sumFurtherInputs(const std::set<std::string>& read, const std::vector<std::string>& listed) {
     for (const std::string& path : read)
-      if (std::ranges::find(listed, path) == listed.end())
+      if (std::ranges::find(listed, path) == listed.end() &&
+          std::ranges::find(inputs, path, &Input::first) == inputs.end())
         if (const std::string sum = sha256OfFile(path); !sum.empty())
-          inputs.emplace_back(fileNameOf(path), sum);
+          inputs.emplace_back(besideListed(path, listed), sum);
+  }
+  std::string besideListed(const std::string& path, const std::vector<std::string>& listed) const {
+    for (size_t i = 0; i < plan.columns().size(); ++i)
+      if (plan.columns()[i].starts_with("file") && folderOf(listed[i]) == folderOf(path))
+        return folderOf(exam.cells[i]) + fileNameOf(path);
+    return kElsewhere + fileNameOf(path);
+  }
+  // What lies in the work folder and beside the exam's own.
+  std::set<std::string> namesBeside() const {
+    std::set<std::string> names;
+    for (const std::string& folder : {std::string(), std::string(examfiles::kData)})
+      (void)walkFolder(work + folder, Depth::Own, [&](const fs::directory_entry& entry) {
+        const std::string name = entry.path().filename().string();
+        if (!name.starts_with("tarn.db")) names.insert(folder + name);  // and its journal
+        return Outcome::success();
+      });
+    return names;
   }
   Outcome tellInputs() const {
     TableFile table(work + examfiles::kInputs, inputsHeading());
@@ -189,11 +225,17 @@ class ExamProcess {
       if ((m.quantity == "%good" || m.quantity == "% used") &&
           numberOf(m.value).value_or(kFewGood) < kFewGood)
         add(m.document,
-            m.table + ": " + m.quantity + " " + m.value + (m.mark.empty() ? "" : " of " + m.mark));
+            m.table + ": " + m.quantity + " " + m.value + (m.mark.empty() ? "" : " of mark " + m.mark));
     if (measures.empty() && isFine)
       add("", results.empty() ? "the steps measured nothing and saved no document"
                               : "the steps measured nothing");
     for (const auto& [title, words] : runner.others) add(noted.nameOf(title), words);
+    for (const auto& [title, result] : runner.resultsBefore) {
+      const std::string name = noted.nameOf(title);
+      const auto row = std::ranges::find(results, name, &ResultRow::filename);
+      if (row != results.end() && row->result == result)
+        add(name, "its result is the one that it was listed with: no step measured it anew");
+    }
     return table.finish();
   }
   // The listed file that it was made of, if one, else the exam's first.
@@ -225,7 +267,8 @@ class ExamProcess {
   const std::string& chunkSettings;
   const std::string& work;
   const std::string key, subject;
-  std::vector<std::pair<std::string, std::string>> inputs;  // file and sum
+  using Input = std::pair<std::string, std::string>;  // file and sum
+  std::vector<Input> inputs;
 };
 
 void replaceAll(std::string& text, const std::string& what, const std::string& by) {
@@ -238,7 +281,8 @@ void replaceAll(std::string& text, const std::string& what, const std::string& b
 std::string withoutPlaces(std::string why, const StudyPlan& plan, const StudyExam& exam,
                           const std::string& work) {
   for (size_t i = 0; i < plan.columns().size(); ++i)
-    if (plan.columns()[i].starts_with("file")) replaceAll(why, plan.pathOf(exam.cells[i]), exam.cells[i]);
+    if (plan.columns()[i].starts_with("file") && !exam.cells[i].empty())
+      replaceAll(why, plan.pathOf(exam.cells[i]), exam.cells[i]);
   for (const std::string& place :
        {work, folderOf(work.substr(0, work.size() - 1)), plan.folder(), plan.pathOf("")})
     if (place != "/") replaceAll(why, place, "");

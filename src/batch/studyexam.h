@@ -26,6 +26,8 @@ inline constexpr const char* kLog = "log.txt";
 const std::vector<std::string>& resultsHeading();
 const std::vector<std::string>& reviewHeading();
 const std::vector<std::string>& inputsHeading();
+// In inputs.csv before the name of a file that no listed one lies beside: others may have that name.
+inline constexpr const char* kElsewhere = ".../";
 const std::vector<std::string>& failuresHeading();
 
 struct ExamLimits {

@@ -100,7 +100,10 @@ std::string StudyManifest::check(const std::vector<std::string>& cells) const {
     return format("%zu cells, where the first line has %zu", cells.size(), heading.size());
   if (!isKey(cells[placeOf("key")]))
     return "the key \"" + cells[placeOf("key")] +
-           "\" names a folder: letters from a to z, digits, \"-\", \"_\" and \".\" alone";
+           format(
+               "\" names a folder: at most %zu letters from a to z, digits, \"-\", \"_\" and \".\", which is "
+               "not the first",
+               kLongestKey);
   if (isTaken(cells[placeOf("key")]))
     return "the key \"" + cells[placeOf("key")] + "\" is the name of a file or folder of every study";
   if (trimmed(cells[placeOf("subject")]).empty()) return "there is no subject";

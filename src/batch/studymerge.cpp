@@ -25,6 +25,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kRuns = "runs.csv";
+constexpr const char* kBefore = ".before-";
 constexpr size_t kMostNamed = 10;
 
 std::string named(const std::vector<std::string>& names) {
@@ -188,7 +189,8 @@ class Merger {
     for (int32_t chunk = 1; chunk <= plan.chunks(); ++chunk)
       if (const Outcome checked = check(DoneChunk(plan, chunk)); !checked && ++wrong <= kMostNamed)
         problems += checked.why() + "\n";
-    if (wrong > kMostNamed) problems += format("and %zu chunks more\n", wrong - kMostNamed);
+    if (const Outcome same = checkInputs(); !same && ++wrong <= kMostNamed) problems += same.why() + "\n";
+    if (wrong > kMostNamed) problems += format("and %zu more\n", wrong - kMostNamed);
     if (wrong == 0 && static_cast<int64_t>(held) != plan.exams())
       return Outcome::failure(format("the chunks have %zu exams, and %lli were planned: plan anew", held,
                                      static_cast<long long>(plan.exams())));
@@ -204,9 +206,40 @@ class Merger {
       fine = forEachRow(chunk.path(examfiles::kMeasures), measuresHeading(), [&](const CsvRow& row) {
         if (meanValue(row)) columnOf(row);
       });
+    if (fine)
+      fine = forEachRow(chunk.path(examfiles::kInputs), inputsHeading(), [&](const CsvRow& row) {
+        const std::hash<std::string> hash;
+        if (!row.cells[1].starts_with(kElsewhere))
+          inputs.emplace_back(hash(row.cells[1]), hash(row.cells[2]));
+      });
     if (fine) fine = chunk.checkSums();
     if (fine && wish.withDocuments) fine = chunk.checkFiles();
     return fine;
+  }
+
+  // A picture that several exams name, such as a flat field, was the same for all of them.
+  Outcome checkInputs() {
+    std::ranges::sort(inputs);
+    const auto other = std::ranges::adjacent_find(
+        inputs, [](const auto& a, const auto& b) { return a.first == b.first && a.second != b.second; });
+    if (other == inputs.end()) return Outcome::success();
+    std::map<std::string, std::string> keys;  // by the sum
+    std::string name;
+    for (int32_t chunk = 1; chunk <= plan.chunks(); ++chunk)
+      if (Outcome read = forEachRow(DoneChunk(plan, chunk).path(examfiles::kInputs), inputsHeading(),
+                                    [&](const CsvRow& row) {
+                                      if (std::hash<std::string>{}(row.cells[1]) != other->first) return;
+                                      name = row.cells[1];
+                                      keys.try_emplace(row.cells[2], row.cells[0]);
+                                    });
+          !read)
+        return read;
+    std::vector<std::string> first;
+    first.reserve(keys.size());
+    for (const auto& [sum, key] : keys) first.push_back(key);
+    return Outcome::failure(
+        name + " was another file for each of " + named(first) +
+        ": remove the folders in done/ of those that had the wrong one, and run them again");
   }
 
   static std::optional<double> meanValue(const CsvRow& measure) {
@@ -230,6 +263,7 @@ class Merger {
         {examfiles::kReview, reviewHeading(), {part + examfiles::kReview, reviewHeading()}},
         {chunkfiles::kFailures, failuresHeading(), {part + chunkfiles::kFailures, failuresHeading()}},
         {examfiles::kInputs, inputsHeading(), {part + examfiles::kInputs, inputsHeading()}}};
+    TableFile documents(part + kMergedFile, mergedHeading());
     DatabaseWriter database(part + "tarn.db", plan.fact("day") + " 12:00:00", kVersion);
     failures = 0;
     for (int32_t number = 1; number <= plan.chunks(); ++number) {
@@ -261,6 +295,11 @@ class Merger {
           return taken;
       }
       if (Outcome added = addToDatabase(database, number, listed, results); !added) return added;
+      for (const CsvRow& row : results) {
+        const std::string name = row.cells[0] + kSeparator + row.cells[2];
+        if (wish.withDocuments)
+          documents.add({row.cells[0], row.cells[2], sha256OfFile(chunk.path(examfiles::kData + name))});
+      }
       if (Outcome taken = plan.wantsPictures() ? takePictures(chunk) : Outcome::success(); !taken)
         return taken;
       Facts facts;
@@ -269,7 +308,7 @@ class Merger {
     }
     for (Joined& each : joined)
       if (Outcome written = each.table.finish(); !written) return written;
-    for (TableFile* table : {&exams, &runs})
+    for (TableFile* table : {&exams, &runs, &documents})
       if (Outcome written = table->finish(); !written) return written;
     Facts facts;
     for (const char* fact : {"program", "commit", "exams", "day", "sha256 of exams.csv",
@@ -350,11 +389,11 @@ class Merger {
     if (!isMerged()) {
       fs::rename(part, target, error);
     } else {
-      before = newFolder(target + ".before-");
+      before = newFolder(target + kBefore);
       fs::rename(part, before, error);
       if (!error) part = before;
       if (!error && ::renameat2(AT_FDCWD, before.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) != 0) {
-        before = newFolder(target + ".before-");  // the file system can't
+        before = newFolder(target + kBefore);  // the file system can't
         fs::rename(target, before, error);
         if (!error) fs::rename(part, target, error);
         if (std::error_code again; error) fs::rename(before, target, again);
@@ -363,11 +402,29 @@ class Merger {
     if (error) return Outcome::failure(target + ": " + error.message());
     part.clear();
     flushName(target);
-    if (!before.empty() && isSameFolder(before, target)) {
-      fs::remove_all(before, error);
-      before.clear();
-    }
+    for (const std::string& each : thoseBefore())
+      if (isSameFolder(each, target)) {
+        if (withSeparator(each) == before) before.clear();
+        removeSwept(each);
+      }
     return Outcome::success();
+  }
+  // Also of a merge that was killed before it compared it.
+  std::vector<std::string> thoseBefore() const {
+    std::vector<std::string> found;
+    (void)walkFolder(folderOf(target), Depth::Own, [&](const fs::directory_entry& entry) {
+      if (entry.path().string().starts_with(target + kBefore)) found.push_back(entry.path().string());
+      return Outcome::success();
+    });
+    return found;
+  }
+  // One that is half removed is a leftover like any other.
+  void removeSwept(const std::string& folder) const {
+    const std::string left = newFolder(plan.partFolder() + "merged.");
+    std::error_code error;
+    fs::rename(folder, left, error);
+    fs::remove_all(error ? folder : left, error);
+    fs::remove_all(left, error);
   }
   static bool isSameFile(const fs::path& a, const fs::path& b) {
     std::error_code error;
@@ -393,7 +450,8 @@ class Merger {
   std::string part;
   MeasureColumns columns;
   size_t keyColumn = 0;
-  size_t held = 0;  // exams that the chunks hold
+  size_t held = 0;                                // exams that the chunks hold
+  std::vector<std::pair<size_t, size_t>> inputs;  // hashes of name and sum; there may be millions
 };
 
 }  // namespace

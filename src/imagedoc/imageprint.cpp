@@ -77,8 +77,11 @@ SubjectWords subjectWords(const ZBasicDoc& document) {
   const SubjectDatabase* db = theApp().db.get();
   if (!db) return {{"NO DATABASE"}, {}};
   // What was never saved would be filed under the selected exam, and its page is signed beside that patient.
-  const bool isUnfiled = document.patientId.empty() && document.pathName().empty() && theExams().hasExam();
-  const std::string& id = isUnfiled ? theExams().subjectId() : document.patientId;
+  // But for a file that names somebody else.
+  const std::string other = document.patientId.empty() ? document.otherSubject() : std::string();
+  const bool isUnfiled =
+      other.empty() && document.patientId.empty() && document.pathName().empty() && theExams().hasExam();
+  const std::string id = !other.empty() ? other : isUnfiled ? theExams().subjectId() : document.patientId;
   const int32_t examId = isUnfiled ? theExams().examId() : document.examIdOfDoc;
   if (id.empty()) return {{"NO SUBJECT"}, {}};
   SubjectWords words;

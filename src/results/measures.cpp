@@ -4,10 +4,11 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
+#include <map>
 #include <set>
 
 #include "app/basicapp.h"
+#include "base/checksum.h"
 #include "base/csv.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -137,11 +138,32 @@ void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& su
     }
 }
 
-bool isNewer(const std::string& file, const std::string& other) {
-  std::error_code error;
-  const auto written = std::filesystem::last_write_time(file, error);
-  return !error && written > std::filesystem::last_write_time(other, error) && !error;
-}
+// Which documents of a merged study are no longer what was measured. By their bytes: a copy may have any
+// time.
+class Corrected {
+ public:
+  bool has(const std::string& document) {
+    const auto [known, isNew] = asked.try_emplace(document, false);
+    if (!isNew) return known->second;
+    if (sums.empty()) read();
+    const auto sum = sums.find(document);
+    const auto text = sum == sums.end() ? std::nullopt : readWholeText(theApp().dataFolder + document);
+    return known->second = text && sha256(*text) != sum->second;
+  }
+
+ private:
+  void read() {
+    sums[""];
+    const auto text = readWholeText(theApp().dataFolder + kMergedFile);
+    std::vector<CsvRow> rows;
+    if (!text || !readCsv(*text, rows) || rows.empty() || rows[0].cells != mergedHeading()) return;
+    for (const CsvRow& row : rows)
+      if (row.cells.size() == mergedHeading().size())
+        sums[row.cells[0] + kSeparator + row.cells[1]] = row.cells[2];
+  }
+  std::map<std::string, std::string> sums;  // by the place below the data folder
+  std::map<std::string, bool> asked;
+};
 
 // Those of the exams of a merged study that no exam saved: they stand nowhere else. What they tell of a
 // document that was corrected since is no longer so.
@@ -150,6 +172,7 @@ void addMerged(StudyRows& rows, const std::vector<std::string>& subjects, std::s
   const auto text = subjects.empty() || !fileExists(path) ? std::nullopt : readWholeText(path);
   if (!text) return;
   const std::set<std::string> wanted(subjects.begin(), subjects.end());
+  Corrected corrected;
   CsvReader reader(*text);
   CsvRow row;
   if (!reader.next(row) || row.cells != measuresHeading()) return;  // it is no study's
@@ -157,7 +180,7 @@ void addMerged(StudyRows& rows, const std::vector<std::string>& subjects, std::s
     const std::vector<std::string>& c = row.cells;
     if (c.size() != measuresHeading().size()) break;
     if (c[10].empty() || c[10].starts_with(kSaved) || !wanted.contains(c[1]) ||
-        !rows.wanted.has(c[6], c[8]) || isNewer(theApp().dataFolder + c[0] + kSeparator + c[3], path))
+        !rows.wanted.has(c[6], c[8]) || corrected.has(c[0] + kSeparator + c[3]))
       continue;
     rows.measures.push_back({c[1], c[2], c[3], c[4], c[5], c[6], c[7], c[8], c[10], c[10]});
   }
@@ -187,6 +210,11 @@ void addDocuments(StudyRows& rows, const SubjectDatabase& db, const std::string&
 const std::vector<std::string>& measuresHeading() {
   static const std::vector<std::string> names{"key",      "subject", "exam", "document", "list", "mark",
                                               "quantity", "value",   "unit", "quality",  "table"};
+  return names;
+}
+
+const std::vector<std::string>& mergedHeading() {
+  static const std::vector<std::string> names{"key", "document", "sha256"};
   return names;
 }
 

@@ -35,6 +35,9 @@ struct StudyMeasure {
 
 // Of the table of measures that a merged study holds (docs/formats/study.md): its name, and its columns.
 inline constexpr const char* kMeasuresFile = "measures.csv";
+// Beside it, where documents were merged too: each as it was then.
+inline constexpr const char* kMergedFile = "documents.csv";
+const std::vector<std::string>& mergedHeading();  // "key", "document", "sha256"
 const std::vector<std::string>& measuresHeading();
 
 // Columns of quantities in the order in which they first come. What tables of different kinds, or the results

@@ -153,10 +153,33 @@ TEST_F(Study, ADocumentOfTheClinicIsMeasuredAndLeftAsItWas) {
   EXPECT_EQ(fileStamp(theirs), stamp);
   EXPECT_TRUE(fileExists(folder.file("second/merged/x/K.tv1")));
   EXPECT_THAT(get("second/merged/review.csv"), HasSubstr("K.tv1 was a document of subject P_1"));
-  EXPECT_THAT(get("second/merged/inputs.csv"), HasSubstr("\nx,K.bmp,")) << "its pixels are summed, too";
+  EXPECT_THAT(get("second/merged/inputs.csv"), HasSubstr("/K.bmp,")) << "its pixels are summed, too";
   put("steps.txt", "open {file}\ncommand \"Find Capillaries\"\nsave\nsave {file}\n");
   EXPECT_EQ(make("third", "9", {"1"}), 3) << "a whole name leads out of the study";
   EXPECT_EQ(fileStamp(theirs), stamp);
+}
+
+TEST_F(Study, AnExamThatWouldLoseADocumentFails) {
+  put("list.csv", "key,subject,file\na,S,1.bmp\n");
+  const auto failureOf = [this](const std::string& study, const std::string& steps) {
+    put("steps.txt", steps);
+    EXPECT_EQ(make(study, "9", {"1"}), 3);
+    return get(study + "/merged/failures.csv");
+  };
+  EXPECT_THAT(failureOf("up", "open {file}\nsave ../{key}.tv1\n"),
+              HasSubstr("data/a.bmp was written beside"));
+  EXPECT_THAT(failureOf("twice", "open {file}\nsave x.tv1\nsave\nclose\nopen {file}\nsave x.tv1\n"),
+              HasSubstr("steps.txt:6: save x.tv1,another document of this exam was saved as x.tv1 before"));
+}
+
+TEST_F(Study, AFileThatTheStepsNameIsTheSameForAll) {
+  const std::string flat = folder.file("flat.bmp");
+  fs::copy_file(folder.file("1.bmp"), flat);
+  put("steps.txt", "open {file}\nimport " + flat + "\nsave {key}.tv1\n");
+  EXPECT_EQ(make("study", "1", {"1", "2"}), 1);
+  fs::copy_file(folder.file("2.bmp"), flat, fs::copy_options::overwrite_existing);
+  EXPECT_EQ(runStudy({"chunk", folder.file("study"), "3"}, ""), 0);
+  EXPECT_THAT(mergeProblem("study"), HasSubstr("flat.bmp was another file for each of"));
 }
 
 TEST_F(Study, PicturesThatAreCalledAlikeAreToldApart) {

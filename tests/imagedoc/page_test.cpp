@@ -62,6 +62,12 @@ TEST_F(PrintedPage, HeaderLeavesOutWhatIsNotKnown) {
 
 TEST_F(PrintedPage, HeaderTellsTheStatesOfTheDatabase) {
   EXPECT_THAT(subjectLines(), ElementsAre("NO SUBJECT"));
+  theExams().selectSubject("S-1", "");
+  theExams().selectExam(app->db->newExam("S-1", "left", "", "e"), "e");
+  EXPECT_EQ(subjectLines().back(), "not saved with this examination yet");
+  doc->subjectOfFile = "S-8";
+  EXPECT_THAT(subjectLines(), ElementsAre("Subject: S-8", "exam: -1  Site:  Copy: 0", "id: S-8"))
+      << "the file says whose it is";
   doc->patientId = "S-9";
   doc->examIdOfDoc = 77;
   EXPECT_THAT(subjectLines(), ElementsAre("Subject: S-9", "exam: 77  Site:  Copy: 0", "id: S-9"));

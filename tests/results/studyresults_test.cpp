@@ -1,9 +1,7 @@
 #include "results/studyresults.h"
 
-#include <chrono>
-#include <filesystem>
-
 #include "assembly/assembly.h"
+#include "base/checksum.h"
 #include "exams/subjectdirectory.h"
 #include "frame/mainframe.h"
 #include "imagedoc/resulttables.h"
@@ -113,14 +111,15 @@ TEST_F(StudyResults, OfAMergedStudyTakeInWhatItsTablesToldUnlessTheDocumentWasCo
   const auto put = [](const std::string& path, std::string_view text) {
     ASSERT_TRUE(replaceFile(path, text));
   };
-  put(app->dataFolder + "k/b.tv1", "");
+  for (const char* name : {"k/a.tv1", "k/b.tv1"}) put(app->dataFolder + name, "");
+  put(app->dataFolder + "documents.csv",
+      "key,document,sha256\nk,a.tv1," + sha256("") + "\nk,b.tv1," + sha256("") + "\n");
   put(table, "key,subject,exam,document,list,mark,quantity,value,unit,quality,table\nk,S,1,a.tv1,,," + row +
                  "k,S,1,b.tv1,,," + row +
                  "k,S,1,a.tv1,,,area,2,um,,\nk,S,1,a.tv1,,,area,2,,,saved table of 9 columns\n" +
                  "k,T,1,a.tv1,,," + row);
   EXPECT_EQ(exported(StudyScope::AllSubjects).size(), 3u);
-  std::filesystem::last_write_time(table,
-                                   std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  put(app->dataFolder + "k/b.tv1", "corrected");
   const auto lines = exported(StudyScope::AllSubjects);
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_THAT(lines[1], testing::HasSubstr("a.tv1"));
