@@ -6,6 +6,7 @@
 
 #include "app/about.h"
 #include "app/commandids.h"
+#include "app/demonstrationfolder.h"
 #include "app/recentfiles.h"
 #include "base/clock.h"
 #include "base/files.h"
@@ -293,9 +294,10 @@ CDocument* CBasicApp::openDocumentFile(const std::string& path) {
   return document;
 }
 
-// A run over a study is no history of what somebody looked at.
+// A run over a study is no history of what somebody looked at, and what was tried in the demonstration would
+// stand among the user's own.
 void CBasicApp::remember(const std::string& path) {
-  if (remembersFiles && !process.quietMode) addRecentFile(absolutePath(path));
+  if (remembersFiles && !process.quietMode && !isDemonstration(dataFolder)) addRecentFile(absolutePath(path));
 }
 
 void CBasicApp::openRecentFile(size_t index) {

@@ -79,6 +79,10 @@ void ExamRunner::noteSaved(const Step& step) {
 // from now on one of this exam, not saved yet.
 void ExamRunner::takeOver() {
   const std::vector<CDocument*> open = program.app.documents.documents();
+  for (Listed& each : listed) {
+    if (std::ranges::find(open, each.document) == open.end()) each.document = nullptr;
+    if (each.document && each.document->changeCount() != each.changes) each.isUntouched = false;
+  }
   for (auto& [title, document] : titled)
     if (std::ranges::find(open, document) == open.end()) document = nullptr;
   for (CDocument* each : open) {
@@ -97,7 +101,8 @@ void ExamRunner::takeOver() {
       document->setPathName(freePath(withoutExtension(name) + ".dtv"));
     else
       giveTitle(*document);
-    if (isListed && !document->resultText.empty()) resultsBefore[document->title()] = document->resultText;
+    if (isListed && !document->resultText.empty())
+      listed.push_back({document, document->title(), document->changeCount()});
     if (!whose.empty() && whose != theExams().subjectId())
       others[document->title()] = format("%s was a document of subject %s", name.c_str(), whose.c_str());
   }

@@ -34,9 +34,15 @@ class ExamRunner final : public ScriptRunner {
       : ScriptRunner(running.app, running.host, false), program(running), own(folder) {}
   NotedDocuments noted;
   std::map<std::string, std::string> others;  // documents that are another subject's, and words that say so
-  std::map<std::string, std::string> resultsBefore;  // what listed documents told when they were opened
-  std::set<std::string> read;                        // files outside the study that documents work on
-  std::map<std::string, std::string> madeOf;         // files of the pictures with these titles
+  struct Listed {
+    const CDocument* document;  // null once it is closed
+    std::string title;
+    uint64_t changes;
+    bool isUntouched = true;  // no step changed it
+  };
+  std::vector<Listed> listed;                 // documents that brought a result
+  std::set<std::string> read;                 // files outside the study that documents work on
+  std::map<std::string, std::string> madeOf;  // files of the pictures with these titles
   int failedLine = 0;
   std::string why;
 

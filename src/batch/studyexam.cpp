@@ -230,10 +230,9 @@ class ExamProcess {
       add("", results.empty() ? "the steps measured nothing and saved no document"
                               : "the steps measured nothing");
     for (const auto& [title, words] : runner.others) add(noted.nameOf(title), words);
-    for (const auto& [title, result] : runner.resultsBefore) {
-      const std::string name = noted.nameOf(title);
-      const auto row = std::ranges::find(results, name, &ResultRow::filename);
-      if (row != results.end() && row->result == result)
+    for (const ExamRunner::Listed& each : runner.listed) {
+      const std::string name = noted.nameOf(each.title);
+      if (each.isUntouched && std::ranges::find(results, name, &ResultRow::filename) != results.end())
         add(name, "its result is the one that it was listed with: no step measured it anew");
     }
     return table.finish();

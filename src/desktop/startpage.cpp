@@ -5,13 +5,13 @@
 #include <QLabel>
 #include <QScrollArea>
 
+#include "app/demonstrationfolder.h"
 #include "app/recentfiles.h"
 #include "base/files.h"
 #include "desktop/icons.h"
 #include "desktop/qttext.h"
 #include "frame/commandids.h"
 #include "frame/commandwords.h"
-#include "frame/demonstrationfolder.h"
 
 namespace tarnvisor {
 

@@ -181,11 +181,10 @@ class SiteChoice {
     if (isAsked()) form.addChoice("Site", chosen, names);
   }
   // Nothing where the site has none.
-  std::optional<Course> of(Course all) const {
-    if (!isAsked()) return all;
+  std::optional<Course> of(const Course& all) const {
+    if (!isAsked() || static_cast<size_t>(chosen) + 1 == names.size()) return all;
     const std::string& name = names[static_cast<size_t>(chosen)];
-    const bool ofAll = static_cast<size_t>(chosen) + 1 == names.size();
-    std::vector<Course> there = ofAll ? std::vector{all} : coursesOf(all.subject, name);
+    std::vector<Course> there = coursesOf(all.subject, name);
     const auto same = std::ranges::find_if(
         there, [&](const Course& each) { return each.quantity == all.quantity && each.unit == all.unit; });
     if (same == there.end()) return std::nullopt;

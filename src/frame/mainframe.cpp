@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
-#include "app/recentfiles.h"
+#include "app/demonstrationfolder.h"
 #include "base/files.h"
 #include "base/text.h"
 #include "frame/commandids.h"
 #include "frame/commandwords.h"
-#include "frame/demonstrationfolder.h"
 #include "frame/hdrfileopendlg.h"
 #include "frame/menus.h"
 #include "frame/profileselection.h"
@@ -145,12 +144,8 @@ void CBasicMainFrame::openDemonstration() {
     if (ownDataFolder.empty()) ownDataFolder = folderOf(settings.getString("Settings", "database", ""));
     if (ownDataFolder.empty() || isDemonstration(ownDataFolder))
       host().messages.show("There is no other data folder yet: File, Data folder chooses one.");
-    else if (app.useDataFolder(ownDataFolder)) {
-      // They would stand among the user's own.
-      for (const std::string& path : recentFiles())
-        if (path.starts_with(folder)) removeRecentFile(path);
+    else if (app.useDataFolder(ownDataFolder))
       host().messages.notice({"Your own data folder is back: " + ownDataFolder});
-    }
     return;
   }
   const std::string complete = folder + "complete";

@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "app/basicapp.h"
+#include "app/demonstrationfolder.h"
 #include "base/text.h"
 #include "exams/examselection.h"
 #include "exams/subjectdirectory.h"
-#include "frame/demonstrationfolder.h"
 #include "framework/document.h"
 
 namespace tarnvisor {

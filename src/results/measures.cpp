@@ -142,18 +142,7 @@ void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& su
 // time.
 class Corrected {
  public:
-  bool has(const std::string& document) {
-    const auto [known, isNew] = asked.try_emplace(document, false);
-    if (!isNew) return known->second;
-    if (sums.empty()) read();
-    const auto sum = sums.find(document);
-    const auto text = sum == sums.end() ? std::nullopt : readWholeText(theApp().dataFolder + document);
-    return known->second = text && sha256(*text) != sum->second;
-  }
-
- private:
-  void read() {
-    sums[""];
+  Corrected() {
     const auto text = readWholeText(theApp().dataFolder + kMergedFile);
     std::vector<CsvRow> rows;
     if (!text || !readCsv(*text, rows) || rows.empty() || rows[0].cells != mergedHeading()) return;
@@ -161,6 +150,15 @@ class Corrected {
       if (row.cells.size() == mergedHeading().size())
         sums[row.cells[0] + kSeparator + row.cells[1]] = row.cells[2];
   }
+  bool has(const std::string& document) {
+    const auto [known, isNew] = asked.try_emplace(document, false);
+    if (!isNew) return known->second;
+    const auto sum = sums.find(document);
+    const auto text = sum == sums.end() ? std::nullopt : readWholeText(theApp().dataFolder + document);
+    return known->second = text && sha256(*text) != sum->second;
+  }
+
+ private:
   std::map<std::string, std::string> sums;  // by the place below the data folder
   std::map<std::string, bool> asked;
 };

@@ -19,6 +19,7 @@ namespace tarnvisor {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 namespace fs = std::filesystem;
 
 class Study : public ::testing::Test {
@@ -153,6 +154,10 @@ TEST_F(Study, ADocumentOfTheClinicIsMeasuredAndLeftAsItWas) {
   EXPECT_EQ(fileStamp(theirs), stamp);
   EXPECT_TRUE(fileExists(folder.file("second/merged/x/K.tv1")));
   EXPECT_THAT(get("second/merged/review.csv"), HasSubstr("K.tv1 was a document of subject P_1"));
+  EXPECT_THAT(get("second/merged/review.csv"), Not(HasSubstr("no step measured it anew")));
+  put("steps.txt", "open {file}\nsave\n");
+  EXPECT_EQ(make("kept", "9", {"1"}), 0);
+  EXPECT_THAT(get("kept/merged/review.csv"), HasSubstr("no step measured it anew"));
   EXPECT_THAT(get("second/merged/inputs.csv"), HasSubstr("/K.bmp,")) << "its pixels are summed, too";
   put("steps.txt", "open {file}\ncommand \"Find Capillaries\"\nsave\nsave {file}\n");
   EXPECT_EQ(make("third", "9", {"1"}), 3) << "a whole name leads out of the study";

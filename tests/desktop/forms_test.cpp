@@ -61,7 +61,6 @@ TEST(FormDialog, OffersWhatHoldsTheWordsTypedAndLeavesThemToTheUser) {
   const QCompleter& offered = *dialog.findChild<QCompleter*>();
   QTest::keyClicks(line(dialog, 0), "Ring");
   EXPECT_EQ(offered.completionCount(), 2);
-  EXPECT_TRUE(offered.popup()->isVisible());
   EXPECT_EQ(line(dialog, 0)->text(), "Ring");
   QTest::keyClick(offered.popup(), Qt::Key_Down);
   QTest::keyClick(offered.popup(), Qt::Key_Return);

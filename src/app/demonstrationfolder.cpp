@@ -1,4 +1,4 @@
-#include "frame/demonstrationfolder.h"
+#include "app/demonstrationfolder.h"
 
 #include <cstdlib>
 
