@@ -53,6 +53,19 @@ void ExamRunner::report(const Step& step, const StepResult& result) {
   noted.note(program.app);
   if (!result.ok) return fail(step, result.why);
   noteSaved(step);
+  noteDoubts(step);
+}
+
+// What a damaged still does, a damaged movie does.
+void ExamRunner::noteDoubts(const Step& step) {
+  for (const CDocument* each : program.app.documents.documents()) {
+    const auto* video = dynamic_cast<const CVivoCapDoc*>(each);
+    if (!video) continue;
+    for (const CVivoCapDoc::Doubt& doubt : video->doubts()) {
+      if (doubt.isLoss) fail(step, doubt.words);
+      remarks[video->title()].insert(doubt.words);
+    }
+  }
 }
 
 void ExamRunner::fail(const Step& step, const std::string& words) {
@@ -104,7 +117,8 @@ void ExamRunner::takeOver() {
     if (isListed && !document->resultText.empty())
       listed.push_back({document, document->title(), document->changeCount()});
     if (!whose.empty() && whose != theExams().subjectId())
-      others[document->title()] = format("%s was a document of subject %s", name.c_str(), whose.c_str());
+      remarks[document->title()].insert(
+          format("%s was a document of subject %s", name.c_str(), whose.c_str()));
   }
 }
 

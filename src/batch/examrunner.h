@@ -20,6 +20,7 @@ class NotedDocuments {
   // The file's, once there is one.
   std::string nameOf(const std::string& title) const;
   std::string judgementOf(const std::string& title) const;
+  const std::map<std::string, std::string>& judgements() const { return judged; }
 
  private:
   void noteName(const CDocument* open, const CdbDocument& document);
@@ -33,7 +34,8 @@ class ExamRunner final : public ScriptRunner {
   ExamRunner(ScriptProgram& running, const std::string& folder)
       : ScriptRunner(running.app, running.host, false), program(running), own(folder) {}
   NotedDocuments noted;
-  std::map<std::string, std::string> others;  // documents that are another subject's, and words that say so
+  // Of documents: that they were another subject's, or what makes their movies doubtful.
+  std::map<std::string, std::set<std::string>> remarks;
   struct Listed {
     const CDocument* document;  // null once it is closed
     std::string title;
@@ -53,6 +55,7 @@ class ExamRunner final : public ScriptRunner {
   void takeOver();
   void fail(const Step& step, const std::string& words);
   void noteSaved(const Step& step);
+  void noteDoubts(const Step& step);
   void giveTitle(CDocument& document);
   std::string freePath(const std::string& name) const;
   ScriptProgram& program;

@@ -216,10 +216,8 @@ class ExamProcess {
       table.add({key, subject, format("%i", exam.number), document, why,
                  isStored ? key + "/" + document : linkTo(document, runner)});
     };
-    std::map<std::string, std::string> documents;
-    for (const StudyMeasure& m : measures) documents[m.document] = noted.judgementOf(m.document);
-    for (const ResultRow& row : results) documents[row.filename] = noted.judgementOf(row.filename);
-    for (const auto& [document, words] : documents)
+    // Also of a video that was measured and not saved.
+    for (const auto& [document, words] : noted.judgements())
       if (const Quality* quality = qualityOf(words); quality && quality->isWorthALook) add(document, words);
     for (const StudyMeasure& m : measures)
       if ((m.quantity == "%good" || m.quantity == "% used") &&
@@ -229,7 +227,11 @@ class ExamProcess {
     if (measures.empty() && isFine)
       add("", results.empty() ? "the steps measured nothing and saved no document"
                               : "the steps measured nothing");
-    for (const auto& [title, words] : runner.others) add(noted.nameOf(title), words);
+    std::map<std::string, std::set<std::string>> remarks;  // by one name, though it was saved between
+    for (const auto& [title, words] : runner.remarks)
+      remarks[noted.nameOf(title)].insert(words.begin(), words.end());
+    for (const auto& [document, words] : remarks)
+      for (const std::string& each : words) add(document, each);
     for (const ExamRunner::Listed& each : runner.listed) {
       const std::string name = noted.nameOf(each.title);
       if (each.isUntouched && std::ranges::find(results, name, &ResultRow::filename) != results.end())

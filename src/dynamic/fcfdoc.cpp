@@ -226,6 +226,13 @@ StepResult fcfdoc::tell(const std::string& what) {
               figuresText() + "\n"};
 }
 
+std::string fcfdoc::judgementOfResult() const {
+  for (const char* told : {text::kNotCorrected, text::kPartlyUncorrected})
+    if (notes.find(told) != std::string::npos)
+      return "low: its images were not all corrected for movement, and what moved counts as flow";
+  return ZBasicDoc::judgementOfResult();
+}
+
 // --- commands
 
 void fcfdoc::runStep(const std::string&, StepArea, const std::function<void(CZZimage&)>&) {

@@ -51,6 +51,7 @@ class fcfdoc
   bool holdsPixels() const override { return false; }
   void runStep(const std::string& text, StepArea area, const std::function<void(CZZimage&)>& step) override;
   StepResult tell(const std::string& what) override;  // "status" with the figures
+  std::string judgementOfResult() const override;     // by what the notes tell of the movement of its images
 
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }

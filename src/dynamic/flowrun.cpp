@@ -37,7 +37,7 @@ std::string uncorrectedPart(CVivoCapDoc& video, const CZZMovie::Range& range) {
   if (range.first < corrected.first) which = format("before %i", corrected.first);
   if (range.last > corrected.last)
     which += (which.empty() ? "" : " and ") + format("from %i on", corrected.last);
-  return which.empty() ? which : format(text::kPartlyCorrected, which.c_str());
+  return which.empty() ? which : format("The images %s %s", which.c_str(), text::kPartlyUncorrected);
 }
 
 // A user may correct the rest first; a script goes on.
@@ -153,7 +153,8 @@ bool FlowRun::prepare() {
   map->setTitle(stem + "-FCF");
   map->appendNotes("fcf of " + (video.pathName().empty() ? video.moviePath : video.pathName()) +
                    text::kLineEnd);
-  if (!isCorrected(*video.movie, {first, last}))
+  // A run may have found that nothing moved.
+  if (!isCorrected(*video.movie, {first, last}) && video.movementRecords().empty())
     map->appendNotes(std::string(text::kNotCorrected) + text::kLineEnd);
   if (!flaw.empty()) map->appendNotes(flaw + text::kLineEnd);
   if (video.theImage()->isField()) map->appendNotes(std::string(text::kOfFields) + text::kLineEnd);

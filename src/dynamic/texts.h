@@ -7,7 +7,11 @@ inline constexpr const char* kCannotFindMovie = "Cannot find image file %1.\nPle
 inline constexpr const char* kKeepLink =
     " yes = keep link to this movie file, no = make a copy with new name.";
 inline constexpr const char* kCopyMovie =
-    "The movie %1 does not lie in the folder that the video is saved in.\nyes = copy it there, so that both can be copied or moved together, no = leave it where it is.";
+    "The movie %1 does not lie in the folder that the video is saved in.";
+inline constexpr const char* kCopyOriginal =
+    "The original movie %1, which the passes left as it was, does not lie in the folder that the video is saved in.";
+inline constexpr const char* kCopyOrLeave =
+    "\nyes = copy it there, so that both can be copied or moved together, no = leave it where it is.";
 inline constexpr const char* kMovieStays = "The movie %1 stays where it is, outside the folder of the video.";
 inline constexpr const char* kMovieAway = "The movie %1 is away and can't be copied. The link to it is kept.";
 inline constexpr const char* kVideoFilter = "ZZ videos (*.mve)|*.mve|All files|*.*||";
@@ -53,8 +57,8 @@ inline constexpr const char* kGreyOnly =
     "Flow is measured on grey images. Make them grey by \"Convert to grey\" first.";
 inline constexpr const char* kNotCorrected =
     "The video was not corrected for movement: all offsets of its images are 0, and what moved counts as flow.";
-inline constexpr const char* kPartlyCorrected =
-    "The images %s were not corrected for movement: they all have one offset, and what moved counts as flow.";
+inline constexpr const char* kPartlyUncorrected =
+    "were not corrected for movement: they all have one offset, and what moved counts as flow.";
 inline constexpr const char* kMeasureAllTheSame = "\nMeasure the flow all the same?";
 inline constexpr const char* kOfFields =
     "The images are fields, which show the even and the odd rows in turn: edges count as flow.";

@@ -9,6 +9,7 @@
 #include "dynamic/commandids.h"
 #include "dynamic/texts.h"
 #include "imagedoc/otherpictures.h"
+#include "movie/movieoutput.h"
 #include "movie/rawheader.h"
 #include "settings/settings.h"
 
@@ -28,6 +29,8 @@ bool isMovieFile(const std::string& path) {
     if (pattern == "*." + kind) return true;
   return false;
 }
+
+bool isMovieOrAvi(const std::string& path) { return isMovieFile(path) || isAviName(path); }
 
 bool isVideoFile(const std::string& path) {
   return isMovieFile(path) || isRawFile(path) || isSequenceFile(path);

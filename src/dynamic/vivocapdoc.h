@@ -152,6 +152,14 @@ class CVivoCapDoc : public ZBasicDoc {
   static const CommandTableBase& commandTable();
   const CommandTableBase* commands() const override { return &commandTable(); }
 
+  // What opening told of the movie: images that it lacks, or what makes numbers of it doubtful. Without an
+  // end to the sentence.
+  struct Doubt {
+    std::string words;
+    bool isLoss;
+  };
+  const std::vector<Doubt>& doubts() const { return movieDoubts; }
+
   int32_t frameCount = 1800;
   int32_t skipFrames = 0;
   AMCparams amc;
@@ -187,6 +195,7 @@ class CVivoCapDoc : public ZBasicDoc {
   [[nodiscard]] bool takeVideo(const std::string& path);
   [[nodiscard]] bool takeSequence(const std::string& path);
   void tellShortage(const std::string& fact, const std::string& consequence, Icon icon);
+  void tellDoubts();
   void tellOfMovie();                // that it was cut off, or can't be decoded
   void tellOfMissing(size_t known);  // images that the document's table has, and the movie has not
 
@@ -217,7 +226,8 @@ class CVivoCapDoc : public ZBasicDoc {
   [[nodiscard]] bool saveLinked(const std::string& path, BeforeSave& before);
   void askAndSave();
   MoviePlace placeOfMovie(const std::string& documentPath);
-  MoviePlace askForPlace();
+  MoviePlace askForPlace(const char* question, const std::string& file);
+  std::optional<std::vector<int32_t>> originalsComingIn(const std::string& documentPath);
   void goBackTo(BeforeSave& before);
   bool isMovieOfOthers(const std::string& file) const;
   void settleUnsavedMovie();
@@ -384,12 +394,13 @@ class CVivoCapDoc : public ZBasicDoc {
   bool hasImagesForFft(int32_t points, int32_t from);
 
   std::string movementSummary;  // of the last run
+  std::vector<Doubt> movieDoubts;
   MovieChoice movieChoice = MovieChoice::Usual;
   TemporaryFile unsavedMovie;  // was made for this document
   MovieVersions versions;
-  std::string savedMovie;    // that the document's file names
-  int32_t imagesOpened = 0;  // what a save tells the number of images by
-  std::string leftOutside;   // the movie file that the user left where it is, away from the document
+  std::string savedMovie;                // that the document's file names
+  int32_t imagesOpened = 0;              // what a save tells the number of images by
+  std::vector<std::string> leftOutside;  // movie files that the user left where they are
 };
 
 // On disc, as .mve.
@@ -400,6 +411,7 @@ std::string roomInWords(const std::string& folder, uint64_t bytes);
 
 // By its ending: a movie file that a video document can be made around. AVI files have a type of their own.
 bool isMovieFile(const std::string& path);
+bool isMovieOrAvi(const std::string& path);
 // Or raw frames, or one of many pictures.
 bool isVideoFile(const std::string& path);
 inline constexpr const char* kMovieFilter =

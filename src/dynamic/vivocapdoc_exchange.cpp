@@ -284,7 +284,7 @@ void CVivoCapDoc::importCommand() {
   const auto path = host().choosers.openFile({"Import", text::kMoviesFilter, "", ""});
   if (!path || path->empty()) return;
   const bool isEmpty = !hasMovie() && moviePath.empty();
-  if (isUnattended() || (isEmpty && (isMovieFile(*path) || isAviName(*path)))) {
+  if (isUnattended() || (isEmpty && isMovieOrAvi(*path))) {
     importMovie(*path, false);
     return;
   }
@@ -298,8 +298,7 @@ void CVivoCapDoc::importCommand() {
 // No without a question where nothing could be added.
 Answer CVivoCapDoc::askToAdd(const std::string& path) {
   CZZMovie other;
-  if (!hasMovie() || !(isMovieFile(path) || isAviName(path)) || !other.open(path) ||
-      !movie->whyNotAppended(other).empty())
+  if (!hasMovie() || !isMovieOrAvi(path) || !other.open(path) || !movie->whyNotAppended(other).empty())
     return Answer::No;
   return host().messages.show(
       format(

@@ -508,9 +508,15 @@ ZZTrace* addCurve(ZchartDoc& chart, const char* name, const char* label, const s
 }  // namespace
 
 std::string CVivoCapDoc::judgementOfResult() const {
+  constexpr double kFewDoubtful = 0.1;
   const auto failed = std::ranges::count_if(amc.records, hasFailed);
-  return failed > 0 ? format("low: %td of %zu images could not be aligned", failed, amc.records.size())
-                    : ZBasicDoc::judgementOfResult();
+  if (failed > 0) return format("low: %td of %zu images could not be aligned", failed, amc.records.size());
+  const auto doubtful = std::ranges::count_if(
+      amc.records, [](const MovementRecord& each) { return isDoubtful(each) || hangsOnDoubt(each); });
+  if (doubtful == 0) return ZBasicDoc::judgementOfResult();
+  const bool isFew = static_cast<double>(doubtful) < kFewDoubtful * static_cast<double>(amc.records.size());
+  return format("%s: the alignment of %td of %zu images is doubtful", isFew ? "fair" : "low", doubtful,
+                amc.records.size());
 }
 
 void CVivoCapDoc::movementQuality() {

@@ -34,6 +34,7 @@ void CVivoCapDoc::deleteContents() {
   movie.reset();
   dropUnsavedVersions();
   imagesOpened = 0;
+  movieDoubts.clear();
   overlayTraces.items.clear();
   moviePath.clear();
   resultsPath.clear();
@@ -49,8 +50,9 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
     if (!takeVideo(path)) return false;
     const std::string own = withoutExtension(path) + ".dtv";
     setPathName(own);
-    // A document of that name is not written over without a question.
-    bool taken = fileExists(own);
+    // A document of that name is not written over without a question, nor does a save leave the selected
+    // exam's folder without one.
+    bool taken = fileExists(own) || !isFolderOfSelection(folderOf(own));
     for (const CDocument* other : theApp().documents.documents())
       taken = taken || (other != this && other->pathName() == pathName());
     if (taken) {
@@ -71,7 +73,7 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
 
 bool CVivoCapDoc::onImportFile(const std::string& path) {
   if (isSequenceFile(path)) return takeSequence(path);
-  if (!isMovieFile(path) && !isAviName(path)) return openRawFrames(path);
+  if (!isMovieOrAvi(path)) return openRawFrames(path);
   if (!takeVideo(path)) return false;
   setTitle(withoutExtension(fileNameOf(path)));
   return true;
@@ -95,6 +97,7 @@ bool CVivoCapDoc::takeVideo(const std::string& path) {
   giveRate();
   imagesOpened = imageCount();
   tellOfMovie();
+  tellDoubts();
   if (movie->hasWeighedColours())
     appendNotes("made grey by " + greyWeightsText(weightsOfRows()) + text::kLineEnd);
   setModified();
@@ -203,6 +206,7 @@ bool CVivoCapDoc::prefersBeside(const std::string& beside, const std::string& li
   const std::string differs =
       known ? format("%s has other images than %s, which the document names.", beside.c_str(), linked.c_str())
             : std::string();
+  if (known) movieDoubts.push_back({differs, false});
   if (known && !silent) {
     if (isUnattended())
       host().messages.show(differs + " The one beside the document is taken.");
@@ -316,8 +320,20 @@ void CVivoCapDoc::tellOfMovie() {
                  Icon::Information);
 }
 
+// The notes keep them, so a document that was saved says no more of it.
+void CVivoCapDoc::tellDoubts() {
+  if (const std::string depth = movie->depthWords(); !depth.empty())
+    appendNotes(fileNameOf(movie->fileName) + " is " + depth + text::kLineEnd);
+  for (const std::string& words : movie->doubts()) {
+    appendNotes(words + text::kLineEnd);
+    movieDoubts.push_back({words, false});
+    if (!silent) host().messages.show(words, Buttons::Ok, Icon::Information);
+  }
+}
+
 // Each opening says so, the notes once.
 void CVivoCapDoc::tellShortage(const std::string& fact, const std::string& consequence, Icon icon) {
+  movieDoubts.push_back({fact, true});
   if (notes.find(fact) == std::string::npos) appendNotes(fact + text::kLineEnd);
   if (!silent) host().messages.show(fact + consequence, Buttons::Ok, icon);
 }

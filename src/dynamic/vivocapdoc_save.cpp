@@ -1,5 +1,6 @@
 // Saving: the movie first, then the document. What lies beside the document moves and is copied with it, so a
 // movie of the work folder comes there; one from elsewhere comes there when the user wants it to.
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <utility>
@@ -20,6 +21,8 @@
 namespace tarnvisor {
 
 namespace {
+
+const char* movieEnding() { return compressoutput ? ".z.avi" : ".mve"; }
 
 std::string besideDocument(const std::string& documentPath, const std::string& file) {
   return folderOf(documentPath) + fileNameOf(file);
@@ -60,8 +63,7 @@ CVivoCapDoc::MovieMove CVivoCapDoc::comesIn(TakenName name, CZZMovie::Range rang
 CVivoCapDoc::MovieMove CVivoCapDoc::moveOfMovie(const std::string& documentPath) {
   if (!hasMovie()) return {MoviePlace::Stays};
   if (moviePath.empty() || movieChoice == MovieChoice::Copy)
-    return comesIn(TakenName(withoutExtension(documentPath), compressoutput ? ".z.avi" : ".mve"),
-                   selection());
+    return comesIn(TakenName(withoutExtension(documentPath), movieEnding()), selection());
   // Deleted or unplugged while it was shown: what can still be read of it.
   if (!fileExists(moviePath))
     return comesIn(TakenName(withoutExtension(documentPath), ".mve"), movie->clamped(-1, -1));
@@ -88,24 +90,39 @@ CVivoCapDoc::MovieMove CVivoCapDoc::moveBeside(const std::string& documentPath) 
 // The movie first; at its end the document.
 class CVivoCapDoc::SaveJob : public Job {
  public:
-  SaveJob(CVivoCapDoc& video, const std::string& documentPath, MovieMove to, AfterSave whenDone)
+  SaveJob(CVivoCapDoc& video, const std::string& documentPath, MovieMove to, std::vector<int32_t> originals,
+          AfterSave whenDone)
       : doc(video),
         path(documentPath),
         move(std::move(to)),
+        coming(std::move(originals)),
         before(video),
         fileBefore(video.movie->fileName),
         stampBefore(fileStamp(documentPath)),
         isPart(move.range.size() != video.imageCount()),
         after(std::move(whenDone)) {
     if (doc.isMovieOfOthers(doc.movie->fileName)) doc.movie->shared = 1;  // to be copied, never moved
-    saving.emplace(*doc.movie, move.name, move.range.first, move.range.last);
+    beginNext();
   }
   std::string title() const override { return "Saving " + fileNameOf(path); }
   std::string lostIfStopped() const override { return fileNameOf(path) + " is still being saved."; }
-  Progress progress() const override { return {saving->words(), saving->done(), saving->total()}; }
-  bool step() override { return saving->next(); }
+  Progress progress() const override {
+    return saving ? Progress{saving->words(), saving->done(), saving->total()} : Progress{title()};
+  }
+  bool step() override {
+    if (!saving || saving->next()) return saving.has_value();
+    if (!original) return false;
+    endOriginal();
+    beginNext();
+    return true;
+  }
   void end(bool cancelled) override {
-    if (cancelled) saving->stop();
+    if (cancelled && saving) saving->stop();
+    if (original) {  // stopped on the way
+      (void)saving->finish();
+      return after(false);
+    }
+    if (!saving) return after(!cancelled && saveLinked());
     const bool moved = saving->finish();
     if (doc.movie->fileName != fileBefore) doc.movieChanged();
     if (moved && doc.movie->fileName != fileBefore) followMove();
@@ -116,6 +133,40 @@ class CVivoCapDoc::SaveJob : public Job {
   }
 
  private:
+  // The originals one by one, then the movie that is shown.
+  void beginNext() {
+    saving.reset();
+    original.reset();
+    while (!coming.empty() && !original) {
+      const MovieVersion* version = doc.versions.find(coming.back());
+      original = std::make_unique<CZZMovie>();
+      if (const Outcome opened = openVersion(*version, *original); !opened) {
+        doc.report(version->file + " stays where it is: " + opened.why());
+        original.reset();
+        coming.pop_back();
+        continue;
+      }
+      const std::string wanted = besideDocument(path, version->file);
+      const bool isMovie = !original->isRaw();
+      taken = TakenName(withoutExtension(wanted), isMovie ? "." + extensionOf(wanted) : movieEnding());
+      saving.emplace(*original, taken.path(), -1, -1);
+    }
+    if (!original && move.place == MoviePlace::ComesIn)
+      saving.emplace(*doc.movie, move.name, move.range.first, move.range.last);
+  }
+  // A copy that goes with the document unless that is saved.
+  void endOriginal() {
+    const int32_t number = coming.back();
+    coming.pop_back();
+    if (!saving->finish())
+      return doc.report(
+          format("%s stays where it is: %s", original->fileName.c_str(), original->failure().c_str()));
+    for (MovieVersions* list : {&doc.versions, &before.versions}) {
+      MovieVersion* version = list->find(number);
+      version->file = taken.path();
+      version->isOwn = 1;
+    }
+  }
   void followMove() {
     const MovieVersion* version = doc.versions.ofFile(fileBefore);
     if (!version) return;
@@ -149,18 +200,23 @@ class CVivoCapDoc::SaveJob : public Job {
   CVivoCapDoc& doc;
   std::string path;
   MovieMove move;
+  std::vector<int32_t> coming;  // numbers of the originals that are still to be copied
   BeforeSave before;
   std::string fileBefore, stampBefore;
   bool isPart;
   AfterSave after;
+  std::unique_ptr<CZZMovie> original;  // that is being copied
+  TakenName taken;
   std::optional<MovieSave> saving;
 };
 
-// The job that saves the document; null where its movie stays, and all is done.
+// The job that saves the document; null where its movies stay, and all is done.
 std::unique_ptr<Job> CVivoCapDoc::savingJob(const std::string& path, AfterSave after) {
   MovieMove move = moveOfMovie(path);
-  if (move.place == MoviePlace::ComesIn)
-    return std::make_unique<SaveJob>(*this, path, std::move(move), std::move(after));
+  const auto originals = move.place == MoviePlace::Cancelled ? std::nullopt : originalsComingIn(path);
+  if (!originals) move.place = MoviePlace::Cancelled;
+  if (originals && (move.place == MoviePlace::ComesIn || !originals->empty()))
+    return std::make_unique<SaveJob>(*this, path, std::move(move), *originals, std::move(after));
   BeforeSave before(*this);
   after(move.place == MoviePlace::Stays && saveLinked(path, before));
   return nullptr;
@@ -180,20 +236,42 @@ CVivoCapDoc::MoviePlace CVivoCapDoc::placeOfMovie(const std::string& documentPat
   if (!workFolder.empty() && sameFolder(folderOf(moviePath), workFolder)) return MoviePlace::ComesIn;
   // The next opening would find the wrong one.
   if (takenForMovie(besideDocument(documentPath, moviePath), moviePath)) return MoviePlace::ComesIn;
-  if (movieChoice == MovieChoice::KeepLink || leftOutside == moviePath) return MoviePlace::Stays;
+  const bool isLeft = std::ranges::find(leftOutside, moviePath) != leftOutside.end();
+  if (movieChoice == MovieChoice::KeepLink || isLeft) return MoviePlace::Stays;
   // A pass has made it, and no document knows of it yet.
   if (!movie->shared) return MoviePlace::ComesIn;
-  return askForPlace();
+  return askForPlace(text::kCopyMovie, moviePath);
 }
 
-CVivoCapDoc::MoviePlace CVivoCapDoc::askForPlace() {
+// What passes of a document that was never saved left as it was: no stored link leads to it, and the stick
+// that it lies on goes. Pictures and raw frames come in as the movie that a save makes of them. Nothing where
+// the user cancelled.
+std::optional<std::vector<int32_t>> CVivoCapDoc::originalsComingIn(const std::string& documentPath) {
+  std::vector<int32_t> coming;
+  if (!hasMovie()) return coming;
+  for (const MovieVersion& each : versions.all()) {
+    const bool isSettled = each.isOwn || each.isSaved || each.file == savedMovie ||
+                           each.file == movie->fileName || !fileExists(each.file) ||
+                           std::ranges::find(leftOutside, each.file) != leftOutside.end();
+    if (isSettled) continue;
+    const bool liesThere = sameFolder(folderOf(each.file), folderOf(documentPath));
+    const MoviePlace place = !isMovieOrAvi(each.file) ? MoviePlace::ComesIn
+                             : liesThere              ? MoviePlace::Stays
+                                                      : askForPlace(text::kCopyOriginal, each.file);
+    if (place == MoviePlace::Cancelled) return std::nullopt;
+    if (place == MoviePlace::ComesIn) coming.push_back(each.number);
+  }
+  return coming;
+}
+
+CVivoCapDoc::MoviePlace CVivoCapDoc::askForPlace(const char* question, const std::string& file) {
   if (isUnattended()) {
-    host().messages.show(filledIn(text::kMovieStays, moviePath));
+    host().messages.show(filledIn(text::kMovieStays, file));
     return MoviePlace::Stays;
   }
-  const Answer answer =
-      host().messages.show(filledIn(text::kCopyMovie, moviePath), Buttons::YesNoCancel, Icon::Question);
-  if (answer == Answer::No) leftOutside = moviePath;
+  const Answer answer = host().messages.show(filledIn(question, file) + text::kCopyOrLeave,
+                                             Buttons::YesNoCancel, Icon::Question);
+  if (answer == Answer::No) leftOutside.push_back(file);
   return answer == Answer::Yes  ? MoviePlace::ComesIn
          : answer == Answer::No ? MoviePlace::Stays
                                 : MoviePlace::Cancelled;

@@ -138,7 +138,7 @@ Outcome CVivoCapDoc::openVersion(const MovieVersion& version, CZZMovie& into) {
   if (!fileExists(version.file)) return Outcome::failure(version.file + " is away");
   std::string why;
   const bool opened =
-      (isMovieFile(version.file) && !isRawFile(version.file)) || isAviName(version.file)
+      isMovieOrAvi(version.file)
           ? into.open(version.file)
           : openPictures(into, version.file, version.size, static_cast<int32_t>(version.table.size()), why);
   if (!opened) return Outcome::failure(version.file + ": " + (why.empty() ? into.failure() : why));

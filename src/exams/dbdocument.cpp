@@ -204,6 +204,15 @@ int32_t CdbDocument::strangerIn(const std::string& folder, const Owner& next) co
   return exams.empty() || std::ranges::find(exams, own) != exams.end() ? -1 : exams.front();
 }
 
+bool CdbDocument::isFolderOfSelection(const std::string& folder) const {
+  const ExamSelection& now = theExams();
+  const SubjectDatabase* db = theApp().db.get();
+  const auto exam = db && now.hasExam() ? db->exam(now.subjectId(), now.examId()) : std::nullopt;
+  if (exam) return sameFolder(folder, theApp().dataFolder + exam->folder);
+  const std::string below = folderBelowData(folder);
+  return below.empty() || db->examsIn(below).empty();
+}
+
 // The folder of one patient's exam is no place for another's document.
 bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
   const int32_t stranger = strangerIn(folder, next);

@@ -104,6 +104,9 @@ class CdbDocument : public CDocument {
   std::optional<std::string> folderForUnnamed(const std::string& wanted);
   // A new document, or one around a file of another kind, is of what is selected now.
   void noteMadeHere();
+  // Whether what is made now may lie there without a question: in the selected exam's folder, or, while none
+  // is selected, in no exam's.
+  bool isFolderOfSelection(const std::string& folder) const;
   // Binds the document and writes its file, without the row. On failure it is bound as before.
   [[nodiscard]] bool storeBound(const std::string& path);
 

@@ -102,6 +102,9 @@ class CZZMovie {
   // Of a video whose frames nothing here decodes, so that they are read as they are stored; else empty.
   std::string unknownCodec() const;
   std::string codec() const;  // in words, for any movie
+  // Of a video: see VideoReader.
+  std::vector<std::string> doubts() const;
+  std::string depthWords() const;
   // Whether a frame of a video that was read had colours, which became grey by weightsOfRows.
   bool hasWeighedColours() const;
 

@@ -21,6 +21,10 @@ bool CZZMovie::openVideo(const std::string& name) {
 
 bool CZZMovie::hasWeighedColours() const { return video && video->hasWeighedColours(); }
 std::string CZZMovie::codec() const { return video ? video->codec() : "none: the pixels as they are"; }
+std::vector<std::string> CZZMovie::doubts() const {
+  return video ? video->doubts() : std::vector<std::string>();
+}
+std::string CZZMovie::depthWords() const { return video ? video->depthWords() : std::string(); }
 std::string CZZMovie::unknownCodec() const { return video ? video->unknownCodec() : std::string(); }
 
 }  // namespace tarnvisor

@@ -81,13 +81,15 @@ void copyRows(const AVFrame& frame, uint8_t* target, int32_t stride, const Level
   }
 }
 
-void copyDeepRows(const AVFrame& frame, const AVPixFmtDescriptor& d, uint8_t* target, int32_t stride) {
-  const int drop = d.comp[0].depth - 8 + d.comp[0].shift;
+// take(level, x, y), the level without the bits that its form leaves empty below.
+template <class Take>
+void eachDeepLevel(const AVFrame& frame, const AVPixFmtDescriptor& d, Take take) {
+  const int shift = d.comp[0].shift;
   const bool bigEndian = d.flags & AV_PIX_FMT_FLAG_BE;
-  for (int y = 0; y < frame.height; ++y, target += stride) {
+  for (int y = 0; y < frame.height; ++y) {
     const uint8_t* from = frame.data[0] + ptrdiff_t{y} * frame.linesize[0];
     for (int x = 0; x < frame.width; ++x, from += 2)
-      target[x] = static_cast<uint8_t>((bigEndian ? from[0] << 8 | from[1] : from[1] << 8 | from[0]) >> drop);
+      take((bigEndian ? from[0] << 8 | from[1] : from[1] << 8 | from[0]) >> shift, x, y);
   }
 }
 
@@ -126,22 +128,33 @@ void tripleRow(const uint8_t* grey, int32_t width, uint8_t* to) {
   for (int32_t x = 0; x < width; ++x, to += 3) to[0] = to[1] = to[2] = grey[x];
 }
 
+}  // namespace
+
+FramePixels::Deep FramePixels::deepLevelsOf(const AVFrame& frame) {
+  const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(formOf(frame));
+  if (!d || !isGreyForm(*d) || d->comp[0].depth <= 8) return {};
+  Deep deep{0, d->comp[0].depth};
+  eachDeepLevel(frame, *d, [&deep](int level, int, int) { deep.greatest = std::max(deep.greatest, level); });
+  return deep;
+}
+
 // Levels as they are stored; false when the frame has colour or its levels take more than a look.
-bool copyLevels(const AVFrame& frame, uint8_t* target, int32_t stride) {
+bool FramePixels::copyLevels(const AVFrame& frame, uint8_t* target, int32_t stride) const {
   const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(formOf(frame));
   if (!d) return false;
   const bool luma = isUncolouredLuma(frame, *d);
   if (!luma && !isGreyForm(*d)) return false;
   if (d->comp[0].depth > 8) {
-    copyDeepRows(frame, *d, target, stride);
+    const int drop = (depth > 0 ? depth : d->comp[0].depth) - 8;
+    eachDeepLevel(frame, *d, [&](int level, int x, int y) {
+      target[ptrdiff_t{y} * stride + x] = static_cast<uint8_t>(std::min(level >> drop, 255));
+    });
     return true;
   }
   static const Levels spread = spreadLevels();
   copyRows(frame, target, stride, luma && !isFullRange(frame) ? &spread : nullptr);
   return true;
 }
-
-}  // namespace
 
 bool FramePixels::takes(AVPixelFormat form) {
   const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(form);

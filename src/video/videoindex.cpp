@@ -1,6 +1,7 @@
 #include "videoindex.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 #include "pictureparser.h"
@@ -198,6 +199,20 @@ int32_t VideoIndex::keyBefore(int32_t key) const {
   return at == keys.begin() ? -1 : *(at - 1);
 }
 
+VideoIndex::Steps VideoIndex::stepsOfTime() const {
+  Steps steps;
+  for (size_t i = 0; i < packetAt.size(); ++i) {
+    const int64_t time = packets[static_cast<size_t>(packetAt[i])].showTime;
+    if (time == AV_NOPTS_VALUE) return {};
+    if (i == 0) continue;
+    const int64_t step = time - packets[static_cast<size_t>(packetAt[i - 1])].showTime;
+    steps.least = i == 1 ? step : std::min(steps.least, step);
+    steps.greatest = std::max(steps.greatest, step);
+    steps.all += step;
+  }
+  return steps;
+}
+
 bool indexAvi(const FileBytes& file, const AviHeader& header, int32_t stream, const AVStream& described,
               VideoIndex& index) {
   if (header.firstChunk == 0) return false;
@@ -222,25 +237,39 @@ bool indexAvi(const FileBytes& file, const AviHeader& header, int32_t stream, co
 
 namespace {
 
-// The frames that a container tells of: by its table of them, or by how long its one stream lasts at a steady
-// rate. 0 where it tells nothing.
-int64_t toldFrames(const AVFormatContext& format, const AVStream& stream) {
+// The frames that a container tells of in its table of them; 0 where it has none.
+int64_t toldFrames(const AVStream& stream) {
   const int entries = avformat_index_get_entries_count(&stream);
-  if (stream.nb_frames > 0)
-    return entries > 0 ? std::min<int64_t>(stream.nb_frames, entries) : stream.nb_frames;
-  const AVRational rate = stream.avg_frame_rate;
-  if (format.nb_streams != 1 || format.duration <= 0 || rate.num <= 0 || rate.den <= 0 ||
-      av_cmp_q(rate, stream.r_frame_rate) != 0)
-    return 0;
-  const int64_t start = format.start_time == AV_NOPTS_VALUE ? 0 : std::max<int64_t>(0, format.start_time);
-  return av_rescale_q(format.duration - start, {1, AV_TIME_BASE}, av_inv_q(rate));
+  return entries > 0 ? std::min<int64_t>(stream.nb_frames, entries) : stream.nb_frames;
+}
+
+// Those behind the last one found, by how long the one stream is said to last.
+int64_t missingByTime(const AVFormatContext& format, const AVStream& stream, const VideoIndex& index,
+                      int64_t lastStep) {
+  const VideoIndex::Steps steps = index.stepsOfTime();
+  if (format.nb_streams != 1 || format.duration <= 0 || steps.all <= 0) return 0;
+  int64_t last = INT64_MIN;
+  for (const PacketRecord& each : index.packets) last = std::max(last, each.showTime);
+  const int64_t end = av_rescale_q(format.duration, {1, AV_TIME_BASE}, stream.time_base);
+  const auto mean = static_cast<double>(steps.all) / std::max(1, index.frames() - 1);
+  const auto left = static_cast<double>(end - last - std::max(lastStep, steps.greatest));
+  return std::max<int64_t>(0, std::llround(left / mean));
+}
+
+// Two ticks are what a container's own clock makes of an even step.
+bool areUneven(const VideoIndex::Steps& steps, int32_t images) {
+  constexpr double kTicks = 2, kPart = 0.1;
+  if (images < 3 || steps.all <= 0) return false;
+  const double mean = static_cast<double>(steps.all) / (images - 1), most = std::max(kTicks, kPart * mean);
+  return static_cast<double>(steps.greatest) - mean > most || mean - static_cast<double>(steps.least) > most;
 }
 
 }  // namespace
 
 void indexByReading(AVFormatContext& format, const AVStream& stream, VideoIndex& index) {
-  const int64_t told = toldFrames(format, stream);
+  const int64_t told = toldFrames(stream);
   bool whole = true;  // the packet before
+  int64_t lastStep = 0;
   PictureParser parser(*stream.codecpar);
   const Packet packet(av_packet_alloc());
   const auto most = static_cast<uint64_t>(std::min<int64_t>(avio_size(format.pb), INT32_MAX));
@@ -258,15 +287,19 @@ void indexByReading(AVFormatContext& format, const AVStream& stream, VideoIndex&
       if (parsed) parser.look(*packet, record);
       record.key = record.key && key;
       whole = !(packet->flags & AV_PKT_FLAG_CORRUPT);
+      lastStep = packet->duration;
       index.packets.push_back(record);
     }
     av_packet_unref(packet.get());
   }
   if (!whole) index.packets.pop_back();  // the file ends within it
   index.cutOff = !whole;
-  index.missing = std::max<int64_t>(0, told - static_cast<int64_t>(index.packets.size()));
   settleKeys(index.packets, stream.codecpar->codec_id);
   index.arrange(reorders(stream.codecpar->codec_id), false);
+  index.missing = told > 0 ? std::max<int64_t>(0, told - static_cast<int64_t>(index.packets.size()))
+                           : missingByTime(format, stream, index, lastStep);
+  if (const VideoIndex::Steps steps = index.stepsOfTime(); areUneven(steps, index.frames()))
+    index.unevenSteps = steps;
 }
 
 }  // namespace tarnvisor

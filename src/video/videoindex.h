@@ -35,6 +35,11 @@ class VideoIndex {
   // end, and frames that the file tells of behind those that were found.
   bool cutOff = false;
   int64_t missing = 0;
+  // From image to image, in the stream's time base; only where they differ by more than its ticks do.
+  struct Steps {
+    int64_t least = 0, greatest = 0, all = 0;
+  };
+  Steps unevenSteps;
 
   // To be called once, when all packets are there: sorts them into the order of showing.
   void arrange(bool mayReorder, bool framesByChunk);
@@ -46,6 +51,8 @@ class VideoIndex {
   // that it is stored after needs the group before.
   int32_t keyFor(int32_t packet) const;
   int32_t longestGroup() const { return longest; }  // packets from key packet to key packet
+  // Of times that say so; nothing where one is missing.
+  Steps stepsOfTime() const;
   bool isShownBefore(int32_t packet, int32_t other) const {
     return positionOf[static_cast<size_t>(packet)] < positionOf[static_cast<size_t>(other)];
   }

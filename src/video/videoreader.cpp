@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "aviheader.h"
+#include "base/files.h"
 #include "framedecoder.h"
 #include "framepixels.h"
 #include "packetsource.h"
@@ -76,6 +77,8 @@ struct VideoReader::Parts {
   void openDecoder();
   void logDecoder() const;
   void nameCodec(const StreamFacts& own);
+  void findDoubts(const std::string& name);
+  void findDepth();
   bool read(int32_t index, uint8_t* target, int32_t stride, bool colour);
   bool readRaw(int32_t packet, uint8_t* target, int32_t stride);
 
@@ -86,7 +89,8 @@ struct VideoReader::Parts {
   bool isAvi = false;
   std::vector<StreamFacts> facts;
   AVStream* stream = nullptr;
-  std::string unknownCodec;
+  std::string unknownCodec, depthWords;
+  std::vector<std::string> doubts;
   int32_t width = 0, height = 0, rate = 1, scale = 1;
   VideoIndex index;
   std::unique_ptr<PacketSource> packets;
@@ -215,6 +219,46 @@ void VideoReader::Parts::nameCodec(const StreamFacts& own) {
   unknownCodec.assign(fourOf(codec), 4);
 }
 
+void VideoReader::Parts::findDoubts(const std::string& name) {
+  const VideoIndex::Steps& steps = index.unevenSteps;
+  if (steps.all > 0) {
+    const double tick = av_q2d(stream->time_base) * 1000;
+    av_reduce(&rate, &scale, int64_t{index.frames() - 1} * stream->time_base.den,
+              steps.all * stream->time_base.num, INT32_MAX);
+    doubts.push_back(tarnvisor::format(
+        "The images of %s are not evenly timed: they are %.4g to %.4g ms apart. All are taken to be %.4g ms apart, their mean, and what is told by time, velocities too, is right on the average alone.",
+        name.c_str(), tick * static_cast<double>(steps.least), tick * static_cast<double>(steps.greatest),
+        1000.0 * scale / rate));
+  }
+  const AVRational pixel = av_guess_sample_aspect_ratio(format.get(), stream, nullptr);
+  if (pixel.num > 0 && pixel.den > 0 && pixel.num != pixel.den)
+    doubts.push_back(tarnvisor::format(
+        "The pixels of %s are not square but %.4g times as wide as high: calibrate the two axes one by one.",
+        name.c_str(), av_q2d(pixel)));
+}
+
+// Cameras of 10 or 12 bits store them in 16. Some images tell which they use.
+void VideoReader::Parts::findDepth() {
+  constexpr int32_t kLooked = 16;
+  FramePixels::Deep deep;
+  for (int32_t i = 0; decoder && i < std::min(kLooked, index.frames()); ++i) {
+    const auto place = static_cast<int32_t>(int64_t{index.frames() - 1} * i / (kLooked - 1));
+    const int32_t packet = index.packetOfFrame(std::min(place, index.frames() - 1));
+    const AVFrame* frame = packet < 0 ? nullptr : decoder->frameOf(packet);
+    const FramePixels::Deep of = frame ? FramePixels::deepLevelsOf(*frame) : FramePixels::Deep{};
+    if (frame && of.bits == 0) return;
+    deep = {std::max(deep.greatest, of.greatest), std::max(deep.bits, of.bits)};
+  }
+  if (deep.bits == 0) return;
+  int used = 8;
+  while (used < deep.bits && deep.greatest >> used > 0) used += 2;
+  if (deep.greatest == 0) used = deep.bits;
+  used = std::min(used, deep.bits);
+  pixels.setDepth(used);
+  depthWords = tarnvisor::format(
+      "of grey levels in %i bits, of which %i are used, the upper 8 of these are shown", deep.bits, used);
+}
+
 void VideoReader::Parts::logFile() const {
   const AVStream* video = nullptr;
   for (unsigned i = format->nb_streams; i-- > 0;)
@@ -280,6 +324,8 @@ std::unique_ptr<VideoReader> VideoReader::open(const std::string& path, std::str
   }
   parts->buildIndex();
   parts->openDecoder();
+  parts->findDoubts(fileNameOf(path));
+  parts->findDepth();
   logPrintf("openavi %i images, w=%i, h=%i\n", parts->index.frames(), parts->width, parts->height);
   parts->logDecoder();
   logPrintf("openAVI done\n");
@@ -301,6 +347,8 @@ bool VideoReader::hasWeighedColours() const { return parts->pixels.hasWeighedCol
 bool VideoReader::isCutOff() const { return parts->index.cutOff; }
 int64_t VideoReader::missingFrames() const { return parts->index.missing; }
 std::string VideoReader::unknownCodec() const { return parts->unknownCodec; }
+const std::vector<std::string>& VideoReader::doubts() const { return parts->doubts; }
+const std::string& VideoReader::depthWords() const { return parts->depthWords; }
 std::string VideoReader::codec() const {
   const AVCodecDescriptor* kind = avcodec_descriptor_get(parts->stream->codecpar->codec_id);
   return kind && kind->long_name ? kind->long_name : parts->unknownCodec;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tarnvisor {
 
@@ -36,6 +37,11 @@ class VideoReader {
   // The four characters of the codec that nothing here decodes; empty where frames are decoded.
   std::string unknownCodec() const;
   std::string codec() const;  // in words
+  // In sentences, what makes numbers of it doubtful: images that are not evenly timed, pixels that are not
+  // square. The rate is the mean one then.
+  const std::vector<std::string>& doubts() const;
+  // Of grey levels in more than 8 bits, which of these are given; empty for others.
+  const std::string& depthWords() const;
 
   // Frame `index` as grey, top row first, into rows `stride` (at least the width) bytes apart; bytes between
   // the rows stay as they are. Pictures without colour come with their levels as stored, spread to 0..255

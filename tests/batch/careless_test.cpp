@@ -308,6 +308,9 @@ TEST_F(Runner, WhatWasMadeUnderAnExamIsSavedIntoItThoughAnotherSubjectWasLookedU
   app.documents.discardAll();
   ASSERT_TRUE(run("subject BN1\nexam toe\nopen $m.avi\nsubject ANNA\nsave $m.dtv").ok);
   EXPECT_EQ(dynamic_cast<CdbDocument&>(*app.documents.active()).patientId, "BN1") << "of a video, too";
+  std::filesystem::copy(folder.file("m.avi"), folder.file("data/BN1-toe/n.avi"));
+  ASSERT_TRUE(run("subject ANNA\nexam toe\nopen $data/BN1-toe/n.avi").ok);
+  EXPECT_EQ(run("save").values[0].second, folder.file("data/ANNA-toe/n.dtv")) << "not beside BN1's";
   ASSERT_TRUE(run("subject C\nopen $shot.bmp\nsubject ANNA").ok);
   EXPECT_THAT(run("save $c.tv1").why, HasSubstr("was made in subject C"));
   ASSERT_TRUE(run("command \"Save As...\" $c.tv1 no").ok);

@@ -44,7 +44,11 @@ class MovieFolder : public VideoTest {
 TEST_F(MovieFolder, SavingBringsAMovieOfTheWorkFolderBesideTheDocument) {
   CVivoCapDoc& doc = openInWork();
   ASSERT_TRUE(replaceFile(folder.file("exam/mA.mve"), std::string_view("somebody's")));
+  host.answers = {Answer::Cancel, Answer::Yes};
+  EXPECT_FALSE(save("exam/v.dtv")) << "the original lies on the stick";
   ASSERT_TRUE(save("exam/v.dtv"));
+  EXPECT_EQ(doc.movieVersions().all().front().file, folder.file("exam/m.mve"));
+  EXPECT_TRUE(fileExists(folder.file("stick/m.mve"))) << "it was copied";
   EXPECT_EQ(doc.moviePath, folder.file("exam/mA-1.mve"));
   EXPECT_EQ(readWholeText(folder.file("exam/mA.mve")), "somebody's");
   EXPECT_FALSE(fileExists(folder.file("work/mA.mve"))) << "it moved";
@@ -58,7 +62,9 @@ TEST_F(MovieFolder, WhatAnotherWindowShowsIsCopied) {
   ASSERT_NE(app->openDocumentFile(folder.file("work/mA.mve")), nullptr);
   CVivoCapDoc& other = video();
   app->documents.activate(*app->documents.documents().front());
+  host.answers = {Answer::No};
   ASSERT_TRUE(save("exam/v.dtv"));
+  EXPECT_EQ(video().movieVersions().all().front().file, folder.file("stick/m.mve")) << "left there";
   EXPECT_EQ(video().moviePath, folder.file("exam/mA.mve"));
   EXPECT_TRUE(fileExists(other.moviePath));
   ASSERT_TRUE(other.onSaveDocument(folder.file("exam/w.dtv")));

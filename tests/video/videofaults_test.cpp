@@ -201,6 +201,23 @@ TEST_F(VideoFaults, AFileThatTellsOfMoreThanItHoldsSaysSo) {
   EXPECT_EQ(reader->missingFrames(), 40 - reader->frames());
 }
 
+TEST_F(VideoFaults, UnevenTimesAndUnusedBitsAreTold) {
+  if (!hasFfmpeg()) GTEST_SKIP() << "no ffmpeg";
+  const std::string even = numbered("n.avi", 40), uneven = folder.file("v.mkv"), deep = folder.file("d.mkv");
+  ASSERT_TRUE(ffmpeg("-i " + even + " -vf \"setpts='if(lt(N,20),N/25/TB,(20/25+(N-20)/5)/TB)'\" " +
+                     "-vsync vfr -pix_fmt yuv420p -c:v libx264 " + uneven));
+  const auto reader = openVideo(uneven);
+  EXPECT_EQ(reader->missingFrames(), 0) << "it is whole";
+  EXPECT_NEAR(1.0 * reader->rate() / reader->scale(), 39 / (20 / 25.0 + 19 / 5.0), 0.1);
+  EXPECT_THAT(reader->doubts(),
+              testing::ElementsAre(testing::HasSubstr("not evenly timed: they are 40 to 2")));
+  EXPECT_TRUE(openVideo(even)->doubts().empty());
+  ASSERT_TRUE(ffmpeg("-i " + even +
+                     " -vf \"format=gray16le,geq=lum='lum(X,Y)/16'\" -pix_fmt gray16le -c:v ffv1 " + deep));
+  EXPECT_THAT(openVideo(deep)->depthWords(), testing::HasSubstr("in 16 bits, of which 12 are used"));
+  expectNumbers(*openVideo(deep), upTo(40));
+}
+
 TEST_F(VideoFaults, FramesBehindDamageAreThere) {
   const std::string path = numbered("n.avi", 41);
   Bytes bytes = bytesOf(path);
