@@ -103,6 +103,12 @@ std::optional<std::string> recoded(std::string_view text) {
   return own;
 }
 
+std::string withoutMark(std::string text) {
+  if (text.starts_with("\xef\xbb\xbf")) return text.substr(3);
+  if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff")) return recoded(text).value_or("");
+  return text;
+}
+
 std::string joined(const std::vector<std::string>& parts, std::string_view between) {
   std::string all;
   for (const std::string& part : parts) all.append(&part == &parts.front() ? "" : between).append(part);

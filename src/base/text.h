@@ -33,6 +33,8 @@ std::string foldedName(std::string_view text);
 // Text of other programs as UTF-8: UTF-16 by the mark that it begins with; what is no UTF-8 counts as
 // Latin-1. Nothing when it is UTF-8 as it stands.
 std::optional<std::string> recoded(std::string_view text);
+// Text that may begin with a mark: UTF-16 as UTF-8, and UTF-8 without it. Else as it stands.
+std::string withoutMark(std::string text);
 
 std::string_view trimmed(std::string_view text);
 std::string joined(const std::vector<std::string>& parts, std::string_view between);

@@ -139,7 +139,7 @@ std::string readStandardInput() {
 std::string addScript(const std::string& path, std::vector<Step>& steps) {
   if (path == "-") return parseScript(readStandardInput(), "standard input", steps);
   const auto text = readWholeText(path, kLongestScript);
-  return text ? parseScript(*text, path, steps) : path + ": can't be read\n";
+  return text ? parseScript(withoutMark(*text), path, steps) : path + ": can't be read\n";
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ constexpr const char* kUsage =
     "  --left               print the numbers of the chunks that are not done, a line each, and nothing else\n"
     "  --to FOLDER          of the merged study, STUDY/merged if not told\n"
     "  --without-documents  leave the documents with the chunks\n"
-    "  --hours HOURS        age of unfinished work that is removed, 24 if not told\n"
+    "  --hours HOURS        age of unfinished work that is removed, 24 if not told (of other computers 1 at least)\n"
     "  --version, --help\n"
     "Exit codes: 0 done, 1 failed, 2 malformed (nothing was done), 3 done but for exams that failed (status, merge),\n"
     "4 chunks are left (status).\n";

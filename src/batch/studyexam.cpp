@@ -56,6 +56,30 @@ namespace {
 constexpr double kFewGood = 50;  // percent of what was tried
 constexpr const char* kTemporary = "temporary/";
 
+void replaceAll(std::string& text, const std::string& what, const std::string& by) {
+  for (size_t at = text.find(what); !what.empty() && at != std::string::npos;
+       at = text.find(what, at + by.size()))
+    text.replace(at, what.size(), by);
+}
+
+// In words that are the same wherever the study is run: one line, and files as the list names them.
+std::string withoutPlaces(std::string why, const StudyPlan& plan, const StudyExam& exam,
+                          const std::string& work) {
+  for (size_t i = 0; i < plan.columns().size(); ++i)
+    if (plan.columns()[i].starts_with("file") && !exam.cells[i].empty())
+      replaceAll(why, plan.pathOf(exam.cells[i]), exam.cells[i]);
+  for (const std::string& place :
+       {work, folderOf(work.substr(0, work.size() - 1)), plan.folder(), plan.pathOf("")})
+    if (place != "/") replaceAll(why, place, "");
+  // Of a file that was being written: it is named by its process.
+  why = std::regex_replace(why, std::regex("~new[0-9]+-[0-9]+"), "");
+  why = trimmed(why);
+  replaceAll(why, "\r", "");
+  replaceAll(why, ".\n", ". ");
+  replaceAll(why, "\n", ": ");
+  return why;
+}
+
 // What the process of an exam does.
 class ExamProcess {
  public:
@@ -231,7 +255,7 @@ class ExamProcess {
     for (const auto& [title, words] : runner.remarks)
       remarks[noted.nameOf(title)].insert(words.begin(), words.end());
     for (const auto& [document, words] : remarks)
-      for (const std::string& each : words) add(document, each);
+      for (const std::string& each : words) add(document, withoutPlaces(each, plan, exam, work));
     for (const ExamRunner::Listed& each : runner.listed) {
       const std::string name = noted.nameOf(each.title);
       if (each.isUntouched && std::ranges::find(results, name, &ResultRow::filename) != results.end())
@@ -271,30 +295,6 @@ class ExamProcess {
   using Input = std::pair<std::string, std::string>;  // file and sum
   std::vector<Input> inputs;
 };
-
-void replaceAll(std::string& text, const std::string& what, const std::string& by) {
-  for (size_t at = text.find(what); !what.empty() && at != std::string::npos;
-       at = text.find(what, at + by.size()))
-    text.replace(at, what.size(), by);
-}
-
-// In words that are the same wherever the study is run: one line, and files as the list names them.
-std::string withoutPlaces(std::string why, const StudyPlan& plan, const StudyExam& exam,
-                          const std::string& work) {
-  for (size_t i = 0; i < plan.columns().size(); ++i)
-    if (plan.columns()[i].starts_with("file") && !exam.cells[i].empty())
-      replaceAll(why, plan.pathOf(exam.cells[i]), exam.cells[i]);
-  for (const std::string& place :
-       {work, folderOf(work.substr(0, work.size() - 1)), plan.folder(), plan.pathOf("")})
-    if (place != "/") replaceAll(why, place, "");
-  // Of a file that was being written: it is named by its process.
-  why = std::regex_replace(why, std::regex("~new[0-9]+-[0-9]+"), "");
-  why = trimmed(why);
-  replaceAll(why, "\r", "");
-  replaceAll(why, ".\n", ". ");
-  replaceAll(why, "\n", ": ");
-  return why;
-}
 
 void writeFailure(const StudyPlan& plan, const StudyExam& exam, const std::string& work,
                   const std::string& step, const std::string& why) {

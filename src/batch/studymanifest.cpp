@@ -98,6 +98,8 @@ std::string StudyManifest::checkHeading() const {
 std::string StudyManifest::check(const std::vector<std::string>& cells) const {
   if (cells.size() != heading.size())
     return format("%zu cells, where the first line has %zu", cells.size(), heading.size());
+  if (std::ranges::any_of(cells, [](const std::string& cell) { return cell.find('\0') != cell.npos; }))
+    return "a cell holds a character of no text (NUL)";
   if (!isKey(cells[placeOf("key")]))
     return "the key \"" + cells[placeOf("key")] +
            format(

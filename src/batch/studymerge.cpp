@@ -246,7 +246,8 @@ class Merger {
     return hasMean(measure.cells[6]) ? numberOf(measure.cells[7]) : std::nullopt;
   }
   size_t columnOf(const CsvRow& measure) {
-    return columns.place(withUnit(measure.cells[6], measure.cells[8]), measure.cells[10]);
+    return columns.place(withUnit(measure.cells[6], measure.cells[8]),
+                         columnKind(measure.cells[10], measure.cells[5]));
   }
 
   Outcome write(int64_t& failures) {

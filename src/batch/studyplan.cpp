@@ -54,8 +54,9 @@ class Planner {
   explicit Planner(const PlanWish& what) : wish(what) {}
   Outcome run() {
     if (Outcome read = manifest.read(wish.manifest); !read) return read;
-    const auto text = readWholeText(wish.steps, kLongestSteps);
+    auto text = readWholeText(wish.steps, kLongestSteps);
     if (!text) return Outcome::failure(wish.steps + " can't be read");
+    text = withoutMark(recoded(*text).value_or(*text));
     if (Outcome read = steps.read(*text, wish.steps, manifest.columns()); !read) return read;
     if (Outcome checked = checkSteps(); !checked) return checked;
     std::error_code error;

@@ -32,15 +32,20 @@ fs::file_time_type lastTouched(const fs::path& folder) {
   return last;
 }
 
-// A chunk's folder is named by its number, the computer and the process; that one is at work on it.
-bool isAtWork(const std::string& name) {
+using Hours = std::chrono::duration<double, std::ratio<3600>>;
+constexpr Hours kLongestExam{1};
+
+// A chunk's folder is named by its number, the computer and the process. Here that one is at work on it; of
+// another computer nobody can say, but that an exam is done within the hour.
+bool isAtWork(const std::string& name, Hours age) {
   const std::vector<std::string> parts = split(name, '.');
   if (parts.size() < 4) return false;
   const size_t last = parts.size() - 2;
   std::string computer = parts[1];
   for (size_t i = 2; i < last; ++i) computer += "." + parts[i];
   const pid_t process = std::atoi(parts[last].c_str());
-  return computer == currentStationId() && process > 0 && (::kill(process, 0) == 0 || errno == EPERM);
+  if (computer != currentStationId()) return age < kLongestExam;
+  return process > 0 && (::kill(process, 0) == 0 || errno == EPERM);
 }
 
 }  // namespace
@@ -63,12 +68,11 @@ StudyStatus statusOf(const StudyPlan& plan) {
 }
 
 size_t sweepParts(const StudyPlan& plan, double hours) {
-  using Hours = std::chrono::duration<double, std::ratio<3600>>;
   size_t swept = 0;
   (void)walkFolder(plan.partFolder(), Depth::Own, [&](const fs::directory_entry& part) {
     std::error_code error;
     const Hours age = fs::file_time_type::clock::now() - lastTouched(part.path());
-    if (!part.is_directory(error) || age.count() < hours || isAtWork(part.path().filename().string()))
+    if (!part.is_directory(error) || age.count() < hours || isAtWork(part.path().filename().string(), age))
       return Outcome::success();
     fs::remove_all(part.path(), error);
     swept += error ? 0 : 1;

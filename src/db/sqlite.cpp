@@ -23,6 +23,9 @@ SqliteDatabase::SqliteDatabase(const std::string& path) {
 }
 
 std::string SqliteDatabase::error() const {
+  int moved = 0;
+  if (connection) sqlite3_file_control(connection.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+  if (moved) return "its file was replaced or moved away while it was open: start the program again";
   return connection ? sqlite3_errmsg(connection.get()) : openError;
 }
 

@@ -95,6 +95,8 @@ class SubjectDatabase {
   std::vector<ResultRow> resultsOf(int32_t exam) const;
   // failed tells a database that could not be asked from one that has no such row.
   std::optional<ResultRow> resultOf(int32_t exam, const std::string& filename, bool* failed = nullptr) const;
+  // Why the last write failed.
+  std::string error() const { return database.error(); }
   [[nodiscard]] bool insertResult(int32_t exam, const std::string& filename, const std::string& result);
   [[nodiscard]] bool updateResult(int32_t exam, const std::string& filename, const std::string& result);
 

@@ -188,13 +188,15 @@ class CVivoCapDoc : public ZBasicDoc {
   // vivocapdoc_open.cpp
   void linkMovie(const std::string& documentPath);
   std::string findMovie(const std::string& documentPath);
+  void tellOfUnlike(const std::string& beside, const std::string& linked);
   bool prefersBeside(const std::string& beside, const std::string& linked);
   bool takenForMovie(const std::string& beside, const std::string& linked) const;
   void openResults(const std::string& documentPath);
   [[nodiscard]] bool openMovie(const std::string& path);
   [[nodiscard]] bool takeVideo(const std::string& path);
   [[nodiscard]] bool takeSequence(const std::string& path);
-  void tellShortage(const std::string& fact, const std::string& consequence, Icon icon);
+  void tellShortage(const std::string& fact, const std::string& consequence, Icon icon, bool ofImages = true);
+  void doubt(const std::string& words, bool isLoss = false);
   void tellDoubts();
   void tellOfMovie();                // that it was cut off, or can't be decoded
   void tellOfMissing(size_t known);  // images that the document's table has, and the movie has not

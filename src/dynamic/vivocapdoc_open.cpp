@@ -193,9 +193,22 @@ std::string CVivoCapDoc::findMovie(const std::string& documentPath) {
   std::string beside = folder + fileNameOf(moviePath);
   std::string linked = isAbsolutePath(moviePath) ? moviePath : folder + moviePath;
   if (takenForMovie(beside, linked) && prefersBeside(beside, linked)) return beside;
-  if (fileExists(linked)) return linked;
+  if (fileExists(linked)) {
+    if (fileExists(beside) && !sameFile(beside, linked) && !takenForMovie(beside, linked))
+      tellOfUnlike(beside, linked);
+    return linked;
+  }
   const std::string atTarget = folderOf(linkTarget(documentPath)) + fileNameOf(moviePath);
   return takenForMovie(atTarget, linked) ? atTarget : "";
+}
+
+// A copy that was cut, or a processed one.
+void CVivoCapDoc::tellOfUnlike(const std::string& beside, const std::string& linked) {
+  const std::string words =
+      format("%s has another length than %s, which the document names, and is not used.", beside.c_str(),
+             linked.c_str());
+  doubt(words);
+  if (!silent) host().messages.show(words, Buttons::Ok, Icon::Information);
 }
 
 // Whether the movie beside the document is used, which may be another recording than the linked one. The
@@ -206,7 +219,6 @@ bool CVivoCapDoc::prefersBeside(const std::string& beside, const std::string& li
   const std::string differs =
       known ? format("%s has other images than %s, which the document names.", beside.c_str(), linked.c_str())
             : std::string();
-  if (known) movieDoubts.push_back({differs, false});
   if (known && !silent) {
     if (isUnattended())
       host().messages.show(differs + " The one beside the document is taken.");
@@ -215,13 +227,15 @@ bool CVivoCapDoc::prefersBeside(const std::string& beside, const std::string& li
             differs +
                 "\nUse the one beside the document?\nyes = that one; no = the one that the document names.",
             Buttons::YesNo, Icon::Question) != Answer::Yes) {
-      appendNotes(differs + " The latter is used." + text::kLineEnd);
+      doubt(differs + " The latter is used.");
       return false;
     }
   }
-  appendNotes(known ? differs + " The former is used." + text::kLineEnd
-                    : format("%s is used in place of %s, which is away", beside.c_str(), linked.c_str()) +
-                          text::kLineEnd);
+  if (known)
+    doubt(differs + " The former is used.");
+  else
+    appendNotes(format("%s is used in place of %s, which is away", beside.c_str(), linked.c_str()) +
+                text::kLineEnd);
   return true;
 }
 
@@ -320,21 +334,25 @@ void CVivoCapDoc::tellOfMovie() {
                  Icon::Information);
 }
 
+// Each opening notes it, the notes once.
+void CVivoCapDoc::doubt(const std::string& words, bool isLoss) {
+  movieDoubts.push_back({words, isLoss});
+  if (notes.find(words) == std::string::npos) appendNotes(words + text::kLineEnd);
+}
+
 // The notes keep them, so a document that was saved says no more of it.
 void CVivoCapDoc::tellDoubts() {
   if (const std::string depth = movie->depthWords(); !depth.empty())
     appendNotes(fileNameOf(movie->fileName) + " is " + depth + text::kLineEnd);
   for (const std::string& words : movie->doubts()) {
-    appendNotes(words + text::kLineEnd);
-    movieDoubts.push_back({words, false});
+    doubt(words);
     if (!silent) host().messages.show(words, Buttons::Ok, Icon::Information);
   }
 }
 
-// Each opening says so, the notes once.
-void CVivoCapDoc::tellShortage(const std::string& fact, const std::string& consequence, Icon icon) {
-  movieDoubts.push_back({fact, true});
-  if (notes.find(fact) == std::string::npos) appendNotes(fact + text::kLineEnd);
+void CVivoCapDoc::tellShortage(const std::string& fact, const std::string& consequence, Icon icon,
+                               bool ofImages) {
+  doubt(fact, ofImages);
   if (!silent) host().messages.show(fact + consequence, Buttons::Ok, icon);
 }
 

@@ -254,7 +254,7 @@ void CVivoCapDoc::loadVersions(const std::string& documentPath) {
   const Outcome read = versions.read(path);
   if (!read)
     tellShortage(format("The versions of the video are not known: %s: %s.", path.c_str(), read.why().c_str()),
-                 " Their movies stay where they are.", Icon::Warning);
+                 " Their movies stay where they are.", Icon::Warning, false);
   for (MovieVersion& each : versions.all()) each.isSaved = 1;
 }
 

@@ -337,7 +337,7 @@ void CdbDocument::serialize(Archive& archive) {
 void CdbDocument::tellOfRow(bool written, const std::string& name) {
   if (written) return theExams().tell();
   logPrintf("the result of %s could not be written to the database\n", name.c_str());
-  report("The result of " + name + " could not be written to the database.");
+  report("The result of " + name + " could not be written to the database: " + theApp().db->error() + ".");
 }
 
 // A document saved while no exam was selected has nothing to stay bound to: the next save binds it.

@@ -50,8 +50,13 @@ bool isMeanOfLines(const CResultDoc& table, size_t row) {
   });
 }
 
-// Measures of loops have no negative values: -1 stands where one can't be told.
-bool isUntold(const CResultDoc& table, const StudyMeasure& measure) {
+constexpr const char* kUsed = "% used";  // of a trace
+
+// Measures of loops have no negative values: -1 stands where one can't be told. A trace without a single
+// value that counts has zeros.
+bool isUntold(const CResultDoc& table, size_t row, const StudyMeasure& measure) {
+  if (isOneOf(measure.quantity, {"average", "max", "min", "Sum"}) && hasColumn(table, kUsed))
+    return numberOf(cellOf(table, row, kUsed)) == 0.0;
   const bool isOfLoops = hasColumn(table, "loops") || hasColumn(table, "other limb");
   return isOfLoops && hasMean(measure.quantity) && !measure.value.empty() &&
          std::strtod(measure.value.c_str(), nullptr) == -1;
@@ -95,7 +100,7 @@ struct StudyRows {
       measure.unit = unitOfMeasure(table, measure.quantity, units);
       if (isKey(measure.quantity) || !wanted.has(measure.quantity, measure.unit)) continue;
       measure.value = std::string(trimmed(table.shownCell(row, place)));
-      if (isUntold(table, measure)) measure.value.clear();
+      if (isUntold(table, row, measure)) measure.value.clear();
       measures.push_back(measure);
     }
   }
@@ -247,6 +252,10 @@ std::optional<double> numberOf(const std::string& text) {
   char* end = nullptr;
   const double value = std::strtod(text.c_str(), &end);
   return text.empty() || *end != '\0' || !std::isfinite(value) ? std::nullopt : std::optional(value);
+}
+
+std::string columnKind(const std::string& kind, const std::string& mark) {
+  return kind == "Chart Results" && !mark.empty() ? kind + ", " + mark : kind;
 }
 
 bool hasMean(const std::string& quantity) { return quantity != "x" && quantity != "y"; }

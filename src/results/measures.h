@@ -56,6 +56,9 @@ class MeasureColumns {
   std::vector<Column> columns;
 };
 
+// Whose column a measure is in: its table's kind, of traces with their names, as each has a unit of its own.
+std::string columnKind(const std::string& kind, const std::string& mark);
+
 // A place in the picture has none.
 bool hasMean(const std::string& quantity);
 

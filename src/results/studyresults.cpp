@@ -82,7 +82,9 @@ class ExamTable {
   void add(const StudyMeasure& measure) {
     if (const auto value = numberOf(measure.value); value && hasMean(measure.quantity))
       rowOf(measure.subject, measure.exam)
-          .means.add(columns.place(withUnit(measure.quantity, measure.unit), measure.kind), *value);
+          .means.add(
+              columns.place(withUnit(measure.quantity, measure.unit), columnKind(measure.kind, measure.mark)),
+              *value);
   }
   bool isEmpty() const { return rows.empty(); }
   std::string text() const {
