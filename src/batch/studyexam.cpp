@@ -206,9 +206,9 @@ class ExamProcess {
     const NotedDocuments& noted = runner.noted;
     const std::vector<ResultRow> results = theApp().db->resultsOf(exam.number);
     std::vector<StudyMeasure> measures;
-    std::string unread;
-    Outcome gathered = gatherStudy({.scope = StudyScope::AllSubjects}, measures, unread);
-    if (!unread.empty()) return Outcome::failure("tables can't be read: " + unread);
+    std::string missing;
+    Outcome gathered = gatherStudy({.scope = StudyScope::AllSubjects}, measures, missing);
+    if (!missing.empty()) return Outcome::failure(missing);
     if (!gathered && !measures.empty()) return gathered;
     for (StudyMeasure& measure : measures) measure.document = noted.nameOf(measure.document);
     if (Outcome written = tellMeasures(measures, noted); !written) return written;

@@ -32,19 +32,28 @@ class DocumentWindows::Window final : public QMdiSubWindow {
     viewport.installEventFilter(this);
   }
 
-  // Whose document it is; empty for nobody's. Asked of the database only when that changed.
+  // Whose document it is; empty for nobody's, and for one that a save would make the selected exam's. Asked
+  // of the database only when that changed.
   const QString& owner() {
     const auto* bound = dynamic_cast<const CdbDocument*>(document);
     const void* database = app.db.get();
-    const auto now = bound ? std::tuple(database, bound->patientId, bound->examIdOfDoc, bound->pathName())
-                           : std::tuple(database, std::string(), -1, std::string());
+    const CdbDocument::Owner of = bound ? ownerOf(*bound) : CdbDocument::Owner();
+    const auto now = std::tuple(database, of.subject, of.exam, bound ? bound->pathName() : "");
     if (bound && now != ownerKey) {
       isFromElsewhere = app.db && bound->isFromElsewhere();
-      ownerWords = toQt(isFromElsewhere ? bound->patientId + ", from another folder"
-                                        : examWords(bound->patientId, bound->examIdOfDoc));
+      ownerWords =
+          toQt(isFromElsewhere ? of.subject + ", from another folder" : examWords(of.subject, of.exam));
     }
     ownerKey = now;
     return ownerWords;
+  }
+  static CdbDocument::Owner ownerOf(const CdbDocument& document) {
+    if (!document.patientId.empty()) return {document.patientId, document.examIdOfDoc};
+    const CdbDocument::Owner of = document.measuredFor();
+    return isSelected(of) ? CdbDocument::Owner() : of;
+  }
+  static bool isSelected(const CdbDocument::Owner& of) {
+    return of.subject == theExams().subjectId() && of.exam == theExams().examId();
   }
   bool isForeign() {
     owner();
@@ -135,10 +144,8 @@ CView* DocumentWindows::activeView() const {
 QString DocumentWindows::foreignOwner() const {
   const auto* bound = dynamic_cast<const CdbDocument*>(app.documents.active());
   auto* window = bound ? static_cast<Window*>(windowOf(*bound)) : nullptr;
-  if (!window || bound->patientId.empty()) return {};
-  const bool isSelected =
-      bound->patientId == theExams().subjectId() && bound->examIdOfDoc == theExams().examId();
-  return isSelected && !window->isForeign() ? QString() : window->owner();
+  if (!window) return {};
+  return Window::isSelected(Window::ownerOf(*bound)) && !window->isForeign() ? QString() : window->owner();
 }
 
 void DocumentWindows::follow() {

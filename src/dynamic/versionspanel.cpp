@@ -30,7 +30,9 @@ std::vector<SideFact> VersionsPanel::facts() const {
   const MovieVersions& versions = doc.movieVersions();
   const MovieVersion* shown = versions.ofFile(doc.movie->fileName);
   const std::string folder = doc.homeFolder();
-  return {{"Shown", shown ? format("%i: %s", shown->number, shown->what.c_str()) : "original"},
+  return {{"Shown", shown                    ? format("%i: %s", shown->number, shown->what.c_str())
+                    : versions.all().empty() ? "original"
+                                             : "none of these"},
           {"Free on the disc", sizeInWords(freeDiscBytes(folder.empty() ? workingFolder() : folder))}};
 }
 

@@ -202,8 +202,9 @@ Outcome CVivoCapDoc::deleteVersion(int32_t number) {
   const bool removes = mayRemoveFile(*version) && fileExists(version->file);
   const std::string words = format(
       "Delete %s, of %i images?\n%s %s.", called(*version).c_str(), version->images, version->file.c_str(),
-      removes ? ("is deleted, and frees " + sizeInWords(fileSize(version->file))).c_str()
-              : "stays on the disc");
+      removes                     ? ("is deleted, and frees " + sizeInWords(fileSize(version->file))).c_str()
+      : fileExists(version->file) ? "stays on the disc"
+                                  : "is away");
   if (!process.quietMode && host().messages.show(words, Buttons::YesNo, Icon::Careful) != Answer::Yes)
     return Outcome::success();
   if (removes && std::remove(version->file.c_str()) != 0)
@@ -255,7 +256,13 @@ void CVivoCapDoc::loadVersions(const std::string& documentPath) {
   if (!read)
     tellShortage(format("The versions of the video are not known: %s: %s.", path.c_str(), read.why().c_str()),
                  " Their movies stay where they are.", Icon::Warning, false);
-  for (MovieVersion& each : versions.all()) each.isSaved = 1;
+  // A document that was copied without its movies works with those that lie beside the one it is linked to.
+  const std::string linked = hasMovie() ? folderOf(movie->fileName) : std::string();
+  for (MovieVersion& each : versions.all()) {
+    const std::string there = linked + fileNameOf(each.file);
+    if (!linked.empty() && !fileExists(each.file) && fileExists(there)) each.file = there;
+    each.isSaved = 1;
+  }
 }
 
 // Those made here come beside the document, where the disc takes them by their name alone.

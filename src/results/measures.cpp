@@ -69,6 +69,8 @@ std::string kindOf(const CResultDoc& table) {
   return table.pathName().empty() ? table.title() : format("%s%zu columns", kSaved, table.columns.size());
 }
 
+constexpr const char* kLeftOut = " can't be read and is left out\n";
+
 struct StudyRows {
   const WantedQuantities& wanted;
   std::vector<StudyMeasure> measures = {};
@@ -124,7 +126,7 @@ class StoredTable final : public CResultDoc {
   void report(const std::string&) override {}
 };
 
-void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& subject, std::string& unread) {
+void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& subject, std::string& missing) {
   for (const ExamRow& exam : db.examsOf(subject))
     for (const ResultRow& result : db.resultsOf(exam.id)) {
       if (!equalIgnoringCase(extensionOf(result.filename), "rst")) continue;
@@ -132,7 +134,7 @@ void addStored(StudyRows& rows, const SubjectDatabase& db, const std::string& su
       if (isOpen(path)) continue;
       StoredTable table;
       if (!table.load(path)) {
-        unread += path + "\n";
+        missing += path + kLeftOut;
         continue;
       }
       table.setTitle(withoutExtension(fileNameOf(path)));
@@ -170,7 +172,7 @@ class Corrected {
 
 // Those of the exams of a merged study that no exam saved: they stand nowhere else. What they tell of a
 // document that was corrected since is no longer so.
-void addMerged(StudyRows& rows, const std::vector<std::string>& subjects, std::string& unread) {
+void addMerged(StudyRows& rows, const std::vector<std::string>& subjects, std::string& missing) {
   const std::string path = theApp().dataFolder + kMeasuresFile;
   const auto text = subjects.empty() || !fileExists(path) ? std::nullopt : readWholeText(path);
   if (!text) return;
@@ -187,7 +189,7 @@ void addMerged(StudyRows& rows, const std::vector<std::string>& subjects, std::s
       continue;
     rows.measures.push_back({c[1], c[2], c[3], c[4], c[5], c[6], c[7], c[8], c[10], c[10]});
   }
-  if (!reader.problem().empty() || row.cells.size() != measuresHeading().size()) unread += path + "\n";
+  if (!reader.problem().empty() || row.cells.size() != measuresHeading().size()) missing += path + kLeftOut;
 }
 
 void addOpenTables(StudyRows& rows) {
@@ -266,9 +268,20 @@ WantedQuantities::WantedQuantities(const std::string& listed) {
 }
 
 bool WantedQuantities::has(const std::string& quantity, const std::string& unit) const {
-  return names.empty() || std::ranges::any_of(names, [&](const std::string& name) {
-           return isSameName(name, quantity) || isSameName(name, withUnit(quantity, unit));
-         });
+  bool isAmong = names.empty();
+  for (const std::string& name : names)
+    if (isSameName(name, quantity) || isSameName(name, withUnit(quantity, unit))) {
+      isAmong = true;
+      found.insert(name);
+    }
+  return isAmong;
+}
+
+std::string WantedQuantities::neverSeen() const {
+  std::string words;
+  for (const std::string& name : names)
+    if (!found.contains(name)) words += "no result is called \"" + name + "\"\n";
+  return words;
 }
 
 std::string withUnit(const std::string& quantity, const std::string& unit) {
@@ -310,22 +323,23 @@ std::string unitOfMeasure(const CResultDoc& table, const std::string& title, con
 }
 
 std::vector<StudyMeasure> measuresOfTables(const std::vector<std::string>& subjects,
-                                           const WantedQuantities& wanted, std::string& unread) {
+                                           const WantedQuantities& wanted, std::string& missing) {
   StudyRows rows{.wanted = wanted};
   addOpenTables(rows);
-  for (const std::string& subject : subjects) addStored(rows, *theApp().db, subject, unread);
-  addMerged(rows, subjects, unread);
+  for (const std::string& subject : subjects) addStored(rows, *theApp().db, subject, missing);
+  addMerged(rows, subjects, missing);
   return std::move(rows.measures);
 }
 
-Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures, std::string& unread) {
+Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures, std::string& missing) {
   std::vector<std::string> subjects;
   if (Outcome found = subjectsOf(wish.scope, subjects); !found) return found;
   const WantedQuantities wanted(wish.quantities);
-  measures = measuresOfTables(subjects, wanted, unread);
+  measures = measuresOfTables(subjects, wanted, missing);
   StudyRows documents{.wanted = wanted};
   for (const std::string& subject : subjects) addDocuments(documents, *theApp().db, subject);
   std::ranges::move(documents.measures, std::back_inserter(measures));
+  missing += wanted.neverSeen();
   return measures.empty() ? Outcome::failure("There are no results.") : Outcome::success();
 }
 

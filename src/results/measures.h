@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -79,9 +80,12 @@ class WantedQuantities {
  public:
   explicit WantedQuantities(const std::string& listed);  // as in StudyWish
   bool has(const std::string& quantity, const std::string& unit) const;
+  // Of those that were asked for, the ones that has() met nowhere, as lines for the user.
+  std::string neverSeen() const;
 
  private:
   std::vector<std::string> names;
+  mutable std::set<std::string> found;
 };
 
 // "width (um)"
@@ -90,13 +94,13 @@ std::string withUnit(const std::string& quantity, const std::string& unit);
 // The subjects that a scope takes in beside the open tables: none of those alone.
 [[nodiscard]] Outcome subjectsOf(StudyScope scope, std::vector<std::string>& subjects);
 // Of the open tables, and of those that are stored for the subjects; where the data folder is a merged study,
-// of the tables that its exams made as well. Tables that can't be read, as lines for the user, come in
-// `unread`.
+// of the tables that its exams made as well. Tables that can't be read, and what was asked for and is
+// nowhere, come in `missing` as lines for the user.
 std::vector<StudyMeasure> measuresOfTables(const std::vector<std::string>& subjects,
-                                           const WantedQuantities& wanted, std::string& unread);
+                                           const WantedQuantities& wanted, std::string& missing);
 // Those, and of the scope's documents what their results say. Fails where there is none.
 [[nodiscard]] Outcome gatherStudy(const StudyWish& wish, std::vector<StudyMeasure>& measures,
-                                  std::string& unread);
+                                  std::string& missing);
 // What the open tables and the selected subject's documents tell.
 std::vector<std::string> knownQuantities();
 

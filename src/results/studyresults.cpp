@@ -117,25 +117,26 @@ class ExamTable {
 };
 
 // Means of exams: documents' results come with the exam, others with the tables.
-Outcome textOfExams(const StudyWish& wish, std::string& text, std::string& unread) {
+Outcome textOfExams(const StudyWish& wish, std::string& text, std::string& missing) {
   std::vector<std::string> subjects;
   if (Outcome found = subjectsOf(wish.scope, subjects); !found) return found;
   const WantedQuantities wanted(wish.quantities);
   std::ranges::sort(subjects);
   ExamTable exams;
   for (const std::string& subject : subjects) exams.addExams(*theApp().db, subject, wanted);
-  for (const StudyMeasure& measure : measuresOfTables(subjects, wanted, unread)) exams.add(measure);
+  for (const StudyMeasure& measure : measuresOfTables(subjects, wanted, missing)) exams.add(measure);
+  missing += wanted.neverSeen();
   text = exams.text();
   return exams.isEmpty() ? Outcome::failure("There are no examinations.") : Outcome::success();
 }
 
 }  // namespace
 
-Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread) {
+Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& missing) {
   std::string text;
   std::vector<StudyMeasure> measures;
   const bool byExams = wish.layout == StudyLayout::Exams;
-  if (Outcome found = byExams ? textOfExams(wish, text, unread) : gatherStudy(wish, measures, unread); !found)
+  if (Outcome found = byExams ? textOfExams(wish, text, missing) : gatherStudy(wish, measures, missing); !found)
     return found;
   if (!byExams) text = rowsOfMeasures(measures);
   Outcome written = replaceFile(path, std::string_view(text));
@@ -172,18 +173,17 @@ void exportStudyCommand() {
   if (!fileFirst) path = choose();
   if (!path || path->empty()) return;
   Outcome done = theApp().documents.mayOutputTo(*path);
-  std::string unread;
+  std::string missing;
   const WaitScope wait;
   if (done)
     done = exportStudy(*path, {static_cast<StudyScope>(scope), static_cast<StudyLayout>(layout), quantities},
-                       unread);
+                       missing);
   if (!done)
     host().messages.show(done.why(), Buttons::Ok, Icon::Warning);
   else
     host().messages.notice({"Exported " + fileNameOf(*path)});
-  if (done && !unread.empty())
-    host().messages.show("These tables can't be read and are left out:\n" + unread, Buttons::Ok,
-                         Icon::Warning);
+  if (done && !missing.empty())
+    host().messages.show(missing, Buttons::Ok, Icon::Warning);
 }
 
 }  // namespace tarnvisor

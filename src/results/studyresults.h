@@ -9,8 +9,8 @@
 
 namespace tarnvisor {
 
-// Tables that can't be read, as lines for the user, come in `unread`.
-[[nodiscard]] Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& unread);
+// Tables that can't be read, and results that are nowhere, come in `missing` as lines for the user.
+[[nodiscard]] Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string& missing);
 // The command: asks for what goes into it, and for the place.
 void exportStudyCommand();
 

@@ -143,7 +143,7 @@ const std::vector<std::string>& scopes() {
 }
 
 void writeHead(ReportPages& pages, const StudyWish& wish, const std::vector<StudyMeasure>& measures,
-               const std::string& unread) {
+               const std::string& missing) {
   std::set<std::string> subjects;
   std::set<std::pair<std::string, std::string>> exams;
   for (const StudyMeasure& measure : measures) {
@@ -156,7 +156,7 @@ void writeHead(ReportPages& pages, const StudyWish& wish, const std::vector<Stud
                {"Results", wish.quantities.empty() ? "all" : wish.quantities},
                {"Subjects", format("%zu", subjects.size())},
                {"Examinations", format("%zu", exams.size())},
-               {"Left out", unread.empty() ? "" : "These tables can't be read:\n" + unread, true}});
+               {"Left out", missing, true}});
   pages.gap();
   pages.paragraph(
       "Quartiles lie between neighbouring values in proportion; outliers lie more than one and a half times the "
@@ -165,13 +165,13 @@ void writeHead(ReportPages& pages, const StudyWish& wish, const std::vector<Stud
 
 }  // namespace
 
-Outcome writeStudySummary(const std::string& path, const StudyWish& wish, std::string& unread) {
+Outcome writeStudySummary(const std::string& path, const StudyWish& wish, std::string& missing) {
   std::vector<StudyMeasure> measures;
-  if (Outcome found = gatherStudy(wish, measures, unread); !found) return found;
+  if (Outcome found = gatherStudy(wish, measures, missing); !found) return found;
   const std::vector<Quantity> quantities = quantitiesOf(measures);
   Sites sites;
   return writeReport(path, "Study summary", {"pdf", "png"}, [&](ReportPages& pages) {
-    writeHead(pages, wish, measures, unread);
+    writeHead(pages, wish, measures, missing);
     for (const Quantity& quantity : quantities) writeQuantity(pages, quantity, sites);
   });
 }
@@ -190,19 +190,19 @@ void studySummaryCommand() {
       "Tables of subjects are those that were saved; what documents tell as their result goes with them.\n"
       "Results are named as in the tables, several with commas between them; all where none is named.");
   if (!asked(form)) return;
-  std::string unread;
+  std::string missing;
   Outcome done = Outcome::success();
   {
     const WaitScope wait;
     done =
-        writeStudySummary(*path, {.scope = static_cast<StudyScope>(scope), .quantities = quantities}, unread);
+        writeStudySummary(*path, {.scope = static_cast<StudyScope>(scope), .quantities = quantities}, missing);
   }
   if (!done)
     host().messages.show(done.why(), Buttons::Ok, Icon::Warning);
   else
     host().messages.notice({"Wrote " + fileNameOf(*path)});
-  if (done && !unread.empty())
-    host().messages.show("These tables can't be read and are left out:\n" + unread);
+  if (done && !missing.empty())
+    host().messages.show(missing);
 }
 
 }  // namespace tarnvisor

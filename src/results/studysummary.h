@@ -9,8 +9,8 @@
 
 namespace tarnvisor {
 
-// The scope and quantities of the wish count. Tables that can't be read stand in it and come in `unread`.
-[[nodiscard]] Outcome writeStudySummary(const std::string& path, const StudyWish& wish, std::string& unread);
+// The scope and quantities of the wish count. What `missing` tells (see gatherStudy) stands in it.
+[[nodiscard]] Outcome writeStudySummary(const std::string& path, const StudyWish& wish, std::string& missing);
 // The command: asks for the place, and for what goes into it.
 void studySummaryCommand();
 

@@ -363,6 +363,9 @@ TEST_F(ProgramWindow, ADocumentOfAnotherExamThanTheSelectedSaysSo) {
   exams->selectSubject("P-2", "Ann");
   settle();
   EXPECT_THAT(window().windowTitle().toStdString(), StartsWith("P-2 Ann - document of P-1, left ring - "));
+  makeImage(40, 30).subjectOfFile = "P-3";
+  settle();
+  EXPECT_THAT(window().windowTitle().toStdString(), StartsWith("P-2 Ann - document of P-3 - "));
   std::filesystem::copy(app->dataFolder + "P-1-left_ring", folder.file("copy"));
   exams->selectSubject("P-1", "");
   exams->selectExam(1, "P-1-left_ring");
