@@ -15,6 +15,7 @@ class ZBasicDoc;
 // A place and how far from it something may be that is meant.
 struct Aim {
   double x = 0, y = 0, reach = 0;
+  double pixel = 1;  // of the screen
 };
 
 struct Handle {

@@ -8,6 +8,7 @@
 #include "app/processstate.h"
 #include "base/text.h"
 #include "host/host.h"
+#include "imagedoc/overlay.h"
 #include "imagedoc/texts.h"
 #include "imagedoc/zbasicdoc.h"
 #include "measure/dimline.h"
@@ -40,7 +41,21 @@ Spot spotOf(const CDim& mark) {
 
 double apart(const Spot& a, const Spot& b) { return std::hypot(a.x - b.x, a.y - b.y); }
 
-// The mark whose middle is nearest, of those that the aim lies in or near; -1 for none.
+// Of a point one sees the number beside it (CDim::Draw) rather than its cross.
+int32_t numberUnder(const CDimList& list, const Aim& aim) {
+  constexpr double kGap = 4, kCharacter = 8, kLine = 17;  // of the text, on the screen
+  for (int32_t i = 0; i < list.size(); ++i) {
+    if (!isPoint(list.at(i))) continue;
+    const Point at = list.at(i).points[0];
+    const double x = aim.x - at.x, y = aim.y - at.y;
+    const double width = kGap + kCharacter * static_cast<double>(format("%i", i + 1).size()) * aim.pixel;
+    if (x >= 0 && x <= width && y >= 0 && y <= kLine * aim.pixel) return i;
+  }
+  return -1;
+}
+
+// The mark whose middle is nearest, of those that the aim lies in or near, else the one whose number it lies
+// on; -1 for none.
 int32_t markUnder(const CDimList& list, const Aim& aim) {
   int32_t nearest = -1;
   double least = 0;
@@ -55,7 +70,7 @@ int32_t markUnder(const CDimList& list, const Aim& aim) {
     nearest = i;
     least = distance;
   }
-  return nearest;
+  return nearest >= 0 || !drawsLabels() ? nearest : numberUnder(list, aim);
 }
 
 void moveMark(CDimList& from, int32_t index, CDimList& to) {

@@ -32,7 +32,7 @@ Aim ZBasicView::aimAt(Point windowPoint) const {
   constexpr double kMiddle = 0.499, kReach = 5.5;
   const double pixel = static_cast<double>(zoomden) / zoomnum;
   const Point at = windowPoint + scrollPosition(), origin = doc.imageOrigin();
-  return {(at.x + kMiddle) * pixel + origin.x, (at.y + kMiddle) * pixel + origin.y, kReach * pixel};
+  return {(at.x + kMiddle) * pixel + origin.x, (at.y + kMiddle) * pixel + origin.y, kReach * pixel, pixel};
 }
 
 Point ZBasicView::withinImage(Point p) const {

@@ -82,6 +82,9 @@ TEST_F(NailfoldRow, IsRefusedInWords) {
   d.addDimension({300, 480}, CDimList::kPoint);
   EXPECT_THAT(resultOf(d), StartsWith("Nailfold loops: 1 on 2.61 mm of row, 1 clear, 0.4 +- 0.4 per mm"));
   EXPECT_THAT(resultOf(d), EndsWith("marked by hand"));
+  d.reviewAt({312, 492, 5});
+  EXPECT_EQ(marksOf(d).size(), 1) << "a click on the number takes the loop away, and adds none";
+  d.reviewAt({300, 480, 5});
   d.userunits = "parsec";
   run("Find nailfold loops");
   EXPECT_THAT(host.messages.back(), HasSubstr("needs a scale in um or mm"));
