@@ -102,9 +102,12 @@ void FormRows::fill(QDialog& dialog, QDialogButtonBox& buttons) {
 // What is shown first is there to be typed over.
 void FormRows::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
-  const auto first = std::ranges::find_if(rows, [](const Row& row) {
+  const auto takesKeys = [](const Row& row) {
     return row.control && !row.field->readOnly && row.control->focusPolicy() != Qt::NoFocus;
-  });
+  };
+  auto first =
+      std::ranges::find_if(rows, [&](const Row& row) { return takesKeys(row) && row.field->begins; });
+  if (first == rows.end()) first = std::ranges::find_if(rows, takesKeys);
   auto* line = first == rows.end() ? nullptr : qobject_cast<QLineEdit*>(first->control);
   if (!line || event->spontaneous()) return;
   line->setFocus(Qt::OtherFocusReason);

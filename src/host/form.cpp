@@ -142,6 +142,11 @@ Form& Form::withUnit(std::string words) {
   return *this;
 }
 
+Form& Form::beginningHere(bool isSo) {
+  rows.back().begins = isSo;
+  return *this;
+}
+
 Form& Form::withDecimals(int32_t count) {
   rows.back().decimals = count;
   return *this;

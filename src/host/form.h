@@ -36,6 +36,7 @@ struct FormField {
   int32_t decimals = -1;  // of a Number: how many it shows; -1 for as many as it has
   std::string unit = {};  // shown beside it
   bool slides = false;    // of a Whole with both limits: a wide slider beside it, in a live form or not
+  bool begins = false;    // the keys are meant for it when the form is shown, in place of the first
   bool ends = false;      // of a Choice: buttons, each of which ends the form, instead of OK and Cancel
 
   // The bound value as text: "1" or "0" for a check, the choice's words for a choice.
@@ -66,6 +67,7 @@ class Form {
   Form& endWith(std::string label, int32_t& index, std::vector<std::string> buttons);
   Form& withDecimals(int32_t count);               // of the Number just added
   Form& withUnit(std::string words);               // beside the field just added
+  Form& beginningHere(bool isSo);                  // at the field just added
   Form& offering(std::vector<std::string> texts);  // for the Text just added, which may be another
   Form& setOkLabel(std::string words);
   // Called by the face at each change of a field, after the variables took it (live sliders). Cancel leaves

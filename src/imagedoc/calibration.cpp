@@ -148,7 +148,7 @@ bool Calibration::ask() {
   form.add("Line", line).addReading("It is long", present).add("Known length", knownLength, length);
   form.add("Unit", unit).offering({"um", "mm"}).addCheck("Both axes at once", bothAxes);
   form.addNote("Or, where the microscope's scale is known, without a line:");
-  form.add("Size of a pixel", toldSize, length).withUnit("of this unit");
+  form.add("Size of a pixel", toldSize, length).withUnit("of this unit").beginningHere(lines.empty());
   form.addNote("Or, where pixels are not square, by a line along each axis:");
   form.addNote(
       "Create two dimension lines of known true length onto image.  Magnification will be calibrated automatically.");

@@ -136,7 +136,8 @@ Outcome exportStudy(const std::string& path, const StudyWish& wish, std::string&
   std::string text;
   std::vector<StudyMeasure> measures;
   const bool byExams = wish.layout == StudyLayout::Exams;
-  if (Outcome found = byExams ? textOfExams(wish, text, missing) : gatherStudy(wish, measures, missing); !found)
+  if (Outcome found = byExams ? textOfExams(wish, text, missing) : gatherStudy(wish, measures, missing);
+      !found)
     return found;
   if (!byExams) text = rowsOfMeasures(measures);
   Outcome written = replaceFile(path, std::string_view(text));
@@ -182,8 +183,7 @@ void exportStudyCommand() {
     host().messages.show(done.why(), Buttons::Ok, Icon::Warning);
   else
     host().messages.notice({"Exported " + fileNameOf(*path)});
-  if (done && !missing.empty())
-    host().messages.show(missing, Buttons::Ok, Icon::Warning);
+  if (done && !missing.empty()) host().messages.show(missing, Buttons::Ok, Icon::Warning);
 }
 
 }  // namespace tarnvisor

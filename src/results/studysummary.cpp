@@ -194,15 +194,14 @@ void studySummaryCommand() {
   Outcome done = Outcome::success();
   {
     const WaitScope wait;
-    done =
-        writeStudySummary(*path, {.scope = static_cast<StudyScope>(scope), .quantities = quantities}, missing);
+    done = writeStudySummary(*path, {.scope = static_cast<StudyScope>(scope), .quantities = quantities},
+                             missing);
   }
   if (!done)
     host().messages.show(done.why(), Buttons::Ok, Icon::Warning);
   else
     host().messages.notice({"Wrote " + fileNameOf(*path)});
-  if (done && !missing.empty())
-    host().messages.show(missing);
+  if (done && !missing.empty()) host().messages.show(missing);
 }
 
 }  // namespace tarnvisor

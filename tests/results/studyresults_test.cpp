@@ -95,7 +95,8 @@ TEST_F(StudyResults, AreARowAnExamWithTheMeansOfWhatIsAskedFor) {
   for (const double width : {7, 8}) addWidth("a.tv1", width);
   ASSERT_TRUE(app->db->insertResult(first, "a.tv1", " 12.500, capillary density,  0.400, area"));
   const int32_t empty = select("S-2", "e2");
-  const StudyWish wish{StudyScope::AllSubjects, StudyLayout::Exams, "Width (um), capilary density, capillary density"};
+  const StudyWish wish{StudyScope::AllSubjects, StudyLayout::Exams,
+                       "Width (um), capilary density, capillary density"};
   ASSERT_TRUE(exportStudy(folder.file("study.csv"), wish, unread));
   EXPECT_EQ(unread, "no result is called \"capilary density\"\n");
   const std::string day = localDay(app->db->exam(first)->created);
