@@ -393,7 +393,8 @@ bool SubjectWindow::saveDetails() {
 bool SubjectWindow::settleDetails() {
   if (!detailsChanged()) return true;
   const Answer answer =
-      host().messages.show("Save changes to the details?", Buttons::YesNoCancel, Icon::Careful);
+      host().messages.show("Save changes to the details" + (shownId.empty() ? "" : " of " + shownId) + "?",
+                           Buttons::YesNoCancel, Icon::Careful);
   if (answer == Answer::Cancel) return false;
   if (answer == Answer::Yes) {
     if (shownId.empty()) {

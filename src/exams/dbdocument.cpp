@@ -225,9 +225,11 @@ bool CdbDocument::mayLieIn(const std::string& folder, const Owner& next) const {
       examIdOfDoc >= 0
           ? format("belongs to exam %i of subject %s", examIdOfDoc, patientId.c_str()) + elsewhere
       : own >= 0 ? format("is to join exam %i of subject %s", own, next.subject.c_str())
-                 : std::string("belongs to no exam");
-  return host().messages.show(format("%s %s, and %s is the folder of exam %i. Save it there all the same?",
-                                     title().c_str(), whose.c_str(), folder.c_str(), stranger),
+                 : "belongs to " + ownerWords({next.subject, -1}) + " and no exam";
+  const auto row = theApp().db->exam(stranger);
+  return host().messages.show(format("%s %s, and %s is the folder of %s. Save it there all the same?",
+                                     title().c_str(), whose.c_str(), folder.c_str(),
+                                     ownerWords({row ? row->patient : std::string(), stranger}).c_str()),
                               Buttons::YesNo, Icon::Careful) == Answer::Yes;
 }
 

@@ -123,7 +123,7 @@ TEST_F(SubjectEntry, AsksBeforeChangedDetailsAreLeft) {
         click(*window, "View Examinations");
       else
         QTest::keyClick(window.get(), Qt::Key_Escape);
-      EXPECT_EQ(host.messages.back(), "Save changes to the details?");
+      EXPECT_EQ(host.messages.back(), "Save changes to the details of S-17?");
       EXPECT_EQ(window->isVisible(), stays);
       EXPECT_EQ(nameOf("S-17"), kept);
       if (stays) {
