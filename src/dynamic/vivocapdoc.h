@@ -159,6 +159,7 @@ class CVivoCapDoc : public ZBasicDoc {
     bool isLoss;
   };
   const std::vector<Doubt>& doubts() const { return movieDoubts; }
+  void onSelectionChanged() override;
 
   int32_t frameCount = 1800;
   int32_t skipFrames = 0;
@@ -397,6 +398,7 @@ class CVivoCapDoc : public ZBasicDoc {
 
   std::string movementSummary;  // of the last run
   std::vector<Doubt> movieDoubts;
+  std::string besideMovie;  // the path that it has because its movie lies there; empty once it is chosen
   MovieChoice movieChoice = MovieChoice::Usual;
   TemporaryFile unsavedMovie;  // was made for this document
   MovieVersions versions;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "app/asked.h"
 #include "app/basicapp.h"
@@ -48,17 +49,9 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
     deleteContents();
     noteMadeHere();
     if (!takeVideo(path)) return false;
-    const std::string own = withoutExtension(path) + ".dtv";
-    setPathName(own);
-    // A document of that name is not written over without a question, nor does a save leave the selected
-    // exam's folder without one.
-    bool taken = fileExists(own) || !isFolderOfSelection(folderOf(own));
-    for (const CDocument* other : theApp().documents.documents())
-      taken = taken || (other != this && other->pathName() == pathName());
-    if (taken) {
-      forgetPathName();
-      setTitle(withoutExtension(fileNameOf(own)));
-    }
+    setPathName(withoutExtension(path) + ".dtv");
+    besideMovie = pathName();
+    onSelectionChanged();
     return true;
   }
   if (!loadFrom(path)) return false;
@@ -69,6 +62,18 @@ bool CVivoCapDoc::onOpenDocument(const std::string& path) {
   recogniseResult();
   openResults(path);
   return true;
+}
+
+// A document of that name is not written over without a question, nor does a save leave the selected exam's
+// folder without one.
+void CVivoCapDoc::onSelectionChanged() {
+  if (besideMovie.empty() || besideMovie != pathName()) return besideMovie.clear();
+  bool taken = fileExists(besideMovie) || !isFolderOfSelection(folderOf(besideMovie));
+  for (const CDocument* other : theApp().documents.documents())
+    taken = taken || (other != this && other->pathName() == besideMovie);
+  if (!taken) return;
+  forgetPathName();
+  setTitle(withoutExtension(fileNameOf(std::exchange(besideMovie, {}))));
 }
 
 bool CVivoCapDoc::onImportFile(const std::string& path) {

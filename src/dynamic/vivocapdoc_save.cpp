@@ -373,6 +373,7 @@ bool CVivoCapDoc::saveLinked(const std::string& path, BeforeSave& before) {
   }
   // From now on the movie is a stored document's, which finds it by its name and as it is now.
   if (movie) movie->shared = 1;
+  besideMovie.clear();
   settleUnsavedMovie();
   saveVersions(path);
   tellFewerImages();

@@ -95,6 +95,8 @@ class CdbDocument : public CDocument {
   // Asked before pixels of a file that names a subject come into a document of another one's.
   bool agreesToSubject(const std::string& path, const std::string& fileSubject) const;
 
+  // Another subject or exam is selected.
+  virtual void onSelectionChanged() {}
   // Bound to nothing any more: what comes next is of what is selected now.
   void forgetOwner();
 

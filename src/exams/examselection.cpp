@@ -95,6 +95,8 @@ void ExamSelection::restore(const State& before) {
 }
 
 void ExamSelection::tell() const {
+  for (CDocument* each : app.documents.documents())
+    if (auto* document = dynamic_cast<CdbDocument*>(each)) document->onSelectionChanged();
   for (const auto& [listener, told] : std::map(listeners)) told();
 }
 

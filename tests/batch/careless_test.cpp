@@ -311,6 +311,11 @@ TEST_F(Runner, WhatWasMadeUnderAnExamIsSavedIntoItThoughAnotherSubjectWasLookedU
   std::filesystem::copy(folder.file("m.avi"), folder.file("data/BN1-toe/n.avi"));
   ASSERT_TRUE(run("subject ANNA\nexam toe\nopen $data/BN1-toe/n.avi").ok);
   EXPECT_EQ(run("save").values[0].second, folder.file("data/ANNA-toe/n.dtv")) << "not beside BN1's";
+  std::filesystem::copy(folder.file("m.avi"), folder.file("k.avi"));
+  ASSERT_TRUE(run("subject BN1\nopen $k.avi").ok);
+  EXPECT_EQ(app.documents.active()->pathName(), folder.file("k.dtv")) << "of no exam";
+  theExams().selectExam(app.db->examsOf("BN1")[0].id, "BN1-ring");
+  EXPECT_EQ(run("save").values[0].second, folder.file("data/BN1-ring/k.dtv"));
   ASSERT_TRUE(run("subject C\nopen $shot.bmp\nsubject ANNA").ok);
   EXPECT_THAT(run("save $c.tv1").why, HasSubstr("was made in subject C"));
   ASSERT_TRUE(run("command \"Save As...\" $c.tv1 no").ok);
