@@ -24,6 +24,8 @@ constexpr size_t kFewPoints = 40;
 constexpr size_t kAxisUnit = 10;     // characters of a unit that stand beside the axis
 constexpr double kFarthest = 1e300;  // the distance between two values must be a number too
 
+std::string readingText(double value) { return format("%.4g", value); }
+
 // A range to show, a little wider than what it has to hold.
 Extent widened(Extent extent) {
   if (extent.isEmpty()) return {0.0, 1.0};
@@ -67,7 +69,8 @@ bool xychartdoc::takeCourse(const Course& course) {
   ZZTrace* const day = addtrace(kDoubleCode, count);
   ZZTrace* const mean = day ? addtrace(kDoubleCode, count) : nullptr;
   if (!mean) return false;
-  setTitle(course.subject + " " + course.quantity);
+  const std::string whose = course.subject + (course.site.empty() ? "" : ", " + course.site);
+  setTitle(whose + " " + course.quantity);
   day->name = "since " + course.firstDay;
   // Exams of one day are parted, too.
   const double span = course.values.empty() ? 0 : course.values.back().day;
@@ -75,8 +78,7 @@ bool xychartdoc::takeCourse(const Course& course) {
                                : span >= 2.0 / 24 ? std::pair("hours", 24)
                                                   : std::pair("minutes", 24 * 60);
   day->yunits = units;
-  mean->name =
-      course.subject + ": " + wordsOf({course.quantity, 0, course.unit}) + ", mean of each exam's documents";
+  mean->name = whose + ": " + wordsOf({course.quantity, 0, course.unit}) + ", mean of each exam";
   if (course.unit.size() <= kAxisUnit) mean->yunits = course.unit;
   for (uint32_t i = 0; i < count; ++i) {
     day->data->putval(i, course.values[i].day * perDay);
@@ -111,8 +113,13 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
     y.take(p.y);
   }
   if (inner.isEmpty() || points().empty()) return;
+  const bool areReadings = points().size() <= kFewPoints;
   across = widened(x);
+  // A few readings of one sign are seen against nothing, so that their change looks no greater than it is.
+  if (areReadings && y.low > 0) y.take(0);
   upward = widened(y);
+  if (areReadings && y.low == 0) upward.low = 0;
+  if (areReadings) upward.high += 0.1 * (upward.high - upward.low);  // the room of the numbers
   plot = inner;
   const auto place = [&](const xychartdoc::Pair& p) {
     return Point{inner.left + static_cast<int32_t>(std::lround((p.x - across.low) /
@@ -131,9 +138,24 @@ void xychartvw::drawIn(Canvas& canvas, const Rect& area) {
     if (trace.marked) canvas.point(at);
   }
   if (!trace.marked) canvas.polyline(curve);
-  // Of a few each is a reading of its own.
-  if (curve.size() <= kFewPoints)
-    for (const Point at : curve) canvas.fill({at.x - 3, at.y - 3, at.x + 4, at.y + 4}, drawnColour(trace));
+  // Of a few each is a reading of its own, told where its number has room.
+  if (areReadings) {
+    Rect last{};
+    for (const xychartdoc::Pair& p : points()) {
+      const Point at = place(p);
+      canvas.fill({at.x - 3, at.y - 3, at.x + 4, at.y + 4}, drawnColour(trace));
+      const std::string words = readingText(p.y);
+      const Size size = canvas.textSize(words);
+      const int32_t left = std::clamp(at.x - size.width / 2, inner.left + 2,
+                                      std::max(inner.left + 2, inner.right - size.width - 2));
+      const int32_t above = at.y - 5 - size.height;
+      const int32_t top = above > inner.top ? above : at.y + 6;
+      const Rect room{left, top, left + size.width, top + size.height};
+      if (!room.intersected(last).isEmpty()) continue;
+      last = room;
+      canvas.text({left, top}, words, kInk);
+    }
+  }
   canvas.setClip({});
   canvas.setPen({0xb0b0b0, 1, false});
   canvas.rectangle(inner);

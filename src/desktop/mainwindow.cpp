@@ -76,7 +76,7 @@ MainWindow::MainWindow(CBasicApp& application, CBasicMainFrame& mainFrame, const
     afterDialogs(this, [this, path] { app.openRecentFile(path); });
   };
   startPage->onCommand = [this](int32_t id) { trigger(id); };
-  patientBar->onCommand = [this](int32_t id) { trigger(id); };
+  patientBar->onCommand = marksDock->onCommand = [this](int32_t id) { trigger(id); };
   documents.onTouched = [this] { updateSoon(); };
   documents.onPanesChanged = [this] { updateSoon(); };
   documents.onGone = [this] { marksDock->show(nullptr); };

@@ -1,6 +1,5 @@
 #include "desktop/patientbar.h"
 
-#include <QEvent>
 #include <QHBoxLayout>
 
 #include "desktop/caution.h"
@@ -24,7 +23,7 @@ PatientBar::PatientBar(QWidget* parent)
       exam(new QLabel),
       holdings(new QLabel),
       document(new QLabel),
-      caution(new QLabel) {
+      caution(new CautionLabel) {
   setObjectName("patientBar");
   setMovable(false);
   auto* strip = new QWidget;
@@ -34,7 +33,7 @@ PatientBar::PatientBar(QWidget* parent)
   QFont bold = subject->font();
   bold.setBold(true);
   subject->setFont(bold);
-  for (QLabel* label : {place, subject, exam, holdings, document, caution}) {
+  for (QLabel* label : {place, subject, exam, holdings, document, static_cast<QLabel*>(caution)}) {
     label->setTextFormat(Qt::PlainText);
     layout->addWidget(label);
     if (label == holdings) layout->addStretch(1);
@@ -44,7 +43,9 @@ PatientBar::PatientBar(QWidget* parent)
   holdings->setObjectName("holdings");
   document->setObjectName("document");
   caution->setObjectName("caution");
-  caution->installEventFilter(this);
+  caution->onCommand = [this](int32_t id) {
+    if (onCommand) onCommand(id);
+  };
   place->setObjectName("place");
   addWidget(strip);
 }
@@ -60,16 +61,7 @@ void PatientBar::show(const PatientStrip& strip, const QString& foreign) {
                   foreign.isEmpty() ? toQt(strip.document) : toQt(strip.document) + ", of " + foreign);
   markCaution(*document, !foreign.isEmpty());
   tarnvisor::show(*caution, toQt(strip.caution));
-  markCaution(*caution, true);
-  mends = strip.mends;
-  caution->setCursor(mends ? Qt::PointingHandCursor : Qt::ArrowCursor);
-  caution->setToolTip(mends ? "Click to mend this" : "");
-}
-
-bool PatientBar::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == caution && event->type() == QEvent::MouseButtonRelease && mends && onCommand)
-    onCommand(mends);
-  return QToolBar::eventFilter(watched, event);
+  caution->tell(true, strip.mends);
 }
 
 }  // namespace tarnvisor

@@ -9,6 +9,8 @@
 
 namespace tarnvisor {
 
+class CautionLabel;
+
 class PatientBar final : public QToolBar {
  public:
   explicit PatientBar(QWidget* parent);
@@ -16,17 +18,13 @@ class PatientBar final : public QToolBar {
   void show(const PatientStrip& strip, const QString& foreign);
   std::function<void(int32_t)> onCommand;  // that mends what the caution tells
 
- protected:
-  bool eventFilter(QObject* watched, QEvent* event) override;
-
  private:
   QLabel* place;
   QLabel* subject;
   QLabel* exam;
   QLabel* holdings;
   QLabel* document;
-  QLabel* caution;
-  int32_t mends = 0;
+  CautionLabel* caution;
 };
 
 }  // namespace tarnvisor

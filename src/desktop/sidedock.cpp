@@ -246,17 +246,20 @@ void SideDock::showFacts() {
   for (size_t i = 0; i < told.size(); ++i) {
     const int row = static_cast<int>(i);
     if (row >= facts->rowCount()) {
-      auto* value = new QLabel;
+      auto* value = new CautionLabel;
+      value->onCommand = [this](int32_t id) {
+        if (onCommand) onCommand(id);
+      };
       value->setTextFormat(Qt::PlainText);
       value->setWordWrap(true);
       value->setTextInteractionFlags(Qt::TextSelectableByMouse);
       facts->addRow(new QLabel, value);
     }
     auto* name = static_cast<QLabel*>(facts->itemAt(row, QFormLayout::LabelRole)->widget());
-    auto* value = static_cast<QLabel*>(facts->itemAt(row, QFormLayout::FieldRole)->widget());
+    auto* value = static_cast<CautionLabel*>(facts->itemAt(row, QFormLayout::FieldRole)->widget());
     name->setText(toQt(told[i].name));
     if (value->text() != toQt(told[i].value)) value->setText(toQt(told[i].value));
-    markCaution(*value, told[i].isCaution);
+    value->tell(told[i].isCaution, told[i].mends);
   }
 }
 

@@ -30,8 +30,9 @@ class SideDock final : public QDockWidget {
   // Shows what the view tells now; null for none. The view is asked only until the next call.
   void show(CView* view);
 
-  std::function<void()> onClosed;   // its cross was clicked
-  std::function<void()> onTouched;  // the user chose or changed something in it
+  std::function<void()> onClosed;                  // its cross was clicked
+  std::function<void()> onTouched;                 // the user chose or changed something in it
+  std::function<void(int32_t command)> onCommand;  // what mends a fact was clicked
 
  protected:
   void closeEvent(QCloseEvent* event) override;

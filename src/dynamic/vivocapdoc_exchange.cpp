@@ -33,10 +33,16 @@ std::optional<CZZMovie::Compression> askCompression(const std::string& room) {
     labels.push_back(codec.label);
   }
   CZZMovie::Compression wanted;
+  // A script's movies stay exact. People export for others to look at, and few players show H.264 without
+  // loss.
+  constexpr int32_t kPlayedAnywhere = 95;
+  if (!isUnattended()) wanted.quality = kPlayedAnywhere;
   Form form("Video Compression");
   form.addChoice("Compressor", chosen, labels);
   form.add("Quality (100: nothing is lost)", wanted.quality, {.low = 0, .high = 100});
   form.add("Key frame every", wanted.keyEvery, {.low = 1, .high = 1000}).withUnit("images");
+  form.addNote(
+      "At 100 H.264 keeps each grey level, but few players show such a movie. At 95 nearly all do; the video itself stays as it is.");
   form.addNote(room);
   const bool agreed = asked(form);
   logPrintf("fcctype=%lu.fcchandler=%lu.Iq=%li.Ikey=%li,Idatarate=%li\n", 0x63646976UL,
@@ -108,11 +114,16 @@ class CVivoCapDoc::ExportJob : public Job {
 
 namespace {
 
-// A name that no file has yet is offered.
-std::optional<std::string> askExportName(const CDocument& document, const std::string& stem,
+// A name that no file has yet is offered, and told what of the video goes there.
+std::optional<std::string> askExportName(const CVivoCapDoc& document, const std::string& stem,
                                          const std::string& ending) {
   const std::string free = TakenName(stem, ending).path();
-  const auto path = document.askExportPath({"Export", "Videos (*.avi)|*.avi||", ".avi", free});
+  const CZZMovie::Range range = document.selection();
+  const int32_t all = document.imageCount();
+  const std::string what = range.size() < all ? format("Export the chosen part: images %d to %d of %d",
+                                                       range.first, range.last - 1, all)
+                                              : format("Export all %d images", all);
+  const auto path = document.askExportPath({what, "Videos (*.avi)|*.avi||", ".avi", free});
   return path && !path->empty() ? path : std::nullopt;
 }
 

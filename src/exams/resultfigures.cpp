@@ -138,6 +138,8 @@ std::vector<Course> coursesOf(const std::string& subject, const std::optional<st
   if (site)
     std::erase_if(exams, [&](const ExamRow& exam) { return foldedName(exam.site) != foldedName(*site); });
   std::ranges::stable_sort(exams, {}, &ExamRow::created);
+  const bool isOfOneSite = std::ranges::all_of(
+      exams, [&](const ExamRow& exam) { return foldedName(exam.site) == foldedName(exams.front().site); });
   std::map<std::string, Course> found;
   for (const ExamRow& exam : exams) {
     const double day =
@@ -147,7 +149,12 @@ std::vector<Course> coursesOf(const std::string& subject, const std::optional<st
     for (const MeanFigure& figure : meansOf(figures)) {
       Course& course = found[wordsOf(figure.mean)];
       if (course.values.empty())
-        course = {figure.mean.quantity, figure.mean.unit, subject, localDay(exams.front().created), {}};
+        course = {figure.mean.quantity,
+                  figure.mean.unit,
+                  subject,
+                  isOfOneSite ? exams.front().site : "all sites",
+                  localDay(exams.front().created),
+                  {}};
       course.values.push_back({day, figure.mean.value});
     }
   }
@@ -188,7 +195,6 @@ class SiteChoice {
     const auto same = std::ranges::find_if(
         there, [&](const Course& each) { return each.quantity == all.quantity && each.unit == all.unit; });
     if (same == there.end()) return std::nullopt;
-    same->subject += ", " + name;
     return std::move(*same);
   }
 

@@ -40,6 +40,7 @@ struct Course {
   std::string quantity;
   std::string unit;
   std::string subject;
+  std::string site;  // of all its exams; "all sites" where they differ
   std::string firstDay;
   struct Value {
     double day = 0;  // since the first exam

@@ -12,6 +12,7 @@ namespace tarnvisor {
 struct SideFact {
   std::string name, value;
   bool isCaution = false;  // what a reader of the numbers must not overlook
+  int32_t mends = 0;       // the command that mends what it tells; 0 for none
 };
 
 class SidePanel {

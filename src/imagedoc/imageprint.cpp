@@ -113,6 +113,7 @@ void drawPicture(PrintJob& job, ZBasicDoc& document, int32_t scale, Point corner
   canvas.pixels(painter.render(image, 1, 1, {}, size), area);
   ZoomCanvas zoomed(canvas, scale, 1, Point{} - corner, area, image.frameOrigin());
   drawOverlays(zoomed, document, -1, image.frameRect());
+  if (document.calibrated) drawScaleBar(canvas, scaleBarFor(document, scale, 1, area.width()), area);
   canvas.setClip({});
 }
 

@@ -8,6 +8,7 @@
 #include "analysis/finder.h"
 #include "analysis/profile.h"
 #include "base/text.h"
+#include "imagedoc/commandids.h"
 #include "imagedoc/loopmarks.h"
 #include "imagedoc/overlay.h"
 #include "imagedoc/zbasicview.h"
@@ -80,7 +81,7 @@ std::vector<SideFact> MarksPanel::facts() const {
     all.push_back({"Scale", (s.x == s.y ? format("%g", s.x) : format("%g by %g", s.x, s.y)) + " " +
                                 doc.userunits + " a pixel"});
   else
-    all.push_back({"Scale", "not calibrated", true});
+    all.push_back({"Scale", "not calibrated", true, cmd::CalibrateMagnification});
   return all;
 }
 

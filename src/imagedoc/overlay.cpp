@@ -73,22 +73,24 @@ ScaleBar scaleBarFor(const ZBasicDoc& document, int32_t zoomnum, int32_t zoomden
   return bar;
 }
 
-void drawScaleBar(Canvas& canvas, const ScaleBar& bar, Size window) {
+void drawScaleBar(Canvas& canvas, const ScaleBar& bar, const Rect& area) {
   if (bar.units <= 0) return;
-  constexpr int32_t kMargin = 12, kInside = 6, kThickness = 4;
   constexpr Colour kPanel = 0x202020, kInk = 0xffffff;
   canvas.setFont("", 90);
   const Size words = canvas.textSize(bar.label);
+  // On paper as large as beside the same words on the screen.
+  const int32_t fine = std::max(1, words.height / 14);
+  const int32_t margin = 12 * fine, inside = 6 * fine, thickness = 4 * fine;
   const int32_t inner = std::max(bar.pixels, words.width);
-  const Rect panel{window.width - kMargin - inner - 2 * kInside,
-                   window.height - kMargin - words.height - kThickness - 3 * kInside, window.width - kMargin,
-                   window.height - kMargin};
+  const Rect panel{area.right - margin - inner - 2 * inside,
+                   area.bottom - margin - words.height - thickness - 3 * inside, area.right - margin,
+                   area.bottom - margin};
   canvas.fill(panel, kPanel);
   const int32_t middle = panel.left + panel.width() / 2;
-  canvas.text({middle - words.width / 2, panel.top + kInside}, bar.label, kInk);
+  canvas.text({middle - words.width / 2, panel.top + inside}, bar.label, kInk);
   const int32_t left = middle - bar.pixels / 2;
-  const int32_t bottom = panel.bottom - kInside;
-  canvas.fill({left, bottom - kThickness, left + bar.pixels, bottom}, kInk);
+  const int32_t bottom = panel.bottom - inside;
+  canvas.fill({left, bottom - thickness, left + bar.pixels, bottom}, kInk);
 }
 
 void drawBeside(Canvas& canvas, Point at, const std::string& words, Size window) {

@@ -30,8 +30,8 @@ struct ScaleBar {
   std::string label;   // "100 um"
 };
 ScaleBar scaleBarFor(const ZBasicDoc& document, int32_t zoomnum, int32_t zoomden, int32_t windowWidth);
-// At the bottom right; canvas takes window pixels.
-void drawScaleBar(Canvas& canvas, const ScaleBar& bar, Size window);
+// At the bottom right of that area, whose pixels the bar's are.
+void drawScaleBar(Canvas& canvas, const ScaleBar& bar, const Rect& area);
 
 // Words on a dark ground beside a place of the window, and within it.
 void drawBeside(Canvas& canvas, Point at, const std::string& words, Size window);

@@ -160,6 +160,8 @@ void ZBasicDoc::recogniseResult() {
   for (int32_t list = kListCount - 1; list >= 0; --list)
     if (densityOf(list) == resultText) countedList = list;
   if (countedList >= 0) countedFrom = countingBasis(countedList);
+  // Somebody who looks is shown the marks that were counted; a script's first list is the one it names so.
+  if (!isUnattended() && countedList >= 0 && currentDims().items.empty()) setCurrentList(countedList);
 }
 
 std::string ZBasicDoc::finderLimits() const {

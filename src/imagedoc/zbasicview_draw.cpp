@@ -109,7 +109,8 @@ void ZBasicView::draw(Canvas& canvas) {
   drawRejected(zoomed);
   drawHovered(canvas, zoomed);
   drawInHand(canvas, zoomed);
-  if (showsScaleBar) drawScaleBar(canvas, scaleBarFor(doc, zoomnum, zoomden, area.width), area);
+  if (showsScaleBar)
+    drawScaleBar(canvas, scaleBarFor(doc, zoomnum, zoomden, area.width), {0, 0, area.width, area.height});
 }
 
 Size ZBasicView::pictureSize(int32_t times) const {
@@ -128,7 +129,8 @@ void ZBasicView::drawPicture(Canvas& canvas, Size size, const PictureWish& wish)
     const Rect frame = doc.theImage()->frameRect();
     drawOverlays(zoomed, doc, -1, {frame.left, frame.top, wrapAdd(frame.right, 1), wrapAdd(frame.bottom, 1)});
   }
-  if (wish.scaleBar) drawScaleBar(canvas, scaleBarFor(doc, wish.times, 1, size.width), size);
+  if (wish.scaleBar)
+    drawScaleBar(canvas, scaleBarFor(doc, wish.times, 1, size.width), {0, 0, size.width, size.height});
 }
 
 }  // namespace tarnvisor

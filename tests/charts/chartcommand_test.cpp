@@ -362,7 +362,7 @@ TEST_F(ChartCommands, ChartAResultOverTheExamsOfASubject) {
   ASSERT_EQ(routeCommand(app->commandChain(), std::string_view("Course of results...")), CommandResult::Done);
   auto* chart = dynamic_cast<xychartdoc*>(app->documents.active());
   ASSERT_NE(chart, nullptr);
-  EXPECT_EQ(chart->title(), "S-1 capillary density");
+  EXPECT_EQ(chart->title(), "S-1, left capillary density");
   EXPECT_EQ(chart->xTrace()->name, "since 2020-01-01");
   std::vector<std::pair<double, double>> found;
   for (const xychartdoc::Pair& p : chart->pairs()) found.emplace_back(p.x, p.y);

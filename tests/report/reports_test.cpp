@@ -89,7 +89,7 @@ TEST_F(Reports, GoOnWithoutADocumentThatCantBeOpenedAndSaySo) {
   CDocument& chart = *process.xyChartTemplate->newDocument();
   const std::string path = app->dataFolder + "e1/c.zz1";
   ASSERT_TRUE(dynamic_cast<CourseTaker&>(chart).takeCourse(
-      {"width", "um", "S-1", "2025-01-01", std::vector<Course::Value>(400)}));
+      {"width", "um", "S-1", "left ring", "2025-01-01", std::vector<Course::Value>(400)}));
   chart.setPathName(path);
   ASSERT_TRUE(chart.save());
   std::filesystem::resize_file(path, std::filesystem::file_size(path) * 3 / 4);
