@@ -19,6 +19,7 @@ struct DecodedStill {
   std::vector<uint8_t> samples;  // of 8 bits
   std::vector<uint16_t> wide;    // of more; one of the two is empty
   bool isDamaged = false;        // some of it could not be read
+  int32_t further = 0;           // images that follow it in the file, as in moving ones
 };
 
 // Of samples of more than 8 bits the smallest becomes 0, the largest 255; of a flat picture the high bytes

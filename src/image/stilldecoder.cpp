@@ -58,9 +58,10 @@ bool findStreams(AVFormatContext& format, int64_t most) {
   return found;
 }
 
-// The first picture of the best video stream; null when there is none.
+// The first picture of the best video stream, and how many follow it in a moving GIF (what else holds more
+// than one has small or other forms of the first); null when there is none.
 // strict: null also where a part of it is damaged.
-Frame firstFrame(AVFormatContext& format, int64_t most, bool strict) {
+Frame firstFrame(AVFormatContext& format, int64_t most, bool strict, int32_t& further) {
   const AVCodec* decoder = nullptr;
   const int stream = av_find_best_stream(&format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
   if (stream < 0 || !decoder) return nullptr;
@@ -83,7 +84,14 @@ Frame firstFrame(AVFormatContext& format, int64_t most, bool strict) {
     if (!draining) av_packet_unref(packet.get());
     const int got = avcodec_receive_frame(codec.get(), frame.get());
     const bool isDamaged = frame->decode_error_flags != 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0;
-    if (got == 0) return strict && isDamaged ? nullptr : std::move(frame);
+    if (got == 0) {
+      further = 0;
+      while (told.codec_id == AV_CODEC_ID_GIF && av_read_frame(&format, packet.get()) >= 0) {
+        further += packet->stream_index == stream ? 1 : 0;
+        av_packet_unref(packet.get());
+      }
+      return strict && isDamaged ? nullptr : std::move(frame);
+    }
     if (got != AVERROR(EAGAIN) || draining) return nullptr;
   }
   return nullptr;
@@ -141,7 +149,7 @@ bool convert(const AVFrame& frame, DecodedStill& still) {
 }
 
 // The words of what is wrong in why.
-Frame pictureIn(Bytes& bytes, bool strict, std::string& why) {
+Frame pictureIn(Bytes& bytes, bool strict, int32_t& further, std::string& why) {
   bytes.at = 0;
   const BytesContext context = bytesContext(&bytes, &Bytes::read, &Bytes::seek);
   why = "there is not enough memory.";
@@ -151,7 +159,7 @@ Frame pictureIn(Bytes& bytes, bool strict, std::string& why) {
   why = "it is no picture of a known kind.";
   if (!format || !findStreams(*format, most)) return nullptr;
   why = "it is damaged or too large.";
-  return firstFrame(*format, most, strict);
+  return firstFrame(*format, most, strict, further);
 }
 
 bool isJpeg(const std::vector<uint8_t>& bytes) {
@@ -166,9 +174,9 @@ std::string decodeStill(const std::string& path, DecodedStill& still) {
   if (!whole) return "it can't be opened.";
   Bytes bytes{std::move(*whole)};
   std::string why;
-  Frame frame = pictureIn(bytes, true, why);
+  Frame frame = pictureIn(bytes, true, still.further, why);
   still.isDamaged = !frame || (isJpeg(bytes.all) && isDamagedJpeg(bytes.all));
-  if (!frame) frame = pictureIn(bytes, false, why);
+  if (!frame) frame = pictureIn(bytes, false, still.further, why);
   if (!frame) return why;
   return convert(*frame, still) ? "" : "its kind of pixels is not known.";
 }

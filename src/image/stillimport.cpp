@@ -70,7 +70,10 @@ Outcome importStill(const std::string& path, int32_t page, CZZimage& image, std:
     const std::string problem = isTiff(path) ? decodeTiff(path, page, still) : decodeStill(path, still);
     if (!problem.empty()) return Outcome::failure(path + " can't be read: " + problem);
     if (still.isDamaged && !flaw) return Outcome::failure(path + " can't be read: it is damaged.");
-    if (flaw) *flaw = still.isDamaged ? kDamagedPicture : "";
+    if (flaw && still.isDamaged)
+      *flaw = kDamagedPicture;
+    else if (flaw && still.further > 0)
+      *flaw = format("It holds %i images; only the first is shown.", still.further + 1);
     LevelRange range;
     range.include(still.wide);
     if (makeImage(still, range, image)) return Outcome::success();

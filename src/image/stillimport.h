@@ -28,7 +28,8 @@ bool loadsAsItStands(const std::string& path);
 int32_t stillPages(const std::string& path);
 // Decodes a page (from 0) into the image. On failure the image is as it was, and the words name the file and
 // tell why. Pictures of more than kMostImportedPixels are refused. What a damaged file still shows comes with
-// words in flaw; without a place for them it is refused.
+// words in flaw, an empty text until then; without a place for them it is refused. So does the first of
+// several images in a file of another kind than TIFF, which is not refused.
 Outcome importStill(const std::string& path, int32_t page, CZZimage& image, std::string* flaw = nullptr);
 
 // What a file tells of the size of its pixels.

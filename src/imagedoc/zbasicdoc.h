@@ -22,6 +22,7 @@
 #include "exams/subjectselection.h"
 #include "framework/history.h"
 #include "framework/sidepanel.h"
+#include "host/messages.h"
 #include "image/imagetaker.h"
 #include "image/stillsequence.h"
 #include "image/zzimage.h"
@@ -315,7 +316,7 @@ class ZBasicDoc : public CdbDocument, public AutomaticAnalysis, public ImageTake
   bool isSaveUnfinished(const std::string& path) const;
   bool hasPixelsAt(const std::string& path) const;
   bool readImageFile(const std::string& path);
-  void tellOfFlaw(const std::string& path, const std::string& flaw);
+  void tellOfFlaw(const std::string& path, const std::string& flaw, Icon icon);
   [[nodiscard]] bool loadOwnPixels(const std::string& path);  // after finishing such a save
   bool savePixels(const std::string& documentPath, PixelSave& saved);
   bool trimLosesPixels(const std::string& documentPath) const;

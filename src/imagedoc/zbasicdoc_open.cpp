@@ -12,6 +12,7 @@
 #include "drawing/metafile.h"
 #include "host/host.h"
 #include "image/stillimport.h"
+#include "image/tiffbound.h"
 #include "imagedoc/magnification.h"
 #include "imagedoc/otherpictures.h"
 #include "imagedoc/processing.h"
@@ -158,7 +159,7 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
         format("%s\n%s%s", text::kCouldNotLoadImage, path.c_str(), (why.empty() ? why : "\n" + why).c_str()));
     return false;
   }
-  if (!why.empty()) tellOfFlaw(path, why);
+  if (!why.empty()) tellOfFlaw(path, why, Icon::Error);
   if (fresh) {
     image = std::move(fresh);
     image->xOrigin = originx;
@@ -171,8 +172,8 @@ bool ZBasicDoc::loadImage(const std::string& path, const Rect& rect) {
 }
 
 // Of pixels that were read all the same: told now, and to whoever reads the notes later.
-void ZBasicDoc::tellOfFlaw(const std::string& path, const std::string& flaw) {
-  report(path + "\n" + flaw);
+void ZBasicDoc::tellOfFlaw(const std::string& path, const std::string& flaw, Icon icon) {
+  host().messages.show(path + "\n" + flaw, Buttons::Ok, icon);
   const std::string line = fileNameOf(path) + ": " + flaw + text::kLineEnd;
   if (notes.find(line) == std::string::npos) appendNotes(line);
 }
@@ -285,7 +286,8 @@ bool ZBasicDoc::onImportFile(const std::string& path) {
   setTitle(withoutExtension(fileNameOf(path)) + ofPages);
   appendNotes("Import " + fileNameOf(path) + ofPages + text::kLineEnd);
   takeToldScale(stillScale(path, page - 1));
-  if (!flaw.empty()) tellOfFlaw(path, flaw);
+  // Images that are not shown are no flaw of the one that is.
+  if (!flaw.empty()) tellOfFlaw(path, flaw, flaw == kDamagedPicture ? Icon::Error : Icon::Information);
   takeImage(std::move(decoded));
   importedFrom = absolutePath(path);
   return true;

@@ -116,7 +116,7 @@ bool MovieExport::next() {
   const bool mosaic = canvas.colourset == kBayer;
   if (mosaic) colour.copyPixels(canvas);
   const CZZimage& shown = mosaic ? colour : canvas;
-  if (!writer->write(shown.pixels, shown.stride)) words += "bad frame";
+  if (!writer->write(shown.pixels, shown.stride)) words += "bad frame\n";
   return true;
 }
 

@@ -49,6 +49,15 @@ TEST_F(ImportedStills, SayWhereTheirFileWasCutOff) {
   EXPECT_THAT(image()->notes, HasSubstr("damaged"));
 }
 
+TEST_F(ImportedStills, OfAMovingPictureTellWhatIsNotShown) {
+  using namespace std::string_literals;
+  const std::string each = ",\0\0\0\0\1\0\1\0\0\2\2D\1\0"s;
+  const std::string gif = "GIF89a\1\0\1\0\x80\0\0\xff\xff\xff\0\0\0"s + each + each + ";";
+  ASSERT_TRUE(replaceFile(folder.file("a.gif"), gif));
+  ASSERT_NE(app->openDocumentFile(folder.file("a.gif")), nullptr);
+  EXPECT_THAT(image()->notes, HasSubstr("a.gif: It holds 2 images; only the first is shown."));
+}
+
 TEST_F(ImportedStills, OfPagesOfSeveralSizesAskForOne) {
   const std::string path = writePages({10, 20, 30});
   host.fill({{"Page", "3"}});
