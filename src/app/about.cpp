@@ -21,6 +21,7 @@ constexpr Library kLibraries[] = {
     {"Highway", MADE_WITH_HWY, "Apache 2.0 or BSD licence"},
     {"Aravis", MADE_WITH_ARAVIS, "LGPL 2.1 or later"},
     {"GLib", MADE_WITH_GLIB, "LGPL 2.1 or later"},
+    {"OpenSSL (libcrypto)", MADE_WITH_CRYPTO, "Apache 2.0"},
     {"libxml2", MADE_WITH_LIBXML, "MIT licence"},
     {"libcurl", MADE_WITH_CURL, "curl licence"},
     {"PortAudio", MADE_WITH_PORTAUDIO, "MIT licence"}};

@@ -119,6 +119,7 @@ void rereadApplicationSettings(int32_t& expertMode, int32_t& fgMode) {
 
 void saveApplicationSettings(int32_t expertMode, int32_t fgMode) {
   int32_t showDb = 0;
+  const CSettingsFile::Together atOnce(settings);
   write(keysBeforeLogging());
   write(keysAfterLogging(expertMode, showDb, fgMode));
 }

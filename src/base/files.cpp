@@ -28,18 +28,27 @@ size_t extensionDot(std::string_view path) {
   return dot == std::string_view::npos || dot < afterLastSeparator(path) ? std::string_view::npos : dot;
 }
 
+bool readFully(int file, void* bytes, size_t count) {
+  for (size_t done = 0; done < count;) {
+    const ssize_t got = ::read(file, static_cast<char*>(bytes) + done, count - done);
+    if (got == 0 || (got < 0 && errno != EINTR)) return false;
+    done += got > 0 ? static_cast<size_t>(got) : 0;
+  }
+  return true;
+}
+
 template <class Container>
 std::optional<Container> readWhole(const std::string& path, uint64_t maxBytes) {
-  if (!fileExists(path)) return std::nullopt;
-  std::FILE* file = std::fopen(path.c_str(), "rbe");
-  if (!file) return std::nullopt;
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);  // a pipe keeps nobody waiting
+  if (file < 0) return std::nullopt;
   std::optional<Container> bytes;
   struct stat facts {};
-  if (::fstat(fileno(file), &facts) == 0 && static_cast<uint64_t>(facts.st_size) <= maxBytes) {
+  if (::fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) &&
+      static_cast<uint64_t>(facts.st_size) <= maxBytes) {
     bytes.emplace(static_cast<size_t>(facts.st_size), typename Container::value_type{});
-    if (std::fread(bytes->data(), 1, bytes->size(), file) != bytes->size()) bytes.reset();
+    if (!readFully(file, bytes->data(), bytes->size())) bytes.reset();
   }
-  std::fclose(file);
+  ::close(file);
   return bytes;
 }
 
@@ -314,16 +323,16 @@ FileCopy::FileCopy(const std::string& original, const std::string& to)
     : from(original),
       source(fileExists(original) ? std::fopen(original.c_str(), "rbe") : nullptr),
       copy(to),
-      block(size_t{1} << 20) {
+      block(std::make_unique_for_overwrite<uint8_t[]>(kBlock)) {
   std::error_code error;
   const auto size = fs::file_size(from, error);
   bytes = error ? 0 : static_cast<int64_t>(size);
 }
 
 bool FileCopy::next() {
-  const size_t got = source ? std::fread(block.data(), 1, block.size(), source.get()) : 0;
+  const size_t got = source ? std::fread(block.get(), 1, kBlock, source.get()) : 0;
   written += static_cast<int64_t>(got);
-  return got > 0 && copy.write(block.data(), got);
+  return got > 0 && copy.write(block.get(), got);
 }
 
 Outcome FileCopy::commit() {

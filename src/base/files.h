@@ -152,7 +152,8 @@ class FileCopy {
   std::string from;
   std::unique_ptr<std::FILE, CloseFile> source;
   AtomicFile copy;
-  std::vector<uint8_t> block;
+  static constexpr size_t kBlock = size_t{1} << 20;
+  std::unique_ptr<uint8_t[]> block;  // untouched but for what is read: most files are far smaller
   int64_t written = 0, bytes = 0;
 };
 Outcome copyFile(const std::string& from, const std::string& to);  // all at once

@@ -60,7 +60,7 @@ std::string sha256OfFile(const std::string& path) {
   Sha256 sum;
   std::FILE* file = fileExists(path) ? std::fopen(path.c_str(), "rbe") : nullptr;
   if (!file) return {};
-  std::vector<char> block(size_t{1} << 20);
+  std::vector<char> block(size_t{1} << 16);
   for (size_t got = 0; (got = std::fread(block.data(), 1, block.size(), file)) > 0;)
     sum.add({block.data(), got});
   const bool isWhole = !std::ferror(file);

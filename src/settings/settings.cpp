@@ -139,29 +139,57 @@ class FolderLock {
   int handle = -1;
 };
 
-void writeValue(const std::string& file, const std::string& section, const std::string& key,
-                const std::string& value) {
-  if (file.empty()) return;
-  const FolderLock lock(file);
-  std::string text;
-  if (fileExists(file)) {
-    auto present = readWholeText(file, kLongestProfile);
-    if (!present) return;  // unreadable: better a lost write than a lost profile
-    text = std::move(*present);
-  }
-  const std::string before = text;
+// The text with a value put in its place.
+void putValue(std::string& text, const std::string& section, const std::string& key,
+              const std::string& value) {
   const std::string end = text.find("\r\n") != std::string::npos ? "\r\n" : "\n";
   const Place place = findKey(text, section, key);
   std::string insertion = key + "=" + quotedWhereNeeded(onOneLine(value)) + end;
   if (!place.sectionFound) insertion = "[" + section + "]" + end + insertion;
   if (place.start > 0 && text[place.start - 1] != '\n') insertion = end + insertion;
   text.replace(place.start, place.end - place.start, insertion);
-  if (text == before) return;
-  if (const Outcome done = replaceFile(file, std::string_view(text), AtomicFile::Flush::Later); !done)
-    logPrintf("%s\n", done.why().c_str());
 }
 
 }  // namespace
+
+// A profile that is being changed: nothing of it where it can't be read, as a lost write is better than a
+// lost profile.
+struct CSettingsFile::Change {
+  explicit Change(std::string path) : file(std::move(path)), lock(file) {
+    if (!file.empty()) text = fileExists(file) ? readWholeText(file, kLongestProfile) : std::string();
+    before = text;
+  }
+  void put(const std::string& section, const std::string& key, const std::string& value) {
+    if (text) putValue(*text, section, key, value);
+  }
+  void store() const {
+    if (!text || text == before) return;
+    if (const Outcome done = replaceFile(file, std::string_view(*text), AtomicFile::Flush::Later); !done)
+      logPrintf("%s\n", done.why().c_str());
+  }
+  std::string file;
+  FolderLock lock;
+  std::optional<std::string> text, before;
+};
+
+CSettingsFile::Together::Together(CSettingsFile& of) : whole(of) {
+  whole.change = std::make_unique<Change>(whole.file);
+}
+CSettingsFile::Together::~Together() {
+  whole.change->store();
+  whole.change.reset();
+}
+
+CSettingsFile::CSettingsFile() = default;
+CSettingsFile::CSettingsFile(std::string filePath) : file(std::move(filePath)) {}
+CSettingsFile::~CSettingsFile() = default;
+
+void CSettingsFile::write(const std::string& section, const std::string& key, const std::string& value) {
+  if (change) return change->put(section, key, value);
+  Change single(file);
+  single.put(section, key, value);
+  single.store();
+}
 
 int32_t CSettingsFile::getInt(const std::string& section, const std::string& key, int32_t missing) const {
   const auto value = readValue(file, section, key);
@@ -197,16 +225,16 @@ std::vector<CSettingsFile::Entry> CSettingsFile::entries() const {
 }
 
 void CSettingsFile::setInt(const std::string& section, const std::string& key, int32_t value) {
-  writeValue(file, section, key, format("%i", value));
+  write(section, key, format("%i", value));
 }
 void CSettingsFile::setUnsigned(const std::string& section, const std::string& key, uint32_t value) {
-  writeValue(file, section, key, format("%u", value));
+  write(section, key, format("%u", value));
 }
 void CSettingsFile::setDouble(const std::string& section, const std::string& key, double value) {
-  writeValue(file, section, key, format("%f", value));
+  write(section, key, format("%f", value));
 }
 void CSettingsFile::setString(const std::string& section, const std::string& key, const std::string& value) {
-  writeValue(file, section, key, value);
+  write(section, key, value);
 }
 
 }  // namespace tarnvisor

@@ -73,6 +73,18 @@ TEST(Settings, WritesKeepOtherLinesAndTheirOrder) {
   EXPECT_EQ(readWholeText(store.path()), "; mine\n[b]\nX=-7\nz=new\n\n[A]\ny=2\njunk\n");
 }
 
+TEST(Settings, SetTogetherLoseNoneOfEachOther) {
+  TempFolder folder;
+  CSettingsFile store(folder.file("a.ini"));
+  store.setInt("a", "x", 1);
+  {
+    const CSettingsFile::Together atOnce(store);
+    store.setInt("a", "x", 2);
+    store.setInt("b", "y", 3);
+  }
+  EXPECT_EQ(readWholeText(store.path()), "[a]\nx=2\n[b]\ny=3\n");
+}
+
 TEST(Settings, ASectionInSeveralPlacesIsOne) {
   TempFolder folder;
   CSettingsFile store(folder.file("a.ini"));
