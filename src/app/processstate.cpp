@@ -84,12 +84,14 @@ void read(const std::vector<Key>& keys, bool changeableOnly = false) {
   }
 }
 
-void write(const std::vector<Key>& keys) {
+void collect(const std::vector<Key>& keys, std::vector<CSettingsFile::Entry>& values) {
   for (const Key& k : keys) {
     if (k.written == Keep::No) continue;
-    if (const auto* text = std::get_if<std::string*>(&k.bound)) settings.setString(k.section, k.key, **text);
-    if (const auto* number = std::get_if<double*>(&k.bound)) settings.setDouble(k.section, k.key, **number);
-    if (const auto* whole = std::get_if<int32_t*>(&k.bound)) settings.setInt(k.section, k.key, **whole);
+    if (const auto* text = std::get_if<std::string*>(&k.bound)) values.push_back({k.section, k.key, **text});
+    if (const auto* number = std::get_if<double*>(&k.bound))
+      values.push_back(CSettingsFile::entryOf(k.section, k.key, **number));
+    if (const auto* whole = std::get_if<int32_t*>(&k.bound))
+      values.push_back(CSettingsFile::entryOf(k.section, k.key, **whole));
   }
 }
 
@@ -119,9 +121,10 @@ void rereadApplicationSettings(int32_t& expertMode, int32_t& fgMode) {
 
 void saveApplicationSettings(int32_t expertMode, int32_t fgMode) {
   int32_t showDb = 0;
-  const CSettingsFile::Together atOnce(settings);
-  write(keysBeforeLogging());
-  write(keysAfterLogging(expertMode, showDb, fgMode));
+  std::vector<CSettingsFile::Entry> values;
+  collect(keysBeforeLogging(), values);
+  collect(keysAfterLogging(expertMode, showDb, fgMode), values);
+  settings.set(values);
 }
 
 }  // namespace tarnvisor

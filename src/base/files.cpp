@@ -28,27 +28,18 @@ size_t extensionDot(std::string_view path) {
   return dot == std::string_view::npos || dot < afterLastSeparator(path) ? std::string_view::npos : dot;
 }
 
-bool readFully(int file, void* bytes, size_t count) {
-  for (size_t done = 0; done < count;) {
-    const ssize_t got = ::read(file, static_cast<char*>(bytes) + done, count - done);
-    if (got == 0 || (got < 0 && errno != EINTR)) return false;
-    done += got > 0 ? static_cast<size_t>(got) : 0;
-  }
-  return true;
-}
-
 template <class Container>
 std::optional<Container> readWhole(const std::string& path, uint64_t maxBytes) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);  // a pipe keeps nobody waiting
-  if (file < 0) return std::nullopt;
+  if (!fileExists(path)) return std::nullopt;
+  std::FILE* file = std::fopen(path.c_str(), "rbe");
+  if (!file) return std::nullopt;
   std::optional<Container> bytes;
   struct stat facts {};
-  if (::fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) &&
-      static_cast<uint64_t>(facts.st_size) <= maxBytes) {
+  if (::fstat(fileno(file), &facts) == 0 && static_cast<uint64_t>(facts.st_size) <= maxBytes) {
     bytes.emplace(static_cast<size_t>(facts.st_size), typename Container::value_type{});
-    if (!readFully(file, bytes->data(), bytes->size())) bytes.reset();
+    if (std::fread(bytes->data(), 1, bytes->size(), file) != bytes->size()) bytes.reset();
   }
-  ::close(file);
+  std::fclose(file);
   return bytes;
 }
 

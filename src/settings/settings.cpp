@@ -152,43 +152,27 @@ void putValue(std::string& text, const std::string& section, const std::string& 
 
 }  // namespace
 
-// A profile that is being changed: nothing of it where it can't be read, as a lost write is better than a
-// lost profile.
-struct CSettingsFile::Change {
-  explicit Change(std::string path) : file(std::move(path)), lock(file) {
-    if (!file.empty()) text = fileExists(file) ? readWholeText(file, kLongestProfile) : std::string();
-    before = text;
-  }
-  void put(const std::string& section, const std::string& key, const std::string& value) {
-    if (text) putValue(*text, section, key, value);
-  }
-  void store() const {
-    if (!text || text == before) return;
-    if (const Outcome done = replaceFile(file, std::string_view(*text), AtomicFile::Flush::Later); !done)
-      logPrintf("%s\n", done.why().c_str());
-  }
-  std::string file;
-  FolderLock lock;
-  std::optional<std::string> text, before;
-};
-
-CSettingsFile::Together::Together(CSettingsFile& of) : whole(of) {
-  whole.change = std::make_unique<Change>(whole.file);
+CSettingsFile::Entry CSettingsFile::entryOf(std::string section, std::string key, double value) {
+  return {std::move(section), std::move(key), format("%f", value)};
 }
-CSettingsFile::Together::~Together() {
-  whole.change->store();
-  whole.change.reset();
+CSettingsFile::Entry CSettingsFile::entryOf(std::string section, std::string key, int32_t value) {
+  return {std::move(section), std::move(key), format("%i", value)};
 }
 
-CSettingsFile::CSettingsFile() = default;
-CSettingsFile::CSettingsFile(std::string filePath) : file(std::move(filePath)) {}
-CSettingsFile::~CSettingsFile() = default;
-
-void CSettingsFile::write(const std::string& section, const std::string& key, const std::string& value) {
-  if (change) return change->put(section, key, value);
-  Change single(file);
-  single.put(section, key, value);
-  single.store();
+void CSettingsFile::set(const std::vector<Entry>& values) {
+  if (file.empty()) return;
+  const FolderLock lock(file);
+  std::string text;
+  if (fileExists(file)) {
+    auto present = readWholeText(file, kLongestProfile);
+    if (!present) return;  // unreadable: better a lost write than a lost profile
+    text = std::move(*present);
+  }
+  const std::string before = text;
+  for (const Entry& each : values) putValue(text, each.section, each.key, each.value);
+  if (text == before) return;
+  if (const Outcome done = replaceFile(file, std::string_view(text), AtomicFile::Flush::Later); !done)
+    logPrintf("%s\n", done.why().c_str());
 }
 
 int32_t CSettingsFile::getInt(const std::string& section, const std::string& key, int32_t missing) const {
@@ -225,16 +209,16 @@ std::vector<CSettingsFile::Entry> CSettingsFile::entries() const {
 }
 
 void CSettingsFile::setInt(const std::string& section, const std::string& key, int32_t value) {
-  write(section, key, format("%i", value));
+  set({entryOf(section, key, value)});
 }
 void CSettingsFile::setUnsigned(const std::string& section, const std::string& key, uint32_t value) {
-  write(section, key, format("%u", value));
+  set({{section, key, format("%u", value)}});
 }
 void CSettingsFile::setDouble(const std::string& section, const std::string& key, double value) {
-  write(section, key, format("%f", value));
+  set({entryOf(section, key, value)});
 }
 void CSettingsFile::setString(const std::string& section, const std::string& key, const std::string& value) {
-  write(section, key, value);
+  set({{section, key, value}});
 }
 
 }  // namespace tarnvisor

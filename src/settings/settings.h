@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,9 +14,8 @@ class CSettingsFile {
   // Sections and keys match without regard to case. Reads give at most this many characters of a value.
   static constexpr size_t kLongestValue = 249;
 
-  CSettingsFile();
-  explicit CSettingsFile(std::string filePath);
-  ~CSettingsFile();
+  CSettingsFile() = default;
+  explicit CSettingsFile(std::string filePath) : file(std::move(filePath)) {}
 
   void setPath(std::string filePath) { file = std::move(filePath); }
   const std::string& path() const { return file; }
@@ -42,23 +40,13 @@ class CSettingsFile {
   void setDouble(const std::string& section, const std::string& key, double value);
   void setString(const std::string& section, const std::string& key, const std::string& value);
 
-  // What is set within its life is written at its end, in one step; reads give what stood before.
-  class Together {
-   public:
-    explicit Together(CSettingsFile& whole);
-    ~Together();
-    Together(const Together&) = delete;
-    Together& operator=(const Together&) = delete;
-
-   private:
-    CSettingsFile& whole;
-  };
+  // All of them in one step; numbers in the form that the single ones are written in.
+  void set(const std::vector<Entry>& values);
+  static Entry entryOf(std::string section, std::string key, int32_t value);
+  static Entry entryOf(std::string section, std::string key, double value);
 
  private:
-  struct Change;
-  void write(const std::string& section, const std::string& key, const std::string& value);
   std::string file;
-  std::unique_ptr<Change> change;  // while settings are written together
 };
 
 // The profile and what belongs to the machine. Process-wide; their paths are set by the profile selection.

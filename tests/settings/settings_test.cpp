@@ -77,11 +77,7 @@ TEST(Settings, SetTogetherLoseNoneOfEachOther) {
   TempFolder folder;
   CSettingsFile store(folder.file("a.ini"));
   store.setInt("a", "x", 1);
-  {
-    const CSettingsFile::Together atOnce(store);
-    store.setInt("a", "x", 2);
-    store.setInt("b", "y", 3);
-  }
+  store.set({{"a", "x", "2"}, {"b", "y", "3"}});
   EXPECT_EQ(readWholeText(store.path()), "[a]\nx=2\n[b]\ny=3\n");
 }
 
